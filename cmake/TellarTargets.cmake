@@ -1,0 +1,77 @@
+# How this project declares its targets: one function per kind, so that every
+# library is built, exported and installed the same way.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+# All shared libraries in lib/, all programs in bin/ and the op-type plug-ins in
+# lib/tellar-plugins/, the same shape as the installed tree: programs and
+# libraries find the plug-ins relative to themselves in both.
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(TELLAR_PLUGIN_SUBDIR "tellar-plugins")
+
+# What every target of ours is compiled with; never exported to users.
+add_library(tellar_build_options INTERFACE)
+target_compile_options(tellar_build_options INTERFACE
+    -Wall -Wextra -Wpedantic -Werror
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
+if(TELLAR_SANITIZE)
+    target_compile_options(tellar_build_options INTERFACE
+        -fsanitize=${TELLAR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(tellar_build_options INTERFACE -fsanitize=${TELLAR_SANITIZE})
+endif()
+
+# tellar_library(<name> [HEADERS_DIR <dir>] SOURCES <files...>): a shared library
+# with the alias TELLAR::<name>, its headers in <dir> (default: include/).
+function(tellar_library name)
+    cmake_parse_arguments(ARG "" "HEADERS_DIR" "SOURCES" ${ARGN})
+    if(NOT ARG_HEADERS_DIR)
+        set(ARG_HEADERS_DIR "${CMAKE_CURRENT_SOURCE_DIR}/include")
+    endif()
+    add_library(${name} SHARED ${ARG_SOURCES})
+    add_library(TELLAR::${name} ALIAS ${name})
+    string(TOUPPER ${name} upper)
+    target_compile_definitions(${name} PRIVATE ${upper}_EXPORTS)
+    target_include_directories(${name}
+        PUBLIC $<BUILD_INTERFACE:${ARG_HEADERS_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
+        PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/src" "${CMAKE_CURRENT_SOURCE_DIR}")
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
+    set_target_properties(${name} PROPERTIES
+        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+        INSTALL_RPATH "$ORIGIN")
+    install(TARGETS ${name} EXPORT OxTellarProducersTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    install(DIRECTORY "${ARG_HEADERS_DIR}/" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+endfunction()
+
+# tellar_plugin(<name> SOURCES <files...>): a loadable module in the plug-in folder.
+function(tellar_plugin name)
+    cmake_parse_arguments(ARG "" "" "SOURCES" ${ARGN})
+    add_library(${name} MODULE ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
+    set_target_properties(${name} PROPERTIES
+        PREFIX "" LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib/${TELLAR_PLUGIN_SUBDIR}"
+        INSTALL_RPATH "$ORIGIN/..")
+    install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/${TELLAR_PLUGIN_SUBDIR})
+endfunction()
+
+# tellar_test(<name> SOURCES <files...> LIBS <targets...>): a GoogleTest program
+# whose every case is a test of its own; LABELS threaded marks what runs under TSan.
+function(tellar_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock_main tellar_build_options)
+    target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests/support")
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT 900)
+endfunction()
