@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# A first look: builds the tellar command with its op types and shows what it does with the
+# scenes in examples/.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-packages.sh
+cmake --preset release >/dev/null
+cmake --build --preset release --target demo --parallel "$(nproc)"
+
+tellar() {
+    printf '\n$ tellar %s\n' "$*"
+    build/release/bin/tellar "$@"
+}
+heading() { printf '\n== %s\n' "$*"; }
+
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+heading "The op types that scenes are built from; each is a plug-in"
+tellar ops
+
+heading "A scene of a few ops over a glTF file, as the tree of locations a renderer walks"
+tellar walk examples/garden.json --depth 3
+
+heading "One location: its own attributes, and its transform composed from the root"
+tellar walk examples/garden.json --at /root/garden/windmill/sails --depth 0 --attrs
+tellar walk examples/garden.json --at /root/garden/windmill/sails --depth 0 --xform
+
+heading "More than a million locations from one array op, each made only when it is visited"
+tellar walk examples/million.json --stats --depth 1
+
+heading "The same scene written as a binary op file, and walked from there"
+tellar convert examples/garden.json "$scratch/garden.ops"
+tellar walk "$scratch/garden.ops" --at /root/garden/pavilion --depth 1

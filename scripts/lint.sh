@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Checks layout with clang-format and code with clang-tidy:
+#
+#     scripts/lint.sh [file...]
+#
+# Without arguments every tracked C and C++ file is checked for layout, and every source of
+# the library, the platform and the tools for the rest (headers through their sources).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-packages.sh
+
+mapfile -t files < <(git ls-files --deduplicate -- "${@:-.}" | grep -E '\.(h|hpp|c|cpp)$')
+((${#files[@]})) || { echo "lint: no tracked C or C++ file in: ${*:-.}" >&2; exit 1; }
+
+echo "clang-format: ${#files[@]} files"
+clang-format --dry-run -Werror "${files[@]}"
+
+cmake --preset release >/dev/null # for compile_commands.json
+mapfile -t sources < <(printf '%s\n' "${files[@]}" |
+                           grep -E '^(src|platform|tools)/.*\.cpp$' | grep -v '/tests/')
+((${#sources[@]})) || exit 0
+
+# A clean file's run prints nothing but how many warnings of others it has hidden.
+tidy() {
+    local output
+    output=$(clang-tidy -p build/release --quiet "$1" 2>&1) && return
+    printf '%s\n' "$output"
+    return 1
+}
+export -f tidy
+echo "clang-tidy: ${#sources[@]} files"
+printf '%s\0' "${sources[@]}" | xargs -0 -n 1 -P "$(nproc)" bash -c 'tidy "$1"' tidy

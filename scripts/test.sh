@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Builds a preset and runs its tests:
+#
+#     scripts/test.sh [release|asan|tsan] [arguments for ctest...]
+#
+# The preset is release unless named. Fails when a test fails and when none ran.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+preset=release
+if (($#)) && [[ $1 != -* ]]; then
+    preset=$1
+    shift
+fi
+
+scripts/install-packages.sh
+cmake --preset "$preset"
+cmake --build --preset "$preset" --parallel "$(nproc)"
+
+# Read by the sanitizers' runtimes only, so they do no harm to a plain build. What the
+# caller's environment says comes last and wins.
+options() { echo "$1${2:+:$2}"; }
+supp=$PWD/scripts/sanitizers
+ASAN_OPTIONS=$(options detect_leaks=1:strict_string_checks=1:check_initialization_order=1 \
+                       "${ASAN_OPTIONS-}")
+LSAN_OPTIONS=$(options "suppressions=$supp/lsan.supp:print_suppressions=0" "${LSAN_OPTIONS-}")
+UBSAN_OPTIONS=$(options print_stacktrace=1:halt_on_error=1 "${UBSAN_OPTIONS-}")
+TSAN_OPTIONS=$(options "suppressions=$supp/tsan.supp:halt_on_error=1:second_deadlock_stack=1" \
+                       "${TSAN_OPTIONS-}")
+export ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS TSAN_OPTIONS
+
+# GCC 12's ThreadSanitizer cannot start on a kernel that randomises more address bits than
+# it knows of. Without randomisation it always can; a container may forbid switching it off.
+launcher=()
+if [[ $preset == tsan ]] && setarch --addr-no-randomize true 2>/dev/null; then
+    launcher=(setarch --addr-no-randomize)
+fi
+
+"${launcher[@]}" ctest --preset "$preset" --no-tests=error --parallel "$(nproc)" "$@"
