@@ -1,0 +1,351 @@
+#ifndef OXTELLARSDK_ATTRIBUTE_H
+#define OXTELLARSDK_ATTRIBUTE_H
+
+#include <cstdint>
+#include <initializer_list>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <OxTellarSDK/AttributeTypes.h>
+#include <OxTellarSDK/Export.h>
+
+namespace OxAttribute {
+
+/// 128-bit content hash. Equal attributes have equal hashes on every machine and
+/// in every process; the value never depends on where an attribute is stored.
+struct Hash {
+    std::uint64_t words[2] = {0, 0};
+
+    /// 32 lower-case hexadecimal digits, first word first.
+    OXTELLARSDK_API std::string str() const;
+    /// The first word.
+    std::uint64_t uint64() const { return words[0]; }
+
+    friend bool operator==(const Hash& a, const Hash& b) {
+        return a.words[0] == b.words[0] && a.words[1] == b.words[1];
+    }
+    friend bool operator!=(const Hash& a, const Hash& b) { return !(a == b); }
+    friend bool operator<(const Hash& a, const Hash& b) {
+        return a.words[0] != b.words[0] ? a.words[0] < b.words[0] : a.words[1] < b.words[1];
+    }
+};
+
+/// A counted handle onto an immutable value, or onto nothing ("invalid").
+///
+/// One pointer wide. Copying shares the value. A value may live in memory of its
+/// own or inside an open attribute file, which the handle then keeps open; the
+/// difference shows nowhere in the interface. Reading a value that lies in a
+/// damaged file throws std::runtime_error saying what is damaged.
+///
+/// Threads: values never change, so any number of threads may read one and copy
+/// handles to it. One handle object is for one thread at a time, like a pointer.
+class OXTELLARSDK_API Attribute {
+public:
+    Attribute() noexcept = default;
+    Attribute(const Attribute& other) noexcept : handle(other.handle) {
+        if (handle) retain(handle);
+    }
+    Attribute(Attribute&& other) noexcept : handle(std::exchange(other.handle, nullptr)) {}
+    Attribute& operator=(const Attribute& other) noexcept {
+        Attribute(other).swap(*this);
+        return *this;
+    }
+    Attribute& operator=(Attribute&& other) noexcept {
+        Attribute(std::move(other)).swap(*this);
+        return *this;
+    }
+    ~Attribute() {
+        if (handle) release(handle);
+    }
+    void swap(Attribute& other) noexcept { std::swap(handle, other.handle); }
+
+    bool isValid() const noexcept { return handle != nullptr; }
+
+    /// kAttributeTypeInvalid for an invalid handle.
+    AttributeType getType() const noexcept;
+
+    /// Computed on first need and kept with the value (for values inside a file it
+    /// is computed anew). The zero hash for an invalid handle.
+    Hash getHash() const;
+
+    /// The value as XML text that ParseAttributeXml turns back into an equal value.
+    /// Empty for an invalid handle.
+    std::string getXML() const;
+
+    /// Equal content (type, tuple size, times, values bit by bit; for groups names,
+    /// order and inheritance as well). Two invalid handles are equal.
+    friend bool operator==(const Attribute& a, const Attribute& b) {
+        return a.handle == b.handle || (a.isValid() && b.isValid() && a.getHash() == b.getHash());
+    }
+    friend bool operator!=(const Attribute& a, const Attribute& b) { return !(a == b); }
+
+    /// Reads one attribute stream. `read` is called with `stream` until it has
+    /// delivered the whole of it; with FileStream::read a large plain file is mapped
+    /// into memory instead, and read as it is used. `flags` must be 0. A stream that
+    /// holds no byte at all gives an invalid attribute; a damaged one throws
+    /// std::runtime_error naming the file (if known) and the damage.
+    static Attribute readAttributeStream(void* stream, StreamRead read, int flags);
+
+    /// Writes the attribute as a stream. Throws std::runtime_error when `write`
+    /// takes fewer bytes than it was given, or when the attribute is invalid.
+    void writeAttributeStream(void* stream, StreamWrite write) const;
+
+    /// Shares the value of a C handle: adds one reference. Null gives an invalid one.
+    static Attribute CreateAndRetain(OxAttributeStruct* handle) noexcept {
+        if (handle) retain(handle);
+        return CreateAndSteal(handle);
+    }
+    /// Takes over the caller's reference of a C handle.
+    static Attribute CreateAndSteal(OxAttributeStruct* handle) noexcept {
+        Attribute attribute;
+        attribute.handle = handle;
+        return attribute;
+    }
+    /// The C handle, owned by this object still.
+    OxAttributeStruct* getHandle() const noexcept { return handle; }
+    /// The C handle with one more reference, owned by the caller.
+    OxAttributeStruct* getRetainedHandle() const noexcept {
+        if (handle) retain(handle);
+        return handle;
+    }
+    /// Hands this object's reference to the caller and becomes invalid.
+    OxAttributeStruct* detach() noexcept { return std::exchange(handle, nullptr); }
+
+    static void retain(OxAttributeStruct* handle) noexcept;
+    static void release(OxAttributeStruct* handle) noexcept;
+
+protected:
+    /// Keeps `other`'s value only if it is of the type wanted.
+    Attribute(const Attribute& other, AttributeType wanted) noexcept
+        : Attribute(other.getType() == wanted ? other : Attribute()) {}
+    Attribute(Attribute&& other, AttributeType wanted) noexcept
+        : Attribute(other.getType() == wanted ? std::move(other) : Attribute()) {}
+
+    OxAttributeStruct* handle = nullptr;
+};
+
+/// The values of one time sample, read in place; it keeps its attribute alive.
+template <typename T>
+class ConstSample {
+public:
+    ConstSample() = default;
+    ConstSample(Attribute attribute, const T* first, std::int64_t count)
+        : owner(std::move(attribute)), values(first), count(count) {}
+
+    const T* data() const noexcept { return values; }
+    std::size_t size() const noexcept { return static_cast<std::size_t>(count); }
+    bool empty() const noexcept { return count == 0; }
+    const T& operator[](std::size_t index) const noexcept { return values[index]; }
+    const T* begin() const noexcept { return values; }
+    const T* end() const noexcept { return values + count; }
+
+private:
+    Attribute owner;
+    const T* values = nullptr;
+    std::int64_t count = 0;
+};
+
+/// The strings of one time sample, read in place; it keeps its attribute alive.
+/// Every string is followed by a NUL byte, so `[i].data()` is also a C string.
+class OXTELLARSDK_API ConstStringSample {
+public:
+    ConstStringSample() = default;
+    ConstStringSample(Attribute attribute, const std::uint32_t* ends, const char* bytes,
+                      std::int64_t count)
+        : owner(std::move(attribute)), ends(ends), bytes(bytes), count(count) {}
+
+    std::size_t size() const noexcept { return static_cast<std::size_t>(count); }
+    bool empty() const noexcept { return count == 0; }
+    std::string_view operator[](std::size_t index) const noexcept {
+        return {bytes + ends[index], ends[index + 1] - ends[index] - 1};
+    }
+
+    class Iterator {
+    public:
+        Iterator(const ConstStringSample* sample, std::size_t index)
+            : sample(sample), index(index) {}
+        std::string_view operator*() const { return (*sample)[index]; }
+        Iterator& operator++() {
+            ++index;
+            return *this;
+        }
+        bool operator!=(const Iterator& other) const { return index != other.index; }
+
+    private:
+        const ConstStringSample* sample;
+        std::size_t index;
+    };
+    Iterator begin() const { return {this, 0}; }
+    Iterator end() const { return {this, size()}; }
+
+private:
+    Attribute owner;
+    const std::uint32_t* ends = nullptr; // count + 1 offsets into bytes; each end counts the NUL
+    const char* bytes = nullptr;
+    std::int64_t count = 0;
+};
+
+/// What numeric and string attributes share: values in tuples, at one or more times.
+/// All queries of an invalid handle answer 0.
+class OXTELLARSDK_API DataAttribute : public Attribute {
+public:
+    DataAttribute() noexcept = default;
+
+    /// Values that belong together, 3 for a point, say.
+    std::int64_t getTupleSize() const noexcept;
+    /// Values in one time sample.
+    std::int64_t getNumberOfValues() const noexcept;
+    std::int64_t getNumberOfTuples() const noexcept;
+    std::int64_t getNumberOfTimeSamples() const noexcept;
+    /// Ascending. `index` out of range gives 0.
+    float getSampleTime(std::int64_t index) const noexcept;
+    /// The index of the sample nearest to `time`, the earlier one of two as near;
+    /// -1 for an invalid handle.
+    std::int64_t getNearestSampleIndex(float time) const noexcept;
+
+protected:
+    using Attribute::Attribute;
+};
+
+/// Integers, floats or doubles.
+///
+/// Constructors throw std::invalid_argument for a tuple size below 1, and
+/// std::runtime_error for an unusable set of time samples.
+template <typename T>
+class OXTELLARSDK_API NumericAttribute : public DataAttribute {
+public:
+    using value_type = T;
+    static const AttributeType kType;
+
+    NumericAttribute() noexcept = default;
+    /// Invalid when `other` is of another type: nothing is converted.
+    NumericAttribute(const Attribute& other) noexcept : DataAttribute(other, kType) {}
+    NumericAttribute(Attribute&& other) noexcept : DataAttribute(std::move(other), kType) {}
+
+    explicit NumericAttribute(T value);
+    NumericAttribute(const T* values, std::int64_t count, std::int64_t tupleSize);
+    NumericAttribute(std::initializer_list<T> values, std::int64_t tupleSize)
+        : NumericAttribute(values.begin(), static_cast<std::int64_t>(values.size()), tupleSize) {}
+    NumericAttribute(const std::vector<T>& values, std::int64_t tupleSize)
+        : NumericAttribute(values.data(), static_cast<std::int64_t>(values.size()), tupleSize) {}
+    /// One sample a time; throws "Error building attribute time samples are different
+    /// sizes." unless all have as many values. An empty map gives one empty sample.
+    NumericAttribute(const std::map<float, std::vector<T>>& samples, std::int64_t tupleSize);
+    /// `timeCount` strictly ascending times, and `timeCount` runs of `count` values.
+    NumericAttribute(const float* times, std::int64_t timeCount, const T* values,
+                     std::int64_t count, std::int64_t tupleSize);
+
+    /// The first value of the sample nearest to time 0. Without one: `defaultValue`,
+    /// or std::runtime_error "Attribute has no value." when `throwOnError`.
+    T getValue(T defaultValue = T(), bool throwOnError = true) const;
+
+    /// Empty for an invalid handle.
+    ConstSample<T> getNearestSample(float time) const&;
+    ConstSample<T> getNearestSample(float time) &&;
+
+    /// Fills `out[0..count)` with values at `time`, linearly interpolated between
+    /// samples and held beyond the first and last. Where there is no value, writes
+    /// `defaultValue`, or throws std::runtime_error "Attribute has too few values."
+    /// when `throwOnError`.
+    void fillInterpSample(T* out, std::int64_t count, float time, T defaultValue = T(),
+                          bool throwOnError = true) const;
+};
+
+extern template class NumericAttribute<std::int32_t>;
+extern template class NumericAttribute<float>;
+extern template class NumericAttribute<double>;
+
+using IntAttribute = NumericAttribute<std::int32_t>;
+using FloatAttribute = NumericAttribute<float>;
+using DoubleAttribute = NumericAttribute<double>;
+
+/// Byte strings, usually UTF-8. They may hold any bytes, NUL included.
+class OXTELLARSDK_API StringAttribute : public DataAttribute {
+public:
+    using value_type = std::string;
+
+    StringAttribute() noexcept = default;
+    StringAttribute(const Attribute& other) noexcept : DataAttribute(other, kAttributeTypeString) {}
+    StringAttribute(Attribute&& other) noexcept
+        : DataAttribute(std::move(other), kAttributeTypeString) {}
+
+    explicit StringAttribute(std::string_view value);
+    explicit StringAttribute(const char* value) : StringAttribute(std::string_view(value)) {}
+    StringAttribute(const std::string_view* values, std::int64_t count, std::int64_t tupleSize);
+    StringAttribute(const std::vector<std::string>& values, std::int64_t tupleSize);
+    StringAttribute(std::initializer_list<std::string_view> values, std::int64_t tupleSize)
+        : StringAttribute(values.begin(), static_cast<std::int64_t>(values.size()), tupleSize) {}
+    /// As for numbers: all samples as many values, or the same std::runtime_error.
+    StringAttribute(const std::map<float, std::vector<std::string>>& samples,
+                    std::int64_t tupleSize);
+
+    /// As for numbers.
+    std::string getValue(const std::string& defaultValue = std::string(),
+                         bool throwOnError = true) const;
+    /// The value that getValue("", false) copies, in place: it lives as long as the
+    /// attribute's value does.
+    std::string_view getValueView() const noexcept;
+
+    ConstStringSample getNearestSample(float time) const&;
+    ConstStringSample getNearestSample(float time) &&;
+    /// Sample by index; empty when out of range.
+    ConstStringSample getSample(std::int64_t index) const;
+};
+
+/// A value that says only that it is there.
+class OXTELLARSDK_API NullAttribute : public Attribute {
+public:
+    NullAttribute();
+    NullAttribute(const Attribute& other) noexcept : Attribute(other, kAttributeTypeNull) {}
+};
+
+/// Named children in a fixed order, names unique.
+///
+/// Children are found by dotted path ("geometry.point.P"); a child whose own name
+/// holds a dot is reached by findChild or by index only. A group says whether it
+/// inherits: whether the same group on a parent location shows through it.
+class OXTELLARSDK_API GroupAttribute : public Attribute {
+public:
+    using Child = std::pair<std::string, Attribute>;
+
+    GroupAttribute() noexcept = default;
+    GroupAttribute(const Attribute& other) noexcept : Attribute(other, kAttributeTypeGroup) {}
+    GroupAttribute(Attribute&& other) noexcept : Attribute(std::move(other), kAttributeTypeGroup) {}
+
+    /// An empty group.
+    explicit GroupAttribute(bool groupInherit);
+    /// Names are taken as they are, dots included. Invalid children are left out; of
+    /// two with one name the last wins and takes the first one's place. Throws
+    /// std::runtime_error when the result would be nested deeper than kMaxGroupDepth.
+    GroupAttribute(const std::vector<Child>& children, bool groupInherit);
+
+    std::int64_t getNumberOfChildren() const noexcept;
+    /// Empty when out of range.
+    std::string getChildName(std::int64_t index) const;
+    /// The name in place, followed by a NUL byte; lives as long as the group's value.
+    std::string_view getChildNameView(std::int64_t index) const noexcept;
+    /// Invalid when out of range.
+    Attribute getChildByIndex(std::int64_t index) const;
+    /// By dotted path, without allocating; invalid when there is none.
+    Attribute getChildByName(std::string_view path) const;
+    /// The index of the child with just this name, or -1.
+    std::int64_t findChild(std::string_view name) const noexcept;
+    /// As findChild, looking at `hint` first: finds the next one of a run for free.
+    std::int64_t findChild(std::string_view name, std::int64_t hint) const noexcept;
+    /// True for an invalid handle.
+    bool getGroupInherit() const noexcept;
+};
+
+/// Deepest nesting of groups that can be built or read.
+constexpr int kMaxGroupDepth = 2048;
+
+/// Turns the text of Attribute::getXML back into the attribute. Throws
+/// std::runtime_error with line and column for any other text.
+OXTELLARSDK_API Attribute ParseAttributeXml(std::string_view text);
+
+} // namespace OxAttribute
+
+#endif

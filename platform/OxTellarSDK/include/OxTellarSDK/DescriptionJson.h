@@ -1,0 +1,30 @@
+#ifndef OXTELLARSDK_DESCRIPTIONJSON_H
+#define OXTELLARSDK_DESCRIPTIONJSON_H
+
+#include <string>
+#include <string_view>
+
+#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/Export.h>
+
+namespace OxAttribute {
+
+/// Reads an op-tree description written as JSON (docs/description-json.md). Throws
+/// std::runtime_error "<source>:<line>:<column>: ..." naming the Op at fault. Relative
+/// file arguments are taken relative to `directory`.
+OXTELLARSDK_API GroupAttribute ParseDescriptionJson(std::string_view text,
+                                                    const std::string& source,
+                                                    const std::string& directory);
+OXTELLARSDK_API GroupAttribute ReadDescriptionJsonFile(const std::string& path);
+
+/// The description as JSON text that reads back as an equal description. Throws
+/// std::runtime_error naming the Op that cannot be written.
+OXTELLARSDK_API std::string WriteDescriptionJson(const GroupAttribute& description);
+
+/// Any attribute as JSON: plain where plain JSON reads back equal, else the typed form
+/// of the same document. `indent` spaces a level, -1 for one line.
+OXTELLARSDK_API std::string WriteAttributeJson(const Attribute& attribute, int indent = 2);
+
+} // namespace OxAttribute
+
+#endif

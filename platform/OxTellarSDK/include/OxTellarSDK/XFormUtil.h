@@ -1,0 +1,41 @@
+#ifndef OXTELLARSDK_XFORMUTIL_H
+#define OXTELLARSDK_XFORMUTIL_H
+
+#include <utility>
+
+#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/Export.h>
+
+/// Matrices out of "xform" groups.
+///
+/// A group's children are applied from last to first: a location's own "xform" group
+/// reads translate, rotate, scale, and its points are scaled first; a chain group of
+/// locations ("i0", "i1", ... from the root down, as GeometryProducer::getGlobalXFormGroup
+/// makes it) reads root first, and the leaf is applied first. A child's kind is told by
+/// the beginning of its name:
+///
+///     translate  3 values
+///     rotate     4 values: degrees, axis x, y, z; no rotation when the axis has no length
+///     scale      3 values
+///     shear      3 values: xy, xz, yz
+///     matrix     16 values, row major
+///     origin     any value, even none: everything above it is forgotten
+///     any group  its children, in place, whatever its name
+///
+/// Row vectors: a point is p M, translation sits in the last row. Values may be doubles
+/// or floats, with time samples; they are interpolated linearly. Children of other names
+/// or with too few values are skipped.
+namespace OxXFormUtil {
+
+/// The matrix at `time`: 16 doubles (tuple size 16) in one sample at that time, and
+/// whether any child took part. Invalid when `xform` is invalid or no child took part.
+OXTELLARSDK_API std::pair<OxAttribute::DoubleAttribute, bool>
+CalcTransformMatrixAtTime(const OxAttribute::GroupAttribute& xform, float time);
+
+/// The same, with one sample for every time at which some child that takes part has one.
+OXTELLARSDK_API std::pair<OxAttribute::DoubleAttribute, bool>
+CalcTransformMatrixAtExistingTimes(const OxAttribute::GroupAttribute& xform);
+
+} // namespace OxXFormUtil
+
+#endif

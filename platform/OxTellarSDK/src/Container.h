@@ -1,0 +1,132 @@
+#ifndef OXTELLARSDK_CONTAINER_H
+#define OXTELLARSDK_CONTAINER_H
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "AttributeNode.h"
+#include "FileBuffer.h"
+#include "ThreadSlot.h"
+
+namespace OxAttribute {
+
+constexpr std::uint64_t kBlockBytes = 65536;
+constexpr std::uint32_t kContainerVersion = 1;
+constexpr char kContainerMagic[8] = {'O', 'x', 'A', 't', 't', 'r', '\x1a', '\n'};
+constexpr char kContainerEndMagic[8] = {'O', 'x', 'A', 't', 't', 'E', 'n', 'd'};
+
+enum class ContainerKind : std::uint32_t { AttributeStream = 1, OpFile = 2 };
+
+struct ContainerHeader {
+    char magic[8];
+    std::uint32_t version;
+    std::uint32_t kind;
+    std::uint8_t reserved[48]; // 0
+};
+static_assert(sizeof(ContainerHeader) == 64, "part of the file format");
+
+struct ContainerFooter {
+    std::uint64_t tableOffset; // end of the values, start of the block checksums
+    std::uint64_t fileBytes;
+    std::uint32_t rootUnit;
+    std::uint32_t reserved; // 0
+    std::uint64_t tableChecksum;
+    char magic[8];
+    std::uint64_t footerChecksum; // of the bytes before it
+};
+static_assert(sizeof(ContainerFooter) == 48, "part of the file format");
+
+/// An open attribute file: values are read where they lie.
+///
+/// Trust: header, footer and the table of block checksums are checked when the file is
+/// opened. A block of values is compared with its checksum before the first byte of it is
+/// used, a value before the first handle to it is given out: its extents, its names, its
+/// place in the tree. Groups form a strict tree (each lies in a region that belongs to its
+/// parent alone) and get shallower downwards, so no file can make a reader loop, recurse
+/// without end or see more groups than the file has bytes.
+///
+/// Life: every handle to a value counts. Counts are kept per thread, as two counters that
+/// only their thread writes, so that threads reading one file do not wait for each other;
+/// Collect() adds them up and closes the files that nobody holds. It runs whenever a file is
+/// opened and whenever an op graph is let go.
+class Container {
+public:
+    /// Takes the buffer and returns the root value with one reference. `name` is for errors.
+    /// Throws std::runtime_error for anything but an undamaged file of the kind wanted.
+    static Attribute Open(FileBuffer buffer, const std::string& name, ContainerKind wanted);
+
+    /// Closes all files to which no handle is left.
+    static void Collect();
+
+    static Container* Of(const Node* node) {
+        return reinterpret_cast<Container* const*>(FileBase(node))[-1];
+    }
+
+    void retain() noexcept;
+    void release() noexcept;
+
+    /// The checked child of a checked group, without a reference.
+    const Node* child(const Node* group, std::uint64_t index);
+
+    /// Whether the file is so large that reading all of it must be avoided.
+    bool isLarge() const { return bytes > FileBuffer::kMapThreshold; }
+    const Hash& identity() const { return contentIdentity; }
+
+    ~Container();
+
+private:
+    Container(FileBuffer buffer, std::string name);
+
+    Attribute root();
+    void checkFrame();
+    void checkKind(ContainerKind wanted) const;
+    [[noreturn]] void refuse(const std::string& why) const;
+    void verifyRange(std::uint64_t begin, std::uint64_t end);
+    void verifyBlock(std::uint64_t block);
+    [[noreturn]] void damaged(const std::string& what, std::uint64_t unit) const;
+
+    struct Place {
+        std::uint64_t unit;
+        std::int8_t type;        // what the parent's entry says
+        std::uint64_t firstUnit; // groups: nothing of theirs lies before it
+        int maximumDepth;        // groups
+    };
+    const Node* checked(const Place& place);
+    void checkNode(const Place& place);
+    void checkData(const Node* node);
+    void checkStrings(const Node* node, std::uint64_t valuesOffset);
+    void checkGroup(const Node* node, const Place& place);
+    void checkNames(const Node* node);
+    std::uint64_t endOf(const Node* node, std::uint64_t offset, std::uint64_t elementBytes,
+                        std::uint64_t elements) const;
+
+    bool isUnused() const;
+
+    // One line each, so that two threads never write to the same one.
+    struct alignas(64) Slot {
+        std::atomic<std::uint64_t> taken{0};
+        std::atomic<std::uint64_t> dropped{0};
+    };
+
+    FileBuffer buffer;
+    std::string name;
+    const char* base;
+    std::uint64_t bytes;
+    ContainerHeader header;
+    ContainerFooter footer;
+    Hash contentIdentity;
+    std::unique_ptr<std::atomic<std::uint8_t>[]> verifiedBlocks;
+    struct FreeDeleter {
+        void operator()(void* memory) const;
+    };
+    // One bit a unit. Left to the system to fill with zeros where it is never touched.
+    std::unique_ptr<std::atomic<std::uint64_t>, FreeDeleter> checkedUnits;
+    std::array<Slot, ThreadSlot::kCount> slots;
+};
+
+} // namespace OxAttribute
+
+#endif

@@ -1,0 +1,164 @@
+#include <OxTellarSDK/FileStream.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+#include <vector>
+
+#include <sys/stat.h>
+#include <zstd.h>
+
+#include <OxTellarSDK/AttributeTypes.h>
+
+#include "FileBuffer.h"
+
+namespace OxAttribute {
+
+namespace {
+
+constexpr unsigned char kZstdMagic[4] = {0x28, 0xb5, 0x2f, 0xfd};
+
+// What a compressed file may grow to: more than any real scene compresses, and little
+// enough that a small hostile file cannot fill the memory.
+constexpr std::uint64_t kAlwaysAllowedBytes = 64u << 20;
+constexpr std::uint64_t kMaximumRatio = 2000;
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+struct DecompressorDeleter {
+    void operator()(ZSTD_DStream* stream) const { ZSTD_freeDStream(stream); }
+};
+
+} // namespace
+
+struct FileStream::State {
+    std::string path;
+    std::unique_ptr<std::FILE, FileCloser> file;
+    std::uint64_t fileBytes = 0;
+    bool regular = false;
+    bool touched = false; // something was read already
+
+    std::unique_ptr<ZSTD_DStream, DecompressorDeleter> decompressor; // null: plain
+    std::vector<char> input;
+    ZSTD_inBuffer unread{nullptr, 0, 0};
+    bool frameOpen = false; // inside a compressed frame: the file must not end here
+    std::uint64_t delivered = 0;
+
+    [[noreturn]] void fail(const std::string& reason) const {
+        throw std::runtime_error("Cannot read file \"" + path + "\": " + reason);
+    }
+
+    std::int64_t readPlain(void* buffer, std::int64_t bytes) const {
+        const std::size_t got = std::fread(buffer, 1, static_cast<std::size_t>(bytes), file.get());
+        if (got == 0 && std::ferror(file.get())) fail(std::strerror(errno));
+        return static_cast<std::int64_t>(got);
+    }
+
+    bool refill() {
+        const std::int64_t got = readPlain(input.data(), static_cast<std::int64_t>(input.size()));
+        unread = {input.data(), static_cast<std::size_t>(got), 0};
+        return got > 0;
+    }
+
+    std::int64_t readCompressed(void* buffer, std::int64_t bytes) {
+        ZSTD_outBuffer output{buffer, static_cast<std::size_t>(bytes), 0};
+        for (;;) {
+            // An open frame may hold more output than the last buffer could take.
+            if (frameOpen || unread.pos < unread.size) {
+                const std::size_t status =
+                    ZSTD_decompressStream(decompressor.get(), &output, &unread);
+                if (ZSTD_isError(status)) fail(ZSTD_getErrorName(status));
+                frameOpen = status != 0;
+                if (output.pos > 0) break;
+            }
+            if (unread.pos == unread.size && !refill()) {
+                if (frameOpen) fail("the compressed data ends early");
+                return 0;
+            }
+        }
+        delivered += output.pos;
+        if (delivered > kAlwaysAllowedBytes && delivered / kMaximumRatio > fileBytes)
+            fail("it decompresses to more than " + std::to_string(kMaximumRatio) +
+                 " times its size");
+        return static_cast<std::int64_t>(output.pos);
+    }
+};
+
+FileStream::FileStream(const std::string& path, bool decompress)
+    : state(std::make_unique<State>()) {
+    state->path = path;
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) state->fail(std::strerror(errno));
+    if ((status.st_mode & S_IFMT) == S_IFDIR) state->fail("it is a directory");
+    state->file.reset(std::fopen(path.c_str(), "rb"));
+    if (!state->file) state->fail(std::strerror(errno));
+    state->regular = (status.st_mode & S_IFMT) == S_IFREG;
+    state->fileBytes = static_cast<std::uint64_t>(status.st_size);
+    if (!decompress || !state->regular) return;
+
+    unsigned char start[sizeof kZstdMagic];
+    const bool compressed = std::fread(start, 1, sizeof start, state->file.get()) == sizeof start &&
+                            std::memcmp(start, kZstdMagic, sizeof start) == 0;
+    std::rewind(state->file.get());
+    if (!compressed) return;
+    state->decompressor.reset(ZSTD_createDStream());
+    if (!state->decompressor) throw std::bad_alloc();
+    state->input.resize(ZSTD_DStreamInSize());
+}
+
+FileStream::~FileStream() = default;
+
+const std::string& FileStream::getPath() const {
+    return state->path;
+}
+
+std::int64_t FileStream::read(void* stream, void* buffer, std::int64_t bytes) {
+    if (bytes <= 0) return 0;
+    State& state = *static_cast<FileStream*>(stream)->state;
+    state.touched = true;
+    return state.decompressor ? state.readCompressed(buffer, bytes)
+                              : state.readPlain(buffer, bytes);
+}
+
+FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
+                                     std::string& name) {
+    std::uint64_t expected = 0;
+    if (read == &FileStream::read) {
+        const FileStream::State& state = *static_cast<FileStream*>(stream)->state;
+        name = "File \"" + state.path + '"';
+        if (state.regular && !state.decompressor && !state.touched) {
+            expected = state.fileBytes;
+#ifndef _WIN32
+            if (expected > FileBuffer::kMapThreshold) {
+                try {
+                    return FileBuffer::Map(fileno(state.file.get()), expected);
+                } catch (const std::runtime_error& error) {
+                    state.fail(error.what());
+                }
+            }
+#endif
+        }
+    }
+    // One byte more than expected shows the end without a second buffer.
+    FileBuffer buffer = FileBuffer::Allocate(std::max<std::uint64_t>(expected + 1, 65536));
+    std::uint64_t filled = 0;
+    for (;;) {
+        if (filled == buffer.size()) {
+            FileBuffer larger = FileBuffer::Allocate(buffer.size() * 2);
+            std::memcpy(larger.data(), buffer.data(), filled);
+            buffer = std::move(larger);
+        }
+        const std::int64_t got =
+            read(stream, buffer.data() + filled, static_cast<std::int64_t>(buffer.size() - filled));
+        if (got < 0) throw std::runtime_error("Cannot read " + name + ": the stream failed");
+        if (got == 0) break;
+        filled += static_cast<std::uint64_t>(got);
+    }
+    buffer.shrink(filled);
+    return buffer;
+}
+
+} // namespace OxAttribute

@@ -1,0 +1,135 @@
+#include <OxTellarSDK/GlobalAttribute.h>
+
+#include <cstdint>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <OxTellarSDK/LocationPath.h>
+
+namespace OxTellarServices {
+
+BaseGlobalAttributeProviderLegacy::~BaseGlobalAttributeProviderLegacy() = default;
+
+} // namespace OxTellarServices
+
+namespace OxTellarCookInterfaceUtils {
+namespace {
+
+using namespace OxAttribute;
+using Provider = OxTellarServices::BaseGlobalAttributeProviderLegacy;
+
+constexpr int kProvided = 0;
+
+/// What a location sees of its own value `near` and of `far`, what its parent sees.
+Attribute Inherit(const Attribute& near, const Attribute& far) {
+    const GroupAttribute nearGroup(near);
+    const GroupAttribute farGroup(far);
+    if (!near.isValid()) return far;
+    if (!nearGroup.isValid() || !nearGroup.getGroupInherit() || !farGroup.isValid()) return near;
+
+    // The ancestors' children come first, so that all locations below see one order.
+    std::vector<GroupAttribute::Child> children;
+    children.reserve(static_cast<std::size_t>(farGroup.getNumberOfChildren()));
+    for (std::int64_t index = 0; index < farGroup.getNumberOfChildren(); ++index) {
+        const std::string_view name = farGroup.getChildNameView(index);
+        const Attribute own = nearGroup.getChildByIndex(nearGroup.findChild(name));
+        children.emplace_back(name, Inherit(own, farGroup.getChildByIndex(index)));
+    }
+    for (std::int64_t index = 0; index < nearGroup.getNumberOfChildren(); ++index) {
+        const std::string_view name = nearGroup.getChildNameView(index);
+        if (farGroup.findChild(name) < 0)
+            children.emplace_back(name, nearGroup.getChildByIndex(index));
+    }
+    return GroupAttribute(children, true);
+}
+
+/// True when `head`, the attribute that the first part of a dotted name leads to, or anything
+/// on the way below it hides the ancestors' values from the location.
+bool HidesAncestors(const Attribute& head, std::string_view name) {
+    Attribute attribute = head;
+    std::size_t dot = name.find('.');
+    while (attribute.isValid() && dot != std::string_view::npos) {
+        const GroupAttribute group(attribute);
+        if (!group.isValid() || !group.getGroupInherit()) return true;
+        name.remove_prefix(dot + 1);
+        dot = name.find('.');
+        attribute = group.getChildByName(name.substr(0, dot));
+    }
+    return false;
+}
+
+bool InheritsMore(const Attribute& value) {
+    const GroupAttribute group(value);
+    return !value.isValid() || (group.isValid() && group.getGroupInherit());
+}
+
+std::string AncestorPath(std::string_view path, int depth) {
+    for (; depth > 0; --depth)
+        path = OxLocationPath::Parent(path);
+    return std::string(path);
+}
+
+/// The values of the location and its ancestors, nearest first, up to the one that hides the
+/// rest; locations without a value are left out.
+class Lookup {
+public:
+    Lookup(Provider& provider, const std::string& name)
+        : provider(provider), name(name), head(name.substr(0, name.find('.'))) {}
+
+    void run() {
+        for (int depth = 0; visit(depth); ++depth) {
+        }
+    }
+
+    /// Folded from the far end: a value that does not inherit must hide those above it also
+    /// from the locations below it.
+    Attribute result() const {
+        Attribute seen;
+        for (auto value = values.rbegin(); value != values.rend(); ++value)
+            seen = Inherit(*value, seen);
+        return seen;
+    }
+
+    int nearestDepth() const { return nearest; }
+
+private:
+    /// False when nothing further up can contribute.
+    bool visit(int depth) {
+        Attribute value;
+        if (provider.provideAttribute(name, depth, value) != kProvided) return false;
+        if (value.isValid()) {
+            if (nearest < 0) nearest = depth;
+            values.push_back(value);
+        }
+        return InheritsMore(value) && !isHiddenAt(depth);
+    }
+
+    bool isHiddenAt(int depth) {
+        if (head.size() == name.size()) return false;
+        Attribute value;
+        if (provider.provideAttribute(head, depth, value) != kProvided) return true;
+        return HidesAncestors(value, name);
+    }
+
+    Provider& provider;
+    const std::string& name;
+    const std::string head;
+    std::vector<Attribute> values;
+    int nearest = -1;
+};
+
+} // namespace
+
+Attribute getGlobalAttrGeneric(Provider& provider, const std::string& name,
+                               const std::string& locationPath, std::string* foundAt) {
+    Lookup lookup(provider, name);
+    lookup.run();
+    if (foundAt) {
+        const int depth = lookup.nearestDepth();
+        *foundAt = depth < 0 ? std::string() : AncestorPath(locationPath, depth);
+    }
+    return lookup.result();
+}
+
+} // namespace OxTellarCookInterfaceUtils

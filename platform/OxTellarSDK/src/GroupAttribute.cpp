@@ -1,0 +1,159 @@
+#include <OxTellarSDK/Attribute.h>
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+#include <stdexcept>
+#include <unordered_map>
+
+#include "AttributeNode.h"
+#include "GroupChildren.h"
+
+namespace OxAttribute {
+
+namespace {
+
+template <typename Entry>
+bool IsNamed(const Node* node, std::uint64_t index, std::string_view name) {
+    const Entry& entry = Entries<Entry>(node)[index];
+    return entry.nameLength == name.size() && NameOf(node, entry) == name;
+}
+
+template <typename Entry>
+std::int64_t Find(const Node* node, std::string_view name) {
+    const Entry* entries = Entries<Entry>(node);
+    const std::uint32_t hash = HashName(name);
+    if (node->count <= kLinearSearchLimit) {
+        for (std::uint64_t i = 0; i < node->count; ++i)
+            if (entries[i].nameHash == hash && IsNamed<Entry>(node, i, name))
+                return static_cast<std::int64_t>(i);
+        return -1;
+    }
+    const std::uint32_t* sorted = SortedIndices<Entry>(node);
+    const std::uint32_t* end = sorted + node->count;
+    const std::uint32_t* found =
+        std::lower_bound(sorted, end, hash, [entries](std::uint32_t index, std::uint32_t wanted) {
+            return entries[index].nameHash < wanted;
+        });
+    for (; found != end && entries[*found].nameHash == hash; ++found)
+        if (IsNamed<Entry>(node, *found, name)) return *found;
+    return -1;
+}
+
+std::int64_t FindIn(const Node* node, std::string_view name) {
+    return IsInFile(node) ? Find<FileEntry>(node, name) : Find<MemoryEntry>(node, name);
+}
+
+} // namespace
+
+Attribute MakeGroup(const std::vector<NamedChild>& children, bool inherit) {
+    const std::uint64_t count = children.size();
+    if (count > UINT32_MAX) throw std::runtime_error("A group cannot have that many children");
+    int depth = 1;
+    std::uint64_t nameBytes = 0;
+    for (const NamedChild& child : children) {
+        nameBytes += child.name.size() + 1;
+        if (child.name.size() > UINT32_MAX)
+            throw std::runtime_error("A group cannot have a name of that length");
+        depth = std::max(depth, child.attribute->getHandle()->depth + 1);
+    }
+    if (depth > kMaxGroupDepth)
+        throw std::runtime_error("Groups cannot be nested deeper than " +
+                                 std::to_string(kMaxGroupDepth) + " levels");
+
+    const std::uint64_t sortedBytes = count > kLinearSearchLimit ? 4 * count : 0;
+    const std::uint64_t namesOffset = sizeof(Node) + count * sizeof(MemoryEntry) + sortedBytes;
+    Node* node = AllocateNode(kAttributeTypeGroup, namesOffset - sizeof(Node) + nameBytes);
+    node->flags = inherit ? kGroupInherit : 0;
+    node->depth = static_cast<std::uint16_t>(depth);
+    node->count = count;
+    auto* entries = const_cast<MemoryEntry*>(Entries<MemoryEntry>(node));
+    std::uint64_t nameOffset = namesOffset;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::string_view name = children[i].name;
+        char* nameStart = reinterpret_cast<char*>(node) + nameOffset;
+        if (!name.empty()) std::memcpy(nameStart, name.data(), name.size());
+        nameStart[name.size()] = '\0';
+        entries[i] = {HashName(name), static_cast<std::uint32_t>(name.size()), nameOffset,
+                      children[i].attribute->getRetainedHandle()};
+        nameOffset += name.size() + 1;
+    }
+    if (sortedBytes > 0) {
+        auto* sorted = const_cast<std::uint32_t*>(SortedIndices<MemoryEntry>(node));
+        std::iota(sorted, sorted + count, 0u);
+        std::sort(sorted, sorted + count, [entries](std::uint32_t a, std::uint32_t b) {
+            return entries[a].nameHash != entries[b].nameHash
+                       ? entries[a].nameHash < entries[b].nameHash
+                       : a < b;
+        });
+    }
+    return Attribute::CreateAndSteal(node);
+}
+
+GroupAttribute::GroupAttribute(bool groupInherit) : GroupAttribute(MakeGroup({}, groupInherit)) {}
+
+GroupAttribute::GroupAttribute(const std::vector<Child>& children, bool groupInherit) {
+    std::vector<NamedChild> kept;
+    kept.reserve(children.size());
+    std::unordered_map<std::string_view, std::size_t> places;
+    for (const Child& child : children) {
+        if (!child.second.isValid()) continue;
+        const auto [place, isNew] = places.try_emplace(child.first, kept.size());
+        if (isNew)
+            kept.push_back({child.first, &child.second});
+        else
+            kept[place->second].attribute = &child.second;
+    }
+    Attribute::operator=(MakeGroup(kept, groupInherit));
+}
+
+std::int64_t GroupAttribute::getNumberOfChildren() const noexcept {
+    return handle ? static_cast<std::int64_t>(handle->count) : 0;
+}
+
+std::string GroupAttribute::getChildName(std::int64_t index) const {
+    return std::string(getChildNameView(index));
+}
+
+std::string_view GroupAttribute::getChildNameView(std::int64_t index) const noexcept {
+    if (index < 0 || index >= getNumberOfChildren()) return {};
+    return IsInFile(handle) ? NameOf(handle, Entries<FileEntry>(handle)[index])
+                            : NameOf(handle, Entries<MemoryEntry>(handle)[index]);
+}
+
+Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
+    if (index < 0 || index >= getNumberOfChildren()) return {};
+    return CreateAndSteal(RetainedChild(handle, static_cast<std::uint64_t>(index)));
+}
+
+Attribute GroupAttribute::getChildByName(std::string_view path) const {
+    if (!handle) return {};
+    GroupAttribute held; // keeps what `node` points to
+    const Node* node = handle;
+    for (;;) {
+        const std::size_t dot = path.find('.');
+        const std::int64_t index = FindIn(node, path.substr(0, dot));
+        if (index < 0) return {};
+        Attribute child = CreateAndSteal(RetainedChild(node, static_cast<std::uint64_t>(index)));
+        if (dot == std::string_view::npos) return child;
+        if (child.getType() != kAttributeTypeGroup) return {};
+        held = GroupAttribute(std::move(child));
+        node = held.getHandle();
+        path.remove_prefix(dot + 1);
+    }
+}
+
+std::int64_t GroupAttribute::findChild(std::string_view name) const noexcept {
+    return handle ? FindIn(handle, name) : -1;
+}
+
+std::int64_t GroupAttribute::findChild(std::string_view name, std::int64_t hint) const noexcept {
+    if (hint >= 0 && hint < getNumberOfChildren() && getChildNameView(hint) == name) return hint;
+    return findChild(name);
+}
+
+bool GroupAttribute::getGroupInherit() const noexcept {
+    return !handle || (handle->flags & kGroupInherit) != 0;
+}
+
+} // namespace OxAttribute

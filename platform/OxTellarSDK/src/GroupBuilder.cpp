@@ -1,0 +1,162 @@
+#include <OxTellarSDK/GroupBuilder.h>
+
+#include <deque>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "GroupChildren.h"
+
+namespace OxAttribute {
+
+/// A group under construction. A child is a finished attribute, a group under construction, or
+/// (after a removal) nothing; its place in `children` never changes.
+struct GroupBuilder::Node {
+    struct Child {
+        std::string name;
+        Attribute attribute;
+        std::unique_ptr<Node> group;
+
+        bool isEmpty() const { return !attribute.isValid() && !group; }
+    };
+
+    std::deque<Child> children; // a deque, because `places` points to the names
+    std::unordered_map<std::string_view, std::size_t> places;
+    bool inherit = true;
+
+    Child* find(std::string_view name) {
+        const auto found = places.find(name);
+        return found == places.end() ? nullptr : &children[found->second];
+    }
+
+    Child& findOrAdd(std::string_view name) {
+        if (Child* child = find(name)) return *child;
+        children.push_back({std::string(name), {}, nullptr});
+        places.emplace(children.back().name, children.size() - 1);
+        return children.back();
+    }
+
+    void remove(std::string_view name) {
+        Child* child = find(name);
+        if (!child) return;
+        child->attribute = Attribute();
+        child->group.reset();
+        places.erase(name); // set again, it goes to the end
+    }
+
+    void adopt(const GroupAttribute& group) {
+        inherit = group.getGroupInherit();
+        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
+            findOrAdd(group.getChildNameView(i)).attribute = group.getChildByIndex(i);
+    }
+
+    /// The child as a group under construction; anything else that it was is lost.
+    static Node& open(Child& child, bool inheritIfNew) {
+        if (child.group) return *child.group;
+        child.group = std::make_unique<Node>();
+        const GroupAttribute existing(child.attribute);
+        child.attribute = Attribute();
+        if (existing.isValid())
+            child.group->adopt(existing);
+        else
+            child.group->inherit = inheritIfNew;
+        return *child.group;
+    }
+
+    void merge(const GroupAttribute& group) {
+        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+            const Attribute attribute = group.getChildByIndex(i);
+            Child& child = findOrAdd(group.getChildNameView(i));
+            const bool bothGroups =
+                attribute.getType() == kAttributeTypeGroup &&
+                (child.group || child.attribute.getType() == kAttributeTypeGroup);
+            if (bothGroups && !(child.attribute.isValid() &&
+                                child.attribute.getHandle() == attribute.getHandle())) {
+                open(child, true).merge(attribute);
+            } else {
+                child.group.reset();
+                child.attribute = attribute;
+            }
+        }
+    }
+
+    Attribute build() const {
+        std::vector<Attribute> built; // what the entries below borrow
+        built.reserve(children.size());
+        std::vector<NamedChild> entries;
+        entries.reserve(children.size());
+        for (const Child& child : children) {
+            if (child.isEmpty()) continue;
+            if (child.group) built.push_back(child.group->build());
+            entries.push_back({child.name, child.group ? &built.back() : &child.attribute});
+        }
+        return MakeGroup(entries, inherit);
+    }
+};
+
+GroupBuilder::GroupBuilder(BuilderMode mode) : root(std::make_unique<Node>()), mode(mode) {}
+GroupBuilder::GroupBuilder(GroupBuilder&&) noexcept = default;
+GroupBuilder& GroupBuilder::operator=(GroupBuilder&&) noexcept = default;
+GroupBuilder::~GroupBuilder() = default;
+
+void GroupBuilder::setGroupInherit(bool inherit) {
+    root->inherit = inherit;
+}
+
+void GroupBuilder::set(std::string_view path, const Attribute& attribute, bool groupInherit) {
+    if (!attribute.isValid()) return;
+    Node* node = root.get();
+    if (mode == BuilderModeNormal) {
+        int depth = 1;
+        for (std::size_t dot; (dot = path.find('.')) != std::string_view::npos;
+             path.remove_prefix(dot + 1)) {
+            if (++depth > kMaxGroupDepth)
+                throw std::runtime_error("Groups cannot be nested deeper than " +
+                                         std::to_string(kMaxGroupDepth) + " levels");
+            node = &Node::open(node->findOrAdd(path.substr(0, dot)), groupInherit);
+        }
+    }
+    Node::Child& child = node->findOrAdd(path);
+    child.group.reset();
+    child.attribute = attribute;
+}
+
+void GroupBuilder::del(std::string_view path) {
+    Node* node = root.get();
+    if (mode == BuilderModeNormal) {
+        for (std::size_t dot; (dot = path.find('.')) != std::string_view::npos;
+             path.remove_prefix(dot + 1)) {
+            Node::Child* child = node->find(path.substr(0, dot));
+            const bool isGroup =
+                child && (child->group || child->attribute.getType() == kAttributeTypeGroup);
+            if (!isGroup) return;
+            node = &Node::open(*child, true);
+        }
+    }
+    node->remove(path);
+}
+
+void GroupBuilder::update(const GroupAttribute& group) {
+    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+        Node::Child& child = root->findOrAdd(group.getChildNameView(i));
+        child.group.reset();
+        child.attribute = group.getChildByIndex(i);
+    }
+}
+
+void GroupBuilder::deepUpdate(const GroupAttribute& group) {
+    root->merge(group);
+}
+
+bool GroupBuilder::isEmpty() const {
+    return root->places.empty();
+}
+
+GroupAttribute GroupBuilder::build(BuilderBuildMode buildMode) {
+    GroupAttribute group(root->build());
+    if (buildMode == BuildAndFlush) root = std::make_unique<Node>();
+    return group;
+}
+
+} // namespace OxAttribute

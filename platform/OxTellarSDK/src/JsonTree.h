@@ -1,0 +1,87 @@
+#ifndef OXTELLARSDK_JSONTREE_H
+#define OXTELLARSDK_JSONTREE_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace OxAttribute {
+
+enum class JsonKind : unsigned char { Null, False, True, Number, String, Array, Object };
+
+class JsonValue;
+
+/// A JSON text, parsed, every value of which knows its place in the text. Comments (// and
+/// slash-star) are skipped. Numbers stay text, so that the reader of a number decides how
+/// exact it is. Immutable after parsing; memory is in proportion to the text.
+class JsonTree {
+public:
+    /// `text` is borrowed for as long as the tree lives. Throws std::runtime_error
+    /// "<source>:<line>:<column>: ..." when it is no JSON or is nested deeper than
+    /// `depthLimit` arrays and objects.
+    JsonTree(std::string_view text, std::string source, std::size_t depthLimit);
+
+    JsonValue root() const;
+
+private:
+    friend class JsonValue;
+    class Builder;
+
+    /// All values in the order of the text; what an array or object holds follows it, the
+    /// members of an object as key, value, key, value.
+    struct Node {
+        JsonKind kind;
+        std::size_t place;     // offset in the text
+        std::size_t textBegin; // strings: in `strings`; numbers: in the text
+        std::size_t textSize;
+        std::size_t next; // first node behind this value
+    };
+
+    std::string_view text;
+    std::string source;
+    std::vector<Node> nodes;
+    std::string strings; // decoded, one after the other
+};
+
+/// A value of a JsonTree; it borrows the tree. Copy it freely.
+class JsonValue {
+public:
+    JsonKind kind() const { return node().kind; }
+    bool isString() const { return kind() == JsonKind::String; }
+    bool isNumber() const { return kind() == JsonKind::Number; }
+    bool isArray() const { return kind() == JsonKind::Array; }
+    bool isObject() const { return kind() == JsonKind::Object; }
+
+    /// A string, decoded, or a number as it is written.
+    std::string_view text() const;
+    /// Elements of an array.
+    std::vector<JsonValue> elements() const { return inside(); }
+    /// True for an array or object that holds nothing.
+    bool isEmpty() const { return node().next == index + 1; }
+
+    struct Member;
+    /// Of an object, in the order of the text, repeated keys included.
+    std::vector<Member> members() const;
+
+    /// Throws std::runtime_error with the place of this value in front.
+    [[noreturn]] void fail(const std::string& what) const;
+
+private:
+    friend class JsonTree;
+    JsonValue(const JsonTree* tree, std::size_t index) : tree(tree), index(index) {}
+    const JsonTree::Node& node() const { return tree->nodes[index]; }
+    std::vector<JsonValue> inside() const;
+
+    const JsonTree* tree;
+    std::size_t index;
+};
+
+struct JsonValue::Member {
+    JsonValue key;
+    JsonValue value;
+};
+
+} // namespace OxAttribute
+
+#endif

@@ -1,0 +1,196 @@
+#include <OxTellarSDK/LocationPath.h>
+
+#include <stdexcept>
+
+namespace OxLocationPath {
+namespace {
+
+constexpr std::string_view kAnyLevels = "**";
+
+/// Takes the first level off a path such as "/root/world" and returns its name.
+std::string_view TakeLevel(std::string_view& rest) {
+    rest.remove_prefix(1);
+    const std::string_view level = rest.substr(0, rest.find('/'));
+    rest.remove_prefix(level.size());
+    return level;
+}
+
+/// The path as levels for TakeLevel: empty where it has none.
+std::string_view Levels(std::string_view path) {
+    return path == "/" ? std::string_view() : path;
+}
+
+/// The first UTF-8 character of `text`, which is not empty. A stray byte counts as one.
+std::string_view FirstCharacter(std::string_view text) {
+    std::size_t length = 1;
+    while (length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
+        ++length;
+    return text.substr(0, length);
+}
+
+std::string_view TakeCharacter(std::string_view& text) {
+    const std::string_view character = FirstCharacter(text);
+    text.remove_prefix(character.size());
+    return character;
+}
+
+/// What follows the "[" of a set up to its "]", not included; npos when it is not closed. A "]"
+/// at the very beginning is a member of the set.
+std::size_t SetLength(std::string_view afterBracket) {
+    const std::size_t negation = !afterBracket.empty() && afterBracket[0] == '!' ? 1 : 0;
+    return afterBracket.find(']', negation + 1);
+}
+
+bool IsInSet(std::string_view set, std::string_view character) {
+    const bool negated = set[0] == '!';
+    if (negated) set.remove_prefix(1);
+    bool found = false;
+    while (!set.empty()) {
+        const std::string_view first = TakeCharacter(set);
+        std::string_view last = first;
+        if (set.size() > 1 && set[0] == '-') {
+            set.remove_prefix(1);
+            last = TakeCharacter(set);
+        }
+        // Bytewise order of UTF-8 is the order of the characters.
+        found = found || (first <= character && character <= last);
+    }
+    return found != negated;
+}
+
+/// Matches one character of `name` against one element of `pattern`, neither empty, and takes
+/// both off. The element is no "*".
+bool TakeMatch(std::string_view& pattern, std::string_view& name) {
+    const std::string_view wanted = TakeCharacter(pattern);
+    const std::string_view character = TakeCharacter(name);
+    if (wanted == "?") return true;
+    if (wanted != "[") return wanted == character;
+    const std::string_view set = pattern.substr(0, SetLength(pattern));
+    pattern.remove_prefix(set.size() + 1);
+    return IsInSet(set, character);
+}
+
+/// One level against one level. Only the last "*" met is ever taken back: whatever an earlier
+/// one could swallow the last one can too. So the cost is at most length times length.
+bool LevelMatches(std::string_view pattern, std::string_view name) {
+    bool starSeen = false;
+    std::string_view patternAfterStar;
+    std::string_view nameAfterStar;
+    while (true) {
+        if (!pattern.empty() && pattern[0] == '*') {
+            pattern.remove_prefix(1);
+            starSeen = true;
+            patternAfterStar = pattern;
+            nameAfterStar = name;
+            continue;
+        }
+        if (pattern.empty() && name.empty()) return true;
+        if (!pattern.empty() && !name.empty() && TakeMatch(pattern, name)) continue;
+        if (!starSeen || nameAfterStar.empty()) return false;
+        TakeCharacter(nameAfterStar);
+        pattern = patternAfterStar;
+        name = nameAfterStar;
+    }
+}
+
+/// Whole path against whole pattern; "**" is taken back as "*" is in LevelMatches.
+bool PathMatches(const std::vector<std::string>& pattern, std::string_view path) {
+    std::size_t level = 0;
+    bool starSeen = false;
+    std::size_t levelAfterStar = 0;
+    std::string_view pathAfterStar;
+    while (true) {
+        if (level < pattern.size() && pattern[level] == kAnyLevels) {
+            starSeen = true;
+            levelAfterStar = ++level;
+            pathAfterStar = path;
+            continue;
+        }
+        if (level == pattern.size() && path.empty()) return true;
+        if (level < pattern.size() && !path.empty() &&
+            LevelMatches(pattern[level], TakeLevel(path))) {
+            ++level;
+            continue;
+        }
+        if (!starSeen || pathAfterStar.empty()) return false;
+        TakeLevel(pathAfterStar);
+        level = levelAfterStar;
+        path = pathAfterStar;
+    }
+}
+
+bool MayMatchBelow(const std::vector<std::string>& pattern, std::string_view path) {
+    std::size_t level = 0;
+    for (; !path.empty(); ++level) {
+        if (level == pattern.size()) return false;
+        // It swallows the rest of the path; what follows it may lie below.
+        if (pattern[level] == kAnyLevels) return true;
+        if (!LevelMatches(pattern[level], TakeLevel(path))) return false;
+    }
+    return level < pattern.size();
+}
+
+void CheckLevel(const std::string& pattern, std::string_view level) {
+    if (level.empty())
+        throw std::runtime_error("The location pattern \"" + pattern + "\" has an empty level.");
+    while (!level.empty()) {
+        if (TakeCharacter(level) != "[") continue;
+        const std::size_t length = SetLength(level);
+        if (length == std::string_view::npos)
+            throw std::runtime_error("The location pattern \"" + pattern +
+                                     "\" has a \"[\" without \"]\" in its level.");
+        level.remove_prefix(length + 1);
+    }
+}
+
+std::vector<std::string> SplitPattern(const std::string& pattern) {
+    if (pattern.empty() || pattern[0] != '/')
+        throw std::runtime_error("The location pattern \"" + pattern +
+                                 "\" does not start with \"/\".");
+    std::vector<std::string> levels;
+    for (std::string_view rest = pattern; !rest.empty();) {
+        const std::string_view level = TakeLevel(rest);
+        CheckLevel(pattern, level);
+        levels.emplace_back(level);
+    }
+    return levels;
+}
+
+} // namespace
+
+std::string_view Parent(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos ? std::string_view() : path.substr(0, slash);
+}
+
+std::string_view Name(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos ? std::string_view() : path.substr(slash + 1);
+}
+
+bool IsSelfOrBelow(std::string_view path, std::string_view ancestor) {
+    return path.substr(0, ancestor.size()) == ancestor &&
+           (path.size() == ancestor.size() || path[ancestor.size()] == '/');
+}
+
+Patterns::Patterns(const std::vector<std::string>& patterns) {
+    this->patterns.reserve(patterns.size());
+    for (const std::string& pattern : patterns)
+        this->patterns.push_back(SplitPattern(pattern));
+}
+
+bool Patterns::matches(std::string_view path) const {
+    if (path.empty() || path[0] != '/') return false;
+    for (const std::vector<std::string>& pattern : patterns)
+        if (PathMatches(pattern, Levels(path))) return true;
+    return false;
+}
+
+bool Patterns::mayMatchBelow(std::string_view path) const {
+    if (!path.empty() && path[0] != '/') return false;
+    for (const std::vector<std::string>& pattern : patterns)
+        if (MayMatchBelow(pattern, Levels(path))) return true;
+    return false;
+}
+
+} // namespace OxLocationPath

@@ -1,0 +1,176 @@
+#include "LocationRecord.h"
+
+#include <mutex>
+#include <vector>
+
+#include <xxhash.h>
+
+namespace OxTellarRuntimeDetail {
+
+namespace {
+
+constexpr std::size_t kSlabRecords = 512;
+constexpr std::size_t kKeptPerThread = 1024;
+
+struct Pool {
+    std::mutex lock;
+    std::vector<LocationRecord*> free;
+};
+
+Pool& GetPool() {
+    static Pool* const pool = new Pool;
+    return *pool;
+}
+
+/// Free records of one thread; they go back to the pool when the thread ends.
+struct ThreadCache {
+    std::vector<LocationRecord*> free;
+
+    ThreadCache() { free.reserve(kKeptPerThread + 1); }
+    ~ThreadCache();
+
+    LocationRecord* take() {
+        if (free.empty()) refill();
+        LocationRecord* record = free.back();
+        free.pop_back();
+        return record;
+    }
+
+    void give(LocationRecord* record) {
+        free.push_back(record);
+        if (free.size() > kKeptPerThread) giveBack(kKeptPerThread / 2);
+    }
+
+private:
+    void refill() {
+        Pool& pool = GetPool();
+        {
+            const std::lock_guard<std::mutex> guard(pool.lock);
+            while (!pool.free.empty() && free.size() < kSlabRecords) {
+                free.push_back(pool.free.back());
+                pool.free.pop_back();
+            }
+        }
+        if (!free.empty()) return;
+        auto* slab = new LocationRecord[kSlabRecords];
+        // Taken from the back: in the order of their addresses.
+        for (std::size_t i = kSlabRecords; i > 0; --i)
+            free.push_back(slab + i - 1);
+    }
+
+    void giveBack(std::size_t keep) {
+        Pool& pool = GetPool();
+        const std::lock_guard<std::mutex> guard(pool.lock);
+        pool.free.insert(pool.free.end(), free.begin() + static_cast<std::ptrdiff_t>(keep),
+                         free.end());
+        free.resize(keep);
+    }
+};
+
+// Null before a thread's first record and after its cache is gone.
+thread_local ThreadCache* threadCache = nullptr;
+thread_local bool threadCacheEnded = false;
+
+ThreadCache::~ThreadCache() {
+    threadCache = nullptr;
+    threadCacheEnded = true;
+    giveBack(0);
+}
+
+ThreadCache* GetThreadCache() {
+    if (threadCache || threadCacheEnded) return threadCache;
+    static thread_local ThreadCache cache;
+    threadCache = &cache;
+    return threadCache;
+}
+
+} // namespace
+
+LocationRecord* LocationRecord::Create() {
+    LocationRecord* record;
+    if (ThreadCache* cache = GetThreadCache())
+        record = cache->take();
+    else
+        record = new LocationRecord; // joins the pool when it is let go
+    record->exists = false;
+    record->hash[0].store(0, std::memory_order_relaxed);
+    record->count.store(1, std::memory_order_release);
+    return record;
+}
+
+LocationRecord* LocationRecord::Missing() {
+    static LocationRecord* const missing = Create();
+    missing->retain();
+    return missing;
+}
+
+void LocationRecord::recycle() noexcept {
+    attrs = OxAttribute::GroupAttribute();
+    potentialChildren = OxAttribute::StringAttribute();
+    note = OxAttribute::Attribute();
+    if (ThreadCache* cache = GetThreadCache()) {
+        cache->give(this);
+        return;
+    }
+    Pool& pool = GetPool();
+    const std::lock_guard<std::mutex> guard(pool.lock);
+    pool.free.push_back(this);
+}
+
+} // namespace OxTellarRuntimeDetail
+
+using OxAttribute::GroupAttribute;
+using OxAttribute::Hash;
+using OxAttribute::IntAttribute;
+using OxAttribute::StringAttribute;
+
+TellarRuntime::LocationData::LocationData(const LocationData& other) noexcept
+    : record(other.record) {
+    if (record) record->retain();
+}
+
+TellarRuntime::LocationData&
+TellarRuntime::LocationData::operator=(const LocationData& other) noexcept {
+    return *this = LocationData(other);
+}
+
+TellarRuntime::LocationData& TellarRuntime::LocationData::operator=(LocationData&& other) noexcept {
+    std::swap(record, other.record);
+    return *this;
+}
+
+TellarRuntime::LocationData::~LocationData() {
+    if (record) record->release();
+}
+
+TellarRuntime::LocationData::LocationData(const GroupAttribute& group) {
+    if (!group.isValid()) return;
+    record = OxTellarRuntimeDetail::LocationRecord::Create();
+    record->exists = IntAttribute(group.getChildByName("exists")).getValue(1, false) != 0;
+    record->attrs = GroupAttribute(group.getChildByName("attrs"));
+    record->potentialChildren = StringAttribute(group.getChildByName("pc"));
+}
+
+bool TellarRuntime::LocationData::doesLocationExist() const noexcept {
+    return record && record->exists;
+}
+
+GroupAttribute TellarRuntime::LocationData::getAttrs() const {
+    return record ? record->attrs : GroupAttribute();
+}
+
+StringAttribute TellarRuntime::LocationData::getPotentialChildren() const {
+    return record ? record->potentialChildren : StringAttribute();
+}
+
+Hash TellarRuntime::LocationData::getHash() const {
+    if (!record) return {};
+    if (const std::uint64_t first = record->hash[0].load(std::memory_order_acquire))
+        return {{first, record->hash[1].load(std::memory_order_relaxed)}};
+    const Hash parts[2] = {record->attrs.getHash(), record->potentialChildren.getHash()};
+    const XXH128_hash_t value = XXH3_128bits_withSeed(parts, sizeof parts, record->exists);
+    const Hash hash{{value.high64 != 0 ? value.high64 : 1, value.low64}};
+    record->hash[1].store(hash.words[1], std::memory_order_relaxed);
+    record->hash[0].store(hash.words[0], std::memory_order_release);
+    return hash;
+}

@@ -1,0 +1,49 @@
+#ifndef OXTELLARSDK_LOCATIONRECORD_H
+#define OXTELLARSDK_LOCATIONRECORD_H
+
+#include <atomic>
+#include <cstdint>
+
+#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/TellarRuntime.h>
+
+namespace OxTellarRuntimeDetail {
+
+/// What one cook gave. Immutable while anybody counts it.
+///
+/// Records come from a pool whose memory stays records for ever: a reader may try to count a
+/// record that was just let go by everybody else, finds the count at 0 and looks again.
+struct LocationRecord {
+    std::atomic<std::uint32_t> count{0};
+    bool exists = false;
+    std::atomic<std::uint64_t> hash[2] = {{0}, {0}}; // known once the first is not 0
+    OxAttribute::GroupAttribute attrs;
+    OxAttribute::StringAttribute potentialChildren;
+    OxAttribute::Attribute note;
+
+    /// A record with count 1, which does not exist and has nothing.
+    static LocationRecord* Create();
+    /// The record of every location that does not exist, with one more reference.
+    static LocationRecord* Missing();
+
+    void retain() noexcept { count.fetch_add(1, std::memory_order_relaxed); }
+    /// False when nobody counts the record any more.
+    bool tryRetain() noexcept {
+        std::uint32_t seen = count.load(std::memory_order_relaxed);
+        while (seen != 0)
+            if (count.compare_exchange_weak(seen, seen + 1, std::memory_order_acquire,
+                                            std::memory_order_relaxed))
+                return true;
+        return false;
+    }
+    void release() noexcept {
+        if (count.fetch_sub(1, std::memory_order_acq_rel) == 1) recycle();
+    }
+
+private:
+    void recycle() noexcept;
+};
+
+} // namespace OxTellarRuntimeDetail
+
+#endif

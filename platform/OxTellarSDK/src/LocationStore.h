@@ -1,0 +1,128 @@
+#ifndef OXTELLARSDK_LOCATIONSTORE_H
+#define OXTELLARSDK_LOCATIONSTORE_H
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/OpType.h>
+
+#include "LocationRecord.h"
+
+namespace OxTellarRuntimeDetail {
+
+/// The result of one Op at one location: a node of a tree of the locations ever asked for.
+/// A cache line of its own, so that threads at neighbouring locations do not meet.
+///
+/// `record` is replaced only by a thread that has set kCooking; everything else but the
+/// atomics is fixed before the node can be found. Nodes live as long as their store.
+struct alignas(64) LocationNode {
+    enum State : std::uint32_t {
+        kCooking = 1, // one thread computes; others wait for it
+        kStale = 2    // evicted: the record must be replaced before it is used
+    };
+
+    LocationNode* parent = nullptr;
+    std::atomic<struct ChildList*> children{nullptr};
+    std::atomic<LocationRecord*> record{nullptr}; // counted
+    union {
+        char inlineName[16];
+        const char* longName; // owned
+    };
+    std::uint32_t nameLength = 0;
+    std::uint32_t index = 0;  // among the children of the parent
+    std::uint32_t serial = 0; // unique in the store
+    std::atomic<std::uint32_t> state{0};
+    std::uint32_t freshness = 0; // the eviction that the record is younger than; under the lock
+
+    LocationNode() : inlineName{} {}
+    std::string_view name() const {
+        return {nameLength <= sizeof inlineName ? inlineName : longName, nameLength};
+    }
+    /// The record with one reference for the caller; null when there is none.
+    LocationRecord* acquireRecord() const noexcept;
+};
+
+/// All results of one Op identity, shared by every runtime that holds an equal Op.
+///
+/// A location is found from its parent's node. Walks go from sibling to sibling, so each thread
+/// remembers where it last was in a store: the next location asked for is nearly always the
+/// next sibling, a child, or a sibling of an ancestor, and found without hashing a path.
+///
+/// Children of a node are kept in the order in which they were first asked for, side by side in
+/// memory. They are only ever added, under the lock of their parent (one of a fixed set), and
+/// read without a lock.
+///
+/// Threads: everything may be called from any number of threads.
+class LocationStore {
+public:
+    static std::shared_ptr<LocationStore> ForIdentity(const OxAttribute::Hash& identity);
+    ~LocationStore();
+    LocationStore(const LocationStore&) = delete;
+    LocationStore& operator=(const LocationStore&) = delete;
+
+    /// Null when the path is not that of a location: not absolute, or with an empty level.
+    LocationNode* findOrAdd(std::string_view path);
+    /// Null when the path was never asked for.
+    LocationNode* find(std::string_view path);
+
+    /// The arguments of the Op as its type prepared them, once for all Ops of this identity.
+    std::shared_ptr<const OxOpType::State> prepare(const OxOpType::OpType& type,
+                                                   const OxAttribute::GroupAttribute& args,
+                                                   std::size_t numberOfInputs);
+
+    explicit LocationStore(const OxAttribute::Hash& identity);
+
+private:
+    LocationNode* locate(std::string_view path, bool add);
+    LocationNode* descend(std::string_view path, bool add);
+    LocationNode* findChild(LocationNode* parent, std::string_view name, std::uint32_t hint);
+    LocationNode* child(LocationNode* parent, std::string_view name, std::uint32_t hint, bool add);
+    LocationNode* addChild(LocationNode* parent, std::string_view name);
+
+    const OxAttribute::Hash identity;
+    const std::uint64_t id; // never used again
+    LocationNode root;
+    std::atomic<std::uint32_t> nextSerial{0};
+
+    std::mutex prepareLock;
+    std::atomic<bool> isPrepared{false};
+    std::shared_ptr<const OxOpType::State> state;
+};
+
+/// Which locations of a store one runtime has cooked: one bit each, by serial number.
+/// Threads: everything may be called from any number of threads.
+class CookedIndex {
+public:
+    CookedIndex() = default;
+    ~CookedIndex();
+    CookedIndex(const CookedIndex&) = delete;
+    CookedIndex& operator=(const CookedIndex&) = delete;
+
+    bool contains(std::uint32_t serial) const;
+    void add(std::uint32_t serial);
+    void remove(std::uint32_t serial);
+    void clear();
+
+private:
+    using Word = std::atomic<std::uint64_t>;
+    static constexpr std::uint32_t kPageBits = 1u << 15;
+    static constexpr std::uint32_t kFolderPages = 1u << 9;
+    using Page = std::array<Word, kPageBits / 64>;
+    using Folder = std::array<std::atomic<Page*>, kFolderPages>;
+    static constexpr std::uint32_t kFolders =
+        static_cast<std::uint32_t>((std::uint64_t(1) << 32) / kPageBits / kFolderPages);
+
+    const Word* word(std::uint32_t serial) const;
+    std::array<std::atomic<Folder*>, kFolders> folders{};
+};
+
+} // namespace OxTellarRuntimeDetail
+
+#endif

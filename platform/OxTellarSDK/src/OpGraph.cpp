@@ -1,0 +1,355 @@
+#include "OpGraph.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <unordered_map>
+
+#include <xxhash.h>
+
+#include <OxTellarSDK/LocationPath.h>
+
+#include "AttributeNode.h"
+#include "ThreadSlot.h"
+
+namespace OxTellarRuntimeDetail {
+
+using OxAttribute::Attribute;
+using OxAttribute::GroupAttribute;
+using OxAttribute::Hash;
+using OxAttribute::StringAttribute;
+using OxAttribute::ThreadSlot;
+using LocationData = TellarRuntime::LocationData;
+
+namespace {
+
+// A cook calls itself once for every Op that it passes through.
+constexpr int kMaxOpDepth = 512;
+
+struct alignas(64) Counter {
+    std::atomic<std::uint64_t> value{0};
+};
+
+std::array<Counter, ThreadSlot::kCount>& CookCounters() {
+    static auto* const counters = new std::array<Counter, ThreadSlot::kCount>;
+    return *counters;
+}
+
+void CountCook() {
+    CookCounters()[ThreadSlot::Current()].value.fetch_add(1, std::memory_order_relaxed);
+}
+
+/// Where threads meet that want one location: they wait here for the one that cooks it.
+struct alignas(64) Crossing {
+    std::mutex lock;
+    std::condition_variable cooked;
+};
+
+Crossing& CrossingOf(const LocationNode& node) {
+    static auto* const crossings = new std::array<Crossing, 64>;
+    return (*crossings)[reinterpret_cast<std::uintptr_t>(&node) / sizeof(LocationNode) % 64];
+}
+
+std::uint32_t NextEviction() {
+    static std::atomic<std::uint32_t> last{0};
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+/// The locations that this thread is cooking, innermost first.
+struct CookFrame {
+    const LocationNode* node;
+    const CookFrame* outer;
+};
+thread_local const CookFrame* innermostCook = nullptr;
+
+bool IsCookedByThisThread(const LocationNode& node) {
+    for (const CookFrame* frame = innermostCook; frame; frame = frame->outer)
+        if (frame->node == &node) return true;
+    return false;
+}
+
+class CookScope {
+public:
+    explicit CookScope(const LocationNode& node) : frame{&node, innermostCook} {
+        innermostCook = &frame;
+    }
+    ~CookScope() { innermostCook = frame.outer; }
+    CookScope(const CookScope&) = delete;
+    CookScope& operator=(const CookScope&) = delete;
+
+private:
+    CookFrame frame;
+};
+
+LocationData MissingLocation() {
+    return LocationData(LocationRecord::Missing());
+}
+
+class Cook final : public OxOpType::CookContext {
+public:
+    Cook(const OpNode& op, const LocationNode& node, const std::string& path,
+         std::uint32_t eviction, const OxOpType::State* state)
+        : op(op), node(node), location(path), eviction(eviction), opState(state) {}
+    virtual ~Cook() = default;
+
+    const std::string& path() const override { return location; }
+    const GroupAttribute& args() const override { return op.args; }
+    const OxOpType::State* state() const override { return opState; }
+    std::size_t numberOfInputs() const override { return op.inputs.size(); }
+
+    LocationData input(std::size_t index, const std::string& path) override {
+        if (index >= op.inputs.size() || !op.inputs[index]) return MissingLocation();
+        return OpNode::Of(*op.inputs[index]).cook(path, eviction);
+    }
+
+    void pass(const LocationData& data) override { result = data; }
+
+    void setAttrs(const GroupAttribute& attrs) override {
+        LocationRecord& record = ownRecord();
+        record.exists = true;
+        record.attrs = attrs;
+    }
+
+    void setPotentialChildren(const StringAttribute& names) override {
+        LocationRecord& record = ownRecord();
+        record.exists = true;
+        record.potentialChildren = names;
+    }
+
+    void setNote(const Attribute& note) override { ownRecord().note = note; }
+
+    Attribute parentNote() const override {
+        LocationRecord* record = node.parent->acquireRecord();
+        return record ? LocationData(record).getRecord()->note : Attribute();
+    }
+
+    bool isFresh() const override { return eviction != 0; }
+
+    /// The result with one reference for the caller.
+    LocationRecord* takeResult() {
+        if (!result.isValid()) return LocationRecord::Missing();
+        LocationRecord* record = result.getRecord();
+        record->retain();
+        return record;
+    }
+
+private:
+    /// A record that this cook alone knows: made now, or as a copy of what was passed.
+    LocationRecord& ownRecord() {
+        if (isOwn) return *result.getRecord();
+        isOwn = true;
+        LocationData own(LocationRecord::Create());
+        if (result.isValid()) {
+            own.getRecord()->exists = result.doesLocationExist();
+            own.getRecord()->attrs = result.getAttrs();
+            own.getRecord()->potentialChildren = result.getPotentialChildren();
+        }
+        result = std::move(own);
+        return *result.getRecord();
+    }
+
+    const OpNode& op;
+    const LocationNode& node;
+    const std::string& location;
+    const std::uint32_t eviction;
+    const OxOpType::State* opState;
+    LocationData result;
+    bool isOwn = false;
+};
+
+} // namespace
+
+std::uint64_t NumberOfCooks() {
+    std::uint64_t sum = 0;
+    for (const Counter& counter : CookCounters())
+        sum += counter.value.load(std::memory_order_relaxed);
+    return sum;
+}
+
+std::string OpNode::label() const {
+    return "Op \"" + name + "\" (" + typeName + ")";
+}
+
+LocationData OpNode::cook(const std::string& path, std::uint32_t eviction,
+                          LocationNode** found) const {
+    if (found) *found = nullptr;
+    if (!defect.empty()) throw CookError(label() + " at \"" + path + "\": " + defect);
+    LocationNode* node = store->findOrAdd(path);
+    if (!node) return MissingLocation();
+    if (found) *found = node;
+    if (eviction == 0 && !(node->state.load(std::memory_order_acquire) & LocationNode::kStale))
+        if (LocationRecord* record = node->acquireRecord()) return LocationData(record);
+    return cookAt(*node, path, eviction);
+}
+
+LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
+                            std::uint32_t eviction) const {
+    Crossing& crossing = CrossingOf(node);
+    std::unique_lock<std::mutex> guard(crossing.lock);
+    for (;;) {
+        const std::uint32_t state = node.state.load(std::memory_order_relaxed);
+        if (state & LocationNode::kCooking) {
+            if (IsCookedByThisThread(node))
+                throw CookError(label() + " at \"" + path + "\": the location needs itself");
+            crossing.cooked.wait(guard);
+            continue;
+        }
+        const bool stale = state & LocationNode::kStale;
+        if (!stale && node.freshness >= eviction)
+            if (LocationRecord* record = node.acquireRecord()) return LocationData(record);
+        if (stale && node.freshness >= eviction) eviction = NextEviction();
+        break;
+    }
+    node.state.store(LocationNode::kCooking, std::memory_order_relaxed);
+    guard.unlock();
+
+    // Set again if this cook fails, or by an eviction while it runs.
+    std::uint32_t left = eviction != 0 ? LocationNode::kStale : 0u;
+    LocationRecord* record = nullptr;
+    std::exception_ptr failure;
+    try {
+        record = compute(node, path, eviction);
+        left = 0;
+    } catch (...) {
+        failure = std::current_exception();
+    }
+
+    guard.lock();
+    if (record) {
+        record->retain(); // the node's own reference; the other is the caller's
+        LocationRecord* previous = node.record.exchange(record, std::memory_order_acq_rel);
+        if (previous) previous->release();
+        node.freshness = std::max(node.freshness, eviction);
+    }
+    const std::uint32_t evicted = node.state.load(std::memory_order_relaxed) & LocationNode::kStale;
+    node.state.store(evicted | left, std::memory_order_release);
+    guard.unlock();
+    crossing.cooked.notify_all();
+    if (failure) std::rethrow_exception(failure);
+    return LocationData(record);
+}
+
+LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
+                                std::uint32_t eviction) const {
+    const CookScope scope(node);
+    CountCook();
+    std::string reason;
+    try {
+        const auto state = store->prepare(*type, args, inputs.size());
+        Cook cook(*this, node, path, eviction, state.get());
+        type->cook(cook);
+        return cook.takeResult();
+    } catch (const CookError&) {
+        throw; // names the Op that failed already
+    } catch (const std::exception& error) {
+        reason = error.what();
+    } catch (...) {
+        reason = "it threw something that is no std::exception";
+    }
+    throw CookError(label() + " at \"" + path + "\": " + reason);
+}
+
+namespace {
+
+/// Walks the graph below some Ops in post-order, inputs first. Without recursion: graphs come
+/// from files.
+class Committer {
+public:
+    void commit(TellarRuntime::Op& start) {
+        enter(start);
+        while (!stack.empty()) {
+            Visit& visit = stack.back();
+            OpNode& node = OpNode::Of(*visit.op);
+            if (visit.nextInput == node.inputs.size()) {
+                finish(node);
+                onStack.erase(visit.op);
+                stack.pop_back();
+                continue;
+            }
+            TellarRuntime::Op* input = node.inputs[visit.nextInput++].get();
+            if (!input || OpNode::Of(*input).committed) continue;
+            const auto known = onStack.find(input);
+            if (known == onStack.end())
+                enter(*input);
+            else
+                markCycle(known->second);
+        }
+    }
+
+private:
+    struct Visit {
+        TellarRuntime::Op* op;
+        std::size_t nextInput;
+    };
+
+    void enter(TellarRuntime::Op& op) {
+        if (OpNode::Of(op).committed) return;
+        onStack.emplace(&op, stack.size());
+        stack.push_back({&op, 0});
+    }
+
+    void markCycle(std::size_t first) {
+        std::string way;
+        for (std::size_t i = first; i < stack.size(); ++i)
+            way += OpNode::Of(*stack[i].op).name + " -> ";
+        way += OpNode::Of(*stack[first].op).name;
+        for (std::size_t i = first; i < stack.size(); ++i)
+            OpNode::Of(*stack[i].op).defect = "it is part of a cycle: " + way;
+    }
+
+    static void finish(OpNode& node) {
+        for (const auto& input : node.inputs)
+            if (input) node.depth = std::max(node.depth, OpNode::Of(*input).depth + 1);
+        node.type = OxOpType::FindOpType(node.typeName);
+        if (node.defect.empty() && !node.type) node.defect = "there is no op type of this name";
+        if (node.defect.empty() && node.depth > kMaxOpDepth)
+            node.defect = "it depends on more than " + std::to_string(kMaxOpDepth) +
+                          " ops, one through the other";
+        node.committed = true;
+        node.identity = identify(node);
+        if (node.defect.empty()) node.store = LocationStore::ForIdentity(node.identity);
+    }
+
+    static Hash identify(const OpNode& node) {
+        std::string described = node.typeName;
+        described += '\0';
+        const auto append = [&described](const void* data, std::size_t bytes) {
+            described.append(static_cast<const char*>(data), bytes);
+        };
+        if (node.defect.empty()) {
+            const int version = node.type->description().version;
+            append(&version, sizeof version);
+            const Hash args = OxAttribute::ContentIdentity(node.args);
+            append(&args, sizeof args);
+            for (const auto& input : node.inputs) {
+                const Hash inputIdentity = input ? OpNode::Of(*input).identity : Hash();
+                append(&inputIdentity, sizeof inputIdentity);
+            }
+        } else {
+            described += node.name + node.defect;
+        }
+        const XXH128_hash_t value = XXH3_128bits(described.data(), described.size());
+        return {{value.high64, value.low64}};
+    }
+
+    std::vector<Visit> stack;
+    std::unordered_map<TellarRuntime::Op*, std::size_t> onStack;
+};
+
+} // namespace
+
+void CommitOps(const std::vector<std::shared_ptr<TellarRuntime::Op>>& ops) {
+    Committer committer;
+    for (const auto& op : ops)
+        committer.commit(*op);
+    // Ops that hold each other would never be let go.
+    for (const auto& op : ops) {
+        OpNode& node = OpNode::Of(*op);
+        if (!node.defect.empty()) node.inputs.clear();
+    }
+}
+
+} // namespace OxTellarRuntimeDetail

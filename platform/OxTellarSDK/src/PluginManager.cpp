@@ -1,0 +1,88 @@
+#include <OxTellarSDK/PluginManager.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include <OxTellarSDK/StringUtil.h>
+
+#include "PluginRegistry.h"
+#include "SharedLibrary.h"
+
+namespace OxPluginManager {
+
+namespace {
+
+constexpr const char* kPathVariable = "OX_PLUGIN_PATH";
+constexpr const char* kBuiltInFolderName = "tellar-plugins";
+
+// Something of this library whose address tells the loader which library this is.
+const char libraryAnchor = 0;
+
+std::vector<std::string> environmentFolders() {
+    const char* path = std::getenv(kPathVariable);
+    if (!path) return {};
+    return OxStringUtil::split(path, std::string(1, kPathListSeparator));
+}
+
+std::string builtInFolder() {
+    const std::filesystem::path library = SharedLibrary::fileContaining(&libraryAnchor);
+    if (library.empty()) return {};
+    return (library.parent_path() / kBuiltInFolderName).string();
+}
+
+PluginRegistry& registry() {
+    static PluginRegistry* const registry =
+        new PluginRegistry(environmentFolders(), builtInFolder());
+    return *registry;
+}
+
+} // namespace
+
+void PluginManager::getPluginNames(const std::string& apiName, std::vector<std::string>& names,
+                                   unsigned int apiVersion) {
+    names = registry().pluginNames(apiName, apiVersion);
+}
+
+PluginHandle PluginManager::getPlugin(const std::string& name, const std::string& apiName,
+                                      unsigned int apiVersion) {
+    return registry().plugin(name, apiName, apiVersion);
+}
+
+const void* PluginManager::getPluginSuite(PluginHandle plugin) {
+    return registry().pluginSuite(plugin);
+}
+
+std::string PluginManager::getPluginPath(PluginHandle plugin) {
+    return registry().pluginPath(plugin);
+}
+
+void PluginManager::getApiNames(std::vector<std::string>& names) {
+    names = registry().apiNames();
+}
+
+void PluginManager::getPluginApiVersions(const std::string& apiName,
+                                         std::vector<unsigned int>& versions) {
+    versions = registry().apiVersions(apiName);
+}
+
+void PluginManager::flushSpecificPluginCache(const std::string& apiName) {
+    registry().flush(apiName);
+}
+
+void PluginManager::addSearchPath(const std::string& path) {
+    registry().addFolder(path);
+}
+
+std::vector<std::string> PluginManager::searchPaths() {
+    return registry().folders();
+}
+
+std::vector<RefusedPlugin> PluginManager::refused() {
+    return registry().refusedPlugins();
+}
+
+void PluginManager::setHost(OxPluginHost* host) {
+    registry().setHost(host);
+}
+
+} // namespace OxPluginManager

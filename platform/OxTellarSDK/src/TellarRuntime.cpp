@@ -1,0 +1,307 @@
+#include <OxTellarSDK/TellarRuntime.h>
+
+#include <algorithm>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+
+#include <OxTellarSDK/DescriptionJson.h>
+
+#include "Container.h"
+#include "LocationStore.h"
+#include "OpDescription.h"
+#include "OpGraph.h"
+
+using OxAttribute::GroupAttribute;
+using OxAttribute::Hash;
+using OxAttribute::StringAttribute;
+using OxTellarRuntimeDetail::CookedIndex;
+using OxTellarRuntimeDetail::LocationNode;
+using OxTellarRuntimeDetail::LocationRecord;
+using OxTellarRuntimeDetail::LocationStore;
+using OxTellarRuntimeDetail::OpNode;
+
+/// What a client looks at: shared by all clients of a runtime that are pointed at equal Ops.
+struct TellarRuntime::Client::View {
+    std::shared_ptr<LocationStore> store;
+    CookedIndex* cooked; // the runtime's
+};
+
+/// The lock guards all members; an index, once made, lives as long as the runtime and is used
+/// without it.
+struct OxTellarRuntimeDetail::RuntimeState {
+    struct Cooked {
+        std::shared_ptr<LocationStore> store;
+        std::unique_ptr<CookedIndex> index;
+    };
+    std::mutex lock;
+    std::int32_t nextOpId = 0;
+    std::vector<std::weak_ptr<TellarRuntime::Op>> ops;
+    std::vector<Cooked> cooked;
+
+    CookedIndex* indexOf(const std::shared_ptr<LocationStore>& store) {
+        for (const Cooked& entry : cooked)
+            if (entry.store == store) return entry.index.get();
+        cooked.push_back({store, std::make_unique<CookedIndex>()});
+        return cooked.back().index.get();
+    }
+};
+
+std::shared_ptr<TellarRuntime> TellarRuntime::create() {
+    return std::shared_ptr<TellarRuntime>(new TellarRuntime);
+}
+
+TellarRuntime::TellarRuntime() : state(std::make_unique<OxTellarRuntimeDetail::RuntimeState>()) {}
+
+TellarRuntime::~TellarRuntime() {
+    state.reset();
+    OxAttribute::Container::Collect();
+}
+
+std::shared_ptr<TellarRuntime::Transaction> TellarRuntime::createTransaction() {
+    return std::shared_ptr<Transaction>(new Transaction(shared_from_this()));
+}
+
+void TellarRuntime::commit(const std::shared_ptr<Transaction>& transaction) {
+    if (!transaction || transaction->runtime.get() != this)
+        throw std::invalid_argument("commit: the transaction is not one of this runtime");
+    if (transaction->committed)
+        throw std::runtime_error("commit: the transaction is committed already");
+    transaction->committed = true;
+    OxTellarRuntimeDetail::CommitOps(transaction->ops);
+
+    const std::lock_guard<std::mutex> guard(state->lock);
+    state->ops.insert(state->ops.end(), transaction->ops.begin(), transaction->ops.end());
+    for (const std::shared_ptr<Client>& client : transaction->clients) {
+        if (!client->op) continue;
+        const std::shared_ptr<LocationStore>& store = OpNode::Of(*client->op).store;
+        if (store)
+            client->view =
+                std::make_unique<Client::View>(Client::View{store, state->indexOf(store)});
+    }
+}
+
+void TellarRuntime::evict(const std::string& path) {
+    const std::lock_guard<std::mutex> guard(state->lock);
+    for (const auto& entry : state->cooked) {
+        LocationNode* node = entry.store->find(path);
+        if (!node) continue;
+        entry.index->remove(node->serial);
+        node->state.fetch_or(LocationNode::kStale, std::memory_order_acq_rel);
+    }
+}
+
+void TellarRuntime::finalize() {
+    {
+        const std::lock_guard<std::mutex> guard(state->lock);
+        for (const auto& entry : state->cooked)
+            entry.index->clear();
+    }
+    OxAttribute::Container::Collect();
+}
+
+namespace {
+
+std::string QuoteJson(const std::string& text) {
+    return OxAttribute::WriteAttributeJson(StringAttribute(text), -1);
+}
+
+std::string DescribeOps(const std::vector<std::shared_ptr<TellarRuntime::Op>>& ops) {
+    std::map<const TellarRuntime::Op*, std::size_t> places;
+    for (const auto& op : ops)
+        places.emplace(op.get(), places.size());
+    std::string text = "{\"ops\":[";
+    for (const auto& op : ops) {
+        if (op != ops.front()) text += ',';
+        text += "{\"type\":" + QuoteJson(op->getType()) + ",\"inputs\":[";
+        bool first = true;
+        for (const auto& input : op->getInputs()) {
+            if (!std::exchange(first, false)) text += ',';
+            const auto place = places.find(input.get());
+            text += place == places.end() ? "null" : std::to_string(place->second);
+        }
+        text += "]}";
+    }
+    return text + "]}";
+}
+
+std::string DescribeOpTypes(const std::vector<std::shared_ptr<TellarRuntime::Op>>& ops) {
+    std::map<std::string, std::size_t> uses;
+    for (const auto& op : ops)
+        ++uses[op->getType()];
+    std::string text = "{\"opTypes\":[";
+    bool first = true;
+    for (const auto& [type, count] : uses) {
+        if (!std::exchange(first, false)) text += ',';
+        text += "{\"type\":" + QuoteJson(type) + ",\"ops\":" + std::to_string(count) + "}";
+    }
+    return text + "]}";
+}
+
+} // namespace
+
+void TellarRuntime::queryText(const std::string& query, TextReceiver receive, void* user) const {
+    constexpr std::size_t kPieceBytes = 4096;
+    std::vector<std::shared_ptr<Op>> ops;
+    {
+        const std::lock_guard<std::mutex> guard(state->lock);
+        for (const auto& weak : state->ops)
+            if (auto op = weak.lock()) ops.push_back(std::move(op));
+    }
+    std::string text;
+    if (query == "getAnonymousOpTree")
+        text = DescribeOps(ops);
+    else if (query == "getAnonymousOpRegistry")
+        text = DescribeOpTypes(ops);
+    else
+        return receive("", 0, 1, user);
+    for (std::size_t start = 0; start < text.size(); start += kPieceBytes)
+        receive(text.data() + start, std::min(kPieceBytes, text.size() - start), 0, user);
+}
+
+std::uint64_t TellarRuntime::getNumberOfCooks() {
+    return OxTellarRuntimeDetail::NumberOfCooks();
+}
+
+TellarRuntime::Op::Op(std::int32_t id) : node(std::make_unique<OpNode>()) {
+    node->id = id;
+    node->name = "op" + std::to_string(id);
+}
+
+// A chain of Ops is let go link by link, however long it is.
+TellarRuntime::Op::~Op() {
+    std::vector<std::shared_ptr<Op>> released = std::move(node->inputs);
+    while (!released.empty()) {
+        const std::shared_ptr<Op> op = std::move(released.back());
+        released.pop_back();
+        if (!op || op.use_count() != 1) continue;
+        for (std::shared_ptr<Op>& input : op->node->inputs)
+            released.push_back(std::move(input));
+        op->node->inputs.clear();
+    }
+}
+
+std::int32_t TellarRuntime::Op::getId() const noexcept {
+    return node->id;
+}
+std::string TellarRuntime::Op::getName() const {
+    return node->name;
+}
+std::string TellarRuntime::Op::getType() const {
+    return node->typeName;
+}
+GroupAttribute TellarRuntime::Op::getArgs() const {
+    return node->args;
+}
+std::vector<std::shared_ptr<TellarRuntime::Op>> TellarRuntime::Op::getInputs() const {
+    return node->inputs;
+}
+Hash TellarRuntime::Op::getIdentity() const {
+    return node->identity;
+}
+
+TellarRuntime::Transaction::Transaction(std::shared_ptr<TellarRuntime> owner)
+    : runtime(std::move(owner)) {}
+
+TellarRuntime::Transaction::~Transaction() {
+    if (committed) return;
+    // Ops that were wired into a circle would hold each other for ever.
+    for (const std::shared_ptr<Op>& op : ops)
+        op->node->inputs.clear();
+}
+
+std::shared_ptr<TellarRuntime::Op> TellarRuntime::Transaction::createOp() {
+    if (committed) throw std::invalid_argument("The transaction is committed already");
+    const std::lock_guard<std::mutex> guard(runtime->state->lock);
+    ops.push_back(std::shared_ptr<Op>(new Op(runtime->state->nextOpId++)));
+    return ops.back();
+}
+
+void TellarRuntime::Transaction::checkOpen(const std::shared_ptr<Op>& op) const {
+    if (committed) throw std::invalid_argument("The transaction is committed already");
+    if (!op) throw std::invalid_argument("The op is null");
+    if (op->node->committed)
+        throw std::invalid_argument(op->node->label() + " is committed already");
+}
+
+void TellarRuntime::Transaction::setOpName(const std::shared_ptr<Op>& op, const std::string& name) {
+    checkOpen(op);
+    op->node->name = name;
+}
+
+void TellarRuntime::Transaction::setOpArgs(const std::shared_ptr<Op>& op, const std::string& opType,
+                                           const GroupAttribute& opArgs) {
+    checkOpen(op);
+    op->node->typeName = opType;
+    op->node->args = opArgs;
+}
+
+void TellarRuntime::Transaction::setOpInputs(const std::shared_ptr<Op>& op,
+                                             const std::vector<std::shared_ptr<Op>>& inputs) {
+    checkOpen(op);
+    op->node->inputs = inputs;
+}
+
+std::shared_ptr<TellarRuntime::Op> TellarRuntime::Transaction::deserializeOps(void* stream,
+                                                                              StreamRead read) {
+    const GroupAttribute description = OxAttribute::ReadOpStream(stream, read);
+    const std::int64_t count = description.getNumberOfChildren();
+    std::vector<std::shared_ptr<Op>> created;
+    for (std::int64_t i = 0; i < count; ++i) {
+        const GroupAttribute entry(description.getChildByIndex(i));
+        created.push_back(createOp());
+        setOpName(created.back(), description.getChildName(i));
+        setOpArgs(created.back(), StringAttribute(entry.getChildByName("opType")).getValue(),
+                  GroupAttribute(entry.getChildByName("opArgs")));
+    }
+    for (std::int64_t i = 0; i < count; ++i) {
+        const GroupAttribute entry(description.getChildByIndex(i));
+        std::vector<std::shared_ptr<Op>> inputs;
+        for (const std::string_view input :
+             StringAttribute(entry.getChildByName("opInputs")).getNearestSample(0.0f)) {
+            const std::int64_t index = input.empty() ? -1 : description.findChild(input);
+            inputs.push_back(index < 0 ? nullptr : created[static_cast<std::size_t>(index)]);
+        }
+        setOpInputs(created[static_cast<std::size_t>(i)], inputs);
+    }
+    return created.back();
+}
+
+std::shared_ptr<TellarRuntime::Client> TellarRuntime::Transaction::createClient() {
+    if (committed) throw std::invalid_argument("The transaction is committed already");
+    clients.push_back(std::shared_ptr<Client>(new Client(runtime)));
+    return clients.back();
+}
+
+void TellarRuntime::Transaction::setClientOp(const std::shared_ptr<Client>& client,
+                                             const std::shared_ptr<Op>& op) {
+    if (committed) throw std::invalid_argument("The transaction is committed already");
+    if (std::find(clients.begin(), clients.end(), client) == clients.end())
+        throw std::invalid_argument("The client is not one of this transaction");
+    client->op = op;
+}
+
+TellarRuntime::Client::Client(std::shared_ptr<TellarRuntime> owner) : runtime(std::move(owner)) {}
+TellarRuntime::Client::~Client() = default;
+
+TellarRuntime::LocationData TellarRuntime::Client::cookLocation(const std::string& path) {
+    if (!op || !OpNode::Of(*op).committed) return LocationData(LocationRecord::Missing());
+    LocationNode* node = nullptr;
+    LocationData data = OpNode::Of(*op).cook(path, 0, &node);
+    if (node && !view->cooked->contains(node->serial)) view->cooked->add(node->serial);
+    return data;
+}
+
+TellarRuntime::LocationData TellarRuntime::Client::getCachedLocation(const std::string& path) {
+    if (!view) return {};
+    LocationNode* node = view->store->find(path);
+    if (!node || !view->cooked->contains(node->serial)) return {};
+    return LocationData(node->acquireRecord());
+}
+
+std::shared_ptr<TellarRuntime> TellarRuntime::Client::getRuntime() const {
+    return runtime;
+}
+std::shared_ptr<TellarRuntime::Op> TellarRuntime::Client::getOp() const {
+    return op;
+}

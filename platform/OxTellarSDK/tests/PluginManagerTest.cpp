@@ -1,0 +1,123 @@
+#include <OxTellarSDK/PluginManager.h>
+
+#include <cstdlib>
+
+#include <gmock/gmock.h>
+
+#include "PluginFolder.h"
+#include "RunTogether.h"
+#include "plugins/AskingSuite.h"
+#include "plugins/TestShapesSuite.h"
+
+namespace {
+
+using OxPluginManager::PluginHandle;
+using OxPluginManager::PluginManager;
+using testing::ElementsAre;
+using testing::IsSupersetOf;
+using testing::Not;
+using testing::SizeIs;
+
+// What the whole process finds, made before the manager is first used: a folder that the
+// environment names, one that is added, and one that a plug-in adds while it is loaded.
+struct InstalledPlugins {
+    InstalledPlugins() {
+        shapesFile = environmentFolder.install("GoodPlugin", "a.so");
+        environmentFolder.install("AskingPlugin", "b.so");
+        addedFolder.install("ThrowingFunctionsPlugin", "c.so");
+        brokenFile = addedFolder.write("d.so", "no library");
+        lateFolder.install("ChoosyPlugin", "e.so");
+        setenv("OX_PLUGIN_PATH", (':' + environmentFolder.path() + "::").c_str(), 1);
+        setenv("TELLAR_TEST_FOLDER_ADDED_WHILE_LOADING", lateFolder.path().c_str(), 1);
+        PluginManager::addSearchPath(addedFolder.path());
+        RunTogether(8, [this](int number) {
+            firstHandles[number] = PluginManager::getPlugin("cube", "TestShapes", 1);
+        });
+    }
+
+    PluginFolder environmentFolder;
+    PluginFolder addedFolder;
+    PluginFolder lateFolder;
+    std::string shapesFile;
+    std::string brokenFile;
+    PluginHandle firstHandles[8] = {};
+};
+
+class PluginManagerTest : public testing::Test {
+protected:
+    static const InstalledPlugins& installed() {
+        static const InstalledPlugins plugins;
+        return plugins;
+    }
+    void SetUp() override { installed(); }
+};
+
+TEST_F(PluginManagerTest, SearchesTheEnvironmentTheAddedFoldersThenTheBuiltInOne) {
+    EXPECT_THAT(PluginManager::searchPaths(),
+                ElementsAre(installed().environmentFolder.path(), installed().addedFolder.path(),
+                            TELLAR_SDK_LIBRARY_DIR "/tellar-plugins",
+                            installed().lateFolder.path()));
+}
+
+TEST_F(PluginManagerTest, FindsOnePluginForAllThreadsThatUseItFirst) {
+    const PluginHandle cube = PluginManager::getPlugin("cube", "TestShapes", 1);
+    ASSERT_NE(cube, nullptr);
+    EXPECT_THAT(installed().firstHandles, testing::Each(cube));
+}
+
+TEST_F(PluginManagerTest, ReplacesTheListsThatItIsGiven) {
+    std::vector<std::string> names = {"left from an earlier call"};
+    PluginManager::getPluginNames("TestShapes", names, 1);
+    EXPECT_THAT(names, ElementsAre("sphere", "cube"));
+    std::vector<unsigned int> versions = {9};
+    PluginManager::getPluginApiVersions("TestShapes", versions);
+    EXPECT_THAT(versions, ElementsAre(1u, 2u));
+    PluginManager::getApiNames(names);
+    EXPECT_THAT(names, IsSupersetOf({"TestShapes", "TestColors", "TestAsking", "TestThrowing"}));
+    EXPECT_THAT(names, Not(testing::Contains("left from an earlier call")));
+}
+
+TEST_F(PluginManagerTest, GivesSuitesAndFilesOfPlugins) {
+    const PluginHandle sphere = PluginManager::getPlugin("sphere", "TestShapes", 2);
+    const auto* suite = static_cast<const TestShapesSuite*>(PluginManager::getPluginSuite(sphere));
+    ASSERT_NE(suite, nullptr);
+    EXPECT_EQ(suite->libraryNumber(), 1);
+    EXPECT_EQ(PluginManager::getPluginPath(sphere), installed().shapesFile);
+}
+
+TEST_F(PluginManagerTest, FlushesAndSetsHosts) {
+    const PluginHandle sphere = PluginManager::getPlugin("sphere", "TestShapes", 2);
+    const auto* suite = static_cast<const TestShapesSuite*>(PluginManager::getPluginSuite(sphere));
+    ASSERT_NE(suite, nullptr);
+    const int flushesBefore = suite->flushCount();
+    PluginManager::flushSpecificPluginCache("TestShapes");
+    EXPECT_EQ(suite->flushCount(), flushesBefore + 2);
+
+    int host = 0;
+    PluginManager::setHost(reinterpret_cast<OxPluginHost*>(&host));
+    EXPECT_EQ(suite->lastHost(), reinterpret_cast<OxPluginHost*>(&host));
+    PluginManager::setHost(nullptr);
+    EXPECT_EQ(suite->lastHost(), nullptr);
+}
+
+TEST_F(PluginManagerTest, ListsWhatItPassedOver) {
+    std::vector<std::string> files;
+    for (const auto& refused : PluginManager::refused())
+        files.push_back(refused.file);
+    EXPECT_THAT(files, testing::Contains(installed().brokenFile));
+}
+
+TEST_F(PluginManagerTest, ShowsAPluginThatAsksWhileItIsLoadedWhatWasLoadedBefore) {
+    const PluginHandle asking = PluginManager::getPlugin("asking", "TestAsking", 1);
+    const auto* suite = static_cast<const AskingSuite*>(PluginManager::getPluginSuite(asking));
+    ASSERT_NE(suite, nullptr);
+    EXPECT_EQ(suite->shapesSeenByInitialiser, 2u);
+    EXPECT_EQ(suite->shapesSeenWhenCounted, 2u);
+    EXPECT_FALSE(suite->isItselfSeen);
+}
+
+TEST_F(PluginManagerTest, LoadsAFolderThatAPluginAddsWhileItIsLoaded) {
+    EXPECT_NE(PluginManager::getPlugin("easy", "TestChoosy", 1), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,405 @@
+#include "PluginRegistry.h"
+
+#include <gmock/gmock.h>
+
+#include <sys/stat.h>
+
+#include "CapturedLog.h"
+#include "PluginFolder.h"
+#include "RunTogether.h"
+#include "plugins/TestShapesSuite.h"
+
+namespace OxPluginManager {
+
+bool operator==(const RefusedPlugin& a, const RefusedPlugin& b) {
+    return a.file == b.file && a.reason == b.reason;
+}
+
+void PrintTo(const RefusedPlugin& refused, std::ostream* out) {
+    *out << refused.file << ": " << refused.reason;
+}
+
+} // namespace OxPluginManager
+
+namespace {
+
+using OxPluginManager::PluginRegistry;
+using OxPluginManager::RefusedPlugin;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+const TestShapesSuite& suiteOf(PluginRegistry& registry, const std::string& name = "sphere",
+                               unsigned int apiVersion = 2) {
+    const auto* const plugin = registry.plugin(name, "TestShapes", apiVersion);
+    const void* const suite = registry.pluginSuite(plugin);
+    if (!suite) throw std::runtime_error("The plug-in " + name + " has no suite");
+    return *static_cast<const TestShapesSuite*>(suite);
+}
+
+// Any address will do for a host: only the plug-ins ever look into one.
+OxPluginHost* hostNumber(int number) {
+    static int addresses[10] = {};
+    return reinterpret_cast<OxPluginHost*>(&addresses[number]);
+}
+
+TEST(PluginRegistry, FindsNothingWithoutFolders) {
+    PluginRegistry registry({}, "");
+    EXPECT_THAT(registry.pluginNames("TestShapes", 1), IsEmpty());
+    EXPECT_EQ(registry.plugin("sphere", "TestShapes", 1), nullptr);
+    EXPECT_THAT(registry.apiNames(), IsEmpty());
+    EXPECT_THAT(registry.folders(), IsEmpty());
+}
+
+TEST(PluginRegistry, ListsPluginsByApiAndVersion) {
+    const PluginFolder folder;
+    folder.install("GoodPlugin", "good.so");
+    PluginRegistry registry({folder.path()}, "");
+    EXPECT_THAT(registry.apiNames(), ElementsAre("TestShapes", "TestColors"));
+    EXPECT_THAT(registry.apiVersions("TestShapes"), ElementsAre(1u, 2u));
+    EXPECT_THAT(registry.pluginNames("TestShapes", 1), ElementsAre("sphere", "cube"));
+    EXPECT_THAT(registry.pluginNames("TestShapes", 2), ElementsAre("sphere"));
+    EXPECT_THAT(registry.pluginNames("TestShapes", 3), IsEmpty());
+    EXPECT_THAT(registry.apiVersions("Unknown"), IsEmpty());
+    EXPECT_THAT(registry.refusedPlugins(), IsEmpty());
+}
+
+TEST(PluginRegistry, GivesTheRecordTheSuiteAndTheFileOfAPlugin) {
+    const PluginFolder folder;
+    const std::string file = folder.install("GoodPlugin", "good.so");
+    PluginRegistry registry({folder.path()}, "");
+    const OxPluginRecord_v1* const cube = registry.plugin("cube", "TestShapes", 1);
+    ASSERT_NE(cube, nullptr);
+    EXPECT_EQ(cube->minorVersion, 5u);
+    EXPECT_EQ(suiteOf(registry, "cube", 1).libraryNumber(), 1);
+    EXPECT_EQ(registry.pluginPath(cube), file);
+}
+
+TEST(PluginRegistry, KnowsNothingOfOtherNamesAndHandles) {
+    const PluginFolder folder;
+    folder.install("GoodPlugin", "good.so");
+    PluginRegistry registry({folder.path()}, "");
+    EXPECT_EQ(registry.plugin("cube", "TestShapes", 2), nullptr);
+    EXPECT_EQ(registry.plugin("cube", "TestColors", 1), nullptr);
+    EXPECT_EQ(registry.plugin("Cube", "TestShapes", 1), nullptr);
+    const OxPluginRecord_v1 stranger = {};
+    EXPECT_EQ(registry.pluginSuite(nullptr), nullptr);
+    EXPECT_EQ(registry.pluginSuite(&stranger), nullptr);
+    EXPECT_EQ(registry.pluginPath(nullptr), "");
+    EXPECT_EQ(registry.pluginPath(&stranger), "");
+}
+
+TEST(PluginRegistry, LetsTheFirstFolderWinThenTheFirstFile) {
+    const PluginFolder first;
+    const PluginFolder second;
+    const std::string winner = first.install("OtherGoodPlugin", "b.so");
+    first.install("GoodPlugin", "c.so");
+    second.install("GoodPlugin", "a.so");
+    PluginRegistry registry({first.path(), second.path()}, "");
+    EXPECT_EQ(suiteOf(registry).libraryNumber(), 2);
+    EXPECT_EQ(registry.pluginPath(registry.plugin("sphere", "TestShapes", 2)), winner);
+    EXPECT_THAT(registry.pluginNames("TestShapes", 1), ElementsAre("sphere", "cube"));
+    EXPECT_THAT(registry.refusedPlugins(), IsEmpty());
+}
+
+TEST(PluginRegistry, SearchesTheFirstFoldersThenAddedOnesThenTheBuiltInOne) {
+    const PluginFolder first;
+    const PluginFolder added;
+    const PluginFolder builtIn;
+    added.install("OtherGoodPlugin", "z.so");
+    builtIn.install("GoodPlugin", "a.so");
+    PluginRegistry registry({first.path()}, builtIn.path());
+    registry.addFolder(added.path());
+    EXPECT_THAT(registry.folders(), ElementsAre(first.path(), added.path(), builtIn.path()));
+    EXPECT_EQ(suiteOf(registry).libraryNumber(), 2);
+    EXPECT_THAT(registry.folders(), ElementsAre(first.path(), added.path(), builtIn.path()));
+}
+
+TEST(PluginRegistry, LoadsOnlyTheNewFolderWhenOneIsAddedAfterTheFirstQuery) {
+    const PluginFolder first;
+    const PluginFolder late;
+    first.install("EmptyPlugin", "empty.so");
+    late.install("GoodPlugin", "good.so");
+    PluginRegistry registry({first.path()}, "");
+    EXPECT_EQ(registry.plugin("sphere", "TestShapes", 2), nullptr);
+    first.install("OtherGoodPlugin", "unseen.so");
+    registry.addFolder(late.path());
+    EXPECT_EQ(suiteOf(registry).libraryNumber(), 1);
+    EXPECT_THAT(registry.folders(), ElementsAre(first.path(), late.path()));
+}
+
+TEST(PluginRegistry, TakesOneFolderInSeveralSpellingsOnce) {
+    const PluginFolder folder;
+    folder.write("broken.so", "no library");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path(), folder.path() + "/", ""}, folder.path());
+    registry.addFolder(folder.path() + "/./");
+    EXPECT_THAT(registry.folders(), ElementsAre(folder.path()));
+    EXPECT_THAT(registry.refusedPlugins(), SizeIs(1));
+    registry.addFolder(folder.path());
+    EXPECT_THAT(registry.refusedPlugins(), SizeIs(1));
+    EXPECT_THAT(log.messages(), SizeIs(1));
+}
+
+TEST(PluginRegistry, LooksOnlyAtFilesWithTheSuffixOfModules) {
+    const PluginFolder folder;
+    folder.install("GoodPlugin", "good.so.1");
+    folder.install("OtherGoodPlugin", "good.txt");
+    folder.write("so", "no library");
+    std::filesystem::create_directory(folder.path("folder.so"));
+    PluginRegistry registry({folder.path()}, "");
+    EXPECT_THAT(registry.apiNames(), IsEmpty());
+    EXPECT_THAT(registry.refusedPlugins(), IsEmpty());
+}
+
+TEST(PluginRegistry, AcceptsALibraryWithoutPlugins) {
+    const PluginFolder folder;
+    folder.install("EmptyPlugin", "empty.so");
+    PluginRegistry registry({folder.path()}, "");
+    EXPECT_THAT(registry.apiNames(), IsEmpty());
+    EXPECT_THAT(registry.refusedPlugins(), IsEmpty());
+}
+
+TEST(PluginRegistry, WarnsOnceAboutATextFileWithTheReasonOfTheLoader) {
+    const PluginFolder folder;
+    const std::string file =
+        folder.write("text.so", "This is a text and not a library.\n" + std::string(5000, '.'));
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    EXPECT_THAT(registry.apiNames(), IsEmpty());
+    EXPECT_THAT(registry.apiNames(), IsEmpty());
+    EXPECT_THAT(registry.refusedPlugins(),
+                ElementsAre(RefusedPlugin{file, file + ": invalid ELF header"}));
+    ASSERT_THAT(log.messages(), SizeIs(1));
+    EXPECT_EQ(log.messages().front().level, OxLogLevel::warn);
+    EXPECT_EQ(log.messages().front().loggerName, "PluginManager");
+    EXPECT_EQ(log.messages().front().text,
+              "Passed over \"" + file + "\": " + file + ": invalid ELF header");
+}
+
+TEST(PluginRegistry, GoesOnBehindAFileThatCannotBeLoaded) {
+    const PluginFolder folder;
+    folder.write("a.so", "");
+    folder.install("GoodPlugin", "b.so");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    EXPECT_EQ(suiteOf(registry).libraryNumber(), 1);
+    EXPECT_THAT(registry.refusedPlugins(), SizeIs(1));
+}
+
+TEST(PluginRegistry, PassesOverALibraryWithAnUnresolvedFunction) {
+    const PluginFolder folder;
+    folder.install("UnresolvedPlugin", "unresolved.so");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    ASSERT_THAT(registry.refusedPlugins(), SizeIs(1));
+    EXPECT_THAT(registry.refusedPlugins().front().reason,
+                HasSubstr("TellarTestFunctionThatNobodyHas"));
+}
+
+TEST(PluginRegistry, PassesOverWhatIsNoRegularFile) {
+    const PluginFolder folder;
+    std::filesystem::create_symlink(folder.path("nowhere"), folder.path("link.so"));
+    ASSERT_EQ(mkfifo(folder.path("pipe.so").c_str(), 0600), 0);
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    EXPECT_THAT(registry.refusedPlugins(),
+                ElementsAre(RefusedPlugin{folder.path("link.so"), "not a regular file"},
+                            RefusedPlugin{folder.path("pipe.so"), "not a regular file"}));
+}
+
+TEST(PluginRegistry, WarnsAboutAFolderThatCannotBeReadUnlessItIsTheBuiltInOne) {
+    const PluginFolder folder;
+    const std::string file = folder.write("file", "");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path("absent"), file}, folder.path("absent built-in"));
+    EXPECT_THAT(registry.refusedPlugins(),
+                ElementsAre(RefusedPlugin{folder.path("absent"), "No such file or directory"},
+                            RefusedPlugin{file, "Not a directory"}));
+    EXPECT_THAT(log.messages(), SizeIs(2));
+}
+
+struct BadPlugin {
+    const char* library;
+    const char* reason;
+};
+
+void PrintTo(const BadPlugin& plugin, std::ostream* out) {
+    *out << plugin.library;
+}
+
+class BadPluginTest : public testing::TestWithParam<BadPlugin> {};
+
+TEST_P(BadPluginTest, IsPassedOverAsAWholeWithOneWarning) {
+    const PluginFolder folder;
+    const std::string file = folder.install(GetParam().library, "bad.so");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    EXPECT_THAT(registry.apiNames(), IsEmpty());
+    EXPECT_THAT(registry.refusedPlugins(), ElementsAre(RefusedPlugin{file, GetParam().reason}));
+    EXPECT_THAT(log.textsOf("PluginManager"),
+                ElementsAre("Passed over \"" + file + "\": " + GetParam().reason));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    PluginRegistry, BadPluginTest,
+    testing::Values(BadPlugin{"NoPlugin", "it exports no OxGetPluginCount"},
+                    BadPlugin{"HalfPlugin", "it exports no OxGetPlugin"},
+                    BadPlugin{"ThrowingCountPlugin", "OxGetPluginCount threw: no licence"},
+                    BadPlugin{"AbsurdCountPlugin",
+                              "it claims to hold 1025 plug-ins, more than 1024"},
+                    BadPlugin{"ThrowingRecordPlugin",
+                              "plug-in 0: OxGetPlugin threw something that is no std::exception"},
+                    BadPlugin{"NullRecordPlugin", "plug-in 0: its record is null"},
+                    BadPlugin{"WrongVersionPlugin", "plug-in 1: its record has version 2, not 1"},
+                    BadPlugin{"NoNamePlugin", "plug-in 1: it has no name"},
+                    BadPlugin{"EmptyNamePlugin", "plug-in 1: it has no name"},
+                    BadPlugin{"NoApiNamePlugin", "plug-in 1: it has no API name"},
+                    BadPlugin{"NoSuitePlugin", "plug-in 1: it has no getSuite function"}),
+    [](const testing::TestParamInfo<BadPlugin>& info) { return info.param.library; });
+
+TEST(PluginRegistry, FlushesThePluginsOfOneApiInEveryVersion) {
+    const PluginFolder folder;
+    folder.install("GoodPlugin", "good.so");
+    PluginRegistry registry({folder.path()}, "");
+    const TestShapesSuite& suite = suiteOf(registry);
+    registry.flush("TestShapes");
+    EXPECT_EQ(suite.flushCount(), 2);
+    registry.flush("TestColors");
+    EXPECT_EQ(suite.flushCount(), 3);
+    registry.flush("Unknown");
+    EXPECT_EQ(suite.flushCount(), 3);
+}
+
+TEST(PluginRegistry, GivesEveryChangeOfTheHostToPluginsThatAreLoaded) {
+    const PluginFolder folder;
+    folder.install("GoodPlugin", "good.so");
+    PluginRegistry registry({folder.path()}, "");
+    const TestShapesSuite& suite = suiteOf(registry);
+    EXPECT_EQ(suite.setHostCount(), 0);
+    registry.setHost(hostNumber(1));
+    EXPECT_EQ(suite.lastHost(), hostNumber(1));
+    registry.setHost(nullptr);
+    EXPECT_EQ(suite.lastHost(), nullptr);
+    EXPECT_EQ(suite.setHostCount(), 2);
+}
+
+TEST(PluginRegistry, GivesARememberedHostToPluginsAsTheyLoad) {
+    const PluginFolder folder;
+    folder.install("GoodPlugin", "good.so");
+    PluginRegistry registry({folder.path()}, "");
+    registry.setHost(hostNumber(1));
+    registry.setHost(hostNumber(2));
+    const TestShapesSuite& suite = suiteOf(registry);
+    EXPECT_EQ(suite.setHostCount(), 1);
+    EXPECT_EQ(suite.lastHost(), hostNumber(2));
+}
+
+TEST(PluginRegistry, GivesNoHostToAPluginThatAnotherHides) {
+    const PluginFolder folder;
+    folder.install("GoodPlugin", "a.so");
+    const PluginFolder hidden;
+    const std::string file = hidden.install("OtherGoodPlugin", "b.so");
+    PluginRegistry owner({hidden.path()}, "");
+    const TestShapesSuite& hiddenSuite = suiteOf(owner);
+    PluginRegistry registry({folder.path(), hidden.path()}, "");
+    registry.setHost(hostNumber(1));
+    EXPECT_EQ(suiteOf(registry).lastHost(), hostNumber(1));
+    EXPECT_EQ(hiddenSuite.setHostCount(), 0);
+}
+
+TEST(PluginRegistry, PassesOverAPluginThatDoesNotAcceptTheHostAsItIsLoaded) {
+    const PluginFolder folder;
+    const std::string file = folder.install("ChoosyPlugin", "choosy.so");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    registry.setHost(hostNumber(1));
+    EXPECT_THAT(registry.pluginNames("TestChoosy", 1), ElementsAre("easy"));
+    EXPECT_THAT(registry.refusedPlugins(),
+                ElementsAre(RefusedPlugin{
+                    file, "plug-in \"choosy\": it does not accept the host (status 3)"}));
+}
+
+TEST(PluginRegistry, KeepsALoadedPluginThatDoesNotAcceptAHostWithAWarning) {
+    const PluginFolder folder;
+    const std::string file = folder.install("ChoosyPlugin", "choosy.so");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    EXPECT_THAT(registry.pluginNames("TestChoosy", 1), ElementsAre("choosy", "easy"));
+    registry.setHost(hostNumber(1));
+    EXPECT_THAT(registry.pluginNames("TestChoosy", 1), ElementsAre("choosy", "easy"));
+    EXPECT_THAT(log.textsOf("PluginManager"),
+                ElementsAre("Plug-in \"choosy\" of \"" + file +
+                            "\": it does not accept the host (status 3)"));
+}
+
+TEST(PluginRegistry, LetsNoExceptionOfAPluginOut) {
+    const PluginFolder folder;
+    const std::string file = folder.install("ThrowingFunctionsPlugin", "thrower.so");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    const OxPluginRecord_v1* const plugin = registry.plugin("thrower", "TestThrowing", 1);
+    ASSERT_NE(plugin, nullptr);
+    EXPECT_EQ(registry.pluginSuite(plugin), nullptr);
+    registry.flush("TestThrowing");
+    registry.setHost(hostNumber(1));
+    const std::string start = "Plug-in \"thrower\" of \"" + file + "\": ";
+    EXPECT_THAT(log.textsOf("PluginManager"), ElementsAre(start + "getSuite threw: no suite today",
+                                                          start + "flush threw: no flush today",
+                                                          start + "setHost threw: no host today"));
+}
+
+TEST(PluginRegistry, LetsALogSinkAskWhileItLoads) {
+    const PluginFolder folder;
+    folder.install("GoodPlugin", "a.so");
+    folder.write("b.so", "no library");
+    PluginRegistry registry({folder.path()}, "");
+    std::vector<std::string> seen;
+    const OxLogSink previous = OxLoggingSetSink(
+        [&](const OxLogMessage&) { seen = registry.pluginNames("TestShapes", 1); });
+    registry.apiNames();
+    OxLoggingSetSink(previous);
+    EXPECT_THAT(seen, ElementsAre("sphere", "cube"));
+}
+
+TEST(PluginRegistry, ShowsEveryThreadAllPluginsOnFirstUse) {
+    const PluginFolder folder;
+    folder.install("GoodPlugin", "good.so");
+    folder.install("ChoosyPlugin", "choosy.so");
+    PluginRegistry registry({folder.path()}, "");
+    std::atomic<int> complete{0};
+    RunTogether(8, [&](int) {
+        complete += registry.apiNames().size() == 3 &&
+                    registry.plugin("sphere", "TestShapes", 2) != nullptr;
+    });
+    EXPECT_EQ(complete, 8);
+}
+
+TEST(PluginRegistry, StaysRightWhileThreadsAskAddFoldersFlushAndSetHosts) {
+    const PluginFolder folder;
+    const PluginFolder late;
+    folder.install("GoodPlugin", "good.so");
+    late.install("ChoosyPlugin", "choosy.so");
+    late.install("OtherGoodPlugin", "other.so");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    std::atomic<int> wrong{0};
+    RunTogether(8, [&](int number) {
+        for (int i = 0; i < 100; ++i) {
+            if (number == 0 && i == 50) registry.addFolder(late.path());
+            if (number == 1) registry.setHost(hostNumber(i % 10));
+            if (suiteOf(registry).libraryNumber() != 1) ++wrong;
+            if (registry.pluginNames("TestShapes", 1).size() != 2) ++wrong;
+            if (number == 2) registry.flush("TestShapes");
+            registry.folders();
+            registry.refusedPlugins();
+        }
+    });
+    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(suiteOf(registry).flushCount(), 200);
+    EXPECT_EQ(suiteOf(registry).lastHost(), hostNumber(9));
+    EXPECT_NE(registry.plugin("easy", "TestChoosy", 1), nullptr);
+}
+
+} // namespace

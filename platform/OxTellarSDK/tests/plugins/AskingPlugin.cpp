@@ -1,0 +1,40 @@
+// Asks the manager that is loading it: what it was told is its suite.
+#include "AskingSuite.h"
+
+#include <cstdlib>
+
+#include <OxTellarSDK/OxPluginApi.h>
+#include <OxTellarSDK/PluginManager.h>
+
+namespace {
+
+using OxPluginManager::PluginManager;
+
+std::size_t shapeCount() {
+    std::vector<std::string> names;
+    PluginManager::getPluginNames("TestShapes", names, 1);
+    return names.size();
+}
+
+AskingSuite suite = {shapeCount(), 0, false};
+
+const void* getSuite() {
+    return &suite;
+}
+
+const OxPluginRecord_v1 record = {
+    OX_PLUGIN_RECORD_VERSION, "asking", "TestAsking", 1, 0, 0, getSuite, nullptr, nullptr};
+
+} // namespace
+
+unsigned int OxGetPluginCount() {
+    suite.shapesSeenWhenCounted = shapeCount();
+    suite.isItselfSeen = PluginManager::getPlugin("asking", "TestAsking", 1) != nullptr;
+    const char* folder = std::getenv("TELLAR_TEST_FOLDER_ADDED_WHILE_LOADING");
+    if (folder) PluginManager::addSearchPath(folder);
+    return 1;
+}
+
+const OxPluginRecord_v1* OxGetPlugin(unsigned int) {
+    return &record;
+}

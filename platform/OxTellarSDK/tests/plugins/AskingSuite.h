@@ -1,0 +1,13 @@
+#ifndef TELLAR_TEST_ASKINGSUITE_H
+#define TELLAR_TEST_ASKINGSUITE_H
+
+#include <cstddef>
+
+/// What the plug-in "asking" saw of its manager while it was being loaded.
+struct AskingSuite {
+    std::size_t shapesSeenByInitialiser;
+    std::size_t shapesSeenWhenCounted;
+    bool isItselfSeen;
+};
+
+#endif
