@@ -1,0 +1,55 @@
+#ifndef OXTELLARPRODUCERS_BASEGEOMETRYPRODUCER_H
+#define OXTELLARPRODUCERS_BASEGEOMETRYPRODUCER_H
+
+#include <cstdint>
+#include <set>
+#include <string>
+
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+
+#include <OxTellarProducers/Export.h>
+#include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/TellarRuntime.h>
+
+namespace TELLAR {
+
+/// What all producers over a runtime share: one cooked location, and navigation on top of how the
+/// variant gets at location data. A snapshot of one cook, never refreshed.
+class TELLAR_API BaseGeometryProducer : public GeometryProducer {
+public:
+    ~BaseGeometryProducer() override;
+    void getAttributeNames(std::set<std::string>* names) override;
+    OxAttribute::StringAttribute getPotentialChildren() override;
+    OxAttribute::Attribute getAttribute(const char* name) override;
+    std::string getName() override;
+    std::string getFullName() override;
+    std::string getHash() override;
+    /// Looks through all time samples of the potential children.
+    Ptr getChildByName(const char* name, bool evict) override;
+    /// The first one that exists in the sample nearest to time 0.
+    Ptr getFirstChild(bool evict) override;
+    Ptr getNextSibling(bool evict) override;
+
+    /// `index` is the place among the parent's potential children; -1 when it is not known.
+    BaseGeometryProducer(std::string path, TellarRuntime::LocationData data, std::int64_t index,
+                         boost::intrusive_ptr<BaseGeometryProducer> parentProducer);
+
+protected:
+    virtual TellarRuntime::LocationData getLocationData(const std::string& path, bool evict) = 0;
+    /// A producer of the same variant, sharing this one's client.
+    virtual Ptr createChild(std::string path, TellarRuntime::LocationData data, std::int64_t index,
+                            boost::intrusive_ptr<BaseGeometryProducer> parentProducer) = 0;
+
+private:
+    Ptr findExistingChild(std::int64_t firstIndex, bool evict);
+
+    const std::string locationPath;
+    const TellarRuntime::LocationData locationData;
+    const std::int64_t childIndex;
+    const OxAttribute::GroupAttribute attrs;
+};
+
+} // namespace TELLAR
+
+#endif

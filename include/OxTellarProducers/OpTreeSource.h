@@ -1,0 +1,111 @@
+#ifndef OXTELLARPRODUCERS_OPTREESOURCE_H
+#define OXTELLARPRODUCERS_OPTREESOURCE_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include <boost/shared_ptr.hpp>
+
+#include <OxTellarProducers/Export.h>
+#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/TellarRuntime.h>
+
+namespace TELLAR {
+
+/// Where an op graph comes from, and how it is built. Immutable: const members may be called
+/// from several threads at once, each with a transaction of its own.
+class TELLAR_API AbstractOpTreeSource {
+public:
+    virtual ~AbstractOpTreeSource();
+
+    /// Whether there is anything to build from. If not, the reason is assigned to *error, unless
+    /// error is null.
+    virtual bool isValid(std::string* error) const = 0;
+    /// Builds the graph in `transaction` and returns its terminal Op; null when that fails.
+    virtual std::shared_ptr<TellarRuntime::Op>
+    getOp(const std::shared_ptr<TellarRuntime::Transaction>& transaction) const = 0;
+    virtual std::string describe() const = 0;
+
+    /// Tells one source's content from another's.
+    std::uint64_t getHash() const { return hash; }
+
+    AbstractOpTreeSource(const AbstractOpTreeSource& other) : hash(other.hash) {}
+    AbstractOpTreeSource& operator=(const AbstractOpTreeSource&) = delete;
+
+protected:
+    explicit AbstractOpTreeSource(std::uint64_t sourceHash) : hash(sourceHash) {}
+
+private:
+    const std::uint64_t hash;
+};
+
+/// A serialised op file on disk. Its hash is that of the path as typed: "a.oxop" and "./a.oxop"
+/// are two sources.
+class TELLAR_API OpTreeFileSource : public AbstractOpTreeSource {
+public:
+    explicit OpTreeFileSource(const std::string& path);
+
+    /// "Empty filename provided.", or "File \"<path>\" does not exist."; any kind of existing
+    /// file-system entry will do.
+    bool isValid(std::string* error) const override;
+    /// Null for an empty name, and for a file that cannot be read as an op file.
+    std::shared_ptr<TellarRuntime::Op>
+    getOp(const std::shared_ptr<TellarRuntime::Transaction>& transaction) const override;
+    /// The path.
+    std::string describe() const override;
+
+private:
+    const std::string filename;
+};
+
+/// An op-tree description held in an attribute: a group with one child per Op, which is a group
+/// {"opType": string, "opArgs": group, "opInputs": names of other children}. The last child is
+/// the terminal Op. Its hash is the first word of the attribute's.
+class TELLAR_API OpTreeAttributeSource : public AbstractOpTreeSource {
+public:
+    explicit OpTreeAttributeSource(const OxAttribute::GroupAttribute& opTreeDescription);
+
+    /// "Invalid GroupAttribute provided." An empty group is valid.
+    bool isValid(std::string* error) const override;
+    /// Null for an invalid or empty description, and when a child is no group; Ops made for
+    /// earlier children then stay in the transaction. An input that names no child is null.
+    std::shared_ptr<TellarRuntime::Op>
+    getOp(const std::shared_ptr<TellarRuntime::Transaction>& transaction) const override;
+    /// "GroupAttribute".
+    std::string describe() const override;
+
+private:
+    const OxAttribute::GroupAttribute description;
+};
+
+/// A copyable handle that shares one source, and keys ordered containers. Copies may be made and
+/// dropped in any thread.
+class TELLAR_API OpTreeSource {
+public:
+    /// Never fails; ask isValid.
+    static OpTreeSource createFromFile(const std::string& filename);
+    static OpTreeSource createFromGroupAttribute(const OxAttribute::GroupAttribute& description);
+
+    OpTreeSource(const OpTreeSource& other);
+    OpTreeSource& operator=(const OpTreeSource& other);
+    ~OpTreeSource();
+
+    /// By hash: sources of equal content are equivalent.
+    bool operator<(const OpTreeSource& other) const;
+
+    std::string describe() const;
+    std::shared_ptr<TellarRuntime::Op>
+    getOp(const std::shared_ptr<TellarRuntime::Transaction>& transaction) const;
+    bool isValid(std::string* error) const;
+
+private:
+    explicit OpTreeSource(AbstractOpTreeSource* owned);
+
+    AbstractOpTreeSource* source;
+    boost::shared_ptr<AbstractOpTreeSource> owner;
+};
+
+} // namespace TELLAR
+
+#endif

@@ -1,0 +1,37 @@
+#ifndef OXTELLARPRODUCERS_SYNCGEOMETRYPRODUCER_H
+#define OXTELLARPRODUCERS_SYNCGEOMETRYPRODUCER_H
+
+#include <memory>
+#include <string>
+
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+
+#include <OxTellarProducers/BaseGeometryProducer.h>
+#include <OxTellarProducers/Export.h>
+#include <OxTellarSDK/TellarRuntime.h>
+
+namespace TELLAR {
+
+/// Cooks on demand through one client that the whole tree shares. Takes no lock: several threads
+/// may navigate at once if the client allows it.
+class TELLAR_API SyncGeometryProducer : public BaseGeometryProducer {
+public:
+    ~SyncGeometryProducer() override;
+    std::shared_ptr<TellarRuntime::Client> getClient() override;
+
+    SyncGeometryProducer(std::shared_ptr<TellarRuntime::Client> treeClient, std::string path,
+                         TellarRuntime::LocationData data, std::int64_t index,
+                         boost::intrusive_ptr<BaseGeometryProducer> parentProducer);
+
+protected:
+    TellarRuntime::LocationData getLocationData(const std::string& path, bool evict) override;
+    Ptr createChild(std::string path, TellarRuntime::LocationData data, std::int64_t index,
+                    boost::intrusive_ptr<BaseGeometryProducer> parentProducer) override;
+
+private:
+    const std::shared_ptr<TellarRuntime::Client> client;
+};
+
+} // namespace TELLAR
+
+#endif

@@ -1,0 +1,42 @@
+#ifndef OXTELLARPRODUCERS_THREADLOCALCLIENT_H
+#define OXTELLARPRODUCERS_THREADLOCALCLIENT_H
+
+#include <memory>
+
+#include <boost/shared_ptr.hpp>
+
+#include <OxTellarProducers/Export.h>
+#include <OxTellarProducers/OpTreeSource.h>
+#include <OxTellarSDK/TellarRuntime.h>
+
+namespace TELLAR {
+
+/// One client per thread for an op-tree source, made on the thread's first request and given back
+/// to the client factory when the thread ends. All objects over sources with equal hashes give a
+/// thread the same client.
+///
+/// Threads: one object may be shared by any number of threads.
+class TELLAR_API ThreadLocalClient {
+public:
+    /// An invalid source is logged at error level by the logger "ThreadLocalClient"; no thread
+    /// gets a client then.
+    explicit ThreadLocalClient(const OpTreeSource& opTreeSource);
+    virtual ~ThreadLocalClient();
+    ThreadLocalClient(const ThreadLocalClient&) = delete;
+    ThreadLocalClient& operator=(const ThreadLocalClient&) = delete;
+
+    /// The calling thread's client. Empty when the source is invalid or no client could be made;
+    /// a thread for which that failed once is not tried again.
+    virtual std::shared_ptr<TellarRuntime::Client> getClient();
+
+private:
+    class Store;
+    friend struct StoreRegistry;
+
+    OpTreeSource source;
+    boost::shared_ptr<Store> store; // empty for an invalid source
+};
+
+} // namespace TELLAR
+
+#endif

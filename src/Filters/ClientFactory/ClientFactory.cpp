@@ -1,0 +1,199 @@
+#include <OxTellarProducers/ClientFactory.h>
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <list>
+#include <map>
+#include <mutex>
+#include <string>
+
+#include <OxLoggingHost/OxLoggerGlue.h>
+#include <OxRenderServices/AnalyticsManager.h>
+#include <OxTellarServicesHost/OxTellarServicesHost.h>
+#include <rapidjson/document.h>
+
+namespace TELLAR {
+
+namespace {
+
+using Client = std::shared_ptr<TellarRuntime::Client>;
+
+const OxLoggerGlue& Logger() {
+    static const OxLoggerGlue* const logger = new OxLoggerGlue("ClientFactory");
+    return *logger;
+}
+
+template <typename MakeText>
+void LogError(int line, MakeText makeText) {
+    if (Logger().errorEnabled()) Logger().error(makeText(), __FILE__, line);
+}
+
+struct Creation {
+    std::shared_ptr<TellarRuntime> runtime;
+    Client client; // empty: it failed
+};
+
+std::string QueryRuntime(const TellarRuntime& runtime, const char* query) {
+    std::string text;
+    runtime.queryText(
+        query,
+        [](const char* piece, std::size_t length, int status, void* user) {
+            if (status == 0) static_cast<std::string*>(user)->append(piece, length);
+        },
+        &text);
+    return text;
+}
+
+void RecordUsage(const TellarRuntime& runtime) {
+    OxRenderServices::AnalyticsManager* analytics =
+        OxRenderServices::AnalyticsManager::getInstance();
+    if (!analytics) return;
+    struct Record {
+        const char* query;
+        const char* name;
+    };
+    constexpr Record records[] = {{"getAnonymousOpTree", "runtime.opTree"},
+                                  {"getAnonymousOpRegistry", "runtime.opRegistry"}};
+    for (const Record& record : records) {
+        const std::string text = QueryRuntime(runtime, record.query);
+        if (text.empty()) continue;
+        rapidjson::Document document;
+        document.Parse(text.data(), text.size());
+        analytics->addRecord(record.name, document);
+    }
+}
+
+Creation CreateClient(const OpTreeSource& source) {
+    std::string problem;
+    if (!source.isValid(&problem)) {
+        LogError(__LINE__, [&] { return "Invalid Op tree source: " + problem; });
+        return {};
+    }
+    const OxTellarServicesHost servicesHost;
+    Creation creation;
+    creation.runtime = servicesHost.createRuntime();
+    if (!creation.runtime) {
+        LogError(__LINE__, [] { return std::string("Runtime could not be loaded."); });
+        return {};
+    }
+    const auto transaction = creation.runtime->createTransaction();
+    const std::shared_ptr<TellarRuntime::Op> op = source.getOp(transaction);
+    if (!op || op->getId() < 0) {
+        LogError(__LINE__,
+                 [&] { return "Could not parse OpTree from '" + source.describe() + "'."; });
+        return {};
+    }
+    creation.client = transaction->createClient();
+    transaction->setClientOp(creation.client, op);
+    creation.runtime->commit(transaction);
+    RecordUsage(*creation.runtime);
+    return creation;
+}
+
+/// Owns every client it ever made. An entry is in use, or released: then it stands in both
+/// released lists, newest first.
+///
+/// Locks: cacheLock guards everything but pendingReleases, and is held while a client is made;
+/// pendingLock guards pendingReleases. Where both are held, cacheLock is taken first.
+class ClientFactory {
+public:
+    Client create(const OpTreeSource& source) {
+        const std::lock_guard<std::mutex> guard(cacheLock);
+        takeInReleased();
+        evict();
+        if (Client client = reuse(source)) return client;
+        Creation creation = CreateClient(source);
+        if (!creation.client) return {};
+        const Client client = creation.client;
+        entriesByClient.emplace(client.get(),
+                                ClientEntry{source, std::move(creation.runtime), client});
+        return client;
+    }
+
+    void invalidate(Client client) {
+        const std::lock_guard<std::mutex> guard(pendingLock);
+        pendingReleases.push_back(std::move(client));
+    }
+
+private:
+    struct ClientEntry;
+    using EntryList = std::list<ClientEntry*>;
+
+    struct ClientEntry {
+        OpTreeSource source;
+        std::shared_ptr<TellarRuntime> runtime;
+        Client client;
+        bool released = false;
+        EntryList::iterator place = {};         // in releasedEntries, when released
+        EntryList::iterator placeOfSource = {}; // in its source's list, when released
+    };
+
+    void takeInReleased() {
+        std::list<Client> drained;
+        {
+            const std::lock_guard<std::mutex> guard(pendingLock);
+            drained.swap(pendingReleases);
+        }
+        for (const Client& client : drained) {
+            const auto found = entriesByClient.find(client.get());
+            if (found != entriesByClient.end() && !found->second.released) link(found->second);
+        }
+    }
+
+    void evict() {
+        while (entriesByClient.size() > capacity && !releasedEntries.empty()) {
+            ClientEntry* oldest = releasedEntries.back();
+            unlink(*oldest);
+            entriesByClient.erase(oldest->client.get());
+        }
+    }
+
+    Client reuse(const OpTreeSource& source) {
+        const EntryList& released = releasedBySource[source];
+        if (released.empty()) return {};
+        ClientEntry& newest = *released.front();
+        unlink(newest);
+        return newest.client;
+    }
+
+    void link(ClientEntry& entry) {
+        EntryList& ofSource = releasedBySource[entry.source];
+        entry.released = true;
+        entry.place = releasedEntries.insert(releasedEntries.begin(), &entry);
+        entry.placeOfSource = ofSource.insert(ofSource.begin(), &entry);
+    }
+
+    void unlink(ClientEntry& entry) {
+        entry.released = false;
+        releasedEntries.erase(entry.place);
+        releasedBySource[entry.source].erase(entry.placeOfSource);
+    }
+
+    const std::uint64_t capacity = std::numeric_limits<std::uint64_t>::max();
+
+    std::mutex pendingLock;
+    std::list<Client> pendingReleases;
+
+    std::mutex cacheLock;
+    std::map<TellarRuntime::Client*, ClientEntry, std::less<>> entriesByClient;
+    EntryList releasedEntries;
+    std::map<OpTreeSource, EntryList> releasedBySource;
+};
+
+ClientFactory& GetFactory() {
+    static ClientFactory* const factory = new ClientFactory;
+    return *factory;
+}
+
+} // namespace
+
+std::shared_ptr<TellarRuntime::Client> ClientCreateWithOpTree(const OpTreeSource& source) {
+    return GetFactory().create(source);
+}
+
+void ClientInvalidate(std::shared_ptr<TellarRuntime::Client> client) {
+    GetFactory().invalidate(std::move(client));
+}
+
+} // namespace TELLAR

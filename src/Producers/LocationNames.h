@@ -1,0 +1,49 @@
+#ifndef OXTELLARPRODUCERS_LOCATIONNAMES_H
+#define OXTELLARPRODUCERS_LOCATIONNAMES_H
+
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include <OxTellarSDK/Attribute.h>
+
+namespace TELLAR {
+
+/// The text after the last "/"; empty when there is none.
+inline std::string LeafName(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == std::string::npos ? std::string() : path.substr(slash + 1);
+}
+
+inline std::string ChildPath(const std::string& parentPath, std::string_view name) {
+    std::string path;
+    path.reserve(parentPath.size() + 1 + name.size());
+    path += parentPath;
+    path += '/';
+    path += name;
+    return path;
+}
+
+inline void InsertChildNames(const OxAttribute::GroupAttribute& group,
+                             std::set<std::string>* names) {
+    if (!names) return;
+    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
+        names->insert(group.getChildName(i));
+}
+
+/// The whole group for a null or empty name, else the child at a dotted path.
+inline OxAttribute::Attribute AttributeAt(const OxAttribute::GroupAttribute& group,
+                                          const char* name) {
+    if (!name || *name == '\0') return group;
+    return group.getChildByName(name);
+}
+
+inline void RefuseDeepName(std::string_view name) {
+    if (name.find('/') != std::string_view::npos)
+        throw std::runtime_error("getChildByName does not support deep child lookups");
+}
+
+} // namespace TELLAR
+
+#endif

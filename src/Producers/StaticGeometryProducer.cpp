@@ -1,0 +1,91 @@
+#include <OxTellarProducers/StaticGeometryProducer.h>
+
+#include <algorithm>
+#include <vector>
+
+#include <OxTellarSDK/DelimiterCodec.h>
+
+#include "LocationNames.h"
+
+using OxAttribute::Attribute;
+using OxAttribute::GroupAttribute;
+using OxAttribute::StringAttribute;
+
+namespace TELLAR {
+
+StaticGeometryProducer::StaticGeometryProducer(std::string path, GroupAttribute description,
+                                               std::int64_t index, Ptr parentProducer)
+    : GeometryProducer(std::move(parentProducer)), locationPath(std::move(path)),
+      group(std::move(description)), childIndex(index) {}
+
+StaticGeometryProducer::~StaticGeometryProducer() = default;
+
+GroupAttribute StaticGeometryProducer::getChildren() const {
+    return group.getChildByName("c");
+}
+
+void StaticGeometryProducer::getAttributeNames(std::set<std::string>* names) {
+    InsertChildNames(group.getChildByName("a"), names);
+}
+
+StringAttribute StaticGeometryProducer::getPotentialChildren() {
+    const GroupAttribute children = getChildren();
+    if (!children.isValid()) return {};
+    std::vector<std::string> names;
+    for (std::int64_t i = 0; i < children.getNumberOfChildren(); ++i)
+        names.push_back(OxAttribute::DelimiterDecode(children.getChildNameView(i)));
+    return StringAttribute(names, 1);
+}
+
+Attribute StaticGeometryProducer::getAttribute(const char* name) {
+    return AttributeAt(group.getChildByName("a"), name);
+}
+
+std::string StaticGeometryProducer::getName() {
+    return LeafName(locationPath);
+}
+std::string StaticGeometryProducer::getFullName() {
+    return locationPath;
+}
+std::string StaticGeometryProducer::getHash() {
+    return group.getHash().str();
+}
+
+GeometryProducer::Ptr StaticGeometryProducer::getChildByName(const char* name, bool) {
+    const std::string wanted = name ? name : "";
+    if (wanted == "..") return getParent();
+    if (wanted == ".") return this;
+    RefuseDeepName(wanted);
+    const GroupAttribute child(group.getChildByName("c." + wanted));
+    if (!child.isValid()) return nullptr;
+    return new StaticGeometryProducer(ChildPath(locationPath, wanted), child, -1, this);
+}
+
+GeometryProducer::Ptr StaticGeometryProducer::getFirstChild(bool) {
+    const GroupAttribute children = getChildren();
+    if (children.getNumberOfChildren() == 0) return nullptr;
+    const std::string name = OxAttribute::DelimiterDecode(children.getChildNameView(0));
+    return new StaticGeometryProducer(ChildPath(locationPath, name), children.getChildByIndex(0), 0,
+                                      this);
+}
+
+GeometryProducer::Ptr StaticGeometryProducer::getNextSibling(bool) {
+    auto* parent = dynamic_cast<StaticGeometryProducer*>(getRawParentPtr());
+    if (!parent) return nullptr;
+    const auto names = parent->getPotentialChildren().getNearestSample(0.0f);
+    const auto count = static_cast<std::int64_t>(names.size());
+    if (childIndex < 0) {
+        const std::string own = getName();
+        childIndex = 0;
+        while (childIndex < count && names[static_cast<std::size_t>(childIndex)] != own)
+            ++childIndex;
+    }
+    const std::int64_t next = childIndex + 1;
+    if (next >= count) return nullptr;
+    // The path continues this producer's own; readers of static scenes count on it.
+    return new StaticGeometryProducer(
+        ChildPath(locationPath, names[static_cast<std::size_t>(next)]),
+        parent->getChildren().getChildByIndex(next), next, parent);
+}
+
+} // namespace TELLAR
