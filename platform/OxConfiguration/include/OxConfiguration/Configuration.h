@@ -1,0 +1,61 @@
+#ifndef OXCONFIGURATION_CONFIGURATION_H
+#define OXCONFIGURATION_CONFIGURATION_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <OxConfiguration/Export.h>
+
+/// The settings of this process: named texts from one JSON file, overlaid by the
+/// environment. There is one object, which Config() returns.
+///
+/// The file is the one that the environment variable OX_CONFIG_FILE names. It holds one
+/// object; the members of nested objects have dotted keys ("cache.limit"), numbers and
+/// booleans count as their text. If anything in it is wrong, all of it is ignored and one
+/// error is logged by "Configuration" that names the file, the line and the column.
+///
+/// The environment variable OX_CONFIG_FOO overrides the key "FOO"; in a variable's name
+/// '_' stands for each character of the key outside [A-Za-z0-9_], so OX_CONFIG_cache_limit
+/// overrides "cache.limit". The key "FILE" alone cannot be overridden: its variable names
+/// the file.
+///
+/// Both are read when Config() is first called and again by reload() only. Any number of
+/// threads may use the object at once, also during a reload.
+class OXCONFIGURATION_API Configuration {
+public:
+    /// Whether the key has a value, which may be an empty one.
+    bool has(const std::string& key) const;
+
+    /// The key's value; empty when it has none.
+    std::string get(const std::string& key) const;
+
+    /// What the values come from: the path of the file, if it could be read, then the
+    /// names of the environment variables in alphabetical order.
+    std::vector<std::string> sources() const;
+
+    /// Reads the file and the environment again. Callers see either all of the old values
+    /// or all of the new ones. Nobody may change the environment meanwhile.
+    void reload();
+
+    Configuration(const Configuration&) = delete;
+    Configuration& operator=(const Configuration&) = delete;
+
+private:
+    struct Snapshot;
+    friend OXCONFIGURATION_API Configuration* Config();
+
+    explicit Configuration(std::shared_ptr<const Snapshot> snapshot);
+    ~Configuration();
+    std::shared_ptr<const Snapshot> current() const;
+
+    // Replaced as a whole by reload() and reached through std::atomic_load and
+    // std::atomic_store only; a snapshot itself never changes. No reader/writer lock:
+    // readers that follow each other closely would keep reload() waiting.
+    std::shared_ptr<const Snapshot> snapshot;
+};
+
+/// The process's configuration. Never null, never destroyed; safe from any thread.
+OXCONFIGURATION_API Configuration* Config();
+
+#endif

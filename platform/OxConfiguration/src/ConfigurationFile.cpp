@@ -1,0 +1,147 @@
+#include "ConfigurationFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <rapidjson/error/en.h>
+#include <rapidjson/memorystream.h>
+#include <rapidjson/reader.h>
+
+namespace {
+
+// The parser calls itself for each level: far more than people write, far less than the
+// stack of any thread holds.
+constexpr std::size_t kMaximumDepth = 64;
+
+// A configuration is written by people; what is larger is some other file.
+constexpr std::uintmax_t kMaximumFileSize = 16 * 1024 * 1024;
+
+// Collects the values of one object under dotted keys. Every member returns whether the
+// parser shall go on; after a refusal, `reason` says why.
+class ValueCollector : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, ValueCollector> {
+public:
+    bool String(const char* text, rapidjson::SizeType length, bool) {
+        if (objectKeyLengths.empty()) return refuseRoot();
+        values[key] = std::string(text, length);
+        return true;
+    }
+    bool RawNumber(const char* text, rapidjson::SizeType length, bool isCopy) {
+        return String(text, length, isCopy);
+    }
+    bool Bool(bool value) { return value ? String("true", 4, true) : String("false", 5, true); }
+    bool Null() { return objectKeyLengths.empty() ? refuseRoot() : refuseValue("null"); }
+    bool StartArray() { return objectKeyLengths.empty() ? refuseRoot() : refuseValue("an array"); }
+
+    bool StartObject() {
+        if (objectKeyLengths.size() == kMaximumDepth) {
+            reason = "Objects are nested more than " + std::to_string(kMaximumDepth) + " deep.";
+            return false;
+        }
+        objectKeyLengths.push_back(key.size());
+        return true;
+    }
+    bool Key(const char* text, rapidjson::SizeType length, bool) {
+        key.resize(objectKeyLengths.back());
+        if (objectKeyLengths.size() > 1) key += '.';
+        key.append(text, length);
+        return true;
+    }
+    bool EndObject(rapidjson::SizeType) {
+        objectKeyLengths.pop_back();
+        return true;
+    }
+
+    ConfigurationValues values;
+    std::string reason;
+
+private:
+    bool refuseRoot() {
+        reason = "The file must hold one object.";
+        return false;
+    }
+    bool refuseValue(const std::string& kind) {
+        reason = "The value of \"" + key + "\" is " + kind +
+                 "; it must be a string, a number, a boolean or an object.";
+        return false;
+    }
+
+    // The dotted key of the member being read, and for each object around it the length
+    // of the object's own key.
+    std::string key;
+    std::vector<std::size_t> objectKeyLengths;
+};
+
+std::string contentError(std::string_view text, std::size_t offset, const std::string& name,
+                         const std::string& reason) {
+    const std::string_view before = text.substr(0, std::min(offset, text.size()));
+    const auto line = 1 + std::count(before.begin(), before.end(), '\n');
+    const std::size_t column = before.size() - (before.find_last_of('\n') + 1) + 1;
+    return "Configuration file \"" + name + "\", line " + std::to_string(line) + ", column " +
+           std::to_string(column) + ": " + reason;
+}
+
+std::string fileError(const std::string& path, const std::string& reason) {
+    return "Cannot read the configuration file \"" + path + "\": " + reason;
+}
+
+// Why the file is not to be opened at all; empty when it is.
+std::string refusalBeforeReading(const std::string& path) {
+    std::error_code code;
+    const auto status = std::filesystem::status(path, code);
+    if (code) return code.message();
+    // A pipe or a device might never end.
+    if (!std::filesystem::is_regular_file(status)) return "not a regular file";
+    const std::uintmax_t size = std::filesystem::file_size(path, code);
+    if (code) return code.message();
+    if (size > kMaximumFileSize) return std::to_string(size) + " bytes are too many";
+    return {};
+}
+
+} // namespace
+
+bool ParseConfiguration(std::string_view text, const std::string& name, ConfigurationValues& values,
+                        std::string& error) {
+    // The parser would take a zero byte for the end of the text.
+    const std::size_t zero = text.find('\0');
+    if (zero != std::string_view::npos) {
+        error = contentError(text, zero, name, "A zero byte.");
+        return false;
+    }
+    constexpr unsigned int kFlags =
+        rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseValidateEncodingFlag;
+    rapidjson::MemoryStream stream(text.data(), text.size());
+    rapidjson::Reader reader;
+    ValueCollector collector;
+    const rapidjson::ParseResult result = reader.Parse<kFlags>(stream, collector);
+    if (result.IsError()) {
+        const bool isRefusal = result.Code() == rapidjson::kParseErrorTermination;
+        const std::string reason =
+            isRefusal ? collector.reason : rapidjson::GetParseError_En(result.Code());
+        error = contentError(text, result.Offset(), name, reason);
+        return false;
+    }
+    values = std::move(collector.values);
+    return true;
+}
+
+bool ReadConfigurationFile(const std::string& path, ConfigurationValues& values,
+                           std::string& error) {
+    const std::string refusal = refusalBeforeReading(path);
+    if (!refusal.empty()) {
+        error = fileError(path, refusal);
+        return false;
+    }
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (!file.is_open() || file.bad()) {
+        error = fileError(path, std::generic_category().message(errno));
+        return false;
+    }
+    return ParseConfiguration(text, path, values, error);
+}
