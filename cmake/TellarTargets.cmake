@@ -53,6 +53,9 @@ function(tellar_library name)
     install(DIRECTORY "${ARG_HEADERS_DIR}/" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 endfunction()
 
+# All plug-ins that come with the project: what a program that loads them waits for.
+add_custom_target(tellar_plugins)
+
 # tellar_plugin(<name> SOURCES <files...>): a loadable module in the plug-in folder.
 function(tellar_plugin name)
     cmake_parse_arguments(ARG "" "" "SOURCES" ${ARGN})
@@ -62,6 +65,7 @@ function(tellar_plugin name)
     set_target_properties(${name} PROPERTIES
         PREFIX "" LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib/${TELLAR_PLUGIN_SUBDIR}"
         INSTALL_RPATH "$ORIGIN/..")
+    add_dependencies(tellar_plugins ${name})
     install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/${TELLAR_PLUGIN_SUBDIR})
 endfunction()
 

@@ -29,7 +29,13 @@ protected:
                     boost::intrusive_ptr<BaseGeometryProducer> parentProducer) override;
 
 private:
-    const std::shared_ptr<TellarRuntime::Client> client;
+    AsyncGeometryProducer(const AsyncGeometryProducer& maker, std::string path,
+                          TellarRuntime::LocationData data, std::int64_t index,
+                          boost::intrusive_ptr<BaseGeometryProducer> parentProducer);
+
+    // A producer made by navigation leaves the owning to its ancestors, which it keeps alive.
+    const std::shared_ptr<TellarRuntime::Client> owner;
+    TellarRuntime::Client* const client;
 };
 
 } // namespace TELLAR

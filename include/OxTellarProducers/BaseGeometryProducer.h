@@ -1,6 +1,7 @@
 #ifndef OXTELLARPRODUCERS_BASEGEOMETRYPRODUCER_H
 #define OXTELLARPRODUCERS_BASEGEOMETRYPRODUCER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <set>
 #include <string>
@@ -35,6 +36,10 @@ public:
     BaseGeometryProducer(std::string path, TellarRuntime::LocationData data, std::int64_t index,
                          boost::intrusive_ptr<BaseGeometryProducer> parentProducer);
 
+    // Producers come and go with every step of a walk; their memory is pooled per thread.
+    static void* operator new(std::size_t bytes);
+    static void operator delete(void* memory, std::size_t bytes) noexcept;
+
 protected:
     virtual TellarRuntime::LocationData getLocationData(const std::string& path, bool evict) = 0;
     /// A producer of the same variant, sharing this one's client.
@@ -44,7 +49,7 @@ protected:
 private:
     Ptr findExistingChild(std::int64_t firstIndex, bool evict);
 
-    const std::string locationPath;
+    std::string locationPath; // its room goes back to the pool in the end
     const TellarRuntime::LocationData locationData;
     const std::int64_t childIndex;
     const OxAttribute::GroupAttribute attrs;

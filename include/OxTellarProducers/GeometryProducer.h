@@ -44,11 +44,11 @@ public:
     virtual std::string getHash() = 0;
     /// ".." is the parent, "." this producer. Throws std::runtime_error "getChildByName does not
     /// support deep child lookups" for a name with "/".
-    virtual Ptr getChildByName(const char* name, bool evict) = 0;
-    virtual Ptr getFirstChild(bool evict) = 0;
+    virtual Ptr getChildByName(const char* name, bool evict = false) = 0;
+    virtual Ptr getFirstChild(bool evict = false) = 0;
     /// A producer that did not come from its parent's getFirstChild or getNextSibling may not
     /// know its place: it then starts with the parent's first child.
-    virtual Ptr getNextSibling(bool evict) = 0;
+    virtual Ptr getNextSibling(bool evict = false) = 0;
     /// The client behind the producer; empty when there is none.
     virtual std::shared_ptr<TellarRuntime::Client> getClient();
 
@@ -62,7 +62,7 @@ public:
     /// Walks from this producer along a path whose first part is this producer's name, "." or
     /// "..": "/root/world" asked of the root, "../sibling" of any. `evict` holds for the last
     /// part.
-    Ptr getProducerByPath(const std::string& path, bool evict);
+    Ptr getProducerByPath(const std::string& path, bool evict = false);
 
     /// The "type" attribute; empty when it is missing or no string.
     std::string getType();

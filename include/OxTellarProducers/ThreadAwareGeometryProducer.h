@@ -31,7 +31,13 @@ protected:
                     boost::intrusive_ptr<BaseGeometryProducer> parentProducer) override;
 
 private:
-    const boost::shared_ptr<ThreadLocalClient> threadLocalClient;
+    ThreadAwareGeometryProducer(const ThreadAwareGeometryProducer& maker, std::string path,
+                                TellarRuntime::LocationData data, std::int64_t index,
+                                boost::intrusive_ptr<BaseGeometryProducer> parentProducer);
+
+    // A producer made by navigation leaves the owning to its ancestors, which it keeps alive.
+    const boost::shared_ptr<ThreadLocalClient> owner;
+    ThreadLocalClient* const threadLocalClient;
 };
 
 } // namespace TELLAR

@@ -11,12 +11,22 @@ AsyncGeometryProducer::AsyncGeometryProducer(
     TellarRuntime::LocationData data, std::int64_t index,
     boost::intrusive_ptr<BaseGeometryProducer> parentProducer)
     : BaseGeometryProducer(std::move(path), std::move(data), index, std::move(parentProducer)),
-      client(std::move(treeClient)) {}
+      owner(std::move(treeClient)), client(owner.get()) {}
+
+AsyncGeometryProducer::AsyncGeometryProducer(
+    const AsyncGeometryProducer& maker, std::string path, TellarRuntime::LocationData data,
+    std::int64_t index, boost::intrusive_ptr<BaseGeometryProducer> parentProducer)
+    : BaseGeometryProducer(std::move(path), std::move(data), index, std::move(parentProducer)),
+      client(maker.client) {}
 
 AsyncGeometryProducer::~AsyncGeometryProducer() = default;
 
 std::shared_ptr<TellarRuntime::Client> AsyncGeometryProducer::getClient() {
-    return client;
+    // What navigation made owns no client; what it was made from is of this variant too.
+    const AsyncGeometryProducer* producer = this;
+    while (!producer->owner && producer->client)
+        producer = static_cast<const AsyncGeometryProducer*>(producer->getRawParentPtr());
+    return producer->owner;
 }
 
 TellarRuntime::LocationData AsyncGeometryProducer::getLocationData(const std::string& path, bool) {
@@ -33,7 +43,7 @@ GeometryProducer::Ptr
 AsyncGeometryProducer::createChild(std::string path, TellarRuntime::LocationData data,
                                    std::int64_t index,
                                    boost::intrusive_ptr<BaseGeometryProducer> parentProducer) {
-    return new AsyncGeometryProducer(client, std::move(path), std::move(data), index,
+    return new AsyncGeometryProducer(*this, std::move(path), std::move(data), index,
                                      std::move(parentProducer));
 }
 

@@ -13,7 +13,17 @@ BaseGeometryProducer::BaseGeometryProducer(
     : GeometryProducer(std::move(parentProducer)), locationPath(std::move(path)),
       locationData(std::move(data)), childIndex(index), attrs(locationData.getAttrs()) {}
 
-BaseGeometryProducer::~BaseGeometryProducer() = default;
+BaseGeometryProducer::~BaseGeometryProducer() {
+    NavigationPool::GivePath(std::move(locationPath));
+}
+
+void* BaseGeometryProducer::operator new(std::size_t bytes) {
+    return NavigationPool::TakeMemory(bytes);
+}
+
+void BaseGeometryProducer::operator delete(void* memory, std::size_t bytes) noexcept {
+    NavigationPool::GiveMemory(memory, bytes);
+}
 
 void BaseGeometryProducer::getAttributeNames(std::set<std::string>* names) {
     InsertChildNames(attrs, names);
@@ -67,13 +77,12 @@ GeometryProducer::Ptr BaseGeometryProducer::getNextSibling(bool evict) {
 }
 
 GeometryProducer::Ptr BaseGeometryProducer::findExistingChild(std::int64_t firstIndex, bool evict) {
-    const auto names = getPotentialChildren().getNearestSample(0.0f);
-    for (auto i = static_cast<std::size_t>(firstIndex); i < names.size(); ++i) {
-        std::string path = ChildPath(locationPath, names[i]);
+    const StringAttribute& names = locationData.borrowPotentialChildren();
+    const std::int64_t count = names.getNumberOfValues();
+    for (std::int64_t i = firstIndex; i < count; ++i) {
+        std::string path = ChildPath(locationPath, names.getValueView(i));
         TellarRuntime::LocationData data = getLocationData(path, evict);
-        if (data.doesLocationExist())
-            return createChild(std::move(path), std::move(data), static_cast<std::int64_t>(i),
-                               this);
+        if (data.doesLocationExist()) return createChild(std::move(path), std::move(data), i, this);
     }
     return nullptr;
 }

@@ -8,6 +8,8 @@
 
 #include <OxTellarSDK/Attribute.h>
 
+#include "NavigationPool.h"
+
 namespace TELLAR {
 
 /// The text after the last "/"; empty when there is none.
@@ -17,7 +19,7 @@ inline std::string LeafName(const std::string& path) {
 }
 
 inline std::string ChildPath(const std::string& parentPath, std::string_view name) {
-    std::string path;
+    std::string path = NavigationPool::TakePath();
     path.reserve(parentPath.size() + 1 + name.size());
     path += parentPath;
     path += '/';

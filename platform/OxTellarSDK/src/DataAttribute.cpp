@@ -20,8 +20,9 @@ Node* AllocateData(AttributeType type, const float* times, std::int64_t timeCoun
                    std::int64_t count, std::int64_t tupleSize, std::uint64_t tailBytes) {
     if (tupleSize < 1 || tupleSize > std::numeric_limits<std::int32_t>::max())
         throw std::invalid_argument("Attribute tuple size must be at least 1");
-    if (count < 0 || timeCount < 1 || timeCount > std::numeric_limits<std::int32_t>::max())
-        throw std::invalid_argument("Attribute value and time counts must not be negative");
+    if (count < 0) throw std::invalid_argument("Attribute value count must not be negative");
+    if (timeCount < 1 || timeCount > std::numeric_limits<std::int32_t>::max())
+        throw std::runtime_error("Error building attribute from an impossible number of times.");
     for (std::int64_t i = 0; i < timeCount; ++i)
         if (!std::isfinite(times[i]) || (i > 0 && !(times[i - 1] < times[i])))
             throw std::runtime_error("Error building attribute time samples do not ascend.");
@@ -65,6 +66,8 @@ std::vector<float> TimesOf(const std::map<float, std::vector<T>>& samples) {
 template <typename T>
 Node* MakeNumbers(AttributeType type, const float* times, std::int64_t timeCount, const T* values,
                   std::int64_t count, std::int64_t tupleSize) {
+    if (timeCount > 0 && count > std::numeric_limits<std::int64_t>::max() / 8 / timeCount)
+        throw std::bad_alloc();
     const auto elements = static_cast<std::uint64_t>(count) * static_cast<std::uint64_t>(timeCount);
     Node* node = AllocateData(type, times, timeCount, count, tupleSize, elements * sizeof(T));
     if (elements > 0) std::memcpy(MutableValues<T>(node), values, elements * sizeof(T));
@@ -120,10 +123,11 @@ float DataAttribute::getSampleTime(std::int64_t index) const noexcept {
 
 std::int64_t DataAttribute::getNearestSampleIndex(float time) const noexcept {
     if (!handle) return -1;
-    std::int64_t nearest = 0;
-    for (std::int64_t i = 1; i < getNumberOfTimeSamples(); ++i)
-        if (std::fabs(getSampleTime(i) - time) < std::fabs(getSampleTime(nearest) - time))
-            nearest = i;
+    const std::int64_t last = getNumberOfTimeSamples() - 1;
+    std::int64_t nearest = 0; // only neighbours are compared: far away, all seem equally near
+    while (nearest < last && double(getSampleTime(nearest + 1)) - time <
+                                 std::fabs(double(time) - getSampleTime(nearest)))
+        ++nearest;
     return nearest;
 }
 
@@ -190,8 +194,8 @@ void NumericAttribute<T>::fillInterpSample(T* out, std::int64_t count, float tim
     while (after < last && getSampleTime(after) < time)
         ++after;
     const std::int64_t before = after > 0 && time < getSampleTime(after) ? after - 1 : after;
-    const float span = getSampleTime(after) - getSampleTime(before);
-    const double blend = span > 0.0f ? (double(time) - getSampleTime(before)) / span : 0.0;
+    const double span = double(getSampleTime(after)) - getSampleTime(before);
+    const double blend = span > 0.0 ? (double(time) - getSampleTime(before)) / span : 0.0;
     for (std::int64_t i = 0; i < count; ++i) {
         if (i >= available) {
             out[i] = defaultValue;
@@ -237,10 +241,10 @@ std::string StringAttribute::getValue(const std::string& defaultValue, bool thro
     return defaultValue;
 }
 
-std::string_view StringAttribute::getValueView() const noexcept {
-    if (!handle || handle->count == 0) return {};
+std::string_view StringAttribute::getValueView(std::int64_t index) const noexcept {
+    if (index < 0 || index >= getNumberOfValues()) return {};
     const std::uint32_t* ends =
-        Values<std::uint32_t>(handle) + getNearestSampleIndex(0.0f) * getNumberOfValues();
+        Values<std::uint32_t>(handle) + getNearestSampleIndex(0.0f) * getNumberOfValues() + index;
     return {StringBytes(handle) + ends[0], ends[1] - ends[0] - 1};
 }
 

@@ -178,12 +178,47 @@ bool AllUtf8(const StringAttribute& attribute) {
     return true;
 }
 
-/// Writes values in the forms that DescriptionReader knows.
+/// Writes values in the forms that DescriptionReader knows. Open groups are kept on a stack of
+/// its own, not on the thread's: they may be nested deep.
 class ValueWriter {
 public:
     explicit ValueWriter(JsonText& text) : text(text) {}
 
     void write(const Attribute& attribute) {
+        begin(attribute);
+        while (!open.empty()) {
+            Level& level = open.back();
+            // The entry of a listed child ends when its value does.
+            if (level.form == Form::Listed && level.next > 0) text.close('}');
+            if (level.next == level.group.getNumberOfChildren()) {
+                end(level.form);
+                open.pop_back();
+                continue;
+            }
+            const std::int64_t index = level.next++;
+            beginChild(level, level.group.getChildNameView(index));
+            begin(level.group.getChildByIndex(index)); // may move `level`
+        }
+    }
+
+private:
+    enum class Form {
+        Plain, ///< {"name": value, ...}
+        Typed, ///< {"$type": "group", "children": {"name": value, ...}}
+        Listed ///< {"$type": "group", "children": [{"name": "...", "value": value}, ...]}
+    };
+
+    struct Level {
+        GroupAttribute group;
+        Form form;
+        std::int64_t next;
+    };
+
+    JsonText& text;
+    std::vector<Level> open;
+
+    /// Writes a value, or the beginning of a group.
+    void begin(const Attribute& attribute) {
         switch (attribute.getType()) {
         case kAttributeTypeInt:
             writeNumbers(IntAttribute(attribute));
@@ -198,16 +233,13 @@ public:
             writeStrings(StringAttribute(attribute));
             return;
         case kAttributeTypeGroup:
-            writeGroup(GroupAttribute(attribute));
+            beginGroup(GroupAttribute(attribute));
             return;
         default:
             text.raw("null");
             return;
         }
     }
-
-private:
-    JsonText& text;
 
     // ---- groups ----
 
@@ -223,53 +255,47 @@ private:
         return true;
     }
 
-    void writeGroup(const GroupAttribute& group) {
-        if (group.getGroupInherit() && allNames(group, isPlainName)) {
-            writeChildren(group);
+    static Form formOf(const GroupAttribute& group) {
+        if (!allNames(group, IsUtf8)) return Form::Listed;
+        const bool isPlain = group.getGroupInherit() && allNames(group, isPlainName);
+        return isPlain ? Form::Plain : Form::Typed;
+    }
+
+    void beginGroup(const GroupAttribute& group) {
+        const Form form = formOf(group);
+        text.open('{');
+        if (form != Form::Plain) {
+            text.nextMember("$type");
+            text.string("group");
+            if (!group.getGroupInherit()) {
+                text.nextMember("inherit");
+                text.raw("false");
+            }
+            text.nextMember("children");
+            text.open(form == Form::Listed ? '[' : '{');
+        }
+        open.push_back({group, form, 0});
+    }
+
+    void beginChild(const Level& level, std::string_view name) {
+        if (level.form != Form::Listed) {
+            text.nextMember(name);
             return;
         }
+        text.nextItem();
         text.open('{');
-        text.nextMember("$type");
-        text.string("group");
-        if (!group.getGroupInherit()) {
-            text.nextMember("inherit");
-            text.raw("false");
-        }
-        if (group.getNumberOfChildren() > 0) {
-            text.nextMember("children");
-            if (allNames(group, IsUtf8))
-                writeChildren(group);
-            else
-                writeListedChildren(group);
-        }
-        text.close('}');
+        text.nextMember(IsUtf8(name) ? "name" : "hexName");
+        if (IsUtf8(name))
+            text.string(name);
+        else
+            text.hexString(name);
+        text.nextMember("value");
     }
 
-    void writeChildren(const GroupAttribute& group) {
-        text.open('{');
-        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
-            text.nextMember(group.getChildNameView(i));
-            write(group.getChildByIndex(i));
-        }
+    void end(Form form) {
+        if (form == Form::Listed) text.close(']');
+        if (form == Form::Typed) text.close('}');
         text.close('}');
-    }
-
-    void writeListedChildren(const GroupAttribute& group) {
-        text.open('[');
-        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
-            const std::string_view name = group.getChildNameView(i);
-            text.nextItem();
-            text.open('{');
-            text.nextMember(IsUtf8(name) ? "name" : "hexName");
-            if (IsUtf8(name))
-                text.string(name);
-            else
-                text.hexString(name);
-            text.nextMember("value");
-            write(group.getChildByIndex(i));
-            text.close('}');
-        }
-        text.close(']');
     }
 
     // ---- values ----

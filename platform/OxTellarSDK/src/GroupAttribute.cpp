@@ -22,13 +22,12 @@ bool IsNamed(const Node* node, std::uint64_t index, std::string_view name) {
 template <typename Entry>
 std::int64_t Find(const Node* node, std::string_view name) {
     const Entry* entries = Entries<Entry>(node);
-    const std::uint32_t hash = HashName(name);
     if (node->count <= kLinearSearchLimit) {
         for (std::uint64_t i = 0; i < node->count; ++i)
-            if (entries[i].nameHash == hash && IsNamed<Entry>(node, i, name))
-                return static_cast<std::int64_t>(i);
+            if (IsNamed<Entry>(node, i, name)) return static_cast<std::int64_t>(i);
         return -1;
     }
+    const std::uint32_t hash = HashName(name);
     const std::uint32_t* sorted = SortedIndices<Entry>(node);
     const std::uint32_t* end = sorted + node->count;
     const std::uint32_t* found =

@@ -1,5 +1,6 @@
 #include <OxTellarSDK/GroupBuilder.h>
 
+#include <algorithm>
 #include <deque>
 #include <stdexcept>
 #include <string>
@@ -108,14 +109,12 @@ void GroupBuilder::set(std::string_view path, const Attribute& attribute, bool g
     if (!attribute.isValid()) return;
     Node* node = root.get();
     if (mode == BuilderModeNormal) {
-        int depth = 1;
+        if (std::count(path.begin(), path.end(), '.') >= kMaxGroupDepth)
+            throw std::runtime_error("Groups cannot be nested deeper than " +
+                                     std::to_string(kMaxGroupDepth) + " levels");
         for (std::size_t dot; (dot = path.find('.')) != std::string_view::npos;
-             path.remove_prefix(dot + 1)) {
-            if (++depth > kMaxGroupDepth)
-                throw std::runtime_error("Groups cannot be nested deeper than " +
-                                         std::to_string(kMaxGroupDepth) + " levels");
+             path.remove_prefix(dot + 1))
             node = &Node::open(node->findOrAdd(path.substr(0, dot)), groupInherit);
-        }
     }
     Node::Child& child = node->findOrAdd(path);
     child.group.reset();

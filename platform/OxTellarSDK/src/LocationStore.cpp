@@ -211,32 +211,66 @@ LocationNode* LocationStore::findOrAdd(std::string_view path) {
     return locate(path, true);
 }
 
-LocationNode* LocationStore::locate(std::string_view path, bool add) {
-    const std::size_t slash = path.rfind('/');
-    if (slash == std::string_view::npos || slash + 1 == path.size() || path[0] != '/')
-        return nullptr;
-    const std::string_view parentPath = path.substr(0, slash);
-    const std::string_view name = path.substr(slash + 1);
+namespace {
 
-    Memory* memory = MemoryFor(id);
-    LocationNode* parent = nullptr;
-    std::uint32_t hint = 0;
-    if (memory && memory->storeId == id) {
-        const std::string_view last = memory->path;
-        if (last.size() == slash && last == parentPath) {
-            parent = memory->node;
-        } else if (last.size() > slash && last[slash] == '/' &&
-                   last.compare(0, slash, parentPath) == 0) {
-            // The last location lies below this one's parent: climb up to its sibling.
-            const LocationNode* sibling = memory->node;
-            for (std::size_t end = last.rfind('/'); end != slash; end = last.rfind('/', end - 1))
-                sibling = sibling->parent;
-            parent = sibling->parent;
-            hint = sibling->index + 1;
-        }
+/// The place from which the last location of a thread leads to another one.
+struct Start {
+    LocationNode* parent = nullptr; // null: the last location does not help
+    std::uint32_t hint = 0;         // where among its children the one wanted probably is
+};
+
+bool StartsWith(std::string_view text, std::string_view start) {
+    return text.size() >= start.size() && std::memcmp(text.data(), start.data(), start.size()) == 0;
+}
+
+/// When the location wanted is a sibling of the last one, or a child of it: told without looking
+/// for slashes, which is most of the work otherwise. `*name` receives its name.
+Start StartBesideOrBelow(const Memory& memory, std::string_view path, std::string_view* name) {
+    const std::string_view last = memory.path;
+    const std::size_t parentLength = last.size() - memory.node->nameLength - 1;
+    Start start;
+    std::size_t slash = 0;
+    if (path.size() > last.size() && path[last.size()] == '/' && StartsWith(path, last)) {
+        start = {memory.node, 0};
+        slash = last.size();
+    } else if (StartsWith(path, last.substr(0, parentLength + 1))) {
+        start = {memory.node->parent, memory.node->index + 1};
+        slash = parentLength;
     }
-    if (!parent) parent = descend(parentPath, add);
-    LocationNode* node = parent ? child(parent, name, hint, add) : nullptr;
+    *name = path.substr(slash + 1);
+    if (name->empty() || std::memchr(name->data(), '/', name->size())) return {};
+    return start;
+}
+
+/// When the location wanted is a sibling of an ancestor of the last one.
+Start StartAbove(const Memory& memory, std::string_view parentPath) {
+    const std::string_view last = memory.path;
+    const std::size_t slash = parentPath.size();
+    if (last.size() <= slash || last[slash] != '/' || !StartsWith(last, parentPath)) return {};
+    const LocationNode* sibling = memory.node;
+    for (std::size_t end = last.rfind('/'); end != slash; end = last.rfind('/', end - 1))
+        sibling = sibling->parent;
+    return {sibling->parent, sibling->index + 1};
+}
+
+} // namespace
+
+LocationNode* LocationStore::locate(std::string_view path, bool add) {
+    Memory* memory = MemoryFor(id);
+    const bool remembers = memory && memory->storeId == id;
+    std::string_view name;
+    Start start;
+    if (remembers) start = StartBesideOrBelow(*memory, path, &name);
+    if (!start.parent) {
+        const std::size_t slash = path.rfind('/');
+        if (slash == std::string_view::npos || slash + 1 == path.size() || path[0] != '/')
+            return nullptr;
+        const std::string_view parentPath = path.substr(0, slash);
+        name = path.substr(slash + 1);
+        if (remembers) start = StartAbove(*memory, parentPath);
+        if (!start.parent) start.parent = descend(parentPath, add);
+    }
+    LocationNode* node = start.parent ? child(start.parent, name, start.hint, add) : nullptr;
     if (node && memory) {
         memory->storeId = id;
         memory->node = node;

@@ -76,23 +76,22 @@ bool isNameCharacter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
 }
 
-// The reference that begins at the '$' in front of `text`: all of it, and the name in it.
-// Nothing when the '$' is only a character.
+// The reference that begins at the '$' in front of a text: all of it, and the name in it.
+// No variable has an empty name, so that of a '$' which is only a character is empty.
 struct VariableReference {
     std::string_view whole;
     std::string_view name;
 };
 
-std::optional<VariableReference> parseReference(std::string_view text) {
+VariableReference parseReference(std::string_view text) {
     if (startswith(text, "${")) {
         const std::size_t close = text.find('}');
-        if (close == std::string_view::npos) return std::nullopt;
-        return VariableReference{text.substr(0, close + 1), text.substr(2, close - 2)};
+        if (close == std::string_view::npos) return {text.substr(0, 1), {}};
+        return {text.substr(0, close + 1), text.substr(2, close - 2)};
     }
     const auto end = std::find_if_not(text.begin() + 1, text.end(), isNameCharacter);
     const auto length = static_cast<std::size_t>(end - text.begin());
-    if (length == 1) return std::nullopt;
-    return VariableReference{text.substr(0, length), text.substr(1, length - 1)};
+    return {text.substr(0, length), text.substr(1, length - 1)};
 }
 
 std::optional<std::string> homeFolder(const std::string& userName) {
@@ -159,11 +158,10 @@ std::string expandvars(std::string_view text) {
         text.remove_prefix(dollar);
         if (text.empty()) break;
 
-        const auto reference = parseReference(text);
-        const char* value = reference ? std::getenv(std::string(reference->name).c_str()) : nullptr;
-        const std::string_view consumed = reference ? reference->whole : text.substr(0, 1);
-        result += value ? std::string_view(value) : consumed;
-        text.remove_prefix(consumed.size());
+        const VariableReference reference = parseReference(text);
+        const char* value = std::getenv(std::string(reference.name).c_str());
+        result += value ? std::string_view(value) : reference.whole;
+        text.remove_prefix(reference.whole.size());
     }
     return result;
 }

@@ -34,16 +34,31 @@ class ThreadLocalClient::Store {
 public:
     Store() : holders(&HandBack) {}
 
-    Client getClient(const OpTreeSource& source) {
-        if (Client* holder = holders.get()) return *holder;
-        auto made = std::make_unique<Client>(ClientCreateWithOpTree(source));
-        holders.reset(made.get());
-        return *made.release();
+    const Client& getClient(const OpTreeSource& source) {
+        if (lastUsed.store == this) return *lastUsed.holder;
+        Client* holder = holders.get();
+        if (!holder) {
+            auto made = std::make_unique<Client>(ClientCreateWithOpTree(source));
+            holders.reset(made.get());
+            holder = made.release();
+        }
+        lastUsed = {this, holder};
+        return *holder;
     }
 
 private:
+    // What the thread asked for last: walks ask the same store again and again. Neither stores
+    // nor holders are ever destroyed.
+    struct LastUsed {
+        const Store* store = nullptr;
+        Client* holder = nullptr;
+    };
+    static thread_local LastUsed lastUsed;
+
     boost::thread_specific_ptr<Client> holders;
 };
+
+thread_local ThreadLocalClient::Store::LastUsed ThreadLocalClient::Store::lastUsed;
 
 /// One store for each source of the process; entries are never removed.
 struct StoreRegistry {
@@ -77,6 +92,10 @@ ThreadLocalClient::~ThreadLocalClient() = default;
 
 std::shared_ptr<TellarRuntime::Client> ThreadLocalClient::getClient() {
     return store ? store->getClient(source) : nullptr;
+}
+
+TellarRuntime::Client* ThreadLocalClient::borrowClient() {
+    return store ? store->getClient(source).get() : nullptr;
 }
 
 } // namespace TELLAR

@@ -287,7 +287,9 @@ public:
                          bool throwOnError = true) const;
     /// The value that getValue("", false) copies, in place: it lives as long as the
     /// attribute's value does.
-    std::string_view getValueView() const noexcept;
+    std::string_view getValueView() const noexcept { return getValueView(0); }
+    /// Value `index` of the sample nearest to time 0, in place; empty when out of range.
+    std::string_view getValueView(std::int64_t index) const noexcept;
 
     ConstStringSample getNearestSample(float time) const&;
     ConstStringSample getNearestSample(float time) &&;
