@@ -98,7 +98,7 @@ Node* AllocateNode(AttributeType type, std::uint64_t bytes) {
 Node* RetainedChild(const Node* group, std::uint64_t index) {
     if (!IsInFile(group)) {
         Node* child = Entries<MemoryEntry>(group)[index].child;
-        child->refCount.fetch_add(1, std::memory_order_relaxed);
+        Attribute::retain(child); // it may lie in a file
         return child;
     }
     Container* container = Container::Of(group);

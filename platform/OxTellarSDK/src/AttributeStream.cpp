@@ -94,7 +94,7 @@ private:
 void WriteFile(const std::string& path, const Attribute& attribute, ContainerKind kind,
                bool compress) {
     ReplacingFile file(path, compress);
-    WriteContainer(attribute, kind, &file, &ReplacingFile::Write);
+    WriteContainer(attribute, kind, &file, &ReplacingFile::Write, "file \"" + path + '"');
     file.commit();
 }
 
@@ -113,9 +113,13 @@ FileKind ProbeFile(const std::string& path) {
     }
     if (std::memcmp(header.magic, kContainerMagic, sizeof kContainerMagic) != 0)
         return FileKind::Unknown;
-    return header.kind == static_cast<std::uint32_t>(ContainerKind::OpFile)
-               ? FileKind::OpFile
-               : FileKind::AttributeStream;
+    switch (static_cast<ContainerKind>(header.kind)) {
+    case ContainerKind::AttributeStream:
+        return FileKind::AttributeStream;
+    case ContainerKind::OpFile:
+        return FileKind::OpFile;
+    }
+    return FileKind::Unknown;
 }
 
 void WriteAttributeFile(const std::string& path, const Attribute& attribute, bool compress) {

@@ -200,7 +200,11 @@ const Node* Container::checked(const Place& place) {
         checkNode(place);
         word.fetch_or(bit, std::memory_order_release);
     }
-    return reinterpret_cast<const Node*>(base + place.unit * kUnitBytes);
+    const auto* node = reinterpret_cast<const Node*>(base + place.unit * kUnitBytes);
+    // What was checked as a group of another parent must not come in again as a number.
+    if (place.type >= 0 && node->type != place.type)
+        damaged("no attribute of the type stated stands", place.unit);
+    return node;
 }
 
 const Node* Container::child(const Node* group, std::uint64_t index) {
@@ -264,6 +268,9 @@ void Container::checkData(const Node* node) {
             if (!std::isfinite(time) || (i > 0 && !(TimeAt(node, i - 1) < time)))
                 damaged("an attribute has times that do not ascend", node->unit);
         }
+        // Written out, it would make the value differ from the same one in memory.
+        if (node->timeCount == 1 && TimeAt(node, 0) == 0.0f && !std::signbit(TimeAt(node, 0)))
+            damaged("an attribute states the time that goes without saying", node->unit);
     }
     const std::uint64_t valuesOffset = offset + sizeof(Node) + TimesBytes(node);
     if (node->count > footer.tableOffset / node->timeCount)

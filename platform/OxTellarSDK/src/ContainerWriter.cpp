@@ -6,6 +6,7 @@
 #include <memory>
 #include <numeric>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace OxAttribute {
@@ -15,8 +16,13 @@ namespace {
 /// Takes bytes in order, sums up each block, and passes whole blocks on.
 class BlockSink {
 public:
-    BlockSink(void* stream, StreamWrite write) : stream(stream), write(write) {
+    BlockSink(void* stream, StreamWrite write, const std::string& name)
+        : stream(stream), write(write), name(name) {
         block.reserve(kBlockBytes);
+    }
+
+    [[noreturn]] void fail(const std::string& why) const {
+        throw std::runtime_error("Cannot write " + name + ": " + why);
     }
 
     std::uint64_t offset() const { return passedOn + block.size(); }
@@ -47,7 +53,7 @@ public:
     void passOn(const void* data, std::uint64_t bytes) {
         if (write(stream, data, static_cast<std::int64_t>(bytes)) !=
             static_cast<std::int64_t>(bytes))
-            throw std::runtime_error("Cannot write attribute stream: not all bytes were taken");
+            fail("not all bytes were taken");
         passedOn += bytes;
     }
 
@@ -56,6 +62,7 @@ public:
 private:
     void* stream;
     StreamWrite write;
+    const std::string& name;
     std::vector<char> block;
     std::uint64_t passedOn = 0;
 };
@@ -88,9 +95,10 @@ private:
 
 class Writer {
 public:
-    Writer(void* stream, StreamWrite write) : sink(stream, write) {}
+    Writer(void* stream, StreamWrite write, const std::string& name) : sink(stream, write, name) {}
 
     void write(const Attribute& root, ContainerKind kind) {
+        if (!root.isValid()) sink.fail("the attribute is invalid");
         ContainerHeader header{};
         std::memcpy(header.magic, kContainerMagic, sizeof header.magic);
         header.version = kContainerVersion;
@@ -128,8 +136,7 @@ private:
     std::uint32_t nextUnit() {
         sink.align();
         const std::uint64_t unit = sink.offset() / kUnitBytes;
-        if (unit > UINT32_MAX)
-            throw std::runtime_error("Cannot write attribute stream: it is larger than 64 GiB");
+        if (unit > UINT32_MAX) sink.fail("it is larger than 64 GiB");
         return static_cast<std::uint32_t>(unit);
     }
 
@@ -162,8 +169,8 @@ private:
 
     std::uint32_t writeName(std::string_view name) {
         if (name.size() > UINT16_MAX)
-            throw std::runtime_error("Cannot write attribute stream: a child's name has " +
-                                     std::to_string(name.size()) + " bytes; 65535 are possible");
+            sink.fail("a child's name has " + std::to_string(name.size()) +
+                      " bytes; 65535 are possible");
         const XXH128_hash_t value = XXH3_128bits(name.data(), name.size());
         const Hash hash{{value.high64, value.low64}};
         if (const std::uint32_t known = writtenNames.find(hash)) return known;
@@ -217,10 +224,9 @@ private:
 
 } // namespace
 
-void WriteContainer(const Attribute& root, ContainerKind kind, void* stream, StreamWrite write) {
-    if (!root.isValid())
-        throw std::runtime_error("Cannot write attribute stream: the attribute is invalid");
-    Writer(stream, write).write(root, kind);
+void WriteContainer(const Attribute& root, ContainerKind kind, void* stream, StreamWrite write,
+                    const std::string& name) {
+    Writer(stream, write, name).write(root, kind);
 }
 
 } // namespace OxAttribute

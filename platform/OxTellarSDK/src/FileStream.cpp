@@ -90,11 +90,12 @@ struct FileStream::State {
 FileStream::FileStream(const std::string& path, bool decompress)
     : state(std::make_unique<State>()) {
     state->path = path;
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) state->fail(std::strerror(errno));
-    if ((status.st_mode & S_IFMT) == S_IFDIR) state->fail("it is a directory");
     state->file.reset(std::fopen(path.c_str(), "rb"));
-    if (!state->file) state->fail(std::strerror(errno));
+    // Of the file that was opened: by now the path may lead to another one.
+    struct stat status {};
+    if (!state->file || fstat(fileno(state->file.get()), &status) != 0)
+        state->fail(std::strerror(errno));
+    if ((status.st_mode & S_IFMT) == S_IFDIR) state->fail("it is a directory");
     state->regular = (status.st_mode & S_IFMT) == S_IFREG;
     state->fileBytes = static_cast<std::uint64_t>(status.st_size);
     if (!decompress || !state->regular) return;
@@ -153,7 +154,8 @@ FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, v
         }
         const std::int64_t got =
             read(stream, buffer.data() + filled, static_cast<std::int64_t>(buffer.size() - filled));
-        if (got < 0) throw std::runtime_error("Cannot read " + name + ": the stream failed");
+        if (got < 0 || static_cast<std::uint64_t>(got) > buffer.size() - filled)
+            throw std::runtime_error("Cannot read " + name + ": the stream failed");
         if (got == 0) break;
         filled += static_cast<std::uint64_t>(got);
     }

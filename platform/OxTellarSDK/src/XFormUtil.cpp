@@ -45,6 +45,8 @@ bool HasValues(const Attribute& attribute, std::int64_t count) {
         return DoubleAttribute(attribute).getNumberOfValues() >= count;
     case kAttributeTypeFloat:
         return FloatAttribute(attribute).getNumberOfValues() >= count;
+    case kAttributeTypeInt:
+        return IntAttribute(attribute).getNumberOfValues() >= count;
     default:
         return false;
     }
@@ -65,15 +67,18 @@ void ForEachStep(const GroupAttribute& xform, Apply& apply) {
     }
 }
 
-/// `child` is a double or float attribute with at least `count` values.
+template <typename T>
+void ReadAs(const Attribute& child, std::int64_t count, float time, double* out) {
+    T values[kMatrixValues];
+    NumericAttribute<T>(child).fillInterpSample(values, count, time);
+    std::copy(values, values + count, out);
+}
+
+/// `child` is a numeric attribute with at least `count` values.
 void ReadValues(const Attribute& child, std::int64_t count, float time, double* out) {
-    if (child.getType() == kAttributeTypeDouble) {
-        DoubleAttribute(child).fillInterpSample(out, count, time);
-        return;
-    }
-    float narrow[kMatrixValues];
-    FloatAttribute(child).fillInterpSample(narrow, count, time);
-    std::copy(narrow, narrow + count, out);
+    if (child.getType() == kAttributeTypeDouble) return ReadAs<double>(child, count, time, out);
+    if (child.getType() == kAttributeTypeFloat) return ReadAs<float>(child, count, time, out);
+    ReadAs<std::int32_t>(child, count, time, out);
 }
 
 /// Puts steps together at one time. A step acts before all those given earlier: it is
@@ -84,7 +89,7 @@ public:
 
     void operator()(const KindRow& row, const Attribute& child) {
         anyStep = true;
-        double v[kMatrixValues];
+        double v[kMatrixValues] = {};
         if (row.values > 0) ReadValues(child, row.values, time, v);
         switch (row.kind) {
         case Kind::Translate:

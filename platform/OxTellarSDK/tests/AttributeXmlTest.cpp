@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 
@@ -202,6 +203,8 @@ TEST(AttributeXml, WhiteSpaceBetweenTagsAndNumbersIsFree) {
 struct Malformed {
     const char* text;
     const char* error;
+
+    friend void PrintTo(const Malformed& malformed, std::ostream* out) { *out << malformed.text; }
 };
 
 class MalformedXml : public testing::TestWithParam<Malformed> {};

@@ -107,13 +107,15 @@ TEST_F(PluginManagerTest, ListsWhatItPassedOver) {
     EXPECT_THAT(files, testing::Contains(installed().brokenFile));
 }
 
-TEST_F(PluginManagerTest, ShowsAPluginThatAsksWhileItIsLoadedWhatWasLoadedBefore) {
+TEST_F(PluginManagerTest, ShowsAPluginThatAsksWhileItIsLoadedOnlyWhatWasLoadedBefore) {
     const PluginHandle asking = PluginManager::getPlugin("asking", "TestAsking", 1);
     const auto* suite = static_cast<const AskingSuite*>(PluginManager::getPluginSuite(asking));
     ASSERT_NE(suite, nullptr);
     EXPECT_EQ(suite->shapesSeenByInitialiser, 2u);
     EXPECT_EQ(suite->shapesSeenWhenCounted, 2u);
     EXPECT_FALSE(suite->isItselfSeen);
+    EXPECT_FALSE(suite->isLaterPluginSeen);
+    EXPECT_NE(PluginManager::getPlugin("thrower", "TestThrowing", 1), nullptr);
 }
 
 TEST_F(PluginManagerTest, LoadsAFolderThatAPluginAddsWhileItIsLoaded) {

@@ -146,13 +146,17 @@ TEST(XFormUtil, AnOriginAloneIsTheIdentity) {
 TEST(XFormUtil, OtherNamesTypesAndShortValuesAreSkipped) {
     const auto [matrix, used] =
         CalcTransformMatrixAtTime(XForm({{"pivot", kMove},
-                                         {"translate", IntAttribute({1, 2, 3}, 3)},
+                                         {"translate", StringAttribute({"1", "2", "3"}, 3)},
                                          {"scale", DoubleAttribute({2, 2}, 2)},
                                          {"rotate", DoubleAttribute({90, 0, 1}, 3)},
                                          {"matrix", StringAttribute("identity")}}),
                                   0);
     EXPECT_FALSE(used);
     EXPECT_FALSE(matrix.isValid());
+}
+
+TEST(XFormUtil, IntegersAreReadAsDoublesAre) {
+    ExpectNear(Apply(AtZero({{"translate", IntAttribute({1, -2, 3}, 3)}}), {0, 0, 0}), {1, -2, 3});
 }
 
 TEST(XFormUtil, FloatsAreReadAsDoublesAre) {

@@ -22,8 +22,8 @@
 ///     origin     any value, even none: everything above it is forgotten
 ///     any group  its children, in place, whatever its name
 ///
-/// Row vectors: a point is p M, translation sits in the last row. Values may be doubles
-/// or floats, with time samples; they are interpolated linearly. Children of other names
+/// Row vectors: a point is p M, translation sits in the last row. Values may be doubles,
+/// floats or integers, with time samples; they are interpolated linearly. Children of other names
 /// or with too few values are skipped.
 namespace OxXFormUtil {
 

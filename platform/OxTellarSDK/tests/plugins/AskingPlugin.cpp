@@ -16,7 +16,7 @@ std::size_t shapeCount() {
     return names.size();
 }
 
-AskingSuite suite = {shapeCount(), 0, false};
+AskingSuite suite = {shapeCount(), 0, false, false};
 
 const void* getSuite() {
     return &suite;
@@ -30,6 +30,7 @@ const OxPluginRecord_v1 record = {
 unsigned int OxGetPluginCount() {
     suite.shapesSeenWhenCounted = shapeCount();
     suite.isItselfSeen = PluginManager::getPlugin("asking", "TestAsking", 1) != nullptr;
+    suite.isLaterPluginSeen = PluginManager::getPlugin("thrower", "TestThrowing", 1) != nullptr;
     const char* folder = std::getenv("TELLAR_TEST_FOLDER_ADDED_WHILE_LOADING");
     if (folder) PluginManager::addSearchPath(folder);
     return 1;

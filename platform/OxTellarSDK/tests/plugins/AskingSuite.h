@@ -8,6 +8,8 @@ struct AskingSuite {
     std::size_t shapesSeenByInitialiser;
     std::size_t shapesSeenWhenCounted;
     bool isItselfSeen;
+    /// A plug-in of a folder further back on the search path.
+    bool isLaterPluginSeen;
 };
 
 #endif

@@ -1,0 +1,498 @@
+#include <OxTellarSDK/AttributeStream.h>
+#include <OxTellarSDK/FileStream.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "AttributePrinter.h"
+#include "CollidingNames.h"
+#include "ContainerBytes.h"
+#include "SampleValue.h"
+#include "TempDirectory.h"
+
+using namespace OxAttribute;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+Attribute ReadFile(const std::string& path) {
+    FileStream stream(path, true);
+    return Attribute::readAttributeStream(&stream, &FileStream::read, 0);
+}
+
+/// The text of the exception that `body` throws; "no error" when it throws none. Exceptions of
+/// other kinds pass through and fail the test.
+template <typename Body>
+std::string ErrorOf(Body body) {
+    try {
+        body();
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+/// Uses everything that a value offers, the way a careless program would.
+class Reader {
+public:
+    std::uint64_t read(const Attribute& attribute) {
+        sum += static_cast<std::uint64_t>(attribute.getType() + 2);
+        readData(IntAttribute(attribute));
+        readData(FloatAttribute(attribute));
+        readData(DoubleAttribute(attribute));
+        readStrings(StringAttribute(attribute));
+        const GroupAttribute group(attribute);
+        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+            const std::string_view name = group.getChildNameView(i);
+            sum += name.size() + static_cast<std::uint64_t>(name.data()[name.size()] == '\0');
+            if (group.findChild(name) != i) throw std::logic_error("a child is not found");
+            if (++children > kMaximumChildren) throw std::logic_error("a tree without end");
+            read(group.getChildByIndex(i));
+        }
+        return sum;
+    }
+
+private:
+    // Every child has an entry of 16 bytes in a file of a few kilobytes.
+    static constexpr std::uint64_t kMaximumChildren = 100000;
+
+    template <typename T>
+    void readData(const NumericAttribute<T>& data) {
+        for (std::int64_t i = 0; i < data.getNumberOfTimeSamples(); ++i)
+            for (const T value : data.getNearestSample(data.getSampleTime(i)))
+                sum += !std::isnan(static_cast<double>(value));
+        T values[4];
+        data.fillInterpSample(values, 4, 0.3f, T(1), false);
+        sum += static_cast<std::uint64_t>(data.getNumberOfTuples());
+    }
+
+    void readStrings(const StringAttribute& strings) {
+        for (std::int64_t i = 0; i < strings.getNumberOfTimeSamples(); ++i)
+            for (const std::string_view value : strings.getSample(i))
+                sum += std::strlen(value.data()) + std::string(value).size();
+    }
+
+    std::uint64_t sum = 0;
+    std::uint64_t children = 0;
+};
+
+/// What a file with right checksums holds must either be refused or be a value like any other:
+/// readable, hashable, and the same after one more round trip.
+void ExpectRefusedOrSound(const std::string& file) {
+    Attribute value;
+    try {
+        value = ContainerBytes::Read(file);
+        Reader().read(value);
+    } catch (const std::logic_error&) {
+        throw;
+    } catch (const std::exception& error) {
+        EXPECT_THAT(error.what(), StartsWith("the attribute stream "));
+        EXPECT_THROW(static_cast<void>(ContainerBytes::Write(value)), std::exception);
+        EXPECT_TRUE(!value.isValid() || ErrorOf([&] { value.getHash(); }) != "no error");
+        return;
+    }
+    const Attribute again = ContainerBytes::Read(ContainerBytes::Write(value));
+    EXPECT_EQ(again.getHash(), value.getHash());
+    EXPECT_EQ(again.getXML(), value.getXML());
+}
+
+/// An op tree may be refused for what it says, too.
+void ExpectRefusedOrSoundOpTree(const TempDirectory& folder, const std::string& file) {
+    const std::string path = folder.write("mutant", file);
+    try {
+        Reader().read(ReadOpFile(path));
+    } catch (const std::logic_error&) {
+        throw;
+    } catch (const std::exception& error) {
+        EXPECT_THAT(error.what(), HasSubstr(path));
+    }
+}
+
+} // namespace
+
+// Wrong checksums
+
+class DamagedFile : public testing::TestWithParam<const char*> {
+protected:
+    DamagedFile() : path(folder.path("damaged.oxa")) {
+        isOpFile = std::strstr(GetParam(), "OpFile") != nullptr;
+        isCompressed = std::strstr(GetParam(), "Compressed") != nullptr;
+        if (isOpFile)
+            WriteOpFile(path, SampleOpTree(), isCompressed);
+        else
+            WriteAttributeFile(path, SampleValue(), isCompressed);
+        bytes = folder.read("damaged.oxa");
+    }
+
+    Attribute value() const { return isOpFile ? Attribute(ReadOpFile(path)) : ReadFile(path); }
+
+    /// Writes `damaged` where the sound file was and returns the error of reading it.
+    std::string errorOf(const std::string& damaged) {
+        folder.write("damaged.oxa", damaged);
+        return ErrorOf([&] { read = value(); });
+    }
+
+    TempDirectory folder;
+    std::string path;
+    bool isOpFile, isCompressed;
+    std::string bytes;
+    Attribute read;
+};
+
+INSTANTIATE_TEST_SUITE_P(Damage, DamagedFile,
+                         testing::Values("AttributeFile", "OpFile", "CompressedAttributeFile",
+                                         "CompressedOpFile"),
+                         [](const auto& info) { return std::string(info.param); });
+
+TEST_P(DamagedFile, CutAtAnyLengthIsAnErrorThatNamesTheFile) {
+    for (std::size_t length = 1; length < bytes.size(); ++length)
+        ASSERT_THAT(errorOf(bytes.substr(0, length)), HasSubstr('"' + path + '"')) << length;
+}
+
+TEST_P(DamagedFile, WithAnyByteChangedIsAnErrorThatNamesTheFile) {
+    for (std::size_t offset = 0; offset < bytes.size(); ++offset) {
+        for (const int change : {0x01, 0x80, 0xff, bytes[offset] & 0xff}) {
+            if (change == 0) continue; // the byte was 0 already
+            std::string damaged = bytes;
+            damaged[offset] = static_cast<char>(damaged[offset] ^ change);
+            const std::string error = errorOf(damaged);
+            // Some bits of a compressed frame mean nothing, and then all is well.
+            if (isCompressed && error == "no error") {
+                ASSERT_EQ(read, isOpFile ? SampleOpTree() : SampleValue());
+                continue;
+            }
+            ASSERT_THAT(error, HasSubstr('"' + path + '"')) << offset << " ^ " << change;
+        }
+    }
+}
+
+TEST_P(DamagedFile, WithBytesLeftOutOrAddedIsAnErrorThatNamesTheFile) {
+    for (std::size_t offset = 0; offset < bytes.size(); offset += 5) {
+        std::string shorter = bytes, longer = bytes;
+        shorter.erase(offset, 1);
+        longer.insert(offset, 1, 'x');
+        ASSERT_THAT(errorOf(shorter), HasSubstr('"' + path + '"')) << offset;
+        ASSERT_THAT(errorOf(longer), HasSubstr('"' + path + '"')) << offset;
+    }
+    ASSERT_THAT(errorOf(bytes + std::string(1, '\0')), HasSubstr('"' + path + '"'));
+    ASSERT_THAT(errorOf(bytes + bytes), HasSubstr('"' + path + '"'));
+}
+
+TEST(Damage, ASoundFileStillReadsAfterAllThat) {
+    const std::string file = ContainerBytes::Write(SampleValue());
+    EXPECT_TRUE(ContainerBytes::Repaired(file) == file);
+    ExpectRefusedOrSound(file);
+    EXPECT_EQ(ContainerBytes::Read(file), SampleValue());
+}
+
+// Right checksums, wrong structure
+
+namespace {
+
+const std::uint32_t kNastyWords[] = {
+    0, 1, 2, 4, 16, 0x7fffffff, 0x80000000, 0xffffffff, 0xfffffff0, 0xffff, 0x10000, 0x05050505};
+
+std::vector<std::uint32_t> NastyFor(std::uint32_t word) {
+    std::vector<std::uint32_t> values(std::begin(kNastyWords), std::end(kNastyWords));
+    for (const std::uint32_t step : {1u, 16u, 256u, 65536u, 1u << 24}) {
+        values.push_back(word + step);
+        values.push_back(word - step);
+    }
+    return values;
+}
+
+} // namespace
+
+TEST(Damage, EveryWordOfAValueMayHoldAnythingBehindRightChecksums) {
+    const std::string file = ContainerBytes::Write(SampleValue());
+    const std::size_t end = ContainerBytes::FooterOf(file).tableOffset;
+    for (std::size_t offset = sizeof(ContainerHeader); offset < end; offset += 4) {
+        const auto word = ContainerBytes::ValueAt<std::uint32_t>(file, offset);
+        for (const std::uint32_t nasty : NastyFor(word)) {
+            SCOPED_TRACE(std::to_string(offset) + " = " + std::to_string(nasty));
+            std::string mutant = file;
+            ContainerBytes::SetValueAt(mutant, offset, nasty);
+            ExpectRefusedOrSound(ContainerBytes::Repaired(mutant));
+        }
+    }
+}
+
+TEST(Damage, EveryByteOfAValueMayHoldAnythingBehindRightChecksums) {
+    const std::string file = ContainerBytes::Write(SampleValue());
+    const std::size_t end = ContainerBytes::FooterOf(file).tableOffset;
+    for (std::size_t offset = sizeof(ContainerHeader); offset < end; ++offset) {
+        for (const int byte : {0x00, 0x01, 0x02, 0x05, 0x07, 0x7f, 0x80, 0xff}) {
+            SCOPED_TRACE(std::to_string(offset) + " = " + std::to_string(byte));
+            std::string mutant = file;
+            mutant[offset] = static_cast<char>(byte);
+            ExpectRefusedOrSound(ContainerBytes::Repaired(mutant));
+        }
+    }
+}
+
+TEST(Damage, EveryWordOfAnOpTreeMayHoldAnythingBehindRightChecksums) {
+    const TempDirectory folder;
+    const std::string file = ContainerBytes::WithKind(
+        ContainerBytes::Write(SampleOpTree()), static_cast<std::uint32_t>(ContainerKind::OpFile));
+    const std::size_t end = ContainerBytes::FooterOf(file).tableOffset;
+    for (std::size_t offset = 0; offset < end; offset += 4) {
+        const auto word = ContainerBytes::ValueAt<std::uint32_t>(file, offset);
+        for (const std::uint32_t nasty : NastyFor(word)) {
+            SCOPED_TRACE(std::to_string(offset) + " = " + std::to_string(nasty));
+            std::string mutant = file;
+            ContainerBytes::SetValueAt(mutant, offset, nasty);
+            ExpectRefusedOrSoundOpTree(folder, ContainerBytes::Repaired(mutant));
+        }
+    }
+}
+
+TEST(Damage, EveryReferenceMayLeadAnywhereInTheFile) {
+    const std::string file = ContainerBytes::Write(SampleOpTree());
+    const std::size_t end = ContainerBytes::FooterOf(file).tableOffset;
+    for (std::size_t offset = sizeof(ContainerHeader); offset < end; offset += 4) {
+        for (std::uint32_t unit = 0; unit <= end / 16; ++unit) {
+            SCOPED_TRACE(std::to_string(offset) + " = " + std::to_string(unit));
+            std::string mutant = file;
+            ContainerBytes::SetValueAt(mutant, offset, unit);
+            ExpectRefusedOrSound(ContainerBytes::Repaired(mutant));
+        }
+    }
+}
+
+TEST(Damage, TheRootMayLieAnywhereInTheFile) {
+    const std::string file = ContainerBytes::Write(SampleValue());
+    for (std::uint32_t unit = 0; unit < file.size() / 16 + 5; ++unit) {
+        SCOPED_TRACE(unit);
+        ExpectRefusedOrSound(
+            ContainerBytes::WithFooter(file, [&](ContainerFooter& f) { f.rootUnit = unit; }));
+    }
+}
+
+TEST(Damage, TheFooterMaySayAnythingBehindItsRightChecksum) {
+    const std::string file = ContainerBytes::Write(SampleValue());
+    const auto refused = [&](auto change) {
+        const std::string error =
+            ErrorOf([&] { ContainerBytes::Read(ContainerBytes::WithFooter(file, change)); });
+        EXPECT_THAT(error, StartsWith("the attribute stream is damaged: "));
+    };
+    for (const std::uint64_t value :
+         {std::uint64_t(0), std::uint64_t(1), std::uint64_t(16), std::uint64_t(63),
+          std::uint64_t(64), std::uint64_t(file.size()), std::uint64_t(file.size() + 16),
+          std::uint64_t(1) << 40, ~std::uint64_t(0), ~std::uint64_t(15)}) {
+        SCOPED_TRACE(value);
+        refused([&](ContainerFooter& f) { f.tableOffset = value; });
+        refused([&](ContainerFooter& f) { f.tableChecksum = value; });
+        if (value != file.size()) refused([&](ContainerFooter& f) { f.fileBytes = value; });
+    }
+    refused([](ContainerFooter& f) { f.tableOffset += 16; });
+    refused([](ContainerFooter& f) { f.tableOffset -= 16; });
+    refused([](ContainerFooter& f) { f.reserved = 1; });
+    refused([](ContainerFooter& f) { f.magic[0] = 'o'; });
+    refused([](ContainerFooter& f) { f.rootUnit = 0xffffffff; });
+}
+
+TEST(Damage, AFileOfNothingButItsFrameIsRefused) {
+    const std::string file = ContainerBytes::Write(IntAttribute(1));
+    const std::string header = file.substr(0, sizeof(ContainerHeader));
+    for (const std::uint32_t root : {0u, 3u, 4u, 5u, 0xffffffffu})
+        EXPECT_THAT(ErrorOf([&] { ContainerBytes::Read(ContainerBytes::WithFrame(header, root)); }),
+                    StartsWith("the attribute stream is damaged: "));
+}
+
+// What an attacker would try
+
+namespace {
+
+std::size_t EntryOffset(std::uint32_t groupUnit, std::size_t index) {
+    return groupUnit * kUnitBytes + sizeof(Node) + index * sizeof(FileEntry);
+}
+
+FileEntry EntryAt(const std::string& file, std::uint32_t groupUnit, std::size_t index) {
+    return ContainerBytes::ValueAt<FileEntry>(file, EntryOffset(groupUnit, index));
+}
+
+void SetChildUnit(std::string& file, std::uint32_t groupUnit, std::size_t index,
+                  std::uint32_t childUnit) {
+    FileEntry entry = EntryAt(file, groupUnit, index);
+    entry.childUnit = childUnit;
+    ContainerBytes::SetValueAt(file, EntryOffset(groupUnit, index), entry);
+}
+
+/// Child `to` gets the name of child `from`.
+void CopyName(std::string& file, std::uint32_t groupUnit, std::size_t from, std::size_t to) {
+    FileEntry entry = EntryAt(file, groupUnit, to);
+    const FileEntry source = EntryAt(file, groupUnit, from);
+    entry.nameHash = source.nameHash;
+    entry.nameUnit = source.nameUnit;
+    entry.nameLength = source.nameLength;
+    ContainerBytes::SetValueAt(file, EntryOffset(groupUnit, to), entry);
+}
+
+std::uint32_t RootUnit(const std::string& file) {
+    return ContainerBytes::FooterOf(file).rootUnit;
+}
+
+/// Reads the mutant in every way and tells what stopped it.
+std::string ErrorOfReading(const std::string& file) {
+    return ErrorOf([&] {
+        const Attribute value = ContainerBytes::Read(ContainerBytes::Repaired(file));
+        Reader().read(value);
+        value.getHash();
+    });
+}
+
+} // namespace
+
+TEST(Damage, AGroupThatSaysItIsANumberInsideItselfIsRefused) {
+    std::string file = ContainerBytes::Write(GroupAttribute({{"a", IntAttribute(1)}}, true));
+    SetChildUnit(file, RootUnit(file), 0, RootUnit(file));
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("no attribute of the type stated stands"));
+}
+
+TEST(Damage, AGroupInsideItselfIsRefused) {
+    std::string file = ContainerBytes::Write(
+        GroupAttribute({{"a", GroupAttribute({{"b", IntAttribute(1)}}, true)}}, true));
+    SetChildUnit(file, RootUnit(file), 0, RootUnit(file));
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("a child group outside of it"));
+}
+
+TEST(Damage, AGroupWithTwoParentsIsRefused) {
+    const GroupAttribute leaf({{"x", IntAttribute(1)}}, true);
+    std::string file = ContainerBytes::Write(GroupAttribute({{"a", leaf}, {"b", leaf}}, true));
+    const std::uint32_t first = EntryAt(file, RootUnit(file), 0).childUnit;
+    SetChildUnit(file, RootUnit(file), 1, first);
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("a child group outside of it"));
+}
+
+TEST(Damage, AGroupReachedAsAGroupAndAsANumberIsRefusedTheSecondTime) {
+    const GroupAttribute leaf({{"x", IntAttribute(1)}}, true);
+    std::string file =
+        ContainerBytes::Write(GroupAttribute({{"a", leaf}, {"b", IntAttribute(1)}}, true));
+    const std::uint32_t group = EntryAt(file, RootUnit(file), 0).childUnit;
+    SetChildUnit(file, RootUnit(file), 1, group);
+    const GroupAttribute root(ContainerBytes::Read(ContainerBytes::Repaired(file)));
+    EXPECT_EQ(root.getChildByIndex(0), leaf);
+    EXPECT_THAT(ErrorOf([&] { root.getChildByIndex(1); }),
+                HasSubstr("no attribute of the type stated stands"));
+}
+
+TEST(Damage, AGroupThatReachesIntoItsSiblingIsRefused) {
+    const GroupAttribute inner({{"x", IntAttribute(1)}}, true);
+    const GroupAttribute a({{"i", inner}}, true), b({{"j", inner}, {"k", IntAttribute(2)}}, true);
+    std::string file = ContainerBytes::Write(GroupAttribute({{"a", a}, {"b", b}}, true));
+    const std::uint32_t first = EntryAt(file, RootUnit(file), 0).childUnit;
+    const std::uint32_t second = EntryAt(file, RootUnit(file), 1).childUnit;
+    const std::uint32_t stolen = EntryAt(file, first, 0).childUnit;
+    SetChildUnit(file, second, 0, stolen);
+    // Its own region, stretched over that of its sibling, so that the thief itself looks sound.
+    ContainerBytes::SetValueAt(file, second * 16ull + offsetof(Node, tupleSize), std::uint32_t(4));
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("a group lies outside of its parent"));
+}
+
+TEST(Damage, AGroupDeeperThanItSaysIsRefused) {
+    GroupAttribute chain(true);
+    for (int i = 0; i < 5; ++i)
+        chain = GroupAttribute({{"g", chain}}, true);
+    std::string file = ContainerBytes::Write(chain);
+    ContainerBytes::SetValueAt(file, RootUnit(file) * 16ull + offsetof(Node, depth),
+                               std::uint16_t(2));
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("a group has an impossible depth"));
+}
+
+TEST(Damage, AGroupDeeperThanGroupsCanBeIsRefused) {
+    std::string file = ContainerBytes::Write(GroupAttribute(true));
+    ContainerBytes::SetValueAt(file, RootUnit(file) * 16ull + offsetof(Node, depth),
+                               std::uint16_t(2049));
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("a group has an impossible depth"));
+}
+
+TEST(Damage, TwoChildrenOfOneNameAreRefused) {
+    for (const int count : {2, 8, 9, 100}) {
+        std::vector<GroupAttribute::Child> children;
+        for (int i = 0; i < count; ++i)
+            children.emplace_back("name" + std::to_string(i), IntAttribute(i));
+        std::string file = ContainerBytes::Write(GroupAttribute(children, true));
+        // In order of hashes, two neighbours keep their order when one takes the other's name.
+        std::size_t from = 0, to = 1;
+        if (count > 8) {
+            const std::size_t sorted = RootUnit(file) * 16ull + sizeof(Node) + 16ull * count;
+            from = ContainerBytes::ValueAt<std::uint32_t>(file, sorted);
+            to = ContainerBytes::ValueAt<std::uint32_t>(file, sorted + 4);
+            if (from > to) {
+                ContainerBytes::SetValueAt(file, sorted, static_cast<std::uint32_t>(to));
+                ContainerBytes::SetValueAt(file, sorted + 4, static_cast<std::uint32_t>(from));
+            }
+        }
+        CopyName(file, RootUnit(file), from, to);
+        EXPECT_THAT(ErrorOfReading(file), HasSubstr("two children of one name")) << count;
+    }
+}
+
+TEST(Damage, TooManyNamesOfOneHashAreRefused) {
+    std::vector<GroupAttribute::Child> children;
+    for (const std::string& name : CollidingNames::make(2000))
+        children.emplace_back(name, IntAttribute(1));
+    const std::string file = ContainerBytes::Write(GroupAttribute(children, true));
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("too many names of one hash"));
+}
+
+TEST(Damage, AValueThatClaimsMoreThanTheFileHoldsIsRefusedWithoutMemory) {
+    const std::string file = ContainerBytes::Write(FloatAttribute({1, 2, 3}, 1));
+    const std::size_t node = RootUnit(file) * 16ull;
+    for (const std::uint64_t count :
+         {std::uint64_t(5), std::uint64_t(1) << 20, std::uint64_t(1) << 40, std::uint64_t(1) << 62,
+          ~std::uint64_t(0), (~std::uint64_t(0)) / 4 + 2}) {
+        std::string mutant = file;
+        ContainerBytes::SetValueAt(mutant, node + offsetof(Node, count), count);
+        EXPECT_THAT(ErrorOfReading(mutant), HasSubstr("an attribute leads outside")) << count;
+    }
+}
+
+TEST(Damage, ManySamplesOfNothingAreRefusedWithoutMemory) {
+    std::string file = ContainerBytes::Write(FloatAttribute({{1.0f, {}}, {2.0f, {}}}, 1));
+    const std::size_t node = RootUnit(file) * 16ull;
+    ContainerBytes::SetValueAt(file, node + offsetof(Node, timeCount), 0xffffffffu);
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("an attribute leads outside"));
+}
+
+TEST(Damage, AStringWithoutItsEndIsRefused) {
+    std::string file = ContainerBytes::Write(StringAttribute("0123456789ab"));
+    const std::size_t text = file.find("0123456789ab");
+    file[text + 12] = 'x';
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("an unfinished string"));
+}
+
+TEST(Damage, ANameWithoutItsEndIsRefused) {
+    std::string file =
+        ContainerBytes::Write(GroupAttribute({{"a name of 18 bytes", IntAttribute(1)}}, true));
+    const std::size_t text = file.find("a name of 18 bytes");
+    file[text + 18] = 'x';
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("a name that is not what it states"));
+}
+
+TEST(Damage, AValueHasOnlyOneForm) {
+    const IntAttribute elsewhere(std::map<float, std::vector<int>>{{2.0f, {7}}}, 1);
+    std::string file = ContainerBytes::Write(elsewhere);
+    ContainerBytes::SetValueAt(file, RootUnit(file) * 16ull + sizeof(Node), 0.0f);
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("the time that goes without saying"));
+}
+
+TEST(Damage, AWideGroupOfOneSharedNameIsRefusedQuickly) {
+    // 60,000 entries that all lead to one name of 65,535 bytes: 4 GB to compare, in 1 MB.
+    const std::string name(65535, 'n');
+    std::vector<GroupAttribute::Child> children = {{name, IntAttribute(1)}};
+    for (int i = 0; i < 60000; ++i)
+        children.emplace_back(std::to_string(i), IntAttribute(1));
+    std::string file = ContainerBytes::Write(GroupAttribute(children, true));
+    const std::uint32_t root = RootUnit(file);
+    for (std::size_t i = 1; i <= 60000; ++i)
+        CopyName(file, root, 0, i);
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("is damaged"));
+}

@@ -1,0 +1,139 @@
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "AttrEdits.h"
+#include "ChildNames.h"
+#include "InstanceTree.h"
+#include "OpTypes.h"
+#include "Placement.h"
+
+namespace TellarOps {
+namespace {
+
+using OxLocationPath::IsSelfOrBelow;
+
+constexpr std::int32_t kMaxGroupSize = 1000000;
+
+struct ArrayState : State {
+    std::string source;
+    std::string target;
+    bool keepsSource = false;
+    std::unique_ptr<const Placement> placement;
+    InstanceTree tree;
+};
+
+std::vector<OxOpType::Argument> Arguments() {
+    return {
+        {"source", "string", "The location to be repeated with all below it. Required."},
+        {"target", "string",
+         "The location under which the instances appear; made with its ancestors where missing. "
+         "Required."},
+        {"mode", "string", "\"grid\" or \"scatter\". Default: \"grid\"."},
+        {"counts", "int[3]", "Grid: instances along x, y, z. Required there."},
+        {"spacing", "double[3]", "Grid: distance along x, y, z. Default: 1, 1, 1."},
+        {"count", "int", "Scatter: how many instances. Required there."},
+        {"seed", "int", "Scatter: another seed, another arrangement. Default: 0."},
+        {"extent", "double[6]",
+         "Scatter: x min, x max, y min, y max, z min, z max; instances are spread evenly within. "
+         "Required there."},
+        {"spin", "int", "Scatter: 1 turns each instance about y at random. Default: 0."},
+        {"groupSize", "int",
+         "No location gets more children than this, from 2 to 1000000: beyond it, instances are "
+         "put into nested groups. Default: 100."},
+        {"keepSource", "int", "1 leaves the source visible at its own place. Default: 0."},
+    };
+}
+
+/// The location asked for is no instance and nothing below one.
+void CookSurroundings(CookContext& context, const ArrayState& state) {
+    const std::string& path = context.path();
+    if (!state.keepsSource && IsSelfOrBelow(path, state.source)) return;
+    const bool leadsToTarget = IsSelfOrBelow(state.target, path);
+    const LocationData data = InputAt(context, path);
+    if (!leadsToTarget && !data.doesLocationExist()) return;
+
+    StringAttribute children = data.getPotentialChildren();
+    if (!state.keepsSource && OxLocationPath::Parent(state.source) == path)
+        children = WithoutName(children, OxLocationPath::Name(state.source));
+    if (path == state.target)
+        children = UnionOfNames({children, state.tree.topNames()});
+    else if (leadsToTarget)
+        children = WithName(children, NameTowards(state.target, path));
+    PassWithChildren(context, data, children);
+}
+
+void CookInstance(CookContext& context, const ArrayState& state, const InstanceTree::Place& place) {
+    if (!place.below.empty()) {
+        const LocationData data = InputAt(context, state.source + std::string(place.below));
+        if (data.doesLocationExist()) context.pass(data);
+        return;
+    }
+    const LocationData data = InputAt(context, state.source);
+    if (!data.doesLocationExist()) return;
+    const GroupAttribute transform = state.placement->transform(place.index);
+    context.setAttrs(WithXFormEdit(data.getAttrs(), transform, XFormSide::Outermost, "instance"));
+    context.setPotentialChildren(data.getPotentialChildren());
+}
+
+class Array final : public BuiltinOp {
+public:
+    Array()
+        : BuiltinOp({"Array", 1,
+                     "Repeats a location and all below it many times, as a grid or scattered. "
+                     "Instances are computed one by one as they are asked for, so their number "
+                     "costs nothing.",
+                     Arguments(), "one"},
+                    Inputs::AtMostOne) {}
+
+    void cook(CookContext& context) const override {
+        const ArrayState& state = StateOf<ArrayState>(context);
+        const std::string_view path = context.path();
+        const bool isBelowTarget =
+            path.size() > state.target.size() && IsSelfOrBelow(path, state.target);
+        const InstanceTree::Place place = isBelowTarget
+                                              ? state.tree.find(path.substr(state.target.size()))
+                                              : InstanceTree::Place();
+        switch (place.kind) {
+        case InstanceTree::Place::Foreign:
+            CookSurroundings(context, state);
+            break;
+        case InstanceTree::Place::Missing:
+            break;
+        case InstanceTree::Place::Group:
+            context.setAttrs(PlainGroupAttrs());
+            context.setPotentialChildren(state.tree.childNames(place));
+            break;
+        case InstanceTree::Place::Instance:
+            CookInstance(context, state, place);
+            break;
+        }
+    }
+
+protected:
+    std::shared_ptr<const State> parse(const ArgReader& args) const override {
+        auto state = std::make_shared<ArrayState>();
+        state->source = args.location("source", "");
+        state->target = args.location("target", "");
+        if (IsSelfOrBelow(state->target, state->source))
+            ThrowArgumentError("target", "must not lie in the source");
+        if (IsSelfOrBelow(state->source, state->target))
+            ThrowArgumentError("source", "must not lie in the target");
+        state->keepsSource = args.flag("keepSource", false);
+        const bool isGrid = args.choice("mode", {"grid", "scatter"}) == "grid";
+        state->placement = isGrid ? ReadGrid(args) : ReadScatter(args);
+        const std::int32_t groupSize = args.integer("groupSize", 100, 2, kMaxGroupSize);
+        state->tree =
+            InstanceTree(state->placement->count(), static_cast<std::uint64_t>(groupSize));
+        return state;
+    }
+};
+
+} // namespace
+
+const OxOpType::OpType* ArrayOpType() {
+    static const auto* type = new Array;
+    return type;
+}
+
+} // namespace TellarOps

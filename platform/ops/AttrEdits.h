@@ -1,0 +1,38 @@
+#ifndef TELLAROPS_ATTREDITS_H
+#define TELLAROPS_ATTREDITS_H
+
+#include <string>
+#include <string_view>
+
+#include "BuiltinOp.h"
+
+namespace TellarOps {
+
+/// `group` with one child set: in its place if it was there, else last.
+GroupAttribute WithChild(const GroupAttribute& group, std::string_view name,
+                         const Attribute& child);
+
+/// `base` with the children of `over` merged in at every level.
+GroupAttribute Merged(const GroupAttribute& base, const GroupAttribute& over);
+
+/// The arguments "translate", "rotate", "scale" and "matrix" in this order as the group
+/// that an "xform" holds; invalid when none is given.
+GroupAttribute ReadXForm(const ArgReader& args, NumberForm form);
+
+/// Those four arguments, for descriptions.
+std::vector<OxOpType::Argument> XFormArguments();
+
+/// Which side of a location's own transform an edit acts on.
+enum class XFormSide {
+    Outermost, ///< in the parent's space: the first child of "xform"
+    Innermost  ///< in the location's own space: the last one
+};
+
+/// `attrs` with `edit` as a new child of "xform", called `prefix` and the first number that
+/// is free.
+GroupAttribute WithXFormEdit(const GroupAttribute& attrs, const GroupAttribute& edit,
+                             XFormSide side, std::string_view prefix);
+
+} // namespace TellarOps
+
+#endif

@@ -1,0 +1,67 @@
+#ifndef TELLAROPS_INSTANCETREE_H
+#define TELLAROPS_INSTANCETREE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "BuiltinOp.h"
+
+namespace TellarOps {
+
+/// Where the instances of an array hang: `count` of them in index order, in as many levels
+/// of groups as it takes for no group to have more than `groupSize` children. Instance 4711
+/// of 10000 in groups of 100 is "g_47/i_4711".
+///
+/// Names hold the index among all groups or instances of their level, padded with zeros to
+/// one width. Everything is computed from indices; the tree itself takes some fifty words
+/// whatever the count. Immutable.
+class InstanceTree {
+public:
+    InstanceTree() : InstanceTree(0, 2) {}
+    /// `groupSize` is at least 2.
+    InstanceTree(std::uint64_t count, std::uint64_t groupSize);
+
+    struct Place {
+        enum Kind {
+            Foreign,  ///< the first name is none of the tree's
+            Missing,  ///< it is, but there is nothing at the path
+            Group,    ///< a group of the tree
+            Instance, ///< an instance, or something below one
+        };
+        Kind kind = Foreign;
+        std::size_t level = 0;   ///< groups: 1 for those that hold instances
+        std::uint64_t index = 0; ///< among all of the level
+        std::string_view below;  ///< instances: the rest of the path, "" or "/name..."
+    };
+
+    /// `path` is relative to the tree's top: "/g_47/i_4711/mesh".
+    Place find(std::string_view path) const;
+
+    /// Invalid for a tree without instances.
+    StringAttribute topNames() const;
+    /// The children of the group at `place`.
+    StringAttribute childNames(const Place& place) const;
+
+private:
+    struct Range {
+        std::uint64_t begin = 0;
+        std::uint64_t end = 0;
+    };
+
+    std::size_t topLevel() const { return counts.size() - 1; }
+    Range childrenOf(std::size_t level, std::uint64_t index) const;
+    StringAttribute names(std::size_t level, Range range) const;
+    /// False unless `name` is the name of one of `range`.
+    bool readName(std::string_view name, std::size_t level, Range range,
+                  std::uint64_t& index) const;
+
+    std::uint64_t groupSize;
+    std::vector<std::uint64_t> counts; // by level; level 0 are the instances
+    std::vector<std::size_t> widths;   // digits in the names of the level
+};
+
+} // namespace TellarOps
+
+#endif

@@ -1,0 +1,87 @@
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ChildNames.h"
+#include "OpTypes.h"
+
+namespace TellarOps {
+namespace {
+
+using OxLocationPath::Patterns;
+
+struct PruneState : State {
+    Patterns roots;     // what is to vanish
+    Patterns withBelow; // that and everything below it
+    bool keepNames = false;
+};
+
+std::vector<std::string> WithBelow(std::vector<std::string> globs) {
+    for (std::string& glob : globs)
+        glob += "/**";
+    return globs;
+}
+
+/// The names whose locations stay; `names` itself if all do.
+StringAttribute RemainingNames(const StringAttribute& names, const std::string& parent,
+                               const Patterns& roots) {
+    const auto sample = names.getNearestSample(0.0f);
+    std::vector<std::string_view> remaining;
+    remaining.reserve(sample.size());
+    std::string path = parent + "/";
+    for (const std::string_view name : sample) {
+        path.resize(parent.size() + 1);
+        path += name;
+        if (!roots.matches(path)) remaining.push_back(name);
+    }
+    return remaining.size() == sample.size() ? names : MakeNames(remaining);
+}
+
+class Prune final : public BuiltinOp {
+public:
+    Prune()
+        : BuiltinOp(
+              {"Prune",
+               1,
+               "Removes locations and everything below them.",
+               {{"paths", "string[]",
+                 "Globs of the locations to remove: \"*\" and \"?\" within a level, \"**\" "
+                 "across levels. Required."},
+                {"keepNames", "int",
+                 "1 leaves the names in the potential children of their parents. Default: 0."}},
+               "one"},
+              Inputs::AtMostOne) {}
+
+    void cook(CookContext& context) const override {
+        const PruneState& state = StateOf<PruneState>(context);
+        const std::string& path = context.path();
+        if (state.withBelow.matches(path)) return;
+        if (state.keepNames || !state.roots.mayMatchBelow(path)) {
+            PassInput(context);
+            return;
+        }
+        const LocationData data = InputAt(context, path);
+        if (data.doesLocationExist())
+            PassWithChildren(context, data,
+                             RemainingNames(data.getPotentialChildren(), path, state.roots));
+    }
+
+protected:
+    std::shared_ptr<const State> parse(const ArgReader& args) const override {
+        auto state = std::make_shared<PruneState>();
+        const std::vector<std::string> globs = args.globs("paths");
+        state->roots = Patterns(globs);
+        state->withBelow = Patterns(WithBelow(globs));
+        state->keepNames = args.flag("keepNames", false);
+        return state;
+    }
+};
+
+} // namespace
+
+const OxOpType::OpType* PruneOpType() {
+    static const auto* type = new Prune;
+    return type;
+}
+
+} // namespace TellarOps

@@ -1,0 +1,51 @@
+#include "AttrEdits.h"
+#include "OpTypes.h"
+
+namespace TellarOps {
+namespace {
+
+constexpr const char* kSettingsLocation = "/root";
+
+struct RenderSettingsState : State {
+    GroupAttribute attrs; // what is merged into the location's
+};
+
+class RenderSettings final : public BuiltinOp {
+public:
+    RenderSettings()
+        : BuiltinOp({"RenderSettings",
+                     1,
+                     "Merges settings into the \"renderSettings\" of /root, which it makes if "
+                     "there is none.",
+                     {{"settings", "group", "The settings. Required."}},
+                     "one"},
+                    Inputs::AtMostOne) {}
+
+    void cook(CookContext& context) const override {
+        if (context.path() != kSettingsLocation) {
+            PassInput(context);
+            return;
+        }
+        const LocationData data = InputAt(context, context.path());
+        context.setAttrs(Merged(data.getAttrs(), StateOf<RenderSettingsState>(context).attrs));
+        context.setPotentialChildren(data.getPotentialChildren());
+    }
+
+protected:
+    std::shared_ptr<const State> parse(const ArgReader& args) const override {
+        auto state = std::make_shared<RenderSettingsState>();
+        const GroupAttribute settings = args.requiredGroup("settings");
+        using Children = std::vector<GroupAttribute::Child>;
+        state->attrs = GroupAttribute(Children{{"renderSettings", settings}}, true);
+        return state;
+    }
+};
+
+} // namespace
+
+const OxOpType::OpType* RenderSettingsOpType() {
+    static const auto* type = new RenderSettings;
+    return type;
+}
+
+} // namespace TellarOps

@@ -1,0 +1,159 @@
+#include <algorithm>
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <OxTellarSDK/DelimiterCodec.h>
+
+#include "ChildNames.h"
+#include "OpTypes.h"
+
+namespace TellarOps {
+namespace {
+
+using OxAttribute::DelimiterDecode;
+using OxAttribute::DelimiterEncode;
+
+struct StaticSceneState : State {
+    std::string location;
+};
+
+/// Where this thread will probably find the next child at the path's depth: just after the
+/// one it found there before, for a scene is walked sibling by sibling.
+std::int64_t& HintFor(std::string_view path) {
+    thread_local std::array<std::int64_t, 32> hints{};
+    const auto depth = std::count(path.begin(), path.end(), '/');
+    return hints[static_cast<std::size_t>(depth) % hints.size()];
+}
+
+/// The index of the child whose decoded name is `name`, or -1.
+std::int64_t FindEncoded(const GroupAttribute& children, std::string_view name, std::int64_t hint) {
+    constexpr std::string_view encodedCharacters("./%\0", 4);
+    if (name.find_first_of(encodedCharacters) == std::string_view::npos)
+        return children.findChild(name, hint);
+    const std::int64_t index = children.findChild(DelimiterEncode(name), hint);
+    if (index >= 0) return index;
+    // Written without encoding, and yet not to be mistaken for an encoded name.
+    return DelimiterDecode(name) == name ? children.findChild(name, hint) : -1;
+}
+
+GroupAttribute ChildrenOf(const GroupAttribute& description) {
+    return description.getChildByIndex(description.findChild("c", 1));
+}
+
+GroupAttribute AttrsOf(const GroupAttribute& description) {
+    return description.getChildByIndex(description.findChild("a", 0));
+}
+
+/// Invalid when there is no such child, or it is no group.
+GroupAttribute ChildDescription(const GroupAttribute& description, std::string_view name,
+                                std::int64_t& hint) {
+    const GroupAttribute children = ChildrenOf(description);
+    const std::int64_t index = FindEncoded(children, name, hint);
+    if (index < 0) return GroupAttribute();
+    hint = index + 1;
+    return children.getChildByIndex(index);
+}
+
+/// From the description of `location` down to that of `path`, which lies below it.
+GroupAttribute Descend(GroupAttribute description, std::string_view path,
+                       std::string_view location) {
+    while (description.isValid() && path.size() > location.size()) {
+        const std::string_view name = NameTowards(path, location);
+        location = path.substr(0, location.size() + 1 + name.size());
+        std::int64_t hint = -1;
+        description = ChildDescription(description, name, hint);
+    }
+    return description;
+}
+
+StringAttribute DecodedNames(const GroupAttribute& children) {
+    const auto count = static_cast<std::size_t>(children.getNumberOfChildren());
+    std::vector<std::string_view> names;
+    names.reserve(count);
+    bool anyEncoded = false;
+    for (std::size_t index = 0; index < count; ++index) {
+        names.push_back(children.getChildNameView(static_cast<std::int64_t>(index)));
+        anyEncoded = anyEncoded || names.back().find('%') != std::string_view::npos;
+    }
+    if (!anyEncoded) return MakeNames(names);
+    std::vector<std::string> decoded;
+    decoded.reserve(count);
+    for (std::string_view& name : names) {
+        decoded.push_back(DelimiterDecode(name));
+        name = decoded.back();
+    }
+    return MakeNames(names);
+}
+
+class StaticScene final : public BuiltinOp {
+public:
+    StaticScene()
+        : BuiltinOp(
+              {"StaticScene",
+               1,
+               "Presents a scene that its arguments hold: each location a group of "
+               "attributes \"a\" and child locations \"c\".",
+               {{"location", "string",
+                 "The path of the location that the arguments describe; its ancestors are "
+                 "made without attributes. Default: \"/root\"."},
+                {"a", "group", "The location's attributes. Default: none."},
+                {"c", "group",
+                 "Its child locations by name, in delimiter encoding, each a group with \"a\" "
+                 "and \"c\" of its own. Default: none."}},
+               "none"},
+              Inputs::None) {}
+
+    void cook(CookContext& context) const override {
+        const std::string& path = context.path();
+        const std::string& location = StateOf<StaticSceneState>(context).location;
+        if (!OxLocationPath::IsSelfOrBelow(path, location)) {
+            cookAncestor(context, location);
+            return;
+        }
+        const GroupAttribute description = findDescription(context, location);
+        if (!description.isValid()) return;
+        context.setAttrs(AttrsOf(description));
+        const GroupAttribute children = ChildrenOf(description);
+        if (children.getNumberOfChildren() == 0) return;
+        context.setPotentialChildren(DecodedNames(children));
+        context.setNote(description); // leads the children's cooks straight to their descriptions
+    }
+
+protected:
+    std::shared_ptr<const State> parse(const ArgReader& args) const override {
+        auto state = std::make_shared<StaticSceneState>();
+        state->location = args.location("location", "/root");
+        args.group("a");
+        args.group("c");
+        return state;
+    }
+
+private:
+    static void cookAncestor(CookContext& context, const std::string& location) {
+        if (!OxLocationPath::IsSelfOrBelow(location, context.path())) return;
+        context.setAttrs(GroupAttribute());
+        context.setPotentialChildren(MakeNames({NameTowards(location, context.path())}));
+    }
+
+    static GroupAttribute findDescription(const CookContext& context, std::string_view location) {
+        const std::string_view path = context.path();
+        // The arguments themselves have the layout of a location.
+        if (path.size() == location.size())
+            return context.args().isValid() ? context.args() : GroupAttribute(true);
+        const GroupAttribute parent(context.parentNote());
+        if (parent.isValid())
+            return ChildDescription(parent, OxLocationPath::Name(path), HintFor(path));
+        return Descend(context.args(), path, location);
+    }
+};
+
+} // namespace
+
+const OxOpType::OpType* StaticSceneOpType() {
+    static const auto* type = new StaticScene;
+    return type;
+}
+
+} // namespace TellarOps
