@@ -30,7 +30,7 @@ public:
     /// Tells one source's content from another's.
     std::uint64_t getHash() const { return hash; }
 
-    AbstractOpTreeSource(const AbstractOpTreeSource& other) : hash(other.hash) {}
+    AbstractOpTreeSource(const AbstractOpTreeSource& other) = default;
     AbstractOpTreeSource& operator=(const AbstractOpTreeSource&) = delete;
 
 protected:

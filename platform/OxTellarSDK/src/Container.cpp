@@ -169,7 +169,7 @@ void Container::checkFrame() {
     const XXH128_hash_t content = XXH3_128bits_withSeed(table, blocks * 8, footer.rootUnit);
     contentIdentity.words[0] = content.high64;
     contentIdentity.words[1] = content.low64;
-    verifiedBlocks.reset(new std::atomic<std::uint8_t>[blocks]());
+    verifiedBlocks = std::make_unique<std::atomic<std::uint8_t>[]>(blocks);
     checkedUnits.reset(static_cast<std::atomic<std::uint64_t>*>(
         std::calloc(footer.tableOffset / kUnitBytes / 64 + 1, 8)));
     if (!checkedUnits) throw std::bad_alloc();

@@ -163,7 +163,7 @@ StringAttribute TellarRuntime::LocationData::getPotentialChildren() const {
     return record ? record->potentialChildren : StringAttribute();
 }
 
-const StringAttribute& TellarRuntime::LocationData::borrowPotentialChildren() const noexcept {
+const StringAttribute& TellarRuntime::LocationData::borrowPotentialChildren() const {
     static const StringAttribute* const none = new StringAttribute;
     return record ? record->potentialChildren : *none;
 }

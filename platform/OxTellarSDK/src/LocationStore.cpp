@@ -33,11 +33,12 @@ struct ChildList {
     std::atomic<FarChunks*> farChunks{nullptr};
     std::vector<std::uint32_t> index; // open addressing; position + 1, 0 is free
 
-    explicit ChildList(std::uint32_t firstChunk) : firstChunk(firstChunk) {}
+    /// `room` is at least 1.
+    explicit ChildList(std::uint32_t room) : firstChunk(room > 0 ? room : 1) {}
 
-    static std::uint32_t ChunkOf(std::uint32_t quotient) {
+    std::uint32_t chunkOf(std::uint32_t position) const {
         std::uint32_t chunk = 0;
-        for (; quotient != 0; quotient >>= 1)
+        while (position >= std::uint64_t(firstChunk) << chunk)
             ++chunk;
         return chunk;
     }
@@ -49,7 +50,7 @@ struct ChildList {
         return (*farChunks.load(std::memory_order_acquire))[chunk - kNearChunks];
     }
     LocationNode& at(std::uint32_t position) {
-        const std::uint32_t chunk = position < firstChunk ? 0 : ChunkOf(position / firstChunk);
+        const std::uint32_t chunk = chunkOf(position);
         return chunkAt(chunk).load(std::memory_order_acquire)[position - chunkStart(chunk)];
     }
 
@@ -329,8 +330,7 @@ LocationNode* LocationStore::addChild(LocationNode* parent, std::string_view nam
         parent->children.store(list, std::memory_order_release);
     }
     const std::uint32_t position = list->count.load(std::memory_order_relaxed);
-    const std::uint32_t chunk =
-        position < list->firstChunk ? 0 : ChildList::ChunkOf(position / list->firstChunk);
+    const std::uint32_t chunk = list->chunkOf(position);
     if (chunk >= ChildList::kNearChunks && !list->farChunks)
         list->farChunks.store(new ChildList::FarChunks{}, std::memory_order_release);
     if (position == list->chunkStart(chunk)) {

@@ -86,9 +86,9 @@ private:
     LocationNode* child(LocationNode* parent, std::string_view name, std::uint32_t hint, bool add);
     LocationNode* addChild(LocationNode* parent, std::string_view name);
 
+    LocationNode root;
     const OxAttribute::Hash identity;
     const std::uint64_t id; // never used again
-    LocationNode root;
     std::atomic<std::uint32_t> nextSerial{0};
 
     std::mutex prepareLock;

@@ -197,22 +197,20 @@ LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
             crossing.cooked.wait(guard);
             continue;
         }
-        const bool stale = state & LocationNode::kStale;
-        if (!stale && node.freshness >= eviction)
+        if (!(state & LocationNode::kStale) && node.freshness >= eviction)
             if (LocationRecord* record = node.acquireRecord()) return LocationData(record);
-        if (stale && node.freshness >= eviction) eviction = NextEviction();
         break;
     }
-    node.state.store(LocationNode::kCooking, std::memory_order_relaxed);
+    // Evictions take no lock. One that comes from here on makes the location stale again.
+    const std::uint32_t before =
+        node.state.exchange(LocationNode::kCooking, std::memory_order_acq_rel);
+    if ((before & LocationNode::kStale) && node.freshness >= eviction) eviction = NextEviction();
     guard.unlock();
 
-    // Set again if this cook fails, or by an eviction while it runs.
-    std::uint32_t left = eviction != 0 ? LocationNode::kStale : 0u;
     LocationRecord* record = nullptr;
     std::exception_ptr failure;
     try {
         record = compute(node, path, eviction);
-        left = 0;
     } catch (...) {
         failure = std::current_exception();
     }
@@ -224,8 +222,9 @@ LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
         if (previous) previous->release();
         node.freshness = std::max(node.freshness, eviction);
     }
-    const std::uint32_t evicted = node.state.load(std::memory_order_relaxed) & LocationNode::kStale;
-    node.state.store(evicted | left, std::memory_order_release);
+    if (failure && eviction != 0)
+        node.state.fetch_or(LocationNode::kStale, std::memory_order_relaxed);
+    node.state.fetch_and(~std::uint32_t(LocationNode::kCooking), std::memory_order_release);
     guard.unlock();
     crossing.cooked.notify_all();
     if (failure) std::rethrow_exception(failure);

@@ -105,7 +105,7 @@ public:
         if (Client client = reuse(source)) return client;
         Creation creation = CreateClient(source);
         if (!creation.client) return {};
-        const Client client = creation.client;
+        Client client = creation.client;
         entriesByClient.emplace(client.get(),
                                 ClientEntry{source, std::move(creation.runtime), client});
         return client;

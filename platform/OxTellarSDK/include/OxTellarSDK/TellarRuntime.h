@@ -92,7 +92,7 @@ public:
     /// The names of the location's potential children; invalid when it has none.
     OxAttribute::StringAttribute getPotentialChildren() const;
     /// The same without counting: it lives as long as some LocationData holds this result.
-    const OxAttribute::StringAttribute& borrowPotentialChildren() const noexcept;
+    const OxAttribute::StringAttribute& borrowPotentialChildren() const;
     /// Of existence, attributes and potential children; computed on first need and kept.
     OxAttribute::Hash getHash() const;
 
@@ -156,7 +156,7 @@ public:
 private:
     friend class TellarRuntime;
     friend class Transaction;
-    explicit Client(std::shared_ptr<TellarRuntime> runtime);
+    explicit Client(std::shared_ptr<TellarRuntime> owner);
     struct View;
     std::shared_ptr<TellarRuntime> runtime;
     std::shared_ptr<Op> op;
@@ -187,7 +187,7 @@ public:
 
 private:
     friend class TellarRuntime;
-    explicit Transaction(std::shared_ptr<TellarRuntime> runtime);
+    explicit Transaction(std::shared_ptr<TellarRuntime> owner);
     void checkOpen(const std::shared_ptr<Op>& op) const;
     std::shared_ptr<TellarRuntime> runtime;
     std::vector<std::shared_ptr<Op>> ops;
