@@ -24,12 +24,11 @@ heading "A scene of a few ops over a glTF file, as the tree of locations a rende
 tellar walk examples/garden.json --depth 3
 
 heading "One location: its own attributes, and its transform composed from the root"
-tellar walk examples/garden.json --at /root/garden/windmill/sails --depth 0 --attrs
-tellar walk examples/garden.json --at /root/garden/windmill/sails --depth 0 --xform
+tellar walk examples/garden.json --at /root/world/garden/windmill/sails --depth 0 --attrs --xform
 
-heading "More than a million locations from one array op, each made only when it is visited"
-tellar walk examples/million.json --stats --depth 1
+heading "More than a million locations from one array op, each made when it is visited"
+tellar walk examples/million.json --stats --quiet
 
 heading "The same scene written as a binary op file, and walked from there"
-tellar convert examples/garden.json "$scratch/garden.ops"
-tellar walk "$scratch/garden.ops" --at /root/garden/pavilion --depth 1
+tellar convert examples/garden.json "$scratch/garden.oxop"
+tellar walk "$scratch/garden.oxop" --at /root/world/garden/pavilion --depth 1
