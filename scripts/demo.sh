@@ -29,6 +29,6 @@ tellar walk examples/garden.json --at /root/world/garden/windmill/sails --depth 
 heading "More than a million locations from one array op, each made when it is visited"
 tellar walk examples/million.json --stats --quiet
 
-heading "The same scene written as a binary op file, and walked from there"
+heading "The garden again, from a serialised op file"
 tellar convert examples/garden.json "$scratch/garden.oxop"
 tellar walk "$scratch/garden.oxop" --at /root/world/garden/pavilion --depth 1

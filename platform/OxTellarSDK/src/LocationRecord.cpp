@@ -92,7 +92,7 @@ LocationRecord* LocationRecord::Create() {
         record = cache->take();
     else
         record = new LocationRecord; // joins the pool when it is let go
-    record->exists = false;
+    record->exists = 0;
     record->hash[0].store(0, std::memory_order_relaxed);
     record->count.store(1, std::memory_order_release);
     return record;

@@ -15,11 +15,14 @@ namespace OxTellarRuntimeDetail {
 /// record that was just let go by everybody else, finds the count at 0 and looks again.
 struct LocationRecord {
     std::atomic<std::uint32_t> count{0};
-    bool exists = false;
+    std::uint32_t exists : 1;
+    std::uint32_t noteStore : 31; // shortId of the store of the Op that made the note
     std::atomic<std::uint64_t> hash[2] = {{0}, {0}}; // known once the first is not 0
     OxAttribute::GroupAttribute attrs;
     OxAttribute::StringAttribute potentialChildren;
     OxAttribute::Attribute note;
+
+    LocationRecord() : exists(0), noteStore(0) {}
 
     /// A record with count 1, which does not exist and has nothing.
     static LocationRecord* Create();

@@ -257,6 +257,7 @@ Start StartAbove(const Memory& memory, std::string_view parentPath) {
 } // namespace
 
 LocationNode* LocationStore::locate(std::string_view path, bool add) {
+    if (path.empty()) return nullptr;
     Memory* memory = MemoryFor(id);
     const bool remembers = memory && memory->storeId == id;
     std::string_view name;

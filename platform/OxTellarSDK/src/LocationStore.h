@@ -77,6 +77,9 @@ public:
                                                    const OxAttribute::GroupAttribute& args,
                                                    std::size_t numberOfInputs);
 
+    /// Unlike that of any other store of this process, short of two thousand millions of them.
+    std::uint32_t shortId() const { return static_cast<std::uint32_t>(id) & 0x7fffffff; }
+
     explicit LocationStore(const OxAttribute::Hash& identity);
 
 private:

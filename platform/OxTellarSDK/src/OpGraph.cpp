@@ -105,7 +105,10 @@ public:
         return OpNode::Of(*op.inputs[index]).cook(path, eviction);
     }
 
-    void pass(const LocationData& data) override { result = data; }
+    void pass(const LocationData& data) override {
+        result = data;
+        isOwn = false;
+    }
 
     void setAttrs(const GroupAttribute& attrs) override {
         LocationRecord& record = ownRecord();
@@ -119,11 +122,17 @@ public:
         record.potentialChildren = names;
     }
 
-    void setNote(const Attribute& note) override { ownRecord().note = note; }
+    void setNote(const Attribute& note) override {
+        LocationRecord& record = ownRecord();
+        record.note = note;
+        record.noteStore = op.store->shortId();
+    }
 
     Attribute parentNote() const override {
-        LocationRecord* record = node.parent->acquireRecord();
-        return record ? LocationData(record).getRecord()->note : Attribute();
+        const LocationData parent(node.parent->acquireRecord());
+        const LocationRecord* record = parent.getRecord();
+        // A record that was passed through carries the note of another Op.
+        return record && record->noteStore == op.store->shortId() ? record->note : Attribute();
     }
 
     bool isFresh() const override { return eviction != 0; }
@@ -295,8 +304,11 @@ private:
         for (std::size_t i = first; i < stack.size(); ++i)
             way += OpNode::Of(*stack[i].op).name + " -> ";
         way += OpNode::Of(*stack[first].op).name;
-        for (std::size_t i = first; i < stack.size(); ++i)
-            OpNode::Of(*stack[i].op).defect = "it is part of a cycle: " + way;
+        for (std::size_t i = first; i < stack.size(); ++i) {
+            OpNode& node = OpNode::Of(*stack[i].op);
+            node.inCycle = true;
+            node.defect = "it is part of a cycle: " + way;
+        }
     }
 
     static void finish(OpNode& node) {
@@ -347,7 +359,7 @@ void CommitOps(const std::vector<std::shared_ptr<TellarRuntime::Op>>& ops) {
     // Ops that hold each other would never be let go.
     for (const auto& op : ops) {
         OpNode& node = OpNode::Of(*op);
-        if (!node.defect.empty()) node.inputs.clear();
+        if (node.inCycle) node.inputs.clear();
     }
 }
 

@@ -23,10 +23,12 @@ struct OpNode {
     std::string typeName;
     OxAttribute::GroupAttribute args;
     std::vector<std::shared_ptr<TellarRuntime::Op>> inputs;
+    const void* transaction = nullptr; // the one that may change it; null when that is gone
 
     // Made at commit.
     OxAttribute::Hash identity;
     bool committed = false;
+    bool inCycle = false;
     int depth = 0;      // longest way down to an Op without inputs
     std::string defect; // why no location can be cooked; empty for a sound Op
     const OxOpType::OpType* type = nullptr;

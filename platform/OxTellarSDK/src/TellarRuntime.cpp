@@ -23,8 +23,8 @@ using OxTellarRuntimeDetail::OpNode;
 
 /// What a client looks at: shared by all clients of a runtime that are pointed at equal Ops.
 struct TellarRuntime::Client::View {
-    std::shared_ptr<LocationStore> store;
-    CookedIndex* cooked; // the runtime's
+    std::shared_ptr<LocationStore> store; // null when the Op has a defect
+    CookedIndex* cooked;                  // the runtime's
 };
 
 /// The lock guards all members; an index, once made, lives as long as the runtime and is used
@@ -75,9 +75,8 @@ void TellarRuntime::commit(const std::shared_ptr<Transaction>& transaction) {
     for (const std::shared_ptr<Client>& client : transaction->clients) {
         if (!client->op) continue;
         const std::shared_ptr<LocationStore>& store = OpNode::Of(*client->op).store;
-        if (store)
-            client->view =
-                std::make_unique<Client::View>(Client::View{store, state->indexOf(store)});
+        client->view = std::make_unique<Client::View>(
+            Client::View{store, store ? state->indexOf(store) : nullptr});
     }
 }
 
@@ -205,15 +204,17 @@ TellarRuntime::Transaction::Transaction(std::shared_ptr<TellarRuntime> owner)
 
 TellarRuntime::Transaction::~Transaction() {
     if (committed) return;
-    // Ops that were wired into a circle would hold each other for ever.
-    for (const std::shared_ptr<Op>& op : ops)
-        op->node->inputs.clear();
+    for (const std::shared_ptr<Op>& op : ops) {
+        op->node->inputs.clear(); // wired into a circle, they would hold each other for ever
+        op->node->transaction = nullptr;
+    }
 }
 
 std::shared_ptr<TellarRuntime::Op> TellarRuntime::Transaction::createOp() {
     if (committed) throw std::invalid_argument("The transaction is committed already");
     const std::lock_guard<std::mutex> guard(runtime->state->lock);
     ops.push_back(std::shared_ptr<Op>(new Op(runtime->state->nextOpId++)));
+    ops.back()->node->transaction = this;
     return ops.back();
 }
 
@@ -222,6 +223,12 @@ void TellarRuntime::Transaction::checkOpen(const std::shared_ptr<Op>& op) const 
     if (!op) throw std::invalid_argument("The op is null");
     if (op->node->committed)
         throw std::invalid_argument(op->node->label() + " is committed already");
+    checkUsable(op);
+}
+
+void TellarRuntime::Transaction::checkUsable(const std::shared_ptr<Op>& op) const {
+    if (op && !op->node->committed && op->node->transaction != this)
+        throw std::invalid_argument(op->node->label() + " belongs to another transaction");
 }
 
 void TellarRuntime::Transaction::setOpName(const std::shared_ptr<Op>& op, const std::string& name) {
@@ -239,6 +246,8 @@ void TellarRuntime::Transaction::setOpArgs(const std::shared_ptr<Op>& op, const 
 void TellarRuntime::Transaction::setOpInputs(const std::shared_ptr<Op>& op,
                                              const std::vector<std::shared_ptr<Op>>& inputs) {
     checkOpen(op);
+    for (const std::shared_ptr<Op>& input : inputs)
+        checkUsable(input);
     op->node->inputs = inputs;
 }
 
@@ -278,6 +287,7 @@ void TellarRuntime::Transaction::setClientOp(const std::shared_ptr<Client>& clie
     if (committed) throw std::invalid_argument("The transaction is committed already");
     if (std::find(clients.begin(), clients.end(), client) == clients.end())
         throw std::invalid_argument("The client is not one of this transaction");
+    checkUsable(op);
     client->op = op;
 }
 
@@ -285,7 +295,7 @@ TellarRuntime::Client::Client(std::shared_ptr<TellarRuntime> owner) : runtime(st
 TellarRuntime::Client::~Client() = default;
 
 TellarRuntime::LocationData TellarRuntime::Client::cookLocation(const std::string& path) {
-    if (!op || !OpNode::Of(*op).committed) return LocationData(LocationRecord::Missing());
+    if (!view) return LocationData(LocationRecord::Missing());
     LocationNode* node = nullptr;
     LocationData data = OpNode::Of(*op).cook(path, 0, &node);
     if (node && !view->cooked->contains(node->serial)) view->cooked->add(node->serial);
@@ -293,7 +303,7 @@ TellarRuntime::LocationData TellarRuntime::Client::cookLocation(const std::strin
 }
 
 TellarRuntime::LocationData TellarRuntime::Client::getCachedLocation(const std::string& path) {
-    if (!view) return {};
+    if (!view || !view->store) return {};
     LocationNode* node = view->store->find(path);
     if (!node || !view->cooked->contains(node->serial)) return {};
     return LocationData(node->acquireRecord());

@@ -163,8 +163,9 @@ private:
     std::unique_ptr<View> view; // null until committed with an Op
 };
 
-/// Ops and clients under construction. Arguments that belong to another transaction or
-/// are committed already throw std::invalid_argument.
+/// Ops and clients under construction. What belongs to another transaction, or is committed
+/// already, is not changed: std::invalid_argument. Inputs, and the Op of a client, may be Ops that
+/// an earlier transaction committed.
 class OXTELLARSDK_API TellarRuntime::Transaction {
 public:
     std::shared_ptr<Op> createOp();
@@ -189,6 +190,7 @@ private:
     friend class TellarRuntime;
     explicit Transaction(std::shared_ptr<TellarRuntime> owner);
     void checkOpen(const std::shared_ptr<Op>& op) const;
+    void checkUsable(const std::shared_ptr<Op>& op) const;
     std::shared_ptr<TellarRuntime> runtime;
     std::vector<std::shared_ptr<Op>> ops;
     std::vector<std::shared_ptr<Client>> clients;
