@@ -189,7 +189,8 @@ LocationData OpNode::cook(const std::string& path, std::uint32_t eviction,
     LocationNode* node = store->findOrAdd(path);
     if (!node) return MissingLocation();
     if (found) *found = node;
-    if (eviction == 0 && !(node->state.load(std::memory_order_acquire) & LocationNode::kStale))
+    // While it is cooked anew, the record is still the one that was evicted.
+    if (eviction == 0 && node->state.load(std::memory_order_acquire) == 0)
         if (LocationRecord* record = node->acquireRecord()) return LocationData(record);
     return cookAt(*node, path, eviction);
 }

@@ -1,0 +1,263 @@
+#include <OxTellarSDK/AttributeStream.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/FileStream.h>
+
+#include "AttributePrinter.h"
+#include "ContainerBytes.h"
+#include "ErrorOf.h"
+#include "TempDirectory.h"
+
+using namespace OxAttribute;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+Attribute ReadFile(const std::string& path) {
+    FileStream stream(path, true);
+    return Attribute::readAttributeStream(&stream, &FileStream::read, 0);
+}
+
+FloatAttribute Counting(int count, float first = 0) {
+    std::vector<float> values;
+    for (int i = 0; i < count; ++i)
+        values.push_back(first + static_cast<float>(i));
+    return FloatAttribute(values, 1);
+}
+
+std::vector<std::string> FilesIn(const TempDirectory& folder) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path()))
+        names.push_back(entry.path().filename());
+    return names;
+}
+
+} // namespace
+
+namespace {
+
+constexpr int kLargeCount = 600000; // floats: 2.4 MB
+
+/// Three arrays of 2.4 MB each, with small values and groups around them.
+GroupAttribute LargeValue() {
+    return GroupAttribute({{"before", IntAttribute(1)},
+                           {"a", Counting(kLargeCount, 0)},
+                           {"group", GroupAttribute({{"b", Counting(kLargeCount, 1000000)},
+                                                     {"text", StringAttribute("small text")}},
+                                                    true)},
+                           {"c", Counting(kLargeCount, 2000000)},
+                           {"after", IntAttribute(2)}},
+                          true);
+}
+
+bool IsMapped(const std::string& path) {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);)
+        if (line.size() > path.size() &&
+            line.compare(line.size() - path.size(), path.size(), path) == 0)
+            return true;
+    return false;
+}
+
+int NumberOfMappings(const std::string& path) {
+    int count = 0;
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);)
+        count += line.find(path) != std::string::npos;
+    return count;
+}
+
+/// Opening any file closes those that nobody holds.
+void CollectUnusedFiles() {
+    ContainerBytes::Read(ContainerBytes::Write(IntAttribute(1)));
+}
+
+/// Where the bytes of a float lie in the file.
+std::size_t OffsetOf(const std::string& file, float value) {
+    const std::string bytes(reinterpret_cast<const char*>(&value), sizeof value);
+    std::size_t offset = file.find(bytes);
+    while (offset != std::string::npos && offset % 4 != 0)
+        offset = file.find(bytes, offset + 1);
+    return offset;
+}
+
+class LargeAttributeFile : public testing::Test {
+protected:
+    LargeAttributeFile() : path(folder.path("large.oxa")) {
+        WriteAttributeFile(path, LargeValue());
+    }
+    ~LargeAttributeFile() override { CollectUnusedFiles(); }
+
+    /// Changes one byte of the float that lies in the middle of array `first`.
+    void damageArray(float first) {
+        std::string bytes = folder.read("large.oxa");
+        bytes[OffsetOf(bytes, first + kLargeCount / 2)] ^= 1;
+        folder.write("large.oxa", bytes);
+    }
+
+    GroupAttribute read() const { return GroupAttribute(ReadFile(path)); }
+
+    TempDirectory folder;
+    std::string path;
+};
+
+} // namespace
+
+TEST_F(LargeAttributeFile, IsMappedAndReadsEqual) {
+    ASSERT_GT(std::filesystem::file_size(path), FileBuffer::kMapThreshold);
+    const GroupAttribute value = read();
+    EXPECT_TRUE(IsMapped(path));
+    EXPECT_EQ(value, LargeValue());
+    EXPECT_EQ(value.getHash(), LargeValue().getHash());
+    EXPECT_EQ(IntAttribute(value.getChildByName("after")).getValue(), 2);
+}
+
+TEST_F(LargeAttributeFile, IsClosedWhenNobodyHoldsAnythingOfIt) {
+    Attribute leaf;
+    {
+        const GroupAttribute value = read();
+        leaf = value.getChildByName("group.text");
+    }
+    CollectUnusedFiles();
+    EXPECT_TRUE(IsMapped(path));
+    EXPECT_EQ(StringAttribute(leaf).getValue(), "small text");
+    const Attribute second = leaf;
+    leaf = Attribute();
+    CollectUnusedFiles();
+    EXPECT_TRUE(IsMapped(path));
+    const_cast<Attribute&>(second) = Attribute();
+    CollectUnusedFiles();
+    EXPECT_FALSE(IsMapped(path));
+}
+
+TEST_F(LargeAttributeFile, SamplesAndGroupsKeepItOpen) {
+    ConstSample<float> sample = FloatAttribute(read().getChildByName("a")).getNearestSample(0);
+    GroupAttribute group({{"x", read().getChildByName("c")}}, true);
+    CollectUnusedFiles();
+    EXPECT_EQ(sample[10], 10.0f);
+    EXPECT_EQ(FloatAttribute(group.getChildByName("x")).getValue(), 2000000.0f);
+    sample = ConstSample<float>();
+    CollectUnusedFiles();
+    EXPECT_TRUE(IsMapped(path));
+    group = GroupAttribute();
+    CollectUnusedFiles();
+    EXPECT_FALSE(IsMapped(path));
+}
+
+TEST_F(LargeAttributeFile, OpenedTwiceIsMappedOnceAndShared) {
+    const GroupAttribute first = read(), second = read();
+    EXPECT_EQ(first.getHandle(), second.getHandle());
+    EXPECT_EQ(NumberOfMappings(path), 1);
+    EXPECT_THAT(ErrorOf([&] { ReadOpFile(path); }), HasSubstr("not a serialised op file"));
+    EXPECT_EQ(NumberOfMappings(path), 1);
+}
+
+TEST_F(LargeAttributeFile, ALinkToItIsTheSameFile) {
+    std::filesystem::create_hard_link(path, folder.path("link"));
+    const GroupAttribute first = read();
+    const GroupAttribute second(ReadFile(folder.path("link")));
+    EXPECT_EQ(first.getHandle(), second.getHandle());
+}
+
+TEST_F(LargeAttributeFile, WrittenAnewItIsAnotherFileAndTheOldOneStaysReadable) {
+    const GroupAttribute old = read();
+    WriteAttributeFile(path, GroupAttribute({{"new", Counting(2000000)}}, true));
+    const GroupAttribute anew = read();
+    EXPECT_EQ(anew.getChildName(0), "new");
+    EXPECT_EQ(old, LargeValue());
+    EXPECT_NE(old, anew);
+}
+
+TEST_F(LargeAttributeFile, DamageIsFoundWhenAndOnlyWhenItIsRead) {
+    damageArray(1000000);
+    const GroupAttribute value = read();
+    EXPECT_EQ(FloatAttribute(value.getChildByName("a")).getNearestSample(0)[599999], 599999.0f);
+    EXPECT_EQ(FloatAttribute(value.getChildByName("c")).getValue(), 2000000.0f);
+    EXPECT_EQ(StringAttribute(value.getChildByName("group.text")).getValue(), "small text");
+    EXPECT_THAT(ErrorOf([&] { value.getChildByName("group.b"); }),
+                testing::MatchesRegex("File \"" + path +
+                                      "\" is damaged: bytes [0-9]+ to [0-9]+ do not have their "
+                                      "checksum"));
+    EXPECT_EQ(FloatAttribute(value.getChildByName("a")).getValue(), 0.0f);
+}
+
+TEST_F(LargeAttributeFile, DamageIsFoundAgainAndAgain) {
+    damageArray(1000000);
+    const GroupAttribute group(read().getChildByName("group"));
+    const std::string error = ErrorOf([&] { group.getChildByIndex(0); });
+    EXPECT_THAT(error, HasSubstr(path));
+    EXPECT_EQ(ErrorOf([&] { group.getChildByIndex(0); }), error);
+    EXPECT_EQ(ErrorOf([&] { group.getHash(); }), error);
+    EXPECT_EQ(ErrorOf([&] { group.getXML(); }), error);
+    EXPECT_EQ(ErrorOf([&] { ContainerBytes::Write(group); }), error);
+    EXPECT_EQ(ErrorOf([&] { (void)(group == LargeValue()); }), error);
+}
+
+TEST_F(LargeAttributeFile, ReadingDamageLeavesNoHandleBehind) {
+    damageArray(1000000);
+    EXPECT_THAT(ErrorOf([&] { read().getChildByName("group.b"); }), HasSubstr(path));
+    CollectUnusedFiles();
+    EXPECT_FALSE(IsMapped(path));
+}
+
+TEST_F(LargeAttributeFile, WritingADamagedValueToAFileNamesTheDamagedFile) {
+    damageArray(1000000);
+    const GroupAttribute value = read();
+    EXPECT_THAT(ErrorOf([&] { WriteAttributeFile(folder.path("copy"), value); }), HasSubstr(path));
+    EXPECT_THAT(FilesIn(folder), ElementsAre("large.oxa"));
+}
+
+TEST_F(LargeAttributeFile, TheCSuiteGivesNothingForDamage) {
+    damageArray(1000000);
+    const GroupAttribute value = read();
+    const OxAttributeSuite_v1& suite = *OxGetBuiltInAttributeSuite();
+    EXPECT_EQ(suite.getChildByName(value.getHandle(), "group.b"), nullptr);
+    std::uint64_t words[2] = {1, 1};
+    suite.getHash(value.getHandle(), words);
+    EXPECT_THAT(words, ElementsAre(0u, 0u));
+    EXPECT_EQ(suite.getXml(value.getHandle()), nullptr);
+    EXPECT_EQ(suite.isEqual(value.getHandle(), LargeValue().getHandle()), 0);
+    OxAttributeStruct* const group = suite.getChildByName(value.getHandle(), "group");
+    EXPECT_EQ(suite.getChildByIndex(group, 0), nullptr);
+    EXPECT_STREQ(suite.getChildName(group, 1), "text");
+    suite.release(group);
+}
+
+TEST_F(LargeAttributeFile, DamageAtTheRootIsFoundAtOnce) {
+    std::string bytes = folder.read("large.oxa");
+    const std::size_t root = ContainerBytes::FooterOf(bytes).rootUnit * 16ull;
+    bytes[root + 40] ^= 1;
+    folder.write("large.oxa", bytes);
+    EXPECT_THAT(ErrorOf([&] { read(); }), StartsWith("File \"" + path + "\" is damaged: bytes "));
+    EXPECT_FALSE(IsMapped(path));
+}
+
+TEST_F(LargeAttributeFile, DamageOfTheTableOrTheFooterIsFoundAtOnce) {
+    const std::string bytes = folder.read("large.oxa");
+    const std::size_t table = ContainerBytes::FooterOf(bytes).tableOffset;
+    for (std::size_t offset = table; offset < bytes.size(); ++offset) {
+        std::string damaged = bytes;
+        damaged[offset] ^= 0x10;
+        if (offset % 97 != 0 && offset + 100 < bytes.size()) continue;
+        folder.write("large.oxa", damaged);
+        ASSERT_THAT(ErrorOf([&] { read(); }), StartsWith("File \"" + path + "\" is damaged: "))
+            << offset;
+    }
+}
+
+TEST_F(LargeAttributeFile, CutShortItIsRefusedAtOnce) {
+    const std::string bytes = folder.read("large.oxa");
+    for (const std::size_t length : {bytes.size() - 1, bytes.size() - 48, bytes.size() - 1000}) {
+        folder.write("large.oxa", bytes.substr(0, length));
+        EXPECT_THAT(ErrorOf([&] { read(); }), StartsWith("File \"" + path + "\" is damaged: "));
+    }
+}

@@ -1,0 +1,126 @@
+#include "CameraAndLight.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <OxTellarSDK/GroupBuilder.h>
+
+namespace TellarSceneImport {
+
+using OxAttribute::DoubleAttribute;
+using OxAttribute::FloatAttribute;
+using OxAttribute::GroupAttribute;
+using OxAttribute::GroupBuilder;
+using OxAttribute::StringAttribute;
+
+namespace {
+
+constexpr double kDegrees = 180.0 / 3.14159265358979323846;
+
+const char* lightTypeName(aiLightSourceType type) {
+    switch (type) {
+    case aiLightSource_DIRECTIONAL:
+        return "directional";
+    case aiLightSource_SPOT:
+        return "spot";
+    case aiLightSource_AMBIENT:
+        return "ambient";
+    case aiLightSource_AREA:
+        return "area";
+    default:
+        return "point";
+    }
+}
+
+FloatAttribute color3(const std::array<float, 3>& color) {
+    return FloatAttribute(color.data(), 3, 3);
+}
+
+} // namespace
+
+void ImportedLight::setColor(float red, float green, float blue) {
+    intensity = std::max({red, green, blue, 0.0f});
+    if (intensity > 0.0f && std::isfinite(intensity))
+        color = {red / intensity, green / intensity, blue / intensity};
+}
+
+ImportedCamera FromAssimp(const aiCamera& source) {
+    ImportedCamera camera;
+    camera.nearClip = source.mClipPlaneNear;
+    camera.farClip = source.mClipPlaneFar;
+    camera.aspect = source.mAspect;
+    camera.orthographicWidth = 2.0 * source.mOrthographicWidth;
+    if (!(camera.orthographicWidth > 0.0)) camera.fieldOfView = source.mHorizontalFOV * kDegrees;
+    camera.aim = AimMatrix(source.mPosition, source.mLookAt, source.mUp);
+    return camera;
+}
+
+ImportedLight FromAssimp(const aiLight& source) {
+    ImportedLight light;
+    light.type = lightTypeName(source.mType);
+    const bool isAmbient = source.mType == aiLightSource_AMBIENT;
+    const aiColor3D& color = isAmbient ? source.mColorAmbient : source.mColorDiffuse;
+    light.setColor(color.r, color.g, color.b);
+    light.decay = {source.mAttenuationConstant, source.mAttenuationLinear,
+                   source.mAttenuationQuadratic};
+    light.coneInner = static_cast<float>(source.mAngleInnerCone * kDegrees);
+    light.coneOuter = static_cast<float>(source.mAngleOuterCone * kDegrees);
+    light.size = {source.mSize.x, source.mSize.y};
+    const bool isAimless = isAmbient || source.mType == aiLightSource_POINT;
+    light.aim = isAimless ? AimMatrix(source.mPosition, {}, {})
+                          : AimMatrix(source.mPosition, source.mDirection, source.mUp);
+    return light;
+}
+
+GroupAttribute CameraGeometry(const ImportedCamera& camera) {
+    const double top = camera.aspect > 0.0 ? 1.0 / camera.aspect : 1.0;
+    GroupBuilder geometry;
+    geometry.set("fov", DoubleAttribute(camera.fieldOfView));
+    geometry.set("near", DoubleAttribute(camera.nearClip));
+    geometry.set("far", DoubleAttribute(camera.farClip));
+    geometry.set("left", DoubleAttribute(-1.0));
+    geometry.set("right", DoubleAttribute(1.0));
+    geometry.set("bottom", DoubleAttribute(-top));
+    geometry.set("top", DoubleAttribute(top));
+    const bool isOrthographic = camera.orthographicWidth > 0.0;
+    geometry.set("projection", StringAttribute(isOrthographic ? "orthographic" : "perspective"));
+    if (isOrthographic)
+        geometry.set("orthographicWidth", DoubleAttribute(camera.orthographicWidth));
+    return geometry.build();
+}
+
+GroupAttribute LightParameters(const ImportedLight& light) {
+    GroupBuilder parameters;
+    parameters.set("type", StringAttribute(light.type));
+    parameters.set("color", color3(light.color));
+    parameters.set("intensity", FloatAttribute(light.intensity));
+    parameters.set("decay", color3(light.decay));
+    if (light.type == "spot") {
+        parameters.set("coneInner", FloatAttribute(light.coneInner));
+        parameters.set("coneOuter", FloatAttribute(light.coneOuter));
+    }
+    if (light.type == "area") parameters.set("size", FloatAttribute(light.size.data(), 2, 2));
+    if (light.range > 0.0f) parameters.set("range", FloatAttribute(light.range));
+    return parameters.build();
+}
+
+GroupAttribute LightNetwork(const ImportedLight& light) {
+    GroupBuilder parameters;
+    parameters.update(LightParameters(light));
+    parameters.del("type"); // the node's type says it
+    GroupBuilder network;
+    network.setGroupInherit(false);
+    network.set("style", StringAttribute("network"));
+    network.set("nodes.light.name", StringAttribute("light"));
+    network.set("nodes.light.type", StringAttribute(light.type + "_light"));
+    network.set("nodes.light.parameters", parameters.build());
+    network.set("parameters.color", color3(light.color));
+    network.set("parameters.intensity", FloatAttribute(light.intensity));
+    network.set("interface.color.src", StringAttribute("light.color"));
+    network.set("interface.intensity.src", StringAttribute("light.intensity"));
+    network.set("terminals.light", StringAttribute("light"));
+    network.set("terminals.lightPort", StringAttribute("out"));
+    return network.build();
+}
+
+} // namespace TellarSceneImport

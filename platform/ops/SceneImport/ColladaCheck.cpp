@@ -1,0 +1,376 @@
+#include "ColladaCheck.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace TellarSceneImport {
+
+namespace {
+
+// Nodes may be a thousand deep; this leaves room for what stands around them.
+constexpr int kMaxXmlDepth = 1100;
+
+constexpr std::string_view kSpace = " \t\r\n";
+
+[[noreturn]] void fail(const std::string& what) {
+    throw std::runtime_error("damaged Collada: " + what);
+}
+
+// What stands between "<" and ">".
+struct Tag {
+    std::string_view name; // "accessor", "/accessor"
+    std::string_view attributes;
+    bool isEmpty = false; // ends with "/"
+};
+
+// Gives one tag after the other; text, comments, CDATA and the like are passed over. Stops at
+// what is no XML: Assimp will say so.
+class TagReader {
+public:
+    explicit TagReader(std::string_view xml) : rest(xml) {}
+
+    bool next(Tag& tag) {
+        while (skipTo("<")) {
+            if (!rest.empty() && (rest[0] == '!' || rest[0] == '?')) {
+                skipMarkup();
+                continue;
+            }
+            return readTag(tag);
+        }
+        return false;
+    }
+
+    // What stands between the last tag and the next "<".
+    std::string_view text() const { return rest.substr(0, rest.find('<')); }
+    // Whether that next "<" begins a comment, CDATA or the like.
+    bool isMarkupNext() const { return rest.substr(text().size() + 1, 1) == "!"; }
+
+private:
+    bool skipTo(std::string_view text) {
+        const std::size_t found = rest.find(text);
+        rest.remove_prefix(found == std::string_view::npos ? rest.size() : found + text.size());
+        return found != std::string_view::npos;
+    }
+
+    void skipMarkup() {
+        if (rest.substr(0, 3) == "!--")
+            skipTo("-->");
+        else if (rest.substr(0, 8) == "![CDATA[")
+            skipTo("]]>");
+        else
+            skipTo(">");
+    }
+
+    bool readTag(Tag& tag) {
+        char quote = 0;
+        std::size_t end = 0;
+        for (; end < rest.size() && (quote || rest[end] != '>'); ++end) {
+            const char c = rest[end];
+            if (quote)
+                quote = c == quote ? 0 : quote;
+            else if (c == '"' || c == '\'')
+                quote = c;
+        }
+        if (end == rest.size()) return false;
+        std::string_view inside = rest.substr(0, end);
+        rest.remove_prefix(end + 1);
+        tag.isEmpty = !inside.empty() && inside.back() == '/';
+        if (tag.isEmpty) inside.remove_suffix(1);
+        tag.name = inside.substr(0, inside.find_first_of(kSpace));
+        tag.attributes = inside.substr(tag.name.size());
+        return true;
+    }
+
+    std::string_view rest;
+};
+
+std::string_view trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(kSpace);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(kSpace) - first + 1);
+}
+
+// Empty when there is no such attribute.
+std::string_view attributeOf(const Tag& tag, std::string_view name) {
+    std::string_view rest = tag.attributes;
+    for (;;) {
+        const std::size_t equals = rest.find('=');
+        if (equals == std::string_view::npos) return {};
+        const std::string_view found = trimmed(rest.substr(0, equals));
+        rest = trimmed(rest.substr(equals + 1));
+        if (rest.empty() || (rest[0] != '"' && rest[0] != '\'')) return {};
+        const std::size_t end = rest.find(rest[0], 1);
+        if (end == std::string_view::npos) return {};
+        if (found == name) return rest.substr(1, end - 1);
+        rest.remove_prefix(end + 1);
+    }
+}
+
+std::uint64_t numberOf(const Tag& tag, std::string_view name, std::uint32_t absent) {
+    const std::string_view text = trimmed(attributeOf(tag, name));
+    if (text.empty()) return absent;
+    std::uint32_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end != text.data() + text.size())
+        fail("the " + std::string(name) + " of <" + std::string(tag.name) + "> is no number");
+    return number;
+}
+
+bool endsWith(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
+}
+
+// Assimp waits forever for a digit in these.
+bool isIndexList(std::string_view name) {
+    return name == "p" || name == "h" || name == "v" || name == "vcount";
+}
+
+bool isPrimitive(std::string_view name) {
+    for (const std::string_view primitive :
+         {"lines", "linestrips", "polygons", "polylist", "triangles", "trifans", "tristrips"})
+        if (name == primitive) return true;
+    return false;
+}
+
+bool holdsIndices(const TagReader& reader) {
+    return reader.text().find_first_not_of("0123456789+- \t\r\n") == std::string_view::npos &&
+           !reader.isMarkupNext();
+}
+
+struct Array {
+    std::uint64_t length = 0;
+    bool isText = false;
+};
+
+struct Accessor {
+    std::string_view array; // its id
+    std::uint64_t count = 0;
+    std::uint64_t offset = 0;
+    std::uint64_t stride = 0;
+    std::uint64_t numberOfParams = 0;
+
+    // How long the array must be. No overflow: 32-bit numbers are multiplied.
+    std::uint64_t reach() const {
+        return count == 0 ? 0 : offset + (count - 1) * stride + std::max(stride, numberOfParams);
+    }
+};
+
+struct Input {
+    std::string_view semantic;
+    std::string_view source;
+    std::uint64_t offset = 0;
+};
+
+// A <sampler> or <vertex_weights>: lists whose items belong together.
+struct Table {
+    std::vector<Input> inputs;
+    std::string_view indices;  // the text of <v>, for weights
+    std::string_view geometry; // whose points have the weights
+    std::uint64_t count = 0;   // of those points
+};
+
+std::string_view reference(const Tag& tag) {
+    std::string_view id = attributeOf(tag, "source");
+    id.remove_prefix(id.substr(0, 1) == "#" ? 1 : 0);
+    return id;
+}
+
+class Checker {
+public:
+    explicit Checker(std::size_t fileSize) : fileSize(fileSize) {}
+
+    // `reader` stands behind the tag.
+    void read(const Tag& tag, const TagReader& reader);
+    void check() const;
+
+private:
+    void open(const Tag& tag, const TagReader& reader);
+    std::uint64_t countOf(const Tag& tag) const;
+    void addArray(const Tag& tag);
+    void addAccessor(const Tag& tag);
+    void addInput(const Tag& tag);
+    void checkAccessor(const Accessor& accessor) const;
+    void checkInput(const Input& input) const;
+    void checkLengths(const Table& sampler) const;
+    void checkIndices(const Table& weights) const;
+    void checkCount(const Table& weights) const;
+    const Accessor* accessorOf(std::string_view source) const;
+
+    const std::size_t fileSize;
+    int depth = 0;
+    bool inAccessor = false;
+    bool inTable = false;
+    std::string_view source;   // the id of the <source> met last
+    std::string_view geometry; // the id of the <geometry> met last
+    std::string_view skinned;  // the id of the geometry of the <skin> met last
+    std::map<std::string_view, Array> arrays;
+    std::map<std::string_view, Accessor> accessors;         // by the id of their source
+    std::map<std::string_view, std::string_view> positions; // sources by the id of a geometry
+    std::vector<Input> inputs;
+    std::vector<Table> tables;
+};
+
+// How many there are of what takes a byte each at least: Assimp makes room for them.
+std::uint64_t Checker::countOf(const Tag& tag) const {
+    const std::uint64_t count = numberOf(tag, "count", 0);
+    if (count > fileSize) fail("the count of <" + std::string(tag.name) + "> is too large");
+    return count;
+}
+
+// Of several arrays with one id the shortest counts, whichever it is that Assimp uses.
+void Checker::addArray(const Tag& tag) {
+    const bool isText = tag.name == "Name_array" || tag.name == "IDREF_array";
+    const Array array = {countOf(tag), isText};
+    Array& known = arrays.emplace(attributeOf(tag, "id"), array).first->second;
+    if (known.isText != isText) fail("two arrays share an id");
+    known.length = std::min(known.length, array.length);
+}
+
+void Checker::addAccessor(const Tag& tag) {
+    const Accessor accessor = {reference(tag), countOf(tag), numberOf(tag, "offset", 0),
+                               numberOf(tag, "stride", 1), 0};
+    if (!accessors.emplace(source, accessor).second)
+        fail("the source \"" + std::string(source) + "\" has two accessors");
+    inAccessor = !tag.isEmpty;
+}
+
+void Checker::addInput(const Tag& tag) {
+    const Input input = {attributeOf(tag, "semantic"), reference(tag), numberOf(tag, "offset", 0)};
+    inputs.push_back(input);
+    if (input.semantic == "POSITION") positions[geometry] = input.source;
+    if (inTable) tables.back().inputs.push_back(input);
+}
+
+void Checker::open(const Tag& tag, const TagReader& reader) {
+    if (tag.name == "source")
+        source = attributeOf(tag, "id");
+    else if (tag.name == "accessor")
+        addAccessor(tag);
+    else if (tag.name == "param" && inAccessor)
+        ++accessors.at(source).numberOfParams;
+    else if (tag.name == "input")
+        addInput(tag);
+    else if (tag.name == "geometry")
+        geometry = attributeOf(tag, "id");
+    else if (tag.name == "skin")
+        skinned = reference(tag);
+    else if (tag.name == "sampler")
+        tables.emplace_back();
+    else if (tag.name == "vertex_weights")
+        tables.push_back({{}, {}, skinned, countOf(tag)});
+    else if (endsWith(tag.name, "_array"))
+        addArray(tag);
+    else if (isPrimitive(tag.name))
+        countOf(tag);
+    else if (!tag.isEmpty && isIndexList(tag.name) && !holdsIndices(reader))
+        fail("<" + std::string(tag.name) + "> holds something other than numbers");
+    inTable = tag.name == "sampler" || tag.name == "vertex_weights" || inTable;
+    if (inTable && tag.name == "v") tables.back().indices = reader.text();
+}
+
+void Checker::read(const Tag& tag, const TagReader& reader) {
+    if (tag.name.substr(0, 1) == "/") {
+        inAccessor = inAccessor && tag.name != "/accessor";
+        inTable = inTable && tag.name != "/sampler" && tag.name != "/vertex_weights";
+        --depth;
+        return;
+    }
+    if (!tag.isEmpty && ++depth > kMaxXmlDepth)
+        fail("elements are nested deeper than " + std::to_string(kMaxXmlDepth));
+    open(tag, reader);
+}
+
+// Null for what is no source, such as <vertices>.
+const Accessor* Checker::accessorOf(std::string_view id) const {
+    const auto found = accessors.find(id);
+    return found == accessors.end() ? nullptr : &found->second;
+}
+
+void Checker::checkAccessor(const Accessor& accessor) const {
+    const auto array = arrays.find(accessor.array);
+    if (array != arrays.end() && accessor.reach() > array->second.length)
+        fail("an accessor goes beyond its array \"" + std::string(accessor.array) + "\"");
+}
+
+void Checker::checkInput(const Input& input) const {
+    const Accessor* accessor = accessorOf(input.source);
+    const auto array = accessor ? arrays.find(accessor->array) : arrays.end();
+    if (array == arrays.end() || input.semantic == "INTERPOLATION" ||
+        input.semantic == "CONTINUITY")
+        return;
+    const bool wantsText = input.semantic == "JOINT" || input.semantic == "MORPH_TARGET";
+    if (array->second.isText != wantsText)
+        fail("\"" + std::string(input.source) + "\" is of the wrong kind for " +
+             std::string(input.semantic));
+}
+
+// A sampler's times come first; there is something for each.
+void Checker::checkLengths(const Table& sampler) const {
+    std::uint64_t times = 0;
+    for (const Input& input : sampler.inputs)
+        if (const Accessor* accessor = accessorOf(input.source);
+            accessor && input.semantic == "INPUT")
+            times = accessor->count;
+    for (const Input& input : sampler.inputs)
+        if (const Accessor* accessor = accessorOf(input.source);
+            accessor && accessor->count < times)
+            fail("\"" + std::string(input.source) + "\" is shorter than its times");
+}
+
+// <v> holds one index for each input in turn.
+void Checker::checkIndices(const Table& weights) const {
+    std::uint64_t width = 1;
+    for (const Input& input : weights.inputs)
+        width = std::max(width, input.offset + 1);
+    std::uint64_t column = 0;
+    std::string_view rest = weights.indices;
+    while (!(rest = trimmed(rest)).empty()) {
+        std::int64_t index = 0;
+        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), index);
+        if (error != std::errc()) fail("a weight's index is no number");
+        rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
+        for (const Input& input : weights.inputs)
+            if (const Accessor* accessor = accessorOf(input.source);
+                accessor && input.offset == column &&
+                index >= static_cast<std::int64_t>(accessor->count))
+                fail("a weight refers to nothing");
+        column = (column + 1) % width;
+    }
+}
+
+// Every point of the geometry has weights.
+void Checker::checkCount(const Table& weights) const {
+    const auto position = positions.find(weights.geometry);
+    const Accessor* points = position == positions.end() ? nullptr : accessorOf(position->second);
+    if (points && weights.count < points->count)
+        fail("some points of \"" + std::string(weights.geometry) + "\" have no weights");
+}
+
+void Checker::check() const {
+    for (const auto& entry : accessors)
+        checkAccessor(entry.second);
+    for (const Input& input : inputs)
+        checkInput(input);
+    for (const Table& table : tables) {
+        checkLengths(table);
+        checkIndices(table);
+        checkCount(table);
+    }
+}
+
+} // namespace
+
+void CheckCollada(std::string_view xml) {
+    Checker checker(xml.size());
+    TagReader reader(xml);
+    for (Tag tag; reader.next(tag);)
+        checker.read(tag, reader);
+    checker.check();
+}
+
+} // namespace TellarSceneImport

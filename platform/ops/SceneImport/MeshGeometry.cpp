@@ -1,0 +1,102 @@
+#include "MeshGeometry.h"
+
+#include <cstdint>
+#include <vector>
+
+#include <OxTellarSDK/GroupBuilder.h>
+
+namespace TellarSceneImport {
+
+using OxAttribute::FloatAttribute;
+using OxAttribute::GroupAttribute;
+using OxAttribute::GroupBuilder;
+using OxAttribute::IntAttribute;
+using OxAttribute::StringAttribute;
+
+namespace {
+
+static_assert(sizeof(aiVector3D) == 3 * sizeof(float), "Assimp's points are copied as floats");
+static_assert(sizeof(aiColor4D) == 4 * sizeof(float), "Assimp's colours are copied as floats");
+
+FloatAttribute vectors(const aiVector3D* values, unsigned count) {
+    return FloatAttribute(&values->x, std::int64_t(count) * 3, 3);
+}
+
+FloatAttribute textureCoordinates(const aiVector3D* values, unsigned count) {
+    std::vector<float> st;
+    st.reserve(std::size_t(count) * 2);
+    for (unsigned i = 0; i < count; ++i) {
+        st.push_back(values[i].x);
+        st.push_back(values[i].y);
+    }
+    return FloatAttribute(st, 2);
+}
+
+GroupAttribute perPoint(const char* inputType, const FloatAttribute& value) {
+    GroupBuilder entry;
+    entry.set("scope", StringAttribute("point"));
+    entry.set("inputType", StringAttribute(inputType));
+    entry.set("value", value);
+    return entry.build();
+}
+
+// "st", "st1", "st2", ...
+std::string numbered(const char* name, unsigned set) {
+    return set == 0 ? name : name + std::to_string(set);
+}
+
+GroupAttribute arbitraryAttributes(const aiMesh& mesh) {
+    GroupBuilder arbitrary;
+    for (unsigned set = 0; set < mesh.GetNumUVChannels(); ++set)
+        arbitrary.set(
+            numbered("st", set),
+            perPoint("point2", textureCoordinates(mesh.mTextureCoords[set], mesh.mNumVertices)));
+    for (unsigned set = 0; set < mesh.GetNumColorChannels(); ++set)
+        arbitrary.set(numbered("color", set),
+                      perPoint("color4", FloatAttribute(&mesh.mColors[set]->r,
+                                                        std::int64_t(mesh.mNumVertices) * 4, 4)));
+    return arbitrary.isEmpty() ? GroupAttribute() : arbitrary.build();
+}
+
+// Invalid when no face is a polygon: single points and lines are no faces to us.
+GroupAttribute polygons(const aiMesh& mesh) {
+    std::vector<std::int32_t> vertexList, startIndex = {0};
+    for (unsigned i = 0; i < mesh.mNumFaces; ++i) {
+        const aiFace& face = mesh.mFaces[i];
+        if (face.mNumIndices < 3) continue;
+        vertexList.insert(vertexList.end(), face.mIndices, face.mIndices + face.mNumIndices);
+        startIndex.push_back(static_cast<std::int32_t>(vertexList.size()));
+    }
+    if (vertexList.empty()) return {};
+    GroupBuilder poly;
+    poly.set("vertexList", IntAttribute(vertexList, 1));
+    poly.set("startIndex", IntAttribute(startIndex, 1));
+    return poly.build();
+}
+
+bool hasLines(const aiMesh& mesh) {
+    for (unsigned i = 0; i < mesh.mNumFaces; ++i)
+        if (mesh.mFaces[i].mNumIndices == 2) return true;
+    return false;
+}
+
+} // namespace
+
+MeshGeometry MakeMeshGeometry(const aiMesh& mesh) {
+    MeshGeometry result;
+    const GroupAttribute poly = polygons(mesh);
+    if (!poly.isValid() && hasLines(mesh)) return result;
+    result.type = poly.isValid() ? "polymesh" : "pointcloud";
+    for (unsigned i = 0; i < mesh.mNumVertices; ++i)
+        result.bound.add(mesh.mVertices[i].x, mesh.mVertices[i].y, mesh.mVertices[i].z);
+
+    GroupBuilder geometry;
+    geometry.set("point.P", vectors(mesh.mVertices, mesh.mNumVertices));
+    if (mesh.HasNormals()) geometry.set("point.N", vectors(mesh.mNormals, mesh.mNumVertices));
+    geometry.set("poly", poly);
+    geometry.set("arbitrary", arbitraryAttributes(mesh));
+    result.geometry = geometry.build();
+    return result;
+}
+
+} // namespace TellarSceneImport

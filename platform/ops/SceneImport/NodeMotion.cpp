@@ -1,0 +1,133 @@
+#include "NodeMotion.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "Space.h"
+
+namespace TellarSceneImport {
+
+namespace {
+
+// At most this much between two samples: the chord of a 5 degree arc is 0.1 % closer to
+// the axis than the arc, which no picture shows.
+constexpr double kLargestTurn = 5.0 * 3.14159265358979323846 / 180.0;
+
+// For files that do not say how long a tick is.
+constexpr double kDefaultTicksPerSecond = 25.0;
+
+aiVector3D usable(const aiVector3D& value) {
+    return value;
+}
+
+aiQuaternion usable(aiQuaternion value) {
+    const float length =
+        std::sqrt(value.w * value.w + value.x * value.x + value.y * value.y + value.z * value.z);
+    if (!std::isfinite(length) || length == 0.0f) return {};
+    return {value.w / length, value.x / length, value.y / length, value.z / length};
+}
+
+template <typename Keys, typename Key>
+void copyKeys(Keys& copied, const Key* keys, unsigned count, double ticksPerSecond) {
+    for (unsigned i = 0; i < count; ++i) {
+        const double seconds = keys[i].mTime / ticksPerSecond;
+        if (std::isfinite(seconds)) copied.emplace_back(seconds, usable(keys[i].mValue));
+    }
+    std::stable_sort(copied.begin(), copied.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+}
+
+aiVector3D interpolate(const aiVector3D& a, const aiVector3D& b, float amount) {
+    return a + (b - a) * amount;
+}
+
+aiQuaternion interpolate(const aiQuaternion& a, const aiQuaternion& b, float amount) {
+    aiQuaternion result;
+    aiQuaternion::Interpolate(result, a, b, amount);
+    return result;
+}
+
+template <typename Track>
+auto valueAt(const Track& track, double seconds) {
+    const auto& keys = track.keys;
+    if (keys.empty()) return track.rest;
+    const auto next =
+        std::upper_bound(keys.begin(), keys.end(), seconds,
+                         [](double time, const auto& key) { return time < key.first; });
+    if (next == keys.begin()) return keys.front().second;
+    const auto& before = *(next - 1);
+    if (next == keys.end() || before.first == seconds) return before.second;
+    const double amount = (seconds - before.first) / (next->first - before.first);
+    return interpolate(before.second, next->second, static_cast<float>(amount));
+}
+
+template <typename Keys>
+void addTimes(const Keys& keys, std::vector<double>& times) {
+    for (const auto& key : keys)
+        times.push_back(key.first);
+}
+
+double angleBetween(const aiQuaternion& a, const aiQuaternion& b) {
+    const double cosine =
+        std::abs(double(a.w) * b.w + double(a.x) * b.x + double(a.y) * b.y + double(a.z) * b.z);
+    return 2.0 * std::acos(std::min(cosine, 1.0));
+}
+
+void addTimesBetween(double from, double to, double turn, std::vector<double>& times) {
+    // The small allowance keeps rounding from adding a step to a turn of 5, 10, ... degrees.
+    const int steps = static_cast<int>(std::ceil(turn / kLargestTurn - 1e-3));
+    for (int step = 1; step < steps; ++step)
+        times.push_back(from + (to - from) * step / steps);
+}
+
+} // namespace
+
+NodeMotion::NodeMotion(const aiNodeAnim& channel, double ticksPerSecond, const aiNode& node) {
+    if (!(ticksPerSecond > 0.0)) ticksPerSecond = kDefaultTicksPerSecond;
+    node.mTransformation.Decompose(scale.rest, rotation.rest, position.rest);
+    rotation.rest = usable(rotation.rest);
+    copyKeys(position.keys, channel.mPositionKeys, channel.mNumPositionKeys, ticksPerSecond);
+    copyKeys(rotation.keys, channel.mRotationKeys, channel.mNumRotationKeys, ticksPerSecond);
+    copyKeys(scale.keys, channel.mScalingKeys, channel.mNumScalingKeys, ticksPerSecond);
+}
+
+aiMatrix4x4 NodeMotion::matrixAt(double seconds) const {
+    return {valueAt(scale, seconds), valueAt(rotation, seconds), valueAt(position, seconds)};
+}
+
+std::vector<double> NodeMotion::sampleTimes() const {
+    std::vector<double> keyTimes;
+    addTimes(position.keys, keyTimes);
+    addTimes(rotation.keys, keyTimes);
+    addTimes(scale.keys, keyTimes);
+    std::sort(keyTimes.begin(), keyTimes.end());
+    keyTimes.erase(std::unique(keyTimes.begin(), keyTimes.end()), keyTimes.end());
+
+    std::vector<double> times;
+    for (std::size_t i = 0; i < keyTimes.size(); ++i) {
+        if (i > 0)
+            addTimesBetween(
+                keyTimes[i - 1], keyTimes[i],
+                angleBetween(valueAt(rotation, keyTimes[i - 1]), valueAt(rotation, keyTimes[i])),
+                times);
+        times.push_back(keyTimes[i]);
+    }
+    return times;
+}
+
+OxAttribute::DoubleAttribute NodeMotion::matrices(double framesPerSecond, double frame) const {
+    std::vector<float> times;
+    std::vector<double> values;
+    for (const double seconds : sampleTimes()) {
+        const float time = static_cast<float>(seconds * framesPerSecond - frame);
+        // Far from the frame, neighbouring samples may fall on one float.
+        if (!std::isfinite(time) || (!times.empty() && !(time > times.back()))) continue;
+        times.push_back(time);
+        const Matrix matrix = ToMatrix(matrixAt(seconds));
+        values.insert(values.end(), matrix.begin(), matrix.end());
+    }
+    if (times.empty()) return {};
+    return {times.data(), static_cast<std::int64_t>(times.size()), values.data(), 16, 16};
+}
+
+} // namespace TellarSceneImport

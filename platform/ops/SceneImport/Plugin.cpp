@@ -1,0 +1,42 @@
+// What the module offers to whoever loads it.
+
+#include <OxTellarSDK/OpType.h>
+#include <OxTellarSDK/OxPluginApi.h>
+
+#include "SceneFile.h"
+#include "SceneImport.h"
+
+namespace {
+
+const void* getSuite() {
+    static const OxOpTypePluginSuite_v1 suite = {TellarSceneImport::SceneImportOpType};
+    return &suite;
+}
+
+int setHost(OxPluginHost*) {
+    return 0;
+}
+
+void flush() {
+    TellarSceneImport::DropUnusedSceneFiles();
+}
+
+const OxPluginRecord_v1 kRecord = {OX_PLUGIN_RECORD_VERSION,
+                                   "SceneImport",
+                                   OxOpType::kPluginApiName,
+                                   1,
+                                   1,
+                                   0,
+                                   getSuite,
+                                   setHost,
+                                   flush};
+
+} // namespace
+
+extern "C" OX_PLUGIN_EXPORT unsigned int OxGetPluginCount(void) {
+    return 1;
+}
+
+extern "C" OX_PLUGIN_EXPORT const OxPluginRecord_v1* OxGetPlugin(unsigned int index) {
+    return index == 0 ? &kRecord : nullptr;
+}

@@ -1,0 +1,64 @@
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "SceneBuilder.h"
+
+namespace TellarSceneImport {
+
+namespace {
+
+[[noreturn]] void fail(const std::string& what) {
+    throw std::runtime_error("damaged: " + what);
+}
+
+void checkMesh(const aiMesh& mesh, unsigned numberOfMaterials) {
+    if (mesh.mNumVertices == 0 || !mesh.mVertices) fail("a mesh has no points");
+    if (mesh.mNumFaces > 0 && !mesh.mFaces) fail("a mesh lacks its faces");
+    if (mesh.mMaterialIndex >= numberOfMaterials && numberOfMaterials > 0)
+        fail("a mesh refers to a material that does not exist");
+    std::int64_t total = 0;
+    for (unsigned i = 0; i < mesh.mNumFaces; ++i) {
+        const aiFace& face = mesh.mFaces[i];
+        total += face.mNumIndices;
+        for (unsigned j = 0; j < face.mNumIndices; ++j)
+            if (face.mIndices[j] >= mesh.mNumVertices)
+                fail("a face refers to a point that does not exist");
+    }
+    if (total > std::numeric_limits<std::int32_t>::max() ||
+        mesh.mNumVertices > std::numeric_limits<std::int32_t>::max() / 4)
+        throw std::runtime_error("a mesh has too many points or faces");
+}
+
+void checkNode(const aiNode& node, const aiScene& scene) {
+    for (unsigned i = 0; i < node.mNumMeshes; ++i)
+        if (node.mMeshes[i] >= scene.mNumMeshes)
+            fail("a node refers to a mesh that does not exist");
+    for (unsigned i = 0; i < node.mNumChildren; ++i)
+        if (!node.mChildren[i]) fail("a node is missing");
+}
+
+} // namespace
+
+void CheckScene(const aiScene& scene, int maxDepth) {
+    if (!scene.mRootNode) throw std::runtime_error("it holds no scene");
+    for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
+        if (!scene.mMeshes[i]) fail("a mesh is missing");
+        checkMesh(*scene.mMeshes[i], scene.mNumMaterials);
+    }
+    std::vector<std::pair<const aiNode*, int>> pending = {{scene.mRootNode, 1}};
+    while (!pending.empty()) {
+        const auto [node, depth] = pending.back();
+        pending.pop_back();
+        if (depth > maxDepth)
+            throw std::runtime_error("nodes are nested deeper than " + std::to_string(maxDepth));
+        checkNode(*node, scene);
+        for (unsigned i = 0; i < node->mNumChildren; ++i)
+            pending.emplace_back(node->mChildren[i], depth + 1);
+    }
+}
+
+} // namespace TellarSceneImport

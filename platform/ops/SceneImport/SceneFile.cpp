@@ -1,0 +1,127 @@
+#include "SceneFile.h"
+
+#include <algorithm>
+#include <atomic>
+#include <deque>
+#include <exception>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+#include <unordered_map>
+#include <utility>
+
+#include "SceneReader.h"
+
+namespace TellarSceneImport {
+
+namespace {
+
+// Enough for a scene that is being edited: Ops are replaced by new ones with the same file.
+constexpr std::size_t kFilesKept = 4;
+
+std::atomic<std::uint64_t> numberOfReads{0};
+
+// Keyed by canonical path. An entry for a file that is gone stays, a path and two words; one
+// whose file has changed is replaced when the path is asked for again.
+struct Cache {
+    std::mutex lock;
+    std::unordered_map<std::string, std::weak_ptr<const SceneFile>> known;
+    std::deque<std::shared_ptr<const SceneFile>> recent; // latest first
+};
+
+Cache& cache() {
+    static Cache* instance = new Cache;
+    return *instance;
+}
+
+std::string canonicalPath(const std::string& path) {
+    std::error_code error;
+    const std::filesystem::path canonical = std::filesystem::weakly_canonical(path, error);
+    return error ? path : canonical.string();
+}
+
+// Under the cache's lock. Returns the file that had to make room, for its memory to be freed
+// after the lock.
+std::shared_ptr<const SceneFile> keep(Cache& cache, const std::shared_ptr<const SceneFile>& file) {
+    auto& recent = cache.recent;
+    recent.erase(std::remove(recent.begin(), recent.end(), file), recent.end());
+    recent.push_front(file);
+    if (recent.size() <= kFilesKept) return nullptr;
+    const auto last = recent.back();
+    recent.pop_back();
+    return last;
+}
+
+// Under the cache's lock.
+std::shared_ptr<const SceneFile> find(Cache& cache, const std::string& path) {
+    const auto found = cache.known.find(path);
+    return found == cache.known.end() ? nullptr : found->second.lock();
+}
+
+} // namespace
+
+SceneFile::SceneFile(FileStamp stamp) : stamp(std::move(stamp)) {}
+
+const Scene& SceneFile::scene() const {
+    std::call_once(readOnce, [this] { read(); });
+    if (!result) throw std::runtime_error(failure);
+    return *result;
+}
+
+void SceneFile::read() const {
+    numberOfReads.fetch_add(1, std::memory_order_relaxed);
+    std::vector<FileStamp> looked;
+    try {
+        result = ReadScene(stamp.path, looked);
+    } catch (const std::exception& error) {
+        failure = error.what();
+    } catch (...) {
+        failure = "unknown error";
+    }
+    const std::lock_guard<std::mutex> guard(filesLock);
+    files = std::move(looked);
+}
+
+bool SceneFile::isCurrent() const {
+    std::vector<FileStamp> known;
+    {
+        const std::lock_guard<std::mutex> guard(filesLock);
+        known = files;
+    }
+    known.push_back(stamp);
+    return std::all_of(known.begin(), known.end(),
+                       [](const FileStamp& file) { return file == StampOf(file.path); });
+}
+
+std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path) {
+    const std::string canonical = canonicalPath(path);
+    Cache& files = cache();
+    std::shared_ptr<const SceneFile> known;
+    {
+        const std::lock_guard<std::mutex> guard(files.lock);
+        known = find(files, canonical);
+    }
+    // The disk is looked at without the lock.
+    const bool isCurrent = known && known->isCurrent();
+    const auto fresh = isCurrent ? known : std::make_shared<SceneFile>(StampOf(canonical));
+
+    std::shared_ptr<const SceneFile> dropped;
+    const std::lock_guard<std::mutex> guard(files.lock);
+    if (const auto newer = find(files, canonical); newer && newer != known)
+        return newer; // another thread found the change first
+    files.known[canonical] = fresh;
+    dropped = keep(files, fresh);
+    return fresh;
+}
+
+void DropUnusedSceneFiles() {
+    std::deque<std::shared_ptr<const SceneFile>> dropped; // freed after the lock
+    const std::lock_guard<std::mutex> guard(cache().lock);
+    cache().recent.swap(dropped);
+}
+
+std::uint64_t GetNumberOfSceneReads() {
+    return numberOfReads.load(std::memory_order_relaxed);
+}
+
+} // namespace TellarSceneImport

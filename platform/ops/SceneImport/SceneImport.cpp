@@ -1,0 +1,233 @@
+#include "SceneImport.h"
+
+#include <cmath>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <OxTellarSDK/GroupBuilder.h>
+#include <OxTellarSDK/LocationPath.h>
+
+#include "../BuiltinOp.h"
+#include "../ChildNames.h"
+#include "SceneFile.h"
+
+namespace TellarSceneImport {
+
+namespace {
+
+using OxAttribute::GroupAttribute;
+using OxAttribute::GroupBuilder;
+using OxAttribute::StringAttribute;
+using OxLocationPath::IsSelfOrBelow;
+using OxOpType::CookContext;
+using TellarOps::ArgReader;
+
+struct Settings {
+    std::string file; // absolute
+    std::string location;
+    std::string materialLocation;
+    double framesPerSecond = 24.0;
+    double frame = 0.0;
+};
+
+// The arguments, and the version of the file that the Op presents. That version is chosen at
+// the first cook that needs the file, and again when a cook is asked to look anew: it is the
+// one thing that changes, under its lock.
+class ImportState : public OxOpType::State {
+public:
+    explicit ImportState(Settings settings) : settings(std::move(settings)) {}
+
+    // Kept alive by the caller: another thread's cook may take it out of the state.
+    std::shared_ptr<const SceneFile> file(bool lookAgain) const {
+        {
+            const std::lock_guard<std::mutex> guard(lock);
+            if (opened && !lookAgain) return opened;
+        }
+        auto present = OpenSceneFile(settings.file);
+        const std::lock_guard<std::mutex> guard(lock);
+        if (!opened || lookAgain) opened = std::move(present);
+        return opened;
+    }
+
+    const Scene& sceneOf(const SceneFile& file) const {
+        try {
+            return file.scene();
+        } catch (const std::runtime_error& error) {
+            throw std::runtime_error("Cannot read scene file \"" + settings.file +
+                                     "\": " + error.what());
+        }
+    }
+
+    const Settings settings;
+
+private:
+    mutable std::mutex lock;
+    mutable std::shared_ptr<const SceneFile> opened;
+};
+
+std::string absolutePath(const std::string& file, const std::string& directory) {
+    const std::filesystem::path path = std::filesystem::path(directory) / file;
+    return std::filesystem::absolute(path).lexically_normal().string();
+}
+
+double requireFinite(std::string_view name, double value) {
+    if (!std::isfinite(value)) TellarOps::ThrowArgumentError(name, "must be finite");
+    return value;
+}
+
+Settings readSettings(const ArgReader& args) {
+    Settings settings;
+    const std::string file = args.requiredString("file");
+    if (file.empty()) TellarOps::ThrowArgumentError("file", "must not be empty");
+    settings.file = absolutePath(file, args.string("directory", ""));
+    settings.location = args.location("location", "/root/world");
+    settings.materialLocation = args.location("materialLocation", "/root/materials");
+    if (IsSelfOrBelow(settings.location, settings.materialLocation))
+        TellarOps::ThrowArgumentError("materialLocation", "must not hold the scene's location");
+    settings.framesPerSecond =
+        requireFinite("framesPerSecond", args.doubles("framesPerSecond", 1, {24.0})[0]);
+    if (settings.framesPerSecond <= 0.0)
+        TellarOps::ThrowArgumentError("framesPerSecond", "must be above 0");
+    settings.frame = requireFinite("frame", args.doubles("frame", 1, {0.0})[0]);
+    return settings;
+}
+
+void present(CookContext& context, const GroupAttribute& attrs, const StringAttribute& children) {
+    context.setAttrs(attrs);
+    context.setPotentialChildren(children);
+}
+
+void cookNode(CookContext& context, const Settings& settings, const Scene& scene,
+              const SceneNode& node) {
+    if (!node.motion && node.material < 0) {
+        present(context, node.attrs, node.childNames);
+        return;
+    }
+    GroupBuilder attrs;
+    attrs.update(node.attrs);
+    if (node.motion)
+        attrs.set("xform.matrix", node.motion->matrices(settings.framesPerSecond, settings.frame));
+    if (node.material >= 0) {
+        const SceneMaterial& material = scene.material(node.material);
+        attrs.set("materialAssign",
+                  StringAttribute(settings.materialLocation + "/" + material.name));
+        attrs.set("material", material.network);
+    }
+    present(context, attrs.build(), node.childNames);
+}
+
+void cookMaterial(CookContext& context, const Settings& settings, const Scene& scene) {
+    const std::string& path = context.path();
+    if (path == settings.materialLocation) {
+        present(context, TellarOps::PlainGroupAttrs(), scene.materialNames());
+        return;
+    }
+    const SceneMaterial* material =
+        scene.findMaterial(std::string_view(path).substr(settings.materialLocation.size() + 1));
+    if (!material) return;
+    GroupBuilder attrs;
+    attrs.set("type", StringAttribute("material"));
+    attrs.set("material", material->network);
+    context.setAttrs(attrs.build());
+}
+
+// The level through which the materials are reached from `path`; empty unless they lie below.
+std::string_view towardsMaterials(const Settings& settings, const std::string& path) {
+    if (path == settings.materialLocation || !IsSelfOrBelow(settings.materialLocation, path))
+        return {};
+    return TellarOps::NameTowards(settings.materialLocation, path);
+}
+
+// The scene's own location and what leads from there to materials below it.
+void cookLocation(CookContext& context, const Settings& settings, const Scene& scene) {
+    std::vector<std::string_view> names = {scene.rootName()};
+    if (const auto materials = towardsMaterials(settings, context.path()); !materials.empty())
+        names.push_back(materials);
+    present(context, TellarOps::PlainGroupAttrs(), TellarOps::MakeNames(names));
+}
+
+void checkNames(const Settings& settings, const Scene& scene) {
+    if (towardsMaterials(settings, settings.location) == scene.rootName())
+        throw std::runtime_error("Argument \"materialLocation\" hides the scene's root node \"" +
+                                 scene.rootName() + "\".");
+}
+
+void cookAncestor(CookContext& context, const Settings& settings) {
+    const std::string& path = context.path();
+    std::vector<std::string_view> names;
+    if (IsSelfOrBelow(settings.location, path))
+        names.push_back(TellarOps::NameTowards(settings.location, path));
+    const std::string_view materials = towardsMaterials(settings, path);
+    if (!materials.empty() && (names.empty() || names.front() != materials))
+        names.push_back(materials);
+    present(context, TellarOps::PlainGroupAttrs(), TellarOps::MakeNames(names));
+}
+
+class SceneImport final : public TellarOps::BuiltinOp {
+public:
+    SceneImport()
+        : BuiltinOp({"SceneImport",
+                     1,
+                     "Presents a scene file: its nodes, meshes, cameras, lights, materials and "
+                     "animation. Reads glTF 2, OBJ, PLY, FBX, Collada and more.",
+                     {{"file", "string", "The scene file. Required."},
+                      {"directory", "string",
+                       "What a relative \"file\" is relative to. Default: the working directory."},
+                      {"location", "string",
+                       "The location that holds the scene's root node. Default: "
+                       "\"/root/world\"."},
+                      {"materialLocation", "string",
+                       "The location that holds the materials; it must not hold \"location\". "
+                       "Default: \"/root/materials\"."},
+                      {"framesPerSecond", "double",
+                       "How many frames a second of the file's animation takes. Default: 24."},
+                      {"frame", "double",
+                       "The frame to which the times of samples are relative. Default: 0."}},
+                     "none"},
+                    TellarOps::Inputs::None) {}
+
+    void cook(CookContext& context) const override {
+        const auto& state = TellarOps::StateOf<ImportState>(context);
+        const Settings& settings = state.settings;
+        const std::string& path = context.path();
+        const bool isMaterial = IsSelfOrBelow(path, settings.materialLocation);
+        const bool isInScene = IsSelfOrBelow(path, settings.location);
+        const bool isAncestor = path.size() > 1 && (IsSelfOrBelow(settings.location, path) ||
+                                                    !towardsMaterials(settings, path).empty());
+        if (!isMaterial && !isInScene) {
+            if (isAncestor) cookAncestor(context, settings);
+            return;
+        }
+        const auto file = state.file(context.isFresh());
+        const Scene& scene = state.sceneOf(*file);
+        checkNames(settings, scene);
+        if (isMaterial)
+            cookMaterial(context, settings, scene);
+        else if (path == settings.location)
+            cookLocation(context, settings, scene);
+        else if (isAncestor)
+            cookAncestor(context, settings);
+        else if (const auto* node =
+                     scene.findNode(std::string_view(path).substr(settings.location.size() + 1)))
+            cookNode(context, settings, scene, *node);
+    }
+
+protected:
+    std::shared_ptr<const OxOpType::State> parse(const ArgReader& args) const override {
+        return std::make_shared<ImportState>(readSettings(args));
+    }
+};
+
+} // namespace
+
+const OxOpType::OpType* SceneImportOpType() {
+    static const auto* type = new SceneImport;
+    return type;
+}
+
+} // namespace TellarSceneImport

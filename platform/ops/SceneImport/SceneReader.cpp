@@ -1,0 +1,153 @@
+#include "SceneReader.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <stdexcept>
+
+#include <boost/thread/thread.hpp>
+
+#include <assimp/DefaultIOSystem.h>
+#include <assimp/Importer.hpp>
+#include <assimp/MemoryIOWrapper.h>
+#include <assimp/config.h>
+#include <assimp/postprocess.h>
+
+#include "ColladaCheck.h"
+#include "GltfFile.h"
+#include "PlyHeader.h"
+#include "SceneBuilder.h"
+
+namespace TellarSceneImport {
+
+namespace {
+
+// Assimp follows nodes and brackets of a file by recursion, and cooks come from threads with
+// stacks of any size. Only what is touched of this much takes memory.
+constexpr std::size_t kStackSize = std::size_t(256) << 20;
+
+constexpr std::uintmax_t kMaxFileSize = std::uintmax_t(4) << 30;
+
+// Runs `body` to its end on a thread of its own and passes its exception on.
+template <typename Body>
+void runOnLargeStack(Body body) {
+    std::exception_ptr failure;
+    boost::thread::attributes attributes;
+    attributes.set_stack_size(kStackSize);
+    boost::thread thread(attributes, [&] {
+        try {
+            body();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    });
+    thread.join();
+    if (failure) std::rethrow_exception(failure);
+}
+
+std::string reasonWhyUnreadable(const FileStamp& stamp) {
+    if (stamp.kind == std::filesystem::file_type::not_found) return "there is no such file";
+    if (!stamp.isRegularFile()) return "it is no regular file";
+    if (stamp.size > kMaxFileSize) return "it is larger than 4 GiB";
+    if (stamp.size == 0) return "it is empty";
+    return std::ifstream(stamp.path, std::ios::binary) ? "" : "it cannot be opened";
+}
+
+// Opens files for Assimp, noting each one's stamp, and one of them with other content.
+class FileAccess : public Assimp::DefaultIOSystem {
+public:
+    FileAccess(const std::string& scenePath, const std::string* sceneContent,
+               std::vector<FileStamp>& files)
+        : scenePath(scenePath), sceneContent(sceneContent), files(files) {}
+
+    Assimp::IOStream* Open(const char* path, const char* mode) override {
+        if (std::strpbrk(mode, "wa+")) return nullptr;
+        files.push_back(StampOf(path));
+        const FileStamp& stamp = files.back();
+        if (!stamp.isRegularFile() || stamp.size > kMaxFileSize) return nullptr;
+        if (sceneContent && path == scenePath)
+            return new Assimp::MemoryIOStream(
+                reinterpret_cast<const std::uint8_t*>(sceneContent->data()), sceneContent->size());
+        return DefaultIOSystem::Open(path, mode);
+    }
+
+private:
+    const std::string& scenePath;
+    const std::string* const sceneContent; // null: as it is in the file
+    std::vector<FileStamp>& files;
+};
+
+std::string lowerExtension(const std::string& path) {
+    std::string extension = std::filesystem::path(path).extension().string();
+    for (char& c : extension)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return extension;
+}
+
+std::string readWhole(const FileStamp& stamp) {
+    std::string content(stamp.size, '\0');
+    std::ifstream stream(stamp.path, std::ios::binary);
+    stream.read(content.data(), static_cast<std::streamsize>(content.size()));
+    content.resize(static_cast<std::size_t>(std::max<std::streamsize>(stream.gcount(), 0)));
+    return content;
+}
+
+std::string firstLine(const std::string& text) {
+    return text.substr(0, text.find('\n'));
+}
+
+void configure(Assimp::Importer& importer) {
+    // Cameras and transformations of FBX as single nodes instead of chains of pivots.
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+    // No made-up meshes for files without any.
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
+}
+
+// Looks at what Assimp would trust. What comes back for a glTF file is to be read in its place.
+std::optional<GltfFile> examine(const FileStamp& stamp, const std::string& extension) {
+    if (extension == ".gltf" || extension == ".glb")
+        return ReadGltf(readWhole(stamp), kMaxNodeDepth);
+    if (extension == ".dae") CheckCollada(readWhole(stamp));
+    if (extension == ".ply") {
+        std::ifstream file(stamp.path, std::ios::binary);
+        CheckPlyHeader(file, stamp.size);
+    }
+    return std::nullopt;
+}
+
+std::shared_ptr<const Scene> import(const FileStamp& stamp, std::vector<FileStamp>& files) {
+    const std::string& path = stamp.path;
+    const std::string extension = lowerExtension(path);
+    Assimp::Importer importer;
+    if (extension.empty() || !importer.IsExtensionSupported(extension))
+        throw std::runtime_error("files of the kind \"" + extension + "\" are not supported");
+
+    const std::optional<GltfFile> gltf = examine(stamp, extension);
+    configure(importer);
+    importer.SetIOHandler(new FileAccess(path, gltf ? &gltf->renamed : nullptr, files));
+    const aiScene* scene = importer.ReadFile(path, 0);
+    if (!scene) throw std::runtime_error(firstLine(importer.GetErrorString()));
+    // Assimp's own steps trust indices.
+    CheckScene(*scene, kMaxNodeDepth);
+    scene = importer.ApplyPostProcessing(aiProcess_JoinIdenticalVertices);
+    if (!scene) throw std::runtime_error("identical points could not be joined");
+    return BuildScene(*scene, gltf ? &*gltf : nullptr, std::filesystem::path(path).parent_path());
+}
+
+} // namespace
+
+std::shared_ptr<const Scene> ReadScene(const std::string& path, std::vector<FileStamp>& files) {
+    files.push_back(StampOf(path));
+    const FileStamp stamp = files.back();
+    if (const std::string reason = reasonWhyUnreadable(stamp); !reason.empty())
+        throw std::runtime_error(reason);
+    std::shared_ptr<const Scene> scene;
+    runOnLargeStack([&] { scene = import(stamp, files); });
+    return scene;
+}
+
+} // namespace TellarSceneImport
