@@ -69,6 +69,9 @@ function(tellar_plugin name)
     install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/${TELLAR_PLUGIN_SUBDIR})
 endfunction()
 
+# What runs under ThreadSanitizer; nothing else need be built for it.
+add_custom_target(threaded_tests)
+
 # tellar_test(<name> SOURCES <files...> LIBS <targets...>): a GoogleTest program as one test,
 # which fails when there is no case in it; LABELS threaded marks what runs under TSan.
 function(tellar_test name)
@@ -76,6 +79,9 @@ function(tellar_test name)
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock_main tellar_build_options)
     add_test(NAME ${name} COMMAND ${name})
+    if("threaded" IN_LIST ARG_LABELS)
+        add_dependencies(threaded_tests ${name} tellar_plugins)
+    endif()
     set_tests_properties(${name} PROPERTIES
         LABELS "${ARG_LABELS}" TIMEOUT 900 FAIL_REGULAR_EXPRESSION "Running 0 tests")
 endfunction()

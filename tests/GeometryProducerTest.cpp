@@ -277,8 +277,8 @@ Ptr Chain(int length, Ptr producer = nullptr) {
 }
 
 TEST(GeometryProducer, MayBeDroppedHoweverManyAncestorsGoWithIt) {
-    Ptr leaf = Chain(100000);
-    Ptr root = leaf->getRootProducer();
+    Ptr leaf = Chain(1000000);
+    const Ptr root = leaf->getRootProducer();
     leaf.reset();
     EXPECT_EQ(root->use_count(), 1u) << "all producers below the root are gone";
 }

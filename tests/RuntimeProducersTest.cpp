@@ -1,5 +1,6 @@
 #include <OxTellarProducers/BaseGeometryProducer.h>
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -12,12 +13,16 @@
 #include <utility>
 #include <vector>
 
+#include <boost/make_shared.hpp>
+#include <boost/thread/tss.hpp>
 #include <gmock/gmock.h>
 
 #include <OxTellarProducers/AsyncGeometryProducer.h>
 #include <OxTellarProducers/CreateGeometryProducer.h>
+#include <OxTellarProducers/OpTreeSource.h>
 #include <OxTellarProducers/SyncGeometryProducer.h>
 #include <OxTellarProducers/ThreadAwareGeometryProducer.h>
+#include <OxTellarProducers/ThreadLocalClient.h>
 
 #include "CapturedLog.h"
 #include "RunTogether.h"
@@ -37,8 +42,10 @@ using TELLAR::CreateAsyncGeometryProducer;
 using TELLAR::CreateSyncGeometryProducer;
 using TELLAR::CreateThreadAwareGeometryProducer;
 using TELLAR::GeometryProducer;
+using TELLAR::OpTreeSource;
 using TELLAR::SyncGeometryProducer;
 using TELLAR::ThreadAwareGeometryProducer;
+using TELLAR::ThreadLocalClient;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -717,6 +724,36 @@ TEST(ThreadAwareProducer, SeesNoLocationInAThreadThatGotNoClient) {
     EXPECT_EQ(NameOf(root->getFirstChild(false)), "/root/a");
 }
 
+/// Gives every thread the client that it was told to, and counts how often it is asked.
+class ToldThreadLocalClient : public ThreadLocalClient {
+public:
+    explicit ToldThreadLocalClient(Client toldClient)
+        : ThreadLocalClient(OpTreeSource::createFromGroupAttribute(TestTree(Texts({})))),
+          client(std::move(toldClient)) {}
+    Client getClient() override {
+        ++asked;
+        return client;
+    }
+
+    const Client client;
+    int asked = 0;
+};
+
+TEST(ThreadAwareProducer, AsksItsThreadLocalClientAfreshForEveryStep) {
+    const Client client = MakeClient(TestTree(Texts({"a"})));
+    const auto told = boost::make_shared<ToldThreadLocalClient>(client);
+    const Ptr root =
+        new ThreadAwareGeometryProducer(told, "/root", client->cookLocation("/root"), -1, nullptr);
+    EXPECT_EQ(root->getClient(), client);
+    EXPECT_EQ(std::exchange(told->asked, 0), 1);
+    EXPECT_EQ(NameOf(root->getChildByName("a", false)), "/root/a");
+    EXPECT_TRUE(client->getCachedLocation("/root/a").isValid());
+    EXPECT_EQ(std::exchange(told->asked, 0), 1) << "to cook";
+    const Ptr child = root->getChildByName("a", true);
+    EXPECT_EQ(std::exchange(told->asked, 0), 2) << "to evict and to cook";
+    EXPECT_EQ(child->getClient(), client);
+}
+
 // The classes -------------------------------------------------------------------------------------
 
 #if defined(TELLAR_TEST_HAS_VIRTUAL_SLOTS)
@@ -739,7 +776,8 @@ TEST(RuntimeProducerClasses, HaveTheirVirtualFunctionsInTheOrderThatProgramsWere
 }
 #endif
 
-/// A variant of a caller's own: every location exists and has two children.
+/// A variant of a caller's own: every location exists and has two children. Larger than those of
+/// the library.
 class BranchingVariant : public BaseGeometryProducer {
 public:
     using BaseGeometryProducer::BaseGeometryProducer;
@@ -757,6 +795,9 @@ protected:
         return new BranchingVariant(std::move(path), std::move(locationData), index,
                                     std::move(parent));
     }
+
+private:
+    std::array<char, 4096> payload{};
 };
 
 TEST(RuntimeProducerClasses, LetCallersAddVariantsByTwoFunctions) {
@@ -764,6 +805,64 @@ TEST(RuntimeProducerClasses, LetCallersAddVariantsByTwoFunctions) {
     EXPECT_EQ(root->getClient(), nullptr);
     EXPECT_THAT(WalkChildren(root), ElementsAre("/root/x", "/root/y"));
     EXPECT_EQ(NameOf(root->getProducerByPath("/root/x/y/x", false)), "/root/x/y/x");
+}
+
+/// Presents another list of children than was cooked.
+class FilteringVariant : public BranchingVariant {
+public:
+    using BranchingVariant::BranchingVariant;
+    StringAttribute getPotentialChildren() override { return Texts({"y", "z"}); }
+};
+
+TEST(RuntimeProducerClasses, NavigateByThePotentialChildrenThatAVariantPresents) {
+    const Ptr root = new FilteringVariant("/root", BranchingVariant::data(), -1, nullptr);
+    EXPECT_THAT(WalkChildren(root), ElementsAre("/root/y", "/root/z"));
+    EXPECT_EQ(NameOf(root->getChildByName("z", false)), "/root/z");
+    EXPECT_EQ(root->getChildByName("x", false), nullptr);
+}
+
+TEST(RuntimeProducerClasses, MayBeDroppedHoweverManyAncestorsGoWithThem) {
+    const TellarRuntime::LocationData data = BranchingVariant::data();
+    const Client client = MakeClient(TestTree(Texts({})));
+    boost::intrusive_ptr<SyncGeometryProducer> leaf;
+    for (int level = 0; level < 1000000; ++level)
+        leaf = new SyncGeometryProducer(client, "/x", data, -1, leaf);
+    const Ptr root = leaf->getRootProducer();
+    leaf.reset();
+    EXPECT_EQ(root->use_count(), 1u);
+}
+
+// Ends of threads and of the process --------------------------------------------------------------
+
+/// What a thread drops when its thread-local objects go, last of all those it has by then.
+struct KeptByThread {
+    Ptr producer;
+};
+thread_local KeptByThread keptByThread;
+
+TEST(RuntimeProducerAtAnEnd, MayBeDroppedWithAThreadsOldestThreadLocalObject) {
+    const Ptr root = CreateThreadAwareGeometryProducer(TestTree(Texts({"a", "b"})), "/root");
+    for (int life = 0; life < 3; ++life) {
+        std::thread([&root] {
+            keptByThread.producer.reset(); // makes the object before anything of the library's
+            keptByThread.producer = root->getFirstChild(false)->getNextSibling(false);
+        }).join();
+        EXPECT_EQ(root->use_count(), 1u);
+    }
+}
+
+TEST(RuntimeProducerAtAnEnd, MayBeDroppedAfterAllOfAThreadsThreadLocalObjects) {
+    const Ptr root = CreateThreadAwareGeometryProducer(TestTree(Texts({"a", "b"})), "/root");
+    static boost::thread_specific_ptr<Ptr> kept;
+    std::thread([&root] { kept.reset(new Ptr(root->getFirstChild(false))); }).join();
+    EXPECT_EQ(root->use_count(), 1u);
+}
+
+TEST(RuntimeProducerAtAnEnd, MayBeDroppedAfterTheEndOfMain) {
+    static Ptr kept; // the program crashes at its end if it may not
+    const Ptr root = CreateThreadAwareGeometryProducer(TestTree(Texts({"a", "b"})), "/root");
+    kept = root->getFirstChild(false);
+    EXPECT_EQ(NameOf(kept), "/root/a");
 }
 
 } // namespace

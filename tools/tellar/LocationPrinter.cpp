@@ -144,7 +144,10 @@ private:
 
     /// Names that are no text take the form that they have in descriptions.
     static std::string json(const std::string& text) {
-        return WriteAttributeJson(StringAttribute(text), -1);
+        const bool isPlain = std::all_of(text.begin(), text.end(), [](char c) {
+            return c >= ' ' && c <= '~' && c != '"' && c != '\\';
+        });
+        return isPlain ? '"' + text + '"' : WriteAttributeJson(StringAttribute(text), -1);
     }
 
     std::string attributesOf(TELLAR::GeometryProducer& location) const {

@@ -26,6 +26,9 @@ void CheckIsFile(const std::string& path) {
         throw std::runtime_error(path + ": " +
                                  (error ? error.message() : "No such file or directory"));
     if (std::filesystem::is_directory(status)) throw std::runtime_error(path + ": is a directory");
+    // What a pipe held would be gone once its kind is told.
+    if (!std::filesystem::is_regular_file(status))
+        throw std::runtime_error(path + ": is no regular file");
 }
 
 /// True when the first character that is no white space is an opening brace.

@@ -34,7 +34,8 @@ Scene OpenScene(const std::string& path);
 enum class Variant { Sync, Async, ThreadAware };
 
 /// Ways into a scene through the library. Everything throws std::runtime_error naming the scene
-/// when it cannot be opened or has no such location; what cooking throws passes through.
+/// when it cannot be opened or has no such location; what cooking throws passes through. Borrows
+/// the scene.
 class SceneEntry {
 public:
     explicit SceneEntry(const Scene& scene) : scene(scene) {}

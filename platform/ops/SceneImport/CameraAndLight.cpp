@@ -32,6 +32,11 @@ const char* lightTypeName(aiLightSourceType type) {
     }
 }
 
+// Rounded to the precision that Assimp has, 40 degrees are 40 degrees again.
+float degrees(float radians) {
+    return static_cast<float>(radians * kDegrees);
+}
+
 FloatAttribute color3(const std::array<float, 3>& color) {
     return FloatAttribute(color.data(), 3, 3);
 }
@@ -50,7 +55,7 @@ ImportedCamera FromAssimp(const aiCamera& source) {
     camera.farClip = source.mClipPlaneFar;
     camera.aspect = source.mAspect;
     camera.orthographicWidth = 2.0 * source.mOrthographicWidth;
-    if (!(camera.orthographicWidth > 0.0)) camera.fieldOfView = source.mHorizontalFOV * kDegrees;
+    if (!(camera.orthographicWidth > 0.0)) camera.fieldOfView = degrees(source.mHorizontalFOV);
     camera.aim = AimMatrix(source.mPosition, source.mLookAt, source.mUp);
     return camera;
 }
@@ -63,8 +68,8 @@ ImportedLight FromAssimp(const aiLight& source) {
     light.setColor(color.r, color.g, color.b);
     light.decay = {source.mAttenuationConstant, source.mAttenuationLinear,
                    source.mAttenuationQuadratic};
-    light.coneInner = static_cast<float>(source.mAngleInnerCone * kDegrees);
-    light.coneOuter = static_cast<float>(source.mAngleOuterCone * kDegrees);
+    light.coneInner = degrees(source.mAngleInnerCone);
+    light.coneOuter = degrees(source.mAngleOuterCone);
     light.size = {source.mSize.x, source.mSize.y};
     const bool isAimless = isAmbient || source.mType == aiLightSource_POINT;
     light.aim = isAimless ? AimMatrix(source.mPosition, {}, {})

@@ -3,17 +3,20 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "NodeGraph.h"
+
 namespace TellarSceneImport {
 
 namespace {
 
-// Nodes may be a thousand deep; this leaves room for what stands around them.
-constexpr int kMaxXmlDepth = 1100;
+// Around and inside of nodes there are about ten levels more.
+constexpr int kLevelsBesideNodes = 100;
 
 constexpr std::string_view kSpace = " \t\r\n";
 
@@ -174,15 +177,15 @@ struct Table {
     std::uint64_t count = 0;   // of those points
 };
 
-std::string_view reference(const Tag& tag) {
-    std::string_view id = attributeOf(tag, "source");
+std::string_view reference(const Tag& tag, std::string_view attribute = "source") {
+    std::string_view id = attributeOf(tag, attribute);
     id.remove_prefix(id.substr(0, 1) == "#" ? 1 : 0);
     return id;
 }
 
 class Checker {
 public:
-    explicit Checker(std::size_t fileSize) : fileSize(fileSize) {}
+    Checker(std::size_t fileSize, int maxDepth) : fileSize(fileSize), maxDepth(maxDepth) {}
 
     // `reader` stands behind the tag.
     void read(const Tag& tag, const TagReader& reader);
@@ -194,6 +197,7 @@ private:
     void addArray(const Tag& tag);
     void addAccessor(const Tag& tag);
     void addInput(const Tag& tag);
+    void addNode(const Tag& tag);
     void checkAccessor(const Accessor& accessor) const;
     void checkInput(const Input& input) const;
     void checkLengths(const Table& sampler) const;
@@ -202,6 +206,7 @@ private:
     const Accessor* accessorOf(std::string_view source) const;
 
     const std::size_t fileSize;
+    const int maxDepth;
     int depth = 0;
     bool inAccessor = false;
     bool inTable = false;
@@ -213,6 +218,9 @@ private:
     std::map<std::string_view, std::string_view> positions; // sources by the id of a geometry
     std::vector<Input> inputs;
     std::vector<Table> tables;
+    std::deque<std::string> madeUpNames;     // of nodes without an id
+    std::vector<std::string_view> openNodes; // the ids of the nodes around
+    NodeGraph graph;
 };
 
 // How many there are of what takes a byte each at least: Assimp makes room for them.
@@ -246,6 +254,13 @@ void Checker::addInput(const Tag& tag) {
     if (inTable) tables.back().inputs.push_back(input);
 }
 
+void Checker::addNode(const Tag& tag) {
+    std::string_view id = attributeOf(tag, "id");
+    if (id.empty()) id = madeUpNames.emplace_back("\n" + std::to_string(madeUpNames.size()));
+    if (!openNodes.empty()) graph.connect(openNodes.back(), id);
+    if (!tag.isEmpty) openNodes.push_back(id);
+}
+
 void Checker::open(const Tag& tag, const TagReader& reader) {
     if (tag.name == "source")
         source = attributeOf(tag, "id");
@@ -255,6 +270,10 @@ void Checker::open(const Tag& tag, const TagReader& reader) {
         ++accessors.at(source).numberOfParams;
     else if (tag.name == "input")
         addInput(tag);
+    else if (tag.name == "node")
+        addNode(tag);
+    else if (tag.name == "instance_node" && !openNodes.empty())
+        graph.connect(openNodes.back(), reference(tag, "url"));
     else if (tag.name == "geometry")
         geometry = attributeOf(tag, "id");
     else if (tag.name == "skin")
@@ -277,11 +296,12 @@ void Checker::read(const Tag& tag, const TagReader& reader) {
     if (tag.name.substr(0, 1) == "/") {
         inAccessor = inAccessor && tag.name != "/accessor";
         inTable = inTable && tag.name != "/sampler" && tag.name != "/vertex_weights";
+        if (tag.name == "/node" && !openNodes.empty()) openNodes.pop_back();
         --depth;
         return;
     }
-    if (!tag.isEmpty && ++depth > kMaxXmlDepth)
-        fail("elements are nested deeper than " + std::to_string(kMaxXmlDepth));
+    if (!tag.isEmpty && ++depth > maxDepth + kLevelsBesideNodes)
+        fail("elements are nested too deep");
     open(tag, reader);
 }
 
@@ -352,6 +372,7 @@ void Checker::checkCount(const Table& weights) const {
 }
 
 void Checker::check() const {
+    graph.check(maxDepth);
     for (const auto& entry : accessors)
         checkAccessor(entry.second);
     for (const Input& input : inputs)
@@ -365,8 +386,8 @@ void Checker::check() const {
 
 } // namespace
 
-void CheckCollada(std::string_view xml) {
-    Checker checker(xml.size());
+void CheckCollada(std::string_view xml, int maxDepth) {
+    Checker checker(xml.size(), maxDepth);
     TagReader reader(xml);
     for (Tag tag; reader.next(tag);)
         checker.read(tag, reader);

@@ -7,6 +7,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "NodeGraph.h"
@@ -18,16 +19,31 @@ namespace {
 // Real files have about ten levels.
 constexpr int kMaxRecordDepth = 200;
 
-// Beside nodes the graph holds whatever else is connected: meshes, materials, curves.
-constexpr int kLevelsBesideNodes = 20;
-constexpr std::uint64_t kMostObjects = 50'000'000;
-
 constexpr std::string_view kBinaryMagic("Kaydara FBX Binary  \0", 21);
 constexpr std::size_t kBinaryStart = 27; // behind the magic, two bytes and the version
 
 [[noreturn]] void fail(const std::string& what) {
     throw std::runtime_error("damaged FBX: " + what);
 }
+
+// What matters of a file. Identities are compared as they are written.
+struct Objects {
+    std::unordered_set<std::string_view> models;
+    struct Connection {
+        std::string_view child;
+        std::string_view parent;
+    };
+    std::vector<Connection> connections;
+
+    // Only models become nodes; those that belong to no model belong to the root.
+    void check(int maxDepth) const {
+        NodeGraph graph;
+        for (const Connection& connection : connections)
+            if (models.count(connection.child) > 0 && models.count(connection.parent) > 0)
+                graph.connect(connection.parent, connection.child);
+        graph.check(maxDepth);
+    }
+};
 
 // The pieces of a text file: words, quoted strings with their quotes, single other characters.
 class TokenReader {
@@ -71,20 +87,26 @@ private:
     std::string_view rest;
 };
 
-// C: "OO",child,parent
-void readTextConnection(TokenReader& reader, NodeGraph& graph) {
-    if (reader.next() != ":" || reader.next() != "\"OO\"" || reader.next() != ",") return;
-    const std::string_view child = reader.next();
-    if (reader.next() == ",") graph.connect(reader.next(), child);
+// Model: identity, ...
+void readTextModel(TokenReader& reader, Objects& objects) {
+    if (reader.next() == ":") objects.models.insert(reader.next());
 }
 
-void readText(std::string_view content, NodeGraph& graph) {
+// C: "OO",child,parent
+void readTextConnection(TokenReader& reader, Objects& objects) {
+    if (reader.next() != ":" || reader.next() != "\"OO\"" || reader.next() != ",") return;
+    const std::string_view child = reader.next();
+    if (reader.next() == ",") objects.connections.push_back({child, reader.next()});
+}
+
+void readText(std::string_view content, Objects& objects) {
     TokenReader reader(content);
     int depth = 0;
     for (std::string_view token; !(token = reader.next()).empty();) {
         if (token == "{" && ++depth > kMaxRecordDepth) fail("records are nested too deep");
         if (token == "}") --depth;
-        if (token == "C") readTextConnection(reader, graph);
+        if (token == "Model") readTextModel(reader, objects);
+        if (token == "C") readTextConnection(reader, objects);
     }
 }
 
@@ -92,7 +114,7 @@ void readText(std::string_view content, NodeGraph& graph) {
 // and their size, its name; the properties; then records in it, up to its end.
 class RecordReader {
 public:
-    RecordReader(std::string_view content, NodeGraph& graph) : content(content), graph(graph) {
+    RecordReader(std::string_view content, Objects& objects) : content(content), objects(objects) {
         std::memcpy(&version, content.data() + kBinaryStart - 4, 4);
     }
 
@@ -141,35 +163,43 @@ private:
             fail("a record is too short");
         const std::string_view name = content.substr(at, nameLength);
         at += nameLength;
-        if (name == "C") readConnection(content.substr(at, propertyBytes));
+        const std::string_view properties = content.substr(at, propertyBytes);
+        if (name == "Model") readModel(properties);
+        if (name == "C") readConnection(properties);
         at += propertyBytes;
         return static_cast<std::size_t>(end);
+    }
+
+    // "L", identity, ...
+    void readModel(std::string_view properties) {
+        if (properties.size() >= 9 && properties[0] == 'L')
+            objects.models.insert(properties.substr(1, 8));
     }
 
     // "S", length, "OO"; "L", child; "L", parent
     void readConnection(std::string_view properties) {
         constexpr std::string_view start("S\2\0\0\0OOL", 8);
         if (properties.size() == start.size() + 17 && properties.substr(0, start.size()) == start)
-            graph.connect(properties.substr(start.size() + 9, 8),
-                          properties.substr(start.size(), 8));
+            objects.connections.push_back(
+                {properties.substr(start.size(), 8), properties.substr(start.size() + 9, 8)});
     }
 
     const std::string_view content;
-    NodeGraph& graph;
+    Objects& objects;
     std::uint32_t version = 0;
 };
 
 } // namespace
 
 void CheckFbx(std::string_view content, int maxDepth) {
-    NodeGraph graph;
+    Objects objects;
     if (content.substr(0, kBinaryMagic.size()) != kBinaryMagic)
-        readText(content, graph);
+        readText(content, objects);
     else if (content.size() < kBinaryStart)
         fail("it ends inside its header");
     else
-        RecordReader(content, graph).read();
-    graph.check(maxDepth + kLevelsBesideNodes, kMostObjects);
+        RecordReader(content, objects).read();
+    objects.check(maxDepth);
 }
 
 } // namespace TellarSceneImport

@@ -85,7 +85,7 @@ bool hasLines(const aiMesh& mesh) {
 MeshGeometry MakeMeshGeometry(const aiMesh& mesh) {
     MeshGeometry result;
     const GroupAttribute poly = polygons(mesh);
-    if (!poly.isValid() && hasLines(mesh)) return result;
+    if (mesh.mNumVertices == 0 || (!poly.isValid() && hasLines(mesh))) return result;
     result.type = poly.isValid() ? "polymesh" : "pointcloud";
     for (unsigned i = 0; i < mesh.mNumVertices; ++i)
         result.bound.add(mesh.mVertices[i].x, mesh.mVertices[i].y, mesh.mVertices[i].z);

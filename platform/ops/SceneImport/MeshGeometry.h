@@ -13,13 +13,14 @@ namespace TellarSceneImport {
 
 /// What a mesh's locations share, however many nodes show it.
 struct MeshGeometry {
-    /// "polymesh" or "pointcloud"; empty for a mesh that nothing is made of (lines).
+    /// "polymesh" or "pointcloud"; empty for a mesh that nothing is made of: lines, or
+    /// no points at all.
     std::string type;
     OxAttribute::GroupAttribute geometry;
     Box bound;
 };
 
-/// `mesh` has vertices, and its faces refer to existing ones.
+/// The faces refer to existing points.
 MeshGeometry MakeMeshGeometry(const aiMesh& mesh);
 
 } // namespace TellarSceneImport

@@ -18,28 +18,28 @@ void NodeGraph::connect(std::string_view parent, std::string_view child) {
 }
 
 // All children are measured.
-void NodeGraph::close(std::size_t node, std::vector<Size>& sizes, std::uint64_t maxNodes) const {
+void NodeGraph::close(std::size_t node, std::vector<Size>& sizes) const {
     Size& size = sizes[node];
     size.nodes = 1;
     for (const std::size_t child : children[node]) {
         // At each step at most twice the limit: no overflow.
         size.nodes += sizes[child].nodes;
         size.depth = std::max(size.depth, sizes[child].depth);
-        if (size.nodes > maxNodes)
-            throw std::runtime_error("it has more than " + std::to_string(maxNodes) + " nodes");
+        if (size.nodes > kMaxNodes)
+            throw std::runtime_error("it has more than " + std::to_string(kMaxNodes) + " nodes");
     }
     ++size.depth;
     size.isOpen = false;
 }
 
-void NodeGraph::measure(std::size_t start, std::vector<Size>& sizes, std::uint64_t maxNodes) const {
+void NodeGraph::measure(std::size_t start, std::vector<Size>& sizes) const {
     std::vector<std::size_t> pending = {start};
     while (!pending.empty()) {
         const std::size_t node = pending.back();
         if (sizes[node].nodes > 0) {
             pending.pop_back(); // was reached on another way, too
         } else if (sizes[node].isOpen) {
-            close(node, sizes, maxNodes);
+            close(node, sizes);
             pending.pop_back();
         } else {
             sizes[node].isOpen = true;
@@ -51,10 +51,10 @@ void NodeGraph::measure(std::size_t start, std::vector<Size>& sizes, std::uint64
     }
 }
 
-void NodeGraph::check(int maxDepth, std::uint64_t maxNodes) const {
+void NodeGraph::check(int maxDepth) const {
     std::vector<Size> sizes(children.size());
     for (std::size_t node = 0; node < children.size(); ++node) {
-        measure(node, sizes, maxNodes);
+        measure(node, sizes);
         if (sizes[node].depth > maxDepth)
             throw std::runtime_error("nodes are nested deeper than " + std::to_string(maxDepth));
     }

@@ -62,7 +62,8 @@ auto valueAt(const Track& track, double seconds) {
 }
 
 template <typename Keys>
-void addTimes(const Keys& keys, std::vector<double>& times) {
+void addTimes(const Keys& keys, std::size_t atLeast, std::vector<double>& times) {
+    if (keys.size() < atLeast) return;
     for (const auto& key : keys)
         times.push_back(key.first);
 }
@@ -96,10 +97,15 @@ aiMatrix4x4 NodeMotion::matrixAt(double seconds) const {
 }
 
 std::vector<double> NodeMotion::sampleTimes() const {
+    // A track of one key is constant. Importers make such tracks up, at time 0, where the
+    // file has none, so their times count only where there are no others.
     std::vector<double> keyTimes;
-    addTimes(position.keys, keyTimes);
-    addTimes(rotation.keys, keyTimes);
-    addTimes(scale.keys, keyTimes);
+    for (const std::size_t atLeast : {2, 1}) {
+        if (!keyTimes.empty()) break;
+        addTimes(position.keys, atLeast, keyTimes);
+        addTimes(rotation.keys, atLeast, keyTimes);
+        addTimes(scale.keys, atLeast, keyTimes);
+    }
     std::sort(keyTimes.begin(), keyTimes.end());
     keyTimes.erase(std::unique(keyTimes.begin(), keyTimes.end()), keyTimes.end());
 

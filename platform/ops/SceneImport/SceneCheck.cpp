@@ -16,8 +16,8 @@ namespace {
 }
 
 void checkMesh(const aiMesh& mesh, unsigned numberOfMaterials) {
-    if (mesh.mNumVertices == 0 || !mesh.mVertices) fail("a mesh has no points");
-    if (mesh.mNumFaces > 0 && !mesh.mFaces) fail("a mesh lacks its faces");
+    if ((mesh.mNumVertices > 0 && !mesh.mVertices) || (mesh.mNumFaces > 0 && !mesh.mFaces))
+        fail("a mesh lacks its points or faces");
     if (mesh.mMaterialIndex >= numberOfMaterials && numberOfMaterials > 0)
         fail("a mesh refers to a material that does not exist");
     std::int64_t total = 0;

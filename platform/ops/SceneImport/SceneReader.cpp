@@ -18,6 +18,7 @@
 #include <assimp/postprocess.h>
 
 #include "ColladaCheck.h"
+#include "FbxCheck.h"
 #include "GltfFile.h"
 #include "PlyHeader.h"
 #include "SceneBuilder.h"
@@ -111,7 +112,8 @@ void configure(Assimp::Importer& importer) {
 std::optional<GltfFile> examine(const FileStamp& stamp, const std::string& extension) {
     if (extension == ".gltf" || extension == ".glb")
         return ReadGltf(readWhole(stamp), kMaxNodeDepth);
-    if (extension == ".dae") CheckCollada(readWhole(stamp));
+    if (extension == ".dae") CheckCollada(readWhole(stamp), kMaxNodeDepth);
+    if (extension == ".fbx") CheckFbx(readWhole(stamp), kMaxNodeDepth);
     if (extension == ".ply") {
         std::ifstream file(stamp.path, std::ios::binary);
         CheckPlyHeader(file, stamp.size);

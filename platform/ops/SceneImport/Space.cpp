@@ -44,8 +44,11 @@ Matrix AimMatrix(const aiVector3D& position, const aiVector3D& direction, const 
         right = (std::abs(back.y) < 0.9f ? aiVector3D(0, 1, 0) : aiVector3D(0, 0, -1)) ^ back;
     right.Normalize();
     const aiVector3D top = back ^ right;
-    return {right.x, right.y, right.z, 0, top.x,      top.y,      top.z,      0,
-            back.x,  back.y,  back.z,  0, position.x, position.y, position.z, 1};
+    Matrix matrix = {right.x, right.y, right.z, 0, top.x,      top.y,      top.z,      0,
+                     back.x,  back.y,  back.z,  0, position.x, position.y, position.z, 1};
+    for (double& value : matrix)
+        value += 0.0; // no negative zeros
+    return matrix;
 }
 
 void Box::add(double x, double y, double z) {
