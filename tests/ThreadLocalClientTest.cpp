@@ -94,7 +94,11 @@ TEST(ThreadLocalClient, GivesAThreadOneClientForAllObjectsOverEqualDescriptions)
 TEST(ThreadLocalClient, GivesAThreadDifferentClientsForDifferentSources) {
     ThreadLocalClient first(UniqueSource());
     ThreadLocalClient second(UniqueSource());
-    EXPECT_NE(first.getClient(), second.getClient());
+    const Client ofFirst = first.getClient();
+    const Client ofSecond = second.getClient();
+    EXPECT_NE(ofFirst, ofSecond);
+    EXPECT_EQ(first.getClient(), ofFirst);
+    EXPECT_EQ(second.getClient(), ofSecond);
 }
 
 TEST(ThreadLocalClient, GivesTwoThreadsTwoClientsAndTheNextThreadThatOfAnEndedOne) {
@@ -205,12 +209,14 @@ TEST(ThreadLocalClient, TrustsASourceThatWasValidForAnEarlierObject) {
 
 TEST(ThreadLocalClient, StaysEmptyInAThreadWhoseFirstTryFailedAndWorksInOthers) {
     ThreadLocalClient threadLocalClient(UniqueSource());
+    ThreadLocalClient other(UniqueSource());
     const CapturedLog log;
     std::thread([&] {
         {
             const ScopedRuntimeFactory none([] { return std::shared_ptr<TellarRuntime>(); });
             EXPECT_EQ(threadLocalClient.getClient(), nullptr);
         }
+        EXPECT_TRUE(other.getClient());
         const ScopedRuntimeFactory runtimes;
         EXPECT_EQ(threadLocalClient.getClient(), nullptr);
         EXPECT_EQ(runtimes.count(), 0) << "it is not tried again";

@@ -29,10 +29,6 @@ public:
     /// a thread for which that failed once is not tried again.
     virtual std::shared_ptr<TellarRuntime::Client> getClient();
 
-    /// The client that getClient of this class returns, without counting it: it lives at least
-    /// as long as the calling thread. Null for an empty one.
-    TellarRuntime::Client* borrowClient();
-
 private:
     class Store;
     friend struct StoreRegistry;

@@ -77,7 +77,7 @@ GeometryProducer::Ptr BaseGeometryProducer::getNextSibling(bool evict) {
 }
 
 GeometryProducer::Ptr BaseGeometryProducer::findExistingChild(std::int64_t firstIndex, bool evict) {
-    const StringAttribute& names = locationData.borrowPotentialChildren();
+    const StringAttribute names = getPotentialChildren();
     const std::int64_t count = names.getNumberOfValues();
     for (std::int64_t i = firstIndex; i < count; ++i) {
         std::string path = ChildPath(locationPath, names.getValueView(i));

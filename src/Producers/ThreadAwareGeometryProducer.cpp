@@ -23,9 +23,10 @@ std::shared_ptr<TellarRuntime::Client> ThreadAwareGeometryProducer::getClient() 
 
 TellarRuntime::LocationData ThreadAwareGeometryProducer::getLocationData(const std::string& path,
                                                                          bool evict) {
+    if (evict)
+        if (const auto client = threadLocalClient->getClient()) client->getRuntime()->evict(path);
     // A thread that gets no client sees no location.
-    TellarRuntime::Client* client = threadLocalClient->borrowClient();
-    if (client && evict) client->getRuntime()->evict(path);
+    const auto client = threadLocalClient->getClient();
     return client ? client->cookLocation(path) : TellarRuntime::LocationData();
 }
 

@@ -248,6 +248,7 @@ class WalkTest(TellarTest):
     def test_shortens_long_values_and_shows_what_is_awkward(self):
         description = static_scene({"x": {"a": {
             "ints": list(range(20)),
+            "points": [[i, 0, 0] for i in range(8)],
             "text": "a" * 100,
             "texts": ["left\n\u001b[2J", "right"],
             "one": 0.25,
@@ -260,6 +261,7 @@ class WalkTest(TellarTest):
                                      "--attrs"), """\
 /root/x
      ints: 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, ... (int, 20 values)
+     points: 0 0 0, 1 0 0, 2 0 0, 3 0 0, 4 0 0, ... (int, 8 x 3)
      text: "%s..."
      texts: "left\\x0a\\x1b[2J", "right" (string, 2 values)
      one: 0.25 (double)

@@ -76,7 +76,9 @@ std::string DescribeData(const AttributeT& attribute, const char* type) {
     std::string out;
     const auto values = attribute.getNearestSample(0.0f);
     const auto tupleSize = static_cast<std::size_t>(attribute.getTupleSize());
-    const std::size_t shown = std::min(values.size(), kShownValues);
+    // Tuples are shown whole, unless a single one is too long already.
+    std::size_t shown = std::min(values.size(), kShownValues);
+    if (shown < values.size() && tupleSize <= kShownValues) shown -= shown % tupleSize;
     for (std::size_t i = 0; i < shown; ++i) {
         if (i > 0) out += tupleSize > 1 && i % tupleSize != 0 ? " " : ", ";
         AppendValue(out, values[i]);

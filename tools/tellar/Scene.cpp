@@ -47,7 +47,7 @@ bool BeginsWithBrace(const std::string& path) {
 GroupAttribute ReadDescriptionStream(const std::string& path) {
     FileStream stream(path, true);
     const Attribute attribute = Attribute::readAttributeStream(&stream, FileStream::read, 0);
-    const GroupAttribute description(attribute);
+    GroupAttribute description(attribute);
     if (!description.isValid())
         throw std::runtime_error(path + ": holds no op-tree description, but another attribute");
     return description;

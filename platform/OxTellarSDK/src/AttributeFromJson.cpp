@@ -65,7 +65,7 @@ public:
         for (;;) {
             OpenGroup& top = open.back();
             if (top.next == top.children.size()) {
-                const Attribute group = top.builder.build();
+                Attribute group = top.builder.build();
                 open.pop_back();
                 if (open.empty()) return group;
                 OpenGroup& parent = open.back();
@@ -327,7 +327,7 @@ private:
         if (name == "string") return readTypedStrings(object);
         if (name != "null")
             fail(type, "\"$type\" must be int, float, double, string, null or group");
-        JsonFields(object, {"$type"}, where);
+        const JsonFields onlyType(object, {"$type"}, where);
         return NullAttribute();
     }
 

@@ -526,7 +526,7 @@ private:
         open.pop_back();
         name = std::move(level.name);
         namePlace = level.place;
-        const GroupAttribute group(level.children, level.inherit);
+        GroupAttribute group(level.children, level.inherit);
         if (static_cast<std::size_t>(group.getNumberOfChildren()) != level.children.size())
             failForRepeatedName(level);
         return group;

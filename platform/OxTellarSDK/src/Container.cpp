@@ -15,10 +15,6 @@ namespace OxAttribute {
 
 namespace {
 
-// Chance gives a few names one hash even among millions; only malice gives it to many, to make
-// comparing them all take forever.
-constexpr std::uint64_t kMaximumEqualHashes = 32;
-
 // All open files, so that one file is mapped once and closed when nobody holds it.
 struct Registry {
     std::mutex lock;
@@ -252,7 +248,7 @@ void Container::checkData(const Node* node) {
     const std::uint64_t offset = node->unit * kUnitBytes;
     if (node->depth != 0) damaged("an attribute has an impossible depth", node->unit);
     if (node->type == kAttributeTypeNull) {
-        if (node->count != 0 || node->timeCount != 0)
+        if (node->count != 0 || node->timeCount != 0 || node->tupleSize != 0)
             damaged("a null attribute has values", node->unit);
         return;
     }
@@ -350,7 +346,7 @@ void Container::checkNames(const Node* node) {
             damaged("a group has an impossible order", node->unit);
         for (std::uint64_t j = i; j-- > 0 && entries[sorted[j]].nameHash == entries[b].nameHash;) {
             if (sameName(sorted[j], b)) damaged("a group has two children of one name", node->unit);
-            if (i - j > kMaximumEqualHashes)
+            if (i - j >= kMaximumEqualHashes)
                 damaged("a group has too many names of one hash", node->unit);
         }
     }

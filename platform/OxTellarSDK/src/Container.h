@@ -18,6 +18,10 @@ constexpr std::uint32_t kContainerVersion = 1;
 constexpr char kContainerMagic[8] = {'O', 'x', 'A', 't', 't', 'r', '\x1a', '\n'};
 constexpr char kContainerEndMagic[8] = {'O', 'x', 'A', 't', 't', 'E', 'n', 'd'};
 
+/// Children of one group whose names have one hash. Chance gives it to a few even among millions;
+/// only malice gives it to many, to make comparing them all take forever.
+constexpr std::uint64_t kMaximumEqualHashes = 32;
+
 enum class ContainerKind : std::uint32_t { AttributeStream = 1, OpFile = 2 };
 
 struct ContainerHeader {

@@ -213,6 +213,9 @@ private:
                        ? entries[a].nameHash < entries[b].nameHash
                        : a < b;
         });
+        for (std::uint64_t i = kMaximumEqualHashes; i < header.count; ++i)
+            if (entries[sorted[i]].nameHash == entries[sorted[i - kMaximumEqualHashes]].nameHash)
+                sink.fail("too many names in one group have one hash");
         sink.append(sorted.data(), sorted.size() * sizeof(std::uint32_t));
         return header.unit;
     }

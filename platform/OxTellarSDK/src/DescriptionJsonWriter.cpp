@@ -112,7 +112,8 @@ private:
         if (indent < 0) return;
         out += '\n';
         lineStart = out.size();
-        out.append(static_cast<std::size_t>(indent * std::min(depth, kDeepestIndent)), ' ');
+        const int spaces = indent * std::min(depth, kDeepestIndent);
+        out.append(static_cast<std::size_t>(spaces), ' ');
     }
 
     /// Moves what begins at `start` to a new line when it is too long for this one.

@@ -163,11 +163,6 @@ StringAttribute TellarRuntime::LocationData::getPotentialChildren() const {
     return record ? record->potentialChildren : StringAttribute();
 }
 
-const StringAttribute& TellarRuntime::LocationData::borrowPotentialChildren() const {
-    static const StringAttribute* const none = new StringAttribute;
-    return record ? record->potentialChildren : *none;
-}
-
 Hash TellarRuntime::LocationData::getHash() const {
     if (!record) return {};
     if (const std::uint64_t first = record->hash[0].load(std::memory_order_acquire))

@@ -165,17 +165,22 @@ TEST(AttributeThreads, AFileReplacedWhileItIsOpenedIsOneOrTheOther) {
     WriteAttributeFile(path, shorter);
     std::atomic<bool> done{false};
     std::thread writer([&] {
-        for (int i = 0; i < 30; ++i)
+        for (int i = 0; i < 60; ++i)
             WriteAttributeFile(path, i % 2 ? shorter : longer);
         done = true;
     });
-    int wrong = 0;
-    while (!done) {
-        const GroupAttribute file(ReadFile(path));
-        const std::int64_t count = file.getNumberOfChildren();
-        wrong += count != 360 && count != 500;
-        wrong += IntAttribute(file.getChildByName("leaf359.i")).getValue() != 359;
+    std::string error;
+    while (!done && error.empty()) {
+        try {
+            const GroupAttribute file(ReadFile(path));
+            const std::int64_t count = file.getNumberOfChildren();
+            if (count != 360 && count != 500) error = std::to_string(count) + " children";
+            if (IntAttribute(file.getChildByName("leaf359.i")).getValue() != 359)
+                error = "a wrong value";
+        } catch (const std::exception& thrown) {
+            error = thrown.what();
+        }
     }
     writer.join();
-    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(error, "");
 }

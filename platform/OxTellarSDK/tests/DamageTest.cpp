@@ -101,6 +101,7 @@ void ExpectRefusedOrSound(const std::string& file) {
     const Attribute again = ContainerBytes::Read(ContainerBytes::Write(value));
     EXPECT_EQ(again.getHash(), value.getHash());
     EXPECT_EQ(again.getXML(), value.getXML());
+    EXPECT_EQ(ParseAttributeXml(value.getXML()), value);
 }
 
 /// An op tree may be refused for what it says, too.
@@ -435,12 +436,53 @@ TEST(Damage, TwoChildrenOfOneNameAreRefused) {
     }
 }
 
-TEST(Damage, TooManyNamesOfOneHashAreRefused) {
+namespace {
+
+/// A group of null attributes with these names, all of one hash, made without the writer: it would
+/// refuse to.
+std::string FileOfNames(const std::vector<std::string>& names) {
+    std::string values = ContainerBytes::Write(NullAttribute()).substr(0, 64 + sizeof(Node));
+    std::string entries, indices;
+    for (const std::string& name : names) {
+        const auto unit = static_cast<std::uint32_t>(values.size() / kUnitBytes);
+        const FileEntry entry{
+            HashName(name), unit, 4, static_cast<std::uint16_t>(name.size()), 0, 0};
+        const auto index = static_cast<std::uint32_t>(indices.size() / 4);
+        entries.append(reinterpret_cast<const char*>(&entry), sizeof entry);
+        indices.append(reinterpret_cast<const char*>(&index), sizeof index);
+        values += name;
+        values.resize(AlignUp(values.size() + 1));
+    }
+    const auto root = static_cast<std::uint32_t>(values.size() / kUnitBytes);
+    std::string node(sizeof(Node), '\0');
+    ContainerBytes::SetValueAt(node, offsetof(Node, type), std::int8_t(kAttributeTypeGroup));
+    ContainerBytes::SetValueAt(node, offsetof(Node, flags), std::uint8_t(kInFile | kGroupInherit));
+    ContainerBytes::SetValueAt(node, offsetof(Node, depth), std::uint16_t(1));
+    ContainerBytes::SetValueAt(node, offsetof(Node, unit), root);
+    ContainerBytes::SetValueAt(node, offsetof(Node, tupleSize), root);
+    ContainerBytes::SetValueAt(node, offsetof(Node, count), std::uint64_t(names.size()));
+    return ContainerBytes::WithFrame(values + node + entries + indices, root);
+}
+
+GroupAttribute GroupOfNames(const std::vector<std::string>& names) {
     std::vector<GroupAttribute::Child> children;
-    for (const std::string& name : CollidingNames::make(2000))
-        children.emplace_back(name, IntAttribute(1));
-    const std::string file = ContainerBytes::Write(GroupAttribute(children, true));
-    EXPECT_THAT(ErrorOfReading(file), HasSubstr("too many names of one hash"));
+    for (const std::string& name : names)
+        children.emplace_back(name, NullAttribute());
+    return GroupAttribute(children, true);
+}
+
+} // namespace
+
+TEST(Damage, ThirtyTwoNamesMayHaveOneHashAndNoMore) {
+    const std::vector<std::string> most = CollidingNames::make(32);
+    EXPECT_EQ(ContainerBytes::Read(FileOfNames(most)), GroupOfNames(most));
+    EXPECT_EQ(ContainerBytes::Read(ContainerBytes::Write(GroupOfNames(most))), GroupOfNames(most));
+    for (const std::size_t count : {33, 2000}) {
+        const std::vector<std::string> names = CollidingNames::make(count);
+        EXPECT_THAT(ErrorOfReading(FileOfNames(names)), HasSubstr("too many names of one hash"));
+        EXPECT_THAT(ErrorOf([&] { ContainerBytes::Write(GroupOfNames(names)); }),
+                    HasSubstr("too many names in one group have one hash"));
+    }
 }
 
 TEST(Damage, AValueThatClaimsMoreThanTheFileHoldsIsRefusedWithoutMemory) {
@@ -475,6 +517,12 @@ TEST(Damage, ANameWithoutItsEndIsRefused) {
     const std::size_t text = file.find("a name of 18 bytes");
     file[text + 18] = 'x';
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("a name that is not what it states"));
+}
+
+TEST(Damage, ANullAttributeHasNoTupleSize) {
+    std::string file = ContainerBytes::Write(NullAttribute());
+    ContainerBytes::SetValueAt(file, RootUnit(file) * 16ull + offsetof(Node, tupleSize), 1u);
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("a null attribute has values"));
 }
 
 TEST(Damage, AValueHasOnlyOneForm) {

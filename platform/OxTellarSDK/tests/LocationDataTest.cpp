@@ -19,7 +19,6 @@ TEST(LocationData, ADefaultOneIsInvalid) {
     EXPECT_FALSE(data.doesLocationExist());
     EXPECT_FALSE(data.getAttrs().isValid());
     EXPECT_FALSE(data.getPotentialChildren().isValid());
-    EXPECT_FALSE(data.borrowPotentialChildren().isValid());
     EXPECT_EQ(data.getHash(), Hash());
 }
 
@@ -78,7 +77,7 @@ TEST(LocationData, IsCopiedMovedAndAssigned) {
     third = LocationData();
     EXPECT_FALSE(third.isValid());
     third = std::move(first);
-    EXPECT_THAT(StringsOf(third.borrowPotentialChildren()), ElementsAre("a"));
+    EXPECT_THAT(StringsOf(third.getPotentialChildren()), ElementsAre("a"));
 }
 
 TEST(LocationData, OutlivesClientAndRuntime) {

@@ -32,6 +32,16 @@ void Write(const std::string& path, const Attribute& value) {
     WriteText(path + ".xml", value.getXML());
 }
 
+/// An op tree with arguments of every kind.
+GroupAttribute OpTreeWith(const GroupAttribute& args) {
+    return GroupAttribute(
+        {{"made", GroupAttribute({{"opType", StringAttribute("Source")}, {"opArgs", args}}, true)},
+         {"last", GroupAttribute({{"opType", StringAttribute("Filter")},
+                                  {"opInputs", StringAttribute("made")}},
+                                 true)}},
+        true);
+}
+
 void WriteAll(const std::string& folder) {
     Write(folder + "/example", ExampleValue());
     Write(folder + "/sample", SampleValue());
@@ -43,6 +53,10 @@ void WriteAll(const std::string& folder) {
     WriteOpFile(folder + "/optree.oxo", SampleOpTree());
     WriteText(folder + "/optree.xml", SampleOpTree().getXML());
     WriteText(folder + "/optree.json", WriteDescriptionJson(SampleOpTree()));
+    WriteText(folder + "/sample.json", WriteDescriptionJson(OpTreeWith(SampleValue())));
+    for (std::uint64_t seed = 0; seed < 10; ++seed)
+        WriteText(folder + "/random" + std::to_string(seed) + ".json",
+                  WriteDescriptionJson(OpTreeWith(RandomAttribute(seed).group(3))));
 }
 
 } // namespace

@@ -51,7 +51,10 @@ public:
     // What stands between the last tag and the next "<".
     std::string_view text() const { return rest.substr(0, rest.find('<')); }
     // Whether that next "<" begins a comment, CDATA or the like.
-    bool isMarkupNext() const { return rest.substr(text().size() + 1, 1) == "!"; }
+    bool isMarkupNext() const {
+        const std::size_t behind = text().size() + 1;
+        return behind < rest.size() && rest[behind] == '!';
+    }
 
 private:
     bool skipTo(std::string_view text) {

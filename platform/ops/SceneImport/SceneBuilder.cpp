@@ -85,6 +85,7 @@ private:
     std::vector<const aiNode*> nodes;                           // parents first
     std::unordered_map<std::string, const aiNode*> nodesByName; // the first of each name
     std::vector<SceneMaterial> materials;
+    std::vector<int> materialIndices; // of Assimp's materials; -1 for those left out
     std::vector<MeshGeometry> meshes;
     std::unordered_map<const aiNode*, std::shared_ptr<const NodeMotion>> motions;
     std::deque<ImportedCamera> cameras; // of files other than glTF
@@ -102,12 +103,21 @@ void SceneBuilder::listNodes() {
     }
 }
 
+// Importers add a material for meshes that have none; where all have one, it is left out.
 void SceneBuilder::makeMaterials() {
+    std::vector<bool> isUsed(scene.mNumMaterials, false);
+    for (unsigned i = 0; i < scene.mNumMeshes && scene.mNumMaterials > 0; ++i)
+        isUsed[scene.mMeshes[i]->mMaterialIndex] = true;
+
     UniqueNames names;
     for (unsigned i = 0; i < scene.mNumMaterials; ++i) {
         aiMaterial& material = *scene.mMaterials[i];
-        materials.push_back({names.add(material.GetName().C_Str(), "material"),
-                             MakeMaterialNetwork(material, folder)});
+        const std::string name = material.GetName().C_Str();
+        const bool isMadeUp = name.empty() || name == AI_DEFAULT_MATERIAL_NAME;
+        materialIndices.push_back(isUsed[i] || !isMadeUp ? static_cast<int>(materials.size()) : -1);
+        if (materialIndices.back() >= 0)
+            materials.push_back(
+                {names.add(name, "material"), MakeMaterialNetwork(material, folder)});
     }
 }
 
@@ -191,7 +201,7 @@ void SceneBuilder::draftMeshes(std::uint32_t parent, UniqueNames& names) {
         const aiMesh& source = *scene.mMeshes[index];
         Draft& child = draft(parent, names.add(nameOf(source), fallback));
         child.mesh = &meshes[index];
-        child.material = materials.empty() ? -1 : static_cast<int>(source.mMaterialIndex);
+        child.material = materialIndices.empty() ? -1 : materialIndices[source.mMaterialIndex];
         child.bound = meshes[index].bound;
     }
 }

@@ -20,7 +20,7 @@
 #include "ColladaCheck.h"
 #include "FbxCheck.h"
 #include "GltfFile.h"
-#include "PlyHeader.h"
+#include "PlyCheck.h"
 #include "SceneBuilder.h"
 
 namespace TellarSceneImport {
@@ -114,10 +114,7 @@ std::optional<GltfFile> examine(const FileStamp& stamp, const std::string& exten
         return ReadGltf(readWhole(stamp), kMaxNodeDepth);
     if (extension == ".dae") CheckCollada(readWhole(stamp), kMaxNodeDepth);
     if (extension == ".fbx") CheckFbx(readWhole(stamp), kMaxNodeDepth);
-    if (extension == ".ply") {
-        std::ifstream file(stamp.path, std::ios::binary);
-        CheckPlyHeader(file, stamp.size);
-    }
+    if (extension == ".ply") CheckPly(readWhole(stamp));
     return std::nullopt;
 }
 

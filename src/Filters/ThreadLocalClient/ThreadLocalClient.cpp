@@ -94,8 +94,4 @@ std::shared_ptr<TellarRuntime::Client> ThreadLocalClient::getClient() {
     return store ? store->getClient(source) : nullptr;
 }
 
-TellarRuntime::Client* ThreadLocalClient::borrowClient() {
-    return store ? store->getClient(source).get() : nullptr;
-}
-
 } // namespace TELLAR

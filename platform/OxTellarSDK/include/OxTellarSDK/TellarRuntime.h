@@ -91,8 +91,6 @@ public:
     OxAttribute::GroupAttribute getAttrs() const;
     /// The names of the location's potential children; invalid when it has none.
     OxAttribute::StringAttribute getPotentialChildren() const;
-    /// The same without counting: it lives as long as some LocationData holds this result.
-    const OxAttribute::StringAttribute& borrowPotentialChildren() const;
     /// Of existence, attributes and potential children; computed on first need and kept.
     OxAttribute::Hash getHash() const;
 

@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Makes the seeds anew with a built MakeSampleFiles, except finds, which are kept:
+#
+#     fuzz/make_seeds.sh <build folder>/bin/MakeSampleFiles
+set -euo pipefail
+make=$(realpath "$1")
+cd "$(dirname "$0")/seeds"
+
+files=$(mktemp -d)
+trap 'rm -r "$files"' EXIT
+"$make" "$files"
+
+# What is small teaches a fuzzer most.
+largest=4096
+take() { # <folder> <ending>...
+    local folder=$1 ending file
+    shift
+    mkdir -p "$folder"
+    find "$folder" -type f ! -name 'find-*' -delete
+    for ending in "$@"; do
+        for file in "$files"/*."$ending"; do
+            (($(stat -c %s "$file") <= largest)) && cp "$file" "$folder"
+        done
+    done
+    return 0
+}
+take attribute-file oxa oxo
+take attribute-xml xml
+take description-json json

@@ -1,0 +1,349 @@
+#include <cstddef>
+#include <fstream>
+#include <iterator>
+#include <ostream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "ColladaCheck.h"
+#include "FbxCheck.h"
+#include "GltfFile.h"
+#include "ImportedScene.h"
+#include "SceneReader.h"
+#include "TempDirectory.h"
+#include "TestScenes.h"
+
+namespace {
+
+using namespace TellarSceneImport;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+const std::string kData = SCENEIMPORT_TEST_DATA;
+
+std::string ContentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string Replaced(std::string text, const std::string& what, const std::string& by) {
+    const std::size_t at = text.find(what);
+    if (at == std::string::npos) throw std::runtime_error("no such text: " + what);
+    return text.replace(at, what.size(), by);
+}
+
+/// Why the file cannot be read; empty when it can.
+std::string Reason(const std::string& path) {
+    std::vector<FileStamp> files;
+    try {
+        ReadScene(path, files);
+        return "";
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+}
+
+std::string ReasonOf(const std::string& name, const std::string& content) {
+    const TempDirectory directory;
+    return Reason(directory.write(name, content));
+}
+
+std::string ReasonOfYard(const std::string& what, const std::string& by) {
+    return ReasonOf("yard.glb", BinaryGltf(Replaced(YardJson(""), what, by), YardBuffer()));
+}
+
+std::string ReasonOfPanel(const std::string& what, const std::string& by) {
+    return ReasonOf("panel.dae", Replaced(ContentOf(kData + "/panel.dae"), what, by));
+}
+
+struct Sample {
+    std::string name;
+    std::string content;
+    /// Whether every shorter file is damaged, white space at the end apart.
+    bool isAllNeeded;
+
+    friend std::ostream& operator<<(std::ostream& out, const Sample& sample) {
+        return out << sample.name;
+    }
+};
+
+std::vector<Sample> Samples() {
+    return {{"yard.glb", BinaryGltf(YardJson(""), YardBuffer()), true},
+            {"panel.dae", ContentOf(kData + "/panel.dae"), true},
+            {"panel.fbx", ContentOf(kData + "/panel.fbx"), false},
+            {"house.obj", kHouseObj, false},
+            {"faces.ply", kFacesPly, true},
+            {"points.ply", kPointsPly, true}};
+}
+
+class SampleFile : public testing::TestWithParam<Sample> {
+protected:
+    const TempDirectory directory;
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, SampleFile, testing::ValuesIn(Samples()), [](const auto& info) {
+    std::string name = info.param.name;
+    name[name.find('.')] = '_';
+    return name;
+});
+
+TEST_P(SampleFile, CanBeReadWhole) {
+    EXPECT_EQ(Reason(directory.write(GetParam().name, GetParam().content)), "");
+}
+
+TEST_P(SampleFile, DoesNoHarmWhereverItIsCutOff) {
+    const std::string& content = GetParam().content;
+    // The last number of a text may lose digits without anybody noticing.
+    const std::size_t needed = content.find_last_not_of(" \n") - 1;
+    for (std::size_t length = 0; length < needed; length += 1 + content.size() / 150) {
+        const std::string reason =
+            Reason(directory.write(GetParam().name, content.substr(0, length)));
+        EXPECT_TRUE(!reason.empty() || !GetParam().isAllNeeded) << "cut to " << length;
+    }
+}
+
+TEST_P(SampleFile, DoesNoHarmWithWrongBytes) {
+    std::mt19937 random(20); // the same ones every time
+    for (int round = 0; round < 150; ++round) {
+        std::string content = GetParam().content;
+        for (int change = 0; change < 3; ++change)
+            content[random() % content.size()] = static_cast<char>(random());
+        Reason(directory.write(GetParam().name, content));
+    }
+}
+
+TEST(DamagedScene, NamesTheFileAndTheReason) {
+    const TempDirectory directory;
+    const std::string file = directory.write("yard.gltf", "{\"asset\": {\"version\": \"2.0\"}, ");
+    const ImportedScene scene(file);
+    EXPECT_THAT(scene.error("/root/world"),
+                HasSubstr("Cannot read scene file \"" + file + "\": damaged glTF: "));
+    EXPECT_EQ(scene.error("/root/world"), scene.error("/root/world"));
+}
+
+TEST(DamagedScene, SaysWhatCannotBeAScene) {
+    const TempDirectory directory;
+    EXPECT_EQ(Reason(directory.path("none.obj")), "there is no such file");
+    EXPECT_EQ(Reason(directory.path()), "it is no regular file");
+    EXPECT_EQ(Reason(directory.write("empty.obj", "")), "it is empty");
+    EXPECT_EQ(Reason(directory.write("notes.text", "hello")),
+              "files of the kind \".text\" are not supported");
+    EXPECT_EQ(Reason(directory.write("scene", "hello")),
+              "files of the kind \"\" are not supported");
+}
+
+TEST(DamagedScene, MissesAnExternalBuffer) {
+    const TempDirectory directory;
+    EXPECT_NE(Reason(directory.write("yard.gltf", YardJson(R"(, "uri": "yard.bin")"))), "");
+}
+
+TEST(DamagedGltf, HasSoundNodes) {
+    EXPECT_EQ(ReasonOfYard("[1, 2, 3, 4]", "[1, 2, 3, 9]"),
+              "damaged glTF: a child of node 0 does not exist");
+    EXPECT_EQ(ReasonOfYard("[1, 2, 3, 4]", "[1, 2, 3, 4, 5]"),
+              "damaged glTF: node 5 has two parents");
+    EXPECT_EQ(ReasonOfYard("\"children\": [5]", "\"children\": [0]"),
+              "damaged glTF: the nodes form a cycle");
+    EXPECT_EQ(ReasonOfYard("\"camera\": 0", "\"camera\": 1"),
+              "damaged glTF: \"camera\" of a node refers to nothing");
+    EXPECT_EQ(ReasonOfYard("\"light\": 0", "\"light\": -1"),
+              "damaged glTF: \"light\" of a node refers to nothing");
+    EXPECT_EQ(ReasonOfYard("\"mesh\": 0", "\"mesh\": true").empty(), false);
+}
+
+TEST(DamagedGltf, AsksForNoMoreMemoryThanItHasDataFor) {
+    EXPECT_EQ(ReasonOfYard("\"bufferView\": 0, \"componentType\": 5126, \"count\": 4",
+                           "\"componentType\": 5126, \"count\": 4000000000"),
+              "damaged glTF: an accessor without data is too large");
+    EXPECT_NE(ReasonOfYard("\"componentType\": 5126, \"count\": 4",
+                           "\"componentType\": 5126, \"count\": 4000000"),
+              "");
+    EXPECT_EQ(ReasonOfYard("\"count\": 4, \"type\": \"VEC2\"",
+                           "\"count\": 4, \"type\": \"VEC2\", \"sparse\": {\"count\": 1}"),
+              "damaged glTF: a sparse accessor is incomplete");
+}
+
+TEST(DamagedGltf, IsNotNestedWithoutEnd) {
+    EXPECT_EQ(ReasonOf("deep.gltf", std::string(1000000, '[')),
+              "damaged glTF: its JSON is nested deeper than 256");
+}
+
+TEST(DamagedGltf, HasPairsInTextureTransforms) {
+    EXPECT_EQ(ReasonOfYard("\"baseColorTexture\": {\"index\": 0}",
+                           "\"baseColorTexture\": {\"index\": 0, \"extensions\": "
+                           "{\"KHR_texture_transform\": {\"offset\": [0.5]}}}"),
+              "damaged glTF: a texture transform needs pairs of numbers");
+}
+
+TEST(SoundGltf, MayHaveASkinWithoutMatrices) {
+    EXPECT_EQ(ReasonOfYard("\"scene\": 0,", "\"scene\": 0, \"skins\": [{\"joints\": [2]}],"), "");
+    EXPECT_EQ(
+        ReasonOf(
+            "yard.glb",
+            BinaryGltf(Replaced(Replaced(YardJson(""), "\"mesh\": 0", "\"mesh\": 0, \"skin\": 0"),
+                                "\"scene\": 0,", "\"scene\": 0, \"skins\": [{\"joints\": [2]}],"),
+                       YardBuffer())),
+        "");
+}
+
+std::string ChainGltf(int length) {
+    std::string nodes;
+    for (int i = 1; i < length; ++i)
+        nodes += "{\"children\": [" + std::to_string(i) + "]}, ";
+    return "{\"asset\": {\"version\": \"2.0\"}, \"scene\": 0, \"scenes\": [{\"nodes\": [0]}], "
+           "\"nodes\": [" +
+           nodes + "{}]}";
+}
+
+TEST(DeepScene, IsReadDownToAThousandNodes) {
+    EXPECT_EQ(ReasonOf("deep.gltf", ChainGltf(1000)), "");
+    EXPECT_EQ(ReasonOf("deep.gltf", ChainGltf(1001)), "nodes are nested deeper than 1000");
+    EXPECT_EQ(ReasonOf("deep.gltf", ChainGltf(200000)), "nodes are nested deeper than 1000");
+}
+
+TEST(DamagedPly, TellsTheTruthInItsHeader) {
+    EXPECT_EQ(ReasonOf("a.ply", Replaced(kPointsPly, "vertex 3", "vertex 3000000000")),
+              "damaged PLY: the file is shorter than its header says");
+    EXPECT_EQ(ReasonOf("a.ply", Replaced(kPointsPly, "vertex 3", "vertex -3")),
+              "damaged PLY: an element without a count");
+    EXPECT_EQ(ReasonOf("a.ply", Replaced(kPointsPly, "end_header", "end_of_header")),
+              "damaged PLY: unknown word \"end_of_header\" in the header");
+    EXPECT_EQ(ReasonOf("a.ply", "ply\nformat ascii 1.0\n"), "damaged PLY: the header has no end");
+    EXPECT_EQ(ReasonOf("a.ply", Replaced(kPointsPly, "float x", "real x")),
+              "damaged PLY: unknown type \"real\"");
+    EXPECT_EQ(ReasonOf("a.ply", Replaced(kPointsPly, "4 5 -6 0 0 255", "4 5 -6 0 0")),
+              "damaged PLY: the file is shorter than its header says");
+    EXPECT_EQ(ReasonOf("a.ply", Replaced(kFacesPly, "3 1 2 3", "4 1 2 3")),
+              "damaged PLY: the file is shorter than its header says");
+    EXPECT_EQ(ReasonOf("a.ply", Replaced(kPointsPly, "ascii", "roman")),
+              "damaged PLY: unknown format \"roman\"");
+    EXPECT_EQ(ReasonOf("a.ply", Replaced(kPointsPly, "element vertex 3\n", "")),
+              "damaged PLY: a property that belongs to nothing");
+}
+
+TEST(DamagedPly, HasNoFacesOfPointsThatDoNotExist) {
+    EXPECT_EQ(ReasonOf("a.ply", Replaced(kFacesPly, "3 0 2 1", "3 0 2 9")),
+              "damaged: a face refers to a point that does not exist");
+}
+
+TEST(DamagedCollada, HasWhatItsAccessorsReferTo) {
+    EXPECT_EQ(ReasonOfPanel("id=\"pointNumbers\" count=\"12\"", "id=\"pointNumbers\" count=\"0\""),
+              "damaged Collada: an accessor goes beyond its array \"pointNumbers\"");
+    EXPECT_EQ(ReasonOfPanel("count=\"4\" stride=\"3\"", "count=\"4\" stride=\"2147483647\""),
+              "damaged Collada: an accessor goes beyond its array \"pointNumbers\"");
+    EXPECT_EQ(ReasonOfPanel("count=\"4\" stride=\"3\"", "count=\"-4\" stride=\"3\""),
+              "damaged Collada: the count of <accessor> is no number");
+    EXPECT_EQ(ReasonOfPanel("vertex_weights count=\"4\"", "vertex_weights count=\"4000000000\""),
+              "damaged Collada: the count of <vertex_weights> is too large");
+}
+
+TEST(DamagedCollada, HasNumbersWhereItShould) {
+    EXPECT_EQ(ReasonOfPanel("0 1 2 3</p>", "0 1 2 :</p>"),
+              "damaged Collada: <p> holds something other than numbers");
+    EXPECT_EQ(ReasonOfPanel("semantic=\"OUTPUT\" source=\"#places\"",
+                            "semantic=\"OUTPUT\" source=\"#kinds\""),
+              "damaged Collada: \"kinds\" is of the wrong kind for OUTPUT");
+}
+
+TEST(DamagedCollada, HasAsMuchOfEverything) {
+    EXPECT_EQ(ReasonOfPanel("source=\"#placeNumbers\" count=\"2\"",
+                            "source=\"#placeNumbers\" count=\"1\""),
+              "damaged Collada: \"places\" is shorter than its times");
+    EXPECT_EQ(ReasonOfPanel("vertex_weights count=\"4\"", "vertex_weights count=\"3\""),
+              "damaged Collada: some points of \"quad\" have no weights");
+    EXPECT_EQ(ReasonOfPanel("0 0 0 0 0 0 0 0</v>", "0 0 0 0 0 7 0 0</v>"),
+              "damaged Collada: a weight refers to nothing");
+}
+
+TEST(DamagedCollada, HasNodesThatEnd) {
+    EXPECT_EQ(ReasonOfPanel("<node id=\"air\">", "<node id=\"air\"><instance_node url=\"#air\"/>"),
+              "damaged: a node holds itself");
+    std::string library;
+    for (int i = 0; i < 40; ++i) {
+        const std::string next = "<instance_node url=\"#n" + std::to_string(i + 1) + "\"/>";
+        library += "<node id=\"n" + std::to_string(i) + "\">" + next + next + "</node>";
+    }
+    EXPECT_EQ(ReasonOfPanel("<library_visual_scenes>", "<library_nodes>" + library +
+                                                           "</library_nodes>"
+                                                           "<library_visual_scenes>"),
+              "it has more than 10000000 nodes");
+    std::string deep;
+    for (int i = 0; i < 5000; ++i)
+        deep += "<node>";
+    EXPECT_EQ(ReasonOfPanel("<node id=\"air\">", deep + "<node id=\"air\">"),
+              "damaged Collada: elements are nested too deep");
+}
+
+TEST(SoundCollada, MayHaveCommentsAndQuotedBrackets) {
+    EXPECT_NO_THROW(CheckCollada("<a b='>' c=\"<\"><!-- <p>x</p> --><![CDATA[<p>x]]><d/></a>", 10));
+}
+
+TEST(DamagedFbx, HasModelsThatEnd) {
+    const std::string panel = ContentOf(kData + "/panel.fbx");
+    EXPECT_EQ(ReasonOf("a.fbx", Replaced(panel, "C: \"OO\",202,0",
+                                         "C: \"OO\",202,0\nC: \"OO\",201,200\n"
+                                         "C: \"OO\",200,201")),
+              "damaged: a node holds itself");
+    EXPECT_EQ(ReasonOf("a.fbx", panel + std::string(100000, '{')),
+              "damaged FBX: records are nested too deep");
+}
+
+/// Binary FBX of version 7.3: one record.
+std::string BinaryRecord(std::size_t at, const std::string& name, const std::string& properties,
+                         const std::string& inside = "") {
+    const std::size_t end = at + 13 + name.size() + properties.size() + inside.size();
+    return BytesOf<std::uint32_t>({static_cast<std::uint32_t>(end), 1,
+                                   static_cast<std::uint32_t>(properties.size())}) +
+           static_cast<char>(name.size()) + name + properties + inside;
+}
+
+const std::string kBinaryFbx =
+    std::string("Kaydara FBX Binary  \0\x1a\0", 23) + BytesOf<std::uint32_t>({7300});
+
+std::string Identity(std::int64_t value) {
+    return "L" + BytesOf<std::int64_t>({value});
+}
+
+void AddRecord(std::string& file, const std::string& name, const std::string& properties) {
+    file += BinaryRecord(file.size(), name, properties);
+}
+
+void AddConnection(std::string& file, std::int64_t child, std::int64_t parent) {
+    AddRecord(file, "C", std::string("S\2\0\0\0OO", 7) + Identity(child) + Identity(parent));
+}
+
+TEST(DamagedFbx, HasModelsThatEndInBinaryToo) {
+    std::string file = kBinaryFbx;
+    AddRecord(file, "Model", Identity(1));
+    AddRecord(file, "Model", Identity(2));
+    AddConnection(file, 1, 0);
+    AddConnection(file, 2, 1);
+    EXPECT_NO_THROW(CheckFbx(file, 1000));
+    AddConnection(file, 1, 2);
+    EXPECT_THAT([&] { CheckFbx(file, 1000); },
+                testing::ThrowsMessage<std::runtime_error>("damaged: a node holds itself"));
+}
+
+TEST(DamagedFbx, HasRecordsThatFit) {
+    EXPECT_THAT(
+        [&] { CheckFbx(kBinaryFbx.substr(0, 24), 1000); },
+        testing::ThrowsMessage<std::runtime_error>("damaged FBX: it ends inside its header"));
+    std::string file = kBinaryFbx;
+    AddRecord(file, "Model", Identity(1));
+    for (std::size_t length = kBinaryFbx.size() + 1; length < file.size(); ++length)
+        EXPECT_THROW(CheckFbx(file.substr(0, length), 1000), std::runtime_error) << length;
+
+    // Each record holds the next one.
+    std::string nested = kBinaryFbx;
+    const std::size_t end = nested.size() + 300 * 14;
+    for (int i = 0; i < 300; ++i)
+        nested += BytesOf<std::uint32_t>({static_cast<std::uint32_t>(end), 0, 0}) + "\1x";
+    EXPECT_THAT([&] { CheckFbx(nested, 1000); }, testing::ThrowsMessage<std::runtime_error>(
+                                                     "damaged FBX: records are nested too deep"));
+}
+
+} // namespace
