@@ -159,8 +159,7 @@ void WriteOpFile(const std::string& path, const GroupAttribute& description, boo
 GroupAttribute ReadOpStream(void* stream, StreamRead read) {
     std::string name = "the op stream";
     FileBuffer buffer = FileStreamAccess::ReadAll(stream, read, name);
-    GroupAttribute description(
-        Container::Open(std::move(buffer), name, ContainerKind::OpFile));
+    GroupAttribute description(Container::Open(std::move(buffer), name, ContainerKind::OpFile));
     if (!description.isValid()) throw std::runtime_error(name + " holds no group");
     CheckOpDescription(description, name);
     return description;
