@@ -4,7 +4,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <typeinfo>
+#include <typeindex>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -17,6 +17,7 @@
 
 #include "CapturedErrors.h"
 #include "CapturedLog.h"
+#include "ProducerHelpers.h"
 #include "SceneBuilders.h"
 #include "ScopedRuntimeFactory.h"
 #include "TempDirectory.h"
@@ -37,17 +38,6 @@ using testing::IsEmpty;
 using Client = std::shared_ptr<TellarRuntime::Client>;
 using Ptr = GeometryProducer::Ptr;
 
-std::string NameOf(const Ptr& producer) {
-    return producer ? producer->getFullName() : "nothing";
-}
-
-/// A tree in which every location exists but those missing.
-GroupAttribute TestTree(const std::vector<std::string>& missing) {
-    return Group({{"tree", OpEntry("TestTree", Group({{"children", Texts({"world"})},
-                                                      {"missing", Texts(missing)},
-                                                      {"tag", Text(UniqueTag())}}))}});
-}
-
 /// A path of that many levels: "/root/a/a/a".
 std::string DeepPath(int levels) {
     std::string path = "/root";
@@ -61,7 +51,7 @@ std::string DeepPath(int levels) {
 struct Factory {
     const char* name;
     Ptr (*create)(const GroupAttribute& tree, const std::string& path);
-    const std::type_info& kind;
+    std::type_index kind;
 };
 
 Ptr CreateSync(const GroupAttribute& tree, const std::string& path) {
@@ -103,22 +93,22 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& factory) { return factory.param.name; });
 
 TEST_P(ProducerFactory, MakesNothingForAPathThatIsNotAbsolute) {
-    EXPECT_EQ(create(TestTree({}), "world/geo"), nullptr);
-    EXPECT_EQ(create(TestTree({}), "root"), nullptr);
-    EXPECT_EQ(create(TestTree({}), " /root"), nullptr);
-    EXPECT_EQ(create(TestTree({}), ""), nullptr);
+    EXPECT_EQ(create(TestTree(Texts({"world"})), "world/geo"), nullptr);
+    EXPECT_EQ(create(TestTree(Texts({"world"})), "root"), nullptr);
+    EXPECT_EQ(create(TestTree(Texts({"world"})), " /root"), nullptr);
+    EXPECT_EQ(create(TestTree(Texts({"world"})), ""), nullptr);
 }
 
 TEST_P(ProducerFactory, MakesATopLevelLocationWithoutAParent) {
-    const Ptr root = create(TestTree({}), "/root");
+    const Ptr root = create(TestTree(Texts({"world"})), "/root");
     ASSERT_TRUE(root);
     EXPECT_EQ(root->getFullName(), "/root");
     EXPECT_EQ(root->getParent(), nullptr);
-    EXPECT_EQ(typeid(*root), GetParam().kind);
+    EXPECT_EQ(KindOf(*root), GetParam().kind);
 }
 
 TEST_P(ProducerFactory, MakesALocationTogetherWithItsParent) {
-    const Ptr world = create(TestTree({}), "/root/world");
+    const Ptr world = create(TestTree(Texts({"world"})), "/root/world");
     ASSERT_TRUE(world);
     EXPECT_EQ(world->getFullName(), "/root/world");
     EXPECT_EQ(NameOf(world->getParent()), "/root");
@@ -131,7 +121,7 @@ TEST_P(ProducerFactory, MakesAllAncestorsOfTheSameKindWithTheirOwnAttributes) {
     Ptr producer = create(SceneTree(scene), "/root/a/b");
     for (const int expected : {2, 1, 0}) {
         ASSERT_TRUE(producer);
-        EXPECT_EQ(typeid(*producer), GetParam().kind);
+        EXPECT_EQ(KindOf(*producer), GetParam().kind);
         EXPECT_EQ(IntOf(producer->getAttribute("n")), expected);
         producer = producer->getParent();
     }
@@ -139,18 +129,18 @@ TEST_P(ProducerFactory, MakesAllAncestorsOfTheSameKindWithTheirOwnAttributes) {
 }
 
 TEST_P(ProducerFactory, MakesNothingForALocationThatDoesNotExist) {
-    EXPECT_EQ(create(TestTree({"/root/gone"}), "/root/gone"), nullptr);
-    EXPECT_EQ(create(TestTree({"/root"}), "/root"), nullptr);
+    EXPECT_EQ(create(TestTree(Texts({"world"}), {"/root/gone"}), "/root/gone"), nullptr);
+    EXPECT_EQ(create(TestTree(Texts({"world"}), {"/root"}), "/root"), nullptr);
     EXPECT_EQ(create(SceneTree(Location({})), "/elsewhere"), nullptr);
 }
 
 TEST_P(ProducerFactory, MakesNothingBelowALocationThatDoesNotExist) {
-    EXPECT_EQ(create(TestTree({"/root/gone"}), "/root/gone/leaf"), nullptr);
-    EXPECT_EQ(create(TestTree({"/root"}), "/root/world/leaf"), nullptr);
+    EXPECT_EQ(create(TestTree(Texts({"world"}), {"/root/gone"}), "/root/gone/leaf"), nullptr);
+    EXPECT_EQ(create(TestTree(Texts({"world"}), {"/root"}), "/root/world/leaf"), nullptr);
 }
 
 TEST_P(ProducerFactory, MakesALocationThatItsParentDoesNotList) {
-    EXPECT_EQ(NameOf(create(TestTree({}), "/root/hidden/leaf")), "/root/hidden/leaf");
+    EXPECT_EQ(NameOf(create(TestTree(Texts({"world"})), "/root/hidden/leaf")), "/root/hidden/leaf");
 }
 
 TEST_P(ProducerFactory, MakesNothingForAPathWithAnEmptyName) {
@@ -192,21 +182,21 @@ TEST(CreateSyncGeometryProducer, MakesNothingForAClientWithoutAnOp) {
 }
 
 TEST(CreateSyncGeometryProducer, CooksTheLocationAndItsAncestorsAndNothingElse) {
-    const Client client = MakeClient(TestTree({}));
+    const Client client = MakeClient(TestTree(Texts({"world"})));
     const std::uint64_t cooks = TellarRuntime::getNumberOfCooks();
     CreateSyncGeometryProducer(client, "/root/world/geo");
     EXPECT_EQ(TellarRuntime::getNumberOfCooks() - cooks, 3u);
 }
 
 TEST(CreateSyncGeometryProducer, CooksNothingBelowALocationThatDoesNotExist) {
-    const Client client = MakeClient(TestTree({"/root/gone"}));
+    const Client client = MakeClient(TestTree(Texts({"world"}), {"/root/gone"}));
     const std::uint64_t cooks = TellarRuntime::getNumberOfCooks();
     EXPECT_EQ(CreateSyncGeometryProducer(client, "/root/gone/a/b"), nullptr);
     EXPECT_EQ(TellarRuntime::getNumberOfCooks() - cooks, 2u) << "/root and /root/gone";
 }
 
 TEST(CreateSyncGeometryProducer, HoldsTheClientInEveryAncestor) {
-    const Client client = MakeClient(TestTree({}));
+    const Client client = MakeClient(TestTree(Texts({"world"})));
     const Ptr leaf = CreateSyncGeometryProducer(client, "/root/world/geo");
     EXPECT_EQ(leaf->getClient(), client);
     EXPECT_EQ(leaf->getParent()->getClient(), client);
@@ -227,14 +217,14 @@ TEST(CreateAsyncGeometryProducer, MakesNothingWithoutAClient) {
 }
 
 TEST(CreateAsyncGeometryProducer, MakesNothingForAClientThatHasCookedNothing) {
-    const Client client = MakeClient(TestTree({}));
+    const Client client = MakeClient(TestTree(Texts({"world"})));
     const std::uint64_t cooks = TellarRuntime::getNumberOfCooks();
     EXPECT_EQ(CreateAsyncGeometryProducer(client, "/root"), nullptr);
     EXPECT_EQ(TellarRuntime::getNumberOfCooks(), cooks);
 }
 
 TEST(CreateAsyncGeometryProducer, MakesNothingUnlessAllAncestorsAreCooked) {
-    const Client client = MakeClient(TestTree({}));
+    const Client client = MakeClient(TestTree(Texts({"world"})));
     client->cookLocation("/root/world/geo");
     client->cookLocation("/root");
     EXPECT_EQ(CreateAsyncGeometryProducer(client, "/root/world/geo"), nullptr);
@@ -243,7 +233,7 @@ TEST(CreateAsyncGeometryProducer, MakesNothingUnlessAllAncestorsAreCooked) {
 }
 
 TEST(CreateAsyncGeometryProducer, MakesNothingWhereOnlyAnAncestorIsCooked) {
-    const Client client = MakeClient(TestTree({}));
+    const Client client = MakeClient(TestTree(Texts({"world"})));
     client->cookLocation("/root");
     EXPECT_EQ(CreateAsyncGeometryProducer(client, "/root/world"), nullptr);
 }
@@ -284,7 +274,7 @@ TEST(CreateThreadAwareGeometryProducer, MakesNothingOfAFileThatHoldsNoOps) {
 }
 
 TEST(CreateThreadAwareGeometryProducer, MakesNothingWithoutARuntime) {
-    const GroupAttribute tree = TestTree({});
+    const GroupAttribute tree = TestTree(Texts({"world"}));
     const CapturedLog log;
     const ScopedRuntimeFactory none([] { return std::shared_ptr<TellarRuntime>(); });
     EXPECT_EQ(CreateThreadAwareGeometryProducer(tree, "/root/world"), nullptr);
@@ -292,7 +282,7 @@ TEST(CreateThreadAwareGeometryProducer, MakesNothingWithoutARuntime) {
 }
 
 TEST(CreateThreadAwareGeometryProducer, NeedsOneRuntimeForAllLevelsAndLaterTrees) {
-    const GroupAttribute tree = TestTree({});
+    const GroupAttribute tree = TestTree(Texts({"world"}));
     const ScopedRuntimeFactory runtimes;
     const Ptr first = CreateThreadAwareGeometryProducer(tree, "/root/world/geo");
     const Ptr second = CreateThreadAwareGeometryProducer(tree, "/root");
@@ -302,7 +292,7 @@ TEST(CreateThreadAwareGeometryProducer, NeedsOneRuntimeForAllLevelsAndLaterTrees
 }
 
 TEST(CreateThreadAwareGeometryProducer, LetsThePlatformsExceptionsThrough) {
-    const GroupAttribute tree = TestTree({});
+    const GroupAttribute tree = TestTree(Texts({"world"}));
     const ScopedRuntimeFactory failing(
         []() -> std::shared_ptr<TellarRuntime> { throw std::runtime_error("no licence"); });
     EXPECT_THROW(CreateThreadAwareGeometryProducer(tree, "/root"), std::runtime_error);
@@ -316,7 +306,9 @@ TEST(CreateThreadAwareGeometryProducer, LetsTheErrorOfAnOpThrough) {
 TEST(CreateThreadAwareGeometryProducer, SaysNothingItselfWhenItMakesNothing) {
     const CapturedErrors errors;
     const CapturedLog log;
-    EXPECT_EQ(CreateThreadAwareGeometryProducer(TestTree({"/root/gone"}), "/root/gone"), nullptr);
+    EXPECT_EQ(
+        CreateThreadAwareGeometryProducer(TestTree(Texts({"world"}), {"/root/gone"}), "/root/gone"),
+        nullptr);
     EXPECT_EQ(CreateSyncGeometryProducer(nullptr, "/root"), nullptr);
     EXPECT_EQ(CreateStaticGeometryProducer("root", Location({}), nullptr), nullptr);
     EXPECT_EQ(errors.text(), "");
@@ -337,7 +329,7 @@ TEST(CreateStaticGeometryProducer, MakesNothingOfANullGroup) {
 TEST(CreateStaticGeometryProducer, MakesALocationOfAnEmptyGroup) {
     const Ptr root = CreateStaticGeometryProducer("/root", GroupAttribute(true), nullptr);
     ASSERT_TRUE(root);
-    EXPECT_EQ(typeid(*root), typeid(TELLAR::StaticGeometryProducer));
+    EXPECT_EQ(KindOf(*root), typeid(TELLAR::StaticGeometryProducer));
     EXPECT_EQ(root->getFullName(), "/root");
     EXPECT_EQ(root->getParent(), nullptr);
 }

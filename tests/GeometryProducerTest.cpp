@@ -13,6 +13,7 @@
 #include <OxTellarProducers/CreateGeometryProducer.h>
 #include <OxTellarSDK/XFormUtil.h>
 
+#include "ProducerHelpers.h"
 #include "RunTogether.h"
 #include "SceneBuilders.h"
 #include "VirtualSlot.h"
@@ -35,11 +36,6 @@ using Ptr = GeometryProducer::Ptr;
 
 Ptr StaticRoot(const GroupAttribute& scene) {
     return CreateStaticGeometryProducer("/root", scene, nullptr);
-}
-
-/// The location's full name; "nothing" for null.
-std::string NameOf(const Ptr& producer) {
-    return producer ? producer->getFullName() : "nothing";
 }
 
 // Paths -------------------------------------------------------------------------------------------

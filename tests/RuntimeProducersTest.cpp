@@ -1,6 +1,5 @@
 #include <OxTellarProducers/BaseGeometryProducer.h>
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -9,12 +8,10 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <typeinfo>
 #include <utility>
 #include <vector>
 
 #include <boost/make_shared.hpp>
-#include <boost/thread/tss.hpp>
 #include <gmock/gmock.h>
 
 #include <OxTellarProducers/AsyncGeometryProducer.h>
@@ -25,11 +22,11 @@
 #include <OxTellarProducers/ThreadLocalClient.h>
 
 #include "CapturedLog.h"
+#include "ProducerHelpers.h"
 #include "RunTogether.h"
 #include "SceneBuilders.h"
 #include "ScopedRuntimeFactory.h"
 #include "TestOps.h"
-#include "VirtualSlot.h"
 
 namespace {
 
@@ -37,7 +34,6 @@ using namespace TellarTest;
 using OxAttribute::GroupAttribute;
 using OxAttribute::StringAttribute;
 using TELLAR::AsyncGeometryProducer;
-using TELLAR::BaseGeometryProducer;
 using TELLAR::CreateAsyncGeometryProducer;
 using TELLAR::CreateSyncGeometryProducer;
 using TELLAR::CreateThreadAwareGeometryProducer;
@@ -56,11 +52,6 @@ constexpr const char* kDeepLookupError = "getChildByName does not support deep c
 constexpr const char* kPurposeError =
     "Op \"fault\" (TestThrow) at \"/root/bad\": It fails on purpose.";
 
-/// The location's full name; "nothing" for null.
-std::string NameOf(const Ptr& producer) {
-    return producer ? producer->getFullName() : "nothing";
-}
-
 /// What the call throws; "no error" when it does not.
 std::string ErrorOf(const std::function<void()>& call) {
     try {
@@ -69,14 +60,6 @@ std::string ErrorOf(const std::function<void()>& call) {
         return error.what();
     }
     return "no error";
-}
-
-/// The full names of the first child and its next siblings, one found from the other.
-std::vector<std::string> WalkChildren(const Ptr& parent) {
-    std::vector<std::string> names;
-    for (Ptr child = parent->getFirstChild(false); child; child = child->getNextSibling(false))
-        names.push_back(child->getFullName());
-    return names;
 }
 
 /// Cooks the location and all that it and the locations below it name as children.
@@ -88,14 +71,6 @@ void CookAll(const Client& client, const std::string& path) {
             names.emplace(name);
     for (const std::string& name : names)
         CookAll(client, path + "/" + name);
-}
-
-/// A tree in which every location exists but those missing; /root has the children.
-GroupAttribute TestTree(const StringAttribute& children,
-                        const std::vector<std::string>& missing = {}) {
-    return Group({{"tree", OpEntry("TestTree", Group({{"children", children},
-                                                      {"missing", Texts(missing)},
-                                                      {"tag", Text(UniqueTag())}}))}});
 }
 
 /// A scene on which another Op works.
@@ -356,7 +331,7 @@ TEST_P(RuntimeProducer, MakesProducersOfItsOwnKind) {
     const Ptr a = root->getFirstChild(false);
     for (const Ptr& made : {a, a->getNextSibling(false), root->getChildByName("b", false),
                             root->getProducerByPath("/root/a", false)})
-        EXPECT_EQ(typeid(*made), typeid(*root));
+        EXPECT_EQ(KindOf(*made), KindOf(*root));
 }
 
 TEST_P(RuntimeProducer, KeepsItsAncestorsAndTheClientAlive) {
@@ -752,117 +727,6 @@ TEST(ThreadAwareProducer, AsksItsThreadLocalClientAfreshForEveryStep) {
     const Ptr child = root->getChildByName("a", true);
     EXPECT_EQ(std::exchange(told->asked, 0), 2) << "to evict and to cook";
     EXPECT_EQ(child->getClient(), client);
-}
-
-// The classes -------------------------------------------------------------------------------------
-
-#if defined(TELLAR_TEST_HAS_VIRTUAL_SLOTS)
-struct OpenedBaseProducer : BaseGeometryProducer {
-    using BaseGeometryProducer::createChild;
-    using BaseGeometryProducer::getLocationData;
-};
-
-TEST(RuntimeProducerClasses, HaveTheirVirtualFunctionsInTheOrderThatProgramsWereCompiledFor) {
-    EXPECT_EQ(VirtualSlot(&BaseGeometryProducer::getAttributeNames), 1);
-    EXPECT_EQ(VirtualSlot(&BaseGeometryProducer::getChildByName), 7);
-    EXPECT_EQ(VirtualSlot(&BaseGeometryProducer::getNextSibling), 9);
-    EXPECT_EQ(VirtualSlot(&BaseGeometryProducer::getClient), 10);
-    EXPECT_EQ(VirtualSlot(&OpenedBaseProducer::getLocationData), 11);
-    EXPECT_EQ(VirtualSlot(&OpenedBaseProducer::createChild), 12);
-    EXPECT_EQ(VirtualSlot(&SyncGeometryProducer::getClient), 10);
-    EXPECT_EQ(VirtualSlot(&AsyncGeometryProducer::getClient), 10);
-    EXPECT_EQ(VirtualSlot(&ThreadAwareGeometryProducer::getClient), 10);
-    EXPECT_EQ(VirtualSlot(&OpenedAsyncProducer::getLocationData), 11);
-}
-#endif
-
-/// A variant of a caller's own: every location exists and has two children. Larger than those of
-/// the library.
-class BranchingVariant : public BaseGeometryProducer {
-public:
-    using BaseGeometryProducer::BaseGeometryProducer;
-    static TellarRuntime::LocationData data() {
-        return TellarRuntime::LocationData(
-            Group({{"attrs", Group({})}, {"pc", Texts({"x", "y"})}}));
-    }
-
-protected:
-    TellarRuntime::LocationData getLocationData(const std::string&, bool) override {
-        return data();
-    }
-    Ptr createChild(std::string path, TellarRuntime::LocationData locationData, std::int64_t index,
-                    boost::intrusive_ptr<BaseGeometryProducer> parent) override {
-        return new BranchingVariant(std::move(path), std::move(locationData), index,
-                                    std::move(parent));
-    }
-
-private:
-    std::array<char, 4096> payload{};
-};
-
-TEST(RuntimeProducerClasses, LetCallersAddVariantsByTwoFunctions) {
-    const Ptr root = new BranchingVariant("/root", BranchingVariant::data(), -1, nullptr);
-    EXPECT_EQ(root->getClient(), nullptr);
-    EXPECT_THAT(WalkChildren(root), ElementsAre("/root/x", "/root/y"));
-    EXPECT_EQ(NameOf(root->getProducerByPath("/root/x/y/x", false)), "/root/x/y/x");
-}
-
-/// Presents another list of children than was cooked.
-class FilteringVariant : public BranchingVariant {
-public:
-    using BranchingVariant::BranchingVariant;
-    StringAttribute getPotentialChildren() override { return Texts({"y", "z"}); }
-};
-
-TEST(RuntimeProducerClasses, NavigateByThePotentialChildrenThatAVariantPresents) {
-    const Ptr root = new FilteringVariant("/root", BranchingVariant::data(), -1, nullptr);
-    EXPECT_THAT(WalkChildren(root), ElementsAre("/root/y", "/root/z"));
-    EXPECT_EQ(NameOf(root->getChildByName("z", false)), "/root/z");
-    EXPECT_EQ(root->getChildByName("x", false), nullptr);
-}
-
-TEST(RuntimeProducerClasses, MayBeDroppedHoweverManyAncestorsGoWithThem) {
-    const TellarRuntime::LocationData data = BranchingVariant::data();
-    const Client client = MakeClient(TestTree(Texts({})));
-    boost::intrusive_ptr<SyncGeometryProducer> leaf;
-    for (int level = 0; level < 1000000; ++level)
-        leaf = new SyncGeometryProducer(client, "/x", data, -1, leaf);
-    const Ptr root = leaf->getRootProducer();
-    leaf.reset();
-    EXPECT_EQ(root->use_count(), 1u);
-}
-
-// Ends of threads and of the process --------------------------------------------------------------
-
-/// What a thread drops when its thread-local objects go, last of all those it has by then.
-struct KeptByThread {
-    Ptr producer;
-};
-thread_local KeptByThread keptByThread;
-
-TEST(RuntimeProducerAtAnEnd, MayBeDroppedWithAThreadsOldestThreadLocalObject) {
-    const Ptr root = CreateThreadAwareGeometryProducer(TestTree(Texts({"a", "b"})), "/root");
-    for (int life = 0; life < 3; ++life) {
-        std::thread([&root] {
-            keptByThread.producer.reset(); // makes the object before anything of the library's
-            keptByThread.producer = root->getFirstChild(false)->getNextSibling(false);
-        }).join();
-        EXPECT_EQ(root->use_count(), 1u);
-    }
-}
-
-TEST(RuntimeProducerAtAnEnd, MayBeDroppedAfterAllOfAThreadsThreadLocalObjects) {
-    const Ptr root = CreateThreadAwareGeometryProducer(TestTree(Texts({"a", "b"})), "/root");
-    static boost::thread_specific_ptr<Ptr> kept;
-    std::thread([&root] { kept.reset(new Ptr(root->getFirstChild(false))); }).join();
-    EXPECT_EQ(root->use_count(), 1u);
-}
-
-TEST(RuntimeProducerAtAnEnd, MayBeDroppedAfterTheEndOfMain) {
-    static Ptr kept; // the program crashes at its end if it may not
-    const Ptr root = CreateThreadAwareGeometryProducer(TestTree(Texts({"a", "b"})), "/root");
-    kept = root->getFirstChild(false);
-    EXPECT_EQ(NameOf(kept), "/root/a");
 }
 
 } // namespace

@@ -9,6 +9,7 @@
 
 #include <OxTellarProducers/CreateGeometryProducer.h>
 
+#include "ProducerHelpers.h"
 #include "RunTogether.h"
 #include "SceneBuilders.h"
 #include "VirtualSlot.h"
@@ -39,14 +40,6 @@ std::string ErrorOfChild(const Ptr& producer, const char* name) {
         return error.what();
     }
     return "no error";
-}
-
-/// The full names of the first child and its next siblings, one found from the other.
-std::vector<std::string> WalkChildren(const Ptr& parent) {
-    std::vector<std::string> names;
-    for (Ptr child = parent->getFirstChild(false); child; child = child->getNextSibling(false))
-        names.push_back(child->getFullName());
-    return names;
 }
 
 // Names and attributes ----------------------------------------------------------------------------

@@ -166,8 +166,8 @@ TEST(ThreadLocalClient, LogsAnInvalidSourceOnceAndIsEmptyInEveryThread) {
 
 TEST(ThreadLocalClient, LogsWhatIsWrongWithSourcesOfEitherKind) {
     const CapturedLog log;
-    ThreadLocalClient(OpTreeSource::createFromFile(""));
-    ThreadLocalClient(OpTreeSource::createFromGroupAttribute(GroupAttribute()));
+    const ThreadLocalClient ofFile(OpTreeSource::createFromFile(""));
+    const ThreadLocalClient ofGroup(OpTreeSource::createFromGroupAttribute(GroupAttribute()));
     EXPECT_THAT(log.textsOf("ThreadLocalClient"),
                 ElementsAre("Invalid Op tree source: Empty filename provided.",
                             "Invalid Op tree source: Invalid GroupAttribute provided."));

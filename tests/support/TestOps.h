@@ -9,6 +9,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/OpType.h>
@@ -115,6 +116,14 @@ inline bool RegisterTestOps() {
     OxOpType::RegisterOpType(new TestOp("TestSlow", CookTestSlow));
     OxOpType::RegisterOpType(new TestOp("TestHook", CookTestHook));
     return true;
+}
+
+/// An op tree in which every location exists but those missing; /root has the children.
+inline OxAttribute::GroupAttribute TestTree(const OxAttribute::StringAttribute& children,
+                                            const std::vector<std::string>& missing = {}) {
+    return Group({{"tree", OpEntry("TestTree", Group({{"children", children},
+                                                      {"missing", Texts(missing)},
+                                                      {"tag", Text(UniqueTag())}}))}});
 }
 
 inline const bool testOpsAreRegistered = RegisterTestOps();

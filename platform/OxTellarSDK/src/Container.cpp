@@ -187,14 +187,16 @@ void Container::verifyBlock(std::uint64_t block) {
     verifiedBlocks[block].store(1, std::memory_order_release);
 }
 
+bool Container::isChecked(std::uint64_t unit) const {
+    return unit * kUnitBytes < footer.tableOffset &&
+           (checkedUnits.get()[unit / 64].load(std::memory_order_acquire) >> unit % 64 & 1) != 0;
+}
+
 const Node* Container::checked(const Place& place) {
-    if (place.unit * kUnitBytes >= footer.tableOffset)
-        damaged("a reference leads outside", place.unit);
-    std::atomic<std::uint64_t>& word = checkedUnits.get()[place.unit / 64];
-    const std::uint64_t bit = std::uint64_t(1) << place.unit % 64;
-    if (!(word.load(std::memory_order_acquire) & bit)) {
+    if (!isChecked(place.unit)) {
         checkNode(place);
-        word.fetch_or(bit, std::memory_order_release);
+        checkedUnits.get()[place.unit / 64].fetch_or(std::uint64_t(1) << place.unit % 64,
+                                                     std::memory_order_release);
     }
     const auto* node = reinterpret_cast<const Node*>(base + place.unit * kUnitBytes);
     // What was checked as a group of another parent must not come in again as a number.
@@ -206,7 +208,7 @@ const Node* Container::checked(const Place& place) {
 const Node* Container::child(const Node* group, std::uint64_t index) {
     const FileEntry* entries = Entries<FileEntry>(group);
     Place place{entries[index].childUnit, entries[index].childType, 0, 0};
-    if (place.type == kAttributeTypeGroup) {
+    if (place.type == kAttributeTypeGroup && !isChecked(place.unit)) {
         // The child's region begins behind the group before it, or where the parent's does.
         place.firstUnit = group->tupleSize;
         for (std::uint64_t before = index; before-- > 0;) {

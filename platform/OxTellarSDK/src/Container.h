@@ -98,6 +98,7 @@ private:
         std::uint64_t firstUnit; // groups: nothing of theirs lies before it
         int maximumDepth;        // groups
     };
+    bool isChecked(std::uint64_t unit) const;
     const Node* checked(const Place& place);
     void checkNode(const Place& place);
     void checkData(const Node* node);

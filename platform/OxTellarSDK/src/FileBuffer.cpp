@@ -26,6 +26,7 @@ FileBuffer::FileBuffer(FileBuffer&& other) noexcept
     : start(std::exchange(other.start, nullptr)), bytes(std::exchange(other.bytes, 0)),
       allocation(std::exchange(other.allocation, nullptr)),
       allocationBytes(std::exchange(other.allocationBytes, 0)),
+      mapped(std::exchange(other.mapped, false)),
       mappedIdentity(std::exchange(other.mappedIdentity, Identity())) {}
 
 FileBuffer& FileBuffer::operator=(FileBuffer&& other) noexcept {
@@ -33,6 +34,7 @@ FileBuffer& FileBuffer::operator=(FileBuffer&& other) noexcept {
     std::swap(bytes, other.bytes);
     std::swap(allocation, other.allocation);
     std::swap(allocationBytes, other.allocationBytes);
+    std::swap(mapped, other.mapped);
     std::swap(mappedIdentity, other.mappedIdentity);
     return *this;
 }
@@ -90,6 +92,7 @@ FileBuffer FileBuffer::Map(int descriptor, std::uint64_t bytes) {
     buffer.bytes = bytes;
     buffer.allocation = static_cast<char*>(reserved);
     buffer.allocationBytes = total;
+    buffer.mapped = true;
     buffer.mappedIdentity = {static_cast<std::uint64_t>(status.st_dev),
                              static_cast<std::uint64_t>(status.st_ino), bytes,
                              static_cast<std::int64_t>(status.st_mtim.tv_sec),

@@ -35,13 +35,14 @@ public:
         std::int64_t modifiedSeconds = 0, modifiedNanoseconds = 0;
     };
     const Identity& identity() const { return mappedIdentity; }
-    bool isMapped() const { return mappedIdentity.file != 0; }
+    bool isMapped() const { return mapped; }
 
 private:
     char* start = nullptr;
     std::uint64_t bytes = 0;
     char* allocation = nullptr;
     std::uint64_t allocationBytes = 0;
+    bool mapped = false;
     Identity mappedIdentity;
 };
 

@@ -55,13 +55,14 @@ struct GroupBuilder::Node {
     /// The child as a group under construction; anything else that it was is lost.
     static Node& open(Child& child, bool inheritIfNew) {
         if (child.group) return *child.group;
-        child.group = std::make_unique<Node>();
+        auto group = std::make_unique<Node>();
         const GroupAttribute existing(child.attribute);
-        child.attribute = Attribute();
         if (existing.isValid())
-            child.group->adopt(existing);
+            group->adopt(existing); // throws when what it finds is damaged
         else
-            child.group->inherit = inheritIfNew;
+            group->inherit = inheritIfNew;
+        child.attribute = Attribute();
+        child.group = std::move(group);
         return *child.group;
     }
 

@@ -360,16 +360,16 @@ LocationNode* LocationStore::addChild(LocationNode* parent, std::string_view nam
     return &node;
 }
 
-std::shared_ptr<const OxOpType::State>
-LocationStore::prepare(const OxOpType::OpType& type, const OxAttribute::GroupAttribute& args,
-                       std::size_t numberOfInputs) {
-    if (isPrepared.load(std::memory_order_acquire)) return state;
+const OxOpType::State* LocationStore::prepare(const OxOpType::OpType& type,
+                                              const OxAttribute::GroupAttribute& args,
+                                              std::size_t numberOfInputs) {
+    if (isPrepared.load(std::memory_order_acquire)) return state.get();
     const std::lock_guard<std::mutex> guard(prepareLock);
     if (!isPrepared.load(std::memory_order_relaxed)) {
         state = type.prepare(args, numberOfInputs);
         isPrepared.store(true, std::memory_order_release);
     }
-    return state;
+    return state.get();
 }
 
 CookedIndex::~CookedIndex() {

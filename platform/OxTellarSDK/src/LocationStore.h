@@ -72,10 +72,11 @@ public:
     /// Null when the path was never asked for.
     LocationNode* find(std::string_view path);
 
-    /// The arguments of the Op as its type prepared them, once for all Ops of this identity.
-    std::shared_ptr<const OxOpType::State> prepare(const OxOpType::OpType& type,
-                                                   const OxAttribute::GroupAttribute& args,
-                                                   std::size_t numberOfInputs);
+    /// The arguments of the Op as its type prepared them, once for all Ops of this identity;
+    /// kept as long as the store lives. Null when the type keeps nothing.
+    const OxOpType::State* prepare(const OxOpType::OpType& type,
+                                   const OxAttribute::GroupAttribute& args,
+                                   std::size_t numberOfInputs);
 
     /// Unlike that of any other store of this process, short of two thousand millions of them.
     std::uint32_t shortId() const { return static_cast<std::uint32_t>(id) & 0x7fffffff; }

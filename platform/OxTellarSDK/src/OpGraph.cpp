@@ -247,8 +247,8 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
     CountCook();
     std::string reason;
     try {
-        const auto state = store->prepare(*type, args, inputs.size());
-        Cook cook(*this, node, path, eviction, state.get());
+        const OxOpType::State* state = store->prepare(*type, args, inputs.size());
+        Cook cook(*this, node, path, eviction, state);
         type->cook(cook);
         return cook.takeResult();
     } catch (const CookError&) {

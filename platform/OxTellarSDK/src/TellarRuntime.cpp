@@ -39,6 +39,14 @@ struct OxTellarRuntimeDetail::RuntimeState {
     std::vector<std::weak_ptr<TellarRuntime::Op>> ops;
     std::vector<Cooked> cooked;
 
+    /// Lets go of results and Ops at which neither an Op nor a client looks any more.
+    void dropUnused() {
+        const auto isUnused = [](const Cooked& entry) { return entry.store.use_count() == 1; };
+        cooked.erase(std::remove_if(cooked.begin(), cooked.end(), isUnused), cooked.end());
+        const auto isGone = [](const std::weak_ptr<TellarRuntime::Op>& op) { return op.expired(); };
+        ops.erase(std::remove_if(ops.begin(), ops.end(), isGone), ops.end());
+    }
+
     CookedIndex* indexOf(const std::shared_ptr<LocationStore>& store) {
         for (const Cooked& entry : cooked)
             if (entry.store == store) return entry.index.get();
@@ -71,6 +79,7 @@ void TellarRuntime::commit(const std::shared_ptr<Transaction>& transaction) {
     OxTellarRuntimeDetail::CommitOps(transaction->ops);
 
     const std::lock_guard<std::mutex> guard(state->lock);
+    state->dropUnused();
     state->ops.insert(state->ops.end(), transaction->ops.begin(), transaction->ops.end());
     for (const std::shared_ptr<Client>& client : transaction->clients) {
         if (!client->op) continue;
@@ -95,6 +104,7 @@ void TellarRuntime::finalize() {
         const std::lock_guard<std::mutex> guard(state->lock);
         for (const auto& entry : state->cooked)
             entry.index->clear();
+        state->dropUnused();
     }
     OxAttribute::Container::Collect();
 }

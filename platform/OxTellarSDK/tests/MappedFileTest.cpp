@@ -9,6 +9,7 @@
 
 #include <OxTellarSDK/AttributeSuite.h>
 #include <OxTellarSDK/FileStream.h>
+#include <OxTellarSDK/GroupBuilder.h>
 
 #include "AttributePrinter.h"
 #include "ContainerBytes.h"
@@ -214,6 +215,18 @@ TEST_F(LargeAttributeFile, WritingADamagedValueToAFileNamesTheDamagedFile) {
     const GroupAttribute value = read();
     EXPECT_THAT(ErrorOf([&] { WriteAttributeFile(folder.path("copy"), value); }), HasSubstr(path));
     EXPECT_THAT(FilesIn(folder), ElementsAre("large.oxa"));
+}
+
+TEST_F(LargeAttributeFile, ABuilderThatMeetsDamageKeepsWhatItHad) {
+    damageArray(1000000);
+    const Attribute group = read().getChildByName("group");
+    GroupBuilder builder;
+    builder.set("before", IntAttribute(1));
+    builder.set("g", group);
+    EXPECT_THAT(ErrorOf([&] { builder.set("g.new", IntAttribute(2)); }), HasSubstr(path));
+    const GroupAttribute built = builder.build();
+    EXPECT_EQ(built.getNumberOfChildren(), 2);
+    EXPECT_EQ(built.getChildByName("g").getHandle(), group.getHandle());
 }
 
 TEST_F(LargeAttributeFile, TheCSuiteGivesNothingForDamage) {

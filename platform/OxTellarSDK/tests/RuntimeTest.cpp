@@ -501,6 +501,34 @@ TEST(Lifetime, EverythingIsLetGoWithTheRuntime) {
     EXPECT_EQ(*reinterpret_cast<const std::uint32_t*>(cooked.getHandle()), 1u);
 }
 
+TEST(Lifetime, ARuntimeKeepsNoResultsAtWhichNobodyLooksAnyMore) {
+    const auto runtime = TellarRuntime::create();
+    const auto cookAndForget = [&](int value) {
+        Graph graph(runtime);
+        return graph.commit(graph.op(kSource, {Value(value)}))->cookLocation("/root").getAttrs();
+    };
+    const auto countOf = [](const Attribute& attribute) {
+        return *reinterpret_cast<const std::uint32_t*>(attribute.getHandle());
+    };
+    const Attribute first = cookAndForget(1);
+    const Attribute second = cookAndForget(2); // a commit lets the first go
+    EXPECT_EQ(countOf(first), 1u);
+    EXPECT_EQ(countOf(second), 2u);
+    runtime->finalize();
+    EXPECT_EQ(countOf(second), 1u);
+}
+
+TEST(Lifetime, ARuntimeKeepsResultsForTheNextRenderOfTheSameScene) {
+    const auto runtime = TellarRuntime::create();
+    for (int render = 0; render < 3; ++render) {
+        Graph graph(runtime);
+        const Client client = graph.commit(graph.op(kSource, {Counted("renders")}));
+        client->cookLocation("/root");
+        EXPECT_TRUE(client->getCachedLocation("/root").isValid());
+    }
+    EXPECT_EQ(Counter::take("renders"), 1);
+}
+
 TEST(Lifetime, EvictedResultsAreLetGo) {
     Graph graph;
     const Client client = graph.commit(graph.op(kOutside, {Counted("let go")}));

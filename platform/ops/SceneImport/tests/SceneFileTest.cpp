@@ -197,7 +197,7 @@ TEST(SceneImportFiles, ThatAreMissingAreAnErrorThatStaysTheSame) {
     const std::string file = directory.path("later.ply");
     const ImportedScene scene(file);
     const std::string first = scene.error("/root/world");
-    EXPECT_THAT(first, testing::EndsWith(MissingText(file)));
+    EXPECT_EQ(first, "Op \"op0\" (SceneImport) at \"/root/world\": " + MissingText(file));
     EXPECT_EQ(scene.error("/root/world"), first);
     EXPECT_THAT(scene.error("/root/materials"), testing::EndsWith(MissingText(file)));
 }

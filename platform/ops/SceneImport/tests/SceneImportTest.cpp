@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
+#include <assimp/Exporter.hpp>
+#include <assimp/Importer.hpp>
+#include <assimp/scene.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -600,6 +603,39 @@ TEST_F(ColladaPanel, HasMaterialsWithTextures) {
               std::filesystem::canonical(kData).string() + "/maps/wood grain.png");
     EXPECT_EQ(scene.floats("/root/materials/wood", "material.parameters.roughness"),
               (Floats{0.5f}));
+}
+
+/// What Assimp itself writes of the house.
+class ExportedHouse : public testing::Test {
+protected:
+    std::string exportAs(const char* format, const std::string& name) const {
+        Assimp::Importer importer;
+        const aiScene* scene = importer.ReadFile(WriteHouse(directory), 0);
+        Assimp::Exporter exporter;
+        if (!scene || exporter.Export(scene, format, directory.path(name)) != aiReturn_SUCCESS)
+            throw std::runtime_error(exporter.GetErrorString());
+        return directory.path(name);
+    }
+
+    /// The points of the first mesh below the path.
+    static Floats pointsOfFirstMesh(const ImportedScene& scene, const std::string& path) {
+        if (scene.type(path) == "polymesh") return scene.floats(path, "geometry.point.P");
+        for (const std::string& child : scene.children(path)) {
+            const Floats points = pointsOfFirstMesh(scene, path + "/" + child);
+            if (!points.empty()) return points;
+        }
+        return {};
+    }
+
+    const TempDirectory directory;
+};
+
+TEST_F(ExportedHouse, IsTheSameInAllFormats) {
+    const Floats wall = {0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0};
+    EXPECT_EQ(pointsOfFirstMesh(ImportedScene(exportAs("collada", "a.dae")), "/root/world"), wall);
+    EXPECT_EQ(pointsOfFirstMesh(ImportedScene(exportAs("fbxa", "a.fbx")), "/root/world"), wall);
+    EXPECT_EQ(pointsOfFirstMesh(ImportedScene(exportAs("glb2", "a.glb")), "/root/world"), wall);
+    EXPECT_EQ(pointsOfFirstMesh(ImportedScene(exportAs("obj", "a.obj")), "/root/world"), wall);
 }
 
 class Garden : public testing::Test {

@@ -1,0 +1,147 @@
+#include <OxTellarProducers/BaseGeometryProducer.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include <boost/thread/tss.hpp>
+#include <gmock/gmock.h>
+
+#include <OxTellarProducers/AsyncGeometryProducer.h>
+#include <OxTellarProducers/CreateGeometryProducer.h>
+#include <OxTellarProducers/SyncGeometryProducer.h>
+#include <OxTellarProducers/ThreadAwareGeometryProducer.h>
+
+#include "ProducerHelpers.h"
+#include "SceneBuilders.h"
+#include "TestOps.h"
+#include "VirtualSlot.h"
+
+// The classes of runtime-backed producers as those see them who derive from them, and their ends.
+
+namespace {
+
+using namespace TellarTest;
+using OxAttribute::StringAttribute;
+using TELLAR::AsyncGeometryProducer;
+using TELLAR::BaseGeometryProducer;
+using TELLAR::CreateThreadAwareGeometryProducer;
+using TELLAR::GeometryProducer;
+using TELLAR::SyncGeometryProducer;
+using TELLAR::ThreadAwareGeometryProducer;
+using testing::ElementsAre;
+
+using Client = std::shared_ptr<TellarRuntime::Client>;
+using Ptr = GeometryProducer::Ptr;
+
+#if defined(TELLAR_TEST_HAS_VIRTUAL_SLOTS)
+struct OpenedBaseProducer : BaseGeometryProducer {
+    using BaseGeometryProducer::createChild;
+    using BaseGeometryProducer::getLocationData;
+};
+
+TEST(RuntimeProducerClasses, HaveTheirVirtualFunctionsInTheOrderThatProgramsWereCompiledFor) {
+    EXPECT_EQ(VirtualSlot(&BaseGeometryProducer::getAttributeNames), 1);
+    EXPECT_EQ(VirtualSlot(&BaseGeometryProducer::getChildByName), 7);
+    EXPECT_EQ(VirtualSlot(&BaseGeometryProducer::getNextSibling), 9);
+    EXPECT_EQ(VirtualSlot(&BaseGeometryProducer::getClient), 10);
+    EXPECT_EQ(VirtualSlot(&OpenedBaseProducer::getLocationData), 11);
+    EXPECT_EQ(VirtualSlot(&OpenedBaseProducer::createChild), 12);
+    EXPECT_EQ(VirtualSlot(&SyncGeometryProducer::getClient), 10);
+    EXPECT_EQ(VirtualSlot(&AsyncGeometryProducer::getClient), 10);
+    EXPECT_EQ(VirtualSlot(&ThreadAwareGeometryProducer::getClient), 10);
+}
+#endif
+
+/// A variant of a caller's own: every location exists and has two children. Larger than those of
+/// the library.
+class BranchingVariant : public BaseGeometryProducer {
+public:
+    using BaseGeometryProducer::BaseGeometryProducer;
+    static TellarRuntime::LocationData data() {
+        return TellarRuntime::LocationData(
+            Group({{"attrs", Group({})}, {"pc", Texts({"x", "y"})}}));
+    }
+
+    std::array<char, 4096> payload{};
+
+protected:
+    TellarRuntime::LocationData getLocationData(const std::string&, bool) override {
+        return data();
+    }
+    Ptr createChild(std::string path, TellarRuntime::LocationData locationData, std::int64_t index,
+                    boost::intrusive_ptr<BaseGeometryProducer> parent) override {
+        return new BranchingVariant(std::move(path), std::move(locationData), index,
+                                    std::move(parent));
+    }
+};
+
+TEST(RuntimeProducerClasses, LetCallersAddVariantsByTwoFunctions) {
+    const Ptr root = new BranchingVariant("/root", BranchingVariant::data(), -1, nullptr);
+    EXPECT_EQ(root->getClient(), nullptr);
+    EXPECT_THAT(WalkChildren(root), ElementsAre("/root/x", "/root/y"));
+    EXPECT_EQ(NameOf(root->getProducerByPath("/root/x/y/x", false)), "/root/x/y/x");
+}
+
+/// Presents another list of children than was cooked.
+class FilteringVariant : public BranchingVariant {
+public:
+    using BranchingVariant::BranchingVariant;
+    StringAttribute getPotentialChildren() override { return Texts({"y", "z"}); }
+};
+
+TEST(RuntimeProducerClasses, NavigateByThePotentialChildrenThatAVariantPresents) {
+    const Ptr root = new FilteringVariant("/root", BranchingVariant::data(), -1, nullptr);
+    EXPECT_THAT(WalkChildren(root), ElementsAre("/root/y", "/root/z"));
+    EXPECT_EQ(NameOf(root->getChildByName("z", false)), "/root/z");
+    EXPECT_EQ(root->getChildByName("x", false), nullptr);
+}
+
+TEST(RuntimeProducerClasses, MayBeDroppedHoweverManyAncestorsGoWithThem) {
+    const TellarRuntime::LocationData data = BranchingVariant::data();
+    const Client client = MakeClient(TestTree(Texts({})));
+    boost::intrusive_ptr<SyncGeometryProducer> leaf;
+    for (int level = 0; level < 1000000; ++level)
+        leaf = new SyncGeometryProducer(client, "/x", data, -1, leaf);
+    const Ptr root = leaf->getRootProducer();
+    leaf.reset();
+    EXPECT_EQ(root->use_count(), 1u);
+}
+
+// Ends of threads and of the process --------------------------------------------------------------
+
+/// What a thread drops when its thread-local objects go, last of all those it has by then.
+struct KeptByThread {
+    Ptr producer;
+};
+thread_local KeptByThread keptByThread;
+
+TEST(RuntimeProducerAtAnEnd, MayBeDroppedWithAThreadsOldestThreadLocalObject) {
+    const Ptr root = CreateThreadAwareGeometryProducer(TestTree(Texts({"a", "b"})), "/root");
+    for (int life = 0; life < 3; ++life) {
+        std::thread([&root] {
+            keptByThread.producer.reset(); // makes the object before anything of the library's
+            keptByThread.producer = root->getFirstChild(false)->getNextSibling(false);
+        }).join();
+        EXPECT_EQ(root->use_count(), 1u);
+    }
+}
+
+TEST(RuntimeProducerAtAnEnd, MayBeDroppedAfterAllOfAThreadsThreadLocalObjects) {
+    const Ptr root = CreateThreadAwareGeometryProducer(TestTree(Texts({"a", "b"})), "/root");
+    static boost::thread_specific_ptr<Ptr> kept;
+    std::thread([&root] { kept.reset(new Ptr(root->getFirstChild(false))); }).join();
+    EXPECT_EQ(root->use_count(), 1u);
+}
+
+TEST(RuntimeProducerAtAnEnd, MayBeDroppedAfterTheEndOfMain) {
+    static Ptr kept; // the program crashes at its end if it may not
+    const Ptr root = CreateThreadAwareGeometryProducer(TestTree(Texts({"a", "b"})), "/root");
+    kept = root->getFirstChild(false);
+    EXPECT_EQ(NameOf(kept), "/root/a");
+}
+
+} // namespace
