@@ -3,7 +3,6 @@
 #include <OxTellarSDK/FileStream.h>
 
 #include <atomic>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -11,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "MappedFiles.h"
 #include "RunTogether.h"
 #include "SampleValue.h"
 #include "TempDirectory.h"
@@ -28,13 +28,6 @@ Attribute ReadFile(const std::string& path) {
 void CollectUnusedFiles(const TempDirectory& folder) {
     WriteAttributeFile(folder.path("other.oxa"), IntAttribute(1));
     ReadFile(folder.path("other.oxa"));
-}
-
-bool IsMapped(const std::string& path) {
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
-        if (line.find(path) != std::string::npos) return true;
-    return false;
 }
 
 /// Above the size from which files are mapped.

@@ -1,7 +1,6 @@
 #include <OxTellarSDK/AttributeStream.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -14,6 +13,7 @@
 #include "AttributePrinter.h"
 #include "ContainerBytes.h"
 #include "ErrorOf.h"
+#include "MappedFiles.h"
 #include "TempDirectory.h"
 
 using namespace OxAttribute;
@@ -58,23 +58,6 @@ GroupAttribute LargeValue() {
                            {"c", Counting(kLargeCount, 2000000)},
                            {"after", IntAttribute(2)}},
                           true);
-}
-
-bool IsMapped(const std::string& path) {
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
-        if (line.size() > path.size() &&
-            line.compare(line.size() - path.size(), path.size(), path) == 0)
-            return true;
-    return false;
-}
-
-int NumberOfMappings(const std::string& path) {
-    int count = 0;
-    std::ifstream maps("/proc/self/maps");
-    for (std::string line; std::getline(maps, line);)
-        count += line.find(path) != std::string::npos;
-    return count;
 }
 
 /// Opening any file closes those that nobody holds.

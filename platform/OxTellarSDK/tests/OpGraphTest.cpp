@@ -12,6 +12,7 @@
 #include <OxTellarSDK/FileStream.h>
 
 #include "AttributePrinter.h"
+#include "MappedFiles.h"
 #include "TempDirectory.h"
 #include "TestOps.h"
 
@@ -460,6 +461,50 @@ TEST(DeserializeOps, LargeArgumentsAreSharedByFileWithoutReadingThem) {
     EXPECT_EQ(first[1]->getIdentity(), again[1]->getIdentity());
     EXPECT_NE(first[0]->getIdentity(), first[1]->getIdentity());
     EXPECT_NE(first[0]->getIdentity(), other[0]->getIdentity());
+}
+
+TEST(DeserializeOps, ALargeFileIsClosedWithItsRuntime) {
+    const TempDirectory folder;
+    const std::string path = folder.path("large");
+    const DoubleAttribute padding(std::vector<double>(700000, 0.5), 1);
+    const GroupAttribute args({Value(4), {"padding", padding}}, true);
+    const GroupAttribute entry({{"opType", StringAttribute(kSource)}, {"opArgs", args}}, true);
+    WriteOpFile(path, GroupAttribute({{"a", entry}}, true));
+    LocationData data;
+    {
+        Graph graph;
+        FileStream stream(path, true);
+        const Op op = graph.transaction->deserializeOps(&stream, &FileStream::read);
+        data = graph.commit(op)->cookLocation("/root");
+        EXPECT_TRUE(IsMapped(path));
+        graph.runtime->finalize();
+        EXPECT_TRUE(IsMapped(path)); // the Op holds its arguments
+    }
+    EXPECT_FALSE(IsMapped(path));
+    EXPECT_EQ(Number(data.getAttrs(), "value"), 4);
+}
+
+TEST(DeserializeOps, AResultThatLiesInALargeFileKeepsItOpen) {
+    static const std::string kArgsAsAttrs =
+        Register("TestArgsAsAttrs", [](CookContext& context) { context.setAttrs(context.args()); });
+    const TempDirectory folder;
+    const std::string path = folder.path("large");
+    const DoubleAttribute padding(std::vector<double>(700000, 0.5), 1);
+    const GroupAttribute args({{"padding", padding}, Value(4)}, true);
+    const GroupAttribute entry({{"opType", StringAttribute(kArgsAsAttrs)}, {"opArgs", args}}, true);
+    WriteOpFile(path, GroupAttribute({{"a", entry}}, true));
+    LocationData data;
+    {
+        Graph graph;
+        FileStream stream(path, true);
+        const Op op = graph.transaction->deserializeOps(&stream, &FileStream::read);
+        data = graph.commit(op)->cookLocation("/root");
+    }
+    EXPECT_TRUE(IsMapped(path));
+    EXPECT_EQ(Number(data.getAttrs(), "value"), 4);
+    data = LocationData();
+    TellarRuntime::create()->finalize();
+    EXPECT_FALSE(IsMapped(path));
 }
 
 // Text queries

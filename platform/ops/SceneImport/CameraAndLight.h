@@ -39,8 +39,8 @@ struct ImportedLight {
     void setColor(float red, float green, float blue);
 };
 
-ImportedCamera FromAssimp(const aiCamera& camera);
-ImportedLight FromAssimp(const aiLight& light);
+ImportedCamera FromAssimp(const aiCamera& source);
+ImportedLight FromAssimp(const aiLight& source);
 
 /// The "geometry" group of a camera location.
 OxAttribute::GroupAttribute CameraGeometry(const ImportedCamera& camera);

@@ -206,7 +206,7 @@ private:
     void checkLengths(const Table& sampler) const;
     void checkIndices(const Table& weights) const;
     void checkCount(const Table& weights) const;
-    const Accessor* accessorOf(std::string_view source) const;
+    const Accessor* accessorOf(std::string_view id) const;
 
     const std::size_t fileSize;
     const int maxDepth;

@@ -47,7 +47,7 @@ std::shared_ptr<const SceneFile> keep(Cache& cache, const std::shared_ptr<const 
     recent.erase(std::remove(recent.begin(), recent.end(), file), recent.end());
     recent.push_front(file);
     if (recent.size() <= kFilesKept) return nullptr;
-    const auto last = recent.back();
+    auto last = std::move(recent.back());
     recent.pop_back();
     return last;
 }
@@ -103,11 +103,11 @@ std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path) {
     }
     // The disk is looked at without the lock.
     const bool isCurrent = known && known->isCurrent();
-    const auto fresh = isCurrent ? known : std::make_shared<SceneFile>(StampOf(canonical));
+    auto fresh = isCurrent ? known : std::make_shared<SceneFile>(StampOf(canonical));
 
     std::shared_ptr<const SceneFile> dropped;
     const std::lock_guard<std::mutex> guard(files.lock);
-    if (const auto newer = find(files, canonical); newer && newer != known)
+    if (auto newer = find(files, canonical); newer && newer != known)
         return newer; // another thread found the change first
     files.known[canonical] = fresh;
     dropped = keep(files, fresh);
