@@ -85,7 +85,7 @@ std::string ArgReader::string(std::string_view name, const std::string& absent) 
 
 std::string ArgReader::choice(std::string_view name,
                               const std::vector<std::string>& choices) const {
-    const std::string text = string(name, choices.front());
+    std::string text = string(name, choices.front());
     if (std::find(choices.begin(), choices.end(), text) != choices.end()) return text;
     std::string list;
     for (const std::string& one : choices)
@@ -113,7 +113,7 @@ std::vector<std::string> ArgReader::globs(std::string_view name) const {
 }
 
 std::string ArgReader::location(std::string_view name, const std::string& absent) const {
-    const std::string path = absent.empty() ? requiredString(name) : string(name, absent);
+    std::string path = absent.empty() ? requiredString(name) : string(name, absent);
     if (!IsLocationPath(path))
         ThrowArgumentError(name, "must be an absolute location path, not \"" + path + "\"");
     return path;
@@ -146,7 +146,7 @@ bool ArgReader::flag(std::string_view name, bool absent) const {
 DataAttribute ArgReader::numbers(std::string_view name, std::int64_t count, NumberForm form) const {
     const Attribute attribute = find(name);
     if (!attribute.isValid()) return DataAttribute();
-    const DataAttribute numbers = AsNumbers(attribute, form);
+    DataAttribute numbers = AsNumbers(attribute, form);
     check(numbers.isValid() && numbers.getNumberOfValues() == count, name);
     return numbers;
 }
@@ -165,7 +165,7 @@ GroupAttribute ArgReader::group(std::string_view name) const {
 }
 
 GroupAttribute ArgReader::requiredGroup(std::string_view name) const {
-    const GroupAttribute group(require(name));
+    GroupAttribute group(require(name));
     check(group.isValid(), name);
     return group;
 }
@@ -182,7 +182,7 @@ Attribute ArgReader::require(std::string_view name) const {
 }
 
 IntAttribute ArgReader::integers(std::string_view name, std::int64_t count) const {
-    const IntAttribute integers(require(name));
+    IntAttribute integers(require(name));
     check(integers.isValid() && integers.getNumberOfValues() == count, name);
     return integers;
 }

@@ -38,6 +38,7 @@ GroupAttribute MergedAttrs(const std::vector<LocationData>& inputs) {
 
 StringAttribute MergedNames(const std::vector<LocationData>& inputs) {
     std::vector<StringAttribute> lists;
+    lists.reserve(inputs.size());
     for (const LocationData& data : inputs)
         lists.push_back(data.getPotentialChildren());
     return UnionOfNames(lists);
