@@ -21,15 +21,17 @@ set(TELLAR_PLUGIN_SUBDIR "tellar-plugins")
 
 # What every target of ours is compiled with; never exported to users.
 add_library(tellar_build_options INTERFACE)
-# Warnings are errors, but not in a sanitized build: there GCC takes some of its own library's
-# code for uninitialised, and says itself that the two should not be combined.
 target_compile_options(tellar_build_options INTERFACE
-    -Wall -Wextra -Wpedantic $<$<NOT:$<BOOL:${TELLAR_SANITIZE}>>:-Werror>
+    -Wall -Wextra -Wpedantic
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
 if(TELLAR_SANITIZE)
     target_compile_options(tellar_build_options INTERFACE
         -fsanitize=${TELLAR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(tellar_build_options INTERFACE -fsanitize=${TELLAR_SANITIZE})
+else()
+    # Not in a sanitized build: there GCC takes some of its own library's code for
+    # uninitialised, and says itself that the two should not be combined.
+    target_compile_options(tellar_build_options INTERFACE -Werror)
 endif()
 
 # tellar_library(<name> [HEADERS_DIR <dir>] SOURCES <files...>): a shared library
