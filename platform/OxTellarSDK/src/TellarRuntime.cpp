@@ -1,6 +1,7 @@
 #include <OxTellarSDK/TellarRuntime.h>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <stdexcept>
@@ -177,17 +178,21 @@ TellarRuntime::Op::Op(std::int32_t id) : node(std::make_unique<OpNode>()) {
     node->name = "op" + std::to_string(id);
 }
 
-// A chain of Ops is let go link by link, however long it is.
+// A chain of Ops is let go link by link, however long it is: an Op that is destroyed by another
+// one's end only hands its inputs over to it.
 TellarRuntime::Op::~Op() {
+    static thread_local std::vector<std::shared_ptr<Op>>* pending = nullptr;
+    if (pending) {
+        std::move(node->inputs.begin(), node->inputs.end(), std::back_inserter(*pending));
+        return;
+    }
     std::vector<std::shared_ptr<Op>> released = std::move(node->inputs);
+    pending = &released;
     while (!released.empty()) {
         const std::shared_ptr<Op> op = std::move(released.back());
         released.pop_back();
-        if (!op || op.use_count() != 1) continue;
-        for (std::shared_ptr<Op>& input : op->node->inputs)
-            released.push_back(std::move(input));
-        op->node->inputs.clear();
     }
+    pending = nullptr;
 }
 
 std::int32_t TellarRuntime::Op::getId() const noexcept {
@@ -302,7 +307,12 @@ void TellarRuntime::Transaction::setClientOp(const std::shared_ptr<Client>& clie
 }
 
 TellarRuntime::Client::Client(std::shared_ptr<TellarRuntime> owner) : runtime(std::move(owner)) {}
-TellarRuntime::Client::~Client() = default;
+// Under the lock, so that whoever finds a store unused there also sees this client done with it.
+TellarRuntime::Client::~Client() {
+    if (!view) return;
+    const std::lock_guard<std::mutex> guard(runtime->state->lock);
+    view.reset();
+}
 
 TellarRuntime::LocationData TellarRuntime::Client::cookLocation(const std::string& path) {
     if (!view) return LocationData(LocationRecord::Missing());
