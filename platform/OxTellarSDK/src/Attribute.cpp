@@ -6,20 +6,13 @@
 #include <stdexcept>
 #include <vector>
 
-#include "AttributeNode.h"
 #include "Container.h"
 #include "ContainerWriter.h"
+#include "NodeAccess.h"
 
 namespace OxAttribute {
 
 namespace {
-
-void FreeNode(Node* node) {
-    if (IsGroup(node))
-        for (std::uint64_t i = 0; i < node->count; ++i)
-            Attribute::release(Entries<MemoryEntry>(node)[i].child);
-    std::free(PrefixOf(node));
-}
 
 Hash ToHash(const XXH128_hash_t& value) {
     return {{value.high64, value.low64}};
@@ -95,16 +88,11 @@ Node* AllocateNode(AttributeType type, std::uint64_t bytes) {
     return node;
 }
 
-Node* RetainedChild(const Node* group, std::uint64_t index) {
-    if (!IsInFile(group)) {
-        Node* child = Entries<MemoryEntry>(group)[index].child;
-        Attribute::retain(child); // it may lie in a file
-        return child;
-    }
-    Container* container = Container::Of(group);
-    Node* child = const_cast<Node*>(container->child(group, index));
-    container->retain();
-    return child;
+void FreeNode(Node* node) {
+    if (IsGroup(node))
+        for (std::uint64_t i = 0; i < node->count; ++i)
+            Release(Entries<MemoryEntry>(node)[i].child);
+    std::free(PrefixOf(node));
 }
 
 Hash ContentIdentity(const Attribute& attribute) {
@@ -125,17 +113,11 @@ std::string Hash::str() const {
 }
 
 void Attribute::retain(OxAttributeStruct* handle) noexcept {
-    if (IsInFile(handle))
-        Container::Of(handle)->retain();
-    else
-        handle->refCount.fetch_add(1, std::memory_order_relaxed);
+    Retain(handle);
 }
 
 void Attribute::release(OxAttributeStruct* handle) noexcept {
-    if (IsInFile(handle))
-        Container::Of(handle)->release();
-    else if (handle->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        FreeNode(handle);
+    Release(handle);
 }
 
 AttributeType Attribute::getType() const noexcept {

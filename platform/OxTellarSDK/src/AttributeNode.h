@@ -142,10 +142,6 @@ inline MemoryPrefix* PrefixOf(const Node* node) {
 /// A new value in memory with count 1, `bytes` bytes behind its header, not yet filled.
 Node* AllocateNode(AttributeType type, std::uint64_t bytes);
 
-/// A child of a group, with one reference owned by the caller. A child in a file is
-/// checked first; throws std::runtime_error when it is damaged.
-Node* RetainedChild(const Node* group, std::uint64_t index);
-
 /// What tells an Op's arguments from others: the content hash, but for a value in a large
 /// file that file's own content identity with the value's place, so that nothing of the
 /// value need be read.

@@ -86,24 +86,6 @@ void Container::Collect() {
     registry.containers.erase(unused, registry.containers.end());
 }
 
-void Container::retain() noexcept {
-    const std::uint32_t index = ThreadSlot::Current();
-    std::atomic<std::uint64_t>& taken = slots[index].taken;
-    if (index == ThreadSlot::kShared)
-        taken.fetch_add(1, std::memory_order_relaxed);
-    else
-        taken.store(taken.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
-}
-
-void Container::release() noexcept {
-    const std::uint32_t index = ThreadSlot::Current();
-    std::atomic<std::uint64_t>& dropped = slots[index].dropped;
-    if (index == ThreadSlot::kShared)
-        dropped.fetch_add(1, std::memory_order_release);
-    else
-        dropped.store(dropped.load(std::memory_order_relaxed) + 1, std::memory_order_release);
-}
-
 // A handle is only ever copied from a living one. So whoever sees that a handle was dropped
 // also sees that every handle copied from it was taken: as long as the drops are read first,
 // the sums can only be equal when no handle is left, and then none can come to be, because
@@ -187,11 +169,6 @@ void Container::verifyBlock(std::uint64_t block) {
     verifiedBlocks[block].store(1, std::memory_order_release);
 }
 
-bool Container::isChecked(std::uint64_t unit) const {
-    return unit * kUnitBytes < footer.tableOffset &&
-           (checkedUnits.get()[unit / 64].load(std::memory_order_acquire) >> unit % 64 & 1) != 0;
-}
-
 const Node* Container::checked(const Place& place) {
     if (!isChecked(place.unit)) {
         checkNode(place);
@@ -205,7 +182,7 @@ const Node* Container::checked(const Place& place) {
     return node;
 }
 
-const Node* Container::child(const Node* group, std::uint64_t index) {
+const Node* Container::checkedChild(const Node* group, std::uint64_t index) {
     const FileEntry* entries = Entries<FileEntry>(group);
     Place place{entries[index].childUnit, entries[index].childType, 0, 0};
     if (place.type == kAttributeTypeGroup && !isChecked(place.unit)) {

@@ -69,11 +69,17 @@ public:
         return reinterpret_cast<Container* const*>(FileBase(node))[-1];
     }
 
-    void retain() noexcept;
-    void release() noexcept;
+    void retain() noexcept { count(&Slot::taken, std::memory_order_relaxed); }
+    void release() noexcept { count(&Slot::dropped, std::memory_order_release); }
 
     /// The checked child of a checked group, without a reference.
-    const Node* child(const Node* group, std::uint64_t index);
+    const Node* child(const Node* group, std::uint64_t index) {
+        const FileEntry& entry = Entries<FileEntry>(group)[index];
+        const auto* node = reinterpret_cast<const Node*>(base + entry.childUnit * kUnitBytes);
+        // What was checked as a group of another parent must not come in again as a number.
+        if (isChecked(entry.childUnit) && node->type == entry.childType) return node;
+        return checkedChild(group, index);
+    }
 
     /// Whether the file is so large that reading all of it must be avoided.
     bool isLarge() const { return bytes > FileBuffer::kMapThreshold; }
@@ -98,7 +104,12 @@ private:
         std::uint64_t firstUnit; // groups: nothing of theirs lies before it
         int maximumDepth;        // groups
     };
-    bool isChecked(std::uint64_t unit) const;
+    bool isChecked(std::uint64_t unit) const {
+        return unit * kUnitBytes < footer.tableOffset &&
+               (checkedUnits.get()[unit / 64].load(std::memory_order_acquire) >> unit % 64 & 1) !=
+                   0;
+    }
+    const Node* checkedChild(const Node* group, std::uint64_t index);
     const Node* checked(const Place& place);
     void checkNode(const Place& place);
     void checkData(const Node* node);
@@ -115,6 +126,15 @@ private:
         std::atomic<std::uint64_t> taken{0};
         std::atomic<std::uint64_t> dropped{0};
     };
+
+    void count(std::atomic<std::uint64_t> Slot::*counter, std::memory_order order) noexcept {
+        const std::uint32_t index = ThreadSlot::Current();
+        std::atomic<std::uint64_t>& counted = slots[index].*counter;
+        if (index == ThreadSlot::kShared)
+            counted.fetch_add(1, order);
+        else
+            counted.store(counted.load(std::memory_order_relaxed) + 1, order);
+    }
 
     FileBuffer buffer;
     std::string name;

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "AttributeNode.h"
+#include "NodeAccess.h"
 
 namespace OxAttribute {
 
@@ -122,13 +122,7 @@ float DataAttribute::getSampleTime(std::int64_t index) const noexcept {
 }
 
 std::int64_t DataAttribute::getNearestSampleIndex(float time) const noexcept {
-    if (!handle) return -1;
-    const std::int64_t last = getNumberOfTimeSamples() - 1;
-    std::int64_t nearest = 0; // only neighbours are compared: far away, all seem equally near
-    while (nearest < last && double(getSampleTime(nearest + 1)) - time <
-                                 std::fabs(double(time) - getSampleTime(nearest)))
-        ++nearest;
-    return nearest;
+    return handle ? static_cast<std::int64_t>(NearestSample(handle, time)) : -1;
 }
 
 template <typename T>
@@ -164,8 +158,7 @@ NumericAttribute<T>::NumericAttribute(const std::map<float, std::vector<T>>& sam
 template <typename T>
 T NumericAttribute<T>::getValue(T defaultValue, bool throwOnError) const {
     if (handle && handle->count > 0)
-        return Values<T>(
-            handle)[static_cast<std::uint64_t>(getNearestSampleIndex(0.0f)) * handle->count];
+        return Values<T>(handle)[NearestSample(handle, 0.0f) * handle->count];
     if (throwOnError) throw std::runtime_error("Attribute has no value.");
     return defaultValue;
 }
@@ -178,9 +171,9 @@ ConstSample<T> NumericAttribute<T>::getNearestSample(float time) const& {
 template <typename T>
 ConstSample<T> NumericAttribute<T>::getNearestSample(float time) && {
     if (!handle) return {};
-    const std::int64_t count = getNumberOfValues();
-    const T* values = Values<T>(handle) + getNearestSampleIndex(time) * count;
-    return ConstSample<T>(std::move(*this), values, count);
+    const std::uint64_t count = handle->count;
+    const T* values = Values<T>(handle) + NearestSample(handle, time) * count;
+    return ConstSample<T>(std::move(*this), values, static_cast<std::int64_t>(count));
 }
 
 template <typename T>
@@ -242,9 +235,9 @@ std::string StringAttribute::getValue(const std::string& defaultValue, bool thro
 }
 
 std::string_view StringAttribute::getValueView(std::int64_t index) const noexcept {
-    if (index < 0 || index >= getNumberOfValues()) return {};
+    if (!handle || static_cast<std::uint64_t>(index) >= handle->count) return {};
     const std::uint32_t* ends =
-        Values<std::uint32_t>(handle) + getNearestSampleIndex(0.0f) * getNumberOfValues() + index;
+        Values<std::uint32_t>(handle) + NearestSample(handle, 0.0f) * handle->count + index;
     return {StringBytes(handle) + ends[0], ends[1] - ends[0] - 1};
 }
 
@@ -260,10 +253,10 @@ ConstStringSample StringAttribute::getNearestSample(float time) const& {
 
 ConstStringSample StringAttribute::getNearestSample(float time) && {
     if (!handle) return {};
-    const std::int64_t count = getNumberOfValues();
-    const std::uint32_t* ends = Values<std::uint32_t>(handle) + getNearestSampleIndex(time) * count;
+    const std::uint64_t count = handle->count;
+    const std::uint32_t* ends = Values<std::uint32_t>(handle) + NearestSample(handle, time) * count;
     const char* bytes = StringBytes(handle);
-    return {std::move(*this), ends, bytes, count};
+    return {std::move(*this), ends, bytes, static_cast<std::int64_t>(count)};
 }
 
 } // namespace OxAttribute

@@ -6,44 +6,34 @@
 #include <stdexcept>
 #include <unordered_map>
 
-#include "AttributeNode.h"
 #include "GroupChildren.h"
+#include "NodeAccess.h"
 
 namespace OxAttribute {
 
 namespace {
 
 template <typename Entry>
-bool IsNamed(const Node* node, std::uint64_t index, std::string_view name) {
-    const Entry& entry = Entries<Entry>(node)[index];
-    return entry.nameLength == name.size() && NameOf(node, entry) == name;
-}
-
-template <typename Entry>
-std::int64_t Find(const Node* node, std::string_view name) {
-    const Entry* entries = Entries<Entry>(node);
-    if (node->count <= kLinearSearchLimit) {
-        for (std::uint64_t i = 0; i < node->count; ++i)
-            if (IsNamed<Entry>(node, i, name)) return static_cast<std::int64_t>(i);
-        return -1;
-    }
+std::int64_t FindByHash(const Node* group, std::string_view name) {
+    const Entry* entries = Entries<Entry>(group);
     const std::uint32_t hash = HashName(name);
-    const std::uint32_t* sorted = SortedIndices<Entry>(node);
-    const std::uint32_t* end = sorted + node->count;
+    const std::uint32_t* sorted = SortedIndices<Entry>(group);
+    const std::uint32_t* end = sorted + group->count;
     const std::uint32_t* found =
         std::lower_bound(sorted, end, hash, [entries](std::uint32_t index, std::uint32_t wanted) {
             return entries[index].nameHash < wanted;
         });
     for (; found != end && entries[*found].nameHash == hash; ++found)
-        if (IsNamed<Entry>(node, *found, name)) return *found;
+        if (IsNamed<Entry>(group, *found, name)) return *found;
     return -1;
 }
 
-std::int64_t FindIn(const Node* node, std::string_view name) {
-    return IsInFile(node) ? Find<FileEntry>(node, name) : Find<MemoryEntry>(node, name);
-}
-
 } // namespace
+
+std::int64_t FindSorted(const Node* group, std::string_view name) {
+    return IsInFile(group) ? FindByHash<FileEntry>(group, name)
+                           : FindByHash<MemoryEntry>(group, name);
+}
 
 Attribute MakeGroup(const std::vector<NamedChild>& children, bool inherit) {
     const std::uint64_t count = children.size();
@@ -122,28 +112,24 @@ std::string_view GroupAttribute::getChildNameView(std::int64_t index) const noex
 
 Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
     if (index < 0 || index >= getNumberOfChildren()) return {};
-    return CreateAndSteal(RetainedChild(handle, static_cast<std::uint64_t>(index)));
+    return CreateAndRetain(ChildOf(handle, static_cast<std::uint64_t>(index)));
 }
 
 Attribute GroupAttribute::getChildByName(std::string_view path) const {
-    if (!handle) return {};
-    GroupAttribute held; // keeps what `node` points to
-    const Node* node = handle;
-    for (;;) {
+    Node* node = handle; // what lies inside of a group that is kept is kept with it
+    while (node && IsGroup(node)) {
         const std::size_t dot = path.find('.');
-        const std::int64_t index = FindIn(node, path.substr(0, dot));
+        const std::int64_t index = FindChild(node, path.substr(0, dot));
         if (index < 0) return {};
-        Attribute child = CreateAndSteal(RetainedChild(node, static_cast<std::uint64_t>(index)));
-        if (dot == std::string_view::npos) return child;
-        if (child.getType() != kAttributeTypeGroup) return {};
-        held = GroupAttribute(std::move(child));
-        node = held.getHandle();
+        node = ChildOf(node, static_cast<std::uint64_t>(index));
+        if (dot == std::string_view::npos) return CreateAndRetain(node);
         path.remove_prefix(dot + 1);
     }
+    return {};
 }
 
 std::int64_t GroupAttribute::findChild(std::string_view name) const noexcept {
-    return handle ? FindIn(handle, name) : -1;
+    return handle ? FindChild(handle, name) : -1;
 }
 
 std::int64_t GroupAttribute::findChild(std::string_view name, std::int64_t hint) const noexcept {

@@ -1,9 +1,11 @@
-#include "LocationRecord.h"
+#include <OxTellarSDK/LocationRecord.h>
 
 #include <mutex>
 #include <vector>
 
 #include <xxhash.h>
+
+#include <OxTellarSDK/TellarRuntime.h>
 
 namespace OxTellarRuntimeDetail {
 
@@ -104,6 +106,16 @@ LocationRecord* LocationRecord::Missing() {
     return missing;
 }
 
+const OxAttribute::GroupAttribute& LocationRecord::NoAttrs() {
+    static const auto* const none = new OxAttribute::GroupAttribute;
+    return *none;
+}
+
+const OxAttribute::StringAttribute& LocationRecord::NoPotentialChildren() {
+    static const auto* const none = new OxAttribute::StringAttribute;
+    return *none;
+}
+
 void LocationRecord::recycle() noexcept {
     attrs = OxAttribute::GroupAttribute();
     potentialChildren = OxAttribute::StringAttribute();
@@ -124,43 +136,12 @@ using OxAttribute::Hash;
 using OxAttribute::IntAttribute;
 using OxAttribute::StringAttribute;
 
-TellarRuntime::LocationData::LocationData(const LocationData& other) noexcept
-    : record(other.record) {
-    if (record) record->retain();
-}
-
-TellarRuntime::LocationData&
-TellarRuntime::LocationData::operator=(const LocationData& other) noexcept {
-    return *this = LocationData(other);
-}
-
-TellarRuntime::LocationData& TellarRuntime::LocationData::operator=(LocationData&& other) noexcept {
-    std::swap(record, other.record);
-    return *this;
-}
-
-TellarRuntime::LocationData::~LocationData() {
-    if (record) record->release();
-}
-
 TellarRuntime::LocationData::LocationData(const GroupAttribute& group) {
     if (!group.isValid()) return;
     record = OxTellarRuntimeDetail::LocationRecord::Create();
     record->exists = IntAttribute(group.getChildByName("exists")).getValue(1, false) != 0;
     record->attrs = GroupAttribute(group.getChildByName("attrs"));
     record->potentialChildren = StringAttribute(group.getChildByName("pc"));
-}
-
-bool TellarRuntime::LocationData::doesLocationExist() const noexcept {
-    return record && record->exists;
-}
-
-GroupAttribute TellarRuntime::LocationData::getAttrs() const {
-    return record ? record->attrs : GroupAttribute();
-}
-
-StringAttribute TellarRuntime::LocationData::getPotentialChildren() const {
-    return record ? record->potentialChildren : StringAttribute();
 }
 
 Hash TellarRuntime::LocationData::getHash() const {

@@ -12,8 +12,12 @@ namespace {
 
 // Up to this many children a look at each is as fast as an index.
 constexpr std::uint32_t kUnindexedChildren = 8;
-// Room made at once for the children of a node, if its potential children say so.
-constexpr std::uint32_t kLargestFirstChunk = 256;
+// Children made at once when a walk begins to ask for them in order.
+constexpr std::uint32_t kChildrenAtOnce = 256;
+
+std::uint64_t HashName(std::string_view name) {
+    return XXH3_64bits(name.data(), name.size());
+}
 
 } // namespace
 
@@ -21,7 +25,7 @@ constexpr std::uint32_t kLargestFirstChunk = 256;
 /// second as large, each further one twice as large as the one before.
 ///
 /// `count` nodes can be read by anybody. Adding, and the index by name, belong to the holder of
-/// the parent's lock.
+/// the parent's lock, who also sees those that are not published yet.
 struct ChildList {
     static constexpr std::uint32_t kNearChunks = 4;
     static constexpr std::uint32_t kFarChunks = 29;
@@ -31,6 +35,7 @@ struct ChildList {
     const std::uint32_t firstChunk;
     std::array<std::atomic<LocationNode*>, kNearChunks> nearChunks{};
     std::atomic<FarChunks*> farChunks{nullptr};
+    std::uint32_t size = 0;           // with those that are not published yet
     std::vector<std::uint32_t> index; // open addressing; position + 1, 0 is free
 
     /// `room` is at least 1.
@@ -45,6 +50,9 @@ struct ChildList {
     std::uint32_t chunkStart(std::uint32_t chunk) const {
         return chunk == 0 ? 0 : firstChunk << (chunk - 1);
     }
+    std::uint32_t chunkSize(std::uint32_t chunk) const {
+        return firstChunk << (chunk == 0 ? 0 : chunk - 1);
+    }
     std::atomic<LocationNode*>& chunkAt(std::uint32_t chunk) {
         if (chunk < kNearChunks) return nearChunks[chunk];
         return (*farChunks.load(std::memory_order_acquire))[chunk - kNearChunks];
@@ -53,6 +61,10 @@ struct ChildList {
         const std::uint32_t chunk = chunkOf(position);
         return chunkAt(chunk).load(std::memory_order_acquire)[position - chunkStart(chunk)];
     }
+    /// Null when there is none, or none yet.
+    LocationNode* published(std::uint32_t position) {
+        return position < count.load(std::memory_order_acquire) ? &at(position) : nullptr;
+    }
 
     LocationNode* findUnindexed(std::string_view name, std::uint32_t known) {
         for (std::uint32_t i = 0; i < known; ++i)
@@ -60,33 +72,34 @@ struct ChildList {
         return nullptr;
     }
 
-    LocationNode* findIndexed(std::string_view name) {
+    LocationNode* find(std::string_view name, std::uint64_t hash) {
+        if (size <= kUnindexedChildren) return findUnindexed(name, size);
+        makeRoom(0);
         const std::uint64_t mask = index.size() - 1;
-        for (std::uint64_t slot = XXH3_64bits(name.data(), name.size()) & mask; index[slot] != 0;
-             slot = (slot + 1) & mask)
+        for (std::uint64_t slot = hash & mask; index[slot] != 0; slot = (slot + 1) & mask)
             if (at(index[slot] - 1).name() == name) return &at(index[slot] - 1);
         return nullptr;
     }
 
-    void enterIndex(std::uint32_t position) {
-        const std::string_view name = at(position).name();
+    /// The index holds all children, or none as long as there are few.
+    void enterIndex(std::uint32_t position, std::uint64_t hash) {
         const std::uint64_t mask = index.size() - 1;
-        std::uint64_t slot = XXH3_64bits(name.data(), name.size()) & mask;
+        std::uint64_t slot = hash & mask;
         while (index[slot] != 0)
             slot = (slot + 1) & mask;
         index[slot] = position + 1;
     }
 
-    /// Makes the index hold all children, with room for one more.
-    void completeIndex() {
-        const std::uint32_t known = count.load(std::memory_order_relaxed);
-        std::uint64_t size = index.empty() ? 32 : index.size();
-        if (!index.empty() && (known + 1) * 4 <= size * 3) return;
-        while ((known + 1) * 4ull > size * 3)
-            size *= 2;
-        index.assign(size, 0);
-        for (std::uint32_t i = 0; i < known; ++i)
-            enterIndex(i);
+    /// Makes the index hold all children, with room for `more`.
+    void makeRoom(std::uint32_t more) {
+        const std::uint64_t wanted = std::uint64_t(size) + more + 1;
+        std::uint64_t slots = index.empty() ? 32 : index.size();
+        if (!index.empty() && wanted * 4 <= slots * 3) return;
+        while (wanted * 4 > slots * 3)
+            slots *= 2;
+        index.assign(slots, 0);
+        for (std::uint32_t i = 0; i < size; ++i)
+            enterIndex(i, HashName(at(i).name()));
     }
 };
 
@@ -115,7 +128,7 @@ Registry& GetRegistry() {
 struct Memory {
     std::uint64_t storeId = 0;
     LocationNode* node = nullptr;
-    std::string path;
+    std::string folder; // its path without its name: "/root/world/"
 };
 
 constexpr std::size_t kMemories = 16; // stores that a thread is in at once
@@ -214,81 +227,69 @@ LocationNode* LocationStore::findOrAdd(std::string_view path) {
 
 namespace {
 
-/// The place from which the last location of a thread leads to another one.
-struct Start {
-    LocationNode* parent = nullptr; // null: the last location does not help
-    std::uint32_t hint = 0;         // where among its children the one wanted probably is
-};
-
 bool StartsWith(std::string_view text, std::string_view start) {
     return text.size() >= start.size() && std::memcmp(text.data(), start.data(), start.size()) == 0;
 }
 
-/// When the location wanted is a sibling of the last one, or a child of it: told without looking
-/// for slashes, which is most of the work otherwise. `*name` receives its name.
-Start StartBesideOrBelow(const Memory& memory, std::string_view path, std::string_view* name) {
-    const std::string_view last = memory.path;
-    const std::size_t parentLength = last.size() - memory.node->nameLength - 1;
-    Start start;
-    std::size_t slash = 0;
-    if (path.size() > last.size() && path[last.size()] == '/' && StartsWith(path, last)) {
-        start = {memory.node, 0};
-        slash = last.size();
-    } else if (StartsWith(path, last.substr(0, parentLength + 1))) {
-        start = {memory.node->parent, memory.node->index + 1};
-        slash = parentLength;
-    }
-    *name = path.substr(slash + 1);
-    if (name->empty() || std::memchr(name->data(), '/', name->size())) return {};
-    return start;
+LocationNode* NextSibling(const LocationNode& node) {
+    return node.parent->children.load(std::memory_order_acquire)->published(node.index + 1);
 }
 
-/// When the location wanted is a sibling of an ancestor of the last one.
-Start StartAbove(const Memory& memory, std::string_view parentPath) {
-    const std::string_view last = memory.path;
-    const std::size_t slash = parentPath.size();
-    if (last.size() <= slash || last[slash] != '/' || !StartsWith(last, parentPath)) return {};
+/// The parent of the location with the path `folder` + `rest`, if that is a sibling or a child of
+/// the one remembered, or a sibling of an ancestor. `*hint` receives where among the parent's
+/// children it probably is.
+LocationNode* ParentNearby(const Memory& memory, std::string_view folder, std::uint32_t* hint) {
+    const std::string_view last = memory.folder;
+    const std::string_view name = memory.node->name();
+    if (folder.size() > last.size()) {
+        // Below the last one, if anything of it.
+        if (folder.size() != last.size() + name.size() + 1 || !StartsWith(folder, last)) return nullptr;
+        *hint = 0;
+        return folder.substr(last.size(), name.size()) == name ? memory.node : nullptr;
+    }
+    if (!StartsWith(last, folder)) return nullptr;
     const LocationNode* sibling = memory.node;
-    for (std::size_t end = last.rfind('/'); end != slash; end = last.rfind('/', end - 1))
+    for (std::size_t end = last.size(); end != folder.size(); end = last.rfind('/', end - 2) + 1)
         sibling = sibling->parent;
-    return {sibling->parent, sibling->index + 1};
+    *hint = sibling->index + 1;
+    return sibling->parent;
 }
 
 } // namespace
 
 LocationNode* LocationStore::locate(std::string_view path, bool add) {
-    if (path.empty()) return nullptr;
     Memory* memory = MemoryFor(id);
     const bool remembers = memory && memory->storeId == id;
-    std::string_view name;
-    Start start;
-    if (remembers) start = StartBesideOrBelow(*memory, path, &name);
-    if (!start.parent) {
-        const std::size_t slash = path.rfind('/');
-        if (slash == std::string_view::npos || slash + 1 == path.size() || path[0] != '/')
-            return nullptr;
-        const std::string_view parentPath = path.substr(0, slash);
-        name = path.substr(slash + 1);
-        if (remembers) start = StartAbove(*memory, parentPath);
-        if (!start.parent) start.parent = descend(parentPath, add);
+    if (remembers && StartsWith(path, memory->folder)) {
+        const std::string_view rest = path.substr(memory->folder.size());
+        LocationNode* next = NextSibling(*memory->node);
+        if (next && next->name() == rest) return memory->node = next;
+        if (memory->node->name() == rest) return memory->node;
     }
-    LocationNode* node = start.parent ? child(start.parent, name, start.hint, add) : nullptr;
+    const std::size_t nameStart = path.rfind('/') + 1;
+    if (path.empty() || path[0] != '/' || nameStart == path.size()) return nullptr;
+    const std::string_view folder = path.substr(0, nameStart);
+    std::uint32_t hint = 0;
+    LocationNode* parent = remembers ? ParentNearby(*memory, folder, &hint) : nullptr;
+    if (!parent) parent = descend(folder, add);
+    LocationNode* node = parent ? child(parent, path.substr(nameStart), hint, add) : nullptr;
     if (node && memory) {
         memory->storeId = id;
         memory->node = node;
-        memory->path.assign(path.data(), path.size());
+        memory->folder.assign(folder.data(), folder.size());
     }
     return node;
 }
 
-LocationNode* LocationStore::descend(std::string_view path, bool add) {
+/// `folder` begins and ends with a slash.
+LocationNode* LocationStore::descend(std::string_view folder, bool add) {
     LocationNode* node = &root;
-    while (node && !path.empty()) {
-        path.remove_prefix(1);
-        const std::string_view name = path.substr(0, path.find('/'));
+    folder.remove_prefix(1);
+    while (node && !folder.empty()) {
+        const std::string_view name = folder.substr(0, folder.find('/'));
         if (name.empty()) return nullptr;
         node = child(node, name, 0, add);
-        path.remove_prefix(name.size());
+        folder.remove_prefix(name.size() + 1);
     }
     return node;
 }
@@ -296,53 +297,61 @@ LocationNode* LocationStore::descend(std::string_view path, bool add) {
 LocationNode* LocationStore::child(LocationNode* parent, std::string_view name, std::uint32_t hint,
                                    bool add) {
     if (ChildList* list = parent->children.load(std::memory_order_acquire)) {
+        LocationNode* expected = list->published(hint);
+        if (expected && expected->name() == name) return expected;
         const std::uint32_t count = list->count.load(std::memory_order_acquire);
-        if (hint < count && list->at(hint).name() == name) return &list->at(hint);
-        if (count <= kUnindexedChildren) {
+        if (count <= kUnindexedChildren)
             if (LocationNode* known = list->findUnindexed(name, count)) return known;
-        }
     }
     const std::lock_guard<std::mutex> guard(ChildLock(parent));
-    if (ChildList* list = parent->children.load(std::memory_order_acquire)) {
-        const std::uint32_t count = list->count.load(std::memory_order_relaxed);
-        LocationNode* known = nullptr;
-        if (count <= kUnindexedChildren) {
-            known = list->findUnindexed(name, count);
-        } else {
-            list->completeIndex();
-            known = list->findIndexed(name);
-        }
-        if (known) return known;
-    }
-    return add ? addChild(parent, name) : nullptr;
+    ChildList* list = parent->children.load(std::memory_order_relaxed);
+    LocationNode* known = list ? list->find(name, HashName(name)) : nullptr;
+    return known || !add ? known : addChildren(parent, name);
 }
 
-/// Under the parent's lock.
-LocationNode* LocationStore::addChild(LocationNode* parent, std::string_view name) {
+/// Under the parent's lock. With a child go those that the parent's potential children name after
+/// it, if all before it are there already: that is how a walk begins.
+LocationNode* LocationStore::addChildren(LocationNode* parent, std::string_view name) {
+    const TellarRuntime::LocationData data(parent->acquireRecord());
+    const OxAttribute::StringAttribute& names = data.getPotentialChildren();
+    const auto expected =
+        static_cast<std::uint32_t>(std::min<std::int64_t>(names.getNumberOfValues(), UINT32_MAX));
     ChildList* list = parent->children.load(std::memory_order_relaxed);
     if (!list) {
-        std::int64_t expected = 1;
-        if (LocationRecord* record = parent->acquireRecord()) {
-            expected = record->potentialChildren.getNumberOfValues();
-            record->release();
-        }
-        list = new ChildList(
-            static_cast<std::uint32_t>(std::clamp<std::int64_t>(expected, 1, kLargestFirstChunk)));
+        list = new ChildList(std::min(expected, kChildrenAtOnce));
         parent->children.store(list, std::memory_order_release);
     }
-    const std::uint32_t position = list->count.load(std::memory_order_relaxed);
-    const std::uint32_t chunk = list->chunkOf(position);
-    if (chunk >= ChildList::kNearChunks && !list->farChunks)
-        list->farChunks.store(new ChildList::FarChunks{}, std::memory_order_release);
-    if (position == list->chunkStart(chunk)) {
-        const std::uint32_t size = list->firstChunk << (chunk == 0 ? 0 : chunk - 1);
-        auto* nodes = new LocationNode[size];
-        const std::uint32_t serial = nextSerial.fetch_add(size, std::memory_order_relaxed);
-        for (std::uint32_t i = 0; i < size; ++i)
-            nodes[i].serial = serial + i;
-        list->chunkAt(chunk).store(nodes, std::memory_order_release);
+    const std::uint32_t first = list->size;
+    const bool inOrder = names.getValueView(first) == name;
+    const std::uint32_t end = inOrder ? std::min(expected, first + kChildrenAtOnce) : first + 1;
+    if (end > kUnindexedChildren) list->makeRoom(end - first);
+    append(parent, *list, name, HashName(name));
+    for (std::uint32_t i = first + 1; i < end; ++i) {
+        const std::string_view next = names.getValueView(i);
+        const std::uint64_t hash = HashName(next);
+        const bool isLevel = !next.empty() && next.find('/') == std::string_view::npos;
+        if (!isLevel || list->find(next, hash)) break;
+        append(parent, *list, next, hash);
     }
-    LocationNode& node = list->at(position);
+    list->count.store(list->size, std::memory_order_release);
+    return &list->at(first);
+}
+
+void LocationStore::append(LocationNode* parent, ChildList& list, std::string_view name,
+                           std::uint64_t hash) {
+    const std::uint32_t position = list.size;
+    const std::uint32_t chunk = list.chunkOf(position);
+    if (chunk >= ChildList::kNearChunks && !list.farChunks)
+        list.farChunks.store(new ChildList::FarChunks{}, std::memory_order_release);
+    if (position == list.chunkStart(chunk)) {
+        const std::uint32_t chunkSize = list.chunkSize(chunk);
+        auto* nodes = new LocationNode[chunkSize];
+        const std::uint32_t serial = nextSerial.fetch_add(chunkSize, std::memory_order_relaxed);
+        for (std::uint32_t i = 0; i < chunkSize; ++i)
+            nodes[i].serial = serial + i;
+        list.chunkAt(chunk).store(nodes, std::memory_order_release);
+    }
+    LocationNode& node = list.at(position);
     node.parent = parent;
     node.index = position;
     node.nameLength = static_cast<std::uint32_t>(name.size());
@@ -352,12 +361,9 @@ LocationNode* LocationStore::addChild(LocationNode* parent, std::string_view nam
         node.longName = characters;
     }
     std::memcpy(characters, name.data(), name.size());
-    if (!list->index.empty()) {
-        list->completeIndex();
-        list->enterIndex(position);
-    }
-    list->count.store(position + 1, std::memory_order_release);
-    return &node;
+    list.size = position + 1;
+    if (!list.index.empty()) list.enterIndex(position, hash);
+    if (list.size > kUnindexedChildren) list.makeRoom(0);
 }
 
 const OxOpType::State* LocationStore::prepare(const OxOpType::OpType& type,

@@ -11,9 +11,8 @@
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/LocationRecord.h>
 #include <OxTellarSDK/OpType.h>
-
-#include "LocationRecord.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -24,8 +23,9 @@ namespace OxTellarRuntimeDetail {
 /// atomics is fixed before the node can be found. Nodes live as long as their store.
 struct alignas(64) LocationNode {
     enum State : std::uint32_t {
-        kCooking = 1, // one thread computes; others wait for it
-        kStale = 2    // evicted: the record must be replaced before it is used
+        kCooking = 1, // one thread computes
+        kStale = 2,   // evicted: the record must be replaced before it is used
+        kAwaited = 4  // somebody waits for the one that computes
     };
 
     LocationNode* parent = nullptr;
@@ -39,11 +39,16 @@ struct alignas(64) LocationNode {
     std::uint32_t index = 0;  // among the children of the parent
     std::uint32_t serial = 0; // unique in the store
     std::atomic<std::uint32_t> state{0};
-    std::uint32_t freshness = 0; // the eviction that the record is younger than; under the lock
+    std::atomic<std::uint32_t> freshness{0}; // the eviction that the record is younger than
 
     LocationNode() : inlineName{} {}
     std::string_view name() const {
         return {nameLength <= sizeof inlineName ? inlineName : longName, nameLength};
+    }
+    /// False for a node that was only made beside others.
+    bool wasAskedFor() const noexcept {
+        return state.load(std::memory_order_acquire) != 0 ||
+               record.load(std::memory_order_acquire) != nullptr;
     }
     /// The record with one reference for the caller; null when there is none.
     LocationRecord* acquireRecord() const noexcept;
@@ -56,8 +61,8 @@ struct alignas(64) LocationNode {
 /// next sibling, a child, or a sibling of an ancestor, and found without hashing a path.
 ///
 /// Children of a node are kept in the order in which they were first asked for, side by side in
-/// memory. They are only ever added, under the lock of their parent (one of a fixed set), and
-/// read without a lock.
+/// memory; a walk makes room for many of them at once. They are only ever added, under the lock
+/// of their parent (one of a fixed set), and read without a lock.
 ///
 /// Threads: everything may be called from any number of threads.
 class LocationStore {
@@ -69,7 +74,7 @@ public:
 
     /// Null when the path is not that of a location: not absolute, or with an empty level.
     LocationNode* findOrAdd(std::string_view path);
-    /// Null when the path was never asked for.
+    /// Null when the path was never asked for; it may be null or not when a sibling was.
     LocationNode* find(std::string_view path);
 
     /// The arguments of the Op as its type prepared them, once for all Ops of this identity;
@@ -85,10 +90,10 @@ public:
 
 private:
     LocationNode* locate(std::string_view path, bool add);
-    LocationNode* descend(std::string_view path, bool add);
-    LocationNode* findChild(LocationNode* parent, std::string_view name, std::uint32_t hint);
+    LocationNode* descend(std::string_view folder, bool add);
     LocationNode* child(LocationNode* parent, std::string_view name, std::uint32_t hint, bool add);
-    LocationNode* addChild(LocationNode* parent, std::string_view name);
+    LocationNode* addChildren(LocationNode* parent, std::string_view name);
+    void append(LocationNode* parent, ChildList& list, std::string_view name, std::uint64_t hash);
 
     LocationNode root;
     const OxAttribute::Hash identity;

@@ -4,7 +4,6 @@
 #include <array>
 #include <atomic>
 #include <condition_variable>
-#include <exception>
 #include <mutex>
 #include <unordered_map>
 
@@ -39,7 +38,12 @@ std::array<Counter, ThreadSlot::kCount>& CookCounters() {
 }
 
 void CountCook() {
-    CookCounters()[ThreadSlot::Current()].value.fetch_add(1, std::memory_order_relaxed);
+    const std::uint32_t slot = ThreadSlot::Current();
+    std::atomic<std::uint64_t>& value = CookCounters()[slot].value;
+    if (slot == ThreadSlot::kShared)
+        value.fetch_add(1, std::memory_order_relaxed);
+    else
+        value.store(value.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
 }
 
 /// Where threads meet that want one location: they wait here for the one that cooks it.
@@ -51,6 +55,29 @@ struct alignas(64) Crossing {
 Crossing& CrossingOf(const LocationNode& node) {
     static auto* const crossings = new std::array<Crossing, 64>;
     return (*crossings)[reinterpret_cast<std::uintptr_t>(&node) / sizeof(LocationNode) % 64];
+}
+
+void WaitWhileCooked(LocationNode& node) {
+    Crossing& crossing = CrossingOf(node);
+    std::unique_lock<std::mutex> guard(crossing.lock);
+    std::uint32_t state = node.state.load(std::memory_order_acquire);
+    while (state & LocationNode::kCooking) {
+        const std::uint32_t awaited = state | LocationNode::kAwaited;
+        if (!node.state.compare_exchange_weak(state, awaited, std::memory_order_acquire)) continue;
+        crossing.cooked.wait(guard);
+        state = node.state.load(std::memory_order_acquire);
+    }
+}
+
+/// After everything that the cook left in the node.
+void EndCook(LocationNode& node) {
+    constexpr std::uint32_t over = LocationNode::kCooking | LocationNode::kAwaited;
+    const std::uint32_t before = node.state.fetch_and(~over, std::memory_order_acq_rel);
+    if (!(before & LocationNode::kAwaited)) return;
+    Crossing& crossing = CrossingOf(node);
+    // Whoever announced to wait does so by now, or will see that the cook is over.
+    { const std::lock_guard<std::mutex> guard(crossing.lock); }
+    crossing.cooked.notify_all();
 }
 
 std::uint32_t NextEviction() {
@@ -197,47 +224,42 @@ LocationData OpNode::cook(const std::string& path, std::uint32_t eviction,
 
 LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
                             std::uint32_t eviction) const {
-    Crossing& crossing = CrossingOf(node);
-    std::unique_lock<std::mutex> guard(crossing.lock);
+    std::uint32_t state = node.state.load(std::memory_order_acquire);
     for (;;) {
-        const std::uint32_t state = node.state.load(std::memory_order_relaxed);
         if (state & LocationNode::kCooking) {
             if (IsCookedByThisThread(node))
                 throw CookError(label() + " at \"" + path + "\": the location needs itself");
-            crossing.cooked.wait(guard);
+            WaitWhileCooked(node);
+            state = node.state.load(std::memory_order_acquire);
             continue;
         }
         if (!(state & LocationNode::kStale) && node.freshness >= eviction)
             if (LocationRecord* record = node.acquireRecord()) return LocationData(record);
-        break;
+        // An eviction that comes from here on makes the location stale again.
+        if (node.state.compare_exchange_weak(state, LocationNode::kCooking,
+                                             std::memory_order_acq_rel, std::memory_order_acquire))
+            break;
     }
-    // Evictions take no lock. One that comes from here on makes the location stale again.
-    const std::uint32_t before =
-        node.state.exchange(LocationNode::kCooking, std::memory_order_acq_rel);
-    if ((before & LocationNode::kStale) && node.freshness >= eviction) eviction = NextEviction();
-    guard.unlock();
+    if ((state & LocationNode::kStale) && node.freshness >= eviction) eviction = NextEviction();
+    return cookNow(node, path, eviction);
+}
 
+/// By the thread that has set kCooking.
+LocationData OpNode::cookNow(LocationNode& node, const std::string& path,
+                             std::uint32_t eviction) const {
     LocationRecord* record = nullptr;
-    std::exception_ptr failure;
     try {
         record = compute(node, path, eviction);
     } catch (...) {
-        failure = std::current_exception();
+        if (eviction != 0) node.state.fetch_or(LocationNode::kStale, std::memory_order_relaxed);
+        EndCook(node);
+        throw;
     }
-
-    guard.lock();
-    if (record) {
-        record->retain(); // the node's own reference; the other is the caller's
-        LocationRecord* previous = node.record.exchange(record, std::memory_order_acq_rel);
-        if (previous) previous->release();
-        node.freshness = std::max(node.freshness, eviction);
-    }
-    if (failure && eviction != 0)
-        node.state.fetch_or(LocationNode::kStale, std::memory_order_relaxed);
-    node.state.fetch_and(~std::uint32_t(LocationNode::kCooking), std::memory_order_release);
-    guard.unlock();
-    crossing.cooked.notify_all();
-    if (failure) std::rethrow_exception(failure);
+    record->retain(); // the node's own reference; the other is the caller's
+    LocationRecord* previous = node.record.exchange(record, std::memory_order_acq_rel);
+    if (previous) previous->release();
+    if (eviction != 0) node.freshness = std::max(node.freshness.load(), eviction);
+    EndCook(node);
     return LocationData(record);
 }
 

@@ -48,6 +48,8 @@ struct OpNode {
 private:
     TellarRuntime::LocationData cookAt(LocationNode& node, const std::string& path,
                                        std::uint32_t eviction) const;
+    TellarRuntime::LocationData cookNow(LocationNode& node, const std::string& path,
+                                        std::uint32_t eviction) const;
     LocationRecord* compute(LocationNode& node, const std::string& path,
                             std::uint32_t eviction) const;
 };

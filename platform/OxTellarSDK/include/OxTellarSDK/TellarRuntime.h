@@ -5,13 +5,14 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/Export.h>
+#include <OxTellarSDK/LocationRecord.h>
 
 namespace OxTellarRuntimeDetail {
-struct LocationRecord;
 struct OpNode;
 struct RuntimeState;
 } // namespace OxTellarRuntimeDetail
@@ -72,11 +73,20 @@ private:
 class OXTELLARSDK_API TellarRuntime::LocationData {
 public:
     LocationData() noexcept = default;
-    LocationData(const LocationData& other) noexcept;
-    LocationData(LocationData&& other) noexcept : record(other.record) { other.record = nullptr; }
-    LocationData& operator=(const LocationData& other) noexcept;
-    LocationData& operator=(LocationData&& other) noexcept;
-    ~LocationData();
+    LocationData(const LocationData& other) noexcept : record(other.record) {
+        if (record) record->retain();
+    }
+    LocationData(LocationData&& other) noexcept : record(std::exchange(other.record, nullptr)) {}
+    LocationData& operator=(const LocationData& other) noexcept {
+        return *this = LocationData(other);
+    }
+    LocationData& operator=(LocationData&& other) noexcept {
+        std::swap(record, other.record);
+        return *this;
+    }
+    ~LocationData() {
+        if (record) record->release();
+    }
 
     /// From a group with the children "exists" (int; absent means 1), "attrs" (group)
     /// and "pc" (string); the last two may be absent. An invalid group gives invalid
@@ -86,11 +96,20 @@ public:
     /// False for a default-constructed object, and for a location never cooked.
     bool isValid() const noexcept { return record != nullptr; }
     /// False for invalid data.
-    bool doesLocationExist() const noexcept;
-    /// Invalid when the location has no attributes.
-    OxAttribute::GroupAttribute getAttrs() const;
-    /// The names of the location's potential children; invalid when it has none.
-    OxAttribute::StringAttribute getPotentialChildren() const;
+    bool doesLocationExist() const noexcept { return record && record->exists; }
+    /// Invalid when the location has no attributes. In place: lives as long as this object.
+    const OxAttribute::GroupAttribute& getAttrs() const& {
+        return record ? record->attrs : OxTellarRuntimeDetail::LocationRecord::NoAttrs();
+    }
+    OxAttribute::GroupAttribute getAttrs() && { return std::as_const(*this).getAttrs(); }
+    /// The names of the location's potential children; invalid when it has none. In place.
+    const OxAttribute::StringAttribute& getPotentialChildren() const& {
+        return record ? record->potentialChildren
+                      : OxTellarRuntimeDetail::LocationRecord::NoPotentialChildren();
+    }
+    OxAttribute::StringAttribute getPotentialChildren() && {
+        return std::as_const(*this).getPotentialChildren();
+    }
     /// Of existence, attributes and potential children; computed on first need and kept.
     OxAttribute::Hash getHash() const;
 

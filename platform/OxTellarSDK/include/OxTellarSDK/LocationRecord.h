@@ -5,8 +5,9 @@
 #include <cstdint>
 
 #include <OxTellarSDK/Attribute.h>
-#include <OxTellarSDK/TellarRuntime.h>
+#include <OxTellarSDK/Export.h>
 
+/// The runtime's own, and public only so that reading a location costs no calls.
 namespace OxTellarRuntimeDetail {
 
 /// What one cook gave. Immutable while anybody counts it.
@@ -14,12 +15,12 @@ namespace OxTellarRuntimeDetail {
 /// Records come from a pool whose memory stays records for ever: a reader may try to count a
 /// record that was just let go by everybody else, finds the count at 0 and looks again.
 struct LocationRecord {
+    OxAttribute::GroupAttribute attrs;
+    OxAttribute::StringAttribute potentialChildren;
     std::atomic<std::uint32_t> count{0};
     std::uint32_t exists : 1;
     std::uint32_t noteStore : 31; // shortId of the store of the Op that made the note
     std::atomic<std::uint64_t> hash[2] = {{0}, {0}}; // known once the first is not 0
-    OxAttribute::GroupAttribute attrs;
-    OxAttribute::StringAttribute potentialChildren;
     OxAttribute::Attribute note;
 
     LocationRecord() : exists(0), noteStore(0) {}
@@ -43,8 +44,12 @@ struct LocationRecord {
         if (count.fetch_sub(1, std::memory_order_acq_rel) == 1) recycle();
     }
 
+    // What data without a record answers.
+    OXTELLARSDK_API static const OxAttribute::GroupAttribute& NoAttrs();
+    OXTELLARSDK_API static const OxAttribute::StringAttribute& NoPotentialChildren();
+
 private:
-    void recycle() noexcept;
+    OXTELLARSDK_API void recycle() noexcept;
 };
 
 } // namespace OxTellarRuntimeDetail
