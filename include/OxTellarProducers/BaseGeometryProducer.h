@@ -15,6 +15,8 @@
 
 namespace TELLAR {
 
+class PooledPath;
+
 /// What all producers over a runtime share: one cooked location, and navigation on top of how the
 /// variant gets at location data. A snapshot of one cook, never refreshed.
 class TELLAR_API BaseGeometryProducer : public GeometryProducer {
@@ -41,6 +43,17 @@ public:
     static void operator delete(void* memory, std::size_t bytes) noexcept;
 
 protected:
+    /// What navigation makes below a producer of one of this library's own variants. It is known
+    /// to be of no derived class, so its own children are made straight by `make`.
+    using Make = Ptr (*)(BaseGeometryProducer& parent, PooledPath& path,
+                         TellarRuntime::LocationData&& data, std::int64_t index);
+    BaseGeometryProducer(Make make, BaseGeometryProducer& parentProducer, PooledPath& path,
+                         TellarRuntime::LocationData&& data, std::int64_t index);
+
+    /// The nearest producer from here up that navigation did not make. It owns the client that
+    /// those below it only borrow, and is of the same variant.
+    BaseGeometryProducer& getClientOwner();
+
     virtual TellarRuntime::LocationData getLocationData(const std::string& path, bool evict) = 0;
     /// A producer of the same variant, sharing this one's client.
     virtual Ptr createChild(std::string path, TellarRuntime::LocationData data, std::int64_t index,
@@ -49,10 +62,10 @@ protected:
 private:
     Ptr findExistingChild(std::int64_t firstIndex, bool evict);
 
-    std::string locationPath; // its room goes back to the pool in the end
+    std::string* const locationPath; // goes back to the pool in the end
     const TellarRuntime::LocationData locationData;
     const std::int64_t childIndex;
-    const OxAttribute::GroupAttribute attrs;
+    const Make makeChild; // null for a producer that navigation did not make
 };
 
 } // namespace TELLAR

@@ -29,9 +29,10 @@ protected:
                     boost::intrusive_ptr<BaseGeometryProducer> parentProducer) override;
 
 private:
-    SyncGeometryProducer(const SyncGeometryProducer& maker, std::string path,
-                         TellarRuntime::LocationData data, std::int64_t index,
-                         boost::intrusive_ptr<BaseGeometryProducer> parentProducer);
+    SyncGeometryProducer(SyncGeometryProducer& maker, PooledPath& path,
+                         TellarRuntime::LocationData&& data, std::int64_t index);
+    static Ptr MakeChild(BaseGeometryProducer& maker, PooledPath& path,
+                         TellarRuntime::LocationData&& data, std::int64_t index);
 
     // A producer made by navigation leaves the owning to its ancestors, which it keeps alive.
     const std::shared_ptr<TellarRuntime::Client> owner;

@@ -31,13 +31,15 @@ protected:
                     boost::intrusive_ptr<BaseGeometryProducer> parentProducer) override;
 
 private:
-    ThreadAwareGeometryProducer(const ThreadAwareGeometryProducer& maker, std::string path,
-                                TellarRuntime::LocationData data, std::int64_t index,
-                                boost::intrusive_ptr<BaseGeometryProducer> parentProducer);
+    ThreadAwareGeometryProducer(ThreadAwareGeometryProducer& maker, PooledPath& path,
+                                TellarRuntime::LocationData&& data, std::int64_t index);
+    static Ptr MakeChild(BaseGeometryProducer& maker, PooledPath& path,
+                         TellarRuntime::LocationData&& data, std::int64_t index);
 
     // A producer made by navigation leaves the owning to its ancestors, which it keeps alive.
     const boost::shared_ptr<ThreadLocalClient> owner;
     ThreadLocalClient* const threadLocalClient;
+    const bool isPlainClient; // of no derived class
 };
 
 } // namespace TELLAR

@@ -32,6 +32,9 @@ public:
 private:
     class Store;
     friend struct StoreRegistry;
+    friend class ThreadAwareGeometryProducer;
+    /// As getClient of this very class, without another reference: the thread keeps its client.
+    const std::shared_ptr<TellarRuntime::Client>& getHeldClient();
 
     OpTreeSource source;
     boost::shared_ptr<Store> store; // empty for an invalid source

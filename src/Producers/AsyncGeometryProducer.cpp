@@ -1,5 +1,7 @@
 #include <OxTellarProducers/AsyncGeometryProducer.h>
 
+#include "NavigationPool.h"
+
 using OxAttribute::GroupAttribute;
 using OxAttribute::IntAttribute;
 using OxAttribute::StringAttribute;
@@ -13,20 +15,14 @@ AsyncGeometryProducer::AsyncGeometryProducer(
     : BaseGeometryProducer(std::move(path), std::move(data), index, std::move(parentProducer)),
       owner(std::move(treeClient)), client(owner.get()) {}
 
-AsyncGeometryProducer::AsyncGeometryProducer(
-    const AsyncGeometryProducer& maker, std::string path, TellarRuntime::LocationData data,
-    std::int64_t index, boost::intrusive_ptr<BaseGeometryProducer> parentProducer)
-    : BaseGeometryProducer(std::move(path), std::move(data), index, std::move(parentProducer)),
-      client(maker.client) {}
+AsyncGeometryProducer::AsyncGeometryProducer(AsyncGeometryProducer& maker, PooledPath& path,
+                                             TellarRuntime::LocationData&& data, std::int64_t index)
+    : BaseGeometryProducer(&MakeChild, maker, path, std::move(data), index), client(maker.client) {}
 
 AsyncGeometryProducer::~AsyncGeometryProducer() = default;
 
 std::shared_ptr<TellarRuntime::Client> AsyncGeometryProducer::getClient() {
-    // What navigation made owns no client; what it was made from is of this variant too.
-    const AsyncGeometryProducer* producer = this;
-    while (!producer->owner && producer->client)
-        producer = static_cast<const AsyncGeometryProducer*>(producer->getRawParentPtr());
-    return producer->owner;
+    return static_cast<AsyncGeometryProducer&>(getClientOwner()).owner;
 }
 
 TellarRuntime::LocationData AsyncGeometryProducer::getLocationData(const std::string& path, bool) {
@@ -43,8 +39,21 @@ GeometryProducer::Ptr
 AsyncGeometryProducer::createChild(std::string path, TellarRuntime::LocationData data,
                                    std::int64_t index,
                                    boost::intrusive_ptr<BaseGeometryProducer> parentProducer) {
-    return new AsyncGeometryProducer(*this, std::move(path), std::move(data), index,
-                                     std::move(parentProducer));
+    if (parentProducer != this)
+        return new AsyncGeometryProducer(
+            static_cast<AsyncGeometryProducer&>(getClientOwner()).owner, std::move(path),
+            std::move(data), index, std::move(parentProducer));
+    PooledPath pooled;
+    *pooled = std::move(path);
+    return new AsyncGeometryProducer(*this, pooled, std::move(data), index);
+}
+
+GeometryProducer::Ptr AsyncGeometryProducer::MakeChild(BaseGeometryProducer& maker,
+                                                       PooledPath& path,
+                                                       TellarRuntime::LocationData&& data,
+                                                       std::int64_t index) {
+    return new AsyncGeometryProducer(static_cast<AsyncGeometryProducer&>(maker), path,
+                                     std::move(data), index);
 }
 
 } // namespace TELLAR

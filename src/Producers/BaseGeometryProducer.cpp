@@ -1,6 +1,7 @@
 #include <OxTellarProducers/BaseGeometryProducer.h>
 
 #include "LocationNames.h"
+#include "NavigationPool.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::StringAttribute;
@@ -10,11 +11,19 @@ namespace TELLAR {
 BaseGeometryProducer::BaseGeometryProducer(
     std::string path, TellarRuntime::LocationData data, std::int64_t index,
     boost::intrusive_ptr<BaseGeometryProducer> parentProducer)
-    : GeometryProducer(std::move(parentProducer)), locationPath(std::move(path)),
-      locationData(std::move(data)), childIndex(index), attrs(locationData.getAttrs()) {}
+    : GeometryProducer(std::move(parentProducer)), locationPath(NavigationPool::TakePath()),
+      locationData(std::move(data)), childIndex(index), makeChild(nullptr) {
+    *locationPath = std::move(path);
+}
+
+BaseGeometryProducer::BaseGeometryProducer(Make make, BaseGeometryProducer& parentProducer,
+                                           PooledPath& path, TellarRuntime::LocationData&& data,
+                                           std::int64_t index)
+    : GeometryProducer(&parentProducer), locationPath(path.release()),
+      locationData(std::move(data)), childIndex(index), makeChild(make) {}
 
 BaseGeometryProducer::~BaseGeometryProducer() {
-    NavigationPool::GivePath(std::move(locationPath));
+    NavigationPool::GivePath(locationPath);
 }
 
 void* BaseGeometryProducer::operator new(std::size_t bytes) {
@@ -26,7 +35,7 @@ void BaseGeometryProducer::operator delete(void* memory, std::size_t bytes) noex
 }
 
 void BaseGeometryProducer::getAttributeNames(std::set<std::string>* names) {
-    InsertChildNames(attrs, names);
+    InsertChildNames(locationData.getAttrs(), names);
 }
 
 StringAttribute BaseGeometryProducer::getPotentialChildren() {
@@ -34,13 +43,13 @@ StringAttribute BaseGeometryProducer::getPotentialChildren() {
 }
 
 Attribute BaseGeometryProducer::getAttribute(const char* name) {
-    return AttributeAt(attrs, name);
+    return AttributeAt(locationData.getAttrs(), name);
 }
 std::string BaseGeometryProducer::getName() {
-    return LeafName(locationPath);
+    return LeafName(*locationPath);
 }
 std::string BaseGeometryProducer::getFullName() {
-    return locationPath;
+    return *locationPath;
 }
 std::string BaseGeometryProducer::getHash() {
     return locationData.getHash().str();
@@ -56,7 +65,7 @@ GeometryProducer::Ptr BaseGeometryProducer::getChildByName(const char* name, boo
         const auto names = children.getSample(sample);
         for (std::size_t i = 0; i < names.size(); ++i) {
             if (names[i] != wanted) continue;
-            std::string path = ChildPath(locationPath, wanted);
+            std::string path = ChildPath(*locationPath, wanted);
             TellarRuntime::LocationData data = getLocationData(path, evict);
             if (!data.doesLocationExist()) return nullptr;
             return createChild(std::move(path), std::move(data), static_cast<std::int64_t>(i),
@@ -77,14 +86,26 @@ GeometryProducer::Ptr BaseGeometryProducer::getNextSibling(bool evict) {
 }
 
 GeometryProducer::Ptr BaseGeometryProducer::findExistingChild(std::int64_t firstIndex, bool evict) {
-    const StringAttribute names = getPotentialChildren();
+    // A class derived elsewhere may present other names, and make other children.
+    const StringAttribute presented = makeChild ? StringAttribute() : getPotentialChildren();
+    const StringAttribute& names = makeChild ? locationData.getPotentialChildren() : presented;
     const std::int64_t count = names.getNumberOfValues();
     for (std::int64_t i = firstIndex; i < count; ++i) {
-        std::string path = ChildPath(locationPath, names.getValueView(i));
-        TellarRuntime::LocationData data = getLocationData(path, evict);
-        if (data.doesLocationExist()) return createChild(std::move(path), std::move(data), i, this);
+        PooledPath path;
+        SetChildPath(*path, *locationPath, names.getValueView(i));
+        TellarRuntime::LocationData data = getLocationData(*path, evict);
+        if (!data.doesLocationExist()) continue;
+        if (makeChild) return makeChild(*this, path, std::move(data), i);
+        return createChild(std::move(*path), std::move(data), i, this);
     }
     return nullptr;
+}
+
+BaseGeometryProducer& BaseGeometryProducer::getClientOwner() {
+    BaseGeometryProducer* producer = this;
+    while (producer->makeChild)
+        producer = static_cast<BaseGeometryProducer*>(producer->getRawParentPtr());
+    return *producer;
 }
 
 } // namespace TELLAR

@@ -1,5 +1,6 @@
 #include <OxTellarProducers/GeometryProducer.h>
 
+#include <array>
 #include <atomic>
 #include <limits>
 #include <vector>
@@ -15,13 +16,27 @@ namespace TELLAR {
 
 namespace {
 
-// For a look in the debugger; nothing reads it. It may miss a count when threads meet: a locked
-// addition for every producer would cost more than the number is worth.
-std::atomic<std::int32_t> liveProducers{0};
+// How many producers live: the sum, for a look in the debugger; nothing reads it. Each thread
+// counts in a cache line of its own for as long as there are enough of them. Threads that share one
+// may miss a count: a locked addition for every producer would cost more than the number is worth.
+struct alignas(64) ProducerCount {
+    std::atomic<std::int32_t> live{0};
+};
+std::array<ProducerCount, 64> producerCounts;
+
+std::atomic<std::int32_t>& OwnProducerCount() {
+    static std::atomic<std::size_t> threads{0};
+    thread_local std::atomic<std::int32_t>* own = nullptr;
+    if (!own)
+        own =
+            &producerCounts[threads.fetch_add(1, std::memory_order_relaxed) % producerCounts.size()]
+                 .live;
+    return *own;
+}
 
 void CountProducers(std::int32_t difference) {
-    liveProducers.store(liveProducers.load(std::memory_order_relaxed) + difference,
-                        std::memory_order_relaxed);
+    std::atomic<std::int32_t>& live = OwnProducerCount();
+    live.store(live.load(std::memory_order_relaxed) + difference, std::memory_order_relaxed);
 }
 
 constexpr int kProvided = 0;
@@ -74,7 +89,7 @@ GeometryProducer::Ptr GeometryProducer::getProducerByPath(const std::string& pat
 }
 
 std::string GeometryProducer::getType() {
-    return StringAttribute(getAttribute("type")).getValue("", false);
+    return std::string(StringAttribute(getAttribute("type")).getValueView());
 }
 
 Attribute GeometryProducer::getGlobalAttribute(const std::string& name) {

@@ -1,6 +1,7 @@
 #ifndef OXTELLARPRODUCERS_LOCATIONNAMES_H
 #define OXTELLARPRODUCERS_LOCATIONNAMES_H
 
+#include <cstring>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -8,22 +9,26 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "NavigationPool.h"
-
 namespace TELLAR {
 
 /// The text after the last "/"; empty when there is none.
-inline std::string LeafName(const std::string& path) {
+inline std::string LeafName(std::string_view path) {
     const std::size_t slash = path.rfind('/');
-    return slash == std::string::npos ? std::string() : path.substr(slash + 1);
+    return slash == std::string_view::npos ? std::string() : std::string(path.substr(slash + 1));
 }
 
-inline std::string ChildPath(const std::string& parentPath, std::string_view name) {
-    std::string path = NavigationPool::TakePath();
-    path.reserve(parentPath.size() + 1 + name.size());
-    path += parentPath;
-    path += '/';
-    path += name;
+/// `path` may hold anything before; its room is used.
+inline void SetChildPath(std::string& path, std::string_view parentPath, std::string_view name) {
+    const std::size_t slash = parentPath.size();
+    path.resize(slash + 1 + name.size());
+    if (slash > 0) std::memcpy(path.data(), parentPath.data(), slash);
+    path[slash] = '/';
+    if (!name.empty()) std::memcpy(path.data() + slash + 1, name.data(), name.size());
+}
+
+inline std::string ChildPath(std::string_view parentPath, std::string_view name) {
+    std::string path;
+    SetChildPath(path, parentPath, name);
     return path;
 }
 

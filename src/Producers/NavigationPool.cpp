@@ -2,7 +2,6 @@
 
 #include <array>
 #include <new>
-#include <utility>
 
 namespace TELLAR {
 
@@ -17,7 +16,7 @@ constexpr std::size_t kLongestKeptPath = 1024;
 
 struct Pool {
     std::array<void*, kKept> blocks{};
-    std::array<std::string, kKept> paths;
+    std::array<std::string*, kKept> paths{};
     std::size_t blockCount = 0;
     std::size_t pathCount = 0;
 
@@ -33,6 +32,8 @@ Pool::~Pool() {
     threadPoolEnded = true;
     while (blockCount > 0)
         ::operator delete(blocks[--blockCount]);
+    while (pathCount > 0)
+        delete paths[--pathCount];
 }
 
 Pool* MakePool() {
@@ -63,17 +64,17 @@ void NavigationPool::GiveMemory(void* memory, std::size_t bytes) noexcept {
         ::operator delete(memory);
 }
 
-std::string NavigationPool::TakePath() {
+std::string* NavigationPool::TakePath() {
     Pool* pool = GetPool();
-    if (!pool || pool->pathCount == 0) return {};
-    return std::move(pool->paths[--pool->pathCount]);
+    return pool && pool->pathCount > 0 ? pool->paths[--pool->pathCount] : new std::string;
 }
 
-void NavigationPool::GivePath(std::string&& path) noexcept {
+void NavigationPool::GivePath(std::string* path) noexcept {
     Pool* pool = GetPool();
-    if (!pool || pool->pathCount == kKept || path.capacity() > kLongestKeptPath) return;
-    path.clear();
-    pool->paths[pool->pathCount++] = std::move(path);
+    if (pool && pool->pathCount < kKept && path->capacity() <= kLongestKeptPath)
+        pool->paths[pool->pathCount++] = path;
+    else
+        delete path;
 }
 
 } // namespace TELLAR

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
 
 namespace TELLAR {
 
@@ -14,11 +15,28 @@ namespace NavigationPool {
 void* TakeMemory(std::size_t bytes);
 void GiveMemory(void* memory, std::size_t bytes) noexcept;
 
-/// An empty string.
-std::string TakePath();
-void GivePath(std::string&& path) noexcept;
+/// With any content.
+std::string* TakePath();
+void GivePath(std::string* path) noexcept;
 
 } // namespace NavigationPool
+
+/// A path string of the pool; it goes back unless it is released to a producer.
+class PooledPath {
+public:
+    PooledPath() : path(NavigationPool::TakePath()) {}
+    ~PooledPath() {
+        if (path) NavigationPool::GivePath(path);
+    }
+    PooledPath(const PooledPath&) = delete;
+    PooledPath& operator=(const PooledPath&) = delete;
+
+    std::string& operator*() const { return *path; }
+    std::string* release() { return std::exchange(path, nullptr); }
+
+private:
+    std::string* path;
+};
 
 } // namespace TELLAR
 

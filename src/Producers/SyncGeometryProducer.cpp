@@ -1,5 +1,7 @@
 #include <OxTellarProducers/SyncGeometryProducer.h>
 
+#include "NavigationPool.h"
+
 namespace TELLAR {
 
 SyncGeometryProducer::SyncGeometryProducer(
@@ -9,20 +11,14 @@ SyncGeometryProducer::SyncGeometryProducer(
     : BaseGeometryProducer(std::move(path), std::move(data), index, std::move(parentProducer)),
       owner(std::move(treeClient)), client(owner.get()) {}
 
-SyncGeometryProducer::SyncGeometryProducer(
-    const SyncGeometryProducer& maker, std::string path, TellarRuntime::LocationData data,
-    std::int64_t index, boost::intrusive_ptr<BaseGeometryProducer> parentProducer)
-    : BaseGeometryProducer(std::move(path), std::move(data), index, std::move(parentProducer)),
-      client(maker.client) {}
+SyncGeometryProducer::SyncGeometryProducer(SyncGeometryProducer& maker, PooledPath& path,
+                                           TellarRuntime::LocationData&& data, std::int64_t index)
+    : BaseGeometryProducer(&MakeChild, maker, path, std::move(data), index), client(maker.client) {}
 
 SyncGeometryProducer::~SyncGeometryProducer() = default;
 
 std::shared_ptr<TellarRuntime::Client> SyncGeometryProducer::getClient() {
-    // What navigation made owns no client; what it was made from is of this variant too.
-    const SyncGeometryProducer* producer = this;
-    while (!producer->owner && producer->client)
-        producer = static_cast<const SyncGeometryProducer*>(producer->getRawParentPtr());
-    return producer->owner;
+    return static_cast<SyncGeometryProducer&>(getClientOwner()).owner;
 }
 
 TellarRuntime::LocationData SyncGeometryProducer::getLocationData(const std::string& path,
@@ -35,8 +31,20 @@ GeometryProducer::Ptr
 SyncGeometryProducer::createChild(std::string path, TellarRuntime::LocationData data,
                                   std::int64_t index,
                                   boost::intrusive_ptr<BaseGeometryProducer> parentProducer) {
-    return new SyncGeometryProducer(*this, std::move(path), std::move(data), index,
-                                    std::move(parentProducer));
+    if (parentProducer != this)
+        return new SyncGeometryProducer(static_cast<SyncGeometryProducer&>(getClientOwner()).owner,
+                                        std::move(path), std::move(data), index,
+                                        std::move(parentProducer));
+    PooledPath pooled;
+    *pooled = std::move(path);
+    return new SyncGeometryProducer(*this, pooled, std::move(data), index);
+}
+
+GeometryProducer::Ptr SyncGeometryProducer::MakeChild(BaseGeometryProducer& maker, PooledPath& path,
+                                                      TellarRuntime::LocationData&& data,
+                                                      std::int64_t index) {
+    return new SyncGeometryProducer(static_cast<SyncGeometryProducer&>(maker), path,
+                                    std::move(data), index);
 }
 
 } // namespace TELLAR

@@ -233,14 +233,18 @@ LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
             state = node.state.load(std::memory_order_acquire);
             continue;
         }
-        if (!(state & LocationNode::kStale) && node.freshness >= eviction)
-            if (LocationRecord* record = node.acquireRecord()) return LocationData(record);
         // An eviction that comes from here on makes the location stale again.
         if (node.state.compare_exchange_weak(state, LocationNode::kCooking,
                                              std::memory_order_acq_rel, std::memory_order_acquire))
             break;
     }
-    if ((state & LocationNode::kStale) && node.freshness >= eviction) eviction = NextEviction();
+    if (node.freshness < eviction) return cookNow(node, path, eviction);
+    if (state & LocationNode::kStale) return cookNow(node, path, NextEviction());
+    // Another thread may have come and gone since this one found no record.
+    if (LocationRecord* record = node.acquireRecord()) {
+        EndCook(node);
+        return LocationData(record);
+    }
     return cookNow(node, path, eviction);
 }
 

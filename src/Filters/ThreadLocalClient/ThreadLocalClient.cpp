@@ -91,7 +91,12 @@ ThreadLocalClient::ThreadLocalClient(const OpTreeSource& opTreeSource)
 ThreadLocalClient::~ThreadLocalClient() = default;
 
 std::shared_ptr<TellarRuntime::Client> ThreadLocalClient::getClient() {
-    return store ? store->getClient(source) : nullptr;
+    return getHeldClient();
+}
+
+const std::shared_ptr<TellarRuntime::Client>& ThreadLocalClient::getHeldClient() {
+    static const Client* const none = new Client;
+    return store ? store->getClient(source) : *none;
 }
 
 } // namespace TELLAR
