@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,19 +17,17 @@ struct StaticSceneState : State {
     std::string location;
 };
 
-/// Where this thread will probably find the next child at the path's depth: just after the
-/// one it found there before, for a scene is walked sibling by sibling.
-std::int64_t& HintFor(std::string_view path) {
-    thread_local std::array<std::int64_t, 32> hints{};
-    const auto depth = std::count(path.begin(), path.end(), '/');
-    return hints[static_cast<std::size_t>(depth) % hints.size()];
+/// Whether encoding would change the name, or might have made it.
+bool HasEncodedCharacter(std::string_view name) {
+    bool has = false;
+    for (const char c : name)
+        has |= c == '.' || c == '/' || c == '%' || c == '\0';
+    return has;
 }
 
 /// The index of the child whose decoded name is `name`, or -1.
 std::int64_t FindEncoded(const GroupAttribute& children, std::string_view name, std::int64_t hint) {
-    constexpr std::string_view encodedCharacters("./%\0", 4);
-    if (name.find_first_of(encodedCharacters) == std::string_view::npos)
-        return children.findChild(name, hint);
+    if (!HasEncodedCharacter(name)) return children.findChild(name, hint);
     const std::int64_t index = children.findChild(DelimiterEncode(name), hint);
     if (index >= 0) return index;
     // Written without encoding, and yet not to be mistaken for an encoded name.
@@ -47,13 +43,9 @@ GroupAttribute AttrsOf(const GroupAttribute& description) {
 }
 
 /// Invalid when there is no such child, or it is no group.
-GroupAttribute ChildDescription(const GroupAttribute& description, std::string_view name,
-                                std::int64_t& hint) {
-    const GroupAttribute children = ChildrenOf(description);
-    const std::int64_t index = FindEncoded(children, name, hint);
-    if (index < 0) return GroupAttribute();
-    hint = index + 1;
-    return children.getChildByIndex(index);
+GroupAttribute ChildDescription(const GroupAttribute& children, std::string_view name,
+                                std::int64_t hint) {
+    return children.getChildByIndex(FindEncoded(children, name, hint));
 }
 
 /// From the description of `location` down to that of `path`, which lies below it.
@@ -62,8 +54,7 @@ GroupAttribute Descend(GroupAttribute description, std::string_view path,
     while (description.isValid() && path.size() > location.size()) {
         const std::string_view name = NameTowards(path, location);
         location = path.substr(0, location.size() + 1 + name.size());
-        std::int64_t hint = -1;
-        description = ChildDescription(description, name, hint);
+        description = ChildDescription(ChildrenOf(description), name, -1);
     }
     return description;
 }
@@ -106,19 +97,15 @@ public:
               Inputs::None) {}
 
     void cook(CookContext& context) const override {
-        const std::string& path = context.path();
+        const GroupAttribute siblings(context.parentNote());
         const std::string& location = StateOf<StaticSceneState>(context).location;
-        if (!OxLocationPath::IsSelfOrBelow(path, location)) {
+        if (siblings.isValid())
+            present(context, ChildDescription(siblings, OxLocationPath::Name(context.path()),
+                                              context.probableIndex()));
+        else if (OxLocationPath::IsSelfOrBelow(context.path(), location))
+            present(context, findDescription(context, location));
+        else
             cookAncestor(context, location);
-            return;
-        }
-        const GroupAttribute description = findDescription(context, location);
-        if (!description.isValid()) return;
-        context.setAttrs(AttrsOf(description));
-        const GroupAttribute children = ChildrenOf(description);
-        if (children.getNumberOfChildren() == 0) return;
-        context.setPotentialChildren(DecodedNames(children));
-        context.setNote(description); // leads the children's cooks straight to their descriptions
     }
 
 protected:
@@ -137,15 +124,20 @@ private:
         context.setPotentialChildren(MakeNames({NameTowards(location, context.path())}));
     }
 
+    static void present(CookContext& context, const GroupAttribute& description) {
+        if (!description.isValid()) return;
+        context.setAttrs(AttrsOf(description));
+        const GroupAttribute children = ChildrenOf(description);
+        if (children.getNumberOfChildren() == 0) return;
+        context.setPotentialChildren(DecodedNames(children));
+        context.setNote(children); // leads their cooks straight to their descriptions
+    }
+
     static GroupAttribute findDescription(const CookContext& context, std::string_view location) {
-        const std::string_view path = context.path();
         // The arguments themselves have the layout of a location.
-        if (path.size() == location.size())
+        if (context.path().size() == location.size())
             return context.args().isValid() ? context.args() : GroupAttribute(true);
-        const GroupAttribute parent(context.parentNote());
-        if (parent.isValid())
-            return ChildDescription(parent, OxLocationPath::Name(path), HintFor(path));
-        return Descend(context.args(), path, location);
+        return Descend(context.args(), context.path(), location);
     }
 };
 

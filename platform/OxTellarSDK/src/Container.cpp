@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "BlockHash.h"
 #include "ThreadSlot.h"
 
 namespace OxAttribute {
@@ -163,7 +164,7 @@ void Container::verifyBlock(std::uint64_t block) {
     const std::uint64_t end = std::min(begin + kBlockBytes, footer.tableOffset);
     std::uint64_t expected;
     std::memcpy(&expected, base + footer.tableOffset + block * 8, sizeof expected);
-    if (XXH3_64bits(base + begin, end - begin) != expected)
+    if (HashBlock(base + begin, end - begin) != expected)
         throw std::runtime_error(name + " is damaged: bytes " + std::to_string(begin) + " to " +
                                  std::to_string(end) + " do not have their checksum");
     verifiedBlocks[block].store(1, std::memory_order_release);
@@ -297,34 +298,36 @@ void Container::checkGroup(const Node* node, const Place& place) {
 
 void Container::checkNames(const Node* node) {
     const FileEntry* entries = Entries<FileEntry>(node);
+    const bool sorted = node->count > kLinearSearchLimit;
     for (std::uint64_t i = 0; i < node->count; ++i) {
         const FileEntry& entry = entries[i];
         const std::uint64_t offset = entry.nameUnit * kUnitBytes;
         verifyRange(offset, endOf(node, offset, 1, entry.nameLength + 1ull));
+        // In a short group nobody looks at the hash.
         if (base[offset + entry.nameLength] != '\0' ||
-            HashName(NameOf(node, entry)) != entry.nameHash)
+            (sorted && HashName(NameOf(node, entry)) != entry.nameHash))
             damaged("a group has a name that is not what it states", node->unit);
     }
     const auto sameName = [&](std::uint64_t a, std::uint64_t b) {
-        return entries[a].nameHash == entries[b].nameHash &&
+        return entries[a].nameLength == entries[b].nameLength &&
                NameOf(node, entries[a]) == NameOf(node, entries[b]);
     };
-    if (node->count <= kLinearSearchLimit) {
+    if (!sorted) {
         for (std::uint64_t i = 0; i < node->count; ++i)
             for (std::uint64_t j = 0; j < i; ++j)
                 if (sameName(i, j)) damaged("a group has two children of one name", node->unit);
         return;
     }
-    const std::uint32_t* sorted = SortedIndices<FileEntry>(node);
+    const std::uint32_t* order = SortedIndices<FileEntry>(node);
     for (std::uint64_t i = 0; i < node->count; ++i) {
-        if (sorted[i] >= node->count) damaged("a group has an impossible order", node->unit);
+        if (order[i] >= node->count) damaged("a group has an impossible order", node->unit);
         if (i == 0) continue;
-        const std::uint32_t a = sorted[i - 1], b = sorted[i];
+        const std::uint32_t a = order[i - 1], b = order[i];
         if (entries[a].nameHash > entries[b].nameHash ||
             (entries[a].nameHash == entries[b].nameHash && a >= b))
             damaged("a group has an impossible order", node->unit);
-        for (std::uint64_t j = i; j-- > 0 && entries[sorted[j]].nameHash == entries[b].nameHash;) {
-            if (sameName(sorted[j], b)) damaged("a group has two children of one name", node->unit);
+        for (std::uint64_t j = i; j-- > 0 && entries[order[j]].nameHash == entries[b].nameHash;) {
+            if (sameName(order[j], b)) damaged("a group has two children of one name", node->unit);
             if (i - j >= kMaximumEqualHashes)
                 damaged("a group has too many names of one hash", node->unit);
         }

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "BlockHash.h"
+
 namespace OxAttribute {
 
 namespace {
@@ -45,7 +47,7 @@ public:
 
     void finishBlock() {
         if (block.empty()) return;
-        checksums.push_back(XXH3_64bits(block.data(), block.size()));
+        checksums.push_back(HashBlock(block.data(), block.size()));
         passOn(block.data(), block.size());
         block.clear();
     }

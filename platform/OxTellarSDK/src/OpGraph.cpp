@@ -162,6 +162,8 @@ public:
         return record && record->noteStore == op.store->shortId() ? record->note : Attribute();
     }
 
+    std::int64_t probableIndex() const override { return node.index; }
+
     bool isFresh() const override { return eviction != 0; }
 
     /// The result with one reference for the caller.

@@ -1,6 +1,7 @@
 #ifndef OXTELLARSDK_OPTYPE_H
 #define OXTELLARSDK_OPTYPE_H
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -70,6 +71,9 @@ public:
     /// The note that this Op's cook of the parent location kept, if that result is at
     /// hand; invalid otherwise. Nothing is cooked for it.
     virtual OxAttribute::Attribute parentNote() const = 0;
+    /// Where among its parent's potential children the location probably stands: a place to
+    /// look at first, no more.
+    virtual std::int64_t probableIndex() const = 0;
 
     /// True when somebody evicted the location: what was read from outside (a file)
     /// must be looked at again.

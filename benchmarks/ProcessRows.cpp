@@ -1,0 +1,169 @@
+// What depends on the whole process and can be measured once in it: opening, memory, and the array
+// scene.
+
+#include <algorithm>
+#include <thread>
+
+#include <malloc.h>
+
+#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/DescriptionJson.h>
+#include <OxTellarSDK/GroupBuilder.h>
+
+#include "Measure.h"
+#include "PointerTree.h"
+#include "Rows.h"
+#include "Scene.h"
+#include "Walk.h"
+
+using namespace OxAttribute;
+
+namespace TellarBench {
+
+namespace {
+
+/// When a scene's root was there, and when the children of /root/world were listed.
+struct Opening {
+    double rootSeconds;
+    double childrenSeconds;
+    Checksum sum;
+};
+
+Opening OpenLibrary(const Route& route) {
+    Opening opening{};
+    const Stopwatch watch;
+    const Producer root = route.openFile(GetScenePath(GetOptions().leaves));
+    opening.sum.add(ReadNames(root.get()));
+    opening.rootSeconds = watch.seconds();
+    const Producer world = root->getChildByName("world");
+    for (Producer child = world->getFirstChild(); child; child = child->getNextSibling())
+        opening.sum.add(ReadNames(child.get()));
+    opening.childrenSeconds = watch.seconds();
+    return opening;
+}
+
+Opening OpenTree() {
+    Opening opening{};
+    const Stopwatch watch;
+    const std::unique_ptr<Node> root = LoadTree(GetDumpPath(GetOptions().leaves));
+    opening.sum.add(ReadNames(root.get()));
+    opening.rootSeconds = watch.seconds();
+    for (const auto& child : root->children.front()->children)
+        opening.sum.add(ReadNames(child.get()));
+    opening.childrenSeconds = watch.seconds();
+    return opening;
+}
+
+void CompareOpening(const Route& route, Row& row) {
+    const Opening library = OpenLibrary(route);
+    const Opening tree = OpenTree();
+    row.verify(library.sum, tree.sum);
+    row.report("root_ms", library.rootSeconds * 1e3, tree.rootSeconds * 1e3);
+    row.report("children_ms", library.childrenSeconds * 1e3, tree.childrenSeconds * 1e3);
+    row.finish(library.childrenSeconds);
+}
+
+/// Bytes that the process has grown by since this was made.
+class Growth {
+public:
+    double bytes() const { return GetAnonymousBytes() - before; }
+
+private:
+    const double before = GetAnonymousBytes();
+};
+
+void MeasureMemory(const Route& route, bool withThread, Row& row) {
+    const Stopwatch watch;
+    const std::int64_t leaves = GetOptions().leaves;
+    const double perLocation = 1.0 / static_cast<double>(CountLocations(leaves));
+    Checksum treeSum;
+    // In a process of its own, so that neither finds memory that the other has freed.
+    const double tree = MeasureInChild([&] {
+                            const Growth growth;
+                            const auto root = BuildTree(leaves);
+                            return std::vector<double>{growth.bytes() * perLocation};
+                        }).at(0);
+
+    const Growth growth;
+    Producer root = route.openFile(GetScenePath(leaves));
+    const double opened = growth.bytes() * perLocation;
+    const Checksum sum = WalkNames(root.get());
+    const double walked = growth.bytes() * perLocation;
+    double withSecondThread = 0;
+    Checksum secondSum;
+    if (withThread)
+        std::thread([&] {
+            secondSum = WalkNames(root.get());
+            withSecondThread = growth.bytes() * perLocation; // while its client is its own
+        }).join();
+    root.reset();
+    const double dropped = growth.bytes() * perLocation;
+
+    treeSum = WalkNames(static_cast<const Node*>(BuildTree(leaves).get()));
+    row.verify(sum, treeSum);
+    if (withThread) row.verify(secondSum, treeSum);
+    row.report("open_bytes", opened);
+    row.report("walked_bytes", walked, tree);
+    row.report("dropped_bytes", dropped);
+    if (withThread) row.report("thread_bytes", withSecondThread - walked);
+    row.finish(watch.seconds());
+}
+
+/// examples/million.json, with as many trees as make about `leaves` locations.
+GroupAttribute DescribeForest(std::int64_t leaves) {
+    constexpr std::int64_t kTreesPerMillion = 210000;
+    const std::int64_t trees = std::max<std::int64_t>(1, leaves * kTreesPerMillion / 1000000);
+    GroupBuilder description;
+    description.update(ReadDescriptionJsonFile(TELLAR_BENCH_EXAMPLES "/million.json"));
+    description.set("forest.opArgs.count", IntAttribute(static_cast<std::int32_t>(trees)));
+    return description.build();
+}
+
+/// A pointer tree of the names and types under a location.
+std::unique_ptr<Node> CopyNames(GeometryProducer* location) {
+    auto node = std::make_unique<Node>();
+    node->name = location->getName();
+    node->type = location->getType();
+    for (Producer child = location->getFirstChild(); child; child = child->getNextSibling()) {
+        node->children.push_back(CopyNames(child.get()));
+        node->children.back()->parent = node.get();
+    }
+    return node;
+}
+
+void CompareArray(const Route& route, Row& row) {
+    const GroupAttribute description = DescribeForest(GetOptions().leaves);
+    const Growth growth;
+    const Producer root = route.openDescription(description);
+    const Stopwatch watch;
+    const Checksum sum = WalkNames(root.get());
+    const double seconds = watch.seconds();
+    const double bytes = growth.bytes();
+
+    ::malloc_trim(0); // or the tree would be made of what the walk has freed
+    const Growth treeGrowth;
+    const std::unique_ptr<Node> tree = CopyNames(root.get());
+    const double treeBytes = treeGrowth.bytes();
+    const Stopwatch treeWatch;
+    const Checksum treeSum = WalkNames(static_cast<const Node*>(tree.get()));
+    const double treeSeconds = treeWatch.seconds();
+
+    row.verify(sum, treeSum);
+    const auto locations = static_cast<double>(sum.locations);
+    row.report("ns", seconds * 1e9 / locations, treeSeconds * 1e9 / locations);
+    row.report("bytes", bytes / locations, treeBytes / locations);
+    row.finish(seconds);
+}
+
+} // namespace
+
+void AddProcessRows(const Route& route) {
+    AddRow(std::string("open/") + route.name, 1, [&route](Row& row) { CompareOpening(route, row); });
+    AddRow(std::string("memory/") + route.name, 1, [&route](Row& row) {
+        const bool withThread = &route == &kThreadAware;
+        MeasureMemory(route, withThread, row);
+    });
+    AddRow(std::string("array/") + route.name, 1, [&route](Row& row) { CompareArray(route, row); });
+}
+
+} // namespace TellarBench

@@ -1,0 +1,31 @@
+#ifndef TELLAR_BENCH_ROWS_H
+#define TELLAR_BENCH_ROWS_H
+
+#include <string>
+
+#include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarSDK/Attribute.h>
+
+namespace TellarBench {
+
+/// A way of opening scenes that the rows below are measured through. Both functions return the
+/// producer of /root and throw std::runtime_error when there is none.
+struct Route {
+    const char* name; ///< the last part of the rows' names
+    TELLAR::GeometryProducer::Ptr (*openFile)(const std::string& opFile);
+    TELLAR::GeometryProducer::Ptr (*openDescription)(const OxAttribute::GroupAttribute& ops);
+};
+
+extern const Route kSync;
+extern const Route kThreadAware;
+
+// Each registers the rows of the file of its name.
+void AddWalkRows(const Route& route);
+void AddLookupRows(const Route& route);
+void AddProcessRows(const Route& route);
+void AddThreadRows(const Route& route); ///< for a route that several threads may take
+void AddFileRows();
+
+} // namespace TellarBench
+
+#endif

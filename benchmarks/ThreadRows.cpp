@@ -1,0 +1,202 @@
+// Two threads against one: the same walk, split between them by the groups below /root/world.
+
+#include <chrono>
+#include <condition_variable>
+#include <exception>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <OxTellarSDK/TellarRuntime.h>
+
+#include "Measure.h"
+#include "PointerTree.h"
+#include "Rows.h"
+#include "Scene.h"
+#include "Walk.h"
+
+namespace TellarBench {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// Lets a number of threads go on together, again and again.
+class Barrier {
+public:
+    explicit Barrier(int threadCount) : threads(threadCount) {}
+
+    void wait() {
+        std::unique_lock<std::mutex> guard(lock);
+        const int round = rounds;
+        if (++waiting == threads) {
+            waiting = 0;
+            ++rounds;
+            everyone.notify_all();
+            return;
+        }
+        everyone.wait(guard, [&] { return rounds != round; });
+    }
+
+private:
+    const int threads;
+    std::mutex lock;
+    std::condition_variable everyone;
+    int waiting = 0;
+    int rounds = 0;
+};
+
+/// One thread's share of one walk.
+struct Share {
+    Clock::time_point start;
+    Clock::time_point end;
+    Checksum sum;
+};
+
+// Every thread goes over the groups below /root/world and walks each `threads`th of them; the
+// first one reads what is above them too.
+
+Checksum WalkShare(GeometryProducer* root, int thread, int threads) {
+    Checksum sum;
+    const Producer world = root->getChildByName("world");
+    if (!world) throw std::runtime_error("there is no /root/world");
+    if (thread == 0) {
+        sum.add(ReadNames(root));
+        sum.add(ReadNames(world.get()));
+    }
+    int group = 0;
+    for (Producer child = world->getFirstChild(); child; child = child->getNextSibling())
+        if (group++ % threads == thread) sum.add(WalkNames(child.get()));
+    return sum;
+}
+
+Checksum WalkShare(const Node* root, int thread, int threads) {
+    Checksum sum;
+    const Node* world = root->children.front().get();
+    if (thread == 0) {
+        sum.add(ReadNames(root));
+        sum.add(ReadNames(world));
+    }
+    int group = 0;
+    for (const auto& child : world->children)
+        if (group++ % threads == thread)
+            sum.add(WalkNames(static_cast<const Node*>(child.get())));
+    return sum;
+}
+
+struct WalkTimes {
+    double first = 0;
+    double second = 0;
+    Checksum sum; // of both walks
+};
+
+/// From the first start to the last end.
+double GetSeconds(const std::vector<Share>& shares) {
+    Clock::time_point start = shares[0].start;
+    Clock::time_point end = shares[0].end;
+    for (const Share& share : shares) {
+        start = std::min(start, share.start);
+        end = std::max(end, share.end);
+    }
+    return std::chrono::duration<double>(end - start).count();
+}
+
+/// Walks twice with new threads; what each thread makes for itself is part of its first walk.
+template <typename Location>
+WalkTimes WalkTwice(Location root, int threads) {
+    Barrier barrier(threads);
+    std::vector<Share> first(static_cast<std::size_t>(threads));
+    std::vector<Share> second(first.size());
+    std::vector<std::exception_ptr> errors(first.size());
+    std::vector<std::thread> workers;
+    for (int thread = 0; thread < threads; ++thread)
+        workers.emplace_back([&, thread, place = static_cast<std::size_t>(thread)] {
+            for (Share* share : {&first[place], &second[place]}) {
+                barrier.wait();
+                try {
+                    share->start = Clock::now();
+                    share->sum = WalkShare(root, thread, threads);
+                    share->end = Clock::now();
+                } catch (...) {
+                    errors[place] = std::current_exception();
+                }
+            }
+        });
+    for (std::thread& worker : workers)
+        worker.join();
+    for (const std::exception_ptr& error : errors)
+        if (error) std::rethrow_exception(error);
+
+    WalkTimes times;
+    times.first = GetSeconds(first);
+    times.second = GetSeconds(second);
+    for (const auto* shares : {&first, &second})
+        for (const Share& share : *shares)
+            times.sum.add(share.sum);
+    return times;
+}
+
+struct LibraryTimes : WalkTimes {
+    double cooks = 0;
+};
+
+/// In a process of its own, where nothing has been cooked yet.
+LibraryTimes WalkLibraryCold(const Route& route, int threads) {
+    const std::vector<double> figures = MeasureInChild([&]() -> std::vector<double> {
+        const std::uint64_t cooksBefore = TellarRuntime::getNumberOfCooks();
+        const Producer root = route.openFile(GetScenePath(GetOptions().leaves));
+        const WalkTimes times = WalkTwice(root.get(), threads);
+        const std::uint64_t cooks = TellarRuntime::getNumberOfCooks() - cooksBefore;
+        // 64 bits do not fit into a double.
+        return {times.first,
+                times.second,
+                static_cast<double>(cooks),
+                static_cast<double>(times.sum.value >> 32),
+                static_cast<double>(times.sum.value & 0xFFFFFFFF),
+                static_cast<double>(times.sum.locations)};
+    });
+    LibraryTimes times;
+    times.first = figures.at(0);
+    times.second = figures.at(1);
+    times.cooks = figures.at(2);
+    times.sum.value = static_cast<std::uint64_t>(figures.at(3)) << 32 |
+                      static_cast<std::uint64_t>(figures.at(4));
+    times.sum.locations = static_cast<std::int64_t>(figures.at(5));
+    return times;
+}
+
+void CheckCooks(const std::string& name, double cooks, double locations) {
+    if (cooks == locations) return;
+    throw std::runtime_error(name + ": " + std::to_string(static_cast<std::int64_t>(cooks)) +
+                             " cooks for " +
+                             std::to_string(static_cast<std::int64_t>(locations)) + " locations");
+}
+
+void CompareThreads(const Route& route, const std::string& name, Row& row) {
+    const LibraryTimes one = WalkLibraryCold(route, 1);
+    const LibraryTimes two = WalkLibraryCold(route, 2);
+    const auto tree = BuildTree(GetOptions().leaves);
+    const Node* const treeRoot = tree.get();
+    const WalkTimes treeOne = WalkTwice(treeRoot, 1);
+    const WalkTimes treeTwo = WalkTwice(treeRoot, 2);
+    row.verify(one.sum, treeOne.sum);
+    row.verify(two.sum, treeTwo.sum);
+    const auto locations = static_cast<double>(CountNodes(*tree));
+    CheckCooks(name, one.cooks, locations);
+    CheckCooks(name, two.cooks, locations);
+    row.report("first_times", one.first / two.first, treeOne.first / treeTwo.first);
+    row.report("second_times", one.second / two.second, treeOne.second / treeTwo.second);
+    row.report("cooks", two.cooks, locations);
+    row.finish(two.first + two.second);
+}
+
+} // namespace
+
+void AddThreadRows(const Route& route) {
+    const std::string name = std::string("two_threads/") + route.name;
+    AddRow(name, 1, [&route, name](Row& row) { CompareThreads(route, name, row); });
+}
+
+} // namespace TellarBench

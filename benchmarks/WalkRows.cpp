@@ -1,0 +1,205 @@
+// Walks over the whole scene: names and types, attributes, and world matrices.
+
+#include <cstring>
+
+#include <Imath/ImathMatrix.h>
+#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/XFormUtil.h>
+
+#include "Measure.h"
+#include "PointerTree.h"
+#include "Rows.h"
+#include "Scene.h"
+#include "Walk.h"
+
+using namespace OxAttribute;
+using Imath::M44d;
+
+namespace TellarBench {
+
+namespace {
+
+constexpr int kPasses = 5;
+
+/// A scene all of which has been walked once, and its pointer tree.
+struct WarmScene {
+    explicit WarmScene(const Route& route)
+        : root(route.openFile(GetScenePath(GetOptions().leaves))),
+          tree(BuildTree(GetOptions().leaves)) {
+        WalkNames(root.get());
+    }
+
+    Producer root;
+    std::unique_ptr<Node> tree;
+};
+
+double NanosecondsPerLocation() {
+    return 1e9 / static_cast<double>(CountLocations(GetOptions().leaves));
+}
+
+template <typename Sample>
+void AddSample(const Sample& sample, LocationSum& sum) {
+    sum.addAll(sample.data(), sample.size());
+}
+
+Checksum WalkAttributes(GeometryProducer* root) {
+    Checksum total;
+    Walk(root, [&total](GeometryProducer* location) {
+        LocationSum sum = ReadNames(location);
+        const DoubleAttribute matrix = location->getAttribute("xform.matrix");
+        AddSample(matrix.getNearestSample(0.0f), sum);
+        sum.add(FloatAttribute(location->getAttribute("user.f0")).getValue(0.0f, false));
+        sum.add(FloatAttribute(location->getAttribute("user.f1")).getValue(0.0f, false));
+        sum.add(FloatAttribute(location->getAttribute("user.f2")).getValue(0.0f, false));
+        sum.addText(StringAttribute(location->getAttribute("user.s")).getValue("", false));
+        sum.add(IntAttribute(location->getAttribute("user.i")).getValue(0, false));
+        const FloatAttribute colour = location->getAttribute("user.c");
+        AddSample(colour.getNearestSample(0.0f), sum);
+        const DoubleAttribute bound = location->getAttribute("bound");
+        AddSample(bound.getNearestSample(0.0f), sum);
+        total.add(sum);
+    });
+    return total;
+}
+
+template <typename T>
+T FindValue(const Node* node, const char* name) {
+    const Value* value = node->find(name);
+    return value ? std::get<T>(*value) : T();
+}
+
+template <typename T>
+void AddArray(const Node* node, const char* name, LocationSum& sum) {
+    const Value* value = node->find(name);
+    if (value)
+        AddSample(std::get<std::vector<T>>(*value), sum);
+    else
+        sum.add(std::size_t{0});
+}
+
+Checksum WalkAttributes(const Node* root) {
+    Checksum total;
+    Walk(root, [&total](const Node* node) {
+        LocationSum sum = ReadNames(node);
+        sum.addAll(node->matrix.data(), node->hasMatrix ? node->matrix.size() : 0);
+        sum.add(FindValue<float>(node, "user.f0"));
+        sum.add(FindValue<float>(node, "user.f1"));
+        sum.add(FindValue<float>(node, "user.f2"));
+        const Value* text = node->find("user.s");
+        sum.addText(text ? std::string_view(std::get<std::string>(*text)) : std::string_view());
+        sum.add(FindValue<std::int32_t>(node, "user.i"));
+        AddArray<float>(node, "user.c", sum);
+        AddArray<double>(node, "bound", sum);
+        total.add(sum);
+    });
+    return total;
+}
+
+M44d ToMatrix(const double* values) {
+    M44d matrix;
+    std::memcpy(&matrix.x, values, sizeof(matrix.x));
+    return matrix;
+}
+
+void AddMatrix(const M44d& matrix, LocationSum& sum) {
+    sum.addAll(&matrix.x[0][0], 16);
+}
+
+// The world matrix of every leaf from the leaf itself, its ancestors looked up each time.
+
+Checksum WalkWorldMatricesOfLeaves(GeometryProducer* root) {
+    Checksum total;
+    Walk(root, [&total](GeometryProducer* location) {
+        LocationSum sum;
+        sum.addText(location->getName());
+        const std::string type = location->getType();
+        sum.addText(type);
+        if (type == kLeafType) {
+            const GroupAttribute chain = location->getGlobalXFormGroup();
+            const DoubleAttribute world =
+                OxXFormUtil::CalcTransformMatrixAtTime(chain, 0.0f).first;
+            AddSample(world.getNearestSample(0.0f), sum);
+        }
+        total.add(sum);
+    });
+    return total;
+}
+
+Checksum WalkWorldMatricesOfLeaves(const Node* root) {
+    Checksum total;
+    Walk(root, [&total](const Node* node) {
+        LocationSum sum = ReadNames(node);
+        if (node->type == kLeafType) {
+            M44d world = ToMatrix(node->matrix.data());
+            for (const Node* above = node->parent; above; above = above->parent)
+                if (above->hasMatrix) world *= ToMatrix(above->matrix.data());
+            AddMatrix(world, sum);
+        }
+        total.add(sum);
+    });
+    return total;
+}
+
+// The same matrices with each parent's kept along the walk.
+
+void WalkWorldMatricesKept(GeometryProducer* location, const M44d& parentWorld, Checksum& total) {
+    LocationSum sum;
+    sum.addText(location->getName());
+    const std::string type = location->getType();
+    sum.addText(type);
+    M44d world = parentWorld;
+    const DoubleAttribute matrix = location->getAttribute("xform.matrix");
+    const auto sample = matrix.getNearestSample(0.0f);
+    if (sample.size() == 16) world = ToMatrix(sample.data()) * parentWorld;
+    if (type == kLeafType) AddMatrix(world, sum);
+    total.add(sum);
+    for (Producer child = location->getFirstChild(false); child;
+         child = child->getNextSibling(false))
+        WalkWorldMatricesKept(child.get(), world, total);
+}
+
+void WalkWorldMatricesKept(const Node* node, const M44d& parentWorld, Checksum& total) {
+    LocationSum sum = ReadNames(node);
+    M44d world = parentWorld;
+    if (node->hasMatrix) world = ToMatrix(node->matrix.data()) * parentWorld;
+    if (node->type == kLeafType) AddMatrix(world, sum);
+    total.add(sum);
+    for (const auto& child : node->children)
+        WalkWorldMatricesKept(child.get(), world, total);
+}
+
+template <typename Location>
+Checksum WalkWorldMatricesKept(Location root) {
+    Checksum total;
+    WalkWorldMatricesKept(root, M44d(), total);
+    return total;
+}
+
+/// A row over a warm scene. `walk` is taken once for producers and once for nodes.
+template <typename WalkAny>
+void AddWarmRow(const char* name, const Route& route, WalkAny walk) {
+    AddRow(std::string(name) + "/" + route.name, kPasses, [&route, walk](Row& row) {
+        const WarmScene scene(route);
+        row.compare(
+            "ns", NanosecondsPerLocation(), [&] { return walk(scene.root.get()); },
+            [&] { return walk(static_cast<const Node*>(scene.tree.get())); });
+    });
+}
+
+} // namespace
+
+void AddWalkRows(const Route& route) {
+    AddRow(std::string("first_walk/") + route.name, 1, [&route](Row& row) {
+        const auto tree = BuildTree(GetOptions().leaves);
+        const Producer root = route.openFile(GetScenePath(GetOptions().leaves));
+        row.compare(
+            "ns", NanosecondsPerLocation(), [&] { return WalkNames(root.get()); },
+            [&] { return WalkNames(static_cast<const Node*>(tree.get())); });
+    });
+    AddWarmRow("second_walk", route, [](auto root) { return WalkNames(root); });
+    AddWarmRow("read_attributes", route, [](auto root) { return WalkAttributes(root); });
+    AddWarmRow("world_of_leaves", route, [](auto root) { return WalkWorldMatricesOfLeaves(root); });
+    AddWarmRow("world_kept", route, [](auto root) { return WalkWorldMatricesKept(root); });
+}
+
+} // namespace TellarBench
