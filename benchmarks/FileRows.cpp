@@ -1,8 +1,10 @@
 // Writing and reading op files, against plain writing and reading of the same bytes.
 
 #include <algorithm>
-#include <filesystem>
+#include <cstdio>
 #include <string>
+
+#include <unistd.h>
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/AttributeStream.h>
@@ -21,28 +23,84 @@ namespace {
 constexpr int kPasses = 3;
 constexpr double kMegabyte = 1e6;
 
-/// Content as a checksum: an attribute's hash and a file's size.
-Checksum MakeChecksum(const Attribute& attribute, std::int64_t bytes) {
-    return {attribute.getHash().uint64(), bytes};
+std::int64_t GetLeaves() {
+    return std::min(GetOptions().leaves, kMostFileLeaves);
 }
 
-/// A file of this process's own, removed by the destructor.
+/// A file of this process alone among the scenes, removed by the destructor.
 class ScratchFile {
 public:
-    explicit ScratchFile(const char* name)
-        : path(GetOptions().scenes + "/" + std::to_string(Stopwatch::Now()) + name) {}
+    ScratchFile() : path(GetOptions().scenes + "/scratch_" + std::to_string(::getpid())) {}
     ~ScratchFile() { remove(); }
     ScratchFile(const ScratchFile&) = delete;
     ScratchFile& operator=(const ScratchFile&) = delete;
     const std::string& getPath() const { return path; }
-    void remove() const {
-        std::error_code ignored;
-        std::filesystem::remove(path, ignored);
-    }
+    void remove() const { std::remove(path.c_str()); }
 
 private:
     const std::string path;
 };
 
+/// What an op file holds and how long it is, as a checksum.
+Checksum SumContent(const GroupAttribute& description, std::int64_t bytes) {
+    return {description.getHash().uint64(), bytes};
+}
+
+/// The seconds that one run takes; on to a new file each.
+template <typename Write>
+double TimeWrite(const ScratchFile& file, const Write& write) {
+    file.remove();
+    const Stopwatch watch;
+    write(file.getPath());
+    return watch.seconds();
+}
+
+void CompareWriting(Row& row) {
+    const GroupAttribute description = DescribeScene(GetLeaves());
+    const std::string bytes = ReadWhole(GetScenePath(GetLeaves()));
+    const ScratchFile opFile;
+    double librarySeconds = 0;
+    double plainSeconds = 0;
+    for (int pass = 0; pass < kPasses; ++pass) {
+        librarySeconds +=
+            TimeWrite(opFile, [&](const std::string& path) { WriteOpFile(path, description); });
+        const std::string written = ReadWhole(opFile.getPath());
+        row.verify(
+            SumContent(ReadOpFile(opFile.getPath()), static_cast<std::int64_t>(written.size())),
+            SumContent(description, static_cast<std::int64_t>(bytes.size())));
+        plainSeconds +=
+            TimeWrite(opFile, [&](const std::string& path) { WriteWhole(path, bytes); });
+    }
+    const double megabytes = static_cast<double>(bytes.size()) / kMegabyte * kPasses;
+    row.report("mb_per_s", megabytes / librarySeconds, megabytes / plainSeconds);
+    row.finish(librarySeconds);
+}
+
+void CompareReading(Row& row) {
+    const std::string path = GetScenePath(GetLeaves());
+    const Checksum expected = SumContent(DescribeScene(GetLeaves()), ReadThrough(path));
+    double librarySeconds = 0;
+    double plainSeconds = 0;
+    for (int pass = 0; pass < kPasses; ++pass) {
+        const Stopwatch libraryWatch;
+        const GroupAttribute description = ReadOpFile(path);
+        const std::uint64_t hash = description.getHash().uint64(); // touches every value
+        librarySeconds += libraryWatch.seconds();
+        const Stopwatch plainWatch;
+        const std::int64_t bytes = ReadThrough(path);
+        plainSeconds += plainWatch.seconds();
+        row.verify({hash, bytes}, expected);
+    }
+    const double megabytes = static_cast<double>(expected.locations) / kMegabyte * kPasses;
+    row.report("mb_per_s", megabytes / librarySeconds, megabytes / plainSeconds);
+    row.finish(librarySeconds);
+}
+
 } // namespace
+
+void AddFileRows() {
+    AddRow("write_op_file", 1, CompareWriting);
+    AddRow("read_op_file", 1, CompareReading);
+}
+
 } // namespace TellarBench

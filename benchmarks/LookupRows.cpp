@@ -2,6 +2,7 @@
 // attribute of a leaf, and an attribute that leaves inherit.
 
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
 

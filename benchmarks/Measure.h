@@ -28,9 +28,7 @@ Options& GetOptions();
 /// Seconds since it was made.
 class Stopwatch {
 public:
-    double seconds() const {
-        return std::chrono::duration<double>(Clock::now() - start).count();
-    }
+    double seconds() const { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -76,36 +76,36 @@ void MeasureMemory(const Route& route, bool withThread, Row& row) {
     const Stopwatch watch;
     const std::int64_t leaves = GetOptions().leaves;
     const double perLocation = 1.0 / static_cast<double>(CountLocations(leaves));
-    Checksum treeSum;
     // In a process of its own, so that neither finds memory that the other has freed.
-    const double tree = MeasureInChild([&] {
-                            const Growth growth;
-                            const auto root = BuildTree(leaves);
-                            return std::vector<double>{growth.bytes() * perLocation};
-                        }).at(0);
+    const std::vector<double> tree = MeasureInChild([&] {
+        const Growth growth;
+        const auto root = BuildTree(leaves);
+        return std::vector<double>{growth.bytes() * perLocation};
+    });
 
     const Growth growth;
     Producer root = route.openFile(GetScenePath(leaves));
-    const double opened = growth.bytes() * perLocation;
+    const double opened = growth.bytes();
     const Checksum sum = WalkNames(root.get());
-    const double walked = growth.bytes() * perLocation;
-    double withSecondThread = 0;
-    Checksum secondSum;
-    if (withThread)
-        std::thread([&] {
-            secondSum = WalkNames(root.get());
-            withSecondThread = growth.bytes() * perLocation; // while its client is its own
-        }).join();
+    const double walked = growth.bytes();
     root.reset();
-    const double dropped = growth.bytes() * perLocation;
+    const double dropped = growth.bytes();
+    row.report("open_bytes", opened * perLocation);
+    row.report("walked_bytes", walked * perLocation, tree.at(0));
+    row.report("dropped_bytes", dropped * perLocation);
 
-    treeSum = WalkNames(static_cast<const Node*>(BuildTree(leaves).get()));
+    Checksum threadSum = sum;
+    if (withThread) {
+        std::thread([&] {
+            const Producer own = route.openFile(GetScenePath(leaves));
+            threadSum = WalkNames(own.get());
+            row.report("thread_bytes", (growth.bytes() - dropped) * perLocation);
+        }).join();
+    }
+    const auto built = BuildTree(leaves);
+    const Checksum treeSum = WalkNames(static_cast<const Node*>(built.get()));
     row.verify(sum, treeSum);
-    if (withThread) row.verify(secondSum, treeSum);
-    row.report("open_bytes", opened);
-    row.report("walked_bytes", walked, tree);
-    row.report("dropped_bytes", dropped);
-    if (withThread) row.report("thread_bytes", withSecondThread - walked);
+    row.verify(threadSum, treeSum);
     row.finish(watch.seconds());
 }
 
@@ -158,7 +158,8 @@ void CompareArray(const Route& route, Row& row) {
 } // namespace
 
 void AddProcessRows(const Route& route) {
-    AddRow(std::string("open/") + route.name, 1, [&route](Row& row) { CompareOpening(route, row); });
+    AddRow(std::string("open/") + route.name, 1,
+           [&route](Row& row) { CompareOpening(route, row); });
     AddRow(std::string("memory/") + route.name, 1, [&route](Row& row) {
         const bool withThread = &route == &kThreadAware;
         MeasureMemory(route, withThread, row);

@@ -51,8 +51,8 @@ GroupAttribute DescribeGroup(const Matrix* matrix, const Children& children) {
     GroupBuilder attributes;
     attributes.set("type", StringAttribute(kGroupType));
     if (matrix) attributes.set("xform.matrix", MakeArray<DoubleAttribute>(*matrix, 16));
-    return GroupAttribute(Children{{"a", attributes.build()}, {"c", GroupAttribute(children, true)}},
-                          true);
+    return GroupAttribute(
+        Children{{"a", attributes.build()}, {"c", GroupAttribute(children, true)}}, true);
 }
 
 GroupAttribute DescribeInnerGroup(std::int64_t j, std::int64_t leaves) {
@@ -92,8 +92,9 @@ Leaf::Leaf(std::int64_t k)
     : name("leaf_" + std::to_string(k)),
       matrix{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, To<double>(k), To<double>(k % kWidth), 5, 1},
       floats{To<float>(k), To<float>(2 * k + 1), To<float>(k) * 0.5f},
-      text("text of leaf " + std::to_string(k)), integer(To<std::int32_t>(k)),
-      colour{To<float>(k) * 0.25f, To<float>(k + 1), To<float>(k + 2)},
+      text("text of leaf " + std::to_string(k)),
+      integer(To<std::int32_t>(k)), colour{To<float>(k) * 0.25f, To<float>(k + 1),
+                                           To<float>(k + 2)},
       bound{To<double>(k), To<double>(k + 1), 0, 1, 0, To<double>(k + 2)},
       points{To<float>(k),     0, 0, To<float>(k + 1), 0, 0,
              To<float>(k + 1), 1, 0, To<float>(k),     1, 0},
@@ -143,21 +144,23 @@ std::string GetDumpPath(std::int64_t leaves) {
     return GetFilePath("tree", leaves, ".bin");
 }
 
-void PrepareScene(std::int64_t leaves) {
+void PrepareScenes(std::int64_t leaves) {
     namespace fs = std::filesystem;
     fs::create_directories(GetOptions().scenes);
-    const std::string scene = GetScenePath(leaves);
-    if (!fs::exists(scene)) {
-        std::fprintf(stderr, "tellar_bench: making %s\n", scene.c_str());
-        WriteOpFile(scene, DescribeScene(leaves));
+    for (const std::int64_t count : {leaves, std::min(leaves, kMostFileLeaves)}) {
+        const std::string path = GetScenePath(count);
+        if (!fs::exists(path)) {
+            std::fprintf(stderr, "tellar_bench: making %s\n", path.c_str());
+            WriteOpFile(path, DescribeScene(count));
+        }
+        ReadThrough(path);
     }
-    const std::string dump = GetDumpPath(leaves);
-    if (!fs::exists(dump)) {
-        std::fprintf(stderr, "tellar_bench: making %s\n", dump.c_str());
-        SaveTree(*BuildTree(leaves), dump);
+    const std::string path = GetDumpPath(leaves);
+    if (!fs::exists(path)) {
+        std::fprintf(stderr, "tellar_bench: making %s\n", path.c_str());
+        SaveTree(*BuildTree(leaves), path);
     }
-    ReadThrough(scene);
-    ReadThrough(dump);
+    ReadThrough(path);
 }
 
 } // namespace TellarBench

@@ -26,6 +26,9 @@ constexpr int kSceneFormat = 1;
 
 constexpr std::int64_t kWidth = 100; ///< children of a group
 
+/// Leaves of the scene that is written and read as a file, at most.
+constexpr std::int64_t kMostFileLeaves = 100000;
+
 constexpr std::int32_t kInfo = 42; ///< the attribute "info" of /root, which all others inherit
 constexpr const char* kGroupType = "group";
 constexpr const char* kLeafType = "polymesh";
@@ -62,12 +65,13 @@ std::int64_t CountLocations(std::int64_t leaves);
 /// The scene as the description of one StaticScene op.
 OxAttribute::GroupAttribute DescribeScene(std::int64_t leaves);
 
-/// Where PrepareScene puts the op file and the pointer tree's dump.
+/// The op file of a scene, and the dump of its pointer tree.
 std::string GetScenePath(std::int64_t leaves);
 std::string GetDumpPath(std::int64_t leaves);
 
-/// Makes whatever of the two is missing, and reads both through, so that they are in memory.
-void PrepareScene(std::int64_t leaves);
+/// Makes whatever files the rows at this size need and are not there yet, and reads all of them
+/// through, so that they are in memory.
+void PrepareScenes(std::int64_t leaves);
 
 } // namespace TellarBench
 

@@ -81,8 +81,7 @@ Checksum WalkShare(const Node* root, int thread, int threads) {
     }
     int group = 0;
     for (const auto& child : world->children)
-        if (group++ % threads == thread)
-            sum.add(WalkNames(static_cast<const Node*>(child.get())));
+        if (group++ % threads == thread) sum.add(WalkNames(static_cast<const Node*>(child.get())));
     return sum;
 }
 
@@ -161,8 +160,8 @@ LibraryTimes WalkLibraryCold(const Route& route, int threads) {
     times.first = figures.at(0);
     times.second = figures.at(1);
     times.cooks = figures.at(2);
-    times.sum.value = static_cast<std::uint64_t>(figures.at(3)) << 32 |
-                      static_cast<std::uint64_t>(figures.at(4));
+    times.sum.value =
+        static_cast<std::uint64_t>(figures.at(3)) << 32 | static_cast<std::uint64_t>(figures.at(4));
     times.sum.locations = static_cast<std::int64_t>(figures.at(5));
     return times;
 }
@@ -170,8 +169,8 @@ LibraryTimes WalkLibraryCold(const Route& route, int threads) {
 void CheckCooks(const std::string& name, double cooks, double locations) {
     if (cooks == locations) return;
     throw std::runtime_error(name + ": " + std::to_string(static_cast<std::int64_t>(cooks)) +
-                             " cooks for " +
-                             std::to_string(static_cast<std::int64_t>(locations)) + " locations");
+                             " cooks for " + std::to_string(static_cast<std::int64_t>(locations)) +
+                             " locations");
 }
 
 void CompareThreads(const Route& route, const std::string& name, Row& row) {

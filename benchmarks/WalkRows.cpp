@@ -116,8 +116,7 @@ Checksum WalkWorldMatricesOfLeaves(GeometryProducer* root) {
         sum.addText(type);
         if (type == kLeafType) {
             const GroupAttribute chain = location->getGlobalXFormGroup();
-            const DoubleAttribute world =
-                OxXFormUtil::CalcTransformMatrixAtTime(chain, 0.0f).first;
+            const DoubleAttribute world = OxXFormUtil::CalcTransformMatrixAtTime(chain, 0.0f).first;
             AddSample(world.getNearestSample(0.0f), sum);
         }
         total.add(sum);

@@ -49,6 +49,12 @@ function(tellar_library name)
         PUBLIC $<BUILD_INTERFACE:${ARG_HEADERS_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
         PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/src" "${CMAKE_CURRENT_SOURCE_DIR}")
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
+    # Calls inside of the library stay inside, without the detour that would let a program put
+    # its own functions in their place.
+    if(UNIX AND NOT APPLE)
+        target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+        target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
+    endif()
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
         INSTALL_RPATH "$ORIGIN")

@@ -22,7 +22,7 @@ namespace OxTellarRuntimeDetail {
 /// `record` is replaced only by a thread that has set kCooking; everything else but the
 /// atomics is fixed before the node can be found. Nodes live as long as their store.
 struct alignas(64) LocationNode {
-    enum State : std::uint32_t {
+    enum State : std::uint8_t {
         kCooking = 1, // one thread computes
         kStale = 2,   // evicted: the record must be replaced before it is used
         kAwaited = 4  // somebody waits for the one that computes
@@ -30,21 +30,27 @@ struct alignas(64) LocationNode {
 
     LocationNode* parent = nullptr;
     std::atomic<struct ChildList*> children{nullptr};
-    std::atomic<LocationRecord*> record{nullptr}; // counted
+    std::atomic<LocationRecord*> record{nullptr};   // counted
+    std::atomic<const void*> attrsAddress{nullptr}; // only to have it fetched early
     union {
         char inlineName[16];
-        const char* longName; // owned
+        const std::string* longName; // owned
     };
-    std::uint32_t nameLength = 0;
-    std::uint32_t index = 0;  // among the children of the parent
-    std::uint32_t serial = 0; // unique in the store
-    std::atomic<std::uint32_t> state{0};
+    std::uint32_t index = 0;                 // among the children of the parent
+    std::uint32_t serial = 0;                // unique in the store
     std::atomic<std::uint32_t> freshness{0}; // the eviction that the record is younger than
+    std::atomic<std::uint8_t> state{0};
+    std::uint8_t nameLength = 0;
 
     LocationNode() : inlineName{} {}
+    void setName(std::string_view name);
+    bool hasLongName() const { return nameLength == kLongName; }
     std::string_view name() const {
-        return {nameLength <= sizeof inlineName ? inlineName : longName, nameLength};
+        if (hasLongName()) return *longName;
+        return {inlineName, nameLength};
     }
+    static constexpr std::uint8_t kLongName = 0xff;
+
     /// False for a node that was only made beside others.
     bool wasAskedFor() const noexcept {
         return state.load(std::memory_order_acquire) != 0 ||
@@ -53,6 +59,8 @@ struct alignas(64) LocationNode {
     /// The record with one reference for the caller; null when there is none.
     LocationRecord* acquireRecord() const noexcept;
 };
+
+static_assert(sizeof(LocationNode) == 64, "one cache line");
 
 /// All results of one Op identity, shared by every runtime that holds an equal Op.
 ///

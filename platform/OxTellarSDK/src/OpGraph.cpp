@@ -60,9 +60,9 @@ Crossing& CrossingOf(const LocationNode& node) {
 void WaitWhileCooked(LocationNode& node) {
     Crossing& crossing = CrossingOf(node);
     std::unique_lock<std::mutex> guard(crossing.lock);
-    std::uint32_t state = node.state.load(std::memory_order_acquire);
+    std::uint8_t state = node.state.load(std::memory_order_acquire);
     while (state & LocationNode::kCooking) {
-        const std::uint32_t awaited = state | LocationNode::kAwaited;
+        const std::uint8_t awaited = state | LocationNode::kAwaited;
         if (!node.state.compare_exchange_weak(state, awaited, std::memory_order_acquire)) continue;
         crossing.cooked.wait(guard);
         state = node.state.load(std::memory_order_acquire);
@@ -71,8 +71,9 @@ void WaitWhileCooked(LocationNode& node) {
 
 /// After everything that the cook left in the node.
 void EndCook(LocationNode& node) {
-    constexpr std::uint32_t over = LocationNode::kCooking | LocationNode::kAwaited;
-    const std::uint32_t before = node.state.fetch_and(~over, std::memory_order_acq_rel);
+    constexpr std::uint8_t over = LocationNode::kCooking | LocationNode::kAwaited;
+    const std::uint8_t before =
+        node.state.fetch_and(static_cast<std::uint8_t>(~over), std::memory_order_acq_rel);
     if (!(before & LocationNode::kAwaited)) return;
     Crossing& crossing = CrossingOf(node);
     // Whoever announced to wait does so by now, or will see that the cook is over.
@@ -226,7 +227,7 @@ LocationData OpNode::cook(const std::string& path, std::uint32_t eviction,
 
 LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
                             std::uint32_t eviction) const {
-    std::uint32_t state = node.state.load(std::memory_order_acquire);
+    std::uint8_t state = node.state.load(std::memory_order_acquire);
     for (;;) {
         if (state & LocationNode::kCooking) {
             if (IsCookedByThisThread(node))
@@ -262,6 +263,7 @@ LocationData OpNode::cookNow(LocationNode& node, const std::string& path,
         throw;
     }
     record->retain(); // the node's own reference; the other is the caller's
+    node.attrsAddress.store(record->attrs.getHandle(), std::memory_order_relaxed);
     LocationRecord* previous = node.record.exchange(record, std::memory_order_acq_rel);
     if (previous) previous->release();
     if (eviction != 0) node.freshness = std::max(node.freshness.load(), eviction);

@@ -95,8 +95,9 @@ std::shared_ptr<TellarRuntime::Client> ThreadLocalClient::getClient() {
 }
 
 const std::shared_ptr<TellarRuntime::Client>& ThreadLocalClient::getHeldClient() {
+    if (store) return store->getClient(source);
     static const Client* const none = new Client;
-    return store ? store->getClient(source) : *none;
+    return *none;
 }
 
 } // namespace TELLAR

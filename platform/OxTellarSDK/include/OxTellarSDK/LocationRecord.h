@@ -13,8 +13,9 @@ namespace OxTellarRuntimeDetail {
 /// What one cook gave. Immutable while anybody counts it.
 ///
 /// Records come from a pool whose memory stays records for ever: a reader may try to count a
-/// record that was just let go by everybody else, finds the count at 0 and looks again.
-struct LocationRecord {
+/// record that was just let go by everybody else, finds the count at 0 and looks again. Each is a
+/// cache line, so that a reader waits for memory once, and never for another record's counting.
+struct alignas(64) LocationRecord {
     OxAttribute::GroupAttribute attrs;
     OxAttribute::StringAttribute potentialChildren;
     std::atomic<std::uint32_t> count{0};
@@ -22,7 +23,6 @@ struct LocationRecord {
     std::uint32_t noteStore : 31; // shortId of the store of the Op that made the note
     std::atomic<std::uint64_t> hash[2] = {{0}, {0}}; // known once the first is not 0
     OxAttribute::Attribute note;
-
     LocationRecord() : exists(0), noteStore(0) {}
 
     /// A record with count 1, which does not exist and has nothing.

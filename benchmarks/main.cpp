@@ -1,0 +1,178 @@
+// Measures the library against a bare pointer tree of the same data. scripts/bench.sh runs it and
+// prints the table; docs/performance.md says how to read that. Every benchmark reports one or more
+// rows. What a regression in one of them means:
+//
+//   open              files are no longer opened lazily, or loading op types got slow
+//   first_walk        cooking a location for the first time got dearer
+//   second_walk       making a producer, finding the cooked location, reading its name and type
+//   read_attributes   finding an attribute of a location and reading its value
+//   world_of_leaves   gathering the transforms of all ancestors, or composing them
+//   world_kept        reading one matrix
+//   jump              finding a child by name, and locations in no order
+//   dotted_attribute  finding an attribute in nested groups
+//   global_attribute  asking the ancestors for an attribute
+//   two_threads       threads wait for each other or share what they write to
+//   memory            records, their index, or what a thread keeps for itself got bigger
+//   array             an op that makes locations got slow or stores them
+//   write_op_file     building the file, sharing equal values
+//   read_op_file      checks on reading, hashing
+
+#include <charconv>
+#include <cstdio>
+#include <exception>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include <OxTellarProducers/ClientFactory.h>
+#include <OxTellarProducers/CreateGeometryProducer.h>
+#include <OxTellarProducers/OpTreeSource.h>
+
+#include "Measure.h"
+#include "Rows.h"
+#include "Scene.h"
+
+namespace TellarBench {
+
+namespace {
+
+using TELLAR::GeometryProducer;
+using TELLAR::OpTreeSource;
+
+constexpr int kFailed = 1;
+constexpr int kRefused = 2;
+constexpr std::int64_t kMostLeaves = 10000000; // integers of the scene are exact in floats
+
+#if defined(__has_feature)
+#define TELLAR_BENCH_HAS(sanitizer) __has_feature(sanitizer)
+#else
+#define TELLAR_BENCH_HAS(sanitizer) 0
+#endif
+
+#if defined(__clang__)
+constexpr const char* kCompiler = __VERSION__;
+#else
+constexpr const char* kCompiler = "GCC " __VERSION__;
+#endif
+
+/// Why this build is not to be measured; null when it is.
+constexpr const char* GetRefusal() {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                               \
+    TELLAR_BENCH_HAS(address_sanitizer) || TELLAR_BENCH_HAS(thread_sanitizer)
+    return "this is a sanitised build; figures come from release builds only";
+#elif !defined(NDEBUG)
+    return "this is a debug build; figures come from release builds only";
+#else
+    return nullptr;
+#endif
+}
+
+GeometryProducer::Ptr CheckRoot(GeometryProducer::Ptr root) {
+    if (!root) throw std::runtime_error("the scene has no /root; has it been made (--prepare)?");
+    return root;
+}
+
+GeometryProducer::Ptr OpenSync(const OpTreeSource& source) {
+    const auto client = TELLAR::ClientCreateWithOpTree(source);
+    if (!client) throw std::runtime_error("there is no client for " + source.describe());
+    return CheckRoot(TELLAR::CreateSyncGeometryProducer(client, "/root"));
+}
+
+GeometryProducer::Ptr OpenFileSync(const std::string& opFile) {
+    return OpenSync(OpTreeSource::createFromFile(opFile));
+}
+
+GeometryProducer::Ptr OpenDescriptionSync(const OxAttribute::GroupAttribute& ops) {
+    return OpenSync(OpTreeSource::createFromGroupAttribute(ops));
+}
+
+GeometryProducer::Ptr OpenFileThreadAware(const std::string& opFile) {
+    return CheckRoot(TELLAR::CreateThreadAwareGeometryProducer(opFile, "/root"));
+}
+
+GeometryProducer::Ptr OpenDescriptionThreadAware(const OxAttribute::GroupAttribute& ops) {
+    return CheckRoot(TELLAR::CreateThreadAwareGeometryProducer(ops, "/root"));
+}
+
+std::int64_t ParseLeaves(std::string_view text) {
+    std::int64_t leaves = 0;
+    const auto end = std::from_chars(text.data(), text.data() + text.size(), leaves);
+    if (end.ec != std::errc() || end.ptr != text.data() + text.size() || leaves < 1 ||
+        leaves > kMostLeaves)
+        throw std::invalid_argument("--leaves: \"" + std::string(text) +
+                                    "\" is no number from 1 to " + std::to_string(kMostLeaves));
+    return leaves;
+}
+
+/// Takes our own options out of the arguments and leaves the rest to Google Benchmark.
+std::vector<char*> TakeOptions(int argc, char** argv) {
+    Options& options = GetOptions();
+    std::vector<char*> rest;
+    for (int i = 0; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        const auto takeValue = [&]() -> std::string_view {
+            if (i + 1 == argc)
+                throw std::invalid_argument(std::string(argument) + ": its value is missing");
+            return argv[++i];
+        };
+        if (argument == "--leaves")
+            options.leaves = ParseLeaves(takeValue());
+        else if (argument == "--scenes")
+            options.scenes = takeValue();
+        else if (argument == "--prepare")
+            options.prepare = true;
+        else if (argument == "--spoil-checksum")
+            options.spoilChecksum = true;
+        else
+            rest.push_back(argv[i]);
+    }
+    return rest;
+}
+
+void AddRows() {
+    for (const Route* route : {&kSync, &kThreadAware}) {
+        AddProcessRows(*route);
+        AddWalkRows(*route);
+        AddLookupRows(*route);
+    }
+    AddThreadRows(kThreadAware);
+    AddFileRows();
+}
+
+int Run(int argc, char** argv) {
+    std::vector<char*> rest = TakeOptions(argc, argv);
+    if (GetOptions().prepare) {
+        PrepareScenes(GetOptions().leaves);
+        return 0;
+    }
+    AddRows();
+    int count = static_cast<int>(rest.size());
+    benchmark::Initialize(&count, rest.data());
+    if (benchmark::ReportUnrecognizedArguments(count, rest.data())) return kFailed;
+    benchmark::AddCustomContext("compiler", kCompiler);
+    if (benchmark::RunSpecifiedBenchmarks() > 0) return 0;
+    throw std::invalid_argument("no row of that name");
+}
+
+} // namespace
+
+const Route kSync = {"sync", OpenFileSync, OpenDescriptionSync};
+const Route kThreadAware = {"thread_aware", OpenFileThreadAware, OpenDescriptionThreadAware};
+
+} // namespace TellarBench
+
+int main(int argc, char** argv) {
+    if (const char* refusal = TellarBench::GetRefusal()) {
+        std::fprintf(stderr, "tellar_bench: %s\n", refusal);
+        return TellarBench::kRefused;
+    }
+    try {
+        return TellarBench::Run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "tellar_bench: %s\n", error.what());
+        return TellarBench::kFailed;
+    }
+}
