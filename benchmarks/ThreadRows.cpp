@@ -1,5 +1,6 @@
 // Two threads against one: the same walk, split between them by the groups below /root/world.
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <exception>

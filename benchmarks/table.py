@@ -208,7 +208,7 @@ def print_missed(table, leaves):
     for row, route, library in missed:
         side = "at least" if row.higher_is_better else "at most"
         where = f", {route.replace('_', '-')}" if route else ""
-        print(f"- {row.label}{where}: {number(library)} {row.unit}, aim {side} {row.aim:g}")
+        print(f"- {row.label}{where}: {library:,.2f} {row.unit}, aim {side} {row.aim:g}")
 
 
 def ask_git(*arguments):
@@ -234,9 +234,10 @@ def describe_cpu():
     return names[0] if names else platform.machine()
 
 
-def print_head(context, run_count):
+def print_head(context, run_count, load):
     print(f"commit {describe_commit()}; {context['compiler']}, release build; "
-          f"{describe_cpu()}, {os.cpu_count()} cores; median of {run_count} runs")
+          f"{describe_cpu()}, {os.cpu_count()} cores, load {load:.1f} at the start; "
+          f"median of {run_count} runs")
 
 
 def parse_arguments():
@@ -260,11 +261,12 @@ def parse_arguments():
 
 def main():
     arguments = parse_arguments()
+    load = os.getloadavg()[0]
     for index, leaves in enumerate(arguments.leaves or [100_000, AIMED_AT_LEAVES]):
         bench = Bench(arguments.bench, arguments.scenes, leaves)
         table, context = measure_all(bench, arguments.runs, arguments.rows)
         if index == 0:
-            print_head(context, arguments.runs)
+            print_head(context, arguments.runs, load)
         print(f"\n{'### ' if arguments.markdown else '== '}{leaves:,} leaves\n")
         (print_markdown if arguments.markdown else print_plain)(make_lines(table))
         print_missed(table, leaves)

@@ -32,6 +32,11 @@ bool IsSameFile(const FileBuffer::Identity& a, const FileBuffer::Identity& b) {
            a.modifiedSeconds == b.modifiedSeconds && a.modifiedNanoseconds == b.modifiedNanoseconds;
 }
 
+std::uint64_t NextNumber() {
+    static std::atomic<std::uint64_t> last{0};
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
 bool IsKnownType(int type) {
     return type >= kAttributeTypeNull && type <= kAttributeTypeGroup;
 }
@@ -39,8 +44,8 @@ bool IsKnownType(int type) {
 } // namespace
 
 Container::Container(FileBuffer fileBuffer, std::string fileName)
-    : buffer(std::move(fileBuffer)), name(std::move(fileName)), base(buffer.data()),
-      bytes(buffer.size()), header{}, footer{} {}
+    : buffer(std::move(fileBuffer)), name(std::move(fileName)), ownNumber(NextNumber()),
+      base(buffer.data()), bytes(buffer.size()), header{}, footer{} {}
 
 Container::~Container() = default;
 

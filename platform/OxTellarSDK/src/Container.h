@@ -84,6 +84,8 @@ public:
     /// Whether the file is so large that reading all of it must be avoided.
     bool isLarge() const { return bytes > FileBuffer::kMapThreshold; }
     const Hash& identity() const { return contentIdentity; }
+    /// Of no other container of this process, earlier ones included; never 0.
+    std::uint64_t number() const { return ownNumber; }
 
     ~Container();
 
@@ -138,6 +140,7 @@ private:
 
     FileBuffer buffer;
     std::string name;
+    const std::uint64_t ownNumber;
     const char* base;
     std::uint64_t bytes;
     ContainerHeader header;

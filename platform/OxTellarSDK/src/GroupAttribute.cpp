@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "GroupChildren.h"
+#include "KnownPaths.h"
 #include "NodeAccess.h"
 
 namespace OxAttribute {
@@ -24,7 +25,7 @@ std::int64_t FindByHash(const Node* group, std::string_view name) {
             return entries[index].nameHash < wanted;
         });
     for (; found != end && entries[*found].nameHash == hash; ++found)
-        if (IsNamed<Entry>(group, *found, name)) return *found;
+        if (IsNamed(group, entries[*found], name)) return *found;
     return -1;
 }
 
@@ -112,20 +113,34 @@ std::string_view GroupAttribute::getChildNameView(std::int64_t index) const noex
 
 Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
     if (index < 0 || index >= getNumberOfChildren()) return {};
-    return CreateAndRetain(ChildOf(handle, static_cast<std::uint64_t>(index)));
+    Node* child = ChildOf(handle, static_cast<std::uint64_t>(index));
+    Retain(child);
+    return CreateAndSteal(child);
 }
 
-Attribute GroupAttribute::getChildByName(std::string_view path) const {
-    Node* node = handle; // what lies inside of a group that is kept is kept with it
-    while (node && IsGroup(node)) {
+namespace {
+
+/// In memory as far as the groups on the way are; what lies inside of a group is kept with it.
+const Node* FindByPath(const Node* node, std::string_view path) {
+    while (IsGroup(node)) {
+        if (IsInFile(node)) return FindInFile(node, path);
         const std::size_t dot = path.find('.');
         const std::int64_t index = FindChild(node, path.substr(0, dot));
-        if (index < 0) return {};
+        if (index < 0) return nullptr;
         node = ChildOf(node, static_cast<std::uint64_t>(index));
-        if (dot == std::string_view::npos) return CreateAndRetain(node);
+        if (dot == std::string_view::npos) return node;
         path.remove_prefix(dot + 1);
     }
-    return {};
+    return nullptr;
+}
+
+} // namespace
+
+Attribute GroupAttribute::getChildByName(std::string_view path) const {
+    auto* node = const_cast<Node*>(handle ? FindByPath(handle, path) : nullptr);
+    if (!node) return {};
+    Retain(node);
+    return CreateAndSteal(node);
 }
 
 std::int64_t GroupAttribute::findChild(std::string_view name) const noexcept {

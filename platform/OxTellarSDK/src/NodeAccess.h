@@ -36,10 +36,33 @@ inline Node* ChildOf(const Node* group, std::uint64_t index) {
     return const_cast<Node*>(Container::Of(group)->child(group, index));
 }
 
+template <typename Word>
+bool IsSameWord(const char* a, const char* b) {
+    Word left, right;
+    std::memcpy(&left, a, sizeof left);
+    std::memcpy(&right, b, sizeof right);
+    return left == right;
+}
+
+/// As memcmp would tell, for names: these are short, so two words that may overlap cover them.
+inline bool IsSameText(const char* a, const char* b, std::size_t length) {
+    if (length > 16) return std::memcmp(a, b, length) == 0;
+    if (length >= 8)
+        return IsSameWord<std::uint64_t>(a, b) &&
+               IsSameWord<std::uint64_t>(a + length - 8, b + length - 8);
+    if (length >= 4)
+        return IsSameWord<std::uint32_t>(a, b) &&
+               IsSameWord<std::uint32_t>(a + length - 4, b + length - 4);
+    if (length >= 2)
+        return IsSameWord<std::uint16_t>(a, b) &&
+               IsSameWord<std::uint16_t>(a + length - 2, b + length - 2);
+    return length == 0 || *a == *b;
+}
+
 template <typename Entry>
-bool IsNamed(const Node* node, std::uint64_t index, std::string_view name) {
-    const Entry& entry = Entries<Entry>(node)[index];
-    return entry.nameLength == name.size() && NameOf(node, entry) == name;
+bool IsNamed(const Node* node, const Entry& entry, std::string_view name) {
+    return entry.nameLength == name.size() &&
+           IsSameText(NameOf(node, entry).data(), name.data(), name.size());
 }
 
 /// Above kLinearSearchLimit children.
@@ -47,8 +70,10 @@ std::int64_t FindSorted(const Node* group, std::string_view name);
 
 template <typename Entry>
 std::int64_t FindInOrder(const Node* group, std::string_view name) {
-    for (std::uint64_t i = 0; i < group->count; ++i)
-        if (IsNamed<Entry>(group, i, name)) return static_cast<std::int64_t>(i);
+    const Entry* entries = Entries<Entry>(group);
+    const std::uint64_t count = group->count;
+    for (std::uint64_t i = 0; i < count; ++i)
+        if (IsNamed(group, entries[i], name)) return static_cast<std::int64_t>(i);
     return -1;
 }
 
