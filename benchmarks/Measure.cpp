@@ -1,5 +1,6 @@
 #include "Measure.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -92,23 +93,31 @@ std::vector<double> MeasureInChild(const std::function<std::vector<double>()>& m
     return figures;
 }
 
+namespace {
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+} // namespace
+
 void Row::compare(const char* figure, double scale, const std::function<Checksum()>& library,
                   const std::function<Checksum()>& tree) {
-    double librarySeconds = 0;
-    double treeSeconds = 0;
+    std::vector<double> librarySeconds;
+    std::vector<double> treeSeconds;
     for (auto _ : state) {
         const Stopwatch libraryWatch;
         const Checksum librarySum = library();
         const double seconds = libraryWatch.seconds();
         const Stopwatch treeWatch;
         const Checksum treeSum = tree();
-        treeSeconds += treeWatch.seconds();
-        librarySeconds += seconds;
+        treeSeconds.push_back(treeWatch.seconds());
+        librarySeconds.push_back(seconds);
         state.SetIterationTime(seconds);
         verify(librarySum, treeSum);
     }
-    const auto passes = static_cast<double>(state.iterations());
-    report(figure, librarySeconds * scale / passes, treeSeconds * scale / passes);
+    report(figure, Median(librarySeconds) * scale, Median(treeSeconds) * scale);
 }
 
 void Row::verify(Checksum library, const Checksum& tree) const {

@@ -51,7 +51,7 @@ public:
         : name(rowName), state(benchmarkState) {}
 
     /// Times both passes in turn, as often as the benchmark has iterations, and reports the
-    /// means of `scale` times the seconds. Throws as verify does.
+    /// medians of `scale` times the seconds. Throws as verify does.
     void compare(const char* figure, double scale, const std::function<Checksum()>& library,
                  const std::function<Checksum()>& tree);
 

@@ -37,6 +37,7 @@ ROWS = [
     Row("open", "children_ms", "open to the children of /root/world", "ms", 10),
     Row("first_walk", "ns", "first walk, names and types", "ns/location", 600),
     Row("second_walk", "ns", "second walk, names and types", "ns/location", 110),
+    Row("read_first", "ns", "second walk, all attributes read first", "ns/location"),
     Row("read_attributes", "ns", "second walk, all attributes read", "ns/location", 320),
     Row("world_of_leaves", "ns", "second walk, world matrix of each leaf", "ns/location", 500),
     Row("world_kept", "ns", "second walk, world matrices kept", "ns/location", 200),

@@ -2,8 +2,12 @@
 
 #include <array>
 #include <atomic>
+#include <charconv>
+#include <iterator>
 #include <limits>
 #include <vector>
+
+#include <boost/container/small_vector.hpp>
 
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/StringUtil.h>
@@ -98,14 +102,17 @@ Attribute GeometryProducer::getGlobalAttribute(const std::string& name) {
 }
 
 GroupAttribute GeometryProducer::getGlobalXFormGroup() {
-    std::vector<Attribute> xforms; // this location's first
+    boost::container::small_vector<Attribute, 16> xforms; // this location's first
     for (GeometryProducer* producer = this; producer; producer = producer->parent.get())
         xforms.push_back(producer->getAttribute("xform"));
     OxAttribute::GroupBuilder builder(OxAttribute::BuilderModeStrict);
     builder.setGroupInherit(false);
     for (std::size_t i = 0; i < xforms.size(); ++i) {
         const Attribute& xform = xforms[xforms.size() - 1 - i];
-        if (xform.isValid()) builder.set("i" + std::to_string(i), xform, true);
+        char name[24] = "i";
+        if (!xform.isValid()) continue;
+        const char* end = std::to_chars(name + 1, std::end(name), i).ptr;
+        builder.set({name, static_cast<std::size_t>(end - name)}, xform, true);
     }
     return builder.build(OxAttribute::BuildAndFlush);
 }

@@ -120,10 +120,6 @@ void Attribute::release(OxAttributeStruct* handle) noexcept {
     Release(handle);
 }
 
-AttributeType Attribute::getType() const noexcept {
-    return handle ? static_cast<AttributeType>(handle->type) : kAttributeTypeInvalid;
-}
-
 Hash Attribute::getHash() const {
     if (!handle) return {};
     if (IsInFile(handle)) return ComputeHash(*this);

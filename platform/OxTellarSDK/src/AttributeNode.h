@@ -10,11 +10,11 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-/// The start of every attribute value, the same in memory and in an attribute file.
+/// What stands in memory and in an attribute file behind a value's header (OxAttributeStruct).
 ///
-/// In memory a value is one allocation, counted by refCount and preceded by a
-/// MemoryPrefix. In a file it is counted by its Container, found through `unit`, and
-/// nothing of it is ever written to. Layouts behind the header:
+/// In memory a value is one allocation, counted by refCount and preceded by a MemoryPrefix. In a
+/// file it is counted by its Container, found through `unit`, and nothing of it is ever written
+/// to. Layouts:
 ///
 ///     numbers   times, then timeCount * count values
 ///     strings   times, then timeCount * count + 1 end offsets, then the bytes; every
@@ -23,18 +23,6 @@
 ///               kLinearSearchLimit children, their indices sorted by name hash
 ///
 /// `times` is left out when the only sample lies at time 0 (kTimesOmitted).
-struct OxAttributeStruct {
-    mutable std::atomic<std::uint32_t> refCount; // 0 in a file
-    std::int8_t type;
-    std::uint8_t flags;
-    std::uint16_t depth;     // groups: levels of groups from here down, at least 1
-    std::uint32_t unit;      // in a file: own offset in units
-    std::uint32_t tupleSize; // groups in a file: first unit of the region of their descendants
-    std::uint64_t count;     // values a sample, or children
-    std::uint32_t timeCount; // 0 for groups and null
-    std::uint32_t reserved;  // 0
-};
-
 namespace OxAttribute {
 
 using Node = ::OxAttributeStruct;
@@ -57,7 +45,7 @@ struct MemoryPrefix {
 };
 
 struct MemoryEntry {
-    std::uint32_t nameHash;
+    std::uint32_t nameHash; // 0 where no indices are sorted by it
     std::uint32_t nameLength;
     std::uint64_t nameOffset; // from the node
     Node* child;

@@ -141,7 +141,8 @@ void Container::checkFrame() {
     if (footer.fileBytes != bytes) refuse("is damaged: it is not as long as it states");
 
     if (footer.tableOffset < sizeof header || footer.tableOffset > bytes ||
-        footer.tableOffset % kUnitBytes != 0 || footer.reserved != 0)
+        footer.tableOffset % kUnitBytes != 0 || footer.reserved != 0 ||
+        footer.rootUnit >= footer.tableOffset / kUnitBytes)
         refuse("is damaged: its parts do not fit together");
     const std::uint64_t blocks = (footer.tableOffset + kBlockBytes - 1) / kBlockBytes;
     if (footer.tableOffset + blocks * 8 + sizeof footer != bytes)
@@ -293,6 +294,8 @@ void Container::checkGroup(const Node* node, const Place& place) {
     for (std::uint64_t i = 0; i < node->count; ++i) {
         if (!IsKnownType(entries[i].childType) || entries[i].reserved != 0)
             damaged("a group has a child of no known type", node->unit);
+        if (entries[i].childUnit >= footer.tableOffset / kUnitBytes)
+            damaged("a reference leads outside", entries[i].childUnit);
         if (entries[i].childType != kAttributeTypeGroup) continue;
         if (entries[i].childUnit < groupsBegin || entries[i].childUnit >= node->unit)
             damaged("a group has a child group outside of it", node->unit);

@@ -74,11 +74,16 @@ public:
 
     /// The checked child of a checked group, without a reference.
     const Node* child(const Node* group, std::uint64_t index) {
-        const FileEntry& entry = Entries<FileEntry>(group)[index];
+        const Node* known = checkedAlready(Entries<FileEntry>(group)[index]);
+        return known ? known : checkedChild(group, index);
+    }
+    /// The child of a checked group; null when it was not checked yet. Inline even where compilers
+    /// think it is called too often for that: nothing is called more.
+    [[gnu::always_inline]] const Node* checkedAlready(const FileEntry& entry) const {
+        if (!isChecked(entry.childUnit)) return nullptr;
         const auto* node = reinterpret_cast<const Node*>(base + entry.childUnit * kUnitBytes);
         // What was checked as a group of another parent must not come in again as a number.
-        if (isChecked(entry.childUnit) && node->type == entry.childType) return node;
-        return checkedChild(group, index);
+        return node->type == entry.childType ? node : nullptr;
     }
 
     /// Whether the file is so large that reading all of it must be avoided.
@@ -106,10 +111,10 @@ private:
         std::uint64_t firstUnit; // groups: nothing of theirs lies before it
         int maximumDepth;        // groups
     };
+    /// `unit` lies inside: that of the root, or of a child of a checked group.
     bool isChecked(std::uint64_t unit) const {
-        return unit * kUnitBytes < footer.tableOffset &&
-               (checkedUnits.get()[unit / 64].load(std::memory_order_acquire) >> unit % 64 & 1) !=
-                   0;
+        return (checkedUnits.get()[unit / 64].load(std::memory_order_acquire) >> unit % 64 & 1) !=
+               0;
     }
     const Node* checkedChild(const Node* group, std::uint64_t index);
     const Node* checked(const Place& place);

@@ -100,20 +100,8 @@ Node* MakeStrings(const float* times, std::int64_t timeCount, const String* valu
 
 } // namespace
 
-std::int64_t DataAttribute::getTupleSize() const noexcept {
-    return handle ? handle->tupleSize : 0;
-}
-
-std::int64_t DataAttribute::getNumberOfValues() const noexcept {
-    return handle ? static_cast<std::int64_t>(handle->count) : 0;
-}
-
 std::int64_t DataAttribute::getNumberOfTuples() const noexcept {
     return handle ? getNumberOfValues() / getTupleSize() : 0;
-}
-
-std::int64_t DataAttribute::getNumberOfTimeSamples() const noexcept {
-    return handle ? handle->timeCount : 0;
 }
 
 float DataAttribute::getSampleTime(std::int64_t index) const noexcept {
@@ -124,11 +112,6 @@ float DataAttribute::getSampleTime(std::int64_t index) const noexcept {
 std::int64_t DataAttribute::getNearestSampleIndex(float time) const noexcept {
     return handle ? static_cast<std::int64_t>(NearestSample(handle, time)) : -1;
 }
-
-template <typename T>
-const AttributeType NumericAttribute<T>::kType = std::is_same_v<T, std::int32_t> ? kAttributeTypeInt
-                                                 : std::is_same_v<T, float> ? kAttributeTypeFloat
-                                                                            : kAttributeTypeDouble;
 
 template <typename T>
 NumericAttribute<T>::NumericAttribute(T value) : NumericAttribute(&value, 1, 1) {}

@@ -19,6 +19,7 @@ namespace {
 
 // Room for the owner's pointer that keeps the file's values aligned.
 constexpr std::uint64_t kFrontBytes = 64;
+constexpr std::uint64_t kHugePageBytes = std::uint64_t(2) << 20;
 
 } // namespace
 
@@ -76,11 +77,13 @@ FileBuffer FileBuffer::Map(int descriptor, std::uint64_t bytes) {
     // One anonymous page, and right behind it the file: the owner's pointer lies in front
     // of the file's first byte without a byte of the file being copied.
     const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    const std::uint64_t total = page + bytes;
+    const std::uint64_t total = page + bytes + kHugePageBytes;
     void* reserved =
         mmap(nullptr, total, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (reserved == MAP_FAILED) fail();
-    char* start = static_cast<char*>(reserved) + page;
+    const auto afterPage = reinterpret_cast<std::uintptr_t>(reserved) + page;
+    char* start =
+        reinterpret_cast<char*>((afterPage + kHugePageBytes - 1) / kHugePageBytes * kHugePageBytes);
     if (mmap(start, bytes, PROT_READ, MAP_PRIVATE | MAP_FIXED, descriptor, 0) == MAP_FAILED) {
         const int reason = errno;
         munmap(reserved, total);

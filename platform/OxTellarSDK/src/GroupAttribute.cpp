@@ -36,12 +36,12 @@ std::int64_t FindSorted(const Node* group, std::string_view name) {
                            : FindByHash<MemoryEntry>(group, name);
 }
 
-Attribute MakeGroup(const std::vector<NamedChild>& children, bool inherit) {
-    const std::uint64_t count = children.size();
+Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inherit) {
     if (count > UINT32_MAX) throw std::runtime_error("A group cannot have that many children");
     int depth = 1;
     std::uint64_t nameBytes = 0;
-    for (const NamedChild& child : children) {
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const NamedChild& child = children[i];
         nameBytes += child.name.size() + 1;
         if (child.name.size() > UINT32_MAX)
             throw std::runtime_error("A group cannot have a name of that length");
@@ -64,8 +64,8 @@ Attribute MakeGroup(const std::vector<NamedChild>& children, bool inherit) {
         char* nameStart = reinterpret_cast<char*>(node) + nameOffset;
         if (!name.empty()) std::memcpy(nameStart, name.data(), name.size());
         nameStart[name.size()] = '\0';
-        entries[i] = {HashName(name), static_cast<std::uint32_t>(name.size()), nameOffset,
-                      children[i].attribute->getRetainedHandle()};
+        entries[i] = {sortedBytes > 0 ? HashName(name) : 0, static_cast<std::uint32_t>(name.size()),
+                      nameOffset, children[i].attribute->getRetainedHandle()};
         nameOffset += name.size() + 1;
     }
     if (sortedBytes > 0) {
@@ -80,7 +80,8 @@ Attribute MakeGroup(const std::vector<NamedChild>& children, bool inherit) {
     return Attribute::CreateAndSteal(node);
 }
 
-GroupAttribute::GroupAttribute(bool groupInherit) : GroupAttribute(MakeGroup({}, groupInherit)) {}
+GroupAttribute::GroupAttribute(bool groupInherit)
+    : GroupAttribute(MakeGroup(nullptr, 0, groupInherit)) {}
 
 GroupAttribute::GroupAttribute(const std::vector<Child>& children, bool groupInherit) {
     std::vector<NamedChild> kept;
@@ -94,11 +95,7 @@ GroupAttribute::GroupAttribute(const std::vector<Child>& children, bool groupInh
         else
             kept[place->second].attribute = &child.second;
     }
-    Attribute::operator=(MakeGroup(kept, groupInherit));
-}
-
-std::int64_t GroupAttribute::getNumberOfChildren() const noexcept {
-    return handle ? static_cast<std::int64_t>(handle->count) : 0;
+    Attribute::operator=(MakeGroup(kept.data(), kept.size(), groupInherit));
 }
 
 std::string GroupAttribute::getChildName(std::int64_t index) const {
@@ -107,8 +104,7 @@ std::string GroupAttribute::getChildName(std::int64_t index) const {
 
 std::string_view GroupAttribute::getChildNameView(std::int64_t index) const noexcept {
     if (index < 0 || index >= getNumberOfChildren()) return {};
-    return IsInFile(handle) ? NameOf(handle, Entries<FileEntry>(handle)[index])
-                            : NameOf(handle, Entries<MemoryEntry>(handle)[index]);
+    return ChildName(handle, static_cast<std::uint64_t>(index));
 }
 
 Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
@@ -120,10 +116,10 @@ Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
 
 namespace {
 
-/// In memory as far as the groups on the way are; what lies inside of a group is kept with it.
-const Node* FindByPath(const Node* node, std::string_view path) {
+/// Below a group in memory, as far as the groups on the way are; all lies inside of that group.
+const Node* FindInMemory(const Node* node, std::string_view path) {
     while (IsGroup(node)) {
-        if (IsInFile(node)) return FindInFile(node, path);
+        if (IsInFile(node)) return KnownPaths::FindInFile(node, path);
         const std::size_t dot = path.find('.');
         const std::int64_t index = FindChild(node, path.substr(0, dot));
         if (index < 0) return nullptr;
@@ -137,7 +133,9 @@ const Node* FindByPath(const Node* node, std::string_view path) {
 } // namespace
 
 Attribute GroupAttribute::getChildByName(std::string_view path) const {
-    auto* node = const_cast<Node*>(handle ? FindByPath(handle, path) : nullptr);
+    if (!handle) return {};
+    auto* node = const_cast<Node*>(IsInFile(handle) ? KnownPaths::FindInFile(handle, path)
+                                                    : FindInMemory(handle, path));
     if (!node) return {};
     Retain(node);
     return CreateAndSteal(node);

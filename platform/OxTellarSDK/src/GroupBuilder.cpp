@@ -1,15 +1,22 @@
 #include <OxTellarSDK/GroupBuilder.h>
 
 #include <algorithm>
-#include <deque>
+#include <map>
 #include <stdexcept>
 #include <string>
-#include <unordered_map>
-#include <vector>
+
+#include <boost/container/small_vector.hpp>
 
 #include "GroupChildren.h"
 
 namespace OxAttribute {
+
+namespace {
+
+// Up to this many children a look at each is as fast as an index.
+constexpr std::size_t kUnindexedChildren = 8;
+
+} // namespace
 
 /// A group under construction. A child is a finished attribute, a group under construction, or
 /// (after a removal) nothing; its place in `children` never changes.
@@ -18,24 +25,41 @@ struct GroupBuilder::Node {
         std::string name;
         Attribute attribute;
         std::unique_ptr<Node> group;
+        bool isRemoved = false;
 
+        explicit Child(std::string_view childName) : name(childName) {}
         bool isEmpty() const { return !attribute.isValid() && !group; }
     };
 
-    std::deque<Child> children; // a deque, because `places` points to the names
-    std::unordered_map<std::string_view, std::size_t> places;
+    boost::container::small_vector<Child, 4> children;
+    using Places = std::map<std::string, std::size_t, std::less<>>;
+    std::unique_ptr<Places> places; // above kUnindexedChildren
     bool inherit = true;
 
+    /// A removed child keeps its place but is not found: set again, it goes to the end.
     Child* find(std::string_view name) {
-        const auto found = places.find(name);
-        return found == places.end() ? nullptr : &children[found->second];
+        if (children.size() > kUnindexedChildren) {
+            const auto found = places->find(name);
+            return found == places->end() ? nullptr : &children[found->second];
+        }
+        for (Child& child : children)
+            if (child.name == name && !child.isRemoved) return &child;
+        return nullptr;
     }
 
     Child& findOrAdd(std::string_view name) {
         if (Child* child = find(name)) return *child;
-        children.push_back({std::string(name), {}, nullptr});
-        places.emplace(children.back().name, children.size() - 1);
+        children.emplace_back(name);
+        if (children.size() > kUnindexedChildren) index();
         return children.back();
+    }
+
+    /// The last child; all of them when it is the first one to need it.
+    void index() {
+        const std::size_t first = places ? children.size() - 1 : 0;
+        if (!places) places = std::make_unique<Places>();
+        for (std::size_t i = first; i < children.size(); ++i)
+            if (!children[i].isRemoved) places->emplace(children[i].name, i);
     }
 
     void remove(std::string_view name) {
@@ -43,7 +67,19 @@ struct GroupBuilder::Node {
         if (!child) return;
         child->attribute = Attribute();
         child->group.reset();
-        places.erase(name); // set again, it goes to the end
+        child->isRemoved = true;
+        if (places) places->erase(places->find(name));
+    }
+
+    void clear() {
+        children.clear();
+        places.reset();
+        inherit = true;
+    }
+
+    bool isEmpty() const {
+        return std::all_of(children.begin(), children.end(),
+                           [](const Child& child) { return child.isRemoved; });
     }
 
     void adopt(const GroupAttribute& group) {
@@ -84,16 +120,16 @@ struct GroupBuilder::Node {
     }
 
     Attribute build() const {
-        std::vector<Attribute> built; // what the entries below borrow
+        boost::container::small_vector<Attribute, 4> built; // what the entries below borrow
         built.reserve(children.size());
-        std::vector<NamedChild> entries;
+        boost::container::small_vector<NamedChild, 8> entries;
         entries.reserve(children.size());
         for (const Child& child : children) {
             if (child.isEmpty()) continue;
             if (child.group) built.push_back(child.group->build());
             entries.push_back({child.name, child.group ? &built.back() : &child.attribute});
         }
-        return MakeGroup(entries, inherit);
+        return MakeGroup(entries.data(), entries.size(), inherit);
     }
 };
 
@@ -150,12 +186,12 @@ void GroupBuilder::deepUpdate(const GroupAttribute& group) {
 }
 
 bool GroupBuilder::isEmpty() const {
-    return root->places.empty();
+    return root->isEmpty();
 }
 
 GroupAttribute GroupBuilder::build(BuilderBuildMode buildMode) {
     GroupAttribute group(root->build());
-    if (buildMode == BuildAndFlush) root = std::make_unique<Node>();
+    if (buildMode == BuildAndFlush) root->clear();
     return group;
 }
 

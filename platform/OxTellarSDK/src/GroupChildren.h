@@ -1,8 +1,8 @@
 #ifndef OXTELLARSDK_GROUPCHILDREN_H
 #define OXTELLARSDK_GROUPCHILDREN_H
 
+#include <cstdint>
 #include <string_view>
-#include <vector>
 
 #include <OxTellarSDK/Attribute.h>
 
@@ -16,7 +16,7 @@ struct NamedChild {
 
 /// The one place where groups are made. Names must be unique and attributes valid; throws
 /// std::runtime_error when the group would be nested too deep.
-Attribute MakeGroup(const std::vector<NamedChild>& children, bool inherit);
+Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inherit);
 
 } // namespace OxAttribute
 

@@ -10,10 +10,13 @@
 
 namespace OxTellarRuntimeDetail {
 
+using OxAttribute::Prefetch;
+
 namespace {
 
 // Up to this many children a look at each is as fast as an index.
 constexpr std::uint32_t kUnindexedChildren = 8;
+constexpr std::uintptr_t kCacheLineBytes = 64;
 // A step of a walk takes as long as memory needs to answer, or a little less.
 constexpr std::uint32_t kFetchedAhead = 3;
 // Children made at once when a walk begins to ask for them in order.
@@ -249,8 +252,10 @@ LocationNode* NextSibling(const LocationNode& node) {
     ChildList& list = *node.parent->children.load(std::memory_order_acquire);
     // Records and attributes lie far apart; whoever walks on will find them at hand.
     if (const LocationNode* later = list.published(node.index + kFetchedAhead)) {
-        Prefetch(later->record.load(std::memory_order_relaxed), 1);
-        Prefetch(later->attrsAddress.load(std::memory_order_relaxed), 2);
+        const void* attrs = later->attrsAddress.load(std::memory_order_relaxed);
+        Prefetch(later->record.load(std::memory_order_relaxed));
+        Prefetch(attrs);
+        Prefetch(reinterpret_cast<std::uintptr_t>(attrs) + kCacheLineBytes);
     }
     return list.published(node.index + 1);
 }

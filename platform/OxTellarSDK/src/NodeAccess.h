@@ -36,6 +36,11 @@ inline Node* ChildOf(const Node* group, std::uint64_t index) {
     return const_cast<Node*>(Container::Of(group)->child(group, index));
 }
 
+inline std::string_view ChildName(const Node* group, std::uint64_t index) {
+    return IsInFile(group) ? NameOf(group, Entries<FileEntry>(group)[index])
+                           : NameOf(group, Entries<MemoryEntry>(group)[index]);
+}
+
 template <typename Word>
 bool IsSameWord(const char* a, const char* b) {
     Word left, right;

@@ -3,21 +3,21 @@
 
 #include <cstdint>
 
-namespace OxTellarRuntimeDetail {
+namespace OxAttribute {
 
-/// Has the cache lines from an address on fetched while other work goes on. Any address will do.
-inline void Prefetch(const void* address, int lines) {
+/// Has the cache line at an address fetched while other work goes on. Any number will do.
+inline void Prefetch(std::uintptr_t address) {
 #ifdef __GNUC__
-    const auto start = reinterpret_cast<std::uintptr_t>(address);
-    for (int i = 0; i < lines; ++i)
-        __builtin_prefetch(
-            reinterpret_cast<const void*>(start + 64 * static_cast<std::uintptr_t>(i)));
+    __builtin_prefetch(reinterpret_cast<const void*>(address));
 #else
     static_cast<void>(address);
-    static_cast<void>(lines);
 #endif
 }
 
-} // namespace OxTellarRuntimeDetail
+inline void Prefetch(const void* address) {
+    Prefetch(reinterpret_cast<std::uintptr_t>(address));
+}
+
+} // namespace OxAttribute
 
 #endif

@@ -24,7 +24,7 @@ FreeSlots& GetFreeSlots() {
 
 } // namespace
 
-thread_local std::uint32_t ThreadSlot::current = ThreadSlot::kNone;
+TELLAR_THREAD_WORD std::uint32_t ThreadSlot::current = ThreadSlot::kNone;
 
 // Gives the number back when its thread ends. What still runs on the thread after that (other
 // destructors of thread-local objects) counts in the shared slot.

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "ThreadWord.h"
+
 namespace OxAttribute {
 
 /// A small number that no other living thread has, for counters that only one thread
@@ -21,7 +23,7 @@ public:
 private:
     static constexpr std::uint32_t kNone = ~0u;
     static std::uint32_t Assign();
-    static thread_local std::uint32_t current;
+    static TELLAR_THREAD_WORD std::uint32_t current;
     friend struct ThreadSlotOwner;
 };
 

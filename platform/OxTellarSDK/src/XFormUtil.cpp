@@ -4,10 +4,13 @@
 #include <cmath>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <Imath/ImathMatrix.h>
 #include <Imath/ImathVec.h>
+
+#include "NodeAccess.h"
 
 namespace OxXFormUtil {
 namespace {
@@ -35,49 +38,57 @@ constexpr KindRow kKinds[] = {
 /// Null for a name that stands for no kind.
 const KindRow* FindKind(std::string_view name) {
     for (const KindRow& row : kKinds)
-        if (name.substr(0, row.prefix.size()) == row.prefix) return &row;
+        if (!name.empty() && name[0] == row.prefix[0] &&
+            name.substr(0, row.prefix.size()) == row.prefix)
+            return &row;
     return nullptr;
 }
 
-bool HasValues(const Attribute& attribute, std::int64_t count) {
-    switch (attribute.getType()) {
-    case kAttributeTypeDouble:
-        return DoubleAttribute(attribute).getNumberOfValues() >= count;
-    case kAttributeTypeFloat:
-        return FloatAttribute(attribute).getNumberOfValues() >= count;
-    case kAttributeTypeInt:
-        return IntAttribute(attribute).getNumberOfValues() >= count;
-    default:
-        return false;
-    }
+bool IsNumeric(const Node* node) {
+    return node->type == kAttributeTypeDouble || node->type == kAttributeTypeFloat ||
+           node->type == kAttributeTypeInt;
+}
+
+bool HasValues(const Node* node, std::int64_t count) {
+    return IsNumeric(node) && node->count >= static_cast<std::uint64_t>(count);
 }
 
 /// Calls `apply(row, child)` for every child that takes part, those of nested groups in place.
+/// Nothing is counted: all lies inside of `xform`, which the caller keeps.
 template <typename Apply>
-void ForEachStep(const GroupAttribute& xform, Apply& apply) {
-    const std::int64_t count = xform.getNumberOfChildren();
-    for (std::int64_t index = 0; index < count; ++index) {
-        const Attribute child = xform.getChildByIndex(index);
-        if (child.getType() == kAttributeTypeGroup) {
-            ForEachStep(GroupAttribute(child), apply);
+void ForEachStep(const Node* xform, Apply& apply) {
+    for (std::uint64_t index = 0; index < xform->count; ++index) {
+        const Node* child = ChildOf(xform, index);
+        if (IsGroup(child)) {
+            ForEachStep(child, apply);
             continue;
         }
-        const KindRow* row = FindKind(xform.getChildNameView(index));
+        const KindRow* row = FindKind(ChildName(xform, index));
         if (row && (row->kind == Kind::Origin || HasValues(child, row->values))) apply(*row, child);
     }
 }
 
+template <typename Apply>
+void ForEachStep(const GroupAttribute& xform, Apply& apply) {
+    if (xform.isValid()) ForEachStep(xform.getHandle(), apply);
+}
+
 template <typename T>
-void ReadAs(const Attribute& child, std::int64_t count, float time, double* out) {
+void ReadAs(const Node* child, std::int64_t count, float time, double* out) {
+    if (child->timeCount == 1) {
+        std::copy_n(Values<T>(child), count, out);
+        return;
+    }
     T values[kMatrixValues];
-    NumericAttribute<T>(child).fillInterpSample(values, count, time);
-    std::copy(values, values + count, out);
+    const NumericAttribute<T> attribute(Attribute::CreateAndRetain(const_cast<Node*>(child)));
+    attribute.fillInterpSample(values, count, time);
+    std::copy_n(values, count, out);
 }
 
 /// `child` is a numeric attribute with at least `count` values.
-void ReadValues(const Attribute& child, std::int64_t count, float time, double* out) {
-    if (child.getType() == kAttributeTypeDouble) return ReadAs<double>(child, count, time, out);
-    if (child.getType() == kAttributeTypeFloat) return ReadAs<float>(child, count, time, out);
+void ReadValues(const Node* child, std::int64_t count, float time, double* out) {
+    if (child->type == kAttributeTypeDouble) return ReadAs<double>(child, count, time, out);
+    if (child->type == kAttributeTypeFloat) return ReadAs<float>(child, count, time, out);
     ReadAs<std::int32_t>(child, count, time, out);
 }
 
@@ -87,9 +98,9 @@ class Composer {
 public:
     explicit Composer(float time) : time(time) {}
 
-    void operator()(const KindRow& row, const Attribute& child) {
-        anyStep = true;
-        double v[kMatrixValues] = {};
+    void operator()(const KindRow& row, const Node* child) {
+        const bool isFirst = !std::exchange(anyStep, true);
+        double v[kMatrixValues];
         if (row.values > 0) ReadValues(child, row.values, time, v);
         switch (row.kind) {
         case Kind::Translate:
@@ -105,7 +116,7 @@ public:
             matrix.shear(Vector(v[0], v[1], v[2]));
             break;
         case Kind::Matrix:
-            multiply(v);
+            multiply(v, isFirst);
             break;
         case Kind::Origin:
             matrix.makeIdentity();
@@ -123,10 +134,10 @@ private:
         matrix = Matrix().setAxisAngle(axis, angle) * matrix;
     }
 
-    void multiply(const double* v) {
-        Matrix step;
-        std::copy(v, v + kMatrixValues, step.getValue());
-        matrix = step * matrix;
+    void multiply(const double* v, bool isFirst) {
+        Matrix step(Imath::UNINITIALIZED);
+        std::copy_n(v, kMatrixValues, step.getValue());
+        matrix = isFirst ? step : step * matrix;
     }
 
     float time;
@@ -137,10 +148,13 @@ private:
 /// Collects the times at which any step has a sample.
 class TimeCollector {
 public:
-    void operator()(const KindRow&, const Attribute& child) {
+    void operator()(const KindRow&, const Node* child) {
         anyStep = true;
-        if (child.getType() == kAttributeTypeDouble) add(DoubleAttribute(child));
-        if (child.getType() == kAttributeTypeFloat) add(FloatAttribute(child));
+        if (child->type != kAttributeTypeDouble && child->type != kAttributeTypeFloat) return;
+        for (std::uint64_t index = 0; index < child->timeCount; ++index) {
+            const float time = TimeAt(child, index);
+            if (!std::isnan(time)) times.push_back(time); // they cannot be put in order
+        }
     }
 
     bool hasAnyStep() const { return anyStep; }
@@ -154,14 +168,6 @@ public:
     }
 
 private:
-    void add(const DataAttribute& values) {
-        const std::int64_t count = values.getNumberOfTimeSamples();
-        for (std::int64_t index = 0; index < count; ++index) {
-            const float time = values.getSampleTime(index);
-            if (!std::isnan(time)) times.push_back(time); // they cannot be put in order
-        }
-    }
-
     bool anyStep = false;
     std::vector<float> times;
 };

@@ -1,16 +1,32 @@
 #ifndef OXTELLARSDK_ATTRIBUTE_H
 #define OXTELLARSDK_ATTRIBUTE_H
 
+#include <atomic>
 #include <cstdint>
 #include <initializer_list>
 #include <map>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include <OxTellarSDK/AttributeTypes.h>
 #include <OxTellarSDK/Export.h>
+
+/// The header of every attribute value. The library's own, and public only so that a look at it
+/// costs no call.
+struct OxAttributeStruct {
+    mutable std::atomic<std::uint32_t> refCount; // 0 in a file
+    std::int8_t type;
+    std::uint8_t flags;
+    std::uint16_t depth;     // groups: levels of groups from here down, at least 1
+    std::uint32_t unit;      // in a file: own offset in units
+    std::uint32_t tupleSize; // groups in a file: first unit of the region of their descendants
+    std::uint64_t count;     // values a sample, or children
+    std::uint32_t timeCount; // 0 for groups and null
+    std::uint32_t reserved;  // 0
+};
 
 namespace OxAttribute {
 
@@ -65,7 +81,9 @@ public:
     bool isValid() const noexcept { return handle != nullptr; }
 
     /// kAttributeTypeInvalid for an invalid handle.
-    AttributeType getType() const noexcept;
+    AttributeType getType() const noexcept {
+        return handle ? static_cast<AttributeType>(handle->type) : kAttributeTypeInvalid;
+    }
 
     /// Computed on first need and kept with the value (for values inside a file it
     /// is computed anew). The zero hash for an invalid handle.
@@ -195,11 +213,13 @@ public:
     DataAttribute() noexcept = default;
 
     /// Values that belong together, 3 for a point, say.
-    std::int64_t getTupleSize() const noexcept;
+    std::int64_t getTupleSize() const noexcept { return handle ? handle->tupleSize : 0; }
     /// Values in one time sample.
-    std::int64_t getNumberOfValues() const noexcept;
+    std::int64_t getNumberOfValues() const noexcept {
+        return handle ? static_cast<std::int64_t>(handle->count) : 0;
+    }
     std::int64_t getNumberOfTuples() const noexcept;
-    std::int64_t getNumberOfTimeSamples() const noexcept;
+    std::int64_t getNumberOfTimeSamples() const noexcept { return handle ? handle->timeCount : 0; }
     /// Ascending. `index` out of range gives 0.
     float getSampleTime(std::int64_t index) const noexcept;
     /// The index of the sample nearest to `time`, the earlier one of two as near;
@@ -218,7 +238,9 @@ template <typename T>
 class OXTELLARSDK_API NumericAttribute : public DataAttribute {
 public:
     using value_type = T;
-    static const AttributeType kType;
+    static constexpr AttributeType kType = std::is_same_v<T, std::int32_t> ? kAttributeTypeInt
+                                           : std::is_same_v<T, float>      ? kAttributeTypeFloat
+                                                                           : kAttributeTypeDouble;
 
     NumericAttribute() noexcept = default;
     /// Invalid when `other` is of another type: nothing is converted.
@@ -324,7 +346,9 @@ public:
     /// std::runtime_error when the result would be nested deeper than kMaxGroupDepth.
     GroupAttribute(const std::vector<Child>& children, bool groupInherit);
 
-    std::int64_t getNumberOfChildren() const noexcept;
+    std::int64_t getNumberOfChildren() const noexcept {
+        return handle ? static_cast<std::int64_t>(handle->count) : 0;
+    }
     /// Empty when out of range.
     std::string getChildName(std::int64_t index) const;
     /// The name in place, followed by a NUL byte; lives as long as the group's value.
