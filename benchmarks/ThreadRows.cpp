@@ -22,6 +22,8 @@ namespace TellarBench {
 
 namespace {
 
+constexpr int kPasses = 3;
+
 using Clock = std::chrono::steady_clock;
 
 /// Lets a number of threads go on together, again and again.
@@ -90,6 +92,11 @@ struct WalkTimes {
     double first = 0;
     double second = 0;
     Checksum sum; // of both walks
+
+    void add(const WalkTimes& other) {
+        first += other.first;
+        second += other.second;
+    }
 };
 
 /// From the first start to the last end.
@@ -174,21 +181,27 @@ void CheckCooks(const std::string& name, double cooks, double locations) {
                              " locations");
 }
 
+/// One thread against two, in turn: what slows down the machine meanwhile slows down both.
 void CompareThreads(const Route& route, const std::string& name, Row& row) {
-    const LibraryTimes one = WalkLibraryCold(route, 1);
-    const LibraryTimes two = WalkLibraryCold(route, 2);
     const auto tree = BuildTree(GetOptions().leaves);
     const Node* const treeRoot = tree.get();
-    const WalkTimes treeOne = WalkTwice(treeRoot, 1);
-    const WalkTimes treeTwo = WalkTwice(treeRoot, 2);
-    row.verify(one.sum, treeOne.sum);
-    row.verify(two.sum, treeTwo.sum);
     const auto locations = static_cast<double>(CountNodes(*tree));
-    CheckCooks(name, one.cooks, locations);
-    CheckCooks(name, two.cooks, locations);
+    WalkTimes one, two, treeOne, treeTwo; // sums
+    for (int pass = 0; pass < kPasses; ++pass) {
+        const LibraryTimes cold[] = {WalkLibraryCold(route, 1), WalkLibraryCold(route, 2)};
+        const WalkTimes warm[] = {WalkTwice(treeRoot, 1), WalkTwice(treeRoot, 2)};
+        for (int i = 0; i < 2; ++i) {
+            row.verify(cold[i].sum, warm[i].sum);
+            CheckCooks(name, cold[i].cooks, locations);
+        }
+        one.add(cold[0]);
+        two.add(cold[1]);
+        treeOne.add(warm[0]);
+        treeTwo.add(warm[1]);
+    }
     row.report("first_times", one.first / two.first, treeOne.first / treeTwo.first);
     row.report("second_times", one.second / two.second, treeOne.second / treeTwo.second);
-    row.report("cooks", two.cooks, locations);
+    row.report("cooks", locations, locations);
     row.finish(two.first + two.second);
 }
 

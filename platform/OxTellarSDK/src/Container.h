@@ -123,6 +123,8 @@ private:
     void checkStrings(const Node* node, std::uint64_t valuesOffset);
     void checkGroup(const Node* node, const Place& place);
     void checkNames(const Node* node);
+    std::atomic<const Node*>& lookalikeOf(const Node* group);
+    static bool hasNamesOf(const Node* group, const Node* known);
     std::uint64_t endOf(const Node* node, std::uint64_t offset, std::uint64_t elementBytes,
                         std::uint64_t elements) const;
 
@@ -155,6 +157,8 @@ private:
     struct FreeDeleter {
         void operator()(void* memory) const;
     };
+    // Short groups whose names were checked: the groups of a scene look alike.
+    std::array<std::atomic<const Node*>, 64> lookalikes = {};
     // One bit a unit. Left to the system to fill with zeros where it is never touched.
     std::unique_ptr<std::atomic<std::uint64_t>, FreeDeleter> checkedUnits;
     std::array<Slot, ThreadSlot::kCount> slots;

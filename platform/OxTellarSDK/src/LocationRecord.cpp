@@ -1,11 +1,14 @@
 #include <OxTellarSDK/LocationRecord.h>
 
 #include <mutex>
+#include <new>
 #include <vector>
 
 #include <xxhash.h>
 
 #include <OxTellarSDK/TellarRuntime.h>
+
+#include "Arena.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -17,6 +20,7 @@ constexpr std::size_t kKeptPerThread = 1024;
 struct Pool {
     std::mutex lock;
     std::vector<LocationRecord*> free;
+    Arena arena;
 };
 
 Pool& GetPool() {
@@ -46,18 +50,20 @@ struct ThreadCache {
 private:
     void refill() {
         Pool& pool = GetPool();
+        LocationRecord* slab = nullptr;
         {
             const std::lock_guard<std::mutex> guard(pool.lock);
             while (!pool.free.empty() && free.size() < kSlabRecords) {
                 free.push_back(pool.free.back());
                 pool.free.pop_back();
             }
+            if (!free.empty()) return;
+            slab = static_cast<LocationRecord*>(
+                pool.arena.allocate(kSlabRecords * sizeof(LocationRecord)));
         }
-        if (!free.empty()) return;
-        auto* slab = new LocationRecord[kSlabRecords];
         // Taken from the back: in the order of their addresses.
         for (std::size_t i = kSlabRecords; i > 0; --i)
-            free.push_back(slab + i - 1);
+            free.push_back(new (slab + i - 1) LocationRecord);
     }
 
     void giveBack(std::size_t keep) {

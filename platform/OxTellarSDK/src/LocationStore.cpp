@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <new>
+#include <utility>
 
 #include <xxhash.h>
 
@@ -222,11 +224,6 @@ LocationStore::~LocationStore() {
         const std::uint32_t count = list->count.load(std::memory_order_relaxed);
         for (std::uint32_t i = 0; i < count; ++i)
             enter(list->at(i));
-        for (std::uint32_t chunk = 0; chunk < ChildList::kNearChunks + ChildList::kFarChunks;
-             ++chunk) {
-            if (chunk >= ChildList::kNearChunks && !list->farChunks) break;
-            delete[] list->chunkAt(chunk).load(std::memory_order_relaxed);
-        }
         delete list->farChunks.load(std::memory_order_relaxed);
     }
     Registry& registry = GetRegistry();
@@ -363,6 +360,19 @@ LocationNode* LocationStore::addChildren(LocationNode* parent, std::string_view 
     return &list->at(first);
 }
 
+LocationNode* LocationStore::makeNodes(std::uint32_t count) {
+    LocationNode* nodes = nullptr;
+    std::uint32_t serial = 0;
+    {
+        const std::lock_guard<std::mutex> guard(arenaLock);
+        nodes = static_cast<LocationNode*>(arena.allocate(count * sizeof(LocationNode)));
+        serial = std::exchange(nextSerial, nextSerial + count);
+    }
+    for (std::uint32_t i = 0; i < count; ++i)
+        (new (nodes + i) LocationNode)->serial = serial + i;
+    return nodes;
+}
+
 void LocationStore::append(LocationNode* parent, ChildList& list, std::string_view name,
                            std::uint64_t hash) {
     const std::uint32_t position = list.size;
@@ -371,11 +381,7 @@ void LocationStore::append(LocationNode* parent, ChildList& list, std::string_vi
         list.farChunks.store(new ChildList::FarChunks{}, std::memory_order_release);
     if (position == list.chunkStart(chunk)) {
         const std::uint32_t chunkSize = list.chunkSize(chunk);
-        auto* nodes = new LocationNode[chunkSize];
-        const std::uint32_t serial = nextSerial.fetch_add(chunkSize, std::memory_order_relaxed);
-        for (std::uint32_t i = 0; i < chunkSize; ++i)
-            nodes[i].serial = serial + i;
-        list.chunkAt(chunk).store(nodes, std::memory_order_release);
+        list.chunkAt(chunk).store(makeNodes(chunkSize), std::memory_order_release);
     }
     LocationNode& node = list.at(position);
     node.parent = parent;

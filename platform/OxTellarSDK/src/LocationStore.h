@@ -14,6 +14,8 @@
 #include <OxTellarSDK/LocationRecord.h>
 #include <OxTellarSDK/OpType.h>
 
+#include "Arena.h"
+
 namespace OxTellarRuntimeDetail {
 
 /// The result of one Op at one location: a node of a tree of the locations ever asked for.
@@ -101,12 +103,15 @@ private:
     LocationNode* descend(std::string_view folder, bool add);
     LocationNode* child(LocationNode* parent, std::string_view name, std::uint32_t hint, bool add);
     LocationNode* addChildren(LocationNode* parent, std::string_view name);
+    LocationNode* makeNodes(std::uint32_t count);
     void append(LocationNode* parent, ChildList& list, std::string_view name, std::uint64_t hash);
 
     LocationNode root;
     const OxAttribute::Hash identity;
     const std::uint64_t id; // never used again
-    std::atomic<std::uint32_t> nextSerial{0};
+    std::mutex arenaLock;
+    Arena arena; // all nodes but the root
+    std::uint32_t nextSerial = 0;
 
     std::mutex prepareLock;
     std::atomic<bool> isPrepared{false};

@@ -167,10 +167,10 @@ public:
 
     bool isFresh() const override { return eviction != 0; }
 
-    /// The result with one reference for the caller.
+    /// The result with two references, for the location's node and for whoever asked.
     LocationRecord* takeResult() {
-        if (!result.isValid()) return LocationRecord::Missing();
-        LocationRecord* record = result.getRecord();
+        LocationRecord* record =
+            result.isValid() ? result.detachRecord() : LocationRecord::Missing();
         record->retain();
         return record;
     }
@@ -262,9 +262,9 @@ LocationData OpNode::cookNow(LocationNode& node, const std::string& path,
         EndCook(node);
         throw;
     }
-    record->retain(); // the node's own reference; the other is the caller's
     node.attrsAddress.store(record->attrs.getHandle(), std::memory_order_relaxed);
-    LocationRecord* previous = node.record.exchange(record, std::memory_order_acq_rel);
+    LocationRecord* previous = node.record.load(std::memory_order_relaxed);
+    node.record.store(record, std::memory_order_release);
     if (previous) previous->release();
     if (eviction != 0) node.freshness = std::max(node.freshness.load(), eviction);
     EndCook(node);

@@ -50,6 +50,7 @@ private:
                                        std::uint32_t eviction) const;
     TellarRuntime::LocationData cookNow(LocationNode& node, const std::string& path,
                                         std::uint32_t eviction) const;
+    /// With two references, for the node and for the caller.
     LocationRecord* compute(LocationNode& node, const std::string& path,
                             std::uint32_t eviction) const;
 };

@@ -117,6 +117,10 @@ public:
     explicit LocationData(OxTellarRuntimeDetail::LocationRecord* stolen) noexcept
         : record(stolen) {}
     OxTellarRuntimeDetail::LocationRecord* getRecord() const noexcept { return record; }
+    /// Hands the reference to the caller.
+    OxTellarRuntimeDetail::LocationRecord* detachRecord() noexcept {
+        return std::exchange(record, nullptr);
+    }
 
 private:
     OxTellarRuntimeDetail::LocationRecord* record = nullptr;
