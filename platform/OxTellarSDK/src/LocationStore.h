@@ -42,6 +42,7 @@ struct alignas(64) LocationNode {
     std::uint32_t serial = 0;                // unique in the store
     std::atomic<std::uint32_t> freshness{0}; // the eviction that the record is younger than
     std::atomic<std::uint8_t> state{0};
+    std::atomic<bool> wasCooked{false}; // or tried to; not when it was only made beside others
     std::uint8_t nameLength = 0;
 
     LocationNode() : inlineName{} {}
@@ -53,11 +54,6 @@ struct alignas(64) LocationNode {
     }
     static constexpr std::uint8_t kLongName = 0xff;
 
-    /// False for a node that was only made beside others.
-    bool wasAskedFor() const noexcept {
-        return state.load(std::memory_order_acquire) != 0 ||
-               record.load(std::memory_order_acquire) != nullptr;
-    }
     /// The record with one reference for the caller; null when there is none.
     LocationRecord* acquireRecord() const noexcept;
 };

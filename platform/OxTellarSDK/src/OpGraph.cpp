@@ -254,6 +254,7 @@ LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
 /// By the thread that has set kCooking.
 LocationData OpNode::cookNow(LocationNode& node, const std::string& path,
                              std::uint32_t eviction) const {
+    node.wasCooked.store(true, std::memory_order_release);
     LocationRecord* record = nullptr;
     try {
         record = compute(node, path, eviction);

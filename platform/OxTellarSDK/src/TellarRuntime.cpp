@@ -94,7 +94,7 @@ void TellarRuntime::evict(const std::string& path) {
     const std::lock_guard<std::mutex> guard(state->lock);
     for (const auto& entry : state->cooked) {
         LocationNode* node = entry.store->find(path);
-        if (!node || !node->wasAskedFor()) continue;
+        if (!node || !node->wasCooked.load(std::memory_order_acquire)) continue;
         entry.index->remove(node->serial);
         node->state.fetch_or(LocationNode::kStale, std::memory_order_acq_rel);
     }
