@@ -519,6 +519,19 @@ TEST(Damage, ANameWithoutItsEndIsRefused) {
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("a name that is not what it states"));
 }
 
+TEST(Damage, ANameThatIsNotWhatAnEqualGroupBeforeItHadIsRefused) {
+    const GroupAttribute entry({{"size", IntAttribute(1)}, {"name", IntAttribute(2)}}, true);
+    std::string file =
+        ContainerBytes::Write(GroupAttribute({{"a", entry}, {"b", entry}, {"c", entry}}, true));
+    const std::uint32_t second = EntryAt(file, RootUnit(file), 1).childUnit;
+    FileEntry name = EntryAt(file, second, 0);
+    name.nameLength = 3;
+    ContainerBytes::SetValueAt(file, EntryOffset(second, 0), name);
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("a name that is not what it states"));
+    CopyName(file, second, 1, 0);
+    EXPECT_THAT(ErrorOfReading(file), HasSubstr("two children of one name"));
+}
+
 TEST(Damage, ANullAttributeHasNoTupleSize) {
     std::string file = ContainerBytes::Write(NullAttribute());
     ContainerBytes::SetValueAt(file, RootUnit(file) * 16ull + offsetof(Node, tupleSize), 1u);

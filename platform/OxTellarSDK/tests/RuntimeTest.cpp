@@ -292,6 +292,12 @@ const std::string kOutside = Register("TestOutside", [](CookContext& context) {
         true));
 });
 
+/// Whether each location was evicted before; with the children "children".
+const std::string kFreshChildren = Register("TestFreshChildren", [](CookContext& context) {
+    context.setAttrs(GroupAttribute({{"fresh", IntAttribute(context.isFresh())}}, true));
+    context.setPotentialChildren(StringAttribute(context.args().getChildByName("children")));
+});
+
 } // namespace
 
 TEST(Evict, MakesTheNextCookComputeAnewThroughAllOps) {
@@ -342,6 +348,84 @@ TEST(Evict, OfAPathNeverCookedDoesNothing) {
     client->cookLocation("/root");
     EXPECT_EQ(Counter::take("never"), 1);
     TellarRuntime::create()->evict("/root");
+}
+
+TEST(Evict, OfASiblingOfWhatWasCookedDoesNothing) {
+    Graph graph;
+    const Client client =
+        graph.commit(graph.op(kFreshChildren, {{"children", StringAttribute({"a", "b", "c"}, 1)}}));
+    client->cookLocation("/root");
+    client->cookLocation("/root/a");
+    graph.runtime->evict("/root/b");
+    EXPECT_EQ(Number(client->cookLocation("/root/b").getAttrs(), "fresh"), 0);
+    graph.runtime->evict("/root/b");
+    EXPECT_EQ(Number(client->cookLocation("/root/b").getAttrs(), "fresh"), 1);
+    EXPECT_EQ(Number(client->cookLocation("/root/c").getAttrs(), "fresh"), 0);
+}
+
+TEST(Evict, OfWhatCouldNotBeCookedLooksAnew) {
+    Graph graph;
+    const Client client = graph.commit(graph.op(kOutside, {Counted("failed and evicted")}));
+    outsideFails = true;
+    CookError(client, "/root");
+    outsideFails = false;
+    graph.runtime->evict("/root");
+    EXPECT_EQ(Number(client->cookLocation("/root").getAttrs(), "fresh"), 1);
+    EXPECT_EQ(Counter::take("failed and evicted"), 2);
+}
+
+// Children that a walk asks for in order
+
+namespace {
+
+StringAttribute NumberedNames(int count) {
+    std::vector<std::string> names;
+    for (int i = 0; i < count; ++i)
+        names.push_back("child" + std::to_string(i));
+    return StringAttribute(names, 1);
+}
+
+/// Cooks the paths twice; every time the location must be the one that was asked for.
+int CountWrong(const Client& client, const std::vector<std::string>& paths) {
+    int wrong = 0;
+    for (int pass = 0; pass < 2; ++pass)
+        for (const std::string& path : paths)
+            wrong += Text(client->cookLocation(path).getAttrs(), "path") != path;
+    return wrong;
+}
+
+} // namespace
+
+TEST(Children, AreCookedOnceInWhateverOrderTheyAreAskedFor) {
+    constexpr int kCount = 1000; // more than are made at once
+    Graph graph;
+    const Client client = graph.commit(
+        graph.op(kSource, {Counted("children in order"), {"children", NumberedNames(kCount)}}));
+    client->cookLocation("/root");
+    std::vector<std::string> forwards, mixed;
+    for (int i = 0; i < kCount; ++i) {
+        forwards.push_back("/root/child" + std::to_string(i));
+        mixed.push_back("/root/child" + std::to_string(i * 7 % kCount));
+        mixed.push_back("/root/another" + std::to_string(i % 10));
+    }
+    EXPECT_EQ(CountWrong(client, {forwards.begin(), forwards.begin() + 300}), 0);
+    EXPECT_EQ(CountWrong(client, mixed), 0);
+    EXPECT_EQ(CountWrong(client, forwards), 0);
+    EXPECT_EQ(Counter::take("children in order"), 1 + kCount + 10);
+}
+
+TEST(Children, MayHaveNamesThatRepeatOrAreNone) {
+    Graph graph;
+    const StringAttribute names({"a", "a", "", "b/c", "d", "a", "a longer name than fits inline",
+                                 "e", "f", "g", "h", "i", "a longer name than fits inline"},
+                                1);
+    const Client client =
+        graph.commit(graph.op(kSource, {Counted("odd names"), {"children", names}}));
+    EXPECT_EQ(CountWrong(client, {"/root", "/root/a", "/root/a", "/root/b/c", "/root/b", "/root/d",
+                                  "/root/a longer name than fits inline", "/root/e", "/root/f",
+                                  "/root/g", "/root/h", "/root/i"}),
+              0);
+    EXPECT_EQ(Counter::take("odd names"), 11);
 }
 
 TEST(Evict, ReplacesTheResultThatOthersShare) {

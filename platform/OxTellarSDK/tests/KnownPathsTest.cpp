@@ -1,0 +1,149 @@
+#include <OxTellarSDK/Attribute.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <boost/thread/tss.hpp>
+#include <gtest/gtest.h>
+
+#include "ContainerBytes.h"
+#include "RunTogether.h"
+
+// Paths below groups in files, which readers look up again and again in groups that are alike, or
+// nearly so.
+
+using namespace OxAttribute;
+
+namespace {
+
+GroupAttribute InFile(const GroupAttribute& group) {
+    return ContainerBytes::Read(ContainerBytes::Write(group));
+}
+
+GroupAttribute Child(const GroupAttribute& group, std::int64_t index) {
+    return group.getChildByIndex(index);
+}
+
+int At(const GroupAttribute& group, const std::string& path) {
+    return IntAttribute(group.getChildByName(path)).getValue(-1, false);
+}
+
+GroupAttribute Numbers(const std::vector<std::pair<std::string, int>>& values) {
+    std::vector<GroupAttribute::Child> children;
+    for (const auto& [name, value] : values)
+        children.emplace_back(name, IntAttribute(value));
+    return GroupAttribute(children, true);
+}
+
+} // namespace
+
+TEST(KnownPaths, AreFoundWhereTheyStandInGroupsThatDifferInOrder) {
+    const GroupAttribute file = InFile(GroupAttribute({{"a", Numbers({{"size", 1}, {"kind", 2}})},
+                                                       {"b", Numbers({{"kind", 3}, {"size", 4}})},
+                                                       {"c", Numbers({{"kind", 5}})},
+                                                       {"d", Numbers({})}},
+                                                      true));
+    for (int pass = 0; pass < 3; ++pass) {
+        EXPECT_EQ(At(Child(file, 0), "size"), 1);
+        EXPECT_EQ(At(Child(file, 1), "size"), 4);
+        EXPECT_EQ(At(Child(file, 2), "size"), -1);
+        EXPECT_EQ(At(Child(file, 3), "size"), -1);
+        EXPECT_EQ(At(Child(file, 0), "kind"), 2);
+        EXPECT_EQ(At(Child(file, 1), "kind"), 3);
+        EXPECT_EQ(At(Child(file, 2), "kind"), 5);
+    }
+}
+
+TEST(KnownPaths, OfOneFileSayNothingOfAnother) {
+    for (int pass = 0; pass < 3; ++pass) {
+        const GroupAttribute first = InFile(Numbers({{"size", 1}, {"kind", 2}}));
+        EXPECT_EQ(At(first, "kind"), 2);
+        const GroupAttribute second = InFile(Numbers({{"kind", 3}, {"size", 4}}));
+        EXPECT_EQ(At(second, "kind"), 3);
+        EXPECT_EQ(At(first, "size"), 1);
+        EXPECT_EQ(At(second, "size"), 4);
+    }
+}
+
+TEST(KnownPaths, LeadThroughGroupsOnly) {
+    const GroupAttribute file =
+        InFile(GroupAttribute({{"a", GroupAttribute({{"user", Numbers({{"f", 1}})}}, true)},
+                               {"b", GroupAttribute({{"user", IntAttribute(2)}}, true)},
+                               {"c", GroupAttribute({{"user", Numbers({{"f", 3}})}}, true)}},
+                              true));
+    for (int pass = 0; pass < 2; ++pass) {
+        EXPECT_EQ(At(Child(file, 0), "user.f"), 1);
+        EXPECT_EQ(At(Child(file, 1), "user.f"), -1);
+        EXPECT_EQ(At(Child(file, 2), "user.f"), 3);
+        EXPECT_EQ(At(Child(file, 1), "user"), 2);
+    }
+}
+
+TEST(KnownPaths, AreToldApartByAllTheirBytes) {
+    const std::vector<std::string> names = {"aaaa",
+                                            "aaaaa",
+                                            "aaaaaaa",
+                                            "aaaaaaaa",
+                                            "aaaaaaaaa",
+                                            "abcdefgh",
+                                            "abcdefghi",
+                                            "abcdefgh12345678",
+                                            "abcdefg012345678",
+                                            "abcdefgh123456789",
+                                            "x",
+                                            "",
+                                            "aaa"};
+    std::vector<std::pair<std::string, int>> values;
+    for (std::size_t i = 0; i < names.size(); ++i)
+        values.emplace_back(names[i], static_cast<int>(i));
+    const GroupAttribute file = InFile(Numbers(values));
+    for (int pass = 0; pass < 2; ++pass)
+        for (const auto& [name, value] : values)
+            EXPECT_EQ(At(file, name), value) << name;
+    for (const char* none : {"aaaaaa", "abcdefg", "abcdefgh1234567", "aaaa.", ".aaaa", "aaaa.aaaa"})
+        EXPECT_FALSE(file.getChildByName(none).isValid()) << none;
+}
+
+TEST(KnownPaths, MayBeMoreThanAThreadKeeps) {
+    std::vector<std::pair<std::string, int>> values;
+    for (int i = 0; i < 2000; ++i)
+        values.emplace_back("name" + std::to_string(i), i);
+    const GroupAttribute file = InFile(Numbers(values));
+    for (int pass = 0; pass < 2; ++pass)
+        for (const auto& [name, value] : values)
+            ASSERT_EQ(At(file, name), value);
+}
+
+TEST(KnownPaths, AreEveryThreadsOwn) {
+    const GroupAttribute file = InFile(GroupAttribute(
+        {{"a", Numbers({{"size", 1}, {"kind", 2}})}, {"b", Numbers({{"kind", 3}, {"size", 4}})}},
+        true));
+    std::atomic<int> wrong{0};
+    RunTogether(8, [&](int number) {
+        for (int i = 0; i < 2000; ++i) {
+            const bool isFirst = (i + number) % 3 != 0;
+            const GroupAttribute group = Child(file, isFirst ? 0 : 1);
+            wrong += At(group, "size") != (isFirst ? 1 : 4);
+            wrong += At(group, "kind") != (isFirst ? 2 : 3);
+        }
+    });
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(KnownPaths, AreStillFoundWhenAThreadsOwnObjectsAreGone) {
+    static const auto* const file = new GroupAttribute(InFile(Numbers({{"size", 7}})));
+    static std::atomic<int> found{0};
+    struct AtTheEnd {
+        static void look(int*) { found = At(*file, "size"); }
+    };
+    static boost::thread_specific_ptr<int> atTheEnd(&AtTheEnd::look);
+    std::thread([] {
+        static int something = 0;
+        atTheEnd.reset(&something);
+        EXPECT_EQ(At(*file, "size"), 7);
+    }).join();
+    EXPECT_EQ(found, 7);
+}
