@@ -19,7 +19,9 @@ namespace {
 
 // Room for the owner's pointer that keeps the file's values aligned.
 constexpr std::uint64_t kFrontBytes = 64;
-constexpr std::uint64_t kHugePageBytes = std::uint64_t(2) << 20;
+// A file that begins at a multiple of it can be mapped by large pages, where the system keeps it in
+// such.
+constexpr std::uint64_t kLargePageBytes = std::uint64_t(2) << 20;
 
 } // namespace
 
@@ -77,13 +79,13 @@ FileBuffer FileBuffer::Map(int descriptor, std::uint64_t bytes) {
     // One anonymous page, and right behind it the file: the owner's pointer lies in front
     // of the file's first byte without a byte of the file being copied.
     const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    const std::uint64_t total = page + bytes + kHugePageBytes;
+    const std::uint64_t total = page + bytes + kLargePageBytes;
     void* reserved =
         mmap(nullptr, total, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (reserved == MAP_FAILED) fail();
     const auto afterPage = reinterpret_cast<std::uintptr_t>(reserved) + page;
-    char* start =
-        reinterpret_cast<char*>((afterPage + kHugePageBytes - 1) / kHugePageBytes * kHugePageBytes);
+    const std::uint64_t padding = (kLargePageBytes - afterPage % kLargePageBytes) % kLargePageBytes;
+    char* start = static_cast<char*>(reserved) + page + padding;
     if (mmap(start, bytes, PROT_READ, MAP_PRIVATE | MAP_FIXED, descriptor, 0) == MAP_FAILED) {
         const int reason = errno;
         munmap(reserved, total);

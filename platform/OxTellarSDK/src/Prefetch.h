@@ -8,6 +8,7 @@ namespace OxAttribute {
 /// Has the cache line at an address fetched while other work goes on. Any number will do.
 inline void Prefetch(std::uintptr_t address) {
 #ifdef __GNUC__
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): no object need be there
     __builtin_prefetch(reinterpret_cast<const void*>(address));
 #else
     static_cast<void>(address);

@@ -100,7 +100,7 @@ public:
 
     void operator()(const KindRow& row, const Node* child) {
         const bool isFirst = !std::exchange(anyStep, true);
-        double v[kMatrixValues];
+        double v[kMatrixValues] = {};
         if (row.values > 0) ReadValues(child, row.values, time, v);
         switch (row.kind) {
         case Kind::Translate:
