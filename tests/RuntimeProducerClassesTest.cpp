@@ -100,6 +100,26 @@ TEST(RuntimeProducerClasses, NavigateByThePotentialChildrenThatAVariantPresents)
     EXPECT_EQ(root->getChildByName("x", false), nullptr);
 }
 
+/// Makes children for whom it is asked to.
+class MakingVariant : public SyncGeometryProducer {
+public:
+    using SyncGeometryProducer::createChild;
+    using SyncGeometryProducer::SyncGeometryProducer;
+};
+
+TEST(RuntimeProducerClasses, MakeChildrenThatKeepTheirClientAlsoForAnotherParent) {
+    const Client client = MakeClient(TestTree(Texts({"a", "b"})));
+    boost::intrusive_ptr<MakingVariant> root(
+        new MakingVariant(client, "/root", client->cookLocation("/root"), -1, nullptr));
+    const Ptr child = root->createChild("/root/a", client->cookLocation("/root/a"), 0, root);
+    const Ptr orphan = root->createChild("/root/a", client->cookLocation("/root/a"), 0, nullptr);
+    root.reset();
+    EXPECT_EQ(child->getClient(), client);
+    EXPECT_EQ(NameOf(child->getNextSibling(false)), "/root/b");
+    EXPECT_EQ(orphan->getClient(), client);
+    EXPECT_EQ(orphan->getParent(), nullptr);
+}
+
 TEST(RuntimeProducerClasses, MayBeDroppedHoweverManyAncestorsGoWithThem) {
     const TellarRuntime::LocationData data = BranchingVariant::data();
     const Client client = MakeClient(TestTree(Texts({})));
