@@ -145,9 +145,9 @@ def show_progress(text):
 def measure_all(bench, run_count, wanted):
     """{(row, route): (library, tree)} in the table's order, and the program's context."""
     bench.prepare()
-    names = [name for name in bench.list_names() if re.search(wanted, "/".join(name))]
+    names = [name for name in bench.list_names() if wanted.search("/".join(name))]
     if not names:
-        raise BenchError(f"no row matches {wanted!r}")
+        raise BenchError(f"no row matches {wanted.pattern!r}")
     runs = {}
     context = {}
     # Every row once, then every row again: a slow minute of the machine hits no row alone.
@@ -256,6 +256,13 @@ def print_head(context, run_count, load):
           f"of {run_count} runs")
 
 
+def regular_expression(text):
+    try:
+        return re.compile(text)
+    except re.error as error:
+        raise argparse.ArgumentTypeError(f"{text!r} is no regular expression: {error}") from error
+
+
 def parse_arguments():
     parser = argparse.ArgumentParser(prog="scripts/bench.sh",
                                      description="Measures the library and prints one table.")
@@ -266,7 +273,7 @@ def parse_arguments():
                         help="size of the scene; may be repeated (default: 100000 and 1000000)")
     parser.add_argument("--runs", type=int, default=5, metavar="K",
                         help="processes for every row; one of them is printed (default: 5)")
-    parser.add_argument("--rows", default="", metavar="REGEX",
+    parser.add_argument("--rows", type=regular_expression, default="", metavar="REGEX",
                         help="only these, by their names in tellar_bench, such as second_walk/sync")
     parser.add_argument("--markdown", action="store_true", help="print Markdown")
     arguments = parser.parse_args()
