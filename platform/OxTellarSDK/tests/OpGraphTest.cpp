@@ -463,13 +463,22 @@ TEST(DeserializeOps, LargeArgumentsAreSharedByFileWithoutReadingThem) {
     EXPECT_NE(first[0]->getIdentity(), other[0]->getIdentity());
 }
 
+namespace {
+
+/// One op of the type, with the argument "value" 4, in a file that is large enough to be mapped.
+void WriteLargeOpFile(const std::string& path, const std::string& opType) {
+    const DoubleAttribute padding(std::vector<double>(700000, 0.5), 1);
+    const GroupAttribute args({Value(4), {"padding", padding}}, true);
+    const GroupAttribute entry({{"opType", StringAttribute(opType)}, {"opArgs", args}}, true);
+    WriteOpFile(path, GroupAttribute({{"a", entry}}, true));
+}
+
+} // namespace
+
 TEST(DeserializeOps, ALargeFileIsClosedWithItsRuntime) {
     const TempDirectory folder;
     const std::string path = folder.path("large");
-    const DoubleAttribute padding(std::vector<double>(700000, 0.5), 1);
-    const GroupAttribute args({Value(4), {"padding", padding}}, true);
-    const GroupAttribute entry({{"opType", StringAttribute(kSource)}, {"opArgs", args}}, true);
-    WriteOpFile(path, GroupAttribute({{"a", entry}}, true));
+    WriteLargeOpFile(path, kSource);
     LocationData data;
     {
         Graph graph;
@@ -489,10 +498,7 @@ TEST(DeserializeOps, AResultThatLiesInALargeFileKeepsItOpen) {
         Register("TestArgsAsAttrs", [](CookContext& context) { context.setAttrs(context.args()); });
     const TempDirectory folder;
     const std::string path = folder.path("large");
-    const DoubleAttribute padding(std::vector<double>(700000, 0.5), 1);
-    const GroupAttribute args({{"padding", padding}, Value(4)}, true);
-    const GroupAttribute entry({{"opType", StringAttribute(kArgsAsAttrs)}, {"opArgs", args}}, true);
-    WriteOpFile(path, GroupAttribute({{"a", entry}}, true));
+    WriteLargeOpFile(path, kArgsAsAttrs);
     LocationData data;
     {
         Graph graph;
