@@ -297,9 +297,10 @@ LocationNode* LocationStore::locate(std::string_view path, bool add) {
     if (!parent) parent = descend(folder, add);
     LocationNode* node = parent ? child(parent, path.substr(nameStart), hint, add) : nullptr;
     if (node && memory) {
-        memory->storeId = id;
-        memory->node = node;
+        memory->storeId = 0; // for the case that there is no memory for the text
         memory->folder.assign(folder.data(), folder.size());
+        memory->node = node;
+        memory->storeId = id;
     }
     return node;
 }

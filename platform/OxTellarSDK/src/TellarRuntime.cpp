@@ -40,12 +40,18 @@ struct OxTellarRuntimeDetail::RuntimeState {
     std::vector<std::weak_ptr<TellarRuntime::Op>> ops;
     std::vector<Cooked> cooked;
 
-    /// Lets go of results and Ops at which neither an Op nor a client looks any more.
-    void dropUnused() {
-        const auto isUnused = [](const Cooked& entry) { return entry.store.use_count() == 1; };
-        cooked.erase(std::remove_if(cooked.begin(), cooked.end(), isUnused), cooked.end());
+    /// Forgets results and Ops at which neither an Op nor a client looks any more. The results are
+    /// the caller's to let go of, without the lock: what an op type keeps with them may be a client
+    /// of this very runtime.
+    [[nodiscard]] std::vector<Cooked> takeUnused() {
+        const auto isUsed = [](const Cooked& entry) { return entry.store.use_count() != 1; };
+        const auto unused = std::partition(cooked.begin(), cooked.end(), isUsed);
+        std::vector<Cooked> taken(std::make_move_iterator(unused),
+                                  std::make_move_iterator(cooked.end()));
+        cooked.erase(unused, cooked.end());
         const auto isGone = [](const std::weak_ptr<TellarRuntime::Op>& op) { return op.expired(); };
         ops.erase(std::remove_if(ops.begin(), ops.end(), isGone), ops.end());
+        return taken;
     }
 
     CookedIndex* indexOf(const std::shared_ptr<LocationStore>& store) {
@@ -79,8 +85,9 @@ void TellarRuntime::commit(const std::shared_ptr<Transaction>& transaction) {
     transaction->committed = true;
     OxTellarRuntimeDetail::CommitOps(transaction->ops);
 
+    std::vector<OxTellarRuntimeDetail::RuntimeState::Cooked> unused;
     const std::lock_guard<std::mutex> guard(state->lock);
-    state->dropUnused();
+    unused = state->takeUnused();
     state->ops.insert(state->ops.end(), transaction->ops.begin(), transaction->ops.end());
     for (const std::shared_ptr<Client>& client : transaction->clients) {
         if (!client->op) continue;
@@ -102,10 +109,11 @@ void TellarRuntime::evict(const std::string& path) {
 
 void TellarRuntime::finalize() {
     {
+        std::vector<OxTellarRuntimeDetail::RuntimeState::Cooked> unused;
         const std::lock_guard<std::mutex> guard(state->lock);
         for (const auto& entry : state->cooked)
             entry.index->clear();
-        state->dropUnused();
+        unused = state->takeUnused();
     }
     OxAttribute::Container::Collect();
 }

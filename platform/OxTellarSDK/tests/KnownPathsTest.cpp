@@ -68,6 +68,20 @@ TEST(KnownPaths, OfOneFileSayNothingOfAnother) {
     }
 }
 
+TEST(KnownPaths, OfOneFileSayNothingOfAnotherThatPretendsToBeAlike) {
+    const GroupAttribute first = InFile(Numbers({{"abcd", 1}, {"efgh", 2}}));
+    std::string file = ContainerBytes::Write(Numbers({{"efgh", 3}, {"abcd", 4}}));
+    const std::size_t entries =
+        ContainerBytes::FooterOf(file).rootUnit * kUnitBytes + sizeof(OxAttributeStruct);
+    for (const std::size_t offset : {entries, entries + sizeof(FileEntry)})
+        ContainerBytes::SetValueAt(file, offset, HashName(offset == entries ? "abcd" : "efgh"));
+    const GroupAttribute second = ContainerBytes::Read(ContainerBytes::Repaired(file));
+    EXPECT_EQ(At(first, "abcd"), 1);
+    EXPECT_EQ(At(second, "abcd"), 4);
+    EXPECT_EQ(At(first, "efgh"), 2);
+    EXPECT_EQ(At(second, "efgh"), 3);
+}
+
 TEST(KnownPaths, LeadThroughGroupsOnly) {
     const GroupAttribute file =
         InFile(GroupAttribute({{"a", GroupAttribute({{"user", Numbers({{"f", 1}})}}, true)},

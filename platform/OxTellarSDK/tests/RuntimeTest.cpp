@@ -374,6 +374,55 @@ TEST(Evict, OfWhatCouldNotBeCookedLooksAnew) {
     EXPECT_EQ(Counter::take("failed and evicted"), 2);
 }
 
+// What an op type keeps
+
+namespace {
+
+/// Keeps a client with each Op, as a type might that looks at another tree.
+class ClientKeeper : public OxOpType::OpType {
+public:
+    struct Kept : OxOpType::State {
+        Client client;
+    };
+    ClientKeeper() { about.name = "TestClientKeeper"; }
+    const OxOpType::Description& description() const override { return about; }
+    std::shared_ptr<const OxOpType::State> prepare(const GroupAttribute&,
+                                                   std::size_t) const override {
+        auto state = std::make_shared<Kept>();
+        state->client = std::exchange(next, nullptr);
+        return state;
+    }
+    void cook(CookContext& context) const override {
+        context.setAttrs(GroupAttribute({{"value", IntAttribute(3)}}, true));
+    }
+    static Client next;
+
+private:
+    OxOpType::Description about;
+};
+
+Client ClientKeeper::next;
+
+} // namespace
+
+TEST(Lifetime, AnOpMayKeepAClientOfTheRuntimeThatForgetsIt) {
+    static const bool isRegistered = [] {
+        RegisterOpType(new ClientKeeper);
+        return true;
+    }();
+    ASSERT_TRUE(isRegistered);
+    const auto runtime = TellarRuntime::create();
+    {
+        Graph kept(runtime), keeping(runtime);
+        ClientKeeper::next = kept.commit(kept.op(kSource, {Value(1)}));
+        EXPECT_EQ(ValueAt(keeping.commit(keeping.op("TestClientKeeper")), "/root"), 3);
+        EXPECT_EQ(ClientKeeper::next, nullptr);
+    }
+    Graph another(runtime); // to build it lets go of what is unused
+    EXPECT_EQ(ValueAt(another.commit(another.op(kSource, {Value(2)})), "/root"), 2);
+    runtime->finalize();
+}
+
 // Children that a walk asks for in order
 
 namespace {
@@ -426,6 +475,27 @@ TEST(Children, MayHaveNamesThatRepeatOrAreNone) {
                                   "/root/g", "/root/h", "/root/i"}),
               0);
     EXPECT_EQ(Counter::take("odd names"), 11);
+}
+
+TEST(Children, WithASlashInTheirNameAreNoLocationsOfTheirOwn) {
+    Graph graph;
+    const StringAttribute names({"x", "b/c", "d"}, 1);
+    const Client client =
+        graph.commit(graph.op(kSource, {Counted("names with a slash"), {"children", names}}));
+    EXPECT_EQ(CountWrong(client, {"/root", "/root/x", "/root/b/c", "/root/d", "/root/b",
+                                  "/root/b/x", "/root/b/b/c", "/root/b/c"}),
+              0);
+    EXPECT_EQ(Counter::take("names with a slash"), 7);
+}
+
+TEST(Children, WithoutANameDoNotExist) {
+    Graph graph;
+    const StringAttribute names({"x", "", "d"}, 1);
+    const Client client = graph.commit(graph.op(kSource, {{"children", names}}));
+    EXPECT_TRUE(Exists(client, "/root"));
+    EXPECT_TRUE(Exists(client, "/root/x"));
+    EXPECT_FALSE(Exists(client, "/root/"));
+    EXPECT_TRUE(Exists(client, "/root/d"));
 }
 
 TEST(Evict, ReplacesTheResultThatOthersShare) {
