@@ -1,0 +1,102 @@
+#include "DefaultAssetPlugin.h"
+
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+#include <OxConfiguration/Configuration.h>
+#include <OxTellarSDK/StringUtil.h>
+
+#include "ReferenceText.h"
+
+namespace {
+
+constexpr const char* kSearchPathKey = "ASSET_SEARCH_PATH";
+#if defined(_WIN32)
+constexpr std::string_view kListSeparator = ";";
+#else
+constexpr std::string_view kListSeparator = ":";
+#endif
+
+// One entry of the search path.
+struct SearchFolder {
+    /// Empty when the entry cannot be expanded.
+    std::string path;
+    /// As a message names it, with the reason when it was passed over.
+    std::string description;
+};
+
+std::vector<SearchFolder> searchFolders() {
+    std::vector<SearchFolder> folders;
+    for (const std::string& entry :
+         OxStringUtil::split(Config()->get(kSearchPathKey), kListSeparator)) {
+        std::string why;
+        const auto expanded = ExpandReference(entry, std::nullopt, why);
+        if (!expanded) {
+            folders.push_back({"", QuotedForMessage(entry) + " (" + why + ")"});
+        } else if (!expanded->text.empty()) {
+            folders.push_back({expanded->text, QuotedForMessage(expanded->text)});
+        }
+    }
+    return folders;
+}
+
+// Relative, and not told to count from the current folder.
+bool isSearched(const std::string& reference) {
+    if (reference == "." || reference == "..") return false;
+    if (HasPathSeparator(reference.substr(0, 1))) return false;
+    for (const char* start : {"./", "../"}) {
+        if (OxStringUtil::startswith(reference, start)) return false;
+    }
+    return !std::filesystem::path(reference).is_absolute();
+}
+
+std::string joined(const std::string& folder, const std::string& reference) {
+    const bool endsWithSeparator = HasPathSeparator(OxStringUtil::slice(folder, -1));
+    return folder + (endsWithSeparator ? "" : "/") + reference;
+}
+
+// An odd name, or one that may not be asked about, does not exist as far as we can use it.
+bool exists(const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::exists(path, ignored);
+}
+
+std::string notFoundIn(const std::vector<SearchFolder>& folders) {
+    std::string list;
+    for (const SearchFolder& folder : folders)
+        list += (list.empty() ? "" : ", ") + folder.description;
+    return std::string("it is in no folder of ") + kSearchPathKey + ": " + list;
+}
+
+// Nothing when the reference cannot be resolved; `why` is then assigned.
+std::optional<std::string> resolve(const std::string& reference, int frame, std::string& why) {
+    const auto expanded = ExpandReference(reference, frame, why);
+    if (!expanded) return std::nullopt;
+    if (expanded->text.empty() || !isSearched(expanded->text)) return expanded->text;
+
+    const std::vector<SearchFolder> folders = searchFolders();
+    for (const SearchFolder& folder : folders) {
+        if (folder.path.empty()) continue;
+        std::string path = joined(folder.path, expanded->text);
+        if (exists(path)) return path;
+    }
+    const bool isWord = !expanded->hasFrameToken && !HasPathSeparator(expanded->text);
+    if (isWord || folders.empty()) return expanded->text;
+    why = notFoundIn(folders);
+    return std::nullopt;
+}
+
+} // namespace
+
+std::string DefaultAssetPlugin::resolvePath(const std::string& reference, int frame,
+                                            bool mustResolve) const {
+    std::string why;
+    if (auto resolved = resolve(reference, frame, why)) return *std::move(resolved);
+    if (!mustResolve) return reference;
+    throw std::runtime_error("Asset reference " + QuotedForMessage(reference) +
+                             " cannot be resolved: " + why + ".");
+}

@@ -1,0 +1,15 @@
+#ifndef OXASSETHOST_DEFAULTASSETPLUGIN_H
+#define OXASSETHOST_DEFAULTASSETPLUGIN_H
+
+#include <OxAssetHost/OxAssetPluginManager.h>
+
+/// The built-in asset plug-in: home folders, environment variables, frame tokens and the search
+/// path of the configuration. docs/assets.md has the rules and all texts. It has no state of its
+/// own, so any number of threads may use it as long as nobody changes the environment.
+class DefaultAssetPlugin final : public OxAssetPlugin {
+public:
+    std::string resolvePath(const std::string& reference, int frame,
+                            bool mustResolve) const override;
+};
+
+#endif

@@ -1,0 +1,46 @@
+#include <OxAssetHost/OxAssetPluginManager.h>
+
+#include <mutex>
+#include <utility>
+
+#include "DefaultAssetPlugin.h"
+
+namespace {
+
+using PluginPointer = std::shared_ptr<const OxAssetPlugin>;
+
+// The plug-in in use. Never null; replaced and copied under the lock, destroyed outside of it.
+struct DefaultPlugin {
+    std::mutex mutex;
+    PluginPointer plugin;
+};
+
+const PluginPointer& builtInPlugin() {
+    static const auto* const plugin =
+        new PluginPointer(std::make_shared<const DefaultAssetPlugin>());
+    return *plugin;
+}
+
+DefaultPlugin& defaultPlugin() {
+    static auto* const current = new DefaultPlugin{{}, builtInPlugin()};
+    return *current;
+}
+
+} // namespace
+
+OxAssetPlugin::~OxAssetPlugin() = default;
+
+std::shared_ptr<const OxAssetPlugin> OxAssetPluginManager::getDefaultAssetPlugin() {
+    DefaultPlugin& current = defaultPlugin();
+    const std::lock_guard<std::mutex> lock(current.mutex);
+    return current.plugin;
+}
+
+void OxAssetPluginManager::setDefaultAssetPlugin(std::shared_ptr<const OxAssetPlugin> plugin) {
+    if (!plugin) plugin = builtInPlugin();
+    DefaultPlugin& current = defaultPlugin();
+    const std::lock_guard<std::mutex> lock(current.mutex);
+    // The one before goes away with the parameter, after the lock: its destructor may well ask
+    // for the default plug-in.
+    current.plugin.swap(plugin);
+}

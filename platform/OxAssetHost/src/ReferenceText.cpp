@@ -1,0 +1,219 @@
+#include "ReferenceText.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include <OxTellarSDK/StringUtil.h>
+
+namespace {
+
+#if defined(_WIN32)
+constexpr std::string_view kSeparators = "/\\";
+#else
+constexpr std::string_view kSeparators = "/";
+#endif
+
+// No system opens longer paths; it also bounds what variables can blow a reference up to.
+constexpr std::size_t kLongestText = 64 * 1024;
+constexpr std::size_t kWidestFrame = 99;
+constexpr std::size_t kLongestQuotation = 200;
+
+bool isNameCharacter(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// How many characters in front of the text satisfy the condition.
+template <typename Condition>
+std::size_t runLength(std::string_view text, Condition condition) {
+    return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), condition) -
+                                    text.begin());
+}
+
+std::string tooLong() {
+    return "it is longer than " + std::to_string(kLongestText) + " bytes";
+}
+
+// Sign first, then zeros; the width counts the sign.
+std::string paddedFrame(int frame, std::size_t width) {
+    std::string text = std::to_string(frame);
+    if (text.size() < width) text.insert(frame < 0 ? 1 : 0, width - text.size(), '0');
+    return text;
+}
+
+// Reads a reference from front to back, once; what was replaced goes to the result only.
+class Expander {
+public:
+    Expander(std::string_view text, std::optional<int> frame)
+        : rest(text), frame(frame), isPath(HasPathSeparator(text)) {}
+
+    /// False when something cannot be replaced.
+    bool run() {
+        for (bool isGood = replaceHome(); isGood; isGood = replaceNext()) {
+            if (result.text.size() > kLongestText) {
+                return fail(tooLong() + " with its variables replaced");
+            }
+            if (rest.empty()) return true;
+        }
+        return false;
+    }
+
+    ExpandedReference result;
+    std::string why;
+
+private:
+    bool fail(std::string reason) {
+        why = std::move(reason);
+        return false;
+    }
+
+    void take(std::size_t length) {
+        result.text += rest.substr(0, length);
+        rest.remove_prefix(length);
+    }
+
+    void replace(std::size_t length, std::string_view value) {
+        result.text += value;
+        rest.remove_prefix(length);
+    }
+
+    bool replaceHome() {
+        if (rest.empty() || rest.front() != '~') return true;
+        const std::size_t end = std::min(rest.find_first_of(kSeparators), rest.size());
+        const bool isAll = end == rest.size();
+        // With the separator behind it: a home folder "/" must not give "//x" for "~/x".
+        const std::string head = std::string(rest.substr(0, end)) + (isAll ? "" : "/");
+        const std::string home = OxStringUtil::expanduser(head);
+        if (home == head) {
+            return fail(end == 1 ? "the home folder is not known"
+                                 : "there is no user " + QuotedForMessage(rest.substr(1, end - 1)));
+        }
+        replace(isAll ? end : end + 1, home);
+        return true;
+    }
+
+    bool replaceNext() {
+        switch (rest.front()) {
+        case '$':
+            return replaceVariable();
+        case '#':
+            return replaceHashes();
+        case '%':
+            return replacePercent();
+        default:
+            break;
+        }
+        take(std::min(rest.find_first_of("$#%"), rest.size()));
+        return true;
+    }
+
+    bool replaceVariable() {
+        const bool isBraced = rest.substr(0, 2) == "${";
+        const std::size_t start = isBraced ? 2 : 1;
+        const std::size_t end =
+            isBraced ? rest.find('}') : 1 + runLength(rest.substr(1), isNameCharacter);
+        if (end == std::string_view::npos || end == start) {
+            take(1);
+            return true;
+        }
+        const std::string name(rest.substr(start, end - start));
+        const char* value = std::getenv(name.c_str());
+        if (!value) {
+            return fail("the environment variable " + QuotedForMessage(name) + " is not set");
+        }
+        replace(isBraced ? end + 1 : end, value);
+        return true;
+    }
+
+    bool replaceHashes() {
+        const std::size_t length = runLength(rest, [](char c) { return c == '#'; });
+        // A word may well have the character in it: "C#", "#ff8800".
+        const bool isToken = isPath || rest.substr(length, 1) == ".";
+        if (isToken) return replaceFrame(length, length);
+        take(length);
+        return true;
+    }
+
+    bool replacePercent() {
+        if (rest.substr(1, 1) == "d") return replaceFrame(2, 1);
+        const std::size_t digits = runLength(rest.substr(1), isDigit);
+        const std::string_view number = rest.substr(1, digits);
+        const bool isToken = digits >= 2 && number[0] == '0' && number[1] != '0' &&
+                             rest.substr(1 + digits, 1) == "d";
+        if (!isToken) {
+            take(1);
+            return true;
+        }
+        const std::string width(number.substr(1));
+        // Of many digits, the first few tell enough, and fit into a number.
+        return replaceFrame(digits + 2, std::stoul(width.substr(0, 4)));
+    }
+
+    bool replaceFrame(std::size_t length, std::size_t width) {
+        if (!frame) {
+            take(length);
+            return true;
+        }
+        if (width > kWidestFrame) {
+            return fail("its frame token " + QuotedForMessage(rest.substr(0, length)) +
+                        " is too wide, " + std::to_string(kWidestFrame) + " digits are the most");
+        }
+        result.hasFrameToken = true;
+        replace(length, paddedFrame(*frame, width));
+        return true;
+    }
+
+    std::string_view rest;
+    std::optional<int> frame;
+    bool isPath;
+};
+
+} // namespace
+
+std::optional<ExpandedReference> ExpandReference(std::string_view text, std::optional<int> frame,
+                                                 std::string& why) {
+    if (text.size() > kLongestText) {
+        why = tooLong();
+        return std::nullopt;
+    }
+    if (text.find('\0') != std::string_view::npos) {
+        why = "it contains a NUL byte";
+        return std::nullopt;
+    }
+    Expander expander(text, frame);
+    if (expander.run()) return std::move(expander.result);
+    why = std::move(expander.why);
+    return std::nullopt;
+}
+
+bool HasPathSeparator(std::string_view text) {
+    return text.find_first_of(kSeparators) != std::string_view::npos;
+}
+
+std::string QuotedForMessage(std::string_view text) {
+    constexpr std::string_view kHexDigits = "0123456789abcdef";
+    const bool isCut = text.size() > kLongestQuotation;
+    if (isCut) {
+        // Not within the bytes of one UTF-8 character.
+        std::size_t end = kLongestQuotation;
+        while (end > kLongestQuotation - 4 && (text[end] & 0xC0) == 0x80)
+            --end;
+        text = text.substr(0, end);
+    }
+    std::string quoted = "'";
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte >= 0x20 && byte != 0x7F) {
+            quoted += c;
+        } else {
+            quoted += "\\x";
+            quoted += kHexDigits[byte >> 4];
+            quoted += kHexDigits[byte & 0xF];
+        }
+    }
+    return quoted += isCut ? "...'" : "'";
+}

@@ -1,0 +1,274 @@
+#include <OxPluginHost/OxPluginHost.h>
+
+#include <atomic>
+#include <cstddef>
+#include <exception>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <shared_mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <OxConfiguration/Configuration.h>
+#include <OxLoggingHost/OxLoggerGlue.h>
+#include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/PluginManager.h>
+
+namespace {
+
+using OxPluginManager::PluginManager;
+
+constexpr const char* kAttributeSuiteName = "AttributeHost";
+constexpr unsigned int kAttributeSuiteVersion = 1;
+
+#define TELLAR_IS_MEMBER(index, member)                                                            \
+    (offsetof(OxPluginHost, member) == (index) * sizeof(void*) &&                                  \
+     sizeof(OxPluginHost::member) == sizeof(void*))
+static_assert(TELLAR_IS_MEMBER(0, recordVersion));
+static_assert(TELLAR_IS_MEMBER(1, name));
+static_assert(TELLAR_IS_MEMBER(2, version));
+static_assert(TELLAR_IS_MEMBER(3, getSuite));
+static_assert(TELLAR_IS_MEMBER(4, getNewestSuiteVersion));
+static_assert(TELLAR_IS_MEMBER(5, getPluginName));
+static_assert(TELLAR_IS_MEMBER(6, getPluginSuite));
+static_assert(TELLAR_IS_MEMBER(7, getConfiguration));
+static_assert(TELLAR_IS_MEMBER(8, isLogged));
+static_assert(TELLAR_IS_MEMBER(9, log));
+static_assert(TELLAR_IS_MEMBER(10, registerSuite), "libraries call the eleventh member");
+static_assert(sizeof(OxPluginHost) == 11 * sizeof(void*));
+#undef TELLAR_IS_MEMBER
+
+// What registerSuite answers.
+enum RegistrationStatus { kRegistered = 0, kNotUsable = 1, kTaken = 2, kFailed = 3 };
+
+const OxLoggerGlue& logger() {
+    static const OxLoggerGlue* const logger = new OxLoggerGlue("PluginHost");
+    return *logger;
+}
+
+void reportException(const char* entry, const char* text) noexcept {
+    try {
+        logger().error(std::string(entry) + ": " + text, __FILE__, __LINE__);
+    } catch (...) {
+        // No memory even for the message.
+    }
+}
+
+/// Runs one entry; what it throws is logged, and the entry returns `failed`.
+template <typename Result, typename Body>
+Result guarded(const char* entry, Result failed, Body body) noexcept {
+    try {
+        return body();
+    } catch (const std::exception& error) {
+        reportException(entry, error.what());
+    } catch (...) {
+        reportException(entry, "unknown exception");
+    }
+    return failed;
+}
+
+// The function tables by name and version. Tables are only ever added. Nothing is called while
+// the lock is held: plug-ins ask and register from within the plug-in manager's loading.
+class SuiteTable {
+public:
+    const void* find(std::string_view apiName, unsigned int apiVersion) const {
+        const std::shared_lock<std::shared_mutex> lock(mutex);
+        const auto versions = suites.find(apiName);
+        if (versions == suites.end()) return nullptr;
+        const auto suite = versions->second.find(apiVersion);
+        return suite != versions->second.end() ? suite->second : nullptr;
+    }
+
+    /// 0 when there is none.
+    unsigned int newestVersion(std::string_view apiName) const {
+        const std::shared_lock<std::shared_mutex> lock(mutex);
+        const auto versions = suites.find(apiName);
+        return versions != suites.end() ? versions->second.rbegin()->first : 0;
+    }
+
+    /// Returns the table that has this name and version from now on: the first one added.
+    const void* add(const void* suite, std::string_view apiName, unsigned int apiVersion) {
+        // Made before the lock, so that running out of memory leaves no name without a version.
+        std::map<unsigned int, const void*> firstVersion = {{apiVersion, suite}};
+        std::string name(apiName);
+        const std::unique_lock<std::shared_mutex> lock(mutex);
+        const auto versions = suites.try_emplace(std::move(name), std::move(firstVersion)).first;
+        return versions->second.try_emplace(apiVersion, suite).first->second;
+    }
+
+private:
+    mutable std::shared_mutex mutex;
+    std::map<std::string, std::map<unsigned int, const void*>, std::less<>> suites;
+};
+
+SuiteTable& suiteTable() {
+    static SuiteTable* const table = new SuiteTable;
+    return *table;
+}
+
+/// A copy of the text that lives to the end of the process, the same one for equal texts.
+const char* interned(const std::string& text) {
+    static std::mutex* const mutex = new std::mutex;
+    static std::set<std::string>* const texts = new std::set<std::string>;
+    const std::lock_guard<std::mutex> lock(*mutex);
+    return texts->insert(text).first->c_str();
+}
+
+/// The process's attribute suite; the built-in one is set up if there is none.
+const OxAttributeSuite_v1* attributeSuite() {
+    if (!OxGetAttributeSuite()) OxSetAttributeSuite(OxGetBuiltInAttributeSuite());
+    return OxGetAttributeSuite();
+}
+
+const void* getSuite(const char* apiName, unsigned int apiVersion) {
+    if (!apiName) return nullptr;
+    return guarded<const void*>("getSuite", nullptr,
+                                [&] { return suiteTable().find(apiName, apiVersion); });
+}
+
+unsigned int getNewestSuiteVersion(const char* apiName) {
+    if (!apiName) return 0;
+    return guarded("getNewestSuiteVersion", 0U,
+                   [&] { return suiteTable().newestVersion(apiName); });
+}
+
+const char* getPluginName(const char* apiName, unsigned int apiVersion, unsigned int index) {
+    if (!apiName) return nullptr;
+    return guarded<const char*>("getPluginName", nullptr, [&] {
+        std::vector<std::string> names;
+        PluginManager::getPluginNames(apiName, names, apiVersion);
+        return index < names.size() ? interned(names[index]) : nullptr;
+    });
+}
+
+const void* getPluginSuite(const char* pluginName, const char* apiName, unsigned int apiVersion) {
+    if (!pluginName || !apiName) return nullptr;
+    return guarded<const void*>("getPluginSuite", nullptr, [&] {
+        return PluginManager::getPluginSuite(
+            PluginManager::getPlugin(pluginName, apiName, apiVersion));
+    });
+}
+
+OxAttributeStruct* getConfiguration(const char* key) {
+    if (!key) return nullptr;
+    return guarded<OxAttributeStruct*>("getConfiguration", nullptr, [&]() -> OxAttributeStruct* {
+        if (!Config()->has(key)) return nullptr;
+        const std::string value = Config()->get(key);
+        // It may have gone in between; an empty value is one all the same.
+        if (value.empty() && !Config()->has(key)) return nullptr;
+        // From the table that plug-ins get, whatever the process has done to its own since.
+        const auto* suite = static_cast<const OxAttributeSuite_v1*>(
+            suiteTable().find(kAttributeSuiteName, kAttributeSuiteVersion));
+        const char* text = value.c_str();
+        return suite ? suite->createString(&text, 1, 1) : nullptr;
+    });
+}
+
+int isLogged(const char* loggerName, int level) {
+    if (!loggerName) return 0;
+    return guarded("isLogged", 0, [&] {
+        const OxLogLevel threshold = OxLoggingGetLevel(loggerName);
+        switch (level) {
+        case kOxLogDebug:
+            return threshold <= OxLogLevel::debug ? 1 : 0;
+        case kOxLogInfo:
+            return threshold <= OxLogLevel::info ? 1 : 0;
+        case kOxLogWarn:
+            return threshold <= OxLogLevel::warn ? 1 : 0;
+        case kOxLogError:
+            return threshold <= OxLogLevel::error ? 1 : 0;
+        default:
+            return 0;
+        }
+    });
+}
+
+void log(const char* loggerName, int level, const char* message, const char* file, int line) {
+    // Asked first: it costs less than the logger and the text, and knows the levels.
+    if (!message || !isLogged(loggerName, level)) return;
+    guarded("log", 0, [&] {
+        const OxLoggerGlue named(loggerName);
+        if (level == kOxLogDebug) named.debug(message, file, line);
+        if (level == kOxLogInfo) named.info(message, file, line);
+        if (level == kOxLogWarn) named.warn(message, file, line);
+        if (level == kOxLogError) named.error(message, file, line);
+        return 0;
+    });
+}
+
+void warnOfRefusal(const char* apiName, unsigned int apiVersion, const std::string& why) {
+    logger().warn("Suite \"" + std::string(apiName ? apiName : "") + "\" version " +
+                      std::to_string(apiVersion) + " is not registered: " + why,
+                  __FILE__, __LINE__);
+}
+
+int registerSuite(const void* suite, const char* apiName, unsigned int apiVersion) {
+    return guarded<int>("registerSuite", kFailed, [&] {
+        const bool isNamed = apiName && *apiName;
+        if (!suite || !isNamed || apiVersion == 0) {
+            warnOfRefusal(apiName, apiVersion,
+                          !suite     ? "its function table is null"
+                          : !isNamed ? "it has no name"
+                                     : "versions begin with 1");
+            return kNotUsable;
+        }
+        if (suiteTable().add(suite, apiName, apiVersion) == suite) return kRegistered;
+        warnOfRefusal(apiName, apiVersion, "another one has this name and version");
+        return kTaken;
+    });
+}
+
+OxPluginHost hostRecord = {OX_PLUGIN_HOST_RECORD_VERSION,
+                           "OxPluginHost",
+                           OXPLUGINHOST_VERSION,
+                           getSuite,
+                           getNewestSuiteVersion,
+                           getPluginName,
+                           getPluginSuite,
+                           getConfiguration,
+                           isLogged,
+                           log,
+                           registerSuite};
+
+/// Registers what every host offers. Waits for nobody: no plug-in is called meanwhile.
+void registerOwnSuitesOnce() {
+    static const bool isRegistered = [] {
+        suiteTable().add(attributeSuite(), kAttributeSuiteName, kAttributeSuiteVersion);
+        return true;
+    }();
+    static_cast<void>(isRegistered);
+}
+
+/// Gives the host to the plug-in manager, and through it to plug-ins that are loaded already.
+///
+/// There is no lock around this, nor does one thread wait here for another one's call: the plug-in
+/// manager has a lock of its own, and a plug-in that it is loading in another thread may be asking
+/// for the host just now. So whoever asks before the first call is over makes the call as well,
+/// except for a plug-in that asks because it is being given the host.
+void handToPluginManagerOnce() {
+    static std::atomic<bool> isDone{false};
+    thread_local bool isUnderWay = false;
+    if (isDone.load(std::memory_order_acquire) || isUnderWay) return;
+    isUnderWay = true;
+    const bool isGiven = guarded("OxGetPluginHost", false, [] {
+        PluginManager::setHost(&hostRecord);
+        return true;
+    });
+    isUnderWay = false;
+    if (isGiven) isDone.store(true, std::memory_order_release);
+}
+
+} // namespace
+
+OxPluginHost* OxGetPluginHost() {
+    guarded("OxGetPluginHost", 0, [] {
+        registerOwnSuitesOnce();
+        return 0;
+    });
+    handToPluginManagerOnce();
+    return &hostRecord;
+}

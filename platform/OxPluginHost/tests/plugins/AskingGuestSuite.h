@@ -1,0 +1,13 @@
+#ifndef OXPLUGINHOST_TESTS_ASKINGGUESTSUITE_H
+#define OXPLUGINHOST_TESTS_ASKINGGUESTSUITE_H
+
+#include <OxPluginHost/OxPluginHost.h>
+
+/// What the plug-in "asking guest" of the API "TestAskingGuests", version 1, was told.
+struct AskingGuestSuite {
+    OxPluginHost* hostGiven = nullptr;
+    OxPluginHost* hostAskedForWhenGiven = nullptr;
+    OxPluginHost* hostAskedForWhenCounted = nullptr;
+};
+
+#endif

@@ -1,0 +1,59 @@
+#ifndef RESOLUTIONTABLEOX_RESOLUTIONTABLE_H
+#define RESOLUTIONTABLEOX_RESOLUTIONTABLE_H
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <ResolutionTableOx/Export.h>
+
+/// A picture format. A value; copy it freely.
+class RESOLUTIONTABLEOX_API ResolutionTableEntry {
+public:
+    /// Throws std::runtime_error, which names the format and the value at fault, for an empty name
+    /// or one with control characters, sizes that are not from 1 to 1048576, more pixels than an
+    /// int holds, and a pixel aspect that is not finite and above 0.
+    ResolutionTableEntry(std::string name, int width, int height, double pixelAspect);
+
+    const std::string& getName() const { return name; }
+    int getWidth() const { return width; }   ///< pixels, at least 1
+    int getHeight() const { return height; } ///< pixels, at least 1
+    /// Width of a pixel divided by its height.
+    double getPixelAspect() const { return pixelAspect; }
+
+private:
+    std::string name;
+    int width;
+    int height;
+    double pixelAspect;
+};
+
+/// Picture formats by name (docs/resolutions.md). Immutable: any number of threads may share one.
+class RESOLUTIONTABLEOX_API ResolutionTable {
+public:
+    /// The entry lives as long as the table. Throws std::runtime_error "no resolution is named
+    /// '<name>'" for a name that is not in the table, followed by "; did you mean '<a>', '<b>' or
+    /// '<c>'?" when there are names like it. Names are told apart byte by byte.
+    const ResolutionTableEntry& getResolution(const std::string& name) const;
+
+    /// In the order of the table: built-in ones first, then those of the file.
+    const std::vector<ResolutionTableEntry>& getEntries() const { return entries; }
+
+    /// Of entries of one name, getResolution finds the first.
+    explicit ResolutionTable(std::vector<ResolutionTableEntry> entries);
+
+private:
+    std::vector<ResolutionTableEntry> entries;
+    std::vector<std::size_t> byName; // indices of all entries, in the order of their names
+};
+
+/// The built-in formats, overlaid by those of a JSON file: `file`, or for null the one that the
+/// configuration key "RESOLUTION_TABLE" names, if any.
+///
+/// Empty when the file cannot be read or anything in it is wrong; the logger "ResolutionTable"
+/// then tells file, place and reason at error level, once until the file changes. A file is read
+/// again only when its size or the time of its last change has changed. Threads: any.
+RESOLUTIONTABLEOX_API std::shared_ptr<const ResolutionTable> GetResolutionTable(const char* file);
+
+#endif

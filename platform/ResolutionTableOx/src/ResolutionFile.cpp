@@ -1,0 +1,186 @@
+#include "ResolutionFile.h"
+
+#include <charconv>
+#include <cmath>
+#include <map>
+#include <stdexcept>
+#include <system_error>
+#include <unordered_set>
+
+#include <rapidjson/error/en.h>
+#include <rapidjson/reader.h>
+
+#include "ResolutionRules.h"
+
+namespace {
+
+// What RapidJSON reads from; knows at which line and column it is.
+class TextStream {
+public:
+    using Ch = char;
+
+    explicit TextStream(std::string_view text) : text(text) {}
+    Ch Peek() const { return isAtEnd() ? '\0' : text[at]; }
+    Ch Take() {
+        if (isAtEnd()) return '\0';
+        if (text[at] == '\n') {
+            ++line;
+            lineBegin = at + 1;
+        }
+        return text[at++];
+    }
+    std::size_t Tell() const { return at; }
+    bool isAtEnd() const { return at == text.size(); }
+    std::string place() const {
+        return "line " + std::to_string(line) + ", column " + std::to_string(at - lineBegin + 1);
+    }
+
+    // Only for parsing in place, which is not done here.
+    Ch* PutBegin() { return nullptr; }
+    void Put(Ch) {}
+    std::size_t PutEnd(Ch*) { return 0; }
+
+private:
+    std::string_view text;
+    std::size_t at = 0;
+    std::size_t lineBegin = 0;
+    std::size_t line = 1;
+};
+
+// Makes formats of the parser's events, which it refuses by throwing. Nothing is nested more
+// than two objects deep, so the parser never calls itself more often.
+class FormatCollector : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, FormatCollector> {
+public:
+    bool StartObject() {
+        if (level == Level::member) refuse("an object");
+        level = level == Level::file ? Level::formats : Level::member;
+        return true;
+    }
+    bool Key(const char* text, rapidjson::SizeType size, bool) {
+        return level == Level::formats ? startFormat({text, size}) : startMember({text, size});
+    }
+    bool RawNumber(const char* text, rapidjson::SizeType size, bool) {
+        if (level != Level::member) refuse(shortened({text, size}));
+        return setMember({text, size});
+    }
+    bool EndObject(rapidjson::SizeType) {
+        if (level == Level::formats) return true;
+        level = Level::formats;
+        return endFormat();
+    }
+
+    bool String(const char* text, rapidjson::SizeType size, bool) {
+        refuse(QuotedForMessage({text, size}));
+    }
+    bool Bool(bool value) { refuse(value ? "true" : "false"); }
+    bool Null() { refuse("null"); }
+    bool StartArray() { refuse("an array"); }
+
+    /// What to put in front of a fault of the text itself: the format that it is in, if any.
+    std::string context() const {
+        return level == Level::member ? QuotedForMessage(name) + ": " : std::string();
+    }
+
+    std::vector<ResolutionTableEntry> formats;
+
+private:
+    // Which values come next: the file's object, formats, or the members of a format.
+    enum class Level { file, formats, member };
+
+    static std::string shortened(std::string_view number) {
+        constexpr std::size_t kShownSize = 32;
+        std::string shown(number.substr(0, kShownSize));
+        if (number.size() > kShownSize) shown += "...";
+        return shown;
+    }
+
+    [[noreturn]] void refuse(const std::string& value) const {
+        if (level == Level::file)
+            throw std::runtime_error("the file holds " + value +
+                                     "; it must be an object of formats");
+        if (level == Level::formats)
+            throw std::runtime_error(QuotedForMessage(name) + " is " + value +
+                                     "; it must be an object with width and height");
+        RefuseFormatMember(name, member, value);
+    }
+
+    bool startFormat(std::string_view key) {
+        CheckFormatName(key);
+        name = key;
+        if (!names.insert(name).second)
+            throw std::runtime_error(QuotedForMessage(name) + " stands twice in the file");
+        values.clear();
+        return true;
+    }
+
+    bool startMember(std::string_view key) {
+        member = key;
+        if (key != "width" && key != "height" && key != "pixelAspect")
+            throw std::runtime_error(QuotedForMessage(name) + ": there is no member " +
+                                     QuotedForMessage(key) +
+                                     "; there are width, height and pixelAspect");
+        if (values.count(member) != 0)
+            throw std::runtime_error(QuotedForMessage(name) + ": " + member + " stands twice");
+        return true;
+    }
+
+    bool setMember(std::string_view text) {
+        double number = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+        if (error != std::errc() || end != text.data() + text.size()) refuse(shortened(text));
+        if (member == "pixelAspect") {
+            CheckPixelAspect(name, number);
+        } else {
+            const bool isInt = std::floor(number) == number && std::fabs(number) <= kLargestInt;
+            if (!isInt) refuse(shortened(text));
+            CheckFormatSize(name, member, static_cast<int>(number));
+        }
+        values[member] = number;
+        return true;
+    }
+
+    bool endFormat() {
+        for (const char* needed : {"width", "height"}) {
+            if (values.count(needed) == 0)
+                throw std::runtime_error(QuotedForMessage(name) + ": there is no " + needed);
+        }
+        const auto pixelAspect = values.find("pixelAspect");
+        formats.emplace_back(name, static_cast<int>(values["width"]),
+                             static_cast<int>(values["height"]),
+                             pixelAspect != values.end() ? pixelAspect->second : 1.0);
+        return true;
+    }
+
+    static constexpr double kLargestInt = 2147483647;
+
+    Level level = Level::file;
+    std::unordered_set<std::string> names;
+    std::string name;                     // of the format that is being read
+    std::string member;                   // of it, that is being read
+    std::map<std::string, double> values; // of the members that were read
+};
+
+void parse(TextStream& stream, FormatCollector& collector) {
+    constexpr unsigned int kFlags =
+        rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseValidateEncodingFlag;
+    rapidjson::Reader reader;
+    const rapidjson::ParseResult result = reader.Parse<kFlags>(stream, collector);
+    if (result.IsError())
+        throw std::runtime_error(collector.context() + rapidjson::GetParseError_En(result.Code()));
+    // The parser takes a zero byte for the end of the text.
+    if (!stream.isAtEnd()) throw std::runtime_error("a zero byte");
+}
+
+} // namespace
+
+std::vector<ResolutionTableEntry> ParseResolutions(std::string_view text, const std::string& path) {
+    TextStream stream(text);
+    FormatCollector collector;
+    try {
+        parse(stream, collector);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error("resolution table \"" + path + "\", " + stream.place() + ": " +
+                                 error.what());
+    }
+    return std::move(collector.formats);
+}

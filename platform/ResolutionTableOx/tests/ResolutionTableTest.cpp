@@ -1,0 +1,449 @@
+#include <ResolutionTableOx/ResolutionTable.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <locale>
+#include <optional>
+#include <ostream>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+
+#include <gmock/gmock.h>
+
+#include <OxConfiguration/Configuration.h>
+
+#include "CapturedLog.h"
+#include "RunTogether.h"
+#include "ScopedEnvironment.h"
+#include "TempDirectory.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+// The whole of an entry as one text.
+std::string Text(const ResolutionTableEntry& entry) {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text.precision(5);
+    text << entry.getName() << ' ' << entry.getWidth() << 'x' << entry.getHeight() << " aspect "
+         << entry.getPixelAspect();
+    return text.str();
+}
+
+std::string Found(const ResolutionTable& table, const std::string& name) {
+    return Text(table.getResolution(name));
+}
+
+std::string ErrorOf(const ResolutionTable& table, const std::string& name) {
+    try {
+        return Found(table, name);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+}
+
+std::string EntryError(const std::string& name, int width, int height, double pixelAspect) {
+    try {
+        return Text(ResolutionTableEntry(name, width, height, pixelAspect));
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+}
+
+TEST(ResolutionTableEntry, HoldsWhatItIsMadeOf) {
+    EXPECT_EQ(EntryError("wide", 1048576, 2047, 0.5), "wide 1048576x2047 aspect 0.5");
+}
+
+TEST(ResolutionTableEntry, RefusesWhatIsNoPicture) {
+    EXPECT_EQ(EntryError("", 1, 1, 1), "a name is empty");
+    EXPECT_EQ(EntryError("a\nb", 1, 1, 1), "the name \"a\\x0Ab\" holds a control character");
+    EXPECT_EQ(EntryError("a", 0, 1, 1),
+              "\"a\": width is 0; it must be a whole number from 1 to 1048576");
+    EXPECT_EQ(EntryError("a", 1048577, 1, 1),
+              "\"a\": width is 1048577; it must be a whole number from 1 to 1048576");
+    EXPECT_EQ(EntryError("a", 1, -5, 1),
+              "\"a\": height is -5; it must be a whole number from 1 to 1048576");
+    EXPECT_EQ(EntryError("a", 65536, 32768, 1),
+              "\"a\": width times height is 2147483648; it must be at most 2147483647");
+    EXPECT_EQ(EntryError("a", 1, 1, 0),
+              "\"a\": pixelAspect is 0; it must be a finite number above 0");
+    EXPECT_EQ(EntryError("a", 1, 1, -1.5),
+              "\"a\": pixelAspect is -1.5; it must be a finite number above 0");
+    EXPECT_EQ(EntryError("a", 1, 1, std::numeric_limits<double>::infinity()),
+              "\"a\": pixelAspect is inf; it must be a finite number above 0");
+    EXPECT_EQ(EntryError("a", 1, 1, std::nan("")),
+              "\"a\": pixelAspect is nan; it must be a finite number above 0");
+}
+
+TEST(ResolutionTable, FindsEntriesByNameAndKeepsTheirOrder) {
+    const ResolutionTable table({{"z", 1, 2, 1}, {"a", 3, 4, 2}, {"m", 5, 6, 0.5}});
+    EXPECT_EQ(Found(table, "z"), "z 1x2 aspect 1");
+    EXPECT_EQ(Found(table, "a"), "a 3x4 aspect 2");
+    EXPECT_EQ(Found(table, "m"), "m 5x6 aspect 0.5");
+    EXPECT_EQ(table.getEntries()[0].getName(), "z");
+    EXPECT_EQ(table.getEntries()[2].getName(), "m");
+}
+
+TEST(ResolutionTable, FindsTheFirstOfEntriesOfOneName) {
+    const ResolutionTable table({{"a", 1, 1, 1}, {"b", 2, 2, 1}, {"a", 3, 3, 1}});
+    EXPECT_EQ(Found(table, "a"), "a 1x1 aspect 1");
+}
+
+TEST(ResolutionTable, WorksAsACopyAfterTheOriginalIsGone) {
+    std::optional<ResolutionTable> original(ResolutionTable({{"b", 1, 1, 1}, {"a", 2, 2, 1}}));
+    const ResolutionTable copy = *original;
+    original.reset();
+    EXPECT_EQ(Found(copy, "a"), "a 2x2 aspect 1");
+    EXPECT_EQ(Found(copy, "b"), "b 1x1 aspect 1");
+}
+
+TEST(ResolutionTable, SuggestsTheClosestNamesAtMostThree) {
+    const ResolutionTable table(
+        {{"hd_1080", 1, 1, 1}, {"hd_1081", 1, 1, 1}, {"hd_720", 1, 1, 1}, {"hd_10", 1, 1, 1}});
+    EXPECT_EQ(ErrorOf(table, "hd1080"),
+              "no resolution is named 'hd1080'; did you mean 'hd_1080' or 'hd_1081'?");
+    EXPECT_EQ(ErrorOf(table, "hd_10811"),
+              "no resolution is named 'hd_10811'; did you mean 'hd_1081' or 'hd_1080'?");
+    EXPECT_EQ(ErrorOf(table, "hd_721"), "no resolution is named 'hd_721'; did you mean 'hd_720'?");
+    const ResolutionTable similar(
+        {{"aaa4", 1, 1, 1}, {"aaa3", 1, 1, 1}, {"aaa2", 1, 1, 1}, {"aaa1", 1, 1, 1}});
+    EXPECT_EQ(ErrorOf(similar, "aaa0"),
+              "no resolution is named 'aaa0'; did you mean 'aaa4', 'aaa3' or 'aaa2'?");
+}
+
+TEST(ResolutionTable, SuggestsNamesThatDifferInCase) {
+    const ResolutionTable table({{"uhd_4k", 1, 1, 1}, {"Site", 1, 1, 1}});
+    EXPECT_EQ(ErrorOf(table, "UHD_4K"), "no resolution is named 'UHD_4K'; did you mean 'uhd_4k'?");
+    EXPECT_EQ(ErrorOf(table, "SITE"), "no resolution is named 'SITE'; did you mean 'Site'?");
+}
+
+TEST(ResolutionTable, SuggestsNothingWhenNoNameIsLikeIt) {
+    const ResolutionTable table({{"hd_1080", 1, 1, 1}, {"ab", 1, 1, 1}});
+    EXPECT_EQ(ErrorOf(table, "polaroid"), "no resolution is named 'polaroid'");
+    EXPECT_EQ(ErrorOf(table, ""), "no resolution is named ''");
+    EXPECT_EQ(ErrorOf(table, "xy"), "no resolution is named 'xy'");
+    EXPECT_EQ(ErrorOf(ResolutionTable({}), "hd_1080"), "no resolution is named 'hd_1080'");
+    const std::string isLong(1000000, 'h');
+    EXPECT_EQ(ErrorOf(table, isLong), "no resolution is named '" + isLong + "'");
+}
+
+TEST(BuiltInResolutions, HoldTheUsualFormats) {
+    const auto table = GetResolutionTable(nullptr);
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(Found(*table, "square_512"), "square_512 512x512 aspect 1");
+    EXPECT_EQ(Found(*table, "hd_1080"), "hd_1080 1920x1080 aspect 1");
+    EXPECT_EQ(Found(*table, "uhd_4k"), "uhd_4k 3840x2160 aspect 1");
+    EXPECT_EQ(Found(*table, "ntsc_d1"), "ntsc_d1 720x486 aspect 0.9");
+    EXPECT_EQ(Found(*table, "pal_d1"), "pal_d1 720x576 aspect 1.0667");
+    EXPECT_EQ(Found(*table, "dci_4k_scope"), "dci_4k_scope 4096x1716 aspect 1");
+    EXPECT_EQ(Found(*table, "anamorphic_4k"), "anamorphic_4k 3656x3112 aspect 2");
+    EXPECT_EQ(Found(*table, "vertical_1080"), "vertical_1080 1080x1920 aspect 1");
+}
+
+TEST(BuiltInResolutions, HaveNamesThatDifferOfLowerCaseLettersDigitsAndUnderscores) {
+    const auto table = GetResolutionTable(nullptr);
+    std::set<std::string> names;
+    for (const ResolutionTableEntry& entry : table->getEntries()) {
+        EXPECT_TRUE(names.insert(entry.getName()).second) << entry.getName();
+        EXPECT_THAT(entry.getName(), testing::MatchesRegex("[a-z][a-z0-9_]*"));
+    }
+}
+
+double PictureAspect(const ResolutionTable& table, const std::string& name) {
+    const ResolutionTableEntry& entry = table.getResolution(name);
+    return entry.getPixelAspect() * entry.getWidth() / entry.getHeight();
+}
+
+// Names of formats, and width divided by height of the picture that they are to give.
+struct Shape {
+    const char* name;
+    double aspect;
+};
+
+void PrintTo(const Shape& shape, std::ostream* out) {
+    *out << shape.name;
+}
+
+class BuiltInShape : public testing::TestWithParam<Shape> {};
+
+TEST_P(BuiltInShape, IsThatOfThePicture) {
+    // Sizes are whole, often even ones: a pixel or two beside the exact shape.
+    EXPECT_NEAR(PictureAspect(*GetResolutionTable(nullptr), GetParam().name), GetParam().aspect,
+                0.005 * GetParam().aspect);
+}
+
+INSTANTIATE_TEST_SUITE_P(StandardDefinition, BuiltInShape,
+                         testing::Values(Shape{"ntsc_square", 4.0 / 3}, Shape{"ntsc_d1", 4.0 / 3},
+                                         Shape{"ntsc_dv", 4.0 / 3}, Shape{"pal_square", 4.0 / 3},
+                                         Shape{"pal_d1", 4.0 / 3}, Shape{"ntsc_d1_wide", 16.0 / 9},
+                                         Shape{"ntsc_dv_wide", 16.0 / 9},
+                                         Shape{"pal_d1_wide", 16.0 / 9}));
+INSTANTIATE_TEST_SUITE_P(HighDefinition, BuiltInShape,
+                         testing::Values(Shape{"hd_540", 16.0 / 9}, Shape{"hd_720", 16.0 / 9},
+                                         Shape{"hdv_1080", 16.0 / 9}, Shape{"qhd_1440", 16.0 / 9},
+                                         Shape{"uhd_5k", 16.0 / 9}, Shape{"uhd_8k", 16.0 / 9}));
+INSTANTIATE_TEST_SUITE_P(Cinema, BuiltInShape,
+                         testing::Values(Shape{"hd_1080_185", 1.85}, Shape{"hd_1080_200", 2},
+                                         Shape{"hd_1080_239", 2.39}, Shape{"uhd_4k_185", 1.85},
+                                         Shape{"uhd_4k_200", 2}, Shape{"uhd_4k_239", 2.39},
+                                         Shape{"dci_2k_flat", 1.85}, Shape{"dci_4k_flat", 1.85},
+                                         Shape{"dci_2k_scope", 2.39}, Shape{"academy_2k", 1.372},
+                                         Shape{"academy_4k", 1.372}, Shape{"academy_185_2k", 1.85},
+                                         Shape{"academy_185_4k", 1.85},
+                                         Shape{"anamorphic_2k", 2.35}, Shape{"anamorphic_4k", 2.35},
+                                         Shape{"super35_2k", 1.316}, Shape{"super35_4k", 1.316},
+                                         Shape{"vistavision_3k", 1.5},
+                                         Shape{"vistavision_6k", 1.5}));
+INSTANTIATE_TEST_SUITE_P(Upright, BuiltInShape,
+                         testing::Values(Shape{"vertical_720", 9.0 / 16},
+                                         Shape{"vertical_1440", 9.0 / 16},
+                                         Shape{"vertical_4k", 9.0 / 16}, Shape{"portrait_4x5", 0.8},
+                                         Shape{"portrait_3x4", 0.75},
+                                         Shape{"portrait_2x3", 2.0 / 3}));
+
+// The cells of a row of the document's table, "| `hd_720` | 1280 | 720 | 1 |", as one text.
+std::optional<std::string> DocumentRow(const std::string& line) {
+    if (line.rfind("| `", 0) != 0) return std::nullopt;
+    std::istringstream cells(line);
+    std::string name, width, height, aspect, bar;
+    cells >> bar >> name >> bar >> width >> bar >> height >> bar >> aspect;
+    return name.substr(1, name.size() - 2) + ' ' + width + 'x' + height + " aspect " + aspect;
+}
+
+TEST(ResolutionsDocument, HasTheBuiltInTable) {
+    std::ifstream file(TELLAR_RESOLUTIONS_DOCUMENT);
+    std::vector<std::string> documented;
+    for (std::string line; std::getline(file, line);) {
+        if (const auto row = DocumentRow(line)) documented.push_back(*row);
+    }
+    std::vector<std::string> builtIn;
+    for (const ResolutionTableEntry& entry : GetResolutionTable(nullptr)->getEntries())
+        builtIn.push_back(Text(entry));
+    EXPECT_EQ(documented, builtIn);
+}
+
+// Every test writes its own file; what is logged is at hand.
+class ResolutionTableFile : public testing::Test {
+protected:
+    void TearDown() override {
+        const ScopedEnvironment noKey("OX_CONFIG_RESOLUTION_TABLE", std::nullopt);
+        Config()->reload();
+    }
+
+    std::string write(const std::string& content) const {
+        return folder.write("formats.json", content);
+    }
+    std::vector<std::string> errors() const { return log.textsOf("ResolutionTable"); }
+
+    const TempDirectory folder;
+    const CapturedLog log;
+};
+
+// As if the file had been written at another time, however fast the test is.
+void Age(const std::string& path, int seconds) {
+    std::filesystem::last_write_time(path, std::filesystem::last_write_time(path) -
+                                               std::chrono::seconds(seconds));
+}
+
+TEST_F(ResolutionTableFile, OverridesFormatsInPlaceAndAppendsNewOnes) {
+    const auto builtIn = GetResolutionTable(nullptr);
+    const std::string path = write(R"({"zeta": {"width": 11, "height": 12},
+        "square_512": {"width": 500, "height": 501, "pixelAspect": 2},
+        "alpha": {"width": 13, "height": 14}})");
+    const auto table = GetResolutionTable(path.c_str());
+    ASSERT_NE(table, nullptr);
+    ASSERT_THAT(table->getEntries(), SizeIs(builtIn->getEntries().size() + 2));
+    EXPECT_EQ(Text(table->getEntries()[0]), Text(builtIn->getEntries()[0]));
+    EXPECT_EQ(Text(table->getEntries()[1]), "square_512 500x501 aspect 2");
+    EXPECT_EQ(Text(table->getEntries()[2]), Text(builtIn->getEntries()[2]));
+    EXPECT_EQ(Text(table->getEntries().rbegin()[1]), "zeta 11x12 aspect 1");
+    EXPECT_EQ(Text(table->getEntries().rbegin()[0]), "alpha 13x14 aspect 1");
+    EXPECT_EQ(Found(*table, "square_512"), "square_512 500x501 aspect 2");
+    EXPECT_EQ(Found(*table, "hd_720"), "hd_720 1280x720 aspect 1");
+    EXPECT_EQ(Found(*GetResolutionTable(nullptr), "square_512"), "square_512 512x512 aspect 1");
+    EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(ResolutionTableFile, IsReadOnceWhileItStaysAsItIs) {
+    const std::string path = write(R"({"a": {"width": 1, "height": 1}})");
+    const auto table = GetResolutionTable(path.c_str());
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(GetResolutionTable(path.c_str()), table);
+    EXPECT_EQ(GetResolutionTable(nullptr), GetResolutionTable(nullptr));
+}
+
+TEST_F(ResolutionTableFile, IsReadAgainWhenItsSizeOrItsTimeChanges) {
+    const std::string path = write(R"({"a": {"width": 1, "height": 1}})");
+    const auto before = GetResolutionTable(path.c_str());
+    const auto time = std::filesystem::last_write_time(path);
+    write(R"({"a": {"width": 22, "height": 1}})");
+    std::filesystem::last_write_time(path, time);
+    EXPECT_EQ(Found(*GetResolutionTable(path.c_str()), "a"), "a 22x1 aspect 1");
+    write(R"({"a": {"width": 33, "height": 1}})");
+    Age(path, 10);
+    EXPECT_EQ(Found(*GetResolutionTable(path.c_str()), "a"), "a 33x1 aspect 1");
+    EXPECT_EQ(Found(*before, "a"), "a 1x1 aspect 1");
+}
+
+TEST_F(ResolutionTableFile, IsTheOneOfTheConfigurationWhenNoneIsGiven) {
+    const ScopedEnvironment key("OX_CONFIG_RESOLUTION_TABLE",
+                                write(R"({"a": {"width": 7, "height": 8}})"));
+    Config()->reload();
+    const auto table = GetResolutionTable(nullptr);
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(Found(*table, "a"), "a 7x8 aspect 1");
+}
+
+TEST_F(ResolutionTableFile, IsNoneWhenTheConfigurationNamesNone) {
+    const ScopedEnvironment key("OX_CONFIG_RESOLUTION_TABLE", "");
+    Config()->reload();
+    const auto table = GetResolutionTable(nullptr);
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->getEntries().front().getName(), "square_256");
+    EXPECT_THAT(errors(), IsEmpty());
+}
+
+TEST_F(ResolutionTableFile, OfTheConfigurationIsTakenByItsNameAsItIs) {
+    const ScopedEnvironment home("HOME", folder.path());
+    write(R"({"a": {"width": 7, "height": 8}})");
+    const ScopedEnvironment key("OX_CONFIG_RESOLUTION_TABLE", "~/formats.json");
+    Config()->reload();
+    EXPECT_EQ(GetResolutionTable(nullptr), nullptr);
+    EXPECT_THAT(errors(), ElementsAre("cannot read the resolution table \"~/formats.json\": No "
+                                      "such file or directory"));
+}
+
+TEST_F(ResolutionTableFile, ThatIsMissingGivesNoTableAndOneErrorUntilItIsThere) {
+    const std::string path = folder.path("formats.json");
+    const std::string error =
+        "cannot read the resolution table \"" + path + "\": No such file or directory";
+    EXPECT_EQ(GetResolutionTable(path.c_str()), nullptr);
+    EXPECT_EQ(GetResolutionTable(path.c_str()), nullptr);
+    EXPECT_THAT(errors(), ElementsAre(error));
+    EXPECT_EQ(log.messages().front().level, OxLogLevel::error);
+
+    write(R"({"a": {"width": 7, "height": 8}})");
+    ASSERT_NE(GetResolutionTable(path.c_str()), nullptr);
+    EXPECT_THAT(errors(), SizeIs(1));
+
+    std::filesystem::remove(path);
+    EXPECT_EQ(GetResolutionTable(path.c_str()), nullptr);
+    EXPECT_THAT(errors(), ElementsAre(error, error));
+}
+
+TEST_F(ResolutionTableFile, OfAnEmptyNameIsMissing) {
+    EXPECT_EQ(GetResolutionTable(""), nullptr);
+    EXPECT_THAT(errors(),
+                ElementsAre("cannot read the resolution table \"\": No such file or directory"));
+}
+
+TEST_F(ResolutionTableFile, ThatIsDamagedGivesNoTableAndOneErrorForEachChange) {
+    const std::string path = write("{\"a\": {\"width\": 0, \"height\": 8}}");
+    const std::string error = "resolution table \"" + path +
+                              "\", line 1, column 18: \"a\": width is 0; it must be a whole number "
+                              "from 1 to 1048576";
+    EXPECT_EQ(GetResolutionTable(path.c_str()), nullptr);
+    EXPECT_EQ(GetResolutionTable(path.c_str()), nullptr);
+    EXPECT_THAT(errors(), ElementsAre(error));
+
+    Age(path, 10);
+    EXPECT_EQ(GetResolutionTable(path.c_str()), nullptr);
+    EXPECT_EQ(GetResolutionTable(path.c_str()), nullptr);
+    EXPECT_THAT(errors(), ElementsAre(error, error));
+
+    write(R"({"a": {"width": 77, "height": 8}})");
+    ASSERT_NE(GetResolutionTable(path.c_str()), nullptr);
+    EXPECT_THAT(errors(), SizeIs(2));
+}
+
+TEST_F(ResolutionTableFile, MustBeARegularFileOfModerateSize) {
+    EXPECT_EQ(GetResolutionTable(folder.path().c_str()), nullptr);
+    EXPECT_EQ(GetResolutionTable("/dev/null"), nullptr);
+    const std::string path = write("{}");
+    std::filesystem::resize_file(path, 4 * 1024 * 1024 + 1);
+    EXPECT_EQ(GetResolutionTable(path.c_str()), nullptr);
+    EXPECT_THAT(
+        errors(),
+        ElementsAre(
+            "cannot read the resolution table \"" + folder.path() + "\": not a regular file",
+            "cannot read the resolution table \"/dev/null\": not a regular file",
+            "cannot read the resolution table \"" + path + "\": 4194305 bytes are too many"));
+}
+
+TEST_F(ResolutionTableFile, MayBeAsLargeAsTheLimit) {
+    const std::string path = write("{}" + std::string(4 * 1024 * 1024 - 2, ' '));
+    EXPECT_NE(GetResolutionTable(path.c_str()), nullptr);
+}
+
+TEST_F(ResolutionTableFile, MayHoldThousandsOfFormats) {
+    std::string content = "{";
+    for (int i = 0; i < 20000; ++i)
+        content += "\"format " + std::to_string(i) +
+                   "\": {\"width\": 1, \"height\": " + std::to_string(1 + i) + "},\n";
+    const std::string path = write(content + R"("last": {"width": 1, "height": 2}})");
+    const auto table = GetResolutionTable(path.c_str());
+    ASSERT_NE(table, nullptr);
+    EXPECT_EQ(table->getResolution("format 19999").getHeight(), 20000);
+    EXPECT_EQ(table->getResolution("format 0").getHeight(), 1);
+    EXPECT_EQ(table->getResolution("last").getHeight(), 2);
+}
+
+TEST_F(ResolutionTableFile, MayBeAskedForByALogSinkThatIsToldItsError) {
+    const std::string path = write("damaged");
+    std::atomic<int> asked{0};
+    const OxLogSink previous = OxLoggingSetSink([&](const OxLogMessage& message) {
+        if (message.loggerName == "ResolutionTable")
+            asked += GetResolutionTable(path.c_str()) == nullptr;
+    });
+    EXPECT_EQ(GetResolutionTable(path.c_str()), nullptr);
+    OxLoggingSetSink(previous);
+    EXPECT_EQ(asked, 1);
+}
+
+TEST_F(ResolutionTableFile, IsReadOnceForThreadsThatAskTogether) {
+    const std::string path = write(R"({"a": {"width": 7, "height": 8}})");
+    std::vector<std::shared_ptr<const ResolutionTable>> tables(8);
+    RunTogether(8, [&](int number) {
+        tables[static_cast<std::size_t>(number)] = GetResolutionTable(path.c_str());
+    });
+    ASSERT_NE(tables[0], nullptr);
+    EXPECT_THAT(tables, testing::Each(tables[0]));
+}
+
+TEST_F(ResolutionTableFile, TellsThreadsThatAskTogetherItsErrorOnce) {
+    const std::string path = write("damaged");
+    std::atomic<int> empty{0};
+    RunTogether(8, [&](int) { empty += GetResolutionTable(path.c_str()) == nullptr; });
+    EXPECT_EQ(empty, 8);
+    EXPECT_THAT(errors(), SizeIs(1));
+}
+
+TEST_F(ResolutionTableFile, ShowsThreadsOldOrNewContentsWhileItIsReplaced) {
+    const std::string path = write(R"({"a": {"width": 1, "height": 1}})");
+    std::atomic<int> wrong{0};
+    RunTogether(4, [&](int number) {
+        for (int i = 0; i < 200; ++i) {
+            if (number == 0) {
+                folder.write("next.json", i % 2 ? R"({"a": {"width": 1, "height": 1}})"
+                                                : R"({"a": {"width": 22, "height": 22}})");
+                std::filesystem::rename(folder.path("next.json"), path);
+                continue;
+            }
+            const auto table = GetResolutionTable(path.c_str());
+            const ResolutionTableEntry* entry = table ? &table->getResolution("a") : nullptr;
+            if (!entry || entry->getWidth() != entry->getHeight()) ++wrong;
+        }
+    });
+    EXPECT_EQ(wrong, 0);
+    EXPECT_THAT(errors(), IsEmpty());
+}
+
+} // namespace
