@@ -1,0 +1,59 @@
+#ifndef OXTELLARPRODUCERS_CAMERAPROJECTION_H
+#define OXTELLARPRODUCERS_CAMERAPROJECTION_H
+
+#include <set>
+#include <vector>
+
+#include <Imath/ImathMatrix.h>
+
+#include <OxTellarProducers/CameraInfo.h>
+#include <OxTellarProducers/Export.h>
+#include <OxTellarSDK/Attribute.h>
+
+namespace TELLAR {
+
+// Pure functions; any thread.
+
+/// Camera space to clip space, for row vectors: p M, then divide by w. `aspect` is the frame's
+/// width divided by its height, `fov` is in degrees. Entries have float precision. Nothing is
+/// checked: a lens without extent gives infinities.
+///
+/// Perspective, with h = near tan(fov / 2), s = h (right - left) / (top - bottom) / aspect, and
+/// the window L = left h, R = right h, B = bottom s, T = top s at the near plane:
+///
+///     2 near / (R - L)   0                  0                             0
+///     0                  2 near / (T - B)   0                             0
+///     (L + R) / (R - L)  (B + T) / (T - B)  -(near + far) / (far - near)  -1
+///     0                  0                  -2 far near / (far - near)    0
+///
+/// Orthographic; `fov` and `aspect` are not used, and the window's centre moves the picture the
+/// other way than usual (its translation has a plus sign):
+///
+///     2 / (right - left)                0                                0                 0
+///     0                                 2 / (top - bottom)               0                 0
+///     0                                 0                                -2 / (far - near) 0
+///     (left + right) / (right - left)   (bottom + top) / (top - bottom)
+///                                                 -(near + far) / (far - near)             1
+TELLAR_API Imath::Matrix44<double> GetProjectionMatrix(float near, float far, float left,
+                                                       float right, float bottom, float top,
+                                                       bool orthographic, float fov, float aspect);
+
+/// The same of a camera. An orthographic one's screen window is scaled by half its
+/// orthographicWidth first; without a width that gives a matrix of infinities.
+TELLAR_API Imath::Matrix44<double> GetProjectionMatrix(const CameraInfo& camera, float aspect);
+
+/// The lens that a camera's "geometry" group tells, each value interpolated at `time`. What is
+/// missing, or no double, stays 0; an invalid group gives all zeros.
+TELLAR_API CameraGeometry
+GetInterpolatedCameraGeometryFromAttr(const OxAttribute::GroupAttribute& geometry, float time);
+
+/// Which samples tell the motion while the shutter is open: the last one at or before the
+/// opening (the first of all when there is none before it), every one in between, and the first
+/// after the closing unless one is at the closing itself. Assigns `relevantTimes`, ascending.
+TELLAR_API void FindSampleTimesRelevantToShutterRange(const std::set<float>& sampleTimes,
+                                                      float shutterOpen, float shutterClose,
+                                                      std::vector<float>& relevantTimes);
+
+} // namespace TELLAR
+
+#endif

@@ -1,0 +1,30 @@
+#ifndef OXTELLARPRODUCERS_OXTELLARPRODUCERSINITIALIZE_H
+#define OXTELLARPRODUCERS_OXTELLARPRODUCERSINITIALIZE_H
+
+/* How a plug-in host gets the library's suites. C99. */
+
+#include <OxTellarProducers/Export.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+struct OxPluginHost;
+
+/* Registers with the host "ScenegraphIteratorHost" version 3 and version 2, in this order: a
+   registration that fails does not keep the next one from being tried. Returns the host's status
+   of the last one. The tables live to the end of the process and are the same every time.
+
+   The host is any record whose eleventh pointer-sized member is
+   int (*registerSuite)(const void* suite, const char* apiName, unsigned int apiVersion); nothing
+   else of it is used, and it need not outlive the call. A host that is null, or that has a null
+   there, gets -1.
+
+   Threads: any. */
+TELLAR_API int OxTellarProducersInitialize(struct OxPluginHost* host);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,151 @@
+#include <OxTellarProducers/ProceduralArguments.h>
+
+#include <cstdint>
+#include <locale>
+#include <memory>
+#include <sstream>
+#include <string_view>
+
+#include <OxAssetHost/OxAssetPluginManager.h>
+#include <OxTellarSDK/StringUtil.h>
+
+#include "ProceduralCamera.h"
+
+using namespace OxAttribute;
+
+namespace TELLAR {
+
+namespace {
+
+using Producer = boost::intrusive_ptr<GeometryProducer>;
+
+/// Writes arguments as the flags of a command line.
+class ArgumentWriter {
+public:
+    ArgumentWriter(Producer producer, int frame, ProceduralErrorCallback callback)
+        : producer(std::move(producer)), frame(frame), callback(callback),
+          assets(OxAssetPluginManager::getDefaultAssetPlugin()) {
+        out.imbue(std::locale::classic());
+    }
+
+    void writeArguments(const GroupAttribute& arguments) {
+        for (std::int64_t i = 0; i < arguments.getNumberOfChildren(); ++i)
+            writeArgument(arguments.getChildNameView(i), arguments.getChildByIndex(i));
+    }
+
+    /// " -name value value".
+    template <typename Numbers>
+    void writeNumbers(std::string_view name, const Numbers& numbers) {
+        const auto sample = numbers.getNearestSample(0.0f);
+        if (sample.empty()) return;
+        writeFlag(name);
+        const char* separator = " ";
+        for (const auto number : sample)
+            out << separator << number;
+    }
+
+    void writeFlag(std::string_view name) { out << " -" << name; }
+
+    template <typename Value>
+    ArgumentWriter& writeValue(const Value& value) {
+        out << ' ' << value;
+        return *this;
+    }
+
+    std::string take() { return out.str(); }
+
+private:
+    void writeArgument(std::string_view name, const Attribute& argument) {
+        switch (argument.getType()) {
+        case kAttributeTypeInt:
+            return writeNumbers(name, IntAttribute(argument));
+        case kAttributeTypeFloat:
+            return writeNumbers(name, FloatAttribute(argument));
+        case kAttributeTypeDouble:
+            return writeNumbers(name, DoubleAttribute(argument));
+        case kAttributeTypeString:
+            return OxStringUtil::startswith(name, "extraArgs")
+                       ? writeExtraArguments(StringAttribute(argument))
+                       : writeTexts(name, StringAttribute(argument));
+        default:
+            return;
+        }
+    }
+
+    /// The value alone: whole arguments as the user typed them.
+    void writeExtraArguments(const StringAttribute& argument) {
+        const auto texts = argument.getNearestSample(0.0f);
+        if (texts.empty()) return;
+        out << ' '
+            << resolve(std::string(texts[0]), "asset resolve failed on '",
+                       "' when building an procedural.")
+            << ' ';
+    }
+
+    /// " -name value", or several values in quotes.
+    void writeTexts(std::string_view name, const StringAttribute& argument) {
+        const auto texts = argument.getNearestSample(0.0f);
+        if (texts.empty()) return;
+        const char* const quote = texts.size() == 1 ? "" : "'";
+        writeFlag(name);
+        out << ' ' << quote;
+        const char* separator = "";
+        for (const std::string_view text : texts) {
+            out << separator
+                << resolve(std::string(text), "asset resolve failed on  '",
+                           "' when building an procedural call.");
+            separator = " ";
+        }
+        out << quote;
+    }
+
+    /// The text itself when it cannot be resolved; the callback is told why in the given words.
+    std::string resolve(const std::string& text, const char* failure, const char* occasion) const {
+        try {
+            return assets->resolvePath(text, frame, true);
+        } catch (...) {
+            if (callback) callback(failure + text + occasion, producer);
+            return text;
+        }
+    }
+
+    const Producer producer;
+    const int frame;
+    const ProceduralErrorCallback callback;
+    const std::shared_ptr<const OxAssetPlugin> assets;
+    std::ostringstream out;
+};
+
+void WriteCamera(const CameraInfo& camera, const std::string& path, ArgumentWriter& writer) {
+    writer.writeFlag("cameraInfo_path");
+    writer.writeValue(path);
+    for (const CameraParameter& parameter : kCameraParameters)
+        writer.writeNumbers(parameter.name, FloatAttribute(camera.*parameter.member));
+    writer.writeNumbers("cameraInfo_xform", CameraXform(camera));
+}
+
+} // namespace
+
+std::string BuildClassicProceduralArgumentsString(Producer producer,
+                                                  ProceduralOutputContextInfo& context,
+                                                  GroupAttribute procedural,
+                                                  ProceduralErrorCallback callback) {
+    ArgumentWriter writer(producer, context.frame, callback);
+    writer.writeArguments(procedural.getChildByName("args"));
+    writer.writeArguments(procedural.getChildByName("systemArgs"));
+
+    std::string cameraPath;
+    if (const auto camera = FindParameterCamera(producer, procedural, cameraPath))
+        WriteCamera(*camera, cameraPath, writer);
+
+    writer.writeFlag("frame");
+    writer.writeValue(context.frame);
+    writer.writeFlag("shutter");
+    writer.writeValue(context.shutterOpen).writeValue(context.shutterClose);
+    writer.writeFlag("cropwindow");
+    for (const float edge : context.cropWindow)
+        writer.writeValue(edge);
+    return writer.take();
+}
+
+} // namespace TELLAR

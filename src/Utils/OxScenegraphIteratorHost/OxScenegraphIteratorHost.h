@@ -1,0 +1,15 @@
+#ifndef TELLAR_OXSCENEGRAPHITERATORHOST_H
+#define TELLAR_OXSCENEGRAPHITERATORHOST_H
+
+#include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
+
+namespace TELLAR {
+
+// The tables behind "ScenegraphIteratorHost": the same ones every time, to the end of the process.
+
+const OxScenegraphIteratorHostSuite_v3* GetScenegraphIteratorHostSuite_v3();
+const OxScenegraphIteratorHostSuite_v2* GetScenegraphIteratorHostSuite_v2();
+
+} // namespace TELLAR
+
+#endif

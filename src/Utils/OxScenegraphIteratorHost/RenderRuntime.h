@@ -1,0 +1,25 @@
+#ifndef TELLAR_RENDERRUNTIME_H
+#define TELLAR_RENDERRUNTIME_H
+
+#include <OxLoggingHost/OxLoggerGlue.h>
+#include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarSDK/Attribute.h>
+
+namespace TELLAR {
+
+// The scenes that C plug-ins open, and the end of their renders.
+
+/// "ScenegraphIteratorHost".
+const OxLoggerGlue& IteratorHostLogger();
+
+/// The producer of "/root". Null when there is none, with the reason on the standard error stream
+/// and in the log; does not throw what is derived from std::exception.
+GeometryProducer::Ptr CreateRootFromOpTreeFile(const char* path);
+GeometryProducer::Ptr CreateRootFromOpTreeDescription(OxAttributeStruct* description);
+
+/// Finalizes the runtime behind a producer, unless its scene is being rendered live.
+void FinalizeRenderRuntime(GeometryProducer& producer);
+
+} // namespace TELLAR
+
+#endif

@@ -1,0 +1,31 @@
+#include <OxTellarProducers/OxTellarProducersInitialize.h>
+
+#include <cstring>
+
+#include "OxScenegraphIteratorHost/OxScenegraphIteratorHost.h"
+
+namespace {
+
+constexpr int kNoHost = -1;
+
+using RegisterSuite = int (*)(const void* suite, const char* apiName, unsigned int apiVersion);
+
+/// The eleventh member of a host's record, whatever else is in it.
+RegisterSuite GetRegisterSuite(const OxPluginHost* host) {
+    RegisterSuite registerSuite = nullptr;
+    static_assert(sizeof registerSuite == sizeof(void*));
+    std::memcpy(&registerSuite, reinterpret_cast<const char*>(host) + 10 * sizeof(void*),
+                sizeof registerSuite);
+    return registerSuite;
+}
+
+} // namespace
+
+int OxTellarProducersInitialize(OxPluginHost* host) {
+    const RegisterSuite registerSuite = host ? GetRegisterSuite(host) : nullptr;
+    if (!registerSuite) return kNoHost;
+    registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v3(), OX_SCENEGRAPH_ITERATOR_HOST_SUITE,
+                  3);
+    return registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v2(),
+                         OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 2);
+}

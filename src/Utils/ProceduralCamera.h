@@ -1,0 +1,45 @@
+#ifndef TELLAR_PROCEDURALCAMERA_H
+#define TELLAR_PROCEDURALCAMERA_H
+
+#include <memory>
+#include <string>
+
+#include <OxTellarProducers/CameraInfo.h>
+#include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarSDK/Attribute.h>
+
+namespace TELLAR {
+
+enum class CameraInfoMode { None, AsParameters, AsAttributes };
+
+/// What a procedural's group asks for about a camera, and which one. A null producer's scene has
+/// no render camera: its path is empty.
+CameraInfoMode ReadCameraOptions(const boost::intrusive_ptr<GeometryProducer>& producer,
+                                 const OxAttribute::GroupAttribute& procedural,
+                                 std::string& cameraPath);
+
+/// The camera to be passed as parameters, and its path; null when none is wanted or there is none.
+std::shared_ptr<CameraInfo>
+FindParameterCamera(const boost::intrusive_ptr<GeometryProducer>& producer,
+                    const OxAttribute::GroupAttribute& procedural, std::string& cameraPath);
+
+/// A value of the camera that is passed, under its name.
+struct CameraParameter {
+    const char* name;
+    float CameraGeometry::*member;
+};
+
+/// In the order in which they are passed.
+constexpr CameraParameter kCameraParameters[] = {
+    {"cameraInfo_fov", &CameraGeometry::fov},       {"cameraInfo_near", &CameraGeometry::near},
+    {"cameraInfo_far", &CameraGeometry::far},       {"cameraInfo_left", &CameraGeometry::left},
+    {"cameraInfo_right", &CameraGeometry::right},   {"cameraInfo_top", &CameraGeometry::top},
+    {"cameraInfo_bottom", &CameraGeometry::bottom},
+};
+
+/// The camera's transform row by row in single precision.
+OxAttribute::FloatAttribute CameraXform(const CameraInfo& camera);
+
+} // namespace TELLAR
+
+#endif

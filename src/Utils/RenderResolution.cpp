@@ -1,0 +1,59 @@
+#include <OxTellarProducers/RenderResolution.h>
+
+#include <stdexcept>
+
+#include "RenderSettings.h"
+
+using OxAttribute::StringAttribute;
+
+namespace TELLAR {
+
+namespace {
+
+constexpr const char* kCameraName = "renderSettings.cameraName";
+constexpr const char* kDefaultCameraPath = "/root/world/cam/camera";
+
+} // namespace
+
+ResolutionTableEntry LookUpResolution(const std::string& name) {
+    const auto table = GetResolutionTable(nullptr);
+    if (!table) throw std::runtime_error("GetRenderResolution: Error getting resolution table");
+    try {
+        return table->getResolution(name);
+    } catch (...) {
+        throw std::runtime_error("FileOut: Error querying resolution table for resolution: '" +
+                                 name + "'.");
+    }
+}
+
+std::string RenderCameraPath(const boost::intrusive_ptr<GeometryProducer>& root) {
+    if (!root)
+        throw std::runtime_error("No root producer given for determining render camera path.");
+    return StringAttribute(root->getAttribute(kCameraName)).getValue(kDefaultCameraPath, false);
+}
+
+void GetRenderResolution(std::string* name, int* width, int* height,
+                         boost::intrusive_ptr<GeometryProducer> root) {
+    std::string foundName = "square_512";
+    int foundWidth = 512;
+    int foundHeight = 512;
+    const StringAttribute wanted(root ? root->getAttribute("renderSettings.resolution")
+                                      : OxAttribute::Attribute());
+    if (wanted.isValid()) {
+        foundName = wanted.getValue("", false);
+        const ResolutionTableEntry entry = LookUpResolution(foundName);
+        foundWidth = entry.getWidth();
+        foundHeight = entry.getHeight();
+    }
+    if (name) *name = foundName;
+    if (width) *width = foundWidth;
+    if (height) *height = foundHeight;
+}
+
+std::string GetCameraPath(boost::intrusive_ptr<GeometryProducer> root) {
+    if (!root) return {};
+    const StringAttribute name(root->getAttribute(kCameraName));
+    return name.isValid() ? name.getValue("", false) : kDefaultCameraPath;
+}
+
+} // namespace TELLAR

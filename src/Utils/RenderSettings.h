@@ -1,0 +1,20 @@
+#ifndef TELLAR_RENDERSETTINGS_H
+#define TELLAR_RENDERSETTINGS_H
+
+#include <string>
+
+#include <OxTellarProducers/GeometryProducer.h>
+#include <ResolutionTableOx/ResolutionTable.h>
+
+namespace TELLAR {
+
+/// The resolution table's entry. Throws as GetRenderResolution does.
+ResolutionTableEntry LookUpResolution(const std::string& name);
+
+/// As GetCameraPath, but throws std::runtime_error "No root producer given for determining render
+/// camera path." for a null root.
+std::string RenderCameraPath(const boost::intrusive_ptr<GeometryProducer>& root);
+
+} // namespace TELLAR
+
+#endif

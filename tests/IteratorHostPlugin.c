@@ -1,0 +1,324 @@
+#define _POSIX_C_SOURCE 200809L /* threads */
+
+#include "IteratorHostPlugin.h"
+
+#include <pthread.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
+#include <OxTellarSDK/AttributeSuite.h>
+
+#define CHECK(condition)                                                                           \
+    if (!(condition)) return __LINE__
+
+typedef struct Suites {
+    const OxScenegraphIteratorHostSuite_v3* iterators;
+    const OxAttributeSuite_v1* attributes;
+} Suites;
+
+static Suites getSuites(const OxPluginHost* host) {
+    Suites suites;
+    suites.iterators = host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3);
+    suites.attributes = host->getSuite("AttributeHost", 1);
+    return suites;
+}
+
+static OxSgIteratorStruct* retained(const Suites* suites, OxSgIteratorStruct* iterator) {
+    suites->iterators->retainIterator(iterator);
+    return iterator;
+}
+
+/* Whether the attribute is this text; takes its reference. */
+static int isText(const Suites* suites, OxAttributeStruct* attribute, const char* text) {
+    const char* value = suites->attributes->getString(attribute, 0, 0);
+    const int isEqual = value && strcmp(value, text) == 0;
+    suites->attributes->release(attribute);
+    return isEqual;
+}
+
+/* Whether the attribute is there; takes its reference. */
+static int isThere(const Suites* suites, OxAttributeStruct* attribute) {
+    suites->attributes->release(attribute);
+    return attribute != NULL;
+}
+
+int checkNullHandles(const OxPluginHost* host) {
+    const OxScenegraphIteratorHostSuite_v3* suite =
+        host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3);
+    const OxScenegraphIteratorHostSuite_v2* old =
+        host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 2);
+    CHECK(suite && old);
+
+    suite->retainIterator(NULL);
+    suite->releaseIterator(NULL);
+    CHECK(suite->loadOpTreeDescription(NULL) == NULL);
+    CHECK(suite->createRootIteratorFromOpTreeFile(NULL) == NULL);
+    CHECK(suite->createRootIteratorFromOpTreeDescription(NULL) == NULL);
+    CHECK(suite->getFirstChild(NULL, false) == NULL);
+    CHECK(suite->getNextSibling(NULL, true) == NULL);
+    CHECK(suite->getParent(NULL) == NULL);
+    CHECK(suite->getRoot(NULL) == NULL);
+    CHECK(suite->getChildByName(NULL, "a", false) == NULL);
+    CHECK(suite->getChildByName(NULL, NULL, false) == NULL);
+    CHECK(suite->getProducerByPath(NULL, "/root", false) == NULL);
+    CHECK(suite->getProducerByPath(NULL, NULL, false) == NULL);
+    CHECK(suite->getName(NULL) == NULL);
+    CHECK(suite->getFullName(NULL) == NULL);
+    CHECK(suite->getAttribute(NULL, "type") == NULL);
+    CHECK(suite->getAttribute(NULL, NULL) == NULL);
+    CHECK(suite->getGlobalAttribute(NULL, "type") == NULL);
+    CHECK(suite->getGlobalAttribute(NULL, NULL) == NULL);
+    CHECK(suite->getAttributeNames(NULL) == NULL);
+    CHECK(suite->getGlobalXFormGroup(NULL) == NULL);
+    CHECK(suite->getPotentialChildren(NULL) == NULL);
+    suite->finalizeRuntime(NULL);
+
+    old->retainIterator(NULL);
+    old->releaseIterator(NULL);
+    CHECK(old->createRootIteratorFromOpTreeFile(NULL) == NULL);
+    CHECK(old->getFirstChild(NULL, false) == NULL);
+    CHECK(old->getNextSibling(NULL, false) == NULL);
+    CHECK(old->getParent(NULL) == NULL);
+    CHECK(old->getRoot(NULL) == NULL);
+    CHECK(old->getChildByName(NULL, NULL, false) == NULL);
+    CHECK(old->getProducerByPath(NULL, NULL, false) == NULL);
+    CHECK(old->getName(NULL) == NULL);
+    CHECK(old->getFullName(NULL) == NULL);
+    CHECK(old->getAttribute(NULL, NULL) == NULL);
+    CHECK(old->getGlobalAttribute(NULL, NULL) == NULL);
+    CHECK(old->getAttributeNames(NULL) == NULL);
+    CHECK(old->getGlobalXFormGroup(NULL) == NULL);
+    CHECK(old->getPotentialChildren(NULL) == NULL);
+    return 0;
+}
+
+int checkCounts(const OxPluginHost* host, const char* opFile) {
+    const Suites suites = getSuites(host);
+    const OxScenegraphIteratorHostSuite_v3* suite = suites.iterators;
+    OxSgIteratorStruct* root = suite->createRootIteratorFromOpTreeFile(opFile);
+    OxSgIteratorStruct* child;
+    OxSgIteratorStruct* again;
+    CHECK(root);
+    child = retained(&suites, suite->getFirstChild(root, false));
+    again = retained(&suites, suite->getFirstChild(root, false));
+    CHECK(child && again && child != again);
+
+    /* The root's own handle goes; the location lives on below its children. */
+    suite->releaseIterator(root);
+    root = retained(&suites, suite->getRoot(child));
+    CHECK(isText(&suites, suite->getFullName(root), "/root"));
+    CHECK(suite->getParent(root) == NULL);
+
+    /* Each handle lives by its own count. */
+    suite->retainIterator(child);
+    suite->releaseIterator(child);
+    suite->releaseIterator(again);
+    CHECK(isText(&suites, suite->getFullName(child), "/root/world"));
+    suite->releaseIterator(child);
+    suite->releaseIterator(root);
+    return 0;
+}
+
+/* The number of locations from this one down; negative: minus the line of a fault. */
+static long walk(const Suites* suites, OxSgIteratorStruct* iterator) {
+    const OxScenegraphIteratorHostSuite_v3* suite = suites->iterators;
+    long count = 1;
+    OxSgIteratorStruct* child;
+    OxSgIteratorStruct* parent;
+    if (!isThere(suites, suite->getName(iterator))) return -__LINE__;
+    if (!isThere(suites, suite->getFullName(iterator))) return -__LINE__;
+    if (!isThere(suites, suite->getAttribute(iterator, "number"))) return -__LINE__;
+    if (!isText(suites, suite->getGlobalAttribute(iterator, "inherited"), "from above"))
+        return -__LINE__;
+    if (!isThere(suites, suite->getAttributeNames(iterator))) return -__LINE__;
+    if (!isThere(suites, suite->getGlobalXFormGroup(iterator))) return -__LINE__;
+    parent = retained(suites, suite->getParent(iterator));
+    suite->releaseIterator(parent);
+
+    child = retained(suites, suite->getFirstChild(iterator, false));
+    while (child) {
+        const long below = walk(suites, child);
+        OxSgIteratorStruct* next = retained(suites, suite->getNextSibling(child, false));
+        suite->releaseIterator(child);
+        child = next;
+        if (below < 0) {
+            suite->releaseIterator(child);
+            return below;
+        }
+        count += below;
+    }
+    return count;
+}
+
+static long walkVersion2(const OxScenegraphIteratorHostSuite_v2* suite,
+                         OxSgIteratorStruct* iterator) {
+    long count = 1;
+    OxSgIteratorStruct* child = suite->getFirstChild(iterator, false);
+    while (child) {
+        OxSgIteratorStruct* next;
+        suite->retainIterator(child);
+        count += walkVersion2(suite, child);
+        next = suite->getNextSibling(child, false);
+        suite->releaseIterator(child);
+        child = next;
+    }
+    return count;
+}
+
+int checkVersion2(const OxPluginHost* host, const char* opFile, long locations) {
+    const OxScenegraphIteratorHostSuite_v2* suite =
+        host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 2);
+    OxSgIteratorStruct* root = suite->createRootIteratorFromOpTreeFile(opFile);
+    CHECK(root);
+    CHECK(walkVersion2(suite, root) == locations);
+    suite->releaseIterator(root);
+    return 0;
+}
+
+/* What threads share. */
+typedef struct Shared {
+    Suites suites;
+    OxSgIteratorStruct* root;
+    long locations;
+    int rounds;
+    pthread_mutex_t lock;
+    OxSgIteratorStruct* found; /* guarded by lock; carries a reference */
+} Shared;
+
+static void shareFound(Shared* shared, OxSgIteratorStruct* iterator) {
+    OxSgIteratorStruct* before;
+    pthread_mutex_lock(&shared->lock);
+    before = shared->found;
+    shared->found = iterator;
+    pthread_mutex_unlock(&shared->lock);
+    shared->suites.iterators->releaseIterator(before);
+}
+
+/* With a reference for the caller. */
+static OxSgIteratorStruct* takeFound(Shared* shared) {
+    OxSgIteratorStruct* found;
+    pthread_mutex_lock(&shared->lock);
+    found = retained(&shared->suites, shared->found);
+    pthread_mutex_unlock(&shared->lock);
+    return found;
+}
+
+static long workOnce(Shared* shared) {
+    const Suites* suites = &shared->suites;
+    const OxScenegraphIteratorHostSuite_v3* suite = suites->iterators;
+    OxSgIteratorStruct* root = retained(suites, shared->root);
+    OxSgIteratorStruct* deep;
+    OxSgIteratorStruct* found;
+    long count = walk(suites, root);
+    if (count != shared->locations) return count < 0 ? -count : __LINE__;
+
+    /* A location of this thread for the others, and one of another thread to go on from. */
+    deep = retained(suites, suite->getProducerByPath(root, "/root/world/group3/leaf7", false));
+    suite->releaseIterator(root);
+    CHECK(deep);
+    shareFound(shared, deep);
+    found = takeFound(shared);
+    root = retained(suites, suite->getRoot(found));
+    CHECK(isText(suites, suite->getFullName(found), "/root/world/group3/leaf7"));
+    CHECK(isText(suites, suite->getName(root), "root"));
+    suite->releaseIterator(root);
+    root = retained(suites, suite->getNextSibling(found, false));
+    CHECK(isText(suites, suite->getName(root), "leaf8"));
+    suite->releaseIterator(root);
+    suite->releaseIterator(found);
+    return 0;
+}
+
+static void* work(void* argument) {
+    Shared* shared = argument;
+    long line = 0;
+    int round;
+    for (round = 0; round < shared->rounds && line == 0; ++round)
+        line = workOnce(shared);
+    return (void*)line;
+}
+
+/* 0, or what the first thread with a fault returned. */
+static int joinAll(pthread_t* threads, int count) {
+    long line = 0;
+    int i;
+    for (i = 0; i < count; ++i) {
+        void* result = NULL;
+        pthread_join(threads[i], &result);
+        if (line == 0) line = (long)result;
+    }
+    return (int)line;
+}
+
+int checkThreads(const OxPluginHost* host, const char* opFile, int threads, long locations) {
+    Shared shared;
+    pthread_t ids[64];
+    int line;
+    int i;
+    CHECK(threads <= 64);
+    memset(&shared, 0, sizeof shared);
+    shared.suites = getSuites(host);
+    shared.locations = locations;
+    shared.rounds = 3;
+    pthread_mutex_init(&shared.lock, NULL);
+    shared.root = shared.suites.iterators->createRootIteratorFromOpTreeFile(opFile);
+    CHECK(shared.root);
+    for (i = 0; i < threads; ++i)
+        CHECK(pthread_create(&ids[i], NULL, work, &shared) == 0);
+    line = joinAll(ids, threads);
+    shareFound(&shared, NULL);
+    shared.suites.iterators->finalizeRuntime(shared.root);
+    shared.suites.iterators->releaseIterator(shared.root);
+    pthread_mutex_destroy(&shared.lock);
+    return line;
+}
+
+typedef struct Opening {
+    Suites suites;
+    const char* opFile;
+    OxSgIteratorStruct* root;
+} Opening;
+
+static void* open(void* argument) {
+    Opening* opening = argument;
+    const OxScenegraphIteratorHostSuite_v3* suite = opening->suites.iterators;
+    opening->root = suite->createRootIteratorFromOpTreeFile(opening->opFile);
+    return NULL;
+}
+
+int checkThreadThatEnds(const OxPluginHost* host, const char* opFile, int threads, long locations) {
+    Opening opening;
+    Shared shared;
+    pthread_t opener;
+    pthread_t early[32];
+    pthread_t late[32];
+    int line;
+    int i;
+    CHECK(threads <= 32);
+    memset(&opening, 0, sizeof opening);
+    opening.suites = getSuites(host);
+    opening.opFile = opFile;
+    CHECK(pthread_create(&opener, NULL, open, &opening) == 0);
+    pthread_join(opener, NULL);
+    CHECK(opening.root);
+
+    /* Clients of threads that have ended are taken over by those that begin meanwhile. */
+    memset(&shared, 0, sizeof shared);
+    shared.suites = opening.suites;
+    shared.root = opening.root;
+    shared.locations = locations;
+    shared.rounds = 1;
+    pthread_mutex_init(&shared.lock, NULL);
+    for (i = 0; i < threads; ++i)
+        CHECK(pthread_create(&early[i], NULL, work, &shared) == 0);
+    line = joinAll(early, 1);
+    for (i = 0; i < threads; ++i)
+        CHECK(pthread_create(&late[i], NULL, work, &shared) == 0);
+    if (line == 0) line = joinAll(early + 1, threads - 1);
+    if (line == 0) line = joinAll(late, threads);
+    shareFound(&shared, NULL);
+    shared.suites.iterators->releaseIterator(shared.root);
+    pthread_mutex_destroy(&shared.lock);
+    return line;
+}
