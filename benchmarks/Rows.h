@@ -24,6 +24,8 @@ void AddWalkRows(const Route& route);
 void AddLookupRows(const Route& route);
 void AddProcessRows(const Route& route);
 void AddThreadRows(const Route& route); ///< for a route that several threads may take
+void AddSuiteRows();                    ///< some of the walks, through the C suites
+void AddPointRows();
 void AddFileRows();
 
 } // namespace TellarBench

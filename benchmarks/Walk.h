@@ -1,6 +1,12 @@
 #ifndef TELLAR_BENCH_WALK_H
 #define TELLAR_BENCH_WALK_H
 
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
 #include <OxTellarProducers/GeometryProducer.h>
 
 #include "Checksum.h"
@@ -48,6 +54,45 @@ Checksum WalkNames(Location top) {
     Checksum sum;
     Walk(top, [&sum](Location location) { sum.add(ReadNames(location)); });
     return sum;
+}
+
+template <typename Sample>
+void AddSample(const Sample& sample, LocationSum& sum) {
+    sum.addAll(sample.data(), sample.size());
+}
+
+template <typename T>
+T FindValue(const Node* node, const char* name) {
+    const Value* value = node->find(name);
+    return value ? std::get<T>(*value) : T();
+}
+
+template <typename T>
+void AddArray(const Node* node, const char* name, LocationSum& sum) {
+    const Value* value = node->find(name);
+    if (value)
+        AddSample(std::get<std::vector<T>>(*value), sum);
+    else
+        sum.add(std::size_t{0});
+}
+
+/// Names, types, matrices, the six user attributes and bounds.
+inline Checksum WalkAttributes(const Node* root) {
+    Checksum total;
+    Walk(root, [&total](const Node* node) {
+        LocationSum sum = ReadNames(node);
+        sum.addAll(node->matrix.data(), node->hasMatrix ? node->matrix.size() : 0);
+        sum.add(FindValue<float>(node, "user.f0"));
+        sum.add(FindValue<float>(node, "user.f1"));
+        sum.add(FindValue<float>(node, "user.f2"));
+        const Value* text = node->find("user.s");
+        sum.addText(text ? std::string_view(std::get<std::string>(*text)) : std::string_view());
+        sum.add(FindValue<std::int32_t>(node, "user.i"));
+        AddArray<float>(node, "user.c", sum);
+        AddArray<double>(node, "bound", sum);
+        total.add(sum);
+    });
+    return total;
 }
 
 } // namespace TellarBench

@@ -37,11 +37,6 @@ double NanosecondsPerLocation() {
     return 1e9 / static_cast<double>(CountLocations(GetOptions().leaves));
 }
 
-template <typename Sample>
-void AddSample(const Sample& sample, LocationSum& sum) {
-    sum.addAll(sample.data(), sample.size());
-}
-
 Checksum WalkAttributes(GeometryProducer* root) {
     Checksum total;
     Walk(root, [&total](GeometryProducer* location) {
@@ -57,39 +52,6 @@ Checksum WalkAttributes(GeometryProducer* root) {
         AddSample(colour.getNearestSample(0.0f), sum);
         const DoubleAttribute bound = location->getAttribute("bound");
         AddSample(bound.getNearestSample(0.0f), sum);
-        total.add(sum);
-    });
-    return total;
-}
-
-template <typename T>
-T FindValue(const Node* node, const char* name) {
-    const Value* value = node->find(name);
-    return value ? std::get<T>(*value) : T();
-}
-
-template <typename T>
-void AddArray(const Node* node, const char* name, LocationSum& sum) {
-    const Value* value = node->find(name);
-    if (value)
-        AddSample(std::get<std::vector<T>>(*value), sum);
-    else
-        sum.add(std::size_t{0});
-}
-
-Checksum WalkAttributes(const Node* root) {
-    Checksum total;
-    Walk(root, [&total](const Node* node) {
-        LocationSum sum = ReadNames(node);
-        sum.addAll(node->matrix.data(), node->hasMatrix ? node->matrix.size() : 0);
-        sum.add(FindValue<float>(node, "user.f0"));
-        sum.add(FindValue<float>(node, "user.f1"));
-        sum.add(FindValue<float>(node, "user.f2"));
-        const Value* text = node->find("user.s");
-        sum.addText(text ? std::string_view(std::get<std::string>(*text)) : std::string_view());
-        sum.add(FindValue<std::int32_t>(node, "user.i"));
-        AddArray<float>(node, "user.c", sum);
-        AddArray<double>(node, "bound", sum);
         total.add(sum);
     });
     return total;

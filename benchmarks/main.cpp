@@ -1,6 +1,7 @@
 // Measures the library against a bare pointer tree of the same data. scripts/bench.sh runs it and
 // prints the table; docs/performance.md says how to read that. Every benchmark reports one or more
-// rows. What a regression in one of them means:
+// rows. What a regression in one of them means (in a c_suite row alone: making handles and string
+// attributes got dearer):
 //
 //   open              files are no longer opened lazily, or loading op types got slow
 //   first_walk        cooking a location for the first time got dearer
@@ -11,6 +12,7 @@
 //   jump              finding a child by name, and locations in no order
 //   dotted_attribute  finding an attribute in nested groups
 //   global_attribute  asking the ancestors for an attribute
+//   points_to_ndc     a call, a branch or a division too many for every point
 //   two_threads       threads wait for each other or share what they write to
 //   memory            records, their index, or what a thread keeps for itself got bigger
 //   array             an op that makes locations got slow or stores them
@@ -138,7 +140,9 @@ void AddRows() {
         AddWalkRows(*route);
         AddLookupRows(*route);
     }
+    AddSuiteRows();
     AddThreadRows(kThreadAware);
+    AddPointRows();
     AddFileRows();
 }
 

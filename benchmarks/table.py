@@ -44,6 +44,8 @@ ROWS = [
     Row("jump", "ns", "getProducerByPath of random leaves", "ns/call"),
     Row("dotted_attribute", "ns", "getAttribute of a dotted path", "ns/call"),
     Row("global_attribute", "ns", "getGlobalAttribute five levels deep", "ns/call"),
+    Row("points_to_ndc", "ns", "points of a mesh to NDC", "ns/point"),
+    Row("points_to_ndc", "times", "the same, against a matrix product", "times", 3),
     Row("two_threads", "first_times", "two threads, first walk", "times one", 1.7, True),
     Row("two_threads", "second_times", "two threads, second walk", "times one", 1.9, True),
     Row("two_threads", "cooks", "two threads, cooks", "cooks"),

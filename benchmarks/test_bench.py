@@ -12,8 +12,11 @@ import table
 LEAVES = "300"
 PROGRAM = ""
 
-# Those that are not for every kind of producer.
-ROUTES = {"two_threads": ("thread_aware",), "write_op_file": ("-",), "read_op_file": ("-",)}
+# Those that are not for sync and thread-aware producers alone.
+ALL = ("sync", "thread_aware", "c_suite")
+ROUTES = {"first_walk": ALL, "second_walk": ALL, "read_attributes": ALL,
+          "two_threads": ("thread_aware",), "points_to_ndc": ("-",), "write_op_file": ("-",),
+          "read_op_file": ("-",)}
 
 
 class BenchTest(unittest.TestCase):
