@@ -63,6 +63,19 @@ TEST(PerspectiveProjection, TakesItsConstantWithNineDigits) {
     EXPECT_GT(different, 0) << "pi in full would give the same";
 }
 
+TEST(PerspectiveProjection, ComputesItsDepthTermInDoublePrecision) {
+    int different = 0;
+    for (float far = 2.1f; far < 100; far += 0.7f) {
+        const float near = 0.1f;
+        const double stated = -(2.0 * far * near) / (double(far) - double(near));
+        EXPECT_EQ(GetProjectionMatrix(near, far, -1, 1, -1, 1, kPerspective, 90, 1)[3][2],
+                  static_cast<double>(static_cast<float>(stated)))
+            << far;
+        different += -(2.0f * far * near) / (far - near) != static_cast<float>(stated);
+    }
+    EXPECT_GT(different, 0) << "single precision would give the same";
+}
+
 TEST(PerspectiveProjection, StretchesTheHeightByTheAspect) {
     const Matrix square = UnitProjection(90.0f, 1.0f);
     const Matrix wide = UnitProjection(90.0f, 2.0f);

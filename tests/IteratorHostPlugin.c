@@ -186,6 +186,16 @@ typedef struct Shared {
     OxSgIteratorStruct* found; /* guarded by lock; carries a reference */
 } Shared;
 
+static void initShared(Shared* shared, const Suites* suites, OxSgIteratorStruct* root,
+                       long locations, int rounds) {
+    memset(shared, 0, sizeof *shared);
+    shared->suites = *suites;
+    shared->root = root;
+    shared->locations = locations;
+    shared->rounds = rounds;
+    pthread_mutex_init(&shared->lock, NULL);
+}
+
 static void shareFound(Shared* shared, OxSgIteratorStruct* iterator) {
     OxSgIteratorStruct* before;
     pthread_mutex_lock(&shared->lock);
@@ -202,6 +212,12 @@ static OxSgIteratorStruct* takeFound(Shared* shared) {
     found = retained(&shared->suites, shared->found);
     pthread_mutex_unlock(&shared->lock);
     return found;
+}
+
+static void dropShared(Shared* shared) {
+    shareFound(shared, NULL);
+    shared->suites.iterators->releaseIterator(shared->root);
+    pthread_mutex_destroy(&shared->lock);
 }
 
 static long workOnce(Shared* shared) {
@@ -252,25 +268,19 @@ static int joinAll(pthread_t* threads, int count) {
 }
 
 int checkThreads(const OxPluginHost* host, const char* opFile, int threads, long locations) {
+    const Suites suites = getSuites(host);
+    OxSgIteratorStruct* root = suites.iterators->createRootIteratorFromOpTreeFile(opFile);
     Shared shared;
     pthread_t ids[64];
     int line;
     int i;
-    CHECK(threads <= 64);
-    memset(&shared, 0, sizeof shared);
-    shared.suites = getSuites(host);
-    shared.locations = locations;
-    shared.rounds = 3;
-    pthread_mutex_init(&shared.lock, NULL);
-    shared.root = shared.suites.iterators->createRootIteratorFromOpTreeFile(opFile);
-    CHECK(shared.root);
+    CHECK(root && threads <= 64);
+    initShared(&shared, &suites, root, locations, 3);
     for (i = 0; i < threads; ++i)
         CHECK(pthread_create(&ids[i], NULL, work, &shared) == 0);
     line = joinAll(ids, threads);
-    shareFound(&shared, NULL);
-    shared.suites.iterators->finalizeRuntime(shared.root);
-    shared.suites.iterators->releaseIterator(shared.root);
-    pthread_mutex_destroy(&shared.lock);
+    suites.iterators->finalizeRuntime(root);
+    dropShared(&shared);
     return line;
 }
 
@@ -294,6 +304,8 @@ int checkThreadThatEnds(const OxPluginHost* host, const char* opFile, int thread
     pthread_t early[32];
     pthread_t late[32];
     int line;
+    int lineEarly;
+    int lineLate;
     int i;
     CHECK(threads <= 32);
     memset(&opening, 0, sizeof opening);
@@ -304,21 +316,14 @@ int checkThreadThatEnds(const OxPluginHost* host, const char* opFile, int thread
     CHECK(opening.root);
 
     /* Clients of threads that have ended are taken over by those that begin meanwhile. */
-    memset(&shared, 0, sizeof shared);
-    shared.suites = opening.suites;
-    shared.root = opening.root;
-    shared.locations = locations;
-    shared.rounds = 1;
-    pthread_mutex_init(&shared.lock, NULL);
+    initShared(&shared, &opening.suites, opening.root, locations, 1);
     for (i = 0; i < threads; ++i)
         CHECK(pthread_create(&early[i], NULL, work, &shared) == 0);
     line = joinAll(early, 1);
     for (i = 0; i < threads; ++i)
         CHECK(pthread_create(&late[i], NULL, work, &shared) == 0);
-    if (line == 0) line = joinAll(early + 1, threads - 1);
-    if (line == 0) line = joinAll(late, threads);
-    shareFound(&shared, NULL);
-    shared.suites.iterators->releaseIterator(shared.root);
-    pthread_mutex_destroy(&shared.lock);
-    return line;
+    lineEarly = joinAll(early + 1, threads - 1);
+    lineLate = joinAll(late, threads);
+    dropShared(&shared);
+    return line ? line : lineEarly ? lineEarly : lineLate;
 }

@@ -9,6 +9,7 @@
 #include <OxAssetHost/OxAssetPluginManager.h>
 #include <OxTellarSDK/StringUtil.h>
 
+#include "Lens.h"
 #include "ProceduralCamera.h"
 
 using namespace OxAttribute;
@@ -117,11 +118,12 @@ private:
 };
 
 void WriteCamera(const CameraInfo& camera, const std::string& path, ArgumentWriter& writer) {
-    writer.writeFlag("cameraInfo_path");
+    const std::string prefix = kCameraPrefix;
+    writer.writeFlag(prefix + "path");
     writer.writeValue(path);
-    for (const CameraParameter& parameter : kCameraParameters)
-        writer.writeNumbers(parameter.name, FloatAttribute(camera.*parameter.member));
-    writer.writeNumbers("cameraInfo_xform", CameraXform(camera));
+    for (const LensField& field : kLensFields)
+        writer.writeNumbers(prefix + field.name, FloatAttribute(camera.*field.member));
+    writer.writeNumbers(prefix + "xform", CameraXform(camera));
 }
 
 } // namespace

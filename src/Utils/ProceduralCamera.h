@@ -23,19 +23,8 @@ std::shared_ptr<CameraInfo>
 FindParameterCamera(const boost::intrusive_ptr<GeometryProducer>& producer,
                     const OxAttribute::GroupAttribute& procedural, std::string& cameraPath);
 
-/// A value of the camera that is passed, under its name.
-struct CameraParameter {
-    const char* name;
-    float CameraGeometry::*member;
-};
-
-/// In the order in which they are passed.
-constexpr CameraParameter kCameraParameters[] = {
-    {"cameraInfo_fov", &CameraGeometry::fov},       {"cameraInfo_near", &CameraGeometry::near},
-    {"cameraInfo_far", &CameraGeometry::far},       {"cameraInfo_left", &CameraGeometry::left},
-    {"cameraInfo_right", &CameraGeometry::right},   {"cameraInfo_top", &CameraGeometry::top},
-    {"cameraInfo_bottom", &CameraGeometry::bottom},
-};
+/// What the camera's parameters are called: "cameraInfo_fov".
+constexpr const char* kCameraPrefix = "cameraInfo_";
 
 /// The camera's transform row by row in single precision.
 OxAttribute::FloatAttribute CameraXform(const CameraInfo& camera);

@@ -10,6 +10,7 @@
 #include <OxAssetHost/OxAssetPluginManager.h>
 #include <OxTellarSDK/StringUtil.h>
 
+#include "Lens.h"
 #include "ProceduralCamera.h"
 
 using namespace OxAttribute;
@@ -73,12 +74,13 @@ private:
 
 void AppendCamera(const CameraInfo& camera, const std::string& path,
                   const ProceduralOutputContextInfo& context, std::vector<Child>& arguments) {
-    arguments.emplace_back("cameraInfo_path", StringAttribute(path));
-    for (const CameraParameter& parameter : kCameraParameters)
-        arguments.emplace_back(parameter.name, FloatAttribute(camera.*parameter.member));
-    arguments.emplace_back("cameraInfo_xform", CameraXform(camera));
-    arguments.emplace_back("cameraInfo_xres", IntAttribute(context.xres));
-    arguments.emplace_back("cameraInfo_yres", IntAttribute(context.yres));
+    const std::string prefix = kCameraPrefix;
+    arguments.emplace_back(prefix + "path", StringAttribute(path));
+    for (const LensField& field : kLensFields)
+        arguments.emplace_back(prefix + field.name, FloatAttribute(camera.*field.member));
+    arguments.emplace_back(prefix + "xform", CameraXform(camera));
+    arguments.emplace_back(prefix + "xres", IntAttribute(context.xres));
+    arguments.emplace_back(prefix + "yres", IntAttribute(context.yres));
 }
 
 } // namespace
