@@ -235,6 +235,17 @@ TEST(IteratorHandle, KeepsItsProducerUntilTheLastRelease) {
     EXPECT_EQ(OthersOf(producer), 0u);
 }
 
+TEST(IteratorHandle, OutlivesAReleaseThatNobodyRetainedItFor) {
+    const Ptr producer = TELLAR::CreateStaticGeometryProducer("/root", Location({}), nullptr);
+    OxSgIteratorStruct* const handle = OxGeometryProducerToHandle(producer);
+    Iterators().releaseIterator(handle); // an error of the host's
+    EXPECT_EQ(OthersOf(producer), 1u);
+    Iterators().retainIterator(handle);
+    Iterators().retainIterator(handle);
+    Iterators().releaseIterator(handle);
+    EXPECT_EQ(OthersOf(producer), 0u);
+}
+
 TEST(IteratorHandle, IsANewOneForTheSameProducer) {
     const Ptr producer = TELLAR::CreateStaticGeometryProducer("/root", Location({}), nullptr);
     const Handle one = Handle::retaining(OxGeometryProducerToHandle(producer));
@@ -337,10 +348,9 @@ TEST(IteratorHost, GivesTheSameRootEveryTimeInAHandleOfItsOwn) {
 
 TEST(IteratorHost, ComputesALocationAnewWhenItIsToBeEvicted) {
     TestVersionNow() = 1;
-    const auto tree =
-        Group({{"tree", OpEntry("TestTree",
-                                Group({{"children", Texts({"a"})}, {"tag", Text(UniqueTag())}}))},
-               {"version", OpEntry("TestVersion", {}, {"tree"})}});
+    const auto tree = Group({{"tree", OpEntry("TestTree", Group({{"children", Texts({"a", "b"})},
+                                                                 {"tag", Text(UniqueTag())}}))},
+                             {"version", OpEntry("TestVersion", {}, {"tree"})}});
     const Handle root =
         Handle::owning(Iterators().createRootIteratorFromOpTreeDescription(tree.getHandle()));
     const auto version = [&](bool evict) {
@@ -351,6 +361,21 @@ TEST(IteratorHost, ComputesALocationAnewWhenItIsToBeEvicted) {
     TestVersionNow() = 2;
     EXPECT_EQ(version(false), 1);
     EXPECT_EQ(version(true), 2);
+
+    const auto versionOf = [](OxSgIteratorStruct* iterator) {
+        const Handle handle = Handle::retaining(iterator);
+        return IntOf(Owned(Iterators().getAttribute(handle.get(), "version")));
+    };
+    TestVersionNow() = 3;
+    EXPECT_EQ(versionOf(Iterators().getChildByName(root.get(), "a", true)), 3);
+    TestVersionNow() = 4;
+    EXPECT_EQ(versionOf(Iterators().getProducerByPath(root.get(), "/root/a", true)), 4);
+    TestVersionNow() = 5;
+    const Handle a = Handle::retaining(Iterators().getFirstChild(root.get(), false));
+    EXPECT_EQ(versionOf(Iterators().getNextSibling(a.get(), false)), 5);
+    TestVersionNow() = 6;
+    EXPECT_EQ(versionOf(Iterators().getNextSibling(a.get(), false)), 5);
+    EXPECT_EQ(versionOf(Iterators().getNextSibling(a.get(), true)), 6);
 }
 
 /// Reports what it is told to, whatever its base would.
@@ -552,6 +577,20 @@ TEST(IteratorHost, PublishesTheSharedRuntimeInPlaceOfTheLast) {
     EXPECT_EQ(PathOf(Handle::retaining(Iterators().getFirstChild(first.get(), false))),
               "/root/world")
         << "the scene before is still usable";
+}
+
+TEST(IteratorHost, TakesTheLastSharedRuntimeAwayBeforeThereIsANewOne) {
+    const SceneFile file;
+    const SharedRuntime shared;
+    const Handle first = file.root();
+    ASSERT_TRUE(PublishedRuntime());
+    bool wasTakenAway = false;
+    const ScopedRuntimeFactory factory([&] {
+        wasTakenAway = !PublishedRuntime();
+        return TellarRuntime::create();
+    });
+    EXPECT_TRUE(file.root());
+    EXPECT_TRUE(wasTakenAway);
 }
 
 // Ending ------------------------------------------------------------------------------------------

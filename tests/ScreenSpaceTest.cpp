@@ -251,8 +251,10 @@ TEST_F(PointsToNdc, AgreeWithTheStatedFormulaForRandomCamerasAndPoints) {
     for (int i = 0; i < 500; ++i) {
         SCOPED_TRACE(i);
         const auto place = [&] {
-            return Placed(between(-3, 3), between(-1.5, 1.5),
-                          {between(-9, 9), between(-9, 9), between(-9, 9)});
+            const Matrix shape = Matrix().setShear(Point(between(-0.3, 0.3), 0, 0)) *
+                                 Matrix().setScale(Point(between(0.5, 2), 1, between(0.5, 2)));
+            return shape * Placed(between(-3, 3), between(-1.5, 1.5),
+                                  {between(-9, 9), between(-9, 9), between(-9, 9)});
         };
         const StatedFormula stated{place(),         place(),          single(1, 170),
                                    single(0.01, 1), single(2, 1000),  single(-2, -0.1),
@@ -294,6 +296,17 @@ TEST_F(PointsToNdc, AgreeWithTheStatedFormulaAtExtremeAngles) {
                 ExpectRelative(actual.x, expected.x);
                 ExpectRelative(actual.y, expected.y);
             }
+}
+
+TEST_F(PointsToNdc, AgreeWithTheStatedFormulaThroughAVeryNarrowWindow) {
+    const double edge = float(1e-9);
+    const Children lens = With(With(UnitLens(), "left", Double(-edge)), "right", Double(edge));
+    const Ptr geo = GeoOf(CameraScene(CameraAttrs(lens)));
+    const StatedFormula stated{Matrix(), Matrix(), 90, 1, 101, -edge, edge, -1, 1};
+    for (const double depth : {1.0, -1.0}) {
+        const Point point(1e-10, 0, -depth);
+        EXPECT_NEAR(NdcOf(geo, point).x, stated(point).x, 1e-12) << depth;
+    }
 }
 
 TEST_F(PointsToNdc, AgreeWithTheScreenMatrixOfACentredCamera) {
@@ -372,6 +385,27 @@ TEST_F(PixelArea, OfABoxThroughTheCameraPlaneIsThatOfThePartInFront) {
     // Below the camera, like a floor: from the far edge at half the window's lower side down.
     EXPECT_EQ(AreaOf(Bound(-50, 50, -1, -1, -2, 5)), 512 * 128);
     EXPECT_EQ(AreaOf(Bound(0, 0.5, 0, 0.5, -1, 5), OrthographicLens(2)), 128 * 128);
+}
+
+TEST_F(PixelArea, OfABoxWithTheCameraAtItsCornerBeginsAtTheAngleOfItsSide) {
+    // Its sides leave the camera 10 degrees to the right of its axis, and 100 degrees.
+    const auto turn = Group({{"rotate", DoubleAttribute({-10.0, 0.0, 1.0, 0.0}, 4)}});
+    const Ptr geo =
+        GeoBeforeUnitCamera({{"bound", Bound(0, 10, -99, 99, -10, 0)}, {"xform", turn}});
+    const double share = (1 - std::tan(10 * kPi / 180)) / 2;
+    EXPECT_EQ(GetPixelAreaThroughCamera(geo, kCamera, "square_512"),
+              std::lround(512 * 512 * share));
+}
+
+TEST_F(PixelArea, IsRoundedToTheNearest) {
+    const double pixel = 1.0 / 256;
+    EXPECT_EQ(AreaOf(Bound(0, 1.6 * pixel, 0, pixel, -1, -1)), 2);
+    EXPECT_EQ(AreaOf(Bound(0, 1.4 * pixel, 0, pixel, -1, -1)), 1);
+}
+
+TEST_F(PixelArea, IsTheSameThroughAMirroredWindow) {
+    const Children mirrored = With(With(UnitLens(), "left", Double(1)), "right", Double(-1));
+    EXPECT_EQ(AreaOf(Bound(0, 0.5, 0, 0.25, -1, -1), mirrored), 128 * 64);
 }
 
 TEST_F(PixelArea, OfAnOrthographicCameraDoesNotDependOnDepth) {

@@ -135,7 +135,7 @@ double CoveredShare(const Extent& extent, double edge, double oppositeEdge) {
     const double last = std::max(edge, oppositeEdge);
     const double share =
         (std::min(extent.high, last) - std::max(extent.low, first)) / (last - first);
-    return share > 0.0 ? std::min(share, 1.0) : 0.0; // 0 for a window without extent, too
+    return share > 0.0 ? share : 0.0; // 0 for a window without extent, too
 }
 
 /// The eight corners of a box: bit 0 of a corner's index tells which end of x it has, bit 1 of y,

@@ -9,13 +9,9 @@ import os
 import pty
 import subprocess
 import sys
-import tempfile
 import time
-import unittest
-from pathlib import Path
 
-PROGRAM = ""
-EXAMPLES = Path()
+from tellar_test import TellarTest, main, static_scene
 
 SCENE = {
     "ops": [
@@ -54,10 +50,6 @@ TREE = """\
    │  └─ empty
    └─ cam [camera]
 """
-
-
-def static_scene(children):
-    return {"ops": [{"name": "scene", "type": "StaticScene", "args": {"c": children}}]}
 
 
 def wide_scene():
@@ -103,62 +95,13 @@ def failing_scene(number_of_children):
     return description
 
 
-class TellarTest(unittest.TestCase):
-    maxDiff = None
-
-    def setUp(self):
-        holder = tempfile.TemporaryDirectory(prefix="tellar-test-")
-        self.addCleanup(holder.cleanup)
-        self.folder = Path(holder.name)
-        self.environment = {name: value for name, value in os.environ.items()
-                            if name not in ("LC_ALL", "LC_CTYPE", "LANG", "NO_COLOR",
-                                            "OX_LOG_LEVEL", "OX_PLUGIN_PATH")}
-        self.environment["LC_ALL"] = "C.UTF-8"
-
-    def write(self, name, content):
-        path = self.folder / name
-        if isinstance(content, dict):
-            content = json.dumps(content)
-        if isinstance(content, str):
-            content = content.encode()
-        path.write_bytes(content)
-        return str(path)
-
-    def run_tellar(self, *arguments, **environment):
-        done = subprocess.run([PROGRAM, *map(str, arguments)], capture_output=True,
-                              env={**self.environment, **environment}, cwd=self.folder,
-                              timeout=600)
-        return done.returncode, done.stdout.decode(), done.stderr.decode()
-
-    def tellar(self, *arguments, **environment):
-        """Standard output of a run that must succeed without a word on standard error."""
-        status, output, errors = self.run_tellar(*arguments, **environment)
-        self.assertEqual((status, errors), (0, ""), arguments)
-        return output
-
-    def assert_fails(self, error, *arguments, **environment):
-        status, output, errors = self.run_tellar(*arguments, **environment)
-        self.assertEqual(errors, f"tellar: {error}\n")
-        self.assertEqual(status, 2)
-        return output
-
-    def assert_fails_with(self, part, *arguments, **environment):
-        """For errors whose text is partly somebody else's; still exactly one line."""
-        status, _, errors = self.run_tellar(*arguments, **environment)
-        self.assertEqual(status, 2)
-        self.assertTrue(errors.startswith("tellar: "), errors)
-        self.assertEqual(errors.count("\n"), 1, errors)
-        self.assertTrue(errors.endswith("\n"), errors)
-        self.assertIn(part, errors)
-
-
 class GeneralTest(TellarTest):
     def test_version(self):
         self.assertRegex(self.tellar("--version"), r"^tellar \d+\.\d+\.\d+\n$")
 
     def test_help_names_every_subcommand_and_shows_examples(self):
         text = self.tellar("--help")
-        for word in ("walk", "convert", "ops", "Examples:"):
+        for word in ("walk", "camera", "project", "procedural", "convert", "ops", "Examples:"):
             self.assertIn(word, text)
 
     def test_help_of_a_subcommand_names_its_options_and_shows_examples(self):
@@ -170,6 +113,18 @@ class GeneralTest(TellarTest):
         for word in ("IN", "OUT", "--to", "--compress", "Examples:"):
             self.assertIn(word, text)
         self.assertIn("--json", self.tellar("ops", "--help"))
+        text = self.tellar("camera", "--help")
+        for word in ("SCENE", "--camera PATH", "--frame N", "--shutter OPEN,CLOSE", "--json",
+                     "Examples:", "tellar camera examples/garden.json"):
+            self.assertIn(word, text)
+        text = self.tellar("project", "--help")
+        for word in ("SCENE", "--at PATH", "--camera PATH", "--resolution NAME", "--json",
+                     "Examples:", "tellar project examples/garden.json"):
+            self.assertIn(word, text)
+        text = self.tellar("procedural", "--help")
+        for word in ("SCENE", "--at PATH", "--form FORM", "--frame N", "--attr NAME",
+                     "Examples:", "tellar procedural"):
+            self.assertIn(word, text)
 
     def test_usage_errors_are_one_line_too(self):
         scene = self.write("s.json", SCENE)
@@ -394,7 +349,7 @@ class WalkTest(TellarTest):
         scene = self.write("endless.json", endless_scene())
         for options in ([], ["--threads", "3"], ["--json"]):
             with self.subTest(options=options):
-                process = subprocess.Popen([PROGRAM, "walk", scene, *options],
+                process = subprocess.Popen([self.program, "walk", scene, *options],
                                            stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                                            env=self.environment)
                 self.addCleanup(process.stderr.close)
@@ -407,7 +362,7 @@ class WalkTest(TellarTest):
         if not os.path.exists("/dev/full"):
             self.skipTest("the system has no /dev/full")
         with open("/dev/full", "wb") as full:
-            done = subprocess.run([PROGRAM, "walk", self.scene], stdout=full,
+            done = subprocess.run([self.program, "walk", self.scene], stdout=full,
                                   stderr=subprocess.PIPE, env=self.environment, timeout=600)
         self.assertEqual(done.stderr, b"tellar: standard output: No space left on device\n")
         self.assertEqual(done.returncode, 2)
@@ -425,7 +380,7 @@ class TerminalTest(TellarTest):
     def run_on_terminal(self, *arguments, **environment):
         """All that the program writes to a terminal."""
         ours, theirs = pty.openpty()
-        process = subprocess.Popen([PROGRAM, *arguments], stdout=theirs, stderr=theirs,
+        process = subprocess.Popen([self.program, *arguments], stdout=theirs, stderr=theirs,
                                    env={**self.environment, **environment})
         os.close(theirs)
         seen = b""
@@ -448,7 +403,7 @@ class TerminalTest(TellarTest):
     def test_a_long_walk_shows_how_far_it_is(self):
         scene = self.write("endless.json", endless_scene())
         ours, theirs = pty.openpty()
-        process = subprocess.Popen([PROGRAM, "walk", scene], stdout=subprocess.DEVNULL,
+        process = subprocess.Popen([self.program, "walk", scene], stdout=subprocess.DEVNULL,
                                    stderr=theirs, env=self.environment)
         os.close(theirs)
         seen = self.read_until(ours, b"/s")
@@ -460,7 +415,7 @@ class TerminalTest(TellarTest):
     def test_a_tree_on_the_same_terminal_is_not_interrupted(self):
         scene = self.write("endless.json", endless_scene())
         ours, theirs = pty.openpty()
-        process = subprocess.Popen([PROGRAM, "walk", scene], stdout=theirs, stderr=theirs,
+        process = subprocess.Popen([self.program, "walk", scene], stdout=theirs, stderr=theirs,
                                    env=self.environment)
         os.close(theirs)
         seen = b""
@@ -503,7 +458,8 @@ class SceneKindTest(TellarTest):
         self.assertIn("[polymesh]", output)
 
     def test_a_gltf_file_is_a_scene_though_it_is_json(self):
-        output = self.tellar("walk", EXAMPLES / "garden.gltf", "--at", "/root/world", "--depth", 1)
+        output = self.tellar("walk", self.examples / "garden.gltf", "--at", "/root/world",
+                             "--depth", 1)
         self.assertEqual(output, "/root/world [group]\n└─ garden [group]\n")
 
     def test_missing_and_unreadable_files_are_named(self):
@@ -620,7 +576,7 @@ class ConvertTest(TellarTest):
     def test_json_through_attributes_comes_back_byte_for_byte(self):
         for name in ("garden.json", "million.json"):
             with self.subTest(name=name):
-                self.tellar("convert", EXAMPLES / name, "first.json")
+                self.tellar("convert", self.examples / name, "first.json")
                 self.tellar("convert", "first.json", "middle.oxattr")
                 self.tellar("convert", "middle.oxattr", "second.json")
                 self.assertEqual(self.read("second.json"), self.read("first.json"))
@@ -634,9 +590,9 @@ class ConvertTest(TellarTest):
         self.assertEqual(self.read("unpacked.oxop"), self.read("plain.oxop"))
 
     def test_files_beside_the_description_are_still_found_elsewhere(self):
-        self.tellar("convert", EXAMPLES / "garden.json", "elsewhere.oxop")
+        self.tellar("convert", self.examples / "garden.json", "elsewhere.oxop")
         self.assertEqual(self.tellar("walk", "elsewhere.oxop"),
-                         self.tellar("walk", EXAMPLES / "garden.json"))
+                         self.tellar("walk", self.examples / "garden.json"))
 
     def test_a_file_may_be_converted_in_place(self):
         self.tellar("convert", "scene.json", "scene.json", "--to", "ops")
@@ -705,7 +661,7 @@ class OpsTest(TellarTest):
 
 class ExamplesTest(TellarTest):
     def test_the_garden_is_what_its_description_says(self):
-        garden = EXAMPLES / "garden.json"
+        garden = self.examples / "garden.json"
         children = self.tellar("walk", garden, "--at", "/root/world/garden", "--depth", 1)
         self.assertIn("windmill", children)
         self.assertNotIn("benches", children)
@@ -720,12 +676,10 @@ class ExamplesTest(TellarTest):
                          "/root/world/cam/camera [camera]\n")
 
     def test_the_million_is_more_than_a_million(self):
-        output = self.tellar("walk", EXAMPLES / "million.json", "--quiet", "--stats", "--threads",
-                             2)
+        output = self.tellar("walk", self.examples / "million.json", "--quiet", "--stats",
+                             "--threads", 2)
         self.assertGreater(int(output.split()[1]), 1_000_000)
 
 
 if __name__ == "__main__":
-    PROGRAM = os.path.abspath(sys.argv[1])
-    EXAMPLES = Path(sys.argv[2]).resolve()
-    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
+    main()

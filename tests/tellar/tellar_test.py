@@ -1,0 +1,73 @@
+"""What the tests of the tellar command share."""
+
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+
+def static_scene(children):
+    return {"ops": [{"name": "scene", "type": "StaticScene", "args": {"c": children}}]}
+
+
+class TellarTest(unittest.TestCase):
+    """Runs the command in an empty folder and an environment of its own."""
+
+    program = ""
+    examples = Path()
+    maxDiff = None
+
+    def setUp(self):
+        holder = tempfile.TemporaryDirectory(prefix="tellar-test-")
+        self.addCleanup(holder.cleanup)
+        self.folder = Path(holder.name)
+        self.environment = {name: value for name, value in os.environ.items()
+                            if name not in ("LC_ALL", "LC_CTYPE", "LANG", "NO_COLOR")
+                            and not name.startswith("OX_")}
+        self.environment["LC_ALL"] = "C.UTF-8"
+
+    def write(self, name, content):
+        path = self.folder / name
+        if isinstance(content, dict):
+            content = json.dumps(content)
+        if isinstance(content, str):
+            content = content.encode()
+        path.write_bytes(content)
+        return str(path)
+
+    def run_tellar(self, *arguments, **environment):
+        done = subprocess.run([self.program, *map(str, arguments)], capture_output=True,
+                              env={**self.environment, **environment}, cwd=self.folder,
+                              timeout=600)
+        return done.returncode, done.stdout.decode(), done.stderr.decode()
+
+    def tellar(self, *arguments, **environment):
+        """Standard output of a run that must succeed without a word on standard error."""
+        status, output, errors = self.run_tellar(*arguments, **environment)
+        self.assertEqual((status, errors), (0, ""), arguments)
+        return output
+
+    def assert_fails(self, error, *arguments, **environment):
+        status, output, errors = self.run_tellar(*arguments, **environment)
+        self.assertEqual(errors, f"tellar: {error}\n")
+        self.assertEqual(status, 2)
+        return output
+
+    def assert_fails_with(self, part, *arguments, **environment):
+        """For errors whose text is partly somebody else's; still exactly one line."""
+        status, _, errors = self.run_tellar(*arguments, **environment)
+        self.assertEqual(status, 2)
+        self.assertTrue(errors.startswith("tellar: "), errors)
+        self.assertEqual(errors.count("\n"), 1, errors)
+        self.assertTrue(errors.endswith("\n"), errors)
+        self.assertIn(part, errors)
+
+
+def main():
+    """For test programs: PROGRAM EXAMPLES_FOLDER, then what unittest takes."""
+    TellarTest.program = os.path.abspath(sys.argv[1])
+    TellarTest.examples = Path(sys.argv[2]).resolve()
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:])
