@@ -6,6 +6,7 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -251,8 +252,9 @@ TEST_F(PointsToNdc, AgreeWithTheStatedFormulaForRandomCamerasAndPoints) {
     for (int i = 0; i < 500; ++i) {
         SCOPED_TRACE(i);
         const auto place = [&] {
-            const Matrix shape = Matrix().setShear(Point(between(-0.3, 0.3), 0, 0)) *
-                                 Matrix().setScale(Point(between(0.5, 2), 1, between(0.5, 2)));
+            const Matrix shape =
+                Matrix().setShear(Point(between(-0.3, 0.3), between(-0.3, 0.3), 0)) *
+                Matrix().setScale(Point(between(0.5, 2), 1, between(0.5, 2)));
             return shape * Placed(between(-3, 3), between(-1.5, 1.5),
                                   {between(-9, 9), between(-9, 9), between(-9, 9)});
         };
@@ -401,6 +403,14 @@ TEST_F(PixelArea, IsRoundedToTheNearest) {
     const double pixel = 1.0 / 256;
     EXPECT_EQ(AreaOf(Bound(0, 1.6 * pixel, 0, pixel, -1, -1)), 2);
     EXPECT_EQ(AreaOf(Bound(0, 1.4 * pixel, 0, pixel, -1, -1)), 1);
+}
+
+TEST_F(PixelArea, OfABoxAroundTheCameraFillsTheWidestWindow) {
+    Children lens = UnitLens();
+    for (const auto& [name, edge] : {std::pair("left", -1e7), std::pair("right", 1e7),
+                                     std::pair("bottom", -1e7), std::pair("top", 1e7)})
+        lens = With(lens, name, Double(edge));
+    EXPECT_EQ(AreaOf(Bound(-1, 1, -1, 1, -1, 1), lens), 512 * 512);
 }
 
 TEST_F(PixelArea, IsTheSameThroughAMirroredWindow) {

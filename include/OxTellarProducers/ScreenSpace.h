@@ -53,9 +53,9 @@ TELLAR_API void ConvertPointListToNDC(boost::intrusive_ptr<GeometryProducer> pro
 ///
 /// The part of the box in front of the camera plane has its corners where the box has them, and
 /// where an edge of the box meets the plane. Of these, the least and greatest angles to the right
-/// of the camera's axis and above it, atan2(a, depth) and atan2(b, depth), are clamped to 89.9999
-/// degrees either way and turned to window units by tan(angle) / tan(fov / 2); an orthographic
-/// camera takes a and b themselves and scales its window, as above. Then
+/// of the camera's axis and above it, atan2(a, depth) and atan2(b, depth), are turned to window
+/// units by tan(angle) / tan(fov / 2); an orthographic camera takes a and b themselves and scales
+/// its window, as above. Then
 ///
 ///     pixels = width height (share of the window's width) (share of its height)
 ///

@@ -181,13 +181,11 @@ private:
             extent.include(std::atan2(offset, 0.0));
     }
 
+    /// Angles never go beyond those of the plane, where tan is huge but finite.
     Extent toWindow(const Extent& extent) const {
         if (camera.isOrthographic) return extent;
-        constexpr double kWidestAngle = 89.9999 / 180.0 * kPi;
-        const auto unit = [&](double angle) {
-            return std::tan(std::clamp(angle, -kWidestAngle, kWidestAngle)) / camera.tanHalfFov;
-        };
-        return {unit(extent.low), unit(extent.high)};
+        return {std::tan(extent.low) / camera.tanHalfFov,
+                std::tan(extent.high) / camera.tanHalfFov};
     }
 
     const CameraView& camera;
