@@ -17,11 +17,11 @@
 #include <OxTellarProducers/ThreadAwareGeometryProducer.h>
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/PluginManager.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 
 #include "CapturedErrors.h"
 #include "CapturedLog.h"
-#include "IteratorHostPlugin.h"
 #include "ProducerHelpers.h"
 #include "RunTogether.h"
 #include "SceneBuilders.h"
@@ -29,6 +29,7 @@
 #include "ScopedRuntimeFactory.h"
 #include "TempDirectory.h"
 #include "TestOps.h"
+#include "plugins/IteratorChecksSuite.h"
 
 namespace {
 
@@ -670,44 +671,57 @@ TEST(FinalizeRuntime, LogsAnExceptionOfTheScene) {
     EXPECT_THAT(log.textsOf(kLogger), ElementsAre(HasSubstr("finalizeRuntime: ")));
 }
 
-// From C ------------------------------------------------------------------------------------------
+// From a plug-in in C
+// ------------------------------------------------------------------------------------------
+
+/// The plug-in's table, by way of the host: it is found on the plug-in path, and finds the suites
+/// of the library by name and version in turn.
+const IteratorChecksSuite& Checks() {
+    static const auto* const checks = [] {
+        OxPluginManager::PluginManager::addSearchPath(TELLAR_TEST_PLUGIN_DIR);
+        return static_cast<const IteratorChecksSuite*>(
+            Host()->getPluginSuite("iterator checks", "TestIteratorChecks", 1));
+    }();
+    if (!checks) throw std::runtime_error("The plug-in with the checks is not found.");
+    return *checks;
+}
 
 TEST(IteratorHostFromC, TakesNullHandlesAtEveryEntry) {
     const CapturedErrors expected;
     const CapturedLog expectedToo;
-    EXPECT_EQ(checkNullHandles(Host()), 0);
+    EXPECT_EQ(Checks().checkNullHandles(), 0);
 }
 
 TEST(IteratorHostFromC, CountsReferences) {
     const SceneFile file;
-    EXPECT_EQ(checkCounts(Host(), file.c_str()), 0);
+    EXPECT_EQ(Checks().checkCounts(file.c_str()), 0);
 }
 
 TEST(IteratorHostFromC, IsWalkedThroughVersion2) {
     const SceneFile file;
-    EXPECT_EQ(checkVersion2(Host(), file.c_str(), kWideSceneLocations), 0);
+    EXPECT_EQ(Checks().checkVersion2(file.c_str(), kWideSceneLocations), 0);
 }
 
 TEST(IteratorHostFromC, IsWalkedByManyThreadsAtOnce) {
     const SceneFile file;
-    EXPECT_EQ(checkThreads(Host(), file.c_str(), 8, kWideSceneLocations), 0);
+    EXPECT_EQ(Checks().checkThreads(file.c_str(), 8, kWideSceneLocations), 0);
 }
 
 TEST(IteratorHostFromC, IsWalkedByManyThreadsAtOnceInOneRuntime) {
     const SceneFile file;
     const SharedRuntime shared;
-    EXPECT_EQ(checkThreads(Host(), file.c_str(), 8, kWideSceneLocations), 0);
+    EXPECT_EQ(Checks().checkThreads(file.c_str(), 8, kWideSceneLocations), 0);
 }
 
 TEST(IteratorHostFromC, OutlivesTheThreadThatOpenedTheScene) {
     const SceneFile file;
-    EXPECT_EQ(checkThreadThatEnds(Host(), file.c_str(), 8, kWideSceneLocations), 0);
+    EXPECT_EQ(Checks().checkThreadThatEnds(file.c_str(), 8, kWideSceneLocations), 0);
 }
 
 TEST(IteratorHostFromC, OutlivesTheThreadThatOpenedTheSceneInOneRuntime) {
     const SceneFile file;
     const SharedRuntime shared;
-    EXPECT_EQ(checkThreadThatEnds(Host(), file.c_str(), 8, kWideSceneLocations), 0);
+    EXPECT_EQ(Checks().checkThreadThatEnds(file.c_str(), 8, kWideSceneLocations), 0);
 }
 
 } // namespace

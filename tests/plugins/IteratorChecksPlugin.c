@@ -1,23 +1,26 @@
 #define _POSIX_C_SOURCE 200809L /* threads */
 
-#include "IteratorHostPlugin.h"
+#include "IteratorChecksSuite.h"
 
 #include <pthread.h>
-#include <stdlib.h>
 #include <string.h>
 
+#include <OxPluginHost/OxPluginHost.h>
 #include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
 #include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/OxPluginApi.h>
 
 #define CHECK(condition)                                                                           \
     if (!(condition)) return __LINE__
+
+static const OxPluginHost* host;
 
 typedef struct Suites {
     const OxScenegraphIteratorHostSuite_v3* iterators;
     const OxAttributeSuite_v1* attributes;
 } Suites;
 
-static Suites getSuites(const OxPluginHost* host) {
+static Suites getSuites(void) {
     Suites suites;
     suites.iterators = host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3);
     suites.attributes = host->getSuite("AttributeHost", 1);
@@ -43,7 +46,7 @@ static int isThere(const Suites* suites, OxAttributeStruct* attribute) {
     return attribute != NULL;
 }
 
-int checkNullHandles(const OxPluginHost* host) {
+static int checkNullHandles(void) {
     const OxScenegraphIteratorHostSuite_v3* suite =
         host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3);
     const OxScenegraphIteratorHostSuite_v2* old =
@@ -93,8 +96,8 @@ int checkNullHandles(const OxPluginHost* host) {
     return 0;
 }
 
-int checkCounts(const OxPluginHost* host, const char* opFile) {
-    const Suites suites = getSuites(host);
+static int checkCounts(const char* opFile) {
+    const Suites suites = getSuites();
     const OxScenegraphIteratorHostSuite_v3* suite = suites.iterators;
     OxSgIteratorStruct* root = suite->createRootIteratorFromOpTreeFile(opFile);
     OxSgIteratorStruct* child;
@@ -166,7 +169,7 @@ static long walkVersion2(const OxScenegraphIteratorHostSuite_v2* suite,
     return count;
 }
 
-int checkVersion2(const OxPluginHost* host, const char* opFile, long locations) {
+static int checkVersion2(const char* opFile, long locations) {
     const OxScenegraphIteratorHostSuite_v2* suite =
         host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 2);
     OxSgIteratorStruct* root = suite->createRootIteratorFromOpTreeFile(opFile);
@@ -267,8 +270,8 @@ static int joinAll(pthread_t* threads, int count) {
     return (int)line;
 }
 
-int checkThreads(const OxPluginHost* host, const char* opFile, int threads, long locations) {
-    const Suites suites = getSuites(host);
+static int checkThreads(const char* opFile, int threads, long locations) {
+    const Suites suites = getSuites();
     OxSgIteratorStruct* root = suites.iterators->createRootIteratorFromOpTreeFile(opFile);
     Shared shared;
     pthread_t ids[64];
@@ -297,7 +300,7 @@ static void* open(void* argument) {
     return NULL;
 }
 
-int checkThreadThatEnds(const OxPluginHost* host, const char* opFile, int threads, long locations) {
+static int checkThreadThatEnds(const char* opFile, int threads, long locations) {
     Opening opening;
     Shared shared;
     pthread_t opener;
@@ -309,7 +312,7 @@ int checkThreadThatEnds(const OxPluginHost* host, const char* opFile, int thread
     int i;
     CHECK(threads <= 32);
     memset(&opening, 0, sizeof opening);
-    opening.suites = getSuites(host);
+    opening.suites = getSuites();
     opening.opFile = opFile;
     CHECK(pthread_create(&opener, NULL, open, &opening) == 0);
     pthread_join(opener, NULL);
@@ -326,4 +329,34 @@ int checkThreadThatEnds(const OxPluginHost* host, const char* opFile, int thread
     lineLate = joinAll(late, threads);
     dropShared(&shared);
     return line ? line : lineEarly ? lineEarly : lineLate;
+}
+
+static const IteratorChecksSuite checks = {checkNullHandles, checkCounts, checkVersion2,
+                                           checkThreads, checkThreadThatEnds};
+
+static const void* getSuite(void) {
+    return &checks;
+}
+
+static int setHost(struct OxPluginHost* newHost) {
+    host = newHost;
+    return 0;
+}
+
+static const OxPluginRecord_v1 record = {OX_PLUGIN_RECORD_VERSION,
+                                         "iterator checks",
+                                         "TestIteratorChecks",
+                                         1,
+                                         1,
+                                         0,
+                                         getSuite,
+                                         setHost,
+                                         NULL};
+
+unsigned int OxGetPluginCount(void) {
+    return 1;
+}
+
+const OxPluginRecord_v1* OxGetPlugin(unsigned int index) {
+    return index == 0 ? &record : NULL;
 }
