@@ -11,6 +11,12 @@
 #include <OxTellarProducers/GeometryProducer.h>
 #include <OxTellarSDK/Attribute.h>
 
+// The system's header of Windows defines both as nothing, for compilers long gone.
+#if defined(_WIN32)
+#undef near
+#undef far
+#endif
+
 namespace TELLAR {
 
 /// The lens of a camera. A value; copy it freely.
