@@ -26,6 +26,9 @@ tellar walk examples/garden.json --depth 3
 heading "One location: its own attributes, and its transform composed from the root"
 tellar walk examples/garden.json --at /root/world/garden/windmill/sails --depth 0 --attrs --xform
 
+heading "What the picture is taken with, as a renderer is told"
+tellar camera examples/garden.json
+
 heading "More than a million locations from one array op, each made when it is visited"
 tellar walk examples/million.json --stats --quiet
 

@@ -13,9 +13,9 @@
 
 namespace TELLAR {
 
-// Where locations are on the picture. All use transforms at time 0; a transform that cannot be
-// inverted counts as none. Exceptions of the platform pass through. Threads: as for navigating
-// the producer.
+// Where locations are on the picture. All use transforms at time 0. The inverse of a camera's
+// transform that has none is taken to be the identity: it then looks along the world's -z.
+// Exceptions of the platform pass through. Threads: as for navigating the producer.
 
 /// The location's local space to pixels of the render camera, for row vectors: p M, then divide
 /// by w. x goes from 0 at the left edge to the render resolution's width, y from 0 at the bottom

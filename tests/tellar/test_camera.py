@@ -572,6 +572,13 @@ corners of the bound
         self.assertIsNone(projected["points"][0]["pixel"])
         self.assertEqual(projected["notes"][1], "the origin is behind the camera")
 
+    def test_what_is_beside_the_camera_counts_as_behind_it(self):
+        scene = self.scene(Scene({"point": {"a": {"xform.translate": [3.0, 0, 0]}}})
+                           .then("Camera"))
+        projected = self.json("project", scene, "--at", "/root/point")
+        self.assertIsNone(projected["points"][0]["pixel"])
+        self.assertEqual(projected["notes"][1], "the origin is behind the camera")
+
     def test_of_a_location_without_bound_the_origin_is_projected(self):
         scene = self.scene(Scene({"point": {"a": {"xform.translate": [1.0, 2, -4]}}})
                            .then("Camera", fov=90, near=2, far=10))

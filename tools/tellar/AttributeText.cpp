@@ -1,9 +1,10 @@
 #include "AttributeText.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <vector>
+
+#include "NumberText.h"
 
 namespace TellarTool {
 
@@ -14,12 +15,6 @@ using namespace OxAttribute;
 /// More values than this are shortened; a matrix still shows whole.
 constexpr std::size_t kShownValues = 16;
 constexpr std::size_t kShownBytes = 80; // of a string
-
-template <typename T>
-void AppendNumber(std::string& out, T value) {
-    char text[32];
-    out.append(text, std::to_chars(text, text + sizeof(text), value).ptr);
-}
 
 /// The first bytes, up to a boundary between UTF-8 characters.
 std::string_view Beginning(std::string_view text) {

@@ -1,8 +1,11 @@
-#include "Convert.h"
+#include "Subcommands.h"
 
 #include <filesystem>
+#include <memory>
 #include <stdexcept>
+#include <string>
 
+#include <CLI/CLI.hpp>
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/DescriptionJson.h>
 
@@ -14,6 +17,17 @@ namespace TellarTool {
 namespace {
 
 using namespace OxAttribute;
+
+constexpr const char* kExamples = R"(Examples:
+  tellar convert scene.json scene.oxop --compress
+  tellar convert scene.oxop scene.json              to look at it, or change it by hand)";
+
+struct ConvertOptions {
+    std::string in;
+    std::string out;
+    std::string to; // "json", "attributes" or "ops"; empty: told by the extension of `out`
+    bool compress = false;
+};
 
 SceneKind TargetKind(const ConvertOptions& options) {
     if (options.to == "json") return SceneKind::Json;
@@ -41,8 +55,7 @@ void Write(const ConvertOptions& options, SceneKind kind, const GroupAttribute& 
     }
 }
 
-} // namespace
-
+/// Throws std::runtime_error naming the file at fault; `out` is then as it was before.
 void RunConvert(const ConvertOptions& options) {
     const SceneKind kind = TargetKind(options);
     if (options.compress && kind == SceneKind::Json)
@@ -50,6 +63,31 @@ void RunConvert(const ConvertOptions& options) {
     if (TellKind(options.in) == SceneKind::SceneFile)
         throw std::runtime_error(options.in + ": is no op-tree description");
     Write(options, kind, OpenScene(options.in).description);
+}
+
+} // namespace
+
+void AddConvert(CLI::App& app) {
+    const auto options = std::make_shared<ConvertOptions>();
+    CLI::App* const convert = app.add_subcommand("convert", "Write an op tree in another form");
+    convert
+        ->add_option("IN", options->in,
+                     "An op file or an op-tree description (attribute stream or JSON)")
+        ->required()
+        ->option_text(" ");
+    convert
+        ->add_option("OUT", options->out,
+                     "The file to write; its extension tells the form: .json, .oxattr (attribute "
+                     "stream) or .oxop (op file)")
+        ->required()
+        ->option_text(" ");
+    convert
+        ->add_option("--to", options->to, "The form, whatever the extension: json, attributes, ops")
+        ->check(CLI::IsMember({"json", "attributes", "ops"}))
+        ->option_text("FORM");
+    convert->add_flag("--compress", options->compress, "Compress an attribute stream or op file");
+    convert->footer(kExamples);
+    convert->callback([options] { RunConvert(*options); });
 }
 
 } // namespace TellarTool

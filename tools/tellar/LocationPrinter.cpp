@@ -1,12 +1,12 @@
 #include "LocationPrinter.h"
 
 #include <algorithm>
-#include <string_view>
 
 #include <OxTellarSDK/DescriptionJson.h>
 #include <OxTellarSDK/XFormUtil.h>
 
 #include "AttributeText.h"
+#include "JsonText.h"
 
 namespace TellarTool {
 
@@ -117,9 +117,9 @@ public:
 
     void open(const Visit& visit, std::string& out) const override {
         appendIndent(visit, out);
-        out += "{\"name\": " + json(visit.location.getName());
-        out += ", \"path\": " + json(visit.location.getFullName());
-        out += ", \"type\": " + json(visit.location.getType());
+        out += "{\"name\": " + Json(visit.location.getName());
+        out += ", \"path\": " + Json(visit.location.getFullName());
+        out += ", \"type\": " + Json(visit.location.getType());
         if (options.attributes) out += ", \"attrs\": " + attributesOf(visit.location);
         if (options.worldMatrix) out += ", \"xform\": " + worldMatrixOf(visit.location);
         if (visit.isDepthLimit) return;
@@ -142,20 +142,12 @@ private:
         out.append(2 * std::min(visit.depth(), kDeepestIndent), ' ');
     }
 
-    /// Names that are no text take the form that they have in descriptions.
-    static std::string json(const std::string& text) {
-        const bool isPlain = std::all_of(text.begin(), text.end(), [](char c) {
-            return c >= ' ' && c <= '~' && c != '"' && c != '\\';
-        });
-        return isPlain ? '"' + text + '"' : WriteAttributeJson(StringAttribute(text), -1);
-    }
-
     std::string attributesOf(TELLAR::GeometryProducer& location) const {
         const std::string& name = *options.attributes;
         const Attribute attribute = location.getAttribute(name.c_str());
         if (!attribute.isValid()) return "{}";
         const std::string text = WriteAttributeJson(attribute, -1);
-        return name.empty() ? text : "{" + json(name) + ": " + text + "}";
+        return name.empty() ? text : "{" + Json(name) + ": " + text + "}";
     }
 
     static std::string worldMatrixOf(TELLAR::GeometryProducer& location) {

@@ -1,16 +1,19 @@
-#include "Ops.h"
+#include "Subcommands.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
-#include <OxTellarSDK/DescriptionJson.h>
+#include <CLI/CLI.hpp>
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/PluginManager.h>
 
 #include "AttributeText.h"
+#include "JsonText.h"
 #include "Output.h"
 
 namespace TellarTool {
@@ -20,7 +23,17 @@ namespace {
 using OxOpType::Argument;
 using OxOpType::Description;
 
+constexpr const char* kExamples = R"(Examples:
+  tellar ops
+  tellar ops Array                                  its inputs and arguments
+  tellar ops --json)";
+
 constexpr std::size_t kLineWidth = 96;
+
+struct OpsOptions {
+    std::string type; // empty: all
+    bool json = false;
+};
 
 /// The text in lines of that width, all but the first indented.
 void AppendWrapped(std::string& out, std::string_view text, std::size_t column,
@@ -90,10 +103,6 @@ void AppendRefusedPlugins(std::string& out) {
     }
 }
 
-std::string Json(const std::string& text) {
-    return OxAttribute::WriteAttributeJson(OxAttribute::StringAttribute(text), -1);
-}
-
 std::string JsonOf(const Description& type) {
     std::string out = "{\"name\": " + Json(type.name) +
                       ", \"version\": " + std::to_string(type.version) +
@@ -119,8 +128,7 @@ std::string JsonOfAll(const std::vector<const OxOpType::OpType*>& types) {
     return out + "\n]\n";
 }
 
-} // namespace
-
+/// Throws std::runtime_error for an unknown type.
 void RunOps(const OpsOptions& options) {
     std::string out;
     if (options.type.empty()) {
@@ -143,6 +151,18 @@ void RunOps(const OpsOptions& options) {
     }
     WriteOutput(out);
     FlushOutput();
+}
+
+} // namespace
+
+void AddOps(CLI::App& app) {
+    const auto options = std::make_shared<OpsOptions>();
+    CLI::App* const ops =
+        app.add_subcommand("ops", "Tell which op types there are and what they take");
+    ops->add_option("TYPE", options->type, "Tell about this one")->option_text(" ");
+    ops->add_flag("--json", options->json, "Print JSON");
+    ops->footer(kExamples);
+    ops->callback([options] { RunOps(*options); });
 }
 
 } // namespace TellarTool

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "AttributeText.h"
+
 namespace TellarTool {
 
 namespace {
@@ -71,6 +73,19 @@ void WriteOutput(std::string_view text) {
 
 void FlushOutput() {
     if (std::fflush(stdout) != 0) FailOutput(errno);
+}
+
+void WriteErrorLine(const std::string& message) {
+    std::string flat = message;
+    for (char& c : flat)
+        if (c == '\n' || c == '\r' || c == '\t') c = ' ';
+    while (!flat.empty() && flat.back() == ' ')
+        flat.pop_back();
+    std::string line = "tellar: ";
+    AppendPrintable(line, flat);
+    line += '\n';
+    std::fflush(stdout);
+    std::fputs(line.c_str(), stderr);
 }
 
 void WriteFile(const std::string& path, std::string_view content) {

@@ -17,6 +17,10 @@ void WriteOutput(std::string_view text);
 /// reported.
 void FlushOutput();
 
+/// Writes "tellar: <message>" to standard error: one line, whatever is in the message. What there
+/// was before goes to standard output first; if it cannot be delivered, the message still can.
+void WriteErrorLine(const std::string& message);
+
 /// Replaces the file in one go: a new one is written beside it and renamed over it when it is
 /// complete, so that nothing is ever half-written. Throws std::runtime_error naming the file
 /// and the system's reason.

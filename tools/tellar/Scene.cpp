@@ -63,9 +63,10 @@ void CheckIsOpTree(const std::string& path, const GroupAttribute& description) {
                                      description.getChildName(i) + "\" is no op");
 }
 
+using Children = std::vector<GroupAttribute::Child>;
+
 /// One op that imports the file.
 GroupAttribute DescribeImport(const std::string& path) {
-    using Children = std::vector<GroupAttribute::Child>;
     const GroupAttribute args(Children{{"file", StringAttribute(path)}}, true);
     const GroupAttribute op(Children{{"opType", StringAttribute("SceneImport")}, {"opArgs", args}},
                             true);
@@ -108,13 +109,33 @@ SceneKind TellKind(const std::string& path) {
 
 Scene OpenScene(const std::string& path) {
     const SceneKind kind = TellKind(path);
-    Scene scene{path, kind, ReadDescription(path, kind)};
+    Scene scene{path, ReadDescription(path, kind), kind == SceneKind::OpFile};
     CheckIsOpTree(path, scene.description);
     return scene;
 }
 
+Scene WithRenderSettings(const Scene& scene, const GroupAttribute& settings) {
+    Children ops;
+    for (std::int64_t i = 0; i < scene.description.getNumberOfChildren(); ++i)
+        ops.emplace_back(scene.description.getChildName(i), scene.description.getChildByIndex(i));
+    std::string name = "command line"; // as errors will call the op
+    while (scene.description.findChild(name) >= 0)
+        name += '_';
+    const GroupAttribute args(Children{{"settings", settings}}, true);
+    ops.emplace_back(name, GroupAttribute(Children{{"opType", StringAttribute("RenderSettings")},
+                                                   {"opArgs", args},
+                                                   {"opInputs", StringAttribute(ops.back().first)}},
+                                          true));
+    return {scene.path, GroupAttribute(ops, true), false};
+}
+
+void CheckLocationPath(const std::string& option, const std::string& path) {
+    if (path.empty() || path.front() != '/')
+        throw std::runtime_error(option + ": \"" + path + "\" is no absolute location path");
+}
+
 GeometryProducer::Ptr SceneEntry::threadAware(const std::string& location) const {
-    if (scene.kind == SceneKind::OpFile)
+    if (scene.isOpFile)
         return checked(TELLAR::CreateThreadAwareGeometryProducer(scene.path, location), location);
     return checked(TELLAR::CreateThreadAwareGeometryProducer(scene.description, location),
                    location);
@@ -131,7 +152,7 @@ GeometryProducer::Ptr SceneEntry::async(const std::string& location) {
 const std::shared_ptr<TellarRuntime::Client>& SceneEntry::getClient() {
     using TELLAR::OpTreeSource;
     if (client) return client;
-    const OpTreeSource source = scene.kind == SceneKind::OpFile
+    const OpTreeSource source = scene.isOpFile
                                     ? OpTreeSource::createFromFile(scene.path)
                                     : OpTreeSource::createFromGroupAttribute(scene.description);
     client = TELLAR::ClientCreateWithOpTree(source);

@@ -17,6 +17,10 @@ enum class SceneKind {
     SceneFile        ///< anything else: geometry that the op type SceneImport reads
 };
 
+/// What the help of a subcommand says about its argument SCENE.
+constexpr const char* kSceneHelp = "An op file, an op-tree description (attribute stream or JSON), "
+                                   "or any scene file that the op type SceneImport reads";
+
 /// Told by the content first and by the extension second. Throws std::runtime_error naming the
 /// file when it is missing, no file, or not what its extension says.
 SceneKind TellKind(const std::string& path);
@@ -24,12 +28,18 @@ SceneKind TellKind(const std::string& path);
 /// A scene named on the command line: found, read and known to be an op tree.
 struct Scene {
     std::string path;
-    SceneKind kind;
     OxAttribute::GroupAttribute description;
+    bool isOpFile = false; ///< the file says just what the description does, and is opened itself
 };
 
 /// Throws std::runtime_error naming the file and what is wrong with it.
 Scene OpenScene(const std::string& path);
+
+/// The scene with render settings of the user's own: `settings` are merged into those of /root.
+Scene WithRenderSettings(const Scene& scene, const OxAttribute::GroupAttribute& settings);
+
+/// Throws std::runtime_error naming the option when its value is no absolute location path.
+void CheckLocationPath(const std::string& option, const std::string& path);
 
 enum class Variant { Sync, Async, ThreadAware };
 

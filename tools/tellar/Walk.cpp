@@ -1,21 +1,28 @@
-#include "Walk.h"
+#include "Subcommands.h"
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <limits>
+#include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include <CLI/CLI.hpp>
 
 #include "LocationPrinter.h"
 #include "LocationWalk.h"
 #include "OrderedText.h"
 #include "Output.h"
 #include "Progress.h"
+#include "Scene.h"
 #include "Terminal.h"
 
 namespace TellarTool {
@@ -25,8 +32,30 @@ namespace {
 using TELLAR::GeometryProducer;
 using Clock = std::chrono::steady_clock;
 
+constexpr const char* kExamples = R"(Examples:
+  tellar walk examples/garden.json                  the scene as a tree
+  tellar walk scene.oxop --at /root/world --depth 2
+  tellar walk model.gltf --attrs=xform --xform      any scene file, with transforms
+  tellar walk scene.json --json --attrs > locations.json
+  tellar walk examples/million.json --stats --quiet --threads 2)";
+
+constexpr std::size_t kMostThreads = 256;
 /// Enough parts for each thread that an uneven scene keeps none of them waiting for long.
 constexpr std::size_t kPartsPerThread = 32;
+
+struct WalkOptions {
+    std::string scene;
+    std::string start = "/root";
+    std::size_t depth = std::numeric_limits<std::size_t>::max();
+    Variant variant = Variant::ThreadAware;
+    std::size_t threads = 1;
+    /// Absent: none; empty: all; else one dotted name.
+    std::optional<std::string> attributes;
+    bool worldMatrix = false;
+    bool json = false;
+    bool quiet = false;
+    bool stats = false;
+};
 
 double SecondsSince(Clock::time_point start) {
     return std::chrono::duration<double>(Clock::now() - start).count();
@@ -143,13 +172,10 @@ void PrintStats(const WalkOptions& options, std::uint64_t locations, double open
         WriteOutput(stats);
 }
 
-} // namespace
-
 void RunWalk(const WalkOptions& options) {
     if (options.threads > 1 && options.variant != Variant::ThreadAware)
         throw std::runtime_error("--threads: only thread-aware producers are walked by several");
-    if (options.start.empty() || options.start.front() != '/')
-        throw std::runtime_error("--at: \"" + options.start + "\" is no absolute location path");
+    CheckLocationPath("--at", options.start);
     const Clock::time_point openStart = Clock::now();
     const Scene scene = OpenScene(options.scene);
     SceneEntry entry(scene);
@@ -168,6 +194,57 @@ void RunWalk(const WalkOptions& options) {
     }
     if (options.stats) PrintStats(options, count, openSeconds, SecondsSince(walkStart));
     FlushOutput();
+}
+
+/// SCENE is not left to be required by the parser, which could not tell why it is missing: an
+/// optional value that follows an option is taken for its value.
+void CheckScene(const CLI::App& walk, const WalkOptions& options) {
+    if (!options.scene.empty()) return;
+    throw std::runtime_error(walk.count("--attrs") > 0
+                                 ? "walk: no SCENE is given (write --attrs=NAME, or --attrs behind "
+                                   "the scene)"
+                                 : "walk: no SCENE is given");
+}
+
+} // namespace
+
+void AddWalk(CLI::App& app) {
+    const auto options = std::make_shared<WalkOptions>();
+    CLI::App* const walk = app.add_subcommand("walk", "Print the locations of a scene as a tree");
+    walk->add_option("SCENE", options->scene, kSceneHelp)->option_text(" ");
+    walk->add_option("--at", options->start, "Start at this location instead of /root")
+        ->option_text("PATH");
+    walk->add_option("--depth", options->depth, "Go no more than this many levels down")
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()))
+        ->option_text("N");
+    walk->add_option("--attrs", options->attributes,
+                     "Print all attributes, or one by its dotted name (write --attrs=NAME)")
+        ->expected(0, 1)
+        ->option_text("[NAME]");
+    walk->add_flag("--xform", options->worldMatrix, "Print world matrices, at time 0");
+    walk->add_flag("--json", options->json, "Print one JSON document instead of a tree");
+    walk->add_option("--threads", options->threads,
+                     "Walk with this many threads; the output is the same")
+        ->check(CLI::Range(std::size_t(1), kMostThreads))
+        ->option_text("N");
+    const std::map<std::string, Variant> variants = {
+        {"sync", Variant::Sync}, {"async", Variant::Async}, {"thread-aware", Variant::ThreadAware}};
+    walk->add_option_function<std::string>(
+            "--variant",
+            [options, variants](const std::string& name) { options->variant = variants.at(name); },
+            "Kind of producers to walk with: sync, async or thread-aware (the default). Async "
+            "ones cook nothing themselves: the scene is cooked by a sync walk first")
+        ->check(CLI::IsMember({"sync", "async", "thread-aware"}))
+        ->option_text("KIND");
+    walk->add_flag("--stats", options->stats,
+                   "Print number of locations, time, rate and peak memory at the end (to standard "
+                   "error with --json)");
+    walk->add_flag("--quiet", options->quiet, "Print no locations");
+    walk->footer(kExamples);
+    walk->callback([options, walk] {
+        CheckScene(*walk, *options);
+        RunWalk(*options);
+    });
 }
 
 } // namespace TellarTool
