@@ -43,7 +43,6 @@ class ProceduralTest(TellarTest):
   <float name="cropwindow">0 1 0 1</float>
   <string name="ombraFullName"><v>/root/world/fur</v></string>
 </group>
-
 """)
 
     def test_the_frame_is_told_and_put_into_file_names(self):
