@@ -1,0 +1,93 @@
+#ifndef OXTELLARPRODUCERS_SHADINGNODEDESCRIPTION_H
+#define OXTELLARPRODUCERS_SHADINGNODEDESCRIPTION_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <boost/smart_ptr/intrusive_ptr.hpp>
+#include <boost/smart_ptr/shared_ptr.hpp>
+
+#include <OxTellarProducers/Export.h>
+#include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarSDK/Attribute.h>
+
+namespace TELLAR {
+
+/// An input of a shading node: which port of which node feeds it. Immutable; any number of threads
+/// may share one.
+class TELLAR_API ShadingNodeConnectionDescription {
+public:
+    /// From the connection's full name and its value "port@node", blanks around both ignored. With
+    /// any other value, or none, port and node stay empty.
+    ShadingNodeConnectionDescription(const std::string& fullName,
+                                     const OxAttribute::StringAttribute& value);
+
+    /// The full name up to its last ":"; all of it when there is none.
+    const std::string& getName() const { return name; }
+    const std::string& getConnectedPort() const { return connectedPort; }
+    const std::string& getConnectedNode() const { return connectedNode; }
+    /// Whether none of the three is empty.
+    bool isValid() const;
+
+private:
+    std::string name;
+    std::string connectedPort;
+    std::string connectedNode;
+};
+
+/// A node of a material's shading network: its type, the values of its parameters, and its inputs.
+/// A value; const members may be called from any number of threads at once.
+class TELLAR_API ShadingNodeDescription {
+public:
+    using ConnectionPtr = boost::shared_ptr<ShadingNodeConnectionDescription>;
+    using NodeMap = std::map<std::string, boost::shared_ptr<ShadingNodeDescription>>;
+    using ParameterMap = std::map<std::string, OxAttribute::Attribute>;
+
+    /// From a child group of a material's "nodes". `overrides`, which may be null, are values that
+    /// the material lays over the node's own. Nothing in the group can make this throw: what is
+    /// malformed is left out, and without "name" and "type" the description is empty.
+    explicit ShadingNodeDescription(const OxAttribute::GroupAttribute& node,
+                                    const ParameterMap* overrides = nullptr);
+
+    const std::string& getName() const { return name; }
+    const std::string& getType() const { return type; }
+    /// Whether neither name nor type is empty.
+    bool isValid() const;
+
+    /// Invalid when there is none of this name.
+    OxAttribute::Attribute getParameter(const std::string& name) const;
+    /// The node's own in its order, then those that only the material sets, in the order of names.
+    const std::vector<std::string>& getParameterNames() const { return parameterNames; }
+    void getParameterNames(std::vector<std::string>& out) const;
+
+    /// By the full name, such as "layer.Kd:r"; empty when there is none.
+    ConnectionPtr getConnection(const std::string& name) const;
+    /// Full names, in the order found.
+    const std::vector<std::string>& getConnectionNames() const { return connectionNames; }
+    void getConnectionNames(std::vector<std::string>& out) const;
+
+    /// Assigns the nodes of a network material, by their names: of two with one name the first
+    /// counts, and those without a name or type are left out. Values that the material exposes
+    /// ("parameters") are laid over those of the node that the exposed name leads to ("interface").
+    /// Nothing in the material can make this throw.
+    static void GetShadingNetworkNodes(const OxAttribute::GroupAttribute& material, NodeMap& out);
+    /// The same of a location's own "material". The producer must not be null.
+    static void GetShadingNetworkNodes(boost::intrusive_ptr<GeometryProducer> producer,
+                                       NodeMap& out);
+
+private:
+    void recursiveGetConnectionNames(const OxAttribute::GroupAttribute& group,
+                                     const std::string& prefix);
+
+    std::string name;
+    std::string type;
+    ParameterMap parameters;
+    std::vector<std::string> parameterNames;
+    std::map<std::string, ConnectionPtr> connections;
+    std::vector<std::string> connectionNames;
+};
+
+} // namespace TELLAR
+
+#endif

@@ -1,0 +1,6 @@
+#include "RenderOutputLogger.h"
+
+const OxLoggerGlue& TELLAR::RenderOutputUtilsHost::Logger() {
+    static const auto* const logger = new OxLoggerGlue("RenderOutputUtils");
+    return *logger;
+}

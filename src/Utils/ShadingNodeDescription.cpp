@@ -1,0 +1,142 @@
+#include <OxTellarProducers/ShadingNodeDescription.h>
+
+#include <cstdint>
+
+#include <boost/make_shared.hpp>
+
+#include <OxTellarSDK/StringUtil.h>
+
+using OxAttribute::Attribute;
+using OxAttribute::GroupAttribute;
+using OxAttribute::StringAttribute;
+
+namespace TELLAR {
+
+namespace {
+
+/// The two pieces that the separator splits the text into; false for any other number of them.
+bool SplitInTwo(const StringAttribute& text, const char* separator, std::string& first,
+                std::string& second) {
+    if (!text.isValid()) return false;
+    std::vector<std::string> pieces = OxStringUtil::split(text.getValueView(), separator);
+    if (pieces.size() != 2) return false;
+    first = std::move(pieces[0]);
+    second = std::move(pieces[1]);
+    return true;
+}
+
+/// What a material sets of its nodes' parameters, by the nodes' keys under "nodes".
+using Overrides = std::map<std::string, ShadingNodeDescription::ParameterMap>;
+
+Overrides ReadOverrides(const GroupAttribute& material) {
+    Overrides overrides;
+    const GroupAttribute parameters(material.getChildByName("parameters"));
+    const GroupAttribute interface(material.getChildByName("interface"));
+    if (!parameters.isValid() || !interface.isValid()) return overrides;
+    for (std::int64_t i = 0; i < parameters.getNumberOfChildren(); ++i) {
+        const GroupAttribute entry(interface.getChildByName(parameters.getChildNameView(i)));
+        std::string node;
+        std::string parameter;
+        if (SplitInTwo(entry.getChildByName("src"), ".", node, parameter))
+            overrides[node][parameter] = parameters.getChildByIndex(i);
+    }
+    return overrides;
+}
+
+} // namespace
+
+ShadingNodeConnectionDescription::ShadingNodeConnectionDescription(const std::string& fullName,
+                                                                   const StringAttribute& value)
+    : name(fullName.substr(0, fullName.rfind(':'))) {
+    if (!SplitInTwo(value, "@", connectedPort, connectedNode)) return;
+    connectedPort = OxStringUtil::strip(connectedPort);
+    connectedNode = OxStringUtil::strip(connectedNode);
+}
+
+bool ShadingNodeConnectionDescription::isValid() const {
+    return !name.empty() && !connectedPort.empty() && !connectedNode.empty();
+}
+
+ShadingNodeDescription::ShadingNodeDescription(const GroupAttribute& node,
+                                               const ParameterMap* overrides) {
+    const StringAttribute nodeName(node.getChildByName("name"));
+    const StringAttribute nodeType(node.getChildByName("type"));
+    if (!nodeName.isValid() || !nodeType.isValid()) return;
+    name = nodeName.getValue("", false);
+    type = nodeType.getValue("", false);
+
+    const GroupAttribute own(node.getChildByName("parameters"));
+    parameterNames.reserve(static_cast<std::size_t>(own.getNumberOfChildren()));
+    for (std::int64_t i = 0; i < own.getNumberOfChildren(); ++i) {
+        parameterNames.push_back(own.getChildName(i));
+        parameters[parameterNames.back()] = own.getChildByIndex(i);
+    }
+    if (overrides) {
+        for (const auto& [parameter, value] : *overrides) {
+            if (parameters.insert_or_assign(parameter, value).second)
+                parameterNames.push_back(parameter);
+        }
+    }
+    recursiveGetConnectionNames(node.getChildByName("connections"), "");
+}
+
+bool ShadingNodeDescription::isValid() const {
+    return !name.empty() && !type.empty();
+}
+
+Attribute ShadingNodeDescription::getParameter(const std::string& wanted) const {
+    const auto found = parameters.find(wanted);
+    return found == parameters.end() ? Attribute() : found->second;
+}
+
+void ShadingNodeDescription::getParameterNames(std::vector<std::string>& out) const {
+    out = parameterNames;
+}
+
+ShadingNodeDescription::ConnectionPtr
+ShadingNodeDescription::getConnection(const std::string& wanted) const {
+    const auto found = connections.find(wanted);
+    return found == connections.end() ? ConnectionPtr() : found->second;
+}
+
+void ShadingNodeDescription::getConnectionNames(std::vector<std::string>& out) const {
+    out = connectionNames;
+}
+
+void ShadingNodeDescription::recursiveGetConnectionNames(const GroupAttribute& group,
+                                                         const std::string& prefix) {
+    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+        std::string fullName = prefix;
+        if (!prefix.empty()) fullName += '.';
+        fullName += group.getChildNameView(i);
+        auto connection = boost::make_shared<ShadingNodeConnectionDescription>(
+            fullName, StringAttribute(group.getChildByIndex(i)));
+        if (connection->isValid()) {
+            connectionNames.push_back(fullName);
+            connections.emplace(std::move(fullName), std::move(connection));
+        } else {
+            // By the composed name: of groups in groups only those that it leads to are seen.
+            recursiveGetConnectionNames(group.getChildByName(fullName), fullName);
+        }
+    }
+}
+
+void ShadingNodeDescription::GetShadingNetworkNodes(const GroupAttribute& material, NodeMap& out) {
+    out.clear();
+    const Overrides overrides = ReadOverrides(material);
+    const GroupAttribute nodes(material.getChildByName("nodes"));
+    for (std::int64_t i = 0; i < nodes.getNumberOfChildren(); ++i) {
+        const auto found = overrides.find(nodes.getChildName(i));
+        auto node = boost::make_shared<ShadingNodeDescription>(
+            GroupAttribute(nodes.getChildByIndex(i)),
+            found == overrides.end() ? nullptr : &found->second);
+        if (node->isValid()) out.emplace(node->getName(), std::move(node));
+    }
+}
+
+void ShadingNodeDescription::GetShadingNetworkNodes(boost::intrusive_ptr<GeometryProducer> producer,
+                                                    NodeMap& out) {
+    GetShadingNetworkNodes(GroupAttribute(producer->getAttribute("material")), out);
+}
+
+} // namespace TELLAR
