@@ -26,6 +26,7 @@ void AddProcessRows(const Route& route);
 void AddThreadRows(const Route& route); ///< for a route that several threads may take
 void AddSuiteRows();                    ///< some of the walks, through the C suites
 void AddPointRows();
+void AddMaterialRows();
 void AddFileRows();
 
 } // namespace TellarBench

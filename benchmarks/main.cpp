@@ -13,6 +13,7 @@
 //   dotted_attribute  finding an attribute in nested groups
 //   global_attribute  asking the ancestors for an attribute
 //   points_to_ndc     a call, a branch or a division too many for every point
+//   materials         flattening is repeated for equal materials, or looking a path up got dearer
 //   two_threads       threads wait for each other or share what they write to
 //   memory            records, their index, or what a thread keeps for itself got bigger
 //   array             an op that makes locations got slow or stores them
@@ -143,6 +144,7 @@ void AddRows() {
     AddSuiteRows();
     AddThreadRows(kThreadAware);
     AddPointRows();
+    AddMaterialRows();
     AddFileRows();
 }
 

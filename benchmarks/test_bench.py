@@ -15,7 +15,8 @@ PROGRAM = ""
 # Those that are not for sync and thread-aware producers alone.
 ALL = ("sync", "thread_aware", "c_suite")
 ROUTES = {"first_walk": ALL, "second_walk": ALL, "read_attributes": ALL,
-          "two_threads": ("thread_aware",), "points_to_ndc": ("-",), "write_op_file": ("-",),
+          "two_threads": ("thread_aware",), "points_to_ndc": ("-",), "materials": ("-",),
+          "write_op_file": ("-",),
           "read_op_file": ("-",)}
 
 

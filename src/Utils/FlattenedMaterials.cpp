@@ -19,15 +19,16 @@ bool FlattenedMaterials::find(const std::string& path, GroupAttribute& flattened
     return true;
 }
 
-void FlattenedMaterials::keep(const std::string& path, std::uint64_t generation,
+void FlattenedMaterials::keep(std::string path, std::uint64_t generation,
                               const GroupAttribute& flattened) {
     const std::lock_guard<std::mutex> guard(lock);
-    if (generation == cleared) known.byPath.insert_or_assign(path, flattened);
+    if (generation == cleared) known.byPath.insert_or_assign(std::move(path), flattened);
 }
 
 GroupAttribute FlattenedMaterials::share(const Materials& materials,
                                          const TerminalNames& terminalNames, Flatten flatten) {
     Handles handles;
+    handles.second.reserve(materials.size());
     for (const GroupAttribute& material : materials)
         handles.second.push_back(material.getHandle());
     {

@@ -29,7 +29,7 @@ public:
     bool find(const std::string& path, OxAttribute::GroupAttribute& flattened,
               std::uint64_t& generation) const;
     /// Not kept when all was forgotten since.
-    void keep(const std::string& path, std::uint64_t generation,
+    void keep(std::string path, std::uint64_t generation,
               const OxAttribute::GroupAttribute& flattened);
 
     /// What `flatten` makes of the materials and terminal names, or made of them before.
@@ -49,7 +49,7 @@ private:
     struct Known {
         absl::flat_hash_map<std::string, OxAttribute::GroupAttribute> byPath;
         std::map<TerminalNames, std::uint64_t> numbers;
-        std::map<Handles, Result> byHandles;
+        absl::flat_hash_map<Handles, Result> byHandles;
         std::map<Contents, OxAttribute::GroupAttribute> byContents;
     };
 

@@ -170,7 +170,9 @@ private:
 
 /// A location's own material and those of its ancestors, nearest first.
 std::vector<GroupAttribute> MaterialsFrom(GeometryProducer& location) {
+    constexpr std::size_t kUsually = 4;
     std::vector<GroupAttribute> materials;
+    materials.reserve(kUsually);
     for (GeometryProducer* producer = &location; producer; producer = producer->getRawParentPtr()) {
         GroupAttribute material(producer->getAttribute("material"));
         if (material.isValid()) materials.push_back(std::move(material));
@@ -205,12 +207,12 @@ GroupAttribute GetFlattenedMaterialAttr(boost::intrusive_ptr<GeometryProducer> p
                                         const std::vector<std::string>& terminalNames) {
     if (!producer) return {};
     FlattenedMaterials& cache = FlattenedMaterials::get();
-    const std::string path = producer->getFullName();
+    std::string path = producer->getFullName();
     GroupAttribute flattened;
     std::uint64_t generation = 0;
     if (cache.find(path, flattened, generation)) return flattened;
     flattened = cache.share(MaterialsFrom(*producer), terminalNames, FlattenMinimized);
-    cache.keep(path, generation, flattened);
+    cache.keep(std::move(path), generation, flattened);
     return flattened;
 }
 

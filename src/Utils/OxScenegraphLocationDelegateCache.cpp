@@ -46,6 +46,12 @@ Suite* FindDelegate(const std::string& pluginName) {
     return static_cast<Suite*>(const_cast<void*>(PluginManager::getPluginSuite(plugin)));
 }
 
+/// A table with holes among the entries that are called here is as good as none.
+bool IsUsable(const Suite* suite) {
+    return suite && suite->create && suite->getSupportedRenderer &&
+           suite->getSupportedLocationTypes;
+}
+
 StringAttribute Taken(OxAttributeStruct* attribute) {
     return Attribute::CreateAndSteal(attribute);
 }
@@ -60,7 +66,7 @@ void OxScenegraphLocationDelegateCache::populate() {
                                   OX_LOCATION_DELEGATE_API_VERSION);
     for (const std::string& name : names) {
         Suite* const suite = FindDelegate(name);
-        if (!suite) continue;
+        if (!IsUsable(suite)) continue;
         const OxLocationDelegateInstance instance = suite->create();
         const StringAttribute types = Taken(suite->getSupportedLocationTypes(instance));
         const std::string renderer =
