@@ -427,6 +427,15 @@ TEST_F(LocationMaterial, IsOneValueForLocationsWithEqualMaterials) {
     EXPECT_THAT(NamesIn(one, "nodes"), ElementsAre("near:0", "middle:1"));
 }
 
+TEST_F(LocationMaterial, IsMadeAnewWhenAllIsForgotten) {
+    const auto root = RootOfTwoLeaves(Network("near", {"z"}), Network("near", {"z"}));
+    const auto before = FlattenedAt(root, "/root/leaves/one", {"x", "z"});
+    EmptyFlattenedMaterialCache();
+    const auto after = FlattenedAt(root, "/root/leaves/one", {"x", "z"});
+    EXPECT_EQ(after, before);
+    EXPECT_NE(after.getHandle(), before.getHandle());
+}
+
 TEST_F(LocationMaterial, IsNotSharedAcrossOtherMaterialsOrTerminals) {
     const auto root = RootOfTwoLeaves(Network("near", {"z"}), Network("another", {"z"}));
     EXPECT_EQ(TextAt(FlattenedAt(root, "/root/leaves/one", {"z"}), "terminals.z"), "near:0");

@@ -1,10 +1,13 @@
 #ifndef TELLAR_FLATTENEDMATERIALS_H
 #define TELLAR_FLATTENEDMATERIALS_H
 
+#include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -46,13 +49,19 @@ private:
         Materials materials; // while they are here no other value can get their handles
         OxAttribute::GroupAttribute flattened;
     };
+    struct Location {
+        std::string path;
+        OxAttribute::GroupAttribute flattened;
+    };
     struct Known {
-        absl::flat_hash_map<std::string, OxAttribute::GroupAttribute> byPath;
+        std::deque<Location> locations; // in the order in which they were first asked for
+        absl::flat_hash_map<std::string_view, std::size_t> byPath; // views of their paths
         std::map<TerminalNames, std::uint64_t> numbers;
         absl::flat_hash_map<Handles, Result> byHandles;
         std::map<Contents, OxAttribute::GroupAttribute> byContents;
     };
 
+    const Location* locate(const std::string& path) const;
     std::uint64_t numberOf(const TerminalNames& terminalNames);
 
     mutable std::mutex lock; // guards everything below

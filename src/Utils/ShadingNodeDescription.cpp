@@ -32,7 +32,6 @@ Overrides ReadOverrides(const GroupAttribute& material) {
     Overrides overrides;
     const GroupAttribute parameters(material.getChildByName("parameters"));
     const GroupAttribute interface(material.getChildByName("interface"));
-    if (!parameters.isValid() || !interface.isValid()) return overrides;
     for (std::int64_t i = 0; i < parameters.getNumberOfChildren(); ++i) {
         const GroupAttribute entry(interface.getChildByName(parameters.getChildNameView(i)));
         std::string node;
