@@ -1,12 +1,18 @@
 #!/usr/bin/env bash
 # Checks layout with clang-format and code with clang-tidy:
 #
-#     scripts/lint.sh [file...]
+#     scripts/lint.sh [--layout] [file...]
 #
-# Without arguments every tracked C and C++ file is checked for layout, and every source of
+# --layout stops behind clang-format, after seconds. Without files every tracked C and C++ file is checked for layout, and every source of
 # the library, the platform and the tools for the rest (headers through their sources).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+
+layout_only=false
+if [[ ${1-} == --layout ]]; then
+    layout_only=true
+    shift
+fi
 
 scripts/install-packages.sh
 
@@ -15,6 +21,7 @@ mapfile -t files < <(git ls-files --deduplicate -- "${@:-.}" | grep -E '\.(h|hpp
 
 echo "clang-format: ${#files[@]} files"
 clang-format --dry-run -Werror "${files[@]}"
+$layout_only && exit 0
 
 cmake --preset release >/dev/null # for compile_commands.json
 mapfile -t sources < <(printf '%s\n' "${files[@]}" |
