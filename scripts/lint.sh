@@ -16,7 +16,12 @@ fi
 
 scripts/install-packages.sh
 
-mapfile -t files < <(git ls-files --deduplicate -- "${@:-.}" | grep -E '\.(h|hpp|c|cpp)$')
+# A copy of the sources without their history has no tracked files: there all of them count.
+list_files() {
+    git ls-files --deduplicate -- "$@" 2>/dev/null ||
+        find "$@" -name build -prune -o -type f -print
+}
+mapfile -t files < <(list_files "${@:-.}" | grep -E '\.(h|hpp|c|cpp)$')
 ((${#files[@]})) || { echo "lint: no tracked C or C++ file in: ${*:-.}" >&2; exit 1; }
 
 echo "clang-format: ${#files[@]} files"
