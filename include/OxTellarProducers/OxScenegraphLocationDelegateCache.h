@@ -31,12 +31,10 @@ public:
     static void getLocationTypesWithDelegates(std::vector<std::string>& out,
                                               const std::string& rendererName);
 
-    OxScenegraphLocationDelegateCache& operator=(const OxScenegraphLocationDelegateCache&) {
-        return *this;
-    }
-    OxScenegraphLocationDelegateCache& operator=(OxScenegraphLocationDelegateCache&&) {
-        return *this;
-    }
+    OxScenegraphLocationDelegateCache&
+    operator=(const OxScenegraphLocationDelegateCache&) = default;
+    OxScenegraphLocationDelegateCache&
+    operator=(OxScenegraphLocationDelegateCache&&) noexcept = default;
 
 private:
     OxScenegraphLocationDelegateCache() = default;

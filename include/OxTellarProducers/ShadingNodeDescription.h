@@ -56,13 +56,13 @@ public:
     bool isValid() const;
 
     /// Invalid when there is none of this name.
-    OxAttribute::Attribute getParameter(const std::string& name) const;
+    OxAttribute::Attribute getParameter(const std::string& wanted) const;
     /// The node's own in its order, then those that only the material sets, in the order of names.
     const std::vector<std::string>& getParameterNames() const { return parameterNames; }
     void getParameterNames(std::vector<std::string>& out) const;
 
     /// By the full name, such as "layer.Kd:r"; empty when there is none.
-    ConnectionPtr getConnection(const std::string& name) const;
+    ConnectionPtr getConnection(const std::string& wanted) const;
     /// Full names, in the order found.
     const std::vector<std::string>& getConnectionNames() const { return connectionNames; }
     void getConnectionNames(std::vector<std::string>& out) const;

@@ -182,9 +182,9 @@ std::vector<GroupAttribute> MaterialsFrom(GeometryProducer& location) {
 
 GroupAttribute FlattenMinimized(const std::vector<GroupAttribute>& materials,
                                 const std::vector<std::string>& terminalNames) {
-    std::vector<GroupAttribute> minimized;
-    for (const GroupAttribute& material : materials)
-        minimized.push_back(MinimizeResolvedMaterialAttr(material));
+    std::vector<GroupAttribute> minimized(materials.size());
+    std::transform(materials.begin(), materials.end(), minimized.begin(),
+                   MinimizeResolvedMaterialAttr);
     return GetFlattenedMaterialAttr(minimized, terminalNames);
 }
 

@@ -6,7 +6,6 @@
 
 using OxAttribute::Attribute;
 using OxAttribute::GroupAttribute;
-using OxAttribute::StringAttribute;
 
 namespace TELLAR {
 

@@ -75,7 +75,7 @@ std::string ProcessTilePath(const std::string& picturePath, const std::vector<in
     const path picture(picturePath);
     const path folder = picture.parent_path();
     const TileTexts texts(picture, tile);
-    const std::string defaultPath = (folder / texts.defaultName).string();
+    std::string defaultPath = (folder / texts.defaultName).string();
     if (!Config()->has(kTemplateKey)) return defaultPath;
 
     const std::string nameTemplate = Config()->get(kTemplateKey);

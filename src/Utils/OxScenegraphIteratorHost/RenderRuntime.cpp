@@ -37,7 +37,7 @@ struct NoRuntime {};
 /// A new runtime, published in place of the one of the render before.
 std::shared_ptr<TellarRuntime> PublishRuntime() {
     OxTellarServicesHost::RegisterRuntimeInstance(nullptr, kRenderRuntime);
-    const std::shared_ptr<TellarRuntime> runtime = OxTellarServicesHost().createRuntime();
+    std::shared_ptr<TellarRuntime> runtime = OxTellarServicesHost().createRuntime();
     OxTellarServicesHost::RegisterRuntimeInstance(runtime, kRenderRuntime);
     if (!runtime) throw NoRuntime();
     return runtime;
