@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <sstream>
 #include <utility>
 
 #include <OxLoggingHost/OxLoggerGlue.h>
@@ -14,6 +15,13 @@ namespace {
 constexpr const char* kVariablePrefix = "OX_CONFIG_";
 constexpr const char* kFileVariable = "OX_CONFIG_FILE";
 
+// As in all lists of paths in the environment of the system.
+#if defined(_WIN32)
+constexpr char kPathSeparator = ';';
+#else
+constexpr char kPathSeparator = ':';
+#endif
+
 bool isVariableCharacter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
 }
@@ -25,23 +33,40 @@ std::string variableOf(const std::string& key) {
     return name;
 }
 
-void logError(const std::string& text) {
+std::vector<std::string> namedFiles() {
+    const char* list = std::getenv(kFileVariable);
+    std::istringstream entries(list ? list : "");
+    std::vector<std::string> paths;
+    for (std::string path; std::getline(entries, path, kPathSeparator);) {
+        if (!path.empty()) paths.push_back(path);
+    }
+    return paths;
+}
+
+void logErrors(const std::vector<std::string>& texts) {
     static const OxLoggerGlue* const logger = new OxLoggerGlue("Configuration");
-    logger->error(text, __FILE__, __LINE__);
+    for (const std::string& text : texts)
+        logger->error(text, __FILE__, __LINE__);
 }
 
 } // namespace
 
 // Everything that one reading found. Immutable once it is the current one.
 struct Configuration::Snapshot {
-    /// Reads the file and the environment; `error` is assigned when the file is at fault.
-    static std::shared_ptr<const Snapshot> read(std::string& error) {
+    /// Reads the files and the environment; `errors` gets one text for each file at fault.
+    static std::shared_ptr<const Snapshot> read(std::vector<std::string>& errors) {
         auto snapshot = std::make_shared<Snapshot>();
         snapshot->environment = EnvironmentVariablesWithPrefix(kVariablePrefix);
         snapshot->environment.erase(kFileVariable);
-        const char* path = std::getenv(kFileVariable);
-        if (path && *path && ReadConfigurationFile(path, snapshot->fileValues, error)) {
-            snapshot->filePath = path;
+        for (const std::string& path : namedFiles()) {
+            ConfigurationValues values;
+            std::string error;
+            if (!ReadConfigurationFile(path, values, error)) {
+                errors.push_back(error);
+                continue;
+            }
+            snapshot->filePaths.push_back(path);
+            snapshot->fileValues.merge(values); // what is there already stays
         }
         return snapshot;
     }
@@ -53,8 +78,8 @@ struct Configuration::Snapshot {
         return value != fileValues.end() ? &value->second : nullptr;
     }
 
-    /// Empty unless the file was read.
-    std::string filePath;
+    /// Of the files that could be read.
+    std::vector<std::string> filePaths;
     ConfigurationValues fileValues;
     std::map<std::string, std::string> environment;
 };
@@ -76,17 +101,16 @@ std::string Configuration::get(const std::string& key) const {
 
 std::vector<std::string> Configuration::sources() const {
     const std::shared_ptr<const Snapshot> values = current();
-    std::vector<std::string> sources;
-    if (!values->filePath.empty()) sources.push_back(values->filePath);
+    std::vector<std::string> sources = values->filePaths;
     for (const auto& variable : values->environment)
         sources.push_back(variable.first);
     return sources;
 }
 
 void Configuration::reload() {
-    std::string error;
-    std::atomic_store(&snapshot, Snapshot::read(error));
-    if (!error.empty()) logError(error);
+    std::vector<std::string> errors;
+    std::atomic_store(&snapshot, Snapshot::read(errors));
+    logErrors(errors);
 }
 
 std::shared_ptr<const Configuration::Snapshot> Configuration::current() const {
@@ -94,13 +118,13 @@ std::shared_ptr<const Configuration::Snapshot> Configuration::current() const {
 }
 
 Configuration* Config() {
-    static std::string* const firstError = new std::string;
+    static auto* const firstErrors = new std::vector<std::string>;
     static Configuration* const config =
-        new Configuration(Configuration::Snapshot::read(*firstError));
+        new Configuration(Configuration::Snapshot::read(*firstErrors));
     // Logged when the object is ready: a log sink may well ask for a setting itself.
-    static std::atomic<bool> isErrorPending{!firstError->empty()};
-    if (isErrorPending.load(std::memory_order_relaxed) && isErrorPending.exchange(false)) {
-        logError(*firstError);
+    static std::atomic<bool> areErrorsPending{!firstErrors->empty()};
+    if (areErrorsPending.load(std::memory_order_relaxed) && areErrorsPending.exchange(false)) {
+        logErrors(*firstErrors);
     }
     return config;
 }

@@ -97,6 +97,69 @@ TEST_F(ConfigurationTest, LogsOneErrorForABrokenFileAndKeepsTheEnvironment) {
                                                "Missing a colon after a name of object member.");
 }
 
+TEST_F(ConfigurationTest, TakesAKeyFromTheFirstFileThatHasIt) {
+    const std::string show = folder.write("show.json", R"({"both": "show", "show": "1"})");
+    const std::string site = folder.write("site.json", R"({"both": "site", "site": "2"})");
+    const ScopedEnvironment files("OX_CONFIG_FILE", show + ":" + site);
+    Config()->reload();
+    EXPECT_EQ(Config()->get("both"), "show");
+    EXPECT_EQ(Config()->get("show"), "1");
+    EXPECT_EQ(Config()->get("site"), "2");
+    EXPECT_THAT(Config()->sources(), ElementsAre(show, site));
+}
+
+TEST_F(ConfigurationTest, TakesAnEmptyValueForOneThatIsThere) {
+    const std::string show = folder.write("show.json", R"({"key": ""})");
+    const std::string site = folder.write("site.json", R"({"key": "site"})");
+    const ScopedEnvironment files("OX_CONFIG_FILE", show + ":" + site);
+    Config()->reload();
+    EXPECT_TRUE(Config()->has("key"));
+    EXPECT_EQ(Config()->get("key"), "");
+}
+
+TEST_F(ConfigurationTest, LetsTheEnvironmentWinOverAllFiles) {
+    const std::string show = folder.write("show.json", R"({"first": "show"})");
+    const std::string site = folder.write("site.json", R"({"first": "site", "second": "site"})");
+    const ScopedEnvironment files("OX_CONFIG_FILE", show + ":" + site);
+    const ScopedEnvironment first("OX_CONFIG_first", "environment");
+    const ScopedEnvironment second("OX_CONFIG_second", "environment");
+    Config()->reload();
+    EXPECT_EQ(Config()->get("first"), "environment");
+    EXPECT_EQ(Config()->get("second"), "environment");
+    EXPECT_THAT(Config()->sources(),
+                ElementsAre(show, site, "OX_CONFIG_first", "OX_CONFIG_second"));
+}
+
+TEST_F(ConfigurationTest, PassesOverEmptyEntriesAmongTheFiles) {
+    const std::string site = folder.write("site.json", R"({"key": "site"})");
+    const CapturedLog log;
+    const ScopedEnvironment files("OX_CONFIG_FILE", "::" + site + ":");
+    Config()->reload();
+    EXPECT_EQ(Config()->get("key"), "site");
+    EXPECT_THAT(Config()->sources(), ElementsAre(site));
+    const ScopedEnvironment nothing("OX_CONFIG_FILE", ":");
+    Config()->reload();
+    EXPECT_THAT(Config()->sources(), IsEmpty());
+    EXPECT_THAT(log.messages(), IsEmpty());
+}
+
+TEST_F(ConfigurationTest, IgnoresAFileWithAFaultAsAWholeAndReadsTheOthers) {
+    const std::string broken = folder.write("broken.json", "{\"key\": \"broken\",\n \"b\" 2}");
+    const std::string missing = folder.path("missing.json");
+    const std::string site = folder.write("site.json", R"({"key": "site"})");
+    const ScopedEnvironment files("OX_CONFIG_FILE", broken + ":" + missing + ":" + site);
+    const CapturedLog log;
+    Config()->reload();
+    EXPECT_EQ(Config()->get("key"), "site");
+    EXPECT_THAT(Config()->sources(), ElementsAre(site));
+    ASSERT_THAT(log.messages(), testing::SizeIs(2));
+    EXPECT_EQ(log.messages()[0].text, "Configuration file \"" + broken +
+                                          "\", line 2, column 6: "
+                                          "Missing a colon after a name of object member.");
+    EXPECT_EQ(log.messages()[1].text,
+              "Cannot read the configuration file \"" + missing + "\": No such file or directory");
+}
+
 TEST_F(ConfigurationTest, ShowsManyReadersEitherOldOrNewValuesDuringAReload) {
     const ScopedEnvironment file("OX_CONFIG_FILE",
                                  folder.write("site.json", R"({"first": "1", "second": "1"})"));

@@ -7,18 +7,20 @@
 
 #include <OxConfiguration/Export.h>
 
-/// The settings of this process: named texts from one JSON file, overlaid by the
-/// environment. There is one object, which Config() returns.
+/// The settings of this process: named texts from JSON files, overlaid by the environment.
+/// There is one object, which Config() returns.
 ///
-/// The file is the one that the environment variable OX_CONFIG_FILE names. It holds one
-/// object; the members of nested objects have dotted keys ("cache.limit"), numbers and
-/// booleans count as their text. If anything in it is wrong, all of it is ignored and one
-/// error is logged by "Configuration" that names the file, the line and the column.
+/// The files are those that the environment variable OX_CONFIG_FILE names, separated by ':'
+/// (on Windows ';'); empty entries mean nothing. A key has the value of the first file that
+/// has it. Each file holds one object; the members of nested objects have dotted keys
+/// ("cache.limit"), numbers and booleans count as their text. If anything in a file is wrong,
+/// all of that file is ignored, the others are not, and one error is logged by "Configuration"
+/// that names the file, the line and the column.
 ///
-/// The environment variable OX_CONFIG_FOO overrides the key "FOO"; in a variable's name
-/// '_' stands for each character of the key outside [A-Za-z0-9_], so OX_CONFIG_cache_limit
-/// overrides "cache.limit". The key "FILE" alone cannot be overridden: its variable names
-/// the file.
+/// The environment variable OX_CONFIG_FOO overrides the key "FOO" of all files; in a
+/// variable's name '_' stands for each character of the key outside [A-Za-z0-9_], so
+/// OX_CONFIG_cache_limit overrides "cache.limit". The key "FILE" alone cannot be overridden:
+/// its variable names the files.
 ///
 /// Both are read when Config() is first called and again by reload() only. Any number of
 /// threads may use the object at once, also during a reload.
@@ -30,11 +32,12 @@ public:
     /// The key's value; empty when it has none.
     std::string get(const std::string& key) const;
 
-    /// What the values come from: the path of the file, if it could be read, then the
-    /// names of the environment variables in alphabetical order.
+    /// What the values come from: the paths of the files that could be read, as they were
+    /// named and in the order searched, then the names of the environment variables in
+    /// alphabetical order.
     std::vector<std::string> sources() const;
 
-    /// Reads the file and the environment again. Callers see either all of the old values
+    /// Reads the files and the environment again. Callers see either all of the old values
     /// or all of the new ones. Nobody may change the environment meanwhile.
     void reload();
 
