@@ -2,8 +2,9 @@
 
 #include <atomic>
 #include <map>
-#include <mutex>
 #include <string_view>
+
+#include <boost/thread/once.hpp>
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/PluginManager.h>
@@ -24,7 +25,7 @@ struct Delegates {
     std::map<std::string, SuitesByType> byRenderer;
     SuitesByType forAllRenderers;
     std::atomic<bool> isInitialized{false};
-    std::once_flag once;
+    boost::once_flag once; // stays unset when what it guards throws, under sanitizers too
 };
 
 Delegates& GetDelegates() {
@@ -80,7 +81,7 @@ void OxScenegraphLocationDelegateCache::populate() {
 }
 
 void OxScenegraphLocationDelegateCache::initializeCache() {
-    std::call_once(GetDelegates().once, populate);
+    boost::call_once(GetDelegates().once, populate);
 }
 
 bool OxScenegraphLocationDelegateCache::isCacheInitialized() {

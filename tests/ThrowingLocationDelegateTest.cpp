@@ -1,0 +1,52 @@
+#include <OxTellarProducers/OxScenegraphLocationDelegateCache.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include <OxPluginHost/OxPluginHost.h>
+
+#include "RunTogether.h"
+
+namespace {
+
+using Cache = TELLAR::OxScenegraphLocationDelegateCache;
+
+// A process fills the cache once, so this is all of one test: a plug-in that throws the first two
+// times that it is asked.
+TEST(ThrowingLocationDelegate, ReachesTheCallerAndTheNextCallTriesAgain) {
+    setenv("OX_PLUGIN_PATH", TELLAR_TEST_PLUGIN_DIR, 1);
+    ASSERT_NE(OxGetPluginHost(), nullptr);
+
+    std::vector<std::string> types = {"left from an earlier call"};
+    try {
+        Cache::getLocationTypesWithDelegates(types, "candle");
+        ADD_FAILURE() << "nothing is thrown";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "no delegate yet");
+    }
+    EXPECT_THAT(types, testing::IsEmpty());
+    EXPECT_FALSE(Cache::isCacheInitialized());
+
+    // Of several at once, one is told; who waited meanwhile tries for itself.
+    std::atomic<int> thrown{0};
+    std::atomic<int> found{0};
+    RunTogether(8, [&](int) {
+        try {
+            found += Cache::getPluginSuite("flame", "candle") != nullptr;
+        } catch (const std::runtime_error&) {
+            ++thrown;
+        }
+    });
+    EXPECT_EQ(thrown, 1);
+    EXPECT_EQ(found, 7);
+    EXPECT_TRUE(Cache::isCacheInitialized());
+    Cache::getLocationTypesWithDelegates(types, "candle");
+    EXPECT_THAT(types, testing::ElementsAre("flame"));
+}
+
+} // namespace

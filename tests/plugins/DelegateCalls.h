@@ -1,0 +1,11 @@
+#ifndef TELLAR_TEST_DELEGATECALLS_H
+#define TELLAR_TEST_DELEGATECALLS_H
+
+/* How often entries of the suites in a library of delegates were called. C99. Each library
+   registers its own with the host, as version 1 of a name like "TestSphereDelegateCalls". */
+typedef struct DelegateCalls {
+    int created;
+    int destroyed;
+} DelegateCalls;
+
+#endif
