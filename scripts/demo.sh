@@ -29,6 +29,9 @@ tellar walk examples/garden.json --at /root/world/garden/windmill/sails --depth 
 heading "What the picture is taken with, as a renderer is told"
 tellar camera examples/garden.json
 
+heading "A material of several: its own surface on the displacement that it inherits"
+tellar material examples/materials.json --at /root/world/gallery/fresco
+
 heading "More than a million locations from one array op, each made when it is visited"
 tellar walk examples/million.json --stats --quiet
 

@@ -101,7 +101,8 @@ class GeneralTest(TellarTest):
 
     def test_help_names_every_subcommand_and_shows_examples(self):
         text = self.tellar("--help")
-        for word in ("walk", "camera", "project", "procedural", "convert", "ops", "Examples:"):
+        for word in ("walk", "camera", "project", "procedural", "material", "textures",
+                     "tile-path", "convert", "ops", "Examples:"):
             self.assertIn(word, text)
 
     def test_help_of_a_subcommand_names_its_options_and_shows_examples(self):
@@ -574,7 +575,7 @@ class ConvertTest(TellarTest):
                                      self.tellar("walk", self.scene, "--json", "--attrs"))
 
     def test_json_through_attributes_comes_back_byte_for_byte(self):
-        for name in ("garden.json", "million.json"):
+        for name in ("garden.json", "materials.json", "million.json"):
             with self.subTest(name=name):
                 self.tellar("convert", self.examples / name, "first.json")
                 self.tellar("convert", "first.json", "middle.oxattr")

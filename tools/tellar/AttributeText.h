@@ -12,6 +12,9 @@ namespace TellarTool {
 /// Text for a terminal: control characters, which could move the cursor, become "\x1b".
 void AppendPrintable(std::string& out, std::string_view bytes);
 
+/// Appends "\x1b" for the byte 0x1b, and so on.
+void AppendByteNumber(std::string& out, char byte);
+
 /// One line a value, whatever is nested: `line` gets the dotted name (below `name`) and the
 /// value, shortened, with its type and how many there are.
 ///

@@ -32,6 +32,10 @@ std::string Json(const std::string& text) {
     return isPlain ? '"' + text + '"' : WriteAttributeJson(StringAttribute(text), -1);
 }
 
+std::string JsonOrNull(const std::string& text) {
+    return text.empty() ? "null" : Json(text);
+}
+
 std::string Json(int value) {
     return WriteAttributeJson(IntAttribute(value), -1);
 }

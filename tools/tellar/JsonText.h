@@ -13,6 +13,8 @@ namespace TellarTool {
 
 /// Bytes that are no text take the form that they have in descriptions.
 std::string Json(const std::string& text);
+/// null for the empty text, where that stands for none.
+std::string JsonOrNull(const std::string& text);
 std::string Json(int value);
 /// null for what JSON has no word for: infinities, and what is no number.
 std::string Json(double value);

@@ -5,8 +5,6 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "AttributeText.h"
-
 namespace TellarTool {
 
 namespace {
@@ -64,14 +62,6 @@ std::vector<std::string> NotesAbout(const TELLAR::CameraInfo& camera) {
         notes.emplace_back("the camera's transform cannot be inverted: world to camera counts "
                            "as none");
     return notes;
-}
-
-void AppendNotes(std::string& out, const std::vector<std::string>& notes) {
-    for (const std::string& note : notes) {
-        out += "note: ";
-        AppendPrintable(out, note);
-        out += '\n';
-    }
 }
 
 } // namespace TellarTool

@@ -26,9 +26,6 @@ RenderCamera FindCamera(const Scene& scene, const TELLAR::GeometryProducer::Ptr&
 /// What somebody who wonders about the numbers should know.
 std::vector<std::string> NotesAbout(const TELLAR::CameraInfo& camera);
 
-/// A line for each.
-void AppendNotes(std::string& out, const std::vector<std::string>& notes);
-
 } // namespace TellarTool
 
 #endif

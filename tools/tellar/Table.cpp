@@ -35,4 +35,12 @@ void AppendTable(std::string& out, const Table& table, std::size_t indent) {
     }
 }
 
+void AppendNotes(std::string& out, const std::vector<std::string>& notes) {
+    for (const std::string& note : notes) {
+        out += "note: ";
+        AppendPrintable(out, note);
+        out += '\n';
+    }
+}
+
 } // namespace TellarTool

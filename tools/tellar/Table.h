@@ -17,6 +17,9 @@ using Table = std::vector<std::vector<std::string>>;
 /// A line for every row, with the columns below each other.
 void AppendTable(std::string& out, const Table& table, std::size_t indent = 0);
 
+/// A line for each, behind what they are about.
+void AppendNotes(std::string& out, const std::vector<std::string>& notes);
+
 /// A heading, and the four rows below it.
 template <typename T>
 void AppendMatrix(std::string& out, const std::string& heading, const Imath::Matrix44<T>& matrix) {

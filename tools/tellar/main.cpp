@@ -19,6 +19,7 @@ namespace TellarTool {
 
 namespace {
 
+constexpr int kProblemsFound = 1;
 constexpr int kBadInput = 2;
 
 constexpr const char* kExamples = R"(Examples:
@@ -84,8 +85,13 @@ int Main(int argc, char** argv) {
     AddCamera(app);
     AddProject(app);
     AddProcedural(app);
+    AddMaterial(app);
+    AddTextures(app);
+    AddTilePath(app);
     AddConvert(app);
     AddOps(app);
+    AddDelegates(app);
+    AddDoctor(app);
     IgnoreClosedPipes();
     FirstLoggedError::capture();
     try {
@@ -95,6 +101,8 @@ int Main(int argc, char** argv) {
         return app.exit(wanted);
     } catch (const CLI::ParseError& error) {
         return Fail(error.what());
+    } catch (const ProblemsFound&) {
+        return kProblemsFound;
     } catch (const OutputClosed&) {
         return 0;
     } catch (const std::bad_alloc&) {

@@ -1,0 +1,24 @@
+#ifndef TELLAR_TOOL_PROCESS_H
+#define TELLAR_TOOL_PROCESS_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace TellarTool {
+
+// Other programs, and the environment that they and the library see: for the main thread, while it
+// is the only one.
+
+/// Runs a program that is found on PATH, without a shell in between, and gives what it printed.
+/// Throws std::runtime_error naming it when it cannot be started, and with the first line of its
+/// own error when it fails.
+std::string RunProgram(const std::string& name, const std::vector<std::string>& arguments,
+                       std::string_view input);
+
+/// Sets an environment variable of this process. Throws std::runtime_error naming it.
+void SetEnvironment(const std::string& name, const std::string& value);
+
+} // namespace TellarTool
+
+#endif
