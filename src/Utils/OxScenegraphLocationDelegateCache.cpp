@@ -2,9 +2,8 @@
 
 #include <atomic>
 #include <map>
+#include <mutex>
 #include <string_view>
-
-#include <boost/thread/once.hpp>
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/PluginManager.h>
@@ -20,12 +19,13 @@ namespace {
 using Suite = OxScenegraphLocationDelegatePluginSuite_v1;
 using SuitesByType = std::map<std::string, Suite*>;
 
-/// Written once, under the flag; read without a lock from then on.
+/// The tables are written under the lock before the flag is set, and never again: they are read
+/// without it.
 struct Delegates {
     std::map<std::string, SuitesByType> byRenderer;
     SuitesByType forAllRenderers;
     std::atomic<bool> isInitialized{false};
-    boost::once_flag once; // stays unset when what it guards throws, under sanitizers too
+    std::mutex lock;
 };
 
 Delegates& GetDelegates() {
@@ -81,7 +81,10 @@ void OxScenegraphLocationDelegateCache::populate() {
 }
 
 void OxScenegraphLocationDelegateCache::initializeCache() {
-    boost::call_once(GetDelegates().once, populate);
+    Delegates& delegates = GetDelegates();
+    if (delegates.isInitialized) return;
+    const std::lock_guard<std::mutex> guard(delegates.lock);
+    populate(); // does nothing when another thread was faster
 }
 
 bool OxScenegraphLocationDelegateCache::isCacheInitialized() {
