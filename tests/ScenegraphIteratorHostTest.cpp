@@ -177,16 +177,18 @@ OtherHost HostThatAnswers(const std::vector<int>& answers) {
     return host;
 }
 
-TEST(Initialize, RegistersVersion3AndThenVersion2) {
+TEST(Initialize, RegistersAllSuitesInOrder) {
     InitializeWith(HostThatAnswers({}));
+    const char* const utils = "RenderOutputUtilsHost";
     EXPECT_THAT(registrations, ElementsAre(Registration{Host()->getSuite(kLogger, 3), kLogger, 3},
-                                           Registration{Host()->getSuite(kLogger, 2), kLogger, 2}));
+                                           Registration{Host()->getSuite(kLogger, 2), kLogger, 2},
+                                           Registration{Host()->getSuite(utils, 3), utils, 3}));
 }
 
 TEST(Initialize, GoesOnAfterAFailureAndReturnsTheLastStatus) {
-    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 5})), 5);
-    EXPECT_EQ(registrations.size(), 2u);
-    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 0})), 0);
+    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 6, 5})), 5);
+    EXPECT_EQ(registrations.size(), 3u);
+    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 6, 0})), 0);
 }
 
 TEST(Initialize, RegistersTheSameTablesEveryTime) {
@@ -199,6 +201,10 @@ TEST(Initialize, RegistersTheSameTablesEveryTime) {
 TEST(Initialize, DoesNothingWithoutAHost) {
     EXPECT_EQ(OxTellarProducersInitialize(nullptr), -1);
     EXPECT_EQ(InitializeWith(OtherHost{}), -1);
+}
+
+TEST(Initialize, HasANumberToLinkTo) {
+    EXPECT_EQ(_tellar3_dummy_dll_export, 0);
 }
 
 TEST(IteratorHost, HasTheEntriesOfVersion3InVersion2) {

@@ -11,9 +11,10 @@ extern "C" {
 
 struct OxPluginHost;
 
-/* Registers with the host "ScenegraphIteratorHost" version 3 and version 2, in this order: a
-   registration that fails does not keep the next one from being tried. Returns the host's status
-   of the last one. The tables live to the end of the process and are the same every time.
+/* Registers with the host "ScenegraphIteratorHost" version 3, the same version 2, and
+   "RenderOutputUtilsHost" version 3, in this order: a registration that fails does not keep the
+   next one from being tried. Returns the host's status of the last one. The tables live to the end
+   of the process and are the same every time.
 
    The host is any record whose eleventh pointer-sized member is
    int (*registerSuite)(const void* suite, const char* apiName, unsigned int apiVersion); nothing
@@ -22,6 +23,10 @@ struct OxPluginHost;
 
    Threads: any. */
 TELLAR_API int OxTellarProducersInitialize(struct OxPluginHost* host);
+
+/* Always 0: something for a program to refer to that must link the library and uses nothing of
+   it. */
+extern TELLAR_API int _tellar3_dummy_dll_export;
 
 #ifdef __cplusplus
 }

@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "OxRenderOutputUtilsHost/OxRenderOutputUtilsHost.h"
 #include "OxScenegraphIteratorHost/OxScenegraphIteratorHost.h"
 
 namespace {
@@ -21,11 +22,15 @@ RegisterSuite GetRegisterSuite(const OxPluginHost* host) {
 
 } // namespace
 
+int _tellar3_dummy_dll_export = 0;
+
 int OxTellarProducersInitialize(OxPluginHost* host) {
     const RegisterSuite registerSuite = host ? GetRegisterSuite(host) : nullptr;
     if (!registerSuite) return kNoHost;
     registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v3(), OX_SCENEGRAPH_ITERATOR_HOST_SUITE,
                   3);
-    return registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v2(),
-                         OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 2);
+    registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v2(), OX_SCENEGRAPH_ITERATOR_HOST_SUITE,
+                  2);
+    return registerSuite(TELLAR::GetRenderOutputUtilsHostSuite_v3(),
+                         OX_RENDER_OUTPUT_UTILS_HOST_SUITE, 3);
 }

@@ -1,0 +1,13 @@
+#ifndef TELLAR_OXRENDEROUTPUTUTILSHOST_H
+#define TELLAR_OXRENDEROUTPUTUTILSHOST_H
+
+#include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
+
+namespace TELLAR {
+
+/// The table behind "RenderOutputUtilsHost": the same one every time, to the end of the process.
+const OxRenderOutputUtilsHostSuite_v3* GetRenderOutputUtilsHostSuite_v3();
+
+} // namespace TELLAR
+
+#endif

@@ -1,0 +1,57 @@
+#include "TempRenderLocation.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include <OxTellarSDK/StringUtil.h>
+
+using OxAttribute::StringAttribute;
+
+namespace TELLAR {
+namespace RenderOutputUtilsHost {
+
+namespace {
+
+std::string TextAt(GeometryProducer& root, const std::string& name) {
+    return StringAttribute(root.getAttribute(name.c_str())).getValue("", false);
+}
+
+/// Sign first, then zeros, to the width at least.
+std::string PaddedFrame(int frame, std::size_t width) {
+    std::string text = std::to_string(frame);
+    if (text.size() < width) text.insert(frame < 0 ? 1 : 0, width - text.size(), '0');
+    return text;
+}
+
+/// The text with the frame in place of every run of "#", padded to its length.
+std::string WithFrame(const std::string& text, int frame) {
+    std::string result;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find_first_not_of('#', at), text.size());
+        if (end > at)
+            result += PaddedFrame(frame, end - at);
+        else
+            result += text[at];
+        at = std::max(end, at + 1);
+    }
+    return result;
+}
+
+} // namespace
+
+std::string GetTempRenderLocation(GeometryProducer& root, const std::string& outputName,
+                                  int frame) {
+    const std::string output = "renderSettings.outputs." + outputName;
+    const std::string location = TextAt(root, output + ".rendererSettings.tempRenderLocation");
+    if (!location.empty())
+        return WithFrame(OxStringUtil::expandvars(OxStringUtil::expanduser(location)), frame);
+
+    const std::string folder = TextAt(root, "renderSettings.tempDir");
+    const std::string id = TextAt(root, output + ".tempRenderId");
+    if (folder.empty() || id.empty()) return {};
+    const char* const separator = OxStringUtil::endswith(folder, "/") ? "" : "/";
+    return folder + separator + id + "." + PaddedFrame(frame, 4);
+}
+
+} // namespace RenderOutputUtilsHost
+} // namespace TELLAR

@@ -1,0 +1,354 @@
+#include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include <OxConfiguration/Configuration.h>
+#include <OxPluginHost/OxPluginHost.h>
+#include <OxTellarProducers/OxCameraInfoHandle.h>
+#include <OxTellarProducers/OxSgIterator.h>
+#include <OxTellarProducers/OxTellarProducersInitialize.h>
+#include <OxTellarSDK/AttributeStream.h>
+#include <OxTellarSDK/PluginManager.h>
+
+#include "CameraScenes.h"
+#include "CapturedLog.h"
+#include "ScopedEnvironment.h"
+#include "TempDirectory.h"
+#include "plugins/RenderUtilsChecksSuite.h"
+
+namespace {
+
+using namespace TellarTest;
+using OxAttribute::Attribute;
+using OxAttribute::DoubleAttribute;
+using OxAttribute::FloatAttribute;
+using OxAttribute::GroupAttribute;
+using OxAttribute::IntAttribute;
+using OxAttribute::StringAttribute;
+using TELLAR::OxCameraInfoToHandle;
+using TELLAR::OxHandleToCameraInfo;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+using Ptr = TELLAR::GeometryProducer::Ptr;
+using Suite = OxRenderOutputUtilsHostSuite_v3;
+
+constexpr const char* kLogger = "RenderOutputUtils";
+
+const OxPluginHost* Host() {
+    static const OxPluginHost* const host = [] {
+        OxPluginHost* const made = OxGetPluginHost();
+        OxTellarProducersInitialize(made);
+        return made;
+    }();
+    return host;
+}
+
+const Suite& Utils() {
+    return *static_cast<const Suite*>(Host()->getSuite("RenderOutputUtilsHost", 3));
+}
+
+/// A producer's handle, for as long as it lives.
+class Handle {
+public:
+    explicit Handle(const Ptr& producer) : iterator(TELLAR::OxGeometryProducerToHandle(producer)) {
+        iterators().retainIterator(iterator);
+    }
+    ~Handle() { iterators().releaseIterator(iterator); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    operator OxSgIteratorStruct*() const { return iterator; }
+
+private:
+    static const OxScenegraphIteratorHostSuite_v3& iterators() {
+        return *static_cast<const OxScenegraphIteratorHostSuite_v3*>(
+            Host()->getSuite("ScenegraphIteratorHost", 3));
+    }
+    OxSgIteratorStruct* iterator;
+};
+
+Attribute Owned(OxAttributeStruct* attribute) {
+    return Attribute::CreateAndSteal(attribute);
+}
+
+std::string TextOwned(OxAttributeStruct* attribute) {
+    return TextOf(Owned(attribute));
+}
+
+Ptr RootWith(const Children& settings) {
+    return StaticRoot(Location({{"renderSettings", Group(settings)}}));
+}
+
+class RenderUtils : public testing::Test {
+protected:
+    void SetUp() override { TELLAR::ClearCameraInfoCache(); }
+};
+
+// One entry after the other -----------------------------------------------------------------------
+
+TEST_F(RenderUtils, BuildProceduralArgumentsInBothForms) {
+    const Handle geo(StaticRoot(CameraScene({}))->getProducerByPath(kGeo));
+    const auto procedural = Group({{"args", Group({{"count", Int(3)}})}});
+    EXPECT_EQ(TextOwned(Utils().getProceduralArguments(geo, nullptr, procedural.getHandle(),
+                                                       kOxProceduralClassic, nullptr, nullptr)),
+              " -count 3 -frame 1 -shutter 0 0 -cropwindow 0 1 0 1");
+    const OxProceduralContext_v1 context = {12, -0.25f, 0.25f, {0, 0.5f, 0.25f, 1}, 640, 480};
+    EXPECT_EQ(TextOwned(Utils().getProceduralArguments(geo, &context, procedural.getHandle(),
+                                                       kOxProceduralClassic, nullptr, nullptr)),
+              " -count 3 -frame 12 -shutter -0.25 0.25 -cropwindow 0 0.5 0.25 1");
+    const GroupAttribute group =
+        OxAttribute::ParseAttributeXml(TextOwned(Utils().getProceduralArguments(
+            geo, &context, procedural.getHandle(), kOxProceduralAttributes, nullptr, nullptr)));
+    EXPECT_EQ(group.getChildByName("frame"), FloatAttribute(12.0f));
+    EXPECT_EQ(TextOf(group.getChildByName("ombraFullName")), kGeo);
+}
+
+TEST_F(RenderUtils, TellWhatGoesWrongWithProceduralArguments) {
+    const ScopedEnvironment unset("TELLAR_NO_SUCH_VARIABLE", std::nullopt);
+    const Handle geo(StaticRoot(CameraScene({}))->getProducerByPath(kGeo));
+    const auto procedural =
+        Group({{"args", Group({{"file", Text("$TELLAR_NO_SUCH_VARIABLE/a")}})}});
+    std::vector<std::string> told;
+    const auto tell = [](const char* message, void* user) {
+        static_cast<std::vector<std::string>*>(user)->emplace_back(message);
+    };
+    Owned(Utils().getProceduralArguments(geo, nullptr, procedural.getHandle(), kOxProceduralClassic,
+                                         tell, &told));
+    EXPECT_THAT(told, ElementsAre("asset resolve failed on  '$TELLAR_NO_SUCH_VARIABLE/a' when "
+                                  "building an procedural call."));
+}
+
+TEST_F(RenderUtils, TellThePixelArea) {
+    const Handle geo(StaticRoot(CameraScene(CameraAttrs(UnitLens()),
+                                            {{"bound", Doubles({-1, 1, -1, 1, -2, -2})}}))
+                         ->getProducerByPath(kGeo));
+    EXPECT_EQ(Utils().getPixelAreaThroughCamera(geo, kCamera, "square_512"), 256 * 256);
+}
+
+TEST_F(RenderUtils, LogWhatAnEntryThrowsWithItsName) {
+    const Handle geo(StaticRoot(CameraScene(CameraAttrs(UnitLens()),
+                                            {{"bound", Doubles({-1, 1, -1, 1, -2, -2})}}))
+                         ->getProducerByPath(kGeo));
+    const Handle root(RootWith({{"resolution", Text("cinema")}}));
+    const CapturedLog log;
+    EXPECT_EQ(Utils().getPixelAreaThroughCamera(geo, kCamera, "cinema"), 0);
+    EXPECT_EQ(Utils().getRenderResolution(root, nullptr, nullptr), nullptr);
+    const std::string error = "FileOut: Error querying resolution table for resolution: 'cinema'.";
+    EXPECT_THAT(log.textsOf(kLogger), ElementsAre("getPixelAreaThroughCamera: " + error,
+                                                  "getRenderResolution: " + error));
+    EXPECT_EQ(log.messages()[0].level, OxLogLevel::error);
+}
+
+TEST_F(RenderUtils, FindTheSampleTimesOfAShutter) {
+    const float times[] = {3, 1, 0, 2, 1};
+    const FloatAttribute relevant =
+        Owned(Utils().getSampleTimesRelevantToShutterRange(times, 5, 1.5f, 2.5f));
+    const auto sample = relevant.getNearestSample(0.0f);
+    EXPECT_THAT(std::vector<float>(sample.begin(), sample.end()), ElementsAre(1, 2, 3));
+    EXPECT_EQ(relevant.getTupleSize(), 1);
+    const FloatAttribute none =
+        Owned(Utils().getSampleTimesRelevantToShutterRange(nullptr, 0, 0, 1));
+    EXPECT_TRUE(none.isValid());
+    EXPECT_EQ(none.getNumberOfValues(), 0);
+}
+
+TEST_F(RenderUtils, TellResolutionAndCameraOfTheRoot) {
+    const Handle root(RootWith({{"resolution", Text("hd_720")}, {"cameraName", Text("/root/c")}}));
+    int width = 0;
+    int height = 0;
+    EXPECT_EQ(TextOwned(Utils().getRenderResolution(root, &width, &height)), "hd_720");
+    EXPECT_EQ(width, 1280);
+    EXPECT_EQ(height, 720);
+    EXPECT_EQ(TextOwned(Utils().getRenderResolution(root, nullptr, nullptr)), "hd_720");
+    EXPECT_EQ(TextOwned(Utils().getCameraPath(root)), "/root/c");
+}
+
+TEST_F(RenderUtils, ConvertTexturesAndExpandPaths) {
+    const auto textures = Group({{"colour", Text("a.tx")}});
+    const GroupAttribute converted =
+        Owned(Utils().convertTexturesToArbitraryAttr(textures.getHandle()));
+    EXPECT_EQ(TextOf(converted.getChildByName("colour.scope")), "primitive");
+    EXPECT_EQ(TextOwned(Utils().getArchString()), "tarnix1");
+    EXPECT_EQ(TextOwned(Utils().expandArchPath("lib/%ARCH")), "lib/tarnix1");
+}
+
+TEST_F(RenderUtils, FlattenMaterialsUntilTheyAreForgotten) {
+    const auto material = [](const char* node) {
+        return Group({{"style", Text("network")}, {"terminals", Group({{"surface", Text(node)}})}});
+    };
+    const char* const names[] = {"surface"};
+    const auto surfaceOf = [&](const char* node) {
+        const Handle geo(
+            StaticRoot(CameraScene({}, {{"material", material(node)}}))->getProducerByPath(kGeo));
+        const GroupAttribute flattened = Owned(Utils().getFlattenedMaterialAttr(geo, names, 1));
+        return TextOf(flattened.getChildByName("terminals.surface"));
+    };
+    Utils().emptyFlattenedMaterialCache();
+    EXPECT_EQ(surfaceOf("first"), "first");
+    EXPECT_EQ(surfaceOf("second"), "first");
+    Utils().emptyFlattenedMaterialCache();
+    EXPECT_EQ(surfaceOf("second"), "second");
+    Utils().emptyFlattenedMaterialCache();
+}
+
+TEST_F(RenderUtils, ReadTheNodesOfAMaterial) {
+    const auto material =
+        Group({{"nodes", Group({{"n", Group({{"name", Text("n")}, {"type", Text("t")}})}})}});
+    OxShadingNodeMapStruct* const nodes =
+        Utils().getShadingNetworkNodesOfMaterial(material.getHandle());
+    OxShadingStruct* const node = Utils().findShadingNode(nodes, "n");
+    EXPECT_STREQ(Utils().getShadingNodeType(node), "t");
+    Utils().releaseShadingNode(node);
+    Utils().destroyShadingNodeMap(nodes);
+}
+
+TEST_F(RenderUtils, NameOneEntryTwiceForNodesAndConnections) {
+    EXPECT_EQ(Utils().getShadingNodeName, Utils().getConnectionName);
+    EXPECT_EQ(Utils().getShadingNodeType, Utils().getConnectedPort);
+}
+
+// Where outputs are written -----------------------------------------------------------------------
+
+std::string TempLocation(const Children& settings, const char* output, float frame) {
+    return TextOwned(Utils().getTempRenderLocation(Handle(RootWith(settings)), output, frame));
+}
+
+Children Output(const Children& output, const Children& more = {}) {
+    Children settings{{"outputs", Group({{"beauty", Group(output)}})}};
+    settings.insert(settings.end(), more.begin(), more.end());
+    return settings;
+}
+
+std::string ExplicitLocation(const std::string& location, float frame) {
+    return TempLocation(
+        Output({{"rendererSettings", Group({{"tempRenderLocation", Text(location)}})}}), "beauty",
+        frame);
+}
+
+TEST_F(RenderUtils, PutTheFrameIntoATemporaryLocation) {
+    EXPECT_EQ(ExplicitLocation("/tmp/beauty.####.exr", 7), "/tmp/beauty.0007.exr");
+    EXPECT_EQ(ExplicitLocation("/tmp/#/b.##.exr", 123), "/tmp/123/b.123.exr");
+    EXPECT_EQ(ExplicitLocation("/tmp/b.####", -7.9f), "/tmp/b.-007");
+    EXPECT_EQ(ExplicitLocation("/tmp/b.exr", 7), "/tmp/b.exr");
+    EXPECT_EQ(ExplicitLocation("#", 1e30f), "2147483647");
+}
+
+TEST_F(RenderUtils, ExpandHomeAndVariablesOfATemporaryLocation) {
+    const ScopedEnvironment home("HOME", "/home/ada");
+    const ScopedEnvironment show("TELLAR_TEST_SHOW", "garden");
+    EXPECT_EQ(ExplicitLocation("~/$TELLAR_TEST_SHOW/b.##.exr", 7), "/home/ada/garden/b.07.exr");
+}
+
+TEST_F(RenderUtils, ComposeATemporaryLocationThatIsNotSet) {
+    const Children settings = Output({{"tempRenderId", Text("r17")}}, {{"tempDir", Text("/tmp")}});
+    EXPECT_EQ(TempLocation(settings, "beauty", 7), "/tmp/r17.0007");
+    EXPECT_EQ(TempLocation(settings, "other", 7), "");
+    EXPECT_EQ(TempLocation(Output({{"tempRenderId", Text("r17")}}, {{"tempDir", Text("/tmp/")}}),
+                           "beauty", 12345),
+              "/tmp/r17.12345");
+    EXPECT_EQ(TempLocation(Output({{"tempRenderId", Text("r17")}}), "beauty", 7), "");
+    EXPECT_EQ(TempLocation({}, "beauty", 7), "");
+}
+
+TEST_F(RenderUtils, TellWhereATileIsWritten) {
+    const auto tiles = [](const Attribute& tile) {
+        return StaticRoot(CameraScene({}, {}, {{"renderSettings", Group({{"tileRender", tile}})}}))
+            ->getProducerByPath(kGeo);
+    };
+    const Handle tiled(tiles(IntAttribute({2, 3}, 2)));
+    EXPECT_EQ(TextOwned(Utils().getTilePath(tiled, "/out/b.exr")), "/out/tile_2_3.b.exr");
+    const Handle untiled(tiles(Text("2 3")));
+    EXPECT_EQ(TextOwned(Utils().getTilePath(untiled, "/out/b.exr")), "/out/b.exr");
+    EXPECT_EQ(TextOwned(Utils().getTilePath(nullptr, "/out/b.exr")), "/out/b.exr");
+}
+
+TEST_F(RenderUtils, FindNoDelegatesWhereThereAreNone) {
+    EXPECT_EQ(Utils().getLocationDelegate("sphere", "nobody"), nullptr);
+    const StringAttribute types = Owned(Utils().getLocationTypesWithDelegates("nobody"));
+    EXPECT_TRUE(types.isValid());
+    EXPECT_THAT(ValuesOf(types), IsEmpty());
+}
+
+// Camera handles ----------------------------------------------------------------------------------
+
+TEST_F(RenderUtils, KeepACameraForAsLongAsItsHandle) {
+    auto camera = std::make_shared<TELLAR::CameraInfo>();
+    camera->fov = 30;
+    const std::weak_ptr<TELLAR::CameraInfo> watched = camera;
+    CameraInfoStruct* const handle = OxCameraInfoToHandle(std::move(camera));
+    EXPECT_EQ(OxHandleToCameraInfo(handle), watched.lock());
+    Utils().retainCameraInfo(handle);
+    Utils().releaseCameraInfo(handle);
+    EXPECT_EQ(Utils().getCameraFov(handle), 30.0f);
+    Utils().releaseCameraInfo(handle);
+    EXPECT_TRUE(watched.expired());
+}
+
+TEST_F(RenderUtils, HaveNoHandleOfNoCamera) {
+    EXPECT_EQ(OxCameraInfoToHandle(nullptr), nullptr);
+    EXPECT_EQ(OxHandleToCameraInfo(nullptr), nullptr);
+}
+
+/// Ends the process with a handle of each kind of count left, its last message on standard error.
+[[noreturn]] void EndWithHandles(int kept) {
+    OxLoggingSetSink({});
+    OxLoggingSetLevel(kLogger, OxLogLevel::debug);
+    for (int i = 0; i < 3; ++i) {
+        CameraInfoStruct* const handle =
+            OxCameraInfoToHandle(std::make_shared<TELLAR::CameraInfo>());
+        if (i >= kept) Utils().releaseCameraInfo(handle);
+    }
+    std::exit(0);
+}
+
+using RenderUtilsDeathTest = RenderUtils;
+
+TEST_F(RenderUtilsDeathTest, TellAtTheEndHowManyCamerasWereNotReleased) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(EndWithHandles(2), testing::ExitedWithCode(0), "Final CameraInfoStruct count: 2");
+    EXPECT_EXIT(EndWithHandles(0), testing::ExitedWithCode(0), "Final CameraInfoStruct count: 0");
+}
+
+// From a plug-in in C -----------------------------------------------------------------------------
+
+const RenderUtilsChecksSuite& Checks() {
+    static const auto* const checks = [] {
+        OxPluginManager::PluginManager::addSearchPath(TELLAR_TEST_PLUGIN_DIR);
+        return static_cast<const RenderUtilsChecksSuite*>(
+            Host()->getPluginSuite("render utils checks", "TestRenderUtilsChecks", 1));
+    }();
+    if (!checks) throw std::runtime_error("The plug-in with the checks is not found.");
+    return *checks;
+}
+
+TEST_F(RenderUtils, TakeNullAtEveryEntryFromC) {
+    EXPECT_EQ(Checks().checkNullHandles(), 0);
+}
+
+TEST_F(RenderUtils, GiveACameraToC) {
+    Children camera = CameraAttrs(
+        With(With(UnitLens(), "projection", Text("orthographic")), "orthographicWidth", Double(8)));
+    camera.emplace_back("xform", Translation(3, 0, 0));
+    const TempDirectory folder;
+    OxAttribute::WriteOpFile(folder.path("scene.oxop"), SceneTree(CameraScene(camera)));
+    EXPECT_EQ(Checks().checkCamera(folder.path("scene.oxop").c_str()), 0);
+}
+
+TEST_F(RenderUtils, GiveAShadingNetworkToC) {
+    const auto clay = Group({{"name", Text("clay")},
+                             {"type", Text("matte")},
+                             {"parameters", Group({{"roughness", Double(0.5)}})},
+                             {"connections", Group({{"Kd:r", Text("out@dots")}})}});
+    const auto material = Group({{"style", Text("network")}, {"nodes", Group({{"clay", clay}})}});
+    const TempDirectory folder;
+    OxAttribute::WriteOpFile(folder.path("scene.oxop"),
+                             SceneTree(CameraScene({}, {{"material", material}})));
+    EXPECT_EQ(Checks().checkShadingNetwork(folder.path("scene.oxop").c_str()), 0);
+}
+
+} // namespace

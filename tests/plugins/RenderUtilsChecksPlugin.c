@@ -1,0 +1,199 @@
+#include "RenderUtilsChecksSuite.h"
+
+#include <string.h>
+
+#include <OxPluginHost/OxPluginHost.h>
+#include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
+#include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
+#include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/OxPluginApi.h>
+
+#define CHECK(condition)                                                                           \
+    if (!(condition)) return __LINE__
+
+static const OxPluginHost* host;
+
+typedef struct Suites {
+    const OxScenegraphIteratorHostSuite_v3* iterators;
+    const OxRenderOutputUtilsHostSuite_v3* utils;
+    const OxAttributeSuite_v1* attributes;
+} Suites;
+
+static Suites getSuites(void) {
+    Suites suites;
+    suites.iterators = host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3);
+    suites.utils = host->getSuite(OX_RENDER_OUTPUT_UTILS_HOST_SUITE, 3);
+    suites.attributes = host->getSuite("AttributeHost", 1);
+    return suites;
+}
+
+static int isEmpty(const char* text) {
+    return text && *text == '\0';
+}
+
+static int checkNullHandles(void) {
+    const OxRenderOutputUtilsHostSuite_v3* utils = getSuites().utils;
+    const char* const names[] = {"surface"};
+    int width = 7;
+    CHECK(utils);
+    CHECK(!utils->getProceduralArguments(NULL, NULL, NULL, kOxProceduralClassic, NULL, NULL));
+    utils->flushRuntimePluginCaches();
+    CHECK(utils->getPixelAreaThroughCamera(NULL, NULL, NULL) == 0);
+    CHECK(!utils->getSampleTimesRelevantToShutterRange(NULL, 1, 0, 0));
+    CHECK(!utils->getSampleTimesRelevantToShutterRange(NULL, -1, 0, 0));
+    CHECK(!utils->getRenderResolution(NULL, &width, NULL) && width == 7);
+    CHECK(!utils->getCameraPath(NULL));
+    CHECK(!utils->convertTexturesToArbitraryAttr(NULL));
+    CHECK(!utils->expandArchPath(NULL));
+    CHECK(!utils->getFlattenedMaterialAttr(NULL, names, 1));
+    CHECK(!utils->getFlattenedMaterialAttr(NULL, NULL, 0));
+    CHECK(!utils->getShadingNetworkNodes(NULL));
+    utils->destroyShadingNodeMap(NULL);
+    utils->destroyShadingNodeMap(utils->getShadingNetworkNodesOfMaterial(NULL));
+    utils->retainShadingNode(NULL);
+    utils->releaseShadingNode(NULL);
+    utils->retainShadingConnection(NULL);
+    utils->releaseShadingConnection(NULL);
+    CHECK(!utils->findShadingNode(NULL, "n"));
+    CHECK(isEmpty(utils->getShadingNodeName(NULL)));
+    CHECK(isEmpty(utils->getShadingNodeType(NULL)));
+    CHECK(utils->getNumberOfShadingParameters(NULL) == 0);
+    CHECK(isEmpty(utils->getShadingParameterName(NULL, 0)));
+    CHECK(!utils->getShadingParameter(NULL, "Kd"));
+    CHECK(utils->getNumberOfShadingConnections(NULL) == 0);
+    CHECK(isEmpty(utils->getShadingConnectionName(NULL, 0)));
+    CHECK(!utils->getShadingConnection(NULL, "Kd"));
+    CHECK(utils->isShadingNodeValid(NULL) == 0);
+    CHECK(isEmpty(utils->getConnectionName(NULL)));
+    CHECK(isEmpty(utils->getConnectedPort(NULL)));
+    CHECK(isEmpty(utils->getConnectedNode(NULL)));
+    CHECK(utils->isShadingConnectionValid(NULL) == 1);
+    CHECK(!utils->getCameraInfo(NULL, "/root/cam"));
+    utils->retainCameraInfo(NULL);
+    utils->releaseCameraInfo(NULL);
+    CHECK(utils->getCameraFov(NULL) == 0);
+    CHECK(utils->getCameraNear(NULL) == 0);
+    CHECK(utils->getCameraFar(NULL) == 0);
+    CHECK(utils->getCameraLeft(NULL) == 0);
+    CHECK(utils->getCameraRight(NULL) == 0);
+    CHECK(utils->getCameraTop(NULL) == 0);
+    CHECK(utils->getCameraBottom(NULL) == 0);
+    CHECK(utils->getCameraOrthographic(NULL) == 0);
+    CHECK(utils->getCameraOrthographicWidth(NULL) == 0);
+    CHECK(!utils->getCameraXform(NULL));
+    CHECK(!utils->getLocationDelegate(NULL, NULL));
+    CHECK(!utils->getTempRenderLocation(NULL, NULL, 0));
+    CHECK(!utils->getTilePath(NULL, NULL));
+    return 0;
+}
+
+static int checkCamera(const char* opFile) {
+    const Suites suites = getSuites();
+    const OxRenderOutputUtilsHostSuite_v3* utils = suites.utils;
+    OxSgIteratorStruct* root = suites.iterators->createRootIteratorFromOpTreeFile(opFile);
+    OxAttributeStruct* path = utils->getCameraPath(root);
+    const char* text = suites.attributes->getString(path, 0, 0);
+    CameraInfoStruct* camera = utils->getCameraInfo(root, text);
+    CameraInfoStruct* missing = utils->getCameraInfo(root, "/root/nowhere");
+    const double* xform;
+    CHECK(camera && !missing);
+    /* All of it outlives the scene. */
+    suites.iterators->releaseIterator(root);
+    suites.attributes->release(path);
+    utils->retainCameraInfo(camera);
+    utils->releaseCameraInfo(camera);
+    CHECK(utils->getCameraFov(camera) == 90);
+    CHECK(utils->getCameraNear(camera) == 1);
+    CHECK(utils->getCameraFar(camera) == 101);
+    CHECK(utils->getCameraLeft(camera) == -1);
+    CHECK(utils->getCameraRight(camera) == 1);
+    CHECK(utils->getCameraTop(camera) == 1);
+    CHECK(utils->getCameraBottom(camera) == -1);
+    CHECK(utils->getCameraOrthographic(camera) == 1);
+    CHECK(utils->getCameraOrthographicWidth(camera) == 8);
+    xform = utils->getCameraXform(camera);
+    CHECK(xform && xform[0] == 1 && xform[12] == 3 && xform[15] == 1);
+    utils->releaseCameraInfo(camera);
+    return 0;
+}
+
+static int checkShadingNetwork(const char* opFile) {
+    const Suites suites = getSuites();
+    const OxRenderOutputUtilsHostSuite_v3* utils = suites.utils;
+    OxSgIteratorStruct* root = suites.iterators->createRootIteratorFromOpTreeFile(opFile);
+    OxSgIteratorStruct* geo = suites.iterators->getProducerByPath(root, "/root/world/geo", false);
+    OxShadingNodeMapStruct* nodes;
+    OxShadingStruct* clay;
+    OxShadingStruct* connection;
+    OxAttributeStruct* roughness;
+    suites.iterators->retainIterator(geo);
+    nodes = utils->getShadingNetworkNodes(geo);
+    clay = utils->findShadingNode(nodes, "clay");
+    CHECK(nodes && clay && !utils->findShadingNode(nodes, "nobody"));
+    CHECK(!utils->findShadingNode(nodes, NULL));
+    connection = utils->getShadingConnection(clay, "Kd:r");
+    roughness = utils->getShadingParameter(clay, "roughness");
+    CHECK(connection && !utils->getShadingConnection(clay, "Kd"));
+    CHECK(!utils->getShadingParameter(clay, NULL));
+
+    /* The map and the scene go first, the connection's node before it. */
+    utils->destroyShadingNodeMap(nodes);
+    suites.iterators->releaseIterator(geo);
+    suites.iterators->releaseIterator(root);
+    CHECK(strcmp(utils->getShadingNodeName(clay), "clay") == 0);
+    CHECK(strcmp(utils->getShadingNodeType(clay), "matte") == 0);
+    CHECK(utils->isShadingNodeValid(clay) == 1);
+    CHECK(utils->getNumberOfShadingParameters(clay) == 1);
+    CHECK(strcmp(utils->getShadingParameterName(clay, 0), "roughness") == 0);
+    CHECK(isEmpty(utils->getShadingParameterName(clay, 1)));
+    CHECK(isEmpty(utils->getShadingParameterName(clay, -1)));
+    CHECK(utils->getNumberOfShadingConnections(clay) == 1);
+    CHECK(strcmp(utils->getShadingConnectionName(clay, 0), "Kd:r") == 0);
+    CHECK(isEmpty(utils->getShadingConnectionName(clay, 1)));
+    CHECK(isEmpty(utils->getConnectedNode(clay)));
+    utils->retainShadingNode(clay);
+    utils->releaseShadingNode(clay);
+    utils->releaseShadingNode(clay);
+    CHECK(strcmp(utils->getConnectionName(connection), "Kd") == 0);
+    CHECK(strcmp(utils->getConnectedPort(connection), "out") == 0);
+    CHECK(strcmp(utils->getConnectedNode(connection), "dots") == 0);
+    CHECK(utils->isShadingConnectionValid(connection) == 1);
+    CHECK(utils->isShadingNodeValid(connection) == 0);
+    CHECK(utils->getNumberOfShadingParameters(connection) == 0);
+    CHECK(isEmpty(utils->getShadingParameterName(connection, 0)));
+    utils->retainShadingConnection(connection);
+    utils->releaseShadingConnection(connection);
+    utils->releaseShadingConnection(connection);
+    CHECK(suites.attributes->getType(roughness) == kAttributeTypeDouble);
+    suites.attributes->release(roughness);
+    return 0;
+}
+
+static const RenderUtilsChecksSuite checks = {checkNullHandles, checkCamera, checkShadingNetwork};
+
+static const void* getSuite(void) {
+    return &checks;
+}
+
+static int setHost(struct OxPluginHost* newHost) {
+    host = newHost;
+    return 0;
+}
+
+static const OxPluginRecord_v1 record = {OX_PLUGIN_RECORD_VERSION,
+                                         "render utils checks",
+                                         "TestRenderUtilsChecks",
+                                         1,
+                                         1,
+                                         0,
+                                         getSuite,
+                                         setHost,
+                                         NULL};
+
+unsigned int OxGetPluginCount(void) {
+    return 1;
+}
+
+const OxPluginRecord_v1* OxGetPlugin(unsigned int index) {
+    return index == 0 ? &record : NULL;
+}
