@@ -19,6 +19,11 @@ TellarRuntime::LocationData Cook(const Client& client, const std::string& path) 
     return client ? client->cookLocation(path) : TellarRuntime::LocationData();
 }
 
+/// Whether it is no class derived from ThreadLocalClient; false for null.
+bool IsPlain(const ThreadLocalClient* client) {
+    return client && typeid(*client) == typeid(ThreadLocalClient);
+}
+
 } // namespace
 
 ThreadAwareGeometryProducer::ThreadAwareGeometryProducer(
@@ -27,7 +32,7 @@ ThreadAwareGeometryProducer::ThreadAwareGeometryProducer(
     boost::intrusive_ptr<BaseGeometryProducer> parentProducer)
     : BaseGeometryProducer(std::move(path), std::move(data), index, std::move(parentProducer)),
       owner(std::move(treeClient)), threadLocalClient(owner.get()),
-      isPlainClient(owner && typeid(*owner) == typeid(ThreadLocalClient)) {}
+      isPlainClient(IsPlain(owner.get())) {}
 
 ThreadAwareGeometryProducer::ThreadAwareGeometryProducer(ThreadAwareGeometryProducer& maker,
                                                          PooledPath& path,
