@@ -1,22 +1,20 @@
 #include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
 
+#include <cmath>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 
-#include <OxConfiguration/Configuration.h>
-#include <OxPluginHost/OxPluginHost.h>
 #include <OxTellarProducers/OxCameraInfoHandle.h>
-#include <OxTellarProducers/OxSgIterator.h>
-#include <OxTellarProducers/OxTellarProducersInitialize.h>
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/PluginManager.h>
 
 #include "CameraScenes.h"
 #include "CapturedLog.h"
 #include "ScopedEnvironment.h"
+#include "SuiteHandles.h"
 #include "TempDirectory.h"
 #include "plugins/RenderUtilsChecksSuite.h"
 
@@ -40,40 +38,8 @@ using Suite = OxRenderOutputUtilsHostSuite_v3;
 
 constexpr const char* kLogger = "RenderOutputUtils";
 
-const OxPluginHost* Host() {
-    static const OxPluginHost* const host = [] {
-        OxPluginHost* const made = OxGetPluginHost();
-        OxTellarProducersInitialize(made);
-        return made;
-    }();
-    return host;
-}
-
 const Suite& Utils() {
     return *static_cast<const Suite*>(Host()->getSuite("RenderOutputUtilsHost", 3));
-}
-
-/// A producer's handle, for as long as it lives.
-class Handle {
-public:
-    explicit Handle(const Ptr& producer) : iterator(TELLAR::OxGeometryProducerToHandle(producer)) {
-        iterators().retainIterator(iterator);
-    }
-    ~Handle() { iterators().releaseIterator(iterator); }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-    operator OxSgIteratorStruct*() const { return iterator; }
-
-private:
-    static const OxScenegraphIteratorHostSuite_v3& iterators() {
-        return *static_cast<const OxScenegraphIteratorHostSuite_v3*>(
-            Host()->getSuite("ScenegraphIteratorHost", 3));
-    }
-    OxSgIteratorStruct* iterator;
-};
-
-Attribute Owned(OxAttributeStruct* attribute) {
-    return Attribute::CreateAndSteal(attribute);
 }
 
 std::string TextOwned(OxAttributeStruct* attribute) {
@@ -85,6 +51,14 @@ Ptr RootWith(const Children& settings) {
 }
 
 class RenderUtils : public testing::Test {
+public:
+    /// Delegates are looked for once in a process: their folder is known before anybody asks.
+    static void SetUpTestSuite() {
+        OxPluginManager::PluginManager::addSearchPath(TELLAR_TEST_PLUGIN_DIR);
+        OxPluginManager::PluginManager::addSearchPath(TELLAR_TEST_DELEGATE_DIR);
+        Host();
+    }
+
 protected:
     void SetUp() override { TELLAR::ClearCameraInfoCache(); }
 };
@@ -92,52 +66,70 @@ protected:
 // One entry after the other -----------------------------------------------------------------------
 
 TEST_F(RenderUtils, BuildProceduralArgumentsInBothForms) {
-    const Handle geo(StaticRoot(CameraScene({}))->getProducerByPath(kGeo));
+    const Handle geo = Handle::of(StaticRoot(CameraScene({}))->getProducerByPath(kGeo));
     const auto procedural = Group({{"args", Group({{"count", Int(3)}})}});
-    EXPECT_EQ(TextOwned(Utils().getProceduralArguments(geo, nullptr, procedural.getHandle(),
+    EXPECT_EQ(TextOwned(Utils().getProceduralArguments(geo.get(), nullptr, procedural.getHandle(),
                                                        kOxProceduralClassic, nullptr, nullptr)),
               " -count 3 -frame 1 -shutter 0 0 -cropwindow 0 1 0 1");
     const OxProceduralContext_v1 context = {12, -0.25f, 0.25f, {0, 0.5f, 0.25f, 1}, 640, 480};
-    EXPECT_EQ(TextOwned(Utils().getProceduralArguments(geo, &context, procedural.getHandle(),
+    EXPECT_EQ(TextOwned(Utils().getProceduralArguments(geo.get(), &context, procedural.getHandle(),
                                                        kOxProceduralClassic, nullptr, nullptr)),
               " -count 3 -frame 12 -shutter -0.25 0.25 -cropwindow 0 0.5 0.25 1");
-    const GroupAttribute group =
-        OxAttribute::ParseAttributeXml(TextOwned(Utils().getProceduralArguments(
-            geo, &context, procedural.getHandle(), kOxProceduralAttributes, nullptr, nullptr)));
+    const GroupAttribute group = OxAttribute::ParseAttributeXml(
+        TextOwned(Utils().getProceduralArguments(geo.get(), &context, procedural.getHandle(),
+                                                 kOxProceduralAttributes, nullptr, nullptr)));
     EXPECT_EQ(group.getChildByName("frame"), FloatAttribute(12.0f));
     EXPECT_EQ(TextOf(group.getChildByName("ombraFullName")), kGeo);
 }
 
+TEST_F(RenderUtils, TellProceduralsThatWantTheCameraTheSizeOfThePicture) {
+    const Handle geo =
+        Handle::of(StaticRoot(CameraScene(CameraAttrs(UnitLens())))->getProducerByPath(kGeo));
+    const auto procedural =
+        Group({{"args", Group({})},
+               {"includeCameraInfo", Text("As Parameters")},
+               {"cameraInfo",
+                Group({{"whichCamera", Text("Other Camera")}, {"cameraPath", Text(kCamera)}})}});
+    const OxProceduralContext_v1 context = {1, 0, 0, {0, 1, 0, 1}, 640, 480};
+    const GroupAttribute group = OxAttribute::ParseAttributeXml(
+        TextOwned(Utils().getProceduralArguments(geo.get(), &context, procedural.getHandle(),
+                                                 kOxProceduralAttributes, nullptr, nullptr)));
+    EXPECT_EQ(group.getChildByName("cameraInfo_xres"), IntAttribute(640));
+    EXPECT_EQ(group.getChildByName("cameraInfo_yres"), IntAttribute(480));
+}
+
 TEST_F(RenderUtils, TellWhatGoesWrongWithProceduralArguments) {
     const ScopedEnvironment unset("TELLAR_NO_SUCH_VARIABLE", std::nullopt);
-    const Handle geo(StaticRoot(CameraScene({}))->getProducerByPath(kGeo));
+    const Handle geo = Handle::of(StaticRoot(CameraScene({}))->getProducerByPath(kGeo));
     const auto procedural =
         Group({{"args", Group({{"file", Text("$TELLAR_NO_SUCH_VARIABLE/a")}})}});
     std::vector<std::string> told;
     const auto tell = [](const char* message, void* user) {
         static_cast<std::vector<std::string>*>(user)->emplace_back(message);
     };
-    Owned(Utils().getProceduralArguments(geo, nullptr, procedural.getHandle(), kOxProceduralClassic,
-                                         tell, &told));
+    Owned(Utils().getProceduralArguments(geo.get(), nullptr, procedural.getHandle(),
+                                         kOxProceduralClassic, tell, &told));
     EXPECT_THAT(told, ElementsAre("asset resolve failed on  '$TELLAR_NO_SUCH_VARIABLE/a' when "
                                   "building an procedural call."));
 }
 
 TEST_F(RenderUtils, TellThePixelArea) {
-    const Handle geo(StaticRoot(CameraScene(CameraAttrs(UnitLens()),
-                                            {{"bound", Doubles({-1, 1, -1, 1, -2, -2})}}))
-                         ->getProducerByPath(kGeo));
-    EXPECT_EQ(Utils().getPixelAreaThroughCamera(geo, kCamera, "square_512"), 256 * 256);
+    const Handle geo =
+        Handle::of(StaticRoot(CameraScene(CameraAttrs(UnitLens()),
+                                          {{"bound", Doubles({-1, 1, -1, 1, -2, -2})}}))
+                       ->getProducerByPath(kGeo));
+    EXPECT_EQ(Utils().getPixelAreaThroughCamera(geo.get(), kCamera, "square_512"), 256 * 256);
 }
 
 TEST_F(RenderUtils, LogWhatAnEntryThrowsWithItsName) {
-    const Handle geo(StaticRoot(CameraScene(CameraAttrs(UnitLens()),
-                                            {{"bound", Doubles({-1, 1, -1, 1, -2, -2})}}))
-                         ->getProducerByPath(kGeo));
-    const Handle root(RootWith({{"resolution", Text("cinema")}}));
+    const Handle geo =
+        Handle::of(StaticRoot(CameraScene(CameraAttrs(UnitLens()),
+                                          {{"bound", Doubles({-1, 1, -1, 1, -2, -2})}}))
+                       ->getProducerByPath(kGeo));
+    const Handle root = Handle::of(RootWith({{"resolution", Text("cinema")}}));
     const CapturedLog log;
-    EXPECT_EQ(Utils().getPixelAreaThroughCamera(geo, kCamera, "cinema"), 0);
-    EXPECT_EQ(Utils().getRenderResolution(root, nullptr, nullptr), nullptr);
+    EXPECT_EQ(Utils().getPixelAreaThroughCamera(geo.get(), kCamera, "cinema"), 0);
+    EXPECT_EQ(Utils().getRenderResolution(root.get(), nullptr, nullptr), nullptr);
     const std::string error = "FileOut: Error querying resolution table for resolution: 'cinema'.";
     EXPECT_THAT(log.textsOf(kLogger), ElementsAre("getPixelAreaThroughCamera: " + error,
                                                   "getRenderResolution: " + error));
@@ -151,6 +143,10 @@ TEST_F(RenderUtils, FindTheSampleTimesOfAShutter) {
     const auto sample = relevant.getNearestSample(0.0f);
     EXPECT_THAT(std::vector<float>(sample.begin(), sample.end()), ElementsAre(1, 2, 3));
     EXPECT_EQ(relevant.getTupleSize(), 1);
+    const float withNone[] = {0, NAN, 1};
+    const FloatAttribute numbers =
+        Owned(Utils().getSampleTimesRelevantToShutterRange(withNone, 3, 0, 1));
+    EXPECT_EQ(numbers.getNumberOfValues(), 2);
     const FloatAttribute none =
         Owned(Utils().getSampleTimesRelevantToShutterRange(nullptr, 0, 0, 1));
     EXPECT_TRUE(none.isValid());
@@ -158,14 +154,15 @@ TEST_F(RenderUtils, FindTheSampleTimesOfAShutter) {
 }
 
 TEST_F(RenderUtils, TellResolutionAndCameraOfTheRoot) {
-    const Handle root(RootWith({{"resolution", Text("hd_720")}, {"cameraName", Text("/root/c")}}));
+    const Handle root =
+        Handle::of(RootWith({{"resolution", Text("hd_720")}, {"cameraName", Text("/root/c")}}));
     int width = 0;
     int height = 0;
-    EXPECT_EQ(TextOwned(Utils().getRenderResolution(root, &width, &height)), "hd_720");
+    EXPECT_EQ(TextOwned(Utils().getRenderResolution(root.get(), &width, &height)), "hd_720");
     EXPECT_EQ(width, 1280);
     EXPECT_EQ(height, 720);
-    EXPECT_EQ(TextOwned(Utils().getRenderResolution(root, nullptr, nullptr)), "hd_720");
-    EXPECT_EQ(TextOwned(Utils().getCameraPath(root)), "/root/c");
+    EXPECT_EQ(TextOwned(Utils().getRenderResolution(root.get(), nullptr, nullptr)), "hd_720");
+    EXPECT_EQ(TextOwned(Utils().getCameraPath(root.get())), "/root/c");
 }
 
 TEST_F(RenderUtils, ConvertTexturesAndExpandPaths) {
@@ -183,9 +180,10 @@ TEST_F(RenderUtils, FlattenMaterialsUntilTheyAreForgotten) {
     };
     const char* const names[] = {"surface"};
     const auto surfaceOf = [&](const char* node) {
-        const Handle geo(
+        const Handle geo = Handle::of(
             StaticRoot(CameraScene({}, {{"material", material(node)}}))->getProducerByPath(kGeo));
-        const GroupAttribute flattened = Owned(Utils().getFlattenedMaterialAttr(geo, names, 1));
+        const GroupAttribute flattened =
+            Owned(Utils().getFlattenedMaterialAttr(geo.get(), names, 1));
         return TextOf(flattened.getChildByName("terminals.surface"));
     };
     Utils().emptyFlattenedMaterialCache();
@@ -215,7 +213,8 @@ TEST_F(RenderUtils, NameOneEntryTwiceForNodesAndConnections) {
 // Where outputs are written -----------------------------------------------------------------------
 
 std::string TempLocation(const Children& settings, const char* output, float frame) {
-    return TextOwned(Utils().getTempRenderLocation(Handle(RootWith(settings)), output, frame));
+    return TextOwned(
+        Utils().getTempRenderLocation(Handle::of(RootWith(settings)).get(), output, frame));
 }
 
 Children Output(const Children& output, const Children& more = {}) {
@@ -260,11 +259,26 @@ TEST_F(RenderUtils, TellWhereATileIsWritten) {
         return StaticRoot(CameraScene({}, {}, {{"renderSettings", Group({{"tileRender", tile}})}}))
             ->getProducerByPath(kGeo);
     };
-    const Handle tiled(tiles(IntAttribute({2, 3}, 2)));
-    EXPECT_EQ(TextOwned(Utils().getTilePath(tiled, "/out/b.exr")), "/out/tile_2_3.b.exr");
-    const Handle untiled(tiles(Text("2 3")));
-    EXPECT_EQ(TextOwned(Utils().getTilePath(untiled, "/out/b.exr")), "/out/b.exr");
+    const Handle tiled = Handle::of(tiles(IntAttribute({2, 3}, 2)));
+    EXPECT_EQ(TextOwned(Utils().getTilePath(tiled.get(), "/out/b.exr")), "/out/tile_2_3.b.exr");
+    const Handle untiled = Handle::of(tiles(Text("2 3")));
+    EXPECT_EQ(TextOwned(Utils().getTilePath(untiled.get(), "/out/b.exr")), "/out/b.exr");
     EXPECT_EQ(TextOwned(Utils().getTilePath(nullptr, "/out/b.exr")), "/out/b.exr");
+}
+
+TEST_F(RenderUtils, FindTheDelegatesOfARendererAndThoseOfAll) {
+    OxScenegraphLocationDelegatePluginSuite_v1* const sphere =
+        Utils().getLocationDelegate("sphere", "lantern");
+    ASSERT_NE(sphere, nullptr);
+    const StringAttribute renderer = Owned(sphere->getSupportedRenderer(sphere->create()));
+    EXPECT_EQ(TextOf(renderer), "lantern");
+    EXPECT_NE(Utils().getLocationDelegate("sphere", ""), sphere);
+    EXPECT_EQ(Utils().getLocationDelegate("sphere", ""),
+              Utils().getLocationDelegate("sphere", nullptr));
+    const StringAttribute types = Owned(Utils().getLocationTypesWithDelegates("lantern"));
+    EXPECT_THAT(ValuesOf(types), testing::Contains("sphere"));
+    const StringAttribute ofAll = Owned(Utils().getLocationTypesWithDelegates(nullptr));
+    EXPECT_THAT(ValuesOf(ofAll), testing::Contains("tree"));
 }
 
 TEST_F(RenderUtils, FindNoDelegatesWhereThereAreNone) {
@@ -321,11 +335,8 @@ TEST_F(RenderUtilsDeathTest, TellAtTheEndHowManyCamerasWereNotReleased) {
 // From a plug-in in C -----------------------------------------------------------------------------
 
 const RenderUtilsChecksSuite& Checks() {
-    static const auto* const checks = [] {
-        OxPluginManager::PluginManager::addSearchPath(TELLAR_TEST_PLUGIN_DIR);
-        return static_cast<const RenderUtilsChecksSuite*>(
-            Host()->getPluginSuite("render utils checks", "TestRenderUtilsChecks", 1));
-    }();
+    static const auto* const checks = static_cast<const RenderUtilsChecksSuite*>(
+        Host()->getPluginSuite("render utils checks", "TestRenderUtilsChecks", 1));
     if (!checks) throw std::runtime_error("The plug-in with the checks is not found.");
     return *checks;
 }
@@ -334,9 +345,20 @@ TEST_F(RenderUtils, TakeNullAtEveryEntryFromC) {
     EXPECT_EQ(Checks().checkNullHandles(), 0);
 }
 
+TEST_F(RenderUtils, FlushThePluginsOfTheRuntimeAlone) {
+    EXPECT_EQ(Checks().checkFlush(), 0);
+}
+
 TEST_F(RenderUtils, GiveACameraToC) {
-    Children camera = CameraAttrs(
-        With(With(UnitLens(), "projection", Text("orthographic")), "orthographicWidth", Double(8)));
+    Children camera = CameraAttrs({{"projection", Text("orthographic")},
+                                   {"fov", Double(90)},
+                                   {"near", Double(1)},
+                                   {"far", Double(101)},
+                                   {"left", Double(-2)},
+                                   {"right", Double(3)},
+                                   {"top", Double(4)},
+                                   {"bottom", Double(-5)},
+                                   {"orthographicWidth", Double(8)}});
     camera.emplace_back("xform", Translation(3, 0, 0));
     const TempDirectory folder;
     OxAttribute::WriteOpFile(folder.path("scene.oxop"), SceneTree(CameraScene(camera)));

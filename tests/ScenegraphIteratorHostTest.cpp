@@ -10,10 +10,7 @@
 
 #include <gmock/gmock.h>
 
-#include <OxPluginHost/OxPluginHost.h>
 #include <OxTellarProducers/CreateGeometryProducer.h>
-#include <OxTellarProducers/OxSgIterator.h>
-#include <OxTellarProducers/OxTellarProducersInitialize.h>
 #include <OxTellarProducers/ThreadAwareGeometryProducer.h>
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/AttributeSuite.h>
@@ -27,6 +24,7 @@
 #include "SceneBuilders.h"
 #include "ScopedEnvironment.h"
 #include "ScopedRuntimeFactory.h"
+#include "SuiteHandles.h"
 #include "TempDirectory.h"
 #include "TestOps.h"
 #include "plugins/IteratorChecksSuite.h"
@@ -49,45 +47,6 @@ using Suite = OxScenegraphIteratorHostSuite_v3;
 
 constexpr const char* kLogger = "ScenegraphIteratorHost";
 constexpr const char* kNoProducer = "Tellar3 producer create failed.";
-
-const OxPluginHost* Host() {
-    static const OxPluginHost* const host = [] {
-        OxPluginHost* const made = OxGetPluginHost();
-        OxTellarProducersInitialize(made);
-        return made;
-    }();
-    return host;
-}
-
-const Suite& Iterators() {
-    return *static_cast<const Suite*>(Host()->getSuite("ScenegraphIteratorHost", 3));
-}
-
-/// A handle with a reference of its own, as a plug-in would hold it.
-class Handle {
-public:
-    /// Of a handle that carries a reference already.
-    static Handle owning(OxSgIteratorStruct* iterator) { return Handle(iterator); }
-    /// Of one that carries none yet.
-    static Handle retaining(OxSgIteratorStruct* iterator) {
-        Iterators().retainIterator(iterator);
-        return Handle(iterator);
-    }
-    ~Handle() { Iterators().releaseIterator(iterator); }
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-
-    OxSgIteratorStruct* get() const { return iterator; }
-    explicit operator bool() const { return iterator != nullptr; }
-
-private:
-    explicit Handle(OxSgIteratorStruct* iterator) : iterator(iterator) {}
-    OxSgIteratorStruct* iterator;
-};
-
-Attribute Owned(OxAttributeStruct* attribute) {
-    return Attribute::CreateAndSteal(attribute);
-}
 
 std::string PathOf(const Handle& handle) {
     return handle ? TextOf(Owned(Iterators().getFullName(handle.get()))) : "nothing";
@@ -255,8 +214,8 @@ TEST(IteratorHandle, OutlivesAReleaseThatNobodyRetainedItFor) {
 
 TEST(IteratorHandle, IsANewOneForTheSameProducer) {
     const Ptr producer = TELLAR::CreateStaticGeometryProducer("/root", Location({}), nullptr);
-    const Handle one = Handle::retaining(OxGeometryProducerToHandle(producer));
-    const Handle other = Handle::retaining(OxGeometryProducerToHandle(producer));
+    const Handle one = Handle::of((producer));
+    const Handle other = Handle::of((producer));
     EXPECT_NE(one.get(), other.get());
     EXPECT_EQ(OxHandleToGeometryProducer(one.get()), OxHandleToGeometryProducer(other.get()));
 }
@@ -408,15 +367,14 @@ private:
 };
 
 TEST(IteratorHost, GivesAttributeNamesSortedAndOnce) {
-    const Handle handle =
-        Handle::retaining(OxGeometryProducerToHandle(new TalkativeProducer({"b", "a", "b"})));
+    const Handle handle = Handle::of((new TalkativeProducer({"b", "a", "b"})));
     const StringAttribute names = Owned(Iterators().getAttributeNames(handle.get()));
     EXPECT_THAT(ValuesOf(names), ElementsAre("a", "b"));
     EXPECT_EQ(names.getTupleSize(), 1);
 }
 
 TEST(IteratorHost, GivesNoNamesAsAnEmptyStringAttribute) {
-    const Handle handle = Handle::retaining(OxGeometryProducerToHandle(new TalkativeProducer({})));
+    const Handle handle = Handle::of((new TalkativeProducer({})));
     const StringAttribute names = Owned(Iterators().getAttributeNames(handle.get()));
     EXPECT_TRUE(names.isValid());
     EXPECT_THAT(ValuesOf(names), IsEmpty());
@@ -424,7 +382,7 @@ TEST(IteratorHost, GivesNoNamesAsAnEmptyStringAttribute) {
 
 TEST(IteratorHost, LetsNoExceptionOutAndLogsTheEntry) {
     const CapturedLog log;
-    const Handle handle = Handle::retaining(OxGeometryProducerToHandle(new TalkativeProducer({})));
+    const Handle handle = Handle::of((new TalkativeProducer({})));
     EXPECT_EQ(Iterators().getFirstChild(handle.get(), false), nullptr);
     EXPECT_EQ(Iterators().getPotentialChildren(handle.get()), nullptr);
     EXPECT_EQ(Iterators().getAttribute(handle.get(), "a"), nullptr);
@@ -660,8 +618,8 @@ TEST(FinalizeRuntime, EndsARenderWithoutARoot) {
 
 TEST(FinalizeRuntime, DoesNothingWithoutAClient) {
     const CapturedLog log;
-    const Handle handle = Handle::retaining(OxGeometryProducerToHandle(
-        TELLAR::CreateStaticGeometryProducer("/root", Location({}), nullptr)));
+    const Handle handle =
+        Handle::of((TELLAR::CreateStaticGeometryProducer("/root", Location({}), nullptr)));
     Iterators().finalizeRuntime(handle.get());
     EXPECT_THAT(log.messages(), IsEmpty());
 }

@@ -80,7 +80,8 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     int (*getPixelAreaThroughCamera)(OxSgIteratorStruct* location, const char* cameraPath,
                                      const char* resolution);
     /* 3 Which of `count` sample times tell the motion while the shutter is open, as a float
-         attribute. */
+         attribute in ascending order. What is no number is left out; null for a count below 0, and
+         for null `times` unless the count is 0. */
     OxAttributeStruct* (*getSampleTimesRelevantToShutterRange)(const float* times, int64_t count,
                                                                float shutterOpen,
                                                                float shutterClose);

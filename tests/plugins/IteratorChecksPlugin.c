@@ -5,27 +5,7 @@
 #include <pthread.h>
 #include <string.h>
 
-#include <OxPluginHost/OxPluginHost.h>
-#include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
-#include <OxTellarSDK/AttributeSuite.h>
-#include <OxTellarSDK/OxPluginApi.h>
-
-#define CHECK(condition)                                                                           \
-    if (!(condition)) return __LINE__
-
-static const OxPluginHost* host;
-
-typedef struct Suites {
-    const OxScenegraphIteratorHostSuite_v3* iterators;
-    const OxAttributeSuite_v1* attributes;
-} Suites;
-
-static Suites getSuites(void) {
-    Suites suites;
-    suites.iterators = host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3);
-    suites.attributes = host->getSuite("AttributeHost", 1);
-    return suites;
-}
+#include "ChecksPlugin.h"
 
 static OxSgIteratorStruct* retained(const Suites* suites, OxSgIteratorStruct* iterator) {
     suites->iterators->retainIterator(iterator);
@@ -336,11 +316,6 @@ static const IteratorChecksSuite checks = {checkNullHandles, checkCounts, checkV
 
 static const void* getSuite(void) {
     return &checks;
-}
-
-static int setHost(struct OxPluginHost* newHost) {
-    host = newHost;
-    return 0;
 }
 
 static const OxPluginRecord_v1 record = {OX_PLUGIN_RECORD_VERSION,

@@ -2,30 +2,7 @@
 
 #include <string.h>
 
-#include <OxPluginHost/OxPluginHost.h>
-#include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
-#include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
-#include <OxTellarSDK/AttributeSuite.h>
-#include <OxTellarSDK/OxPluginApi.h>
-
-#define CHECK(condition)                                                                           \
-    if (!(condition)) return __LINE__
-
-static const OxPluginHost* host;
-
-typedef struct Suites {
-    const OxScenegraphIteratorHostSuite_v3* iterators;
-    const OxRenderOutputUtilsHostSuite_v3* utils;
-    const OxAttributeSuite_v1* attributes;
-} Suites;
-
-static Suites getSuites(void) {
-    Suites suites;
-    suites.iterators = host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3);
-    suites.utils = host->getSuite(OX_RENDER_OUTPUT_UTILS_HOST_SUITE, 3);
-    suites.attributes = host->getSuite("AttributeHost", 1);
-    return suites;
-}
+#include "ChecksPlugin.h"
 
 static int isEmpty(const char* text) {
     return text && *text == '\0';
@@ -105,10 +82,10 @@ static int checkCamera(const char* opFile) {
     CHECK(utils->getCameraFov(camera) == 90);
     CHECK(utils->getCameraNear(camera) == 1);
     CHECK(utils->getCameraFar(camera) == 101);
-    CHECK(utils->getCameraLeft(camera) == -1);
-    CHECK(utils->getCameraRight(camera) == 1);
-    CHECK(utils->getCameraTop(camera) == 1);
-    CHECK(utils->getCameraBottom(camera) == -1);
+    CHECK(utils->getCameraLeft(camera) == -2);
+    CHECK(utils->getCameraRight(camera) == 3);
+    CHECK(utils->getCameraTop(camera) == 4);
+    CHECK(utils->getCameraBottom(camera) == -5);
     CHECK(utils->getCameraOrthographic(camera) == 1);
     CHECK(utils->getCameraOrthographicWidth(camera) == 8);
     xform = utils->getCameraXform(camera);
@@ -169,31 +146,37 @@ static int checkShadingNetwork(const char* opFile) {
     return 0;
 }
 
-static const RenderUtilsChecksSuite checks = {checkNullHandles, checkCamera, checkShadingNetwork};
+static int flushes;
+
+static void countFlush(void) {
+    ++flushes;
+}
+
+static int checkFlush(void) {
+    const int before = flushes;
+    getSuites().utils->flushRuntimePluginCaches();
+    CHECK(flushes == before + 1);
+    return 0;
+}
+
+static const RenderUtilsChecksSuite checks = {checkNullHandles, checkCamera, checkShadingNetwork,
+                                              checkFlush};
 
 static const void* getSuite(void) {
     return &checks;
 }
 
-static int setHost(struct OxPluginHost* newHost) {
-    host = newHost;
-    return 0;
-}
-
-static const OxPluginRecord_v1 record = {OX_PLUGIN_RECORD_VERSION,
-                                         "render utils checks",
-                                         "TestRenderUtilsChecks",
-                                         1,
-                                         1,
-                                         0,
-                                         getSuite,
-                                         setHost,
-                                         NULL};
+/* The second one stands in for a runtime plug-in, to hear of flushes; the third must not. */
+static const OxPluginRecord_v1 records[] = {
+    {OX_PLUGIN_RECORD_VERSION, "render utils checks", "TestRenderUtilsChecks", 1, 1, 0, getSuite,
+     setHost, NULL},
+    {OX_PLUGIN_RECORD_VERSION, "runtime", "TellarRuntime", 1, 1, 0, getSuite, NULL, countFlush},
+    {OX_PLUGIN_RECORD_VERSION, "other", "TestOther", 1, 1, 0, getSuite, NULL, countFlush}};
 
 unsigned int OxGetPluginCount(void) {
-    return 1;
+    return sizeof records / sizeof records[0];
 }
 
 const OxPluginRecord_v1* OxGetPlugin(unsigned int index) {
-    return index == 0 ? &record : NULL;
+    return index < OxGetPluginCount() ? &records[index] : NULL;
 }

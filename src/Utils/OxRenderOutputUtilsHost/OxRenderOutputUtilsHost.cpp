@@ -145,9 +145,12 @@ OxAttributeStruct* GetRelevantSampleTimes(const float* times, std::int64_t count
                                           float close) {
     return Enter("getSampleTimesRelevantToShutterRange", [&]() -> OxAttributeStruct* {
         if (count < 0 || (count > 0 && !times)) return nullptr;
+        // What is no number has no place among times in order.
+        std::set<float> ordered;
+        std::copy_if(times, times + count, std::inserter(ordered, ordered.end()),
+                     [](float time) { return !std::isnan(time); });
         std::vector<float> relevant;
-        FindSampleTimesRelevantToShutterRange(std::set<float>(times, times + count), open, close,
-                                              relevant);
+        FindSampleTimesRelevantToShutterRange(ordered, open, close, relevant);
         return FloatAttribute(relevant, 1).detach();
     });
 }
@@ -451,6 +454,7 @@ static_assert(Slot(offsetof(Suite, getLocationDelegate)) == 45);
 static_assert(Slot(offsetof(Suite, getLocationTypesWithDelegates)) == 46);
 static_assert(Slot(offsetof(Suite, getTempRenderLocation)) == 47);
 static_assert(Slot(offsetof(Suite, getTilePath)) == 48);
+
 } // namespace
 
 } // namespace RenderOutputUtilsHost

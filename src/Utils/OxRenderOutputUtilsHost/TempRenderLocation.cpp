@@ -1,7 +1,7 @@
 #include "TempRenderLocation.h"
 
-#include <algorithm>
 #include <cstddef>
+#include <regex>
 
 #include <OxTellarSDK/StringUtil.h>
 
@@ -25,16 +25,15 @@ std::string PaddedFrame(int frame, std::size_t width) {
 
 /// The text with the frame in place of every run of "#", padded to its length.
 std::string WithFrame(const std::string& text, int frame) {
+    static const auto& run = *new std::regex("#+");
     std::string result;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find_first_not_of('#', at), text.size());
-        if (end > at)
-            result += PaddedFrame(frame, end - at);
-        else
-            result += text[at];
-        at = std::max(end, at + 1);
+    auto rest = text.begin();
+    for (std::sregex_iterator match(text.begin(), text.end(), run), end; match != end; ++match) {
+        result.append(rest, (*match)[0].first);
+        result += PaddedFrame(frame, static_cast<std::size_t>(match->length()));
+        rest = (*match)[0].second;
     }
-    return result;
+    return result.append(rest, text.end());
 }
 
 } // namespace

@@ -1,0 +1,37 @@
+#!/usr/bin/env python3
+"""Compares the symbols that a shared library exports with a checked-in list:
+
+    check_exports.py NM LIBRARY LIST [--write]
+
+With --write the list is written anew, to be looked at before it is committed: whatever is in it
+others link to.
+"""
+
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+
+def exported(nm, library):
+    """Kinds and names by nm's letters, without addresses: "T TELLAR::GetArchString()"."""
+    listed = subprocess.run([nm, "--dynamic", "--demangle", "--defined-only", library],
+                            check=True, capture_output=True, text=True).stdout
+    return sorted({re.sub(r"^[0-9a-f]* +", "", line) for line in listed.splitlines()})
+
+
+def main():
+    arguments = [argument for argument in sys.argv[1:] if argument != "--write"]
+    nm, library, expected_file = arguments
+    symbols = exported(nm, library)
+    if "--write" in sys.argv:
+        Path(expected_file).write_text("\n".join(symbols) + "\n")
+        return
+    expected = Path(expected_file).read_text().splitlines()
+    differences = ([f"exported, not listed:  {name}" for name in symbols if name not in expected]
+                   + [f"listed, not exported:  {name}" for name in expected if name not in symbols])
+    if not symbols or differences:
+        sys.exit("\n".join(differences or [f"{library} exports nothing"]))
+
+
+main()

@@ -1,0 +1,59 @@
+#ifndef TELLAR_TEST_SUITEHANDLES_H
+#define TELLAR_TEST_SUITEHANDLES_H
+
+#include <OxPluginHost/OxPluginHost.h>
+#include <OxTellarProducers/OxSgIterator.h>
+#include <OxTellarProducers/OxTellarProducersInitialize.h>
+#include <OxTellarSDK/Attribute.h>
+
+/// The library's suites as plug-ins get them, with handles that are let go of by themselves.
+namespace TellarTest {
+
+/// The process's host, with the library's suites.
+inline const OxPluginHost* Host() {
+    static const OxPluginHost* const host = [] {
+        OxPluginHost* const made = OxGetPluginHost();
+        OxTellarProducersInitialize(made);
+        return made;
+    }();
+    return host;
+}
+
+inline const OxScenegraphIteratorHostSuite_v3& Iterators() {
+    return *static_cast<const OxScenegraphIteratorHostSuite_v3*>(
+        Host()->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3));
+}
+
+/// A handle onto a location with a reference of its own, as a plug-in would hold it.
+class Handle {
+public:
+    /// Of a handle that carries a reference already.
+    static Handle owning(OxSgIteratorStruct* iterator) { return Handle(iterator); }
+    /// Of one that carries none yet.
+    static Handle retaining(OxSgIteratorStruct* iterator) {
+        Iterators().retainIterator(iterator);
+        return Handle(iterator);
+    }
+    static Handle of(const TELLAR::GeometryProducer::Ptr& producer) {
+        return retaining(TELLAR::OxGeometryProducerToHandle(producer));
+    }
+    ~Handle() { Iterators().releaseIterator(iterator); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+
+    OxSgIteratorStruct* get() const { return iterator; }
+    explicit operator bool() const { return iterator != nullptr; }
+
+private:
+    explicit Handle(OxSgIteratorStruct* iterator) : iterator(iterator) {}
+    OxSgIteratorStruct* iterator;
+};
+
+/// An attribute that an entry returned, with the reference that it carries.
+inline OxAttribute::Attribute Owned(OxAttributeStruct* attribute) {
+    return OxAttribute::Attribute::CreateAndSteal(attribute);
+}
+
+} // namespace TellarTest
+
+#endif
