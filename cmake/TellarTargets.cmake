@@ -12,12 +12,15 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# All shared libraries in lib/, all programs in bin/ and the op-type plug-ins in
-# lib/tellar-plugins/, the same shape as the installed tree: programs and
-# libraries find the plug-ins relative to themselves in both.
+# All shared libraries in lib/, all programs in bin/, the op-type plug-ins in
+# lib/tellar-plugins/ and the renderers in lib/tellar-renderers/, the same shape as
+# the installed tree: programs and libraries find the plug-ins relative to
+# themselves in both. Renderers have a folder of their own because the libraries
+# that they bring are large, and few programs draw.
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(TELLAR_PLUGIN_SUBDIR "tellar-plugins")
+set(TELLAR_RENDERER_SUBDIR "tellar-renderers")
 
 # What every target of ours is compiled with; never exported to users.
 add_library(tellar_build_options INTERFACE)
@@ -63,20 +66,38 @@ function(tellar_library name)
     install(DIRECTORY "${ARG_HEADERS_DIR}/" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 endfunction()
 
-# All plug-ins that come with the project: what a program that loads them waits for.
-add_custom_target(tellar_plugins)
-
-# tellar_plugin(<name> SOURCES <files...>): a loadable module in the plug-in folder.
-function(tellar_plugin name)
-    cmake_parse_arguments(ARG "" "" "SOURCES" ${ARGN})
-    add_library(${name} MODULE ${ARG_SOURCES})
+# A loadable module in a folder beside the libraries, where the system's loader
+# finds these.
+function(tellar_module name folder)
+    add_library(${name} MODULE ${ARGN})
     target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
     set_target_properties(${name} PROPERTIES
-        PREFIX "" LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib/${TELLAR_PLUGIN_SUBDIR}"
+        PREFIX "" LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib/${folder}"
         INSTALL_RPATH "$ORIGIN/..")
+    install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/${folder})
+endfunction()
+
+# All op types that come with the project: what a program that opens scenes waits for.
+add_custom_target(tellar_plugins)
+
+# tellar_plugin(<name> SOURCES <files...>): a plug-in that every program loads.
+function(tellar_plugin name)
+    cmake_parse_arguments(ARG "" "" "SOURCES" ${ARGN})
+    tellar_module(${name} ${TELLAR_PLUGIN_SUBDIR} ${ARG_SOURCES})
     add_dependencies(tellar_plugins ${name})
-    install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/${TELLAR_PLUGIN_SUBDIR})
+endfunction()
+
+# All renderers that come with the project.
+add_custom_target(tellar_renderers)
+
+# tellar_renderer_plugin(<name> SOURCES <files...>): a plug-in that draws pictures,
+# with the headers that such plug-ins see.
+function(tellar_renderer_plugin name)
+    cmake_parse_arguments(ARG "" "" "SOURCES" ${ARGN})
+    tellar_module(${name} ${TELLAR_RENDERER_SUBDIR} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE tellar_plugin_headers)
+    add_dependencies(tellar_renderers ${name})
 endfunction()
 
 # What runs under ThreadSanitizer; nothing else need be built for it.

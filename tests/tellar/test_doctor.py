@@ -5,7 +5,8 @@
 
 The environment names folders with plug-ins: TELLAR_TEST_DELEGATES has delegates,
 TELLAR_TEST_THROWING_DELEGATES one that throws, TELLAR_TEST_SECOND_LIBRARY a file that is named like
-a library of the project.
+a library of the project, TELLAR_TEST_RENDERERS a renderer. TELLAR_TEST_EXAMPLE_IS_BUILT tells
+whether the renderer "example" is part of the build.
 """
 
 import json
@@ -18,6 +19,8 @@ from tellar_test import TellarTest, main
 DELEGATES = os.environ["TELLAR_TEST_DELEGATES"]
 THROWING_DELEGATES = os.environ["TELLAR_TEST_THROWING_DELEGATES"]
 SECOND_LIBRARY = os.environ["TELLAR_TEST_SECOND_LIBRARY"]
+RENDERERS = os.environ["TELLAR_TEST_RENDERERS"]
+EXAMPLE_IS_BUILT = os.environ["TELLAR_TEST_EXAMPLE_IS_BUILT"] == "1"
 HEADINGS = ["libraries", "plug-in folders", "plug-ins", "passed over", "op types",
             "configuration files", "configuration", "environment", "resolutions"]
 
@@ -40,6 +43,13 @@ class DoctorTest(TellarTest):
     def problems(self, **environment):
         return self.ill(**environment)["problems"]
 
+    def installed_folders(self, found):
+        """Those beside the libraries; a build without renderers has no folder for them."""
+        libraries = next(Path(library["file"]).parent for library in found["libraries"]
+                         if library["name"] == "OxTellarSDK")
+        renderers = libraries / "tellar-renderers"
+        return [str(renderers)] * renderers.is_dir() + [str(libraries / "tellar-plugins")]
+
 
 class Doctor(DoctorTest):
     def test_a_sound_installation_has_no_problems(self):
@@ -59,12 +69,11 @@ class Doctor(DoctorTest):
         expected = [{"name": op["name"], "version": op["version"]}
                     for op in json.loads(self.tellar("ops", "--json"))]
         self.assertEqual(found["opTypes"], expected)
-        self.assertEqual(len(found["pluginFolders"]), 1)
         plugins = [plugin for plugin in found["plugins"] if plugin["api"] == "TellarOpType"]
         self.assertEqual(sorted(plugin["name"] for plugin in plugins),
                          [op["name"] for op in expected])
         for plugin in plugins:
-            self.assertEqual(str(Path(plugin["file"]).parent), found["pluginFolders"][0])
+            self.assertEqual(str(Path(plugin["file"]).parent), found["pluginFolders"][-1])
             self.assertEqual(plugin["apiVersion"], 1)
 
     def test_the_projects_libraries_alone_are_told_with_version_and_file(self):
@@ -99,12 +108,23 @@ class Doctor(DoctorTest):
 
     def test_plugin_folders_are_in_the_order_searched(self):
         found = self.healthy(OX_PLUGIN_PATH=f"{self.folder}:{DELEGATES}")
-        self.assertEqual(found["pluginFolders"][:2], [str(self.folder), DELEGATES])
-        self.assertEqual(len(found["pluginFolders"]), 3)
+        self.assertEqual(found["pluginFolders"],
+                         [str(self.folder), DELEGATES, *self.installed_folders(found)])
         self.assertIn({"name": "sphere", "api": "ScenegraphLocationDelegatePlugin",
                        "apiVersion": 1, "file": f"{DELEGATES}/SphereDelegatePlugin.so"},
                       found["plugins"])
         self.assertEqual(found["environment"]["OX_PLUGIN_PATH"], f"{self.folder}:{DELEGATES}")
+
+    def test_renderers_are_told_wherever_they_are(self):
+        found = self.healthy(OX_PLUGIN_PATH=RENDERERS)
+        self.assertEqual(found["pluginFolders"], [RENDERERS, *self.installed_folders(found)])
+        self.assertEqual([plugin["file"] for plugin in found["plugins"]
+                          if (plugin["api"], plugin["name"]) == ("RendererPlugin", "echo")],
+                         [f"{RENDERERS}/EchoRenderer.so"])
+        installed = {plugin["name"] for plugin in found["plugins"]
+                     if plugin["file"].startswith(found["pluginFolders"][1])}
+        if EXAMPLE_IS_BUILT:
+            self.assertIn("example", installed)
 
     def test_plugins_that_are_refused_are_problems(self):
         file = self.write("broken.so", b"no library")

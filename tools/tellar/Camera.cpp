@@ -1,14 +1,11 @@
 #include "Subcommands.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -19,6 +16,7 @@
 #include <OxTellarSDK/XFormUtil.h>
 
 #include "JsonText.h"
+#include "NumberOption.h"
 #include "NumberText.h"
 #include "Output.h"
 #include "RenderCamera.h"
@@ -69,17 +67,6 @@ struct CameraReport {
         return Imath::Matrix44<float>(
             TELLAR::GetProjectionMatrix(camera.info, resolution.aspect()));
     }
-};
-
-struct LensValue {
-    const char* name;
-    float TELLAR::CameraGeometry::*member;
-};
-
-constexpr LensValue kLensValues[] = {
-    {"fov", &CameraInfo::fov},       {"near", &CameraInfo::near},   {"far", &CameraInfo::far},
-    {"left", &CameraInfo::left},     {"right", &CameraInfo::right}, {"top", &CameraInfo::top},
-    {"bottom", &CameraInfo::bottom},
 };
 
 /// Lens and transform at a time of the scene's, in place of those nearest to time 0.
@@ -220,29 +207,12 @@ void RunCamera(const CameraOptions& options) {
     FlushOutput();
 }
 
-/// False unless all of the text is a finite number.
-bool ReadNumber(std::string_view text, float& number) {
-    const char* const end = text.data() + text.size();
-    const auto [last, error] = std::from_chars(text.data(), end, number);
-    return error == std::errc() && last == end && std::isfinite(number);
-}
-
-float FrameFromText(const std::string& text) {
-    float frame = 0;
-    if (!ReadNumber(text, frame))
-        throw CLI::ValidationError("--frame", "\"" + text + "\" is no number");
-    return frame;
-}
-
 Shutter ShutterFromText(const std::string& text) {
-    const std::size_t comma = text.find(',');
-    Shutter shutter;
-    const std::string_view whole = text;
-    if (comma == std::string::npos || !ReadNumber(whole.substr(0, comma), shutter.open) ||
-        !ReadNumber(whole.substr(comma + 1), shutter.close))
+    const auto times = ReadNumbers<float>(text);
+    if (!times || times->size() != 2)
         throw CLI::ValidationError("--shutter",
                                    "\"" + text + "\" is not OPEN,CLOSE, such as -0.25,0.25");
-    return shutter;
+    return {times->front(), times->back()};
 }
 
 } // namespace
@@ -254,12 +224,9 @@ void AddCamera(CLI::App& app) {
     camera->add_option("SCENE", options->scene, kSceneHelp)->required()->option_text(" ");
     camera->add_option("--camera", options->path, "Print those of this camera instead")
         ->option_text("PATH");
-    camera
-        ->add_option_function<std::string>(
-            "--frame", [options](const std::string& text) { options->frame = FrameFromText(text); },
-            "Interpolate lens and transform at this time; without it they are those of the "
-            "sample nearest to time 0")
-        ->option_text("N");
+    AddNumber(*camera, "--frame", options->frame,
+              "Interpolate lens and transform at this time; without it they are those of the "
+              "sample nearest to time 0");
     camera
         ->add_option_function<std::string>(
             "--shutter",

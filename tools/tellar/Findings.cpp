@@ -8,6 +8,8 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <ResolutionTableOx/ResolutionTable.h>
 
+#include "Renderers.h"
+
 namespace TellarTool {
 
 namespace {
@@ -64,6 +66,7 @@ bool IsVariable(const std::string& source) {
 }
 
 void FindPlugins(Findings& findings) {
+    AddRendererFolder();
     findings.pluginFolders = PluginManager::searchPaths();
     findings.plugins = GetPlugins();
     findings.refused = PluginManager::refused();

@@ -3,7 +3,12 @@
 
 #include <charconv>
 #include <cmath>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <system_error>
+#include <type_traits>
+#include <vector>
 
 namespace TellarTool {
 
@@ -32,6 +37,30 @@ inline std::string RoundedText(double value) {
         std::to_chars(text, text + sizeof(text), value + 0.0, std::chars_format::general, kDigits)
             .ptr;
     return {text, end};
+}
+
+/// False unless all of the text is a number that the type holds, and a finite one.
+template <typename T>
+bool ReadNumber(std::string_view text, T& number) {
+    const char* const end = text.data() + text.size();
+    const auto [last, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || last != end) return false;
+    if constexpr (std::is_floating_point_v<T>) return std::isfinite(number);
+    return true;
+}
+
+/// The numbers of "2,3,8,8"; nothing unless all of them are such.
+template <typename T>
+std::optional<std::vector<T>> ReadNumbers(std::string_view text) {
+    std::vector<T> numbers;
+    for (;;) {
+        const std::size_t comma = text.find(',');
+        T number{};
+        if (!ReadNumber(text.substr(0, comma), number)) return std::nullopt;
+        numbers.push_back(number);
+        if (comma == std::string_view::npos) return numbers;
+        text.remove_prefix(comma + 1);
+    }
 }
 
 } // namespace TellarTool

@@ -2,32 +2,49 @@
 #define TELLAR_TOOL_PROGRESS_H
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
+#include <string>
 #include <thread>
 
 #include "LocationWalk.h"
 
 namespace TellarTool {
 
-/// Tells on standard error, when that is a terminal, how many locations there were so far: on
-/// one line that is wiped away at the end. A walk of less than half a second shows nothing.
+/// Tells on standard error, when that is a terminal, how far some work is: on one line that is
+/// wiped away at the end. Work of less than half a second shows nothing.
 class Progress {
 public:
-    /// `count` must outlive it. Does nothing at all unless `isWanted`.
-    Progress(const LocationCount& count, bool isWanted);
+    /// What the line says: `step` counts how often it was shown, `seconds` since the start. Called
+    /// by a thread of its own.
+    using Line = std::function<std::string(int step, double seconds)>;
+
+    /// Does nothing at all unless `isWanted`.
+    Progress(Line line, bool isWanted);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
+    /// Writes something else to the terminal, where the line would be.
+    void interrupt(const std::function<void()>& write);
+
 private:
     void run();
+    void wipe();
 
-    const LocationCount& count;
+    const Line line;
     std::mutex lock;
     std::condition_variable ended;
-    bool isEnded = false; // guarded by lock
-    std::thread thread;   // last: it uses all of the above
+    bool isEnded = false; // guarded by lock, as is the next one
+    bool isShown = false;
+    std::thread thread; // last: it uses all of the above
 };
+
+/// How many locations there were so far. `count` must outlive the line.
+Progress::Line CountLine(const LocationCount& count);
+
+/// How much of some work is done, from 0 to 1, and what is being done.
+std::string FractionLine(double fraction, const std::string& what, double seconds);
 
 } // namespace TellarTool
 

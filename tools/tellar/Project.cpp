@@ -14,7 +14,6 @@
 #include <OxTellarProducers/RenderResolution.h>
 #include <OxTellarProducers/ScreenSpace.h>
 #include <OxTellarSDK/Attribute.h>
-#include <ResolutionTableOx/ResolutionTable.h>
 
 #include "JsonText.h"
 #include "NumberText.h"
@@ -42,8 +41,7 @@ constexpr std::size_t kBoundValues = 6;
 struct ProjectOptions {
     std::string scene;
     std::string location;
-    std::optional<std::string> camera;     // absent: the scene's
-    std::optional<std::string> resolution; // absent: the scene's
+    ChosenSettings chosen;
     bool json = false;
 };
 
@@ -76,32 +74,6 @@ struct Projection {
     std::optional<int> pixelArea;
     std::vector<std::string> notes;
 };
-
-/// The user's wishes as render settings.
-GroupAttribute SettingsFor(const ProjectOptions& options) {
-    std::vector<GroupAttribute::Child> settings;
-    if (options.camera) settings.emplace_back("cameraName", StringAttribute(*options.camera));
-    if (options.resolution)
-        settings.emplace_back("resolution", StringAttribute(*options.resolution));
-    return GroupAttribute(settings, true);
-}
-
-Scene OpenFor(const ProjectOptions& options) {
-    const Scene scene = OpenScene(options.scene);
-    const GroupAttribute settings = SettingsFor(options);
-    return settings.getNumberOfChildren() > 0 ? WithRenderSettings(scene, settings) : scene;
-}
-
-/// Of a name given by the user, the table itself tells best what is wrong with it.
-void CheckResolution(const std::string& name) {
-    const auto table = GetResolutionTable(nullptr);
-    if (!table) return; // the library tells of that
-    try {
-        table->getResolution(name);
-    } catch (const std::exception& error) {
-        throw std::runtime_error(std::string("--resolution: ") + error.what());
-    }
-}
 
 std::vector<Vector> CornersOf(const ConstSample<double>& bound) {
     std::vector<Vector> corners;
@@ -257,9 +229,9 @@ std::string JsonOf(const Projection& projection) {
 
 void RunProject(const ProjectOptions& options) {
     CheckLocationPath("--at", options.location);
-    if (options.camera) CheckLocationPath("--camera", *options.camera);
-    if (options.resolution) CheckResolution(*options.resolution);
-    const Projection projection = Project(OpenFor(options), options.location);
+    CheckChosen(options.chosen);
+    const Scene scene = WithChosen(OpenScene(options.scene), options.chosen);
+    const Projection projection = Project(scene, options.location);
     WriteOutput(options.json ? JsonOf(projection) : TextOf(projection));
     FlushOutput();
 }
@@ -274,9 +246,10 @@ void AddProject(CLI::App& app) {
     project->add_option("--at", options->location, "The location; its \"bound\" is projected")
         ->required()
         ->option_text("PATH");
-    project->add_option("--camera", options->camera, "Look through this camera instead")
+    project->add_option("--camera", options->chosen.camera, "Look through this camera instead")
         ->option_text("PATH");
-    project->add_option("--resolution", options->resolution, "For a picture of this resolution")
+    project
+        ->add_option("--resolution", options->chosen.resolution, "For a picture of this resolution")
         ->option_text("NAME");
     project->add_flag("--json", options->json, "Print a JSON object");
     project->footer(kExamples);

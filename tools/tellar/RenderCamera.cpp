@@ -12,20 +12,17 @@ namespace {
 using namespace OxAttribute;
 using TELLAR::GeometryProducer;
 
-/// What the library insists on; it does not say what it misses.
-constexpr const char* kLensNames[] = {"fov", "near", "far", "left", "right", "top", "bottom"};
-
 /// What the location lacks to be a camera; empty when it is one.
 std::string WhatIsMissing(const GeometryProducer::Ptr& location) {
     if (!location) return "there is no such location";
     const GroupAttribute geometry(location->getAttribute("geometry"));
     if (!geometry.isValid()) return "the location has no group \"geometry\"";
     std::string missing;
-    for (const char* name : kLensNames) {
-        const Attribute value = geometry.getChildByName(name);
+    for (const LensValue& lens : kLensValues) {
+        const Attribute value = geometry.getChildByName(lens.name);
         if (DoubleAttribute(value).isValid()) continue;
         if (!missing.empty()) missing += ", ";
-        missing += std::string("\"geometry.") + name +
+        missing += std::string("\"geometry.") + lens.name +
                    (value.isValid() ? "\" is no double" : "\" is missing");
     }
     return missing;

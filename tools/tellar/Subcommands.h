@@ -10,9 +10,14 @@ namespace TellarTool {
 /// Thrown when all is printed, but is not as it should be: the exit status is then 1.
 struct ProblemsFound {};
 
+/// Thrown when the user ended the work by this signal: the exit status is then 128 and its number.
+struct Stopped {
+    int signal = 0;
+};
+
 // Each adds one subcommand to the command: its options, and what it does as the callback that
 // runs when it is given. Callbacks print on standard output; they throw std::runtime_error for
-// whatever cannot be done, OutputClosed, and ProblemsFound.
+// whatever cannot be done, OutputClosed, ProblemsFound and Stopped.
 
 void AddWalk(CLI::App& app);
 void AddCamera(CLI::App& app);
@@ -20,6 +25,8 @@ void AddProject(CLI::App& app);
 void AddProcedural(CLI::App& app);
 void AddMaterial(CLI::App& app);
 void AddTextures(CLI::App& app);
+void AddRender(CLI::App& app);
+void AddStitch(CLI::App& app);
 void AddTilePath(CLI::App& app);
 void AddConvert(CLI::App& app);
 void AddOps(CLI::App& app);

@@ -9,6 +9,7 @@
 #if defined(_WIN32)
 #include <io.h>
 #else
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 #endif
@@ -21,6 +22,16 @@ bool IsTerminal(std::FILE* stream) {
 #else
     return isatty(fileno(stream)) != 0;
 #endif
+}
+
+int TerminalWidth(std::FILE* stream) {
+#if !defined(_WIN32)
+    struct winsize size {};
+    if (ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+#else
+    static_cast<void>(stream);
+#endif
+    return 80;
 }
 
 bool IsUtf8Locale() {

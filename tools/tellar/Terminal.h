@@ -11,6 +11,9 @@ namespace TellarTool {
 /// Whether the stream is a terminal that somebody looks at.
 bool IsTerminal(std::FILE* stream);
 
+/// How many columns the terminal has; 80 when it does not tell.
+int TerminalWidth(std::FILE* stream);
+
 /// Whether the user's locale shows UTF-8. Told by the environment (LC_ALL, LC_CTYPE, LANG), so
 /// that a locale that is named but not installed counts too.
 bool IsUtf8Locale();

@@ -1,6 +1,5 @@
 #include "Subcommands.h"
 
-#include <charconv>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -11,8 +10,8 @@
 #include <OxConfiguration/Configuration.h>
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarProducers/TilePath.h>
-#include <OxTellarSDK/StringUtil.h>
 
+#include "NumberText.h"
 #include "Output.h"
 #include "Process.h"
 
@@ -55,21 +54,11 @@ void RunTilePath(const TilePathOptions& options) {
 }
 
 std::vector<int> TileFromText(const std::string& text) {
-    const auto fail = [&text] {
-        throw CLI::ValidationError("--tile", "\"" + text +
-                                                 "\" is not C,R or C,R,CS,RS, such as 2,3 or "
-                                                 "2,3,8,8");
-    };
-    std::vector<int> tile;
-    for (const std::string& piece : OxStringUtil::split(text, ",")) {
-        const char* const end = piece.data() + piece.size();
-        int number = 0;
-        const auto [last, error] = std::from_chars(piece.data(), end, number);
-        if (error != std::errc() || last != end) fail();
-        tile.push_back(number);
-    }
-    if (tile.size() != 2 && tile.size() != 4) fail();
-    return tile;
+    const auto tile = ReadNumbers<int>(text);
+    if (!tile || (tile->size() != 2 && tile->size() != 4))
+        throw CLI::ValidationError(
+            "--tile", "\"" + text + "\" is not C,R or C,R,CS,RS, such as 2,3 or 2,3,8,8");
+    return *tile;
 }
 
 } // namespace

@@ -186,7 +186,7 @@ void RunWalk(const WalkOptions& options) {
     LocationCount count{0};
     const Clock::time_point walkStart = Clock::now();
     {
-        const Progress progress(count, options.quiet || !IsTerminal(stdout));
+        const Progress progress(CountLine(count), options.quiet || !IsTerminal(stdout));
         if (options.threads > 1)
             WalkTogether(start, options, *printer, count);
         else

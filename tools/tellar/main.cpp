@@ -21,10 +21,12 @@ namespace {
 
 constexpr int kProblemsFound = 1;
 constexpr int kBadInput = 2;
+constexpr int kStopped = 128; // and the number of the signal
 
 constexpr const char* kExamples = R"(Examples:
   tellar walk examples/garden.json
   tellar camera examples/garden.json
+  tellar render examples/garden.json -o garden.png
   tellar convert scene.json scene.oxop
   tellar ops Array
 "tellar walk --help" and so on tell more.)";
@@ -60,11 +62,17 @@ private:
     std::string text; // guarded by lock
 };
 
-/// What may be behind an error that does not tell: an op type that is missed may be in a
-/// plug-in that could not be loaded, and the library logs why it has no client.
+/// Whether the error is about something that a plug-in would have.
+bool IsAboutPlugins(const std::string& error) {
+    return error.find("no op type") != std::string::npos ||
+           error.find("there is no renderer") != std::string::npos;
+}
+
+/// What may be behind an error that does not tell: what is missed may be in a plug-in that could
+/// not be loaded, and the library logs why it has no client.
 std::string Explain(const std::string& error) {
     const auto refused = OxPluginManager::PluginManager::refused();
-    if (error.find("no op type") != std::string::npos && !refused.empty())
+    if (IsAboutPlugins(error) && !refused.empty())
         return error + " (plug-in passed over: " + refused.front().file + ": " +
                refused.front().reason + ")";
     const std::string logged = FirstLoggedError::getText();
@@ -87,6 +95,8 @@ int Main(int argc, char** argv) {
     AddProcedural(app);
     AddMaterial(app);
     AddTextures(app);
+    AddRender(app);
+    AddStitch(app);
     AddTilePath(app);
     AddConvert(app);
     AddOps(app);
@@ -103,6 +113,9 @@ int Main(int argc, char** argv) {
         return Fail(error.what());
     } catch (const ProblemsFound&) {
         return kProblemsFound;
+    } catch (const Stopped& stopped) {
+        WriteErrorLine("stopped; no picture was written");
+        return kStopped + stopped.signal;
     } catch (const OutputClosed&) {
         return 0;
     } catch (const std::bad_alloc&) {

@@ -24,15 +24,9 @@ std::vector<std::string> environmentFolders() {
     return OxStringUtil::split(path, std::string(1, kPathListSeparator));
 }
 
-std::string builtInFolder() {
-    const std::filesystem::path library = SharedLibrary::fileContaining(&libraryAnchor);
-    if (library.empty()) return {};
-    return (library.parent_path() / kBuiltInFolderName).string();
-}
-
 PluginRegistry& registry() {
-    static PluginRegistry* const registry =
-        new PluginRegistry(environmentFolders(), builtInFolder());
+    static PluginRegistry* const registry = new PluginRegistry(
+        environmentFolders(), PluginManager::installedFolder(kBuiltInFolderName));
     return *registry;
 }
 
@@ -75,6 +69,12 @@ void PluginManager::addSearchPath(const std::string& path) {
 
 std::vector<std::string> PluginManager::searchPaths() {
     return registry().folders();
+}
+
+std::string PluginManager::installedFolder(const std::string& name) {
+    const std::filesystem::path library = SharedLibrary::fileContaining(&libraryAnchor);
+    if (library.empty()) return {};
+    return (library.parent_path() / name).string();
 }
 
 std::vector<RefusedPlugin> PluginManager::refused() {

@@ -59,6 +59,13 @@ TEST_F(PluginManagerTest, SearchesTheEnvironmentTheAddedFoldersThenTheBuiltInOne
                             installed().lateFolder.path()));
 }
 
+TEST_F(PluginManagerTest, TellsWhatIsInstalledBesideItWithoutSearchingThere) {
+    EXPECT_EQ(PluginManager::installedFolder("tellar-renderers"),
+              TELLAR_SDK_LIBRARY_DIR "/tellar-renderers");
+    EXPECT_THAT(PluginManager::searchPaths(),
+                Not(testing::Contains(TELLAR_SDK_LIBRARY_DIR "/tellar-renderers")));
+}
+
 TEST_F(PluginManagerTest, FindsOnePluginForAllThreadsThatUseItFirst) {
     const PluginHandle cube = PluginManager::getPlugin("cube", "TestShapes", 1);
     ASSERT_NE(cube, nullptr);

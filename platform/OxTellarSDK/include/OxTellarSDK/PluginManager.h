@@ -71,6 +71,11 @@ public:
     /// added after the first query comes last.
     static std::vector<std::string> searchPaths();
 
+    /// The folder of this name beside the library that holds this class, whether or not it is
+    /// there: for addSearchPath, where plug-ins that few programs want are installed beside the
+    /// built-in ones. Empty when the system does not tell where the library is.
+    static std::string installedFolder(const std::string& name);
+
     /// What was passed over so far, in the order found.
     static std::vector<RefusedPlugin> refused();
 
