@@ -38,3 +38,6 @@ tellar walk examples/million.json --stats --quiet
 heading "The garden again, from a serialised op file"
 tellar convert examples/garden.json "$scratch/garden.oxop"
 tellar walk "$scratch/garden.oxop" --at /root/world/garden/pavilion --depth 1
+
+heading "And its picture, by a renderer that sees the scene through the C suites alone"
+tellar render examples/garden.json -o build/garden.png --resolution pal_square --samples 24

@@ -672,7 +672,9 @@ class ExamplesTest(TellarTest):
                       '   materialAssign: "/root/materials/marigold"', oak)
         root = json.loads(self.tellar("walk", garden, "--depth", 0, "--attrs", "--json"))
         self.assertEqual(root["attrs"]["renderSettings"],
-                         {"cameraName": "/root/world/cam/camera", "resolution": "square_512"})
+                         {"cameraName": "/root/world/cam/camera", "resolution": "square_512",
+                          "lantern": {"exposure": -0.4}})
+        self.assertIn("sky [light]", self.tellar("walk", garden, "--at", "/root/world/sky"))
         self.assertEqual(self.tellar("walk", garden, "--at", "/root/world/cam/camera"),
                          "/root/world/cam/camera [camera]\n")
 

@@ -1,0 +1,101 @@
+#include "drawing/CameraRays.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "drawing/Numbers.h"
+
+namespace lantern {
+namespace {
+
+constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180;
+
+bool CanBeInverted(const M44d& matrix) {
+    const double determinant = matrix.determinant();
+    return determinant != 0 && std::isfinite(determinant);
+}
+
+/// Half of what two units of the screen window are, at depth 1.
+double HalfWindow(const Camera& camera) {
+    if (camera.isOrthographic) return camera.orthographicWidth / 2.0;
+    return std::tan(camera.fov * kRadiansPerDegree / 2);
+}
+
+} // namespace
+
+M44d ProjectionOf(const Camera& camera, int width, int height) {
+    const double l = camera.left, r = camera.right, t = camera.top, b = camera.bottom;
+    const double near = camera.near, far = camera.far;
+    const double half = HalfWindow(camera);
+    M44d m(0.0);
+    m[0][0] = 2 / ((r - l) * half);
+    if (camera.isOrthographic) {
+        m[1][1] = 2 / ((t - b) * half);
+        m[2][2] = -2 / (far - near);
+        m[3][0] = (l + r) / (r - l);
+        m[3][1] = (b + t) / (t - b);
+        m[3][2] = -(near + far) / (far - near);
+        m[3][3] = 1;
+    } else {
+        m[1][1] = 2.0 * width / height / ((r - l) * half);
+        m[2][0] = (l + r) / (r - l);
+        m[2][1] = (b + t) / (t - b);
+        m[2][2] = -(near + far) / (far - near);
+        m[2][3] = -1;
+        m[3][2] = -2 * far * near / (far - near);
+    }
+    return m;
+}
+
+M44d WorldToCamera(const Camera& camera) {
+    const M44d& toWorld = camera.toWorld.front();
+    return CanBeInverted(toWorld) ? toWorld.inverse() : M44d();
+}
+
+CameraRays::CameraRays(const Camera& camera, int width, int height) : camera(camera) {
+    const double l = camera.left, r = camera.right, t = camera.top, b = camera.bottom;
+    const double half = HalfWindow(camera);
+    perX = (r - l) * half / width;
+    if (camera.isOrthographic) {
+        // Its window moves the other way than that of a perspective.
+        perY = (t - b) * half / height;
+        left = -r * half;
+        top = -b * half;
+    } else {
+        perY = perX; // square pixels
+        left = l * half;
+        top = t * perY * height / (t - b);
+    }
+}
+
+Ray CameraRays::at(double x, double y, float time) const {
+    const Imath::V3d place(left + x * perX, top - y * perY, 0);
+    const Imath::V3d axis(0, 0, -1);
+    const M44d toWorld = toWorldAt(time);
+    Imath::V3d origin, direction;
+    if (camera.isOrthographic) {
+        toWorld.multVecMatrix(place + axis * camera.near, origin);
+        toWorld.multDirMatrix(axis, direction);
+    } else {
+        toWorld.multVecMatrix((place + axis) * std::max(camera.near, 0.0f), origin);
+        toWorld.multDirMatrix(place + axis, direction);
+    }
+    // How far it is in the world to what is one unit farther along the viewing axis.
+    const double perDepth = direction.length();
+    Ray ray;
+    ray.origin = V3f(origin);
+    ray.direction = V3f(direction / perDepth);
+    ray.farthest = static_cast<float>((double(camera.far) - camera.near) * perDepth);
+    ray.time = time;
+    return ray;
+}
+
+M44d CameraRays::toWorldAt(float time) const {
+    const StepPosition at = PositionAmongSteps(camera.toWorld.size(), time);
+    const M44d& first = camera.toWorld[at.first];
+    const M44d& second = camera.toWorld[at.second];
+    const M44d matrix = first * (1.0 - at.share) + second * double(at.share);
+    return CanBeInverted(matrix) ? matrix : M44d();
+}
+
+} // namespace lantern

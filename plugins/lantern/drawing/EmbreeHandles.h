@@ -1,0 +1,44 @@
+#ifndef LANTERN_DRAWING_EMBREEHANDLES_H
+#define LANTERN_DRAWING_EMBREEHANDLES_H
+
+#include <memory>
+
+#include <embree3/rtcore.h>
+
+#include "drawing/CameraRays.h"
+#include "drawing/Numbers.h"
+
+namespace lantern {
+
+template <typename Handle, void (*Release)(Handle)>
+struct EmbreeReleaser {
+    using pointer = Handle;
+    void operator()(Handle handle) const { Release(handle); }
+};
+using EmbreeDevice = std::unique_ptr<RTCDeviceTy, EmbreeReleaser<RTCDevice, rtcReleaseDevice>>;
+using EmbreeTree = std::unique_ptr<RTCSceneTy, EmbreeReleaser<RTCScene, rtcReleaseScene>>;
+using EmbreeGeometry =
+    std::unique_ptr<RTCGeometryTy, EmbreeReleaser<RTCGeometry, rtcReleaseGeometry>>;
+
+/// Embree must be given numbers.
+inline bool IsSound(const Ray& ray) {
+    return IsFinite(ray.origin) && IsFinite(ray.direction) && ray.farthest > 0;
+}
+
+inline RTCRay ToEmbree(const Ray& ray) {
+    RTCRay result{};
+    result.org_x = ray.origin.x;
+    result.org_y = ray.origin.y;
+    result.org_z = ray.origin.z;
+    result.dir_x = ray.direction.x;
+    result.dir_y = ray.direction.y;
+    result.dir_z = ray.direction.z;
+    result.tfar = ray.farthest;
+    result.time = ray.time;
+    result.mask = ~0u;
+    return result;
+}
+
+} // namespace lantern
+
+#endif

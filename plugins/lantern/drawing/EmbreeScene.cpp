@@ -1,0 +1,284 @@
+#include "drawing/EmbreeScene.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "drawing/EmbreeHandles.h"
+#include "drawing/Numbers.h"
+#include "drawing/Sampler.h"
+
+// Every shape that is used has a scene of its own, in its own space, and there is one geometry in
+// it; the top scene has an instance for each of SceneData, of the same number. Trees are of medium
+// quality: those are the same whatever the number of threads.
+
+namespace lantern {
+namespace {
+
+constexpr float kBlocked = 1e-4f; // less light than that is none
+
+/// What the filters below know of a ray. The first member is what Embree has a pointer to.
+struct RayContext {
+    RTCIntersectContext base;
+    const Openings* openings;
+    std::uint32_t seed;
+    float transmittance;
+};
+
+RayHit ToHit(const RTCHit& hit, float distance) {
+    return {hit.instID[0], hit.primID, hit.u, hit.v, {hit.Ng_x, hit.Ng_y, hit.Ng_z}, distance};
+}
+
+float OpacityOf(const RTCFilterFunctionNArguments& args, RayHit& hit) {
+    const auto& found = *reinterpret_cast<const RTCHit*>(args.hit); // single rays: N is 1
+    const auto& ray = *reinterpret_cast<const RTCRay*>(args.ray);
+    hit = ToHit(found, ray.tfar);
+    // Both are in the shape's own space here.
+    const bool isFromInside = (V3f(ray.dir_x, ray.dir_y, ray.dir_z) ^ hit.outward) > 0;
+    return reinterpret_cast<const RayContext*>(args.context)->openings->opacity(hit, isFromInside);
+}
+
+void PassSome(const RTCFilterFunctionNArguments* args) {
+    const auto& context = *reinterpret_cast<const RayContext*>(args->context);
+    RayHit hit;
+    const float opacity = OpacityOf(*args, hit);
+    if (ToUnit(Hash(Hash(context.seed, hit.instance), hit.primitive)) >= opacity)
+        args->valid[0] = 0;
+}
+
+void PassDimmed(const RTCFilterFunctionNArguments* args) {
+    auto& context = *reinterpret_cast<RayContext*>(args->context);
+    RayHit hit;
+    context.transmittance *= 1 - OpacityOf(*args, hit);
+    if (context.transmittance > kBlocked) args->valid[0] = 0;
+}
+
+RayContext ContextOf(const Openings& openings, std::uint32_t seed) {
+    RayContext context{};
+    rtcInitIntersectContext(&context.base);
+    context.openings = &openings;
+    context.seed = seed;
+    context.transmittance = 1;
+    return context;
+}
+
+/// The steps that Embree is given of so many: no more than it takes.
+unsigned int StepsFor(std::size_t count) {
+    return static_cast<unsigned int>(std::min<std::size_t>(count, RTC_MAX_TIME_STEP_COUNT));
+}
+
+StepPosition StepAt(std::size_t count, unsigned int step) {
+    const unsigned int steps = StepsFor(count);
+    if (steps == count) return {step, step, 0};
+    return PositionAmongSteps(count, static_cast<float>(step) / static_cast<float>(steps - 1));
+}
+
+} // namespace
+
+struct EmbreeScene::Trees {
+    Trees(const SceneData& data, const Openings& openings, int threads, const Report& report);
+
+    void check() const;
+    void addInstances();
+    RTCScene shapeScene(Index shape, bool isSolid);
+    EmbreeGeometry newGeometry(RTCGeometryType type) const;
+    EmbreeGeometry meshGeometry(const Mesh& mesh) const;
+    EmbreeGeometry spheresGeometry(const Spheres& spheres) const;
+    void fillPoints(RTCGeometry geometry, const std::vector<std::vector<V3f>>& steps) const;
+    EmbreeGeometry instanceGeometry(const Instance& instance, RTCScene shape) const;
+    void commit(RTCScene scene) const;
+    EmbreeTree newScene(int flags) const;
+
+    const SceneData& data;
+    const Openings& openings;
+    const Report& report;
+    mutable std::atomic<RTCError> error{RTC_ERROR_NONE};
+    EmbreeDevice device;
+    std::vector<EmbreeTree> solid;  // by shape; null when no instance needs it
+    std::vector<EmbreeTree> opened; // the same with filters
+    EmbreeTree top;
+};
+
+EmbreeScene::Trees::Trees(const SceneData& data, const Openings& openings, int threads,
+                          const Report& report)
+    : data(data), openings(openings), report(report),
+      device(rtcNewDevice(("threads=" + std::to_string(std::max(threads, 0))).c_str())),
+      solid(data.shapes.size()), opened(data.shapes.size()) {
+    if (!device) throw RenderError("cannot start Embree");
+    rtcSetDeviceErrorFunction(
+        device.get(),
+        [](void* self, RTCError code, const char*) {
+            auto& first = static_cast<Trees*>(self)->error;
+            RTCError none = RTC_ERROR_NONE;
+            first.compare_exchange_strong(none, code);
+        },
+        this);
+    top = newScene(RTC_SCENE_FLAG_ROBUST);
+    addInstances();
+    commit(top.get());
+}
+
+/// Embree's functions cannot throw: they leave word of what went wrong.
+void EmbreeScene::Trees::check() const {
+    switch (error.load()) {
+    case RTC_ERROR_NONE:
+        return;
+    case RTC_ERROR_CANCELLED:
+        throw Cancelled{};
+    case RTC_ERROR_OUT_OF_MEMORY:
+        throw RenderError("there is not enough memory for the scene's geometry");
+    default:
+        throw RenderError("Embree cannot take the scene's geometry, error " +
+                          std::to_string(error.load()));
+    }
+}
+
+EmbreeTree EmbreeScene::Trees::newScene(int flags) const {
+    EmbreeTree scene(rtcNewScene(device.get()));
+    check();
+    rtcSetSceneFlags(scene.get(), static_cast<RTCSceneFlags>(flags));
+    return scene;
+}
+
+void EmbreeScene::Trees::commit(RTCScene scene) const {
+    report.throwIfCancelled();
+    rtcSetSceneProgressMonitorFunction(
+        scene,
+        [](void* report, double) { return !static_cast<const Report*>(report)->isCancelled(); },
+        const_cast<Report*>(&report)); // the function above makes it const again
+    rtcCommitScene(scene);
+    check();
+}
+
+void EmbreeScene::Trees::addInstances() {
+    for (std::size_t i = 0; i < data.instances.size(); ++i) {
+        const Instance& instance = data.instances[i];
+        const Shape& shape = data.shapes[instance.shape];
+        if (shape.mesh.triangles.empty() && shape.spheres.radii.empty()) continue;
+        RTCScene scene = shapeScene(instance.shape, openings.isSolid(instance));
+        const EmbreeGeometry geometry = instanceGeometry(instance, scene);
+        rtcAttachGeometryByID(top.get(), geometry.get(), static_cast<unsigned int>(i));
+        check();
+    }
+}
+
+RTCScene EmbreeScene::Trees::shapeScene(Index index, bool isSolid) {
+    EmbreeTree& scene = (isSolid ? solid : opened)[index];
+    if (scene) return scene.get();
+    const Shape& shape = data.shapes[index];
+    const EmbreeGeometry geometry =
+        shape.mesh.triangles.empty() ? spheresGeometry(shape.spheres) : meshGeometry(shape.mesh);
+    if (!isSolid) {
+        rtcSetGeometryIntersectFilterFunction(geometry.get(), PassSome);
+        rtcSetGeometryOccludedFilterFunction(geometry.get(), PassDimmed);
+    }
+    rtcCommitGeometry(geometry.get());
+    EmbreeTree made = newScene(RTC_SCENE_FLAG_ROBUST | RTC_SCENE_FLAG_COMPACT);
+    rtcAttachGeometry(made.get(), geometry.get());
+    commit(made.get());
+    scene = std::move(made);
+    return scene.get();
+}
+
+EmbreeGeometry EmbreeScene::Trees::newGeometry(RTCGeometryType type) const {
+    EmbreeGeometry geometry(rtcNewGeometry(device.get(), type));
+    check();
+    return geometry;
+}
+
+EmbreeGeometry EmbreeScene::Trees::meshGeometry(const Mesh& mesh) const {
+    EmbreeGeometry geometry = newGeometry(RTC_GEOMETRY_TYPE_TRIANGLE);
+    fillPoints(geometry.get(), mesh.points);
+    rtcSetSharedGeometryBuffer(geometry.get(), RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3,
+                               mesh.triangles.data(), 0, 3 * sizeof(Index),
+                               mesh.triangles.size() / 3);
+    check();
+    return geometry;
+}
+
+/// Copied, since Embree reads some bytes more than the last point has.
+void EmbreeScene::Trees::fillPoints(RTCGeometry geometry,
+                                    const std::vector<std::vector<V3f>>& steps) const {
+    const unsigned int count = StepsFor(steps.size());
+    rtcSetGeometryTimeStepCount(geometry, count);
+    for (unsigned int step = 0; step < count; ++step) {
+        const StepPosition at = StepAt(steps.size(), step);
+        const std::vector<V3f>& first = steps[at.first];
+        const std::vector<V3f>& second = steps[at.second];
+        auto* points = static_cast<V3f*>(rtcSetNewGeometryBuffer(
+            geometry, RTC_BUFFER_TYPE_VERTEX, step, RTC_FORMAT_FLOAT3, sizeof(V3f), first.size()));
+        check();
+        for (std::size_t i = 0; i < first.size(); ++i)
+            points[i] = Mix(first[i], second[i], at.share);
+    }
+}
+
+EmbreeGeometry EmbreeScene::Trees::spheresGeometry(const Spheres& spheres) const {
+    EmbreeGeometry geometry = newGeometry(RTC_GEOMETRY_TYPE_SPHERE_POINT);
+    const unsigned int count = StepsFor(spheres.centers.size());
+    rtcSetGeometryTimeStepCount(geometry.get(), count);
+    for (unsigned int step = 0; step < count; ++step) {
+        const StepPosition at = StepAt(spheres.centers.size(), step);
+        auto* values = static_cast<float*>(
+            rtcSetNewGeometryBuffer(geometry.get(), RTC_BUFFER_TYPE_VERTEX, step, RTC_FORMAT_FLOAT4,
+                                    4 * sizeof(float), spheres.radii.size()));
+        check();
+        for (std::size_t i = 0; i < spheres.radii.size(); ++i) {
+            const V3f center =
+                Mix(spheres.centers[at.first][i], spheres.centers[at.second][i], at.share);
+            const float value[4] = {center.x, center.y, center.z, spheres.radii[i]};
+            std::memcpy(values + 4 * i, value, sizeof value);
+        }
+    }
+    return geometry;
+}
+
+EmbreeGeometry EmbreeScene::Trees::instanceGeometry(const Instance& instance,
+                                                    RTCScene shape) const {
+    EmbreeGeometry geometry = newGeometry(RTC_GEOMETRY_TYPE_INSTANCE);
+    rtcSetGeometryInstancedScene(geometry.get(), shape);
+    const unsigned int count = StepsFor(instance.transformCount);
+    rtcSetGeometryTimeStepCount(geometry.get(), count);
+    for (unsigned int step = 0; step < count; ++step) {
+        const StepPosition at = StepAt(instance.transformCount, step);
+        const M44f& first = data.transforms[instance.firstTransform + at.first];
+        const M44f& second = data.transforms[instance.firstTransform + at.second];
+        const M44f matrix = first * (1 - at.share) + second * at.share;
+        // Rows of ours are columns of Embree's.
+        rtcSetGeometryTransform(geometry.get(), step, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR,
+                                matrix.getValue());
+    }
+    rtcCommitGeometry(geometry.get());
+    check();
+    return geometry;
+}
+
+EmbreeScene::EmbreeScene(const SceneData& scene, const Openings& openings, int threads,
+                         const Report& report)
+    : trees(std::make_unique<Trees>(scene, openings, threads, report)) {}
+
+EmbreeScene::~EmbreeScene() = default;
+
+RayHit EmbreeScene::intersect(const Ray& ray, std::uint32_t seed) const {
+    if (!IsSound(ray)) return {};
+    RayContext context = ContextOf(trees->openings, seed);
+    RTCRayHit found{};
+    found.ray = ToEmbree(ray);
+    found.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+    found.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+    rtcIntersect1(trees->top.get(), &context.base, &found);
+    if (found.hit.geomID == RTC_INVALID_GEOMETRY_ID) return {};
+    return ToHit(found.hit, found.ray.tfar);
+}
+
+float EmbreeScene::transmittance(const Ray& ray) const {
+    if (!IsSound(ray)) return 0;
+    RayContext context = ContextOf(trees->openings, 0);
+    RTCRay occluded = ToEmbree(ray);
+    rtcOccluded1(trees->top.get(), &context.base, &occluded);
+    return occluded.tfar < 0 ? 0 : context.transmittance;
+}
+
+} // namespace lantern

@@ -1,0 +1,166 @@
+#include "drawing/Microfacets.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+#include "drawing/Numbers.h"
+#include "drawing/Sampler.h"
+
+namespace lantern {
+namespace {
+
+constexpr int kCells = 16;    // of tables, along each of their sides
+constexpr int kSamples = 256; // of an entry
+
+/// Facets of these reflect `fresnel(cosine at the facet)`.
+template <typename Fresnel>
+float Albedo(float cosine, float width, Fresnel fresnel) {
+    const Facets facets(std::max(width, kMirrorWidth));
+    const V3f out(std::sqrt(std::max(0.0f, 1 - cosine * cosine)), 0, cosine);
+    double sum = 0;
+    for (int i = 0; i < kSamples; ++i) {
+        const V3f facet = facets.sample(out, Sampler(0, 0, i).pair(0));
+        const V3f in = facet * (2 * (out ^ facet)) - out;
+        if (in.z <= 0) continue;
+        sum += fresnel(out ^ facet) * facets.seen(out, in) / facets.seen(out);
+    }
+    return static_cast<float>(sum / kSamples);
+}
+
+// The sides of the tables are made so that the values change evenly: towards grazing directions
+// and small widths the entries are closer together.
+float CosineOf(int cell) {
+    const float place = float(cell) / (kCells - 1);
+    return std::max(place * place, 1e-4f);
+}
+
+float WidthOf(int cell) {
+    const float place = float(cell) / (kCells - 1);
+    return place * place;
+}
+
+float IorOf(int cell) {
+    const float place = std::min(float(cell) / (kCells - 1), 0.999f);
+    return (1 + place) / (1 - place);
+}
+
+struct Cell {
+    int index;
+    float share; // of the next one
+};
+
+Cell CellAt(float place) {
+    const float at = Clamp01(place) * (kCells - 1);
+    const int index = std::min(static_cast<int>(at), kCells - 2);
+    return {index, at - static_cast<float>(index)};
+}
+
+/// The albedo by cosine and width.
+class Table {
+public:
+    template <typename Fresnel>
+    explicit Table(Fresnel fresnel) {
+        for (int w = 0; w < kCells; ++w)
+            for (int c = 0; c < kCells; ++c)
+                entries[w][c] = Albedo(CosineOf(c), WidthOf(w), fresnel);
+    }
+    float at(const Cell& cosine, const Cell& width) const {
+        const auto& first = entries[width.index];
+        const auto& second = entries[width.index + 1];
+        const int c = cosine.index;
+        return Mix(Mix(first[c], first[c + 1], cosine.share),
+                   Mix(second[c], second[c + 1], cosine.share), width.share);
+    }
+
+private:
+    std::array<std::array<float, kCells>, kCells> entries{};
+};
+
+std::vector<Table> DielectricTables() {
+    std::vector<Table> tables;
+    for (int i = 0; i < kCells; ++i)
+        tables.emplace_back([i](float cosine) { return FresnelDielectric(cosine, IorOf(i)); });
+    return tables;
+}
+
+float Tan2(const V3f& direction) {
+    return (direction.x * direction.x + direction.y * direction.y) / (direction.z * direction.z);
+}
+
+} // namespace
+
+V3f Facets::sample(const V3f& out, const V2f& u) const {
+    const V3f stretched = Normalized({width * out.x, width * out.y, out.z}, V3f(0, 0, 1));
+    const float across = stretched.x * stretched.x + stretched.y * stretched.y;
+    const V3f x = across > 0 ? V3f(-stretched.y, stretched.x, 0) / std::sqrt(across) : V3f(1, 0, 0);
+    const V3f y = stretched % x;
+    // A point of the disc that the half ball looks like from there.
+    const float r = std::sqrt(u.x);
+    const float phi = 2 * kPi * u.y;
+    const float a = r * std::cos(phi);
+    const float s = 0.5f * (1 + stretched.z);
+    const float b = Mix(std::sqrt(std::max(0.0f, 1 - a * a)), r * std::sin(phi), s);
+    const V3f n = x * a + y * b + stretched * std::sqrt(std::max(0.0f, 1 - a * a - b * b));
+    return Normalized({width * n.x, width * n.y, std::max(1e-6f, n.z)}, V3f(0, 0, 1));
+}
+
+float Facets::pdf(const V3f& out, const V3f& facet) const {
+    if (out.z <= 0) return 0;
+    return seen(out) * std::max(0.0f, out ^ facet) * density(facet) / out.z;
+}
+
+float Facets::density(const V3f& facet) const {
+    if (facet.z <= 0) return 0;
+    const float a2 = width * width;
+    const float across = facet.x * facet.x + facet.y * facet.y;
+    const float slope = across / a2 + facet.z * facet.z;
+    return 1 / (kPi * a2 * slope * slope);
+}
+
+float Facets::hidden(const V3f& direction) const {
+    if (direction.z == 0) return 1e12f;
+    return 0.5f * (std::sqrt(1 + width * width * Tan2(direction)) - 1);
+}
+
+float Facets::seen(const V3f& out, const V3f& in) const {
+    return 1 / (1 + hidden(out) + hidden(in));
+}
+
+float Facets::seen(const V3f& out) const {
+    return 1 / (1 + hidden(out));
+}
+
+float FresnelDielectric(float cosine, float ior) {
+    const float c = Clamp01(cosine);
+    const float g2 = ior * ior - 1 + c * c;
+    if (g2 <= 0) return ior == 1 ? 0 : 1; // total reflection
+    const float g = std::sqrt(g2);
+    const float a = (g - c) / (g + c);
+    const float b = (c * (g + c) - 1) / (c * (g - c) + 1);
+    return Clamp01(0.5f * a * a * (1 + b * b));
+}
+
+Color FresnelMetal(float cosine, const Color& facing) {
+    const float rest = 1 - Clamp01(cosine);
+    const float squared = rest * rest;
+    return Mix(facing, Color(1, 1, 1), squared * squared * rest);
+}
+
+float AlbedoOfMirrors(float cosine, float width) {
+    static const Table table([](float) { return 1.0f; });
+    return table.at(CellAt(std::sqrt(Clamp01(cosine))), CellAt(std::sqrt(Clamp01(width))));
+}
+
+float AlbedoOfDielectric(float cosine, float width, float ior) {
+    if (Facets(width).isMirror()) return FresnelDielectric(cosine, ior);
+    static const std::vector<Table> tables = DielectricTables();
+    const Cell byIor = CellAt((ior - 1) / (ior + 1));
+    const Cell byCosine = CellAt(std::sqrt(Clamp01(cosine)));
+    const Cell byWidth = CellAt(std::sqrt(Clamp01(width)));
+    return Mix(tables[byIor.index].at(byCosine, byWidth),
+               tables[byIor.index + 1].at(byCosine, byWidth), byIor.share);
+}
+
+} // namespace lantern

@@ -1,0 +1,88 @@
+#ifndef LANTERN_DRAWING_SAMPLER_H
+#define LANTERN_DRAWING_SAMPLER_H
+
+#include <algorithm>
+#include <cstdint>
+
+#include "SceneData.h"
+
+/// Where the paths of a pixel go: numbers from 0 to 1 that fill squares evenly, and depend on
+/// nothing but the pixel, the number of the path and what they are for.
+namespace lantern {
+
+/// The output function RXS-M-XS of O'Neill, "PCG: A Family of Simple Fast Space-Efficient
+/// Statistically Good Algorithms for Random Number Generation", 2014.
+inline std::uint32_t Hash(std::uint32_t value) {
+    const std::uint32_t state = value * 747796405u + 2891336453u;
+    const std::uint32_t word = ((state >> ((state >> 28u) + 4u)) ^ state) * 277803737u;
+    return (word >> 22u) ^ word;
+}
+
+inline std::uint32_t Hash(std::uint32_t a, std::uint32_t b) {
+    return Hash(Hash(a) + b);
+}
+
+/// From 0 to just below 1.
+inline float ToUnit(std::uint32_t bits) {
+    return static_cast<float>(bits >> 8) * 0x1p-24f;
+}
+
+inline std::uint32_t ReverseBits(std::uint32_t x) {
+    x = (x << 16) | (x >> 16);
+    x = ((x & 0x00ff00ffu) << 8) | ((x & 0xff00ff00u) >> 8);
+    x = ((x & 0x0f0f0f0fu) << 4) | ((x & 0xf0f0f0f0u) >> 4);
+    x = ((x & 0x33333333u) << 2) | ((x & 0xccccccccu) >> 2);
+    return ((x & 0x55555555u) << 1) | ((x & 0xaaaaaaaau) >> 1);
+}
+
+/// Owen's scrambling of a number whose bits are reversed: each bit is flipped depending on those
+/// below it. Burley, "Practical Hash-based Owen Scrambling", JCGT 2020.
+inline std::uint32_t ScrambleReversed(std::uint32_t x, std::uint32_t seed) {
+    x += seed;
+    x ^= x * 0x6c50b47cu;
+    x ^= x * 0xb82f1e52u;
+    x ^= x * 0xc7afe638u;
+    x ^= x * 0x8d22f6e6u;
+    return x;
+}
+
+/// The second dimension of Sobol's sequence, bits reversed. Its direction numbers are the rows of
+/// Pascal's triangle modulo 2, where C(n, k) is odd when all bits of k are in n (Lucas): a bit of
+/// the result is the sum of those whose place has all bits of its own place.
+inline std::uint32_t SecondSobolReversed(std::uint32_t index) {
+    index ^= (index >> 1) & 0x55555555u;
+    index ^= (index >> 2) & 0x33333333u;
+    index ^= (index >> 4) & 0x0f0f0f0fu;
+    index ^= (index >> 8) & 0x00ff00ffu;
+    return index ^ (index >> 16);
+}
+
+/// The numbers of one path.
+class Sampler {
+public:
+    Sampler(int x, int y, int path)
+        : seed(Hash(Hash(static_cast<std::uint32_t>(x)), static_cast<std::uint32_t>(y))),
+          reversedPath(ReverseBits(static_cast<std::uint32_t>(path))) {}
+
+    /// Another pair for each purpose; those of the paths of one pixel are spread evenly.
+    V2f pair(std::uint32_t purpose) const {
+        const std::uint32_t own = Hash(seed, purpose);
+        const std::uint32_t index = ReverseBits(ScrambleReversed(reversedPath, own));
+        const std::uint32_t x = ReverseBits(ScrambleReversed(index, Hash(own, 1)));
+        const std::uint32_t second = SecondSobolReversed(index);
+        return {ToUnit(x), ToUnit(ReverseBits(ScrambleReversed(second, Hash(own, 2))))};
+    }
+
+    /// For what needs no even spread.
+    std::uint32_t bits(std::uint32_t purpose) const {
+        return Hash(Hash(seed, purpose), reversedPath);
+    }
+
+private:
+    std::uint32_t seed;
+    std::uint32_t reversedPath;
+};
+
+} // namespace lantern
+
+#endif

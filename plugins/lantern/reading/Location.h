@@ -1,0 +1,53 @@
+#ifndef LANTERN_READING_LOCATION_H
+#define LANTERN_READING_LOCATION_H
+
+#include <string>
+
+#include "reading/Attribute.h"
+#include "reading/Suites.h"
+
+namespace lantern {
+
+/// A location of the scene, kept as long as this lives; it may be none. Any number of threads may
+/// ask one.
+class Location {
+public:
+    Location() = default;
+    /// Of a handle that carries a reference already, or null.
+    static Location owning(const Suites& suites, OxSgIteratorStruct* handle);
+    /// Of one that carries none yet, or that somebody else keeps.
+    static Location retaining(const Suites& suites, OxSgIteratorStruct* handle);
+    Location(const Location& other);
+    Location(Location&& other) noexcept;
+    Location& operator=(Location other) noexcept;
+    ~Location();
+
+    explicit operator bool() const { return handle != nullptr; }
+    OxSgIteratorStruct* get() const { return handle; }
+
+    Location firstChild() const;
+    Location nextSibling() const;
+    Location parent() const;
+    Location childByName(const char* name) const;
+    Location byPath(const std::string& path) const;
+
+    std::string name() const;
+    std::string path() const;
+    /// All of them.
+    Attribute attributes() const;
+    /// By dotted path.
+    Attribute attribute(const char* name) const;
+    Attribute potentialChildren() const;
+    Attribute transformsFromTheRoot() const;
+
+private:
+    Location(const Suites& suites, OxSgIteratorStruct* handle) : suites(&suites), handle(handle) {}
+    Attribute owned(OxAttributeStruct* attribute) const;
+
+    const Suites* suites = nullptr;
+    OxSgIteratorStruct* handle = nullptr;
+};
+
+} // namespace lantern
+
+#endif

@@ -1,0 +1,61 @@
+#ifndef LANTERN_READING_MATERIALCHAIN_H
+#define LANTERN_READING_MATERIALCHAIN_H
+
+#include <atomic>
+#include <utility>
+
+#include <boost/intrusive_ptr.hpp>
+
+#include "reading/Attribute.h"
+
+namespace lantern {
+
+/// The material of a location and those above it; shared by all that inherit them, never changed.
+class MaterialChain {
+public:
+    using Ptr = boost::intrusive_ptr<MaterialChain>;
+
+    static Ptr make(Attribute own, Ptr above) {
+        return Ptr(new MaterialChain(std::move(own), std::move(above)));
+    }
+    MaterialChain(const MaterialChain&) = delete;
+    MaterialChain& operator=(const MaterialChain&) = delete;
+
+    /// The location's own.
+    const Attribute& material() const { return own; }
+    /// Null at the end.
+    const MaterialChain* above() const { return next.get(); }
+    /// Of all.
+    const Hash& hash() const { return hashOfAll; }
+
+    friend void intrusive_ptr_add_ref(MaterialChain* chain) {
+        chain->count.fetch_add(1, std::memory_order_relaxed);
+    }
+    /// Links that nobody else holds go one by one: scenes may be deeper than the stack.
+    friend void intrusive_ptr_release(MaterialChain* chain) {
+        while (chain && chain->count.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+            MaterialChain* const above = chain->next.detach();
+            delete chain;
+            chain = above;
+        }
+    }
+
+private:
+    MaterialChain(Attribute ownMaterial, Ptr above)
+        : own(std::move(ownMaterial)), next(std::move(above)),
+          hashOfAll((next ? next->hashOfAll : Hash()).with(own.hash())) {}
+    ~MaterialChain() = default;
+
+    Attribute own;
+    Ptr next;
+    Hash hashOfAll;
+    std::atomic<int> count{0};
+};
+
+inline Hash HashOf(const MaterialChain::Ptr& chain) {
+    return chain ? chain->hash() : Hash();
+}
+
+} // namespace lantern
+
+#endif

@@ -1,0 +1,97 @@
+#include "reading/ReadScene.h"
+
+#include <algorithm>
+#include <exception>
+#include <new>
+#include <string>
+#include <thread>
+
+#include "reading/Settings.h"
+#include "reading/Walk.h"
+
+namespace lantern {
+
+namespace {
+
+constexpr int kMostThreads = 256;
+
+int CountThreads(const ReadOptions& options) {
+    const int wanted = options.threads > 0 ? options.threads
+                                           : static_cast<int>(std::thread::hardware_concurrency());
+    return std::clamp(wanted, 1, kMostThreads);
+}
+
+/// They are kept by path, and paths of an earlier scene may be those of this one.
+class FlattenedMaterialsOfThisScene {
+public:
+    explicit FlattenedMaterialsOfThisScene(const Suites& suites) : suites(suites) {
+        suites.utils().emptyFlattenedMaterialCache();
+    }
+    ~FlattenedMaterialsOfThisScene() { suites.utils().emptyFlattenedMaterialCache(); }
+    FlattenedMaterialsOfThisScene(const FlattenedMaterialsOfThisScene&) = delete;
+    FlattenedMaterialsOfThisScene& operator=(const FlattenedMaterialsOfThisScene&) = delete;
+
+private:
+    const Suites& suites;
+};
+
+bool Shines(const Material& material) {
+    return material.emission != Color(0) || material.emissionTexture != kNone;
+}
+
+/// A picture of nothing but shadow helps nobody.
+void LightIfDark(SceneData& scene, Report& report) {
+    const bool isLit = !scene.lights.empty() ||
+                       std::any_of(scene.materials.begin(), scene.materials.end(), Shines);
+    if (isLit) return;
+    report.info("nothing in the scene shines: it is lit evenly from all around");
+    Light sky;
+    sky.kind = Light::Kind::Environment;
+    scene.lights.push_back(sky);
+}
+
+SceneData Read(const Suites& suites, const Location& root, const ReadOptions& options,
+               Report& report) {
+    const Shutter shutter = ReadShutter(root, options.frame);
+    const Framing framing = ReadFraming(suites, root);
+    const Quality quality = ReadQuality(root);
+    const Camera camera = ReadCamera(suites, root, shutter);
+
+    report.progress(0, "reading the scene");
+    const FlattenedMaterialsOfThisScene flattened(suites);
+    const Delegates delegates(suites);
+    Warnings warnings(report);
+    Shapes shapes(suites, shutter, warnings);
+    Surfaces surfaces(suites, warnings);
+    SceneParts parts;
+    WalkScene(root, CountThreads(options),
+              {suites, shutter, delegates, shapes, surfaces, parts, warnings, report});
+    report.throwIfCancelled();
+
+    SceneData scene = parts.join(shapes.take(), surfaces.take());
+    warnings.tellTheRest();
+    scene.camera = camera;
+    scene.framing = framing;
+    scene.quality = quality;
+    LightIfDark(scene, report);
+    return scene;
+}
+
+} // namespace
+
+SceneData ReadScene(const OxPluginHost& host, OxSgIteratorStruct* root, const ReadOptions& options,
+                    Report& report) {
+    const Suites suites(host);
+    if (!root) throw RenderError("there is no scene to read");
+    try {
+        return Read(suites, Location::retaining(suites, root), options, report);
+    } catch (const RenderError&) {
+        throw;
+    } catch (const std::bad_alloc&) {
+        throw RenderError("there is not enough memory for the scene");
+    } catch (const std::exception& error) {
+        throw RenderError(std::string("the scene cannot be read: ") + error.what());
+    }
+}
+
+} // namespace lantern

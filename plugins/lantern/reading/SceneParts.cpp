@@ -1,0 +1,149 @@
+#include "reading/SceneParts.h"
+
+#include <cmath>
+#include <map>
+#include <string>
+
+#include "Report.h"
+
+namespace lantern {
+
+namespace {
+
+/// Gives numbers in the order of first use.
+class Numbers {
+public:
+    explicit Numbers(std::size_t count) : known(count, kNone) {}
+
+    /// Calls isNew() before it gives the next number.
+    template <typename IsNew>
+    Index of(Index old, IsNew isNew) {
+        if (known[old] == kNone) {
+            isNew();
+            known[old] = used++;
+        }
+        return known[old];
+    }
+
+private:
+    std::vector<Index> known;
+    Index used = 0;
+};
+
+/// Moves what instances use into the scene.
+class Joiner {
+public:
+    Joiner(SceneData& scene, std::deque<Shape> shapes, Surfaces::All surfaces)
+        : scene(scene), shapes(std::move(shapes)), surfaces(std::move(surfaces)),
+          shapeNumbers(this->shapes.size()), surfaceNumbers(this->surfaces.surfaces.size()),
+          materialNumbers(this->surfaces.materials.size()) {
+        materialOf(0);
+    }
+
+    Index shapeOf(Index old) {
+        return shapeNumbers.of(old, [&] { scene.shapes.push_back(std::move(shapes[old])); });
+    }
+
+    Index surfaceOf(Index old) {
+        return surfaceNumbers.of(old, [&] {
+            Surface surface = std::move(surfaces.surfaces[old]);
+            surface.material = materialOf(surface.material);
+            for (Index& material : surface.faceMaterials)
+                if (material != kNone) material = materialOf(material);
+            scene.surfaces.push_back(std::move(surface));
+        });
+    }
+
+    Index textureOf(const Texture& texture) {
+        const auto [entry, isNew] =
+            textureNumbers.try_emplace(KeyOf(texture), static_cast<Index>(scene.textures.size()));
+        if (isNew) scene.textures.push_back(texture);
+        return entry->second;
+    }
+
+private:
+    Index materialOf(Index old) {
+        return materialNumbers.of(old, [&] {
+            const MaterialDraft& draft = surfaces.materials[old];
+            Material material = draft.values;
+            for (int i = 0; i < MaterialDraft::kSlots; ++i)
+                if (draft.textures[i])
+                    material.*MaterialDraft::slots[i].index = textureOf(*draft.textures[i]);
+            scene.materials.push_back(std::move(material));
+        });
+    }
+
+    SceneData& scene;
+    std::deque<Shape> shapes;
+    Surfaces::All surfaces;
+    Numbers shapeNumbers;
+    Numbers surfaceNumbers;
+    Numbers materialNumbers;
+    std::map<std::string, Index> textureNumbers;
+};
+
+bool IsFinite(const M44f& matrix) {
+    const float* const values = matrix.getValue();
+    return std::all_of(values, values + 16, [](float value) { return std::isfinite(value); });
+}
+
+} // namespace
+
+bool ScenePart::addInstance(Index shape, Index surface, const Transform& transform) {
+    M44f steps[kFinestSteps];
+    for (int step = 0; step < transform.steps; ++step) {
+        steps[step] = M44f(transform.at(step));
+        if (!IsFinite(steps[step])) return false;
+    }
+    Instance instance;
+    instance.shape = shape;
+    instance.surface = surface;
+    instance.firstTransform = static_cast<Index>(transforms.size());
+    instance.transformCount = static_cast<Index>(transform.steps);
+    for (int step = 0; step < transform.steps; ++step)
+        transforms.add(steps[step]);
+    instances.add(instance);
+    return true;
+}
+
+SceneParts::Part SceneParts::insertAfter(Part part) {
+    const std::lock_guard<std::mutex> guard(lock);
+    return parts.emplace(std::next(part));
+}
+
+SceneData SceneParts::join(std::deque<Shape> shapes, Surfaces::All surfaces) {
+    SceneData scene;
+    std::size_t transformCount = 0;
+    std::size_t instanceCount = 0;
+    for (const ScenePart& part : parts) {
+        transformCount += part.transforms.size();
+        instanceCount += part.instances.size();
+    }
+    if (transformCount >= kNone)
+        throw RenderError("the scene has " + std::to_string(instanceCount) +
+                          " shapes, which are too many");
+    scene.transforms.reserve(transformCount);
+    scene.instances.reserve(instanceCount);
+    Joiner joiner(scene, std::move(shapes), std::move(surfaces));
+    for (ScenePart& part : parts) {
+        const auto first = static_cast<Index>(scene.transforms.size());
+        part.transforms.drain([&](const M44f& matrix) { scene.transforms.push_back(matrix); });
+        part.instances.drain([&](Instance instance) {
+            instance.firstTransform += first;
+            instance.shape = joiner.shapeOf(instance.shape);
+            instance.surface = joiner.surfaceOf(instance.surface);
+            scene.instances.push_back(instance);
+        });
+        for (LightDraft& light : part.lights) {
+            if (!light.textureFile.empty()) {
+                Texture texture;
+                texture.file = light.textureFile;
+                light.values.texture = joiner.textureOf(texture);
+            }
+            scene.lights.push_back(light.values);
+        }
+    }
+    return scene;
+}
+
+} // namespace lantern

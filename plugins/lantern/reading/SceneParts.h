@@ -1,0 +1,90 @@
+#ifndef LANTERN_READING_SCENEPARTS_H
+#define LANTERN_READING_SCENEPARTS_H
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <list>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "SceneData.h"
+#include "reading/ReadLight.h"
+#include "reading/Shapes.h"
+#include "reading/Surfaces.h"
+#include "reading/Transform.h"
+
+namespace lantern {
+
+/// A list that grows without moving what it holds, and gives memory back while it is emptied.
+template <typename Value>
+class Pieces {
+public:
+    void add(const Value& value) {
+        if (pieces.empty() || pieces.back().size() == pieces.back().capacity()) addPiece();
+        pieces.back().push_back(value);
+        ++count;
+    }
+
+    std::size_t size() const { return count; }
+
+    template <typename Use>
+    void drain(Use use) {
+        for (std::vector<Value>& piece : pieces) {
+            for (const Value& value : piece)
+                use(value);
+            std::vector<Value>().swap(piece);
+        }
+        pieces.clear();
+        count = 0;
+    }
+
+private:
+    void addPiece() {
+        constexpr std::size_t kFirst = 16;
+        constexpr std::size_t kLargest = 8192;
+        const std::size_t next = pieces.empty() ? kFirst : pieces.back().capacity() * 2;
+        pieces.emplace_back().reserve(std::min(next, kLargest));
+    }
+
+    std::vector<std::vector<Value>> pieces;
+    std::size_t count = 0;
+};
+
+/// What one thread found in a row, in the scene's order. For one thread at a time.
+class ScenePart {
+public:
+    /// False when its transform is not finite.
+    bool addInstance(Index shape, Index surface, const Transform& transform);
+    void addLight(LightDraft light) { lights.push_back(std::move(light)); }
+
+private:
+    friend class SceneParts;
+
+    Pieces<M44f> transforms;
+    Pieces<Instance> instances; ///< their transforms are this part's
+    std::vector<LightDraft> lights;
+};
+
+/// The parts in the scene's order. Any number of threads may insert.
+class SceneParts {
+public:
+    using Part = std::list<ScenePart>::iterator;
+
+    Part first() { return parts.begin(); }
+    /// A new one right after this one.
+    Part insertAfter(Part part);
+
+    /// Puts all together and numbers shapes, surfaces, materials and textures in the order of their
+    /// first use; those without any use are left out, but for the first material.
+    SceneData join(std::deque<Shape> shapes, Surfaces::All surfaces);
+
+private:
+    std::mutex lock; // guards the list, not what is in it
+    std::list<ScenePart> parts{1};
+};
+
+} // namespace lantern
+
+#endif

@@ -1,0 +1,27 @@
+#ifndef LANTERN_READING_SETTINGS_H
+#define LANTERN_READING_SETTINGS_H
+
+#include "SceneData.h"
+#include "reading/Location.h"
+#include "reading/Shutter.h"
+
+namespace lantern {
+
+/// What the root's "renderSettings" say. All throw RenderError naming a setting that is not sound.
+
+/// "shutterOpen" and "shutterClose", relative to the frame.
+Shutter ReadShutter(const Location& root, float frame);
+
+/// "resolution", "cropWindow" (x min, x max, y min, y max as fractions of the picture, y from the
+/// top) and "tileRender" (column, row, columns, rows; row 0 at the top).
+Framing ReadFraming(const Suites& suites, const Location& root);
+
+/// "lantern.samples", "lantern.maxDepth", "lantern.exposure" and "lantern.clampIndirect".
+Quality ReadQuality(const Location& root);
+
+/// The one at "cameraName".
+Camera ReadCamera(const Suites& suites, const Location& root, const Shutter& shutter);
+
+} // namespace lantern
+
+#endif

@@ -1,0 +1,58 @@
+#ifndef LANTERN_READING_SHADINGNETWORK_H
+#define LANTERN_READING_SHADINGNETWORK_H
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "reading/Attribute.h"
+#include "reading/Suites.h"
+
+namespace lantern {
+
+/// What feeds an input of a node.
+struct ShadingConnection {
+    std::string node;
+    std::string port;
+};
+
+/// A node of a material: its values and what feeds its inputs. Copies share one node. For one
+/// thread at a time.
+class ShadingNode {
+public:
+    /// Takes over the handle's reference.
+    ShadingNode(const Suites& suites, OxShadingStruct* node);
+    /// The shader of a legacy material, which nothing feeds.
+    ShadingNode(std::string type, Attribute parameters);
+
+    const std::string& type() const { return typeName; }
+    Attribute parameter(const std::string& name) const;
+    std::optional<ShadingConnection> connection(const std::string& name) const;
+    /// Whether single components of the input are fed.
+    bool hasConnectionsOfComponents(const std::string& name) const;
+
+private:
+    const Suites* suites = nullptr;
+    std::shared_ptr<OxShadingStruct> node;
+    std::string typeName;
+    Attribute legacyParameters;
+};
+
+/// The nodes of a material that was made one with those above.
+class ShadingNetwork {
+public:
+    ShadingNetwork(const Suites& suites, const Attribute& material);
+
+    /// Nothing when the material has no surface.
+    std::optional<ShadingNode> surface() const;
+    std::optional<ShadingNode> find(const std::string& name) const;
+
+private:
+    const Suites& suites;
+    Attribute material;
+    std::shared_ptr<OxShadingNodeMapStruct> nodes; ///< null for a legacy material
+};
+
+} // namespace lantern
+
+#endif

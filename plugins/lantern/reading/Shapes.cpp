@@ -1,0 +1,58 @@
+#include "reading/Shapes.h"
+
+#include <utility>
+
+#include "reading/ReadMesh.h"
+
+namespace lantern {
+
+namespace {
+
+std::optional<Shape> ReadShape(Kind kind, const ShapeReader& reader, const Attribute& geometry) {
+    Shape shape;
+    if (kind == Kind::Mesh || kind == Kind::SubdivisionMesh) {
+        std::optional<Mesh> mesh = ReadMesh(reader, geometry);
+        if (!mesh) return {};
+        shape.mesh = std::move(*mesh);
+    } else {
+        std::optional<Spheres> spheres =
+            kind == Kind::Sphere ? ReadSphere(reader, geometry) : ReadPoints(reader, geometry);
+        if (!spheres) return {};
+        shape.spheres = std::move(*spheres);
+    }
+    return shape;
+}
+
+} // namespace
+
+Index Shapes::find(Kind kind, const Attribute& geometry, const Place& place) {
+    const Hash ofKind{{static_cast<std::uint64_t>(kind), 0}};
+    const std::shared_ptr<Entry> entry = entryOf(geometry.hash().with(ofKind));
+    const std::lock_guard<std::mutex> guard(entry->lock);
+    if (!entry->isRead) {
+        entry->shape = read(kind, geometry, place);
+        entry->isRead = true;
+    }
+    return entry->shape;
+}
+
+std::shared_ptr<Shapes::Entry> Shapes::entryOf(const Hash& key) {
+    Shard& shard = shards[key.words[1] % shards.size()];
+    const std::lock_guard<std::mutex> guard(shard.lock);
+    std::shared_ptr<Entry>& entry = shard.entries[key];
+    if (!entry) entry = std::make_shared<Entry>();
+    return entry;
+}
+
+Index Shapes::read(Kind kind, const Attribute& geometry, const Place& place) {
+    const ShapeReader reader{suites, shutter,
+                             [&](const std::string& what) { warnings.warn(place.path(), what); }};
+    if (kind == Kind::SubdivisionMesh) reader.warn("subdivision surfaces are drawn as their cages");
+    std::optional<Shape> shape = ReadShape(kind, reader, geometry);
+    if (!shape) return kNone;
+    const std::lock_guard<std::mutex> guard(lock);
+    shapes.push_back(std::move(*shape));
+    return static_cast<Index>(shapes.size() - 1);
+}
+
+} // namespace lantern

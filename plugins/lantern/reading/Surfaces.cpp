@@ -1,0 +1,206 @@
+#include "reading/Surfaces.h"
+
+#include <algorithm>
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "reading/FlattenMaterial.h"
+
+namespace lantern {
+
+namespace {
+
+/// A location's texture of one name.
+struct NamedTexture {
+    std::vector<std::string> files;
+    std::vector<std::int32_t> ofFace; ///< for each face the number of its file; empty: the first
+};
+using NamedTextures = std::map<std::string, NamedTexture>;
+
+NamedTextures ReadNamedTextures(const Suites& suites, const Attribute& textures) {
+    NamedTextures named;
+    if (!textures.isGroup()) return named;
+    const Attribute converted = Attribute::owning(
+        suites.attributes(), suites.utils().convertTexturesToArbitraryAttr(textures.get()));
+    for (std::int64_t i = 0; i < converted.childCount(); ++i) {
+        const Attribute entry = converted.childAt(i);
+        const bool isByFace = entry.child("scope").isTextEqual("face");
+        const Attribute maps = entry.child(isByFace ? "indexedValue" : "value");
+        NamedTexture texture;
+        for (std::int64_t map = 0; map < maps.count(); ++map)
+            if (const char* const file = maps.textAt(map)) texture.files.emplace_back(file);
+        if (isByFace) texture.ofFace = entry.child("index").ints();
+        if (!texture.files.empty()) named.emplace(converted.childName(i), std::move(texture));
+    }
+    return named;
+}
+
+std::string WithoutPlace(const std::string& nodeName) {
+    return nodeName.substr(0, nodeName.rfind(':'));
+}
+
+/// Makes the materials of one network, one for each choice of files that faces make.
+class MaterialMaker {
+public:
+    MaterialMaker(const Suites& suites, const Attribute& material, const NamedTextures& textures,
+                  std::function<void(const std::string&)> warn)
+        : network(suites, material), name(nameOf(material)), textures(textures),
+          warn(std::move(warn)) {
+        // A material for displacements or lights alone is none for surfaces.
+        hasSurface = !name.empty();
+        if (hasSurface) base = readWith(std::nullopt);
+    }
+
+    /// Nothing for a material without a surface.
+    std::optional<MaterialDraft> ofAll() const {
+        return hasSurface ? std::optional<MaterialDraft>(base) : std::nullopt;
+    }
+    bool dependsOnFaces() const { return !namesByFace.empty(); }
+    /// Which file of each texture by face a face takes: equal for faces of equal materials. Empty
+    /// when one of them has none for it.
+    std::vector<std::int32_t> choiceOf(std::size_t face) const;
+    MaterialDraft ofFace(std::size_t face) { return readWith(face); }
+
+private:
+    static std::string nameOf(const Attribute& material) {
+        const Attribute node = material.child("terminals.surface");
+        return node.isText() ? WithoutPlace(node.text()) : material.child("surfaceShader").text();
+    }
+
+    MaterialDraft readWith(std::optional<std::size_t> face) {
+        const auto fileOf = [&](const std::string& texture) { return fileFor(texture, face); };
+        const auto tell = face ? [](const std::string&) {} : warn;
+        return ReadMaterial(network, name, fileOf, tell);
+    }
+
+    std::optional<std::string> fileFor(const std::string& texture,
+                                       std::optional<std::size_t> face) {
+        const auto found = textures.find(texture);
+        if (found == textures.end()) return {};
+        const NamedTexture& named = found->second;
+        if (named.ofFace.empty()) return named.files[0];
+        namesByFace.insert(texture);
+        const std::size_t file =
+            face ? static_cast<std::size_t>(named.ofFace[*face]) : std::size_t(0);
+        return named.files[file];
+    }
+
+    ShadingNetwork network;
+    std::string name;
+    const NamedTextures& textures;
+    std::function<void(const std::string&)> warn;
+    bool hasSurface = false;
+    MaterialDraft base;
+    std::set<std::string> namesByFace; // textures of the material that differ by face
+};
+
+std::vector<std::int32_t> MaterialMaker::choiceOf(std::size_t face) const {
+    std::vector<std::int32_t> choice;
+    for (const std::string& texture : namesByFace) {
+        const NamedTexture& named = textures.at(texture);
+        const std::int32_t file = face < named.ofFace.size() ? named.ofFace[face] : -1;
+        if (file < 0 || static_cast<std::size_t>(file) >= named.files.size()) return {};
+        choice.push_back(file);
+    }
+    return choice;
+}
+
+} // namespace
+
+Hash SurfaceQuestion::hash() const {
+    Hash hash = HashOf(materials).with(textures.hash());
+    const bool countMatters = textures || !faceSets.empty();
+    if (countMatters) hash = hash.with(Hash{{faceCount, 1}});
+    for (const FaceSet& set : faceSets)
+        hash = hash.with(HashOf(set.materials)).with(set.faces.hash());
+    return hash;
+}
+
+Surfaces::Surfaces(const Suites& suites, Warnings& warnings) : suites(suites), warnings(warnings) {
+    MaterialDraft standard;
+    standard.values.name = "default";
+    add(standard);
+}
+
+Index Surfaces::find(const SurfaceQuestion& question) {
+    const Hash key = question.hash();
+    Shard& shard = shards[key.words[1] % shards.size()];
+    const std::lock_guard<std::mutex> guard(shard.lock);
+    const auto found = shard.numbers.find(key);
+    if (found != shard.numbers.end()) return found->second;
+    const Index number = add(read(question));
+    shard.numbers.emplace(key, number);
+    return number;
+}
+
+Surface Surfaces::read(const SurfaceQuestion& question) {
+    const NamedTextures textures = ReadNamedTextures(suites, question.textures);
+    Surface surface;
+    const auto setFace = [&](std::size_t face, Index material) {
+        if (surface.faceMaterials.empty()) surface.faceMaterials.assign(question.faceCount, kNone);
+        surface.faceMaterials[face] = material;
+    };
+    const auto makerOf = [&](const Place& place, const MaterialChain::Ptr& materials) {
+        return MaterialMaker(
+            suites, FlattenMaterial(suites, place, materials), textures,
+            [this, place](const std::string& what) { warnings.warn(place.path(), what); });
+    };
+    const auto setFaces = [&](MaterialMaker& maker, Index base, const auto& forEachFace) {
+        std::map<std::vector<std::int32_t>, Index> byChoice;
+        forEachFace([&](std::size_t face) {
+            Index material = base;
+            if (maker.dependsOnFaces()) {
+                const std::vector<std::int32_t> choice = maker.choiceOf(face);
+                if (!choice.empty()) {
+                    const auto [entry, isNew] = byChoice.try_emplace(choice, base);
+                    if (isNew) entry->second = add(maker.ofFace(face));
+                    material = entry->second;
+                }
+            }
+            setFace(face, material);
+        });
+    };
+
+    MaterialMaker maker = makerOf(question.place, question.materials);
+    if (const std::optional<MaterialDraft> base = maker.ofAll()) surface.material = add(*base);
+    if (maker.dependsOnFaces())
+        setFaces(maker, surface.material, [&](const auto& set) {
+            for (std::size_t face = 0; face < question.faceCount; ++face)
+                set(face);
+        });
+    for (const FaceSet& faceSet : question.faceSets) {
+        if (HashOf(faceSet.materials) == HashOf(question.materials)) continue;
+        MaterialMaker ofSet = makerOf(faceSet.place, faceSet.materials);
+        const std::optional<MaterialDraft> base = ofSet.ofAll();
+        if (!base) continue;
+        setFaces(ofSet, add(*base), [&](const auto& set) {
+            for (const std::int32_t face : faceSet.faces.ints()) {
+                if (face >= 0 && static_cast<std::size_t>(face) < question.faceCount)
+                    set(static_cast<std::size_t>(face));
+                else
+                    warnings.warn(faceSet.place.path(), "\"geometry.faces\" has faces that the "
+                                                        "mesh does not have");
+            }
+        });
+    }
+    return surface;
+}
+
+Index Surfaces::add(const MaterialDraft& draft) {
+    const std::lock_guard<std::mutex> guard(lock);
+    const auto [entry, isNew] =
+        materialsByKey.try_emplace(draft.key(), static_cast<Index>(all.materials.size()));
+    if (isNew) all.materials.push_back(draft);
+    return entry->second;
+}
+
+Index Surfaces::add(Surface surface) {
+    const std::lock_guard<std::mutex> guard(lock);
+    const auto [entry, isNew] = surfacesByContent.try_emplace(
+        {surface.material, surface.faceMaterials}, static_cast<Index>(all.surfaces.size()));
+    if (isNew) all.surfaces.push_back(std::move(surface));
+    return entry->second;
+}
+
+} // namespace lantern

@@ -1,0 +1,197 @@
+#include "drawing/Lights.h"
+
+#include <cmath>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "DrawingScenes.h"
+
+// A white matt plane at z = -1 that faces +Z is looked at where it meets the axis: what is seen is
+// the irradiance there, divided by pi.
+
+namespace {
+
+using namespace LanternTest;
+
+constexpr float kPi = 3.14159265f;
+
+SceneData Plane() {
+    SceneData scene = EmptyScene(8, 8);
+    AddMesh(scene, Square(-50, -50, 50, 50, -1), AddMaterial(scene, Matt(Color(1, 1, 1))));
+    scene.camera.fov = 0.01f;
+    scene.quality.maxDepth = 1;
+    return scene;
+}
+
+float Irradiance(const SceneData& scene, int samples = 256) {
+    return Mean(Drawn(scene, samples)).g * kPi;
+}
+
+float Irradiance(const Light& light, int samples = 256) {
+    SceneData scene = Plane();
+    scene.lights = {light};
+    return Irradiance(scene, samples);
+}
+
+Light Of(Light::Kind kind, const M44d& toWorld, float color) {
+    Light light;
+    light.kind = kind;
+    light.toWorld = toWorld;
+    light.color = Color(color);
+    return light;
+}
+
+M44d At(double x, double y, double z) {
+    return M44d().setTranslation(Imath::V3d(x, y, z));
+}
+
+M44d Turned(double degrees) {
+    return M44d().rotate(Imath::V3d(0, degrees * M_PI / 180, 0));
+}
+
+/// Of a parallel rectangle, `width` by `height`, in the middle above the point, per radiance.
+double OfRectangle(double width, double height, double distance) {
+    const double a = width / 2 / distance, b = height / 2 / distance;
+    const double p = std::sqrt(1 + a * a), q = std::sqrt(1 + b * b);
+    return 2 * (a / p * std::atan(b / p) + b / q * std::atan(a / q));
+}
+
+TEST(DirectionalLight, GivesItsColorTimesTheCosine) {
+    const auto light = Of(Light::Kind::Directional, Turned(60), 3);
+    EXPECT_NEAR(Irradiance(light, 1), 1.5, 1e-4);
+}
+
+TEST(DirectionalLight, GivesTheSameWhenItIsSeenAsADisc) {
+    auto light = Of(Light::Kind::Directional, M44d(), 3);
+    light.angle = 0.5f;
+    EXPECT_NEAR(Irradiance(light), 3, 0.01);
+    light.angle = 90;
+    EXPECT_NEAR(Irradiance(light), 3, 0.03);
+}
+
+TEST(PointLight, GivesItsIntensityByTheSquaredDistance) {
+    EXPECT_NEAR(Irradiance(Of(Light::Kind::Point, At(0, 0, 1), 8), 1), 2, 1e-4);
+    EXPECT_NEAR(Irradiance(Of(Light::Kind::Point, At(3, 0, 3), 8), 1), 8 * 0.8 / 25, 1e-4);
+}
+
+TEST(PointLight, DecaysAsItSays) {
+    auto light = Of(Light::Kind::Point, At(0, 0, 1), 8);
+    light.decay = V3f(1, 0.5f, 0.25f); // at distance 2: 3
+    EXPECT_NEAR(Irradiance(light, 1), 8.0 / 3, 1e-4);
+    light.radius = 0.5f;
+    EXPECT_NEAR(Irradiance(light), 8.0 / 3, 0.03);
+}
+
+TEST(PointLight, GivesTheSameAsABall) {
+    auto light = Of(Light::Kind::Point, At(0, 0, 1), 8);
+    light.radius = 1.5f;
+    EXPECT_NEAR(Irradiance(light), 2, 0.02);
+}
+
+TEST(SpotLight, IsAPointInsideOfItsConeAndNothingOutside) {
+    auto light = Of(Light::Kind::Spot, At(0, 0, 1), 8);
+    light.coneInner = 40;
+    light.coneOuter = 60;
+    EXPECT_NEAR(Irradiance(light, 1), 2, 1e-4);
+    light.toWorld = Turned(19) * At(0, 0, 1);
+    EXPECT_NEAR(Irradiance(light, 1), 2, 1e-4);
+    light.toWorld = Turned(31) * At(0, 0, 1);
+    EXPECT_EQ(Irradiance(light, 1), 0);
+}
+
+TEST(SpotLight, FadesBetweenItsCones) {
+    auto light = Of(Light::Kind::Spot, At(0, 0, 1), 8);
+    light.coneInner = 0;
+    light.coneOuter = 120;
+    const double half = std::acos(0.75) * 180 / M_PI; // half way between the cosines
+    light.toWorld = Turned(half) * At(0, 0, 1);
+    EXPECT_NEAR(Irradiance(light, 1), 1, 1e-3);
+}
+
+TEST(AreaLight, GivesWhatARectangleDoes) {
+    auto light = Of(Light::Kind::Area, At(0, 0, 0.5), 3);
+    light.size = V2f(2, 1);
+    EXPECT_NEAR(Irradiance(light), 3 * OfRectangle(2, 1, 1.5), 0.02);
+    light.toWorld = M44d().scale(Imath::V3d(2, 3, 1)) * At(0, 0, 0.5);
+    EXPECT_NEAR(Irradiance(light), 3 * OfRectangle(4, 3, 1.5), 0.04);
+}
+
+TEST(AreaLight, ShinesToOneSide) {
+    const auto light = Of(Light::Kind::Area, Turned(180) * At(0, 0, 0.5), 3);
+    EXPECT_EQ(Irradiance(light), 0);
+}
+
+TEST(EmissiveMesh, GivesWhatARectangleDoes) {
+    SceneData scene = Plane();
+    Mesh panel = Square(-1, -0.5f, 1, 0.5f, 0); // faces away, but shines to both sides
+    AddMesh(scene, panel, AddMaterial(scene, Glowing(Color(3))), Moved(0, 0, 0.5f));
+    EXPECT_NEAR(Irradiance(scene), 3 * OfRectangle(2, 1, 1.5), 0.02);
+}
+
+TEST(Environment, GivesPiTimesItsRadiance) {
+    EXPECT_NEAR(Irradiance(Of(Light::Kind::Environment, M44d(), 2)), 2 * kPi, 0.06);
+}
+
+TEST(Environment, HasTheColorOfTheHorizonAndThoseAboveAndBelow) {
+    // The plane sees the half around +Z: from the horizon up and down, the mean of |y| weighted by
+    // the cosine is 4 / (3 pi), half of it on each side.
+    auto light = Of(Light::Kind::Environment, M44d(), 1);
+    light.horizon = Color(0, 0, 0);
+    light.zenith = Color(3, 3, 3);
+    light.ground = Color(1, 1, 1);
+    EXPECT_NEAR(Irradiance(light), (3 + 1) * 0.5 * kPi * 4 / (3 * kPi), 0.04);
+}
+
+TEST(Environment, TurnsWithItsTransform) {
+    auto light = Of(Light::Kind::Environment, M44d().rotate(Imath::V3d(M_PI / 2, 0, 0)), 1);
+    light.horizon = light.ground = Color(0, 0, 0);
+    light.zenith = Color(3, 3, 3); // where the plane looks: 3 cos^2 over the half of all directions
+    EXPECT_NEAR(Irradiance(light), 3 * 2 * kPi / 3, 0.06);
+}
+
+TEST(ManyLights, GiveTheirSum) {
+    SceneData scene = Plane();
+    double expected = 0;
+    for (int i = 0; i < 300; ++i) {
+        const double x = 0.01 * i, d2 = 4 + x * x;
+        scene.lights.push_back(Of(Light::Kind::Point, At(x, 0, 1), 0.1f));
+        expected += 0.1 / d2 * 2 / std::sqrt(d2);
+    }
+    EXPECT_NEAR(Irradiance(scene, 1024), expected, expected * 0.01);
+}
+
+TEST(LightsOfAllKinds, GiveTheirSum) {
+    SceneData scene = Plane();
+    auto area = Of(Light::Kind::Area, At(0, 0, 0.5), 3);
+    auto ball = Of(Light::Kind::Point, At(0, 0, 1), 8);
+    ball.radius = 0.5f;
+    auto sun = Of(Light::Kind::Directional, Turned(60), 3);
+    sun.angle = 1;
+    scene.lights = {area, ball, sun, Of(Light::Kind::Environment, M44d(), 2)};
+    EXPECT_NEAR(Irradiance(scene, 1024), 3 * OfRectangle(1, 1, 1.5) + 2 + 1.5 + 2 * kPi, 0.1);
+}
+
+TEST(AreaLight, IsSeenInAMirrorWithItsRadiance) {
+    for (const float roughness : {0.0f, 0.05f, 0.1f}) {
+        SceneData scene = Plane();
+        Material metal;
+        metal.baseColor = Color(1, 1, 1);
+        metal.metalness = 1;
+        metal.roughness = roughness;
+        scene.surfaces[scene.instances[0].surface].material = AddMaterial(scene, metal);
+        auto light = Of(Light::Kind::Area, At(0, 0, 0.5), 3);
+        light.size = V2f(20, 20);
+        scene.lights = {light};
+        EXPECT_NEAR(Mean(Drawn(scene, 256)).g, 3, 0.03) << roughness;
+    }
+}
+
+TEST(Lights, AreHiddenByWhatStandsBeforeThem) {
+    SceneData scene = Plane();
+    scene.lights = {Of(Light::Kind::Point, At(1, 0, 1), 8)};
+    AddMesh(scene, Square(0.4f, -0.1f, 0.6f, 0.1f, 0));
+    EXPECT_EQ(Irradiance(scene, 4), 0);
+}
+
+} // namespace

@@ -1,0 +1,63 @@
+#include "drawing/Sampler.h"
+
+#include <cstdint>
+#include <set>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using lantern::Sampler;
+
+/// By its direction numbers, one bit of the index after the other.
+std::uint32_t SecondSobol(std::uint32_t index) {
+    std::uint32_t result = 0;
+    for (std::uint32_t direction = 1u << 31; index; index >>= 1, direction ^= direction >> 1)
+        if (index & 1) result ^= direction;
+    return result;
+}
+
+TEST(SobolSequence, HasTheSecondDimensionOfItsDirectionNumbers) {
+    for (std::uint32_t index = 0; index < 5000; ++index) {
+        const std::uint32_t spread = index * 2654435761u;
+        ASSERT_EQ(lantern::ReverseBits(lantern::SecondSobolReversed(spread)), SecondSobol(spread));
+    }
+}
+
+/// In how many of the 16 boxes of such a shape the first 16 pairs of a pixel are.
+std::size_t BoxesHit(int columns, int rows) {
+    std::set<std::pair<int, int>> boxes;
+    for (int path = 0; path < 16; ++path) {
+        const Imath::V2f at = Sampler(7, 9, path).pair(3);
+        boxes.insert({static_cast<int>(at.x * columns), static_cast<int>(at.y * rows)});
+    }
+    return boxes.size();
+}
+
+TEST(Sampler, PutsOneOfSixteenPathsIntoEachBoxOfASixteenthWhateverItsShape) {
+    EXPECT_EQ(BoxesHit(16, 1), 16u);
+    EXPECT_EQ(BoxesHit(8, 2), 16u);
+    EXPECT_EQ(BoxesHit(4, 4), 16u);
+    EXPECT_EQ(BoxesHit(2, 8), 16u);
+    EXPECT_EQ(BoxesHit(1, 16), 16u);
+}
+
+TEST(Sampler, GivesAnotherPairForEachPixelPathAndPurpose) {
+    const Imath::V2f one = Sampler(7, 9, 2).pair(3);
+    EXPECT_EQ(one, Sampler(7, 9, 2).pair(3));
+    EXPECT_NE(one, Sampler(8, 9, 2).pair(3));
+    EXPECT_NE(one, Sampler(9, 7, 2).pair(3));
+    EXPECT_NE(one, Sampler(7, 9, 3).pair(3));
+    EXPECT_NE(one, Sampler(7, 9, 2).pair(4));
+}
+
+TEST(Sampler, DoesNotTieTheNumbersOfOnePurposeToThoseOfAnother) {
+    double sum = 0;
+    for (int path = 0; path < 4096; ++path) {
+        const Sampler sampler(1, 2, path);
+        sum += (sampler.pair(1).x - 0.5) * (sampler.pair(2).x - 0.5);
+    }
+    EXPECT_NEAR(sum / 4096, 0, 0.005); // 1/12 if they were the same
+}
+
+} // namespace
