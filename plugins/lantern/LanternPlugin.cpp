@@ -60,6 +60,7 @@ void RenderJob(const OxRenderJob_v1& job, Report& report) {
     CheckPicturePath(path);
     const SceneData scene = ReadScene(host, job.root, {job.frame, job.threads}, report);
     const Picture picture = Draw(scene, {job.samples, job.threads}, report);
+    report.throwIfCancelled();
     WritePicture(path, picture);
     report.picture(path);
 }

@@ -235,6 +235,34 @@ class Frames(PictureTest):
         self.assertEqual([row[:] for row in first.rows[:24]], [row[:] for row in second.rows[:24]])
 
 
+class Manners(PictureTest):
+    def test_a_render_that_is_stopped_leaves_no_file(self):
+        scene = self.write("scene.json", stages.scene(stages.stage()))
+        seen = self.stop_on_terminal(b"drawing", "render", scene, "-o", "out.png", "--samples",
+                                     1000000)
+        self.assertTrue(seen.endswith(b"tellar: stopped; no picture was written\r\n"), seen)
+        self.assertEqual(os.listdir(self.folder), ["scene.json"])
+
+    def test_no_handle_is_left_at_the_end(self):
+        scene = self.write("scene.json", stages.scene(stages.stage()))
+        status, output, errors = self.run_tellar("render", scene, "-o", "out.png",
+                                                 OX_LOG_LEVEL="warn,RenderOutputUtils=debug")
+        self.assertEqual((status, output), (0, "out.png\n"))
+        self.assertRegex(errors, r"^[^\n]*Final CameraInfoStruct count: 0 [^\n]*\n$")
+
+    def test_what_cannot_be_drawn_is_an_error_before_anything_is_written(self):
+        description = stages.scene(stages.stage())
+        scene = self.write("scene.json", description)
+        for error, options in (
+                ('the camera "/root/nowhere" is not in the scene', ["--camera", "/root/nowhere"]),
+                ('cannot write the picture "out.gif": pictures are ".exr" or ".png"',
+                 ["-o", "out.gif"])):
+            with self.subTest(error):
+                self.assert_fails(error, "render", scene, *(options if "-o" in options else
+                                                            ["-o", "out.png", *options]))
+                self.assertEqual(os.listdir(self.folder), ["scene.json"])
+
+
 if __name__ == "__main__":
     sys.argv = [argument for argument in sys.argv if argument != "--write"]
     main()

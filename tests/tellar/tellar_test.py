@@ -1,16 +1,27 @@
 """What the tests of the tellar command share."""
 
+import fcntl
 import json
 import os
+import pty
+import signal
+import struct
 import subprocess
 import sys
 import tempfile
+import termios
 import unittest
 from pathlib import Path
 
 
 def static_scene(children):
     return {"ops": [{"name": "scene", "type": "StaticScene", "args": {"c": children}}]}
+
+
+def with_usual_signals():
+    """Whoever started the tests may have them ignored, and that is inherited."""
+    signal.signal(signal.SIGINT, signal.SIG_DFL)
+    signal.signal(signal.SIGTERM, signal.SIG_DFL)
 
 
 class TellarTest(unittest.TestCase):
@@ -49,6 +60,28 @@ class TellarTest(unittest.TestCase):
         status, output, errors = self.run_tellar(*arguments, **environment)
         self.assertEqual((status, errors), (0, ""), arguments)
         return output
+
+    def stop_on_terminal(self, wanted, *arguments, columns=100, **environment):
+        """All that a terminal gets of a run that is stopped when it has shown `wanted`."""
+        ours, theirs = pty.openpty()
+        fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
+        process = subprocess.Popen([self.program, *map(str, arguments)], stderr=theirs,
+                                   stdout=subprocess.DEVNULL, cwd=self.folder,
+                                   preexec_fn=with_usual_signals,
+                                   env={**self.environment, **environment})
+        os.close(theirs)
+        seen = b""
+        try:
+            while piece := os.read(ours, 4096):
+                seen += piece
+                if wanted in seen:
+                    process.send_signal(signal.SIGTERM)
+                    wanted = b"no more of it \0"
+        except OSError:  # how Linux tells that the other side is closed
+            pass
+        os.close(ours)
+        self.assertEqual(process.wait(timeout=600), 143)
+        return seen
 
     def assert_fails(self, error, *arguments, **environment):
         status, output, errors = self.run_tellar(*arguments, **environment)

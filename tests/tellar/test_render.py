@@ -7,16 +7,12 @@ TELLAR_TEST_RENDERERS in the environment names the folder of the renderer "echo"
 it was asked for and does what TELLAR_TEST_ECHO says.
 """
 
-import fcntl
 import json
 import os
-import pty
 import signal
-import struct
 import subprocess
-import termios
 
-from tellar_test import TellarTest, main
+from tellar_test import TellarTest, main, with_usual_signals
 
 RENDERERS = os.environ["TELLAR_TEST_RENDERERS"]
 
@@ -254,12 +250,6 @@ class Stitch(RenderTest):
                           "--renderer", "echo", TELLAR_TEST_ECHO="fail")
 
 
-def with_usual_signals():
-    """Whoever started the tests may have them ignored, and that is inherited."""
-    signal.signal(signal.SIGINT, signal.SIG_DFL)
-    signal.signal(signal.SIGTERM, signal.SIG_DFL)
-
-
 def with_interrupts_ignored():
     with_usual_signals()
     signal.signal(signal.SIGINT, signal.SIG_IGN)
@@ -322,26 +312,8 @@ class Signals(RenderTest):
 
 class ProgressLine(RenderTest):
     def watch(self, wanted, columns):
-        """All that a terminal gets of a render that is stopped when it has shown `wanted`."""
-        ours, theirs = pty.openpty()
-        fcntl.ioctl(theirs, termios.TIOCSWINSZ, struct.pack("HHHH", 24, columns, 0, 0))
-        process = subprocess.Popen([self.program, *self.render_arguments()], stderr=theirs,
-                                   stdout=subprocess.DEVNULL, cwd=self.folder,
-                                   preexec_fn=with_usual_signals,
-                                   env={**self.environment, "TELLAR_TEST_ECHO": "progress wait"})
-        os.close(theirs)
-        seen = b""
-        try:
-            while piece := os.read(ours, 4096):
-                seen += piece
-                if wanted in seen:
-                    process.send_signal(signal.SIGTERM)
-                    wanted = b"no more of it \0"
-        except OSError:  # how Linux tells that the other side is closed
-            pass
-        os.close(ours)
-        self.assertEqual(process.wait(timeout=600), 143)
-        return seen
+        return self.stop_on_terminal(wanted, *self.render_arguments(), columns=columns,
+                                     TELLAR_TEST_ECHO="progress wait")
 
     def test_tells_how_far_it_is_and_is_wiped_away(self):
         seen = self.watch(b"drawing", 100)

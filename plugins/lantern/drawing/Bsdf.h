@@ -55,7 +55,7 @@ public:
 private:
     enum Lobe { Coat, Metal, Border, Ground, Lobes };
 
-    Value evaluateReflection(const Facets& facets, const V3f& in, const Color& weight) const;
+    Value evaluateReflection(const Facets& mirrors, const V3f& in, const Color& weight) const;
     Value evaluateMetal(const V3f& in) const;
     Value evaluateBorder(const V3f& in) const;
     Value evaluatePassage(const V3f& in) const;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstdint>
 #include <exception>
 #include <mutex>
 #include <thread>
@@ -45,6 +46,7 @@ public:
           buckets(picture.window) {}
 
     void run(int threads) {
+        tell(0);
         std::vector<std::thread> others;
         try {
             for (int i = 1; i < std::min(threads, buckets.count()); ++i)
@@ -61,10 +63,8 @@ public:
 private:
     void work() {
         try {
-            for (int next = taken++; next < buckets.count() && !isOver; next = taken++) {
+            for (int next = taken++; next < buckets.count() && !isOver; next = taken++)
                 draw(buckets.at(next));
-                tell();
-            }
         } catch (...) {
             const std::lock_guard<std::mutex> guard(lock);
             if (!failure) failure = std::current_exception();
@@ -72,24 +72,26 @@ private:
         }
     }
 
-    void tell() {
+    void tell(int pixels) {
         const std::lock_guard<std::mutex> guard(lock); // so that it never goes back
-        report.progress(double(++done) / buckets.count(), "drawing");
+        done += pixels;
+        report.progress(double(done) / (double(picture.window.width()) * picture.window.height()),
+                        "drawing");
     }
 
     void draw(const Window& bucket) {
         for (int y = bucket.y0; y < bucket.y1 && !isOver; ++y) {
-            report.throwIfCancelled();
             const std::size_t row = static_cast<std::size_t>(y - picture.window.y0);
             float* out =
                 &picture.pixels[4 * (row * picture.window.width() + bucket.x0 - picture.window.x0)];
-            for (int x = bucket.x0; x < bucket.x1; ++x) {
+            for (int x = bucket.x0; x < bucket.x1 && !isOver; ++x) {
                 const PathTracer::Pixel pixel = tracer.pixel(x, y, samples);
                 *out++ = pixel.color.x * gain;
                 *out++ = pixel.color.y * gain;
                 *out++ = pixel.color.z * gain;
                 *out++ = pixel.alpha;
             }
+            tell(bucket.width());
         }
     }
 
@@ -102,7 +104,7 @@ private:
     std::atomic<int> taken{0};
     std::atomic<bool> isOver{false};
     std::mutex lock; // of what follows
-    int done = 0;
+    std::int64_t done = 0; // pixels
     std::exception_ptr failure;
 };
 

@@ -82,7 +82,7 @@ struct EmbreeScene::Trees {
 
     void check() const;
     void addInstances();
-    RTCScene shapeScene(Index shape, bool isSolid);
+    RTCScene shapeScene(Index index, bool isSolid);
     EmbreeGeometry newGeometry(RTCGeometryType type) const;
     EmbreeGeometry meshGeometry(const Mesh& mesh) const;
     EmbreeGeometry spheresGeometry(const Spheres& spheres) const;

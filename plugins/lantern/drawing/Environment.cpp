@@ -87,8 +87,9 @@ void Environment::tabulate() {
     }
     const float texels = static_cast<float>(width) * static_cast<float>(height);
     for (std::size_t i = 0; i < weights.size(); ++i) {
-        const auto row = static_cast<float>(i / columns);
-        weights[i] *= std::sin((row + 0.5f) / float(rows) * kPi) / texels;
+        const std::size_t row = i / static_cast<std::size_t>(columns);
+        weights[i] *=
+            std::sin((static_cast<float>(row) + 0.5f) / static_cast<float>(rows) * kPi) / texels;
         if (std::isfinite(weights[i])) mean += weights[i] * kPi / 2;
     }
     table = Distribution2D(weights, columns);

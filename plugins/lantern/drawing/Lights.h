@@ -17,7 +17,7 @@ namespace lantern {
 
 /// Where light comes from, as seen from a point.
 struct LightSample {
-    V3f direction; ///< to the light; of length 1
+    V3f direction{0, 0, 0}; ///< to the light; of length 1
     float distance = 0;
     Color radiance{0, 0, 0}; ///< of a light without extent: irradiance on what faces it
     float pdf = 0;           ///< per solid angle; of a light without extent: of choosing it

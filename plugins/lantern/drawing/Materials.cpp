@@ -40,14 +40,6 @@ private:
     const RayHit& hit;
 };
 
-/// The reflection's weight, of one channel, or its colour, of three, may come from the texture.
-Color ReflectionOf(const Material& material, const SceneData& scene, const TexturedPlace& place) {
-    const Index texture = material.specularTexture;
-    const bool isWeight = texture != kNone && scene.textures[texture].channel >= 0;
-    if (isWeight) return Clamp01(material.specularColor) * place.share(material.specular, texture);
-    return Clamp01(place.color(material.specularColor, texture)) * Clamp01(material.specular);
-}
-
 /// A weight that can be reckoned with, whatever the scene says.
 Color Sound(const Color& color) {
     const auto sound = [](float value) { return std::isfinite(value) ? std::max(value, 0.0f) : 0; };
@@ -113,7 +105,7 @@ Surfacing Materials::surfacing(const RayHit& hit) const {
     const float coatRoughness = Clamp01(m.coatRoughness);
     Surfacing result;
     result.baseColor = Clamp01(place.color(m.baseColor, m.baseColorTexture));
-    result.reflection = ReflectionOf(m, scene, place);
+    result.reflection = Clamp01(m.specularColor) * place.share(m.specular, m.specularTexture);
     result.metalness = place.share(m.metalness, m.metalnessTexture);
     result.width = roughness * roughness;
     result.ior = m.ior >= 1 && std::isfinite(m.ior) ? m.ior : 1;

@@ -80,6 +80,7 @@ private:
 
 std::vector<Table> DielectricTables() {
     std::vector<Table> tables;
+    tables.reserve(kCells);
     for (int i = 0; i < kCells; ++i)
         tables.emplace_back([i](float cosine) { return FresnelDielectric(cosine, IorOf(i)); });
     return tables;

@@ -27,6 +27,7 @@ std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
     return kFirstBounce + static_cast<std::uint32_t>(depth) * kBouncePurposes + purpose;
 }
 
+constexpr int kSamplesBetweenLooks = 256; // at whether anybody still wants the picture
 constexpr int kSureBounces = 3; // that paths make before chance may end them
 constexpr float kLeastCosine = 1e-3f;
 
@@ -59,13 +60,14 @@ struct PathTracer::Vertex {
 };
 
 PathTracer::PathTracer(const SceneData& scene, int threads, Report& report)
-    : scene(scene), camera(scene.camera, scene.framing.width, scene.framing.height),
+    : scene(scene), report(report), camera(scene.camera, scene.framing.width, scene.framing.height),
       textures(scene, report), materials(scene, textures),
       geometry(scene, materials, threads, report), lights(scene, materials, textures) {}
 
 PathTracer::Pixel PathTracer::pixel(int x, int y, int samples) const {
     Pixel sum;
     for (int i = 0; i < samples; ++i) {
+        if (i % kSamplesBetweenLooks == 0) report.throwIfCancelled();
         const Sampler sampler(x, y, i);
         const V2f inside = sampler.pair(kPixel);
         const Ray ray =

@@ -35,6 +35,7 @@ private:
     Color litBy(const LightSample& light, const Vertex& vertex, float time) const;
 
     const SceneData& scene;
+    const Report& report;
     CameraRays camera;
     Textures textures;
     Materials materials;

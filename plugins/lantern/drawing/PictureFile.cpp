@@ -119,6 +119,7 @@ ImageSpec SpecOf(const StoredPicture& picture) {
     spec.full_width = picture.width;
     spec.full_height = picture.height;
     spec.attribute("Software", kSoftware);
+    spec.attribute("DateTime", ""); // else the time of day, and no two files would be the same
     spec.attribute("oiio:UnassociatedAlpha", isExr ? 0 : 1);
     return spec;
 }

@@ -144,18 +144,18 @@ StoredPicture PutTogether(const std::vector<Tile>& tiles, const Window& bounds) 
 
 } // namespace
 
-void StitchPictures(const std::vector<std::string>& paths, const std::string& path,
+void StitchPictures(const std::vector<std::string>& tiles, const std::string& path,
                     Report& report) {
     const PictureFormat format = FormatOf(path);
-    if (paths.empty()) throw RenderError("there are no tiles for the picture \"" + path + "\"");
+    if (tiles.empty()) throw RenderError("there are no tiles for the picture \"" + path + "\"");
     if (format == PictureFormat::Exr)
-        for (const std::string& tile : paths)
+        for (const std::string& tile : tiles)
             if (FormatOf(tile) != format) Fail(tile, "of eight bits does not make an \".exr\"");
-    const std::vector<Tile> tiles = ReadTiles(paths, report);
-    const Window bounds = BoundsOf(tiles);
-    CheckApart(tiles);
-    CheckNoGaps(tiles, bounds);
-    const StoredPicture whole = PutTogether(tiles, bounds);
+    const std::vector<Tile> read = ReadTiles(tiles, report);
+    const Window bounds = BoundsOf(read);
+    CheckApart(read);
+    CheckNoGaps(read, bounds);
+    const StoredPicture whole = PutTogether(read, bounds);
     report.throwIfCancelled();
     WriteStored(path, ToFormat(whole, format));
     report.progress(1, "writing");

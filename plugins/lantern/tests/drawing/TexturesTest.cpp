@@ -284,17 +284,17 @@ TEST_F(TexturesTest, AreWarnedOfOnceWhenTheyAreCutShort) {
     std::vector<std::uint8_t> bytes(256 * 256 * 3);
     for (std::size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = static_cast<std::uint8_t>(i * i >> 7);
-    image("whole.tif", 256, 256, 3, bytes);
-    const std::string whole = folder.read("whole.tif");
+    image("whole.exr", 256, 256, 3, bytes);
+    const std::string whole = folder.read("whole.exr");
     SceneData scene = EmptyScene(8, 8);
     Material material = Glowing({0, 0.5f, 0});
     material.emissionTexture = 0;
-    scene.textures = {of(folder.write("short.tif", whole.substr(0, whole.size() / 4)))};
+    scene.textures = {of(folder.write("short.exr", whole.substr(0, whole.size() / 4)))};
     AddMesh(scene, Square(-9, -9, 9, 9, -1), AddMaterial(scene, material));
     Report report(listener());
     EXPECT_GE(Mean(Draw(scene, {4, 2}, report)).g, 0);
     EXPECT_THAT(messages,
-                ElementsAre(HasSubstr("cannot read the texture \"" + folder.path("short.tif"))));
+                ElementsAre(HasSubstr("cannot read the texture \"" + folder.path("short.exr"))));
 }
 
 } // namespace
