@@ -3,8 +3,9 @@
 #
 #     scripts/lint.sh [--layout] [file...]
 #
-# --layout stops behind clang-format, after seconds. Without files every tracked C and C++ file is checked for layout, and every source of
-# the library, the platform and the tools for the rest (headers through their sources).
+# --layout stops behind clang-format, after seconds. Without files every tracked C and C++ file is
+# checked for layout, and every source of the library, the platform, the plug-ins and the tools for
+# the rest (headers through their sources).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -30,7 +31,7 @@ $layout_only && exit 0
 
 cmake --preset release >/dev/null # for compile_commands.json
 mapfile -t sources < <(printf '%s\n' "${files[@]}" |
-                           grep -E '^(src|platform|tools)/.*\.cpp$' | grep -v '/tests/')
+                           grep -E '^(src|platform|plugins|tools)/.*\.cpp$' | grep -v '/tests/')
 ((${#sources[@]})) || exit 0
 
 # A clean file's run prints nothing but how many warnings of others it has hidden.

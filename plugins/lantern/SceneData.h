@@ -29,7 +29,7 @@ constexpr Index kNone = ~Index(0);
 /// Three floats in scene-linear light.
 using Color = V3f;
 
-// What is seen -------------------------------------------------------------------------------------
+// What is seen ------------------------------------------------------------------------------------
 
 /// Values at a mesh's corners: `index` has three entries a triangle; empty means those of the
 /// points. No values at all: the mesh has none.
@@ -48,9 +48,9 @@ struct UvSet {
 /// Triangles in the space of their location.
 struct Mesh {
     std::vector<std::vector<V3f>> points; ///< one or more steps, each of equally many points
-    std::vector<Index> triangles;         ///< three points each, counter-clockwise seen from outside
-    std::vector<Index> faces;             ///< for each triangle the face that it is part of
-    CornerValues<V3f> normals;            ///< unit length
+    std::vector<Index> triangles; ///< three points each, counter-clockwise seen from outside
+    std::vector<Index> faces;     ///< for each triangle the face that it is part of
+    CornerValues<V3f> normals;    ///< unit length
     std::vector<UvSet> uvSets;
 };
 
@@ -73,8 +73,8 @@ struct Texture {
     std::string uvSet = "st";
     Wrap wrapU = Wrap::Repeat;
     Wrap wrapV = Wrap::Repeat;
-    bool isSrgb = false;    ///< to be made linear
-    int channel = -1;       ///< a single one: 0 to 3; -1: the first three
+    bool isSrgb = false;     ///< to be made linear
+    int channel = -1;        ///< a single one: 0 to 3; -1: the first three
     Color multiply{1, 1, 1}; ///< a single channel is multiplied by the first
     // Applied to the coordinates before they are looked up: scaled, turned, moved.
     V2f uvScale{1, 1};
@@ -114,8 +114,8 @@ struct Material {
 
 /// What the faces of an instance are made of.
 struct Surface {
-    Index material = 0;                ///< that of faces without one of their own
-    std::vector<Index> faceMaterials;  ///< empty, or for each face its own or kNone
+    Index material = 0;               ///< that of faces without one of their own
+    std::vector<Index> faceMaterials; ///< empty, or for each face its own or kNone
 
     Index materialOf(Index face) const {
         const bool hasOwn = face < faceMaterials.size() && faceMaterials[face] != kNone;
@@ -131,7 +131,7 @@ struct Instance {
     Index transformCount = 1; ///< steps
 };
 
-// What lights it -----------------------------------------------------------------------------------
+// What lights it ----------------------------------------------------------------------------------
 
 /// Shines down -Z of its own space, where that matters.
 struct Light {
@@ -159,7 +159,7 @@ struct Light {
     bool isSeen = true; ///< environments: by the camera
 };
 
-// How it is looked at ------------------------------------------------------------------------------
+// How it is looked at -----------------------------------------------------------------------------
 
 /// As the scene's camera tells; docs/cameras.md has the formulas.
 struct Camera {
@@ -200,7 +200,7 @@ struct SceneData {
     std::vector<Material> materials; ///< never empty: the first is that of what has none
     std::vector<Texture> textures;
     std::vector<Surface> surfaces;
-    std::vector<M44f> transforms; ///< to the world; of all instances
+    std::vector<M44f> transforms;    ///< to the world; of all instances
     std::vector<Instance> instances; ///< in the order of a depth-first walk
     std::vector<Light> lights;
     Camera camera;

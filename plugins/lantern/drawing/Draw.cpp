@@ -103,7 +103,7 @@ private:
     const Buckets buckets;
     std::atomic<int> taken{0};
     std::atomic<bool> isOver{false};
-    std::mutex lock; // of what follows
+    std::mutex lock;       // of what follows
     std::int64_t done = 0; // pixels
     std::exception_ptr failure;
 };

@@ -28,7 +28,7 @@ std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
 }
 
 constexpr int kSamplesBetweenLooks = 256; // at whether anybody still wants the picture
-constexpr int kSureBounces = 3; // that paths make before chance may end them
+constexpr int kSureBounces = 3;           // that paths make before chance may end them
 constexpr float kLeastCosine = 1e-3f;
 
 /// The normal, bent so far that the surface is seen from its outside.
