@@ -365,6 +365,27 @@ TEST_F(RenderUtils, GiveACameraToC) {
     EXPECT_EQ(Checks().checkCamera(folder.path("scene.oxop").c_str()), 0);
 }
 
+TEST_F(RenderUtils, GiveEverythingElseToC) {
+    const auto material = Group(
+        {{"style", Text("network")},
+         {"nodes", Group({{"clay", Group({{"name", Text("clay")}, {"type", Text("matte")}})}})},
+         {"terminals", Group({{"surface", Text("clay")}})}});
+    Children settings = Output(
+        {{"rendererSettings", Group({{"tempRenderLocation", Text("/tmp/beauty.####.exr")}})}},
+        {{"resolution", Text("hd_720")}, {"tileRender", IntAttribute({2, 3}, 2)}});
+    const TempDirectory folder;
+    OxAttribute::WriteOpFile(
+        folder.path("scene.oxop"),
+        SceneTree(CameraScene(CameraAttrs(UnitLens()),
+                              {{"material", material},
+                               {"textures", Group({{"dirt", Text("dirt.exr")}})},
+                               {"procedural", Group({{"args", Group({{"count", Int(3)}})}})},
+                               {"bound", Doubles({-1, 1, -1, 1, -2, -2})}},
+                              {{"renderSettings", Group(settings)}})));
+    Utils().emptyFlattenedMaterialCache();
+    EXPECT_EQ(Checks().checkRest(folder.path("scene.oxop").c_str()), 0);
+}
+
 TEST_F(RenderUtils, GiveAShadingNetworkToC) {
     const auto clay = Group({{"name", Text("clay")},
                              {"type", Text("matte")},

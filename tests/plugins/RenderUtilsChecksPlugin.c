@@ -146,6 +146,98 @@ static int checkShadingNetwork(const char* opFile) {
     return 0;
 }
 
+/* Whether it is a string attribute with this value first. Takes its reference over. */
+static int isText(OxAttributeStruct* attribute, const char* expected) {
+    const OxAttributeSuite_v1* attributes = getSuites().attributes;
+    const char* const text = attributes->getString(attribute, 0, 0);
+    const int isSame = text && strcmp(text, expected) == 0;
+    attributes->release(attribute);
+    return isSame;
+}
+
+static void countError(const char* message, void* user) {
+    (void)message;
+    ++*(int*)user;
+}
+
+static int checkLocation(OxSgIteratorStruct* root, OxSgIteratorStruct* geo) {
+    const Suites suites = getSuites();
+    const OxRenderOutputUtilsHostSuite_v3* utils = suites.utils;
+    const OxAttributeSuite_v1* attributes = suites.attributes;
+    OxAttributeStruct* procedural = suites.iterators->getAttribute(geo, "procedural");
+    const OxProceduralContext_v1 context = {12, -0.25f, 0.25f, {0, 0.5f, 0.25f, 1}, 640, 480};
+    int width = 0;
+    int height = 0;
+    int errors = 0;
+    CHECK(isText(utils->getProceduralArguments(geo, &context, procedural, kOxProceduralClassic,
+                                               countError, &errors),
+                 " -count 3 -frame 12 -shutter -0.25 0.25 -cropwindow 0 0.5 0.25 1"));
+    CHECK(errors == 0);
+    attributes->release(procedural);
+    CHECK(utils->getPixelAreaThroughCamera(geo, "/root/world/cam/camera", "square_512") == 65536);
+    CHECK(isText(utils->getRenderResolution(root, &width, &height), "hd_720"));
+    CHECK(width == 1280 && height == 720);
+    CHECK(isText(utils->getTempRenderLocation(root, "beauty", 7), "/tmp/beauty.0007.exr"));
+    CHECK(isText(utils->getTilePath(geo, "/out/b.exr"), "/out/tile_2_3.b.exr"));
+    return 0;
+}
+
+static int checkMaterial(OxSgIteratorStruct* geo) {
+    const Suites suites = getSuites();
+    const OxRenderOutputUtilsHostSuite_v3* utils = suites.utils;
+    const OxAttributeSuite_v1* attributes = suites.attributes;
+    const char* const terminals[] = {"surface"};
+    OxAttributeStruct* textures = suites.iterators->getAttribute(geo, "textures");
+    OxAttributeStruct* converted = utils->convertTexturesToArbitraryAttr(textures);
+    OxAttributeStruct* material;
+    OxShadingNodeMapStruct* nodes;
+    OxShadingStruct* clay;
+    CHECK(isText(attributes->getChildByName(converted, "dirt.scope"), "primitive"));
+    attributes->release(converted);
+    attributes->release(textures);
+
+    material = utils->getFlattenedMaterialAttr(geo, terminals, 1);
+    CHECK(isText(attributes->getChildByName(material, "terminals.surface"), "clay"));
+    utils->emptyFlattenedMaterialCache();
+    nodes = utils->getShadingNetworkNodesOfMaterial(material);
+    attributes->release(material);
+    clay = utils->findShadingNode(nodes, "clay");
+    utils->destroyShadingNodeMap(nodes);
+    CHECK(strcmp(utils->getShadingNodeType(clay), "matte") == 0);
+    utils->releaseShadingNode(clay);
+    return 0;
+}
+
+static int checkRest(const char* opFile) {
+    const Suites suites = getSuites();
+    const OxRenderOutputUtilsHostSuite_v3* utils = suites.utils;
+    const OxAttributeSuite_v1* attributes = suites.attributes;
+    const float times[] = {3, 1, 0, 2};
+    int64_t count = 0;
+    int failure;
+    OxSgIteratorStruct* root = suites.iterators->createRootIteratorFromOpTreeFile(opFile);
+    OxSgIteratorStruct* geo = suites.iterators->getProducerByPath(root, "/root/world/geo", false);
+    OxAttributeStruct* relevant;
+    const float* values;
+    suites.iterators->retainIterator(geo);
+
+    relevant = utils->getSampleTimesRelevantToShutterRange(times, 4, 1.5f, 2.5f);
+    values = attributes->getFloatSample(relevant, 0, &count);
+    CHECK(count == 3 && values[0] == 1 && values[1] == 2 && values[2] == 3);
+    attributes->release(relevant);
+    CHECK(isText(utils->getArchString(), "tarnix1"));
+    CHECK(isText(utils->expandArchPath("lib/%ARCH"), "lib/tarnix1"));
+    CHECK(utils->getLocationDelegate("ball", "lantern"));
+    CHECK(!utils->getLocationDelegate("ball", NULL));
+    CHECK(isText(utils->getLocationTypesWithDelegates("lantern"), "ball"));
+
+    failure = checkLocation(root, geo);
+    if (!failure) failure = checkMaterial(geo);
+    suites.iterators->releaseIterator(geo);
+    suites.iterators->releaseIterator(root);
+    return failure;
+}
+
 static int flushes;
 
 static void countFlush(void) {
@@ -160,7 +252,7 @@ static int checkFlush(void) {
 }
 
 static const RenderUtilsChecksSuite checks = {checkNullHandles, checkCamera, checkShadingNetwork,
-                                              checkFlush};
+                                              checkRest, checkFlush};
 
 static const void* getSuite(void) {
     return &checks;

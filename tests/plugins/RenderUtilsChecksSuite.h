@@ -11,6 +11,8 @@ typedef struct RenderUtilsChecksSuite {
     int (*checkCamera)(const char* opFile);
     /* Walks the shading network of /root/world/geo, and lets all handles go in another order. */
     int (*checkShadingNetwork)(const char* opFile);
+    /* All that is neither about cameras nor about nodes, on /root and /root/world/geo. */
+    int (*checkRest)(const char* opFile);
     /* Plug-ins of the runtime's API, and no others, hear of a flush. */
     int (*checkFlush)(void);
 } RenderUtilsChecksSuite;
