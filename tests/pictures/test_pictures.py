@@ -255,7 +255,7 @@ class Manners(PictureTest):
         scene = self.write("scene.json", description)
         for error, options in (
                 ('the camera "/root/nowhere" is not in the scene', ["--camera", "/root/nowhere"]),
-                ('cannot write the picture "out.gif": pictures are ".exr" or ".png"',
+                ('"out.gif" is no picture: its name ends neither in ".exr" nor in ".png"',
                  ["-o", "out.gif"])):
             with self.subTest(error):
                 self.assert_fails(error, "render", scene, *(options if "-o" in options else

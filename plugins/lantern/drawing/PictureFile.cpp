@@ -244,8 +244,8 @@ PictureFormat FormatOf(const std::string& path) {
         letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
     if (extension == ".exr") return PictureFormat::Exr;
     if (extension == ".png") return PictureFormat::Png;
-    throw RenderError("cannot write the picture \"" + path +
-                      "\": pictures are \".exr\" or \".png\"");
+    throw RenderError("\"" + path + "\" is no picture: its name ends neither in \".exr\" nor in " +
+                      "\".png\"");
 }
 
 StoredPicture ToStored(const Picture& picture, PictureFormat format) {

@@ -44,9 +44,12 @@ void LightIfDark(SceneData& scene, Report& report) {
     const bool isLit = !scene.lights.empty() ||
                        std::any_of(scene.materials.begin(), scene.materials.end(), Shines);
     if (isLit) return;
-    report.info("nothing in the scene shines: it is lit evenly from all around");
+    report.info("nothing in the scene shines: it is lit by a plain sky");
     Light sky;
     sky.kind = Light::Kind::Environment;
+    sky.horizon = {0.65f, 0.7f, 0.75f};
+    sky.zenith = {0.35f, 0.5f, 0.75f};
+    sky.ground = {0.3f, 0.28f, 0.26f};
     scene.lights.push_back(sky);
 }
 

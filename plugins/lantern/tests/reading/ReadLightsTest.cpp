@@ -101,9 +101,8 @@ TEST(ReadLights, AreMadeUpWhereNothingShines) {
     const SceneData scene = ReadJson(SceneJson(Triangle("t")), told);
     ASSERT_THAT(scene.lights, SizeIs(1));
     EXPECT_EQ(scene.lights[0].kind, Light::Kind::Environment);
-    EXPECT_EQ(scene.lights[0].color, Color(1));
-    EXPECT_THAT(told.infos, ElementsAre("nothing in the scene shines: it is lit evenly from all "
-                                        "around"));
+    EXPECT_TRUE(scene.lights[0].isSeen);
+    EXPECT_THAT(told.infos, ElementsAre("nothing in the scene shines: it is lit by a plain sky"));
 }
 
 TEST(ReadLights, AreNotMadeUpWhereAShapeGlows) {
