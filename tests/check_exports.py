@@ -7,17 +7,16 @@ With --write the list is written anew, to be looked at before it is committed: w
 others link to.
 """
 
-import re
 import subprocess
 import sys
 from pathlib import Path
 
 
 def exported(nm, library):
-    """Kinds and names by nm's letters, without addresses: "T TELLAR::GetArchString()"."""
+    """The names alone: in which section each of them is, is up to the compiler."""
     listed = subprocess.run([nm, "--dynamic", "--demangle", "--defined-only", library],
                             check=True, capture_output=True, text=True).stdout
-    return sorted({re.sub(r"^[0-9a-f]* +", "", line) for line in listed.splitlines()})
+    return sorted({line.split(maxsplit=2)[2] for line in listed.splitlines()})
 
 
 def main():
