@@ -241,7 +241,7 @@ std::optional<std::string> MaterialReader::fileOf(const ShadingNode& image,
                                                   const std::string& name) const {
     const Attribute attribute = image.parameter("attribute");
     if (attribute.isText())
-        if (const auto file = textureFileOf(attribute.text())) return file;
+        if (auto file = textureFileOf(attribute.text())) return file;
     std::string file = image.parameter("file").text();
     return file.empty() ? textureFileOf(name) : file;
 }
