@@ -58,7 +58,7 @@ SceneData Read(const Suites& suites, const Location& root, const ReadOptions& op
     const Shutter shutter = ReadShutter(root, options.frame);
     const Framing framing = ReadFraming(suites, root);
     const Quality quality = ReadQuality(root);
-    const Camera camera = ReadCamera(suites, root, shutter);
+    const Camera camera = ReadCamera(suites, root, options.frame, shutter);
 
     report.progress(0, "reading the scene");
     const FlattenedMaterialsOfThisScene flattened(suites);

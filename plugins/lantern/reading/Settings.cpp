@@ -172,6 +172,24 @@ private:
     CameraInfoStruct* camera;
 };
 
+/// What has samples, at a time: the handle tells those nearest to time 0.
+void MoveLensTo(float time, const Attribute& geometry, Camera& lens) {
+    const auto move = [&](const char* name, float& value) {
+        const Attribute moving = geometry.child(name);
+        double moved = 0;
+        if (moving.sampleCount() > 1 && moving.read(&moved, 1, time))
+            value = static_cast<float>(moved);
+    };
+    move("fov", lens.fov);
+    move("near", lens.near);
+    move("far", lens.far);
+    move("left", lens.left);
+    move("right", lens.right);
+    move("top", lens.top);
+    move("bottom", lens.bottom);
+    move("orthographicWidth", lens.orthographicWidth);
+}
+
 void CheckPosition(const M44d& toWorld, const std::string& path) {
     const double* const values = toWorld.getValue();
     const bool isFinite =
@@ -223,13 +241,14 @@ Quality ReadQuality(const Location& root) {
     return quality;
 }
 
-Camera ReadCamera(const Suites& suites, const Location& root, const Shutter& shutter) {
+Camera ReadCamera(const Suites& suites, const Location& root, float frame, const Shutter& shutter) {
     const std::string path =
         Attribute::owning(suites.attributes(), suites.utils().getCameraPath(root.get())).text();
     const CameraHandle handle(suites, root, path);
     const Location location = root.byPath(path);
     if (!location || !handle) throw RenderError("the camera \"" + path + "\" is not in the scene");
     Camera camera = handle.lens();
+    MoveLensTo(frame, location.attribute("geometry"), camera);
     CheckLens(camera, path);
     const Transform transform = ReadTransform(suites, location.transformsFromTheRoot(), shutter);
     camera.toWorld.resize(static_cast<std::size_t>(transform.steps));

@@ -19,8 +19,8 @@ Framing ReadFraming(const Suites& suites, const Location& root);
 /// "lantern.samples", "lantern.maxDepth", "lantern.exposure" and "lantern.clampIndirect".
 Quality ReadQuality(const Location& root);
 
-/// The one at "cameraName".
-Camera ReadCamera(const Suites& suites, const Location& root, const Shutter& shutter);
+/// The one at "cameraName". Its lens is that of the frame, its place that of the whole shutter.
+Camera ReadCamera(const Suites& suites, const Location& root, float frame, const Shutter& shutter);
 
 } // namespace lantern
 

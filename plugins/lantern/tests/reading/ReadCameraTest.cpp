@@ -55,6 +55,17 @@ TEST(ReadCamera, MovesWhileTheShutterIsOpen) {
     EXPECT_EQ(scene.camera.toWorld[1][3][0], 2);
 }
 
+TEST(ReadCamera, HasTheLensOfTheFrame) {
+    const std::string zoom = R"("geometry": {"near": 0.1, "far": 100.0, "left": -1.0, "right": 1.0,
+        "top": 1.0, "bottom": {"$type": "double", "times": [0, 10], "samples": [[-1], [-2]]},
+        "fov": {"$type": "double", "times": [0, 10], "samples": [[40], [60]]}})";
+    const Camera camera = ReadSilently(SceneJson("", "", zoom), {2.5f, 1}).camera;
+    EXPECT_EQ(camera.fov, 45);
+    EXPECT_EQ(camera.bottom, -1.25f);
+    EXPECT_EQ(camera.top, 1);
+    EXPECT_EQ(ReadSilently(SceneJson("", "", zoom)).camera.fov, 40);
+}
+
 TEST(ReadCamera, IsTheOneThatTheSettingsName) {
     EXPECT_EQ(ErrorOfSettings(R"("cameraName": "/root/world/cam/other")"),
               "the camera \"/root/world/cam/other\" is not in the scene");
