@@ -24,6 +24,16 @@ def with_usual_signals():
     signal.signal(signal.SIGTERM, signal.SIG_DFL)
 
 
+def pieces_from_terminal(descriptor):
+    """What others write to the other side, until all of them have closed it."""
+    try:
+        while piece := os.read(descriptor, 4096):
+            yield piece
+    except OSError:  # how Linux tells that the other side is closed
+        pass
+    os.close(descriptor)
+
+
 class TellarTest(unittest.TestCase):
     """Runs the command in an empty folder and an environment of its own."""
 
@@ -71,15 +81,12 @@ class TellarTest(unittest.TestCase):
                                    env={**self.environment, **environment})
         os.close(theirs)
         seen = b""
-        try:
-            while piece := os.read(ours, 4096):
-                seen += piece
-                if wanted in seen:
-                    process.send_signal(signal.SIGTERM)
-                    wanted = b"no more of it \0"
-        except OSError:  # how Linux tells that the other side is closed
-            pass
-        os.close(ours)
+        is_stopped = False
+        for piece in pieces_from_terminal(ours):
+            seen += piece
+            if wanted in seen and not is_stopped:
+                process.send_signal(signal.SIGTERM)
+                is_stopped = True
         self.assertEqual(process.wait(timeout=600), 143)
         return seen
 

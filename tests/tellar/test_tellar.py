@@ -11,7 +11,7 @@ import subprocess
 import sys
 import time
 
-from tellar_test import TellarTest, main, static_scene
+from tellar_test import TellarTest, main, pieces_from_terminal, static_scene
 
 SCENE = {
     "ops": [
@@ -384,13 +384,7 @@ class TerminalTest(TellarTest):
         process = subprocess.Popen([self.program, *arguments], stdout=theirs, stderr=theirs,
                                    env={**self.environment, **environment})
         os.close(theirs)
-        seen = b""
-        try:
-            while piece := os.read(ours, 4096):
-                seen += piece
-        except OSError:  # how Linux tells that the other side is closed
-            pass
-        os.close(ours)
+        seen = b"".join(pieces_from_terminal(ours))
         self.assertEqual(process.wait(timeout=600), 0)
         return seen.decode().replace("\r\n", "\n")
 

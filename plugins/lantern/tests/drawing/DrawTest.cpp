@@ -309,6 +309,15 @@ TEST(Draw, StopsWhenNobodyWantsThePictureAnyMore) {
     }
 }
 
+TEST(Draw, AsksWithinAPixelOfManySamplesToo) {
+    Listened listened;
+    Report report(listened.report());
+    Draw(Busy(1, 1), {1025, 1}, report);
+    const int asked = listened.questions;
+    Draw(Busy(1, 1), {1, 1}, report);
+    EXPECT_EQ(asked - (listened.questions - asked), 4);
+}
+
 // Hard cases --------------------------------------------------------------------------------------
 
 TEST(Draw, DrawsNothingOfAnEmptyScene) {

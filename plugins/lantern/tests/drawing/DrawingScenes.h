@@ -24,6 +24,24 @@ inline M44f Moved(float x, float y, float z) {
     return matrix;
 }
 
+/// A part of a picture, its pixels made one by one by `pixel(x, y)`: four numbers each.
+template <typename Pixel>
+Picture PartOf(int width, int height, const Window& window, Pixel pixel) {
+    Picture picture;
+    picture.width = width;
+    picture.height = height;
+    picture.window = window;
+    for (int y = window.y0; y < window.y1; ++y) {
+        for (int x = window.x0; x < window.x1; ++x) {
+            const std::array<float, 4> values = pixel(x, y);
+            picture.pixels.insert(picture.pixels.end(), values.begin(), values.end());
+        }
+    }
+    picture.worldToCamera = Moved(1, 2, 3);
+    picture.worldToNdc = Moved(0.1f, -5, 6) * M44f().scale(V3f(2, 3, 4));
+    return picture;
+}
+
 /// A rectangle in X and Y that faces +Z, two triangles of one face, with coordinates 0 to 1.
 inline Mesh Square(float left, float bottom, float right, float top, float z) {
     Mesh mesh;

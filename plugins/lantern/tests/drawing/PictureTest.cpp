@@ -23,16 +23,9 @@ using testing::IsEmpty;
 
 /// Of 100 by 60 pixels those of a window, each with its place in red and green.
 Picture Part(const Window& window) {
-    Picture picture;
-    picture.width = 100;
-    picture.height = 60;
-    picture.window = window;
-    for (int y = window.y0; y < window.y1; ++y)
-        for (int x = window.x0; x < window.x1; ++x)
-            picture.pixels.insert(picture.pixels.end(), {float(x) / 128, float(y) / 64, 0.5f, 1});
-    picture.worldToCamera = Moved(1, 2, 3);
-    picture.worldToNdc = Moved(0.1f, -5, 6) * M44f().scale(V3f(2, 3, 4));
-    return picture;
+    return PartOf(100, 60, window, [](int x, int y) {
+        return std::array<float, 4>{float(x) / 128, float(y) / 64, 0.5f, 1};
+    });
 }
 
 struct FoundImage {

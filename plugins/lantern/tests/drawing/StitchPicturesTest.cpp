@@ -20,17 +20,12 @@ using testing::HasSubstr;
 
 /// Of 90 by 50 pixels those of a window, noisy.
 Picture Part(const Window& window) {
-    Picture picture;
-    picture.width = 90;
-    picture.height = 50;
-    picture.window = window;
-    for (int y = window.y0; y < window.y1; ++y)
-        for (int x = window.x0; x < window.x1; ++x)
-            for (int channel = 0; channel < 4; ++channel)
-                picture.pixels.push_back(float((x * 7 + y * 13 + channel * 5) % 31) / 29);
-    picture.worldToCamera = Moved(1, 2, 3);
-    picture.worldToNdc = Moved(0.1f, -5, 6);
-    return picture;
+    return PartOf(90, 50, window, [](int x, int y) {
+        const auto noise = [&](int channel) {
+            return float((x * 7 + y * 13 + channel * 5) % 31) / 29;
+        };
+        return std::array<float, 4>{noise(0), noise(1), noise(2), noise(3)};
+    });
 }
 
 class StitchPicturesTest : public testing::Test {
