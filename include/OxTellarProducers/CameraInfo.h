@@ -53,6 +53,10 @@ struct TELLAR_API CameraInfo : CameraGeometry {
 /// is shared by all who ask, and never changes. Exceptions of the platform pass through, and an
 /// empty answer is kept for them as well.
 ///
+/// Trap: a camera that could not be read once stays missing, even after it was added, until
+/// ClearCameraInfoCache is called or the producer's hash text changes. Call ClearCameraInfoCache
+/// after every change of the scene.
+///
 /// Threads: any. Two threads that ask for one camera at the same time may both read it; both get
 /// the same record.
 TELLAR_API std::shared_ptr<CameraInfo>

@@ -26,8 +26,9 @@ namespace TELLAR {
 ///     (L + R) / (R - L)  (B + T) / (T - B)  -(near + far) / (far - near)  -1
 ///     0                  0                  -2 far near / (far - near)    0
 ///
-/// Orthographic; `fov` and `aspect` are not used, and the window's centre moves the picture the
-/// other way than usual (its translation has a plus sign):
+/// Orthographic; `fov` and `aspect` are not used. Trap: the translation by the window's centre has
+/// a plus sign, where other systems have a minus. For a window that is not centred on 0, negate
+/// the first two entries of the last row to get the usual matrix:
 ///
 ///     2 / (right - left)                0                                0                 0
 ///     0                                 2 / (top - bottom)               0                 0

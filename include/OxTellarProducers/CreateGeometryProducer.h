@@ -25,6 +25,9 @@ CreateSyncGeometryProducer(const std::shared_ptr<TellarRuntime::Client>& client,
 
 /// Never cooks: sees what the client's runtime has cooked, and nothing else. May be navigated
 /// while another thread cooks.
+///
+/// Trap: a location that nobody has cooked yet looks like one that does not exist. A producer of
+/// CreateSyncGeometryProducer over the same client tells the two apart.
 TELLAR_API boost::intrusive_ptr<GeometryProducer>
 CreateAsyncGeometryProducer(const std::shared_ptr<TellarRuntime::Client>& client,
                             const std::string& locationPath);
@@ -43,8 +46,11 @@ CreateThreadAwareGeometryProducer(const OxAttribute::GroupAttribute& opTreeDescr
 /// "c": its children by name, each again such a group}. The parent is taken as given. Null for
 /// an invalid group.
 ///
-/// A sibling's path is made from the path of the producer that was asked for it: the sibling b
-/// of /root/a is /root/a/b. For one thread at a time, unless every producer's place is known.
+/// Trap: getNextSibling makes the sibling's path from the path of the producer that was asked for
+/// it, so the sibling b of /root/a says that it is /root/a/b. The parent's getChildByName gives
+/// every child its true path.
+///
+/// For one thread at a time, unless every producer's place is known.
 TELLAR_API boost::intrusive_ptr<GeometryProducer>
 CreateStaticGeometryProducer(const std::string& locationPath,
                              const OxAttribute::GroupAttribute& group,

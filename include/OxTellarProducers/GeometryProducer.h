@@ -46,8 +46,11 @@ public:
     /// support deep child lookups" for a name with "/".
     virtual Ptr getChildByName(const char* name, bool evict = false) = 0;
     virtual Ptr getFirstChild(bool evict = false) = 0;
-    /// A producer that did not come from its parent's getFirstChild or getNextSibling may not
-    /// know its place: it then starts with the parent's first child.
+    /// The next sibling that exists; null behind the last one.
+    ///
+    /// Trap: a producer made by one of the functions of CreateGeometryProducer.h does not know its
+    /// place and starts with the parent's first child, which may be the same location again. To
+    /// visit all siblings, start with the parent's getFirstChild.
     virtual Ptr getNextSibling(bool evict = false) = 0;
     /// The client behind the producer; empty when there is none.
     virtual std::shared_ptr<TellarRuntime::Client> getClient();

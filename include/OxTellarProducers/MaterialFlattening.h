@@ -32,8 +32,12 @@ GetFlattenedMaterialAttr(const std::vector<OxAttribute::GroupAttribute>& materia
 /// The same of the "material" of a location and of its ancestors, each reduced by
 /// MinimizeResolvedMaterialAttr first. Invalid for a null producer.
 ///
-/// The answer is kept under the location's path and given again whatever the terminal names,
-/// until EmptyFlattenedMaterialCache is called. Locations with the same materials share one result.
+/// The answer is kept until EmptyFlattenedMaterialCache is called. Locations with the same
+/// materials share one result.
+///
+/// Trap: the location's path is the only key. The first answer comes back for other terminal names
+/// too, and for the same path in another scene. The form above that takes a list of materials
+/// keeps nothing.
 TELLAR_API OxAttribute::GroupAttribute
 GetFlattenedMaterialAttr(boost::intrusive_ptr<GeometryProducer> producer,
                          const std::vector<std::string>& terminalNames);

@@ -42,6 +42,10 @@ private:
 
 /// A serialised op file on disk. Its hash is that of the path as typed: "a.oxop" and "./a.oxop"
 /// are two sources.
+///
+/// Trap: the path is the whole identity. When the file is replaced, clients made before are handed
+/// out again and show the old scene, while a new client shows the new one. A source made with
+/// OpTreeSource::createFromGroupAttribute is identified by its content instead.
 class TELLAR_API OpTreeFileSource : public AbstractOpTreeSource {
 public:
     explicit OpTreeFileSource(const std::string& path);

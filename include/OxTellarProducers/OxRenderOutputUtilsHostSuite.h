@@ -96,8 +96,10 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     OxAttributeStruct* (*getArchString)(void);
     /* 8 The path with "%ARCH" replaced by it, as a string attribute; null for null. */
     OxAttributeStruct* (*expandArchPath)(const char* path);
-    /* 9 The location's material and those above it as one, for `count` terminals. Kept by the
-         location's path until slot 10 is called. */
+    /* 9 The location's material and those above it as one, for `count` terminals. Kept until slot
+         10 is called. Trap: the location's path is the only key, so the first answer comes back
+         for other terminals too, and for the same path in another scene. Call slot 10 when either
+         changes. */
     OxAttributeStruct* (*getFlattenedMaterialAttr)(OxSgIteratorStruct* location,
                                                    const char* const* terminalNames, int64_t count);
     /* 10 Forgets all flattened materials. */
@@ -136,11 +138,14 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     const char* (*getConnectionName)(OxShadingStruct* connection);
     const char* (*getConnectedPort)(OxShadingStruct* connection);
     const char* (*getConnectedNode)(OxShadingStruct* connection);
-    /* 31 1 when the connection has a name, a port and a node, else 0; 1 for null. */
+    /* 31 1 when the connection has a name, a port and a node, else 0. Trap: 1 for null, unlike
+          slot 27; test what slot 26 returns before asking. */
     int (*isShadingConnectionValid)(OxShadingStruct* connection);
 
     /* 32 The camera at a path that the location resolves, usually the root an absolute one; null
-          when there is none. */
+          when there is none. Trap: that there is none is remembered, as every answer is, for as
+          long as the location's hash stays the same. A host in C++ forgets all answers with
+          TELLAR::ClearCameraInfoCache. */
     CameraInfoStruct* (*getCameraInfo)(OxSgIteratorStruct* root, const char* cameraPath);
     /* 33 34 Adds and drops one reference; the last one frees the handle. */
     void (*retainCameraInfo)(CameraInfoStruct* camera);

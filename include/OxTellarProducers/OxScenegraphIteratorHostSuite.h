@@ -20,14 +20,25 @@
    owned by the caller; they are read and released through the suite "AttributeHost"
    (OxTellarSDK/AttributeSuite.h).
 
+   Trap: a navigation handle that is released without having been retained is never freed. Retain
+   each one in the statement that receives it, as above, and release every handle once.
+
    Errors. A null handle is accepted everywhere and yields null or nothing. No entry lets an
    exception out: it is logged at error level by "ScenegraphIteratorHost" with the entry's name,
    and the entry returns null. A location that does not exist is null without a message.
 
+   Trap: null from getFirstChild or getNextSibling means "no more" as well as "it failed", and only
+   the log tells which. To be sure that nothing is missing, ask getPotentialChildren for the names
+   and getChildByName for each of them.
+
    Threads. Every entry may be called from any thread, and several threads may use one handle at
    once. By default each thread cooks through a client of its own, made when it first navigates and
    given back when it ends. When the environment variable RUNTIME_USE_CONCURRENT is "1" as a root
-   is made from an op file, all threads share one runtime, published as "renderRuntime". */
+   is made from an op file, all threads share one runtime, published as "renderRuntime".
+
+   Trap: each thread opens the op file by its path when it first navigates. If the file is replaced
+   meanwhile, two threads see two scenes below one handle; if it is gone, a new thread sees nothing.
+   A root made from a description (slots 2 and 4) is read once and is the same for all threads. */
 
 #ifndef __cplusplus
 #include <stdbool.h>

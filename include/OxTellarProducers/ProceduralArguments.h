@@ -30,7 +30,8 @@ using ProceduralErrorCallback = void (*)(const std::string& message,
 //
 //     args                    what to pass on, in this order
 //     systemArgs              more of it
-//     includeCameraInfo       "As Parameters": the camera's lens and transform too
+//     includeCameraInfo       "As Parameters": the camera's lens and transform too. Trap: "As
+//                             Attributes" gives nothing about the camera in either form
 //     cameraInfo.whichCamera  "Other Camera": the one at cameraInfo.cameraPath; otherwise the
 //                             render camera
 //

@@ -28,7 +28,8 @@ public:
     std::string getHash() override;
     Ptr getChildByName(const char* name, bool evict) override;
     Ptr getFirstChild(bool evict) override;
-    /// Null unless the parent is a StaticGeometryProducer too.
+    /// Null unless the parent is a StaticGeometryProducer too. Trap: the sibling's path is this
+    /// producer's path, "/" and the sibling's name; the parent's getChildByName gives the true one.
     Ptr getNextSibling(bool evict) override;
 
     StaticGeometryProducer(std::string path, OxAttribute::GroupAttribute description,

@@ -25,8 +25,10 @@ public:
     ThreadLocalClient(const ThreadLocalClient&) = delete;
     ThreadLocalClient& operator=(const ThreadLocalClient&) = delete;
 
-    /// The calling thread's client. Empty when the source is invalid or no client could be made;
-    /// a thread for which that failed once is not tried again.
+    /// The calling thread's client. Empty when the source is invalid or no client could be made.
+    ///
+    /// Trap: a thread for which no client could be made gets none later either, even when the
+    /// cause is gone. ClientCreateWithOpTree tries anew on every call.
     virtual std::shared_ptr<TellarRuntime::Client> getClient();
 
 private:
