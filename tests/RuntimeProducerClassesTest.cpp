@@ -5,15 +5,19 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <utility>
 
+#include <boost/make_shared.hpp>
 #include <boost/thread/tss.hpp>
 #include <gmock/gmock.h>
 
 #include <OxTellarProducers/AsyncGeometryProducer.h>
 #include <OxTellarProducers/CreateGeometryProducer.h>
+#include <OxTellarProducers/OpTreeSource.h>
 #include <OxTellarProducers/SyncGeometryProducer.h>
 #include <OxTellarProducers/ThreadAwareGeometryProducer.h>
+#include <OxTellarProducers/ThreadLocalClient.h>
 
 #include "ProducerHelpers.h"
 #include "SceneBuilders.h"
@@ -100,24 +104,98 @@ TEST(RuntimeProducerClasses, NavigateByThePotentialChildrenThatAVariantPresents)
     EXPECT_EQ(root->getChildByName("x", false), nullptr);
 }
 
-/// Makes children for whom it is asked to.
-class MakingVariant : public SyncGeometryProducer {
-public:
-    using SyncGeometryProducer::createChild;
-    using SyncGeometryProducer::SyncGeometryProducer;
+/// Lets tests make children as a derived class may.
+template <typename Variant>
+struct Making : Variant {
+    using Variant::createChild;
+    using Variant::Variant;
 };
 
-TEST(RuntimeProducerClasses, MakeChildrenThatKeepTheirClientAlsoForAnotherParent) {
-    const Client client = MakeClient(TestTree(Texts({"a", "b"})));
-    boost::intrusive_ptr<MakingVariant> root(
-        new MakingVariant(client, "/root", client->cookLocation("/root"), -1, nullptr));
-    const Ptr child = root->createChild("/root/a", client->cookLocation("/root/a"), 0, root);
-    const Ptr orphan = root->createChild("/root/a", client->cookLocation("/root/a"), 0, nullptr);
-    root.reset();
+/// A client of the tree, and a root producer that owns it.
+template <typename Variant>
+class MakingProducer : public testing::Test {
+protected:
+    using Maker = boost::intrusive_ptr<Variant>;
+
+    Maker openRoot(const OxAttribute::GroupAttribute& tree) {
+        if constexpr (std::is_same_v<Variant, ThreadAwareGeometryProducer>)
+            return open(boost::make_shared<TELLAR::ThreadLocalClient>(
+                TELLAR::OpTreeSource::createFromGroupAttribute(tree)));
+        else
+            return open(MakeClient(tree));
+    }
+
+    static TellarRuntime::LocationData cook(const Ptr& producer, const std::string& path) {
+        return producer->getClient()->cookLocation(path);
+    }
+
+    /// A child with the data of /root/a, whatever its path.
+    static Ptr makeChild(Variant& maker, const std::string& path,
+                         const boost::intrusive_ptr<BaseGeometryProducer>& parent) {
+        return (maker.*&Making<Variant>::createChild)(path, cook(&maker, "/root/a"), 0, parent);
+    }
+
+    Maker root = openRoot(TestTree(Texts({"a", "b"})));
+
+private:
+    static const Client& clientOf(const Client& client) { return client; }
+    static Client clientOf(const boost::shared_ptr<TELLAR::ThreadLocalClient>& client) {
+        return client->getClient();
+    }
+    template <typename Owned>
+    static Maker open(const Owned& owned) {
+        return new Variant(owned, "/root", clientOf(owned)->cookLocation("/root"), -1, nullptr);
+    }
+};
+using Variants =
+    testing::Types<SyncGeometryProducer, AsyncGeometryProducer, ThreadAwareGeometryProducer>;
+TYPED_TEST_SUITE(MakingProducer, Variants);
+
+TYPED_TEST(MakingProducer, KeepsItsClientInTheChildrenThatItMakes) {
+    const Client client = this->root->getClient();
+    this->cook(this->root, "/root/b");
+    const Ptr child = this->makeChild(*this->root, "/root/a", this->root);
+    this->root.reset();
     EXPECT_EQ(child->getClient(), client);
     EXPECT_EQ(NameOf(child->getNextSibling(false)), "/root/b");
-    EXPECT_EQ(orphan->getClient(), client);
+}
+
+TYPED_TEST(MakingProducer, KeepsItsClientInTheChildrenThatItMakesForOthers) {
+    const Client client = this->root->getClient();
+    const auto other = this->openRoot(TestTree(Texts({"a", "b"})));
+    const Ptr adopted = this->makeChild(*this->root, "/root/a", other);
+    const Ptr orphan = this->makeChild(*this->root, "/root/a", nullptr);
+    this->root.reset();
+    EXPECT_EQ(adopted->getParent(), other);
     EXPECT_EQ(orphan->getParent(), nullptr);
+    EXPECT_NE(other->getClient(), client);
+    EXPECT_EQ(adopted->getClient(), client);
+    EXPECT_EQ(orphan->getClient(), client);
+}
+
+TYPED_TEST(MakingProducer, KeepsItsClientInWhatADescendantMakesForOthers) {
+    const Client client = this->root->getClient();
+    this->cook(this->root, "/root/a");
+    Ptr child = this->root->getFirstChild(false);
+    const Ptr orphan = this->makeChild(dynamic_cast<TypeParam&>(*child), "/root/a", nullptr);
+    child.reset();
+    this->root.reset();
+    EXPECT_EQ(orphan->getClient(), client);
+}
+
+TYPED_TEST(MakingProducer, NamesItsChildrenByTheLastSlashOfAnyPath) {
+    const auto nameOf = [this](const std::string& path) {
+        return this->makeChild(*this->root, path, this->root)->getName();
+    };
+    EXPECT_EQ(nameOf("/root/a"), "a");
+    EXPECT_EQ(nameOf("/xy"), "xy");
+    EXPECT_EQ(nameOf("/rootling"), "rootling");
+    EXPECT_EQ(nameOf("/elsewhere/entirely"), "entirely");
+    EXPECT_EQ(nameOf("/root/with/slashes"), "slashes");
+    EXPECT_EQ(nameOf("/root"), "root");
+    EXPECT_EQ(nameOf("/root/"), "");
+    EXPECT_EQ(nameOf("no slash"), "");
+    EXPECT_EQ(nameOf(""), "");
 }
 
 TEST(RuntimeProducerClasses, MayBeDroppedHoweverManyAncestorsGoWithThem) {

@@ -47,12 +47,8 @@ Attribute BaseGeometryProducer::getAttribute(const char* name) {
 }
 std::string BaseGeometryProducer::getName() {
     if (!makeChild) return LeafName(*locationPath);
-    // The path begins with the parent's; what a runtime calls a name may hold a slash of its own.
     const auto* parent = static_cast<const BaseGeometryProducer*>(getRawParentPtr());
-    const std::string_view rest =
-        std::string_view(*locationPath).substr(parent->locationPath->size());
-    const std::string_view name = rest.substr(1);
-    return name.find('/') == std::string_view::npos ? std::string(name) : LeafName(rest);
+    return LeafName(*locationPath, parent->locationPath->size());
 }
 std::string BaseGeometryProducer::getFullName() {
     return *locationPath;
