@@ -1,16 +1,16 @@
 #include "ConfigurationFile.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
-#include <system_error>
+#include <cstdint>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include <rapidjson/error/en.h>
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
+
+#include "RegularFile.h"
 
 namespace {
 
@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t kMaximumDepth = 64;
 
 // A configuration is written by people; what is larger is some other file.
-constexpr std::uintmax_t kMaximumFileSize = 16 * 1024 * 1024;
+constexpr std::uint64_t kMaximumFileSize = 16 * 1024 * 1024;
 
 // Collects the values of one object under dotted keys. Every member returns whether the
 // parser shall go on; after a refusal, `reason` says why.
@@ -85,23 +85,6 @@ std::string contentError(std::string_view text, std::size_t offset, const std::s
            std::to_string(column) + ": " + reason;
 }
 
-std::string fileError(const std::string& path, const std::string& reason) {
-    return "Cannot read the configuration file \"" + path + "\": " + reason;
-}
-
-// Why the file is not to be opened at all; empty when it is.
-std::string refusalBeforeReading(const std::string& path) {
-    std::error_code code;
-    const auto status = std::filesystem::status(path, code);
-    if (code) return code.message();
-    // A pipe or a device might never end.
-    if (!std::filesystem::is_regular_file(status)) return "not a regular file";
-    const std::uintmax_t size = std::filesystem::file_size(path, code);
-    if (code) return code.message();
-    if (size > kMaximumFileSize) return std::to_string(size) + " bytes are too many";
-    return {};
-}
-
 } // namespace
 
 bool ParseConfiguration(std::string_view text, const std::string& name, ConfigurationValues& values,
@@ -131,17 +114,11 @@ bool ParseConfiguration(std::string_view text, const std::string& name, Configur
 
 bool ReadConfigurationFile(const std::string& path, ConfigurationValues& values,
                            std::string& error) {
-    const std::string refusal = refusalBeforeReading(path);
-    if (!refusal.empty()) {
-        error = fileError(path, refusal);
+    std::string reason;
+    const std::optional<std::string> text = RegularFile::Read(path, kMaximumFileSize, reason);
+    if (!text) {
+        error = "Cannot read the configuration file \"" + path + "\": " + reason;
         return false;
     }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (!file.is_open() || file.bad()) {
-        error = fileError(path, std::generic_category().message(errno));
-        return false;
-    }
-    return ParseConfiguration(text, path, values, error);
+    return ParseConfiguration(*text, path, values, error);
 }

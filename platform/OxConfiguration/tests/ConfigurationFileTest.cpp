@@ -129,6 +129,23 @@ TEST(ConfigurationFile, NamesAFileThatDoesNotExistAndOneThatIsAFolder) {
               "Cannot read the configuration file \"" + folder.path() + "\": not a regular file");
 }
 
+TEST(ConfigurationFile, RefusesAPipeAndADeviceWithoutWaiting) {
+    const TempDirectory folder;
+    ConfigurationValues values;
+    std::string error;
+    for (const std::string& path : {folder.makePipe("pipe"), std::string("/dev/zero")}) {
+        EXPECT_FALSE(ReadConfigurationFile(path, values, error));
+        EXPECT_EQ(error, "Cannot read the configuration file \"" + path + "\": not a regular file");
+    }
+}
+
+TEST(ConfigurationFile, NamesAFileThatCannotBeReadAlthoughItOpens) {
+    ConfigurationValues values;
+    std::string error;
+    EXPECT_FALSE(ReadConfigurationFile("/proc/self/mem", values, error));
+    EXPECT_EQ(error, "Cannot read the configuration file \"/proc/self/mem\": Input/output error");
+}
+
 TEST(ConfigurationFile, RefusesAFileThatIsTooLargeToBeAConfiguration) {
     const TempDirectory folder;
     const std::string path = folder.write("large.json", "{}");

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <sys/stat.h>
+
 /// A new folder under the system's temporary folder, removed with its contents at the end.
 class TempDirectory {
 public:
@@ -37,6 +39,14 @@ public:
         std::ostringstream content;
         content << file.rdbuf();
         return content.str();
+    }
+
+    /// Makes a named pipe that nobody writes to, and returns its path: whoever opens it the usual
+    /// way waits for ever.
+    std::string makePipe(const std::string& name) const {
+        if (mkfifo(path(name).c_str(), 0600) != 0)
+            throw std::runtime_error("No named pipe can be made: " + path(name));
+        return path(name);
     }
 
 private:
