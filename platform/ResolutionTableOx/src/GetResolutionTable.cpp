@@ -1,14 +1,11 @@
 #include <ResolutionTableOx/ResolutionTable.h>
 
-#include <cerrno>
-#include <filesystem>
-#include <fstream>
+#include <atomic>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <string_view>
-#include <system_error>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -17,6 +14,7 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 
 #include "BuiltInResolutions.h"
+#include "RegularFile.h"
 #include "ResolutionFile.h"
 
 namespace {
@@ -30,49 +28,8 @@ void logError(const std::string& text) {
     logger->error(text, __FILE__, __LINE__);
 }
 
-// By which a changed file is told.
-struct FileState {
-    std::filesystem::file_time_type changed;
-    std::uintmax_t size = 0;
-
-    bool operator==(const FileState& other) const {
-        return changed == other.changed && size == other.size;
-    }
-};
-
 [[noreturn]] void refuseFile(const std::string& path, const std::string& reason) {
     throw std::runtime_error("cannot read the resolution table \"" + path + "\": " + reason);
-}
-
-FileState stateOf(const std::string& path) {
-    std::error_code code;
-    const auto status = std::filesystem::status(path, code);
-    if (code) refuseFile(path, code.message());
-    // A pipe or a device might never end.
-    if (!std::filesystem::is_regular_file(status)) refuseFile(path, "not a regular file");
-    FileState state;
-    state.size = std::filesystem::file_size(path, code);
-    if (!code) state.changed = std::filesystem::last_write_time(path, code);
-    if (code) refuseFile(path, code.message());
-    if (state.size > kMaximumResolutionFileSize)
-        refuseFile(path, std::to_string(state.size) + " bytes are too many");
-    return state;
-}
-
-// To the end, wherever that is by now: between looking at a file and opening it, another one may
-// have been put in its place.
-std::string contentOf(const std::string& path) {
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    if (!file.is_open()) refuseFile(path, std::generic_category().message(errno));
-    std::string content;
-    char chunk[16 * 1024];
-    do {
-        file.read(chunk, sizeof(chunk));
-        content.append(chunk, static_cast<std::size_t>(file.gcount()));
-    } while (file && content.size() <= kMaximumResolutionFileSize);
-    if (file.bad()) refuseFile(path, std::generic_category().message(errno));
-    return content;
 }
 
 TablePointer overlaid(std::vector<ResolutionTableEntry> overlay) {
@@ -91,58 +48,87 @@ TablePointer overlaid(std::vector<ResolutionTableEntry> overlay) {
     return std::make_shared<const ResolutionTable>(std::move(entries));
 }
 
-// What is known about a file.
+// What is known about a file. Never changes.
 struct FileTable {
-    std::optional<FileState> state; // of the content that was read, if that is known for sure
-    TablePointer table;             // empty when the file cannot be read or its content is wrong
-    std::string error;              // why
+    // Of the content that was read; nothing when the file changed meanwhile or could not be read.
+    std::optional<RegularFile::State> state;
+    TablePointer table; // empty when the file cannot be read or its content is wrong
+    std::string error;  // why
 };
 
-// Throws std::runtime_error when the file cannot be read.
-FileTable readTable(const std::string& path, const FileState& state) {
-    const std::string content = contentOf(path);
+FileTable readTable(const std::string& path) {
     FileTable result;
-    if (stateOf(path) == state) result.state = state;
+    std::string reason;
+    RegularFile::State before;
+    const RegularFile::Pointer file = RegularFile::Open(path, before, reason);
+    if (!file) refuseFile(path, reason);
+    if (before.bytes > kMaximumResolutionFileSize)
+        refuseFile(path, std::to_string(before.bytes) + " bytes are too many");
+    const std::optional<std::string> content =
+        RegularFile::ReadRest(file.get(), kMaximumResolutionFileSize, reason);
+    if (!content) refuseFile(path, reason);
+    if (RegularFile::StateOf(file.get(), reason) == before) result.state = before;
     try {
-        result.table = overlaid(ParseResolutions(content, path));
+        result.table = overlaid(ParseResolutions(*content, path));
     } catch (const std::runtime_error& error) {
         result.error = error.what();
     }
     return result;
 }
 
-// The tables of all files that were asked for, by path. The lock is held while a file is read, so
-// that each change is read, and its error told, by one thread only.
-class FileTables {
+// One file that was asked for. A file that stays as it is costs each question one look at its
+// state and no lock that others hold for longer than it takes to copy a pointer.
+class WatchedFile {
 public:
+    explicit WatchedFile(std::string path) : path(std::move(path)) {}
+
     /// Assigns what is to be logged to `news`, if anything is. That is left to the caller, outside
     /// of the lock, as a log sink may ask for a table itself.
-    TablePointer get(const std::string& path, std::string& news) {
-        const std::lock_guard<std::mutex> lock(mutex);
-        FileTable& known = tables[path];
-        FileTable current;
+    TablePointer get(std::string& news) {
+        const std::shared_ptr<const FileTable> seen = std::atomic_load(&known);
+        if (isUnchanged(*seen)) return seen->table;
+
+        // Held while the file is read, so that each change is read, and its error told, by one
+        // thread only.
+        const std::lock_guard<std::mutex> lock(reading);
+        const std::shared_ptr<const FileTable> before = std::atomic_load(&known);
+        if (before != seen && isUnchanged(*before)) return before->table;
+        auto current = std::make_shared<FileTable>();
         try {
-            const FileState state = stateOf(path);
-            if (known.state == state) return known.table;
-            current = readTable(path, state);
+            *current = readTable(path);
         } catch (const std::runtime_error& error) {
-            current.error = error.what();
+            current->error = error.what();
         }
-        const bool isOtherContent = known.state && current.state;
-        if (isOtherContent || current.error != known.error) news = current.error;
-        known = std::move(current);
-        return known.table;
+        const bool isOtherContent = before->state && current->state;
+        if (isOtherContent || current->error != before->error) news = current->error;
+        std::atomic_store(&known, std::shared_ptr<const FileTable>(current));
+        return current->table;
     }
 
 private:
-    std::mutex mutex;
-    std::unordered_map<std::string, FileTable> tables;
+    bool isUnchanged(const FileTable& table) const {
+        std::string ignored; // reading the file tells the same
+        return table.state && RegularFile::StateOf(path, ignored) == table.state;
+    }
+
+    const std::string path;
+    std::mutex reading;
+    // Reached through std::atomic_load and std::atomic_store only.
+    std::shared_ptr<const FileTable> known = std::make_shared<FileTable>();
 };
 
+WatchedFile& watchedFile(const std::string& path) {
+    static auto* const lock = new std::mutex;
+    static auto* const files = new std::unordered_map<std::string, std::unique_ptr<WatchedFile>>;
+    const std::lock_guard<std::mutex> guard(*lock);
+    std::unique_ptr<WatchedFile>& file = (*files)[path];
+    if (!file) file = std::make_unique<WatchedFile>(path);
+    return *file;
+}
+
 TablePointer tableOfFile(const std::string& path) {
-    static FileTables* const tables = new FileTables;
     std::string news;
-    TablePointer table = tables->get(path, news);
+    TablePointer table = watchedFile(path).get(news);
     if (!news.empty()) logError(news);
     return table;
 }

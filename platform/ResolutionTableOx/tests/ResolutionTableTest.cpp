@@ -13,6 +13,9 @@
 #include <sstream>
 #include <stdexcept>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <gmock/gmock.h>
 
 #include <OxConfiguration/Configuration.h>
@@ -21,6 +24,25 @@
 #include "RunTogether.h"
 #include "ScopedEnvironment.h"
 #include "TempDirectory.h"
+
+namespace {
+
+std::atomic<int> looksAtFiles{0};
+
+} // namespace
+
+// The system's function under both of its names, counted, for the library to find before the
+// system's own.
+extern "C" {
+[[gnu::visibility("default")]] int stat(const char* path, struct stat* status) noexcept {
+    ++looksAtFiles;
+    return fstatat(AT_FDCWD, path, status, 0);
+}
+[[gnu::visibility("default")]] int stat64(const char* path, struct stat64* status) noexcept {
+    ++looksAtFiles;
+    return fstatat64(AT_FDCWD, path, status, 0);
+}
+}
 
 namespace {
 
@@ -280,6 +302,15 @@ TEST_F(ResolutionTableFile, IsReadOnceWhileItStaysAsItIs) {
     EXPECT_EQ(GetResolutionTable(nullptr), GetResolutionTable(nullptr));
 }
 
+TEST_F(ResolutionTableFile, IsLookedAtOnceForEachQuestion) {
+    const std::string path = write(R"({"a": {"width": 1, "height": 1}})");
+    const auto table = GetResolutionTable(path.c_str());
+    looksAtFiles = 0;
+    for (int i = 0; i < 100; ++i)
+        ASSERT_EQ(GetResolutionTable(path.c_str()), table);
+    EXPECT_EQ(looksAtFiles, 100);
+}
+
 TEST_F(ResolutionTableFile, IsReadAgainWhenItsSizeOrItsTimeChanges) {
     const std::string path = write(R"({"a": {"width": 1, "height": 1}})");
     const auto before = GetResolutionTable(path.c_str());
@@ -367,6 +398,8 @@ TEST_F(ResolutionTableFile, ThatIsDamagedGivesNoTableAndOneErrorForEachChange) {
 TEST_F(ResolutionTableFile, MustBeARegularFileOfModerateSize) {
     EXPECT_EQ(GetResolutionTable(folder.path().c_str()), nullptr);
     EXPECT_EQ(GetResolutionTable("/dev/null"), nullptr);
+    const std::string pipe = folder.makePipe("pipe");
+    EXPECT_EQ(GetResolutionTable(pipe.c_str()), nullptr);
     const std::string path = write("{}");
     std::filesystem::resize_file(path, 4 * 1024 * 1024 + 1);
     EXPECT_EQ(GetResolutionTable(path.c_str()), nullptr);
@@ -375,6 +408,7 @@ TEST_F(ResolutionTableFile, MustBeARegularFileOfModerateSize) {
         ElementsAre(
             "cannot read the resolution table \"" + folder.path() + "\": not a regular file",
             "cannot read the resolution table \"/dev/null\": not a regular file",
+            "cannot read the resolution table \"" + pipe + "\": not a regular file",
             "cannot read the resolution table \"" + path + "\": 4194305 bytes are too many"));
 }
 
