@@ -67,8 +67,12 @@ TEST(CameraInfo, IsCopiedAndMovedMemberByMember) {
     camera.xform[3][0] = 7.0;
     camera.xformSamples = FloatAttribute({1.0f, 2.0f}, 1);
     const CameraInfo copy = camera;
-    const CameraInfo moved = std::move(camera);
-    for (const CameraInfo& other : {copy, moved}) {
+    CameraInfo assigned;
+    assigned = camera;
+    CameraInfo moved = std::move(camera);
+    CameraInfo moveAssigned;
+    moveAssigned = CameraInfo(moved);
+    for (const CameraInfo& other : {copy, assigned, moved, moveAssigned}) {
         EXPECT_EQ(other.fov, 35.0f);
         EXPECT_TRUE(other.orthographic);
         EXPECT_EQ(other.orthographicWidth, 4.0f);

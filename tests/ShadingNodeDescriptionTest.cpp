@@ -204,11 +204,17 @@ TEST(ShadingNode, IsCopiedAndMovedWhole) {
     ShadingNodeDescription node(Group(parts));
     ShadingNodeDescription copy(GroupAttribute{});
     copy = node;
+    const auto connection = node.getConnection("b");
     const ShadingNodeDescription moved = std::move(node);
-    for (const ShadingNodeDescription& other : {copy, moved}) {
+    ShadingNodeDescription moveAssigned(GroupAttribute{});
+    moveAssigned = ShadingNodeDescription(copy);
+    for (const ShadingNodeDescription& other : {copy, moved, moveAssigned}) {
         EXPECT_EQ(other.getName(), "n");
+        EXPECT_EQ(other.getType(), "matte");
         EXPECT_EQ(IntOf(other.getParameter("a")), 1);
-        EXPECT_EQ(other.getConnection("b")->getConnectedNode(), "m");
+        EXPECT_THAT(other.getParameterNames(), ElementsAre("a"));
+        EXPECT_THAT(other.getConnectionNames(), ElementsAre("b"));
+        EXPECT_EQ(other.getConnection("b"), connection) << "it is shared";
     }
 }
 

@@ -21,6 +21,12 @@ namespace TELLAR {
 
 /// The lens of a camera. A value; copy it freely.
 struct TELLAR_API CameraGeometry {
+    CameraGeometry();
+    CameraGeometry(const CameraGeometry& other);
+    CameraGeometry(CameraGeometry&& other) noexcept;
+    CameraGeometry& operator=(const CameraGeometry& other);
+    CameraGeometry& operator=(CameraGeometry&& other) noexcept;
+
     float fov = 0;  ///< across the width of a screen window from -1 to 1, in degrees
     float near = 0; ///< clipping distances from the camera, both positive
     float far = 0;
@@ -33,6 +39,13 @@ struct TELLAR_API CameraGeometry {
 
 /// A camera of the scene: its lens and where it stands. It looks along its own -z with +y up.
 struct TELLAR_API CameraInfo : CameraGeometry {
+    CameraInfo();
+    CameraInfo(const CameraInfo& other);
+    CameraInfo(CameraInfo&& other) noexcept;
+    CameraInfo& operator=(const CameraInfo& other);
+    CameraInfo& operator=(CameraInfo&& other) noexcept;
+    ~CameraInfo();
+
     /// Camera to world at the sample nearest to time 0. Row vectors: a point is p M, and the last
     /// row is the camera's position.
     Imath::Matrix44<double> xform;

@@ -46,7 +46,7 @@ TELLAR_API Imath::Matrix44<double> GetProjectionMatrix(const CameraInfo& camera,
 /// The lens that a camera's "geometry" group tells, each value interpolated at `time`. What is
 /// missing, or no double, stays 0; an invalid group gives all zeros.
 TELLAR_API CameraGeometry
-GetInterpolatedCameraGeometryFromAttr(const OxAttribute::GroupAttribute& geometry, float time);
+GetInterpolatedCameraGeometryFromAttr(OxAttribute::GroupAttribute geometry, float time);
 
 /// Which samples tell the motion while the shutter is open: the last one at or before the
 /// opening (the first of all when there is none before it), every one in between, and the first

@@ -14,6 +14,12 @@ namespace TELLAR {
 
 /// What a procedural is told about the render it is part of. A value; copy it freely.
 struct TELLAR_API ProceduralOutputContextInfo {
+    ProceduralOutputContextInfo();
+    ProceduralOutputContextInfo(const ProceduralOutputContextInfo& other);
+    ProceduralOutputContextInfo(ProceduralOutputContextInfo&& other) noexcept;
+    ProceduralOutputContextInfo& operator=(const ProceduralOutputContextInfo& other);
+    ProceduralOutputContextInfo& operator=(ProceduralOutputContextInfo&& other) noexcept;
+
     std::int32_t frame = 1;
     float shutterOpen = 0.0f; ///< in frames, relative to the frame
     float shutterClose = 0.0f;

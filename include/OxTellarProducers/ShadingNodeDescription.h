@@ -49,6 +49,12 @@ public:
     /// malformed is left out, and without "name" and "type" the description is empty.
     explicit ShadingNodeDescription(const OxAttribute::GroupAttribute& node,
                                     const ParameterMap* overrides = nullptr);
+    /// Copies share the descriptions of connections.
+    ShadingNodeDescription(const ShadingNodeDescription& other);
+    ShadingNodeDescription(ShadingNodeDescription&& other) noexcept;
+    ShadingNodeDescription& operator=(const ShadingNodeDescription& other);
+    ShadingNodeDescription& operator=(ShadingNodeDescription&& other) noexcept;
+    ~ShadingNodeDescription();
 
     const std::string& getName() const { return name; }
     const std::string& getType() const { return type; }

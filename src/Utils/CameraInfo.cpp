@@ -104,6 +104,19 @@ Camera ReadCamera(GeometryProducer& producer, const std::string& cameraPath) {
 
 } // namespace
 
+CameraGeometry::CameraGeometry() = default;
+CameraGeometry::CameraGeometry(const CameraGeometry& other) = default;
+CameraGeometry::CameraGeometry(CameraGeometry&& other) noexcept = default;
+CameraGeometry& CameraGeometry::operator=(const CameraGeometry& other) = default;
+CameraGeometry& CameraGeometry::operator=(CameraGeometry&& other) noexcept = default;
+
+CameraInfo::CameraInfo() = default;
+CameraInfo::CameraInfo(const CameraInfo& other) = default;
+CameraInfo::CameraInfo(CameraInfo&& other) noexcept = default;
+CameraInfo& CameraInfo::operator=(const CameraInfo& other) = default;
+CameraInfo& CameraInfo::operator=(CameraInfo&& other) noexcept = default;
+CameraInfo::~CameraInfo() = default;
+
 Camera GetCameraInfo(boost::intrusive_ptr<GeometryProducer> producer,
                      const std::string& cameraPath) {
     if (!producer) return nullptr;

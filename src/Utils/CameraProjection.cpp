@@ -68,7 +68,7 @@ Matrix GetProjectionMatrix(const CameraInfo& camera, float aspect) {
                                camera.fov, aspect);
 }
 
-CameraGeometry GetInterpolatedCameraGeometryFromAttr(const GroupAttribute& geometry, float time) {
+CameraGeometry GetInterpolatedCameraGeometryFromAttr(GroupAttribute geometry, float time) {
     CameraGeometry lens;
     if (!geometry.isValid()) return lens;
     for (const LensField& field : kLensFields) {

@@ -79,6 +79,14 @@ ShadingNodeDescription::ShadingNodeDescription(const GroupAttribute& node,
     recursiveGetConnectionNames(node.getChildByName("connections"), "");
 }
 
+ShadingNodeDescription::ShadingNodeDescription(const ShadingNodeDescription& other) = default;
+ShadingNodeDescription::ShadingNodeDescription(ShadingNodeDescription&& other) noexcept = default;
+ShadingNodeDescription&
+ShadingNodeDescription::operator=(const ShadingNodeDescription& other) = default;
+ShadingNodeDescription&
+ShadingNodeDescription::operator=(ShadingNodeDescription&& other) noexcept = default;
+ShadingNodeDescription::~ShadingNodeDescription() = default;
+
 bool ShadingNodeDescription::isValid() const {
     return !name.empty() && !type.empty();
 }
