@@ -215,7 +215,7 @@ std::string OpNode::label() const {
 LocationData OpNode::cook(const std::string& path, std::uint32_t eviction,
                           LocationNode** found) const {
     if (found) *found = nullptr;
-    if (!defect.empty()) throw CookError(label() + " at \"" + path + "\": " + defect);
+    if (defect) throw CookError(label() + " at \"" + path + "\": " + *defect);
     LocationNode* node = store->findOrAdd(path);
     if (!node) return MissingLocation();
     if (found) *found = node;
@@ -294,8 +294,29 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
 
 namespace {
 
+/// Op names in the text of a cycle; of a longer one the first and the last are named.
+constexpr std::size_t kNamedInCycle = 16;
+constexpr std::size_t kLongestNameInCycle = 64;
+
+/// At most kLongestNameInCycle bytes of a name, cut between two characters of UTF-8.
+std::string Shortened(const std::string& name) {
+    if (name.size() <= kLongestNameInCycle) return name;
+    std::size_t end = kLongestNameInCycle;
+    while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xc0) == 0x80)
+        --end;
+    return name.substr(0, end) + "...";
+}
+
+std::shared_ptr<const std::string> Defect(std::string text) {
+    return std::make_shared<const std::string>(std::move(text));
+}
+
 /// Walks the graph below some Ops in post-order, inputs first. Without recursion: graphs come
 /// from files.
+///
+/// All work and all texts are linear in the size of the graph. An Op that lies in several cycles
+/// is marked for the first one found, and marked Ops are passed over at once: the topmost of those
+/// that lie side by side on the stack knows where they begin.
 class Committer {
 public:
     void commit(TellarRuntime::Op& start) {
@@ -305,8 +326,7 @@ public:
             OpNode& node = OpNode::Of(*visit.op);
             if (visit.nextInput == node.inputs.size()) {
                 finish(node);
-                onStack.erase(visit.op);
-                stack.pop_back();
+                leave();
                 continue;
             }
             TellarRuntime::Op* input = node.inputs[visit.nextInput++].get();
@@ -323,37 +343,66 @@ private:
     struct Visit {
         TellarRuntime::Op* op;
         std::size_t nextInput;
+        std::size_t firstMarked; // of the marked Ops up to this one; its own place if there is none
     };
 
     void enter(TellarRuntime::Op& op) {
         if (OpNode::Of(op).committed) return;
         onStack.emplace(&op, stack.size());
-        stack.push_back({&op, 0});
+        stack.push_back({&op, 0, stack.size()});
     }
 
+    void leave() {
+        const Visit left = stack.back();
+        onStack.erase(left.op);
+        stack.pop_back();
+        if (left.firstMarked < stack.size())
+            stack.back().firstMarked = std::min(stack.back().firstMarked, left.firstMarked);
+    }
+
+    const std::string& nameAt(std::size_t place) const { return OpNode::Of(*stack[place].op).name; }
+
+    /// The Ops from `first` to the top of the stack are a cycle.
     void markCycle(std::size_t first) {
-        std::string way;
-        for (std::size_t i = first; i < stack.size(); ++i)
-            way += OpNode::Of(*stack[i].op).name + " -> ";
-        way += OpNode::Of(*stack[first].op).name;
-        for (std::size_t i = first; i < stack.size(); ++i) {
-            OpNode& node = OpNode::Of(*stack[i].op);
-            node.inCycle = true;
-            node.defect = "it is part of a cycle: " + way;
+        std::shared_ptr<const std::string> text;
+        std::size_t end = stack.size();
+        while (end > first) {
+            const Visit& visit = stack[end - 1];
+            OpNode& node = OpNode::Of(*visit.op);
+            if (!node.inCycle) {
+                if (!text) text = Defect("it is part of a cycle: " + describeCycle(first));
+                node.inCycle = true;
+                node.defect = text;
+            }
+            end = visit.firstMarked;
         }
+        stack.back().firstMarked = end;
+    }
+
+    std::string describeCycle(std::size_t first) const {
+        const std::size_t length = stack.size() - first;
+        std::string way;
+        for (std::size_t i = 0; i < length; ++i) {
+            if (length > kNamedInCycle && i == kNamedInCycle / 2) {
+                way += "(" + std::to_string(length - kNamedInCycle) + " more) -> ";
+                i = length - kNamedInCycle / 2;
+            }
+            way += Shortened(nameAt(first + i)) + " -> ";
+        }
+        return way + Shortened(nameAt(first));
     }
 
     static void finish(OpNode& node) {
         for (const auto& input : node.inputs)
             if (input) node.depth = std::max(node.depth, OpNode::Of(*input).depth + 1);
         node.type = OxOpType::FindOpType(node.typeName);
-        if (node.defect.empty() && !node.type) node.defect = "there is no op type of this name";
-        if (node.defect.empty() && node.depth > kMaxOpDepth)
-            node.defect = "it depends on more than " + std::to_string(kMaxOpDepth) +
-                          " ops, one through the other";
+        if (!node.defect && !node.type) node.defect = Defect("there is no op type of this name");
+        if (!node.defect && node.depth > kMaxOpDepth)
+            node.defect = Defect("it depends on more than " + std::to_string(kMaxOpDepth) +
+                                 " ops, one through the other");
         node.committed = true;
         node.identity = identify(node);
-        if (node.defect.empty()) node.store = LocationStore::ForIdentity(node.identity);
+        if (!node.defect) node.store = LocationStore::ForIdentity(node.identity);
     }
 
     static Hash identify(const OpNode& node) {
@@ -362,7 +411,7 @@ private:
         const auto append = [&described](const void* data, std::size_t bytes) {
             described.append(static_cast<const char*>(data), bytes);
         };
-        if (node.defect.empty()) {
+        if (!node.defect) {
             const int version = node.type->description().version;
             append(&version, sizeof version);
             const Hash args = OxAttribute::ContentIdentity(node.args);
@@ -372,7 +421,7 @@ private:
                 append(&inputIdentity, sizeof inputIdentity);
             }
         } else {
-            described += node.name + node.defect;
+            described += node.name + *node.defect;
         }
         const XXH128_hash_t value = XXH3_128bits(described.data(), described.size());
         return {{value.high64, value.low64}};

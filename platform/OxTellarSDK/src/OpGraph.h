@@ -29,8 +29,8 @@ struct OpNode {
     OxAttribute::Hash identity;
     bool committed = false;
     bool inCycle = false;
-    int depth = 0;      // longest way down to an Op without inputs
-    std::string defect; // why no location can be cooked; empty for a sound Op
+    int depth = 0;                             // longest way down to an Op without inputs
+    std::shared_ptr<const std::string> defect; // why nothing can be cooked; null for a sound Op
     const OxOpType::OpType* type = nullptr;
     std::shared_ptr<LocationStore> store; // null with a defect
 

@@ -11,6 +11,7 @@
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/FileStream.h>
 
+#include "AllocatedBytes.h"
 #include "AttributePrinter.h"
 #include "MappedFiles.h"
 #include "TempDirectory.h"
@@ -19,6 +20,7 @@
 using namespace OxAttribute;
 using namespace TestOps;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::SizeIs;
 
@@ -183,6 +185,44 @@ TEST(Cycles, ThatShareOpsAreErrorsWhereverOneLooks) {
     graph.commit();
     for (const Client& client : clients)
         EXPECT_THAT(CookError(client, "/root"), HasSubstr("it is part of a cycle"));
+}
+
+TEST(Cycles, OfManyOpsNameTheFirstAndTheLast) {
+    Graph graph;
+    std::vector<Op> ops;
+    for (int i = 0; i < 20; ++i)
+        ops.push_back(graph.op(kPass, {}, {}, "n" + std::to_string(i)));
+    for (std::size_t i = 0; i < ops.size(); ++i)
+        graph.transaction->setOpInputs(ops[i], {ops[(i + 1) % ops.size()]});
+    EXPECT_EQ(
+        CookError(graph.commit(ops[0]), "/root"),
+        "Op \"n0\" (TestPass) at \"/root\": it is part of a cycle: n0 -> n1 -> n2 -> n3 -> "
+        "n4 -> n5 -> n6 -> n7 -> (4 more) -> n12 -> n13 -> n14 -> n15 -> n16 -> n17 -> n18 -> "
+        "n19 -> n0");
+}
+
+TEST(Cycles, HaveLongNamesCutBetweenCharacters) {
+    Graph graph;
+    const std::string name = std::string(63, 'x') + "\u00e9";
+    const Op op = graph.op(kPass, {}, {}, name);
+    graph.transaction->setOpInputs(op, {op});
+    const std::string shown = std::string(63, 'x') + "...";
+    EXPECT_THAT(CookError(graph.commit(op), "/root"),
+                EndsWith("part of a cycle: " + shown + " -> " + shown));
+}
+
+TEST(Cycles, TakeMemoryInProportionToTheirOps) {
+    const auto bytesOfCommit = [](std::size_t length) {
+        Circle circle(std::string(length, 'x'));
+        circle.transaction->setOpInputs(circle.ops.back(), circle.ops); // as many cycles as ops
+        const std::size_t before = AllocatedBytes();
+        const Client client = circle.commit(circle.ops[0]);
+        EXPECT_THAT(CookError(client, "/root"), HasSubstr("it is part of a cycle: x -> x"));
+        return AllocatedBytes() - before;
+    };
+    bytesOfCommit(1000); // makes what is made once
+    const std::size_t few = bytesOfCommit(1000);
+    EXPECT_LT(bytesOfCommit(20000), 24 * few);
 }
 
 TEST(Cycles, LetTheirOpsGo) {

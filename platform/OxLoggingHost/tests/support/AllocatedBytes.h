@@ -1,0 +1,31 @@
+#ifndef OXLOGGINGHOST_TESTS_ALLOCATEDBYTES_H
+#define OXLOGGINGHOST_TESTS_ALLOCATEDBYTES_H
+
+#include <cstddef>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define TELLAR_TEST_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define TELLAR_TEST_SANITIZED 1
+#endif
+#endif
+
+#ifdef TELLAR_TEST_SANITIZED
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
+#else
+#include <malloc.h>
+#endif
+
+/// Bytes that the process has allocated and not freed. Neither pages that the allocator keeps nor
+/// other processes have a part in it, but every thread of this one has.
+inline std::size_t AllocatedBytes() {
+#ifdef TELLAR_TEST_SANITIZED
+    return __sanitizer_get_current_allocated_bytes();
+#else
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
+#endif
+}
+
+#endif
