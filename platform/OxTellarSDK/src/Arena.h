@@ -28,7 +28,7 @@ private:
     std::vector<std::unique_ptr<char, Free>> regions;
     char* next = nullptr;
     std::size_t left = 0;
-    std::size_t nextRegionBytes = 4096;
+    std::size_t nextRegionBytes = 512;
 };
 
 } // namespace OxTellarRuntimeDetail

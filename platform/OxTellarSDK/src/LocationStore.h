@@ -114,7 +114,9 @@ private:
     std::shared_ptr<const OxOpType::State> state;
 };
 
-/// Which locations of a store one runtime has cooked: one bit each, by serial number.
+/// Which locations of a store one runtime has cooked: one bit each, by serial number. The bits lie
+/// in chunks, the second of which is as large as the first and each further one twice as large as
+/// the one before: a small scene takes a cache line, and a large one is found as fast.
 /// Threads: everything may be called from any number of threads.
 class CookedIndex {
 public:
@@ -130,15 +132,18 @@ public:
 
 private:
     using Word = std::atomic<std::uint64_t>;
-    static constexpr std::uint32_t kPageBits = 1u << 15;
-    static constexpr std::uint32_t kFolderPages = 1u << 9;
-    using Page = std::array<Word, kPageBits / 64>;
-    using Folder = std::array<std::atomic<Page*>, kFolderPages>;
-    static constexpr std::uint32_t kFolders =
-        static_cast<std::uint32_t>((std::uint64_t(1) << 32) / kPageBits / kFolderPages);
+    static constexpr std::uint32_t kWordBits = 64;
+    static constexpr std::uint32_t kFirstChunkWords = 8;
+    static constexpr std::size_t kChunks = 24; // the last one ends with the largest serial number
 
-    const Word* word(std::uint32_t serial) const;
-    std::array<std::atomic<Folder*>, kFolders> folders{};
+    struct Place {
+        std::size_t chunk;
+        std::uint32_t word; // in the chunk
+    };
+    static Place placeOf(std::uint32_t serial);
+    static std::size_t chunkWords(std::size_t chunk);
+    Word* word(std::uint32_t serial) const;
+    std::array<std::atomic<Word*>, kChunks> chunks{};
 };
 
 } // namespace OxTellarRuntimeDetail

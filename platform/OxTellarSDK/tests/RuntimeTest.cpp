@@ -6,6 +6,7 @@
 
 #include <gmock/gmock.h>
 
+#include "AllocatedBytes.h"
 #include "AttributePrinter.h"
 #include "TestOps.h"
 
@@ -240,6 +241,21 @@ TEST(CachedLocation, IsThereOnlyAfterThisRuntimeCookedIt) {
     EXPECT_FALSE(a->getCachedLocation("/root/a").isValid());
     EXPECT_EQ(b->cookLocation("/root").getRecord(), cooked.getRecord());
     EXPECT_EQ(b->getCachedLocation("/root").getRecord(), cooked.getRecord());
+}
+
+TEST(CachedLocation, TellsCookedFromEvictedLocationsHoweverManyThereAre) {
+    constexpr int kCount = 70000;
+    Graph graph;
+    const Client client = graph.commit(graph.op(kSource));
+    const auto path = [](int i) { return "/root/leaf" + std::to_string(i); };
+    for (int i = 0; i < kCount; ++i)
+        client->cookLocation(path(i));
+    for (int i = 0; i < kCount; i += 7)
+        graph.runtime->evict(path(i));
+    int wrong = 0;
+    for (int i = 0; i < kCount; ++i)
+        wrong += client->getCachedLocation(path(i)).isValid() != (i % 7 != 0);
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST(CachedLocation, AsksForNothingToBeCooked) {
@@ -653,6 +669,24 @@ TEST(Lifetime, EverythingIsLetGoWithTheRuntime) {
     // The count is the first word of a value.
     EXPECT_EQ(*reinterpret_cast<const std::uint32_t*>(argument.getHandle()), 1u);
     EXPECT_EQ(*reinterpret_cast<const std::uint32_t*>(cooked.getHandle()), 1u);
+}
+
+TEST(Lifetime, ASmallSceneTakesLittleMemory) {
+    constexpr std::size_t kScenes = 100;
+    std::vector<Client> clients;
+    const auto open = [&clients](int value) {
+        Graph graph;
+        clients.push_back(graph.commit(graph.op(kPass, {}, {graph.op(kSource, {Value(value)})})));
+        clients.back()->cookLocation("/root");
+    };
+    clients.reserve(2 * kScenes);
+    for (int i = 0; i < 1000; ++i) // fills the pools of the process
+        open(-i);
+    clients.clear();
+    const std::size_t before = AllocatedBytes();
+    for (std::size_t i = 0; i < kScenes; ++i)
+        open(static_cast<int>(i) + 1);
+    EXPECT_LT(AllocatedBytes() - before, kScenes * 6000);
 }
 
 TEST(Lifetime, ARuntimeKeepsNoResultsAtWhichNobodyLooksAnyMore) {
