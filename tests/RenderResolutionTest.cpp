@@ -49,6 +49,12 @@ std::string ErrorOf(const Ptr& root, Resolution* resolution) {
     return "no error";
 }
 
+/// A location without attributes under that root.
+Ptr ChildOfRootWith(const Children& settings) {
+    const auto scene = Location({{"renderSettings", Group(settings)}}, {{"world", Location({})}});
+    return StaticRoot(scene)->getFirstChild();
+}
+
 /// A resolution table that cannot be had, while it lives.
 class NoResolutionTable {
 public:
@@ -81,6 +87,12 @@ TEST(RenderResolution, IsASquareWithoutAskingTheTableWhenNoneIsSet) {
         EXPECT_EQ(found.height, 512);
     }
     EXPECT_TRUE(none.log.textsOf("ResolutionTable").empty());
+}
+
+TEST(RenderResolution, IsReadFromTheProducerItselfAndNotFromThoseAbove) {
+    const Resolution found = ResolutionOf(ChildOfRootWith({{"resolution", Text("hd_1080")}}));
+    EXPECT_EQ(found.name, "square_512");
+    EXPECT_EQ(found.width, 512);
 }
 
 TEST(RenderResolution, ThatTheTableDoesNotHaveIsAnErrorWhichWritesNothing) {
@@ -128,6 +140,11 @@ TEST(CameraPath, HasADefaultWhenNoneIsSet) {
 TEST(CameraPath, IsEmptyWhenAnEmptyOneOrNoValueIsSet) {
     EXPECT_EQ(GetCameraPath(RootWith({{"cameraName", Text("")}})), "");
     EXPECT_EQ(GetCameraPath(RootWith({{"cameraName", Texts({})}})), "");
+}
+
+TEST(CameraPath, IsReadFromTheProducerItselfAndNotFromThoseAbove) {
+    EXPECT_EQ(GetCameraPath(ChildOfRootWith({{"cameraName", Text("/root/cam")}})),
+              "/root/world/cam/camera");
 }
 
 TEST(CameraPath, IsEmptyForANullProducer) {
