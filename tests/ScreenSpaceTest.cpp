@@ -52,6 +52,14 @@ Children OrthographicLens(double width) {
                 Double(width));
 }
 
+/// A location before a camera at (0, 0, 5) whose transform has no inverse.
+Ptr GeoBeforeSingularCamera(const Children& geoAttrs = {}) {
+    Children camera = CameraAttrs(UnitLens());
+    camera.emplace_back("xform", Group({{"translate", DoubleAttribute({0.0, 0.0, 5.0}, 3)},
+                                        {"scale", DoubleAttribute({0.0, 1.0, 1.0}, 3)}}));
+    return GeoOf(CameraScene(camera, geoAttrs));
+}
+
 Point NdcOf(const Ptr& geo, const Point& point) {
     std::vector<Point> points{point};
     ConvertPointListToNDC(geo, kCamera, points);
@@ -117,6 +125,12 @@ TEST_F(LocalToScreen, TakesACameraThatCannotBeInvertedForOneAtTheOrigin) {
     camera.emplace_back("xform", Group({{"scale", DoubleAttribute({0.0, 1.0, 1.0}, 3)}}));
     const Ptr geo = GeoOf(CameraScene(camera));
     ExpectNear(Point(1, 0, -1) * GetLocalToScreenMatrix(geo), {512, 256, 0}, 1e-4);
+}
+
+TEST_F(LocalToScreen, TakesTheDefaultCameraWhenTheNameHasNoValue) {
+    const auto settings = Group({{"cameraName", Texts({})}});
+    const Ptr geo = GeoBeforeUnitCamera({}, {{"renderSettings", settings}});
+    ExpectNear(Point(0, 0, -1) * GetLocalToScreenMatrix(geo), {256, 256, 0}, 1e-4);
 }
 
 TEST_F(LocalToScreen, NeedsAProducer) {
@@ -192,6 +206,12 @@ TEST_F(PointsToNdc, AreDividedByTheirWeightInTheWorld) {
     half[3][3] = 2.0;
     const Ptr geo = GeoBeforeUnitCamera({{"xform", MatrixAttr(half)}});
     ExpectNear(NdcOf(geo, {1, 0, -2}), {0.75, 0.5, 0});
+}
+
+TEST_F(PointsToNdc, AreSeenAlongTheAxesOfTheWorldByACameraThatCannotBeInverted) {
+    const Ptr geo = GeoBeforeSingularCamera();
+    ExpectNear(NdcOf(geo, {1, 0, 4}), {1, 0.5, 0});
+    ExpectNear(NdcOf(geo, {0, -1, 3}), {0.5, 0.25, 0.01});
 }
 
 TEST_F(PointsToNdc, StayAsTheyAreWithoutACameraOrAProducer) {
@@ -423,8 +443,39 @@ TEST_F(PixelArea, OfAnOrthographicCameraDoesNotDependOnDepth) {
     EXPECT_EQ(AreaOf(Bound(0, 1, 0, 2, -50, -4), OrthographicLens(8)), 64 * 128);
 }
 
-TEST_F(PixelArea, DoesNotMindEndsOfABoundTheWrongWayRound) {
-    EXPECT_EQ(AreaOf(Bound(1, -1, 1, -1, -2, -2)), 256 * 256);
+TEST_F(PixelArea, OfAnInfiniteBoxIsThePicture) {
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    const auto everything =
+        Bound(-kInfinity, kInfinity, -kInfinity, kInfinity, -kInfinity, kInfinity);
+    EXPECT_EQ(AreaOf(everything), 512 * 512);
+    EXPECT_EQ(AreaOf(everything, OrthographicLens(2)), 512 * 512);
+    EXPECT_EQ(AreaOf(everything, UnitLens(), "hd_720"), 1280 * 720);
+    EXPECT_EQ(AreaOf(Bound(-1, 1, -1, 1, -kInfinity, -2)), 512 * 512);
+    EXPECT_EQ(AreaOf(Bound(-kInfinity, kInfinity, -1, -1, -kInfinity, kInfinity)), 512 * 512);
+}
+
+TEST_F(PixelArea, OfABoxTooLargeToBeComputedIsThePicture) {
+    for (const double edge : {1e150, 1e307, 1.7e308, std::numeric_limits<double>::max()}) {
+        SCOPED_TRACE(edge);
+        const auto huge = Bound(-edge, edge, -edge, edge, -edge, edge);
+        EXPECT_EQ(AreaOf(huge), 512 * 512);
+        EXPECT_EQ(AreaOf(huge, OrthographicLens(2)), 512 * 512);
+    }
+    const Ptr geo = GeoBeforeUnitCamera(
+        {{"bound", Bound(-1, 1, -1, 1, -2, -1)},
+         {"xform", Group({{"scale", DoubleAttribute({1e200, 1e200, 1e200}, 3)},
+                          {"scaleAgain", DoubleAttribute({1e200, 1e200, 1e200}, 3)}})}});
+    EXPECT_EQ(GetPixelAreaThroughCamera(geo, kCamera, "square_512"), 512 * 512);
+}
+
+TEST_F(PixelArea, OfAnEmptyBoxIsNothing) {
+    EXPECT_EQ(AreaOf(Bound(1, -1, 1, -1, -2, -2)), 0);
+    EXPECT_EQ(AreaOf(Bound(1, -1, -1, 1, -2, -2)), 0);
+    EXPECT_EQ(AreaOf(Bound(-1, 1, 1, -1, -2, -2)), 0);
+    EXPECT_EQ(AreaOf(Bound(-1, 1, -1, 1, -2, -3)), 0);
+    constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(AreaOf(Bound(kInfinity, -kInfinity, kInfinity, -kInfinity, kInfinity, -kInfinity)),
+              0);
 }
 
 TEST_F(PixelArea, IsSeenThroughTheTransforms) {
@@ -432,6 +483,11 @@ TEST_F(PixelArea, IsSeenThroughTheTransforms) {
     camera.emplace_back("xform", Translation(0, 0, 10));
     const Ptr geo = GeoOf(CameraScene(
         camera, {{"bound", Bound(-1, 1, -1, 1, 0, 0)}, {"xform", Translation(0, 0, 8)}}));
+    EXPECT_EQ(GetPixelAreaThroughCamera(geo, kCamera, "square_512"), 256 * 256);
+}
+
+TEST_F(PixelArea, IsSeenAlongTheAxesOfTheWorldByACameraThatCannotBeInverted) {
+    const Ptr geo = GeoBeforeSingularCamera({{"bound", Bound(-1, 1, -1, 1, 3, 3)}});
     EXPECT_EQ(GetPixelAreaThroughCamera(geo, kCamera, "square_512"), 256 * 256);
 }
 

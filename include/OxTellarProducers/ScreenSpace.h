@@ -61,7 +61,8 @@ TELLAR_API void ConvertPointListToNDC(boost::intrusive_ptr<GeometryProducer> pro
 ///
 /// rounded to the nearest. So a box that fills or encloses the view covers width x height, one
 /// outside the window or behind the camera plane covers 0, and no box covers less than a box
-/// inside it.
+/// inside it. A bound that is infinite, or becomes so when it is placed before the camera, covers
+/// the whole picture wherever it lies; an empty one (a minimum beyond its maximum) covers 0.
 ///
 /// 0 when there is no such camera, no bound, and for a null producer. Throws as
 /// GetRenderResolution does for a resolution that is not in the table.

@@ -142,11 +142,23 @@ double CoveredShare(const Extent& extent, double edge, double oppositeEdge) {
 /// bit 2 of z.
 constexpr int kCorners = 8;
 
-/// The part of a box that is in front of the camera plane, measured across the camera's axis.
+/// Whether differences of its coordinates and those of another such point stay finite.
+bool IsNearEnough(const CameraPoint& point) {
+    constexpr double kFarthest = std::numeric_limits<double>::max() / 4;
+    return std::abs(point.right) <= kFarthest && std::abs(point.up) <= kFarthest &&
+           std::abs(point.depth) <= kFarthest;
+}
+
+/// The part of a box that is in front of the camera plane, measured across the camera's axis. A
+/// box that reaches farther than can be computed is everywhere.
 class VisibleExtents {
 public:
     VisibleExtents(const CameraView& camera, const CameraPoint (&corners)[kCorners])
         : camera(camera) {
+        if (!std::all_of(corners, corners + kCorners, IsNearEnough)) {
+            includeEverything();
+            return;
+        }
         for (int corner = 0; corner < kCorners; ++corner)
             if (corners[corner].depth > 0.0) include(corners[corner]);
         for (int corner = 0; corner < kCorners; ++corner)
@@ -172,6 +184,14 @@ private:
         includeOnPlane(upward, a.up + (b.up - a.up) * t);
     }
 
+    void includeEverything() {
+        constexpr double kInfinity = std::numeric_limits<double>::infinity();
+        for (Extent* extent : {&across, &upward}) {
+            includeOnPlane(*extent, -kInfinity);
+            includeOnPlane(*extent, kInfinity);
+        }
+    }
+
     /// On the plane everything is at a right angle to one side or the other. At the camera itself
     /// it is at none: the edge comes in at the angle of its end, which is included already.
     void includeOnPlane(Extent& extent, double offset) const {
@@ -192,6 +212,11 @@ private:
     Extent across;
     Extent upward;
 };
+
+/// Whether a bound's minimum is beyond its maximum on some axis, or either is no number.
+bool IsEmpty(const double* bound) {
+    return !(bound[0] <= bound[1] && bound[2] <= bound[3] && bound[4] <= bound[5]);
+}
 
 int ToPixels(double area) {
     return static_cast<int>(std::min<double>(std::round(area), std::numeric_limits<int>::max()));
@@ -243,6 +268,7 @@ int GetPixelAreaThroughCamera(Ptr producer, const std::string& cameraPath,
     const auto bound = DoubleAttribute(producer->getAttribute("bound")).getNearestSample(0.0f);
     if (!camera || bound.size() < 6) return 0;
     const ResolutionTableEntry picture = LookUpResolution(resolution);
+    if (IsEmpty(bound.data())) return 0;
 
     const CameraView view(*camera);
     const Matrix localToWorld = LocalToWorld(*producer);
