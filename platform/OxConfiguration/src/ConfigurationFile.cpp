@@ -21,12 +21,35 @@ constexpr std::size_t kMaximumDepth = 64;
 // A configuration is written by people; what is larger is some other file.
 constexpr std::uint64_t kMaximumFileSize = 16 * 1024 * 1024;
 
+// The parser takes half of an escaped surrogate pair for a character, which UTF-8 does not have.
+// Everything else in the text is known to be UTF-8.
+bool holdsHalfOfPair(std::string_view text) {
+    for (std::size_t at = text.find('\xED'); at != text.npos; at = text.find('\xED', at + 1))
+        if (static_cast<unsigned char>(text[at + 1]) >= 0xA0) return true;
+    return false;
+}
+
+// A key as a message of one line shows it.
+std::string inQuotes(std::string_view key) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string quoted = "\"";
+    for (const char c : key) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < 0x20 || byte == 0x7f)
+            quoted += std::string("\\x") + kDigits[byte / 16] + kDigits[byte % 16];
+        else
+            quoted += c;
+    }
+    return quoted + '"';
+}
+
 // Collects the values of one object under dotted keys. Every member returns whether the
 // parser shall go on; after a refusal, `reason` says why.
 class ValueCollector : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, ValueCollector> {
 public:
     bool String(const char* text, rapidjson::SizeType length, bool) {
         if (objectKeyLengths.empty()) return refuseRoot();
+        if (holdsHalfOfPair({text, length})) return refuseHalfOfPair();
         values[key] = std::string(text, length);
         return true;
     }
@@ -46,6 +69,7 @@ public:
         return true;
     }
     bool Key(const char* text, rapidjson::SizeType length, bool) {
+        if (holdsHalfOfPair({text, length})) return refuseHalfOfPair();
         key.resize(objectKeyLengths.back());
         if (objectKeyLengths.size() > 1) key += '.';
         key.append(text, length);
@@ -64,8 +88,12 @@ private:
         reason = "The file must hold one object.";
         return false;
     }
+    bool refuseHalfOfPair() {
+        reason = rapidjson::GetParseError_En(rapidjson::kParseErrorStringUnicodeSurrogateInvalid);
+        return false;
+    }
     bool refuseValue(const std::string& kind) {
-        reason = "The value of \"" + key + "\" is " + kind +
+        reason = "The value of " + inQuotes(key) + " is " + kind +
                  "; it must be a string, a number, a boolean or an object.";
         return false;
     }

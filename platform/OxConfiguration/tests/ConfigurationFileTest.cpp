@@ -90,6 +90,20 @@ TEST(ConfigurationFile, RefusesTextThatIsNotUtf8) {
                                             "Invalid encoding in string.");
 }
 
+TEST(ConfigurationFile, RefusesHalfOfAnEscapedSurrogatePair) {
+    EXPECT_EQ(errorOf(R"({"a": "\udc00"})"), "Configuration file \"site.json\", line 1, column 15: "
+                                             "The surrogate pair in string is invalid.");
+    EXPECT_EQ(errorOf(R"({"a\uddbb": 1})"), "Configuration file \"site.json\", line 1, column 11: "
+                                            "The surrogate pair in string is invalid.");
+    EXPECT_THAT(parsed(R"({"a": "\ud83d\ude00\ud7ff"})"),
+                ElementsAre(Pair("a", "\xF0\x9F\x98\x80\xED\x9F\xBF")));
+}
+
+TEST(ConfigurationFile, NamesAKeyWithControlCharactersInOneLine) {
+    EXPECT_THAT(errorOf(R"({"a\nb\u007f": null})"),
+                testing::HasSubstr(R"(The value of "a\x0ab\x7f" is null;)"));
+}
+
 std::string nested(int depth) {
     std::string text;
     for (int i = 0; i < depth; ++i)
