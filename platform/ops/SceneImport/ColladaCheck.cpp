@@ -211,7 +211,7 @@ private:
     const std::size_t fileSize;
     const int maxDepth;
     int depth = 0;
-    bool inAccessor = false;
+    Accessor* openAccessor = nullptr; // the one around, an element of `accessors`
     bool inTable = false;
     std::string_view source;   // the id of the <source> met last
     std::string_view geometry; // the id of the <geometry> met last
@@ -245,9 +245,9 @@ void Checker::addArray(const Tag& tag) {
 void Checker::addAccessor(const Tag& tag) {
     const Accessor accessor = {reference(tag), countOf(tag), numberOf(tag, "offset", 0),
                                numberOf(tag, "stride", 1), 0};
-    if (!accessors.emplace(source, accessor).second)
-        fail("the source \"" + std::string(source) + "\" has two accessors");
-    inAccessor = !tag.isEmpty;
+    const auto [place, isNew] = accessors.emplace(source, accessor);
+    if (!isNew) fail("the source \"" + std::string(source) + "\" has two accessors");
+    openAccessor = tag.isEmpty ? nullptr : &place->second;
 }
 
 void Checker::addInput(const Tag& tag) {
@@ -269,8 +269,8 @@ void Checker::open(const Tag& tag, const TagReader& reader) {
         source = attributeOf(tag, "id");
     else if (tag.name == "accessor")
         addAccessor(tag);
-    else if (tag.name == "param" && inAccessor)
-        ++accessors.at(source).numberOfParams;
+    else if (tag.name == "param" && openAccessor)
+        ++openAccessor->numberOfParams;
     else if (tag.name == "input")
         addInput(tag);
     else if (tag.name == "node")
@@ -297,7 +297,7 @@ void Checker::open(const Tag& tag, const TagReader& reader) {
 
 void Checker::read(const Tag& tag, const TagReader& reader) {
     if (tag.name.substr(0, 1) == "/") {
-        inAccessor = inAccessor && tag.name != "/accessor";
+        if (tag.name == "/accessor") openAccessor = nullptr;
         inTable = inTable && tag.name != "/sampler" && tag.name != "/vertex_weights";
         if (tag.name == "/node" && !openNodes.empty()) openNodes.pop_back();
         --depth;

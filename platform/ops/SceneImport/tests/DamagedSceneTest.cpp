@@ -286,6 +286,10 @@ TEST(DamagedCollada, HasNodesThatEnd) {
               "damaged Collada: elements are nested too deep");
 }
 
+TEST(DamagedCollada, MayHaveASourceInAnAccessor) {
+    EXPECT_EQ(ReasonOfPanel("<param name=\"X\"", "<source id=\"inner\"/><param name=\"X\""), "");
+}
+
 TEST(SoundCollada, MayHaveCommentsAndQuotedBrackets) {
     EXPECT_NO_THROW(CheckCollada("<a b='>' c=\"<\"><!-- <p>x</p> --><![CDATA[<p>x]]><d/></a>", 10));
 }
