@@ -10,7 +10,6 @@
 #include <boost/functional/hash.hpp>
 #include <boost/version.hpp>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "RunTogether.h"
 #include "SceneBuilders.h"
@@ -69,8 +68,7 @@ TEST(OpTreeFileSource, IsValidForAFolder) {
 
 TEST(OpTreeFileSource, IsValidForANamedPipe) {
     const TempDirectory folder;
-    ASSERT_EQ(mkfifo(folder.path("pipe").c_str(), 0600), 0);
-    EXPECT_TRUE(OpTreeSource::createFromFile(folder.path("pipe")).isValid(nullptr));
+    EXPECT_TRUE(OpTreeSource::createFromFile(folder.makePipe("pipe")).isValid(nullptr));
 }
 
 TEST(OpTreeFileSource, IsInvalidForALinkThatLeadsNowhere) {

@@ -438,6 +438,15 @@ TEST(IteratorHost, LogsADamagedDescription) {
     EXPECT_THAT(log.textsOf(kLogger), ElementsAre(HasSubstr("loadOpTreeDescription: ")));
 }
 
+TEST(IteratorHost, LogsADescriptionThatIsAPipeWithoutWaiting) {
+    const TempDirectory folder;
+    const std::string pipe = folder.makePipe("pipe");
+    const CapturedLog log;
+    EXPECT_EQ(Iterators().loadOpTreeDescription(pipe.c_str()), nullptr);
+    EXPECT_THAT(log.textsOf(kLogger),
+                ElementsAre(HasSubstr("\"" + pipe + "\": not a regular file")));
+}
+
 /// What opening gave, said and logged.
 struct Opened {
     explicit Opened(const std::function<OxSgIteratorStruct*()>& open) {
@@ -461,6 +470,27 @@ TEST(IteratorHost, TellsWhenAFileGivesNoScene) {
     const Opened null([] { return Iterators().createRootIteratorFromOpTreeFile(nullptr); });
     EXPECT_EQ(null.handle, nullptr);
     EXPECT_EQ(null.said, "Tellar3 producer create failed.\n");
+}
+
+TEST(IteratorHost, RefusesPipesDevicesAndFoldersWithoutWaiting) {
+    const TempDirectory folder;
+    for (const std::string& path :
+         {folder.makePipe("pipe"), std::string("/dev/zero"), folder.path()}) {
+        const auto open = [&path] {
+            return Iterators().createRootIteratorFromOpTreeFile(path.c_str());
+        };
+        const Opened threadAware(open);
+        EXPECT_EQ(threadAware.handle, nullptr);
+        EXPECT_EQ(threadAware.said, "Tellar3 producer create failed.\n");
+        const SharedRuntime on;
+        const Opened shared(open);
+        EXPECT_EQ(shared.handle, nullptr);
+        EXPECT_EQ(shared.said, "Error occurred creating ThreadAwareGeometyProducer.\n"
+                               "Exception message: 'Cannot read file \"" +
+                                   path +
+                                   "\": not a regular file'\n"
+                                   "Tellar3 producer create failed.\n");
+    }
 }
 
 TEST(IteratorHost, TellsWhenADescriptionGivesNoScene) {

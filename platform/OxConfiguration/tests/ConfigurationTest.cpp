@@ -160,6 +160,22 @@ TEST_F(ConfigurationTest, IgnoresAFileWithAFaultAsAWholeAndReadsTheOthers) {
               "Cannot read the configuration file \"" + missing + "\": No such file or directory");
 }
 
+TEST_F(ConfigurationTest, LogsFilesThatCannotBeReadAndReadsTheOthers) {
+    const std::string pipe = folder.makePipe("pipe");
+    const std::string site = folder.write("site.json", R"({"key": "site"})");
+    const ScopedEnvironment files("OX_CONFIG_FILE",
+                                  "/proc/self/mem:" + folder.path() + ":" + pipe + ":" + site);
+    const CapturedLog log;
+    Config()->reload();
+    EXPECT_EQ(Config()->get("key"), "site");
+    EXPECT_THAT(
+        log.textsOf("Configuration"),
+        ElementsAre("Cannot read the configuration file \"/proc/self/mem\": Input/output error",
+                    "Cannot read the configuration file \"" + folder.path() +
+                        "\": not a regular file",
+                    "Cannot read the configuration file \"" + pipe + "\": not a regular file"));
+}
+
 TEST_F(ConfigurationTest, ShowsManyReadersEitherOldOrNewValuesDuringAReload) {
     const ScopedEnvironment file("OX_CONFIG_FILE",
                                  folder.write("site.json", R"({"first": "1", "second": "1"})"));

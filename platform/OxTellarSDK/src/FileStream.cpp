@@ -7,12 +7,12 @@
 #include <stdexcept>
 #include <vector>
 
-#include <sys/stat.h>
 #include <zstd.h>
 
 #include <OxTellarSDK/AttributeTypes.h>
 
 #include "FileBuffer.h"
+#include "RegularFile.h"
 
 namespace OxAttribute {
 
@@ -25,9 +25,6 @@ constexpr unsigned char kZstdMagic[4] = {0x28, 0xb5, 0x2f, 0xfd};
 constexpr std::uint64_t kAlwaysAllowedBytes = 64u << 20;
 constexpr std::uint64_t kMaximumRatio = 2000;
 
-struct FileCloser {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
 struct DecompressorDeleter {
     void operator()(ZSTD_DStream* stream) const { ZSTD_freeDStream(stream); }
 };
@@ -36,9 +33,8 @@ struct DecompressorDeleter {
 
 struct FileStream::State {
     std::string path;
-    std::unique_ptr<std::FILE, FileCloser> file;
+    RegularFile::Pointer file;
     std::uint64_t fileBytes = 0;
-    bool regular = false;
     bool touched = false; // something was read already
 
     std::unique_ptr<ZSTD_DStream, DecompressorDeleter> decompressor; // null: plain
@@ -53,7 +49,7 @@ struct FileStream::State {
 
     std::int64_t readPlain(void* buffer, std::int64_t bytes) const {
         const std::size_t got = std::fread(buffer, 1, static_cast<std::size_t>(bytes), file.get());
-        if (got == 0 && std::ferror(file.get())) fail(std::strerror(errno));
+        if (got == 0 && std::ferror(file.get())) fail(RegularFile::ReasonOf(errno));
         return static_cast<std::int64_t>(got);
     }
 
@@ -90,15 +86,12 @@ struct FileStream::State {
 FileStream::FileStream(const std::string& path, bool decompress)
     : state(std::make_unique<State>()) {
     state->path = path;
-    state->file.reset(std::fopen(path.c_str(), "rb"));
-    // Of the file that was opened: by now the path may lead to another one.
-    struct stat status {};
-    if (!state->file || fstat(fileno(state->file.get()), &status) != 0)
-        state->fail(std::strerror(errno));
-    if ((status.st_mode & S_IFMT) == S_IFDIR) state->fail("it is a directory");
-    state->regular = (status.st_mode & S_IFMT) == S_IFREG;
-    state->fileBytes = static_cast<std::uint64_t>(status.st_size);
-    if (!decompress || !state->regular) return;
+    RegularFile::State found;
+    std::string reason;
+    state->file = RegularFile::Open(path, found, reason);
+    if (!state->file) state->fail(reason);
+    state->fileBytes = found.bytes;
+    if (!decompress) return;
 
     unsigned char start[sizeof kZstdMagic];
     const bool compressed = std::fread(start, 1, sizeof start, state->file.get()) == sizeof start &&
@@ -130,7 +123,7 @@ FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, v
     if (read == &FileStream::read) {
         const FileStream::State& state = *static_cast<FileStream*>(stream)->state;
         name = "File \"" + state.path + '"';
-        if (state.regular && !state.decompressor && !state.touched) {
+        if (!state.decompressor && !state.touched) {
             expected = state.fileBytes;
 #ifndef _WIN32
             if (expected > FileBuffer::kMapThreshold) {

@@ -415,7 +415,7 @@ TEST(AttributeFile, ProbingAFileThatCannotBeReadIsAnError) {
     EXPECT_EQ(ErrorOf([&] { ProbeFile(folder.path("none")); }),
               "Cannot read file \"" + folder.path("none") + "\": No such file or directory");
     EXPECT_EQ(ErrorOf([&] { ProbeFile(folder.path()); }),
-              "Cannot read file \"" + folder.path() + "\": it is a directory");
+              "Cannot read file \"" + folder.path() + "\": not a regular file");
     const std::string cut = folder.write("cut", Compressed(std::string(1000, 'x')).substr(0, 12));
     EXPECT_THAT(ErrorOf([&] { ProbeFile(cut); }), HasSubstr("\"" + cut + "\""));
 }

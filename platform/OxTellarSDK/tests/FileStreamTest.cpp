@@ -108,12 +108,21 @@ TEST(FileStream, RefusesASmallFileThatWouldFillTheMemory) {
                   "\": it decompresses to more than 2000 times its size");
 }
 
-TEST(FileStream, NamesAMissingFileAndADirectory) {
+TEST(FileStream, NamesWhatIsNoFile) {
     const TempDirectory folder;
     EXPECT_EQ(ErrorOf([&] { FileStream(folder.path("none"), false); }),
               "Cannot read file \"" + folder.path("none") + "\": No such file or directory");
     EXPECT_EQ(ErrorOf([&] { FileStream(folder.path(), true); }),
-              "Cannot read file \"" + folder.path() + "\": it is a directory");
+              "Cannot read file \"" + folder.path() + "\": not a regular file");
     EXPECT_EQ(ErrorOf([&] { FileStream("", true); }),
               "Cannot read file \"\": No such file or directory");
+}
+
+TEST(FileStream, RefusesAPipeAndADeviceWithoutWaiting) {
+    const TempDirectory folder;
+    const std::string pipe = folder.makePipe("pipe");
+    EXPECT_EQ(ErrorOf([&] { FileStream(pipe, true); }),
+              "Cannot read file \"" + pipe + "\": not a regular file");
+    EXPECT_EQ(ErrorOf([&] { FileStream("/dev/zero", true); }),
+              "Cannot read file \"/dev/zero\": not a regular file");
 }

@@ -5,12 +5,12 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <stdexcept>
 
 #include <boost/thread/thread.hpp>
 
+#include <assimp/DefaultIOStream.h>
 #include <assimp/DefaultIOSystem.h>
 #include <assimp/Importer.hpp>
 #include <assimp/MemoryIOWrapper.h>
@@ -21,6 +21,7 @@
 #include "FbxCheck.h"
 #include "GltfFile.h"
 #include "PlyCheck.h"
+#include "RegularFile.h"
 #include "SceneBuilder.h"
 
 namespace TellarSceneImport {
@@ -55,8 +56,17 @@ std::string reasonWhyUnreadable(const FileStamp& stamp) {
     if (!stamp.isRegularFile()) return "it is no regular file";
     if (stamp.size > kMaxFileSize) return "it is larger than 4 GiB";
     if (stamp.size == 0) return "it is empty";
-    return std::ifstream(stamp.path, std::ios::binary) ? "" : "it cannot be opened";
+    RegularFile::State opened;
+    std::string reason;
+    return RegularFile::Open(stamp.path, opened, reason) ? "" : "it cannot be opened: " + reason;
 }
+
+// Assimp's own kind of stream, over a file that is open already.
+class OpenedFile : public Assimp::DefaultIOStream {
+public:
+    OpenedFile(RegularFile::Pointer file, const std::string& path)
+        : DefaultIOStream(file.release(), path) {}
+};
 
 // Opens files for Assimp, noting each one's stamp, and one of them with other content.
 class FileAccess : public Assimp::DefaultIOSystem {
@@ -73,7 +83,10 @@ public:
         if (sceneContent && path == scenePath)
             return new Assimp::MemoryIOStream(
                 reinterpret_cast<const std::uint8_t*>(sceneContent->data()), sceneContent->size());
-        return DefaultIOSystem::Open(path, mode);
+        RegularFile::State opened;
+        std::string ignored; // Assimp does not ask why
+        RegularFile::Pointer file = RegularFile::Open(path, opened, ignored);
+        return file ? new OpenedFile(std::move(file), path) : nullptr;
     }
 
 private:
@@ -90,11 +103,10 @@ std::string lowerExtension(const std::string& path) {
 }
 
 std::string readWhole(const FileStamp& stamp) {
-    std::string content(stamp.size, '\0');
-    std::ifstream stream(stamp.path, std::ios::binary);
-    stream.read(content.data(), static_cast<std::streamsize>(content.size()));
-    content.resize(static_cast<std::size_t>(std::max<std::streamsize>(stream.gcount(), 0)));
-    return content;
+    std::string reason;
+    std::optional<std::string> content = RegularFile::Read(stamp.path, kMaxFileSize, reason);
+    if (!content) throw std::runtime_error("it cannot be read: " + reason);
+    return *std::move(content);
 }
 
 std::string firstLine(const std::string& text) {

@@ -17,6 +17,7 @@
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 
+#include "drawing/FileKind.h"
 #include "drawing/Numbers.h"
 #include "drawing/ReplaceFile.h"
 #include "drawing/ToneCurve.h"
@@ -292,6 +293,7 @@ StoredPicture ReadStored(const std::string& path) {
     StoredPicture picture;
     picture.format = FormatOf(path);
     const bool isExr = picture.format == PictureFormat::Exr;
+    if (IsOtherThanFile(path)) FailToRead(path, "it is not a regular file");
     if (!isExr) CheckPngIsWhole(path);
     ImageSpec hints;
     hints.attribute("oiio:UnassociatedAlpha", 1); // the bytes as they are

@@ -12,6 +12,7 @@
 #include <Imath/half.h>
 #include <OpenImageIO/imagecache.h>
 
+#include "drawing/FileKind.h"
 #include "drawing/Numbers.h"
 
 namespace lantern {
@@ -172,7 +173,10 @@ struct Textures::Library {
     /// Between four texels, in an image from 0 to 1 with `t` from the top.
     bool blend(const Image& image, const V2f& st, Texture::Wrap wrapU, Texture::Wrap wrapV,
                Color& value) const;
+    /// With the image library's reason.
     void warn(const Image& image) const;
+    /// Once an image.
+    void warn(const Image& image, const std::string& why) const;
 
     Report& report;
     ImageCache* cache;
@@ -183,12 +187,16 @@ void Textures::Library::warn(const Image& image) const {
     std::string why = cache->geterror(); // taken in any case: it would be kept
     while (!why.empty() && std::isspace(static_cast<unsigned char>(why.back())))
         why.pop_back();
-    if (why.empty()) why = "it is no image";
+    warn(image, why.empty() ? "it is no image" : why);
+}
+
+void Textures::Library::warn(const Image& image, const std::string& why) const {
     if (image.isReported.exchange(true)) return;
     report.warn("cannot read the texture \"" + image.texture->file + "\": " + why);
 }
 
 void Textures::Library::open(Image& image) const {
+    if (IsOtherThanFile(image.texture->file)) return warn(image, "it is not a regular file");
     auto* const handle = cache->get_image_handle(OIIO::ustring(image.texture->file));
     const bool isGood = handle && cache->good(handle);
     const OIIO::ImageSpec* const spec = isGood ? cache->imagespec(handle, nullptr) : nullptr;

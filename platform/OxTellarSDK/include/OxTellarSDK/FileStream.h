@@ -12,9 +12,9 @@ namespace OxAttribute {
 /// A file open for reading, closed by the destructor. For one thread at a time.
 class OXTELLARSDK_API FileStream {
 public:
-    /// Throws std::runtime_error naming the file and the system's reason when it
-    /// cannot be opened, or is a directory. With `decompress`, a zstd-compressed file
-    /// reads as what was compressed; any other file reads as it is.
+    /// Throws std::runtime_error naming the file and the reason when it cannot be opened
+    /// or is no regular file; a named pipe is refused at once. With `decompress`, a zstd-compressed
+    /// file reads as what was compressed; any other file reads as it is.
     FileStream(const std::string& path, bool decompress);
     ~FileStream();
     FileStream(const FileStream&) = delete;

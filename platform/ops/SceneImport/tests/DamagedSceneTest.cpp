@@ -137,6 +137,7 @@ TEST(DamagedScene, SaysWhatCannotBeAScene) {
     const TempDirectory directory;
     EXPECT_EQ(Reason(directory.path("none.obj")), "there is no such file");
     EXPECT_EQ(Reason(directory.path()), "it is no regular file");
+    EXPECT_EQ(Reason(directory.makePipe("pipe.obj")), "it is no regular file");
     EXPECT_EQ(Reason(directory.write("empty.obj", "")), "it is empty");
     EXPECT_EQ(Reason(directory.write("notes.text", "hello")),
               "files of the kind \".text\" are not supported");

@@ -139,6 +139,15 @@ TEST_F(StitchPicturesTest, NamesATileThatIsNotThere) {
     EXPECT_THAT(errorOf({}, "stitched.exr"), HasSubstr("there are no tiles"));
 }
 
+TEST_F(StitchPicturesTest, DoesNotWaitForATileThatIsAPipe) {
+    for (const char* extension : {".exr", ".png"}) {
+        auto paths = tiles(extension);
+        paths[1] = folder.makePipe(std::string("pipe") + extension);
+        EXPECT_THAT(errorOf(paths, std::string("stitched") + extension),
+                    HasSubstr(paths[1] + "\": it is not a regular file"));
+    }
+}
+
 TEST_F(StitchPicturesTest, NamesATileThatIsDamagedAnywhere) {
     for (const char* extension : {".exr", ".png"}) {
         const auto paths = tiles(extension);

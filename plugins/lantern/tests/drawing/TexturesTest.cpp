@@ -280,6 +280,17 @@ TEST_F(TexturesTest, LeaveTheMaterialsOwnValueWhenTheyCannotBeRead) {
                                       HasSubstr(folder.path("text.png"))));
 }
 
+TEST_F(TexturesTest, AreNotWaitedForWhenTheyArePipes) {
+    SceneData scene = EmptyScene(2, 2);
+    Material material = Glowing({0, 0.5f, 0});
+    material.emissionTexture = 0;
+    scene.textures = {of(folder.makePipe("pipe.png"))};
+    AddMesh(scene, Square(-9, -9, 9, 9, -1), AddMaterial(scene, material));
+    Report report(listener());
+    EXPECT_EQ(Mean(Draw(scene, {4, 1}, report)).g, 0.5f);
+    EXPECT_THAT(messages, ElementsAre(HasSubstr("pipe.png\": it is not a regular file")));
+}
+
 TEST_F(TexturesTest, AreWarnedOfOnceWhenTheyAreCutShort) {
     std::vector<std::uint8_t> bytes(256 * 256 * 3);
     for (std::size_t i = 0; i < bytes.size(); ++i)
