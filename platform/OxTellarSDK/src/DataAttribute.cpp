@@ -1,5 +1,6 @@
 #include <OxTellarSDK/Attribute.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -165,23 +166,16 @@ void NumericAttribute<T>::fillInterpSample(T* out, std::int64_t count, float tim
     const std::int64_t available = getNumberOfValues();
     if (available < count && throwOnError)
         throw std::runtime_error("Attribute has too few values.");
-    const std::int64_t last = getNumberOfTimeSamples() - 1;
-    std::int64_t after = 0; // the first sample not before `time`
-    while (after < last && getSampleTime(after) < time)
-        ++after;
-    const std::int64_t before = after > 0 && time < getSampleTime(after) ? after - 1 : after;
-    const double span = double(getSampleTime(after)) - getSampleTime(before);
-    const double blend = span > 0.0 ? (double(time) - getSampleTime(before)) / span : 0.0;
-    for (std::int64_t i = 0; i < count; ++i) {
-        if (i >= available) {
-            out[i] = defaultValue;
-            continue;
-        }
-        const T* values = Values<T>(handle) + i;
-        const T low = values[before * available];
-        const T high = values[after * available];
-        out[i] = before == after ? low : static_cast<T>(low + (double(high) - low) * blend);
+    const std::int64_t filled = std::min(available, count);
+    if (filled > 0) {
+        const SampleSpan span = FindSpan(handle, time);
+        const T* low = Values<T>(handle) + span.before * handle->count;
+        const T* high = Values<T>(handle) + span.after * handle->count;
+        for (std::int64_t i = 0; i < filled; ++i)
+            out[i] = span.interpolate<T>(low[i], high[i]);
     }
+    for (std::int64_t i = filled; i < count; ++i)
+        out[i] = defaultValue;
 }
 
 template class NumericAttribute<std::int32_t>;

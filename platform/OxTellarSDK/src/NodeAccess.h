@@ -100,6 +100,30 @@ inline std::uint64_t NearestSample(const Node* node, float time) {
     return nearest;
 }
 
+/// The samples on either side of a time, and how far it is from the first to the second.
+struct SampleSpan {
+    std::uint64_t before;
+    std::uint64_t after; // the same one at a sample, and beyond the first and last
+    double blend;        // from 0 to 1
+
+    template <typename Result, typename T>
+    Result interpolate(T low, T high) const {
+        if (before == after) return static_cast<Result>(low);
+        return static_cast<Result>(low + (double(high) - low) * blend);
+    }
+};
+
+inline SampleSpan FindSpan(const Node* node, float time) {
+    const std::uint64_t last = node->timeCount - 1;
+    std::uint64_t after = 0; // the first sample not before `time`
+    while (after < last && TimeAt(node, after) < time)
+        ++after;
+    const std::uint64_t before = after > 0 && time < TimeAt(node, after) ? after - 1 : after;
+    const double start = TimeAt(node, before);
+    const double length = TimeAt(node, after) - start;
+    return {before, after, length > 0.0 ? (double(time) - start) / length : 0.0};
+}
+
 } // namespace OxAttribute
 
 #endif

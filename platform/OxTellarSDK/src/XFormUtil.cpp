@@ -73,23 +73,25 @@ void ForEachStep(const GroupAttribute& xform, Apply& apply) {
     if (xform.isValid()) ForEachStep(xform.getHandle(), apply);
 }
 
-template <typename T>
+/// Interpolated as `Blended`.
+template <typename T, typename Blended = T>
 void ReadAs(const Node* child, std::int64_t count, float time, double* out) {
     if (child->timeCount == 1) {
         std::copy_n(Values<T>(child), count, out);
         return;
     }
-    T values[kMatrixValues];
-    const NumericAttribute<T> attribute(Attribute::CreateAndRetain(const_cast<Node*>(child)));
-    attribute.fillInterpSample(values, count, time);
-    std::copy_n(values, count, out);
+    const SampleSpan span = FindSpan(child, time);
+    const T* low = Values<T>(child) + span.before * child->count;
+    const T* high = Values<T>(child) + span.after * child->count;
+    for (std::int64_t i = 0; i < count; ++i)
+        out[i] = span.interpolate<Blended>(low[i], high[i]);
 }
 
 /// `child` is a numeric attribute with at least `count` values.
 void ReadValues(const Node* child, std::int64_t count, float time, double* out) {
     if (child->type == kAttributeTypeDouble) return ReadAs<double>(child, count, time, out);
     if (child->type == kAttributeTypeFloat) return ReadAs<float>(child, count, time, out);
-    ReadAs<std::int32_t>(child, count, time, out);
+    ReadAs<std::int32_t, double>(child, count, time, out);
 }
 
 /// Puts steps together at one time. A step acts before all those given earlier: it is
@@ -150,7 +152,7 @@ class TimeCollector {
 public:
     void operator()(const KindRow&, const Node* child) {
         anyStep = true;
-        if (child->type != kAttributeTypeDouble && child->type != kAttributeTypeFloat) return;
+        if (!IsNumeric(child)) return;
         for (std::uint64_t index = 0; index < child->timeCount; ++index) {
             const float time = TimeAt(child, index);
             if (!std::isnan(time)) times.push_back(time); // they cannot be put in order

@@ -191,3 +191,27 @@ TEST(XFormUtil, ExistingTimesAreThoseOfAllStepsTogether) {
     ExpectNear(Apply(matrix, {1, 0, 0}, 2), {8, 0, 0});
     ExpectNear(Apply(matrix, {1, 0, 0}, 3), {13, 0, 0});
 }
+
+TEST(XFormUtil, IntegersMoveAsDoublesDo) {
+    const std::map<float, std::vector<std::int32_t>> moves = {{-1.0f, {0, 0, 0}},
+                                                              {1.0f, {5, -5, 0}}};
+    const GroupAttribute xform = XForm({{"translate", IntAttribute(moves, 3)}});
+    ExpectNear(Apply(CalcTransformMatrixAtTime(xform, 0.0f).first, {0, 0, 0}), {2.5, -2.5, 0});
+    ExpectNear(Apply(CalcTransformMatrixAtTime(xform, 0.5f).first, {0, 0, 0}), {3.75, -3.75, 0});
+    const auto [matrix, used] = CalcTransformMatrixAtExistingTimes(xform);
+    EXPECT_TRUE(used);
+    ASSERT_EQ(matrix.getNumberOfTimeSamples(), 2);
+    EXPECT_EQ(matrix.getSampleTime(0), -1.0f);
+    EXPECT_EQ(matrix.getSampleTime(1), 1.0f);
+    ExpectNear(Apply(matrix, {0, 0, 0}, 0), {0, 0, 0});
+    ExpectNear(Apply(matrix, {0, 0, 0}, 1), {5, -5, 0});
+}
+
+TEST(XFormUtil, AnIntegerMatrixKeepsItsSamples) {
+    const std::map<float, std::vector<std::int32_t>> samples = {
+        {0.0f, {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}},
+        {1.0f, {3, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 7, 0, 1}}};
+    const GroupAttribute xform = XForm({{"matrix", IntAttribute(samples, 16)}});
+    ExpectNear(Apply(CalcTransformMatrixAtTime(xform, 0.5f).first, {1, 0, 0}), {2, 3.5, 0});
+    EXPECT_EQ(CalcTransformMatrixAtExistingTimes(xform).first.getNumberOfTimeSamples(), 2);
+}

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <type_traits>
 #include <utility>
 
 namespace lantern {
@@ -71,11 +72,12 @@ void WithSamples(const OxAttributeSuite_v1& suite, const OxAttributeStruct* data
     }
 }
 
-/// In the values' own type, as the platform interpolates them.
+/// As the platform interpolates transforms: integers as doubles, the rest in its own type.
 template <typename Value>
-Value Blend(Value low, Value high, double blend) {
-    return static_cast<Value>(static_cast<double>(low) +
-                              (static_cast<double>(high) - static_cast<double>(low)) * blend);
+auto Blend(Value low, Value high, double blend) {
+    using Blended = std::conditional_t<std::is_integral_v<Value>, double, Value>;
+    return static_cast<Blended>(static_cast<double>(low) +
+                                (static_cast<double>(high) - static_cast<double>(low)) * blend);
 }
 
 } // namespace

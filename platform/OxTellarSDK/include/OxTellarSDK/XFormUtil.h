@@ -23,8 +23,8 @@
 ///     any group  its children, in place, whatever its name
 ///
 /// Row vectors: a point is p M, translation sits in the last row. Values may be doubles,
-/// floats or integers, with time samples; they are interpolated linearly. Children of other names
-/// or with too few values are skipped.
+/// floats or integers, with time samples; they are interpolated linearly, integers as doubles.
+/// Children of other names or with too few values are skipped.
 namespace OxXFormUtil {
 
 /// The matrix at `time`: 16 doubles (tuple size 16) in one sample at that time, and

@@ -79,6 +79,8 @@ TEST(ReadTransforms, AreThoseOfThePlatform) {
 TEST(ReadTransforms, AreThoseOfThePlatformInMotion) {
     ExpectAsThePlatformHasIt(R"("translate": {"$type": "double", "times": [0, 1],
                                 "samples": [[0, 0, 0], [4, 0, 0]]}, "scale": [2.0, 2, 2])");
+    ExpectAsThePlatformHasIt(R"("translate": {"$type": "int", "times": [0, 1],
+                                "samples": [[0, 0, 0], [5, -3, 1]]}, "scale": [2.0, 2, 2])");
     ExpectAsThePlatformHasIt(R"("rotate": {"$type": "double", "times": [-1, 2],
                                 "samples": [[0, 0, 1, 0], [90, 0, 1, 0]]})");
     ExpectAsThePlatformHasIt(R"("a": {"translate": {"$type": "float", "times": [0, 0.5, 1],
@@ -91,6 +93,13 @@ TEST(ReadTransforms, OfWhatStandsStillHaveOneStep) {
     const SceneData scene =
         ReadSilently(SceneJson(Triangle("t", "\"xform\": {" + translate + "}"), kShutter));
     EXPECT_THAT(Xs(StepsOf(scene)), ElementsAre(5));
+}
+
+TEST(ReadTransforms, OfIntegersMoveBetweenThem) {
+    const std::string xform = R"("xform": {"translate": {"$type": "int", "times": [0, 4],
+                                 "samples": [[0, 0, 0], [3, 0, 0]]}})";
+    const SceneData scene = ReadSilently(SceneJson(Triangle("t", xform), kShutter));
+    EXPECT_THAT(Xs(StepsOf(scene)), ElementsAre(0, 0.75f));
 }
 
 TEST(ReadTransforms, HaveTwoStepsBetweenTwoSamplesWhateverTheirTimes) {
