@@ -5,10 +5,12 @@
 #include <cstring>
 #include <map>
 #include <new>
+#include <stdexcept>
 #include <utility>
 
 #include <xxhash.h>
 
+#include "CookWaits.h"
 #include "Prefetch.h"
 
 namespace OxTellarRuntimeDetail {
@@ -394,12 +396,44 @@ void LocationStore::append(LocationNode* parent, ChildList& list, std::string_vi
     if (list.size > kUnindexedChildren) list.makeRoom(0);
 }
 
+/// While it lives, the calling thread prepares the store's state and the others wait.
+class LocationStore::PrepareTurn {
+public:
+    explicit PrepareTurn(LocationStore& owner) : store(owner) {
+        if (IsMadeByThisThread(&store.state)) throwCircle();
+        std::unique_lock<std::mutex> guard(store.prepareLock);
+        if (store.isBeingPrepared) {
+            const WaitScope wait(&store.state);
+            if (!wait.canEnd()) throwCircle();
+            store.prepareEnded.wait(guard, [this] { return !store.isBeingPrepared; });
+        }
+        store.isBeingPrepared = true;
+    }
+    ~PrepareTurn() {
+        {
+            const std::lock_guard<std::mutex> guard(store.prepareLock);
+            store.isBeingPrepared = false;
+        }
+        store.prepareEnded.notify_all();
+    }
+    PrepareTurn(const PrepareTurn&) = delete;
+    PrepareTurn& operator=(const PrepareTurn&) = delete;
+
+private:
+    [[noreturn]] static void throwCircle() {
+        throw std::runtime_error("the preparation of its arguments needs itself");
+    }
+
+    LocationStore& store;
+};
+
 const OxOpType::State* LocationStore::prepare(const OxOpType::OpType& type,
                                               const OxAttribute::GroupAttribute& args,
                                               std::size_t numberOfInputs) {
     if (isPrepared.load(std::memory_order_acquire)) return state.get();
-    const std::lock_guard<std::mutex> guard(prepareLock);
+    const PrepareTurn turn(*this);
     if (!isPrepared.load(std::memory_order_relaxed)) {
+        const MakingScope scope(&state);
         state = type.prepare(args, numberOfInputs);
         isPrepared.store(true, std::memory_order_release);
     }

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -84,7 +85,8 @@ public:
     LocationNode* find(std::string_view path);
 
     /// The arguments of the Op as its type prepared them, once for all Ops of this identity;
-    /// kept as long as the store lives. Null when the type keeps nothing.
+    /// kept as long as the store lives. Null when the type keeps nothing. Throws what the type
+    /// throws, and std::runtime_error when the preparation waits for its own end.
     const OxOpType::State* prepare(const OxOpType::OpType& type,
                                    const OxAttribute::GroupAttribute& args,
                                    std::size_t numberOfInputs);
@@ -109,7 +111,10 @@ private:
     Arena arena; // all nodes but the root
     std::uint32_t nextSerial = 0;
 
-    std::mutex prepareLock;
+    class PrepareTurn;
+    std::mutex prepareLock; // of isBeingPrepared; the type's code does not run under it
+    std::condition_variable prepareEnded;
+    bool isBeingPrepared = false; // by one thread, which alone may change the two below
     std::atomic<bool> isPrepared{false};
     std::shared_ptr<const OxOpType::State> state;
 };

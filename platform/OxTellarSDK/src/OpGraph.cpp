@@ -12,6 +12,7 @@
 #include <OxTellarSDK/LocationPath.h>
 
 #include "AttributeNode.h"
+#include "CookWaits.h"
 #include "ThreadSlot.h"
 
 namespace OxTellarRuntimeDetail {
@@ -57,7 +58,10 @@ Crossing& CrossingOf(const LocationNode& node) {
     return (*crossings)[reinterpret_cast<std::uintptr_t>(&node) / sizeof(LocationNode) % 64];
 }
 
-void WaitWhileCooked(LocationNode& node) {
+/// False, without waiting, when the cook cannot end before the calling thread goes on.
+[[nodiscard]] bool WaitWhileCooked(LocationNode& node) {
+    const WaitScope wait(&node);
+    if (!wait.canEnd()) return false;
     Crossing& crossing = CrossingOf(node);
     std::unique_lock<std::mutex> guard(crossing.lock);
     std::uint8_t state = node.state.load(std::memory_order_acquire);
@@ -67,6 +71,7 @@ void WaitWhileCooked(LocationNode& node) {
         crossing.cooked.wait(guard);
         state = node.state.load(std::memory_order_acquire);
     }
+    return true;
 }
 
 /// After everything that the cook left in the node.
@@ -85,32 +90,6 @@ std::uint32_t NextEviction() {
     static std::atomic<std::uint32_t> last{0};
     return last.fetch_add(1, std::memory_order_relaxed) + 1;
 }
-
-/// The locations that this thread is cooking, innermost first.
-struct CookFrame {
-    const LocationNode* node;
-    const CookFrame* outer;
-};
-thread_local const CookFrame* innermostCook = nullptr;
-
-bool IsCookedByThisThread(const LocationNode& node) {
-    for (const CookFrame* frame = innermostCook; frame; frame = frame->outer)
-        if (frame->node == &node) return true;
-    return false;
-}
-
-class CookScope {
-public:
-    explicit CookScope(const LocationNode& node) : frame{&node, innermostCook} {
-        innermostCook = &frame;
-    }
-    ~CookScope() { innermostCook = frame.outer; }
-    CookScope(const CookScope&) = delete;
-    CookScope& operator=(const CookScope&) = delete;
-
-private:
-    CookFrame frame;
-};
 
 LocationData MissingLocation() {
     return LocationData(LocationRecord::Missing());
@@ -230,9 +209,8 @@ LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
     std::uint8_t state = node.state.load(std::memory_order_acquire);
     for (;;) {
         if (state & LocationNode::kCooking) {
-            if (IsCookedByThisThread(node))
+            if (IsMadeByThisThread(&node) || !WaitWhileCooked(node))
                 throw CookError(label() + " at \"" + path + "\": the location needs itself");
-            WaitWhileCooked(node);
             state = node.state.load(std::memory_order_acquire);
             continue;
         }
@@ -274,7 +252,7 @@ LocationData OpNode::cookNow(LocationNode& node, const std::string& path,
 
 LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
                                 std::uint32_t eviction) const {
-    const CookScope scope(node);
+    const MakingScope scope(&node);
     CountCook();
     std::string reason;
     try {

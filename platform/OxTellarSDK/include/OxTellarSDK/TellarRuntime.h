@@ -160,7 +160,10 @@ public:
     /// while the client has no Op.
     ///
     /// Throws std::runtime_error naming the Op, its type and the location when an Op
-    /// fails: its type is unknown, it is part of a cycle, or it threw itself.
+    /// fails: its type is unknown, it is part of a cycle, or it threw itself. An Op may look
+    /// through other clients while it cooks. Where the location that it asks for needs its own
+    /// result in turn, that is an error as well, "the location needs itself", even when the two
+    /// are cooked by different threads.
     LocationData cookLocation(const std::string& path);
 
     /// The location's data if this client's runtime has cooked it, else invalid data.
