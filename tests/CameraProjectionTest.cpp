@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <random>
@@ -11,6 +12,7 @@
 #include <gmock/gmock.h>
 
 #include "CameraScenes.h"
+#include "RunTogether.h"
 
 namespace {
 
@@ -193,6 +195,82 @@ TEST(PerspectiveProjection, OfACameraIsThatOfItsLens) {
               GetProjectionMatrix(0.1f, 10, -1, 0.5f, -0.25f, 0.75f, kPerspective, 40, 1.5f));
 }
 
+// Every bit ---------------------------------------------------------------------------------------
+
+/// Entries to the bit, each step in the precision that renderers of this family take it in.
+struct StatedProjection {
+    float near, far, left, right, bottom, top, fov, aspect;
+
+    Matrix perspective() const {
+        const double angle = static_cast<double>(fov) * 0.5 * 3.14159265 / 180.0;
+        const float h = std::tan(static_cast<float>(angle)) * near;
+        const float windowWidth = right - left;
+        const float windowHeight = top - bottom;
+        const float windowAspect = windowWidth / windowHeight;
+        const float s = windowAspect / aspect * h;
+        const float L = left * h, R = right * h, B = bottom * s, T = top * s;
+        const double twoNear = 2.0 * static_cast<double>(near);
+        const float width = R - L, height = T - B;
+        const double depth = static_cast<double>(far) - static_cast<double>(near);
+        const double twoFarNear = 2.0 * static_cast<double>(far) * static_cast<double>(near);
+        Matrix m(0.0);
+        m[0][0] = static_cast<float>(twoNear / static_cast<double>(width));
+        m[1][1] = static_cast<float>(twoNear / static_cast<double>(height));
+        m[2][0] = singleQuotient(L + R, width);
+        m[2][1] = singleQuotient(B + T, height);
+        m[2][2] = -singleQuotient(near + far, far - near);
+        m[2][3] = -1.0;
+        m[3][2] = static_cast<float>(-twoFarNear / depth);
+        return m;
+    }
+
+    Matrix orthographic() const {
+        const auto perExtent = [](double twice, float low, float high) {
+            const double extent = static_cast<double>(high) - static_cast<double>(low);
+            return static_cast<float>(twice / extent);
+        };
+        Matrix m(0.0);
+        m[0][0] = perExtent(2.0, left, right);
+        m[1][1] = perExtent(2.0, bottom, top);
+        m[2][2] = perExtent(-2.0, near, far);
+        m[3][0] = singleQuotient(left + right, right - left);
+        m[3][1] = singleQuotient(bottom + top, top - bottom);
+        m[3][2] = -singleQuotient(near + far, far - near);
+        m[3][3] = 1.0;
+        return m;
+    }
+
+private:
+    static float singleQuotient(float dividend, float divisor) { return dividend / divisor; }
+};
+
+void ExpectStatedProjections(unsigned int seed) {
+    std::mt19937 random(seed);
+    const auto between = [&](float low, float high) {
+        return std::uniform_real_distribution<float>(low, high)(random);
+    };
+    for (int i = 0; i < 500; ++i) {
+        SCOPED_TRACE(i);
+        const StatedProjection lens{between(0.001f, 2), between(3, 10000),   between(-3, -0.01f),
+                                    between(0.01f, 3),  between(-3, -0.01f), between(0.01f, 3),
+                                    between(1, 170),    between(0.2f, 5)};
+        const auto project = [&lens](bool isOrthographic) {
+            return GetProjectionMatrix(lens.near, lens.far, lens.left, lens.right, lens.bottom,
+                                       lens.top, isOrthographic, lens.fov, lens.aspect);
+        };
+        EXPECT_EQ(project(kPerspective), lens.perspective());
+        EXPECT_EQ(project(kOrthographic), lens.orthographic());
+    }
+}
+
+TEST(Projection, OfRandomLensesIsWhatIsStatedToTheBit) {
+    ExpectStatedProjections(23);
+}
+
+TEST(Projection, MayBeAskedForByManyThreads) {
+    RunTogether(4, [](int number) { ExpectStatedProjections(static_cast<unsigned int>(number)); });
+}
+
 // Lens at a time ----------------------------------------------------------------------------------
 
 TEST(InterpolatedCameraGeometry, InterpolatesEveryValue) {
@@ -276,6 +354,45 @@ TEST(ShutterSamples, OfAnInstantAreTheTwoAroundItOrTheOneOnIt) {
 
 TEST(ShutterSamples, OfNoSamplesAreNone) {
     EXPECT_THAT(Relevant({}, 0.0f, 1.0f), IsEmpty());
+}
+
+/// The last time at or before the opening or the first of all, those within, and the first one
+/// after the closing unless there is one at it or beyond already.
+std::set<float> StatedRelevant(const std::set<float>& times, float open, float close) {
+    std::set<float> relevant;
+    if (times.empty()) return relevant;
+    const auto afterOpening = times.upper_bound(open);
+    relevant.insert(afterOpening == times.begin() ? *afterOpening : *std::prev(afterOpening));
+    relevant.insert(times.lower_bound(open), times.upper_bound(close));
+    const auto afterClosing = times.upper_bound(close);
+    if (*relevant.rbegin() < close && afterClosing != times.end()) relevant.insert(*afterClosing);
+    return relevant;
+}
+
+TEST(ShutterSamples, OfRandomTimesAreWhatIsStated) {
+    std::mt19937 random(29);
+    const auto quarters = [&](int low, int high) { // so that times meet
+        return 0.25f * static_cast<float>(std::uniform_int_distribution<int>(low, high)(random));
+    };
+    for (int i = 0; i < 500; ++i) {
+        std::set<float> times;
+        for (int count = std::uniform_int_distribution<int>(0, 9)(random); count > 0; --count)
+            times.insert(quarters(-8, 8));
+        const float open = quarters(-12, 12);
+        const float close = open + quarters(0, 8);
+        SCOPED_TRACE(testing::Message()
+                     << testing::PrintToString(times) << " from " << open << " to " << close);
+        EXPECT_THAT(Relevant(times, open, close),
+                    testing::ElementsAreArray(StatedRelevant(times, open, close)));
+    }
+}
+
+TEST(ShutterSamples, AreOneWhenTheShutterClosesBeforeItOpens) {
+    EXPECT_THAT(Relevant({0, 1, 2, 3}, 2.5f, 0.5f), ElementsAre(2));
+    EXPECT_THAT(Relevant({0, 1, 2, 3}, 2.0f, 1.0f), ElementsAre(2));
+    EXPECT_THAT(Relevant({0, 1, 2, 3}, 0.5f, -1.0f), ElementsAre(0));
+    EXPECT_THAT(Relevant({0, 1, 2, 3}, 5.0f, -5.0f), ElementsAre(3));
+    EXPECT_THAT(Relevant({0, 1, 2, 3}, -1.0f, -2.0f), ElementsAre(0));
 }
 
 TEST(ShutterSamples, AreNoneWhenTheShutterClosesBeforeAllOfThemAndBefore9999FramesAgo) {
