@@ -10,8 +10,11 @@
 
 #include <OxAssetHost/OxAssetPluginManager.h>
 #include <OxTellarProducers/CameraInfo.h>
+#include <OxTellarProducers/CreateGeometryProducer.h>
 
 #include "CameraScenes.h"
+#include "DrawnArguments.h"
+#include "TestOps.h"
 
 namespace {
 
@@ -153,10 +156,11 @@ TEST_F(ClassicArguments, WriteNumbersOfEveryTypeInStreamFormat) {
 }
 
 TEST_F(ClassicArguments, TakeTheSampleNearestToTheFrame) {
-    const std::map<float, std::vector<float>> numbers{{-1.0f, {5.0f}}, {0.25f, {6.0f}}};
-    const std::map<float, std::vector<std::string>> texts{{-1.0f, {"a"}}, {0.25f, {"b"}}};
-    EXPECT_EQ(classicArgs({{"x", FloatAttribute(numbers, 1)}, {"y", StringAttribute(texts, 1)}}),
-              std::string(" -x 6 -y b") + kDefaultEnd);
+    EXPECT_EQ(
+        classicArgs({{"x", FloatAttribute(Sampled<float>({5}, {6}, {7}), 1)},
+                     {"y", StringAttribute(Sampled<std::string>({"a"}, {"b"}, {"c"}), 1)},
+                     {"extraArgs", StringAttribute(Sampled<std::string>({"d"}, {"e"}, {"f"}), 1)}}),
+        std::string(" -x 6 -y b e ") + kDefaultEnd);
 }
 
 TEST_F(ClassicArguments, WriteOneTextBareAndSeveralInQuotes) {
@@ -218,6 +222,15 @@ TEST_F(ClassicArguments, ThatCannotBeResolvedNeedNobodyWhoIsTold) {
     EXPECT_EQ(BuildClassicProceduralArgumentsString(
                   geo, context, Group({{"args", Group({{"file", Text("bad")}})}}), nullptr),
               std::string(" -file bad") + kDefaultEnd);
+}
+
+TEST_F(ClassicArguments, AreNoneWhereTheyAreNoGroup) {
+    const auto one = Group({{"a", Int(1)}});
+    EXPECT_EQ(classic(Group({{"args", one}, {"systemArgs", Int(2)}})),
+              std::string(" -a 1") + kDefaultEnd);
+    EXPECT_EQ(classic(Group({{"args", Text("a")}, {"systemArgs", one}})),
+              std::string(" -a 1") + kDefaultEnd);
+    EXPECT_EQ(classic(Group({{"args", Text("a")}, {"systemArgs", Text("b")}})), kDefaultEnd);
 }
 
 TEST_F(ClassicArguments, OfANullProducerHaveNoCamera) {
@@ -287,6 +300,20 @@ TEST_F(CameraArguments, AreLeftOutWithoutAPathOrACamera) {
     EXPECT_EQ(classic(WantingCamera("As Parameters", other(""))), kDefaultEnd);
     EXPECT_EQ(classic(WantingCamera("As Parameters", other("/root/nowhere"))), kDefaultEnd);
     EXPECT_EQ(attributes(WantingCamera("As Parameters", other(""))).getNumberOfChildren(), 4);
+}
+
+TEST_F(CameraArguments, LetTheErrorOfReadingTheCameraThrough) {
+    const auto scene = CameraScene(CameraAttrs(UnitLens()));
+    geo = TELLAR::CreateSyncGeometryProducer(
+        MakeClient(
+            Group({{"scene", OpEntry("StaticScene", scene)},
+                   {"throw", OpEntry("TestThrow", Group({{"at", Text(kCamera)}}), {"scene"})}})),
+        kGeo);
+    ASSERT_TRUE(geo);
+    EXPECT_THROW(classic(WantingCamera("As Parameters")), std::runtime_error);
+    TELLAR::ClearCameraInfoCache();
+    EXPECT_THROW(attributesXml(WantingCamera("As Parameters")), std::runtime_error);
+    EXPECT_EQ(classic(WantingCamera("None")), kDefaultEnd) << "nobody reads the camera";
 }
 
 TEST_F(CameraArguments, HaveTheTransformRowByRow) {
@@ -382,7 +409,7 @@ TEST_F(AttributeArguments, AreResolvedAsAssetsInGroupsToo) {
 }
 
 TEST_F(AttributeArguments, KeepOneSampleOfTexts) {
-    const std::map<float, std::vector<std::string>> texts{{-1.0f, {"a"}}, {0.25f, {"b"}}};
+    const auto texts = Sampled<std::string>({"a"}, {"b"}, {"c"});
     const StringAttribute text =
         attributes(Group({{"args", Group({{"text", StringAttribute(texts, 1)}})}}))
             .getChildByName("text");
@@ -398,11 +425,96 @@ TEST_F(AttributeArguments, OfTheSystemReplaceThoseOfTheUserInPlace) {
     EXPECT_EQ(IntOf(group.getChildByName("a")), 3);
 }
 
+TEST_F(AttributeArguments, AreNoneWhereTheyAreNoGroup) {
+    const auto one = Group({{"a", Int(1)}});
+    for (const GroupAttribute& procedural : {Group({{"args", one}, {"systemArgs", Int(2)}}),
+                                             Group({{"args", Text("a")}, {"systemArgs", one}})})
+        EXPECT_THAT(NamesOf(attributes(procedural)),
+                    ElementsAre("a", "frame", "shutter", "cropwindow", "ombraFullName"));
+}
+
 TEST_F(AttributeArguments, OfANullProducerHaveNoCameraAndNoName) {
     const GroupAttribute group = ParseAttributeXml(BuildScenegraphAttrProceduralArgumentsString(
         nullptr, context, WantingCamera("As Parameters"), Tell));
     EXPECT_THAT(NamesOf(group), ElementsAre("frame", "shutter", "cropwindow", "ombraFullName"));
     EXPECT_EQ(TextOf(group.getChildByName("ombraFullName")), "");
+}
+
+// Random groups -----------------------------------------------------------------------------------
+
+/// What is asked about a camera, and the one that it leads to; null when it leads to none.
+struct DrawnCamera {
+    const char* include;
+    const char* which;
+    const char* path;
+    const char* found;
+};
+const std::vector<DrawnCamera> kCameraQuestions{
+    {"None", "Other Camera", kCamera, nullptr},
+    {"As Attributes", "Other Camera", kCamera, nullptr},
+    {"as parameters", "Other Camera", kCamera, nullptr},
+    {"", "Other Camera", kCamera, nullptr},
+    {"As Parameters", "Other Camera", kCamera, kCamera},
+    {"As Parameters", "Other Camera", "", nullptr},
+    {"As Parameters", "Other Camera", "/root/nowhere", nullptr},
+    {"As Parameters", "Render Camera", kCamera, kGeo},
+    {"As Parameters", "other camera", kCamera, kGeo},
+    {"As Parameters", "", "", kGeo},
+};
+
+constexpr const char* kLensNames[] = {"fov", "near", "far", "left", "right", "top", "bottom"};
+constexpr float kUnitLensValues[] = {90, 1, 101, -1, 1, 1, -1};
+
+TEST_F(Procedural, OfRandomGroupsAreWhatWasDrawnInBothForms) {
+    const auto settings = Group({{"cameraName", Text(kGeo)}}); // a camera as well
+    geo = StaticRoot(CameraScene(CameraAttrs(UnitLens()), CameraAttrs(UnitLens()),
+                                 {{"renderSettings", settings}}))
+              ->getProducerByPath(kGeo);
+    context.frame = 7;
+    context.shutterClose = 0.5f;
+    context.xres = 640;
+    for (unsigned int i = 0; i < 60; ++i) {
+        SCOPED_TRACE(i);
+        Draw draw(i, context.frame);
+        const DrawnArguments args = draw.arguments();
+        DrawnArguments system = draw.arguments();
+        const DrawnCamera camera = draw.pick(kCameraQuestions);
+        const GroupAttribute procedural = Group(
+            {{"args", Group(args.given)},
+             {"systemArgs", Group(system.given)},
+             {"includeCameraInfo", Text(camera.include)},
+             {"cameraInfo",
+              Group({{"whichCamera", Text(camera.which)}, {"cameraPath", Text(camera.path)}})}});
+
+        const std::string cameraFlags =
+            camera.found ? std::string(" -cameraInfo_path ") + camera.found + kUnitCameraFlags : "";
+        told = {};
+        EXPECT_EQ(classic(procedural), args.flags + system.flags + cameraFlags +
+                                           " -frame 7 -shutter 0 0.5 -cropwindow 0 1 0 1");
+        std::vector<std::string> complaints = args.complaints;
+        complaints.insert(complaints.end(), system.complaints.begin(), system.complaints.end());
+        EXPECT_EQ(told.messages, complaints);
+
+        Children expected = args.resolved;
+        expected.insert(expected.end(), system.given.begin(), system.given.end());
+        expected.emplace_back("frame", FloatAttribute(7.0f));
+        expected.emplace_back("shutter", FloatAttribute({0.0f, 0.5f}, 1));
+        expected.emplace_back("cropwindow", FloatAttribute({0.0f, 1.0f, 0.0f, 1.0f}, 1));
+        if (camera.found) {
+            expected.emplace_back("cameraInfo_path", Text(camera.found));
+            for (std::size_t lens = 0; lens < 7; ++lens)
+                expected.emplace_back(std::string("cameraInfo_") + kLensNames[lens],
+                                      FloatAttribute(kUnitLensValues[lens]));
+            expected.emplace_back(
+                "cameraInfo_xform",
+                FloatAttribute({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, 16));
+            expected.emplace_back("cameraInfo_xres", Int(640));
+            expected.emplace_back("cameraInfo_yres", Int(0));
+        }
+        expected.emplace_back("ombraFullName", Text(kGeo));
+        EXPECT_EQ(attributesXml(procedural), GroupAttribute(expected, false).getXML());
+        EXPECT_EQ(told.messages, complaints) << "the builder of attributes tells nobody";
+    }
 }
 
 } // namespace
