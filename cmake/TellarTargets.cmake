@@ -117,12 +117,13 @@ function(tellar_test name)
         LABELS "${ARG_LABELS}" TIMEOUT 900 FAIL_REGULAR_EXPRESSION "Running 0 tests")
 endfunction()
 
-# tellar_seed_test(<fuzzer> <folder of seeds> SOURCES <files...> LIBS <targets...>): runs the
+# tellar_seed_test(<fuzzer> <folders of seeds...> SOURCES <files...> LIBS <targets...>): runs the
 # fuzzer's function once over each of its seeds, with any compiler.
-function(tellar_seed_test name seeds)
+function(tellar_seed_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
     set(fuzz "${PROJECT_SOURCE_DIR}/fuzz")
+    list(TRANSFORM ARG_UNPARSED_ARGUMENTS PREPEND "${fuzz}/seeds/")
     add_executable(${name}Seeds ${fuzz}/${name}.cpp ${fuzz}/RunSeeds.cpp ${ARG_SOURCES})
     target_link_libraries(${name}Seeds PRIVATE ${ARG_LIBS} tellar_build_options)
-    add_test(NAME ${name}Seeds COMMAND ${name}Seeds ${fuzz}/seeds/${seeds})
+    add_test(NAME ${name}Seeds COMMAND ${name}Seeds ${ARG_UNPARSED_ARGUMENTS})
 endfunction()

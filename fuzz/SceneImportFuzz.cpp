@@ -1,0 +1,81 @@
+// Reads any bytes as a scene file. The first line of an input is the file's extension, "ply", and
+// stays as it is when the fuzzer changes the rest, so that a corpus keeps to its format.
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <OxTellarSDK/Attribute.h>
+
+#include "Check.h"
+#include "SceneReader.h"
+#include "TempDirectory.h"
+
+using namespace OxAttribute;
+
+// Read by LeakSanitizer: Assimp does not free everything when it gives up a file in the middle.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+    return "leak:libassimp\n";
+}
+
+namespace {
+
+using TellarSceneImport::Scene;
+using TellarSceneImport::SceneNode;
+
+/// Of the formats that are examined before Assimp gets them.
+constexpr std::array<std::string_view, 7> kExtensions = {"dae", "fbx", "glb", "gltf",
+                                                         "obj", "ply", "stl"};
+
+const std::string& Folder() {
+    static const TempDirectory directory;
+    static const std::string path = directory.path();
+    return path;
+}
+
+void UseValue(const Attribute& value) {
+    if (value.isValid()) Check(!value.getXML().empty(), "every value has a text");
+}
+
+void UseNode(const Scene& scene, const std::string& path, int& left) {
+    const SceneNode* const node = scene.findNode(path);
+    Check(node != nullptr, "a name that is listed is found");
+    UseValue(node->attrs);
+    if (node->motion) UseValue(node->motion->matrices(24, 0));
+    if (node->material >= 0) UseValue(scene.material(node->material).network);
+    for (const std::string_view name : node->childNames.getNearestSample(0.0f))
+        if (left-- > 0) UseNode(scene, path + "/" + std::string(name), left);
+}
+
+void UseScene(const Scene& scene) {
+    int left = 200;
+    UseNode(scene, scene.rootName(), left);
+    for (const std::string_view name : scene.materialNames().getNearestSample(0.0f))
+        UseValue(scene.findMaterial(name)->network);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const std::string_view input(reinterpret_cast<const char*>(data), size);
+    const std::string_view extension = input.substr(0, input.find('\n'));
+    if (std::find(kExtensions.begin(), kExtensions.end(), extension) == kExtensions.end()) return 0;
+    const std::string path = Folder() + "/scene." + std::string(extension);
+    {
+        std::ofstream file(path, std::ios::binary);
+        file << input.substr(std::min(size, extension.size() + 1));
+    }
+    std::vector<TellarSceneImport::FileStamp> files;
+    try {
+        UseScene(*TellarSceneImport::ReadScene(path, files));
+    } catch (const std::runtime_error& error) {
+        const std::string message = error.what();
+        Check(!message.empty() && message.find('\n') == std::string::npos, "a message is one line");
+    }
+    return 0;
+}
