@@ -187,6 +187,8 @@ TEST_F(RenderUtils, FlattenMaterialsUntilTheyAreForgotten) {
         return TextOf(flattened.getChildByName("terminals.surface"));
     };
     Utils().emptyFlattenedMaterialCache();
+    const Handle plain = Handle::of(StaticRoot(CameraScene({}, {{"material", material("plain")}})));
+    EXPECT_EQ(Utils().getFlattenedMaterialAttr(plain.get(), nullptr, 1), nullptr);
     EXPECT_EQ(surfaceOf("first"), "first");
     EXPECT_EQ(surfaceOf("second"), "first");
     Utils().emptyFlattenedMaterialCache();

@@ -42,7 +42,8 @@ TELLAR_API OxAttribute::GroupAttribute
 GetFlattenedMaterialAttr(boost::intrusive_ptr<GeometryProducer> producer,
                          const std::vector<std::string>& terminalNames);
 
-/// Forgets all flattened materials; to be called when the scene or the terminal names change.
+/// Forgets all flattened materials; to be called when the scene or the terminal names change. What
+/// another thread is flattening meanwhile it still gets, but that is not kept.
 TELLAR_API void EmptyFlattenedMaterialCache();
 
 /// A network material without all that neither flattening nor the readers of networks look at:

@@ -1,6 +1,9 @@
 #include "FlattenedMaterials.h"
 
+#include <algorithm>
+
 using OxAttribute::GroupAttribute;
+using OxAttribute::Hash;
 
 namespace TELLAR {
 
@@ -45,36 +48,75 @@ void FlattenedMaterials::keep(std::string path, std::uint64_t generation,
     known.byPath.emplace(known.locations.back().path, known.locations.size() - 1);
 }
 
-GroupAttribute FlattenedMaterials::share(const Materials& materials,
-                                         const TerminalNames& terminalNames, Flatten flatten) {
-    Handles handles;
-    handles.second.reserve(materials.size());
-    for (const GroupAttribute& material : materials)
-        handles.second.push_back(material.getHandle());
-    {
-        const std::lock_guard<std::mutex> guard(lock);
-        handles.first = numberOf(terminalNames);
-        const auto found = known.byHandles.find(handles);
-        if (found != known.byHandles.end()) return found->second.flattened;
-    }
+/// The hash of a material that keeps it; of any other its address, which tells it from all others
+/// that are in `hashedInFiles`.
+Hash FlattenedMaterials::tellAtOnce(const GroupAttribute& material) {
+    const Hash kept = material.getKeptHash();
+    if (kept.words[0] != 0) return kept;
+    return {{reinterpret_cast<std::uintptr_t>(material.getHandle()), 0}};
+}
 
-    Contents contents;
-    contents.first = handles.first;
-    for (const GroupAttribute& material : materials)
-        contents.second.push_back(material.getHash());
-    const auto shareEqual = [&](const GroupAttribute& flattened) {
-        known.byHandles.emplace(handles, Result{materials, flattened});
-        return flattened;
-    };
+Hash FlattenedMaterials::hashOf(const GroupAttribute& material, std::uint64_t generation) {
+    const Hash kept = material.getKeptHash();
+    if (kept.words[0] != 0) return kept;
     {
         const std::lock_guard<std::mutex> guard(lock);
-        const auto found = known.byContents.find(contents);
-        if (found != known.byContents.end()) return shareEqual(found->second);
+        const auto found = known.hashedInFiles.find(material.getHandle());
+        if (found != known.hashedInFiles.end()) return found->second.hash;
+    }
+    const Hash hash = material.getHash();
+    const bool isInFile = material.getKeptHash().words[0] == 0;
+    const std::lock_guard<std::mutex> guard(lock);
+    ++hashed;
+    if (isInFile && generation == cleared)
+        known.hashedInFiles.emplace(material.getHandle(), HashedInFile{material, hash});
+    return hash;
+}
+
+GroupAttribute FlattenedMaterials::share(const Materials& materials,
+                                         const TerminalNames& terminalNames,
+                                         std::uint64_t generation, Flatten flatten) {
+    Key atOnce;
+    atOnce.materials.reserve(materials.size());
+    for (const GroupAttribute& material : materials)
+        atOnce.materials.push_back(tellAtOnce(material));
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        if (generation == cleared) {
+            atOnce.terminalNames = numberOf(terminalNames);
+            const auto found = known.results.find(atOnce);
+            if (found != known.results.end()) return found->second;
+        }
+    }
+    if (atOnce.terminalNames == 0) return flatten(materials, terminalNames);
+
+    Key contents;
+    contents.terminalNames = atOnce.terminalNames;
+    for (const GroupAttribute& material : materials)
+        contents.materials.push_back(hashOf(material, generation));
+    // Those in memory keep their hashes from now on.
+    std::transform(materials.begin(), materials.end(), atOnce.materials.begin(), tellAtOnce);
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        const auto found = known.results.find(contents);
+        if (found != known.results.end())
+            return enter(atOnce, generation, GroupAttribute(found->second));
     }
 
     const GroupAttribute flattened = flatten(materials, terminalNames);
     const std::lock_guard<std::mutex> guard(lock);
-    return shareEqual(known.byContents.emplace(contents, flattened).first->second);
+    return enter(atOnce, generation, enter(contents, generation, flattened));
+}
+
+/// The result that is known under the key, from now on if not before. The lock is held.
+GroupAttribute FlattenedMaterials::enter(const Key& key, std::uint64_t generation,
+                                         const GroupAttribute& result) {
+    return generation == cleared ? known.results.emplace(key, result).first->second : result;
+}
+
+std::uint64_t FlattenedMaterials::numberOfHashedMaterials() const {
+    const std::lock_guard<std::mutex> guard(lock);
+    return hashed;
 }
 
 void FlattenedMaterials::clear() {

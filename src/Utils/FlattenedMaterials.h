@@ -17,9 +17,10 @@
 namespace TELLAR {
 
 /// What is remembered of flattened materials until all of it is forgotten: the result of every
-/// location by its path; and every result by the materials that it was made of, so that locations
-/// with the same materials, or equal ones, share one value. Threads: any. Materials are flattened
-/// outside of the lock, perhaps by two threads at once, one of whose results is then used.
+/// location by its path; and every result by what it was made of, so that locations with equal
+/// materials share one value. The materials themselves are not kept, but for those in files, which
+/// take no memory of their own. Threads: any. Materials are flattened outside of the lock, perhaps
+/// by two threads at once, one of whose results is then shared.
 class FlattenedMaterials {
 public:
     using Materials = std::vector<OxAttribute::GroupAttribute>;
@@ -29,25 +30,41 @@ public:
     static FlattenedMaterials& get();
 
     /// False when the path was not asked for yet; `generation` then tells when it was asked.
+    /// Nothing is kept for a generation after which all was forgotten.
     bool find(const std::string& path, OxAttribute::GroupAttribute& flattened,
               std::uint64_t& generation) const;
-    /// Not kept when all was forgotten since.
     void keep(std::string path, std::uint64_t generation,
               const OxAttribute::GroupAttribute& flattened);
 
     /// What `flatten` makes of the materials and terminal names, or made of them before.
     OxAttribute::GroupAttribute share(const Materials& materials,
-                                      const TerminalNames& terminalNames, Flatten flatten);
+                                      const TerminalNames& terminalNames, std::uint64_t generation,
+                                      Flatten flatten);
+
+    /// How many materials had their contents read for a hash: each once, until all is forgotten.
+    std::uint64_t numberOfHashedMaterials() const;
 
     void clear();
 
 private:
-    // A list of terminal names by its number, and materials by handle or by content.
-    using Handles = std::pair<std::uint64_t, std::vector<const OxAttributeStruct*>>;
-    using Contents = std::pair<std::uint64_t, std::vector<OxAttribute::Hash>>;
-    struct Result {
-        Materials materials; // while they are here no other value can get their handles
-        OxAttribute::GroupAttribute flattened;
+    /// A list of terminal names, and materials by their contents or by what tells those at once.
+    struct Key {
+        std::uint64_t terminalNames = 0;
+        std::vector<OxAttribute::Hash> materials;
+
+        friend bool operator==(const Key& a, const Key& b) {
+            return a.terminalNames == b.terminalNames && a.materials == b.materials;
+        }
+        template <typename State>
+        friend State AbslHashValue(State state, const Key& key) {
+            for (const OxAttribute::Hash& hash : key.materials)
+                state = State::combine(std::move(state), hash.words[0], hash.words[1]);
+            return State::combine(std::move(state), key.terminalNames);
+        }
+    };
+    struct HashedInFile {
+        OxAttribute::GroupAttribute material; // while it is here no other value gets its address
+        OxAttribute::Hash hash;
     };
     struct Location {
         std::string path;
@@ -57,10 +74,14 @@ private:
         std::deque<Location> locations; // in the order in which they were first asked for
         absl::flat_hash_map<std::string_view, std::size_t> byPath; // views of their paths
         std::map<TerminalNames, std::uint64_t> numbers;
-        absl::flat_hash_map<Handles, Result> byHandles;
-        std::map<Contents, OxAttribute::GroupAttribute> byContents;
+        absl::flat_hash_map<Key, OxAttribute::GroupAttribute> results;
+        absl::flat_hash_map<const void*, HashedInFile> hashedInFiles; // by handle
     };
 
+    static OxAttribute::Hash tellAtOnce(const OxAttribute::GroupAttribute& material);
+    OxAttribute::Hash hashOf(const OxAttribute::GroupAttribute& material, std::uint64_t generation);
+    OxAttribute::GroupAttribute enter(const Key& key, std::uint64_t generation,
+                                      const OxAttribute::GroupAttribute& result);
     const Location* locate(const std::string& path) const;
     std::uint64_t numberOf(const TerminalNames& terminalNames);
 
@@ -68,6 +89,7 @@ private:
     Known known;
     std::uint64_t lastNumber = 0; // never given again, whatever is forgotten
     std::uint64_t cleared = 0;    // how often
+    std::uint64_t hashed = 0;     // numberOfHashedMaterials
 };
 
 } // namespace TELLAR

@@ -211,7 +211,7 @@ GroupAttribute GetFlattenedMaterialAttr(boost::intrusive_ptr<GeometryProducer> p
     GroupAttribute flattened;
     std::uint64_t generation = 0;
     if (cache.find(path, flattened, generation)) return flattened;
-    flattened = cache.share(MaterialsFrom(*producer), terminalNames, FlattenMinimized);
+    flattened = cache.share(MaterialsFrom(*producer), terminalNames, generation, FlattenMinimized);
     cache.keep(std::move(path), generation, flattened);
     return flattened;
 }

@@ -120,13 +120,20 @@ void Attribute::release(OxAttributeStruct* handle) noexcept {
     Release(handle);
 }
 
+Hash Attribute::getKeptHash() const noexcept {
+    if (!handle || IsInFile(handle)) return {};
+    const MemoryPrefix* prefix = PrefixOf(handle);
+    const std::uint64_t first = prefix->hash[0].load(std::memory_order_acquire);
+    return first == 0 ? Hash() : Hash{{first, prefix->hash[1].load(std::memory_order_relaxed)}};
+}
+
 Hash Attribute::getHash() const {
+    const Hash kept = getKeptHash();
+    if (kept.words[0] != 0) return kept;
     if (!handle) return {};
-    if (IsInFile(handle)) return ComputeHash(*this);
-    MemoryPrefix* prefix = PrefixOf(handle);
-    if (const std::uint64_t first = prefix->hash[0].load(std::memory_order_acquire))
-        return {{first, prefix->hash[1].load(std::memory_order_relaxed)}};
     const Hash hash = ComputeHash(*this);
+    if (IsInFile(handle)) return hash;
+    MemoryPrefix* prefix = PrefixOf(handle);
     prefix->hash[1].store(hash.words[1], std::memory_order_relaxed);
     prefix->hash[0].store(hash.words[0], std::memory_order_release);
     return hash;

@@ -88,6 +88,9 @@ public:
     /// Computed on first need and kept with the value (for values inside a file it
     /// is computed anew). The zero hash for an invalid handle.
     Hash getHash() const;
+    /// What getHash returns if that is kept with the value already; else the zero hash, as always
+    /// for a value inside a file. Reads nothing of the value itself.
+    Hash getKeptHash() const noexcept;
 
     /// The value as XML text that ParseAttributeXml turns back into an equal value.
     /// Empty for an invalid handle.
