@@ -37,6 +37,15 @@ else()
     target_compile_options(tellar_build_options INTERFACE -Werror)
 endif()
 
+# Keeps a library in the process when the program closes it. Suites and op types stay registered
+# with others, and so do functions for the ends of threads: all that would be left dangling.
+function(tellar_stays_loaded name)
+    if(UNIX AND NOT APPLE)
+        target_link_options(${name} PRIVATE -Wl,-z,nodelete)
+    endif()
+    set_property(GLOBAL APPEND PROPERTY TELLAR_LOADABLE_TARGETS ${name})
+endfunction()
+
 # tellar_library(<name> [HEADERS_DIR <dir>] SOURCES <files...>): a shared library
 # with the alias TELLAR::<name>, its headers in <dir> (default: include/).
 function(tellar_library name)
@@ -58,6 +67,7 @@ function(tellar_library name)
         target_compile_options(${name} PRIVATE -fno-semantic-interposition)
         target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
     endif()
+    tellar_stays_loaded(${name})
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
         INSTALL_RPATH "$ORIGIN")
@@ -72,6 +82,7 @@ function(tellar_module name folder)
     add_library(${name} MODULE ${ARGN})
     target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
+    tellar_stays_loaded(${name})
     set_target_properties(${name} PROPERTIES
         PREFIX "" LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib/${folder}"
         INSTALL_RPATH "$ORIGIN/..")

@@ -21,6 +21,8 @@ struct OxPluginHost;
    else of it is used, and it need not outlive the call. A host that is null, or that has a null
    there, gets -1.
 
+   The library stays in the process when it is closed with dlclose, so the tables stay valid.
+
    Threads: any. */
 TELLAR_API int OxTellarProducersInitialize(struct OxPluginHost* host);
 

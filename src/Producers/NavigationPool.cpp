@@ -1,7 +1,11 @@
 #include "NavigationPool.h"
 
 #include <array>
+#include <exception>
+#include <memory>
 #include <new>
+
+#include <boost/thread/tss.hpp>
 
 namespace TELLAR {
 
@@ -23,27 +27,38 @@ struct Pool {
     ~Pool();
 };
 
-// Null before a thread's first use and after its pool is gone.
+// Null before a thread's first use and after its pool is gone. The pool itself lies on the heap: a
+// program has little thread-local storage left for libraries that it loads while it runs.
 thread_local Pool* threadPool = nullptr;
 thread_local bool threadPoolEnded = false;
 
 Pool::~Pool() {
-    threadPool = nullptr;
-    threadPoolEnded = true;
     while (blockCount > 0)
         ::operator delete(blocks[--blockCount]);
     while (pathCount > 0)
         delete paths[--pathCount];
 }
 
-Pool* MakePool() {
+void EndPool(Pool* pool) {
+    threadPool = nullptr;
+    threadPoolEnded = true;
+    delete pool;
+}
+
+/// Null when the thread has come to its end, or there is no memory for a pool.
+Pool* MakePool() noexcept {
     if (threadPoolEnded) return nullptr;
-    static thread_local Pool pool;
-    threadPool = &pool;
+    try {
+        static auto* const pools = new boost::thread_specific_ptr<Pool>(&EndPool);
+        auto made = std::make_unique<Pool>();
+        pools->reset(made.get());
+        threadPool = made.release();
+    } catch (const std::exception&) { // the caller does without, and the next one tries again
+    }
     return threadPool;
 }
 
-Pool* GetPool() {
+Pool* GetPool() noexcept {
     return threadPool ? threadPool : MakePool();
 }
 

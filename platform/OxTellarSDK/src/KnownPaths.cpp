@@ -3,6 +3,7 @@
 #include <array>
 
 #include "NodeAccess.h"
+#include "ThreadState.h"
 
 namespace OxAttribute::KnownPaths {
 
@@ -10,20 +11,20 @@ TELLAR_THREAD_WORD Place* ownPlaces = nullptr;
 
 namespace {
 
-thread_local bool hasEnded = false;
-
-struct Places {
+struct Places final : ThreadState {
     std::array<Place, kPlaces> places;
-    ~Places() {
-        ownPlaces = nullptr;
-        hasEnded = true;
-    }
+    ~Places() override { ownPlaces = nullptr; }
 };
 
+/// Null when the thread has no memory for places, or has ended.
+Place* GetOwnPlaces() {
+    if (!ownPlaces)
+        if (Places* own = ThreadState::Make<Places>()) ownPlaces = own->places.data();
+    return ownPlaces;
+}
+
 void Remember(Place& found, std::uint64_t container, std::string_view path) {
-    if (!IsKept(path) || found.levelCount > kLevels || hasEnded) return;
-    static thread_local Places own;
-    ownPlaces = own.places.data();
+    if (!IsKept(path) || found.levelCount > kLevels || !GetOwnPlaces()) return;
     found.key = Key(container, path);
     Place* places = ownPlaces + found.key.place();
     if (!(places[0].key == found.key)) places[1] = places[0];

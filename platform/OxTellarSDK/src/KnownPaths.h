@@ -86,7 +86,7 @@ struct Place {
     std::uintptr_t lastGroup = 0; // below which the path was followed last
 };
 
-/// Null until the thread first searches, and after its end.
+/// Null until the thread first searches, after its end, and without memory for them.
 extern TELLAR_THREAD_WORD Place* ownPlaces;
 
 /// Null when the group does not look like the one before, or something is not checked yet.

@@ -1,5 +1,6 @@
 #include <OxTellarSDK/LocationRecord.h>
 
+#include <algorithm>
 #include <mutex>
 #include <new>
 #include <vector>
@@ -9,6 +10,8 @@
 #include <OxTellarSDK/TellarRuntime.h>
 
 #include "Arena.h"
+#include "ThreadState.h"
+#include "ThreadWord.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -19,8 +22,16 @@ constexpr std::size_t kKeptPerThread = 1024;
 
 struct Pool {
     std::mutex lock;
-    std::vector<LocationRecord*> free;
+    std::vector<LocationRecord*> free; // has room for all records: giving one back never fails
+    std::size_t made = 0;
     Arena arena;
+
+    /// The lock is held.
+    void makeRoom(std::size_t more) {
+        const std::size_t wanted = made + more;
+        if (wanted > free.capacity()) free.reserve(std::max(wanted, 2 * free.capacity()));
+        made = wanted;
+    }
 };
 
 Pool& GetPool() {
@@ -29,11 +40,10 @@ Pool& GetPool() {
 }
 
 /// Free records of one thread; they go back to the pool when the thread ends.
-struct ThreadCache {
-    std::vector<LocationRecord*> free;
-
+class ThreadCache final : public OxAttribute::ThreadState {
+public:
     ThreadCache() { free.reserve(kKeptPerThread + 1); }
-    ~ThreadCache();
+    ~ThreadCache() override;
 
     LocationRecord* take() {
         if (free.empty()) refill();
@@ -42,7 +52,7 @@ struct ThreadCache {
         return record;
     }
 
-    void give(LocationRecord* record) {
+    void give(LocationRecord* record) noexcept {
         free.push_back(record);
         if (free.size() > kKeptPerThread) giveBack(kKeptPerThread / 2);
     }
@@ -60,46 +70,55 @@ private:
             if (!free.empty()) return;
             slab = static_cast<LocationRecord*>(
                 pool.arena.allocate(kSlabRecords * sizeof(LocationRecord)));
+            pool.makeRoom(kSlabRecords);
         }
         // Taken from the back: in the order of their addresses.
         for (std::size_t i = kSlabRecords; i > 0; --i)
             free.push_back(new (slab + i - 1) LocationRecord);
     }
 
-    void giveBack(std::size_t keep) {
+    void giveBack(std::size_t keep) noexcept {
         Pool& pool = GetPool();
         const std::lock_guard<std::mutex> guard(pool.lock);
         pool.free.insert(pool.free.end(), free.begin() + static_cast<std::ptrdiff_t>(keep),
                          free.end());
         free.resize(keep);
     }
+
+    std::vector<LocationRecord*> free;
 };
 
-// Null before a thread's first record and after its cache is gone.
-thread_local ThreadCache* threadCache = nullptr;
-thread_local bool threadCacheEnded = false;
+// Null while the thread has no cache: before its first record, after its end, without memory.
+TELLAR_THREAD_WORD ThreadCache* threadCache = nullptr;
 
 ThreadCache::~ThreadCache() {
     threadCache = nullptr;
-    threadCacheEnded = true;
     giveBack(0);
 }
 
-ThreadCache* GetThreadCache() {
-    if (threadCache || threadCacheEnded) return threadCache;
-    static thread_local ThreadCache cache;
-    threadCache = &cache;
+ThreadCache* GetThreadCache() noexcept {
+    if (!threadCache) threadCache = OxAttribute::ThreadState::Make<ThreadCache>();
     return threadCache;
+}
+
+/// For a thread without a cache.
+LocationRecord* TakeFromPool() {
+    Pool& pool = GetPool();
+    const std::lock_guard<std::mutex> guard(pool.lock);
+    if (pool.free.empty()) {
+        pool.makeRoom(1);
+        return new LocationRecord;
+    }
+    LocationRecord* record = pool.free.back();
+    pool.free.pop_back();
+    return record;
 }
 
 } // namespace
 
 LocationRecord* LocationRecord::Create() {
-    LocationRecord* record;
-    if (ThreadCache* cache = GetThreadCache())
-        record = cache->take();
-    else
-        record = new LocationRecord; // joins the pool when it is let go
+    ThreadCache* cache = GetThreadCache();
+    LocationRecord* record = cache ? cache->take() : TakeFromPool();
     record->exists = 0;
     record->hash[0].store(0, std::memory_order_relaxed);
     record->count.store(1, std::memory_order_release);

@@ -12,6 +12,8 @@
 
 #include "CookWaits.h"
 #include "Prefetch.h"
+#include "ThreadState.h"
+#include "ThreadWord.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -144,24 +146,19 @@ struct Memory {
 };
 
 constexpr std::size_t kMemories = 16; // stores that a thread is in at once
-thread_local Memory* memories = nullptr;
-thread_local bool memoriesEnded = false;
+TELLAR_THREAD_WORD Memory* memories = nullptr;
 
-struct MemoriesOwner {
-    std::array<Memory, kMemories> memories;
-    ~MemoriesOwner();
+struct Memories final : OxAttribute::ThreadState {
+    std::array<Memory, kMemories> array;
+    ~Memories() override { memories = nullptr; }
 };
 
-MemoriesOwner::~MemoriesOwner() {
-    OxTellarRuntimeDetail::memories = nullptr;
-    memoriesEnded = true;
-}
-
+/// Null when the thread has no memory to spare, or has ended.
 Memory* MemoryFor(std::uint64_t storeId) {
     if (!memories) {
-        if (memoriesEnded) return nullptr;
-        static thread_local MemoriesOwner owner;
-        memories = owner.memories.data();
+        auto* made = OxAttribute::ThreadState::Make<Memories>();
+        if (!made) return nullptr;
+        memories = made->array.data();
     }
     return &memories[storeId % kMemories];
 }

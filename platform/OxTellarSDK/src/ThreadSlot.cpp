@@ -1,55 +1,49 @@
 #include "ThreadSlot.h"
 
-#include <mutex>
-#include <vector>
+#include <atomic>
+
+#include "ThreadState.h"
 
 namespace OxAttribute {
 
 namespace {
 
-struct FreeSlots {
-    std::mutex lock;
-    std::vector<std::uint32_t> slots;
+// A bit for each slot that no thread has.
+std::atomic<std::uint32_t> freeSlots{(1u << ThreadSlot::kShared) - 1};
 
-    FreeSlots() {
-        for (std::uint32_t slot = ThreadSlot::kShared; slot > 0; --slot)
-            slots.push_back(slot - 1);
+std::uint32_t TakeFreeSlot() noexcept {
+    std::uint32_t free = freeSlots.load(std::memory_order_relaxed);
+    while (free != 0) {
+        const std::uint32_t rest = free & (free - 1);
+        if (!freeSlots.compare_exchange_weak(free, rest, std::memory_order_acquire,
+                                             std::memory_order_relaxed))
+            continue;
+        std::uint32_t slot = 0;
+        for (std::uint32_t bit = free ^ rest; bit != 1; bit >>= 1)
+            ++slot;
+        return slot;
     }
-};
-
-FreeSlots& GetFreeSlots() {
-    static FreeSlots* const slots = new FreeSlots;
-    return *slots;
+    return ThreadSlot::kShared;
 }
 
 } // namespace
 
 TELLAR_THREAD_WORD std::uint32_t ThreadSlot::current = ThreadSlot::kNone;
 
-// Gives the number back when its thread ends. What still runs on the thread after that (other
-// destructors of thread-local objects) counts in the shared slot.
-struct ThreadSlotOwner {
-    std::uint32_t slot = ThreadSlot::kShared;
+// Gives the number back when its thread ends. What still runs on the thread after that counts in
+// the shared slot.
+struct ThreadSlotOwner final : ThreadState {
+    const std::uint32_t slot = TakeFreeSlot();
 
-    ThreadSlotOwner() {
-        FreeSlots& free = GetFreeSlots();
-        const std::lock_guard<std::mutex> guard(free.lock);
-        if (free.slots.empty()) return;
-        slot = free.slots.back();
-        free.slots.pop_back();
-    }
-    ~ThreadSlotOwner() {
+    ~ThreadSlotOwner() override {
         ThreadSlot::current = ThreadSlot::kShared;
-        if (slot == ThreadSlot::kShared) return;
-        FreeSlots& free = GetFreeSlots();
-        const std::lock_guard<std::mutex> guard(free.lock);
-        free.slots.push_back(slot);
+        if (slot != ThreadSlot::kShared) freeSlots.fetch_or(1u << slot, std::memory_order_release);
     }
 };
 
-std::uint32_t ThreadSlot::Assign() {
-    static thread_local ThreadSlotOwner owner;
-    current = owner.slot;
+std::uint32_t ThreadSlot::Assign() noexcept {
+    const ThreadSlotOwner* owner = ThreadState::Make<ThreadSlotOwner>();
+    current = owner ? owner->slot : kShared;
     return current;
 }
 

@@ -22,7 +22,7 @@ public:
 
 private:
     static constexpr std::uint32_t kNone = ~0u;
-    static std::uint32_t Assign();
+    static std::uint32_t Assign() noexcept;
     static TELLAR_THREAD_WORD std::uint32_t current;
     friend struct ThreadSlotOwner;
 };

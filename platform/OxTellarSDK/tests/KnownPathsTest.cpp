@@ -121,6 +121,19 @@ TEST(KnownPaths, AreToldApartByAllTheirBytes) {
         EXPECT_FALSE(file.getChildByName(none).isValid()) << none;
 }
 
+TEST(KnownPaths, OfAnyNumberOfLevelsAreFoundAgain) {
+    const GroupAttribute four({{"b", GroupAttribute({{"c", Numbers({{"d", 4}})}}, true)}}, true);
+    const GroupAttribute five({{"c", GroupAttribute({{"d", Numbers({{"e", 5}})}}, true)}}, true);
+    const GroupAttribute file =
+        InFile(GroupAttribute({{"a", four}, {"aa", GroupAttribute({{"b", five}}, true)}}, true));
+    for (int pass = 0; pass < 3; ++pass) {
+        EXPECT_EQ(At(file, "a.b.c.d"), 4);
+        EXPECT_EQ(At(file, "aa.b.c.d.e"), 5);
+        EXPECT_TRUE(file.getChildByName("aa.b.c.d").isValid());
+        EXPECT_FALSE(file.getChildByName("a.b.c.e").isValid());
+    }
+}
+
 TEST(KnownPaths, MayBeMoreThanAThreadKeeps) {
     std::vector<std::pair<std::string, int>> values;
     for (int i = 0; i < 2000; ++i)
