@@ -103,12 +103,9 @@ public:
         takeInReleased();
         evict();
         if (Client client = reuse(source)) return client;
-        Creation creation = CreateClient(source);
-        if (!creation.client) return {};
-        Client client = creation.client;
-        entriesByClient.emplace(client.get(),
-                                ClientEntry{source, std::move(creation.runtime), client});
-        return client;
+        const Creation creation = CreateClient(source);
+        if (creation.client) entriesByClient.try_emplace(creation.client.get(), source, creation);
+        return creation.client;
     }
 
     void invalidate(Client client) {
@@ -125,8 +122,15 @@ private:
         std::shared_ptr<TellarRuntime> runtime;
         Client client;
         bool released = false;
-        EntryList::iterator place = {};         // in releasedEntries, when released
-        EntryList::iterator placeOfSource = {}; // in its source's list, when released
+        // The entry's elements of releasedEntries and of its source's list. While it is in use they
+        // are here, so that taking note of a release needs no memory.
+        EntryList element{this};
+        EntryList elementOfSource{this};
+        const EntryList::iterator place = element.begin();
+        const EntryList::iterator placeOfSource = elementOfSource.begin();
+
+        ClientEntry(const OpTreeSource& entrySource, const Creation& creation)
+            : source(entrySource), runtime(creation.runtime), client(creation.client) {}
     };
 
     void takeInReleased() {
@@ -160,14 +164,15 @@ private:
     void link(ClientEntry& entry) {
         EntryList& ofSource = releasedBySource[entry.source];
         entry.released = true;
-        entry.place = releasedEntries.insert(releasedEntries.begin(), &entry);
-        entry.placeOfSource = ofSource.insert(ofSource.begin(), &entry);
+        releasedEntries.splice(releasedEntries.begin(), entry.element);
+        ofSource.splice(ofSource.begin(), entry.elementOfSource);
     }
 
     void unlink(ClientEntry& entry) {
         entry.released = false;
-        releasedEntries.erase(entry.place);
-        releasedBySource[entry.source].erase(entry.placeOfSource);
+        entry.element.splice(entry.element.begin(), releasedEntries, entry.place);
+        entry.elementOfSource.splice(entry.elementOfSource.begin(), releasedBySource[entry.source],
+                                     entry.placeOfSource);
     }
 
     const std::uint64_t capacity = std::numeric_limits<std::uint64_t>::max();
