@@ -8,6 +8,8 @@
 #include <type_traits>
 #include <utility>
 
+#include <malloc.h>
+
 #include <boost/make_shared.hpp>
 #include <boost/thread/tss.hpp>
 #include <gmock/gmock.h>
@@ -207,6 +209,17 @@ TEST(RuntimeProducerClasses, MayBeDroppedHoweverManyAncestorsGoWithThem) {
     const Ptr root = leaf->getRootProducer();
     leaf.reset();
     EXPECT_EQ(root->use_count(), 1u);
+}
+
+TEST(RuntimeProducerClasses, TakeNoMoreMemoryThanTheyNeed) {
+    std::thread([] { // whose pool is empty
+        constexpr std::size_t kBytes = sizeof(SyncGeometryProducer);
+        void* const memory = SyncGeometryProducer::operator new(kBytes);
+        EXPECT_GE(malloc_usable_size(memory), kBytes);
+        EXPECT_LE(malloc_usable_size(memory), kBytes + 16);
+        SyncGeometryProducer::operator delete(memory, kBytes);
+    })
+        .join();
 }
 
 // Ends of threads and of the process --------------------------------------------------------------

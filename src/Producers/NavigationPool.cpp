@@ -1,5 +1,6 @@
 #include "NavigationPool.h"
 
+#include <algorithm>
 #include <array>
 #include <exception>
 #include <memory>
@@ -7,12 +8,18 @@
 
 #include <boost/thread/tss.hpp>
 
+#include <OxTellarProducers/AsyncGeometryProducer.h>
+#include <OxTellarProducers/SyncGeometryProducer.h>
+#include <OxTellarProducers/ThreadAwareGeometryProducer.h>
+
 namespace TELLAR {
 
 namespace {
 
-// Room for any runtime-backed producer.
-constexpr std::size_t kBlockBytes = 192;
+// Room for any runtime-backed producer. What others derive from them may be larger.
+constexpr std::size_t kBlockBytes =
+    std::max({sizeof(SyncGeometryProducer), sizeof(AsyncGeometryProducer),
+              sizeof(ThreadAwareGeometryProducer)});
 // A walk keeps one producer a level, and at most two of a level at once.
 constexpr std::size_t kKept = 32;
 // Longer paths are rare, and not worth keeping room for.
