@@ -12,6 +12,8 @@
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/StringUtil.h>
 
+#include "LiveCount.h"
+
 using OxAttribute::Attribute;
 using OxAttribute::GroupAttribute;
 using OxAttribute::StringAttribute;
@@ -24,13 +26,13 @@ namespace {
 // counts in a cache line of its own for as long as there are enough of them. Threads that share one
 // may miss a count: a locked addition for every producer would cost more than the number is worth.
 struct alignas(64) ProducerCount {
-    std::atomic<std::int32_t> live{0};
+    LiveCount live;
 };
 std::array<ProducerCount, 64> producerCounts;
 
-std::atomic<std::int32_t>& OwnProducerCount() {
+LiveCount& OwnProducerCount() {
     static std::atomic<std::size_t> threads{0};
-    thread_local std::atomic<std::int32_t>* own = nullptr;
+    thread_local LiveCount* own = nullptr;
     if (!own)
         own =
             &producerCounts[threads.fetch_add(1, std::memory_order_relaxed) % producerCounts.size()]
@@ -39,8 +41,7 @@ std::atomic<std::int32_t>& OwnProducerCount() {
 }
 
 void CountProducers(std::int32_t difference) {
-    std::atomic<std::int32_t>& live = OwnProducerCount();
-    live.store(live.load(std::memory_order_relaxed) + difference, std::memory_order_relaxed);
+    OwnProducerCount().add(difference);
 }
 
 constexpr int kProvided = 0;
