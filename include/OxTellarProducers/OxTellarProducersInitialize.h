@@ -21,7 +21,9 @@ struct OxPluginHost;
    else of it is used, and it need not outlive the call. A host that is null, or that has a null
    there, gets -1.
 
-   The library stays in the process when it is closed with dlclose, so the tables stay valid.
+   The library stays in the process when it is closed with dlclose, so the tables stay valid. After
+   fork the child may use the library, tables included, when no other thread was inside a call of
+   the library at that moment; otherwise it may only exec or _exit.
 
    Threads: any. */
 TELLAR_API int OxTellarProducersInitialize(struct OxPluginHost* host);
