@@ -18,6 +18,7 @@
 #include <OxTellarSDK/AttributeStream.h>
 
 #include "CapturedLog.h"
+#include "PathWithHash.h"
 #include "RunTogether.h"
 #include "SceneBuilders.h"
 #include "ScopedRuntimeFactory.h"
@@ -145,6 +146,19 @@ TEST(ClientFactory, KeepsAReleasedClientForItsOwnSource) {
     EXPECT_EQ(runtimes.count(), 2);
 }
 
+TEST(ClientFactory, ReusesTheClientOfAnotherKindOfSourceWithAnEqualHash) {
+    const GroupAttribute tree = SceneTree(Location({{"tag", Text(UniqueTag())}}));
+    const TempDirectory folder;
+    const std::string path = PathWithHash(folder.path(""), tree.getHash().words[0]);
+    ASSERT_NE(path, "");
+    OxAttribute::WriteOpFile(path, SceneTree(Location({{"tag", Text(UniqueTag())}})));
+    const OpTreeSource ofFile = OpTreeSource::createFromFile(path);
+    const Client first = ClientCreateWithOpTree(OpTreeSource::createFromGroupAttribute(tree));
+    ClientInvalidate(first);
+    EXPECT_EQ(ClientCreateWithOpTree(ofFile), first);
+    EXPECT_NE(ClientCreateWithOpTree(ofFile), first) << "it is in use";
+}
+
 TEST(ClientFactory, HandsOutTheLastOneGivenBackFirst) {
     const OpTreeSource source = UniqueSource();
     const Client a = ClientCreateWithOpTree(source);
@@ -268,6 +282,16 @@ TEST(ClientFactory, LogsThatThereIsNoRuntime) {
     }
     EXPECT_THAT(log.textsOf("ClientFactory"), ElementsAre("Runtime could not be loaded."));
     EXPECT_TRUE(ClientCreateWithOpTree(source)) << "with a runtime it works";
+}
+
+TEST(ClientFactory, LooksForARuntimeBeforeItReadsTheSource) {
+    const TempDirectory folder;
+    const std::string path = folder.write("notes.txt", "These are no ops.");
+    const ScopedRuntimeFactory none([] { return std::shared_ptr<TellarRuntime>(); });
+    const CapturedLog log;
+    EXPECT_EQ(ClientCreateWithOpTree(OpTreeSource::createFromFile(path)), nullptr);
+    EXPECT_THAT(log.textsOf("ClientFactory"), ElementsAre("Runtime could not be loaded."));
+    EXPECT_EQ(none.count(), 1);
 }
 
 TEST(ClientFactory, LogsThatAFileHoldsNoOps) {

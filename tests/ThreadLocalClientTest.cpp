@@ -304,4 +304,24 @@ TEST(ThreadLocalClient, MakesOneStoreWhenManyThreadsMakeObjectsOverOneSource) {
     });
 }
 
+TEST(ThreadLocalClient, IsGivenAndHandedBackWhileAnotherThreadIsMakingAnObject) {
+    const OpTreeSource source = UniqueSource();
+    ThreadLocalClient threadLocalClient(source);
+    std::atomic<bool> isMaking{false};
+    std::atomic<bool> mayGoOn{false};
+    const OxLogSink before = OxLoggingSetSink([&](const OxLogMessage&) {
+        isMaking = true;
+        while (!mayGoOn)
+            std::this_thread::yield();
+    });
+    std::thread maker([] { ThreadLocalClient invalid(OpTreeSource::createFromFile("")); });
+    while (!isMaking)
+        std::this_thread::yield();
+    const Client ofThread = ClientOfEndedThread(threadLocalClient); // would never end if it waited
+    mayGoOn = true;
+    maker.join();
+    OxLoggingSetSink(before);
+    EXPECT_EQ(TELLAR::ClientCreateWithOpTree(source), ofThread);
+}
+
 } // namespace
