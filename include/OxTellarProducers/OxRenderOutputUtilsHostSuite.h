@@ -19,9 +19,9 @@
    released by two threads at once. Locations (OxSgIteratorStruct) are those of the suite
    "ScenegraphIteratorHost"; their counts stay as they are.
 
-   Errors. A null handle is accepted everywhere and yields null, 0 or "", but for slot 31. No entry
-   lets an exception out: it is logged at error level by "RenderOutputUtils" with the entry's name,
-   and the entry returns its null result.
+   Errors. A null handle is accepted everywhere and yields null, 0 or "", but for slots 0, 4, 5, 31
+   and 48. No entry lets an exception out, not even when there is no memory: it is logged at error
+   level by "RenderOutputUtils" with the entry's name, and the entry returns its null result.
 
    Threads. Every entry may be called from any thread, on handles as said above. */
 
@@ -68,7 +68,8 @@ typedef void (*OxProceduralError)(const char* message, void* user);
 typedef struct OxRenderOutputUtilsHostSuite_v3 {
     /* 0 The arguments of the procedural at a location, from its group, as a string attribute.
          `context` null means the defaults (frame 1, shutter 0 0, whole picture); `onError` may be
-         null, and hears nothing of the attributes form. */
+         null, and hears nothing of the attributes form. Without a location the text holds no camera
+         information. */
     OxAttributeStruct* (*getProceduralArguments)(OxSgIteratorStruct* location,
                                                  const OxProceduralContext_v1* context,
                                                  OxAttributeStruct* procedural,
@@ -86,9 +87,11 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
                                                                float shutterOpen,
                                                                float shutterClose);
     /* 4 The name of the render resolution as a string attribute; its size in pixels goes to *width
-         and *height, each of which may be null. Ask the root. */
+         and *height, each of which may be null. Ask the root; without a location it is
+       "square_512", 512 by 512. */
     OxAttributeStruct* (*getRenderResolution)(OxSgIteratorStruct* root, int* width, int* height);
-    /* 5 The path of the render camera as a string attribute. Ask the root. */
+    /* 5 The path of the render camera as a string attribute. Ask the root; without a location it is
+         the empty text. */
     OxAttributeStruct* (*getCameraPath)(OxSgIteratorStruct* root);
     /* 6 A group of textures as arbitrary attributes. */
     OxAttributeStruct* (*convertTexturesToArbitraryAttr)(OxAttributeStruct* textures);

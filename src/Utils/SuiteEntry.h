@@ -8,24 +8,41 @@
 
 namespace TELLAR {
 
+/// An entry of a suite by its name, and the place in the source that messages about it tell: where
+/// the name stands.
+struct SuiteEntry {
+    const char* name;
+    const char* file;
+    int line;
+
+    SuiteEntry(const char* name, const char* file = __builtin_FILE(), int line = __builtin_LINE())
+        : name(name), file(file), line(line) {}
+};
+
+/// Logs at error level what an entry threw. Does not throw: without memory for the logger or the
+/// message there is none.
+template <typename GetLogger>
+void LogFailedEntry(GetLogger getLogger, const SuiteEntry& entry, const char* reason) noexcept {
+    try {
+        const OxLoggerGlue& logger = getLogger();
+        if (logger.errorEnabled())
+            logger.error(std::string(entry.name) + ": " + reason, entry.file, entry.line);
+    } catch (...) { // no memory
+    }
+}
+
 /// Runs the body of a suite's entry. No exception gets through to C: it is logged at error level
-/// with the entry's name, and the entry returns null, 0 or nothing.
-template <typename Body>
-auto RunSuiteEntry(const OxLoggerGlue& logger, const char* entry, Body body) noexcept
+/// with the entry's name, and the entry returns null, 0 or nothing. The logger is asked for only
+/// then: it may have to be made first.
+template <typename GetLogger, typename Body>
+auto RunSuiteEntry(GetLogger getLogger, const SuiteEntry& entry, Body body) noexcept
     -> decltype(body()) {
-    const auto log = [&](const char* reason) noexcept {
-        try {
-            if (logger.errorEnabled())
-                logger.error(std::string(entry) + ": " + reason, __FILE__, __LINE__);
-        } catch (...) { // no memory for the message
-        }
-    };
     try {
         return body();
     } catch (const std::exception& error) {
-        log(error.what());
+        LogFailedEntry(getLogger, entry, error.what());
     } catch (...) {
-        log("unknown exception");
+        LogFailedEntry(getLogger, entry, "unknown exception");
     }
     return decltype(body())();
 }

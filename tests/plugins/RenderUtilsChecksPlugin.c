@@ -8,18 +8,31 @@ static int isEmpty(const char* text) {
     return text && *text == '\0';
 }
 
+/* Whether it is a string attribute with this value first. Takes its reference over. */
+static int isText(OxAttributeStruct* attribute, const char* expected) {
+    const OxAttributeSuite_v1* attributes = getSuites().attributes;
+    const char* const text = attributes->getString(attribute, 0, 0);
+    const int isSame = text && strcmp(text, expected) == 0;
+    attributes->release(attribute);
+    return isSame;
+}
+
 static int checkNullHandles(void) {
     const OxRenderOutputUtilsHostSuite_v3* utils = getSuites().utils;
     const char* const names[] = {"surface"};
     int width = 7;
+    int height = 7;
     CHECK(utils);
-    CHECK(!utils->getProceduralArguments(NULL, NULL, NULL, kOxProceduralClassic, NULL, NULL));
+    CHECK(isText(utils->getProceduralArguments(NULL, NULL, NULL, kOxProceduralClassic, NULL, NULL),
+                 " -frame 1 -shutter 0 0 -cropwindow 0 1 0 1"));
     utils->flushRuntimePluginCaches();
     CHECK(utils->getPixelAreaThroughCamera(NULL, NULL, NULL) == 0);
     CHECK(!utils->getSampleTimesRelevantToShutterRange(NULL, 1, 0, 0));
     CHECK(!utils->getSampleTimesRelevantToShutterRange(NULL, -1, 0, 0));
-    CHECK(!utils->getRenderResolution(NULL, &width, NULL) && width == 7);
-    CHECK(!utils->getCameraPath(NULL));
+    CHECK(isText(utils->getRenderResolution(NULL, &width, &height), "square_512"));
+    CHECK(width == 512 && height == 512);
+    CHECK(isText(utils->getRenderResolution(NULL, NULL, NULL), "square_512"));
+    CHECK(isText(utils->getCameraPath(NULL), ""));
     CHECK(!utils->convertTexturesToArbitraryAttr(NULL));
     CHECK(!utils->expandArchPath(NULL));
     CHECK(!utils->getFlattenedMaterialAttr(NULL, names, 1));
@@ -144,15 +157,6 @@ static int checkShadingNetwork(const char* opFile) {
     CHECK(suites.attributes->getType(roughness) == kAttributeTypeDouble);
     suites.attributes->release(roughness);
     return 0;
-}
-
-/* Whether it is a string attribute with this value first. Takes its reference over. */
-static int isText(OxAttributeStruct* attribute, const char* expected) {
-    const OxAttributeSuite_v1* attributes = getSuites().attributes;
-    const char* const text = attributes->getString(attribute, 0, 0);
-    const int isSame = text && strcmp(text, expected) == 0;
-    attributes->release(attribute);
-    return isSame;
 }
 
 static void countError(const char* message, void* user) {

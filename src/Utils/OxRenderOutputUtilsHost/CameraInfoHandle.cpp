@@ -13,28 +13,26 @@ namespace RenderOutputUtilsHost {
 
 namespace {
 
-/// What plug-ins failed to release shows at the end of the process.
-void LogFinalCount();
-
 /// How many handles live. Loaded and stored rather than added to: an exact count across threads is
 /// not promised, and would cost every handle a locked addition.
-std::atomic<std::int32_t>& LiveCount() {
-    static auto* const count = [] {
-        std::atexit(LogFinalCount);
-        return new std::atomic<std::int32_t>(0);
-    }();
-    return *count;
-}
+std::atomic<std::int32_t> liveCount{0};
 
-void LogFinalCount() {
-    const std::int32_t live = LiveCount().load(std::memory_order_relaxed);
-    if (Logger().debugEnabled())
+/// What plug-ins failed to release shows at the end of the process.
+void LogFinalCount() noexcept {
+    try {
+        if (!Logger().debugEnabled()) return;
+        const std::int32_t live = liveCount.load(std::memory_order_relaxed);
         Logger().debug("Final CameraInfoStruct count: " + std::to_string(live), __FILE__, __LINE__);
+    } catch (...) { // no memory for the logger or the message
+    }
 }
 
-void Count(std::int32_t difference) {
-    std::atomic<std::int32_t>& live = LiveCount();
-    live.store(live.load(std::memory_order_relaxed) + difference, std::memory_order_relaxed);
+/// Also makes sure that the end of the process is heard of, if the system has room to note that.
+void Count(std::int32_t difference) noexcept {
+    static const int isNoted = std::atexit(LogFinalCount);
+    static_cast<void>(isNoted);
+    liveCount.store(liveCount.load(std::memory_order_relaxed) + difference,
+                    std::memory_order_relaxed);
 }
 
 } // namespace

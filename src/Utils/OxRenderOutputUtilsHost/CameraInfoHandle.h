@@ -6,7 +6,7 @@
 
 #include <OxTellarProducers/OxCameraInfoHandle.h>
 
-/// What a C handle onto a camera is.
+/// The object behind a C handle onto a camera: a count, and the record that it keeps alive.
 struct CameraInfoStruct {
     std::int32_t refCount; // not atomic: a handle is for one thread at a time
     std::shared_ptr<TELLAR::CameraInfo> camera;

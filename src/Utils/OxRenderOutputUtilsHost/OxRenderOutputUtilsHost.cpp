@@ -44,13 +44,14 @@ using Producer = boost::intrusive_ptr<GeometryProducer>;
 using Suite = OxRenderOutputUtilsHostSuite_v3;
 
 template <typename Body>
-auto Enter(const char* entry, Body body) {
-    return RunSuiteEntry(Logger(), entry, body);
+auto Enter(const SuiteEntry& entry, Body body) {
+    return RunSuiteEntry(Logger, entry, body);
 }
 
-/// An entry that asks a location: `ask` gets its producer. A null handle gives null.
+/// An entry that asks a location: `ask` gets its producer. A null handle gives null. Entries that
+/// have an answer to no location, too, do without it: there, a null handle is a null producer.
 template <typename Ask>
-auto EnterWith(const char* entry, OxSgIteratorStruct* location, Ask ask) {
+auto EnterWith(const SuiteEntry& entry, OxSgIteratorStruct* location, Ask ask) {
     return Enter(entry, [&] {
         const Producer producer = OxHandleToGeometryProducer(location);
         return producer ? ask(producer) : decltype(ask(producer))();
@@ -67,7 +68,7 @@ auto ReadCamera(CameraInfoStruct* handle, Read read) {
 /// What a node tells, its description kept meanwhile.
 template <typename Read>
 auto ReadNode(OxShadingStruct* handle, Read read) {
-    const auto node = handle ? handle->node : boost::shared_ptr<ShadingNodeDescription>();
+    const auto node = NodeOf(handle);
     return node ? read(*node) : decltype(read(*node))();
 }
 
@@ -118,7 +119,8 @@ OxAttributeStruct* GetProceduralArguments(OxSgIteratorStruct* location,
                                           const OxProceduralContext_v1* context,
                                           OxAttributeStruct* procedural, OxProceduralForm form,
                                           OxProceduralError onError, void* user) {
-    return EnterWith("getProceduralArguments", location, [&](const Producer& producer) {
+    return Enter("getProceduralArguments", [&] {
+        const Producer producer = OxHandleToGeometryProducer(location);
         const ProceduralCall call{onError, user};
         const ScopedProceduralCall scope(call);
         ProceduralOutputContextInfo info = ToContext(context);
@@ -156,16 +158,16 @@ OxAttributeStruct* GetRelevantSampleTimes(const float* times, std::int64_t count
 }
 
 OxAttributeStruct* GetResolution(OxSgIteratorStruct* root, int* width, int* height) {
-    return EnterWith("getRenderResolution", root, [&](const Producer& producer) {
+    return Enter("getRenderResolution", [&] {
         std::string name;
-        GetRenderResolution(&name, width, height, producer);
+        GetRenderResolution(&name, width, height, OxHandleToGeometryProducer(root));
         return TextToC(name);
     });
 }
 
 OxAttributeStruct* GetPathOfCamera(OxSgIteratorStruct* root) {
-    return EnterWith("getCameraPath", root,
-                     [](const Producer& producer) { return TextToC(GetCameraPath(producer)); });
+    return Enter("getCameraPath",
+                 [&] { return TextToC(GetCameraPath(OxHandleToGeometryProducer(root))); });
 }
 
 OxAttributeStruct* ConvertTextures(OxAttributeStruct* textures) {
@@ -246,13 +248,13 @@ const char* NameAt(const std::vector<std::string>& names, std::int64_t index) {
 }
 
 const char* GetParameterName(OxShadingStruct* handle, std::int64_t index) {
-    const bool isNode = handle && handle->node;
-    return isNode ? NameAt(handle->node->getParameterNames(), index) : "";
+    const auto node = NodeOf(handle);
+    return node ? NameAt(node->getParameterNames(), index) : "";
 }
 
 const char* GetConnectionNameAt(OxShadingStruct* handle, std::int64_t index) {
-    const bool isNode = handle && handle->node;
-    return isNode ? NameAt(handle->node->getConnectionNames(), index) : "";
+    const auto node = NodeOf(handle);
+    return node ? NameAt(node->getConnectionNames(), index) : "";
 }
 
 OxAttributeStruct* GetParameter(OxShadingStruct* handle, const char* name) {
@@ -279,7 +281,8 @@ int IsNodeValid(OxShadingStruct* handle) {
 int IsConnectionValid(OxShadingStruct* handle) {
     // Null counts as valid here, unlike a null node.
     if (!handle) return 1;
-    return handle->connection && handle->connection->isValid() ? 1 : 0;
+    const auto connection = ConnectionOf(handle);
+    return connection && connection->isValid() ? 1 : 0;
 }
 
 CameraInfoStruct* GetCamera(OxSgIteratorStruct* root, const char* cameraPath) {
@@ -302,7 +305,7 @@ float GetOrthographicWidth(CameraInfoStruct* handle) {
 }
 
 const double* GetXform(CameraInfoStruct* handle) {
-    return handle && handle->camera ? handle->camera->xform.getValue() : nullptr;
+    return ReadCamera(handle, [](const CameraInfo& camera) { return camera.xform.getValue(); });
 }
 
 OxScenegraphLocationDelegatePluginSuite_v1* GetDelegate(const char* locationType,

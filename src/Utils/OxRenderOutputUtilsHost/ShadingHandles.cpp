@@ -6,11 +6,23 @@ namespace TELLAR {
 namespace RenderOutputUtilsHost {
 
 OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeDescription> node) {
-    return node ? new OxShadingStruct{1, std::move(node), {}} : nullptr;
+    return node ? new OxShadingStruct{1, OxShadingStruct::kNode, std::move(node)} : nullptr;
 }
 
 OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeConnectionDescription> connection) {
-    return connection ? new OxShadingStruct{1, {}, std::move(connection)} : nullptr;
+    return connection ? new OxShadingStruct{1, OxShadingStruct::kConnection, std::move(connection)}
+                      : nullptr;
+}
+
+boost::shared_ptr<const ShadingNodeDescription> NodeOf(const OxShadingStruct* handle) noexcept {
+    if (!handle || handle->kind != OxShadingStruct::kNode) return nullptr;
+    return boost::static_pointer_cast<const ShadingNodeDescription>(handle->described);
+}
+
+boost::shared_ptr<const ShadingNodeConnectionDescription>
+ConnectionOf(const OxShadingStruct* handle) noexcept {
+    if (!handle || handle->kind != OxShadingStruct::kConnection) return nullptr;
+    return boost::static_pointer_cast<const ShadingNodeConnectionDescription>(handle->described);
 }
 
 void RetainShading(OxShadingStruct* handle) noexcept {
@@ -22,20 +34,20 @@ void ReleaseShading(OxShadingStruct* handle) noexcept {
 }
 
 const char* FirstText(OxShadingStruct* handle) noexcept {
-    if (handle && handle->node) return handle->node->getName().c_str();
-    if (handle && handle->connection) return handle->connection->getName().c_str();
+    if (const auto node = NodeOf(handle)) return node->getName().c_str();
+    if (const auto connection = ConnectionOf(handle)) return connection->getName().c_str();
     return "";
 }
 
 const char* SecondText(OxShadingStruct* handle) noexcept {
-    if (handle && handle->node) return handle->node->getType().c_str();
-    if (handle && handle->connection) return handle->connection->getConnectedPort().c_str();
+    if (const auto node = NodeOf(handle)) return node->getType().c_str();
+    if (const auto connection = ConnectionOf(handle)) return connection->getConnectedPort().c_str();
     return "";
 }
 
-const char* ThirdText(OxShadingStruct* connection) noexcept {
-    const bool isConnection = connection && connection->connection;
-    return isConnection ? connection->connection->getConnectedNode().c_str() : "";
+const char* ThirdText(OxShadingStruct* handle) noexcept {
+    const auto connection = ConnectionOf(handle);
+    return connection ? connection->getConnectedNode().c_str() : "";
 }
 
 } // namespace RenderOutputUtilsHost

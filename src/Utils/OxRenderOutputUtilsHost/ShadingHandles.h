@@ -9,13 +9,16 @@
 #include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
 #include <OxTellarProducers/ShadingNodeDescription.h>
 
-// What the C handles onto shading networks are. Null in gives null, 0 or "".
+// The objects behind the C handles onto shading networks. Null in gives null, 0 or "".
 
-/// A node or a connection: just one of the two.
+/// The object behind a handle onto a node or a connection: a count, and a shared pointer to what
+/// `kind` says, as every handle of the suite has them. The kind lies in the gap between the two.
 struct OxShadingStruct {
+    enum Kind : std::int16_t { kNode, kConnection };
+
     std::int32_t refCount; // not atomic: a handle is for one thread at a time
-    boost::shared_ptr<TELLAR::ShadingNodeDescription> node;
-    boost::shared_ptr<TELLAR::ShadingNodeConnectionDescription> connection;
+    Kind kind;
+    boost::shared_ptr<const void> described; // never null
 };
 
 struct OxShadingNodeMapStruct {
@@ -27,6 +30,13 @@ namespace RenderOutputUtilsHost {
 
 OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeDescription> node);
 OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeConnectionDescription> connection);
+
+/// The node or the connection behind a handle, with a reference of the caller's; null when the
+/// handle is null or one of the other kind.
+boost::shared_ptr<const ShadingNodeDescription> NodeOf(const OxShadingStruct* handle) noexcept;
+boost::shared_ptr<const ShadingNodeConnectionDescription>
+ConnectionOf(const OxShadingStruct* handle) noexcept;
+
 void RetainShading(OxShadingStruct* handle) noexcept;
 void ReleaseShading(OxShadingStruct* handle) noexcept;
 

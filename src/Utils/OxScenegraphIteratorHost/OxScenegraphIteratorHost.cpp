@@ -34,14 +34,14 @@ OxAttributeStruct* ToC(Attribute attribute) {
 }
 
 template <typename Body>
-auto Enter(const char* entry, Body body) {
-    return RunSuiteEntry(IteratorHostLogger(), entry, body);
+auto Enter(const SuiteEntry& entry, Body body) {
+    return RunSuiteEntry(IteratorHostLogger, entry, body);
 }
 
 /// An entry that asks a location: `ask` gets the producer, which is kept meanwhile even if
 /// another thread releases the handle. A null handle gives null.
 template <typename Ask>
-auto EnterWith(const char* entry, OxSgIteratorStruct* iterator, Ask ask) {
+auto EnterWith(const SuiteEntry& entry, OxSgIteratorStruct* iterator, Ask ask) {
     return Enter(entry, [&] {
         const GeometryProducer::Ptr producer = OxHandleToGeometryProducer(iterator);
         return producer ? ask(*producer) : decltype(ask(*producer))();
