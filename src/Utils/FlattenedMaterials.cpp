@@ -7,6 +7,14 @@ using OxAttribute::Hash;
 
 namespace TELLAR {
 
+/// Hashes are evenly spread already, and an address tells the material apart.
+std::size_t FlattenedMaterials::HashOfKey::operator()(const Key& key) const {
+    std::uint64_t hash = key.terminalNames;
+    for (const Hash& material : key.materials)
+        hash = (hash + material.words[0]) * 0x9e3779b97f4a7c15u + material.words[1];
+    return static_cast<std::size_t>(hash ^ hash >> 32);
+}
+
 FlattenedMaterials& FlattenedMaterials::get() {
     static auto* const materials = new FlattenedMaterials;
     return *materials;
@@ -45,7 +53,12 @@ void FlattenedMaterials::keep(std::string path, std::uint64_t generation,
         return;
     }
     known.locations.push_back({std::move(path), flattened});
-    known.byPath.emplace(known.locations.back().path, known.locations.size() - 1);
+    try {
+        known.byPath.emplace(known.locations.back().path, known.locations.size() - 1);
+    } catch (...) {
+        known.locations.pop_back();
+        throw;
+    }
 }
 
 /// The hash of a material that keeps it; of any other its address, which tells it from all others

@@ -8,11 +8,11 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
-#include <absl/container/flat_hash_map.h>
 
 namespace TELLAR {
 
@@ -55,12 +55,9 @@ private:
         friend bool operator==(const Key& a, const Key& b) {
             return a.terminalNames == b.terminalNames && a.materials == b.materials;
         }
-        template <typename State>
-        friend State AbslHashValue(State state, const Key& key) {
-            for (const OxAttribute::Hash& hash : key.materials)
-                state = State::combine(std::move(state), hash.words[0], hash.words[1]);
-            return State::combine(std::move(state), key.terminalNames);
-        }
+    };
+    struct HashOfKey {
+        std::size_t operator()(const Key& key) const;
     };
     struct HashedInFile {
         OxAttribute::GroupAttribute material; // while it is here no other value gets its address
@@ -70,12 +67,14 @@ private:
         std::string path;
         OxAttribute::GroupAttribute flattened;
     };
+    // The tables are those of the standard library: when there is no memory for one more entry
+    // they stay as they were, where faster ones are not usable any more.
     struct Known {
         std::deque<Location> locations; // in the order in which they were first asked for
-        absl::flat_hash_map<std::string_view, std::size_t> byPath; // views of their paths
+        std::unordered_map<std::string_view, std::size_t> byPath; // views of their paths
         std::map<TerminalNames, std::uint64_t> numbers;
-        absl::flat_hash_map<Key, OxAttribute::GroupAttribute> results;
-        absl::flat_hash_map<const void*, HashedInFile> hashedInFiles; // by handle
+        std::unordered_map<Key, OxAttribute::GroupAttribute, HashOfKey> results;
+        std::unordered_map<const void*, HashedInFile> hashedInFiles; // by handle
     };
 
     static OxAttribute::Hash tellAtOnce(const OxAttribute::GroupAttribute& material);

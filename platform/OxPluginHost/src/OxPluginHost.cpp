@@ -50,9 +50,18 @@ const OxLoggerGlue& logger() {
     return *logger;
 }
 
-void reportException(const char* entry, const char* text) noexcept {
+/// An entry by its name, and the place that messages about it tell: where the name stands.
+struct Entry {
+    const char* name;
+    int line;
+
+    Entry(const char* name, int line = __builtin_LINE()) : name(name), line(line) {}
+};
+
+void reportException(const Entry& entry, const char* text) noexcept {
     try {
-        logger().error(std::string(entry) + ": " + text, __FILE__, __LINE__);
+        if (logger().errorEnabled())
+            logger().error(std::string(entry.name) + ": " + text, __FILE__, entry.line);
     } catch (...) {
         // No memory even for the message.
     }
@@ -60,7 +69,7 @@ void reportException(const char* entry, const char* text) noexcept {
 
 /// Runs one entry; what it throws is logged, and the entry returns `failed`.
 template <typename Result, typename Body>
-Result guarded(const char* entry, Result failed, Body body) noexcept {
+Result guarded(const Entry& entry, Result failed, Body body) noexcept {
     try {
         return body();
     } catch (const std::exception& error) {
@@ -124,10 +133,22 @@ const OxAttributeSuite_v1* attributeSuite() {
     return OxGetAttributeSuite();
 }
 
+/// Registers what every host offers. Waits for nobody: no plug-in is called meanwhile. Tried again
+/// by the next caller when there was no memory for it.
+void registerOwnSuitesOnce() {
+    static const bool isRegistered = [] {
+        suiteTable().add(attributeSuite(), kAttributeSuiteName, kAttributeSuiteVersion);
+        return true;
+    }();
+    static_cast<void>(isRegistered);
+}
+
 const void* getSuite(const char* apiName, unsigned int apiVersion) {
     if (!apiName) return nullptr;
-    return guarded<const void*>("getSuite", nullptr,
-                                [&] { return suiteTable().find(apiName, apiVersion); });
+    return guarded<const void*>("getSuite", nullptr, [&] {
+        registerOwnSuitesOnce();
+        return suiteTable().find(apiName, apiVersion);
+    });
 }
 
 unsigned int getNewestSuiteVersion(const char* apiName) {
@@ -200,7 +221,8 @@ void log(const char* loggerName, int level, const char* message, const char* fil
     });
 }
 
-void warnOfRefusal(const char* apiName, unsigned int apiVersion, const std::string& why) {
+void warnOfRefusal(const char* apiName, unsigned int apiVersion, const char* why) {
+    if (!logger().warnEnabled()) return;
     logger().warn("Suite \"" + std::string(apiName ? apiName : "") + "\" version " +
                       std::to_string(apiVersion) + " is not registered: " + why,
                   __FILE__, __LINE__);
@@ -233,15 +255,6 @@ OxPluginHost hostRecord = {OX_PLUGIN_HOST_RECORD_VERSION,
                            isLogged,
                            log,
                            registerSuite};
-
-/// Registers what every host offers. Waits for nobody: no plug-in is called meanwhile.
-void registerOwnSuitesOnce() {
-    static const bool isRegistered = [] {
-        suiteTable().add(attributeSuite(), kAttributeSuiteName, kAttributeSuiteVersion);
-        return true;
-    }();
-    static_cast<void>(isRegistered);
-}
 
 /// Gives the host to the plug-in manager, and through it to plug-ins that are loaded already.
 ///

@@ -21,8 +21,9 @@ void* Arena::allocate(std::size_t bytes) {
     bytes = (bytes + kCacheLineBytes - 1) / kCacheLineBytes * kCacheLineBytes;
     if (bytes > left) {
         const std::size_t regionBytes = std::max(bytes, nextRegionBytes);
-        regions.emplace_back(
+        std::unique_ptr<char, Free> region(
             static_cast<char*>(::operator new(regionBytes, std::align_val_t(kCacheLineBytes))));
+        regions.push_back(std::move(region));
         next = regions.back().get();
         left = regionBytes;
         nextRegionBytes = std::min(nextRegionBytes * 2, kLargestRegionBytes);

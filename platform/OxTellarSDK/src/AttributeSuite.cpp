@@ -20,17 +20,31 @@ const OxLoggerGlue& Logger() {
     return *logger;
 }
 
+/// An entry by its name, and the place that messages about it tell: where the name stands.
+struct Entry {
+    const char* name;
+    int line;
+
+    Entry(const char* name, int line = __builtin_LINE()) : name(name), line(line) {}
+};
+
+void LogFailure(const Entry& entry, const char* reason) noexcept {
+    try {
+        if (Logger().errorEnabled())
+            Logger().error(std::string(entry.name) + ": " + reason, __FILE__, entry.line);
+    } catch (...) { // no memory for the logger or the message
+    }
+}
+
 /// Runs one entry; what it throws is logged, and becomes the entry's null result.
 template <typename Body>
-auto Guarded(const char* entry, Body body) -> decltype(body()) {
+auto Guarded(const Entry& entry, Body body) noexcept -> decltype(body()) {
     try {
         return body();
     } catch (const std::exception& error) {
-        if (Logger().errorEnabled())
-            Logger().error(std::string(entry) + ": " + error.what(), __FILE__, __LINE__);
+        LogFailure(entry, error.what());
     } catch (...) {
-        if (Logger().errorEnabled())
-            Logger().error(std::string(entry) + ": unknown exception", __FILE__, __LINE__);
+        LogFailure(entry, "unknown exception");
     }
     return decltype(body())();
 }
@@ -122,10 +136,23 @@ std::int32_t GetGroupInherit(const OxAttributeStruct* handle) {
 }
 
 template <typename T>
-OxAttributeStruct* CreateNumbers(const T* values, std::int64_t count, std::int64_t tupleSize) {
+OxAttributeStruct* CreateNumbers(const Entry& entry, const T* values, std::int64_t count,
+                                 std::int64_t tupleSize) {
     if (tupleSize < 1 || count < 0 || (count > 0 && !values)) return nullptr;
-    return Guarded("createNumbers",
-                   [&] { return NumericAttribute<T>(values, count, tupleSize).detach(); });
+    return Guarded(entry, [&] { return NumericAttribute<T>(values, count, tupleSize).detach(); });
+}
+
+OxAttributeStruct* CreateInt(const std::int32_t* values, std::int64_t count,
+                             std::int64_t tupleSize) {
+    return CreateNumbers("createInt", values, count, tupleSize);
+}
+
+OxAttributeStruct* CreateFloat(const float* values, std::int64_t count, std::int64_t tupleSize) {
+    return CreateNumbers("createFloat", values, count, tupleSize);
+}
+
+OxAttributeStruct* CreateDouble(const double* values, std::int64_t count, std::int64_t tupleSize) {
+    return CreateNumbers("createDouble", values, count, tupleSize);
 }
 
 OxAttributeStruct* CreateString(const char* const* values, std::int64_t count,
@@ -178,9 +205,9 @@ constexpr OxAttributeSuite_v1 kBuiltInSuite = {
     GetChildByIndex,
     GetChildByName,
     GetGroupInherit,
-    CreateNumbers<std::int32_t>,
-    CreateNumbers<float>,
-    CreateNumbers<double>,
+    CreateInt,
+    CreateFloat,
+    CreateDouble,
     CreateString,
     CreateNull,
     CreateGroup,

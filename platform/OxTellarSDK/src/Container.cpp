@@ -22,8 +22,10 @@ struct Registry {
     std::vector<Container*> containers;
 };
 
+/// Never destroyed. In memory of its own: the end of a runtime asks for it, and must not fail.
 Registry& GetRegistry() {
-    static Registry* const registry = new Registry;
+    alignas(Registry) static unsigned char memory[sizeof(Registry)];
+    static Registry* const registry = new (memory) Registry;
     return *registry;
 }
 
@@ -73,7 +75,8 @@ Attribute Container::Open(FileBuffer buffer, const std::string& name, ContainerK
     reinterpret_cast<Container**>(container->buffer.data())[-1] = container.get();
     if (!container->isLarge()) container->verifyRange(0, container->footer.tableOffset);
     Attribute root = container->root();
-    registry.containers.push_back(container.release());
+    registry.containers.push_back(container.get());
+    container.release();
     return root;
 }
 

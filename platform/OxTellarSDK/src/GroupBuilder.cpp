@@ -47,19 +47,29 @@ struct GroupBuilder::Node {
         return nullptr;
     }
 
+    /// When there is no memory for it, nothing is added.
     Child& findOrAdd(std::string_view name) {
         if (Child* child = find(name)) return *child;
         children.emplace_back(name);
-        if (children.size() > kUnindexedChildren) index();
+        try {
+            if (children.size() > kUnindexedChildren) index();
+        } catch (...) {
+            children.pop_back();
+            throw;
+        }
         return children.back();
     }
 
     /// The last child; all of them when it is the first one to need it.
     void index() {
-        const std::size_t first = places ? children.size() - 1 : 0;
-        if (!places) places = std::make_unique<Places>();
-        for (std::size_t i = first; i < children.size(); ++i)
-            if (!children[i].isRemoved) places->emplace(children[i].name, i);
+        if (places) {
+            places->emplace(children.back().name, children.size() - 1);
+            return;
+        }
+        auto made = std::make_unique<Places>();
+        for (std::size_t i = 0; i < children.size(); ++i)
+            if (!children[i].isRemoved) made->emplace(children[i].name, i);
+        places = std::move(made);
     }
 
     void remove(std::string_view name) {

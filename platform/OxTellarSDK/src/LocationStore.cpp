@@ -51,6 +51,7 @@ struct ChildList {
     std::atomic<FarChunks*> farChunks{nullptr};
     std::uint32_t size = 0;           // with those that are not published yet
     std::vector<std::uint32_t> index; // open addressing; position + 1, 0 is free
+    ChildList* nextDropped = nullptr; // while the store is destroyed
 
     /// `room` is at least 1.
     explicit ChildList(std::uint32_t room) : firstChunk(room > 0 ? room : 1) {}
@@ -211,16 +212,18 @@ LocationStore::LocationStore(const OxAttribute::Hash& storeIdentity)
     root.serial = nextSerial++;
 }
 
+// Level by level, without recursion and without memory of its own.
 LocationStore::~LocationStore() {
-    std::vector<ChildList*> lists;
+    ChildList* lists = nullptr;
     const auto enter = [&lists](LocationNode& node) {
         ReleaseNode(node);
-        if (ChildList* list = node.children.load(std::memory_order_relaxed)) lists.push_back(list);
+        ChildList* list = node.children.load(std::memory_order_relaxed);
+        if (list) list->nextDropped = std::exchange(lists, list);
     };
     enter(root);
-    while (!lists.empty()) {
-        const std::unique_ptr<ChildList> list(lists.back());
-        lists.pop_back();
+    while (lists) {
+        const std::unique_ptr<ChildList> list(lists);
+        lists = list->nextDropped;
         const std::uint32_t count = list->count.load(std::memory_order_relaxed);
         for (std::uint32_t i = 0; i < count; ++i)
             enter(list->at(i));

@@ -23,7 +23,8 @@ struct OpNode {
     std::string typeName;
     OxAttribute::GroupAttribute args;
     std::vector<std::shared_ptr<TellarRuntime::Op>> inputs;
-    const void* transaction = nullptr; // the one that may change it; null when that is gone
+    const void* transaction = nullptr;    // the one that may change it; null when that is gone
+    std::unique_ptr<OpNode> nextReleased; // while Ops that held each other are destroyed
 
     // Made at commit.
     OxAttribute::Hash identity;

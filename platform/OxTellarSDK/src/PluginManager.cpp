@@ -1,7 +1,9 @@
 #include <OxTellarSDK/PluginManager.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <memory>
 
 #include <OxTellarSDK/StringUtil.h>
 
@@ -24,9 +26,16 @@ std::vector<std::string> environmentFolders() {
     return OxStringUtil::split(path, std::string(1, kPathListSeparator));
 }
 
+// The host that was set last; the registry may be made after that, when there was no memory for it.
+std::atomic<OxPluginHost*> processHost{nullptr};
+
 PluginRegistry& registry() {
-    static PluginRegistry* const registry = new PluginRegistry(
-        environmentFolders(), PluginManager::installedFolder(kBuiltInFolderName));
+    static PluginRegistry* const registry = [] {
+        auto made = std::make_unique<PluginRegistry>(
+            environmentFolders(), PluginManager::installedFolder(kBuiltInFolderName));
+        made->setHost(processHost);
+        return made.release();
+    }();
     return *registry;
 }
 
@@ -82,6 +91,7 @@ std::vector<RefusedPlugin> PluginManager::refused() {
 }
 
 void PluginManager::setHost(OxPluginHost* host) {
+    processHost = host;
     registry().setHost(host);
 }
 

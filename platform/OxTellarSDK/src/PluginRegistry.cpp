@@ -4,9 +4,11 @@
 #include <exception>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 #include <OxLoggingHost/OxLoggerGlue.h>
 
+#include "FolderFiles.h"
 #include "SharedLibrary.h"
 
 namespace OxPluginManager {
@@ -49,11 +51,11 @@ std::string folderPath(const std::string& path) {
 
 std::vector<std::string> moduleFilesIn(const std::string& folder, std::error_code& code) {
     std::vector<std::string> files;
-    for (fs::directory_iterator entry(folder, code), end; !code && entry != end;
-         entry.increment(code)) {
+    for (std::string& file : FolderFiles(folder, code)) {
         std::error_code ignored;
-        const bool isModule = entry->path().extension() == kModuleSuffix;
-        if (isModule && !entry->is_directory(ignored)) files.push_back(entry->path().string());
+        const fs::path path = file;
+        const bool isModule = path.extension() == kModuleSuffix;
+        if (isModule && !fs::is_directory(path, ignored)) files.push_back(std::move(file));
     }
     std::sort(files.begin(), files.end());
     return files;
@@ -113,6 +115,7 @@ std::string hostRefusal(const PluginEntry& plugin, OxPluginHost* host) {
 }
 
 void warnAbout(const PluginEntry& plugin, const std::string& what) {
+    if (!logger().warnEnabled()) return;
     logger().warn("Plug-in " + inQuotes(plugin.name) + " of " + inQuotes(plugin.file) + ": " + what,
                   __FILE__, __LINE__);
 }
@@ -246,17 +249,21 @@ void PluginRegistry::discover() {
     // there is for it. The loop below also takes up folders that are added meanwhile.
     if (isDiscovering) return;
     const ScopedFlag discovering(isDiscovering);
-    while (const std::optional<std::string> folder = nextFolder())
+    while (const std::optional<std::string> folder = nextFolder()) {
         loadFolder(*folder);
+        // Not before: when there is no memory for what is in it, the next query tries again.
+        const std::unique_lock<std::shared_mutex> tablesLock(tables);
+        ++searchedFolders;
+    }
 }
 
 std::optional<std::string> PluginRegistry::nextFolder() {
     const std::unique_lock<std::shared_mutex> lock(tables);
     if (!isBuiltInListed) {
-        isBuiltInListed = true;
         addFolderOnce(builtInFolder);
+        isBuiltInListed = true;
     }
-    if (searchedFolders < folderList.size()) return folderList[searchedFolders++];
+    if (searchedFolders < folderList.size()) return folderList[searchedFolders];
     isUpToDate.store(true, std::memory_order_release);
     return std::nullopt;
 }
@@ -290,7 +297,9 @@ void PluginRegistry::add(const PluginEntry& entry) {
         if (earlier) earlierFile = earlier->file;
         currentHost = host;
     }
+    if (earlierFile == entry.file) return; // its folder is searched again
     if (!earlierFile.empty()) {
+        if (!logger().infoEnabled()) return;
         logger().info("Plug-in " + inQuotes(entry.name) + " of " + inQuotes(entry.file) +
                           " is hidden by the one of " + inQuotes(earlierFile),
                       __FILE__, __LINE__);
@@ -308,8 +317,14 @@ void PluginRegistry::add(const PluginEntry& entry) {
 void PluginRegistry::refuse(const std::string& file, const std::string& reason) {
     {
         const std::unique_lock<std::shared_mutex> lock(tables);
+        const auto known =
+            std::find_if(refusedList.begin(), refusedList.end(), [&](const RefusedPlugin& plugin) {
+                return plugin.file == file && plugin.reason == reason;
+            });
+        if (known != refusedList.end()) return; // its folder is searched again
         refusedList.push_back({file, reason});
     }
+    if (!logger().warnEnabled()) return;
     logger().warn("Passed over " + inQuotes(file) + ": " + reason, __FILE__, __LINE__);
 }
 

@@ -187,18 +187,20 @@ TellarRuntime::Op::Op(std::int32_t id) : node(std::make_unique<OpNode>()) {
 }
 
 // A chain of Ops is let go link by link, however long it is: an Op that is destroyed by another
-// one's end only hands its inputs over to it.
+// one's end only hands over what stands behind it, and with that its inputs. No memory is needed.
 TellarRuntime::Op::~Op() {
-    static thread_local std::vector<std::shared_ptr<Op>>* pending = nullptr;
+    static thread_local std::unique_ptr<OpNode>* pending = nullptr;
     if (pending) {
-        std::move(node->inputs.begin(), node->inputs.end(), std::back_inserter(*pending));
+        node->nextReleased = std::move(*pending);
+        *pending = std::move(node);
         return;
     }
-    std::vector<std::shared_ptr<Op>> released = std::move(node->inputs);
+    std::unique_ptr<OpNode> released = std::move(node);
     pending = &released;
-    while (!released.empty()) {
-        const std::shared_ptr<Op> op = std::move(released.back());
-        released.pop_back();
+    while (released) {
+        const std::unique_ptr<OpNode> current = std::move(released);
+        released = std::move(current->nextReleased);
+        current->inputs.clear(); // what they hand over stands in front of the others
     }
     pending = nullptr;
 }

@@ -146,7 +146,7 @@ TEST(AttributeSuite, LogsWhyAValueCannotBeMade) {
     EXPECT_EQ(Suite()->createInt(&value, 1, std::int64_t(1) << 40), nullptr);
     EXPECT_EQ(Suite()->createInt(&value, std::numeric_limits<std::int64_t>::max(), 1), nullptr);
     EXPECT_THAT(log.textsOf("AttributeHost"),
-                ElementsAre(HasSubstr("tuple size"), HasSubstr("createNumbers")));
+                ElementsAre(HasSubstr("tuple size"), HasSubstr("createInt")));
 }
 
 TEST(AttributeSuite, LogsNothingForNullHandles) {
