@@ -281,6 +281,17 @@ TEST(CreateThreadAwareGeometryProducer, MakesNothingWithoutARuntime) {
     EXPECT_THAT(log.textsOf("ClientFactory"), ElementsAre("Runtime could not be loaded."));
 }
 
+TEST(CreateThreadAwareGeometryProducer, LetsGoOfItsSource) {
+    const GroupAttribute tree = TestTree(Texts({"world"}));
+    const Ptr first = CreateThreadAwareGeometryProducer(tree, "/root/world");
+    const std::uint32_t references = tree.getHandle()->refCount;
+    EXPECT_EQ(CreateThreadAwareGeometryProducer(tree, "no absolute path"), nullptr);
+    EXPECT_EQ(tree.getHandle()->refCount, references);
+    Ptr second = CreateThreadAwareGeometryProducer(tree, "/root/world/geo");
+    second.reset();
+    EXPECT_EQ(tree.getHandle()->refCount, references);
+}
+
 TEST(CreateThreadAwareGeometryProducer, NeedsOneRuntimeForAllLevelsAndLaterTrees) {
     const GroupAttribute tree = TestTree(Texts({"world"}));
     const ScopedRuntimeFactory runtimes;

@@ -161,7 +161,10 @@ public:
         return {};
     }
     std::string getName() override { return name; }
-    std::string getFullName() override { return "/" + name; }
+    std::string getFullName() override {
+        questions.push_back(name + " in full");
+        return "/" + name;
+    }
     std::string getHash() override { return {}; }
     Ptr getChildByName(const char* child, bool evict) override {
         questions.push_back(name + (evict ? " evicts " : " looks at ") + child);
@@ -208,6 +211,26 @@ TEST(GeometryProducer, ResolvesDotsOfAPathByAskingForThem) {
     const Ptr root = new AskedProducer("root", questions);
     root->getProducerByPath("./../a", true);
     EXPECT_THAT(questions, ElementsAre("root looks at .", ". looks at ..", ".. evicts a"));
+}
+
+/// Fails as an SDK might that knows nothing of std::exception.
+class FailingProducer : public AskedProducer {
+public:
+    struct Failure {};
+
+    using AskedProducer::AskedProducer;
+    Attribute getAttribute(const char*) override { throw Failure(); }
+    Ptr getChildByName(const char*, bool) override { throw Failure(); }
+};
+
+TEST(GeometryProducer, LetsAnyExceptionOfTheAttributesThrough) {
+    AskedProducer::Questions questions;
+    const Ptr producer = new FailingProducer("root", questions);
+    EXPECT_THROW(producer->getType(), FailingProducer::Failure);
+    EXPECT_THROW(producer->getGlobalAttribute("name"), FailingProducer::Failure);
+    EXPECT_THROW(producer->getGlobalXFormGroup(), FailingProducer::Failure);
+    EXPECT_THROW(producer->getProducerByPath("root/a", false), FailingProducer::Failure);
+    EXPECT_EQ(producer->use_count(), 1u);
 }
 
 // Counts and parents ------------------------------------------------------------------------------
@@ -443,7 +466,7 @@ TEST(GeometryProducer, IsAskedOncePerLevelForAGlobalAttribute) {
     const Ptr root = new AskedProducer("root", questions);
     const Ptr leaf = new AskedProducer("leaf", questions, new AskedProducer("a", questions, root));
     EXPECT_FALSE(leaf->getGlobalAttribute("name").isValid());
-    EXPECT_THAT(questions, ElementsAre("leaf name", "a name", "root name"));
+    EXPECT_THAT(questions, ElementsAre("leaf in full", "leaf name", "a name", "root name"));
 }
 
 // Transforms --------------------------------------------------------------------------------------
@@ -518,6 +541,16 @@ TEST(GeometryProducer, HasItsVirtualFunctionsInTheOrderThatProgramsWereCompiledF
     EXPECT_EQ(VirtualSlot(&GeometryProducer::getNextSibling), 9);
     EXPECT_EQ(VirtualSlot(&GeometryProducer::getClient), 10);
 }
+
+#if defined(TELLAR_TEST_HAS_VIRTUAL_TABLES)
+TEST(GeometryProducer, LeavesAllOfThemButGetClientToItsVariants) {
+    const std::vector<const void*> table = VirtualTable<GeometryProducer>();
+    ASSERT_EQ(table.size(), 11u);
+    for (std::size_t slot = 1; slot <= 9; ++slot)
+        EXPECT_EQ(table[slot], PureVirtual()) << slot;
+    EXPECT_NE(table[10], PureVirtual());
+}
+#endif
 
 TEST(GeometryProducer, HasNoOtherVirtualFunctions) {
     EXPECT_LT(VirtualSlot(&GeometryProducer::getParent), 0);

@@ -1,5 +1,6 @@
 #include <OxTellarProducers/BaseGeometryProducer.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <memory>
@@ -7,6 +8,7 @@
 #include <thread>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include <malloc.h>
 
@@ -60,6 +62,19 @@ TEST(RuntimeProducerClasses, HaveTheirVirtualFunctionsInTheOrderThatProgramsWere
     EXPECT_EQ(VirtualSlot(&AsyncGeometryProducer::getClient), 10);
     EXPECT_EQ(VirtualSlot(&ThreadAwareGeometryProducer::getClient), 10);
 }
+
+#if defined(TELLAR_TEST_HAS_VIRTUAL_TABLES)
+TEST(RuntimeProducerClasses, AddTwoVirtualFunctionsThatVariantsDefine) {
+    const std::vector<const void*> table = VirtualTable<BaseGeometryProducer>();
+    ASSERT_EQ(table.size(), 13u);
+    EXPECT_EQ(std::count(table.begin() + 1, table.end(), PureVirtual()), 2);
+    EXPECT_EQ(table[11], PureVirtual());
+    EXPECT_EQ(table[12], PureVirtual());
+    EXPECT_EQ(VirtualTable<SyncGeometryProducer>().size(), 13u);
+    EXPECT_EQ(VirtualTable<AsyncGeometryProducer>().size(), 13u);
+    EXPECT_EQ(VirtualTable<ThreadAwareGeometryProducer>().size(), 13u);
+}
+#endif
 #endif
 
 /// A variant of a caller's own: every location exists and has two children. Larger than those of
@@ -127,6 +142,17 @@ protected:
             return open(MakeClient(tree));
     }
 
+    /// What a producer owns to get at its client; `atEnd` is called when it is let go of.
+    template <typename AtEnd>
+    static auto makeOwned(AtEnd atEnd) {
+        // A producer that is only made and dropped asks its client for nothing.
+        if constexpr (std::is_same_v<Variant, ThreadAwareGeometryProducer>)
+            return boost::shared_ptr<TELLAR::ThreadLocalClient>(
+                nullptr, [atEnd](TELLAR::ThreadLocalClient*) { atEnd(); });
+        else
+            return Client(nullptr, [atEnd](TellarRuntime::Client*) { atEnd(); });
+    }
+
     static TellarRuntime::LocationData cook(const Ptr& producer, const std::string& path) {
         return producer->getClient()->cookLocation(path);
     }
@@ -183,6 +209,25 @@ TYPED_TEST(MakingProducer, KeepsItsClientInWhatADescendantMakesForOthers) {
     child.reset();
     this->root.reset();
     EXPECT_EQ(orphan->getClient(), client);
+}
+
+TYPED_TEST(MakingProducer, LetsGoOfItsClientBeforeItsParent) {
+    class Parent : public BranchingVariant {
+    public:
+        explicit Parent(std::vector<std::string>& ended)
+            : BranchingVariant("/root", data(), -1, nullptr), ended(ended) {}
+        ~Parent() override { ended.push_back("parent"); }
+
+    private:
+        std::vector<std::string>& ended;
+    };
+    std::vector<std::string> ended;
+    {
+        auto owned = this->makeOwned([&ended] { ended.push_back("client"); });
+        const Ptr producer = new TypeParam(std::move(owned), "/root/a", BranchingVariant::data(), 0,
+                                           new Parent(ended));
+    }
+    EXPECT_THAT(ended, ElementsAre("client", "parent"));
 }
 
 TYPED_TEST(MakingProducer, NamesItsChildrenByTheLastSlashOfAnyPath) {

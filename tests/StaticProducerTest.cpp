@@ -239,6 +239,23 @@ TEST(StaticProducer, FindsItsPlaceByNameWhenItCameFromALookup) {
     EXPECT_EQ(root->getChildByName("c", false)->getNextSibling(false), nullptr);
 }
 
+TEST(StaticProducer, LooksForItsPlaceOnce) {
+    class Asked : public StaticGeometryProducer {
+    public:
+        using StaticGeometryProducer::StaticGeometryProducer;
+        std::string getName() override {
+            ++count;
+            return StaticGeometryProducer::getName();
+        }
+        int count = 0;
+    };
+    const Ptr root = StaticRoot(Location({}, {{"a", Location({})}, {"b", Location({})}}));
+    const boost::intrusive_ptr<Asked> a = new Asked("/root/a", Location({}), -1, root);
+    a->getNextSibling(false);
+    a->getNextSibling(false);
+    EXPECT_EQ(a->count, 1);
+}
+
 TEST(StaticProducer, FindsItsPlaceByNameWhenTheFactoryMadeIt) {
     const Ptr root = StaticRoot(Location({}, {{"a", Location({})}, {"b", Location({})}}));
     const Ptr elsewhere = CreateStaticGeometryProducer("/any/path/a", Location({}), root);
@@ -333,6 +350,12 @@ TEST(StaticProducer, HasItsVirtualFunctionsWhereTheBaseHasThem) {
     EXPECT_EQ(VirtualSlot(&StaticGeometryProducer::getAttributeNames), 1);
     EXPECT_EQ(VirtualSlot(&StaticGeometryProducer::getNextSibling), 9);
     EXPECT_EQ(VirtualSlot(&StaticGeometryProducer::getClient), 10);
+}
+#endif
+
+#if defined(TELLAR_TEST_HAS_VIRTUAL_TABLES)
+TEST(StaticProducer, AddsNoVirtualFunctions) {
+    EXPECT_EQ(VirtualTable<StaticGeometryProducer>().size(), 11u);
 }
 #endif
 

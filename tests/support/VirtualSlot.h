@@ -3,6 +3,14 @@
 
 #include <cstddef>
 #include <cstring>
+#include <string>
+#include <typeinfo>
+#include <vector>
+
+#if defined(__GLIBC__)
+#include <dlfcn.h>
+#include <link.h>
+#endif
 
 /// Where GCC and Clang (Itanium C++ ABI) put virtual functions, so that tests can hold the order
 /// of virtual functions fixed, on which programs compiled earlier rely.
@@ -28,6 +36,31 @@ int VirtualSlot(MemberFunction function) {
 #endif
     // A virtual destructor takes two entries there.
     return static_cast<int>(offset / static_cast<std::ptrdiff_t>(sizeof(void*))) - 1;
+}
+
+#endif
+
+#if defined(TELLAR_TEST_HAS_VIRTUAL_SLOTS) && defined(__GLIBC__)
+#define TELLAR_TEST_HAS_VIRTUAL_TABLES 1
+
+/// The class's table of virtual functions, as long as its symbol says: both entries of the
+/// destructor as one, then the function of each slot.
+template <typename Class>
+std::vector<const void*> VirtualTable() {
+    const std::string symbol = std::string("_ZTV") + typeid(Class).name();
+    const void* const table = dlsym(RTLD_DEFAULT, symbol.c_str());
+    Dl_info about;
+    void* entry = nullptr;
+    if (!table || !dladdr1(table, &about, &entry, RTLD_DL_SYMENT) || !entry) return {};
+    const std::size_t bytes = static_cast<const ElfW(Sym)*>(entry)->st_size;
+    // In front are the offset to the whole object, the type, and one of the destructors.
+    const auto* const words = static_cast<const void* const*>(table);
+    return std::vector<const void*>(words + 3, words + bytes / sizeof *words);
+}
+
+/// What stands in such a table for a function that derived classes must define.
+inline const void* PureVirtual() {
+    return dlsym(RTLD_DEFAULT, "__cxa_pure_virtual");
 }
 
 #endif
