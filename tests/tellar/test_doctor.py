@@ -4,7 +4,8 @@
     test_doctor.py PROGRAM EXAMPLES_FOLDER
 
 The environment names folders with plug-ins: TELLAR_TEST_DELEGATES has delegates,
-TELLAR_TEST_THROWING_DELEGATES one that throws, TELLAR_TEST_SECOND_LIBRARY a file that is named like
+TELLAR_TEST_THROWING_DELEGATES one that throws, TELLAR_TEST_FAULTY_OP_TYPES is a library of op types
+with faults, TELLAR_TEST_SECOND_LIBRARY a file that is named like
 a library of the project, TELLAR_TEST_RENDERERS a renderer. TELLAR_TEST_EXAMPLE_IS_BUILT tells
 whether the renderer "example" is part of the build.
 """
@@ -18,6 +19,7 @@ from tellar_test import TellarTest, main
 
 DELEGATES = os.environ["TELLAR_TEST_DELEGATES"]
 THROWING_DELEGATES = os.environ["TELLAR_TEST_THROWING_DELEGATES"]
+FAULTY_OP_TYPES = os.environ["TELLAR_TEST_FAULTY_OP_TYPES"]
 SECOND_LIBRARY = os.environ["TELLAR_TEST_SECOND_LIBRARY"]
 RENDERERS = os.environ["TELLAR_TEST_RENDERERS"]
 EXAMPLE_IS_BUILT = os.environ["TELLAR_TEST_EXAMPLE_IS_BUILT"] == "1"
@@ -133,6 +135,24 @@ class Doctor(DoctorTest):
         reason = found["refused"][0]["reason"]
         self.assertIn("file too short", reason)
         self.assertEqual(found["problems"], [f"plug-ins: {file} is passed over: {reason}"])
+
+    def test_op_types_with_faults_are_problems_and_scenes_without_them_work(self):
+        file = str(self.folder / "faulty.so")
+        shutil.copy(FAULTY_OP_TYPES, file)
+        found = self.ill(OX_PLUGIN_PATH=str(self.folder))
+        self.assertEqual({refused["file"] for refused in found["refused"]}, {file})
+        self.assertEqual(found["problems"],
+                         [f"plug-ins: {file} is passed over: {refused['reason']}"
+                          for refused in found["refused"]])
+        self.assertIn('plug-in "throwing type": getOpType threw: an exception without a text',
+                      [refused["reason"] for refused in found["refused"]])
+        types = [op["name"] for op in found["opTypes"]]
+        self.assertEqual([name for name in types if name.startswith("Test")],
+                         ["TestAsking", "TestFickle", "TestSound"])
+        self.assertIn("StaticScene", types)
+        scene = os.path.join(self.examples, "materials.json")
+        self.assertEqual(self.run_tellar("walk", scene, OX_PLUGIN_PATH=str(self.folder))[:2],
+                         self.run_tellar("walk", scene)[:2])
 
     def test_a_library_that_is_loaded_from_two_files_is_a_problem(self):
         found = self.ill(OX_PLUGIN_PATH=SECOND_LIBRARY)

@@ -68,11 +68,10 @@ Table TableOf(const std::vector<RefusedPlugin>& refused) {
     return rows;
 }
 
-Table TableOf(const std::vector<const OxOpType::OpType*>& types) {
+Table TableOf(const std::vector<const OxOpType::Description*>& types) {
     Table rows;
-    for (const OxOpType::OpType* type : types)
-        rows.push_back(
-            {type->description().name, "version " + std::to_string(type->description().version)});
+    for (const OxOpType::Description* type : types)
+        rows.push_back({type->name, "version " + std::to_string(type->version)});
     return rows;
 }
 
@@ -132,11 +131,8 @@ std::string JsonOf(const RefusedPlugin& plugin) {
     return JsonObject().add("file", plugin.file).add("reason", plugin.reason).line();
 }
 
-std::string JsonOf(const OxOpType::OpType* type) {
-    return JsonObject()
-        .add("name", type->description().name)
-        .add("version", type->description().version)
-        .line();
+std::string JsonOf(const OxOpType::Description* type) {
+    return JsonObject().add("name", type->name).add("version", type->version).line();
 }
 
 std::string JsonOf(const std::string& text) {

@@ -69,8 +69,8 @@ void FindPlugins(Findings& findings) {
     AddRendererFolder();
     findings.pluginFolders = PluginManager::searchPaths();
     findings.plugins = GetPlugins();
+    findings.opTypes = OxOpType::GetDescriptions(); // may refuse some
     findings.refused = PluginManager::refused();
-    findings.opTypes = OxOpType::GetOpTypes();
 }
 
 void AddVariable(Findings& findings, const std::string& name) {

@@ -23,7 +23,7 @@ struct Findings {
     std::vector<std::string> pluginFolders;
     std::vector<FoundPlugin> plugins;
     std::vector<OxPluginManager::RefusedPlugin> refused;
-    std::vector<const OxOpType::OpType*> opTypes;
+    std::vector<const OxOpType::Description*> opTypes;
     std::vector<std::string> configurationFiles; // that are used
     std::vector<Setting> configuration;
     std::vector<Setting> environment;

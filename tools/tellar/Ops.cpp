@@ -66,12 +66,12 @@ void AppendEntry(std::string& out, const std::string& name, std::size_t nameWidt
     AppendWrapped(out, text, indent, indent);
 }
 
-void AppendSummary(std::string& out, const std::vector<const OxOpType::OpType*>& types) {
+void AppendSummary(std::string& out, const std::vector<const Description*>& types) {
     std::size_t width = 0;
-    for (const OxOpType::OpType* type : types)
-        width = std::max(width, type->description().name.size());
-    for (const OxOpType::OpType* type : types)
-        AppendEntry(out, type->description().name, width, type->description().summary);
+    for (const Description* type : types)
+        width = std::max(width, type->name.size());
+    for (const Description* type : types)
+        AppendEntry(out, type->name, width, type->summary);
 }
 
 void AppendDetails(std::string& out, const Description& type) {
@@ -118,11 +118,11 @@ std::string JsonOf(const Description& type) {
     return out + "]}";
 }
 
-std::string JsonOfAll(const std::vector<const OxOpType::OpType*>& types) {
+std::string JsonOfAll(const std::vector<const Description*>& types) {
     std::string out = "[";
     const char* separator = "\n  ";
-    for (const OxOpType::OpType* type : types) {
-        out += separator + JsonOf(type->description());
+    for (const Description* type : types) {
+        out += separator + JsonOf(*type);
         separator = ",\n  ";
     }
     return out + "\n]\n";
@@ -132,7 +132,7 @@ std::string JsonOfAll(const std::vector<const OxOpType::OpType*>& types) {
 void RunOps(const OpsOptions& options) {
     std::string out;
     if (options.type.empty()) {
-        const std::vector<const OxOpType::OpType*> types = OxOpType::GetOpTypes();
+        const std::vector<const Description*> types = OxOpType::GetDescriptions();
         if (options.json) {
             out = JsonOfAll(types);
         } else {
@@ -140,14 +140,14 @@ void RunOps(const OpsOptions& options) {
             AppendRefusedPlugins(out);
         }
     } else {
-        const OxOpType::OpType* type = OxOpType::FindOpType(options.type);
+        const Description* type = OxOpType::FindDescription(options.type);
         if (!type)
             throw std::runtime_error("there is no op type \"" + options.type +
                                      "\"; \"tellar ops\" lists them");
         if (options.json)
-            out = JsonOf(type->description()) + "\n";
+            out = JsonOf(*type) + "\n";
         else
-            AppendDetails(out, type->description());
+            AppendDetails(out, *type);
     }
     WriteOutput(out);
     FlushOutput();

@@ -141,9 +141,9 @@ private:
     }
 
     static bool takesDirectory(const std::string& opType) {
-        const OxOpType::OpType* type = OxOpType::FindOpType(opType);
+        const OxOpType::Description* type = OxOpType::FindDescription(opType);
         if (!type) return false;
-        const auto& arguments = type->description().arguments;
+        const auto& arguments = type->arguments;
         return std::any_of(
             arguments.begin(), arguments.end(),
             [](const OxOpType::Argument& argument) { return argument.name == "directory"; });

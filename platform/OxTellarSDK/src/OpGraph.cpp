@@ -13,6 +13,7 @@
 
 #include "AttributeNode.h"
 #include "CookWaits.h"
+#include "PluginCall.h"
 #include "ThreadSlot.h"
 
 namespace OxTellarRuntimeDetail {
@@ -263,7 +264,7 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
     } catch (const CookError&) {
         throw; // names the Op that failed already
     } catch (const std::exception& error) {
-        reason = error.what();
+        reason = OxPluginManager::TextOf(error);
     } catch (...) {
         reason = "it threw something that is no std::exception";
     }
@@ -378,19 +379,28 @@ private:
         if (!node.defect && node.depth > kMaxOpDepth)
             node.defect = Defect("it depends on more than " + std::to_string(kMaxOpDepth) +
                                  " ops, one through the other");
+        const int version = node.defect ? 0 : askForVersion(node);
         node.committed = true;
-        node.identity = identify(node);
+        node.identity = identify(node, version);
         if (!node.defect) node.store = LocationStore::ForIdentity(node.identity);
     }
 
-    static Hash identify(const OpNode& node) {
+    /// The version of the Op's type; if that throws, the Op gets a defect.
+    static int askForVersion(OpNode& node) {
+        int version = 0;
+        const std::string thrown =
+            OxPluginManager::ExceptionFrom([&] { version = node.type->description().version; });
+        if (!thrown.empty()) node.defect = Defect("the description of its type " + thrown);
+        return version;
+    }
+
+    static Hash identify(const OpNode& node, int version) {
         std::string described = node.typeName;
         described += '\0';
         const auto append = [&described](const void* data, std::size_t bytes) {
             described.append(static_cast<const char*>(data), bytes);
         };
         if (!node.defect) {
-            const int version = node.type->description().version;
             append(&version, sizeof version);
             const Hash args = OxAttribute::ContentIdentity(node.args);
             append(&args, sizeof args);

@@ -2,18 +2,37 @@
 
 #include <map>
 #include <mutex>
+#include <set>
 #include <shared_mutex>
 #include <stdexcept>
+#include <utility>
 
 #include <OxTellarSDK/PluginManager.h>
+
+#include "CookWaits.h"
+#include "PluginCall.h"
 
 namespace OxOpType {
 
 namespace {
 
+using OxPluginManager::ExceptionFrom;
+using OxPluginManager::PluginHandle;
+using OxPluginManager::PluginManager;
+using OxTellarRuntimeDetail::IsMadeByThisThread;
+using OxTellarRuntimeDetail::MakingScope;
+
+/// A type with a copy of what it told about itself.
+struct KnownType {
+    const OpType* type = nullptr;
+    Description description;
+};
+
+/// Types and plug-ins are only ever added. No code of a plug-in runs under the lock.
 struct Registry {
     std::shared_mutex lock;
-    std::map<std::string, const OpType*> types;
+    std::map<std::string, KnownType> types;
+    std::set<PluginHandle> examined; // entered or refused, for good
 };
 
 Registry& GetRegistry() {
@@ -21,27 +40,64 @@ Registry& GetRegistry() {
     return *registry;
 }
 
-/// Enters the types of all plug-ins found so far; a type known already keeps its place.
+/// Assigns the type that a plug-in offers. Returns what is wrong with it, empty when nothing is.
+std::string AskForType(PluginHandle plugin, KnownType& known) {
+    const OxOpTypePluginSuite_v1* suite = nullptr;
+    std::string thrown = ExceptionFrom(
+        [&] { suite = static_cast<const OxOpTypePluginSuite_v1*>(plugin->getSuite()); });
+    if (!thrown.empty()) return "getSuite " + thrown;
+    if (!suite) return "getSuite gives no function table";
+    if (!suite->getOpType) return "its function table has no getOpType";
+    thrown = ExceptionFrom([&] { known.type = suite->getOpType(); });
+    if (!thrown.empty()) return "getOpType " + thrown;
+    if (!known.type) return "getOpType gives no op type";
+    thrown = ExceptionFrom([&] { known.description = known.type->description(); });
+    if (!thrown.empty()) return "description " + thrown;
+    return known.description.name.empty() ? "its op type has no name" : "";
+}
+
+/// Asks a plug-in that was not asked before for its type, and enters that or refuses the plug-in.
+/// Two threads may ask one at the same time; what the first to have an answer got counts.
+void Examine(Registry& registry, PluginHandle plugin) {
+    const MakingScope scope(plugin);
+    KnownType known;
+    std::string fault = AskForType(plugin, known);
+    {
+        const std::string name = known.description.name;
+        const std::lock_guard<std::shared_mutex> guard(registry.lock);
+        if (!registry.examined.insert(plugin).second) return;
+        if (fault.empty() && !registry.types.emplace(name, std::move(known)).second)
+            fault = "there is an op type \"" + name + "\" already";
+    }
+    if (!fault.empty()) PluginManager::refuse(plugin, fault);
+}
+
+bool IsExamined(Registry& registry, PluginHandle plugin) {
+    const std::shared_lock<std::shared_mutex> guard(registry.lock);
+    return registry.examined.count(plugin) != 0;
+}
+
+/// A plug-in that looks for types while it is asked for its own finds those of all others.
 void EnterPlugins(Registry& registry) {
-    using OxPluginManager::PluginManager;
     std::vector<std::string> names;
     PluginManager::getPluginNames(kPluginApiName, names, 1);
     for (const std::string& name : names) {
-        const auto plugin = PluginManager::getPlugin(name, kPluginApiName, 1);
-        const auto* suite =
-            static_cast<const OxOpTypePluginSuite_v1*>(PluginManager::getPluginSuite(plugin));
-        if (!suite) continue;
-        const OpType* type = suite->getOpType();
-        if (!type) continue;
-        const std::lock_guard<std::shared_mutex> guard(registry.lock);
-        registry.types.emplace(type->description().name, type);
+        const PluginHandle plugin = PluginManager::getPlugin(name, kPluginApiName, 1);
+        if (!IsMadeByThisThread(plugin) && !IsExamined(registry, plugin)) Examine(registry, plugin);
     }
 }
 
-const OpType* Find(Registry& registry, const std::string& name) {
+const KnownType* Find(Registry& registry, const std::string& name) {
     const std::shared_lock<std::shared_mutex> guard(registry.lock);
     const auto found = registry.types.find(name);
-    return found == registry.types.end() ? nullptr : found->second;
+    return found == registry.types.end() ? nullptr : &found->second;
+}
+
+const KnownType* FindOrLoad(const std::string& name) {
+    Registry& registry = GetRegistry();
+    if (const KnownType* known = Find(registry, name)) return known;
+    EnterPlugins(registry);
+    return Find(registry, name);
 }
 
 } // namespace
@@ -54,27 +110,35 @@ std::shared_ptr<const State> OpType::prepare(const OxAttribute::GroupAttribute&,
 }
 
 const OpType* FindOpType(const std::string& name) {
-    Registry& registry = GetRegistry();
-    if (const OpType* known = Find(registry, name)) return known;
-    EnterPlugins(registry);
-    return Find(registry, name);
+    const KnownType* known = FindOrLoad(name);
+    return known ? known->type : nullptr;
 }
 
-std::vector<const OpType*> GetOpTypes() {
+const Description* FindDescription(const std::string& name) {
+    const KnownType* known = FindOrLoad(name);
+    return known ? &known->description : nullptr;
+}
+
+std::vector<const Description*> GetDescriptions() {
     Registry& registry = GetRegistry();
     EnterPlugins(registry);
     const std::shared_lock<std::shared_mutex> guard(registry.lock);
-    std::vector<const OpType*> types;
+    std::vector<const Description*> descriptions;
     for (const auto& entry : registry.types)
-        types.push_back(entry.second);
-    return types;
+        descriptions.push_back(&entry.second.description);
+    return descriptions;
+}
+
+void LoadOpTypes() {
+    EnterPlugins(GetRegistry());
 }
 
 void RegisterOpType(const OpType* type) {
-    const std::string& name = type->description().name;
+    KnownType known{type, type->description()};
+    const std::string name = known.description.name;
     Registry& registry = GetRegistry();
     const std::lock_guard<std::shared_mutex> guard(registry.lock);
-    if (!registry.types.emplace(name, type).second)
+    if (!registry.types.emplace(name, std::move(known)).second)
         throw std::invalid_argument("There is an op type \"" + name + "\" already");
 }
 

@@ -90,6 +90,10 @@ std::vector<RefusedPlugin> PluginManager::refused() {
     return registry().refusedPlugins();
 }
 
+void PluginManager::refuse(PluginHandle plugin, const std::string& reason) {
+    registry().refuse(plugin, reason);
+}
+
 void PluginManager::setHost(OxPluginHost* host) {
     processHost = host;
     registry().setHost(host);

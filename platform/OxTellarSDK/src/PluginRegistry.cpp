@@ -1,7 +1,6 @@
 #include "PluginRegistry.h"
 
 #include <algorithm>
-#include <exception>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -9,6 +8,7 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 
 #include "FolderFiles.h"
+#include "PluginCall.h"
 #include "SharedLibrary.h"
 
 namespace OxPluginManager {
@@ -27,19 +27,6 @@ const OxLoggerGlue& logger() {
 
 std::string inQuotes(const std::string& text) {
     return '"' + text + '"';
-}
-
-// Runs code of a plug-in. What it throws ends here and becomes a text; empty for nothing.
-template <typename Call>
-std::string exceptionFrom(const Call& call) {
-    try {
-        call();
-        return {};
-    } catch (const std::exception& exception) {
-        return std::string("threw: ") + exception.what();
-    } catch (...) {
-        return "threw something that is no std::exception";
-    }
 }
 
 // Absolute and without trailing slash, so that one folder has one spelling.
@@ -89,7 +76,7 @@ std::string readPlugins(const std::string& file, std::vector<PluginEntry>& plugi
     if (!getPlugin) return "it exports no OxGetPlugin";
 
     unsigned int count = 0;
-    const std::string failure = exceptionFrom([&] { count = getCount(); });
+    const std::string failure = ExceptionFrom([&] { count = getCount(); });
     if (!failure.empty()) return "OxGetPluginCount " + failure;
     if (count > kMaximumCount) {
         return "it claims to hold " + std::to_string(count) + " plug-ins, more than " +
@@ -97,7 +84,7 @@ std::string readPlugins(const std::string& file, std::vector<PluginEntry>& plugi
     }
     for (unsigned int index = 0; index < count; ++index) {
         PluginHandle record = nullptr;
-        const std::string thrown = exceptionFrom([&] { record = getPlugin(index); });
+        const std::string thrown = ExceptionFrom([&] { record = getPlugin(index); });
         const std::string fault = thrown.empty() ? faultOf(record) : "OxGetPlugin " + thrown;
         if (!fault.empty()) return "plug-in " + std::to_string(index) + ": " + fault;
         plugins.push_back({record, record->name, record->apiName, record->apiVersion, file});
@@ -109,7 +96,7 @@ std::string readPlugins(const std::string& file, std::vector<PluginEntry>& plugi
 std::string hostRefusal(const PluginEntry& plugin, OxPluginHost* host) {
     if (!plugin.record->setHost) return {};
     int status = 0;
-    const std::string thrown = exceptionFrom([&] { status = plugin.record->setHost(host); });
+    const std::string thrown = ExceptionFrom([&] { status = plugin.record->setHost(host); });
     if (!thrown.empty()) return "setHost " + thrown;
     return status == 0 ? "" : "it does not accept the host (status " + std::to_string(status) + ')';
 }
@@ -173,7 +160,7 @@ const void* PluginRegistry::pluginSuite(PluginHandle plugin) const {
     }
     if (!entry) return nullptr;
     const void* suite = nullptr;
-    const std::string thrown = exceptionFrom([&] { suite = plugin->getSuite(); });
+    const std::string thrown = ExceptionFrom([&] { suite = plugin->getSuite(); });
     if (!thrown.empty()) warnAbout(*entry, "getSuite " + thrown);
     return suite;
 }
@@ -204,10 +191,23 @@ std::vector<unsigned int> PluginRegistry::apiVersions(const std::string& apiName
     return versions;
 }
 
+void PluginRegistry::refuse(PluginHandle plugin, const std::string& reason) {
+    std::string file;
+    std::string name;
+    {
+        const std::shared_lock<std::shared_mutex> lock(tables);
+        const PluginEntry* entry = find(plugin);
+        if (!entry) return;
+        file = entry->file;
+        name = entry->name;
+    }
+    refuse(file, "plug-in " + inQuotes(name) + ": " + reason);
+}
+
 void PluginRegistry::flush(const std::string& apiName) const {
     for (const PluginEntry* entry : snapshot()) {
         if (entry->apiName != apiName || !entry->record->flush) continue;
-        const std::string thrown = exceptionFrom([entry] { entry->record->flush(); });
+        const std::string thrown = ExceptionFrom([entry] { entry->record->flush(); });
         if (!thrown.empty()) warnAbout(*entry, "flush " + thrown);
     }
 }

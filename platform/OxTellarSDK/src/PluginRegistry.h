@@ -41,6 +41,7 @@ public:
     std::string pluginPath(PluginHandle plugin) const;
     std::vector<std::string> apiNames();
     std::vector<unsigned int> apiVersions(const std::string& apiName);
+    void refuse(PluginHandle plugin, const std::string& reason);
     void flush(const std::string& apiName) const;
     void addFolder(const std::string& path);
     std::vector<std::string> folders() const;

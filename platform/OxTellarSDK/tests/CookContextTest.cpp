@@ -245,8 +245,8 @@ TEST(OpTypes, AreFoundByNameAndListedInOrder) {
     EXPECT_EQ(OxOpType::FindOpType("NoSuchType"), nullptr);
     EXPECT_EQ(OxOpType::FindOpType(""), nullptr);
     std::vector<std::string> names;
-    for (const OxOpType::OpType* known : OxOpType::GetOpTypes())
-        names.push_back(known->description().name);
+    for (const OxOpType::Description* known : OxOpType::GetDescriptions())
+        names.push_back(known->name);
     EXPECT_TRUE(std::is_sorted(names.begin(), names.end()));
     EXPECT_THAT(names, testing::Contains("TestPass"));
 }

@@ -1,8 +1,12 @@
 #include <OxTellarSDK/PluginManager.h>
 
 #include <cstdlib>
+#include <stdexcept>
 
 #include <gmock/gmock.h>
+
+#include <OxTellarSDK/OpType.h>
+#include <OxTellarSDK/TellarRuntime.h>
 
 #include "PluginFolder.h"
 #include "RunTogether.h"
@@ -27,6 +31,7 @@ struct InstalledPlugins {
         addedFolder.install("ThrowingFunctionsPlugin", "c.so");
         brokenFile = addedFolder.write("d.so", "no library");
         lateFolder.install("ChoosyPlugin", "e.so");
+        opTypesFile = environmentFolder.install("FaultyOpTypesPlugin", "f.so");
         setenv("OX_PLUGIN_PATH", (':' + environmentFolder.path() + "::").c_str(), 1);
         setenv("TELLAR_TEST_FOLDER_ADDED_WHILE_LOADING", lateFolder.path().c_str(), 1);
         PluginManager::addSearchPath(addedFolder.path());
@@ -40,6 +45,7 @@ struct InstalledPlugins {
     PluginFolder lateFolder;
     std::string shapesFile;
     std::string brokenFile;
+    std::string opTypesFile;
     PluginHandle firstHandles[8] = {};
 };
 
@@ -127,6 +133,67 @@ TEST_F(PluginManagerTest, ShowsAPluginThatAsksWhileItIsLoadedOnlyWhatWasLoadedBe
 
 TEST_F(PluginManagerTest, LoadsAFolderThatAPluginAddsWhileItIsLoaded) {
     EXPECT_NE(PluginManager::getPlugin("easy", "TestChoosy", 1), nullptr);
+}
+
+// Op types, which the runtime asks the manager for
+// -------------------------------------------------
+
+TEST_F(PluginManagerTest, ListsOpTypePluginsThatCannotBeUsedAndWhy) {
+    OxOpType::LoadOpTypes();
+    OxOpType::LoadOpTypes();
+    std::vector<std::string> reasons;
+    for (const auto& refused : PluginManager::refused())
+        if (refused.file == installed().opTypesFile) reasons.push_back(refused.reason);
+    EXPECT_THAT(
+        reasons,
+        ElementsAre("plug-in \"null suite\": getSuite gives no function table",
+                    "plug-in \"throwing suite\": getSuite threw: no suite today",
+                    "plug-in \"no function\": its function table has no getOpType",
+                    "plug-in \"no type\": getOpType gives no op type",
+                    "plug-in \"throwing type\": getOpType threw: an exception without a text",
+                    "plug-in \"number type\": getOpType threw something that is no std::exception",
+                    "plug-in \"number description\": description threw something that is no "
+                    "std::exception",
+                    "plug-in \"no name\": its op type has no name",
+                    "plug-in \"second\": there is an op type \"TestSound\" already"));
+}
+
+/// What cooking a location with an Op of the type throws; "no error" when it does not.
+std::string ErrorOf(const std::string& opType, const std::string& path) {
+    const auto runtime = TellarRuntime::create();
+    const auto transaction = runtime->createTransaction();
+    const auto op = transaction->createOp();
+    transaction->setOpArgs(op, opType, OxAttribute::GroupAttribute(true));
+    const auto client = transaction->createClient();
+    transaction->setClientOp(client, op);
+    runtime->commit(transaction);
+    try {
+        client->cookLocation(path);
+    } catch (const std::runtime_error& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+TEST_F(PluginManagerTest, LetsScenesUseTheOpTypesThatAreSound) {
+    EXPECT_EQ(ErrorOf("TestSound", "/root"), "no error");
+    EXPECT_EQ(ErrorOf("TestSound", "/silent"),
+              "Op \"op0\" (TestSound) at \"/silent\": an exception without a text");
+    EXPECT_EQ(ErrorOf("TestDumb", "/root"),
+              "Op \"op0\" (TestDumb) at \"/root\": there is no op type of this name");
+}
+
+TEST_F(PluginManagerTest, MakesATypeWhoseDescriptionThrowsLaterAnErrorOfItsOps) {
+    EXPECT_EQ(ErrorOf("TestFickle", "/root"),
+              "Op \"op0\" (TestFickle) at \"/root\": the description of its type threw: an "
+              "exception without a text");
+    ASSERT_NE(OxOpType::FindDescription("TestFickle"), nullptr);
+    EXPECT_EQ(OxOpType::FindDescription("TestFickle")->name, "TestFickle");
+}
+
+TEST_F(PluginManagerTest, LetsAnOpTypeLookForOthersWhileItIsAskedItself) {
+    EXPECT_NE(OxOpType::FindOpType("TestAsking"), nullptr);
+    EXPECT_NE(OxOpType::FindOpType("TestSound"), nullptr);
 }
 
 } // namespace

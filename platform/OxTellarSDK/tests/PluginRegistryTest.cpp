@@ -244,19 +244,22 @@ TEST_P(BadPluginTest, IsPassedOverAsAWholeWithOneWarning) {
 
 INSTANTIATE_TEST_SUITE_P(
     PluginRegistry, BadPluginTest,
-    testing::Values(BadPlugin{"NoPlugin", "it exports no OxGetPluginCount"},
-                    BadPlugin{"HalfPlugin", "it exports no OxGetPlugin"},
-                    BadPlugin{"ThrowingCountPlugin", "OxGetPluginCount threw: no licence"},
-                    BadPlugin{"AbsurdCountPlugin",
-                              "it claims to hold 1025 plug-ins, more than 1024"},
-                    BadPlugin{"ThrowingRecordPlugin",
-                              "plug-in 0: OxGetPlugin threw something that is no std::exception"},
-                    BadPlugin{"NullRecordPlugin", "plug-in 0: its record is null"},
-                    BadPlugin{"WrongVersionPlugin", "plug-in 1: its record has version 2, not 1"},
-                    BadPlugin{"NoNamePlugin", "plug-in 1: it has no name"},
-                    BadPlugin{"EmptyNamePlugin", "plug-in 1: it has no name"},
-                    BadPlugin{"NoApiNamePlugin", "plug-in 1: it has no API name"},
-                    BadPlugin{"NoSuitePlugin", "plug-in 1: it has no getSuite function"}),
+    testing::Values(
+        BadPlugin{"NoPlugin", "it exports no OxGetPluginCount"},
+        BadPlugin{"HalfPlugin", "it exports no OxGetPlugin"},
+        BadPlugin{"ThrowingCountPlugin", "OxGetPluginCount threw: no licence"},
+        BadPlugin{"SilentCountPlugin", "OxGetPluginCount threw: an exception without a text"},
+        BadPlugin{"SilentRecordPlugin",
+                  "plug-in 0: OxGetPlugin threw: an exception without a text"},
+        BadPlugin{"AbsurdCountPlugin", "it claims to hold 1025 plug-ins, more than 1024"},
+        BadPlugin{"ThrowingRecordPlugin",
+                  "plug-in 0: OxGetPlugin threw something that is no std::exception"},
+        BadPlugin{"NullRecordPlugin", "plug-in 0: its record is null"},
+        BadPlugin{"WrongVersionPlugin", "plug-in 1: its record has version 2, not 1"},
+        BadPlugin{"NoNamePlugin", "plug-in 1: it has no name"},
+        BadPlugin{"EmptyNamePlugin", "plug-in 1: it has no name"},
+        BadPlugin{"NoApiNamePlugin", "plug-in 1: it has no API name"},
+        BadPlugin{"NoSuitePlugin", "plug-in 1: it has no getSuite function"}),
     [](const testing::TestParamInfo<BadPlugin>& info) { return info.param.library; });
 
 TEST(PluginRegistry, FlushesThePluginsOfOneApiInEveryVersion) {
@@ -339,15 +342,68 @@ TEST(PluginRegistry, LetsNoExceptionOfAPluginOut) {
     const std::string file = folder.install("ThrowingFunctionsPlugin", "thrower.so");
     const CapturedLog log;
     PluginRegistry registry({folder.path()}, "");
-    const OxPluginRecord_v1* const plugin = registry.plugin("thrower", "TestThrowing", 1);
-    ASSERT_NE(plugin, nullptr);
-    EXPECT_EQ(registry.pluginSuite(plugin), nullptr);
+    constexpr const char* kNames[] = {"thrower", "number", "silent"};
+    for (const char* name : kNames) {
+        const OxPluginRecord_v1* const plugin = registry.plugin(name, "TestThrowing", 1);
+        ASSERT_NE(plugin, nullptr);
+        EXPECT_EQ(registry.pluginSuite(plugin), nullptr);
+    }
     registry.flush("TestThrowing");
     registry.setHost(hostNumber(1));
-    const std::string start = "Plug-in \"thrower\" of \"" + file + "\": ";
-    EXPECT_THAT(log.textsOf("PluginManager"), ElementsAre(start + "getSuite threw: no suite today",
-                                                          start + "flush threw: no flush today",
-                                                          start + "setHost threw: no host today"));
+    std::vector<std::string> expected;
+    for (const std::string call : {"suite", "flush", "host"}) {
+        const std::string function = call == "flush"   ? call
+                                     : call == "suite" ? "getSuite"
+                                                       : "setHost";
+        const std::string faults[] = {" threw: no " + call + " today",
+                                      " threw something that is no std::exception",
+                                      " threw: an exception without a text"};
+        for (int i = 0; i < 3; ++i)
+            expected.push_back("Plug-in \"" + std::string(kNames[i]) + "\" of \"" + file +
+                               "\": " + function + faults[i]);
+    }
+    EXPECT_EQ(log.textsOf("PluginManager"), expected);
+}
+
+TEST(PluginRegistry, RefusesPluginsThatThrowAsTheyAreGivenTheHostWhileTheyLoad) {
+    const PluginFolder folder;
+    const std::string file = folder.install("ThrowingFunctionsPlugin", "a.so");
+    folder.install("GoodPlugin", "b.so");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    registry.setHost(hostNumber(1));
+    EXPECT_THAT(registry.apiNames(), ElementsAre("TestShapes", "TestColors"));
+    EXPECT_THAT(
+        registry.refusedPlugins(),
+        ElementsAre(
+            RefusedPlugin{file, "plug-in \"thrower\": setHost threw: no host today"},
+            RefusedPlugin{file,
+                          "plug-in \"number\": setHost threw something that is no std::exception"},
+            RefusedPlugin{file, "plug-in \"silent\": setHost threw: an exception without a text"}));
+}
+
+TEST(PluginRegistry, AddsAPluginThatItsUserRefusesToThosePassedOver) {
+    const PluginFolder folder;
+    const std::string file = folder.install("GoodPlugin", "good.so");
+    const CapturedLog log;
+    PluginRegistry registry({folder.path()}, "");
+    registry.refuse(registry.plugin("cube", "TestShapes", 1), "it has no corners");
+    EXPECT_THAT(registry.refusedPlugins(),
+                ElementsAre(RefusedPlugin{file, "plug-in \"cube\": it has no corners"}));
+    EXPECT_THAT(log.textsOf("PluginManager"),
+                ElementsAre("Passed over \"" + file + "\": plug-in \"cube\": it has no corners"));
+    const OxPluginRecord_v1 stranger = {};
+    registry.refuse(&stranger, "nobody knows it");
+    registry.refuse(nullptr, "there is none");
+    EXPECT_THAT(registry.refusedPlugins(), SizeIs(1));
+}
+
+TEST(PluginRegistryDeathTest, NamesALibraryWhoseStaticInitialiserEndsTheProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const PluginFolder folder;
+    const std::string file = folder.install("ThrowingInitialiserPlugin", "thrower.so");
+    PluginRegistry registry({folder.path()}, "");
+    EXPECT_DEATH(registry.apiNames(), "thrower.so\": a static initialiser of this library");
 }
 
 TEST(PluginRegistry, LetsALogSinkAskWhileItLoads) {

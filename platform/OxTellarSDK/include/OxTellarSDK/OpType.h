@@ -84,11 +84,13 @@ protected:
 };
 
 /// Implemented by op-type plug-ins. One object serves all Ops of the type, from many
-/// threads at once. Any exception derived from std::exception is reported with the
-/// Op's name, its type and the location.
+/// threads at once. Whatever a function throws becomes an error that names the Op, its type
+/// and, in prepare and cook, the location; other Ops go on.
 class OXTELLARSDK_API OpType {
 public:
     virtual ~OpType();
+    /// Called as the type is entered among those known and as its Ops are committed, under no
+    /// lock of the library.
     virtual const Description& description() const = 0;
     /// Checks and parses the arguments, once for all Ops with equal identity. `args` may
     /// be invalid. Throw std::runtime_error naming the argument at fault.
@@ -97,11 +99,19 @@ public:
     virtual void cook(CookContext& context) const = 0;
 };
 
-/// Op types known to the process: those of all "TellarOpType" plug-ins.
-/// Null for an unknown name. Safe from many threads.
+/// Op types known to the process: those of all "TellarOpType" plug-ins. A plug-in whose
+/// getOpType or description throws, or whose suite, function, type or name is missing, is
+/// among PluginManager::refused() instead, and so is one whose type another one has entered
+/// before. Null for an unknown name. Safe from many threads.
 OXTELLARSDK_API const OpType* FindOpType(const std::string& name);
-/// All known, sorted by name.
-OXTELLARSDK_API std::vector<const OpType*> GetOpTypes();
+/// What the type told about itself as it was entered; null for an unknown name. Lives to the
+/// end of the process.
+OXTELLARSDK_API const Description* FindDescription(const std::string& name);
+/// Those of all types known, sorted by name.
+OXTELLARSDK_API std::vector<const Description*> GetDescriptions();
+/// Loads the plug-ins and enters their types, as the functions above do when there are new
+/// ones. Meant for whoever takes a lock that code of plug-ins may need as well: call it before.
+OXTELLARSDK_API void LoadOpTypes();
 /// Adds a type made by the program itself; it must live to the end of the process. Throws
 /// std::invalid_argument when the name is taken.
 OXTELLARSDK_API void RegisterOpType(const OpType* type);

@@ -16,9 +16,9 @@
 /// A library is loaded once and never unloaded, so records, names and suites stay valid for
 /// as long as the process lives. The host copies the names when it loads the library and
 /// calls the functions in a record from any thread, several at once. No function should let
-/// an exception out; the host reports one that does and goes on without its result. An
-/// exception from a static initialiser of the library ends the process: the system's loader
-/// lets nobody catch it.
+/// an exception out; the host reports one that does, whatever is thrown, and goes on without
+/// its result. An exception from a static initialiser of the library ends the process: the
+/// system's loader lets nobody catch it. Standard error then gets the library's name.
 
 #ifdef __cplusplus
 extern "C" {

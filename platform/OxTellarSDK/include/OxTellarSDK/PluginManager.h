@@ -79,6 +79,11 @@ public:
     /// What was passed over so far, in the order found.
     static std::vector<RefusedPlugin> refused();
 
+    /// Adds a plug-in to what is passed over, with one warning: for whoever asks the plug-ins of
+    /// an API for what they offer and finds one that cannot be used. It is still found by its
+    /// name. Nothing for a handle that is null or none of ours.
+    static void refuse(PluginHandle plugin, const std::string& reason);
+
     /// Gives the host, or null, to every plug-in that is loaded and, unless it is null, to
     /// each one loaded later. A plug-in that does not accept the host as it is loaded is
     /// passed over; one that was loaded before stays, with a warning. The host must outlive

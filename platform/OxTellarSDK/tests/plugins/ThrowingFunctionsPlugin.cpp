@@ -1,29 +1,42 @@
-// Loads well; then every function in its record throws.
-#include <stdexcept>
-
+// Loads well; then every function in its records throws: texts, numbers, exceptions without a text.
 #include <OxTellarSDK/OxPluginApi.h>
+
+#include "Thrown.h"
 
 namespace {
 
+using Throw = void(const char*);
+
+template <Throw* Function>
 const void* getSuite() {
-    throw std::runtime_error("no suite today");
+    Function("no suite today");
+    return nullptr;
 }
+template <Throw* Function>
 int setHost(OxPluginHost*) {
-    throw std::runtime_error("no host today");
+    Function("no host today");
+    return 0;
 }
+template <Throw* Function>
 void flush() {
-    throw std::runtime_error("no flush today");
+    Function("no flush today");
 }
 
-const OxPluginRecord_v1 record = {
-    OX_PLUGIN_RECORD_VERSION, "thrower", "TestThrowing", 1, 0, 0, getSuite, setHost, flush};
+template <Throw* Function>
+constexpr OxPluginRecord_v1 record(const char* name) {
+    return {OX_PLUGIN_RECORD_VERSION, name,           "TestThrowing", 1, 0, 0, getSuite<Function>,
+            setHost<Function>,        flush<Function>};
+}
+
+const OxPluginRecord_v1 records[] = {record<throwText>("thrower"), record<throwNumber>("number"),
+                                     record<throwSilent>("silent")};
 
 } // namespace
 
 unsigned int OxGetPluginCount() {
-    return 1;
+    return 3;
 }
 
-const OxPluginRecord_v1* OxGetPlugin(unsigned int) {
-    return &record;
+const OxPluginRecord_v1* OxGetPlugin(unsigned int index) {
+    return &records[index];
 }

@@ -1,10 +1,12 @@
-// Throws, and no std::exception at that, when it is asked for a record.
+// Throws when it is asked for a record. TEST_THROW says how.
 #include <OxTellarSDK/OxPluginApi.h>
+
+#include "Thrown.h"
 
 unsigned int OxGetPluginCount() {
     return 1;
 }
 
 const OxPluginRecord_v1* OxGetPlugin(unsigned int) {
-    throw 7;
+    TEST_THROW("no record");
 }

@@ -1,0 +1,124 @@
+// Op-type plug-ins with one fault each, and behind them one that is sound.
+#include <OxTellarSDK/OpType.h>
+
+#include "Thrown.h"
+
+namespace {
+
+using OxOpType::CookContext;
+using OxOpType::Description;
+using OxOpType::OpType;
+
+class NamedType : public OpType {
+public:
+    explicit NamedType(const char* name) { about.name = name; }
+    const Description& description() const override { return about; }
+    void cook(CookContext&) const override {}
+
+private:
+    Description about;
+};
+
+// Tells nothing about itself.
+class DumbType : public NamedType {
+public:
+    using NamedType::NamedType;
+    const Description& description() const override { throwNumber(""); }
+};
+
+// Tells about itself once, and throws from then on.
+class FickleType : public NamedType {
+public:
+    using NamedType::NamedType;
+    const Description& description() const override {
+        if (wasAsked) throwSilent("");
+        wasAsked = true;
+        return NamedType::description();
+    }
+
+private:
+    mutable bool wasAsked = false;
+};
+
+// Looks for other types, and for itself, whenever it is asked.
+class AskingType : public NamedType {
+public:
+    using NamedType::NamedType;
+    const Description& description() const override {
+        if (OxOpType::FindOpType("TestAsking")) throwText("it is known already");
+        if (!OxOpType::FindOpType("TestSound")) throwText("TestSound is not known");
+        return NamedType::description();
+    }
+};
+
+class SoundType : public NamedType {
+public:
+    using NamedType::NamedType;
+    void cook(CookContext& context) const override {
+        if (context.path() == "/silent") throwSilent("");
+        context.setAttrs(OxAttribute::GroupAttribute(true));
+    }
+};
+
+template <typename Type, const char* Name>
+const OpType* Get() {
+    static const Type type(Name);
+    return &type;
+}
+
+constexpr char kDumb[] = "TestDumb";
+constexpr char kNone[] = "";
+constexpr char kFickle[] = "TestFickle";
+constexpr char kAsking[] = "TestAsking";
+constexpr char kSound[] = "TestSound";
+
+const OpType* GetNull() {
+    return nullptr;
+}
+const OpType* ThrowSilent() {
+    throwSilent("");
+}
+const OpType* ThrowNumber() {
+    throwNumber("");
+}
+const void* ThrowForSuite() {
+    throwText("no suite today");
+}
+const void* GetNullSuite() {
+    return nullptr;
+}
+
+template <const OpType* (*GetOpType)()>
+const void* GetSuite() {
+    static constexpr OxOpTypePluginSuite_v1 suite = {GetOpType};
+    return &suite;
+}
+
+constexpr OxPluginRecord_v1 Record(const char* name, const void* (*getSuite)()) {
+    return {OX_PLUGIN_RECORD_VERSION, name, "TellarOpType", 1, 1, 0, getSuite, nullptr, nullptr};
+}
+
+const OxPluginRecord_v1 records[] = {
+    Record("null suite", GetNullSuite),
+    Record("throwing suite", ThrowForSuite),
+    Record("no function", GetSuite<nullptr>),
+    Record("no type", GetSuite<GetNull>),
+    Record("throwing type", GetSuite<ThrowSilent>),
+    Record("number type", GetSuite<ThrowNumber>),
+    Record("number description", GetSuite<Get<DumbType, kDumb>>),
+    Record("no name", GetSuite<Get<NamedType, kNone>>),
+    Record("fickle", GetSuite<Get<FickleType, kFickle>>),
+    Record("asking", GetSuite<Get<AskingType, kAsking>>),
+    Record("sound", GetSuite<Get<SoundType, kSound>>),
+    Record("second", GetSuite<Get<NamedType, kSound>>),
+};
+
+} // namespace
+
+unsigned int OxGetPluginCount() {
+    return sizeof records / sizeof records[0];
+}
+
+const OxPluginRecord_v1* OxGetPlugin(unsigned int index) {
+    return &records[index];
+}
