@@ -17,8 +17,8 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # the installed tree: programs and libraries find the plug-ins relative to
 # themselves in both. Renderers have a folder of their own because the libraries
 # that they bring are large, and few programs draw.
-set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
-set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(TELLAR_PLUGIN_SUBDIR "tellar-plugins")
 set(TELLAR_RENDERER_SUBDIR "tellar-renderers")
 
@@ -46,10 +46,19 @@ function(tellar_stays_loaded name)
     set_property(GLOBAL APPEND PROPERTY TELLAR_LOADABLE_TARGETS ${name})
 endfunction()
 
-# tellar_library(<name> [HEADERS_DIR <dir>] SOURCES <files...>): a shared library
-# with the alias TELLAR::<name>, its headers in <dir> (default: include/).
+# The part of the version that two libraries must have in common to stand in for each other. Before
+# 1.0 a new minor version may be incompatible.
+if(PROJECT_VERSION_MAJOR EQUAL 0)
+    set(TELLAR_ABI_VERSION "0.${PROJECT_VERSION_MINOR}")
+else()
+    set(TELLAR_ABI_VERSION "${PROJECT_VERSION_MAJOR}")
+endif()
+
+# tellar_library(<name> [HEADERS_DIR <dir>] [PKG_CONFIG_REQUIRES <names...>] SOURCES <files...>): a
+# shared library with the alias TELLAR::<name>, its headers in <dir> (default: include/). The headers
+# of what it requires are included by its own.
 function(tellar_library name)
-    cmake_parse_arguments(ARG "" "HEADERS_DIR" "SOURCES" ${ARGN})
+    cmake_parse_arguments(ARG "" "HEADERS_DIR" "PKG_CONFIG_REQUIRES;SOURCES" ${ARGN})
     if(NOT ARG_HEADERS_DIR)
         set(ARG_HEADERS_DIR "${CMAKE_CURRENT_SOURCE_DIR}/include")
     endif()
@@ -60,6 +69,7 @@ function(tellar_library name)
     target_include_directories(${name}
         PUBLIC $<BUILD_INTERFACE:${ARG_HEADERS_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
         PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/src" "${CMAKE_CURRENT_SOURCE_DIR}")
+    target_compile_features(${name} PUBLIC cxx_std_17)
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
     # Calls inside of the library stay inside, without the detour that would let a program put
     # its own functions in their place.
@@ -69,33 +79,59 @@ function(tellar_library name)
     endif()
     tellar_stays_loaded(${name})
     set_target_properties(${name} PROPERTIES
-        VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+        VERSION ${PROJECT_VERSION} SOVERSION ${TELLAR_ABI_VERSION}
         INSTALL_RPATH "$ORIGIN")
-    install(TARGETS ${name} EXPORT OxTellarProducersTargets
-        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-    install(DIRECTORY "${ARG_HEADERS_DIR}/" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+    if(TELLAR_INSTALL)
+        install(TARGETS ${name} EXPORT OxTellarProducersTargets
+            LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+                COMPONENT runtime NAMELINK_COMPONENT development)
+        install(DIRECTORY "${ARG_HEADERS_DIR}/"
+            DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+        tellar_install_pkg_config(${name} ${ARG_PKG_CONFIG_REQUIRES})
+    endif()
 endfunction()
 
-# A loadable module in a folder beside the libraries, where the system's loader
-# finds these.
-function(tellar_module name folder)
+# The pkg-config file of a library. Its paths are relative to the file itself, so that the
+# installed tree can be moved.
+function(tellar_install_pkg_config library)
+    cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+        BASE_DIRECTORY "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" OUTPUT_VARIABLE prefix)
+    cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR
+        BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" OUTPUT_VARIABLE libdir)
+    cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR
+        BASE_DIRECTORY "${CMAKE_INSTALL_PREFIX}" OUTPUT_VARIABLE includedir)
+    string(REPLACE ";" " " requires "${ARGN}")
+    set(file "${CMAKE_CURRENT_BINARY_DIR}/${library}.pc")
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/library.pc.in" "${file}" @ONLY)
+    install(FILES "${file}"
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endfunction()
+
+# A loadable module in a folder beside the libraries, where these look for it.
+function(tellar_module name folder component)
     add_library(${name} MODULE ${ARGN})
     target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
     tellar_stays_loaded(${name})
     set_target_properties(${name} PROPERTIES
-        PREFIX "" LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib/${folder}"
+        PREFIX "" LIBRARY_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:OxTellarSDK>/${folder}"
         INSTALL_RPATH "$ORIGIN/..")
-    install(TARGETS ${name} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/${folder})
+    if(TELLAR_INSTALL)
+        install(TARGETS ${name} LIBRARY
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}/${folder} COMPONENT ${component})
+    endif()
 endfunction()
 
-# All op types that come with the project: what a program that opens scenes waits for.
+# All op types that come with the project. Whoever links this target has them built too: a program
+# that opens scenes needs them when it runs, and links none.
 add_custom_target(tellar_plugins)
+add_library(tellar_op_types INTERFACE)
+add_dependencies(tellar_op_types tellar_plugins)
 
 # tellar_plugin(<name> SOURCES <files...>): a plug-in that every program loads.
 function(tellar_plugin name)
     cmake_parse_arguments(ARG "" "" "SOURCES" ${ARGN})
-    tellar_module(${name} ${TELLAR_PLUGIN_SUBDIR} ${ARG_SOURCES})
+    tellar_module(${name} ${TELLAR_PLUGIN_SUBDIR} runtime ${ARG_SOURCES})
     add_dependencies(tellar_plugins ${name})
 endfunction()
 
@@ -106,13 +142,15 @@ add_custom_target(tellar_renderers)
 # with the headers that such plug-ins see.
 function(tellar_renderer_plugin name)
     cmake_parse_arguments(ARG "" "" "SOURCES" ${ARGN})
-    tellar_module(${name} ${TELLAR_RENDERER_SUBDIR} ${ARG_SOURCES})
+    tellar_module(${name} ${TELLAR_RENDERER_SUBDIR} tools ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE tellar_plugin_headers)
     add_dependencies(tellar_renderers ${name})
 endfunction()
 
 # What runs under ThreadSanitizer; nothing else need be built for it.
-add_custom_target(threaded_tests)
+if(TELLAR_BUILD_TESTS)
+    add_custom_target(threaded_tests)
+endif()
 
 # tellar_test(<name> SOURCES <files...> LIBS <targets...>): a GoogleTest program as one test,
 # which fails when there is no case in it; LABELS threaded marks what runs under TSan.

@@ -1,0 +1,30 @@
+# cmake -DBUILD_DIR= -P Uninstall.cmake: removes the files that the last installation from a build
+# folder put in place, and the folders of ours that are then empty. DESTDIR counts as it did then.
+file(GLOB manifests "${BUILD_DIR}/install_manifest*.txt")
+if(NOT manifests)
+    message(FATAL_ERROR "Nothing was installed from ${BUILD_DIR}: it has no install_manifest.txt")
+endif()
+
+# Folders with these names belong to the system, empty or not.
+set(system_folders "/(bin|cmake|doc|include|lib[^/]*|pkgconfig|share)$")
+
+function(remove_empty_folders folder)
+    file(GLOB entries LIST_DIRECTORIES true "${folder}/*" "${folder}/.*")
+    if(IS_DIRECTORY "${folder}" AND NOT entries AND NOT folder MATCHES "${system_folders}")
+        file(REMOVE_RECURSE "${folder}")
+        cmake_path(GET folder PARENT_PATH parent)
+        remove_empty_folders("${parent}")
+    endif()
+endfunction()
+
+foreach(manifest IN LISTS manifests)
+    file(STRINGS "${manifest}" files)
+    foreach(file IN LISTS files)
+        set(file "$ENV{DESTDIR}${file}")
+        message(STATUS "Removing ${file}")
+        file(REMOVE "${file}")
+        cmake_path(GET file PARENT_PATH folder)
+        remove_empty_folders("${folder}")
+    endforeach()
+    file(REMOVE "${manifest}")
+endforeach()
