@@ -1,0 +1,28 @@
+/* One variable for every table, record and enum that plug-ins and hosts in C share, so that their
+   layout is in the debug information of this file. */
+#include <OxPluginHost/OxPluginHost.h>
+#include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
+#include <OxTellarProducers/OxRendererPluginSuite.h>
+#include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
+#include <OxTellarProducers/OxScenegraphLocationDelegatePluginSuite.h>
+#include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/OxPluginApi.h>
+
+#define SHARED(type)                                                                               \
+    extern __attribute__((visibility("default"))) type shared_##type;                              \
+    type shared_##type
+
+SHARED(AttributeType);
+SHARED(OxAttributeSuite_v1);
+SHARED(OxPluginHost);
+SHARED(OxPluginRecord_v1);
+SHARED(OxProceduralContext_v1);
+SHARED(OxProceduralForm);
+SHARED(OxRenderJob_v1);
+SHARED(OxRenderListener_v1);
+SHARED(OxRenderOutputUtilsHostSuite_v3);
+SHARED(OxRenderStatus);
+SHARED(OxRendererPluginSuite_v1);
+SHARED(OxScenegraphIteratorHostSuite_v2);
+SHARED(OxScenegraphIteratorHostSuite_v3);
+SHARED(OxScenegraphLocationDelegatePluginSuite_v1);
