@@ -1,5 +1,9 @@
 #include <OxTellarProducers/ConvertTextures.h>
 
+#include <map>
+#include <string>
+#include <vector>
+
 #include <gmock/gmock.h>
 
 #include "SceneBuilders.h"
@@ -49,6 +53,21 @@ TEST(Textures, OfSeveralMapsWithoutAnIndexAreOfThePrimitive) {
 TEST(Textures, OfNoMapAtAllHaveAnEmptyValue) {
     EXPECT_EQ(Converted({{"colour", Group({{"maps", Texts({})}, {"indicies", kIndex}})}}),
               Group({{"colour", Group({{"value", Texts({})}, {"scope", Text("primitive")}})}}));
+}
+
+TEST(Textures, KeepTheMapsOfAllTheirTimes) {
+    using Samples = std::map<float, std::vector<std::string>>;
+    const Attribute two = OxAttribute::StringAttribute(
+        Samples{{0.0f, {"a.tx", "b.tx"}}, {1.0f, {"c.tx", "d.tx"}}}, 1);
+    const Attribute one =
+        OxAttribute::StringAttribute(Samples{{-1.0f, {"a.tx"}}, {1.0f, {"b.tx"}}}, 1);
+    EXPECT_EQ(Converted({{"byFace", Group({{"maps", two}, {"indicies", kIndex}})},
+                         {"whole", Group({{"maps", one}, {"indicies", kIndex}})},
+                         {"plain", one}}),
+              Group({{"byFace",
+                      Group({{"scope", Text("face")}, {"indexedValue", two}, {"index", kIndex}})},
+                     {"whole", Group({{"value", one}, {"scope", Text("primitive")}})},
+                     {"plain", Group({{"value", one}, {"scope", Text("primitive")}})}}));
 }
 
 TEST(Textures, ThatAreNoneAreLeftOut) {

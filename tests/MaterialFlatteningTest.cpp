@@ -326,6 +326,26 @@ TEST(MinimizedMaterial, WithoutParametersLosesItsInterface) {
         Closed({{"style", Text("network")}}));
 }
 
+TEST(MinimizedMaterial, HasItsInterfaceInTheOrderOfItsParameters) {
+    const auto entry = Group({{"src", Text("n.Kd")}});
+    const auto material =
+        Group({{"style", Text("network")},
+               {"parameters", Group({{"c", Int(1)}, {"a", Int(2)}, {"b", Int(3)}})},
+               {"interface", Group({{"a", entry}, {"b", entry}, {"c", entry}})}});
+    EXPECT_THAT(NamesIn(MinimizeResolvedMaterialAttr(material), "interface"),
+                ElementsAre("c", "a", "b"));
+}
+
+TEST(MinimizedMaterial, LosesNodesAndParametersThatAreNoGroups) {
+    const auto material = Group({{"style", Text("network")},
+                                 {"nodes", Text("n")},
+                                 {"parameters", Int(1)},
+                                 {"interface", Group({{"a", Group({{"src", Text("n.Kd")}})}})},
+                                 {"terminals", Int(3)}});
+    EXPECT_EQ(MinimizeResolvedMaterialAttr(material),
+              Closed({{"style", Text("network")}, {"terminals", Int(3)}}));
+}
+
 TEST(MinimizedMaterial, HasNoInterfaceWhenNoEntryHasASource) {
     const auto parameters = Group({{"a", Int(1)}, {"b", Int(2)}});
     const auto interface = Group({{"a", Group({})}, {"b", Text("n.Kd")}, {"c", Group({})}});

@@ -125,6 +125,17 @@ TEST(ShadingConnections, InGroupsOfGroupsAreSeenOnlyWhereTheComposedNameLeads) {
     EXPECT_THAT(seen.getConnectionNames(), ElementsAre("layer.deep.Kd"));
 }
 
+TEST(ShadingConnections, KeepTheFirstOfTwoWithOneFullName) {
+    const auto layer = Group({{"Kd", Text("out@nested")}});
+    const auto nestedFirst =
+        NodeWithConnections({{"layer", layer}, {"layer.Kd", Text("out@dotted")}});
+    EXPECT_EQ(nestedFirst.getConnection("layer.Kd")->getConnectedNode(), "nested");
+    EXPECT_THAT(nestedFirst.getConnectionNames(), ElementsAre("layer.Kd", "layer.Kd"));
+    const auto dottedFirst =
+        NodeWithConnections({{"layer.Kd", Text("out@dotted")}, {"layer", layer}});
+    EXPECT_EQ(dottedFirst.getConnection("layer.Kd")->getConnectedNode(), "dotted");
+}
+
 // Nodes -------------------------------------------------------------------------------------------
 
 TEST(ShadingNode, HasNameTypeAndParametersInTheirOrder) {
@@ -137,6 +148,19 @@ TEST(ShadingNode, HasNameTypeAndParametersInTheirOrder) {
     EXPECT_THAT(description.getParameterNames(), ElementsAre("z", "a"));
     EXPECT_EQ(IntOf(description.getParameter("z")), 1);
     EXPECT_FALSE(description.getParameter("missing").isValid());
+}
+
+TEST(ShadingNode, IsReadFromTheFirstOfSeveralValues) {
+    const ShadingNodeDescription node(
+        Group({{"name", Texts({"n", "other"})},
+               {"type", Texts({"matte", "other"})},
+               {"connections", Group({{"Kd", Texts({"out@m", "out@other"})}})}}));
+    EXPECT_EQ(node.getName(), "n");
+    EXPECT_EQ(node.getType(), "matte");
+    EXPECT_EQ(node.getConnection("Kd")->getConnectedNode(), "m");
+    const auto nodes = NodesOf(MaterialExposing(Texts({"b.Kd", "a.Kd"})));
+    EXPECT_THAT(nodes.at("a")->getParameterNames(), IsEmpty());
+    EXPECT_THAT(nodes.at("b")->getParameterNames(), ElementsAre("Kd"));
 }
 
 TEST(ShadingNode, WithoutNameOrTypeIsEmpty) {

@@ -281,6 +281,23 @@ TEST(GroupBuilder, DeepUpdateMergesIntoGroupsUnderConstruction) {
               Group({{"g", Group({{"x", Int(1)}, {"y", Int(2)}, {"z", Int(3)}})}}));
 }
 
+TEST(GroupBuilder, DeepUpdateWithTheSameGroupKeepsWhatWasAddedMeanwhile) {
+    const GroupAttribute top = Group({{"g", Group({{"x", Int(1)}})}});
+    GroupBuilder builder;
+    builder.update(top);
+    builder.set("g.x", Int(5));
+    builder.set("g.y", Int(2));
+    builder.deepUpdate(top);
+    EXPECT_EQ(builder.build(), Group({{"g", Group({{"x", Int(1)}, {"y", Int(2)}})}}));
+}
+
+TEST(GroupBuilder, AChildWithAnEmptyNameSurvivesAnEditOfItsGroup) {
+    GroupBuilder builder;
+    builder.set("g", Group({{"", Int(1)}, {"x", Int(2)}}));
+    builder.set("g.y", Int(3));
+    EXPECT_EQ(builder.build(), Group({{"g", Group({{"", Int(1)}, {"x", Int(2)}, {"y", Int(3)}})}}));
+}
+
 TEST(GroupBuilder, DeepUpdateReplacesAGroupByAValue) {
     GroupBuilder builder;
     builder.set("g.x", Int(1));
