@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <unordered_set>
 #include <vector>
 
@@ -92,6 +95,15 @@ void readTextModel(TokenReader& reader, Objects& objects) {
     if (reader.next() == ":") objects.models.insert(reader.next());
 }
 
+// *length { a: numbers }. Assimp makes room for as many before it looks at the first one.
+void readTextLength(TokenReader& reader, std::size_t fileSize) {
+    const std::string_view text = reader.next();
+    std::uint64_t length = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
+    if (error == std::errc::result_out_of_range || length > fileSize)
+        fail("an array claims to hold more than the file");
+}
+
 // C: "OO",child,parent
 void readTextConnection(TokenReader& reader, Objects& objects) {
     if (reader.next() != ":" || reader.next() != "\"OO\"" || reader.next() != ",") return;
@@ -105,10 +117,85 @@ void readText(std::string_view content, Objects& objects) {
     for (std::string_view token; !(token = reader.next()).empty();) {
         if (token == "{" && ++depth > kMaxRecordDepth) fail("records are nested too deep");
         if (token == "}") --depth;
+        if (token == "*") readTextLength(reader, content.size());
         if (token == "Model") readTextModel(reader, objects);
         if (token == "C") readTextConnection(reader, objects);
     }
 }
+
+// Deflate makes a byte of no more.
+constexpr std::uint64_t kMaxDeflation = 1032;
+
+// How many bytes a property of this type takes, or each number of one that is an array.
+std::uint64_t bytesOfType(char type) {
+    switch (type) {
+    case 'B':
+    case 'C':
+    case 'b':
+    case 'c':
+        return 1;
+    case 'Y':
+        return 2;
+    case 'F':
+    case 'I':
+    case 'f':
+    case 'i':
+        return 4;
+    case 'D':
+    case 'L':
+    case 'd':
+    case 'l':
+        return 8;
+    default:
+        fail("a property of an unknown type");
+    }
+}
+
+// The properties of a record of a binary file, one after the other.
+class PropertyReader {
+public:
+    explicit PropertyReader(std::string_view properties) : rest(properties) {}
+
+    void check() {
+        while (!rest.empty()) {
+            const char type = take(1)[0];
+            if (type == 'S' || type == 'R')
+                take(number());
+            else if (type >= 'a')
+                checkArray(bytesOfType(type));
+            else
+                take(bytesOfType(type));
+        }
+    }
+
+private:
+    // Length, whether the numbers are deflated, how many bytes they take here, and these. Assimp
+    // makes room for as many numbers as it is told, and counts their bytes in 32 bits.
+    void checkArray(std::uint64_t numberBytes) {
+        const std::uint64_t bytes = number() * numberBytes;
+        const bool isDeflated = number() != 0;
+        const std::uint64_t bytesHere = number();
+        take(bytesHere);
+        if (bytes > bytesHere * (isDeflated ? kMaxDeflation : 1) ||
+            bytes > std::numeric_limits<std::uint32_t>::max())
+            fail("an array claims to hold more than the file");
+    }
+
+    std::uint64_t number() {
+        std::uint32_t value = 0;
+        std::memcpy(&value, take(sizeof value).data(), sizeof value); // little-endian machines only
+        return value;
+    }
+
+    std::string_view take(std::uint64_t size) {
+        if (size > rest.size()) fail("a property does not fit its record");
+        const std::string_view taken = rest.substr(0, size);
+        rest.remove_prefix(size);
+        return taken;
+    }
+
+    std::string_view rest;
+};
 
 // Reads a binary file record by record. A record is: where it ends, how many properties it has
 // and their size, its name; the properties; then records in it, up to its end.
@@ -164,6 +251,7 @@ private:
         const std::string_view name = content.substr(at, nameLength);
         at += nameLength;
         const std::string_view properties = content.substr(at, propertyBytes);
+        PropertyReader(properties).check();
         if (name == "Model") readModel(properties);
         if (name == "C") readConnection(properties);
         at += propertyBytes;

@@ -359,4 +359,49 @@ TEST(DamagedFbx, HasRecordsThatFit) {
                                                      "damaged FBX: records are nested too deep"));
 }
 
+/// An array property of that many doubles, of which some bytes are there.
+std::string Doubles(std::uint32_t count, bool isDeflated, const std::string& bytes) {
+    return "d" +
+           BytesOf<std::uint32_t>({count, isDeflated, static_cast<std::uint32_t>(bytes.size())}) +
+           bytes;
+}
+
+TEST(DamagedFbx, AsksForNoMoreNumbersThanItHasBytesFor) {
+    const auto check = [](const std::string& properties) {
+        std::string file = kBinaryFbx;
+        AddRecord(file, "Vertices", properties);
+        CheckFbx(file, 1000);
+    };
+    const auto refusal = testing::ThrowsMessage<std::runtime_error>(
+        "damaged FBX: an array claims to hold more than the file");
+    EXPECT_NO_THROW(check(Doubles(2, false, std::string(16, '\0'))));
+    EXPECT_NO_THROW(check(Doubles(258, true, "xx")));
+    EXPECT_THAT([&] { check(Doubles(3, false, std::string(16, '\0'))); }, refusal);
+    EXPECT_THAT([&] { check(Doubles(259, true, "xx")); }, refusal);
+    EXPECT_THAT([&] { check(Doubles(0xffffffff, true, std::string(99, 'x'))); }, refusal);
+    // Would be 8 bytes if they were counted in 32 bits.
+    EXPECT_THAT([&] { check(Doubles(0x20000001, false, std::string(8, 'x'))); }, refusal);
+
+    const std::string panel = ContentOf(kData + "/panel.fbx");
+    EXPECT_EQ(ReasonOf("a.fbx", Replaced(panel, "*12", "*4000000000")),
+              "damaged FBX: an array claims to hold more than the file");
+}
+
+TEST(DamagedFbx, HasPropertiesThatFitTheirRecord) {
+    const auto check = [](const std::string& properties) {
+        std::string file = kBinaryFbx;
+        AddRecord(file, "P", properties);
+        CheckFbx(file, 1000);
+    };
+    EXPECT_NO_THROW(check(std::string("S\1\0\0\0aC\1Y\0\0", 11) + Identity(7)));
+    EXPECT_THAT([&] { check(Identity(7).substr(0, 8)); },
+                testing::ThrowsMessage<std::runtime_error>(
+                    "damaged FBX: a property does not fit its record"));
+    EXPECT_THAT([&] { check("S\xff\xff\xff\xffx"); },
+                testing::ThrowsMessage<std::runtime_error>(
+                    "damaged FBX: a property does not fit its record"));
+    EXPECT_THAT([&] { check("?"); }, testing::ThrowsMessage<std::runtime_error>(
+                                         "damaged FBX: a property of an unknown type"));
+}
+
 } // namespace
