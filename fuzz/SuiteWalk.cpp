@@ -145,6 +145,7 @@ private:
             read(Owned(suite.getChildByIndex(group, i)).get());
         }
         if (count == 0) return;
+        digest.add(suite.getChildByName(group, nullptr) != nullptr);
         for (const std::string& name : names)
             digest.add(suite.getType(Owned(suite.getChildByName(group, name.c_str())).get()));
     }
@@ -177,6 +178,7 @@ public:
         : digest(digest), reader(reader) {
         for (const std::string& name : names)
             texts.push_back(name.c_str());
+        texts.push_back(nullptr);
     }
 
     void read(OxSgIteratorStruct* location, OxAttributeStruct* attrs) {
@@ -337,14 +339,18 @@ private:
         take(suite.getPotentialChildren(location));
         meet(suite.getParent(location));
         meet(suite.getRoot(location));
-        for (const std::string& name : names) {
-            take(suite.getAttribute(location, name.c_str()));
-            take(suite.getGlobalAttribute(location, name.c_str()));
-            meet(suite.getChildByName(location, name.c_str(), evict));
-            meet(suite.getProducerByPath(location, name.c_str(), evict));
-        }
+        askFor(location, nullptr);
+        for (const std::string& name : names)
+            askFor(location, name.c_str());
         utilsReader.read(location, attrs.get());
         ReadMadeAttributes(reader, names, attrs.get());
+    }
+
+    void askFor(OxSgIteratorStruct* location, const char* name) {
+        take(suite.getAttribute(location, name));
+        take(suite.getGlobalAttribute(location, name));
+        meet(suite.getChildByName(location, name, evict));
+        meet(suite.getProducerByPath(location, name, evict));
     }
 
     void take(OxAttributeStruct* attribute) { reader.read(Owned(attribute).get()); }
