@@ -13,7 +13,8 @@ namespace TELLAR {
 
 /// One client per thread for an op-tree source, made on the thread's first request and given back
 /// to the client factory when the thread ends. All objects over sources with equal hashes give a
-/// thread the same client.
+/// thread the same client. A request that is made on the thread after its client was given back, at
+/// the end of another of its objects, is that of a new thread.
 ///
 /// Threads: one object may be shared by any number of threads.
 class TELLAR_API ThreadLocalClient {
