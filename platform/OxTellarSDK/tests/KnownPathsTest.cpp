@@ -134,6 +134,22 @@ TEST(KnownPaths, OfAnyNumberOfLevelsAreFoundAgain) {
     }
 }
 
+// More levels than a place has room for, of names that fall on all places that a thread has.
+TEST(KnownPaths, OfFourLevelsAreFoundAgainInAnyPlace) {
+    std::vector<std::pair<std::string, int>> values;
+    for (int i = 0; i < 300; ++i)
+        values.emplace_back(std::to_string(i), i);
+    const GroupAttribute c({{"c", Numbers(values)}}, true);
+    const GroupAttribute b({{"b", c}}, true);
+    const GroupAttribute file = InFile(GroupAttribute({{"a", b}}, true));
+    const auto at = [&](const auto& entry) { return At(file, "a.b.c." + entry.first); };
+    int wrong = 0;
+    for (const auto& first : values)
+        for (const auto& second : values)
+            wrong += at(first) != first.second || at(second) != second.second;
+    EXPECT_EQ(wrong, 0);
+}
+
 TEST(KnownPaths, MayBeMoreThanAThreadKeeps) {
     std::vector<std::pair<std::string, int>> values;
     for (int i = 0; i < 2000; ++i)
