@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 /// Paths whose sources have a hash that was chosen before. Each character multiplies the hash, so
@@ -10,56 +11,75 @@
 /// a time, with texts that leave right what is right already.
 namespace TellarTest {
 
+constexpr std::uint64_t kHashFactor = 0xc6a4a7935bd1e995;
+constexpr std::uint64_t kHashStep = 0xe6546b64;
+
+inline std::uint64_t HashKey(char character) {
+    const std::uint64_t key = static_cast<std::uint64_t>(std::int64_t(character)) * kHashFactor;
+    return (key ^ key >> 47) * kHashFactor;
+}
+
 inline std::uint64_t HashPath(std::uint64_t hash, const std::string& text) {
-    constexpr std::uint64_t kFactor = 0xc6a4a7935bd1e995;
-    for (const char character : text) {
-        std::uint64_t key = static_cast<std::uint64_t>(std::int64_t(character)) * kFactor;
-        key = (key ^ key >> 47) * kFactor;
-        hash = (hash ^ key) * kFactor + 0xe6546b64;
-    }
+    for (const char character : text)
+        hash = (hash ^ HashKey(character)) * kHashFactor + kHashStep;
     return hash;
 }
 
-/// Goes through all rows of `length` texts until `stop` returns true for a row's text and its hash.
-template <typename Stop>
-bool ForEachRow(const std::vector<std::string>& texts, int length, std::uint64_t hash,
-                std::string& row, const Stop& stop) {
-    if (length == 0) return stop(row, hash);
-    const std::size_t size = row.size();
-    for (const std::string& text : texts) {
-        row += text;
-        if (ForEachRow(texts, length - 1, HashPath(hash, text), row, stop)) return true;
-        row.resize(size);
+/// The hash before the text, of the one behind it.
+inline std::uint64_t HashBefore(std::uint64_t hash, const std::string& text) {
+    std::uint64_t inverse = kHashFactor;
+    for (int i = 0; i < 5; ++i)
+        inverse *= 2 - kHashFactor * inverse;
+    for (auto character = text.rbegin(); character != text.rend(); ++character)
+        hash = (hash - kHashStep) * inverse ^ HashKey(*character);
+    return hash;
+}
+
+using Pieces = std::vector<std::string>;
+
+inline Pieces Pairs(const Pieces& texts) {
+    Pieces pairs;
+    for (const std::string& first : texts)
+        for (const std::string& second : texts)
+            pairs.push_back(first + second);
+    return pairs;
+}
+
+/// All texts, one of the starts and one of the ends, that lead from one hash to the other as far as
+/// the bits of the mask go.
+inline Pieces Connect(std::uint64_t from, std::uint64_t to, std::uint64_t mask,
+                      const Pieces& starts, const Pieces& ends) {
+    std::unordered_multimap<std::uint64_t, const std::string*> endsByHash;
+    for (const std::string& end : ends)
+        endsByHash.emplace(HashBefore(to, end) & mask, &end);
+    Pieces found;
+    for (const std::string& start : starts) {
+        const auto range = endsByHash.equal_range(HashPath(from, start) & mask);
+        for (auto end = range.first; end != range.second; ++end)
+            found.push_back(start + *end->second);
     }
-    return false;
+    return found;
 }
 
 /// A path with this hash, of a file with a name of 160 characters in the folder (which ends with a
-/// slash). Empty when none is found: of the 2^24 rows at each step about 256 are right.
+/// slash). Empty when there is none: at each step about 256 of 2^24 texts are right.
 inline std::string PathWithHash(const std::string& folder, std::uint64_t wanted) {
-    std::vector<std::string> texts;
+    Pieces texts;
     for (const char character : std::string("0123456789-_abcdefghijklmnopqrstuvwxyz"
                                             "ABCDEFGHIJKLMNOPQRSTUVWXYZ"))
         texts.emplace_back(1, character);
+    texts = Pairs(texts);
+    Pieces starts = texts;
     std::string path = folder;
-    for (int bits = 16; bits <= 64; bits += 16) {
+    for (int bits = 16;; bits += 16) {
         const std::uint64_t mask = ~std::uint64_t(0) >> (64 - bits);
-        const auto isRight = [&](std::uint64_t hash) { return ((hash ^ wanted) & mask) == 0; };
-        const int length = bits == 16 ? 4 : 3;
-        if (!ForEachRow(texts, length, HashPath(0, path), path,
-                        [&](const std::string&, std::uint64_t hash) { return isRight(hash); }))
-            return {};
-        if (bits == 64) break;
-        std::vector<std::string> keeping;
-        std::string row;
-        ForEachRow(texts, length, wanted & mask, row,
-                   [&](const std::string& text, std::uint64_t hash) {
-                       if (isRight(hash)) keeping.push_back(text);
-                       return false;
-                   });
-        texts = std::move(keeping);
+        const Pieces next = Connect(HashPath(0, path), wanted, mask, starts, texts);
+        if (next.empty()) return {};
+        path += next[0];
+        if (bits == 64) return path;
+        texts = Connect(wanted, wanted, mask, starts, texts);
+        starts = Pairs(texts);
     }
-    return path;
 }
 
 } // namespace TellarTest
