@@ -1,6 +1,9 @@
 #include <OxTellarProducers/ClientFactory.h>
 
+#include <unistd.h>
+
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <mutex>
@@ -14,7 +17,9 @@
 #include <gmock/gmock.h>
 #include <rapidjson/document.h>
 
+#include <OxPluginHost/OxPluginHost.h>
 #include <OxRenderServices/AnalyticsManager.h>
+#include <OxTellarProducers/OxTellarProducersInitialize.h>
 #include <OxTellarSDK/AttributeStream.h>
 
 #include "CapturedLog.h"
@@ -46,7 +51,28 @@ OpTreeSource UniqueSource() {
         SceneTree(Location({{"tag", Text(UniqueTag())}}, {{"world", Location({})}})));
 }
 
+/// In a process that has asked for no plug-ins so far: makes a client, which loads a plug-in that
+/// opens a scene meanwhile. Ends the process with 0 when both have what they wanted.
+void MakeClientWhilePluginOpensScene() {
+    alarm(60); // instead of waiting for ever
+    const TempDirectory folder;
+    const std::string file = folder.path("scene.oxop");
+    OxAttribute::WriteOpFile(file, TestTree(Texts({"world"})));
+    setenv("OX_PLUGIN_PATH", TELLAR_TEST_PLUGIN_DIR, 1);
+    setenv("TELLAR_TEST_SCENE", file.c_str(), 1);
+    OxTellarProducersInitialize(OxGetPluginHost());
+    const Client client = ClientCreateWithOpTree(UniqueSource());
+    const bool isOpened = OxGetPluginHost()->getPluginSuite("scene opener", "TestSceneOpener", 1);
+    const bool isMade = client && client->cookLocation("/root/world").doesLocationExist();
+    std::_Exit(isOpened && isMade ? 0 : 1);
+}
+
 // Making clients ----------------------------------------------------------------------------------
+
+TEST(ClientFactoryDeathTest, LetsAPluginOpenASceneWhileTheFirstClientIsMade) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process of its own
+    EXPECT_EXIT(MakeClientWhilePluginOpensScene(), testing::ExitedWithCode(0), "");
+}
 
 TEST(ClientFactory, MakesAClientThatCooksTheTreesLastOp) {
     const GroupAttribute scene = Location({{"tag", Text(UniqueTag())}}, {{"world", Location({})}});

@@ -3,6 +3,8 @@
 #include <map>
 #include <mutex>
 
+#include <OxTellarSDK/OpType.h>
+
 namespace {
 
 struct Services {
@@ -18,7 +20,9 @@ Services& GetServices() {
 
 } // namespace
 
-OxTellarServicesHost::OxTellarServicesHost() = default;
+OxTellarServicesHost::OxTellarServicesHost() {
+    OxOpType::LoadOpTypes();
+}
 
 std::shared_ptr<TellarRuntime> OxTellarServicesHost::createRuntime() const {
     Services& services = GetServices();

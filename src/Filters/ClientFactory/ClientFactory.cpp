@@ -99,6 +99,8 @@ Creation CreateClient(const OpTreeSource& source) {
 class ClientFactory {
 public:
     Client create(const OpTreeSource& source) {
+        // Loads the plug-ins, whose code may ask for a client of its own: before the lock is taken.
+        const OxTellarServicesHost pluginLoader;
         const std::lock_guard<std::mutex> guard(cacheLock);
         takeInReleased();
         evict();

@@ -8,10 +8,13 @@
 #include <OxTellarSDK/TellarRuntime.h>
 #include <OxTellarServicesHost/Export.h>
 
-/// Where runtimes come from. Cheap to construct; objects keep nothing of their own.
+/// Where runtimes come from. Objects keep nothing of their own. The first one loads the plug-ins
+/// that are there; further ones are cheap to construct.
 /// Threads: everything may be called from any number of threads.
 class OXTELLARSERVICESHOST_API OxTellarServicesHost {
 public:
+    /// Loads plug-ins that have not been loaded, and asks them for their op types. Their code may
+    /// open scenes itself, so hold no lock that this needs.
     OxTellarServicesHost();
 
     /// A new runtime, owned by the caller; null when there is none to be had.
