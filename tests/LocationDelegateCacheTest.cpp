@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdlib>
+#include <map>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -13,6 +14,8 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/PluginManager.h>
 
+#include "CapturedLog.h"
+#include "LocationDelegates.h"
 #include "RunTogether.h"
 #include "plugins/DelegateCalls.h"
 
@@ -99,10 +102,16 @@ TEST_F(LocationDelegateCache, AnswersAllOfManyFirstCallersInFull) {
 TEST_F(LocationDelegateCache, MakesOneInstanceOfEachDelegateAndEndsNone) {
     // Not of those with null suite, without entries, create, renderer or types; the one without
     // instance does not count.
-    EXPECT_EQ(firstCalls().sphereCalls.created, 6);
+    EXPECT_EQ(firstCalls().sphereCalls.created, 7);
     EXPECT_EQ(firstCalls().sphereCalls.destroyed, 0);
     EXPECT_EQ(firstCalls().forestCalls.created, 4);
     EXPECT_EQ(firstCalls().forestCalls.destroyed, 0);
+}
+
+TEST_F(LocationDelegateCache, TellsADelegateThatAsksWhileItIsMadeOfThoseBeforeIt) {
+    EXPECT_EQ(firstCalls().sphereCalls.foundDisk, 1);
+    EXPECT_EQ(firstCalls().sphereCalls.foundCone, 0);
+    EXPECT_EQ(firstCalls().sphereCalls.foundTypes, 3); // ball, disk, sphere
 }
 
 TEST_F(LocationDelegateCache, FindsARenderersOwnDelegatesByItsName) {
@@ -127,12 +136,14 @@ TEST_F(LocationDelegateCache, KeepsTheFirstOfSeveralThatClaimOneType) {
     EXPECT_EQ(Cache::getPluginSuite("tree", ""), SuiteOf("forest"));
 }
 
-TEST_F(LocationDelegateCache, HasNothingForUnknownTypesAndRenderers) {
+TEST_F(LocationDelegateCache, HasNothingForUnknownTypesAndRenderersAndLogsNothing) {
+    const CapturedLog log;
     EXPECT_EQ(Cache::getPluginSuite("cube", "lantern"), nullptr);
     EXPECT_EQ(Cache::getPluginSuite("cube", ""), nullptr);
     EXPECT_EQ(Cache::getPluginSuite("", "lantern"), nullptr);
     EXPECT_EQ(Cache::getPluginSuite("sphere", "Lantern"), nullptr);
     EXPECT_THAT(TypesFor("nobody"), IsEmpty());
+    EXPECT_THAT(log.messages(), IsEmpty());
 }
 
 TEST_F(LocationDelegateCache, TakesADelegateWithoutARenderersNameForOneForEveryRenderer) {
@@ -178,6 +189,54 @@ TEST_F(LocationDelegateCache, DoesNotSeePluginsThatComeLater) {
     Cache::initializeCache();
     EXPECT_EQ(Cache::getPluginSuite("flame", "candle"), nullptr);
     EXPECT_THAT(TypesFor("candle"), IsEmpty());
+}
+
+// One delegate
+// -------------------------------------------------------------------------------------
+
+/// What a delegate was asked, in order, and the instance that it was asked with.
+std::vector<std::string> asked;
+int madeInstance = 0;
+
+void Note(const char* entry, OxLocationDelegateInstance given) {
+    asked.push_back(given == &madeInstance ? entry : std::string(entry) + " of another");
+}
+
+constexpr Suite kNotingDelegate = {
+    []() -> OxLocationDelegateInstance {
+        asked.emplace_back("create");
+        return &madeInstance;
+    },
+    [](OxLocationDelegateInstance given) { Note("destroy", given); },
+    [](OxLocationDelegateInstance given, OxSgIteratorStruct*) -> OxAttributeStruct* {
+        Note("replacement", given);
+        return nullptr;
+    },
+    [](OxLocationDelegateInstance given) {
+        Note("renderer", given);
+        return StringAttribute("candle").detach();
+    },
+    [](OxLocationDelegateInstance given) {
+        Note("types", given);
+        const std::map<float, std::vector<std::string>> samples = {
+            {-1.0f, {"early", "earlier"}}, {0.25f, {"now", "then"}}, {1.0f, {"late", "later"}}};
+        return StringAttribute(samples, 1).detach();
+    }};
+
+TEST(LocationDelegates, AskForTheTypesBeforeTheRendererAndKeepTheInstance) {
+    asked.clear();
+    Suite suite = kNotingDelegate;
+    TELLAR::LocationDelegates delegates;
+    delegates.add(&suite);
+    EXPECT_THAT(asked, ElementsAre("create", "types", "renderer"));
+    EXPECT_EQ(delegates.find("then", "candle"), &suite);
+}
+
+TEST(LocationDelegates, TakeTheTypesOfTimeZero) {
+    Suite suite = kNotingDelegate;
+    TELLAR::LocationDelegates delegates;
+    delegates.add(&suite);
+    EXPECT_THAT(delegates.types("candle"), ElementsAre("now", "then"));
 }
 
 TEST_F(LocationDelegateCache, HandsOutSuitesThatCanBeUsed) {

@@ -170,7 +170,9 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     const double* (*getCameraXform)(CameraInfoStruct* camera);
 
     /* 45 The delegate that takes over locations of a type for a renderer (null or empty: those for
-          every renderer); null when there is none. It lives as long as the process. */
+          every renderer); null when there is none. It lives as long as the process. The first call
+          of this slot or the next asks all delegates what they serve; one that calls either of
+          them meanwhile, from its entries 1, 4 and 5, is told of those asked before it. */
     OxScenegraphLocationDelegatePluginSuite_v1* (*getLocationDelegate)(const char* locationType,
                                                                        const char* rendererName);
     /* 46 The location types that have a delegate, as one string attribute. */

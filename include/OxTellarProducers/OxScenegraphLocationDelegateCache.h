@@ -15,6 +15,11 @@ namespace TELLAR {
 ///
 /// Threads: any; who asks first makes the others wait. What a plug-in throws as it is asked comes
 /// out of the question, and the next question tries again.
+///
+/// A delegate may ask from within its own entries while it is asked for what it serves, on the same
+/// thread: it finds the delegates asked before it. It must not wait for another thread that asks.
+/// A plug-in that asks while plug-ins are being loaded settles it for all: those loaded by then are
+/// the delegates of the process.
 class TELLAR_API OxScenegraphLocationDelegateCache {
 public:
     static void initializeCache();

@@ -2,6 +2,9 @@
 
 #include <atomic>
 #include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
 
 #include <OxTellarSDK/PluginManager.h>
 
@@ -17,16 +20,40 @@ using Suite = OxScenegraphLocationDelegatePluginSuite_v1;
 
 /// The table is written under the lock before the flag is set, and never again: it is read
 /// without it.
+/// The thread that writes it may read it in between, for a delegate that is being added.
 struct Delegates {
     LocationDelegates table;
     std::atomic<bool> isInitialized{false};
     std::mutex lock;
+    std::atomic<std::thread::id> populatingThread{};
 };
 
 Delegates& GetDelegates() {
     static auto* const delegates = new Delegates;
     return *delegates;
 }
+
+std::vector<std::string> NamesOfPlugins() {
+    std::vector<std::string> names;
+    PluginManager::getPluginNames(OX_LOCATION_DELEGATE_API, names,
+                                  OX_LOCATION_DELEGATE_API_VERSION);
+    return names;
+}
+
+/// While it lives, the calling thread populates the table.
+class PopulatingScope {
+public:
+    explicit PopulatingScope(Delegates& delegates) : guard(delegates.lock), owner(delegates) {
+        owner.populatingThread = std::this_thread::get_id();
+    }
+    ~PopulatingScope() { owner.populatingThread = std::thread::id(); }
+    PopulatingScope(const PopulatingScope&) = delete;
+    PopulatingScope& operator=(const PopulatingScope&) = delete;
+
+private:
+    const std::lock_guard<std::mutex> guard;
+    Delegates& owner;
+};
 
 Suite* FindDelegate(const std::string& pluginName) {
     const auto plugin = PluginManager::getPlugin(pluginName, OX_LOCATION_DELEGATE_API,
@@ -39,10 +66,7 @@ Suite* FindDelegate(const std::string& pluginName) {
 void OxScenegraphLocationDelegateCache::populate() {
     Delegates& delegates = GetDelegates();
     if (delegates.isInitialized) return;
-    std::vector<std::string> names;
-    PluginManager::getPluginNames(OX_LOCATION_DELEGATE_API, names,
-                                  OX_LOCATION_DELEGATE_API_VERSION);
-    for (const std::string& name : names)
+    for (const std::string& name : NamesOfPlugins())
         delegates.table.add(FindDelegate(name));
     delegates.isInitialized = true;
 }
@@ -50,7 +74,11 @@ void OxScenegraphLocationDelegateCache::populate() {
 void OxScenegraphLocationDelegateCache::initializeCache() {
     Delegates& delegates = GetDelegates();
     if (delegates.isInitialized) return;
-    const std::lock_guard<std::mutex> guard(delegates.lock);
+    if (delegates.populatingThread == std::this_thread::get_id()) return;
+    // Loads the plug-ins before the lock is taken: one that asks for delegates while another thread
+    // loads it would wait here for that thread.
+    NamesOfPlugins();
+    const PopulatingScope scope(delegates);
     populate(); // does nothing when another thread was faster
 }
 

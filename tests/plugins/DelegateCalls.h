@@ -6,6 +6,11 @@
 typedef struct DelegateCalls {
     int created;
     int destroyed;
+    /* What a delegate finds that asks while it is made itself: whether there is one for disks, and
+       one for cones, which is asked later; and how many types have one. */
+    int foundDisk;
+    int foundCone;
+    int foundTypes;
 } DelegateCalls;
 
 #endif

@@ -2,6 +2,8 @@
 
 #include "DelegateForTests.h"
 
+#include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
+
 typedef OxScenegraphLocationDelegatePluginSuite_v1 Suite;
 typedef OxLocationDelegateInstance Instance;
 
@@ -44,6 +46,24 @@ static const Suite late = {createDelegate, destroyDelegate, noReplacement, lante
 
 static const void* getLate(void) {
     return &late;
+}
+
+/* Looks for other delegates while it is made, and serves nothing. */
+static Instance createAsking(void) {
+    const OxRenderOutputUtilsHostSuite_v3* const utils =
+        delegateHost->getSuite(OX_RENDER_OUTPUT_UTILS_HOST_SUITE, 3);
+    OxAttributeStruct* const types = utils->getLocationTypesWithDelegates("lantern");
+    delegateCalls.foundTypes = (int)attributeSuite()->getNumberOfValues(types);
+    attributeSuite()->release(types);
+    delegateCalls.foundDisk = utils->getLocationDelegate("disk", "lantern") != NULL;
+    delegateCalls.foundCone = utils->getLocationDelegate("cone", "lantern") != NULL;
+    return createDelegate();
+}
+
+static const Suite asking = {createAsking, destroyDelegate, noReplacement, lantern, noAttribute};
+
+static const void* getAsking(void) {
+    return &asking;
 }
 
 static const void* getNull(void) {
@@ -153,6 +173,8 @@ static const OxPluginRecord_v1 records[] = {
     {OX_PLUGIN_RECORD_VERSION, "sphere", OX_LOCATION_DELEGATE_API, 1, 1, 0, getSphere, setHost,
      NULL},
     {OX_PLUGIN_RECORD_VERSION, "late", OX_LOCATION_DELEGATE_API, 1, 1, 0, getLate, setHost, NULL},
+    {OX_PLUGIN_RECORD_VERSION, "asking", OX_LOCATION_DELEGATE_API, 1, 1, 0, getAsking, setHost,
+     NULL},
     {OX_PLUGIN_RECORD_VERSION, "without the rest", OX_LOCATION_DELEGATE_API, 1, 1, 0,
      getWithoutTheRest, setHost, NULL},
     {OX_PLUGIN_RECORD_VERSION, "without instance", OX_LOCATION_DELEGATE_API, 1, 1, 0,
