@@ -68,8 +68,8 @@ void PluginManager::getPluginApiVersions(const std::string& apiName,
     versions = registry().apiVersions(apiName);
 }
 
-void PluginManager::flushSpecificPluginCache(const std::string& apiName) {
-    registry().flush(apiName);
+void PluginManager::flushSpecificPluginCache(PluginHandle plugin) {
+    registry().flush(plugin);
 }
 
 void PluginManager::addSearchPath(const std::string& path) {

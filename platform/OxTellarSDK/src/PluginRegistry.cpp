@@ -153,11 +153,7 @@ PluginHandle PluginRegistry::plugin(const std::string& name, const std::string& 
 }
 
 const void* PluginRegistry::pluginSuite(PluginHandle plugin) const {
-    const PluginEntry* entry = nullptr;
-    {
-        const std::shared_lock<std::shared_mutex> lock(tables);
-        entry = find(plugin);
-    }
+    const PluginEntry* entry = entryOf(plugin);
     if (!entry) return nullptr;
     const void* suite = nullptr;
     const std::string thrown = ExceptionFrom([&] { suite = plugin->getSuite(); });
@@ -192,24 +188,15 @@ std::vector<unsigned int> PluginRegistry::apiVersions(const std::string& apiName
 }
 
 void PluginRegistry::refuse(PluginHandle plugin, const std::string& reason) {
-    std::string file;
-    std::string name;
-    {
-        const std::shared_lock<std::shared_mutex> lock(tables);
-        const PluginEntry* entry = find(plugin);
-        if (!entry) return;
-        file = entry->file;
-        name = entry->name;
-    }
-    refuse(file, "plug-in " + inQuotes(name) + ": " + reason);
+    if (const PluginEntry* entry = entryOf(plugin))
+        refuse(entry->file, "plug-in " + inQuotes(entry->name) + ": " + reason);
 }
 
-void PluginRegistry::flush(const std::string& apiName) const {
-    for (const PluginEntry* entry : snapshot()) {
-        if (entry->apiName != apiName || !entry->record->flush) continue;
-        const std::string thrown = ExceptionFrom([entry] { entry->record->flush(); });
-        if (!thrown.empty()) warnAbout(*entry, "flush " + thrown);
-    }
+void PluginRegistry::flush(PluginHandle plugin) const {
+    const PluginEntry* entry = entryOf(plugin);
+    if (!entry || !plugin->flush) return;
+    const std::string thrown = ExceptionFrom([plugin] { plugin->flush(); });
+    if (!thrown.empty()) warnAbout(*entry, "flush " + thrown);
 }
 
 void PluginRegistry::addFolder(const std::string& path) {
@@ -328,7 +315,7 @@ void PluginRegistry::refuse(const std::string& file, const std::string& reason) 
     logger().warn("Passed over " + inQuotes(file) + ": " + reason, __FILE__, __LINE__);
 }
 
-// From here on: the caller holds `tables`, except for snapshot().
+// From here on: the caller holds `tables`, except for entryOf() and snapshot().
 
 void PluginRegistry::addFolderOnce(const std::string& path) {
     if (path.empty()) return;
@@ -350,6 +337,11 @@ const PluginEntry* PluginRegistry::find(const std::string& name, const std::stri
         return entry.apiVersion == apiVersion && entry.name == name && entry.apiName == apiName;
     });
     return found != entries.end() ? &*found : nullptr;
+}
+
+const PluginEntry* PluginRegistry::entryOf(PluginHandle plugin) const {
+    const std::shared_lock<std::shared_mutex> lock(tables);
+    return find(plugin);
 }
 
 std::vector<const PluginEntry*> PluginRegistry::snapshot() const {

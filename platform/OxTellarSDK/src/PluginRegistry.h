@@ -42,7 +42,7 @@ public:
     std::vector<std::string> apiNames();
     std::vector<unsigned int> apiVersions(const std::string& apiName);
     void refuse(PluginHandle plugin, const std::string& reason);
-    void flush(const std::string& apiName) const;
+    void flush(PluginHandle plugin) const;
     void addFolder(const std::string& path);
     std::vector<std::string> folders() const;
     std::vector<RefusedPlugin> refusedPlugins();
@@ -59,6 +59,7 @@ private:
     const PluginEntry* find(PluginHandle plugin) const;
     const PluginEntry* find(const std::string& name, const std::string& apiName,
                             unsigned int apiVersion) const;
+    const PluginEntry* entryOf(PluginHandle plugin) const;
     std::vector<const PluginEntry*> snapshot() const;
 
     // Two locks, taken in this order:

@@ -103,8 +103,8 @@ TEST_F(PluginManagerTest, FlushesAndSetsHosts) {
     const auto* suite = static_cast<const TestShapesSuite*>(PluginManager::getPluginSuite(sphere));
     ASSERT_NE(suite, nullptr);
     const int flushesBefore = suite->flushCount();
-    PluginManager::flushSpecificPluginCache("TestShapes");
-    EXPECT_EQ(suite->flushCount(), flushesBefore + 2);
+    PluginManager::flushSpecificPluginCache(sphere);
+    EXPECT_EQ(suite->flushCount(), flushesBefore + 1);
 
     int host = 0;
     PluginManager::setHost(reinterpret_cast<OxPluginHost*>(&host));

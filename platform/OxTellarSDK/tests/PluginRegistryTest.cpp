@@ -262,17 +262,20 @@ INSTANTIATE_TEST_SUITE_P(
         BadPlugin{"NoSuitePlugin", "plug-in 1: it has no getSuite function"}),
     [](const testing::TestParamInfo<BadPlugin>& info) { return info.param.library; });
 
-TEST(PluginRegistry, FlushesThePluginsOfOneApiInEveryVersion) {
+TEST(PluginRegistry, FlushesOnePluginAtATime) {
     const PluginFolder folder;
     folder.install("GoodPlugin", "good.so");
     PluginRegistry registry({folder.path()}, "");
     const TestShapesSuite& suite = suiteOf(registry);
-    registry.flush("TestShapes");
+    registry.flush(registry.plugin("sphere", "TestShapes", 2));
+    EXPECT_EQ(suite.flushCount(), 1);
+    registry.flush(registry.plugin("red", "TestColors", 1));
     EXPECT_EQ(suite.flushCount(), 2);
-    registry.flush("TestColors");
-    EXPECT_EQ(suite.flushCount(), 3);
-    registry.flush("Unknown");
-    EXPECT_EQ(suite.flushCount(), 3);
+    registry.flush(registry.plugin("sphere", "TestShapes", 1)); // has nothing to flush
+    const OxPluginRecord_v1 stranger = {};
+    registry.flush(&stranger);
+    registry.flush(nullptr);
+    EXPECT_EQ(suite.flushCount(), 2);
 }
 
 TEST(PluginRegistry, GivesEveryChangeOfTheHostToPluginsThatAreLoaded) {
@@ -348,7 +351,8 @@ TEST(PluginRegistry, LetsNoExceptionOfAPluginOut) {
         ASSERT_NE(plugin, nullptr);
         EXPECT_EQ(registry.pluginSuite(plugin), nullptr);
     }
-    registry.flush("TestThrowing");
+    for (const char* name : kNames)
+        registry.flush(registry.plugin(name, "TestThrowing", 1));
     registry.setHost(hostNumber(1));
     std::vector<std::string> expected;
     for (const std::string call : {"suite", "flush", "host"}) {
@@ -447,13 +451,13 @@ TEST(PluginRegistry, StaysRightWhileThreadsAskAddFoldersFlushAndSetHosts) {
             if (number == 1) registry.setHost(hostNumber(i % 10));
             if (suiteOf(registry).libraryNumber() != 1) ++wrong;
             if (registry.pluginNames("TestShapes", 1).size() != 2) ++wrong;
-            if (number == 2) registry.flush("TestShapes");
+            if (number == 2) registry.flush(registry.plugin("cube", "TestShapes", 1));
             registry.folders();
             registry.refusedPlugins();
         }
     });
     EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(suiteOf(registry).flushCount(), 200);
+    EXPECT_EQ(suiteOf(registry).flushCount(), 100);
     EXPECT_EQ(suiteOf(registry).lastHost(), hostNumber(9));
     EXPECT_NE(registry.plugin("easy", "TestChoosy", 1), nullptr);
 }

@@ -132,9 +132,24 @@ OxAttributeStruct* GetProceduralArguments(OxSgIteratorStruct* location,
     });
 }
 
+/// Asks each plug-in of the API, in every version, to drop its caches.
+void FlushPlugins(const std::string& apiName) {
+    using OxPluginManager::PluginManager;
+    std::vector<std::string> names;
+    PluginManager::getApiNames(names);
+    if (std::find(names.begin(), names.end(), apiName) == names.end()) return;
+    std::vector<unsigned int> versions;
+    PluginManager::getPluginApiVersions(apiName, versions);
+    for (const unsigned int version : versions) {
+        PluginManager::getPluginNames(apiName, names, version);
+        for (const std::string& name : names)
+            PluginManager::flushSpecificPluginCache(
+                PluginManager::getPlugin(name, apiName, version));
+    }
+}
+
 void FlushRuntimePluginCaches() {
-    Enter("flushRuntimePluginCaches",
-          [] { OxPluginManager::PluginManager::flushSpecificPluginCache("TellarRuntime"); });
+    Enter("flushRuntimePluginCaches", [] { FlushPlugins("TellarRuntime"); });
 }
 
 int GetPixelArea(OxSgIteratorStruct* location, const char* cameraPath, const char* resolution) {

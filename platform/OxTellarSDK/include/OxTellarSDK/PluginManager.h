@@ -60,8 +60,8 @@ public:
     static void getPluginApiVersions(const std::string& apiName,
                                      std::vector<unsigned int>& versions);
 
-    /// Asks every loaded plug-in of one API, whatever the version, to drop its caches.
-    static void flushSpecificPluginCache(const std::string& apiName);
+    /// Asks the plug-in to drop its caches. Nothing for a handle that is null or none of ours.
+    static void flushSpecificPluginCache(PluginHandle plugin);
 
     /// Adds a folder; the next query loads what is in it, and nothing of the other folders
     /// again. A folder that is on the search path already changes nothing.
