@@ -31,6 +31,9 @@ namespace {
 // An accessor without data of its own is all zeros: more of them than this is no scene.
 constexpr std::uint32_t kMostZeros = 1u << 24;
 
+// The componentType of floats.
+constexpr int kFloatComponents = 5126;
+
 // The lists whose items are objects, in the document and in a mesh.
 constexpr const char* kLists[] = {"accessors", "animations", "buffers", "bufferViews", "cameras",
                                   "images",    "materials",  "meshes",  "nodes",       "samplers",
@@ -68,6 +71,30 @@ void checkAccessors(const Json& document) {
     const auto numberOfViews = SizeOf(ArrayMember(&document, "bufferViews"));
     for (rapidjson::SizeType i = 0; i < SizeOf(accessors); ++i)
         checkAccessor((*accessors)[i], numberOfViews);
+}
+
+// Assimp takes the times of an animation for floats whatever they are, and numbers that are smaller
+// leave bytes of its memory as they happen to be.
+void checkTimes(const Json& sampler, const Json* accessors) {
+    const Json* input = Member(&sampler, "input");
+    if (!isIndex(input, SizeOf(accessors))) return; // Assimp says so, or passes it over
+    const Json& times = (*accessors)[input->GetUint()];
+    const Json* componentType = Member(&times, "componentType");
+    const Json* type = Member(&times, "type");
+    const bool areFloats = componentType && *componentType == kFloatComponents;
+    if (!areFloats || !type || !type->IsString() || *type != "SCALAR")
+        GltfError("the times of an animation are no floats");
+}
+
+void checkAnimations(const Json& document) {
+    const Json* accessors = ArrayMember(&document, "accessors");
+    const Json* animations = ArrayMember(&document, "animations");
+    for (rapidjson::SizeType i = 0; i < SizeOf(animations); ++i) {
+        checkObjects(&(*animations)[i], "samplers");
+        const Json* samplers = ArrayMember(&(*animations)[i], "samplers");
+        for (rapidjson::SizeType j = 0; j < SizeOf(samplers); ++j)
+            checkTimes((*samplers)[j], accessors);
+    }
 }
 
 // The parent of every node, or -1. Throws unless the nodes form trees.
@@ -134,6 +161,7 @@ void CheckGltf(const Json& document, int maxDepth) {
     for (rapidjson::SizeType i = 0; i < SizeOf(meshes); ++i)
         checkObjects(&(*meshes)[i], "primitives");
     checkAccessors(document);
+    checkAnimations(document);
     if (const Json* materials = Member(&document, "materials")) checkTextureTransforms(*materials);
     if (const Json* nodes = Member(&document, "nodes")) checkDepth(parentsOf(*nodes), maxDepth);
 }

@@ -21,7 +21,7 @@ rapidjson::SizeType SizeOf(const Json* array);
 
 /// Throws std::runtime_error when nodes do not form trees at most `maxDepth` deep, and for what
 /// Assimp does not survive: lists of other things than objects, accessors that promise more
-/// than the file justifies or are half there, and short vectors.
+/// than the file justifies or are half there, times that are no floats, and short vectors.
 void CheckGltf(const Json& document, int maxDepth);
 
 } // namespace TellarSceneImport

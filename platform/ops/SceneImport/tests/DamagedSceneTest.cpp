@@ -188,6 +188,15 @@ TEST(DamagedGltf, HasPairsInTextureTransforms) {
               "damaged glTF: a texture transform needs pairs of numbers");
 }
 
+TEST(DamagedGltf, HasTimesThatAreFloats) {
+    const std::string times = R"("componentType": 5126, "count": 2, "type": "SCALAR")";
+    const std::string refusal = "damaged glTF: the times of an animation are no floats";
+    EXPECT_EQ(ReasonOfYard(times, R"("componentType": 5120, "count": 2, "type": "SCALAR")"),
+              refusal);
+    EXPECT_EQ(ReasonOfYard(times, R"("componentType": 5126, "count": 1, "type": "VEC2")"), refusal);
+    EXPECT_EQ(ReasonOfYard(times, R"("componentType": 5126, "count": 2)"), refusal);
+}
+
 TEST(SoundGltf, MayHaveASkinWithoutMatrices) {
     EXPECT_EQ(ReasonOfYard("\"scene\": 0,", "\"scene\": 0, \"skins\": [{\"joints\": [2]}],"), "");
     EXPECT_EQ(
