@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -373,6 +374,15 @@ TEST_F(PixelArea, IsTheShareOfTheWindowInPixels) {
     EXPECT_EQ(AreaOf(Bound(-1, 1, -1, 1, -2, -2)), 256 * 256);
     EXPECT_EQ(AreaOf(Bound(0, 0.5, 0, 0.25, -1, -1)), 128 * 64);
     EXPECT_EQ(AreaOf(Bound(0, 0.5, 0, 0.25, -1, -1), UnitLens(), "hd_720"), 320 * 90);
+}
+
+TEST_F(PixelArea, IsThatOfTheBoundNearestToTheFrame) {
+    const auto square = [](double half) {
+        return std::vector<double>{-half, half, -half, half, -1, -1};
+    };
+    const std::map<float, std::vector<double>> bounds{
+        {-1.0f, square(1)}, {0.25f, square(0.5)}, {1.0f, square(0.25)}};
+    EXPECT_EQ(AreaOf(DoubleAttribute(bounds, 2)), 256 * 256);
 }
 
 TEST_F(PixelArea, IsThatOfTheNearestSideOfABox) {
