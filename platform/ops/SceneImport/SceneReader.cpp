@@ -113,6 +113,13 @@ std::string firstLine(const std::string& text) {
     return text.substr(0, text.find('\n'));
 }
 
+// Reasons quote names of the file.
+std::string onOneLine(std::string text) {
+    for (char& c : text)
+        if (static_cast<unsigned char>(c) < ' ') c = ' ';
+    return text;
+}
+
 void configure(Assimp::Importer& importer) {
     // Cameras and transformations of FBX as single nodes instead of chains of pivots.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
@@ -157,7 +164,11 @@ std::shared_ptr<const Scene> ReadScene(const std::string& path, std::vector<File
     if (const std::string reason = reasonWhyUnreadable(stamp); !reason.empty())
         throw std::runtime_error(reason);
     std::shared_ptr<const Scene> scene;
-    runOnLargeStack([&] { scene = import(stamp, files); });
+    try {
+        runOnLargeStack([&] { scene = import(stamp, files); });
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(onOneLine(error.what()));
+    }
     return scene;
 }
 

@@ -145,6 +145,11 @@ TEST(DamagedScene, SaysWhatCannotBeAScene) {
               "files of the kind \"\" are not supported");
 }
 
+TEST(DamagedScene, IsRefusedInOneLineWhateverItsNamesHold) {
+    EXPECT_EQ(ReasonOf("a.dae", "<a><source id='x\ny'><accessor/><accessor/></source></a>"),
+              "damaged Collada: the source \"x y\" has two accessors");
+}
+
 TEST(DamagedScene, MissesAnExternalBuffer) {
     const TempDirectory directory;
     EXPECT_NE(Reason(directory.write("yard.gltf", YardJson(R"(, "uri": "yard.bin")"))), "");
