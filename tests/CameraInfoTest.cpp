@@ -3,7 +3,9 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -318,6 +320,67 @@ TEST_F(GetCameraInfoTest, MayBeClearedWhileOthersAsk) {
             ASSERT_EQ(camera->fov, 90.0f);
         }
     });
+}
+
+/// Asks for its own camera, and for another one, while that is read.
+class AskingRoot : public ChangingRoot {
+public:
+    explicit AskingRoot(const std::string& hash) : ChangingRoot(hash) {}
+    Ptr getChildByName(const char* name, bool evict) override {
+        ++numberOfReadings;
+        own = GetCameraInfo(this, kCamera);
+        other = GetCameraInfo(StaticRoot(CameraScene(CameraAttrs(UnitLens()))), kCamera);
+        if (isToThrow) throw std::runtime_error("It fails.");
+        return ChangingRoot::getChildByName(name, evict);
+    }
+
+    int numberOfReadings = 0;
+    bool isToThrow = false;
+    std::shared_ptr<CameraInfo> own;
+    std::shared_ptr<CameraInfo> other;
+};
+
+TEST_F(GetCameraInfoTest, EndsWhenAProducerAsksForTheCameraThatIsBeingReadFromIt) {
+    const boost::intrusive_ptr<AskingRoot> root = new AskingRoot("asking");
+    root->show(CameraScene(CameraAttrs(UnitLens())));
+    const auto camera = GetCameraInfo(root, kCamera);
+    EXPECT_TRUE(camera);
+    EXPECT_FALSE(root->own) << "its entry is empty until it is read";
+    EXPECT_TRUE(root->other);
+    EXPECT_EQ(GetCameraInfo(root, kCamera), camera) << "the answer from within is not kept";
+    EXPECT_EQ(root->numberOfReadings, 1);
+}
+
+TEST_F(GetCameraInfoTest, RemembersNothingOfACameraWhoseReadingThrew) {
+    const boost::intrusive_ptr<AskingRoot> root = new AskingRoot("throwing");
+    root->show(CameraScene(CameraAttrs(UnitLens())));
+    root->isToThrow = true;
+    EXPECT_THROW(GetCameraInfo(root, kCamera), std::runtime_error);
+    root->isToThrow = false;
+    EXPECT_FALSE(GetCameraInfo(root, kCamera));
+    EXPECT_EQ(root->numberOfReadings, 1);
+}
+
+/// While its camera is read, another thread asks for the same one.
+class OvertakenRoot : public ChangingRoot {
+public:
+    OvertakenRoot() : ChangingRoot("overtaken") {}
+    Ptr getChildByName(const char* name, bool evict) override {
+        if (!std::exchange(isRead, true))
+            std::thread([this] { meanwhile = GetCameraInfo(this, kCamera); }).join();
+        return ChangingRoot::getChildByName(name, evict);
+    }
+
+    bool isRead = false;
+    std::shared_ptr<CameraInfo> meanwhile;
+};
+
+TEST_F(GetCameraInfoTest, NeitherBlocksAnotherThreadNorTellsItThatThereIsNoCamera) {
+    const boost::intrusive_ptr<OvertakenRoot> root = new OvertakenRoot;
+    root->show(CameraScene(CameraAttrs(UnitLens())));
+    const auto camera = GetCameraInfo(root, kCamera);
+    EXPECT_TRUE(camera);
+    EXPECT_EQ(root->meanwhile, camera);
 }
 
 /// Clears the cache while its camera is read.

@@ -71,7 +71,8 @@ struct TELLAR_API CameraInfo : CameraGeometry {
 /// after every change of the scene.
 ///
 /// Threads: any. Two threads that ask for one camera at the same time may both read it; both get
-/// the same record.
+/// the same record. A producer that asks for a camera while that very camera is read from it, on
+/// the same thread, is told that there is none.
 TELLAR_API std::shared_ptr<CameraInfo>
 GetCameraInfo(boost::intrusive_ptr<GeometryProducer> producer, const std::string& cameraPath);
 

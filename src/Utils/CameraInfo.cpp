@@ -23,8 +23,8 @@ namespace {
 
 using Camera = std::shared_ptr<CameraInfo>;
 
-/// Every answer so far by its question, until it is cleared. Reading a camera may cook, so that
-/// happens outside of the lock.
+/// Every answer so far by its question, until it is cleared. A question has its entry, empty at
+/// first, before its camera is read. Reading may cook, so that happens outside of the lock.
 class CameraCache {
 public:
     static CameraCache& get() {
@@ -32,34 +32,68 @@ public:
         return *cache;
     }
 
-    /// Nothing when the question is new; `generation` then tells when it was asked.
-    std::optional<Camera> find(const std::string& key, std::uint64_t& generation) const {
+    /// Nothing while no thread has the answer; `generation` then tells when it was asked.
+    std::optional<Camera> find(const std::string& key, std::uint64_t& generation) {
         const std::lock_guard<std::mutex> guard(lock);
         generation = cleared;
-        const auto found = answers.find(key);
-        return found == answers.end() ? std::nullopt : std::optional<Camera>(found->second);
+        const Entry& entry = entries[key];
+        return entry.isRead ? std::optional<Camera>(entry.camera) : std::nullopt;
     }
 
-    /// The answer that holds from now on: this one, or that of a thread which was faster. Not
-    /// kept when the cache has been cleared since the question was asked.
+    /// The answer that holds from now on: this one, or the camera of a thread which was faster.
+    /// Not kept when the cache has been cleared since the question was asked. Needs no memory.
     Camera keep(const std::string& key, std::uint64_t generation, const Camera& camera) {
         const std::lock_guard<std::mutex> guard(lock);
         if (generation != cleared) return camera;
-        return answers.emplace(key, camera).first->second;
+        Entry& entry = entries.find(key)->second;
+        if (!entry.camera) entry = {camera, true};
+        return entry.camera;
     }
 
     void clear() {
-        std::map<std::string, Camera> dropped; // destroyed outside of the lock
+        std::map<std::string, Entry> dropped; // destroyed outside of the lock
         const std::lock_guard<std::mutex> guard(lock);
-        dropped.swap(answers);
+        dropped.swap(entries);
         ++cleared;
     }
 
 private:
-    mutable std::mutex lock; // guards everything below
-    std::map<std::string, Camera> answers;
+    struct Entry {
+        Camera camera;
+        bool isRead = false; // or could not be
+    };
+
+    std::mutex lock; // guards everything below
+    std::map<std::string, Entry> entries;
     std::uint64_t cleared = 0; // how often
 };
+
+/// A camera that this thread is reading, and those that it was reading meanwhile. Who asks for one
+/// of them from within finds its empty entry; other threads do not, and read it themselves rather
+/// than wait, since this thread may need what they are doing.
+class CameraReading {
+public:
+    explicit CameraReading(const std::string& key)
+        : key(key), outer(std::exchange(innermost, this)) {}
+    ~CameraReading() { innermost = outer; }
+    CameraReading(const CameraReading&) = delete;
+    CameraReading& operator=(const CameraReading&) = delete;
+
+    static bool isUnderWay(const std::string& key) {
+        const CameraReading* reading = innermost;
+        while (reading && reading->key != key)
+            reading = reading->outer;
+        return reading != nullptr;
+    }
+
+private:
+    static thread_local const CameraReading* innermost;
+
+    const std::string& key;
+    const CameraReading* const outer;
+};
+
+thread_local const CameraReading* CameraReading::innermost = nullptr;
 
 /// False when one of them is missing or no double.
 bool ReadWholeLens(const GroupAttribute& geometry, CameraGeometry& lens) {
@@ -124,6 +158,8 @@ Camera GetCameraInfo(boost::intrusive_ptr<GeometryProducer> producer,
     const std::string key = cameraPath + producer->getHash();
     std::uint64_t generation = 0;
     if (const std::optional<Camera> known = cache.find(key, generation)) return *known;
+    if (CameraReading::isUnderWay(key)) return nullptr;
+    const CameraReading reading(key);
     try {
         return cache.keep(key, generation, ReadCamera(*producer, cameraPath));
     } catch (...) {
