@@ -19,14 +19,14 @@ struct SuiteEntry {
         : name(name), file(file), line(line) {}
 };
 
-/// Logs at error level what an entry threw. Does not throw: without memory for the logger or the
-/// message there is none.
-template <typename GetLogger>
-void LogFailedEntry(GetLogger getLogger, const SuiteEntry& entry, const char* reason) noexcept {
+/// Logs at error level what an entry threw. `getReason` is called only when that level is enabled.
+/// Does not throw: without memory for the logger or the message there is none.
+template <typename GetLogger, typename GetReason>
+void LogFailedEntry(GetLogger getLogger, const SuiteEntry& entry, GetReason getReason) noexcept {
     try {
         const OxLoggerGlue& logger = getLogger();
         if (logger.errorEnabled())
-            logger.error(std::string(entry.name) + ": " + reason, entry.file, entry.line);
+            logger.error(std::string(entry.name) + ": " + getReason(), entry.file, entry.line);
     } catch (...) { // no memory
     }
 }
@@ -40,9 +40,9 @@ auto RunSuiteEntry(GetLogger getLogger, const SuiteEntry& entry, Body body) noex
     try {
         return body();
     } catch (const std::exception& error) {
-        LogFailedEntry(getLogger, entry, error.what());
+        LogFailedEntry(getLogger, entry, [&] { return error.what(); });
     } catch (...) {
-        LogFailedEntry(getLogger, entry, "unknown exception");
+        LogFailedEntry(getLogger, entry, [] { return "unknown exception"; });
     }
     return decltype(body())();
 }

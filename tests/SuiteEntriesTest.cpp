@@ -1,0 +1,193 @@
+#include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
+
+#include <functional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "CameraScenes.h"
+#include "CapturedLog.h"
+#include "SceneBuilders.h"
+#include "SuiteHandles.h"
+
+// Every entry of the C suites that runs code of others, with code that throws.
+
+namespace {
+
+using namespace TellarTest;
+using OxAttribute::Attribute;
+using OxAttribute::StringAttribute;
+using testing::EndsWith;
+
+const OxRenderOutputUtilsHostSuite_v3& Utils() {
+    return *static_cast<const OxRenderOutputUtilsHostSuite_v3*>(
+        Host()->getSuite(OX_RENDER_OUTPUT_UTILS_HOST_SUITE, 3));
+}
+
+/// Throws wherever it is asked for anything.
+class ThrowingProducer : public TELLAR::GeometryProducer {
+public:
+    explicit ThrowingProducer(std::function<void()> throwIt, Ptr parent = nullptr)
+        : GeometryProducer(std::move(parent)), throwIt(std::move(throwIt)) {}
+    void getAttributeNames(std::set<std::string>*) override { throwIt(); }
+    StringAttribute getPotentialChildren() override { return fail<StringAttribute>(); }
+    Attribute getAttribute(const char*) override { return fail<Attribute>(); }
+    std::string getName() override { return fail<std::string>(); }
+    std::string getFullName() override { return fail<std::string>(); }
+    std::string getHash() override { return fail<std::string>(); }
+    Ptr getChildByName(const char*, bool) override { return fail<Ptr>(); }
+    Ptr getFirstChild(bool) override { return fail<Ptr>(); }
+    Ptr getNextSibling(bool) override { return fail<Ptr>(); }
+    std::shared_ptr<TellarRuntime::Client> getClient() override {
+        return fail<std::shared_ptr<TellarRuntime::Client>>();
+    }
+
+private:
+    template <typename Result>
+    Result fail() const {
+        throwIt();
+        return {};
+    }
+
+    const std::function<void()> throwIt;
+};
+
+struct Entry {
+    const char* name;
+    /// Calls it, and tells whether it gave its null result.
+    bool (*call)(OxSgIteratorStruct* location);
+};
+
+const Entry kIteratorEntries[] = {
+    {"getFirstChild", [](auto* at) { return !Iterators().getFirstChild(at, false); }},
+    {"getNextSibling", [](auto* at) { return !Iterators().getNextSibling(at, false); }},
+    {"getChildByName", [](auto* at) { return !Iterators().getChildByName(at, "a", false); }},
+    {"getProducerByPath",
+     [](auto* at) { return !Iterators().getProducerByPath(at, "/root/a", false); }},
+    {"getName", [](auto* at) { return !Iterators().getName(at); }},
+    {"getFullName", [](auto* at) { return !Iterators().getFullName(at); }},
+    {"getAttribute", [](auto* at) { return !Iterators().getAttribute(at, "a"); }},
+    {"getGlobalAttribute", [](auto* at) { return !Iterators().getGlobalAttribute(at, "a"); }},
+    {"getAttributeNames", [](auto* at) { return !Iterators().getAttributeNames(at); }},
+    {"getGlobalXFormGroup", [](auto* at) { return !Iterators().getGlobalXFormGroup(at); }},
+    {"getPotentialChildren", [](auto* at) { return !Iterators().getPotentialChildren(at); }},
+    {"finalizeRuntime", [](auto* at) {
+         Iterators().finalizeRuntime(at);
+         return true;
+     }}};
+
+const char* const kTerminals[] = {"surface"};
+
+const Entry kUtilsEntries[] = {
+    {"getProceduralArguments",
+     [](auto* at) {
+         const auto procedural = Group({{"includeCameraInfo", Text("As Parameters")}});
+         return !Utils().getProceduralArguments(at, nullptr, procedural.getHandle(),
+                                                kOxProceduralClassic, nullptr, nullptr);
+     }},
+    {"getPixelAreaThroughCamera",
+     [](auto* at) { return Utils().getPixelAreaThroughCamera(at, kCamera, "square_512") == 0; }},
+    {"getRenderResolution",
+     [](auto* at) { return !Utils().getRenderResolution(at, nullptr, nullptr); }},
+    {"getCameraPath", [](auto* at) { return !Utils().getCameraPath(at); }},
+    {"getFlattenedMaterialAttr",
+     [](auto* at) { return !Utils().getFlattenedMaterialAttr(at, kTerminals, 1); }},
+    {"getShadingNetworkNodes", [](auto* at) { return !Utils().getShadingNetworkNodes(at); }},
+    {"getCameraInfo", [](auto* at) { return !Utils().getCameraInfo(at, kCamera); }},
+    {"getTempRenderLocation",
+     [](auto* at) { return !Utils().getTempRenderLocation(at, "beauty", 1); }},
+    {"getTilePath", [](auto* at) { return !Utils().getTilePath(at, "/out/b.exr"); }}};
+
+struct Suite {
+    const char* logger;
+    const char* file;
+    std::vector<Entry> entries;
+};
+
+const Suite kSuites[] = {{"ScenegraphIteratorHost",
+                          "OxScenegraphIteratorHost.cpp",
+                          {std::begin(kIteratorEntries), std::end(kIteratorEntries)}},
+                         {"RenderOutputUtils",
+                          "OxRenderOutputUtilsHost.cpp",
+                          {std::begin(kUtilsEntries), std::end(kUtilsEntries)}}};
+
+void ExpectEveryEntryToLog(const Suite& suite, const std::function<void()>& throwIt,
+                           const std::string& reason) {
+    const Handle location = Handle::of(new ThrowingProducer(throwIt));
+    std::set<int> lines;
+    for (const Entry& entry : suite.entries) {
+        SCOPED_TRACE(entry.name);
+        const CapturedLog log;
+        EXPECT_TRUE(entry.call(location.get()));
+        ASSERT_EQ(log.messages().size(), 1u);
+        const OxLogMessage message = log.messages()[0];
+        EXPECT_EQ(message.loggerName, suite.logger);
+        EXPECT_EQ(message.level, OxLogLevel::error);
+        EXPECT_EQ(message.text, entry.name + (": " + reason));
+        EXPECT_THAT(message.file, EndsWith(suite.file));
+        lines.insert(message.line);
+    }
+    EXPECT_EQ(lines.size(), suite.entries.size()) << "each entry tells its own line";
+}
+
+TEST(SuiteEntries, LogTheirNameAndPlaceWithWhatAnExceptionSays) {
+    for (const Suite& suite : kSuites)
+        ExpectEveryEntryToLog(
+            suite, [] { throw std::runtime_error("It fails."); }, "It fails.");
+}
+
+TEST(SuiteEntries, LetNothingOutThatIsNoStandardException) {
+    for (const Suite& suite : kSuites)
+        ExpectEveryEntryToLog(
+            suite, [] { throw 7; }, "unknown exception");
+}
+
+/// Counts how often somebody wants to know what it says.
+class CountedError : public std::exception {
+public:
+    explicit CountedError(int* asked) : asked(asked) {}
+    const char* what() const noexcept override {
+        ++*asked;
+        return "It fails.";
+    }
+
+private:
+    int* asked;
+};
+
+TEST(SuiteEntries, DoNoWorkForAMessageThatIsOff) {
+    int asked = 0;
+    const Handle location = Handle::of(new ThrowingProducer([&] { throw CountedError(&asked); }));
+    for (const Suite& suite : kSuites) {
+        const OxLogLevel before = OxLoggingGetLevel(suite.logger);
+        OxLoggingSetLevel(suite.logger, OxLogLevel::off);
+        for (const Entry& entry : suite.entries)
+            EXPECT_TRUE(entry.call(location.get())) << entry.name;
+        OxLoggingSetLevel(suite.logger, before);
+    }
+    EXPECT_EQ(asked, 0);
+}
+
+TEST(SuiteEntries, KeepALocationWhoseHandleIsReleasedMeanwhile) {
+    // All that is asked for lets go of the handle first, as another thread might.
+    OxSgIteratorStruct* handle = nullptr;
+    bool isReleased = false;
+    const auto letGo = [&] {
+        if (!isReleased) Iterators().releaseIterator(handle);
+        isReleased = true;
+    };
+    for (const Suite& suite : kSuites)
+        for (const Entry& entry : suite.entries) {
+            SCOPED_TRACE(entry.name);
+            isReleased = false;
+            handle = TELLAR::OxGeometryProducerToHandle(new ThrowingProducer(letGo));
+            Iterators().retainIterator(handle);
+            entry.call(handle);
+            EXPECT_TRUE(isReleased);
+        }
+}
+
+} // namespace
