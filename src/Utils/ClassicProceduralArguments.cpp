@@ -27,6 +27,8 @@ public:
         : producer(std::move(producer)), frame(frame), callback(callback),
           assets(OxAssetPluginManager::getDefaultAssetPlugin()) {
         out.imbue(std::locale::classic());
+        // Streams keep to themselves that there was no memory for a part of the text.
+        out.exceptions(std::ios::badbit);
     }
 
     void writeArguments(const GroupAttribute& arguments) {

@@ -36,6 +36,7 @@ std::string variableOf(const std::string& key) {
 std::vector<std::string> namedFiles() {
     const char* list = std::getenv(kFileVariable);
     std::istringstream entries(list ? list : "");
+    entries.exceptions(std::ios::badbit); // or a list for which there is no memory would end early
     std::vector<std::string> paths;
     for (std::string path; std::getline(entries, path, kPathSeparator);) {
         if (!path.empty()) paths.push_back(path);

@@ -51,6 +51,7 @@ bool hasControlCharacter(std::string_view text) {
 std::string numberText(double number) {
     std::ostringstream text;
     text.imbue(std::locale::classic());
+    text.exceptions(std::ios::badbit); // or there would be no text without memory
     text << number;
     return text.str();
 }
