@@ -2,6 +2,7 @@
 
 #include <map>
 #include <mutex>
+#include <new>
 #include <set>
 #include <shared_mutex>
 #include <stdexcept>
@@ -40,18 +41,35 @@ Registry& GetRegistry() {
     return *registry;
 }
 
+/// As ExceptionFrom, but std::bad_alloc goes on: a plug-in that had no memory may have it when it
+/// is asked again.
+template <typename Call>
+std::string LastingExceptionFrom(const Call& call) {
+    bool hadMemory = true;
+    std::string thrown = ExceptionFrom([&] {
+        try {
+            call();
+        } catch (const std::bad_alloc&) {
+            hadMemory = false;
+        }
+    });
+    if (!hadMemory) throw std::bad_alloc();
+    return thrown;
+}
+
 /// Assigns the type that a plug-in offers. Returns what is wrong with it, empty when nothing is.
+/// Throws std::bad_alloc when there is no memory.
 std::string AskForType(PluginHandle plugin, KnownType& known) {
     const OxOpTypePluginSuite_v1* suite = nullptr;
-    std::string thrown = ExceptionFrom(
+    std::string thrown = LastingExceptionFrom(
         [&] { suite = static_cast<const OxOpTypePluginSuite_v1*>(plugin->getSuite()); });
     if (!thrown.empty()) return "getSuite " + thrown;
     if (!suite) return "getSuite gives no function table";
     if (!suite->getOpType) return "its function table has no getOpType";
-    thrown = ExceptionFrom([&] { known.type = suite->getOpType(); });
+    thrown = LastingExceptionFrom([&] { known.type = suite->getOpType(); });
     if (!thrown.empty()) return "getOpType " + thrown;
     if (!known.type) return "getOpType gives no op type";
-    thrown = ExceptionFrom([&] { known.description = known.type->description(); });
+    thrown = LastingExceptionFrom([&] { known.description = known.type->description(); });
     if (!thrown.empty()) return "description " + thrown;
     return known.description.name.empty() ? "its op type has no name" : "";
 }
@@ -65,9 +83,15 @@ void Examine(Registry& registry, PluginHandle plugin) {
     {
         const std::string name = known.description.name;
         const std::lock_guard<std::shared_mutex> guard(registry.lock);
-        if (!registry.examined.insert(plugin).second) return;
-        if (fault.empty() && !registry.types.emplace(name, std::move(known)).second)
-            fault = "there is an op type \"" + name + "\" already";
+        const auto [entry, isFirst] = registry.examined.insert(plugin);
+        if (!isFirst) return;
+        try {
+            if (fault.empty() && !registry.types.emplace(name, std::move(known)).second)
+                fault = "there is an op type \"" + name + "\" already";
+        } catch (...) {
+            registry.examined.erase(entry);
+            throw;
+        }
     }
     if (!fault.empty()) PluginManager::refuse(plugin, fault);
 }
@@ -77,14 +101,22 @@ bool IsExamined(Registry& registry, PluginHandle plugin) {
     return registry.examined.count(plugin) != 0;
 }
 
-/// A plug-in that looks for types while it is asked for its own finds those of all others.
-void EnterPlugins(Registry& registry) {
+/// A plug-in that looks for types while it is asked for its own finds those of all others. Returns
+/// false when there was no memory for one of them: the next caller asks it again.
+bool EnterPlugins(Registry& registry) {
+    bool isComplete = true;
     std::vector<std::string> names;
     PluginManager::getPluginNames(kPluginApiName, names, 1);
     for (const std::string& name : names) {
         const PluginHandle plugin = PluginManager::getPlugin(name, kPluginApiName, 1);
-        if (!IsMadeByThisThread(plugin) && !IsExamined(registry, plugin)) Examine(registry, plugin);
+        if (IsMadeByThisThread(plugin) || IsExamined(registry, plugin)) continue;
+        try {
+            Examine(registry, plugin);
+        } catch (const std::bad_alloc&) {
+            isComplete = false;
+        }
     }
+    return isComplete;
 }
 
 const KnownType* Find(Registry& registry, const std::string& name) {
@@ -96,8 +128,11 @@ const KnownType* Find(Registry& registry, const std::string& name) {
 const KnownType* FindOrLoad(const std::string& name) {
     Registry& registry = GetRegistry();
     if (const KnownType* known = Find(registry, name)) return known;
-    EnterPlugins(registry);
-    return Find(registry, name);
+    const bool isComplete = EnterPlugins(registry);
+    const KnownType* known = Find(registry, name);
+    // Without this, a scene would for ever be one of an op type that there is not.
+    if (!known && !isComplete) throw std::bad_alloc();
+    return known;
 }
 
 } // namespace
