@@ -9,18 +9,21 @@
 #include <gmock/gmock.h>
 
 #include <OxPluginHost/OxPluginHost.h>
+#include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
+#include <OxTellarProducers/OxTellarProducersInitialize.h>
 
+#include "CapturedLog.h"
 #include "RunTogether.h"
 
 namespace {
 
 using Cache = TELLAR::OxScenegraphLocationDelegateCache;
 
-// A process fills the cache once, so this is all of one test: a plug-in that throws the first two
+// A process fills the cache once, so this is all of one test: a plug-in that throws the first four
 // times that it is asked.
 TEST(ThrowingLocationDelegate, ReachesTheCallerAndTheNextCallTriesAgain) {
     setenv("OX_PLUGIN_PATH", TELLAR_TEST_PLUGIN_DIR, 1);
-    ASSERT_NE(OxGetPluginHost(), nullptr);
+    OxTellarProducersInitialize(OxGetPluginHost());
 
     std::vector<std::string> types = {"left from an earlier call"};
     try {
@@ -31,6 +34,17 @@ TEST(ThrowingLocationDelegate, ReachesTheCallerAndTheNextCallTriesAgain) {
     }
     EXPECT_THAT(types, testing::IsEmpty());
     EXPECT_FALSE(Cache::isCacheInitialized());
+
+    {
+        const CapturedLog log;
+        const auto* const utils = static_cast<const OxRenderOutputUtilsHostSuite_v3*>(
+            OxGetPluginHost()->getSuite(OX_RENDER_OUTPUT_UTILS_HOST_SUITE, 3));
+        EXPECT_EQ(utils->getLocationDelegate("flame", "candle"), nullptr);
+        EXPECT_EQ(utils->getLocationTypesWithDelegates("candle"), nullptr);
+        EXPECT_THAT(log.textsOf("RenderOutputUtils"),
+                    testing::ElementsAre("getLocationDelegate: an exception without a text",
+                                         "getLocationTypesWithDelegates: unknown exception"));
+    }
 
     // Of several at once, one is told; who waited meanwhile tries for itself.
     std::atomic<int> thrown{0};

@@ -19,6 +19,12 @@ struct SuiteEntry {
         : name(name), file(file), line(line) {}
 };
 
+/// The exception's text. Classes of plug-ins may give null for one.
+inline const char* TextOf(const std::exception& exception) {
+    const char* text = exception.what();
+    return text ? text : "an exception without a text";
+}
+
 /// Logs at error level what an entry threw. `getReason` is called only when that level is enabled.
 /// Does not throw: without memory for the logger or the message there is none.
 template <typename GetLogger, typename GetReason>
@@ -40,7 +46,7 @@ auto RunSuiteEntry(GetLogger getLogger, const SuiteEntry& entry, Body body) noex
     try {
         return body();
     } catch (const std::exception& error) {
-        LogFailedEntry(getLogger, entry, [&] { return error.what(); });
+        LogFailedEntry(getLogger, entry, [&] { return TextOf(error); });
     } catch (...) {
         LogFailedEntry(getLogger, entry, [] { return "unknown exception"; });
     }

@@ -1,15 +1,25 @@
 // A delegate for the renderer "candle" that breaks the rule against exceptions: it throws the first
-// two times that it is asked for an instance.
+// four times that it is asked for an instance, an exception without a text the second time and a
+// number the third.
 #include "DelegateForTests.h"
 
 #include <atomic>
+#include <exception>
 #include <stdexcept>
 
 namespace {
 
+class SilentException : public std::exception {
+public:
+    const char* what() const noexcept override { return nullptr; }
+};
+
 OxLocationDelegateInstance createAtLast() {
     static std::atomic<int> calls{0};
-    if (++calls <= 2) throw std::runtime_error("no delegate yet");
+    const int call = ++calls;
+    if (call == 2) throw SilentException();
+    if (call == 3) throw 7;
+    if (call <= 4) throw std::runtime_error("no delegate yet");
     return createDelegate();
 }
 

@@ -57,7 +57,9 @@ std::vector<std::string> GetTypes(const std::string& renderer) {
     try {
         OxScenegraphLocationDelegateCache::getLocationTypesWithDelegates(types, renderer);
     } catch (const std::exception& error) {
-        throw std::runtime_error(std::string("a location delegate plug-in threw: ") + error.what());
+        const char* const text = error.what(); // a plug-in's: it may be null
+        throw std::runtime_error(std::string("a location delegate plug-in threw: ") +
+                                 (text ? text : "an exception without a text"));
     } catch (...) {
         throw std::runtime_error("a location delegate plug-in threw something that is no "
                                  "std::exception");

@@ -61,7 +61,8 @@ struct Entry {
 void reportException(const Entry& entry, const char* text) noexcept {
     try {
         if (logger().errorEnabled())
-            logger().error(std::string(entry.name) + ": " + text, __FILE__, entry.line);
+            logger().error(std::string(entry.name) + ": " + (text ? text : "no text"), __FILE__,
+                           entry.line);
     } catch (...) {
         // No memory even for the message.
     }

@@ -12,6 +12,8 @@
 #include <OxTellarSDK/TellarRuntime.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 
+#include "../SuiteEntry.h"
+
 using OxAttribute::Attribute;
 using OxAttribute::FileStream;
 using OxAttribute::GroupAttribute;
@@ -66,7 +68,7 @@ GeometryProducer::Ptr CreateRoot(Create create) {
         return nullptr;
     } catch (const std::exception& error) {
         std::cerr << "Error occurred creating ThreadAwareGeometyProducer.\n"
-                  << "Exception message: '" << error.what() << "'" << std::endl;
+                  << "Exception message: '" << TextOf(error) << "'" << std::endl;
     }
     if (root) return root;
     constexpr const char* kFailure = "Tellar3 producer create failed.";
