@@ -13,6 +13,7 @@
 
 #include "AllocatedBytes.h"
 #include "AttributePrinter.h"
+#include "ErrorOf.h"
 #include "MappedFiles.h"
 #include "TempDirectory.h"
 #include "TestOps.h"
@@ -306,30 +307,55 @@ TEST(Depth, AChainMadeOfManyTransactionsIsLetGoFromItsEnd) {
 
 // Transactions
 
+namespace {
+
+/// The text of the std::invalid_argument that `body` throws, or "no error".
+template <typename Body>
+std::string RefusalOf(Body body) {
+    try {
+        body();
+    } catch (const std::invalid_argument& error) {
+        return error.what();
+    }
+    return "no error";
+}
+
+} // namespace
+
 TEST(Transaction, IsCommittedOnce) {
     Graph graph;
     graph.commit();
-    EXPECT_THROW(graph.commit(), std::runtime_error);
+    EXPECT_EQ(ErrorOf([&] { graph.commit(); }), "commit: the transaction is committed already");
 }
 
 TEST(Transaction, IsCommittedByItsOwnRuntimeOnly) {
+    constexpr const char* kText = "commit: the transaction is not one of this runtime";
     Graph graph;
-    EXPECT_THROW(TellarRuntime::create()->commit(graph.transaction), std::invalid_argument);
-    EXPECT_THROW(graph.runtime->commit(nullptr), std::invalid_argument);
+    EXPECT_EQ(RefusalOf([&] { TellarRuntime::create()->commit(graph.transaction); }), kText);
+    EXPECT_EQ(RefusalOf([&] { graph.runtime->commit(nullptr); }), kText);
     graph.commit();
+    EXPECT_EQ(RefusalOf([&] { TellarRuntime::create()->commit(graph.transaction); }), kText);
 }
 
 TEST(Transaction, ChangesNothingAfterItsCommit) {
+    constexpr const char* kText = "The transaction is committed already";
+    const TempDirectory folder;
+    const std::string file = folder.path("scene.oxop");
+    WriteOpFile(
+        file, GroupAttribute({{"a", GroupAttribute({{"opType", StringAttribute(kSource)}}, true)}},
+                             true));
     Graph graph;
     const Op op = graph.op(kSource, {Value(1)});
     const Client client = graph.commit(op);
     TellarRuntime::Transaction& transaction = *graph.transaction;
-    EXPECT_THROW(transaction.createOp(), std::invalid_argument);
-    EXPECT_THROW(transaction.createClient(), std::invalid_argument);
-    EXPECT_THROW(transaction.setOpName(op, "x"), std::invalid_argument);
-    EXPECT_THROW(transaction.setOpArgs(op, kNothing, GroupAttribute()), std::invalid_argument);
-    EXPECT_THROW(transaction.setOpInputs(op, {}), std::invalid_argument);
-    EXPECT_THROW(transaction.setClientOp(client, nullptr), std::invalid_argument);
+    EXPECT_EQ(RefusalOf([&] { transaction.createOp(); }), kText);
+    EXPECT_EQ(RefusalOf([&] { transaction.createClient(); }), kText);
+    EXPECT_EQ(RefusalOf([&] { transaction.setOpName(op, "x"); }), kText);
+    EXPECT_EQ(RefusalOf([&] { transaction.setOpArgs(op, kNothing, GroupAttribute()); }), kText);
+    EXPECT_EQ(RefusalOf([&] { transaction.setOpInputs(op, {}); }), kText);
+    EXPECT_EQ(RefusalOf([&] { transaction.setClientOp(client, nullptr); }), kText);
+    FileStream stream(file, true);
+    EXPECT_EQ(RefusalOf([&] { transaction.deserializeOps(&stream, &FileStream::read); }), kText);
     EXPECT_EQ(ValueAt(client, "/root"), 1);
 }
 

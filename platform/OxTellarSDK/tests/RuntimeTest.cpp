@@ -1,5 +1,6 @@
 #include <OxTellarSDK/TellarRuntime.h>
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -182,6 +183,28 @@ TEST(RuntimeSharing, NothingIsSharedBetweenDifferentOps) {
     for (std::size_t i = 0; i < different.size(); ++i)
         for (std::size_t j = 0; j < i; ++j)
             EXPECT_NE(different[i]->getIdentity(), different[j]->getIdentity()) << i << ' ' << j;
+}
+
+TEST(RuntimeSharing, DefectiveOpsOfOneTypeDifferByTheirNamesAndDefects) {
+    Graph graph;
+    const Op a = graph.op("NoSuchType", {}, {}, "a"), b = graph.op("NoSuchType", {}, {}, "b");
+    const Op alone = graph.op(kPass, {}, {}, "x"), x = graph.op(kPass, {}, {}, "x");
+    const Op y = graph.op(kPass, {}, {x}, "y");
+    graph.transaction->setOpInputs(alone, {alone}); // a circle of one
+    graph.transaction->setOpInputs(x, {y});         // of two
+    graph.commit();
+    EXPECT_NE(a->getIdentity(), b->getIdentity());
+    EXPECT_NE(alone->getIdentity(), x->getIdentity());
+    Graph again;
+    const Op sameAsA = again.op("NoSuchType", {}, {}, "a");
+    again.commit();
+    EXPECT_EQ(a->getIdentity(), sameAsA->getIdentity());
+}
+
+TEST(RuntimeSharingDeathTest, NoCooksAreCountedInAFreshProcess) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // runs this test alone, from the start
+    EXPECT_EXIT(std::_Exit(TellarRuntime::getNumberOfCooks() == 0 ? 0 : 1),
+                testing::ExitedWithCode(0), "");
 }
 
 TEST(RuntimeSharing, TheIdentityIsMadeAtCommit) {
