@@ -69,7 +69,7 @@ echo "fuzz: ${#corpora[@]} corpora, $share s each, $jobs at once"
 running=0
 for corpus in "${corpora[@]}"; do
     ((running < jobs)) || { wait -n || true; running=$((running - 1)); }
-    (run_corpus "$corpus" "${target[$corpus]}") &
+    (run_corpus "$corpus" "${target[$corpus]}" && echo "fuzz: $corpus is done") &
     running=$((running + 1))
 done
 wait
