@@ -52,9 +52,12 @@ struct AskedVariables {
 
 } // namespace
 
-void* operator new(std::size_t bytes) {
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
     allocatedBytes.fetch_add(bytes, std::memory_order_relaxed);
-    if (void* memory = std::malloc(bytes > 0 ? bytes : 1)) return memory;
+    return std::malloc(bytes > 0 ? bytes : 1);
+}
+void* operator new(std::size_t bytes) {
+    if (void* memory = operator new(bytes, std::nothrow)) return memory;
     throw std::bad_alloc();
 }
 // Inlined, they would seem to free what they should not.
