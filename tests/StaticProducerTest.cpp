@@ -9,6 +9,7 @@
 
 #include <OxTellarProducers/CreateGeometryProducer.h>
 
+#include "CountedAllocations.h"
 #include "ProducerHelpers.h"
 #include "RunTogether.h"
 #include "SceneBuilders.h"
@@ -289,6 +290,41 @@ TEST(StaticProducer, HasADecodedSlashInThePathOfAFirstChild) {
     EXPECT_EQ(first->getFullName(), "/root/a/b");
     EXPECT_EQ(first->getName(), "b");
     EXPECT_EQ(first->getNextSibling(false)->getFullName(), "/root/a/b/c");
+}
+
+/// A root with so many children, whose names are too long for strings without an allocation.
+Ptr RootWithChildren(int count) {
+    Children children;
+    for (int i = 0; i < count; ++i)
+        children.emplace_back("a child with a long name " + std::to_string(i), Location({}));
+    return StaticRoot(Location({}, children));
+}
+
+TEST(StaticProducer, WalksSiblingsWithWorkInProportionToTheirNumber) {
+    constexpr int kCount = 1000;
+    const Ptr root = RootWithChildren(kCount);
+    int seen = 0;
+    const long allocations = AllocationsOf([&] {
+        for (Ptr child = root->getFirstChild(false); child; child = child->getNextSibling(false))
+            ++seen;
+    });
+    EXPECT_EQ(seen, kCount);
+    EXPECT_LT(allocations, 10 * kCount);
+}
+
+/// Presents its children's names in capital letters.
+class LoudProducer : public StaticGeometryProducer {
+public:
+    using StaticGeometryProducer::StaticGeometryProducer;
+    StringAttribute getPotentialChildren() override { return Texts({"A", "B"}); }
+};
+
+TEST(StaticProducer, TakesTheNamesOfSiblingsAsADerivedParentPresentsThem) {
+    const auto scene = Location({}, {{"a", Location({})}, {"b", Location({})}});
+    const Ptr loud = new LoudProducer("/root", scene, -1, nullptr);
+    const Ptr first = CreateStaticGeometryProducer("/root/A", Location({}), loud);
+    EXPECT_EQ(first->getNextSibling(false)->getFullName(), "/root/A/B");
+    EXPECT_EQ(first->getNextSibling(false)->getNextSibling(false), nullptr);
 }
 
 TEST(StaticProducer, HasNoSiblingWithoutAParentOrWithoutAListInIt) {

@@ -30,6 +30,7 @@ public:
     Ptr getFirstChild(bool evict) override;
     /// Null unless the parent is a StaticGeometryProducer too. Trap: the sibling's path is this
     /// producer's path, "/" and the sibling's name; the parent's getChildByName gives the true one.
+    /// The paths of a walk over n siblings therefore grow to n names, and take n * n / 2 to copy.
     Ptr getNextSibling(bool evict) override;
 
     StaticGeometryProducer(std::string path, OxAttribute::GroupAttribute description,

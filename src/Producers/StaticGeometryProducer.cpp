@@ -1,6 +1,6 @@
 #include <OxTellarProducers/StaticGeometryProducer.h>
 
-#include <algorithm>
+#include <typeinfo>
 #include <vector>
 
 #include <OxTellarSDK/DelimiterCodec.h>
@@ -12,6 +12,40 @@ using OxAttribute::GroupAttribute;
 using OxAttribute::StringAttribute;
 
 namespace TELLAR {
+
+namespace {
+
+/// The names that a parent presents, read one by one: a list of all of them for each step would
+/// make a walk take a time quadratic in their number.
+class SiblingNames {
+public:
+    SiblingNames(StaticGeometryProducer& parent, const GroupAttribute& stored) : stored(stored) {
+        // A class derived elsewhere may present other names.
+        isPlain = typeid(parent) == typeid(StaticGeometryProducer);
+        if (!isPlain) presented = parent.getPotentialChildren();
+    }
+    std::int64_t count() const {
+        return isPlain ? stored.getNumberOfChildren() : presented.getNumberOfValues();
+    }
+    std::string at(std::int64_t index) const {
+        return isPlain ? OxAttribute::DelimiterDecode(stored.getChildNameView(index))
+                       : std::string(presented.getValueView(index));
+    }
+    /// count() when there is none.
+    std::int64_t indexOf(const std::string& name) const {
+        std::int64_t index = 0;
+        while (index < count() && at(index) != name)
+            ++index;
+        return index;
+    }
+
+private:
+    const GroupAttribute& stored;
+    StringAttribute presented;
+    bool isPlain;
+};
+
+} // namespace
 
 StaticGeometryProducer::StaticGeometryProducer(std::string path, GroupAttribute description,
                                                std::int64_t index, Ptr parentProducer)
@@ -72,20 +106,14 @@ GeometryProducer::Ptr StaticGeometryProducer::getFirstChild(bool) {
 GeometryProducer::Ptr StaticGeometryProducer::getNextSibling(bool) {
     auto* parent = dynamic_cast<StaticGeometryProducer*>(getRawParentPtr());
     if (!parent) return nullptr;
-    const auto names = parent->getPotentialChildren().getNearestSample(0.0f);
-    const auto count = static_cast<std::int64_t>(names.size());
-    if (childIndex < 0) {
-        const std::string own = getName();
-        childIndex = 0;
-        while (childIndex < count && names[static_cast<std::size_t>(childIndex)] != own)
-            ++childIndex;
-    }
+    const GroupAttribute siblings = parent->getChildren();
+    const SiblingNames names(*parent, siblings);
+    if (childIndex < 0) childIndex = names.indexOf(getName());
     const std::int64_t next = childIndex + 1;
-    if (next >= count) return nullptr;
+    if (next >= names.count()) return nullptr;
     // The path continues this producer's own; readers of static scenes count on it.
-    return new StaticGeometryProducer(
-        ChildPath(locationPath, names[static_cast<std::size_t>(next)]),
-        parent->getChildren().getChildByIndex(next), next, parent);
+    return new StaticGeometryProducer(ChildPath(locationPath, names.at(next)),
+                                      siblings.getChildByIndex(next), next, parent);
 }
 
 } // namespace TELLAR
