@@ -237,6 +237,13 @@ TEST_F(RenderUtils, PutTheFrameIntoATemporaryLocation) {
     EXPECT_EQ(ExplicitLocation("/tmp/b.####", -7.9f), "/tmp/b.-007");
     EXPECT_EQ(ExplicitLocation("/tmp/b.exr", 7), "/tmp/b.exr");
     EXPECT_EQ(ExplicitLocation("#", 1e30f), "2147483647");
+    EXPECT_EQ(ExplicitLocation("##/#/###", 7), "07/7/007");
+    EXPECT_EQ(ExplicitLocation("####", -12345), "-12345");
+}
+
+TEST_F(RenderUtils, PutTheFrameIntoARunOfAnyLength) {
+    const std::string location = ExplicitLocation(std::string(1000000, '#') + ".exr", 7);
+    EXPECT_EQ(location, std::string(999999, '0') + "7.exr");
 }
 
 TEST_F(RenderUtils, ExpandHomeAndVariablesOfATemporaryLocation) {
@@ -245,15 +252,41 @@ TEST_F(RenderUtils, ExpandHomeAndVariablesOfATemporaryLocation) {
     EXPECT_EQ(ExplicitLocation("~/$TELLAR_TEST_SHOW/b.##.exr", 7), "/home/ada/garden/b.07.exr");
 }
 
+TEST_F(RenderUtils, ExpandHomeThenVariablesThenTheFrame) {
+    const ScopedEnvironment home("HOME", "/home/$TELLAR_TEST_SHOW");
+    const ScopedEnvironment show("TELLAR_TEST_SHOW", "garden##");
+    EXPECT_EQ(ExplicitLocation("~/$TELLAR_TEST_SHOW/b.####", 7), "/home/garden07/garden07/b.0007");
+    const ScopedEnvironment tilde("TELLAR_TEST_SHOW", "~");
+    EXPECT_EQ(ExplicitLocation("$TELLAR_TEST_SHOW/b", 7), "~/b");
+    const ScopedEnvironment nested("TELLAR_TEST_SHOW", "$HOME");
+    EXPECT_EQ(ExplicitLocation("$TELLAR_TEST_SHOW/b", 7), "$HOME/b");
+}
+
 TEST_F(RenderUtils, ComposeATemporaryLocationThatIsNotSet) {
     const Children settings = Output({{"tempRenderId", Text("r17")}}, {{"tempDir", Text("/tmp")}});
     EXPECT_EQ(TempLocation(settings, "beauty", 7), "/tmp/r17.0007");
     EXPECT_EQ(TempLocation(settings, "other", 7), "");
+    Children unset = Output({{"tempRenderId", Text("r17")},
+                             {"rendererSettings", Group({{"tempRenderLocation", Text("")}})}},
+                            {{"tempDir", Text("/tmp")}});
+    EXPECT_EQ(TempLocation(unset, "beauty", 7), "/tmp/r17.0007") << "empty is not set";
     EXPECT_EQ(TempLocation(Output({{"tempRenderId", Text("r17")}}, {{"tempDir", Text("/tmp/")}}),
                            "beauty", 12345),
               "/tmp/r17.12345");
     EXPECT_EQ(TempLocation(Output({{"tempRenderId", Text("r17")}}), "beauty", 7), "");
     EXPECT_EQ(TempLocation({}, "beauty", 7), "");
+}
+
+TEST_F(RenderUtils, TakeATemporaryLocationFromItsOwnAttributeAlone) {
+    const auto location = Group({{"tempRenderLocation", Text("/wrong")}});
+    const Children settings = {
+        {"tempRenderLocation", Text("/wrong")},
+        {"rendererSettings", location},
+        {"outputs", Group({{"tempRenderLocation", Text("/wrong")},
+                           {"beauty", Group({{"tempRenderLocation", Text("/wrong")}})},
+                           {"depth", Group({{"rendererSettings", location}})}})}};
+    EXPECT_EQ(TempLocation(settings, "beauty", 7), "");
+    EXPECT_EQ(TempLocation(settings, "depth", 7), "/wrong");
 }
 
 TEST_F(RenderUtils, TellWhereATileIsWritten) {

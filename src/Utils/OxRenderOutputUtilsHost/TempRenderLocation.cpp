@@ -1,7 +1,7 @@
 #include "TempRenderLocation.h"
 
+#include <algorithm>
 #include <cstddef>
-#include <regex>
 
 #include <OxTellarSDK/StringUtil.h>
 
@@ -25,15 +25,14 @@ std::string PaddedFrame(int frame, std::size_t width) {
 
 /// The text with the frame in place of every run of "#", padded to its length.
 std::string WithFrame(const std::string& text, int frame) {
-    static const auto& run = *new std::regex("#+");
     std::string result;
-    auto rest = text.begin();
-    for (std::sregex_iterator match(text.begin(), text.end(), run), end; match != end; ++match) {
-        result.append(rest, (*match)[0].first);
-        result += PaddedFrame(frame, static_cast<std::size_t>(match->length()));
-        rest = (*match)[0].second;
+    std::size_t rest = 0;
+    for (std::size_t run = text.find('#'); run != std::string::npos; run = text.find('#', rest)) {
+        result.append(text, rest, run - rest);
+        rest = std::min(text.find_first_not_of('#', run), text.size());
+        result += PaddedFrame(frame, rest - run);
     }
-    return result.append(rest, text.end());
+    return result.append(text, rest);
 }
 
 } // namespace
