@@ -1,6 +1,8 @@
 #include <OxTellarProducers/TilePath.h>
 
+#include <locale>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -104,6 +106,45 @@ TEST(TilePath, WarnsWhenItIsNotToldHowManyTilesThereAre) {
     }
 }
 
+TEST(TilePath, WarnsOfColumnsAloneAndOfRowsAlone) {
+    for (const char* text : {"@DEFAULT@@COLUMNS@", "@DEFAULT@@ROWS@"}) {
+        const CapturedLog log;
+        WithTemplate(text);
+        EXPECT_THAT(log.textsOf(kLogger),
+                    ElementsAre("OMBRA_TILE_FILENAME (defined as \"" + std::string(text) +
+                                "\") is using @COLUMNS@ or @ROWS@, but tiles count is not "
+                                "available."));
+    }
+}
+
+TEST(TilePath, TakesTheThirdAndFourthOfFiveNumbersForTheCounts) {
+    const CapturedLog log;
+    EXPECT_EQ(WithTemplate("@DEFAULT@_@COLUMNS@x@ROWS@", {2, 3, 4, 5, 6}),
+              "/out/tile_2_3.beauty.exr_4x5");
+    EXPECT_THAT(log.textsOf(kLogger), IsEmpty());
+}
+
+TEST(TilePath, DoesNotAskForATemplateWhenThereAreTooFewNumbers) {
+    const CapturedLog log;
+    EXPECT_EQ(WithTemplate("neither usable nor looked at", {7}), kPicture);
+    EXPECT_THAT(log.textsOf(kLogger), ElementsAre("Invalid tile data size. Expected at least two "
+                                                  "elements (column and row)."));
+}
+
+/// Digits in groups of two.
+struct GroupingNumbers : std::numpunct<char> {
+    char do_thousands_sep() const override { return '_'; }
+    std::string do_grouping() const override { return "\2"; }
+};
+
+TEST(TilePath, HasPlainNumbersInAnyLocale) {
+    const std::locale before = std::locale::global(std::locale(std::locale(), new GroupingNumbers));
+    EXPECT_EQ(ProcessTilePath(kPicture, {1234567, -7}), "/out/tile_1234567_-7.beauty.exr");
+    EXPECT_EQ(WithTemplate("@DEFAULT@_@COLUMNS@x@ROWS@", {0, 1, 10000, 20000}),
+              "/out/tile_0_1.beauty.exr_10000x20000");
+    std::locale::global(before);
+}
+
 TEST(TilePath, HasItsOwnNameAndAWarningForATemplateThatWouldNotTellTilesApart) {
     for (const char* text :
          {"@STEM@_@COLUMN@@EXT@", "@STEM@_@ROW@@EXT@", "@COLUMN@_@ROW@@EXT@",
@@ -136,6 +177,76 @@ TEST(TilePath, FillsInPlaceholdersThatComeWithOthers) {
     // What comes earlier is not looked for again.
     EXPECT_EQ(WithTemplate("@STEM@_@COLUMN@_@ROW@@EXT@", {2, 3}, "/out/a@ROW@.exr"),
               "/out/a@ROW@_2_3.exr");
+}
+
+TEST(TilePath, FollowsTheRulesOfPathsInTheirCorners) {
+    const auto tiled = [](const char* picture) { return ProcessTilePath(picture, {2, 3}); };
+    EXPECT_EQ(tiled(""), "tile_2_3.");
+    EXPECT_EQ(tiled("/"), "tile_2_3./");
+    EXPECT_EQ(tiled("/out/"), "/out/tile_2_3..");
+    EXPECT_EQ(tiled("/out/.exr"), "/out/tile_2_3..exr");
+    EXPECT_EQ(tiled("/out/beauty."), "/out/tile_2_3.beauty.");
+    EXPECT_EQ(tiled("/out/."), "/out/tile_2_3..");
+    EXPECT_EQ(tiled("/out/.."), "/out/tile_2_3...");
+    EXPECT_EQ(tiled("../beauty.exr"), "../tile_2_3.beauty.exr");
+    EXPECT_EQ(tiled("/out//beauty.exr"), "/out/tile_2_3.beauty.exr");
+    EXPECT_EQ(tiled("/out.d/beauty"), "/out.d/tile_2_3.beauty");
+    EXPECT_EQ(WithTemplate("@STEM@_@COLUMN@_@ROW@@EXT@/", {2, 3}), "/out/beauty_2_3.exr/");
+}
+
+/// `text` with all of `from` replaced by `to`, left to right.
+std::string Replaced(const std::string& text, const std::string& from, const std::string& to) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size();) {
+        const bool isHere = text.compare(i, from.size(), from) == 0;
+        result += isHere ? to : std::string(1, text[i]);
+        i += isHere ? from.size() : 1;
+    }
+    return result;
+}
+
+/// What a template with all it needs makes of a picture "<folder>/<stem><extension>".
+std::string ExpectedTilePath(const std::string& folder, const std::string& stem,
+                             const std::string& extension, const std::vector<int>& tile,
+                             std::string text) {
+    const std::string column = std::to_string(tile[0]);
+    const std::string row = std::to_string(tile[1]);
+    const bool counts = tile.size() >= 4;
+    text = Replaced(text, "@DEFAULT@", "tile_" + column + "_" + row + "." + stem + extension);
+    text = Replaced(text, "@COLUMNS@", counts ? std::to_string(tile[2]) : "UnknownColumns");
+    text = Replaced(text, "@COLUMN@", column);
+    text = Replaced(text, "@ROWS@", counts ? std::to_string(tile[3]) : "UnknownRows");
+    text = Replaced(text, "@ROW@", row);
+    text = Replaced(text, "@STEM@", stem);
+    text = Replaced(text, "@EXT@", extension);
+    return text[0] == '/' || folder.empty() ? text : folder + "/" + text;
+}
+
+TEST(TilePath, IsWhatTheStepsSayInManyCases) {
+    std::mt19937 random(4711);
+    const auto oneOf = [&random](const std::vector<std::string>& choices) {
+        return choices[random() % choices.size()];
+    };
+    const std::vector<std::string> pieces = {
+        "@DEFAULT@", "@COLUMNS@", "@COLUMN@", "@ROWS@", "@ROW@", "@STEM@", "@EXT@", "@",
+        "@@",        "_",         "x/",       "ROW@",   "@STEM", "a",      ".",     "@EXT"};
+    const CapturedLog log; // keeps the warnings to itself
+    for (int i = 0; i < 200; ++i) {
+        const std::string folder = oneOf({"", "/out", "a/b", "/o.ut/c", ".."});
+        const std::string stem = oneOf({"beauty", "b_v2", "a@ROW@", "a@EXT@", "@DEFAULT@", "@"});
+        const std::string extension = oneOf({"", ".exr", ".@ROW@", ".png"});
+        std::string text =
+            oneOf({"", "/tiles/"}) + oneOf({"@DEFAULT@", "@COLUMN@@ROW@@STEM@@EXT@"});
+        for (unsigned int more = random() % 6; more > 0; --more)
+            text += oneOf(pieces);
+        std::vector<int> tile;
+        for (unsigned int count = 2 + random() % 4; count > 0; --count)
+            tile.push_back(static_cast<int>(random() % 2001) - 1000);
+        SCOPED_TRACE(text);
+        const std::string picture = (folder.empty() ? "" : folder + "/") + stem + extension;
+        EXPECT_EQ(WithTemplate(text, tile, picture.c_str()),
+                  ExpectedTilePath(folder, stem, extension, tile, text));
+    }
 }
 
 TEST(TilePath, MayBeAskedForByManyThreadsAtOnce) {
