@@ -22,7 +22,8 @@ constexpr const char* kResolutionLogger = "ResolutionTable";
 constexpr const char* kResolutionKey = "RESOLUTION_TABLE";
 
 // What the platform reads (docs/configuration.md), and by what the system finds libraries.
-constexpr const char* kKeys[] = {"ASSET_SEARCH_PATH", "OMBRA_TILE_FILENAME", kResolutionKey};
+constexpr const char* kKeys[] = {"ASSET_SEARCH_PATH", "MAP_FILES_ABOVE", "OMBRA_TILE_FILENAME",
+                                 kResolutionKey};
 constexpr const char* kVariables[] = {"OX_PLUGIN_PATH",    "OX_CONFIG_FILE",        "OX_LOG_LEVEL",
                                       "OX_ANALYTICS_FILE", "LD_LIBRARY_PATH",       "LD_PRELOAD",
                                       "NO_COLOR",          "RUNTIME_USE_CONCURRENT"};

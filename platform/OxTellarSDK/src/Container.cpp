@@ -29,11 +29,6 @@ Registry& GetRegistry() {
     return *registry;
 }
 
-bool IsSameFile(const FileBuffer::Identity& a, const FileBuffer::Identity& b) {
-    return a.file == b.file && a.device == b.device && a.bytes == b.bytes &&
-           a.modifiedSeconds == b.modifiedSeconds && a.modifiedNanoseconds == b.modifiedNanoseconds;
-}
-
 std::uint64_t NextNumber() {
     static std::atomic<std::uint64_t> last{0};
     return last.fetch_add(1, std::memory_order_relaxed) + 1;
@@ -63,8 +58,7 @@ Attribute Container::Open(FileBuffer buffer, const std::string& name, ContainerK
     Collect();
     const std::lock_guard<std::mutex> guard(registry.lock);
     for (Container* container : registry.containers) {
-        if (!buffer.isMapped() || !IsSameFile(container->buffer.identity(), buffer.identity()))
-            continue;
+        if (!buffer.isOpen() || !(container->buffer.state() == buffer.state())) continue;
         container->checkKind(wanted);
         return container->root();
     }
@@ -131,6 +125,7 @@ void Container::checkKind(ContainerKind wanted) const {
 }
 
 void Container::checkFrame() {
+    fetch(0, std::min(bytes, std::uint64_t(sizeof header)));
     if (bytes < sizeof header || std::memcmp(base, kContainerMagic, sizeof kContainerMagic) != 0)
         refuse("is no attribute file");
     std::memcpy(&header, base, sizeof header);
@@ -139,6 +134,7 @@ void Container::checkFrame() {
                ", of which this program knows nothing");
     if (bytes < sizeof header + sizeof footer) refuse("is damaged: it ends early");
 
+    fetch(bytes - sizeof footer, bytes);
     std::memcpy(&footer, base + bytes - sizeof footer, sizeof footer);
     if (std::memcmp(footer.magic, kContainerEndMagic, sizeof kContainerEndMagic) != 0)
         refuse("is damaged: it ends early, or other bytes follow it");
@@ -153,6 +149,7 @@ void Container::checkFrame() {
     const std::uint64_t blocks = (footer.tableOffset + kBlockBytes - 1) / kBlockBytes;
     if (footer.tableOffset + blocks * 8 + sizeof footer != bytes)
         refuse("is damaged: its parts do not fit together");
+    fetch(footer.tableOffset, bytes);
     const char* table = base + footer.tableOffset;
     if (XXH3_64bits(table, blocks * 8) != footer.tableChecksum)
         refuse("is damaged: its checksums do not have the checksum that it states");
@@ -166,6 +163,11 @@ void Container::checkFrame() {
     if (!checkedUnits) throw std::bad_alloc();
 }
 
+void Container::fetch(std::uint64_t begin, std::uint64_t end) const {
+    std::string reason;
+    if (!buffer.fetch(begin, end, reason)) refuse("can no longer be read: " + reason);
+}
+
 void Container::verifyRange(std::uint64_t begin, std::uint64_t end) {
     for (std::uint64_t block = begin / kBlockBytes; block * kBlockBytes < end; ++block)
         if (verifiedBlocks[block].load(std::memory_order_acquire) == 0) verifyBlock(block);
@@ -174,6 +176,12 @@ void Container::verifyRange(std::uint64_t begin, std::uint64_t end) {
 void Container::verifyBlock(std::uint64_t block) {
     const std::uint64_t begin = block * kBlockBytes;
     const std::uint64_t end = std::min(begin + kBlockBytes, footer.tableOffset);
+    std::unique_lock<std::mutex> guard(fetchLocks[block % fetchLocks.size()], std::defer_lock);
+    if (buffer.mustFetchOnce()) {
+        guard.lock();
+        if (verifiedBlocks[block].load(std::memory_order_relaxed) != 0) return;
+    }
+    fetch(begin, end);
     std::uint64_t expected;
     std::memcpy(&expected, base + footer.tableOffset + block * 8, sizeof expected);
     if (HashBlock(base + begin, end - begin) != expected)

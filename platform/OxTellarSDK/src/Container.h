@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "AttributeNode.h"
@@ -52,6 +53,9 @@ static_assert(sizeof(ContainerFooter) == 48, "part of the file format");
 /// parent alone) and get shallower downwards, so no file can make a reader loop, recurse
 /// without end or see more groups than the file has bytes.
 ///
+/// Files that change while they are open: see FileAccess. What this class has fetched and checked
+/// is not looked at again.
+///
 /// Life: every handle to a value counts. Counts are kept per thread, as two counters that
 /// only their thread writes, so that threads reading one file do not wait for each other;
 /// Collect() adds them up and closes the files that nobody holds. It runs whenever a file is
@@ -87,7 +91,7 @@ public:
     }
 
     /// Whether the file is so large that reading all of it must be avoided.
-    bool isLarge() const { return bytes > FileBuffer::kMapThreshold; }
+    bool isLarge() const { return bytes > FileBuffer::kLargeBytes; }
     const Hash& identity() const { return contentIdentity; }
     /// Of no other container of this process, earlier ones included; never 0.
     std::uint64_t number() const { return ownNumber; }
@@ -101,6 +105,7 @@ private:
     void checkFrame();
     void checkKind(ContainerKind wanted) const;
     [[noreturn]] void refuse(const std::string& why) const;
+    void fetch(std::uint64_t begin, std::uint64_t end) const;
     void verifyRange(std::uint64_t begin, std::uint64_t end);
     void verifyBlock(std::uint64_t block);
     [[noreturn]] void damaged(const std::string& what, std::uint64_t unit) const;
@@ -154,6 +159,8 @@ private:
     ContainerFooter footer;
     Hash contentIdentity;
     std::unique_ptr<std::atomic<std::uint8_t>[]> verifiedBlocks;
+    // Of blocks that must be fetched by one thread only.
+    std::array<std::mutex, 16> fetchLocks;
     struct FreeDeleter {
         void operator()(void* memory) const;
     };

@@ -2,12 +2,12 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 #include <stdexcept>
 #include <utility>
 
 #ifndef _WIN32
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,22 +23,22 @@ constexpr std::uint64_t kFrontBytes = 64;
 // such.
 constexpr std::uint64_t kLargePageBytes = std::uint64_t(2) << 20;
 
+constexpr const char* kCutShort = "it has become shorter since it was opened";
+
 } // namespace
 
-FileBuffer::FileBuffer(FileBuffer&& other) noexcept
-    : start(std::exchange(other.start, nullptr)), bytes(std::exchange(other.bytes, 0)),
-      allocation(std::exchange(other.allocation, nullptr)),
-      allocationBytes(std::exchange(other.allocationBytes, 0)),
-      mapped(std::exchange(other.mapped, false)),
-      mappedIdentity(std::exchange(other.mappedIdentity, Identity())) {}
+FileBuffer::FileBuffer(FileBuffer&& other) noexcept {
+    *this = std::move(other);
+}
 
 FileBuffer& FileBuffer::operator=(FileBuffer&& other) noexcept {
     std::swap(start, other.start);
     std::swap(bytes, other.bytes);
     std::swap(allocation, other.allocation);
     std::swap(allocationBytes, other.allocationBytes);
-    std::swap(mapped, other.mapped);
-    std::swap(mappedIdentity, other.mappedIdentity);
+    std::swap(descriptor, other.descriptor);
+    std::swap(access, other.access);
+    std::swap(openedState, other.openedState);
     return *this;
 }
 
@@ -58,51 +58,75 @@ FileBuffer::~FileBuffer() {
     std::free(allocation);
 }
 
-FileBuffer FileBuffer::Map(int, std::uint64_t) {
-    throw std::runtime_error("files are not mapped on this system");
+FileBuffer FileBuffer::Open(std::FILE*, const RegularFile::State&, FileAccess) {
+    throw std::runtime_error("files are not opened in place on this system");
+}
+
+bool FileBuffer::fetch(std::uint64_t, std::uint64_t, std::string&) const {
+    return true;
 }
 
 #else
 
 FileBuffer::~FileBuffer() {
-    if (isMapped())
-        munmap(allocation, allocationBytes);
-    else
+    if (!isOpen()) {
         std::free(allocation);
+        return;
+    }
+    if (allocation) munmap(allocation, allocationBytes);
+    close(descriptor);
 }
 
-FileBuffer FileBuffer::Map(int descriptor, std::uint64_t bytes) {
-    struct stat status {};
-    const auto fail = [] { throw std::runtime_error(std::strerror(errno)); };
-    if (fstat(descriptor, &status) != 0) fail();
+FileBuffer FileBuffer::Open(std::FILE* file, const RegularFile::State& state, FileAccess access) {
+    const auto fail = [] { throw std::runtime_error(RegularFile::ReasonOf(errno)); };
+    FileBuffer buffer;
+    buffer.access = access;
+    buffer.openedState = state;
+    buffer.bytes = state.bytes;
+    buffer.descriptor = fcntl(fileno(file), F_DUPFD_CLOEXEC, 0);
+    if (!buffer.isOpen()) fail();
 
     // One anonymous page, and right behind it the file: the owner's pointer lies in front
-    // of the file's first byte without a byte of the file being copied.
+    // of the file's first byte.
     const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    const std::uint64_t total = page + bytes + kLargePageBytes;
-    void* reserved =
-        mmap(nullptr, total, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    buffer.allocationBytes = page + state.bytes + kLargePageBytes;
+    void* reserved = mmap(nullptr, buffer.allocationBytes, PROT_READ | PROT_WRITE,
+                          MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (reserved == MAP_FAILED) fail();
+    buffer.allocation = static_cast<char*>(reserved);
     const auto afterPage = reinterpret_cast<std::uintptr_t>(reserved) + page;
     const std::uint64_t padding = (kLargePageBytes - afterPage % kLargePageBytes) % kLargePageBytes;
-    char* start = static_cast<char*>(reserved) + page + padding;
-    if (mmap(start, bytes, PROT_READ, MAP_PRIVATE | MAP_FIXED, descriptor, 0) == MAP_FAILED) {
-        const int reason = errno;
-        munmap(reserved, total);
-        errno = reason;
+    buffer.start = buffer.allocation + page + padding;
+    if (access == FileAccess::Map &&
+        mmap(buffer.start, state.bytes, PROT_READ, MAP_PRIVATE | MAP_FIXED, buffer.descriptor, 0) ==
+            MAP_FAILED)
         fail();
-    }
-    FileBuffer buffer;
-    buffer.start = start;
-    buffer.bytes = bytes;
-    buffer.allocation = static_cast<char*>(reserved);
-    buffer.allocationBytes = total;
-    buffer.mapped = true;
-    buffer.mappedIdentity = {static_cast<std::uint64_t>(status.st_dev),
-                             static_cast<std::uint64_t>(status.st_ino), bytes,
-                             static_cast<std::int64_t>(status.st_mtim.tv_sec),
-                             static_cast<std::int64_t>(status.st_mtim.tv_nsec)};
     return buffer;
+}
+
+bool FileBuffer::fetch(std::uint64_t begin, std::uint64_t end, std::string& reason) const {
+    if (!isOpen()) return true;
+    if (access == FileAccess::Map) {
+        struct stat status {};
+        if (fstat(descriptor, &status) != 0) {
+            reason = RegularFile::ReasonOf(errno);
+            return false;
+        }
+        if (static_cast<std::uint64_t>(status.st_size) >= end) return true;
+        reason = kCutShort;
+        return false;
+    }
+    while (begin < end) {
+        const ssize_t got =
+            pread(descriptor, start + begin, end - begin, static_cast<off_t>(begin));
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) {
+            reason = got == 0 ? kCutShort : RegularFile::ReasonOf(errno);
+            return false;
+        }
+        begin += static_cast<std::uint64_t>(got);
+    }
+    return true;
 }
 
 #endif

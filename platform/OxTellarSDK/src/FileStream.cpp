@@ -2,13 +2,18 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
+#include <system_error>
 #include <vector>
 
 #include <zstd.h>
 
+#include <OxConfiguration/Configuration.h>
+#include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarSDK/AttributeTypes.h>
 
 #include "FileBuffer.h"
@@ -29,12 +34,34 @@ struct DecompressorDeleter {
     void operator()(ZSTD_DStream* stream) const { ZSTD_freeDStream(stream); }
 };
 
+constexpr const char* kMapAboveKey = "MAP_FILES_ABOVE";
+// What a process may well hold in memory of its own. Reading costs a file of this size some tens of
+// milliseconds more than mapping when all of it is used.
+constexpr std::uint64_t kMapAboveMebibytes = 64;
+
+/// Files of more bytes than this are mapped.
+std::uint64_t MapAbove() {
+    const std::string setting = Config()->get(kMapAboveKey);
+    if (setting.empty()) return kMapAboveMebibytes << 20;
+    std::uint64_t mebibytes = 0;
+    const char* const end = setting.data() + setting.size();
+    const auto [rest, error] = std::from_chars(setting.data(), end, mebibytes);
+    if (setting == "never" || error == std::errc::result_out_of_range) return UINT64_MAX;
+    if (error == std::errc() && rest == end)
+        return mebibytes > UINT64_MAX >> 20 ? UINT64_MAX : mebibytes << 20;
+    static const OxLoggerGlue* const logger = new OxLoggerGlue("FileStream");
+    logger->error(std::string(kMapAboveKey) + " is \"" + setting +
+                      "\"; it must be a number of MiB or \"never\". No file is mapped.",
+                  __FILE__, __LINE__);
+    return UINT64_MAX;
+}
+
 } // namespace
 
 struct FileStream::State {
     std::string path;
     RegularFile::Pointer file;
-    std::uint64_t fileBytes = 0;
+    RegularFile::State opened;
     bool touched = false; // something was read already
 
     std::unique_ptr<ZSTD_DStream, DecompressorDeleter> decompressor; // null: plain
@@ -76,7 +103,7 @@ struct FileStream::State {
             }
         }
         delivered += output.pos;
-        if (delivered > kAlwaysAllowedBytes && delivered / kMaximumRatio > fileBytes)
+        if (delivered > kAlwaysAllowedBytes && delivered / kMaximumRatio > opened.bytes)
             fail("it decompresses to more than " + std::to_string(kMaximumRatio) +
                  " times its size");
         return static_cast<std::int64_t>(output.pos);
@@ -86,11 +113,9 @@ struct FileStream::State {
 FileStream::FileStream(const std::string& path, bool decompress)
     : state(std::make_unique<State>()) {
     state->path = path;
-    RegularFile::State found;
     std::string reason;
-    state->file = RegularFile::Open(path, found, reason);
+    state->file = RegularFile::Open(path, state->opened, reason);
     if (!state->file) state->fail(reason);
-    state->fileBytes = found.bytes;
     if (!decompress) return;
 
     unsigned char start[sizeof kZstdMagic];
@@ -124,11 +149,13 @@ FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, v
         const FileStream::State& state = *static_cast<FileStream*>(stream)->state;
         name = "File \"" + state.path + '"';
         if (!state.decompressor && !state.touched) {
-            expected = state.fileBytes;
+            expected = state.opened.bytes;
 #ifndef _WIN32
-            if (expected > FileBuffer::kMapThreshold) {
+            if (expected > FileBuffer::kLargeBytes) {
                 try {
-                    return FileBuffer::Map(fileno(state.file.get()), expected);
+                    const FileAccess access =
+                        expected > MapAbove() ? FileAccess::Map : FileAccess::Read;
+                    return FileBuffer::Open(state.file.get(), state.opened, access);
                 } catch (const std::runtime_error& error) {
                     state.fail(error.what());
                 }

@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "MappedFiles.h"
+#include "OpenFiles.h"
 #include "RunTogether.h"
 #include "SampleValue.h"
 #include "TempDirectory.h"
@@ -85,7 +85,7 @@ TEST(AttributeThreads, OneFileIsReadByMoreThreadsThanThereAreCounters) {
     std::atomic<int> wrong{0};
     {
         const GroupAttribute file(ReadFile(path));
-        ASSERT_TRUE(IsMapped(path));
+        ASSERT_TRUE(IsOpen(path));
         RunTogether(48, [&](int number) {
             for (int i = 0; i < 100; ++i) {
                 const int leaf = (number * 37 + i * 11) % 500;
@@ -95,11 +95,11 @@ TEST(AttributeThreads, OneFileIsReadByMoreThreadsThanThereAreCounters) {
             }
         });
         CollectUnusedFiles(folder);
-        EXPECT_TRUE(IsMapped(path));
+        EXPECT_TRUE(IsOpen(path));
     }
     EXPECT_EQ(wrong, 0);
     CollectUnusedFiles(folder);
-    EXPECT_FALSE(IsMapped(path));
+    EXPECT_FALSE(IsOpen(path));
 }
 
 TEST(AttributeThreads, HandlesOfAFileMayChangeThreadsAndAreStillCounted) {
@@ -115,13 +115,13 @@ TEST(AttributeThreads, HandlesOfAFileMayChangeThreadsAndAreStillCounted) {
         });
     }
     CollectUnusedFiles(folder);
-    EXPECT_TRUE(IsMapped(path));
+    EXPECT_TRUE(IsOpen(path));
     RunTogether(4, [&](int number) { // each drops what another one took
         for (int i = 0; i < 100; ++i)
             handles[static_cast<std::size_t>((3 - number) * 100 + i)] = Attribute();
     });
     CollectUnusedFiles(folder);
-    EXPECT_FALSE(IsMapped(path));
+    EXPECT_FALSE(IsOpen(path));
 }
 
 TEST(AttributeThreads, FilesAreOpenedReadAndClosedByManyThreadsAtOnce) {
@@ -145,8 +145,8 @@ TEST(AttributeThreads, FilesAreOpenedReadAndClosedByManyThreadsAtOnce) {
     });
     EXPECT_EQ(wrong, 0);
     CollectUnusedFiles(folder);
-    EXPECT_FALSE(IsMapped(paths[0]));
-    EXPECT_FALSE(IsMapped(paths[1]));
+    EXPECT_FALSE(IsOpen(paths[0]));
+    EXPECT_FALSE(IsOpen(paths[1]));
 }
 
 // A writer renames files of different lengths over one path while readers open it: what is opened

@@ -14,7 +14,7 @@
 #include "AllocatedBytes.h"
 #include "AttributePrinter.h"
 #include "ErrorOf.h"
-#include "MappedFiles.h"
+#include "OpenFiles.h"
 #include "TempDirectory.h"
 #include "TestOps.h"
 
@@ -551,11 +551,11 @@ TEST(DeserializeOps, ALargeFileIsClosedWithItsRuntime) {
         FileStream stream(path, true);
         const Op op = graph.transaction->deserializeOps(&stream, &FileStream::read);
         data = graph.commit(op)->cookLocation("/root");
-        EXPECT_TRUE(IsMapped(path));
+        EXPECT_TRUE(IsOpen(path));
         graph.runtime->finalize();
-        EXPECT_TRUE(IsMapped(path)); // the Op holds its arguments
+        EXPECT_TRUE(IsOpen(path)); // the Op holds its arguments
     }
-    EXPECT_FALSE(IsMapped(path));
+    EXPECT_FALSE(IsOpen(path));
     EXPECT_EQ(Number(data.getAttrs(), "value"), 4);
 }
 
@@ -572,11 +572,11 @@ TEST(DeserializeOps, AResultThatLiesInALargeFileKeepsItOpen) {
         const Op op = graph.transaction->deserializeOps(&stream, &FileStream::read);
         data = graph.commit(op)->cookLocation("/root");
     }
-    EXPECT_TRUE(IsMapped(path));
+    EXPECT_TRUE(IsOpen(path));
     EXPECT_EQ(Number(data.getAttrs(), "value"), 4);
     data = LocationData();
     TellarRuntime::create()->finalize();
-    EXPECT_FALSE(IsMapped(path));
+    EXPECT_FALSE(IsOpen(path));
 }
 
 // Text queries

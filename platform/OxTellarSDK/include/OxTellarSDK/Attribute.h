@@ -104,10 +104,10 @@ public:
     friend bool operator!=(const Attribute& a, const Attribute& b) { return !(a == b); }
 
     /// Reads one attribute stream. `read` is called with `stream` until it has
-    /// delivered the whole of it; with FileStream::read a large plain file is mapped
-    /// into memory instead, and read as it is used. `flags` must be 0. A stream that
-    /// holds no byte at all gives an invalid attribute; a damaged one throws
-    /// std::runtime_error naming the file (if known) and the damage.
+    /// delivered the whole of it; with FileStream::read a large plain file is kept open
+    /// instead, and read as it is used (or mapped: configuration key MAP_FILES_ABOVE).
+    /// `flags` must be 0. A stream that holds no byte at all gives an invalid attribute;
+    /// a damaged one throws std::runtime_error naming the file (if known) and the damage.
     static Attribute readAttributeStream(void* stream, StreamRead read, int flags);
 
     /// Writes the attribute as a stream. Throws std::runtime_error when `write`

@@ -1,19 +1,26 @@
 #include <OxTellarSDK/AttributeStream.h>
 
 #include <filesystem>
+#include <fstream>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 
+#include <OxConfiguration/Configuration.h>
 #include <OxTellarSDK/AttributeSuite.h>
 #include <OxTellarSDK/FileStream.h>
 #include <OxTellarSDK/GroupBuilder.h>
 
 #include "AttributePrinter.h"
+#include "CapturedLog.h"
 #include "ContainerBytes.h"
 #include "ErrorOf.h"
-#include "MappedFiles.h"
+#include "FileBuffer.h"
+#include "OpenFiles.h"
+#include "ScopedEnvironment.h"
 #include "TempDirectory.h"
 
 using namespace OxAttribute;
@@ -23,7 +30,7 @@ using testing::StartsWith;
 
 namespace {
 
-Attribute ReadFile(const std::string& path) {
+Attribute Opened(const std::string& path) {
     FileStream stream(path, true);
     return Attribute::readAttributeStream(&stream, &FileStream::read, 0);
 }
@@ -74,7 +81,24 @@ std::size_t OffsetOf(const std::string& file, float value) {
     return offset;
 }
 
-class LargeAttributeFile : public testing::Test {
+/// The key MAP_FILES_ABOVE has this value while it lives; nothing is none.
+class MapFilesAbove {
+public:
+    explicit MapFilesAbove(const std::optional<std::string>& value)
+        : variable(std::in_place, "OX_CONFIG_MAP_FILES_ABOVE", value) {
+        Config()->reload();
+    }
+    ~MapFilesAbove() {
+        variable.reset();
+        Config()->reload();
+    }
+
+private:
+    std::optional<ScopedEnvironment> variable;
+};
+
+/// Whatever way its bytes come into memory: by mapping it or by reading it piece by piece.
+class LargeAttributeFile : public testing::TestWithParam<const char*> {
 protected:
     LargeAttributeFile() : path(folder.path("large.oxa")) {
         WriteAttributeFile(path, LargeValue());
@@ -88,42 +112,52 @@ protected:
         folder.write("large.oxa", bytes);
     }
 
-    GroupAttribute read() const { return GroupAttribute(ReadFile(path)); }
+    void setByte(std::size_t offset, char byte) const {
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(static_cast<std::streamoff>(offset));
+        file.put(byte);
+    }
 
+    GroupAttribute read() const { return GroupAttribute(Opened(path)); }
+
+    MapFilesAbove setting{GetParam()};
     TempDirectory folder;
     std::string path;
 };
 
 } // namespace
 
-TEST_F(LargeAttributeFile, IsMappedAndReadsEqual) {
-    ASSERT_GT(std::filesystem::file_size(path), FileBuffer::kMapThreshold);
+INSTANTIATE_TEST_SUITE_P(Mapped, LargeAttributeFile, testing::Values("4"));
+INSTANTIATE_TEST_SUITE_P(Read, LargeAttributeFile, testing::Values("never"));
+
+TEST_P(LargeAttributeFile, IsKeptOpenAndReadsEqual) {
+    ASSERT_GT(std::filesystem::file_size(path), FileBuffer::kLargeBytes);
     const GroupAttribute value = read();
-    EXPECT_TRUE(IsMapped(path));
+    EXPECT_TRUE(IsOpen(path));
     EXPECT_EQ(value, LargeValue());
     EXPECT_EQ(value.getHash(), LargeValue().getHash());
     EXPECT_EQ(IntAttribute(value.getChildByName("after")).getValue(), 2);
 }
 
-TEST_F(LargeAttributeFile, IsClosedWhenNobodyHoldsAnythingOfIt) {
+TEST_P(LargeAttributeFile, IsClosedWhenNobodyHoldsAnythingOfIt) {
     Attribute leaf;
     {
         const GroupAttribute value = read();
         leaf = value.getChildByName("group.text");
     }
     CollectUnusedFiles();
-    EXPECT_TRUE(IsMapped(path));
+    EXPECT_TRUE(IsOpen(path));
     EXPECT_EQ(StringAttribute(leaf).getValue(), "small text");
     const Attribute second = leaf;
     leaf = Attribute();
     CollectUnusedFiles();
-    EXPECT_TRUE(IsMapped(path));
+    EXPECT_TRUE(IsOpen(path));
     const_cast<Attribute&>(second) = Attribute();
     CollectUnusedFiles();
-    EXPECT_FALSE(IsMapped(path));
+    EXPECT_FALSE(IsOpen(path));
 }
 
-TEST_F(LargeAttributeFile, SamplesAndGroupsKeepItOpen) {
+TEST_P(LargeAttributeFile, SamplesAndGroupsKeepItOpen) {
     ConstSample<float> sample = FloatAttribute(read().getChildByName("a")).getNearestSample(0);
     GroupAttribute group({{"x", read().getChildByName("c")}}, true);
     CollectUnusedFiles();
@@ -131,28 +165,28 @@ TEST_F(LargeAttributeFile, SamplesAndGroupsKeepItOpen) {
     EXPECT_EQ(FloatAttribute(group.getChildByName("x")).getValue(), 2000000.0f);
     sample = ConstSample<float>();
     CollectUnusedFiles();
-    EXPECT_TRUE(IsMapped(path));
+    EXPECT_TRUE(IsOpen(path));
     group = GroupAttribute();
     CollectUnusedFiles();
-    EXPECT_FALSE(IsMapped(path));
+    EXPECT_FALSE(IsOpen(path));
 }
 
-TEST_F(LargeAttributeFile, OpenedTwiceIsMappedOnceAndShared) {
+TEST_P(LargeAttributeFile, OpenedTwiceIsKeptOnceAndShared) {
     const GroupAttribute first = read(), second = read();
     EXPECT_EQ(first.getHandle(), second.getHandle());
-    EXPECT_EQ(NumberOfMappings(path), 1);
+    EXPECT_EQ(NumberOfOpenings(path), 1);
     EXPECT_THAT(ErrorOf([&] { ReadOpFile(path); }), HasSubstr("not a serialised op file"));
-    EXPECT_EQ(NumberOfMappings(path), 1);
+    EXPECT_EQ(NumberOfOpenings(path), 1);
 }
 
-TEST_F(LargeAttributeFile, ALinkToItIsTheSameFile) {
+TEST_P(LargeAttributeFile, ALinkToItIsTheSameFile) {
     std::filesystem::create_hard_link(path, folder.path("link"));
     const GroupAttribute first = read();
-    const GroupAttribute second(ReadFile(folder.path("link")));
+    const GroupAttribute second(Opened(folder.path("link")));
     EXPECT_EQ(first.getHandle(), second.getHandle());
 }
 
-TEST_F(LargeAttributeFile, WrittenAnewItIsAnotherFileAndTheOldOneStaysReadable) {
+TEST_P(LargeAttributeFile, WrittenAnewItIsAnotherFileAndTheOldOneStaysReadable) {
     const GroupAttribute old = read();
     WriteAttributeFile(path, GroupAttribute({{"new", Counting(2000000)}}, true));
     const GroupAttribute anew = read();
@@ -161,7 +195,7 @@ TEST_F(LargeAttributeFile, WrittenAnewItIsAnotherFileAndTheOldOneStaysReadable) 
     EXPECT_NE(old, anew);
 }
 
-TEST_F(LargeAttributeFile, DamageIsFoundWhenAndOnlyWhenItIsRead) {
+TEST_P(LargeAttributeFile, DamageIsFoundWhenAndOnlyWhenItIsRead) {
     damageArray(1000000);
     const GroupAttribute value = read();
     EXPECT_EQ(FloatAttribute(value.getChildByName("a")).getNearestSample(0)[599999], 599999.0f);
@@ -174,7 +208,7 @@ TEST_F(LargeAttributeFile, DamageIsFoundWhenAndOnlyWhenItIsRead) {
     EXPECT_EQ(FloatAttribute(value.getChildByName("a")).getValue(), 0.0f);
 }
 
-TEST_F(LargeAttributeFile, DamageIsFoundAgainAndAgain) {
+TEST_P(LargeAttributeFile, DamageIsFoundAgainAndAgain) {
     damageArray(1000000);
     const GroupAttribute group(read().getChildByName("group"));
     const std::string error = ErrorOf([&] { group.getChildByIndex(0); });
@@ -186,21 +220,21 @@ TEST_F(LargeAttributeFile, DamageIsFoundAgainAndAgain) {
     EXPECT_EQ(ErrorOf([&] { (void)(group == LargeValue()); }), error);
 }
 
-TEST_F(LargeAttributeFile, ReadingDamageLeavesNoHandleBehind) {
+TEST_P(LargeAttributeFile, ReadingDamageLeavesNoHandleBehind) {
     damageArray(1000000);
     EXPECT_THAT(ErrorOf([&] { read().getChildByName("group.b"); }), HasSubstr(path));
     CollectUnusedFiles();
-    EXPECT_FALSE(IsMapped(path));
+    EXPECT_FALSE(IsOpen(path));
 }
 
-TEST_F(LargeAttributeFile, WritingADamagedValueToAFileNamesTheDamagedFile) {
+TEST_P(LargeAttributeFile, WritingADamagedValueToAFileNamesTheDamagedFile) {
     damageArray(1000000);
     const GroupAttribute value = read();
     EXPECT_THAT(ErrorOf([&] { WriteAttributeFile(folder.path("copy"), value); }), HasSubstr(path));
     EXPECT_THAT(FilesIn(folder), ElementsAre("large.oxa"));
 }
 
-TEST_F(LargeAttributeFile, ABuilderThatMeetsDamageKeepsWhatItHad) {
+TEST_P(LargeAttributeFile, ABuilderThatMeetsDamageKeepsWhatItHad) {
     damageArray(1000000);
     const Attribute group = read().getChildByName("group");
     GroupBuilder builder;
@@ -212,7 +246,7 @@ TEST_F(LargeAttributeFile, ABuilderThatMeetsDamageKeepsWhatItHad) {
     EXPECT_EQ(built.getChildByName("g").getHandle(), group.getHandle());
 }
 
-TEST_F(LargeAttributeFile, TheCSuiteGivesNothingForDamage) {
+TEST_P(LargeAttributeFile, TheCSuiteGivesNothingForDamage) {
     damageArray(1000000);
     const GroupAttribute value = read();
     const OxAttributeSuite_v1& suite = *OxGetBuiltInAttributeSuite();
@@ -228,32 +262,138 @@ TEST_F(LargeAttributeFile, TheCSuiteGivesNothingForDamage) {
     suite.release(group);
 }
 
-TEST_F(LargeAttributeFile, DamageAtTheRootIsFoundAtOnce) {
+TEST_P(LargeAttributeFile, DamageAtTheRootIsFoundAtOnce) {
     std::string bytes = folder.read("large.oxa");
     const std::size_t root = ContainerBytes::FooterOf(bytes).rootUnit * 16ull;
     bytes[root + 40] ^= 1;
     folder.write("large.oxa", bytes);
     EXPECT_THAT(ErrorOf([&] { read(); }), StartsWith("File \"" + path + "\" is damaged: bytes "));
-    EXPECT_FALSE(IsMapped(path));
+    EXPECT_FALSE(IsOpen(path));
 }
 
-TEST_F(LargeAttributeFile, DamageOfTheTableOrTheFooterIsFoundAtOnce) {
+TEST_P(LargeAttributeFile, DamageOfTheTableOrTheFooterIsFoundAtOnce) {
     const std::string bytes = folder.read("large.oxa");
     const std::size_t table = ContainerBytes::FooterOf(bytes).tableOffset;
     for (std::size_t offset = table; offset < bytes.size(); ++offset) {
-        std::string damaged = bytes;
-        damaged[offset] ^= 0x10;
         if (offset % 97 != 0 && offset + 100 < bytes.size()) continue;
-        folder.write("large.oxa", damaged);
+        setByte(offset, static_cast<char>(bytes[offset] ^ 0x10));
         ASSERT_THAT(ErrorOf([&] { read(); }), StartsWith("File \"" + path + "\" is damaged: "))
             << offset;
+        setByte(offset, bytes[offset]);
     }
 }
 
-TEST_F(LargeAttributeFile, CutShortItIsRefusedAtOnce) {
+TEST_P(LargeAttributeFile, CutShortItIsRefusedAtOnce) {
     const std::string bytes = folder.read("large.oxa");
     for (const std::size_t length : {bytes.size() - 1, bytes.size() - 48, bytes.size() - 1000}) {
         folder.write("large.oxa", bytes.substr(0, length));
         EXPECT_THAT(ErrorOf([&] { read(); }), StartsWith("File \"" + path + "\" is damaged: "));
+    }
+}
+
+// Files that change while they are open -----------------------------------------------------------
+
+namespace {
+
+class OpenedFile : public LargeAttributeFile {
+protected:
+    /// Writes into the file that is there, as our own writers never do.
+    void overwrite(const std::string& bytes) const {
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        file << bytes;
+    }
+    void expectNothingMoreToRead(const std::string& why) const {
+        EXPECT_EQ(ErrorOf([&] { value.getChildByName("group.b"); }),
+                  "File \"" + path + "\" " + why);
+    }
+    void expectWhatWasReadBefore() const {
+        EXPECT_EQ(first, FloatAttribute(Counting(kLargeCount, 0)));
+        EXPECT_EQ(value.getNumberOfChildren(), 5);
+    }
+
+    GroupAttribute value = read();
+    FloatAttribute first{value.getChildByName("a")};
+};
+
+constexpr const char* kTooShort =
+    "can no longer be read: it has become shorter since it was opened";
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(ByDefault, OpenedFile, testing::Values(""));
+INSTANTIATE_TEST_SUITE_P(Always, OpenedFile, testing::Values("never"));
+
+TEST_P(OpenedFile, KeepsWhatWasReadWhenItIsCutShortAndRefusesTheRest) {
+    std::filesystem::resize_file(path, 0);
+    expectNothingMoreToRead(kTooShort);
+    expectWhatWasReadBefore();
+}
+
+TEST_P(OpenedFile, KeepsWhatWasReadWhenItIsOverwrittenAndRefusesTheRest) {
+    overwrite(std::string(std::filesystem::file_size(path), 'x'));
+    EXPECT_THAT(ErrorOf([&] { value.getChildByName("group.b"); }),
+                AllOf(StartsWith("File \"" + path + "\" is damaged: "),
+                      HasSubstr("do not have their checksum")));
+    expectWhatWasReadBefore();
+}
+
+TEST_P(OpenedFile, KeepsWhatWasReadWhenItIsReplacedInPlace) {
+    std::filesystem::resize_file(path, 0);
+    overwrite(ContainerBytes::Write(IntAttribute(1)));
+    expectNothingMoreToRead(kTooShort);
+    expectWhatWasReadBefore();
+    EXPECT_EQ(IntAttribute(Opened(path)).getValue(), 1);
+}
+
+TEST(FileBuffer, OfAMappedFileTellsWhatIsNoLongerThereBeforeItIsTouched) {
+    const TempDirectory folder;
+    const std::string path = folder.write("file", std::string(100000, 'x'));
+    RegularFile::State state;
+    std::string reason;
+    const RegularFile::Pointer file = RegularFile::Open(path, state, reason);
+    const FileBuffer buffer = FileBuffer::Open(file.get(), state, FileAccess::Map);
+    EXPECT_TRUE(buffer.fetch(0, 100000, reason));
+    std::filesystem::resize_file(path, 50000);
+    EXPECT_TRUE(buffer.fetch(0, 50000, reason));
+    EXPECT_FALSE(buffer.fetch(50000, 50001, reason));
+    EXPECT_EQ(reason, "it has become shorter since it was opened");
+}
+
+// Which files are mapped --------------------------------------------------------------------------
+
+namespace {
+
+/// Whether a file of about 7 MiB is mapped when the key has this value.
+bool IsMappedWith(const std::optional<std::string>& setting) {
+    const MapFilesAbove set(setting);
+    const TempDirectory folder;
+    const std::string path = folder.path("large.oxa");
+    WriteAttributeFile(path, LargeValue());
+    const Attribute value = Opened(path);
+    EXPECT_TRUE(IsOpen(path));
+    return IsMapped(path);
+}
+
+} // namespace
+
+TEST(MapFilesAbove, IsANumberOfMebibytesOrNever) {
+    const CapturedLog log;
+    EXPECT_TRUE(IsMappedWith("0"));
+    EXPECT_TRUE(IsMappedWith("6"));
+    EXPECT_FALSE(IsMappedWith("7"));
+    EXPECT_FALSE(IsMappedWith("never"));
+    EXPECT_FALSE(IsMappedWith("99999999999999999999999"));
+    EXPECT_FALSE(IsMappedWith("17592186044416")); // times 2^20 is 0 modulo 2^64
+    EXPECT_FALSE(IsMappedWith(std::nullopt));
+    EXPECT_THAT(log.messages(), testing::IsEmpty());
+}
+
+TEST(MapFilesAbove, MapsNothingAndLogsAnErrorWhenItIsNoSuchThing) {
+    for (const char* setting : {"64 MiB", "-1", "always"}) {
+        const CapturedLog log;
+        EXPECT_FALSE(IsMappedWith(setting));
+        EXPECT_THAT(log.textsOf("FileStream"),
+                    ElementsAre("MAP_FILES_ABOVE is \"" + std::string(setting) +
+                                "\"; it must be a number of MiB or \"never\". No file is mapped."));
     }
 }
