@@ -7,6 +7,7 @@
 
 #include <OxTellarProducers/CreateGeometryProducer.h>
 
+#include "CountedAllocations.h"
 #include "SceneBuilders.h"
 
 namespace {
@@ -240,6 +241,28 @@ TEST(ShadingNode, IsCopiedAndMovedWhole) {
         EXPECT_THAT(other.getConnectionNames(), ElementsAre("b"));
         EXPECT_EQ(other.getConnection("b"), connection) << "it is shared";
     }
+}
+
+/// So many levels of groups, each of which holds the next one as "a" and as "b"; at the end the
+/// given value.
+GroupAttribute SharedTwice(int levels, Attribute end) {
+    for (int level = 0; level < levels; ++level)
+        end = Group({{"a", end}, {"b", end}});
+    return end;
+}
+
+TEST(ShadingNode, FindsTheConnectionsOfAGroupThatStandsUnderTwoNames) {
+    const auto node = NodeWithConnections({{"a", SharedTwice(3, Text("out@n"))}});
+    EXPECT_THAT(node.getConnectionNames(), ElementsAre("a.a.a", "a.a.b", "a.b.a", "a.b.b"));
+}
+
+TEST(ShadingNode, GivesUpOnSharedGroupsWhoseConnectionsDoubleWithEachLevel) {
+    // Composed names reach one level, three, six ... down: this is 2^40 ways.
+    const auto levels = SharedTwice(40 * 41 / 2, Int(1));
+    const long allocations = AllocationsOf([&] {
+        NodeWithConnections({{"first", Text("out@n")}, {"a", levels}});
+    });
+    EXPECT_LT(allocations, 20 * 65536);
 }
 
 // Networks ----------------------------------------------------------------------------------------

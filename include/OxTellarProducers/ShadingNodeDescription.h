@@ -69,7 +69,9 @@ public:
 
     /// By the full name, such as "layer.Kd:r"; empty when there is none.
     ConnectionPtr getConnection(const std::string& wanted) const;
-    /// Full names, in the order found.
+    /// Full names, in the order found. Of a group that stands under several names in "connections"
+    /// or below, repeats beyond 65,536 connections are left out: their number may double with
+    /// each level.
     const std::vector<std::string>& getConnectionNames() const { return connectionNames; }
     void getConnectionNames(std::vector<std::string>& out) const;
 

@@ -1,6 +1,8 @@
 #include <OxTellarProducers/ShadingNodeDescription.h>
 
 #include <cstdint>
+#include <unordered_set>
+#include <utility>
 
 #include <boost/make_shared.hpp>
 
@@ -41,6 +43,45 @@ Overrides ReadOverrides(const GroupAttribute& material) {
     }
     return overrides;
 }
+
+/// Collects the connections in groups within groups. A group that its parent holds under several
+/// names is entered once for each, so levels of such groups would multiply; the repeats are
+/// limited.
+struct ConnectionWalk {
+    using ConnectionMap = std::map<std::string, ShadingNodeDescription::ConnectionPtr>;
+    static constexpr std::int64_t kMaximumRepeats = 65536;
+
+    ConnectionMap& connections;
+    std::vector<std::string>& names;
+    std::unordered_set<const OxAttributeStruct*> entered;
+    std::int64_t repeats; // children that were looked at again
+
+    void enter(const GroupAttribute& group, const std::string& prefix) {
+        const std::int64_t count = group.getNumberOfChildren();
+        if (!entered.insert(group.getHandle()).second) {
+            repeats += count;
+            if (repeats > kMaximumRepeats) return;
+        }
+        for (std::int64_t i = 0; i < count; ++i) {
+            std::string fullName = prefix;
+            if (!prefix.empty()) fullName += '.';
+            fullName += group.getChildNameView(i);
+            add(group, std::move(fullName), group.getChildByIndex(i));
+        }
+    }
+
+    void add(const GroupAttribute& group, std::string fullName, const Attribute& child) {
+        auto connection =
+            boost::make_shared<ShadingNodeConnectionDescription>(fullName, StringAttribute(child));
+        if (connection->isValid()) {
+            names.push_back(fullName);
+            connections.emplace(std::move(fullName), std::move(connection));
+        } else {
+            // By the composed name: of groups in groups only those that it leads to are seen.
+            enter(group.getChildByName(fullName), fullName);
+        }
+    }
+};
 
 } // namespace
 
@@ -112,20 +153,7 @@ void ShadingNodeDescription::getConnectionNames(std::vector<std::string>& out) c
 
 void ShadingNodeDescription::recursiveGetConnectionNames(const GroupAttribute& group,
                                                          const std::string& prefix) {
-    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
-        std::string fullName = prefix;
-        if (!prefix.empty()) fullName += '.';
-        fullName += group.getChildNameView(i);
-        auto connection = boost::make_shared<ShadingNodeConnectionDescription>(
-            fullName, StringAttribute(group.getChildByIndex(i)));
-        if (connection->isValid()) {
-            connectionNames.push_back(fullName);
-            connections.emplace(std::move(fullName), std::move(connection));
-        } else {
-            // By the composed name: of groups in groups only those that it leads to are seen.
-            recursiveGetConnectionNames(group.getChildByName(fullName), fullName);
-        }
-    }
+    ConnectionWalk{connections, connectionNames, {}, 0}.enter(group, prefix);
 }
 
 void ShadingNodeDescription::GetShadingNetworkNodes(const GroupAttribute& material, NodeMap& out) {
