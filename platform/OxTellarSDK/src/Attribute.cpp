@@ -42,6 +42,13 @@ Hash HashData(const Node* node) {
     return ToHash(XXH3_128bits_withSeed(StringBytes(node), ends[elements], seed));
 }
 
+Hash ComputeHash(const Attribute& attribute);
+
+/// Values in memory keep their hashes. Those within a value of a file are not worth a place each.
+Hash HashOfChild(const Attribute& child) {
+    return IsInFile(child.getHandle()) ? ComputeHash(child) : child.getHash();
+}
+
 Hash HashGroup(const GroupAttribute& group) {
     const std::int64_t count = group.getNumberOfChildren();
     const HashedHeader header{kAttributeTypeGroup, group.getGroupInherit(),
@@ -54,7 +61,7 @@ Hash HashGroup(const GroupAttribute& group) {
     for (std::int64_t i = 0; i < count; ++i) {
         const std::string_view name = group.getChildNameView(i);
         children[static_cast<std::size_t>(i)] = {ToHash(XXH3_128bits(name.data(), name.size())),
-                                                 group.getChildByIndex(i).getHash()};
+                                                 HashOfChild(group.getChildByIndex(i))};
     }
     return ToHash(XXH3_128bits_withSeed(children.data(), children.size() * sizeof(HashedChild),
                                         XXH3_64bits(&header, sizeof header)));
@@ -131,8 +138,9 @@ Hash Attribute::getHash() const {
     const Hash kept = getKeptHash();
     if (kept.words[0] != 0) return kept;
     if (!handle) return {};
+    if (IsInFile(handle))
+        return Container::Of(handle)->keptHash(handle, [this] { return ComputeHash(*this); });
     const Hash hash = ComputeHash(*this);
-    if (IsInFile(handle)) return hash;
     MemoryPrefix* prefix = PrefixOf(handle);
     prefix->hash[1].store(hash.words[1], std::memory_order_relaxed);
     prefix->hash[0].store(hash.words[0], std::memory_order_release);

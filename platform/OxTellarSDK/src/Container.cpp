@@ -163,6 +163,21 @@ void Container::checkFrame() {
     if (!checkedUnits) throw std::bad_alloc();
 }
 
+bool Container::findHash(std::uint64_t unit, Hash& hash) {
+    const std::lock_guard<std::mutex> guard(hashLock);
+    if (!keptHashes) return false;
+    const KeptHash& kept = (*keptHashes)[unit % keptHashes->size()];
+    if (kept.unit != unit) return false;
+    hash = kept.hash;
+    return true;
+}
+
+void Container::keepHash(std::uint64_t unit, const Hash& hash) {
+    const std::lock_guard<std::mutex> guard(hashLock);
+    if (!keptHashes) keptHashes = std::make_unique<std::array<KeptHash, 1024>>();
+    (*keptHashes)[unit % keptHashes->size()] = {unit, hash};
+}
+
 void Container::fetch(std::uint64_t begin, std::uint64_t end) const {
     std::string reason;
     if (!buffer.fetch(begin, end, reason)) refuse("can no longer be read: " + reason);

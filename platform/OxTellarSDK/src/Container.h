@@ -96,6 +96,21 @@ public:
     /// Of no other container of this process, earlier ones included; never 0.
     std::uint64_t number() const { return ownNumber; }
 
+    /// The hash of a value of this file: what `compute` gives when it is not known. A fixed number
+    /// of hashes is kept, each until another value needs its place, for as long as the file is
+    /// open.
+    template <typename Compute>
+    Hash keptHash(const Node* node, Compute compute) {
+        constexpr std::uint64_t kCheapBytes = 4096;
+        if (!IsGroup(node) && NumberOfElements(node) * ElementBytes(node->type) < kCheapBytes)
+            return compute();
+        Hash hash;
+        if (findHash(node->unit, hash)) return hash;
+        hash = compute();
+        keepHash(node->unit, hash);
+        return hash;
+    }
+
     ~Container();
 
 private:
@@ -105,6 +120,8 @@ private:
     void checkFrame();
     void checkKind(ContainerKind wanted) const;
     [[noreturn]] void refuse(const std::string& why) const;
+    bool findHash(std::uint64_t unit, Hash& hash);
+    void keepHash(std::uint64_t unit, const Hash& hash);
     void fetch(std::uint64_t begin, std::uint64_t end) const;
     void verifyRange(std::uint64_t begin, std::uint64_t end);
     void verifyBlock(std::uint64_t block);
@@ -159,6 +176,13 @@ private:
     ContainerFooter footer;
     Hash contentIdentity;
     std::unique_ptr<std::atomic<std::uint8_t>[]> verifiedBlocks;
+    struct KeptHash {
+        std::uint64_t unit = 0; // at which no value stands: nothing is kept
+        Hash hash;
+    };
+    // The place of a hash depends on the value's unit alone. Made when the first one is kept.
+    std::unique_ptr<std::array<KeptHash, 1024>> keptHashes;
+    std::mutex hashLock; // guards them
     // Of blocks that must be fetched by one thread only.
     std::array<std::mutex, 16> fetchLocks;
     struct FreeDeleter {

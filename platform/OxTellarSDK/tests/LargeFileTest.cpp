@@ -359,6 +359,28 @@ TEST(FileBuffer, OfAMappedFileTellsWhatIsNoLongerThereBeforeItIsTouched) {
     EXPECT_EQ(reason, "it has become shorter since it was opened");
 }
 
+TEST(MappedFile, HasTheHashesOfItsValuesComputedOnce) {
+    const MapFilesAbove all("4");
+    const TempDirectory folder;
+    const std::string path = folder.path("large.oxa");
+    WriteAttributeFile(path, LargeValue());
+    const GroupAttribute value(Opened(path));
+    const Attribute array = value.getChildByName("a");
+    const Hash hash = value.getHash();
+    const Hash arrayHash = array.getHash();
+    // Whoever hashes the mapped values anew gets something else.
+    std::string bytes = folder.read("large.oxa");
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    const std::size_t offset = OffsetOf(bytes, 300000);
+    file.seekp(static_cast<std::streamoff>(offset)).put(static_cast<char>(bytes[offset] ^ 1));
+    file.close();
+    ASSERT_NE(FloatAttribute(array).getNearestSample(0)[300000], 300000.0f);
+    EXPECT_EQ(value.getHash(), hash);
+    EXPECT_EQ(array.getHash(), arrayHash);
+    EXPECT_EQ(GroupAttribute(value.getChildByName("group")).getHash(),
+              GroupAttribute(LargeValue().getChildByName("group")).getHash());
+}
+
 // Which files are mapped --------------------------------------------------------------------------
 
 namespace {
