@@ -15,6 +15,7 @@
 #include <OxTellarProducers/ThreadAwareGeometryProducer.h>
 #include <OxTellarSDK/AttributeStream.h>
 
+#include "AllocatedBytes.h"
 #include "CapturedErrors.h"
 #include "CapturedLog.h"
 #include "ProducerHelpers.h"
@@ -164,6 +165,62 @@ TEST_P(ProducerFactory, MakesEveryAncestorOfADeepLocation) {
         ++levels;
     EXPECT_EQ(levels, 4000);
     leaf.reset();
+}
+
+TEST_P(ProducerFactory, TellsTheWholePathAndNameOfEveryAncestorOfADeepLocation) {
+    const GroupAttribute tree =
+        Group({{"tree", OpEntry("TestTree", Group({{"endless", Int(1)}}))}});
+    const std::string path = DeepPath(4000);
+    const Ptr leaf = create(tree, path);
+    ASSERT_TRUE(leaf);
+    std::string expected = path;
+    for (GeometryProducer* producer = leaf.get(); producer;
+         producer = producer->getRawParentPtr()) {
+        ASSERT_EQ(producer->getFullName(), expected);
+        ASSERT_EQ(producer->getName(), expected.substr(expected.rfind('/') + 1));
+        expected.resize(expected.rfind('/'));
+    }
+    EXPECT_EQ(expected, "");
+}
+
+// Deep locations ----------------------------------------------------------------------------------
+
+/// Every location exists and has the potential child "a"; none has attributes.
+GroupAttribute EndlessTree() {
+    static const bool isRegistered = [] {
+        OxOpType::RegisterOpType(new TestOp("TestEndless", [](OxOpType::CookContext& context) {
+            context.setAttrs(Group({}));
+            context.setPotentialChildren(Texts({"a"}));
+        }));
+        return true;
+    }();
+    static_cast<void>(isRegistered);
+    return Group({{"tree", OpEntry("TestEndless", Group({{"tag", Text(UniqueTag())}}))}});
+}
+
+// Whole paths for every level would take 400 MB.
+constexpr int kDeep = 20000;
+constexpr std::size_t kMostBytes = 40 << 20;
+
+TEST(DeepLocation, TakesMemoryInProportionToItsDepth) {
+    const Client client = MakeClient(EndlessTree());
+    const std::size_t before = AllocatedBytes();
+    const Ptr leaf = CreateSyncGeometryProducer(client, DeepPath(kDeep));
+    ASSERT_TRUE(leaf);
+    EXPECT_LT(AllocatedBytes(), before + kMostBytes);
+    EXPECT_EQ(leaf->getFullName(), DeepPath(kDeep));
+}
+
+TEST(DeepLocation, IsFoundByPathInMemoryInProportionToItsDepth) {
+    const Client client = MakeClient(EndlessTree());
+    const Ptr root = CreateSyncGeometryProducer(client, "/root");
+    const std::size_t before = AllocatedBytes();
+    const Ptr leaf = root->getProducerByPath(DeepPath(kDeep));
+    ASSERT_TRUE(leaf);
+    EXPECT_LT(AllocatedBytes(), before + kMostBytes);
+    EXPECT_EQ(leaf->getFullName(), DeepPath(kDeep));
+    EXPECT_EQ(leaf->getFirstChild()->getFullName(), DeepPath(kDeep + 1));
+    EXPECT_EQ(leaf->getParent()->getName(), "a");
 }
 
 // Sync and Async ----------------------------------------------------------------------------------

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 
@@ -62,7 +63,18 @@ protected:
 private:
     Ptr findExistingChild(std::int64_t firstIndex, bool evict);
 
-    std::string* const locationPath; // goes back to the pool in the end
+    /// Leaves out of a long path what the parent's path tells.
+    void shareParentsPath() noexcept;
+    std::size_t getPathSize() const { return sharedBytes + locationPath->size(); }
+    /// The full path; `room` is for one that is made of parts.
+    std::string_view getPath(std::string& room) const {
+        return sharedBytes == 0 ? std::string_view(*locationPath) : joinPath(room);
+    }
+    std::string_view joinPath(std::string& room) const;
+    const BaseGeometryProducer* getBaseParent() const;
+
+    std::string* const locationPath; // its end or all of it; goes back to the pool in the end
+    std::size_t sharedBytes = 0;     // of the path, in front of that
     const TellarRuntime::LocationData locationData;
     const std::int64_t childIndex;
     const Make makeChild; // null for a producer that navigation did not make
