@@ -170,13 +170,13 @@ private:
         return GroupAttribute(anyValue());
     }
 
-    const OxOpType::OpType& anyOpType() {
-        static const std::vector<const OxOpType::OpType*> types = OxOpType::GetOpTypes();
+    const OxOpType::Description& anyOpType() {
+        static const std::vector<const OxOpType::Description*> types = OxOpType::GetDescriptions();
         return *any(types);
     }
 
     GroupAttribute::Child newOp(const Children& ops) {
-        const OxOpType::Description& type = anyOpType().description();
+        const OxOpType::Description& type = anyOpType();
         Children args;
         for (const OxOpType::Argument& argument : type.arguments)
             if (below(3) != 0) args.emplace_back(argument.name, valueOfType(argument.type));
