@@ -11,6 +11,7 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarSDK/PluginManager.h>
 
+#include "NoMemory.h"
 #include "Output.h"
 #include "Subcommands.h"
 #include "Terminal.h"
@@ -20,7 +21,6 @@ namespace TellarTool {
 namespace {
 
 constexpr int kProblemsFound = 1;
-constexpr int kBadInput = 2;
 constexpr int kStopped = 128; // and the number of the signal
 
 constexpr const char* kExamples = R"(Examples:
@@ -41,7 +41,11 @@ public:
         OxLoggingSetSink([](const OxLogMessage& message) {
             FirstLoggedError& first = get();
             const std::lock_guard<std::mutex> guard(first.lock);
-            if (first.text.empty() && message.level >= OxLogLevel::error) first.text = message.text;
+            if (!first.text.empty() || message.level < OxLogLevel::error) return;
+            try {
+                first.text = message.text;
+            } catch (const std::bad_alloc&) { // the command's own error is enough
+            }
         });
     }
 
@@ -119,7 +123,7 @@ int Main(int argc, char** argv) {
     } catch (const OutputClosed&) {
         return 0;
     } catch (const std::bad_alloc&) {
-        return Fail("out of memory");
+        throw;
     } catch (const std::exception& error) {
         return Fail(Explain(error.what()));
     }
@@ -130,5 +134,13 @@ int Main(int argc, char** argv) {
 } // namespace TellarTool
 
 int main(int argc, char** argv) {
-    return TellarTool::Main(argc, argv);
+    TellarTool::LetNoMemoryThrow();
+    int status = TellarTool::kBadInput;
+    try {
+        status = TellarTool::Main(argc, argv);
+    } catch (const std::bad_alloc&) { // also when there was none for telling of an error
+        TellarTool::WriteNoMemoryLine();
+    }
+    TellarTool::LetNoMemoryEnd();
+    return status;
 }

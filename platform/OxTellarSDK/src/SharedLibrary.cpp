@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <new>
 
 namespace OxPluginManager {
 
@@ -30,8 +31,20 @@ public:
     NamedTermination& operator=(const NamedTermination&) = delete;
 
 private:
+    /// That is no fault of the library's.
+    static bool isForWantOfMemory() {
+        try {
+            if (const std::exception_ptr uncaught = std::current_exception())
+                std::rethrow_exception(uncaught);
+        } catch (const std::bad_alloc&) {
+            return true;
+        } catch (...) {
+        }
+        return false;
+    }
+
     [[noreturn]] static void sayWhose() {
-        if (loadedFile)
+        if (loadedFile && !isForWantOfMemory())
             std::fprintf(stderr,
                          "\"%s\": a static initialiser of this library, or of one that it needs, "
                          "ends the process\n",
