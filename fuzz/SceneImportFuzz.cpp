@@ -65,11 +65,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view input(reinterpret_cast<const char*>(data), size);
     const std::string_view extension = input.substr(0, input.find('\n'));
     if (std::find(kExtensions.begin(), kExtensions.end(), extension) == kExtensions.end()) return 0;
+    const std::string_view content = input.substr(std::min(size, extension.size() + 1));
     const std::string path = Folder() + "/scene." + std::string(extension);
-    {
-        std::ofstream file(path, std::ios::binary);
-        file << input.substr(std::min(size, extension.size() + 1));
-    }
+    std::ofstream(path, std::ios::binary) << content;
+    // An OBJ file and its materials are two; here they are one text.
+    if (extension == "obj") std::ofstream(Folder() + "/scene.mtl", std::ios::binary) << content;
     std::vector<TellarSceneImport::FileStamp> files;
     try {
         UseScene(*TellarSceneImport::ReadScene(path, files));

@@ -20,6 +20,7 @@
 #include "ColladaCheck.h"
 #include "FbxCheck.h"
 #include "GltfFile.h"
+#include "ObjCheck.h"
 #include "PlyCheck.h"
 #include "RegularFile.h"
 #include "SceneBuilder.h"
@@ -68,6 +69,20 @@ public:
         : DefaultIOStream(file.release(), path) {}
 };
 
+std::string lowerExtension(const std::string& path) {
+    std::string extension = std::filesystem::path(path).extension().string();
+    for (char& c : extension)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return extension;
+}
+
+std::string readWhole(const FileStamp& stamp) {
+    std::string reason;
+    std::optional<std::string> content = RegularFile::Read(stamp.path, kMaxFileSize, reason);
+    if (!content) throw std::runtime_error("it cannot be read: " + reason);
+    return *std::move(content);
+}
+
 // Opens files for Assimp, noting each one's stamp, and one of them with other content.
 class FileAccess : public Assimp::DefaultIOSystem {
 public:
@@ -80,6 +95,8 @@ public:
         files.push_back(StampOf(path));
         const FileStamp& stamp = files.back();
         if (!stamp.isRegularFile() || stamp.size > kMaxFileSize) return nullptr;
+        // The only other files of an OBJ file are those of its materials.
+        if (path != scenePath && lowerExtension(scenePath) == ".obj") CheckMtl(readWhole(stamp));
         if (sceneContent && path == scenePath)
             return new Assimp::MemoryIOStream(
                 reinterpret_cast<const std::uint8_t*>(sceneContent->data()), sceneContent->size());
@@ -94,20 +111,6 @@ private:
     const std::string* const sceneContent; // null: as it is in the file
     std::vector<FileStamp>& files;
 };
-
-std::string lowerExtension(const std::string& path) {
-    std::string extension = std::filesystem::path(path).extension().string();
-    for (char& c : extension)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return extension;
-}
-
-std::string readWhole(const FileStamp& stamp) {
-    std::string reason;
-    std::optional<std::string> content = RegularFile::Read(stamp.path, kMaxFileSize, reason);
-    if (!content) throw std::runtime_error("it cannot be read: " + reason);
-    return *std::move(content);
-}
 
 std::string firstLine(const std::string& text) {
     return text.substr(0, text.find('\n'));
@@ -134,6 +137,8 @@ std::optional<GltfFile> examine(const FileStamp& stamp, const std::string& exten
     if (extension == ".dae") CheckCollada(readWhole(stamp), kMaxNodeDepth);
     if (extension == ".fbx") CheckFbx(readWhole(stamp), kMaxNodeDepth);
     if (extension == ".ply") CheckPly(readWhole(stamp));
+    if (extension == ".obj")
+        CheckObj(readWhole(stamp), std::filesystem::path(stamp.path).filename().string());
     return std::nullopt;
 }
 

@@ -228,6 +228,28 @@ TEST(DeepScene, IsReadDownToAThousandNodes) {
     EXPECT_EQ(ReasonOf("deep.gltf", ChainGltf(200000)), "nodes are nested deeper than 1000");
 }
 
+/// Why the house cannot be read with these materials; empty when it can.
+std::string ReasonOfMaterials(const std::string& mtl) {
+    const TempDirectory directory;
+    directory.write("house.mtl", mtl);
+    return Reason(directory.write("house.obj", kHouseObj));
+}
+
+TEST(DamagedObj, HasNothingBeforeItsFirstMaterial) {
+    const std::string refusal = "damaged MTL: something stands before the first material";
+    EXPECT_EQ(ReasonOfMaterials("bump b.png\n"), refusal);
+    EXPECT_EQ(ReasonOfMaterials("# of the house\n\n \tmap_Kd b.png\nnewmtl wall\n"), refusal);
+    EXPECT_EQ(ReasonOfMaterials("aniso 1"), refusal);
+    EXPECT_EQ(ReasonOfMaterials("# a comment\rdisp d.png\nnewmtl wall\n"), refusal);
+    EXPECT_EQ(ReasonOfMaterials("# of the house\r\n\r\n  newmtl wall\r\nbump b.png\r\n"), "");
+    EXPECT_EQ(ReasonOfMaterials(""), "");
+}
+
+TEST(DamagedObj, IsNotItsOwnMaterials) {
+    EXPECT_EQ(ReasonOf("a.obj", "mtllib a.obj\nbump b.png\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"),
+              "damaged OBJ: it names itself as its materials");
+}
+
 TEST(DamagedPly, TellsTheTruthInItsHeader) {
     EXPECT_EQ(ReasonOf("a.ply", Replaced(kPointsPly, "vertex 3", "vertex 3000000000")),
               "damaged PLY: the file is shorter than its header says");

@@ -1,0 +1,17 @@
+#ifndef SCENEIMPORT_OBJCHECK_H
+#define SCENEIMPORT_OBJCHECK_H
+
+#include <string_view>
+
+namespace TellarSceneImport {
+
+/// Throws std::runtime_error when an OBJ file of this name gives itself as its materials.
+void CheckObj(std::string_view content, std::string_view fileName);
+
+/// Throws std::runtime_error when something in a material file stands before the first material:
+/// Assimp does not survive all of that.
+void CheckMtl(std::string_view content);
+
+} // namespace TellarSceneImport
+
+#endif
