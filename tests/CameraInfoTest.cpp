@@ -1,5 +1,8 @@
 #include <OxTellarProducers/CameraInfo.h>
 
+#include <algorithm>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -81,6 +84,31 @@ TEST(CameraInfo, IsCopiedAndMovedMemberByMember) {
         EXPECT_EQ(other.xform[3][0], 7.0);
         EXPECT_EQ(other.xformSamples.getHandle(), copy.xformSamples.getHandle());
     }
+}
+
+TEST(CameraInfo, GivesItsSamplesAwayWhenItIsMoved) {
+    CameraInfo camera;
+    camera.xformSamples = FloatAttribute({1.0f, 2.0f}, 1);
+    const auto* const handle = camera.xformSamples.getHandle();
+    const CameraInfo moved = std::move(camera);
+    EXPECT_EQ(moved.xformSamples.getHandle(), handle);
+    EXPECT_FALSE(camera.xformSamples.isValid());
+}
+
+TEST(CameraInfo, HasItsMembersInTheOrderInWhichTheyAreWrittenDown) {
+    const CameraInfo camera;
+    const void* const members[] = {&camera.fov,
+                                   &camera.near,
+                                   &camera.far,
+                                   &camera.left,
+                                   &camera.right,
+                                   &camera.top,
+                                   &camera.bottom,
+                                   &camera.orthographic,
+                                   &camera.xform,
+                                   &camera.xformSamples,
+                                   &camera.orthographicWidth};
+    EXPECT_TRUE(std::is_sorted(std::begin(members), std::end(members), std::less<>()));
 }
 
 // Reading -----------------------------------------------------------------------------------------
@@ -284,6 +312,34 @@ TEST_F(GetCameraInfoTest, TellsScenesApartByTheirHash) {
     EXPECT_EQ(GetCameraInfo(one, kCamera)->fov, 90.0f);
     EXPECT_EQ(GetCameraInfo(other, kCamera)->fov, 30.0f);
     EXPECT_EQ(GetCameraInfo(one, kCamera)->fov, 90.0f);
+}
+
+TEST_F(GetCameraInfoTest, PutsPathAndHashTogetherWithoutASeparator) {
+    const boost::intrusive_ptr<ChangingRoot> one = new ChangingRoot("1scene");
+    const boost::intrusive_ptr<ChangingRoot> other = new ChangingRoot("scene");
+    one->show(CameraScene(CameraAttrs(UnitLens())));
+    other->show(CameraScene({}));
+    const auto camera = GetCameraInfo(one, kCamera);
+    EXPECT_TRUE(camera);
+    EXPECT_EQ(GetCameraInfo(other, kCamera + std::string("1")), camera);
+}
+
+/// Notes whether its children are to be computed anew.
+class EvictedRoot : public ChangingRoot {
+public:
+    EvictedRoot() : ChangingRoot("evicted") {}
+    Ptr getChildByName(const char* name, bool evict) override {
+        isEvicted = isEvicted || evict;
+        return ChangingRoot::getChildByName(name, evict);
+    }
+    bool isEvicted = false;
+};
+
+TEST_F(GetCameraInfoTest, HasNothingComputedAnew) {
+    const boost::intrusive_ptr<EvictedRoot> root = new EvictedRoot;
+    root->show(Location({}, {{"camera", Location(CameraAttrs(UnitLens()))}}));
+    EXPECT_TRUE(GetCameraInfo(root, "/root/camera"));
+    EXPECT_FALSE(root->isEvicted);
 }
 
 TEST_F(GetCameraInfoTest, TellsCamerasOfOneSceneApart) {

@@ -338,6 +338,23 @@ TEST_F(RenderUtils, KeepACameraForAsLongAsItsHandle) {
     EXPECT_TRUE(watched.expired());
 }
 
+TEST_F(RenderUtils, LetACameraOutliveItsHandle) {
+    const auto camera = std::make_shared<TELLAR::CameraInfo>();
+    Utils().releaseCameraInfo(OxCameraInfoToHandle(camera));
+    EXPECT_EQ(camera.use_count(), 1);
+    EXPECT_EQ(camera->xform, Imath::Matrix44<double>());
+}
+
+TEST_F(RenderUtils, GiveTheIdentityForACameraWithoutTransform) {
+    const Handle root = Handle::of(StaticRoot(CameraScene(CameraAttrs(UnitLens()))));
+    CameraInfoStruct* const camera = Utils().getCameraInfo(root.get(), kCamera);
+    const double* const xform = Utils().getCameraXform(camera);
+    ASSERT_NE(xform, nullptr);
+    EXPECT_THAT(std::vector<double>(xform, xform + 16),
+                ElementsAre(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1));
+    Utils().releaseCameraInfo(camera);
+}
+
 TEST_F(RenderUtils, HaveNoHandleOfNoCamera) {
     EXPECT_EQ(OxCameraInfoToHandle(nullptr), nullptr);
     EXPECT_EQ(OxHandleToCameraInfo(nullptr), nullptr);

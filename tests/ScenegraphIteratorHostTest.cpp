@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 
 #include <OxTellarProducers/CreateGeometryProducer.h>
+#include <OxTellarProducers/SyncGeometryProducer.h>
 #include <OxTellarProducers/ThreadAwareGeometryProducer.h>
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/AttributeSuite.h>
@@ -547,6 +548,38 @@ TEST(IteratorHost, OnlyLogsThatThereIsNoRuntimeToShare) {
     EXPECT_EQ(PublishedRuntime(), nullptr);
 }
 
+TEST(IteratorHost, LogsWhatIsNoStandardExceptionAsAnyEntryDoes) {
+    const SceneFile file;
+    const ScopedRuntimeFactory throwing([]() -> std::shared_ptr<TellarRuntime> { throw 7; });
+    const SharedRuntime shared;
+    const Opened opened([&] { return file.root().get(); });
+    EXPECT_EQ(opened.handle, nullptr);
+    EXPECT_EQ(opened.said, "");
+    EXPECT_THAT(opened.logged, ElementsAre("createRootIteratorFromOpTreeFile: unknown exception"));
+}
+
+TEST(IteratorHost, GivesAllThreadsOneClientInTheSharedRuntime) {
+    const SceneFile file;
+    const SharedRuntime shared;
+    const Handle root = file.root();
+    const auto producer = OxHandleToGeometryProducer(root.get());
+    EXPECT_TRUE(dynamic_cast<TELLAR::SyncGeometryProducer*>(producer.get()));
+    const auto client = producer->getClient();
+    RunTogether(4, [&](int) {
+        const Handle world = Handle::retaining(Iterators().getFirstChild(root.get(), false));
+        EXPECT_EQ(OxHandleToGeometryProducer(world.get())->getClient(), client);
+    });
+}
+
+TEST(IteratorHost, LogsNoFailureToOpenWhileErrorsAreOff) {
+    OxLoggingSetLevel(kLogger, OxLogLevel::off);
+    const Opened missing(
+        [] { return Iterators().createRootIteratorFromOpTreeFile("/no/such/scene.oxop"); });
+    OxLoggingSetLevel(kLogger, OxLogLevel::warn);
+    EXPECT_EQ(missing.said, "Tellar3 producer create failed.\n");
+    EXPECT_THAT(missing.logged, IsEmpty());
+}
+
 TEST(IteratorHost, SharesOneRuntimeOnlyWhenToldByJustThatWord) {
     const SceneFile file;
     for (const char* value : {"1 ", "true", "", "0", "01"}) {
@@ -627,6 +660,17 @@ TEST(FinalizeRuntime, IsDeferredWhileRenderingLive) {
             EXPECT_EQ(finalized.messages[0].level, OxLogLevel::info);
             EXPECT_EQ(finalized.messages[0].loggerName, kLogger);
         }
+}
+
+TEST(FinalizeRuntime, IsDeferredWithoutAMessageWhileInfosAreOff) {
+    const SceneFile file(SceneTree(Location({{"liveRender", Int(1)}, {"tag", Text(UniqueTag())}})));
+    const SharedRuntime shared;
+    const Handle root = file.root();
+    const auto client = OxHandleToGeometryProducer(root.get())->getClient();
+    const CapturedLog log;
+    Iterators().finalizeRuntime(root.get());
+    EXPECT_THAT(log.messages(), IsEmpty());
+    EXPECT_TRUE(client->getCachedLocation("/root").isValid());
 }
 
 TEST(FinalizeRuntime, LooksAtTheTopLevelOnly) {

@@ -53,6 +53,7 @@ struct Subject {
     OxSgIteratorStruct* root = Kept(TELLAR::OxGeometryProducerToHandle(StaticRoot(
         CameraScene(CameraAttrs(UnitLens()), {{"material", material}, {"textures", textures}}))));
     OxSgIteratorStruct* geo = Kept(Iterators().getProducerByPath(root, kGeo, false));
+    OxSgIteratorStruct* cam = Kept(Iterators().getProducerByPath(root, "/root/world/cam", false));
     OxAttributeStruct* group = Group({{"a", Int(1)}}).getRetainedHandle();
     OxShadingNodeMapStruct* nodes = Utils().getShadingNetworkNodes(geo);
     OxShadingStruct* node = Utils().findShadingNode(nodes, kLongName);
@@ -95,7 +96,7 @@ std::vector<Row> IteratorRows() {
         {logger, "getFirstChild",
          [](auto& of) { Release(Iterators().getFirstChild(of.root, false)); }},
         {logger, "getNextSibling",
-         [](auto& of) { Release(Iterators().getNextSibling(of.geo, false)); }},
+         [](auto& of) { Release(Iterators().getNextSibling(of.cam, false)); }},
         {logger, "getParent", [](auto& of) { Release(Iterators().getParent(of.geo)); }},
         {logger, "getRoot", [](auto& of) { Release(Iterators().getRoot(of.geo)); }},
         {logger, "getChildByName",
