@@ -22,19 +22,21 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(TELLAR_PLUGIN_SUBDIR "tellar-plugins")
 set(TELLAR_RENDERER_SUBDIR "tellar-renderers")
 
-# What every target of ours is compiled with; never exported to users.
+# What every target of ours is compiled with; never exported to users. Source files are called by
+# their places in this project, so that nothing that is installed knows where it was built.
 add_library(tellar_build_options INTERFACE)
 target_compile_options(tellar_build_options INTERFACE
     -Wall -Wextra -Wpedantic
-    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>)
+    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>
+    "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
 if(TELLAR_SANITIZE)
     target_compile_options(tellar_build_options INTERFACE
         -fsanitize=${TELLAR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(tellar_build_options INTERFACE -fsanitize=${TELLAR_SANITIZE})
-else()
+elseif(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_COMPILE_WARNING_AS_ERROR)
     # Not in a sanitized build: there GCC takes some of its own library's code for
     # uninitialised, and says itself that the two should not be combined.
-    target_compile_options(tellar_build_options INTERFACE -Werror)
+    set(CMAKE_COMPILE_WARNING_AS_ERROR ON)
 endif()
 
 # Keeps a library in the process when the program closes it. Suites and op types stay registered

@@ -112,7 +112,7 @@ class InstalledTreeTest(PackageTest):
         for path in sorted(files_in(self.tree)):
             content = (self.tree / path).read_bytes()
             for folder in folders:
-                self.assertNotIn(folder, content, path)
+                self.assertFalse(folder in content, f"{path} has {folder}")
 
     def test_messages_name_their_source_files(self):
         library = self.tree / self.settings["libdir"] / "libOxTellarProducers.so"

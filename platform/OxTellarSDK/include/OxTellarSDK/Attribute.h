@@ -153,8 +153,8 @@ template <typename T>
 class ConstSample {
 public:
     ConstSample() = default;
-    ConstSample(Attribute attribute, const T* first, std::int64_t count)
-        : owner(std::move(attribute)), values(first), count(count) {}
+    ConstSample(Attribute attribute, const T* first, std::int64_t valueCount)
+        : owner(std::move(attribute)), values(first), count(valueCount) {}
 
     const T* data() const noexcept { return values; }
     std::size_t size() const noexcept { return static_cast<std::size_t>(count); }
@@ -174,9 +174,9 @@ private:
 class OXTELLARSDK_API ConstStringSample {
 public:
     ConstStringSample() = default;
-    ConstStringSample(Attribute attribute, const std::uint32_t* ends, const char* bytes,
-                      std::int64_t count)
-        : owner(std::move(attribute)), ends(ends), bytes(bytes), count(count) {}
+    ConstStringSample(Attribute attribute, const std::uint32_t* firstEnd, const char* firstByte,
+                      std::int64_t stringCount)
+        : owner(std::move(attribute)), ends(firstEnd), bytes(firstByte), count(stringCount) {}
 
     std::size_t size() const noexcept { return static_cast<std::size_t>(count); }
     bool empty() const noexcept { return count == 0; }
@@ -186,8 +186,8 @@ public:
 
     class Iterator {
     public:
-        Iterator(const ConstStringSample* sample, std::size_t index)
-            : sample(sample), index(index) {}
+        Iterator(const ConstStringSample* strings, std::size_t first)
+            : sample(strings), index(first) {}
         std::string_view operator*() const { return (*sample)[index]; }
         Iterator& operator++() {
             ++index;
