@@ -180,6 +180,15 @@ struct Table {
     std::uint64_t count = 0;   // of those points
 };
 
+// A <polygons>, <polylist> or <triangles> and the lists in it.
+struct Faces {
+    std::string_view kind; // empty outside of one
+    std::uint64_t count = 0;
+    std::uint64_t lists = 0;      // <p>
+    std::uint64_t emptyLists = 0; // of these
+    bool hasSides = false;        // <vcount>, before the first list
+};
+
 std::string_view reference(const Tag& tag, std::string_view attribute = "source") {
     std::string_view id = attributeOf(tag, attribute);
     id.remove_prefix(id.substr(0, 1) == "#" ? 1 : 0);
@@ -201,6 +210,8 @@ private:
     void addAccessor(const Tag& tag);
     void addInput(const Tag& tag);
     void addNode(const Tag& tag);
+    void readFaces(const Tag& tag, const TagReader& reader);
+    void checkFaces() const;
     void checkAccessor(const Accessor& accessor) const;
     void checkInput(const Input& input) const;
     void checkLengths(const Table& sampler) const;
@@ -213,6 +224,7 @@ private:
     int depth = 0;
     Accessor* openAccessor = nullptr; // the one around, an element of `accessors`
     bool inTable = false;
+    Faces faces;
     std::string_view source;   // the id of the <source> met last
     std::string_view geometry; // the id of the <geometry> met last
     std::string_view skinned;  // the id of the geometry of the <skin> met last
@@ -264,6 +276,28 @@ void Checker::addNode(const Tag& tag) {
     if (!tag.isEmpty) openNodes.push_back(id);
 }
 
+void Checker::readFaces(const Tag& tag, const TagReader& reader) {
+    if (tag.name == "polygons" || tag.name == "polylist" || tag.name == "triangles")
+        faces = {tag.name, countOf(tag), 0, 0, false};
+    else if (tag.name == "vcount")
+        faces.hasSides = faces.hasSides || faces.lists == 0;
+    else if (tag.name == "p") {
+        ++faces.lists;
+        if (tag.isEmpty || trimmed(reader.text()).empty()) ++faces.emptyLists;
+    }
+    if (tag.isEmpty && tag.name == faces.kind) checkFaces();
+}
+
+// Assimp ends the process when there are more or fewer faces than the count says.
+void Checker::checkFaces() const {
+    const bool isOneListEach = faces.kind == "polygons";
+    if (isOneListEach ? faces.lists != faces.count || faces.emptyLists > 0
+                      : faces.count > 0 && faces.lists != 1)
+        fail("<" + std::string(faces.kind) + "> has more or fewer faces than its count");
+    if (faces.kind == "polylist" && faces.count > 0 && !faces.hasSides)
+        fail("<polylist> does not say how many sides its faces have");
+}
+
 void Checker::open(const Tag& tag, const TagReader& reader) {
     if (tag.name == "source")
         source = attributeOf(tag, "id");
@@ -298,6 +332,7 @@ void Checker::open(const Tag& tag, const TagReader& reader) {
 void Checker::read(const Tag& tag, const TagReader& reader) {
     if (tag.name.substr(0, 1) == "/") {
         if (tag.name == "/accessor") openAccessor = nullptr;
+        if (!faces.kind.empty() && tag.name.substr(1) == faces.kind) checkFaces();
         inTable = inTable && tag.name != "/sampler" && tag.name != "/vertex_weights";
         if (tag.name == "/node" && !openNodes.empty()) openNodes.pop_back();
         --depth;
@@ -306,6 +341,7 @@ void Checker::read(const Tag& tag, const TagReader& reader) {
     if (!tag.isEmpty && ++depth > maxDepth + kLevelsBesideNodes)
         fail("elements are nested too deep");
     open(tag, reader);
+    readFaces(tag, reader);
 }
 
 // Null for what is no source, such as <vertices>.

@@ -323,6 +323,21 @@ TEST(DamagedCollada, HasNodesThatEnd) {
               "damaged Collada: elements are nested too deep");
 }
 
+TEST(DamagedCollada, HasAsManyFacesAsItCounts) {
+    const std::string reason = "> has more or fewer faces than its count";
+    const std::string list = "<p>0 1 2 3</p>";
+    EXPECT_EQ(ReasonOfPanel(list, ""), "damaged Collada: <polylist" + reason);
+    EXPECT_EQ(ReasonOfPanel(list, list + list), "damaged Collada: <polylist" + reason);
+    EXPECT_EQ(ReasonOfPanel("<vcount>4</vcount>", ""),
+              "damaged Collada: <polylist> does not say how many sides its faces have");
+    const std::string faces = "<triangles count=\"1\"/><polylist count=\"1\"";
+    EXPECT_EQ(ReasonOfPanel("<polylist count=\"1\"", faces),
+              "damaged Collada: <triangles" + reason);
+    EXPECT_THAT([] { CheckCollada("<polygons count='2'><p>0 1 2</p></polygons>", 10); },
+                testing::ThrowsMessage<std::runtime_error>("damaged Collada: <polygons" + reason));
+    EXPECT_NO_THROW(CheckCollada("<polygons count='2'><p>0 1 2</p><p>0 1 2</p></polygons>", 10));
+}
+
 TEST(DamagedCollada, MayHaveASourceInAnAccessor) {
     EXPECT_EQ(ReasonOfPanel("<param name=\"X\"", "<source id=\"inner\"/><param name=\"X\""), "");
 }
