@@ -26,6 +26,19 @@ ClientCreateWithOpTree(const OpTreeSource& source);
 /// Threads: any. Never waits for a creation.
 TELLAR_API void ClientInvalidate(std::shared_ptr<TellarRuntime::Client> client);
 
+/// Frees at once what clients have cooked that nobody uses: those of which nobody holds a pointer,
+/// and for whose source there is no ThreadLocalClient, as thread-aware producers have. Without a
+/// call that happens little by little, whenever a client is asked for or a scene is opened again;
+/// the last scenes stay cooked for whoever opens them again.
+///
+/// Such a client keeps its runtime, its Ops and their arguments, and cooks anew when it is used
+/// again. Trap: only a client whose shared pointer is held counts as used. A thread that calls one
+/// through a plain pointer meanwhile, because the factory keeps it alive, calls it while its
+/// results are taken away.
+///
+/// Threads: any. Waits for creations.
+TELLAR_API void ClientFreeUnusedResults();
+
 } // namespace TELLAR
 
 #endif

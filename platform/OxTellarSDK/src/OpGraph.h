@@ -16,7 +16,7 @@
 namespace OxTellarRuntimeDetail {
 
 /// What stands behind a TellarRuntime::Op. Changed by its transaction, and immutable from the
-/// commit on.
+/// commit on, but for the store: see TellarRuntime::Client::takeResults.
 struct OpNode {
     std::int32_t id = 0;
     std::string name;
@@ -33,7 +33,7 @@ struct OpNode {
     int depth = 0;                             // longest way down to an Op without inputs
     std::shared_ptr<const std::string> defect; // why nothing can be cooked; null for a sound Op
     const OxOpType::OpType* type = nullptr;
-    std::shared_ptr<LocationStore> store; // null with a defect
+    std::shared_ptr<LocationStore> store; // null with a defect, and while the results are taken
 
     static OpNode& Of(const TellarRuntime::Op& op) { return *op.node; }
 

@@ -39,6 +39,8 @@ struct OxTellarRuntimeDetail::RuntimeState {
     std::int32_t nextOpId = 0;
     std::vector<std::weak_ptr<TellarRuntime::Op>> ops;
     std::vector<Cooked> cooked;
+    std::size_t lookingClients = 0; // those with a view
+    bool areResultsTaken = false;   // from the Ops; so no client has a view
 
     /// Forgets results and Ops at which neither an Op nor a client looks any more. The results are
     /// the caller's to let go of, without the lock: what an op type keeps with them may be a client
@@ -52,6 +54,28 @@ struct OxTellarRuntimeDetail::RuntimeState {
         const auto isGone = [](const std::weak_ptr<TellarRuntime::Op>& op) { return op.expired(); };
         ops.erase(std::remove_if(ops.begin(), ops.end(), isGone), ops.end());
         return taken;
+    }
+
+    using Ops = std::vector<std::shared_ptr<TellarRuntime::Op>>;
+
+    /// The caller's to let go of without the lock, as the last one to hold them perhaps.
+    [[nodiscard]] Ops livingOps() const {
+        Ops living;
+        for (const std::weak_ptr<TellarRuntime::Op>& op : ops)
+            if (auto held = op.lock()) living.push_back(std::move(held));
+        return living;
+    }
+
+    /// Before a client looks at Ops whose results were taken. Returns livingOps, or nothing.
+    [[nodiscard]] Ops findResultsAgain() {
+        if (!areResultsTaken) return {};
+        Ops living = livingOps();
+        for (const auto& op : living) {
+            OpNode& node = OpNode::Of(*op);
+            if (!node.defect && !node.store) node.store = LocationStore::ForIdentity(node.identity);
+        }
+        areResultsTaken = false;
+        return living;
     }
 
     CookedIndex* indexOf(const std::shared_ptr<LocationStore>& store) {
@@ -86,15 +110,13 @@ void TellarRuntime::commit(const std::shared_ptr<Transaction>& transaction) {
     OxTellarRuntimeDetail::CommitOps(transaction->ops);
 
     std::vector<OxTellarRuntimeDetail::RuntimeState::Cooked> unused;
+    OxTellarRuntimeDetail::RuntimeState::Ops living;
     const std::lock_guard<std::mutex> guard(state->lock);
     unused = state->takeUnused();
+    living = state->findResultsAgain();
     state->ops.insert(state->ops.end(), transaction->ops.begin(), transaction->ops.end());
-    for (const std::shared_ptr<Client>& client : transaction->clients) {
-        if (!client->op) continue;
-        const std::shared_ptr<LocationStore>& store = OpNode::Of(*client->op).store;
-        client->view = std::make_unique<Client::View>(
-            Client::View{store, store ? state->indexOf(store) : nullptr});
-    }
+    for (const std::shared_ptr<Client>& client : transaction->clients)
+        if (client->op) client->look();
 }
 
 void TellarRuntime::evict(const std::string& path) {
@@ -163,8 +185,7 @@ void TellarRuntime::queryText(const std::string& query, TextReceiver receive, vo
     std::vector<std::shared_ptr<Op>> ops;
     {
         const std::lock_guard<std::mutex> guard(state->lock);
-        for (const auto& weak : state->ops)
-            if (auto op = weak.lock()) ops.push_back(std::move(op));
+        ops = state->livingOps();
     }
     std::string text;
     if (query == "getAnonymousOpTree")
@@ -319,23 +340,73 @@ void TellarRuntime::Transaction::setClientOp(const std::shared_ptr<Client>& clie
 TellarRuntime::Client::Client(std::shared_ptr<TellarRuntime> owner) : runtime(std::move(owner)) {}
 // Under the lock, so that whoever finds a store unused there also sees this client done with it.
 TellarRuntime::Client::~Client() {
-    if (!view) return;
+    const std::unique_ptr<View> last(view.load(std::memory_order_relaxed));
+    if (!last) return;
     const std::lock_guard<std::mutex> guard(runtime->state->lock);
-    view.reset();
+    --runtime->state->lookingClients;
+    last->store.reset();
+}
+
+/// The runtime's lock is held.
+void TellarRuntime::Client::look() {
+    const std::shared_ptr<LocationStore>& store = OpNode::Of(*op).store;
+    auto made =
+        std::make_unique<View>(View{store, store ? runtime->state->indexOf(store) : nullptr});
+    ++runtime->state->lookingClients;
+    view.store(made.release(), std::memory_order_release);
+}
+
+/// For a client whose results were taken; null for one that never looked at anything.
+TellarRuntime::Client::View* TellarRuntime::Client::lookAgain() {
+    OxTellarRuntimeDetail::RuntimeState::Ops living;
+    const std::lock_guard<std::mutex> guard(runtime->state->lock);
+    if (hadResults && !view.load(std::memory_order_relaxed)) {
+        living = runtime->state->findResultsAgain();
+        look();
+    }
+    return view.load(std::memory_order_relaxed);
+}
+
+std::shared_ptr<const void> TellarRuntime::Client::takeResults() {
+    struct Taken {
+        std::unique_ptr<View> view;
+        std::vector<OxTellarRuntimeDetail::RuntimeState::Cooked> cooked;
+        std::vector<std::shared_ptr<LocationStore>> stores;
+        OxTellarRuntimeDetail::RuntimeState::Ops living;
+    };
+    auto taken = std::make_shared<Taken>();
+    OxTellarRuntimeDetail::RuntimeState& state = *runtime->state;
+    const std::lock_guard<std::mutex> guard(state.lock);
+    if (!view.load(std::memory_order_relaxed)) return nullptr;
+    if (state.lookingClients == 1) {
+        taken->living = state.livingOps();
+        taken->stores.reserve(taken->living.size());
+        for (const auto& living : taken->living)
+            taken->stores.push_back(std::move(OpNode::Of(*living).store));
+        taken->cooked.swap(state.cooked);
+        state.areResultsTaken = true;
+    }
+    taken->view.reset(view.exchange(nullptr, std::memory_order_acq_rel));
+    --state.lookingClients;
+    hadResults = true;
+    return taken;
 }
 
 TellarRuntime::LocationData TellarRuntime::Client::cookLocation(const std::string& path) {
-    if (!view) return LocationData(LocationRecord::Missing());
+    View* seen = view.load(std::memory_order_acquire);
+    if (!seen) seen = lookAgain();
+    if (!seen) return LocationData(LocationRecord::Missing());
     LocationNode* node = nullptr;
     LocationData data = OpNode::Of(*op).cook(path, 0, &node);
-    if (node && !view->cooked->contains(node->serial)) view->cooked->add(node->serial);
+    if (node && !seen->cooked->contains(node->serial)) seen->cooked->add(node->serial);
     return data;
 }
 
 TellarRuntime::LocationData TellarRuntime::Client::getCachedLocation(const std::string& path) {
-    if (!view || !view->store) return {};
-    LocationNode* node = view->store->find(path);
-    if (!node || !view->cooked->contains(node->serial)) return {};
+    const View* seen = view.load(std::memory_order_acquire);
+    if (!seen || !seen->store) return {};
+    LocationNode* node = seen->store->find(path);
+    if (!node || !seen->cooked->contains(node->serial)) return {};
     return LocationData(node->acquireRecord());
 }
 

@@ -251,6 +251,78 @@ TEST(RuntimeSharing, ResultsGoWithTheLastRuntimeThatHoldsTheOp) {
     EXPECT_EQ(Counter::take("gone"), 2);
 }
 
+// Results that are taken from a client
+
+TEST(TakenResults, AreCookedAnewByTheNextCook) {
+    Graph graph;
+    const Client client =
+        graph.commit(graph.op(kPass, {}, {graph.op(kSource, {Value(3), Counted("taken")})}));
+    const Attribute cooked = client->cookLocation("/root").getAttrs();
+    client->takeResults();
+    EXPECT_EQ(*reinterpret_cast<const std::uint32_t*>(cooked.getHandle()), 1u);
+    EXPECT_FALSE(client->getCachedLocation("/root").isValid());
+    graph.runtime->evict("/root");
+    graph.runtime->finalize();
+    EXPECT_EQ(ValueAt(client, "/root"), 3);
+    EXPECT_TRUE(client->getCachedLocation("/root").isValid());
+    EXPECT_EQ(Counter::take("taken"), 2);
+}
+
+TEST(TakenResults, AreKeptByWhoTookThemUntilThen) {
+    Graph graph, equal;
+    const Client client = graph.commit(graph.op(kSource, {Value(4), Counted("held")}));
+    client->cookLocation("/root");
+    const auto held = client->takeResults();
+    EXPECT_EQ(ValueAt(equal.commit(equal.op(kSource, {Value(4), Counted("held")})), "/root"), 4);
+    EXPECT_EQ(Counter::take("held"), 1);
+}
+
+TEST(TakenResults, StayWithOtherRuntimesThatUseThem) {
+    Graph graph, equal;
+    const Client client = graph.commit(graph.op(kSource, {Value(5), Counted("others'")}));
+    const Client other = equal.commit(equal.op(kSource, {Value(5), Counted("others'")}));
+    client->cookLocation("/root"), other->cookLocation("/root");
+    client->takeResults();
+    EXPECT_EQ(ValueAt(client, "/root"), 5);
+    EXPECT_TRUE(other->getCachedLocation("/root").isValid());
+    EXPECT_EQ(Counter::take("others'"), 1);
+}
+
+TEST(TakenResults, StayWithOtherClientsOfTheRuntime) {
+    Graph graph;
+    const Op source = graph.op(kSource, {Value(6), Counted("clients'")});
+    const Client lower = graph.client(source);
+    const Client upper = graph.commit(graph.op(kPass, {}, {source}));
+    upper->cookLocation("/root"), lower->cookLocation("/root");
+    upper->takeResults();
+    EXPECT_TRUE(lower->getCachedLocation("/root").isValid());
+    EXPECT_EQ(ValueAt(upper, "/root"), 6);
+    upper->takeResults(), lower->takeResults();
+    EXPECT_EQ(ValueAt(lower, "/root") + ValueAt(upper, "/root"), 12);
+    EXPECT_EQ(Counter::take("clients'"), 2);
+}
+
+TEST(TakenResults, OfOpsOnWhichALaterTransactionBuildsAreCookedAnew) {
+    Graph graph;
+    const Op source = graph.op(kSource, {Value(7)});
+    const Client client = graph.commit(source);
+    client->cookLocation("/root");
+    client->takeResults();
+    Graph later(graph.runtime);
+    EXPECT_EQ(ValueAt(later.commit(later.op(kPass, {}, {source})), "/root"), 7);
+    EXPECT_EQ(ValueAt(client, "/root"), 7);
+}
+
+TEST(TakenResults, OfAClientThatCannotCookAreNone) {
+    Graph graph, defective;
+    EXPECT_EQ(graph.client(nullptr)->takeResults(), nullptr);
+    const Client client = defective.commit(defective.op("NoSuchType"));
+    client->takeResults();
+    EXPECT_THAT(CookError(client, "/root"), HasSubstr("there is no op type of this name"));
+    client->takeResults();
+    EXPECT_EQ(client->takeResults(), nullptr);
+}
+
 // What this runtime has cooked
 
 TEST(CachedLocation, IsThereOnlyAfterThisRuntimeCookedIt) {

@@ -1,17 +1,24 @@
 #include <OxTellarProducers/ClientFactory.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <limits>
 #include <list>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxRenderServices/AnalyticsManager.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 #include <rapidjson/document.h>
+
+#include "../ThreadLocalClient/ThreadClients.h"
+#include "UnusedResults.h"
 
 namespace TELLAR {
 
@@ -94,20 +101,43 @@ Creation CreateClient(const OpTreeSource& source) {
 /// Owns every client it ever made. An entry is in use, or released: then it stands in both
 /// released lists, newest first.
 ///
+/// A client that nobody uses gives its results back, not at once, but when it was found unused
+/// twice: the scene that replaces it, or opens it again, still finds them. Clients that may have
+/// results stand in the list of the cooking entries. They are looked at when there are a quarter
+/// more of them than were in use the last time, so that each request looks at a few.
+///
 /// Locks: cacheLock guards everything but pendingReleases, and is held while a client is made;
-/// pendingLock guards pendingReleases. Where both are held, cacheLock is taken first.
+/// pendingLock guards pendingReleases. Where both are held, cacheLock is taken first. Results are
+/// freed without a lock, because an op type may do anything when it lets go of what it keeps.
 class ClientFactory {
 public:
     Client create(const OpTreeSource& source) {
         // Loads the plug-ins, whose code may ask for a client of its own: before the lock is taken.
         const OxTellarServicesHost pluginLoader;
+        Results freed;
         const std::lock_guard<std::mutex> guard(cacheLock);
         takeInReleased();
         evict();
+        takeResultsUnusedForLong(freed);
         if (Client client = reuse(source)) return client;
         const Creation creation = CreateClient(source);
-        if (creation.client) entriesByClient.try_emplace(creation.client.get(), source, creation);
+        if (creation.client)
+            noteCooking(
+                entriesByClient.try_emplace(creation.client.get(), source, creation).first->second);
         return creation.client;
+    }
+
+    void freeResultsUnusedForLong() {
+        Results freed;
+        const std::unique_lock<std::mutex> guard(cacheLock, std::try_to_lock);
+        if (guard) takeResultsUnusedForLong(freed);
+    }
+
+    void freeUnusedResults() {
+        Results freed;
+        const std::lock_guard<std::mutex> guard(cacheLock);
+        takeInReleased();
+        takeUnusedResults(freed, true);
     }
 
     void invalidate(Client client) {
@@ -118,12 +148,16 @@ public:
 private:
     struct ClientEntry;
     using EntryList = std::list<ClientEntry*>;
+    using Results = std::vector<std::shared_ptr<const void>>;
 
     struct ClientEntry {
         OpTreeSource source;
         std::shared_ptr<TellarRuntime> runtime;
         Client client;
         bool released = false;
+        bool isCooking = false; // stands in the list of the cooking entries
+        bool wasUnused = false; // when it was last looked at there
+        ClientEntry* nextCooking = nullptr;
         // The entry's elements of releasedEntries and of its source's list. While it is in use they
         // are here, so that taking note of a release needs no memory.
         EntryList element{this};
@@ -151,8 +185,63 @@ private:
         while (entriesByClient.size() > capacity && !releasedEntries.empty()) {
             ClientEntry* oldest = releasedEntries.back();
             unlink(*oldest);
+            forgetCooking(*oldest);
             entriesByClient.erase(oldest->client.get());
         }
+    }
+
+    void noteCooking(ClientEntry& entry) {
+        entry.wasUnused = false;
+        if (std::exchange(entry.isCooking, true)) return;
+        entry.nextCooking = std::exchange(firstCooking, &entry);
+        ++cookingEntries;
+    }
+
+    void forgetCooking(const ClientEntry& entry) {
+        for (ClientEntry** place = &firstCooking; *place; place = &(*place)->nextCooking) {
+            if (*place != &entry) continue;
+            *place = entry.nextCooking;
+            --cookingEntries;
+            return;
+        }
+    }
+
+    void takeResultsUnusedForLong(Results& taken) {
+        if (cookingEntries > usedEntries + usedEntries / 4) takeUnusedResults(taken, false);
+    }
+
+    /// `atOnce` takes those of clients too that were in use when they were last looked at.
+    void takeUnusedResults(Results& taken, bool atOnce) {
+        const ThreadClients threads;
+        threads.forEachOfReopened([this](const Client& client) {
+            const auto found = entriesByClient.find(client.get());
+            if (found != entriesByClient.end()) noteCooking(found->second);
+        });
+        usedEntries = 0;
+        for (ClientEntry** place = &firstCooking; *place;) {
+            ClientEntry& entry = **place;
+            const bool isUnused = IsUnused(entry, threads);
+            usedEntries += isUnused ? 0 : 1;
+            if (isUnused && (atOnce || entry.wasUnused)) {
+                taken.emplace_back();
+                taken.back() = entry.client->takeResults();
+                *place = entry.nextCooking;
+                --cookingEntries;
+                entry.isCooking = false;
+            } else {
+                entry.wasUnused = isUnused;
+                place = &entry.nextCooking;
+            }
+        }
+    }
+
+    static bool IsUnused(const ClientEntry& entry, const ThreadClients& threads) {
+        const std::optional<long> ofThreads = threads.referencesTo(entry.client, entry.source);
+        if (!ofThreads || entry.client.use_count() != 1 + *ofThreads) return false;
+        // The count alone does not make visible what its last user did. Another reference does,
+        // for its count is changed by the same kind of operation that ended the user's.
+        const Client visible = entry.client;
+        return true;
     }
 
     Client reuse(const OpTreeSource& source) {
@@ -160,6 +249,7 @@ private:
         if (released.empty()) return {};
         ClientEntry& newest = *released.front();
         unlink(newest);
+        noteCooking(newest);
         return newest.client;
     }
 
@@ -186,6 +276,9 @@ private:
     std::map<TellarRuntime::Client*, ClientEntry, std::less<>> entriesByClient;
     EntryList releasedEntries;
     std::map<OpTreeSource, EntryList> releasedBySource;
+    ClientEntry* firstCooking = nullptr;
+    std::size_t cookingEntries = 0;
+    std::size_t usedEntries = 0; // of the cooking ones, when they were last looked at
 };
 
 ClientFactory& GetFactory() {
@@ -201,6 +294,14 @@ std::shared_ptr<TellarRuntime::Client> ClientCreateWithOpTree(const OpTreeSource
 
 void ClientInvalidate(std::shared_ptr<TellarRuntime::Client> client) {
     GetFactory().invalidate(std::move(client));
+}
+
+void ClientFreeUnusedResults() {
+    GetFactory().freeUnusedResults();
+}
+
+void FreeResultsUnusedForLong() {
+    GetFactory().freeResultsUnusedForLong();
 }
 
 } // namespace TELLAR

@@ -2,8 +2,10 @@
 
 #include <atomic>
 #include <exception>
+#include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -12,6 +14,9 @@
 
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarProducers/ClientFactory.h>
+
+#include "../ClientFactory/UnusedResults.h"
+#include "ThreadClients.h"
 
 namespace TELLAR {
 
@@ -49,6 +54,20 @@ public:
         lastUsed = {this, holder};
         return holder->client;
     }
+
+    bool holds(const Client& client) const {
+        for (Holder* holder = newest.load(std::memory_order_acquire); holder; holder = holder->next)
+            if (holder->client == client) return true;
+        return false;
+    }
+    void forEachClient(const std::function<void(const Client&)>& body) const {
+        for (Holder* holder = newest.load(std::memory_order_acquire); holder; holder = holder->next)
+            body(holder->client);
+    }
+
+    // The registry's: objects for this store came again after there was none for a while.
+    bool isReopened = false;
+    Store* nextReopened = nullptr;
 
 private:
     // What the thread asked for last: walks ask the same store again and again.
@@ -108,33 +127,72 @@ private:
 
 thread_local ThreadLocalClient::Store::LastUsed ThreadLocalClient::Store::lastUsed;
 
-/// One store for each source of the process; entries are never removed.
+/// One store for each source of the process; entries are never removed. A store that nobody but
+/// the registry shares has no ThreadLocalClient, and gets one under the lock only.
 struct StoreRegistry {
+    using Store = ThreadLocalClient::Store;
+
     std::mutex registryLock;
-    std::map<OpTreeSource, boost::shared_ptr<ThreadLocalClient::Store>> storesBySource;
+    std::map<OpTreeSource, boost::shared_ptr<Store>> storesBySource;
+    Store* reopened = nullptr;
 
     static StoreRegistry& Get() {
         static StoreRegistry* const registry = new StoreRegistry;
         return *registry;
     }
 
-    boost::shared_ptr<ThreadLocalClient::Store> obtain(const OpTreeSource& source) {
+    /// Empty for an invalid source. `*isReopened` tells whether it had no ThreadLocalClient.
+    boost::shared_ptr<Store> obtain(const OpTreeSource& source, bool* isReopened) {
         const std::lock_guard<std::mutex> guard(registryLock);
         const auto known = storesBySource.find(source);
-        if (known != storesBySource.end()) return known->second;
+        if (known != storesBySource.end()) {
+            *isReopened = known->second.use_count() == 1;
+            if (*isReopened) noteReopened(*known->second);
+            return known->second;
+        }
         std::string problem;
         if (!source.isValid(&problem)) {
             if (Logger().errorEnabled())
                 Logger().error("Invalid Op tree source: " + problem, __FILE__, __LINE__);
             return {};
         }
-        return storesBySource.emplace(source, boost::make_shared<ThreadLocalClient::Store>())
-            .first->second;
+        return storesBySource.emplace(source, boost::make_shared<Store>()).first->second;
+    }
+
+private:
+    void noteReopened(Store& store) {
+        if (std::exchange(store.isReopened, true)) return;
+        store.nextReopened = std::exchange(reopened, &store);
     }
 };
 
-ThreadLocalClient::ThreadLocalClient(const OpTreeSource& opTreeSource)
-    : source(opTreeSource), store(StoreRegistry::Get().obtain(opTreeSource)) {}
+ThreadClients::ThreadClients() : guard(StoreRegistry::Get().registryLock) {}
+
+std::optional<long> ThreadClients::referencesTo(const Client& client,
+                                                const OpTreeSource& source) const {
+    const StoreRegistry& registry = StoreRegistry::Get();
+    const auto known = registry.storesBySource.find(source);
+    if (known == registry.storesBySource.end()) return 0;
+    if (known->second.use_count() != 1) return std::nullopt;
+    return known->second->holds(client) ? 1 : 0;
+}
+
+void ThreadClients::forEachOfReopened(const std::function<void(const Client&)>& body) const {
+    StoreRegistry& registry = StoreRegistry::Get();
+    while (StoreRegistry::Store* store = registry.reopened) {
+        store->forEachClient(body);
+        registry.reopened = store->nextReopened;
+        store->isReopened = false;
+    }
+}
+
+ThreadLocalClient::ThreadLocalClient(const OpTreeSource& opTreeSource) : source(opTreeSource) {
+    bool isReopened = false;
+    store = StoreRegistry::Get().obtain(source, &isReopened);
+    // Opened for the first time, the scene may share results with one that is unused now: then they
+    // are freed with the request for its client.
+    if (isReopened) FreeResultsUnusedForLong();
+}
 
 ThreadLocalClient::~ThreadLocalClient() = default;
 

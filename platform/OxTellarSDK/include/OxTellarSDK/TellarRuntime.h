@@ -1,6 +1,7 @@
 #ifndef OXTELLARSDK_TELLARRUNTIME_H
 #define OXTELLARSDK_TELLARRUNTIME_H
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -170,6 +171,14 @@ public:
     /// Never cooks.
     LocationData getCachedLocation(const std::string& path);
 
+    /// Takes from the client what it has cooked, and from its Ops what they keep unless another
+    /// client of the runtime looks at some. All of it that nobody else uses is freed with the
+    /// object returned. The client stays usable: its next cook finds the results of others, or
+    /// computes its own anew, and getCachedLocation knows nothing before.
+    ///
+    /// Threads: not while another thread calls this client.
+    std::shared_ptr<const void> takeResults();
+
     std::shared_ptr<TellarRuntime> getRuntime() const;
     std::shared_ptr<Op> getOp() const;
 
@@ -182,9 +191,12 @@ private:
     friend class Transaction;
     explicit Client(std::shared_ptr<TellarRuntime> owner);
     struct View;
+    void look();
+    View* lookAgain();
     std::shared_ptr<TellarRuntime> runtime;
     std::shared_ptr<Op> op;
-    std::unique_ptr<View> view; // null until committed with an Op
+    std::atomic<View*> view{nullptr}; // owned; null until committed with an Op, and without results
+    bool hadResults = false;          // they were taken; guarded by the runtime's lock
 };
 
 /// Ops and clients under construction. What belongs to another transaction, or is committed

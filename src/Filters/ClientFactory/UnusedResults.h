@@ -1,0 +1,11 @@
+#ifndef TELLAR_UNUSEDRESULTS_H
+#define TELLAR_UNUSEDRESULTS_H
+
+namespace TELLAR {
+
+/// Frees results as a request for a client does. Does nothing while another thread makes one.
+void FreeResultsUnusedForLong();
+
+} // namespace TELLAR
+
+#endif
