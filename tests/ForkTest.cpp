@@ -72,7 +72,8 @@ private:
 TEST(Fork, GivesAChildThatUsesTheLibraryWhileThreadsOfTheParentAreOutsideOfIt) {
     const Producer root = OpenScene();
     // More than have a counter of their own.
-    const Workers idle(40, [&root] { EXPECT_TRUE(FindsAll(root)); }, false);
+    const Workers idle(
+        40, [&root] { EXPECT_TRUE(FindsAll(root)); }, false);
     const int status = StatusOfChild([&root] {
         if (!FindsAll(root) || !root->getFirstChild(true)) return 1;
         if (!FindsAll(OpenScene())) return 2;

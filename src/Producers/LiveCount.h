@@ -14,8 +14,8 @@ namespace TELLAR {
 class LiveCount {
 public:
     void add(std::int32_t difference) {
-        const std::uint32_t sum = count.load(std::memory_order_relaxed) +
-                                  static_cast<std::uint32_t>(difference);
+        const std::uint32_t sum =
+            count.load(std::memory_order_relaxed) + static_cast<std::uint32_t>(difference);
         count.store(sum, std::memory_order_relaxed);
     }
     std::int32_t get() const {
