@@ -22,6 +22,7 @@ THROWING_DELEGATES = os.environ["TELLAR_TEST_THROWING_DELEGATES"]
 FAULTY_OP_TYPES = os.environ["TELLAR_TEST_FAULTY_OP_TYPES"]
 SECOND_LIBRARY = os.environ["TELLAR_TEST_SECOND_LIBRARY"]
 RENDERERS = os.environ["TELLAR_TEST_RENDERERS"]
+SDK_SONAME = os.environ["TELLAR_TEST_SDK_SONAME"]
 EXAMPLE_IS_BUILT = os.environ["TELLAR_TEST_EXAMPLE_IS_BUILT"] == "1"
 HEADINGS = ["libraries", "plug-in folders", "plug-ins", "passed over", "op types",
             "configuration files", "configuration", "environment", "resolutions"]
@@ -172,14 +173,15 @@ class Doctor(DoctorTest):
         sdk = next(library["file"] for library in self.healthy()["libraries"]
                    if library["name"] == "OxTellarSDK")
         # Alone in a folder, it finds no plug-ins beside itself.
-        moved = self.folder / "libOxTellarSDK.so.0"
+        moved = self.folder / SDK_SONAME
         shutil.copy(sdk, moved)
         paths = [str(self.folder), self.environment.get("LD_LIBRARY_PATH", "")]
         found = self.ill(LD_LIBRARY_PATH=":".join(path for path in paths if path))
         self.assertEqual(found["problems"],
                          ["there are no op types, so no scene can be opened"])
         self.assertEqual(found["opTypes"], [])
-        self.assertIn({"name": "OxTellarSDK", "version": "0", "file": str(moved.resolve())},
+        version = SDK_SONAME.split(".so.")[1]
+        self.assertIn({"name": "OxTellarSDK", "version": version, "file": str(moved.resolve())},
                       found["libraries"])
 
     def test_configuration_is_told_with_its_files_and_variables(self):
