@@ -67,7 +67,7 @@ void CollectNames(const Attribute& value, std::set<std::string>& names) {
     }
 }
 
-/// As many of `all` as fit, which ones being told by `choice`.
+/// Appends as many of `all` as fit, selected by the bits of `choice`.
 void Choose(const std::vector<std::string>& all, std::uint64_t choice,
             std::vector<std::string>& names) {
     const std::size_t count = std::min(all.size(), kMaxNames / 2);

@@ -51,7 +51,7 @@ std::array<Suite, kMaxDelegates> MakeSuites(std::index_sequence<Indices...>) {
     return {Suite{Create<Indices>, nullptr, nullptr, GetRenderer, GetTypes}...};
 }
 
-/// What is expected: the delegates by renderer and type.
+/// The expected delegates by renderer and location type.
 using Table = std::map<std::pair<std::string, std::string>, Suite*>;
 
 void Use(const GroupAttribute& input) {

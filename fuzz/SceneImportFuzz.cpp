@@ -28,7 +28,7 @@ namespace {
 using TellarSceneImport::Scene;
 using TellarSceneImport::SceneNode;
 
-/// Of the formats that are examined before Assimp gets them.
+/// File extensions of the formats that are examined before Assimp gets them.
 constexpr std::array<std::string_view, 7> kExtensions = {"dae", "fbx", "glb", "gltf",
                                                          "obj", "ply", "stl"};
 

@@ -107,7 +107,7 @@ public:
         readChildren(attribute);
     }
 
-    /// As read, and the XML text.
+    /// Reads the attribute as `read` does, and its XML text.
     void readWhole(OxAttributeStruct* attribute) {
         read(attribute);
         if (budget > 0) digest.add(Owned(Attributes().getXml(attribute)).text());

@@ -38,7 +38,7 @@ using testing::SizeIs;
 
 constexpr std::size_t kThreads = 8;
 
-/// What threads get that call the function together.
+/// The results of many threads that call the function at the same time.
 template <typename Call>
 auto OfAllThreads(const Call& call) {
     std::array<decltype(call()), kThreads> results{};

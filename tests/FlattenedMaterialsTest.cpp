@@ -15,8 +15,8 @@
 #include "SceneBuilders.h"
 #include "TempDirectory.h"
 
-// What is remembered of flattened materials: how much is read for it, how long it is held, and what
-// becomes of it when threads or calls meet.
+// The memory of flattened materials: how much is read for it, how long it is held, and what becomes
+// of it when threads or calls meet.
 
 namespace {
 
@@ -44,8 +44,8 @@ GroupAttribute ReadFile(const std::string& path) {
         Attribute::readAttributeStream(&stream, &OxAttribute::FileStream::read, 0));
 }
 
-/// As if many locations were asked for, each with a material of its own below one that all have.
-/// Twice, the second time with handles that nobody has asked with before.
+/// Asks as many locations would, each with a material of its own below one that all have. Does so
+/// twice, the second time with handles that nobody has asked with before.
 void ShareManyBelowOne(FlattenedMaterials& known, const std::function<GroupAttribute(int)>& near,
                        const GroupAttribute& far) {
     for (int round = 0; round < 2; ++round)

@@ -1,5 +1,5 @@
-// What the library does and leaves alone as a whole: threads, files, the environment, memory for
-// messages that nobody reads, and what may still be called after the end of main.
+// The conduct of the library as a whole: the threads, files and environment variables that it uses,
+// memory for messages that nobody reads, and calls after the end of main.
 
 #include <OxTellarProducers/OxTellarProducersInitialize.h>
 

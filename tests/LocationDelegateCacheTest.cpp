@@ -194,7 +194,7 @@ TEST_F(LocationDelegateCache, DoesNotSeePluginsThatComeLater) {
 // One delegate
 // -------------------------------------------------------------------------------------
 
-/// What a delegate was asked, in order, and the instance that it was asked with.
+/// The entries of a delegate that were called, in order, and the instance that they were given.
 std::vector<std::string> asked;
 int madeInstance = 0;
 

@@ -442,7 +442,7 @@ TEST_F(AttributeArguments, OfANullProducerHaveNoCameraAndNoName) {
 
 // Random groups -----------------------------------------------------------------------------------
 
-/// What is asked about a camera, and the one that it leads to; null when it leads to none.
+/// A request for camera information, and the camera that it leads to; null when it leads to none.
 struct DrawnCamera {
     const char* include;
     const char* which;

@@ -142,7 +142,7 @@ protected:
             return open(MakeClient(tree));
     }
 
-    /// What a producer owns to get at its client; `atEnd` is called when it is let go of.
+    /// An object that a producer owns to get at its client; `atEnd` is called when it is destroyed.
     template <typename AtEnd>
     static auto makeOwned(AtEnd atEnd) {
         // A producer that is only made and dropped asks its client for nothing.

@@ -1,5 +1,5 @@
-// What the library keeps for a thread: without memory for it, at the thread's end, and for those
-// who still run on the thread after that.
+// State that the library keeps for a thread: when there is no memory for it, at the thread's end,
+// and for code that still runs on the thread after that.
 
 #include <OxTellarProducers/ThreadLocalClient.h>
 
@@ -88,8 +88,8 @@ OxAttribute::GroupAttribute UniqueScene() {
     return SceneTree(Location({{"tag", Text(UniqueTag())}}, {{"a", leaf}, {"b", leaf}}));
 }
 
-/// What the process has allocated; under sanitizers, which have allocators of their own, what it
-/// has by way of C++.
+/// The bytes that the process has allocated. Sanitizers have allocators of their own; under them,
+/// the bytes allocated by operator new.
 std::ptrdiff_t AllocatedBytes() {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     return allocatedBytes;

@@ -205,7 +205,7 @@ std::string Replaced(const std::string& text, const std::string& from, const std
     return result;
 }
 
-/// What a template with all it needs makes of a picture "<folder>/<stem><extension>".
+/// The tile path that a complete template gives for a picture "<folder>/<stem><extension>".
 std::string ExpectedTilePath(const std::string& folder, const std::string& stem,
                              const std::string& extension, const std::vector<int>& tile,
                              std::string text) {

@@ -77,7 +77,7 @@ struct ConnectionWalk {
             names.push_back(fullName);
             connections.emplace(std::move(fullName), std::move(connection));
         } else {
-            // By the composed name: of groups in groups only those that it leads to are seen.
+            // Looked up by the composed name, so only groups that this name leads to are entered.
             enter(group.getChildByName(fullName), fullName);
         }
     }

@@ -136,7 +136,7 @@ protected:
         return next == reference.read ? kSurvived : kReadsOtherwise;
     }
 
-    /// What the second of two tours read, and how many pieces of memory are kept after both.
+    /// The values that the second of two tours read, and how many pieces of memory both kept.
     struct Reference {
         TourResult read;
         long kept = 0;

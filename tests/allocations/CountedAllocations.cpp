@@ -7,7 +7,7 @@
 #include <link.h>
 
 extern "C" {
-// What the GNU C library's own functions of these names are also called.
+// Second names of the GNU C library's own functions.
 void* __libc_malloc(std::size_t bytes);
 void* __libc_calloc(std::size_t count, std::size_t bytes);
 void* __libc_realloc(void* memory, std::size_t bytes);

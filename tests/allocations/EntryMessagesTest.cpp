@@ -15,8 +15,8 @@
 #include "SceneBuilders.h"
 #include "SuiteHandles.h"
 
-// What is logged when there is no memory for an entry of a C suite, and what messages cost that
-// nobody wants.
+// Messages about entries of C suites that run out of memory, and the cost of messages that nobody
+// wants.
 
 namespace {
 
@@ -48,7 +48,7 @@ void Release(OxAttributeStruct* attribute) {
     Attributes().release(attribute);
 }
 
-/// What the entries are asked about.
+/// The objects that the entries are called with.
 struct Subject {
     OxSgIteratorStruct* root = Kept(TELLAR::OxGeometryProducerToHandle(StaticRoot(
         CameraScene(CameraAttrs(UnitLens()), {{"material", material}, {"textures", textures}}))));

@@ -6,8 +6,8 @@
 typedef struct DelegateCalls {
     int created;
     int destroyed;
-    /* What a delegate finds that asks while it is made itself: whether there is one for disks, and
-       one for cones, which is asked later; and how many types have one. */
+    /* The answers to a delegate that asks for delegates while it is created: whether there is one
+       for disks, and one for cones, which is created later; and how many types have one. */
     int foundDisk;
     int foundCone;
     int foundTypes;

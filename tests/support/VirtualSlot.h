@@ -58,7 +58,7 @@ std::vector<const void*> VirtualTable() {
     return std::vector<const void*>(words + 3, words + bytes / sizeof *words);
 }
 
-/// What stands in such a table for a function that derived classes must define.
+/// The entry of such a table for a function that derived classes must define.
 inline const void* PureVirtual() {
     return dlsym(RTLD_DEFAULT, "__cxa_pure_virtual");
 }

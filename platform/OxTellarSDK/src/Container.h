@@ -183,7 +183,7 @@ private:
     // The place of a hash depends on the value's unit alone. Made when the first one is kept.
     std::unique_ptr<std::array<KeptHash, 1024>> keptHashes;
     std::mutex hashLock; // guards them
-    // Of blocks that must be fetched by one thread only.
+    // Each guards every sixteenth block, because a block must be fetched by one thread only.
     std::array<std::mutex, 16> fetchLocks;
     struct FreeDeleter {
         void operator()(void* memory) const;

@@ -49,7 +49,7 @@ public:
     void shrink(std::uint64_t newBytes) { bytes = newBytes; }
     /// Whether it is an open file and not memory.
     bool isOpen() const { return descriptor >= 0; }
-    /// Of an open file: two buffers with equal states hold the same bytes.
+    /// The state of the file when it was opened. Buffers with equal states hold the same bytes.
     const RegularFile::State& state() const { return openedState; }
 
 private:

@@ -35,8 +35,8 @@ struct DecompressorDeleter {
 };
 
 constexpr const char* kMapAboveKey = "MAP_FILES_ABOVE";
-// What a process may well hold in memory of its own. Reading costs a file of this size some tens of
-// milliseconds more than mapping when all of it is used.
+// A file of this size fits into memory of the process. Reading all of it takes some tens of
+// milliseconds more than mapping it.
 constexpr std::uint64_t kMapAboveMebibytes = 64;
 
 /// Files of more bytes than this are mapped.

@@ -41,8 +41,8 @@ Registry& GetRegistry() {
     return *registry;
 }
 
-/// As ExceptionFrom, but std::bad_alloc goes on: a plug-in that had no memory may have it when it
-/// is asked again.
+/// Does the same as ExceptionFrom, but passes std::bad_alloc on: a plug-in that had no memory may
+/// have it when it is asked again.
 template <typename Call>
 std::string LastingExceptionFrom(const Call& call) {
     bool hadMemory = true;

@@ -6,7 +6,7 @@
 
 namespace OxAttribute {
 
-/// What a thread keeps on the heap from the first use of something to the thread's end.
+/// State that a thread keeps on the heap from the first use of something to the thread's end.
 ///
 /// The thread-local storage of a library that is loaded into a running program comes out of a few
 /// hundred bytes that the program has left for all such libraries. So nothing but a pointer to the

@@ -158,7 +158,7 @@ TEST_F(PluginManagerTest, ListsOpTypePluginsThatCannotBeUsedAndWhy) {
                     "plug-in \"second\": there is an op type \"TestSound\" already"));
 }
 
-/// What cooking a location with an Op of the type throws; "no error" when it does not.
+/// The text that cooking a location with an Op of the type throws; "no error" if it does not throw.
 std::string ErrorOf(const std::string& opType, const std::string& path) {
     const auto runtime = TellarRuntime::create();
     const auto transaction = runtime->createTransaction();

@@ -114,7 +114,7 @@ const std::string kNeeds = Register("TestNeeds", [](CookContext& context) {
     context.setAttrs(GroupAttribute({Value(SumOfNeeded(context.args()))}, true));
 });
 
-/// As TestNeeds, but the needs are those of the arguments' preparation.
+/// Needs other locations as TestNeeds does, but while its arguments are prepared.
 class PreparedNeeds : public OxOpType::OpType {
 public:
     struct Sum : OxOpType::State {
@@ -149,8 +149,8 @@ Client AddNeeding(const std::string& type, const std::string& name,
     return NeededClients()[name] = graph.commit(op);
 }
 
-/// As many threads as there are clients in a ring, each of which needs the next one: what each
-/// thread is told, when all have begun to cook before any needs another.
+/// Cooks a ring of clients, each of which needs the next one, with a thread for each client.
+/// Returns the errors of the threads. All of them have begun to cook before any needs another.
 std::vector<std::string> ErrorsOfRing(const std::string& type, int count) {
     for (int i = 0; i < count; ++i)
         AddNeeding(type, "ring" + std::to_string(i), {"ring" + std::to_string((i + 1) % count)});

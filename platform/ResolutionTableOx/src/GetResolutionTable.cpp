@@ -48,9 +48,10 @@ TablePointer overlaid(std::vector<ResolutionTableEntry> overlay) {
     return std::make_shared<const ResolutionTable>(std::move(entries));
 }
 
-// What is known about a file. Never changes.
+// The knowledge about one file. It never changes.
 struct FileTable {
-    // Of the content that was read; nothing when the file changed meanwhile or could not be read.
+    // The file's state when its content was read. Empty when it changed meanwhile or could not be
+    // read.
     std::optional<RegularFile::State> state;
     TablePointer table; // empty when the file cannot be read or its content is wrong
     std::string error;  // why

@@ -72,7 +72,7 @@ void WithSamples(const OxAttributeSuite_v1& suite, const OxAttributeStruct* data
     }
 }
 
-/// As the platform interpolates transforms: integers as doubles, the rest in its own type.
+/// Interpolates as the platform does for transforms: integers as doubles, the rest in its own type.
 template <typename Value>
 auto Blend(Value low, Value high, double blend) {
     using Blended = std::conditional_t<std::is_integral_v<Value>, double, Value>;

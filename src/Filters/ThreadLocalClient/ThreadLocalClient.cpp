@@ -42,7 +42,7 @@ struct Holder {
 
 } // namespace
 
-/// What each thread holds for one source. Neither stores nor holders are ever destroyed.
+/// The clients of all threads for one source. Neither stores nor holders are ever destroyed.
 class ThreadLocalClient::Store {
 public:
     Store() : holders(&HandBack) {}
@@ -70,7 +70,7 @@ public:
     Store* nextReopened = nullptr;
 
 private:
-    // What the thread asked for last: walks ask the same store again and again.
+    // The store that the thread asked last: walks ask the same one again and again.
     struct LastUsed {
         const Store* store = nullptr;
         Holder* holder = nullptr;

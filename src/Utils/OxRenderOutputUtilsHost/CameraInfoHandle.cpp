@@ -17,7 +17,7 @@ namespace {
 /// not promised, and would cost every handle a locked addition.
 std::atomic<std::int32_t> liveCount{0};
 
-/// What plug-ins failed to release shows at the end of the process.
+/// Logs at the end of the process how many handles plug-ins failed to release.
 void LogFinalCount() noexcept {
     try {
         if (!Logger().debugEnabled()) return;

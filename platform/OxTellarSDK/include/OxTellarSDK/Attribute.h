@@ -88,8 +88,8 @@ public:
     /// Computed on first need and kept with the value (for values inside a file it
     /// is computed anew). The zero hash for an invalid handle.
     Hash getHash() const;
-    /// What getHash returns if that is kept with the value already; else the zero hash, as always
-    /// for a value inside a file. Reads nothing of the value itself.
+    /// The hash that getHash returns, if it has been computed and is kept with the value; otherwise
+    /// the zero hash. A value inside a file never keeps one. Does not read the value.
     Hash getKeptHash() const noexcept;
 
     /// The value as XML text that ParseAttributeXml turns back into an equal value.

@@ -104,10 +104,10 @@ public:
 /// among PluginManager::refused() instead, and so is one whose type another one has entered
 /// before. Null for an unknown name. Safe from many threads.
 OXTELLARSDK_API const OpType* FindOpType(const std::string& name);
-/// What the type told about itself as it was entered; null for an unknown name. Lives to the
-/// end of the process.
+/// The description that the type gave when it was registered; null for an unknown name. Lives to
+/// the end of the process.
 OXTELLARSDK_API const Description* FindDescription(const std::string& name);
-/// Those of all types known, sorted by name.
+/// The descriptions of all known types, sorted by name.
 OXTELLARSDK_API std::vector<const Description*> GetDescriptions();
 /// Loads the plug-ins and enters their types, as the functions above do when there are new
 /// ones. Meant for whoever takes a lock that code of plug-ins may need as well: call it before.

@@ -4,7 +4,7 @@
 #include <exception>
 #include <stdexcept>
 
-/// What plug-ins that break the rule against exceptions throw.
+/// Exceptions for plug-ins that break the rule against exceptions.
 
 class SilentException : public std::exception {
 public:
