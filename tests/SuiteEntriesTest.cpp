@@ -55,6 +55,22 @@ private:
     const std::function<void()> throwIt;
 };
 
+// Whether a result is null. One that is not is let go of as a plug-in would.
+bool IsNull(OxAttributeStruct* result) {
+    return !Owned(result).isValid();
+}
+bool IsNull(OxSgIteratorStruct* result) {
+    return !Handle::retaining(result);
+}
+bool IsNull(OxShadingNodeMapStruct* result) {
+    Utils().destroyShadingNodeMap(result);
+    return !result;
+}
+bool IsNull(CameraInfoStruct* result) {
+    Utils().releaseCameraInfo(result);
+    return !result;
+}
+
 struct Entry {
     const char* name;
     /// Calls it, and tells whether it gave its null result.
@@ -62,18 +78,19 @@ struct Entry {
 };
 
 const Entry kIteratorEntries[] = {
-    {"getFirstChild", [](auto* at) { return !Iterators().getFirstChild(at, false); }},
-    {"getNextSibling", [](auto* at) { return !Iterators().getNextSibling(at, false); }},
-    {"getChildByName", [](auto* at) { return !Iterators().getChildByName(at, "a", false); }},
+    {"getFirstChild", [](auto* at) { return IsNull(Iterators().getFirstChild(at, false)); }},
+    {"getNextSibling", [](auto* at) { return IsNull(Iterators().getNextSibling(at, false)); }},
+    {"getChildByName", [](auto* at) { return IsNull(Iterators().getChildByName(at, "a", false)); }},
     {"getProducerByPath",
-     [](auto* at) { return !Iterators().getProducerByPath(at, "/root/a", false); }},
-    {"getName", [](auto* at) { return !Iterators().getName(at); }},
-    {"getFullName", [](auto* at) { return !Iterators().getFullName(at); }},
-    {"getAttribute", [](auto* at) { return !Iterators().getAttribute(at, "a"); }},
-    {"getGlobalAttribute", [](auto* at) { return !Iterators().getGlobalAttribute(at, "a"); }},
-    {"getAttributeNames", [](auto* at) { return !Iterators().getAttributeNames(at); }},
-    {"getGlobalXFormGroup", [](auto* at) { return !Iterators().getGlobalXFormGroup(at); }},
-    {"getPotentialChildren", [](auto* at) { return !Iterators().getPotentialChildren(at); }},
+     [](auto* at) { return IsNull(Iterators().getProducerByPath(at, "/root/a", false)); }},
+    {"getName", [](auto* at) { return IsNull(Iterators().getName(at)); }},
+    {"getFullName", [](auto* at) { return IsNull(Iterators().getFullName(at)); }},
+    {"getAttribute", [](auto* at) { return IsNull(Iterators().getAttribute(at, "a")); }},
+    {"getGlobalAttribute",
+     [](auto* at) { return IsNull(Iterators().getGlobalAttribute(at, "a")); }},
+    {"getAttributeNames", [](auto* at) { return IsNull(Iterators().getAttributeNames(at)); }},
+    {"getGlobalXFormGroup", [](auto* at) { return IsNull(Iterators().getGlobalXFormGroup(at)); }},
+    {"getPotentialChildren", [](auto* at) { return IsNull(Iterators().getPotentialChildren(at)); }},
     {"finalizeRuntime", [](auto* at) {
          Iterators().finalizeRuntime(at);
          return true;
@@ -85,21 +102,21 @@ const Entry kUtilsEntries[] = {
     {"getProceduralArguments",
      [](auto* at) {
          const auto procedural = Group({{"includeCameraInfo", Text("As Parameters")}});
-         return !Utils().getProceduralArguments(at, nullptr, procedural.getHandle(),
-                                                kOxProceduralClassic, nullptr, nullptr);
+         return IsNull(Utils().getProceduralArguments(at, nullptr, procedural.getHandle(),
+                                                      kOxProceduralClassic, nullptr, nullptr));
      }},
     {"getPixelAreaThroughCamera",
      [](auto* at) { return Utils().getPixelAreaThroughCamera(at, kCamera, "square_512") == 0; }},
     {"getRenderResolution",
-     [](auto* at) { return !Utils().getRenderResolution(at, nullptr, nullptr); }},
-    {"getCameraPath", [](auto* at) { return !Utils().getCameraPath(at); }},
+     [](auto* at) { return IsNull(Utils().getRenderResolution(at, nullptr, nullptr)); }},
+    {"getCameraPath", [](auto* at) { return IsNull(Utils().getCameraPath(at)); }},
     {"getFlattenedMaterialAttr",
-     [](auto* at) { return !Utils().getFlattenedMaterialAttr(at, kTerminals, 1); }},
-    {"getShadingNetworkNodes", [](auto* at) { return !Utils().getShadingNetworkNodes(at); }},
-    {"getCameraInfo", [](auto* at) { return !Utils().getCameraInfo(at, kCamera); }},
+     [](auto* at) { return IsNull(Utils().getFlattenedMaterialAttr(at, kTerminals, 1)); }},
+    {"getShadingNetworkNodes", [](auto* at) { return IsNull(Utils().getShadingNetworkNodes(at)); }},
+    {"getCameraInfo", [](auto* at) { return IsNull(Utils().getCameraInfo(at, kCamera)); }},
     {"getTempRenderLocation",
-     [](auto* at) { return !Utils().getTempRenderLocation(at, "beauty", 1); }},
-    {"getTilePath", [](auto* at) { return !Utils().getTilePath(at, "/out/b.exr"); }}};
+     [](auto* at) { return IsNull(Utils().getTempRenderLocation(at, "beauty", 1)); }},
+    {"getTilePath", [](auto* at) { return IsNull(Utils().getTilePath(at, "/out/b.exr")); }}};
 
 struct Suite {
     const char* logger;
