@@ -9,6 +9,7 @@
 #include <OxTellarSDK/DescriptionJson.h>
 
 #include "Container.h"
+#include "CookedIndex.h"
 #include "LocationStore.h"
 #include "OpDescription.h"
 #include "OpGraph.h"
