@@ -1,4 +1,4 @@
-#include "PluginRegistry.h"
+#include "plugins/PluginRegistry.h"
 
 #include <gmock/gmock.h>
 

@@ -1,0 +1,18 @@
+// Compiled for processors with AVX2, and called on these alone. Not the hash library's own choice
+// of instructions at run time: that one leaves the wide registers in use, which slows down
+// everything that runs after it.
+#define XXH_INLINE_ALL
+#define XXH_VECTOR 2 // XXH_AVX2; its name is not known before the header
+#include <xxhash.h>
+
+#include "files/BlockHash.h"
+
+namespace OxAttribute {
+
+static_assert(XXH_VECTOR == XXH_AVX2, "the number above");
+
+std::uint64_t HashBlockByAvx2(const void* data, std::uint64_t bytes) {
+    return XXH3_64bits(data, bytes);
+}
+
+} // namespace OxAttribute

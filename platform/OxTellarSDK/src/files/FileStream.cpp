@@ -1,0 +1,186 @@
+#include <OxTellarSDK/FileStream.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <stdexcept>
+#include <system_error>
+#include <vector>
+
+#include <zstd.h>
+
+#include <OxConfiguration/Configuration.h>
+#include <OxLoggingHost/OxLoggerGlue.h>
+#include <OxTellarSDK/AttributeTypes.h>
+
+#include "RegularFile.h"
+#include "files/FileBuffer.h"
+
+namespace OxAttribute {
+
+namespace {
+
+constexpr unsigned char kZstdMagic[4] = {0x28, 0xb5, 0x2f, 0xfd};
+
+// What a compressed file may grow to: more than any real scene compresses, and little
+// enough that a small hostile file cannot fill the memory.
+constexpr std::uint64_t kAlwaysAllowedBytes = 64u << 20;
+constexpr std::uint64_t kMaximumRatio = 2000;
+
+struct DecompressorDeleter {
+    void operator()(ZSTD_DStream* stream) const { ZSTD_freeDStream(stream); }
+};
+
+constexpr const char* kMapAboveKey = "MAP_FILES_ABOVE";
+// A file of this size fits into memory of the process. Reading all of it takes some tens of
+// milliseconds more than mapping it.
+constexpr std::uint64_t kMapAboveMebibytes = 64;
+
+/// Files of more bytes than this are mapped.
+std::uint64_t MapAbove() {
+    const std::string setting = Config()->get(kMapAboveKey);
+    if (setting.empty()) return kMapAboveMebibytes << 20;
+    std::uint64_t mebibytes = 0;
+    const char* const end = setting.data() + setting.size();
+    const auto [rest, error] = std::from_chars(setting.data(), end, mebibytes);
+    if (setting == "never" || error == std::errc::result_out_of_range) return UINT64_MAX;
+    if (error == std::errc() && rest == end)
+        return mebibytes > UINT64_MAX >> 20 ? UINT64_MAX : mebibytes << 20;
+    static const OxLoggerGlue* const logger = new OxLoggerGlue("FileStream");
+    logger->error(std::string(kMapAboveKey) + " is \"" + setting +
+                      "\"; it must be a number of MiB or \"never\". No file is mapped.",
+                  __FILE__, __LINE__);
+    return UINT64_MAX;
+}
+
+} // namespace
+
+struct FileStream::State {
+    std::string path;
+    RegularFile::Pointer file;
+    RegularFile::State opened;
+    bool touched = false; // something was read already
+
+    std::unique_ptr<ZSTD_DStream, DecompressorDeleter> decompressor; // null: plain
+    std::vector<char> input;
+    ZSTD_inBuffer unread{nullptr, 0, 0};
+    bool frameOpen = false; // inside a compressed frame: the file must not end here
+    std::uint64_t delivered = 0;
+
+    [[noreturn]] void fail(const std::string& reason) const {
+        throw std::runtime_error("Cannot read file \"" + path + "\": " + reason);
+    }
+
+    std::int64_t readPlain(void* buffer, std::int64_t bytes) const {
+        const std::size_t got = std::fread(buffer, 1, static_cast<std::size_t>(bytes), file.get());
+        if (got == 0 && std::ferror(file.get())) fail(RegularFile::ReasonOf(errno));
+        return static_cast<std::int64_t>(got);
+    }
+
+    bool refill() {
+        const std::int64_t got = readPlain(input.data(), static_cast<std::int64_t>(input.size()));
+        unread = {input.data(), static_cast<std::size_t>(got), 0};
+        return got > 0;
+    }
+
+    std::int64_t readCompressed(void* buffer, std::int64_t bytes) {
+        ZSTD_outBuffer output{buffer, static_cast<std::size_t>(bytes), 0};
+        for (;;) {
+            // An open frame may hold more output than the last buffer could take.
+            if (frameOpen || unread.pos < unread.size) {
+                const std::size_t status =
+                    ZSTD_decompressStream(decompressor.get(), &output, &unread);
+                if (ZSTD_isError(status)) fail(ZSTD_getErrorName(status));
+                frameOpen = status != 0;
+                if (output.pos > 0) break;
+            }
+            if (unread.pos == unread.size && !refill()) {
+                if (frameOpen) fail("the compressed data ends early");
+                return 0;
+            }
+        }
+        delivered += output.pos;
+        if (delivered > kAlwaysAllowedBytes && delivered / kMaximumRatio > opened.bytes)
+            fail("it decompresses to more than " + std::to_string(kMaximumRatio) +
+                 " times its size");
+        return static_cast<std::int64_t>(output.pos);
+    }
+};
+
+FileStream::FileStream(const std::string& path, bool decompress)
+    : state(std::make_unique<State>()) {
+    state->path = path;
+    std::string reason;
+    state->file = RegularFile::Open(path, state->opened, reason);
+    if (!state->file) state->fail(reason);
+    if (!decompress) return;
+
+    unsigned char start[sizeof kZstdMagic];
+    const bool compressed = std::fread(start, 1, sizeof start, state->file.get()) == sizeof start &&
+                            std::memcmp(start, kZstdMagic, sizeof start) == 0;
+    std::rewind(state->file.get());
+    if (!compressed) return;
+    state->decompressor.reset(ZSTD_createDStream());
+    if (!state->decompressor) throw std::bad_alloc();
+    state->input.resize(ZSTD_DStreamInSize());
+}
+
+FileStream::~FileStream() = default;
+
+const std::string& FileStream::getPath() const {
+    return state->path;
+}
+
+std::int64_t FileStream::read(void* stream, void* buffer, std::int64_t bytes) {
+    if (bytes <= 0) return 0;
+    State& state = *static_cast<FileStream*>(stream)->state;
+    state.touched = true;
+    return state.decompressor ? state.readCompressed(buffer, bytes)
+                              : state.readPlain(buffer, bytes);
+}
+
+FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
+                                     std::string& name) {
+    std::uint64_t expected = 0;
+    if (read == &FileStream::read) {
+        const FileStream::State& state = *static_cast<FileStream*>(stream)->state;
+        name = "File \"" + state.path + '"';
+        if (!state.decompressor && !state.touched) {
+            expected = state.opened.bytes;
+#ifndef _WIN32
+            if (expected > FileBuffer::kLargeBytes) {
+                try {
+                    const FileAccess access =
+                        expected > MapAbove() ? FileAccess::Map : FileAccess::Read;
+                    return FileBuffer::Open(state.file.get(), state.opened, access);
+                } catch (const std::runtime_error& error) {
+                    state.fail(error.what());
+                }
+            }
+#endif
+        }
+    }
+    // One byte more than expected shows the end without a second buffer.
+    FileBuffer buffer = FileBuffer::Allocate(std::max<std::uint64_t>(expected + 1, 65536));
+    std::uint64_t filled = 0;
+    for (;;) {
+        if (filled == buffer.size()) {
+            FileBuffer larger = FileBuffer::Allocate(buffer.size() * 2);
+            std::memcpy(larger.data(), buffer.data(), filled);
+            buffer = std::move(larger);
+        }
+        const std::int64_t got =
+            read(stream, buffer.data() + filled, static_cast<std::int64_t>(buffer.size() - filled));
+        if (got < 0 || static_cast<std::uint64_t>(got) > buffer.size() - filled)
+            throw std::runtime_error("Cannot read " + name + ": the stream failed");
+        if (got == 0) break;
+        filled += static_cast<std::uint64_t>(got);
+    }
+    buffer.shrink(filled);
+    return buffer;
+}
+
+} // namespace OxAttribute

@@ -1,0 +1,456 @@
+#include "formats/AttributeFromJson.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <optional>
+#include <type_traits>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include <OxTellarSDK/GroupBuilder.h>
+
+#include "formats/JsonFields.h"
+#include "text/NumberText.h"
+
+namespace OxAttribute {
+
+namespace {
+
+/// Doubles hold every integer up to here, and no larger one is rounded to one of them.
+constexpr double kLargestExactInteger = 9007199254740991.0; // 2^53 - 1
+
+bool IsInteger(std::string_view number) {
+    return number.find_first_of(".eE") == std::string_view::npos;
+}
+
+/// Orders dotted paths so that what lies below a path follows it directly: the dot comes
+/// before every other character.
+bool ComesBefore(std::string_view a, std::string_view b) {
+    const auto rank = [](char c) { return c == '.' ? -1 : static_cast<unsigned char>(c); };
+    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
+                                        [&](char x, char y) { return rank(x) < rank(y); });
+}
+
+bool IsBelow(std::string_view path, std::string_view ancestor) {
+    return path.size() > ancestor.size() && path[ancestor.size()] == '.' &&
+           path.substr(0, ancestor.size()) == ancestor;
+}
+
+bool HasEmptyPart(std::string_view path) {
+    return path.empty() || path.front() == '.' || path.back() == '.' ||
+           path.find("..") != std::string_view::npos;
+}
+
+/// Values of one attribute, still JSON, sample after sample.
+struct Values {
+    std::vector<JsonValue> values;
+    std::size_t tupleSize = 0; // as the nesting of the arrays told it; 0 when it did not
+};
+
+/// Turns JSON values into attributes.
+class AttributeReader {
+public:
+    explicit AttributeReader(const std::string& where) : where(where) {}
+
+    /// Groups being read are kept on a stack of their own, not on the thread's: their nesting
+    /// comes from outside.
+    Attribute read(const JsonValue& value, int depth) {
+        if (!isGroup(value)) return readLeaf(value);
+        std::vector<OpenGroup> open;
+        open.push_back(openGroup(value, depth));
+        for (;;) {
+            OpenGroup& top = open.back();
+            if (top.next == top.children.size()) {
+                Attribute group = top.builder.build();
+                open.pop_back();
+                if (open.empty()) return group;
+                OpenGroup& parent = open.back();
+                parent.builder.set(parent.children[parent.next++].path, group);
+                continue;
+            }
+            const Child& child = top.children[top.next];
+            if (isGroup(child.value)) {
+                open.push_back(openGroup(child.value, child.depth));
+                continue;
+            }
+            top.builder.set(child.path, readLeaf(child.value));
+            ++top.next;
+        }
+    }
+
+private:
+    /// A child that is yet to be read.
+    struct Child {
+        std::string path; // as the builder takes it
+        JsonValue value;
+        int depth; // the number of groups around it
+    };
+
+    struct OpenGroup {
+        GroupBuilder builder;
+        std::vector<Child> children;
+        std::size_t next;
+    };
+
+    const std::string& where; // appended to every error
+
+    [[noreturn]] void fail(const JsonValue& value, const std::string& what) const {
+        value.fail(what + where);
+    }
+
+    // ---- plain values ----
+
+    static std::optional<JsonValue> typeOf(const JsonValue& object) {
+        for (const JsonValue::Member& member : object.members())
+            if (member.key.text() == "$type") return member.value;
+        return std::nullopt;
+    }
+
+    static bool isGroup(const JsonValue& value) {
+        if (!value.isObject()) return false;
+        const auto type = typeOf(value);
+        return !type || (type->isString() && type->text() == "group");
+    }
+
+    Attribute readLeaf(const JsonValue& value) {
+        switch (value.kind()) {
+        case JsonKind::Null:
+            return NullAttribute();
+        case JsonKind::False:
+            return IntAttribute(0);
+        case JsonKind::True:
+            return IntAttribute(1);
+        case JsonKind::String:
+            return StringAttribute(value.text());
+        case JsonKind::Number:
+            return readPlainNumbers({{value}, 1});
+        case JsonKind::Array:
+            return readPlainArray(value);
+        default:
+            return readTyped(value, *typeOf(value));
+        }
+    }
+
+    Attribute readPlainArray(const JsonValue& array) {
+        if (array.isEmpty())
+            fail(array, "an empty array has no type: write {\"$type\": \"int\", \"values\": []} "
+                        "or another type");
+        const Values values = readNested(array);
+        const bool areStrings = values.values.front().isString();
+        for (const JsonValue& value : values.values)
+            if (value.isString() != areStrings)
+                fail(value, "an array must hold either strings or numbers");
+        if (areStrings) return makeStrings({0.0f}, values, sizeAsTuple(values));
+        return readPlainNumbers(values);
+    }
+
+    /// The scalars of an array, or of an array of arrays of equal length, which are tuples.
+    Values readNested(const JsonValue& array) {
+        Values result;
+        for (const JsonValue& element : array.elements()) {
+            const std::vector<JsonValue> tuple =
+                element.isArray() ? element.elements() : std::vector<JsonValue>{element};
+            if (tuple.empty()) fail(element, "a tuple needs at least one value");
+            const std::size_t tupleSize = element.isArray() ? tuple.size() : 0;
+            if (result.values.empty()) result.tupleSize = tupleSize;
+            if (tupleSize != result.tupleSize)
+                fail(element, "tuples must all have as many values as the first one");
+            for (const JsonValue& value : tuple) {
+                checkScalar(value);
+                result.values.push_back(value);
+            }
+        }
+        return result;
+    }
+
+    void checkScalar(const JsonValue& value) const {
+        const bool isFlag = value.kind() == JsonKind::True || value.kind() == JsonKind::False;
+        if (!value.isString() && !value.isNumber() && !isFlag)
+            fail(value, "an array must hold strings or numbers, or equally long arrays of them");
+    }
+
+    static std::size_t sizeAsTuple(const Values& values) {
+        return std::max<std::size_t>(values.tupleSize, 1);
+    }
+
+    Attribute readPlainNumbers(const Values& values) {
+        std::vector<std::int32_t> ints;
+        for (const JsonValue& value : values.values) {
+            std::int32_t number = value.kind() == JsonKind::True;
+            const bool isInt =
+                !value.isNumber() || (IsInteger(value.text()) && ReadNumber(value.text(), number));
+            if (!isInt) return readPlainDoubles(values);
+            ints.push_back(number);
+        }
+        return IntAttribute(ints, static_cast<std::int64_t>(sizeAsTuple(values)));
+    }
+
+    Attribute readPlainDoubles(const Values& values) {
+        std::vector<double> doubles;
+        for (const JsonValue& value : values.values) {
+            if (!value.isNumber())
+                fail(value, "an array must hold either numbers or true and false");
+            const auto number = readNumber<double>(value);
+            if (IsInteger(value.text()) && std::fabs(number) > kLargestExactInteger)
+                fail(value, "the integer " + std::string(value.text()) +
+                                " is too large to be exact: write " + std::string(value.text()) +
+                                ".0 for the nearest double");
+            doubles.push_back(number);
+        }
+        return DoubleAttribute(doubles, static_cast<std::int64_t>(sizeAsTuple(values)));
+    }
+
+    template <typename T>
+    T readNumber(const JsonValue& value) const {
+        T number{};
+        const bool isSpecial = value.isString() && std::is_floating_point_v<T>;
+        if (isSpecial && readSpecial(value.text(), number)) return number;
+        if (value.isNumber() && ReadNumber(value.text(), number)) return number;
+        const char* kind = std::is_integral_v<T> ? "an int"
+                           : sizeof(T) == 4      ? "a float"
+                                                 : "a double";
+        fail(value,
+             (value.isNumber() ? std::string(value.text()) : "the value") + " is not " + kind);
+    }
+
+    /// "inf", "-inf", "nan", or a NaN bit by bit.
+    template <typename T>
+    static bool readSpecial(std::string_view text, T& number) {
+        if (text == "nan") {
+            number = std::numeric_limits<T>::quiet_NaN();
+            return true;
+        }
+        return ReadNumber(text, number) && !std::isfinite(number);
+    }
+
+    // ---- groups ----
+
+    void checkDepth(const JsonValue& value, int depth) const {
+        if (depth >= kMaxGroupDepth)
+            fail(value,
+                 "groups are nested deeper than " + std::to_string(kMaxGroupDepth) + " levels");
+    }
+
+    OpenGroup openGroup(const JsonValue& object, int depth) {
+        checkDepth(object, depth);
+        return typeOf(object) ? openTypedGroup(object, depth) : openPlainGroup(object, depth);
+    }
+
+    OpenGroup openPlainGroup(const JsonValue& object, int depth) {
+        const std::vector<JsonValue::Member> members = object.members();
+        checkPaths(members);
+        OpenGroup group{GroupBuilder(BuilderModeNormal), {}, 0};
+        for (const JsonValue::Member& member : members) {
+            const std::string_view path = member.key.text();
+            const auto dots = static_cast<int>(std::count(path.begin(), path.end(), '.'));
+            checkDepth(member.key, depth + dots);
+            group.children.push_back({std::string(path), member.value, depth + dots + 1});
+        }
+        return group;
+    }
+
+    /// One key must not undo another: no key twice, and none below another one.
+    void checkPaths(const std::vector<JsonValue::Member>& members) const {
+        std::vector<JsonValue> keys;
+        for (const JsonValue::Member& member : members) {
+            if (HasEmptyPart(member.key.text()))
+                fail(member.key, "key " + Quoted(member.key.text()) + " has an empty part");
+            keys.push_back(member.key);
+        }
+        std::stable_sort(keys.begin(), keys.end(), [](const JsonValue& a, const JsonValue& b) {
+            return ComesBefore(a.text(), b.text());
+        });
+        for (std::size_t i = 1; i < keys.size(); ++i) {
+            const std::string_view before = keys[i - 1].text();
+            const std::string_view path = keys[i].text();
+            if (before == path) fail(keys[i], "key " + Quoted(path) + " given twice");
+            if (IsBelow(path, before))
+                fail(keys[i], "key " + Quoted(path) + " lies in " + Quoted(before) +
+                                  ", which is given by itself");
+        }
+    }
+
+    OpenGroup openTypedGroup(const JsonValue& object, int depth) {
+        const JsonFields fields(object, {"$type", "inherit", "children"}, where);
+        OpenGroup group{GroupBuilder(BuilderModeStrict), {}, 0};
+        group.builder.setGroupInherit(readInherit(fields));
+        std::unordered_set<std::string> names;
+        const auto add = [&](const JsonValue& place, std::string name, const JsonValue& value) {
+            if (!names.insert(name).second) fail(place, "a second child named " + Quoted(name));
+            group.children.push_back({std::move(name), value, depth + 1});
+        };
+        const auto children = fields.find("children");
+        if (!children) return group;
+        if (!children->isObject() && !children->isArray())
+            fail(*children, "\"children\" must be an object or an array");
+        if (children->isObject())
+            for (const JsonValue::Member& member : children->members())
+                add(member.key, std::string(member.key.text()), member.value);
+        else
+            for (const JsonValue& entry : children->elements())
+                readListedChild(entry, add);
+        return group;
+    }
+
+    /// {"name": ..., "value": ...}, or "hexName" for a name that is not UTF-8.
+    template <typename Add>
+    void readListedChild(const JsonValue& entry, Add add) const {
+        if (!entry.isObject()) fail(entry, "a child must be an object");
+        const JsonFields fields(entry, {"name", "hexName", "value"}, where);
+        const auto name = fields.find("name");
+        const auto hexName = fields.find("hexName");
+        const auto value = fields.find("value");
+        if (name.has_value() == hexName.has_value() || !value)
+            fail(entry, "a child needs \"value\" and either \"name\" or \"hexName\"");
+        if (name && !name->isString()) fail(*name, "\"name\" must be a string");
+        add(entry, name ? std::string(name->text()) : readHex(*hexName), *value);
+    }
+
+    bool readInherit(const JsonFields& fields) const {
+        const auto inherit = fields.find("inherit");
+        if (!inherit || inherit->kind() == JsonKind::True) return true;
+        if (inherit->kind() != JsonKind::False) fail(*inherit, "\"inherit\" must be true or false");
+        return false;
+    }
+
+    // ---- the typed form ----
+
+    Attribute readTyped(const JsonValue& object, const JsonValue& type) {
+        const std::string_view name = type.isString() ? type.text() : std::string_view();
+        if (name == "int") return readTypedNumbers<std::int32_t>(object);
+        if (name == "float") return readTypedNumbers<float>(object);
+        if (name == "double") return readTypedNumbers<double>(object);
+        if (name == "string") return readTypedStrings(object);
+        if (name != "null")
+            fail(type, "\"$type\" must be int, float, double, string, null or group");
+        const JsonFields onlyType(object, {"$type"}, where);
+        return NullAttribute();
+    }
+
+    template <typename T>
+    Attribute readTypedNumbers(const JsonValue& object) {
+        const JsonFields fields(object, {"$type", "tuple", "values", "times", "samples"}, where);
+        std::vector<float> times;
+        const Values values = readSamples(object, fields, "values", "samples", times);
+        std::vector<T> numbers;
+        for (const JsonValue& value : values.values)
+            numbers.push_back(readNumber<T>(value));
+        return NumericAttribute<T>(times.data(), static_cast<std::int64_t>(times.size()),
+                                   numbers.data(),
+                                   static_cast<std::int64_t>(numbers.size() / times.size()),
+                                   readTupleSize(fields, values));
+    }
+
+    Attribute readTypedStrings(const JsonValue& object) {
+        const JsonFields fields(
+            object, {"$type", "tuple", "values", "times", "samples", "hex", "hexSamples"}, where);
+        const bool isHex = fields.find("hex") || fields.find("hexSamples");
+        if (isHex && (fields.find("values") || fields.find("samples")))
+            fail(object, "strings must be given either plain or in hexadecimal");
+        std::vector<float> times;
+        const Values values = readSamples(object, fields, isHex ? "hex" : "values",
+                                          isHex ? "hexSamples" : "samples", times);
+        return makeStrings(times, values, readTupleSize(fields, values), isHex);
+    }
+
+    Attribute makeStrings(const std::vector<float>& times, const Values& values,
+                          std::int64_t tupleSize, bool isHex = false) const {
+        const std::size_t count = values.values.size() / times.size();
+        std::map<float, std::vector<std::string>> samples;
+        auto next = values.values.begin();
+        for (const float time : times) {
+            std::vector<std::string>& sample = samples[time];
+            for (std::size_t i = 0; i < count; ++i, ++next) {
+                if (!next->isString()) fail(*next, "a string attribute must hold strings");
+                sample.push_back(isHex ? readHex(*next) : std::string(next->text()));
+            }
+        }
+        return StringAttribute(samples, tupleSize);
+    }
+
+    /// "values" alone, or "times" with as many "samples" of equal length.
+    Values readSamples(const JsonValue& object, const JsonFields& fields, const char* valuesKey,
+                       const char* samplesKey, std::vector<float>& times) {
+        const auto values = fields.find(valuesKey);
+        const auto samples = fields.find(samplesKey);
+        const auto timeValues = fields.find("times");
+        if (values.has_value() == samples.has_value() ||
+            samples.has_value() != timeValues.has_value())
+            fail(object, "a typed value needs either " + Quoted(valuesKey) + ", or \"times\" and " +
+                             Quoted(samplesKey));
+        if (values) {
+            times = {0.0f};
+            return readArray(*values, valuesKey);
+        }
+        times = readTimes(*timeValues);
+        if (!samples->isArray()) fail(*samples, Quoted(samplesKey) + " must be an array");
+        const std::vector<JsonValue> perTime = samples->elements();
+        if (perTime.size() != times.size())
+            fail(*samples, std::to_string(perTime.size()) + " samples for " +
+                               std::to_string(times.size()) + " times");
+        Values all;
+        for (std::size_t i = 0; i < perTime.size(); ++i) {
+            const Values sample = readArray(perTime[i], "a sample");
+            if (i == 0) all.tupleSize = sample.tupleSize;
+            all.values.insert(all.values.end(), sample.values.begin(), sample.values.end());
+            if (all.values.size() != (i + 1) * sample.values.size() ||
+                sample.tupleSize != all.tupleSize)
+                fail(perTime[i], "samples must all have as many values as the first one");
+        }
+        return all;
+    }
+
+    Values readArray(const JsonValue& value, const std::string& what) {
+        if (!value.isArray()) fail(value, what + " must be an array");
+        return readNested(value);
+    }
+
+    std::vector<float> readTimes(const JsonValue& value) {
+        if (!value.isArray() || value.isEmpty())
+            fail(value, "\"times\" must be an array of at least one number");
+        std::vector<float> times;
+        for (const JsonValue& element : value.elements()) {
+            if (!element.isNumber()) fail(element, "a time must be a number");
+            const auto time = readNumber<float>(element);
+            if (!times.empty() && !(times.back() < time)) fail(element, "times must ascend");
+            times.push_back(time);
+        }
+        return times;
+    }
+
+    std::int64_t readTupleSize(const JsonFields& fields, const Values& values) const {
+        const auto tuple = fields.find("tuple");
+        if (!tuple) return static_cast<std::int64_t>(sizeAsTuple(values));
+        std::int32_t size = 0;
+        if (!tuple->isNumber() || !ReadNumber(tuple->text(), size) || size < 1)
+            fail(*tuple, "\"tuple\" must be an integer of 1 or more");
+        if (values.tupleSize != 0 && values.tupleSize != static_cast<std::size_t>(size))
+            fail(*tuple, "\"tuple\" must agree with the length of the inner arrays");
+        return size;
+    }
+
+    std::string readHex(const JsonValue& value) const {
+        const std::string_view digits = value.isString() ? value.text() : std::string_view("?");
+        std::string bytes;
+        for (std::size_t i = 0; i < digits.size(); i += 2) {
+            unsigned byte = 0;
+            const char* const end = digits.data() + i + 2;
+            if (i + 2 > digits.size() || std::from_chars(end - 2, end, byte, 16).ptr != end)
+                fail(value, "bytes must be given as a string of two hexadecimal digits each");
+            bytes += static_cast<char>(byte);
+        }
+        return bytes;
+    }
+};
+
+} // namespace
+
+Attribute AttributeFromJson(const JsonValue& value, int depth, const std::string& where) {
+    return AttributeReader(where).read(value, depth);
+}
+
+} // namespace OxAttribute

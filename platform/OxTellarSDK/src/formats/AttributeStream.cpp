@@ -1,0 +1,173 @@
+#include <OxTellarSDK/AttributeStream.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <vector>
+
+#include <zstd.h>
+
+#include <OxTellarSDK/FileStream.h>
+
+#include "formats/OpDescription.h"
+#include "values/Container.h"
+#include "values/ContainerWriter.h"
+
+namespace OxAttribute {
+
+namespace {
+
+struct CompressorDeleter {
+    void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
+};
+
+/// A new file that takes the place of `path` only when commit is reached.
+class ReplacingFile {
+public:
+    ReplacingFile(std::string finalPath, bool compress) : path(std::move(finalPath)) {
+        // A name of our own: two writers of one file must not write into each other's.
+        temporary = path + "." + std::to_string(std::random_device{}()) + ".tmp";
+        file = std::fopen(temporary.c_str(), "wbx");
+        if (!file) fail();
+        if (!compress) return;
+        compressor.reset(ZSTD_createCCtx());
+        if (!compressor) throw std::bad_alloc();
+        packed.resize(ZSTD_CStreamOutSize());
+    }
+    ReplacingFile(const ReplacingFile&) = delete;
+    ReplacingFile& operator=(const ReplacingFile&) = delete;
+    ~ReplacingFile() {
+        if (file) std::fclose(file);
+        if (!committed) std::remove(temporary.c_str());
+    }
+
+    static std::int64_t Write(void* stream, const void* data, std::int64_t bytes) {
+        static_cast<ReplacingFile*>(stream)->write(data, static_cast<std::size_t>(bytes),
+                                                   ZSTD_e_continue);
+        return bytes;
+    }
+
+    void commit() {
+        if (compressor) write("", 0, ZSTD_e_end);
+        const bool closed = std::fclose(file) == 0;
+        file = nullptr;
+        if (!closed || std::rename(temporary.c_str(), path.c_str()) != 0) fail();
+        committed = true;
+    }
+
+private:
+    [[noreturn]] void fail() const {
+        throw std::runtime_error("Cannot write file \"" + path + "\": " + std::strerror(errno));
+    }
+
+    void writePlain(const void* data, std::size_t bytes) {
+        if (std::fwrite(data, 1, bytes, file) != bytes) fail();
+    }
+
+    void write(const void* data, std::size_t bytes, ZSTD_EndDirective directive) {
+        if (!compressor) return writePlain(data, bytes);
+        ZSTD_inBuffer input{data, bytes, 0};
+        for (;;) {
+            ZSTD_outBuffer output{packed.data(), packed.size(), 0};
+            const std::size_t left =
+                ZSTD_compressStream2(compressor.get(), &output, &input, directive);
+            if (ZSTD_isError(left))
+                throw std::runtime_error("Cannot compress file \"" + path +
+                                         "\": " + ZSTD_getErrorName(left));
+            writePlain(packed.data(), output.pos);
+            const bool done = directive == ZSTD_e_end ? left == 0 : input.pos == input.size;
+            if (done) return;
+        }
+    }
+
+    std::string path;
+    std::string temporary;
+    std::FILE* file = nullptr;
+    std::unique_ptr<ZSTD_CCtx, CompressorDeleter> compressor;
+    std::vector<char> packed;
+    bool committed = false;
+};
+
+void WriteFile(const std::string& path, const Attribute& attribute, ContainerKind kind,
+               bool compress) {
+    ReplacingFile file(path, compress);
+    WriteContainer(attribute, kind, &file, &ReplacingFile::Write, "file \"" + path + '"');
+    file.commit();
+}
+
+} // namespace
+
+FileKind ProbeFile(const std::string& path) {
+    FileStream stream(path, true);
+    ContainerHeader header{};
+    char* start = reinterpret_cast<char*>(&header);
+    std::int64_t filled = 0;
+    constexpr std::int64_t wanted = offsetof(ContainerHeader, reserved);
+    while (filled < wanted) {
+        const std::int64_t got = FileStream::read(&stream, start + filled, wanted - filled);
+        if (got <= 0) return FileKind::Unknown;
+        filled += got;
+    }
+    if (std::memcmp(header.magic, kContainerMagic, sizeof kContainerMagic) != 0)
+        return FileKind::Unknown;
+    switch (static_cast<ContainerKind>(header.kind)) {
+    case ContainerKind::AttributeStream:
+        return FileKind::AttributeStream;
+    case ContainerKind::OpFile:
+        return FileKind::OpFile;
+    }
+    return FileKind::Unknown;
+}
+
+void WriteAttributeFile(const std::string& path, const Attribute& attribute, bool compress) {
+    WriteFile(path, attribute, ContainerKind::AttributeStream, compress);
+}
+
+void CheckOpDescription(const GroupAttribute& description, const std::string& source) {
+    const auto refuse = [&source](std::string_view op, const std::string& why) {
+        throw std::runtime_error(source + ": the op \"" + std::string(op) + "\" " + why);
+    };
+    if (!description.isValid() || description.getNumberOfChildren() == 0)
+        throw std::runtime_error(source + ": there is no op in it");
+    for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i) {
+        const std::string_view name = description.getChildNameView(i);
+        const GroupAttribute op(description.getChildByIndex(i));
+        if (!op.isValid()) refuse(name, "is no group");
+        const StringAttribute type(op.getChildByName("opType"));
+        if (!type.isValid() || type.getNumberOfValues() != 1)
+            refuse(name, "has no \"opType\" string");
+        const Attribute args = op.getChildByName("opArgs");
+        if (args.isValid() && args.getType() != kAttributeTypeGroup)
+            refuse(name, "has \"opArgs\" that are no group");
+        const Attribute inputs = op.getChildByName("opInputs");
+        if (inputs.isValid() && inputs.getType() != kAttributeTypeString)
+            refuse(name, "has \"opInputs\" that are no strings");
+        for (const std::string_view input : StringAttribute(inputs).getNearestSample(0.0f))
+            if (!input.empty() && description.findChild(input) < 0)
+                refuse(name, "has the input \"" + std::string(input) + "\", which is no op");
+    }
+}
+
+void WriteOpFile(const std::string& path, const GroupAttribute& description, bool compress) {
+    CheckOpDescription(description, "Cannot write op file \"" + path + "\"");
+    WriteFile(path, description, ContainerKind::OpFile, compress);
+}
+
+GroupAttribute ReadOpStream(void* stream, StreamRead read) {
+    std::string name = "the op stream";
+    FileBuffer buffer = FileStreamAccess::ReadAll(stream, read, name);
+    GroupAttribute description(Container::Open(std::move(buffer), name, ContainerKind::OpFile));
+    if (!description.isValid()) throw std::runtime_error(name + " holds no group");
+    CheckOpDescription(description, name);
+    return description;
+}
+
+GroupAttribute ReadOpFile(const std::string& path) {
+    FileStream stream(path, true);
+    return ReadOpStream(&stream, &FileStream::read);
+}
+
+} // namespace OxAttribute

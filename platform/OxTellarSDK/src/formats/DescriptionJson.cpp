@@ -1,0 +1,185 @@
+#include <OxTellarSDK/DescriptionJson.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <stdexcept>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include <OxTellarSDK/FileStream.h>
+#include <OxTellarSDK/GroupBuilder.h>
+#include <OxTellarSDK/OpType.h>
+
+#include "formats/AttributeFromJson.h"
+#include "formats/JsonFields.h"
+#include "text/JsonTree.h"
+
+namespace OxAttribute {
+
+namespace {
+
+/// A level of groups takes at most three levels of JSON (the typed form, its "children" as an
+/// array, and a child there); the ops, samples and tuples around and in them take a few more.
+constexpr std::size_t kJsonDepthLimit = 3 * kMaxGroupDepth + 16;
+
+constexpr int kGroupsAroundArgs = 2; // the op's and the description
+
+/// Turns a JSON tree into a description. Remembers which op it is in, for its errors.
+class DescriptionReader {
+public:
+    DescriptionReader(const JsonTree& tree, const std::string& directory)
+        : tree(tree), directory(directory) {}
+
+    GroupAttribute read() {
+        const JsonValue root = tree.root();
+        if (!root.isObject()) fail(root, "a description must be an object with \"ops\"");
+        const JsonFields fields(root, {"ops", "$schema", "comment"}, where);
+        const auto ops = fields.find("ops");
+        if (!ops) fail(root, "\"ops\" is missing");
+        if (!ops->isArray()) fail(*ops, "\"ops\" must be an array");
+        if (ops->isEmpty()) fail(*ops, "\"ops\" is empty: a description needs at least one op");
+        std::size_t number = 0;
+        for (const JsonValue& op : ops->elements())
+            readOp(op, ++number);
+        checkInputs();
+        return GroupAttribute(children, true);
+    }
+
+private:
+    /// An input by name, kept until all names are known.
+    struct Wire {
+        JsonValue input;
+        std::string op; // whose input it is
+    };
+
+    const JsonTree& tree;
+    const std::string& directory;
+    std::vector<GroupAttribute::Child> children;
+    std::unordered_set<std::string> opNames;
+    std::vector<Wire> wires;
+    std::string where; // appended to errors: ", in op ..."
+
+    [[noreturn]] void fail(const JsonValue& value, const std::string& what) const {
+        value.fail(what + where);
+    }
+
+    void readOp(const JsonValue& op, std::size_t number) {
+        where = ", in op " + std::to_string(number);
+        if (!op.isObject()) fail(op, "an op must be an object");
+        // The name is looked for first, for the sake of errors in what stands before it.
+        for (const JsonValue::Member& member : op.members())
+            if (member.key.text() == "name" && member.value.isString())
+                where = ", in op " + Quoted(member.value.text());
+
+        const JsonFields fields(op, {"name", "type", "args", "inputs", "comment"}, where);
+        std::string name = readText(op, fields, "name");
+        const std::string type = readText(op, fields, "type");
+        if (name.empty()) fail(*fields.find("name"), "\"name\" must not be empty");
+        if (!opNames.insert(name).second)
+            fail(*fields.find("name"), "a second op named " + Quoted(name));
+
+        std::vector<GroupAttribute::Child> parts;
+        for (const JsonValue::Member& member : op.members()) {
+            const std::string_view key = member.key.text();
+            if (key == "type") parts.emplace_back("opType", StringAttribute(type));
+            if (key == "args") parts.emplace_back("opArgs", readArgs(member.value, type));
+            if (key == "inputs") parts.emplace_back("opInputs", readInputs(member.value, name));
+        }
+        children.emplace_back(std::move(name), GroupAttribute(parts, true));
+        where.clear();
+    }
+
+    std::string readText(const JsonValue& op, const JsonFields& fields, std::string_view key) {
+        const auto value = fields.find(key);
+        if (!value) fail(op, Quoted(key) + " is missing");
+        if (!value->isString()) fail(*value, Quoted(key) + " must be a string");
+        return std::string(value->text());
+    }
+
+    Attribute readInputs(const JsonValue& value, const std::string& op) {
+        const char* what = "\"inputs\" must be an array of op names and null";
+        if (!value.isArray() && !value.isString()) fail(value, what);
+        std::vector<std::string> names;
+        const auto inputs = value.isArray() ? value.elements() : std::vector<JsonValue>{value};
+        for (const JsonValue& input : inputs) {
+            if (!input.isString() && input.kind() != JsonKind::Null) fail(input, what);
+            names.emplace_back(input.isString() ? input.text() : std::string_view());
+            if (input.isString()) wires.push_back({input, op});
+        }
+        return StringAttribute(names, 1);
+    }
+
+    void checkInputs() {
+        for (const Wire& wire : wires) {
+            where = ", in op " + Quoted(wire.op);
+            if (opNames.count(std::string(wire.input.text())) == 0)
+                fail(wire.input, "input " + Quoted(wire.input.text()) + " names no op");
+        }
+    }
+
+    Attribute readArgs(const JsonValue& value, const std::string& opType) {
+        if (!value.isObject()) fail(value, "\"args\" must be an object");
+        const GroupAttribute args(AttributeFromJson(value, kGroupsAroundArgs, where));
+        if (!args.isValid()) fail(value, "\"args\" must be a group");
+        return withDirectory(args, opType);
+    }
+
+    /// A relative "file" is meant relative to where the description lies. The op type has to
+    /// be told where that is, if it asks for it.
+    GroupAttribute withDirectory(const GroupAttribute& args, const std::string& opType) const {
+        const StringAttribute file(args.getChildByName("file"));
+        const bool isRelative = file.getNumberOfValues() > 0 && !file.getValueView().empty() &&
+                                file.getValueView().front() != '/';
+        if (directory.empty() || !isRelative || args.findChild("directory") >= 0) return args;
+        if (!takesDirectory(opType)) return args;
+        GroupBuilder builder(BuilderModeStrict);
+        builder.setGroupInherit(args.getGroupInherit());
+        builder.update(args);
+        builder.set("directory", StringAttribute(directory));
+        return builder.build();
+    }
+
+    static bool takesDirectory(const std::string& opType) {
+        const OxOpType::Description* type = OxOpType::FindDescription(opType);
+        if (!type) return false;
+        const auto& arguments = type->arguments;
+        return std::any_of(
+            arguments.begin(), arguments.end(),
+            [](const OxOpType::Argument& argument) { return argument.name == "directory"; });
+    }
+};
+
+std::string ReadWholeFile(const std::string& path) {
+    FileStream stream(path, true);
+    std::string text;
+    std::string piece(1 << 16, '\0');
+    for (;;) {
+        const std::int64_t bytes =
+            FileStream::read(&stream, piece.data(), static_cast<std::int64_t>(piece.size()));
+        if (bytes < 0) throw std::runtime_error(path + ": cannot be read");
+        if (bytes == 0) return text;
+        text.append(piece, 0, static_cast<std::size_t>(bytes));
+    }
+}
+
+std::string FolderOf(const std::string& path) {
+    std::filesystem::path folder = std::filesystem::path(path).parent_path();
+    if (folder.empty()) folder = ".";
+    return std::filesystem::canonical(folder).string();
+}
+
+} // namespace
+
+GroupAttribute ParseDescriptionJson(std::string_view text, const std::string& source,
+                                    const std::string& directory) {
+    const JsonTree tree(text, source, kJsonDepthLimit);
+    return DescriptionReader(tree, directory).read();
+}
+
+GroupAttribute ReadDescriptionJsonFile(const std::string& path) {
+    const std::string text = ReadWholeFile(path);
+    return ParseDescriptionJson(text, path, FolderOf(path));
+}
+
+} // namespace OxAttribute

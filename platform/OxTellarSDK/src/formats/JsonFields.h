@@ -1,0 +1,47 @@
+#ifndef OXTELLARSDK_JSONFIELDS_H
+#define OXTELLARSDK_JSONFIELDS_H
+
+#include <algorithm>
+#include <initializer_list>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "text/JsonTree.h"
+
+namespace OxAttribute {
+
+inline std::string Quoted(std::string_view text) {
+    return '"' + std::string(text) + '"';
+}
+
+/// The members of an object that has a fixed set of keys. It borrows the tree.
+class JsonFields {
+public:
+    /// Throws std::runtime_error with the place of a key that is not `known` or is given
+    /// twice in front, and `where` behind.
+    JsonFields(const JsonValue& object, std::initializer_list<std::string_view> known,
+               const std::string& where) {
+        for (const JsonValue::Member& member : object.members()) {
+            const std::string_view key = member.key.text();
+            if (std::find(known.begin(), known.end(), key) == known.end())
+                member.key.fail("unknown key " + Quoted(key) + where);
+            if (!byKey.emplace(key, member.value).second)
+                member.key.fail("key " + Quoted(key) + " given twice" + where);
+        }
+    }
+
+    std::optional<JsonValue> find(std::string_view key) const {
+        const auto found = byKey.find(key);
+        if (found == byKey.end()) return std::nullopt;
+        return found->second;
+    }
+
+private:
+    std::map<std::string_view, JsonValue> byKey;
+};
+
+} // namespace OxAttribute
+
+#endif

@@ -1,0 +1,180 @@
+#include <OxTellarSDK/OpType.h>
+
+#include <map>
+#include <mutex>
+#include <new>
+#include <set>
+#include <shared_mutex>
+#include <stdexcept>
+#include <utility>
+
+#include <OxTellarSDK/PluginManager.h>
+
+#include "base/CookWaits.h"
+#include "plugins/PluginCall.h"
+
+namespace OxOpType {
+
+namespace {
+
+using OxPluginManager::ExceptionFrom;
+using OxPluginManager::PluginHandle;
+using OxPluginManager::PluginManager;
+using OxTellarRuntimeDetail::IsMadeByThisThread;
+using OxTellarRuntimeDetail::MakingScope;
+
+/// A type with a copy of what it told about itself.
+struct KnownType {
+    const OpType* type = nullptr;
+    Description description;
+};
+
+/// Types and plug-ins are only ever added. No code of a plug-in runs under the lock.
+struct Registry {
+    std::shared_mutex lock;
+    std::map<std::string, KnownType> types;
+    std::set<PluginHandle> examined; // entered or refused, for good
+};
+
+Registry& GetRegistry() {
+    static Registry* const registry = new Registry;
+    return *registry;
+}
+
+/// Does the same as ExceptionFrom, but passes std::bad_alloc on: a plug-in that had no memory may
+/// have it when it is asked again.
+template <typename Call>
+std::string LastingExceptionFrom(const Call& call) {
+    bool hadMemory = true;
+    std::string thrown = ExceptionFrom([&] {
+        try {
+            call();
+        } catch (const std::bad_alloc&) {
+            hadMemory = false;
+        }
+    });
+    if (!hadMemory) throw std::bad_alloc();
+    return thrown;
+}
+
+/// Assigns the type that a plug-in offers. Returns what is wrong with it, empty when nothing is.
+/// Throws std::bad_alloc when there is no memory.
+std::string AskForType(PluginHandle plugin, KnownType& known) {
+    const OxOpTypePluginSuite_v1* suite = nullptr;
+    std::string thrown = LastingExceptionFrom(
+        [&] { suite = static_cast<const OxOpTypePluginSuite_v1*>(plugin->getSuite()); });
+    if (!thrown.empty()) return "getSuite " + thrown;
+    if (!suite) return "getSuite gives no function table";
+    if (!suite->getOpType) return "its function table has no getOpType";
+    thrown = LastingExceptionFrom([&] { known.type = suite->getOpType(); });
+    if (!thrown.empty()) return "getOpType " + thrown;
+    if (!known.type) return "getOpType gives no op type";
+    thrown = LastingExceptionFrom([&] { known.description = known.type->description(); });
+    if (!thrown.empty()) return "description " + thrown;
+    return known.description.name.empty() ? "its op type has no name" : "";
+}
+
+/// Asks a plug-in that was not asked before for its type, and enters that or refuses the plug-in.
+/// Two threads may ask one at the same time; what the first to have an answer got counts.
+void Examine(Registry& registry, PluginHandle plugin) {
+    const MakingScope scope(plugin);
+    KnownType known;
+    std::string fault = AskForType(plugin, known);
+    {
+        const std::string name = known.description.name;
+        const std::lock_guard<std::shared_mutex> guard(registry.lock);
+        const auto [entry, isFirst] = registry.examined.insert(plugin);
+        if (!isFirst) return;
+        try {
+            if (fault.empty() && !registry.types.emplace(name, std::move(known)).second)
+                fault = "there is an op type \"" + name + "\" already";
+        } catch (...) {
+            registry.examined.erase(entry);
+            throw;
+        }
+    }
+    if (!fault.empty()) PluginManager::refuse(plugin, fault);
+}
+
+bool IsExamined(Registry& registry, PluginHandle plugin) {
+    const std::shared_lock<std::shared_mutex> guard(registry.lock);
+    return registry.examined.count(plugin) != 0;
+}
+
+/// A plug-in that looks for types while it is asked for its own finds those of all others. Returns
+/// false when there was no memory for one of them: the next caller asks it again.
+bool EnterPlugins(Registry& registry) {
+    bool isComplete = true;
+    std::vector<std::string> names;
+    PluginManager::getPluginNames(kPluginApiName, names, 1);
+    for (const std::string& name : names) {
+        const PluginHandle plugin = PluginManager::getPlugin(name, kPluginApiName, 1);
+        if (IsMadeByThisThread(plugin) || IsExamined(registry, plugin)) continue;
+        try {
+            Examine(registry, plugin);
+        } catch (const std::bad_alloc&) {
+            isComplete = false;
+        }
+    }
+    return isComplete;
+}
+
+const KnownType* Find(Registry& registry, const std::string& name) {
+    const std::shared_lock<std::shared_mutex> guard(registry.lock);
+    const auto found = registry.types.find(name);
+    return found == registry.types.end() ? nullptr : &found->second;
+}
+
+const KnownType* FindOrLoad(const std::string& name) {
+    Registry& registry = GetRegistry();
+    if (const KnownType* known = Find(registry, name)) return known;
+    const bool isComplete = EnterPlugins(registry);
+    const KnownType* known = Find(registry, name);
+    // Without this, a scene would for ever be one of an op type that there is not.
+    if (!known && !isComplete) throw std::bad_alloc();
+    return known;
+}
+
+} // namespace
+
+OpType::~OpType() = default;
+
+std::shared_ptr<const State> OpType::prepare(const OxAttribute::GroupAttribute&,
+                                             std::size_t) const {
+    return nullptr;
+}
+
+const OpType* FindOpType(const std::string& name) {
+    const KnownType* known = FindOrLoad(name);
+    return known ? known->type : nullptr;
+}
+
+const Description* FindDescription(const std::string& name) {
+    const KnownType* known = FindOrLoad(name);
+    return known ? &known->description : nullptr;
+}
+
+std::vector<const Description*> GetDescriptions() {
+    Registry& registry = GetRegistry();
+    EnterPlugins(registry);
+    const std::shared_lock<std::shared_mutex> guard(registry.lock);
+    std::vector<const Description*> descriptions;
+    for (const auto& entry : registry.types)
+        descriptions.push_back(&entry.second.description);
+    return descriptions;
+}
+
+void LoadOpTypes() {
+    EnterPlugins(GetRegistry());
+}
+
+void RegisterOpType(const OpType* type) {
+    KnownType known{type, type->description()};
+    const std::string name = known.description.name;
+    Registry& registry = GetRegistry();
+    const std::lock_guard<std::shared_mutex> guard(registry.lock);
+    if (!registry.types.emplace(name, std::move(known)).second)
+        throw std::invalid_argument("There is an op type \"" + name + "\" already");
+}
+
+} // namespace OxOpType

@@ -1,0 +1,168 @@
+#include <OxTellarSDK/Attribute.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <stdexcept>
+#include <vector>
+
+#include "values/Container.h"
+#include "values/ContainerWriter.h"
+#include "values/NodeAccess.h"
+
+namespace OxAttribute {
+
+namespace {
+
+Hash ToHash(const XXH128_hash_t& value) {
+    return {{value.high64, value.low64}};
+}
+
+// What of a value is hashed besides its content. Fixed by the meaning of equality, not by layout.
+struct HashedHeader {
+    std::int64_t type;
+    std::uint64_t tupleSize; // groups: whether they inherit
+    std::uint64_t count;
+    std::uint64_t timeCount;
+};
+
+Hash HashData(const Node* node) {
+    HashedHeader header{node->type, node->tupleSize, node->count, node->timeCount};
+    std::uint64_t seed = XXH3_64bits(&header, sizeof header);
+    if (node->type == kAttributeTypeNull) return ToHash(XXH3_128bits_withSeed("", 0, seed));
+    // Only the times themselves: what fills up their space is no content.
+    if (!(node->flags & kTimesOmitted))
+        seed = XXH3_64bits_withSeed(Bytes(node) + sizeof(Node), 4ull * node->timeCount, seed);
+    const std::uint64_t elements = NumberOfElements(node);
+    if (node->type != kAttributeTypeString)
+        return ToHash(
+            XXH3_128bits_withSeed(Values<char>(node), elements * ElementBytes(node->type), seed));
+    const std::uint32_t* ends = Values<std::uint32_t>(node);
+    seed = XXH3_64bits_withSeed(ends, 4 * (elements + 1), seed);
+    return ToHash(XXH3_128bits_withSeed(StringBytes(node), ends[elements], seed));
+}
+
+Hash ComputeHash(const Attribute& attribute);
+
+/// Values in memory keep their hashes. Those within a value of a file are not worth a place each.
+Hash HashOfChild(const Attribute& child) {
+    return IsInFile(child.getHandle()) ? ComputeHash(child) : child.getHash();
+}
+
+Hash HashGroup(const GroupAttribute& group) {
+    const std::int64_t count = group.getNumberOfChildren();
+    const HashedHeader header{kAttributeTypeGroup, group.getGroupInherit(),
+                              static_cast<std::uint64_t>(count), 0};
+    struct HashedChild {
+        Hash name;
+        Hash value;
+    };
+    std::vector<HashedChild> children(static_cast<std::size_t>(count));
+    for (std::int64_t i = 0; i < count; ++i) {
+        const std::string_view name = group.getChildNameView(i);
+        children[static_cast<std::size_t>(i)] = {ToHash(XXH3_128bits(name.data(), name.size())),
+                                                 HashOfChild(group.getChildByIndex(i))};
+    }
+    return ToHash(XXH3_128bits_withSeed(children.data(), children.size() * sizeof(HashedChild),
+                                        XXH3_64bits(&header, sizeof header)));
+}
+
+Hash ComputeHash(const Attribute& attribute) {
+    Hash hash =
+        IsGroup(attribute.getHandle()) ? HashGroup(attribute) : HashData(attribute.getHandle());
+    if (hash.words[0] == 0) hash.words[0] = 1; // 0 is for "not known yet"
+    return hash;
+}
+
+} // namespace
+
+Node* AllocateNode(AttributeType type, std::uint64_t bytes) {
+    constexpr std::uint64_t overhead = sizeof(MemoryPrefix) + sizeof(Node);
+    if (bytes > SIZE_MAX / 2) throw std::bad_alloc();
+    char* memory = static_cast<char*>(std::malloc(bytes + overhead));
+    if (!memory) throw std::bad_alloc();
+    new (memory) MemoryPrefix{{{0}, {0}}};
+    Node* node = new (memory + sizeof(MemoryPrefix)) Node;
+    node->refCount.store(1, std::memory_order_relaxed);
+    node->type = static_cast<std::int8_t>(type);
+    node->flags = 0;
+    node->depth = 0;
+    node->unit = 0;
+    node->tupleSize = 0;
+    node->count = 0;
+    node->timeCount = 0;
+    node->reserved = 0;
+    return node;
+}
+
+void FreeNode(Node* node) {
+    if (IsGroup(node))
+        for (std::uint64_t i = 0; i < node->count; ++i)
+            Release(Entries<MemoryEntry>(node)[i].child);
+    std::free(PrefixOf(node));
+}
+
+Hash ContentIdentity(const Attribute& attribute) {
+    const Node* node = attribute.getHandle();
+    if (!node || !IsInFile(node) || !Container::Of(node)->isLarge()) return attribute.getHash();
+    Hash identity = Container::Of(node)->identity();
+    return ToHash(XXH3_128bits_withSeed(&identity, sizeof identity, node->unit));
+}
+
+std::string Hash::str() const {
+    static constexpr char digits[] = "0123456789abcdef";
+    std::string text;
+    text.reserve(32);
+    for (const std::uint64_t word : words)
+        for (int shift = 60; shift >= 0; shift -= 4)
+            text += digits[word >> shift & 15];
+    return text;
+}
+
+void Attribute::retain(OxAttributeStruct* handle) noexcept {
+    Retain(handle);
+}
+
+void Attribute::release(OxAttributeStruct* handle) noexcept {
+    Release(handle);
+}
+
+Hash Attribute::getKeptHash() const noexcept {
+    if (!handle || IsInFile(handle)) return {};
+    const MemoryPrefix* prefix = PrefixOf(handle);
+    const std::uint64_t first = prefix->hash[0].load(std::memory_order_acquire);
+    return first == 0 ? Hash() : Hash{{first, prefix->hash[1].load(std::memory_order_relaxed)}};
+}
+
+Hash Attribute::getHash() const {
+    const Hash kept = getKeptHash();
+    if (kept.words[0] != 0) return kept;
+    if (!handle) return {};
+    if (IsInFile(handle))
+        return Container::Of(handle)->keptHash(handle, [this] { return ComputeHash(*this); });
+    const Hash hash = ComputeHash(*this);
+    MemoryPrefix* prefix = PrefixOf(handle);
+    prefix->hash[1].store(hash.words[1], std::memory_order_relaxed);
+    prefix->hash[0].store(hash.words[0], std::memory_order_release);
+    return hash;
+}
+
+Attribute Attribute::readAttributeStream(void* stream, StreamRead read, int flags) {
+    if (flags != 0)
+        throw std::invalid_argument("readAttributeStream: flags " + std::to_string(flags) +
+                                    " have no meaning");
+    std::string name = "the attribute stream";
+    FileBuffer buffer = FileStreamAccess::ReadAll(stream, read, name);
+    if (buffer.size() == 0) return {};
+    return Container::Open(std::move(buffer), name, ContainerKind::AttributeStream);
+}
+
+void Attribute::writeAttributeStream(void* stream, StreamWrite write) const {
+    WriteContainer(*this, ContainerKind::AttributeStream, stream, write);
+}
+
+NullAttribute::NullAttribute() {
+    handle = AllocateNode(kAttributeTypeNull, 0);
+}
+
+} // namespace OxAttribute

@@ -1,0 +1,238 @@
+#include <OxTellarSDK/AttributeSuite.h>
+
+#include <atomic>
+#include <cstddef>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include <OxLoggingHost/OxLoggerGlue.h>
+#include <OxTellarSDK/Attribute.h>
+
+#include "values/AttributeNode.h"
+
+namespace OxAttribute {
+
+namespace {
+
+const OxLoggerGlue& Logger() {
+    static const OxLoggerGlue* const logger = new OxLoggerGlue("AttributeHost");
+    return *logger;
+}
+
+/// An entry by its name, and the place that messages about it tell: where the name stands.
+struct Entry {
+    const char* name;
+    int line;
+
+    Entry(const char* name, int line = __builtin_LINE()) : name(name), line(line) {}
+};
+
+void LogFailure(const Entry& entry, const char* reason) noexcept {
+    try {
+        if (Logger().errorEnabled())
+            Logger().error(std::string(entry.name) + ": " + reason, __FILE__, entry.line);
+    } catch (...) { // no memory for the logger or the message
+    }
+}
+
+/// Runs one entry; what it throws is logged, and becomes the entry's null result.
+template <typename Body>
+auto Guarded(const Entry& entry, Body body) noexcept -> decltype(body()) {
+    try {
+        return body();
+    } catch (const std::exception& error) {
+        LogFailure(entry, error.what());
+    } catch (...) {
+        LogFailure(entry, "unknown exception");
+    }
+    return decltype(body())();
+}
+
+/// A handle of ours over a borrowed C one.
+Attribute View(const OxAttributeStruct* handle) {
+    return Attribute::CreateAndRetain(const_cast<OxAttributeStruct*>(handle));
+}
+
+bool IsData(const OxAttributeStruct* handle) {
+    return handle && handle->type >= kAttributeTypeInt && handle->type <= kAttributeTypeString;
+}
+
+void Retain(OxAttributeStruct* handle) {
+    if (handle) Attribute::retain(handle);
+}
+
+void Release(OxAttributeStruct* handle) {
+    if (handle) Attribute::release(handle);
+}
+
+std::int32_t GetType(const OxAttributeStruct* handle) {
+    return View(handle).getType();
+}
+
+void GetHash(const OxAttributeStruct* handle, std::uint64_t words[2]) {
+    if (!words) return;
+    const Hash hash = Guarded("getHash", [&] { return View(handle).getHash(); });
+    words[0] = hash.words[0];
+    words[1] = hash.words[1];
+}
+
+std::int32_t IsEqual(const OxAttributeStruct* a, const OxAttributeStruct* b) {
+    return Guarded("isEqual", [&] { return static_cast<std::int32_t>(View(a) == View(b)); });
+}
+
+std::int64_t GetTupleSize(const OxAttributeStruct* handle) {
+    return IsData(handle) ? handle->tupleSize : 0;
+}
+
+std::int64_t GetNumberOfValues(const OxAttributeStruct* handle) {
+    return IsData(handle) ? static_cast<std::int64_t>(handle->count) : 0;
+}
+
+std::int64_t GetNumberOfTimeSamples(const OxAttributeStruct* handle) {
+    return IsData(handle) ? handle->timeCount : 0;
+}
+
+float GetSampleTime(const OxAttributeStruct* handle, std::int64_t index) {
+    if (!IsData(handle) || index < 0 || index >= handle->timeCount) return 0.0f;
+    return TimeAt(handle, static_cast<std::uint64_t>(index));
+}
+
+template <typename T>
+const T* GetSample(const OxAttributeStruct* handle, float time, std::int64_t* count) {
+    const ConstSample<T> sample = NumericAttribute<T>(View(handle)).getNearestSample(time);
+    if (count) *count = static_cast<std::int64_t>(sample.size());
+    return sample.data();
+}
+
+const char* GetString(const OxAttributeStruct* handle, float time, std::int64_t index) {
+    const ConstStringSample sample = StringAttribute(View(handle)).getNearestSample(time);
+    const bool inside = index >= 0 && static_cast<std::size_t>(index) < sample.size();
+    return inside ? sample[static_cast<std::size_t>(index)].data() : nullptr;
+}
+
+std::int64_t GetNumberOfChildren(const OxAttributeStruct* handle) {
+    return GroupAttribute(View(handle)).getNumberOfChildren();
+}
+
+const char* GetChildName(const OxAttributeStruct* handle, std::int64_t index) {
+    return GroupAttribute(View(handle)).getChildNameView(index).data();
+}
+
+OxAttributeStruct* GetChildByIndex(const OxAttributeStruct* handle, std::int64_t index) {
+    return Guarded("getChildByIndex",
+                   [&] { return GroupAttribute(View(handle)).getChildByIndex(index).detach(); });
+}
+
+OxAttributeStruct* GetChildByName(const OxAttributeStruct* handle, const char* path) {
+    if (!path) return nullptr;
+    return Guarded("getChildByName",
+                   [&] { return GroupAttribute(View(handle)).getChildByName(path).detach(); });
+}
+
+std::int32_t GetGroupInherit(const OxAttributeStruct* handle) {
+    const GroupAttribute group(View(handle));
+    return group.isValid() && group.getGroupInherit();
+}
+
+template <typename T>
+OxAttributeStruct* CreateNumbers(const Entry& entry, const T* values, std::int64_t count,
+                                 std::int64_t tupleSize) {
+    if (tupleSize < 1 || count < 0 || (count > 0 && !values)) return nullptr;
+    return Guarded(entry, [&] { return NumericAttribute<T>(values, count, tupleSize).detach(); });
+}
+
+OxAttributeStruct* CreateInt(const std::int32_t* values, std::int64_t count,
+                             std::int64_t tupleSize) {
+    return CreateNumbers("createInt", values, count, tupleSize);
+}
+
+OxAttributeStruct* CreateFloat(const float* values, std::int64_t count, std::int64_t tupleSize) {
+    return CreateNumbers("createFloat", values, count, tupleSize);
+}
+
+OxAttributeStruct* CreateDouble(const double* values, std::int64_t count, std::int64_t tupleSize) {
+    return CreateNumbers("createDouble", values, count, tupleSize);
+}
+
+OxAttributeStruct* CreateString(const char* const* values, std::int64_t count,
+                                std::int64_t tupleSize) {
+    if (tupleSize < 1 || count < 0 || (count > 0 && !values)) return nullptr;
+    return Guarded("createString", [&] {
+        std::vector<std::string_view> strings;
+        for (std::int64_t i = 0; i < count; ++i)
+            strings.emplace_back(values[i] ? values[i] : "");
+        return StringAttribute(strings.data(), count, tupleSize).detach();
+    });
+}
+
+OxAttributeStruct* CreateNull() {
+    return Guarded("createNull", [] { return NullAttribute().detach(); });
+}
+
+OxAttributeStruct* CreateGroup(const char* const* names, OxAttributeStruct* const* children,
+                               std::int64_t count, std::int32_t inherit) {
+    if (count < 0 || (count > 0 && (!names || !children))) return nullptr;
+    return Guarded("createGroup", [&] {
+        std::vector<GroupAttribute::Child> list;
+        for (std::int64_t i = 0; i < count; ++i)
+            list.emplace_back(names[i] ? names[i] : "", View(children[i]));
+        return GroupAttribute(list, inherit != 0).detach();
+    });
+}
+
+OxAttributeStruct* GetXml(const OxAttributeStruct* handle) {
+    if (!handle) return nullptr;
+    return Guarded("getXml", [&] { return StringAttribute(View(handle).getXML()).detach(); });
+}
+
+constexpr OxAttributeSuite_v1 kBuiltInSuite = {
+    Retain,
+    Release,
+    GetType,
+    GetHash,
+    IsEqual,
+    GetTupleSize,
+    GetNumberOfValues,
+    GetNumberOfTimeSamples,
+    GetSampleTime,
+    GetSample<std::int32_t>,
+    GetSample<float>,
+    GetSample<double>,
+    GetString,
+    GetNumberOfChildren,
+    GetChildName,
+    GetChildByIndex,
+    GetChildByName,
+    GetGroupInherit,
+    CreateInt,
+    CreateFloat,
+    CreateDouble,
+    CreateString,
+    CreateNull,
+    CreateGroup,
+    GetXml,
+};
+
+static_assert(sizeof(OxAttributeSuite_v1) == 25 * sizeof(void*), "25 slots, for ever");
+static_assert(offsetof(OxAttributeSuite_v1, getString) == 12 * sizeof(void*));
+static_assert(offsetof(OxAttributeSuite_v1, createInt) == 18 * sizeof(void*));
+static_assert(offsetof(OxAttributeSuite_v1, getXml) == 24 * sizeof(void*));
+
+std::atomic<const OxAttributeSuite_v1*> currentSuite{nullptr};
+
+} // namespace
+
+} // namespace OxAttribute
+
+const OxAttributeSuite_v1* OxGetAttributeSuite() {
+    return OxAttribute::currentSuite.load(std::memory_order_acquire);
+}
+
+void OxSetAttributeSuite(const OxAttributeSuite_v1* suite) {
+    OxAttribute::currentSuite.store(suite, std::memory_order_release);
+}
+
+const OxAttributeSuite_v1* OxGetBuiltInAttributeSuite() {
+    return &OxAttribute::kBuiltInSuite;
+}

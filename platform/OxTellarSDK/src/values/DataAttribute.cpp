@@ -1,0 +1,239 @@
+#include <OxTellarSDK/Attribute.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <type_traits>
+
+#include "values/NodeAccess.h"
+
+namespace OxAttribute {
+
+namespace {
+
+constexpr const char* kDifferentSizes =
+    "Error building attribute time samples are different sizes.";
+
+/// A value of numbers or strings with its header and times filled; `tailBytes` follow the times.
+Node* AllocateData(AttributeType type, const float* times, std::int64_t timeCount,
+                   std::int64_t count, std::int64_t tupleSize, std::uint64_t tailBytes) {
+    if (tupleSize < 1 || tupleSize > std::numeric_limits<std::int32_t>::max())
+        throw std::invalid_argument("Attribute tuple size must be at least 1");
+    if (count < 0) throw std::invalid_argument("Attribute value count must not be negative");
+    if (timeCount < 1 || timeCount > std::numeric_limits<std::int32_t>::max())
+        throw std::runtime_error("Error building attribute from an impossible number of times.");
+    for (std::int64_t i = 0; i < timeCount; ++i)
+        if (!std::isfinite(times[i]) || (i > 0 && !(times[i - 1] < times[i])))
+            throw std::runtime_error("Error building attribute time samples do not ascend.");
+    const bool timesOmitted = timeCount == 1 && times[0] == 0.0f && !std::signbit(times[0]);
+    const std::uint64_t timesBytes =
+        timesOmitted ? 0 : AlignUp(4 * static_cast<std::uint64_t>(timeCount));
+    Node* node = AllocateNode(type, timesBytes + tailBytes);
+    node->tupleSize = static_cast<std::uint32_t>(tupleSize);
+    node->count = static_cast<std::uint64_t>(count);
+    node->timeCount = static_cast<std::uint32_t>(timeCount);
+    if (timesOmitted) {
+        node->flags = kTimesOmitted;
+        return node;
+    }
+    char* start = reinterpret_cast<char*>(node) + sizeof(Node);
+    std::memset(start, 0, timesBytes);
+    std::memcpy(start, times, 4 * static_cast<std::size_t>(timeCount));
+    return node;
+}
+
+constexpr float kTimeZero = 0.0f;
+
+template <typename T>
+T* MutableValues(Node* node) {
+    return const_cast<T*>(Values<T>(node));
+}
+
+template <typename T>
+std::vector<float> TimesOf(const std::map<float, std::vector<T>>& samples) {
+    std::vector<float> times;
+    times.reserve(samples.size());
+    for (const auto& sample : samples) {
+        if (sample.second.size() != samples.begin()->second.size())
+            throw std::runtime_error(kDifferentSizes);
+        times.push_back(sample.first);
+    }
+    if (times.empty()) times.push_back(0.0f);
+    return times;
+}
+
+template <typename T>
+Node* MakeNumbers(AttributeType type, const float* times, std::int64_t timeCount, const T* values,
+                  std::int64_t count, std::int64_t tupleSize) {
+    if (timeCount > 0 && count > std::numeric_limits<std::int64_t>::max() / 8 / timeCount)
+        throw std::bad_alloc();
+    const auto elements = static_cast<std::uint64_t>(count) * static_cast<std::uint64_t>(timeCount);
+    Node* node = AllocateData(type, times, timeCount, count, tupleSize, elements * sizeof(T));
+    if (elements > 0) std::memcpy(MutableValues<T>(node), values, elements * sizeof(T));
+    return node;
+}
+
+template <typename String>
+Node* MakeStrings(const float* times, std::int64_t timeCount, const String* values,
+                  std::int64_t count, std::int64_t tupleSize) {
+    const std::int64_t elements = count * timeCount;
+    std::uint64_t bytes = 0;
+    for (std::int64_t i = 0; i < elements; ++i)
+        bytes += values[i].size() + 1;
+    if (bytes > std::numeric_limits<std::uint32_t>::max())
+        throw std::runtime_error("A string attribute cannot hold more than 4 GiB");
+    const std::uint64_t tail = 4 * (static_cast<std::uint64_t>(elements) + 1) + bytes;
+    Node* node = AllocateData(kAttributeTypeString, times, timeCount, count, tupleSize, tail);
+    std::uint32_t* ends = MutableValues<std::uint32_t>(node);
+    char* characters = reinterpret_cast<char*>(ends + elements + 1);
+    std::uint32_t end = 0;
+    ends[0] = 0;
+    for (std::int64_t i = 0; i < elements; ++i) {
+        if (!values[i].empty()) std::memcpy(characters + end, values[i].data(), values[i].size());
+        end += static_cast<std::uint32_t>(values[i].size());
+        characters[end++] = '\0';
+        ends[i + 1] = end;
+    }
+    return node;
+}
+
+} // namespace
+
+std::int64_t DataAttribute::getNumberOfTuples() const noexcept {
+    return handle ? getNumberOfValues() / getTupleSize() : 0;
+}
+
+float DataAttribute::getSampleTime(std::int64_t index) const noexcept {
+    if (index < 0 || index >= getNumberOfTimeSamples()) return 0.0f;
+    return TimeAt(handle, static_cast<std::uint64_t>(index));
+}
+
+std::int64_t DataAttribute::getNearestSampleIndex(float time) const noexcept {
+    return handle ? static_cast<std::int64_t>(NearestSample(handle, time)) : -1;
+}
+
+template <typename T>
+NumericAttribute<T>::NumericAttribute(T value) : NumericAttribute(&value, 1, 1) {}
+
+template <typename T>
+NumericAttribute<T>::NumericAttribute(const T* values, std::int64_t count, std::int64_t tupleSize)
+    : NumericAttribute(&kTimeZero, 1, values, count, tupleSize) {}
+
+template <typename T>
+NumericAttribute<T>::NumericAttribute(const float* times, std::int64_t timeCount, const T* values,
+                                      std::int64_t count, std::int64_t tupleSize) {
+    handle = MakeNumbers(kType, times, timeCount, values, count, tupleSize);
+}
+
+template <typename T>
+NumericAttribute<T>::NumericAttribute(const std::map<float, std::vector<T>>& samples,
+                                      std::int64_t tupleSize) {
+    const std::vector<float> times = TimesOf(samples);
+    std::vector<T> values;
+    for (const auto& sample : samples)
+        values.insert(values.end(), sample.second.begin(), sample.second.end());
+    const auto timeCount = static_cast<std::int64_t>(times.size());
+    handle = MakeNumbers(kType, times.data(), timeCount, values.data(),
+                         static_cast<std::int64_t>(values.size()) / timeCount, tupleSize);
+}
+
+template <typename T>
+T NumericAttribute<T>::getValue(T defaultValue, bool throwOnError) const {
+    if (handle && handle->count > 0)
+        return Values<T>(handle)[NearestSample(handle, 0.0f) * handle->count];
+    if (throwOnError) throw std::runtime_error("Attribute has no value.");
+    return defaultValue;
+}
+
+template <typename T>
+ConstSample<T> NumericAttribute<T>::getNearestSample(float time) const& {
+    return NumericAttribute(*this).getNearestSample(time);
+}
+
+template <typename T>
+ConstSample<T> NumericAttribute<T>::getNearestSample(float time) && {
+    if (!handle) return {};
+    const std::uint64_t count = handle->count;
+    const T* values = Values<T>(handle) + NearestSample(handle, time) * count;
+    return ConstSample<T>(std::move(*this), values, static_cast<std::int64_t>(count));
+}
+
+template <typename T>
+void NumericAttribute<T>::fillInterpSample(T* out, std::int64_t count, float time, T defaultValue,
+                                           bool throwOnError) const {
+    const std::int64_t available = getNumberOfValues();
+    if (available < count && throwOnError)
+        throw std::runtime_error("Attribute has too few values.");
+    const std::int64_t filled = std::min(available, count);
+    if (filled > 0) {
+        const SampleSpan span = FindSpan(handle, time);
+        const T* low = Values<T>(handle) + span.before * handle->count;
+        const T* high = Values<T>(handle) + span.after * handle->count;
+        for (std::int64_t i = 0; i < filled; ++i)
+            out[i] = span.interpolate<T>(low[i], high[i]);
+    }
+    for (std::int64_t i = filled; i < count; ++i)
+        out[i] = defaultValue;
+}
+
+template class NumericAttribute<std::int32_t>;
+template class NumericAttribute<float>;
+template class NumericAttribute<double>;
+
+StringAttribute::StringAttribute(std::string_view value) : StringAttribute(&value, 1, 1) {}
+
+StringAttribute::StringAttribute(const std::string_view* values, std::int64_t count,
+                                 std::int64_t tupleSize) {
+    handle = MakeStrings(&kTimeZero, 1, values, count, tupleSize);
+}
+
+StringAttribute::StringAttribute(const std::vector<std::string>& values, std::int64_t tupleSize) {
+    handle = MakeStrings(&kTimeZero, 1, values.data(), static_cast<std::int64_t>(values.size()),
+                         tupleSize);
+}
+
+StringAttribute::StringAttribute(const std::map<float, std::vector<std::string>>& samples,
+                                 std::int64_t tupleSize) {
+    const std::vector<float> times = TimesOf(samples);
+    std::vector<std::string_view> values;
+    for (const auto& sample : samples)
+        values.insert(values.end(), sample.second.begin(), sample.second.end());
+    const auto timeCount = static_cast<std::int64_t>(times.size());
+    handle = MakeStrings(times.data(), timeCount, values.data(),
+                         static_cast<std::int64_t>(values.size()) / timeCount, tupleSize);
+}
+
+std::string StringAttribute::getValue(const std::string& defaultValue, bool throwOnError) const {
+    if (handle && handle->count > 0) return std::string(getValueView());
+    if (throwOnError) throw std::runtime_error("Attribute has no value.");
+    return defaultValue;
+}
+
+std::string_view StringAttribute::getValueView(std::int64_t index) const noexcept {
+    if (!handle || static_cast<std::uint64_t>(index) >= handle->count) return {};
+    const std::uint32_t* ends =
+        Values<std::uint32_t>(handle) + NearestSample(handle, 0.0f) * handle->count + index;
+    return {StringBytes(handle) + ends[0], ends[1] - ends[0] - 1};
+}
+
+ConstStringSample StringAttribute::getSample(std::int64_t index) const {
+    if (index < 0 || index >= getNumberOfTimeSamples()) return {};
+    const std::int64_t count = getNumberOfValues();
+    return {*this, Values<std::uint32_t>(handle) + index * count, StringBytes(handle), count};
+}
+
+ConstStringSample StringAttribute::getNearestSample(float time) const& {
+    return getSample(getNearestSampleIndex(time));
+}
+
+ConstStringSample StringAttribute::getNearestSample(float time) && {
+    if (!handle) return {};
+    const std::uint64_t count = handle->count;
+    const std::uint32_t* ends = Values<std::uint32_t>(handle) + NearestSample(handle, time) * count;
+    const char* bytes = StringBytes(handle);
+    return {std::move(*this), ends, bytes, static_cast<std::int64_t>(count)};
+}
+
+} // namespace OxAttribute

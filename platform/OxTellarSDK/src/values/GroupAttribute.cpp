@@ -1,0 +1,157 @@
+#include <OxTellarSDK/Attribute.h>
+
+#include <algorithm>
+#include <cstring>
+#include <numeric>
+#include <stdexcept>
+#include <unordered_map>
+
+#include "values/GroupChildren.h"
+#include "values/KnownPaths.h"
+#include "values/NodeAccess.h"
+
+namespace OxAttribute {
+
+namespace {
+
+template <typename Entry>
+std::int64_t FindByHash(const Node* group, std::string_view name) {
+    const Entry* entries = Entries<Entry>(group);
+    const std::uint32_t hash = HashName(name);
+    const std::uint32_t* sorted = SortedIndices<Entry>(group);
+    const std::uint32_t* end = sorted + group->count;
+    const std::uint32_t* found =
+        std::lower_bound(sorted, end, hash, [entries](std::uint32_t index, std::uint32_t wanted) {
+            return entries[index].nameHash < wanted;
+        });
+    for (; found != end && entries[*found].nameHash == hash; ++found)
+        if (IsNamed(group, entries[*found], name)) return *found;
+    return -1;
+}
+
+} // namespace
+
+std::int64_t FindSorted(const Node* group, std::string_view name) {
+    return IsInFile(group) ? FindByHash<FileEntry>(group, name)
+                           : FindByHash<MemoryEntry>(group, name);
+}
+
+Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inherit) {
+    if (count > UINT32_MAX) throw std::runtime_error("A group cannot have that many children");
+    int depth = 1;
+    std::uint64_t nameBytes = 0;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const NamedChild& child = children[i];
+        nameBytes += child.name.size() + 1;
+        if (child.name.size() > UINT32_MAX)
+            throw std::runtime_error("A group cannot have a name of that length");
+        depth = std::max(depth, child.attribute->getHandle()->depth + 1);
+    }
+    if (depth > kMaxGroupDepth)
+        throw std::runtime_error("Groups cannot be nested deeper than " +
+                                 std::to_string(kMaxGroupDepth) + " levels");
+
+    const std::uint64_t sortedBytes = count > kLinearSearchLimit ? 4 * count : 0;
+    const std::uint64_t namesOffset = sizeof(Node) + count * sizeof(MemoryEntry) + sortedBytes;
+    Node* node = AllocateNode(kAttributeTypeGroup, namesOffset - sizeof(Node) + nameBytes);
+    node->flags = inherit ? kGroupInherit : 0;
+    node->depth = static_cast<std::uint16_t>(depth);
+    node->count = count;
+    auto* entries = const_cast<MemoryEntry*>(Entries<MemoryEntry>(node));
+    std::uint64_t nameOffset = namesOffset;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::string_view name = children[i].name;
+        char* nameStart = reinterpret_cast<char*>(node) + nameOffset;
+        if (!name.empty()) std::memcpy(nameStart, name.data(), name.size());
+        nameStart[name.size()] = '\0';
+        entries[i] = {sortedBytes > 0 ? HashName(name) : 0, static_cast<std::uint32_t>(name.size()),
+                      nameOffset, children[i].attribute->getRetainedHandle()};
+        nameOffset += name.size() + 1;
+    }
+    if (sortedBytes > 0) {
+        auto* sorted = const_cast<std::uint32_t*>(SortedIndices<MemoryEntry>(node));
+        std::iota(sorted, sorted + count, 0u);
+        std::sort(sorted, sorted + count, [entries](std::uint32_t a, std::uint32_t b) {
+            return entries[a].nameHash != entries[b].nameHash
+                       ? entries[a].nameHash < entries[b].nameHash
+                       : a < b;
+        });
+    }
+    return Attribute::CreateAndSteal(node);
+}
+
+GroupAttribute::GroupAttribute(bool groupInherit)
+    : GroupAttribute(MakeGroup(nullptr, 0, groupInherit)) {}
+
+GroupAttribute::GroupAttribute(const std::vector<Child>& children, bool groupInherit) {
+    std::vector<NamedChild> kept;
+    kept.reserve(children.size());
+    std::unordered_map<std::string_view, std::size_t> places;
+    for (const Child& child : children) {
+        if (!child.second.isValid()) continue;
+        const auto [place, isNew] = places.try_emplace(child.first, kept.size());
+        if (isNew)
+            kept.push_back({child.first, &child.second});
+        else
+            kept[place->second].attribute = &child.second;
+    }
+    Attribute::operator=(MakeGroup(kept.data(), kept.size(), groupInherit));
+}
+
+std::string GroupAttribute::getChildName(std::int64_t index) const {
+    return std::string(getChildNameView(index));
+}
+
+std::string_view GroupAttribute::getChildNameView(std::int64_t index) const noexcept {
+    if (index < 0 || index >= getNumberOfChildren()) return {};
+    return ChildName(handle, static_cast<std::uint64_t>(index));
+}
+
+Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
+    if (index < 0 || index >= getNumberOfChildren()) return {};
+    Node* child = ChildOf(handle, static_cast<std::uint64_t>(index));
+    Retain(child);
+    return CreateAndSteal(child);
+}
+
+namespace {
+
+/// Below a group in memory, as far as the groups on the way are; all lies inside of that group.
+const Node* FindInMemory(const Node* node, std::string_view path) {
+    while (IsGroup(node)) {
+        if (IsInFile(node)) return KnownPaths::FindInFile(node, path);
+        const std::size_t dot = path.find('.');
+        const std::int64_t index = FindChild(node, path.substr(0, dot));
+        if (index < 0) return nullptr;
+        node = ChildOf(node, static_cast<std::uint64_t>(index));
+        if (dot == std::string_view::npos) return node;
+        path.remove_prefix(dot + 1);
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Attribute GroupAttribute::getChildByName(std::string_view path) const {
+    if (!handle) return {};
+    auto* node = const_cast<Node*>(IsInFile(handle) ? KnownPaths::FindInFile(handle, path)
+                                                    : FindInMemory(handle, path));
+    if (!node) return {};
+    Retain(node);
+    return CreateAndSteal(node);
+}
+
+std::int64_t GroupAttribute::findChild(std::string_view name) const noexcept {
+    return handle ? FindChild(handle, name) : -1;
+}
+
+std::int64_t GroupAttribute::findChild(std::string_view name, std::int64_t hint) const noexcept {
+    if (hint >= 0 && hint < getNumberOfChildren() && getChildNameView(hint) == name) return hint;
+    return findChild(name);
+}
+
+bool GroupAttribute::getGroupInherit() const noexcept {
+    return !handle || (handle->flags & kGroupInherit) != 0;
+}
+
+} // namespace OxAttribute

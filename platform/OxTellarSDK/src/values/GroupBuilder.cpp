@@ -1,0 +1,208 @@
+#include <OxTellarSDK/GroupBuilder.h>
+
+#include <algorithm>
+#include <map>
+#include <stdexcept>
+#include <string>
+
+#include <boost/container/small_vector.hpp>
+
+#include "values/GroupChildren.h"
+
+namespace OxAttribute {
+
+namespace {
+
+// Up to this many children a look at each is as fast as an index.
+constexpr std::size_t kUnindexedChildren = 8;
+
+} // namespace
+
+/// A group under construction. A child is a finished attribute, a group under construction, or
+/// (after a removal) nothing; its place in `children` never changes.
+struct GroupBuilder::Node {
+    struct Child {
+        std::string name;
+        Attribute attribute;
+        std::unique_ptr<Node> group;
+        bool isRemoved = false;
+
+        explicit Child(std::string_view childName) : name(childName) {}
+        bool isEmpty() const { return !attribute.isValid() && !group; }
+    };
+
+    boost::container::small_vector<Child, 4> children;
+    using Places = std::map<std::string, std::size_t, std::less<>>;
+    std::unique_ptr<Places> places; // above kUnindexedChildren
+    bool inherit = true;
+
+    /// A removed child keeps its place but is not found: set again, it goes to the end.
+    Child* find(std::string_view name) {
+        if (children.size() > kUnindexedChildren) {
+            const auto found = places->find(name);
+            return found == places->end() ? nullptr : &children[found->second];
+        }
+        for (Child& child : children)
+            if (child.name == name && !child.isRemoved) return &child;
+        return nullptr;
+    }
+
+    /// When there is no memory for it, nothing is added.
+    Child& findOrAdd(std::string_view name) {
+        if (Child* child = find(name)) return *child;
+        children.emplace_back(name);
+        try {
+            if (children.size() > kUnindexedChildren) index();
+        } catch (...) {
+            children.pop_back();
+            throw;
+        }
+        return children.back();
+    }
+
+    /// The last child; all of them when it is the first one to need it.
+    void index() {
+        if (places) {
+            places->emplace(children.back().name, children.size() - 1);
+            return;
+        }
+        auto made = std::make_unique<Places>();
+        for (std::size_t i = 0; i < children.size(); ++i)
+            if (!children[i].isRemoved) made->emplace(children[i].name, i);
+        places = std::move(made);
+    }
+
+    void remove(std::string_view name) {
+        Child* child = find(name);
+        if (!child) return;
+        child->attribute = Attribute();
+        child->group.reset();
+        child->isRemoved = true;
+        if (places) places->erase(places->find(name));
+    }
+
+    void clear() {
+        children.clear();
+        places.reset();
+        inherit = true;
+    }
+
+    bool isEmpty() const {
+        return std::all_of(children.begin(), children.end(),
+                           [](const Child& child) { return child.isRemoved; });
+    }
+
+    void adopt(const GroupAttribute& group) {
+        inherit = group.getGroupInherit();
+        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
+            findOrAdd(group.getChildNameView(i)).attribute = group.getChildByIndex(i);
+    }
+
+    /// The child as a group under construction; anything else that it was is lost.
+    static Node& open(Child& child, bool inheritIfNew) {
+        if (child.group) return *child.group;
+        auto group = std::make_unique<Node>();
+        const GroupAttribute existing(child.attribute);
+        if (existing.isValid())
+            group->adopt(existing); // throws when what it finds is damaged
+        else
+            group->inherit = inheritIfNew;
+        child.attribute = Attribute();
+        child.group = std::move(group);
+        return *child.group;
+    }
+
+    void merge(const GroupAttribute& group) {
+        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+            const Attribute attribute = group.getChildByIndex(i);
+            Child& child = findOrAdd(group.getChildNameView(i));
+            const bool bothGroups =
+                attribute.getType() == kAttributeTypeGroup &&
+                (child.group || child.attribute.getType() == kAttributeTypeGroup);
+            if (bothGroups && !(child.attribute.isValid() &&
+                                child.attribute.getHandle() == attribute.getHandle())) {
+                open(child, true).merge(attribute);
+            } else {
+                child.group.reset();
+                child.attribute = attribute;
+            }
+        }
+    }
+
+    Attribute build() const {
+        boost::container::small_vector<Attribute, 4> built; // what the entries below borrow
+        built.reserve(children.size());
+        boost::container::small_vector<NamedChild, 8> entries;
+        entries.reserve(children.size());
+        for (const Child& child : children) {
+            if (child.isEmpty()) continue;
+            if (child.group) built.push_back(child.group->build());
+            entries.push_back({child.name, child.group ? &built.back() : &child.attribute});
+        }
+        return MakeGroup(entries.data(), entries.size(), inherit);
+    }
+};
+
+GroupBuilder::GroupBuilder(BuilderMode mode) : root(std::make_unique<Node>()), mode(mode) {}
+GroupBuilder::GroupBuilder(GroupBuilder&&) noexcept = default;
+GroupBuilder& GroupBuilder::operator=(GroupBuilder&&) noexcept = default;
+GroupBuilder::~GroupBuilder() = default;
+
+void GroupBuilder::setGroupInherit(bool inherit) {
+    root->inherit = inherit;
+}
+
+void GroupBuilder::set(std::string_view path, const Attribute& attribute, bool groupInherit) {
+    if (!attribute.isValid()) return;
+    Node* node = root.get();
+    if (mode == BuilderModeNormal) {
+        if (std::count(path.begin(), path.end(), '.') >= kMaxGroupDepth)
+            throw std::runtime_error("Groups cannot be nested deeper than " +
+                                     std::to_string(kMaxGroupDepth) + " levels");
+        for (std::size_t dot; (dot = path.find('.')) != std::string_view::npos;
+             path.remove_prefix(dot + 1))
+            node = &Node::open(node->findOrAdd(path.substr(0, dot)), groupInherit);
+    }
+    Node::Child& child = node->findOrAdd(path);
+    child.group.reset();
+    child.attribute = attribute;
+}
+
+void GroupBuilder::del(std::string_view path) {
+    Node* node = root.get();
+    if (mode == BuilderModeNormal) {
+        for (std::size_t dot; (dot = path.find('.')) != std::string_view::npos;
+             path.remove_prefix(dot + 1)) {
+            Node::Child* child = node->find(path.substr(0, dot));
+            const bool isGroup =
+                child && (child->group || child->attribute.getType() == kAttributeTypeGroup);
+            if (!isGroup) return;
+            node = &Node::open(*child, true);
+        }
+    }
+    node->remove(path);
+}
+
+void GroupBuilder::update(const GroupAttribute& group) {
+    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+        Node::Child& child = root->findOrAdd(group.getChildNameView(i));
+        child.group.reset();
+        child.attribute = group.getChildByIndex(i);
+    }
+}
+
+void GroupBuilder::deepUpdate(const GroupAttribute& group) {
+    root->merge(group);
+}
+
+bool GroupBuilder::isEmpty() const {
+    return root->isEmpty();
+}
+
+GroupAttribute GroupBuilder::build(BuilderBuildMode buildMode) {
+    GroupAttribute group(root->build());
+    if (buildMode == BuildAndFlush) root->clear();
+    return group;
+}
+
+} // namespace OxAttribute

@@ -1,0 +1,129 @@
+#ifndef OXTELLARSDK_NODEACCESS_H
+#define OXTELLARSDK_NODEACCESS_H
+
+#include <cmath>
+#include <cstring>
+#include <string_view>
+
+#include "values/AttributeNode.h"
+#include "values/Container.h"
+
+/// How values are read wherever they lie: the steps that every reader of attributes takes again
+/// and again, so they are inline.
+namespace OxAttribute {
+
+/// Frees a value in memory that nobody counts any more.
+void FreeNode(Node* node);
+
+inline void Retain(Node* node) noexcept {
+    if (IsInFile(node))
+        Container::Of(node)->retain();
+    else
+        node->refCount.fetch_add(1, std::memory_order_relaxed);
+}
+
+inline void Release(Node* node) noexcept {
+    if (IsInFile(node))
+        Container::Of(node)->release();
+    else if (node->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        FreeNode(node);
+}
+
+/// A child of a group that somebody keeps. A child in a file is checked first; throws
+/// std::runtime_error when it is damaged.
+inline Node* ChildOf(const Node* group, std::uint64_t index) {
+    if (!IsInFile(group)) return Entries<MemoryEntry>(group)[index].child;
+    return const_cast<Node*>(Container::Of(group)->child(group, index));
+}
+
+inline std::string_view ChildName(const Node* group, std::uint64_t index) {
+    return IsInFile(group) ? NameOf(group, Entries<FileEntry>(group)[index])
+                           : NameOf(group, Entries<MemoryEntry>(group)[index]);
+}
+
+template <typename Word>
+bool IsSameWord(const char* a, const char* b) {
+    Word left, right;
+    std::memcpy(&left, a, sizeof left);
+    std::memcpy(&right, b, sizeof right);
+    return left == right;
+}
+
+/// As memcmp would tell, for names: these are short, so two words that may overlap cover them.
+inline bool IsSameText(const char* a, const char* b, std::size_t length) {
+    if (length > 16) return std::memcmp(a, b, length) == 0;
+    if (length >= 8)
+        return IsSameWord<std::uint64_t>(a, b) &&
+               IsSameWord<std::uint64_t>(a + length - 8, b + length - 8);
+    if (length >= 4)
+        return IsSameWord<std::uint32_t>(a, b) &&
+               IsSameWord<std::uint32_t>(a + length - 4, b + length - 4);
+    if (length >= 2)
+        return IsSameWord<std::uint16_t>(a, b) &&
+               IsSameWord<std::uint16_t>(a + length - 2, b + length - 2);
+    return length == 0 || *a == *b;
+}
+
+template <typename Entry>
+bool IsNamed(const Node* node, const Entry& entry, std::string_view name) {
+    return entry.nameLength == name.size() &&
+           IsSameText(NameOf(node, entry).data(), name.data(), name.size());
+}
+
+/// Above kLinearSearchLimit children.
+std::int64_t FindSorted(const Node* group, std::string_view name);
+
+template <typename Entry>
+std::int64_t FindInOrder(const Node* group, std::string_view name) {
+    const Entry* entries = Entries<Entry>(group);
+    const std::uint64_t count = group->count;
+    for (std::uint64_t i = 0; i < count; ++i)
+        if (IsNamed(group, entries[i], name)) return static_cast<std::int64_t>(i);
+    return -1;
+}
+
+/// The index of the child with just this name, or -1.
+inline std::int64_t FindChild(const Node* group, std::string_view name) {
+    if (group->count > kLinearSearchLimit) return FindSorted(group, name);
+    return IsInFile(group) ? FindInOrder<FileEntry>(group, name)
+                           : FindInOrder<MemoryEntry>(group, name);
+}
+
+/// The sample nearest to `time`, the earlier one of two as near.
+inline std::uint64_t NearestSample(const Node* node, float time) {
+    if (node->timeCount == 1) return 0;
+    const std::uint64_t last = node->timeCount - 1;
+    std::uint64_t nearest = 0; // only neighbours are compared: far away, all seem equally near
+    while (nearest < last && double(TimeAt(node, nearest + 1)) - time <
+                                 std::fabs(double(time) - TimeAt(node, nearest)))
+        ++nearest;
+    return nearest;
+}
+
+/// The samples on either side of a time, and how far it is from the first to the second.
+struct SampleSpan {
+    std::uint64_t before;
+    std::uint64_t after; // the same one at a sample, and beyond the first and last
+    double blend;        // from 0 to 1
+
+    template <typename Result, typename T>
+    Result interpolate(T low, T high) const {
+        if (before == after) return static_cast<Result>(low);
+        return static_cast<Result>(low + (double(high) - low) * blend);
+    }
+};
+
+inline SampleSpan FindSpan(const Node* node, float time) {
+    const std::uint64_t last = node->timeCount - 1;
+    std::uint64_t after = 0; // the first sample not before `time`
+    while (after < last && TimeAt(node, after) < time)
+        ++after;
+    const std::uint64_t before = after > 0 && time < TimeAt(node, after) ? after - 1 : after;
+    const double start = TimeAt(node, before);
+    const double length = TimeAt(node, after) - start;
+    return {before, after, length > 0.0 ? (double(time) - start) / length : 0.0};
+}
+
+} // namespace OxAttribute
+
+#endif

@@ -1,0 +1,23 @@
+#ifndef OXTELLARSDK_SAMPLEVALUES_H
+#define OXTELLARSDK_SAMPLEVALUES_H
+
+#include "values/AttributeNode.h"
+
+namespace OxAttribute {
+
+/// The values of a sample by its index, read in place while `attribute` lives. Looking for
+/// each sample by its time would take as many steps again as there are samples.
+template <typename T>
+ConstSample<T> SampleValues(const NumericAttribute<T>& attribute, std::int64_t index) {
+    const std::int64_t count = attribute.getNumberOfValues();
+    return {Attribute(), Values<T>(attribute.getHandle()) + index * count, count};
+}
+
+/// The only sample lies at time +0: the times need not be told.
+inline bool IsTimeless(const DataAttribute& attribute) {
+    return (attribute.getHandle()->flags & kTimesOmitted) != 0;
+}
+
+} // namespace OxAttribute
+
+#endif

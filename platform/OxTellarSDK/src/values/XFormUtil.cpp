@@ -1,0 +1,204 @@
+#include <OxTellarSDK/XFormUtil.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <Imath/ImathMatrix.h>
+#include <Imath/ImathVec.h>
+
+#include "values/NodeAccess.h"
+
+namespace OxXFormUtil {
+namespace {
+
+using namespace OxAttribute;
+using Matrix = Imath::Matrix44<double>;
+using Vector = Imath::Vec3<double>;
+
+constexpr std::int64_t kMatrixValues = 16;
+constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180.0;
+
+enum class Kind { Translate, Rotate, Scale, Shear, Matrix, Origin };
+
+struct KindRow {
+    std::string_view prefix;
+    Kind kind;
+    std::int64_t values; // as many as the kind reads
+};
+
+constexpr KindRow kKinds[] = {
+    {"translate", Kind::Translate, 3}, {"rotate", Kind::Rotate, 4},  {"scale", Kind::Scale, 3},
+    {"shear", Kind::Shear, 3},         {"matrix", Kind::Matrix, 16}, {"origin", Kind::Origin, 0},
+};
+
+/// Null for a name that stands for no kind.
+const KindRow* FindKind(std::string_view name) {
+    for (const KindRow& row : kKinds)
+        if (!name.empty() && name[0] == row.prefix[0] &&
+            name.substr(0, row.prefix.size()) == row.prefix)
+            return &row;
+    return nullptr;
+}
+
+bool IsNumeric(const Node* node) {
+    return node->type == kAttributeTypeDouble || node->type == kAttributeTypeFloat ||
+           node->type == kAttributeTypeInt;
+}
+
+bool HasValues(const Node* node, std::int64_t count) {
+    return IsNumeric(node) && node->count >= static_cast<std::uint64_t>(count);
+}
+
+/// Calls `apply(row, child)` for every child that takes part, those of nested groups in place.
+/// Nothing is counted: all lies inside of `xform`, which the caller keeps.
+template <typename Apply>
+void ForEachStep(const Node* xform, Apply& apply) {
+    for (std::uint64_t index = 0; index < xform->count; ++index) {
+        const Node* child = ChildOf(xform, index);
+        if (IsGroup(child)) {
+            ForEachStep(child, apply);
+            continue;
+        }
+        const KindRow* row = FindKind(ChildName(xform, index));
+        if (row && (row->kind == Kind::Origin || HasValues(child, row->values))) apply(*row, child);
+    }
+}
+
+template <typename Apply>
+void ForEachStep(const GroupAttribute& xform, Apply& apply) {
+    if (xform.isValid()) ForEachStep(xform.getHandle(), apply);
+}
+
+/// Interpolated as `Blended`.
+template <typename T, typename Blended = T>
+void ReadAs(const Node* child, std::int64_t count, float time, double* out) {
+    if (child->timeCount == 1) {
+        std::copy_n(Values<T>(child), count, out);
+        return;
+    }
+    const SampleSpan span = FindSpan(child, time);
+    const T* low = Values<T>(child) + span.before * child->count;
+    const T* high = Values<T>(child) + span.after * child->count;
+    for (std::int64_t i = 0; i < count; ++i)
+        out[i] = span.interpolate<Blended>(low[i], high[i]);
+}
+
+/// `child` is a numeric attribute with at least `count` values.
+void ReadValues(const Node* child, std::int64_t count, float time, double* out) {
+    if (child->type == kAttributeTypeDouble) return ReadAs<double>(child, count, time, out);
+    if (child->type == kAttributeTypeFloat) return ReadAs<float>(child, count, time, out);
+    ReadAs<std::int32_t, double>(child, count, time, out);
+}
+
+/// Puts steps together at one time. A step acts before all those given earlier: it is
+/// multiplied on from the left.
+class Composer {
+public:
+    explicit Composer(float time) : time(time) {}
+
+    void operator()(const KindRow& row, const Node* child) {
+        const bool isFirst = !std::exchange(anyStep, true);
+        double v[kMatrixValues] = {};
+        if (row.values > 0) ReadValues(child, row.values, time, v);
+        switch (row.kind) {
+        case Kind::Translate:
+            matrix.translate(Vector(v[0], v[1], v[2]));
+            break;
+        case Kind::Rotate:
+            rotate(v[0] * kRadiansPerDegree, Vector(v[1], v[2], v[3]));
+            break;
+        case Kind::Scale:
+            matrix.scale(Vector(v[0], v[1], v[2]));
+            break;
+        case Kind::Shear:
+            matrix.shear(Vector(v[0], v[1], v[2]));
+            break;
+        case Kind::Matrix:
+            multiply(v, isFirst);
+            break;
+        case Kind::Origin:
+            matrix.makeIdentity();
+            break;
+        }
+    }
+
+    bool hasAnyStep() const { return anyStep; }
+    const double* values() const { return matrix.getValue(); }
+
+private:
+    void rotate(double angle, const Vector& axis) {
+        // No axis, no rotation: the formula would flatten space instead.
+        if (axis.length() == 0) return;
+        matrix = Matrix().setAxisAngle(axis, angle) * matrix;
+    }
+
+    void multiply(const double* v, bool isFirst) {
+        Matrix step(Imath::UNINITIALIZED);
+        std::copy_n(v, kMatrixValues, step.getValue());
+        matrix = isFirst ? step : step * matrix;
+    }
+
+    float time;
+    bool anyStep = false;
+    Matrix matrix;
+};
+
+/// Collects the times at which any step has a sample.
+class TimeCollector {
+public:
+    void operator()(const KindRow&, const Node* child) {
+        anyStep = true;
+        if (!IsNumeric(child)) return;
+        for (std::uint64_t index = 0; index < child->timeCount; ++index) {
+            const float time = TimeAt(child, index);
+            if (!std::isnan(time)) times.push_back(time); // they cannot be put in order
+        }
+    }
+
+    bool hasAnyStep() const { return anyStep; }
+
+    /// Ascending, without repetitions, never empty.
+    std::vector<float> take() {
+        std::sort(times.begin(), times.end());
+        times.erase(std::unique(times.begin(), times.end()), times.end());
+        if (times.empty()) times.push_back(0.0f); // nothing but an "origin" without samples
+        return std::move(times);
+    }
+
+private:
+    bool anyStep = false;
+    std::vector<float> times;
+};
+
+} // namespace
+
+std::pair<DoubleAttribute, bool> CalcTransformMatrixAtTime(const GroupAttribute& xform,
+                                                           float time) {
+    Composer composer(time);
+    ForEachStep(xform, composer);
+    if (!composer.hasAnyStep()) return {DoubleAttribute(), false};
+    return {DoubleAttribute(&time, 1, composer.values(), kMatrixValues, kMatrixValues), true};
+}
+
+std::pair<DoubleAttribute, bool> CalcTransformMatrixAtExistingTimes(const GroupAttribute& xform) {
+    TimeCollector collector;
+    ForEachStep(xform, collector);
+    if (!collector.hasAnyStep()) return {DoubleAttribute(), false};
+    const std::vector<float> times = collector.take();
+    std::vector<double> values;
+    values.reserve(times.size() * kMatrixValues);
+    for (const float time : times) {
+        Composer composer(time);
+        ForEachStep(xform, composer);
+        values.insert(values.end(), composer.values(), composer.values() + kMatrixValues);
+    }
+    return {DoubleAttribute(times.data(), static_cast<std::int64_t>(times.size()), values.data(),
+                            kMatrixValues, kMatrixValues),
+            true};
+}
+
+} // namespace OxXFormUtil
