@@ -17,7 +17,7 @@
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 #include <rapidjson/document.h>
 
-#include "../ThreadLocalClient/ThreadClients.h"
+#include "Filters/ThreadLocalClient/ThreadClients.h"
 #include "UnusedResults.h"
 
 namespace TELLAR {

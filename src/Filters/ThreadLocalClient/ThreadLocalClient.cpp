@@ -15,7 +15,7 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarProducers/ClientFactory.h>
 
-#include "../ClientFactory/UnusedResults.h"
+#include "Filters/ClientFactory/UnusedResults.h"
 #include "ThreadClients.h"
 
 namespace TELLAR {

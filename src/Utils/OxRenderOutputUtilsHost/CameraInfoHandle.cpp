@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include "RenderOutputLogger.h"
+#include "Utils/RenderOutputLogger.h"
 
 namespace TELLAR {
 

@@ -24,11 +24,11 @@
 #include <OxTellarProducers/TilePath.h>
 #include <OxTellarSDK/PluginManager.h>
 
-#include "../SuiteEntry.h"
 #include "CameraInfoHandle.h"
-#include "RenderOutputLogger.h"
 #include "ShadingHandles.h"
-#include "TempRenderLocation.h"
+#include "Utils/Paths/TempRenderLocation.h"
+#include "Utils/RenderOutputLogger.h"
+#include "Utils/SuiteEntry.h"
 
 namespace TELLAR {
 namespace RenderOutputUtilsHost {

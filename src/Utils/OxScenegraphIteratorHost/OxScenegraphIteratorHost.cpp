@@ -8,9 +8,9 @@
 #include <OxTellarProducers/OpTreeDescription.h>
 #include <OxTellarProducers/OxSgIterator.h>
 
-#include "../SuiteEntry.h"
 #include "OxSgIteratorStruct.h"
 #include "RenderRuntime.h"
+#include "Utils/SuiteEntry.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::StringAttribute;

@@ -12,7 +12,7 @@
 #include <OxTellarSDK/TellarRuntime.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 
-#include "../SuiteEntry.h"
+#include "Utils/SuiteEntry.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::FileStream;

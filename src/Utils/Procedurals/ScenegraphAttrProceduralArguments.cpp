@@ -10,8 +10,8 @@
 #include <OxAssetHost/OxAssetPluginManager.h>
 #include <OxTellarSDK/StringUtil.h>
 
-#include "Lens.h"
 #include "ProceduralCamera.h"
+#include "Utils/Cameras/Lens.h"
 
 using namespace OxAttribute;
 

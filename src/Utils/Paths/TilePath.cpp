@@ -6,7 +6,7 @@
 
 #include <OxConfiguration/Configuration.h>
 
-#include "RenderOutputLogger.h"
+#include "Utils/RenderOutputLogger.h"
 
 namespace TELLAR {
 namespace RenderOutputUtilsHost {

@@ -9,8 +9,8 @@
 #include <OxAssetHost/OxAssetPluginManager.h>
 #include <OxTellarSDK/StringUtil.h>
 
-#include "Lens.h"
 #include "ProceduralCamera.h"
+#include "Utils/Cameras/Lens.h"
 
 using namespace OxAttribute;
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "RenderSettings.h"
+#include "Utils/RenderSettings/RenderSettings.h"
 
 using OxAttribute::FloatAttribute;
 using OxAttribute::GroupAttribute;

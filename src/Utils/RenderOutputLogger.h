@@ -6,8 +6,11 @@
 namespace TELLAR {
 namespace RenderOutputUtilsHost {
 
-/// "RenderOutputUtils".
-const OxLoggerGlue& Logger();
+/// The logger "RenderOutputUtils".
+inline const OxLoggerGlue& Logger() {
+    static const auto* const logger = new OxLoggerGlue("RenderOutputUtils");
+    return *logger;
+}
 
 } // namespace RenderOutputUtilsHost
 } // namespace TELLAR

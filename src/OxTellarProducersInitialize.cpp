@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "OxRenderOutputUtilsHost/OxRenderOutputUtilsHost.h"
-#include "OxScenegraphIteratorHost/OxScenegraphIteratorHost.h"
+#include "Utils/OxRenderOutputUtilsHost/OxRenderOutputUtilsHost.h"
+#include "Utils/OxScenegraphIteratorHost/OxScenegraphIteratorHost.h"
 
 namespace {
 
