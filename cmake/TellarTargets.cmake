@@ -70,7 +70,8 @@ function(tellar_library name)
     target_compile_definitions(${name} PRIVATE ${upper}_EXPORTS)
     target_include_directories(${name}
         PUBLIC $<BUILD_INTERFACE:${ARG_HEADERS_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
-        PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/src" "${CMAKE_CURRENT_SOURCE_DIR}")
+        PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/src" "${CMAKE_CURRENT_SOURCE_DIR}"
+                "${PROJECT_SOURCE_DIR}/platform/internal")
     target_compile_features(${name} PUBLIC cxx_std_17)
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
     # Calls inside of the library stay inside, without the detour that would let a program put

@@ -5,12 +5,13 @@
 #include <sstream>
 #include <utility>
 
-#include <OxLoggingHost/OxLoggerGlue.h>
-
 #include "ConfigurationFile.h"
+#include "NamedLogger.h"
 #include "ProcessEnvironment.h"
 
 namespace {
+
+const NamedLogger kLogger("Configuration");
 
 constexpr const char* kVariablePrefix = "OX_CONFIG_";
 constexpr const char* kFileVariable = "OX_CONFIG_FILE";
@@ -22,18 +23,18 @@ constexpr char kPathSeparator = ';';
 constexpr char kPathSeparator = ':';
 #endif
 
-bool isVariableCharacter(char c) {
+bool IsVariableCharacter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
 }
 
-std::string variableOf(const std::string& key) {
+std::string VariableOf(const std::string& key) {
     std::string name = kVariablePrefix;
     for (const char c : key)
-        name += isVariableCharacter(c) ? c : '_';
+        name += IsVariableCharacter(c) ? c : '_';
     return name;
 }
 
-std::vector<std::string> namedFiles() {
+std::vector<std::string> NamedFiles() {
     const char* list = std::getenv(kFileVariable);
     std::istringstream entries(list ? list : "");
     entries.exceptions(std::ios::badbit); // or a list for which there is no memory would end early
@@ -44,10 +45,9 @@ std::vector<std::string> namedFiles() {
     return paths;
 }
 
-void logErrors(const std::vector<std::string>& texts) {
-    static const OxLoggerGlue* const logger = new OxLoggerGlue("Configuration");
+void LogErrors(const std::vector<std::string>& texts) {
     for (const std::string& text : texts)
-        logger->error(text, __FILE__, __LINE__);
+        kLogger.error("{}", text);
 }
 
 } // namespace
@@ -59,7 +59,7 @@ struct Configuration::Snapshot {
         auto snapshot = std::make_shared<Snapshot>();
         snapshot->environment = EnvironmentVariablesWithPrefix(kVariablePrefix);
         snapshot->environment.erase(kFileVariable);
-        for (const std::string& path : namedFiles()) {
+        for (const std::string& path : NamedFiles()) {
             ConfigurationValues values;
             std::string error;
             if (!ReadConfigurationFile(path, values, error)) {
@@ -73,7 +73,7 @@ struct Configuration::Snapshot {
     }
 
     const std::string* find(const std::string& key) const {
-        const auto variable = environment.find(variableOf(key));
+        const auto variable = environment.find(VariableOf(key));
         if (variable != environment.end()) return &variable->second;
         const auto value = fileValues.find(key);
         return value != fileValues.end() ? &value->second : nullptr;
@@ -111,7 +111,7 @@ std::vector<std::string> Configuration::sources() const {
 void Configuration::reload() {
     std::vector<std::string> errors;
     std::atomic_store(&snapshot, Snapshot::read(errors));
-    logErrors(errors);
+    LogErrors(errors);
 }
 
 std::shared_ptr<const Configuration::Snapshot> Configuration::current() const {
@@ -125,7 +125,7 @@ Configuration* Config() {
     // Logged when the object is ready: a log sink may well ask for a setting itself.
     static std::atomic<bool> areErrorsPending{!firstErrors->empty()};
     if (areErrorsPending.load(std::memory_order_relaxed) && areErrorsPending.exchange(false)) {
-        logErrors(*firstErrors);
+        LogErrors(*firstErrors);
     }
     return config;
 }

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstddef>
-#include <exception>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -18,9 +17,14 @@
 #include <OxTellarSDK/AttributeSuite.h>
 #include <OxTellarSDK/PluginManager.h>
 
+#include "SuiteEntry.h"
+
 namespace {
 
 using OxPluginManager::PluginManager;
+using TELLAR::SuiteEntry;
+
+const NamedLogger kLogger("PluginHost");
 
 constexpr const char* kAttributeSuiteName = "AttributeHost";
 constexpr unsigned int kAttributeSuiteVersion = 1;
@@ -45,40 +49,9 @@ static_assert(sizeof(OxPluginHost) == 11 * sizeof(void*));
 // What registerSuite answers.
 enum RegistrationStatus { kRegistered = 0, kNotUsable = 1, kTaken = 2, kFailed = 3 };
 
-const OxLoggerGlue& logger() {
-    static const OxLoggerGlue* const logger = new OxLoggerGlue("PluginHost");
-    return *logger;
-}
-
-/// An entry by its name, and the place that messages about it tell: where the name stands.
-struct Entry {
-    const char* name;
-    int line;
-
-    Entry(const char* name, int line = __builtin_LINE()) : name(name), line(line) {}
-};
-
-void reportException(const Entry& entry, const char* text) noexcept {
-    try {
-        if (logger().errorEnabled())
-            logger().error(std::string(entry.name) + ": " + (text ? text : "no text"), __FILE__,
-                           entry.line);
-    } catch (...) {
-        // No memory even for the message.
-    }
-}
-
-/// Runs one entry; what it throws is logged, and the entry returns `failed`.
-template <typename Result, typename Body>
-Result guarded(const Entry& entry, Result failed, Body body) noexcept {
-    try {
-        return body();
-    } catch (const std::exception& error) {
-        reportException(entry, error.what());
-    } catch (...) {
-        reportException(entry, "unknown exception");
-    }
-    return failed;
+template <typename Body>
+auto Guarded(const SuiteEntry& entry, Body body) noexcept {
+    return TELLAR::RunSuiteEntry(kLogger, entry, body);
 }
 
 // The function tables by name and version. Tables are only ever added. Nothing is called while
@@ -115,13 +88,13 @@ private:
     std::map<std::string, std::map<unsigned int, const void*>, std::less<>> suites;
 };
 
-SuiteTable& suiteTable() {
+SuiteTable& GetSuiteTable() {
     static SuiteTable* const table = new SuiteTable;
     return *table;
 }
 
 /// A copy of the text that lives to the end of the process, the same one for equal texts.
-const char* interned(const std::string& text) {
+const char* Interned(const std::string& text) {
     static std::mutex* const mutex = new std::mutex;
     static std::set<std::string>* const texts = new std::set<std::string>;
     const std::lock_guard<std::mutex> lock(*mutex);
@@ -129,70 +102,69 @@ const char* interned(const std::string& text) {
 }
 
 /// The process's attribute suite; the built-in one is set up if there is none.
-const OxAttributeSuite_v1* attributeSuite() {
+const OxAttributeSuite_v1* GetAttributeSuite() {
     if (!OxGetAttributeSuite()) OxSetAttributeSuite(OxGetBuiltInAttributeSuite());
     return OxGetAttributeSuite();
 }
 
 /// Registers what every host offers. Waits for nobody: no plug-in is called meanwhile. Tried again
 /// by the next caller when there was no memory for it.
-void registerOwnSuitesOnce() {
+void RegisterOwnSuitesOnce() {
     static const bool isRegistered = [] {
-        suiteTable().add(attributeSuite(), kAttributeSuiteName, kAttributeSuiteVersion);
+        GetSuiteTable().add(GetAttributeSuite(), kAttributeSuiteName, kAttributeSuiteVersion);
         return true;
     }();
     static_cast<void>(isRegistered);
 }
 
-const void* getSuite(const char* apiName, unsigned int apiVersion) {
+const void* GetSuite(const char* apiName, unsigned int apiVersion) {
     if (!apiName) return nullptr;
-    return guarded<const void*>("getSuite", nullptr, [&] {
-        registerOwnSuitesOnce();
-        return suiteTable().find(apiName, apiVersion);
+    return Guarded("getSuite", [&] {
+        RegisterOwnSuitesOnce();
+        return GetSuiteTable().find(apiName, apiVersion);
     });
 }
 
-unsigned int getNewestSuiteVersion(const char* apiName) {
+unsigned int GetNewestSuiteVersion(const char* apiName) {
     if (!apiName) return 0;
-    return guarded("getNewestSuiteVersion", 0U,
-                   [&] { return suiteTable().newestVersion(apiName); });
+    return Guarded("getNewestSuiteVersion", [&] { return GetSuiteTable().newestVersion(apiName); });
 }
 
-const char* getPluginName(const char* apiName, unsigned int apiVersion, unsigned int index) {
+const char* GetPluginName(const char* apiName, unsigned int apiVersion, unsigned int index) {
     if (!apiName) return nullptr;
-    return guarded<const char*>("getPluginName", nullptr, [&] {
+    return Guarded("getPluginName", [&] {
         std::vector<std::string> names;
         PluginManager::getPluginNames(apiName, names, apiVersion);
-        return index < names.size() ? interned(names[index]) : nullptr;
+        return index < names.size() ? Interned(names[index]) : nullptr;
     });
 }
 
-const void* getPluginSuite(const char* pluginName, const char* apiName, unsigned int apiVersion) {
+const void* GetPluginSuite(const char* pluginName, const char* apiName, unsigned int apiVersion) {
     if (!pluginName || !apiName) return nullptr;
-    return guarded<const void*>("getPluginSuite", nullptr, [&] {
+    return Guarded("getPluginSuite", [&] {
         return PluginManager::getPluginSuite(
             PluginManager::getPlugin(pluginName, apiName, apiVersion));
     });
 }
 
-OxAttributeStruct* getConfiguration(const char* key) {
+OxAttributeStruct* GetConfiguration(const char* key) {
     if (!key) return nullptr;
-    return guarded<OxAttributeStruct*>("getConfiguration", nullptr, [&]() -> OxAttributeStruct* {
+    return Guarded("getConfiguration", [&]() -> OxAttributeStruct* {
         if (!Config()->has(key)) return nullptr;
         const std::string value = Config()->get(key);
         // It may have gone in between; an empty value is one all the same.
         if (value.empty() && !Config()->has(key)) return nullptr;
         // From the table that plug-ins get, whatever the process has done to its own since.
         const auto* suite = static_cast<const OxAttributeSuite_v1*>(
-            suiteTable().find(kAttributeSuiteName, kAttributeSuiteVersion));
+            GetSuiteTable().find(kAttributeSuiteName, kAttributeSuiteVersion));
         const char* text = value.c_str();
         return suite ? suite->createString(&text, 1, 1) : nullptr;
     });
 }
 
-int isLogged(const char* loggerName, int level) {
+int IsLogged(const char* loggerName, int level) {
     if (!loggerName) return 0;
-    return guarded("isLogged", 0, [&] {
+    return Guarded("isLogged", [&] {
         const OxLogLevel threshold = OxLoggingGetLevel(loggerName);
         switch (level) {
         case kOxLogDebug:
@@ -209,53 +181,55 @@ int isLogged(const char* loggerName, int level) {
     });
 }
 
-void log(const char* loggerName, int level, const char* message, const char* file, int line) {
+void Log(const char* loggerName, int level, const char* message, const char* file, int line) {
     // Asked first: it costs less than the logger and the text, and knows the levels.
-    if (!message || !isLogged(loggerName, level)) return;
-    guarded("log", 0, [&] {
+    if (!message || !IsLogged(loggerName, level)) return;
+    Guarded("log", [&] {
         const OxLoggerGlue named(loggerName);
         if (level == kOxLogDebug) named.debug(message, file, line);
         if (level == kOxLogInfo) named.info(message, file, line);
         if (level == kOxLogWarn) named.warn(message, file, line);
         if (level == kOxLogError) named.error(message, file, line);
-        return 0;
     });
 }
 
-void warnOfRefusal(const char* apiName, unsigned int apiVersion, const char* why) {
-    if (!logger().warnEnabled()) return;
-    logger().warn("Suite \"" + std::string(apiName ? apiName : "") + "\" version " +
-                      std::to_string(apiVersion) + " is not registered: " + why,
-                  __FILE__, __LINE__);
+void WarnOfRefusal(const char* apiName, unsigned int apiVersion, const char* why,
+                   LogPlace place = {}) {
+    kLogger.warn({"Suite \"{}\" version {} is not registered: {}", place}, apiName, apiVersion,
+                 why);
 }
 
-int registerSuite(const void* suite, const char* apiName, unsigned int apiVersion) {
-    return guarded<int>("registerSuite", kFailed, [&] {
-        const bool isNamed = apiName && *apiName;
-        if (!suite || !isNamed || apiVersion == 0) {
-            warnOfRefusal(apiName, apiVersion,
-                          !suite     ? "its function table is null"
-                          : !isNamed ? "it has no name"
-                                     : "versions begin with 1");
-            return kNotUsable;
-        }
-        if (suiteTable().add(suite, apiName, apiVersion) == suite) return kRegistered;
-        warnOfRefusal(apiName, apiVersion, "another one has this name and version");
-        return kTaken;
-    });
+RegistrationStatus TryToRegister(const void* suite, const char* apiName, unsigned int apiVersion) {
+    const bool isNamed = apiName && *apiName;
+    if (!suite || !isNamed || apiVersion == 0) {
+        WarnOfRefusal(apiName, apiVersion,
+                      !suite     ? "its function table is null"
+                      : !isNamed ? "it has no name"
+                                 : "versions begin with 1");
+        return kNotUsable;
+    }
+    if (GetSuiteTable().add(suite, apiName, apiVersion) == suite) return kRegistered;
+    WarnOfRefusal(apiName, apiVersion, "another one has this name and version");
+    return kTaken;
+}
+
+int RegisterSuite(const void* suite, const char* apiName, unsigned int apiVersion) {
+    RegistrationStatus status = kFailed;
+    Guarded("registerSuite", [&] { status = TryToRegister(suite, apiName, apiVersion); });
+    return status;
 }
 
 OxPluginHost hostRecord = {OX_PLUGIN_HOST_RECORD_VERSION,
                            "OxPluginHost",
                            OXPLUGINHOST_VERSION,
-                           getSuite,
-                           getNewestSuiteVersion,
-                           getPluginName,
-                           getPluginSuite,
-                           getConfiguration,
-                           isLogged,
-                           log,
-                           registerSuite};
+                           GetSuite,
+                           GetNewestSuiteVersion,
+                           GetPluginName,
+                           GetPluginSuite,
+                           GetConfiguration,
+                           IsLogged,
+                           Log,
+                           RegisterSuite};
 
 /// Gives the host to the plug-in manager, and through it to plug-ins that are loaded already.
 ///
@@ -263,12 +237,12 @@ OxPluginHost hostRecord = {OX_PLUGIN_HOST_RECORD_VERSION,
 /// manager has a lock of its own, and a plug-in that it is loading in another thread may be asking
 /// for the host just now. So whoever asks before the first call is over makes the call as well,
 /// except for a plug-in that asks because it is being given the host.
-void handToPluginManagerOnce() {
+void HandToPluginManagerOnce() {
     static std::atomic<bool> isDone{false};
     thread_local bool isUnderWay = false;
     if (isDone.load(std::memory_order_acquire) || isUnderWay) return;
     isUnderWay = true;
-    const bool isGiven = guarded("OxGetPluginHost", false, [] {
+    const bool isGiven = Guarded("OxGetPluginHost", [] {
         PluginManager::setHost(&hostRecord);
         return true;
     });
@@ -279,10 +253,7 @@ void handToPluginManagerOnce() {
 } // namespace
 
 OxPluginHost* OxGetPluginHost() {
-    guarded("OxGetPluginHost", 0, [] {
-        registerOwnSuitesOnce();
-        return 0;
-    });
-    handToPluginManagerOnce();
+    Guarded("OxGetPluginHost", [] { RegisterOwnSuitesOnce(); });
+    HandToPluginManagerOnce();
     return &hostRecord;
 }

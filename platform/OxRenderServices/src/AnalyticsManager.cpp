@@ -7,25 +7,21 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-#include <OxLoggingHost/OxLoggerGlue.h>
-
 #include "AppendFile.h"
+#include "NamedLogger.h"
 
 namespace OxRenderServices {
 
 namespace {
 
+const NamedLogger kLogger("AnalyticsManager");
+
 constexpr const char* kFileVariable = "OX_ANALYTICS_FILE";
 
 enum class Phase { undecided, enabled, disabled };
 
-void logError(const std::string& text) {
-    static const OxLoggerGlue* const logger = new OxLoggerGlue("AnalyticsManager");
-    logger->error(text, __FILE__, __LINE__);
-}
-
 // Assigns the record as one line; false when JSON cannot express it.
-bool formatRecord(const std::string& name, const rapidjson::Value& value, std::string& line) {
+bool FormatRecord(const std::string& name, const rapidjson::Value& value, std::string& line) {
     rapidjson::StringBuffer buffer;
     rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>,
                       rapidjson::CrtAllocator, rapidjson::kWriteValidateEncodingFlag>
@@ -82,7 +78,7 @@ void AnalyticsManager::decideFromEnvironment() {
             state->phase.store(Phase::disabled, std::memory_order_release);
         }
     }
-    if (!error.empty()) logError(error);
+    if (!error.empty()) kLogger.error("{}", error);
 }
 
 AnalyticsManager* AnalyticsManager::getInstance() {
@@ -101,7 +97,7 @@ AnalyticsManager* AnalyticsManager::enable(const std::string& path) {
         const std::lock_guard<std::mutex> lock(instance.state->mutex);
         if (instance.open(path, error)) return &instance;
     }
-    logError(error);
+    kLogger.error("{}", error);
     return nullptr;
 }
 
@@ -114,8 +110,8 @@ void AnalyticsManager::disable() {
 
 void AnalyticsManager::addRecord(const std::string& name, const rapidjson::Value& value) {
     std::string line;
-    if (!formatRecord(name, value, line)) {
-        logError("The analytics record \"" + name + "\" cannot be written as JSON");
+    if (!FormatRecord(name, value, line)) {
+        kLogger.error("The analytics record \"{}\" cannot be written as JSON", name);
         return;
     }
     std::string error;
@@ -128,7 +124,7 @@ void AnalyticsManager::addRecord(const std::string& name, const rapidjson::Value
         state->phase.store(Phase::disabled, std::memory_order_release);
         state->file.close();
     }
-    logError(error);
+    kLogger.error("{}", error);
 }
 
 } // namespace OxRenderServices

@@ -11,28 +11,25 @@
 #include <vector>
 
 #include <OxConfiguration/Configuration.h>
-#include <OxLoggingHost/OxLoggerGlue.h>
 
 #include "BuiltInResolutions.h"
+#include "NamedLogger.h"
 #include "RegularFile.h"
 #include "ResolutionFile.h"
 
 namespace {
 
+const NamedLogger kLogger("ResolutionTable");
+
 using TablePointer = std::shared_ptr<const ResolutionTable>;
 
 constexpr const char* kFileKey = "RESOLUTION_TABLE";
 
-void logError(const std::string& text) {
-    static const OxLoggerGlue* const logger = new OxLoggerGlue("ResolutionTable");
-    logger->error(text, __FILE__, __LINE__);
-}
-
-[[noreturn]] void refuseFile(const std::string& path, const std::string& reason) {
+[[noreturn]] void RefuseFile(const std::string& path, const std::string& reason) {
     throw std::runtime_error("cannot read the resolution table \"" + path + "\": " + reason);
 }
 
-TablePointer overlaid(std::vector<ResolutionTableEntry> overlay) {
+TablePointer Overlaid(std::vector<ResolutionTableEntry> overlay) {
     std::vector<ResolutionTableEntry> entries = BuiltInResolutions();
     std::unordered_map<std::string, std::size_t> indices;
     for (std::size_t i = 0; i < entries.size(); ++i)
@@ -57,20 +54,20 @@ struct FileTable {
     std::string error;  // why
 };
 
-FileTable readTable(const std::string& path) {
+FileTable ReadTable(const std::string& path) {
     FileTable result;
     std::string reason;
     RegularFile::State before;
     const RegularFile::Pointer file = RegularFile::Open(path, before, reason);
-    if (!file) refuseFile(path, reason);
+    if (!file) RefuseFile(path, reason);
     if (before.bytes > kMaximumResolutionFileSize)
-        refuseFile(path, std::to_string(before.bytes) + " bytes are too many");
+        RefuseFile(path, std::to_string(before.bytes) + " bytes are too many");
     const std::optional<std::string> content =
         RegularFile::ReadRest(file.get(), kMaximumResolutionFileSize, reason);
-    if (!content) refuseFile(path, reason);
+    if (!content) RefuseFile(path, reason);
     if (RegularFile::StateOf(file.get(), reason) == before) result.state = before;
     try {
-        result.table = overlaid(ParseResolutions(*content, path));
+        result.table = Overlaid(ParseResolutions(*content, path));
     } catch (const std::runtime_error& error) {
         result.error = error.what();
     }
@@ -96,7 +93,7 @@ public:
         if (before != seen && isUnchanged(*before)) return before->table;
         auto current = std::make_shared<FileTable>();
         try {
-            *current = readTable(path);
+            *current = ReadTable(path);
         } catch (const std::runtime_error& error) {
             current->error = error.what();
         }
@@ -118,7 +115,7 @@ private:
     std::shared_ptr<const FileTable> known = std::make_shared<FileTable>();
 };
 
-WatchedFile& watchedFile(const std::string& path) {
+WatchedFile& GetWatchedFile(const std::string& path) {
     static auto* const lock = new std::mutex;
     static auto* const files = new std::unordered_map<std::string, std::unique_ptr<WatchedFile>>;
     const std::lock_guard<std::mutex> guard(*lock);
@@ -127,10 +124,10 @@ WatchedFile& watchedFile(const std::string& path) {
     return *file;
 }
 
-TablePointer tableOfFile(const std::string& path) {
+TablePointer TableOfFile(const std::string& path) {
     std::string news;
-    TablePointer table = watchedFile(path).get(news);
-    if (!news.empty()) logError(news);
+    TablePointer table = GetWatchedFile(path).get(news);
+    if (!news.empty()) kLogger.error("{}", news);
     return table;
 }
 
@@ -138,7 +135,7 @@ TablePointer tableOfFile(const std::string& path) {
 
 TablePointer GetResolutionTable(const char* file) {
     const std::string path = file ? std::string(file) : Config()->get(kFileKey);
-    if (file || !path.empty()) return tableOfFile(path);
-    static const TablePointer* const builtIn = new TablePointer(overlaid({}));
+    if (file || !path.empty()) return TableOfFile(path);
+    static const TablePointer* const builtIn = new TablePointer(Overlaid({}));
     return *builtIn;
 }

@@ -13,15 +13,17 @@
 #include <zstd.h>
 
 #include <OxConfiguration/Configuration.h>
-#include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarSDK/AttributeTypes.h>
 
+#include "NamedLogger.h"
 #include "RegularFile.h"
 #include "files/FileBuffer.h"
 
 namespace OxAttribute {
 
 namespace {
+
+const NamedLogger kLogger("FileStream");
 
 constexpr unsigned char kZstdMagic[4] = {0x28, 0xb5, 0x2f, 0xfd};
 
@@ -49,10 +51,8 @@ std::uint64_t MapAbove() {
     if (setting == "never" || error == std::errc::result_out_of_range) return UINT64_MAX;
     if (error == std::errc() && rest == end)
         return mebibytes > UINT64_MAX >> 20 ? UINT64_MAX : mebibytes << 20;
-    static const OxLoggerGlue* const logger = new OxLoggerGlue("FileStream");
-    logger->error(std::string(kMapAboveKey) + " is \"" + setting +
-                      "\"; it must be a number of MiB or \"never\". No file is mapped.",
-                  __FILE__, __LINE__);
+    kLogger.error("{} is \"{}\"; it must be a number of MiB or \"never\". No file is mapped.",
+                  kMapAboveKey, setting);
     return UINT64_MAX;
 }
 

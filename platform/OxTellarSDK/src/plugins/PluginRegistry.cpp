@@ -5,8 +5,7 @@
 #include <system_error>
 #include <utility>
 
-#include <OxLoggingHost/OxLoggerGlue.h>
-
+#include "NamedLogger.h"
 #include "files/FolderFiles.h"
 #include "plugins/PluginCall.h"
 #include "plugins/SharedLibrary.h"
@@ -17,13 +16,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
+const NamedLogger kLogger("PluginManager");
+
 // No library holds that many: a larger number is not a count.
 constexpr unsigned int kMaximumCount = 1024;
-
-const OxLoggerGlue& logger() {
-    static const OxLoggerGlue* const logger = new OxLoggerGlue("PluginManager");
-    return *logger;
-}
 
 std::string inQuotes(const std::string& text) {
     return '"' + text + '"';
@@ -101,10 +97,8 @@ std::string hostRefusal(const PluginEntry& plugin, OxPluginHost* host) {
     return status == 0 ? "" : "it does not accept the host (status " + std::to_string(status) + ')';
 }
 
-void warnAbout(const PluginEntry& plugin, const std::string& what) {
-    if (!logger().warnEnabled()) return;
-    logger().warn("Plug-in " + inQuotes(plugin.name) + " of " + inQuotes(plugin.file) + ": " + what,
-                  __FILE__, __LINE__);
+void WarnAbout(const PluginEntry& plugin, const std::string& what, LogPlace place = {}) {
+    kLogger.warn({"Plug-in \"{}\" of \"{}\": {}", place}, plugin.name, plugin.file, what);
 }
 
 template <typename Value>
@@ -157,7 +151,7 @@ const void* PluginRegistry::pluginSuite(PluginHandle plugin) const {
     if (!entry) return nullptr;
     const void* suite = nullptr;
     const std::string thrown = ExceptionFrom([&] { suite = plugin->getSuite(); });
-    if (!thrown.empty()) warnAbout(*entry, "getSuite " + thrown);
+    if (!thrown.empty()) WarnAbout(*entry, "getSuite " + thrown);
     return suite;
 }
 
@@ -196,7 +190,7 @@ void PluginRegistry::flush(PluginHandle plugin) const {
     const PluginEntry* entry = entryOf(plugin);
     if (!entry || !plugin->flush) return;
     const std::string thrown = ExceptionFrom([plugin] { plugin->flush(); });
-    if (!thrown.empty()) warnAbout(*entry, "flush " + thrown);
+    if (!thrown.empty()) WarnAbout(*entry, "flush " + thrown);
 }
 
 void PluginRegistry::addFolder(const std::string& path) {
@@ -225,7 +219,7 @@ void PluginRegistry::setHost(OxPluginHost* newHost) {
     }
     for (const PluginEntry* entry : snapshot()) {
         const std::string refusal = hostRefusal(*entry, newHost);
-        if (!refusal.empty()) warnAbout(*entry, refusal);
+        if (!refusal.empty()) WarnAbout(*entry, refusal);
     }
 }
 
@@ -286,10 +280,8 @@ void PluginRegistry::add(const PluginEntry& entry) {
     }
     if (earlierFile == entry.file) return; // its folder is searched again
     if (!earlierFile.empty()) {
-        if (!logger().infoEnabled()) return;
-        logger().info("Plug-in " + inQuotes(entry.name) + " of " + inQuotes(entry.file) +
-                          " is hidden by the one of " + inQuotes(earlierFile),
-                      __FILE__, __LINE__);
+        kLogger.info("Plug-in \"{}\" of \"{}\" is hidden by the one of \"{}\"", entry.name,
+                     entry.file, earlierFile);
         return;
     }
     const std::string refusal = currentHost ? hostRefusal(entry, currentHost) : std::string();
@@ -311,8 +303,7 @@ void PluginRegistry::refuse(const std::string& file, const std::string& reason) 
         if (known != refusedList.end()) return; // its folder is searched again
         refusedList.push_back({file, reason});
     }
-    if (!logger().warnEnabled()) return;
-    logger().warn("Passed over " + inQuotes(file) + ": " + reason, __FILE__, __LINE__);
+    kLogger.warn("Passed over \"{}\": {}", file, reason);
 }
 
 // From here on: the caller holds `tables`, except for entryOf() and snapshot().

@@ -2,51 +2,25 @@
 
 #include <atomic>
 #include <cstddef>
-#include <exception>
 #include <string>
 #include <vector>
 
-#include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarSDK/Attribute.h>
 
+#include "SuiteEntry.h"
 #include "values/AttributeNode.h"
 
 namespace OxAttribute {
 
 namespace {
 
-const OxLoggerGlue& Logger() {
-    static const OxLoggerGlue* const logger = new OxLoggerGlue("AttributeHost");
-    return *logger;
-}
+using TELLAR::SuiteEntry;
 
-/// An entry by its name, and the place that messages about it tell: where the name stands.
-struct Entry {
-    const char* name;
-    int line;
+const NamedLogger kLogger("AttributeHost");
 
-    Entry(const char* name, int line = __builtin_LINE()) : name(name), line(line) {}
-};
-
-void LogFailure(const Entry& entry, const char* reason) noexcept {
-    try {
-        if (Logger().errorEnabled())
-            Logger().error(std::string(entry.name) + ": " + reason, __FILE__, entry.line);
-    } catch (...) { // no memory for the logger or the message
-    }
-}
-
-/// Runs one entry; what it throws is logged, and becomes the entry's null result.
 template <typename Body>
-auto Guarded(const Entry& entry, Body body) noexcept -> decltype(body()) {
-    try {
-        return body();
-    } catch (const std::exception& error) {
-        LogFailure(entry, error.what());
-    } catch (...) {
-        LogFailure(entry, "unknown exception");
-    }
-    return decltype(body())();
+auto Guarded(const SuiteEntry& entry, Body body) noexcept {
+    return TELLAR::RunSuiteEntry(kLogger, entry, body);
 }
 
 /// A handle of ours over a borrowed C one.
@@ -136,7 +110,7 @@ std::int32_t GetGroupInherit(const OxAttributeStruct* handle) {
 }
 
 template <typename T>
-OxAttributeStruct* CreateNumbers(const Entry& entry, const T* values, std::int64_t count,
+OxAttributeStruct* CreateNumbers(const SuiteEntry& entry, const T* values, std::int64_t count,
                                  std::int64_t tupleSize) {
     if (tupleSize < 1 || count < 0 || (count > 0 && !values)) return nullptr;
     return Guarded(entry, [&] { return NumericAttribute<T>(values, count, tupleSize).detach(); });
