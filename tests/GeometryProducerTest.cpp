@@ -14,7 +14,6 @@
 #include <OxTellarProducers/CreateGeometryProducer.h>
 #include <OxTellarSDK/XFormUtil.h>
 
-#include "LiveCount.h"
 #include "ProducerHelpers.h"
 #include "RunTogether.h"
 #include "SceneBuilders.h"
@@ -569,25 +568,5 @@ TEST(GlobalAttributeProviderClass, HasItsVirtualFunctionsInTheOrderThatThePlatfo
     EXPECT_EQ(VirtualSlot(&GeometryProducerGlobalAttributeProvider::provideAttribute), 1);
 }
 #endif
-
-// The number of producers -------------------------------------------------------------------------
-
-TEST(LiveCount, GoesOnPastTheLargestNumberInsteadOfOverflowing) {
-    TELLAR::LiveCount made;
-    TELLAR::LiveCount dropped;
-    constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
-    for (int i = 0; i < 2; ++i) {
-        made.add(kMost);
-        made.add(1);
-        dropped.add(-kMost);
-        dropped.add(-1);
-    }
-    EXPECT_EQ(made.get(), 0);
-    EXPECT_EQ(dropped.get(), 0);
-    made.add(3);
-    dropped.add(-2);
-    EXPECT_EQ(made.get() + dropped.get(), 1);
-    EXPECT_EQ(dropped.get(), -2);
-}
 
 } // namespace

@@ -1,7 +1,5 @@
 #include <OxTellarProducers/GeometryProducer.h>
 
-#include <array>
-#include <atomic>
 #include <charconv>
 #include <iterator>
 #include <limits>
@@ -12,37 +10,19 @@
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/StringUtil.h>
 
-#include "LiveCount.h"
-
 using OxAttribute::Attribute;
 using OxAttribute::GroupAttribute;
 using OxAttribute::StringAttribute;
 
 namespace TELLAR {
 
+/// The producers that this thread has made less those that it has dropped, for the debugger. The
+/// number of live producers is the sum over all threads, modulo 2^32; threads that share one
+/// counter would wait for each other. Compilers remove it from an anonymous namespace, for nothing
+/// reads it.
+thread_local std::uint32_t liveProducers = 0;
+
 namespace {
-
-// How many producers live: the sum, for a look in the debugger; nothing reads it. Each thread
-// counts in a cache line of its own for as long as there are enough of them. Threads that share one
-// may miss a count: a locked addition for every producer would cost more than the number is worth.
-struct alignas(64) ProducerCount {
-    LiveCount live;
-};
-std::array<ProducerCount, 64> producerCounts;
-
-LiveCount& OwnProducerCount() {
-    static std::atomic<std::size_t> threads{0};
-    thread_local LiveCount* own = nullptr;
-    if (!own)
-        own =
-            &producerCounts[threads.fetch_add(1, std::memory_order_relaxed) % producerCounts.size()]
-                 .live;
-    return *own;
-}
-
-void CountProducers(std::int32_t difference) {
-    OwnProducerCount().add(difference);
-}
 
 constexpr int kProvided = 0;
 constexpr int kAboveRoot = 2;
@@ -50,11 +30,11 @@ constexpr int kAboveRoot = 2;
 } // namespace
 
 GeometryProducer::GeometryProducer(Ptr parentProducer) : parent(std::move(parentProducer)) {
-    CountProducers(1);
+    ++liveProducers;
 }
 
 GeometryProducer::~GeometryProducer() {
-    CountProducers(-1);
+    --liveProducers;
     // Ancestors that nobody else holds go one by one: scenes may be deeper than the stack.
     Ptr ancestor = std::move(parent);
     while (ancestor && ancestor->use_count() == 1) {
