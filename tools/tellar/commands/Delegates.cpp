@@ -1,0 +1,131 @@
+#include "commands/Subcommands.h"
+
+#include <exception>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <OxTellarProducers/OxScenegraphLocationDelegateCache.h>
+#include <OxTellarSDK/PluginManager.h>
+
+#include "plugins/Plugins.h"
+#include "printing/JsonText.h"
+#include "printing/Table.h"
+#include "system/Output.h"
+
+namespace TellarTool {
+
+namespace {
+
+using OxPluginManager::PluginManager;
+using TELLAR::OxScenegraphLocationDelegateCache;
+
+constexpr const char* kExamples = R"(Examples:
+  tellar delegates                                  for every renderer
+  tellar delegates --renderer lantern               for this one alone)";
+
+struct DelegatesOptions {
+    std::string renderer; // empty: every renderer
+    bool json = false;
+};
+
+/// Who takes over a location type. Name and file are empty when they cannot be told.
+struct Delegate {
+    std::string type;
+    std::string plugin;
+    std::string file;
+};
+
+/// The cache hands out tables of functions; the plug-in is the one that gives the same table.
+Delegate FindDelegate(const std::string& type, const std::string& renderer,
+                      const std::vector<std::string>& pluginNames) {
+    const void* const suite = OxScenegraphLocationDelegateCache::getPluginSuite(type, renderer);
+    for (const std::string& name : pluginNames) {
+        const auto plugin = PluginManager::getPlugin(name, OX_LOCATION_DELEGATE_API,
+                                                     OX_LOCATION_DELEGATE_API_VERSION);
+        if (PluginManager::getPluginSuite(plugin) == suite)
+            return {type, name, PluginManager::getPluginPath(plugin)};
+    }
+    return {type, {}, {}};
+}
+
+/// The plug-ins run here for the first time.
+std::vector<std::string> GetTypes(const std::string& renderer) {
+    std::vector<std::string> types;
+    try {
+        OxScenegraphLocationDelegateCache::getLocationTypesWithDelegates(types, renderer);
+    } catch (const std::exception& error) {
+        const char* const text = error.what(); // a plug-in's: it may be null
+        throw std::runtime_error(std::string("a location delegate plug-in threw: ") +
+                                 (text ? text : "an exception without a text"));
+    } catch (...) {
+        throw std::runtime_error("a location delegate plug-in threw something that is no "
+                                 "std::exception");
+    }
+    return types;
+}
+
+std::vector<Delegate> GetDelegates(const std::string& renderer) {
+    const std::vector<std::string> types = GetTypes(renderer);
+    std::vector<std::string> pluginNames;
+    PluginManager::getPluginNames(OX_LOCATION_DELEGATE_API, pluginNames,
+                                  OX_LOCATION_DELEGATE_API_VERSION);
+    std::vector<Delegate> delegates;
+    delegates.reserve(types.size());
+    for (const std::string& type : types)
+        delegates.push_back(FindDelegate(type, renderer, pluginNames));
+    return delegates;
+}
+
+std::string TextOf(const std::vector<Delegate>& delegates) {
+    if (delegates.empty()) return "There are none.\n";
+    Table rows;
+    for (const Delegate& delegate : delegates) {
+        rows.push_back({delegate.type});
+        if (!delegate.file.empty()) rows.back().push_back(delegate.file);
+    }
+    std::string out;
+    AppendTable(out, rows);
+    return out;
+}
+
+std::string JsonOf(const std::vector<Delegate>& delegates, const std::string& renderer) {
+    std::vector<std::string> lines;
+    lines.reserve(delegates.size());
+    for (const Delegate& delegate : delegates)
+        lines.push_back(JsonObject()
+                            .add("type", delegate.type)
+                            .addJson("plugin", JsonOrNull(delegate.plugin))
+                            .addJson("file", JsonOrNull(delegate.file))
+                            .line());
+    return JsonObject()
+        .addJson("renderer", JsonOrNull(renderer))
+        .addJson("delegates", JsonLines(lines))
+        .document();
+}
+
+void RunDelegates(const DelegatesOptions& options) {
+    SetUpPluginHost();
+    const std::vector<Delegate> delegates = GetDelegates(options.renderer);
+    WriteOutput(options.json ? JsonOf(delegates, options.renderer) : TextOf(delegates));
+    FlushOutput();
+}
+
+} // namespace
+
+void AddDelegates(CLI::App& app) {
+    const auto options = std::make_shared<DelegatesOptions>();
+    CLI::App* const delegates = app.add_subcommand(
+        "delegates", "Tell which location types are taken over by which plug-ins");
+    delegates
+        ->add_option("--renderer", options->renderer,
+                     "For this renderer alone, instead of for every renderer")
+        ->option_text("R");
+    delegates->add_flag("--json", options->json, "Print a JSON object");
+    delegates->footer(kExamples);
+    delegates->callback([options] { RunDelegates(*options); });
+}
+
+} // namespace TellarTool

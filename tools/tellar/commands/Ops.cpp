@@ -1,0 +1,168 @@
+#include "commands/Subcommands.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <OxTellarSDK/OpType.h>
+#include <OxTellarSDK/PluginManager.h>
+
+#include "printing/JsonText.h"
+#include "system/Output.h"
+#include "system/PrintableText.h"
+
+namespace TellarTool {
+
+namespace {
+
+using OxOpType::Argument;
+using OxOpType::Description;
+
+constexpr const char* kExamples = R"(Examples:
+  tellar ops
+  tellar ops Array                                  its inputs and arguments
+  tellar ops --json)";
+
+constexpr std::size_t kLineWidth = 96;
+
+struct OpsOptions {
+    std::string type; // empty: all
+    bool json = false;
+};
+
+/// The text in lines of that width, all but the first indented.
+void AppendWrapped(std::string& out, std::string_view text, std::size_t column,
+                   std::size_t indent) {
+    while (!text.empty()) {
+        const std::size_t end = std::min(text.find(' '), text.size());
+        if (column + 1 + end > kLineWidth && column > indent) {
+            out += '\n';
+            out.append(indent, ' ');
+            column = indent;
+        } else if (column > indent) {
+            out += ' ';
+            ++column;
+        }
+        AppendPrintable(out, text.substr(0, end));
+        column += end;
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+    out += '\n';
+}
+
+/// A line that begins with `name` and goes on with the text at a column of its own.
+void AppendEntry(std::string& out, const std::string& name, std::size_t nameWidth,
+                 const std::string& text) {
+    std::string line = "  ";
+    AppendPrintable(line, name);
+    const std::size_t indent = nameWidth + 4;
+    line.resize(std::max(indent, line.size()), ' ');
+    out += line;
+    AppendWrapped(out, text, indent, indent);
+}
+
+void AppendSummary(std::string& out, const std::vector<const Description*>& types) {
+    std::size_t width = 0;
+    for (const Description* type : types)
+        width = std::max(width, type->name.size());
+    for (const Description* type : types)
+        AppendEntry(out, type->name, width, type->summary);
+}
+
+void AppendDetails(std::string& out, const Description& type) {
+    AppendPrintable(out, type.name);
+    out += " (version " + std::to_string(type.version) + ")\n  ";
+    AppendWrapped(out, type.summary, 2, 2);
+    out += "\ninputs: ";
+    AppendPrintable(out, type.inputs);
+    out += type.arguments.empty() ? "\narguments: none\n" : "\narguments:\n";
+    std::size_t width = 0;
+    for (const Argument& argument : type.arguments)
+        width = std::max(width, argument.name.size() + argument.type.size() + 2);
+    for (const Argument& argument : type.arguments) {
+        std::string name = argument.name;
+        name.resize(width - argument.type.size(), ' ');
+        AppendEntry(out, name + argument.type, width, argument.summary);
+    }
+}
+
+/// Files on the plug-in path that could not be used: an op type that is missed may be in one.
+void AppendRefusedPlugins(std::string& out) {
+    const auto refused = OxPluginManager::PluginManager::refused();
+    if (refused.empty()) return;
+    out += "\npassed over:\n";
+    for (const OxPluginManager::RefusedPlugin& plugin : refused) {
+        out += "  ";
+        AppendPrintable(out, plugin.file + ": " + plugin.reason);
+        out += '\n';
+    }
+}
+
+std::string JsonOf(const Description& type) {
+    std::string out = "{\"name\": " + Json(type.name) +
+                      ", \"version\": " + std::to_string(type.version) +
+                      ", \"summary\": " + Json(type.summary) +
+                      ", \"inputs\": " + Json(type.inputs) + ", \"arguments\": [";
+    const char* separator = "\n    ";
+    for (const Argument& argument : type.arguments) {
+        out += separator;
+        out += "{\"name\": " + Json(argument.name) + ", \"type\": " + Json(argument.type) +
+               ", \"summary\": " + Json(argument.summary) + "}";
+        separator = ",\n    ";
+    }
+    return out + "]}";
+}
+
+std::string JsonOfAll(const std::vector<const Description*>& types) {
+    std::string out = "[";
+    const char* separator = "\n  ";
+    for (const Description* type : types) {
+        out += separator + JsonOf(*type);
+        separator = ",\n  ";
+    }
+    return out + "\n]\n";
+}
+
+/// Throws std::runtime_error for an unknown type.
+void RunOps(const OpsOptions& options) {
+    std::string out;
+    if (options.type.empty()) {
+        const std::vector<const Description*> types = OxOpType::GetDescriptions();
+        if (options.json) {
+            out = JsonOfAll(types);
+        } else {
+            AppendSummary(out, types);
+            AppendRefusedPlugins(out);
+        }
+    } else {
+        const Description* type = OxOpType::FindDescription(options.type);
+        if (!type)
+            throw std::runtime_error("there is no op type \"" + options.type +
+                                     "\"; \"tellar ops\" lists them");
+        if (options.json)
+            out = JsonOf(*type) + "\n";
+        else
+            AppendDetails(out, *type);
+    }
+    WriteOutput(out);
+    FlushOutput();
+}
+
+} // namespace
+
+void AddOps(CLI::App& app) {
+    const auto options = std::make_shared<OpsOptions>();
+    CLI::App* const ops =
+        app.add_subcommand("ops", "Tell which op types there are and what they take");
+    ops->add_option("TYPE", options->type, "Tell about this one")->option_text(" ");
+    ops->add_flag("--json", options->json, "Print JSON");
+    ops->footer(kExamples);
+    ops->callback([options] { RunOps(*options); });
+}
+
+} // namespace TellarTool

@@ -1,0 +1,109 @@
+#include "commands/Subcommands.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <CLI/CLI.hpp>
+#include <OxTellarProducers/ProceduralArguments.h>
+#include <OxTellarSDK/Attribute.h>
+
+#include "scene/Scene.h"
+#include "scene/SceneSettings.h"
+#include "system/Output.h"
+
+namespace TellarTool {
+
+namespace {
+
+using namespace OxAttribute;
+using TELLAR::GeometryProducer;
+using TELLAR::ProceduralOutputContextInfo;
+
+constexpr const char* kExamples = R"(Examples:
+  tellar procedural shot.oxop --at /root/world/fur --frame 12
+  tellar procedural shot.oxop --at /root/world/fur --form attributes)";
+
+struct ProceduralOptions {
+    std::string scene;
+    std::string location;
+    std::string form = "classic";
+    std::int32_t frame = 1;
+    std::string attribute = "rendererProcedural";
+};
+
+GroupAttribute FindProcedural(const Scene& scene, GeometryProducer& location,
+                              const std::string& name) {
+    // No name at all would be that of all attributes together.
+    const Attribute attribute = name.empty() ? Attribute() : location.getAttribute(name.c_str());
+    GroupAttribute procedural(attribute);
+    if (procedural.isValid()) return procedural;
+    throw std::runtime_error(scene.path + ": " + location.getFullName() +
+                             (attribute.isValid() ? ": the attribute \"" + name + "\" is no group"
+                                                  : " has no attribute \"" + name + "\""));
+}
+
+ProceduralOutputContextInfo ReadContext(const Scene& scene, const GeometryProducer::Ptr& root,
+                                        std::int32_t frame) {
+    ProceduralOutputContextInfo context;
+    context.frame = frame;
+    const Shutter shutter = ReadShutter(scene, root);
+    context.shutterOpen = shutter.open;
+    context.shutterClose = shutter.close;
+    const std::array<float, 4> window = ReadCropWindow(scene, root);
+    std::copy(window.begin(), window.end(), context.cropWindow);
+    const Resolution resolution = ReadResolution(root);
+    context.xres = resolution.width;
+    context.yres = resolution.height;
+    return context;
+}
+
+void Warn(const std::string& message, boost::intrusive_ptr<GeometryProducer>) {
+    WriteErrorLine("warning: " + message);
+}
+
+void RunProcedural(const ProceduralOptions& options) {
+    CheckLocationPath("--at", options.location);
+    const Scene scene = OpenScene(options.scene);
+    const GeometryProducer::Ptr location = SceneEntry(scene).threadAware(options.location);
+    const GroupAttribute procedural = FindProcedural(scene, *location, options.attribute);
+    ProceduralOutputContextInfo context =
+        ReadContext(scene, location->getRootProducer(), options.frame);
+    const auto build = options.form == "classic"
+                           ? TELLAR::BuildClassicProceduralArgumentsString
+                           : TELLAR::BuildScenegraphAttrProceduralArgumentsString;
+    std::string arguments = build(location, context, procedural, Warn);
+    if (arguments.back() != '\n') arguments += '\n'; // XML ends its last line itself
+    WriteOutput(arguments);
+    FlushOutput();
+}
+
+} // namespace
+
+void AddProcedural(CLI::App& app) {
+    const auto options = std::make_shared<ProceduralOptions>();
+    CLI::App* const procedural =
+        app.add_subcommand("procedural", "Print what the procedural at a location is told");
+    procedural->add_option("SCENE", options->scene, kSceneHelp)->required()->option_text(" ");
+    procedural->add_option("--at", options->location, "The location of the procedural")
+        ->required()
+        ->option_text("PATH");
+    procedural
+        ->add_option("--form", options->form,
+                     "Flags of a command line (classic, the default) or XML (attributes)")
+        ->check(CLI::IsMember({"classic", "attributes"}))
+        ->option_text("FORM");
+    procedural->add_option("--frame", options->frame, "The frame, 1 unless given")
+        ->option_text("N");
+    procedural
+        ->add_option("--attr", options->attribute,
+                     "The group that describes the procedural; \"rendererProcedural\" unless given")
+        ->option_text("NAME");
+    procedural->footer(kExamples);
+    procedural->callback([options] { RunProcedural(*options); });
+}
+
+} // namespace TellarTool

@@ -1,0 +1,163 @@
+#include "commands/Subcommands.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <OxPluginHost/OxPluginHost.h>
+#include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
+#include <OxTellarProducers/OxSgIterator.h>
+
+#include "options/NumberOption.h"
+#include "plugins/Plugins.h"
+#include "plugins/RendererRun.h"
+#include "plugins/Renderers.h"
+#include "printing/NumberText.h"
+#include "scene/Scene.h"
+#include "scene/SceneSettings.h"
+
+namespace TellarTool {
+
+namespace {
+
+using TELLAR::GeometryProducer;
+
+constexpr const char* kExamples = R"(Examples:
+  tellar render examples/garden.json -o garden.png
+  tellar render shot.oxop -o shot.exr --frame 12 --resolution hd_1080 --samples 256
+  tellar render shot.oxop -o shot.exr --tile 0,1,2,2     one of four, then: tellar stitch
+  tellar render examples/garden.json -o garden.txt --renderer example)";
+
+constexpr std::int32_t kMostSamples = 1000000;
+constexpr std::int32_t kMostThreads = 1024;
+
+struct RenderOptions {
+    std::string scene;
+    ChosenSettings chosen;
+    std::optional<float> frame; // absent: 0
+    std::int32_t samples = 0;   // 0: the scene or the renderer tells
+    std::int32_t threads = 0;   // 0: one for each processor
+    RendererOptions renderer;
+};
+
+/// A location as plug-ins get it.
+class LocationHandle {
+public:
+    explicit LocationHandle(const GeometryProducer::Ptr& location)
+        : suite(*static_cast<const OxScenegraphIteratorHostSuite_v3*>(
+              OxGetPluginHost()->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3))),
+          handle(TELLAR::OxGeometryProducerToHandle(location)) {
+        suite.retainIterator(handle);
+    }
+    ~LocationHandle() { suite.releaseIterator(handle); }
+    LocationHandle(const LocationHandle&) = delete;
+    LocationHandle& operator=(const LocationHandle&) = delete;
+
+    OxSgIteratorStruct* get() const { return handle; }
+
+private:
+    const OxScenegraphIteratorHostSuite_v3& suite;
+    OxSgIteratorStruct* const handle;
+};
+
+void RunRender(const RenderOptions& options) {
+    CheckPicture(options.renderer);
+    CheckChosen(options.chosen);
+    SetUpPluginHost();
+    AddRendererFolder();
+    const Renderer renderer = FindRenderer(options.renderer.renderer);
+    const Scene scene = WithChosen(OpenScene(options.scene), options.chosen);
+    const LocationHandle root(SceneEntry(scene).threadAware("/root"));
+    RunRenderer(options.renderer, [&](const OxRenderListener_v1& listener) {
+        OxRenderJob_v1 job{};
+        job.root = root.get();
+        job.picture = options.renderer.picture.c_str();
+        job.frame = options.frame.value_or(0);
+        job.samples = options.samples;
+        job.threads = options.threads;
+        job.listener = listener;
+        return renderer.suite->render(&job);
+    });
+}
+
+/// `form` is what the four numbers of an option mean, and an example of them.
+template <typename T>
+std::array<T, 4> FourNumbers(const std::string& option, const std::string& text,
+                             const std::string& form) {
+    const auto numbers = ReadNumbers<T>(text);
+    std::array<T, 4> four{};
+    if (!numbers || numbers->size() != four.size())
+        throw CLI::ValidationError(option, "\"" + text + "\" is not " + form);
+    std::copy_n(numbers->begin(), four.size(), four.begin());
+    return four;
+}
+
+void CheckTilePlace(const std::string& what, std::int32_t place, std::int32_t count) {
+    if (count < 1)
+        throw CLI::ValidationError("--tile",
+                                   "there cannot be " + std::to_string(count) + ' ' + what + 's');
+    if (place < 0 || place >= count)
+        throw CLI::ValidationError("--tile", "there is no " + what + ' ' + std::to_string(place) +
+                                                 ": they count from 0 to " +
+                                                 std::to_string(count - 1));
+}
+
+std::array<std::int32_t, 4> TileFromText(const std::string& text) {
+    const auto tile = FourNumbers<std::int32_t>("--tile", text, "C,R,CS,RS, such as 0,1,2,2");
+    CheckTilePlace("column", tile[0], tile[2]);
+    CheckTilePlace("row", tile[1], tile[3]);
+    return tile;
+}
+
+void CheckCropRange(float least, float most) {
+    if (least >= 0 && least < most && most <= 1) return;
+    throw CLI::ValidationError("--crop", NumberText(least) + " to " + NumberText(most) +
+                                             " is no range within 0 to 1");
+}
+
+std::array<float, 4> CropFromText(const std::string& text) {
+    const auto crop =
+        FourNumbers<float>("--crop", text, "XMIN,XMAX,YMIN,YMAX, such as 0.25,0.75,0,1");
+    CheckCropRange(crop[0], crop[1]);
+    CheckCropRange(crop[2], crop[3]);
+    return crop;
+}
+
+} // namespace
+
+void AddRender(CLI::App& app) {
+    const auto options = std::make_shared<RenderOptions>();
+    ChosenSettings& chosen = options->chosen;
+    CLI::App* const render = app.add_subcommand("render", "Draw the picture of a scene");
+    render->add_option("SCENE", options->scene, kSceneHelp)->required()->option_text(" ");
+    AddRendererOptions(*render, options->renderer);
+    render->add_option("--camera", chosen.camera, "Look through this camera instead of the scene's")
+        ->option_text("PATH");
+    render->add_option("--resolution", chosen.resolution, "The picture's size, by its name")
+        ->option_text("NAME");
+    AddNumber(*render, "--frame", options->frame, "The time of the picture, 0 unless given");
+    render
+        ->add_option_function<std::string>(
+            "--tile", [&chosen](const std::string& text) { chosen.tile = TileFromText(text); },
+            "Draw one tile of the picture: its column and row from 0, and how many there are")
+        ->option_text("C,R,CS,RS");
+    render
+        ->add_option_function<std::string>(
+            "--crop",
+            [&chosen](const std::string& text) { chosen.cropWindow = CropFromText(text); },
+            "Draw only this part of the picture, which is 0 to 1 both ways")
+        ->option_text("XMIN,XMAX,YMIN,YMAX");
+    AddCount(*render, "--samples", options->samples, kMostSamples,
+             "Paths per pixel; without it the scene or the renderer tells");
+    AddCount(*render, "--threads", options->threads, kMostThreads,
+             "How many threads draw; one for each processor unless given");
+    render->footer(kExamples);
+    render->callback([options] { RunRender(*options); });
+}
+
+} // namespace TellarTool

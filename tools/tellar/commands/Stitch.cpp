@@ -1,0 +1,60 @@
+#include "commands/Subcommands.h"
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "plugins/Plugins.h"
+#include "plugins/RendererRun.h"
+#include "plugins/Renderers.h"
+
+namespace TellarTool {
+
+namespace {
+
+constexpr const char* kExamples = R"(Examples:
+  for r in 0 1; do for c in 0 1; do
+    tellar render shot.oxop -o shot.exr --tile $c,$r,2,2
+  done; done
+  tellar stitch tile_*.shot.exr -o shot.exr)";
+
+struct StitchOptions {
+    std::vector<std::string> tiles;
+    RendererOptions renderer;
+};
+
+void RunStitch(const StitchOptions& options) {
+    CheckPicture(options.renderer);
+    SetUpPluginHost();
+    AddRendererFolder();
+    const Renderer renderer = FindRenderer(options.renderer.renderer);
+    if (!renderer.suite->stitch)
+        throw std::runtime_error("--renderer: the pictures of \"" + renderer.name +
+                                 "\" cannot be put together");
+    std::vector<const char*> tiles;
+    for (const std::string& tile : options.tiles)
+        tiles.push_back(tile.c_str());
+    RunRenderer(options.renderer, [&](const OxRenderListener_v1& listener) {
+        return renderer.suite->stitch(tiles.data(), static_cast<std::int64_t>(tiles.size()),
+                                      options.renderer.picture.c_str(), &listener);
+    });
+}
+
+} // namespace
+
+void AddStitch(CLI::App& app) {
+    const auto options = std::make_shared<StitchOptions>();
+    CLI::App* const stitch = app.add_subcommand("stitch", "Put the tiles of a picture together");
+    stitch->add_option("TILES", options->tiles, "The files of all tiles")
+        ->required()
+        ->option_text("...");
+    AddRendererOptions(*stitch, options->renderer);
+    stitch->footer(kExamples);
+    stitch->callback([options] { RunStitch(*options); });
+}
+
+} // namespace TellarTool

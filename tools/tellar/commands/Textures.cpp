@@ -1,0 +1,98 @@
+#include "commands/Subcommands.h"
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <CLI/CLI.hpp>
+#include <OxTellarProducers/ConvertTextures.h>
+#include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/DescriptionJson.h>
+
+#include "printing/AttributeText.h"
+#include "printing/Table.h"
+#include "scene/Scene.h"
+#include "system/Output.h"
+
+namespace TellarTool {
+
+namespace {
+
+using namespace OxAttribute;
+using TELLAR::GeometryProducer;
+
+constexpr const char* kExamples = R"(Examples:
+  tellar textures examples/materials.json --at /root/world/mosaic
+  tellar textures shot.oxop --at /root/world/hero --attr lookTextures --json)";
+
+struct TexturesOptions {
+    std::string scene;
+    std::string location;
+    std::string attribute = "textures";
+    bool json = false;
+};
+
+GroupAttribute FindTextures(const TexturesOptions& options) {
+    const Scene scene = OpenScene(options.scene);
+    const GeometryProducer::Ptr location = SceneEntry(scene).threadAware(options.location);
+    const std::string& name = options.attribute;
+    // No name at all would be that of all attributes together.
+    const Attribute attribute = name.empty() ? Attribute() : location->getGlobalAttribute(name);
+    GroupAttribute textures(attribute);
+    if (textures.isValid()) return textures;
+    throw std::runtime_error(scene.path + ": " + location->getFullName() +
+                             (attribute.isValid() ? ": the attribute \"" + name + "\" is no group"
+                                                  : " has no attribute \"" + name + "\""));
+}
+
+/// Of the textures those that were converted, in their order.
+std::string TextOf(const GroupAttribute& textures, const GroupAttribute& converted) {
+    Table rows;
+    for (std::int64_t i = 0; i < textures.getNumberOfChildren(); ++i) {
+        const std::string name = textures.getChildName(i);
+        const GroupAttribute texture(converted.getChildByName(name));
+        if (!texture.isValid()) continue;
+        const StringAttribute scope(texture.getChildByName("scope"));
+        const IntAttribute index(texture.getChildByName("index"));
+        const Attribute value = texture.getChildByName(index.isValid() ? "indexedValue" : "value");
+        rows.push_back({name, scope.getValue("", false), DescribeValue(value)});
+        if (index.isValid())
+            rows.back().push_back("by " + std::to_string(index.getNumberOfValues()) + " indices");
+    }
+    if (rows.empty()) return "none\n";
+    std::string out;
+    AppendTable(out, rows);
+    return out;
+}
+
+void RunTextures(const TexturesOptions& options) {
+    CheckLocationPath("--at", options.location);
+    const GroupAttribute textures = FindTextures(options);
+    const GroupAttribute converted(TELLAR::ConvertTexturesToArbitraryAttr(textures));
+    WriteOutput(options.json ? WriteAttributeJson(converted) + '\n' : TextOf(textures, converted));
+    FlushOutput();
+}
+
+} // namespace
+
+void AddTextures(CLI::App& app) {
+    const auto options = std::make_shared<TexturesOptions>();
+    CLI::App* const textures =
+        app.add_subcommand("textures", "Print the textures of a location as renderers get them");
+    textures->add_option("SCENE", options->scene, kSceneHelp)->required()->option_text(" ");
+    textures->add_option("--at", options->location, "The location")
+        ->required()
+        ->option_text("PATH");
+    textures
+        ->add_option(
+            "--attr", options->attribute,
+            "The group of textures, the location's or inherited; \"textures\" unless given")
+        ->option_text("NAME");
+    textures->add_flag("--json", options->json, "Print the group as JSON");
+    textures->footer(kExamples);
+    textures->callback([options] { RunTextures(*options); });
+}
+
+} // namespace TellarTool

@@ -1,0 +1,88 @@
+#include "commands/Subcommands.h"
+
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <OxConfiguration/Configuration.h>
+#include <OxLoggingHost/OxLoggerGlue.h>
+#include <OxTellarProducers/TilePath.h>
+
+#include "printing/NumberText.h"
+#include "system/Output.h"
+#include "system/Process.h"
+
+namespace TellarTool {
+
+namespace {
+
+constexpr const char* kExamples = R"(Examples:
+  tellar tile-path /out/beauty.exr --tile 2,3
+  tellar tile-path /out/beauty.exr --tile 2,3,8,8 --template '@STEM@_c@COLUMN@_r@ROW@@EXT@')";
+
+struct TilePathOptions {
+    std::string path;
+    std::vector<int> tile;
+    std::optional<std::string> nameTemplate; // absent: that of the configuration, if any
+};
+
+/// What the library has to say about a template, in the command's own words. With OX_LOG_LEVEL in
+/// the environment it stays a log message like all others.
+void ShowWarnings() {
+    const char* const level = std::getenv("OX_LOG_LEVEL");
+    if (level && *level) return;
+    auto previous = std::make_shared<OxLogSink>();
+    *previous = OxLoggingSetSink([previous](const OxLogMessage& message) {
+        if (message.loggerName == "RenderOutputUtils" && message.level == OxLogLevel::warn)
+            WriteErrorLine("warning: " + message.text);
+        else if (*previous)
+            (*previous)(message);
+    });
+}
+
+void RunTilePath(const TilePathOptions& options) {
+    ShowWarnings();
+    if (options.nameTemplate) {
+        SetEnvironment("OX_CONFIG_OMBRA_TILE_FILENAME", *options.nameTemplate);
+        Config()->reload();
+    }
+    WriteOutput(TELLAR::RenderOutputUtilsHost::ProcessTilePath(options.path, options.tile) + '\n');
+    FlushOutput();
+}
+
+std::vector<int> TileFromText(const std::string& text) {
+    const auto tile = ReadNumbers<int>(text);
+    if (!tile || (tile->size() != 2 && tile->size() != 4))
+        throw CLI::ValidationError(
+            "--tile", "\"" + text + "\" is not C,R or C,R,CS,RS, such as 2,3 or 2,3,8,8");
+    return *tile;
+}
+
+} // namespace
+
+void AddTilePath(CLI::App& app) {
+    const auto options = std::make_shared<TilePathOptions>();
+    CLI::App* const tilePath =
+        app.add_subcommand("tile-path", "Print where a tile of a picture is written");
+    tilePath->add_option("PATH", options->path, "The file of the whole picture")
+        ->required()
+        ->option_text(" ");
+    tilePath
+        ->add_option_function<std::string>(
+            "--tile", [options](const std::string& text) { options->tile = TileFromText(text); },
+            "The tile's column and row and, if known, how many columns and rows there are")
+        ->required()
+        ->option_text("C,R[,CS,RS]");
+    tilePath
+        ->add_option("--template", options->nameTemplate,
+                     "How the file is named, in place of the configuration's OMBRA_TILE_FILENAME: "
+                     "a text with @COLUMN@, @ROW@, @STEM@ and @EXT@, or with @DEFAULT@")
+        ->option_text("TEMPLATE");
+    tilePath->footer(kExamples);
+    tilePath->callback([options] { RunTilePath(*options); });
+}
+
+} // namespace TellarTool

@@ -1,0 +1,178 @@
+#include "plugins/RendererRun.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <OxLoggingHost/OxLoggerGlue.h>
+#include <OxPluginHost/OxPluginHost.h>
+
+#include "system/Output.h"
+#include "system/PrintableText.h"
+#include "system/Progress.h"
+#include "system/StopSignals.h"
+
+namespace TellarTool {
+
+namespace {
+
+std::string Text(const char* text) {
+    return text ? text : "";
+}
+
+/// Has the library's warnings and errors delivered to a function, any number of threads at once.
+/// With OX_LOG_LEVEL in the environment they stay log messages like all others.
+class LibraryMessages {
+public:
+    explicit LibraryMessages(const OxLogSink& sink) {
+        const char* const level = std::getenv("OX_LOG_LEVEL");
+        isTaken = !level || !*level;
+        if (isTaken) previous = OxLoggingSetSink(sink);
+    }
+    ~LibraryMessages() {
+        if (isTaken) OxLoggingSetSink(previous);
+    }
+    LibraryMessages(const LibraryMessages&) = delete;
+    LibraryMessages& operator=(const LibraryMessages&) = delete;
+
+private:
+    bool isTaken = false;
+    OxLogSink previous;
+};
+
+/// Listens to a renderer, which may call from any of its threads.
+class Listener {
+public:
+    explicit Listener(bool isVerbose)
+        : isVerbose(isVerbose),
+          progress([this](int, double seconds) { return progressLine(seconds); }, true),
+          libraryMessages([this](const OxLogMessage& message) { showLogged(message); }) {}
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    /// Refers to this object.
+    OxRenderListener_v1 getFunctions() {
+        OxRenderListener_v1 functions{};
+        functions.onProgress = [](double fraction, const char* what, void* user) {
+            static_cast<Listener*>(user)->setProgress(fraction, Text(what));
+        };
+        functions.onMessage = [](int level, const char* message, void* user) {
+            static_cast<Listener*>(user)->takeMessage(level, Text(message));
+        };
+        functions.onPicture = [](const char* path, void* user) {
+            static_cast<Listener*>(user)->pictures.push_back(Text(path));
+        };
+        functions.isCancelled = [](void* user) {
+            return static_cast<const Listener*>(user)->stopSignals.noted() != 0 ? 1 : 0;
+        };
+        functions.user = this;
+        return functions;
+    }
+
+    const std::vector<std::string>& getPictures() const { return pictures; }
+    /// The last one, which has not been shown.
+    const std::optional<std::string>& getError() const { return error; }
+    int getSignal() const { return stopSignals.noted(); }
+
+private:
+    std::string progressLine(double seconds) {
+        const std::lock_guard<std::mutex> guard(lock);
+        return FractionLine(fraction, what, seconds);
+    }
+
+    void setProgress(double newFraction, const std::string& newWhat) {
+        std::string printable;
+        AppendPrintable(printable, newWhat);
+        const std::lock_guard<std::mutex> guard(lock);
+        fraction = newFraction;
+        what = std::move(printable);
+    }
+
+    void takeMessage(int level, const std::string& text) {
+        if (level < kOxLogInfo || (level == kOxLogInfo && !isVerbose)) return;
+        if (error) show(*error);
+        error.reset();
+        if (level == kOxLogInfo) show("info: " + text);
+        if (level == kOxLogWarn) show("warning: " + text);
+        if (level > kOxLogWarn) error = text;
+    }
+
+    void showLogged(const OxLogMessage& message) {
+        if (message.level < OxLogLevel::warn) return;
+        show((message.level == OxLogLevel::warn ? "warning: " : "") + message.text);
+    }
+
+    void show(const std::string& line) {
+        progress.interrupt([&line] { WriteErrorLine(line); });
+    }
+
+    const bool isVerbose;
+    const StopSignals stopSignals;
+    std::vector<std::string> pictures;
+    std::optional<std::string> error;
+    std::mutex lock;
+    double fraction = 0; // guarded by lock, as is the next one
+    std::string what;
+    Progress progress; // last but one: its thread uses all of the above
+    LibraryMessages libraryMessages;
+};
+
+} // namespace
+
+void AddRendererOptions(CLI::App& command, RendererOptions& options) {
+    command.add_option("-o", options.picture, "The picture; its extension tells the format")
+        ->required()
+        ->option_text("PICTURE");
+    command
+        .add_option("--renderer", options.renderer,
+                    "The plug-in that does it, \"" + options.renderer + "\" unless given")
+        ->option_text("NAME");
+    command.add_flag("--verbose", options.isVerbose,
+                     "Print what the renderer has to say besides warnings and errors");
+}
+
+void CheckPicture(const RendererOptions& options) {
+    const std::filesystem::path path = options.picture;
+    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
+    std::error_code ignored;
+    if (path.extension().string().size() < 2)
+        throw std::runtime_error("-o: \"" + options.picture +
+                                 "\" has no extension, which would tell the format");
+    if (!std::filesystem::is_directory(folder, ignored))
+        throw std::runtime_error("-o: there is no folder \"" + folder.string() + "\"");
+    if (std::filesystem::is_directory(path, ignored))
+        throw std::runtime_error("-o: \"" + options.picture + "\" is a folder");
+}
+
+void RunRenderer(const RendererOptions& options,
+                 const std::function<int(const OxRenderListener_v1& listener)>& work) {
+    std::vector<std::string> pictures;
+    std::optional<std::string> error;
+    int status = kOxRenderFailed;
+    int signal = 0;
+    {
+        Listener listener(options.isVerbose);
+        status = work(listener.getFunctions());
+        pictures = listener.getPictures();
+        error = listener.getError();
+        signal = listener.getSignal();
+    }
+    for (const std::string& picture : pictures)
+        WriteOutput(picture + '\n');
+    FlushOutput();
+    if (status == kOxRenderCancelled && signal != 0) throw Stopped{signal};
+    if (status != kOxRenderDone)
+        throw std::runtime_error(
+            error.value_or("the renderer \"" + options.renderer + "\" " +
+                           (status == kOxRenderCancelled ? "stopped without being asked to"
+                                                         : "failed and does not tell why")));
+    if (error) WriteErrorLine(*error);
+}
+
+} // namespace TellarTool

@@ -1,0 +1,139 @@
+#include "printing/AttributeText.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "printing/NumberText.h"
+#include "system/PrintableText.h"
+
+namespace TellarTool {
+
+namespace {
+
+using namespace OxAttribute;
+
+/// More values than this are shortened; a matrix still shows whole.
+constexpr std::size_t kShownValues = 16;
+constexpr std::size_t kShownBytes = 80; // of a string
+
+/// The first bytes, up to a boundary between UTF-8 characters.
+std::string_view Beginning(std::string_view text) {
+    if (text.size() <= kShownBytes) return text;
+    std::size_t end = kShownBytes;
+    while (end > 0 && (text[end] & 0xC0) == 0x80)
+        --end;
+    return text.substr(0, end);
+}
+
+void AppendValue(std::string& out, std::string_view text) {
+    const std::string_view shown = Beginning(text);
+    out += '"';
+    AppendPrintable(out, shown);
+    out += shown.size() < text.size() ? "...\"" : "\"";
+}
+void AppendValue(std::string& out, std::int32_t value) {
+    AppendNumber(out, value);
+}
+void AppendValue(std::string& out, float value) {
+    AppendNumber(out, value);
+}
+void AppendValue(std::string& out, double value) {
+    AppendNumber(out, value);
+}
+
+/// "(float, 8 x 3, 2 samples from 0 to 1)"; nothing for one string.
+void AppendShape(std::string& out, const DataAttribute& attribute, const char* type) {
+    const std::int64_t values = attribute.getNumberOfValues();
+    const std::int64_t tupleSize = attribute.getTupleSize();
+    const std::int64_t samples = attribute.getNumberOfTimeSamples();
+    const bool isString = attribute.getType() == kAttributeTypeString;
+    if (isString && values == 1 && tupleSize == 1 && samples == 1) return;
+    out += out.empty() ? "(" : " (";
+    out += type;
+    if (values == 0)
+        out += ", no values";
+    else if (tupleSize > 1 && values % tupleSize == 0)
+        out += ", " + std::to_string(values / tupleSize) + " x " + std::to_string(tupleSize);
+    else if (values > 1 || tupleSize > 1)
+        out += ", " + std::to_string(values) + " values";
+    if (samples > 1) {
+        out += ", " + std::to_string(samples) + " samples from ";
+        AppendNumber(out, attribute.getSampleTime(0));
+        out += " to ";
+        AppendNumber(out, attribute.getSampleTime(samples - 1));
+    }
+    out += ')';
+}
+
+/// The values of the sample nearest to time 0, and how many there are of what.
+template <typename AttributeT>
+std::string DescribeData(const AttributeT& attribute, const char* type) {
+    std::string out;
+    const auto values = attribute.getNearestSample(0.0f);
+    const auto tupleSize = static_cast<std::size_t>(attribute.getTupleSize());
+    // Tuples are shown whole, unless a single one is too long already.
+    std::size_t shown = std::min(values.size(), kShownValues);
+    if (shown < values.size() && tupleSize <= kShownValues) shown -= shown % tupleSize;
+    for (std::size_t i = 0; i < shown; ++i) {
+        if (i > 0) out += tupleSize > 1 && i % tupleSize != 0 ? " " : ", ";
+        AppendValue(out, values[i]);
+    }
+    if (shown < values.size()) out += ", ...";
+    AppendShape(out, attribute, type);
+    return out;
+}
+
+} // namespace
+
+std::string DescribeValue(const Attribute& attribute) {
+    switch (attribute.getType()) {
+    case kAttributeTypeInt:
+        return DescribeData(IntAttribute(attribute), "int");
+    case kAttributeTypeFloat:
+        return DescribeData(FloatAttribute(attribute), "float");
+    case kAttributeTypeDouble:
+        return DescribeData(DoubleAttribute(attribute), "double");
+    case kAttributeTypeString:
+        return DescribeData(StringAttribute(attribute), "string");
+    case kAttributeTypeGroup:
+        return "(group, " + std::to_string(GroupAttribute(attribute).getNumberOfChildren()) +
+               " children)";
+    case kAttributeTypeNull:
+        return "(null)";
+    default:
+        return "(none)";
+    }
+}
+
+void ForEachValue(const std::string& name, const Attribute& attribute,
+                  const std::function<void(const std::string&, const std::string&)>& line) {
+    struct Level {
+        GroupAttribute group;
+        std::int64_t next;
+        std::string prefix;
+    };
+    std::vector<Level> open; // not the thread's stack: groups may be nested deep
+    const auto visit = [&](const std::string& path, const Attribute& value) {
+        const GroupAttribute group(value);
+        if (group.getNumberOfChildren() == 0)
+            line(path, DescribeValue(value));
+        else
+            open.push_back({group, 0, path.empty() ? path : path + '.'});
+    };
+    visit(name, attribute);
+    while (!open.empty()) {
+        Level& level = open.back();
+        if (level.next == level.group.getNumberOfChildren()) {
+            open.pop_back();
+            continue;
+        }
+        const std::int64_t index = level.next++;
+        std::string path = level.prefix;
+        AppendPrintable(path, level.group.getChildNameView(index));
+        visit(path, level.group.getChildByIndex(index));
+    }
+}
+
+} // namespace TellarTool

@@ -1,0 +1,122 @@
+#include "scene/SceneSettings.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <vector>
+
+#include <OxTellarProducers/RenderResolution.h>
+#include <OxTellarSDK/Attribute.h>
+#include <ResolutionTableOx/ResolutionTable.h>
+
+#include "printing/JsonText.h"
+
+namespace TellarTool {
+
+namespace {
+
+using namespace OxAttribute;
+using TELLAR::GeometryProducer;
+
+template <typename Numbers>
+std::vector<double> Doubles(const Numbers& attribute) {
+    const auto sample = attribute.getNearestSample(0.0f);
+    return {sample.begin(), sample.end()};
+}
+
+/// Empty when it is no numeric attribute.
+std::vector<double> NumbersOf(const Attribute& attribute) {
+    switch (attribute.getType()) {
+    case kAttributeTypeInt:
+        return Doubles(IntAttribute(attribute));
+    case kAttributeTypeFloat:
+        return Doubles(FloatAttribute(attribute));
+    case kAttributeTypeDouble:
+        return Doubles(DoubleAttribute(attribute));
+    default:
+        return {};
+    }
+}
+
+/// False for NaN, too.
+bool IsFloat(double value) {
+    return std::abs(value) <= std::numeric_limits<float>::max();
+}
+
+/// Replaces the values by those of a setting, if there is one.
+void ReadSetting(const Scene& scene, const GeometryProducer::Ptr& root, const char* name,
+                 const char* meaning, float* values, std::size_t count) {
+    const std::string path = std::string("renderSettings.") + name;
+    const Attribute setting = root->getAttribute(path.c_str());
+    if (!setting.isValid()) return;
+    const std::vector<double> numbers = NumbersOf(setting);
+    if (numbers.size() != count || !std::all_of(numbers.begin(), numbers.end(), IsFloat))
+        throw std::runtime_error(scene.path + ": \"" + path + "\" of " + root->getFullName() +
+                                 " must be " + meaning);
+    std::transform(numbers.begin(), numbers.end(), values,
+                   [](double number) { return static_cast<float>(number); });
+}
+
+/// Of a name given by the user, the table itself tells best what is wrong with it.
+void CheckResolution(const std::string& name) {
+    const auto table = GetResolutionTable(nullptr);
+    if (!table) return; // the library tells of that
+    try {
+        table->getResolution(name);
+    } catch (const std::exception& error) {
+        throw std::runtime_error(std::string("--resolution: ") + error.what());
+    }
+}
+
+} // namespace
+
+Resolution ReadResolution(const GeometryProducer::Ptr& root) {
+    Resolution resolution;
+    TELLAR::GetRenderResolution(&resolution.name, &resolution.width, &resolution.height, root);
+    return resolution;
+}
+
+std::string ResolutionText(const Resolution& resolution) {
+    return resolution.name + ", " + std::to_string(resolution.width) + " x " +
+           std::to_string(resolution.height) + " pixels";
+}
+
+std::string Json(const Resolution& resolution) {
+    return JsonObject()
+        .add("name", resolution.name)
+        .add("width", resolution.width)
+        .add("height", resolution.height)
+        .add("aspect", resolution.aspect())
+        .line();
+}
+
+Shutter ReadShutter(const Scene& scene, const GeometryProducer::Ptr& root) {
+    Shutter shutter;
+    ReadSetting(scene, root, "shutterOpen", "one finite number", &shutter.open, 1);
+    ReadSetting(scene, root, "shutterClose", "one finite number", &shutter.close, 1);
+    return shutter;
+}
+
+std::array<float, 4> ReadCropWindow(const Scene& scene, const GeometryProducer::Ptr& root) {
+    std::array<float, 4> window = {0, 1, 0, 1};
+    ReadSetting(scene, root, "cropWindow", "four finite numbers", window.data(), window.size());
+    return window;
+}
+
+void CheckChosen(const ChosenSettings& chosen) {
+    if (chosen.camera) CheckLocationPath("--camera", *chosen.camera);
+    if (chosen.resolution) CheckResolution(*chosen.resolution);
+}
+
+Scene WithChosen(const Scene& scene, const ChosenSettings& chosen) {
+    std::vector<GroupAttribute::Child> settings;
+    if (chosen.camera) settings.emplace_back("cameraName", StringAttribute(*chosen.camera));
+    if (chosen.resolution) settings.emplace_back("resolution", StringAttribute(*chosen.resolution));
+    if (chosen.tile) settings.emplace_back("tileRender", IntAttribute(chosen.tile->data(), 4, 1));
+    if (chosen.cropWindow)
+        settings.emplace_back("cropWindow", FloatAttribute(chosen.cropWindow->data(), 4, 1));
+    return settings.empty() ? scene : WithRenderSettings(scene, GroupAttribute(settings, true));
+}
+
+} // namespace TellarTool

@@ -1,0 +1,65 @@
+#ifndef TELLAR_TOOL_SCENESETTINGS_H
+#define TELLAR_TOOL_SCENESETTINGS_H
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include <OxTellarProducers/GeometryProducer.h>
+
+#include "scene/Scene.h"
+
+namespace TellarTool {
+
+// What the "renderSettings" of a scene's root say. Numbers may be of any numeric type.
+
+/// The size of the picture.
+struct Resolution {
+    std::string name;
+    int width = 0; // pixels
+    int height = 0;
+
+    /// Width by height, as the library reckons: pixels are taken for square.
+    float aspect() const { return static_cast<float>(width) / static_cast<float>(height); }
+};
+
+/// Throws what the library throws for a resolution that is not in the table.
+Resolution ReadResolution(const TELLAR::GeometryProducer::Ptr& root);
+
+/// "square_512, 512 x 512 pixels"
+std::string ResolutionText(const Resolution& resolution);
+std::string Json(const Resolution& resolution);
+
+/// In frames.
+struct Shutter {
+    float open = 0;
+    float close = 0;
+};
+
+/// "shutterOpen" and "shutterClose"; 0 where there is none. Throws std::runtime_error naming the
+/// setting of the scene that is no number.
+Shutter ReadShutter(const Scene& scene, const TELLAR::GeometryProducer::Ptr& root);
+
+/// "cropWindow": x min, x max, y min, y max; the whole picture where there is none. Throws
+/// std::runtime_error naming the scene when it is not four numbers.
+std::array<float, 4> ReadCropWindow(const Scene& scene, const TELLAR::GeometryProducer::Ptr& root);
+
+/// Settings that the user chose in place of the scene's.
+struct ChosenSettings {
+    std::optional<std::string> camera;
+    std::optional<std::string> resolution;
+    std::optional<std::array<std::int32_t, 4>> tile; ///< column, row, columns, rows
+    std::optional<std::array<float, 4>> cropWindow;  ///< as above
+};
+
+/// Throws std::runtime_error naming the option when --camera is no absolute path or --resolution
+/// is not in the resolution table.
+void CheckChosen(const ChosenSettings& chosen);
+
+/// The scene with these; the scene itself when nothing was chosen.
+Scene WithChosen(const Scene& scene, const ChosenSettings& chosen);
+
+} // namespace TellarTool
+
+#endif

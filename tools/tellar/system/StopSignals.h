@@ -1,0 +1,28 @@
+#ifndef TELLAR_TOOL_STOPSIGNALS_H
+#define TELLAR_TOOL_STOPSIGNALS_H
+
+namespace TellarTool {
+
+/// Thrown when the user ended the work by this signal: the exit status is then 128 and its number.
+struct Stopped {
+    int signal = 0;
+};
+
+/// While it lives, the first SIGINT or SIGTERM is only noted; the next one ends the process as
+/// usual. Those that were ignored before stay so. One at a time in a process. On systems without
+/// these signals nothing is ever noted.
+class StopSignals {
+public:
+    StopSignals();
+    /// Puts everything back as it was.
+    ~StopSignals();
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+
+    /// The signal that came; 0 when none did. For any thread.
+    int noted() const;
+};
+
+} // namespace TellarTool
+
+#endif
