@@ -56,9 +56,9 @@ else()
     set(TELLAR_ABI_VERSION "${PROJECT_VERSION_MAJOR}")
 endif()
 
-# tellar_library(<name> [HEADERS_DIR <dir>] [PKG_CONFIG_REQUIRES <names...>] SOURCES <files...>): a
+# tellar_library(<name> [HEADERS_DIR <dir>] [PKG_CONFIG_REQUIRES <names...>] [SOURCES <files...>]): a
 # shared library with the alias TELLAR::<name>, its headers in <dir> (default: include/). The headers
-# of what it requires are included by its own.
+# of what it requires are included by its own. A library without SOURCES is made of layers.
 function(tellar_library name)
     cmake_parse_arguments(ARG "" "HEADERS_DIR" "PKG_CONFIG_REQUIRES;SOURCES" ${ARGN})
     if(NOT ARG_HEADERS_DIR)
@@ -69,9 +69,12 @@ function(tellar_library name)
     string(TOUPPER ${name} upper)
     target_compile_definitions(${name} PRIVATE ${upper}_EXPORTS)
     target_include_directories(${name}
-        PUBLIC $<BUILD_INTERFACE:${ARG_HEADERS_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
-        PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/src" "${CMAKE_CURRENT_SOURCE_DIR}"
-                "${PROJECT_SOURCE_DIR}/platform/internal")
+        PUBLIC $<BUILD_INTERFACE:${ARG_HEADERS_DIR}> $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    if(ARG_SOURCES)
+        target_include_directories(${name} PRIVATE
+            "${CMAKE_CURRENT_SOURCE_DIR}/src" "${CMAKE_CURRENT_SOURCE_DIR}"
+            "${PROJECT_SOURCE_DIR}/platform/internal")
+    endif()
     target_compile_features(${name} PUBLIC cxx_std_17)
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
     # Calls inside of the library stay inside, without the detour that would let a program put
@@ -92,6 +95,61 @@ function(tellar_library name)
             DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
         tellar_install_pkg_config(${name} ${ARG_PKG_CONFIG_REQUIRES})
     endif()
+endfunction()
+
+# tellar_layer(<library> <folder> [USES <layers...>] SOURCES <files...>): one folder of a library's
+# sources. Its layer is named after the last part of the folder's path. A file finds headers by
+# their bare names, in its own folder and in those of the layers that it uses, directly or through
+# others. An #include that points up to a layer above therefore does not compile.
+#
+# A layer is compiled with the options of its library and sees the libraries that this links. Give
+# the library no SOURCES of its own, because they would see no layer.
+function(tellar_layer library folder)
+    cmake_parse_arguments(ARG "" "" "SOURCES;USES" ${ARGN})
+    cmake_path(GET folder FILENAME layer)
+    set(name ${library}_${layer})
+    list(TRANSFORM ARG_SOURCES PREPEND "${folder}/")
+    list(TRANSFORM ARG_USES PREPEND "${library}_")
+    string(TOUPPER ${library} upper)
+
+    add_library(${name} OBJECT ${ARG_SOURCES})
+    target_compile_definitions(${name} PRIVATE ${upper}_EXPORTS)
+    target_compile_options(${name} PRIVATE $<TARGET_PROPERTY:${library},COMPILE_OPTIONS>)
+    target_include_directories(${name}
+        PUBLIC "${CMAKE_CURRENT_SOURCE_DIR}/${folder}" "${PROJECT_SOURCE_DIR}/platform/internal"
+        PRIVATE $<TARGET_PROPERTY:${library},INTERFACE_INCLUDE_DIRECTORIES>)
+    target_link_libraries(${name}
+        PUBLIC ${ARG_USES}
+        PRIVATE $<TARGET_PROPERTY:${library},LINK_LIBRARIES>)
+    target_sources(${library} PRIVATE $<TARGET_OBJECTS:${name}>)
+endfunction()
+
+# tellar_inside(<target> <library> <layers...>): lets a test or a fuzzer include the private headers
+# of some layers and of those that they use.
+function(tellar_inside target library)
+    foreach(layer IN LISTS ARGN)
+        target_include_directories(${target} PRIVATE
+            $<TARGET_PROPERTY:${library}_${layer},INTERFACE_INCLUDE_DIRECTORIES>)
+    endforeach()
+endfunction()
+
+# tellar_layer_test(<library> <lower layer> <upper layer> <header>): a test that files of the lower
+# layer cannot include a header of the upper one.
+function(tellar_layer_test library lower upper header)
+    get_target_property(folders ${library}_${upper} INTERFACE_INCLUDE_DIRECTORIES)
+    list(GET folders 0 folder)
+    if(NOT EXISTS "${folder}/${header}")
+        message(FATAL_ERROR "tellar_layer_test: layer ${upper} has no ${header}")
+    endif()
+    set(includes "$<TARGET_PROPERTY:${library}_${lower},INCLUDE_DIRECTORIES>")
+    set(name ${library}.${lower}_cannot_include_${upper})
+    add_test(NAME ${name}
+        COMMAND ${CMAKE_CXX_COMPILER} -E "-I$<JOIN:${includes},;-I>" -include ${header}
+                -x c++ /dev/null
+        COMMAND_EXPAND_LISTS)
+    set_tests_properties(${name} PROPERTIES
+        ENVIRONMENT LC_ALL=C
+        PASS_REGULAR_EXPRESSION "${header}: No such file|'${header}' file not found")
 endfunction()
 
 # The pkg-config file of a library. Its paths are relative to the file itself, so that the
