@@ -6,8 +6,8 @@
 
 #include <OxTellarSDK/Attribute.h>
 
+#include "AttributeNode.h"
 #include "CapturedLog.h"
-#include "values/AttributeNode.h"
 
 using namespace OxAttribute;
 using testing::ElementsAre;

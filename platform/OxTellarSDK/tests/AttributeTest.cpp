@@ -10,9 +10,9 @@
 
 #include <gmock/gmock.h>
 
+#include "AttributeNode.h"
 #include "AttributePrinter.h"
 #include "ErrorOf.h"
-#include "values/AttributeNode.h"
 
 using namespace OxAttribute;
 using testing::ElementsAre;

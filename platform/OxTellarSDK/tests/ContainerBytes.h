@@ -12,7 +12,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "values/Container.h"
+#include "Container.h"
 
 /// Attribute files as byte strings: written, read, and given right checksums after somebody has
 /// changed them, so that what lies behind the checksums is put to the test.

@@ -6,10 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include "AttributeNode.h"
 #include "AttributePrinter.h"
 #include "CollidingNames.h"
 #include "ErrorOf.h"
-#include "values/AttributeNode.h"
 
 using namespace OxAttribute;
 using testing::ElementsAre;

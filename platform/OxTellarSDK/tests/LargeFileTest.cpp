@@ -18,10 +18,10 @@
 #include "CapturedLog.h"
 #include "ContainerBytes.h"
 #include "ErrorOf.h"
+#include "FileBuffer.h"
 #include "OpenFiles.h"
 #include "ScopedEnvironment.h"
 #include "TempDirectory.h"
-#include "files/FileBuffer.h"
 
 using namespace OxAttribute;
 using testing::ElementsAre;

@@ -1,4 +1,4 @@
-#include "plugins/PluginRegistry.h"
+#include "PluginRegistry.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "base/Arena.h"
+#include "Arena.h"
 
 #include <algorithm>
 #include <new>

@@ -1,4 +1,4 @@
-#include "base/CookWaits.h"
+#include "CookWaits.h"
 
 #include <mutex>
 

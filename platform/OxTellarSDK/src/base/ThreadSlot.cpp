@@ -1,8 +1,8 @@
-#include "base/ThreadSlot.h"
+#include "ThreadSlot.h"
 
 #include <atomic>
 
-#include "base/ThreadState.h"
+#include "ThreadState.h"
 
 namespace OxAttribute {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "base/ThreadWord.h"
+#include "ThreadWord.h"
 
 namespace OxAttribute {
 

@@ -1,8 +1,8 @@
-#include "base/ThreadState.h"
+#include "ThreadState.h"
 
 #include <pthread.h>
 
-#include "base/ThreadWord.h"
+#include "ThreadWord.h"
 
 namespace OxAttribute {
 

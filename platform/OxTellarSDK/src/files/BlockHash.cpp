@@ -1,4 +1,4 @@
-#include "files/BlockHash.h"
+#include "BlockHash.h"
 
 #include <xxhash.h>
 

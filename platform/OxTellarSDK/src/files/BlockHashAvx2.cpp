@@ -5,7 +5,7 @@
 #define XXH_VECTOR 2 // XXH_AVX2; its name is not known before the header
 #include <xxhash.h>
 
-#include "files/BlockHash.h"
+#include "BlockHash.h"
 
 namespace OxAttribute {
 

@@ -1,4 +1,4 @@
-#include "files/FileBuffer.h"
+#include "FileBuffer.h"
 
 #include <cerrno>
 #include <cstdlib>

@@ -15,9 +15,9 @@
 #include <OxConfiguration/Configuration.h>
 #include <OxTellarSDK/AttributeTypes.h>
 
+#include "FileBuffer.h"
 #include "NamedLogger.h"
 #include "RegularFile.h"
-#include "files/FileBuffer.h"
 
 namespace OxAttribute {
 

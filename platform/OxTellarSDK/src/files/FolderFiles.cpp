@@ -1,4 +1,4 @@
-#include "files/FolderFiles.h"
+#include "FolderFiles.h"
 
 #ifdef _WIN32
 #include <filesystem>

@@ -1,4 +1,4 @@
-#include "files/HomeFolder.h"
+#include "HomeFolder.h"
 
 #include <cerrno>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "formats/AttributeFromJson.h"
+#include "AttributeFromJson.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,8 +13,8 @@
 
 #include <OxTellarSDK/GroupBuilder.h>
 
-#include "formats/JsonFields.h"
-#include "text/NumberText.h"
+#include "JsonFields.h"
+#include "NumberText.h"
 
 namespace OxAttribute {
 

@@ -5,7 +5,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "text/JsonTree.h"
+#include "JsonTree.h"
 
 namespace OxAttribute {
 

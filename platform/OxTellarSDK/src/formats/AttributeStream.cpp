@@ -12,9 +12,9 @@
 
 #include <OxTellarSDK/FileStream.h>
 
-#include "formats/OpDescription.h"
-#include "values/Container.h"
-#include "values/ContainerWriter.h"
+#include "Container.h"
+#include "ContainerWriter.h"
+#include "OpDescription.h"
 
 namespace OxAttribute {
 

@@ -6,10 +6,10 @@
 #include <optional>
 #include <stdexcept>
 
-#include "text/NumberText.h"
-#include "text/TextPlace.h"
-#include "text/Utf8.h"
-#include "values/SampleValues.h"
+#include "NumberText.h"
+#include "SampleValues.h"
+#include "TextPlace.h"
+#include "Utf8.h"
 
 namespace OxAttribute {
 

@@ -11,9 +11,9 @@
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/OpType.h>
 
-#include "formats/AttributeFromJson.h"
-#include "formats/JsonFields.h"
-#include "text/JsonTree.h"
+#include "AttributeFromJson.h"
+#include "JsonFields.h"
+#include "JsonTree.h"
 
 namespace OxAttribute {
 

@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "text/NumberText.h"
-#include "text/Utf8.h"
-#include "values/SampleValues.h"
+#include "NumberText.h"
+#include "SampleValues.h"
+#include "Utf8.h"
 
 namespace OxAttribute {
 

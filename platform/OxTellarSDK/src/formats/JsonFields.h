@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "text/JsonTree.h"
+#include "JsonTree.h"
 
 namespace OxAttribute {
 

@@ -10,8 +10,8 @@
 
 #include <OxTellarSDK/PluginManager.h>
 
-#include "base/CookWaits.h"
-#include "plugins/PluginCall.h"
+#include "CookWaits.h"
+#include "PluginCall.h"
 
 namespace OxOpType {
 

@@ -7,8 +7,8 @@
 
 #include <OxTellarSDK/StringUtil.h>
 
-#include "plugins/PluginRegistry.h"
-#include "plugins/SharedLibrary.h"
+#include "PluginRegistry.h"
+#include "SharedLibrary.h"
 
 namespace OxPluginManager {
 

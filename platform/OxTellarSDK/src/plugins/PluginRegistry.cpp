@@ -1,14 +1,14 @@
-#include "plugins/PluginRegistry.h"
+#include "PluginRegistry.h"
 
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
+#include "FolderFiles.h"
 #include "NamedLogger.h"
-#include "files/FolderFiles.h"
-#include "plugins/PluginCall.h"
-#include "plugins/SharedLibrary.h"
+#include "PluginCall.h"
+#include "SharedLibrary.h"
 
 namespace OxPluginManager {
 

@@ -1,4 +1,4 @@
-#include "plugins/SharedLibrary.h"
+#include "SharedLibrary.h"
 
 #include <dlfcn.h>
 

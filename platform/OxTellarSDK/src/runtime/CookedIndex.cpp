@@ -1,4 +1,4 @@
-#include "runtime/CookedIndex.h"
+#include "CookedIndex.h"
 
 #include <cstdlib>
 #include <new>

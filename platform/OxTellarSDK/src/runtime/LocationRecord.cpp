@@ -9,9 +9,9 @@
 
 #include <OxTellarSDK/TellarRuntime.h>
 
-#include "base/Arena.h"
-#include "base/ThreadState.h"
-#include "base/ThreadWord.h"
+#include "Arena.h"
+#include "ThreadState.h"
+#include "ThreadWord.h"
 
 namespace OxTellarRuntimeDetail {
 

@@ -1,4 +1,4 @@
-#include "runtime/LocationStore.h"
+#include "LocationStore.h"
 
 #include <algorithm>
 #include <array>
@@ -10,10 +10,10 @@
 
 #include <xxhash.h>
 
-#include "base/CookWaits.h"
-#include "base/Prefetch.h"
-#include "base/ThreadState.h"
-#include "base/ThreadWord.h"
+#include "CookWaits.h"
+#include "Prefetch.h"
+#include "ThreadState.h"
+#include "ThreadWord.h"
 
 namespace OxTellarRuntimeDetail {
 

@@ -14,7 +14,7 @@
 #include <OxTellarSDK/LocationRecord.h>
 #include <OxTellarSDK/OpType.h>
 
-#include "base/Arena.h"
+#include "Arena.h"
 
 namespace OxTellarRuntimeDetail {
 

@@ -1,4 +1,4 @@
-#include "runtime/OpGraph.h"
+#include "OpGraph.h"
 
 #include <algorithm>
 #include <array>
@@ -11,10 +11,10 @@
 
 #include <OxTellarSDK/LocationPath.h>
 
-#include "base/CookWaits.h"
-#include "base/ThreadSlot.h"
-#include "plugins/PluginCall.h"
-#include "values/AttributeNode.h"
+#include "AttributeNode.h"
+#include "CookWaits.h"
+#include "PluginCall.h"
+#include "ThreadSlot.h"
 
 namespace OxTellarRuntimeDetail {
 

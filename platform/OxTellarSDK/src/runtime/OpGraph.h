@@ -11,7 +11,7 @@
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
-#include "runtime/LocationStore.h"
+#include "LocationStore.h"
 
 namespace OxTellarRuntimeDetail {
 

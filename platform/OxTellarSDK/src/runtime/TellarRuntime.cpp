@@ -8,11 +8,11 @@
 
 #include <OxTellarSDK/DescriptionJson.h>
 
-#include "formats/OpDescription.h"
-#include "runtime/CookedIndex.h"
-#include "runtime/LocationStore.h"
-#include "runtime/OpGraph.h"
-#include "values/Container.h"
+#include "Container.h"
+#include "CookedIndex.h"
+#include "LocationStore.h"
+#include "OpDescription.h"
+#include "OpGraph.h"
 
 using OxAttribute::GroupAttribute;
 using OxAttribute::Hash;

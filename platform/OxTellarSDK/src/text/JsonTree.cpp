@@ -1,4 +1,4 @@
-#include "text/JsonTree.h"
+#include "JsonTree.h"
 
 #include <stdexcept>
 #include <utility>
@@ -6,7 +6,7 @@
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
 
-#include "text/TextPlace.h"
+#include "TextPlace.h"
 
 namespace OxAttribute {
 

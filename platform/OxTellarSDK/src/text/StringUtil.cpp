@@ -5,7 +5,7 @@
 #include <limits>
 #include <optional>
 
-#include "files/HomeFolder.h"
+#include "HomeFolder.h"
 
 namespace OxStringUtil {
 

@@ -1,4 +1,4 @@
-#include "text/TextPlace.h"
+#include "TextPlace.h"
 
 #include <algorithm>
 

@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <vector>
 
-#include "values/Container.h"
-#include "values/ContainerWriter.h"
-#include "values/NodeAccess.h"
+#include "Container.h"
+#include "ContainerWriter.h"
+#include "NodeAccess.h"
 
 namespace OxAttribute {
 

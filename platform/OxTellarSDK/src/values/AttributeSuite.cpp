@@ -7,8 +7,8 @@
 
 #include <OxTellarSDK/Attribute.h>
 
+#include "AttributeNode.h"
 #include "SuiteEntry.h"
-#include "values/AttributeNode.h"
 
 namespace OxAttribute {
 

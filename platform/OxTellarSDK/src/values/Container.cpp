@@ -1,4 +1,4 @@
-#include "values/Container.h"
+#include "Container.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,8 +9,8 @@
 #include <stdexcept>
 #include <vector>
 
-#include "base/ThreadSlot.h"
-#include "files/BlockHash.h"
+#include "BlockHash.h"
+#include "ThreadSlot.h"
 
 namespace OxAttribute {
 

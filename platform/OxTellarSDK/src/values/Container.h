@@ -8,9 +8,9 @@
 #include <mutex>
 #include <string>
 
-#include "base/ThreadSlot.h"
-#include "files/FileBuffer.h"
-#include "values/AttributeNode.h"
+#include "AttributeNode.h"
+#include "FileBuffer.h"
+#include "ThreadSlot.h"
 
 namespace OxAttribute {
 

@@ -1,4 +1,4 @@
-#include "values/ContainerWriter.h"
+#include "ContainerWriter.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "files/BlockHash.h"
+#include "BlockHash.h"
 
 namespace OxAttribute {
 

@@ -5,7 +5,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "values/Container.h"
+#include "Container.h"
 
 namespace OxAttribute {
 

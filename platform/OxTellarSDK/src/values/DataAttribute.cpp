@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <type_traits>
 
-#include "values/NodeAccess.h"
+#include "NodeAccess.h"
 
 namespace OxAttribute {
 

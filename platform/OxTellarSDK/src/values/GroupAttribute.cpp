@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <unordered_map>
 
-#include "values/GroupChildren.h"
-#include "values/KnownPaths.h"
-#include "values/NodeAccess.h"
+#include "GroupChildren.h"
+#include "KnownPaths.h"
+#include "NodeAccess.h"
 
 namespace OxAttribute {
 

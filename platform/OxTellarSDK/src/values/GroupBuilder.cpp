@@ -7,7 +7,7 @@
 
 #include <boost/container/small_vector.hpp>
 
-#include "values/GroupChildren.h"
+#include "GroupChildren.h"
 
 namespace OxAttribute {
 

@@ -1,9 +1,9 @@
-#include "values/KnownPaths.h"
+#include "KnownPaths.h"
 
 #include <array>
 
-#include "base/ThreadState.h"
-#include "values/NodeAccess.h"
+#include "NodeAccess.h"
+#include "ThreadState.h"
 
 namespace OxAttribute::KnownPaths {
 

@@ -5,10 +5,10 @@
 #include <string_view>
 #include <utility>
 
-#include "base/Prefetch.h"
-#include "base/ThreadWord.h"
-#include "values/AttributeNode.h"
-#include "values/Container.h"
+#include "AttributeNode.h"
+#include "Container.h"
+#include "Prefetch.h"
+#include "ThreadWord.h"
 
 /// Finding attributes in files by dotted path. Readers ask group after group for the same few
 /// paths, and groups of a scene look alike: each thread remembers at which place, and under which

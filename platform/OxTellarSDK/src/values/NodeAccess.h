@@ -5,8 +5,8 @@
 #include <cstring>
 #include <string_view>
 
-#include "values/AttributeNode.h"
-#include "values/Container.h"
+#include "AttributeNode.h"
+#include "Container.h"
 
 /// How values are read wherever they lie: the steps that every reader of attributes takes again
 /// and again, so they are inline.

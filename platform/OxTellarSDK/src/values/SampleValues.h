@@ -1,7 +1,7 @@
 #ifndef OXTELLARSDK_SAMPLEVALUES_H
 #define OXTELLARSDK_SAMPLEVALUES_H
 
-#include "values/AttributeNode.h"
+#include "AttributeNode.h"
 
 namespace OxAttribute {
 

@@ -10,7 +10,7 @@
 #include <Imath/ImathMatrix.h>
 #include <Imath/ImathVec.h>
 
-#include "values/NodeAccess.h"
+#include "NodeAccess.h"
 
 namespace OxXFormUtil {
 namespace {
