@@ -2,6 +2,7 @@
 #define TELLAR_PLATFORM_NAMEDLOGGER_H
 
 #include <atomic>
+#include <exception>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -10,6 +11,8 @@
 #include <utility>
 
 #include <OxLoggingHost/OxLoggerGlue.h>
+
+#include "ExceptionText.h"
 
 // Logging in one line:
 //
@@ -52,7 +55,7 @@ struct LogFormat {
 ///
 /// Any number of threads may share one. Nothing here throws: a message is dropped when there is no
 /// memory for it or for the logger. Arguments may be strings, C strings, of which a null one is
-/// empty, and numbers. The message is composed only when its level is enabled.
+/// empty, numbers and exceptions. The message is composed only when its level is enabled.
 class NamedLogger {
 public:
     /// The name must outlive the logger.
@@ -111,6 +114,7 @@ private:
 
     static std::string textOf(const char* text) { return text ? text : ""; }
     static std::string textOf(std::string_view text) { return std::string(text); }
+    static std::string textOf(const std::exception& exception) { return TELLAR::TextOf(exception); }
     template <typename Number, typename = std::enable_if_t<std::is_arithmetic_v<Number>>>
     static std::string textOf(Number number) {
         return std::to_string(number);

@@ -9,12 +9,6 @@
 
 namespace TELLAR {
 
-/// The text of an exception. Classes of plug-ins may have none.
-inline const char* TextOf(const std::exception& exception) {
-    const char* text = exception.what();
-    return text ? text : "an exception without a text";
-}
-
 /// The name of an entry, and the place in the source that its messages carry: where the name is
 /// written.
 struct SuiteEntry {
@@ -32,7 +26,7 @@ auto RunSuiteEntry(const NamedLogger& logger, const SuiteEntry& entry, Body body
     try {
         return body();
     } catch (const std::exception& error) {
-        logger.error({"{}: {}", entry.place}, entry.name, TextOf(error));
+        logger.error({"{}: {}", entry.place}, entry.name, error);
     } catch (...) {
         logger.error({"{}: {}", entry.place}, entry.name, "unknown exception");
     }

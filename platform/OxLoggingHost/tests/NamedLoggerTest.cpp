@@ -1,6 +1,8 @@
 #include "NamedLogger.h"
 
+#include <exception>
 #include <limits>
+#include <stdexcept>
 
 #include <gmock/gmock.h>
 
@@ -48,6 +50,18 @@ TEST(NamedLogger, TakesANullTextForAnEmptyOne) {
     const CapturedLog log;
     kLogger.warn("<{}>", static_cast<const char*>(nullptr));
     EXPECT_THAT(Texts(log), ElementsAre("<>"));
+}
+
+class SilentException : public std::exception {
+public:
+    const char* what() const noexcept override { return nullptr; }
+};
+
+TEST(NamedLogger, TakesAnExceptionForItsText) {
+    const CapturedLog log;
+    kLogger.warn("<{}>", std::runtime_error("It fails."));
+    kLogger.warn("<{}>", SilentException());
+    EXPECT_THAT(Texts(log), ElementsAre("<It fails.>", "<an exception without a text>"));
 }
 
 TEST(NamedLogger, NamesTheLevelOfEachFunction) {

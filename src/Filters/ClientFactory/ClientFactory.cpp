@@ -12,29 +12,21 @@
 #include <utility>
 #include <vector>
 
-#include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxRenderServices/AnalyticsManager.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 #include <rapidjson/document.h>
 
 #include "Filters/ThreadLocalClient/ThreadClients.h"
+#include "NamedLogger.h"
 #include "UnusedResults.h"
 
 namespace TELLAR {
 
 namespace {
 
+const NamedLogger kLogger("ClientFactory");
+
 using Client = std::shared_ptr<TellarRuntime::Client>;
-
-const OxLoggerGlue& Logger() {
-    static const OxLoggerGlue* const logger = new OxLoggerGlue("ClientFactory");
-    return *logger;
-}
-
-template <typename MakeText>
-void LogError(int line, MakeText makeText) {
-    if (Logger().errorEnabled()) Logger().error(makeText(), __FILE__, line);
-}
 
 struct Creation {
     std::shared_ptr<TellarRuntime> runtime;
@@ -74,21 +66,20 @@ void RecordUsage(const TellarRuntime& runtime) {
 Creation CreateClient(const OpTreeSource& source) {
     std::string problem;
     if (!source.isValid(&problem)) {
-        LogError(__LINE__, [&] { return "Invalid Op tree source: " + problem; });
+        kLogger.error("Invalid Op tree source: {}", problem);
         return {};
     }
     const OxTellarServicesHost servicesHost;
     Creation creation;
     creation.runtime = servicesHost.createRuntime();
     if (!creation.runtime) {
-        LogError(__LINE__, [] { return std::string("Runtime could not be loaded."); });
+        kLogger.error("Runtime could not be loaded.");
         return {};
     }
     const auto transaction = creation.runtime->createTransaction();
     const std::shared_ptr<TellarRuntime::Op> op = source.getOp(transaction);
     if (!op || op->getId() < 0) {
-        LogError(__LINE__,
-                 [&] { return "Could not parse OpTree from '" + source.describe() + "'."; });
+        kLogger.error("Could not parse OpTree from '{}'.", source.describe());
         return {};
     }
     creation.client = transaction->createClient();

@@ -12,22 +12,19 @@
 #include <boost/make_shared.hpp>
 #include <boost/thread/tss.hpp>
 
-#include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarProducers/ClientFactory.h>
 
 #include "Filters/ClientFactory/UnusedResults.h"
+#include "NamedLogger.h"
 #include "ThreadClients.h"
 
 namespace TELLAR {
 
 namespace {
 
-using Client = std::shared_ptr<TellarRuntime::Client>;
+const NamedLogger kLogger("ThreadLocalClient");
 
-const OxLoggerGlue& Logger() {
-    static const OxLoggerGlue* const logger = new OxLoggerGlue("ThreadLocalClient");
-    return *logger;
-}
+using Client = std::shared_ptr<TellarRuntime::Client>;
 
 /// A thread's reference to its client. It is kept when the thread ends, so that whoever still runs
 /// on the thread finds the client alive, and becomes that of the next thread with this client: a
@@ -152,8 +149,7 @@ struct StoreRegistry {
         }
         std::string problem;
         if (!source.isValid(&problem)) {
-            if (Logger().errorEnabled())
-                Logger().error("Invalid Op tree source: " + problem, __FILE__, __LINE__);
+            kLogger.error("Invalid Op tree source: {}", problem);
             return {};
         }
         return storesBySource.emplace(source, boost::make_shared<Store>()).first->second;

@@ -2,10 +2,9 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <string>
 #include <utility>
 
-#include "Utils/RenderOutputLogger.h"
+#include "NamedLogger.h"
 
 namespace TELLAR {
 
@@ -13,18 +12,15 @@ namespace RenderOutputUtilsHost {
 
 namespace {
 
+const NamedLogger kLogger("RenderOutputUtils");
+
 /// How many handles live. Loaded and stored rather than added to: an exact count across threads is
 /// not promised, and would cost every handle a locked addition.
 std::atomic<std::int32_t> liveCount{0};
 
 /// Logs at the end of the process how many handles plug-ins failed to release.
 void LogFinalCount() noexcept {
-    try {
-        if (!Logger().debugEnabled()) return;
-        const std::int32_t live = liveCount.load(std::memory_order_relaxed);
-        Logger().debug("Final CameraInfoStruct count: " + std::to_string(live), __FILE__, __LINE__);
-    } catch (...) { // no memory for the logger or the message
-    }
+    kLogger.debug("Final CameraInfoStruct count: {}", liveCount.load(std::memory_order_relaxed));
 }
 
 /// Also makes sure that the end of the process is heard of, if the system has room to note that.

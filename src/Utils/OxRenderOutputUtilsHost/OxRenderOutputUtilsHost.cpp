@@ -26,9 +26,8 @@
 
 #include "CameraInfoHandle.h"
 #include "ShadingHandles.h"
+#include "SuiteEntry.h"
 #include "Utils/Paths/TempRenderLocation.h"
-#include "Utils/RenderOutputLogger.h"
-#include "Utils/SuiteEntry.h"
 
 namespace TELLAR {
 namespace RenderOutputUtilsHost {
@@ -43,9 +42,11 @@ using OxAttribute::StringAttribute;
 using Producer = boost::intrusive_ptr<GeometryProducer>;
 using Suite = OxRenderOutputUtilsHostSuite_v3;
 
+const NamedLogger kLogger("RenderOutputUtils");
+
 template <typename Body>
 auto Enter(const SuiteEntry& entry, Body body) {
-    return RunSuiteEntry(Logger, entry, body);
+    return RunSuiteEntry(kLogger, entry, body);
 }
 
 /// An entry that asks a location: `ask` gets its producer. A null handle gives null. Entries that

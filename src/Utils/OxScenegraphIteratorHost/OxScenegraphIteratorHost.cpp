@@ -10,7 +10,7 @@
 
 #include "OxSgIteratorStruct.h"
 #include "RenderRuntime.h"
-#include "Utils/SuiteEntry.h"
+#include "SuiteEntry.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::StringAttribute;
@@ -21,6 +21,8 @@ namespace {
 
 using Suite = OxScenegraphIteratorHostSuite_v3;
 using OldSuite = OxScenegraphIteratorHostSuite_v2;
+
+const NamedLogger kLogger("ScenegraphIteratorHost");
 
 // What goes to C: a location in a handle that is still to be retained, an attribute with its
 // reference.
@@ -35,7 +37,7 @@ OxAttributeStruct* ToC(Attribute attribute) {
 
 template <typename Body>
 auto Enter(const SuiteEntry& entry, Body body) {
-    return RunSuiteEntry(IteratorHostLogger, entry, body);
+    return RunSuiteEntry(kLogger, entry, body);
 }
 
 /// An entry that asks a location: `ask` gets the producer, which is kept meanwhile even if

@@ -12,7 +12,8 @@
 #include <OxTellarSDK/TellarRuntime.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 
-#include "Utils/SuiteEntry.h"
+#include "ExceptionText.h"
+#include "NamedLogger.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::FileStream;
@@ -22,12 +23,10 @@ namespace TELLAR {
 
 namespace {
 
+const NamedLogger kLogger("ScenegraphIteratorHost");
+
 constexpr const char* kRoot = "/root";
 constexpr const char* kRenderRuntime = "renderRuntime";
-
-void LogError(const char* message, int line) {
-    if (IteratorHostLogger().errorEnabled()) IteratorHostLogger().error(message, __FILE__, line);
-}
 
 bool IsRuntimeShared() {
     const char* value = std::getenv("RUNTIME_USE_CONCURRENT");
@@ -64,7 +63,7 @@ GeometryProducer::Ptr CreateRoot(Create create) {
     try {
         root = create();
     } catch (const NoRuntime&) {
-        LogError("Runtime could not be loaded.", __LINE__);
+        kLogger.error("Runtime could not be loaded.");
         return nullptr;
     } catch (const std::exception& error) {
         std::cerr << "Error occurred creating ThreadAwareGeometyProducer.\n"
@@ -73,16 +72,11 @@ GeometryProducer::Ptr CreateRoot(Create create) {
     if (root) return root;
     constexpr const char* kFailure = "Tellar3 producer create failed.";
     std::cerr << kFailure << std::endl;
-    LogError(kFailure, __LINE__);
+    kLogger.error(kFailure);
     return nullptr;
 }
 
 } // namespace
-
-const OxLoggerGlue& IteratorHostLogger() {
-    static const auto* const logger = new OxLoggerGlue("ScenegraphIteratorHost");
-    return *logger;
-}
 
 GeometryProducer::Ptr CreateRootFromOpTreeFile(const char* path) {
     return CreateRoot([&] {
@@ -105,9 +99,7 @@ void FinalizeRenderRuntime(GeometryProducer& producer) {
     const GroupAttribute attrs = client->cookLocation(kRoot).getAttrs();
     for (const char* name : {"liveRenderSettings", "liveRender"}) {
         if (!attrs.getChildByName(name).isValid()) continue;
-        if (IteratorHostLogger().infoEnabled())
-            IteratorHostLogger().info("Runtime finalize deferred while live rendering.", __FILE__,
-                                      __LINE__);
+        kLogger.info("Runtime finalize deferred while live rendering.");
         return;
     }
     if (const auto runtime = client->getRuntime()) runtime->finalize();

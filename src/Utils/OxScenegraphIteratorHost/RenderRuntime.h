@@ -1,16 +1,12 @@
 #ifndef TELLAR_RENDERRUNTIME_H
 #define TELLAR_RENDERRUNTIME_H
 
-#include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarProducers/GeometryProducer.h>
 #include <OxTellarSDK/Attribute.h>
 
 namespace TELLAR {
 
 // The scenes that C plug-ins open, and the end of their renders.
-
-/// "ScenegraphIteratorHost".
-const OxLoggerGlue& IteratorHostLogger();
 
 /// The producer of "/root". Null when there is none, with the reason on the standard error stream
 /// and in the log; does not throw what is derived from std::exception.

@@ -6,7 +6,7 @@
 
 #include <OxConfiguration/Configuration.h>
 
-#include "Utils/RenderOutputLogger.h"
+#include "NamedLogger.h"
 
 namespace TELLAR {
 namespace RenderOutputUtilsHost {
@@ -15,6 +15,8 @@ namespace {
 
 using boost::algorithm::contains;
 using boost::filesystem::path;
+
+const NamedLogger kLogger("RenderOutputUtils");
 
 constexpr const char* kTemplateKey = "OMBRA_TILE_FILENAME";
 
@@ -45,10 +47,8 @@ bool UsesCounts(const std::string& nameTemplate) {
     return contains(nameTemplate, "@COLUMNS@") || contains(nameTemplate, "@ROWS@");
 }
 
-void WarnAboutTemplate(const std::string& nameTemplate, const char* what, int line) {
-    if (Logger().warnEnabled())
-        Logger().warn(std::string(kTemplateKey) + " (defined as \"" + nameTemplate + "\") " + what,
-                      __FILE__, line);
+void WarnAboutTemplate(const std::string& nameTemplate, const char* what, LogPlace place = {}) {
+    kLogger.warn({"{} (defined as \"{}\") {}", place}, kTemplateKey, nameTemplate, what);
 }
 
 /// One placeholder after the other: texts put in may hold placeholders that come later.
@@ -66,10 +66,7 @@ std::string FillIn(std::string text, const TileTexts& texts) {
 
 std::string ProcessTilePath(const std::string& picturePath, const std::vector<int>& tile) {
     if (tile.size() < 2) {
-        if (Logger().errorEnabled())
-            Logger().error("Invalid tile data size. Expected at least two elements (column and "
-                           "row).",
-                           __FILE__, __LINE__);
+        kLogger.error("Invalid tile data size. Expected at least two elements (column and row).");
         return picturePath;
     }
     const path picture(picturePath);
@@ -81,14 +78,12 @@ std::string ProcessTilePath(const std::string& picturePath, const std::vector<in
     const std::string nameTemplate = Config()->get(kTemplateKey);
     if (!IsUsable(nameTemplate)) {
         WarnAboutTemplate(nameTemplate,
-                          "should contain @COLUMN@, @ROW@, @STEM@ and @EXT@, or @DEFAULT@",
-                          __LINE__);
+                          "should contain @COLUMN@, @ROW@, @STEM@ and @EXT@, or @DEFAULT@");
         return defaultPath;
     }
     if (!texts.hasCounts && UsesCounts(nameTemplate))
         WarnAboutTemplate(nameTemplate,
-                          "is using @COLUMNS@ or @ROWS@, but tiles count is not available.",
-                          __LINE__);
+                          "is using @COLUMNS@ or @ROWS@, but tiles count is not available.");
     const path result(FillIn(nameTemplate, texts));
     return result.is_absolute() ? result.string() : (folder / result).string();
 }

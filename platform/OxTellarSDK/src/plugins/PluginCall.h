@@ -4,13 +4,9 @@
 #include <exception>
 #include <string>
 
-namespace OxPluginManager {
+#include "ExceptionText.h"
 
-/// The exception's text. Classes of plug-ins may give null for one.
-inline const char* TextOf(const std::exception& exception) {
-    const char* text = exception.what();
-    return text ? text : "an exception without a text";
-}
+namespace OxPluginManager {
 
 /// Runs code of a plug-in. What it throws ends here and becomes a text; empty for nothing.
 template <typename Call>
@@ -19,7 +15,7 @@ std::string ExceptionFrom(const Call& call) {
         call();
         return {};
     } catch (const std::exception& exception) {
-        return std::string("threw: ") + TextOf(exception);
+        return std::string("threw: ") + TELLAR::TextOf(exception);
     } catch (...) {
         return "threw something that is no std::exception";
     }

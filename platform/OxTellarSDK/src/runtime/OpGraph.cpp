@@ -264,7 +264,7 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
     } catch (const CookError&) {
         throw; // names the Op that failed already
     } catch (const std::exception& error) {
-        reason = OxPluginManager::TextOf(error);
+        reason = TELLAR::TextOf(error);
     } catch (...) {
         reason = "it threw something that is no std::exception";
     }
