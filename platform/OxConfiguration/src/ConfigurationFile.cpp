@@ -10,7 +10,7 @@
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
-#include "RegularFile.h"
+#include "files/RegularFile.h"
 
 namespace {
 

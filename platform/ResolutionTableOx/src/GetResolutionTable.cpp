@@ -14,8 +14,8 @@
 
 #include "BuiltInResolutions.h"
 #include "NamedLogger.h"
-#include "RegularFile.h"
 #include "ResolutionFile.h"
+#include "files/RegularFile.h"
 
 namespace {
 

@@ -22,8 +22,8 @@
 #include "GltfFile.h"
 #include "ObjCheck.h"
 #include "PlyCheck.h"
-#include "RegularFile.h"
 #include "SceneBuilder.h"
+#include "files/RegularFile.h"
 
 namespace TellarSceneImport {
 

@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "RegularFile.h"
+#include "files/RegularFile.h"
 
 namespace OxAttribute {
 

@@ -17,7 +17,7 @@
 
 #include "FileBuffer.h"
 #include "NamedLogger.h"
-#include "RegularFile.h"
+#include "files/RegularFile.h"
 
 namespace OxAttribute {
 

@@ -14,11 +14,13 @@
 #include <OxTellarSDK/GroupBuilder.h>
 
 #include "JsonFields.h"
-#include "NumberText.h"
+#include "text/NumberText.h"
 
 namespace OxAttribute {
 
 namespace {
+
+using namespace TellarInternal;
 
 /// Doubles hold every integer up to here, and no larger one is rounded to one of them.
 constexpr double kLargestExactInteger = 9007199254740991.0; // 2^53 - 1
@@ -224,7 +226,7 @@ private:
             number = std::numeric_limits<T>::quiet_NaN();
             return true;
         }
-        return ReadNumber(text, number) && !std::isfinite(number);
+        return ReadExactNumber(text, number) && !std::isfinite(number);
     }
 
     // ---- groups ----

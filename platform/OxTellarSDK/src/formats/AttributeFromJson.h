@@ -5,14 +5,15 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "JsonTree.h"
+#include "text/JsonTree.h"
 
 namespace OxAttribute {
 
 /// The attribute that a JSON value stands for, plain or in the typed form. `depth` is the
 /// number of groups that will stand around it. Throws std::runtime_error with the place of
 /// what is at fault in front and `where` behind.
-Attribute AttributeFromJson(const JsonValue& value, int depth, const std::string& where);
+Attribute AttributeFromJson(const TellarInternal::JsonValue& value, int depth,
+                            const std::string& where);
 
 } // namespace OxAttribute
 

@@ -6,14 +6,16 @@
 #include <optional>
 #include <stdexcept>
 
-#include "NumberText.h"
 #include "SampleValues.h"
-#include "TextPlace.h"
-#include "Utf8.h"
+#include "text/NumberText.h"
+#include "text/TextPlace.h"
+#include "text/Utf8.h"
 
 namespace OxAttribute {
 
 namespace {
+
+using namespace TellarInternal;
 
 constexpr std::string_view kHexDigits = "0123456789abcdef";
 /// Deeper levels are indented like this one, so that the text of a deep tree stays in
@@ -199,7 +201,7 @@ private:
         for (std::int64_t i = 0; i < attribute.getNumberOfTimeSamples(); ++i) {
             startLine(1);
             out += "<sample time=\"";
-            AppendNumber(out, attribute.getSampleTime(i));
+            AppendExactNumber(out, attribute.getSampleTime(i));
             out += '"';
             closeElement(writeValues(i, 1), "sample");
         }
@@ -242,7 +244,7 @@ private:
                 // A second space sets the tuples of a line apart.
                 out += tupleSize > 1 && i % tupleSize == 0 ? "  " : " ";
             }
-            AppendNumber(out, values[i]);
+            AppendExactNumber(out, values[i]);
         }
         if (!wrap) return;
         out += '\n';
@@ -631,7 +633,7 @@ private:
         if (!timeText) fail(tag.place, "a sample needs a time");
         checkFields(tag);
         float time = 0.0f;
-        if (!ReadNumber(*timeText, time))
+        if (!ReadExactNumber(*timeText, time))
             fail(placeOf(*timeText), quoted(*timeText) + " is not a time");
         if (!samples.times.empty() && !(samples.times.back() < time))
             fail(placeOf(*timeText), "times must ascend");
@@ -660,7 +662,7 @@ private:
             if (at == start) return;
             const std::string_view token = text.substr(start, at - start);
             T value{};
-            if (!ReadNumber(token, value)) fail(start, notANumber<T>(token));
+            if (!ReadExactNumber(token, value)) fail(start, notANumber<T>(token));
             values.push_back(value);
         }
     }

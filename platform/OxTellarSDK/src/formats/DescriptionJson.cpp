@@ -13,11 +13,13 @@
 
 #include "AttributeFromJson.h"
 #include "JsonFields.h"
-#include "JsonTree.h"
+#include "text/JsonTree.h"
 
 namespace OxAttribute {
 
 namespace {
+
+using namespace TellarInternal;
 
 /// A level of groups takes at most three levels of JSON (the typed form, its "children" as an
 /// array, and a child there); the ops, samples and tuples around and in them take a few more.

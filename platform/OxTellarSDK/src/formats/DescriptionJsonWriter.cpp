@@ -6,13 +6,15 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "NumberText.h"
 #include "SampleValues.h"
-#include "Utf8.h"
+#include "text/NumberText.h"
+#include "text/Utf8.h"
 
 namespace OxAttribute {
 
 namespace {
+
+using namespace TellarInternal;
 
 constexpr std::string_view kHexDigits = "0123456789abcdef";
 /// Lines are broken in front of an item that would reach beyond this column.
@@ -405,7 +407,7 @@ private:
                 return;
             }
         }
-        AppendNumber(digits, value);
+        AppendExactNumber(digits, value);
         // Without a point or an exponent it would read back as an integer.
         const bool looksWhole = digits.find_first_of(".e") == std::string::npos;
         if (std::is_same_v<T, double> && looksWhole) digits += ".0";
@@ -415,9 +417,9 @@ private:
     template <typename T>
     void special(T value) {
         std::string word;
-        AppendNumber(word, value);
+        AppendExactNumber(word, value);
         std::string ordinaryNan;
-        AppendNumber(ordinaryNan, std::numeric_limits<T>::quiet_NaN());
+        AppendExactNumber(ordinaryNan, std::numeric_limits<T>::quiet_NaN());
         text.raw("\"");
         text.raw(word == ordinaryNan ? "nan" : word);
         text.raw("\"");

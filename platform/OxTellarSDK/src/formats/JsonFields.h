@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "JsonTree.h"
+#include "text/JsonTree.h"
 
 namespace OxAttribute {
 
@@ -21,9 +21,9 @@ class JsonFields {
 public:
     /// Throws std::runtime_error with the place of a key that is not `known` or is given
     /// twice in front, and `where` behind.
-    JsonFields(const JsonValue& object, std::initializer_list<std::string_view> known,
-               const std::string& where) {
-        for (const JsonValue::Member& member : object.members()) {
+    JsonFields(const TellarInternal::JsonValue& object,
+               std::initializer_list<std::string_view> known, const std::string& where) {
+        for (const TellarInternal::JsonValue::Member& member : object.members()) {
             const std::string_view key = member.key.text();
             if (std::find(known.begin(), known.end(), key) == known.end())
                 member.key.fail("unknown key " + Quoted(key) + where);
@@ -32,14 +32,14 @@ public:
         }
     }
 
-    std::optional<JsonValue> find(std::string_view key) const {
+    std::optional<TellarInternal::JsonValue> find(std::string_view key) const {
         const auto found = byKey.find(key);
         if (found == byKey.end()) return std::nullopt;
         return found->second;
     }
 
 private:
-    std::map<std::string_view, JsonValue> byKey;
+    std::map<std::string_view, TellarInternal::JsonValue> byKey;
 };
 
 } // namespace OxAttribute

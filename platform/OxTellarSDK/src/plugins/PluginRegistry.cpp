@@ -5,10 +5,10 @@
 #include <system_error>
 #include <utility>
 
-#include "FolderFiles.h"
 #include "NamedLogger.h"
 #include "PluginCall.h"
 #include "SharedLibrary.h"
+#include "files/FolderFiles.h"
 
 namespace OxPluginManager {
 
@@ -34,7 +34,7 @@ std::string folderPath(const std::string& path) {
 
 std::vector<std::string> moduleFilesIn(const std::string& folder, std::error_code& code) {
     std::vector<std::string> files;
-    for (std::string& file : FolderFiles(folder, code)) {
+    for (std::string& file : TellarInternal::FolderFiles(folder, code)) {
         std::error_code ignored;
         const fs::path path = file;
         const bool isModule = path.extension() == kModuleSuffix;

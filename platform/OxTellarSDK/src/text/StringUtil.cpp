@@ -5,7 +5,7 @@
 #include <limits>
 #include <optional>
 
-#include "HomeFolder.h"
+#include "files/HomeFolder.h"
 
 namespace OxStringUtil {
 
@@ -96,7 +96,7 @@ VariableReference parseReference(std::string_view text) {
 
 std::optional<std::string> homeFolder(const std::string& userName) {
     const char* home = userName.empty() ? std::getenv("HOME") : nullptr;
-    return home ? std::string(home) : HomeFolderOf(userName);
+    return home ? std::string(home) : TellarInternal::HomeFolderOf(userName);
 }
 
 } // namespace

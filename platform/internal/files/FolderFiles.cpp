@@ -1,4 +1,4 @@
-#include "FolderFiles.h"
+#include "files/FolderFiles.h"
 
 #ifdef _WIN32
 #include <filesystem>
@@ -10,7 +10,7 @@
 #include <string_view>
 #endif
 
-namespace OxPluginManager {
+namespace TellarInternal {
 
 #ifdef _WIN32
 
@@ -48,4 +48,4 @@ std::vector<std::string> FolderFiles(const std::string& folder, std::error_code&
 
 #endif
 
-} // namespace OxPluginManager
+} // namespace TellarInternal

@@ -1,8 +1,8 @@
-#include "TextPlace.h"
+#include "text/TextPlace.h"
 
 #include <algorithm>
 
-namespace OxAttribute {
+namespace TellarInternal {
 
 std::string TextPlace(std::string_view source, std::string_view text, std::size_t offset) {
     const std::string_view before = text.substr(0, std::min(offset, text.size()));
@@ -14,4 +14,4 @@ std::string TextPlace(std::string_view source, std::string_view text, std::size_
     return std::string(source) + ':' + std::to_string(line) + ':' + std::to_string(column) + ": ";
 }
 
-} // namespace OxAttribute
+} // namespace TellarInternal

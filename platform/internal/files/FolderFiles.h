@@ -1,11 +1,11 @@
-#ifndef OXTELLARSDK_FOLDERFILES_H
-#define OXTELLARSDK_FOLDERFILES_H
+#ifndef TELLARINTERNAL_FOLDERFILES_H
+#define TELLARINTERNAL_FOLDERFILES_H
 
 #include <string>
 #include <system_error>
 #include <vector>
 
-namespace OxPluginManager {
+namespace TellarInternal {
 
 /// The paths of what lies in a folder, folders included, in no order; "." and ".." are left out.
 /// When the folder cannot be read, the system's reason is assigned. Throws std::bad_alloc when
@@ -13,6 +13,6 @@ namespace OxPluginManager {
 /// process.
 std::vector<std::string> FolderFiles(const std::string& folder, std::error_code& code);
 
-} // namespace OxPluginManager
+} // namespace TellarInternal
 
 #endif

@@ -1,12 +1,12 @@
-#ifndef OXTELLARSDK_JSONTREE_H
-#define OXTELLARSDK_JSONTREE_H
+#ifndef TELLARINTERNAL_JSONTREE_H
+#define TELLARINTERNAL_JSONTREE_H
 
 #include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
 
-namespace OxAttribute {
+namespace TellarInternal {
 
 enum class JsonKind : unsigned char { Null, False, True, Number, String, Array, Object };
 
@@ -82,6 +82,6 @@ struct JsonValue::Member {
     JsonValue value;
 };
 
-} // namespace OxAttribute
+} // namespace TellarInternal
 
 #endif

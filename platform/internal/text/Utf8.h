@@ -1,10 +1,10 @@
-#ifndef OXTELLARSDK_UTF8_H
-#define OXTELLARSDK_UTF8_H
+#ifndef TELLARINTERNAL_UTF8_H
+#define TELLARINTERNAL_UTF8_H
 
 #include <cstddef>
 #include <string_view>
 
-namespace OxAttribute {
+namespace TellarInternal {
 
 /// How many bytes the well-formed UTF-8 character at the start of `bytes` has: 1 to 4, or
 /// 0 when there is none (overlong forms and surrogates are not well-formed).
@@ -38,6 +38,6 @@ inline bool IsUtf8(std::string_view bytes) {
     return true;
 }
 
-} // namespace OxAttribute
+} // namespace TellarInternal
 
 #endif

@@ -1,10 +1,12 @@
-#include "HomeFolder.h"
+#include "files/HomeFolder.h"
 
 #include <cerrno>
 #include <vector>
 
 #include <pwd.h>
 #include <unistd.h>
+
+namespace TellarInternal {
 
 std::optional<std::string> HomeFolderOf(const std::string& userName) {
     // The system says "too small" with ERANGE; past a megabyte something else is wrong.
@@ -23,3 +25,5 @@ std::optional<std::string> HomeFolderOf(const std::string& userName) {
     }
     return std::nullopt;
 }
+
+} // namespace TellarInternal

@@ -1,4 +1,4 @@
-#include "JsonTree.h"
+#include "text/JsonTree.h"
 
 #include <stdexcept>
 #include <utility>
@@ -6,9 +6,9 @@
 #include <rapidjson/error/en.h>
 #include <rapidjson/reader.h>
 
-#include "TextPlace.h"
+#include "text/TextPlace.h"
 
-namespace OxAttribute {
+namespace TellarInternal {
 
 namespace {
 
@@ -183,4 +183,4 @@ void JsonValue::fail(const std::string& what) const {
     throw std::runtime_error(TextPlace(tree->source, tree->text, node().place) + what);
 }
 
-} // namespace OxAttribute
+} // namespace TellarInternal
