@@ -1,7 +1,6 @@
 #include <OxPluginHost/OxPluginHost.h>
 
 #include <atomic>
-#include <cstddef>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -18,6 +17,7 @@
 #include <OxTellarSDK/PluginManager.h>
 
 #include "SuiteEntry.h"
+#include "SuiteTable.h"
 
 namespace {
 
@@ -29,28 +29,11 @@ const NamedLogger kLogger("PluginHost");
 constexpr const char* kAttributeSuiteName = "AttributeHost";
 constexpr unsigned int kAttributeSuiteVersion = 1;
 
-#define TELLAR_IS_MEMBER(index, member)                                                            \
-    (offsetof(OxPluginHost, member) == (index) * sizeof(void*) &&                                  \
-     sizeof(OxPluginHost::member) == sizeof(void*))
-static_assert(TELLAR_IS_MEMBER(0, recordVersion));
-static_assert(TELLAR_IS_MEMBER(1, name));
-static_assert(TELLAR_IS_MEMBER(2, version));
-static_assert(TELLAR_IS_MEMBER(3, getSuite));
-static_assert(TELLAR_IS_MEMBER(4, getNewestSuiteVersion));
-static_assert(TELLAR_IS_MEMBER(5, getPluginName));
-static_assert(TELLAR_IS_MEMBER(6, getPluginSuite));
-static_assert(TELLAR_IS_MEMBER(7, getConfiguration));
-static_assert(TELLAR_IS_MEMBER(8, isLogged));
-static_assert(TELLAR_IS_MEMBER(9, log));
-static_assert(TELLAR_IS_MEMBER(10, registerSuite), "libraries call the eleventh member");
-static_assert(sizeof(OxPluginHost) == 11 * sizeof(void*));
-#undef TELLAR_IS_MEMBER
-
 // What registerSuite answers.
 enum RegistrationStatus { kRegistered = 0, kNotUsable = 1, kTaken = 2, kFailed = 3 };
 
 template <typename Body>
-auto Guarded(const SuiteEntry& entry, Body body) noexcept {
+auto Enter(const SuiteEntry& entry, Body body) noexcept {
     return TELLAR::RunSuiteEntry(kLogger, entry, body);
 }
 
@@ -119,7 +102,7 @@ void RegisterOwnSuitesOnce() {
 
 const void* GetSuite(const char* apiName, unsigned int apiVersion) {
     if (!apiName) return nullptr;
-    return Guarded("getSuite", [&] {
+    return Enter("getSuite", [&] {
         RegisterOwnSuitesOnce();
         return GetSuiteTable().find(apiName, apiVersion);
     });
@@ -127,12 +110,12 @@ const void* GetSuite(const char* apiName, unsigned int apiVersion) {
 
 unsigned int GetNewestSuiteVersion(const char* apiName) {
     if (!apiName) return 0;
-    return Guarded("getNewestSuiteVersion", [&] { return GetSuiteTable().newestVersion(apiName); });
+    return Enter("getNewestSuiteVersion", [&] { return GetSuiteTable().newestVersion(apiName); });
 }
 
 const char* GetPluginName(const char* apiName, unsigned int apiVersion, unsigned int index) {
     if (!apiName) return nullptr;
-    return Guarded("getPluginName", [&] {
+    return Enter("getPluginName", [&] {
         std::vector<std::string> names;
         PluginManager::getPluginNames(apiName, names, apiVersion);
         return index < names.size() ? Interned(names[index]) : nullptr;
@@ -141,7 +124,7 @@ const char* GetPluginName(const char* apiName, unsigned int apiVersion, unsigned
 
 const void* GetPluginSuite(const char* pluginName, const char* apiName, unsigned int apiVersion) {
     if (!pluginName || !apiName) return nullptr;
-    return Guarded("getPluginSuite", [&] {
+    return Enter("getPluginSuite", [&] {
         return PluginManager::getPluginSuite(
             PluginManager::getPlugin(pluginName, apiName, apiVersion));
     });
@@ -149,7 +132,7 @@ const void* GetPluginSuite(const char* pluginName, const char* apiName, unsigned
 
 OxAttributeStruct* GetConfiguration(const char* key) {
     if (!key) return nullptr;
-    return Guarded("getConfiguration", [&]() -> OxAttributeStruct* {
+    return Enter("getConfiguration", [&]() -> OxAttributeStruct* {
         if (!Config()->has(key)) return nullptr;
         const std::string value = Config()->get(key);
         // It may have gone in between; an empty value is one all the same.
@@ -164,7 +147,7 @@ OxAttributeStruct* GetConfiguration(const char* key) {
 
 int IsLogged(const char* loggerName, int level) {
     if (!loggerName) return 0;
-    return Guarded("isLogged", [&] {
+    return Enter("isLogged", [&] {
         const OxLogLevel threshold = OxLoggingGetLevel(loggerName);
         switch (level) {
         case kOxLogDebug:
@@ -184,7 +167,7 @@ int IsLogged(const char* loggerName, int level) {
 void Log(const char* loggerName, int level, const char* message, const char* file, int line) {
     // Asked first: it costs less than the logger and the text, and knows the levels.
     if (!message || !IsLogged(loggerName, level)) return;
-    Guarded("log", [&] {
+    Enter("log", [&] {
         const OxLoggerGlue named(loggerName);
         if (level == kOxLogDebug) named.debug(message, file, line);
         if (level == kOxLogInfo) named.info(message, file, line);
@@ -215,21 +198,27 @@ RegistrationStatus TryToRegister(const void* suite, const char* apiName, unsigne
 
 int RegisterSuite(const void* suite, const char* apiName, unsigned int apiVersion) {
     RegistrationStatus status = kFailed;
-    Guarded("registerSuite", [&] { status = TryToRegister(suite, apiName, apiVersion); });
+    Enter("registerSuite", [&] { status = TryToRegister(suite, apiName, apiVersion); });
     return status;
 }
 
-OxPluginHost hostRecord = {OX_PLUGIN_HOST_RECORD_VERSION,
-                           "OxPluginHost",
-                           OXPLUGINHOST_VERSION,
-                           GetSuite,
-                           GetNewestSuiteVersion,
-                           GetPluginName,
-                           GetPluginSuite,
-                           GetConfiguration,
-                           IsLogged,
-                           Log,
-                           RegisterSuite};
+constexpr OxPluginHost MakeHostRecord() {
+    static_assert(sizeof(OxPluginHost) == 11 * sizeof(void*));
+    OxPluginHost record{};
+    TELLAR_SET_SLOT(record, 0, recordVersion, OX_PLUGIN_HOST_RECORD_VERSION);
+    TELLAR_SET_SLOT(record, 1, name, "OxPluginHost");
+    TELLAR_SET_SLOT(record, 2, version, OXPLUGINHOST_VERSION);
+    TELLAR_SET_SLOT(record, 3, getSuite, GetSuite);
+    TELLAR_SET_SLOT(record, 4, getNewestSuiteVersion, GetNewestSuiteVersion);
+    TELLAR_SET_SLOT(record, 5, getPluginName, GetPluginName);
+    TELLAR_SET_SLOT(record, 6, getPluginSuite, GetPluginSuite);
+    TELLAR_SET_SLOT(record, 7, getConfiguration, GetConfiguration);
+    TELLAR_SET_SLOT(record, 8, isLogged, IsLogged);
+    TELLAR_SET_SLOT(record, 9, log, Log);
+    TELLAR_SET_SLOT(record, 10, registerSuite, RegisterSuite);
+    return record;
+}
+OxPluginHost hostRecord = MakeHostRecord();
 
 /// Gives the host to the plug-in manager, and through it to plug-ins that are loaded already.
 ///
@@ -242,7 +231,7 @@ void HandToPluginManagerOnce() {
     thread_local bool isUnderWay = false;
     if (isDone.load(std::memory_order_acquire) || isUnderWay) return;
     isUnderWay = true;
-    const bool isGiven = Guarded("OxGetPluginHost", [] {
+    const bool isGiven = Enter("OxGetPluginHost", [] {
         PluginManager::setHost(&hostRecord);
         return true;
     });
@@ -253,7 +242,7 @@ void HandToPluginManagerOnce() {
 } // namespace
 
 OxPluginHost* OxGetPluginHost() {
-    Guarded("OxGetPluginHost", [] { RegisterOwnSuitesOnce(); });
+    Enter("OxGetPluginHost", [] { RegisterOwnSuitesOnce(); });
     HandToPluginManagerOnce();
     return &hostRecord;
 }

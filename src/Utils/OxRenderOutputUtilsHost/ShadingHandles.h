@@ -1,24 +1,22 @@
-#ifndef TELLAR_SHADINGHANDLES_H
-#define TELLAR_SHADINGHANDLES_H
+#ifndef OXTELLARPRODUCERS_SHADINGHANDLES_H
+#define OXTELLARPRODUCERS_SHADINGHANDLES_H
 
 #include <cstdint>
-#include <string>
 
 #include <boost/smart_ptr/shared_ptr.hpp>
 
 #include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
 #include <OxTellarProducers/ShadingNodeDescription.h>
 
-// The objects behind the C handles onto shading networks. Null in gives null, 0 or "".
+// The objects behind the C handles onto shading networks.
 
-/// The object behind a handle onto a node or a connection: a count, and a shared pointer to what
-/// `kind` says, as every handle of the suite has them. The kind lies in the gap between the two.
+/// The head of the handles onto nodes and connections, which share one type in C. Each has a count
+/// and one shared pointer, like every handle of the suite; the kind lies in the gap between them.
 struct OxShadingStruct {
     enum Kind : std::int16_t { kNode, kConnection };
 
     std::int32_t refCount; // not atomic: a handle is for one thread at a time
     Kind kind;
-    boost::shared_ptr<const void> described; // never null
 };
 
 struct OxShadingNodeMapStruct {
@@ -28,24 +26,26 @@ struct OxShadingNodeMapStruct {
 namespace TELLAR {
 namespace RenderOutputUtilsHost {
 
+struct NodeHandle : OxShadingStruct {
+    boost::shared_ptr<const ShadingNodeDescription> node; // never null
+};
+
+struct ConnectionHandle : OxShadingStruct {
+    boost::shared_ptr<const ShadingNodeConnectionDescription> connection; // never null
+};
+
+/// New handles with a count of 1; null for null.
 OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeDescription> node);
 OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeConnectionDescription> connection);
 
-/// The node or the connection behind a handle, with a reference of the caller's; null when the
-/// handle is null or one of the other kind.
+/// What a handle refers to; null for null and for a handle of the other kind.
 boost::shared_ptr<const ShadingNodeDescription> NodeOf(const OxShadingStruct* handle) noexcept;
 boost::shared_ptr<const ShadingNodeConnectionDescription>
 ConnectionOf(const OxShadingStruct* handle) noexcept;
 
+// Both accept null.
 void RetainShading(OxShadingStruct* handle) noexcept;
 void ReleaseShading(OxShadingStruct* handle) noexcept;
-
-/// A node's or a connection's name.
-const char* FirstText(OxShadingStruct* handle) noexcept;
-/// A node's type, or the port that feeds a connection.
-const char* SecondText(OxShadingStruct* handle) noexcept;
-/// The node that feeds a connection.
-const char* ThirdText(OxShadingStruct* connection) noexcept;
 
 } // namespace RenderOutputUtilsHost
 } // namespace TELLAR

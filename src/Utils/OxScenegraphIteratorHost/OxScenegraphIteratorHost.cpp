@@ -1,6 +1,5 @@
 #include "OxScenegraphIteratorHost.h"
 
-#include <cstddef>
 #include <set>
 #include <string>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "OxSgIteratorStruct.h"
 #include "RenderRuntime.h"
 #include "SuiteEntry.h"
+#include "SuiteTable.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::StringAttribute;
@@ -24,13 +24,12 @@ using OldSuite = OxScenegraphIteratorHostSuite_v2;
 
 const NamedLogger kLogger("ScenegraphIteratorHost");
 
-// What goes to C: a location in a handle that is still to be retained, an attribute with its
-// reference.
-
+/// A new handle, whose count is still 0.
 OxSgIteratorStruct* ToC(GeometryProducer::Ptr producer) {
     return OxGeometryProducerToHandle(std::move(producer));
 }
 
+/// A handle that carries the attribute's reference.
 OxAttributeStruct* ToC(Attribute attribute) {
     return attribute.detach();
 }
@@ -40,8 +39,8 @@ auto Enter(const SuiteEntry& entry, Body body) {
     return RunSuiteEntry(kLogger, entry, body);
 }
 
-/// An entry that asks a location: `ask` gets the producer, which is kept meanwhile even if
-/// another thread releases the handle. A null handle gives null.
+/// An entry that asks a location. The producer is kept during the call, even if another thread
+/// releases the handle. A null handle gives null.
 template <typename Ask>
 auto EnterWith(const SuiteEntry& entry, OxSgIteratorStruct* iterator, Ask ask) {
     return Enter(entry, [&] {
@@ -152,104 +151,65 @@ void FinalizeRuntime(OxSgIteratorStruct* iterator) {
               [](GeometryProducer& location) { FinalizeRenderRuntime(location); });
 }
 
-Suite MakeSuite() {
+constexpr Suite MakeSuite() {
+    static_assert(sizeof(Suite) == 19 * sizeof(void*));
     Suite suite{};
-    suite.retainIterator = RetainIterator;
-    suite.releaseIterator = ReleaseIterator;
-    suite.loadOpTreeDescription = LoadOpTreeDescription;
-    suite.createRootIteratorFromOpTreeFile = CreateRootIteratorFromOpTreeFile;
-    suite.createRootIteratorFromOpTreeDescription = CreateRootIteratorFromOpTreeDescription;
-    suite.getFirstChild = GetFirstChild;
-    suite.getNextSibling = GetNextSibling;
-    suite.getParent = GetParent;
-    suite.getRoot = GetRoot;
-    suite.getChildByName = GetChildByName;
-    suite.getProducerByPath = GetProducerByPath;
-    suite.getName = GetName;
-    suite.getFullName = GetFullName;
-    suite.getAttribute = GetAttribute;
-    suite.getGlobalAttribute = GetGlobalAttribute;
-    suite.getAttributeNames = GetAttributeNames;
-    suite.getGlobalXFormGroup = GetGlobalXFormGroup;
-    suite.getPotentialChildren = GetPotentialChildren;
-    suite.finalizeRuntime = FinalizeRuntime;
+    TELLAR_SET_SLOT(suite, 0, retainIterator, RetainIterator);
+    TELLAR_SET_SLOT(suite, 1, releaseIterator, ReleaseIterator);
+    TELLAR_SET_SLOT(suite, 2, loadOpTreeDescription, LoadOpTreeDescription);
+    TELLAR_SET_SLOT(suite, 3, createRootIteratorFromOpTreeFile, CreateRootIteratorFromOpTreeFile);
+    TELLAR_SET_SLOT(suite, 4, createRootIteratorFromOpTreeDescription,
+                    CreateRootIteratorFromOpTreeDescription);
+    TELLAR_SET_SLOT(suite, 5, getFirstChild, GetFirstChild);
+    TELLAR_SET_SLOT(suite, 6, getNextSibling, GetNextSibling);
+    TELLAR_SET_SLOT(suite, 7, getParent, GetParent);
+    TELLAR_SET_SLOT(suite, 8, getRoot, GetRoot);
+    TELLAR_SET_SLOT(suite, 9, getChildByName, GetChildByName);
+    TELLAR_SET_SLOT(suite, 10, getProducerByPath, GetProducerByPath);
+    TELLAR_SET_SLOT(suite, 11, getName, GetName);
+    TELLAR_SET_SLOT(suite, 12, getFullName, GetFullName);
+    TELLAR_SET_SLOT(suite, 13, getAttribute, GetAttribute);
+    TELLAR_SET_SLOT(suite, 14, getGlobalAttribute, GetGlobalAttribute);
+    TELLAR_SET_SLOT(suite, 15, getAttributeNames, GetAttributeNames);
+    TELLAR_SET_SLOT(suite, 16, getGlobalXFormGroup, GetGlobalXFormGroup);
+    TELLAR_SET_SLOT(suite, 17, getPotentialChildren, GetPotentialChildren);
+    TELLAR_SET_SLOT(suite, 18, finalizeRuntime, FinalizeRuntime);
     return suite;
 }
+constexpr Suite kSuite = MakeSuite();
 
-OldSuite MakeOldSuite(const Suite& suite) {
+constexpr OldSuite MakeOldSuite() {
+    static_assert(sizeof(OldSuite) == 16 * sizeof(void*));
     OldSuite old{};
-    old.retainIterator = suite.retainIterator;
-    old.releaseIterator = suite.releaseIterator;
-    old.createRootIteratorFromOpTreeFile = suite.createRootIteratorFromOpTreeFile;
-    old.getFirstChild = suite.getFirstChild;
-    old.getNextSibling = suite.getNextSibling;
-    old.getParent = suite.getParent;
-    old.getRoot = suite.getRoot;
-    old.getChildByName = suite.getChildByName;
-    old.getProducerByPath = suite.getProducerByPath;
-    old.getName = suite.getName;
-    old.getFullName = suite.getFullName;
-    old.getAttribute = suite.getAttribute;
-    old.getGlobalAttribute = suite.getGlobalAttribute;
-    old.getAttributeNames = suite.getAttributeNames;
-    old.getGlobalXFormGroup = suite.getGlobalXFormGroup;
-    old.getPotentialChildren = suite.getPotentialChildren;
+    TELLAR_SET_SLOT(old, 0, retainIterator, kSuite.retainIterator);
+    TELLAR_SET_SLOT(old, 1, releaseIterator, kSuite.releaseIterator);
+    TELLAR_SET_SLOT(old, 2, createRootIteratorFromOpTreeFile,
+                    kSuite.createRootIteratorFromOpTreeFile);
+    TELLAR_SET_SLOT(old, 3, getFirstChild, kSuite.getFirstChild);
+    TELLAR_SET_SLOT(old, 4, getNextSibling, kSuite.getNextSibling);
+    TELLAR_SET_SLOT(old, 5, getParent, kSuite.getParent);
+    TELLAR_SET_SLOT(old, 6, getRoot, kSuite.getRoot);
+    TELLAR_SET_SLOT(old, 7, getChildByName, kSuite.getChildByName);
+    TELLAR_SET_SLOT(old, 8, getProducerByPath, kSuite.getProducerByPath);
+    TELLAR_SET_SLOT(old, 9, getName, kSuite.getName);
+    TELLAR_SET_SLOT(old, 10, getFullName, kSuite.getFullName);
+    TELLAR_SET_SLOT(old, 11, getAttribute, kSuite.getAttribute);
+    TELLAR_SET_SLOT(old, 12, getGlobalAttribute, kSuite.getGlobalAttribute);
+    TELLAR_SET_SLOT(old, 13, getAttributeNames, kSuite.getAttributeNames);
+    TELLAR_SET_SLOT(old, 14, getGlobalXFormGroup, kSuite.getGlobalXFormGroup);
+    TELLAR_SET_SLOT(old, 15, getPotentialChildren, kSuite.getPotentialChildren);
     return old;
 }
-
-constexpr std::size_t Slot(std::size_t offset) {
-    return offset / sizeof(void*);
-}
-
-static_assert(sizeof(Suite) == 19 * sizeof(void*), "19 slots, for ever");
-static_assert(Slot(offsetof(Suite, retainIterator)) == 0);
-static_assert(Slot(offsetof(Suite, releaseIterator)) == 1);
-static_assert(Slot(offsetof(Suite, loadOpTreeDescription)) == 2);
-static_assert(Slot(offsetof(Suite, createRootIteratorFromOpTreeFile)) == 3);
-static_assert(Slot(offsetof(Suite, createRootIteratorFromOpTreeDescription)) == 4);
-static_assert(Slot(offsetof(Suite, getFirstChild)) == 5);
-static_assert(Slot(offsetof(Suite, getNextSibling)) == 6);
-static_assert(Slot(offsetof(Suite, getParent)) == 7);
-static_assert(Slot(offsetof(Suite, getRoot)) == 8);
-static_assert(Slot(offsetof(Suite, getChildByName)) == 9);
-static_assert(Slot(offsetof(Suite, getProducerByPath)) == 10);
-static_assert(Slot(offsetof(Suite, getName)) == 11);
-static_assert(Slot(offsetof(Suite, getFullName)) == 12);
-static_assert(Slot(offsetof(Suite, getAttribute)) == 13);
-static_assert(Slot(offsetof(Suite, getGlobalAttribute)) == 14);
-static_assert(Slot(offsetof(Suite, getAttributeNames)) == 15);
-static_assert(Slot(offsetof(Suite, getGlobalXFormGroup)) == 16);
-static_assert(Slot(offsetof(Suite, getPotentialChildren)) == 17);
-static_assert(Slot(offsetof(Suite, finalizeRuntime)) == 18);
-
-static_assert(sizeof(OldSuite) == 16 * sizeof(void*), "16 slots, for ever");
-static_assert(Slot(offsetof(OldSuite, retainIterator)) == 0);
-static_assert(Slot(offsetof(OldSuite, releaseIterator)) == 1);
-static_assert(Slot(offsetof(OldSuite, createRootIteratorFromOpTreeFile)) == 2);
-static_assert(Slot(offsetof(OldSuite, getFirstChild)) == 3);
-static_assert(Slot(offsetof(OldSuite, getNextSibling)) == 4);
-static_assert(Slot(offsetof(OldSuite, getParent)) == 5);
-static_assert(Slot(offsetof(OldSuite, getRoot)) == 6);
-static_assert(Slot(offsetof(OldSuite, getChildByName)) == 7);
-static_assert(Slot(offsetof(OldSuite, getProducerByPath)) == 8);
-static_assert(Slot(offsetof(OldSuite, getName)) == 9);
-static_assert(Slot(offsetof(OldSuite, getFullName)) == 10);
-static_assert(Slot(offsetof(OldSuite, getAttribute)) == 11);
-static_assert(Slot(offsetof(OldSuite, getGlobalAttribute)) == 12);
-static_assert(Slot(offsetof(OldSuite, getAttributeNames)) == 13);
-static_assert(Slot(offsetof(OldSuite, getGlobalXFormGroup)) == 14);
-static_assert(Slot(offsetof(OldSuite, getPotentialChildren)) == 15);
+constexpr OldSuite kOldSuite = MakeOldSuite();
 
 } // namespace
 
 const Suite* GetScenegraphIteratorHostSuite_v3() {
-    static const Suite suite = MakeSuite();
-    return &suite;
+    return &kSuite;
 }
 
 const OldSuite* GetScenegraphIteratorHostSuite_v2() {
-    static const OldSuite suite = MakeOldSuite(*GetScenegraphIteratorHostSuite_v3());
-    return &suite;
+    return &kOldSuite;
 }
 
 } // namespace TELLAR

@@ -1,7 +1,6 @@
 #include <OxTellarSDK/AttributeSuite.h>
 
 #include <atomic>
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -9,6 +8,7 @@
 
 #include "AttributeNode.h"
 #include "SuiteEntry.h"
+#include "SuiteTable.h"
 
 namespace OxAttribute {
 
@@ -19,11 +19,11 @@ using TELLAR::SuiteEntry;
 const NamedLogger kLogger("AttributeHost");
 
 template <typename Body>
-auto Guarded(const SuiteEntry& entry, Body body) noexcept {
+auto Enter(const SuiteEntry& entry, Body body) noexcept {
     return TELLAR::RunSuiteEntry(kLogger, entry, body);
 }
 
-/// A handle of ours over a borrowed C one.
+/// The attribute behind a borrowed C handle.
 Attribute View(const OxAttributeStruct* handle) {
     return Attribute::CreateAndRetain(const_cast<OxAttributeStruct*>(handle));
 }
@@ -46,13 +46,13 @@ std::int32_t GetType(const OxAttributeStruct* handle) {
 
 void GetHash(const OxAttributeStruct* handle, std::uint64_t words[2]) {
     if (!words) return;
-    const Hash hash = Guarded("getHash", [&] { return View(handle).getHash(); });
+    const Hash hash = Enter("getHash", [&] { return View(handle).getHash(); });
     words[0] = hash.words[0];
     words[1] = hash.words[1];
 }
 
 std::int32_t IsEqual(const OxAttributeStruct* a, const OxAttributeStruct* b) {
-    return Guarded("isEqual", [&] { return static_cast<std::int32_t>(View(a) == View(b)); });
+    return Enter("isEqual", [&] { return static_cast<std::int32_t>(View(a) == View(b)); });
 }
 
 std::int64_t GetTupleSize(const OxAttributeStruct* handle) {
@@ -94,14 +94,14 @@ const char* GetChildName(const OxAttributeStruct* handle, std::int64_t index) {
 }
 
 OxAttributeStruct* GetChildByIndex(const OxAttributeStruct* handle, std::int64_t index) {
-    return Guarded("getChildByIndex",
-                   [&] { return GroupAttribute(View(handle)).getChildByIndex(index).detach(); });
+    return Enter("getChildByIndex",
+                 [&] { return GroupAttribute(View(handle)).getChildByIndex(index).detach(); });
 }
 
 OxAttributeStruct* GetChildByName(const OxAttributeStruct* handle, const char* path) {
     if (!path) return nullptr;
-    return Guarded("getChildByName",
-                   [&] { return GroupAttribute(View(handle)).getChildByName(path).detach(); });
+    return Enter("getChildByName",
+                 [&] { return GroupAttribute(View(handle)).getChildByName(path).detach(); });
 }
 
 std::int32_t GetGroupInherit(const OxAttributeStruct* handle) {
@@ -113,7 +113,7 @@ template <typename T>
 OxAttributeStruct* CreateNumbers(const SuiteEntry& entry, const T* values, std::int64_t count,
                                  std::int64_t tupleSize) {
     if (tupleSize < 1 || count < 0 || (count > 0 && !values)) return nullptr;
-    return Guarded(entry, [&] { return NumericAttribute<T>(values, count, tupleSize).detach(); });
+    return Enter(entry, [&] { return NumericAttribute<T>(values, count, tupleSize).detach(); });
 }
 
 OxAttributeStruct* CreateInt(const std::int32_t* values, std::int64_t count,
@@ -132,7 +132,7 @@ OxAttributeStruct* CreateDouble(const double* values, std::int64_t count, std::i
 OxAttributeStruct* CreateString(const char* const* values, std::int64_t count,
                                 std::int64_t tupleSize) {
     if (tupleSize < 1 || count < 0 || (count > 0 && !values)) return nullptr;
-    return Guarded("createString", [&] {
+    return Enter("createString", [&] {
         std::vector<std::string_view> strings;
         for (std::int64_t i = 0; i < count; ++i)
             strings.emplace_back(values[i] ? values[i] : "");
@@ -141,13 +141,13 @@ OxAttributeStruct* CreateString(const char* const* values, std::int64_t count,
 }
 
 OxAttributeStruct* CreateNull() {
-    return Guarded("createNull", [] { return NullAttribute().detach(); });
+    return Enter("createNull", [] { return NullAttribute().detach(); });
 }
 
 OxAttributeStruct* CreateGroup(const char* const* names, OxAttributeStruct* const* children,
                                std::int64_t count, std::int32_t inherit) {
     if (count < 0 || (count > 0 && (!names || !children))) return nullptr;
-    return Guarded("createGroup", [&] {
+    return Enter("createGroup", [&] {
         std::vector<GroupAttribute::Child> list;
         for (std::int64_t i = 0; i < count; ++i)
             list.emplace_back(names[i] ? names[i] : "", View(children[i]));
@@ -157,41 +157,40 @@ OxAttributeStruct* CreateGroup(const char* const* names, OxAttributeStruct* cons
 
 OxAttributeStruct* GetXml(const OxAttributeStruct* handle) {
     if (!handle) return nullptr;
-    return Guarded("getXml", [&] { return StringAttribute(View(handle).getXML()).detach(); });
+    return Enter("getXml", [&] { return StringAttribute(View(handle).getXML()).detach(); });
 }
 
-constexpr OxAttributeSuite_v1 kBuiltInSuite = {
-    Retain,
-    Release,
-    GetType,
-    GetHash,
-    IsEqual,
-    GetTupleSize,
-    GetNumberOfValues,
-    GetNumberOfTimeSamples,
-    GetSampleTime,
-    GetSample<std::int32_t>,
-    GetSample<float>,
-    GetSample<double>,
-    GetString,
-    GetNumberOfChildren,
-    GetChildName,
-    GetChildByIndex,
-    GetChildByName,
-    GetGroupInherit,
-    CreateInt,
-    CreateFloat,
-    CreateDouble,
-    CreateString,
-    CreateNull,
-    CreateGroup,
-    GetXml,
-};
-
-static_assert(sizeof(OxAttributeSuite_v1) == 25 * sizeof(void*), "25 slots, for ever");
-static_assert(offsetof(OxAttributeSuite_v1, getString) == 12 * sizeof(void*));
-static_assert(offsetof(OxAttributeSuite_v1, createInt) == 18 * sizeof(void*));
-static_assert(offsetof(OxAttributeSuite_v1, getXml) == 24 * sizeof(void*));
+constexpr OxAttributeSuite_v1 MakeBuiltInSuite() {
+    static_assert(sizeof(OxAttributeSuite_v1) == 25 * sizeof(void*));
+    OxAttributeSuite_v1 suite{};
+    TELLAR_SET_SLOT(suite, 0, retain, Retain);
+    TELLAR_SET_SLOT(suite, 1, release, Release);
+    TELLAR_SET_SLOT(suite, 2, getType, GetType);
+    TELLAR_SET_SLOT(suite, 3, getHash, GetHash);
+    TELLAR_SET_SLOT(suite, 4, isEqual, IsEqual);
+    TELLAR_SET_SLOT(suite, 5, getTupleSize, GetTupleSize);
+    TELLAR_SET_SLOT(suite, 6, getNumberOfValues, GetNumberOfValues);
+    TELLAR_SET_SLOT(suite, 7, getNumberOfTimeSamples, GetNumberOfTimeSamples);
+    TELLAR_SET_SLOT(suite, 8, getSampleTime, GetSampleTime);
+    TELLAR_SET_SLOT(suite, 9, getIntSample, GetSample<std::int32_t>);
+    TELLAR_SET_SLOT(suite, 10, getFloatSample, GetSample<float>);
+    TELLAR_SET_SLOT(suite, 11, getDoubleSample, GetSample<double>);
+    TELLAR_SET_SLOT(suite, 12, getString, GetString);
+    TELLAR_SET_SLOT(suite, 13, getNumberOfChildren, GetNumberOfChildren);
+    TELLAR_SET_SLOT(suite, 14, getChildName, GetChildName);
+    TELLAR_SET_SLOT(suite, 15, getChildByIndex, GetChildByIndex);
+    TELLAR_SET_SLOT(suite, 16, getChildByName, GetChildByName);
+    TELLAR_SET_SLOT(suite, 17, getGroupInherit, GetGroupInherit);
+    TELLAR_SET_SLOT(suite, 18, createInt, CreateInt);
+    TELLAR_SET_SLOT(suite, 19, createFloat, CreateFloat);
+    TELLAR_SET_SLOT(suite, 20, createDouble, CreateDouble);
+    TELLAR_SET_SLOT(suite, 21, createString, CreateString);
+    TELLAR_SET_SLOT(suite, 22, createNull, CreateNull);
+    TELLAR_SET_SLOT(suite, 23, createGroup, CreateGroup);
+    TELLAR_SET_SLOT(suite, 24, getXml, GetXml);
+    return suite;
+}
+constexpr OxAttributeSuite_v1 kBuiltInSuite = MakeBuiltInSuite();
 
 std::atomic<const OxAttributeSuite_v1*> currentSuite{nullptr};
 

@@ -1,0 +1,186 @@
+#include "RenderOutputEntries.h"
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <OxTellarProducers/ConvertTextures.h>
+#include <OxTellarProducers/MaterialFlattening.h>
+
+#include "ShadingHandles.h"
+
+namespace TELLAR {
+namespace RenderOutputUtilsHost {
+
+namespace {
+
+using OxAttribute::Attribute;
+using OxAttribute::GroupAttribute;
+using Producer = GeometryProducer::Ptr;
+
+/// Reads a node, whose description is kept during the call. Any other handle gives null.
+template <typename Read>
+auto ReadNode(OxShadingStruct* handle, Read read) {
+    const auto node = NodeOf(handle);
+    return node ? read(*node) : decltype(read(*node))();
+}
+
+OxAttributeStruct* ConvertTextures(OxAttributeStruct* textures) {
+    return Enter("convertTexturesToArbitraryAttr", [&] {
+        return ConvertTexturesToArbitraryAttr(Attribute::CreateAndRetain(textures)).detach();
+    });
+}
+
+OxAttributeStruct* GetFlattenedMaterial(OxSgIteratorStruct* location,
+                                        const char* const* terminalNames, std::int64_t count) {
+    return EnterWith("getFlattenedMaterialAttr", location,
+                     [&](const Producer& producer) -> OxAttributeStruct* {
+                         if (count < 0 || (count > 0 && !terminalNames)) return nullptr;
+                         std::vector<std::string> names;
+                         for (std::int64_t i = 0; i < count; ++i)
+                             names.push_back(Text(terminalNames[i]));
+                         return GetFlattenedMaterialAttr(producer, names).detach();
+                     });
+}
+
+void EmptyMaterialCache() {
+    Enter("emptyFlattenedMaterialCache", [] { EmptyFlattenedMaterialCache(); });
+}
+
+OxShadingNodeMapStruct* GetNodesOfMaterial(OxAttributeStruct* material) {
+    return Enter("getShadingNetworkNodesOfMaterial", [&] {
+        auto map = std::make_unique<OxShadingNodeMapStruct>();
+        ShadingNodeDescription::GetShadingNetworkNodes(
+            GroupAttribute(Attribute::CreateAndRetain(material)), map->nodes);
+        return map.release();
+    });
+}
+
+OxShadingNodeMapStruct* GetNodes(OxSgIteratorStruct* location) {
+    return EnterWith("getShadingNetworkNodes", location, [](const Producer& producer) {
+        auto map = std::make_unique<OxShadingNodeMapStruct>();
+        ShadingNodeDescription::GetShadingNetworkNodes(producer, map->nodes);
+        return map.release();
+    });
+}
+
+void DestroyNodes(OxShadingNodeMapStruct* nodes) {
+    delete nodes;
+}
+
+OxShadingStruct* FindNode(OxShadingNodeMapStruct* nodes, const char* name) {
+    return Enter("findShadingNode", [&]() -> OxShadingStruct* {
+        if (!nodes || !name) return nullptr;
+        const auto found = nodes->nodes.find(name);
+        return found == nodes->nodes.end() ? nullptr : ToHandle(found->second);
+    });
+}
+
+// The entries that serve nodes and connections alike answer for either kind of handle.
+
+/// A node's name or a connection's; "" for null.
+const char* GetName(OxShadingStruct* handle) noexcept {
+    if (const auto node = NodeOf(handle)) return node->getName().c_str();
+    if (const auto connection = ConnectionOf(handle)) return connection->getName().c_str();
+    return "";
+}
+
+/// A node's type or the port that feeds a connection; "" for null.
+const char* GetTypeOrPort(OxShadingStruct* handle) noexcept {
+    if (const auto node = NodeOf(handle)) return node->getType().c_str();
+    if (const auto connection = ConnectionOf(handle)) return connection->getConnectedPort().c_str();
+    return "";
+}
+
+const char* GetConnectedNode(OxShadingStruct* handle) noexcept {
+    const auto connection = ConnectionOf(handle);
+    return connection ? connection->getConnectedNode().c_str() : "";
+}
+
+std::int64_t CountParameters(OxShadingStruct* handle) {
+    return ReadNode(handle, [](const ShadingNodeDescription& node) {
+        return static_cast<std::int64_t>(node.getParameterNames().size());
+    });
+}
+
+std::int64_t CountConnections(OxShadingStruct* handle) {
+    return ReadNode(handle, [](const ShadingNodeDescription& node) {
+        return static_cast<std::int64_t>(node.getConnectionNames().size());
+    });
+}
+
+/// "" when out of range.
+const char* NameAt(const std::vector<std::string>& names, std::int64_t index) {
+    const bool isInside = index >= 0 && index < static_cast<std::int64_t>(names.size());
+    return isInside ? names[static_cast<std::size_t>(index)].c_str() : "";
+}
+
+const char* GetParameterName(OxShadingStruct* handle, std::int64_t index) {
+    const auto node = NodeOf(handle);
+    return node ? NameAt(node->getParameterNames(), index) : "";
+}
+
+const char* GetConnectionNameAt(OxShadingStruct* handle, std::int64_t index) {
+    const auto node = NodeOf(handle);
+    return node ? NameAt(node->getConnectionNames(), index) : "";
+}
+
+OxAttributeStruct* GetParameter(OxShadingStruct* handle, const char* name) {
+    return Enter("getShadingParameter", [&] {
+        return ReadNode(handle, [&](const ShadingNodeDescription& node) {
+            return node.getParameter(Text(name)).detach();
+        });
+    });
+}
+
+OxShadingStruct* GetConnection(OxShadingStruct* handle, const char* name) {
+    return Enter("getShadingConnection", [&] {
+        return ReadNode(handle, [&](const ShadingNodeDescription& node) {
+            return ToHandle(node.getConnection(Text(name)));
+        });
+    });
+}
+
+int IsNodeValid(OxShadingStruct* handle) {
+    return ReadNode(handle,
+                    [](const ShadingNodeDescription& node) { return node.isValid() ? 1 : 0; });
+}
+
+int IsConnectionValid(OxShadingStruct* handle) {
+    // Null counts as valid here, unlike a null node.
+    if (!handle) return 1;
+    const auto connection = ConnectionOf(handle);
+    return connection && connection->isValid() ? 1 : 0;
+}
+
+} // namespace
+
+void FillMaterialSlots(Suite& suite) {
+    TELLAR_SET_SLOT(suite, 6, convertTexturesToArbitraryAttr, ConvertTextures);
+    TELLAR_SET_SLOT(suite, 9, getFlattenedMaterialAttr, GetFlattenedMaterial);
+    TELLAR_SET_SLOT(suite, 10, emptyFlattenedMaterialCache, EmptyMaterialCache);
+    TELLAR_SET_SLOT(suite, 11, getShadingNetworkNodesOfMaterial, GetNodesOfMaterial);
+    TELLAR_SET_SLOT(suite, 12, getShadingNetworkNodes, GetNodes);
+    TELLAR_SET_SLOT(suite, 13, destroyShadingNodeMap, DestroyNodes);
+    TELLAR_SET_SLOT(suite, 14, retainShadingNode, RetainShading);
+    TELLAR_SET_SLOT(suite, 15, releaseShadingNode, ReleaseShading);
+    TELLAR_SET_SLOT(suite, 16, retainShadingConnection, RetainShading);
+    TELLAR_SET_SLOT(suite, 17, releaseShadingConnection, ReleaseShading);
+    TELLAR_SET_SLOT(suite, 18, findShadingNode, FindNode);
+    TELLAR_SET_SLOT(suite, 19, getShadingNodeName, GetName);
+    TELLAR_SET_SLOT(suite, 20, getShadingNodeType, GetTypeOrPort);
+    TELLAR_SET_SLOT(suite, 21, getNumberOfShadingParameters, CountParameters);
+    TELLAR_SET_SLOT(suite, 22, getShadingParameterName, GetParameterName);
+    TELLAR_SET_SLOT(suite, 23, getShadingParameter, GetParameter);
+    TELLAR_SET_SLOT(suite, 24, getNumberOfShadingConnections, CountConnections);
+    TELLAR_SET_SLOT(suite, 25, getShadingConnectionName, GetConnectionNameAt);
+    TELLAR_SET_SLOT(suite, 26, getShadingConnection, GetConnection);
+    TELLAR_SET_SLOT(suite, 27, isShadingNodeValid, IsNodeValid);
+    TELLAR_SET_SLOT(suite, 28, getConnectionName, GetName);
+    TELLAR_SET_SLOT(suite, 29, getConnectedPort, GetTypeOrPort);
+    TELLAR_SET_SLOT(suite, 30, getConnectedNode, GetConnectedNode);
+    TELLAR_SET_SLOT(suite, 31, isShadingConnectionValid, IsConnectionValid);
+}
+
+} // namespace RenderOutputUtilsHost
+} // namespace TELLAR
