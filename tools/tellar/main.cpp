@@ -11,11 +11,11 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarSDK/PluginManager.h>
 
-#include "commands/Subcommands.h"
-#include "system/NoMemory.h"
-#include "system/Output.h"
-#include "system/StopSignals.h"
-#include "system/Terminal.h"
+#include "NoMemory.h"
+#include "Output.h"
+#include "StopSignals.h"
+#include "Subcommands.h"
+#include "Terminal.h"
 
 namespace TellarTool {
 

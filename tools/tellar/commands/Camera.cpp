@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -15,14 +15,14 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/XFormUtil.h>
 
-#include "options/NumberOption.h"
-#include "printing/JsonText.h"
-#include "printing/NumberText.h"
-#include "printing/Table.h"
-#include "scene/RenderCamera.h"
-#include "scene/Scene.h"
-#include "scene/SceneSettings.h"
-#include "system/Output.h"
+#include "JsonText.h"
+#include "NumberOption.h"
+#include "NumberText.h"
+#include "Output.h"
+#include "RenderCamera.h"
+#include "Scene.h"
+#include "SceneSettings.h"
+#include "Table.h"
 
 namespace TellarTool {
 

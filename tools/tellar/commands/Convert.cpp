@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <filesystem>
 #include <memory>
@@ -9,8 +9,8 @@
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/DescriptionJson.h>
 
-#include "scene/Scene.h"
-#include "system/Output.h"
+#include "Output.h"
+#include "Scene.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <exception>
 #include <memory>
@@ -10,10 +10,10 @@
 #include <OxTellarProducers/OxScenegraphLocationDelegateCache.h>
 #include <OxTellarSDK/PluginManager.h>
 
-#include "plugins/Plugins.h"
-#include "printing/JsonText.h"
-#include "printing/Table.h"
-#include "system/Output.h"
+#include "JsonText.h"
+#include "Output.h"
+#include "Plugins.h"
+#include "Table.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <cstddef>
 #include <memory>
@@ -7,10 +7,10 @@
 
 #include <CLI/CLI.hpp>
 
-#include "plugins/Findings.h"
-#include "printing/JsonText.h"
-#include "printing/Table.h"
-#include "system/Output.h"
+#include "Findings.h"
+#include "JsonText.h"
+#include "Output.h"
+#include "Table.h"
 
 namespace TellarTool {
 

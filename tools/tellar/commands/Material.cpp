@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <memory>
 #include <optional>
@@ -11,16 +11,16 @@
 #include <OxTellarSDK/DescriptionJson.h>
 #include <OxTellarSDK/StringUtil.h>
 
-#include "materials/DotText.h"
-#include "materials/LocationMaterial.h"
-#include "materials/ShadingNetwork.h"
-#include "printing/AttributeText.h"
-#include "printing/JsonText.h"
-#include "printing/Table.h"
-#include "scene/Scene.h"
-#include "system/Output.h"
-#include "system/PrintableText.h"
-#include "system/Process.h"
+#include "AttributeText.h"
+#include "DotText.h"
+#include "JsonText.h"
+#include "LocationMaterial.h"
+#include "Output.h"
+#include "PrintableText.h"
+#include "Process.h"
+#include "Scene.h"
+#include "ShadingNetwork.h"
+#include "Table.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -12,9 +12,9 @@
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/PluginManager.h>
 
-#include "printing/JsonText.h"
-#include "system/Output.h"
-#include "system/PrintableText.h"
+#include "JsonText.h"
+#include "Output.h"
+#include "PrintableText.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <algorithm>
 #include <array>
@@ -11,9 +11,9 @@
 #include <OxTellarProducers/ProceduralArguments.h>
 #include <OxTellarSDK/Attribute.h>
 
-#include "scene/Scene.h"
-#include "scene/SceneSettings.h"
-#include "system/Output.h"
+#include "Output.h"
+#include "Scene.h"
+#include "SceneSettings.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <algorithm>
 #include <limits>
@@ -15,13 +15,13 @@
 #include <OxTellarProducers/ScreenSpace.h>
 #include <OxTellarSDK/Attribute.h>
 
-#include "printing/JsonText.h"
-#include "printing/NumberText.h"
-#include "printing/Table.h"
-#include "scene/RenderCamera.h"
-#include "scene/Scene.h"
-#include "scene/SceneSettings.h"
-#include "system/Output.h"
+#include "JsonText.h"
+#include "NumberText.h"
+#include "Output.h"
+#include "RenderCamera.h"
+#include "Scene.h"
+#include "SceneSettings.h"
+#include "Table.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <algorithm>
 #include <array>
@@ -13,13 +13,13 @@
 #include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
 #include <OxTellarProducers/OxSgIterator.h>
 
-#include "options/NumberOption.h"
-#include "plugins/Plugins.h"
-#include "plugins/RendererRun.h"
-#include "plugins/Renderers.h"
-#include "printing/NumberText.h"
-#include "scene/Scene.h"
-#include "scene/SceneSettings.h"
+#include "NumberOption.h"
+#include "NumberText.h"
+#include "Plugins.h"
+#include "RendererRun.h"
+#include "Renderers.h"
+#include "Scene.h"
+#include "SceneSettings.h"
 
 namespace TellarTool {
 

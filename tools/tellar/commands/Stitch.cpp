@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <cstdint>
 #include <memory>
@@ -8,9 +8,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "plugins/Plugins.h"
-#include "plugins/RendererRun.h"
-#include "plugins/Renderers.h"
+#include "Plugins.h"
+#include "RendererRun.h"
+#include "Renderers.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <cstdint>
 #include <memory>
@@ -11,10 +11,10 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/DescriptionJson.h>
 
-#include "printing/AttributeText.h"
-#include "printing/Table.h"
-#include "scene/Scene.h"
-#include "system/Output.h"
+#include "AttributeText.h"
+#include "Output.h"
+#include "Scene.h"
+#include "Table.h"
 
 namespace TellarTool {
 

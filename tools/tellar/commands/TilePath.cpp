@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <cstdlib>
 #include <memory>
@@ -11,9 +11,9 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarProducers/TilePath.h>
 
-#include "printing/NumberText.h"
-#include "system/Output.h"
-#include "system/Process.h"
+#include "NumberText.h"
+#include "Output.h"
+#include "Process.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "commands/Subcommands.h"
+#include "Subcommands.h"
 
 #include <algorithm>
 #include <atomic>
@@ -17,13 +17,13 @@
 
 #include <CLI/CLI.hpp>
 
-#include "scene/Scene.h"
-#include "system/Output.h"
-#include "system/Progress.h"
-#include "system/Terminal.h"
-#include "walk/LocationPrinter.h"
-#include "walk/LocationWalk.h"
-#include "walk/OrderedText.h"
+#include "LocationPrinter.h"
+#include "LocationWalk.h"
+#include "OrderedText.h"
+#include "Output.h"
+#include "Progress.h"
+#include "Scene.h"
+#include "Terminal.h"
 
 namespace TellarTool {
 

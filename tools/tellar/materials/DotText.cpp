@@ -1,11 +1,11 @@
-#include "materials/DotText.h"
+#include "DotText.h"
 
 #include <map>
 #include <string_view>
 
 #include <boost/locale/utf.hpp>
 
-#include "system/PrintableText.h"
+#include "PrintableText.h"
 
 namespace TellarTool {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "materials/ShadingNetwork.h"
+#include "ShadingNetwork.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "materials/LocationMaterial.h"
+#include "LocationMaterial.h"
 
 #include <cstdint>
 #include <cstring>

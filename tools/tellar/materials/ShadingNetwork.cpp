@@ -1,4 +1,4 @@
-#include "materials/ShadingNetwork.h"
+#include "ShadingNetwork.h"
 
 #include <cstdint>
 #include <set>
@@ -6,7 +6,7 @@
 
 #include <boost/make_shared.hpp>
 
-#include "materials/LocationMaterial.h"
+#include "LocationMaterial.h"
 
 namespace TellarTool {
 

@@ -1,8 +1,8 @@
-#include "options/NumberOption.h"
+#include "NumberOption.h"
 
 #include <CLI/CLI.hpp>
 
-#include "printing/NumberText.h"
+#include "NumberText.h"
 
 namespace TellarTool {
 

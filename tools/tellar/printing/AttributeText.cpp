@@ -1,12 +1,12 @@
-#include "printing/AttributeText.h"
+#include "AttributeText.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <string_view>
 #include <vector>
 
-#include "printing/NumberText.h"
-#include "system/PrintableText.h"
+#include "NumberText.h"
+#include "PrintableText.h"
 
 namespace TellarTool {
 

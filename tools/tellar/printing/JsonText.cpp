@@ -1,4 +1,4 @@
-#include "printing/JsonText.h"
+#include "JsonText.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 
 #include <OxTellarSDK/DescriptionJson.h>
 
-#include "printing/NumberText.h"
+#include "NumberText.h"
 
 namespace TellarTool {
 

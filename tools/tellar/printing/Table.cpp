@@ -1,8 +1,8 @@
-#include "printing/Table.h"
+#include "Table.h"
 
 #include <algorithm>
 
-#include "system/PrintableText.h"
+#include "PrintableText.h"
 
 namespace TellarTool {
 

@@ -7,7 +7,7 @@
 
 #include <Imath/ImathMatrix.h>
 
-#include "printing/NumberText.h"
+#include "NumberText.h"
 
 namespace TellarTool {
 

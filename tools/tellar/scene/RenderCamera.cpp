@@ -1,4 +1,4 @@
-#include "scene/RenderCamera.h"
+#include "RenderCamera.h"
 
 #include <memory>
 #include <stdexcept>

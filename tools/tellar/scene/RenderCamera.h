@@ -7,7 +7,7 @@
 #include <OxTellarProducers/CameraInfo.h>
 #include <OxTellarProducers/GeometryProducer.h>
 
-#include "scene/Scene.h"
+#include "Scene.h"
 
 namespace TellarTool {
 

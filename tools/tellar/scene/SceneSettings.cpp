@@ -1,4 +1,4 @@
-#include "scene/SceneSettings.h"
+#include "SceneSettings.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,7 +10,7 @@
 #include <OxTellarSDK/Attribute.h>
 #include <ResolutionTableOx/ResolutionTable.h>
 
-#include "printing/JsonText.h"
+#include "JsonText.h"
 
 namespace TellarTool {
 

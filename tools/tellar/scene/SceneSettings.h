@@ -8,7 +8,7 @@
 
 #include <OxTellarProducers/GeometryProducer.h>
 
-#include "scene/Scene.h"
+#include "Scene.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "system/NoMemory.h"
+#include "NoMemory.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "system/Output.h"
+#include "Output.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "system/PrintableText.h"
+#include "PrintableText.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "system/PrintableText.h"
+#include "PrintableText.h"
 
 #include <cstddef>
 

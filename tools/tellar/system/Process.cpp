@@ -1,4 +1,4 @@
-#include "system/Process.h"
+#include "Process.h"
 
 #include <cerrno>
 #include <cstdio>

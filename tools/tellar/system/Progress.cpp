@@ -1,4 +1,4 @@
-#include "system/Progress.h"
+#include "Progress.h"
 
 #include <algorithm>
 #include <chrono>
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "system/Terminal.h"
+#include "Terminal.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "system/StopSignals.h"
+#include "StopSignals.h"
 
 #if !defined(_WIN32)
 #include <atomic>

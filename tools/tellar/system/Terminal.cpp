@@ -1,4 +1,4 @@
-#include "system/Terminal.h"
+#include "Terminal.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,13 +1,13 @@
-#include "walk/LocationPrinter.h"
+#include "LocationPrinter.h"
 
 #include <algorithm>
 
 #include <OxTellarSDK/DescriptionJson.h>
 #include <OxTellarSDK/XFormUtil.h>
 
-#include "printing/AttributeText.h"
-#include "printing/JsonText.h"
-#include "system/PrintableText.h"
+#include "AttributeText.h"
+#include "JsonText.h"
+#include "PrintableText.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "walk/LocationWalk.h"
+#include "LocationWalk.h"
 
 #include <algorithm>
 #include <exception>

@@ -9,7 +9,7 @@
 
 #include <OxTellarProducers/GeometryProducer.h>
 
-#include "walk/LocationPrinter.h"
+#include "LocationPrinter.h"
 
 namespace TellarTool {
 

@@ -1,4 +1,4 @@
-#include "walk/OrderedText.h"
+#include "OrderedText.h"
 
 #include <utility>
 

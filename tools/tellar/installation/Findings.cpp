@@ -1,4 +1,4 @@
-#include "plugins/Findings.h"
+#include "Findings.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -8,7 +8,7 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <ResolutionTableOx/ResolutionTable.h>
 
-#include "plugins/Renderers.h"
+#include "Renderers.h"
 
 namespace TellarTool {
 

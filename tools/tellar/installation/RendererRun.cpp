@@ -1,4 +1,4 @@
-#include "plugins/RendererRun.h"
+#include "RendererRun.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -13,10 +13,10 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxPluginHost/OxPluginHost.h>
 
-#include "system/Output.h"
-#include "system/PrintableText.h"
-#include "system/Progress.h"
-#include "system/StopSignals.h"
+#include "Output.h"
+#include "PrintableText.h"
+#include "Progress.h"
+#include "StopSignals.h"
 
 namespace TellarTool {
 

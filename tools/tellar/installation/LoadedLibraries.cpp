@@ -1,4 +1,4 @@
-#include "plugins/LoadedLibraries.h"
+#include "LoadedLibraries.h"
 
 #include <algorithm>
 #include <filesystem>

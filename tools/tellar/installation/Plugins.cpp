@@ -1,4 +1,4 @@
-#include "plugins/Plugins.h"
+#include "Plugins.h"
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include "plugins/Renderers.h"
+#include "Renderers.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -6,7 +6,7 @@
 
 #include <OxTellarProducers/OxRendererPluginSuite.h>
 
-#include "plugins/Renderers.h"
+#include "Renderers.h"
 
 namespace CLI {
 class App;

@@ -9,8 +9,8 @@
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/PluginManager.h>
 
-#include "plugins/LoadedLibraries.h"
-#include "plugins/Plugins.h"
+#include "LoadedLibraries.h"
+#include "Plugins.h"
 
 namespace TellarTool {
 
