@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "Utils/OxRenderOutputUtilsHost/OxRenderOutputUtilsHost.h"
-#include "Utils/OxScenegraphIteratorHost/OxScenegraphIteratorHost.h"
+#include "OxRenderOutputUtilsHost.h"
+#include "OxScenegraphIteratorHost.h"
 
 namespace {
 

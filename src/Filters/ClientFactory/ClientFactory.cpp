@@ -16,7 +16,7 @@
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 #include <rapidjson/document.h>
 
-#include "Filters/ThreadLocalClient/ThreadClients.h"
+#include "ThreadLocalClient/ThreadClients.h"
 #include "NamedLogger.h"
 #include "UnusedResults.h"
 

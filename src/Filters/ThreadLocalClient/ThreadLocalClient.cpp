@@ -14,7 +14,7 @@
 
 #include <OxTellarProducers/ClientFactory.h>
 
-#include "Filters/ClientFactory/UnusedResults.h"
+#include "ClientFactory/UnusedResults.h"
 #include "NamedLogger.h"
 #include "ThreadClients.h"
 

@@ -12,7 +12,7 @@
 #include <OxTellarSDK/XFormUtil.h>
 
 #include "MatrixAttribute.h"
-#include "Utils/RenderSettings/RenderSettings.h"
+#include "RenderSettings.h"
 
 using OxAttribute::DoubleAttribute;
 using Matrix = Imath::Matrix44<double>;

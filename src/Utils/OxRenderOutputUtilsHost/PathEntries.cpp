@@ -7,7 +7,7 @@
 #include <OxTellarProducers/ArchPath.h>
 #include <OxTellarProducers/TilePath.h>
 
-#include "Utils/Paths/TempRenderLocation.h"
+#include "TempRenderLocation.h"
 
 namespace TELLAR {
 namespace RenderOutputUtilsHost {

@@ -10,7 +10,7 @@
 #include <OxTellarSDK/StringUtil.h>
 
 #include "ProceduralCamera.h"
-#include "Utils/Cameras/Lens.h"
+#include "Lens.h"
 
 using namespace OxAttribute;
 

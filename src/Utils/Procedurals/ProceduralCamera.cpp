@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Utils/RenderSettings/RenderSettings.h"
+#include "RenderSettings.h"
 
 using OxAttribute::FloatAttribute;
 using OxAttribute::GroupAttribute;
