@@ -3,19 +3,21 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include <Imath/ImathBox.h>
 #include <Imath/ImathMatrix.h>
 #include <Imath/ImathVec.h>
 
-/// All that is drawn, as plain values: made once by the reader, then only read, by any number of
-/// threads.
+/// The scene to draw, as plain values. The reader makes it once; after that any number of threads
+/// may read it.
 ///
-/// Row vectors: a point is p M. What moves while the shutter is open has several steps, evenly
-/// spaced from its opening to its closing and joined linearly; what stands still has one. Indices
-/// are into the vectors of SceneData.
+/// Matrices are for row vectors: a point p becomes p M. Motion is given in steps that are evenly
+/// spaced over the time in which the shutter is open, with linear interpolation between them; a
+/// thing that does not move has one step. An Index points into a vector of SceneData.
 namespace lantern {
 
 using Imath::M44d;
@@ -29,17 +31,17 @@ constexpr Index kNone = ~Index(0);
 /// Three floats in scene-linear light.
 using Color = V3f;
 
-// What is seen ------------------------------------------------------------------------------------
+// Shapes and materials ----------------------------------------------------------------------------
 
-/// Values at a mesh's corners: `index` has three entries a triangle; empty means those of the
-/// points. No values at all: the mesh has none.
+/// Values at the corners of a mesh's triangles, three entries of `index` per triangle. An empty
+/// `index` means that of the points (Mesh::triangles). Empty `values`: the mesh has no such values.
 template <typename Value>
 struct CornerValues {
     std::vector<Value> values;
     std::vector<Index> index;
 };
 
-/// One set of texture coordinates; the second grows upwards.
+/// One set of texture coordinates. The second coordinate grows upwards.
 struct UvSet {
     std::string name; ///< "st", "st1", ...
     CornerValues<V2f> st;
@@ -47,61 +49,61 @@ struct UvSet {
 
 /// Triangles in the space of their location.
 struct Mesh {
-    std::vector<std::vector<V3f>> points; ///< one or more steps, each of equally many points
+    std::vector<std::vector<V3f>> points; ///< one or more steps of equal size
     std::vector<Index> triangles; ///< three points each, counter-clockwise seen from outside
-    std::vector<Index> faces;     ///< for each triangle the face that it is part of
+    std::vector<Index> faces;     ///< for each triangle the face that it belongs to
     CornerValues<V3f> normals;    ///< unit length
     std::vector<UvSet> uvSets;
 };
 
-/// Round points in the space of their location.
+/// Spheres in the space of their location.
 struct Spheres {
     std::vector<std::vector<V3f>> centers; ///< one or more steps
-    std::vector<float> radii;              ///< one each
+    std::vector<float> radii;              ///< one per sphere
 };
 
-/// One of the two; the other is empty.
+/// Either a mesh or spheres; the other member is empty.
 struct Shape {
     Mesh mesh;
     Spheres spheres;
 };
 
-/// An image that stands in for a value of a material.
+/// An image that replaces a value of a material, or gives the radiance of an environment light.
 struct Texture {
     enum class Wrap { Repeat, Clamp, Mirror, Black };
     std::string file;
     std::string uvSet = "st";
     Wrap wrapU = Wrap::Repeat;
     Wrap wrapV = Wrap::Repeat;
-    bool isSrgb = false;     ///< to be made linear
-    int channel = -1;        ///< a single one: 0 to 3; -1: the first three
-    Color multiply{1, 1, 1}; ///< a single channel is multiplied by the first
-    // Applied to the coordinates before they are looked up: scaled, turned, moved.
+    bool isSrgb = false;     ///< else its values are linear
+    int channel = -1;        ///< 0 to 3 for a single channel; -1 for the first three
+    Color multiply{1, 1, 1}; ///< a single channel is multiplied by the first component
+    // The coordinates are scaled, then rotated, then moved before the lookup.
     V2f uvScale{1, 1};
     float uvTurn = 0; ///< radians, counter-clockwise
     V2f uvOffset{0, 0};
 };
 
-/// A standard surface. Numbers are from 0 to 1 unless said otherwise.
+/// A standard surface. Numbers are from 0 to 1 unless a comment says otherwise.
 struct Material {
     std::string name;
     Color baseColor{0.8f, 0.8f, 0.8f};
     Color emission{0, 0, 0}; ///< radiance
     Color specularColor{1, 1, 1};
-    float specular = 1; ///< weight of the reflection at the surface of what is no metal
+    float specular = 1; ///< weight of the reflection of a dielectric
     float metalness = 0;
-    float roughness = 0.5f; ///< squared, it is the width of the facets' distribution
+    float roughness = 0.5f; ///< the GGX parameter alpha is its square
     float ior = 1.5f;       ///< 1 or more
     float transmission = 0;
     float coat = 0;
     float coatRoughness = 0.1f;
     float opacity = 1;
-    float alphaCutoff = -1; ///< not below 0: opacity is 1 from there on, else 0
+    float alphaCutoff = -1; ///< from 0 on: opacity is 1 from this value on, else 0
     float normalScale = 1;
-    bool isDoubleSided = true; ///< else seen from outside only
+    bool isDoubleSided = true; ///< else invisible from inside
 
-    // Each is kNone or a texture in place of the value above; the last one a map of normals in
-    // tangent space.
+    // Each replaces the value of the same name above, if it is not kNone. The last one is a normal
+    // map in tangent space.
     Index baseColorTexture = kNone;
     Index emissionTexture = kNone;
     Index specularTexture = kNone;
@@ -112,10 +114,10 @@ struct Material {
     Index normalTexture = kNone;
 };
 
-/// What the faces of an instance are made of.
+/// The materials of the faces of an instance.
 struct Surface {
-    Index material = 0;               ///< that of faces without one of their own
-    std::vector<Index> faceMaterials; ///< empty, or for each face its own or kNone
+    Index material = 0;               ///< of the faces that have none of their own
+    std::vector<Index> faceMaterials; ///< empty, or for each face its own material or kNone
 
     Index materialOf(Index face) const {
         const bool hasOwn = face < faceMaterials.size() && faceMaterials[face] != kNone;
@@ -123,48 +125,69 @@ struct Surface {
     }
 };
 
-/// One location's shape in the world.
+/// A shape placed in the world.
 struct Instance {
     Index shape = 0;
     Index surface = 0;
-    Index firstTransform = 0; ///< into transforms
-    Index transformCount = 1; ///< steps
+    Index firstTransform = 0; ///< index into SceneData::transforms
+    Index transformCount = 1; ///< number of motion steps
 };
 
-// What lights it ----------------------------------------------------------------------------------
+// Lights ------------------------------------------------------------------------------------------
 
-/// Shines down -Z of its own space, where that matters.
-struct Light {
-    enum class Kind {
-        Directional, ///< `color` is the irradiance on what faces it
-        Point,       ///< `color` is the intensity: irradiance times squared distance
-        Spot,        ///< a point that shines into a cone only
-        Area,        ///< a rectangle around the origin in X and Y; `color` is its radiance
-        Environment  ///< from all around; `color` times the gradient or texture is the radiance
-    };
-    Kind kind = Kind::Point;
-    M44d toWorld; ///< as the shutter opens
-    Color color{1, 1, 1};
-    V3f decay{0, 0, 1};   ///< points and spots: the light is divided by x + y d + z d d
-    float angle = 0;      ///< directional: how wide the light is seen, degrees
-    float radius = 0;     ///< points and spots: of the ball that shines
-    float coneInner = 30; ///< spots: degrees, whole angles
-    float coneOuter = 40;
-    V2f size{1, 1};        ///< areas
-    Index texture = kNone; ///< environments: longitude and latitude, +Y up, -Z in the middle
-    // Environments without a texture: the colours at the horizon, above and below.
+// Lights shine along -Z of their own space. They do not move: `toWorld` holds for the opening of
+// the shutter.
+
+/// A light so far away that its rays are parallel, such as the sun.
+struct DirectionalLight {
+    M44d toWorld;
+    Color irradiance{1, 1, 1}; ///< on a surface that faces the light
+    float angle = 0;           ///< apparent diameter in degrees; 0 for a delta light
+};
+
+/// Full angles at the apex of a spot light, in degrees: full intensity inside of the inner cone,
+/// none outside of the outer one.
+struct SpotCone {
+    float inner = 30;
+    float outer = 40;
+};
+
+/// A point light, a spot light, or a sphere that shines in their place.
+struct PointLight {
+    M44d toWorld;
+    Color intensity{1, 1, 1};     ///< irradiance times squared distance, with the default decay
+    V3f decay{0, 0, 1};           ///< at distance d the light is divided by x + y d + z d^2
+    float radius = 0;             ///< of the sphere; 0 for a delta light
+    std::optional<SpotCone> cone; ///< only of spot lights
+};
+
+/// A rectangle in X and Y around the origin that shines to one side.
+struct AreaLight {
+    M44d toWorld;
+    Color radiance{1, 1, 1};
+    V2f size{1, 1};
+};
+
+/// Light from all directions: `scale` times the texture or, without one, times a gradient.
+struct EnvironmentLight {
+    M44d toWorld;
+    Color scale{1, 1, 1};
+    Index texture = kNone; ///< by longitude and latitude: +Y at the top, -Z in the middle
+    // The gradient's radiance at the horizon, straight above and straight below.
     Color horizon{1, 1, 1};
     Color zenith{1, 1, 1};
     Color ground{1, 1, 1};
-    bool isSeen = true; ///< environments: by the camera
+    bool isSeenByCamera = true;
 };
 
-// How it is looked at -----------------------------------------------------------------------------
+using Light = std::variant<DirectionalLight, PointLight, AreaLight, EnvironmentLight>;
 
-/// As the scene's camera tells; docs/cameras.md has the formulas.
+// Camera and picture ------------------------------------------------------------------------------
+
+/// The scene's camera; docs/cameras.md has the formulas.
 struct Camera {
     bool isOrthographic = false;
-    float fov = 70; ///< degrees, over the width of the window
+    float fov = 70; ///< degrees, across the width of the window
     float near = 0.1f;
     float far = 100000;
     float left = -1, right = 1, top = 1, bottom = -1; ///< the screen window
@@ -172,7 +195,7 @@ struct Camera {
     std::vector<M44d> toWorld{M44d()}; ///< one or more steps
 };
 
-/// Pixels [x0, x1) by [y0, y1); rows count from the top.
+/// The pixels [x0, x1) by [y0, y1). Rows count from the top.
 struct Window {
     int x0 = 0, y0 = 0, x1 = 0, y1 = 0;
 
@@ -180,28 +203,29 @@ struct Window {
     int height() const { return y1 - y0; }
 };
 
-/// The whole picture, and what of it is drawn.
+/// The size of the whole picture and the part of it to draw.
 struct Framing {
     int width = 512;
     int height = 512;
-    Window window{0, 0, 512, 512}; ///< of crop window and tile; never empty
+    Window window{0, 0, 512, 512}; ///< crop window and tile together; never empty
 };
 
-/// The renderer's own settings, "renderSettings.lantern".
+/// The renderer's own settings: the group "renderSettings.lantern".
 struct Quality {
-    int samples = 64;         ///< paths per pixel
-    int maxDepth = 8;         ///< bounces
-    float exposure = 0;       ///< stops; applied to the picture
-    float clampIndirect = 10; ///< the most that one path may bring after its first bounce; 0: all
+    int samples = 64;   ///< paths per pixel
+    int maxDepth = 8;   ///< number of bounces
+    float exposure = 0; ///< in stops, applied to the picture
+    float clampIndirect =
+        10; ///< largest contribution of one path after its first bounce; 0: no limit
 };
 
 struct SceneData {
     std::vector<Shape> shapes;
-    std::vector<Material> materials; ///< never empty: the first is that of what has none
+    std::vector<Material> materials; ///< never empty; the first one is the default
     std::vector<Texture> textures;
     std::vector<Surface> surfaces;
-    std::vector<M44f> transforms;    ///< to the world; of all instances
-    std::vector<Instance> instances; ///< in the order of a depth-first walk
+    std::vector<M44f> transforms;    ///< of all instances, to the world
+    std::vector<Instance> instances; ///< in depth-first order
     std::vector<Light> lights;
     Camera camera;
     Framing framing;

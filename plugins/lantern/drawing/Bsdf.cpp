@@ -9,48 +9,49 @@ namespace lantern {
 namespace {
 
 constexpr float kCoatIor = 1.5f;
-constexpr float kSameIor = 1e-3f; // borders with less difference do not bend light
+constexpr float kMinIorDifference = 1e-3f; // a smaller difference does not refract
 const V3f kUp(0, 0, 1);
 
-V3f Reflected(const V3f& out, const V3f& facet) {
-    return facet * (2 * (out ^ facet)) - out;
+V3f Reflected(const V3f& wo, const V3f& facet) {
+    return facet * (2 * (wo ^ facet)) - wo;
 }
 
-/// The null vector when all is reflected.
-V3f Refracted(const V3f& out, const V3f& facet, float ior) {
-    const float cosine = out ^ facet;
+/// The refracted direction; the null vector for total internal reflection.
+V3f Refracted(const V3f& wo, const V3f& facet, float ior) {
+    const float cosine = wo ^ facet;
     const float cosine2 = 1 - (1 - cosine * cosine) / (ior * ior);
     if (cosine2 <= 0) return V3f(0);
-    return facet * (cosine / ior - std::sqrt(cosine2)) - out / ior;
+    return facet * (cosine / ior - std::sqrt(cosine2)) - wo / ior;
 }
 
-/// What is clear colours light as it enters and as it leaves.
-Color HalfWay(const Color& color) {
+/// The color of one interface of a clear medium: light passes two of them.
+Color PerInterface(const Color& color) {
     return {std::sqrt(color.x), std::sqrt(color.y), std::sqrt(color.z)};
 }
 
 } // namespace
 
-Bsdf::Bsdf(const Surfacing& surfacing, const V3f& out, bool isInside)
-    : surfacing(surfacing), out(out), ior(isInside ? 1 / surfacing.ior : surfacing.ior),
-      facets(surfacing.width), coatFacets(surfacing.coatWidth) {
-    if (!(out.z > 0)) return;
-    coat = isInside ? 0 : surfacing.coat;
-    const float byCoat = coat * AlbedoOfDielectric(out.z, surfacing.coatWidth, kCoatIor);
-    metal = (1 - byCoat) * surfacing.metalness;
-    border = (1 - byCoat) * (1 - surfacing.metalness);
-    passage = HalfWay(surfacing.baseColor) * surfacing.transmission;
-    // There is no ground to be seen from inside.
-    const float byBorder = isInside ? 1 : AlbedoOfDielectric(out.z, surfacing.width, ior);
-    const float groundShare = 1 - byBorder * Largest(surfacing.reflection);
+Bsdf::Bsdf(const SurfaceProperties& surface, const V3f& wo, bool isInside)
+    : surface(surface), wo(wo), ior(isInside ? 1 / surface.ior : surface.ior),
+      facets(surface.alpha), coatFacets(surface.coatAlpha) {
+    if (!(wo.z > 0)) return;
+    coat = isInside ? 0 : surface.coat;
+    const float coatAlbedo = coat * AlbedoOfDielectric(wo.z, surface.coatAlpha, kCoatIor);
+    metal = (1 - coatAlbedo) * surface.metalness;
+    dielectric = (1 - coatAlbedo) * (1 - surface.metalness);
+    transmitted = PerInterface(surface.baseColor) * surface.transmission;
+    // The diffuse base is not visible from inside.
+    const float dielectricAlbedo = isInside ? 1 : AlbedoOfDielectric(wo.z, surface.alpha, ior);
+    const float diffuseShare = 1 - dielectricAlbedo * Largest(surface.specular);
     if (!isInside)
-        ground = surfacing.baseColor * (border * (1 - surfacing.transmission) * groundShare);
+        diffuse = surface.baseColor * (dielectric * (1 - surface.transmission) * diffuseShare);
 
-    probabilities[Coat] = byCoat;
-    probabilities[Metal] = metal * Luminance(metalFresnel(out.z));
-    probabilities[Border] = border * (byBorder * Luminance(surfacing.reflection) +
-                                      (isInside ? 1 : 1 - byBorder) * Luminance(passage));
-    probabilities[Ground] = Luminance(ground);
+    probabilities[Coat] = coatAlbedo;
+    probabilities[Metal] = metal * Luminance(metalFresnel(wo.z));
+    probabilities[Dielectric] =
+        dielectric * (dielectricAlbedo * Luminance(surface.specular) +
+                      (isInside ? 1 : 1 - dielectricAlbedo) * Luminance(transmitted));
+    probabilities[Diffuse] = Luminance(diffuse);
     float sum = 0;
     for (const float probability : probabilities)
         sum += probability;
@@ -62,160 +63,166 @@ float Bsdf::coatFresnel(float cosine) const {
     return FresnelDielectric(cosine, kCoatIor);
 }
 
-/// With what light loses in the model between the facets given back: Turquin, "Practical multiple
-/// scattering compensation for microfacet models", 2019.
+/// The single-scattering model loses the light that hits several facets. It is given back as in
+/// Turquin, "Practical multiple scattering compensation for microfacet models", 2019.
 Color Bsdf::metalFresnel(float cosine) const {
-    const float once = std::max(AlbedoOfMirrors(out.z, surfacing.width), 1e-3f);
-    const Color again = Color(1, 1, 1) + surfacing.baseColor * ((1 - once) / once);
-    return FresnelMetal(cosine, surfacing.baseColor) * again;
+    const float singleScattering = std::max(AlbedoOfPerfectFacets(wo.z, surface.alpha), 1e-3f);
+    const Color compensation =
+        Color(1, 1, 1) + surface.baseColor * ((1 - singleScattering) / singleScattering);
+    return FresnelMetal(cosine, surface.baseColor) * compensation;
 }
 
-float Bsdf::borderFresnel(float cosine) const {
-    return std::abs(ior - 1) < kSameIor ? 0 : FresnelDielectric(cosine, ior);
+float Bsdf::dielectricFresnel(float cosine) const {
+    return std::abs(ior - 1) < kMinIorDifference ? 0 : FresnelDielectric(cosine, ior);
 }
 
+/// The probability of sampling the reflection, not the transmission, of the dielectric.
 float Bsdf::reflectionProbability(float fresnel) const {
-    const float back = fresnel * Luminance(surfacing.reflection);
-    const float through = (1 - fresnel) * Luminance(passage);
-    return back + through > 0 ? back / (back + through) : 1;
+    const float reflected = fresnel * Luminance(surface.specular);
+    const float through = (1 - fresnel) * Luminance(transmitted);
+    return reflected + through > 0 ? reflected / (reflected + through) : 1;
 }
 
-bool Bsdf::isMirror(Lobe lobe) const {
+bool Bsdf::isSpecular(Lobe lobe) const {
     switch (lobe) {
     case Coat:
-        return coatFacets.isMirror();
+        return coatFacets.isSpecular();
     case Metal:
-        return facets.isMirror();
-    case Border:
-        return facets.isMirror() || std::abs(ior - 1) < kSameIor;
+        return facets.isSpecular();
+    case Dielectric:
+        return facets.isSpecular() || std::abs(ior - 1) < kMinIorDifference;
     default:
         return false;
     }
 }
 
-bool Bsdf::isMirror() const {
-    for (const Lobe lobe : {Coat, Metal, Border, Ground})
-        if (probabilities[lobe] > 0 && !isMirror(lobe)) return false;
+bool Bsdf::isSpecular() const {
+    for (const Lobe lobe : {Coat, Metal, Dielectric, Diffuse})
+        if (probabilities[lobe] > 0 && !isSpecular(lobe)) return false;
     return true;
 }
 
 // Evaluating --------------------------------------------------------------------------------------
 
-Bsdf::Value Bsdf::evaluate(const V3f& in) const {
+Bsdf::Value Bsdf::evaluate(const V3f& wi) const {
     Value sum;
     const auto add = [&](Lobe lobe, const Value& value) {
-        sum.share += value.share;
+        sum.timesCosine += value.timesCosine;
         sum.pdf += value.pdf * probabilities[lobe];
     };
-    if (!(out.z > 0) || in.z == 0) return sum;
-    if (in.z > 0 && coat > 0 && !isMirror(Coat)) {
-        const float cosine = out ^ Normalized(out + in, kUp);
-        add(Coat, evaluateReflection(coatFacets, in, Color(coat * coatFresnel(cosine))));
+    if (!(wo.z > 0) || wi.z == 0) return sum;
+    if (wi.z > 0 && coat > 0 && !isSpecular(Coat)) {
+        const float cosine = wo ^ Normalized(wo + wi, kUp);
+        add(Coat, evaluateReflection(coatFacets, wi, Color(coat * coatFresnel(cosine))));
     }
-    if (in.z > 0 && metal > 0 && !isMirror(Metal)) add(Metal, evaluateMetal(in));
-    if (border > 0 && !isMirror(Border)) add(Border, evaluateBorder(in));
-    if (in.z > 0) add(Ground, evaluateGround(in));
+    if (wi.z > 0 && metal > 0 && !isSpecular(Metal)) add(Metal, evaluateMetal(wi));
+    if (dielectric > 0 && !isSpecular(Dielectric)) add(Dielectric, evaluateDielectric(wi));
+    if (wi.z > 0) add(Diffuse, evaluateDiffuse(wi));
     return sum;
 }
 
-Bsdf::Value Bsdf::evaluateReflection(const Facets& mirrors, const V3f& in,
+/// The Torrance-Sparrow model: D G F / (4 cos cos), times the cosine of wi, where `weight` holds F.
+Bsdf::Value Bsdf::evaluateReflection(const GgxFacets& ggx, const V3f& wi,
                                      const Color& weight) const {
-    const V3f facet = Normalized(out + in, kUp);
-    const float cosine = out ^ facet;
+    const V3f facet = Normalized(wo + wi, kUp);
+    const float cosine = wo ^ facet;
     if (!(cosine > 0)) return {};
-    const float shared = mirrors.density(facet) * mirrors.seen(out, in) / (4 * out.z);
-    return {weight * shared, mirrors.pdf(out, facet) / (4 * cosine)};
+    const float model = ggx.density(facet) * ggx.maskingShadowing(wo, wi) / (4 * wo.z);
+    return {weight * model, ggx.visiblePdf(wo, facet) / (4 * cosine)};
 }
 
-Bsdf::Value Bsdf::evaluateMetal(const V3f& in) const {
-    const float cosine = out ^ Normalized(out + in, kUp);
-    return evaluateReflection(facets, in, metalFresnel(cosine) * metal);
+Bsdf::Value Bsdf::evaluateMetal(const V3f& wi) const {
+    const float cosine = wo ^ Normalized(wo + wi, kUp);
+    return evaluateReflection(facets, wi, metalFresnel(cosine) * metal);
 }
 
-Bsdf::Value Bsdf::evaluateBorder(const V3f& in) const {
-    if (in.z < 0) return evaluatePassage(in);
-    const float fresnel = borderFresnel(out ^ Normalized(out + in, kUp));
-    Value value = evaluateReflection(facets, in, surfacing.reflection * (fresnel * border));
+Bsdf::Value Bsdf::evaluateDielectric(const V3f& wi) const {
+    if (wi.z < 0) return evaluateTransmission(wi);
+    const float fresnel = dielectricFresnel(wo ^ Normalized(wo + wi, kUp));
+    Value value = evaluateReflection(facets, wi, surface.specular * (fresnel * dielectric));
     value.pdf *= reflectionProbability(fresnel);
     return value;
 }
 
-/// Walter et al., "Microfacet Models for Refraction through Rough Surfaces", 2007.
-Bsdf::Value Bsdf::evaluatePassage(const V3f& in) const {
-    if (IsBlack(passage)) return {};
-    V3f facet = Normalized(out + in * ior, kUp);
+/// Walter et al., "Microfacet Models for Refraction through Rough Surfaces", EGSR 2007.
+Bsdf::Value Bsdf::evaluateTransmission(const V3f& wi) const {
+    if (IsBlack(transmitted)) return {};
+    V3f facet = Normalized(wo + wi * ior, kUp);
     if (facet.z < 0) facet = -facet;
-    const float cosineOut = out ^ facet;
-    const float cosineIn = in ^ facet;
+    const float cosineOut = wo ^ facet;
+    const float cosineIn = wi ^ facet;
     if (!(cosineOut > 0) || !(cosineIn < 0)) return {};
-    const float fresnel = borderFresnel(cosineOut);
-    const float bend = cosineOut + ior * cosineIn;
-    const float perDirection = -cosineIn * ior * ior / (bend * bend);
-    const float shared =
-        facets.density(facet) * facets.seen(out, in) * cosineOut * perDirection / out.z;
-    return {passage * ((1 - fresnel) * border * shared),
-            facets.pdf(out, facet) * perDirection * (1 - reflectionProbability(fresnel))};
+    const float fresnel = dielectricFresnel(cosineOut);
+    const float denominator = cosineOut + ior * cosineIn;
+    // The Jacobian from normals of facets to refracted directions.
+    const float jacobian = -cosineIn * ior * ior / (denominator * denominator);
+    const float model =
+        facets.density(facet) * facets.maskingShadowing(wo, wi) * cosineOut * jacobian / wo.z;
+    return {transmitted * ((1 - fresnel) * dielectric * model),
+            facets.visiblePdf(wo, facet) * jacobian * (1 - reflectionProbability(fresnel))};
 }
 
-Bsdf::Value Bsdf::evaluateGround(const V3f& in) const {
-    return {ground * (in.z / kPi), in.z / kPi};
+Bsdf::Value Bsdf::evaluateDiffuse(const V3f& wi) const {
+    return {diffuse * (wi.z / kPi), wi.z / kPi};
 }
 
 // Sampling ----------------------------------------------------------------------------------------
 
 Bsdf::Sample Bsdf::sample(float choice, const V2f& u) const {
     int lobe = 0;
-    while (lobe < Ground && choice >= probabilities[lobe])
+    while (lobe < Diffuse && choice >= probabilities[lobe])
         choice -= probabilities[lobe++];
     const float probability = probabilities[lobe];
     if (!(probability > 0)) return {};
     const float rest = std::min(choice / probability, 0x1.fffffep-1f);
     Sample sample;
-    if (isMirror(Lobe(lobe))) {
-        sample = sampleMirror(Lobe(lobe), rest);
+    if (isSpecular(Lobe(lobe))) {
+        sample = sampleSpecular(Lobe(lobe), rest);
         sample.weight /= probability;
     } else {
-        sample.in = sampleDirection(Lobe(lobe), rest, u);
-        const Value value = evaluate(sample.in);
+        sample.wi = sampleDirection(Lobe(lobe), rest, u);
+        const Value value = evaluate(sample.wi);
         if (!(value.pdf > 0) || !std::isfinite(value.pdf)) return {};
-        sample.weight = value.share / value.pdf;
+        sample.weight = value.timesCosine / value.pdf;
         sample.pdf = value.pdf;
     }
     return IsFinite(sample.weight) ? sample : Sample{};
 }
 
-/// The weight is not yet divided by how likely the lobe is.
-Bsdf::Sample Bsdf::sampleMirror(Lobe lobe, float choice) const {
+/// Samples a specular lobe. The weight is not yet divided by the probability of the lobe.
+Bsdf::Sample Bsdf::sampleSpecular(Lobe lobe, float choice) const {
     Sample sample;
-    sample.in = Reflected(out, kUp);
+    sample.wi = Reflected(wo, kUp);
     if (lobe == Coat) {
-        sample.weight = Color(coat * coatFresnel(out.z));
+        sample.weight = Color(coat * coatFresnel(wo.z));
     } else if (lobe == Metal) {
-        sample.weight = metalFresnel(out.z) * metal;
+        sample.weight = metalFresnel(wo.z) * metal;
     } else {
-        const float fresnel = borderFresnel(out.z);
-        const float back = reflectionProbability(fresnel);
-        const bool isBack = choice < back;
-        sample.weight = isBack ? surfacing.reflection * (border * fresnel / back)
-                               : passage * (border * (1 - fresnel) / (1 - back));
-        const float bending = std::abs(ior - 1) < kSameIor ? 1 : ior;
-        if (!isBack) sample.in = Refracted(out, kUp, bending);
+        const float fresnel = dielectricFresnel(wo.z);
+        const float probability = reflectionProbability(fresnel);
+        const bool isReflected = choice < probability;
+        sample.weight = isReflected
+                            ? surface.specular * (dielectric * fresnel / probability)
+                            : transmitted * (dielectric * (1 - fresnel) / (1 - probability));
+        const float refractiveIor = std::abs(ior - 1) < kMinIorDifference ? 1 : ior;
+        if (!isReflected) sample.wi = Refracted(wo, kUp, refractiveIor);
     }
     return sample;
 }
 
-/// The null vector when there is none.
+/// Samples a lobe that is not specular: the diffuse one in proportion to the cosine (Malley's
+/// method), the others by GGX visible normals. The null vector if the sample is invalid.
 V3f Bsdf::sampleDirection(Lobe lobe, float choice, const V2f& u) const {
-    if (lobe == Ground) {
+    if (lobe == Diffuse) {
         const float r = std::sqrt(u.x);
         const float phi = 2 * kPi * u.y;
         return {r * std::cos(phi), r * std::sin(phi), std::sqrt(std::max(0.0f, 1 - u.x))};
     }
-    const V3f facet = (lobe == Coat ? coatFacets : facets).sample(out, u);
-    const bool isBack =
-        lobe != Border || choice < reflectionProbability(borderFresnel(out ^ facet));
-    const V3f in = isBack ? Reflected(out, facet) : Refracted(out, facet, ior);
-    return (in.z > 0) == isBack ? in : V3f(0);
+    const V3f facet = (lobe == Coat ? coatFacets : facets).sampleVisible(wo, u);
+    const bool isReflected =
+        lobe != Dielectric || choice < reflectionProbability(dielectricFresnel(wo ^ facet));
+    const V3f wi = isReflected ? Reflected(wo, facet) : Refracted(wo, facet, ior);
+    return (wi.z > 0) == isReflected ? wi : V3f(0);
 }
 
 } // namespace lantern

@@ -8,80 +8,79 @@
 
 namespace lantern {
 
-/// What a surface is made of at one point. Weights and colours are from 0 to 1.
-struct Surfacing {
+/// The material at one point of a surface. Weights and colors are from 0 to 1.
+struct SurfaceProperties {
     Color baseColor{0.8f, 0.8f, 0.8f};
-    Color reflection{1, 1, 1}; ///< weight of what a dielectric's border reflects
+    Color specular{1, 1, 1}; ///< weight of the reflection of a dielectric
     float metalness = 0;
-    float width = 0.25f; ///< of the facets' distribution
+    float alpha = 0.25f; ///< the GGX parameter
     float ior = 1.5f;
     float transmission = 0;
     float coat = 0;
-    float coatWidth = 0.01f;
+    float coatAlpha = 0.01f;
 };
 
-/// How light is scattered where it meets a surface. Directions are in local space, away from the
-/// surface; +Z is its normal on the side of `out`.
+/// The scattering at one point for one outgoing direction. Directions are in local space and point
+/// away from the surface; +Z is the normal on the side of `wo`.
 ///
-/// From top to bottom: a coat; then metal or dielectric; below the border of the dielectric there
-/// is either a matt ground or its clear inside, which is entered from outside and left from
-/// inside: what is transparent should be a closed shape. What one layer reflects does not reach
-/// the next. Radiance is not scaled as it enters a denser medium, since it is scaled back when it
-/// leaves; so nothing ever gets brighter.
+/// The layers from top to bottom: a clear coat; a metal or a dielectric; below the interface of the
+/// dielectric a diffuse base, or its clear inside, which rays enter from outside and leave from
+/// inside, so that a transparent shape should be closed. The albedo of an upper layer is what the
+/// lower ones lose. Radiance is not scaled by the squared index of refraction where a path enters a
+/// medium, because the scaling would be undone where it leaves.
 class Bsdf {
 public:
-    /// What comes in from a direction: its share that goes `out`, times the cosine; and how densely
-    /// sample() takes such directions, per solid angle. Leaves out what mirrors do.
+    /// The BSDF times the cosine of `wi`, and the density with which sample() chooses `wi`, per
+    /// solid angle. Specular lobes are left out.
     struct Value {
-        Color share{0, 0, 0};
+        Color timesCosine{0, 0, 0};
         float pdf = 0;
     };
     struct Sample {
-        V3f in{0, 0, 0};
-        Color weight{0, 0, 0}; ///< share divided by pdf; black: nothing was found
-        float pdf = 0;         ///< 0: of a mirror
+        V3f wi{0, 0, 0};
+        Color weight{0, 0, 0}; ///< Value::timesCosine over pdf; black if there is no sample
+        float pdf = 0;         ///< 0 for specular lobes
     };
 
-    /// `isInside`: `out` is in the clear inside of a dielectric.
-    Bsdf(const Surfacing& surfacing, const V3f& out, bool isInside);
+    /// `isInside`: `wo` is inside of the dielectric.
+    Bsdf(const SurfaceProperties& surface, const V3f& wo, bool isInside);
 
-    Value evaluate(const V3f& in) const;
-    /// `choice` and `u` are from 0 to 1.
+    Value evaluate(const V3f& wi) const;
+    /// `choice` and `u` are uniform in [0, 1).
     Sample sample(float choice, const V2f& u) const;
 
-    /// There are only mirrors: evaluate() finds nothing.
-    bool isMirror() const;
+    /// Whether all lobes are specular, so that evaluate() always returns black.
+    bool isSpecular() const;
 
 private:
-    enum Lobe { Coat, Metal, Border, Ground, Lobes };
+    enum Lobe { Coat, Metal, Dielectric, Diffuse, Lobes }; // Dielectric: reflected or transmitted
 
-    Value evaluateReflection(const Facets& mirrors, const V3f& in, const Color& weight) const;
-    Value evaluateMetal(const V3f& in) const;
-    Value evaluateBorder(const V3f& in) const;
-    Value evaluatePassage(const V3f& in) const;
-    Value evaluateGround(const V3f& in) const;
+    Value evaluateReflection(const GgxFacets& ggx, const V3f& wi, const Color& weight) const;
+    Value evaluateMetal(const V3f& wi) const;
+    Value evaluateDielectric(const V3f& wi) const;
+    Value evaluateTransmission(const V3f& wi) const;
+    Value evaluateDiffuse(const V3f& wi) const;
 
-    Sample sampleMirror(Lobe lobe, float choice) const;
+    Sample sampleSpecular(Lobe lobe, float choice) const;
     V3f sampleDirection(Lobe lobe, float choice, const V2f& u) const;
 
-    bool isMirror(Lobe lobe) const;
+    bool isSpecular(Lobe lobe) const;
     float coatFresnel(float cosine) const;
     Color metalFresnel(float cosine) const;
-    float borderFresnel(float cosine) const;
-    /// How likely what meets the border is taken to be reflected, not let through.
+    float dielectricFresnel(float cosine) const;
     float reflectionProbability(float fresnel) const;
 
-    Surfacing surfacing;
-    V3f out;
-    float ior; // of the other side of the border, relative to this one
-    Facets facets;
-    Facets coatFacets;
-    // What the lobes are multiplied by.
+    SurfaceProperties surface;
+    V3f wo;
+    float ior; // of the other side of the interface, relative to this one
+    GgxFacets facets;
+    GgxFacets coatFacets;
+    // The weights of the lobes.
     float coat = 0;
     float metal = 0;
-    float border = 0;
-    Color passage{0, 0, 0}; // of what the border does not reflect
-    Color ground{0, 0, 0};
+    float dielectric = 0;
+    Color transmitted{0, 0, 0}; // of the part that the dielectric does not reflect
+    Color diffuse{0, 0, 0};
     std::array<float, Lobes> probabilities{};
 };
 

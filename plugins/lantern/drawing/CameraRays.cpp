@@ -15,7 +15,7 @@ bool CanBeInverted(const M44d& matrix) {
     return determinant != 0 && std::isfinite(determinant);
 }
 
-/// Half of what two units of the screen window are, at depth 1.
+/// The size at depth 1 of one unit of the screen window.
 double HalfWindow(const Camera& camera) {
     if (camera.isOrthographic) return camera.orthographicWidth / 2.0;
     return std::tan(camera.fov * kRadiansPerDegree / 2);
@@ -55,32 +55,32 @@ M44d WorldToCamera(const Camera& camera) {
 CameraRays::CameraRays(const Camera& camera, int width, int height) : camera(camera) {
     const double l = camera.left, r = camera.right, t = camera.top, b = camera.bottom;
     const double half = HalfWindow(camera);
-    perX = (r - l) * half / width;
+    pixelWidth = (r - l) * half / width;
     if (camera.isOrthographic) {
-        // Its window moves the other way than that of a perspective.
-        perY = (t - b) * half / height;
+        // An orthographic window shifts in the opposite direction of a perspective one.
+        pixelHeight = (t - b) * half / height;
         left = -r * half;
         top = -b * half;
     } else {
-        perY = perX; // square pixels
+        pixelHeight = pixelWidth; // square pixels
         left = l * half;
-        top = t * perY * height / (t - b);
+        top = t * pixelHeight * height / (t - b);
     }
 }
 
 Ray CameraRays::at(double x, double y, float time) const {
-    const Imath::V3d place(left + x * perX, top - y * perY, 0);
+    const Imath::V3d offset(left + x * pixelWidth, top - y * pixelHeight, 0);
     const Imath::V3d axis(0, 0, -1);
     const M44d toWorld = toWorldAt(time);
     Imath::V3d origin, direction;
     if (camera.isOrthographic) {
-        toWorld.multVecMatrix(place + axis * camera.near, origin);
+        toWorld.multVecMatrix(offset + axis * camera.near, origin);
         toWorld.multDirMatrix(axis, direction);
     } else {
-        toWorld.multVecMatrix((place + axis) * std::max(camera.near, 0.0f), origin);
-        toWorld.multDirMatrix(place + axis, direction);
+        toWorld.multVecMatrix((offset + axis) * std::max(camera.near, 0.0f), origin);
+        toWorld.multDirMatrix(offset + axis, direction);
     }
-    // How far it is in the world to what is one unit farther along the viewing axis.
+    // The length of the ray in world space per unit of depth.
     const double perDepth = direction.length();
     Ray ray;
     ray.origin = V3f(origin);

@@ -5,35 +5,36 @@
 
 namespace lantern {
 
-/// Part of a line in the world, from its origin on.
+/// A ray in world space.
 struct Ray {
     V3f origin;
     V3f direction; ///< of length 1
     float farthest = 0;
-    float time = 0; ///< of the shutter: 0 as it opens, 1 as it closes
+    float time = 0; ///< 0 at the opening of the shutter, 1 at its closing
 };
 
-/// Camera space to clip space, as docs/cameras.md has it: -1 to 1 across the whole picture.
+/// Camera space to clip space, -1 to 1 across the whole picture; docs/cameras.md has the formulas.
 M44d ProjectionOf(const Camera& camera, int width, int height);
 
-/// World to camera as the shutter opens. The inverse of a camera's transform that has none is
-/// taken to be the identity.
+/// World to camera at the opening of the shutter; the identity if the camera's transform is
+/// singular.
 M44d WorldToCamera(const Camera& camera);
 
-/// Gives the rays on which the points lie that are seen at a place of the picture.
+/// Generates camera rays.
 class CameraRays {
 public:
     CameraRays(const Camera& camera, int width, int height);
 
-    /// `x` from the left, `y` from the top, in pixels; between the clipping planes.
+    /// The ray through a point of the picture, in pixels from its left and top. It begins at the
+    /// near and ends at the far clipping plane.
     Ray at(double x, double y, float time) const;
 
 private:
     M44d toWorldAt(float time) const;
 
     Camera camera;
-    // In camera space, at depth 1: the upper left corner of the picture and one pixel's size.
-    double left, top, perX, perY;
+    // The upper left corner of the picture and the size of a pixel, in camera space at depth 1.
+    double left, top, pixelWidth, pixelHeight;
 };
 
 } // namespace lantern

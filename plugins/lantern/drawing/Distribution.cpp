@@ -18,7 +18,7 @@ Distribution::Distribution(const std::vector<float>& weights) {
 std::size_t Distribution::pick(float u, float& rest) const {
     const double target = Clamp01(u) * sum;
     auto end = std::upper_bound(ends.begin(), ends.end(), target);
-    // The very end belongs to the last one that weighs anything.
+    // u = 1 belongs to the last index of nonzero weight.
     if (end == ends.end()) end = std::lower_bound(ends.begin(), ends.end(), sum);
     const double begin = end == ends.begin() ? 0 : *(end - 1);
     rest = std::min(static_cast<float>((target - begin) / (*end - begin)), 0x1.fffffep-1f);
@@ -34,8 +34,8 @@ float Distribution::probability(std::size_t which) const {
 Distribution2D::Distribution2D(const std::vector<float>& weights, int width) {
     std::vector<float> sums;
     for (auto row = weights.begin(); row != weights.end(); row += width) {
-        columns.emplace_back(std::vector<float>(row, row + width));
-        sums.push_back(static_cast<float>(columns.back().total()));
+        cells.emplace_back(std::vector<float>(row, row + width));
+        sums.push_back(static_cast<float>(cells.back().total()));
     }
     rows = Distribution(sums);
 }
@@ -43,22 +43,22 @@ Distribution2D::Distribution2D(const std::vector<float>& weights, int width) {
 V2f Distribution2D::sample(const V2f& u) const {
     V2f inside;
     const std::size_t row = rows.pick(u.y, inside.y);
-    const std::size_t column = columns[row].pick(u.x, inside.x);
-    const auto width = static_cast<float>(columns[row].size());
+    const std::size_t column = cells[row].pick(u.x, inside.x);
+    const auto width = static_cast<float>(cells[row].size());
     return {(static_cast<float>(column) + inside.x) / width,
-            (static_cast<float>(row) + inside.y) / static_cast<float>(columns.size())};
+            (static_cast<float>(row) + inside.y) / static_cast<float>(cells.size())};
 }
 
-float Distribution2D::pdf(const V2f& place) const {
+float Distribution2D::pdf(const V2f& point) const {
     if (isEmpty()) return 0;
     const auto cell = [](float at, std::size_t count) {
         const auto index = static_cast<std::size_t>(Clamp01(at) * static_cast<float>(count));
         return std::min(index, count - 1);
     };
-    const std::size_t row = cell(place.y, columns.size());
-    const Distribution& inRow = columns[row];
-    return rows.probability(row) * inRow.probability(cell(place.x, inRow.size())) *
-           static_cast<float>(columns.size() * inRow.size());
+    const std::size_t row = cell(point.y, cells.size());
+    const Distribution& inRow = cells[row];
+    return rows.probability(row) * inRow.probability(cell(point.x, inRow.size())) *
+           static_cast<float>(cells.size() * inRow.size());
 }
 
 } // namespace lantern

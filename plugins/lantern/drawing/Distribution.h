@@ -8,42 +8,43 @@
 
 namespace lantern {
 
-/// Picks one of many in proportion to weights.
+/// A discrete distribution, sampled by inverting its cumulative sums.
 class Distribution {
 public:
     Distribution() = default;
-    /// Weights that are negative or no numbers count as 0.
+    /// Weights that are negative or not finite count as 0.
     explicit Distribution(const std::vector<float>& weights);
 
-    /// No weight is above 0: nothing can be picked.
+    /// True if no weight is above 0; pick() must not be called then.
     bool isEmpty() const { return sum <= 0; }
     double total() const { return sum; }
     std::size_t size() const { return ends.size(); }
 
-    /// Assigns to `rest` where in the share of what was picked u was, from 0 to 1.
+    /// Picks an index in proportion to its weight. `rest` becomes the position of u within the
+    /// interval of that index, from 0 to 1: a fresh uniform number.
     std::size_t pick(float u, float& rest) const;
     float probability(std::size_t which) const;
 
 private:
-    std::vector<double> ends; // sums of the weights up to and with each
+    std::vector<double> ends; // cumulative sums of the weights
     double sum = 0;
 };
 
-/// Picks points of a square of cells in proportion to their weights.
+/// A piecewise constant distribution on the unit square: first a row, then a cell of the row.
 class Distribution2D {
 public:
     Distribution2D() = default;
-    /// Row by row, `width` of them each.
+    /// One weight per cell, row by row with `width` cells each.
     Distribution2D(const std::vector<float>& weights, int width);
 
     bool isEmpty() const { return rows.isEmpty(); }
-    /// From 0 to 1 in both directions.
+    /// A point of the unit square.
     V2f sample(const V2f& u) const;
-    /// Per unit of the square.
-    float pdf(const V2f& place) const;
+    /// The density of sample(), per unit area.
+    float pdf(const V2f& point) const;
 
 private:
-    std::vector<Distribution> columns; // of each row
+    std::vector<Distribution> cells; // of each row
     Distribution rows;
 };
 

@@ -15,20 +15,20 @@
 namespace lantern {
 namespace {
 
-constexpr int kBucket = 32; // pixels on each side
+constexpr int kBucketSize = 32; // pixels on each side
 
-/// The window in squares, row by row from the top.
+/// The square tiles of a window that threads draw one at a time, row by row from the top.
 class Buckets {
 public:
     explicit Buckets(const Window& window)
-        : window(window), columns((window.width() + kBucket - 1) / kBucket),
-          rows((window.height() + kBucket - 1) / kBucket) {}
+        : window(window), columns((window.width() + kBucketSize - 1) / kBucketSize),
+          rows((window.height() + kBucketSize - 1) / kBucketSize) {}
 
     int count() const { return columns * rows; }
     Window at(int bucket) const {
-        const int x = window.x0 + bucket % columns * kBucket;
-        const int y = window.y0 + bucket / columns * kBucket;
-        return {x, y, std::min(x + kBucket, window.x1), std::min(y + kBucket, window.y1)};
+        const int x = window.x0 + bucket % columns * kBucketSize;
+        const int y = window.y0 + bucket / columns * kBucketSize;
+        return {x, y, std::min(x + kBucketSize, window.x1), std::min(y + kBucketSize, window.y1)};
     }
 
 private:
@@ -37,8 +37,8 @@ private:
     int rows;
 };
 
-/// Work that several threads share: each takes the next bucket until there is none. What one of
-/// them throws ends the others.
+/// Draws all buckets: each thread takes the next one until none is left. An exception in one thread
+/// stops the others.
 class Drawing {
 public:
     Drawing(const PathTracer& tracer, Picture& picture, int samples, float gain, Report& report)
@@ -51,7 +51,7 @@ public:
         try {
             for (int i = 1; i < std::min(threads, buckets.count()); ++i)
                 others.emplace_back([this] { work(); });
-        } catch (...) { // no more threads to be had: those that are there do
+        } catch (...) { // fewer threads than wanted can be started; those that run are enough
             if (others.empty() && threads > 1) report.warn("there are no threads to draw with");
         }
         work();
@@ -73,7 +73,7 @@ private:
     }
 
     void tell(int pixels) {
-        const std::lock_guard<std::mutex> guard(lock); // so that it never goes back
+        const std::lock_guard<std::mutex> guard(lock); // so that the progress never decreases
         done += pixels;
         report.progress(double(done) / (double(picture.window.width()) * picture.window.height()),
                         "drawing");
@@ -96,14 +96,14 @@ private:
     }
 
     const PathTracer& tracer;
-    Picture& picture; // each bucket's pixels are one thread's
+    Picture& picture; // each pixel is written by one thread
     const int samples;
     const float gain;
     Report& report;
     const Buckets buckets;
     std::atomic<int> taken{0};
     std::atomic<bool> isOver{false};
-    std::mutex lock;       // of what follows
+    std::mutex lock;       // guards the members below
     std::int64_t done = 0; // pixels
     std::exception_ptr failure;
 };

@@ -20,7 +20,7 @@ using EmbreeTree = std::unique_ptr<RTCSceneTy, EmbreeReleaser<RTCScene, rtcRelea
 using EmbreeGeometry =
     std::unique_ptr<RTCGeometryTy, EmbreeReleaser<RTCGeometry, rtcReleaseGeometry>>;
 
-/// Embree must be given numbers.
+/// Embree requires finite rays.
 inline bool IsSound(const Ray& ray) {
     return IsFinite(ray.origin) && IsFinite(ray.direction) && ray.farthest > 0;
 }

@@ -10,19 +10,19 @@
 #include "drawing/Numbers.h"
 #include "drawing/Sampler.h"
 
-// Every shape that is used has a scene of its own, in its own space, and there is one geometry in
-// it; the top scene has an instance for each of SceneData, of the same number. Trees are of medium
-// quality: those are the same whatever the number of threads.
+// A two-level hierarchy: each shape in use is an Embree scene of one geometry in the shape's own
+// space, and the top scene has one Embree instance per instance of SceneData, with the same index.
+// The build quality stays at medium, for which trees do not depend on the number of threads.
 
 namespace lantern {
 namespace {
 
-constexpr float kBlocked = 1e-4f; // less light than that is none
+constexpr float kMinTransmittance = 1e-4f; // a shadow ray ends below
 
-/// What the filters below know of a ray. The first member is what Embree has a pointer to.
+/// What the filter functions below know of a ray. Embree hands them a pointer to the first member.
 struct RayContext {
     RTCIntersectContext base;
-    const Openings* openings;
+    const OpacitySource* opacity;
     std::uint32_t seed;
     float transmittance;
 };
@@ -32,15 +32,16 @@ RayHit ToHit(const RTCHit& hit, float distance) {
 }
 
 float OpacityOf(const RTCFilterFunctionNArguments& args, RayHit& hit) {
-    const auto& found = *reinterpret_cast<const RTCHit*>(args.hit); // single rays: N is 1
+    const auto& found = *reinterpret_cast<const RTCHit*>(args.hit); // N is 1 for single rays
     const auto& ray = *reinterpret_cast<const RTCRay*>(args.ray);
     hit = ToHit(found, ray.tfar);
-    // Both are in the shape's own space here.
+    // The ray and the normal are in the shape's space here.
     const bool isFromInside = (V3f(ray.dir_x, ray.dir_y, ray.dir_z) ^ hit.outward) > 0;
-    return reinterpret_cast<const RayContext*>(args.context)->openings->opacity(hit, isFromInside);
+    return reinterpret_cast<const RayContext*>(args.context)->opacity->opacity(hit, isFromInside);
 }
 
-void PassSome(const RTCFilterFunctionNArguments* args) {
+/// Embree's filter for nearest hits: rejects a hit with the probability of its transparency.
+void RejectAtRandom(const RTCFilterFunctionNArguments* args) {
     const auto& context = *reinterpret_cast<const RayContext*>(args->context);
     RayHit hit;
     const float opacity = OpacityOf(*args, hit);
@@ -48,23 +49,24 @@ void PassSome(const RTCFilterFunctionNArguments* args) {
         args->valid[0] = 0;
 }
 
-void PassDimmed(const RTCFilterFunctionNArguments* args) {
+/// Embree's filter for shadow rays: multiplies transparencies and lets the ray go on.
+void Attenuate(const RTCFilterFunctionNArguments* args) {
     auto& context = *reinterpret_cast<RayContext*>(args->context);
     RayHit hit;
     context.transmittance *= 1 - OpacityOf(*args, hit);
-    if (context.transmittance > kBlocked) args->valid[0] = 0;
+    if (context.transmittance > kMinTransmittance) args->valid[0] = 0;
 }
 
-RayContext ContextOf(const Openings& openings, std::uint32_t seed) {
+RayContext ContextOf(const OpacitySource& opacity, std::uint32_t seed) {
     RayContext context{};
     rtcInitIntersectContext(&context.base);
-    context.openings = &openings;
+    context.opacity = &opacity;
     context.seed = seed;
     context.transmittance = 1;
     return context;
 }
 
-/// The steps that Embree is given of so many: no more than it takes.
+/// The number of motion steps to give to Embree, which has a limit.
 unsigned int StepsFor(std::size_t count) {
     return static_cast<unsigned int>(std::min<std::size_t>(count, RTC_MAX_TIME_STEP_COUNT));
 }
@@ -78,11 +80,11 @@ StepPosition StepAt(std::size_t count, unsigned int step) {
 } // namespace
 
 struct EmbreeScene::Trees {
-    Trees(const SceneData& data, const Openings& openings, int threads, const Report& report);
+    Trees(const SceneData& data, const OpacitySource& opacity, int threads, const Report& report);
 
     void check() const;
     void addInstances();
-    RTCScene shapeScene(Index index, bool isSolid);
+    RTCScene shapeScene(Index index, bool isOpaque);
     EmbreeGeometry newGeometry(RTCGeometryType type) const;
     EmbreeGeometry meshGeometry(const Mesh& mesh) const;
     EmbreeGeometry spheresGeometry(const Spheres& spheres) const;
@@ -92,20 +94,20 @@ struct EmbreeScene::Trees {
     EmbreeTree newScene(int flags) const;
 
     const SceneData& data;
-    const Openings& openings;
+    const OpacitySource& opacity;
     const Report& report;
     mutable std::atomic<RTCError> error{RTC_ERROR_NONE};
     EmbreeDevice device;
-    std::vector<EmbreeTree> solid;  // by shape; null when no instance needs it
-    std::vector<EmbreeTree> opened; // the same with filters
+    std::vector<EmbreeTree> opaque;   // by shape; null if no instance needs it
+    std::vector<EmbreeTree> filtered; // the same with the filter functions, for what is not opaque
     EmbreeTree top;
 };
 
-EmbreeScene::Trees::Trees(const SceneData& data, const Openings& openings, int threads,
+EmbreeScene::Trees::Trees(const SceneData& data, const OpacitySource& opacity, int threads,
                           const Report& report)
-    : data(data), openings(openings), report(report),
+    : data(data), opacity(opacity), report(report),
       device(rtcNewDevice(("threads=" + std::to_string(std::max(threads, 0))).c_str())),
-      solid(data.shapes.size()), opened(data.shapes.size()) {
+      opaque(data.shapes.size()), filtered(data.shapes.size()) {
     if (!device) throw RenderError("cannot start Embree");
     rtcSetDeviceErrorFunction(
         device.get(),
@@ -120,7 +122,7 @@ EmbreeScene::Trees::Trees(const SceneData& data, const Openings& openings, int t
     commit(top.get());
 }
 
-/// Embree's functions cannot throw: they leave word of what went wrong.
+/// Throws if Embree has reported an error.
 void EmbreeScene::Trees::check() const {
     switch (error.load()) {
     case RTC_ERROR_NONE:
@@ -147,7 +149,7 @@ void EmbreeScene::Trees::commit(RTCScene scene) const {
     rtcSetSceneProgressMonitorFunction(
         scene,
         [](void* report, double) { return !static_cast<const Report*>(report)->isCancelled(); },
-        const_cast<Report*>(&report)); // the function above makes it const again
+        const_cast<Report*>(&report)); // the callback makes it const again
     rtcCommitScene(scene);
     check();
 }
@@ -157,22 +159,22 @@ void EmbreeScene::Trees::addInstances() {
         const Instance& instance = data.instances[i];
         const Shape& shape = data.shapes[instance.shape];
         if (shape.mesh.triangles.empty() && shape.spheres.radii.empty()) continue;
-        RTCScene scene = shapeScene(instance.shape, openings.isSolid(instance));
+        RTCScene scene = shapeScene(instance.shape, opacity.isOpaque(instance));
         const EmbreeGeometry geometry = instanceGeometry(instance, scene);
         rtcAttachGeometryByID(top.get(), geometry.get(), static_cast<unsigned int>(i));
         check();
     }
 }
 
-RTCScene EmbreeScene::Trees::shapeScene(Index index, bool isSolid) {
-    EmbreeTree& scene = (isSolid ? solid : opened)[index];
+RTCScene EmbreeScene::Trees::shapeScene(Index index, bool isOpaque) {
+    EmbreeTree& scene = (isOpaque ? opaque : filtered)[index];
     if (scene) return scene.get();
     const Shape& shape = data.shapes[index];
     const EmbreeGeometry geometry =
         shape.mesh.triangles.empty() ? spheresGeometry(shape.spheres) : meshGeometry(shape.mesh);
-    if (!isSolid) {
-        rtcSetGeometryIntersectFilterFunction(geometry.get(), PassSome);
-        rtcSetGeometryOccludedFilterFunction(geometry.get(), PassDimmed);
+    if (!isOpaque) {
+        rtcSetGeometryIntersectFilterFunction(geometry.get(), RejectAtRandom);
+        rtcSetGeometryOccludedFilterFunction(geometry.get(), Attenuate);
     }
     rtcCommitGeometry(geometry.get());
     EmbreeTree made = newScene(RTC_SCENE_FLAG_ROBUST | RTC_SCENE_FLAG_COMPACT);
@@ -198,7 +200,7 @@ EmbreeGeometry EmbreeScene::Trees::meshGeometry(const Mesh& mesh) const {
     return geometry;
 }
 
-/// Copied, since Embree reads some bytes more than the last point has.
+/// Copies the points, because Embree reads a few bytes beyond the last one.
 void EmbreeScene::Trees::fillPoints(RTCGeometry geometry,
                                     const std::vector<std::vector<V3f>>& steps) const {
     const unsigned int count = StepsFor(steps.size());
@@ -246,7 +248,7 @@ EmbreeGeometry EmbreeScene::Trees::instanceGeometry(const Instance& instance,
         const M44f& first = data.transforms[instance.firstTransform + at.first];
         const M44f& second = data.transforms[instance.firstTransform + at.second];
         const M44f matrix = first * (1 - at.share) + second * at.share;
-        // Rows of ours are columns of Embree's.
+        // Our rows are Embree's columns.
         rtcSetGeometryTransform(geometry.get(), step, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR,
                                 matrix.getValue());
     }
@@ -255,15 +257,15 @@ EmbreeGeometry EmbreeScene::Trees::instanceGeometry(const Instance& instance,
     return geometry;
 }
 
-EmbreeScene::EmbreeScene(const SceneData& scene, const Openings& openings, int threads,
+EmbreeScene::EmbreeScene(const SceneData& scene, const OpacitySource& opacity, int threads,
                          const Report& report)
-    : trees(std::make_unique<Trees>(scene, openings, threads, report)) {}
+    : trees(std::make_unique<Trees>(scene, opacity, threads, report)) {}
 
 EmbreeScene::~EmbreeScene() = default;
 
 RayHit EmbreeScene::intersect(const Ray& ray, std::uint32_t seed) const {
     if (!IsSound(ray)) return {};
-    RayContext context = ContextOf(trees->openings, seed);
+    RayContext context = ContextOf(trees->opacity, seed);
     RTCRayHit found{};
     found.ray = ToEmbree(ray);
     found.hit.geomID = RTC_INVALID_GEOMETRY_ID;
@@ -275,7 +277,7 @@ RayHit EmbreeScene::intersect(const Ray& ray, std::uint32_t seed) const {
 
 float EmbreeScene::transmittance(const Ray& ray) const {
     if (!IsSound(ray)) return 0;
-    RayContext context = ContextOf(trees->openings, 0);
+    RayContext context = ContextOf(trees->opacity, 0);
     RTCRay occluded = ToEmbree(ray);
     rtcOccluded1(trees->top.get(), &context.base, &occluded);
     return occluded.tfar < 0 ? 0 : context.transmittance;

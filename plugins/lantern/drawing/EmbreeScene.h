@@ -10,41 +10,41 @@
 
 namespace lantern {
 
-/// What a ray meets.
+/// The intersection of a ray with a shape.
 struct RayHit {
-    Index instance = kNone; ///< kNone: nothing
-    Index primitive = 0;    ///< the triangle or sphere
-    float u = 0, v = 0;     ///< shares of the triangle's second and third point
-    V3f outward{0, 0, 0};   ///< from the surface, in the shape's space; of any length
+    Index instance = kNone; ///< kNone: the ray hits nothing
+    Index primitive = 0;    ///< index of the triangle or sphere
+    float u = 0, v = 0;     ///< barycentric coordinates of the triangle's second and third point
+    V3f outward{0, 0, 0};   ///< normal in the shape's space, of any length
     float distance = 0;
 
     explicit operator bool() const { return instance != kNone; }
 };
 
-/// Tells what light passes through. Any number of threads.
-class Openings {
+/// The opacity of surfaces. Safe from several threads at once.
+class OpacitySource {
 public:
-    virtual ~Openings() = default;
-    /// Everything of the instance stops all light from both sides.
-    virtual bool isSolid(const Instance& instance) const = 0;
-    /// From 0 to 1, for a ray that comes from inside or outside.
+    virtual ~OpacitySource() = default;
+    /// Whether the whole instance is opaque from both sides.
+    virtual bool isOpaque(const Instance& instance) const = 0;
+    /// From 0 to 1, for a ray that comes from inside or from outside.
     virtual float opacity(const RayHit& hit, bool isFromInside) const = 0;
 };
 
-/// Finds what rays meet. Any number of threads.
+/// Intersects rays with the scene. Safe from several threads at once.
 class EmbreeScene {
 public:
-    /// Both are kept. Throws RenderError and Cancelled.
-    EmbreeScene(const SceneData& scene, const Openings& openings, int threads,
+    /// Refers to the scene and the opacity. Throws RenderError and Cancelled.
+    EmbreeScene(const SceneData& scene, const OpacitySource& opacity, int threads,
                 const Report& report);
     ~EmbreeScene();
     EmbreeScene(const EmbreeScene&) = delete;
     EmbreeScene& operator=(const EmbreeScene&) = delete;
 
-    /// The nearest hit. A surface that is partly transparent is met, or not, in proportion to its
-    /// opacity: which of the two, is up to `seed`.
+    /// The nearest hit. A partly transparent surface is hit with the probability of its opacity;
+    /// `seed` decides.
     RayHit intersect(const Ray& ray, std::uint32_t seed) const;
-    /// The share of light that comes through.
+    /// The fraction of light that passes along the whole ray.
     float transmittance(const Ray& ray) const;
 
 private:

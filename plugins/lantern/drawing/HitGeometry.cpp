@@ -9,10 +9,12 @@
 namespace lantern {
 namespace {
 
-/// Steps of rounding, relative to the numbers that a position is computed from.
+/// HitGeometry::offset relative to the numbers that the position is computed from: 16 times the
+/// epsilon of a float.
 constexpr float kOffset = 0x1p-19f;
 
-/// Turns normals of a shape to those of its instance, also of mirrored ones. Not of length 1.
+/// Transforms normals by the cofactor matrix, which also holds for mirroring transforms. The result
+/// is not normalized.
 class NormalTransform {
 public:
     explicit NormalTransform(const M44f& m) {
@@ -34,7 +36,7 @@ private:
     V3f yz, zx, xy;
 };
 
-/// How large the numbers are that are added up when such a point is transformed.
+/// The largest sum of absolute terms when the point is transformed: rounding is relative to it.
 float MagnitudeOf(const V3f& point, const M44f& m) {
     float largest = 0;
     for (int k = 0; k < 3; ++k) {
@@ -66,12 +68,12 @@ HitGeometry MeshGeometryAt(const Mesh& mesh, const M44f& toWorld, const RayHit& 
     const NormalTransform normals(toWorld);
     HitGeometry result;
     result.position = local * toWorld;
-    const V3f across = (corners[1] - corners[0]) % (corners[2] - corners[0]);
-    result.normal = Normalized(normals(Normalized(across, V3f(0, 0, 1))), V3f(0, 0, 1));
-    result.smoothNormal = result.normal;
+    const V3f cross = (corners[1] - corners[0]) % (corners[2] - corners[0]);
+    result.normal = Normalized(normals(Normalized(cross, V3f(0, 0, 1))), V3f(0, 0, 1));
+    result.shadingNormal = result.normal;
     if (!mesh.normals.values.empty()) {
         const auto given = CornerValuesOf(mesh.normals, mesh, hit.primitive);
-        result.smoothNormal = Normalized(normals(Between(given, hit.u, hit.v)), result.normal);
+        result.shadingNormal = Normalized(normals(Between(given, hit.u, hit.v)), result.normal);
     }
     V3f extent(0);
     for (const V3f& corner : corners)
@@ -92,16 +94,17 @@ HitGeometry SphereGeometryAt(const Spheres& spheres, const M44f& toWorld, const 
     const float radius = spheres.radii[hit.primitive];
     const V3f outward = Normalized(hit.outward, V3f(0, 0, 1));
     HitGeometry result;
-    result.position = (center + outward * radius) * toWorld; // more exact than along the ray
+    // More exact than the point at the hit distance along the ray.
+    result.position = (center + outward * radius) * toWorld;
     result.normal = Normalized(NormalTransform(toWorld)(outward), outward);
-    result.smoothNormal = result.normal;
+    result.shadingNormal = result.normal;
     const V3f extent(std::abs(center.x) + radius, std::abs(center.y) + radius,
                      std::abs(center.z) + radius);
     result.offset = MagnitudeOf(extent, toWorld) * kOffset;
     return result;
 }
 
-/// Null when the mesh has no coordinates.
+/// The set of that name, or else the first one; null if the mesh has no coordinates.
 const UvSet* FindSet(const Mesh& mesh, const std::string& name) {
     for (const UvSet& set : mesh.uvSets)
         if (set.name == name && !set.st.values.empty()) return &set;

@@ -9,34 +9,34 @@
 
 namespace lantern {
 
-/// The place in the world where a ray meets a shape. Both normals have length 1 and point outside.
+/// The point where a ray meets a shape, in world space. Normals have length 1 and point outside.
 struct HitGeometry {
     V3f position;
-    V3f normal;       ///< of the shape itself
-    V3f smoothNormal; ///< that it is meant to have
-    float offset = 0; ///< so far from it rays begin that must not meet it again
+    V3f normal;        ///< the geometric normal
+    V3f shadingNormal; ///< interpolated between the corners
+    float offset = 0;  ///< distance that keeps a new ray from hitting the same surface
 
-    /// Where such a ray begins.
-    V3f leaving(const V3f& direction) const {
+    /// The origin of a ray that leaves the surface in a direction.
+    V3f rayOrigin(const V3f& direction) const {
         return position + normal * ((direction ^ normal) < 0 ? -offset : offset);
     }
 };
 
 HitGeometry GeometryAt(const SceneData& scene, const Ray& ray, const RayHit& hit);
 
-/// Assigns texture coordinates of the set of that name, or of the first one when there is none of
-/// that name; spheres have longitude and latitude under every name. False when there are none.
+/// Assigns the texture coordinates of the set of that name or else of the first set; for spheres,
+/// longitude and latitude. Returns false, and assigns nothing, if the mesh has no coordinates.
 bool CoordinatesAt(const SceneData& scene, const RayHit& hit, const std::string& uvSet, V2f& st);
 
-/// Assigns in which direction of the world the two texture coordinates grow; false when that is
-/// nowhere.
+/// Assigns the directions in which the texture coordinates s and t grow, in world space and not
+/// normalized. Returns false if there are none, as where the coordinates do not change.
 bool TangentsAt(const SceneData& scene, const RayHit& hit, float time, const std::string& uvSet,
                 const V3f& normal, V3f& alongS, V3f& alongT);
 
-/// An instance's shape to the world.
+/// The instance's transform to the world.
 M44f TransformAt(const SceneData& scene, const Instance& instance, float time);
 
-/// The three corners in the space of their shape.
+/// The corners of a triangle in the space of its shape.
 void CornersAt(const Mesh& mesh, Index triangle, float time, V3f corners[3]);
 
 } // namespace lantern

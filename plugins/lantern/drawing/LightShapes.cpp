@@ -11,37 +11,38 @@ namespace lantern {
 namespace {
 
 constexpr std::size_t kMostCrossings = 32;
-constexpr unsigned int kPanels = 0; // numbers of the two geometries
-constexpr unsigned int kBalls = 1;
+// Embree's identifiers of the two geometries.
+constexpr unsigned int kPanels = 0;
+constexpr unsigned int kSpheres = 1;
 
-/// The first member is what Embree has a pointer to.
+/// Embree hands a pointer to the first member to the filter function.
 struct CrossingsContext {
     RTCIntersectContext base;
     std::vector<LightShapes::Crossing>* crossings;
 };
 
-/// Notes what is met from outside, and lets the ray go on.
-void Note(const RTCFilterFunctionNArguments* args) {
-    const auto& hit = *reinterpret_cast<const RTCHit*>(args->hit); // single rays: N is 1
+/// Embree's filter function: collects the hit, then rejects it so that the ray goes on.
+void CollectHit(const RTCFilterFunctionNArguments* args) {
+    const auto& hit = *reinterpret_cast<const RTCHit*>(args->hit); // N is 1 for single rays
     const auto& ray = *reinterpret_cast<const RTCRay*>(args->ray);
     auto& crossings = *reinterpret_cast<CrossingsContext*>(args->context)->crossings;
     const bool isPanel = hit.geomID == kPanels;
-    const Index which = isPanel ? hit.primID / 2 : hit.primID;
-    const float along = ray.dir_x * hit.Ng_x + ray.dir_y * hit.Ng_y + ray.dir_z * hit.Ng_z;
-    const bool isOutside = isPanel || along < 0; // of panels, who asks knows where they face
-    // Between the two triangles of a panel a ray meets both.
-    const bool isNoted = std::any_of(crossings.begin(), crossings.end(), [&](const auto& other) {
-        return other.isPanel == isPanel && other.which == which;
+    const Index index = isPanel ? hit.primID / 2 : hit.primID; // a panel is two triangles
+    const float cosine = ray.dir_x * hit.Ng_x + ray.dir_y * hit.Ng_y + ray.dir_z * hit.Ng_z;
+    const bool isEntering = isPanel || cosine < 0;
+    // A ray through the diagonal of a panel hits both triangles.
+    const bool isKnown = std::any_of(crossings.begin(), crossings.end(), [&](const auto& other) {
+        return other.isPanel == isPanel && other.index == index;
     });
-    if (isOutside && !isNoted && crossings.size() < kMostCrossings)
-        crossings.push_back({isPanel, which, ray.tfar});
+    if (isEntering && !isKnown && crossings.size() < kMostCrossings)
+        crossings.push_back({isPanel, index, ray.tfar});
     args->valid[0] = 0;
 }
 
-void Attach(RTCScene scene, RTCGeometry geometry, unsigned int number) {
-    rtcSetGeometryIntersectFilterFunction(geometry, Note);
+void Attach(RTCScene scene, RTCGeometry geometry, unsigned int id) {
+    rtcSetGeometryIntersectFilterFunction(geometry, CollectHit);
     rtcCommitGeometry(geometry);
-    rtcAttachGeometryByID(scene, geometry, number);
+    rtcAttachGeometryByID(scene, geometry, id);
 }
 
 template <typename Value>
@@ -70,13 +71,13 @@ void AttachPanels(RTCDevice device, RTCScene scene, const std::vector<LightPanel
     Attach(scene, geometry.get(), kPanels);
 }
 
-void AttachBalls(RTCDevice device, RTCScene scene, const std::vector<LightBall>& balls) {
+void AttachSpheres(RTCDevice device, RTCScene scene, const std::vector<LightSphere>& spheres) {
     const EmbreeGeometry geometry(rtcNewGeometry(device, RTC_GEOMETRY_TYPE_SPHERE_POINT));
     auto* values = NewBuffer<std::array<float, 4>>(geometry.get(), RTC_BUFFER_TYPE_VERTEX,
-                                                   RTC_FORMAT_FLOAT4, balls.size());
-    for (const LightBall& ball : balls)
-        *values++ = {ball.center.x, ball.center.y, ball.center.z, ball.radius};
-    Attach(scene, geometry.get(), kBalls);
+                                                   RTC_FORMAT_FLOAT4, spheres.size());
+    for (const LightSphere& sphere : spheres)
+        *values++ = {sphere.center.x, sphere.center.y, sphere.center.z, sphere.radius};
+    Attach(scene, geometry.get(), kSpheres);
 }
 
 } // namespace
@@ -86,14 +87,14 @@ struct LightShapes::Tree {
     EmbreeTree scene{device ? rtcNewScene(device.get()) : nullptr};
 };
 
-LightShapes::LightShapes(const std::vector<LightBall>& balls,
+LightShapes::LightShapes(const std::vector<LightSphere>& spheres,
                          const std::vector<LightPanel>& panels) {
-    if (balls.empty() && panels.empty()) return;
+    if (spheres.empty() && panels.empty()) return;
     tree = std::make_unique<Tree>();
     if (!tree->scene) throw RenderError("cannot start Embree");
     rtcSetSceneFlags(tree->scene.get(), RTC_SCENE_FLAG_ROBUST);
     if (!panels.empty()) AttachPanels(tree->device.get(), tree->scene.get(), panels);
-    if (!balls.empty()) AttachBalls(tree->device.get(), tree->scene.get(), balls);
+    if (!spheres.empty()) AttachSpheres(tree->device.get(), tree->scene.get(), spheres);
     rtcCommitScene(tree->scene.get());
     if (rtcGetDeviceError(tree->device.get()) != RTC_ERROR_NONE)
         throw RenderError("Embree cannot take the scene's lights");

@@ -9,42 +9,44 @@
 
 namespace lantern {
 
-/// A ball in the world that shines.
-struct LightBall {
-    Index lamp = 0; ///< whose it is
+/// The sphere of a point or spot light, in the world.
+struct LightSphere {
+    Index lamp = 0;
     V3f center;
     float radius = 0;
 };
 
-/// A rectangle, or parallelogram, that shines to one side.
+/// An area light in the world: a parallelogram that shines to one side.
 struct LightPanel {
-    Index light = 0;
-    V3f corner; ///< where both edges begin
-    V3f edgeX, edgeY;
-    V3f facing; ///< of length 1
+    Color radiance;
+    V3f corner;       ///< the point where both edges begin
+    V3f edgeX, edgeY; ///< from there
+    V3f normal;       ///< the side that shines; of length 1
     float area = 0;
 };
 
-/// Finds the shapes of lights that rays go through. They are no part of the scene's geometry: they
-/// stop no light, and the camera does not see them.
+/// Finds the spheres and panels of lights that a ray passes through. They are not part of the
+/// scene's geometry: they cast no shadow, and the camera does not see them.
 class LightShapes {
 public:
-    LightShapes(const std::vector<LightBall>& balls, const std::vector<LightPanel>& panels);
+    /// Throws RenderError if Embree does not take the shapes.
+    LightShapes(const std::vector<LightSphere>& spheres, const std::vector<LightPanel>& panels);
     ~LightShapes();
     LightShapes(const LightShapes&) = delete;
     LightShapes& operator=(const LightShapes&) = delete;
 
     struct Crossing {
-        bool isPanel = false;
-        Index which = 0;
+        bool isPanel = false; ///< else a sphere
+        Index index = 0;      ///< among the panels or spheres
         float distance = 0;
     };
-    /// Balls that the ray goes into and panels that it goes through; no more than 32.
+    /// The spheres that the ray enters and the panels that it passes through from either side, 32
+    /// at most.
     std::vector<Crossing> crossings(const Ray& ray) const;
 
 private:
     struct Tree;
-    std::unique_ptr<Tree> tree; // null without shapes
+    std::unique_ptr<Tree> tree; // null if there are no shapes
 };
 
 } // namespace lantern

@@ -8,16 +8,16 @@
 namespace lantern {
 namespace {
 
-bool IsSolid(const Material& material, const Textures& textures) {
+bool IsOpaque(const Material& material, const Textures& textures) {
     const bool isOpaque = material.alphaCutoff >= 0 ? material.opacity >= material.alphaCutoff
                                                     : material.opacity >= 1;
     return material.isDoubleSided && isOpaque && !textures.has(material.opacityTexture);
 }
 
-/// Looks up textures where a surface is hit, and keeps what has none.
-class TexturedPlace {
+/// Looks up textures at a hit. A value without a texture stays as it is.
+class TexturedHit {
 public:
-    TexturedPlace(const SceneData& scene, const Textures& textures, const RayHit& hit)
+    TexturedHit(const SceneData& scene, const Textures& textures, const RayHit& hit)
         : scene(scene), textures(textures), hit(hit) {}
 
     Color color(const Color& value, Index texture) const {
@@ -40,29 +40,31 @@ private:
     const RayHit& hit;
 };
 
-/// A weight that can be reckoned with, whatever the scene says.
-Color Sound(const Color& color) {
-    const auto sound = [](float value) { return std::isfinite(value) ? std::max(value, 0.0f) : 0; };
-    return {sound(color.x), sound(color.y), sound(color.z)};
+/// Negative components and those that are not finite become 0.
+Color NonNegative(const Color& color) {
+    const auto nonNegative = [](float value) {
+        return std::isfinite(value) ? std::max(value, 0.0f) : 0;
+    };
+    return {nonNegative(color.x), nonNegative(color.y), nonNegative(color.z)};
 }
 
 } // namespace
 
 Materials::Materials(const SceneData& scene, const Textures& textures)
     : scene(scene), textures(textures) {
-    std::vector<bool> solid;
+    std::vector<bool> opaque;
     for (const Material& material : scene.materials)
-        solid.push_back(IsSolid(material, textures));
+        opaque.push_back(IsOpaque(material, textures));
     for (const Surface& surface : scene.surfaces) {
-        const bool areFacesSolid =
+        const bool areFacesOpaque =
             std::all_of(surface.faceMaterials.begin(), surface.faceMaterials.end(),
-                        [&](Index material) { return material == kNone || solid[material]; });
-        solidSurfaces.push_back(areFacesSolid && solid[surface.material]);
+                        [&](Index material) { return material == kNone || opaque[material]; });
+        opaqueSurfaces.push_back(areFacesOpaque && opaque[surface.material]);
     }
 }
 
-bool Materials::isSolid(const Instance& instance) const {
-    return solidSurfaces[instance.surface];
+bool Materials::isOpaque(const Instance& instance) const {
+    return opaqueSurfaces[instance.surface];
 }
 
 const Material& Materials::materialAt(Index instance, Index primitive) const {
@@ -76,12 +78,12 @@ float Materials::opacity(const RayHit& hit, bool isFromInside) const {
     const Material& material = materialAt(hit.instance, hit.primitive);
     if (isFromInside && !material.isDoubleSided) return 0;
     const float opacity =
-        TexturedPlace(scene, textures, hit).share(material.opacity, material.opacityTexture);
+        TexturedHit(scene, textures, hit).share(material.opacity, material.opacityTexture);
     if (material.alphaCutoff >= 0) return opacity >= material.alphaCutoff ? 1 : 0;
     return opacity;
 }
 
-void Materials::bendNormal(const RayHit& hit, float time, HitGeometry& geometry) const {
+void Materials::applyNormalMap(const RayHit& hit, float time, HitGeometry& geometry) const {
     const Material& material = materialAt(hit.instance, hit.primitive);
     if (!textures.has(material.normalTexture)) return;
     V3f alongS, alongT;
@@ -89,36 +91,36 @@ void Materials::bendNormal(const RayHit& hit, float time, HitGeometry& geometry)
                     alongS, alongT))
         return;
     const Color encoded =
-        TexturedPlace(scene, textures, hit).color({0.5f, 0.5f, 1}, material.normalTexture);
+        TexturedHit(scene, textures, hit).color({0.5f, 0.5f, 1}, material.normalTexture);
     const V3f bent = encoded * 2.0f - V3f(1);
-    const V3f normal = geometry.smoothNormal;
+    const V3f normal = geometry.shadingNormal;
     const V3f s = Normalized(alongS - normal * (alongS ^ normal), V3f(0));
     const V3f t = Normalized(alongT - normal * (alongT ^ normal), V3f(0));
-    geometry.smoothNormal =
+    geometry.shadingNormal =
         Normalized((s * bent.x + t * bent.y) * material.normalScale + normal * bent.z, normal);
 }
 
-Surfacing Materials::surfacing(const RayHit& hit) const {
+SurfaceProperties Materials::surfaceAt(const RayHit& hit) const {
     const Material& m = materialAt(hit.instance, hit.primitive);
-    const TexturedPlace place(scene, textures, hit);
+    const TexturedHit place(scene, textures, hit);
     const float roughness = place.share(m.roughness, m.roughnessTexture);
     const float coatRoughness = Clamp01(m.coatRoughness);
-    Surfacing result;
+    SurfaceProperties result;
     result.baseColor = Clamp01(place.color(m.baseColor, m.baseColorTexture));
-    result.reflection = Clamp01(m.specularColor) * place.share(m.specular, m.specularTexture);
+    result.specular = Clamp01(m.specularColor) * place.share(m.specular, m.specularTexture);
     result.metalness = place.share(m.metalness, m.metalnessTexture);
-    result.width = roughness * roughness;
+    result.alpha = roughness * roughness;
     result.ior = m.ior >= 1 && std::isfinite(m.ior) ? m.ior : 1;
     result.transmission = place.share(m.transmission, m.transmissionTexture);
     result.coat = Clamp01(m.coat);
-    result.coatWidth = coatRoughness * coatRoughness;
+    result.coatAlpha = coatRoughness * coatRoughness;
     return result;
 }
 
 Color Materials::emission(const RayHit& hit) const {
     const Material& material = materialAt(hit.instance, hit.primitive);
-    return Sound(
-        TexturedPlace(scene, textures, hit).color(material.emission, material.emissionTexture));
+    return NonNegative(
+        TexturedHit(scene, textures, hit).color(material.emission, material.emissionTexture));
 }
 
 } // namespace lantern

@@ -11,19 +11,19 @@
 
 namespace lantern {
 
-/// What surfaces are made of, with their textures. Any number of threads.
-class Materials : public Openings {
+/// The materials of surfaces with their textures applied. Safe from several threads at once.
+class Materials : public OpacitySource {
 public:
-    /// Both are kept.
+    /// Refers to both.
     Materials(const SceneData& scene, const Textures& textures);
 
-    bool isSolid(const Instance& instance) const override;
+    bool isOpaque(const Instance& instance) const override;
     float opacity(const RayHit& hit, bool isFromInside) const override;
 
-    /// The hit's smooth normal is bent as the material's map of normals says.
-    void bendNormal(const RayHit& hit, float time, HitGeometry& geometry) const;
-    Surfacing surfacing(const RayHit& hit) const;
-    /// The radiance that goes out.
+    /// Changes the shading normal by the material's normal map.
+    void applyNormalMap(const RayHit& hit, float time, HitGeometry& geometry) const;
+    SurfaceProperties surfaceAt(const RayHit& hit) const;
+    /// The emitted radiance.
     Color emission(const RayHit& hit) const;
 
     const Material& materialAt(Index instance, Index primitive) const;
@@ -31,7 +31,7 @@ public:
 private:
     const SceneData& scene;
     const Textures& textures;
-    std::vector<bool> solidSurfaces;
+    std::vector<bool> opaqueSurfaces;
 };
 
 } // namespace lantern

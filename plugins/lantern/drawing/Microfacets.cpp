@@ -11,32 +11,33 @@
 namespace lantern {
 namespace {
 
-constexpr int kCells = 16;    // of tables, along each of their sides
-constexpr int kSamples = 256; // of an entry
+constexpr int kCells = 16;    // per dimension of a table
+constexpr int kSamples = 256; // per entry
 
-/// Facets of these reflect `fresnel(cosine at the facet)`.
+/// Monte Carlo estimate of the directional albedo of facets with this Fresnel function of the
+/// cosine. With visible normal sampling a sample's weight is F G2 / G1.
 template <typename Fresnel>
-float Albedo(float cosine, float width, Fresnel fresnel) {
-    const Facets facets(std::max(width, kMirrorWidth));
-    const V3f out(std::sqrt(std::max(0.0f, 1 - cosine * cosine)), 0, cosine);
+float Albedo(float cosine, float alpha, Fresnel fresnel) {
+    const GgxFacets facets(std::max(alpha, kMinAlpha));
+    const V3f wo(std::sqrt(std::max(0.0f, 1 - cosine * cosine)), 0, cosine);
     double sum = 0;
     for (int i = 0; i < kSamples; ++i) {
-        const V3f facet = facets.sample(out, Sampler(0, 0, i).pair(0));
-        const V3f in = facet * (2 * (out ^ facet)) - out;
-        if (in.z <= 0) continue;
-        sum += fresnel(out ^ facet) * facets.seen(out, in) / facets.seen(out);
+        const V3f facet = facets.sampleVisible(wo, Sampler(0, 0, i).pair(0));
+        const V3f wi = facet * (2 * (wo ^ facet)) - wo;
+        if (wi.z <= 0) continue;
+        sum += fresnel(wo ^ facet) * facets.maskingShadowing(wo, wi) / facets.masking(wo);
     }
     return static_cast<float>(sum / kSamples);
 }
 
-// The sides of the tables are made so that the values change evenly: towards grazing directions
-// and small widths the entries are closer together.
+// The entries of a table are closer together at grazing directions and at small alpha, where the
+// albedo changes quickly.
 float CosineOf(int cell) {
     const float place = float(cell) / (kCells - 1);
     return std::max(place * place, 1e-4f);
 }
 
-float WidthOf(int cell) {
+float AlphaOf(int cell) {
     const float place = float(cell) / (kCells - 1);
     return place * place;
 }
@@ -48,7 +49,7 @@ float IorOf(int cell) {
 
 struct Cell {
     int index;
-    float share; // of the next one
+    float share; // weight of the next cell
 };
 
 Cell CellAt(float place) {
@@ -57,21 +58,21 @@ Cell CellAt(float place) {
     return {index, at - static_cast<float>(index)};
 }
 
-/// The albedo by cosine and width.
+/// The albedo as a function of cosine and alpha.
 class Table {
 public:
     template <typename Fresnel>
     explicit Table(Fresnel fresnel) {
         for (int w = 0; w < kCells; ++w)
             for (int c = 0; c < kCells; ++c)
-                entries[w][c] = Albedo(CosineOf(c), WidthOf(w), fresnel);
+                entries[w][c] = Albedo(CosineOf(c), AlphaOf(w), fresnel);
     }
-    float at(const Cell& cosine, const Cell& width) const {
-        const auto& first = entries[width.index];
-        const auto& second = entries[width.index + 1];
+    float at(const Cell& cosine, const Cell& alpha) const {
+        const auto& first = entries[alpha.index];
+        const auto& second = entries[alpha.index + 1];
         const int c = cosine.index;
         return Mix(Mix(first[c], first[c + 1], cosine.share),
-                   Mix(second[c], second[c + 1], cosine.share), width.share);
+                   Mix(second[c], second[c + 1], cosine.share), alpha.share);
     }
 
 private:
@@ -92,45 +93,45 @@ float Tan2(const V3f& direction) {
 
 } // namespace
 
-V3f Facets::sample(const V3f& out, const V2f& u) const {
-    const V3f stretched = Normalized({width * out.x, width * out.y, out.z}, V3f(0, 0, 1));
+V3f GgxFacets::sampleVisible(const V3f& wo, const V2f& u) const {
+    const V3f stretched = Normalized({alpha * wo.x, alpha * wo.y, wo.z}, V3f(0, 0, 1));
     const float across = stretched.x * stretched.x + stretched.y * stretched.y;
     const V3f x = across > 0 ? V3f(-stretched.y, stretched.x, 0) / std::sqrt(across) : V3f(1, 0, 0);
     const V3f y = stretched % x;
-    // A point of the disc that the half ball looks like from there.
+    // A point on the projection of the visible hemisphere: a half disc and a squashed half disc.
     const float r = std::sqrt(u.x);
     const float phi = 2 * kPi * u.y;
     const float a = r * std::cos(phi);
     const float s = 0.5f * (1 + stretched.z);
     const float b = Mix(std::sqrt(std::max(0.0f, 1 - a * a)), r * std::sin(phi), s);
     const V3f n = x * a + y * b + stretched * std::sqrt(std::max(0.0f, 1 - a * a - b * b));
-    return Normalized({width * n.x, width * n.y, std::max(1e-6f, n.z)}, V3f(0, 0, 1));
+    return Normalized({alpha * n.x, alpha * n.y, std::max(1e-6f, n.z)}, V3f(0, 0, 1));
 }
 
-float Facets::pdf(const V3f& out, const V3f& facet) const {
-    if (out.z <= 0) return 0;
-    return seen(out) * std::max(0.0f, out ^ facet) * density(facet) / out.z;
+float GgxFacets::visiblePdf(const V3f& wo, const V3f& facet) const {
+    if (wo.z <= 0) return 0;
+    return masking(wo) * std::max(0.0f, wo ^ facet) * density(facet) / wo.z;
 }
 
-float Facets::density(const V3f& facet) const {
+float GgxFacets::density(const V3f& facet) const {
     if (facet.z <= 0) return 0;
-    const float a2 = width * width;
+    const float a2 = alpha * alpha;
     const float across = facet.x * facet.x + facet.y * facet.y;
     const float slope = across / a2 + facet.z * facet.z;
     return 1 / (kPi * a2 * slope * slope);
 }
 
-float Facets::hidden(const V3f& direction) const {
+float GgxFacets::lambda(const V3f& direction) const {
     if (direction.z == 0) return 1e12f;
-    return 0.5f * (std::sqrt(1 + width * width * Tan2(direction)) - 1);
+    return 0.5f * (std::sqrt(1 + alpha * alpha * Tan2(direction)) - 1);
 }
 
-float Facets::seen(const V3f& out, const V3f& in) const {
-    return 1 / (1 + hidden(out) + hidden(in));
+float GgxFacets::maskingShadowing(const V3f& wo, const V3f& wi) const {
+    return 1 / (1 + lambda(wo) + lambda(wi));
 }
 
-float Facets::seen(const V3f& out) const {
-    return 1 / (1 + hidden(out));
+float GgxFacets::masking(const V3f& wo) const {
+    return 1 / (1 + lambda(wo));
 }
 
 float FresnelDielectric(float cosine, float ior) {
@@ -149,19 +150,19 @@ Color FresnelMetal(float cosine, const Color& facing) {
     return Mix(facing, Color(1, 1, 1), squared * squared * rest);
 }
 
-float AlbedoOfMirrors(float cosine, float width) {
+float AlbedoOfPerfectFacets(float cosine, float alpha) {
     static const Table table([](float) { return 1.0f; });
-    return table.at(CellAt(std::sqrt(Clamp01(cosine))), CellAt(std::sqrt(Clamp01(width))));
+    return table.at(CellAt(std::sqrt(Clamp01(cosine))), CellAt(std::sqrt(Clamp01(alpha))));
 }
 
-float AlbedoOfDielectric(float cosine, float width, float ior) {
-    if (Facets(width).isMirror()) return FresnelDielectric(cosine, ior);
+float AlbedoOfDielectric(float cosine, float alpha, float ior) {
+    if (GgxFacets(alpha).isSpecular()) return FresnelDielectric(cosine, ior);
     static const std::vector<Table> tables = DielectricTables();
     const Cell byIor = CellAt((ior - 1) / (ior + 1));
     const Cell byCosine = CellAt(std::sqrt(Clamp01(cosine)));
-    const Cell byWidth = CellAt(std::sqrt(Clamp01(width)));
-    return Mix(tables[byIor.index].at(byCosine, byWidth),
-               tables[byIor.index + 1].at(byCosine, byWidth), byIor.share);
+    const Cell byAlpha = CellAt(std::sqrt(Clamp01(alpha)));
+    return Mix(tables[byIor.index].at(byCosine, byAlpha),
+               tables[byIor.index + 1].at(byCosine, byAlpha), byIor.share);
 }
 
 } // namespace lantern

@@ -3,49 +3,51 @@
 
 #include "SceneData.h"
 
-/// How surfaces of many small mirrors reflect: in local space, where +Z is the normal.
+/// Microfacet reflection in local space, where +Z is the normal.
 namespace lantern {
 
-/// Narrower facets than that are taken for one mirror.
-constexpr float kMirrorWidth = 1e-3f;
+/// A smaller GGX parameter is treated as a perfect mirror.
+constexpr float kMinAlpha = 1e-3f;
 
-/// Trowbridge and Reitz's distribution (GGX) of facets.
-class Facets {
+/// The microfacet distribution of Trowbridge and Reitz (GGX) with Smith's masking.
+class GgxFacets {
 public:
-    /// From 0, a mirror, to 1.
-    explicit Facets(float width) : width(width) {}
+    /// `alpha` is from 0, a mirror, to 1.
+    explicit GgxFacets(float alpha) : alpha(alpha) {}
 
-    bool isMirror() const { return width < kMirrorWidth; }
+    bool isSpecular() const { return alpha < kMinAlpha; }
 
-    /// One of the facets that are seen from `out`, which is above the surface. Heitz, "Sampling
-    /// the GGX Distribution of Visible Normals", JCGT 2018.
-    V3f sample(const V3f& out, const V2f& u) const;
-    /// Of the same, per solid angle of facets' normals.
-    float pdf(const V3f& out, const V3f& facet) const;
+    /// Samples the normals of the facets that are visible from `wo`, which is above the surface.
+    /// Heitz, "Sampling the GGX Distribution of Visible Normals", JCGT 2018.
+    V3f sampleVisible(const V3f& wo, const V2f& u) const;
+    /// The density of sampleVisible(), per solid angle of normals.
+    float visiblePdf(const V3f& wo, const V3f& facet) const;
 
+    /// The distribution of normals, D.
     float density(const V3f& facet) const;
-    /// How much of the facets is seen from both directions.
-    float seen(const V3f& out, const V3f& in) const;
-    /// The same from one direction.
-    float seen(const V3f& out) const;
+    /// The fraction of facets that is visible from both directions: Smith's height-correlated G2.
+    float maskingShadowing(const V3f& wo, const V3f& wi) const;
+    /// The fraction of facets that is visible from one direction: Smith's G1.
+    float masking(const V3f& wo) const;
 
 private:
-    float hidden(const V3f& direction) const; // Smith's lambda
+    float lambda(const V3f& direction) const; // Smith's auxiliary function
 
-    float width;
+    float alpha;
 };
 
-/// The share that the border of a dielectric reflects of what meets it at this cosine; `ior` is
-/// that of the other side relative to this one.
+/// Unpolarized Fresnel reflectance of a dielectric; `ior` is that of the other side relative to
+/// this one. Cook and Torrance, "A Reflectance Model for Computer Graphics", 1982.
 float FresnelDielectric(float cosine, float ior);
 
-/// Schlick's approximation.
+/// Schlick, "An Inexpensive BRDF Model for Physically-based Rendering", 1994; `facing` is the
+/// reflectance at normal incidence.
 Color FresnelMetal(float cosine, const Color& facing);
 
-/// What facets of this width reflect altogether of what meets them at this cosine, if each one
-/// reflected all, and if each one was a dielectric. Interpolated in tables.
-float AlbedoOfMirrors(float cosine, float width);
-float AlbedoOfDielectric(float cosine, float width, float ior);
+/// The directional albedo of GGX facets, each of which reflects all light, or reflects as a
+/// dielectric does. Interpolated from tables that the first call fills.
+float AlbedoOfPerfectFacets(float cosine, float alpha);
+float AlbedoOfDielectric(float cosine, float alpha, float ior);
 
 } // namespace lantern
 

@@ -8,13 +8,18 @@
 
 #include "SceneData.h"
 
-/// The arithmetic that every part of the drawing shares.
+/// Arithmetic on numbers, colors and directions.
 namespace lantern {
 
 constexpr float kPi = 3.14159265358979f;
 
+inline float Radians(float degrees) {
+    return degrees * (kPi / 180);
+}
+
+/// NaN becomes 0.
 inline float Clamp01(float value) {
-    return value > 0 ? std::min(value, 1.0f) : 0; // which NaN becomes, too
+    return value > 0 ? std::min(value, 1.0f) : 0;
 }
 
 inline float Mix(float a, float b, float share) {
@@ -33,7 +38,7 @@ inline float Largest(const Color& color) {
     return std::max({color.x, color.y, color.z});
 }
 
-/// Of the primaries of Rec. 709.
+/// For colors with the primaries of Rec. 709.
 inline float Luminance(const Color& color) {
     return 0.2126f * color.x + 0.7152f * color.y + 0.0722f * color.z;
 }
@@ -46,13 +51,13 @@ inline bool IsBlack(const Color& color) {
     return !(Largest(color) > 0);
 }
 
-/// The length is 1, or `otherwise` is returned.
+/// The vector with length 1, or `otherwise` if it has no direction.
 inline V3f Normalized(const V3f& vector, const V3f& otherwise) {
     const float length = vector.length();
     return length > 0 && std::isfinite(length) ? vector / length : otherwise;
 }
 
-/// Three axes at right angles, of length 1; `z` is the one that they were made for.
+/// An orthonormal basis.
 struct Frame {
     V3f x, y, z;
 
@@ -60,7 +65,8 @@ struct Frame {
     V3f toWorld(const V3f& local) const { return x * local.x + y * local.y + z * local.z; }
 };
 
-/// Duff et al., "Building an Orthonormal Basis, Revisited", JCGT 2017.
+/// A basis around a unit vector. Duff et al., "Building an Orthonormal Basis, Revisited", JCGT
+/// 2017.
 inline Frame FrameAround(const V3f& z) {
     const float sign = std::copysign(1.0f, z.z);
     const float a = -1 / (sign + z.z);
@@ -68,13 +74,14 @@ inline Frame FrameAround(const V3f& z) {
     return {{1 + sign * z.x * z.x * a, sign * b, -sign * z.x}, {b, sign + z.y * z.y * a, -z.y}, z};
 }
 
-/// Between which two of evenly spaced steps a time from 0 to 1 lies, and how far from the first.
+/// Linear interpolation between two motion steps: `share` is the weight of the second one.
 struct StepPosition {
     std::size_t first = 0;
     std::size_t second = 0;
     float share = 0;
 };
 
+/// The steps around a time from 0 to 1, of `count` evenly spaced ones.
 inline StepPosition PositionAmongSteps(std::size_t count, float time) {
     if (count < 2) return {};
     const float place = Clamp01(time) * static_cast<float>(count - 1);
@@ -82,11 +89,12 @@ inline StepPosition PositionAmongSteps(std::size_t count, float time) {
     return {first, first + 1, place - static_cast<float>(first)};
 }
 
-/// Of two ways to find a sample, one of which found it: how much the sample counts (Veach and
-/// Guibas, "Optimally Combining Sampling Techniques", 1995, the power heuristic).
+/// The power heuristic of multiple importance sampling: the weight of a sample that was drawn with
+/// density `pdf`, where another technique would have drawn it with `otherPdf`. Veach and Guibas,
+/// "Optimally Combining Sampling Techniques for Monte Carlo Rendering", SIGGRAPH 1995.
 inline float PowerHeuristic(float pdf, float otherPdf) {
     if (!(otherPdf > 0)) return 1;
-    const float ratio = otherPdf / pdf; // squared last: the squares of large densities overflow
+    const float ratio = otherPdf / pdf; // divided before squaring: squared densities may overflow
     return 1 / (1 + ratio * ratio);
 }
 

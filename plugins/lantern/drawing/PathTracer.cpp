@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 #include "drawing/Bsdf.h"
 #include "drawing/HitGeometry.h"
@@ -11,15 +12,16 @@
 namespace lantern {
 namespace {
 
-/// What the random numbers of a path are for; those at the bounces come again at each of them.
+/// The purposes of a path's random numbers.
 enum Purpose : std::uint32_t { kPixel, kTime, kFirstBounce };
+/// The purposes that recur at each bounce.
 enum BouncePurpose : std::uint32_t {
-    kOpenings,
-    kLobe, // and whether the path goes on
+    kOpacity,
+    kLobe, // the second number of the pair is for Russian roulette
     kDirection,
-    kLights, // which distant one, which near one
-    kDistantLight,
-    kNearLight,
+    kLightChoice, // the first number for the infinite light, the second for the local one
+    kInfiniteLight,
+    kLocalLight,
     kBouncePurposes
 };
 
@@ -27,155 +29,177 @@ std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
     return kFirstBounce + static_cast<std::uint32_t>(depth) * kBouncePurposes + purpose;
 }
 
-constexpr int kSamplesBetweenLooks = 256; // at whether anybody still wants the picture
-constexpr int kSureBounces = 3;           // that paths make before chance may end them
-constexpr float kLeastCosine = 1e-3f;
+constexpr int kSamplesBetweenCancelChecks = 256;
+constexpr int kBouncesBeforeRoulette = 3;
+constexpr float kMaxSurvival = 0.95f; // of a path, in Russian roulette
+constexpr float kMinCosine = 1e-3f;
 
-/// The normal, bent so far that the surface is seen from its outside.
-V3f TurnedTo(const V3f& out, const V3f& normal) {
-    const float cosine = out ^ normal;
-    if (cosine >= kLeastCosine) return normal;
-    return Normalized(normal + out * (kLeastCosine - cosine), out);
+/// The shading normal, bent towards `wo` where it would face away from it: an interpolated normal
+/// or a normal map may do that at grazing angles.
+V3f NormalTowards(const V3f& wo, const V3f& normal) {
+    const float cosine = wo ^ normal;
+    if (cosine >= kMinCosine) return normal;
+    return Normalized(normal + wo * (kMinCosine - cosine), wo);
 }
 
-/// With no component above `most`, which is 0 for no limit.
-Color Clamped(const Color& color, float most) {
+/// Scaled down so that no component is above `limit`; 0 means no limit.
+Color Clamped(const Color& color, float limit) {
     const float largest = Largest(color);
-    return most > 0 && largest > most ? color * (most / largest) : color;
+    return limit > 0 && largest > limit ? color * (limit / largest) : color;
 }
 
 } // namespace
 
-/// Where a path meets a surface.
+/// The point where a path meets a surface. Normals are on the side that the path comes from.
 struct PathTracer::Vertex {
     HitGeometry geometry;
-    Frame frame; // around the normal, on the side that the path comes from
-    V3f facing;  // the normal of the surface itself, on that side
+    Frame frame; // around the shading normal
+    V3f geometricNormal;
     Bsdf bsdf{{}, V3f(0), false};
 
-    /// The surface and the normal that it is meant to have agree on which side that is.
-    bool isSound(const V3f& world, const V3f& local) const {
-        return ((world ^ facing) > 0) == (local.z > 0);
+    /// Whether the geometric and the shading normal agree on the side of the surface that a
+    /// direction is on. Light must not leak through where they do not.
+    bool isConsistent(const V3f& world, const V3f& local) const {
+        return ((world ^ geometricNormal) > 0) == (local.z > 0);
     }
+};
+
+struct PathTracer::Path {
+    Ray ray;
+    Color throughput{1, 1, 1}; // product of BSDF times cosine over pdf
+    float bsdfPdf = 0;         // of the ray's direction; 0 for camera rays and specular bounces
+    int depth = 0;             // number of bounces so far
+    Color direct{0, 0, 0};     // radiance that reached the camera after one bounce at most
+    Color indirect{0, 0, 0};   // the rest, which can be clamped
+
+    Color& radianceAfter(int bounces) { return bounces < 2 ? direct : indirect; }
 };
 
 PathTracer::PathTracer(const SceneData& scene, int threads, Report& report)
     : scene(scene), report(report), camera(scene.camera, scene.framing.width, scene.framing.height),
       textures(scene, report), materials(scene, textures),
-      geometry(scene, materials, threads, report), lights(scene, materials, textures) {}
+      geometry(scene, materials, threads, report), infiniteLights(scene.lights, textures),
+      localLights(scene, materials) {}
 
 PathTracer::Pixel PathTracer::pixel(int x, int y, int samples) const {
     Pixel sum;
     for (int i = 0; i < samples; ++i) {
-        if (i % kSamplesBetweenLooks == 0) report.throwIfCancelled();
+        if (i % kSamplesBetweenCancelChecks == 0) report.throwIfCancelled();
         const Sampler sampler(x, y, i);
-        const V2f inside = sampler.pair(kPixel);
+        const V2f inPixel = sampler.pair(kPixel);
         const Ray ray =
-            camera.at(double(x) + inside.x, double(y) + inside.y, sampler.pair(kTime).x);
-        const Pixel found = path(ray, sampler);
-        sum.color += found.color;
-        sum.alpha += found.alpha;
+            camera.at(double(x) + inPixel.x, double(y) + inPixel.y, sampler.pair(kTime).x);
+        const Pixel traced = tracePath(ray, sampler);
+        sum.color += traced.color;
+        sum.alpha += traced.alpha;
     }
     const auto share = 1 / static_cast<float>(samples);
     return {sum.color * share, sum.alpha * share};
 }
 
-bool PathTracer::arrive(const Ray& ray, const RayHit& hit, Vertex& vertex) const {
+PathTracer::Pixel PathTracer::tracePath(const Ray& cameraRay, const Sampler& sampler) const {
+    Path path;
+    path.ray = cameraRay;
+    for (;; ++path.depth) {
+        const int depth = path.depth;
+        const RayHit hit = geometry.intersect(path.ray, sampler.bits(AtBounce(depth, kOpacity)));
+        if (!hit && depth == 0) return background(path.ray.direction);
+        if (depth > 0) {
+            Ray segment = path.ray;
+            if (hit) segment.farthest = hit.distance;
+            path.radianceAfter(depth) +=
+                path.throughput * localLights.radianceAlong(segment, path.bsdfPdf);
+        }
+        if (!hit) {
+            path.radianceAfter(depth) +=
+                path.throughput * infiniteLights.radiance(path.ray.direction, path.bsdfPdf);
+            break;
+        }
+        Vertex vertex;
+        if (!makeVertex(path.ray, hit, vertex)) break;
+        path.radianceAfter(depth) += path.throughput * emittedRadiance(path, hit, vertex);
+        if (depth >= scene.quality.maxDepth) break;
+        path.radianceAfter(depth + 1) +=
+            path.throughput * directLight(vertex, path.ray.time, depth, sampler);
+        if (!bounce(vertex, sampler, path)) break;
+    }
+    const Color sum = path.direct + Clamped(path.indirect, scene.quality.clampIndirect);
+    return {IsFinite(sum) ? sum : Color(0, 0, 0), 1};
+}
+
+PathTracer::Pixel PathTracer::background(const V3f& direction) const {
+    const std::optional<Color> radiance = infiniteLights.seenByCamera(direction);
+    return radiance ? Pixel{*radiance, 1} : Pixel{};
+}
+
+/// Returns false if the hit has no usable position.
+bool PathTracer::makeVertex(const Ray& ray, const RayHit& hit, Vertex& vertex) const {
     vertex.geometry = GeometryAt(scene, ray, hit);
     if (!IsFinite(vertex.geometry.position)) return false;
-    materials.bendNormal(hit, ray.time, vertex.geometry);
-    const V3f out = -ray.direction;
-    const bool isInside = (out ^ vertex.geometry.normal) < 0;
+    materials.applyNormalMap(hit, ray.time, vertex.geometry);
+    const V3f wo = -ray.direction;
+    const bool isInside = (wo ^ vertex.geometry.normal) < 0;
     const float side = isInside ? -1.0f : 1.0f;
-    vertex.facing = vertex.geometry.normal * side;
-    vertex.frame = FrameAround(TurnedTo(out, vertex.geometry.smoothNormal * side));
-    const Surfacing surfacing = materials.surfacing(hit);
-    vertex.bsdf =
-        Bsdf(surfacing, vertex.frame.toLocal(out), isInside && surfacing.transmission > 0);
+    vertex.geometricNormal = vertex.geometry.normal * side;
+    vertex.frame = FrameAround(NormalTowards(wo, vertex.geometry.shadingNormal * side));
+    const SurfaceProperties surface = materials.surfaceAt(hit);
+    vertex.bsdf = Bsdf(surface, vertex.frame.toLocal(wo), isInside && surface.transmission > 0);
     return true;
 }
 
-PathTracer::Pixel PathTracer::path(const Ray& first, const Sampler& sampler) const {
-    Color direct(0, 0, 0), indirect(0, 0, 0), throughput(1, 1, 1);
-    Pixel result;
-    Ray ray = first;
-    float pdf = 0; // of the ray's direction; 0: there was no choice
-    for (int depth = 0;; ++depth) {
-        Color& sum = depth < 2 ? direct : indirect;
-        const RayHit hit = geometry.intersect(ray, sampler.bits(AtBounce(depth, kOpenings)));
-        if (depth > 0) {
-            Ray before = ray;
-            if (hit) before.farthest = hit.distance;
-            sum += throughput * lights.crossed(before, pdf);
-        }
-        if (!hit && depth == 0) {
-            bool isThere = false;
-            result.color = lights.seenByCamera(ray.direction, isThere);
-            result.alpha = isThere ? 1.0f : 0.0f;
-            break;
-        }
-        if (!hit) {
-            sum += throughput * lights.beyondAll(ray.direction, pdf);
-            break;
-        }
-        result.alpha = 1;
-        Vertex vertex;
-        if (!arrive(ray, hit, vertex)) break;
-        sum += throughput * emitted(ray, hit, vertex, pdf);
-        if (depth >= scene.quality.maxDepth) break;
-        (depth == 0 ? direct : indirect) += throughput * lit(vertex, ray.time, depth, sampler);
-
-        const V2f choice = sampler.pair(AtBounce(depth, kLobe));
-        const Bsdf::Sample next =
-            vertex.bsdf.sample(choice.x, sampler.pair(AtBounce(depth, kDirection)));
-        if (IsBlack(next.weight)) break;
-        ray.direction = Normalized(vertex.frame.toWorld(next.in), vertex.facing);
-        if (!vertex.isSound(ray.direction, next.in)) break;
-        ray.origin = vertex.geometry.leaving(ray.direction);
-        ray.farthest = std::numeric_limits<float>::max();
-        pdf = next.pdf;
-        throughput *= next.weight;
-        if (depth >= kSureBounces) {
-            const float survival = std::min(0.95f, Largest(throughput));
-            if (choice.y >= survival) break;
-            throughput /= survival;
-        }
-    }
-    const Color sum = direct + Clamped(indirect, scene.quality.clampIndirect);
-    if (IsFinite(sum)) result.color += sum;
-    return result;
+/// Samples the BSDF for the path's next ray. Returns false if the path ends here: absorbed, or by
+/// Russian roulette.
+bool PathTracer::bounce(const Vertex& vertex, const Sampler& sampler, Path& path) const {
+    const V2f choice = sampler.pair(AtBounce(path.depth, kLobe));
+    const Bsdf::Sample next =
+        vertex.bsdf.sample(choice.x, sampler.pair(AtBounce(path.depth, kDirection)));
+    if (IsBlack(next.weight)) return false;
+    path.ray.direction = Normalized(vertex.frame.toWorld(next.wi), vertex.geometricNormal);
+    if (!vertex.isConsistent(path.ray.direction, next.wi)) return false;
+    path.ray.origin = vertex.geometry.rayOrigin(path.ray.direction);
+    path.ray.farthest = std::numeric_limits<float>::max();
+    path.bsdfPdf = next.pdf;
+    path.throughput *= next.weight;
+    if (path.depth < kBouncesBeforeRoulette) return true;
+    const float survival = std::min(kMaxSurvival, Largest(path.throughput));
+    if (choice.y >= survival) return false;
+    path.throughput /= survival;
+    return true;
 }
 
-Color PathTracer::emitted(const Ray& ray, const RayHit& hit, const Vertex& vertex,
-                          float pdf) const {
+Color PathTracer::emittedRadiance(const Path& path, const RayHit& hit, const Vertex& vertex) const {
     const Color emission = materials.emission(hit);
     if (IsBlack(emission)) return {0, 0, 0};
-    return emission * lights.weightOfEmission(ray, hit, vertex.geometry, pdf);
+    return emission * localLights.weightOfEmission(path.ray, hit, vertex.geometry, path.bsdfPdf);
 }
 
-Color PathTracer::lit(const Vertex& vertex, float time, int depth, const Sampler& sampler) const {
-    if (vertex.bsdf.isMirror()) return {0, 0, 0};
-    const V2f choice = sampler.pair(AtBounce(depth, kLights));
-    const LightSample distant =
-        lights.sampleDistant(choice.x, sampler.pair(AtBounce(depth, kDistantLight)));
-    const LightSample near = lights.sampleNear(vertex.geometry.position, time, choice.y,
-                                               sampler.pair(AtBounce(depth, kNearLight)));
-    return litBy(distant, vertex, time) + litBy(near, vertex, time);
+/// Light sampling (next event estimation): one infinite and one local light.
+Color PathTracer::directLight(const Vertex& vertex, float time, int depth,
+                              const Sampler& sampler) const {
+    if (vertex.bsdf.isSpecular()) return {0, 0, 0};
+    const V2f choice = sampler.pair(AtBounce(depth, kLightChoice));
+    const LightSample infinite =
+        infiniteLights.sample(choice.x, sampler.pair(AtBounce(depth, kInfiniteLight)));
+    const LightSample local = localLights.sample(vertex.geometry.position, time, choice.y,
+                                                 sampler.pair(AtBounce(depth, kLocalLight)));
+    return reflectedLight(infinite, vertex, time) + reflectedLight(local, vertex, time);
 }
 
-Color PathTracer::litBy(const LightSample& light, const Vertex& vertex, float time) const {
+/// Traces a shadow ray to the light.
+Color PathTracer::reflectedLight(const LightSample& light, const Vertex& vertex, float time) const {
     if (!(light.pdf > 0) || IsBlack(light.radiance)) return {0, 0, 0};
-    const V3f in = vertex.frame.toLocal(light.direction);
-    if (!vertex.isSound(light.direction, in)) return {0, 0, 0};
-    const Bsdf::Value value = vertex.bsdf.evaluate(in);
-    if (IsBlack(value.share)) return {0, 0, 0};
-    Ray ray;
-    ray.origin = vertex.geometry.leaving(light.direction);
-    ray.direction = light.direction;
-    ray.farthest = light.distance;
-    ray.time = time;
-    const float weight = light.hasExtent ? PowerHeuristic(light.pdf, value.pdf) : 1;
-    return value.share * light.radiance * (geometry.transmittance(ray) * weight / light.pdf);
+    const V3f wi = vertex.frame.toLocal(light.direction);
+    if (!vertex.isConsistent(light.direction, wi)) return {0, 0, 0};
+    const Bsdf::Value bsdf = vertex.bsdf.evaluate(wi);
+    if (IsBlack(bsdf.timesCosine)) return {0, 0, 0};
+    Ray shadowRay;
+    shadowRay.origin = vertex.geometry.rayOrigin(light.direction);
+    shadowRay.direction = light.direction;
+    shadowRay.farthest = light.distance;
+    shadowRay.time = time;
+    const float weight = light.isDelta ? 1 : PowerHeuristic(light.pdf, bsdf.pdf);
+    return bsdf.timesCosine * light.radiance *
+           (geometry.transmittance(shadowRay) * weight / light.pdf);
 }
 
 } // namespace lantern

@@ -4,35 +4,41 @@
 #include "SceneData.h"
 #include "drawing/CameraRays.h"
 #include "drawing/EmbreeScene.h"
-#include "drawing/Lights.h"
+#include "drawing/InfiniteLights.h"
+#include "drawing/LocalLights.h"
 #include "drawing/Materials.h"
 #include "drawing/Sampler.h"
 #include "drawing/Textures.h"
 
 namespace lantern {
 
-/// Follows paths from the camera to the lights. Any number of threads.
+/// A unidirectional path tracer: at each vertex of a path it samples one infinite and one local
+/// light and one direction of the BSDF, which are combined by multiple importance sampling. Safe
+/// from several threads at once.
 class PathTracer {
 public:
-    /// The scene and the report are kept. Throws RenderError and Cancelled.
+    /// Refers to the scene and the report. Throws RenderError and Cancelled.
     PathTracer(const SceneData& scene, int threads, Report& report);
 
     struct Pixel {
         Color color{0, 0, 0};
         float alpha = 0;
     };
-    /// The mean of all paths; x from the left of the whole picture, y from its top.
+    /// The mean of `samples` paths through a pixel. x counts from the left and y from the top of
+    /// the whole picture.
     Pixel pixel(int x, int y, int samples) const;
 
 private:
     struct Vertex;
+    struct Path;
 
-    Pixel path(const Ray& first, const Sampler& sampler) const;
-    /// False when there is no way on.
-    bool arrive(const Ray& ray, const RayHit& hit, Vertex& vertex) const;
-    Color emitted(const Ray& ray, const RayHit& hit, const Vertex& vertex, float pdf) const;
-    Color lit(const Vertex& vertex, float time, int depth, const Sampler& sampler) const;
-    Color litBy(const LightSample& light, const Vertex& vertex, float time) const;
+    Pixel tracePath(const Ray& cameraRay, const Sampler& sampler) const;
+    Pixel background(const V3f& direction) const;
+    bool makeVertex(const Ray& ray, const RayHit& hit, Vertex& vertex) const;
+    bool bounce(const Vertex& vertex, const Sampler& sampler, Path& path) const;
+    Color emittedRadiance(const Path& path, const RayHit& hit, const Vertex& vertex) const;
+    Color directLight(const Vertex& vertex, float time, int depth, const Sampler& sampler) const;
+    Color reflectedLight(const LightSample& light, const Vertex& vertex, float time) const;
 
     const SceneData& scene;
     const Report& report;
@@ -40,7 +46,8 @@ private:
     Textures textures;
     Materials materials;
     EmbreeScene geometry;
-    Lights lights;
+    InfiniteLights infiniteLights;
+    LocalLights localLights;
 };
 
 } // namespace lantern

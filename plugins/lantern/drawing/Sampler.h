@@ -6,12 +6,12 @@
 
 #include "SceneData.h"
 
-/// Where the paths of a pixel go: numbers from 0 to 1 that fill squares evenly, and depend on
-/// nothing but the pixel, the number of the path and what they are for.
+/// The random numbers of paths: Sobol's sequence in two dimensions with hash-based Owen scrambling.
+/// They depend only on the pixel, the number of the path, and their purpose.
 namespace lantern {
 
-/// The output function RXS-M-XS of O'Neill, "PCG: A Family of Simple Fast Space-Efficient
-/// Statistically Good Algorithms for Random Number Generation", 2014.
+/// A 32-bit integer hash: the output function RXS-M-XS of O'Neill, "PCG: A Family of Simple Fast
+/// Space-Efficient Statistically Good Algorithms for Random Number Generation", 2014.
 inline std::uint32_t Hash(std::uint32_t value) {
     const std::uint32_t state = value * 747796405u + 2891336453u;
     const std::uint32_t word = ((state >> ((state >> 28u) + 4u)) ^ state) * 277803737u;
@@ -22,7 +22,7 @@ inline std::uint32_t Hash(std::uint32_t a, std::uint32_t b) {
     return Hash(Hash(a) + b);
 }
 
-/// From 0 to just below 1.
+/// A float in [0, 1).
 inline float ToUnit(std::uint32_t bits) {
     return static_cast<float>(bits >> 8) * 0x1p-24f;
 }
@@ -35,8 +35,8 @@ inline std::uint32_t ReverseBits(std::uint32_t x) {
     return ((x & 0x55555555u) << 1) | ((x & 0xaaaaaaaau) >> 1);
 }
 
-/// Owen's scrambling of a number whose bits are reversed: each bit is flipped depending on those
-/// below it. Burley, "Practical Hash-based Owen Scrambling", JCGT 2020.
+/// Owen scrambling of a number whose bits are reversed: each bit is flipped or not, depending on
+/// the bits below it. Burley, "Practical Hash-based Owen Scrambling", JCGT 2020.
 inline std::uint32_t ScrambleReversed(std::uint32_t x, std::uint32_t seed) {
     x += seed;
     x ^= x * 0x6c50b47cu;
@@ -46,9 +46,9 @@ inline std::uint32_t ScrambleReversed(std::uint32_t x, std::uint32_t seed) {
     return x;
 }
 
-/// The second dimension of Sobol's sequence, bits reversed. Its direction numbers are the rows of
-/// Pascal's triangle modulo 2, where C(n, k) is odd when all bits of k are in n (Lucas): a bit of
-/// the result is the sum of those whose place has all bits of its own place.
+/// The second dimension of Sobol's sequence, with its bits reversed. Its direction numbers are the
+/// rows of Pascal's triangle modulo 2. By Lucas's theorem C(n, k) is odd exactly if n has all bits
+/// of k, so bit k of the result is the sum modulo 2 of the bits n of the index with that property.
 inline std::uint32_t SecondSobolReversed(std::uint32_t index) {
     index ^= (index >> 1) & 0x55555555u;
     index ^= (index >> 2) & 0x33333333u;
@@ -57,14 +57,15 @@ inline std::uint32_t SecondSobolReversed(std::uint32_t index) {
     return index ^ (index >> 16);
 }
 
-/// The numbers of one path.
+/// The random numbers of one path.
 class Sampler {
 public:
     Sampler(int x, int y, int path)
         : seed(Hash(Hash(static_cast<std::uint32_t>(x)), static_cast<std::uint32_t>(y))),
           reversedPath(ReverseBits(static_cast<std::uint32_t>(path))) {}
 
-    /// Another pair for each purpose; those of the paths of one pixel are spread evenly.
+    /// Two numbers in [0, 1), independent for each purpose. The pairs of the paths of one pixel are
+    /// well distributed over the unit square.
     V2f pair(std::uint32_t purpose) const {
         const std::uint32_t own = Hash(seed, purpose);
         const std::uint32_t index = ReverseBits(ScrambleReversed(reversedPath, own));
@@ -73,7 +74,7 @@ public:
         return {ToUnit(x), ToUnit(ReverseBits(ScrambleReversed(second, Hash(own, 2))))};
     }
 
-    /// For what needs no even spread.
+    /// Random bits without that property.
     std::uint32_t bits(std::uint32_t purpose) const {
         return Hash(Hash(seed, purpose), reversedPath);
     }

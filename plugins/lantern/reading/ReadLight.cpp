@@ -9,15 +9,6 @@ namespace {
 
 using Warn = std::function<void(const std::string& what)>;
 
-std::optional<Light::Kind> ReadKind(const std::string& type) {
-    if (type == "directional") return Light::Kind::Directional;
-    if (type == "point") return Light::Kind::Point;
-    if (type == "spot") return Light::Kind::Spot;
-    if (type == "area") return Light::Kind::Area;
-    if (type == "ambient" || type == "environment") return Light::Kind::Environment;
-    return {};
-}
-
 class LightReader {
 public:
     LightReader(const Attribute& light, const Warn& warn) : light(light), warn(warn) {}
@@ -28,7 +19,7 @@ public:
         return static_cast<float>(value);
     }
 
-    /// Not below 0.
+    /// A number from 0 on.
     float size(const char* name, float otherwise) const {
         const float value = number(name, otherwise);
         if (value >= 0) return value;
@@ -42,14 +33,14 @@ public:
         return V3f(Imath::V3d(values[0], values[1], values[2]));
     }
 
-    /// Nothing below 0.
+    /// Negative components become 0.
     Color color(const char* name, const Color& otherwise) const {
         const Color value = vector(name, otherwise);
         return {std::max(value.x, 0.0f), std::max(value.y, 0.0f), std::max(value.z, 0.0f)};
     }
 
 private:
-    /// False, and nothing written, when there are no such finite numbers.
+    /// Returns false, and writes nothing, unless there are `count` finite numbers.
     bool read(const char* name, double* values, int count) const {
         double found[3];
         if (!light.child(name).read(found, count)) return false;
@@ -67,23 +58,58 @@ private:
     const Warn& warn;
 };
 
-void ReadShape(const LightReader& reader, Light& light) {
-    light.angle = std::min(reader.size("angle", light.angle), 180.0f);
-    light.radius = reader.size("radius", light.radius);
-    const V3f decay = reader.vector("decay", light.decay);
-    if (decay.x >= 0 && decay.y >= 0 && decay.z >= 0 && decay != V3f(0)) light.decay = decay;
-    light.coneOuter = std::min(reader.size("coneOuter", light.coneOuter), 360.0f);
-    light.coneInner = std::min(reader.size("coneInner", light.coneInner), light.coneOuter);
+/// Attributes that only some types of light use. They are read for every type, so that a bad value
+/// is reported whatever the type is.
+struct LightNumbers {
+    float angle = DirectionalLight().angle;
+    float radius = PointLight().radius;
+    V3f decay = PointLight().decay;
+    SpotCone cone;
+};
+
+LightNumbers ReadNumbers(const LightReader& reader) {
+    LightNumbers numbers;
+    numbers.angle = std::min(reader.size("angle", numbers.angle), 180.0f);
+    numbers.radius = reader.size("radius", numbers.radius);
+    const V3f decay = reader.vector("decay", numbers.decay);
+    if (decay.x >= 0 && decay.y >= 0 && decay.z >= 0 && decay != V3f(0)) numbers.decay = decay;
+    numbers.cone.outer = std::min(reader.size("coneOuter", numbers.cone.outer), 360.0f);
+    numbers.cone.inner = std::min(reader.size("coneInner", numbers.cone.inner), numbers.cone.outer);
+    return numbers;
 }
 
-void ReadEnvironment(const LightReader& reader, const Attribute& light, bool isAmbient,
-                     LightDraft& draft) {
-    draft.values.isSeen = !isAmbient && reader.number("seen", 1) != 0;
-    if (isAmbient) return;
-    draft.textureFile = light.child("texture").text();
-    draft.values.horizon = reader.color("horizon", draft.values.horizon);
-    draft.values.zenith = reader.color("zenith", draft.values.zenith);
-    draft.values.ground = reader.color("ground", draft.values.ground);
+AreaLight MakeAreaLight(const Attribute& light, const M44d& toWorld, const Color& radiance) {
+    AreaLight result{toWorld, radiance};
+    double size[2];
+    if (light.child("size").read(size, 2) && size[0] > 0 && size[1] > 0)
+        result.size = V2f(static_cast<float>(size[0]), static_cast<float>(size[1]));
+    return result;
+}
+
+EnvironmentLight MakeEnvironmentLight(const LightReader& reader, const M44d& toWorld,
+                                      const Color& scale) {
+    EnvironmentLight result;
+    result.toWorld = toWorld;
+    result.scale = scale;
+    result.isSeenByCamera = reader.number("seen", 1) != 0;
+    result.horizon = reader.color("horizon", result.horizon);
+    result.zenith = reader.color("zenith", result.zenith);
+    result.ground = reader.color("ground", result.ground);
+    return result;
+}
+
+EnvironmentLight MakeAmbientLight(const M44d& toWorld, const Color& scale) {
+    EnvironmentLight result;
+    result.toWorld = toWorld;
+    result.scale = scale;
+    result.isSeenByCamera = false;
+    return result;
+}
+
+bool IsKnownType(const std::string& type) {
+    for (const char* known : {"directional", "point", "spot", "area", "ambient", "environment"})
+        if (type == known) return true;
+    return false;
 }
 
 } // namespace
@@ -91,27 +117,26 @@ void ReadEnvironment(const LightReader& reader, const Attribute& light, bool isA
 std::optional<LightDraft> ReadLight(const Attribute& light, const M44d& toWorld,
                                     const std::function<void(const std::string& what)>& warn) {
     const std::string type = light.child("type").text();
-    const std::optional<Light::Kind> kind = ReadKind(type);
-    if (!kind) {
+    if (!IsKnownType(type)) {
         warn("the light's type \"" + type + "\" is not known; it does not shine");
         return {};
     }
     const LightReader reader(light, warn);
-    LightDraft draft;
-    draft.values.kind = *kind;
-    draft.values.toWorld = toWorld;
     const float scale = reader.size("intensity", 1) * std::exp2(reader.number("exposure", 0));
-    draft.values.color = reader.color("color", Color(1)) * scale;
-    if (!std::isfinite(draft.values.color.length2())) {
+    const Color color = reader.color("color", Color(1)) * scale;
+    if (!std::isfinite(color.length2())) {
         warn("the light is too bright; it does not shine");
         return {};
     }
-    ReadShape(reader, draft.values);
-    double size[2];
-    if (light.child("size").read(size, 2) && size[0] > 0 && size[1] > 0)
-        draft.values.size = V2f(static_cast<float>(size[0]), static_cast<float>(size[1]));
-    if (*kind == Light::Kind::Environment) ReadEnvironment(reader, light, type == "ambient", draft);
-    return draft;
+    const LightNumbers numbers = ReadNumbers(reader);
+    if (type == "directional") return {{DirectionalLight{toWorld, color, numbers.angle}, {}}};
+    if (type == "area") return {{MakeAreaLight(light, toWorld, color), {}}};
+    if (type == "ambient") return {{MakeAmbientLight(toWorld, color), {}}};
+    if (type == "environment")
+        return {{MakeEnvironmentLight(reader, toWorld, color), light.child("texture").text()}};
+    PointLight result{toWorld, color, numbers.decay, numbers.radius, {}};
+    if (type == "spot") result.cone = numbers.cone;
+    return {{result, {}}};
 }
 
 } // namespace lantern

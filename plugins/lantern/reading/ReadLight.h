@@ -10,30 +10,30 @@
 
 namespace lantern {
 
-/// A light whose texture is its file: its index is kNone.
+/// A light before its texture has an index.
 struct LightDraft {
-    Light values;
-    std::string textureFile; ///< empty for none
+    Light light;
+    std::string textureFile; ///< of an EnvironmentLight; empty for none
 };
 
-/// From a location's "light" group:
+/// Reads a location's "light" group. The defaults are in parentheses:
 ///
 ///     type               directional, point, spot, area, ambient or environment
-///     color              three numbers; 1, 1, 1
-///     intensity          1; the light is color * intensity * 2^exposure
-///     exposure           0
-///     decay              points and spots: it is divided by x + y d + z d^2; 0, 0, 1
-///     radius             points and spots: of the ball that shines; 0
-///     coneInner          spots: whole angles in degrees; 30
-///     coneOuter          spots; 40
-///     angle              directional: how wide it is seen, in degrees; 0
-///     size               areas: width and height; 1, 1
-///     texture            environments: an image by longitude and latitude, +Y up
-///     horizon, zenith, ground  environments: colours where there is no texture; 1, 1, 1
-///     seen               environments: 0 hides them from the camera; 1
+///     color              three numbers (1, 1, 1)
+///     intensity          the light is color * intensity * 2^exposure (1)
+///     exposure           in stops (0)
+///     decay              points and spots: light is divided by x + y d + z d^2 (0, 0, 1)
+///     radius             points and spots: of the sphere that shines (0)
+///     coneInner          spots: full angle in degrees (30)
+///     coneOuter          spots: full angle in degrees (40)
+///     angle              directional: apparent diameter in degrees (0)
+///     size               areas: width and height (1, 1)
+///     texture            environments: an image by longitude and latitude, +Y up (none)
+///     horizon, zenith, ground  environments: colours without a texture (1, 1, 1)
+///     seen               environments: 0 hides them from the camera (1)
 ///
-/// An ambient light is an environment of one colour that the camera does not see. Nothing comes
-/// back for a type that is not known; `warn` is told.
+/// An ambient light is an environment of one colour that the camera does not see. Returns nothing,
+/// and calls `warn`, for an unknown type and for a light that is not finite.
 std::optional<LightDraft> ReadLight(const Attribute& light, const M44d& toWorld,
                                     const std::function<void(const std::string& what)>& warn);
 

@@ -21,15 +21,16 @@ int CountThreads(const ReadOptions& options) {
     return std::clamp(wanted, 1, kMostThreads);
 }
 
-/// They are kept by path, and paths of an earlier scene may be those of this one.
-class FlattenedMaterialsOfThisScene {
+/// Empties the host's cache of flattened materials before and after the scene is read. Its only key
+/// is the path, which may be the same in another scene.
+class FlattenedMaterialScope {
 public:
-    explicit FlattenedMaterialsOfThisScene(const Suites& suites) : suites(suites) {
+    explicit FlattenedMaterialScope(const Suites& suites) : suites(suites) {
         suites.utils().emptyFlattenedMaterialCache();
     }
-    ~FlattenedMaterialsOfThisScene() { suites.utils().emptyFlattenedMaterialCache(); }
-    FlattenedMaterialsOfThisScene(const FlattenedMaterialsOfThisScene&) = delete;
-    FlattenedMaterialsOfThisScene& operator=(const FlattenedMaterialsOfThisScene&) = delete;
+    ~FlattenedMaterialScope() { suites.utils().emptyFlattenedMaterialCache(); }
+    FlattenedMaterialScope(const FlattenedMaterialScope&) = delete;
+    FlattenedMaterialScope& operator=(const FlattenedMaterialScope&) = delete;
 
 private:
     const Suites& suites;
@@ -39,18 +40,17 @@ bool Shines(const Material& material) {
     return material.emission != Color(0) || material.emissionTexture != kNone;
 }
 
-/// A picture of nothing but shadow helps nobody.
+/// Adds a sky to a scene in which nothing emits light; its picture would be black.
 void LightIfDark(SceneData& scene, Report& report) {
     const bool isLit = !scene.lights.empty() ||
                        std::any_of(scene.materials.begin(), scene.materials.end(), Shines);
     if (isLit) return;
     report.info("nothing in the scene shines: it is lit by a plain sky");
-    Light sky;
-    sky.kind = Light::Kind::Environment;
+    EnvironmentLight sky;
     sky.horizon = {0.65f, 0.7f, 0.75f};
     sky.zenith = {0.35f, 0.5f, 0.75f};
     sky.ground = {0.3f, 0.28f, 0.26f};
-    scene.lights.push_back(sky);
+    scene.lights.emplace_back(sky);
 }
 
 SceneData Read(const Suites& suites, const Location& root, const ReadOptions& options,
@@ -61,7 +61,7 @@ SceneData Read(const Suites& suites, const Location& root, const ReadOptions& op
     const Camera camera = ReadCamera(suites, root, options.frame, shutter);
 
     report.progress(0, "reading the scene");
-    const FlattenedMaterialsOfThisScene flattened(suites);
+    const FlattenedMaterialScope flattened(suites);
     const Delegates delegates(suites);
     Warnings warnings(report);
     Shapes shapes(suites, shutter, warnings);

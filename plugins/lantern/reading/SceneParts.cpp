@@ -10,12 +10,12 @@ namespace lantern {
 
 namespace {
 
-/// Gives numbers in the order of first use.
+/// Maps old numbers to new ones, which are assigned in the order of first use.
 class Numbers {
 public:
     explicit Numbers(std::size_t count) : known(count, kNone) {}
 
-    /// Calls isNew() before it gives the next number.
+    /// Calls isNew() before a new number is assigned.
     template <typename IsNew>
     Index of(Index old, IsNew isNew) {
         if (known[old] == kNone) {
@@ -30,7 +30,7 @@ private:
     Index used = 0;
 };
 
-/// Moves what instances use into the scene.
+/// Moves shapes, surfaces, materials and textures into the scene when they are first used.
 class Joiner {
 public:
     Joiner(SceneData& scene, std::deque<Shape> shapes, Surfaces::All surfaces)
@@ -134,13 +134,13 @@ SceneData SceneParts::join(std::deque<Shape> shapes, Surfaces::All surfaces) {
             instance.surface = joiner.surfaceOf(instance.surface);
             scene.instances.push_back(instance);
         });
-        for (LightDraft& light : part.lights) {
-            if (!light.textureFile.empty()) {
+        for (LightDraft& draft : part.lights) {
+            if (!draft.textureFile.empty()) {
                 Texture texture;
-                texture.file = light.textureFile;
-                light.values.texture = joiner.textureOf(texture);
+                texture.file = draft.textureFile;
+                std::get<EnvironmentLight>(draft.light).texture = joiner.textureOf(texture);
             }
-            scene.lights.push_back(light.values);
+            scene.lights.push_back(draft.light);
         }
     }
     return scene;

@@ -17,7 +17,7 @@
 
 namespace lantern {
 
-/// A list that grows without moving what it holds, and gives memory back while it is emptied.
+/// A list that grows without moving its elements, and frees memory while it is drained.
 template <typename Value>
 class Pieces {
 public:
@@ -52,10 +52,11 @@ private:
     std::size_t count = 0;
 };
 
-/// What one thread found in a row, in the scene's order. For one thread at a time.
+/// The instances and lights of one consecutive part of the walk, in scene order. For one thread at
+/// a time.
 class ScenePart {
 public:
-    /// False when its transform is not finite.
+    /// Returns false, and adds nothing, if the transform is not finite.
     bool addInstance(Index shape, Index surface, const Transform& transform);
     void addLight(LightDraft light) { lights.push_back(std::move(light)); }
 
@@ -63,25 +64,25 @@ private:
     friend class SceneParts;
 
     Pieces<M44f> transforms;
-    Pieces<Instance> instances; ///< their transforms are this part's
+    Pieces<Instance> instances; ///< firstTransform is an index into this part's transforms
     std::vector<LightDraft> lights;
 };
 
-/// The parts in the scene's order. Any number of threads may insert.
+/// The parts of a scene in scene order. Several threads may insert parts at once.
 class SceneParts {
 public:
     using Part = std::list<ScenePart>::iterator;
 
     Part first() { return parts.begin(); }
-    /// A new one right after this one.
+    /// Inserts a new part right after this one.
     Part insertAfter(Part part);
 
-    /// Puts all together and numbers shapes, surfaces, materials and textures in the order of their
-    /// first use; those without any use are left out, but for the first material.
+    /// Joins the parts to a scene. Shapes, surfaces, materials and textures are numbered in the
+    /// order of their first use; unused ones are left out, except for the first material.
     SceneData join(std::deque<Shape> shapes, Surfaces::All surfaces);
 
 private:
-    std::mutex lock; // guards the list, not what is in it
+    std::mutex lock; // guards the list, not the parts
     std::list<ScenePart> parts{1};
 };
 

@@ -16,7 +16,7 @@ using namespace lantern;
 
 struct BsdfCase {
     std::string name;
-    Surfacing surfacing;
+    SurfaceProperties surface;
     bool isInside = false;
 };
 
@@ -24,38 +24,38 @@ void PrintTo(const BsdfCase& one, std::ostream* out) {
     *out << one.name;
 }
 
-Surfacing White() {
-    Surfacing surfacing;
-    surfacing.baseColor = Color(1, 1, 1);
-    return surfacing;
+SurfaceProperties White() {
+    SurfaceProperties surface;
+    surface.baseColor = Color(1, 1, 1);
+    return surface;
 }
 
 std::vector<BsdfCase> Cases() {
     std::vector<BsdfCase> cases;
     const auto add = [&](const char* name, auto change, bool isInside = false) {
-        Surfacing surfacing = White();
-        change(surfacing);
-        cases.push_back({name, surfacing, isInside});
+        SurfaceProperties surface = White();
+        change(surface);
+        cases.push_back({name, surface, isInside});
     };
-    add("Matt", [](Surfacing& s) { s.reflection = Color(0, 0, 0); });
-    add("Plastic", [](Surfacing& s) { s.width = 0.1f; });
-    add("RoughPlastic", [](Surfacing& s) { s.width = 1; });
-    add("Metal", [](Surfacing& s) { s.metalness = 1; });
-    add("HalfMetal", [](Surfacing& s) { s.metalness = 0.5f; });
-    add("RoughMetal", [](Surfacing& s) { s.metalness = s.width = 1; });
-    add("Coated", [](Surfacing& s) { s.coat = 1, s.coatWidth = 0.2f; });
-    add("RoughGlass", [](Surfacing& s) { s.transmission = 1, s.width = 0.3f; });
+    add("Matt", [](SurfaceProperties& s) { s.specular = Color(0, 0, 0); });
+    add("Plastic", [](SurfaceProperties& s) { s.alpha = 0.1f; });
+    add("RoughPlastic", [](SurfaceProperties& s) { s.alpha = 1; });
+    add("Metal", [](SurfaceProperties& s) { s.metalness = 1; });
+    add("HalfMetal", [](SurfaceProperties& s) { s.metalness = 0.5f; });
+    add("RoughMetal", [](SurfaceProperties& s) { s.metalness = s.alpha = 1; });
+    add("Coated", [](SurfaceProperties& s) { s.coat = 1, s.coatAlpha = 0.2f; });
+    add("RoughGlass", [](SurfaceProperties& s) { s.transmission = 1, s.alpha = 0.3f; });
     add(
-        "RoughGlassInside", [](Surfacing& s) { s.transmission = 1, s.width = 0.3f; }, true);
-    add("HalfClear", [](Surfacing& s) { s.transmission = 0.5f, s.width = 0.2f; });
-    add("Diamond", [](Surfacing& s) { s.ior = 2.4f, s.width = 0.3f; });
+        "RoughGlassInside", [](SurfaceProperties& s) { s.transmission = 1, s.alpha = 0.3f; }, true);
+    add("HalfClear", [](SurfaceProperties& s) { s.transmission = 0.5f, s.alpha = 0.2f; });
+    add("Diamond", [](SurfaceProperties& s) { s.ior = 2.4f, s.alpha = 0.3f; });
     return cases;
 }
 
 class BsdfTest : public testing::TestWithParam<BsdfCase> {
 protected:
     Bsdf at(float cosine) const {
-        return {GetParam().surfacing, V3f(std::sqrt(1 - cosine * cosine), 0, cosine),
+        return {GetParam().surface, V3f(std::sqrt(1 - cosine * cosine), 0, cosine),
                 GetParam().isInside};
     }
 };
@@ -77,7 +77,7 @@ Sums Integrated(const Bsdf& bsdf) {
             const Bsdf::Value value =
                 bsdf.evaluate({around * std::cos(phi), around * std::sin(phi), z});
             sums.pdf += value.pdf;
-            sums.share += value.share.y;
+            sums.share += value.timesCosine.y;
         }
     }
     const double perDirection = 4 * kPi / (double(kRows) * kColumns);
@@ -92,7 +92,7 @@ Sums Sampled(const Bsdf& bsdf) {
         const V2f u((float(i % kSide) + 0.5f) / kSide, (float(i / kSide) + 0.5f) / kSide);
         const float choice = std::fmod(float(i) * 0.61803398f, 1.0f);
         const Bsdf::Sample sample = bsdf.sample(choice, u);
-        if (sample.in == V3f(0)) continue;
+        if (sample.wi == V3f(0)) continue;
         sums.share += sample.weight.y;
         sums.pdf += 1;
     }
@@ -128,9 +128,9 @@ TEST_P(BsdfTest, WeighsSamplesAsItsValuesSay) {
     for (const float choice : {0.05f, 0.3f, 0.6f, 0.95f}) {
         const Bsdf::Sample sample = bsdf.sample(choice, {0.3f, 0.7f});
         if (!(sample.pdf > 0)) continue;
-        const Bsdf::Value value = bsdf.evaluate(sample.in);
+        const Bsdf::Value value = bsdf.evaluate(sample.wi);
         EXPECT_FLOAT_EQ(sample.pdf, value.pdf);
-        EXPECT_FLOAT_EQ(sample.weight.y * value.pdf, value.share.y);
+        EXPECT_FLOAT_EQ(sample.weight.y * value.pdf, value.timesCosine.y);
     }
 }
 
@@ -143,57 +143,57 @@ const V3f kOut(0.6f, 0, 0.8f);
 
 TEST(Bsdf, ReflectsAllInWhiteMetalOfAnyRoughness) {
     for (const float width : {0.0f, 0.04f, 0.25f, 1.0f}) {
-        Surfacing surfacing = White();
-        surfacing.metalness = 1;
-        surfacing.width = width;
-        EXPECT_NEAR(Sampled(Bsdf(surfacing, kOut, false)).share, 1, 0.01) << width;
+        SurfaceProperties surface = White();
+        surface.metalness = 1;
+        surface.alpha = width;
+        EXPECT_NEAR(Sampled(Bsdf(surface, kOut, false)).share, 1, 0.01) << width;
     }
 }
 
 TEST(Bsdf, SharesLightBetweenTheBorderAndTheGroundOfWhitePlastic) {
     for (const float width : {0.0f, 0.04f, 0.25f, 1.0f}) {
-        Surfacing surfacing = White();
-        surfacing.width = width;
-        EXPECT_NEAR(Sampled(Bsdf(surfacing, kOut, false)).share, 1, 0.01) << width;
+        SurfaceProperties surface = White();
+        surface.alpha = width;
+        EXPECT_NEAR(Sampled(Bsdf(surface, kOut, false)).share, 1, 0.01) << width;
     }
 }
 
 TEST(Bsdf, IsLambertsWithoutReflection) {
-    Surfacing surfacing;
-    surfacing.baseColor = {0.2f, 0.5f, 0.8f};
-    surfacing.reflection = Color(0, 0, 0);
-    const Bsdf::Value value = Bsdf(surfacing, kOut, false).evaluate({0, 0.8f, 0.6f});
-    EXPECT_FLOAT_EQ(value.share.x, 0.2f * 0.6f / kPi);
-    EXPECT_FLOAT_EQ(value.share.z, 0.8f * 0.6f / kPi);
+    SurfaceProperties surface;
+    surface.baseColor = {0.2f, 0.5f, 0.8f};
+    surface.specular = Color(0, 0, 0);
+    const Bsdf::Value value = Bsdf(surface, kOut, false).evaluate({0, 0.8f, 0.6f});
+    EXPECT_FLOAT_EQ(value.timesCosine.x, 0.2f * 0.6f / kPi);
+    EXPECT_FLOAT_EQ(value.timesCosine.z, 0.8f * 0.6f / kPi);
     EXPECT_FLOAT_EQ(value.pdf, 0.6f / kPi);
 }
 
 TEST(Bsdf, BendsLightInSmoothGlassBySnelliusLaw) {
-    Surfacing surfacing = White();
-    surfacing.transmission = 1;
-    surfacing.width = 0;
-    const Bsdf::Sample entering = Bsdf(surfacing, kOut, false).sample(0.99f, {0, 0});
-    EXPECT_NEAR(entering.in.x, -0.6f / 1.5f, 1e-6f);
-    EXPECT_LT(entering.in.z, 0);
-    const Bsdf::Sample leaving = Bsdf(surfacing, kOut, true).sample(0.99f, {0, 0});
-    EXPECT_NEAR(leaving.in.x, -0.6f * 1.5f, 1e-6f);
+    SurfaceProperties surface = White();
+    surface.transmission = 1;
+    surface.alpha = 0;
+    const Bsdf::Sample entering = Bsdf(surface, kOut, false).sample(0.99f, {0, 0});
+    EXPECT_NEAR(entering.wi.x, -0.6f / 1.5f, 1e-6f);
+    EXPECT_LT(entering.wi.z, 0);
+    const Bsdf::Sample leaving = Bsdf(surface, kOut, true).sample(0.99f, {0, 0});
+    EXPECT_NEAR(leaving.wi.x, -0.6f * 1.5f, 1e-6f);
 }
 
 TEST(Bsdf, ReflectsAllInsideOfGlassAtGrazingAngles) {
-    Surfacing surfacing = White();
-    surfacing.transmission = 1;
-    surfacing.width = 0;
-    const Bsdf::Sample sample = Bsdf(surfacing, {0.8f, 0, 0.6f}, true).sample(0.99f, {0, 0});
-    EXPECT_EQ(sample.in, V3f(-0.8f, 0, 0.6f));
+    SurfaceProperties surface = White();
+    surface.transmission = 1;
+    surface.alpha = 0;
+    const Bsdf::Sample sample = Bsdf(surface, {0.8f, 0, 0.6f}, true).sample(0.99f, {0, 0});
+    EXPECT_EQ(sample.wi, V3f(-0.8f, 0, 0.6f));
     EXPECT_FLOAT_EQ(sample.weight.y, 1);
 }
 
 TEST(Bsdf, LetsLightStraightThroughWhatIsNotDenser) {
-    Surfacing surfacing = White();
-    surfacing.transmission = 1;
-    surfacing.ior = 1;
-    const Bsdf::Sample sample = Bsdf(surfacing, kOut, false).sample(0.3f, {0.5f, 0.5f});
-    EXPECT_NEAR((sample.in + kOut).length(), 0, 1e-6f);
+    SurfaceProperties surface = White();
+    surface.transmission = 1;
+    surface.ior = 1;
+    const Bsdf::Sample sample = Bsdf(surface, kOut, false).sample(0.3f, {0.5f, 0.5f});
+    EXPECT_NEAR((sample.wi + kOut).length(), 0, 1e-6f);
     EXPECT_EQ(sample.weight, Color(1, 1, 1));
 }
 
@@ -212,14 +212,14 @@ TEST(Bsdf, StaysANumberAtTheEndsOfItsValues) {
             for (const float cosine : {1e-30f, 1e-6f, 1e-3f, 1.0f})
                 for (const float mix : {0.0f, 0.5f, 1.0f})
                     for (const Color& color : {Color(0, 0, 0), Color(1, 1, 1)}) {
-                        Surfacing surfacing;
-                        surfacing.baseColor = color;
-                        surfacing.width = surfacing.coatWidth = width;
-                        surfacing.ior = ior;
-                        surfacing.metalness = surfacing.coat = surfacing.transmission = mix;
-                        const V3f out(std::sqrt(1 - cosine * cosine), 0, cosine);
+                        SurfaceProperties surface;
+                        surface.baseColor = color;
+                        surface.alpha = surface.coatAlpha = width;
+                        surface.ior = ior;
+                        surface.metalness = surface.coat = surface.transmission = mix;
+                        const V3f wo(std::sqrt(1 - cosine * cosine), 0, cosine);
                         for (const bool isInside : {false, true}) {
-                            const Bsdf bsdf(surfacing, out, isInside);
+                            const Bsdf bsdf(surface, wo, isInside);
                             for (const float u : {0.0f, 0.5f, 0.99999994f}) {
                                 const Bsdf::Sample sample = bsdf.sample(u, {u, u});
                                 ASSERT_TRUE(IsFinite(sample.weight));

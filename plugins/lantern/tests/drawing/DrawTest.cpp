@@ -34,11 +34,11 @@ SceneData Busy(int width, int height) {
     AddMesh(scene, Square(-0.5f, -0.5f, 0.5f, 0.5f, -2), AddMaterial(scene, veil));
     AddMesh(scene, Square(-2, 1, -1, 2, -4), AddMaterial(scene, Glowing({3, 2, 1})));
     AddEnvironment(scene, {0.3f, 0.4f, 0.6f});
-    Light lamp;
+    PointLight lamp;
     lamp.radius = 0.1f;
-    lamp.color = Color(5, 5, 5);
+    lamp.intensity = Color(5, 5, 5);
     lamp.toWorld.setTranslation(Imath::V3d(1, 2, 0));
-    scene.lights.push_back(lamp);
+    scene.lights.emplace_back(lamp);
     scene.quality.samples = 4;
     return scene;
 }
@@ -368,8 +368,7 @@ TEST(Draw, ShowsNoSpotsOnAFlatFloorFarFromTheOrigin) {
     const M44f far = M44f().rotate(V3f(0.4f, 0.3f, 0.2f)) * Moved(5000, -3000, 8000);
     AddMesh(scene, Square(-90, -90, 90, 90, -20), AddMaterial(scene, Matt(kWhite)), far);
     scene.camera.toWorld = {M44d(far)};
-    Light sun;
-    sun.kind = Light::Kind::Directional;
+    DirectionalLight sun;
     sun.toWorld = M44d(M44f().rotate(V3f(0, 1.2f, 0)) * far);
     scene.lights = {sun};
     for (const float number : Drawn(scene, 4).pixels)

@@ -102,10 +102,9 @@ inline Index AddSphere(SceneData& scene, const V3f& center, float radius, Index 
 }
 
 inline void AddEnvironment(SceneData& scene, const Color& color = Color(1, 1, 1)) {
-    Light light;
-    light.kind = Light::Kind::Environment;
-    light.color = color;
-    scene.lights.push_back(light);
+    EnvironmentLight light;
+    light.scale = color;
+    scene.lights.emplace_back(light);
 }
 
 /// Shines by itself and reflects nothing: what is seen of it is this colour.

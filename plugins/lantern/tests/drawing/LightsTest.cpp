@@ -1,4 +1,6 @@
-#include "drawing/Lights.h"
+#include "drawing/LocalLights.h"
+
+#include "drawing/InfiniteLights.h"
 
 #include <cmath>
 #include <vector>
@@ -7,8 +9,8 @@
 
 #include "DrawingScenes.h"
 
-// A white matt plane at z = -1 that faces +Z is looked at where it meets the axis: what is seen is
-// the irradiance there, divided by pi.
+// The camera looks at the point (0, 0, -1) of a white diffuse plane that faces +Z. The radiance
+// that it sees is the irradiance at that point divided by pi.
 
 namespace {
 
@@ -34,11 +36,32 @@ float Irradiance(const Light& light, int samples = 256) {
     return Irradiance(scene, samples);
 }
 
-Light Of(Light::Kind kind, const M44d& toWorld, float color) {
-    Light light;
-    light.kind = kind;
+DirectionalLight Directional(const M44d& toWorld, float irradiance) {
+    return {toWorld, Color(irradiance)};
+}
+
+PointLight Point(const M44d& toWorld, float intensity) {
+    PointLight light;
     light.toWorld = toWorld;
-    light.color = Color(color);
+    light.intensity = Color(intensity);
+    return light;
+}
+
+/// Shines along -Z where it is not turned.
+PointLight Spot(const M44d& toWorld, float intensity, const SpotCone& cone) {
+    PointLight light = Point(toWorld, intensity);
+    light.cone = cone;
+    return light;
+}
+
+AreaLight Area(const M44d& toWorld, float radiance) {
+    return {toWorld, Color(radiance)};
+}
+
+EnvironmentLight Environment(const M44d& toWorld, float scale) {
+    EnvironmentLight light;
+    light.toWorld = toWorld;
+    light.scale = Color(scale);
     return light;
 }
 
@@ -50,20 +73,21 @@ M44d Turned(double degrees) {
     return M44d().rotate(Imath::V3d(0, degrees * M_PI / 180, 0));
 }
 
-/// Of a parallel rectangle, `width` by `height`, in the middle above the point, per radiance.
-double OfRectangle(double width, double height, double distance) {
+/// The irradiance, per radiance, of a parallel rectangle, `width` by `height`, whose middle is
+/// above the point.
+double RectangleIrradiance(double width, double height, double distance) {
     const double a = width / 2 / distance, b = height / 2 / distance;
     const double p = std::sqrt(1 + a * a), q = std::sqrt(1 + b * b);
     return 2 * (a / p * std::atan(b / p) + b / q * std::atan(a / q));
 }
 
 TEST(DirectionalLight, GivesItsColorTimesTheCosine) {
-    const auto light = Of(Light::Kind::Directional, Turned(60), 3);
+    const auto light = Directional(Turned(60), 3);
     EXPECT_NEAR(Irradiance(light, 1), 1.5, 1e-4);
 }
 
 TEST(DirectionalLight, GivesTheSameWhenItIsSeenAsADisc) {
-    auto light = Of(Light::Kind::Directional, M44d(), 3);
+    auto light = Directional(M44d(), 3);
     light.angle = 0.5f;
     EXPECT_NEAR(Irradiance(light), 3, 0.01);
     light.angle = 90;
@@ -71,12 +95,12 @@ TEST(DirectionalLight, GivesTheSameWhenItIsSeenAsADisc) {
 }
 
 TEST(PointLight, GivesItsIntensityByTheSquaredDistance) {
-    EXPECT_NEAR(Irradiance(Of(Light::Kind::Point, At(0, 0, 1), 8), 1), 2, 1e-4);
-    EXPECT_NEAR(Irradiance(Of(Light::Kind::Point, At(3, 0, 3), 8), 1), 8 * 0.8 / 25, 1e-4);
+    EXPECT_NEAR(Irradiance(Point(At(0, 0, 1), 8), 1), 2, 1e-4);
+    EXPECT_NEAR(Irradiance(Point(At(3, 0, 3), 8), 1), 8 * 0.8 / 25, 1e-4);
 }
 
 TEST(PointLight, DecaysAsItSays) {
-    auto light = Of(Light::Kind::Point, At(0, 0, 1), 8);
+    auto light = Point(At(0, 0, 1), 8);
     light.decay = V3f(1, 0.5f, 0.25f); // at distance 2: 3
     EXPECT_NEAR(Irradiance(light, 1), 8.0 / 3, 1e-4);
     light.radius = 0.5f;
@@ -84,15 +108,13 @@ TEST(PointLight, DecaysAsItSays) {
 }
 
 TEST(PointLight, GivesTheSameAsABall) {
-    auto light = Of(Light::Kind::Point, At(0, 0, 1), 8);
+    auto light = Point(At(0, 0, 1), 8);
     light.radius = 1.5f;
     EXPECT_NEAR(Irradiance(light), 2, 0.02);
 }
 
 TEST(SpotLight, IsAPointInsideOfItsConeAndNothingOutside) {
-    auto light = Of(Light::Kind::Spot, At(0, 0, 1), 8);
-    light.coneInner = 40;
-    light.coneOuter = 60;
+    auto light = Spot(At(0, 0, 1), 8, {40, 60});
     EXPECT_NEAR(Irradiance(light, 1), 2, 1e-4);
     light.toWorld = Turned(19) * At(0, 0, 1);
     EXPECT_NEAR(Irradiance(light, 1), 2, 1e-4);
@@ -101,24 +123,22 @@ TEST(SpotLight, IsAPointInsideOfItsConeAndNothingOutside) {
 }
 
 TEST(SpotLight, FadesBetweenItsCones) {
-    auto light = Of(Light::Kind::Spot, At(0, 0, 1), 8);
-    light.coneInner = 0;
-    light.coneOuter = 120;
+    auto light = Spot(At(0, 0, 1), 8, {0, 120});
     const double half = std::acos(0.75) * 180 / M_PI; // half way between the cosines
     light.toWorld = Turned(half) * At(0, 0, 1);
     EXPECT_NEAR(Irradiance(light, 1), 1, 1e-3);
 }
 
 TEST(AreaLight, GivesWhatARectangleDoes) {
-    auto light = Of(Light::Kind::Area, At(0, 0, 0.5), 3);
+    auto light = Area(At(0, 0, 0.5), 3);
     light.size = V2f(2, 1);
-    EXPECT_NEAR(Irradiance(light), 3 * OfRectangle(2, 1, 1.5), 0.02);
+    EXPECT_NEAR(Irradiance(light), 3 * RectangleIrradiance(2, 1, 1.5), 0.02);
     light.toWorld = M44d().scale(Imath::V3d(2, 3, 1)) * At(0, 0, 0.5);
-    EXPECT_NEAR(Irradiance(light), 3 * OfRectangle(4, 3, 1.5), 0.04);
+    EXPECT_NEAR(Irradiance(light), 3 * RectangleIrradiance(4, 3, 1.5), 0.04);
 }
 
 TEST(AreaLight, ShinesToOneSide) {
-    const auto light = Of(Light::Kind::Area, Turned(180) * At(0, 0, 0.5), 3);
+    const auto light = Area(Turned(180) * At(0, 0, 0.5), 3);
     EXPECT_EQ(Irradiance(light), 0);
 }
 
@@ -126,17 +146,17 @@ TEST(EmissiveMesh, GivesWhatARectangleDoes) {
     SceneData scene = Plane();
     Mesh panel = Square(-1, -0.5f, 1, 0.5f, 0); // faces away, but shines to both sides
     AddMesh(scene, panel, AddMaterial(scene, Glowing(Color(3))), Moved(0, 0, 0.5f));
-    EXPECT_NEAR(Irradiance(scene), 3 * OfRectangle(2, 1, 1.5), 0.02);
+    EXPECT_NEAR(Irradiance(scene), 3 * RectangleIrradiance(2, 1, 1.5), 0.02);
 }
 
 TEST(Environment, GivesPiTimesItsRadiance) {
-    EXPECT_NEAR(Irradiance(Of(Light::Kind::Environment, M44d(), 2)), 2 * kPi, 0.06);
+    EXPECT_NEAR(Irradiance(Environment(M44d(), 2)), 2 * kPi, 0.06);
 }
 
 TEST(Environment, HasTheColorOfTheHorizonAndThoseAboveAndBelow) {
     // The plane sees the half around +Z: from the horizon up and down, the mean of |y| weighted by
     // the cosine is 4 / (3 pi), half of it on each side.
-    auto light = Of(Light::Kind::Environment, M44d(), 1);
+    auto light = Environment(M44d(), 1);
     light.horizon = Color(0, 0, 0);
     light.zenith = Color(3, 3, 3);
     light.ground = Color(1, 1, 1);
@@ -144,7 +164,7 @@ TEST(Environment, HasTheColorOfTheHorizonAndThoseAboveAndBelow) {
 }
 
 TEST(Environment, TurnsWithItsTransform) {
-    auto light = Of(Light::Kind::Environment, M44d().rotate(Imath::V3d(M_PI / 2, 0, 0)), 1);
+    auto light = Environment(M44d().rotate(Imath::V3d(M_PI / 2, 0, 0)), 1);
     light.horizon = light.ground = Color(0, 0, 0);
     light.zenith = Color(3, 3, 3); // where the plane looks: 3 cos^2 over the half of all directions
     EXPECT_NEAR(Irradiance(light), 3 * 2 * kPi / 3, 0.06);
@@ -155,7 +175,7 @@ TEST(ManyLights, GiveTheirSum) {
     double expected = 0;
     for (int i = 0; i < 300; ++i) {
         const double x = 0.01 * i, d2 = 4 + x * x;
-        scene.lights.push_back(Of(Light::Kind::Point, At(x, 0, 1), 0.1f));
+        scene.lights.emplace_back(Point(At(x, 0, 1), 0.1f));
         expected += 0.1 / d2 * 2 / std::sqrt(d2);
     }
     EXPECT_NEAR(Irradiance(scene, 1024), expected, expected * 0.01);
@@ -163,13 +183,14 @@ TEST(ManyLights, GiveTheirSum) {
 
 TEST(LightsOfAllKinds, GiveTheirSum) {
     SceneData scene = Plane();
-    auto area = Of(Light::Kind::Area, At(0, 0, 0.5), 3);
-    auto ball = Of(Light::Kind::Point, At(0, 0, 1), 8);
+    auto area = Area(At(0, 0, 0.5), 3);
+    auto ball = Point(At(0, 0, 1), 8);
     ball.radius = 0.5f;
-    auto sun = Of(Light::Kind::Directional, Turned(60), 3);
+    auto sun = Directional(Turned(60), 3);
     sun.angle = 1;
-    scene.lights = {area, ball, sun, Of(Light::Kind::Environment, M44d(), 2)};
-    EXPECT_NEAR(Irradiance(scene, 1024), 3 * OfRectangle(1, 1, 1.5) + 2 + 1.5 + 2 * kPi, 0.1);
+    scene.lights = {area, ball, sun, Environment(M44d(), 2)};
+    EXPECT_NEAR(Irradiance(scene, 1024), 3 * RectangleIrradiance(1, 1, 1.5) + 2 + 1.5 + 2 * kPi,
+                0.1);
 }
 
 TEST(AreaLight, IsSeenInAMirrorWithItsRadiance) {
@@ -180,7 +201,7 @@ TEST(AreaLight, IsSeenInAMirrorWithItsRadiance) {
         metal.metalness = 1;
         metal.roughness = roughness;
         scene.surfaces[scene.instances[0].surface].material = AddMaterial(scene, metal);
-        auto light = Of(Light::Kind::Area, At(0, 0, 0.5), 3);
+        auto light = Area(At(0, 0, 0.5), 3);
         light.size = V2f(20, 20);
         scene.lights = {light};
         EXPECT_NEAR(Mean(Drawn(scene, 256)).g, 3, 0.03) << roughness;
@@ -189,7 +210,7 @@ TEST(AreaLight, IsSeenInAMirrorWithItsRadiance) {
 
 TEST(Lights, AreHiddenByWhatStandsBeforeThem) {
     SceneData scene = Plane();
-    scene.lights = {Of(Light::Kind::Point, At(1, 0, 1), 8)};
+    scene.lights = {Point(At(1, 0, 1), 8)};
     AddMesh(scene, Square(0.4f, -0.1f, 0.6f, 0.1f, 0));
     EXPECT_EQ(Irradiance(scene, 4), 0);
 }

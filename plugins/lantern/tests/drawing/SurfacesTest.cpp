@@ -83,8 +83,7 @@ TEST(Opacity, DimsTheLightThatComesThroughSeveralVeils) {
     AddMesh(scene, Wall(-1), AddMaterial(scene, Matt(kWhite)));
     scene.camera.fov = 1;
     scene.quality.maxDepth = 1;
-    Light sun;
-    sun.kind = Light::Kind::Directional;
+    DirectionalLight sun;
     sun.toWorld.rotate(Imath::V3d(0, M_PI / 3, 0));
     scene.lights = {sun};
     const float open = Mean(Drawn(scene)).g;
@@ -123,8 +122,7 @@ TEST(SingleSidedSurface, StopsRaysToTheLightFromOutsideOnly) {
     Material material = Matt(kWhite);
     material.isDoubleSided = false;
     AddMesh(scene, Square(0.5f, -9, 9, 9, 0), AddMaterial(scene, material));
-    Light sun;
-    sun.kind = Light::Kind::Directional;
+    DirectionalLight sun;
     sun.toWorld.rotate(Imath::V3d(0, M_PI / 3, 0));
     scene.lights = {sun};
     scene.quality.maxDepth = 1;
@@ -140,8 +138,7 @@ float LitBy(const V3f& towards, const M44f& instance) {
     SceneData scene = EmptyScene();
     scene.camera.fov = 0.1f;
     AddMesh(scene, Square(-1, -1, 1, 1, 0), AddMaterial(scene, Matt(kWhite)), instance);
-    Light sun;
-    sun.kind = Light::Kind::Directional;
+    DirectionalLight sun;
     const Imath::V3d z = Imath::V3d(towards).normalized();
     const Imath::V3d x = Imath::V3d(0, 1, 0).cross(z).normalized();
     const Imath::V3d y = z.cross(x);
@@ -180,8 +177,7 @@ TEST(Instance, ScalesASphereToAnEllipsoid) {
 float LitMiddle(const Mesh& mesh, SceneData scene = EmptyScene(1, 1)) {
     scene.camera.fov = 0.01f;
     AddMesh(scene, mesh, AddMaterial(scene, Matt(kWhite)));
-    Light sun;
-    sun.kind = Light::Kind::Directional;
+    DirectionalLight sun;
     scene.lights = {sun};
     scene.quality.maxDepth = 1;
     return Mean(Drawn(scene, 4)).g * float(M_PI);
@@ -214,8 +210,7 @@ TEST(Normals, LetNoLightThroughFromBehind) {
     SceneData scene = EmptyScene(1, 1);
     scene.camera.fov = 0.01f;
     AddMesh(scene, mesh, AddMaterial(scene, Matt(kWhite)));
-    Light sun; // from the right and slightly from behind: above the normals' horizon
-    sun.kind = Light::Kind::Directional;
+    DirectionalLight sun; // from the right and slightly from behind: above the normals' horizon
     sun.toWorld.rotate(Imath::V3d(0, 100 * M_PI / 180, 0));
     scene.lights = {sun};
     EXPECT_EQ(Mean(Drawn(scene, 4)).g, 0);
@@ -225,8 +220,7 @@ TEST(Spheres, AreRoundToTheLight) {
     SceneData scene = EmptyScene(1, 1);
     scene.camera.fov = 0.01f;
     AddSphere(scene, {0, 0, -3}, 1, AddMaterial(scene, Matt(kWhite)));
-    Light sun;
-    sun.kind = Light::Kind::Directional;
+    DirectionalLight sun;
     sun.toWorld.rotate(Imath::V3d(0, M_PI / 3, 0));
     scene.lights = {sun};
     EXPECT_NEAR(Mean(Drawn(scene, 4)).g * M_PI, 0.5, 1e-3);
@@ -239,7 +233,7 @@ TEST(Environment, FillsThePictureWhenItIsToBeSeen) {
     AddEnvironment(scene, {0.1f, 0.2f, 0.3f});
     EXPECT_FLOAT_EQ(Mean(Drawn(scene)).b, 0.3f);
     EXPECT_EQ(Mean(Drawn(scene)).a, 1);
-    scene.lights[0].isSeen = false;
+    std::get<EnvironmentLight>(scene.lights[0]).isSeenByCamera = false;
     EXPECT_EQ(Mean(Drawn(scene)).b, 0);
     EXPECT_EQ(Mean(Drawn(scene)).a, 0);
 }

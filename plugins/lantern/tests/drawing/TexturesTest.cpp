@@ -193,13 +193,13 @@ TEST_F(TexturesTest, TakeTheDirectionOfNormals) {
     Material material = Matt(Color(1, 1, 1));
     material.normalTexture = 0;
     AddMesh(scene, Square(-9, -9, 9, 9, -3), AddMaterial(scene, material));
-    Light sun;
-    sun.kind = Light::Kind::Directional;
+    DirectionalLight sun;
     sun.toWorld.rotate(Imath::V3d(-std::atan2(0.6, 0.8), 0, 0)); // from (0, 0.6, 0.8)
     scene.lights = {sun};
     scene.quality.maxDepth = 1;
     EXPECT_NEAR(Mean(Drawn(scene, 4)).g * M_PI, 1, 0.01);
-    scene.lights[0].toWorld = M44d().rotate(Imath::V3d(std::atan2(0.6, 0.8), 0, 0));
+    sun.toWorld = M44d().rotate(Imath::V3d(std::atan2(0.6, 0.8), 0, 0));
+    scene.lights = {sun};
     EXPECT_NEAR(Mean(Drawn(scene, 4)).g * M_PI, 0.28, 0.01);
 }
 
@@ -229,8 +229,7 @@ TEST_F(TexturesTest, LieAroundTheSceneWithTheMiddleAtMinusZ) {
     // From left to right: behind and left, left to ahead, ahead to right, right to behind.
     scene.textures = {
         of(image("around.png", 4, 1, 3, {255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255}))};
-    Light light;
-    light.kind = Light::Kind::Environment;
+    EnvironmentLight light;
     light.texture = 0;
     scene.lights = {light};
     const auto ahead = [&](double turn) { // degrees to the left
@@ -254,10 +253,9 @@ TEST_F(TexturesTest, LightTheSceneFromWhereTheyAreBright) {
         bytes[(8 * 64 + 0) * 3 + channel] = 255;
     scene.textures = {of(image("sun.png", 64, 32, 3, bytes))};
     AddMesh(scene, Square(-9, -9, 9, 9, -1), AddMaterial(scene, Matt(Color(1, 1, 1))));
-    Light light;
-    light.kind = Light::Kind::Environment;
+    EnvironmentLight light;
     light.texture = 0;
-    light.color = Color(100);
+    light.scale = Color(100);
     scene.lights = {light};
     scene.quality.maxDepth = 1;
     const double elevation = 45 - 180.0 / 64, solid = M_PI / 32 * M_PI / 32;

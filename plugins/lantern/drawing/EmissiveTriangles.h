@@ -1,0 +1,55 @@
+#ifndef LANTERN_DRAWING_EMISSIVETRIANGLES_H
+#define LANTERN_DRAWING_EMISSIVETRIANGLES_H
+
+#include <vector>
+
+#include "SceneData.h"
+#include "drawing/Distribution.h"
+#include "drawing/Materials.h"
+
+namespace lantern {
+
+/// The triangles of the scene's meshes whose materials emit light, as lights to sample. Spheres are
+/// left out, and so are meshes beyond a total of 2^22 triangles: paths find their light only when
+/// they hit them. Safe from several threads at once.
+class EmissiveTriangles {
+public:
+    /// Refers to both.
+    EmissiveTriangles(const SceneData& scene, const Materials& materials);
+
+    /// About the power that each triangle emits.
+    const std::vector<float>& powers() const { return powerOfEach; }
+    /// The index of the triangle that was hit; kNone if it is not among them.
+    Index indexOf(const RayHit& hit) const;
+
+    struct Point {
+        V3f position;
+        V3f normal;
+        float area = 0; ///< of the triangle
+        Color radiance; ///< towards the point that asked
+    };
+    /// A point that is uniform on the area of the triangle, as seen from `towards`.
+    Point sample(Index triangle, float time, const V2f& u, const V3f& towards) const;
+    float area(const RayHit& hit, float time) const;
+
+private:
+    /// All triangles of one instance, which have consecutive indices.
+    struct Range {
+        Index instance = 0;
+        Index first = 0;
+    };
+
+    RayHit hitOf(Index triangle) const;
+    void corners(const RayHit& hit, float time, V3f corners[3]) const;
+    float powerOf(RayHit hit) const;
+
+    const SceneData& scene;
+    const Materials& materials;
+    std::vector<Range> ranges;          // ascending
+    std::vector<Index> firstOfInstance; // kNone for instances that are left out
+    std::vector<float> powerOfEach;
+};
+
+} // namespace lantern
+
+#endif
