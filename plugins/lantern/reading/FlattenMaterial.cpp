@@ -1,62 +1,61 @@
 #include "reading/FlattenMaterial.h"
 
-#include <iterator>
+#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace lantern {
 
 namespace {
 
-constexpr const char* kTerminal = "surface";
-
 Attribute Flatten(const Suites& suites, const Location& location) {
-    return Attribute::owning(suites.attributes(), suites.utils().getFlattenedMaterialAttr(
-                                                      location.get(), &kTerminal, 1));
+    const char* const terminal = "surface";
+    return Attribute::owning(suites.attributes(),
+                             suites.utils().getFlattenedMaterialAttr(location.get(), &terminal, 1));
 }
 
-/// A group of those children that are there.
-Attribute Group(const Suites& suites, std::vector<const char*> names,
-                const std::vector<Attribute>& children) {
+/// A group of the children that are valid.
+Attribute Group(const Suites& suites,
+                const std::vector<std::pair<const char*, Attribute>>& children) {
+    std::vector<const char*> names;
     std::vector<OxAttributeStruct*> handles;
-    handles.reserve(children.size());
-    for (const Attribute& child : children)
+    for (const auto& [name, child] : children) {
+        names.push_back(name);
         handles.push_back(child.get());
+    }
     return Attribute::owning(
         suites.attributes(),
         suites.attributes().createGroup(names.data(), handles.data(),
                                         static_cast<std::int64_t>(handles.size()), 0));
 }
 
-Attribute Text(const Suites& suites, const char* text) {
-    return Attribute::owning(suites.attributes(), suites.attributes().createString(&text, 1, 1));
-}
-
-/// The chain's materials at locations one below the other, as the arguments of a StaticScene, and
-/// the path of the lowest one. The paths are of no other chain: flattened materials are kept by
-/// path.
-Attribute SceneOf(const Suites& suites, const MaterialChain::Ptr& materials, std::string& path) {
+/// The host flattens the materials of a location and its ancestors, but the parts of a replacement
+/// are not locations. This function makes a scene whose locations have the materials of the chain,
+/// one below the other, and asks the lowest one, so that the host's rules need not be repeated
+/// here.
+///
+/// The host remembers flattened materials by path alone. The hash of the chain in the path keeps
+/// different chains apart.
+Attribute FlattenChain(const Suites& suites, const MaterialChain::Ptr& materials) {
     const std::string name = "materials_" + materials->hash().text();
-    Attribute scene;
+    std::string path;
+    Attribute children;
     for (const MaterialChain* link = materials.get(); link; link = link->above()) {
-        const Attribute attributes = Group(suites, {"material"}, {link->material()});
-        const Attribute children = scene ? Group(suites, {name.c_str()}, {scene}) : Attribute();
-        scene = Group(suites, {"a", "c"}, {attributes, children});
+        const Attribute attributes = Group(suites, {{"material", link->material()}});
+        const Attribute location = Group(suites, {{"a", attributes}, {"c", children}});
+        children = Group(suites, {{name.c_str(), location}});
         path += "/" + name;
     }
-    path = "/root" + path;
-    return Group(suites, {"c"}, {Group(suites, {name.c_str()}, {scene})});
-}
-
-/// What stands in a replacement has no location whose materials could be asked for.
-Attribute FlattenApart(const Suites& suites, const MaterialChain::Ptr& materials) {
-    std::string path;
-    const Attribute op = Group(suites, {"opType", "opArgs"},
-                               {Text(suites, "StaticScene"), SceneOf(suites, materials, path)});
-    const Attribute description = Group(suites, {"materials"}, {op});
+    const char* const type = "StaticScene";
+    const Attribute opType =
+        Attribute::owning(suites.attributes(), suites.attributes().createString(&type, 1, 1));
+    const Attribute op =
+        Group(suites, {{"opType", opType}, {"opArgs", Group(suites, {{"c", children}})}});
+    const Attribute description = Group(suites, {{"materials", op}});
     const Location root = Location::owning(
         suites, suites.iterators().createRootIteratorFromOpTreeDescription(description.get()));
-    return Flatten(suites, root.byPath(path));
+    return Flatten(suites, root.byPath("/root" + path));
 }
 
 } // namespace
@@ -64,7 +63,7 @@ Attribute FlattenApart(const Suites& suites, const MaterialChain::Ptr& materials
 Attribute FlattenMaterial(const Suites& suites, const Place& place,
                           const MaterialChain::Ptr& materials) {
     if (!materials) return {};
-    return place.isReplacement() ? FlattenApart(suites, materials)
+    return place.isReplacement() ? FlattenChain(suites, materials)
                                  : Flatten(suites, place.location());
 }
 

@@ -6,8 +6,8 @@
 
 namespace lantern {
 
-/// The materials of a chain as one, for surfaces; none for an empty chain. They are those of the
-/// place.
+/// Combines the materials of a place and its ancestors, which `materials` lists, to one material
+/// for the terminal "surface". Returns none for an empty chain.
 Attribute FlattenMaterial(const Suites& suites, const Place& place,
                           const MaterialChain::Ptr& materials);
 
