@@ -13,7 +13,7 @@
 
 namespace lantern {
 
-/// 128 bits of a content; all 0 for nothing.
+/// A 128-bit content hash; 0 for a missing attribute.
 struct Hash {
     std::uint64_t words[2] = {0, 0};
 
@@ -22,7 +22,7 @@ struct Hash {
     }
     bool operator!=(const Hash& other) const { return !(*this == other); }
     explicit operator bool() const { return words[0] != 0 || words[1] != 0; }
-    /// That of both in this order.
+    /// The combined hash of both, in this order.
     Hash with(const Hash& next) const;
     std::string text() const;
 };
@@ -33,14 +33,14 @@ struct HashOfHash {
     }
 };
 
-/// A scene's value, kept as long as this lives; it may be none. Copies share it. What is asked of a
-/// value of another type is answered as for none.
+/// A counted reference to an attribute, or none. Copies share the attribute. Each function answers
+/// for an attribute of another type as for none.
 class Attribute {
 public:
     Attribute() = default;
-    /// Of a handle that carries a reference already, or null.
+    /// Takes over the reference of a handle, which may be null.
     static Attribute owning(const OxAttributeSuite_v1& suite, OxAttributeStruct* handle);
-    /// Of a handle that somebody else keeps.
+    /// Adds a reference to a borrowed handle.
     static Attribute sharing(const OxAttributeSuite_v1& suite, OxAttributeStruct* handle);
     Attribute(const Attribute& other);
     Attribute(Attribute&& other) noexcept;
@@ -49,7 +49,7 @@ public:
 
     explicit operator bool() const { return handle != nullptr; }
     OxAttributeStruct* get() const { return handle; }
-    /// That of whatever has a value.
+    /// The suite of an attribute that is not none.
     const OxAttributeSuite_v1& suite() const { return *table; }
     Hash hash() const;
 
@@ -58,36 +58,36 @@ public:
     bool isNumeric() const;
     bool isInt() const;
 
-    // Groups.
+    // For groups.
     std::int64_t childCount() const;
-    /// Borrowed; "" when out of range.
+    /// Borrowed; "" if the index is out of range.
     const char* childName(std::int64_t index) const;
     Attribute childAt(std::int64_t index) const;
     /// By dotted path.
     Attribute child(const char* path) const;
     Attribute child(const std::string& path) const { return child(path.c_str()); }
 
-    // Texts.
+    // For strings.
     std::string text(const std::string& otherwise = {}) const;
-    /// Borrowed; null when out of range.
+    /// Borrowed; null if the index is out of range.
     const char* textAt(std::int64_t index) const;
     bool isTextEqual(std::string_view wanted) const;
 
-    // Numbers of any type. Samples are joined linearly; before the first and after the last one,
-    // these hold.
+    // For numbers of any type. Values are interpolated linearly between samples; the first sample
+    // holds before it and the last one after it.
     std::int64_t count() const;
     std::int64_t tupleSize() const;
     std::int64_t sampleCount() const;
     std::vector<float> sampleTimes() const;
-    /// The first `wanted` values; false, and nothing written, when there are fewer.
+    /// Writes the first `wanted` values. Returns false, and writes nothing, if there are fewer.
     bool read(double* out, std::int64_t wanted, float time = 0) const;
-    /// Whether all samples have equally many values.
+    /// Whether all samples have the same number of values.
     bool hasEqualSamples() const;
     /// All values of the sample nearest to the time.
     std::vector<float> floatsNearest(float time = 0) const;
-    /// All values at a time; what is none becomes that of the nearest sample.
+    /// All values at a time. A value that is not finite is replaced by that of the nearest sample.
     std::vector<float> floatsAt(float time) const;
-    /// All values of integers.
+    /// All values of an integer attribute.
     std::vector<std::int32_t> ints() const;
     double number(double otherwise) const;
 

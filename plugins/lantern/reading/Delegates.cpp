@@ -25,7 +25,7 @@ Attribute Delegates::Delegate::replacementOf(const Location& location) const {
 
 Delegates::Delegates(const Suites& suites) {
     addFor(suites, kRenderer);
-    addFor(suites, nullptr); // leaves types that have one already
+    addFor(suites, nullptr); // does not replace those found for this renderer
 }
 
 const Delegates::Delegate* Delegates::find(const std::string& locationType) const {

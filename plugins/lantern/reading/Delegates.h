@@ -9,8 +9,8 @@
 
 namespace lantern {
 
-/// The plug-ins that take over locations of some types, for this renderer or for every one. Any
-/// number of threads may ask, once it is made.
+/// The location delegates for this renderer: plug-ins that replace locations of certain types. Safe
+/// from several threads at once.
 class Delegates {
 public:
     class Delegate {
@@ -20,7 +20,7 @@ public:
         Delegate(const Delegate&) = delete;
         Delegate& operator=(const Delegate&) = delete;
 
-        /// A group of attributes "a" and children "c", or none: the location stays as it is.
+        /// A group of attributes "a" and children "c", or none to keep the location as it is.
         Attribute replacementOf(const Location& location) const;
         bool isOf(const OxScenegraphLocationDelegatePluginSuite_v1& other) const {
             return &plugin == &other;
@@ -32,10 +32,10 @@ public:
         OxLocationDelegateInstance instance;
     };
 
-    /// One instance of each delegate, to the end of this.
+    /// Makes one instance of each delegate, which lives as long as this object.
     explicit Delegates(const Suites& suites);
 
-    /// Null for a type that nobody takes over.
+    /// Null for a type without a delegate.
     const Delegate* find(const std::string& locationType) const;
 
 private:

@@ -8,14 +8,13 @@
 
 namespace lantern {
 
-/// A location of the scene, kept as long as this lives; it may be none. Any number of threads may
-/// ask one.
+/// A counted reference to a location of the scene, or none. Safe from several threads at once.
 class Location {
 public:
     Location() = default;
-    /// Of a handle that carries a reference already, or null.
+    /// Takes over the reference of a handle, which may be null.
     static Location owning(const Suites& suites, OxSgIteratorStruct* handle);
-    /// Of one that carries none yet, or that somebody else keeps.
+    /// Adds a reference to a handle, which may be null.
     static Location retaining(const Suites& suites, OxSgIteratorStruct* handle);
     Location(const Location& other);
     Location(Location&& other) noexcept;
@@ -33,7 +32,7 @@ public:
 
     std::string name() const;
     std::string path() const;
-    /// All of them.
+    /// The group of all attributes.
     Attribute attributes() const;
     /// By dotted path.
     Attribute attribute(const char* name) const;

@@ -13,36 +13,36 @@
 
 namespace lantern {
 
-/// What a location's attributes say; the same for all locations that share them.
+/// The interpreted attributes of a location, shared by all locations with the same attributes.
 struct LocationFacts {
     Attribute attributes;
     Kind kind = Kind::Group;
     bool isVisible = true;
-    const Delegates::Delegate* delegate = nullptr; ///< that of the type
+    const Delegates::Delegate* delegate = nullptr; ///< of the location's type; may be null
     LocalTransform transform;
     Attribute material;
-    Attribute geometry; ///< of what has a shape
-    Attribute textures; ///< of meshes
+    Attribute geometry; ///< of shapes only
+    Attribute textures; ///< of meshes only
     std::size_t faceCount = 0;
 
-    // What was found out when they were last met.
+    // Results for the location that was visited last.
     std::optional<Index> shape;
     MaterialChain::Ptr materialsAbove;
-    MaterialChain::Ptr materials; ///< those of the location below `materialsAbove`
-    std::optional<Index> surface; ///< of `surfaceMaterials`
+    MaterialChain::Ptr materials; ///< of the location: its own below `materialsAbove`
+    std::optional<Index> surface; ///< for the materials of hash `surfaceMaterials`
     Hash surfaceMaterials;
 
-    /// Those from here down, for a location below others with these.
+    /// The chain of a location whose ancestors have the materials `above`.
     const MaterialChain::Ptr& materialsBelow(const MaterialChain::Ptr& above);
 };
 
-/// The facts of the locations met last. For one thread.
+/// A direct-mapped cache of the facts of recently visited locations. For one thread.
 class FactsMemory {
 public:
     FactsMemory(const Suites& suites, const Shutter& shutter, const Delegates& delegates)
         : suites(suites), shutter(shutter), delegates(delegates), slots(kSlots) {}
 
-    /// Valid until the next call.
+    /// The reference is valid until the next call.
     LocationFacts& of(const Attribute& attributes);
 
 private:
@@ -53,7 +53,8 @@ private:
     const Suites& suites;
     const Shutter& shutter;
     const Delegates& delegates;
-    // By the attributes' address, which is nobody else's as long as they are kept here.
+    // Keyed by the address of the attributes. The facts hold a reference to them, so an address is
+    // not used again while it is in the cache.
     std::vector<std::unique_ptr<LocationFacts>> slots;
 };
 

@@ -10,7 +10,8 @@
 
 namespace lantern {
 
-/// The material of a location and those above it; shared by all that inherit them, never changed.
+/// An immutable list of the materials of a location and its ancestors. The locations that inherit
+/// the same materials share one chain.
 class MaterialChain {
 public:
     using Ptr = boost::intrusive_ptr<MaterialChain>;
@@ -21,17 +22,17 @@ public:
     MaterialChain(const MaterialChain&) = delete;
     MaterialChain& operator=(const MaterialChain&) = delete;
 
-    /// The location's own.
+    /// The material of the location itself.
     const Attribute& material() const { return own; }
-    /// Null at the end.
+    /// The chain of the ancestors; null at the end.
     const MaterialChain* above() const { return next.get(); }
-    /// Of all.
+    /// The hash of all materials.
     const Hash& hash() const { return hashOfAll; }
 
     friend void intrusive_ptr_add_ref(MaterialChain* chain) {
         chain->count.fetch_add(1, std::memory_order_relaxed);
     }
-    /// Links that nobody else holds go one by one: scenes may be deeper than the stack.
+    /// Frees the links in a loop. Recursion could overflow the stack in a deep scene.
     friend void intrusive_ptr_release(MaterialChain* chain) {
         while (chain && chain->count.fetch_sub(1, std::memory_order_acq_rel) == 1) {
             MaterialChain* const above = chain->next.detach();

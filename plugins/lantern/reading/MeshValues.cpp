@@ -19,7 +19,7 @@ bool IsUvSet(std::string_view name) {
            std::all_of(name.begin() + 2, name.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-/// Of the mesh's points, each its own size: the surface around it.
+/// The normal of the surface around each point, weighted by area and not normalized.
 std::vector<V3f> SmoothNormals(const Mesh& mesh) {
     const std::vector<V3f>& points = mesh.points[0];
     std::vector<V3f> normals(points.size(), V3f(0));
@@ -39,7 +39,7 @@ V3f UnitLength(const V3f& normal) {
     return isUnit ? unit : V3f(0);
 }
 
-/// Makes them of unit length. `pointOf` tells which point a value is at.
+/// Normalizes the normals. `pointOf` returns the point of a normal.
 template <typename PointOf>
 void Normalize(std::vector<V3f>& normals, const Mesh& mesh, PointOf pointOf) {
     std::vector<V3f> smooth;
@@ -49,7 +49,8 @@ void Normalize(std::vector<V3f>& normals, const Mesh& mesh, PointOf pointOf) {
         if (smooth.empty()) smooth = SmoothNormals(mesh);
         const Index point = pointOf(i);
         if (point < smooth.size()) normals[i] = UnitLength(smooth[point]);
-        if (normals[i] == V3f(0)) normals[i] = V3f(0, 0, 1); // nothing of it is seen
+        if (normals[i] == V3f(0))
+            normals[i] = V3f(0, 0, 1); // only on degenerate faces, which are invisible
     }
 }
 
@@ -60,7 +61,7 @@ std::vector<V3f> ToNormals(const std::vector<float>& values) {
     return normals;
 }
 
-/// For each corner of all faces its point; corners that no triangle has are at none.
+/// The point of each face corner; kNone for corners that no triangle uses.
 std::vector<Index> PointsOfCorners(const MeshCorners& where, const Mesh& mesh) {
     std::vector<Index> points(where.cornerCount, kNone);
     for (std::size_t i = 0; i < where.corners.size(); ++i)
@@ -95,23 +96,23 @@ std::size_t CountElements(Scope scope, const MeshCorners& where) {
     return 1;
 }
 
-/// Values, and for each element of the scope which one is its own.
+/// Values and, for each element of the scope, the index of its value.
 struct IndexedUvs {
     std::vector<V2f> values;
-    std::vector<Index> index; ///< empty: the element's own number
+    std::vector<Index> index; ///< empty if element i has value i
 };
 
 std::vector<V2f> ToUvs(const Attribute& attribute, float time) {
     const std::vector<float> numbers = attribute.floatsAt(time);
     const auto tuple = static_cast<std::size_t>(std::max<std::int64_t>(attribute.tupleSize(), 1));
-    const std::size_t stride = tuple >= 2 ? tuple : 2; // some come flat
+    const std::size_t stride = tuple >= 2 ? tuple : 2; // some scenes store pairs with tuple size 1
     std::vector<V2f> uvs(numbers.size() / stride);
     for (std::size_t i = 0; i < uvs.size(); ++i)
         uvs[i] = V2f(numbers[i * stride], numbers[i * stride + 1]);
     return uvs;
 }
 
-/// Nothing when they are not as many as there are elements, or not all finite.
+/// Returns nothing if the number of values does not fit the elements, or a value is not finite.
 std::optional<IndexedUvs> ReadIndexedUvs(const Attribute& uvSet, std::size_t elements, float time) {
     IndexedUvs uvs;
     if (const Attribute value = uvSet.child("value")) {
@@ -120,7 +121,7 @@ std::optional<IndexedUvs> ReadIndexedUvs(const Attribute& uvSet, std::size_t ele
     } else {
         uvs.values = ToUvs(uvSet.child("indexedValue"), time);
         for (const std::int32_t index : uvSet.child("index").ints())
-            uvs.index.push_back(static_cast<Index>(index)); // negative ones are too large then
+            uvs.index.push_back(static_cast<Index>(index)); // negative indices become too large
         const bool isInside = std::all_of(uvs.index.begin(), uvs.index.end(),
                                           [&](Index index) { return index < uvs.values.size(); });
         if (uvs.index.size() != elements || !isInside) return {};
@@ -131,7 +132,7 @@ std::optional<IndexedUvs> ReadIndexedUvs(const Attribute& uvSet, std::size_t ele
     return isFinite ? std::optional<IndexedUvs>(std::move(uvs)) : std::nullopt;
 }
 
-/// The element of the scope at each corner of the triangles.
+/// The element of the scope at each corner of each triangle.
 std::vector<Index> ElementsOfCorners(Scope scope, const MeshCorners& where, const Mesh& mesh) {
     if (scope == Scope::Point) return mesh.triangles;
     if (scope == Scope::Vertex) return where.corners;

@@ -8,7 +8,7 @@
 
 namespace lantern {
 
-/// What values of a mesh are for.
+/// The elements of a mesh that a list of values belongs to.
 struct MeshCorners {
     std::size_t pointCount;
     std::size_t cornerCount; ///< of all faces
@@ -17,7 +17,7 @@ struct MeshCorners {
     const std::vector<Index>& faces;   ///< of the triangles
 };
 
-/// Replaces normals without a length by those of the surface around the point.
+/// Replaces zero normals by the normal of the surface around the point.
 void ReadNormals(const ShapeReader& reader, const Attribute& geometry, const MeshCorners& where,
                  Mesh& mesh);
 

@@ -55,7 +55,7 @@ constexpr NumberInput kNumbers[] = {
     {"normalScale", &Material::normalScale, -kHuge, kHuge},
 };
 
-/// A shader's own defaults; false for one that is not known.
+/// Assigns the shader's own defaults; false for an unknown shader.
 bool SetDefaults(const std::string& type, Material& material) {
     if (type == "matte") material.specular = 0;
     if (type == "metal") material.metalness = 1;
@@ -96,7 +96,8 @@ Texture::Wrap ReadWrap(const Attribute& mode) {
     return Texture::Wrap::Repeat;
 }
 
-/// What files hold that do not say: colours are as screens show them, but for those of light.
+/// The color space of a file whose node does not say: sRGB for colors, linear for light and
+/// numbers.
 bool IsSrgbByItself(const std::string& file, bool isColor) {
     std::string extension = file.substr(std::min(file.rfind('.'), file.size()));
     std::transform(extension.begin(), extension.end(), extension.begin(),
@@ -146,7 +147,7 @@ MaterialDraft MaterialReader::read() {
     return std::move(draft);
 }
 
-/// By which of its names the shader has this input.
+/// The name among the input's aliases that the shader uses.
 std::string MaterialReader::input(const char* name) const {
     if (name != std::string("baseColor")) return name;
     for (const char* const other : {"baseColor", "color", "Kd", "diffuse"})
@@ -154,7 +155,7 @@ std::string MaterialReader::input(const char* name) const {
     return name;
 }
 
-/// Of a constant that feeds the input, or else its own.
+/// The value of a connected constant, or else of the input itself.
 Attribute MaterialReader::valueOf(const std::string& input) const {
     const std::optional<ShadingConnection> connection = shader.connection(input);
     const Attribute constant = connection ? constantOf(*connection) : Attribute();
@@ -192,7 +193,7 @@ void MaterialReader::readNumber(const NumberInput& number) {
     const std::vector<float> numbers = FiniteNumbers(value);
     if (numbers.empty())
         return warn("\"" + std::string(number.name) + "\" of its material is no number");
-    float sum = 0; // some give a colour where a number would do
+    float sum = 0; // a color stands for its mean
     for (const float one : numbers)
         sum += one;
     draft.values.*number.value =
@@ -252,7 +253,7 @@ void MaterialReader::readImage(const ShadingNode& image, Texture& texture) const
     texture.wrapV = ReadWrap(image.parameter("wrapV"));
     const Attribute space = image.parameter("colorSpace");
     if (space.isText()) texture.isSrgb = space.isTextEqual("srgb");
-    if (texture.channel == 3) texture.isSrgb = false; // alpha never is
+    if (texture.channel == 3) texture.isSrgb = false; // alpha is always linear
     texture.multiply = multiplyOf(image, texture);
     const std::vector<float> transform = FiniteNumbers(image.parameter("uvTransform"));
     if (transform.size() < 5) return;
@@ -261,7 +262,7 @@ void MaterialReader::readImage(const ShadingNode& image, Texture& texture) const
     texture.uvTurn = transform[4];
 }
 
-/// A single channel's factor comes first.
+/// A single channel is multiplied by the first component.
 Color MaterialReader::multiplyOf(const ShadingNode& image, const Texture& texture) const {
     const std::vector<float> factors = FiniteNumbers(image.parameter("multiply"));
     if (factors.empty()) return Color(1);
@@ -269,7 +270,7 @@ Color MaterialReader::multiplyOf(const ShadingNode& image, const Texture& textur
         return factors[std::min(static_cast<std::size_t>(channel), factors.size() - 1)];
     };
     if (texture.channel < 0) return {at(0), at(1), at(2)};
-    // A colour's factors say nothing of alpha: there the surface's opacity is the factor.
+    // The factors of a color do not apply to its alpha, which the surface's opacity multiplies.
     if (texture.channel == 3 && factors.size() == 3) return Color(draft.values.opacity);
     return Color(at(texture.channel));
 }

@@ -10,7 +10,7 @@
 
 namespace lantern {
 
-/// A material with its textures in it: the indices of `values` are all kNone.
+/// A material together with its textures, before these have indices: those of `values` are kNone.
 struct MaterialDraft {
     struct Slot {
         const char* input;      ///< of the shader
@@ -23,32 +23,32 @@ struct MaterialDraft {
     Material values;
     std::optional<Texture> textures[kSlots]; ///< in the order of `slots`
 
-    /// Equal for equal drafts.
+    /// A text that is equal exactly for equal drafts.
     std::string key() const;
 };
 
-/// Equal for equal textures.
+/// A text that is equal exactly for equal textures.
 std::string KeyOf(const Texture& texture);
 
-/// The files of a location's "textures" by name; nothing for a name that it does not have.
+/// Returns the texture file of a name in the location's "textures"; nothing for an unknown name.
 using TextureFileOf = std::function<std::optional<std::string>(const std::string& name)>;
 
-/// What a material's surface is. Its shader's parameters are those of a standard surface:
+/// Reads the surface of a material. Its shader has the parameters of a standard surface:
 ///
 ///     baseColor (or color, Kd, diffuse), emission, specularColor           colours
 ///     specular, metalness, roughness, ior, transmission, coat, coatRoughness, opacity,
 ///     alphaCutoff, normalScale                                             numbers
 ///     doubleSided                                                          0 or 1
 ///
-/// of the shaders standard_surface, matte, plastic, metal, glass and emitter, which have defaults
-/// of their own; others are read likewise, with a warning. An input may be fed by a node "constant"
-/// ("value" or "color"), or by the port out, r, g, b or a of a node "image":
+/// The shaders standard_surface, matte, plastic, metal, glass and emitter differ in their defaults.
+/// Any other shader is read as standard_surface, with a warning. An input may be connected to a
+/// node "constant" ("value" or "color"), or to the port out, r, g, b or a of a node "image":
 ///
 ///     file                     or "attribute": a name among the location's textures
 ///     uvSet, wrapU, wrapV (repeat, clamp, mirror, decal), colorSpace (srgb, linear),
 ///     multiply, uvTransform (move, scale, turn in radians)
 ///
-/// An input that nothing feeds takes the location's texture of its own name.
+/// An input without a connection uses the location's texture of the same name, if there is one.
 MaterialDraft ReadMaterial(const ShadingNetwork& network, const std::string& name,
                            const TextureFileOf& textureFileOf,
                            const std::function<void(const std::string& what)>& warn);

@@ -25,7 +25,7 @@ std::vector<V3f> ToPoints(const std::vector<float>& values) {
     return points;
 }
 
-/// One or more steps; none when the shape is to be passed over.
+/// The positions at one or more steps; none if the shape cannot be drawn.
 std::vector<std::vector<V3f>> ReadPositions(const ShapeReader& reader, const Attribute& geometry) {
     const Attribute points = geometry.child("point.P");
     if (!points.isNumeric()) {
@@ -56,9 +56,9 @@ std::vector<std::vector<V3f>> ReadPositions(const ShapeReader& reader, const Att
     return positions;
 }
 
-/// Where faces begin and what their corners are, checked.
+/// The faces of a mesh, with all indices checked.
 struct Faces {
-    std::vector<std::int32_t> starts; ///< with the end
+    std::vector<std::int32_t> starts; ///< one more than faces; the last one is the end
     std::vector<std::int32_t> corners;
 };
 
@@ -84,7 +84,7 @@ std::optional<Faces> ReadFaces(const ShapeReader& reader, const Attribute& geome
     return faces;
 }
 
-/// Gives for each corner of a triangle its place in the list of all faces' corners.
+/// For each corner of each triangle, its index among the corners of all faces.
 std::vector<Index> Cut(const Faces& faces, Mesh& mesh) {
     std::vector<Index> corners;
     std::vector<Index> ofFace;
@@ -104,7 +104,7 @@ std::vector<Index> Cut(const Faces& faces, Mesh& mesh) {
     return corners;
 }
 
-/// One for each point, one for all, or empty.
+/// One value per point, one for all, or empty.
 std::vector<float> ReadWidths(const Attribute& geometry, std::size_t count, float time) {
     for (const char* name : {"point.width", "constantWidth"}) {
         std::vector<float> widths = geometry.child(name).floatsAt(time);

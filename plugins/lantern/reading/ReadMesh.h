@@ -10,36 +10,36 @@
 
 namespace lantern {
 
-/// How shapes are read from "geometry" groups. Nothing comes back for a shape that is passed over;
-/// `warn` is told why, and of what else is not as the scene asks for.
+/// Reads shapes from "geometry" groups. A function returns nothing for a shape that cannot be
+/// drawn. It calls `warn` with the reason, and for anything else that is ignored.
 struct ShapeReader {
     const Suites& suites;
     const Shutter& shutter;
     std::function<void(const std::string& what)> warn;
 };
 
-/// Of a mesh:
+/// Reads a mesh:
 ///
-///     point.P, point.N         three numbers a point
-///     vertex.N                 three numbers a corner, in place of point.N
+///     point.P, point.N         three numbers per point
+///     vertex.N                 three numbers per face corner, instead of point.N
 ///     poly.vertexList          the points of all faces
 ///     poly.startIndex          where each face begins, and the end
 ///     arbitrary.st, st1, ...   texture coordinates: "scope" (point, vertex, face, primitive), and
 ///                              "value", or "indexedValue" and "index"
 ///
-/// Faces are counter-clockwise seen from outside; those of less than three corners are left out.
-/// Points move as their samples do; normals and texture coordinates are those of the shutter's
-/// opening.
+/// Faces are counter-clockwise seen from outside. Faces of less than three corners are left out.
+/// Points may have several samples for motion; normals and texture coordinates are those at the
+/// opening of the shutter.
 std::optional<Mesh> ReadMesh(const ShapeReader& reader, const Attribute& geometry);
 
-/// Of points: point.P, and their widths: point.width, one each or one for all, or constantWidth;
-/// without, their radius is 0.01.
+/// Reads points: point.P and their diameters, point.width with one number per point or one for all,
+/// or constantWidth. Without either, the radius is 0.01.
 std::optional<Spheres> ReadPoints(const ShapeReader& reader, const Attribute& geometry);
 
-/// Of one sphere around the origin: radius, 1 by default.
+/// Reads a sphere around the origin: radius (1).
 std::optional<Spheres> ReadSphere(const ShapeReader& reader, const Attribute& geometry);
 
-/// How many faces a mesh has.
+/// The number of faces of a mesh.
 std::size_t CountFaces(const Attribute& geometry);
 
 } // namespace lantern

@@ -15,10 +15,9 @@ struct ReadOptions {
     int threads = 0; ///< that walk the scene; 0 means one for each processor
 };
 
-/// All that a scene's "/root" asks to be drawn, read through the host's suites by several threads.
-/// The same scene gives the same data every time, whatever the number of threads. Warns through the
-/// report of what it passes over; throws RenderError for what leaves nothing to draw, and
-/// Cancelled.
+/// Reads the scene below "/root" through the host's suites, with several threads. The result does
+/// not depend on the number of threads. Warns through the report about everything that it ignores.
+/// Throws RenderError if nothing can be drawn, and Cancelled.
 SceneData ReadScene(const OxPluginHost& host, OxSgIteratorStruct* root, const ReadOptions& options,
                     Report& report);
 

@@ -16,9 +16,9 @@ namespace lantern {
 
 namespace {
 
-constexpr int kMostPixels = 65536; // a side
+constexpr int kMostPixels = 65536; // per side
 
-/// In the shortest form that tells them apart for people.
+/// The number as messages show it, with the default precision of a stream.
 std::string Text(double value) {
     std::string text(32, '\0');
     text.resize(static_cast<std::size_t>(std::snprintf(text.data(), text.size(), "%.9g", value)));
@@ -44,7 +44,7 @@ bool IsFiniteFloat(double value) {
     return std::abs(value) <= static_cast<double>(std::numeric_limits<float>::max());
 }
 
-/// The default when it is not there.
+/// The default if the setting is missing.
 double ReadNumber(const Location& root, const std::string& name, double otherwise) {
     const Attribute setting = Setting(root, name);
     if (!setting) return otherwise;
@@ -73,8 +73,8 @@ int ReadCountWithin(const Location& root, const std::string& name, int otherwise
 
 // Framing -----------------------------------------------------------------------------------------
 
-/// The first pixel whose middle is not before this fraction of the size: what ends there and what
-/// begins there share none.
+/// The first pixel whose center is at or after this fraction of the size. Adjacent windows
+/// therefore share no pixel.
 int EdgeOf(double fraction, int size) {
     const double edge = std::ceil(fraction * size - 0.5);
     return static_cast<int>(std::clamp(edge, 0.0, static_cast<double>(size)));
@@ -172,7 +172,7 @@ private:
     CameraInfoStruct* camera;
 };
 
-/// What has samples, at a time: the handle tells those nearest to time 0.
+/// Interpolates the values that have motion samples. The handle gives only those nearest to time 0.
 void MoveLensTo(float time, const Attribute& geometry, Camera& lens) {
     const auto move = [&](const char* name, float& value) {
         const Attribute moving = geometry.child(name);

@@ -7,7 +7,8 @@
 
 namespace lantern {
 
-/// What the root's "renderSettings" say. All throw RenderError naming a setting that is not sound.
+/// Reads the root's "renderSettings". All functions throw a RenderError that names an invalid
+/// setting.
 
 /// "shutterOpen" and "shutterClose", relative to the frame.
 Shutter ReadShutter(const Location& root, float frame);
@@ -19,7 +20,7 @@ Framing ReadFraming(const Suites& suites, const Location& root);
 /// "lantern.samples", "lantern.maxDepth", "lantern.exposure" and "lantern.clampIndirect".
 Quality ReadQuality(const Location& root);
 
-/// The one at "cameraName". Its lens is that of the frame, its place that of the whole shutter.
+/// Reads the camera at "cameraName": its lens at the frame, its motion over the whole shutter.
 Camera ReadCamera(const Suites& suites, const Location& root, float frame, const Shutter& shutter);
 
 } // namespace lantern

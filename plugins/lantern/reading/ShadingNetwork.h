@@ -10,25 +10,25 @@
 
 namespace lantern {
 
-/// What feeds an input of a node.
+/// The source of a connected input: a node and its output port.
 struct ShadingConnection {
     std::string node;
     std::string port;
 };
 
-/// A node of a material: its values and what feeds its inputs. Copies share one node. For one
-/// thread at a time.
+/// A node of a material with its parameters and connections. Copies share one node. For one thread
+/// at a time.
 class ShadingNode {
 public:
     /// Takes over the handle's reference.
     ShadingNode(const Suites& suites, OxShadingStruct* node);
-    /// The shader of a legacy material, which nothing feeds.
+    /// The shader of a legacy material, which has no connections.
     ShadingNode(std::string type, Attribute parameters);
 
     const std::string& type() const { return typeName; }
     Attribute parameter(const std::string& name) const;
     std::optional<ShadingConnection> connection(const std::string& name) const;
-    /// Whether single components of the input are fed.
+    /// Whether a single component of the input is connected.
     bool hasConnectionsOfComponents(const std::string& name) const;
 
 private:
@@ -38,12 +38,12 @@ private:
     Attribute legacyParameters;
 };
 
-/// The nodes of a material that was made one with those above.
+/// The nodes of a flattened material.
 class ShadingNetwork {
 public:
     ShadingNetwork(const Suites& suites, const Attribute& material);
 
-    /// Nothing when the material has no surface.
+    /// Returns nothing if the material has no surface.
     std::optional<ShadingNode> surface() const;
     std::optional<ShadingNode> find(const std::string& name) const;
 

@@ -14,20 +14,20 @@
 
 namespace lantern {
 
-/// What a location shows.
+/// How a location is drawn.
 enum class Kind { Group, Mesh, SubdivisionMesh, Points, Sphere, Light, FaceSet };
 
-/// All shapes of a scene; equal ones are read once. Any number of threads may ask.
+/// The shapes of a scene; equal ones are read once. Safe from several threads at once.
 class Shapes {
 public:
     Shapes(const Suites& suites, const Shutter& shutter, Warnings& warnings)
         : suites(suites), shutter(shutter), warnings(warnings) {}
 
-    /// The number of the shape of a kind that this geometry describes; kNone when there is nothing
-    /// to see. Numbers come in the order of asking. The place is for warnings.
+    /// The number of the shape that this geometry describes; kNone if it cannot be drawn. Numbers
+    /// are assigned in the order of the calls. The place is for warnings.
     Index find(Kind kind, const Attribute& geometry, const Place& place);
 
-    /// All by their numbers; to be called once, when nobody asks any more.
+    /// All shapes by number; to be called once, after the last find().
     std::deque<Shape> take() { return std::move(shapes); }
 
 private:

@@ -8,7 +8,7 @@ namespace lantern {
 namespace {
 
 bool LiesOnAStep(double time, const Shutter& shutter, int steps) {
-    constexpr double kTolerance = 1e-3; // of a step
+    constexpr double kTolerance = 1e-3; // relative to a step
     const double length = static_cast<double>(shutter.close) - shutter.open;
     const double step = (time - shutter.open) / length * (steps - 1);
     return std::abs(step - std::round(step)) <= kTolerance;

@@ -6,10 +6,11 @@
 
 namespace lantern {
 
-/// As many steps as motion gets at the most; fewer ones are 5, 3 or 2, which all lie on these.
+/// The largest number of motion steps. Smaller numbers are 5, 3 or 2, whose times are among those
+/// of the finest steps.
 constexpr int kFinestSteps = 9;
 
-/// From when to when the shutter is open, in sample times of the scene.
+/// The interval in which the shutter is open, in sample times of the scene.
 struct Shutter {
     float open = 0;
     float close = 0;
@@ -18,11 +19,11 @@ struct Shutter {
     float timeOf(int step, int steps) const;
 };
 
-/// How many evenly spaced steps meet all of the value's samples while the shutter is open; 1 for
-/// what has no two samples that matter.
+/// The number of evenly spaced steps that include all of the value's samples while the shutter is
+/// open; 1 for a value that does not change meanwhile.
 int CountSteps(const Suites& suites, const Attribute& value, const Shutter& shutter);
 
-/// Which of the finest steps is this one of fewer.
+/// The index, among the finest steps, of a step out of `steps`.
 inline int FinestStepOf(int step, int steps) {
     return steps == 1 ? 0 : step * (kFinestSteps - 1) / (steps - 1);
 }

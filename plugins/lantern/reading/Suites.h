@@ -11,10 +11,10 @@ struct OxPluginHost;
 
 namespace lantern {
 
-/// The function tables by which the scene is reached; they live as long as the process.
+/// The host's function tables for reading scenes. They live as long as the process.
 class Suites {
 public:
-    /// Throws RenderError naming the suite that the host does not have.
+    /// Throws a RenderError that names a suite which the host does not have.
     explicit Suites(const OxPluginHost& host);
 
     const OxAttributeSuite_v1& attributes() const { return *attributeSuite; }
@@ -27,7 +27,7 @@ private:
     const OxRenderOutputUtilsHostSuite_v3* utilsSuite;
 };
 
-/// Where the picture of this path goes: itself, or the tile that the scene's settings ask for.
+/// The path to write: the picture's, or that of the tile that the scene's settings ask for.
 std::string GetTilePath(const Suites& suites, OxSgIteratorStruct* root, const char* picture);
 
 } // namespace lantern

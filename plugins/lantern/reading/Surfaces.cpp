@@ -11,10 +11,11 @@ namespace lantern {
 
 namespace {
 
-/// A location's texture of one name.
+/// The files of one of a location's named textures.
 struct NamedTexture {
     std::vector<std::string> files;
-    std::vector<std::int32_t> ofFace; ///< for each face the number of its file; empty: the first
+    std::vector<std::int32_t>
+        ofFace; ///< the file's index for each face; empty if all use the first
 };
 using NamedTextures = std::map<std::string, NamedTexture>;
 
@@ -40,25 +41,25 @@ std::string WithoutPlace(const std::string& nodeName) {
     return nodeName.substr(0, nodeName.rfind(':'));
 }
 
-/// Makes the materials of one network, one for each choice of files that faces make.
+/// Makes the materials of one network: one for each combination of files that faces choose.
 class MaterialMaker {
 public:
     MaterialMaker(const Suites& suites, const Attribute& material, const NamedTextures& textures,
                   std::function<void(const std::string&)> warn)
         : network(suites, material), name(nameOf(material)), textures(textures),
           warn(std::move(warn)) {
-        // A material for displacements or lights alone is none for surfaces.
+        // A material without a surface, such as a displacement alone, is ignored.
         hasSurface = !name.empty();
         if (hasSurface) base = readWith(std::nullopt);
     }
 
-    /// Nothing for a material without a surface.
+    /// Returns nothing for a material without a surface.
     std::optional<MaterialDraft> ofAll() const {
         return hasSurface ? std::optional<MaterialDraft>(base) : std::nullopt;
     }
     bool dependsOnFaces() const { return !namesByFace.empty(); }
-    /// Which file of each texture by face a face takes: equal for faces of equal materials. Empty
-    /// when one of them has none for it.
+    /// The index of the face's file for each texture that differs by face. Faces of equal choice
+    /// have equal materials. Empty if a texture has no file for the face.
     std::vector<std::int32_t> choiceOf(std::size_t face) const;
     MaterialDraft ofFace(std::size_t face) { return readWith(face); }
 

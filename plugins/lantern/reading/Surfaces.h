@@ -16,14 +16,14 @@
 
 namespace lantern {
 
-/// Some faces of a mesh with a material of their own: a child of the type "faceset".
+/// Faces of a mesh that have their own material: a child location of type "faceset".
 struct FaceSet {
     Place place;
     MaterialChain::Ptr materials;
     Attribute faces; ///< "geometry.faces": integers
 };
 
-/// All by which a location's faces get their materials.
+/// Everything that the materials of a location's faces depend on.
 struct SurfaceQuestion {
     const Place& place;
     const MaterialChain::Ptr& materials;
@@ -34,20 +34,21 @@ struct SurfaceQuestion {
     Hash hash() const;
 };
 
-/// All surfaces and materials of a scene; equal ones are there once. Any number of threads may ask.
+/// The surfaces and materials of a scene; equal ones are stored once. Safe from several threads at
+/// once.
 class Surfaces {
 public:
     Surfaces(const Suites& suites, Warnings& warnings);
 
-    /// Numbers come in the order of asking.
+    /// The number of the surface. Numbers are assigned in the order of the calls.
     Index find(const SurfaceQuestion& question);
 
-    /// The surfaces by number, with materials by number. The first material is the default one.
+    /// Surfaces and materials by number. The first material is the default one.
     struct All {
         std::vector<Surface> surfaces;
         std::vector<MaterialDraft> materials;
     };
-    /// To be called once, when nobody asks any more.
+    /// To be called once, after the last find().
     All take() { return std::move(all); }
 
 private:
@@ -63,7 +64,7 @@ private:
     const Suites& suites;
     Warnings& warnings;
     std::array<Shard, 16> shards;
-    std::mutex lock; // guards what follows
+    std::mutex lock; // guards the members below
     All all;
     std::map<std::string, Index> materialsByKey;
     std::map<std::pair<Index, std::vector<Index>>, Index> surfacesByContent;

@@ -9,7 +9,7 @@ namespace lantern {
 struct LocalTransform::KindRow {
     std::string_view prefix;
     Kind kind;
-    int values; // as many as the kind reads
+    int values; // per sample
 };
 
 const LocalTransform::KindRow LocalTransform::kKinds[] = {
@@ -22,15 +22,15 @@ namespace {
 using Imath::V3d;
 
 constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180.0;
-// Between steps, matrices are joined linearly, which shrinks what turns.
-constexpr double kMostTurn = 5.0; // degrees a step
+// Matrices are interpolated linearly between steps, which shrinks rotating shapes.
+constexpr double kMostTurn = 5.0; // degrees per step
 
 bool IsSameAtAllSteps(const std::vector<double>& values, int valueCount) {
     const auto next = values.begin() + valueCount;
     return std::equal(next, values.end(), values.begin());
 }
 
-/// Of four values a step: angle and axis.
+/// For rotations, which have four values per step: the angle and the axis.
 int CountStepsOfTurn(const std::vector<double>& values) {
     double turn = 0;
     for (std::size_t i = 4; i < values.size(); i += 4)
@@ -104,7 +104,7 @@ void LocalTransform::applyTo(Transform& transform) const {
     }
 }
 
-/// Acts before all that the matrix holds already.
+/// Prepends the part, so that it is applied before the rest of the matrix.
 void LocalTransform::apply(const Part& part, const double* values, M44d& matrix) {
     const V3d vector(values[0], values[1], values[2]);
     switch (part.kind) {
@@ -113,7 +113,7 @@ void LocalTransform::apply(const Part& part, const double* values, M44d& matrix)
         break;
     case Kind::Rotate: {
         const V3d axis(values[1], values[2], values[3]);
-        // No axis, no rotation: the formula would flatten space instead.
+        // A zero axis means no rotation. The formula would give a singular matrix.
         if (axis.length() != 0)
             matrix = M44d().setAxisAngle(axis, values[0] * kRadiansPerDegree) * matrix;
         break;

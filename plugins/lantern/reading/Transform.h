@@ -8,11 +8,11 @@
 
 namespace lantern {
 
-/// Where a location is in the world while the shutter is open.
+/// A location's transform to the world while the shutter is open.
 struct Transform {
-    /// One, or one for each of the finest steps.
+    /// One matrix, or one for each of the finest steps.
     std::vector<M44d> matrices{M44d()};
-    /// How many of them are needed.
+    /// The number of steps that the motion needs.
     int steps = 1;
 
     const M44d& at(int step) const {
@@ -21,16 +21,17 @@ struct Transform {
     }
 };
 
-/// A location's own transform, "xform": a group whose children are applied from last to first. The
-/// beginning of a child's name tells its kind: translate, rotate, scale, shear, matrix, origin
-/// (forgets all above); groups count as their children in place. Others are left out.
+/// A location's own transform, "xform": a group whose children are applied from last to first. A
+/// child's name begins with its kind: translate, rotate, scale, shear, matrix, or origin, which
+/// discards the transforms of the ancestors. A nested group stands for its children. Children of
+/// other names are ignored.
 class LocalTransform {
 public:
     LocalTransform() = default;
     LocalTransform(const Suites& suites, const Attribute& xform, const Shutter& shutter);
 
     bool isEmpty() const { return parts.empty(); }
-    /// Takes the transform of the location above to that of this one.
+    /// Turns the transform of the parent into that of this location.
     void applyTo(Transform& transform) const;
 
 private:
@@ -38,9 +39,9 @@ private:
     struct KindRow;
     struct Part {
         Kind kind;
-        int steps;                  // needed
-        int valueCount;             // a step
-        std::vector<double> values; // of one step, or of the finest ones
+        int steps;                  // that its motion needs
+        int valueCount;             // per step
+        std::vector<double> values; // of one step, or of all finest steps
     };
     static const KindRow kKinds[];
 
@@ -49,10 +50,10 @@ private:
                  const Shutter& shutter);
     static void apply(const Part& part, const double* values, M44d& matrix);
 
-    std::vector<Part> parts; // as listed: the first is applied last
+    std::vector<Part> parts; // in the order of the group: the first is applied last
 };
 
-/// The chain of a location's transforms from the root down.
+/// The product of a list of transforms from the root down.
 Transform ReadTransform(const Suites& suites, const Attribute& chain, const Shutter& shutter);
 
 } // namespace lantern

@@ -10,10 +10,10 @@ namespace {
 using Imath::V2d;
 using Imath::V3d;
 
-// Cutting off ears takes time by the square; nobody models such a face by hand.
+// Ear clipping takes quadratic time or more; larger faces become a fan.
 constexpr std::size_t kMostCorners = 2048;
 
-/// Twice the area; positive when they are counter-clockwise.
+/// Twice the signed area, positive for counter-clockwise corners.
 double Area(const V2d& a, const V2d& b, const V2d& c) {
     return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
 }
@@ -22,7 +22,7 @@ bool IsInside(const V2d& point, const V2d& a, const V2d& b, const V2d& c) {
     return Area(a, b, point) >= 0 && Area(b, c, point) >= 0 && Area(c, a, point) >= 0;
 }
 
-/// As long as twice the face's area, on the side from which it is counter-clockwise.
+/// The face's normal on its counter-clockwise side, with a length of twice the area.
 V3d NormalOf(const std::vector<V3f>& points, const std::int32_t* corners, std::size_t count) {
     const V3d first(points[static_cast<std::size_t>(corners[0])]);
     V3d normal(0);
@@ -51,7 +51,7 @@ void Triangulator::cut(const std::vector<V3f>& points, const std::int32_t* corne
     clipEars(triangles);
 }
 
-/// Along the axis that the face looks along most.
+/// Projects the corners along the dominant axis of the normal.
 void Triangulator::flatten(const std::vector<V3f>& points, const std::int32_t* corners,
                            std::size_t count) {
     const V3d normal = NormalOf(points, corners, count);
@@ -67,7 +67,7 @@ void Triangulator::flatten(const std::vector<V3f>& points, const std::int32_t* c
     }
 }
 
-/// Then a fan around the first corner covers the face and no more.
+/// A convex face can be split into a fan around its first corner.
 bool Triangulator::isSeenFromFirst() const {
     for (std::size_t i = 2; i < flat.size(); ++i)
         if (Area(flat[0], flat[i - 1], flat[i]) < 0) return false;
@@ -84,7 +84,7 @@ bool Triangulator::isEar(std::size_t place) const {
     if (Area(a, b, c) <= 0) return false;
     for (const Index other : left) {
         if (other == before || other == left[place] || other == after) continue;
-        // Faces with holes come back to a point by a second corner.
+        // A face with a hole has the same point at two corners.
         const Point& point = flat[other];
         if (point != a && point != b && point != c && IsInside(point, a, b, c)) return false;
     }
@@ -99,7 +99,7 @@ void Triangulator::clipEars(std::vector<Index>& triangles) {
     while (left.size() > 3) {
         const std::size_t count = left.size();
         place %= count;
-        // Without any ear the face crosses itself or is flat: any corner is as good.
+        // No ear means that the face crosses itself or is flat: cut off any corner.
         if (tried < count && !isEar(place)) {
             ++place;
             ++tried;

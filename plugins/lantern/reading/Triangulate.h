@@ -7,9 +7,9 @@
 
 namespace lantern {
 
-/// Cuts a face into triangles, whatever its shape: appends three of its corners (0 to count - 1)
-/// for each, count - 2 times. A face that crosses itself comes out somehow. Not for several threads
-/// at once.
+/// Triangulates a simple polygon, convex or not, by ear clipping. Appends count - 2 triangles, each
+/// as three corners from 0 to count - 1. The triangles of a face that crosses itself are
+/// unspecified. For one thread at a time.
 class Triangulator {
 public:
     /// `corners` are `count` indices of `points`.

@@ -10,7 +10,7 @@ namespace lantern {
 
 namespace {
 
-/// Threads that are waited for, whatever happens.
+/// Threads that the destructor joins.
 class Threads {
 public:
     ~Threads() {

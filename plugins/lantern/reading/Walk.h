@@ -10,7 +10,7 @@
 
 namespace lantern {
 
-/// What a walk reads with, and where it puts what it finds.
+/// The inputs and outputs of a walk.
 struct WalkContext {
     const Suites& suites;
     const Shutter& shutter;
@@ -22,8 +22,8 @@ struct WalkContext {
     Report& report;
 };
 
-/// Visits a location and all below it by this many threads. An attribute "visible" of 0 hides a
-/// location with all below it. Throws what any of the threads threw.
+/// Visits a location and its descendants with this many threads. The attribute "visible" of 0 hides
+/// a location and its descendants. Throws the first exception of any thread.
 void WalkScene(const Location& root, int threads, const WalkContext& context);
 
 } // namespace lantern

@@ -11,14 +11,14 @@
 
 namespace lantern {
 
-/// Work that a fixed number of threads give each other. It ends when all of them wait, or when one
-/// has failed.
+/// Jobs that a fixed number of threads share. The work is over when all threads wait for a job, or
+/// when one has failed.
 template <typename Job>
 class WalkQueue {
 public:
     explicit WalkQueue(int threads) : threads(threads) {}
 
-    /// Whether somebody waits for whom there is no work yet.
+    /// Whether more threads are waiting than there are jobs.
     bool isWanting() const { return wanted.load(std::memory_order_relaxed) > 0; }
     bool hasFailed() const { return isStopped.load(std::memory_order_relaxed); }
 
@@ -31,7 +31,7 @@ public:
         changed.notify_one();
     }
 
-    /// Waits for work; nothing comes when there will be none any more.
+    /// Waits for a job. Returns nothing when the work is over.
     std::optional<Job> take() {
         std::unique_lock<std::mutex> guard(lock);
         ++waiting;
@@ -47,7 +47,7 @@ public:
         return job;
     }
 
-    /// Ends all work; the first error is the one that counts.
+    /// Stops all threads. Only the first error is kept.
     void fail(std::exception_ptr error) {
         {
             const std::lock_guard<std::mutex> guard(lock);
@@ -57,11 +57,11 @@ public:
         changed.notify_all();
     }
 
-    /// Null when there was none. To be asked when all threads have ended.
+    /// The first error, or null. To be called after all threads have ended.
     std::exception_ptr error() const { return firstError; }
 
 private:
-    /// The lock is held.
+    /// The caller holds the lock.
     void updateWanted() {
         wanted.store(waiting - static_cast<int>(jobs.size()), std::memory_order_relaxed);
     }
@@ -69,7 +69,7 @@ private:
     const int threads;
     std::atomic<int> wanted{0};
     std::atomic<bool> isStopped{false};
-    std::mutex lock; // guards what follows
+    std::mutex lock; // guards the members below
     std::condition_variable changed;
     std::deque<Job> jobs;
     int waiting = 0;

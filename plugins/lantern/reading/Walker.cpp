@@ -9,10 +9,10 @@ namespace lantern {
 
 namespace {
 
-constexpr std::uint64_t kVisitsBetweenLooks = 128;
+constexpr std::uint64_t kVisitsBetweenCancelChecks = 128;
 constexpr std::uint64_t kVisitsBetweenReports = 65536;
 
-/// The number of a name among those from `from` on; `end` when it is not there.
+/// The index of a name in [from, end), or `end` if it is not there.
 std::int64_t FindName(const Attribute& names, const std::string& name, std::int64_t from,
                       std::int64_t end) {
     for (std::int64_t number = from; number < end; ++number) {
@@ -42,7 +42,7 @@ void Walker::walk(WalkJob job) {
             firstToGive = std::min(firstToGive, depth);
             continue;
         }
-        lookUp();
+        checkIn();
         if (queue.hasFailed()) return;
         level.isVisited = true;
         visit(level);
@@ -88,9 +88,9 @@ void Walker::advance(Level& level) {
     if (level.number == level.end) level.place = Place();
 }
 
-/// Now and then looks what others want.
-void Walker::lookUp() {
-    if (++visited % kVisitsBetweenLooks == 0) context.report.throwIfCancelled();
+/// Checks now and then for cancellation, reports progress, and shares work with waiting threads.
+void Walker::checkIn() {
+    if (++visited % kVisitsBetweenCancelChecks == 0) context.report.throwIfCancelled();
     if (visited % kVisitsBetweenReports == 0) context.report.progress(0, "reading the scene");
     if (queue.isWanting()) giveAway();
 }
@@ -166,7 +166,7 @@ void Walker::giveAway() {
         if (giveHalfOf(levels[firstToGive])) return;
 }
 
-/// False when there is no sibling left.
+/// Returns false if no sibling is left.
 bool Walker::giveHalfOf(Level& level) {
     if (level.isAlone || !level.place) return false;
     if (!level.names) findEnd(level);

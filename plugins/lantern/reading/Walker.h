@@ -11,48 +11,48 @@
 
 namespace lantern {
 
-/// What a location has from those above it.
+/// The state that a location inherits from its ancestors.
 struct Inherited {
     Transform transform;
     MaterialChain::Ptr materials;
 };
 
-/// Some children of a location, in a row, to be visited with all below them.
+/// Consecutive children of a location, to be visited with their descendants.
 struct WalkJob {
-    Location parent;       ///< none: the root is to be visited
+    Location parent;       ///< none if the root is to be visited
     Attribute names;       ///< the parent's potential children
-    std::int64_t next = 0; ///< the first of them
+    std::int64_t next = 0; ///< index of the first child
     std::int64_t end = 0;
     Location root;
     Inherited inherited;
     SceneParts::Part part;
 };
 
-/// One thread's walk. It goes depth first with a stack of its own: scenes may be deeper than a
-/// thread's.
+/// The walk of one thread: depth first, with an explicit stack because a scene may be too deep for
+/// recursion.
 ///
-/// When somebody waits, it gives away half of the children that are left to it at the uppermost
-/// level that has any. All that is left to it then comes before what it gave away in the scene's
-/// order: so a part for that is inserted right after its own.
+/// When another thread waits for work, the walker gives away the second half of the remaining
+/// children at the uppermost level that has any. Everything that it keeps comes before them in
+/// scene order, so their results go to a new part right after its own.
 class Walker {
 public:
     Walker(const WalkContext& context, WalkQueue<WalkJob>& queue)
         : context(context), queue(queue),
           memory(context.suites, context.shutter, context.delegates) {}
 
-    /// Takes jobs until there are none any more, or somebody has failed.
+    /// Takes jobs until the work is over.
     void run();
 
 private:
-    /// A row of siblings of which one is visited.
+    /// One level of the stack: the current one of several siblings.
     struct Level {
         Inherited inherited;
-        Place place; ///< none when the row is over
+        Place place; ///< none after the last sibling
         bool isVisited = false;
         bool isAlone = false; ///< has no siblings
-        // Known only where the row's end was given away or the row itself is such an end:
+        // Set only if some of the siblings were given away, here or by another walker:
         Attribute names;
-        std::int64_t number = 0; ///< of the place, among the names
+        std::int64_t number = 0; ///< index of the place among the names
         std::int64_t end = 0;
     };
 
@@ -66,7 +66,7 @@ private:
     void addLight(const Place& place, const LocationFacts& facts);
 
     Level& push(Place place);
-    void lookUp();
+    void checkIn();
     void giveAway();
     bool giveHalfOf(Level& level);
     static void findEnd(Level& level);
@@ -77,8 +77,8 @@ private:
     SceneParts::Part part;
     std::deque<Level> levels; // the first `depth` are in use
     std::size_t depth = 0;
-    std::size_t firstToGive = 0; // levels above have nothing left
-    Inherited here;              // of the place that is visited, for those below
+    std::size_t firstToGive = 0; // the levels above have no more children to give
+    Inherited here;              // the state that the children of the current place inherit
     std::uint64_t visited = 0;
 };
 

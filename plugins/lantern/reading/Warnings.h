@@ -10,19 +10,19 @@
 
 namespace lantern {
 
-/// Tells what is passed over, without saying the same a million times. Any number of threads.
+/// Reports warnings and limits the repetitions. Safe from several threads at once.
 class Warnings {
 public:
     explicit Warnings(Report& report) : report(report) {}
 
-    /// "where: what"; of the places with the same `what` the first few are told.
+    /// Reports "where: what". Only the first few places with the same `what` are reported.
     void warn(const std::string& where, const std::string& what);
-    /// Tells how many more there were.
+    /// Reports the number of warnings that were left out.
     void tellTheRest();
 
 private:
     Report& report;
-    std::mutex lock; // guards what follows
+    std::mutex lock; // guards the members below
     std::map<std::string, std::int64_t> counts;
 };
 
