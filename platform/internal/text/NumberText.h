@@ -33,6 +33,14 @@ bool ReadNumber(std::string_view text, T& value) {
     return true;
 }
 
+/// A frame number with zeros between its sign and its digits, at least `width` characters long
+/// with its sign.
+inline std::string PaddedFrame(int frame, std::size_t width) {
+    std::string text = std::to_string(frame);
+    if (text.size() < width) text.insert(frame < 0 ? 1 : 0, width - text.size(), '0');
+    return text;
+}
+
 // The exact form keeps every value of a type: it has "nan:" with all bits of a NaN in lower-case
 // hexadecimal.
 

@@ -38,6 +38,19 @@ inline bool IsUtf8(std::string_view bytes) {
     return true;
 }
 
+/// True for the bytes of a character after its first one.
+inline bool IsUtf8Continuation(char byte) {
+    return (byte & 0xC0) == 0x80;
+}
+
+/// At most `mostBytes` from the start of the text, without cutting a character in two.
+inline std::string_view Utf8Beginning(std::string_view text, std::size_t mostBytes) {
+    if (text.size() <= mostBytes) return text;
+    while (mostBytes > 0 && IsUtf8Continuation(text[mostBytes]))
+        --mostBytes;
+    return text.substr(0, mostBytes);
+}
+
 } // namespace TellarInternal
 
 #endif

@@ -9,12 +9,9 @@
 #include <string_view>
 
 #include "text/JsonTree.h"
+#include "text/MessageText.h"
 
 namespace OxAttribute {
-
-inline std::string Quoted(std::string_view text) {
-    return '"' + std::string(text) + '"';
-}
 
 /// The members of an object that has a fixed set of keys. It borrows the tree.
 class JsonFields {
@@ -26,9 +23,9 @@ public:
         for (const TellarInternal::JsonValue::Member& member : object.members()) {
             const std::string_view key = member.key.text();
             if (std::find(known.begin(), known.end(), key) == known.end())
-                member.key.fail("unknown key " + Quoted(key) + where);
+                member.key.fail("unknown key " + TellarInternal::Quoted(key) + where);
             if (!byKey.emplace(key, member.value).second)
-                member.key.fail("key " + Quoted(key) + " given twice" + where);
+                member.key.fail("key " + TellarInternal::Quoted(key) + " given twice" + where);
         }
     }
 

@@ -13,7 +13,11 @@ ConstSample<T> SampleValues(const NumericAttribute<T>& attribute, std::int64_t i
     return {Attribute(), Values<T>(attribute.getHandle()) + index * count, count};
 }
 
-/// The only sample lies at time +0: the times need not be told.
+inline ConstStringSample SampleValues(const StringAttribute& attribute, std::int64_t index) {
+    return attribute.getSample(index);
+}
+
+/// True if the only sample lies at time +0, so that the times need not be written.
 inline bool IsTimeless(const DataAttribute& attribute) {
     return (attribute.getHandle()->flags & kTimesOmitted) != 0;
 }

@@ -11,9 +11,10 @@
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/OpType.h>
 
-#include "AttributeFromJson.h"
+#include "AttributeJsonReader.h"
 #include "JsonFields.h"
 #include "text/JsonTree.h"
+#include "text/MessageText.h"
 
 namespace OxAttribute {
 
@@ -122,7 +123,7 @@ private:
 
     Attribute readArgs(const JsonValue& value, const std::string& opType) {
         if (!value.isObject()) fail(value, "\"args\" must be an object");
-        const GroupAttribute args(AttributeFromJson(value, kGroupsAroundArgs, where));
+        const GroupAttribute args(ReadAttributeJson(value, kGroupsAroundArgs, where));
         if (!args.isValid()) fail(value, "\"args\" must be a group");
         return withDirectory(args, opType);
     }

@@ -1,10 +1,9 @@
-#include "AttributeFromJson.h"
+#include "AttributeJsonReader.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <map>
 #include <optional>
 #include <type_traits>
 #include <unordered_set>
@@ -13,7 +12,10 @@
 
 #include <OxTellarSDK/GroupBuilder.h>
 
+#include "AttributeKinds.h"
 #include "JsonFields.h"
+#include "text/HexText.h"
+#include "text/MessageText.h"
 #include "text/NumberText.h"
 
 namespace OxAttribute {
@@ -212,11 +214,8 @@ private:
         const bool isSpecial = value.isString() && std::is_floating_point_v<T>;
         if (isSpecial && readSpecial(value.text(), number)) return number;
         if (value.isNumber() && ReadNumber(value.text(), number)) return number;
-        const char* kind = std::is_integral_v<T> ? "an int"
-                           : sizeof(T) == 4      ? "a float"
-                                                 : "a double";
-        fail(value,
-             (value.isNumber() ? std::string(value.text()) : "the value") + " is not " + kind);
+        fail(value, (value.isNumber() ? std::string(value.text()) : "the value") + " is not " +
+                        NumberKind<T>());
     }
 
     /// "inf", "-inf", "nan", or a NaN bit by bit.
@@ -336,15 +335,11 @@ private:
     template <typename T>
     Attribute readTypedNumbers(const JsonValue& object) {
         const JsonFields fields(object, {"$type", "tuple", "values", "times", "samples"}, where);
-        std::vector<float> times;
-        const Values values = readSamples(object, fields, "values", "samples", times);
-        std::vector<T> numbers;
+        Samples<T> samples;
+        const Values values = readSamples(object, fields, "values", "samples", samples.times);
         for (const JsonValue& value : values.values)
-            numbers.push_back(readNumber<T>(value));
-        return NumericAttribute<T>(times.data(), static_cast<std::int64_t>(times.size()),
-                                   numbers.data(),
-                                   static_cast<std::int64_t>(numbers.size() / times.size()),
-                                   readTupleSize(fields, values));
+            samples.values.push_back(readNumber<T>(value));
+        return MakeAttribute(samples, readTupleSize(fields, values));
     }
 
     Attribute readTypedStrings(const JsonValue& object) {
@@ -361,17 +356,12 @@ private:
 
     Attribute makeStrings(const std::vector<float>& times, const Values& values,
                           std::int64_t tupleSize, bool isHex = false) const {
-        const std::size_t count = values.values.size() / times.size();
-        std::map<float, std::vector<std::string>> samples;
-        auto next = values.values.begin();
-        for (const float time : times) {
-            std::vector<std::string>& sample = samples[time];
-            for (std::size_t i = 0; i < count; ++i, ++next) {
-                if (!next->isString()) fail(*next, "a string attribute must hold strings");
-                sample.push_back(isHex ? readHex(*next) : std::string(next->text()));
-            }
+        Samples<std::string> samples{times, {}};
+        for (const JsonValue& value : values.values) {
+            if (!value.isString()) fail(value, "a string attribute must hold strings");
+            samples.values.push_back(isHex ? readHex(value) : std::string(value.text()));
         }
-        return StringAttribute(samples, tupleSize);
+        return MakeAttribute(samples, tupleSize);
     }
 
     /// "values" alone, or "times" with as many "samples" of equal length.
@@ -436,14 +426,14 @@ private:
     }
 
     std::string readHex(const JsonValue& value) const {
-        const std::string_view digits = value.isString() ? value.text() : std::string_view("?");
+        std::string_view digits = value.isString() ? value.text() : std::string_view("?");
         std::string bytes;
-        for (std::size_t i = 0; i < digits.size(); i += 2) {
-            unsigned byte = 0;
-            const char* const end = digits.data() + i + 2;
-            if (i + 2 > digits.size() || std::from_chars(end - 2, end, byte, 16).ptr != end)
+        while (!digits.empty()) {
+            const std::optional<char> byte = ReadHexByte(digits);
+            if (!byte)
                 fail(value, "bytes must be given as a string of two hexadecimal digits each");
-            bytes += static_cast<char>(byte);
+            bytes += *byte;
+            digits.remove_prefix(2);
         }
         return bytes;
     }
@@ -451,7 +441,7 @@ private:
 
 } // namespace
 
-Attribute AttributeFromJson(const JsonValue& value, int depth, const std::string& where) {
+Attribute ReadAttributeJson(const JsonValue& value, int depth, const std::string& where) {
     return AttributeReader(where).read(value, depth);
 }
 

@@ -1,0 +1,20 @@
+#ifndef OXTELLARSDK_ATTRIBUTEJSONREADER_H
+#define OXTELLARSDK_ATTRIBUTEJSONREADER_H
+
+#include <string>
+
+#include <OxTellarSDK/Attribute.h>
+
+#include "text/JsonTree.h"
+
+namespace OxAttribute {
+
+/// The attribute that a JSON value stands for, plain or in the typed form. `depth` is the number of
+/// groups around it. Throws std::runtime_error with the place of the fault in front and `where`
+/// behind.
+Attribute ReadAttributeJson(const TellarInternal::JsonValue& value, int depth,
+                            const std::string& where);
+
+} // namespace OxAttribute
+
+#endif
