@@ -410,6 +410,22 @@ TEST(AttributeFile, IsToldFromOpFilesAndOthersByProbing) {
     EXPECT_EQ(ProbeFile(folder.write("textz", Compressed("some text"))), FileKind::Unknown);
 }
 
+TEST(AttributeFile, IsReadFromTheFileThatWasProbed) {
+    const TempDirectory folder;
+    for (const bool compress : {false, true}) {
+        SCOPED_TRACE(compress);
+        WriteAttributeFile(folder.path("a"), SampleValue(), compress);
+        WriteOpFile(folder.path("b"), SampleOpTree(), compress);
+        FileStream attributeFile(folder.path("a"), true);
+        FileStream opFile(folder.path("b"), true);
+        EXPECT_EQ(ProbeFile(attributeFile), FileKind::AttributeStream);
+        EXPECT_EQ(ProbeFile(opFile), FileKind::OpFile);
+        EXPECT_EQ(Attribute::readAttributeStream(&attributeFile, &FileStream::read, 0),
+                  SampleValue());
+        EXPECT_EQ(ReadOpFile(opFile), SampleOpTree());
+    }
+}
+
 TEST(AttributeFile, ProbingAFileThatCannotBeReadIsAnError) {
     const TempDirectory folder;
     EXPECT_EQ(ErrorOf([&] { ProbeFile(folder.path("none")); }),

@@ -78,6 +78,20 @@ TEST(FileStream, DecompressesFramesThatFollowEachOther) {
     EXPECT_EQ(ReadAll(stream, 2), "one two");
 }
 
+TEST(FileStream, RewoundAnywhereReadsFromTheFirstByte) {
+    const TempDirectory folder;
+    const std::string text(300000, 't');
+    for (const std::string& content : {text, Compressed(text)}) {
+        FileStream stream(folder.write("a", content), true);
+        char buffer[10];
+        FileStream::read(&stream, buffer, sizeof(buffer));
+        stream.rewind();
+        EXPECT_EQ(ReadAll(stream, 777), text);
+        stream.rewind();
+        EXPECT_EQ(ReadAll(stream, 777), text);
+    }
+}
+
 TEST(FileStream, RefusesCompressedDataThatEndsEarlyWhereverItIsCut) {
     const TempDirectory folder;
     const std::string packed = Compressed(ContainerBytes::Write(SampleValue()));

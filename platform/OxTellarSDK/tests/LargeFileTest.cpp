@@ -139,6 +139,17 @@ TEST_P(LargeAttributeFile, IsKeptOpenAndReadsEqual) {
     EXPECT_EQ(IntAttribute(value.getChildByName("after")).getValue(), 2);
 }
 
+TEST_P(LargeAttributeFile, IsKeptOpenWhenItWasProbedFirst) {
+    Attribute value;
+    {
+        FileStream stream(path, true);
+        EXPECT_EQ(ProbeFile(stream), FileKind::AttributeStream);
+        value = Attribute::readAttributeStream(&stream, &FileStream::read, 0);
+    }
+    EXPECT_TRUE(IsOpen(path));
+    EXPECT_EQ(value, LargeValue());
+}
+
 TEST_P(LargeAttributeFile, IsClosedWhenNobodyHoldsAnythingOfIt) {
     Attribute leaf;
     {

@@ -5,6 +5,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/Export.h>
+#include <OxTellarSDK/FileStream.h>
 
 namespace OxAttribute {
 
@@ -13,6 +14,8 @@ enum class FileKind { Unknown, AttributeStream, OpFile };
 
 /// Throws std::runtime_error naming the file when it cannot be read.
 OXTELLARSDK_API FileKind ProbeFile(const std::string& path);
+/// The same for a file that is open and has not been read; rewinds it.
+OXTELLARSDK_API FileKind ProbeFile(FileStream& stream);
 
 /// Writes a whole file in one go: a new file is written beside it and renamed over it
 /// only when complete, so nothing is ever half-written. With `compress`, as zstd.
@@ -29,6 +32,7 @@ OXTELLARSDK_API void WriteOpFile(const std::string& path, const GroupAttribute& 
 /// Reads an op file's op tree back as a description. Throws as WriteOpFile and
 /// Attribute::readAttributeStream do.
 OXTELLARSDK_API GroupAttribute ReadOpFile(const std::string& path);
+OXTELLARSDK_API GroupAttribute ReadOpFile(FileStream& stream);
 
 } // namespace OxAttribute
 

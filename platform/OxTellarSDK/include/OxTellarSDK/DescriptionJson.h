@@ -6,6 +6,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/Export.h>
+#include <OxTellarSDK/FileStream.h>
 
 namespace OxAttribute {
 
@@ -16,6 +17,7 @@ OXTELLARSDK_API GroupAttribute ParseDescriptionJson(std::string_view text,
                                                     const std::string& source,
                                                     const std::string& directory);
 OXTELLARSDK_API GroupAttribute ReadDescriptionJsonFile(const std::string& path);
+OXTELLARSDK_API GroupAttribute ReadDescriptionJsonFile(FileStream& stream);
 
 /// The description as JSON text that reads back as an equal description. Throws
 /// std::runtime_error naming the Op that cannot be written.

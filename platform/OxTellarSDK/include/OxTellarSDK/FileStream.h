@@ -22,6 +22,9 @@ public:
 
     const std::string& getPath() const;
 
+    /// Goes back to the first byte.
+    void rewind();
+
     /// A StreamRead over a FileStream*. Throws std::runtime_error naming the file and the
     /// reason when it cannot be read or what is compressed is damaged.
     static std::int64_t read(void* stream, void* buffer, std::int64_t bytes);

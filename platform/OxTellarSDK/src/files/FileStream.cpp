@@ -134,6 +134,16 @@ const std::string& FileStream::getPath() const {
     return state->path;
 }
 
+void FileStream::rewind() {
+    std::rewind(state->file.get());
+    state->touched = false;
+    if (!state->decompressor) return;
+    ZSTD_DCtx_reset(state->decompressor.get(), ZSTD_reset_session_only);
+    state->unread = {nullptr, 0, 0};
+    state->frameOpen = false;
+    state->delivered = 0;
+}
+
 std::int64_t FileStream::read(void* stream, void* buffer, std::int64_t bytes) {
     if (bytes <= 0) return 0;
     State& state = *static_cast<FileStream*>(stream)->state;

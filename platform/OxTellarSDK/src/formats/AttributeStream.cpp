@@ -98,10 +98,7 @@ void WriteFile(const std::string& path, const Attribute& attribute, ContainerKin
     file.commit();
 }
 
-} // namespace
-
-FileKind ProbeFile(const std::string& path) {
-    FileStream stream(path, true);
+FileKind ReadKind(FileStream& stream) {
     ContainerHeader header{};
     char* start = reinterpret_cast<char*>(&header);
     std::int64_t filled = 0;
@@ -120,6 +117,19 @@ FileKind ProbeFile(const std::string& path) {
         return FileKind::OpFile;
     }
     return FileKind::Unknown;
+}
+
+} // namespace
+
+FileKind ProbeFile(const std::string& path) {
+    FileStream stream(path, true);
+    return ReadKind(stream);
+}
+
+FileKind ProbeFile(FileStream& stream) {
+    const FileKind kind = ReadKind(stream);
+    stream.rewind();
+    return kind;
 }
 
 void WriteAttributeFile(const std::string& path, const Attribute& attribute, bool compress) {
@@ -167,6 +177,10 @@ GroupAttribute ReadOpStream(void* stream, StreamRead read) {
 
 GroupAttribute ReadOpFile(const std::string& path) {
     FileStream stream(path, true);
+    return ReadOpFile(stream);
+}
+
+GroupAttribute ReadOpFile(FileStream& stream) {
     return ReadOpStream(&stream, &FileStream::read);
 }
 

@@ -153,14 +153,13 @@ private:
     }
 };
 
-std::string ReadWholeFile(const std::string& path) {
-    FileStream stream(path, true);
+std::string ReadAll(FileStream& stream) {
     std::string text;
     std::string piece(1 << 16, '\0');
     for (;;) {
         const std::int64_t bytes =
             FileStream::read(&stream, piece.data(), static_cast<std::int64_t>(piece.size()));
-        if (bytes < 0) throw std::runtime_error(path + ": cannot be read");
+        if (bytes < 0) throw std::runtime_error(stream.getPath() + ": cannot be read");
         if (bytes == 0) return text;
         text.append(piece, 0, static_cast<std::size_t>(bytes));
     }
@@ -181,8 +180,13 @@ GroupAttribute ParseDescriptionJson(std::string_view text, const std::string& so
 }
 
 GroupAttribute ReadDescriptionJsonFile(const std::string& path) {
-    const std::string text = ReadWholeFile(path);
-    return ParseDescriptionJson(text, path, FolderOf(path));
+    FileStream stream(path, true);
+    return ReadDescriptionJsonFile(stream);
+}
+
+GroupAttribute ReadDescriptionJsonFile(FileStream& stream) {
+    const std::string text = ReadAll(stream);
+    return ParseDescriptionJson(text, stream.getPath(), FolderOf(stream.getPath()));
 }
 
 } // namespace OxAttribute
