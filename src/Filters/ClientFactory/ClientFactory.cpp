@@ -1,9 +1,7 @@
 #include <OxTellarProducers/ClientFactory.h>
 
 #include <cstddef>
-#include <cstdint>
 #include <functional>
-#include <limits>
 #include <list>
 #include <map>
 #include <mutex>
@@ -16,8 +14,8 @@
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 #include <rapidjson/document.h>
 
-#include "ThreadLocalClient/ThreadClients.h"
 #include "NamedLogger.h"
+#include "ThreadLocalClient/ThreadClients.h"
 #include "UnusedResults.h"
 
 namespace TELLAR {
@@ -89,32 +87,33 @@ Creation CreateClient(const OpTreeSource& source) {
     return creation;
 }
 
-/// Owns every client it ever made. An entry is in use, or released: then it stands in both
-/// released lists, newest first.
+/// Owns every client that it ever made. A released client is on the stack of its source, from which
+/// the next request for the source takes it.
 ///
-/// A client that nobody uses gives its results back, not at once, but when it was found unused
-/// twice: the scene that replaces it, or opens it again, still finds them. Clients that may have
-/// results stand in the list of the cooking entries. They are looked at when there are a quarter
-/// more of them than were in use the last time, so that each request looks at a few.
+/// The results of a client are freed when it is found unused for the second time, so that a scene
+/// which replaces it, or opens it again, still finds them. Only entries that may have results, the
+/// cooking ones, are looked at, and only when there are a quarter more of them than were in use the
+/// last time. So each request looks at a few.
 ///
 /// Locks: cacheLock guards everything but pendingReleases, and is held while a client is made;
-/// pendingLock guards pendingReleases. Where both are held, cacheLock is taken first. Results are
-/// freed without a lock, because an op type may do anything when it lets go of what it keeps.
+/// pendingLock guards pendingReleases and is taken last. Results are freed without a lock, because
+/// an op type may do anything when it lets go of what it keeps.
 class ClientFactory {
 public:
     Client create(const OpTreeSource& source) {
-        // Loads the plug-ins, whose code may ask for a client of its own: before the lock is taken.
+        // Loads the plug-ins before the lock is taken: their code may ask for a client of its own.
         const OxTellarServicesHost pluginLoader;
         Results freed;
         const std::lock_guard<std::mutex> guard(cacheLock);
         takeInReleased();
-        evict();
         takeResultsUnusedForLong(freed);
-        if (Client client = reuse(source)) return client;
+        const auto known = newestReleased.find(source);
+        if (known != newestReleased.end() && known->second) return reuse(*known->second);
         const Creation creation = CreateClient(source);
         if (creation.client)
             noteCooking(
-                entriesByClient.try_emplace(creation.client.get(), source, creation).first->second);
+                entries.try_emplace(creation.client.get(), source, creation, newestReleased[source])
+                    .first->second);
         return creation.client;
     }
 
@@ -137,27 +136,22 @@ public:
     }
 
 private:
-    struct ClientEntry;
-    using EntryList = std::list<ClientEntry*>;
     using Results = std::vector<std::shared_ptr<const void>>;
 
     struct ClientEntry {
-        OpTreeSource source;
-        std::shared_ptr<TellarRuntime> runtime;
-        Client client;
-        bool released = false;
-        bool isCooking = false; // stands in the list of the cooking entries
-        bool wasUnused = false; // when it was last looked at there
+        const OpTreeSource source;
+        const std::shared_ptr<TellarRuntime> runtime;
+        const Client client;
+        ClientEntry*& newestReleased; // of the source
+        ClientEntry* nextReleased = nullptr;
         ClientEntry* nextCooking = nullptr;
-        // The entry's elements of releasedEntries and of its source's list. While it is in use they
-        // are here, so that taking note of a release needs no memory.
-        EntryList element{this};
-        EntryList elementOfSource{this};
-        const EntryList::iterator place = element.begin();
-        const EntryList::iterator placeOfSource = elementOfSource.begin();
+        bool isReleased = false;
+        bool isCooking = false;
+        bool wasUnused = false; // when it was last looked at
 
-        ClientEntry(const OpTreeSource& entrySource, const Creation& creation)
-            : source(entrySource), runtime(creation.runtime), client(creation.client) {}
+        ClientEntry(const OpTreeSource& source, const Creation& creation, ClientEntry*& released)
+            : source(source), runtime(creation.runtime), client(creation.client),
+              newestReleased(released) {}
     };
 
     void takeInReleased() {
@@ -167,18 +161,19 @@ private:
             drained.swap(pendingReleases);
         }
         for (const Client& client : drained) {
-            const auto found = entriesByClient.find(client.get());
-            if (found != entriesByClient.end() && !found->second.released) link(found->second);
+            const auto found = entries.find(client.get());
+            if (found == entries.end()) continue;
+            ClientEntry& entry = found->second;
+            if (std::exchange(entry.isReleased, true)) continue;
+            entry.nextReleased = std::exchange(entry.newestReleased, &entry);
         }
     }
 
-    void evict() {
-        while (entriesByClient.size() > capacity && !releasedEntries.empty()) {
-            ClientEntry* oldest = releasedEntries.back();
-            unlink(*oldest);
-            forgetCooking(*oldest);
-            entriesByClient.erase(oldest->client.get());
-        }
+    const Client& reuse(ClientEntry& newest) {
+        newest.newestReleased = newest.nextReleased;
+        newest.isReleased = false;
+        noteCooking(newest);
+        return newest.client;
     }
 
     void noteCooking(ClientEntry& entry) {
@@ -188,25 +183,16 @@ private:
         ++cookingEntries;
     }
 
-    void forgetCooking(const ClientEntry& entry) {
-        for (ClientEntry** place = &firstCooking; *place; place = &(*place)->nextCooking) {
-            if (*place != &entry) continue;
-            *place = entry.nextCooking;
-            --cookingEntries;
-            return;
-        }
-    }
-
     void takeResultsUnusedForLong(Results& taken) {
         if (cookingEntries > usedEntries + usedEntries / 4) takeUnusedResults(taken, false);
     }
 
-    /// `atOnce` takes those of clients too that were in use when they were last looked at.
+    /// `atOnce` also takes the results of clients that were in use when they were last looked at.
     void takeUnusedResults(Results& taken, bool atOnce) {
         const ThreadClients threads;
         threads.forEachOfReopened([this](const Client& client) {
-            const auto found = entriesByClient.find(client.get());
-            if (found != entriesByClient.end()) noteCooking(found->second);
+            const auto found = entries.find(client.get());
+            if (found != entries.end()) noteCooking(found->second);
         });
         usedEntries = 0;
         for (ClientEntry** place = &firstCooking; *place;) {
@@ -235,38 +221,12 @@ private:
         return true;
     }
 
-    Client reuse(const OpTreeSource& source) {
-        const EntryList& released = releasedBySource[source];
-        if (released.empty()) return {};
-        ClientEntry& newest = *released.front();
-        unlink(newest);
-        noteCooking(newest);
-        return newest.client;
-    }
-
-    void link(ClientEntry& entry) {
-        EntryList& ofSource = releasedBySource[entry.source];
-        entry.released = true;
-        releasedEntries.splice(releasedEntries.begin(), entry.element);
-        ofSource.splice(ofSource.begin(), entry.elementOfSource);
-    }
-
-    void unlink(ClientEntry& entry) {
-        entry.released = false;
-        entry.element.splice(entry.element.begin(), releasedEntries, entry.place);
-        entry.elementOfSource.splice(entry.elementOfSource.begin(), releasedBySource[entry.source],
-                                     entry.placeOfSource);
-    }
-
-    const std::uint64_t capacity = std::numeric_limits<std::uint64_t>::max();
-
     std::mutex pendingLock;
     std::list<Client> pendingReleases;
 
     std::mutex cacheLock;
-    std::map<TellarRuntime::Client*, ClientEntry, std::less<>> entriesByClient;
-    EntryList releasedEntries;
-    std::map<OpTreeSource, EntryList> releasedBySource;
+    std::map<TellarRuntime::Client*, ClientEntry, std::less<>> entries;
+    std::map<OpTreeSource, ClientEntry*> newestReleased; // null when none of the source is released
     ClientEntry* firstCooking = nullptr;
     std::size_t cookingEntries = 0;
     std::size_t usedEntries = 0; // of the cooking ones, when they were last looked at

@@ -26,9 +26,9 @@ const NamedLogger kLogger("ThreadLocalClient");
 
 using Client = std::shared_ptr<TellarRuntime::Client>;
 
-/// A thread's reference to its client. It is kept when the thread ends, so that whoever still runs
-/// on the thread finds the client alive, and becomes that of the next thread with this client: a
-/// store has as many as it ever had threads at once.
+/// A thread's reference to its client. It outlives the thread, because other objects of the thread
+/// may still use the client at their own ends, and goes to the next thread that gets this client. A
+/// store has as many holders as it ever had threads at once.
 struct Holder {
     const Client client;
     std::atomic<bool> isFree{false}; // its thread has ended
@@ -52,22 +52,21 @@ public:
         return holder->client;
     }
 
-    bool holds(const Client& client) const {
-        for (Holder* holder = newest.load(std::memory_order_acquire); holder; holder = holder->next)
-            if (holder->client == client) return true;
-        return false;
-    }
-    void forEachClient(const std::function<void(const Client&)>& body) const {
-        for (Holder* holder = newest.load(std::memory_order_acquire); holder; holder = holder->next)
-            body(holder->client);
+    /// The first holder for which `matches` is true; null when there is none.
+    template <typename Matches>
+    Holder* find(Matches matches) const {
+        Holder* holder = newest.load(std::memory_order_acquire);
+        while (holder && !matches(*holder))
+            holder = holder->next;
+        return holder;
     }
 
-    // The registry's: objects for this store came again after there was none for a while.
+    // For the registry: a ThreadLocalClient came again after there was none for a while.
     bool isReopened = false;
     Store* nextReopened = nullptr;
 
 private:
-    // The store that the thread asked last: walks ask the same one again and again.
+    // The store that the thread asked last: walks ask the same one over and over.
     struct LastUsed {
         const Store* store = nullptr;
         Holder* holder = nullptr;
@@ -77,23 +76,18 @@ private:
     Holder* hold(const Client& client) {
         Holder* holder = nullptr;
         try {
-            holder = takeFree(client);
+            holder = find([&](Holder& other) {
+                return other.client == client &&
+                       other.isFree.exchange(false, std::memory_order_acq_rel);
+            });
             if (!holder) holder = add(client);
             holders.reset(holder);
             return holder;
-        } catch (...) { // no memory: the client is none of this thread's
+        } catch (...) { // no memory: the thread does without the client
             if (holder) holder->isFree.store(true, std::memory_order_release);
             ClientInvalidate(client);
             throw;
         }
-    }
-
-    Holder* takeFree(const Client& client) const {
-        for (Holder* holder = newest.load(std::memory_order_acquire); holder; holder = holder->next)
-            if (holder->client == client &&
-                holder->isFree.exchange(false, std::memory_order_acq_rel))
-                return holder;
-        return nullptr;
     }
 
     Holder* add(const Client& client) {
@@ -124,8 +118,8 @@ private:
 
 thread_local ThreadLocalClient::Store::LastUsed ThreadLocalClient::Store::lastUsed;
 
-/// One store for each source of the process; entries are never removed. A store that nobody but
-/// the registry shares has no ThreadLocalClient, and gets one under the lock only.
+/// One store for each source of the process; entries are never removed. A store that only the
+/// registry refers to has no ThreadLocalClient; it gets one under the lock.
 struct StoreRegistry {
     using Store = ThreadLocalClient::Store;
 
@@ -170,13 +164,16 @@ std::optional<long> ThreadClients::referencesTo(const Client& client,
     const auto known = registry.storesBySource.find(source);
     if (known == registry.storesBySource.end()) return 0;
     if (known->second.use_count() != 1) return std::nullopt;
-    return known->second->holds(client) ? 1 : 0;
+    return known->second->find([&](auto& holder) { return holder.client == client; }) ? 1 : 0;
 }
 
 void ThreadClients::forEachOfReopened(const std::function<void(const Client&)>& body) const {
     StoreRegistry& registry = StoreRegistry::Get();
     while (StoreRegistry::Store* store = registry.reopened) {
-        store->forEachClient(body);
+        store->find([&](auto& holder) {
+            body(holder.client);
+            return false;
+        });
         registry.reopened = store->nextReopened;
         store->isReopened = false;
     }
@@ -185,8 +182,8 @@ void ThreadClients::forEachOfReopened(const std::function<void(const Client&)>& 
 ThreadLocalClient::ThreadLocalClient(const OpTreeSource& opTreeSource) : source(opTreeSource) {
     bool isReopened = false;
     store = StoreRegistry::Get().obtain(source, &isReopened);
-    // Opened for the first time, the scene may share results with one that is unused now: then they
-    // are freed with the request for its client.
+    // A scene that is opened for the first time may share results with one that is unused now. So
+    // those are freed later, by the request for its client.
     if (isReopened) FreeResultsUnusedForLong();
 }
 
