@@ -1,17 +1,14 @@
 #include <OxTellarProducers/CameraInfo.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <map>
-#include <mutex>
-#include <optional>
 #include <utility>
 #include <vector>
 
 #include <OxTellarSDK/XFormUtil.h>
 
+#include "GenerationCache.h"
 #include "Lens.h"
-#include "MatrixAttribute.h"
 
 using OxAttribute::DoubleAttribute;
 using OxAttribute::FloatAttribute;
@@ -23,54 +20,35 @@ namespace {
 
 using Camera = std::shared_ptr<CameraInfo>;
 
-/// Every answer so far by its question, until it is cleared. A question has its entry, empty at
-/// first, before its camera is read. Reading may cook, so that happens outside of the lock.
-class CameraCache {
-public:
-    static CameraCache& get() {
-        static auto* const cache = new CameraCache;
-        return *cache;
-    }
-
-    /// Nothing while no thread has the answer; `generation` then tells when it was asked.
-    std::optional<Camera> find(const std::string& key, std::uint64_t& generation) {
-        const std::lock_guard<std::mutex> guard(lock);
-        generation = cleared;
-        const Entry& entry = entries[key];
-        return entry.isRead ? std::optional<Camera>(entry.camera) : std::nullopt;
-    }
-
-    /// The answer that holds from now on: this one, or the camera of a thread which was faster.
-    /// Not kept when the cache has been cleared since the question was asked. Needs no memory.
-    Camera keep(const std::string& key, std::uint64_t generation, const Camera& camera) {
-        const std::lock_guard<std::mutex> guard(lock);
-        if (generation != cleared) return camera;
-        Entry& entry = entries.find(key)->second;
-        if (!entry.camera) entry = {camera, true};
-        return entry.camera;
-    }
-
-    void clear() {
-        std::map<std::string, Entry> dropped; // destroyed outside of the lock
-        const std::lock_guard<std::mutex> guard(lock);
-        dropped.swap(entries);
-        ++cleared;
-    }
-
-private:
-    struct Entry {
-        Camera camera;
-        bool isRead = false; // or could not be
-    };
-
-    std::mutex lock; // guards everything below
-    std::map<std::string, Entry> entries;
-    std::uint64_t cleared = 0; // how often
+/// What the cache knows of a camera. There is an entry from the first request on; reading the
+/// camera may cook, so that happens outside of the lock.
+struct Entry {
+    Camera camera;
+    bool isRead = false; // or could not be read
 };
 
-/// A camera that this thread is reading, and those that it was reading meanwhile. Who asks for one
-/// of them from within finds its empty entry; other threads do not, and read it themselves rather
-/// than wait, since this thread may need what they are doing.
+/// By camera path and hash of the producer, without a bound, until the cache is cleared.
+using CameraCache = GenerationCache<std::map<std::string, Entry>>;
+
+CameraCache& GetCache() {
+    static auto* const cache = new CameraCache;
+    return *cache;
+}
+
+/// Enters the camera, or null when there is none. Returns the camera of another thread if that was
+/// faster. Needs no memory.
+Camera Keep(const std::string& key, CameraCache::Generation asked, Camera camera) {
+    GetCache().access(asked, [&](std::map<std::string, Entry>& entries) {
+        Entry& entry = entries.find(key)->second;
+        if (!entry.camera) entry = {camera, true};
+        camera = entry.camera;
+    });
+    return camera;
+}
+
+/// A camera that this thread is reading, and those whose reading led to it. Code that asks for one
+/// of them meanwhile finds no camera. Other threads read it themselves: they must not wait, because
+/// this thread may be waiting for what they do.
 class CameraReading {
 public:
     explicit CameraReading(const std::string& key)
@@ -95,7 +73,7 @@ private:
 
 thread_local const CameraReading* CameraReading::innermost = nullptr;
 
-/// False when one of them is missing or no double.
+/// False when a value is missing or no double.
 bool ReadWholeLens(const GroupAttribute& geometry, CameraGeometry& lens) {
     for (const LensField& field : kLensFields) {
         const DoubleAttribute value(geometry.getChildByName(field.name));
@@ -105,7 +83,7 @@ bool ReadWholeLens(const GroupAttribute& geometry, CameraGeometry& lens) {
     return true;
 }
 
-/// In single precision, where two times may become one: such a sample has too many values.
+/// The matrices in single precision. Two times that become one make a sample with too many values.
 FloatAttribute ToFloats(const DoubleAttribute& matrices) {
     if (!matrices.isValid()) return {};
     std::map<float, std::vector<float>> samples;
@@ -118,7 +96,7 @@ FloatAttribute ToFloats(const DoubleAttribute& matrices) {
     return {samples, 16};
 }
 
-/// Empty when there is no such camera.
+/// Null when there is no such camera.
 Camera ReadCamera(GeometryProducer& producer, const std::string& cameraPath) {
     const auto location = producer.getProducerByPath(cameraPath, false);
     if (!location) return nullptr;
@@ -154,22 +132,23 @@ CameraInfo::~CameraInfo() = default;
 Camera GetCameraInfo(boost::intrusive_ptr<GeometryProducer> producer,
                      const std::string& cameraPath) {
     if (!producer) return nullptr;
-    CameraCache& cache = CameraCache::get();
     const std::string key = cameraPath + producer->getHash();
-    std::uint64_t generation = 0;
-    if (const std::optional<Camera> known = cache.find(key, generation)) return *known;
+    Entry known;
+    const CameraCache::Generation asked =
+        GetCache().access([&](std::map<std::string, Entry>& entries) { known = entries[key]; });
+    if (known.isRead) return known.camera;
     if (CameraReading::isUnderWay(key)) return nullptr;
     const CameraReading reading(key);
     try {
-        return cache.keep(key, generation, ReadCamera(*producer, cameraPath));
+        return Keep(key, asked, ReadCamera(*producer, cameraPath));
     } catch (...) {
-        cache.keep(key, generation, nullptr);
+        Keep(key, asked, nullptr);
         throw;
     }
 }
 
 void ClearCameraInfoCache() {
-    CameraCache::get().clear();
+    GetCache().clear();
 }
 
 } // namespace TELLAR

@@ -1,12 +1,19 @@
-#ifndef TELLAR_LENS_H
-#define TELLAR_LENS_H
+#ifndef OXTELLARPRODUCERS_LENS_H
+#define OXTELLARPRODUCERS_LENS_H
+
+#include <algorithm>
+#include <cstddef>
+
+#include <Imath/ImathMatrix.h>
 
 #include <OxTellarProducers/CameraInfo.h>
 #include <OxTellarSDK/Attribute.h>
 
 namespace TELLAR {
 
-/// A double of a camera's "geometry" group and the field that it goes to.
+// How the attributes of a camera's location are read.
+
+/// A double of the group "geometry" and the field that it goes to.
 struct LensField {
     const char* name;
     float CameraGeometry::*member;
@@ -20,9 +27,20 @@ constexpr LensField kLensFields[] = {
     {"bottom", &CameraGeometry::bottom},
 };
 
-/// What the "projection" of a camera says; perspective when there is none.
+/// Whether a "projection" is orthographic; without one it is perspective.
 inline bool IsOrthographic(const OxAttribute::StringAttribute& projection) {
     return projection.getValueView() == "orthographic";
+}
+
+/// The matrix that an attribute holds row by row at the sample nearest to time 0; the identity when
+/// it holds fewer than 16 values.
+inline Imath::Matrix44<double> MatrixFromAttribute(const OxAttribute::DoubleAttribute& attribute) {
+    constexpr std::size_t kMatrixValues = 16;
+    const auto values = attribute.getNearestSample(0.0f);
+    Imath::Matrix44<double> matrix;
+    if (values.size() >= kMatrixValues)
+        std::copy_n(values.data(), kMatrixValues, matrix.getValue());
+    return matrix;
 }
 
 } // namespace TELLAR

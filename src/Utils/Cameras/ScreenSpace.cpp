@@ -11,7 +11,7 @@
 #include <OxTellarProducers/RenderResolution.h>
 #include <OxTellarSDK/XFormUtil.h>
 
-#include "MatrixAttribute.h"
+#include "Lens.h"
 #include "RenderSettings.h"
 
 using OxAttribute::DoubleAttribute;

@@ -1,18 +1,49 @@
 #include "FlattenedMaterials.h"
 
 #include <algorithm>
+#include <utility>
 
 using OxAttribute::GroupAttribute;
 using OxAttribute::Hash;
 
 namespace TELLAR {
 
-/// Hashes are evenly spread already, and an address tells the material apart.
+namespace {
+
+/// The hash of a material that keeps one; otherwise its address.
+Hash HashOrAddress(const GroupAttribute& material) {
+    const Hash kept = material.getKeptHash();
+    if (kept.words[0] != 0) return kept;
+    return {{reinterpret_cast<std::uintptr_t>(material.getHandle()), 0}};
+}
+
+} // namespace
+
 std::size_t FlattenedMaterials::HashOfKey::operator()(const Key& key) const {
     std::uint64_t hash = key.terminalNames;
     for (const Hash& material : key.materials)
         hash = (hash + material.words[0]) * 0x9e3779b97f4a7c15u + material.words[1];
     return static_cast<std::size_t>(hash ^ hash >> 32);
+}
+
+const FlattenedMaterials::Location*
+FlattenedMaterials::Known::locate(const std::string& path) const {
+    // Threads mostly ask in the order in which the locations were first asked for. The next one
+    // then lies next in memory, which saves the cache misses of the table.
+    thread_local std::size_t next = 0;
+    if (next >= locations.size() || locations[next].path != path) {
+        const auto found = byPath.find(path);
+        if (found == byPath.end()) return nullptr;
+        next = found->second;
+    }
+    return &locations[next++];
+}
+
+bool FlattenedMaterials::Known::find(const Key& key, GroupAttribute& result) const {
+    const auto found = results.find(key);
+    if (found == results.end()) return false;
+    result = found->second;
+    return true;
 }
 
 FlattenedMaterials& FlattenedMaterials::get() {
@@ -21,68 +52,48 @@ FlattenedMaterials& FlattenedMaterials::get() {
 }
 
 bool FlattenedMaterials::find(const std::string& path, GroupAttribute& flattened,
-                              std::uint64_t& generation) const {
-    const std::lock_guard<std::mutex> guard(lock);
-    generation = cleared;
-    const Location* const location = locate(path);
-    if (!location) return false;
-    flattened = location->flattened;
-    return true;
-}
-
-/// The lock is held.
-const FlattenedMaterials::Location* FlattenedMaterials::locate(const std::string& path) const {
-    // A thread mostly asks in the order in which somebody asked first; what comes next then lies
-    // next in memory, and the table with its cache misses is not needed.
-    thread_local std::size_t next = 0;
-    if (next >= known.locations.size() || known.locations[next].path != path) {
-        const auto found = known.byPath.find(path);
-        if (found == known.byPath.end()) return nullptr;
-        next = found->second;
-    }
-    return &known.locations[next++];
+                              std::uint64_t& generation) {
+    const Location* location = nullptr;
+    generation = cache.access([&](const Known& known) {
+        location = known.locate(path);
+        if (location) flattened = location->flattened;
+    });
+    return location != nullptr;
 }
 
 void FlattenedMaterials::keep(std::string path, std::uint64_t generation,
                               const GroupAttribute& flattened) {
-    const std::lock_guard<std::mutex> guard(lock);
-    if (generation != cleared) return;
-    const auto found = known.byPath.find(path);
-    if (found != known.byPath.end()) {
-        known.locations[found->second].flattened = flattened;
-        return;
-    }
-    known.locations.push_back({std::move(path), flattened});
-    try {
-        known.byPath.emplace(known.locations.back().path, known.locations.size() - 1);
-    } catch (...) {
-        known.locations.pop_back();
-        throw;
-    }
-}
-
-/// The hash of a material that keeps it; of any other its address, which tells it from all others
-/// that are in `hashedInFiles`.
-Hash FlattenedMaterials::tellAtOnce(const GroupAttribute& material) {
-    const Hash kept = material.getKeptHash();
-    if (kept.words[0] != 0) return kept;
-    return {{reinterpret_cast<std::uintptr_t>(material.getHandle()), 0}};
+    cache.access(generation, [&](Known& known) {
+        const auto found = known.byPath.find(path);
+        if (found != known.byPath.end()) {
+            known.locations[found->second].flattened = flattened;
+            return;
+        }
+        known.locations.push_back({std::move(path), flattened});
+        try {
+            known.byPath.emplace(known.locations.back().path, known.locations.size() - 1);
+        } catch (...) {
+            known.locations.pop_back();
+            throw;
+        }
+    });
 }
 
 Hash FlattenedMaterials::hashOf(const GroupAttribute& material, std::uint64_t generation) {
-    const Hash kept = material.getKeptHash();
-    if (kept.words[0] != 0) return kept;
-    {
-        const std::lock_guard<std::mutex> guard(lock);
+    Hash hash = material.getKeptHash();
+    if (hash.words[0] != 0) return hash;
+    cache.access(generation, [&](const Known& known) {
         const auto found = known.hashedInFiles.find(material.getHandle());
-        if (found != known.hashedInFiles.end()) return found->second.hash;
-    }
-    const Hash hash = material.getHash();
+        if (found != known.hashedInFiles.end()) hash = found->second.hash;
+    });
+    if (hash.words[0] != 0) return hash;
+    hash = material.getHash();
     const bool isInFile = material.getKeptHash().words[0] == 0;
-    const std::lock_guard<std::mutex> guard(lock);
-    ++hashed;
-    if (isInFile && generation == cleared)
-        known.hashedInFiles.emplace(material.getHandle(), HashedInFile{material, hash});
+    cache.access(generation, [&](Known& known) {
+        ++known.hashed;
+        if (isInFile)
+            known.hashedInFiles.emplace(material.getHandle(), HashedInFile{material, hash});
+    });
     return hash;
 }
 
@@ -90,59 +101,38 @@ GroupAttribute FlattenedMaterials::share(const Materials& materials,
                                          const TerminalNames& terminalNames,
                                          std::uint64_t generation, Flatten flatten) {
     Key atOnce;
-    atOnce.materials.reserve(materials.size());
-    for (const GroupAttribute& material : materials)
-        atOnce.materials.push_back(tellAtOnce(material));
-    {
-        const std::lock_guard<std::mutex> guard(lock);
-        if (generation == cleared) {
-            atOnce.terminalNames = numberOf(terminalNames);
-            const auto found = known.results.find(atOnce);
-            if (found != known.results.end()) return found->second;
-        }
-    }
-    if (atOnce.terminalNames == 0) return flatten(materials, terminalNames);
+    atOnce.materials.resize(materials.size());
+    std::transform(materials.begin(), materials.end(), atOnce.materials.begin(), HashOrAddress);
+    GroupAttribute flattened;
+    bool isKnown = false;
+    const bool isCurrent = cache.access(generation, [&](Known& known) {
+        atOnce.terminalNames =
+            known.numbers.try_emplace(terminalNames, known.numbers.size()).first->second;
+        isKnown = known.find(atOnce, flattened);
+    });
+    if (isKnown) return flattened;
+    if (!isCurrent) return flatten(materials, terminalNames);
 
-    Key contents;
-    contents.terminalNames = atOnce.terminalNames;
+    Key contents{atOnce.terminalNames, {}};
     for (const GroupAttribute& material : materials)
         contents.materials.push_back(hashOf(material, generation));
-    // Those in memory keep their hashes from now on.
-    std::transform(materials.begin(), materials.end(), atOnce.materials.begin(), tellAtOnce);
-    {
-        const std::lock_guard<std::mutex> guard(lock);
-        const auto found = known.results.find(contents);
-        if (found != known.results.end())
-            return enter(atOnce, generation, GroupAttribute(found->second));
-    }
-
-    const GroupAttribute flattened = flatten(materials, terminalNames);
-    const std::lock_guard<std::mutex> guard(lock);
-    return enter(atOnce, generation, enter(contents, generation, flattened));
+    // Materials in memory keep their hashes from now on.
+    std::transform(materials.begin(), materials.end(), atOnce.materials.begin(), HashOrAddress);
+    cache.access(generation,
+                 [&](const Known& known) { isKnown = known.find(contents, flattened); });
+    if (!isKnown) flattened = flatten(materials, terminalNames);
+    // Another thread may have been first.
+    cache.access(generation, [&](Known& known) {
+        flattened = known.results.emplace(contents, flattened).first->second;
+        flattened = known.results.emplace(atOnce, flattened).first->second;
+    });
+    return flattened;
 }
 
-/// The result that is known under the key, from now on if not before. The lock is held.
-GroupAttribute FlattenedMaterials::enter(const Key& key, std::uint64_t generation,
-                                         const GroupAttribute& result) {
-    return generation == cleared ? known.results.emplace(key, result).first->second : result;
-}
-
-std::uint64_t FlattenedMaterials::numberOfHashedMaterials() const {
-    const std::lock_guard<std::mutex> guard(lock);
+std::uint64_t FlattenedMaterials::numberOfHashedMaterials() {
+    std::uint64_t hashed = 0;
+    cache.access([&](const Known& known) { hashed = known.hashed; });
     return hashed;
-}
-
-void FlattenedMaterials::clear() {
-    Known dropped; // destroyed outside of the lock
-    const std::lock_guard<std::mutex> guard(lock);
-    std::swap(dropped, known);
-    ++cleared;
-}
-
-std::uint64_t FlattenedMaterials::numberOf(const TerminalNames& terminalNames) {
-    const auto [entry, isNew] = known.numbers.try_emplace(terminalNames);
-    if (isNew) entry->second = ++lastNumber;
-    return entry->second;
 }
 
 } // namespace TELLAR

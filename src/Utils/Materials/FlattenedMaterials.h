@@ -1,26 +1,25 @@
-#ifndef TELLAR_FLATTENEDMATERIALS_H
-#define TELLAR_FLATTENEDMATERIALS_H
+#ifndef OXTELLARPRODUCERS_FLATTENEDMATERIALS_H
+#define OXTELLARPRODUCERS_FLATTENEDMATERIALS_H
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <utility>
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
 
+#include "GenerationCache.h"
+
 namespace TELLAR {
 
-/// What is remembered of flattened materials until all of it is forgotten: the result of every
-/// location by its path; and every result by what it was made of, so that locations with equal
-/// materials share one value. The materials themselves are not kept, but for those in files, which
-/// take no memory of their own. Threads: any. Materials are flattened outside of the lock, perhaps
-/// by two threads at once, one of whose results is then shared.
+/// The cache of flattened materials: the result of every location by its path, and every result by
+/// what it was made of, so that locations with equal materials share one value. Materials are not
+/// kept, except for those in files, which take no memory of their own. Threads: any; two threads
+/// that flatten the same materials at once end up with one result.
 class FlattenedMaterials {
 public:
     using Materials = std::vector<OxAttribute::GroupAttribute>;
@@ -29,25 +28,27 @@ public:
 
     static FlattenedMaterials& get();
 
-    /// False when the path was not asked for yet; `generation` then tells when it was asked.
-    /// Nothing is kept for a generation after which all was forgotten.
+    /// False when nobody asked for the path yet. `generation` is to be handed to the functions
+    /// below, which keep nothing once the cache has been cleared since.
     bool find(const std::string& path, OxAttribute::GroupAttribute& flattened,
-              std::uint64_t& generation) const;
+              std::uint64_t& generation);
     void keep(std::string path, std::uint64_t generation,
               const OxAttribute::GroupAttribute& flattened);
 
-    /// What `flatten` makes of the materials and terminal names, or made of them before.
+    /// The result of `flatten` for these materials and terminal names, from the cache if it is
+    /// there.
     OxAttribute::GroupAttribute share(const Materials& materials,
                                       const TerminalNames& terminalNames, std::uint64_t generation,
                                       Flatten flatten);
 
-    /// How many materials had their contents read for a hash: each once, until all is forgotten.
-    std::uint64_t numberOfHashedMaterials() const;
+    /// How many materials had their contents read for a hash since the cache was cleared.
+    std::uint64_t numberOfHashedMaterials();
 
-    void clear();
+    void clear() { cache.clear(); }
 
 private:
-    /// A list of terminal names, and materials by their contents or by what tells those at once.
+    /// Terminal names by their number, and materials by the hashes of their contents or, before
+    /// those are known, by their addresses.
     struct Key {
         std::uint64_t terminalNames = 0;
         std::vector<OxAttribute::Hash> materials;
@@ -60,35 +61,30 @@ private:
         std::size_t operator()(const Key& key) const;
     };
     struct HashedInFile {
-        OxAttribute::GroupAttribute material; // while it is here no other value gets its address
+        OxAttribute::GroupAttribute material; // keeps the address from being used again
         OxAttribute::Hash hash;
     };
     struct Location {
         std::string path;
         OxAttribute::GroupAttribute flattened;
     };
-    // The tables are those of the standard library: when there is no memory for one more entry
-    // they stay as they were, where faster ones are not usable any more.
+    // The tables are those of the standard library, which stay intact when there is no memory for
+    // one more entry; faster ones do not.
     struct Known {
         std::deque<Location> locations; // in the order in which they were first asked for
         std::unordered_map<std::string_view, std::size_t> byPath; // views of their paths
         std::map<TerminalNames, std::uint64_t> numbers;
         std::unordered_map<Key, OxAttribute::GroupAttribute, HashOfKey> results;
         std::unordered_map<const void*, HashedInFile> hashedInFiles; // by handle
+        std::uint64_t hashed = 0;
+
+        const Location* locate(const std::string& path) const;
+        bool find(const Key& key, OxAttribute::GroupAttribute& result) const;
     };
 
-    static OxAttribute::Hash tellAtOnce(const OxAttribute::GroupAttribute& material);
     OxAttribute::Hash hashOf(const OxAttribute::GroupAttribute& material, std::uint64_t generation);
-    OxAttribute::GroupAttribute enter(const Key& key, std::uint64_t generation,
-                                      const OxAttribute::GroupAttribute& result);
-    const Location* locate(const std::string& path) const;
-    std::uint64_t numberOf(const TerminalNames& terminalNames);
 
-    mutable std::mutex lock; // guards everything below
-    Known known;
-    std::uint64_t lastNumber = 0; // never given again, whatever is forgotten
-    std::uint64_t cleared = 0;    // how often
-    std::uint64_t hashed = 0;     // numberOfHashedMaterials
+    GenerationCache<Known> cache;
 };
 
 } // namespace TELLAR

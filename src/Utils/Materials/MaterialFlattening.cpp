@@ -10,7 +10,6 @@
 #include <OxTellarSDK/StringUtil.h>
 
 #include "FlattenedMaterials.h"
-#include "Material.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::GroupAttribute;
@@ -20,7 +19,35 @@ namespace TELLAR {
 
 namespace {
 
-/// Of materials without networks: the nearest child of each name.
+using Children = std::vector<GroupAttribute::Child>;
+
+bool IsNetwork(const GroupAttribute& material) {
+    return StringAttribute(material.getChildByName("style")).getValueView() == "network";
+}
+
+/// A group without group inheritance.
+GroupAttribute Group(const Children& children) {
+    return {children, false};
+}
+
+void AppendUnlessEmpty(Children& children, const char* name, const Children& grandchildren) {
+    if (!grandchildren.empty()) children.emplace_back(name, Group(grandchildren));
+}
+
+/// The interface entries of exposed parameters, reduced to their "src".
+Children ReadUsedInterface(const GroupAttribute& material, const GroupAttribute& parameters) {
+    Children entries;
+    const GroupAttribute interface(material.getChildByName("interface"));
+    if (!interface.isValid()) return entries;
+    for (std::int64_t i = 0; i < parameters.getNumberOfChildren(); ++i) {
+        const GroupAttribute entry(interface.getChildByName(parameters.getChildNameView(i)));
+        const Attribute src = entry.getChildByName("src");
+        if (src.isValid()) entries.emplace_back(parameters.getChildName(i), Group({{"src", src}}));
+    }
+    return entries;
+}
+
+/// For materials without networks: the nearest child of each name.
 GroupAttribute NearestChildren(const std::vector<GroupAttribute>& materials) {
     Children children;
     std::set<std::string_view> taken; // names in place, in the materials
@@ -51,7 +78,7 @@ GroupAttribute ToNetwork(const GroupAttribute& legacy,
                   {"terminals", Group(terminals)}});
 }
 
-/// All values with the suffix behind them.
+/// Appends the suffix to every value.
 StringAttribute WithSuffix(const StringAttribute& texts, const std::string& suffix) {
     std::map<float, std::vector<std::string>> samples;
     for (std::int64_t i = 0; i < texts.getNumberOfTimeSamples(); ++i) {
@@ -62,7 +89,7 @@ StringAttribute WithSuffix(const StringAttribute& texts, const std::string& suff
     return {samples, texts.getTupleSize()};
 }
 
-/// Connections to nodes whose names have the suffix now; groups of them are entered `levels` deep.
+/// Appends the suffix to the node names in connections. Groups are entered `levels` deep.
 GroupAttribute Reconnected(const GroupAttribute& connections, const std::string& suffix,
                            int levels) {
     Children children;
@@ -77,7 +104,7 @@ GroupAttribute Reconnected(const GroupAttribute& connections, const std::string&
     return {children, true};
 }
 
-/// A copy of a node under another name, among nodes with that name's suffix.
+/// A copy of a node under another name, connected to nodes with the same suffix.
 GroupAttribute RenamedNode(const GroupAttribute& node, const std::string& name,
                            const std::string& suffix) {
     constexpr int kLevelsOfConnectionGroups = 1;
@@ -89,7 +116,7 @@ GroupAttribute RenamedNode(const GroupAttribute& node, const std::string& name,
             child = Reconnected(GroupAttribute(child), suffix, kLevelsOfConnectionGroups);
         children.emplace_back(childName, std::move(child));
     }
-    // In the place of the node's own name, if it has one.
+    // Takes the place of the node's own name, if it has one.
     children.emplace_back("name", StringAttribute(name));
     return {children, node.getGroupInherit()};
 }
@@ -119,7 +146,7 @@ public:
     }
 
 private:
-    /// Whether there was any.
+    /// Takes the terminals that no nearer material has. False when there is none.
     bool claimTerminals(const GroupAttribute& material, const std::string& suffix) {
         bool isAny = false;
         for (const std::string& name : terminalNames) {
@@ -189,6 +216,21 @@ GroupAttribute FlattenMinimized(const std::vector<GroupAttribute>& materials,
 }
 
 } // namespace
+
+GroupAttribute MinimizeResolvedMaterialAttr(const GroupAttribute& material) {
+    if (!IsNetwork(material)) return material;
+    Children children{{"style", material.getChildByName("style")}};
+    const GroupAttribute nodes(material.getChildByName("nodes"));
+    if (nodes.isValid()) children.emplace_back("nodes", nodes);
+    const GroupAttribute parameters(material.getChildByName("parameters"));
+    if (parameters.isValid()) {
+        children.emplace_back("parameters", parameters);
+        AppendUnlessEmpty(children, "interface", ReadUsedInterface(material, parameters));
+    }
+    const Attribute terminals = material.getChildByName("terminals");
+    if (terminals.isValid()) children.emplace_back("terminals", terminals);
+    return Group(children);
+}
 
 GroupAttribute GetFlattenedMaterialAttr(const std::vector<GroupAttribute>& materials,
                                         const std::vector<std::string>& terminalNames) {

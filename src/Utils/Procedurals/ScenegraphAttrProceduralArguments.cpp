@@ -10,8 +10,8 @@
 #include <OxAssetHost/OxAssetPluginManager.h>
 #include <OxTellarSDK/StringUtil.h>
 
-#include "ProceduralCamera.h"
 #include "Lens.h"
+#include "ProceduralCamera.h"
 
 using namespace OxAttribute;
 
