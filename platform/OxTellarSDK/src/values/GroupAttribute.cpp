@@ -119,7 +119,7 @@ namespace {
 /// Below a group in memory, as far as the groups on the way are; all lies inside of that group.
 const Node* FindInMemory(const Node* node, std::string_view path) {
     while (IsGroup(node)) {
-        if (IsInFile(node)) return KnownPaths::FindInFile(node, path);
+        if (IsInFile(node)) return FindInFile(node, path);
         const std::size_t dot = path.find('.');
         const std::int64_t index = FindChild(node, path.substr(0, dot));
         if (index < 0) return nullptr;
@@ -134,8 +134,8 @@ const Node* FindInMemory(const Node* node, std::string_view path) {
 
 Attribute GroupAttribute::getChildByName(std::string_view path) const {
     if (!handle) return {};
-    auto* node = const_cast<Node*>(IsInFile(handle) ? KnownPaths::FindInFile(handle, path)
-                                                    : FindInMemory(handle, path));
+    auto* node =
+        const_cast<Node*>(IsInFile(handle) ? FindInFile(handle, path) : FindInMemory(handle, path));
     if (!node) return {};
     Retain(node);
     return CreateAndSteal(node);
