@@ -29,7 +29,7 @@ struct SearchFolder {
     std::string description;
 };
 
-std::vector<SearchFolder> searchFolders() {
+std::vector<SearchFolder> SearchFolders() {
     std::vector<SearchFolder> folders;
     for (const std::string& entry :
          OxStringUtil::split(Config()->get(kSearchPathKey), kListSeparator)) {
@@ -45,7 +45,7 @@ std::vector<SearchFolder> searchFolders() {
 }
 
 // Relative, and not told to count from the current folder.
-bool isSearched(const std::string& reference) {
+bool IsSearched(const std::string& reference) {
     if (reference == "." || reference == "..") return false;
     if (HasPathSeparator(reference.substr(0, 1))) return false;
     for (const char* start : {"./", "../"}) {
@@ -54,18 +54,18 @@ bool isSearched(const std::string& reference) {
     return !std::filesystem::path(reference).is_absolute();
 }
 
-std::string joined(const std::string& folder, const std::string& reference) {
+std::string Joined(const std::string& folder, const std::string& reference) {
     const bool endsWithSeparator = HasPathSeparator(OxStringUtil::slice(folder, -1));
     return folder + (endsWithSeparator ? "" : "/") + reference;
 }
 
 // An odd name, or one that may not be asked about, does not exist as far as we can use it.
-bool exists(const std::string& path) {
+bool Exists(const std::string& path) {
     std::error_code ignored;
     return std::filesystem::exists(path, ignored);
 }
 
-std::string notFoundIn(const std::vector<SearchFolder>& folders) {
+std::string NotFoundIn(const std::vector<SearchFolder>& folders) {
     std::string list;
     for (const SearchFolder& folder : folders)
         list += (list.empty() ? "" : ", ") + folder.description;
@@ -73,20 +73,20 @@ std::string notFoundIn(const std::vector<SearchFolder>& folders) {
 }
 
 // Nothing when the reference cannot be resolved; `why` is then assigned.
-std::optional<std::string> resolve(const std::string& reference, int frame, std::string& why) {
+std::optional<std::string> Resolve(const std::string& reference, int frame, std::string& why) {
     const auto expanded = ExpandReference(reference, frame, why);
     if (!expanded) return std::nullopt;
-    if (expanded->text.empty() || !isSearched(expanded->text)) return expanded->text;
+    if (expanded->text.empty() || !IsSearched(expanded->text)) return expanded->text;
 
-    const std::vector<SearchFolder> folders = searchFolders();
+    const std::vector<SearchFolder> folders = SearchFolders();
     for (const SearchFolder& folder : folders) {
         if (folder.path.empty()) continue;
-        std::string path = joined(folder.path, expanded->text);
-        if (exists(path)) return path;
+        std::string path = Joined(folder.path, expanded->text);
+        if (Exists(path)) return path;
     }
     const bool isWord = !expanded->hasFrameToken && !HasPathSeparator(expanded->text);
     if (isWord || folders.empty()) return expanded->text;
-    why = notFoundIn(folders);
+    why = NotFoundIn(folders);
     return std::nullopt;
 }
 
@@ -95,7 +95,7 @@ std::optional<std::string> resolve(const std::string& reference, int frame, std:
 std::string DefaultAssetPlugin::resolvePath(const std::string& reference, int frame,
                                             bool mustResolve) const {
     std::string why;
-    if (auto resolved = resolve(reference, frame, why)) return *std::move(resolved);
+    if (auto resolved = Resolve(reference, frame, why)) return *std::move(resolved);
     if (!mustResolve) return reference;
     throw std::runtime_error("Asset reference " + QuotedForMessage(reference) +
                              " cannot be resolved: " + why + ".");

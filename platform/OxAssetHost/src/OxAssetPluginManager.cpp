@@ -15,14 +15,14 @@ struct DefaultPlugin {
     PluginPointer plugin;
 };
 
-const PluginPointer& builtInPlugin() {
+const PluginPointer& BuiltInPlugin() {
     static const auto* const plugin =
         new PluginPointer(std::make_shared<const DefaultAssetPlugin>());
     return *plugin;
 }
 
-DefaultPlugin& defaultPlugin() {
-    static auto* const current = new DefaultPlugin{{}, builtInPlugin()};
+DefaultPlugin& GetDefaultPlugin() {
+    static auto* const current = new DefaultPlugin{{}, BuiltInPlugin()};
     return *current;
 }
 
@@ -31,14 +31,14 @@ DefaultPlugin& defaultPlugin() {
 OxAssetPlugin::~OxAssetPlugin() = default;
 
 std::shared_ptr<const OxAssetPlugin> OxAssetPluginManager::getDefaultAssetPlugin() {
-    DefaultPlugin& current = defaultPlugin();
+    DefaultPlugin& current = GetDefaultPlugin();
     const std::lock_guard<std::mutex> lock(current.mutex);
     return current.plugin;
 }
 
 void OxAssetPluginManager::setDefaultAssetPlugin(std::shared_ptr<const OxAssetPlugin> plugin) {
-    if (!plugin) plugin = builtInPlugin();
-    DefaultPlugin& current = defaultPlugin();
+    if (!plugin) plugin = BuiltInPlugin();
+    DefaultPlugin& current = GetDefaultPlugin();
     const std::lock_guard<std::mutex> lock(current.mutex);
     // The one before goes away with the parameter, after the lock: its destructor may well ask
     // for the default plug-in.

@@ -19,27 +19,27 @@ constexpr std::size_t kLongestText = 64 * 1024;
 constexpr std::size_t kWidestFrame = 99;
 constexpr std::size_t kLongestQuotation = 200;
 
-bool isNameCharacter(char c) {
+bool IsNameCharacter(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
 }
 
-bool isDigit(char c) {
+bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
 // How many characters in front of the text satisfy the condition.
 template <typename Condition>
-std::size_t runLength(std::string_view text, Condition condition) {
+std::size_t RunLength(std::string_view text, Condition condition) {
     return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), condition) -
                                     text.begin());
 }
 
-std::string tooLong() {
+std::string TooLong() {
     return "it is longer than " + std::to_string(kLongestText) + " bytes";
 }
 
 // Sign first, then zeros; the width counts the sign.
-std::string paddedFrame(int frame, std::size_t width) {
+std::string PaddedFrame(int frame, std::size_t width) {
     std::string text = std::to_string(frame);
     if (text.size() < width) text.insert(frame < 0 ? 1 : 0, width - text.size(), '0');
     return text;
@@ -55,7 +55,7 @@ public:
     bool run() {
         for (bool isGood = replaceHome(); isGood; isGood = replaceNext()) {
             if (result.text.size() > kLongestText) {
-                return fail(tooLong() + " with its variables replaced");
+                return fail(TooLong() + " with its variables replaced");
             }
             if (rest.empty()) return true;
         }
@@ -115,7 +115,7 @@ private:
         const bool isBraced = rest.substr(0, 2) == "${";
         const std::size_t start = isBraced ? 2 : 1;
         const std::size_t end =
-            isBraced ? rest.find('}') : 1 + runLength(rest.substr(1), isNameCharacter);
+            isBraced ? rest.find('}') : 1 + RunLength(rest.substr(1), IsNameCharacter);
         if (end == std::string_view::npos || end == start) {
             take(1);
             return true;
@@ -130,7 +130,7 @@ private:
     }
 
     bool replaceHashes() {
-        const std::size_t length = runLength(rest, [](char c) { return c == '#'; });
+        const std::size_t length = RunLength(rest, [](char c) { return c == '#'; });
         // A word may well have the character in it: "C#", "#ff8800".
         const bool isToken = isPath || rest.substr(length, 1) == ".";
         if (isToken) return replaceFrame(length, length);
@@ -140,7 +140,7 @@ private:
 
     bool replacePercent() {
         if (rest.substr(1, 1) == "d") return replaceFrame(2, 1);
-        const std::size_t digits = runLength(rest.substr(1), isDigit);
+        const std::size_t digits = RunLength(rest.substr(1), IsDigit);
         const std::string_view number = rest.substr(1, digits);
         const bool isToken = digits >= 2 && number[0] == '0' && number[1] != '0' &&
                              rest.substr(1 + digits, 1) == "d";
@@ -163,7 +163,7 @@ private:
                         " is too wide, " + std::to_string(kWidestFrame) + " digits are the most");
         }
         result.hasFrameToken = true;
-        replace(length, paddedFrame(*frame, width));
+        replace(length, PaddedFrame(*frame, width));
         return true;
     }
 
@@ -177,7 +177,7 @@ private:
 std::optional<ExpandedReference> ExpandReference(std::string_view text, std::optional<int> frame,
                                                  std::string& why) {
     if (text.size() > kLongestText) {
-        why = tooLong();
+        why = TooLong();
         return std::nullopt;
     }
     if (text.find('\0') != std::string_view::npos) {

@@ -23,14 +23,14 @@ constexpr std::uint64_t kMaximumFileSize = 16 * 1024 * 1024;
 
 // The parser takes half of an escaped surrogate pair for a character, which UTF-8 does not have.
 // Everything else in the text is known to be UTF-8.
-bool holdsHalfOfPair(std::string_view text) {
+bool HoldsHalfOfPair(std::string_view text) {
     for (std::size_t at = text.find('\xED'); at != text.npos; at = text.find('\xED', at + 1))
         if (static_cast<unsigned char>(text[at + 1]) >= 0xA0) return true;
     return false;
 }
 
 // A key as a message of one line shows it.
-std::string inQuotes(std::string_view key) {
+std::string InQuotes(std::string_view key) {
     constexpr char kDigits[] = "0123456789abcdef";
     std::string quoted = "\"";
     for (const char c : key) {
@@ -49,7 +49,7 @@ class ValueCollector : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Va
 public:
     bool String(const char* text, rapidjson::SizeType length, bool) {
         if (objectKeyLengths.empty()) return refuseRoot();
-        if (holdsHalfOfPair({text, length})) return refuseHalfOfPair();
+        if (HoldsHalfOfPair({text, length})) return refuseHalfOfPair();
         values[key] = std::string(text, length);
         return true;
     }
@@ -69,7 +69,7 @@ public:
         return true;
     }
     bool Key(const char* text, rapidjson::SizeType length, bool) {
-        if (holdsHalfOfPair({text, length})) return refuseHalfOfPair();
+        if (HoldsHalfOfPair({text, length})) return refuseHalfOfPair();
         key.resize(objectKeyLengths.back());
         if (objectKeyLengths.size() > 1) key += '.';
         key.append(text, length);
@@ -93,7 +93,7 @@ private:
         return false;
     }
     bool refuseValue(const std::string& kind) {
-        reason = "The value of " + inQuotes(key) + " is " + kind +
+        reason = "The value of " + InQuotes(key) + " is " + kind +
                  "; it must be a string, a number, a boolean or an object.";
         return false;
     }
@@ -104,7 +104,7 @@ private:
     std::vector<std::size_t> objectKeyLengths;
 };
 
-std::string contentError(std::string_view text, std::size_t offset, const std::string& name,
+std::string ContentError(std::string_view text, std::size_t offset, const std::string& name,
                          const std::string& reason) {
     const std::string_view before = text.substr(0, std::min(offset, text.size()));
     const auto line = 1 + std::count(before.begin(), before.end(), '\n');
@@ -120,7 +120,7 @@ bool ParseConfiguration(std::string_view text, const std::string& name, Configur
     // The parser would take a zero byte for the end of the text.
     const std::size_t zero = text.find('\0');
     if (zero != std::string_view::npos) {
-        error = contentError(text, zero, name, "A zero byte.");
+        error = ContentError(text, zero, name, "A zero byte.");
         return false;
     }
     constexpr unsigned int kFlags =
@@ -133,7 +133,7 @@ bool ParseConfiguration(std::string_view text, const std::string& name, Configur
         const bool isRefusal = result.Code() == rapidjson::kParseErrorTermination;
         const std::string reason =
             isRefusal ? collector.reason : rapidjson::GetParseError_En(result.Code());
-        error = contentError(text, result.Offset(), name, reason);
+        error = ContentError(text, result.Offset(), name, reason);
         return false;
     }
     values = std::move(collector.values);

@@ -9,7 +9,7 @@ namespace {
 // In the order of OxLogLevel.
 constexpr std::array<const char*, 5> kLevelNames = {"debug", "info", "warn", "error", "off"};
 
-std::string_view withoutBlanks(std::string_view text) {
+std::string_view WithoutBlanks(std::string_view text) {
     constexpr const char* kBlanks = " \t\r\n";
     const std::size_t begin = text.find_first_not_of(kBlanks);
     if (begin == std::string_view::npos) return {};
@@ -17,24 +17,24 @@ std::string_view withoutBlanks(std::string_view text) {
 }
 
 // ASCII only: the host's locale must not decide what a level is called.
-std::string lowerCase(std::string_view text) {
+std::string LowerCase(std::string_view text) {
     std::string lower(text);
     std::transform(lower.begin(), lower.end(), lower.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
     return lower;
 }
 
-std::optional<OxLogLevel> parseLevel(std::string_view text) {
-    const auto found = std::find(kLevelNames.begin(), kLevelNames.end(), lowerCase(text));
+std::optional<OxLogLevel> ParseLevel(std::string_view text) {
+    const auto found = std::find(kLevelNames.begin(), kLevelNames.end(), LowerCase(text));
     if (found == kLevelNames.end()) return std::nullopt;
     return static_cast<OxLogLevel>(found - kLevelNames.begin());
 }
 
-void parseEntry(std::string_view entry, LogLevelList& list) {
+void ParseEntry(std::string_view entry, LogLevelList& list) {
     const std::size_t equals = entry.find('=');
     const bool isDefault = equals == std::string_view::npos;
-    const auto level = parseLevel(withoutBlanks(isDefault ? entry : entry.substr(equals + 1)));
-    const auto logger = isDefault ? std::string_view() : withoutBlanks(entry.substr(0, equals));
+    const auto level = ParseLevel(WithoutBlanks(isDefault ? entry : entry.substr(equals + 1)));
+    const auto logger = isDefault ? std::string_view() : WithoutBlanks(entry.substr(0, equals));
     if (!level || (!isDefault && logger.empty())) {
         list.malformedEntries.emplace_back(entry);
         return;
@@ -52,8 +52,8 @@ LogLevelList ParseLogLevelList(std::string_view text) {
     LogLevelList list;
     while (!text.empty()) {
         const std::size_t comma = std::min(text.find(','), text.size());
-        const std::string_view entry = withoutBlanks(text.substr(0, comma));
-        if (!entry.empty()) parseEntry(entry, list);
+        const std::string_view entry = WithoutBlanks(text.substr(0, comma));
+        if (!entry.empty()) ParseEntry(entry, list);
         text.remove_prefix(std::min(comma + 1, text.size()));
     }
     return list;

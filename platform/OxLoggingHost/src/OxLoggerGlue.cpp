@@ -32,7 +32,7 @@ struct LoggingState {
     std::vector<std::string> malformedEntries;
 };
 
-LoggingState* createLoggingState() {
+LoggingState* CreateLoggingState() {
     auto state = std::make_unique<LoggingState>();
     const char* text = std::getenv(kLevelVariable);
     LogLevelList list = ParseLogLevelList(text ? text : "");
@@ -46,13 +46,13 @@ LoggingState* createLoggingState() {
     return state.release();
 }
 
-LoggingState& loggingState() {
-    static LoggingState* const state = createLoggingState();
+LoggingState& GetLoggingState() {
+    static LoggingState* const state = CreateLoggingState();
     return *state;
 }
 
 // The caller holds the state's mutex.
-std::map<std::string, LoggerState>::value_type& findOrAddLogger(LoggingState& state,
+std::map<std::string, LoggerState>::value_type& FindOrAddLogger(LoggingState& state,
                                                                 const std::string& name) {
     const auto [entry, isNew] = state.loggers.try_emplace(name);
     if (isNew) entry->second.threshold.store(state.defaultLevel, std::memory_order_relaxed);
@@ -60,7 +60,7 @@ std::map<std::string, LoggerState>::value_type& findOrAddLogger(LoggingState& st
 }
 
 // One message stays one line, and nothing in it can drive the reader's terminal.
-void appendPrintable(std::string& line, const std::string& text) {
+void AppendPrintable(std::string& line, const std::string& text) {
     constexpr const char* kHexDigits = "0123456789ABCDEF";
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
@@ -76,32 +76,32 @@ void appendPrintable(std::string& line, const std::string& text) {
     }
 }
 
-std::string formatLine(const OxLogMessage& message) {
+std::string FormatLine(const OxLogMessage& message) {
     std::string line = "[";
     line += LogLevelName(message.level);
     line += "] ";
-    appendPrintable(line, message.loggerName);
+    AppendPrintable(line, message.loggerName);
     line += ": ";
-    appendPrintable(line, message.text);
+    AppendPrintable(line, message.text);
     // A source file may have been compiled on another system: both separators count.
     const std::string fileName = message.file.substr(message.file.find_last_of("/\\") + 1);
     if (fileName.empty()) return line;
     line += " (";
-    appendPrintable(line, fileName);
+    AppendPrintable(line, fileName);
     line += ':' + std::to_string(message.line) + ')';
     return line;
 }
 
-spdlog::sinks::sink* createStandardErrorSink() {
+spdlog::sinks::sink* CreateStandardErrorSink() {
     auto sink = std::make_unique<spdlog::sinks::stderr_sink_mt>();
     sink->set_formatter(
         std::make_unique<spdlog::pattern_formatter>("%v", spdlog::pattern_time_type::local, "\n"));
     return sink.release();
 }
 
-void writeToStandardError(const OxLogMessage& message) {
-    static spdlog::sinks::sink* const sink = createStandardErrorSink();
-    const std::string line = formatLine(message);
+void WriteToStandardError(const OxLogMessage& message) {
+    static spdlog::sinks::sink* const sink = CreateStandardErrorSink();
+    const std::string line = FormatLine(message);
     sink->log(spdlog::details::log_msg(message.loggerName, spdlog::level::critical, line));
 }
 
@@ -116,7 +116,7 @@ public:
     InsideSink& operator=(const InsideSink&) = delete;
 };
 
-bool deliverToSink(const OxLogSink& sink, const OxLogMessage& message) {
+bool DeliverToSink(const OxLogSink& sink, const OxLogMessage& message) {
     const InsideSink inside;
     try {
         sink(message);
@@ -126,28 +126,28 @@ bool deliverToSink(const OxLogSink& sink, const OxLogMessage& message) {
     }
 }
 
-void deliver(const OxLogMessage& message) {
-    LoggingState& state = loggingState();
+void Deliver(const OxLogMessage& message) {
+    LoggingState& state = GetLoggingState();
     std::shared_ptr<const OxLogSink> sink;
     if (!insideSink) {
         const std::lock_guard<std::mutex> lock(state.mutex);
         sink = state.sink;
     }
-    if (!sink || !deliverToSink(*sink, message)) writeToStandardError(message);
+    if (!sink || !DeliverToSink(*sink, message)) WriteToStandardError(message);
 }
 
 // Called by every way into logging once it has done its own work, so that a sink set
 // first thing in the process gets the report too. Thresholds do not apply: the
 // malformed entry may be the very one that was to set them.
-void reportMalformedEntries() {
-    LoggingState& state = loggingState();
+void ReportMalformedEntries() {
+    LoggingState& state = GetLoggingState();
     std::vector<std::string> entries;
     {
         const std::lock_guard<std::mutex> lock(state.mutex);
         entries.swap(state.malformedEntries);
     }
     for (const std::string& entry : entries) {
-        deliver({"OxLoggingHost", OxLogLevel::warn,
+        Deliver({"OxLoggingHost", OxLogLevel::warn,
                  std::string(kLevelVariable) + " has the malformed entry \"" + entry +
                      "\": levels are debug, info, warn, error and off",
                  __FILE__, __LINE__});
@@ -157,14 +157,14 @@ void reportMalformedEntries() {
 } // namespace
 
 OxLoggerGlue::OxLoggerGlue(const std::string& loggerName) {
-    LoggingState& state = loggingState();
+    LoggingState& state = GetLoggingState();
     {
         const std::lock_guard<std::mutex> lock(state.mutex);
-        const auto& entry = findOrAddLogger(state, loggerName);
+        const auto& entry = FindOrAddLogger(state, loggerName);
         name = &entry.first;
         threshold = &entry.second.threshold;
     }
-    reportMalformedEntries();
+    ReportMalformedEntries();
 }
 
 void OxLoggerGlue::debug(const std::string& message, const char* file, int line) const noexcept {
@@ -187,14 +187,14 @@ void OxLoggerGlue::log(OxLogLevel level, const std::string& message, const char*
                        int line) const noexcept {
     if (!isEnabled(level)) return;
     try {
-        deliver({*name, level, message, file ? file : "", line});
+        Deliver({*name, level, message, file ? file : "", line});
     } catch (...) {
         // Out of memory, or standard error is broken: there is nowhere left to say so.
     }
 }
 
 void OxLoggingSetLevel(const std::string& loggerName, OxLogLevel level) {
-    LoggingState& state = loggingState();
+    LoggingState& state = GetLoggingState();
     {
         const std::lock_guard<std::mutex> lock(state.mutex);
         if (loggerName.empty()) {
@@ -204,16 +204,16 @@ void OxLoggingSetLevel(const std::string& loggerName, OxLogLevel level) {
                 if (!logger.hasOwnLevel) logger.threshold.store(level, std::memory_order_relaxed);
             }
         } else {
-            LoggerState& logger = findOrAddLogger(state, loggerName).second;
+            LoggerState& logger = FindOrAddLogger(state, loggerName).second;
             logger.threshold.store(level, std::memory_order_relaxed);
             logger.hasOwnLevel = true;
         }
     }
-    reportMalformedEntries();
+    ReportMalformedEntries();
 }
 
 OxLogLevel OxLoggingGetLevel(const std::string& loggerName) {
-    LoggingState& state = loggingState();
+    LoggingState& state = GetLoggingState();
     OxLogLevel level = OxLogLevel::warn;
     {
         const std::lock_guard<std::mutex> lock(state.mutex);
@@ -222,18 +222,18 @@ OxLogLevel OxLoggingGetLevel(const std::string& loggerName) {
         level =
             isKnown ? found->second.threshold.load(std::memory_order_relaxed) : state.defaultLevel;
     }
-    reportMalformedEntries();
+    ReportMalformedEntries();
     return level;
 }
 
 OxLogSink OxLoggingSetSink(OxLogSink sink) {
-    LoggingState& state = loggingState();
+    LoggingState& state = GetLoggingState();
     std::shared_ptr<const OxLogSink> next;
     if (sink) next = std::make_shared<const OxLogSink>(std::move(sink));
     {
         const std::lock_guard<std::mutex> lock(state.mutex);
         state.sink.swap(next);
     }
-    reportMalformedEntries();
+    ReportMalformedEntries();
     return next ? *next : OxLogSink();
 }

@@ -10,7 +10,7 @@ namespace OxRenderServices {
 
 namespace {
 
-bool failed(std::string& reason) {
+bool Failed(std::string& reason) {
     reason = std::generic_category().message(errno);
     return false;
 }
@@ -21,7 +21,7 @@ bool AppendFile::open(const std::string& path, std::string& reason) {
     close();
     // O_NONBLOCK: a named pipe without a reader is an error at once, not a renderer that waits.
     descriptor = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
-    return isOpen() || failed(reason);
+    return isOpen() || Failed(reason);
 }
 
 void AppendFile::close() {
@@ -33,7 +33,7 @@ bool AppendFile::append(std::string_view bytes, std::string& reason) {
     while (!bytes.empty()) {
         const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
         if (written < 0 && errno == EINTR) continue;
-        if (written < 0) return failed(reason);
+        if (written < 0) return Failed(reason);
         bytes.remove_prefix(static_cast<std::size_t>(written));
     }
     return true;

@@ -160,7 +160,7 @@ private:
     std::map<std::string, double> values; // of the members that were read
 };
 
-void parse(TextStream& stream, FormatCollector& collector) {
+void Parse(TextStream& stream, FormatCollector& collector) {
     constexpr unsigned int kFlags =
         rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseValidateEncodingFlag;
     rapidjson::Reader reader;
@@ -177,7 +177,7 @@ std::vector<ResolutionTableEntry> ParseResolutions(std::string_view text, const 
     TextStream stream(text);
     FormatCollector collector;
     try {
-        parse(stream, collector);
+        Parse(stream, collector);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error("resolution table \"" + path + "\", " + stream.place() + ": " +
                                  error.what());

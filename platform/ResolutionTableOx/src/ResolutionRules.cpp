@@ -16,7 +16,7 @@ constexpr const char* kPixelAspectRule = "a finite number above 0";
 constexpr std::size_t kMaximumQuotedSize = 64; // bytes
 
 // Of the control character that the text begins with, in bytes; 0 when it begins with another.
-std::size_t controlCharacterSize(std::string_view text) {
+std::size_t ControlCharacterSize(std::string_view text) {
     const auto first = static_cast<unsigned char>(text[0]);
     if (first < 0x20 || first == 0x7F) return 1;
     if (first != 0xC2 || text.size() < 2) return 0;
@@ -25,7 +25,7 @@ std::size_t controlCharacterSize(std::string_view text) {
 }
 
 // At most so much of the text that no UTF-8 character of it is cut.
-std::string_view beginning(std::string_view text) {
+std::string_view Beginning(std::string_view text) {
     if (text.size() <= kMaximumQuotedSize) return text;
     std::size_t size = kMaximumQuotedSize;
     while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80)
@@ -33,7 +33,7 @@ std::string_view beginning(std::string_view text) {
     return text.substr(0, size);
 }
 
-void appendEscaped(std::string& out, std::string_view bytes) {
+void AppendEscaped(std::string& out, std::string_view bytes) {
     constexpr const char* kDigits = "0123456789ABCDEF";
     for (const char byte : bytes) {
         const auto value = static_cast<unsigned char>(byte);
@@ -41,14 +41,14 @@ void appendEscaped(std::string& out, std::string_view bytes) {
     }
 }
 
-bool hasControlCharacter(std::string_view text) {
+bool HasControlCharacter(std::string_view text) {
     for (std::size_t at = 0; at < text.size(); ++at) {
-        if (controlCharacterSize(text.substr(at)) != 0) return true;
+        if (ControlCharacterSize(text.substr(at)) != 0) return true;
     }
     return false;
 }
 
-std::string numberText(double number) {
+std::string NumberText(double number) {
     std::ostringstream text;
     text.imbue(std::locale::classic());
     text.exceptions(std::ios::badbit); // or there would be no text without memory
@@ -56,7 +56,7 @@ std::string numberText(double number) {
     return text.str();
 }
 
-[[noreturn]] void refuseValue(std::string_view name, std::string_view what, std::string_view value,
+[[noreturn]] void RefuseValue(std::string_view name, std::string_view what, std::string_view value,
                               std::string_view rule) {
     std::string text = QuotedForMessage(name) + ": ";
     text.append(what).append(" is ").append(value).append("; it must be ").append(rule);
@@ -67,36 +67,36 @@ std::string numberText(double number) {
 
 void CheckFormatName(std::string_view name) {
     if (name.empty()) throw std::runtime_error("a name is empty");
-    if (!hasControlCharacter(name)) return;
+    if (!HasControlCharacter(name)) return;
     throw std::runtime_error("the name " + QuotedForMessage(name) + " holds a control character");
 }
 
 void CheckFormatSize(std::string_view name, std::string_view what, int size) {
     if (size >= 1 && size <= kMaximumSize) return;
-    refuseValue(name, what, std::to_string(size), kSizeRule);
+    RefuseValue(name, what, std::to_string(size), kSizeRule);
 }
 
 void CheckPixelAspect(std::string_view name, double pixelAspect) {
     if (std::isfinite(pixelAspect) && pixelAspect > 0) return;
-    refuseValue(name, "pixelAspect", numberText(pixelAspect), kPixelAspectRule);
+    RefuseValue(name, "pixelAspect", NumberText(pixelAspect), kPixelAspectRule);
 }
 
 void CheckPixelCount(std::string_view name, int width, int height) {
     const std::int64_t count = std::int64_t{width} * height;
     if (count <= std::numeric_limits<int>::max()) return;
-    refuseValue(name, "width times height", std::to_string(count), "at most 2147483647");
+    RefuseValue(name, "width times height", std::to_string(count), "at most 2147483647");
 }
 
 void RefuseFormatMember(std::string_view name, std::string_view member, std::string_view value) {
-    refuseValue(name, member, value, member == "pixelAspect" ? kPixelAspectRule : kSizeRule);
+    RefuseValue(name, member, value, member == "pixelAspect" ? kPixelAspectRule : kSizeRule);
 }
 
 std::string QuotedForMessage(std::string_view text) {
     std::string quoted = "\"";
-    const std::string_view shown = beginning(text);
+    const std::string_view shown = Beginning(text);
     for (std::size_t at = 0; at < shown.size();) {
-        const std::size_t controlSize = controlCharacterSize(shown.substr(at));
-        appendEscaped(quoted, shown.substr(at, controlSize));
+        const std::size_t controlSize = ControlCharacterSize(shown.substr(at));
+        AppendEscaped(quoted, shown.substr(at, controlSize));
         if (controlSize == 0) quoted += shown[at];
         at += controlSize == 0 ? 1 : controlSize;
     }

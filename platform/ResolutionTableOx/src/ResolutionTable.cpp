@@ -16,7 +16,7 @@ constexpr std::size_t kMaximumDistance = 3;
 // More would be a list to read, not a hint.
 constexpr std::size_t kMaximumSuggestions = 3;
 
-std::string lowerCase(std::string_view text) {
+std::string LowerCase(std::string_view text) {
     std::string result(text);
     for (char& c : result) {
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
@@ -25,7 +25,7 @@ std::string lowerCase(std::string_view text) {
 }
 
 // How many bytes must be inserted, removed or replaced to make one text of the other.
-std::size_t editDistance(std::string_view from, std::string_view to) {
+std::size_t EditDistance(std::string_view from, std::string_view to) {
     // distances[i]: from all that was read of `from` to the first i bytes of `to`.
     std::vector<std::size_t> distances(to.size() + 1);
     std::iota(distances.begin(), distances.end(), std::size_t{0});
@@ -41,16 +41,16 @@ std::size_t editDistance(std::string_view from, std::string_view to) {
 }
 
 // The names closest to one that is missing, the closest first.
-std::vector<std::string> similarNames(const std::vector<ResolutionTableEntry>& entries,
+std::vector<std::string> SimilarNames(const std::vector<ResolutionTableEntry>& entries,
                                       const std::string& missing) {
-    const std::string wanted = lowerCase(missing);
+    const std::string wanted = LowerCase(missing);
     const std::size_t limit = std::clamp<std::size_t>(wanted.size() / 3, 1, kMaximumDistance);
     std::vector<std::pair<std::size_t, std::string>> found;
     for (const ResolutionTableEntry& entry : entries) {
         const std::string& name = entry.getName();
         // Cheap, and it keeps the rest cheap however long the missing name is.
         if (name.size() > wanted.size() + limit || wanted.size() > name.size() + limit) continue;
-        const std::size_t distance = editDistance(wanted, lowerCase(name));
+        const std::size_t distance = EditDistance(wanted, LowerCase(name));
         if (distance <= limit) found.emplace_back(distance, name);
     }
     std::stable_sort(found.begin(), found.end(),
@@ -61,10 +61,10 @@ std::vector<std::string> similarNames(const std::vector<ResolutionTableEntry>& e
     return names;
 }
 
-std::string missingNameText(const std::vector<ResolutionTableEntry>& entries,
+std::string MissingNameText(const std::vector<ResolutionTableEntry>& entries,
                             const std::string& missing) {
     std::string text = "no resolution is named '" + missing + "'";
-    const std::vector<std::string> similar = similarNames(entries, missing);
+    const std::vector<std::string> similar = SimilarNames(entries, missing);
     if (similar.empty()) return text;
     for (std::size_t i = 0; i < similar.size(); ++i) {
         const bool isLast = i + 1 == similar.size();
@@ -100,6 +100,6 @@ const ResolutionTableEntry& ResolutionTable::getResolution(const std::string& na
                                             return entries[index].getName() < wanted;
                                         });
     if (found == byName.end() || entries[*found].getName() != name)
-        throw std::runtime_error(missingNameText(entries, name));
+        throw std::runtime_error(MissingNameText(entries, name));
     return entries[*found];
 }

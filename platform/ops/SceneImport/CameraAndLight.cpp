@@ -17,7 +17,7 @@ namespace {
 
 constexpr double kDegrees = 180.0 / 3.14159265358979323846;
 
-const char* lightTypeName(aiLightSourceType type) {
+const char* LightTypeName(aiLightSourceType type) {
     switch (type) {
     case aiLightSource_DIRECTIONAL:
         return "directional";
@@ -33,11 +33,11 @@ const char* lightTypeName(aiLightSourceType type) {
 }
 
 // Rounded to the precision that Assimp has, 40 degrees are 40 degrees again.
-float degrees(float radians) {
+float Degrees(float radians) {
     return static_cast<float>(radians * kDegrees);
 }
 
-FloatAttribute color3(const std::array<float, 3>& color) {
+FloatAttribute Color3(const std::array<float, 3>& color) {
     return FloatAttribute(color.data(), 3, 3);
 }
 
@@ -55,21 +55,21 @@ ImportedCamera FromAssimp(const aiCamera& source) {
     camera.farClip = source.mClipPlaneFar;
     camera.aspect = source.mAspect;
     camera.orthographicWidth = 2.0 * source.mOrthographicWidth;
-    if (!(camera.orthographicWidth > 0.0)) camera.fieldOfView = degrees(source.mHorizontalFOV);
+    if (!(camera.orthographicWidth > 0.0)) camera.fieldOfView = Degrees(source.mHorizontalFOV);
     camera.aim = AimMatrix(source.mPosition, source.mLookAt, source.mUp);
     return camera;
 }
 
 ImportedLight FromAssimp(const aiLight& source) {
     ImportedLight light;
-    light.type = lightTypeName(source.mType);
+    light.type = LightTypeName(source.mType);
     const bool isAmbient = source.mType == aiLightSource_AMBIENT;
     const aiColor3D& color = isAmbient ? source.mColorAmbient : source.mColorDiffuse;
     light.setColor(color.r, color.g, color.b);
     light.decay = {source.mAttenuationConstant, source.mAttenuationLinear,
                    source.mAttenuationQuadratic};
-    light.coneInner = degrees(source.mAngleInnerCone);
-    light.coneOuter = degrees(source.mAngleOuterCone);
+    light.coneInner = Degrees(source.mAngleInnerCone);
+    light.coneOuter = Degrees(source.mAngleOuterCone);
     light.size = {source.mSize.x, source.mSize.y};
     const bool isAimless = isAmbient || source.mType == aiLightSource_POINT;
     light.aim = isAimless ? AimMatrix(source.mPosition, {}, {})
@@ -97,9 +97,9 @@ GroupAttribute CameraGeometry(const ImportedCamera& camera) {
 GroupAttribute LightParameters(const ImportedLight& light) {
     GroupBuilder parameters;
     parameters.set("type", StringAttribute(light.type));
-    parameters.set("color", color3(light.color));
+    parameters.set("color", Color3(light.color));
     parameters.set("intensity", FloatAttribute(light.intensity));
-    parameters.set("decay", color3(light.decay));
+    parameters.set("decay", Color3(light.decay));
     if (light.type == "spot") {
         parameters.set("coneInner", FloatAttribute(light.coneInner));
         parameters.set("coneOuter", FloatAttribute(light.coneOuter));
@@ -119,7 +119,7 @@ GroupAttribute LightNetwork(const ImportedLight& light) {
     network.set("nodes.light.name", StringAttribute("light"));
     network.set("nodes.light.type", StringAttribute(light.type + "_light"));
     network.set("nodes.light.parameters", parameters.build());
-    network.set("parameters.color", color3(light.color));
+    network.set("parameters.color", Color3(light.color));
     network.set("parameters.intensity", FloatAttribute(light.intensity));
     network.set("interface.color.src", StringAttribute("light.color"));
     network.set("interface.intensity.src", StringAttribute("light.intensity"));

@@ -20,7 +20,7 @@ constexpr int kLevelsBesideNodes = 100;
 
 constexpr std::string_view kSpace = " \t\r\n";
 
-[[noreturn]] void fail(const std::string& what) {
+[[noreturn]] void Fail(const std::string& what) {
     throw std::runtime_error("damaged Collada: " + what);
 }
 
@@ -95,20 +95,20 @@ private:
     std::string_view rest;
 };
 
-std::string_view trimmed(std::string_view text) {
+std::string_view Trimmed(std::string_view text) {
     const std::size_t first = text.find_first_not_of(kSpace);
     if (first == std::string_view::npos) return {};
     return text.substr(first, text.find_last_not_of(kSpace) - first + 1);
 }
 
 // Empty when there is no such attribute.
-std::string_view attributeOf(const Tag& tag, std::string_view name) {
+std::string_view AttributeOf(const Tag& tag, std::string_view name) {
     std::string_view rest = tag.attributes;
     for (;;) {
         const std::size_t equals = rest.find('=');
         if (equals == std::string_view::npos) return {};
-        const std::string_view found = trimmed(rest.substr(0, equals));
-        rest = trimmed(rest.substr(equals + 1));
+        const std::string_view found = Trimmed(rest.substr(0, equals));
+        rest = Trimmed(rest.substr(equals + 1));
         if (rest.empty() || (rest[0] != '"' && rest[0] != '\'')) return {};
         const std::size_t end = rest.find(rest[0], 1);
         if (end == std::string_view::npos) return {};
@@ -117,33 +117,33 @@ std::string_view attributeOf(const Tag& tag, std::string_view name) {
     }
 }
 
-std::uint64_t numberOf(const Tag& tag, std::string_view name, std::uint32_t absent) {
-    const std::string_view text = trimmed(attributeOf(tag, name));
+std::uint64_t NumberOf(const Tag& tag, std::string_view name, std::uint32_t absent) {
+    const std::string_view text = Trimmed(AttributeOf(tag, name));
     if (text.empty()) return absent;
     std::uint32_t number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size())
-        fail("the " + std::string(name) + " of <" + std::string(tag.name) + "> is no number");
+        Fail("the " + std::string(name) + " of <" + std::string(tag.name) + "> is no number");
     return number;
 }
 
-bool endsWith(std::string_view text, std::string_view end) {
+bool EndsWith(std::string_view text, std::string_view end) {
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
 // Assimp waits forever for a digit in these.
-bool isIndexList(std::string_view name) {
+bool IsIndexList(std::string_view name) {
     return name == "p" || name == "h" || name == "v" || name == "vcount";
 }
 
-bool isPrimitive(std::string_view name) {
+bool IsPrimitive(std::string_view name) {
     for (const std::string_view primitive :
          {"lines", "linestrips", "polygons", "polylist", "triangles", "trifans", "tristrips"})
         if (name == primitive) return true;
     return false;
 }
 
-bool holdsIndices(const TagReader& reader) {
+bool HoldsIndices(const TagReader& reader) {
     return reader.text().find_first_not_of("0123456789+- \t\r\n") == std::string_view::npos &&
            !reader.isMarkupNext();
 }
@@ -189,8 +189,8 @@ struct Faces {
     bool hasSides = false;        // <vcount>, before the first list
 };
 
-std::string_view reference(const Tag& tag, std::string_view attribute = "source") {
-    std::string_view id = attributeOf(tag, attribute);
+std::string_view Reference(const Tag& tag, std::string_view attribute = "source") {
+    std::string_view id = AttributeOf(tag, attribute);
     id.remove_prefix(id.substr(0, 1) == "#" ? 1 : 0);
     return id;
 }
@@ -240,8 +240,8 @@ private:
 
 // How many there are of what takes a byte each at least: Assimp makes room for them.
 std::uint64_t Checker::countOf(const Tag& tag) const {
-    const std::uint64_t count = numberOf(tag, "count", 0);
-    if (count > fileSize) fail("the count of <" + std::string(tag.name) + "> is too large");
+    const std::uint64_t count = NumberOf(tag, "count", 0);
+    if (count > fileSize) Fail("the count of <" + std::string(tag.name) + "> is too large");
     return count;
 }
 
@@ -249,28 +249,28 @@ std::uint64_t Checker::countOf(const Tag& tag) const {
 void Checker::addArray(const Tag& tag) {
     const bool isText = tag.name == "Name_array" || tag.name == "IDREF_array";
     const Array array = {countOf(tag), isText};
-    Array& known = arrays.emplace(attributeOf(tag, "id"), array).first->second;
-    if (known.isText != isText) fail("two arrays share an id");
+    Array& known = arrays.emplace(AttributeOf(tag, "id"), array).first->second;
+    if (known.isText != isText) Fail("two arrays share an id");
     known.length = std::min(known.length, array.length);
 }
 
 void Checker::addAccessor(const Tag& tag) {
-    const Accessor accessor = {reference(tag), countOf(tag), numberOf(tag, "offset", 0),
-                               numberOf(tag, "stride", 1), 0};
+    const Accessor accessor = {Reference(tag), countOf(tag), NumberOf(tag, "offset", 0),
+                               NumberOf(tag, "stride", 1), 0};
     const auto [place, isNew] = accessors.emplace(source, accessor);
-    if (!isNew) fail("the source \"" + std::string(source) + "\" has two accessors");
+    if (!isNew) Fail("the source \"" + std::string(source) + "\" has two accessors");
     openAccessor = tag.isEmpty ? nullptr : &place->second;
 }
 
 void Checker::addInput(const Tag& tag) {
-    const Input input = {attributeOf(tag, "semantic"), reference(tag), numberOf(tag, "offset", 0)};
+    const Input input = {AttributeOf(tag, "semantic"), Reference(tag), NumberOf(tag, "offset", 0)};
     inputs.push_back(input);
     if (input.semantic == "POSITION") positions[geometry] = input.source;
     if (inTable) tables.back().inputs.push_back(input);
 }
 
 void Checker::addNode(const Tag& tag) {
-    std::string_view id = attributeOf(tag, "id");
+    std::string_view id = AttributeOf(tag, "id");
     if (id.empty()) id = madeUpNames.emplace_back("\n" + std::to_string(madeUpNames.size()));
     if (!openNodes.empty()) graph.connect(openNodes.back(), id);
     if (!tag.isEmpty) openNodes.push_back(id);
@@ -283,7 +283,7 @@ void Checker::readFaces(const Tag& tag, const TagReader& reader) {
         faces.hasSides = faces.hasSides || faces.lists == 0;
     else if (tag.name == "p") {
         ++faces.lists;
-        if (tag.isEmpty || trimmed(reader.text()).empty()) ++faces.emptyLists;
+        if (tag.isEmpty || Trimmed(reader.text()).empty()) ++faces.emptyLists;
     }
     if (tag.isEmpty && tag.name == faces.kind) checkFaces();
 }
@@ -293,14 +293,14 @@ void Checker::checkFaces() const {
     const bool isOneListEach = faces.kind == "polygons";
     if (isOneListEach ? faces.lists != faces.count || faces.emptyLists > 0
                       : faces.count > 0 && faces.lists != 1)
-        fail("<" + std::string(faces.kind) + "> has more or fewer faces than its count");
+        Fail("<" + std::string(faces.kind) + "> has more or fewer faces than its count");
     if (faces.kind == "polylist" && faces.count > 0 && !faces.hasSides)
-        fail("<polylist> does not say how many sides its faces have");
+        Fail("<polylist> does not say how many sides its faces have");
 }
 
 void Checker::open(const Tag& tag, const TagReader& reader) {
     if (tag.name == "source")
-        source = attributeOf(tag, "id");
+        source = AttributeOf(tag, "id");
     else if (tag.name == "accessor")
         addAccessor(tag);
     else if (tag.name == "param" && openAccessor)
@@ -310,21 +310,21 @@ void Checker::open(const Tag& tag, const TagReader& reader) {
     else if (tag.name == "node")
         addNode(tag);
     else if (tag.name == "instance_node" && !openNodes.empty())
-        graph.connect(openNodes.back(), reference(tag, "url"));
+        graph.connect(openNodes.back(), Reference(tag, "url"));
     else if (tag.name == "geometry")
-        geometry = attributeOf(tag, "id");
+        geometry = AttributeOf(tag, "id");
     else if (tag.name == "skin")
-        skinned = reference(tag);
+        skinned = Reference(tag);
     else if (tag.name == "sampler")
         tables.emplace_back();
     else if (tag.name == "vertex_weights")
         tables.push_back({{}, {}, skinned, countOf(tag)});
-    else if (endsWith(tag.name, "_array"))
+    else if (EndsWith(tag.name, "_array"))
         addArray(tag);
-    else if (isPrimitive(tag.name))
+    else if (IsPrimitive(tag.name))
         countOf(tag);
-    else if (!tag.isEmpty && isIndexList(tag.name) && !holdsIndices(reader))
-        fail("<" + std::string(tag.name) + "> holds something other than numbers");
+    else if (!tag.isEmpty && IsIndexList(tag.name) && !HoldsIndices(reader))
+        Fail("<" + std::string(tag.name) + "> holds something other than numbers");
     inTable = tag.name == "sampler" || tag.name == "vertex_weights" || inTable;
     if (inTable && tag.name == "v") tables.back().indices = reader.text();
 }
@@ -339,7 +339,7 @@ void Checker::read(const Tag& tag, const TagReader& reader) {
         return;
     }
     if (!tag.isEmpty && ++depth > maxDepth + kLevelsBesideNodes)
-        fail("elements are nested too deep");
+        Fail("elements are nested too deep");
     open(tag, reader);
     readFaces(tag, reader);
 }
@@ -353,7 +353,7 @@ const Accessor* Checker::accessorOf(std::string_view id) const {
 void Checker::checkAccessor(const Accessor& accessor) const {
     const auto array = arrays.find(accessor.array);
     if (array != arrays.end() && accessor.reach() > array->second.length)
-        fail("an accessor goes beyond its array \"" + std::string(accessor.array) + "\"");
+        Fail("an accessor goes beyond its array \"" + std::string(accessor.array) + "\"");
 }
 
 void Checker::checkInput(const Input& input) const {
@@ -364,7 +364,7 @@ void Checker::checkInput(const Input& input) const {
         return;
     const bool wantsText = input.semantic == "JOINT" || input.semantic == "MORPH_TARGET";
     if (array->second.isText != wantsText)
-        fail("\"" + std::string(input.source) + "\" is of the wrong kind for " +
+        Fail("\"" + std::string(input.source) + "\" is of the wrong kind for " +
              std::string(input.semantic));
 }
 
@@ -378,7 +378,7 @@ void Checker::checkLengths(const Table& sampler) const {
     for (const Input& input : sampler.inputs)
         if (const Accessor* accessor = accessorOf(input.source);
             accessor && accessor->count < times)
-            fail("\"" + std::string(input.source) + "\" is shorter than its times");
+            Fail("\"" + std::string(input.source) + "\" is shorter than its times");
 }
 
 // <v> holds one index for each input in turn.
@@ -388,16 +388,16 @@ void Checker::checkIndices(const Table& weights) const {
         width = std::max(width, input.offset + 1);
     std::uint64_t column = 0;
     std::string_view rest = weights.indices;
-    while (!(rest = trimmed(rest)).empty()) {
+    while (!(rest = Trimmed(rest)).empty()) {
         std::int64_t index = 0;
         const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), index);
-        if (error != std::errc()) fail("a weight's index is no number");
+        if (error != std::errc()) Fail("a weight's index is no number");
         rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
         for (const Input& input : weights.inputs)
             if (const Accessor* accessor = accessorOf(input.source);
                 accessor && input.offset == column &&
                 index >= static_cast<std::int64_t>(accessor->count))
-                fail("a weight refers to nothing");
+                Fail("a weight refers to nothing");
         column = (column + 1) % width;
     }
 }
@@ -407,7 +407,7 @@ void Checker::checkCount(const Table& weights) const {
     const auto position = positions.find(weights.geometry);
     const Accessor* points = position == positions.end() ? nullptr : accessorOf(position->second);
     if (points && weights.count < points->count)
-        fail("some points of \"" + std::string(weights.geometry) + "\" have no weights");
+        Fail("some points of \"" + std::string(weights.geometry) + "\" have no weights");
 }
 
 void Checker::check() const {

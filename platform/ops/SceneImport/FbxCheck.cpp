@@ -25,7 +25,7 @@ constexpr int kMaxRecordDepth = 200;
 constexpr std::string_view kBinaryMagic("Kaydara FBX Binary  \0", 21);
 constexpr std::size_t kBinaryStart = 27; // behind the magic, two bytes and the version
 
-[[noreturn]] void fail(const std::string& what) {
+[[noreturn]] void Fail(const std::string& what) {
     throw std::runtime_error("damaged FBX: " + what);
 }
 
@@ -91,35 +91,35 @@ private:
 };
 
 // Model: identity, ...
-void readTextModel(TokenReader& reader, Objects& objects) {
+void ReadTextModel(TokenReader& reader, Objects& objects) {
     if (reader.next() == ":") objects.models.insert(reader.next());
 }
 
 // *length { a: numbers }. Assimp makes room for as many before it looks at the first one.
-void readTextLength(TokenReader& reader, std::size_t fileSize) {
+void ReadTextLength(TokenReader& reader, std::size_t fileSize) {
     const std::string_view text = reader.next();
     std::uint64_t length = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
     if (error == std::errc::result_out_of_range || length > fileSize)
-        fail("an array claims to hold more than the file");
+        Fail("an array claims to hold more than the file");
 }
 
 // C: "OO",child,parent
-void readTextConnection(TokenReader& reader, Objects& objects) {
+void ReadTextConnection(TokenReader& reader, Objects& objects) {
     if (reader.next() != ":" || reader.next() != "\"OO\"" || reader.next() != ",") return;
     const std::string_view child = reader.next();
     if (reader.next() == ",") objects.connections.push_back({child, reader.next()});
 }
 
-void readText(std::string_view content, Objects& objects) {
+void ReadText(std::string_view content, Objects& objects) {
     TokenReader reader(content);
     int depth = 0;
     for (std::string_view token; !(token = reader.next()).empty();) {
-        if (token == "{" && ++depth > kMaxRecordDepth) fail("records are nested too deep");
+        if (token == "{" && ++depth > kMaxRecordDepth) Fail("records are nested too deep");
         if (token == "}") --depth;
-        if (token == "*") readTextLength(reader, content.size());
-        if (token == "Model") readTextModel(reader, objects);
-        if (token == "C") readTextConnection(reader, objects);
+        if (token == "*") ReadTextLength(reader, content.size());
+        if (token == "Model") ReadTextModel(reader, objects);
+        if (token == "C") ReadTextConnection(reader, objects);
     }
 }
 
@@ -127,7 +127,7 @@ void readText(std::string_view content, Objects& objects) {
 constexpr std::uint64_t kMaxDeflation = 1032;
 
 // How many bytes a property of this type takes, or each number of one that is an array.
-std::uint64_t bytesOfType(char type) {
+std::uint64_t BytesOfType(char type) {
     switch (type) {
     case 'B':
     case 'C':
@@ -147,7 +147,7 @@ std::uint64_t bytesOfType(char type) {
     case 'l':
         return 8;
     default:
-        fail("a property of an unknown type");
+        Fail("a property of an unknown type");
     }
 }
 
@@ -162,9 +162,9 @@ public:
             if (type == 'S' || type == 'R')
                 take(number());
             else if (type >= 'a')
-                checkArray(bytesOfType(type));
+                checkArray(BytesOfType(type));
             else
-                take(bytesOfType(type));
+                take(BytesOfType(type));
         }
     }
 
@@ -178,7 +178,7 @@ private:
         take(bytesHere);
         if (bytes > bytesHere * (isDeflated ? kMaxDeflation : 1) ||
             bytes > std::numeric_limits<std::uint32_t>::max())
-            fail("an array claims to hold more than the file");
+            Fail("an array claims to hold more than the file");
     }
 
     std::uint64_t number() {
@@ -188,7 +188,7 @@ private:
     }
 
     std::string_view take(std::uint64_t size) {
-        if (size > rest.size()) fail("a property does not fit its record");
+        if (size > rest.size()) Fail("a property does not fit its record");
         const std::string_view taken = rest.substr(0, size);
         rest.remove_prefix(size);
         return taken;
@@ -218,16 +218,16 @@ public:
                 continue;
             }
             if (!ends.empty() && *end > ends.back())
-                fail("a record ends behind the one that holds it");
+                Fail("a record ends behind the one that holds it");
             ends.push_back(*end);
-            if (ends.size() > kMaxRecordDepth) fail("records are nested too deep");
+            if (ends.size() > kMaxRecordDepth) Fail("records are nested too deep");
         }
     }
 
 private:
     std::uint64_t number(std::size_t& at) const {
         const std::size_t width = version >= 7500 ? 8 : 4;
-        if (content.size() - at < width) fail("it ends inside a record");
+        if (content.size() - at < width) Fail("it ends inside a record");
         std::uint64_t value = 0;
         std::memcpy(&value, content.data() + at, width); // little-endian machines only
         at += width;
@@ -243,11 +243,11 @@ private:
         const std::uint64_t propertyBytes = number(at);
         if (end == 0) return std::nullopt;
         if (end <= start || end > content.size() || at >= end)
-            fail("a record ends outside the file");
+            Fail("a record ends outside the file");
         const auto nameLength = static_cast<unsigned char>(content[at]);
         ++at;
         if (nameLength > end - at || propertyBytes > end - at - nameLength)
-            fail("a record is too short");
+            Fail("a record is too short");
         const std::string_view name = content.substr(at, nameLength);
         at += nameLength;
         const std::string_view properties = content.substr(at, propertyBytes);
@@ -282,9 +282,9 @@ private:
 void CheckFbx(std::string_view content, int maxDepth) {
     Objects objects;
     if (content.substr(0, kBinaryMagic.size()) != kBinaryMagic)
-        readText(content, objects);
+        ReadText(content, objects);
     else if (content.size() < kBinaryStart)
-        fail("it ends inside its header");
+        Fail("it ends inside its header");
     else
         RecordReader(content, objects).read();
     objects.check(maxDepth);

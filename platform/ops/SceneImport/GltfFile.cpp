@@ -31,32 +31,32 @@ constexpr std::uint32_t kBinaryMagic = 0x46546C67; // "glTF"
 constexpr std::uint32_t kJsonChunk = 0x4E4F534A;   // "JSON"
 constexpr std::size_t kJsonStart = 20;
 
-std::uint32_t wordAt(const std::string& content, std::size_t offset) {
+std::uint32_t WordAt(const std::string& content, std::size_t offset) {
     unsigned char bytes[4];
     std::memcpy(bytes, content.data() + offset, 4);
     return bytes[0] | bytes[1] << 8 | bytes[2] << 16 | std::uint32_t(bytes[3]) << 24;
 }
 
-void appendWord(std::string& content, std::size_t word) {
+void AppendWord(std::string& content, std::size_t word) {
     for (int shift = 0; shift < 32; shift += 8)
         content.push_back(static_cast<char>(word >> shift & 0xff));
 }
 
-bool isBinary(const std::string& content) {
-    return content.size() >= 4 && wordAt(content, 0) == kBinaryMagic;
+bool IsBinary(const std::string& content) {
+    return content.size() >= 4 && WordAt(content, 0) == kBinaryMagic;
 }
 
-std::string_view jsonText(const std::string& content) {
-    if (!isBinary(content)) return content;
-    if (content.size() < kJsonStart || wordAt(content, 16) != kJsonChunk)
+std::string_view JsonText(const std::string& content) {
+    if (!IsBinary(content)) return content;
+    if (content.size() < kJsonStart || WordAt(content, 16) != kJsonChunk)
         GltfError("the JSON chunk is missing");
-    const std::size_t length = wordAt(content, 12);
+    const std::size_t length = WordAt(content, 12);
     if (length > content.size() - kJsonStart) GltfError("the file ends inside the JSON chunk");
     return std::string_view(content).substr(kJsonStart, length);
 }
 
 // How deep brackets are nested outside strings.
-int nestingOf(std::string_view json) {
+int NestingOf(std::string_view json) {
     int depth = 0, deepest = 0;
     bool inString = false;
     for (std::size_t i = 0; i < json.size(); ++i) {
@@ -73,24 +73,24 @@ int nestingOf(std::string_view json) {
     return deepest;
 }
 
-std::string textMember(const Json* object, const char* name) {
+std::string TextMember(const Json* object, const char* name) {
     const Json* found = Member(object, name);
     return found && found->IsString() ? std::string(found->GetString(), found->GetStringLength())
                                       : std::string();
 }
 
-double numberMember(const Json* object, const char* name, double absent) {
+double NumberMember(const Json* object, const char* name, double absent) {
     const Json* found = Member(object, name);
     return found && found->IsNumber() && std::isfinite(found->GetDouble()) ? found->GetDouble()
                                                                            : absent;
 }
 
-const Json* punctualLights(const Json* owner) {
+const Json* PunctualLights(const Json* owner) {
     return Member(Member(owner, "extensions"), "KHR_lights_punctual");
 }
 
 // -1 when absent.
-int indexMember(const Json* object, const char* name, std::size_t count) {
+int IndexMember(const Json* object, const char* name, std::size_t count) {
     const Json* found = Member(object, name);
     if (!found) return -1;
     if (!found->IsUint() || found->GetUint() >= count)
@@ -98,29 +98,29 @@ int indexMember(const Json* object, const char* name, std::size_t count) {
     return static_cast<int>(found->GetUint());
 }
 
-ImportedCamera readCamera(const Json& source) {
+ImportedCamera ReadCamera(const Json& source) {
     ImportedCamera camera;
     const Json* orthographic = Member(&source, "orthographic");
     const Json* lens = orthographic ? orthographic : Member(&source, "perspective");
-    camera.nearClip = numberMember(lens, "znear", camera.nearClip);
-    camera.farClip = numberMember(lens, "zfar", kEndlessFarClip);
+    camera.nearClip = NumberMember(lens, "znear", camera.nearClip);
+    camera.farClip = NumberMember(lens, "zfar", kEndlessFarClip);
     if (orthographic) {
-        const double width = numberMember(lens, "xmag", 1.0);
-        const double height = numberMember(lens, "ymag", 1.0);
+        const double width = NumberMember(lens, "xmag", 1.0);
+        const double height = NumberMember(lens, "ymag", 1.0);
         camera.orthographicWidth = 2.0 * std::abs(width);
         camera.aspect = height != 0.0 ? std::abs(width / height) : 0.0;
         return camera;
     }
-    camera.aspect = numberMember(lens, "aspectRatio", 0.0);
-    const double halfHeight = std::tan(numberMember(lens, "yfov", 45.0 / kDegrees) / 2.0);
+    camera.aspect = NumberMember(lens, "aspectRatio", 0.0);
+    const double halfHeight = std::tan(NumberMember(lens, "yfov", 45.0 / kDegrees) / 2.0);
     const double aspect = camera.aspect > 0.0 ? camera.aspect : 1.0;
     camera.fieldOfView = 2.0 * std::atan(halfHeight * aspect) * kDegrees;
     return camera;
 }
 
-ImportedLight readLight(const Json& source) {
+ImportedLight ReadLight(const Json& source) {
     ImportedLight light;
-    const std::string type = textMember(&source, "type");
+    const std::string type = TextMember(&source, "type");
     if (type == "directional" || type == "spot")
         light.type = type;
     else
@@ -130,39 +130,39 @@ ImportedLight readLight(const Json& source) {
     for (rapidjson::SizeType i = 0; i < std::min<std::size_t>(SizeOf(color), 3); ++i)
         if ((*color)[i].IsNumber()) rgb[i] = static_cast<float>((*color)[i].GetDouble());
     light.setColor(rgb[0], rgb[1], rgb[2]);
-    light.intensity *= static_cast<float>(numberMember(&source, "intensity", 1.0));
-    light.range = static_cast<float>(numberMember(&source, "range", 0.0));
+    light.intensity *= static_cast<float>(NumberMember(&source, "intensity", 1.0));
+    light.range = static_cast<float>(NumberMember(&source, "range", 0.0));
     if (light.type == "spot") {
         light.decay = {0, 0, 1};
         const Json* spot = Member(&source, "spot");
         // The file holds the angles between axis and cone.
-        const double inner = numberMember(spot, "innerConeAngle", 0.0);
-        const double outer = numberMember(spot, "outerConeAngle", 45.0 / kDegrees);
+        const double inner = NumberMember(spot, "innerConeAngle", 0.0);
+        const double outer = NumberMember(spot, "outerConeAngle", 45.0 / kDegrees);
         light.coneInner = static_cast<float>(2.0 * inner * kDegrees);
         light.coneOuter = static_cast<float>(2.0 * outer * kDegrees);
     }
     return light;
 }
 
-std::vector<GltfFile::Node> readNodes(const Json& nodes, const GltfFile& file) {
+std::vector<GltfFile::Node> ReadNodes(const Json& nodes, const GltfFile& file) {
     std::vector<GltfFile::Node> result;
     for (const Json& node : nodes.GetArray()) {
         if (!node.IsObject()) GltfError("a node is no object");
-        result.push_back({textMember(&node, "name"),
-                          indexMember(&node, "camera", file.cameras.size()),
-                          indexMember(punctualLights(&node), "light", file.lights.size())});
+        result.push_back({TextMember(&node, "name"),
+                          IndexMember(&node, "camera", file.cameras.size()),
+                          IndexMember(PunctualLights(&node), "light", file.lights.size())});
     }
     return result;
 }
 
-void nameNodesByIndex(Json& nodes, rapidjson::Document::AllocatorType& allocator) {
+void NameNodesByIndex(Json& nodes, rapidjson::Document::AllocatorType& allocator) {
     for (rapidjson::SizeType i = 0; i < nodes.Size(); ++i) {
         nodes[i].RemoveMember("name");
         nodes[i].AddMember("name", Json(std::to_string(i).c_str(), allocator), allocator);
     }
 }
 
-void removeFromAll(Json& owner, const char* list, const char* name) {
+void RemoveFromAll(Json& owner, const char* list, const char* name) {
     const auto found = owner.FindMember(list);
     if (found == owner.MemberEnd()) return;
     for (Json& item : found->value.GetArray())
@@ -170,29 +170,29 @@ void removeFromAll(Json& owner, const char* list, const char* name) {
 }
 
 // Skins and shapes to blend to are not imported, and Assimp does not survive all that are legal.
-void dropUnused(Json& document) {
+void DropUnused(Json& document) {
     document.RemoveMember("skins");
-    removeFromAll(document, "nodes", "skin");
+    RemoveFromAll(document, "nodes", "skin");
     const auto meshes = document.FindMember("meshes");
     if (meshes == document.MemberEnd()) return;
     for (Json& mesh : meshes->value.GetArray())
-        removeFromAll(mesh, "primitives", "targets");
+        RemoveFromAll(mesh, "primitives", "targets");
 }
 
 // The file with another JSON text.
-std::string withJson(const std::string& content, std::string json) {
-    if (!isBinary(content)) return json;
+std::string WithJson(const std::string& content, std::string json) {
+    if (!IsBinary(content)) return json;
     json.append((4 - json.size() % 4) % 4, ' ');
-    const std::size_t restStart = kJsonStart + wordAt(content, 12);
+    const std::size_t restStart = kJsonStart + WordAt(content, 12);
     const std::size_t restLength = content.size() - restStart;
     if (kJsonStart + json.size() + restLength > UINT32_MAX) GltfError("it is too large");
     std::string result;
     result.reserve(kJsonStart + json.size() + restLength);
-    appendWord(result, kBinaryMagic);
-    appendWord(result, wordAt(content, 4));
-    appendWord(result, kJsonStart + json.size() + restLength);
-    appendWord(result, json.size());
-    appendWord(result, kJsonChunk);
+    AppendWord(result, kBinaryMagic);
+    AppendWord(result, WordAt(content, 4));
+    AppendWord(result, kJsonStart + json.size() + restLength);
+    AppendWord(result, json.size());
+    AppendWord(result, kJsonChunk);
     return result.append(json).append(content, restStart, restLength);
 }
 
@@ -208,9 +208,9 @@ const GltfFile::Node* GltfFile::findNode(const std::string& assimpName) const {
 }
 
 std::optional<GltfFile> ReadGltf(const std::string& content, int maxDepth) {
-    if (isBinary(content) && content.size() >= 8 && wordAt(content, 4) != 2) return std::nullopt;
-    const std::string_view json = jsonText(content);
-    if (nestingOf(json) > kMaxJsonDepth)
+    if (IsBinary(content) && content.size() >= 8 && WordAt(content, 4) != 2) return std::nullopt;
+    const std::string_view json = JsonText(content);
+    if (NestingOf(json) > kMaxJsonDepth)
         GltfError("its JSON is nested deeper than " + std::to_string(kMaxJsonDepth));
 
     rapidjson::Document document;
@@ -220,26 +220,26 @@ std::optional<GltfFile> ReadGltf(const std::string& content, int maxDepth) {
         GltfError(std::string(rapidjson::GetParseError_En(document.GetParseError())) + " At byte " +
                   std::to_string(document.GetErrorOffset()) + ".");
     if (!document.IsObject()) GltfError("its JSON is no object");
-    if (textMember(Member(&document, "asset"), "version").substr(0, 1) != "2") return std::nullopt;
+    if (TextMember(Member(&document, "asset"), "version").substr(0, 1) != "2") return std::nullopt;
 
     CheckGltf(document, maxDepth);
 
     GltfFile file;
     const Json* cameras = ArrayMember(&document, "cameras");
     for (rapidjson::SizeType i = 0; i < SizeOf(cameras); ++i)
-        file.cameras.push_back(readCamera((*cameras)[i]));
-    const Json* lights = ArrayMember(punctualLights(&document), "lights");
+        file.cameras.push_back(ReadCamera((*cameras)[i]));
+    const Json* lights = ArrayMember(PunctualLights(&document), "lights");
     for (rapidjson::SizeType i = 0; i < SizeOf(lights); ++i)
-        file.lights.push_back(readLight((*lights)[i]));
-    dropUnused(document);
+        file.lights.push_back(ReadLight((*lights)[i]));
+    DropUnused(document);
     if (const auto nodes = document.FindMember("nodes"); nodes != document.MemberEnd()) {
-        file.nodes = readNodes(nodes->value, file);
-        nameNodesByIndex(nodes->value, document.GetAllocator());
+        file.nodes = ReadNodes(nodes->value, file);
+        NameNodesByIndex(nodes->value, document.GetAllocator());
     }
     rapidjson::StringBuffer text;
     rapidjson::Writer<rapidjson::StringBuffer> writer(text);
     document.Accept(writer);
-    file.renamed = withJson(content, std::string(text.GetString(), text.GetSize()));
+    file.renamed = WithJson(content, std::string(text.GetString(), text.GetSize()));
     return file;
 }
 

@@ -39,18 +39,18 @@ constexpr const char* kLists[] = {"accessors", "animations", "buffers", "bufferV
                                   "images",    "materials",  "meshes",  "nodes",       "samplers",
                                   "scenes",    "skins",      "textures"};
 
-void checkObjects(const Json* owner, const char* list) {
+void CheckObjects(const Json* owner, const char* list) {
     const Json* items = ArrayMember(owner, list);
     for (rapidjson::SizeType i = 0; i < SizeOf(items); ++i)
         if (!(*items)[i].IsObject())
             GltfError(std::string("an item of \"") + list + "\" is no object");
 }
 
-bool isIndex(const Json* value, rapidjson::SizeType count) {
+bool IsIndex(const Json* value, rapidjson::SizeType count) {
     return value && value->IsUint() && value->GetUint() < count;
 }
 
-void checkAccessor(const Json& accessor, rapidjson::SizeType numberOfViews) {
+void CheckAccessor(const Json& accessor, rapidjson::SizeType numberOfViews) {
     const Json* count = Member(&accessor, "count");
     if (!count || !count->IsUint()) GltfError("an accessor has no count");
     if (!Member(&accessor, "bufferView") && count->GetUint() > kMostZeros)
@@ -61,23 +61,23 @@ void checkAccessor(const Json& accessor, rapidjson::SizeType numberOfViews) {
     const Json* indices = Member(sparse, "indices");
     const Json* type = Member(indices, "componentType");
     if (!changes || !changes->IsUint() || changes->GetUint() > count->GetUint() || !type ||
-        !type->IsUint() || !isIndex(Member(indices, "bufferView"), numberOfViews) ||
-        !isIndex(Member(Member(sparse, "values"), "bufferView"), numberOfViews))
+        !type->IsUint() || !IsIndex(Member(indices, "bufferView"), numberOfViews) ||
+        !IsIndex(Member(Member(sparse, "values"), "bufferView"), numberOfViews))
         GltfError("a sparse accessor is incomplete");
 }
 
-void checkAccessors(const Json& document) {
+void CheckAccessors(const Json& document) {
     const Json* accessors = ArrayMember(&document, "accessors");
     const auto numberOfViews = SizeOf(ArrayMember(&document, "bufferViews"));
     for (rapidjson::SizeType i = 0; i < SizeOf(accessors); ++i)
-        checkAccessor((*accessors)[i], numberOfViews);
+        CheckAccessor((*accessors)[i], numberOfViews);
 }
 
 // Assimp takes the times of an animation for floats whatever they are, and numbers that are smaller
 // leave bytes of its memory as they happen to be.
-void checkTimes(const Json& sampler, const Json* accessors) {
+void CheckTimes(const Json& sampler, const Json* accessors) {
     const Json* input = Member(&sampler, "input");
-    if (!isIndex(input, SizeOf(accessors))) return; // Assimp says so, or passes it over
+    if (!IsIndex(input, SizeOf(accessors))) return; // Assimp says so, or passes it over
     const Json& times = (*accessors)[input->GetUint()];
     const Json* componentType = Member(&times, "componentType");
     const Json* type = Member(&times, "type");
@@ -86,19 +86,19 @@ void checkTimes(const Json& sampler, const Json* accessors) {
         GltfError("the times of an animation are no floats");
 }
 
-void checkAnimations(const Json& document) {
+void CheckAnimations(const Json& document) {
     const Json* accessors = ArrayMember(&document, "accessors");
     const Json* animations = ArrayMember(&document, "animations");
     for (rapidjson::SizeType i = 0; i < SizeOf(animations); ++i) {
-        checkObjects(&(*animations)[i], "samplers");
+        CheckObjects(&(*animations)[i], "samplers");
         const Json* samplers = ArrayMember(&(*animations)[i], "samplers");
         for (rapidjson::SizeType j = 0; j < SizeOf(samplers); ++j)
-            checkTimes((*samplers)[j], accessors);
+            CheckTimes((*samplers)[j], accessors);
     }
 }
 
 // The parent of every node, or -1. Throws unless the nodes form trees.
-std::vector<int> parentsOf(const Json& nodes) {
+std::vector<int> ParentsOf(const Json& nodes) {
     std::vector<int> parents(nodes.Size(), -1);
     for (rapidjson::SizeType i = 0; i < nodes.Size(); ++i) {
         const Json* children = ArrayMember(&nodes[i], "children");
@@ -115,7 +115,7 @@ std::vector<int> parentsOf(const Json& nodes) {
     return parents;
 }
 
-void checkDepth(const std::vector<int>& parents, int maxDepth) {
+void CheckDepth(const std::vector<int>& parents, int maxDepth) {
     std::vector<int> depths(parents.size(), 0); // 0: not known yet
     for (std::size_t start = 0; start < parents.size(); ++start) {
         std::vector<int> chain; // from `start` up to a root, or to a node of known depth
@@ -132,7 +132,7 @@ void checkDepth(const std::vector<int>& parents, int maxDepth) {
     }
 }
 
-void checkPair(const Json* pair) {
+void CheckPair(const Json* pair) {
     if (pair &&
         !(pair->IsArray() && pair->Size() == 2 && (*pair)[0].IsNumber() && (*pair)[1].IsNumber()))
         GltfError("a texture transform needs pairs of numbers");
@@ -140,30 +140,30 @@ void checkPair(const Json* pair) {
 
 // Texture transforms may stand at any texture of a material. The depth of the JSON is known to
 // be small.
-void checkTextureTransforms(const Json& value) {
+void CheckTextureTransforms(const Json& value) {
     if (value.IsArray())
         for (const Json& item : value.GetArray())
-            checkTextureTransforms(item);
+            CheckTextureTransforms(item);
     if (!value.IsObject()) return;
     const Json* transform = Member(&value, "KHR_texture_transform");
-    checkPair(Member(transform, "offset"));
-    checkPair(Member(transform, "scale"));
+    CheckPair(Member(transform, "offset"));
+    CheckPair(Member(transform, "scale"));
     for (const auto& member : value.GetObject())
-        checkTextureTransforms(member.value);
+        CheckTextureTransforms(member.value);
 }
 
 } // namespace
 
 void CheckGltf(const Json& document, int maxDepth) {
     for (const char* list : kLists)
-        checkObjects(&document, list);
+        CheckObjects(&document, list);
     const Json* meshes = ArrayMember(&document, "meshes");
     for (rapidjson::SizeType i = 0; i < SizeOf(meshes); ++i)
-        checkObjects(&(*meshes)[i], "primitives");
-    checkAccessors(document);
-    checkAnimations(document);
-    if (const Json* materials = Member(&document, "materials")) checkTextureTransforms(*materials);
-    if (const Json* nodes = Member(&document, "nodes")) checkDepth(parentsOf(*nodes), maxDepth);
+        CheckObjects(&(*meshes)[i], "primitives");
+    CheckAccessors(document);
+    CheckAnimations(document);
+    if (const Json* materials = Member(&document, "materials")) CheckTextureTransforms(*materials);
+    if (const Json* nodes = Member(&document, "nodes")) CheckDepth(ParentsOf(*nodes), maxDepth);
 }
 
 } // namespace TellarSceneImport

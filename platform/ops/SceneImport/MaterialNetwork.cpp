@@ -81,39 +81,39 @@ private:
     GroupAttribute values; // parameters, when all are set
 };
 
-FloatAttribute color3(const Color& color) {
+FloatAttribute Color3(const Color& color) {
     return FloatAttribute(color.data(), 3, 3);
 }
 
-float largest(const Color& color) {
+float Largest(const Color& color) {
     return std::max({color[0], color[1], color[2], 0.0f});
 }
 
-Color scaled(const Color& color, float factor) {
+Color Scaled(const Color& color, float factor) {
     return {color[0] * factor, color[1] * factor, color[2] * factor};
 }
 
 // A highlight's exponent n as the roughness r of a microfacet lobe that looks alike:
 // r^4 = 2 / (n + 2).
-float roughnessOfExponent(float exponent) {
+float RoughnessOfExponent(float exponent) {
     return std::pow(2.0f / (std::max(exponent, 0.0f) + 2.0f), 0.25f);
 }
 
 void NetworkMaker::setColors() {
     auto base = properties.color(AI_MATKEY_BASE_COLOR);
     if (!base) base = properties.color(AI_MATKEY_COLOR_DIFFUSE);
-    parameters.set("baseColor", color3(base.value_or(Color{0.8f, 0.8f, 0.8f})));
+    parameters.set("baseColor", Color3(base.value_or(Color{0.8f, 0.8f, 0.8f})));
     const Color emission = properties.color(AI_MATKEY_COLOR_EMISSIVE).value_or(Color{});
     const float strength = properties.number(AI_MATKEY_EMISSIVE_INTENSITY).value_or(1.0f);
-    parameters.set("emission", color3(scaled(emission, strength)));
+    parameters.set("emission", Color3(Scaled(emission, strength)));
 }
 
 void NetworkMaker::setSpecular() {
     const auto color = isGltf() ? std::nullopt : properties.color(AI_MATKEY_COLOR_SPECULAR);
-    const float weight = color ? largest(*color) : 1.0f;
+    const float weight = color ? Largest(*color) : 1.0f;
     parameters.set("specular", FloatAttribute(weight));
     parameters.set("specularColor",
-                   color3(color && weight > 0.0f ? scaled(*color, 1.0f / weight) : Color{1, 1, 1}));
+                   Color3(color && weight > 0.0f ? Scaled(*color, 1.0f / weight) : Color{1, 1, 1}));
 }
 
 void NetworkMaker::setSurface() {
@@ -121,7 +121,7 @@ void NetworkMaker::setSurface() {
     parameters.set("metalness", FloatAttribute(metalness));
     auto roughness = properties.number(AI_MATKEY_ROUGHNESS_FACTOR);
     if (const auto exponent = properties.number(AI_MATKEY_SHININESS); exponent && !roughness)
-        roughness = roughnessOfExponent(*exponent);
+        roughness = RoughnessOfExponent(*exponent);
     parameters.set("roughness", FloatAttribute(roughness.value_or(0.5f)));
 
     const bool isOpaque = isGltf() && !isCutOut();
@@ -225,7 +225,7 @@ void NetworkMaker::addPackedTexture() {
     const float roughness = FloatAttribute(values.getChildByName("roughness")).getValue();
     const float metalness = FloatAttribute(values.getChildByName("metalness")).getValue();
     const std::string name = "metalnessRoughnessImage";
-    addImage(name, aiTextureType_METALNESS, false, color3({1.0f, roughness, metalness}));
+    addImage(name, aiTextureType_METALNESS, false, Color3({1.0f, roughness, metalness}));
     connect("metalness", "b", name);
     connect("roughness", "g", name);
 }

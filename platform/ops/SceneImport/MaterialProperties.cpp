@@ -8,7 +8,7 @@ namespace TellarSceneImport {
 namespace {
 
 template <typename Number>
-std::vector<float> readNumbers(const aiMaterialProperty& property) {
+std::vector<float> ReadNumbers(const aiMaterialProperty& property) {
     std::vector<float> numbers;
     for (unsigned at = 0; at + sizeof(Number) <= property.mDataLength; at += sizeof(Number)) {
         Number number;
@@ -19,9 +19,9 @@ std::vector<float> readNumbers(const aiMaterialProperty& property) {
 }
 
 // Enumerations and booleans are stored as raw bytes.
-std::vector<float> readBuffer(const aiMaterialProperty& property) {
-    return property.mDataLength % sizeof(std::int32_t) == 0 ? readNumbers<std::int32_t>(property)
-                                                            : readNumbers<std::uint8_t>(property);
+std::vector<float> ReadBuffer(const aiMaterialProperty& property) {
+    return property.mDataLength % sizeof(std::int32_t) == 0 ? ReadNumbers<std::int32_t>(property)
+                                                            : ReadNumbers<std::uint8_t>(property);
 }
 
 } // namespace
@@ -43,13 +43,13 @@ std::vector<float> MaterialProperties::numbers(const char* key, unsigned semanti
     if (!property) return {};
     switch (property->mType) {
     case aiPTI_Float:
-        return readNumbers<float>(*property);
+        return ReadNumbers<float>(*property);
     case aiPTI_Double:
-        return readNumbers<double>(*property);
+        return ReadNumbers<double>(*property);
     case aiPTI_Integer:
-        return readNumbers<std::int32_t>(*property);
+        return ReadNumbers<std::int32_t>(*property);
     case aiPTI_Buffer:
-        return readBuffer(*property);
+        return ReadBuffer(*property);
     default:
         return {};
     }

@@ -18,11 +18,11 @@ namespace {
 static_assert(sizeof(aiVector3D) == 3 * sizeof(float), "Assimp's points are copied as floats");
 static_assert(sizeof(aiColor4D) == 4 * sizeof(float), "Assimp's colours are copied as floats");
 
-FloatAttribute vectors(const aiVector3D* values, unsigned count) {
+FloatAttribute ToVectors(const aiVector3D* values, unsigned count) {
     return FloatAttribute(&values->x, std::int64_t(count) * 3, 3);
 }
 
-FloatAttribute textureCoordinates(const aiVector3D* values, unsigned count) {
+FloatAttribute ToTextureCoordinates(const aiVector3D* values, unsigned count) {
     std::vector<float> st;
     st.reserve(std::size_t(count) * 2);
     for (unsigned i = 0; i < count; ++i) {
@@ -32,7 +32,7 @@ FloatAttribute textureCoordinates(const aiVector3D* values, unsigned count) {
     return FloatAttribute(st, 2);
 }
 
-GroupAttribute perPoint(const char* inputType, const FloatAttribute& value) {
+GroupAttribute PerPoint(const char* inputType, const FloatAttribute& value) {
     GroupBuilder entry;
     entry.set("scope", StringAttribute("point"));
     entry.set("inputType", StringAttribute(inputType));
@@ -41,25 +41,25 @@ GroupAttribute perPoint(const char* inputType, const FloatAttribute& value) {
 }
 
 // "st", "st1", "st2", ...
-std::string numbered(const char* name, unsigned set) {
+std::string Numbered(const char* name, unsigned set) {
     return set == 0 ? name : name + std::to_string(set);
 }
 
-GroupAttribute arbitraryAttributes(const aiMesh& mesh) {
+GroupAttribute ArbitraryAttributes(const aiMesh& mesh) {
     GroupBuilder arbitrary;
     for (unsigned set = 0; set < mesh.GetNumUVChannels(); ++set)
         arbitrary.set(
-            numbered("st", set),
-            perPoint("point2", textureCoordinates(mesh.mTextureCoords[set], mesh.mNumVertices)));
+            Numbered("st", set),
+            PerPoint("point2", ToTextureCoordinates(mesh.mTextureCoords[set], mesh.mNumVertices)));
     for (unsigned set = 0; set < mesh.GetNumColorChannels(); ++set)
-        arbitrary.set(numbered("color", set),
-                      perPoint("color4", FloatAttribute(&mesh.mColors[set]->r,
+        arbitrary.set(Numbered("color", set),
+                      PerPoint("color4", FloatAttribute(&mesh.mColors[set]->r,
                                                         std::int64_t(mesh.mNumVertices) * 4, 4)));
     return arbitrary.isEmpty() ? GroupAttribute() : arbitrary.build();
 }
 
 // Invalid when no face is a polygon: single points and lines are no faces to us.
-GroupAttribute polygons(const aiMesh& mesh) {
+GroupAttribute Polygons(const aiMesh& mesh) {
     std::vector<std::int32_t> vertexList, startIndex = {0};
     for (unsigned i = 0; i < mesh.mNumFaces; ++i) {
         const aiFace& face = mesh.mFaces[i];
@@ -74,7 +74,7 @@ GroupAttribute polygons(const aiMesh& mesh) {
     return poly.build();
 }
 
-bool hasLines(const aiMesh& mesh) {
+bool HasLines(const aiMesh& mesh) {
     for (unsigned i = 0; i < mesh.mNumFaces; ++i)
         if (mesh.mFaces[i].mNumIndices == 2) return true;
     return false;
@@ -84,17 +84,17 @@ bool hasLines(const aiMesh& mesh) {
 
 MeshGeometry MakeMeshGeometry(const aiMesh& mesh) {
     MeshGeometry result;
-    const GroupAttribute poly = polygons(mesh);
-    if (mesh.mNumVertices == 0 || (!poly.isValid() && hasLines(mesh))) return result;
+    const GroupAttribute poly = Polygons(mesh);
+    if (mesh.mNumVertices == 0 || (!poly.isValid() && HasLines(mesh))) return result;
     result.type = poly.isValid() ? "polymesh" : "pointcloud";
     for (unsigned i = 0; i < mesh.mNumVertices; ++i)
         result.bound.add(mesh.mVertices[i].x, mesh.mVertices[i].y, mesh.mVertices[i].z);
 
     GroupBuilder geometry;
-    geometry.set("point.P", vectors(mesh.mVertices, mesh.mNumVertices));
-    if (mesh.HasNormals()) geometry.set("point.N", vectors(mesh.mNormals, mesh.mNumVertices));
+    geometry.set("point.P", ToVectors(mesh.mVertices, mesh.mNumVertices));
+    if (mesh.HasNormals()) geometry.set("point.N", ToVectors(mesh.mNormals, mesh.mNumVertices));
     geometry.set("poly", poly);
-    geometry.set("arbitrary", arbitraryAttributes(mesh));
+    geometry.set("arbitrary", ArbitraryAttributes(mesh));
     result.geometry = geometry.build();
     return result;
 }

@@ -16,11 +16,11 @@ constexpr double kLargestTurn = 5.0 * 3.14159265358979323846 / 180.0;
 // For files that do not say how long a tick is.
 constexpr double kDefaultTicksPerSecond = 25.0;
 
-aiVector3D usable(const aiVector3D& value) {
+aiVector3D Usable(const aiVector3D& value) {
     return value;
 }
 
-aiQuaternion usable(aiQuaternion value) {
+aiQuaternion Usable(aiQuaternion value) {
     const float length =
         std::sqrt(value.w * value.w + value.x * value.x + value.y * value.y + value.z * value.z);
     if (!std::isfinite(length) || length == 0.0f) return {};
@@ -28,27 +28,27 @@ aiQuaternion usable(aiQuaternion value) {
 }
 
 template <typename Keys, typename Key>
-void copyKeys(Keys& copied, const Key* keys, unsigned count, double ticksPerSecond) {
+void CopyKeys(Keys& copied, const Key* keys, unsigned count, double ticksPerSecond) {
     for (unsigned i = 0; i < count; ++i) {
         const double seconds = keys[i].mTime / ticksPerSecond;
-        if (std::isfinite(seconds)) copied.emplace_back(seconds, usable(keys[i].mValue));
+        if (std::isfinite(seconds)) copied.emplace_back(seconds, Usable(keys[i].mValue));
     }
     std::stable_sort(copied.begin(), copied.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });
 }
 
-aiVector3D interpolate(const aiVector3D& a, const aiVector3D& b, float amount) {
+aiVector3D Interpolate(const aiVector3D& a, const aiVector3D& b, float amount) {
     return a + (b - a) * amount;
 }
 
-aiQuaternion interpolate(const aiQuaternion& a, const aiQuaternion& b, float amount) {
+aiQuaternion Interpolate(const aiQuaternion& a, const aiQuaternion& b, float amount) {
     aiQuaternion result;
     aiQuaternion::Interpolate(result, a, b, amount);
     return result;
 }
 
 template <typename Track>
-auto valueAt(const Track& track, double seconds) {
+auto ValueAt(const Track& track, double seconds) {
     const auto& keys = track.keys;
     if (keys.empty()) return track.rest;
     const auto next =
@@ -58,23 +58,23 @@ auto valueAt(const Track& track, double seconds) {
     const auto& before = *(next - 1);
     if (next == keys.end() || before.first == seconds) return before.second;
     const double amount = (seconds - before.first) / (next->first - before.first);
-    return interpolate(before.second, next->second, static_cast<float>(amount));
+    return Interpolate(before.second, next->second, static_cast<float>(amount));
 }
 
 template <typename Keys>
-void addTimes(const Keys& keys, std::size_t atLeast, std::vector<double>& times) {
+void AddTimes(const Keys& keys, std::size_t atLeast, std::vector<double>& times) {
     if (keys.size() < atLeast) return;
     for (const auto& key : keys)
         times.push_back(key.first);
 }
 
-double angleBetween(const aiQuaternion& a, const aiQuaternion& b) {
+double AngleBetween(const aiQuaternion& a, const aiQuaternion& b) {
     const double cosine =
         std::abs(double(a.w) * b.w + double(a.x) * b.x + double(a.y) * b.y + double(a.z) * b.z);
     return 2.0 * std::acos(std::min(cosine, 1.0));
 }
 
-void addTimesBetween(double from, double to, double turn, std::vector<double>& times) {
+void AddTimesBetween(double from, double to, double turn, std::vector<double>& times) {
     // The small allowance keeps rounding from adding a step to a turn of 5, 10, ... degrees.
     const int steps = static_cast<int>(std::ceil(turn / kLargestTurn - 1e-3));
     for (int step = 1; step < steps; ++step)
@@ -86,14 +86,14 @@ void addTimesBetween(double from, double to, double turn, std::vector<double>& t
 NodeMotion::NodeMotion(const aiNodeAnim& channel, double ticksPerSecond, const aiNode& node) {
     if (!(ticksPerSecond > 0.0)) ticksPerSecond = kDefaultTicksPerSecond;
     node.mTransformation.Decompose(scale.rest, rotation.rest, position.rest);
-    rotation.rest = usable(rotation.rest);
-    copyKeys(position.keys, channel.mPositionKeys, channel.mNumPositionKeys, ticksPerSecond);
-    copyKeys(rotation.keys, channel.mRotationKeys, channel.mNumRotationKeys, ticksPerSecond);
-    copyKeys(scale.keys, channel.mScalingKeys, channel.mNumScalingKeys, ticksPerSecond);
+    rotation.rest = Usable(rotation.rest);
+    CopyKeys(position.keys, channel.mPositionKeys, channel.mNumPositionKeys, ticksPerSecond);
+    CopyKeys(rotation.keys, channel.mRotationKeys, channel.mNumRotationKeys, ticksPerSecond);
+    CopyKeys(scale.keys, channel.mScalingKeys, channel.mNumScalingKeys, ticksPerSecond);
 }
 
 aiMatrix4x4 NodeMotion::matrixAt(double seconds) const {
-    return {valueAt(scale, seconds), valueAt(rotation, seconds), valueAt(position, seconds)};
+    return {ValueAt(scale, seconds), ValueAt(rotation, seconds), ValueAt(position, seconds)};
 }
 
 std::vector<double> NodeMotion::sampleTimes() const {
@@ -102,9 +102,9 @@ std::vector<double> NodeMotion::sampleTimes() const {
     std::vector<double> keyTimes;
     for (const std::size_t atLeast : {2, 1}) {
         if (!keyTimes.empty()) break;
-        addTimes(position.keys, atLeast, keyTimes);
-        addTimes(rotation.keys, atLeast, keyTimes);
-        addTimes(scale.keys, atLeast, keyTimes);
+        AddTimes(position.keys, atLeast, keyTimes);
+        AddTimes(rotation.keys, atLeast, keyTimes);
+        AddTimes(scale.keys, atLeast, keyTimes);
     }
     std::sort(keyTimes.begin(), keyTimes.end());
     keyTimes.erase(std::unique(keyTimes.begin(), keyTimes.end()), keyTimes.end());
@@ -112,9 +112,9 @@ std::vector<double> NodeMotion::sampleTimes() const {
     std::vector<double> times;
     for (std::size_t i = 0; i < keyTimes.size(); ++i) {
         if (i > 0)
-            addTimesBetween(
+            AddTimesBetween(
                 keyTimes[i - 1], keyTimes[i],
-                angleBetween(valueAt(rotation, keyTimes[i - 1]), valueAt(rotation, keyTimes[i])),
+                AngleBetween(ValueAt(rotation, keyTimes[i - 1]), ValueAt(rotation, keyTimes[i])),
                 times);
         times.push_back(keyTimes[i]);
     }

@@ -11,7 +11,7 @@ constexpr std::string_view kMaterial = "newmtl";
 constexpr std::string_view kLibrary = "mtllib";
 
 // Takes a line off the text, without spaces in front and the return at its end.
-std::string_view takeLine(std::string_view& text) {
+std::string_view TakeLine(std::string_view& text) {
     const std::size_t length = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, length);
     text.remove_prefix(std::min(length + 1, text.size()));
@@ -20,7 +20,7 @@ std::string_view takeLine(std::string_view& text) {
     return line;
 }
 
-bool startsWith(std::string_view text, std::string_view start) {
+bool StartsWith(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;
 }
 
@@ -28,18 +28,18 @@ bool startsWith(std::string_view text, std::string_view start) {
 
 void CheckObj(std::string_view content, std::string_view fileName) {
     while (!content.empty()) {
-        const std::string_view line = takeLine(content);
-        if (startsWith(line, kLibrary) && line.find(fileName) != std::string_view::npos)
+        const std::string_view line = TakeLine(content);
+        if (StartsWith(line, kLibrary) && line.find(fileName) != std::string_view::npos)
             throw std::runtime_error("damaged OBJ: it names itself as its materials");
     }
 }
 
 void CheckMtl(std::string_view content) {
     while (!content.empty()) {
-        const std::string_view line = takeLine(content);
-        if (startsWith(line, kMaterial)) return;
+        const std::string_view line = TakeLine(content);
+        if (StartsWith(line, kMaterial)) return;
         // A return within a comment ends a line for some readers.
-        const bool isComment = startsWith(line, "#") && line.find('\r') == std::string_view::npos;
+        const bool isComment = StartsWith(line, "#") && line.find('\r') == std::string_view::npos;
         if (!line.empty() && !isComment)
             throw std::runtime_error("damaged MTL: something stands before the first material");
     }

@@ -8,16 +8,16 @@
 
 namespace {
 
-const void* getSuite() {
+const void* GetSuite() {
     static const OxOpTypePluginSuite_v1 suite = {TellarSceneImport::SceneImportOpType};
     return &suite;
 }
 
-int setHost(OxPluginHost*) {
+int SetHost(OxPluginHost*) {
     return 0;
 }
 
-void flush() {
+void Flush() {
     TellarSceneImport::DropUnusedSceneFiles();
 }
 
@@ -27,9 +27,9 @@ const OxPluginRecord_v1 kRecord = {OX_PLUGIN_RECORD_VERSION,
                                    1,
                                    1,
                                    0,
-                                   getSuite,
-                                   setHost,
-                                   flush};
+                                   GetSuite,
+                                   SetHost,
+                                   Flush};
 
 } // namespace
 

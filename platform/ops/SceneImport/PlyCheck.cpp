@@ -27,42 +27,42 @@ struct Element {
 
 enum class Format { Text, LittleEndian, BigEndian };
 
-[[noreturn]] void fail(const std::string& what) {
+[[noreturn]] void Fail(const std::string& what) {
     throw std::runtime_error("damaged PLY: " + what);
 }
 
 // What is quoted of a file is kept short.
-std::string quoted(std::string_view text) {
+std::string Quoted(std::string_view text) {
     return "\"" + std::string(text.substr(0, 40)) + "\"";
 }
 
-[[noreturn]] void failTooShort() {
-    fail("the file is shorter than its header says");
+[[noreturn]] void FailTooShort() {
+    Fail("the file is shorter than its header says");
 }
 
-std::size_t bytesOfType(std::string_view type) {
+std::size_t BytesOfType(std::string_view type) {
     static const auto* sizes = new std::map<std::string_view, std::size_t>{
         {"char", 1},  {"uchar", 1},  {"int8", 1},    {"uint8", 1},  {"short", 2}, {"ushort", 2},
         {"int16", 2}, {"uint16", 2}, {"int", 4},     {"uint", 4},   {"int32", 4}, {"uint32", 4},
         {"float", 4}, {"double", 8}, {"float32", 4}, {"float64", 8}};
     const auto found = sizes->find(type);
-    if (found == sizes->end()) fail("unknown type " + quoted(type));
+    if (found == sizes->end()) Fail("unknown type " + Quoted(type));
     return found->second;
 }
 
 // Takes a word off the text; empty at its end.
-std::string_view takeWord(std::string_view& text) {
+std::string_view TakeWord(std::string_view& text) {
     text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
     const std::string_view word = text.substr(0, text.find_first_of(kSpace));
     text.remove_prefix(word.size());
     return word;
 }
 
-std::uint64_t takeNumber(std::string_view& text, const char* complaint) {
-    const std::string_view word = takeWord(text);
+std::uint64_t TakeNumber(std::string_view& text, const char* complaint) {
+    const std::string_view word = TakeWord(text);
     std::uint32_t number = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    if (error != std::errc() || end != word.data() + word.size()) fail(complaint);
+    if (error != std::errc() || end != word.data() + word.size()) Fail(complaint);
     return number;
 }
 
@@ -93,14 +93,14 @@ private:
 // Without its end.
 std::string_view PlyReader::takeLine() {
     const std::size_t end = rest.find('\n');
-    if (end == std::string_view::npos) fail("the header has no end");
+    if (end == std::string_view::npos) Fail("the header has no end");
     const std::string_view line = rest.substr(0, end);
     rest.remove_prefix(end + 1);
     return line;
 }
 
 void PlyReader::readFormat(std::string_view line) {
-    const std::string_view name = takeWord(line);
+    const std::string_view name = TakeWord(line);
     if (name == "ascii")
         format = Format::Text;
     else if (name == "binary_little_endian")
@@ -108,31 +108,31 @@ void PlyReader::readFormat(std::string_view line) {
     else if (name == "binary_big_endian")
         format = Format::BigEndian;
     else
-        fail("unknown format " + quoted(name));
+        Fail("unknown format " + Quoted(name));
 }
 
 void PlyReader::readElement(std::string_view line) {
-    takeWord(line); // the name
-    elements.push_back({takeNumber(line, "an element without a count"), {}});
+    TakeWord(line); // the name
+    elements.push_back({TakeNumber(line, "an element without a count"), {}});
 }
 
 void PlyReader::readProperty(std::string_view line) {
-    if (elements.empty()) fail("a property that belongs to nothing");
+    if (elements.empty()) Fail("a property that belongs to nothing");
     Property property;
-    std::string_view type = takeWord(line);
+    std::string_view type = TakeWord(line);
     if (type == "list") {
-        const std::string_view lengthType = takeWord(line);
-        if (lengthType == "float" || lengthType == "double") fail("a list's length is no integer");
-        property.lengthBytes = bytesOfType(lengthType);
-        type = takeWord(line);
+        const std::string_view lengthType = TakeWord(line);
+        if (lengthType == "float" || lengthType == "double") Fail("a list's length is no integer");
+        property.lengthBytes = BytesOfType(lengthType);
+        type = TakeWord(line);
     }
-    property.bytes = bytesOfType(type);
+    property.bytes = BytesOfType(type);
     elements.back().properties.push_back(property);
 }
 
 // False at the line that ends the header.
 bool PlyReader::readHeaderLine(std::string_view line) {
-    const std::string_view word = takeWord(line);
+    const std::string_view word = TakeWord(line);
     if (word == "format")
         readFormat(line);
     else if (word == "element")
@@ -140,14 +140,14 @@ bool PlyReader::readHeaderLine(std::string_view line) {
     else if (word == "property")
         readProperty(line);
     else if (!word.empty() && word != "comment" && word != "obj_info" && word != "end_header")
-        fail("unknown word " + quoted(word) + " in the header");
+        Fail("unknown word " + Quoted(word) + " in the header");
     return word != "end_header";
 }
 
 void PlyReader::readHeader() {
     std::string_view magic = rest.substr(0, rest.find('\n'));
-    if (takeWord(magic) != "ply" || !takeWord(magic).empty())
-        fail("it does not begin with \"ply\"");
+    if (TakeWord(magic) != "ply" || !TakeWord(magic).empty())
+        Fail("it does not begin with \"ply\"");
     takeLine();
     while (readHeaderLine(takeLine())) {
     }
@@ -156,16 +156,16 @@ void PlyReader::readHeader() {
 void PlyReader::skipValues(std::uint64_t count, std::size_t bytes) {
     if (format == Format::Text) {
         for (std::uint64_t i = 0; i < count; ++i)
-            if (takeWord(rest).empty()) failTooShort();
+            if (TakeWord(rest).empty()) FailTooShort();
     } else {
-        if (count > rest.size() / bytes) failTooShort();
+        if (count > rest.size() / bytes) FailTooShort();
         rest.remove_prefix(count * bytes);
     }
 }
 
 std::uint64_t PlyReader::takeLength(std::size_t bytes) {
-    if (format == Format::Text) return takeNumber(rest, "a list has no length");
-    if (rest.size() < bytes) failTooShort();
+    if (format == Format::Text) return TakeNumber(rest, "a list has no length");
+    if (rest.size() < bytes) FailTooShort();
     std::uint64_t length = 0;
     for (std::size_t i = 0; i < bytes; ++i) {
         const std::size_t at = format == Format::BigEndian ? i : bytes - 1 - i;
@@ -181,7 +181,7 @@ void PlyReader::skipProperty(const Property& property) {
 }
 
 void PlyReader::skipElements(const Element& element) {
-    if (element.count > 0 && element.properties.empty()) fail("an element without properties");
+    if (element.count > 0 && element.properties.empty()) Fail("an element without properties");
     for (std::uint64_t i = 0; i < element.count; ++i)
         for (const Property& property : element.properties)
             skipProperty(property);

@@ -43,7 +43,7 @@ struct Draft {
     Box bound;
 };
 
-DoubleAttribute matrixAttribute(const Matrix& matrix) {
+DoubleAttribute MatrixAttribute(const Matrix& matrix) {
     return DoubleAttribute(matrix.data(), 16, 16);
 }
 
@@ -258,10 +258,10 @@ OxAttribute::GroupAttribute SceneBuilder::xformOf(const Draft& draft) const {
     GroupBuilder xform;
     if (draft.node) {
         const Matrix rest = ToMatrix(draft.node->mTransformation);
-        if (!IsIdentity(rest) || motionOf(draft)) xform.set("matrix", matrixAttribute(rest));
+        if (!IsIdentity(rest) || motionOf(draft)) xform.set("matrix", MatrixAttribute(rest));
     }
     if (draft.device && draft.device->isAimed())
-        xform.set("matrixAim", matrixAttribute(draft.device->aim()));
+        xform.set("matrixAim", MatrixAttribute(draft.device->aim()));
     return xform.isEmpty() ? OxAttribute::GroupAttribute() : xform.build();
 }
 

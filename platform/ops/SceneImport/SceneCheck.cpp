@@ -11,34 +11,34 @@ namespace TellarSceneImport {
 
 namespace {
 
-[[noreturn]] void fail(const std::string& what) {
+[[noreturn]] void Fail(const std::string& what) {
     throw std::runtime_error("damaged: " + what);
 }
 
-void checkMesh(const aiMesh& mesh, unsigned numberOfMaterials) {
+void CheckMesh(const aiMesh& mesh, unsigned numberOfMaterials) {
     if ((mesh.mNumVertices > 0 && !mesh.mVertices) || (mesh.mNumFaces > 0 && !mesh.mFaces))
-        fail("a mesh lacks its points or faces");
+        Fail("a mesh lacks its points or faces");
     if (mesh.mMaterialIndex >= numberOfMaterials && numberOfMaterials > 0)
-        fail("a mesh refers to a material that does not exist");
+        Fail("a mesh refers to a material that does not exist");
     std::int64_t total = 0;
     for (unsigned i = 0; i < mesh.mNumFaces; ++i) {
         const aiFace& face = mesh.mFaces[i];
         total += face.mNumIndices;
         for (unsigned j = 0; j < face.mNumIndices; ++j)
             if (face.mIndices[j] >= mesh.mNumVertices)
-                fail("a face refers to a point that does not exist");
+                Fail("a face refers to a point that does not exist");
     }
     if (total > std::numeric_limits<std::int32_t>::max() ||
         mesh.mNumVertices > std::numeric_limits<std::int32_t>::max() / 4)
         throw std::runtime_error("a mesh has too many points or faces");
 }
 
-void checkNode(const aiNode& node, const aiScene& scene) {
+void CheckNode(const aiNode& node, const aiScene& scene) {
     for (unsigned i = 0; i < node.mNumMeshes; ++i)
         if (node.mMeshes[i] >= scene.mNumMeshes)
-            fail("a node refers to a mesh that does not exist");
+            Fail("a node refers to a mesh that does not exist");
     for (unsigned i = 0; i < node.mNumChildren; ++i)
-        if (!node.mChildren[i]) fail("a node is missing");
+        if (!node.mChildren[i]) Fail("a node is missing");
 }
 
 } // namespace
@@ -46,8 +46,8 @@ void checkNode(const aiNode& node, const aiScene& scene) {
 void CheckScene(const aiScene& scene, int maxDepth) {
     if (!scene.mRootNode) throw std::runtime_error("it holds no scene");
     for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
-        if (!scene.mMeshes[i]) fail("a mesh is missing");
-        checkMesh(*scene.mMeshes[i], scene.mNumMaterials);
+        if (!scene.mMeshes[i]) Fail("a mesh is missing");
+        CheckMesh(*scene.mMeshes[i], scene.mNumMaterials);
     }
     std::vector<std::pair<const aiNode*, int>> pending = {{scene.mRootNode, 1}};
     while (!pending.empty()) {
@@ -55,7 +55,7 @@ void CheckScene(const aiScene& scene, int maxDepth) {
         pending.pop_back();
         if (depth > maxDepth)
             throw std::runtime_error("nodes are nested deeper than " + std::to_string(maxDepth));
-        checkNode(*node, scene);
+        CheckNode(*node, scene);
         for (unsigned i = 0; i < node->mNumChildren; ++i)
             pending.emplace_back(node->mChildren[i], depth + 1);
     }

@@ -29,12 +29,12 @@ struct Cache {
     std::deque<std::shared_ptr<const SceneFile>> recent; // latest first
 };
 
-Cache& cache() {
+Cache& GetCache() {
     static Cache* instance = new Cache;
     return *instance;
 }
 
-std::string canonicalPath(const std::string& path) {
+std::string CanonicalPath(const std::string& path) {
     std::error_code error;
     const std::filesystem::path canonical = std::filesystem::weakly_canonical(path, error);
     return error ? path : canonical.string();
@@ -42,7 +42,7 @@ std::string canonicalPath(const std::string& path) {
 
 // Under the cache's lock. Returns the file that had to make room, for its memory to be freed
 // after the lock.
-std::shared_ptr<const SceneFile> keep(Cache& cache, const std::shared_ptr<const SceneFile>& file) {
+std::shared_ptr<const SceneFile> Keep(Cache& cache, const std::shared_ptr<const SceneFile>& file) {
     auto& recent = cache.recent;
     recent.erase(std::remove(recent.begin(), recent.end(), file), recent.end());
     recent.push_front(file);
@@ -53,7 +53,7 @@ std::shared_ptr<const SceneFile> keep(Cache& cache, const std::shared_ptr<const 
 }
 
 // Under the cache's lock.
-std::shared_ptr<const SceneFile> find(Cache& cache, const std::string& path) {
+std::shared_ptr<const SceneFile> Find(Cache& cache, const std::string& path) {
     const auto found = cache.known.find(path);
     return found == cache.known.end() ? nullptr : found->second.lock();
 }
@@ -94,12 +94,12 @@ bool SceneFile::isCurrent() const {
 }
 
 std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path) {
-    const std::string canonical = canonicalPath(path);
-    Cache& files = cache();
+    const std::string canonical = CanonicalPath(path);
+    Cache& files = GetCache();
     std::shared_ptr<const SceneFile> known;
     {
         const std::lock_guard<std::mutex> guard(files.lock);
-        known = find(files, canonical);
+        known = Find(files, canonical);
     }
     // The disk is looked at without the lock.
     const bool isCurrent = known && known->isCurrent();
@@ -107,17 +107,17 @@ std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path) {
 
     std::shared_ptr<const SceneFile> dropped;
     const std::lock_guard<std::mutex> guard(files.lock);
-    if (auto newer = find(files, canonical); newer && newer != known)
+    if (auto newer = Find(files, canonical); newer && newer != known)
         return newer; // another thread found the change first
     files.known[canonical] = fresh;
-    dropped = keep(files, fresh);
+    dropped = Keep(files, fresh);
     return fresh;
 }
 
 void DropUnusedSceneFiles() {
     std::deque<std::shared_ptr<const SceneFile>> dropped; // freed after the lock
-    const std::lock_guard<std::mutex> guard(cache().lock);
-    cache().recent.swap(dropped);
+    const std::lock_guard<std::mutex> guard(GetCache().lock);
+    GetCache().recent.swap(dropped);
 }
 
 std::uint64_t GetNumberOfSceneReads() {

@@ -70,42 +70,42 @@ private:
     mutable std::shared_ptr<const SceneFile> opened;
 };
 
-std::string absolutePath(const std::string& file, const std::string& directory) {
+std::string AbsolutePath(const std::string& file, const std::string& directory) {
     const std::filesystem::path path = std::filesystem::path(directory) / file;
     return std::filesystem::absolute(path).lexically_normal().string();
 }
 
-double requireFinite(std::string_view name, double value) {
+double RequireFinite(std::string_view name, double value) {
     if (!std::isfinite(value)) TellarOps::ThrowArgumentError(name, "must be finite");
     return value;
 }
 
-Settings readSettings(const ArgReader& args) {
+Settings ReadSettings(const ArgReader& args) {
     Settings settings;
     const std::string file = args.requiredString("file");
     if (file.empty()) TellarOps::ThrowArgumentError("file", "must not be empty");
-    settings.file = absolutePath(file, args.string("directory", ""));
+    settings.file = AbsolutePath(file, args.string("directory", ""));
     settings.location = args.location("location", "/root/world");
     settings.materialLocation = args.location("materialLocation", "/root/materials");
     if (IsSelfOrBelow(settings.location, settings.materialLocation))
         TellarOps::ThrowArgumentError("materialLocation", "must not hold the scene's location");
     settings.framesPerSecond =
-        requireFinite("framesPerSecond", args.doubles("framesPerSecond", 1, {24.0})[0]);
+        RequireFinite("framesPerSecond", args.doubles("framesPerSecond", 1, {24.0})[0]);
     if (settings.framesPerSecond <= 0.0)
         TellarOps::ThrowArgumentError("framesPerSecond", "must be above 0");
-    settings.frame = requireFinite("frame", args.doubles("frame", 1, {0.0})[0]);
+    settings.frame = RequireFinite("frame", args.doubles("frame", 1, {0.0})[0]);
     return settings;
 }
 
-void present(CookContext& context, const GroupAttribute& attrs, const StringAttribute& children) {
+void Present(CookContext& context, const GroupAttribute& attrs, const StringAttribute& children) {
     context.setAttrs(attrs);
     context.setPotentialChildren(children);
 }
 
-void cookNode(CookContext& context, const Settings& settings, const Scene& scene,
+void CookNode(CookContext& context, const Settings& settings, const Scene& scene,
               const SceneNode& node) {
     if (!node.motion && node.material < 0) {
-        present(context, node.attrs, node.childNames);
+        Present(context, node.attrs, node.childNames);
         return;
     }
     GroupBuilder attrs;
@@ -118,13 +118,13 @@ void cookNode(CookContext& context, const Settings& settings, const Scene& scene
                   StringAttribute(settings.materialLocation + "/" + material.name));
         attrs.set("material", material.network);
     }
-    present(context, attrs.build(), node.childNames);
+    Present(context, attrs.build(), node.childNames);
 }
 
-void cookMaterial(CookContext& context, const Settings& settings, const Scene& scene) {
+void CookMaterial(CookContext& context, const Settings& settings, const Scene& scene) {
     const std::string& path = context.path();
     if (path == settings.materialLocation) {
-        present(context, TellarOps::PlainGroupAttrs(), scene.materialNames());
+        Present(context, TellarOps::PlainGroupAttrs(), scene.materialNames());
         return;
     }
     const SceneMaterial* material =
@@ -137,35 +137,35 @@ void cookMaterial(CookContext& context, const Settings& settings, const Scene& s
 }
 
 // The level through which the materials are reached from `path`; empty unless they lie below.
-std::string_view towardsMaterials(const Settings& settings, const std::string& path) {
+std::string_view TowardsMaterials(const Settings& settings, const std::string& path) {
     if (path == settings.materialLocation || !IsSelfOrBelow(settings.materialLocation, path))
         return {};
     return TellarOps::NameTowards(settings.materialLocation, path);
 }
 
 // The scene's own location and what leads from there to materials below it.
-void cookLocation(CookContext& context, const Settings& settings, const Scene& scene) {
+void CookLocation(CookContext& context, const Settings& settings, const Scene& scene) {
     std::vector<std::string_view> names = {scene.rootName()};
-    if (const auto materials = towardsMaterials(settings, context.path()); !materials.empty())
+    if (const auto materials = TowardsMaterials(settings, context.path()); !materials.empty())
         names.push_back(materials);
-    present(context, TellarOps::PlainGroupAttrs(), TellarOps::MakeNames(names));
+    Present(context, TellarOps::PlainGroupAttrs(), TellarOps::MakeNames(names));
 }
 
-void checkNames(const Settings& settings, const Scene& scene) {
-    if (towardsMaterials(settings, settings.location) == scene.rootName())
+void CheckNames(const Settings& settings, const Scene& scene) {
+    if (TowardsMaterials(settings, settings.location) == scene.rootName())
         throw std::runtime_error("Argument \"materialLocation\" hides the scene's root node \"" +
                                  scene.rootName() + "\".");
 }
 
-void cookAncestor(CookContext& context, const Settings& settings) {
+void CookAncestor(CookContext& context, const Settings& settings) {
     const std::string& path = context.path();
     std::vector<std::string_view> names;
     if (IsSelfOrBelow(settings.location, path))
         names.push_back(TellarOps::NameTowards(settings.location, path));
-    const std::string_view materials = towardsMaterials(settings, path);
+    const std::string_view materials = TowardsMaterials(settings, path);
     if (!materials.empty() && (names.empty() || names.front() != materials))
         names.push_back(materials);
-    present(context, TellarOps::PlainGroupAttrs(), TellarOps::MakeNames(names));
+    Present(context, TellarOps::PlainGroupAttrs(), TellarOps::MakeNames(names));
 }
 
 class SceneImport final : public TellarOps::BuiltinOp {
@@ -198,28 +198,28 @@ public:
         const bool isMaterial = IsSelfOrBelow(path, settings.materialLocation);
         const bool isInScene = IsSelfOrBelow(path, settings.location);
         const bool isAncestor = path.size() > 1 && (IsSelfOrBelow(settings.location, path) ||
-                                                    !towardsMaterials(settings, path).empty());
+                                                    !TowardsMaterials(settings, path).empty());
         if (!isMaterial && !isInScene) {
-            if (isAncestor) cookAncestor(context, settings);
+            if (isAncestor) CookAncestor(context, settings);
             return;
         }
         const auto file = state.file(context.isFresh());
         const Scene& scene = state.sceneOf(*file);
-        checkNames(settings, scene);
+        CheckNames(settings, scene);
         if (isMaterial)
-            cookMaterial(context, settings, scene);
+            CookMaterial(context, settings, scene);
         else if (path == settings.location)
-            cookLocation(context, settings, scene);
+            CookLocation(context, settings, scene);
         else if (isAncestor)
-            cookAncestor(context, settings);
+            CookAncestor(context, settings);
         else if (const auto* node =
                      scene.findNode(std::string_view(path).substr(settings.location.size() + 1)))
-            cookNode(context, settings, scene, *node);
+            CookNode(context, settings, scene, *node);
     }
 
 protected:
     std::shared_ptr<const OxOpType::State> parse(const ArgReader& args) const override {
-        return std::make_shared<ImportState>(readSettings(args));
+        return std::make_shared<ImportState>(ReadSettings(args));
     }
 };
 

@@ -37,7 +37,7 @@ constexpr std::uintmax_t kMaxFileSize = std::uintmax_t(4) << 30;
 
 // Runs `body` to its end on a thread of its own and passes its exception on.
 template <typename Body>
-void runOnLargeStack(Body body) {
+void RunOnLargeStack(Body body) {
     std::exception_ptr failure;
     boost::thread::attributes attributes;
     attributes.set_stack_size(kStackSize);
@@ -52,7 +52,7 @@ void runOnLargeStack(Body body) {
     if (failure) std::rethrow_exception(failure);
 }
 
-std::string reasonWhyUnreadable(const FileStamp& stamp) {
+std::string ReasonWhyUnreadable(const FileStamp& stamp) {
     if (stamp.kind == std::filesystem::file_type::not_found) return "there is no such file";
     if (!stamp.isRegularFile()) return "it is no regular file";
     if (stamp.size > kMaxFileSize) return "it is larger than 4 GiB";
@@ -69,14 +69,14 @@ public:
         : DefaultIOStream(file.release(), path) {}
 };
 
-std::string lowerExtension(const std::string& path) {
+std::string LowerExtension(const std::string& path) {
     std::string extension = std::filesystem::path(path).extension().string();
     for (char& c : extension)
         c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     return extension;
 }
 
-std::string readWhole(const FileStamp& stamp) {
+std::string ReadWhole(const FileStamp& stamp) {
     std::string reason;
     std::optional<std::string> content = RegularFile::Read(stamp.path, kMaxFileSize, reason);
     if (!content) throw std::runtime_error("it cannot be read: " + reason);
@@ -96,7 +96,7 @@ public:
         const FileStamp& stamp = files.back();
         if (!stamp.isRegularFile() || stamp.size > kMaxFileSize) return nullptr;
         // The only other files of an OBJ file are those of its materials.
-        if (path != scenePath && lowerExtension(scenePath) == ".obj") CheckMtl(readWhole(stamp));
+        if (path != scenePath && LowerExtension(scenePath) == ".obj") CheckMtl(ReadWhole(stamp));
         if (sceneContent && path == scenePath)
             return new Assimp::MemoryIOStream(
                 reinterpret_cast<const std::uint8_t*>(sceneContent->data()), sceneContent->size());
@@ -112,18 +112,18 @@ private:
     std::vector<FileStamp>& files;
 };
 
-std::string firstLine(const std::string& text) {
+std::string FirstLine(const std::string& text) {
     return text.substr(0, text.find('\n'));
 }
 
 // Reasons quote names of the file.
-std::string onOneLine(std::string text) {
+std::string OnOneLine(std::string text) {
     for (char& c : text)
         if (static_cast<unsigned char>(c) < ' ') c = ' ';
     return text;
 }
 
-void configure(Assimp::Importer& importer) {
+void Configure(Assimp::Importer& importer) {
     // Cameras and transformations of FBX as single nodes instead of chains of pivots.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
     // No made-up meshes for files without any.
@@ -131,29 +131,29 @@ void configure(Assimp::Importer& importer) {
 }
 
 // Looks at what Assimp would trust. What comes back for a glTF file is to be read in its place.
-std::optional<GltfFile> examine(const FileStamp& stamp, const std::string& extension) {
+std::optional<GltfFile> Examine(const FileStamp& stamp, const std::string& extension) {
     if (extension == ".gltf" || extension == ".glb")
-        return ReadGltf(readWhole(stamp), kMaxNodeDepth);
-    if (extension == ".dae") CheckCollada(readWhole(stamp), kMaxNodeDepth);
-    if (extension == ".fbx") CheckFbx(readWhole(stamp), kMaxNodeDepth);
-    if (extension == ".ply") CheckPly(readWhole(stamp));
+        return ReadGltf(ReadWhole(stamp), kMaxNodeDepth);
+    if (extension == ".dae") CheckCollada(ReadWhole(stamp), kMaxNodeDepth);
+    if (extension == ".fbx") CheckFbx(ReadWhole(stamp), kMaxNodeDepth);
+    if (extension == ".ply") CheckPly(ReadWhole(stamp));
     if (extension == ".obj")
-        CheckObj(readWhole(stamp), std::filesystem::path(stamp.path).filename().string());
+        CheckObj(ReadWhole(stamp), std::filesystem::path(stamp.path).filename().string());
     return std::nullopt;
 }
 
-std::shared_ptr<const Scene> import(const FileStamp& stamp, std::vector<FileStamp>& files) {
+std::shared_ptr<const Scene> Import(const FileStamp& stamp, std::vector<FileStamp>& files) {
     const std::string& path = stamp.path;
-    const std::string extension = lowerExtension(path);
+    const std::string extension = LowerExtension(path);
     Assimp::Importer importer;
     if (extension.empty() || !importer.IsExtensionSupported(extension))
         throw std::runtime_error("files of the kind \"" + extension + "\" are not supported");
 
-    const std::optional<GltfFile> gltf = examine(stamp, extension);
-    configure(importer);
+    const std::optional<GltfFile> gltf = Examine(stamp, extension);
+    Configure(importer);
     importer.SetIOHandler(new FileAccess(path, gltf ? &gltf->renamed : nullptr, files));
     const aiScene* scene = importer.ReadFile(path, 0);
-    if (!scene) throw std::runtime_error(firstLine(importer.GetErrorString()));
+    if (!scene) throw std::runtime_error(FirstLine(importer.GetErrorString()));
     // Assimp's own steps trust indices.
     CheckScene(*scene, kMaxNodeDepth);
     scene = importer.ApplyPostProcessing(aiProcess_JoinIdenticalVertices);
@@ -166,13 +166,13 @@ std::shared_ptr<const Scene> import(const FileStamp& stamp, std::vector<FileStam
 std::shared_ptr<const Scene> ReadScene(const std::string& path, std::vector<FileStamp>& files) {
     files.push_back(StampOf(path));
     const FileStamp stamp = files.back();
-    if (const std::string reason = reasonWhyUnreadable(stamp); !reason.empty())
+    if (const std::string reason = ReasonWhyUnreadable(stamp); !reason.empty())
         throw std::runtime_error(reason);
     std::shared_ptr<const Scene> scene;
     try {
-        runOnLargeStack([&] { scene = import(stamp, files); });
+        RunOnLargeStack([&] { scene = Import(stamp, files); });
     } catch (const std::runtime_error& error) {
-        throw std::runtime_error(onOneLine(error.what()));
+        throw std::runtime_error(OnOneLine(error.what()));
     }
     return scene;
 }

@@ -11,7 +11,7 @@ namespace {
 
 constexpr Matrix kIdentity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
-bool isUsable(const aiVector3D& vector) {
+bool IsUsable(const aiVector3D& vector) {
     const double length = vector.Length();
     return std::isfinite(length) && length > 1e-12;
 }
@@ -37,10 +37,10 @@ Matrix Multiply(const Matrix& a, const Matrix& b) {
 }
 
 Matrix AimMatrix(const aiVector3D& position, const aiVector3D& direction, const aiVector3D& up) {
-    aiVector3D back = isUsable(direction) ? -direction : aiVector3D(0, 0, 1);
+    aiVector3D back = IsUsable(direction) ? -direction : aiVector3D(0, 0, 1);
     back.Normalize();
-    aiVector3D right = (isUsable(up) ? up : aiVector3D(0, 1, 0)) ^ back;
-    if (right.Length() < 1e-6f * up.Length() || !isUsable(right))
+    aiVector3D right = (IsUsable(up) ? up : aiVector3D(0, 1, 0)) ^ back;
+    if (right.Length() < 1e-6f * up.Length() || !IsUsable(right))
         right = (std::abs(back.y) < 0.9f ? aiVector3D(0, 1, 0) : aiVector3D(0, 0, -1)) ^ back;
     right.Normalize();
     const aiVector3D top = back ^ right;

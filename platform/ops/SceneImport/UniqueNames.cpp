@@ -6,7 +6,7 @@ namespace TellarSceneImport {
 
 namespace {
 
-bool isUnsafe(char c) {
+bool IsUnsafe(char c) {
     return c == '/' || static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
 }
 
@@ -14,7 +14,7 @@ bool isUnsafe(char c) {
 
 std::string UniqueNames::add(std::string_view wanted, std::string_view fallback) {
     std::string base(wanted.empty() ? fallback : wanted);
-    std::replace_if(base.begin(), base.end(), isUnsafe, '_');
+    std::replace_if(base.begin(), base.end(), IsUnsafe, '_');
     if (taken.insert(base).second) return base;
     unsigned& number = lastNumbers.emplace(base, 1).first->second;
     for (;;) {
