@@ -1,11 +1,11 @@
 #include <OxTellarProducers/OpTreeDescription.h>
 
+#include <filesystem>
 #include <iostream>
+#include <system_error>
 
 #include <OxTellarSDK/AttributeSuite.h>
 #include <OxTellarSDK/FileStream.h>
-
-#include "PathExists.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::FileStream;
@@ -14,14 +14,14 @@ using OxAttribute::GroupAttribute;
 namespace TELLAR {
 
 GroupAttribute LoadOpTreeDescriptionFromFile(const std::string& path, bool) {
-    if (!PathExists(path)) {
-        std::cerr << "LoadOpTreeDescriptionFromFile(): "
-                  << "Op tree file \"" << path << "\" does not exist." << std::endl;
+    std::error_code ignored;
+    if (!std::filesystem::exists(path, ignored)) {
+        std::cerr << "LoadOpTreeDescriptionFromFile(): Op tree file \"" << path
+                  << "\" does not exist." << std::endl;
         return {};
     }
     if (!OxGetAttributeSuite()) {
-        std::cerr << "LoadOpTreeDescriptionFromFile(): "
-                  << "OxAttribute suite is null!" << std::endl;
+        std::cerr << "LoadOpTreeDescriptionFromFile(): OxAttribute suite is null!" << std::endl;
         return {};
     }
     FileStream stream(path, true);

@@ -1,6 +1,7 @@
 #include <OxTellarProducers/ScreenSpace.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -34,14 +35,14 @@ Vector FirstThree(const double* row) {
     return {row[0], row[1], row[2]};
 }
 
-/// A point as the camera sees it.
+/// A point in camera space.
 struct CameraPoint {
-    double right; // of the camera's axis
-    double up;
-    double depth; // along the axis, positive in front
+    double x;
+    double y;
+    double depth; // along the viewing direction, positive in front of the camera
 };
 
-/// Where a camera stands, and the window that it looks through.
+/// The axes and the screen window of a camera.
 class CameraView {
 public:
     explicit CameraView(const CameraInfo& camera)
@@ -58,26 +59,27 @@ public:
         top = camera.top * scale;
     }
 
-    CameraPoint look(const Vector& world) const {
-        const Vector away = world - position;
-        const double depth = away.dot(forwardAxis);
-        const Vector across = away - forwardAxis * depth;
-        return {across.dot(rightAxis), across.dot(upAxis), depth};
+    CameraPoint toCamera(const Vector& world) const {
+        const Vector offset = world - position;
+        const double depth = offset.dot(forwardAxis);
+        const Vector lateral = offset - forwardAxis * depth;
+        return {lateral.dot(rightAxis), lateral.dot(upAxis), depth};
     }
 
     bool isOrthographic;
     double tanHalfFov;
-    double left, right, bottom, top; // in window units: those of tan(angle) / tanHalfFov, or of
-                                     // the scene for an orthographic camera
+    // The screen window, in units of tan(angle) / tanHalfFov, or in those of the scene for an
+    // orthographic camera.
+    double left, right, bottom, top;
 
 private:
     Vector position;
     Vector rightAxis, upAxis, forwardAxis;
 };
 
-/// tan(atan2(offset, depth)), as those functions round it. Their detour is taken only where it
-/// matters: at a right angle to the axis, where the angle has too few digits left, and close to
-/// the axis behind the camera, where pi has. Elsewhere they agree with the quotient to 1e-12.
+/// tan(atan2(offset, depth)) with the rounding errors of these functions, which matter near the
+/// camera plane and near the axis behind the camera. Elsewhere the quotient agrees to 1e-12 and is
+/// faster.
 double Slope(double offset, double depth, double perDepth) {
     constexpr double kSteep = 1024.0;
     const double slope = offset * perDepth;
@@ -86,12 +88,11 @@ double Slope(double offset, double depth, double perDepth) {
     return std::tan(std::atan2(offset, depth));
 }
 
-/// Whether every point keeps a weight of 1.
 bool IsAffine(const Matrix& matrix) {
     return matrix[0][3] == 0.0 && matrix[1][3] == 0.0 && matrix[2][3] == 0.0 && matrix[3][3] == 1.0;
 }
 
-/// Whole meshes come here, so nothing is divided by that is the same for all points.
+/// Multiplies by reciprocals that are the same for all points: whole meshes are converted.
 template <typename ToWorld>
 void ConvertToNdc(const CameraInfo& camera, const CameraView& view, ToWorld toWorld,
                   std::vector<Vector>& points) {
@@ -101,15 +102,13 @@ void ConvertToNdc(const CameraInfo& camera, const CameraView& view, ToWorld toWo
     const double perRange = 1.0 / range;
     const double perSlope = 1.0 / view.tanHalfFov;
     for (Vector& point : points) {
-        const CameraPoint seen = view.look(toWorld(point));
-        double x = seen.right;
-        double y = seen.up;
+        CameraPoint seen = view.toCamera(toWorld(point));
         if (!view.isOrthographic) {
             const double perDepth = 1.0 / seen.depth;
-            x = Slope(seen.right, seen.depth, perDepth) * perSlope;
-            y = Slope(seen.up, seen.depth, perDepth) * perSlope;
+            seen.x = Slope(seen.x, seen.depth, perDepth) * perSlope;
+            seen.y = Slope(seen.y, seen.depth, perDepth) * perSlope;
         }
-        point = Vector((x - view.left) * perWidth, (y - view.bottom) * perHeight,
+        point = Vector((seen.x - view.left) * perWidth, (seen.y - view.bottom) * perHeight,
                        (seen.depth - camera.near) * perRange);
     }
 }
@@ -118,102 +117,69 @@ std::shared_ptr<CameraInfo> CameraOf(GeometryProducer& producer, const std::stri
     return GetCameraInfo(producer.getRootProducer(), cameraPath);
 }
 
-/// A range of angles or offsets, as far as it is known.
-struct Extent {
+/// A range of values; empty at first.
+struct Interval {
     double low = std::numeric_limits<double>::infinity();
     double high = -std::numeric_limits<double>::infinity();
 
-    void include(double value) {
+    void extend(double value) {
         low = std::min(low, value);
         high = std::max(high, value);
     }
 };
 
-/// What share of the window from one edge to the other the extent covers, from 0 to 1.
-double CoveredShare(const Extent& extent, double edge, double oppositeEdge) {
+/// The fraction of the window between two edges that the interval covers, from 0 to 1; 0 for a
+/// window without extent.
+double Coverage(const Interval& interval, double edge, double oppositeEdge) {
     const double first = std::min(edge, oppositeEdge);
     const double last = std::max(edge, oppositeEdge);
-    const double share =
-        (std::min(extent.high, last) - std::max(extent.low, first)) / (last - first);
-    return share > 0.0 ? share : 0.0; // 0 for a window without extent, too
+    const double fraction =
+        (std::min(interval.high, last) - std::max(interval.low, first)) / (last - first);
+    return fraction > 0.0 ? fraction : 0.0;
 }
 
-/// The eight corners of a box: bit 0 of a corner's index tells which end of x it has, bit 1 of y,
-/// bit 2 of z.
+/// The eight corners of a box. Bits 0, 1 and 2 of an index choose the maximum of x, y and z.
 constexpr int kCorners = 8;
+using Corners = std::array<CameraPoint, kCorners>;
 
-/// Whether differences of its coordinates and those of another such point stay finite.
+/// Whether the differences between this point and others like it are finite.
 bool IsNearEnough(const CameraPoint& point) {
     constexpr double kFarthest = std::numeric_limits<double>::max() / 4;
-    return std::abs(point.right) <= kFarthest && std::abs(point.up) <= kFarthest &&
+    return std::abs(point.x) <= kFarthest && std::abs(point.y) <= kFarthest &&
            std::abs(point.depth) <= kFarthest;
 }
 
-/// The part of a box that is in front of the camera plane, measured across the camera's axis. A
-/// box that reaches farther than can be computed is everywhere.
-class VisibleExtents {
-public:
-    VisibleExtents(const CameraView& camera, const CameraPoint (&corners)[kCorners])
-        : camera(camera) {
-        if (!std::all_of(corners, corners + kCorners, IsNearEnough)) {
-            includeEverything();
-            return;
-        }
-        for (int corner = 0; corner < kCorners; ++corner)
-            if (corners[corner].depth > 0.0) include(corners[corner]);
-        for (int corner = 0; corner < kCorners; ++corner)
-            for (int axis = 1; axis < kCorners; axis *= 2)
-                if (!(corner & axis)) includeCrossing(corners[corner], corners[corner | axis]);
-    }
-
-    /// In window units.
-    Extent horizontal() const { return toWindow(across); }
-    Extent vertical() const { return toWindow(upward); }
-
-private:
-    void include(const CameraPoint& point) {
-        across.include(camera.isOrthographic ? point.right : std::atan2(point.right, point.depth));
-        upward.include(camera.isOrthographic ? point.up : std::atan2(point.up, point.depth));
-    }
-
-    /// Where the edge from a to b meets the camera plane, if just one end is in front of it.
-    void includeCrossing(const CameraPoint& a, const CameraPoint& b) {
-        if ((a.depth > 0.0) == (b.depth > 0.0)) return;
-        const double t = a.depth / (a.depth - b.depth);
-        includeOnPlane(across, a.right + (b.right - a.right) * t);
-        includeOnPlane(upward, a.up + (b.up - a.up) * t);
-    }
-
-    void includeEverything() {
-        constexpr double kInfinity = std::numeric_limits<double>::infinity();
-        for (Extent* extent : {&across, &upward}) {
-            includeOnPlane(*extent, -kInfinity);
-            includeOnPlane(*extent, kInfinity);
+/// The interval of a box on one axis of the screen, in window units: of the part that is in front
+/// of the camera plane. For a perspective camera, angles are compared, which grow monotonically up
+/// to a right angle on the plane, where tan is huge but finite.
+Interval ScreenInterval(const CameraView& view, const Corners& corners, double CameraPoint::*axis) {
+    Interval interval;
+    const auto extend = [&](double offset, double depth) {
+        interval.extend(view.isOrthographic ? offset : std::atan2(offset, depth));
+    };
+    // An edge that meets the plane at the camera itself comes in at the angle of its end in front.
+    const auto extendOnPlane = [&](double offset) {
+        if (view.isOrthographic || offset != 0.0) extend(offset, 0.0);
+    };
+    if (!std::all_of(corners.begin(), corners.end(), IsNearEnough)) {
+        extendOnPlane(-std::numeric_limits<double>::infinity());
+        extendOnPlane(std::numeric_limits<double>::infinity());
+    } else {
+        for (int corner = 0; corner < kCorners; ++corner) {
+            const CameraPoint& a = corners[corner];
+            if (a.depth > 0.0) extend(a.*axis, a.depth);
+            for (int bit = 1; bit < kCorners; bit *= 2) {
+                const CameraPoint& b = corners[corner | bit];
+                if ((a.depth > 0.0) != (b.depth > 0.0))
+                    extendOnPlane(a.*axis + (b.*axis - a.*axis) * (a.depth / (a.depth - b.depth)));
+            }
         }
     }
+    if (view.isOrthographic) return interval;
+    return {std::tan(interval.low) / view.tanHalfFov, std::tan(interval.high) / view.tanHalfFov};
+}
 
-    /// On the plane everything is at a right angle to one side or the other. At the camera itself
-    /// it is at none: the edge comes in at the angle of its end, which is included already.
-    void includeOnPlane(Extent& extent, double offset) const {
-        if (camera.isOrthographic)
-            extent.include(offset);
-        else if (offset != 0.0)
-            extent.include(std::atan2(offset, 0.0));
-    }
-
-    /// Angles never go beyond those of the plane, where tan is huge but finite.
-    Extent toWindow(const Extent& extent) const {
-        if (camera.isOrthographic) return extent;
-        return {std::tan(extent.low) / camera.tanHalfFov,
-                std::tan(extent.high) / camera.tanHalfFov};
-    }
-
-    const CameraView& camera;
-    Extent across;
-    Extent upward;
-};
-
-/// Whether a bound's minimum is beyond its maximum on some axis, or either is no number.
+/// Whether some minimum of a bound exceeds its maximum, or one of them is not a number.
 bool IsEmpty(const double* bound) {
     return !(bound[0] <= bound[1] && bound[2] <= bound[3] && bound[4] <= bound[5]);
 }
@@ -272,18 +238,18 @@ int GetPixelAreaThroughCamera(Ptr producer, const std::string& cameraPath,
 
     const CameraView view(*camera);
     const Matrix localToWorld = LocalToWorld(*producer);
-    CameraPoint corners[kCorners];
+    Corners corners;
     for (int corner = 0; corner < kCorners; ++corner) {
         const Vector local(bound[corner & 1 ? 1 : 0], bound[corner & 2 ? 3 : 2],
                            bound[corner & 4 ? 5 : 4]);
         Vector world;
         localToWorld.multVecMatrix(local, world);
-        corners[corner] = view.look(world);
+        corners[corner] = view.toCamera(world);
     }
-    const VisibleExtents extents(view, corners);
-    const double share = CoveredShare(extents.horizontal(), view.left, view.right) *
-                         CoveredShare(extents.vertical(), view.bottom, view.top);
-    return ToPixels(share * picture.getWidth() * picture.getHeight());
+    const double fraction =
+        Coverage(ScreenInterval(view, corners, &CameraPoint::x), view.left, view.right) *
+        Coverage(ScreenInterval(view, corners, &CameraPoint::y), view.bottom, view.top);
+    return ToPixels(fraction * picture.getWidth() * picture.getHeight());
 }
 
 } // namespace TELLAR

@@ -1,26 +1,60 @@
 #include "RenderOutputEntries.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include <OxTellarProducers/CameraProjection.h>
+#include <OxTellarProducers/OxCameraInfoHandle.h>
 #include <OxTellarProducers/RenderResolution.h>
 #include <OxTellarProducers/ScreenSpace.h>
 
-#include "CameraInfoHandle.h"
+/// The object behind a C camera handle: a count and the record that it keeps alive.
+struct CameraInfoStruct {
+    std::int32_t refCount; // not atomic: a handle is for one thread at a time
+    std::shared_ptr<TELLAR::CameraInfo> camera;
+};
 
-namespace TELLAR {
-namespace RenderOutputUtilsHost {
+namespace TELLAR::RenderOutputUtilsHost {
 
 namespace {
 
 using OxAttribute::FloatAttribute;
 using Producer = GeometryProducer::Ptr;
+
+/// How many handles live. Loaded and stored rather than added to: an exact count across threads is
+/// not promised, and would cost every handle a locked addition.
+std::atomic<std::int32_t> liveCount{0};
+
+/// Logs at the end of the process how many handles plug-ins failed to release.
+void LogFinalCount() noexcept {
+    kLogger.debug("Final CameraInfoStruct count: {}", liveCount.load(std::memory_order_relaxed));
+}
+
+/// Also makes sure that the end of the process is heard of, if the system has room to note that.
+void Count(std::int32_t difference) noexcept {
+    static const int isNoted = std::atexit(LogFinalCount);
+    static_cast<void>(isNoted);
+    liveCount.store(liveCount.load(std::memory_order_relaxed) + difference,
+                    std::memory_order_relaxed);
+}
+
+void RetainCameraInfo(CameraInfoStruct* handle) noexcept {
+    if (handle) ++handle->refCount;
+}
+
+void ReleaseCameraInfo(CameraInfoStruct* handle) noexcept {
+    if (!handle || --handle->refCount >= 1) return;
+    Count(-1);
+    delete handle;
+}
 
 /// Reads a camera, whose record is kept during the call. A null handle gives null.
 template <typename Read>
@@ -30,7 +64,7 @@ auto ReadCamera(CameraInfoStruct* handle, Read read) {
 }
 
 int GetPixelArea(OxSgIteratorStruct* location, const char* cameraPath, const char* resolution) {
-    return EnterWith("getPixelAreaThroughCamera", location, [&](const Producer& producer) {
+    return EnterWith("getPixelAreaThroughCamera", location, [&](auto& producer) {
         return GetPixelAreaThroughCamera(producer, Text(cameraPath), Text(resolution));
     });
 }
@@ -63,26 +97,26 @@ OxAttributeStruct* GetPathOfCamera(OxSgIteratorStruct* root) {
 }
 
 CameraInfoStruct* GetCamera(OxSgIteratorStruct* root, const char* cameraPath) {
-    return EnterWith("getCameraInfo", root, [&](const Producer& producer) {
+    return EnterWith("getCameraInfo", root, [&](auto& producer) {
         return OxCameraInfoToHandle(GetCameraInfo(producer, Text(cameraPath)));
     });
 }
 
 template <float CameraGeometry::*Member>
 float GetLensValue(CameraInfoStruct* handle) {
-    return ReadCamera(handle, [](const CameraInfo& camera) { return camera.*Member; });
+    return ReadCamera(handle, [](auto& camera) { return camera.*Member; });
 }
 
 int GetOrthographic(CameraInfoStruct* handle) {
-    return ReadCamera(handle, [](const CameraInfo& camera) { return camera.orthographic ? 1 : 0; });
+    return ReadCamera(handle, [](auto& camera) { return camera.orthographic ? 1 : 0; });
 }
 
 float GetOrthographicWidth(CameraInfoStruct* handle) {
-    return ReadCamera(handle, [](const CameraInfo& camera) { return camera.orthographicWidth; });
+    return ReadCamera(handle, [](auto& camera) { return camera.orthographicWidth; });
 }
 
 const double* GetXform(CameraInfoStruct* handle) {
-    return ReadCamera(handle, [](const CameraInfo& camera) { return camera.xform.getValue(); });
+    return ReadCamera(handle, [](auto& camera) { return camera.xform.getValue(); });
 }
 
 } // namespace
@@ -107,5 +141,19 @@ void FillCameraSlots(Suite& suite) {
     TELLAR_SET_SLOT(suite, 44, getCameraXform, GetXform);
 }
 
-} // namespace RenderOutputUtilsHost
+} // namespace TELLAR::RenderOutputUtilsHost
+
+namespace TELLAR {
+
+CameraInfoStruct* OxCameraInfoToHandle(std::shared_ptr<CameraInfo> camera) {
+    if (!camera) return nullptr;
+    auto* const handle = new CameraInfoStruct{1, std::move(camera)};
+    RenderOutputUtilsHost::Count(1);
+    return handle;
+}
+
+std::shared_ptr<CameraInfo> OxHandleToCameraInfo(CameraInfoStruct* handle) {
+    return handle ? handle->camera : nullptr;
+}
+
 } // namespace TELLAR

@@ -2,21 +2,76 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <OxTellarProducers/ConvertTextures.h>
 #include <OxTellarProducers/MaterialFlattening.h>
+#include <OxTellarProducers/ShadingNodeDescription.h>
 
-#include "ShadingHandles.h"
+/// The head of the handles onto nodes and connections, which share one type in C. Each has a count
+/// and one shared pointer, like every handle of the suite; the kind lies in the gap between them.
+struct OxShadingStruct {
+    enum Kind : std::int16_t { kNode, kConnection };
 
-namespace TELLAR {
-namespace RenderOutputUtilsHost {
+    std::int32_t refCount; // not atomic: a handle is for one thread at a time
+    Kind kind;
+};
+
+struct OxShadingNodeMapStruct {
+    TELLAR::ShadingNodeDescription::NodeMap nodes;
+};
+
+namespace TELLAR::RenderOutputUtilsHost {
 
 namespace {
 
 using OxAttribute::Attribute;
 using OxAttribute::GroupAttribute;
 using Producer = GeometryProducer::Ptr;
+
+struct NodeHandle : OxShadingStruct {
+    boost::shared_ptr<const ShadingNodeDescription> node; // never null
+};
+
+struct ConnectionHandle : OxShadingStruct {
+    boost::shared_ptr<const ShadingNodeConnectionDescription> connection; // never null
+};
+
+OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeDescription> node) {
+    return node ? new NodeHandle{{1, OxShadingStruct::kNode}, std::move(node)} : nullptr;
+}
+
+OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeConnectionDescription> connection) {
+    return connection
+               ? new ConnectionHandle{{1, OxShadingStruct::kConnection}, std::move(connection)}
+               : nullptr;
+}
+
+/// Null for null and for a connection.
+boost::shared_ptr<const ShadingNodeDescription> NodeOf(const OxShadingStruct* handle) noexcept {
+    if (!handle || handle->kind != OxShadingStruct::kNode) return nullptr;
+    return static_cast<const NodeHandle*>(handle)->node;
+}
+
+/// Null for null and for a node.
+boost::shared_ptr<const ShadingNodeConnectionDescription>
+ConnectionOf(const OxShadingStruct* handle) noexcept {
+    if (!handle || handle->kind != OxShadingStruct::kConnection) return nullptr;
+    return static_cast<const ConnectionHandle*>(handle)->connection;
+}
+
+void RetainShading(OxShadingStruct* handle) noexcept {
+    if (handle) ++handle->refCount;
+}
+
+void ReleaseShading(OxShadingStruct* handle) noexcept {
+    if (!handle || --handle->refCount >= 1) return;
+    if (handle->kind == OxShadingStruct::kNode)
+        delete static_cast<NodeHandle*>(handle);
+    else
+        delete static_cast<ConnectionHandle*>(handle);
+}
 
 /// Reads a node, whose description is kept during the call. Any other handle gives null.
 template <typename Read>
@@ -34,7 +89,7 @@ OxAttributeStruct* ConvertTextures(OxAttributeStruct* textures) {
 OxAttributeStruct* GetFlattenedMaterial(OxSgIteratorStruct* location,
                                         const char* const* terminalNames, std::int64_t count) {
     return EnterWith("getFlattenedMaterialAttr", location,
-                     [&](const Producer& producer) -> OxAttributeStruct* {
+                     [&](auto& producer) -> OxAttributeStruct* {
                          if (count < 0 || (count > 0 && !terminalNames)) return nullptr;
                          std::vector<std::string> names;
                          for (std::int64_t i = 0; i < count; ++i)
@@ -57,7 +112,7 @@ OxShadingNodeMapStruct* GetNodesOfMaterial(OxAttributeStruct* material) {
 }
 
 OxShadingNodeMapStruct* GetNodes(OxSgIteratorStruct* location) {
-    return EnterWith("getShadingNetworkNodes", location, [](const Producer& producer) {
+    return EnterWith("getShadingNetworkNodes", location, [](auto& producer) {
         auto map = std::make_unique<OxShadingNodeMapStruct>();
         ShadingNodeDescription::GetShadingNetworkNodes(producer, map->nodes);
         return map.release();
@@ -98,13 +153,13 @@ const char* GetConnectedNode(OxShadingStruct* handle) noexcept {
 }
 
 std::int64_t CountParameters(OxShadingStruct* handle) {
-    return ReadNode(handle, [](const ShadingNodeDescription& node) {
+    return ReadNode(handle, [](auto& node) {
         return static_cast<std::int64_t>(node.getParameterNames().size());
     });
 }
 
 std::int64_t CountConnections(OxShadingStruct* handle) {
-    return ReadNode(handle, [](const ShadingNodeDescription& node) {
+    return ReadNode(handle, [](auto& node) {
         return static_cast<std::int64_t>(node.getConnectionNames().size());
     });
 }
@@ -127,23 +182,19 @@ const char* GetConnectionNameAt(OxShadingStruct* handle, std::int64_t index) {
 
 OxAttributeStruct* GetParameter(OxShadingStruct* handle, const char* name) {
     return Enter("getShadingParameter", [&] {
-        return ReadNode(handle, [&](const ShadingNodeDescription& node) {
-            return node.getParameter(Text(name)).detach();
-        });
+        return ReadNode(handle, [&](auto& node) { return node.getParameter(Text(name)).detach(); });
     });
 }
 
 OxShadingStruct* GetConnection(OxShadingStruct* handle, const char* name) {
     return Enter("getShadingConnection", [&] {
-        return ReadNode(handle, [&](const ShadingNodeDescription& node) {
-            return ToHandle(node.getConnection(Text(name)));
-        });
+        return ReadNode(handle,
+                        [&](auto& node) { return ToHandle(node.getConnection(Text(name))); });
     });
 }
 
 int IsNodeValid(OxShadingStruct* handle) {
-    return ReadNode(handle,
-                    [](const ShadingNodeDescription& node) { return node.isValid() ? 1 : 0; });
+    return ReadNode(handle, [](auto& node) { return node.isValid() ? 1 : 0; });
 }
 
 int IsConnectionValid(OxShadingStruct* handle) {
@@ -182,5 +233,4 @@ void FillMaterialSlots(Suite& suite) {
     TELLAR_SET_SLOT(suite, 31, isShadingConnectionValid, IsConnectionValid);
 }
 
-} // namespace RenderOutputUtilsHost
-} // namespace TELLAR
+} // namespace TELLAR::RenderOutputUtilsHost

@@ -9,8 +9,7 @@
 
 #include "TempRenderLocation.h"
 
-namespace TELLAR {
-namespace RenderOutputUtilsHost {
+namespace TELLAR::RenderOutputUtilsHost {
 
 namespace {
 
@@ -34,7 +33,7 @@ int ToFrame(float frame) {
 }
 
 OxAttributeStruct* GetTempLocation(OxSgIteratorStruct* root, const char* outputName, float frame) {
-    return EnterWith("getTempRenderLocation", root, [&](const Producer& producer) {
+    return EnterWith("getTempRenderLocation", root, [&](auto& producer) {
         return TextToC(GetTempRenderLocation(*producer, Text(outputName), ToFrame(frame)));
     });
 }
@@ -60,5 +59,4 @@ void FillPathSlots(Suite& suite) {
     TELLAR_SET_SLOT(suite, 48, getTilePath, GetTilePath);
 }
 
-} // namespace RenderOutputUtilsHost
-} // namespace TELLAR
+} // namespace TELLAR::RenderOutputUtilsHost

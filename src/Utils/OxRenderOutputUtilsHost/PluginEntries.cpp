@@ -6,8 +6,7 @@
 #include <OxTellarProducers/OxScenegraphLocationDelegateCache.h>
 #include <OxTellarSDK/PluginManager.h>
 
-namespace TELLAR {
-namespace RenderOutputUtilsHost {
+namespace TELLAR::RenderOutputUtilsHost {
 
 namespace {
 
@@ -57,5 +56,4 @@ void FillPluginSlots(Suite& suite) {
     TELLAR_SET_SLOT(suite, 46, getLocationTypesWithDelegates, GetDelegateTypes);
 }
 
-} // namespace RenderOutputUtilsHost
-} // namespace TELLAR
+} // namespace TELLAR::RenderOutputUtilsHost

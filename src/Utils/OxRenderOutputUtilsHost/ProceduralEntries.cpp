@@ -6,8 +6,7 @@
 
 #include <OxTellarProducers/ProceduralArguments.h>
 
-namespace TELLAR {
-namespace RenderOutputUtilsHost {
+namespace TELLAR::RenderOutputUtilsHost {
 
 namespace {
 
@@ -72,5 +71,4 @@ void FillProceduralSlots(Suite& suite) {
     TELLAR_SET_SLOT(suite, 0, getProceduralArguments, GetProceduralArguments);
 }
 
-} // namespace RenderOutputUtilsHost
-} // namespace TELLAR
+} // namespace TELLAR::RenderOutputUtilsHost

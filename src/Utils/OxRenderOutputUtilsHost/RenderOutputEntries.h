@@ -13,8 +13,7 @@
 // The entries of the suite "RenderOutputUtilsHost": one file for each subject, whose function fills
 // the subject's slots.
 
-namespace TELLAR {
-namespace RenderOutputUtilsHost {
+namespace TELLAR::RenderOutputUtilsHost {
 
 using Suite = OxRenderOutputUtilsHostSuite_v3;
 
@@ -49,7 +48,6 @@ inline OxAttributeStruct* TextToC(const std::string& text) {
     return OxAttribute::StringAttribute(text).detach();
 }
 
-} // namespace RenderOutputUtilsHost
-} // namespace TELLAR
+} // namespace TELLAR::RenderOutputUtilsHost
 
 #endif

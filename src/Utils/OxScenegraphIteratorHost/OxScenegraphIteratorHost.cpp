@@ -1,19 +1,30 @@
 #include "OxScenegraphIteratorHost.h"
 
+#include <atomic>
+#include <cstdint>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <OxTellarProducers/OpTreeDescription.h>
 #include <OxTellarProducers/OxSgIterator.h>
 
-#include "OxSgIteratorStruct.h"
 #include "RenderRuntime.h"
 #include "SuiteEntry.h"
 #include "SuiteTable.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::StringAttribute;
+
+/// The object behind a C location handle: a count and the producer that it keeps.
+struct OxSgIteratorStruct {
+    explicit OxSgIteratorStruct(TELLAR::GeometryProducer::Ptr producer)
+        : producer(std::move(producer)) {}
+
+    std::atomic<std::int32_t> refCount{0};
+    const TELLAR::GeometryProducer::Ptr producer;
+};
 
 namespace TELLAR {
 
@@ -32,6 +43,16 @@ OxSgIteratorStruct* ToC(GeometryProducer::Ptr producer) {
 /// A handle that carries the attribute's reference.
 OxAttributeStruct* ToC(Attribute attribute) {
     return attribute.detach();
+}
+
+void RetainIterator(OxSgIteratorStruct* iterator) noexcept {
+    if (iterator) iterator->refCount.fetch_add(1, std::memory_order_relaxed);
+}
+
+void ReleaseIterator(OxSgIteratorStruct* iterator) noexcept {
+    // The thread that frees the handle must see what the others did with it.
+    if (iterator && iterator->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete iterator;
 }
 
 template <typename Body>
@@ -70,64 +91,59 @@ OxSgIteratorStruct* CreateRootIteratorFromOpTreeDescription(OxAttributeStruct* d
 }
 
 OxSgIteratorStruct* GetFirstChild(OxSgIteratorStruct* iterator, bool evict) {
-    return EnterWith("getFirstChild", iterator, [&](GeometryProducer& location) {
-        return ToC(location.getFirstChild(evict));
-    });
+    return EnterWith("getFirstChild", iterator,
+                     [&](auto& location) { return ToC(location.getFirstChild(evict)); });
 }
 
 OxSgIteratorStruct* GetNextSibling(OxSgIteratorStruct* iterator, bool evict) {
-    return EnterWith("getNextSibling", iterator, [&](GeometryProducer& location) {
-        return ToC(location.getNextSibling(evict));
-    });
+    return EnterWith("getNextSibling", iterator,
+                     [&](auto& location) { return ToC(location.getNextSibling(evict)); });
 }
 
 OxSgIteratorStruct* GetParent(OxSgIteratorStruct* iterator) {
     return EnterWith("getParent", iterator,
-                     [](GeometryProducer& location) { return ToC(location.getParent()); });
+                     [](auto& location) { return ToC(location.getParent()); });
 }
 
 OxSgIteratorStruct* GetRoot(OxSgIteratorStruct* iterator) {
     return EnterWith("getRoot", iterator,
-                     [](GeometryProducer& location) { return ToC(location.getRootProducer()); });
+                     [](auto& location) { return ToC(location.getRootProducer()); });
 }
 
 OxSgIteratorStruct* GetChildByName(OxSgIteratorStruct* iterator, const char* name, bool evict) {
-    return EnterWith("getChildByName", iterator, [&](GeometryProducer& location) {
-        return ToC(location.getChildByName(name, evict));
-    });
+    return EnterWith("getChildByName", iterator,
+                     [&](auto& location) { return ToC(location.getChildByName(name, evict)); });
 }
 
 OxSgIteratorStruct* GetProducerByPath(OxSgIteratorStruct* iterator, const char* path, bool evict) {
-    return EnterWith("getProducerByPath", iterator, [&](GeometryProducer& location) {
+    return EnterWith("getProducerByPath", iterator, [&](auto& location) {
         return ToC(location.getProducerByPath(path ? path : "", evict));
     });
 }
 
 OxAttributeStruct* GetName(OxSgIteratorStruct* iterator) {
-    return EnterWith("getName", iterator, [](GeometryProducer& location) {
-        return ToC(StringAttribute(location.getName()));
-    });
+    return EnterWith("getName", iterator,
+                     [](auto& location) { return ToC(StringAttribute(location.getName())); });
 }
 
 OxAttributeStruct* GetFullName(OxSgIteratorStruct* iterator) {
-    return EnterWith("getFullName", iterator, [](GeometryProducer& location) {
-        return ToC(StringAttribute(location.getFullName()));
-    });
+    return EnterWith("getFullName", iterator,
+                     [](auto& location) { return ToC(StringAttribute(location.getFullName())); });
 }
 
 OxAttributeStruct* GetAttribute(OxSgIteratorStruct* iterator, const char* name) {
     return EnterWith("getAttribute", iterator,
-                     [&](GeometryProducer& location) { return ToC(location.getAttribute(name)); });
+                     [&](auto& location) { return ToC(location.getAttribute(name)); });
 }
 
 OxAttributeStruct* GetGlobalAttribute(OxSgIteratorStruct* iterator, const char* name) {
-    return EnterWith("getGlobalAttribute", iterator, [&](GeometryProducer& location) {
+    return EnterWith("getGlobalAttribute", iterator, [&](auto& location) {
         return ToC(name ? location.getGlobalAttribute(name) : Attribute());
     });
 }
 
 OxAttributeStruct* GetAttributeNames(OxSgIteratorStruct* iterator) {
-    return EnterWith("getAttributeNames", iterator, [](GeometryProducer& location) {
+    return EnterWith("getAttributeNames", iterator, [](auto& location) {
         std::set<std::string> names;
         location.getAttributeNames(&names);
         return ToC(StringAttribute(std::vector<std::string>(names.begin(), names.end()), 1));
@@ -135,20 +151,17 @@ OxAttributeStruct* GetAttributeNames(OxSgIteratorStruct* iterator) {
 }
 
 OxAttributeStruct* GetGlobalXFormGroup(OxSgIteratorStruct* iterator) {
-    return EnterWith("getGlobalXFormGroup", iterator, [](GeometryProducer& location) {
-        return ToC(location.getGlobalXFormGroup());
-    });
+    return EnterWith("getGlobalXFormGroup", iterator,
+                     [](auto& location) { return ToC(location.getGlobalXFormGroup()); });
 }
 
 OxAttributeStruct* GetPotentialChildren(OxSgIteratorStruct* iterator) {
-    return EnterWith("getPotentialChildren", iterator, [](GeometryProducer& location) {
-        return ToC(location.getPotentialChildren());
-    });
+    return EnterWith("getPotentialChildren", iterator,
+                     [](auto& location) { return ToC(location.getPotentialChildren()); });
 }
 
 void FinalizeRuntime(OxSgIteratorStruct* iterator) {
-    EnterWith("finalizeRuntime", iterator,
-              [](GeometryProducer& location) { FinalizeRenderRuntime(location); });
+    EnterWith("finalizeRuntime", iterator, [](auto& location) { FinalizeRenderRuntime(location); });
 }
 
 constexpr Suite MakeSuite() {
@@ -203,6 +216,14 @@ constexpr OldSuite MakeOldSuite() {
 constexpr OldSuite kOldSuite = MakeOldSuite();
 
 } // namespace
+
+OxSgIteratorStruct* OxGeometryProducerToHandle(GeometryProducer::Ptr producer) {
+    return producer ? new OxSgIteratorStruct(std::move(producer)) : nullptr;
+}
+
+GeometryProducer::Ptr OxHandleToGeometryProducer(OxSgIteratorStruct* handle) {
+    return handle ? handle->producer : nullptr;
+}
 
 const Suite* GetScenegraphIteratorHostSuite_v3() {
     return &kSuite;

@@ -7,8 +7,7 @@
 
 using OxAttribute::StringAttribute;
 
-namespace TELLAR {
-namespace RenderOutputUtilsHost {
+namespace TELLAR::RenderOutputUtilsHost {
 
 namespace {
 
@@ -51,5 +50,4 @@ std::string GetTempRenderLocation(GeometryProducer& root, const std::string& out
     return folder + separator + id + "." + PaddedFrame(frame, 4);
 }
 
-} // namespace RenderOutputUtilsHost
-} // namespace TELLAR
+} // namespace TELLAR::RenderOutputUtilsHost

@@ -5,14 +5,12 @@
 
 #include <OxTellarProducers/GeometryProducer.h>
 
-namespace TELLAR {
-namespace RenderOutputUtilsHost {
+namespace TELLAR::RenderOutputUtilsHost {
 
 /// Where a named render output is written while it is rendered, as the render settings of `root`
 /// tell; empty when they do not.
 std::string GetTempRenderLocation(GeometryProducer& root, const std::string& outputName, int frame);
 
-} // namespace RenderOutputUtilsHost
-} // namespace TELLAR
+} // namespace TELLAR::RenderOutputUtilsHost
 
 #endif

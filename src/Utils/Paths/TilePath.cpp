@@ -8,8 +8,7 @@
 
 #include "NamedLogger.h"
 
-namespace TELLAR {
-namespace RenderOutputUtilsHost {
+namespace TELLAR::RenderOutputUtilsHost {
 
 namespace {
 
@@ -88,5 +87,4 @@ std::string ProcessTilePath(const std::string& picturePath, const std::vector<in
     return result.is_absolute() ? result.string() : (folder / result).string();
 }
 
-} // namespace RenderOutputUtilsHost
-} // namespace TELLAR
+} // namespace TELLAR::RenderOutputUtilsHost
