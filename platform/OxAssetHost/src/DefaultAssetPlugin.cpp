@@ -11,15 +11,11 @@
 #include <OxTellarSDK/StringUtil.h>
 
 #include "ReferenceText.h"
+#include "files/PathList.h"
 
 namespace {
 
 constexpr const char* kSearchPathKey = "ASSET_SEARCH_PATH";
-#if defined(_WIN32)
-constexpr std::string_view kListSeparator = ";";
-#else
-constexpr std::string_view kListSeparator = ":";
-#endif
 
 // One entry of the search path.
 struct SearchFolder {
@@ -31,8 +27,8 @@ struct SearchFolder {
 
 std::vector<SearchFolder> SearchFolders() {
     std::vector<SearchFolder> folders;
-    for (const std::string& entry :
-         OxStringUtil::split(Config()->get(kSearchPathKey), kListSeparator)) {
+    for (const std::string& entry : OxStringUtil::split(
+             Config()->get(kSearchPathKey), std::string(1, TellarInternal::kPathListSeparator))) {
         std::string why;
         const auto expanded = ExpandReference(entry, std::nullopt, why);
         if (!expanded) {

@@ -6,7 +6,14 @@
 
 #include <OxTellarSDK/StringUtil.h>
 
+#include "text/Characters.h"
+#include "text/MessageText.h"
+#include "text/NumberText.h"
+#include "text/Utf8.h"
+
 namespace {
+
+using namespace TellarInternal;
 
 #if defined(_WIN32)
 constexpr std::string_view kSeparators = "/\\";
@@ -19,14 +26,6 @@ constexpr std::size_t kLongestText = 64 * 1024;
 constexpr std::size_t kWidestFrame = 99;
 constexpr std::size_t kLongestQuotation = 200;
 
-bool IsNameCharacter(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
-}
-
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
-
 // How many characters in front of the text satisfy the condition.
 template <typename Condition>
 std::size_t RunLength(std::string_view text, Condition condition) {
@@ -36,13 +35,6 @@ std::size_t RunLength(std::string_view text, Condition condition) {
 
 std::string TooLong() {
     return "it is longer than " + std::to_string(kLongestText) + " bytes";
-}
-
-// Sign first, then zeros; the width counts the sign.
-std::string PaddedFrame(int frame, std::size_t width) {
-    std::string text = std::to_string(frame);
-    if (text.size() < width) text.insert(frame < 0 ? 1 : 0, width - text.size(), '0');
-    return text;
 }
 
 // Reads a reference from front to back, once; what was replaced goes to the result only.
@@ -195,25 +187,8 @@ bool HasPathSeparator(std::string_view text) {
 }
 
 std::string QuotedForMessage(std::string_view text) {
-    constexpr std::string_view kHexDigits = "0123456789abcdef";
-    const bool isCut = text.size() > kLongestQuotation;
-    if (isCut) {
-        // Not within the bytes of one UTF-8 character.
-        std::size_t end = kLongestQuotation;
-        while (end > kLongestQuotation - 4 && (text[end] & 0xC0) == 0x80)
-            --end;
-        text = text.substr(0, end);
-    }
+    const std::string_view shown = Utf8Beginning(text, kLongestQuotation);
     std::string quoted = "'";
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte >= 0x20 && byte != 0x7F) {
-            quoted += c;
-        } else {
-            quoted += "\\x";
-            quoted += kHexDigits[byte >> 4];
-            quoted += kHexDigits[byte & 0xF];
-        }
-    }
-    return quoted += isCut ? "...'" : "'";
+    AppendOnOneLine(quoted, shown);
+    return quoted += shown.size() < text.size() ? "...'" : "'";
 }

@@ -8,6 +8,8 @@
 #include "ConfigurationFile.h"
 #include "NamedLogger.h"
 #include "ProcessEnvironment.h"
+#include "files/PathList.h"
+#include "text/Characters.h"
 
 namespace {
 
@@ -16,21 +18,10 @@ const NamedLogger kLogger("Configuration");
 constexpr const char* kVariablePrefix = "OX_CONFIG_";
 constexpr const char* kFileVariable = "OX_CONFIG_FILE";
 
-// As in all lists of paths in the environment of the system.
-#if defined(_WIN32)
-constexpr char kPathSeparator = ';';
-#else
-constexpr char kPathSeparator = ':';
-#endif
-
-bool IsVariableCharacter(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
-}
-
 std::string VariableOf(const std::string& key) {
     std::string name = kVariablePrefix;
     for (const char c : key)
-        name += IsVariableCharacter(c) ? c : '_';
+        name += TellarInternal::IsNameCharacter(c) ? c : '_';
     return name;
 }
 
@@ -39,7 +30,7 @@ std::vector<std::string> NamedFiles() {
     std::istringstream entries(list ? list : "");
     entries.exceptions(std::ios::badbit); // or a list for which there is no memory would end early
     std::vector<std::string> paths;
-    for (std::string path; std::getline(entries, path, kPathSeparator);) {
+    for (std::string path; std::getline(entries, path, TellarInternal::kPathListSeparator);) {
         if (!path.empty()) paths.push_back(path);
     }
     return paths;

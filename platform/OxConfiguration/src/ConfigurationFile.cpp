@@ -1,6 +1,5 @@
 #include "ConfigurationFile.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <utility>
@@ -11,8 +10,12 @@
 #include <rapidjson/reader.h>
 
 #include "files/RegularFile.h"
+#include "text/MessageText.h"
+#include "text/TextPlace.h"
 
 namespace {
+
+using namespace TellarInternal;
 
 // The parser calls itself for each level: far more than people write, far less than the
 // stack of any thread holds.
@@ -31,15 +34,8 @@ bool HoldsHalfOfPair(std::string_view text) {
 
 // A key as a message of one line shows it.
 std::string InQuotes(std::string_view key) {
-    constexpr char kDigits[] = "0123456789abcdef";
     std::string quoted = "\"";
-    for (const char c : key) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7f)
-            quoted += std::string("\\x") + kDigits[byte / 16] + kDigits[byte % 16];
-        else
-            quoted += c;
-    }
+    AppendOnOneLine(quoted, key);
     return quoted + '"';
 }
 
@@ -106,11 +102,7 @@ private:
 
 std::string ContentError(std::string_view text, std::size_t offset, const std::string& name,
                          const std::string& reason) {
-    const std::string_view before = text.substr(0, std::min(offset, text.size()));
-    const auto line = 1 + std::count(before.begin(), before.end(), '\n');
-    const std::size_t column = before.size() - (before.find_last_of('\n') + 1) + 1;
-    return "Configuration file \"" + name + "\", line " + std::to_string(line) + ", column " +
-           std::to_string(column) + ": " + reason;
+    return "Configuration file \"" + name + "\", " + LineAndColumn(text, offset) + ": " + reason;
 }
 
 } // namespace

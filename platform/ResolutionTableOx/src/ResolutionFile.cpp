@@ -1,51 +1,19 @@
 #include "ResolutionFile.h"
 
-#include <charconv>
 #include <cmath>
 #include <map>
 #include <stdexcept>
-#include <system_error>
 #include <unordered_set>
 
 #include <rapidjson/error/en.h>
+#include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
 #include "ResolutionRules.h"
+#include "text/NumberText.h"
+#include "text/TextPlace.h"
 
 namespace {
-
-// What RapidJSON reads from; knows at which line and column it is.
-class TextStream {
-public:
-    using Ch = char;
-
-    explicit TextStream(std::string_view text) : text(text) {}
-    Ch Peek() const { return isAtEnd() ? '\0' : text[at]; }
-    Ch Take() {
-        if (isAtEnd()) return '\0';
-        if (text[at] == '\n') {
-            ++line;
-            lineBegin = at + 1;
-        }
-        return text[at++];
-    }
-    std::size_t Tell() const { return at; }
-    bool isAtEnd() const { return at == text.size(); }
-    std::string place() const {
-        return "line " + std::to_string(line) + ", column " + std::to_string(at - lineBegin + 1);
-    }
-
-    // Only for parsing in place, which is not done here.
-    Ch* PutBegin() { return nullptr; }
-    void Put(Ch) {}
-    std::size_t PutEnd(Ch*) { return 0; }
-
-private:
-    std::string_view text;
-    std::size_t at = 0;
-    std::size_t lineBegin = 0;
-    std::size_t line = 1;
-};
 
 // Makes formats of the parser's events, which it refuses by throwing. Nothing is nested more
 // than two objects deep, so the parser never calls itself more often.
@@ -126,8 +94,7 @@ private:
 
     bool setMember(std::string_view text) {
         double number = 0;
-        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-        if (error != std::errc() || end != text.data() + text.size()) refuse(shortened(text));
+        if (!TellarInternal::ReadNumber(text, number)) refuse(shortened(text));
         if (member == "pixelAspect") {
             CheckPixelAspect(name, number);
         } else {
@@ -160,7 +127,7 @@ private:
     std::map<std::string, double> values; // of the members that were read
 };
 
-void Parse(TextStream& stream, FormatCollector& collector) {
+void Parse(rapidjson::MemoryStream& stream, std::size_t size, FormatCollector& collector) {
     constexpr unsigned int kFlags =
         rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseValidateEncodingFlag;
     rapidjson::Reader reader;
@@ -168,18 +135,19 @@ void Parse(TextStream& stream, FormatCollector& collector) {
     if (result.IsError())
         throw std::runtime_error(collector.context() + rapidjson::GetParseError_En(result.Code()));
     // The parser takes a zero byte for the end of the text.
-    if (!stream.isAtEnd()) throw std::runtime_error("a zero byte");
+    if (stream.Tell() != size) throw std::runtime_error("a zero byte");
 }
 
 } // namespace
 
 std::vector<ResolutionTableEntry> ParseResolutions(std::string_view text, const std::string& path) {
-    TextStream stream(text);
+    rapidjson::MemoryStream stream(text.data(), text.size());
     FormatCollector collector;
     try {
-        Parse(stream, collector);
+        Parse(stream, text.size(), collector);
     } catch (const std::runtime_error& error) {
-        throw std::runtime_error("resolution table \"" + path + "\", " + stream.place() + ": " +
+        throw std::runtime_error("resolution table \"" + path + "\", " +
+                                 TellarInternal::LineAndColumn(text, stream.Tell()) + ": " +
                                  error.what());
     }
     return std::move(collector.formats);

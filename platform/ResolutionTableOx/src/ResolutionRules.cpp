@@ -7,6 +7,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "text/Utf8.h"
+
 namespace {
 
 constexpr int kMaximumSize = 1048576;
@@ -22,15 +24,6 @@ std::size_t ControlCharacterSize(std::string_view text) {
     if (first != 0xC2 || text.size() < 2) return 0;
     const auto second = static_cast<unsigned char>(text[1]);
     return second >= 0x80 && second <= 0x9F ? 2 : 0;
-}
-
-// At most so much of the text that no UTF-8 character of it is cut.
-std::string_view Beginning(std::string_view text) {
-    if (text.size() <= kMaximumQuotedSize) return text;
-    std::size_t size = kMaximumQuotedSize;
-    while (size > 0 && (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80)
-        --size;
-    return text.substr(0, size);
 }
 
 void AppendEscaped(std::string& out, std::string_view bytes) {
@@ -93,7 +86,7 @@ void RefuseFormatMember(std::string_view name, std::string_view member, std::str
 
 std::string QuotedForMessage(std::string_view text) {
     std::string quoted = "\"";
-    const std::string_view shown = Beginning(text);
+    const std::string_view shown = TellarInternal::Utf8Beginning(text, kMaximumQuotedSize);
     for (std::size_t at = 0; at < shown.size();) {
         const std::size_t controlSize = ControlCharacterSize(shown.substr(at));
         AppendEscaped(quoted, shown.substr(at, controlSize));

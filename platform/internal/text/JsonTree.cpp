@@ -4,6 +4,7 @@
 #include <utility>
 
 #include <rapidjson/error/en.h>
+#include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 
 #include "text/TextPlace.h"
@@ -14,29 +15,6 @@ namespace {
 
 /// Some editors write it in front of UTF-8.
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-
-/// The text as RapidJSON reads it: its end reads as NUL.
-class TextStream {
-public:
-    using Ch = char;
-
-    explicit TextStream(std::string_view text) : text(text) {
-        if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark) at = kByteOrderMark.size();
-    }
-    Ch Peek() const { return at < text.size() ? text[at] : '\0'; }
-    Ch Take() { return at < text.size() ? text[at++] : '\0'; }
-    std::size_t Tell() const { return at; }
-
-    // Only for parsing in place, which is not done here.
-    Ch* PutBegin() { return nullptr; }
-    void Put(Ch) {}
-    void Flush() {}
-    std::size_t PutEnd(Ch*) { return 0; }
-
-private:
-    std::string_view text;
-    std::size_t at = 0;
-};
 
 /// The first byte at or after `at` that is no white space, comma, colon or comment. The text
 /// up to there has been found to be JSON already.
@@ -64,7 +42,7 @@ std::string WithoutFullStop(std::string text) {
 /// that SkipBetweenValues does not skip.
 class JsonTree::Builder {
 public:
-    Builder(JsonTree& tree, const TextStream& stream, std::size_t depthLimit)
+    Builder(JsonTree& tree, const rapidjson::MemoryStream& stream, std::size_t depthLimit)
         : tree(tree), stream(stream), depthLimit(depthLimit), lastEnd(stream.Tell()) {}
 
     bool Null() { return addWord(JsonKind::Null); }
@@ -102,7 +80,7 @@ public:
 
 private:
     JsonTree& tree;
-    const TextStream& stream;
+    const rapidjson::MemoryStream& stream;
     const std::size_t depthLimit;
     std::vector<std::size_t> opened; // arrays and objects not yet closed
     std::size_t lastEnd;             // of what was read last
@@ -132,7 +110,10 @@ private:
 
 JsonTree::JsonTree(std::string_view text, std::string source, std::size_t depthLimit)
     : text(text), source(std::move(source)) {
-    TextStream stream(text);
+    rapidjson::MemoryStream stream(text.data(), text.size());
+    if (text.substr(0, kByteOrderMark.size()) == kByteOrderMark)
+        for (std::size_t i = 0; i < kByteOrderMark.size(); ++i)
+            stream.Take();
     Builder builder(*this, stream, depthLimit);
     rapidjson::Reader reader;
     constexpr unsigned kFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseCommentsFlag |

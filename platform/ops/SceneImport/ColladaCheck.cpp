@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "NodeGraph.h"
+#include "text/NumberText.h"
 
 namespace TellarSceneImport {
 
@@ -121,8 +122,7 @@ std::uint64_t NumberOf(const Tag& tag, std::string_view name, std::uint32_t abse
     const std::string_view text = Trimmed(AttributeOf(tag, name));
     if (text.empty()) return absent;
     std::uint32_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size())
+    if (!TellarInternal::ReadNumber(text, number))
         Fail("the " + std::string(name) + " of <" + std::string(tag.name) + "> is no number");
     return number;
 }

@@ -1,13 +1,14 @@
 #include "PlyCheck.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <map>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "text/NumberText.h"
 
 namespace TellarSceneImport {
 
@@ -61,8 +62,7 @@ std::string_view TakeWord(std::string_view& text) {
 std::uint64_t TakeNumber(std::string_view& text, const char* complaint) {
     const std::string_view word = TakeWord(text);
     std::uint32_t number = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    if (error != std::errc() || end != word.data() + word.size()) Fail(complaint);
+    if (!TellarInternal::ReadNumber(word, number)) Fail(complaint);
     return number;
 }
 

@@ -5,6 +5,8 @@
 
 #include <OxTellarSDK/StringUtil.h>
 
+#include "text/NumberText.h"
+
 using OxAttribute::StringAttribute;
 
 namespace TELLAR::RenderOutputUtilsHost {
@@ -15,13 +17,6 @@ std::string TextAt(GeometryProducer& root, const std::string& name) {
     return StringAttribute(root.getAttribute(name.c_str())).getValue("", false);
 }
 
-/// Sign first, then zeros, to the width at least.
-std::string PaddedFrame(int frame, std::size_t width) {
-    std::string text = std::to_string(frame);
-    if (text.size() < width) text.insert(frame < 0 ? 1 : 0, width - text.size(), '0');
-    return text;
-}
-
 /// The text with the frame in place of every run of "#", padded to its length.
 std::string WithFrame(const std::string& text, int frame) {
     std::string result;
@@ -29,7 +24,7 @@ std::string WithFrame(const std::string& text, int frame) {
     for (std::size_t run = text.find('#'); run != std::string::npos; run = text.find('#', rest)) {
         result.append(text, rest, run - rest);
         rest = std::min(text.find_first_not_of('#', run), text.size());
-        result += PaddedFrame(frame, rest - run);
+        result += TellarInternal::PaddedFrame(frame, rest - run);
     }
     return result.append(text, rest);
 }
@@ -47,7 +42,7 @@ std::string GetTempRenderLocation(GeometryProducer& root, const std::string& out
     const std::string id = TextAt(root, output + ".tempRenderId");
     if (folder.empty() || id.empty()) return {};
     const char* const separator = OxStringUtil::endswith(folder, "/") ? "" : "/";
-    return folder + separator + id + "." + PaddedFrame(frame, 4);
+    return folder + separator + id + "." + TellarInternal::PaddedFrame(frame, 4);
 }
 
 } // namespace TELLAR::RenderOutputUtilsHost

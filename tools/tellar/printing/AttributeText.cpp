@@ -7,6 +7,7 @@
 
 #include "NumberText.h"
 #include "PrintableText.h"
+#include "text/Utf8.h"
 
 namespace TellarTool {
 
@@ -18,17 +19,8 @@ using namespace OxAttribute;
 constexpr std::size_t kShownValues = 16;
 constexpr std::size_t kShownBytes = 80; // of a string
 
-/// The first bytes, up to a boundary between UTF-8 characters.
-std::string_view Beginning(std::string_view text) {
-    if (text.size() <= kShownBytes) return text;
-    std::size_t end = kShownBytes;
-    while (end > 0 && (text[end] & 0xC0) == 0x80)
-        --end;
-    return text.substr(0, end);
-}
-
 void AppendValue(std::string& out, std::string_view text) {
-    const std::string_view shown = Beginning(text);
+    const std::string_view shown = TellarInternal::Utf8Beginning(text, kShownBytes);
     out += '"';
     AppendPrintable(out, shown);
     out += shown.size() < text.size() ? "...\"" : "\"";

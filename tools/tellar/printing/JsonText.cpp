@@ -1,18 +1,19 @@
 #include "JsonText.h"
 
-#include <algorithm>
-#include <charconv>
 #include <cmath>
 
 #include <OxTellarSDK/DescriptionJson.h>
 
 #include "NumberText.h"
+#include "text/JsonWriter.h"
+#include "text/Utf8.h"
 
 namespace TellarTool {
 
 namespace {
 
 using namespace OxAttribute;
+using namespace TellarInternal;
 
 std::string Join(const std::vector<std::string>& texts, std::string_view separator) {
     std::string out;
@@ -26,10 +27,10 @@ std::string Join(const std::vector<std::string>& texts, std::string_view separat
 } // namespace
 
 std::string Json(const std::string& text) {
-    const bool isPlain = std::all_of(text.begin(), text.end(), [](char c) {
-        return c >= ' ' && c <= '~' && c != '"' && c != '\\';
-    });
-    return isPlain ? '"' + text + '"' : WriteAttributeJson(StringAttribute(text), -1);
+    if (!IsUtf8(text)) return WriteAttributeJson(StringAttribute(text), -1);
+    std::string json;
+    AppendJsonString(json, text);
+    return json;
 }
 
 std::string JsonOrNull(const std::string& text) {
@@ -37,11 +38,14 @@ std::string JsonOrNull(const std::string& text) {
 }
 
 std::string Json(int value) {
-    return WriteAttributeJson(IntAttribute(value), -1);
+    return std::to_string(value);
 }
 
 std::string Json(double value) {
-    return std::isfinite(value) ? WriteAttributeJson(DoubleAttribute(value), -1) : "null";
+    if (!std::isfinite(value)) return "null";
+    std::string json;
+    AppendJsonNumber(json, value);
+    return json;
 }
 
 std::string Json(float value) {
@@ -49,7 +53,7 @@ std::string Json(float value) {
     std::string text;
     AppendNumber(text, value);
     double sameDigits = 0;
-    std::from_chars(text.data(), text.data() + text.size(), sameDigits);
+    ReadNumber(text, sameDigits);
     return Json(sameDigits);
 }
 

@@ -6,20 +6,16 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <system_error>
-#include <type_traits>
 #include <vector>
+
+#include "text/NumberText.h"
 
 namespace TellarTool {
 
-/// The shortest text that reads back as the same number, whatever the locale.
-template <typename T>
-void AppendNumber(std::string& out, T value) {
-    char text[32];
-    out.append(text, std::to_chars(text, text + sizeof(text), value).ptr);
-}
+using TellarInternal::AppendNumber;
+using TellarInternal::ReadNumber;
 
-/// The same for people, to whom the sign of zero and that of no number mean nothing.
+/// The shortest text that reads back as the same number, without the signs of zero and of NaN.
 template <typename T>
 std::string NumberText(T value) {
     if (std::isnan(value)) return "nan";
@@ -28,7 +24,7 @@ std::string NumberText(T value) {
     return out;
 }
 
-/// Seven digits of it, for what nobody reads back.
+/// The number rounded to seven digits, for people only.
 inline std::string RoundedText(double value) {
     constexpr int kDigits = 7;
     if (std::isnan(value)) return "nan";
@@ -39,17 +35,8 @@ inline std::string RoundedText(double value) {
     return {text, end};
 }
 
-/// False unless all of the text is a number that the type holds, and a finite one.
-template <typename T>
-bool ReadNumber(std::string_view text, T& number) {
-    const char* const end = text.data() + text.size();
-    const auto [last, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || last != end) return false;
-    if constexpr (std::is_floating_point_v<T>) return std::isfinite(number);
-    return true;
-}
-
-/// The numbers of "2,3,8,8"; nothing unless all of them are such.
+/// The numbers of a list such as "2,3,8,8". Returns nothing unless all of them are finite numbers
+/// that T can hold.
 template <typename T>
 std::optional<std::vector<T>> ReadNumbers(std::string_view text) {
     std::vector<T> numbers;

@@ -2,14 +2,13 @@
 
 #include <cstddef>
 
+#include "text/HexText.h"
+
 namespace TellarTool {
 
 void AppendByteNumber(std::string& out, char byte) {
-    constexpr std::string_view hexDigits = "0123456789abcdef";
-    const auto number = static_cast<unsigned char>(byte);
     out += "\\x";
-    out += hexDigits[number >> 4];
-    out += hexDigits[number & 15];
+    TellarInternal::AppendHexByte(out, byte);
 }
 
 void AppendPrintable(std::string& out, std::string_view bytes) {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "Terminal.h"
+#include "text/Utf8.h"
 
 namespace TellarTool {
 
@@ -60,8 +61,7 @@ std::string ClockText(double seconds) {
 std::string_view Cut(std::string_view line, int columns) {
     int left = columns - 1;
     for (std::size_t i = 0; i < line.size(); ++i) {
-        const bool isContinued = (static_cast<unsigned char>(line[i]) & 0xC0) == 0x80;
-        if (!isContinued && left-- == 0) return line.substr(0, i);
+        if (!TellarInternal::IsUtf8Continuation(line[i]) && left-- == 0) return line.substr(0, i);
     }
     return line;
 }

@@ -1,10 +1,7 @@
 #include <OxTellarSDK/AttributeStream.h>
 
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <memory>
-#include <random>
 #include <stdexcept>
 #include <vector>
 
@@ -15,6 +12,7 @@
 #include "Container.h"
 #include "ContainerWriter.h"
 #include "OpDescription.h"
+#include "files/ReplacingFile.h"
 
 namespace OxAttribute {
 
@@ -24,51 +22,31 @@ struct CompressorDeleter {
     void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
 };
 
-/// A new file that takes the place of `path` only when commit is reached.
-class ReplacingFile {
+/// Writes a file, compressed if asked to.
+class FileWriter {
 public:
-    ReplacingFile(std::string finalPath, bool compress) : path(std::move(finalPath)) {
-        // A name of our own: two writers of one file must not write into each other's.
-        temporary = path + "." + std::to_string(std::random_device{}()) + ".tmp";
-        file = std::fopen(temporary.c_str(), "wbx");
-        if (!file) fail();
+    FileWriter(const std::string& path, bool compress)
+        : path(path), file(path, "Cannot write file \"" + path + '"') {
         if (!compress) return;
         compressor.reset(ZSTD_createCCtx());
         if (!compressor) throw std::bad_alloc();
         packed.resize(ZSTD_CStreamOutSize());
     }
-    ReplacingFile(const ReplacingFile&) = delete;
-    ReplacingFile& operator=(const ReplacingFile&) = delete;
-    ~ReplacingFile() {
-        if (file) std::fclose(file);
-        if (!committed) std::remove(temporary.c_str());
-    }
 
     static std::int64_t Write(void* stream, const void* data, std::int64_t bytes) {
-        static_cast<ReplacingFile*>(stream)->write(data, static_cast<std::size_t>(bytes),
-                                                   ZSTD_e_continue);
+        static_cast<FileWriter*>(stream)->write(data, static_cast<std::size_t>(bytes),
+                                                ZSTD_e_continue);
         return bytes;
     }
 
     void commit() {
         if (compressor) write("", 0, ZSTD_e_end);
-        const bool closed = std::fclose(file) == 0;
-        file = nullptr;
-        if (!closed || std::rename(temporary.c_str(), path.c_str()) != 0) fail();
-        committed = true;
+        file.replace();
     }
 
 private:
-    [[noreturn]] void fail() const {
-        throw std::runtime_error("Cannot write file \"" + path + "\": " + std::strerror(errno));
-    }
-
-    void writePlain(const void* data, std::size_t bytes) {
-        if (std::fwrite(data, 1, bytes, file) != bytes) fail();
-    }
-
     void write(const void* data, std::size_t bytes, ZSTD_EndDirective directive) {
-        if (!compressor) return writePlain(data, bytes);
+        if (!compressor) return file.write(data, bytes);
         ZSTD_inBuffer input{data, bytes, 0};
         for (;;) {
             ZSTD_outBuffer output{packed.data(), packed.size(), 0};
@@ -77,24 +55,22 @@ private:
             if (ZSTD_isError(left))
                 throw std::runtime_error("Cannot compress file \"" + path +
                                          "\": " + ZSTD_getErrorName(left));
-            writePlain(packed.data(), output.pos);
+            file.write(packed.data(), output.pos);
             const bool done = directive == ZSTD_e_end ? left == 0 : input.pos == input.size;
             if (done) return;
         }
     }
 
-    std::string path;
-    std::string temporary;
-    std::FILE* file = nullptr;
+    const std::string path;
+    TellarInternal::ReplacingFile file;
     std::unique_ptr<ZSTD_CCtx, CompressorDeleter> compressor;
     std::vector<char> packed;
-    bool committed = false;
 };
 
 void WriteFile(const std::string& path, const Attribute& attribute, ContainerKind kind,
                bool compress) {
-    ReplacingFile file(path, compress);
-    WriteContainer(attribute, kind, &file, &ReplacingFile::Write, "file \"" + path + '"');
+    FileWriter file(path, compress);
+    WriteContainer(attribute, kind, &file, &FileWriter::Write, "file \"" + path + '"');
     file.commit();
 }
 

@@ -9,6 +9,7 @@
 
 #include "PluginRegistry.h"
 #include "SharedLibrary.h"
+#include "files/PathList.h"
 
 namespace OxPluginManager {
 
@@ -23,7 +24,7 @@ const char libraryAnchor = 0;
 std::vector<std::string> environmentFolders() {
     const char* path = std::getenv(kPathVariable);
     if (!path) return {};
-    return OxStringUtil::split(path, std::string(1, kPathListSeparator));
+    return OxStringUtil::split(path, std::string(1, TellarInternal::kPathListSeparator));
 }
 
 // The host that was set last; the registry may be made after that, when there was no memory for it.

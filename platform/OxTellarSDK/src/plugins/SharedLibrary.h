@@ -14,13 +14,6 @@ constexpr const char* kModuleSuffix = ".dylib";
 constexpr const char* kModuleSuffix = ".so";
 #endif
 
-/// What stands between the folders in a search path variable.
-#if defined(_WIN32)
-constexpr char kPathListSeparator = ';';
-#else
-constexpr char kPathListSeparator = ':';
-#endif
-
 /// A library loaded into this process, for good. A value; copy it freely. The one place
 /// that talks to the system's loader. Safe from any thread.
 class SharedLibrary {

@@ -1,23 +1,17 @@
 #include <OxTellarSDK/DelimiterCodec.h>
 
+#include <optional>
+
+#include "text/HexText.h"
+
 namespace OxAttribute {
 
 namespace {
 
-// The value of a hexadecimal digit, -1 for any other character.
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    return -1;
-}
-
-// The byte that an escape in front of `text` stands for, -1 when there is no escape.
-int escapedByte(std::string_view text) {
-    if (text.size() < 3 || text[0] != '%') return -1;
-    const int high = hexValue(text[1]);
-    const int low = hexValue(text[2]);
-    return high < 0 || low < 0 ? -1 : high * 16 + low;
+// The byte that the escape at the start of a text stands for. Returns nothing if there is none.
+std::optional<char> EscapedByte(std::string_view text) {
+    if (text.empty() || text[0] != '%') return std::nullopt;
+    return TellarInternal::ReadHexByte(text.substr(1));
 }
 
 } // namespace
@@ -50,9 +44,9 @@ std::string DelimiterDecode(std::string_view encoded) {
     std::string name;
     name.reserve(encoded.size());
     while (!encoded.empty()) {
-        const int byte = escapedByte(encoded);
-        name += byte < 0 ? encoded.front() : static_cast<char>(byte);
-        encoded.remove_prefix(byte < 0 ? 1 : 3);
+        const std::optional<char> byte = EscapedByte(encoded);
+        name += byte.value_or(encoded.front());
+        encoded.remove_prefix(byte ? 3 : 1);
     }
     return name;
 }

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "files/HomeFolder.h"
+#include "text/Characters.h"
 
 namespace OxStringUtil {
 
@@ -72,10 +73,6 @@ std::size_t absoluteIndex(std::string_view text, std::ptrdiff_t index) {
     return static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(index, 0, size));
 }
 
-bool isNameCharacter(char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
-}
-
 // The reference that begins at the '$' in front of a text: all of it, and the name in it.
 // No variable has an empty name, so that of a '$' which is only a character is empty.
 struct VariableReference {
@@ -89,7 +86,8 @@ VariableReference parseReference(std::string_view text) {
         if (close == std::string_view::npos) return {text.substr(0, 1), {}};
         return {text.substr(0, close + 1), text.substr(2, close - 2)};
     }
-    const auto end = std::find_if_not(text.begin() + 1, text.end(), isNameCharacter);
+    const auto end =
+        std::find_if_not(text.begin() + 1, text.end(), TellarInternal::IsNameCharacter);
     const auto length = static_cast<std::size_t>(end - text.begin());
     return {text.substr(0, length), text.substr(1, length - 1)};
 }
