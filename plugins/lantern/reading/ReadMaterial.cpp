@@ -96,8 +96,8 @@ Texture::Wrap ReadWrap(const Attribute& mode) {
     return Texture::Wrap::Repeat;
 }
 
-/// The color space of a file whose node does not say: sRGB for colors, linear for light and
-/// numbers.
+/// Whether a file whose color space is not given holds sRGB: colors do, except in ".exr" and
+/// ".hdr".
 bool IsSrgbByItself(const std::string& file, bool isColor) {
     std::string extension = file.substr(std::min(file.rfind('.'), file.size()));
     std::transform(extension.begin(), extension.end(), extension.begin(),
@@ -208,13 +208,14 @@ void MaterialReader::readTextures() {
 std::optional<Texture> MaterialReader::readTexture(const MaterialDraft::Slot& slot) const {
     const std::string name = input(slot.input);
     const std::optional<ShadingConnection> connection = shader.connection(name);
+    const bool takesAll = slot.isColor || slot.input == std::string("normal");
+    Texture texture;
     if (!connection) {
         const std::optional<std::string> file = textureFileOf(name);
         if (!file) return {};
-        Texture texture;
         texture.file = *file;
         texture.isSrgb = IsSrgbByItself(*file, slot.isColor);
-        texture.channel = slot.isColor || slot.input == std::string("normal") ? -1 : 0;
+        texture.channel = takesAll ? -1 : 0;
         return texture;
     }
     const std::optional<ShadingNode> node = network.find(connection->node);
@@ -228,10 +229,8 @@ std::optional<Texture> MaterialReader::readTexture(const MaterialDraft::Slot& sl
         warn("\"" + name + "\" of its material is fed by " + what + "; its own value is used");
         return {};
     }
-    Texture texture;
     texture.file = *file;
     texture.channel = ChannelOf(connection->port);
-    const bool takesAll = slot.isColor || slot.input == std::string("normal");
     if (texture.channel < 0 && !takesAll) texture.channel = 0;
     texture.isSrgb = IsSrgbByItself(*file, slot.isColor);
     readImage(*node, texture);
@@ -262,7 +261,7 @@ void MaterialReader::readImage(const ShadingNode& image, Texture& texture) const
     texture.uvTurn = transform[4];
 }
 
-/// A single channel is multiplied by the first component.
+/// The factor of a single channel is the first component.
 Color MaterialReader::multiplyOf(const ShadingNode& image, const Texture& texture) const {
     const std::vector<float> factors = FiniteNumbers(image.parameter("multiply"));
     if (factors.empty()) return Color(1);

@@ -1,6 +1,7 @@
 #include "reading/Surfaces.h"
 
 #include <algorithm>
+#include <functional>
 #include <optional>
 #include <set>
 #include <utility>
@@ -14,8 +15,7 @@ namespace {
 /// The files of one of a location's named textures.
 struct NamedTexture {
     std::vector<std::string> files;
-    std::vector<std::int32_t>
-        ofFace; ///< the file's index for each face; empty if all use the first
+    std::vector<std::int32_t> ofFace; ///< index of each face's file; empty if all use the first
 };
 using NamedTextures = std::map<std::string, NamedTexture>;
 
@@ -37,7 +37,8 @@ NamedTextures ReadNamedTextures(const Suites& suites, const Attribute& textures)
     return named;
 }
 
-std::string WithoutPlace(const std::string& nodeName) {
+/// Removes the ":0", ":1", ... that flattening appends to the names of nodes.
+std::string WithoutSuffix(const std::string& nodeName) {
     return nodeName.substr(0, nodeName.rfind(':'));
 }
 
@@ -66,7 +67,7 @@ public:
 private:
     static std::string nameOf(const Attribute& material) {
         const Attribute node = material.child("terminals.surface");
-        return node.isText() ? WithoutPlace(node.text()) : material.child("surfaceShader").text();
+        return node.isText() ? WithoutSuffix(node.text()) : material.child("surfaceShader").text();
     }
 
     MaterialDraft readWith(std::optional<std::size_t> face) {
@@ -107,6 +108,76 @@ std::vector<std::int32_t> MaterialMaker::choiceOf(std::size_t face) const {
     return choice;
 }
 
+/// Finds the materials of all faces of a location.
+class SurfaceReader {
+public:
+    using AddMaterial = std::function<Index(const MaterialDraft&)>;
+
+    SurfaceReader(const Suites& suites, Warnings& warnings, const SurfaceQuestion& question,
+                  AddMaterial addMaterial)
+        : suites(suites), warnings(warnings), question(question),
+          textures(ReadNamedTextures(suites, question.textures)),
+          addMaterial(std::move(addMaterial)) {}
+
+    Surface read() {
+        MaterialMaker maker = makerOf(question.place, question.materials);
+        if (const auto base = maker.ofAll()) surface.material = addMaterial(*base);
+        if (maker.dependsOnFaces()) {
+            MaterialByChoice materials;
+            for (std::size_t face = 0; face < question.faceCount; ++face)
+                setFace(face, maker, surface.material, materials);
+        }
+        for (const FaceSet& faceSet : question.faceSets)
+            if (HashOf(faceSet.materials) != HashOf(question.materials)) readFaceSet(faceSet);
+        return std::move(surface);
+    }
+
+private:
+    using MaterialByChoice = std::map<std::vector<std::int32_t>, Index>;
+
+    MaterialMaker makerOf(const Place& place, const MaterialChain::Ptr& materials) const {
+        const auto warn = [this, place](const std::string& what) {
+            warnings.warn(place.path(), what);
+        };
+        return {suites, FlattenMaterial(suites, place, materials), textures, warn};
+    }
+
+    void readFaceSet(const FaceSet& faceSet) {
+        MaterialMaker maker = makerOf(faceSet.place, faceSet.materials);
+        const std::optional<MaterialDraft> draft = maker.ofAll();
+        if (!draft) return;
+        const Index base = addMaterial(*draft);
+        MaterialByChoice materials;
+        for (const std::int32_t face : faceSet.faces.ints()) {
+            if (face >= 0 && static_cast<std::size_t>(face) < question.faceCount)
+                setFace(static_cast<std::size_t>(face), maker, base, materials);
+            else
+                warnings.warn(faceSet.place.path(),
+                              "\"geometry.faces\" has faces that the mesh does not have");
+        }
+    }
+
+    /// Gives a face the material of its choice of files, or else `base`.
+    void setFace(std::size_t face, MaterialMaker& maker, Index base, MaterialByChoice& materials) {
+        Index material = base;
+        const std::vector<std::int32_t> choice = maker.choiceOf(face);
+        if (!choice.empty()) {
+            const auto [entry, isNew] = materials.try_emplace(choice, base);
+            if (isNew) entry->second = addMaterial(maker.ofFace(face));
+            material = entry->second;
+        }
+        if (surface.faceMaterials.empty()) surface.faceMaterials.assign(question.faceCount, kNone);
+        surface.faceMaterials[face] = material;
+    }
+
+    const Suites& suites;
+    Warnings& warnings;
+    const SurfaceQuestion& question;
+    const NamedTextures textures;
+    const AddMaterial addMaterial;
+    Surface surface;
+};
+
 } // namespace
 
 Hash SurfaceQuestion::hash() const {
@@ -136,56 +207,8 @@ Index Surfaces::find(const SurfaceQuestion& question) {
 }
 
 Surface Surfaces::read(const SurfaceQuestion& question) {
-    const NamedTextures textures = ReadNamedTextures(suites, question.textures);
-    Surface surface;
-    const auto setFace = [&](std::size_t face, Index material) {
-        if (surface.faceMaterials.empty()) surface.faceMaterials.assign(question.faceCount, kNone);
-        surface.faceMaterials[face] = material;
-    };
-    const auto makerOf = [&](const Place& place, const MaterialChain::Ptr& materials) {
-        return MaterialMaker(
-            suites, FlattenMaterial(suites, place, materials), textures,
-            [this, place](const std::string& what) { warnings.warn(place.path(), what); });
-    };
-    const auto setFaces = [&](MaterialMaker& maker, Index base, const auto& forEachFace) {
-        std::map<std::vector<std::int32_t>, Index> byChoice;
-        forEachFace([&](std::size_t face) {
-            Index material = base;
-            if (maker.dependsOnFaces()) {
-                const std::vector<std::int32_t> choice = maker.choiceOf(face);
-                if (!choice.empty()) {
-                    const auto [entry, isNew] = byChoice.try_emplace(choice, base);
-                    if (isNew) entry->second = add(maker.ofFace(face));
-                    material = entry->second;
-                }
-            }
-            setFace(face, material);
-        });
-    };
-
-    MaterialMaker maker = makerOf(question.place, question.materials);
-    if (const std::optional<MaterialDraft> base = maker.ofAll()) surface.material = add(*base);
-    if (maker.dependsOnFaces())
-        setFaces(maker, surface.material, [&](const auto& set) {
-            for (std::size_t face = 0; face < question.faceCount; ++face)
-                set(face);
-        });
-    for (const FaceSet& faceSet : question.faceSets) {
-        if (HashOf(faceSet.materials) == HashOf(question.materials)) continue;
-        MaterialMaker ofSet = makerOf(faceSet.place, faceSet.materials);
-        const std::optional<MaterialDraft> base = ofSet.ofAll();
-        if (!base) continue;
-        setFaces(ofSet, add(*base), [&](const auto& set) {
-            for (const std::int32_t face : faceSet.faces.ints()) {
-                if (face >= 0 && static_cast<std::size_t>(face) < question.faceCount)
-                    set(static_cast<std::size_t>(face));
-                else
-                    warnings.warn(faceSet.place.path(), "\"geometry.faces\" has faces that the "
-                                                        "mesh does not have");
-            }
-        });
-    }
-    return surface;
+    const auto addMaterial = [this](const MaterialDraft& draft) { return add(draft); };
+    return SurfaceReader(suites, warnings, question, addMaterial).read();
 }
 
 Index Surfaces::add(const MaterialDraft& draft) {
