@@ -1,4 +1,4 @@
-/// The plug-in "lantern" as a host sees it: reads the scene, draws it, writes the picture.
+// The entry points of the plug-in "lantern": read the scene, draw it, write the picture.
 
 #include <atomic>
 #include <cstddef>
@@ -34,7 +34,7 @@ const OxPluginHost& GetHost() {
     return *host;
 }
 
-/// The only place where exceptions end.
+/// Turns exceptions into messages and a status. No exception leaves the plug-in.
 template <typename Work>
 int Run(Report& report, Work work) {
     try {

@@ -9,24 +9,24 @@
 
 namespace lantern {
 
-/// Thrown when the caller wants no picture any more.
+/// Thrown when the caller cancels the render.
 struct Cancelled {};
 
-/// Thrown, with a text for the user, when there can be no picture.
+/// Thrown, with a message for the user, when a picture cannot be made.
 struct RenderError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// Tells the caller of a render what happens, and hears whether to go on. Any number of threads
-/// may use one.
+/// Sends messages and progress to the caller of a render and asks it whether to go on. Safe from
+/// several threads at once.
 class Report {
 public:
-    /// Speaks to nobody.
+    /// Without a listener.
     Report() = default;
     explicit Report(const OxRenderListener_v1& listener) : listener(listener) {}
 
     void info(const std::string& message);
-    /// The picture will be there, but something in it is not what the scene asks for.
+    /// For a picture that is made but differs from what the scene asks for.
     void warn(const std::string& message);
     void error(const std::string& message);
     void progress(double fraction, const char* what);
@@ -40,7 +40,7 @@ private:
     void say(int level, const std::string& message);
 
     OxRenderListener_v1 listener{};
-    std::mutex lock; // one call of the listener at a time
+    std::mutex lock; // serializes the calls of the listener
 };
 
 } // namespace lantern

@@ -7,8 +7,8 @@
 
 namespace lantern {
 
-/// Whether something other than a file lies under the path. The image library would wait for the
-/// other end of a named pipe.
+/// Whether the path is something other than a regular file. The image library would block on a
+/// named pipe.
 inline bool IsOtherThanFile(const std::string& path) {
     std::error_code ignored;
     const auto status = std::filesystem::status(path, ignored);

@@ -10,31 +10,30 @@
 
 namespace lantern {
 
-/// Scene-linear red, green, blue and alpha, colours multiplied by alpha: what was drawn of a
-/// picture.
+/// The drawn part of a picture: scene-linear red, green, blue and alpha, with the colors multiplied
+/// by alpha.
 struct Picture {
     int width = 0; ///< of the whole picture
     int height = 0;
-    Window window;             ///< what `pixels` holds, row by row from the top
-    std::vector<float> pixels; ///< four a pixel
-    /// World to camera, and world to -1..1 across the whole picture; not known of pictures that
-    /// were read from files without them.
+    Window window;             ///< the drawn part
+    std::vector<float> pixels; ///< four per pixel, row by row from the top
+    /// World to camera, and world to -1..1 across the whole picture. Files may lack them.
     std::optional<M44f> worldToCamera;
     std::optional<M44f> worldToNdc;
 };
 
-/// Throws RenderError naming the path when WritePicture could not write there: its format is none
-/// of the two, or its folder is not there.
+/// Throws a RenderError that names the path if WritePicture could not write it: because of its
+/// extension, or because its folder does not exist.
 void CheckPicturePath(const std::string& path);
 
 /// Writes ".exr" (half floats, the window as the data window, the matrices as "worldToCamera" and
-/// "worldToNDC") or ".png" (sRGB of eight bits). The file is replaced in one go: it is complete or
-/// as it was before. Throws RenderError naming the path.
+/// "worldToNDC") or ".png" (8-bit sRGB). The file is replaced atomically. Throws a RenderError that
+/// names the path.
 void WritePicture(const std::string& path, const Picture& picture);
 
-/// Puts tiles of one picture together and writes it; pictures of eight bits stay as they are to
-/// the bit, and so do half floats. Throws RenderError naming the tile that cannot be read, is of
-/// another picture, lies over another one, or is missing.
+/// Stitches the tiles of a picture and writes it, without a change of any pixel if the formats are
+/// the same. Throws a RenderError that names a tile which cannot be read, belongs to another
+/// picture or overlaps another tile, or that names the pixels which no tile covers.
 void StitchPictures(const std::vector<std::string>& tiles, const std::string& path, Report& report);
 
 } // namespace lantern

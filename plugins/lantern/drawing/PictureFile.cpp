@@ -31,26 +31,26 @@ using OIIO::ImageOutput;
 using OIIO::ImageSpec;
 using OIIO::TypeDesc;
 
-constexpr int kMostPixels = 65536; // a side
+constexpr int kMostPixels = 65536; // per side
 constexpr float kLargestHalf = 65504;
-/// The methods of compression of both formats never make more than 1032 bytes of one.
+/// Neither format can compress more than 1032 bytes into one, the limit of deflate.
 constexpr double kMostBytesPerByte = 1100;
 
 constexpr const char* kSoftware = "OxTellarProducers lantern " LANTERN_VERSION;
 
-// A ".png" has no place of its own for these: they are texts. So is the size of the whole picture.
+// PNG has no fields for the size of the whole picture and the matrices. They are text chunks.
 constexpr const char* kPngSize = "pictureSize";
 constexpr const char* kPngToCamera = "worldToCamera";
 constexpr const char* kPngToNdc = "worldToNDC";
 
-// The names by which the library knows the ".exr" attributes worldToCamera and worldToNDC.
+// The image library's names of the EXR attributes worldToCamera and worldToNDC.
 constexpr const char* kExrToCamera = "worldtocamera";
 constexpr const char* kExrToNdc = "worldtoNDC";
 
 std::string NumberText(const M44f& matrix) {
     std::ostringstream text;
     text.imbue(std::locale::classic());
-    text.precision(9); // tells every float from its neighbours
+    text.precision(9); // enough digits to read the same float
     for (int i = 0; i < 16; ++i)
         text << (i ? " " : "") << matrix.getValue()[i];
     return text.str();
@@ -79,7 +79,7 @@ std::string OneLine(std::string text) {
 // Pixels ------------------------------------------------------------------------------------------
 
 half ToHalf(float value) {
-    // What is too large stays visible as the largest number, not as infinity.
+    // Finite values beyond the range become the largest half, not infinity.
     return half(std::isfinite(value) ? std::max(-kLargestHalf, std::min(value, kLargestHalf))
                                      : value);
 }
@@ -120,7 +120,7 @@ ImageSpec SpecOf(const StoredPicture& picture) {
     spec.full_width = picture.width;
     spec.full_height = picture.height;
     spec.attribute("Software", kSoftware);
-    spec.attribute("DateTime", ""); // else the time of day, and no two files would be the same
+    spec.attribute("DateTime", ""); // the same picture gives the same bytes
     spec.attribute("oiio:UnassociatedAlpha", isExr ? 0 : 1);
     return spec;
 }
@@ -191,8 +191,8 @@ void CheckSize(const std::string& path, const StoredPicture& picture) {
         FailToRead(path, "it is too short for " + size + " pixels");
 }
 
-/// Goes through the parts of a ".png" up to the last one: the library leaves memory behind when one
-/// is cut short, and tells it on the process's error stream.
+/// Checks that all chunks of a PNG are there. For a truncated file the image library would leak
+/// memory and write to standard error.
 void CheckPngIsWhole(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     std::array<char, 8> head{};
@@ -202,11 +202,11 @@ void CheckPngIsWhole(const std::string& path) {
     std::error_code error;
     const std::uint64_t size = std::filesystem::file_size(path, error);
     std::uint64_t at = 8;
-    while (file.read(head.data(), 8)) { // length of the part, and its type
+    while (file.read(head.data(), 8)) { // length and type of the chunk
         std::uint32_t length = 0;
         for (int i = 0; i < 4; ++i)
             length = length << 8 | static_cast<unsigned char>(head[i]);
-        at += std::uint64_t(length) + 12; // with its checksum
+        at += std::uint64_t(length) + 12; // 8 bytes of header and 4 of checksum
         if (at > size) break;
         if (std::memcmp(&head[4], "IEND", 4) == 0) return;
         file.seekg(static_cast<std::streamoff>(at));

@@ -11,11 +11,11 @@
 namespace lantern {
 
 enum class PictureFormat {
-    Exr, ///< four half floats a pixel
-    Png  ///< four bytes a pixel, colours not multiplied by alpha
+    Exr, ///< four half floats per pixel, colors multiplied by alpha
+    Png  ///< four bytes per pixel, colors not multiplied by alpha
 };
 
-/// A picture as it is in its file.
+/// A picture with its pixels in the format of its file.
 struct StoredPicture {
     PictureFormat format = PictureFormat::Exr;
     int width = 0; ///< of the whole picture
@@ -28,14 +28,15 @@ struct StoredPicture {
     std::size_t bytesPerPixel() const { return format == PictureFormat::Exr ? 8 : 4; }
 };
 
-/// Throws RenderError naming a path that ends neither in ".exr" nor in ".png".
+/// The format of a path's extension. Throws a RenderError that names the path if it is neither
+/// ".exr" nor ".png".
 PictureFormat FormatOf(const std::string& path);
 
 StoredPicture ToStored(const Picture& picture, PictureFormat format);
-/// Throws RenderError when there is no way from one to the other.
+/// Converts the pixels. Throws RenderError for ".png" to ".exr".
 StoredPicture ToFormat(const StoredPicture& picture, PictureFormat format);
 
-// Both throw RenderError naming the path. The reader checks that what the file says can be.
+// Both throw a RenderError that names the path. ReadStored checks the sizes that the file states.
 void WriteStored(const std::string& path, const StoredPicture& picture);
 StoredPicture ReadStored(const std::string& path);
 

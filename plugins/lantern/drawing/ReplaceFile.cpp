@@ -16,8 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kTries = 100;            // to find a name that is not taken
-constexpr std::size_t kMostName = 200; // of the picture's in the hidden one: names have a limit
+constexpr int kTries = 100;            // for a name that is not in use
+constexpr std::size_t kMostName = 200; // of the picture's name, since file names have a limit
 
 [[noreturn]] void Fail(const std::string& path, int error) {
     throw RenderError("cannot write the picture \"" + path +
@@ -34,7 +34,7 @@ public:
     Descriptor& operator=(const Descriptor&) = delete;
 
     int get() const { return number; }
-    /// Some file systems tell only here that there was no room.
+    /// Returns false on failure: some file systems report a full disk only here.
     bool close() {
         const int closed = number;
         number = -1;
@@ -45,7 +45,7 @@ private:
     int number;
 };
 
-/// Removes the file unless it got its place.
+/// Removes the file unless place() has renamed it.
 class HiddenFile {
 public:
     explicit HiddenFile(std::string path) : path(std::move(path)) {}
@@ -78,7 +78,7 @@ fs::path FolderOf(const fs::path& path) {
     return path.has_parent_path() ? path.parent_path() : fs::path(".");
 }
 
-/// Assigns the name of the new file.
+/// Creates a hidden file beside `path`, assigns its name and returns its descriptor, or -1.
 int OpenHidden(const fs::path& path, std::string& hidden) {
     const std::string name = path.filename().string().substr(0, kMostName);
     for (int i = 0; i < kTries; ++i) {
@@ -101,11 +101,11 @@ bool WriteAll(int file, const std::vector<unsigned char>& bytes) {
 
 bool KeepPermissions(int file, const std::string& path) {
     struct stat before {};
-    if (::stat(path.c_str(), &before) != 0) return true; // nothing was there
+    if (::stat(path.c_str(), &before) != 0) return true; // there is no old file
     return ::fchmod(file, before.st_mode & 07777) == 0;
 }
 
-/// The new name lasts only when the folder is written, too; some file systems cannot be asked to.
+/// Makes the renaming durable. Errors are ignored: some file systems cannot flush folders.
 void FlushFolder(const fs::path& folder) {
     const Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (descriptor.get() >= 0) ::fsync(descriptor.get());

@@ -6,12 +6,12 @@
 
 namespace lantern {
 
-/// Puts a file with these bytes in place of what is there, in one go: through a hidden file beside
-/// it that is renamed. A file that was there keeps its permissions. Throws RenderError naming the
-/// path, and the file is as it was.
+/// Replaces a file atomically: writes a hidden file beside it, then renames that. The permissions
+/// of an existing file are kept. Throws a RenderError that names the path and leaves the old file
+/// as it was.
 void ReplaceFile(const std::string& path, const std::vector<unsigned char>& bytes);
 
-/// Throws RenderError naming the folder of the path when it is not there.
+/// Throws a RenderError that names the folder of the path if it does not exist.
 void CheckFolderOf(const std::string& path);
 
 } // namespace lantern

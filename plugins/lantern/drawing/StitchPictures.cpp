@@ -34,7 +34,7 @@ std::int64_t AreaOf(const Window& window) {
     return std::int64_t(window.width()) * window.height();
 }
 
-/// Written by the same code from the same scene, they agree to the bit.
+/// Tiles of one picture have bit-equal matrices, because they come from the same scene.
 void CheckSamePicture(const Tile& first, const Tile& tile) {
     const StoredPicture& a = first.picture;
     const StoredPicture& b = tile.picture;
@@ -65,7 +65,7 @@ Window BoundsOf(const std::vector<Tile>& tiles) {
     return bounds;
 }
 
-/// The places along one direction where tiles begin or end, ascending.
+/// The coordinates at which tiles begin or end along one axis, ascending.
 std::vector<int> Borders(const std::vector<Tile>& tiles, int Window::*low, int Window::*high) {
     std::set<int> borders;
     for (const Tile& tile : tiles) {
@@ -75,7 +75,7 @@ std::vector<int> Borders(const std::vector<Tile>& tiles, int Window::*low, int W
     return {borders.begin(), borders.end()};
 }
 
-/// The first piece, in the order of rows, that no tile covers; there is one.
+/// The first rectangle in row order that no tile covers. There must be a gap.
 Window FindGap(const std::vector<Tile>& tiles) {
     const std::vector<int> xs = Borders(tiles, &Window::x0, &Window::x1);
     const std::vector<int> ys = Borders(tiles, &Window::y0, &Window::y1);
@@ -103,7 +103,7 @@ void CheckNoGaps(const std::vector<Tile>& tiles, const Window& bounds) {
     std::int64_t covered = 0;
     for (const Tile& tile : tiles)
         covered += AreaOf(tile.picture.window);
-    if (covered == AreaOf(bounds)) return; // since none lies over another
+    if (covered == AreaOf(bounds)) return; // since tiles do not overlap
     throw RenderError("a tile is missing: nothing covers the pixels " + TextOf(FindGap(tiles)));
 }
 

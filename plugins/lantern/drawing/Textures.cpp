@@ -23,7 +23,7 @@ using OIIO::TypeDesc;
 
 constexpr float kMegabytesInMemory = 1024;
 
-/// IEC 61966-2-1.
+/// The inverse of the sRGB transfer function, IEC 61966-2-1.
 float LinearFromSrgb(float value) {
     if (value <= 0.04045f) return value / 12.92f;
     return std::pow((value + 0.055f) / 1.055f, 2.4f);
@@ -43,7 +43,7 @@ V2f Transformed(const Texture& texture, const V2f& st) {
     return V2f(c * scaled.x - s * scaled.y, s * scaled.x + c * scaled.y) + texture.uvOffset;
 }
 
-/// Which texel stands at a place that may be outside of the image; -1: none.
+/// The texel at a place that may be outside of the image; -1 for black.
 int Wrapped(std::int64_t place, int size, Texture::Wrap wrap) {
     const auto modulo = [](std::int64_t value, std::int64_t by) { return (value % by + by) % by; };
     switch (wrap) {
@@ -61,7 +61,7 @@ int Wrapped(std::int64_t place, int size, Texture::Wrap wrap) {
     return static_cast<int>(modulo(place, size));
 }
 
-/// The two texels between which a place is, and how far from the first.
+/// The two texels around a place; `share` is the weight of the second one.
 struct Neighbours {
     Neighbours(float place, int size, Texture::Wrap wrap) {
         const double at = double(place) * size - 0.5;
@@ -74,13 +74,13 @@ struct Neighbours {
     float share;
 };
 
-/// Which of a file's channels are read.
+/// The channels of a file that are read.
 struct Channels {
     int first = 0;
-    int count = 0; ///< 3, 1 that is taken three times, or 0: all is 1
+    int count = 0; ///< 3; 1 for a value that is used three times; 0 for a constant 1
 };
 
-/// Files with less than three channels are grey, and one without alpha is opaque.
+/// A file with less than three channels is grey. A file without alpha is opaque.
 Channels ChannelsOf(const Texture& texture, int channels) {
     const bool isGrey = channels < 3;
     if (texture.channel < 0) return {0, isGrey ? 1 : 3};
@@ -89,20 +89,20 @@ Channels ChannelsOf(const Texture& texture, int channels) {
     return alpha < channels ? Channels{alpha, 1} : Channels{};
 }
 
-/// What is asked of a file.
+/// An open texture file.
 struct Image {
     const Texture* texture = nullptr;
-    ImageCache::ImageHandle* handle = nullptr; // null: cannot be read
+    ImageCache::ImageHandle* handle = nullptr; // null if the file cannot be read
     int width = 0, height = 0;
-    int x = 0, y = 0; // of the first texel
+    int x = 0, y = 0; // the data window's origin
     int tileWidth = 0, tileHeight = 0;
     int channelCount = 0;
     Channels channels;
-    bool isSrgb = false; // which alpha never is
+    bool isSrgb = false; // never for alpha
     mutable std::atomic<bool> isReported{false};
 };
 
-/// A piece of an image in memory, for as long as this lives.
+/// A tile of an image, which stays in the cache as long as this object lives.
 class HeldTile {
 public:
     HeldTile(ImageCache& cache, const Image& image, int x, int y)
@@ -115,11 +115,11 @@ public:
     HeldTile(const HeldTile&) = delete;
     HeldTile& operator=(const HeldTile&) = delete;
 
-    bool isThere() const { return pixels; }
+    bool isLoaded() const { return pixels; }
     bool has(int x, int y) const {
         return x >= left && y >= top && x < left + image.tileWidth && y < top + image.tileHeight;
     }
-    /// Of a place that it has.
+    /// The texel at a place for which has() is true.
     Color texel(int x, int y) const {
         const std::size_t place = std::size_t(y - top) * image.tileWidth + x - left;
         const std::size_t first = place * image.channelCount + image.channels.first;
@@ -144,7 +144,7 @@ private:
             return static_cast<float>(static_cast<const std::uint16_t*>(pixels)[at]) / 65535;
         case TypeDesc::HALF:
             return static_cast<const Imath::half*>(pixels)[at];
-        default: // all others are kept as floats
+        default: // the cache converts all other types to floats
             return static_cast<const float*>(pixels)[at];
         }
     }
@@ -162,7 +162,7 @@ private:
 struct Textures::Library {
     explicit Library(Report& report) : report(report), cache(ImageCache::create(false)) {
         cache->attribute("max_memory_MB", kMegabytesInMemory);
-        cache->attribute("unassociatedalpha", 1); // colours as they are in the file
+        cache->attribute("unassociatedalpha", 1); // do not multiply colors by alpha
     }
     ~Library() { ImageCache::destroy(cache); }
     Library(const Library&) = delete;
@@ -170,12 +170,12 @@ struct Textures::Library {
 
     void open(Image& image) const;
     bool texel(const Image& image, int x, int y, Color& value) const;
-    /// Between four texels, in an image from 0 to 1 with `t` from the top.
+    /// Bilinear interpolation; coordinates are from 0 to 1 with `t` from the top.
     bool blend(const Image& image, const V2f& st, Texture::Wrap wrapU, Texture::Wrap wrapV,
                Color& value) const;
-    /// With the image library's reason.
+    /// Warns with the image library's error message.
     void warn(const Image& image) const;
-    /// Once an image.
+    /// Warns once per image.
     void warn(const Image& image, const std::string& why) const;
 
     Report& report;
@@ -184,7 +184,7 @@ struct Textures::Library {
 };
 
 void Textures::Library::warn(const Image& image) const {
-    std::string why = cache->geterror(); // taken in any case: it would be kept
+    std::string why = cache->geterror(); // always fetched, or the library would keep it
     while (!why.empty() && std::isspace(static_cast<unsigned char>(why.back())))
         why.pop_back();
     warn(image, why.empty() ? "it is no image" : why);
@@ -212,14 +212,14 @@ void Textures::Library::open(Image& image) const {
     image.channels = ChannelsOf(*image.texture, spec->nchannels);
     image.isSrgb = image.texture->isSrgb && image.texture->channel < 3;
     image.handle = handle;
-    // The header tells nothing of the pixels: one in the middle is read as a trial.
+    // The header may be intact and the pixels not: read one in the middle as a test.
     Color value;
     if (!texel(image, image.width / 2, image.height / 2, value)) image.handle = nullptr;
 }
 
 bool Textures::Library::texel(const Image& image, int x, int y, Color& value) const {
     const HeldTile tile(*cache, image, x, y);
-    if (!tile.isThere()) {
+    if (!tile.isLoaded()) {
         warn(image);
         return false;
     }
@@ -229,7 +229,7 @@ bool Textures::Library::texel(const Image& image, int x, int y, Color& value) co
 
 bool Textures::Library::blend(const Image& image, const V2f& st, Texture::Wrap wrapU,
                               Texture::Wrap wrapV, Color& value) const {
-    constexpr float kMost = 1e6f; // coordinates beyond that mean nothing, and do not fit
+    constexpr float kMost = 1e6f; // larger coordinates have no fractional precision left
     if (!(std::abs(st.x) < kMost) || !(std::abs(st.y) < kMost)) return false;
     const Neighbours columns(st.x, image.width, wrapU);
     const Neighbours rows(st.y, image.height, wrapV);
@@ -238,7 +238,7 @@ bool Textures::Library::blend(const Image& image, const V2f& st, Texture::Wrap w
     const auto add = [&](int x, int y, float share) {
         Color found(0, 0, 0);
         if (x >= 0 && y >= 0) { // else black
-            if (tile.isThere() && tile.has(x, y))
+            if (tile.isLoaded() && tile.has(x, y))
                 found = tile.texel(x, y);
             else if (!texel(image, x, y, found))
                 return false;
@@ -298,7 +298,7 @@ void Textures::eachTexel(Index texture, const TexelFunction& function) const {
         for (int left = 0; left < image.width; left += image.tileWidth) {
             const HeldTile tile(*library->cache, image, left, y);
             const int right = std::min(left + image.tileWidth, image.width);
-            for (int x = left; tile.isThere() && x < right; ++x)
+            for (int x = left; tile.isLoaded() && x < right; ++x)
                 function(x, y, tile.texel(x, y) * image.texture->multiply);
         }
     }

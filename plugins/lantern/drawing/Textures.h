@@ -9,31 +9,31 @@
 
 namespace lantern {
 
-/// Looks up images, of which no more is in memory than a limit allows. Any number of threads.
+/// Texture lookups through a cache of limited size. Safe from several threads at once.
 ///
-/// Values are blended between four texels of the finest level, in linear light: paths of one pixel
-/// that fall on different places of it take the mean.
+/// Lookups are bilinear, in linear light, at the finest level. There are no mipmaps: the paths of a
+/// pixel average the texels that it covers.
 class Textures {
 public:
-    /// Warns of each file that cannot be read.
+    /// Opens all files and warns about those that cannot be read.
     Textures(const SceneData& scene, Report& report);
     ~Textures();
     Textures(const Textures&) = delete;
     Textures& operator=(const Textures&) = delete;
 
-    /// There is such a texture, and it can be looked up.
+    /// Whether the texture exists and can be read.
     bool has(Index texture) const;
 
-    /// Assigns the texture's value where the surface has these coordinates: made linear, and
-    /// multiplied. A single channel comes three times. False, and nothing is assigned, when there
-    /// is no texture or it cannot be read there.
+    /// Assigns the texture's value at these coordinates, in linear light and multiplied by
+    /// Texture::multiply. A single channel is assigned to all components. Returns false, and
+    /// assigns nothing, if there is no texture or it cannot be read there.
     bool color(Index texture, const V2f& st, Color& value) const;
 
-    /// The image as it is around us: from 0 to 1, `t` from the top; it repeats sideways.
+    /// The same for an image by longitude and latitude, both from 0 to 1, with `t` from the top.
     bool around(Index texture, const V2f& st, Color& value) const;
 
-    /// Calls for each texel of the image in turn, row by row from the top; does nothing when it
-    /// cannot be read.
+    /// Calls the function for each texel, row by row from the top. Does nothing if the image cannot
+    /// be read.
     using TexelFunction = std::function<void(int x, int y, const Color& value)>;
     bool size(Index texture, int& width, int& height) const;
     void eachTexel(Index texture, const TexelFunction& function) const;

@@ -6,14 +6,12 @@
 
 #include "drawing/Numbers.h"
 
-/// From scene-linear light to what screens show.
+/// The conversion of scene-linear light to 8-bit sRGB.
 namespace lantern {
 
-/// Up to 0.8 it is what it is; from there on
+/// The identity up to 0.8. Above it the highlights are compressed below 1, with a continuous slope:
 ///
 ///     0.8 + 0.2 (1 - exp(-(value - 0.8) / 0.2))
-///
-/// goes on in the same direction and bends towards 1, which nothing exceeds.
 inline float RolledOff(float value) {
     constexpr float kFrom = 0.8f;
     constexpr float kRest = 1 - kFrom;
@@ -21,7 +19,7 @@ inline float RolledOff(float value) {
     return value <= kFrom ? value : kFrom + kRest * (1 - std::exp((kFrom - value) / kRest));
 }
 
-/// IEC 61966-2-1.
+/// The sRGB transfer function, IEC 61966-2-1.
 inline float SrgbFromLinear(float value) {
     if (value <= 0.0031308f) return value * 12.92f;
     return 1.055f * std::pow(value, 1 / 2.4f) - 0.055f;
