@@ -1,4 +1,4 @@
-/* The same as walk.cpp in C, through the tables of functions that plug-ins use: walk_c <op file> */
+/* walk.cpp in C, through the tables of functions that plug-ins use. Usage: walk_c <op file> */
 #include <stdio.h>
 
 #include <OxPluginHost/OxPluginHost.h>
@@ -9,25 +9,25 @@
 static const OxScenegraphIteratorHostSuite_v3* iterators;
 static const OxAttributeSuite_v1* attributes;
 
-/* Takes over the reference that the attribute carries. */
-static void printText(OxAttributeStruct* attribute) {
+/* Prints the text of an attribute and releases it. */
+static void PrintText(OxAttributeStruct* attribute) {
     const char* text = attributes->getString(attribute, 0, 0);
     fputs(text ? text : "", stdout);
     attributes->release(attribute);
 }
 
-static void print(OxSgIteratorStruct* location) {
+static void PrintTree(OxSgIteratorStruct* location) {
     OxSgIteratorStruct* child;
-    printText(iterators->getFullName(location));
+    PrintText(iterators->getFullName(location));
     fputs("  ", stdout);
-    printText(iterators->getAttribute(location, "type"));
+    PrintText(iterators->getAttribute(location, "type"));
     putchar('\n');
 
     child = iterators->getFirstChild(location, false);
     while (child) {
         OxSgIteratorStruct* next;
-        iterators->retainIterator(child); /* it comes without a reference */
-        print(child);
+        iterators->retainIterator(child); /* the suite returns it without a reference */
+        PrintTree(child);
         next = iterators->getNextSibling(child, false);
         iterators->releaseIterator(child);
         child = next;
@@ -46,8 +46,8 @@ int main(int argc, char** argv) {
     attributes = host->getSuite("AttributeHost", 1);
 
     root = iterators->createRootIteratorFromOpTreeFile(argv[1]); /* carries a reference */
-    if (!root) return 1; /* why not stands on standard error already */
-    print(root);
+    if (!root) return 1; /* the reason has been logged to standard error */
+    PrintTree(root);
     iterators->releaseIterator(root);
     return 0;
 }
