@@ -1,4 +1,4 @@
-// Resolves any text as an asset reference, at a frame that its first byte tells.
+// Resolves any text as an asset reference. The first byte of the input is the frame.
 
 #include <cstdint>
 #include <stdexcept>

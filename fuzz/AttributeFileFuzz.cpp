@@ -1,8 +1,8 @@
 // Reads any bytes as an attribute file or an op file.
 //
-// As they are, hardly any bytes get past the checksums. So they are read a second time with a
-// header, checksums and a footer made right around them: then the structure is what is put to the
-// test. What is accepted must be a value like any other.
+// Hardly any input has valid checksums. The bytes are therefore read a second time inside of a
+// valid header, checksums and footer, which tests the reading of the structure. Whatever is
+// accepted must be a valid attribute.
 
 #include <algorithm>
 #include <cstdint>
@@ -23,13 +23,13 @@ using namespace OxAttribute;
 
 namespace {
 
-// Values may be shared by many groups, so that reading all of a file can take as long as its size
-// squared. That much is meant; a group that is found twice would take for ever.
+// Groups may share values, so visiting all values of a file can take quadratic time in its size. The
+// walk stops at this limit.
 constexpr std::uint64_t kMaximumWork = 20'000'000;
 
 class Walk {
 public:
-    /// False when there is too much to walk through.
+    /// Returns false if the limit of visits is exceeded.
     bool visit(const Attribute& value) {
         work +=
             1 + static_cast<std::uint64_t>(DataAttribute(IntAttribute(value)).getNumberOfValues());
@@ -75,12 +75,12 @@ void Try(Use use) {
     try {
         use();
     } catch (const std::runtime_error&) {
-        // what a damaged file is answered with
+        // the expected error for a damaged file
     }
 }
 
-/// The bytes as the header and values of a file, with everything around them made right. The root
-/// is where the last 48 bytes, as a footer, say it is.
+/// A valid file around the bytes, which are its header and values. The last 48 bytes, read as a
+/// footer, give the position of the root.
 std::string Framed(std::string bytes, ContainerKind kind) {
     const std::uint32_t root = ContainerBytes::FooterOf(bytes).rootUnit;
     bytes.resize(bytes.size() - sizeof(ContainerFooter));

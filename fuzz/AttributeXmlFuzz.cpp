@@ -1,4 +1,5 @@
-// Reads any text as the XML of an attribute. What is accepted must come back from its own text.
+// Reads any text as the XML of an attribute. An accepted attribute must be equal after it is
+// written and read again.
 
 #include <cstdint>
 #include <stdexcept>
@@ -16,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         value = ParseAttributeXml({reinterpret_cast<const char*>(data), size});
     } catch (const std::runtime_error&) {
-        return 0; // what any other text is answered with
+        return 0; // the expected error for other texts
     }
     Check(value.isValid(), "what is read is an attribute");
     const std::string text = value.getXML();

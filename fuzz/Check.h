@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the process, which is a find, unless `holds`.
+/// Aborts unless `holds`, which the fuzzer reports as a find.
 inline void Check(bool holds, const char* rule) {
     if (holds) return;
     std::fprintf(stderr, "This does not hold: %s\n", rule);

@@ -1,5 +1,5 @@
-// Reads any text as a configuration file. What is accepted must hold the same again when it is
-// written as one object without nesting.
+// Reads any text as a configuration file. Accepted values must be equal after they are written as
+// one flat object and read again.
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
-// Cooks any op-tree description, and asks the scene everything through the C suites: three times,
-// with every location computed anew the second time and taken from the cache the third time. All
-// three walks must be told the same.
+// Cooks any op-tree description and calls all getters of the C suites on the scene, in three walks:
+// the second one evicts and cooks every location again, the third one uses the cache. All walks
+// must get the same answers.
 
 #include <algorithm>
 #include <cstdint>
@@ -29,13 +29,13 @@ using TELLAR::GeometryProducer;
 
 namespace {
 
-// Every location is asked for each name several times.
+// Every location is asked for each name several times, so the number of names is limited.
 constexpr std::size_t kMaxNames = 8;
 
-// Arrays list so many children of one location, which is legal and slow.
+// An Array op with a very large count is valid but slow.
 constexpr int kMaxGroupSize = 2000;
 
-/// Names that few people would think of.
+/// Unusual names and paths.
 std::vector<std::string> OddNames() {
     return {"",
             ".",
@@ -56,7 +56,7 @@ std::vector<std::string> OddNames() {
             std::string(3000, '.')};
 }
 
-/// The texts and names of a description: what its locations and attributes may be called.
+/// The texts and names in a description, which may be names of locations and attributes.
 void CollectNames(const Attribute& value, std::set<std::string>& names) {
     for (const std::string_view text : StringAttribute(value).getNearestSample(0.0f))
         names.emplace(text);
@@ -131,7 +131,7 @@ void UseRuntime(const GroupAttribute& description, const std::vector<std::string
           "the cache has all that was cooked");
 }
 
-/// The way of a plug-in, which takes a runtime for each thread that lives on after the call.
+/// Opens the scene as a plug-in does, with a runtime per thread that outlives the call.
 void UseThreadAware(const GroupAttribute& description, const std::vector<std::string>& names) {
     const auto& suite = IteratorSuiteVersion3();
     OxSgIteratorStruct* const root =
@@ -142,7 +142,7 @@ void UseThreadAware(const GroupAttribute& description, const std::vector<std::st
     suite.releaseIterator(root);
 }
 
-/// The arguments of an Op as a scene that needs no runtime.
+/// Opens the arguments of an op as a static scene without a runtime.
 void UseStatic(const GroupAttribute& args, const std::vector<std::string>& names) {
     const auto root = TELLAR::CreateStaticGeometryProducer("/root", args, nullptr);
     if (root) Walk(IteratorSuiteVersion3(), root, names, false);
@@ -153,7 +153,7 @@ void Try(Use use) {
     try {
         use();
     } catch (const std::runtime_error&) {
-        // what a faulty description is answered with
+        // the expected error for an invalid description
     }
 }
 
@@ -176,7 +176,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint64_t choice = description.getHash().uint64();
     const std::vector<std::string> names = NamesToAskFor(description, choice);
     Try([&] { UseRuntime(description, names); });
-    // Seldom: the clients of the thread-aware way are kept for the life of the process.
+    // Only for some inputs, because thread-aware clients live as long as the process.
     if (choice % 16 == 0) UseThreadAware(description, names);
     const GroupAttribute first(description.getChildByIndex(0));
     Try([&] { UseStatic(GroupAttribute(first.getChildByName("opArgs")), names); });

@@ -1,5 +1,5 @@
-// Reads any text as a description of an op tree. What is accepted must come back from the text that
-// it is written as.
+// Reads any text as an op-tree description in JSON. An accepted description must be equal after it
+// is written and read again.
 
 #include <cstdint>
 #include <stdexcept>
@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         description = ParseDescriptionJson(text, "input", "/folder");
     } catch (const std::runtime_error&) {
-        return 0; // what any other text is answered with
+        return 0; // the expected error for other texts
     }
     Check(description.isValid(), "what is read is a description");
     const std::string written = WriteDescriptionJson(description);

@@ -1,5 +1,5 @@
-// How libFuzzer changes op-tree descriptions: not their bytes, most of which would end in no
-// description at all, but the attributes that they are made of.
+// A custom mutator for op-tree descriptions. It changes their attributes, because a change of bytes
+// hardly ever gives another valid description.
 
 #include <algorithm>
 #include <cstdint>
@@ -33,7 +33,7 @@ Children ChildrenOf(const GroupAttribute& group) {
 
 class DescriptionMutator {
 public:
-    /// Parts of `donor` are put into descriptions now and then.
+    /// Some mutations copy parts of `donor`.
     DescriptionMutator(unsigned seed, const GroupAttribute& donor) : random(seed) {
         collect(donor);
     }
@@ -112,7 +112,7 @@ private:
         return kNumbers[below(std::size(kNumbers))];
     }
 
-    /// One sample, or a few at odd times.
+    /// An attribute of one sample, or of a few at unusual times.
     template <typename Value, typename Make>
     std::map<float, std::vector<Value>> samples(std::uint64_t count, Make make) {
         std::map<float, std::vector<Value>> made;
@@ -156,7 +156,7 @@ private:
         }
     }
 
-    /// A value of the type that an op type tells for one of its arguments: "double[3]".
+    /// A value of the type that an op type declares for an argument, such as "double[3]".
     Attribute valueOfType(const std::string& type) {
         const std::size_t bracket = type.find('[');
         const std::string one = type.substr(0, bracket);
@@ -200,7 +200,7 @@ private:
         group = GroupAttribute(children, true);
     }
 
-    /// Gives an Op an argument that its type knows, most often of the right type.
+    /// Sets an argument that the op type declares, mostly to a value of the right type.
     void setArgument(Attribute& op) {
         const GroupAttribute entry(op);
         const auto* type = OxOpType::FindOpType(
@@ -212,7 +212,7 @@ private:
         setChild(op, "opArgs", args);
     }
 
-    /// The same value with one place in it changed.
+    /// A copy of the attribute with one change.
     Attribute changedPart(const Attribute& value) {
         const GroupAttribute group(value);
         if (!group.isValid()) return anyValue();
@@ -238,7 +238,7 @@ private:
     std::vector<std::string> texts;
 };
 
-/// The length of what was written to `out`; 0 when it does not fit.
+/// Writes the text to `out` and returns its length; 0 if it does not fit.
 std::size_t Write(const GroupAttribute& description, std::uint8_t* out, std::size_t maxSize) {
     const std::string text = description.getXML();
     if (text.size() > maxSize) return 0;
@@ -246,7 +246,7 @@ std::size_t Write(const GroupAttribute& description, std::uint8_t* out, std::siz
     return text.size();
 }
 
-/// `data` changed with the help of `donor`; 0 when that fails.
+/// Mutates `data` with the help of `donor`. Returns the new size, or 0 on failure.
 std::size_t Change(std::string_view data, std::string_view donor, std::uint8_t* out,
                    std::size_t maxSize, unsigned seed) {
     try {
@@ -258,7 +258,7 @@ std::size_t Change(std::string_view data, std::string_view donor, std::uint8_t* 
             description = mutator.changed(description);
         return Write(description, out, maxSize);
     } catch (const std::runtime_error&) {
-        return 0; // a group nested too deep
+        return 0; // the group is nested too deeply
     }
 }
 

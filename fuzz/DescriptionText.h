@@ -7,8 +7,8 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/DescriptionJson.h>
 
-/// The op-tree description in an input: JSON, as people write it, or the XML of any attribute,
-/// which can say more. An invalid group for any other text.
+/// The op-tree description in an input: JSON, or the XML of an attribute, which can express
+/// more. An invalid group for any other text.
 inline OxAttribute::GroupAttribute ReadDescriptionText(std::string_view text) {
     try {
         if (!text.empty() && text.front() == '{')

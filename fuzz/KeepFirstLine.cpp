@@ -1,4 +1,4 @@
-// How libFuzzer changes inputs whose first line says how to read the rest.
+// A custom mutator for inputs whose first line is the file extension: it changes only the rest.
 
 #include <algorithm>
 #include <cstdint>

@@ -1,6 +1,6 @@
-// Adds location delegates that answer with any attributes. An input is the XML of a group: each
-// child is a delegate, a group of what it answers: "types", "renderer", and "holes", a mask of the
-// entries that it lacks.
+// Registers location delegates that return any attributes. The input is the XML of a group with one
+// child per delegate: a group of its answers "types" and "renderer", and of "holes", a bit mask of
+// the table entries that are null.
 
 #include <algorithm>
 #include <array>
@@ -28,7 +28,7 @@ constexpr std::size_t kMaxDelegates = 6;
 
 std::array<GroupAttribute, kMaxDelegates> delegates;
 
-// The index tells create(), which has no argument, whose entry it is.
+// create() has no argument, so each delegate has its own function, by index.
 template <std::size_t Index>
 OxLocationDelegateInstance Create() {
     return &delegates[Index];

@@ -1,5 +1,5 @@
-// Reads any text as a file of picture formats. What is accepted must make a table that has them
-// all.
+// Reads any text as a file of picture formats. A table made from an accepted file must have all of
+// its formats.
 
 #include <cstdint>
 #include <stdexcept>
@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         formats = ParseResolutions(text, "input");
     } catch (const std::runtime_error&) {
-        return 0; // what any other text is answered with
+        return 0; // the expected error for other texts
     }
     const ResolutionTable table(formats);
     for (const ResolutionTableEntry& format : formats) {

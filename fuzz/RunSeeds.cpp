@@ -1,4 +1,4 @@
-// Stands in for libFuzzer where there is none: runs a target once over every file in some folders.
+// Replaces libFuzzer in ordinary builds: runs a target once with every file of some folders.
 //
 //     <target> <folder>...
 
@@ -21,7 +21,7 @@ int main(int argc, char** argv) {
     std::sort(files.begin(), files.end());
     for (const std::filesystem::path& path : files) {
         std::printf("%s\n", path.c_str());
-        std::fflush(stdout); // names the file if the target ends the process
+        std::fflush(stdout); // so that the file's name is visible if the target aborts
         std::ifstream file(path, std::ios::binary);
         const std::string bytes{std::istreambuf_iterator<char>(file), {}};
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());

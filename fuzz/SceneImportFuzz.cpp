@@ -1,5 +1,5 @@
-// Reads any bytes as a scene file. The first line of an input is the file's extension, "ply", and
-// stays as it is when the fuzzer changes the rest, so that a corpus keeps to its format.
+// Reads any bytes as a scene file. The first line of an input is the file's extension, such as
+// "ply". The fuzzer does not change it, so all inputs of a corpus have the same format.
 
 #include <algorithm>
 #include <array>
@@ -18,9 +18,9 @@
 
 using namespace OxAttribute;
 
-// Read by LeakSanitizer: Assimp does not free everything when it gives up a file in the middle.
+// Suppressions for LeakSanitizer: Assimp leaks memory when it rejects a file.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
-    // Only Assimp uses zlib here, and the recorded stacks of zlib's allocations end in zlib itself.
+    // Only Assimp uses zlib here. The recorded stacks of zlib's allocations do not reach Assimp.
     return "leak:libassimp\nleak:inflateInit2_\n";
 }
 
@@ -29,7 +29,7 @@ namespace {
 using TellarSceneImport::Scene;
 using TellarSceneImport::SceneNode;
 
-/// File extensions of the formats that are examined before Assimp gets them.
+/// The extensions of formats whose files are checked before Assimp reads them.
 constexpr std::array<std::string_view, 7> kExtensions = {"dae", "fbx", "glb", "gltf",
                                                          "obj", "ply", "stl"};
 
@@ -69,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string_view content = input.substr(std::min(size, extension.size() + 1));
     const std::string path = Folder() + "/scene." + std::string(extension);
     std::ofstream(path, std::ios::binary) << content;
-    // An OBJ file and its materials are two; here they are one text.
+    // An OBJ file and its material library are the same text here.
     if (extension == "obj") std::ofstream(Folder() + "/scene.mtl", std::ios::binary) << content;
     std::vector<TellarSceneImport::FileStamp> files;
     try {

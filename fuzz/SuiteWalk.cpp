@@ -14,7 +14,7 @@
 
 namespace {
 
-// Scenes may have any number of locations and attributes of any size: so much of them is read.
+// Limits: a scene may have any number of locations, and attributes of any size.
 constexpr int kMaxLocations = 24;
 constexpr int kMaxAttributes = 4000;
 constexpr std::int64_t kMaxChildren = 40;
@@ -46,7 +46,7 @@ const OxRenderOutputUtilsHostSuite_v3& Utils() {
     return suite;
 }
 
-/// FNV-1a over everything that was answered.
+/// The FNV-1a hash of all answers.
 class Digest {
 public:
     void addBytes(const void* bytes, std::size_t size) {
@@ -73,7 +73,7 @@ private:
     std::uint64_t value = 0xcbf29ce484222325u;
 };
 
-/// An attribute with the reference that an entry returned.
+/// Owns the reference to an attribute that an entry returned.
 class Owned {
 public:
     explicit Owned(OxAttributeStruct* attribute) : attribute(attribute) {}
@@ -87,7 +87,7 @@ private:
     OxAttributeStruct* attribute;
 };
 
-/// Asks the suite "AttributeHost" everything about an attribute and all that it holds.
+/// Calls all getters of the suite "AttributeHost" on an attribute and its children.
 class AttributeReader {
 public:
     AttributeReader(Digest& digest, const std::vector<std::string>& names)
@@ -155,7 +155,7 @@ private:
     int budget = kMaxAttributes;
 };
 
-/// Attributes made by the suite itself are read like any other.
+/// Reads attributes that the suite made.
 void ReadMadeAttributes(AttributeReader& reader, const std::vector<std::string>& names,
                         OxAttributeStruct* child) {
     const OxAttributeSuite_v1& suite = Attributes();
@@ -171,7 +171,7 @@ void ReadMadeAttributes(AttributeReader& reader, const std::vector<std::string>&
     Check(!suite.createInt(nullptr, -1, 1), "there is no value with fewer than no numbers");
 }
 
-/// Asks the suite "RenderOutputUtilsHost" everything about a location.
+/// Calls all getters of the suite "RenderOutputUtilsHost" on a location.
 class UtilsReader {
 public:
     UtilsReader(Digest& digest, AttributeReader& reader, const std::vector<std::string>& names)
@@ -303,7 +303,7 @@ private:
     std::vector<const char*> texts;
 };
 
-/// Asks a version of the suite "ScenegraphIteratorHost" everything about a scene.
+/// Calls all getters of a version of the suite "ScenegraphIteratorHost" on a scene.
 template <typename IteratorSuite>
 class SceneWalk {
 public:
@@ -355,7 +355,7 @@ private:
 
     void take(OxAttributeStruct* attribute) { reader.read(Owned(attribute).get()); }
 
-    /// A location that another one led to.
+    /// Visits a location that a getter of another one returned.
     void meet(OxSgIteratorStruct* location) {
         digest.add(location != nullptr);
         if (!location) return;

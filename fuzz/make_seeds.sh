@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the seeds anew with a built MakeSampleFiles, except finds, which are kept:
+# Makes the seeds again with MakeSampleFiles. Finds are kept:
 #
 #     fuzz/make_seeds.sh <build folder>/bin/MakeSampleFiles
 set -euo pipefail
@@ -10,7 +10,7 @@ files=$(mktemp -d)
 trap 'rm -r "$files"' EXIT
 "$make" "$files"
 
-# What is small teaches a fuzzer most.
+# Small inputs are the most useful to a fuzzer.
 largest=4096
 take() { # <folder> <ending>...
     local folder=$1 ending file
