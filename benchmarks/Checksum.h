@@ -8,8 +8,8 @@
 
 namespace TellarBench {
 
-/// Everything that was read of one location, in one number that depends on the order of reading.
-/// A multiplication and two additions for each value, as it is part of every measured time.
+/// A checksum of the values that were read of one location, which depends on their order. It costs
+/// a multiplication and two additions per value, because it is part of every measured time.
 class LocationSum {
 public:
     template <typename T>
@@ -28,7 +28,7 @@ public:
             add(values[i]);
     }
 
-    /// Its length, first and last byte.
+    /// Adds the text's length and its first and last byte.
     void addText(std::string_view text) {
         std::uint64_t bits = text.size() << 16;
         if (!text.empty())
@@ -40,12 +40,13 @@ public:
     std::uint64_t get() const { return sum; }
 
 private:
-    static constexpr std::uint64_t kWeightStep = 0x9E3779B97F4A7C16; // even: weights stay odd
+    static constexpr std::uint64_t kWeightStep =
+        0x9E3779B97F4A7C16; // even, so that weights stay odd
     std::uint64_t sum = 0;
     std::uint64_t weight = 1;
 };
 
-/// Of any number of locations, in any order: threads add theirs up in the end.
+/// The sum over locations. It does not depend on their order, so threads can add up their sums.
 struct Checksum {
     std::uint64_t value = 0;
     std::int64_t locations = 0;

@@ -1,4 +1,4 @@
-// Writing and reading op files, against plain writing and reading of the same bytes.
+// Writing and reading of op files, compared with plain writing and reading of the same bytes.
 
 #include <algorithm>
 #include <cstdio>
@@ -27,7 +27,7 @@ std::int64_t GetLeaves() {
     return std::min(GetOptions().leaves, kMostFileLeaves);
 }
 
-/// A file of this process alone among the scenes, removed by the destructor.
+/// A file for this process in the folder of the scenes, which the destructor removes.
 class ScratchFile {
 public:
     ScratchFile() : path(GetOptions().scenes + "/scratch_" + std::to_string(::getpid())) {}
@@ -41,12 +41,12 @@ private:
     const std::string path;
 };
 
-/// What an op file holds and how long it is, as a checksum.
+/// A checksum of the content and the length of an op file.
 Checksum SumContent(const GroupAttribute& description, std::int64_t bytes) {
     return {description.getHash().uint64(), bytes};
 }
 
-/// The seconds that one run takes; on to a new file each.
+/// The seconds of one run, which writes a new file.
 template <typename Write>
 double TimeWrite(const ScratchFile& file, const Write& write) {
     file.remove();
@@ -84,7 +84,7 @@ void CompareReading(Row& row) {
     for (int pass = 0; pass < kPasses; ++pass) {
         const Stopwatch libraryWatch;
         const GroupAttribute description = ReadOpFile(path);
-        const std::uint64_t hash = description.getHash().uint64(); // touches every value
+        const std::uint64_t hash = description.getHash().uint64(); // reads every value
         librarySeconds += libraryWatch.seconds();
         const Stopwatch plainWatch;
         const std::int64_t bytes = ReadThrough(path);

@@ -1,5 +1,5 @@
-// Single questions, asked of many locations of a scene that has been cooked: jumps by path, one
-// attribute of a leaf, and an attribute that leaves inherit.
+// Single lookups at many locations of a cooked scene: locations by path, one attribute of a leaf,
+// and an inherited attribute.
 
 #include <random>
 #include <stdexcept>
@@ -23,10 +23,10 @@ namespace {
 constexpr int kPasses = 5;
 constexpr std::int64_t kJumps = 100000;
 constexpr std::int64_t kHeldLeaves = 1000;
-constexpr int kRounds = 100; // over the held leaves, in one pass
+constexpr int kRounds = 100; // over the held leaves per pass
 
-/// A scene all of which has been walked once, its pointer tree with an index of names, and leaves
-/// all over the scene that are held in both.
+/// A scene that was walked completely once, its pointer tree with an index of names, and held
+/// leaves all over both.
 struct IndexedScene {
     explicit IndexedScene(const Route& route)
         : root(route.openFile(GetScenePath(GetOptions().leaves))),
@@ -121,7 +121,7 @@ void CompareJumps(const Route& route, Row& row) {
         });
 }
 
-/// Throws std::logic_error when the scene is not what its formulas say.
+/// Throws std::logic_error if the scene differs from its formulas.
 template <typename Held, typename Find>
 std::vector<Held> HoldLeaves(const Find& find) {
     const std::int64_t leaves = GetOptions().leaves;

@@ -1,4 +1,4 @@
-// The effective materials of many leaves under few materials: asked for first, and again.
+// Effective materials of many leaves that inherit few materials: for the first time, and again.
 
 #include <algorithm>
 #include <memory>
@@ -23,7 +23,7 @@ namespace {
 constexpr std::int64_t kMaterials = 100;
 constexpr std::int64_t kMostMaterialLeaves = 100000;
 
-/// /root/world has a material that all inherit, each of its groups one of three nodes.
+/// /root/world has a material that all leaves inherit. Each of its groups has one of three nodes.
 struct MaterialScene {
     std::int64_t leavesOfGroup =
         std::max<std::int64_t>(1, std::min(GetOptions().leaves, kMostMaterialLeaves) / kMaterials);
@@ -80,7 +80,7 @@ std::vector<Producer> HoldAllLeaves(const MaterialScene& scene) {
     return leaves;
 }
 
-/// The yardstick: leaves that point to their group, which has its material already.
+/// The tree to compare with: leaves point to their group, which has its finished material.
 struct PlainGroup {
     std::string surface;
     std::string displacement;

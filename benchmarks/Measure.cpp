@@ -30,7 +30,7 @@ std::string ReadAll(int descriptor) {
     }
 }
 
-/// The child's life: leaves without running what the parent registered for its own exit.
+/// Runs the child and exits without the parent's exit handlers.
 [[noreturn]] void RunChild(int descriptor, const std::function<std::vector<double>()>& measure) {
     int status = 1;
     std::ostringstream answer;
@@ -46,7 +46,7 @@ std::string ReadAll(int descriptor) {
         const std::string text = answer.str();
         WriteAll(descriptor, text.data(), text.size(), "parent process");
     } catch (const std::exception&) {
-        status = 1; // nobody is there to read why
+        status = 1; // the parent has gone and cannot read the reason
     }
     std::_Exit(status);
 }

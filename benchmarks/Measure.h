@@ -25,7 +25,7 @@ struct Options {
 /// Set by main before any row runs.
 Options& GetOptions();
 
-/// Seconds since it was made.
+/// A clock that starts when it is constructed.
 class Stopwatch {
 public:
     double seconds() const { return std::chrono::duration<double>(Clock::now() - start).count(); }
@@ -35,32 +35,32 @@ private:
     Clock::time_point start = Clock::now();
 };
 
-/// The process's anonymous resident memory in bytes. Pages of mapped files do not count.
+/// The anonymous resident memory of the process in bytes, without pages of mapped files.
 double GetAnonymousBytes();
 
-/// Runs `measure` in a forked child process, which starts as cold as this process is, and returns
-/// what it returned. An exception in the child is thrown here with the same text. For a process
-/// with one thread.
+/// Runs `measure` in a forked child process, whose caches are as cold as those of this process, and
+/// returns its result. An exception in the child is thrown here with the same text. The process
+/// must have only one thread.
 std::vector<double> MeasureInChild(const std::function<std::vector<double>()>& measure);
 
-/// One row of the table while it is being measured: a Google Benchmark that reports every figure
-/// twice, as counter "<figure>" for the library and "<figure>_tree" for the pointer tree.
+/// The measurement of one row of the table: a Google Benchmark that reports every figure twice, as
+/// the counter "<figure>" for the library and as "<figure>_tree" for the pointer tree.
 class Row {
 public:
     Row(const std::string& rowName, benchmark::State& benchmarkState)
         : name(rowName), state(benchmarkState) {}
 
-    /// Times both passes in turn, as often as the benchmark has iterations, and reports the
-    /// medians of `scale` times the seconds. Throws as verify does.
+    /// Times both passes alternately, once per iteration of the benchmark, and reports the medians
+    /// of `scale` times the seconds. Throws as verify does.
     void compare(const char* figure, double scale, const std::function<Checksum()>& library,
                  const std::function<Checksum()>& tree);
 
-    /// Throws std::runtime_error naming the row unless both are the same.
+    /// Throws a std::runtime_error that names the row unless both checksums are equal.
     void verify(Checksum library, const Checksum& tree) const;
 
     void report(const char* figure, double library, double tree);
-    void report(const char* figure, double library); ///< without a yardstick
-    /// Of a row that did not use compare: tells Google Benchmark how long it took.
+    void report(const char* figure, double library); ///< without a pointer tree to compare with
+    /// Sets the benchmark's time in a row that does not use compare.
     void finish(double seconds);
 
 private:
@@ -68,7 +68,7 @@ private:
     benchmark::State& state;
 };
 
-/// Registers a row with Google Benchmark. `passes` is 1 for what is cold only once.
+/// Registers a row with Google Benchmark. `passes` is 1 for a measurement of a cold start.
 void AddRow(const std::string& name, int passes, const std::function<void(Row&)>& body);
 
 } // namespace TellarBench

@@ -8,10 +8,10 @@
 
 namespace TellarBench {
 
-// Files read and written with nothing but the system's own calls: the yardstick for op files. All
-// throw std::system_error naming the file.
+// Reading and writing of files with plain system calls, to compare op files with. All functions
+// throw a std::system_error that names the file.
 
-/// Of errno, just set.
+/// Throws the current errno.
 std::system_error SystemError(const std::string& what);
 
 /// An open descriptor, closed by the destructor.
@@ -28,14 +28,14 @@ private:
     int descriptor;
 };
 
-/// 0 at the end.
+/// Returns the number of bytes read; 0 at the end of the file.
 std::size_t ReadSome(int descriptor, char* buffer, std::size_t bytes, const std::string& name);
 void WriteAll(int descriptor, const char* data, std::size_t bytes, const std::string& name);
 
-/// Reads the file piece by piece, keeping nothing, and returns how many bytes it has.
+/// Reads the file in pieces without keeping them and returns its size in bytes.
 std::int64_t ReadThrough(const std::string& path);
 std::string ReadWhole(const std::string& path);
-/// Replaces the file if there is one.
+/// Writes the file, replacing an old one.
 void WriteWhole(const std::string& path, const std::string& bytes);
 
 } // namespace TellarBench

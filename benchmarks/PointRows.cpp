@@ -1,5 +1,5 @@
-// The points of a whole mesh to normalised device coordinates, against a loop that only multiplies
-// them by the matrix of their location.
+// Conversion of the points of a mesh to normalized device coordinates, compared with a loop that
+// only multiplies them by a matrix.
 
 #include <algorithm>
 #include <cmath>
@@ -43,7 +43,7 @@ M44d GetCameraMatrix() {
     return M44d().rotate(V3d(-0.125, 0.0625, 0)) * M44d().setTranslation(V3d(0, 3, 5));
 }
 
-/// A root with a mesh and a camera.
+/// A scene with a mesh and a camera.
 Producer MakeScene() {
     GroupBuilder root;
     const auto setMatrix = [&root](const std::string& child, const M44d& matrix) {
@@ -64,7 +64,7 @@ Producer MakeScene() {
     return TELLAR::CreateStaticGeometryProducer("/root", root.build(), nullptr);
 }
 
-/// Around the mesh's origin; nearly all are in front of the camera.
+/// Points around the mesh's origin; nearly all are in front of the camera.
 std::vector<V3d> MakePoints() {
     std::mt19937_64 random(1);
     std::uniform_real_distribution<double> coordinate(-8, 8);
@@ -74,7 +74,7 @@ std::vector<V3d> MakePoints() {
     return points;
 }
 
-/// As the library's header says it, step by step.
+/// The same by the formulas of the library's header.
 V3d ToNdc(const V3d& local) {
     const M44d camera = GetCameraMatrix();
     V3d world;
@@ -87,7 +87,7 @@ V3d ToNdc(const V3d& local) {
             (std::tan(std::atan2(seen.y, depth)) / half + 1) / 2, (depth - kNear) / (kFar - kNear)};
 }
 
-/// The sum of the points that are expected: what is as good as them counts as just them.
+/// The checksum of the expected points, which replaces that of points equal up to rounding.
 Checksum Sum(const std::vector<V3d>& points, const std::vector<V3d>& expected) {
     constexpr double kTolerance = 1e-12;
     Checksum total;

@@ -14,7 +14,7 @@ namespace TellarBench {
 
 namespace {
 
-// The sorted names of all attributes but types and matrices; a dump holds their indices.
+// The sorted names of all attributes except types and matrices. Dumps hold indices into them.
 constexpr std::string_view kNames[] = {"bound",
                                        "geometry.point.P",
                                        "geometry.poly.startIndex",
@@ -106,7 +106,7 @@ public:
         getBytes(&value, sizeof(T));
         return value;
     }
-    /// A string or a vector.
+    /// Reads a string or a vector.
     template <typename T>
     T getAll() {
         const std::size_t count = get<std::uint32_t>();
@@ -181,7 +181,7 @@ void SaveNode(const Node& node, Dump& dump) {
 }
 
 std::unique_ptr<Node> LoadNode(DumpReader& dump, int depth) {
-    if (depth > 10) dump.fail(); // no scene of ours is as deep
+    if (depth > 10) dump.fail(); // deeper than any scene of the benchmarks
     auto node = std::make_unique<Node>();
     node->name = dump.getAll<std::string>();
     node->type = dump.getAll<std::string>();

@@ -13,19 +13,19 @@
 
 namespace TellarBench {
 
-// The yardstick: the same scene as a tree of plain structs in memory. Nothing is computed, counted
-// or shared in it, so no lazy scene can be walked faster than it.
+// The lower bound to compare with: the same scene as a tree of plain structs in memory. It
+// computes, counts and shares nothing, so a lazy scene cannot be walked faster.
 
 using Value = std::variant<std::int32_t, float, std::string, std::vector<std::int32_t>,
                            std::vector<float>, std::vector<double>>;
 
 struct NamedValue {
-    std::string_view name; // a literal
+    std::string_view name; // refers to a string literal
     Value value;
 };
 
 struct Node {
-    /// Null when there is none.
+    /// Null if there is no such value.
     const Value* find(std::string_view wanted) const;
 
     std::string name;
@@ -40,15 +40,15 @@ struct Node {
     std::unique_ptr<std::unordered_map<std::string_view, const Node*>> index;
 };
 
-/// From the scene's formulas; the node of /root.
+/// Makes the tree from the scene's formulas and returns the node of /root.
 std::unique_ptr<Node> BuildTree(std::int64_t leaves);
 
-/// The tree's bytes one after another, and back. Loading throws std::runtime_error naming a file
-/// that is no such dump.
+/// Writes and reads a tree as one block of bytes. Loading throws a std::runtime_error that names a
+/// file which is not such a dump.
 void SaveTree(const Node& root, const std::string& path);
 std::unique_ptr<Node> LoadTree(const std::string& path);
 
-/// Makes the index of every node with children.
+/// Makes the index by name of every node with children.
 void IndexChildren(Node& root);
 
 std::int64_t CountNodes(const Node& root);

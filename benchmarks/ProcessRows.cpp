@@ -1,5 +1,4 @@
-// What depends on the whole process and can be measured once in it: opening, memory, and the array
-// scene.
+// Measurements that need a fresh process: opening, memory, and the array scene.
 
 #include <algorithm>
 #include <thread>
@@ -22,7 +21,7 @@ namespace TellarBench {
 
 namespace {
 
-/// When a scene's root was there, and when the children of /root/world were listed.
+/// The time until a scene's root exists, and until the children of /root/world are listed.
 struct Opening {
     double rootSeconds;
     double childrenSeconds;
@@ -63,7 +62,7 @@ void CompareOpening(const Route& route, Row& row) {
     row.finish(library.childrenSeconds);
 }
 
-/// Bytes that the process has grown by since this was made.
+/// The growth of the process's memory since this object was constructed, in bytes.
 class Growth {
 public:
     double bytes() const { return GetAnonymousBytes() - before; }
@@ -76,7 +75,7 @@ void MeasureMemory(const Route& route, bool withThread, Row& row) {
     const Stopwatch watch;
     const std::int64_t leaves = GetOptions().leaves;
     const double perLocation = 1.0 / static_cast<double>(CountLocations(leaves));
-    // In a process of its own, so that neither finds memory that the other has freed.
+    // In separate processes, so that neither reuses memory that the other has freed.
     const std::vector<double> tree = MeasureInChild([&] {
         const Growth growth;
         const auto root = BuildTree(leaves);
@@ -109,7 +108,7 @@ void MeasureMemory(const Route& route, bool withThread, Row& row) {
     row.finish(watch.seconds());
 }
 
-/// examples/million.json, with as many trees as make about `leaves` locations.
+/// examples/million.json with a number of trees that gives about `leaves` locations.
 GroupAttribute DescribeForest(std::int64_t leaves) {
     constexpr std::int64_t kTreesPerMillion = 210000;
     const std::int64_t trees = std::max<std::int64_t>(1, leaves * kTreesPerMillion / 1000000);
@@ -119,7 +118,7 @@ GroupAttribute DescribeForest(std::int64_t leaves) {
     return description.build();
 }
 
-/// A pointer tree of the names and types under a location.
+/// A pointer tree of the names and types below a location.
 std::unique_ptr<Node> CopyNames(GeometryProducer* location) {
     auto node = std::make_unique<Node>();
     node->name = location->getName();
@@ -140,7 +139,7 @@ void CompareArray(const Route& route, Row& row) {
     const double seconds = watch.seconds();
     const double bytes = growth.bytes();
 
-    ::malloc_trim(0); // or the tree would be made of what the walk has freed
+    ::malloc_trim(0); // so that the tree does not reuse memory that the walk has freed
     const Growth treeGrowth;
     const std::unique_ptr<Node> tree = CopyNames(root.get());
     const double treeBytes = treeGrowth.bytes();

@@ -8,10 +8,10 @@
 
 namespace TellarBench {
 
-/// A way of opening scenes that the rows below are measured through. Both functions return the
-/// producer of /root and throw std::runtime_error when there is none.
+/// A way of opening scenes for the rows below. Both functions return the producer of /root and
+/// throw std::runtime_error if there is none.
 struct Route {
-    const char* name; ///< the last part of the rows' names
+    const char* name; ///< the suffix of the rows' names
     TELLAR::GeometryProducer::Ptr (*openFile)(const std::string& opFile);
     TELLAR::GeometryProducer::Ptr (*openDescription)(const OxAttribute::GroupAttribute& ops);
 };
@@ -19,12 +19,12 @@ struct Route {
 extern const Route kSync;
 extern const Route kThreadAware;
 
-// Each registers the rows of the file of its name.
+// Each function registers the rows of the file with its name.
 void AddWalkRows(const Route& route);
 void AddLookupRows(const Route& route);
 void AddProcessRows(const Route& route);
-void AddThreadRows(const Route& route); ///< for a route that several threads may take
-void AddSuiteRows();                    ///< some of the walks, through the C suites
+void AddThreadRows(const Route& route); ///< for a route that is safe from several threads
+void AddSuiteRows();                    ///< walks through the C suites
 void AddPointRows();
 void AddMaterialRows();
 void AddFileRows();

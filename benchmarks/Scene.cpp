@@ -98,7 +98,7 @@ Leaf::Leaf(std::int64_t k)
       bound{To<double>(k), To<double>(k + 1), 0, 1, 0, To<double>(k + 2)},
       points{To<float>(k),     0, 0, To<float>(k + 1), 0, 0,
              To<float>(k + 1), 1, 0, To<float>(k),     1, 0},
-      // As if all quads had their vertices in one list.
+      // Vertices are numbered through the whole scene.
       vertexList{To<std::int32_t>(4 * k), To<std::int32_t>(4 * k + 1), To<std::int32_t>(4 * k + 2),
                  To<std::int32_t>(4 * k + 3)},
       startIndex{To<std::int32_t>(4 * k), To<std::int32_t>(4 * k + 4)} {}

@@ -9,36 +9,37 @@
 
 namespace TellarBench {
 
-// The scene that everything is measured on, as formulas: the op file and the pointer tree are
-// both made from them. Locations are
+// The formulas of the scene that is measured. The op file and the pointer tree are both made from
+// them. The locations and their attributes are
 //
 //     /root                         type, info
 //     /root/world                   type
 //     /root/world/h_<i>             type, matrix; 100 groups each
 //     .../h_<i>/g_<j>               type, matrix; 100 leaves each
-//     .../h_<i>/g_<j>/leaf_<k>      what Leaf holds
+//     .../h_<i>/g_<j>/leaf_<k>      the members of Leaf
 //
-// with i, j and k counted through the whole scene. Values depend on these numbers, so that no two
-// locations can share one by accident.
+// where i, j and k count through the whole scene. Values depend on these numbers, so that no two
+// locations share a value.
 
-/// Part of the scene files' names: to be raised with every change of the formulas.
+/// Part of the names of the scene files. Raise it whenever the formulas change.
 constexpr int kSceneFormat = 1;
 
-constexpr std::int64_t kWidth = 100; ///< children of a group
+constexpr std::int64_t kWidth = 100; ///< number of children of a group
 
-/// Leaves of the scene that is written and read as a file, at most.
+/// The largest number of leaves of the scene that is written and read as a file.
 constexpr std::int64_t kMostFileLeaves = 100000;
 
-constexpr std::int32_t kInfo = 42; ///< the attribute "info" of /root, which all others inherit
+constexpr std::int32_t kInfo = 42; ///< the attribute "info" of /root, which all locations inherit
 constexpr const char* kGroupType = "group";
 constexpr const char* kLeafType = "polymesh";
 
 using Matrix = std::array<double, 16>; // row major, row vectors
 
-/// All in whole numbers that are exact in doubles, and never negative: world matrices are the same
-/// to the bit however they are multiplied, but for the order.
-Matrix GetOuterGroupMatrix(std::int64_t i); ///< h_<i>: twice the size, and a translation
-Matrix GetInnerGroupMatrix(std::int64_t j); ///< g_<j>: x to y to z to x, and a translation
+/// All elements are non-negative whole numbers, which are exact in doubles. World matrices are
+/// therefore bit-equal however the products are grouped.
+Matrix GetOuterGroupMatrix(std::int64_t i); ///< h_<i>: a scale by 2 and a translation
+Matrix
+GetInnerGroupMatrix(std::int64_t j); ///< g_<j>: a cyclic permutation of the axes and a translation
 
 struct Leaf {
     explicit Leaf(std::int64_t k);
@@ -59,18 +60,18 @@ std::string GetOuterGroupName(std::int64_t i);
 std::string GetInnerGroupName(std::int64_t j);
 std::string GetLeafPath(std::int64_t k);
 
-/// All of them, /root included.
+/// The number of all locations, including /root.
 std::int64_t CountLocations(std::int64_t leaves);
 
-/// The scene as the description of one StaticScene op.
+/// The description of the scene, one StaticScene op.
 OxAttribute::GroupAttribute DescribeScene(std::int64_t leaves);
 
-/// The op file of a scene, and the dump of its pointer tree.
+/// The paths of a scene's op file and of the dump of its pointer tree.
 std::string GetScenePath(std::int64_t leaves);
 std::string GetDumpPath(std::int64_t leaves);
 
-/// Makes whatever files the rows at this size need and are not there yet, and reads all of them
-/// through, so that they are in memory.
+/// Makes the missing files of the rows at this size and reads all files, so that they are in the
+/// system's cache.
 void PrepareScenes(std::int64_t leaves);
 
 } // namespace TellarBench

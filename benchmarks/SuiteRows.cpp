@@ -1,5 +1,4 @@
-// The walks of a renderer plug-in: the scene through the C iterator suite, attributes through the C
-// attribute suite.
+// The walks of a renderer plug-in, through the C suites for locations and attributes.
 
 #include <memory>
 #include <stdexcept>
@@ -64,7 +63,7 @@ Iterator OpenRoot() {
     return root;
 }
 
-/// As the walk of producers.
+/// The same walk as that of producers.
 template <typename Visit>
 void Walk(OxSgIteratorStruct* iterator, const Visit& visit) {
     const OxScenegraphIteratorHostSuite_v3& suite = *GetSuites().iterators;
@@ -90,7 +89,7 @@ LocationSum ReadNames(OxSgIteratorStruct* iterator) {
     return sum;
 }
 
-/// Calls one of the suite's entries that give the values of a sample, and adds them.
+/// Adds the values that one of the suite's sample entries returns.
 template <typename T>
 void AddValues(OxSgIteratorStruct* iterator, const char* name,
                const T* (*getSample)(const OxAttributeStruct*, float, std::int64_t*),
@@ -134,7 +133,7 @@ Checksum WalkAttributes(OxSgIteratorStruct* root) {
     return total;
 }
 
-/// `walk` takes handles and nodes; with `isWarm` it goes over the scene once before.
+/// `walk` takes handles or nodes. If `isWarm`, the scene is walked once before the measurement.
 template <typename WalkAny>
 void AddWalk(const char* name, bool isWarm, WalkAny walk) {
     AddRow(name, isWarm ? kPasses : 1, [isWarm, walk](Row& row) {

@@ -1,4 +1,4 @@
-// Two threads against one: the same walk, split between them by the groups below /root/world.
+// Two threads compared with one: the same walk, with the groups below /root/world split among them.
 
 #include <algorithm>
 #include <chrono>
@@ -26,7 +26,7 @@ constexpr int kPasses = 3;
 
 using Clock = std::chrono::steady_clock;
 
-/// Lets a number of threads go on together, again and again.
+/// A reusable barrier for a number of threads.
 class Barrier {
 public:
     explicit Barrier(int threadCount) : threads(threadCount) {}
@@ -51,15 +51,15 @@ private:
     int rounds = 0;
 };
 
-/// One thread's share of one walk.
+/// The part of a walk that one thread does.
 struct Share {
     Clock::time_point start;
     Clock::time_point end;
     Checksum sum;
 };
 
-// Every thread goes over the groups below /root/world and walks each `threads`th of them; the
-// first one reads what is above them too.
+// Each thread iterates over the groups below /root/world and walks every `threads`th of them. The
+// first thread also reads the locations above.
 
 Checksum WalkShare(GeometryProducer* root, int thread, int threads) {
     Checksum sum;
@@ -91,7 +91,7 @@ Checksum WalkShare(const Node* root, int thread, int threads) {
 struct WalkTimes {
     double first = 0;
     double second = 0;
-    Checksum sum; // of both walks
+    Checksum sum; // over both walks
 
     void add(const WalkTimes& other) {
         first += other.first;
@@ -99,7 +99,7 @@ struct WalkTimes {
     }
 };
 
-/// From the first start to the last end.
+/// The seconds from the first start to the last end.
 double GetSeconds(const std::vector<Share>& shares) {
     Clock::time_point start = shares[0].start;
     Clock::time_point end = shares[0].end;
@@ -110,7 +110,7 @@ double GetSeconds(const std::vector<Share>& shares) {
     return std::chrono::duration<double>(end - start).count();
 }
 
-/// Walks twice with new threads; what each thread makes for itself is part of its first walk.
+/// Walks twice with new threads. The first walk includes what each thread sets up for itself.
 template <typename Location>
 WalkTimes WalkTwice(Location root, int threads) {
     Barrier barrier(threads);
@@ -149,14 +149,14 @@ struct LibraryTimes : WalkTimes {
     double cooks = 0;
 };
 
-/// In a process of its own, where nothing has been cooked yet.
+/// Runs in a separate process, where nothing has been cooked yet.
 LibraryTimes WalkLibraryCold(const Route& route, int threads) {
     const std::vector<double> figures = MeasureInChild([&]() -> std::vector<double> {
         const std::uint64_t cooksBefore = TellarRuntime::getNumberOfCooks();
         const Producer root = route.openFile(GetScenePath(GetOptions().leaves));
         const WalkTimes times = WalkTwice(root.get(), threads);
         const std::uint64_t cooks = TellarRuntime::getNumberOfCooks() - cooksBefore;
-        // 64 bits do not fit into a double.
+        // The checksum is passed in two halves, since 64 bits do not fit into a double.
         return {times.first,
                 times.second,
                 static_cast<double>(cooks),
@@ -181,7 +181,7 @@ void CheckCooks(const std::string& name, double cooks, double locations) {
                              " locations");
 }
 
-/// One thread against two, in turn: what slows down the machine meanwhile slows down both.
+/// Alternates between one thread and two, so that other load on the machine affects both.
 void CompareThreads(const Route& route, const std::string& name, Row& row) {
     const auto tree = BuildTree(GetOptions().leaves);
     const Node* const treeRoot = tree.get();

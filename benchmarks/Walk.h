@@ -14,7 +14,7 @@
 
 namespace TellarBench {
 
-// The walks as any user writes them, and what is read at each location.
+// Walks as a user would write them, and the values that are read at each location.
 
 using TELLAR::GeometryProducer;
 using Producer = GeometryProducer::Ptr;
@@ -48,7 +48,7 @@ inline LocationSum ReadNames(const Node* node) {
     return sum;
 }
 
-/// Of a GeometryProducer* or a const Node*.
+/// For a GeometryProducer* or a const Node*.
 template <typename Location>
 Checksum WalkNames(Location top) {
     Checksum sum;
@@ -76,7 +76,7 @@ void AddArray(const Node* node, const char* name, LocationSum& sum) {
         sum.add(std::size_t{0});
 }
 
-/// Names, types, matrices, the six user attributes and bounds.
+/// Reads names, types, matrices, the six user attributes and bounds.
 inline Checksum WalkAttributes(const Node* root) {
     Checksum total;
     Walk(root, [&total](const Node* node) {

@@ -1,4 +1,4 @@
-// Walks over the whole scene: names and types, attributes, and world matrices.
+// Walks over the whole scene that read names and types, attributes, or world matrices.
 
 #include <cstring>
 
@@ -21,7 +21,7 @@ namespace {
 
 constexpr int kPasses = 5;
 
-/// A scene all of which has been walked once, and its pointer tree.
+/// A scene that was walked completely once, and its pointer tree.
 struct WarmScene {
     explicit WarmScene(const Route& route)
         : root(route.openFile(GetScenePath(GetOptions().leaves))),
@@ -67,7 +67,7 @@ void AddMatrix(const M44d& matrix, LocationSum& sum) {
     sum.addAll(&matrix.x[0][0], 16);
 }
 
-// The world matrix of every leaf from the leaf itself, its ancestors looked up each time.
+// Computes the world matrix of every leaf from all its ancestors.
 
 Checksum WalkWorldMatricesOfLeaves(GeometryProducer* root) {
     Checksum total;
@@ -101,7 +101,7 @@ Checksum WalkWorldMatricesOfLeaves(const Node* root) {
     return total;
 }
 
-// The same matrices with each parent's kept along the walk.
+// Computes the same matrices, keeping that of the parent along the walk.
 
 void WalkWorldMatricesKept(GeometryProducer* location, const M44d& parentWorld, Checksum& total) {
     LocationSum sum;
@@ -136,8 +136,9 @@ Checksum WalkWorldMatricesKept(Location root) {
     return total;
 }
 
-/// A row over a scene that was walked before: by names alone, so that one pass reads all else for
-/// the first time, or for more than one pass by the same walk. `walk` takes producers and nodes.
+/// A row over a scene that was walked before: by names only for a single pass, which reads
+/// everything else for the first time, or with the same walk for several passes. `walk` takes
+/// producers or nodes.
 template <typename WalkAny>
 void AddWarmRow(const char* name, const Route& route, int passes, WalkAny walk) {
     AddRow(std::string(name) + "/" + route.name, passes, [&route, passes, walk](Row& row) {

@@ -1,22 +1,22 @@
-// Measures the library against a bare pointer tree of the same data. scripts/bench.sh runs it and
-// prints the table; docs/performance.md says how to read that. Every benchmark reports one or more
-// rows. What a regression in one of them means (in a c_suite row alone: making handles and string
-// attributes got dearer):
+// Compares the library with a plain pointer tree of the same data. scripts/bench.sh runs it and
+// prints the table, which docs/performance.md explains. Each benchmark reports one or more rows.
+// Likely causes of a regression in a row (in a c_suite row alone: the cost of handles and string
+// attributes):
 //
-//   open              files are no longer opened lazily, or loading op types got slow
-//   first_walk        cooking a location for the first time got dearer
+//   open              opening files lazily, loading op types
+//   first_walk        cooking a location for the first time
 //   second_walk       making a producer, finding the cooked location, reading its name and type
 //   read_attributes   finding an attribute of a location and reading its value
 //   world_of_leaves   gathering the transforms of all ancestors, or composing them
 //   world_kept        reading one matrix
-//   jump              finding a child by name, and locations in no order
+//   jump              finding a child by name, visiting locations in random order
 //   dotted_attribute  finding an attribute in nested groups
 //   global_attribute  asking the ancestors for an attribute
-//   points_to_ndc     a call, a branch or a division too many for every point
-//   materials         flattening is repeated for equal materials, or looking a path up got dearer
-//   two_threads       threads wait for each other or share what they write to
-//   memory            records, their index, or what a thread keeps for itself got bigger
-//   array             an op that makes locations got slow or stores them
+//   points_to_ndc     calls, branches or divisions per point
+//   materials         repeated flattening of equal materials, looking up a path
+//   two_threads       locks, or cache lines that threads share
+//   memory            size of records, their index, or data per thread
+//   array             an op that makes locations is slow or stores them
 //   write_op_file     building the file, sharing equal values
 //   read_op_file      checks on reading, hashing
 
@@ -61,7 +61,7 @@ constexpr const char* kCompiler = __VERSION__;
 constexpr const char* kCompiler = "GCC " __VERSION__;
 #endif
 
-/// Why this build is not to be measured; null when it is.
+/// The reason why this build must not be measured, or null.
 constexpr const char* GetRefusal() {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) ||                               \
     TELLAR_BENCH_HAS(address_sanitizer) || TELLAR_BENCH_HAS(thread_sanitizer)
@@ -110,7 +110,7 @@ std::int64_t ParseLeaves(std::string_view text) {
     return leaves;
 }
 
-/// Takes our own options out of the arguments and leaves the rest to Google Benchmark.
+/// Removes our own options from the arguments and leaves the rest to Google Benchmark.
 std::vector<char*> TakeOptions(int argc, char** argv) {
     Options& options = GetOptions();
     std::vector<char*> rest;

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Runs every row of tellar_bench in processes of their own and prints the table.
+"""Runs every row of tellar_bench in a separate process and prints the table.
 
-scripts/bench.sh builds the program and starts this; docs/performance.md says how to read what is
-printed. Exits with 0 when every row was measured, whether or not it reaches its aim.
+scripts/bench.sh builds the program and starts this script; docs/performance.md explains the output.
+The exit status is 0 if every row was measured, even if a row misses its target.
 """
 
 import argparse
@@ -90,7 +90,7 @@ class Bench:
         self.run("making the scenes", "--prepare")
 
     def fill_cache(self):
-        """Systems take idle files out of their cache; rows are about files that are in it."""
+        """Reads the files, so that they are in the system's cache."""
         for name in os.listdir(self.scenes):
             if f"_{self.leaves}_" not in name:
                 continue
@@ -99,13 +99,13 @@ class Bench:
                     pass
 
     def list_names(self):
-        """(benchmark, route) in the program's order; the route is "" for those without."""
+        """(benchmark, route) in the program's order; the route is "" if there is none."""
         listed = self.run("listing the rows", "--benchmark_list_tests").split()
         parts = [name.split("/iterations:")[0].split("/") for name in listed]
         return [(part[0], part[1] if len(part) > 1 else "") for part in parts]
 
     def measure(self, benchmark, route):
-        """The counters of one run, and what the program says about its build."""
+        """The counters of one run and the program's description of its build."""
         name = f"{benchmark}/{route}" if route else benchmark
         self.fill_cache()
         output = self.run(name, f"--benchmark_filter=^{re.escape(name)}/iterations:",
@@ -134,8 +134,8 @@ def take_figures(report, benchmark, route):
 
 
 def printed_run(row, runs):
-    """(library, tree) of one run: of times, the run in which the bare tree was fastest, as that is
-    the one in which the machine was least busy with something else; else the library's median."""
+    """(library, tree) of one run: for times, the run with the fastest tree, in which the machine had
+    the least other load; for other figures, the run with the library's median."""
     if row.unit.startswith("ns/") and all(tree for _, tree in runs):
         return min(runs, key=lambda run: run[1])
     return sorted(runs, key=lambda run: run[0])[(len(runs) - 1) // 2]
@@ -154,7 +154,7 @@ def measure_all(bench, run_count, wanted):
         raise BenchError(f"no row matches {wanted.pattern!r}")
     runs = {}
     context = {}
-    # Every row once, then every row again: a slow minute of the machine hits no row alone.
+    # All rows once, then all again, so that a slow minute of the machine does not affect one row only.
     for run in range(run_count):
         for benchmark, route in names:
             show_progress(f"run {run + 1} of {run_count}: {benchmark} {route}")

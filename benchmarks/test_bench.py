@@ -12,7 +12,7 @@ import table
 LEAVES = "300"
 PROGRAM = ""
 
-# Those that are not for sync and thread-aware producers alone.
+# Rows other than those of the sync and thread-aware producers.
 ALL = ("sync", "thread_aware", "c_suite")
 ROUTES = {"first_walk": ALL, "second_walk": ALL, "read_attributes": ALL,
           "two_threads": ("thread_aware",), "points_to_ndc": ("-",), "materials": ("-",),
