@@ -21,6 +21,7 @@
 #include "Output.h"
 #include "RenderCamera.h"
 #include "Scene.h"
+#include "SceneOptions.h"
 #include "SceneSettings.h"
 #include "Table.h"
 
@@ -109,7 +110,7 @@ Shutter ChooseShutter(const Scene& scene, const GeometryProducer::Ptr& root,
                       const CameraOptions& options) {
     const Shutter shutter = options.shutter ? *options.shutter : ReadShutter(scene, root);
     if (shutter.close < shutter.open)
-        throw std::runtime_error((options.shutter ? "--shutter" : scene.path) +
+        throw std::runtime_error((options.shutter ? "--shutter" : scene.getPath()) +
                                  ": the shutter closes, at " + NumberText(shutter.close) +
                                  ", before it opens, at " + NumberText(shutter.open));
     const float frame = options.frame.value_or(0);
@@ -117,7 +118,7 @@ Shutter ChooseShutter(const Scene& scene, const GeometryProducer::Ptr& root,
 }
 
 CameraReport Look(const Scene& scene, const CameraOptions& options) {
-    const GeometryProducer::Ptr root = SceneEntry(scene).threadAware("/root");
+    const GeometryProducer::Ptr root = scene.threadAware("/root");
     CameraReport report;
     report.camera =
         FindCamera(scene, root, options.path ? *options.path : TELLAR::GetCameraPath(root));
@@ -201,7 +202,7 @@ std::string JsonOf(const CameraReport& report) {
 
 void RunCamera(const CameraOptions& options) {
     if (options.path) CheckLocationPath("--camera", *options.path);
-    const Scene scene = OpenScene(options.scene);
+    const Scene scene(options.scene);
     const CameraReport report = Look(scene, options);
     WriteOutput(options.json ? JsonOf(report) : TextOf(report));
     FlushOutput();
@@ -217,11 +218,11 @@ Shutter ShutterFromText(const std::string& text) {
 
 } // namespace
 
-void AddCamera(CLI::App& app) {
+void AddCameraCommand(CLI::App& app) {
     const auto options = std::make_shared<CameraOptions>();
     CLI::App* const camera = app.add_subcommand(
         "camera", "Print lens, matrices and shutter samples of the render camera");
-    camera->add_option("SCENE", options->scene, kSceneHelp)->required()->option_text(" ");
+    AddScene(*camera, options->scene)->required();
     camera->add_option("--camera", options->path, "Print those of this camera instead")
         ->option_text("PATH");
     AddNumber(*camera, "--frame", options->frame,

@@ -60,14 +60,15 @@ void RunConvert(const ConvertOptions& options) {
     const SceneKind kind = TargetKind(options);
     if (options.compress && kind == SceneKind::Json)
         throw std::runtime_error("--compress: JSON is written uncompressed only");
-    if (TellKind(options.in) == SceneKind::SceneFile)
+    const Scene scene(options.in);
+    if (scene.getKind() == SceneKind::SceneFile)
         throw std::runtime_error(options.in + ": is no op-tree description");
-    Write(options, kind, OpenScene(options.in).description);
+    Write(options, kind, scene.getDescription());
 }
 
 } // namespace
 
-void AddConvert(CLI::App& app) {
+void AddConvertCommand(CLI::App& app) {
     const auto options = std::make_shared<ConvertOptions>();
     CLI::App* const convert = app.add_subcommand("convert", "Write an op tree in another form");
     convert

@@ -115,7 +115,7 @@ void RunDelegates(const DelegatesOptions& options) {
 
 } // namespace
 
-void AddDelegates(CLI::App& app) {
+void AddDelegatesCommand(CLI::App& app) {
     const auto options = std::make_shared<DelegatesOptions>();
     CLI::App* const delegates = app.add_subcommand(
         "delegates", "Tell which location types are taken over by which plug-ins");

@@ -25,6 +25,10 @@ Examples:
   tellar doctor
   tellar doctor --json)";
 
+struct DoctorOptions {
+    bool json = false;
+};
+
 void AppendSection(std::string& out, const std::string& heading, const Table& rows) {
     constexpr std::size_t kIndent = 4;
     out += heading + '\n';
@@ -167,22 +171,22 @@ std::string JsonOf(const Findings& findings) {
         .document();
 }
 
-void RunDoctor(bool json) {
+void RunDoctor(const DoctorOptions& options) {
     const Findings findings = Examine();
-    WriteOutput(json ? JsonOf(findings) : TextOf(findings));
+    WriteOutput(options.json ? JsonOf(findings) : TextOf(findings));
     FlushOutput();
     if (!findings.problems.empty()) throw ProblemsFound();
 }
 
 } // namespace
 
-void AddDoctor(CLI::App& app) {
-    const auto json = std::make_shared<bool>(false);
+void AddDoctorCommand(CLI::App& app) {
+    const auto options = std::make_shared<DoctorOptions>();
     CLI::App* const doctor = app.add_subcommand(
         "doctor", "Tell what is found where, and what is wrong with the installation");
-    doctor->add_flag("--json", *json, "Print a JSON object");
+    doctor->add_flag("--json", options->json, "Print a JSON object");
     doctor->footer(kNotes);
-    doctor->callback([json] { RunDoctor(*json); });
+    doctor->callback([options] { RunDoctor(*options); });
 }
 
 } // namespace TellarTool

@@ -19,6 +19,7 @@
 #include "PrintableText.h"
 #include "Process.h"
 #include "Scene.h"
+#include "SceneOptions.h"
 #include "ShadingNetwork.h"
 #include "Table.h"
 
@@ -53,13 +54,13 @@ struct MaterialReport {
 };
 
 MaterialReport Look(const MaterialOptions& options) {
-    const Scene scene = OpenScene(options.scene);
-    const auto location = SceneEntry(scene).threadAware(options.location);
+    const Scene scene(options.scene);
+    const auto location = scene.threadAware(options.location);
     MaterialReport report;
     report.path = location->getFullName();
     report.material = FindMaterial(*location);
     if (report.material.sources.empty()) {
-        std::string error = scene.path + ": " + report.path + " has no material";
+        std::string error = scene.getPath() + ": " + report.path + " has no material";
         for (const std::string& note : report.material.notes)
             error += "; " + note;
         throw std::runtime_error(error);
@@ -203,14 +204,12 @@ std::vector<std::string> NamesFromText(const std::string& text) {
 
 } // namespace
 
-void AddMaterial(CLI::App& app) {
+void AddMaterialCommand(CLI::App& app) {
     const auto options = std::make_shared<MaterialOptions>();
     CLI::App* const material =
         app.add_subcommand("material", "Print the material of a location, or draw it");
-    material->add_option("SCENE", options->scene, kSceneHelp)->required()->option_text(" ");
-    material->add_option("--at", options->location, "The location")
-        ->required()
-        ->option_text("PATH");
+    AddScene(*material, options->scene)->required();
+    AddLocation(*material, options->location, "The location");
     material
         ->add_option_function<std::string>(
             "--terminals",

@@ -155,7 +155,7 @@ void RunOps(const OpsOptions& options) {
 
 } // namespace
 
-void AddOps(CLI::App& app) {
+void AddOpsCommand(CLI::App& app) {
     const auto options = std::make_shared<OpsOptions>();
     CLI::App* const ops =
         app.add_subcommand("ops", "Tell which op types there are and what they take");

@@ -4,7 +4,6 @@
 #include <array>
 #include <cstdint>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -12,7 +11,9 @@
 #include <OxTellarSDK/Attribute.h>
 
 #include "Output.h"
+#include "RequiredGroup.h"
 #include "Scene.h"
+#include "SceneOptions.h"
 #include "SceneSettings.h"
 
 namespace TellarTool {
@@ -35,17 +36,6 @@ struct ProceduralOptions {
     std::string attribute = "rendererProcedural";
 };
 
-GroupAttribute FindProcedural(const Scene& scene, GeometryProducer& location,
-                              const std::string& name) {
-    // No name at all would be that of all attributes together.
-    const Attribute attribute = name.empty() ? Attribute() : location.getAttribute(name.c_str());
-    GroupAttribute procedural(attribute);
-    if (procedural.isValid()) return procedural;
-    throw std::runtime_error(scene.path + ": " + location.getFullName() +
-                             (attribute.isValid() ? ": the attribute \"" + name + "\" is no group"
-                                                  : " has no attribute \"" + name + "\""));
-}
-
 ProceduralOutputContextInfo ReadContext(const Scene& scene, const GeometryProducer::Ptr& root,
                                         std::int32_t frame) {
     ProceduralOutputContextInfo context;
@@ -67,9 +57,10 @@ void Warn(const std::string& message, boost::intrusive_ptr<GeometryProducer>) {
 
 void RunProcedural(const ProceduralOptions& options) {
     CheckLocationPath("--at", options.location);
-    const Scene scene = OpenScene(options.scene);
-    const GeometryProducer::Ptr location = SceneEntry(scene).threadAware(options.location);
-    const GroupAttribute procedural = FindProcedural(scene, *location, options.attribute);
+    const Scene scene(options.scene);
+    const GeometryProducer::Ptr location = scene.threadAware(options.location);
+    const GroupAttribute procedural =
+        RequiredGroup(scene, *location, options.attribute, Inheritance::None);
     ProceduralOutputContextInfo context =
         ReadContext(scene, location->getRootProducer(), options.frame);
     const auto build = options.form == "classic"
@@ -83,14 +74,12 @@ void RunProcedural(const ProceduralOptions& options) {
 
 } // namespace
 
-void AddProcedural(CLI::App& app) {
+void AddProceduralCommand(CLI::App& app) {
     const auto options = std::make_shared<ProceduralOptions>();
     CLI::App* const procedural =
         app.add_subcommand("procedural", "Print what the procedural at a location is told");
-    procedural->add_option("SCENE", options->scene, kSceneHelp)->required()->option_text(" ");
-    procedural->add_option("--at", options->location, "The location of the procedural")
-        ->required()
-        ->option_text("PATH");
+    AddScene(*procedural, options->scene)->required();
+    AddLocation(*procedural, options->location, "The location of the procedural");
     procedural
         ->add_option("--form", options->form,
                      "Flags of a command line (classic, the default) or XML (attributes)")

@@ -15,11 +15,13 @@
 #include <OxTellarProducers/ScreenSpace.h>
 #include <OxTellarSDK/Attribute.h>
 
+#include "ChosenSettings.h"
 #include "JsonText.h"
 #include "NumberText.h"
 #include "Output.h"
 #include "RenderCamera.h"
 #include "Scene.h"
+#include "SceneOptions.h"
 #include "SceneSettings.h"
 #include "Table.h"
 
@@ -126,7 +128,7 @@ void NotePointsBehind(Projection& projection) {
 }
 
 Projection Project(const Scene& scene, const std::string& path) {
-    const GeometryProducer::Ptr location = SceneEntry(scene).threadAware(path);
+    const GeometryProducer::Ptr location = scene.threadAware(path);
     const GeometryProducer::Ptr root = location->getRootProducer();
     Projection projection;
     projection.location = location->getFullName();
@@ -230,7 +232,7 @@ std::string JsonOf(const Projection& projection) {
 void RunProject(const ProjectOptions& options) {
     CheckLocationPath("--at", options.location);
     CheckChosen(options.chosen);
-    const Scene scene = WithChosen(OpenScene(options.scene), options.chosen);
+    const Scene scene = WithChosen(Scene(options.scene), options.chosen);
     const Projection projection = Project(scene, options.location);
     WriteOutput(options.json ? JsonOf(projection) : TextOf(projection));
     FlushOutput();
@@ -238,14 +240,12 @@ void RunProject(const ProjectOptions& options) {
 
 } // namespace
 
-void AddProject(CLI::App& app) {
+void AddProjectCommand(CLI::App& app) {
     const auto options = std::make_shared<ProjectOptions>();
     CLI::App* const project =
         app.add_subcommand("project", "Print where a location is on the picture");
-    project->add_option("SCENE", options->scene, kSceneHelp)->required()->option_text(" ");
-    project->add_option("--at", options->location, "The location; its \"bound\" is projected")
-        ->required()
-        ->option_text("PATH");
+    AddScene(*project, options->scene)->required();
+    AddLocation(*project, options->location, "The location; its \"bound\" is projected");
     project->add_option("--camera", options->chosen.camera, "Look through this camera instead")
         ->option_text("PATH");
     project

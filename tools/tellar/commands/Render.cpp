@@ -13,13 +13,15 @@
 #include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
 #include <OxTellarProducers/OxSgIterator.h>
 
+#include "ChosenSettings.h"
 #include "NumberOption.h"
 #include "NumberText.h"
 #include "Plugins.h"
+#include "RendererOptions.h"
 #include "RendererRun.h"
 #include "Renderers.h"
 #include "Scene.h"
-#include "SceneSettings.h"
+#include "SceneOptions.h"
 
 namespace TellarTool {
 
@@ -71,18 +73,19 @@ void RunRender(const RenderOptions& options) {
     SetUpPluginHost();
     AddRendererFolder();
     const Renderer renderer = FindRenderer(options.renderer.renderer);
-    const Scene scene = WithChosen(OpenScene(options.scene), options.chosen);
-    const LocationHandle root(SceneEntry(scene).threadAware("/root"));
-    RunRenderer(options.renderer, [&](const OxRenderListener_v1& listener) {
-        OxRenderJob_v1 job{};
-        job.root = root.get();
-        job.picture = options.renderer.picture.c_str();
-        job.frame = options.frame.value_or(0);
-        job.samples = options.samples;
-        job.threads = options.threads;
-        job.listener = listener;
-        return renderer.suite->render(&job);
-    });
+    const Scene scene = WithChosen(Scene(options.scene), options.chosen);
+    const LocationHandle root(scene.threadAware("/root"));
+    RunRenderer(renderer.name, options.renderer.isVerbose,
+                [&](const OxRenderListener_v1& listener) {
+                    OxRenderJob_v1 job{};
+                    job.root = root.get();
+                    job.picture = options.renderer.picture.c_str();
+                    job.frame = options.frame.value_or(0);
+                    job.samples = options.samples;
+                    job.threads = options.threads;
+                    job.listener = listener;
+                    return renderer.suite->render(&job);
+                });
 }
 
 /// `form` is what the four numbers of an option mean, and an example of them.
@@ -130,11 +133,11 @@ std::array<float, 4> CropFromText(const std::string& text) {
 
 } // namespace
 
-void AddRender(CLI::App& app) {
+void AddRenderCommand(CLI::App& app) {
     const auto options = std::make_shared<RenderOptions>();
     ChosenSettings& chosen = options->chosen;
     CLI::App* const render = app.add_subcommand("render", "Draw the picture of a scene");
-    render->add_option("SCENE", options->scene, kSceneHelp)->required()->option_text(" ");
+    AddScene(*render, options->scene)->required();
     AddRendererOptions(*render, options->renderer);
     render->add_option("--camera", chosen.camera, "Look through this camera instead of the scene's")
         ->option_text("PATH");

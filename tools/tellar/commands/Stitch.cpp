@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Plugins.h"
+#include "RendererOptions.h"
 #include "RendererRun.h"
 #include "Renderers.h"
 
@@ -38,15 +39,16 @@ void RunStitch(const StitchOptions& options) {
     std::vector<const char*> tiles;
     for (const std::string& tile : options.tiles)
         tiles.push_back(tile.c_str());
-    RunRenderer(options.renderer, [&](const OxRenderListener_v1& listener) {
-        return renderer.suite->stitch(tiles.data(), static_cast<std::int64_t>(tiles.size()),
-                                      options.renderer.picture.c_str(), &listener);
-    });
+    RunRenderer(
+        renderer.name, options.renderer.isVerbose, [&](const OxRenderListener_v1& listener) {
+            return renderer.suite->stitch(tiles.data(), static_cast<std::int64_t>(tiles.size()),
+                                          options.renderer.picture.c_str(), &listener);
+        });
 }
 
 } // namespace
 
-void AddStitch(CLI::App& app) {
+void AddStitchCommand(CLI::App& app) {
     const auto options = std::make_shared<StitchOptions>();
     CLI::App* const stitch = app.add_subcommand("stitch", "Put the tiles of a picture together");
     stitch->add_option("TILES", options->tiles, "The files of all tiles")

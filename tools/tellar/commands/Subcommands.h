@@ -14,19 +14,19 @@ struct ProblemsFound {};
 // runs when it is given. Callbacks print on standard output; they throw std::runtime_error for
 // whatever cannot be done, OutputClosed, ProblemsFound and Stopped.
 
-void AddWalk(CLI::App& app);
-void AddCamera(CLI::App& app);
-void AddProject(CLI::App& app);
-void AddProcedural(CLI::App& app);
-void AddMaterial(CLI::App& app);
-void AddTextures(CLI::App& app);
-void AddRender(CLI::App& app);
-void AddStitch(CLI::App& app);
-void AddTilePath(CLI::App& app);
-void AddConvert(CLI::App& app);
-void AddOps(CLI::App& app);
-void AddDelegates(CLI::App& app);
-void AddDoctor(CLI::App& app);
+void AddWalkCommand(CLI::App& app);
+void AddCameraCommand(CLI::App& app);
+void AddProjectCommand(CLI::App& app);
+void AddProceduralCommand(CLI::App& app);
+void AddMaterialCommand(CLI::App& app);
+void AddTexturesCommand(CLI::App& app);
+void AddRenderCommand(CLI::App& app);
+void AddStitchCommand(CLI::App& app);
+void AddTilePathCommand(CLI::App& app);
+void AddConvertCommand(CLI::App& app);
+void AddOpsCommand(CLI::App& app);
+void AddDelegatesCommand(CLI::App& app);
+void AddDoctorCommand(CLI::App& app);
 
 } // namespace TellarTool
 

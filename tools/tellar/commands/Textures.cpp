@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -13,7 +12,9 @@
 
 #include "AttributeText.h"
 #include "Output.h"
+#include "RequiredGroup.h"
 #include "Scene.h"
+#include "SceneOptions.h"
 #include "Table.h"
 
 namespace TellarTool {
@@ -34,20 +35,7 @@ struct TexturesOptions {
     bool json = false;
 };
 
-GroupAttribute FindTextures(const TexturesOptions& options) {
-    const Scene scene = OpenScene(options.scene);
-    const GeometryProducer::Ptr location = SceneEntry(scene).threadAware(options.location);
-    const std::string& name = options.attribute;
-    // No name at all would be that of all attributes together.
-    const Attribute attribute = name.empty() ? Attribute() : location->getGlobalAttribute(name);
-    GroupAttribute textures(attribute);
-    if (textures.isValid()) return textures;
-    throw std::runtime_error(scene.path + ": " + location->getFullName() +
-                             (attribute.isValid() ? ": the attribute \"" + name + "\" is no group"
-                                                  : " has no attribute \"" + name + "\""));
-}
-
-/// Of the textures those that were converted, in their order.
+/// A line for each texture that could be converted, in their order.
 std::string TextOf(const GroupAttribute& textures, const GroupAttribute& converted) {
     Table rows;
     for (std::int64_t i = 0; i < textures.getNumberOfChildren(); ++i) {
@@ -69,7 +57,10 @@ std::string TextOf(const GroupAttribute& textures, const GroupAttribute& convert
 
 void RunTextures(const TexturesOptions& options) {
     CheckLocationPath("--at", options.location);
-    const GroupAttribute textures = FindTextures(options);
+    const Scene scene(options.scene);
+    const GeometryProducer::Ptr location = scene.threadAware(options.location);
+    const GroupAttribute textures =
+        RequiredGroup(scene, *location, options.attribute, Inheritance::FromAncestors);
     const GroupAttribute converted(TELLAR::ConvertTexturesToArbitraryAttr(textures));
     WriteOutput(options.json ? WriteAttributeJson(converted) + '\n' : TextOf(textures, converted));
     FlushOutput();
@@ -77,14 +68,12 @@ void RunTextures(const TexturesOptions& options) {
 
 } // namespace
 
-void AddTextures(CLI::App& app) {
+void AddTexturesCommand(CLI::App& app) {
     const auto options = std::make_shared<TexturesOptions>();
     CLI::App* const textures =
         app.add_subcommand("textures", "Print the textures of a location as renderers get them");
-    textures->add_option("SCENE", options->scene, kSceneHelp)->required()->option_text(" ");
-    textures->add_option("--at", options->location, "The location")
-        ->required()
-        ->option_text("PATH");
+    AddScene(*textures, options->scene)->required();
+    AddLocation(*textures, options->location, "The location");
     textures
         ->add_option(
             "--attr", options->attribute,

@@ -63,7 +63,7 @@ std::vector<int> TileFromText(const std::string& text) {
 
 } // namespace
 
-void AddTilePath(CLI::App& app) {
+void AddTilePathCommand(CLI::App& app) {
     const auto options = std::make_shared<TilePathOptions>();
     CLI::App* const tilePath =
         app.add_subcommand("tile-path", "Print where a tile of a picture is written");

@@ -19,10 +19,11 @@
 
 #include "LocationPrinter.h"
 #include "LocationWalk.h"
-#include "OrderedText.h"
 #include "Output.h"
+#include "ParallelWalk.h"
 #include "Progress.h"
 #include "Scene.h"
+#include "SceneOptions.h"
 #include "Terminal.h"
 
 namespace TellarTool {
@@ -40,15 +41,15 @@ constexpr const char* kExamples = R"(Examples:
   tellar walk examples/million.json --stats --quiet --threads 2)";
 
 constexpr std::size_t kMostThreads = 256;
-/// Enough parts for each thread that an uneven scene keeps none of them waiting for long.
-constexpr std::size_t kPartsPerThread = 32;
+
+/// The kind of producers to walk with.
+enum class Variant { Sync, Async, ThreadAware };
 
 struct WalkOptions {
     std::string scene;
     std::string start = "/root";
-    std::size_t depth = std::numeric_limits<std::size_t>::max();
+    WalkLimits limits;
     Variant variant = Variant::ThreadAware;
-    std::size_t threads = 1;
     /// Absent: none; empty: all; else one dotted name.
     std::optional<std::string> attributes;
     bool worldMatrix = false;
@@ -71,86 +72,15 @@ std::unique_ptr<LocationPrinter> MakePrinter(const WalkOptions& options) {
     return options.json ? MakeJsonPrinter(print) : MakeTreePrinter(print);
 }
 
-/// Threads that are joined whatever happens; `stop` must make them end.
-template <typename Stop>
-class Workers {
-public:
-    explicit Workers(Stop stop) : stop(std::move(stop)) {}
-    ~Workers() {
-        stop();
-        for (std::thread& thread : threads)
-            thread.join();
-    }
-    Workers(const Workers&) = delete;
-    Workers& operator=(const Workers&) = delete;
-
-    template <typename Work>
-    void add(Work work) {
-        threads.emplace_back(std::move(work));
-    }
-
-private:
-    const Stop stop;
-    std::vector<std::thread> threads;
-};
-
-void WalkAlone(const GeometryProducer::Ptr& start, const WalkOptions& options,
-               const LocationPrinter& printer, LocationCount& count) {
-    LocationWalk walk(printer, options.depth, count,
-                      [](const std::string& text) { WriteOutput(text); });
-    walk.walk({WalkPart::Subtree, start, {}, false, {}});
-}
-
-/// Takes parts in order until there are none left.
-void Work(const std::vector<WalkPart>& parts, std::atomic<std::size_t>& nextPart,
-          const WalkOptions& options, const LocationPrinter& printer, LocationCount& count,
-          OrderedText& output) {
-    for (;;) {
-        const std::size_t part = nextPart++;
-        if (part >= parts.size()) return;
-        std::exception_ptr error;
-        try {
-            LocationWalk walk(printer, options.depth, count,
-                              [&](std::string text) { output.put(part, std::move(text)); });
-            walk.walk(parts[part]);
-        } catch (const OrderedText::Stopped&) {
-            return;
-        } catch (...) {
-            error = std::current_exception();
-        }
-        output.finish(part, error);
-        if (error) return;
-    }
-}
-
-void WalkTogether(const GeometryProducer::Ptr& start, const WalkOptions& options,
-                  const LocationPrinter& printer, LocationCount& count) {
-    const std::vector<WalkPart> parts =
-        PlanWalk(start, options.depth, options.threads * kPartsPerThread);
-    OrderedText output(parts.size());
-    std::atomic<std::size_t> nextPart{0};
-    Workers workers([&] {
-        nextPart = parts.size();
-        output.stop();
-    });
-    for (std::size_t i = 0; i < options.threads; ++i)
-        workers.add([&] { Work(parts, nextPart, options, printer, count, output); });
-    while (const std::optional<std::string> text = output.next())
-        WriteOutput(*text);
-}
-
-/// An async walk sees what is cooked. This cooks it, as far as the walk will go.
-void CookAhead(SceneEntry& entry, const WalkOptions& options) {
+/// The location that the walk starts from. An async walk sees only what is cooked, so a sync walk
+/// cooks as far as it will go.
+GeometryProducer::Ptr OpenStart(const Scene& scene, const WalkOptions& options) {
+    if (options.variant == Variant::ThreadAware) return scene.threadAware(options.start);
+    const GeometryProducer::Ptr sync = scene.sync(options.start);
+    if (options.variant == Variant::Sync) return sync;
     LocationCount ignored{0};
-    const std::unique_ptr<LocationPrinter> printer = MakeQuietPrinter();
-    WalkAlone(entry.sync(options.start), options, *printer, ignored);
-}
-
-GeometryProducer::Ptr Open(SceneEntry& entry, const WalkOptions& options) {
-    if (options.variant == Variant::ThreadAware) return entry.threadAware(options.start);
-    if (options.variant == Variant::Sync) return entry.sync(options.start);
-    CookAhead(entry, options);
-    return entry.async(options.start);
+    WalkLocations(sync, options.limits, *MakeQuietPrinter(), ignored, [](const std::string&) {});
+    return scene.async(*sync, options.start);
 }
 
 void PrintStats(const WalkOptions& options, std::uint64_t locations, double openSeconds,
@@ -173,13 +103,12 @@ void PrintStats(const WalkOptions& options, std::uint64_t locations, double open
 }
 
 void RunWalk(const WalkOptions& options) {
-    if (options.threads > 1 && options.variant != Variant::ThreadAware)
+    if (options.limits.threads > 1 && options.variant != Variant::ThreadAware)
         throw std::runtime_error("--threads: only thread-aware producers are walked by several");
     CheckLocationPath("--at", options.start);
     const Clock::time_point openStart = Clock::now();
-    const Scene scene = OpenScene(options.scene);
-    SceneEntry entry(scene);
-    const GeometryProducer::Ptr start = Open(entry, options);
+    const Scene scene(options.scene);
+    const GeometryProducer::Ptr start = OpenStart(scene, options);
     const double openSeconds = SecondsSince(openStart);
 
     const std::unique_ptr<LocationPrinter> printer = MakePrinter(options);
@@ -187,10 +116,8 @@ void RunWalk(const WalkOptions& options) {
     const Clock::time_point walkStart = Clock::now();
     {
         const Progress progress(CountLine(count), options.quiet || !IsTerminal(stdout));
-        if (options.threads > 1)
-            WalkTogether(start, options, *printer, count);
-        else
-            WalkAlone(start, options, *printer, count);
+        WalkLocations(start, options.limits, *printer, count,
+                      [](const std::string& text) { WriteOutput(text); });
     }
     if (options.stats) PrintStats(options, count, openSeconds, SecondsSince(walkStart));
     FlushOutput();
@@ -208,13 +135,13 @@ void CheckScene(const CLI::App& walk, const WalkOptions& options) {
 
 } // namespace
 
-void AddWalk(CLI::App& app) {
+void AddWalkCommand(CLI::App& app) {
     const auto options = std::make_shared<WalkOptions>();
     CLI::App* const walk = app.add_subcommand("walk", "Print the locations of a scene as a tree");
-    walk->add_option("SCENE", options->scene, kSceneHelp)->option_text(" ");
+    AddScene(*walk, options->scene);
     walk->add_option("--at", options->start, "Start at this location instead of /root")
         ->option_text("PATH");
-    walk->add_option("--depth", options->depth, "Go no more than this many levels down")
+    walk->add_option("--depth", options->limits.depth, "Go no more than this many levels down")
         ->check(CLI::Range(0, std::numeric_limits<int>::max()))
         ->option_text("N");
     walk->add_option("--attrs", options->attributes,
@@ -223,7 +150,7 @@ void AddWalk(CLI::App& app) {
         ->option_text("[NAME]");
     walk->add_flag("--xform", options->worldMatrix, "Print world matrices, at time 0");
     walk->add_flag("--json", options->json, "Print one JSON document instead of a tree");
-    walk->add_option("--threads", options->threads,
+    walk->add_option("--threads", options->limits.threads,
                      "Walk with this many threads; the output is the same")
         ->check(CLI::Range(std::size_t(1), kMostThreads))
         ->option_text("N");

@@ -1,15 +1,12 @@
 #include "RendererRun.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxPluginHost/OxPluginHost.h>
 
@@ -125,39 +122,14 @@ private:
 
 } // namespace
 
-void AddRendererOptions(CLI::App& command, RendererOptions& options) {
-    command.add_option("-o", options.picture, "The picture; its extension tells the format")
-        ->required()
-        ->option_text("PICTURE");
-    command
-        .add_option("--renderer", options.renderer,
-                    "The plug-in that does it, \"" + options.renderer + "\" unless given")
-        ->option_text("NAME");
-    command.add_flag("--verbose", options.isVerbose,
-                     "Print what the renderer has to say besides warnings and errors");
-}
-
-void CheckPicture(const RendererOptions& options) {
-    const std::filesystem::path path = options.picture;
-    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
-    std::error_code ignored;
-    if (path.extension().string().size() < 2)
-        throw std::runtime_error("-o: \"" + options.picture +
-                                 "\" has no extension, which would tell the format");
-    if (!std::filesystem::is_directory(folder, ignored))
-        throw std::runtime_error("-o: there is no folder \"" + folder.string() + "\"");
-    if (std::filesystem::is_directory(path, ignored))
-        throw std::runtime_error("-o: \"" + options.picture + "\" is a folder");
-}
-
-void RunRenderer(const RendererOptions& options,
+void RunRenderer(const std::string& renderer, bool isVerbose,
                  const std::function<int(const OxRenderListener_v1& listener)>& work) {
     std::vector<std::string> pictures;
     std::optional<std::string> error;
     int status = kOxRenderFailed;
     int signal = 0;
     {
-        Listener listener(options.isVerbose);
+        Listener listener(isVerbose);
         status = work(listener.getFunctions());
         pictures = listener.getPictures();
         error = listener.getError();
@@ -169,7 +141,7 @@ void RunRenderer(const RendererOptions& options,
     if (status == kOxRenderCancelled && signal != 0) throw Stopped{signal};
     if (status != kOxRenderDone)
         throw std::runtime_error(
-            error.value_or("the renderer \"" + options.renderer + "\" " +
+            error.value_or("the renderer \"" + renderer + "\" " +
                            (status == kOxRenderCancelled ? "stopped without being asked to"
                                                          : "failed and does not tell why")));
     if (error) WriteErrorLine(*error);

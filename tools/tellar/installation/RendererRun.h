@@ -6,25 +6,7 @@
 
 #include <OxTellarProducers/OxRendererPluginSuite.h>
 
-#include "Renderers.h"
-
-namespace CLI {
-class App;
-}
-
 namespace TellarTool {
-
-/// What the subcommands that have a renderer work have in common.
-struct RendererOptions {
-    std::string picture;
-    std::string renderer = kDefaultRenderer;
-    bool isVerbose = false;
-};
-
-void AddRendererOptions(CLI::App& command, RendererOptions& options);
-
-/// Throws std::runtime_error naming -o when no picture could be written there.
-void CheckPicture(const RendererOptions& options);
 
 /// Has a renderer work: `work` passes the listener on and returns an OxRenderStatus. Meanwhile
 /// progress and messages go to standard error, the latter with what the library logs; the paths of
@@ -32,7 +14,7 @@ void CheckPicture(const RendererOptions& options);
 ///
 /// Throws Stopped when it did, and std::runtime_error with the renderer's last error when it
 /// failed.
-void RunRenderer(const RendererOptions& options,
+void RunRenderer(const std::string& renderer, bool isVerbose,
                  const std::function<int(const OxRenderListener_v1& listener)>& work);
 
 } // namespace TellarTool

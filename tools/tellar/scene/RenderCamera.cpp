@@ -47,7 +47,7 @@ RenderCamera FindCamera(const Scene& scene, const GeometryProducer::Ptr& root,
     if (missing.empty()) info = TELLAR::GetCameraInfo(root, path);
     if (info) return {path, location, *info};
     if (missing.empty()) missing = "it cannot be read";
-    throw std::runtime_error(scene.path + ": camera \"" + path + "\": " + missing);
+    throw std::runtime_error(scene.getPath() + ": camera \"" + path + "\": " + missing);
 }
 
 std::vector<std::string> NotesAbout(const TELLAR::CameraInfo& camera) {

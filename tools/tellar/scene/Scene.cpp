@@ -1,5 +1,6 @@
 #include "Scene.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <stdexcept>
 #include <string_view>
@@ -18,7 +19,10 @@ namespace {
 
 using namespace OxAttribute;
 using TELLAR::GeometryProducer;
+using TELLAR::OpTreeSource;
+using Children = std::vector<GroupAttribute::Child>;
 
+/// The reasons in the system's words, for the library's would name the file in another way.
 void CheckIsFile(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);
@@ -26,17 +30,16 @@ void CheckIsFile(const std::string& path) {
         throw std::runtime_error(path + ": " +
                                  (error ? error.message() : "No such file or directory"));
     if (std::filesystem::is_directory(status)) throw std::runtime_error(path + ": is a directory");
-    // What a pipe held would be gone once its kind is told.
+    // A pipe could not be rewound once its kind is known.
     if (!std::filesystem::is_regular_file(status))
         throw std::runtime_error(path + ": is no regular file");
 }
 
 /// True when the first character that is no white space is an opening brace.
-bool BeginsWithBrace(const std::string& path) {
-    FileStream stream(path, true);
+bool BeginsWithBrace(FileStream& file) {
     char buffer[4096];
     for (;;) {
-        const std::int64_t bytes = FileStream::read(&stream, buffer, sizeof(buffer));
+        const std::int64_t bytes = FileStream::read(&file, buffer, sizeof(buffer));
         if (bytes <= 0) return false;
         const std::string_view text(buffer, static_cast<std::size_t>(bytes));
         const std::size_t first = text.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
@@ -44,16 +47,52 @@ bool BeginsWithBrace(const std::string& path) {
     }
 }
 
-GroupAttribute ReadDescriptionStream(const std::string& path) {
-    FileStream stream(path, true);
-    const Attribute attribute = Attribute::readAttributeStream(&stream, FileStream::read, 0);
-    GroupAttribute description(attribute);
+/// Leaves the file at its first byte.
+SceneKind FindKind(FileStream& file) {
+    const FileKind kind = ProbeFile(file);
+    if (kind == FileKind::OpFile) return SceneKind::OpFile;
+    if (kind == FileKind::AttributeStream) return SceneKind::AttributeStream;
+    const std::string& path = file.getPath();
+    const std::string extension = std::filesystem::path(path).extension().string();
+    if (extension == ".oxop") throw std::runtime_error(path + ": is no op file");
+    if (extension == ".oxattr") throw std::runtime_error(path + ": is no attribute stream");
+    if (extension == ".json") return SceneKind::Json;
+    if (extension == ".gltf") return SceneKind::SceneFile; // JSON too, but no description
+    const bool isJson = BeginsWithBrace(file);
+    file.rewind();
+    return isJson ? SceneKind::Json : SceneKind::SceneFile;
+}
+
+GroupAttribute ReadDescriptionStream(FileStream& file) {
+    const GroupAttribute description(Attribute::readAttributeStream(&file, FileStream::read, 0));
     if (!description.isValid())
-        throw std::runtime_error(path + ": holds no op-tree description, but another attribute");
+        throw std::runtime_error(file.getPath() +
+                                 ": holds no op-tree description, but another attribute");
     return description;
 }
 
-/// The library makes nothing of a description that is no op tree, and does not say why.
+/// An op tree of one op, which imports the file.
+GroupAttribute DescribeImport(const std::string& path) {
+    const GroupAttribute args(Children{{"file", StringAttribute(path)}}, true);
+    const GroupAttribute op(Children{{"opType", StringAttribute("SceneImport")}, {"opArgs", args}},
+                            true);
+    return GroupAttribute(Children{{"scene", op}}, true);
+}
+
+GroupAttribute ReadDescription(FileStream& file, SceneKind kind) {
+    switch (kind) {
+    case SceneKind::OpFile:
+        return ReadOpFile(file);
+    case SceneKind::AttributeStream:
+        return ReadDescriptionStream(file);
+    case SceneKind::Json:
+        return ReadDescriptionJsonFile(file);
+    default:
+        return DescribeImport(file.getPath());
+    }
+}
+
+/// The library cooks nothing from a description that is no op tree, and gives no reason.
 void CheckIsOpTree(const std::string& path, const GroupAttribute& description) {
     if (description.getNumberOfChildren() == 0)
         throw std::runtime_error(path + ": the op-tree description holds no op");
@@ -63,107 +102,64 @@ void CheckIsOpTree(const std::string& path, const GroupAttribute& description) {
                                      description.getChildName(i) + "\" is no op");
 }
 
-using Children = std::vector<GroupAttribute::Child>;
-
-/// One op that imports the file.
-GroupAttribute DescribeImport(const std::string& path) {
-    const GroupAttribute args(Children{{"file", StringAttribute(path)}}, true);
-    const GroupAttribute op(Children{{"opType", StringAttribute("SceneImport")}, {"opArgs", args}},
-                            true);
-    return GroupAttribute(Children{{"scene", op}}, true);
-}
-
-GroupAttribute ReadDescription(const std::string& path, SceneKind kind) {
-    switch (kind) {
-    case SceneKind::OpFile:
-        return ReadOpFile(path);
-    case SceneKind::AttributeStream:
-        return ReadDescriptionStream(path);
-    case SceneKind::Json:
-        return ReadDescriptionJsonFile(path);
-    default:
-        return DescribeImport(path);
-    }
+/// The op tree with one more op, which has the last one as its input.
+GroupAttribute WithLastOp(const GroupAttribute& description, std::string name,
+                          const std::string& opType, const GroupAttribute& args) {
+    Children ops;
+    for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i)
+        ops.emplace_back(description.getChildName(i), description.getChildByIndex(i));
+    while (description.findChild(name) >= 0)
+        name += '_';
+    const StringAttribute inputs(ops.back().first);
+    ops.emplace_back(name, GroupAttribute(Children{{"opType", StringAttribute(opType)},
+                                                   {"opArgs", args},
+                                                   {"opInputs", inputs}},
+                                          true));
+    return GroupAttribute(ops, true);
 }
 
 } // namespace
 
-SceneKind TellKind(const std::string& path) {
+Scene::Scene(const std::string& path) : path(path) {
     CheckIsFile(path);
-    switch (ProbeFile(path)) {
-    case FileKind::OpFile:
-        return SceneKind::OpFile;
-    case FileKind::AttributeStream:
-        return SceneKind::AttributeStream;
-    default:
-        break;
-    }
-    const std::string extension = std::filesystem::path(path).extension().string();
-    if (extension == ".oxop") throw std::runtime_error(path + ": is no op file");
-    if (extension == ".oxattr") throw std::runtime_error(path + ": is no attribute stream");
-    if (extension == ".json") return SceneKind::Json;
-    // glTF is JSON too, but no description.
-    if (extension != ".gltf" && BeginsWithBrace(path)) return SceneKind::Json;
-    return SceneKind::SceneFile;
+    FileStream file(path, true);
+    kind = FindKind(file);
+    description = ReadDescription(file, kind);
+    CheckIsOpTree(path, description);
+    isOpenedByPath = kind == SceneKind::OpFile;
 }
 
-Scene OpenScene(const std::string& path) {
-    const SceneKind kind = TellKind(path);
-    Scene scene{path, ReadDescription(path, kind), kind == SceneKind::OpFile};
-    CheckIsOpTree(path, scene.description);
-    return scene;
-}
-
-Scene WithRenderSettings(const Scene& scene, const GroupAttribute& settings) {
-    Children ops;
-    for (std::int64_t i = 0; i < scene.description.getNumberOfChildren(); ++i)
-        ops.emplace_back(scene.description.getChildName(i), scene.description.getChildByIndex(i));
-    std::string name = "command line"; // as errors will call the op
-    while (scene.description.findChild(name) >= 0)
-        name += '_';
+Scene Scene::withRenderSettings(const GroupAttribute& settings) const {
     const GroupAttribute args(Children{{"settings", settings}}, true);
-    ops.emplace_back(name, GroupAttribute(Children{{"opType", StringAttribute("RenderSettings")},
-                                                   {"opArgs", args},
-                                                   {"opInputs", StringAttribute(ops.back().first)}},
-                                          true));
-    return {scene.path, GroupAttribute(ops, true), false};
+    Scene changed = *this;
+    // Errors call the op by this name.
+    changed.description = WithLastOp(description, "command line", "RenderSettings", args);
+    changed.isOpenedByPath = false;
+    return changed;
 }
 
-void CheckLocationPath(const std::string& option, const std::string& path) {
-    if (path.empty() || path.front() != '/')
-        throw std::runtime_error(option + ": \"" + path + "\" is no absolute location path");
-}
-
-GeometryProducer::Ptr SceneEntry::threadAware(const std::string& location) const {
-    if (scene.isOpFile)
-        return checked(TELLAR::CreateThreadAwareGeometryProducer(scene.path, location), location);
-    return checked(TELLAR::CreateThreadAwareGeometryProducer(scene.description, location),
+GeometryProducer::Ptr Scene::threadAware(const std::string& location) const {
+    return checked(isOpenedByPath
+                       ? TELLAR::CreateThreadAwareGeometryProducer(path, location)
+                       : TELLAR::CreateThreadAwareGeometryProducer(description, location),
                    location);
 }
 
-GeometryProducer::Ptr SceneEntry::sync(const std::string& location) {
-    return checked(TELLAR::CreateSyncGeometryProducer(getClient(), location), location);
+GeometryProducer::Ptr Scene::sync(const std::string& location) const {
+    const auto client = TELLAR::ClientCreateWithOpTree(
+        isOpenedByPath ? OpTreeSource::createFromFile(path)
+                       : OpTreeSource::createFromGroupAttribute(description));
+    if (!client) throw std::runtime_error(path + ": no client can be made for it");
+    return checked(TELLAR::CreateSyncGeometryProducer(client, location), location);
 }
 
-GeometryProducer::Ptr SceneEntry::async(const std::string& location) {
-    return checked(TELLAR::CreateAsyncGeometryProducer(getClient(), location), location);
+GeometryProducer::Ptr Scene::async(GeometryProducer& sync, const std::string& location) const {
+    return checked(TELLAR::CreateAsyncGeometryProducer(sync.getClient(), location), location);
 }
 
-const std::shared_ptr<TellarRuntime::Client>& SceneEntry::getClient() {
-    using TELLAR::OpTreeSource;
-    if (client) return client;
-    const OpTreeSource source = scene.isOpFile
-                                    ? OpTreeSource::createFromFile(scene.path)
-                                    : OpTreeSource::createFromGroupAttribute(scene.description);
-    client = TELLAR::ClientCreateWithOpTree(source);
-    if (!client) throw std::runtime_error(scene.path + ": no client can be made for it");
-    return client;
-}
-
-GeometryProducer::Ptr SceneEntry::checked(GeometryProducer::Ptr producer,
-                                          const std::string& location) const {
-    if (!producer)
-        throw std::runtime_error(scene.path + ": there is no location \"" + location + "\"");
+GeometryProducer::Ptr Scene::checked(GeometryProducer::Ptr producer,
+                                     const std::string& location) const {
+    if (!producer) throw std::runtime_error(path + ": there is no location \"" + location + "\"");
     return producer;
 }
 

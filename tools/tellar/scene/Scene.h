@@ -1,12 +1,10 @@
 #ifndef TELLAR_TOOL_SCENE_H
 #define TELLAR_TOOL_SCENE_H
 
-#include <memory>
 #include <string>
 
 #include <OxTellarProducers/GeometryProducer.h>
 #include <OxTellarSDK/Attribute.h>
-#include <OxTellarSDK/TellarRuntime.h>
 
 namespace TellarTool {
 
@@ -17,51 +15,42 @@ enum class SceneKind {
     SceneFile        ///< anything else: geometry that the op type SceneImport reads
 };
 
-/// What the help of a subcommand says about its argument SCENE.
-constexpr const char* kSceneHelp = "An op file, an op-tree description (attribute stream or JSON), "
-                                   "or any scene file that the op type SceneImport reads";
-
-/// Told by the content first and by the extension second. Throws std::runtime_error naming the
-/// file when it is missing, no file, or not what its extension says.
-SceneKind TellKind(const std::string& path);
-
-/// A scene named on the command line: found, read and known to be an op tree.
-struct Scene {
-    std::string path;
-    OxAttribute::GroupAttribute description;
-    bool isOpFile = false; ///< the file says just what the description does, and is opened itself
-};
-
-/// Throws std::runtime_error naming the file and what is wrong with it.
-Scene OpenScene(const std::string& path);
-
-/// The scene with render settings of the user's own: `settings` are merged into those of /root.
-Scene WithRenderSettings(const Scene& scene, const OxAttribute::GroupAttribute& settings);
-
-/// Throws std::runtime_error naming the option when its value is no absolute location path.
-void CheckLocationPath(const std::string& option, const std::string& path);
-
-enum class Variant { Sync, Async, ThreadAware };
-
-/// Ways into a scene through the library. Everything throws std::runtime_error naming the scene
-/// when it cannot be opened or has no such location; what cooking throws passes through. Borrows
-/// the scene.
-class SceneEntry {
+/// A scene named on the command line, found, read and known to be an op tree. A value: copies
+/// share the description.
+///
+/// The file is opened once, to find out its kind and to read its description. The library opens an
+/// op file again for every client, because it identifies op files by their paths.
+///
+/// Members that return producers throw std::runtime_error naming the scene when it cannot be
+/// cooked or has no such location. Exceptions of op types pass through.
+class Scene {
 public:
-    explicit SceneEntry(const Scene& scene) : scene(scene) {}
+    /// The file's kind is told by its content first and by its extension second. Throws
+    /// std::runtime_error naming the file and what is wrong with it.
+    explicit Scene(const std::string& path);
+
+    const std::string& getPath() const { return path; }
+    SceneKind getKind() const { return kind; }
+    const OxAttribute::GroupAttribute& getDescription() const { return description; }
+
+    /// This scene with `settings` merged into the render settings of /root.
+    Scene withRenderSettings(const OxAttribute::GroupAttribute& settings) const;
 
     TELLAR::GeometryProducer::Ptr threadAware(const std::string& location) const;
-    TELLAR::GeometryProducer::Ptr sync(const std::string& location);
-    /// Sees only what sync producers of this entry have cooked.
-    TELLAR::GeometryProducer::Ptr async(const std::string& location);
+    /// Cooks through a client of its own.
+    TELLAR::GeometryProducer::Ptr sync(const std::string& location) const;
+    /// Sees only what the client of a sync producer has cooked.
+    TELLAR::GeometryProducer::Ptr async(TELLAR::GeometryProducer& sync,
+                                        const std::string& location) const;
 
 private:
-    const std::shared_ptr<TellarRuntime::Client>& getClient();
     TELLAR::GeometryProducer::Ptr checked(TELLAR::GeometryProducer::Ptr producer,
                                           const std::string& location) const;
 
-    const Scene& scene;
-    std::shared_ptr<TellarRuntime::Client> client; // made when needed
+    std::string path;
+    SceneKind kind = SceneKind::SceneFile;
+    OxAttribute::GroupAttribute description;
+    bool isOpenedByPath = false; // by the library: an op file with this very description
 };
 
 } // namespace TellarTool

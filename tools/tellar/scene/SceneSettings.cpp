@@ -8,7 +8,6 @@
 
 #include <OxTellarProducers/RenderResolution.h>
 #include <OxTellarSDK/Attribute.h>
-#include <ResolutionTableOx/ResolutionTable.h>
 
 #include "JsonText.h"
 
@@ -52,21 +51,10 @@ void ReadSetting(const Scene& scene, const GeometryProducer::Ptr& root, const ch
     if (!setting.isValid()) return;
     const std::vector<double> numbers = NumbersOf(setting);
     if (numbers.size() != count || !std::all_of(numbers.begin(), numbers.end(), IsFloat))
-        throw std::runtime_error(scene.path + ": \"" + path + "\" of " + root->getFullName() +
+        throw std::runtime_error(scene.getPath() + ": \"" + path + "\" of " + root->getFullName() +
                                  " must be " + meaning);
     std::transform(numbers.begin(), numbers.end(), values,
                    [](double number) { return static_cast<float>(number); });
-}
-
-/// Of a name given by the user, the table itself tells best what is wrong with it.
-void CheckResolution(const std::string& name) {
-    const auto table = GetResolutionTable(nullptr);
-    if (!table) return; // the library tells of that
-    try {
-        table->getResolution(name);
-    } catch (const std::exception& error) {
-        throw std::runtime_error(std::string("--resolution: ") + error.what());
-    }
 }
 
 } // namespace
@@ -102,21 +90,6 @@ std::array<float, 4> ReadCropWindow(const Scene& scene, const GeometryProducer::
     std::array<float, 4> window = {0, 1, 0, 1};
     ReadSetting(scene, root, "cropWindow", "four finite numbers", window.data(), window.size());
     return window;
-}
-
-void CheckChosen(const ChosenSettings& chosen) {
-    if (chosen.camera) CheckLocationPath("--camera", *chosen.camera);
-    if (chosen.resolution) CheckResolution(*chosen.resolution);
-}
-
-Scene WithChosen(const Scene& scene, const ChosenSettings& chosen) {
-    std::vector<GroupAttribute::Child> settings;
-    if (chosen.camera) settings.emplace_back("cameraName", StringAttribute(*chosen.camera));
-    if (chosen.resolution) settings.emplace_back("resolution", StringAttribute(*chosen.resolution));
-    if (chosen.tile) settings.emplace_back("tileRender", IntAttribute(chosen.tile->data(), 4, 1));
-    if (chosen.cropWindow)
-        settings.emplace_back("cropWindow", FloatAttribute(chosen.cropWindow->data(), 4, 1));
-    return settings.empty() ? scene : WithRenderSettings(scene, GroupAttribute(settings, true));
 }
 
 } // namespace TellarTool

@@ -2,8 +2,6 @@
 #define TELLAR_TOOL_SCENESETTINGS_H
 
 #include <array>
-#include <cstdint>
-#include <optional>
 #include <string>
 
 #include <OxTellarProducers/GeometryProducer.h>
@@ -44,21 +42,6 @@ Shutter ReadShutter(const Scene& scene, const TELLAR::GeometryProducer::Ptr& roo
 /// "cropWindow": x min, x max, y min, y max; the whole picture where there is none. Throws
 /// std::runtime_error naming the scene when it is not four numbers.
 std::array<float, 4> ReadCropWindow(const Scene& scene, const TELLAR::GeometryProducer::Ptr& root);
-
-/// Settings that the user chose in place of the scene's.
-struct ChosenSettings {
-    std::optional<std::string> camera;
-    std::optional<std::string> resolution;
-    std::optional<std::array<std::int32_t, 4>> tile; ///< column, row, columns, rows
-    std::optional<std::array<float, 4>> cropWindow;  ///< as above
-};
-
-/// Throws std::runtime_error naming the option when --camera is no absolute path or --resolution
-/// is not in the resolution table.
-void CheckChosen(const ChosenSettings& chosen);
-
-/// The scene with these; the scene itself when nothing was chosen.
-Scene WithChosen(const Scene& scene, const ChosenSettings& chosen);
 
 } // namespace TellarTool
 

@@ -10,27 +10,12 @@
 #include <OxTellarProducers/GeometryProducer.h>
 
 #include "LocationPrinter.h"
+#include "WalkPlan.h"
 
 namespace TellarTool {
 
 /// Counted now and then while a walk goes on, exact when it has ended.
 using LocationCount = std::atomic<std::uint64_t>;
-
-/// A part of a walk whose text can be made by itself. The texts of the parts, in order, are the
-/// text of the walk.
-struct WalkPart {
-    enum Kind {
-        Open,    ///< only what stands in front of the children of `location`
-        Close,   ///< only what stands behind them
-        Subtree, ///< `location` and everything below it
-        Run      ///< the children of `location` named in `names`, and everything below them
-    };
-    Kind kind;
-    TELLAR::GeometryProducer::Ptr location;
-    std::vector<bool> isLast; ///< as in Visit
-    bool hasChildren = false;
-    std::vector<std::string> names;
-};
 
 /// Walks locations by first child and next sibling, in the order of the tree. Its stack is its
 /// own, so that the depth of a scene does not matter. For one thread.
@@ -69,11 +54,6 @@ private:
     std::string text;
     std::uint64_t uncounted = 0;
 };
-
-/// Cuts a walk from `start` down into parts, at least `wanted` of them with work to do where the
-/// scene is wide enough for that. Cooks the upper levels on the way.
-std::vector<WalkPart> PlanWalk(const TELLAR::GeometryProducer::Ptr& start, std::size_t depthLimit,
-                               std::size_t wanted);
 
 } // namespace TellarTool
 

@@ -1,0 +1,36 @@
+#include "RendererOptions.h"
+
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+#include <CLI/CLI.hpp>
+
+namespace TellarTool {
+
+void AddRendererOptions(CLI::App& command, RendererOptions& options) {
+    command.add_option("-o", options.picture, "The picture; its extension tells the format")
+        ->required()
+        ->option_text("PICTURE");
+    command
+        .add_option("--renderer", options.renderer,
+                    "The plug-in that does it, \"" + options.renderer + "\" unless given")
+        ->option_text("NAME");
+    command.add_flag("--verbose", options.isVerbose,
+                     "Print what the renderer has to say besides warnings and errors");
+}
+
+void CheckPicture(const RendererOptions& options) {
+    const std::filesystem::path path = options.picture;
+    const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
+    std::error_code ignored;
+    if (path.extension().string().size() < 2)
+        throw std::runtime_error("-o: \"" + options.picture +
+                                 "\" has no extension, which would tell the format");
+    if (!std::filesystem::is_directory(folder, ignored))
+        throw std::runtime_error("-o: there is no folder \"" + folder.string() + "\"");
+    if (std::filesystem::is_directory(path, ignored))
+        throw std::runtime_error("-o: \"" + options.picture + "\" is a folder");
+}
+
+} // namespace TellarTool
