@@ -3,7 +3,6 @@
 #include <atomic>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <OxTellarSDK/PluginManager.h>
@@ -18,14 +17,13 @@ namespace {
 
 using Suite = OxScenegraphLocationDelegatePluginSuite_v1;
 
-/// The table is written under the lock before the flag is set, and never again: it is read
-/// without it.
-/// The thread that writes it may read it in between, for a delegate that is being added.
+/// The table is written under the lock until the flag is set, and read without it after that. A
+/// delegate that is being added may read it too, on the thread that holds the lock.
 struct Delegates {
     LocationDelegates table;
     std::atomic<bool> isInitialized{false};
-    std::mutex lock;
-    std::atomic<std::thread::id> populatingThread{};
+    std::recursive_mutex lock;
+    bool isBeingWritten = false;
 };
 
 Delegates& GetDelegates() {
@@ -40,21 +38,6 @@ std::vector<std::string> NamesOfPlugins() {
     return names;
 }
 
-/// While it lives, the calling thread populates the table.
-class PopulatingScope {
-public:
-    explicit PopulatingScope(Delegates& delegates) : guard(delegates.lock), owner(delegates) {
-        owner.populatingThread = std::this_thread::get_id();
-    }
-    ~PopulatingScope() { owner.populatingThread = std::thread::id(); }
-    PopulatingScope(const PopulatingScope&) = delete;
-    PopulatingScope& operator=(const PopulatingScope&) = delete;
-
-private:
-    const std::lock_guard<std::mutex> guard;
-    Delegates& owner;
-};
-
 Suite* FindDelegate(const std::string& pluginName) {
     const auto plugin = PluginManager::getPlugin(pluginName, OX_LOCATION_DELEGATE_API,
                                                  OX_LOCATION_DELEGATE_API_VERSION);
@@ -65,7 +48,6 @@ Suite* FindDelegate(const std::string& pluginName) {
 
 void OxScenegraphLocationDelegateCache::populate() {
     Delegates& delegates = GetDelegates();
-    if (delegates.isInitialized) return;
     for (const std::string& name : NamesOfPlugins())
         delegates.table.add(FindDelegate(name));
     delegates.isInitialized = true;
@@ -74,12 +56,17 @@ void OxScenegraphLocationDelegateCache::populate() {
 void OxScenegraphLocationDelegateCache::initializeCache() {
     Delegates& delegates = GetDelegates();
     if (delegates.isInitialized) return;
-    if (delegates.populatingThread == std::this_thread::get_id()) return;
     // Loads the plug-ins before the lock is taken: one that asks for delegates while another thread
     // loads it would wait here for that thread.
     NamesOfPlugins();
-    const PopulatingScope scope(delegates);
-    populate(); // does nothing when another thread was faster
+    const std::lock_guard<std::recursive_mutex> guard(delegates.lock);
+    if (delegates.isInitialized || delegates.isBeingWritten) return;
+    struct Writing {
+        explicit Writing(bool& flag) : flag(flag) { flag = true; }
+        ~Writing() { flag = false; }
+        bool& flag;
+    } const writing(delegates.isBeingWritten);
+    populate();
 }
 
 bool OxScenegraphLocationDelegateCache::isCacheInitialized() {

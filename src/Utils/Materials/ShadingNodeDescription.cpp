@@ -16,7 +16,7 @@ namespace TELLAR {
 
 namespace {
 
-/// The two pieces that the separator splits the text into; false for any other number of them.
+/// Splits a text in two at the separator; false when that gives any other number of pieces.
 bool SplitInTwo(const StringAttribute& text, const char* separator, std::string& first,
                 std::string& second) {
     if (!text.isValid()) return false;
@@ -27,7 +27,7 @@ bool SplitInTwo(const StringAttribute& text, const char* separator, std::string&
     return true;
 }
 
-/// What a material sets of its nodes' parameters, by the nodes' keys under "nodes".
+/// Parameters that a material sets, by the keys of the nodes under "nodes".
 using Overrides = std::map<std::string, ShadingNodeDescription::ParameterMap>;
 
 Overrides ReadOverrides(const GroupAttribute& material) {
@@ -45,8 +45,7 @@ Overrides ReadOverrides(const GroupAttribute& material) {
 }
 
 /// Collects the connections in groups within groups. A group that its parent holds under several
-/// names is entered once for each, so levels of such groups would multiply; the repeats are
-/// limited.
+/// names is entered for each of them. The repeats are limited, because they multiply by the level.
 struct ConnectionWalk {
     using ConnectionMap = std::map<std::string, ShadingNodeDescription::ConnectionPtr>;
     static constexpr std::int64_t kMaximumRepeats = 65536;
@@ -54,7 +53,7 @@ struct ConnectionWalk {
     ConnectionMap& connections;
     std::vector<std::string>& names;
     std::unordered_set<const OxAttributeStruct*> entered;
-    std::int64_t repeats; // children that were looked at again
+    std::int64_t repeats; // children looked at again
 
     void enter(const GroupAttribute& group, const std::string& prefix) {
         const std::int64_t count = group.getNumberOfChildren();

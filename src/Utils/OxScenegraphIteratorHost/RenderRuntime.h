@@ -1,5 +1,5 @@
-#ifndef TELLAR_RENDERRUNTIME_H
-#define TELLAR_RENDERRUNTIME_H
+#ifndef OXTELLARPRODUCERS_RENDERRUNTIME_H
+#define OXTELLARPRODUCERS_RENDERRUNTIME_H
 
 #include <OxTellarProducers/GeometryProducer.h>
 #include <OxTellarSDK/Attribute.h>

@@ -27,7 +27,7 @@ public:
         : producer(std::move(producer)), frame(frame), callback(callback),
           assets(OxAssetPluginManager::getDefaultAssetPlugin()) {
         out.imbue(std::locale::classic());
-        // Streams keep to themselves that there was no memory for a part of the text.
+        // Otherwise a stream drops what it has no memory for, and says nothing.
         out.exceptions(std::ios::badbit);
     }
 
@@ -42,18 +42,11 @@ public:
         const auto sample = numbers.getNearestSample(0.0f);
         if (sample.empty()) return;
         writeFlag(name);
-        const char* separator = " ";
         for (const auto number : sample)
-            out << separator << number;
+            out << ' ' << number;
     }
 
-    void writeFlag(std::string_view name) { out << " -" << name; }
-
-    template <typename Value>
-    ArgumentWriter& writeValue(const Value& value) {
-        out << ' ' << value;
-        return *this;
-    }
+    std::ostream& writeFlag(std::string_view name) { return out << " -" << name; }
 
     std::string take() { return out.str(); }
 
@@ -75,7 +68,7 @@ private:
         }
     }
 
-    /// The value alone: whole arguments as the user typed them.
+    /// The value alone, which is whole arguments as the user typed them.
     void writeExtraArguments(const StringAttribute& argument) {
         const auto texts = argument.getNearestSample(0.0f);
         if (texts.empty()) return;
@@ -102,7 +95,7 @@ private:
         out << quote;
     }
 
-    /// The text itself when it cannot be resolved; the callback is told why in the given words.
+    /// Returns the text itself when it cannot be resolved, and reports that in the given words.
     std::string resolve(const std::string& text, const char* failure, const char* occasion) const {
         try {
             return assets->resolvePath(text, frame, true);
@@ -121,8 +114,7 @@ private:
 
 void WriteCamera(const CameraInfo& camera, const std::string& path, ArgumentWriter& writer) {
     const std::string prefix = kCameraPrefix;
-    writer.writeFlag(prefix + "path");
-    writer.writeValue(path);
+    writer.writeFlag(prefix + "path") << ' ' << path;
     for (const LensField& field : kLensFields)
         writer.writeNumbers(prefix + field.name, FloatAttribute(camera.*field.member));
     writer.writeNumbers(prefix + "xform", CameraXform(camera));
@@ -142,13 +134,11 @@ std::string BuildClassicProceduralArgumentsString(Producer producer,
     if (const auto camera = FindParameterCamera(producer, procedural, cameraPath))
         WriteCamera(*camera, cameraPath, writer);
 
-    writer.writeFlag("frame");
-    writer.writeValue(context.frame);
-    writer.writeFlag("shutter");
-    writer.writeValue(context.shutterOpen).writeValue(context.shutterClose);
-    writer.writeFlag("cropwindow");
+    writer.writeFlag("frame") << ' ' << context.frame;
+    writer.writeFlag("shutter") << ' ' << context.shutterOpen << ' ' << context.shutterClose;
+    std::ostream& out = writer.writeFlag("cropwindow");
     for (const float edge : context.cropWindow)
-        writer.writeValue(edge);
+        out << ' ' << edge;
     return writer.take();
 }
 

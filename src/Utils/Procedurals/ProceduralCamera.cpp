@@ -10,27 +10,18 @@ using OxAttribute::StringAttribute;
 
 namespace TELLAR {
 
-CameraInfoMode ReadCameraOptions(const boost::intrusive_ptr<GeometryProducer>& producer,
-                                 const GroupAttribute& procedural, std::string& cameraPath) {
+std::shared_ptr<CameraInfo> FindParameterCamera(const GeometryProducer::Ptr& producer,
+                                                const GroupAttribute& procedural,
+                                                std::string& cameraPath) {
+    const StringAttribute include(procedural.getChildByName("includeCameraInfo"));
+    if (include.getValueView() != "As Parameters" || !producer) return nullptr;
     const GroupAttribute options(procedural.getChildByName("cameraInfo"));
     const StringAttribute which(options.getChildByName("whichCamera"));
-    if (which.getValueView() == "Other Camera")
-        cameraPath = StringAttribute(options.getChildByName("cameraPath")).getValue("", false);
-    else
-        cameraPath = producer ? RenderCameraPath(producer->getRootProducer()) : std::string();
-
-    const StringAttribute include(procedural.getChildByName("includeCameraInfo"));
-    if (include.getValueView() == "As Parameters") return CameraInfoMode::AsParameters;
-    if (include.getValueView() == "As Attributes") return CameraInfoMode::AsAttributes;
-    return CameraInfoMode::None;
-}
-
-std::shared_ptr<CameraInfo>
-FindParameterCamera(const boost::intrusive_ptr<GeometryProducer>& producer,
-                    const GroupAttribute& procedural, std::string& cameraPath) {
-    const CameraInfoMode mode = ReadCameraOptions(producer, procedural, cameraPath);
-    if (mode != CameraInfoMode::AsParameters || cameraPath.empty() || !producer) return nullptr;
-    return GetCameraInfo(producer->getRootProducer(), cameraPath);
+    const GeometryProducer::Ptr root = producer->getRootProducer();
+    cameraPath = which.getValueView() == "Other Camera"
+                     ? StringAttribute(options.getChildByName("cameraPath")).getValue("", false)
+                     : RenderCameraPath(root);
+    return cameraPath.empty() ? nullptr : GetCameraInfo(root, cameraPath);
 }
 
 FloatAttribute CameraXform(const CameraInfo& camera) {

@@ -1,5 +1,5 @@
-#ifndef TELLAR_PROCEDURALCAMERA_H
-#define TELLAR_PROCEDURALCAMERA_H
+#ifndef OXTELLARPRODUCERS_PROCEDURALCAMERA_H
+#define OXTELLARPRODUCERS_PROCEDURALCAMERA_H
 
 #include <memory>
 #include <string>
@@ -10,20 +10,13 @@
 
 namespace TELLAR {
 
-enum class CameraInfoMode { None, AsParameters, AsAttributes };
+/// The camera that a procedural's group wants to be passed as parameters, and its path. Null when
+/// the group wants none, there is none, or the producer is null.
+std::shared_ptr<CameraInfo> FindParameterCamera(const GeometryProducer::Ptr& producer,
+                                                const OxAttribute::GroupAttribute& procedural,
+                                                std::string& cameraPath);
 
-/// What a procedural's group asks for about a camera, and which one. A null producer's scene has
-/// no render camera: its path is empty.
-CameraInfoMode ReadCameraOptions(const boost::intrusive_ptr<GeometryProducer>& producer,
-                                 const OxAttribute::GroupAttribute& procedural,
-                                 std::string& cameraPath);
-
-/// The camera to be passed as parameters, and its path; null when none is wanted or there is none.
-std::shared_ptr<CameraInfo>
-FindParameterCamera(const boost::intrusive_ptr<GeometryProducer>& producer,
-                    const OxAttribute::GroupAttribute& procedural, std::string& cameraPath);
-
-/// What the camera's parameters are called: "cameraInfo_fov".
+/// The beginning of the names of the camera's parameters, such as "cameraInfo_fov".
 constexpr const char* kCameraPrefix = "cameraInfo_";
 
 /// The camera's transform row by row in single precision.

@@ -28,13 +28,13 @@ std::vector<Child> ChildrenOf(const GroupAttribute& group) {
     return children;
 }
 
-/// Resolves the asset references in arguments; what cannot be resolved stays as it is.
+/// Resolves the asset references in arguments. Texts that cannot be resolved stay as they are.
 class ArgumentResolver {
 public:
     explicit ArgumentResolver(int frame)
         : frame(frame), assets(OxAssetPluginManager::getDefaultAssetPlugin()) {}
 
-    /// Without the children whose names begin with "__".
+    /// Leaves out the children whose names begin with "__".
     GroupAttribute resolve(const GroupAttribute& group) const {
         if (!group.isValid()) return group;
         std::vector<Child> children;
@@ -52,7 +52,7 @@ private:
         return child;
     }
 
-    /// The sample nearest to time 0 alone.
+    /// Keeps only the sample nearest to time 0.
     StringAttribute resolveTexts(const StringAttribute& texts) const {
         std::vector<std::string> resolved;
         for (const std::string_view text : texts.getNearestSample(0.0f))
