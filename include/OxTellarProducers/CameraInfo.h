@@ -5,13 +5,10 @@
 #include <string>
 
 #include <Imath/ImathMatrix.h>
-#include <boost/smart_ptr/intrusive_ptr.hpp>
 
-#include <OxTellarProducers/Export.h>
 #include <OxTellarProducers/GeometryProducer.h>
-#include <OxTellarSDK/Attribute.h>
 
-// The system's header of Windows defines both as nothing, for compilers long gone.
+// The Windows headers define both as nothing.
 #if defined(_WIN32)
 #undef near
 #undef far
@@ -37,7 +34,7 @@ struct TELLAR_API CameraGeometry {
     bool orthographic = false;
 };
 
-/// A camera of the scene: its lens and where it stands. It looks along its own -z with +y up.
+/// A camera of the scene: its lens and its transform. It looks along its own -z with +y up.
 struct TELLAR_API CameraInfo : CameraGeometry {
     CameraInfo();
     CameraInfo(const CameraInfo& other);
@@ -46,40 +43,37 @@ struct TELLAR_API CameraInfo : CameraGeometry {
     CameraInfo& operator=(CameraInfo&& other) noexcept;
     ~CameraInfo();
 
-    /// Camera to world at the sample nearest to time 0. Row vectors: a point is p M, and the last
-    /// row is the camera's position.
+    /// Camera to world at the sample nearest to time 0, for row vectors: p M. The last row is the
+    /// camera's position.
     Imath::Matrix44<double> xform;
-    /// The same over time: tuples of 16 row by row, one for every time at which a transform from
-    /// the root down to the camera has a sample. Invalid when there is no transform at all.
+    /// The same over time: 16 values row by row for every time at which a transform from the root
+    /// down to the camera has a sample. Invalid when there is no transform.
     OxAttribute::FloatAttribute xformSamples;
-    /// What half of is one unit of an orthographic camera's screen window. 0 when the camera
-    /// does not tell.
+    /// Half of this is one unit of an orthographic camera's screen window. 0 when it is not given.
     float orthographicWidth = 0;
 };
 
-/// The camera at `cameraPath`, as its "geometry" and its transforms tell. The path is one that
-/// `producer` resolves: for an absolute one, ask with the scene's root.
+/// The camera at `cameraPath`, read from its "geometry" and its transforms. `producer` resolves the
+/// path: pass the scene's root for an absolute one.
 ///
-/// Empty when there is no such location, when its "geometry" lacks one of fov, near, far, left,
-/// right, top and bottom as a double, and for a null producer. Answers are kept, empty ones too,
-/// under the path and the producer's hash text until ClearCameraInfoCache is called; the record
-/// is shared by all who ask, and never changes. Exceptions of the platform pass through, and an
-/// empty answer is kept for them as well.
+/// Empty for a null producer, when there is no such location, and when its "geometry" lacks one of
+/// fov, near, far, left, right, top and bottom as a double. Results are cached, empty ones too, by
+/// the path and the producer's hash text until ClearCameraInfoCache is called. The record is shared
+/// by all callers and never changes. Exceptions of the platform pass through; an empty result is
+/// cached for them.
 ///
-/// Trap: a camera that could not be read once stays missing, even after it was added, until
-/// ClearCameraInfoCache is called or the producer's hash text changes. Call ClearCameraInfoCache
-/// after every change of the scene.
+/// Trap: a camera that could not be read stays missing, even when it is added later, until
+/// ClearCameraInfoCache is called or the hash text changes. Clear after every change of the scene.
 ///
-/// Threads: any. Two threads that ask for one camera at the same time may both read it; both get
-/// the same record. A producer that asks for a camera while that very camera is read from it, on
-/// the same thread, is told that there is none.
-TELLAR_API std::shared_ptr<CameraInfo>
-GetCameraInfo(boost::intrusive_ptr<GeometryProducer> producer, const std::string& cameraPath);
+/// Threads: any. Two threads may read one camera at the same time; both get the same record. A
+/// producer that asks for the camera which its own thread is reading from it finds none.
+TELLAR_API std::shared_ptr<CameraInfo> GetCameraInfo(GeometryProducer::Ptr producer,
+                                                     const std::string& cameraPath);
 
-/// Forgets all answers of GetCameraInfo; to be called when the scene has changed in a way that
-/// the hash of the producers asked does not show. Records that somebody holds stay as they are.
+/// Empties the cache of GetCameraInfo. To be called when the scene has changed in a way that the
+/// hash of the producers does not show. Records in use stay as they are.
 ///
-/// Threads: any. The answer to a question that is under way is not kept.
+/// Threads: any. Results of calls in progress are not cached.
 TELLAR_API void ClearCameraInfoCache();
 
 } // namespace TELLAR

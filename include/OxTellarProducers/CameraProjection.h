@@ -7,8 +7,6 @@
 #include <Imath/ImathMatrix.h>
 
 #include <OxTellarProducers/CameraInfo.h>
-#include <OxTellarProducers/Export.h>
-#include <OxTellarSDK/Attribute.h>
 
 namespace TELLAR {
 
@@ -39,18 +37,18 @@ TELLAR_API Imath::Matrix44<double> GetProjectionMatrix(float near, float far, fl
                                                        float right, float bottom, float top,
                                                        bool orthographic, float fov, float aspect);
 
-/// The same of a camera. An orthographic one's screen window is scaled by half its
-/// orthographicWidth first; without a width that gives a matrix of infinities.
+/// The same for a camera. The screen window of an orthographic one is first scaled by half its
+/// orthographicWidth; without a width that gives infinities.
 TELLAR_API Imath::Matrix44<double> GetProjectionMatrix(const CameraInfo& camera, float aspect);
 
-/// The lens that a camera's "geometry" group tells, each value interpolated at `time`. What is
-/// missing, or no double, stays 0; an invalid group gives all zeros.
+/// The lens in a camera's "geometry" group, each value interpolated at `time`. Values that are
+/// missing or no doubles stay 0, all of them for an invalid group.
 TELLAR_API CameraGeometry
 GetInterpolatedCameraGeometryFromAttr(OxAttribute::GroupAttribute geometry, float time);
 
-/// Which samples tell the motion while the shutter is open: the last one at or before the
-/// opening (the first of all when there is none before it), every one in between, and the first
-/// after the closing unless one is at the closing itself. Assigns `relevantTimes`, ascending.
+/// Assigns to `relevantTimes`, ascending, the samples that describe the motion while the shutter is
+/// open: the last one at or before the opening (the first of all when there is none), every one in
+/// between, and the first one after the closing unless one is at the closing itself.
 TELLAR_API void FindSampleTimesRelevantToShutterRange(const std::set<float>& sampleTimes,
                                                       float shutterOpen, float shutterClose,
                                                       std::vector<float>& relevantTimes);

@@ -11,9 +11,9 @@ namespace TELLAR {
 /// Reads an attribute stream that holds an op-tree description (see OpTreeAttributeSource).
 /// The flag makes no difference.
 ///
-/// An invalid group, with a message on the standard error stream, when the file is missing or
-/// the attribute suite is not set up (OxSetAttributeSuite); without one when the stream holds no
-/// group. Throws what the platform throws for a file that is damaged.
+/// Returns an invalid group when the stream holds none, and, with a message on the standard error
+/// stream, when the file is missing or the attribute suite is not set up (OxSetAttributeSuite).
+/// Throws what the platform throws for a damaged file.
 TELLAR_API OxAttribute::GroupAttribute LoadOpTreeDescriptionFromFile(const std::string& path,
                                                                      bool flag);
 

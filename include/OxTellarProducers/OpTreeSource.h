@@ -13,21 +13,21 @@
 
 namespace TELLAR {
 
-/// Where an op graph comes from, and how it is built. Immutable: const members may be called
-/// from several threads at once, each with a transaction of its own.
+/// A source of an op graph. Immutable: const members may be called from several threads at once,
+/// each with a transaction of its own.
 class TELLAR_API AbstractOpTreeSource {
 public:
     virtual ~AbstractOpTreeSource();
 
-    /// Whether there is anything to build from. If not, the reason is assigned to *error, unless
-    /// error is null.
+    /// Whether there is anything to build from. If not, assigns the reason to *error, unless error
+    /// is null.
     virtual bool isValid(std::string* error) const = 0;
     /// Builds the graph in `transaction` and returns its terminal Op; null when that fails.
     virtual std::shared_ptr<TellarRuntime::Op>
     getOp(const std::shared_ptr<TellarRuntime::Transaction>& transaction) const = 0;
     virtual std::string describe() const = 0;
 
-    /// Tells one source's content from another's.
+    /// The identity of the source: sources with equal hashes share clients.
     std::uint64_t getHash() const { return hash; }
 
     AbstractOpTreeSource(const AbstractOpTreeSource& other) = default;
@@ -43,15 +43,15 @@ private:
 /// A serialised op file on disk. Its hash is that of the path as typed: "a.oxop" and "./a.oxop"
 /// are two sources.
 ///
-/// Trap: the path is the whole identity. When the file is replaced, clients made before are handed
-/// out again and show the old scene, while a new client shows the new one. A source made with
-/// OpTreeSource::createFromGroupAttribute is identified by its content instead.
+/// Trap: the path is the whole identity. When the file is replaced, clients made before are reused
+/// and show the old scene, while a new client shows the new one.
+/// OpTreeSource::createFromGroupAttribute makes a source that is identified by its content.
 class TELLAR_API OpTreeFileSource : public AbstractOpTreeSource {
 public:
     explicit OpTreeFileSource(const std::string& path);
 
-    /// "Empty filename provided.", or "File \"<path>\" does not exist."; any kind of existing
-    /// file-system entry will do.
+    /// "Empty filename provided.", or "File \"<path>\" does not exist."; any kind of file-system
+    /// entry is accepted.
     bool isValid(std::string* error) const override;
     /// Null for an empty name, and for a file that cannot be read as an op file.
     std::shared_ptr<TellarRuntime::Op>
@@ -83,8 +83,8 @@ private:
     const OxAttribute::GroupAttribute description;
 };
 
-/// A copyable handle that shares one source, and keys ordered containers. Copies may be made and
-/// dropped in any thread.
+/// A copyable handle that shares one source; a key for ordered containers. Copies may be made and
+/// dropped on any thread.
 class TELLAR_API OpTreeSource {
 public:
     /// Never fails; ask isValid.
@@ -95,7 +95,7 @@ public:
     OpTreeSource& operator=(const OpTreeSource& other);
     ~OpTreeSource();
 
-    /// By hash: sources of equal content are equivalent.
+    /// Compares the hashes, so sources with equal content are equivalent.
     bool operator<(const OpTreeSource& other) const;
 
     std::string describe() const;

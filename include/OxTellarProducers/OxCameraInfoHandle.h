@@ -4,7 +4,6 @@
 #include <memory>
 
 #include <OxTellarProducers/CameraInfo.h>
-#include <OxTellarProducers/Export.h>
 #include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
 
 namespace TELLAR {

@@ -1,8 +1,8 @@
 #ifndef OXTELLARPRODUCERS_OXRENDEROUTPUTUTILSHOSTSUITE_H
 #define OXTELLARPRODUCERS_OXRENDEROUTPUTUTILSHOSTSUITE_H
 
-/* What plug-ins written in C ask of a scene besides walking it: cameras, the render resolution,
-   materials, textures, paths of outputs, and location delegates. C99.
+/* Cameras, the render resolution, materials, textures, paths of outputs and location delegates for
+   plug-ins written in C. C99.
 
        const OxRenderOutputUtilsHostSuite_v3* utils =
            host->getSuite(OX_RENDER_OUTPUT_UTILS_HOST_SUITE, 3);
@@ -19,11 +19,11 @@
    released by two threads at once. Locations (OxSgIteratorStruct) are those of the suite
    "ScenegraphIteratorHost"; their counts stay as they are.
 
-   Errors. A null handle is accepted everywhere and yields null, 0 or "", but for slots 0, 4, 5, 31
-   and 48. No entry lets an exception out, not even when there is no memory: it is logged at error
-   level by "RenderOutputUtils" with the entry's name, and the entry returns its null result.
+   Errors. A null handle is accepted everywhere and yields null, 0 or "", except in slots 0, 4, 5,
+   31 and 48. No entry lets an exception out: "RenderOutputUtils" logs it at error level with the
+   entry's name, and the entry returns its null result.
 
-   Threads. Every entry may be called from any thread, on handles as said above. */
+   Threads. Every entry may be called from any thread, with the limit for counts above. */
 
 #include <stdint.h>
 
@@ -44,7 +44,7 @@ typedef struct OxShadingStruct OxShadingStruct;
 /* The nodes of a shading network by name. Opaque. */
 typedef struct OxShadingNodeMapStruct OxShadingNodeMapStruct;
 
-/* What a procedural is told about the render it is part of. */
+/* The render that a procedural is part of. */
 typedef struct OxProceduralContext_v1 {
     int32_t frame;
     float shutterOpen; /* in frames, relative to the frame */
@@ -59,7 +59,7 @@ typedef enum OxProceduralForm {
     kOxProceduralAttributes = 1 /* the XML text of one group */
 } OxProceduralForm;
 
-/* Is told of what goes wrong while arguments are built, in the calling thread, before the entry
+/* Receives the errors that occur while arguments are built, in the calling thread, before the entry
    returns. The message lives as long as the call. */
 typedef void (*OxProceduralError)(const char* message, void* user);
 
@@ -68,7 +68,7 @@ typedef void (*OxProceduralError)(const char* message, void* user);
 typedef struct OxRenderOutputUtilsHostSuite_v3 {
     /* 0 The arguments of the procedural at a location, from its group, as a string attribute.
          `context` null means the defaults (frame 1, shutter 0 0, whole picture); `onError` may be
-         null, and hears nothing of the attributes form. Without a location the text holds no camera
+         null and is not called for the attributes form. Without a location the text holds no camera
          information. */
     OxAttributeStruct* (*getProceduralArguments)(OxSgIteratorStruct* location,
                                                  const OxProceduralContext_v1* context,
@@ -80,9 +80,9 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     /* 2 How many pixels of a picture of the named resolution the location's bound covers. */
     int (*getPixelAreaThroughCamera)(OxSgIteratorStruct* location, const char* cameraPath,
                                      const char* resolution);
-    /* 3 Which of `count` sample times tell the motion while the shutter is open, as a float
-         attribute in ascending order. What is no number is left out; null for a count below 0, and
-         for null `times` unless the count is 0. */
+    /* 3 Those of `count` sample times that describe the motion while the shutter is open, as a
+         float attribute in ascending order. NaN is left out; null for a count below 0, and for null
+         `times` unless the count is 0. */
     OxAttributeStruct* (*getSampleTimesRelevantToShutterRange)(const float* times, int64_t count,
                                                                float shutterOpen,
                                                                float shutterClose);
@@ -90,8 +90,8 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
          and *height, each of which may be null. Ask the root; without a location it is
        "square_512", 512 by 512. */
     OxAttributeStruct* (*getRenderResolution)(OxSgIteratorStruct* root, int* width, int* height);
-    /* 5 The path of the render camera as a string attribute. Ask the root; without a location it is
-         the empty text. */
+    /* 5 The path of the render camera as a string attribute. Pass the root; without a location it
+       is empty. */
     OxAttributeStruct* (*getCameraPath)(OxSgIteratorStruct* root);
     /* 6 A group of textures as arbitrary attributes. */
     OxAttributeStruct* (*convertTexturesToArbitraryAttr)(OxAttributeStruct* textures);
@@ -99,18 +99,18 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     OxAttributeStruct* (*getArchString)(void);
     /* 8 The path with "%ARCH" replaced by it, as a string attribute; null for null. */
     OxAttributeStruct* (*expandArchPath)(const char* path);
-    /* 9 The location's material and those above it as one, for `count` terminals. Kept until slot
-         10 is called. Trap: the location's path is the only key, so the first answer comes back
+    /* 9 The location's material and those above it as one, for `count` terminals. Cached until slot
+         10 is called. Trap: the location's path is the only key, so the first result is returned
          for other terminals too, and for the same path in another scene. Call slot 10 when either
          changes. */
     OxAttributeStruct* (*getFlattenedMaterialAttr)(OxSgIteratorStruct* location,
                                                    const char* const* terminalNames, int64_t count);
-    /* 10 Forgets all flattened materials. */
+    /* 10 Empties the cache of flattened materials. */
     void (*emptyFlattenedMaterialCache)(void);
 
-    /* 11 The nodes of a network material; to be destroyed by slot 13. Never null but for errors. */
+    /* 11 The nodes of a network material, to be destroyed by slot 13; null only for errors. */
     OxShadingNodeMapStruct* (*getShadingNetworkNodesOfMaterial)(OxAttributeStruct* material);
-    /* 12 Those of a location's own "material"; null for a null location. */
+    /* 12 The same for a location's own "material"; null for a null location. */
     OxShadingNodeMapStruct* (*getShadingNetworkNodes)(OxSgIteratorStruct* location);
     /* 13 Ends a node map; node handles that came from it live on. */
     void (*destroyShadingNodeMap)(OxShadingNodeMapStruct* nodes);
@@ -129,7 +129,7 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     const char* (*getShadingParameterName)(OxShadingStruct* node, int64_t index);
     /* 23 The value of a parameter; null when there is none. */
     OxAttributeStruct* (*getShadingParameter)(OxShadingStruct* node, const char* name);
-    /* 24 25 The same of its connections. */
+    /* 24 25 The same for its connections. */
     int64_t (*getNumberOfShadingConnections)(OxShadingStruct* node);
     const char* (*getShadingConnectionName)(OxShadingStruct* node, int64_t index);
     /* 26 A connection by its full name; null when there is none. */
@@ -145,10 +145,9 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
           slot 27; test what slot 26 returns before asking. */
     int (*isShadingConnectionValid)(OxShadingStruct* connection);
 
-    /* 32 The camera at a path that the location resolves, usually the root an absolute one; null
-          when there is none. Trap: that there is none is remembered, as every answer is, for as
-          long as the location's hash stays the same. A host in C++ forgets all answers with
-          TELLAR::ClearCameraInfoCache. */
+    /* 32 The camera at a path that the location resolves; pass the root for an absolute path. Null
+          when there is none. Trap: results are cached, null too, for as long as the location's hash
+          stays the same. A host in C++ empties the cache with TELLAR::ClearCameraInfoCache. */
     CameraInfoStruct* (*getCameraInfo)(OxSgIteratorStruct* root, const char* cameraPath);
     /* 33 34 Adds and drops one reference; the last one frees the handle. */
     void (*retainCameraInfo)(CameraInfoStruct* camera);
@@ -169,23 +168,23 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
           handle. */
     const double* (*getCameraXform)(CameraInfoStruct* camera);
 
-    /* 45 The delegate that takes over locations of a type for a renderer (null or empty: those for
-          every renderer); null when there is none. It lives as long as the process. The first call
-          of this slot or the next asks all delegates what they serve; one that calls either of
-          them meanwhile, from its entries 1, 4 and 5, is told of those asked before it. */
+    /* 45 The delegate that takes over locations of a type for a renderer (null or empty: for every
+          renderer); null when there is none. It lives as long as the process. The first call of
+          this slot or the next asks all delegates what they serve; a delegate that calls either
+          from its entries 1, 4 and 5 finds those asked before it. */
     OxScenegraphLocationDelegatePluginSuite_v1* (*getLocationDelegate)(const char* locationType,
                                                                        const char* rendererName);
     /* 46 The location types that have a delegate, as one string attribute. */
     OxAttributeStruct* (*getLocationTypesWithDelegates)(const char* rendererName);
-    /* 47 Where a named render output is written while it is rendered, as a string attribute: the
+    /* 47 The path of a named render output while it is rendered, as a string attribute: the
           output's rendererSettings.tempRenderLocation, with home folder, environment variables and
           runs of "#" (the frame) replaced; or else "<tempDir>/<tempRenderId>.<frame>" of the render
           settings, the frame padded to four digits; empty when either of these is missing. */
     OxAttributeStruct* (*getTempRenderLocation)(OxSgIteratorStruct* root, const char* outputName,
                                                 float frame);
-    /* 48 Where the tile that the location's render settings tell ("renderSettings.tileRender",
-          inherited) of a picture is written, as a string attribute; the path itself when there are
-          no tiles, null for a null path. */
+    /* 48 The path of the file for the tile of a picture that the location's render settings name
+          ("renderSettings.tileRender", inherited), as a string attribute; the path itself when
+       there are no tiles, null for a null path. */
     OxAttributeStruct* (*getTilePath)(OxSgIteratorStruct* location, const char* path);
 } OxRenderOutputUtilsHostSuite_v3;
 

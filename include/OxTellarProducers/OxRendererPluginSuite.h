@@ -1,7 +1,8 @@
 #ifndef OXTELLARPRODUCERS_OXRENDERERPLUGINSUITE_H
 #define OXTELLARPRODUCERS_OXRENDERERPLUGINSUITE_H
 
-/* What a renderer plug-in offers: it draws the picture that a scene's render settings ask for. C99.
+/* The suite of a renderer plug-in, which draws the picture that a scene's render settings ask for.
+   C99.
 
    A plug-in library exports it as OxTellarSDK/OxPluginApi.h says, with the API name and version
    below. It is given the host before it is asked for anything, and finds there the suites by which
@@ -26,17 +27,16 @@ typedef enum OxRenderStatus {
     kOxRenderCancelled = 2 /* no file was written or changed */
 } OxRenderStatus;
 
-/* By what a plug-in speaks to its caller. Each function may be null. The plug-in may call them
-   from any of its threads, one call at a time but for isCancelled. Texts live as long as the
-   call. */
+/* The caller's functions for a plug-in. Each may be null. The plug-in may call them from any of its
+   threads, one call at a time except for isCancelled. Texts live as long as the call. */
 typedef struct OxRenderListener_v1 {
-    /* How much of the work is done, from 0 to 1, and what is being done. */
+    /* The part of the work that is done, from 0 to 1, and the present step. */
     void (*onProgress)(double fraction, const char* what, void* user);
     /* `level` is one of OxPluginHost/OxPluginHost.h: kOxLogInfo and so on. */
     void (*onMessage)(int level, const char* message, void* user);
     /* A picture is complete at this path. */
     void (*onPicture)(const char* path, void* user);
-    /* Not 0 when the caller wants no picture any more. Any number of threads at once. */
+    /* Not 0 when the caller cancels the render. Any number of threads at once. */
     int (*isCancelled)(void* user);
     void* user;
 } OxRenderListener_v1;
@@ -46,13 +46,13 @@ typedef struct OxRenderJob_v1 {
     /* The scene's "/root", whose count stays as it is. Camera, resolution, crop window, tile and
        shutter are those of its "renderSettings". */
     OxSgIteratorStruct* root;
-    /* Where the picture goes when it is no tile; the extension tells the format. */
+    /* The file for a picture that is not a tile; the extension tells the format. */
     const char* picture;
-    /* The time at which the shutter's frame stands, in the scene's sample times. */
+    /* The scene's sample time to which the shutter's times are relative. */
     float frame;
     /* Paths per pixel; 0 leaves it to the scene or the renderer. */
     int32_t samples;
-    /* How many threads draw; 0 means one for each processor. */
+    /* The number of threads; 0 means one for each processor. */
     int32_t threads;
     OxRenderListener_v1 listener;
 } OxRenderJob_v1;
@@ -63,8 +63,8 @@ typedef struct OxRendererPluginSuite_v1 {
     /* 0 Draws and writes the picture, and returns when that is done: an OxRenderStatus. A file is
          either complete or not there. */
     int (*render)(const OxRenderJob_v1* job);
-    /* 1 Puts `count` tiles of one picture together: an OxRenderStatus. Null when the renderer's
-         pictures cannot be put together. */
+    /* 1 Joins `count` tiles of one picture: an OxRenderStatus. Null when the renderer cannot join
+         its tiles. */
     int (*stitch)(const char* const* tiles, int64_t count, const char* picture,
                   const OxRenderListener_v1* listener);
 } OxRendererPluginSuite_v1;

@@ -1,7 +1,7 @@
 #ifndef OXTELLARPRODUCERS_OXSCENEGRAPHITERATORHOSTSUITE_H
 #define OXTELLARPRODUCERS_OXSCENEGRAPHITERATORHOSTSUITE_H
 
-/* How plug-ins written in C walk a scene. C99.
+/* Access to scenes for plug-ins written in C. C99.
 
        const OxScenegraphIteratorHostSuite_v3* suite =
            host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3);
@@ -13,28 +13,27 @@
        suite->releaseIterator(root);
 
    Counts. A handle keeps one location, and with it the locations above. Handles from the two
-   root-creation entries carry one reference owned by the caller. Handles from every other entry
-   carry none: the receiver's first act is to call retainIterator. The release that brings the
-   count back to 0 frees the handle, whether or not other handles came from it. Every call makes a
-   new handle, also for a location that has one already. Attribute handles carry one reference
-   owned by the caller; they are read and released through the suite "AttributeHost"
-   (OxTellarSDK/AttributeSuite.h).
+   root-creation entries carry one reference owned by the caller. Handles from all other entries
+   carry none: the receiver calls retainIterator first. The release that brings the count back to 0
+   frees the handle, whether or not other handles came from it. Every call makes a new handle, also
+   for a location that has one. Attribute handles carry one reference owned by the caller; they are
+   read and released through the suite "AttributeHost" (OxTellarSDK/AttributeSuite.h).
 
    Trap: a navigation handle that is released without having been retained is never freed. Retain
    each one in the statement that receives it, as above, and release every handle once.
 
    Errors. A null handle is accepted everywhere and yields null or nothing. No entry lets an
-   exception out: it is logged at error level by "ScenegraphIteratorHost" with the entry's name,
-   and the entry returns null. A location that does not exist is null without a message.
+   exception out: "ScenegraphIteratorHost" logs it at error level with the entry's name, and the
+   entry returns null. A location that does not exist is null without a message.
 
-   Trap: null from getFirstChild or getNextSibling means "no more" as well as "it failed", and only
-   the log tells which. To be sure that nothing is missing, ask getPotentialChildren for the names
-   and getChildByName for each of them.
+   Trap: null from getFirstChild or getNextSibling means either "no more" or "it failed"; only the
+   log tells which. To be sure that nothing is missing, ask getPotentialChildren for the names and
+   getChildByName for each of them.
 
    Threads. Every entry may be called from any thread, and several threads may use one handle at
    once. By default each thread cooks through a client of its own, made when it first navigates and
-   given back when it ends. When the environment variable RUNTIME_USE_CONCURRENT is "1" as a root
-   is made from an op file, all threads share one runtime, published as "renderRuntime".
+   given back when it ends. If the environment variable RUNTIME_USE_CONCURRENT is "1" when a root is
+   made from an op file, all threads share one runtime, published as "renderRuntime".
 
    Trap: each thread opens the op file by its path when it first navigates. If the file is replaced
    meanwhile, two threads see two scenes below one handle; if it is gone, a new thread sees nothing.
@@ -65,14 +64,14 @@ typedef struct OxScenegraphIteratorHostSuite_v3 {
     /* 1 [any thread] Drops one reference; the one that leaves none frees the handle. */
     void (*releaseIterator)(OxSgIteratorStruct* iterator);
     /* 2 [any thread] The op-tree description in an attribute-stream file: a group with one
-         reference owned by the caller, or null when there is none (a missing file is told on the
-         standard error stream). */
+         reference owned by the caller, or null when there is none. A missing file is reported on
+         the standard error stream. */
     OxAttributeStruct* (*loadOpTreeDescription)(const char* path);
     /* 3 [any thread] The location "/root" of a serialised op file: a handle with one reference
          owned by the caller, or null, with "Tellar3 producer create failed." on the standard
          error stream and in the log. */
     OxSgIteratorStruct* (*createRootIteratorFromOpTreeFile)(const char* path);
-    /* 4 [any thread] The same of an op-tree description, whose count stays as it is. */
+    /* 4 [any thread] The same for an op-tree description, whose count stays as it is. */
     OxSgIteratorStruct* (*createRootIteratorFromOpTreeDescription)(OxAttributeStruct* description);
     /* 5 [any thread] The first child that exists; retain it. */
     OxSgIteratorStruct* (*getFirstChild)(OxSgIteratorStruct* iterator, bool evict);
@@ -97,7 +96,7 @@ typedef struct OxScenegraphIteratorHostSuite_v3 {
     /* 13 [any thread] By dotted path; a null or empty name gives the group of all attributes.
           Null when there is none. */
     OxAttributeStruct* (*getAttribute)(OxSgIteratorStruct* iterator, const char* name);
-    /* 14 [any thread] The same as inherited from the locations above; null for a null name. */
+    /* 14 [any thread] The attribute as inherited from the locations above; null for a null name. */
     OxAttributeStruct* (*getGlobalAttribute)(OxSgIteratorStruct* iterator, const char* name);
     /* 15 [any thread] The names of the attributes as one string attribute, sorted. */
     OxAttributeStruct* (*getAttributeNames)(OxSgIteratorStruct* iterator);
@@ -106,14 +105,13 @@ typedef struct OxScenegraphIteratorHostSuite_v3 {
     /* 17 [any thread] The names of children that may exist as one string attribute; null when
           the location has none. */
     OxAttributeStruct* (*getPotentialChildren)(OxSgIteratorStruct* iterator);
-    /* 18 [any thread] Ends the render of the scene: its runtime drops what it keeps. Deferred, with
-          a message at info level, while "/root" has an attribute "liveRenderSettings" or
-          "liveRender". */
+    /* 18 [any thread] Ends the render of the scene: its runtime drops its results. Does nothing but
+          log at info level while "/root" has an attribute "liveRenderSettings" or "liveRender". */
     void (*finalizeRuntime)(OxSgIteratorStruct* iterator);
 } OxScenegraphIteratorHostSuite_v3;
 
-/* Suite "ScenegraphIteratorHost", version 2: the entries of version 3 that go by the same names.
-   Never edited again either. */
+/* Suite "ScenegraphIteratorHost", version 2: entries of version 3 by the same names. Never edited
+   again either. */
 typedef struct OxScenegraphIteratorHostSuite_v2 {
     /* 0 */ void (*retainIterator)(OxSgIteratorStruct* iterator);
     /* 1 */ void (*releaseIterator)(OxSgIteratorStruct* iterator);

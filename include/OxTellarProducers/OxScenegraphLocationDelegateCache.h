@@ -9,30 +9,29 @@
 
 namespace TELLAR {
 
-/// Which location delegate plug-in takes over which type of locations. Plug-ins are looked for
-/// once, when somebody first asks; those that come later are not seen. Of several that claim one
-/// type for one renderer the first in the plug-in manager's order counts.
+/// The location delegate plug-ins by the types of locations that they take over. Plug-ins are
+/// looked for once, on the first request; later ones are not seen. When several claim one type for
+/// one renderer, the first in the plug-in manager's order is used.
 ///
-/// Threads: any; who asks first makes the others wait. What a plug-in throws as it is asked comes
-/// out of the question, and the next question tries again.
+/// Threads: any; the first request makes the others wait. Exceptions of a plug-in pass through, and
+/// the next request tries again.
 ///
-/// A delegate may ask from within its own entries while it is asked for what it serves, on the same
-/// thread: it finds the delegates asked before it. It must not wait for another thread that asks.
-/// A plug-in that asks while plug-ins are being loaded settles it for all: those loaded by then are
-/// the delegates of the process.
+/// A delegate may make requests from its own entries while it is asked what it serves, on the same
+/// thread: it finds the delegates asked before it. It must not wait for a request of another
+/// thread. A request that a plug-in makes while plug-ins are being loaded is the first one for all:
+/// those loaded by then are the delegates of the process.
 class TELLAR_API OxScenegraphLocationDelegateCache {
 public:
     static void initializeCache();
     static bool isCacheInitialized();
 
-    /// The plug-in's table of functions, which lives as long as the process. With an empty renderer
-    /// name only those for every renderer are looked at, else only those for just this one. Null
-    /// when there is none.
+    /// The table of the delegate, which lives as long as the process; null when there is none. An
+    /// empty renderer name finds only delegates for every renderer, any other only those for this
+    /// renderer.
     static OxScenegraphLocationDelegatePluginSuite_v1*
     getPluginSuite(const std::string& locationType, const std::string& rendererName);
 
-    /// Assigns the location types that have a delegate, in ascending order; the renderer name as
-    /// above.
+    /// Assigns the location types that have a delegate, sorted. The renderer name is as above.
     static void getLocationTypesWithDelegates(std::vector<std::string>& out,
                                               const std::string& rendererName);
 

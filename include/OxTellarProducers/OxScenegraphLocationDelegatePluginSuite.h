@@ -1,8 +1,8 @@
 #ifndef OXTELLARPRODUCERS_OXSCENEGRAPHLOCATIONDELEGATEPLUGINSUITE_H
 #define OXTELLARPRODUCERS_OXSCENEGRAPHLOCATIONDELEGATEPLUGINSUITE_H
 
-/* What a location delegate plug-in offers: it takes over the locations of some types, for one
-   renderer or for all of them. C99.
+/* The suite of a location delegate plug-in, which takes over the locations of some types, for one
+   renderer or for all. C99.
 
    A plug-in library exports it as OxTellarSDK/OxPluginApi.h says, with the API name and version
    below. The plug-in's functions may be called from any thread; none may let an exception out. */
@@ -17,19 +17,19 @@ extern "C" {
 #define OX_LOCATION_DELEGATE_API "ScenegraphLocationDelegatePlugin"
 #define OX_LOCATION_DELEGATE_API_VERSION 1
 
-/* An instance of a delegate; what it is is the plug-in's affair. */
+/* An instance of a delegate, known to the plug-in alone. */
 typedef void* OxLocationDelegateInstance;
 
 /* Suite "ScenegraphLocationDelegatePlugin", version 1. The order of the entries is the contract:
    this struct is never edited again. Attribute handles that come back carry one reference owned by
    the caller. */
 typedef struct OxScenegraphLocationDelegatePluginSuite_v1 {
-    /* 1 A new instance. It may be null, which the other entries must then take. */
+    /* 1 A new instance. It may be null, which the other entries must then accept. */
     OxLocationDelegateInstance (*create)(void);
-    /* 2 Ends an instance. Those that the library makes to ask entries 4 and 5 live as long as the
+    /* 2 Ends an instance. Those that the library makes to call entries 4 and 5 live as long as the
          process. */
     void (*destroy)(OxLocationDelegateInstance instance);
-    /* 3 What a renderer shows in place of a location: a group {"a": attributes, "c": children by
+    /* 3 The replacement for a location: a group {"a": attributes, "c": children by
          name, each again such a group}, in the location's own space; null to leave the location
          as it is. The location's handle keeps its count. */
     OxAttributeStruct* (*getReplacement)(OxLocationDelegateInstance instance,

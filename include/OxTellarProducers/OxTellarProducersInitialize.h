@@ -1,7 +1,7 @@
 #ifndef OXTELLARPRODUCERS_OXTELLARPRODUCERSINITIALIZE_H
 #define OXTELLARPRODUCERS_OXTELLARPRODUCERSINITIALIZE_H
 
-/* How a plug-in host gets the library's suites. C99. */
+/* Registration of the library's suites with a plug-in host. C99. */
 
 #include <OxTellarProducers/Export.h>
 
@@ -11,15 +11,14 @@ extern "C" {
 
 struct OxPluginHost;
 
-/* Registers with the host "ScenegraphIteratorHost" version 3, the same version 2, and
-   "RenderOutputUtilsHost" version 3, in this order: a registration that fails does not keep the
-   next one from being tried. Returns the host's status of the last one. The tables live to the end
-   of the process and are the same every time.
+/* Registers "ScenegraphIteratorHost" version 3 and version 2, then "RenderOutputUtilsHost" version
+   3, each even if the one before failed. Returns the host's status of the last one. The tables live
+   to the end of the process and are the same every time.
 
    The host is any record whose eleventh pointer-sized member is
    int (*registerSuite)(const void* suite, const char* apiName, unsigned int apiVersion); nothing
-   else of it is used, and it need not outlive the call. A host that is null, or that has a null
-   there, gets -1.
+   else of it is used, and it need not outlive the call. Returns -1 when the host or this member is
+   null.
 
    The library stays in the process when it is closed with dlclose, so the tables stay valid. After
    fork the child may use the library, tables included, when no other thread was inside a call of
@@ -28,8 +27,7 @@ struct OxPluginHost;
    Threads: any. */
 TELLAR_API int OxTellarProducersInitialize(struct OxPluginHost* host);
 
-/* Always 0: something for a program to refer to that must link the library and uses nothing of
-   it. */
+/* Always 0: a symbol for programs that must link the library but use nothing else of it. */
 extern TELLAR_API int _tellar3_dummy_dll_export;
 
 #ifdef __cplusplus

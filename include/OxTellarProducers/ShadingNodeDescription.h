@@ -5,12 +5,9 @@
 #include <string>
 #include <vector>
 
-#include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/shared_ptr.hpp>
 
-#include <OxTellarProducers/Export.h>
 #include <OxTellarProducers/GeometryProducer.h>
-#include <OxTellarSDK/Attribute.h>
 
 namespace TELLAR {
 
@@ -18,8 +15,8 @@ namespace TELLAR {
 /// may share one.
 class TELLAR_API ShadingNodeConnectionDescription {
 public:
-    /// From the connection's full name and its value "port@node", blanks around both ignored. With
-    /// any other value, or none, port and node stay empty.
+    /// From the full name and the value "port@node", whose parts may have blanks around them. Any
+    /// other value leaves port and node empty.
     ShadingNodeConnectionDescription(const std::string& fullName,
                                      const OxAttribute::StringAttribute& value);
 
@@ -45,8 +42,8 @@ public:
     using ParameterMap = std::map<std::string, OxAttribute::Attribute>;
 
     /// From a child group of a material's "nodes". `overrides`, which may be null, are values that
-    /// the material lays over the node's own. Nothing in the group can make this throw: what is
-    /// malformed is left out, and without "name" and "type" the description is empty.
+    /// replace the node's own. Malformed parts are left out, never thrown for; without "name" and
+    /// "type" the description is empty.
     explicit ShadingNodeDescription(const OxAttribute::GroupAttribute& node,
                                     const ParameterMap* overrides = nullptr);
     /// Copies share the descriptions of connections.
@@ -63,26 +60,24 @@ public:
 
     /// Invalid when there is none of this name.
     OxAttribute::Attribute getParameter(const std::string& wanted) const;
-    /// The node's own in its order, then those that only the material sets, in the order of names.
+    /// The node's own in its order, then those that only the material sets, sorted.
     const std::vector<std::string>& getParameterNames() const { return parameterNames; }
     void getParameterNames(std::vector<std::string>& out) const;
 
-    /// By the full name, such as "layer.Kd:r"; empty when there is none.
+    /// By the full name, such as "layer.Kd:r"; null when there is none.
     ConnectionPtr getConnection(const std::string& wanted) const;
-    /// Full names, in the order found. Of a group that stands under several names in "connections"
-    /// or below, repeats beyond 65,536 connections are left out: their number may double with
-    /// each level.
+    /// Full names, in the order found. A group may be in "connections" under several names;
+    /// repeats beyond 65,536 connections are left out, because their number may double with each
+    /// level.
     const std::vector<std::string>& getConnectionNames() const { return connectionNames; }
     void getConnectionNames(std::vector<std::string>& out) const;
 
-    /// Assigns the nodes of a network material, by their names: of two with one name the first
-    /// counts, and those without a name or type are left out. Values that the material exposes
-    /// ("parameters") are laid over those of the node that the exposed name leads to ("interface").
-    /// Nothing in the material can make this throw.
+    /// Assigns the nodes of a network material by name: the first one of each name, without those
+    /// that have no name or type. The "parameters" of the material replace values of the nodes that
+    /// its "interface" connects them to. Throws for nothing in the material.
     static void GetShadingNetworkNodes(const OxAttribute::GroupAttribute& material, NodeMap& out);
-    /// The same of a location's own "material". The producer must not be null.
-    static void GetShadingNetworkNodes(boost::intrusive_ptr<GeometryProducer> producer,
-                                       NodeMap& out);
+    /// The same for a location's own "material". The producer must not be null.
+    static void GetShadingNetworkNodes(GeometryProducer::Ptr producer, NodeMap& out);
 
 private:
     void recursiveGetConnectionNames(const OxAttribute::GroupAttribute& group,

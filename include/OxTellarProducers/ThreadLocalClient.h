@@ -1,20 +1,14 @@
 #ifndef OXTELLARPRODUCERS_THREADLOCALCLIENT_H
 #define OXTELLARPRODUCERS_THREADLOCALCLIENT_H
 
-#include <memory>
-
-#include <boost/shared_ptr.hpp>
-
-#include <OxTellarProducers/Export.h>
 #include <OxTellarProducers/OpTreeSource.h>
-#include <OxTellarSDK/TellarRuntime.h>
 
 namespace TELLAR {
 
 /// One client per thread for an op-tree source, made on the thread's first request and given back
 /// to the client factory when the thread ends. All objects over sources with equal hashes give a
-/// thread the same client. A request that is made on the thread after its client was given back, at
-/// the end of another of its objects, is that of a new thread.
+/// thread the same client. A request from another thread-local object that ends after that counts
+/// as one of a new thread.
 ///
 /// Threads: one object may be shared by any number of threads.
 class TELLAR_API ThreadLocalClient {
@@ -28,15 +22,15 @@ public:
 
     /// The calling thread's client. Empty when the source is invalid or no client could be made.
     ///
-    /// Trap: a thread for which no client could be made gets none later either, even when the
-    /// cause is gone. ClientCreateWithOpTree tries anew on every call.
+    /// Trap: a thread for which no client could be made gets none later either, even when the cause
+    /// is gone. ClientCreateWithOpTree tries again on every call.
     virtual std::shared_ptr<TellarRuntime::Client> getClient();
 
 private:
     class Store;
     friend struct StoreRegistry;
     friend class ThreadAwareGeometryProducer;
-    /// As getClient of this very class, without another reference: the thread keeps its client.
+    /// As getClient of this class, without another reference: the thread keeps its client.
     const std::shared_ptr<TellarRuntime::Client>& getHeldClient();
 
     OpTreeSource source;
