@@ -27,7 +27,8 @@ constexpr std::uint64_t kMaximumFileSize = 16 * 1024 * 1024;
 // The parser takes half of an escaped surrogate pair for a character, which UTF-8 does not have.
 // Everything else in the text is known to be UTF-8.
 bool HoldsHalfOfPair(std::string_view text) {
-    for (std::size_t at = text.find('\xED'); at != text.npos; at = text.find('\xED', at + 1))
+    for (std::size_t at = text.find('\xED'); at != std::string_view::npos;
+         at = text.find('\xED', at + 1))
         if (static_cast<unsigned char>(text[at + 1]) >= 0xA0) return true;
     return false;
 }
