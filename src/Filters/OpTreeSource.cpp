@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <map>
 #include <system_error>
+#include <type_traits>
 #include <vector>
 
 #include <OxTellarSDK/FileStream.h>
@@ -19,14 +20,18 @@ namespace {
 using Op = std::shared_ptr<TellarRuntime::Op>;
 using Transaction = std::shared_ptr<TellarRuntime::Transaction>;
 
-/// Names the Op in errors as the description does, if the platform has names for Ops.
+/// Whether transactions can name Ops. Those of a platform that stands in for ours may not.
+template <typename T, typename = void>
+constexpr bool kHasOpNames = false;
 template <typename T>
-auto NameOp(T& transaction, const Op& op, const std::string& name, int)
-    -> decltype(transaction.setOpName(op, name)) {
-    transaction.setOpName(op, name);
+constexpr bool kHasOpNames<T, std::void_t<decltype(&T::setOpName)>> = true;
+
+/// Gives the Op its name in the description, which messages about its errors then contain.
+template <typename T>
+void NameOp([[maybe_unused]] T& transaction, [[maybe_unused]] const Op& op,
+            [[maybe_unused]] const std::string& name) {
+    if constexpr (kHasOpNames<T>) transaction.setOpName(op, name);
 }
-template <typename T>
-void NameOp(T&, const Op&, const std::string&, long) {}
 
 std::vector<Op> FindInputs(const GroupAttribute& entry, std::map<std::string, Op>& opsByName) {
     std::vector<Op> inputs;
@@ -136,7 +141,7 @@ Op OpTreeAttributeSource::getOp(const Transaction& transaction) const {
         transaction->setOpArgs(op,
                                StringAttribute(entry.getChildByName("opType")).getValue("", false),
                                GroupAttribute(entry.getChildByName("opArgs")));
-        NameOp(*transaction, op, name, 0);
+        NameOp(*transaction, op, name);
         opsByName[name] = op;
         ops.push_back(op);
     }
