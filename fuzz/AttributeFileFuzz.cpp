@@ -23,8 +23,8 @@ using namespace OxAttribute;
 
 namespace {
 
-// Groups may share values, so visiting all values of a file can take quadratic time in its size. The
-// walk stops at this limit.
+// Groups may share values, so visiting all values of a file can take quadratic time in its size.
+// The walk stops at this limit.
 constexpr std::uint64_t kMaximumWork = 20'000'000;
 
 class Walk {
