@@ -142,6 +142,19 @@ public:
     std::shared_ptr<TellarRuntime::Transaction> transaction;
 };
 
+/// A cycle of ops that are named after letters: with "abc", a has the input b, b has c, and c has
+/// a.
+class Circle : public Graph {
+public:
+    explicit Circle(const std::string& names) {
+        for (const char name : names)
+            ops.push_back(op(kPass, {}, {}, std::string(1, name)));
+        for (std::size_t i = 0; i < ops.size(); ++i)
+            transaction->setOpInputs(ops[i], {ops[(i + 1) % ops.size()]});
+    }
+    std::vector<Op> ops;
+};
+
 inline std::pair<std::string, OxAttribute::Attribute> Counted(const std::string& name) {
     return {"counter", StringAttribute(name)};
 }
