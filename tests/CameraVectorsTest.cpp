@@ -242,8 +242,8 @@ TEST_P(CameraVectorsTest, GiveNormalisedDeviceCoordinates) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Cameras, CameraVectorsTest, testing::ValuesIn(Vectors().cases),
-                         [](const testing::TestParamInfo<CameraCase>& info) {
-                             return info.param.name;
+                         [](const testing::TestParamInfo<CameraCase>& test) {
+                             return test.param.name;
                          });
 
 TEST(CameraVectorsFile, HasCasesWithPoints) {

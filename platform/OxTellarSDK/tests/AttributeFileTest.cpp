@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
                                                        {std::string("\0\0", 2), IntAttribute(3)}},
                                                       true)},
         NamedValue{"TheSample", SampleValue()}, NamedValue{"OpTree", SampleOpTree()}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST_P(AttributeFileOf, ComesBackEqual) {
     ExpectRoundTrip(GetParam().value);

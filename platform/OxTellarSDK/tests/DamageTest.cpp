@@ -96,7 +96,7 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Damage, DamagedFile,
                          testing::Values("AttributeFile", "OpFile", "CompressedAttributeFile",
                                          "CompressedOpFile"),
-                         [](const auto& info) { return std::string(info.param); });
+                         [](const auto& test) { return std::string(test.param); });
 
 TEST_P(DamagedFile, CutAtAnyLengthIsAnErrorThatNamesTheFile) {
     for (std::size_t length = 1; length < bytes.size(); ++length)

@@ -260,7 +260,7 @@ INSTANTIATE_TEST_SUITE_P(
         BadPlugin{"EmptyNamePlugin", "plug-in 1: it has no name"},
         BadPlugin{"NoApiNamePlugin", "plug-in 1: it has no API name"},
         BadPlugin{"NoSuitePlugin", "plug-in 1: it has no getSuite function"}),
-    [](const testing::TestParamInfo<BadPlugin>& info) { return info.param.library; });
+    [](const testing::TestParamInfo<BadPlugin>& test) { return test.param.library; });
 
 TEST(PluginRegistry, FlushesOnePluginAtATime) {
     const PluginFolder folder;

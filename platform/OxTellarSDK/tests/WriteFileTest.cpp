@@ -165,7 +165,7 @@ INSTANTIATE_TEST_SUITE_P(
                 Op({{"a", Op({kType})},
                     {"b", Op({kType, {"opInputs", StringAttribute({"a", "", "c"}, 1)}})}}),
                 "the op \"b\" has the input \"c\", which is no op"}),
-    [](const auto& info) { return std::string(info.param.name); });
+    [](const auto& test) { return std::string(test.param.name); });
 
 TEST_P(OpFileOfBadTree, IsNotWritten) {
     const TempDirectory folder;

@@ -93,8 +93,8 @@ protected:
     const TempDirectory directory;
 };
 
-INSTANTIATE_TEST_SUITE_P(Of, SampleFile, testing::ValuesIn(Samples()), [](const auto& info) {
-    std::string name = info.param.name;
+INSTANTIATE_TEST_SUITE_P(Of, SampleFile, testing::ValuesIn(Samples()), [](const auto& test) {
+    std::string name = test.param.name;
     name[name.find('.')] = '_';
     return name;
 });

@@ -135,7 +135,7 @@ TEST_P(BsdfTest, WeighsSamplesAsItsValuesSay) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, BsdfTest, testing::ValuesIn(Cases()),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
 // What is known exactly ---------------------------------------------------------------------------
 

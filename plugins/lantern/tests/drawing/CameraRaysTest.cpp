@@ -113,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(
         CameraCase{"ShiftedPerspective", Lens(false, -0.5f, 1, -1, 0.25f), "hd_720", 1280, 720},
         CameraCase{"Orthographic", Lens(true, -1, 1, -1, 1), "hd_720", 1280, 720},
         CameraCase{"ShiftedOrthographic", Lens(true, -0.5f, 1, -1, 0.25f), "hd_720", 1280, 720}),
-    [](const auto& info) { return info.param.name; });
+    [](const auto& test) { return test.param.name; });
 
 /// Takes the window as it is, whatever the shape of the picture: of one aspect they agree.
 TEST(CameraRaysOfAWindow, GoThroughNormalisedDeviceCoordinates) {
