@@ -11,7 +11,7 @@ constexpr int kNoHost = -1;
 
 using RegisterSuite = int (*)(const void* suite, const char* apiName, unsigned int apiVersion);
 
-/// The eleventh member of a host's record, whatever else is in it.
+/// The eleventh pointer-sized member of a host's record.
 RegisterSuite GetRegisterSuite(const OxPluginHost* host) {
     RegisterSuite registerSuite = nullptr;
     static_assert(sizeof registerSuite == sizeof(void*));

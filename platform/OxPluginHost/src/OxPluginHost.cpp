@@ -29,7 +29,7 @@ const NamedLogger kLogger("PluginHost");
 constexpr const char* kAttributeSuiteName = "AttributeHost";
 constexpr unsigned int kAttributeSuiteVersion = 1;
 
-// What registerSuite answers.
+// The results of registerSuite.
 enum RegistrationStatus { kRegistered = 0, kNotUsable = 1, kTaken = 2, kFailed = 3 };
 
 template <typename Body>
@@ -37,8 +37,8 @@ auto Enter(const SuiteEntry& entry, Body body) noexcept {
     return TELLAR::RunSuiteEntry(kLogger, entry, body);
 }
 
-// The function tables by name and version. Tables are only ever added. Nothing is called while
-// the lock is held: plug-ins ask and register from within the plug-in manager's loading.
+// The function tables by name and version, which are never removed. No foreign code runs under the
+// lock, because plug-ins look up and register tables while the plug-in manager loads them.
 class SuiteTable {
 public:
     const void* find(std::string_view apiName, unsigned int apiVersion) const {
@@ -56,9 +56,9 @@ public:
         return versions != suites.end() ? versions->second.rbegin()->first : 0;
     }
 
-    /// Returns the table that has this name and version from now on: the first one added.
+    /// Returns the first table that was added under this name and version.
     const void* add(const void* suite, std::string_view apiName, unsigned int apiVersion) {
-        // Made before the lock, so that running out of memory leaves no name without a version.
+        // Made first, so that no name is left without a version when there is no memory.
         std::map<unsigned int, const void*> firstVersion = {{apiVersion, suite}};
         std::string name(apiName);
         const std::unique_lock<std::shared_mutex> lock(mutex);
@@ -76,7 +76,7 @@ SuiteTable& GetSuiteTable() {
     return *table;
 }
 
-/// A copy of the text that lives to the end of the process, the same one for equal texts.
+/// A copy of the text that lives to the end of the process; equal texts share one.
 const char* Interned(const std::string& text) {
     static std::mutex* const mutex = new std::mutex;
     static std::set<std::string>* const texts = new std::set<std::string>;
@@ -84,14 +84,14 @@ const char* Interned(const std::string& text) {
     return texts->insert(text).first->c_str();
 }
 
-/// The process's attribute suite; the built-in one is set up if there is none.
+/// The attribute suite of the process. Sets up the built-in one if there is none.
 const OxAttributeSuite_v1* GetAttributeSuite() {
     if (!OxGetAttributeSuite()) OxSetAttributeSuite(OxGetBuiltInAttributeSuite());
     return OxGetAttributeSuite();
 }
 
-/// Registers what every host offers. Waits for nobody: no plug-in is called meanwhile. Tried again
-/// by the next caller when there was no memory for it.
+/// Registers the suites that every host offers. Calls no plug-in. The next call tries again when
+/// there was no memory for it.
 void RegisterOwnSuitesOnce() {
     static const bool isRegistered = [] {
         GetSuiteTable().add(GetAttributeSuite(), kAttributeSuiteName, kAttributeSuiteVersion);
@@ -135,9 +135,9 @@ OxAttributeStruct* GetConfiguration(const char* key) {
     return Enter("getConfiguration", [&]() -> OxAttributeStruct* {
         if (!Config()->has(key)) return nullptr;
         const std::string value = Config()->get(key);
-        // It may have gone in between; an empty value is one all the same.
+        // The key may have been removed in between; an empty value is a value.
         if (value.empty() && !Config()->has(key)) return nullptr;
-        // From the table that plug-ins get, whatever the process has done to its own since.
+        // Uses the table that plug-ins get; the process may have set another one since.
         const auto* suite = static_cast<const OxAttributeSuite_v1*>(
             GetSuiteTable().find(kAttributeSuiteName, kAttributeSuiteVersion));
         const char* text = value.c_str();
@@ -165,7 +165,7 @@ int IsLogged(const char* loggerName, int level) {
 }
 
 void Log(const char* loggerName, int level, const char* message, const char* file, int line) {
-    // Asked first: it costs less than the logger and the text, and knows the levels.
+    // Checked first, because it costs less than making the logger.
     if (!message || !IsLogged(loggerName, level)) return;
     Enter("log", [&] {
         const OxLoggerGlue named(loggerName);
@@ -222,10 +222,9 @@ OxPluginHost hostRecord = MakeHostRecord();
 
 /// Gives the host to the plug-in manager, and through it to plug-ins that are loaded already.
 ///
-/// There is no lock around this, nor does one thread wait here for another one's call: the plug-in
-/// manager has a lock of its own, and a plug-in that it is loading in another thread may be asking
-/// for the host just now. So whoever asks before the first call is over makes the call as well,
-/// except for a plug-in that asks because it is being given the host.
+/// Threads do not wait for each other here: the plug-in manager has a lock of its own, and a
+/// plug-in that it loads on another thread may ask for the host at the same time. So every thread
+/// makes the call until the first one has returned, except within a call of its own.
 void HandToPluginManagerOnce() {
     static std::atomic<bool> isDone{false};
     thread_local bool isUnderWay = false;

@@ -16,7 +16,6 @@
 
 #include "NamedLogger.h"
 #include "ThreadLocalClient/ThreadClients.h"
-#include "UnusedResults.h"
 
 namespace TELLAR {
 
@@ -28,7 +27,7 @@ using Client = std::shared_ptr<TellarRuntime::Client>;
 
 struct Creation {
     std::shared_ptr<TellarRuntime> runtime;
-    Client client; // empty: it failed
+    Client client; // empty when it failed
 };
 
 std::string QueryRuntime(const TellarRuntime& runtime, const char* query) {
@@ -90,14 +89,14 @@ Creation CreateClient(const OpTreeSource& source) {
 /// Owns every client that it ever made. A released client is on the stack of its source, from which
 /// the next request for the source takes it.
 ///
-/// The results of a client are freed when it is found unused for the second time, so that a scene
-/// which replaces it, or opens it again, still finds them. Only entries that may have results, the
-/// cooking ones, are looked at, and only when there are a quarter more of them than were in use the
-/// last time. So each request looks at a few.
+/// The results of a client are freed when a check finds it unused for the second time, so that a
+/// scene which replaces it, or opens it again, still finds them. A check covers the cooking
+/// entries, those that may have results. It runs when there are a quarter more of them than were in
+/// use at the last check, so a request checks a few entries on average.
 ///
 /// Locks: cacheLock guards everything but pendingReleases, and is held while a client is made;
 /// pendingLock guards pendingReleases and is taken last. Results are freed without a lock, because
-/// an op type may do anything when it lets go of what it keeps.
+/// that runs code of op types.
 class ClientFactory {
 public:
     Client create(const OpTreeSource& source) {
@@ -147,7 +146,7 @@ private:
         ClientEntry* nextCooking = nullptr;
         bool isReleased = false;
         bool isCooking = false;
-        bool wasUnused = false; // when it was last looked at
+        bool wasUnused = false; // at the last check
 
         ClientEntry(const OpTreeSource& source, const Creation& creation, ClientEntry*& released)
             : source(source), runtime(creation.runtime), client(creation.client),
@@ -187,7 +186,7 @@ private:
         if (cookingEntries > usedEntries + usedEntries / 4) takeUnusedResults(taken, false);
     }
 
-    /// `atOnce` also takes the results of clients that were in use when they were last looked at.
+    /// `atOnce` also takes the results of clients that were in use at the last check.
     void takeUnusedResults(Results& taken, bool atOnce) {
         const ThreadClients threads;
         threads.forEachOfReopened([this](const Client& client) {
@@ -215,8 +214,8 @@ private:
     static bool IsUnused(const ClientEntry& entry, const ThreadClients& threads) {
         const std::optional<long> ofThreads = threads.referencesTo(entry.client, entry.source);
         if (!ofThreads || entry.client.use_count() != 1 + *ofThreads) return false;
-        // The count alone does not make visible what its last user did. Another reference does,
-        // for its count is changed by the same kind of operation that ended the user's.
+        // Reading the count does not synchronise with the thread that dropped the last reference;
+        // changing it does.
         const Client visible = entry.client;
         return true;
     }
@@ -229,7 +228,7 @@ private:
     std::map<OpTreeSource, ClientEntry*> newestReleased; // null when none of the source is released
     ClientEntry* firstCooking = nullptr;
     std::size_t cookingEntries = 0;
-    std::size_t usedEntries = 0; // of the cooking ones, when they were last looked at
+    std::size_t usedEntries = 0; // of the cooking ones, at the last check
 };
 
 ClientFactory& GetFactory() {

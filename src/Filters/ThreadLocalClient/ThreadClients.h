@@ -11,20 +11,25 @@
 
 namespace TELLAR {
 
-/// Shows the client factory which clients threads may use. While it lives no ThreadLocalClient is
-/// made, so a source that has none now is used by no thread. Taken after the factory's own lock.
+// What the client factory and ThreadLocalClient tell each other.
+
+/// Frees results as a request for a client does. Does nothing while another thread makes a request.
+void FreeResultsUnusedForLong();
+
+/// The clients of threads, for the client factory. No ThreadLocalClient is made during its life, so
+/// a source that has none is used by no thread. Locked after the factory's own lock.
 class ThreadClients {
 public:
     using Client = std::shared_ptr<TellarRuntime::Client>;
 
     ThreadClients();
 
-    /// How many references to a client of the source threads keep. Nothing when there is a
-    /// ThreadLocalClient for the source, through which threads may be using their clients.
+    /// The number of references to a client that threads of its source hold. Nothing when the
+    /// source has a ThreadLocalClient, through which threads may be using their clients.
     std::optional<long> referencesTo(const Client& client, const OpTreeSource& source) const;
 
-    /// Calls `body` with the clients of all sources for which ThreadLocalClients came again, after
-    /// there was none for a while, since this was last called.
+    /// Calls `body` with the clients of all sources that got a ThreadLocalClient again, after they
+    /// had lost their last one, since the previous call.
     void forEachOfReopened(const std::function<void(const Client&)>& body) const;
 
 private:

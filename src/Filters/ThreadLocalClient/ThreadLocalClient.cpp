@@ -14,7 +14,6 @@
 
 #include <OxTellarProducers/ClientFactory.h>
 
-#include "ClientFactory/UnusedResults.h"
 #include "NamedLogger.h"
 #include "ThreadClients.h"
 
@@ -61,7 +60,7 @@ public:
         return holder;
     }
 
-    // For the registry: a ThreadLocalClient came again after there was none for a while.
+    // For the registry: the source got a ThreadLocalClient again.
     bool isReopened = false;
     Store* nextReopened = nullptr;
 
@@ -99,12 +98,12 @@ private:
         return holder;
     }
 
-    /// Runs at the end of a thread. The thread's next request, if one of its other objects makes
-    /// one at its own end, is that of a new thread.
+    /// Runs at the end of a thread. A later request, from another thread-local object that ends,
+    /// counts as one of a new thread.
     static void HandBack(Holder* holder) {
         if (lastUsed.holder == holder) lastUsed = {};
         Client client = holder->client;
-        // Before the client can be another thread's, which takes the holder with it.
+        // Before the client can be given to another thread, which takes a free holder.
         holder->isFree.store(true, std::memory_order_release);
         try {
             ClientInvalidate(std::move(client));
@@ -132,7 +131,7 @@ struct StoreRegistry {
         return *registry;
     }
 
-    /// Empty for an invalid source. `*isReopened` tells whether it had no ThreadLocalClient.
+    /// Empty for an invalid source. Assigns whether a known source had no ThreadLocalClient.
     boost::shared_ptr<Store> obtain(const OpTreeSource& source, bool* isReopened) {
         const std::lock_guard<std::mutex> guard(registryLock);
         const auto known = storesBySource.find(source);

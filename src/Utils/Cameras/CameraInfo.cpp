@@ -20,14 +20,13 @@ namespace {
 
 using Camera = std::shared_ptr<CameraInfo>;
 
-/// What the cache knows of a camera. There is an entry from the first request on; reading the
-/// camera may cook, so that happens outside of the lock.
+/// A camera in the cache. The entry is there from the first request on, before the camera is read.
 struct Entry {
     Camera camera;
-    bool isRead = false; // or could not be read
+    bool isRead = false; // also when reading failed
 };
 
-/// By camera path and hash of the producer, without a bound, until the cache is cleared.
+/// By camera path and hash of the producer. It has no bound; only ClearCameraInfoCache empties it.
 using CameraCache = GenerationCache<std::map<std::string, Entry>>;
 
 CameraCache& GetCache() {
@@ -47,7 +46,7 @@ Camera Keep(const std::string& key, CameraCache::Generation asked, Camera camera
 }
 
 /// A camera that this thread is reading, and those whose reading led to it. Code that asks for one
-/// of them meanwhile finds no camera. Other threads read it themselves: they must not wait, because
+/// of them finds no camera. Other threads read it themselves: they must not wait, because
 /// this thread may be waiting for what they do.
 class CameraReading {
 public:

@@ -13,9 +13,8 @@ namespace TELLAR {
 
 namespace {
 
-// Every renderer of this family computes projections so: in the mixture of single and double
-// precision below, and with this many digits. Pictures match to the last bit only if the
-// matrices do.
+// Other renderers compute projections with this many digits and with the mixture of single and
+// double precision below. Pictures match to the last bit only if the matrices do.
 constexpr double kPi = 3.14159265;
 
 float ToFloat(double value) {

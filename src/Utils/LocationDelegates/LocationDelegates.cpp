@@ -11,7 +11,7 @@ namespace TELLAR {
 
 namespace {
 
-/// A table with holes among the entries that are called here is as good as none.
+/// Whether the table has all entries that are called here.
 bool IsUsable(const LocationDelegates::Suite* suite) {
     return suite && suite->create && suite->getSupportedRenderer &&
            suite->getSupportedLocationTypes;

@@ -9,18 +9,18 @@
 
 namespace TELLAR {
 
-/// Which location delegate serves which renderer and location type. Delegates are added by one
-/// thread; after that any number of threads may ask.
+/// Location delegates by renderer and location type. One thread adds them; after that any number of
+/// threads may look them up.
 class LocationDelegates {
 public:
     using Suite = OxScenegraphLocationDelegatePluginSuite_v1;
 
-    /// Makes an instance of the delegate and asks it what it serves. Where two serve the same, the
-    /// one added first does. A suite that is null or lacks an entry called here is passed over.
-    /// Passes on what the delegate throws.
+    /// Makes an instance of the delegate and asks what it serves. Of two that serve the same, the
+    /// first one is used. A suite that is null or lacks an entry called here is ignored. Exceptions
+    /// of the delegate pass through.
     void add(Suite* suite);
 
-    /// An empty renderer name asks for those that serve every renderer. Null when there is none.
+    /// Null when there is none. An empty renderer name finds those that serve every renderer.
     Suite* find(const std::string& locationType, const std::string& rendererName) const;
     /// The location types with a delegate, in ascending order.
     std::vector<std::string> types(const std::string& rendererName) const;
@@ -28,7 +28,7 @@ public:
 private:
     using SuitesByType = std::map<std::string, Suite*>;
 
-    std::map<std::string, SuitesByType> byRenderer; // the empty name: for every renderer
+    std::map<std::string, SuitesByType> byRenderer; // the empty name means every one
 };
 
 } // namespace TELLAR

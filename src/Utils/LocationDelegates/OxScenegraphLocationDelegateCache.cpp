@@ -56,8 +56,8 @@ void OxScenegraphLocationDelegateCache::populate() {
 void OxScenegraphLocationDelegateCache::initializeCache() {
     Delegates& delegates = GetDelegates();
     if (delegates.isInitialized) return;
-    // Loads the plug-ins before the lock is taken: one that asks for delegates while another thread
-    // loads it would wait here for that thread.
+    // Loads the plug-ins before the lock is taken: a plug-in that asks for delegates while another
+    // thread loads it must not wait for that thread here.
     NamesOfPlugins();
     const std::lock_guard<std::recursive_mutex> guard(delegates.lock);
     if (delegates.isInitialized || delegates.isBeingWritten) return;

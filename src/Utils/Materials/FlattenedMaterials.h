@@ -16,10 +16,10 @@
 
 namespace TELLAR {
 
-/// The cache of flattened materials: the result of every location by its path, and every result by
-/// what it was made of, so that locations with equal materials share one value. Materials are not
-/// kept, except for those in files, which take no memory of their own. Threads: any; two threads
-/// that flatten the same materials at once end up with one result.
+/// The cache of flattened materials: results by location path, and by the materials and terminal
+/// names that they were made of, so that locations with equal materials share one. Materials are
+/// not kept, except for those in files, which take no memory of their own. It has no bound.
+/// Threads: any; two threads that flatten the same materials at once get one result.
 class FlattenedMaterials {
 public:
     using Materials = std::vector<OxAttribute::GroupAttribute>;
@@ -28,8 +28,8 @@ public:
 
     static FlattenedMaterials& get();
 
-    /// False when nobody asked for the path yet. `generation` is to be handed to the functions
-    /// below, which keep nothing once the cache has been cleared since.
+    /// False when the path is not in the cache. Pass `generation` to the functions below, which
+    /// keep nothing when the cache has been cleared since.
     bool find(const std::string& path, OxAttribute::GroupAttribute& flattened,
               std::uint64_t& generation);
     void keep(std::string path, std::uint64_t generation,

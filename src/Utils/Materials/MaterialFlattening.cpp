@@ -50,7 +50,7 @@ Children ReadUsedInterface(const GroupAttribute& material, const GroupAttribute&
 /// For materials without networks: the nearest child of each name.
 GroupAttribute NearestChildren(const std::vector<GroupAttribute>& materials) {
     Children children;
-    std::set<std::string_view> taken; // names in place, in the materials
+    std::set<std::string_view> taken; // views into the materials
     for (const GroupAttribute& material : materials)
         for (std::int64_t i = 0; i < material.getNumberOfChildren(); ++i)
             if (taken.insert(material.getChildNameView(i)).second)
@@ -58,7 +58,7 @@ GroupAttribute NearestChildren(const std::vector<GroupAttribute>& materials) {
     return children.empty() ? GroupAttribute() : Group(children);
 }
 
-/// A legacy material as a network: a node for every terminal that it has a shader for.
+/// A legacy material as a network with a node for every terminal that it has a shader for.
 GroupAttribute ToNetwork(const GroupAttribute& legacy,
                          const std::vector<std::string>& terminalNames) {
     Children nodes;

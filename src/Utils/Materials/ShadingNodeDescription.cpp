@@ -76,7 +76,7 @@ struct ConnectionWalk {
             names.push_back(fullName);
             connections.emplace(std::move(fullName), std::move(connection));
         } else {
-            // Looked up by the composed name, so only groups that this name leads to are entered.
+            // The look-up is by the full name, so only groups that this name leads to are entered.
             enter(group.getChildByName(fullName), fullName);
         }
     }

@@ -29,8 +29,8 @@ namespace {
 using OxAttribute::FloatAttribute;
 using Producer = GeometryProducer::Ptr;
 
-/// How many handles live. Loaded and stored rather than added to: an exact count across threads is
-/// not promised, and would cost every handle a locked addition.
+/// The number of live handles. Loaded and stored instead of added to: threads may lose counts,
+/// which is cheaper than a locked addition for every handle.
 std::atomic<std::int32_t> liveCount{0};
 
 /// Logs at the end of the process how many handles plug-ins failed to release.
@@ -38,10 +38,10 @@ void LogFinalCount() noexcept {
     kLogger.debug("Final CameraInfoStruct count: {}", liveCount.load(std::memory_order_relaxed));
 }
 
-/// Also makes sure that the end of the process is heard of, if the system has room to note that.
+/// The first call registers the message for the end of the process.
 void Count(std::int32_t difference) noexcept {
-    static const int isNoted = std::atexit(LogFinalCount);
-    static_cast<void>(isNoted);
+    static const int isRegistered = std::atexit(LogFinalCount);
+    static_cast<void>(isRegistered);
     liveCount.store(liveCount.load(std::memory_order_relaxed) + difference,
                     std::memory_order_relaxed);
 }
@@ -73,7 +73,7 @@ OxAttributeStruct* GetRelevantSampleTimes(const float* times, std::int64_t count
                                           float close) {
     return Enter("getSampleTimesRelevantToShutterRange", [&]() -> OxAttributeStruct* {
         if (count < 0 || (count > 0 && !times)) return nullptr;
-        // What is no number has no place among times in order.
+        // NaN would break the order of the set.
         std::set<float> ordered;
         std::copy_if(times, times + count, std::inserter(ordered, ordered.end()),
                      [](float time) { return !std::isnan(time); });

@@ -131,16 +131,14 @@ OxShadingStruct* FindNode(OxShadingNodeMapStruct* nodes, const char* name) {
     });
 }
 
-// The entries that serve nodes and connections alike answer for either kind of handle.
-
-/// A node's name or a connection's; "" for null.
+/// The name of a node or of a connection: one entry serves both slots.
 const char* GetName(OxShadingStruct* handle) noexcept {
     if (const auto node = NodeOf(handle)) return node->getName().c_str();
     if (const auto connection = ConnectionOf(handle)) return connection->getName().c_str();
     return "";
 }
 
-/// A node's type or the port that feeds a connection; "" for null.
+/// The type of a node or the port that feeds a connection: one entry serves both slots.
 const char* GetTypeOrPort(OxShadingStruct* handle) noexcept {
     if (const auto node = NodeOf(handle)) return node->getType().c_str();
     if (const auto connection = ConnectionOf(handle)) return connection->getConnectedPort().c_str();
@@ -198,7 +196,7 @@ int IsNodeValid(OxShadingStruct* handle) {
 }
 
 int IsConnectionValid(OxShadingStruct* handle) {
-    // Null counts as valid here, unlike a null node.
+    // A null connection is valid, unlike a null node.
     if (!handle) return 1;
     const auto connection = ConnectionOf(handle);
     return connection && connection->isValid() ? 1 : 0;

@@ -5,7 +5,7 @@
 
 namespace TELLAR {
 
-/// The table behind "RenderOutputUtilsHost": the same one every time, to the end of the process.
+/// The suite "RenderOutputUtilsHost", which lives to the end of the process.
 const OxRenderOutputUtilsHostSuite_v3* GetRenderOutputUtilsHostSuite_v3();
 
 } // namespace TELLAR

@@ -25,7 +25,7 @@ OxAttributeStruct* ExpandArch(const char* path) {
     return Enter("expandArchPath", [&] { return path ? TextToC(ExpandArchPath(path)) : nullptr; });
 }
 
-/// Frames that no int holds become the nearest that it does; what is no number becomes 0.
+/// The frame clamped to the range of int; 0 for NaN.
 int ToFrame(float frame) {
     constexpr auto kLeast = static_cast<double>(std::numeric_limits<int>::min());
     constexpr auto kMost = static_cast<double>(std::numeric_limits<int>::max());

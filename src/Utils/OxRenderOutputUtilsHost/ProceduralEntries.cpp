@@ -13,7 +13,7 @@ namespace {
 using OxAttribute::Attribute;
 using Producer = GeometryProducer::Ptr;
 
-// The callback of the library knows no user data: the call under way in this thread does.
+// The library's callback has no user data, so the call in progress on this thread holds it.
 struct ProceduralCall {
     OxProceduralError onError;
     void* user;

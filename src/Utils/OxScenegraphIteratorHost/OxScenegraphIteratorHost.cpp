@@ -35,7 +35,7 @@ using OldSuite = OxScenegraphIteratorHostSuite_v2;
 
 const NamedLogger kLogger("ScenegraphIteratorHost");
 
-/// A new handle, whose count is still 0.
+/// A new handle with a count of 0.
 OxSgIteratorStruct* ToC(GeometryProducer::Ptr producer) {
     return OxGeometryProducerToHandle(std::move(producer));
 }
@@ -50,7 +50,7 @@ void RetainIterator(OxSgIteratorStruct* iterator) noexcept {
 }
 
 void ReleaseIterator(OxSgIteratorStruct* iterator) noexcept {
-    // The thread that frees the handle must see what the others did with it.
+    // Acquire and release: the thread that frees the handle must see the writes of the others.
     if (iterator && iterator->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
         delete iterator;
 }

@@ -5,7 +5,7 @@
 
 namespace TELLAR {
 
-// The tables behind "ScenegraphIteratorHost": the same ones every time, to the end of the process.
+// The suite "ScenegraphIteratorHost", which lives to the end of the process.
 
 const OxScenegraphIteratorHostSuite_v3* GetScenegraphIteratorHostSuite_v3();
 const OxScenegraphIteratorHostSuite_v2* GetScenegraphIteratorHostSuite_v2();

@@ -35,7 +35,7 @@ bool IsRuntimeShared() {
 
 struct NoRuntime {};
 
-/// A new runtime, published in place of the one of the render before.
+/// A new runtime, published in place of that of the previous render.
 std::shared_ptr<TellarRuntime> PublishRuntime() {
     OxTellarServicesHost::RegisterRuntimeInstance(nullptr, kRenderRuntime);
     std::shared_ptr<TellarRuntime> runtime = OxTellarServicesHost().createRuntime();
@@ -56,7 +56,7 @@ GeometryProducer::Ptr CreateSharedRoot(const std::string& opTreeFile) {
     return CreateSyncGeometryProducer(client, kRoot);
 }
 
-/// The producer that `create` makes; null, with the reason told, when it makes none or throws.
+/// The producer that `create` makes. When it makes none or throws, reports why and returns null.
 template <typename Create>
 GeometryProducer::Ptr CreateRoot(Create create) {
     GeometryProducer::Ptr root;

@@ -6,10 +6,10 @@
 
 namespace TELLAR {
 
-// The scenes that C plug-ins open, and the end of their renders.
+// Opening of scenes for C plug-ins, and the end of their renders.
 
-/// The producer of "/root". Null when there is none, with the reason on the standard error stream
-/// and in the log; does not throw what is derived from std::exception.
+/// The producer of "/root"; null, with the reason on the standard error stream and in the log, when
+/// there is none. Throws nothing that is derived from std::exception.
 GeometryProducer::Ptr CreateRootFromOpTreeFile(const char* path);
 GeometryProducer::Ptr CreateRootFromOpTreeDescription(OxAttributeStruct* description);
 

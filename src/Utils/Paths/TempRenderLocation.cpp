@@ -17,7 +17,7 @@ std::string TextAt(GeometryProducer& root, const std::string& name) {
     return StringAttribute(root.getAttribute(name.c_str())).getValue("", false);
 }
 
-/// The text with the frame in place of every run of "#", padded to its length.
+/// Replaces every run of "#" by the frame, padded to the length of the run.
 std::string WithFrame(const std::string& text, int frame) {
     std::string result;
     std::size_t rest = 0;

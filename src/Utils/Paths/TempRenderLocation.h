@@ -7,8 +7,8 @@
 
 namespace TELLAR::RenderOutputUtilsHost {
 
-/// Where a named render output is written while it is rendered, as the render settings of `root`
-/// tell; empty when they do not.
+/// The path of a named render output while it is rendered, by the render settings of `root`; empty
+/// when they name none.
 std::string GetTempRenderLocation(GeometryProducer& root, const std::string& outputName, int frame);
 
 } // namespace TELLAR::RenderOutputUtilsHost

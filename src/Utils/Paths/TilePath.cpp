@@ -1,5 +1,7 @@
 #include <OxTellarProducers/TilePath.h>
 
+#include <utility>
+
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/path.hpp>
@@ -19,46 +21,14 @@ const NamedLogger kLogger("RenderOutputUtils");
 
 constexpr const char* kTemplateKey = "OMBRA_TILE_FILENAME";
 
-/// What placeholders stand for.
-struct TileTexts {
-    TileTexts(const path& picture, const std::vector<int>& tile)
-        : column(std::to_string(tile[0])), row(std::to_string(tile[1])),
-          hasCounts(tile.size() >= 4),
-          columns(hasCounts ? std::to_string(tile[2]) : "UnknownColumns"),
-          rows(hasCounts ? std::to_string(tile[3]) : "UnknownRows"), stem(picture.stem().string()),
-          extension(picture.extension().string()),
-          defaultName("tile_" + column + "_" + row + "." + stem + extension) {}
-
-    std::string column, row;
-    bool hasCounts;
-    std::string columns, rows;
-    std::string stem, extension;
-    std::string defaultName;
-};
-
 bool IsUsable(const std::string& nameTemplate) {
     return (contains(nameTemplate, "@COLUMN@") && contains(nameTemplate, "@ROW@") &&
             contains(nameTemplate, "@STEM@") && contains(nameTemplate, "@EXT@")) ||
            contains(nameTemplate, "@DEFAULT@");
 }
 
-bool UsesCounts(const std::string& nameTemplate) {
-    return contains(nameTemplate, "@COLUMNS@") || contains(nameTemplate, "@ROWS@");
-}
-
 void WarnAboutTemplate(const std::string& nameTemplate, const char* what, LogPlace place = {}) {
     kLogger.warn({"{} (defined as \"{}\") {}", place}, kTemplateKey, nameTemplate, what);
-}
-
-/// One placeholder after the other: texts put in may hold placeholders that come later.
-std::string FillIn(std::string text, const TileTexts& texts) {
-    const std::pair<const char*, const std::string&> replacements[] = {
-        {"@DEFAULT@", texts.defaultName}, {"@COLUMNS@", texts.columns}, {"@COLUMN@", texts.column},
-        {"@ROWS@", texts.rows},           {"@ROW@", texts.row},         {"@STEM@", texts.stem},
-        {"@EXT@", texts.extension}};
-    for (const auto& [placeholder, replacement] : replacements)
-        boost::algorithm::replace_all(text, placeholder, replacement);
-    return text;
 }
 
 } // namespace
@@ -70,8 +40,12 @@ std::string ProcessTilePath(const std::string& picturePath, const std::vector<in
     }
     const path picture(picturePath);
     const path folder = picture.parent_path();
-    const TileTexts texts(picture, tile);
-    std::string defaultPath = (folder / texts.defaultName).string();
+    const std::string column = std::to_string(tile[0]);
+    const std::string row = std::to_string(tile[1]);
+    const std::string stem = picture.stem().string();
+    const std::string extension = picture.extension().string();
+    const std::string defaultName = "tile_" + column + "_" + row + "." + stem + extension;
+    const std::string defaultPath = (folder / defaultName).string();
     if (!Config()->has(kTemplateKey)) return defaultPath;
 
     const std::string nameTemplate = Config()->get(kTemplateKey);
@@ -80,10 +54,23 @@ std::string ProcessTilePath(const std::string& picturePath, const std::vector<in
                           "should contain @COLUMN@, @ROW@, @STEM@ and @EXT@, or @DEFAULT@");
         return defaultPath;
     }
-    if (!texts.hasCounts && UsesCounts(nameTemplate))
+    const bool hasCounts = tile.size() >= 4;
+    if (!hasCounts && (contains(nameTemplate, "@COLUMNS@") || contains(nameTemplate, "@ROWS@")))
         WarnAboutTemplate(nameTemplate,
                           "is using @COLUMNS@ or @ROWS@, but tiles count is not available.");
-    const path result(FillIn(nameTemplate, texts));
+    // In this order: a text that is filled in may hold placeholders that come later.
+    const std::pair<const char*, std::string> replacements[] = {
+        {"@DEFAULT@", defaultName},
+        {"@COLUMNS@", hasCounts ? std::to_string(tile[2]) : "UnknownColumns"},
+        {"@COLUMN@", column},
+        {"@ROWS@", hasCounts ? std::to_string(tile[3]) : "UnknownRows"},
+        {"@ROW@", row},
+        {"@STEM@", stem},
+        {"@EXT@", extension}};
+    std::string name = nameTemplate;
+    for (const auto& [placeholder, text] : replacements)
+        boost::algorithm::replace_all(name, placeholder, text);
+    const path result(name);
     return result.is_absolute() ? result.string() : (folder / result).string();
 }
 

@@ -27,7 +27,7 @@ public:
         : producer(std::move(producer)), frame(frame), callback(callback),
           assets(OxAssetPluginManager::getDefaultAssetPlugin()) {
         out.imbue(std::locale::classic());
-        // Otherwise a stream drops what it has no memory for, and says nothing.
+        // Makes the stream throw when it has no memory for a part of the text.
         out.exceptions(std::ios::badbit);
     }
 
