@@ -21,7 +21,7 @@ constexpr const char* kSearchPathKey = "ASSET_SEARCH_PATH";
 struct SearchFolder {
     /// Empty when the entry cannot be expanded.
     std::string path;
-    /// As a message names it, with the reason when it was passed over.
+    /// Its name in messages, with the reason if it was passed over.
     std::string description;
 };
 
@@ -40,7 +40,7 @@ std::vector<SearchFolder> SearchFolders() {
     return folders;
 }
 
-// Relative, and not told to count from the current folder.
+// True for a relative path that does not begin with "./" or "../".
 bool IsSearched(const std::string& reference) {
     if (reference == "." || reference == "..") return false;
     if (HasPathSeparator(reference.substr(0, 1))) return false;
@@ -55,7 +55,7 @@ std::string Joined(const std::string& folder, const std::string& reference) {
     return folder + (endsWithSeparator ? "" : "/") + reference;
 }
 
-// An odd name, or one that may not be asked about, does not exist as far as we can use it.
+// A path that cannot be examined counts as missing.
 bool Exists(const std::string& path) {
     std::error_code ignored;
     return std::filesystem::exists(path, ignored);
@@ -68,7 +68,7 @@ std::string NotFoundIn(const std::vector<SearchFolder>& folders) {
     return std::string("it is in no folder of ") + kSearchPathKey + ": " + list;
 }
 
-// Nothing when the reference cannot be resolved; `why` is then assigned.
+// Returns nothing and assigns `why` when the reference cannot be resolved.
 std::optional<std::string> Resolve(const std::string& reference, int frame, std::string& why) {
     const auto expanded = ExpandReference(reference, frame, why);
     if (!expanded) return std::nullopt;

@@ -40,7 +40,7 @@ void OxAssetPluginManager::setDefaultAssetPlugin(std::shared_ptr<const OxAssetPl
     if (!plugin) plugin = BuiltInPlugin();
     DefaultPlugin& current = GetDefaultPlugin();
     const std::lock_guard<std::mutex> lock(current.mutex);
-    // The one before goes away with the parameter, after the lock: its destructor may well ask
-    // for the default plug-in.
+    // The parameter now holds the previous plug-in and destroys it after the lock is released,
+    // because its destructor may ask for the default plug-in.
     current.plugin.swap(plugin);
 }

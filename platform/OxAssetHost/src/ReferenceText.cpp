@@ -21,12 +21,12 @@ constexpr std::string_view kSeparators = "/\\";
 constexpr std::string_view kSeparators = "/";
 #endif
 
-// No system opens longer paths; it also bounds what variables can blow a reference up to.
+// No system opens longer paths. The limit also bounds how much variables can add to a reference.
 constexpr std::size_t kLongestText = 64 * 1024;
 constexpr std::size_t kWidestFrame = 99;
 constexpr std::size_t kLongestQuotation = 200;
 
-// How many characters in front of the text satisfy the condition.
+// The number of characters at the beginning of the text that satisfy the condition.
 template <typename Condition>
 std::size_t RunLength(std::string_view text, Condition condition) {
     return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), condition) -
@@ -37,7 +37,8 @@ std::string TooLong() {
     return "it is longer than " + std::to_string(kLongestText) + " bytes";
 }
 
-// Reads a reference from front to back, once; what was replaced goes to the result only.
+// Reads a reference once from front to back. Replacements are appended to the result and not read
+// again.
 class Expander {
 public:
     Expander(std::string_view text, std::optional<int> frame)
@@ -77,7 +78,8 @@ private:
         if (rest.empty() || rest.front() != '~') return true;
         const std::size_t end = std::min(rest.find_first_of(kSeparators), rest.size());
         const bool isAll = end == rest.size();
-        // With the separator behind it: a home folder "/" must not give "//x" for "~/x".
+        // The separator that follows is replaced too: a home folder "/" must not give "//x" for
+        // "~/x".
         const std::string head = std::string(rest.substr(0, end)) + (isAll ? "" : "/");
         const std::string home = OxStringUtil::expanduser(head);
         if (home == head) {
@@ -123,7 +125,7 @@ private:
 
     bool replaceHashes() {
         const std::size_t length = RunLength(rest, [](char c) { return c == '#'; });
-        // A word may well have the character in it: "C#", "#ff8800".
+        // Plain words may contain the character: "C#", "#ff8800".
         const bool isToken = isPath || rest.substr(length, 1) == ".";
         if (isToken) return replaceFrame(length, length);
         take(length);
@@ -141,7 +143,7 @@ private:
             return true;
         }
         const std::string width(number.substr(1));
-        // Of many digits, the first few tell enough, and fit into a number.
+        // The first few digits of many are enough, and they fit into a number.
         return replaceFrame(digits + 2, std::stoul(width.substr(0, 4)));
     }
 

@@ -5,15 +5,15 @@
 #include <string>
 #include <string_view>
 
-/// What an asset reference says once everything in it that stands for something else is replaced.
+/// An asset reference with its home folder, variables and frame tokens replaced.
 struct ExpandedReference {
     std::string text;
     bool hasFrameToken = false;
 };
 
 /// Replaces a leading ~ or ~user, environment variables and, when there is a frame, frame tokens.
-/// What is put in is never looked at again. Returns nothing when that cannot be done; the reason
-/// is then assigned to `why`, for use behind a colon.
+/// Replacements are not searched again. Returns nothing when one cannot be made, and assigns the
+/// reason to `why`, worded to follow a colon.
 std::optional<ExpandedReference> ExpandReference(std::string_view text, std::optional<int> frame,
                                                  std::string& why);
 

@@ -28,7 +28,7 @@ std::string VariableOf(const std::string& key) {
 std::vector<std::string> NamedFiles() {
     const char* list = std::getenv(kFileVariable);
     std::istringstream entries(list ? list : "");
-    entries.exceptions(std::ios::badbit); // or a list for which there is no memory would end early
+    entries.exceptions(std::ios::badbit); // throws when memory runs out, instead of ending early
     std::vector<std::string> paths;
     for (std::string path; std::getline(entries, path, TellarInternal::kPathListSeparator);) {
         if (!path.empty()) paths.push_back(path);
@@ -43,9 +43,9 @@ void LogErrors(const std::vector<std::string>& texts) {
 
 } // namespace
 
-// Everything that one reading found. Immutable once it is the current one.
+// The values of one reading of files and environment. Immutable once it is current.
 struct Configuration::Snapshot {
-    /// Reads the files and the environment; `errors` gets one text for each file at fault.
+    /// Reads the files and the environment. Adds one text to `errors` for each faulty file.
     static std::shared_ptr<const Snapshot> read(std::vector<std::string>& errors) {
         auto snapshot = std::make_shared<Snapshot>();
         snapshot->environment = EnvironmentVariablesWithPrefix(kVariablePrefix);
@@ -58,7 +58,7 @@ struct Configuration::Snapshot {
                 continue;
             }
             snapshot->filePaths.push_back(path);
-            snapshot->fileValues.merge(values); // what is there already stays
+            snapshot->fileValues.merge(values); // keeps the values of earlier files
         }
         return snapshot;
     }
@@ -70,7 +70,7 @@ struct Configuration::Snapshot {
         return value != fileValues.end() ? &value->second : nullptr;
     }
 
-    /// Of the files that could be read.
+    /// The files that could be read.
     std::vector<std::string> filePaths;
     ConfigurationValues fileValues;
     std::map<std::string, std::string> environment;
@@ -113,7 +113,7 @@ Configuration* Config() {
     static auto* const firstErrors = new std::vector<std::string>;
     static Configuration* const config =
         new Configuration(Configuration::Snapshot::read(*firstErrors));
-    // Logged when the object is ready: a log sink may well ask for a setting itself.
+    // Logged when the object is ready, because a log sink may ask for a setting.
     static std::atomic<bool> areErrorsPending{!firstErrors->empty()};
     if (areErrorsPending.load(std::memory_order_relaxed) && areErrorsPending.exchange(false)) {
         LogErrors(*firstErrors);

@@ -17,15 +17,15 @@ namespace {
 
 using namespace TellarInternal;
 
-// The parser calls itself for each level: far more than people write, far less than the
-// stack of any thread holds.
+// The parser calls itself for each level. The limit is far more than people write, and far less
+// than fits on the stack of a thread.
 constexpr std::size_t kMaximumDepth = 64;
 
-// A configuration is written by people; what is larger is some other file.
+// Configurations are written by people. A larger file is something else.
 constexpr std::uint64_t kMaximumFileSize = 16 * 1024 * 1024;
 
-// The parser takes half of an escaped surrogate pair for a character, which UTF-8 does not have.
-// Everything else in the text is known to be UTF-8.
+// The parser accepts half of an escaped surrogate pair, which UTF-8 cannot express. Everything else
+// in the text is valid UTF-8.
 bool HoldsHalfOfPair(std::string_view text) {
     for (std::size_t at = text.find('\xED'); at != std::string_view::npos;
          at = text.find('\xED', at + 1))
@@ -33,15 +33,15 @@ bool HoldsHalfOfPair(std::string_view text) {
     return false;
 }
 
-// A key as a message of one line shows it.
+// The key in quotes, on one line.
 std::string InQuotes(std::string_view key) {
     std::string quoted = "\"";
     AppendOnOneLine(quoted, key);
     return quoted + '"';
 }
 
-// Collects the values of one object under dotted keys. Every member returns whether the
-// parser shall go on; after a refusal, `reason` says why.
+// Receives the parser's events and collects the values of one object under dotted keys. Each event
+// returns whether the parser continues; after a refusal, `reason` says why.
 class ValueCollector : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, ValueCollector> {
 public:
     bool String(const char* text, rapidjson::SizeType length, bool) {
@@ -110,7 +110,7 @@ std::string ContentError(std::string_view text, std::size_t offset, const std::s
 
 bool ParseConfiguration(std::string_view text, const std::string& name, ConfigurationValues& values,
                         std::string& error) {
-    // The parser would take a zero byte for the end of the text.
+    // The parser takes a zero byte for the end of the text.
     const std::size_t zero = text.find('\0');
     if (zero != std::string_view::npos) {
         error = ContentError(text, zero, name, "A zero byte.");

@@ -13,7 +13,7 @@ using ConfigurationValues = std::map<std::string, std::string, std::less<>>;
 bool ReadConfigurationFile(const std::string& path, ConfigurationValues& values,
                            std::string& error);
 
-/// The same for a content that `name` stands for in the reason.
+/// The same for a text. The reason calls it `name`.
 bool ParseConfiguration(std::string_view text, const std::string& name, ConfigurationValues& values,
                         std::string& error);
 

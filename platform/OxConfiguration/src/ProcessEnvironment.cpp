@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-// POSIX leaves the declaration to its users.
+// POSIX requires programs to declare it.
 extern char** environ;
 
 std::map<std::string, std::string> EnvironmentVariablesWithPrefix(std::string_view prefix) {

@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-/// The environment variables whose names begin with `prefix` and go on after it, by their
-/// full names. The one place that lists the environment, which no standard call does.
+/// The environment variables whose names begin with `prefix` and have more characters, by their
+/// full names. No standard call lists the environment, so only this function does.
 std::map<std::string, std::string> EnvironmentVariablesWithPrefix(std::string_view prefix);
 
 #endif

@@ -20,7 +20,7 @@ constexpr const char* kFileVariable = "OX_ANALYTICS_FILE";
 
 enum class Phase { undecided, enabled, disabled };
 
-// Assigns the record as one line; false when JSON cannot express it.
+// Assigns the record as one line. Returns false when JSON cannot express it.
 bool FormatRecord(const std::string& name, const rapidjson::Value& value, std::string& line) {
     rapidjson::StringBuffer buffer;
     rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>,

@@ -19,7 +19,7 @@ bool Failed(std::string& reason) {
 
 bool AppendFile::open(const std::string& path, std::string& reason) {
     close();
-    // O_NONBLOCK: a named pipe without a reader is an error at once, not a renderer that waits.
+    // With O_NONBLOCK, a named pipe without a reader is an error and does not make a renderer wait.
     descriptor = ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0666);
     return isOpen() || Failed(reason);
 }

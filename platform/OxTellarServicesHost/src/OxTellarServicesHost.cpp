@@ -37,7 +37,7 @@ std::shared_ptr<TellarRuntime> OxTellarServicesHost::createRuntime() const {
 void OxTellarServicesHost::RegisterRuntimeInstance(const std::shared_ptr<TellarRuntime>& runtime,
                                                    const std::string& name) {
     Services& services = GetServices();
-    std::shared_ptr<TellarRuntime> previous; // let go outside of the lock
+    std::shared_ptr<TellarRuntime> previous; // destroyed after the lock is released
     const std::lock_guard<std::mutex> guard(services.lock);
     std::shared_ptr<TellarRuntime>& instance = services.instances[name];
     previous = std::move(instance);

@@ -45,13 +45,13 @@ TablePointer Overlaid(std::vector<ResolutionTableEntry> overlay) {
     return std::make_shared<const ResolutionTable>(std::move(entries));
 }
 
-// The knowledge about one file. It never changes.
+// The result of reading one file once. Immutable.
 struct FileTable {
-    // The file's state when its content was read. Empty when it changed meanwhile or could not be
-    // read.
+    // The state of the file when its content was read. Empty when it changed meanwhile or could not
+    // be read.
     std::optional<RegularFile::State> state;
     TablePointer table; // empty when the file cannot be read or its content is wrong
-    std::string error;  // why
+    std::string error;  // the reason
 };
 
 FileTable ReadTable(const std::string& path) {
@@ -74,20 +74,19 @@ FileTable ReadTable(const std::string& path) {
     return result;
 }
 
-// One file that was asked for. A file that stays as it is costs each question one look at its
-// state and no lock that others hold for longer than it takes to copy a pointer.
+// One file, read again when it has changed. As long as it does not change, a request costs one look
+// at its state and no lock that is held for longer than it takes to copy a pointer.
 class WatchedFile {
 public:
     explicit WatchedFile(std::string path) : path(std::move(path)) {}
 
-    /// Assigns what is to be logged to `news`, if anything is. That is left to the caller, outside
-    /// of the lock, as a log sink may ask for a table itself.
+    /// Assigns to `news` an error that has not been logged yet. The caller logs it after the lock
+    /// is released, because a log sink may ask for a table.
     TablePointer get(std::string& news) {
         const std::shared_ptr<const FileTable> seen = std::atomic_load(&known);
         if (isUnchanged(*seen)) return seen->table;
 
-        // Held while the file is read, so that each change is read, and its error told, by one
-        // thread only.
+        // Held while the file is read, so that one thread reads each change and reports its error.
         const std::lock_guard<std::mutex> lock(reading);
         const std::shared_ptr<const FileTable> before = std::atomic_load(&known);
         if (before != seen && isUnchanged(*before)) return before->table;
@@ -105,13 +104,13 @@ public:
 
 private:
     bool isUnchanged(const FileTable& table) const {
-        std::string ignored; // reading the file tells the same
+        std::string ignored; // reading the file gives the same reason
         return table.state && RegularFile::StateOf(path, ignored) == table.state;
     }
 
     const std::string path;
     std::mutex reading;
-    // Reached through std::atomic_load and std::atomic_store only.
+    // Accessed only through std::atomic_load and std::atomic_store.
     std::shared_ptr<const FileTable> known = std::make_shared<FileTable>();
 };
 

@@ -15,8 +15,8 @@
 
 namespace {
 
-// Makes formats of the parser's events, which it refuses by throwing. Nothing is nested more
-// than two objects deep, so the parser never calls itself more often.
+// Turns the parser's events into formats, and throws at events that do not belong in a table. It
+// accepts at most two nested objects, which bounds how often the parser calls itself.
 class FormatCollector : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, FormatCollector> {
 public:
     bool StartObject() {
@@ -44,7 +44,7 @@ public:
     bool Null() { refuse("null"); }
     bool StartArray() { refuse("an array"); }
 
-    /// What to put in front of a fault of the text itself: the format that it is in, if any.
+    /// The beginning of a message about a syntax error: the format that contains it, if any.
     std::string context() const {
         return level == Level::member ? QuotedForMessage(name) + ": " : std::string();
     }
@@ -52,7 +52,7 @@ public:
     std::vector<ResolutionTableEntry> formats;
 
 private:
-    // Which values come next: the file's object, formats, or the members of a format.
+    // The values that come next: the object of the file, formats, or members of a format.
     enum class Level { file, formats, member };
 
     static std::string shortened(std::string_view number) {
@@ -123,8 +123,8 @@ private:
     Level level = Level::file;
     std::unordered_set<std::string> names;
     std::string name;                     // of the format that is being read
-    std::string member;                   // of it, that is being read
-    std::map<std::string, double> values; // of the members that were read
+    std::string member;                   // the one that is being read
+    std::map<std::string, double> values; // by member
 };
 
 void Parse(rapidjson::MemoryStream& stream, std::size_t size, FormatCollector& collector) {

@@ -17,7 +17,7 @@ constexpr const char* kPixelAspectRule = "a finite number above 0";
 
 constexpr std::size_t kMaximumQuotedSize = 64; // bytes
 
-// Of the control character that the text begins with, in bytes; 0 when it begins with another.
+// The size in bytes of the control character that the text begins with; 0 when it begins with none.
 std::size_t ControlCharacterSize(std::string_view text) {
     const auto first = static_cast<unsigned char>(text[0]);
     if (first < 0x20 || first == 0x7F) return 1;
@@ -44,7 +44,7 @@ bool HasControlCharacter(std::string_view text) {
 std::string NumberText(double number) {
     std::ostringstream text;
     text.imbue(std::locale::classic());
-    text.exceptions(std::ios::badbit); // or there would be no text without memory
+    text.exceptions(std::ios::badbit); // throws when memory runs out
     text << number;
     return text.str();
 }

@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-// What the parts of a format must be. Each function throws std::runtime_error when one is not:
-// "<name>": <what> is <value>; it must be <rule>.
+// The rules for the parts of a format. Each function throws std::runtime_error for a part that
+// breaks its rule: "<name>": <what> is <value>; it must be <rule>.
 
 void CheckFormatName(std::string_view name);
 
@@ -14,15 +14,15 @@ void CheckFormatSize(std::string_view name, std::string_view what, int size);
 
 void CheckPixelAspect(std::string_view name, double pixelAspect);
 
-/// Two sizes that are right each by itself.
+/// Checks two sizes together, each of which is valid alone.
 void CheckPixelCount(std::string_view name, int width, int height);
 
-/// For a value that is not even of the right type: `value` is how to show it.
+/// Throws for a value of a wrong type, which the message shows as `value`.
 [[noreturn]] void RefuseFormatMember(std::string_view name, std::string_view member,
                                      std::string_view value);
 
-/// Text from outside as error messages show it: in double quotes, with control characters as
-/// \xNN for each byte, and "..." for the end of a long one.
+/// The text as error messages show it: in double quotes, with \xNN for each byte of a control
+/// character and "..." for the end of a long text.
 std::string QuotedForMessage(std::string_view text);
 
 #endif

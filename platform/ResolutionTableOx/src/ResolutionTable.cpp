@@ -10,10 +10,10 @@
 
 namespace {
 
-// More letters to change than this make a different name, not a slip.
+// A name that differs in more letters is not a misspelling.
 constexpr std::size_t kMaximumDistance = 3;
 
-// More would be a list to read, not a hint.
+// A hint names only a few.
 constexpr std::size_t kMaximumSuggestions = 3;
 
 std::string LowerCase(std::string_view text) {
@@ -24,9 +24,10 @@ std::string LowerCase(std::string_view text) {
     return result;
 }
 
-// How many bytes must be inserted, removed or replaced to make one text of the other.
+// The number of bytes to insert, remove or replace to turn one text into the other.
 std::size_t EditDistance(std::string_view from, std::string_view to) {
-    // distances[i]: from all that was read of `from` to the first i bytes of `to`.
+    // distances[i] is the distance from the part of `from` read so far to the first i bytes of
+    // `to`.
     std::vector<std::size_t> distances(to.size() + 1);
     std::iota(distances.begin(), distances.end(), std::size_t{0});
     for (const char c : from) {
@@ -40,7 +41,7 @@ std::size_t EditDistance(std::string_view from, std::string_view to) {
     return distances.back();
 }
 
-// The names closest to one that is missing, the closest first.
+// The names most similar to a missing one, the most similar first.
 std::vector<std::string> SimilarNames(const std::vector<ResolutionTableEntry>& entries,
                                       const std::string& missing) {
     const std::string wanted = LowerCase(missing);
@@ -48,7 +49,7 @@ std::vector<std::string> SimilarNames(const std::vector<ResolutionTableEntry>& e
     std::vector<std::pair<std::size_t, std::string>> found;
     for (const ResolutionTableEntry& entry : entries) {
         const std::string& name = entry.getName();
-        // Cheap, and it keeps the rest cheap however long the missing name is.
+        // A cheap test first, which bounds the cost for a long missing name.
         if (name.size() > wanted.size() + limit || wanted.size() > name.size() + limit) continue;
         const std::size_t distance = EditDistance(wanted, LowerCase(name));
         if (distance <= limit) found.emplace_back(distance, name);

@@ -12,8 +12,8 @@ class OXASSETHOST_API OxAssetPlugin {
 public:
     virtual ~OxAssetPlugin();
 
-    /// `mustResolve`: a reference that cannot be resolved throws std::runtime_error, which names
-    /// the reference and why; otherwise it comes back as it is.
+    /// A reference that cannot be resolved is returned as it is, or with `mustResolve` throws
+    /// std::runtime_error, which names the reference and the reason.
     virtual std::string resolvePath(const std::string& reference, int frame,
                                     bool mustResolve) const = 0;
 };
@@ -21,11 +21,11 @@ public:
 /// The asset plug-ins of this process. Threads: any.
 class OXASSETHOST_API OxAssetPluginManager {
 public:
-    /// Never null. The one set last, or else the built-in one (docs/assets.md). That one reads the
-    /// environment, which nobody may change while it resolves.
+    /// The plug-in set last, or else the built-in one (docs/assets.md); never null. The built-in
+    /// one reads the environment, which must not change while it resolves.
     static std::shared_ptr<const OxAssetPlugin> getDefaultAssetPlugin();
-    /// Lets a host resolve references its own way; null restores the built-in plug-in. The one
-    /// before goes away when the last caller who holds it lets go of it.
+    /// Lets a host resolve references its own way; null restores the built-in plug-in. The previous
+    /// plug-in is destroyed when its last user releases it.
     static void setDefaultAssetPlugin(std::shared_ptr<const OxAssetPlugin> plugin);
 
     OxAssetPluginManager() = delete;

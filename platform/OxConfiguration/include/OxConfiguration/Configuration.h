@@ -11,7 +11,7 @@
 /// There is one object, which Config() returns.
 ///
 /// The files are those that the environment variable OX_CONFIG_FILE names, separated by ':'
-/// (on Windows ';'); empty entries mean nothing. A key has the value of the first file that
+/// (on Windows ';'); empty entries are ignored. A key has the value of the first file that
 /// has it. Each file holds one object; the members of nested objects have dotted keys
 /// ("cache.limit"), numbers and booleans count as their text. If anything in a file is wrong,
 /// all of that file is ignored, the others are not, and one error is logged by "Configuration"
@@ -22,8 +22,8 @@
 /// OX_CONFIG_cache_limit overrides "cache.limit". The key "FILE" alone cannot be overridden:
 /// its variable names the files.
 ///
-/// Both are read when Config() is first called and again by reload() only. Any number of
-/// threads may use the object at once, also during a reload.
+/// Files and environment are read when Config() is first called, and again only by reload().
+/// Any number of threads may use the object at once, also during a reload.
 class OXCONFIGURATION_API Configuration {
 public:
     /// Whether the key has a value, which may be an empty one.
@@ -32,13 +32,13 @@ public:
     /// The key's value; empty when it has none.
     std::string get(const std::string& key) const;
 
-    /// What the values come from: the paths of the files that could be read, as they were
+    /// The sources of the values: the paths of the files that could be read, as they were
     /// named and in the order searched, then the names of the environment variables in
     /// alphabetical order.
     std::vector<std::string> sources() const;
 
     /// Reads the files and the environment again. Callers see either all of the old values
-    /// or all of the new ones. Nobody may change the environment meanwhile.
+    /// or all of the new ones. The environment must not change meanwhile.
     void reload();
 
     Configuration(const Configuration&) = delete;

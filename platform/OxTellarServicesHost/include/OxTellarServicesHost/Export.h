@@ -1,7 +1,7 @@
 #ifndef OXTELLARSERVICESHOST_EXPORT_H
 #define OXTELLARSERVICESHOST_EXPORT_H
 
-/// Marks what libOxTellarSDK exports; everything else in it is hidden.
+/// Marks what libOxTellarServicesHost exports; everything else in it is hidden.
 #if defined(_WIN32)
 #if defined(OXTELLARSERVICESHOST_EXPORTS)
 #define OXTELLARSERVICESHOST_API __declspec(dllexport)

@@ -8,22 +8,21 @@
 #include <OxTellarSDK/TellarRuntime.h>
 #include <OxTellarServicesHost/Export.h>
 
-/// Where runtimes come from. Objects keep nothing of their own. The first one loads the plug-ins
-/// that are there; further ones are cheap to construct.
-/// Threads: everything may be called from any number of threads.
+/// Creates runtimes and registers them by name. Objects have no state. The first one loads the
+/// plug-ins; further ones are cheap to construct. Any number of threads may call any function.
 class OXTELLARSERVICESHOST_API OxTellarServicesHost {
 public:
-    /// Loads plug-ins that have not been loaded, and asks them for their op types. Their code may
-    /// open scenes itself, so hold no lock that this needs.
+    /// Loads plug-ins that are not loaded yet and asks them for their op types. Plug-ins may open
+    /// scenes meanwhile, so the caller must not hold a lock that this needs.
     OxTellarServicesHost();
 
-    /// A new runtime, owned by the caller; null when there is none to be had.
+    /// Returns a new runtime, owned by the caller, or null when none can be made.
     std::shared_ptr<TellarRuntime> createRuntime() const;
 
-    /// Publishes a runtime of the process under a name; null takes the name away again.
+    /// Registers a runtime under a name. Null removes the name.
     static void RegisterRuntimeInstance(const std::shared_ptr<TellarRuntime>& runtime,
                                         const std::string& name);
-    /// Null when no runtime has the name.
+    /// Returns null when no runtime has the name.
     static std::shared_ptr<TellarRuntime> GetRuntimeInstance(const std::string& name);
 
     using RuntimeFactory = std::function<std::shared_ptr<TellarRuntime>()>;

@@ -34,13 +34,13 @@ class RESOLUTIONTABLEOX_API ResolutionTable {
 public:
     /// The entry lives as long as the table. Throws std::runtime_error "no resolution is named
     /// '<name>'" for a name that is not in the table, followed by "; did you mean '<a>', '<b>' or
-    /// '<c>'?" when there are names like it. Names are told apart byte by byte.
+    /// '<c>'?" when there are similar names. Names are compared byte by byte.
     const ResolutionTableEntry& getResolution(const std::string& name) const;
 
-    /// In the order of the table: built-in ones first, then those of the file.
+    /// The built-in entries, then those of the file.
     const std::vector<ResolutionTableEntry>& getEntries() const { return entries; }
 
-    /// Of entries of one name, getResolution finds the first.
+    /// When several entries have one name, getResolution finds the first.
     explicit ResolutionTable(std::vector<ResolutionTableEntry> entries);
 
 private:
@@ -52,7 +52,7 @@ private:
 /// configuration key "RESOLUTION_TABLE" names, if any.
 ///
 /// Empty when the file cannot be read or anything in it is wrong; the logger "ResolutionTable"
-/// then tells file, place and reason at error level, once until the file changes. A file is read
+/// then reports file, place and reason as an error, once until the file changes. A file is read
 /// again only when its size or the time of its last change has changed. Threads: any.
 RESOLUTIONTABLEOX_API std::shared_ptr<const ResolutionTable> GetResolutionTable(const char* file);
 
