@@ -102,7 +102,7 @@ TEST(Damage, AGroupThatReachesIntoItsSiblingIsRefused) {
     const std::uint32_t stolen = EntryAt(file, first, 0).childUnit;
     SetChildUnit(file, second, 0, stolen);
     // Its own region, stretched over that of its sibling, so that the thief itself looks sound.
-    ContainerBytes::SetValueAt(file, second * 16ull + offsetof(Node, tupleSize), std::uint32_t(4));
+    ContainerBytes::SetValueAt(file, second * 16ull + offsetof(Node, firstUnit), std::uint32_t(4));
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("a group lies outside of its parent"));
 }
 
@@ -168,7 +168,7 @@ std::string FileOfNames(const std::vector<std::string>& names) {
     ContainerBytes::SetValueAt(node, offsetof(Node, flags), std::uint8_t(kInFile | kGroupInherit));
     ContainerBytes::SetValueAt(node, offsetof(Node, depth), std::uint16_t(1));
     ContainerBytes::SetValueAt(node, offsetof(Node, unit), root);
-    ContainerBytes::SetValueAt(node, offsetof(Node, tupleSize), root);
+    ContainerBytes::SetValueAt(node, offsetof(Node, firstUnit), root);
     ContainerBytes::SetValueAt(node, offsetof(Node, count), std::uint64_t(names.size()));
     return ContainerBytes::WithFrame(values + node + entries + indices, root);
 }

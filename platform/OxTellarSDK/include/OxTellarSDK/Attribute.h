@@ -14,24 +14,27 @@
 #include <OxTellarSDK/AttributeTypes.h>
 #include <OxTellarSDK/Export.h>
 
-/// The header of every attribute value. The library's own, and public only so that a look at it
-/// costs no call.
+/// The header of every attribute value. For the library's own use; it is public so that inline
+/// functions can read it.
 struct OxAttributeStruct {
     mutable std::atomic<std::uint32_t> refCount; // 0 in a file
     std::int8_t type;
     std::uint8_t flags;
-    std::uint16_t depth;     // groups: levels of groups from here down, at least 1
-    std::uint32_t unit;      // in a file: own offset in units
-    std::uint32_t tupleSize; // groups in a file: first unit of the region of their descendants
-    std::uint64_t count;     // values a sample, or children
-    std::uint32_t timeCount; // 0 for groups and null
+    std::uint16_t depth; // groups: levels of groups from here down, at least 1; otherwise 0
+    std::uint32_t unit;  // in a file: own offset in units; otherwise 0
+    union {
+        std::uint32_t tupleSize; // data; 0 for null
+        std::uint32_t firstUnit; // groups in a file: start of the region of their descendants
+    };
+    std::uint64_t count;     // data: values in one time sample; groups: children
+    std::uint32_t timeCount; // data: time samples; otherwise 0
     std::uint32_t reserved;  // 0
 };
 
 namespace OxAttribute {
 
-/// 128-bit content hash. Equal attributes have equal hashes on every machine and
-/// in every process; the value never depends on where an attribute is stored.
+/// 128-bit content hash. Equal attributes have equal hashes on every machine and in every process,
+/// wherever they are stored.
 struct Hash {
     std::uint64_t words[2] = {0, 0};
 
@@ -51,10 +54,9 @@ struct Hash {
 
 /// A counted handle onto an immutable value, or onto nothing ("invalid").
 ///
-/// One pointer wide. Copying shares the value. A value may live in memory of its
-/// own or inside an open attribute file, which the handle then keeps open; the
-/// difference shows nowhere in the interface. Reading a value that lies in a
-/// damaged file throws std::runtime_error saying what is damaged.
+/// One pointer wide. Copying shares the value. A value lies in memory of its own or in an open
+/// attribute file, which the handle then keeps open; both have the same interface. Reading a value
+/// that lies in a damaged file throws std::runtime_error saying what is damaged.
 ///
 /// Threads: values never change, so any number of threads may read one and copy
 /// handles to it. One handle object is for one thread at a time, like a pointer.
@@ -85,36 +87,36 @@ public:
         return handle ? static_cast<AttributeType>(handle->type) : kAttributeTypeInvalid;
     }
 
-    /// Computed on first need and kept with the value (for values inside a file it
-    /// is computed anew). The zero hash for an invalid handle.
+    /// The content hash; the zero hash for an invalid handle. It is computed on first need and kept
+    /// with a value in memory. For a value in a file it may be computed again.
     Hash getHash() const;
-    /// The hash that getHash returns, if it has been computed and is kept with the value; otherwise
-    /// the zero hash. A value inside a file never keeps one. Does not read the value.
+    /// The hash that getHash has computed and kept with the value; the zero hash if there is none,
+    /// and for every value in a file. Does not read the value.
     Hash getKeptHash() const noexcept;
 
     /// The value as XML text that ParseAttributeXml turns back into an equal value.
     /// Empty for an invalid handle.
     std::string getXML() const;
 
-    /// Equal content (type, tuple size, times, values bit by bit; for groups names,
-    /// order and inheritance as well). Two invalid handles are equal.
+    /// True for equal content: type, tuple size, times, and values bit by bit; for groups names,
+    /// order and inheritance as well. Two invalid handles are equal.
     friend bool operator==(const Attribute& a, const Attribute& b) {
         return a.handle == b.handle || (a.isValid() && b.isValid() && a.getHash() == b.getHash());
     }
     friend bool operator!=(const Attribute& a, const Attribute& b) { return !(a == b); }
 
-    /// Reads one attribute stream. `read` is called with `stream` until it has
-    /// delivered the whole of it; with FileStream::read a large plain file is kept open
-    /// instead, and read as it is used (or mapped: configuration key MAP_FILES_ABOVE).
-    /// `flags` must be 0. A stream that holds no byte at all gives an invalid attribute;
-    /// a damaged one throws std::runtime_error naming the file (if known) and the damage.
+    /// Reads one attribute stream. `read` is called with `stream` until it has delivered all of it.
+    /// With FileStream::read, a large plain file is kept open instead, and read as it is used (or
+    /// mapped: configuration key MAP_FILES_ABOVE). `flags` must be 0. An empty stream gives an
+    /// invalid attribute; a damaged one throws std::runtime_error naming the file (if known) and
+    /// the damage.
     static Attribute readAttributeStream(void* stream, StreamRead read, int flags);
 
     /// Writes the attribute as a stream. Throws std::runtime_error when `write`
     /// takes fewer bytes than it was given, or when the attribute is invalid.
     void writeAttributeStream(void* stream, StreamWrite write) const;
 
-    /// Shares the value of a C handle: adds one reference. Null gives an invalid one.
+    /// Shares the value of a C handle by adding a reference. Null gives an invalid attribute.
     static Attribute CreateAndRetain(OxAttributeStruct* handle) noexcept {
         if (handle) retain(handle);
         return CreateAndSteal(handle);
@@ -125,7 +127,7 @@ public:
         attribute.handle = handle;
         return attribute;
     }
-    /// The C handle, owned by this object still.
+    /// The C handle, which this object still owns.
     OxAttributeStruct* getHandle() const noexcept { return handle; }
     /// The C handle with one more reference, owned by the caller.
     OxAttributeStruct* getRetainedHandle() const noexcept {
@@ -139,7 +141,7 @@ public:
     static void release(OxAttributeStruct* handle) noexcept;
 
 protected:
-    /// Keeps `other`'s value only if it is of the type wanted.
+    /// Takes `other`'s value if it is of the wanted type; otherwise invalid.
     Attribute(const Attribute& other, AttributeType wanted) noexcept
         : Attribute(other.getType() == wanted ? other : Attribute()) {}
     Attribute(Attribute&& other, AttributeType wanted) noexcept
@@ -209,24 +211,24 @@ private:
     std::int64_t count = 0;
 };
 
-/// What numeric and string attributes share: values in tuples, at one or more times.
-/// All queries of an invalid handle answer 0.
+/// A numeric or string attribute: values in tuples, at one or more times. All queries of an invalid
+/// handle return 0, except where they say otherwise.
 class OXTELLARSDK_API DataAttribute : public Attribute {
 public:
     DataAttribute() noexcept = default;
 
-    /// Values that belong together, 3 for a point, say.
+    /// The number of values that belong together, such as 3 for a point.
     std::int64_t getTupleSize() const noexcept { return handle ? handle->tupleSize : 0; }
-    /// Values in one time sample.
+    /// The number of values in one time sample.
     std::int64_t getNumberOfValues() const noexcept {
         return handle ? static_cast<std::int64_t>(handle->count) : 0;
     }
     std::int64_t getNumberOfTuples() const noexcept;
     std::int64_t getNumberOfTimeSamples() const noexcept { return handle ? handle->timeCount : 0; }
-    /// Ascending. `index` out of range gives 0.
+    /// Times ascend with `index`. Returns 0 when `index` is out of range.
     float getSampleTime(std::int64_t index) const noexcept;
-    /// The index of the sample nearest to `time`, the earlier one of two as near;
-    /// -1 for an invalid handle.
+    /// The index of the sample nearest to `time`; of two that are equally near, the earlier one.
+    /// Returns -1 for an invalid handle.
     std::int64_t getNearestSampleIndex(float time) const noexcept;
 
 protected:
@@ -246,7 +248,7 @@ public:
                                                                            : kAttributeTypeDouble;
 
     NumericAttribute() noexcept = default;
-    /// Invalid when `other` is of another type: nothing is converted.
+    /// Invalid when `other` is of another type; values are not converted.
     NumericAttribute(const Attribute& other) noexcept : DataAttribute(other, kType) {}
     NumericAttribute(Attribute&& other) noexcept : DataAttribute(std::move(other), kType) {}
 
@@ -256,18 +258,19 @@ public:
         : NumericAttribute(values.begin(), static_cast<std::int64_t>(values.size()), tupleSize) {}
     NumericAttribute(const std::vector<T>& values, std::int64_t tupleSize)
         : NumericAttribute(values.data(), static_cast<std::int64_t>(values.size()), tupleSize) {}
-    /// One sample a time; throws "Error building attribute time samples are different
-    /// sizes." unless all have as many values. An empty map gives one empty sample.
+    /// One sample for each time. Throws std::runtime_error "Error building attribute time samples
+    /// are different sizes." unless all have the same number of values. An empty map gives one
+    /// empty sample.
     NumericAttribute(const std::map<float, std::vector<T>>& samples, std::int64_t tupleSize);
-    /// `timeCount` strictly ascending times, and `timeCount` runs of `count` values.
+    /// Takes `timeCount` strictly ascending times, and `count` values for each of them.
     NumericAttribute(const float* times, std::int64_t timeCount, const T* values,
                      std::int64_t count, std::int64_t tupleSize);
 
-    /// The first value of the sample nearest to time 0. Without one: `defaultValue`,
-    /// or std::runtime_error "Attribute has no value." when `throwOnError`.
+    /// The first value of the sample nearest to time 0. If there is none, returns `defaultValue`,
+    /// or throws std::runtime_error "Attribute has no value." when `throwOnError`.
     T getValue(T defaultValue = T(), bool throwOnError = true) const;
 
-    /// Empty for an invalid handle.
+    /// The sample nearest to `time`; empty for an invalid handle.
     ConstSample<T> getNearestSample(float time) const&;
     ConstSample<T> getNearestSample(float time) &&;
 
@@ -303,26 +306,25 @@ public:
     StringAttribute(const std::vector<std::string>& values, std::int64_t tupleSize);
     StringAttribute(std::initializer_list<std::string_view> values, std::int64_t tupleSize)
         : StringAttribute(values.begin(), static_cast<std::int64_t>(values.size()), tupleSize) {}
-    /// As for numbers: all samples as many values, or the same std::runtime_error.
+    /// As for NumericAttribute.
     StringAttribute(const std::map<float, std::vector<std::string>>& samples,
                     std::int64_t tupleSize);
 
-    /// As for numbers.
+    /// As NumericAttribute::getValue.
     std::string getValue(const std::string& defaultValue = std::string(),
                          bool throwOnError = true) const;
-    /// The value that getValue("", false) copies, in place: it lives as long as the
-    /// attribute's value does.
+    /// The same as getValue("", false) without a copy. It lives as long as the attribute's value.
     std::string_view getValueView() const noexcept { return getValueView(0); }
-    /// Value `index` of the sample nearest to time 0, in place; empty when out of range.
+    /// Value `index` of the sample nearest to time 0, without a copy; empty when out of range.
     std::string_view getValueView(std::int64_t index) const noexcept;
 
     ConstStringSample getNearestSample(float time) const&;
     ConstStringSample getNearestSample(float time) &&;
-    /// Sample by index; empty when out of range.
+    /// The sample with this index; empty when out of range.
     ConstStringSample getSample(std::int64_t index) const;
 };
 
-/// A value that says only that it is there.
+/// A value without content.
 class OXTELLARSDK_API NullAttribute : public Attribute {
 public:
     NullAttribute();
@@ -331,9 +333,9 @@ public:
 
 /// Named children in a fixed order, names unique.
 ///
-/// Children are found by dotted path ("geometry.point.P"); a child whose own name
-/// holds a dot is reached by findChild or by index only. A group says whether it
-/// inherits: whether the same group on a parent location shows through it.
+/// Children are found by dotted path ("geometry.point.P"). A child whose own name contains a dot is
+/// found by findChild or by index only. A group that inherits shows the children of the same group
+/// on the parent location, except those that it has itself.
 class OXTELLARSDK_API GroupAttribute : public Attribute {
 public:
     using Child = std::pair<std::string, Attribute>;
@@ -344,25 +346,25 @@ public:
 
     /// An empty group.
     explicit GroupAttribute(bool groupInherit);
-    /// Names are taken as they are, dots included. Invalid children are left out; of
-    /// two with one name the last wins and takes the first one's place. Throws
-    /// std::runtime_error when the result would be nested deeper than kMaxGroupDepth.
+    /// Names are taken as they are, dots included. Invalid children are left out. Of two children
+    /// with one name the last wins and takes the place of the first. Throws std::runtime_error when
+    /// the result would be nested deeper than kMaxGroupDepth.
     GroupAttribute(const std::vector<Child>& children, bool groupInherit);
 
     std::int64_t getNumberOfChildren() const noexcept {
         return handle ? static_cast<std::int64_t>(handle->count) : 0;
     }
-    /// Empty when out of range.
+    /// Returns an empty name when `index` is out of range.
     std::string getChildName(std::int64_t index) const;
-    /// The name in place, followed by a NUL byte; lives as long as the group's value.
+    /// The name without a copy. A NUL byte follows it. It lives as long as the group's value.
     std::string_view getChildNameView(std::int64_t index) const noexcept;
-    /// Invalid when out of range.
+    /// Returns an invalid attribute when `index` is out of range.
     Attribute getChildByIndex(std::int64_t index) const;
-    /// By dotted path, without allocating; invalid when there is none.
+    /// The child at a dotted path; invalid when there is none. Does not allocate.
     Attribute getChildByName(std::string_view path) const;
     /// The index of the child with just this name, or -1.
     std::int64_t findChild(std::string_view name) const noexcept;
-    /// As findChild, looking at `hint` first: finds the next one of a run for free.
+    /// The same, looking at index `hint` first.
     std::int64_t findChild(std::string_view name, std::int64_t hint) const noexcept;
     /// True for an invalid handle.
     bool getGroupInherit() const noexcept;

@@ -9,28 +9,27 @@
 
 namespace OxAttribute {
 
-/// What kind of file this is, told by its first bytes (behind compression, if any).
+/// The kind of a file according to its first bytes, decompressed if necessary.
 enum class FileKind { Unknown, AttributeStream, OpFile };
 
-/// Throws std::runtime_error naming the file when it cannot be read.
+/// The kind of a file. Throws std::runtime_error naming the file when it cannot be read.
 OXTELLARSDK_API FileKind ProbeFile(const std::string& path);
 /// The same for a file that is open and has not been read; rewinds it.
 OXTELLARSDK_API FileKind ProbeFile(FileStream& stream);
 
-/// Writes a whole file in one go: a new file is written beside it and renamed over it
-/// only when complete, so nothing is ever half-written. With `compress`, as zstd.
-/// Throws std::runtime_error naming the file and the system's reason.
+/// Writes a file, compressed with zstd if `compress`. A new file is written beside it and renamed
+/// when it is complete, so readers never see a part of it. Throws std::runtime_error naming the
+/// file and the system's reason.
 OXTELLARSDK_API void WriteAttributeFile(const std::string& path, const Attribute& attribute,
                                         bool compress = false);
 
-/// Writes an op-tree description as a serialised op file. Throws std::runtime_error
-/// naming the Op at fault when the description is no op tree: a child that is no group,
-/// an input that names no Op, no Op at all.
+/// Writes an op-tree description as a serialised op file. Throws std::runtime_error naming the Op
+/// at fault when the description is not an op tree: when it is empty, a child is not a group, or an
+/// input does not name an Op.
 OXTELLARSDK_API void WriteOpFile(const std::string& path, const GroupAttribute& description,
                                  bool compress = false);
 
-/// Reads an op file's op tree back as a description. Throws as WriteOpFile and
-/// Attribute::readAttributeStream do.
+/// The description in an op file. Throws as WriteOpFile and Attribute::readAttributeStream do.
 OXTELLARSDK_API GroupAttribute ReadOpFile(const std::string& path);
 OXTELLARSDK_API GroupAttribute ReadOpFile(FileStream& stream);
 

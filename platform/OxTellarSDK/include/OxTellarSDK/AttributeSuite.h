@@ -13,11 +13,10 @@ extern "C" {
 #endif
 
 /* Suite "AttributeHost", version 1. The order of the slots is the contract: this struct is never
-   edited again, a new entry makes OxAttributeSuite_v2. A handle that is returned carries one
-   reference owned by the caller. A null handle is accepted everywhere and yields null or 0, as
-   does a value of another type than the entry is for, and damage in a file that the value lies in.
-   Borrowed pointers live as long as a reference to the handle they came from. All entries may be
-   called from any thread; none lets an exception out. */
+   changed, and a new entry makes OxAttributeSuite_v2. A returned handle carries one reference owned
+   by the caller. An entry yields null or 0 for a null handle, for a value of the wrong type, and
+   for a value in a damaged file. Borrowed pointers live as long as a reference to the handle that
+   they came from. Any thread may call any entry; no entry throws. */
 typedef struct OxAttributeSuite_v1 {
     /* 0 Adds one reference. */
     void (*retain)(OxAttributeStruct* attribute);
@@ -30,16 +29,16 @@ typedef struct OxAttributeSuite_v1 {
     /* 4 1 when both have equal content, else 0. */
     int32_t (*isEqual)(const OxAttributeStruct* a, const OxAttributeStruct* b);
 
-    /* 5 Values that belong together. */
+    /* 5 The number of values that belong together, such as 3 for a point. */
     int64_t (*getTupleSize)(const OxAttributeStruct* data);
-    /* 6 Values in one time sample. */
+    /* 6 The number of values in one time sample. */
     int64_t (*getNumberOfValues)(const OxAttributeStruct* data);
     /* 7 */
     int64_t (*getNumberOfTimeSamples)(const OxAttributeStruct* data);
-    /* 8 Ascending; 0 when out of range. */
+    /* 8 Times ascend with the index; 0 when out of range. */
     float (*getSampleTime)(const OxAttributeStruct* data, int64_t index);
-    /* 9 10 11 Borrowed values of the sample nearest to `time`; their number goes to *count, which
-       may be null. */
+    /* 9 10 11 Borrowed values of the sample nearest to `time`. Writes their number to *count unless
+       `count` is null. */
     const int32_t* (*getIntSample)(const OxAttributeStruct* data, float time, int64_t* count);
     const float* (*getFloatSample)(const OxAttributeStruct* data, float time, int64_t* count);
     const double* (*getDoubleSample)(const OxAttributeStruct* data, float time, int64_t* count);
@@ -66,19 +65,19 @@ typedef struct OxAttributeSuite_v1 {
     OxAttributeStruct* (*createString)(const char* const* values, int64_t count, int64_t tupleSize);
     /* 22 */
     OxAttributeStruct* (*createNull)(void);
-    /* 23 A group of `count` children, borrowed; null ones are left out. */
+    /* 23 A group of `count` children, borrowed; null children are left out. */
     OxAttributeStruct* (*createGroup)(const char* const* names, OxAttributeStruct* const* children,
                                       int64_t count, int32_t inherit);
     /* 24 The XML text as a string attribute. */
     OxAttributeStruct* (*getXml)(const OxAttributeStruct* attribute);
 } OxAttributeSuite_v1;
 
-/* The suite that is set up in this process, or null before the host has set one up. */
+/* The suite that the host has set up in this process; null before. */
 OXTELLARSDK_API const OxAttributeSuite_v1* OxGetAttributeSuite(void);
-/* Sets up the suite for the process; null takes it away again. Hosts call it once at their start,
-   usually with OxGetBuiltInAttributeSuite(). */
+/* Sets up the suite for the process; null removes it. Hosts call it once when they start, usually
+   with OxGetBuiltInAttributeSuite(). */
 OXTELLARSDK_API void OxSetAttributeSuite(const OxAttributeSuite_v1* suite);
-/* The suite over this library's attributes. */
+/* The suite for this library's attributes. */
 OXTELLARSDK_API const OxAttributeSuite_v1* OxGetBuiltInAttributeSuite(void);
 
 #ifdef __cplusplus

@@ -12,7 +12,7 @@ namespace OxAttribute {
 
 /// Reads an op-tree description written as JSON (docs/description-json.md). Throws
 /// std::runtime_error "<source>:<line>:<column>: ..." naming the Op at fault. Relative
-/// file arguments are taken relative to `directory`.
+/// file arguments are relative to `directory`.
 OXTELLARSDK_API GroupAttribute ParseDescriptionJson(std::string_view text,
                                                     const std::string& source,
                                                     const std::string& directory);
@@ -23,8 +23,9 @@ OXTELLARSDK_API GroupAttribute ReadDescriptionJsonFile(FileStream& stream);
 /// std::runtime_error naming the Op that cannot be written.
 OXTELLARSDK_API std::string WriteDescriptionJson(const GroupAttribute& description);
 
-/// Any attribute as JSON: plain where plain JSON reads back equal, else the typed form
-/// of the same document. `indent` spaces a level, -1 for one line.
+/// Any attribute as JSON: plain JSON where it reads back as an equal attribute, otherwise the typed
+/// form that docs/description-json.md describes. Each level is indented by `indent` spaces; -1
+/// writes everything in one line.
 OXTELLARSDK_API std::string WriteAttributeJson(const Attribute& attribute, int indent = 2);
 
 } // namespace OxAttribute

@@ -14,16 +14,16 @@ enum BuilderMode {
     BuilderModeStrict = 1  ///< single names, taken as they are
 };
 
-/// What build leaves in the builder.
+/// The state of the builder after build.
 enum BuilderBuildMode {
-    BuildAndFlush = 0, ///< nothing: the builder is empty again
-    BuildAndRetain = 1 ///< everything: building may go on
+    BuildAndFlush = 0, ///< the builder is empty
+    BuildAndRetain = 1 ///< the builder keeps its children, and more can be added
 };
 
 /// Collects children and makes a GroupAttribute of them. For one thread at a time.
 ///
-/// The last set of a name wins and keeps the place of the first one. Setting a path
-/// through a child that is no group replaces that child by a group.
+/// A name that is set twice has the last value, at the place of the first. Setting a path below a
+/// child that is not a group replaces that child with a group.
 class OXTELLARSDK_API GroupBuilder {
 public:
     explicit GroupBuilder(BuilderMode mode = BuilderModeNormal);
@@ -31,18 +31,18 @@ public:
     GroupBuilder& operator=(GroupBuilder&&) noexcept;
     ~GroupBuilder();
 
-    /// Whether the group to be built inherits; true unless set.
+    /// Whether the built group inherits. The default is true.
     void setGroupInherit(bool inherit);
 
-    /// An invalid `attribute` sets nothing. Groups that a dotted path creates on its
-    /// way inherit if `groupInherit`. Throws std::runtime_error when the path is
-    /// deeper than kMaxGroupDepth.
+    /// Sets a child; an invalid `attribute` changes nothing. Groups created for a dotted path
+    /// inherit if `groupInherit`. Throws std::runtime_error when the path is deeper than
+    /// kMaxGroupDepth.
     void set(std::string_view path, const Attribute& attribute, bool groupInherit = true);
-    /// Removes a child; nothing happens when there is none.
+    /// Removes a child if there is one.
     void del(std::string_view path);
-    /// Sets every child of `group`; child groups replace what was there.
+    /// Sets every child of `group`. Child groups replace existing children.
     void update(const GroupAttribute& group);
-    /// Sets every child of `group`; child groups are merged into those already there.
+    /// Sets every child of `group`. Child groups are merged into existing groups.
     void deepUpdate(const GroupAttribute& group);
     bool isEmpty() const;
 

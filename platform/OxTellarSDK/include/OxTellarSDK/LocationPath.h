@@ -16,15 +16,15 @@ OXTELLARSDK_API std::string_view Name(std::string_view path);
 /// True when `path` is `ancestor` or lies below it.
 OXTELLARSDK_API bool IsSelfOrBelow(std::string_view path, std::string_view ancestor);
 
-/// A set of glob patterns over location paths: "*" and "?" match within one level,
-/// "[abc]", "[a-z]" and "[!abc]" one UTF-8 character in or not in a set (a "]" in first
-/// place is a member), "**" any number of whole levels ("/root/**" is /root and
-/// everything below it). Matching takes at most the length of the path times that of the
-/// pattern. Immutable after construction.
+/// A set of glob patterns for location paths. "*" and "?" match within one level. "[abc]", "[a-z]"
+/// and "[!abc]" match one UTF-8 character that is or is not in a set (a "]" in first place is a
+/// member). "**" matches any number of whole levels, so "/root/**" matches /root and everything
+/// below it. Matching takes at most the length of the path times that of the pattern. Immutable
+/// after construction.
 class OXTELLARSDK_API Patterns {
 public:
     Patterns() = default;
-    /// Throws std::runtime_error naming a pattern that is not absolute, has an empty level
+    /// Throws std::runtime_error naming a pattern that is not absolute, or has an empty level
     /// ("/root/") or a set that is not closed within its level.
     explicit Patterns(const std::vector<std::string>& patterns);
 

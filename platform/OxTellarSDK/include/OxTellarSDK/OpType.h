@@ -18,23 +18,24 @@
 
 namespace OxOpType {
 
-/// What an op type tells about itself.
+/// One argument of an op type, for its documentation.
 struct Argument {
     std::string name;    ///< dotted path inside the arguments group
     std::string type;    ///< "string", "int", "double[16]", "group" and the like
     std::string summary; ///< one sentence, with the default
 };
 
+/// The documentation of an op type.
 struct Description {
     std::string name;
-    /// Part of every Op's identity: raise it whenever the results change.
+    /// Part of every Op's identity. Increase it whenever the results change.
     int version = 1;
     std::string summary;
     std::vector<Argument> arguments;
     std::string inputs; ///< "none", "one", "one or more", ...
 };
 
-/// What an Op keeps between cooks: its arguments, parsed and checked. Immutable.
+/// The arguments of an Op, parsed and checked, which it keeps between cooks. Immutable.
 class State {
 public:
     virtual ~State() = default;
@@ -43,76 +44,77 @@ public:
 /// One cook: the location asked for, the inputs, and the result to be given.
 /// Lives for the call only, and is used by the thread that was called.
 ///
-/// Without a call of pass() or of a set...() function the location does not exist.
+/// The location does not exist unless the cook calls pass(), setAttrs() or setPotentialChildren().
 class OXTELLARSDK_API CookContext {
 public:
     /// Absolute, "/root/world/geo"; always starts with "/".
     virtual const std::string& path() const = 0;
     virtual const OxAttribute::GroupAttribute& args() const = 0;
-    /// What prepare returned for this Op; null if it returned null.
+    /// The return value of prepare for this Op, which may be null.
     virtual const State* state() const = 0;
 
-    /// Inputs as wired, null ones included.
+    /// The number of inputs, including null inputs.
     virtual std::size_t numberOfInputs() const = 0;
-    /// Cooks a location of an input. An input that is null or does not exist gives
-    /// data whose doesLocationExist is false.
+    /// Cooks a location of an input. A null input, and an index out of range, give data whose
+    /// doesLocationExist is false.
     virtual TellarRuntime::LocationData input(std::size_t index, const std::string& path) = 0;
     TellarRuntime::LocationData input(std::size_t index) { return input(index, path()); }
 
-    /// Presents `data` as it is, uncopied.
+    /// Makes `data` the result, without a copy.
     virtual void pass(const TellarRuntime::LocationData& data) = 0;
-    /// The location exists and has these attributes / potential children; an invalid
-    /// attribute means none.
+    /// Makes the location exist, and sets its attributes or the names of its potential children. An
+    /// invalid attribute means that it has none.
     virtual void setAttrs(const OxAttribute::GroupAttribute& attrs) = 0;
     virtual void setPotentialChildren(const OxAttribute::StringAttribute& names) = 0;
 
     /// Keeps a value with the result for the cooks of the location's children.
     virtual void setNote(const OxAttribute::Attribute& note) = 0;
-    /// The note that this Op's cook of the parent location kept, if that result is at
-    /// hand; invalid otherwise. Nothing is cooked for it.
+    /// The note that this Op's cook of the parent location kept. Invalid if there is none or the
+    /// parent's result is not available; does not cook it.
     virtual OxAttribute::Attribute parentNote() const = 0;
-    /// Where among its parent's potential children the location probably stands: a place to
-    /// look at first, no more.
+    /// The probable index of the location among its parent's potential children. It is a hint that
+    /// may be wrong.
     virtual std::int64_t probableIndex() const = 0;
 
-    /// True when somebody evicted the location: what was read from outside (a file)
-    /// must be looked at again.
+    /// True when the location was evicted. The cook must then read again what comes from outside,
+    /// such as a file.
     virtual bool isFresh() const = 0;
 
 protected:
     ~CookContext() = default;
 };
 
-/// Implemented by op-type plug-ins. One object serves all Ops of the type, from many
-/// threads at once. Whatever a function throws becomes an error that names the Op, its type
-/// and, in prepare and cook, the location; other Ops go on.
+/// Implemented by op-type plug-ins. One object serves all Ops of the type, from many threads at
+/// once. An exception becomes an error of this Op alone that names the Op, its type and, in prepare
+/// and cook, the location.
 class OXTELLARSDK_API OpType {
 public:
     virtual ~OpType();
-    /// Called as the type is entered among those known and as its Ops are committed, under no
-    /// lock of the library.
+    /// Called when the type is registered and when its Ops are committed, without a lock of the
+    /// library.
     virtual const Description& description() const = 0;
-    /// Checks and parses the arguments, once for all Ops with equal identity. `args` may
-    /// be invalid. Throw std::runtime_error naming the argument at fault.
+    /// Checks and parses the arguments, once for all Ops with equal identity. `args` may be
+    /// invalid. Should throw std::runtime_error naming the argument at fault.
     virtual std::shared_ptr<const State> prepare(const OxAttribute::GroupAttribute& args,
                                                  std::size_t numberOfInputs) const;
     virtual void cook(CookContext& context) const = 0;
 };
 
-/// Op types known to the process: those of all "TellarOpType" plug-ins. A plug-in whose
-/// getOpType or description throws, or whose suite, function, type or name is missing, is
-/// among PluginManager::refused() instead, and so is one whose type another one has entered
-/// before. Null for an unknown name. Safe from many threads.
+/// The op type of this name, from the "TellarOpType" plug-ins and from RegisterOpType; null for an
+/// unknown name. Safe from many threads.
+///
+/// PluginManager::refused() lists the plug-ins whose getOpType or description throws, whose suite,
+/// function, type or name is missing, or whose type has the name of an earlier one.
 OXTELLARSDK_API const OpType* FindOpType(const std::string& name);
-/// The description that the type gave when it was registered; null for an unknown name. Lives to
-/// the end of the process.
+/// The description that the type gave when it was registered; null for an unknown name. It lives
+/// until the process ends.
 OXTELLARSDK_API const Description* FindDescription(const std::string& name);
 /// The descriptions of all known types, sorted by name.
 OXTELLARSDK_API std::vector<const Description*> GetDescriptions();
-/// Loads the plug-ins and enters their types, as the functions above do when there are new
-/// ones. Meant for whoever takes a lock that code of plug-ins may need as well: call it before.
+/// Loads new plug-ins and registers their types, as the functions above do. Call it before taking a
+/// lock that code of plug-ins may need as well.
 OXTELLARSDK_API void LoadOpTypes();
-/// Adds a type made by the program itself; it must live to the end of the process. Throws
+/// Adds a type of the program itself, which must live until the process ends. Throws
 /// std::invalid_argument when the name is taken.
 OXTELLARSDK_API void RegisterOpType(const OpType* type);
 
@@ -123,7 +125,7 @@ constexpr const char* kPluginApiName = "TellarOpType";
 /// The suite of an op-type plug-in. A C++ interface: build the plug-in with the
 /// compiler family that built the SDK.
 struct OxOpTypePluginSuite_v1 {
-    /// Never null; the object lives to the end of the process.
+    /// Never returns null. The object lives until the process ends.
     const OxOpType::OpType* (*getOpType)();
 };
 

@@ -1,8 +1,8 @@
 #ifndef OXTELLARSDK_OXPLUGINAPI_H
 #define OXTELLARSDK_OXPLUGINAPI_H
 
-/// What a plug-in library exports, in C99: two functions, and through them one record for
-/// each plug-in in it.
+/// The interface of a plug-in library, in C99. The library exports two functions, which return one
+/// record for each plug-in in it.
 ///
 ///     static const void* getSuite(void) { return &suite; }
 ///     static const OxPluginRecord_v1 record = {
@@ -13,12 +13,12 @@
 ///         return index == 0 ? &record : 0;
 ///     }
 ///
-/// A library is loaded once and never unloaded, so records, names and suites stay valid for
-/// as long as the process lives. The host copies the names when it loads the library and
-/// calls the functions in a record from any thread, several at once. No function should let
-/// an exception out; the host reports one that does, whatever is thrown, and goes on without
-/// its result. An exception from a static initialiser of the library ends the process: the
-/// system's loader lets nobody catch it. Standard error then gets the library's name.
+/// A library is loaded once and never unloaded, so records, names and suites stay valid until the
+/// process ends. The host copies the names when it loads the library. It calls the functions in a
+/// record from any number of threads at once. Functions should not throw; the host reports any
+/// exception and continues without the function's result. An exception from a static initialiser
+/// of the library ends the process, because the system's loader does not let the host catch it; the
+/// library's name is then written to standard error.
 
 #ifdef __cplusplus
 extern "C" {
@@ -33,36 +33,37 @@ extern "C" {
 
 #define OX_PLUGIN_RECORD_VERSION 1
 
-/// What the host offers to plug-ins; plug-ins that use it include its own header.
+/// The interface that the host offers to plug-ins. It has a header of its own.
 struct OxPluginHost;
 
-/// One plug-in. The order of the members is the contract: this struct is never edited
-/// again, a new member makes OxPluginRecord_v2.
+/// One plug-in. The order of the members is the contract: this struct is never changed, and a new
+/// member makes OxPluginRecord_v2.
 typedef struct OxPluginRecord_v1 {
     /// OX_PLUGIN_RECORD_VERSION. First in the records of every version.
     unsigned int recordVersion;
     /// The plug-in's own name, not empty; unique among the plug-ins of one API and version.
     const char* name;
-    /// Which interface the suite has, not empty, and that interface's version.
+    /// The interface of the suite, not empty, and the version of that interface.
     const char* apiName;
     unsigned int apiVersion;
-    /// The plug-in's own version, for people.
+    /// The plug-in's own version, for display.
     unsigned int majorVersion;
     unsigned int minorVersion;
-    /// The function table that the API and its version define. Not null itself.
+    /// Returns the function table that the API and its version define. The pointer itself must not
+    /// be null.
     const void* (*getSuite)(void);
-    /// Hands over the host: before the plug-in is offered to anybody if there is one by
-    /// then, and again whenever the host changes; null tells that it is gone. Returns 0
-    /// when the plug-in can work with it. May be null.
+    /// Receives the host before queries find the plug-in, if there is a host by then, and again
+    /// whenever the host changes. A null host means that there is none any more. Returns 0 when the
+    /// plug-in can work with the host. The pointer may be null.
     int (*setHost)(struct OxPluginHost* host);
-    /// Drops whatever the plug-in keeps to save work. May be null.
+    /// Drops the plug-in's caches. The pointer may be null.
     void (*flush)(void);
 } OxPluginRecord_v1;
 
-/// How many plug-ins the library holds, 1024 at most.
+/// The number of plug-ins in the library, at most 1024.
 OX_PLUGIN_EXPORT unsigned int OxGetPluginCount(void);
 
-/// The record of one of them, for every index below the count.
+/// The record of a plug-in. `index` is less than the count.
 OX_PLUGIN_EXPORT const OxPluginRecord_v1* OxGetPlugin(unsigned int index);
 
 #ifdef __cplusplus

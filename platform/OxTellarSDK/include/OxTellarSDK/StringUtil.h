@@ -9,37 +9,37 @@
 
 #include <OxTellarSDK/Export.h>
 
-/// The string methods that scripting languages made everybody's habit, on bytes.
+/// String functions as scripting languages have them, on bytes.
 ///
-/// All are pure functions, safe from any thread; only expandvars and expanduser read the
-/// environment, which nobody may change meanwhile. Whitespace is the six ASCII characters
-/// space, \t, \n, \r, \v and \f, whatever the locale.
+/// All are pure functions and safe from any thread, except that expandvars and expanduser read the
+/// environment, which must not change meanwhile. Whitespace is the six ASCII characters space, \t,
+/// \n, \r, \v and \f in every locale.
 namespace OxStringUtil {
 
 /// The parts of the text between occurrences of `separator`, which is one whole string and
 /// not a set of characters: split("a//b", "/") gives {"a", "", "b"}, and an empty text
 /// gives {""}.
 ///
-/// An empty separator stands for runs of whitespace. Those at the two ends then separate
-/// nothing, so a blank text gives no parts at all.
+/// An empty separator stands for runs of whitespace. Runs at the two ends are then ignored, so a
+/// blank text gives no parts.
 ///
-/// At most `maxSplits` splits are made from the left, any number when it is negative; the
-/// last part is the unsplit rest.
+/// At most `maxSplits` splits are made from the left, and any number when it is negative. The last
+/// part is the unsplit rest.
 OXTELLARSDK_API std::vector<std::string> split(std::string_view text,
                                                std::string_view separator = {}, int maxSplits = -1);
 
-/// The text without those bytes at both ends, at the left end or at the right end that
-/// occur in `chars`.
+/// The text without the bytes at both ends, at the left end or at the right end that occur in
+/// `chars`.
 OXTELLARSDK_API std::string strip(std::string_view text, std::string_view chars = " \t\n\r\v\f");
 OXTELLARSDK_API std::string lstrip(std::string_view text, std::string_view chars = " \t\n\r\v\f");
 OXTELLARSDK_API std::string rstrip(std::string_view text, std::string_view chars = " \t\n\r\v\f");
 
-/// Where the last occurrence of `what` begins, or -1 when there is none. An empty `what`
-/// is found at the end.
+/// The index of the last occurrence of `what`, or -1 when there is none. An empty `what` is found
+/// at the end.
 OXTELLARSDK_API std::ptrdiff_t rfind(std::string_view text, std::string_view what);
 
-/// The bytes from index `begin` up to and without index `end`. A negative index counts
-/// from the end of the text; indices beyond either end mean that end.
+/// The bytes from index `begin` to before index `end`. A negative index counts from the end of the
+/// text; indices beyond either end mean that end.
 OXTELLARSDK_API std::string slice(std::string_view text, std::ptrdiff_t begin,
                                   std::ptrdiff_t end = std::numeric_limits<std::ptrdiff_t>::max());
 

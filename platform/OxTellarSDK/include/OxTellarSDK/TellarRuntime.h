@@ -18,12 +18,12 @@ struct OpNode;
 struct RuntimeState;
 } // namespace OxTellarRuntimeDetail
 
-/// The lazy runtime: a graph of Ops is built in a Transaction, a Client is pointed
-/// at the terminal Op, and cooks locations on demand.
+/// The lazy runtime: a Transaction builds a graph of Ops, and a Client that is pointed at the
+/// terminal Op cooks locations on demand.
 ///
-/// A location's result is computed once for the whole process, however many runtimes
-/// hold an equal op graph; a second thread that wants it meanwhile waits for the
-/// first. What a runtime has cooked itself is known to it alone (getCachedLocation).
+/// A location's result is computed once for the whole process, however many runtimes have an equal
+/// op graph. A second thread that asks for it meanwhile waits for the first. Each runtime knows
+/// which locations it has cooked itself (getCachedLocation).
 ///
 /// Threads: cookLocation, getCachedLocation and evict may be called from any number
 /// of threads at once. One Transaction is for one thread at a time.
@@ -41,27 +41,28 @@ public:
 
     std::shared_ptr<Transaction> createTransaction();
 
-    /// Makes the transaction's Ops immutable and its clients usable. A transaction is
-    /// committed once; a second commit throws std::runtime_error.
+    /// Makes the transaction's Ops immutable and its clients usable. Throws std::runtime_error when
+    /// the transaction has been committed before.
     void commit(const std::shared_ptr<Transaction>& transaction);
 
-    /// Forgets that this runtime cooked the location; its next cook computes it anew,
-    /// through all Ops, and replaces the shared result. Nothing for a path never cooked.
+    /// Forgets that this runtime cooked the location. Its next cook computes the location again,
+    /// through all Ops, and replaces the shared result. Does nothing for a path that was not
+    /// cooked.
     void evict(const std::string& path);
 
-    /// Ends a render: forgets what this runtime has cooked, and closes files that nobody
-    /// holds any more. Records handed out stay usable, and so does the runtime: it may be
-    /// handed to the next render of the same scene.
+    /// Ends a render: forgets what this runtime has cooked, and closes files without handles.
+    /// LocationData stays usable, and so does the runtime, for example for the next render of the
+    /// same scene.
     void finalize();
 
-    /// Answers a text query ("getAnonymousOpTree", "getAnonymousOpRegistry") in JSON,
-    /// in pieces: `receive` gets each with status 0. An unknown query is answered by
-    /// one call with status 1 and no text. Ops and arguments are not named in it.
+    /// Answers a text query ("getAnonymousOpTree", "getAnonymousOpRegistry") in JSON that leaves
+    /// out the names of Ops and arguments. `receive` gets the text in pieces with status 0; for an
+    /// unknown query it is called once with status 1 and no text.
     using TextReceiver = void (*)(const char* text, std::size_t length, int status, void* user);
     void queryText(const std::string& query, TextReceiver receive, void* user) const;
 
-    /// How many location computations were run in this process, over all runtimes:
-    /// one per Op and location unless evicted.
+    /// The number of cooks in this process, over all runtimes: one for each Op and location, and
+    /// more after evictions.
     static std::uint64_t getNumberOfCooks();
 
 private:
@@ -69,8 +70,8 @@ private:
     std::unique_ptr<OxTellarRuntimeDetail::RuntimeState> state;
 };
 
-/// What cooking one location gave: a counted pointer to one immutable record.
-/// Threads: as for Attribute.
+/// The result of cooking a location: a counted pointer to an immutable record. Threads: as for
+/// Attribute.
 class OXTELLARSDK_API TellarRuntime::LocationData {
 public:
     LocationData() noexcept = default;
@@ -89,21 +90,22 @@ public:
         if (record) record->release();
     }
 
-    /// From a group with the children "exists" (int; absent means 1), "attrs" (group)
-    /// and "pc" (string); the last two may be absent. An invalid group gives invalid
-    /// data.
+    /// Made from a group with the optional children "exists" (int, default 1), "attrs" (group) and
+    /// "pc" (string). An invalid group gives invalid data.
     explicit LocationData(const OxAttribute::GroupAttribute& group);
 
-    /// False for a default-constructed object, and for a location never cooked.
+    /// False for a default-constructed object, and for a location that was not cooked.
     bool isValid() const noexcept { return record != nullptr; }
     /// False for invalid data.
     bool doesLocationExist() const noexcept { return record && record->exists; }
-    /// Invalid when the location has no attributes. In place: lives as long as this object.
+    /// The location's attributes; invalid when it has none. The reference is valid as long as this
+    /// object.
     const OxAttribute::GroupAttribute& getAttrs() const& {
         return record ? record->attrs : OxTellarRuntimeDetail::LocationRecord::NoAttrs();
     }
     OxAttribute::GroupAttribute getAttrs() && { return std::as_const(*this).getAttrs(); }
-    /// The names of the location's potential children; invalid when it has none. In place.
+    /// The names of the location's potential children; invalid when it has none. The reference is
+    /// valid as long as this object.
     const OxAttribute::StringAttribute& getPotentialChildren() const& {
         return record ? record->potentialChildren
                       : OxTellarRuntimeDetail::LocationRecord::NoPotentialChildren();
@@ -111,10 +113,11 @@ public:
     OxAttribute::StringAttribute getPotentialChildren() && {
         return std::as_const(*this).getPotentialChildren();
     }
-    /// Of existence, attributes and potential children; computed on first need and kept.
+    /// The hash of existence, attributes and potential children. Computed on first need and kept.
     OxAttribute::Hash getHash() const;
 
-    /// Takes over one reference. For the runtime's own use.
+    /// Takes over one reference. This constructor and the two functions below are for the runtime's
+    /// own use.
     explicit LocationData(OxTellarRuntimeDetail::LocationRecord* stolen) noexcept
         : record(stolen) {}
     OxTellarRuntimeDetail::LocationRecord* getRecord() const noexcept { return record; }
@@ -132,13 +135,13 @@ class OXTELLARSDK_API TellarRuntime::Op {
 public:
     /// Unique in its runtime, never negative.
     std::int32_t getId() const noexcept;
-    /// The name given with Transaction::setOpName, else "op<id>".
+    /// The name given with Transaction::setOpName; otherwise "op<id>".
     std::string getName() const;
     std::string getType() const;
     OxAttribute::GroupAttribute getArgs() const;
     /// May hold null entries.
     std::vector<std::shared_ptr<Op>> getInputs() const;
-    /// Made at commit from type, type version, arguments and inputs; the zero hash before.
+    /// The hash of type, type version, arguments and inputs; the zero hash before the commit.
     OxAttribute::Hash getIdentity() const;
 
     ~Op();
@@ -153,30 +156,29 @@ private:
     std::unique_ptr<OxTellarRuntimeDetail::OpNode> node;
 };
 
-/// Looks at locations as the Op it is pointed at presents them.
+/// Cooks locations through one Op.
 class OXTELLARSDK_API TellarRuntime::Client {
 public:
-    /// Cooks the location, or returns what was cooked before. A location that does not
-    /// exist gives valid data whose doesLocationExist is false; so does every location
-    /// while the client has no Op.
+    /// Cooks the location, or returns its existing result. A location that does not exist gives
+    /// valid data whose doesLocationExist is false, and so does every location while the client has
+    /// no Op.
     ///
-    /// Throws std::runtime_error naming the Op, its type and the location when an Op
-    /// fails: its type is unknown, it is part of a cycle, or it threw itself. An Op may look
-    /// through other clients while it cooks. Where the location that it asks for needs its own
-    /// result in turn, that is an error as well, "the location needs itself", even when the two
-    /// are cooked by different threads.
+    /// Throws std::runtime_error naming the Op, its type and the location when an Op fails because
+    /// its type is unknown, it is part of a cycle, or it threw an exception. An Op may use other
+    /// clients while it cooks. If a location that it asks for needs its own result in turn, the
+    /// cook throws "the location needs itself", even when different threads cook the two.
     LocationData cookLocation(const std::string& path);
 
-    /// The location's data if this client's runtime has cooked it, else invalid data.
-    /// Never cooks.
+    /// The location's data if this client's runtime has cooked it, otherwise invalid data. Never
+    /// cooks.
     LocationData getCachedLocation(const std::string& path);
 
-    /// Takes from the client what it has cooked, and from its Ops what they keep unless another
-    /// client of the runtime looks at some. All of it that nobody else uses is freed with the
-    /// object returned. The client stays usable: its next cook finds the results of others, or
-    /// computes its own anew, and getCachedLocation knows nothing before.
+    /// Takes the client's results, and the results of its Ops unless another client of the runtime
+    /// uses one of them. The returned object frees those that have no other user. The client stays
+    /// usable: getCachedLocation then finds nothing, and the next cook finds results of other
+    /// clients or computes its own again.
     ///
-    /// Threads: not while another thread calls this client.
+    /// Threads: no other thread may call this client meanwhile.
     std::shared_ptr<const void> takeResults();
 
     std::shared_ptr<TellarRuntime> getRuntime() const;
@@ -195,24 +197,24 @@ private:
     View* lookAgain();
     std::shared_ptr<TellarRuntime> runtime;
     std::shared_ptr<Op> op;
-    std::atomic<View*> view{nullptr}; // owned; null until committed with an Op, and without results
-    bool hadResults = false;          // they were taken; guarded by the runtime's lock
+    std::atomic<View*> view{nullptr}; // owned; null before the commit, without Op or results
+    bool hadResults = false;          // results were taken; guarded by the runtime's lock
 };
 
-/// Ops and clients under construction. What belongs to another transaction, or is committed
-/// already, is not changed: std::invalid_argument. Inputs, and the Op of a client, may be Ops that
-/// an earlier transaction committed.
+/// Ops and clients under construction. Changing an Op or client that is committed or belongs to
+/// another transaction throws std::invalid_argument. Inputs, and the Op of a client, may be Ops
+/// that an earlier transaction committed.
 class OXTELLARSDK_API TellarRuntime::Transaction {
 public:
     std::shared_ptr<Op> createOp();
-    /// The name that errors use; for people only.
+    /// Sets the name of the Op in error texts.
     void setOpName(const std::shared_ptr<Op>& op, const std::string& name);
     void setOpArgs(const std::shared_ptr<Op>& op, const std::string& opType,
                    const OxAttribute::GroupAttribute& opArgs);
-    /// Null entries are kept: such an input presents no location.
+    /// Null entries are kept. A null input has no locations.
     void setOpInputs(const std::shared_ptr<Op>& op, const std::vector<std::shared_ptr<Op>>& inputs);
     /// Reads a serialised op file, creates its Ops and returns the terminal one. Throws
-    /// std::runtime_error for anything else, naming the file if known.
+    /// std::runtime_error naming the file (if known) when it is not a sound op file.
     std::shared_ptr<Op> deserializeOps(void* stream, StreamRead read);
 
     std::shared_ptr<Client> createClient();

@@ -6,7 +6,7 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/Export.h>
 
-/// Matrices out of "xform" groups.
+/// Computes matrices from "xform" groups.
 ///
 /// A group's children are applied from last to first: a location's own "xform" group
 /// reads translate, rotate, scale, and its points are scaled first; a chain group of
@@ -19,16 +19,17 @@
 ///     scale      3 values
 ///     shear      3 values: xy, xz, yz
 ///     matrix     16 values, row major
-///     origin     any value, even none: everything above it is forgotten
+///     origin     any value, or none: ignore the children before it
 ///     any group  its children, in place, whatever its name
 ///
-/// Row vectors: a point is p M, translation sits in the last row. Values may be doubles,
-/// floats or integers, with time samples; they are interpolated linearly, integers as doubles.
+/// Vectors are rows: a point becomes p M, and the last row is the translation. Values may be
+/// doubles, floats or integers, with time samples; they are interpolated linearly, integers as
+/// doubles.
 /// Children of other names or with too few values are skipped.
 namespace OxXFormUtil {
 
-/// The matrix at `time`: 16 doubles (tuple size 16) in one sample at that time, and
-/// whether any child took part. Invalid when `xform` is invalid or no child took part.
+/// The matrix at `time`, 16 doubles (tuple size 16) in one sample at that time, and whether any
+/// child took part. The matrix is invalid when `xform` is invalid or no child took part.
 OXTELLARSDK_API std::pair<OxAttribute::DoubleAttribute, bool>
 CalcTransformMatrixAtTime(const OxAttribute::GroupAttribute& xform, float time);
 

@@ -18,10 +18,11 @@ Hash ToHash(const XXH128_hash_t& value) {
     return {{value.high64, value.low64}};
 }
 
-// What of a value is hashed besides its content. Fixed by the meaning of equality, not by layout.
+/// The part of the hash that is not content. It follows from the meaning of equality and not from
+/// the layout of values.
 struct HashedHeader {
     std::int64_t type;
-    std::uint64_t tupleSize; // groups: whether they inherit
+    std::uint64_t tupleSizeOrInherit; // data: tuple size; groups: whether they inherit
     std::uint64_t count;
     std::uint64_t timeCount;
 };
@@ -30,7 +31,7 @@ Hash HashData(const Node* node) {
     HashedHeader header{node->type, node->tupleSize, node->count, node->timeCount};
     std::uint64_t seed = XXH3_64bits(&header, sizeof header);
     if (node->type == kAttributeTypeNull) return ToHash(XXH3_128bits_withSeed("", 0, seed));
-    // Only the times themselves: what fills up their space is no content.
+    // Without the padding after the times.
     if (!(node->flags & kTimesOmitted))
         seed = XXH3_64bits_withSeed(Bytes(node) + sizeof(Node), 4ull * node->timeCount, seed);
     const std::uint64_t elements = NumberOfElements(node);
@@ -44,7 +45,8 @@ Hash HashData(const Node* node) {
 
 Hash ComputeHash(const Attribute& attribute);
 
-/// Values in memory keep their hashes. Those within a value of a file are not worth a place each.
+/// Values in memory keep their hashes. Values below a group in a file would evict each other from
+/// the container's cache.
 Hash HashOfChild(const Attribute& child) {
     return IsInFile(child.getHandle()) ? ComputeHash(child) : child.getHash();
 }
@@ -139,7 +141,7 @@ Hash Attribute::getHash() const {
     if (kept.words[0] != 0) return kept;
     if (!handle) return {};
     if (IsInFile(handle))
-        return Container::Of(handle)->keptHash(handle, [this] { return ComputeHash(*this); });
+        return Container::Of(handle)->cachedHash(handle, [this] { return ComputeHash(*this); });
     const Hash hash = ComputeHash(*this);
     MemoryPrefix* prefix = PrefixOf(handle);
     prefix->hash[1].store(hash.words[1], std::memory_order_relaxed);

@@ -9,61 +9,32 @@
 #include <string>
 
 #include "AttributeNode.h"
+#include "ContainerLayout.h"
 #include "FileBuffer.h"
 #include "ThreadSlot.h"
 
 namespace OxAttribute {
 
-constexpr std::uint64_t kBlockBytes = 65536;
-constexpr std::uint32_t kContainerVersion = 1;
-constexpr char kContainerMagic[8] = {'O', 'x', 'A', 't', 't', 'r', '\x1a', '\n'};
-constexpr char kContainerEndMagic[8] = {'O', 'x', 'A', 't', 't', 'E', 'n', 'd'};
-
-/// Children of one group whose names have one hash. Chance gives it to a few even among millions;
-/// only malice gives it to many, to make comparing them all take forever.
-constexpr std::uint64_t kMaximumEqualHashes = 32;
-
-enum class ContainerKind : std::uint32_t { AttributeStream = 1, OpFile = 2 };
-
-struct ContainerHeader {
-    char magic[8];
-    std::uint32_t version;
-    std::uint32_t kind;
-    std::uint8_t reserved[48]; // 0
-};
-static_assert(sizeof(ContainerHeader) == 64, "part of the file format");
-
-struct ContainerFooter {
-    std::uint64_t tableOffset; // end of the values, start of the block checksums
-    std::uint64_t fileBytes;
-    std::uint32_t rootUnit;
-    std::uint32_t reserved; // 0
-    std::uint64_t tableChecksum;
-    char magic[8];
-    std::uint64_t footerChecksum; // of the bytes before it
-};
-static_assert(sizeof(ContainerFooter) == 48, "part of the file format");
-
-/// An open attribute file: values are read where they lie.
+/// An open attribute file, whose values are read where they lie.
 ///
-/// Trust: header, footer and the table of block checksums are checked when the file is
-/// opened. A block of values is compared with its checksum before the first byte of it is
-/// used, a value before the first handle to it is given out: its extents, its names, its
-/// place in the tree. Groups form a strict tree (each lies in a region that belongs to its
-/// parent alone) and get shallower downwards, so no file can make a reader loop, recurse
-/// without end or see more groups than the file has bytes.
+/// Trust: the header, the footer and the table of block checksums are checked when the file is
+/// opened. A block is compared with its checksum before its first byte is used. A value is checked
+/// before the first handle to it is given out: its extents, its names, and its place in the tree.
+/// Groups form a strict tree: each lies in a region that only its parent owns, and depths decrease
+/// downwards. So no file can make a reader loop, recurse without end, or see more groups than the
+/// file has bytes.
 ///
-/// Files that change while they are open: see FileAccess. What this class has fetched and checked
-/// is not looked at again.
+/// Files that change while they are open: see FileAccess. The container does not look again at
+/// bytes that it has fetched and checked.
 ///
-/// Life: every handle to a value counts. Counts are kept per thread, as two counters that
-/// only their thread writes, so that threads reading one file do not wait for each other;
-/// Collect() adds them up and closes the files that nobody holds. It runs whenever a file is
-/// opened and whenever an op graph is let go.
+/// Lifetime: every handle to a value counts as a reference. Each thread counts in two counters that
+/// only it writes, so threads that read one file do not wait for each other. Collect() adds the
+/// counters up and closes the files without handles. It runs whenever a file is opened and whenever
+/// an op graph is released.
 class Container {
 public:
     /// Takes the buffer and returns the root value with one reference. `name` is for errors.
-    /// Throws std::runtime_error for anything but an undamaged file of the kind wanted.
+    /// Throws std::runtime_error unless it is an undamaged file of the wanted kind.
     static Attribute Open(FileBuffer buffer, const std::string& name, ContainerKind wanted);
 
     /// Closes all files to which no handle is left.
@@ -73,6 +44,8 @@ public:
         return reinterpret_cast<Container* const*>(FileBase(node))[-1];
     }
 
+    ~Container();
+
     void retain() noexcept { count(&Slot::taken, std::memory_order_relaxed); }
     void release() noexcept { count(&Slot::dropped, std::memory_order_release); }
 
@@ -81,26 +54,28 @@ public:
         const Node* known = checkedAlready(Entries<FileEntry>(group)[index]);
         return known ? known : checkedChild(group, index);
     }
-    /// The child of a checked group; null when it was not checked yet. Inline even where compilers
-    /// think it is called too often for that: nothing is called more.
+
+    /// The child of a checked group; null if the child has not been checked yet. Always inline,
+    /// although compilers find it called from too many places: it is the most frequent call of all.
     [[gnu::always_inline]] const Node* checkedAlready(const FileEntry& entry) const {
         if (!isChecked(entry.childUnit)) return nullptr;
         const auto* node = reinterpret_cast<const Node*>(base + entry.childUnit * kUnitBytes);
-        // What was checked as a group of another parent must not come in again as a number.
+        // A value that was checked as a group of another parent must not be used as a number.
         return node->type == entry.childType ? node : nullptr;
     }
 
-    /// Whether the file is so large that reading all of it must be avoided.
+    /// True for a file so large that reading all of it must be avoided.
     bool isLarge() const { return bytes > FileBuffer::kLargeBytes; }
+
     const Hash& identity() const { return contentIdentity; }
-    /// Of no other container of this process, earlier ones included; never 0.
+
+    /// Unique among the containers of this process, including closed ones; never 0.
     std::uint64_t number() const { return ownNumber; }
 
-    /// The hash of a value of this file: what `compute` gives when it is not known. A fixed number
-    /// of hashes is kept, each until another value needs its place, for as long as the file is
-    /// open.
+    /// The hash of a value of this file, by `compute` unless it is cached. The cache has a fixed
+    /// size and lives as long as the container; a hash stays until another one needs its place.
     template <typename Compute>
-    Hash keptHash(const Node* node, Compute compute) {
+    Hash cachedHash(const Node* node, Compute compute) {
         constexpr std::uint64_t kCheapBytes = 4096;
         if (!IsGroup(node) && NumberOfElements(node) * ElementBytes(node->type) < kCheapBytes)
             return compute();
@@ -111,52 +86,68 @@ public:
         return hash;
     }
 
-    ~Container();
-
 private:
+    /// Where a value stands, and what its parent says of it.
+    struct Place {
+        std::uint64_t unit;
+        std::int8_t type;        // -1 for the root, whose type is not known
+        std::uint64_t firstUnit; // for groups: start of the region that they may use
+        int maximumDepth;        // for groups
+    };
+
+    /// References taken and dropped by one thread. A cache line each, so that threads do not share
+    /// what they write.
+    struct alignas(64) Slot {
+        std::atomic<std::uint64_t> taken{0};
+        std::atomic<std::uint64_t> dropped{0};
+    };
+
+    struct CachedHash {
+        std::uint64_t unit = 0; // 0 in an unused entry, because no value stands there
+        Hash hash;
+    };
+
+    struct FreeDeleter {
+        void operator()(void* memory) const;
+    };
+
     Container(FileBuffer buffer, std::string name);
 
     Attribute root();
-    void checkFrame();
-    void checkKind(ContainerKind wanted) const;
-    [[noreturn]] void refuse(const std::string& why) const;
+    bool isUnused() const;
     bool findHash(std::uint64_t unit, Hash& hash);
     void keepHash(std::uint64_t unit, const Hash& hash);
     void fetch(std::uint64_t begin, std::uint64_t end) const;
     void verifyRange(std::uint64_t begin, std::uint64_t end);
     void verifyBlock(std::uint64_t block);
+
+    [[noreturn]] void refuse(const std::string& why) const;
     [[noreturn]] void damaged(const std::string& what, std::uint64_t unit) const;
 
-    struct Place {
-        std::uint64_t unit;
-        std::int8_t type;        // what the parent's entry says
-        std::uint64_t firstUnit; // groups: nothing of theirs lies before it
-        int maximumDepth;        // groups
-    };
-    /// `unit` lies inside: that of the root, or of a child of a checked group.
-    bool isChecked(std::uint64_t unit) const {
-        return (checkedUnits.get()[unit / 64].load(std::memory_order_acquire) >> unit % 64 & 1) !=
-               0;
-    }
+    // The checks, in ContainerChecks.cpp.
+    void checkFrame();
+    void checkTable();
+    void checkKind(ContainerKind wanted) const;
     const Node* checkedChild(const Node* group, std::uint64_t index);
     const Node* checked(const Place& place);
     void checkNode(const Place& place);
     void checkData(const Node* node);
+    void checkTimes(const Node* node);
     void checkStrings(const Node* node, std::uint64_t valuesOffset);
     void checkGroup(const Node* node, const Place& place);
     void checkNames(const Node* node);
+    void checkNameTexts(const Node* node);
+    void checkFewNamesDiffer(const Node* node) const;
+    void checkSortedNamesDiffer(const Node* node) const;
     std::atomic<const Node*>& lookalikeOf(const Node* group);
-    static bool hasNamesOf(const Node* group, const Node* known);
     std::uint64_t endOf(const Node* node, std::uint64_t offset, std::uint64_t elementBytes,
                         std::uint64_t elements) const;
 
-    bool isUnused() const;
-
-    // One line each, so that two threads never write to the same one.
-    struct alignas(64) Slot {
-        std::atomic<std::uint64_t> taken{0};
-        std::atomic<std::uint64_t> dropped{0};
-    };
+    /// The unit must lie inside: it is that of the root, or of a child of a checked group.
+    bool isChecked(std::uint64_t unit) const {
+        return (checkedUnits.get()[unit / 64].load(std::memory_order_acquire) >> unit % 64 & 1) !=
+               0;
+    }
 
     void count(std::atomic<std::uint64_t> Slot::*counter, std::memory_order order) noexcept {
         const std::uint32_t index = ThreadSlot::Current();
@@ -176,21 +167,14 @@ private:
     ContainerFooter footer;
     Hash contentIdentity;
     std::unique_ptr<std::atomic<std::uint8_t>[]> verifiedBlocks;
-    struct KeptHash {
-        std::uint64_t unit = 0; // at which no value stands: nothing is kept
-        Hash hash;
-    };
-    // The place of a hash depends on the value's unit alone. Made when the first one is kept.
-    std::unique_ptr<std::array<KeptHash, 1024>> keptHashes;
-    std::mutex hashLock; // guards them
-    // Each guards every sixteenth block, because a block must be fetched by one thread only.
+    // A hash's index is its value's unit modulo the size. Made when the first hash is kept.
+    std::unique_ptr<std::array<CachedHash, 1024>> hashes;
+    std::mutex hashLock; // guards `hashes`
+    // Each lock guards every sixteenth block, because only one thread may fetch a block.
     std::array<std::mutex, 16> fetchLocks;
-    struct FreeDeleter {
-        void operator()(void* memory) const;
-    };
     // Short groups whose names were checked: the groups of a scene look alike.
     std::array<std::atomic<const Node*>, 64> lookalikes = {};
-    // One bit a unit. Left to the system to fill with zeros where it is never touched.
+    // One bit for each unit. The system fills it with zeros on first use.
     std::unique_ptr<std::atomic<std::uint64_t>, FreeDeleter> checkedUnits;
     std::array<Slot, ThreadSlot::kCount> slots;
 };

@@ -9,13 +9,14 @@
 #include <string>
 #include <vector>
 
+#include "AttributeNode.h"
 #include "BlockHash.h"
 
 namespace OxAttribute {
 
 namespace {
 
-/// Takes bytes in order, sums up each block, and passes whole blocks on.
+/// Takes bytes in order, computes the checksum of each block, and passes whole blocks on.
 class BlockSink {
 public:
     BlockSink(void* stream, StreamWrite write, const std::string& name)
@@ -69,15 +70,15 @@ private:
     std::uint64_t passedOn = 0;
 };
 
-/// Remembers where content was written, for as long as nothing else takes its place. Of bounded
-/// size: a scene of millions of locations repeats itself nearby.
+/// A cache of where content was written. Its size is fixed, because equal values of a large scene
+/// stand near each other. New content evicts what was in its place.
 class WrittenContent {
 public:
     WrittenContent()
         : places(static_cast<Place*>(std::calloc(kPlaces, sizeof(Place))), &std::free) {
         if (!places) throw std::bad_alloc();
     }
-    /// 0: not known.
+    /// Returns 0 if the content is not in the cache.
     std::uint32_t find(const Hash& hash) const {
         const Place& place = at(hash);
         return place.unit != 0 && place.hash == hash ? place.unit : 0;
@@ -122,19 +123,6 @@ public:
     }
 
 private:
-    struct NodeHeader { // a Node that can be copied as bytes
-        std::uint32_t refCount = 0;
-        std::int8_t type = 0;
-        std::uint8_t flags = kInFile;
-        std::uint16_t depth = 0;
-        std::uint32_t unit = 0;
-        std::uint32_t tupleSize = 0;
-        std::uint64_t count = 0;
-        std::uint32_t timeCount = 0;
-        std::uint32_t reserved = 0;
-    };
-    static_assert(sizeof(NodeHeader) == sizeof(Node), "the same bytes");
-
     std::uint32_t nextUnit() {
         sink.align();
         const std::uint64_t unit = sink.offset() / kUnitBytes;
@@ -152,7 +140,7 @@ private:
     }
 
     std::uint32_t writeData(const Node* node) {
-        NodeHeader header;
+        Node header{};
         header.type = node->type;
         header.flags = static_cast<std::uint8_t>((node->flags & kTimesOmitted) | kInFile);
         header.unit = nextUnit();
@@ -184,12 +172,12 @@ private:
     }
 
     std::uint32_t writeGroup(const GroupAttribute& group) {
-        NodeHeader header;
+        Node header{};
         header.type = kAttributeTypeGroup;
         header.flags =
             static_cast<std::uint8_t>(kInFile | (group.getGroupInherit() ? kGroupInherit : 0));
         header.depth = group.getHandle()->depth;
-        header.tupleSize = nextUnit();
+        header.firstUnit = nextUnit();
         header.count = static_cast<std::uint64_t>(group.getNumberOfChildren());
 
         std::vector<FileEntry> entries(header.count);
@@ -207,19 +195,23 @@ private:
         header.unit = nextUnit();
         sink.append(&header, sizeof header);
         sink.append(entries.data(), entries.size() * sizeof(FileEntry));
-        if (header.count <= kLinearSearchLimit) return header.unit;
-        std::vector<std::uint32_t> sorted(header.count);
+        if (header.count > kLinearSearchLimit) writeSortedIndices(entries);
+        return header.unit;
+    }
+
+    /// The indices of the children in the order of their names' hashes.
+    void writeSortedIndices(const std::vector<FileEntry>& entries) {
+        std::vector<std::uint32_t> sorted(entries.size());
         std::iota(sorted.begin(), sorted.end(), 0u);
         std::sort(sorted.begin(), sorted.end(), [&](std::uint32_t a, std::uint32_t b) {
             return entries[a].nameHash != entries[b].nameHash
                        ? entries[a].nameHash < entries[b].nameHash
                        : a < b;
         });
-        for (std::uint64_t i = kMaximumEqualHashes; i < header.count; ++i)
+        for (std::size_t i = kMaximumEqualHashes; i < sorted.size(); ++i)
             if (entries[sorted[i]].nameHash == entries[sorted[i - kMaximumEqualHashes]].nameHash)
                 sink.fail("too many names in one group have one hash");
         sink.append(sorted.data(), sorted.size() * sizeof(std::uint32_t));
-        return header.unit;
     }
 
     BlockSink sink;

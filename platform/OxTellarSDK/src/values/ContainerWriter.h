@@ -5,7 +5,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "Container.h"
+#include "ContainerLayout.h"
 
 namespace OxAttribute {
 
