@@ -15,34 +15,34 @@
 
 namespace OxTellarRuntimeDetail {
 
-/// What stands behind a TellarRuntime::Op. Changed by its transaction, and immutable from the
-/// commit on, but for the store: see TellarRuntime::Client::takeResults.
+/// The content of a TellarRuntime::Op. Its transaction changes it. It is immutable after the
+/// commit, except for the store: see TellarRuntime::Client::takeResults.
 struct OpNode {
     std::int32_t id = 0;
     std::string name;
     std::string typeName;
     OxAttribute::GroupAttribute args;
     std::vector<std::shared_ptr<TellarRuntime::Op>> inputs;
-    const void* transaction = nullptr;    // the one that may change it; null when that is gone
-    std::unique_ptr<OpNode> nextReleased; // while Ops that held each other are destroyed
+    const void* transaction = nullptr;    // that may change it; null after the transaction's end
+    std::unique_ptr<OpNode> nextReleased; // while a chain of Ops is destroyed
 
-    // Made at commit.
+    // Set by the commit.
     OxAttribute::Hash identity;
     bool committed = false;
     bool inCycle = false;
-    int depth = 0;                             // longest way down to an Op without inputs
+    int depth = 0;                             // longest path to an Op without inputs
     std::shared_ptr<const std::string> defect; // why nothing can be cooked; null for a sound Op
     const OxOpType::OpType* type = nullptr;
     std::shared_ptr<LocationStore> store; // null with a defect, and while the results are taken
 
     static OpNode& Of(const TellarRuntime::Op& op) { return *op.node; }
 
-    /// "Op \"name\" (Type)", the way errors name it.
+    /// The Op's name in errors: "Op \"name\" (Type)".
     std::string label() const;
 
-    /// Cooks a location, or finds it cooked. `eviction` other than 0 asks for a result made
-    /// since that eviction. `*found` (may be null) receives the location's place in the store;
-    /// null when the path names no location.
+    /// Cooks a location, or returns its existing result. An `eviction` other than 0 asks for a
+    /// result made since that eviction. Unless `found` is null, *found receives the location's node
+    /// in the store, or null when the path is not that of a location.
     TellarRuntime::LocationData cook(const std::string& path, std::uint32_t eviction,
                                      LocationNode** found = nullptr) const;
 
@@ -51,22 +51,22 @@ private:
                                        std::uint32_t eviction) const;
     TellarRuntime::LocationData cookNow(LocationNode& node, const std::string& path,
                                         std::uint32_t eviction) const;
-    /// With two references, for the node and for the caller.
+    /// A new record with two references, for the node and for the caller.
     LocationRecord* compute(LocationNode& node, const std::string& path,
                             std::uint32_t eviction) const;
 };
 
-/// What escapes from a cook: it names the Op, its type and the location already.
+/// The exception that leaves a cook. Its text names the Op, its type and the location.
 class CookError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Gives every Op that can be reached from `ops` its identity and its place to keep results.
-/// An Op that is part of a cycle, or lies under too many others, gets a defect instead.
+/// Gives every Op that can be reached from `ops` its identity and the store of its results. An Op
+/// that is part of a cycle, or depends on too many others, gets a defect instead. In OpCommit.cpp.
 void CommitOps(const std::vector<std::shared_ptr<TellarRuntime::Op>>& ops);
 
-/// Computations run in this process.
+/// The number of cooks in this process.
 std::uint64_t NumberOfCooks();
 
 } // namespace OxTellarRuntimeDetail
