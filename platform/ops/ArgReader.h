@@ -15,9 +15,8 @@ namespace TellarOps {
 /// Whether numbers given as floats stay floats. Integers always become doubles.
 enum class NumberForm { AsGiven, Double };
 
-/// Reads an Op's arguments strictly: a wrong type or number of values, or the lack of an
-/// argument that is required, throws std::runtime_error naming the argument and the type
-/// that the description gives for it.
+/// Reads an Op's arguments strictly. A wrong type, a wrong number of values or a missing required
+/// argument throws std::runtime_error, which names the argument and its type in the description.
 ///
 /// For one thread; description and arguments must outlive it.
 class ArgReader {
@@ -47,7 +46,8 @@ public:
     /// doubles, all samples kept. Invalid when absent.
     OxAttribute::DataAttribute numbers(std::string_view name, std::int64_t count,
                                        NumberForm form) const;
-    /// `count` doubles at time 0; `absent` when absent, which is an error if it is empty.
+    /// `count` doubles at time 0, or `absent` when the argument is absent. Required if `absent` is
+    /// empty.
     std::vector<double> doubles(std::string_view name, std::int64_t count,
                                 const std::vector<double>& absent) const;
 

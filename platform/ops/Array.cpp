@@ -45,7 +45,7 @@ std::vector<OxOpType::Argument> Arguments() {
     };
 }
 
-/// The location asked for is no instance and nothing below one.
+/// The location is neither an instance nor below one.
 void CookSurroundings(CookContext& context, const ArrayState& state) {
     const std::string& path = context.path();
     if (!state.keepsSource && IsSelfOrBelow(path, state.source)) return;

@@ -26,7 +26,7 @@ GroupAttribute WithChild(const GroupAttribute& group, std::string_view name,
     Children children;
     children.reserve(static_cast<std::size_t>(group.getNumberOfChildren()) + 1);
     Append(children, group);
-    children.emplace_back(name, child); // of two with one name the last wins
+    children.emplace_back(name, child); // replaces one of the same name
     return GroupAttribute(children, group.getGroupInherit());
 }
 

@@ -8,7 +8,7 @@
 
 namespace TellarOps {
 
-/// `group` with one child set: in its place if it was there, else last.
+/// `group` with one child set. A child that exists keeps its place, a new one comes last.
 GroupAttribute WithChild(const GroupAttribute& group, std::string_view name,
                          const Attribute& child);
 
@@ -28,8 +28,8 @@ enum class XFormSide {
     Innermost  ///< in the location's own space: the last one
 };
 
-/// `attrs` with `edit` as a new child of "xform", called `prefix` and the first number that
-/// is free.
+/// `attrs` with `edit` as a new child of "xform", named `prefix` followed by the first unused
+/// number.
 GroupAttribute WithXFormEdit(const GroupAttribute& attrs, const GroupAttribute& edit,
                              XFormSide side, std::string_view prefix);
 

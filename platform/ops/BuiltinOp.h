@@ -26,8 +26,8 @@ using LocationData = TellarRuntime::LocationData;
 /// How many inputs an Op of a type may be wired to.
 enum class Inputs { None, AtMostOne, Any };
 
-/// What the built-in op types share: a fixed description, and arguments that are checked
-/// against it before anything is read from them.
+/// The base of the built-in op types: it has a fixed description and checks the arguments against
+/// it before they are read.
 class BuiltinOp : public OxOpType::OpType {
 public:
     const Description& description() const final { return ownDescription; }
@@ -37,7 +37,7 @@ public:
 protected:
     BuiltinOp(Description description, Inputs inputs);
 
-    /// Reads the arguments; their names are known to be those of the description.
+    /// Reads the arguments. All their names are in the description.
     virtual std::shared_ptr<const State> parse(const ArgReader& args) const = 0;
 
 private:
@@ -45,16 +45,16 @@ private:
     const Inputs inputs;
 };
 
-/// The state that the type's own parse() made.
+/// The state that parse() of the same type returned.
 template <typename T>
 const T& StateOf(const CookContext& context) {
     return static_cast<const T&>(*context.state());
 }
 
-/// The location as the only input presents it; without an input it does not exist.
+/// The location as the only input presents it. Without an input it does not exist.
 LocationData InputAt(CookContext& context, const std::string& path);
 
-/// Presents what the only input presents at this location, be it nothing.
+/// Presents what the only input presents at this location, which may be nothing.
 void PassInput(CookContext& context);
 
 } // namespace TellarOps

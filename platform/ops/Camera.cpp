@@ -27,7 +27,7 @@ constexpr CameraNumber kNumbers[] = {
 
 struct CameraState : State {
     std::string path;
-    std::vector<GroupAttribute::Child> attrs; // replace those of the location
+    std::vector<GroupAttribute::Child> attrs; // replace attributes of the location
 };
 
 std::vector<OxOpType::Argument> Arguments() {

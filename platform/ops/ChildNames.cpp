@@ -41,9 +41,9 @@ StringAttribute WithoutName(const StringAttribute& names, std::string_view name)
 StringAttribute UnionOfNames(const std::vector<StringAttribute>& lists) {
     std::vector<std::string_view> names;
     std::unordered_set<std::string_view> seen;
-    const StringAttribute* onlyOne = nullptr; // the list that gave all names so far
+    const StringAttribute* onlyOne = nullptr; // the list of all names so far
     for (const StringAttribute& list : lists) {
-        // The sample's own hold on the attribute is not needed: `lists` outlives the names.
+        // The sample need not retain the attribute, because `lists` outlives the names.
         const std::size_t before = names.size();
         for (const std::string_view name : list.getNearestSample(0.0f))
             if (seen.insert(name).second) names.push_back(name);

@@ -9,22 +9,22 @@
 
 namespace TellarOps {
 
-/// Potential children: all functions give an invalid attribute for no names at all, and
-/// the very attribute that came in when nothing is changed.
+// Potential children. All functions return an invalid attribute for an empty list, and the same
+// attribute that they were given when they change nothing.
 
 StringAttribute MakeNames(const std::vector<std::string_view>& names);
 StringAttribute WithName(const StringAttribute& names, std::string_view name);
 StringAttribute WithoutName(const StringAttribute& names, std::string_view name);
-/// Every name once, in order of its first mention.
+/// Every name once, in order of first occurrence.
 StringAttribute UnionOfNames(const std::vector<StringAttribute>& lists);
 
 /// The level that leads from `ancestor` down to `descendant`, which lies below it.
 std::string_view NameTowards(std::string_view descendant, std::string_view ancestor);
 
-/// The attributes of a location made only because others must hang below it.
+/// The attributes of a group that exists only because it has children.
 const GroupAttribute& PlainGroupAttrs();
 
-/// Presents `data` with other potential children; where it does not exist, a plain group.
+/// Presents `data` with other potential children, or a plain group if it does not exist.
 void PassWithChildren(CookContext& context, const LocationData& data, const StringAttribute& names);
 
 } // namespace TellarOps

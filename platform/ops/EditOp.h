@@ -5,7 +5,7 @@
 
 namespace TellarOps {
 
-/// An op type that changes attributes of the locations its "paths" match, and nothing else.
+/// An op type that only changes attributes of the locations that its "paths" match.
 class EditOp : public BuiltinOp {
 public:
     void cook(CookContext& context) const final;
@@ -19,8 +19,8 @@ protected:
     /// Adds the arguments to "paths".
     EditOp(std::string name, std::string summary, std::vector<OxOpType::Argument> arguments);
 
-    /// The attributes that a matched location gets instead of `attrs`; `attrs` itself leaves
-    /// it alone.
+    /// The attributes that replace `attrs` at a matched location. Returns `attrs` to leave it
+    /// unchanged.
     virtual GroupAttribute edit(CookContext& context, const GroupAttribute& attrs) const = 0;
 };
 

@@ -10,13 +10,13 @@
 
 namespace TellarOps {
 
-/// Where the instances of an array hang: `count` of them in index order, in as many levels
-/// of groups as it takes for no group to have more than `groupSize` children. Instance 4711
-/// of 10000 in groups of 100 is "g_47/i_4711".
+/// The groups above the instances of an array. The tree has `count` instances in index order, below
+/// as many levels of groups as needed so that each group has at most `groupSize` children.
+/// Instance 4711 of 10000 in groups of 100 is "g_47/i_4711".
 ///
 /// Names hold the index among all groups or instances of their level, padded with zeros to
-/// one width. Everything is computed from indices; the tree itself takes some fifty words
-/// whatever the count. Immutable.
+/// one width. Everything is computed from indices, so the tree takes some fifty words for any
+/// count. Immutable.
 class InstanceTree {
 public:
     InstanceTree() : InstanceTree(0, 2) {}
@@ -25,8 +25,8 @@ public:
 
     struct Place {
         enum Kind {
-            Foreign,  ///< the first name is none of the tree's
-            Missing,  ///< it is, but there is nothing at the path
+            Foreign,  ///< the first name is not in the tree
+            Missing,  ///< the first name is in the tree, the path is not
             Group,    ///< a group of the tree
             Instance, ///< an instance, or something below one
         };

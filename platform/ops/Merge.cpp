@@ -8,8 +8,8 @@
 namespace TellarOps {
 namespace {
 
-/// The inputs' data of the location, where it exists, in input order. Inputs that present the
-/// very same record count as one.
+/// The location's data from the inputs that have it, in input order. Inputs that present the same
+/// record count as one.
 std::vector<LocationData> ExistingInputs(CookContext& context) {
     std::vector<LocationData> existing;
     for (std::size_t index = 0; index < context.numberOfInputs(); ++index) {

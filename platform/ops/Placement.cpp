@@ -17,7 +17,7 @@ Attribute Translation(const Axes& offset) {
     return DoubleAttribute(offset.data(), 3, 3);
 }
 
-/// Throws when the product is larger than an array may be.
+/// Throws when the product exceeds the limit for an array.
 std::uint64_t NumberOfCells(const std::vector<std::int32_t>& counts) {
     std::uint64_t total = 1;
     for (const std::int32_t count : counts) {
@@ -63,7 +63,7 @@ std::uint64_t Mix(std::uint64_t value) {
     return value ^ (value >> 31);
 }
 
-/// Uniform in [0, 1), every double of it a multiple of 2^-53.
+/// Uniform in [0, 1), in multiples of 2^-53.
 double Uniform(std::uint64_t seed, std::uint64_t index, std::uint64_t stream) {
     const std::uint64_t bits = Mix(Mix(Mix(seed) ^ index) ^ stream);
     return static_cast<double>(bits >> 11) * (1.0 / 9007199254740992.0);
@@ -89,7 +89,8 @@ public:
         for (std::size_t axis = 0; axis < 3; ++axis)
             offset[axis] = least[axis] + Uniform(seed, index, axis) * size[axis];
         Attribute rotation;
-        // Degrees, not a matrix: sine and cosine may differ in the last bit between machines.
+        // In degrees instead of a matrix, because the last bits of sine and cosine differ between
+        // machines.
         if (spin) rotation = DoubleAttribute({360.0 * Uniform(seed, index, 3), 0.0, 1.0, 0.0}, 4);
         return GroupAttribute(Children{{"translate", Translation(offset)}, {"rotate", rotation}},
                               false);

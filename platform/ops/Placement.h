@@ -8,7 +8,7 @@
 
 namespace TellarOps {
 
-/// Says where each instance of an array goes, from its index alone. Immutable.
+/// Computes the transform of each instance of an array from its index. Immutable.
 class Placement {
 public:
     virtual ~Placement() = default;

@@ -1,4 +1,4 @@
-// What the module offers to whoever loads it: one record per op type.
+// The exported functions of the module: one plug-in record for each op type.
 
 #include <iterator>
 

@@ -11,8 +11,8 @@ namespace {
 using OxLocationPath::Patterns;
 
 struct PruneState : State {
-    Patterns roots;     // what is to vanish
-    Patterns withBelow; // that and everything below it
+    Patterns roots;     // locations to remove
+    Patterns withBelow; // those and everything below them
     bool keepNames = false;
 };
 
@@ -22,7 +22,7 @@ std::vector<std::string> WithBelow(std::vector<std::string> globs) {
     return globs;
 }
 
-/// The names whose locations stay; `names` itself if all do.
+/// The names whose locations stay, or `names` itself if all do.
 StringAttribute RemainingNames(const StringAttribute& names, const std::string& parent,
                                const Patterns& roots) {
     const auto sample = names.getNearestSample(0.0f);

@@ -7,7 +7,7 @@ namespace {
 constexpr const char* kSettingsLocation = "/root";
 
 struct RenderSettingsState : State {
-    GroupAttribute attrs; // what is merged into the location's
+    GroupAttribute attrs; // merged into those of the location
 };
 
 class RenderSettings final : public BuiltinOp {

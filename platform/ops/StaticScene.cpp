@@ -17,7 +17,7 @@ struct StaticSceneState : State {
     std::string location;
 };
 
-/// Whether encoding would change the name, or might have made it.
+/// Whether the name needs encoding or looks like an encoded one.
 bool HasEncodedCharacter(std::string_view name) {
     bool has = false;
     for (const char c : name)
@@ -30,7 +30,7 @@ std::int64_t FindEncoded(const GroupAttribute& children, std::string_view name, 
     if (!HasEncodedCharacter(name)) return children.findChild(name, hint);
     const std::int64_t index = children.findChild(DelimiterEncode(name), hint);
     if (index >= 0) return index;
-    // Written without encoding, and yet not to be mistaken for an encoded name.
+    // The name may also be written without encoding, unless it looks like an encoded one.
     return DelimiterDecode(name) == name ? children.findChild(name, hint) : -1;
 }
 
@@ -42,13 +42,14 @@ GroupAttribute AttrsOf(const GroupAttribute& description) {
     return description.getChildByIndex(description.findChild("a", 0));
 }
 
-/// Invalid when there is no such child, or it is no group.
+/// Invalid when there is no such child or it is not a group.
 GroupAttribute ChildDescription(const GroupAttribute& children, std::string_view name,
                                 std::int64_t hint) {
     return children.getChildByIndex(FindEncoded(children, name, hint));
 }
 
-/// From the description of `location` down to that of `path`, which lies below it.
+/// The description of `path`, which lies below `location`, found from the description of
+/// `location`.
 GroupAttribute Descend(GroupAttribute description, std::string_view path,
                        std::string_view location) {
     while (description.isValid() && path.size() > location.size()) {
@@ -130,11 +131,12 @@ private:
         const GroupAttribute children = ChildrenOf(description);
         if (children.getNumberOfChildren() == 0) return;
         context.setPotentialChildren(DecodedNames(children));
-        context.setNote(children); // leads their cooks straight to their descriptions
+        context.setNote(
+            children); // lets the cooks of the children find their descriptions directly
     }
 
     static GroupAttribute findDescription(const CookContext& context, std::string_view location) {
-        // The arguments themselves have the layout of a location.
+        // The arguments have the layout of a location.
         if (context.path().size() == location.size())
             return context.args().isValid() ? context.args() : GroupAttribute(true);
         return Descend(context.args(), context.path(), location);

@@ -40,7 +40,12 @@ static inline OxAttributeStruct* noAttribute(OxLocationDelegateInstance instance
 }
 
 static inline const OxAttributeSuite_v1* attributeSuite(void) {
-    return (const OxAttributeSuite_v1*)delegateHost->getSuite("AttributeHost", 1);
+    const void* suite = delegateHost->getSuite("AttributeHost", 1);
+#ifdef __cplusplus
+    return static_cast<const OxAttributeSuite_v1*>(suite);
+#else
+    return suite;
+#endif
 }
 
 /* Null for an instance that is none of createDelegate(). */

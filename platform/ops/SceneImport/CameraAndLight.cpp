@@ -32,7 +32,7 @@ const char* LightTypeName(aiLightSourceType type) {
     }
 }
 
-// Rounded to the precision that Assimp has, 40 degrees are 40 degrees again.
+// Rounded to the precision of Assimp, so that 40 degrees stay 40 degrees.
 float Degrees(float radians) {
     return static_cast<float>(radians * kDegrees);
 }
@@ -112,7 +112,7 @@ GroupAttribute LightParameters(const ImportedLight& light) {
 GroupAttribute LightNetwork(const ImportedLight& light) {
     GroupBuilder parameters;
     parameters.update(LightParameters(light));
-    parameters.del("type"); // the node's type says it
+    parameters.del("type"); // equal to the type of the node
     GroupBuilder network;
     network.setGroupInherit(false);
     network.set("style", StringAttribute("network"));

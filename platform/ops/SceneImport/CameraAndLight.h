@@ -15,7 +15,7 @@ namespace TellarSceneImport {
 
 /// A camera of a scene file, whatever kind of file it came from.
 struct ImportedCamera {
-    double fieldOfView = 45.0; ///< horizontal, degrees; nothing for an orthographic camera
+    double fieldOfView = 45.0; ///< horizontal, degrees; unused by an orthographic camera
     double nearClip = 0.1;
     double farClip = 1000.0;
     double aspect = 0.0;                ///< width / height; 0 when unknown
@@ -32,7 +32,7 @@ struct ImportedLight {
     float coneInner = 0;                    ///< whole angles of a spot light, degrees
     float coneOuter = 0;
     std::array<float, 2> size = {0, 0}; ///< of an area light
-    float range = 0;                    ///< beyond which there is no light; 0: none
+    float range = 0;                    ///< distance beyond which there is no light; 0: unlimited
     Matrix aim = AimMatrix({}, {}, {}); ///< in its node's space; shines down -Z
 
     /// Splits a colour into hue and intensity.

@@ -10,116 +10,22 @@
 #include <vector>
 
 #include "NodeGraph.h"
+#include "XmlTags.h"
 #include "text/NumberText.h"
 
 namespace TellarSceneImport {
 
 namespace {
 
-// Around and inside of nodes there are about ten levels more.
+// Elements around and inside nodes add about ten levels.
 constexpr int kLevelsBesideNodes = 100;
-
-constexpr std::string_view kSpace = " \t\r\n";
 
 [[noreturn]] void Fail(const std::string& what) {
     throw std::runtime_error("damaged Collada: " + what);
 }
 
-// What stands between "<" and ">".
-struct Tag {
-    std::string_view name; // "accessor", "/accessor"
-    std::string_view attributes;
-    bool isEmpty = false; // ends with "/"
-};
-
-// Gives one tag after the other; text, comments, CDATA and the like are passed over. Stops at
-// what is no XML: Assimp will say so.
-class TagReader {
-public:
-    explicit TagReader(std::string_view xml) : rest(xml) {}
-
-    bool next(Tag& tag) {
-        while (skipTo("<")) {
-            if (!rest.empty() && (rest[0] == '!' || rest[0] == '?')) {
-                skipMarkup();
-                continue;
-            }
-            return readTag(tag);
-        }
-        return false;
-    }
-
-    // What stands between the last tag and the next "<".
-    std::string_view text() const { return rest.substr(0, rest.find('<')); }
-    // Whether that next "<" begins a comment, CDATA or the like.
-    bool isMarkupNext() const {
-        const std::size_t behind = text().size() + 1;
-        return behind < rest.size() && rest[behind] == '!';
-    }
-
-private:
-    bool skipTo(std::string_view text) {
-        const std::size_t found = rest.find(text);
-        rest.remove_prefix(found == std::string_view::npos ? rest.size() : found + text.size());
-        return found != std::string_view::npos;
-    }
-
-    void skipMarkup() {
-        if (rest.substr(0, 3) == "!--")
-            skipTo("-->");
-        else if (rest.substr(0, 8) == "![CDATA[")
-            skipTo("]]>");
-        else
-            skipTo(">");
-    }
-
-    bool readTag(Tag& tag) {
-        char quote = 0;
-        std::size_t end = 0;
-        for (; end < rest.size() && (quote || rest[end] != '>'); ++end) {
-            const char c = rest[end];
-            if (quote)
-                quote = c == quote ? 0 : quote;
-            else if (c == '"' || c == '\'')
-                quote = c;
-        }
-        if (end == rest.size()) return false;
-        std::string_view inside = rest.substr(0, end);
-        rest.remove_prefix(end + 1);
-        tag.isEmpty = !inside.empty() && inside.back() == '/';
-        if (tag.isEmpty) inside.remove_suffix(1);
-        tag.name = inside.substr(0, inside.find_first_of(kSpace));
-        tag.attributes = inside.substr(tag.name.size());
-        return true;
-    }
-
-    std::string_view rest;
-};
-
-std::string_view Trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(kSpace);
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(kSpace) - first + 1);
-}
-
-// Empty when there is no such attribute.
-std::string_view AttributeOf(const Tag& tag, std::string_view name) {
-    std::string_view rest = tag.attributes;
-    for (;;) {
-        const std::size_t equals = rest.find('=');
-        if (equals == std::string_view::npos) return {};
-        const std::string_view found = Trimmed(rest.substr(0, equals));
-        rest = Trimmed(rest.substr(equals + 1));
-        if (rest.empty() || (rest[0] != '"' && rest[0] != '\'')) return {};
-        const std::size_t end = rest.find(rest[0], 1);
-        if (end == std::string_view::npos) return {};
-        if (found == name) return rest.substr(1, end - 1);
-        rest.remove_prefix(end + 1);
-    }
-}
-
-std::uint64_t NumberOf(const Tag& tag, std::string_view name, std::uint32_t absent) {
-    const std::string_view text = Trimmed(AttributeOf(tag, name));
+std::uint64_t NumberOf(const XmlTag& tag, std::string_view name, std::uint32_t absent) {
+    const std::string_view text = TrimmedXml(tag.attribute(name));
     if (text.empty()) return absent;
     std::uint32_t number = 0;
     if (!TellarInternal::ReadNumber(text, number))
@@ -131,7 +37,7 @@ bool EndsWith(std::string_view text, std::string_view end) {
     return text.size() >= end.size() && text.substr(text.size() - end.size()) == end;
 }
 
-// Assimp waits forever for a digit in these.
+// Assimp waits forever for a digit in these elements.
 bool IsIndexList(std::string_view name) {
     return name == "p" || name == "h" || name == "v" || name == "vcount";
 }
@@ -143,7 +49,7 @@ bool IsPrimitive(std::string_view name) {
     return false;
 }
 
-bool HoldsIndices(const TagReader& reader) {
+bool HoldsIndices(const XmlTagReader& reader) {
     return reader.text().find_first_not_of("0123456789+- \t\r\n") == std::string_view::npos &&
            !reader.isMarkupNext();
 }
@@ -154,13 +60,13 @@ struct Array {
 };
 
 struct Accessor {
-    std::string_view array; // its id
+    std::string_view array; // the id of the array
     std::uint64_t count = 0;
     std::uint64_t offset = 0;
     std::uint64_t stride = 0;
     std::uint64_t numberOfParams = 0;
 
-    // How long the array must be. No overflow: 32-bit numbers are multiplied.
+    // The smallest length of the array. Products of 32-bit numbers do not overflow.
     std::uint64_t reach() const {
         return count == 0 ? 0 : offset + (count - 1) * stride + std::max(stride, numberOfParams);
     }
@@ -172,25 +78,25 @@ struct Input {
     std::uint64_t offset = 0;
 };
 
-// A <sampler> or <vertex_weights>: lists whose items belong together.
+// A <sampler> or <vertex_weights>, whose inputs are lists of related items.
 struct Table {
     std::vector<Input> inputs;
     std::string_view indices;  // the text of <v>, for weights
-    std::string_view geometry; // whose points have the weights
-    std::uint64_t count = 0;   // of those points
+    std::string_view geometry; // the id of the geometry with the weights
+    std::uint64_t count = 0;   // the number of weighted points
 };
 
-// A <polygons>, <polylist> or <triangles> and the lists in it.
+// A <polygons>, <polylist> or <triangles> element and the lists in it.
 struct Faces {
-    std::string_view kind; // empty outside of one
+    std::string_view kind; // the name of the element; empty outside
     std::uint64_t count = 0;
-    std::uint64_t lists = 0;      // <p>
-    std::uint64_t emptyLists = 0; // of these
-    bool hasSides = false;        // <vcount>, before the first list
+    std::uint64_t lists = 0;      // the number of <p>
+    std::uint64_t emptyLists = 0; // those without indices
+    bool hasSides = false;        // whether <vcount> precedes the first list
 };
 
-std::string_view Reference(const Tag& tag, std::string_view attribute = "source") {
-    std::string_view id = AttributeOf(tag, attribute);
+std::string_view Reference(const XmlTag& tag, std::string_view attribute = "source") {
+    std::string_view id = tag.attribute(attribute);
     id.remove_prefix(id.substr(0, 1) == "#" ? 1 : 0);
     return id;
 }
@@ -199,18 +105,18 @@ class Checker {
 public:
     Checker(std::size_t fileSize, int maxDepth) : fileSize(fileSize), maxDepth(maxDepth) {}
 
-    // `reader` stands behind the tag.
-    void read(const Tag& tag, const TagReader& reader);
+    // `reader` has just read the tag.
+    void read(const XmlTag& tag, const XmlTagReader& reader);
     void check() const;
 
 private:
-    void open(const Tag& tag, const TagReader& reader);
-    std::uint64_t countOf(const Tag& tag) const;
-    void addArray(const Tag& tag);
-    void addAccessor(const Tag& tag);
-    void addInput(const Tag& tag);
-    void addNode(const Tag& tag);
-    void readFaces(const Tag& tag, const TagReader& reader);
+    void open(const XmlTag& tag, const XmlTagReader& reader);
+    std::uint64_t countOf(const XmlTag& tag) const;
+    void addArray(const XmlTag& tag);
+    void addAccessor(const XmlTag& tag);
+    void addInput(const XmlTag& tag);
+    void addNode(const XmlTag& tag);
+    void readFaces(const XmlTag& tag, const XmlTagReader& reader);
     void checkFaces() const;
     void checkAccessor(const Accessor& accessor) const;
     void checkInput(const Input& input) const;
@@ -222,39 +128,40 @@ private:
     const std::size_t fileSize;
     const int maxDepth;
     int depth = 0;
-    Accessor* openAccessor = nullptr; // the one around, an element of `accessors`
+    Accessor* openAccessor = nullptr; // the enclosing one, an element of `accessors`
     bool inTable = false;
     Faces faces;
-    std::string_view source;   // the id of the <source> met last
-    std::string_view geometry; // the id of the <geometry> met last
-    std::string_view skinned;  // the id of the geometry of the <skin> met last
+    std::string_view source;   // the id of the last <source>
+    std::string_view geometry; // the id of the last <geometry>
+    std::string_view skinned;  // the id of the geometry of the last <skin>
     std::map<std::string_view, Array> arrays;
-    std::map<std::string_view, Accessor> accessors;         // by the id of their source
-    std::map<std::string_view, std::string_view> positions; // sources by the id of a geometry
+    std::map<std::string_view, Accessor> accessors;         // by the id of the source
+    std::map<std::string_view, std::string_view> positions; // sources by the id of the geometry
     std::vector<Input> inputs;
     std::vector<Table> tables;
     std::deque<std::string> madeUpNames;     // of nodes without an id
-    std::vector<std::string_view> openNodes; // the ids of the nodes around
+    std::vector<std::string_view> openNodes; // the ids of the enclosing nodes
     NodeGraph graph;
 };
 
-// How many there are of what takes a byte each at least: Assimp makes room for them.
-std::uint64_t Checker::countOf(const Tag& tag) const {
+// The number of items in the element. Assimp allocates memory for them, and each takes at least one
+// byte of the file.
+std::uint64_t Checker::countOf(const XmlTag& tag) const {
     const std::uint64_t count = NumberOf(tag, "count", 0);
     if (count > fileSize) Fail("the count of <" + std::string(tag.name) + "> is too large");
     return count;
 }
 
-// Of several arrays with one id the shortest counts, whichever it is that Assimp uses.
-void Checker::addArray(const Tag& tag) {
+// Assimp may use any of several arrays with one id, so the shortest one is checked.
+void Checker::addArray(const XmlTag& tag) {
     const bool isText = tag.name == "Name_array" || tag.name == "IDREF_array";
     const Array array = {countOf(tag), isText};
-    Array& known = arrays.emplace(AttributeOf(tag, "id"), array).first->second;
+    Array& known = arrays.emplace(tag.attribute("id"), array).first->second;
     if (known.isText != isText) Fail("two arrays share an id");
     known.length = std::min(known.length, array.length);
 }
 
-void Checker::addAccessor(const Tag& tag) {
+void Checker::addAccessor(const XmlTag& tag) {
     const Accessor accessor = {Reference(tag), countOf(tag), NumberOf(tag, "offset", 0),
                                NumberOf(tag, "stride", 1), 0};
     const auto [place, isNew] = accessors.emplace(source, accessor);
@@ -262,33 +169,33 @@ void Checker::addAccessor(const Tag& tag) {
     openAccessor = tag.isEmpty ? nullptr : &place->second;
 }
 
-void Checker::addInput(const Tag& tag) {
-    const Input input = {AttributeOf(tag, "semantic"), Reference(tag), NumberOf(tag, "offset", 0)};
+void Checker::addInput(const XmlTag& tag) {
+    const Input input = {tag.attribute("semantic"), Reference(tag), NumberOf(tag, "offset", 0)};
     inputs.push_back(input);
     if (input.semantic == "POSITION") positions[geometry] = input.source;
     if (inTable) tables.back().inputs.push_back(input);
 }
 
-void Checker::addNode(const Tag& tag) {
-    std::string_view id = AttributeOf(tag, "id");
+void Checker::addNode(const XmlTag& tag) {
+    std::string_view id = tag.attribute("id");
     if (id.empty()) id = madeUpNames.emplace_back("\n" + std::to_string(madeUpNames.size()));
     if (!openNodes.empty()) graph.connect(openNodes.back(), id);
     if (!tag.isEmpty) openNodes.push_back(id);
 }
 
-void Checker::readFaces(const Tag& tag, const TagReader& reader) {
+void Checker::readFaces(const XmlTag& tag, const XmlTagReader& reader) {
     if (tag.name == "polygons" || tag.name == "polylist" || tag.name == "triangles")
         faces = {tag.name, countOf(tag), 0, 0, false};
     else if (tag.name == "vcount")
         faces.hasSides = faces.hasSides || faces.lists == 0;
     else if (tag.name == "p") {
         ++faces.lists;
-        if (tag.isEmpty || Trimmed(reader.text()).empty()) ++faces.emptyLists;
+        if (tag.isEmpty || TrimmedXml(reader.text()).empty()) ++faces.emptyLists;
     }
     if (tag.isEmpty && tag.name == faces.kind) checkFaces();
 }
 
-// Assimp ends the process when there are more or fewer faces than the count says.
+// Assimp ends the process when the number of faces differs from the count.
 void Checker::checkFaces() const {
     const bool isOneListEach = faces.kind == "polygons";
     if (isOneListEach ? faces.lists != faces.count || faces.emptyLists > 0
@@ -298,9 +205,9 @@ void Checker::checkFaces() const {
         Fail("<polylist> does not say how many sides its faces have");
 }
 
-void Checker::open(const Tag& tag, const TagReader& reader) {
+void Checker::open(const XmlTag& tag, const XmlTagReader& reader) {
     if (tag.name == "source")
-        source = AttributeOf(tag, "id");
+        source = tag.attribute("id");
     else if (tag.name == "accessor")
         addAccessor(tag);
     else if (tag.name == "param" && openAccessor)
@@ -312,7 +219,7 @@ void Checker::open(const Tag& tag, const TagReader& reader) {
     else if (tag.name == "instance_node" && !openNodes.empty())
         graph.connect(openNodes.back(), Reference(tag, "url"));
     else if (tag.name == "geometry")
-        geometry = AttributeOf(tag, "id");
+        geometry = tag.attribute("id");
     else if (tag.name == "skin")
         skinned = Reference(tag);
     else if (tag.name == "sampler")
@@ -329,7 +236,7 @@ void Checker::open(const Tag& tag, const TagReader& reader) {
     if (inTable && tag.name == "v") tables.back().indices = reader.text();
 }
 
-void Checker::read(const Tag& tag, const TagReader& reader) {
+void Checker::read(const XmlTag& tag, const XmlTagReader& reader) {
     if (tag.name.substr(0, 1) == "/") {
         if (tag.name == "/accessor") openAccessor = nullptr;
         if (!faces.kind.empty() && tag.name.substr(1) == faces.kind) checkFaces();
@@ -344,7 +251,7 @@ void Checker::read(const Tag& tag, const TagReader& reader) {
     readFaces(tag, reader);
 }
 
-// Null for what is no source, such as <vertices>.
+// Returns null for an id of another element, such as <vertices>.
 const Accessor* Checker::accessorOf(std::string_view id) const {
     const auto found = accessors.find(id);
     return found == accessors.end() ? nullptr : &found->second;
@@ -368,7 +275,7 @@ void Checker::checkInput(const Input& input) const {
              std::string(input.semantic));
 }
 
-// A sampler's times come first; there is something for each.
+// Each input of a sampler has at least as many items as there are times.
 void Checker::checkLengths(const Table& sampler) const {
     std::uint64_t times = 0;
     for (const Input& input : sampler.inputs)
@@ -381,14 +288,14 @@ void Checker::checkLengths(const Table& sampler) const {
             Fail("\"" + std::string(input.source) + "\" is shorter than its times");
 }
 
-// <v> holds one index for each input in turn.
+// <v> holds one index for each input in turn, for each weight.
 void Checker::checkIndices(const Table& weights) const {
     std::uint64_t width = 1;
     for (const Input& input : weights.inputs)
         width = std::max(width, input.offset + 1);
     std::uint64_t column = 0;
     std::string_view rest = weights.indices;
-    while (!(rest = Trimmed(rest)).empty()) {
+    while (!(rest = TrimmedXml(rest)).empty()) {
         std::int64_t index = 0;
         const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), index);
         if (error != std::errc()) Fail("a weight's index is no number");
@@ -427,8 +334,8 @@ void Checker::check() const {
 
 void CheckCollada(std::string_view xml, int maxDepth) {
     Checker checker(xml.size(), maxDepth);
-    TagReader reader(xml);
-    for (Tag tag; reader.next(tag);)
+    XmlTagReader reader(xml);
+    for (XmlTag tag; reader.next(tag);)
         checker.read(tag, reader);
     checker.check();
 }

@@ -5,10 +5,9 @@
 
 namespace TellarSceneImport {
 
-/// Throws std::runtime_error saying what is wrong when an accessor of a Collada file refers to
-/// more numbers than its array has, a list of indices holds something else, or nodes hold
-/// themselves or make too large a tree: Assimp checks none of it. Says nothing about what else
-/// may be wrong.
+/// Checks what Assimp does not check in a Collada file. Throws std::runtime_error with the reason
+/// when an accessor refers to more numbers than its array has, a list of indices holds something
+/// else, or nodes hold themselves or make too large a tree.
 void CheckCollada(std::string_view xml, int maxDepth);
 
 } // namespace TellarSceneImport

@@ -23,13 +23,13 @@ namespace {
 constexpr int kMaxRecordDepth = 200;
 
 constexpr std::string_view kBinaryMagic("Kaydara FBX Binary  \0", 21);
-constexpr std::size_t kBinaryStart = 27; // behind the magic, two bytes and the version
+constexpr std::size_t kBinaryStart = 27; // after the magic, two bytes and the version
 
 [[noreturn]] void Fail(const std::string& what) {
     throw std::runtime_error("damaged FBX: " + what);
 }
 
-// What matters of a file. Identities are compared as they are written.
+// The models of a file and their connections. Identities are compared as they are written.
 struct Objects {
     std::unordered_set<std::string_view> models;
     struct Connection {
@@ -38,7 +38,7 @@ struct Objects {
     };
     std::vector<Connection> connections;
 
-    // Only models become nodes; those that belong to no model belong to the root.
+    // Only models become nodes. A model without a parent is a child of the root.
     void check(int maxDepth) const {
         NodeGraph graph;
         for (const Connection& connection : connections)
@@ -48,12 +48,12 @@ struct Objects {
     }
 };
 
-// The pieces of a text file: words, quoted strings with their quotes, single other characters.
+// Splits a text file into tokens: words, quoted strings with their quotes, single other characters.
 class TokenReader {
 public:
     explicit TokenReader(std::string_view text) : rest(text) {}
 
-    // Empty at the end.
+    // Returns an empty token at the end.
     std::string_view next() {
         skipSpace();
         if (rest.empty()) return {};
@@ -95,7 +95,7 @@ void ReadTextModel(TokenReader& reader, Objects& objects) {
     if (reader.next() == ":") objects.models.insert(reader.next());
 }
 
-// *length { a: numbers }. Assimp makes room for as many before it looks at the first one.
+// *length { a: numbers }. Assimp allocates all of them before it reads the first one.
 void ReadTextLength(TokenReader& reader, std::size_t fileSize) {
     const std::string_view text = reader.next();
     std::uint64_t length = 0;
@@ -123,10 +123,10 @@ void ReadText(std::string_view content, Objects& objects) {
     }
 }
 
-// Deflate makes a byte of no more.
+// The most bytes that deflate compresses into one.
 constexpr std::uint64_t kMaxDeflation = 1032;
 
-// How many bytes a property of this type takes, or each number of one that is an array.
+// The size in bytes of a property of this type, or of each number in an array property.
 std::uint64_t BytesOfType(char type) {
     switch (type) {
     case 'B':
@@ -151,7 +151,7 @@ std::uint64_t BytesOfType(char type) {
     }
 }
 
-// The properties of a record of a binary file, one after the other.
+// Reads the properties of a record of a binary file.
 class PropertyReader {
 public:
     explicit PropertyReader(std::string_view properties) : rest(properties) {}
@@ -169,8 +169,8 @@ public:
     }
 
 private:
-    // Length, whether the numbers are deflated, how many bytes they take here, and these. Assimp
-    // makes room for as many numbers as it is told, and counts their bytes in 32 bits.
+    // An array holds its length, whether it is deflated, its size in the file, and the numbers.
+    // Assimp allocates as many numbers as the length says, and counts their bytes in 32 bits.
     void checkArray(std::uint64_t numberBytes) {
         const std::uint64_t bytes = number() * numberBytes;
         const bool isDeflated = number() != 0;
@@ -197,8 +197,8 @@ private:
     std::string_view rest;
 };
 
-// Reads a binary file record by record. A record is: where it ends, how many properties it has
-// and their size, its name; the properties; then records in it, up to its end.
+// Reads a binary file record by record. A record consists of its end, the number and the size of
+// its properties, its name, the properties, and nested records up to its end.
 class RecordReader {
 public:
     RecordReader(std::string_view content, Objects& objects) : content(content), objects(objects) {
@@ -207,13 +207,13 @@ public:
 
     void read() {
         std::size_t at = kBinaryStart;
-        std::vector<std::size_t> ends; // of the records around
+        std::vector<std::size_t> ends; // of the enclosing records
         while (at < content.size()) {
             while (!ends.empty() && at >= ends.back())
                 ends.pop_back();
             const std::optional<std::size_t> end = readRecord(at);
             if (!end) {
-                if (ends.empty()) return; // what follows is no record
+                if (ends.empty()) return; // the rest is not a record
                 at = ends.back();
                 continue;
             }
@@ -234,12 +234,12 @@ private:
         return value;
     }
 
-    // Moves `at` behind the record's properties and returns where the record ends; empty at the
-    // record of zeros that ends a list.
+    // Moves `at` to the end of the record's properties and returns the end of the record. Returns
+    // nothing at the record of zeros that ends a list.
     std::optional<std::size_t> readRecord(std::size_t& at) {
         const std::size_t start = at;
         const std::uint64_t end = number(at);
-        number(at); // of properties
+        number(at); // the number of properties
         const std::uint64_t propertyBytes = number(at);
         if (end == 0) return std::nullopt;
         if (end <= start || end > content.size() || at >= end)

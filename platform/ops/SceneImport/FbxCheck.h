@@ -5,9 +5,9 @@
 
 namespace TellarSceneImport {
 
-/// Throws std::runtime_error saying what is wrong when the objects of an FBX file, text or
-/// binary, hold themselves or make too large a tree, or its records are nested absurdly deep:
-/// Assimp checks none of it. Says nothing about what else may be wrong with the file.
+/// Checks what Assimp does not check in an FBX file, text or binary. Throws std::runtime_error with
+/// the reason when objects hold themselves or make too large a tree, an array claims more than the
+/// file can hold, or records are nested too deep.
 void CheckFbx(std::string_view content, int maxDepth);
 
 } // namespace TellarSceneImport

@@ -7,7 +7,7 @@ namespace TellarSceneImport {
 FileStamp StampOf(const std::string& path) {
     FileStamp stamp;
     stamp.path = path;
-    std::error_code ignored; // a stamp of zeros says it
+    std::error_code ignored; // leaves zeros in the stamp
     stamp.kind = std::filesystem::status(path, ignored).type();
     if (!stamp.isRegularFile()) return stamp;
     const auto size = std::filesystem::file_size(path, ignored);

@@ -7,7 +7,7 @@
 
 namespace TellarSceneImport {
 
-/// What tells one version of a file from another without reading it.
+/// Tells versions of a file apart without reading it.
 struct FileStamp {
     std::string path;
     std::filesystem::file_type kind = std::filesystem::file_type::not_found;
@@ -22,7 +22,8 @@ struct FileStamp {
     friend bool operator!=(const FileStamp& a, const FileStamp& b) { return !(a == b); }
 };
 
-/// The file as it is now. Does not throw: what cannot be looked at is not_found or unknown.
+/// The stamp of the file as it is now. Does not throw: a file that cannot be examined is not_found
+/// or unknown.
 FileStamp StampOf(const std::string& path);
 
 } // namespace TellarSceneImport

@@ -9,7 +9,7 @@
 
 namespace TellarSceneImport {
 
-/// What Assimp loses of a glTF 2 file, read from the file itself.
+/// The parts of a glTF 2 file that Assimp loses, read from the file itself.
 ///
 /// Assimp tells nodes apart by name alone, which glTF does not promise to be unique: nodes of
 /// one name get each other's motion, and a camera or light that several nodes share reaches

@@ -22,7 +22,7 @@ namespace {
 
 using Color = std::array<float, 3>;
 
-// The node's name, and the parameters that it offers to the outside.
+// The name of the node and the parameters that it exposes.
 constexpr const char* kShader = "surface";
 constexpr const char* kPublicParameters[] = {"baseColor", "metalness", "roughness",
                                              "specular",  "emission",  "opacity"};
@@ -93,7 +93,7 @@ Color Scaled(const Color& color, float factor) {
     return {color[0] * factor, color[1] * factor, color[2] * factor};
 }
 
-// A highlight's exponent n as the roughness r of a microfacet lobe that looks alike:
+// The roughness r of the microfacet lobe that looks like a highlight with exponent n:
 // r^4 = 2 / (n + 2).
 float RoughnessOfExponent(float exponent) {
     return std::pow(2.0f / (std::max(exponent, 0.0f) + 2.0f), 0.25f);
@@ -129,7 +129,7 @@ void NetworkMaker::setSurface() {
     parameters.set("opacity", FloatAttribute(isOpaque ? 1.0f : opacity));
     if (isGltf() && properties.text(AI_MATKEY_GLTF_ALPHAMODE) == "MASK")
         setOptional("alphaCutoff", "$mat.gltf.alphaCutoff");
-    // 1 is what files say that do not know.
+    // Files that do not know the value say 1.
     if (properties.number(AI_MATKEY_REFRACTI).value_or(1.0f) > 1.0f)
         setOptional("ior", "$mat.refracti");
     setOptional("transmission", "$mat.transmission.factor");
@@ -144,14 +144,14 @@ void NetworkMaker::setOptional(const char* parameter, const char* key) {
         parameters.set(parameter, FloatAttribute(*value));
 }
 
-// glTF's alpha counts only in these two modes.
+// The alpha of glTF matters only in these two modes.
 bool NetworkMaker::isCutOut() const {
     const std::string mode = properties.text(AI_MATKEY_GLTF_ALPHAMODE);
     return mode == "MASK" || mode == "BLEND";
 }
 
-// In glTF and OBJ a texture is multiplied by the parameter's number; elsewhere it stands in
-// its place. Only OBJ materials have an illumination model number.
+// In glTF and OBJ a texture is multiplied by the number of the parameter; elsewhere it replaces the
+// number. Only OBJ materials have an illumination model number.
 bool NetworkMaker::texturesScaleFactors() const {
     return isGltf() || properties.number("$mat.illum").has_value();
 }

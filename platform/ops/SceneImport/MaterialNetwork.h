@@ -10,7 +10,7 @@
 namespace TellarSceneImport {
 
 /// The "material" group of a material location: one standard_surface node named "surface",
-/// and an image node for each texture. Relative texture paths are taken from `folder`.
+/// and an image node for each texture. Relative texture paths start at `folder`.
 OxAttribute::GroupAttribute MakeMaterialNetwork(const aiMaterial& material,
                                                 const std::filesystem::path& folder);
 

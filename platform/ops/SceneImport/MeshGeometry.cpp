@@ -58,7 +58,7 @@ GroupAttribute ArbitraryAttributes(const aiMesh& mesh) {
     return arbitrary.isEmpty() ? GroupAttribute() : arbitrary.build();
 }
 
-// Invalid when no face is a polygon: single points and lines are no faces to us.
+// Invalid when no face is a polygon. Single points and lines are ignored.
 GroupAttribute Polygons(const aiMesh& mesh) {
     std::vector<std::int32_t> vertexList, startIndex = {0};
     for (unsigned i = 0; i < mesh.mNumFaces; ++i) {

@@ -11,10 +11,10 @@
 
 namespace TellarSceneImport {
 
-/// What a mesh's locations share, however many nodes show it.
+/// The attributes that all locations of a mesh share.
 struct MeshGeometry {
-    /// "polymesh" or "pointcloud"; empty for a mesh that nothing is made of: lines, or
-    /// no points at all.
+    /// "polymesh" or "pointcloud"; empty for a mesh that is not imported because it has only lines
+    /// or no points.
     std::string type;
     OxAttribute::GroupAttribute geometry;
     Box bound;

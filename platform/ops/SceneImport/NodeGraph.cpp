@@ -17,12 +17,12 @@ void NodeGraph::connect(std::string_view parent, std::string_view child) {
     children[indexOf(parent)].push_back(to);
 }
 
-// All children are measured.
+// All children have been measured.
 void NodeGraph::close(std::size_t node, std::vector<Size>& sizes) const {
     Size& size = sizes[node];
     size.nodes = 1;
     for (const std::size_t child : children[node]) {
-        // At each step at most twice the limit: no overflow.
+        // The sum is at most twice the limit and cannot overflow.
         size.nodes += sizes[child].nodes;
         size.depth = std::max(size.depth, sizes[child].depth);
         if (size.nodes > kMaxNodes)
@@ -37,7 +37,7 @@ void NodeGraph::measure(std::size_t start, std::vector<Size>& sizes) const {
     while (!pending.empty()) {
         const std::size_t node = pending.back();
         if (sizes[node].nodes > 0) {
-            pending.pop_back(); // was reached on another way, too
+            pending.pop_back(); // it was also reached through another parent
         } else if (sizes[node].isOpen) {
             close(node, sizes);
             pending.pop_back();

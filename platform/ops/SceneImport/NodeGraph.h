@@ -8,25 +8,25 @@
 
 namespace TellarSceneImport {
 
-/// More nodes than this are no scene; they are made from much smaller files by instancing.
+/// The limit for nodes. Instancing can make more of them from a small file.
 constexpr std::uint64_t kMaxNodes = 10'000'000;
 
-/// Who holds whom in a scene file. Assimp makes a tree of it by following every connection,
-/// again and again where something has several parents, and for ever where it holds itself.
+/// The connections between the nodes of a scene file. Assimp expands them into a tree: it repeats a
+/// node with several parents, and never ends at a node that holds itself.
 class NodeGraph {
 public:
     /// Names must live as long as the graph.
     void connect(std::string_view parent, std::string_view child);
 
-    /// Throws std::runtime_error when something holds itself, or when the tree would have more
-    /// than kMaxNodes nodes or be more than `maxDepth` deep.
+    /// Throws std::runtime_error when a node holds itself, or when the tree would have more than
+    /// kMaxNodes nodes or be more than `maxDepth` deep.
     void check(int maxDepth) const;
 
 private:
     struct Size {
         std::uint64_t nodes = 0; // 0: not known yet
         int depth = 0;
-        bool isOpen = false; // its children are being looked at
+        bool isOpen = false; // its children are being measured
     };
 
     std::size_t indexOf(std::string_view name);

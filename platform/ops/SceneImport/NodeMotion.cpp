@@ -9,8 +9,8 @@ namespace TellarSceneImport {
 
 namespace {
 
-// At most this much between two samples: the chord of a 5 degree arc is 0.1 % closer to
-// the axis than the arc, which no picture shows.
+// The largest turn between two samples. The chord of a 5 degree arc is 0.1 % closer to the axis
+// than the arc, which is not visible.
 constexpr double kLargestTurn = 5.0 * 3.14159265358979323846 / 180.0;
 
 // For files that do not say how long a tick is.
@@ -75,7 +75,7 @@ double AngleBetween(const aiQuaternion& a, const aiQuaternion& b) {
 }
 
 void AddTimesBetween(double from, double to, double turn, std::vector<double>& times) {
-    // The small allowance keeps rounding from adding a step to a turn of 5, 10, ... degrees.
+    // The tolerance keeps rounding from adding a step to a turn of 5, 10, ... degrees.
     const int steps = static_cast<int>(std::ceil(turn / kLargestTurn - 1e-3));
     for (int step = 1; step < steps; ++step)
         times.push_back(from + (to - from) * step / steps);
@@ -97,8 +97,8 @@ aiMatrix4x4 NodeMotion::matrixAt(double seconds) const {
 }
 
 std::vector<double> NodeMotion::sampleTimes() const {
-    // A track of one key is constant. Importers make such tracks up, at time 0, where the
-    // file has none, so their times count only where there are no others.
+    // A track of one key is constant. Importers add such tracks at time 0 where the file has none,
+    // so their times are used only if there are no others.
     std::vector<double> keyTimes;
     for (const std::size_t atLeast : {2, 1}) {
         if (!keyTimes.empty()) break;
@@ -126,7 +126,7 @@ OxAttribute::DoubleAttribute NodeMotion::matrices(double framesPerSecond, double
     std::vector<double> values;
     for (const double seconds : sampleTimes()) {
         const float time = static_cast<float>(seconds * framesPerSecond - frame);
-        // Far from the frame, neighbouring samples may fall on one float.
+        // Far from the frame, neighbouring samples may have the same time as floats.
         if (!std::isfinite(time) || (!times.empty() && !(time > times.back()))) continue;
         times.push_back(time);
         const Matrix matrix = ToMatrix(matrixAt(seconds));

@@ -11,15 +11,15 @@
 
 namespace TellarSceneImport {
 
-/// How a node's local matrix moves: keys for position, rotation and scale. Immutable.
+/// The animation of a local matrix: keys for position, rotation and scale. Immutable.
 class NodeMotion {
 public:
-    /// What the channel has no keys for stays as the node's own transformation says.
+    /// A component without keys stays as in the transformation of the node.
     NodeMotion(const aiNodeAnim& channel, double ticksPerSecond, const aiNode& node);
 
-    /// The matrix (16 doubles) at every time at which there is a key, and at so many times
-    /// between two keys that no step turns by more than a few degrees: readers interpolate
-    /// matrices linearly, which would shrink what turns in larger steps. A sample's time is
+    /// The matrix (16 doubles) at the time of every key, with enough samples between two keys that
+    /// no step turns by more than a few degrees: readers interpolate matrices linearly, which would
+    /// shrink objects that turn in larger steps. The time of a sample is
     /// seconds * framesPerSecond - frame. Invalid when the channel has no usable key.
     OxAttribute::DoubleAttribute matrices(double framesPerSecond, double frame) const;
 

@@ -10,7 +10,7 @@ namespace {
 constexpr std::string_view kMaterial = "newmtl";
 constexpr std::string_view kLibrary = "mtllib";
 
-// Takes a line off the text, without spaces in front and the return at its end.
+// Removes a line from the text and returns it without leading spaces and the return at its end.
 std::string_view TakeLine(std::string_view& text) {
     const std::size_t length = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, length);
@@ -38,7 +38,7 @@ void CheckMtl(std::string_view content) {
     while (!content.empty()) {
         const std::string_view line = TakeLine(content);
         if (StartsWith(line, kMaterial)) return;
-        // A return within a comment ends a line for some readers.
+        // Some readers end a line at a return within a comment.
         const bool isComment = StartsWith(line, "#") && line.find('\r') == std::string_view::npos;
         if (!line.empty() && !isComment)
             throw std::runtime_error("damaged MTL: something stands before the first material");

@@ -1,4 +1,4 @@
-// What the module offers to whoever loads it.
+// The exported functions of the module.
 
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/OxPluginApi.h>

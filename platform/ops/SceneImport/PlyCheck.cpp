@@ -17,8 +17,8 @@ namespace {
 constexpr std::string_view kSpace = " \t\r\n";
 
 struct Property {
-    std::size_t lengthBytes = 0; // of a list: the bytes of its length; 0 for a single value
-    std::size_t bytes = 0;       // of a value
+    std::size_t lengthBytes = 0; // the size of the length of a list; 0 for a single value
+    std::size_t bytes = 0;       // the size of a value
 };
 
 struct Element {
@@ -32,7 +32,7 @@ enum class Format { Text, LittleEndian, BigEndian };
     throw std::runtime_error("damaged PLY: " + what);
 }
 
-// What is quoted of a file is kept short.
+// Messages quote only the beginning of long words.
 std::string Quoted(std::string_view text) {
     return "\"" + std::string(text.substr(0, 40)) + "\"";
 }
@@ -51,7 +51,7 @@ std::size_t BytesOfType(std::string_view type) {
     return found->second;
 }
 
-// Takes a word off the text; empty at its end.
+// Removes a word from the text and returns it; empty at the end of the text.
 std::string_view TakeWord(std::string_view& text) {
     text.remove_prefix(std::min(text.find_first_not_of(kSpace), text.size()));
     const std::string_view word = text.substr(0, text.find_first_of(kSpace));
@@ -130,7 +130,7 @@ void PlyReader::readProperty(std::string_view line) {
     elements.back().properties.push_back(property);
 }
 
-// False at the line that ends the header.
+// Returns false at the line that ends the header.
 bool PlyReader::readHeaderLine(std::string_view line) {
     const std::string_view word = TakeWord(line);
     if (word == "format")

@@ -17,11 +17,11 @@ namespace TellarSceneImport {
 /// One location of an imported scene: a node of the file, or a mesh, camera or light of one.
 struct SceneNode {
     std::string name;
-    /// All but what depends on an Op's arguments: the motion and the material's path.
+    /// All attributes except the motion and the path of the material, which depend on arguments.
     OxAttribute::GroupAttribute attrs;
-    /// Invalid without children.
+    /// Invalid when there are no children.
     OxAttribute::StringAttribute childNames;
-    /// Null for a node that stands still. Takes the place of attrs' "xform.matrix".
+    /// Null for a node that does not move. Replaces "xform.matrix" of attrs.
     std::shared_ptr<const NodeMotion> motion;
     /// Index of the mesh's material, or -1.
     int material = -1;
@@ -29,7 +29,7 @@ struct SceneNode {
 
 struct SceneMaterial {
     std::string name;
-    /// What stands as "material" on the material's own location and on its meshes.
+    /// The "material" group of the material's location and of its meshes.
     OxAttribute::GroupAttribute network;
 };
 
@@ -44,11 +44,12 @@ public:
     Scene& operator=(const Scene&) = delete;
 
     const std::string& rootName() const { return nodes.front().name; }
-    /// By path from above the root: "garden/trees/oak". Null when there is none.
+    /// Finds a node by its path, which begins with the name of the root: "garden/trees/oak".
+    /// Returns null when there is none.
     const SceneNode* findNode(std::string_view path) const;
     const SceneMaterial& material(int index) const { return materials[index]; }
     const SceneMaterial* findMaterial(std::string_view name) const;
-    /// Invalid without materials.
+    /// Invalid when there are no materials.
     const OxAttribute::StringAttribute& materialNames() const { return namesOfMaterials; }
 
 private:

@@ -20,24 +20,24 @@ using OxAttribute::StringAttribute;
 
 namespace {
 
-// A camera or a light of a node: one pointer is set.
+// A camera or a light of a node. Exactly one pointer is set.
 struct Device {
     const ImportedCamera* camera = nullptr;
     const ImportedLight* light = nullptr;
-    std::string name; // set when the file ties it to no node
+    std::string name; // set if the file assigns it to no node
 
     const Matrix& aim() const { return camera ? camera->aim : light->aim; }
     bool isAimed() const { return !IsIdentity(aim()); }
 };
 
-// A location under construction: a node, which may be a camera or light at the same time,
-// or else a mesh, or a camera or light that could not be its node itself.
+// A location under construction. It is a node, which may be a camera or light at the same time, a
+// mesh, or a camera or light that needs a location below its node.
 struct Draft {
     std::string name;
     std::uint32_t parent = 0;
     const aiNode* node = nullptr;
     const MeshGeometry* mesh = nullptr;
-    int material = -1; // the mesh's
+    int material = -1; // of the mesh
     const Device* device = nullptr;
     std::vector<std::uint32_t> children;
     Box bound;
@@ -103,7 +103,7 @@ void SceneBuilder::listNodes() {
     }
 }
 
-// Importers add a material for meshes that have none; where all have one, it is left out.
+// Importers add a material for meshes that have none. It is left out if no mesh uses it.
 void SceneBuilder::makeMaterials() {
     std::vector<bool> isUsed(scene.mNumMaterials, false);
     for (unsigned i = 0; i < scene.mNumMeshes && scene.mNumMaterials > 0; ++i)
@@ -131,7 +131,7 @@ const aiNode* SceneBuilder::nodeOfName(const aiString& name) const {
     return found == nodesByName.end() ? nullptr : found->second;
 }
 
-// Of several animations of one node the first counts.
+// The first of several animations of a node is used.
 void SceneBuilder::findMotions() {
     for (unsigned i = 0; i < scene.mNumAnimations; ++i) {
         const aiAnimation& animation = *scene.mAnimations[i];
@@ -178,12 +178,12 @@ std::string SceneBuilder::nameOf(const aiNode& node) const {
 }
 
 std::string SceneBuilder::nameOf(const aiMesh& mesh) const {
-    // What Assimp calls a glTF mesh without a name, "meshes[3]", says nothing.
+    // Assimp calls a glTF mesh without a name "meshes[3]", for example.
     const std::string name = mesh.mName.C_Str();
     return gltf && name.rfind("meshes[", 0) == 0 ? "" : name;
 }
 
-// The reference holds until the next draft.
+// The reference is valid until the next draft.
 Draft& SceneBuilder::draft(std::uint32_t parent, std::string name) {
     drafts[parent].children.push_back(static_cast<std::uint32_t>(drafts.size()));
     Draft& child = drafts.emplace_back();
@@ -206,7 +206,7 @@ void SceneBuilder::draftMeshes(std::uint32_t parent, UniqueNames& names) {
     }
 }
 
-// A camera or light that is turned against its node would turn the node's children too.
+// If a node became a camera or light that is turned relative to it, its children would turn too.
 bool SceneBuilder::canBeNode(const Device& device, const aiNode& node) const {
     const bool isLeaf = node.mNumChildren == 0 && node.mNumMeshes == 0;
     return device.name.empty() && (!device.isAimed() || (isLeaf && devices.at(&node).size() == 1));
@@ -236,7 +236,7 @@ void SceneBuilder::draftChildren(std::uint32_t parent) {
     draftDevices(parent, names);
 }
 
-// What turns the location's own space into its parent's, at rest.
+// The matrix from the space of the location to that of its parent, without motion.
 Matrix SceneBuilder::localMatrix(const Draft& draft) const {
     const Matrix node = ToMatrix(draft.node ? draft.node->mTransformation : aiMatrix4x4());
     return draft.device ? Multiply(draft.device->aim(), node) : node;

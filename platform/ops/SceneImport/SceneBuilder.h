@@ -15,8 +15,8 @@ namespace TellarSceneImport {
 /// 32-bit integers, and nodes are nested at most `maxDepth` deep.
 void CheckScene(const aiScene& scene, int maxDepth);
 
-/// Turns a scene that CheckScene found sound into locations. `gltf` is the file it was read
-/// from if that was glTF 2, else null. Relative texture paths are taken from `folder`.
+/// Turns a scene that passed CheckScene into locations. `gltf` is the file that it was read from if
+/// that was glTF 2, else null. Relative texture paths start at `folder`.
 std::shared_ptr<const Scene> BuildScene(const aiScene& scene, const GltfFile* gltf,
                                         const std::filesystem::path& folder);
 

@@ -16,13 +16,13 @@ namespace TellarSceneImport {
 
 namespace {
 
-// Enough for a scene that is being edited: Ops are replaced by new ones with the same file.
+// Keeps files while a scene is edited, when Ops are replaced by new ones with the same file.
 constexpr std::size_t kFilesKept = 4;
 
 std::atomic<std::uint64_t> numberOfReads{0};
 
-// Keyed by canonical path. An entry for a file that is gone stays, a path and two words; one
-// whose file has changed is replaced when the path is asked for again.
+// The open files by canonical path. The entry of a released file stays and takes a path and two
+// words. The entry of a changed file is replaced when the path is requested again.
 struct Cache {
     std::mutex lock;
     std::unordered_map<std::string, std::weak_ptr<const SceneFile>> known;
@@ -40,8 +40,8 @@ std::string CanonicalPath(const std::string& path) {
     return error ? path : canonical.string();
 }
 
-// Under the cache's lock. Returns the file that had to make room, for its memory to be freed
-// after the lock.
+// The caller holds the lock of the cache. Returns the evicted file, so that its memory is freed
+// after the lock is released.
 std::shared_ptr<const SceneFile> Keep(Cache& cache, const std::shared_ptr<const SceneFile>& file) {
     auto& recent = cache.recent;
     recent.erase(std::remove(recent.begin(), recent.end(), file), recent.end());
@@ -52,7 +52,7 @@ std::shared_ptr<const SceneFile> Keep(Cache& cache, const std::shared_ptr<const 
     return last;
 }
 
-// Under the cache's lock.
+// The caller holds the lock of the cache.
 std::shared_ptr<const SceneFile> Find(Cache& cache, const std::string& path) {
     const auto found = cache.known.find(path);
     return found == cache.known.end() ? nullptr : found->second.lock();
@@ -101,21 +101,21 @@ std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path) {
         const std::lock_guard<std::mutex> guard(files.lock);
         known = Find(files, canonical);
     }
-    // The disk is looked at without the lock.
+    // The disk is accessed without the lock.
     const bool isCurrent = known && known->isCurrent();
     auto fresh = isCurrent ? known : std::make_shared<SceneFile>(StampOf(canonical));
 
     std::shared_ptr<const SceneFile> dropped;
     const std::lock_guard<std::mutex> guard(files.lock);
     if (auto newer = Find(files, canonical); newer && newer != known)
-        return newer; // another thread found the change first
+        return newer; // another thread noticed the change first
     files.known[canonical] = fresh;
     dropped = Keep(files, fresh);
     return fresh;
 }
 
 void DropUnusedSceneFiles() {
-    std::deque<std::shared_ptr<const SceneFile>> dropped; // freed after the lock
+    std::deque<std::shared_ptr<const SceneFile>> dropped; // freed after the lock is released
     const std::lock_guard<std::mutex> guard(GetCache().lock);
     GetCache().recent.swap(dropped);
 }

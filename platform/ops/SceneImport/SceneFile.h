@@ -12,24 +12,24 @@
 
 namespace TellarSceneImport {
 
-/// One version of a scene file, read when it is first needed and at most once. That it could
-/// not be read is remembered too. Safe from many threads.
+/// One version of a scene file, read when it is first needed and at most once. A failure to read it
+/// is remembered too. Safe from many threads.
 class SceneFile {
 public:
     explicit SceneFile(FileStamp stamp);
 
-    /// Waits if another thread is reading just now. Throws std::runtime_error with the reason,
-    /// always the same one, when the file cannot be read.
+    /// Waits if another thread is reading the file. Throws std::runtime_error when the file cannot
+    /// be read, always with the same reason.
     const Scene& scene() const;
 
-    /// True while this file, and every file that it referred to, is the one that was read.
+    /// True while this file and every file that it refers to are unchanged since they were read.
     bool isCurrent() const;
 
 private:
     void read() const;
 
     const FileStamp stamp;
-    // Written once, under the flag: what a reader sees is complete and never changes.
+    // Written once, under the flag, so readers see them complete and unchanging.
     mutable std::once_flag readOnce;
     mutable std::shared_ptr<const Scene> result;
     mutable std::string failure;
@@ -37,12 +37,12 @@ private:
     mutable std::vector<FileStamp> files; // empty until read
 };
 
-/// The file's present version: the same object for all who ask while nothing changes, so that
-/// a process reads each version once. Besides those that are in use, the few that were asked
-/// for last are kept. Safe from many threads.
+/// The present version of the file. All callers get the same object while the file does not change,
+/// so a process reads each version once. The files requested last are kept even if they are unused.
+/// Safe from many threads.
 std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path);
 
-/// Lets go of files that nobody uses.
+/// Frees unused files.
 void DropUnusedSceneFiles();
 
 /// How many times a file was read in this process.

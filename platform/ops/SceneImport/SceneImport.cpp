@@ -35,14 +35,14 @@ struct Settings {
     double frame = 0.0;
 };
 
-// The arguments, and the version of the file that the Op presents. That version is chosen at
-// the first cook that needs the file, and again when a cook is asked to look anew: it is the
-// one thing that changes, under its lock.
+// The arguments and the version of the file that the Op presents. The version is chosen by the
+// first cook that needs the file, and again by a fresh cook. Only the version changes, under its
+// lock.
 class ImportState : public OxOpType::State {
 public:
     explicit ImportState(Settings settings) : settings(std::move(settings)) {}
 
-    // Kept alive by the caller: another thread's cook may take it out of the state.
+    // The caller keeps the file alive, because the cook of another thread may replace it.
     std::shared_ptr<const SceneFile> file(bool lookAgain) const {
         {
             const std::lock_guard<std::mutex> guard(lock);
@@ -136,14 +136,14 @@ void CookMaterial(CookContext& context, const Settings& settings, const Scene& s
     context.setAttrs(attrs.build());
 }
 
-// The level through which the materials are reached from `path`; empty unless they lie below.
+// The child of `path` that leads to the materials; empty if they are not below `path`.
 std::string_view TowardsMaterials(const Settings& settings, const std::string& path) {
     if (path == settings.materialLocation || !IsSelfOrBelow(settings.materialLocation, path))
         return {};
     return TellarOps::NameTowards(settings.materialLocation, path);
 }
 
-// The scene's own location and what leads from there to materials below it.
+// The location of the scene, with the child that leads to materials below it.
 void CookLocation(CookContext& context, const Settings& settings, const Scene& scene) {
     std::vector<std::string_view> names = {scene.rootName()};
     if (const auto materials = TowardsMaterials(settings, context.path()); !materials.empty())

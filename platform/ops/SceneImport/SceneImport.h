@@ -5,8 +5,8 @@
 
 namespace TellarSceneImport {
 
-/// The op type "SceneImport": presents a scene file as locations. One object, made on first
-/// use, for the whole process.
+/// The op type "SceneImport", which presents a scene file as locations. One object for the whole
+/// process, created on first use.
 const OxOpType::OpType* SceneImportOpType();
 
 } // namespace TellarSceneImport

@@ -29,13 +29,13 @@ namespace TellarSceneImport {
 
 namespace {
 
-// Assimp follows nodes and brackets of a file by recursion, and cooks come from threads with
-// stacks of any size. Only what is touched of this much takes memory.
+// Assimp reads nodes and brackets of a file recursively, and the threads that cook may have small
+// stacks. Only the used part of this size takes memory.
 constexpr std::size_t kStackSize = std::size_t(256) << 20;
 
 constexpr std::uintmax_t kMaxFileSize = std::uintmax_t(4) << 30;
 
-// Runs `body` to its end on a thread of its own and passes its exception on.
+// Runs `body` on a thread of its own, waits for its end and passes its exception on.
 template <typename Body>
 void RunOnLargeStack(Body body) {
     std::exception_ptr failure;
@@ -62,7 +62,7 @@ std::string ReasonWhyUnreadable(const FileStamp& stamp) {
     return RegularFile::Open(stamp.path, opened, reason) ? "" : "it cannot be opened: " + reason;
 }
 
-// Assimp's own kind of stream, over a file that is open already.
+// A stream of Assimp over an open file.
 class OpenedFile : public Assimp::DefaultIOStream {
 public:
     OpenedFile(RegularFile::Pointer file, const std::string& path)
@@ -83,7 +83,7 @@ std::string ReadWhole(const FileStamp& stamp) {
     return *std::move(content);
 }
 
-// Opens files for Assimp, noting each one's stamp, and one of them with other content.
+// Opens files for Assimp and records their stamps. The content of the scene file can be replaced.
 class FileAccess : public Assimp::DefaultIOSystem {
 public:
     FileAccess(const std::string& scenePath, const std::string* sceneContent,
@@ -95,7 +95,7 @@ public:
         files.push_back(StampOf(path));
         const FileStamp& stamp = files.back();
         if (!stamp.isRegularFile() || stamp.size > kMaxFileSize) return nullptr;
-        // The only other files of an OBJ file are those of its materials.
+        // An OBJ file refers only to files of materials.
         if (path != scenePath && LowerExtension(scenePath) == ".obj") CheckMtl(ReadWhole(stamp));
         if (sceneContent && path == scenePath)
             return new Assimp::MemoryIOStream(
@@ -108,7 +108,7 @@ public:
 
 private:
     const std::string& scenePath;
-    const std::string* const sceneContent; // null: as it is in the file
+    const std::string* const sceneContent; // null: the content of the file
     std::vector<FileStamp>& files;
 };
 
@@ -116,7 +116,7 @@ std::string FirstLine(const std::string& text) {
     return text.substr(0, text.find('\n'));
 }
 
-// Reasons quote names of the file.
+// Reasons may quote names from the file.
 std::string OnOneLine(std::string text) {
     for (char& c : text)
         if (static_cast<unsigned char>(c) < ' ') c = ' ';
@@ -124,13 +124,13 @@ std::string OnOneLine(std::string text) {
 }
 
 void Configure(Assimp::Importer& importer) {
-    // Cameras and transformations of FBX as single nodes instead of chains of pivots.
+    // Cameras and transformations of FBX become single nodes instead of chains of pivots.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
-    // No made-up meshes for files without any.
+    // Files without meshes get no invented ones.
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
 }
 
-// Looks at what Assimp would trust. What comes back for a glTF file is to be read in its place.
+// Checks everything that Assimp trusts. For a glTF file, returns the content to read instead.
 std::optional<GltfFile> Examine(const FileStamp& stamp, const std::string& extension) {
     if (extension == ".gltf" || extension == ".glb")
         return ReadGltf(ReadWhole(stamp), kMaxNodeDepth);
@@ -154,7 +154,7 @@ std::shared_ptr<const Scene> Import(const FileStamp& stamp, std::vector<FileStam
     importer.SetIOHandler(new FileAccess(path, gltf ? &gltf->renamed : nullptr, files));
     const aiScene* scene = importer.ReadFile(path, 0);
     if (!scene) throw std::runtime_error(FirstLine(importer.GetErrorString()));
-    // Assimp's own steps trust indices.
+    // The post-processing of Assimp trusts indices.
     CheckScene(*scene, kMaxNodeDepth);
     scene = importer.ApplyPostProcessing(aiProcess_JoinIdenticalVertices);
     if (!scene) throw std::runtime_error("identical points could not be joined");

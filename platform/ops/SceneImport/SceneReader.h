@@ -14,8 +14,8 @@ namespace TellarSceneImport {
 constexpr int kMaxNodeDepth = 1000;
 
 /// Reads a scene file. Throws std::runtime_error with the reason, one line without the path, when
-/// that cannot be done. `files` receives, in either case, the stamp of every file that was looked
-/// at, taken before it was read. May be called from any number of threads at once.
+/// that cannot be done. `files` receives, in either case, the stamp of every file that was
+/// accessed, taken before it was read. May be called from any number of threads at once.
 std::shared_ptr<const Scene> ReadScene(const std::string& path, std::vector<FileStamp>& files);
 
 } // namespace TellarSceneImport

@@ -32,7 +32,7 @@ public:
     bool isEmpty() const { return low[0] > high[0]; }
     void add(double x, double y, double z);
     void add(const Box& box);
-    /// Around the transformed corners: may be larger than the box of the transformed points.
+    /// The box of the transformed corners, which may be larger than that of the transformed points.
     Box transformed(const Matrix& matrix) const;
     /// x min, x max, y min, y max, z min, z max; invalid for an empty box.
     OxAttribute::DoubleAttribute attribute() const;

@@ -12,13 +12,13 @@ namespace TellarSceneImport {
 /// other. The same requests in the same order give the same names.
 class UniqueNames {
 public:
-    /// `wanted` (or `fallback` when that is empty) with "/" and control characters replaced
-    /// by "_"; when it is taken, with "_2", "_3" and so on appended.
+    /// Returns `wanted`, or `fallback` when that is empty, with "/" and control characters replaced
+    /// by "_". If the name is taken, "_2", "_3" and so on is appended.
     std::string add(std::string_view wanted, std::string_view fallback);
 
 private:
     std::unordered_set<std::string> taken;
-    std::unordered_map<std::string, unsigned> lastNumbers; // of names asked for more than once
+    std::unordered_map<std::string, unsigned> lastNumbers; // of names requested more than once
 };
 
 } // namespace TellarSceneImport
