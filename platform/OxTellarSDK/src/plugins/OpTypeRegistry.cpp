@@ -23,17 +23,17 @@ using OxPluginManager::PluginManager;
 using OxTellarRuntimeDetail::IsMadeByThisThread;
 using OxTellarRuntimeDetail::MakingScope;
 
-/// A type with a copy of what it told about itself.
+/// An op type with a copy of its description.
 struct KnownType {
     const OpType* type = nullptr;
     Description description;
 };
 
-/// Types and plug-ins are only ever added. No code of a plug-in runs under the lock.
+/// Types and plug-ins are never removed. No code of a plug-in runs under the lock.
 struct Registry {
     std::shared_mutex lock;
     std::map<std::string, KnownType> types;
-    std::set<PluginHandle> examined; // entered or refused, for good
+    std::set<PluginHandle> examined; // registered or refused
 };
 
 Registry& GetRegistry() {
@@ -41,8 +41,8 @@ Registry& GetRegistry() {
     return *registry;
 }
 
-/// Does the same as ExceptionFrom, but passes std::bad_alloc on: a plug-in that had no memory may
-/// have it when it is asked again.
+/// As ExceptionFrom, but passes std::bad_alloc on, because the plug-in may have memory when it is
+/// asked again.
 template <typename Call>
 std::string LastingExceptionFrom(const Call& call) {
     bool hadMemory = true;
@@ -57,7 +57,7 @@ std::string LastingExceptionFrom(const Call& call) {
     return thrown;
 }
 
-/// Assigns the type that a plug-in offers. Returns what is wrong with it, empty when nothing is.
+/// Assigns the type that a plug-in offers. Returns the fault of the plug-in, or an empty text.
 /// Throws std::bad_alloc when there is no memory.
 std::string AskForType(PluginHandle plugin, KnownType& known) {
     const OxOpTypePluginSuite_v1* suite = nullptr;
@@ -74,8 +74,8 @@ std::string AskForType(PluginHandle plugin, KnownType& known) {
     return known.description.name.empty() ? "its op type has no name" : "";
 }
 
-/// Asks a plug-in that was not asked before for its type, and enters that or refuses the plug-in.
-/// Two threads may ask one at the same time; what the first to have an answer got counts.
+/// Asks a plug-in for its type, and registers the type or refuses the plug-in. When two threads ask
+/// a plug-in at the same time, the first answer is used.
 void Examine(Registry& registry, PluginHandle plugin) {
     const MakingScope scope(plugin);
     KnownType known;
@@ -101,9 +101,10 @@ bool IsExamined(Registry& registry, PluginHandle plugin) {
     return registry.examined.count(plugin) != 0;
 }
 
-/// A plug-in that looks for types while it is asked for its own finds those of all others. Returns
-/// false when there was no memory for one of them: the next caller asks it again.
-bool EnterPlugins(Registry& registry) {
+/// Registers the types of all plug-ins that have not been asked yet. A plug-in that looks for types
+/// while it is asked for its own finds those of all others. Returns false when there was no memory
+/// for one of them, which the next caller asks again.
+bool RegisterPlugins(Registry& registry) {
     bool isComplete = true;
     std::vector<std::string> names;
     PluginManager::getPluginNames(kPluginApiName, names, 1);
@@ -128,9 +129,9 @@ const KnownType* Find(Registry& registry, const std::string& name) {
 const KnownType* FindOrLoad(const std::string& name) {
     Registry& registry = GetRegistry();
     if (const KnownType* known = Find(registry, name)) return known;
-    const bool isComplete = EnterPlugins(registry);
+    const bool isComplete = RegisterPlugins(registry);
     const KnownType* known = Find(registry, name);
-    // Without this, a scene would for ever be one of an op type that there is not.
+    // Otherwise a scene would keep the error that there is no such op type.
     if (!known && !isComplete) throw std::bad_alloc();
     return known;
 }
@@ -156,7 +157,7 @@ const Description* FindDescription(const std::string& name) {
 
 std::vector<const Description*> GetDescriptions() {
     Registry& registry = GetRegistry();
-    EnterPlugins(registry);
+    RegisterPlugins(registry);
     const std::shared_lock<std::shared_mutex> guard(registry.lock);
     std::vector<const Description*> descriptions;
     for (const auto& entry : registry.types)
@@ -165,7 +166,7 @@ std::vector<const Description*> GetDescriptions() {
 }
 
 void LoadOpTypes() {
-    EnterPlugins(GetRegistry());
+    RegisterPlugins(GetRegistry());
 }
 
 void RegisterOpType(const OpType* type) {

@@ -8,7 +8,7 @@
 
 namespace OxPluginManager {
 
-/// Runs code of a plug-in. What it throws ends here and becomes a text; empty for nothing.
+/// Runs code of a plug-in. Returns a text about the exception that it throws, or an empty one.
 template <typename Call>
 std::string ExceptionFrom(const Call& call) {
     try {

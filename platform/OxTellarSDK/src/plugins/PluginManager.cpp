@@ -18,22 +18,22 @@ namespace {
 constexpr const char* kPathVariable = "OX_PLUGIN_PATH";
 constexpr const char* kBuiltInFolderName = "tellar-plugins";
 
-// Something of this library whose address tells the loader which library this is.
+// Its address tells the loader which library this is.
 const char libraryAnchor = 0;
 
-std::vector<std::string> environmentFolders() {
+std::vector<std::string> EnvironmentFolders() {
     const char* path = std::getenv(kPathVariable);
     if (!path) return {};
     return OxStringUtil::split(path, std::string(1, TellarInternal::kPathListSeparator));
 }
 
-// The host that was set last; the registry may be made after that, when there was no memory for it.
+// The host that was set last. The registry may be made later, when memory was short before.
 std::atomic<OxPluginHost*> processHost{nullptr};
 
-PluginRegistry& registry() {
+PluginRegistry& GetRegistry() {
     static PluginRegistry* const registry = [] {
         auto made = std::make_unique<PluginRegistry>(
-            environmentFolders(), PluginManager::installedFolder(kBuiltInFolderName));
+            EnvironmentFolders(), PluginManager::installedFolder(kBuiltInFolderName));
         made->setHost(processHost);
         return made.release();
     }();
@@ -44,41 +44,41 @@ PluginRegistry& registry() {
 
 void PluginManager::getPluginNames(const std::string& apiName, std::vector<std::string>& names,
                                    unsigned int apiVersion) {
-    names = registry().pluginNames(apiName, apiVersion);
+    names = GetRegistry().pluginNames(apiName, apiVersion);
 }
 
 PluginHandle PluginManager::getPlugin(const std::string& name, const std::string& apiName,
                                       unsigned int apiVersion) {
-    return registry().plugin(name, apiName, apiVersion);
+    return GetRegistry().plugin(name, apiName, apiVersion);
 }
 
 const void* PluginManager::getPluginSuite(PluginHandle plugin) {
-    return registry().pluginSuite(plugin);
+    return GetRegistry().pluginSuite(plugin);
 }
 
 std::string PluginManager::getPluginPath(PluginHandle plugin) {
-    return registry().pluginPath(plugin);
+    return GetRegistry().pluginPath(plugin);
 }
 
 void PluginManager::getApiNames(std::vector<std::string>& names) {
-    names = registry().apiNames();
+    names = GetRegistry().apiNames();
 }
 
 void PluginManager::getPluginApiVersions(const std::string& apiName,
                                          std::vector<unsigned int>& versions) {
-    versions = registry().apiVersions(apiName);
+    versions = GetRegistry().apiVersions(apiName);
 }
 
 void PluginManager::flushSpecificPluginCache(PluginHandle plugin) {
-    registry().flush(plugin);
+    GetRegistry().flush(plugin);
 }
 
 void PluginManager::addSearchPath(const std::string& path) {
-    registry().addFolder(path);
+    GetRegistry().addFolder(path);
 }
 
 std::vector<std::string> PluginManager::searchPaths() {
-    return registry().folders();
+    return GetRegistry().folders();
 }
 
 std::string PluginManager::installedFolder(const std::string& name) {
@@ -88,16 +88,16 @@ std::string PluginManager::installedFolder(const std::string& name) {
 }
 
 std::vector<RefusedPlugin> PluginManager::refused() {
-    return registry().refusedPlugins();
+    return GetRegistry().refusedPlugins();
 }
 
 void PluginManager::refuse(PluginHandle plugin, const std::string& reason) {
-    registry().refuse(plugin, reason);
+    GetRegistry().refuse(plugin, reason);
 }
 
 void PluginManager::setHost(OxPluginHost* host) {
     processHost = host;
-    registry().setHost(host);
+    GetRegistry().setHost(host);
 }
 
 } // namespace OxPluginManager

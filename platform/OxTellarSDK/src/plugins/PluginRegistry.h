@@ -11,25 +11,17 @@
 
 #include <OxTellarSDK/PluginManager.h>
 
+#include "PluginFile.h"
+
 namespace OxPluginManager {
 
-/// A plug-in that passed all checks. The texts are copies, so that nothing a plug-in does
-/// to its record later can matter here.
-struct PluginEntry {
-    PluginHandle record = nullptr;
-    std::string name;
-    std::string apiName;
-    unsigned int apiVersion = 0;
-    std::string file;
-};
-
-/// Finds, loads and keeps plug-ins: what PluginManager is for the whole process, with the
-/// folders given by the owner. The functions are those of PluginManager, and as safe from
-/// any thread. Must outlive every use of it.
+/// Finds, loads and keeps plug-ins. PluginManager is the one of the process; its comments describe
+/// the functions. Any number of threads may call them at once.
 class PluginRegistry {
 public:
-    /// `firstFolders` are searched before those added later, `builtInFolder` after what
-    /// was added before the first query. The latter may be empty for none, or absent.
+    /// Searches `firstFolders` first, then the folders added before the first query, then
+    /// `builtInFolder`, and last the folders added later. `builtInFolder` may be missing on disk,
+    /// or empty for none.
     PluginRegistry(const std::vector<std::string>& firstFolders, const std::string& builtInFolder);
     PluginRegistry(const PluginRegistry&) = delete;
     PluginRegistry& operator=(const PluginRegistry&) = delete;
@@ -63,28 +55,26 @@ private:
     std::vector<const PluginEntry*> snapshot() const;
 
     // Two locks, taken in this order:
-    // - `loading` is held while plug-ins are loaded or given a host, foreign code running
-    //   under it. The thread that holds it may come back from inside a plug-in, hence
-    //   recursive. It guards `isDiscovering`.
-    // - `tables` guards the rest. No foreign code, which includes log sinks, runs under it.
+    // - `loading` is held while plug-ins are loaded or given a host. Code of plug-ins runs under
+    //   it, and may call this object again, so it is recursive. It guards `isDiscovering`.
+    // - `tables` guards the rest. No code of plug-ins or log sinks runs under it.
     std::recursive_mutex loading;
     bool isDiscovering = false;
 
     mutable std::shared_mutex tables;
-    // The folders before `searchedFolders` have been taken up for loading. The built-in
-    // one joins the list, once, when the first query begins.
+    // The first `searchedFolders` folders have been loaded. The first query adds the built-in one.
     std::vector<std::string> folderList;
     std::size_t searchedFolders = 0;
     const std::string builtInFolder;
     bool isBuiltInListed = false;
-    // In the order found; entries neither change nor move nor go, so a pointer to one is
-    // good without the lock. A process has some dozens: searching them beats any index.
+    // In the order found. Entries do not change or move, so a pointer to one is valid without the
+    // lock. A process has some dozens of them, so a linear search is fast enough.
     std::deque<PluginEntry> entries;
     std::vector<RefusedPlugin> refusedList;
     OxPluginHost* host = nullptr;
 
-    // Whether every folder listed has been loaded, so that a query need not wait for
-    // `loading`. Changed under `tables` only.
+    // True when every listed folder has been loaded, so that a query need not wait for `loading`.
+    // Changed under `tables` only.
     std::atomic<bool> isUpToDate{false};
 };
 

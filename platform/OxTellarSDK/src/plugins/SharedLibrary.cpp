@@ -12,27 +12,28 @@ namespace OxPluginManager {
 
 namespace {
 
-/// While it lives, a process that ends for an exception says first which library this thread was
-/// loading: nobody can catch what a static initialiser throws, nor tell from the exception whose
-/// it was.
+/// While it lives, a process that ends because of an exception first names the library that this
+/// thread was loading. An exception of a static initialiser cannot be caught, and does not tell
+/// from which library it came.
 class NamedTermination {
 public:
     explicit NamedTermination(const std::string& file) : outerFile(loadedFile) {
         loadedFile = file.c_str();
-        outerHandler = std::set_terminate(&NamedTermination::sayWhose);
-        if (outerHandler != &NamedTermination::sayWhose) hostsHandler = outerHandler;
+        outerHandler = std::set_terminate(&NamedTermination::nameLibrary);
+        if (outerHandler != &NamedTermination::nameLibrary) hostsHandler = outerHandler;
     }
     ~NamedTermination() {
         loadedFile = outerFile;
-        // A library may have set a handler of its own, to stay.
-        if (std::get_terminate() == &NamedTermination::sayWhose) std::set_terminate(outerHandler);
+        // A library may have set a handler of its own, which then stays.
+        if (std::get_terminate() == &NamedTermination::nameLibrary)
+            std::set_terminate(outerHandler);
     }
     NamedTermination(const NamedTermination&) = delete;
     NamedTermination& operator=(const NamedTermination&) = delete;
 
 private:
-    /// That is no fault of the library's.
-    static bool isForWantOfMemory() {
+    /// True for std::bad_alloc, which is not the library's fault.
+    static bool isOutOfMemory() {
         try {
             if (const std::exception_ptr uncaught = std::current_exception())
                 std::rethrow_exception(uncaught);
@@ -43,8 +44,8 @@ private:
         return false;
     }
 
-    [[noreturn]] static void sayWhose() {
-        if (loadedFile && !isForWantOfMemory())
+    [[noreturn]] static void nameLibrary() {
+        if (loadedFile && !isOutOfMemory())
             std::fprintf(stderr,
                          "\"%s\": a static initialiser of this library, or of one that it needs, "
                          "ends the process\n",

@@ -5,7 +5,7 @@
 
 namespace OxPluginManager {
 
-/// What the system calls a file that can be loaded into a running program.
+/// The suffix of files that can be loaded into a running program.
 #if defined(_WIN32)
 constexpr const char* kModuleSuffix = ".dll";
 #elif defined(__APPLE__)
@@ -14,13 +14,13 @@ constexpr const char* kModuleSuffix = ".dylib";
 constexpr const char* kModuleSuffix = ".so";
 #endif
 
-/// A library loaded into this process, for good. A value; copy it freely. The one place
-/// that talks to the system's loader. Safe from any thread.
+/// A library that is loaded into this process until its end. A value; copy it freely. All calls of
+/// the system's loader are here. Safe from any thread.
 class SharedLibrary {
 public:
-    /// Loads the file with all its symbols bound and none of them offered to libraries
-    /// loaded later. When that fails, the result is not loaded and the loader's reason is
-    /// assigned. Runs the library's own initialisers.
+    /// Loads the file, binds all its symbols, and runs its initialisers. Libraries loaded later do
+    /// not see its symbols. When that fails, the result is not loaded and `reason` gets the
+    /// loader's.
     static SharedLibrary load(const std::string& file, std::string& reason);
 
     bool isLoaded() const { return handle != nullptr; }
@@ -31,8 +31,8 @@ public:
         return reinterpret_cast<Function*>(address(name));
     }
 
-    /// The file of the library that an address in this process belongs to; empty when the
-    /// system does not know.
+    /// The file of the library that contains an address of this process; empty when the system does
+    /// not know.
     static std::string fileContaining(const void* address);
 
 private:
