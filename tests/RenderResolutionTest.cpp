@@ -11,6 +11,7 @@
 
 #include "CameraScenes.h"
 #include "CapturedLog.h"
+#include "ErrorOf.h"
 #include "ScopedEnvironment.h"
 
 namespace {
@@ -38,15 +39,12 @@ Resolution ResolutionOf(const Ptr& root) {
 }
 
 /// The error of asking for everything, or for nothing when `resolution` is null.
-std::string ErrorOf(const Ptr& root, Resolution* resolution) {
-    try {
+std::string ResolutionErrorOf(const Ptr& root, Resolution* resolution) {
+    return ErrorOf([&] {
         GetRenderResolution(resolution ? &resolution->name : nullptr,
                             resolution ? &resolution->width : nullptr,
                             resolution ? &resolution->height : nullptr, root);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+    });
 }
 
 /// A location without attributes under that root.
@@ -97,7 +95,7 @@ TEST(RenderResolution, IsReadFromTheProducerItselfAndNotFromThoseAbove) {
 
 TEST(RenderResolution, ThatTheTableDoesNotHaveIsAnErrorWhichWritesNothing) {
     Resolution found;
-    EXPECT_EQ(ErrorOf(RootWith({{"resolution", Text("cinema")}}), &found),
+    EXPECT_EQ(ResolutionErrorOf(RootWith({{"resolution", Text("cinema")}}), &found),
               "FileOut: Error querying resolution table for resolution: 'cinema'.");
     EXPECT_EQ(found.name, "untouched");
     EXPECT_EQ(found.width, -1);
@@ -106,23 +104,23 @@ TEST(RenderResolution, ThatTheTableDoesNotHaveIsAnErrorWhichWritesNothing) {
 
 TEST(RenderResolution, ThatIsEmptyOrHasNoValueIsAnError) {
     const std::string error = "FileOut: Error querying resolution table for resolution: ''.";
-    EXPECT_EQ(ErrorOf(RootWith({{"resolution", Text("")}}), nullptr), error);
-    EXPECT_EQ(ErrorOf(RootWith({{"resolution", Texts({})}}), nullptr), error);
+    EXPECT_EQ(ResolutionErrorOf(RootWith({{"resolution", Text("")}}), nullptr), error);
+    EXPECT_EQ(ResolutionErrorOf(RootWith({{"resolution", Texts({})}}), nullptr), error);
 }
 
 TEST(RenderResolution, SkipsNullPointersButStillAsksTheTable) {
     int height = 0;
     GetRenderResolution(nullptr, nullptr, &height, RootWith({{"resolution", Text("hd_720")}}));
     EXPECT_EQ(height, 720);
-    EXPECT_EQ(ErrorOf(RootWith({{"resolution", Text("hd_720")}}), nullptr), "no error");
-    EXPECT_EQ(ErrorOf(RootWith({{"resolution", Text("cinema")}}), nullptr),
+    EXPECT_EQ(ResolutionErrorOf(RootWith({{"resolution", Text("hd_720")}}), nullptr), "no error");
+    EXPECT_EQ(ResolutionErrorOf(RootWith({{"resolution", Text("cinema")}}), nullptr),
               "FileOut: Error querying resolution table for resolution: 'cinema'.");
 }
 
 TEST(RenderResolution, WithoutATableIsAnErrorWhichWritesNothing) {
     const NoResolutionTable none;
     Resolution found;
-    EXPECT_EQ(ErrorOf(RootWith({{"resolution", Text("hd_720")}}), &found),
+    EXPECT_EQ(ResolutionErrorOf(RootWith({{"resolution", Text("hd_720")}}), &found),
               "GetRenderResolution: Error getting resolution table");
     EXPECT_EQ(found.name, "untouched");
     EXPECT_EQ(none.log.textsOf("ResolutionTable").size(), 1u);

@@ -22,6 +22,7 @@
 #include <OxTellarProducers/ThreadLocalClient.h>
 
 #include "CapturedLog.h"
+#include "ErrorOf.h"
 #include "ProducerHelpers.h"
 #include "RunTogether.h"
 #include "SceneBuilders.h"
@@ -51,16 +52,6 @@ using Ptr = GeometryProducer::Ptr;
 constexpr const char* kDeepLookupError = "getChildByName does not support deep child lookups";
 constexpr const char* kPurposeError =
     "Op \"fault\" (TestThrow) at \"/root/bad\": It fails on purpose.";
-
-/// What the call throws; "no error" when it does not.
-std::string ErrorOf(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
-}
 
 /// Cooks the location and all that it and the locations below it name as children.
 void CookAll(const Client& client, const std::string& path) {

@@ -15,6 +15,7 @@
 #include <OxTellarProducers/CameraInfo.h>
 
 #include "CameraScenes.h"
+#include "ErrorOf.h"
 
 namespace {
 
@@ -74,12 +75,7 @@ void ExpectNear(const Point& actual, const Point& expected, double tolerance = 1
 }
 
 std::string ErrorOfScreenMatrix(const Ptr& producer) {
-    try {
-        GetLocalToScreenMatrix(producer);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+    return ErrorOf([&] { GetLocalToScreenMatrix(producer); });
 }
 
 Attribute MatrixAttr(const Matrix& matrix) {

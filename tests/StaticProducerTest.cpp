@@ -10,6 +10,7 @@
 #include <OxTellarProducers/CreateGeometryProducer.h>
 
 #include "CountedAllocations.h"
+#include "ErrorOf.h"
 #include "ProducerHelpers.h"
 #include "RunTogether.h"
 #include "SceneBuilders.h"
@@ -33,14 +34,9 @@ Ptr StaticRoot(const GroupAttribute& scene) {
     return CreateStaticGeometryProducer("/root", scene, nullptr);
 }
 
-/// The error of asking for a child; "no error" when there is none.
+/// The error of asking for a child, or "no error".
 std::string ErrorOfChild(const Ptr& producer, const char* name) {
-    try {
-        producer->getChildByName(name, false);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+    return ErrorOf([&] { producer->getChildByName(name, false); });
 }
 
 // Names and attributes ----------------------------------------------------------------------------

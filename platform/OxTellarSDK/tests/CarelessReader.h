@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -15,18 +14,6 @@
 namespace Damaged {
 
 using namespace OxAttribute;
-
-/// The text of the exception that `body` throws; "no error" when it throws none. Exceptions of
-/// other kinds pass through and fail the test.
-template <typename Body>
-std::string ErrorOf(Body body) {
-    try {
-        body();
-    } catch (const std::exception& error) {
-        return error.what();
-    }
-    return "no error";
-}
 
 /// Uses everything that a value offers, the way a careless program would.
 class Reader {

@@ -14,6 +14,7 @@
 #include "AttributePrinter.h"
 #include "CarelessReader.h"
 #include "ContainerBytes.h"
+#include "ErrorOf.h"
 #include "SampleValue.h"
 #include "TempDirectory.h"
 
@@ -41,7 +42,8 @@ void ExpectRefusedOrSound(const std::string& file) {
     } catch (const std::exception& error) {
         EXPECT_THAT(error.what(), StartsWith("the attribute stream "));
         EXPECT_THROW(static_cast<void>(ContainerBytes::Write(value)), std::exception);
-        EXPECT_TRUE(!value.isValid() || ErrorOf([&] { value.getHash(); }) != "no error");
+        EXPECT_TRUE(!value.isValid() ||
+                    ErrorOf<std::exception>([&] { value.getHash(); }) != "no error");
         return;
     }
     const Attribute again = ContainerBytes::Read(ContainerBytes::Write(value));
@@ -83,7 +85,7 @@ protected:
     /// Writes `damaged` where the sound file was and returns the error of reading it.
     std::string errorOf(const std::string& damaged) {
         folder.write("damaged.oxa", damaged);
-        return ErrorOf([&] { read = value(); });
+        return ErrorOf<std::exception>([&] { read = value(); });
     }
 
     TempDirectory folder;
@@ -225,8 +227,8 @@ TEST(Damage, TheRootMayLieAnywhereInTheFile) {
 TEST(Damage, TheFooterMaySayAnythingBehindItsRightChecksum) {
     const std::string file = ContainerBytes::Write(SampleValue());
     const auto refused = [&](auto change) {
-        const std::string error =
-            ErrorOf([&] { ContainerBytes::Read(ContainerBytes::WithFooter(file, change)); });
+        const std::string error = ErrorOf<std::exception>(
+            [&] { ContainerBytes::Read(ContainerBytes::WithFooter(file, change)); });
         EXPECT_THAT(error, StartsWith("the attribute stream is damaged: "));
     };
     for (const std::uint64_t value :
@@ -249,6 +251,7 @@ TEST(Damage, AFileOfNothingButItsFrameIsRefused) {
     const std::string file = ContainerBytes::Write(IntAttribute(1));
     const std::string header = file.substr(0, sizeof(ContainerHeader));
     for (const std::uint32_t root : {0u, 3u, 4u, 5u, 0xffffffffu})
-        EXPECT_THAT(ErrorOf([&] { ContainerBytes::Read(ContainerBytes::WithFrame(header, root)); }),
+        EXPECT_THAT(ErrorOf<std::exception>(
+                        [&] { ContainerBytes::Read(ContainerBytes::WithFrame(header, root)); }),
                     StartsWith("the attribute stream is damaged: "));
 }

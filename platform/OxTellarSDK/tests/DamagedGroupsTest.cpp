@@ -11,6 +11,7 @@
 #include "CarelessReader.h"
 #include "CollidingNames.h"
 #include "ContainerBytes.h"
+#include "ErrorOf.h"
 
 using namespace OxAttribute;
 using namespace Damaged;
@@ -51,7 +52,7 @@ std::uint32_t RootUnit(const std::string& file) {
 
 /// Reads the mutant in every way and tells what stopped it.
 std::string ErrorOfReading(const std::string& file) {
-    return ErrorOf([&] {
+    return ErrorOf<std::exception>([&] {
         const Attribute value = ContainerBytes::Read(ContainerBytes::Repaired(file));
         Reader().read(value);
         value.getHash();
@@ -89,7 +90,7 @@ TEST(Damage, AGroupReachedAsAGroupAndAsANumberIsRefusedTheSecondTime) {
     SetChildUnit(file, RootUnit(file), 1, group);
     const GroupAttribute root(ContainerBytes::Read(ContainerBytes::Repaired(file)));
     EXPECT_EQ(root.getChildByIndex(0), leaf);
-    EXPECT_THAT(ErrorOf([&] { root.getChildByIndex(1); }),
+    EXPECT_THAT(ErrorOf<std::exception>([&] { root.getChildByIndex(1); }),
                 HasSubstr("no attribute of the type stated stands"));
 }
 
@@ -189,7 +190,7 @@ TEST(Damage, ThirtyTwoNamesMayHaveOneHashAndNoMore) {
     for (const std::size_t count : {33, 2000}) {
         const std::vector<std::string> names = CollidingNames::make(count);
         EXPECT_THAT(ErrorOfReading(FileOfNames(names)), HasSubstr("too many names of one hash"));
-        EXPECT_THAT(ErrorOf([&] { ContainerBytes::Write(GroupOfNames(names)); }),
+        EXPECT_THAT(ErrorOf<std::exception>([&] { ContainerBytes::Write(GroupOfNames(names)); }),
                     HasSubstr("too many names in one group have one hash"));
     }
 }

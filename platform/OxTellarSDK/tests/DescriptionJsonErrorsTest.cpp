@@ -7,24 +7,20 @@
 #include <gtest/gtest.h>
 
 #include "DescriptionJsonTexts.h"
+#include "ErrorOf.h"
 
 using namespace OxAttribute;
 using namespace DescriptionJsonTexts;
 
 namespace {
 
-std::string ErrorOf(const std::string& text) {
-    try {
-        Parse(text);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+std::string ParseErrorOf(const std::string& text) {
+    return ErrorOf([&] { Parse(text); });
 }
 
 /// The text after the place of the error that `json` as an argument gives.
 std::string ArgumentError(const std::string& json) {
-    const std::string error = ErrorOf(
+    const std::string error = ParseErrorOf(
         "{\"ops\": [{\"name\": \"a\", \"type\": \"T\", \"args\":\n{\"v\": " + json + "}}]}");
     const std::string place = "in.json:2:";
     EXPECT_EQ(error.substr(0, place.size()), place) << error;
@@ -45,7 +41,7 @@ struct Faulty {
 class FaultyDescription : public testing::TestWithParam<Faulty> {};
 
 TEST_P(FaultyDescription, IsRefusedWithItsPlaceAndOp) {
-    EXPECT_EQ(ErrorOf(GetParam().text), GetParam().error);
+    EXPECT_EQ(ParseErrorOf(GetParam().text), GetParam().error);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -185,7 +181,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(ParseDescriptionJson, RefusesANulByteEvenBehindTheEnd) {
     const char raw[] = "{\"ops\": [{\"name\": \"a\", \"type\": \"T\"}]}\0x";
-    EXPECT_EQ(ErrorOf(std::string(raw, sizeof(raw) - 1)), "in.json:1:38: not JSON: a NUL byte");
+    EXPECT_EQ(ParseErrorOf(std::string(raw, sizeof(raw) - 1)),
+              "in.json:1:38: not JSON: a NUL byte");
 }
 
 TEST(ParseDescriptionJson, RefusesGroupsNestedTooDeepWithoutUsingTheStackUp) {
@@ -201,5 +198,6 @@ TEST(ParseDescriptionJson, RefusesGroupsNestedTooDeepWithoutUsingTheStackUp) {
         dotted += ".g";
     EXPECT_EQ(ArgumentError(dotted + "\": 1}"),
               "8: groups are nested deeper than 2048 levels, in op \"a\"");
-    EXPECT_NE(ErrorOf(std::string(1000000, '[')).find("nested deeper than"), std::string::npos);
+    EXPECT_NE(ParseErrorOf(std::string(1000000, '[')).find("nested deeper than"),
+              std::string::npos);
 }

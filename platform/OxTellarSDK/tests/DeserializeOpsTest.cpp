@@ -10,6 +10,7 @@
 #include <OxTellarSDK/FileStream.h>
 
 #include "AttributePrinter.h"
+#include "ErrorOf.h"
 #include "OpenFiles.h"
 #include "TempDirectory.h"
 #include "TestOps.h"
@@ -69,12 +70,7 @@ TEST(DeserializeOps, RefusesAnythingElseAndNamesTheFile) {
     const auto errorOf = [](const std::string& path) -> std::string {
         Graph graph;
         FileStream stream(path, true);
-        try {
-            graph.transaction->deserializeOps(&stream, &FileStream::read);
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-        return "no error";
+        return ErrorOf([&] { graph.transaction->deserializeOps(&stream, &FileStream::read); });
     };
     EXPECT_EQ(errorOf(folder.path("attribute")),
               "File \"" + folder.path("attribute") +

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include "AttributePrinter.h"
+#include "ErrorOf.h"
 
 using namespace OxAttribute;
 using testing::ElementsAre;
@@ -39,12 +40,7 @@ std::string DottedPath(int levels) {
 }
 
 std::string ErrorOfSet(GroupBuilder& builder, const std::string& path) {
-    try {
-        builder.set(path, Int(1));
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+    return ErrorOf([&] { builder.set(path, Int(1)); });
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "ErrorOf.h"
+
 using namespace OxLocationPath;
 
 namespace {
@@ -17,13 +19,8 @@ bool MayMatchBelow(const std::string& pattern, const std::string& path) {
     return Patterns({pattern}).mayMatchBelow(path);
 }
 
-std::string ErrorOf(const std::string& pattern) {
-    try {
-        Patterns({pattern});
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+std::string PatternErrorOf(const std::string& pattern) {
+    return ErrorOf([&] { Patterns({pattern}); });
 }
 
 } // namespace
@@ -154,20 +151,22 @@ TEST(LocationPatterns, TellWhetherTheyCouldMatchBelowALocation) {
 }
 
 TEST(LocationPatterns, RefuseAPatternThatIsNotAbsolute) {
-    EXPECT_EQ(ErrorOf("root/*"), "The location pattern \"root/*\" does not start with \"/\".");
-    EXPECT_EQ(ErrorOf(""), "The location pattern \"\" does not start with \"/\".");
+    EXPECT_EQ(PatternErrorOf("root/*"),
+              "The location pattern \"root/*\" does not start with \"/\".");
+    EXPECT_EQ(PatternErrorOf(""), "The location pattern \"\" does not start with \"/\".");
 }
 
 TEST(LocationPatterns, RefuseAnEmptyLevel) {
-    EXPECT_EQ(ErrorOf("/root/"), "The location pattern \"/root/\" has an empty level.");
-    EXPECT_EQ(ErrorOf("/root//geo"), "The location pattern \"/root//geo\" has an empty level.");
-    EXPECT_EQ(ErrorOf("/"), "The location pattern \"/\" has an empty level.");
+    EXPECT_EQ(PatternErrorOf("/root/"), "The location pattern \"/root/\" has an empty level.");
+    EXPECT_EQ(PatternErrorOf("/root//geo"),
+              "The location pattern \"/root//geo\" has an empty level.");
+    EXPECT_EQ(PatternErrorOf("/"), "The location pattern \"/\" has an empty level.");
 }
 
 TEST(LocationPatterns, RefuseASetThatIsNotClosedInItsLevel) {
     const std::string text = "\" has a \"[\" without \"]\" in its level.";
-    EXPECT_EQ(ErrorOf("/root/[ab"), "The location pattern \"/root/[ab" + text);
-    EXPECT_EQ(ErrorOf("/root/[]"), "The location pattern \"/root/[]" + text);
-    EXPECT_EQ(ErrorOf("/root/[!]"), "The location pattern \"/root/[!]" + text);
-    EXPECT_EQ(ErrorOf("/root/[a/b]"), "The location pattern \"/root/[a/b]" + text);
+    EXPECT_EQ(PatternErrorOf("/root/[ab"), "The location pattern \"/root/[ab" + text);
+    EXPECT_EQ(PatternErrorOf("/root/[]"), "The location pattern \"/root/[]" + text);
+    EXPECT_EQ(PatternErrorOf("/root/[!]"), "The location pattern \"/root/[!]" + text);
+    EXPECT_EQ(PatternErrorOf("/root/[a/b]"), "The location pattern \"/root/[a/b]" + text);
 }

@@ -28,12 +28,7 @@ namespace {
 /// The text of the std::invalid_argument that `body` throws, or "no error".
 template <typename Body>
 std::string RefusalOf(Body body) {
-    try {
-        body();
-    } catch (const std::invalid_argument& error) {
-        return error.what();
-    }
-    return "no error";
+    return ErrorOf<std::invalid_argument>(body);
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
+#include "ErrorOf.h"
 #include "PluginFolder.h"
 #include "RunTogether.h"
 #include "plugins/AskingSuite.h"
@@ -159,7 +160,7 @@ TEST_F(PluginManagerTest, ListsOpTypePluginsThatCannotBeUsedAndWhy) {
 }
 
 /// The text that cooking a location with an Op of the type throws; "no error" if it does not throw.
-std::string ErrorOf(const std::string& opType, const std::string& path) {
+std::string CookErrorOf(const std::string& opType, const std::string& path) {
     const auto runtime = TellarRuntime::create();
     const auto transaction = runtime->createTransaction();
     const auto op = transaction->createOp();
@@ -167,24 +168,19 @@ std::string ErrorOf(const std::string& opType, const std::string& path) {
     const auto client = transaction->createClient();
     transaction->setClientOp(client, op);
     runtime->commit(transaction);
-    try {
-        client->cookLocation(path);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+    return ErrorOf([&] { client->cookLocation(path); });
 }
 
 TEST_F(PluginManagerTest, LetsScenesUseTheOpTypesThatAreSound) {
-    EXPECT_EQ(ErrorOf("TestSound", "/root"), "no error");
-    EXPECT_EQ(ErrorOf("TestSound", "/silent"),
+    EXPECT_EQ(CookErrorOf("TestSound", "/root"), "no error");
+    EXPECT_EQ(CookErrorOf("TestSound", "/silent"),
               "Op \"op0\" (TestSound) at \"/silent\": an exception without a text");
-    EXPECT_EQ(ErrorOf("TestDumb", "/root"),
+    EXPECT_EQ(CookErrorOf("TestDumb", "/root"),
               "Op \"op0\" (TestDumb) at \"/root\": there is no op type of this name");
 }
 
 TEST_F(PluginManagerTest, MakesATypeWhoseDescriptionThrowsLaterAnErrorOfItsOps) {
-    EXPECT_EQ(ErrorOf("TestFickle", "/root"),
+    EXPECT_EQ(CookErrorOf("TestFickle", "/root"),
               "Op \"op0\" (TestFickle) at \"/root\": the description of its type threw: an "
               "exception without a text");
     ASSERT_NE(OxOpType::FindDescription("TestFickle"), nullptr);

@@ -14,6 +14,8 @@
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
+#include "ErrorOf.h"
+
 /// Op types and graphs for tests of the runtime.
 namespace TestOps {
 
@@ -175,14 +177,9 @@ inline std::vector<std::string> StringsOf(const StringAttribute& attribute) {
     return strings;
 }
 
-/// What cooking throws; "no error" when it does not.
+/// The error of cooking a location, or "no error".
 inline std::string CookError(const Client& client, const std::string& path) {
-    try {
-        client->cookLocation(path);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+    return ErrorOf([&] { client->cookLocation(path); });
 }
 
 } // namespace TestOps

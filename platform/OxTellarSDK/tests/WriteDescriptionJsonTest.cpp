@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "DescriptionJsonTexts.h"
+#include "ErrorOf.h"
 #include "RandomAttribute.h"
 
 using namespace OxAttribute;
@@ -17,12 +18,7 @@ using namespace DescriptionJsonTexts;
 namespace {
 
 std::string WriteErrorOf(const GroupAttribute& description) {
-    try {
-        WriteDescriptionJson(description);
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+    return ErrorOf([&] { WriteDescriptionJson(description); });
 }
 
 } // namespace

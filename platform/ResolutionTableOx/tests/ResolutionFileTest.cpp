@@ -5,19 +5,16 @@
 
 #include <gmock/gmock.h>
 
+#include "ErrorOf.h"
+
 namespace {
 
 using testing::EndsWith;
 using testing::IsEmpty;
 using testing::StartsWith;
 
-std::string ErrorOf(std::string_view text) {
-    try {
-        ParseResolutions(text, "site.json");
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+std::string ParseErrorOf(std::string_view text) {
+    return ErrorOf([text] { ParseResolutions(text, "site.json"); });
 }
 
 TEST(ResolutionFile, ReadsFormatsInTheirOrder) {
@@ -61,7 +58,7 @@ void PrintTo(const Fault& fault, std::ostream* out) {
 class ResolutionFileFault : public testing::TestWithParam<Fault> {};
 
 TEST_P(ResolutionFileFault, IsToldWithItsPlace) {
-    EXPECT_EQ(ErrorOf(GetParam().text),
+    EXPECT_EQ(ParseErrorOf(GetParam().text),
               std::string("resolution table \"site.json\", ") + GetParam().error);
 }
 
@@ -140,10 +137,10 @@ class WrongSize : public testing::TestWithParam<WrongValue> {};
 
 TEST_P(WrongSize, IsRefusedAsWidthAndAsHeight) {
     const std::string refusal = GetParam().shown + "; it must be a whole number from 1 to 1048576";
-    EXPECT_THAT(ErrorOf("{\"a\": {\"height\": 1,\n\"width\":" + GetParam().text + "\n}}"),
+    EXPECT_THAT(ParseErrorOf("{\"a\": {\"height\": 1,\n\"width\":" + GetParam().text + "\n}}"),
                 AllOf(StartsWith("resolution table \"site.json\", line 2, column "),
                       EndsWith(": \"a\": width is " + refusal)));
-    EXPECT_THAT(ErrorOf("{\"a\":\n{\"width\": 1,\n\"height\":" + GetParam().text + "\n}}"),
+    EXPECT_THAT(ParseErrorOf("{\"a\":\n{\"width\": 1,\n\"height\":" + GetParam().text + "\n}}"),
                 AllOf(StartsWith("resolution table \"site.json\", line 3, column "),
                       EndsWith(": \"a\": height is " + refusal)));
 }
@@ -163,7 +160,7 @@ class WrongPixelAspect : public testing::TestWithParam<WrongValue> {};
 
 TEST_P(WrongPixelAspect, IsRefused) {
     const std::string text = "{\"a\": {\"width\": 1, \"height\": 1,\n\"pixelAspect\":";
-    EXPECT_THAT(ErrorOf(text + GetParam().text + "}}"),
+    EXPECT_THAT(ParseErrorOf(text + GetParam().text + "}}"),
                 AllOf(StartsWith("resolution table \"site.json\", line 2, column "),
                       EndsWith(": \"a\": pixelAspect is " + GetParam().shown +
                                "; it must be a finite number above 0")));
@@ -176,33 +173,35 @@ INSTANTIATE_TEST_SUITE_P(Values, WrongPixelAspect,
                                          WrongValue{"{}", "an object"}));
 
 TEST(ResolutionFile, TakesAsManyPixelsAsAnIntHolds) {
-    EXPECT_EQ(ErrorOf(R"({"a": {"width": 1048576, "height": 2047}})"), "no error");
-    EXPECT_EQ(ErrorOf(R"({"a": {"width": 1048576, "height": 2048}})"),
+    EXPECT_EQ(ParseErrorOf(R"({"a": {"width": 1048576, "height": 2047}})"), "no error");
+    EXPECT_EQ(ParseErrorOf(R"({"a": {"width": 1048576, "height": 2048}})"),
               "resolution table \"site.json\", line 1, column 41: \"a\": width times height is "
               "2147483648; it must be at most 2147483647");
 }
 
 TEST(ResolutionFile, RefusesWhatIsNestedDeepWithoutReadingItAll) {
-    EXPECT_THAT(ErrorOf(std::string(1000000, '[')), EndsWith("it must be an object of formats"));
+    EXPECT_THAT(ParseErrorOf(std::string(1000000, '[')),
+                EndsWith("it must be an object of formats"));
     std::string text;
     for (int i = 0; i < 100000; ++i)
         text += "{\"width\":";
-    EXPECT_EQ(ErrorOf(text), "resolution table \"site.json\", line 1, column 20: \"width\": width "
-                             "is an object; it must be a whole number from 1 to 1048576");
+    EXPECT_EQ(ParseErrorOf(text),
+              "resolution table \"site.json\", line 1, column 20: \"width\": width "
+              "is an object; it must be a whole number from 1 to 1048576");
 }
 
 TEST(ResolutionFile, RefusesAZeroByteWhereverItStands) {
     using namespace std::string_view_literals;
-    EXPECT_EQ(ErrorOf("{}\n\0{"sv),
+    EXPECT_EQ(ParseErrorOf("{}\n\0{"sv),
               "resolution table \"site.json\", line 2, column 1: a zero byte");
-    EXPECT_THAT(ErrorOf("{\"a\0\": {}}"sv),
+    EXPECT_THAT(ParseErrorOf("{\"a\0\": {}}"sv),
                 StartsWith("resolution table \"site.json\", line 1, column 4: "));
 }
 
 TEST(ResolutionFile, ShowsOnlyTheBeginningOfALongNameInErrors) {
     // The 64th byte is in the middle of a character, which is left out as a whole.
     const std::string begin(63, 'n');
-    EXPECT_THAT(ErrorOf("{\"" + begin + "\xC3\xA9 and more\": 1}"),
+    EXPECT_THAT(ParseErrorOf("{\"" + begin + "\xC3\xA9 and more\": 1}"),
                 EndsWith(": \"" + begin +
                          "...\" is 1; it must be an object with width "
                          "and height"));

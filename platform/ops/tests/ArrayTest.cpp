@@ -195,10 +195,10 @@ TEST(ArrayOp, ATrillionInstancesAreReachedAtOnce) {
 }
 
 TEST(ArrayOp, RefusesMoreInstancesThanItsNamesAreMeantFor) {
-    EXPECT_THAT(ErrorOf("Array", GridArgs({2000000000, 2000000000, 2000000000}), 1),
+    EXPECT_THAT(CookErrorOf("Array", GridArgs({2000000000, 2000000000, 2000000000}), 1),
                 HasSubstr("Argument \"counts\" asks for more than 1099511627776 instances."));
-    EXPECT_THAT(ErrorOf("Array", GridArgs({1048576, 1048577, 1}), 1), HasSubstr("counts"));
-    EXPECT_EQ(ErrorOf("Array", GridArgs({1048576, 1048576, 1}), 1), "no error");
+    EXPECT_THAT(CookErrorOf("Array", GridArgs({1048576, 1048577, 1}), 1), HasSubstr("counts"));
+    EXPECT_EQ(CookErrorOf("Array", GridArgs({1048576, 1048576, 1}), 1), "no error");
 }
 
 TEST(ArrayOp, RefusesArgumentsThatMakeNoSense) {
@@ -207,28 +207,28 @@ TEST(ArrayOp, RefusesArgumentsThatMakeNoSense) {
                       {"target", Text(target)},
                       {"counts", IntAttribute({1, 1, 1}, 3)}});
     };
-    EXPECT_THAT(ErrorOf("Array", withPaths("/root/a", "/root/a/b"), 1),
+    EXPECT_THAT(CookErrorOf("Array", withPaths("/root/a", "/root/a/b"), 1),
                 HasSubstr("Argument \"target\" must not lie in the source."));
-    EXPECT_THAT(ErrorOf("Array", withPaths("/root/a", "/root/a"), 1),
+    EXPECT_THAT(CookErrorOf("Array", withPaths("/root/a", "/root/a"), 1),
                 HasSubstr("Argument \"target\" must not lie in the source."));
-    EXPECT_THAT(ErrorOf("Array", withPaths("/root/a/b", "/root/a"), 1),
+    EXPECT_THAT(CookErrorOf("Array", withPaths("/root/a/b", "/root/a"), 1),
                 HasSubstr("Argument \"source\" must not lie in the target."));
-    EXPECT_EQ(ErrorOf("Array", withPaths("/root/a", "/root/ab"), 1), "no error");
-    EXPECT_THAT(ErrorOf("Array", GridArgs({1, -1, 1}), 1),
+    EXPECT_EQ(CookErrorOf("Array", withPaths("/root/a", "/root/ab"), 1), "no error");
+    EXPECT_THAT(CookErrorOf("Array", GridArgs({1, -1, 1}), 1),
                 HasSubstr("Argument \"counts\" must not be below 0, but holds -1."));
-    EXPECT_THAT(ErrorOf("Array", GridArgs({1, 1, 1}, {{"groupSize", Int(1)}}), 1),
+    EXPECT_THAT(CookErrorOf("Array", GridArgs({1, 1, 1}, {{"groupSize", Int(1)}}), 1),
                 HasSubstr("Argument \"groupSize\" must be from 2 to 1000000, not 1."));
-    EXPECT_THAT(ErrorOf("Array", GridArgs({1, 1, 1}, {{"mode", Text("ring")}}), 1),
+    EXPECT_THAT(CookErrorOf("Array", GridArgs({1, 1, 1}, {{"mode", Text("ring")}}), 1),
                 HasSubstr("Argument \"mode\" must be \"grid\" or \"scatter\", not \"ring\"."));
-    EXPECT_THAT(ErrorOf("Array", Group({{"source", Text("/a")}, {"target", Text("/b")}}), 1),
+    EXPECT_THAT(CookErrorOf("Array", Group({{"source", Text("/a")}, {"target", Text("/b")}}), 1),
                 HasSubstr("Argument \"counts\" is missing; it must be int[3]."));
-    EXPECT_THAT(ErrorOf("Array",
-                        Group({{"source", Text("/a")},
-                               {"target", Text("/b")},
-                               {"mode", Text("scatter")},
-                               {"count", Int(1)},
-                               {"extent", Doubles({1, 0, 0, 1, 0, 1})}}),
-                        1),
+    EXPECT_THAT(CookErrorOf("Array",
+                            Group({{"source", Text("/a")},
+                                   {"target", Text("/b")},
+                                   {"mode", Text("scatter")},
+                                   {"count", Int(1)},
+                                   {"extent", Doubles({1, 0, 0, 1, 0, 1})}}),
+                            1),
                 HasSubstr("Argument \"extent\" must not end before it begins on any axis."));
 }
 

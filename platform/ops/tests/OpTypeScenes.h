@@ -15,6 +15,8 @@
 #include <OxTellarSDK/TellarRuntime.h>
 #include <OxTellarSDK/XFormUtil.h>
 
+#include "ErrorOf.h"
+
 /// Scenes and graphs for tests of the op types, which use them as any program does: by name,
 /// through the runtime.
 namespace OpTypeScenes {
@@ -134,19 +136,14 @@ inline Attribute ThroughAFile(const Attribute& attribute, const std::string& pat
 }
 
 /// What goes wrong with an Op of the type when its first location is cooked.
-inline std::string ErrorOf(const std::string& type, const GroupAttribute& args,
-                           int numberOfInputs = 0) {
+inline std::string CookErrorOf(const std::string& type, const GroupAttribute& args,
+                               int numberOfInputs = 0) {
     Graph graph;
     std::vector<Op> inputs;
     for (int input = 0; input < numberOfInputs; ++input)
         inputs.push_back(graph.add("StaticScene", SmallScene()));
     const Op op = graph.add(type, args, inputs);
-    try {
-        graph.cook(op, "/root");
-    } catch (const std::runtime_error& error) {
-        return error.what();
-    }
-    return "no error";
+    return ErrorOf([&] { graph.cook(op, "/root"); });
 }
 
 /// Where the location's own "xform" takes its local origin, and the point (1, 0, 0).

@@ -31,66 +31,67 @@ TEST(OpTypes, AllAreFoundByNameAndDescribed) {
 }
 
 TEST(OpTypes, RefuseAnArgumentThatTheyDoNotKnow) {
-    EXPECT_THAT(ErrorOf("StaticScene", Group({{"b", Int(1)}})),
+    EXPECT_THAT(CookErrorOf("StaticScene", Group({{"b", Int(1)}})),
                 HasSubstr("Argument \"b\" is not known to the op type \"StaticScene\"."));
-    EXPECT_THAT(ErrorOf("Prune", Group({{"path", Texts({"/root"})}}), 1),
+    EXPECT_THAT(CookErrorOf("Prune", Group({{"path", Texts({"/root"})}}), 1),
                 HasSubstr("Argument \"path\" is not known to the op type \"Prune\"."));
-    EXPECT_THAT(ErrorOf("Merge", Group({{"order", Int(1)}}), 2),
+    EXPECT_THAT(CookErrorOf("Merge", Group({{"order", Int(1)}}), 2),
                 HasSubstr("Argument \"order\" is not known to the op type \"Merge\"."));
 }
 
 TEST(OpTypes, RefuseALackOfWhatIsRequired) {
     const std::string paths = "Argument \"paths\" is missing; it must be string[].";
-    EXPECT_THAT(ErrorOf("Prune", Group({}), 1), HasSubstr(paths));
-    EXPECT_THAT(ErrorOf("Transform", Group({}), 1), HasSubstr(paths));
-    EXPECT_THAT(ErrorOf("AttributeEdit", Group({}), 1), HasSubstr(paths));
-    EXPECT_THAT(ErrorOf("MaterialAssign", Group({{"paths", Texts({"/root"})}}), 1),
+    EXPECT_THAT(CookErrorOf("Prune", Group({}), 1), HasSubstr(paths));
+    EXPECT_THAT(CookErrorOf("Transform", Group({}), 1), HasSubstr(paths));
+    EXPECT_THAT(CookErrorOf("AttributeEdit", Group({}), 1), HasSubstr(paths));
+    EXPECT_THAT(CookErrorOf("MaterialAssign", Group({{"paths", Texts({"/root"})}}), 1),
                 HasSubstr("Argument \"material\" is missing; it must be string."));
-    EXPECT_THAT(ErrorOf("RenderSettings", GroupAttribute(), 1),
+    EXPECT_THAT(CookErrorOf("RenderSettings", GroupAttribute(), 1),
                 HasSubstr("Argument \"settings\" is missing; it must be group."));
-    EXPECT_THAT(ErrorOf("Array", Group({{"target", Text("/root/a")}}), 1),
+    EXPECT_THAT(CookErrorOf("Array", Group({{"target", Text("/root/a")}}), 1),
                 HasSubstr("Argument \"source\" is missing; it must be string."));
 }
 
 TEST(OpTypes, RefuseValuesOfAWrongTypeOrNumber) {
     const Attribute all = Texts({"/**"});
-    EXPECT_THAT(ErrorOf("StaticScene", Group({{"c", Int(1)}})),
+    EXPECT_THAT(CookErrorOf("StaticScene", Group({{"c", Int(1)}})),
                 HasSubstr("Argument \"c\" must be group."));
-    EXPECT_THAT(ErrorOf("Prune", Group({{"paths", Int(1)}}), 1),
+    EXPECT_THAT(CookErrorOf("Prune", Group({{"paths", Int(1)}}), 1),
                 HasSubstr("Argument \"paths\" must be string[]."));
-    EXPECT_THAT(ErrorOf("Prune", Group({{"paths", all}, {"keepNames", Text("yes")}}), 1),
+    EXPECT_THAT(CookErrorOf("Prune", Group({{"paths", all}, {"keepNames", Text("yes")}}), 1),
                 HasSubstr("Argument \"keepNames\" must be int."));
-    EXPECT_THAT(ErrorOf("Prune", Group({{"paths", all}, {"keepNames", Int(2)}}), 1),
+    EXPECT_THAT(CookErrorOf("Prune", Group({{"paths", all}, {"keepNames", Int(2)}}), 1),
                 HasSubstr("Argument \"keepNames\" must be from 0 to 1, not 2."));
-    EXPECT_THAT(ErrorOf("Transform", Group({{"paths", all}, {"rotate", Doubles({1, 0, 0})}}), 1),
-                HasSubstr("Argument \"rotate\" must be double[4]."));
-    EXPECT_THAT(ErrorOf("Transform", Group({{"paths", all}, {"scale", Text("2")}}), 1),
+    EXPECT_THAT(
+        CookErrorOf("Transform", Group({{"paths", all}, {"rotate", Doubles({1, 0, 0})}}), 1),
+        HasSubstr("Argument \"rotate\" must be double[4]."));
+    EXPECT_THAT(CookErrorOf("Transform", Group({{"paths", all}, {"scale", Text("2")}}), 1),
                 HasSubstr("Argument \"scale\" must be double[3]."));
-    EXPECT_THAT(ErrorOf("Transform", Group({{"paths", all}, {"order", Text("inside")}}), 1),
+    EXPECT_THAT(CookErrorOf("Transform", Group({{"paths", all}, {"order", Text("inside")}}), 1),
                 HasSubstr("Argument \"order\" must be \"after\" or \"before\", not \"inside\"."));
-    EXPECT_THAT(ErrorOf("Camera", Group({{"fov", Doubles({1, 2})}}), 1),
+    EXPECT_THAT(CookErrorOf("Camera", Group({{"fov", Doubles({1, 2})}}), 1),
                 HasSubstr("Argument \"fov\" must be double."));
-    EXPECT_THAT(ErrorOf("Camera", Group({{"projection", Texts({"a", "b"})}}), 1),
+    EXPECT_THAT(CookErrorOf("Camera", Group({{"projection", Texts({"a", "b"})}}), 1),
                 HasSubstr("Argument \"projection\" must be string."));
 }
 
 TEST(OpTypes, RefuseGlobsAndPathsThatAreNone) {
     EXPECT_THAT(
-        ErrorOf("Prune", Group({{"paths", Texts({"/root", "world"})}}), 1),
+        CookErrorOf("Prune", Group({{"paths", Texts({"/root", "world"})}}), 1),
         HasSubstr("Argument \"paths\": The location pattern \"world\" does not start with \"/\"."));
-    EXPECT_THAT(ErrorOf("Camera", Group({{"path", Text("camera")}}), 1),
+    EXPECT_THAT(CookErrorOf("Camera", Group({{"path", Text("camera")}}), 1),
                 HasSubstr("Argument \"path\" must be an absolute location path, not \"camera\"."));
     EXPECT_THAT(
-        ErrorOf("StaticScene", Group({{"location", Text("/root/")}})),
+        CookErrorOf("StaticScene", Group({{"location", Text("/root/")}})),
         HasSubstr("Argument \"location\" must be an absolute location path, not \"/root/\"."));
-    EXPECT_THAT(ErrorOf("StaticScene", Group({{"location", Text("/root//a")}})),
+    EXPECT_THAT(CookErrorOf("StaticScene", Group({{"location", Text("/root//a")}})),
                 HasSubstr("not \"/root//a\"."));
 }
 
 TEST(OpTypes, RefuseMoreInputsThanTheyLookAt) {
-    EXPECT_THAT(ErrorOf("StaticScene", SmallScene(), 1),
+    EXPECT_THAT(CookErrorOf("StaticScene", SmallScene(), 1),
                 HasSubstr("The Op takes no inputs, but is wired to 1."));
-    EXPECT_THAT(ErrorOf("Prune", Group({{"paths", Texts({"/root"})}}), 2),
+    EXPECT_THAT(CookErrorOf("Prune", Group({{"paths", Texts({"/root"})}}), 2),
                 HasSubstr("The Op takes one input, but is wired to 2."));
 }
 

@@ -12,6 +12,7 @@
 #include <OpenImageIO/imageio.h>
 
 #include "DrawingScenes.h"
+#include "ErrorOf.h"
 #include "TempDirectory.h"
 
 namespace {
@@ -47,13 +48,8 @@ FoundImage Read(const std::string& path) {
     return found;
 }
 
-std::string ErrorOf(const std::string& path, const Picture& picture) {
-    try {
-        WritePicture(path, picture);
-    } catch (const RenderError& error) {
-        return error.what();
-    }
-    return "no error";
+std::string WriteErrorOf(const std::string& path, const Picture& picture) {
+    return ErrorOf<RenderError>([&] { WritePicture(path, picture); });
 }
 
 class PictureTest : public testing::Test {
@@ -173,29 +169,29 @@ TEST_F(PictureTest, HasThePermissionsOfTheProcessOrOfTheFileBefore) {
 
 TEST_F(PictureTest, NamesAFolderThatIsNotThere) {
     const std::string path = folder.path("none/a.exr");
-    EXPECT_EQ(ErrorOf(path, Part({0, 0, 4, 4})), "cannot write the picture \"" + path +
-                                                     "\": there is no folder \"" +
-                                                     folder.path("none") + "\"");
+    EXPECT_EQ(WriteErrorOf(path, Part({0, 0, 4, 4})), "cannot write the picture \"" + path +
+                                                          "\": there is no folder \"" +
+                                                          folder.path("none") + "\"");
 }
 
 TEST_F(PictureTest, NamesTheTwoFormats) {
     for (const char* name : {"a.jpg", "a", "exr"}) {
-        const std::string error = ErrorOf(folder.path(name), Part({0, 0, 4, 4}));
+        const std::string error = WriteErrorOf(folder.path(name), Part({0, 0, 4, 4}));
         EXPECT_EQ(error, "\"" + folder.path(name) +
                              "\" is no picture: its name ends neither in \".exr\" nor in \".png\"");
     }
-    EXPECT_EQ(ErrorOf(folder.path("A.PNG"), Part({0, 0, 4, 4})), "no error");
+    EXPECT_EQ(WriteErrorOf(folder.path("A.PNG"), Part({0, 0, 4, 4})), "no error");
 }
 
 TEST_F(PictureTest, LeavesNothingWhenItCannotGetItsPlace) {
     std::filesystem::create_directory(folder.path("a.exr"));
-    EXPECT_THAT(ErrorOf(folder.path("a.exr"), Part({0, 0, 4, 4})), HasSubstr("a.exr"));
+    EXPECT_THAT(WriteErrorOf(folder.path("a.exr"), Part({0, 0, 4, 4})), HasSubstr("a.exr"));
     EXPECT_THAT(files(), ElementsAre("a.exr"));
 }
 
 TEST_F(PictureTest, TakesNamesAsLongAsTheSystemDoes) {
     const std::string name = std::string(251, 'n') + ".png";
-    EXPECT_EQ(ErrorOf(folder.path(name), Part({0, 0, 4, 4})), "no error");
+    EXPECT_EQ(WriteErrorOf(folder.path(name), Part({0, 0, 4, 4})), "no error");
     EXPECT_THAT(files(), ElementsAre(name));
 }
 

@@ -18,7 +18,7 @@ Framing ReadFramingOf(const std::string& settings) {
 }
 
 std::string ErrorOfSettings(const std::string& settings) {
-    return ErrorOf(SettingsJson(settings));
+    return ReadErrorOf(SettingsJson(settings));
 }
 
 /// "x0 y0 x1 y1"
@@ -75,7 +75,7 @@ TEST(ReadCamera, IsTheOneThatTheSettingsName) {
 
 TEST(ReadCamera, RefusesALensThroughWhichNothingIsSeen) {
     const auto errorOf = [](const std::string& lens) {
-        return ErrorOf(SceneJson("", "", "\"geometry\": {" + lens + "}"));
+        return ReadErrorOf(SceneJson("", "", "\"geometry\": {" + lens + "}"));
     };
     const std::string planes = R"("near": 0.1, "far": 100.0, )";
     const std::string window = R"("left": -1.0, "right": 1.0, "top": 1.0, "bottom": -1.0)";
@@ -88,8 +88,9 @@ TEST(ReadCamera, RefusesALensThroughWhichNothingIsSeen) {
               "the camera \"/root/world/cam/camera\" has an orthographicWidth of 0");
     EXPECT_EQ(errorOf(R"("fov": {"$type": "double", "values": ["nan"]}, )" + planes + window),
               "the camera \"/root/world/cam/camera\" has a lens that is not finite");
-    EXPECT_EQ(ErrorOf(SceneJson("", "", R"("xform.scale": [0.0, 1, 1], )" + std::string(kLens))),
-              "the camera \"/root/world/cam/camera\" has a transform that cannot be inverted");
+    EXPECT_EQ(
+        ReadErrorOf(SceneJson("", "", R"("xform.scale": [0.0, 1, 1], )" + std::string(kLens))),
+        "the camera \"/root/world/cam/camera\" has a transform that cannot be inverted");
 }
 
 TEST(ReadFraming, IsTheWholeResolution) {
@@ -188,7 +189,7 @@ TEST(ReadQuality, RefusesWhatIsOutOfRange) {
 }
 
 TEST(ReadScene, RefusesAFrameThatIsNoNumber) {
-    EXPECT_EQ(ErrorOf(SceneJson(""), {std::nanf(""), 1}), "the frame is not a finite number");
+    EXPECT_EQ(ReadErrorOf(SceneJson(""), {std::nanf(""), 1}), "the frame is not a finite number");
 }
 
 TEST(ReadScene, NamesTheSuiteThatIsMissing) {

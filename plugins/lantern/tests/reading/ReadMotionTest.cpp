@@ -167,7 +167,7 @@ TEST(ReadTransforms, ThatAreNotFinitePassTheShapeOver) {
 }
 
 TEST(ReadTransforms, RefuseAShutterThatClosesFirst) {
-    EXPECT_EQ(ErrorOf(SceneJson("", R"("renderSettings": {"shutterOpen": 0.5,
+    EXPECT_EQ(ReadErrorOf(SceneJson("", R"("renderSettings": {"shutterOpen": 0.5,
                                        "shutterClose": -0.25})")),
               "the shutter closes before it opens: \"renderSettings.shutterOpen\" is 0.5, "
               "\"renderSettings.shutterClose\" is -0.25");

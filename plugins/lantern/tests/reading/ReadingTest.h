@@ -12,6 +12,7 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/DescriptionJson.h>
 
+#include "ErrorOf.h"
 #include "reading/Location.h"
 #include "reading/ReadScene.h"
 #include "reading/Suites.h"
@@ -111,15 +112,10 @@ inline SceneData ReadSilently(const std::string& json, const ReadOptions& option
     return scene;
 }
 
-/// "no error" when there is none.
-inline std::string ErrorOf(const std::string& json, const ReadOptions& options = {0, 1}) {
-    try {
-        Told told;
-        ReadJson(json, told, options);
-    } catch (const RenderError& error) {
-        return error.what();
-    }
-    return "no error";
+/// The error of reading the scene, or "no error".
+inline std::string ReadErrorOf(const std::string& json, const ReadOptions& options = {0, 1}) {
+    Told told;
+    return ErrorOf<RenderError>([&] { ReadJson(json, told, options); });
 }
 
 inline const char* const kTriangle = R"("geometry": {
