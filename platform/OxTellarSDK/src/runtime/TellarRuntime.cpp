@@ -6,8 +6,7 @@
 #include <mutex>
 #include <stdexcept>
 
-#include <OxTellarSDK/DescriptionJson.h>
-
+#include "AttributeJsonWriter.h"
 #include "Container.h"
 #include "CookedIndex.h"
 #include "LocationStore.h"
@@ -143,40 +142,54 @@ void TellarRuntime::finalize() {
 
 namespace {
 
-std::string QuoteJson(const std::string& text) {
-    return OxAttribute::WriteAttributeJson(StringAttribute(text), -1);
+using TellarInternal::JsonWriter;
+
+void WriteType(JsonWriter& json, const std::string& type) {
+    json.nextMember("type");
+    OxAttribute::WriteAttribute(json, StringAttribute(type));
 }
 
 std::string DescribeOps(const std::vector<std::shared_ptr<TellarRuntime::Op>>& ops) {
     std::map<const TellarRuntime::Op*, std::size_t> places;
     for (const auto& op : ops)
         places.emplace(op.get(), places.size());
-    std::string text = "{\"ops\":[";
-    for (const auto& op : ops) {
-        if (op != ops.front()) text += ',';
-        text += "{\"type\":" + QuoteJson(op->getType()) + ",\"inputs\":[";
-        bool first = true;
-        for (const auto& input : op->getInputs()) {
-            if (!std::exchange(first, false)) text += ',';
-            const auto place = places.find(input.get());
-            text += place == places.end() ? "null" : std::to_string(place->second);
-        }
-        text += "]}";
-    }
-    return text + "]}";
+    JsonWriter json(JsonWriter::kDense);
+    json.open('{');
+    json.nextMember("ops");
+    json.list(ops.size(), [&](std::size_t i) {
+        const auto inputs = ops[i]->getInputs();
+        json.open('{');
+        WriteType(json, ops[i]->getType());
+        json.nextMember("inputs");
+        json.list(inputs.size(), [&](std::size_t input) {
+            const auto place = places.find(inputs[input].get());
+            json.raw(place == places.end() ? "null" : std::to_string(place->second));
+        });
+        json.close('}');
+    });
+    json.close('}');
+    return json.take();
 }
 
 std::string DescribeOpTypes(const std::vector<std::shared_ptr<TellarRuntime::Op>>& ops) {
     std::map<std::string, std::size_t> uses;
     for (const auto& op : ops)
         ++uses[op->getType()];
-    std::string text = "{\"opTypes\":[";
-    bool first = true;
+    JsonWriter json(JsonWriter::kDense);
+    json.open('{');
+    json.nextMember("opTypes");
+    json.open('[');
     for (const auto& [type, count] : uses) {
-        if (!std::exchange(first, false)) text += ',';
-        text += "{\"type\":" + QuoteJson(type) + ",\"ops\":" + std::to_string(count) + "}";
+        json.nextItem();
+        json.open('{');
+        WriteType(json, type);
+        json.nextMember("ops");
+        json.number(count);
+        json.close('}');
     }
-    return text + "]}";
+    json.close(']');
+    json.close('}');
+    return json.take();
 }
 
 } // namespace
