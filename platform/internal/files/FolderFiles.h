@@ -7,10 +7,9 @@
 
 namespace TellarInternal {
 
-/// The paths of what lies in a folder, folders included, in no order; "." and ".." are left out.
-/// When the folder cannot be read, the system's reason is assigned. Throws std::bad_alloc when
-/// there is no memory, which the standard library's directory iterator answers by ending the
-/// process.
+/// The paths of all files and folders in a folder, except "." and "..", in any order. Assigns the
+/// system's reason if the folder cannot be read. Throws std::bad_alloc when there is no memory; the
+/// standard library's directory iterator would end the process.
 std::vector<std::string> FolderFiles(const std::string& folder, std::error_code& code);
 
 } // namespace TellarInternal

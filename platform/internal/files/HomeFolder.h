@@ -6,9 +6,8 @@
 
 namespace TellarInternal {
 
-/// The home folder that the system's accounts name for a user, for the user of this process
-/// when the name is empty; nothing when there is no such account. The one place that asks
-/// the system for accounts. Safe from any thread.
+/// The home folder in the system's account of a user, or of the user of this process if the name is
+/// empty. Returns nothing if there is no such account. Safe from any thread.
 std::optional<std::string> HomeFolderOf(const std::string& userName);
 
 } // namespace TellarInternal

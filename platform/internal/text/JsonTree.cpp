@@ -13,11 +13,11 @@ namespace TellarInternal {
 
 namespace {
 
-/// Some editors write it in front of UTF-8.
+/// Some editors write this in front of UTF-8.
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-/// The first byte at or after `at` that is no white space, comma, colon or comment. The text
-/// up to there has been found to be JSON already.
+/// The offset of the first byte at or after `at` that does not belong to white space, a comma, a
+/// colon or a comment. The text up to there is known to be JSON.
 std::size_t SkipBetweenValues(std::string_view text, std::size_t at) {
     for (;;) {
         at = text.find_first_not_of(" \t\r\n,:", at);
@@ -37,9 +37,9 @@ std::string WithoutFullStop(std::string text) {
 
 } // namespace
 
-/// Takes the reader's events. The reader tells where a string or number ends, not where it
-/// begins; but between the end of one value and the beginning of the next nothing can stand
-/// that SkipBetweenValues does not skip.
+/// Receives the reader's events. The reader tells where a string or number ends, but not where it
+/// begins. SkipBetweenValues finds that: it skips everything that can stand between the end of one
+/// value and the beginning of the next.
 class JsonTree::Builder {
 public:
     Builder(JsonTree& tree, const rapidjson::MemoryStream& stream, std::size_t depthLimit)
@@ -83,7 +83,7 @@ private:
     const rapidjson::MemoryStream& stream;
     const std::size_t depthLimit;
     std::vector<std::size_t> opened; // arrays and objects not yet closed
-    std::size_t lastEnd;             // of what was read last
+    std::size_t lastEnd;             // the end of the last value or bracket
 
     Node& add(JsonKind kind, std::size_t end) {
         const std::size_t place = SkipBetweenValues(tree.text, lastEnd);

@@ -12,14 +12,14 @@ enum class JsonKind : unsigned char { Null, False, True, Number, String, Array, 
 
 class JsonValue;
 
-/// A JSON text, parsed, every value of which knows its place in the text. Comments (// and
-/// slash-star) are skipped. Numbers stay text, so that the reader of a number decides how
-/// exact it is. Immutable after parsing; memory is in proportion to the text.
+/// A parsed JSON text whose values know their places in the text. Comments (// and slash-star) are
+/// skipped. Numbers stay text, so that the reader of a number decides how exact it is. Immutable
+/// after parsing; memory is in proportion to the text.
 class JsonTree {
 public:
     /// `text` is borrowed for as long as the tree lives. Throws std::runtime_error
-    /// "<source>:<line>:<column>: ..." when it is no JSON or is nested deeper than
-    /// `depthLimit` arrays and objects.
+    /// "<source>:<line>:<column>: ..." when it is not JSON or is nested deeper
+    /// than `depthLimit` arrays and objects.
     JsonTree(std::string_view text, std::string source, std::size_t depthLimit);
 
     JsonValue root() const;
@@ -28,14 +28,14 @@ private:
     friend class JsonValue;
     class Builder;
 
-    /// All values in the order of the text; what an array or object holds follows it, the
-    /// members of an object as key, value, key, value.
+    /// A value or a key. Nodes stand in the order of the text: the content of an array or object
+    /// follows it, and the members of an object alternate between key and value.
     struct Node {
         JsonKind kind;
         std::size_t place;     // offset in the text
         std::size_t textBegin; // strings: in `strings`; numbers: in the text
         std::size_t textSize;
-        std::size_t next; // first node behind this value
+        std::size_t next; // the first node behind this value and its content
     };
 
     std::string_view text;
@@ -53,15 +53,15 @@ public:
     bool isArray() const { return kind() == JsonKind::Array; }
     bool isObject() const { return kind() == JsonKind::Object; }
 
-    /// A string, decoded, or a number as it is written.
+    /// The decoded text of a string, or a number as it is written.
     std::string_view text() const;
-    /// Elements of an array.
+    /// The elements of an array.
     std::vector<JsonValue> elements() const { return inside(); }
     /// True for an array or object that holds nothing.
     bool isEmpty() const { return node().next == index + 1; }
 
     struct Member;
-    /// Of an object, in the order of the text, repeated keys included.
+    /// The members of an object in the order of the text, with repeated keys.
     std::vector<Member> members() const;
 
     /// Throws std::runtime_error with the place of this value in front.

@@ -6,8 +6,8 @@
 
 namespace TellarInternal {
 
-/// How many bytes the well-formed UTF-8 character at the start of `bytes` has: 1 to 4, or
-/// 0 when there is none (overlong forms and surrogates are not well-formed).
+/// The length in bytes of the well-formed UTF-8 character at the start of `bytes`: 1 to 4, or 0 if
+/// there is none. Overlong forms and surrogates are not well-formed.
 inline std::size_t Utf8CharacterBytes(std::string_view bytes) {
     const auto byteAt = [bytes](std::size_t i) -> unsigned {
         return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0u;

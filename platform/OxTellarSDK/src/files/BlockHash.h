@@ -8,7 +8,7 @@ namespace OxAttribute {
 /// XXH3, 64 bits, with the widest instructions that the processor has: for long runs of bytes.
 std::uint64_t HashBlock(const void* data, std::uint64_t bytes);
 
-/// Only on a processor with AVX2.
+/// The same hash; may be called on processors with AVX2 only.
 std::uint64_t HashBlockByAvx2(const void* data, std::uint64_t bytes);
 
 } // namespace OxAttribute

@@ -1,6 +1,6 @@
-// Compiled for processors with AVX2, and called on these alone. Not the hash library's own choice
-// of instructions at run time: that one leaves the wide registers in use, which slows down
-// everything that runs after it.
+// Compiled for processors with AVX2, and called on these alone. The hash library could choose the
+// instructions at run time itself, but it then leaves the wide registers in use, which slows down
+// everything that runs afterwards.
 #define XXH_INLINE_ALL
 #define XXH_VECTOR 2 // XXH_AVX2; its name is not known before the header
 #include <xxhash.h>

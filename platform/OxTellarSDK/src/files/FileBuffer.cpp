@@ -19,8 +19,7 @@ namespace {
 
 // Room for the owner's pointer that keeps the file's values aligned.
 constexpr std::uint64_t kFrontBytes = 64;
-// A file that begins at a multiple of it can be mapped by large pages, where the system keeps it in
-// such.
+// The system can map a file by large pages if it begins at a multiple of their size.
 constexpr std::uint64_t kLargePageBytes = std::uint64_t(2) << 20;
 
 constexpr const char* kCutShort = "it has become shorter since it was opened";
@@ -86,8 +85,8 @@ FileBuffer FileBuffer::Open(std::FILE* file, const RegularFile::State& state, Fi
     buffer.descriptor = fcntl(fileno(file), F_DUPFD_CLOEXEC, 0);
     if (!buffer.isOpen()) fail();
 
-    // One anonymous page, and right behind it the file: the owner's pointer lies in front
-    // of the file's first byte.
+    // One anonymous page for the owner's pointer, which lies in front of the file's first byte, and
+    // right behind it the file.
     const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
     buffer.allocationBytes = page + state.bytes + kLargePageBytes;
     void* reserved = mmap(nullptr, buffer.allocationBytes, PROT_READ | PROT_WRITE,

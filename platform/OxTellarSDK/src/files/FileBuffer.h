@@ -11,11 +11,11 @@ namespace OxAttribute {
 
 /// How the bytes of a large file come into memory.
 enum class FileAccess {
-    /// The file is mapped: its pages are those of the system's cache, shared with other processes.
-    /// Whoever cuts the file short takes pages away that are in use.
+    /// The file is mapped: the process shares the pages of the system's cache. A program that cuts
+    /// the file short takes away pages that are in use.
     Map,
-    /// Each piece is copied once, when it is fetched. What was fetched stays as it is whatever
-    /// happens to the file.
+    /// Each piece is copied once, when it is fetched, and keeps its content whatever happens to the
+    /// file.
     Read
 };
 
@@ -33,21 +33,21 @@ public:
 
     /// Zeroed memory. Throws std::bad_alloc.
     static FileBuffer Allocate(std::uint64_t bytes);
-    /// Address space for all of an open file in this state, of which nothing may be read before it
-    /// was fetched. The file is kept open. Throws std::runtime_error with the system's reason.
+    /// Address space for all of an open file in this state. Bytes must be fetched before they are
+    /// read. The buffer keeps the file open. Throws std::runtime_error with the system's reason.
     static FileBuffer Open(std::FILE* file, const RegularFile::State& state, FileAccess access);
 
     /// Makes these bytes readable. False when the file has become too short for them or cannot be
     /// read; `reason` then says why. Several threads may fetch at once, but no bytes that another
     /// thread is fetching or, unless mustFetchOnce(), reading.
     bool fetch(std::uint64_t begin, std::uint64_t end, std::string& reason) const;
-    /// Whether bytes may change while they are fetched again.
+    /// True if bytes may change while they are fetched again.
     bool mustFetchOnce() const { return isOpen() && access == FileAccess::Read; }
 
     char* data() const { return start; }
     std::uint64_t size() const { return bytes; }
     void shrink(std::uint64_t newBytes) { bytes = newBytes; }
-    /// Whether it is an open file and not memory.
+    /// True for an open file, false for memory.
     bool isOpen() const { return descriptor >= 0; }
     /// The state of the file when it was opened. Buffers with equal states hold the same bytes.
     const RegularFile::State& state() const { return openedState; }
@@ -62,12 +62,12 @@ private:
     RegularFile::State openedState;
 };
 
-/// What FileStream offers to readers that want the whole file at once.
+/// The part of FileStream for readers that want the whole file at once.
 class FileStreamAccess {
 public:
-    /// The rest of a stream, in one piece. A plain file that `read` is FileStream::read for,
-    /// not read from before, is opened by FileBuffer::Open when it is large. `name` receives the
-    /// file's name, or stays as it is for streams of other kinds.
+    /// The rest of a stream, in one piece. If the stream is a FileStream at the start of a large
+    /// plain file, the file is opened by FileBuffer::Open. Assigns the name of the file to `name`,
+    /// which stays as it is for other streams.
     static FileBuffer ReadAll(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
                               std::string& name);
 };

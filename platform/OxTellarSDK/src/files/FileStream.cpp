@@ -27,8 +27,8 @@ const NamedLogger kLogger("FileStream");
 
 constexpr unsigned char kZstdMagic[4] = {0x28, 0xb5, 0x2f, 0xfd};
 
-// What a compressed file may grow to: more than any real scene compresses, and little
-// enough that a small hostile file cannot fill the memory.
+// The limit of a decompressed file: more than any real scene needs, and small enough that a small
+// hostile file cannot fill the memory.
 constexpr std::uint64_t kAlwaysAllowedBytes = 64u << 20;
 constexpr std::uint64_t kMaximumRatio = 2000;
 
@@ -37,8 +37,8 @@ struct DecompressorDeleter {
 };
 
 constexpr const char* kMapAboveKey = "MAP_FILES_ABOVE";
-// A file of this size fits into memory of the process. Reading all of it takes some tens of
-// milliseconds more than mapping it.
+// A file of this size fits into the memory of the process, and reading it takes only some tens of
+// milliseconds longer than mapping it.
 constexpr std::uint64_t kMapAboveMebibytes = 64;
 
 /// Files of more bytes than this are mapped.
@@ -89,7 +89,7 @@ struct FileStream::State {
     std::int64_t readCompressed(void* buffer, std::int64_t bytes) {
         ZSTD_outBuffer output{buffer, static_cast<std::size_t>(bytes), 0};
         for (;;) {
-            // An open frame may hold more output than the last buffer could take.
+            // An open frame may have more output than the last buffer could take.
             if (frameOpen || unread.pos < unread.size) {
                 const std::size_t status =
                     ZSTD_decompressStream(decompressor.get(), &output, &unread);

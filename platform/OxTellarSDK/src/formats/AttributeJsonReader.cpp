@@ -31,7 +31,7 @@ bool IsInteger(std::string_view number) {
     return number.find_first_of(".eE") == std::string_view::npos;
 }
 
-/// Orders dotted paths so that what lies below a path follows it directly: the dot comes
+/// An order of dotted paths in which the paths below a path follow it directly: the dot comes
 /// before every other character.
 bool ComesBefore(std::string_view a, std::string_view b) {
     const auto rank = [](char c) { return c == '.' ? -1 : static_cast<unsigned char>(c); };
@@ -49,10 +49,10 @@ bool HasEmptyPart(std::string_view path) {
            path.find("..") != std::string_view::npos;
 }
 
-/// Values of one attribute, still JSON, sample after sample.
+/// The values of one attribute as JSON, sample after sample.
 struct Values {
     std::vector<JsonValue> values;
-    std::size_t tupleSize = 0; // as the nesting of the arrays told it; 0 when it did not
+    std::size_t tupleSize = 0; // the length of the inner arrays; 0 if there are none
 };
 
 /// Turns JSON values into attributes.
@@ -60,8 +60,8 @@ class AttributeReader {
 public:
     explicit AttributeReader(const std::string& where) : where(where) {}
 
-    /// Groups being read are kept on a stack of their own, not on the thread's: their nesting
-    /// comes from outside.
+    /// Open groups are kept on an explicit stack, because a text may nest groups deeper than the
+    /// thread's stack allows.
     Attribute read(const JsonValue& value, int depth) {
         if (!isGroup(value)) return readLeaf(value);
         std::vector<OpenGroup> open;
@@ -87,9 +87,9 @@ public:
     }
 
 private:
-    /// A child that is yet to be read.
+    /// A child that has not been read yet.
     struct Child {
-        std::string path; // as the builder takes it
+        std::string path; // in the form that the builder takes
         JsonValue value;
         int depth; // the number of groups around it
     };
@@ -254,7 +254,7 @@ private:
         return group;
     }
 
-    /// One key must not undo another: no key twice, and none below another one.
+    /// Fails if one key would replace another: if it is given twice or lies below another one.
     void checkPaths(const std::vector<JsonValue::Member>& members) const {
         std::vector<JsonValue> keys;
         for (const JsonValue::Member& member : members) {

@@ -26,9 +26,9 @@ using namespace TellarInternal;
 /// array, and a child there); the ops, samples and tuples around and in them take a few more.
 constexpr std::size_t kJsonDepthLimit = 3 * kMaxGroupDepth + 16;
 
-constexpr int kGroupsAroundArgs = 2; // the op's and the description
+constexpr int kGroupsAroundArgs = 2; // the group of the op and the description
 
-/// Turns a JSON tree into a description. Remembers which op it is in, for its errors.
+/// Turns a JSON tree into a description. Its errors name the op that it is in.
 class DescriptionReader {
 public:
     DescriptionReader(const JsonTree& tree, const std::string& directory)
@@ -53,7 +53,7 @@ private:
     /// An input by name, kept until all names are known.
     struct Wire {
         JsonValue input;
-        std::string op; // whose input it is
+        std::string op; // that has the input
     };
 
     const JsonTree& tree;
@@ -70,7 +70,7 @@ private:
     void readOp(const JsonValue& op, std::size_t number) {
         where = ", in op " + std::to_string(number);
         if (!op.isObject()) fail(op, "an op must be an object");
-        // The name is looked for first, for the sake of errors in what stands before it.
+        // Errors in the members before the name need the name too.
         for (const JsonValue::Member& member : op.members())
             if (member.key.text() == "name" && member.value.isString())
                 where = ", in op " + Quoted(member.value.text());
@@ -128,8 +128,8 @@ private:
         return withDirectory(args, opType);
     }
 
-    /// A relative "file" is meant relative to where the description lies. The op type has to
-    /// be told where that is, if it asks for it.
+    /// The arguments with a "directory" if the op type takes one, has none yet and has a relative
+    /// "file". Relative files are relative to the folder of the description.
     GroupAttribute withDirectory(const GroupAttribute& args, const std::string& opType) const {
         const StringAttribute file(args.getChildByName("file"));
         const bool isRelative = file.getNumberOfValues() > 0 && !file.getValueView().empty() &&

@@ -16,8 +16,8 @@ namespace OxAttribute {
 /// The members of an object that has a fixed set of keys. It borrows the tree.
 class JsonFields {
 public:
-    /// Throws std::runtime_error with the place of a key that is not `known` or is given
-    /// twice in front, and `where` behind.
+    /// Throws std::runtime_error if a key is not `known` or is given twice. The text begins with
+    /// the place of the key and ends with `where`.
     JsonFields(const TellarInternal::JsonValue& object,
                std::initializer_list<std::string_view> known, const std::string& where) {
         for (const TellarInternal::JsonValue::Member& member : object.members()) {

@@ -7,9 +7,9 @@
 
 namespace OxAttribute {
 
-/// Throws std::runtime_error "<source>: ..." naming the Op at fault unless `description` is a
-/// complete op tree: at least one child, each a group with an "opType" string and nothing of a
-/// wrong type, every input the name of an Op or empty.
+/// Throws std::runtime_error "<source>: ..." with the name of the Op at fault unless `description`
+/// is a complete op tree. It needs at least one child; each child is a group with an "opType"
+/// string whose parts all have the right types, and each input is empty or the name of an Op.
 void CheckOpDescription(const GroupAttribute& description, const std::string& source);
 
 /// The description that a serialised op file holds. Throws as CheckOpDescription does, and

@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "text/Utf8.h"
+
 namespace OxLocationPath {
 namespace {
 
@@ -15,7 +17,7 @@ std::string_view TakeLevel(std::string_view& rest) {
     return level;
 }
 
-/// The path as levels for TakeLevel: empty where it has none.
+/// The path as levels for TakeLevel. "/" has no levels, so it becomes the empty text.
 std::string_view Levels(std::string_view path) {
     return path == "/" ? std::string_view() : path;
 }
@@ -23,7 +25,7 @@ std::string_view Levels(std::string_view path) {
 /// The first UTF-8 character of `text`, which is not empty. A stray byte counts as one.
 std::string_view FirstCharacter(std::string_view text) {
     std::size_t length = 1;
-    while (length < text.size() && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80)
+    while (length < text.size() && TellarInternal::IsUtf8Continuation(text[length]))
         ++length;
     return text.substr(0, length);
 }
@@ -34,8 +36,8 @@ std::string_view TakeCharacter(std::string_view& text) {
     return character;
 }
 
-/// What follows the "[" of a set up to its "]", not included; npos when it is not closed. A "]"
-/// at the very beginning is a member of the set.
+/// The length of a set from behind its "[" up to its "]", or npos if it is not closed. A "]" at the
+/// very beginning is a member of the set.
 std::size_t SetLength(std::string_view afterBracket) {
     const std::size_t negation = !afterBracket.empty() && afterBracket[0] == '!' ? 1 : 0;
     return afterBracket.find(']', negation + 1);
@@ -59,7 +61,7 @@ bool IsInSet(std::string_view set, std::string_view character) {
 }
 
 /// Matches one character of `name` against one element of `pattern`, neither empty, and takes
-/// both off. The element is no "*".
+/// both off. The element must not be "*".
 bool TakeMatch(std::string_view& pattern, std::string_view& name) {
     const std::string_view wanted = TakeCharacter(pattern);
     const std::string_view character = TakeCharacter(name);
@@ -70,8 +72,9 @@ bool TakeMatch(std::string_view& pattern, std::string_view& name) {
     return IsInSet(set, character);
 }
 
-/// One level against one level. Only the last "*" met is ever taken back: whatever an earlier
-/// one could swallow the last one can too. So the cost is at most length times length.
+/// Matches one level against one level. When characters differ, only the last "*" seen takes
+/// another character: it can match everything that an earlier one could. So the cost is at most the
+/// product of the two lengths.
 bool LevelMatches(std::string_view pattern, std::string_view name) {
     bool starSeen = false;
     std::string_view patternAfterStar;
@@ -93,7 +96,7 @@ bool LevelMatches(std::string_view pattern, std::string_view name) {
     }
 }
 
-/// Whole path against whole pattern; "**" is taken back as "*" is in LevelMatches.
+/// Matches a whole path against a whole pattern, with "**" as LevelMatches has "*".
 bool PathMatches(const std::vector<std::string>& pattern, std::string_view path) {
     std::size_t level = 0;
     bool starSeen = false;
@@ -123,7 +126,7 @@ bool MayMatchBelow(const std::vector<std::string>& pattern, std::string_view pat
     std::size_t level = 0;
     for (; !path.empty(); ++level) {
         if (level == pattern.size()) return false;
-        // It swallows the rest of the path; what follows it may lie below.
+        // It matches the rest of the path, and the rest of the pattern may match below.
         if (pattern[level] == kAnyLevels) return true;
         if (!LevelMatches(pattern[level], TakeLevel(path))) return false;
     }

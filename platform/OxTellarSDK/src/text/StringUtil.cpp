@@ -14,34 +14,34 @@ namespace {
 
 constexpr std::string_view kWhitespace = " \t\n\r\v\f";
 
-std::string_view withoutLeading(std::string_view text, std::string_view chars) {
+std::string_view WithoutLeading(std::string_view text, std::string_view chars) {
     return text.substr(std::min(text.find_first_not_of(chars), text.size()));
 }
 
-std::string_view withoutTrailing(std::string_view text, std::string_view chars) {
+std::string_view WithoutTrailing(std::string_view text, std::string_view chars) {
     // npos + 1 is 0: nothing remains of a text that is all `chars`.
     return text.substr(0, text.find_last_not_of(chars) + 1);
 }
 
-// How often to split or replace: a negative count means always.
-std::size_t limitOf(int count) {
+// The number of splits or replacements; a negative count means all.
+std::size_t LimitOf(int count) {
     return count < 0 ? std::numeric_limits<std::size_t>::max() : static_cast<std::size_t>(count);
 }
 
-std::vector<std::string> splitAtWhitespace(std::string_view text, std::size_t limit) {
+std::vector<std::string> SplitAtWhitespace(std::string_view text, std::size_t limit) {
     std::vector<std::string> parts;
-    text = withoutLeading(text, kWhitespace);
+    text = WithoutLeading(text, kWhitespace);
     for (; !text.empty() && limit != 0; --limit) {
         const std::size_t end = std::min(text.find_first_of(kWhitespace), text.size());
         parts.emplace_back(text.substr(0, end));
-        text = withoutLeading(text.substr(end), kWhitespace);
+        text = WithoutLeading(text.substr(end), kWhitespace);
     }
-    // Only reached with something left when the splits ran out: its end stays as it is.
+    // Text is left only if the limit was reached; its end is kept as it is.
     if (!text.empty()) parts.emplace_back(text);
     return parts;
 }
 
-std::vector<std::string> splitAtSeparator(std::string_view text, std::string_view separator,
+std::vector<std::string> SplitAtSeparator(std::string_view text, std::string_view separator,
                                           std::size_t limit) {
     std::vector<std::string> parts;
     for (; limit != 0; --limit) {
@@ -54,8 +54,8 @@ std::vector<std::string> splitAtSeparator(std::string_view text, std::string_vie
     return parts;
 }
 
-// `to` before every byte and at the end, `limit` times at most.
-std::string replaceNothing(std::string_view text, std::string_view to, std::size_t limit) {
+// Puts `to` before every byte and at the end, at most `limit` times.
+std::string ReplaceNothing(std::string_view text, std::string_view to, std::size_t limit) {
     std::string result;
     for (; !text.empty() && limit != 0; --limit) {
         result += to;
@@ -67,20 +67,20 @@ std::string replaceNothing(std::string_view text, std::string_view to, std::size
     return result;
 }
 
-std::size_t absoluteIndex(std::string_view text, std::ptrdiff_t index) {
+std::size_t AbsoluteIndex(std::string_view text, std::ptrdiff_t index) {
     const auto size = static_cast<std::ptrdiff_t>(text.size());
     if (index < 0) index += size;
     return static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(index, 0, size));
 }
 
-// The reference that begins at the '$' in front of a text: all of it, and the name in it.
-// No variable has an empty name, so that of a '$' which is only a character is empty.
+// The reference at the start of a text that begins with '$': all of it, and the name in it. The
+// name is empty if the '$' is only a character; no variable has an empty name.
 struct VariableReference {
     std::string_view whole;
     std::string_view name;
 };
 
-VariableReference parseReference(std::string_view text) {
+VariableReference ParseReference(std::string_view text) {
     if (startswith(text, "${")) {
         const std::size_t close = text.find('}');
         if (close == std::string_view::npos) return {text.substr(0, 1), {}};
@@ -92,7 +92,7 @@ VariableReference parseReference(std::string_view text) {
     return {text.substr(0, length), text.substr(1, length - 1)};
 }
 
-std::optional<std::string> homeFolder(const std::string& userName) {
+std::optional<std::string> HomeFolder(const std::string& userName) {
     const char* home = userName.empty() ? std::getenv("HOME") : nullptr;
     return home ? std::string(home) : TellarInternal::HomeFolderOf(userName);
 }
@@ -100,20 +100,20 @@ std::optional<std::string> homeFolder(const std::string& userName) {
 } // namespace
 
 std::vector<std::string> split(std::string_view text, std::string_view separator, int maxSplits) {
-    return separator.empty() ? splitAtWhitespace(text, limitOf(maxSplits))
-                             : splitAtSeparator(text, separator, limitOf(maxSplits));
+    return separator.empty() ? SplitAtWhitespace(text, LimitOf(maxSplits))
+                             : SplitAtSeparator(text, separator, LimitOf(maxSplits));
 }
 
 std::string strip(std::string_view text, std::string_view chars) {
-    return std::string(withoutTrailing(withoutLeading(text, chars), chars));
+    return std::string(WithoutTrailing(WithoutLeading(text, chars), chars));
 }
 
 std::string lstrip(std::string_view text, std::string_view chars) {
-    return std::string(withoutLeading(text, chars));
+    return std::string(WithoutLeading(text, chars));
 }
 
 std::string rstrip(std::string_view text, std::string_view chars) {
-    return std::string(withoutTrailing(text, chars));
+    return std::string(WithoutTrailing(text, chars));
 }
 
 std::ptrdiff_t rfind(std::string_view text, std::string_view what) {
@@ -122,15 +122,15 @@ std::ptrdiff_t rfind(std::string_view text, std::string_view what) {
 }
 
 std::string slice(std::string_view text, std::ptrdiff_t begin, std::ptrdiff_t end) {
-    const std::size_t first = absoluteIndex(text, begin);
-    const std::size_t last = absoluteIndex(text, end);
+    const std::size_t first = AbsoluteIndex(text, begin);
+    const std::size_t last = AbsoluteIndex(text, end);
     return first < last ? std::string(text.substr(first, last - first)) : std::string();
 }
 
 std::string replace(std::string_view text, std::string_view from, std::string_view to, int count) {
-    if (from.empty()) return replaceNothing(text, to, limitOf(count));
+    if (from.empty()) return ReplaceNothing(text, to, LimitOf(count));
     std::string result;
-    for (std::size_t limit = limitOf(count); limit != 0; --limit) {
+    for (std::size_t limit = LimitOf(count); limit != 0; --limit) {
         const std::size_t found = text.find(from);
         if (found == std::string_view::npos) break;
         result += text.substr(0, found);
@@ -156,7 +156,7 @@ std::string expandvars(std::string_view text) {
         text.remove_prefix(dollar);
         if (text.empty()) break;
 
-        const VariableReference reference = parseReference(text);
+        const VariableReference reference = ParseReference(text);
         const char* value = std::getenv(std::string(reference.name).c_str());
         result += value ? std::string_view(value) : reference.whole;
         text.remove_prefix(reference.whole.size());
@@ -167,7 +167,7 @@ std::string expandvars(std::string_view text) {
 std::string expanduser(std::string_view path) {
     if (!startswith(path, "~")) return std::string(path);
     const std::size_t nameEnd = std::min(path.find('/'), path.size());
-    const auto home = homeFolder(std::string(path.substr(1, nameEnd - 1)));
+    const auto home = HomeFolder(std::string(path.substr(1, nameEnd - 1)));
     if (!home) return std::string(path);
     // "~/x" must not become "//x" for a home folder "/", nor "~" become nothing.
     const std::string expanded = rstrip(*home, "/").append(path.substr(nameEnd));
