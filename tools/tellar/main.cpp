@@ -1,7 +1,6 @@
-// The tellar command: what all of its subcommands have in common, above all what an error looks
-// like. Each of them has a file of its own.
+// The tellar command: adds all subcommands, runs the one that is given, and turns its errors into
+// one line and an exit status.
 
-#include <cstdlib>
 #include <exception>
 #include <mutex>
 #include <new>
@@ -13,6 +12,7 @@
 
 #include "NoMemory.h"
 #include "Output.h"
+#include "Process.h"
 #include "StopSignals.h"
 #include "Subcommands.h"
 #include "Terminal.h"
@@ -22,7 +22,7 @@ namespace TellarTool {
 namespace {
 
 constexpr int kProblemsFound = 1;
-constexpr int kStopped = 128; // and the number of the signal
+constexpr int kStopped = 128; // to which the number of the signal is added
 
 constexpr const char* kExamples = R"(Examples:
   tellar walk examples/garden.json
@@ -32,13 +32,12 @@ constexpr const char* kExamples = R"(Examples:
   tellar ops Array
 "tellar walk --help" and so on tell more.)";
 
-/// Keeps the first error that the library logs instead of printing it, for the command's own
-/// error to end with. Messages stay where they are when OX_LOG_LEVEL asks for them.
+/// Keeps the first error that the library logs, which the command's own error then ends with.
+/// Does nothing when the user asks for log messages.
 class FirstLoggedError {
 public:
     static void capture() {
-        const char* level = std::getenv("OX_LOG_LEVEL");
-        if (level && *level) return;
+        if (AreLogMessagesWanted()) return;
         OxLoggingSetSink([](const OxLogMessage& message) {
             FirstLoggedError& first = get();
             const std::lock_guard<std::mutex> guard(first.lock);
@@ -67,14 +66,14 @@ private:
     std::string text; // guarded by lock
 };
 
-/// Whether the error is about something that a plug-in would have.
+/// Whether a missing plug-in can be the reason of the error.
 bool IsAboutPlugins(const std::string& error) {
     return error.find("no op type") != std::string::npos ||
            error.find("there is no renderer") != std::string::npos;
 }
 
-/// What may be behind an error that does not tell: what is missed may be in a plug-in that could
-/// not be loaded, and the library logs why it has no client.
+/// Adds a likely reason: a plug-in that could not be loaded, or the first error that the library
+/// logged.
 std::string Explain(const std::string& error) {
     const auto refused = OxPluginManager::PluginManager::refused();
     if (IsAboutPlugins(error) && !refused.empty())
@@ -89,11 +88,7 @@ int Fail(const std::string& message) {
     return kBadInput;
 }
 
-int Main(int argc, char** argv) {
-    CLI::App app("Looks into 3D scenes that are graphs of operations.", "tellar");
-    app.set_version_flag("--version", "tellar " TELLAR_VERSION);
-    app.require_subcommand(1);
-    app.footer(kExamples);
+void AddCommands(CLI::App& app) {
     AddWalkCommand(app);
     AddCameraCommand(app);
     AddProjectCommand(app);
@@ -107,6 +102,15 @@ int Main(int argc, char** argv) {
     AddOpsCommand(app);
     AddDelegatesCommand(app);
     AddDoctorCommand(app);
+}
+
+/// Returns the exit status. Throws std::bad_alloc.
+int Main(int argc, char** argv) {
+    CLI::App app("Looks into 3D scenes that are graphs of operations.", "tellar");
+    app.set_version_flag("--version", "tellar " TELLAR_VERSION);
+    app.require_subcommand(1);
+    app.footer(kExamples);
+    AddCommands(app);
     IgnoreClosedPipes();
     FirstLoggedError::capture();
     try {
@@ -139,7 +143,7 @@ int main(int argc, char** argv) {
     int status = TellarTool::kBadInput;
     try {
         status = TellarTool::Main(argc, argv);
-    } catch (const std::bad_alloc&) { // also when there was none for telling of an error
+    } catch (const std::bad_alloc&) { // also thrown while an error was being printed
         TellarTool::WriteNoMemoryLine();
     }
     TellarTool::LetNoMemoryEnd();

@@ -47,13 +47,13 @@ struct CameraOptions {
     bool json = false;
 };
 
-/// A sample of the camera's transform, as renderers get it.
+/// A sample of the camera's transform, with the precision that renderers get.
 struct TransformSample {
     float time;
     Imath::Matrix44<float> matrix;
 };
 
-/// All that is told about a camera.
+/// Everything that the command prints about a camera.
 struct CameraReport {
     RenderCamera camera;
     Resolution resolution;
@@ -70,7 +70,7 @@ struct CameraReport {
     }
 };
 
-/// Lens and transform at a time of the scene's, in place of those nearest to time 0.
+/// Replaces lens and transform, those of the samples nearest to time 0, by those at `frame`.
 void MoveToFrame(RenderCamera& camera, float frame) {
     const GroupAttribute geometry(camera.location->getAttribute("geometry"));
     CameraInfo& info = camera.info;
@@ -144,7 +144,7 @@ std::string TimesText(const Times& times, ToTime toTime) {
     return text.empty() ? "none" : text;
 }
 
-std::string TextOf(const CameraReport& report) {
+Table FactsOf(const CameraReport& report) {
     const CameraInfo& camera = report.camera.info;
     Table facts = {{"camera", report.camera.path}, {"projection", ProjectionName(camera)}};
     for (const LensValue& value : kLensValues)
@@ -161,8 +161,13 @@ std::string TextOf(const CameraReport& report) {
     facts.push_back(
         {"shutter samples", TimesText(report.shutterSamples,
                                       [](const TransformSample& sample) { return sample.time; })});
+    return facts;
+}
+
+std::string TextOf(const CameraReport& report) {
+    const CameraInfo& camera = report.camera.info;
     std::string out;
-    AppendTable(out, facts);
+    AppendTable(out, FactsOf(report));
     AppendMatrix(out, "camera to world", camera.xform);
     AppendMatrix(out, "world to camera", report.worldToCamera());
     AppendMatrix(out, "projection", report.projection());
@@ -174,6 +179,13 @@ std::string TextOf(const CameraReport& report) {
 
 std::string JsonOf(const TransformSample& sample) {
     return JsonObject().add("time", sample.time).add("cameraToWorld", sample.matrix).line();
+}
+
+std::string JsonOf(const std::vector<TransformSample>& samples) {
+    std::vector<std::string> lines;
+    for (const TransformSample& sample : samples)
+        lines.push_back(JsonOf(sample));
+    return JsonLines(lines);
 }
 
 std::string JsonOf(const CameraReport& report) {
@@ -192,10 +204,7 @@ std::string JsonOf(const CameraReport& report) {
     object.addJson("shutter",
                    JsonList(std::vector<float>{report.shutter.open, report.shutter.close}));
     object.addJson("sampleTimes", JsonList(report.sampleTimes));
-    std::vector<std::string> samples;
-    for (const TransformSample& sample : report.shutterSamples)
-        samples.push_back(JsonOf(sample));
-    object.addJson("shutterSamples", JsonLines(samples));
+    object.addJson("shutterSamples", JsonOf(report.shutterSamples));
     object.addJson("notes", JsonList(NotesAbout(camera)));
     return object.document();
 }
@@ -209,35 +218,32 @@ void RunCamera(const CameraOptions& options) {
 }
 
 Shutter ShutterFromText(const std::string& text) {
-    const auto times = ReadNumbers<float>(text);
-    if (!times || times->size() != 2)
-        throw CLI::ValidationError("--shutter",
-                                   "\"" + text + "\" is not OPEN,CLOSE, such as -0.25,0.25");
-    return {times->front(), times->back()};
+    const auto times = NumberList<float>("--shutter", text, {2}, "OPEN,CLOSE, such as -0.25,0.25");
+    return {times.front(), times.back()};
 }
 
 } // namespace
 
 void AddCameraCommand(CLI::App& app) {
     const auto options = std::make_shared<CameraOptions>();
-    CLI::App* const camera = app.add_subcommand(
+    CLI::App& command = *app.add_subcommand(
         "camera", "Print lens, matrices and shutter samples of the render camera");
-    AddScene(*camera, options->scene)->required();
-    camera->add_option("--camera", options->path, "Print those of this camera instead")
+    AddScene(command, options->scene)->required();
+    command.add_option("--camera", options->path, "Print those of this camera instead")
         ->option_text("PATH");
-    AddNumber(*camera, "--frame", options->frame,
+    AddNumber(command, "--frame", options->frame,
               "Interpolate lens and transform at this time; without it they are those of the "
               "sample nearest to time 0");
-    camera
-        ->add_option_function<std::string>(
+    command
+        .add_option_function<std::string>(
             "--shutter",
             [options](const std::string& text) { options->shutter = ShutterFromText(text); },
             "When the shutter opens and closes, in frames beside --frame; without it the render "
             "settings tell")
         ->option_text("OPEN,CLOSE");
-    camera->add_flag("--json", options->json, "Print a JSON object");
-    camera->footer(kExamples);
-    camera->callback([options] { RunCamera(*options); });
+    command.add_flag("--json", options->json, "Print a JSON object");
+    command.footer(kExamples);
+    command.callback([options] { RunCamera(*options); });
 }
 
 } // namespace TellarTool

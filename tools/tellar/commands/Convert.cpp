@@ -70,25 +70,25 @@ void RunConvert(const ConvertOptions& options) {
 
 void AddConvertCommand(CLI::App& app) {
     const auto options = std::make_shared<ConvertOptions>();
-    CLI::App* const convert = app.add_subcommand("convert", "Write an op tree in another form");
-    convert
-        ->add_option("IN", options->in,
-                     "An op file or an op-tree description (attribute stream or JSON)")
+    CLI::App& command = *app.add_subcommand("convert", "Write an op tree in another form");
+    command
+        .add_option("IN", options->in,
+                    "An op file or an op-tree description (attribute stream or JSON)")
         ->required()
         ->option_text(" ");
-    convert
-        ->add_option("OUT", options->out,
-                     "The file to write; its extension tells the form: .json, .oxattr (attribute "
-                     "stream) or .oxop (op file)")
+    command
+        .add_option("OUT", options->out,
+                    "The file to write; its extension tells the form: .json, .oxattr (attribute "
+                    "stream) or .oxop (op file)")
         ->required()
         ->option_text(" ");
-    convert
-        ->add_option("--to", options->to, "The form, whatever the extension: json, attributes, ops")
+    command
+        .add_option("--to", options->to, "The form, whatever the extension: json, attributes, ops")
         ->check(CLI::IsMember({"json", "attributes", "ops"}))
         ->option_text("FORM");
-    convert->add_flag("--compress", options->compress, "Compress an attribute stream or op file");
-    convert->footer(kExamples);
-    convert->callback([options] { RunConvert(*options); });
+    command.add_flag("--compress", options->compress, "Compress an attribute stream or op file");
+    command.footer(kExamples);
+    command.callback([options] { RunConvert(*options); });
 }
 
 } // namespace TellarTool

@@ -117,15 +117,15 @@ void RunDelegates(const DelegatesOptions& options) {
 
 void AddDelegatesCommand(CLI::App& app) {
     const auto options = std::make_shared<DelegatesOptions>();
-    CLI::App* const delegates = app.add_subcommand(
+    CLI::App& command = *app.add_subcommand(
         "delegates", "Tell which location types are taken over by which plug-ins");
-    delegates
-        ->add_option("--renderer", options->renderer,
-                     "For this renderer alone, instead of for every renderer")
+    command
+        .add_option("--renderer", options->renderer,
+                    "For this renderer alone, instead of for every renderer")
         ->option_text("R");
-    delegates->add_flag("--json", options->json, "Print a JSON object");
-    delegates->footer(kExamples);
-    delegates->callback([options] { RunDelegates(*options); });
+    command.add_flag("--json", options->json, "Print a JSON object");
+    command.footer(kExamples);
+    command.callback([options] { RunDelegates(*options); });
 }
 
 } // namespace TellarTool

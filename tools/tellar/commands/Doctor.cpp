@@ -182,11 +182,11 @@ void RunDoctor(const DoctorOptions& options) {
 
 void AddDoctorCommand(CLI::App& app) {
     const auto options = std::make_shared<DoctorOptions>();
-    CLI::App* const doctor = app.add_subcommand(
+    CLI::App& command = *app.add_subcommand(
         "doctor", "Tell what is found where, and what is wrong with the installation");
-    doctor->add_flag("--json", options->json, "Print a JSON object");
-    doctor->footer(kNotes);
-    doctor->callback([options] { RunDoctor(*options); });
+    command.add_flag("--json", options->json, "Print a JSON object");
+    command.footer(kNotes);
+    command.callback([options] { RunDoctor(*options); });
 }
 
 } // namespace TellarTool

@@ -65,8 +65,8 @@ MaterialReport Look(const MaterialOptions& options) {
             error += "; " + note;
         throw std::runtime_error(error);
     }
-    report.flattened = report.material.flatten(options.terminals ? *options.terminals
-                                                                 : report.material.terminalNames());
+    report.flattened =
+        report.material.flatten(options.terminals.value_or(report.material.terminalNames()));
     return report;
 }
 
@@ -98,26 +98,32 @@ void AppendNode(std::string& out, const ShadingNodeDescription& node) {
     }
 }
 
+Table TableOf(const std::vector<MaterialSource>& sources) {
+    Table rows;
+    for (const MaterialSource& source : sources) {
+        rows.push_back({source.location, StyleName(source.material)});
+        if (!source.assignedFrom.empty()) rows.back().push_back(OriginText(source));
+    }
+    return rows;
+}
+
+Table TableOf(const std::vector<ShadingNetwork::Terminal>& terminals) {
+    if (terminals.empty()) return {{"none"}};
+    Table rows;
+    for (const auto& [name, node, port] : terminals)
+        rows.push_back({name, port.empty() ? node : node + "." + port});
+    return rows;
+}
+
 std::string TextOf(const MaterialReport& report) {
     constexpr std::size_t kIndent = 4;
     const ShadingNetwork network = ReadNetwork(report.flattened);
     std::string out;
     AppendTable(out, {{"location", report.path}, {"style", StyleName(report.flattened)}});
     out += "materials\n";
-    Table sources;
-    for (const MaterialSource& source : report.material.sources) {
-        sources.push_back({source.location, StyleName(source.material)});
-        if (!source.assignedFrom.empty()) sources.back().push_back(OriginText(source));
-    }
-    AppendTable(out, sources, kIndent);
+    AppendTable(out, TableOf(report.material.sources), kIndent);
     out += "terminals\n";
-    Table terminals;
-    for (const auto& terminal : network.terminals)
-        terminals.push_back({terminal.name, terminal.port.empty()
-                                                ? terminal.node
-                                                : terminal.node + "." + terminal.port});
-    if (terminals.empty()) terminals = {{"none"}};
-    AppendTable(out, terminals, kIndent);
+    AppendTable(out, TableOf(network.terminals), kIndent);
     for (const auto& [name, node] : network.nodes)
         AppendNode(out, *node);
     if (network.rest.getNumberOfChildren() > 0) {
@@ -168,28 +174,30 @@ std::string DotOf(const MaterialReport& report) {
 }
 
 void WritePicture(const MaterialReport& report, const std::string& file) {
-    const std::string picture = RunProgram("dot", {"-Tpng"}, DotOf(report));
-    if (picture.empty()) throw std::runtime_error("dot made no picture");
-    WriteFile(file, picture);
+    try {
+        const std::string picture = RunProgram("dot", {"-Tpng"}, DotOf(report));
+        if (picture.empty()) throw std::runtime_error("dot made no picture");
+        WriteFile(file, picture);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(std::string("--png: ") + error.what());
+    }
+}
+
+std::string Print(const MaterialReport& report, const MaterialOptions& options) {
+    if (options.minimize)
+        return options.json ? MinimizedJson(report.material) : MinimizedText(report.material);
+    if (options.dot) return DotOf(report);
+    return options.json ? JsonOf(report.flattened) : TextOf(report);
 }
 
 void RunMaterial(const MaterialOptions& options) {
     CheckLocationPath("--at", options.location);
     const MaterialReport report = Look(options);
     if (options.png) {
-        try {
-            WritePicture(report, *options.png);
-        } catch (const std::runtime_error& error) {
-            throw std::runtime_error(std::string("--png: ") + error.what());
-        }
+        WritePicture(report, *options.png);
         return;
     }
-    if (options.minimize)
-        WriteOutput(options.json ? MinimizedJson(report.material) : MinimizedText(report.material));
-    else if (options.dot)
-        WriteOutput(DotOf(report));
-    else
-        WriteOutput(options.json ? JsonOf(report.flattened) : TextOf(report));
+    WriteOutput(Print(report, options));
     FlushOutput();
 }
 
@@ -206,31 +214,31 @@ std::vector<std::string> NamesFromText(const std::string& text) {
 
 void AddMaterialCommand(CLI::App& app) {
     const auto options = std::make_shared<MaterialOptions>();
-    CLI::App* const material =
-        app.add_subcommand("material", "Print the material of a location, or draw it");
-    AddScene(*material, options->scene)->required();
-    AddLocation(*material, options->location, "The location");
-    material
-        ->add_option_function<std::string>(
+    CLI::App& command =
+        *app.add_subcommand("material", "Print the material of a location, or draw it");
+    AddScene(command, options->scene)->required();
+    AddLocation(command, options->location, "The location");
+    command
+        .add_option_function<std::string>(
             "--terminals",
             [options](const std::string& text) { options->terminals = NamesFromText(text); },
             "What is wanted of several materials together; without it, all that they have")
         ->option_text("NAME,NAME,...");
     CLI::Option* const minimize =
-        material->add_flag("--minimize", options->minimize,
-                           "Print the materials one by one, as they are put together");
-    CLI::Option* const json = material->add_flag("--json", options->json, "Print JSON");
+        command.add_flag("--minimize", options->minimize,
+                         "Print the materials one by one, as they are put together");
+    CLI::Option* const json = command.add_flag("--json", options->json, "Print JSON");
     CLI::Option* const dot =
-        material->add_flag("--dot", options->dot, "Print a drawing in the language of Graphviz");
+        command.add_flag("--dot", options->dot, "Print a drawing in the language of Graphviz");
     CLI::Option* const png =
-        material
-            ->add_option("--png", options->png,
-                         "Draw it into this PNG file, by Graphviz's program \"dot\"")
+        command
+            .add_option("--png", options->png,
+                        "Draw it into this PNG file, by Graphviz's program \"dot\"")
             ->option_text("FILE");
     dot->excludes(minimize)->excludes(json);
     png->excludes(minimize)->excludes(json)->excludes(dot);
-    material->footer(kExamples);
-    material->callback([options] { RunMaterial(*options); });
+    command.footer(kExamples);
+    command.callback([options] { RunMaterial(*options); });
 }
 
 } // namespace TellarTool

@@ -128,28 +128,29 @@ std::string JsonOfAll(const std::vector<const Description*>& types) {
     return out + "\n]\n";
 }
 
-/// Throws std::runtime_error for an unknown type.
-void RunOps(const OpsOptions& options) {
+std::string DescribeAll(bool json) {
+    const std::vector<const Description*> types = OxOpType::GetDescriptions();
+    if (json) return JsonOfAll(types);
     std::string out;
-    if (options.type.empty()) {
-        const std::vector<const Description*> types = OxOpType::GetDescriptions();
-        if (options.json) {
-            out = JsonOfAll(types);
-        } else {
-            AppendSummary(out, types);
-            AppendRefusedPlugins(out);
-        }
-    } else {
-        const Description* type = OxOpType::FindDescription(options.type);
-        if (!type)
-            throw std::runtime_error("there is no op type \"" + options.type +
-                                     "\"; \"tellar ops\" lists them");
-        if (options.json)
-            out = JsonOf(*type) + "\n";
-        else
-            AppendDetails(out, *type);
-    }
-    WriteOutput(out);
+    AppendSummary(out, types);
+    AppendRefusedPlugins(out);
+    return out;
+}
+
+/// Throws std::runtime_error for an unknown type.
+std::string DescribeOne(const std::string& name, bool json) {
+    const Description* const type = OxOpType::FindDescription(name);
+    if (!type)
+        throw std::runtime_error("there is no op type \"" + name + "\"; \"tellar ops\" lists them");
+    if (json) return JsonOf(*type) + "\n";
+    std::string out;
+    AppendDetails(out, *type);
+    return out;
+}
+
+void RunOps(const OpsOptions& options) {
+    WriteOutput(options.type.empty() ? DescribeAll(options.json)
+                                     : DescribeOne(options.type, options.json));
     FlushOutput();
 }
 
@@ -157,12 +158,12 @@ void RunOps(const OpsOptions& options) {
 
 void AddOpsCommand(CLI::App& app) {
     const auto options = std::make_shared<OpsOptions>();
-    CLI::App* const ops =
-        app.add_subcommand("ops", "Tell which op types there are and what they take");
-    ops->add_option("TYPE", options->type, "Tell about this one")->option_text(" ");
-    ops->add_flag("--json", options->json, "Print JSON");
-    ops->footer(kExamples);
-    ops->callback([options] { RunOps(*options); });
+    CLI::App& command =
+        *app.add_subcommand("ops", "Tell which op types there are and what they take");
+    command.add_option("TYPE", options->type, "Tell about this one")->option_text(" ");
+    command.add_flag("--json", options->json, "Print JSON");
+    command.footer(kExamples);
+    command.callback([options] { RunOps(*options); });
 }
 
 } // namespace TellarTool

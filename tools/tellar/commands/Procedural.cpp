@@ -76,23 +76,22 @@ void RunProcedural(const ProceduralOptions& options) {
 
 void AddProceduralCommand(CLI::App& app) {
     const auto options = std::make_shared<ProceduralOptions>();
-    CLI::App* const procedural =
-        app.add_subcommand("procedural", "Print what the procedural at a location is told");
-    AddScene(*procedural, options->scene)->required();
-    AddLocation(*procedural, options->location, "The location of the procedural");
-    procedural
-        ->add_option("--form", options->form,
-                     "Flags of a command line (classic, the default) or XML (attributes)")
+    CLI::App& command =
+        *app.add_subcommand("procedural", "Print what the procedural at a location is told");
+    AddScene(command, options->scene)->required();
+    AddLocation(command, options->location, "The location of the procedural");
+    command
+        .add_option("--form", options->form,
+                    "Flags of a command line (classic, the default) or XML (attributes)")
         ->check(CLI::IsMember({"classic", "attributes"}))
         ->option_text("FORM");
-    procedural->add_option("--frame", options->frame, "The frame, 1 unless given")
-        ->option_text("N");
-    procedural
-        ->add_option("--attr", options->attribute,
-                     "The group that describes the procedural; \"rendererProcedural\" unless given")
+    command.add_option("--frame", options->frame, "The frame, 1 unless given")->option_text("N");
+    command
+        .add_option("--attr", options->attribute,
+                    "The group that describes the procedural; \"rendererProcedural\" unless given")
         ->option_text("NAME");
-    procedural->footer(kExamples);
-    procedural->callback([options] { RunProcedural(*options); });
+    command.footer(kExamples);
+    command.callback([options] { RunProcedural(*options); });
 }
 
 } // namespace TellarTool

@@ -47,11 +47,11 @@ struct ProjectOptions {
     bool json = false;
 };
 
-/// A point of the location, and where it is on the picture.
+/// A point in the location's space, and where it is on the picture.
 struct ProjectedPoint {
     Vector local;
     Vector ndc;
-    bool isBehind; // a perspective camera's back
+    bool isBehind; // behind a perspective camera
     double pixelX, pixelY;
 };
 
@@ -111,7 +111,7 @@ void FindRanges(Projection& projection) {
     }
 }
 
-/// What is behind a camera is mirrored in NDC and cannot be part of a rectangle.
+/// Points behind a camera are mirrored in NDC, so no rectangle includes them.
 void NotePointsBehind(Projection& projection) {
     const auto& points = projection.points;
     const auto behind = static_cast<std::size_t>(std::count_if(
@@ -127,6 +127,22 @@ void NotePointsBehind(Projection& projection) {
                                    "the others");
 }
 
+/// Projects the corners of the location's bound, or its origin when it has none.
+void ProjectBound(const GeometryProducer::Ptr& location, Projection& projection) {
+    const Attribute bound = location->getAttribute("bound");
+    const ConstSample<double> edges = DoubleAttribute(bound).getNearestSample(0.0f);
+    if (edges.size() >= kBoundValues) {
+        projection.points = ProjectPoints(location, projection.camera, CornersOf(edges));
+        projection.pixelArea = TELLAR::GetPixelAreaThroughCamera(location, projection.camera.path,
+                                                                 projection.resolution.name);
+        return;
+    }
+    projection.points = ProjectPoints(location, projection.camera, {Vector(0.0)});
+    const std::string lack =
+        bound.isValid() ? "\"bound\" is not six doubles" : "the location has no \"bound\"";
+    projection.notes.push_back(lack + ": its origin alone is projected, and has no area");
+}
+
 Projection Project(const Scene& scene, const std::string& path) {
     const GeometryProducer::Ptr location = scene.threadAware(path);
     const GeometryProducer::Ptr root = location->getRootProducer();
@@ -136,18 +152,7 @@ Projection Project(const Scene& scene, const std::string& path) {
     projection.resolution = ReadResolution(root);
     projection.notes = NotesAbout(projection.camera.info);
 
-    const Attribute bound = location->getAttribute("bound");
-    const ConstSample<double> edges = DoubleAttribute(bound).getNearestSample(0.0f);
-    if (edges.size() >= kBoundValues) {
-        projection.points = ProjectPoints(location, projection.camera, CornersOf(edges));
-        projection.pixelArea = TELLAR::GetPixelAreaThroughCamera(location, projection.camera.path,
-                                                                 projection.resolution.name);
-    } else {
-        projection.points = ProjectPoints(location, projection.camera, {Vector(0.0)});
-        const std::string lack =
-            bound.isValid() ? "\"bound\" is not six doubles" : "the location has no \"bound\"";
-        projection.notes.push_back(lack + ": its origin alone is projected, and has no area");
-    }
+    ProjectBound(location, projection);
     FindRanges(projection);
     NotePointsBehind(projection);
     return projection;
@@ -242,18 +247,17 @@ void RunProject(const ProjectOptions& options) {
 
 void AddProjectCommand(CLI::App& app) {
     const auto options = std::make_shared<ProjectOptions>();
-    CLI::App* const project =
-        app.add_subcommand("project", "Print where a location is on the picture");
-    AddScene(*project, options->scene)->required();
-    AddLocation(*project, options->location, "The location; its \"bound\" is projected");
-    project->add_option("--camera", options->chosen.camera, "Look through this camera instead")
+    CLI::App& command = *app.add_subcommand("project", "Print where a location is on the picture");
+    AddScene(command, options->scene)->required();
+    AddLocation(command, options->location, "The location; its \"bound\" is projected");
+    command.add_option("--camera", options->chosen.camera, "Look through this camera instead")
         ->option_text("PATH");
-    project
-        ->add_option("--resolution", options->chosen.resolution, "For a picture of this resolution")
+    command
+        .add_option("--resolution", options->chosen.resolution, "For a picture of this resolution")
         ->option_text("NAME");
-    project->add_flag("--json", options->json, "Print a JSON object");
-    project->footer(kExamples);
-    project->callback([options] { RunProject(*options); });
+    command.add_flag("--json", options->json, "Print a JSON object");
+    command.footer(kExamples);
+    command.callback([options] { RunProject(*options); });
 }
 
 } // namespace TellarTool

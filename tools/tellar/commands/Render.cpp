@@ -1,7 +1,6 @@
 #include "Subcommands.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -88,18 +87,6 @@ void RunRender(const RenderOptions& options) {
                 });
 }
 
-/// `form` is what the four numbers of an option mean, and an example of them.
-template <typename T>
-std::array<T, 4> FourNumbers(const std::string& option, const std::string& text,
-                             const std::string& form) {
-    const auto numbers = ReadNumbers<T>(text);
-    std::array<T, 4> four{};
-    if (!numbers || numbers->size() != four.size())
-        throw CLI::ValidationError(option, "\"" + text + "\" is not " + form);
-    std::copy_n(numbers->begin(), four.size(), four.begin());
-    return four;
-}
-
 void CheckTilePlace(const std::string& what, std::int32_t place, std::int32_t count) {
     if (count < 1)
         throw CLI::ValidationError("--tile",
@@ -110,8 +97,8 @@ void CheckTilePlace(const std::string& what, std::int32_t place, std::int32_t co
                                                  std::to_string(count - 1));
 }
 
-std::array<std::int32_t, 4> TileFromText(const std::string& text) {
-    const auto tile = FourNumbers<std::int32_t>("--tile", text, "C,R,CS,RS, such as 0,1,2,2");
+std::vector<std::int32_t> TileFromText(const std::string& text) {
+    const auto tile = NumberList<std::int32_t>("--tile", text, {4}, "C,R,CS,RS, such as 0,1,2,2");
     CheckTilePlace("column", tile[0], tile[2]);
     CheckTilePlace("row", tile[1], tile[3]);
     return tile;
@@ -123,9 +110,9 @@ void CheckCropRange(float least, float most) {
                                              " is no range within 0 to 1");
 }
 
-std::array<float, 4> CropFromText(const std::string& text) {
+std::vector<float> CropFromText(const std::string& text) {
     const auto crop =
-        FourNumbers<float>("--crop", text, "XMIN,XMAX,YMIN,YMAX, such as 0.25,0.75,0,1");
+        NumberList<float>("--crop", text, {4}, "XMIN,XMAX,YMIN,YMAX, such as 0.25,0.75,0,1");
     CheckCropRange(crop[0], crop[1]);
     CheckCropRange(crop[2], crop[3]);
     return crop;
@@ -136,31 +123,32 @@ std::array<float, 4> CropFromText(const std::string& text) {
 void AddRenderCommand(CLI::App& app) {
     const auto options = std::make_shared<RenderOptions>();
     ChosenSettings& chosen = options->chosen;
-    CLI::App* const render = app.add_subcommand("render", "Draw the picture of a scene");
-    AddScene(*render, options->scene)->required();
-    AddRendererOptions(*render, options->renderer);
-    render->add_option("--camera", chosen.camera, "Look through this camera instead of the scene's")
+    CLI::App& command = *app.add_subcommand("render", "Draw the picture of a scene");
+    AddScene(command, options->scene)->required();
+    AddRendererOptions(command, options->renderer);
+    command
+        .add_option("--camera", chosen.camera, "Look through this camera instead of the scene's")
         ->option_text("PATH");
-    render->add_option("--resolution", chosen.resolution, "The picture's size, by its name")
+    command.add_option("--resolution", chosen.resolution, "The picture's size, by its name")
         ->option_text("NAME");
-    AddNumber(*render, "--frame", options->frame, "The time of the picture, 0 unless given");
-    render
-        ->add_option_function<std::string>(
+    AddNumber(command, "--frame", options->frame, "The time of the picture, 0 unless given");
+    command
+        .add_option_function<std::string>(
             "--tile", [&chosen](const std::string& text) { chosen.tile = TileFromText(text); },
             "Draw one tile of the picture: its column and row from 0, and how many there are")
         ->option_text("C,R,CS,RS");
-    render
-        ->add_option_function<std::string>(
+    command
+        .add_option_function<std::string>(
             "--crop",
             [&chosen](const std::string& text) { chosen.cropWindow = CropFromText(text); },
             "Draw only this part of the picture, which is 0 to 1 both ways")
         ->option_text("XMIN,XMAX,YMIN,YMAX");
-    AddCount(*render, "--samples", options->samples, kMostSamples,
+    AddCount(command, "--samples", options->samples, kMostSamples,
              "Paths per pixel; without it the scene or the renderer tells");
-    AddCount(*render, "--threads", options->threads, kMostThreads,
+    AddCount(command, "--threads", options->threads, kMostThreads,
              "How many threads draw; one for each processor unless given");
-    render->footer(kExamples);
-    render->callback([options] { RunRender(*options); });
+    command.footer(kExamples);
+    command.callback([options] { RunRender(*options); });
 }
 
 } // namespace TellarTool

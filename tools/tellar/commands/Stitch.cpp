@@ -50,13 +50,13 @@ void RunStitch(const StitchOptions& options) {
 
 void AddStitchCommand(CLI::App& app) {
     const auto options = std::make_shared<StitchOptions>();
-    CLI::App* const stitch = app.add_subcommand("stitch", "Put the tiles of a picture together");
-    stitch->add_option("TILES", options->tiles, "The files of all tiles")
+    CLI::App& command = *app.add_subcommand("stitch", "Put the tiles of a picture together");
+    command.add_option("TILES", options->tiles, "The files of all tiles")
         ->required()
         ->option_text("...");
-    AddRendererOptions(*stitch, options->renderer);
-    stitch->footer(kExamples);
-    stitch->callback([options] { RunStitch(*options); });
+    AddRendererOptions(command, options->renderer);
+    command.footer(kExamples);
+    command.callback([options] { RunStitch(*options); });
 }
 
 } // namespace TellarTool

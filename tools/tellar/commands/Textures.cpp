@@ -70,18 +70,17 @@ void RunTextures(const TexturesOptions& options) {
 
 void AddTexturesCommand(CLI::App& app) {
     const auto options = std::make_shared<TexturesOptions>();
-    CLI::App* const textures =
-        app.add_subcommand("textures", "Print the textures of a location as renderers get them");
-    AddScene(*textures, options->scene)->required();
-    AddLocation(*textures, options->location, "The location");
-    textures
-        ->add_option(
-            "--attr", options->attribute,
-            "The group of textures, the location's or inherited; \"textures\" unless given")
+    CLI::App& command =
+        *app.add_subcommand("textures", "Print the textures of a location as renderers get them");
+    AddScene(command, options->scene)->required();
+    AddLocation(command, options->location, "The location");
+    command
+        .add_option("--attr", options->attribute,
+                    "The group of textures, the location's or inherited; \"textures\" unless given")
         ->option_text("NAME");
-    textures->add_flag("--json", options->json, "Print the group as JSON");
-    textures->footer(kExamples);
-    textures->callback([options] { RunTextures(*options); });
+    command.add_flag("--json", options->json, "Print the group as JSON");
+    command.footer(kExamples);
+    command.callback([options] { RunTextures(*options); });
 }
 
 } // namespace TellarTool

@@ -1,6 +1,6 @@
 #include "Subcommands.h"
 
-#include <cstdlib>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,7 +11,7 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarProducers/TilePath.h>
 
-#include "NumberText.h"
+#include "NumberOption.h"
 #include "Output.h"
 #include "Process.h"
 
@@ -29,11 +29,9 @@ struct TilePathOptions {
     std::optional<std::string> nameTemplate; // absent: that of the configuration, if any
 };
 
-/// What the library has to say about a template, in the command's own words. With OX_LOG_LEVEL in
-/// the environment it stays a log message like all others.
+/// Prints the library's warnings about templates as warnings of the command.
 void ShowWarnings() {
-    const char* const level = std::getenv("OX_LOG_LEVEL");
-    if (level && *level) return;
+    if (AreLogMessagesWanted()) return;
     auto previous = std::make_shared<OxLogSink>();
     *previous = OxLoggingSetSink([previous](const OxLogMessage& message) {
         if (message.loggerName == "RenderOutputUtils" && message.level == OxLogLevel::warn)
@@ -53,36 +51,32 @@ void RunTilePath(const TilePathOptions& options) {
     FlushOutput();
 }
 
-std::vector<int> TileFromText(const std::string& text) {
-    const auto tile = ReadNumbers<int>(text);
-    if (!tile || (tile->size() != 2 && tile->size() != 4))
-        throw CLI::ValidationError(
-            "--tile", "\"" + text + "\" is not C,R or C,R,CS,RS, such as 2,3 or 2,3,8,8");
-    return *tile;
-}
-
 } // namespace
 
 void AddTilePathCommand(CLI::App& app) {
     const auto options = std::make_shared<TilePathOptions>();
-    CLI::App* const tilePath =
-        app.add_subcommand("tile-path", "Print where a tile of a picture is written");
-    tilePath->add_option("PATH", options->path, "The file of the whole picture")
+    CLI::App& command =
+        *app.add_subcommand("tile-path", "Print where a tile of a picture is written");
+    command.add_option("PATH", options->path, "The file of the whole picture")
         ->required()
         ->option_text(" ");
-    tilePath
-        ->add_option_function<std::string>(
-            "--tile", [options](const std::string& text) { options->tile = TileFromText(text); },
+    command
+        .add_option_function<std::string>(
+            "--tile",
+            [options](const std::string& text) {
+                options->tile = NumberList<std::int32_t>(
+                    "--tile", text, {2, 4}, "C,R or C,R,CS,RS, such as 2,3 or 2,3,8,8");
+            },
             "The tile's column and row and, if known, how many columns and rows there are")
         ->required()
         ->option_text("C,R[,CS,RS]");
-    tilePath
-        ->add_option("--template", options->nameTemplate,
-                     "How the file is named, in place of the configuration's OMBRA_TILE_FILENAME: "
-                     "a text with @COLUMN@, @ROW@, @STEM@ and @EXT@, or with @DEFAULT@")
+    command
+        .add_option("--template", options->nameTemplate,
+                    "How the file is named, in place of the configuration's OMBRA_TILE_FILENAME: "
+                    "a text with @COLUMN@, @ROW@, @STEM@ and @EXT@, or with @DEFAULT@")
         ->option_text("TEMPLATE");
-    tilePath->footer(kExamples);
-    tilePath->callback([options] { RunTilePath(*options); });
+    command.footer(kExamples);
+    command.callback([options] { RunTilePath(*options); });
 }
 
 } // namespace TellarTool

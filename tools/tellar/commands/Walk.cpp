@@ -133,43 +133,55 @@ void CheckScene(const CLI::App& walk, const WalkOptions& options) {
                                  : "walk: no SCENE is given");
 }
 
-} // namespace
-
-void AddWalkCommand(CLI::App& app) {
-    const auto options = std::make_shared<WalkOptions>();
-    CLI::App* const walk = app.add_subcommand("walk", "Print the locations of a scene as a tree");
-    AddScene(*walk, options->scene);
-    walk->add_option("--at", options->start, "Start at this location instead of /root")
-        ->option_text("PATH");
-    walk->add_option("--depth", options->limits.depth, "Go no more than this many levels down")
-        ->check(CLI::Range(0, std::numeric_limits<int>::max()))
-        ->option_text("N");
-    walk->add_option("--attrs", options->attributes,
-                     "Print all attributes, or one by its dotted name (write --attrs=NAME)")
+void AddPrintingOptions(CLI::App& command, WalkOptions& options) {
+    command
+        .add_option("--attrs", options.attributes,
+                    "Print all attributes, or one by its dotted name (write --attrs=NAME)")
         ->expected(0, 1)
         ->option_text("[NAME]");
-    walk->add_flag("--xform", options->worldMatrix, "Print world matrices, at time 0");
-    walk->add_flag("--json", options->json, "Print one JSON document instead of a tree");
-    walk->add_option("--threads", options->limits.threads,
-                     "Walk with this many threads; the output is the same")
+    command.add_flag("--xform", options.worldMatrix, "Print world matrices, at time 0");
+    command.add_flag("--json", options.json, "Print one JSON document instead of a tree");
+}
+
+void AddThreadOptions(CLI::App& command, WalkOptions& options) {
+    command
+        .add_option("--threads", options.limits.threads,
+                    "Walk with this many threads; the output is the same")
         ->check(CLI::Range(std::size_t(1), kMostThreads))
         ->option_text("N");
     const std::map<std::string, Variant> variants = {
         {"sync", Variant::Sync}, {"async", Variant::Async}, {"thread-aware", Variant::ThreadAware}};
-    walk->add_option_function<std::string>(
+    command
+        .add_option_function<std::string>(
             "--variant",
-            [options, variants](const std::string& name) { options->variant = variants.at(name); },
+            [&options, variants](const std::string& name) { options.variant = variants.at(name); },
             "Kind of producers to walk with: sync, async or thread-aware (the default). Async "
             "ones cook nothing themselves: the scene is cooked by a sync walk first")
         ->check(CLI::IsMember({"sync", "async", "thread-aware"}))
         ->option_text("KIND");
-    walk->add_flag("--stats", options->stats,
-                   "Print number of locations, time, rate and peak memory at the end (to standard "
-                   "error with --json)");
-    walk->add_flag("--quiet", options->quiet, "Print no locations");
-    walk->footer(kExamples);
-    walk->callback([options, walk] {
-        CheckScene(*walk, *options);
+}
+
+} // namespace
+
+void AddWalkCommand(CLI::App& app) {
+    const auto options = std::make_shared<WalkOptions>();
+    CLI::App& command = *app.add_subcommand("walk", "Print the locations of a scene as a tree");
+    AddScene(command, options->scene);
+    command.add_option("--at", options->start, "Start at this location instead of /root")
+        ->option_text("PATH");
+    command.add_option("--depth", options->limits.depth, "Go no more than this many levels down")
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()))
+        ->option_text("N");
+    AddPrintingOptions(command, *options);
+    AddThreadOptions(command, *options);
+    command.add_flag(
+        "--stats", options->stats,
+        "Print number of locations, time, rate and peak memory at the end (to standard "
+        "error with --json)");
+    command.add_flag("--quiet", options->quiet, "Print no locations");
+    command.footer(kExamples);
+    command.callback([options, &command] {
+        CheckScene(command, *options);
         RunWalk(*options);
     });
 }

@@ -1,6 +1,5 @@
 #include "RendererRun.h"
 
-#include <cstdlib>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -12,6 +11,7 @@
 
 #include "Output.h"
 #include "PrintableText.h"
+#include "Process.h"
 #include "Progress.h"
 #include "StopSignals.h"
 
@@ -23,13 +23,11 @@ std::string Text(const char* text) {
     return text ? text : "";
 }
 
-/// Has the library's warnings and errors delivered to a function, any number of threads at once.
-/// With OX_LOG_LEVEL in the environment they stay log messages like all others.
+/// While it lives, hands the library's log messages to a function, which any number of threads may
+/// call at once. Does nothing when the user asks for log messages.
 class LibraryMessages {
 public:
-    explicit LibraryMessages(const OxLogSink& sink) {
-        const char* const level = std::getenv("OX_LOG_LEVEL");
-        isTaken = !level || !*level;
+    explicit LibraryMessages(const OxLogSink& sink) : isTaken(!AreLogMessagesWanted()) {
         if (isTaken) previous = OxLoggingSetSink(sink);
     }
     ~LibraryMessages() {
@@ -39,7 +37,7 @@ public:
     LibraryMessages& operator=(const LibraryMessages&) = delete;
 
 private:
-    bool isTaken = false;
+    const bool isTaken;
     OxLogSink previous;
 };
 

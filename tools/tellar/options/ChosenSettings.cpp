@@ -37,9 +37,9 @@ Scene WithChosen(const Scene& scene, const ChosenSettings& chosen) {
     std::vector<GroupAttribute::Child> settings;
     if (chosen.camera) settings.emplace_back("cameraName", StringAttribute(*chosen.camera));
     if (chosen.resolution) settings.emplace_back("resolution", StringAttribute(*chosen.resolution));
-    if (chosen.tile) settings.emplace_back("tileRender", IntAttribute(chosen.tile->data(), 4, 1));
-    if (chosen.cropWindow)
-        settings.emplace_back("cropWindow", FloatAttribute(chosen.cropWindow->data(), 4, 1));
+    if (!chosen.tile.empty()) settings.emplace_back("tileRender", IntAttribute(chosen.tile, 1));
+    if (!chosen.cropWindow.empty())
+        settings.emplace_back("cropWindow", FloatAttribute(chosen.cropWindow, 1));
     return settings.empty() ? scene : scene.withRenderSettings(GroupAttribute(settings, true));
 }
 

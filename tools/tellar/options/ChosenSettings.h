@@ -1,10 +1,10 @@
 #ifndef TELLAR_TOOL_CHOSENSETTINGS_H
 #define TELLAR_TOOL_CHOSENSETTINGS_H
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Scene.h"
 
@@ -14,8 +14,8 @@ namespace TellarTool {
 struct ChosenSettings {
     std::optional<std::string> camera;
     std::optional<std::string> resolution;
-    std::optional<std::array<std::int32_t, 4>> tile; ///< column, row, columns, rows
-    std::optional<std::array<float, 4>> cropWindow;  ///< x min, x max, y min, y max
+    std::vector<std::int32_t> tile; ///< column, row, columns, rows; empty: not chosen
+    std::vector<float> cropWindow;  ///< x min, x max, y min, y max; empty: not chosen
 };
 
 /// Throws std::runtime_error naming the option when --camera is no absolute path or --resolution

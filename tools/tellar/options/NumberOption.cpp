@@ -1,5 +1,7 @@
 #include "NumberOption.h"
 
+#include <algorithm>
+
 #include <CLI/CLI.hpp>
 
 #include "NumberText.h"
@@ -26,5 +28,21 @@ void AddCount(CLI::App& command, const std::string& name, std::int32_t& value, s
     };
     command.add_option_function<std::string>(name, read, help)->option_text("N");
 }
+
+template <typename T>
+std::vector<T> NumberList(const std::string& option, const std::string& text,
+                          std::initializer_list<std::size_t> counts, const std::string& form) {
+    const auto numbers = ReadNumbers<T>(text);
+    if (numbers && std::find(counts.begin(), counts.end(), numbers->size()) != counts.end())
+        return *numbers;
+    throw CLI::ValidationError(option, "\"" + text + "\" is not " + form);
+}
+
+template std::vector<float> NumberList<float>(const std::string&, const std::string&,
+                                              std::initializer_list<std::size_t>,
+                                              const std::string&);
+template std::vector<std::int32_t> NumberList<std::int32_t>(const std::string&, const std::string&,
+                                                            std::initializer_list<std::size_t>,
+                                                            const std::string&);
 
 } // namespace TellarTool

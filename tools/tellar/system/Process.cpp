@@ -32,8 +32,8 @@ void SetEnvironment(const std::string& name, const std::string& value) {
 
 namespace {
 
-/// A file without a name, gone when it is closed. Files, unlike pipes, never make one side wait
-/// for the other.
+/// A file without a name, which is deleted when it is closed. Files are used in place of pipes
+/// because a full pipe would make one of the two programs wait for the other.
 class ScratchFile {
 public:
     explicit ScratchFile(const std::string& program) : program(program), file(std::tmpfile()) {
@@ -42,7 +42,7 @@ public:
 
     int descriptor() const { return fileno(file.get()); }
 
-    /// For somebody who reads it from the start.
+    /// Leaves the file at its first byte.
     void fill(std::string_view content) {
         if (std::fwrite(content.data(), 1, content.size(), file.get()) != content.size() ||
             std::fflush(file.get()) != 0)
@@ -73,7 +73,7 @@ private:
     }
 };
 
-/// What becomes of the descriptors 0, 1 and 2 of a new process.
+/// The standard input, output and error of a new process.
 class StandardFiles {
 public:
     StandardFiles(const ScratchFile& input, const ScratchFile& output, const ScratchFile& errors) {
@@ -108,15 +108,9 @@ int WaitFor(pid_t process) {
                     : " failed with exit status " + std::to_string(WEXITSTATUS(status))));
 }
 
-} // namespace
-
-std::string RunProgram(const std::string& name, const std::vector<std::string>& arguments,
-                       std::string_view input) {
-    ScratchFile in(name);
-    ScratchFile out(name);
-    ScratchFile errors(name);
-    in.fill(input);
-
+/// Returns the process id.
+pid_t Spawn(const std::string& name, const std::vector<std::string>& arguments,
+            const StandardFiles& files) {
     std::vector<std::string> texts = {name};
     texts.insert(texts.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
@@ -126,12 +120,22 @@ std::string RunProgram(const std::string& name, const std::vector<std::string>& 
     pointers.push_back(nullptr);
 
     pid_t process = 0;
-    const StandardFiles files(in, out, errors);
     const int error =
         posix_spawnp(&process, name.c_str(), files.get(), nullptr, pointers.data(), environ);
     if (error == ENOENT) throw std::runtime_error("there is no program \"" + name + "\" on PATH");
     if (error != 0) throw std::runtime_error(name + ": cannot be run: " + std::strerror(error));
-    const int status = WaitFor(process);
+    return process;
+}
+
+} // namespace
+
+std::string RunProgram(const std::string& name, const std::vector<std::string>& arguments,
+                       std::string_view input) {
+    ScratchFile in(name);
+    ScratchFile out(name);
+    ScratchFile errors(name);
+    in.fill(input);
+    const int status = WaitFor(Spawn(name, arguments, StandardFiles(in, out, errors)));
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) Fail(name, status, errors.readAll());
     return out.readAll();
 }
@@ -142,5 +146,10 @@ void SetEnvironment(const std::string& name, const std::string& value) {
 }
 
 #endif
+
+bool AreLogMessagesWanted() {
+    const char* const level = std::getenv("OX_LOG_LEVEL");
+    return level && *level;
+}
 
 } // namespace TellarTool

@@ -7,8 +7,8 @@
 
 namespace TellarTool {
 
-// Other programs, and the environment that they and the library see: for the main thread, while it
-// is the only one.
+// Other programs, and the environment that they and the library see. All functions but the last one
+// are for the main thread while it is the only one.
 
 /// Runs a program that is found on PATH, without a shell in between, and gives what it printed.
 /// Throws std::runtime_error naming it when it cannot be started, and with the first line of its
@@ -18,6 +18,10 @@ std::string RunProgram(const std::string& name, const std::vector<std::string>& 
 
 /// Sets an environment variable of this process. Throws std::runtime_error naming it.
 void SetEnvironment(const std::string& name, const std::string& value);
+
+/// Whether the user asks for log messages, by OX_LOG_LEVEL. The command then leaves them to the
+/// library instead of printing them in its own way.
+bool AreLogMessagesWanted();
 
 } // namespace TellarTool
 
