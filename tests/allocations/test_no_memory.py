@@ -34,7 +34,7 @@ class NoMemory(TellarTest):
         return [*range(1, 80), *range(80, 6000, step)]
 
     def test_ends_with_one_line_when_memory_runs_out(self):
-        statuses = self.outcomes(self.numbers(101), 10**9, "walk", "--attributes", self.scene())
+        statuses = self.outcomes(self.numbers(101), 10**9, "walk", self.scene(), "--attrs")
         self.assertEqual(set(statuses[:100]), {2})
         self.assertEqual(self.outcomes([10**8], 10**9, "walk", self.scene()), [0])
 
