@@ -1,6 +1,6 @@
-# What is installed besides the targets, and packages of it. Three components: `runtime` is what
-# programs that use the library need, `development` what it takes to build them, `tools` the command,
-# the renderers and the examples.
+# The installed files other than targets, and packages. There are three components: `runtime` for
+# programs that use the library, `development` for building them, and `tools` with the command, the
+# renderers and the examples.
 include(CMakePackageConfigHelpers)
 
 # The CMake package.
@@ -21,8 +21,8 @@ install(FILES
 install(EXPORT OxTellarProducersTargets NAMESPACE TELLAR::
     DESTINATION ${package_folder} COMPONENT development)
 
-# Documents and examples keep their places to each other, so that links between them lead somewhere.
-# They are not in the folder for documents, which some systems leave empty: the examples are to run.
+# Documents and examples keep their relative places, so that links between them work. They are not
+# in the folder for documents, because some systems leave that empty and the examples must run.
 set(data_folder ${CMAKE_INSTALL_DATADIR}/OxTellarProducers)
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/oxtellarproducers
     RENAME copyright COMPONENT runtime)
@@ -43,7 +43,7 @@ add_custom_target(uninstall
             -P "${PROJECT_SOURCE_DIR}/cmake/Uninstall.cmake"
     COMMENT "Removing what the last installation from this build put in place" VERBATIM)
 
-# cpack makes one Debian package with everything in it.
+# cpack makes one Debian package with all components.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME oxtellarproducers)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "scene-graph access for renderers and tools")
@@ -56,9 +56,9 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS graphviz)
-# The headers include some of theirs.
+# Our headers include headers of these packages.
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libboost-dev, libimath-dev, rapidjson-dev")
-# The packages of the libraries that ours are linked to, as their symbols say.
+# The packages of the linked libraries, found by their symbols.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 include(CPack)

@@ -1,11 +1,11 @@
-# cmake -DBUILD_DIR= -P Uninstall.cmake: removes the files that the last installation from a build
-# folder put in place, and the folders of ours that are then empty. DESTDIR counts as it did then.
+# cmake -DBUILD_DIR= -P Uninstall.cmake: removes the files of the last installation from a build
+# folder, and our folders that are then empty. DESTDIR must be the same as for the installation.
 file(GLOB manifests "${BUILD_DIR}/install_manifest*.txt")
 if(NOT manifests)
     message(FATAL_ERROR "Nothing was installed from ${BUILD_DIR}: it has no install_manifest.txt")
 endif()
 
-# Folders with these names belong to the system, empty or not.
+# Folders with these names belong to the system and stay even if they are empty.
 set(system_folders "/(bin|cmake|doc|include|lib[^/]*|pkgconfig|share)$")
 
 function(remove_empty_folders folder)

@@ -3,7 +3,7 @@
 #
 #     scripts/bench.sh [--leaves N]... [--runs K] [--rows REGEX] [--markdown] [--scenes DIR]
 #
-# All figures take about ten minutes; --leaves 100000 is a quick look.
+# All figures take about ten minutes, --leaves 100000 alone much less.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 

@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# Builds the fuzz targets and looks for inputs that break what they demand:
+# Builds the fuzz targets and searches for inputs that break them:
 #
 #     scripts/fuzz.sh MINUTES [corpus...]
 #
-# The minutes are divided among the corpora, all unless named (fuzz/README.md lists them); JOBS says
-# how many run at once, the number of processors unless set. What a run learns is kept for the next
-# one in build/fuzz/corpora, made small when a corpus has a minute or more. Finds are kept in
-# build/fuzz/finds. Fails when there is one, and names the files.
+# The minutes are divided among the given corpora, by default all of fuzz/README.md. JOBS is the
+# number of corpora at a time, by default the number of processors. New inputs are kept for the next
+# run in build/fuzz/corpora, which is minimised if a corpus has a minute or more. Finds are kept in
+# build/fuzz/finds. Fails when there are finds, and lists their files.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -41,7 +41,7 @@ share=$((minutes * 60 * jobs / ${#corpora[@]}))
 build=$PWD/build/fuzz
 mkdir -p "$build/logs"
 
-# Runs one corpus for its share. libFuzzer ends at a find: then it starts again.
+# Runs one corpus for its share of the time. libFuzzer ends at a find and is then started again.
 run_corpus() { # <corpus> <target>
     local corpus=$1 seeds=$PWD/fuzz/seeds/$1 learnt=$build/corpora/$1 finds=$build/finds/$1
     local log=$build/logs/$1.log end=$((SECONDS + share)) limits=(-rss_limit_mb=2048 -timeout=20)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs what scripts/packages.txt names and this machine lacks. Silent and quick
-# when nothing is missing; called by the other scripts, seldom by hand.
+# Installs the packages of scripts/packages.txt that this machine lacks. Silent and quick if none is
+# missing. The other scripts call it.
 set -euo pipefail
 cd "$(dirname "$0")"
 export LC_ALL=C # one sorting order, and apt's messages in one language
@@ -15,7 +15,7 @@ fail() {
 
 command -v dpkg-query >/dev/null || fail "this is no Debian system: CONTRIBUTING.md says what to do"
 
-# A name that dpkg does not know is merely missing: should it be wrong, apt-get says so.
+# A name that dpkg does not know counts as missing. If the name is wrong, apt-get reports it.
 installed=$(dpkg-query --show --showformat='${db:Status-Status} ${Package}\n' "${wanted[@]}" \
                 2>/dev/null | sed -n 's/^installed //p' | sort -u) || true
 mapfile -t missing < <(comm -23 <(printf '%s\n' "${wanted[@]}") <(printf '%s\n' "$installed"))

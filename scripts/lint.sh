@@ -25,7 +25,7 @@ done
 
 scripts/install-packages.sh
 
-# A copy of the sources without their history has no tracked files: there all of them count.
+# In a copy of the sources without history, all files count as tracked.
 list_files() {
     git ls-files --deduplicate -- "$@" 2>/dev/null ||
         find "$@" -name build -prune -o -type f -print
@@ -60,7 +60,7 @@ source_for() {
 cmake --preset release >/dev/null # for compile_commands.json
 sources=$(printf '%s\n' "${files[@]}" |
               grep -E '^(src|platform|plugins|tools)/.*\.cpp$' | grep -v '/tests/') || exit 0
-# A copy without history has no changes to tell apart: there all sources are checked.
+# In a copy without history, all sources are checked.
 if $changed_only && git rev-parse --quiet --verify HEAD >/dev/null; then
     changed=$(git diff --name-only --diff-filter=d "$(base_commit)")
     sources=$(while read -r file; do source_for "$file"; done <<<"$changed" | sort -u |
@@ -69,7 +69,7 @@ fi
 [[ -n $sources ]] || { echo "clang-tidy: no source has changed"; exit 0; }
 echo "clang-tidy: $(wc -l <<<"$sources") files"
 
-# A clean file's run prints nothing but how many warnings of others it has hidden.
+# For a clean file, clang-tidy prints only the number of hidden warnings.
 tidy() {
     local output
     output=$(clang-tidy -p build/release --quiet "$1" 2>&1) && return

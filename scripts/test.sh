@@ -17,8 +17,7 @@ scripts/install-packages.sh
 cmake --preset "$preset"
 cmake --build --preset "$preset" --parallel "$(nproc)"
 
-# Read by the sanitizers' runtimes only, so they do no harm to a plain build. What the
-# caller's environment says comes last and wins.
+# Only sanitizers read these variables. Options from the caller's environment come last and win.
 options() { echo "$1${2:+:$2}"; }
 supp=$PWD/scripts/sanitizers
 ASAN_OPTIONS=$(options detect_leaks=1:strict_string_checks=1:check_initialization_order=1 \
@@ -29,8 +28,8 @@ TSAN_OPTIONS=$(options "suppressions=$supp/tsan.supp:halt_on_error=1:second_dead
                        "${TSAN_OPTIONS-}")
 export ASAN_OPTIONS LSAN_OPTIONS UBSAN_OPTIONS TSAN_OPTIONS
 
-# GCC 12's ThreadSanitizer cannot start on a kernel that randomises more address bits than
-# it knows of. Without randomisation it always can; a container may forbid switching it off.
+# ThreadSanitizer of GCC 12 cannot start on kernels that randomise more address bits than it
+# supports. It can start without randomisation, which some containers do not allow to switch off.
 launcher=()
 if [[ $preset == tsan ]] && setarch --addr-no-randomize true 2>/dev/null; then
     launcher=(setarch --addr-no-randomize)
