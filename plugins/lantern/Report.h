@@ -21,7 +21,7 @@ struct RenderError : std::runtime_error {
 /// several threads at once.
 class Report {
 public:
-    /// Without a listener.
+    /// A report without a listener.
     Report() = default;
     explicit Report(const OxRenderListener_v1& listener) : listener(listener) {}
 

@@ -19,7 +19,8 @@ namespace {
 
 constexpr float kMinTransmittance = 1e-4f; // a shadow ray ends below
 
-/// What the filter functions below know of a ray. Embree hands them a pointer to the first member.
+/// The state of a ray for the filter functions below. Embree hands them a pointer to the first
+/// member.
 struct RayContext {
     RTCIntersectContext base;
     const OpacitySource* opacity;

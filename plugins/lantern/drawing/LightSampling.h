@@ -7,7 +7,7 @@
 #include "SceneData.h"
 #include "drawing/Numbers.h"
 
-/// What infinite and local lights share: samples, their weights, and cones of directions.
+/// The parts that infinite and local lights share: samples, their weights, and cones of directions.
 namespace lantern {
 
 /// A direction towards a light, chosen at random, and the light that arrives from there if nothing
@@ -25,7 +25,7 @@ inline bool IsSource(const Color& color) {
     return !IsBlack(color) && IsFinite(color);
 }
 
-/// Not normalized.
+/// The direction in world space, not normalized.
 inline V3f DirectionToWorld(const M44d& toWorld, const V3f& direction) {
     V3f result;
     M44f(toWorld).multDirMatrix(direction, result);

@@ -14,6 +14,7 @@
 
 #include "drawing/FileKind.h"
 #include "drawing/Numbers.h"
+#include "drawing/ToneCurve.h"
 
 namespace lantern {
 namespace {
@@ -22,12 +23,6 @@ using OIIO::ImageCache;
 using OIIO::TypeDesc;
 
 constexpr float kMegabytesInMemory = 1024;
-
-/// The inverse of the sRGB transfer function, IEC 61966-2-1.
-float LinearFromSrgb(float value) {
-    if (value <= 0.04045f) return value / 12.92f;
-    return std::pow((value + 0.055f) / 1.055f, 2.4f);
-}
 
 std::array<float, 256> LinearBytes() {
     std::array<float, 256> values{};

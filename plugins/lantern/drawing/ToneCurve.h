@@ -6,7 +6,7 @@
 
 #include "drawing/Numbers.h"
 
-/// The conversion of scene-linear light to 8-bit sRGB.
+/// Conversions between scene-linear light and sRGB.
 namespace lantern {
 
 /// The identity up to 0.8. Above it the highlights are compressed below 1, with a continuous slope:
@@ -23,6 +23,12 @@ inline float RolledOff(float value) {
 inline float SrgbFromLinear(float value) {
     if (value <= 0.0031308f) return value * 12.92f;
     return 1.055f * std::pow(value, 1 / 2.4f) - 0.055f;
+}
+
+/// The inverse of SrgbFromLinear.
+inline float LinearFromSrgb(float value) {
+    if (value <= 0.04045f) return value / 12.92f;
+    return std::pow((value + 0.055f) / 1.055f, 2.4f);
 }
 
 inline std::uint8_t ToByte(float value) {

@@ -63,7 +63,7 @@ public:
     /// Borrowed; "" if the index is out of range.
     const char* childName(std::int64_t index) const;
     Attribute childAt(std::int64_t index) const;
-    /// By dotted path.
+    /// The descendant at a dotted path.
     Attribute child(const char* path) const;
     Attribute child(const std::string& path) const { return child(path.c_str()); }
 

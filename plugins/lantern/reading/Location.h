@@ -34,7 +34,7 @@ public:
     std::string path() const;
     /// The group of all attributes.
     Attribute attributes() const;
-    /// By dotted path.
+    /// The attribute at a dotted path.
     Attribute attribute(const char* name) const;
     Attribute potentialChildren() const;
     Attribute transformsFromTheRoot() const;
