@@ -7,9 +7,7 @@
 #include <OxTellarSDK/AttributeSuite.h>
 #include <OxTellarSDK/FileStream.h>
 
-using OxAttribute::Attribute;
-using OxAttribute::FileStream;
-using OxAttribute::GroupAttribute;
+using namespace OxAttribute;
 
 namespace TELLAR {
 

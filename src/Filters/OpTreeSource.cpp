@@ -9,9 +9,7 @@
 
 #include <OxTellarSDK/FileStream.h>
 
-using OxAttribute::FileStream;
-using OxAttribute::GroupAttribute;
-using OxAttribute::StringAttribute;
+using namespace OxAttribute;
 
 namespace TELLAR {
 

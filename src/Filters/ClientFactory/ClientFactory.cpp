@@ -1,12 +1,8 @@
 #include <OxTellarProducers/ClientFactory.h>
 
 #include <cstddef>
-#include <functional>
 #include <list>
 #include <map>
-#include <mutex>
-#include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 

@@ -2,12 +2,10 @@
 #define OXTELLARPRODUCERS_THREADCLIENTS_H
 
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <optional>
 
 #include <OxTellarProducers/OpTreeSource.h>
-#include <OxTellarSDK/TellarRuntime.h>
 
 namespace TELLAR {
 

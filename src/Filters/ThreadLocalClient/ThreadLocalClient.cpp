@@ -2,11 +2,7 @@
 
 #include <atomic>
 #include <exception>
-#include <functional>
 #include <map>
-#include <mutex>
-#include <optional>
-#include <string>
 #include <utility>
 
 #include <boost/make_shared.hpp>

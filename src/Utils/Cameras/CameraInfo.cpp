@@ -10,9 +10,7 @@
 #include "GenerationCache.h"
 #include "Lens.h"
 
-using OxAttribute::DoubleAttribute;
-using OxAttribute::FloatAttribute;
-using OxAttribute::GroupAttribute;
+using namespace OxAttribute;
 
 namespace TELLAR {
 
@@ -128,8 +126,7 @@ CameraInfo& CameraInfo::operator=(const CameraInfo& other) = default;
 CameraInfo& CameraInfo::operator=(CameraInfo&& other) noexcept = default;
 CameraInfo::~CameraInfo() = default;
 
-Camera GetCameraInfo(boost::intrusive_ptr<GeometryProducer> producer,
-                     const std::string& cameraPath) {
+Camera GetCameraInfo(GeometryProducer::Ptr producer, const std::string& cameraPath) {
     if (!producer) return nullptr;
     const std::string key = cameraPath + producer->getHash();
     Entry known;

@@ -5,8 +5,7 @@
 
 #include "Lens.h"
 
-using OxAttribute::DoubleAttribute;
-using OxAttribute::GroupAttribute;
+using namespace OxAttribute;
 using Matrix = Imath::Matrix44<double>;
 
 namespace TELLAR {

@@ -7,7 +7,6 @@
 #include <Imath/ImathMatrix.h>
 
 #include <OxTellarProducers/CameraInfo.h>
-#include <OxTellarSDK/Attribute.h>
 
 namespace TELLAR {
 

@@ -1,10 +1,8 @@
 #include <OxTellarProducers/ScreenSpace.h>
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <stdexcept>
 
 #include <OxTellarProducers/CameraInfo.h>

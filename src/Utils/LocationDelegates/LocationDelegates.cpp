@@ -4,8 +4,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-using OxAttribute::Attribute;
-using OxAttribute::StringAttribute;
+using namespace OxAttribute;
 
 namespace TELLAR {
 

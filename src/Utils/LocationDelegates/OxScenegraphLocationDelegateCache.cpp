@@ -2,8 +2,6 @@
 
 #include <atomic>
 #include <mutex>
-#include <string>
-#include <vector>
 
 #include <OxTellarSDK/PluginManager.h>
 

@@ -3,8 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-using OxAttribute::GroupAttribute;
-using OxAttribute::Hash;
+using namespace OxAttribute;
 
 namespace TELLAR {
 

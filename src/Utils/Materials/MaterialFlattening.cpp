@@ -1,19 +1,13 @@
 #include <OxTellarProducers/MaterialFlattening.h>
 
 #include <algorithm>
-#include <cstdint>
-#include <map>
-#include <set>
-#include <string_view>
 #include <utility>
 
 #include <OxTellarSDK/StringUtil.h>
 
 #include "FlattenedMaterials.h"
 
-using OxAttribute::Attribute;
-using OxAttribute::GroupAttribute;
-using OxAttribute::StringAttribute;
+using namespace OxAttribute;
 
 namespace TELLAR {
 
@@ -245,7 +239,7 @@ GroupAttribute GetFlattenedMaterialAttr(const std::vector<GroupAttribute>& mater
     return merger.take();
 }
 
-GroupAttribute GetFlattenedMaterialAttr(boost::intrusive_ptr<GeometryProducer> producer,
+GroupAttribute GetFlattenedMaterialAttr(GeometryProducer::Ptr producer,
                                         const std::vector<std::string>& terminalNames) {
     if (!producer) return {};
     FlattenedMaterials& cache = FlattenedMaterials::get();

@@ -8,9 +8,7 @@
 
 #include <OxTellarSDK/StringUtil.h>
 
-using OxAttribute::Attribute;
-using OxAttribute::GroupAttribute;
-using OxAttribute::StringAttribute;
+using namespace OxAttribute;
 
 namespace TELLAR {
 
@@ -168,8 +166,7 @@ void ShadingNodeDescription::GetShadingNetworkNodes(const GroupAttribute& materi
     }
 }
 
-void ShadingNodeDescription::GetShadingNetworkNodes(boost::intrusive_ptr<GeometryProducer> producer,
-                                                    NodeMap& out) {
+void ShadingNodeDescription::GetShadingNetworkNodes(GeometryProducer::Ptr producer, NodeMap& out) {
     GetShadingNetworkNodes(GroupAttribute(producer->getAttribute("material")), out);
 }
 

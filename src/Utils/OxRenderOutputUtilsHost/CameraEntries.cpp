@@ -6,10 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <iterator>
-#include <memory>
-#include <set>
 #include <utility>
-#include <vector>
 
 #include <OxTellarProducers/CameraProjection.h>
 #include <OxTellarProducers/OxCameraInfoHandle.h>

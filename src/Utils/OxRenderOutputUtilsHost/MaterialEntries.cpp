@@ -1,9 +1,7 @@
 #include "RenderOutputEntries.h"
 
 #include <cstdint>
-#include <memory>
 #include <utility>
-#include <vector>
 
 #include <OxTellarProducers/ConvertTextures.h>
 #include <OxTellarProducers/MaterialFlattening.h>
@@ -26,8 +24,7 @@ namespace TELLAR::RenderOutputUtilsHost {
 
 namespace {
 
-using OxAttribute::Attribute;
-using OxAttribute::GroupAttribute;
+using namespace OxAttribute;
 using Producer = GeometryProducer::Ptr;
 
 struct NodeHandle : OxShadingStruct {
@@ -102,21 +99,21 @@ void EmptyMaterialCache() {
     Enter("emptyFlattenedMaterialCache", [] { EmptyFlattenedMaterialCache(); });
 }
 
+template <typename Source>
+OxShadingNodeMapStruct* MakeNodeMap(const Source& source) {
+    auto map = std::make_unique<OxShadingNodeMapStruct>();
+    ShadingNodeDescription::GetShadingNetworkNodes(source, map->nodes);
+    return map.release();
+}
+
 OxShadingNodeMapStruct* GetNodesOfMaterial(OxAttributeStruct* material) {
-    return Enter("getShadingNetworkNodesOfMaterial", [&] {
-        auto map = std::make_unique<OxShadingNodeMapStruct>();
-        ShadingNodeDescription::GetShadingNetworkNodes(
-            GroupAttribute(Attribute::CreateAndRetain(material)), map->nodes);
-        return map.release();
-    });
+    return Enter("getShadingNetworkNodesOfMaterial",
+                 [&] { return MakeNodeMap(GroupAttribute(Attribute::CreateAndRetain(material))); });
 }
 
 OxShadingNodeMapStruct* GetNodes(OxSgIteratorStruct* location) {
-    return EnterWith("getShadingNetworkNodes", location, [](auto& producer) {
-        auto map = std::make_unique<OxShadingNodeMapStruct>();
-        ShadingNodeDescription::GetShadingNetworkNodes(producer, map->nodes);
-        return map.release();
-    });
+    return EnterWith("getShadingNetworkNodes", location,
+                     [](auto& producer) { return MakeNodeMap(producer); });
 }
 
 void DestroyNodes(OxShadingNodeMapStruct* nodes) {
@@ -150,32 +147,20 @@ const char* GetConnectedNode(OxShadingStruct* handle) noexcept {
     return connection ? connection->getConnectedNode().c_str() : "";
 }
 
-std::int64_t CountParameters(OxShadingStruct* handle) {
-    return ReadNode(handle, [](auto& node) {
-        return static_cast<std::int64_t>(node.getParameterNames().size());
-    });
-}
+/// The names of a node's parameters or of its connections.
+using Names = const std::vector<std::string>& (ShadingNodeDescription::*)() const;
 
-std::int64_t CountConnections(OxShadingStruct* handle) {
-    return ReadNode(handle, [](auto& node) {
-        return static_cast<std::int64_t>(node.getConnectionNames().size());
-    });
-}
-
-/// "" when out of range.
-const char* NameAt(const std::vector<std::string>& names, std::int64_t index) {
-    const bool isInside = index >= 0 && index < static_cast<std::int64_t>(names.size());
-    return isInside ? names[static_cast<std::size_t>(index)].c_str() : "";
-}
-
-const char* GetParameterName(OxShadingStruct* handle, std::int64_t index) {
+template <Names GetNames>
+std::int64_t CountNames(OxShadingStruct* handle) {
     const auto node = NodeOf(handle);
-    return node ? NameAt(node->getParameterNames(), index) : "";
+    return node ? static_cast<std::int64_t>(((*node).*GetNames)().size()) : 0;
 }
 
-const char* GetConnectionNameAt(OxShadingStruct* handle, std::int64_t index) {
+template <Names GetNames>
+const char* GetNameAt(OxShadingStruct* handle, std::int64_t index) {
     const auto node = NodeOf(handle);
-    return node ? NameAt(node->getConnectionNames(), index) : "";
+    if (!node || index < 0 || index >= CountNames<GetNames>(handle)) return "";
+    return ((*node).*GetNames)()[static_cast<std::size_t>(index)].c_str();
 }
 
 OxAttributeStruct* GetParameter(OxShadingStruct* handle, const char* name) {
@@ -218,11 +203,15 @@ void FillMaterialSlots(Suite& suite) {
     TELLAR_SET_SLOT(suite, 18, findShadingNode, FindNode);
     TELLAR_SET_SLOT(suite, 19, getShadingNodeName, GetName);
     TELLAR_SET_SLOT(suite, 20, getShadingNodeType, GetTypeOrPort);
-    TELLAR_SET_SLOT(suite, 21, getNumberOfShadingParameters, CountParameters);
-    TELLAR_SET_SLOT(suite, 22, getShadingParameterName, GetParameterName);
+    TELLAR_SET_SLOT(suite, 21, getNumberOfShadingParameters,
+                    CountNames<&ShadingNodeDescription::getParameterNames>);
+    TELLAR_SET_SLOT(suite, 22, getShadingParameterName,
+                    GetNameAt<&ShadingNodeDescription::getParameterNames>);
     TELLAR_SET_SLOT(suite, 23, getShadingParameter, GetParameter);
-    TELLAR_SET_SLOT(suite, 24, getNumberOfShadingConnections, CountConnections);
-    TELLAR_SET_SLOT(suite, 25, getShadingConnectionName, GetConnectionNameAt);
+    TELLAR_SET_SLOT(suite, 24, getNumberOfShadingConnections,
+                    CountNames<&ShadingNodeDescription::getConnectionNames>);
+    TELLAR_SET_SLOT(suite, 25, getShadingConnectionName,
+                    GetNameAt<&ShadingNodeDescription::getConnectionNames>);
     TELLAR_SET_SLOT(suite, 26, getShadingConnection, GetConnection);
     TELLAR_SET_SLOT(suite, 27, isShadingNodeValid, IsNodeValid);
     TELLAR_SET_SLOT(suite, 28, getConnectionName, GetName);

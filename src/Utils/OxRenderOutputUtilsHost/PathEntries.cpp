@@ -13,8 +13,7 @@ namespace TELLAR::RenderOutputUtilsHost {
 
 namespace {
 
-using OxAttribute::Attribute;
-using OxAttribute::IntAttribute;
+using namespace OxAttribute;
 using Producer = GeometryProducer::Ptr;
 
 OxAttributeStruct* GetArch() {

@@ -1,7 +1,6 @@
 #include "RenderOutputEntries.h"
 
 #include <algorithm>
-#include <vector>
 
 #include <OxTellarProducers/OxScenegraphLocationDelegateCache.h>
 #include <OxTellarSDK/PluginManager.h>

@@ -1,11 +1,8 @@
 #ifndef OXTELLARPRODUCERS_RENDEROUTPUTENTRIES_H
 #define OXTELLARPRODUCERS_RENDEROUTPUTENTRIES_H
 
-#include <string>
-
 #include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
 #include <OxTellarProducers/OxSgIterator.h>
-#include <OxTellarSDK/Attribute.h>
 
 #include "SuiteEntry.h"
 #include "SuiteTable.h"

@@ -2,8 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <set>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -14,8 +12,7 @@
 #include "SuiteEntry.h"
 #include "SuiteTable.h"
 
-using OxAttribute::Attribute;
-using OxAttribute::StringAttribute;
+using namespace OxAttribute;
 
 /// The object behind a C location handle: a count and the producer that it keeps.
 struct OxSgIteratorStruct {
@@ -45,6 +42,10 @@ OxAttributeStruct* ToC(Attribute attribute) {
     return attribute.detach();
 }
 
+OxAttributeStruct* ToC(const std::string& text) {
+    return StringAttribute(text).detach();
+}
+
 void RetainIterator(OxSgIteratorStruct* iterator) noexcept {
     if (iterator) iterator->refCount.fetch_add(1, std::memory_order_relaxed);
 }
@@ -70,6 +71,14 @@ auto EnterWith(const SuiteEntry& entry, OxSgIteratorStruct* iterator, Ask ask) {
     });
 }
 
+/// An entry that calls one function of the producer.
+template <auto Function, typename... Arguments>
+auto Ask(const SuiteEntry& entry, OxSgIteratorStruct* iterator, Arguments... arguments) {
+    return EnterWith(entry, iterator, [&](GeometryProducer& location) {
+        return ToC((location.*Function)(arguments...));
+    });
+}
+
 OxSgIteratorStruct* Retained(OxSgIteratorStruct* handle) {
     RetainIterator(handle);
     return handle;
@@ -91,28 +100,23 @@ OxSgIteratorStruct* CreateRootIteratorFromOpTreeDescription(OxAttributeStruct* d
 }
 
 OxSgIteratorStruct* GetFirstChild(OxSgIteratorStruct* iterator, bool evict) {
-    return EnterWith("getFirstChild", iterator,
-                     [&](auto& location) { return ToC(location.getFirstChild(evict)); });
+    return Ask<&GeometryProducer::getFirstChild>("getFirstChild", iterator, evict);
 }
 
 OxSgIteratorStruct* GetNextSibling(OxSgIteratorStruct* iterator, bool evict) {
-    return EnterWith("getNextSibling", iterator,
-                     [&](auto& location) { return ToC(location.getNextSibling(evict)); });
+    return Ask<&GeometryProducer::getNextSibling>("getNextSibling", iterator, evict);
 }
 
 OxSgIteratorStruct* GetParent(OxSgIteratorStruct* iterator) {
-    return EnterWith("getParent", iterator,
-                     [](auto& location) { return ToC(location.getParent()); });
+    return Ask<&GeometryProducer::getParent>("getParent", iterator);
 }
 
 OxSgIteratorStruct* GetRoot(OxSgIteratorStruct* iterator) {
-    return EnterWith("getRoot", iterator,
-                     [](auto& location) { return ToC(location.getRootProducer()); });
+    return Ask<&GeometryProducer::getRootProducer>("getRoot", iterator);
 }
 
 OxSgIteratorStruct* GetChildByName(OxSgIteratorStruct* iterator, const char* name, bool evict) {
-    return EnterWith("getChildByName", iterator,
-                     [&](auto& location) { return ToC(location.getChildByName(name, evict)); });
+    return Ask<&GeometryProducer::getChildByName>("getChildByName", iterator, name, evict);
 }
 
 OxSgIteratorStruct* GetProducerByPath(OxSgIteratorStruct* iterator, const char* path, bool evict) {
@@ -122,18 +126,15 @@ OxSgIteratorStruct* GetProducerByPath(OxSgIteratorStruct* iterator, const char* 
 }
 
 OxAttributeStruct* GetName(OxSgIteratorStruct* iterator) {
-    return EnterWith("getName", iterator,
-                     [](auto& location) { return ToC(StringAttribute(location.getName())); });
+    return Ask<&GeometryProducer::getName>("getName", iterator);
 }
 
 OxAttributeStruct* GetFullName(OxSgIteratorStruct* iterator) {
-    return EnterWith("getFullName", iterator,
-                     [](auto& location) { return ToC(StringAttribute(location.getFullName())); });
+    return Ask<&GeometryProducer::getFullName>("getFullName", iterator);
 }
 
 OxAttributeStruct* GetAttribute(OxSgIteratorStruct* iterator, const char* name) {
-    return EnterWith("getAttribute", iterator,
-                     [&](auto& location) { return ToC(location.getAttribute(name)); });
+    return Ask<&GeometryProducer::getAttribute>("getAttribute", iterator, name);
 }
 
 OxAttributeStruct* GetGlobalAttribute(OxSgIteratorStruct* iterator, const char* name) {
@@ -151,13 +152,11 @@ OxAttributeStruct* GetAttributeNames(OxSgIteratorStruct* iterator) {
 }
 
 OxAttributeStruct* GetGlobalXFormGroup(OxSgIteratorStruct* iterator) {
-    return EnterWith("getGlobalXFormGroup", iterator,
-                     [](auto& location) { return ToC(location.getGlobalXFormGroup()); });
+    return Ask<&GeometryProducer::getGlobalXFormGroup>("getGlobalXFormGroup", iterator);
 }
 
 OxAttributeStruct* GetPotentialChildren(OxSgIteratorStruct* iterator) {
-    return EnterWith("getPotentialChildren", iterator,
-                     [](auto& location) { return ToC(location.getPotentialChildren()); });
+    return Ask<&GeometryProducer::getPotentialChildren>("getPotentialChildren", iterator);
 }
 
 void FinalizeRuntime(OxSgIteratorStruct* iterator) {

@@ -3,21 +3,16 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
-#include <memory>
-#include <string>
 #include <string_view>
 
 #include <OxTellarProducers/CreateGeometryProducer.h>
 #include <OxTellarSDK/FileStream.h>
-#include <OxTellarSDK/TellarRuntime.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 
 #include "ExceptionText.h"
 #include "NamedLogger.h"
 
-using OxAttribute::Attribute;
-using OxAttribute::FileStream;
-using OxAttribute::GroupAttribute;
+using namespace OxAttribute;
 
 namespace TELLAR {
 

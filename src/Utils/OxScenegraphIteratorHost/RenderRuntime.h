@@ -2,7 +2,6 @@
 #define OXTELLARPRODUCERS_RENDERRUNTIME_H
 
 #include <OxTellarProducers/GeometryProducer.h>
-#include <OxTellarSDK/Attribute.h>
 
 namespace TELLAR {
 

@@ -1,8 +1,6 @@
 #ifndef OXTELLARPRODUCERS_TEMPRENDERLOCATION_H
 #define OXTELLARPRODUCERS_TEMPRENDERLOCATION_H
 
-#include <string>
-
 #include <OxTellarProducers/GeometryProducer.h>
 
 namespace TELLAR::RenderOutputUtilsHost {

@@ -1,8 +1,6 @@
 #include <OxTellarProducers/ProceduralArguments.h>
 
-#include <cstdint>
 #include <locale>
-#include <memory>
 #include <sstream>
 #include <string_view>
 
@@ -18,7 +16,7 @@ namespace TELLAR {
 
 namespace {
 
-using Producer = boost::intrusive_ptr<GeometryProducer>;
+using Producer = GeometryProducer::Ptr;
 
 /// Writes arguments as the flags of a command line.
 class ArgumentWriter {

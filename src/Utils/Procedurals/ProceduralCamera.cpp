@@ -4,9 +4,7 @@
 
 #include "RenderSettings.h"
 
-using OxAttribute::FloatAttribute;
-using OxAttribute::GroupAttribute;
-using OxAttribute::StringAttribute;
+using namespace OxAttribute;
 
 namespace TELLAR {
 

@@ -1,12 +1,7 @@
 #ifndef OXTELLARPRODUCERS_PROCEDURALCAMERA_H
 #define OXTELLARPRODUCERS_PROCEDURALCAMERA_H
 
-#include <memory>
-#include <string>
-
 #include <OxTellarProducers/CameraInfo.h>
-#include <OxTellarProducers/GeometryProducer.h>
-#include <OxTellarSDK/Attribute.h>
 
 namespace TELLAR {
 

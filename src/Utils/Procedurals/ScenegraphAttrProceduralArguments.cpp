@@ -1,8 +1,5 @@
 #include <OxTellarProducers/ProceduralArguments.h>
 
-#include <cstdint>
-#include <memory>
-#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -85,10 +82,10 @@ void AppendCamera(const CameraInfo& camera, const std::string& path,
 
 } // namespace
 
-std::string
-BuildScenegraphAttrProceduralArgumentsString(boost::intrusive_ptr<GeometryProducer> producer,
-                                             ProceduralOutputContextInfo& context,
-                                             GroupAttribute procedural, ProceduralErrorCallback) {
+std::string BuildScenegraphAttrProceduralArgumentsString(GeometryProducer::Ptr producer,
+                                                         ProceduralOutputContextInfo& context,
+                                                         GroupAttribute procedural,
+                                                         ProceduralErrorCallback) {
     const ArgumentResolver resolver(context.frame);
     std::vector<Child> arguments = ChildrenOf(resolver.resolve(procedural.getChildByName("args")));
     for (Child& child : ChildrenOf(procedural.getChildByName("systemArgs")))

@@ -26,14 +26,13 @@ ResolutionTableEntry LookUpResolution(const std::string& name) {
     }
 }
 
-std::string RenderCameraPath(const boost::intrusive_ptr<GeometryProducer>& root) {
+std::string RenderCameraPath(const GeometryProducer::Ptr& root) {
     if (!root)
         throw std::runtime_error("No root producer given for determining render camera path.");
     return StringAttribute(root->getAttribute(kCameraName)).getValue(kDefaultCameraPath, false);
 }
 
-void GetRenderResolution(std::string* name, int* width, int* height,
-                         boost::intrusive_ptr<GeometryProducer> root) {
+void GetRenderResolution(std::string* name, int* width, int* height, GeometryProducer::Ptr root) {
     std::string foundName = "square_512";
     int foundWidth = 512;
     int foundHeight = 512;
@@ -50,7 +49,7 @@ void GetRenderResolution(std::string* name, int* width, int* height,
     if (height) *height = foundHeight;
 }
 
-std::string GetCameraPath(boost::intrusive_ptr<GeometryProducer> root) {
+std::string GetCameraPath(GeometryProducer::Ptr root) {
     if (!root) return {};
     const StringAttribute name(root->getAttribute(kCameraName));
     return name.isValid() ? name.getValue("", false) : kDefaultCameraPath;

@@ -1,8 +1,6 @@
 #ifndef OXTELLARPRODUCERS_RENDERSETTINGS_H
 #define OXTELLARPRODUCERS_RENDERSETTINGS_H
 
-#include <string>
-
 #include <OxTellarProducers/GeometryProducer.h>
 #include <ResolutionTableOx/ResolutionTable.h>
 
@@ -13,7 +11,7 @@ ResolutionTableEntry LookUpResolution(const std::string& name);
 
 /// As GetCameraPath, but throws std::runtime_error "No root producer given for determining render
 /// camera path." for a null root.
-std::string RenderCameraPath(const boost::intrusive_ptr<GeometryProducer>& root);
+std::string RenderCameraPath(const GeometryProducer::Ptr& root);
 
 } // namespace TELLAR
 
