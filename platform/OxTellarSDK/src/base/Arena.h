@@ -7,9 +7,9 @@
 
 namespace OxTellarRuntimeDetail {
 
-/// Memory that is given out piece by piece and let go all at once. It comes in regions that grow
-/// with what is used: where threads ask the general allocator for millions of small pieces, it
-/// asks the system for a few pages at a time, and has all other threads wait for each.
+/// Memory that is allocated piece by piece and freed all at once. It comes in regions that grow
+/// with use. The general allocator would ask the system for a few pages at a time, which makes all
+/// other threads wait.
 ///
 /// Threads: one at a time.
 class Arena {
@@ -18,7 +18,7 @@ public:
     Arena(const Arena&) = delete;
     Arena& operator=(const Arena&) = delete;
 
-    /// Aligned to a cache line; what lies in it is not destroyed.
+    /// New memory, aligned to a cache line. Destructors of objects in it are not called.
     void* allocate(std::size_t bytes);
 
 private:

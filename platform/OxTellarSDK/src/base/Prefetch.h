@@ -5,10 +5,10 @@
 
 namespace OxAttribute {
 
-/// Has the cache line at an address fetched while other work goes on. Any number will do.
+/// Starts to load the cache line at an address. The address need not be valid.
 inline void Prefetch(std::uintptr_t address) {
 #ifdef __GNUC__
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): no object need be there
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): never dereferenced
     __builtin_prefetch(reinterpret_cast<const void*>(address));
 #else
     static_cast<void>(address);

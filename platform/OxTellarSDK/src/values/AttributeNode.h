@@ -10,11 +10,8 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-/// What stands in memory and in an attribute file behind a value's header (OxAttributeStruct).
-///
-/// In memory a value is one allocation, counted by refCount and preceded by a MemoryPrefix. In a
-/// file it is counted by its Container, found through `unit`, and nothing of it is ever written
-/// to. Layouts:
+/// The layout of values, which is nearly the same in memory and in attribute files. A value begins
+/// with a header (OxAttributeStruct), behind which lie:
 ///
 ///     numbers   times, then timeCount * count values
 ///     strings   times, then timeCount * count + 1 end offsets, then the bytes; every
@@ -22,7 +19,11 @@
 ///     groups    count entries (MemoryEntry or FileEntry), then, above
 ///               kLinearSearchLimit children, their indices sorted by name hash
 ///
-/// `times` is left out when the only sample lies at time 0 (kTimesOmitted).
+/// The times are omitted when the only sample is at time 0 (kTimesOmitted).
+///
+/// In memory a value is one allocation with a MemoryPrefix in front, and refCount counts its
+/// references. In a file the Container, found through `unit`, counts the references, and the value
+/// is never written to.
 namespace OxAttribute {
 
 using Node = ::OxAttributeStruct;
@@ -39,13 +40,13 @@ enum NodeFlags : std::uint8_t {
     kGroupInherit = 4,
 };
 
-/// Stands before every value in memory. The hash is known once its first word is not 0.
+/// Lies in front of every value in memory. The hash is not known while its first word is 0.
 struct MemoryPrefix {
     std::atomic<std::uint64_t> hash[2];
 };
 
 struct MemoryEntry {
-    std::uint32_t nameHash; // 0 where no indices are sorted by it
+    std::uint32_t nameHash; // 0 up to kLinearSearchLimit children
     std::uint32_t nameLength;
     std::uint64_t nameOffset; // from the node
     Node* child;
@@ -69,7 +70,7 @@ inline std::uint32_t HashName(std::string_view name) {
     return static_cast<std::uint32_t>(XXH3_64bits(name.data(), name.size()));
 }
 
-/// Bytes of one number of a type; 4 for the end offsets of strings.
+/// The size of one number of a type; for strings, the size of an end offset.
 inline std::uint64_t ElementBytes(int type) {
     return type == kAttributeTypeDouble ? 8 : 4;
 }
@@ -127,12 +128,11 @@ inline MemoryPrefix* PrefixOf(const Node* node) {
     return reinterpret_cast<MemoryPrefix*>(const_cast<char*>(Bytes(node)) - sizeof(MemoryPrefix));
 }
 
-/// A new value in memory with count 1, `bytes` bytes behind its header, not yet filled.
+/// A new value in memory with one reference, and `bytes` uninitialised bytes behind its header.
 Node* AllocateNode(AttributeType type, std::uint64_t bytes);
 
-/// What tells an Op's arguments from others: the content hash, but for a value in a large
-/// file that file's own content identity with the value's place, so that nothing of the
-/// value need be read.
+/// The identity of an Op's arguments. It is the content hash, but for a value in a large file it is
+/// computed from the identity of the file and the value's place, so that the value is not read.
 Hash ContentIdentity(const Attribute& attribute);
 
 } // namespace OxAttribute

@@ -4,13 +4,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "AttributeNode.h"
 #include "BlockHash.h"
+#include "GroupChildren.h"
 
 namespace OxAttribute {
 
@@ -202,12 +202,7 @@ private:
     /// The indices of the children in the order of their names' hashes.
     void writeSortedIndices(const std::vector<FileEntry>& entries) {
         std::vector<std::uint32_t> sorted(entries.size());
-        std::iota(sorted.begin(), sorted.end(), 0u);
-        std::sort(sorted.begin(), sorted.end(), [&](std::uint32_t a, std::uint32_t b) {
-            return entries[a].nameHash != entries[b].nameHash
-                       ? entries[a].nameHash < entries[b].nameHash
-                       : a < b;
-        });
+        SortByNameHash(entries.data(), sorted.data(), sorted.size());
         for (std::size_t i = kMaximumEqualHashes; i < sorted.size(); ++i)
             if (entries[sorted[i]].nameHash == entries[sorted[i - kMaximumEqualHashes]].nameHash)
                 sink.fail("too many names in one group have one hash");

@@ -16,7 +16,7 @@ namespace {
 constexpr const char* kDifferentSizes =
     "Error building attribute time samples are different sizes.";
 
-/// A value of numbers or strings with its header and times filled; `tailBytes` follow the times.
+/// A new value with its header and times. `tailBytes` uninitialised bytes follow the times.
 Node* AllocateData(AttributeType type, const float* times, std::int64_t timeCount,
                    std::int64_t count, std::int64_t tupleSize, std::uint64_t tailBytes) {
     if (tupleSize < 1 || tupleSize > std::numeric_limits<std::int32_t>::max())

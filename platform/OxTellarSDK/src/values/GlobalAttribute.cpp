@@ -21,14 +21,14 @@ using Provider = OxTellarServices::BaseGlobalAttributeProviderLegacy;
 
 constexpr int kProvided = 0;
 
-/// What a location sees of its own value `near` and of `far`, what its parent sees.
+/// The value at a location, from its own value `near` and the value `far` at its parent.
 Attribute Inherit(const Attribute& near, const Attribute& far) {
     const GroupAttribute nearGroup(near);
     const GroupAttribute farGroup(far);
     if (!near.isValid()) return far;
     if (!nearGroup.isValid() || !nearGroup.getGroupInherit() || !farGroup.isValid()) return near;
 
-    // The ancestors' children come first, so that all locations below see one order.
+    // The ancestors' children come first, so that all locations below have the same order.
     std::vector<GroupAttribute::Child> children;
     children.reserve(static_cast<std::size_t>(farGroup.getNumberOfChildren()));
     for (std::int64_t index = 0; index < farGroup.getNumberOfChildren(); ++index) {
@@ -44,8 +44,8 @@ Attribute Inherit(const Attribute& near, const Attribute& far) {
     return GroupAttribute(children, true);
 }
 
-/// True when `head`, the attribute that the first part of a dotted name leads to, or anything
-/// on the way below it hides the ancestors' values from the location.
+/// True when the location hides the ancestors' values of a dotted name. `head` is the attribute for
+/// the first part of the name; it or a group on the way below it may not inherit.
 bool HidesAncestors(const Attribute& head, std::string_view name) {
     Attribute attribute = head;
     std::size_t dot = name.find('.');
@@ -70,8 +70,8 @@ std::string AncestorPath(std::string_view path, int depth) {
     return std::string(path);
 }
 
-/// The values of the location and its ancestors, nearest first, up to the one that hides the
-/// rest; locations without a value are left out.
+/// The values of the location and its ancestors, nearest first, up to one that hides the rest.
+/// Locations without a value are left out.
 class Lookup {
 public:
     Lookup(Provider& provider, const std::string& name)
@@ -82,8 +82,8 @@ public:
         }
     }
 
-    /// Folded from the far end: a value that does not inherit must hide those above it also
-    /// from the locations below it.
+    /// Starts at the far end, because a value that does not inherit hides those above it from all
+    /// locations below.
     Attribute result() const {
         Attribute seen;
         for (auto value = values.rbegin(); value != values.rend(); ++value)
@@ -94,7 +94,7 @@ public:
     int nearestDepth() const { return nearest; }
 
 private:
-    /// False when nothing further up can contribute.
+    /// Returns false when no ancestor further up can contribute.
     bool visit(int depth) {
         Attribute value;
         if (provider.provideAttribute(name, depth, value) != kProvided) return false;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <numeric>
 #include <stdexcept>
 #include <unordered_map>
 
@@ -29,6 +28,28 @@ std::int64_t FindByHash(const Node* group, std::string_view name) {
     return -1;
 }
 
+struct GroupSize {
+    int depth = 1;
+    std::uint64_t nameBytes = 0;
+};
+
+/// Throws std::runtime_error unless the children fit in a group.
+GroupSize Measure(const NamedChild* children, std::uint64_t count) {
+    if (count > UINT32_MAX) throw std::runtime_error("A group cannot have that many children");
+    GroupSize size;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const NamedChild& child = children[i];
+        size.nameBytes += child.name.size() + 1;
+        if (child.name.size() > UINT32_MAX)
+            throw std::runtime_error("A group cannot have a name of that length");
+        size.depth = std::max(size.depth, child.attribute->getHandle()->depth + 1);
+    }
+    if (size.depth > kMaxGroupDepth)
+        throw std::runtime_error("Groups cannot be nested deeper than " +
+                                 std::to_string(kMaxGroupDepth) + " levels");
+    return size;
+}
+
 } // namespace
 
 std::int64_t FindSorted(const Node* group, std::string_view name) {
@@ -37,20 +58,7 @@ std::int64_t FindSorted(const Node* group, std::string_view name) {
 }
 
 Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inherit) {
-    if (count > UINT32_MAX) throw std::runtime_error("A group cannot have that many children");
-    int depth = 1;
-    std::uint64_t nameBytes = 0;
-    for (std::uint64_t i = 0; i < count; ++i) {
-        const NamedChild& child = children[i];
-        nameBytes += child.name.size() + 1;
-        if (child.name.size() > UINT32_MAX)
-            throw std::runtime_error("A group cannot have a name of that length");
-        depth = std::max(depth, child.attribute->getHandle()->depth + 1);
-    }
-    if (depth > kMaxGroupDepth)
-        throw std::runtime_error("Groups cannot be nested deeper than " +
-                                 std::to_string(kMaxGroupDepth) + " levels");
-
+    const auto [depth, nameBytes] = Measure(children, count);
     const std::uint64_t sortedBytes = count > kLinearSearchLimit ? 4 * count : 0;
     const std::uint64_t namesOffset = sizeof(Node) + count * sizeof(MemoryEntry) + sortedBytes;
     Node* node = AllocateNode(kAttributeTypeGroup, namesOffset - sizeof(Node) + nameBytes);
@@ -70,12 +78,7 @@ Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inheri
     }
     if (sortedBytes > 0) {
         auto* sorted = const_cast<std::uint32_t*>(SortedIndices<MemoryEntry>(node));
-        std::iota(sorted, sorted + count, 0u);
-        std::sort(sorted, sorted + count, [entries](std::uint32_t a, std::uint32_t b) {
-            return entries[a].nameHash != entries[b].nameHash
-                       ? entries[a].nameHash < entries[b].nameHash
-                       : a < b;
-        });
+        SortByNameHash(entries, sorted, count);
     }
     return Attribute::CreateAndSteal(node);
 }
@@ -116,7 +119,7 @@ Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
 
 namespace {
 
-/// Below a group in memory, as far as the groups on the way are; all lies inside of that group.
+/// The value at a dotted path below a group in memory, without a reference; null if there is none.
 const Node* FindInMemory(const Node* node, std::string_view path) {
     while (IsGroup(node)) {
         if (IsInFile(node)) return FindInFile(node, path);

@@ -13,13 +13,13 @@ namespace OxAttribute {
 
 namespace {
 
-// Up to this many children a look at each is as fast as an index.
+// Up to this many children, a linear search is as fast as an index.
 constexpr std::size_t kUnindexedChildren = 8;
 
 } // namespace
 
 /// A group under construction. A child is a finished attribute, a group under construction, or
-/// (after a removal) nothing; its place in `children` never changes.
+/// removed. Its index in `children` never changes.
 struct GroupBuilder::Node {
     struct Child {
         std::string name;
@@ -36,7 +36,7 @@ struct GroupBuilder::Node {
     std::unique_ptr<Places> places; // above kUnindexedChildren
     bool inherit = true;
 
-    /// A removed child keeps its place but is not found: set again, it goes to the end.
+    /// Does not find removed children, so a child that is set again goes to the end.
     Child* find(std::string_view name) {
         if (children.size() > kUnindexedChildren) {
             const auto found = places->find(name);
@@ -47,7 +47,7 @@ struct GroupBuilder::Node {
         return nullptr;
     }
 
-    /// When there is no memory for it, nothing is added.
+    /// Adds nothing when there is no memory for it.
     Child& findOrAdd(std::string_view name) {
         if (Child* child = find(name)) return *child;
         children.emplace_back(name);
@@ -60,7 +60,7 @@ struct GroupBuilder::Node {
         return children.back();
     }
 
-    /// The last child; all of them when it is the first one to need it.
+    /// Adds the last child to the index, or makes the index of all children.
     void index() {
         if (places) {
             places->emplace(children.back().name, children.size() - 1);
@@ -98,13 +98,13 @@ struct GroupBuilder::Node {
             findOrAdd(group.getChildNameView(i)).attribute = group.getChildByIndex(i);
     }
 
-    /// The child as a group under construction; anything else that it was is lost.
+    /// The child as a group under construction. A child that is not a group becomes an empty one.
     static Node& open(Child& child, bool inheritIfNew) {
         if (child.group) return *child.group;
         auto group = std::make_unique<Node>();
         const GroupAttribute existing(child.attribute);
         if (existing.isValid())
-            group->adopt(existing); // throws when what it finds is damaged
+            group->adopt(existing); // throws when the file is damaged
         else
             group->inherit = inheritIfNew;
         child.attribute = Attribute();
@@ -130,7 +130,7 @@ struct GroupBuilder::Node {
     }
 
     Attribute build() const {
-        boost::container::small_vector<Attribute, 4> built; // what the entries below borrow
+        boost::container::small_vector<Attribute, 4> built; // borrowed by the entries below
         built.reserve(children.size());
         boost::container::small_vector<NamedChild, 8> entries;
         entries.reserve(children.size());

@@ -8,11 +8,11 @@
 #include "AttributeNode.h"
 #include "Container.h"
 
-/// How values are read wherever they lie: the steps that every reader of attributes takes again
-/// and again, so they are inline.
+/// Reading values in memory and in files alike. These are the most frequent steps of readers, so
+/// they are inline.
 namespace OxAttribute {
 
-/// Frees a value in memory that nobody counts any more.
+/// Frees a value in memory that has no references.
 void FreeNode(Node* node);
 
 inline void Retain(Node* node) noexcept {
@@ -29,7 +29,7 @@ inline void Release(Node* node) noexcept {
         FreeNode(node);
 }
 
-/// A child of a group that somebody keeps. A child in a file is checked first; throws
+/// A child of a group, without a reference. A child in a file is checked first; throws
 /// std::runtime_error when it is damaged.
 inline Node* ChildOf(const Node* group, std::uint64_t index) {
     if (!IsInFile(group)) return Entries<MemoryEntry>(group)[index].child;
@@ -49,7 +49,7 @@ bool IsSameWord(const char* a, const char* b) {
     return left == right;
 }
 
-/// As memcmp would tell, for names: these are short, so two words that may overlap cover them.
+/// The same as memcmp() == 0. Names are short, so two words that may overlap cover most of them.
 inline bool IsSameText(const char* a, const char* b, std::size_t length) {
     if (length > 16) return std::memcmp(a, b, length) == 0;
     if (length >= 8)
@@ -70,7 +70,7 @@ bool IsNamed(const Node* node, const Entry& entry, std::string_view name) {
            IsSameText(NameOf(node, entry).data(), name.data(), name.size());
 }
 
-/// Above kLinearSearchLimit children.
+/// FindChild for a group with more than kLinearSearchLimit children.
 std::int64_t FindSorted(const Node* group, std::string_view name);
 
 template <typename Entry>
@@ -82,29 +82,30 @@ std::int64_t FindInOrder(const Node* group, std::string_view name) {
     return -1;
 }
 
-/// The index of the child with just this name, or -1.
+/// The index of the child with this name, or -1. A dot is a part of the name.
 inline std::int64_t FindChild(const Node* group, std::string_view name) {
     if (group->count > kLinearSearchLimit) return FindSorted(group, name);
     return IsInFile(group) ? FindInOrder<FileEntry>(group, name)
                            : FindInOrder<MemoryEntry>(group, name);
 }
 
-/// The sample nearest to `time`, the earlier one of two as near.
+/// The index of the sample nearest to `time`; of two that are equally near, the earlier one.
 inline std::uint64_t NearestSample(const Node* node, float time) {
     if (node->timeCount == 1) return 0;
     const std::uint64_t last = node->timeCount - 1;
-    std::uint64_t nearest = 0; // only neighbours are compared: far away, all seem equally near
+    // Compares neighbours only, because distances from a time far away are rounded to the same.
+    std::uint64_t nearest = 0;
     while (nearest < last && double(TimeAt(node, nearest + 1)) - time <
                                  std::fabs(double(time) - TimeAt(node, nearest)))
         ++nearest;
     return nearest;
 }
 
-/// The samples on either side of a time, and how far it is from the first to the second.
+/// The samples on either side of a time, and where between them it is.
 struct SampleSpan {
     std::uint64_t before;
-    std::uint64_t after; // the same one at a sample, and beyond the first and last
-    double blend;        // from 0 to 1
+    std::uint64_t after; // equal to `before` at a sample, and beyond the first and last
+    double blend;        // from 0 at `before` to 1 at `after`
 
     template <typename Result, typename T>
     Result interpolate(T low, T high) const {

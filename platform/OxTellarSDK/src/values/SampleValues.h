@@ -5,8 +5,8 @@
 
 namespace OxAttribute {
 
-/// The values of a sample by its index, read in place while `attribute` lives. Looking for
-/// each sample by its time would take as many steps again as there are samples.
+/// The values of the sample with this index, valid while `attribute` lives. Finding all samples by
+/// their times instead would take time in proportion to the square of their number.
 template <typename T>
 ConstSample<T> SampleValues(const NumericAttribute<T>& attribute, std::int64_t index) {
     const std::int64_t count = attribute.getNumberOfValues();

@@ -27,7 +27,7 @@ enum class Kind { Translate, Rotate, Scale, Shear, Matrix, Origin };
 struct KindRow {
     std::string_view prefix;
     Kind kind;
-    std::int64_t values; // as many as the kind reads
+    std::int64_t values; // the number of values that the kind reads
 };
 
 constexpr KindRow kKinds[] = {
@@ -35,7 +35,7 @@ constexpr KindRow kKinds[] = {
     {"shear", Kind::Shear, 3},         {"matrix", Kind::Matrix, 16}, {"origin", Kind::Origin, 0},
 };
 
-/// Null for a name that stands for no kind.
+/// The kind that a name begins with; null if there is none.
 const KindRow* FindKind(std::string_view name) {
     for (const KindRow& row : kKinds)
         if (!name.empty() && name[0] == row.prefix[0] &&
@@ -53,8 +53,8 @@ bool HasValues(const Node* node, std::int64_t count) {
     return IsNumeric(node) && node->count >= static_cast<std::uint64_t>(count);
 }
 
-/// Calls `apply(row, child)` for every child that takes part, those of nested groups in place.
-/// Nothing is counted: all lies inside of `xform`, which the caller keeps.
+/// Calls `apply(row, child)` for every child that takes part, including those of nested groups.
+/// Takes no references, because the caller keeps `xform`, which contains all of them.
 template <typename Apply>
 void ForEachStep(const Node* xform, Apply& apply) {
     for (std::uint64_t index = 0; index < xform->count; ++index) {
@@ -73,7 +73,7 @@ void ForEachStep(const GroupAttribute& xform, Apply& apply) {
     if (xform.isValid()) ForEachStep(xform.getHandle(), apply);
 }
 
-/// Interpolated as `Blended`.
+/// Reads the first `count` values at `time`. They are interpolated in type `Blended`.
 template <typename T, typename Blended = T>
 void ReadAs(const Node* child, std::int64_t count, float time, double* out) {
     if (child->timeCount == 1) {
@@ -94,8 +94,8 @@ void ReadValues(const Node* child, std::int64_t count, float time, double* out) 
     ReadAs<std::int32_t, double>(child, count, time, out);
 }
 
-/// Puts steps together at one time. A step acts before all those given earlier: it is
-/// multiplied on from the left.
+/// Composes steps at one time. A later step is applied to points before the earlier ones, so it is
+/// multiplied from the left.
 class Composer {
 public:
     explicit Composer(float time) : time(time) {}
@@ -131,7 +131,7 @@ public:
 
 private:
     void rotate(double angle, const Vector& axis) {
-        // No axis, no rotation: the formula would flatten space instead.
+        // Without an axis there is no rotation. The formula would give a singular matrix.
         if (axis.length() == 0) return;
         matrix = Matrix().setAxisAngle(axis, angle) * matrix;
     }
@@ -155,17 +155,17 @@ public:
         if (!IsNumeric(child)) return;
         for (std::uint64_t index = 0; index < child->timeCount; ++index) {
             const float time = TimeAt(child, index);
-            if (!std::isnan(time)) times.push_back(time); // they cannot be put in order
+            if (!std::isnan(time)) times.push_back(time); // NaN has no order
         }
     }
 
     bool hasAnyStep() const { return anyStep; }
 
-    /// Ascending, without repetitions, never empty.
+    /// The times in ascending order, without repetitions; never empty.
     std::vector<float> take() {
         std::sort(times.begin(), times.end());
         times.erase(std::unique(times.begin(), times.end()), times.end());
-        if (times.empty()) times.push_back(0.0f); // nothing but an "origin" without samples
+        if (times.empty()) times.push_back(0.0f); // only an "origin" without samples
         return std::move(times);
     }
 
