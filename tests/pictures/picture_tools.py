@@ -1,4 +1,4 @@
-"""Reading, writing and comparing PNG files of eight bits, by the standard library alone."""
+"""Reading, writing and comparing of 8-bit PNG files, with the standard library only."""
 
 import struct
 import zlib
@@ -13,7 +13,7 @@ def _chunks(data):
 
 
 def _unfilter(kind, line, above, step):
-    """One line of bytes as it was before it was filtered, given the line above it."""
+    """Undoes the PNG filter of one line of bytes, given the line above it."""
     for i in range(len(line)):
         left = line[i - step] if i >= step else 0
         up = above[i]
@@ -31,7 +31,7 @@ def _unfilter(kind, line, above, step):
 
 
 class Picture:
-    """Rows from the top, of (red, green, blue) tuples; alpha is left out."""
+    """Rows from the top, of (red, green, blue) tuples without alpha."""
 
     def __init__(self, rows):
         self.rows = rows
@@ -78,8 +78,8 @@ class Picture:
 
 
 def difference(one, other, block=4):
-    """The root of the mean squared difference of blocks of pixels, from 0 to 255. Blocks, since
-    single pixels may catch another path on another processor."""
+    """The root mean square difference of blocks of pixels, from 0 to 255. Single pixels may differ
+    more, because rounding on another processor can change a path."""
     assert (one.width, one.height) == (other.width, other.height)
     total = count = 0
     for y in range(0, one.height, block):

@@ -1,4 +1,4 @@
-"""Small scenes of which there are reference pictures."""
+"""Small scenes for reference pictures."""
 
 CAMERA = "/root/world/cam/camera"
 
@@ -19,7 +19,7 @@ def moved(x, y, z):
 
 
 def material(**parameters):
-    """A network of one node."""
+    """A shading network of one node."""
     return {"style": "network", "terminals": {"surface": "surface"},
             "nodes": {"surface": {"name": "surface", "type": "standard_surface",
                                   "parameters": parameters}}}
@@ -49,7 +49,7 @@ def mesh(points, faces, **attributes):
 
 
 def box(width, height, depth):
-    """Around the middle of its bottom."""
+    """A box, with the origin in the middle of its bottom."""
     x, z = width / 2, depth / 2
     points = [(sx * x, y, sz * z) for y in (0, height) for sz in (-1, 1) for sx in (-1, 1)]
     return mesh(points, [(0, 1, 3, 2), (4, 6, 7, 5), (0, 4, 5, 1), (2, 3, 7, 6), (0, 2, 6, 4),
@@ -64,7 +64,8 @@ def wedge(width, height, depth):
 
 
 def panel(width, height, **attributes):
-    """Upright, facing +z, around the middle of its bottom, with texture coordinates."""
+    """An upright rectangle that faces +z, with texture coordinates and the origin in the middle of
+    its bottom edge."""
     x = width / 2
     corners = {"scope": "point", "inputType": "point2",
                "value": {"$type": "float", "values": [[0, 0], [1, 0], [1, 1], [0, 1]]}}
@@ -99,7 +100,7 @@ def camera(position=(0, 2.2, 7), down=-12, fov=45, **geometry):
 
 
 def scene(shapes, view=None, lights=None, **settings):
-    """A description: what is seen, by what camera, in what light."""
+    """The description of a scene of these shapes, camera and lights."""
     world = {"cam": location("group", {"camera": view or camera()}),
              "lights": location("group", lights or {"sun": sun(), "sky": sky()}),
              "shapes": location("group", shapes)}
@@ -113,8 +114,7 @@ def scene(shapes, view=None, lights=None, **settings):
 
 
 def stage():
-    """Three shapes of three colours, none of them symmetrical, under transforms whose order
-    matters."""
+    """Three asymmetric shapes of different colors, with transforms whose order matters."""
     turned = location("group", {"box": location("polymesh", geometry=box(1, 1, 1),
                                                 material=plain(0.8, 0.1, 0.08),
                                                 xform={"scale": [0.8, 2.0, 0.8]})},
@@ -127,7 +127,7 @@ def stage():
 
 
 def motion():
-    """A box that passes from left to right in one frame, on two more that stand still."""
+    """A box that moves from left to right in one frame, above two static ones."""
     passing = {"translate": {"$type": "double", "times": [0.0, 1.0],
                              "samples": [[-2.5, 1.2, 0.0], [2.5, 1.2, 0.0]]}}
     return {"floor": floor(),
@@ -140,7 +140,7 @@ def motion():
 
 
 def materials(picture):
-    """A textured panel, a box whose faces have materials of their own, gold and glass."""
+    """A textured panel, a box whose faces have different materials, gold and glass."""
     faces = {f"side{i}": location("faceset", geometry={"faces": [i]}, material=plain(*colour))
              for i, colour in ((1, (0.9, 0.9, 0.1)), (3, (0.8, 0.1, 0.1)), (5, (0.1, 0.2, 0.8)))}
     return {"floor": floor(),
@@ -176,7 +176,7 @@ def lamps():
 
 
 def sphere_field(count=5):
-    """A location that only a delegate knows how to show: as balls in a row."""
+    """A location that a delegate replaces by a row of spheres."""
     return {"floor": floor(),
             "field": location("sphere field", material=plain(0.8, 0.35, 0.1),
                               field={"count": count, "spacing": 1.0, "radius": 0.4},
@@ -184,8 +184,8 @@ def sphere_field(count=5):
 
 
 def quarters(size=64):
-    """A picture by whose corners one sees how it lies: red, green, blue and white from the top
-    left, line by line."""
+    """A picture whose quarters show its orientation: red, green, blue and white, in rows from the
+    top left."""
     half = size // 2
     return [[((230, 30, 30) if x < half else (30, 200, 30)) if y < half
              else ((30, 30, 230) if x < half else (240, 240, 240)) for x in range(size)]

@@ -1,11 +1,10 @@
 #!/usr/bin/env python3
-"""Pictures of the renderer "lantern" against references that were looked at.
+"""Compares pictures of the renderer "lantern" with reference pictures.
 
     test_pictures.py PROGRAM EXAMPLES_FOLDER [--write] [test names]
 
-Each scene must give its reference within a tolerance, and each defect that the reference is there
-to catch must be outside of it. --write writes the references anew, to be looked at before they
-are committed.
+The picture of each scene must match its reference within a tolerance. Each listed defect must give
+a picture outside of it. --write replaces the references; look at them before you commit them.
 """
 
 import copy
@@ -23,7 +22,7 @@ from tellar_test import TellarTest, main
 REFERENCES = HERE / "references"
 WRITE = "--write" in sys.argv
 
-# What another processor's rounding may do, and what a defect must do: of 255.
+# From 0 to 255: the largest difference by rounding, and the smallest one by a defect.
 TOLERANCE = 1.0
 DEFECT = 3 * TOLERANCE
 
@@ -51,7 +50,7 @@ class PictureTest(TellarTest):
         return Picture.read(self.folder / name)
 
     def check(self, name, description, defects, *options):
-        """Of each defect, by its name, what it does to the description."""
+        """`defects` maps the name of a defect to a function that changes the description."""
         path = REFERENCES / f"{name}.png"
         picture = self.render(description, *options)
         if WRITE:
@@ -67,8 +66,8 @@ class PictureTest(TellarTest):
 
 class References(PictureTest):
     def test_perspective_stage(self):
-        """Catches a wrong camera, a wrong transform or order of transforms, a material that is
-        missing, a light from elsewhere, an axis that is flipped."""
+        """Catches a wrong camera, a wrong transform or order of transforms, a missing material, a
+        light from a wrong direction, a flipped axis."""
         def camera(spoilt):
             at(spoilt, "world/cam/camera")["xform"]["translate"][0] += 0.15
 
@@ -99,8 +98,8 @@ class References(PictureTest):
             "flipped z": flip(2)})
 
     def test_orthographic_stage(self):
-        """Catches a perspective, a wrong width and a window that is ignored or goes the other
-        way."""
+        """Catches a perspective projection, a wrong width, and a window that is ignored or shifted
+        in the opposite direction."""
         view = stages.camera((0, 2.2, 7), down=-12, projection="orthographic",
                              orthographicWidth=5.0, left=-1.1, right=0.7, bottom=-0.8, top=0.55)
 
@@ -114,7 +113,7 @@ class References(PictureTest):
             "window mirrored": change(left=-0.7, right=1.1, bottom=-0.55, top=0.8)})
 
     def test_motion(self):
-        """Catches motion that is not blurred, a shutter that is ignored and another frame."""
+        """Catches missing motion blur, an ignored shutter and a wrong frame."""
         def change(**values):
             return lambda spoilt: settings(spoilt).update(values)
 
@@ -123,8 +122,8 @@ class References(PictureTest):
             "open before": change(shutterOpen=0.0, shutterClose=0.25)})
 
     def test_materials(self):
-        """Catches a texture that lies otherwise, faces with the wrong material, and metal, glass
-        and roughness that are not told apart."""
+        """Catches a texture of wrong orientation, faces with a wrong material, and wrong metal, glass
+        and roughness."""
         texture = self.folder / "quarters.png"
         Picture(stages.quarters()).write(texture)
 
@@ -149,7 +148,7 @@ class References(PictureTest):
             "no glass": surface("glass", transmission=stages.floats(0))})
 
     def test_lamps(self):
-        """Catches lights that shine elsewhere, too far, too wide or in another colour."""
+        """Catches lights of wrong direction, decay, cone or color."""
         shapes, lights = stages.lamps()
 
         def light(name, **values):
@@ -165,8 +164,8 @@ class References(PictureTest):
             "light not where it belongs": turned})
 
     def test_delegate(self):
-        """Catches a delegate that is not asked, or whose answer is not shown, or not where the
-        location is and in its material."""
+        """Catches a delegate that is not called, and a replacement that is not drawn, or with a
+        wrong transform or material."""
         self.environment["OX_PLUGIN_PATH"] = os.environ["TELLAR_TEST_SPHERE_FIELD"]
 
         def fewer(spoilt):

@@ -65,7 +65,7 @@ struct Sums {
     double share = 0;
 };
 
-/// Over all directions, evenly.
+/// Integrates over the sphere of directions on a uniform grid.
 Sums Integrated(const Bsdf& bsdf) {
     constexpr int kRows = 600, kColumns = 600;
     Sums sums;
@@ -84,7 +84,7 @@ Sums Integrated(const Bsdf& bsdf) {
     return {sums.pdf * perDirection, sums.share * perDirection};
 }
 
-/// By what sample() finds; `pdf` is the share of samples that found anything.
+/// Estimates the albedo by sample(). `pdf` is the share of valid samples.
 Sums Sampled(const Bsdf& bsdf) {
     constexpr int kSide = 128;
     Sums sums;
@@ -100,14 +100,14 @@ Sums Sampled(const Bsdf& bsdf) {
     return {sums.pdf / count, sums.share / count};
 }
 
-TEST_P(BsdfTest, HasADensityThatAddsUpToHowOftenItFindsADirection) {
+TEST_P(BsdfTest, HasADensityThatIntegratesToTheShareOfValidSamples) {
     for (const float cosine : {0.2f, 0.6f, 0.95f}) {
         SCOPED_TRACE(cosine);
         EXPECT_NEAR(Integrated(at(cosine)).pdf, Sampled(at(cosine)).pdf, 0.01);
     }
 }
 
-TEST_P(BsdfTest, ScattersAsMuchBySamplesAsInAllDirectionsTogether) {
+TEST_P(BsdfTest, HasTheSameAlbedoBySamplingAsByIntegration) {
     for (const float cosine : {0.2f, 0.6f, 0.95f}) {
         SCOPED_TRACE(cosine);
         const double share = Integrated(at(cosine)).share;
@@ -116,14 +116,14 @@ TEST_P(BsdfTest, ScattersAsMuchBySamplesAsInAllDirectionsTogether) {
     }
 }
 
-TEST_P(BsdfTest, NeverScattersMoreThanItGets) {
+TEST_P(BsdfTest, ConservesEnergy) {
     for (const float cosine : {0.01f, 0.1f, 0.3f, 0.7f, 1.0f}) {
         SCOPED_TRACE(cosine);
         EXPECT_LT(Sampled(at(cosine)).share, 1.01);
     }
 }
 
-TEST_P(BsdfTest, WeighsSamplesAsItsValuesSay) {
+TEST_P(BsdfTest, WeighsSamplesByValueOverDensity) {
     const Bsdf bsdf = at(0.5f);
     for (const float choice : {0.05f, 0.3f, 0.6f, 0.95f}) {
         const Bsdf::Sample sample = bsdf.sample(choice, {0.3f, 0.7f});
@@ -137,11 +137,11 @@ TEST_P(BsdfTest, WeighsSamplesAsItsValuesSay) {
 INSTANTIATE_TEST_SUITE_P(, BsdfTest, testing::ValuesIn(Cases()),
                          [](const auto& test) { return test.param.name; });
 
-// What is known exactly ---------------------------------------------------------------------------
+// Exact values ------------------------------------------------------------------------------------
 
 const V3f kOut(0.6f, 0, 0.8f);
 
-TEST(Bsdf, ReflectsAllInWhiteMetalOfAnyRoughness) {
+TEST(Bsdf, ReflectsAllLightInWhiteMetalOfAnyRoughness) {
     for (const float width : {0.0f, 0.04f, 0.25f, 1.0f}) {
         SurfaceProperties surface = White();
         surface.metalness = 1;
@@ -150,7 +150,7 @@ TEST(Bsdf, ReflectsAllInWhiteMetalOfAnyRoughness) {
     }
 }
 
-TEST(Bsdf, SharesLightBetweenTheBorderAndTheGroundOfWhitePlastic) {
+TEST(Bsdf, ReflectsAllLightInWhitePlasticOfAnyRoughness) {
     for (const float width : {0.0f, 0.04f, 0.25f, 1.0f}) {
         SurfaceProperties surface = White();
         surface.alpha = width;
@@ -158,7 +158,7 @@ TEST(Bsdf, SharesLightBetweenTheBorderAndTheGroundOfWhitePlastic) {
     }
 }
 
-TEST(Bsdf, IsLambertsWithoutReflection) {
+TEST(Bsdf, IsLambertianWithoutReflection) {
     SurfaceProperties surface;
     surface.baseColor = {0.2f, 0.5f, 0.8f};
     surface.specular = Color(0, 0, 0);
@@ -168,7 +168,7 @@ TEST(Bsdf, IsLambertsWithoutReflection) {
     EXPECT_FLOAT_EQ(value.pdf, 0.6f / kPi);
 }
 
-TEST(Bsdf, BendsLightInSmoothGlassBySnelliusLaw) {
+TEST(Bsdf, RefractsInSmoothGlassBySnellsLaw) {
     SurfaceProperties surface = White();
     surface.transmission = 1;
     surface.alpha = 0;
@@ -179,7 +179,7 @@ TEST(Bsdf, BendsLightInSmoothGlassBySnelliusLaw) {
     EXPECT_NEAR(leaving.wi.x, -0.6f * 1.5f, 1e-6f);
 }
 
-TEST(Bsdf, ReflectsAllInsideOfGlassAtGrazingAngles) {
+TEST(Bsdf, HasTotalInternalReflectionInGlass) {
     SurfaceProperties surface = White();
     surface.transmission = 1;
     surface.alpha = 0;
@@ -188,7 +188,7 @@ TEST(Bsdf, ReflectsAllInsideOfGlassAtGrazingAngles) {
     EXPECT_FLOAT_EQ(sample.weight.y, 1);
 }
 
-TEST(Bsdf, LetsLightStraightThroughWhatIsNotDenser) {
+TEST(Bsdf, DoesNotRefractAtAnIorOfOne) {
     SurfaceProperties surface = White();
     surface.transmission = 1;
     surface.ior = 1;
@@ -197,7 +197,7 @@ TEST(Bsdf, LetsLightStraightThroughWhatIsNotDenser) {
     EXPECT_EQ(sample.weight, Color(1, 1, 1));
 }
 
-TEST(Fresnel, IsThatOfGlassSeenStraightAndAtTheAngleOfNoReturn) {
+TEST(Fresnel, MatchesKnownValuesOfGlass) {
     EXPECT_NEAR(FresnelDielectric(1, 1.5f), 0.04f, 1e-6f);
     EXPECT_NEAR(FresnelDielectric(0, 1.5f), 1, 1e-6f);
     // At Brewster's angle only half of the light is reflected, sin^2(90 - 2 * 33.69 degrees).
@@ -206,7 +206,7 @@ TEST(Fresnel, IsThatOfGlassSeenStraightAndAtTheAngleOfNoReturn) {
     EXPECT_EQ(FresnelDielectric(0.5f, 1), 0);
 }
 
-TEST(Bsdf, StaysANumberAtTheEndsOfItsValues) {
+TEST(Bsdf, IsFiniteAtTheLimitsOfItsParameters) {
     for (const float width : {0.0f, 1e-20f, 1e-3f, 1.0f})
         for (const float ior : {1.0f, 1.0001f, 1.5f, 1e30f})
             for (const float cosine : {1e-30f, 1e-6f, 1e-3f, 1.0f})

@@ -10,7 +10,7 @@
 
 #include "CameraScenes.h"
 
-// The rays against the library's own projections.
+// Compares rays with the library's projections.
 
 namespace {
 
@@ -56,7 +56,7 @@ TellarTest::Children Geometry(const Camera& camera) {
             {"orthographicWidth", Double(camera.orthographicWidth)}};
 }
 
-/// A location of a scene that is looked at by this camera, in the space of the world.
+/// A location in world space, in a scene with this camera.
 TELLAR::GeometryProducer::Ptr LibraryScene(const CameraCase& one) {
     using namespace TellarTest;
     TELLAR::ClearCameraInfoCache();
@@ -71,7 +71,7 @@ TELLAR::GeometryProducer::Ptr LibraryScene(const CameraCase& one) {
 
 class CameraRaysTest : public testing::TestWithParam<CameraCase> {};
 
-TEST_P(CameraRaysTest, GoThroughThePointsThatTheLibraryPutsOnTheirPixels) {
+TEST_P(CameraRaysTest, AgreeWithTheLibrarysProjection) {
     const CameraCase& one = GetParam();
     const M44d toScreen = TELLAR::GetLocalToScreenMatrix(LibraryScene(one));
     const CameraRays rays(one.camera, one.width, one.height);
@@ -80,7 +80,7 @@ TEST_P(CameraRaysTest, GoThroughThePointsThatTheLibraryPutsOnTheirPixels) {
         V3d pixel;
         toScreen.multVecMatrix(V3d(ray.origin + ray.direction * float(place.z + 0.01)), pixel);
         EXPECT_NEAR(pixel.x, place.x, 2e-2);
-        EXPECT_NEAR(one.height - pixel.y, place.y, 2e-2); // theirs has its origin at the bottom
+        EXPECT_NEAR(one.height - pixel.y, place.y, 2e-2); // the library counts rows from the bottom
     }
 }
 
@@ -115,7 +115,7 @@ INSTANTIATE_TEST_SUITE_P(
         CameraCase{"ShiftedOrthographic", Lens(true, -0.5f, 1, -1, 0.25f), "hd_720", 1280, 720}),
     [](const auto& test) { return test.param.name; });
 
-/// Takes the window as it is, whatever the shape of the picture: of one aspect they agree.
+/// The library's function ignores the picture's aspect, so the window must have the same one.
 TEST(CameraRaysOfAWindow, GoThroughNormalisedDeviceCoordinates) {
     const CameraCase one{"", Lens(false, -1, 1, -0.5625f, 0.5625f), "hd_720", 1280, 720};
     const Ray ray = CameraRays(one.camera, one.width, one.height).at(320, 180, 0);
@@ -125,7 +125,7 @@ TEST(CameraRaysOfAWindow, GoThroughNormalisedDeviceCoordinates) {
     EXPECT_NEAR(points[0].y, 0.75, 1e-5);
 }
 
-TEST(CameraRaysInMotion, BeginWhereTheCameraIsAtTheirTime) {
+TEST(CameraRaysInMotion, BeginAtTheCamerasPositionAtTheirTime) {
     Camera camera;
     camera.near = 0;
     camera.toWorld = {M44d().setTranslation(V3d(0, 0, 0)), M44d().setTranslation(V3d(4, 0, 0)),
@@ -136,7 +136,7 @@ TEST(CameraRaysInMotion, BeginWhereTheCameraIsAtTheirTime) {
     EXPECT_EQ(rays.at(5, 5, 1).origin, V3f(4, 8, 0));
 }
 
-TEST(CameraRaysOfNoCamera, AreThoseOfOneAtTheOrigin) {
+TEST(CameraRaysOfNoCamera, BeginAtTheOrigin) {
     Camera camera;
     camera.near = 0;
     camera.toWorld = {M44d(0.0)};

@@ -17,7 +17,7 @@ using namespace LanternTest;
 
 const Color kWhite(1, 1, 1);
 
-/// A scene with something of everything.
+/// A scene with all kinds of things.
 SceneData Busy(int width, int height) {
     SceneData scene = EmptyScene(width, height);
     Material metal;
@@ -45,7 +45,7 @@ SceneData Busy(int width, int height) {
 
 // Energy ------------------------------------------------------------------------------------------
 
-TEST(WhiteFurnace, HidesAWhiteBall) {
+TEST(WhiteFurnace, MakesAWhiteSphereInvisible) {
     SceneData scene = EmptyScene();
     AddSphere(scene, {0, 0, -3}, 2, AddMaterial(scene, Matt(kWhite)));
     AddEnvironment(scene);
@@ -53,7 +53,7 @@ TEST(WhiteFurnace, HidesAWhiteBall) {
     EXPECT_NEAR(Mean(Drawn(scene, 64)).g, 1, 0.005);
 }
 
-TEST(WhiteFurnace, ShowsAnAlbedo) {
+TEST(WhiteFurnace, ShowsTheAlbedo) {
     SceneData scene = EmptyScene();
     AddSphere(scene, {0, 0, -3}, 2.8f, AddMaterial(scene, Matt({0.25f, 0.5f, 0.75f})));
     AddEnvironment(scene);
@@ -63,7 +63,7 @@ TEST(WhiteFurnace, ShowsAnAlbedo) {
     EXPECT_NEAR(mean.b, 0.75, 0.015);
 }
 
-TEST(WhiteFurnace, IsNotOutshoneByAnyMaterial) {
+TEST(WhiteFurnace, IsNeverExceededByAMaterial) {
     for (const float roughness : {0.0f, 0.3f, 1.0f})
         for (const float metalness : {0.0f, 1.0f})
             for (const float transmission : {0.0f, 1.0f})
@@ -80,13 +80,13 @@ TEST(WhiteFurnace, IsNotOutshoneByAnyMaterial) {
                     scene.quality.maxDepth = 32;
                     const float seen = Mean(Drawn(scene, 64)).g;
                     EXPECT_LT(seen, 1.01) << roughness << metalness << transmission << coat;
-                    // Light is lost inside of very rough glass.
+                    // Very rough glass loses light to multiple scattering.
                     EXPECT_GT(seen, transmission > 0 && roughness > 0.5f ? 0.3 : 0.85)
                         << roughness << metalness << transmission << coat;
                 }
 }
 
-TEST(SmoothGlass, LetsAllLightThroughOfAnEvenSky) {
+TEST(SmoothGlass, TransmitsAllLightOfAUniformSky) {
     SceneData scene = EmptyScene();
     Material glass;
     glass.baseColor = kWhite;
@@ -98,8 +98,8 @@ TEST(SmoothGlass, LetsAllLightThroughOfAnEvenSky) {
     EXPECT_NEAR(Mean(Drawn(scene, 64)).g, 1, 0.005);
 }
 
-TEST(Draw, CountsBouncesAsTheQualitySays) {
-    SceneData scene = EmptyScene(); // from inside of a white ball that shines: 1 at each bounce
+TEST(Draw, LimitsTheNumberOfBounces) {
+    SceneData scene = EmptyScene(); // inside of an emissive white sphere: 1 at each bounce
     Material material = Glowing(kWhite);
     material.baseColor = kWhite;
     AddSphere(scene, {0, 0, 0}, 5, AddMaterial(scene, material));
@@ -116,19 +116,19 @@ TEST(Draw, ExposesByStops) {
     EXPECT_FLOAT_EQ(Mean(Drawn(scene)).g, 2);
 }
 
-TEST(Draw, LimitsWhatPathsBringAfterTheirFirstBounce) {
+TEST(Draw, ClampsIndirectLight) {
     SceneData scene = EmptyScene();
     Material bright = Glowing(Color(100));
     bright.baseColor = kWhite;
     AddSphere(scene, {0, 0, 0}, 5, AddMaterial(scene, bright));
     scene.quality.maxDepth = 4;
-    scene.quality.clampIndirect = 7; // the first bounce brings 100, too
+    scene.quality.clampIndirect = 7; // the first bounce gives 100 as well
     EXPECT_NEAR(Mean(Drawn(scene, 64)).g, 207, 1);
 }
 
-// Places ------------------------------------------------------------------------------------------
+// Camera ------------------------------------------------------------------------------------------
 
-TEST(Draw, PutsWhatIsAboveAndLeftIntoTheUpperLeft) {
+TEST(Draw, DrawsTheUpperLeftOfTheSceneInTheUpperLeft) {
     SceneData scene = EmptyScene(8, 8);
     Mesh triangle;
     triangle.points = {{{-1.9f, 0.1f, -2}, {-0.1f, 0.1f, -2}, {-1.9f, 1.9f, -2}}};
@@ -139,24 +139,24 @@ TEST(Draw, PutsWhatIsAboveAndLeftIntoTheUpperLeft) {
     EXPECT_EQ(At(picture, 1, 2).a, 1);
     EXPECT_EQ(At(picture, 6, 2).a, 0);
     EXPECT_EQ(At(picture, 1, 5).a, 0);
-    EXPECT_EQ(At(picture, 3, 0).a, 0); // beyond the slanted side
+    EXPECT_EQ(At(picture, 3, 0).a, 0); // outside of the slanted edge
     float covered = 0;
     for (int i = 0; i < 64; ++i)
         covered += At(picture, i % 8, i / 8).a;
     EXPECT_NEAR(covered, 0.5 * 7.2 / 2 * 7.2 / 2, 0.3);
 }
 
-TEST(Draw, ShowsTheShareOfAPixelThatIsCovered) {
+TEST(Draw, HasTheCoverageOfAPixelAsAlpha) {
     SceneData scene = EmptyScene(4, 4);
     AddMesh(scene, Square(-1, -1, 0.125f, 1, -1), AddMaterial(scene, Glowing(kWhite)));
     const Picture picture = Drawn(scene, 64);
     EXPECT_EQ(At(picture, 1, 2).a, 1);
     EXPECT_NEAR(At(picture, 2, 2).a, 0.25, 0.02);
-    EXPECT_EQ(At(picture, 2, 2).r, At(picture, 2, 2).a); // multiplied by it
+    EXPECT_EQ(At(picture, 2, 2).r, At(picture, 2, 2).a); // colors are multiplied by alpha
     EXPECT_EQ(At(picture, 3, 2).a, 0);
 }
 
-TEST(Draw, ClipsWhatIsNearerAndFartherThanTheCamerasPlanes) {
+TEST(Draw, ClipsAtTheNearAndFarPlanes) {
     SceneData scene = EmptyScene();
     const Index red = AddMaterial(scene, Glowing({1, 0, 0}));
     const Index green = AddMaterial(scene, Glowing({0, 1, 0}));
@@ -164,12 +164,13 @@ TEST(Draw, ClipsWhatIsNearerAndFartherThanTheCamerasPlanes) {
     AddMesh(scene, Square(-9, -9, 9, 9, -4.99f), green);
     scene.camera.near = 2;
     scene.camera.far = 5;
-    EXPECT_EQ(Mean(Drawn(scene)).g, 1); // to the corners: depth counts, not distance
+    EXPECT_EQ(Mean(Drawn(scene)).g,
+              1); // also in the corners: planes clip by depth, not by distance
     scene.camera.far = 4.98f;
     EXPECT_EQ(Mean(Drawn(scene)).a, 0);
 }
 
-TEST(Draw, MovesAnOrthographicWindowTheOtherWay) {
+TEST(Draw, ShiftsAnOrthographicWindowInTheOppositeDirection) {
     SceneData scene = EmptyScene(4, 4);
     AddMesh(scene, Square(0, 0, 1, 1, -3), AddMaterial(scene, Glowing(kWhite)));
     scene.camera.isOrthographic = true;
@@ -184,13 +185,14 @@ TEST(Draw, MovesAnOrthographicWindowTheOtherWay) {
 
 // Motion ------------------------------------------------------------------------------------------
 
-TEST(MotionBlur, CoversPixelsForAsLongAsAnInstanceIsThere) {
-    SceneData scene = EmptyScene(8, 8); // 0.25 a pixel at depth 1
+TEST(MotionBlur, CoversAPixelInProportionToTheTime) {
+    SceneData scene = EmptyScene(8, 8); // a pixel is 0.25 wide at depth 1
     AddMesh(scene, Square(-1, -1, -0.5f, 1, -1), AddMaterial(scene, Glowing(kWhite)));
     scene.instances.clear();
     AddInstance(scene, 0, {Moved(0, 0, 0), Moved(1, 0, 0)}, 1);
     const Picture picture = Drawn(scene, 1024);
-    // The edges go four pixels far: the two behind the square are left one after the other.
+    // The edges move by four pixels. The square leaves the two pixels behind it one after the
+    // other.
     const double expected[] = {0.125, 0.375, 0.5, 0.5, 0.375, 0.125, 0, 0};
     for (int x = 0; x < 8; ++x)
         EXPECT_NEAR(At(picture, x, 4).a, expected[x], 0.03) << x;
@@ -218,7 +220,7 @@ TEST(MotionBlur, MovesSpheresAndTheCameraTogether) {
         EXPECT_NEAR(moving.pixels[i], still.pixels[i], 1e-6);
 }
 
-TEST(MotionBlur, TakesMoreStepsThanTheTreesDo) {
+TEST(MotionBlur, HandlesMoreStepsThanEmbreeAllows) {
     SceneData scene = EmptyScene(8, 8);
     AddMesh(scene, Square(-1, -1, -0.5f, 1, -1), AddMaterial(scene, Glowing(kWhite)));
     scene.instances.clear();
@@ -229,14 +231,14 @@ TEST(MotionBlur, TakesMoreStepsThanTheTreesDo) {
     EXPECT_NEAR(At(Drawn(scene, 1024), 2, 4).a, 0.5, 0.03);
 }
 
-// The same picture every time ---------------------------------------------------------------------
+// Reproducibility ---------------------------------------------------------------------------------
 
-TEST(Draw, GivesTheSamePictureToAnyNumberOfThreads) {
+TEST(Draw, GivesTheSamePictureForAnyNumberOfThreads) {
     const SceneData scene = Busy(70, 40);
     EXPECT_EQ(Drawn(scene, 0, 1).pixels, Drawn(scene, 0, 4).pixels);
 }
 
-TEST(Draw, GivesTheSamePictureToAnyNumberOfThreadsWhereThingsCoincide) {
+TEST(Draw, GivesTheSamePictureForAnyNumberOfThreadsIfShapesCoincide) {
     SceneData scene = EmptyScene(64, 64);
     const Index half = AddMaterial(scene, [] {
         Material material = Glowing({0.1f, 0.5f, 0.9f});
@@ -252,7 +254,7 @@ TEST(Draw, GivesTheSamePictureToAnyNumberOfThreadsWhereThingsCoincide) {
     EXPECT_EQ(Drawn(scene, 2, 1).pixels, Drawn(scene, 2, 4).pixels);
 }
 
-TEST(Draw, GivesThePixelsOfAWindowAsTheyAreInTheWholePicture) {
+TEST(Draw, GivesThePixelsOfTheWholePictureInAWindow) {
     SceneData scene = Busy(70, 40);
     const Picture whole = Drawn(scene);
     for (const Window& window : {Window{0, 0, 35, 20}, Window{33, 7, 70, 40}, Window{5, 5, 6, 6}}) {
@@ -289,17 +291,17 @@ struct Listened {
     }
 };
 
-TEST(Draw, TellsHowFarItIs) {
+TEST(Draw, ReportsProgress) {
     Listened listened;
     Report report(listened.report());
     Draw(Busy(70, 40), {1, 2}, report);
-    ASSERT_EQ(listened.progress.size(), 1 + 3 * 40u); // the lines of squares of 32 pixels
+    ASSERT_EQ(listened.progress.size(), 1 + 3 * 40u); // rows of buckets of 32 pixels
     EXPECT_EQ(listened.progress.front(), 0);
     EXPECT_EQ(listened.progress.back(), 1);
     EXPECT_TRUE(std::is_sorted(listened.progress.begin(), listened.progress.end()));
 }
 
-TEST(Draw, StopsWhenNobodyWantsThePictureAnyMore) {
+TEST(Draw, StopsWhenItIsCancelled) {
     for (const int questions : {0, 3, 30}) {
         Listened listened;
         listened.cancelAfter = questions;
@@ -309,7 +311,7 @@ TEST(Draw, StopsWhenNobodyWantsThePictureAnyMore) {
     }
 }
 
-TEST(Draw, AsksWithinAPixelOfManySamplesToo) {
+TEST(Draw, ChecksForCancellationWithinAPixelOfManySamples) {
     Listened listened;
     Report report(listened.report());
     Draw(Busy(1, 1), {1025, 1}, report);
@@ -320,12 +322,12 @@ TEST(Draw, AsksWithinAPixelOfManySamplesToo) {
 
 // Hard cases --------------------------------------------------------------------------------------
 
-TEST(Draw, DrawsNothingOfAnEmptyScene) {
+TEST(Draw, GivesATransparentPictureOfAnEmptyScene) {
     const Picture picture = Drawn(EmptyScene(3, 2));
     EXPECT_EQ(picture.pixels, std::vector<float>(24, 0.0f));
 }
 
-TEST(Draw, GivesNumbersWhateverTheMaterial) {
+TEST(Draw, GivesFiniteValuesForAnyMaterial) {
     const float infinity = std::numeric_limits<float>::infinity();
     const float none = std::numeric_limits<float>::quiet_NaN();
     for (const float value : {0.0f, -1.0f, 1e30f, infinity, none}) {
@@ -350,7 +352,7 @@ TEST(Draw, GivesNumbersWhateverTheMaterial) {
     }
 }
 
-TEST(Draw, PassesOverGeometryThatIsNoNumber) {
+TEST(Draw, IgnoresGeometryThatIsNotFinite) {
     SceneData scene = EmptyScene();
     Mesh broken = Square(-1, -1, 1, 1, -2);
     broken.points[0][2].y = std::numeric_limits<float>::quiet_NaN();
@@ -363,7 +365,7 @@ TEST(Draw, PassesOverGeometryThatIsNoNumber) {
     EXPECT_EQ(Mean(Drawn(scene)).g, 1);
 }
 
-TEST(Draw, ShowsNoSpotsOnAFlatFloorFarFromTheOrigin) {
+TEST(Draw, HasNoSelfShadowingFarFromTheOrigin) {
     SceneData scene = EmptyScene(32, 32);
     const M44f far = M44f().rotate(V3f(0.4f, 0.3f, 0.2f)) * Moved(5000, -3000, 8000);
     AddMesh(scene, Square(-90, -90, 90, 90, -20), AddMaterial(scene, Matt(kWhite)), far);

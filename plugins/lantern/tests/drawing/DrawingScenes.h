@@ -12,8 +12,8 @@
 #include "drawing/Draw.h"
 #include "drawing/Picture.h"
 
-/// Small scenes made by hand. Without more, the camera stands at the origin, looks along -Z and
-/// sees from -1 to 1 in both directions at depth 1.
+/// Builders of small scenes. By default the camera is at the origin, looks along -Z and sees x and
+/// y from -1 to 1 at depth 1.
 namespace LanternTest {
 
 using namespace lantern;
@@ -24,7 +24,7 @@ inline M44f Moved(float x, float y, float z) {
     return matrix;
 }
 
-/// A part of a picture, its pixels made one by one by `pixel(x, y)`: four numbers each.
+/// A part of a picture whose pixels `pixel(x, y)` returns, as four numbers each.
 template <typename Pixel>
 Picture PartOf(int width, int height, const Window& window, Pixel pixel) {
     Picture picture;
@@ -42,7 +42,8 @@ Picture PartOf(int width, int height, const Window& window, Pixel pixel) {
     return picture;
 }
 
-/// A rectangle in X and Y that faces +Z, two triangles of one face, with coordinates 0 to 1.
+/// A rectangle in X and Y that faces +Z: one face of two triangles, with texture coordinates from 0
+/// to 1.
 inline Mesh Square(float left, float bottom, float right, float top, float z) {
     Mesh mesh;
     mesh.points = {{{left, bottom, z}, {right, bottom, z}, {right, top, z}, {left, top, z}}};
@@ -71,7 +72,7 @@ inline Index AddMaterial(SceneData& scene, const Material& material) {
     Surface surface;
     surface.material = static_cast<Index>(scene.materials.size() - 1);
     scene.surfaces.push_back(surface);
-    return surface.material; // its surface has the same one
+    return surface.material; // equal to the index of its surface
 }
 
 inline Index AddInstance(SceneData& scene, Index shape, const std::vector<M44f>& transforms,
@@ -107,7 +108,7 @@ inline void AddEnvironment(SceneData& scene, const Color& color = Color(1, 1, 1)
     scene.lights.emplace_back(light);
 }
 
-/// Shines by itself and reflects nothing: what is seen of it is this colour.
+/// A material that emits this radiance and reflects nothing.
 inline Material Glowing(const Color& color) {
     Material material;
     material.baseColor = Color(0, 0, 0);
@@ -116,7 +117,7 @@ inline Material Glowing(const Color& color) {
     return material;
 }
 
-/// Scatters light and nothing else.
+/// A purely diffuse material.
 inline Material Matt(const Color& color) {
     Material material;
     material.baseColor = color;
@@ -128,7 +129,7 @@ struct Rgba {
     float r, g, b, a;
 };
 
-/// In the whole picture's coordinates, from the top.
+/// The pixel at coordinates of the whole picture, from the top.
 inline Rgba At(const Picture& picture, int x, int y) {
     const std::size_t column = static_cast<std::size_t>(x - picture.window.x0);
     const std::size_t row = static_cast<std::size_t>(y - picture.window.y0);

@@ -47,7 +47,7 @@ PointLight Point(const M44d& toWorld, float intensity) {
     return light;
 }
 
-/// Shines along -Z where it is not turned.
+/// Shines along -Z with the identity transform.
 PointLight Spot(const M44d& toWorld, float intensity, const SpotCone& cone) {
     PointLight light = Point(toWorld, intensity);
     light.cone = cone;
@@ -86,7 +86,7 @@ TEST(DirectionalLight, GivesItsColorTimesTheCosine) {
     EXPECT_NEAR(Irradiance(light, 1), 1.5, 1e-4);
 }
 
-TEST(DirectionalLight, GivesTheSameWhenItIsSeenAsADisc) {
+TEST(DirectionalLight, GivesTheSameIrradianceAsADisc) {
     auto light = Directional(M44d(), 3);
     light.angle = 0.5f;
     EXPECT_NEAR(Irradiance(light), 3, 0.01);
@@ -99,7 +99,7 @@ TEST(PointLight, GivesItsIntensityByTheSquaredDistance) {
     EXPECT_NEAR(Irradiance(Point(At(3, 0, 3), 8), 1), 8 * 0.8 / 25, 1e-4);
 }
 
-TEST(PointLight, DecaysAsItSays) {
+TEST(PointLight, FollowsItsDecay) {
     auto light = Point(At(0, 0, 1), 8);
     light.decay = V3f(1, 0.5f, 0.25f); // at distance 2: 3
     EXPECT_NEAR(Irradiance(light, 1), 8.0 / 3, 1e-4);
@@ -107,7 +107,7 @@ TEST(PointLight, DecaysAsItSays) {
     EXPECT_NEAR(Irradiance(light), 8.0 / 3, 0.03);
 }
 
-TEST(PointLight, GivesTheSameAsABall) {
+TEST(PointLight, GivesTheSameIrradianceAsASphere) {
     auto light = Point(At(0, 0, 1), 8);
     light.radius = 1.5f;
     EXPECT_NEAR(Irradiance(light), 2, 0.02);
@@ -129,7 +129,7 @@ TEST(SpotLight, FadesBetweenItsCones) {
     EXPECT_NEAR(Irradiance(light, 1), 1, 1e-3);
 }
 
-TEST(AreaLight, GivesWhatARectangleDoes) {
+TEST(AreaLight, GivesTheIrradianceOfARectangle) {
     auto light = Area(At(0, 0, 0.5), 3);
     light.size = V2f(2, 1);
     EXPECT_NEAR(Irradiance(light), 3 * RectangleIrradiance(2, 1, 1.5), 0.02);
@@ -142,9 +142,9 @@ TEST(AreaLight, ShinesToOneSide) {
     EXPECT_EQ(Irradiance(light), 0);
 }
 
-TEST(EmissiveMesh, GivesWhatARectangleDoes) {
+TEST(EmissiveMesh, GivesTheIrradianceOfARectangle) {
     SceneData scene = Plane();
-    Mesh panel = Square(-1, -0.5f, 1, 0.5f, 0); // faces away, but shines to both sides
+    Mesh panel = Square(-1, -0.5f, 1, 0.5f, 0); // faces away, but emits to both sides
     AddMesh(scene, panel, AddMaterial(scene, Glowing(Color(3))), Moved(0, 0, 0.5f));
     EXPECT_NEAR(Irradiance(scene), 3 * RectangleIrradiance(2, 1, 1.5), 0.02);
 }
@@ -153,9 +153,9 @@ TEST(Environment, GivesPiTimesItsRadiance) {
     EXPECT_NEAR(Irradiance(Environment(M44d(), 2)), 2 * kPi, 0.06);
 }
 
-TEST(Environment, HasTheColorOfTheHorizonAndThoseAboveAndBelow) {
-    // The plane sees the half around +Z: from the horizon up and down, the mean of |y| weighted by
-    // the cosine is 4 / (3 pi), half of it on each side.
+TEST(Environment, InterpolatesBetweenHorizonZenithAndGround) {
+    // The plane sees the hemisphere around +Z. The cosine-weighted mean of |y| there is 4 / (3 pi),
+    // half of it above and half below the horizon.
     auto light = Environment(M44d(), 1);
     light.horizon = Color(0, 0, 0);
     light.zenith = Color(3, 3, 3);
@@ -163,10 +163,10 @@ TEST(Environment, HasTheColorOfTheHorizonAndThoseAboveAndBelow) {
     EXPECT_NEAR(Irradiance(light), (3 + 1) * 0.5 * kPi * 4 / (3 * kPi), 0.04);
 }
 
-TEST(Environment, TurnsWithItsTransform) {
+TEST(Environment, RotatesWithItsTransform) {
     auto light = Environment(M44d().rotate(Imath::V3d(M_PI / 2, 0, 0)), 1);
     light.horizon = light.ground = Color(0, 0, 0);
-    light.zenith = Color(3, 3, 3); // where the plane looks: 3 cos^2 over the half of all directions
+    light.zenith = Color(3, 3, 3); // towards +Z: 3 cos^2 over the hemisphere
     EXPECT_NEAR(Irradiance(light), 3 * 2 * kPi / 3, 0.06);
 }
 
@@ -193,7 +193,7 @@ TEST(LightsOfAllKinds, GiveTheirSum) {
                 0.1);
 }
 
-TEST(AreaLight, IsSeenInAMirrorWithItsRadiance) {
+TEST(AreaLight, IsVisibleInAMirrorWithItsRadiance) {
     for (const float roughness : {0.0f, 0.05f, 0.1f}) {
         SceneData scene = Plane();
         Material metal;
@@ -208,7 +208,7 @@ TEST(AreaLight, IsSeenInAMirrorWithItsRadiance) {
     }
 }
 
-TEST(Lights, AreHiddenByWhatStandsBeforeThem) {
+TEST(Lights, AreBlockedByShapes) {
     SceneData scene = Plane();
     scene.lights = {Point(At(1, 0, 1), 8)};
     AddMesh(scene, Square(0.4f, -0.1f, 0.6f, 0.1f, 0));

@@ -22,7 +22,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/// Of 100 by 60 pixels those of a window, each with its place in red and green.
+/// A window of a picture of 100 by 60 pixels, whose red and green are the pixel's position.
 Picture Part(const Window& window) {
     return PartOf(100, 60, window, [](int x, int y) {
         return std::array<float, 4>{float(x) / 128, float(y) / 64, 0.5f, 1};
@@ -83,11 +83,11 @@ TEST_F(PictureTest, KeepsItsWindowsAndHalfFloatsInExr) {
     EXPECT_EQ(found.spec.full_y, 0);
     EXPECT_EQ(found.spec.full_width, 100);
     EXPECT_EQ(found.spec.full_height, 60);
-    EXPECT_EQ(found.floats, Part({10, 20, 34, 29}).pixels); // these are halves to the bit
+    EXPECT_EQ(found.floats, Part({10, 20, 34, 29}).pixels); // the values are exact in half floats
     EXPECT_EQ(found.spec.get_string_attribute("compression"), "zip");
 }
 
-/// The numbers of a matrix behind its name and type, as the file has them.
+/// The elements of a matrix, which follow its name and type in the file.
 std::array<float, 16> MatrixBytes(const std::string& file, const std::string& name) {
     const std::string start = name + '\0' + "m44f" + '\0' + std::string("\x40\0\0\0", 4);
     const std::size_t at = file.find(start);
@@ -109,7 +109,7 @@ TEST_F(PictureTest, HasItsMatricesUnderTheirUsualNamesInExr) {
     EXPECT_THAT(file, HasSubstr("OxTellarProducers lantern"));
 }
 
-TEST_F(PictureTest, HasTheLargestHalfInPlaceOfMore) {
+TEST_F(PictureTest, ClampsToTheLargestHalf) {
     Picture picture = Part({0, 0, 1, 1});
     picture.pixels = {1e9f, 65504, -1e9f, 1};
     WritePicture(folder.path("a.exr"), picture);
@@ -131,7 +131,7 @@ TEST_F(PictureTest, KeepsItsPlaceAndTheSizeOfTheWholeInPng) {
     EXPECT_THAT(found.spec.get_string_attribute("Software"), HasSubstr("lantern"));
 }
 
-TEST_F(PictureTest, IsSrgbRolledOffAboveFourFifthsInPng) {
+TEST_F(PictureTest, CompressesHighlightsInPng) {
     Picture picture = Part({0, 0, 3, 1});
     picture.pixels = {0, 0.002f, 0.5f, 1, 0.8f, 1, 2, 1, 100, -1, 0.2f, 1};
     WritePicture(folder.path("a.png"), picture);
@@ -157,7 +157,7 @@ TEST_F(PictureTest, LeavesNothingBesideTheFile) {
     EXPECT_EQ(Read(folder.path("a.exr")).spec.width, 20);
 }
 
-TEST_F(PictureTest, HasThePermissionsOfTheProcessOrOfTheFileBefore) {
+TEST_F(PictureTest, HasThePermissionsOfTheProcessOrOfTheReplacedFile) {
     const mode_t before = umask(026);
     WritePicture(folder.path("a.png"), Part({0, 0, 4, 4}));
     EXPECT_EQ(permissions("a.png"), 0640u);
@@ -167,7 +167,7 @@ TEST_F(PictureTest, HasThePermissionsOfTheProcessOrOfTheFileBefore) {
     umask(before);
 }
 
-TEST_F(PictureTest, NamesAFolderThatIsNotThere) {
+TEST_F(PictureTest, NamesAMissingFolder) {
     const std::string path = folder.path("none/a.exr");
     EXPECT_EQ(WriteErrorOf(path, Part({0, 0, 4, 4})), "cannot write the picture \"" + path +
                                                           "\": there is no folder \"" +
@@ -183,21 +183,21 @@ TEST_F(PictureTest, NamesTheTwoFormats) {
     EXPECT_EQ(WriteErrorOf(folder.path("A.PNG"), Part({0, 0, 4, 4})), "no error");
 }
 
-TEST_F(PictureTest, LeavesNothingWhenItCannotGetItsPlace) {
+TEST_F(PictureTest, LeavesNothingIfItCannotBeRenamed) {
     std::filesystem::create_directory(folder.path("a.exr"));
     EXPECT_THAT(WriteErrorOf(folder.path("a.exr"), Part({0, 0, 4, 4})), HasSubstr("a.exr"));
     EXPECT_THAT(files(), ElementsAre("a.exr"));
 }
 
-TEST_F(PictureTest, TakesNamesAsLongAsTheSystemDoes) {
+TEST_F(PictureTest, AcceptsNamesOfTheSystemsLimit) {
     const std::string name = std::string(251, 'n') + ".png";
     EXPECT_EQ(WriteErrorOf(folder.path(name), Part({0, 0, 4, 4})), "no error");
     EXPECT_THAT(files(), ElementsAre(name));
 }
 
-// Matrices of what was drawn ----------------------------------------------------------------------
+// Matrices of drawn pictures ----------------------------------------------------------------------
 
-TEST(DrawnPicture, TakesTheWorldToItsPixels) {
+TEST(DrawnPicture, HasMatricesThatMapTheWorldToItsPixels) {
     SceneData scene = EmptyScene(16, 8);
     AddMesh(scene, Square(3.8f, -0.1f, 4.7f, 0.6f, -2), AddMaterial(scene, Glowing({1, 1, 1})));
     scene.camera.toWorld = {M44d().setTranslation(Imath::V3d(3, 0, 0)),

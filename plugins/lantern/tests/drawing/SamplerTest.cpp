@@ -9,7 +9,7 @@ namespace {
 
 using lantern::Sampler;
 
-/// By its direction numbers, one bit of the index after the other.
+/// Computed from the direction numbers, bit by bit of the index.
 std::uint32_t SecondSobol(std::uint32_t index) {
     std::uint32_t result = 0;
     for (std::uint32_t direction = 1u << 31; index; index >>= 1, direction ^= direction >> 1)
@@ -24,7 +24,7 @@ TEST(SobolSequence, HasTheSecondDimensionOfItsDirectionNumbers) {
     }
 }
 
-/// In how many of the 16 boxes of such a shape the first 16 pairs of a pixel are.
+/// The number of boxes, of 16 with this shape, that contain one of a pixel's first 16 pairs.
 std::size_t BoxesHit(int columns, int rows) {
     std::set<std::pair<int, int>> boxes;
     for (int path = 0; path < 16; ++path) {
@@ -34,7 +34,7 @@ std::size_t BoxesHit(int columns, int rows) {
     return boxes.size();
 }
 
-TEST(Sampler, PutsOneOfSixteenPathsIntoEachBoxOfASixteenthWhateverItsShape) {
+TEST(Sampler, StratifiesSixteenPathsInBoxesOfAnyShape) {
     EXPECT_EQ(BoxesHit(16, 1), 16u);
     EXPECT_EQ(BoxesHit(8, 2), 16u);
     EXPECT_EQ(BoxesHit(4, 4), 16u);
@@ -51,13 +51,13 @@ TEST(Sampler, GivesAnotherPairForEachPixelPathAndPurpose) {
     EXPECT_NE(one, Sampler(7, 9, 2).pair(4));
 }
 
-TEST(Sampler, DoesNotTieTheNumbersOfOnePurposeToThoseOfAnother) {
+TEST(Sampler, DoesNotCorrelatePurposes) {
     double sum = 0;
     for (int path = 0; path < 4096; ++path) {
         const Sampler sampler(1, 2, path);
         sum += (sampler.pair(1).x - 0.5) * (sampler.pair(2).x - 0.5);
     }
-    EXPECT_NEAR(sum / 4096, 0, 0.005); // 1/12 if they were the same
+    EXPECT_NEAR(sum / 4096, 0, 0.005); // 1/12 for equal numbers
 }
 
 } // namespace

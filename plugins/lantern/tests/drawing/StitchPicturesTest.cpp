@@ -18,7 +18,7 @@ using namespace LanternTest;
 using testing::AllOf;
 using testing::HasSubstr;
 
-/// Of 90 by 50 pixels those of a window, noisy.
+/// A window of a noisy picture of 90 by 50 pixels.
 Picture Part(const Window& window) {
     return PartOf(90, 50, window, [](int x, int y) {
         const auto noise = [&](int channel) {
@@ -34,7 +34,7 @@ protected:
         WritePicture(folder.path(name), picture);
         return folder.path(name);
     }
-    /// Three tiles that are no grid.
+    /// Three tiles that do not form a grid.
     std::vector<std::string> tiles(const std::string& extension) const {
         return {write("c" + extension, Part({40, 0, 90, 50})),
                 write("b" + extension, Part({0, 30, 40, 50})),
@@ -56,25 +56,25 @@ protected:
 
 // Exactness ---------------------------------------------------------------------------------------
 
-TEST_F(StitchPicturesTest, MakesTheFileThatTheWholePictureWouldBeInExr) {
+TEST_F(StitchPicturesTest, GivesTheFileOfTheWholePictureInExr) {
     EXPECT_EQ(errorOf(tiles(".exr"), "stitched.exr"), "no error");
     write("whole.exr", Part({0, 0, 90, 50}));
     EXPECT_EQ(folder.read("stitched.exr"), folder.read("whole.exr"));
 }
 
-TEST_F(StitchPicturesTest, MakesTheFileThatTheWholePictureWouldBeInPng) {
+TEST_F(StitchPicturesTest, GivesTheFileOfTheWholePictureInPng) {
     EXPECT_EQ(errorOf(tiles(".png"), "stitched.png"), "no error");
     write("whole.png", Part({0, 0, 90, 50}));
     EXPECT_EQ(folder.read("stitched.png"), folder.read("whole.png"));
 }
 
-TEST_F(StitchPicturesTest, MakesPngOfExr) {
+TEST_F(StitchPicturesTest, ConvertsExrToPng) {
     EXPECT_EQ(errorOf(tiles(".exr"), "stitched.png"), "no error");
     EXPECT_EQ(errorOf({write("whole.exr", Part({0, 0, 90, 50}))}, "whole.png"), "no error");
     EXPECT_EQ(folder.read("stitched.png"), folder.read("whole.png"));
 }
 
-TEST_F(StitchPicturesTest, MakesACroppedPictureOfTilesInARectangle) {
+TEST_F(StitchPicturesTest, StitchesTilesOfACroppedPicture) {
     const std::vector<std::string> some = {write("a.exr", Part({10, 20, 30, 40})),
                                            write("b.exr", Part({30, 20, 40, 40}))};
     EXPECT_EQ(errorOf(some, "stitched.exr"), "no error");
@@ -82,7 +82,7 @@ TEST_F(StitchPicturesTest, MakesACroppedPictureOfTilesInARectangle) {
     EXPECT_EQ(folder.read("stitched.exr"), folder.read("cropped.exr"));
 }
 
-TEST_F(StitchPicturesTest, MayReplaceOneOfItsTiles) {
+TEST_F(StitchPicturesTest, CanReplaceOneOfItsTiles) {
     const auto paths = tiles(".png");
     Report report;
     StitchPictures(paths, paths[0], report);
@@ -90,16 +90,16 @@ TEST_F(StitchPicturesTest, MayReplaceOneOfItsTiles) {
     EXPECT_EQ(folder.read("c.png"), folder.read("whole.png"));
 }
 
-// What is wrong -----------------------------------------------------------------------------------
+// Errors ------------------------------------------------------------------------------------------
 
-TEST_F(StitchPicturesTest, NamesThePixelsThatAreMissing) {
+TEST_F(StitchPicturesTest, NamesMissingPixels) {
     auto paths = tiles(".exr");
     paths.erase(paths.begin() + 1);
     EXPECT_EQ(errorOf(paths, "stitched.exr"),
               "a tile is missing: nothing covers the pixels [0, 40) by [30, 50)");
 }
 
-TEST_F(StitchPicturesTest, NamesTilesThatLieOverEachOther) {
+TEST_F(StitchPicturesTest, NamesOverlappingTiles) {
     auto paths = tiles(".exr");
     paths.push_back(write("d.exr", Part({39, 29, 41, 31})));
     EXPECT_THAT(errorOf(paths, "stitched.exr"),
@@ -122,7 +122,7 @@ TEST_F(StitchPicturesTest, RefusesTilesOfAnotherPicture) {
     }
 }
 
-TEST_F(StitchPicturesTest, DoesNotMakeExrOfEightBits) {
+TEST_F(StitchPicturesTest, DoesNotConvertPngToExr) {
     EXPECT_THAT(errorOf(tiles(".png"), "stitched.exr"), HasSubstr("c.png"));
 }
 
@@ -132,14 +132,14 @@ TEST_F(StitchPicturesTest, DoesNotMixFormats) {
     EXPECT_THAT(errorOf(paths, "stitched.png"), AllOf(HasSubstr("b.png"), HasSubstr("format")));
 }
 
-TEST_F(StitchPicturesTest, NamesATileThatIsNotThere) {
+TEST_F(StitchPicturesTest, NamesAMissingTile) {
     auto paths = tiles(".exr");
     paths[1] = folder.path("none.exr");
     EXPECT_THAT(errorOf(paths, "stitched.exr"), HasSubstr(folder.path("none.exr")));
     EXPECT_THAT(errorOf({}, "stitched.exr"), HasSubstr("there are no tiles"));
 }
 
-TEST_F(StitchPicturesTest, DoesNotWaitForATileThatIsAPipe) {
+TEST_F(StitchPicturesTest, DoesNotBlockOnPipes) {
     for (const char* extension : {".exr", ".png"}) {
         auto paths = tiles(extension);
         paths[1] = folder.makePipe(std::string("pipe") + extension);
@@ -148,7 +148,7 @@ TEST_F(StitchPicturesTest, DoesNotWaitForATileThatIsAPipe) {
     }
 }
 
-TEST_F(StitchPicturesTest, NamesATileThatIsDamagedAnywhere) {
+TEST_F(StitchPicturesTest, NamesADamagedTile) {
     for (const char* extension : {".exr", ".png"}) {
         const auto paths = tiles(extension);
         const std::string file = folder.read(std::string("b") + extension);
@@ -160,7 +160,7 @@ TEST_F(StitchPicturesTest, NamesATileThatIsDamagedAnywhere) {
     }
 }
 
-TEST_F(StitchPicturesTest, TakesNoFileForWhatItsNameSays) {
+TEST_F(StitchPicturesTest, ChecksTheContentOfFilesNotTheirNames) {
     auto paths = tiles(".png");
     std::filesystem::copy_file(paths[1], folder.path("false.exr"));
     EXPECT_THAT(errorOf({folder.path("false.exr")}, "stitched.exr"), HasSubstr("false.exr"));
@@ -174,7 +174,7 @@ TEST_F(StitchPicturesTest, TakesNoFileForWhatItsNameSays) {
                 AllOf(HasSubstr(stranger), HasSubstr("size of the whole picture")));
 }
 
-/// A header alone, of an ".exr" that claims these windows.
+/// An EXR file of only a header with these windows.
 std::string HeaderOfExr(std::int32_t right, std::int32_t bottom) {
     TempDirectory folder;
     WritePicture(folder.path("a.exr"), Part({0, 0, 8, 8}));
@@ -187,15 +187,15 @@ std::string HeaderOfExr(std::int32_t right, std::int32_t bottom) {
     return file;
 }
 
-TEST_F(StitchPicturesTest, RefusesSizesThatCannotBe) {
+TEST_F(StitchPicturesTest, RefusesInvalidSizes) {
     const std::string vast = folder.write("vast.exr", HeaderOfExr(99999, 10));
     EXPECT_THAT(errorOf({vast}, "s.exr"), AllOf(HasSubstr(vast), HasSubstr("cannot have 100000")));
-    const std::string rows(40000, '\0'); // longer than the list of where the rows are
+    const std::string rows(40000, '\0'); // longer than the table of row offsets
     const std::string bomb = folder.write("bomb.exr", HeaderOfExr(59999, 59999) + rows);
     EXPECT_THAT(errorOf({bomb}, "s.exr"), AllOf(HasSubstr(bomb), HasSubstr("too short")));
 }
 
-TEST_F(StitchPicturesTest, StopsWhenNobodyWantsThePictureAnyMore) {
+TEST_F(StitchPicturesTest, StopsWhenItIsCancelled) {
     OxRenderListener_v1 listener{};
     listener.isCancelled = [](void*) { return 1; };
     Report report(listener);

@@ -6,7 +6,7 @@
 
 #include "DrawingScenes.h"
 
-// What surfaces are where rays meet them.
+// Materials, opacity, instances and normals of surfaces.
 
 namespace {
 
@@ -16,12 +16,12 @@ const Color kWhite(1, 1, 1);
 const Color kRed(1, 0, 0);
 const Color kGreen(0, 1, 0);
 
-/// Fills the picture, at depth 3.
+/// A square that fills the picture, at depth 3.
 Mesh Wall(float z = -3) {
     return Square(-9, -9, 9, 9, z);
 }
 
-/// Everything behind it is green.
+/// A green background.
 SceneData BeforeGreen(const Material& material) {
     SceneData scene = EmptyScene();
     AddMesh(scene, Wall(-2), AddMaterial(scene, material));
@@ -31,7 +31,7 @@ SceneData BeforeGreen(const Material& material) {
 
 // Materials of faces ------------------------------------------------------------------------------
 
-TEST(Faces, AreMadeOfTheirOwnMaterials) {
+TEST(Faces, HaveTheirOwnMaterials) {
     SceneData scene = EmptyScene(4, 4);
     Mesh mesh = Square(-1, -1, 0, 1, -1);
     const Mesh right = Square(0, -1, 1, 1, -1);
@@ -50,9 +50,9 @@ TEST(Faces, AreMadeOfTheirOwnMaterials) {
     EXPECT_EQ(At(picture, 3, 2).r, 0);
 }
 
-// Openings ----------------------------------------------------------------------------------------
+// Opacity -----------------------------------------------------------------------------------------
 
-TEST(Opacity, IsTheShareOfWhatIsSeen) {
+TEST(Opacity, BlendsWithTheBackground) {
     Material veil = Glowing(kRed);
     veil.opacity = 0.3f;
     const Rgba mean = Mean(Drawn(BeforeGreen(veil), 256));
@@ -61,7 +61,7 @@ TEST(Opacity, IsTheShareOfWhatIsSeen) {
     EXPECT_EQ(mean.a, 1);
 }
 
-TEST(Opacity, IsTheShareOfAlphaWhereNothingIsBehind) {
+TEST(Opacity, IsTheAlphaWithoutABackground) {
     SceneData scene = EmptyScene();
     Material veil = Glowing(kWhite);
     veil.opacity = 0.3f;
@@ -69,7 +69,7 @@ TEST(Opacity, IsTheShareOfAlphaWhereNothingIsBehind) {
     EXPECT_NEAR(Mean(Drawn(scene, 256)).a, 0.3, 0.01);
 }
 
-TEST(AlphaCutoff, MakesOfOpacityAllOrNothing) {
+TEST(AlphaCutoff, MakesASurfaceOpaqueOrInvisible) {
     Material leaf = Glowing(kRed);
     leaf.opacity = 0.5f;
     leaf.alphaCutoff = 0.5f;
@@ -78,7 +78,7 @@ TEST(AlphaCutoff, MakesOfOpacityAllOrNothing) {
     EXPECT_EQ(Mean(Drawn(BeforeGreen(leaf))).g, 1);
 }
 
-TEST(Opacity, DimsTheLightThatComesThroughSeveralVeils) {
+TEST(Opacity, MultipliesTransmittancesOfShadowRays) {
     SceneData scene = EmptyScene();
     AddMesh(scene, Wall(-1), AddMaterial(scene, Matt(kWhite)));
     scene.camera.fov = 1;
@@ -90,12 +90,12 @@ TEST(Opacity, DimsTheLightThatComesThroughSeveralVeils) {
     Material veil = Matt(kWhite);
     veil.opacity = 0.2f;
     const Index of = AddMaterial(scene, veil);
-    for (int i = 1; i <= 40; ++i) // beside the camera, on the way of the sun
+    for (int i = 1; i <= 40; ++i) // beside the camera, between the square and the sun
         AddMesh(scene, Square(0.5f, -9, 90, 9, -0.5f + 0.01f * float(i)), of);
     EXPECT_NEAR(Mean(Drawn(scene)).g / open, std::pow(0.8, 40), 1e-6);
 }
 
-TEST(SingleSidedSurface, IsSeenFromOutsideOnly) {
+TEST(SingleSidedSurface, IsVisibleOnlyFromOutside) {
     Material material = Glowing(kRed);
     material.isDoubleSided = false;
     SceneData scene = BeforeGreen(material);
@@ -104,18 +104,18 @@ TEST(SingleSidedSurface, IsSeenFromOutsideOnly) {
     EXPECT_EQ(Mean(Drawn(scene)).g, 1);
 }
 
-TEST(SingleSidedSurface, StaysOutsideWhenItsInstanceIsMirrored) {
+TEST(SingleSidedSurface, KeepsItsOutsideInAMirroredInstance) {
     Material material = Glowing(kRed);
     material.isDoubleSided = false;
     SceneData scene = BeforeGreen(material);
-    scene.transforms[0] = M44f().scale(V3f(-1, 1, 1)); // a front is a front in a mirror
+    scene.transforms[0] = M44f().scale(V3f(-1, 1, 1)); // mirroring keeps the outside
     EXPECT_EQ(Mean(Drawn(scene)).r, 1);
     scene.transforms[0] = M44f().scale(V3f(1, 1, -1)) * Moved(0, 0, -5);
     EXPECT_EQ(Mean(Drawn(scene)).g, 1);
 }
 
-/// Rays go from what is lit to the light, like those that find out by chance what is there.
-TEST(SingleSidedSurface, StopsRaysToTheLightFromOutsideOnly) {
+/// Shadow rays go from the lit surface to the light, like rays that a BSDF samples.
+TEST(SingleSidedSurface, BlocksShadowRaysOnlyFromOutside) {
     SceneData scene = EmptyScene();
     scene.camera.fov = 1;
     AddMesh(scene, Wall(-1), AddMaterial(scene, Matt(kWhite)));
@@ -126,14 +126,14 @@ TEST(SingleSidedSurface, StopsRaysToTheLightFromOutsideOnly) {
     sun.toWorld.rotate(Imath::V3d(0, M_PI / 3, 0));
     scene.lights = {sun};
     scene.quality.maxDepth = 1;
-    EXPECT_NEAR(Mean(Drawn(scene)).g, 0.5 / M_PI, 1e-3); // rays meet the inside first
+    EXPECT_NEAR(Mean(Drawn(scene)).g, 0.5 / M_PI, 1e-3); // shadow rays hit the inside first
     scene.transforms[1] = M44f().scale(V3f(1, 1, -1));
     EXPECT_EQ(Mean(Drawn(scene)).g, 0);
 }
 
 // Instances ---------------------------------------------------------------------------------------
 
-/// What a light along a direction gives to an instance of the square, by its normal.
+/// The irradiance of an instance of the square from a light in a direction.
 float LitBy(const V3f& towards, const M44f& instance) {
     SceneData scene = EmptyScene();
     scene.camera.fov = 0.1f;
@@ -148,14 +148,14 @@ float LitBy(const V3f& towards, const M44f& instance) {
     return Mean(Drawn(scene, 4)).g * float(M_PI);
 }
 
-TEST(Instance, TurnsNormalsOfASlantedShape) {
+TEST(Instance, TransformsNormalsOfAShearedShape) {
     M44f shear;
     shear[0][2] = 0.75f; // z grows with x: the normal is (-0.6, 0, 0.8)
     EXPECT_NEAR(LitBy({-0.6f, 0, 0.8f}, shear * Moved(0, 0, -3)), 1, 1e-4);
     EXPECT_NEAR(LitBy({0.28f, 0, 0.96f}, shear * Moved(0, 0, -3)), -0.6 * 0.28 + 0.8 * 0.96, 1e-4);
 }
 
-TEST(Instance, TurnsNormalsOfAMirroredShape) {
+TEST(Instance, TransformsNormalsOfAMirroredShape) {
     M44f shear;
     shear[0][2] = 0.75f;
     const M44f mirrored = shear * M44f().scale(V3f(-1, 1, 1)) * Moved(0, 0, -3);
@@ -173,7 +173,7 @@ TEST(Instance, ScalesASphereToAnEllipsoid) {
 
 // Normals -----------------------------------------------------------------------------------------
 
-/// The middle of a square, lit along the axis by 1.
+/// The irradiance in the middle of a square that is lit along the axis.
 float LitMiddle(const Mesh& mesh, SceneData scene = EmptyScene(1, 1)) {
     scene.camera.fov = 0.01f;
     AddMesh(scene, mesh, AddMaterial(scene, Matt(kWhite)));
@@ -183,28 +183,28 @@ float LitMiddle(const Mesh& mesh, SceneData scene = EmptyScene(1, 1)) {
     return Mean(Drawn(scene, 4)).g * float(M_PI);
 }
 
-TEST(Normals, AreThoseOfTheFlatTriangleWithoutAny) {
+TEST(Normals, AreThoseOfTheTriangleIfTheMeshHasNone) {
     EXPECT_NEAR(LitMiddle(Wall()), 1, 1e-4);
 }
 
-TEST(Normals, AreBlendedBetweenThePoints) {
+TEST(Normals, AreInterpolatedBetweenPoints) {
     Mesh mesh = Wall();
-    // On the diagonal between the first and third point; the blend is (0, 0, 0.8), made longer.
+    // On the diagonal between the first and third point the interpolated normal is (0, 0, 0.8).
     mesh.normals.values = {{-0.6f, 0, 0.8f}, {0, 0, 1}, {0.6f, 0, 0.8f}, {0, 0, 1}};
     EXPECT_NEAR(LitMiddle(mesh), 1, 1e-4);
     mesh.normals.values = {{0.6f, 0, 0.8f}, {0, 0, 1}, {0.6f, 0, 0.8f}, {0, 0, 1}};
     EXPECT_NEAR(LitMiddle(mesh), 0.8, 1e-4);
 }
 
-TEST(Normals, MayBelongToCorners) {
+TEST(Normals, CanBelongToCorners) {
     Mesh mesh = Wall();
     mesh.normals.values = {{0, 0, 1}, {0.6f, 0, 0.8f}};
     mesh.normals.index = {1, 0, 1, 1, 1, 0};
     EXPECT_NEAR(LitMiddle(mesh), 0.8, 1e-4);
 }
 
-/// A wall from which light is hidden stays dark, even where its normals turn towards the light.
-TEST(Normals, LetNoLightThroughFromBehind) {
+/// A wall that faces away from the light stays dark even if its normals face the light.
+TEST(Normals, DoNotLeakLightFromBehind) {
     Mesh mesh = Wall();
     mesh.normals.values.assign(4, V3f(0.8f, 0, 0.6f).normalized());
     SceneData scene = EmptyScene(1, 1);
@@ -216,7 +216,7 @@ TEST(Normals, LetNoLightThroughFromBehind) {
     EXPECT_EQ(Mean(Drawn(scene, 4)).g, 0);
 }
 
-TEST(Spheres, AreRoundToTheLight) {
+TEST(Spheres, HaveSphericalNormals) {
     SceneData scene = EmptyScene(1, 1);
     scene.camera.fov = 0.01f;
     AddSphere(scene, {0, 0, -3}, 1, AddMaterial(scene, Matt(kWhite)));
@@ -226,9 +226,9 @@ TEST(Spheres, AreRoundToTheLight) {
     EXPECT_NEAR(Mean(Drawn(scene, 4)).g * M_PI, 0.5, 1e-3);
 }
 
-// Environment behind ------------------------------------------------------------------------------
+// Background --------------------------------------------------------------------------------------
 
-TEST(Environment, FillsThePictureWhenItIsToBeSeen) {
+TEST(Environment, FillsThePictureIfTheCameraSeesIt) {
     SceneData scene = EmptyScene();
     AddEnvironment(scene, {0.1f, 0.2f, 0.3f});
     EXPECT_FLOAT_EQ(Mean(Drawn(scene)).b, 0.3f);

@@ -67,7 +67,7 @@ protected:
     std::vector<std::string> messages;
 };
 
-// Where -------------------------------------------------------------------------------------------
+// Coordinates -------------------------------------------------------------------------------------
 
 TEST_F(TexturesTest, GrowUpwardsAndToTheRight) {
     const Texture texture = of(corners());
@@ -78,7 +78,7 @@ TEST_F(TexturesTest, GrowUpwardsAndToTheRight) {
     EXPECT_THAT(messages, IsEmpty());
 }
 
-TEST_F(TexturesTest, LieOnASquareAsTheyAre) {
+TEST_F(TexturesTest, CoverASquareUnchanged) {
     SceneData scene = EmptyScene(8, 8);
     Material material = Glowing(Color(0, 0, 0));
     material.emissionTexture = 0;
@@ -94,12 +94,12 @@ TEST_F(TexturesTest, LieOnASquareAsTheyAre) {
     EXPECT_NEAR(At(picture, 5, 5).r, 0.875 * 0.875 + 0.125 * 0.125, 0.01);
 }
 
-TEST_F(TexturesTest, AreBlendedBetweenTheirTexels) {
+TEST_F(TexturesTest, AreInterpolatedBetweenTexels) {
     EXPECT_NEAR(lookUp(of(corners()), {0.5f, 0.75f}).x, 0.5f, 1e-3f);
     EXPECT_NEAR(lookUp(of(corners()), {0.5f, 0.75f}).y, 0.5f, 1e-3f);
 }
 
-TEST_F(TexturesTest, WrapAsTheySay) {
+TEST_F(TexturesTest, FollowTheirWrapMode) {
     Texture texture = of(corners());
     EXPECT_EQ(lookUp(texture, {1.25f, 0.75f}), Color(1, 0, 0));
     texture.wrapU = Texture::Wrap::Clamp;
@@ -112,7 +112,7 @@ TEST_F(TexturesTest, WrapAsTheySay) {
     EXPECT_EQ(lookUp(texture, {0.25f, -3}), Color(0, 0, 1));
 }
 
-TEST_F(TexturesTest, ScaleThenTurnThenMove) {
+TEST_F(TexturesTest, ScaleThenRotateThenMove) {
     const auto isNear = [](const Color& found, const Color& expected) {
         return found.equalWithAbsError(expected, 1e-5f);
     };
@@ -125,7 +125,7 @@ TEST_F(TexturesTest, ScaleThenTurnThenMove) {
     EXPECT_PRED2(isNear, lookUp(texture, {0.375f, -0.25f}), Color(0, 1, 0));
 }
 
-TEST_F(TexturesTest, TakeTheCoordinatesOfTheirSet) {
+TEST_F(TexturesTest, UseTheCoordinatesOfTheirSet) {
     SceneData scene = EmptyScene(2, 2);
     Material material = Glowing(Color(0, 0, 0));
     material.emissionTexture = 0;
@@ -138,9 +138,9 @@ TEST_F(TexturesTest, TakeTheCoordinatesOfTheirSet) {
     EXPECT_NEAR(Mean(Drawn(scene)).r, 0, 1e-6);
 }
 
-// What --------------------------------------------------------------------------------------------
+// Values ------------------------------------------------------------------------------------------
 
-TEST_F(TexturesTest, AreMadeLinearWhenTheyAreSrgb) {
+TEST_F(TexturesTest, AreConvertedFromSrgb) {
     Texture texture = of(image("grey.png", 1, 1, 3, {188, 128, 5}));
     EXPECT_NEAR(lookUp(texture, {0, 0}).x, 188 / 255.0, 1e-5);
     texture.isSrgb = true;
@@ -149,14 +149,14 @@ TEST_F(TexturesTest, AreMadeLinearWhenTheyAreSrgb) {
     EXPECT_NEAR(lookUp(texture, {0, 0}).z, 5 / 255.0 / 12.92, 1e-6);
 }
 
-TEST_F(TexturesTest, MayBeOneChannelAndMultiplied) {
+TEST_F(TexturesTest, CanBeASingleMultipliedChannel) {
     Texture texture = of(image("rgba.png", 1, 1, 4, {51, 102, 153, 204}));
     texture.multiply = Color(0.5f, 1, 2);
     EXPECT_NEAR(lookUp(texture, {0, 0}).z, 1.2, 1e-5); // not multiplied by alpha
     texture.channel = 2;
     EXPECT_NEAR(lookUp(texture, {0, 0}).x, 0.3, 1e-5);
     texture.channel = 3;
-    texture.isSrgb = true; // alpha never is
+    texture.isSrgb = true; // ignored for alpha
     EXPECT_NEAR(lookUp(texture, {0, 0}).x, 0.4, 1e-5);
 }
 
@@ -169,7 +169,7 @@ TEST_F(TexturesTest, AreGreyWithOneChannelAndOpaqueWithoutAlpha) {
     EXPECT_EQ(lookUp(texture, {0, 0}).x, 1);
 }
 
-TEST_F(TexturesTest, MayHaveNumbersOfAnyWidth) {
+TEST_F(TexturesTest, CanHaveValuesOfAnyWidth) {
     const std::vector<float> pixel{0.25f, 0.5f, 0.75f};
     for (const auto type : {OIIO::TypeDesc::UINT16, OIIO::TypeDesc::UINT32, OIIO::TypeDesc::HALF,
                             OIIO::TypeDesc::FLOAT}) {
@@ -185,10 +185,10 @@ TEST_F(TexturesTest, MayHaveNumbersOfAnyWidth) {
     EXPECT_THAT(messages, IsEmpty());
 }
 
-TEST_F(TexturesTest, TakeTheDirectionOfNormals) {
+TEST_F(TexturesTest, CanBeNormalMaps) {
     SceneData scene = EmptyScene(1, 1);
     scene.camera.fov = 0.01f;
-    // Bent upwards: (0, 0.6, 0.8), as the second coordinate grows.
+    // The normal is bent towards growing t: (0, 0.6, 0.8).
     scene.textures = {of(image("normals.png", 1, 1, 3, {128, 204, 230}))};
     Material material = Matt(Color(1, 1, 1));
     material.normalTexture = 0;
@@ -208,7 +208,7 @@ TEST_F(TexturesTest, CutHolesIntoMeshesAndSpheres) {
     scene.textures = {of(image("halves.png", 1, 2, 1, {255, 0}))};
     Material material = Glowing(Color(1, 1, 1));
     material.opacityTexture = 0;
-    material.alphaCutoff = 0.5f; // which is at the border, half way up
+    material.alphaCutoff = 0.5f; // reached half way up
     const Index of = AddMaterial(scene, material);
     AddMesh(scene, Square(-1, -4, 1, 4, -1), of);
     scene.textures[0].wrapV = Texture::Wrap::Clamp;
@@ -216,17 +216,17 @@ TEST_F(TexturesTest, CutHolesIntoMeshesAndSpheres) {
     EXPECT_EQ(At(Drawn(scene), 0, 2).a, 0);
     scene.instances.clear();
     AddSphere(scene, {0, 0, -3}, 1, of);
-    scene.camera.fov = 10; // of what is behind the hole, the ball's back is above the border, too
+    scene.camera.fov = 10; // behind the hole, the sphere's back is above the cutoff as well
     EXPECT_EQ(At(Drawn(scene), 0, 1).a, 1);
     EXPECT_EQ(At(Drawn(scene), 0, 2).a, 0);
 }
 
 // Environment -------------------------------------------------------------------------------------
 
-TEST_F(TexturesTest, LieAroundTheSceneWithTheMiddleAtMinusZ) {
+TEST_F(TexturesTest, SurroundTheSceneWithTheMiddleAtMinusZ) {
     SceneData scene = EmptyScene(1, 1);
     scene.camera.fov = 1;
-    // From left to right: behind and left, left to ahead, ahead to right, right to behind.
+    // Texels from left to right: behind to left, left to ahead, ahead to right, right to behind.
     scene.textures = {
         of(image("around.png", 4, 1, 3, {255, 0, 0, 0, 255, 0, 0, 0, 255, 255, 255, 255}))};
     EnvironmentLight light;
@@ -244,7 +244,7 @@ TEST_F(TexturesTest, LieAroundTheSceneWithTheMiddleAtMinusZ) {
     EXPECT_NEAR(ahead(-135).g, 1, 0.05);
 }
 
-TEST_F(TexturesTest, LightTheSceneFromWhereTheyAreBright) {
+TEST_F(TexturesTest, LightTheSceneFromTheirBrightParts) {
     SceneData scene = EmptyScene(1, 1);
     scene.camera.fov = 0.01f;
     // One texel of 64 by 32 at the height of 45 degrees, towards +Z: seen by a plane that faces +Z.
@@ -265,7 +265,7 @@ TEST_F(TexturesTest, LightTheSceneFromWhereTheyAreBright) {
 
 // Faults ------------------------------------------------------------------------------------------
 
-TEST_F(TexturesTest, LeaveTheMaterialsOwnValueWhenTheyCannotBeRead) {
+TEST_F(TexturesTest, KeepTheMaterialsOwnValueIfTheyCannotBeRead) {
     SceneData scene = EmptyScene(2, 2);
     Material material = Glowing({0, 0.5f, 0});
     material.emissionTexture = 0;
@@ -278,7 +278,7 @@ TEST_F(TexturesTest, LeaveTheMaterialsOwnValueWhenTheyCannotBeRead) {
                                       HasSubstr(folder.path("text.png"))));
 }
 
-TEST_F(TexturesTest, AreNotWaitedForWhenTheyArePipes) {
+TEST_F(TexturesTest, DoNotBlockOnPipes) {
     SceneData scene = EmptyScene(2, 2);
     Material material = Glowing({0, 0.5f, 0});
     material.emissionTexture = 0;
@@ -289,7 +289,7 @@ TEST_F(TexturesTest, AreNotWaitedForWhenTheyArePipes) {
     EXPECT_THAT(messages, ElementsAre(HasSubstr("pipe.png\": it is not a regular file")));
 }
 
-TEST_F(TexturesTest, AreWarnedOfOnceWhenTheyAreCutShort) {
+TEST_F(TexturesTest, WarnOnceIfTheyAreTruncated) {
     std::vector<std::uint8_t> bytes(256 * 256 * 3);
     for (std::size_t i = 0; i < bytes.size(); ++i)
         bytes[i] = static_cast<std::uint8_t>(i * i >> 7);

@@ -21,13 +21,13 @@ std::string ErrorOfSettings(const std::string& settings) {
     return ReadErrorOf(SettingsJson(settings));
 }
 
-/// "x0 y0 x1 y1"
+/// The window as "x0 y0 x1 y1".
 std::string Text(const Window& window) {
     return std::to_string(window.x0) + " " + std::to_string(window.y0) + " " +
            std::to_string(window.x1) + " " + std::to_string(window.y1);
 }
 
-TEST(ReadCamera, TellsItsLensAndPlace) {
+TEST(ReadCamera, HasItsLensAndTransform) {
     const SceneData scene = ReadSilently(SceneJson("", "", R"("xform.translate": [1.0, 2, 3],
         "geometry": {"fov": 45.0, "near": 0.5, "far": 200.0, "left": -1.0, "right": 0.5,
                      "top": 0.75, "bottom": -0.25, "orthographicWidth": 20.0})"));
@@ -45,7 +45,7 @@ TEST(ReadCamera, TellsItsLensAndPlace) {
     EXPECT_EQ(camera.toWorld[0][3][2], 3);
 }
 
-TEST(ReadCamera, MovesWhileTheShutterIsOpen) {
+TEST(ReadCamera, HasTheTransformsOfTheShutterInterval) {
     const SceneData scene = ReadSilently(SceneJson(
         "", R"("renderSettings": {"shutterOpen": 0.0, "shutterClose": 0.5})",
         R"("xform.translate": {"$type": "double", "times": [0, 1], "samples": [[0,0,0], [4,0,0]]}, )" +
@@ -73,7 +73,7 @@ TEST(ReadCamera, IsTheOneThatTheSettingsName) {
               "the camera \"/root/world\" is not in the scene");
 }
 
-TEST(ReadCamera, RefusesALensThroughWhichNothingIsSeen) {
+TEST(ReadCamera, RefusesInvalidLenses) {
     const auto errorOf = [](const std::string& lens) {
         return ReadErrorOf(SceneJson("", "", "\"geometry\": {" + lens + "}"));
     };
@@ -101,15 +101,15 @@ TEST(ReadFraming, IsTheWholeResolution) {
     EXPECT_EQ(Text(ReadFramingOf("").window), "0 0 512 512");
 }
 
-TEST(ReadFraming, RefusesResolutionsThatAreNotKnown) {
+TEST(ReadFraming, RefusesUnknownResolutions) {
     EXPECT_EQ(ErrorOfSettings(R"("resolution": "cinema")"),
               "the resolution \"cinema\" is not known");
 }
 
-TEST(ReadFraming, CropsWithoutSharingPixels) {
+TEST(ReadFraming, CropsAdjacentWindowsWithoutSharedPixels) {
     EXPECT_EQ(Text(ReadFramingOf(R"("cropWindow": [0.0, 0.5, 0.25, 1.0])").window),
               "0 128 256 512");
-    // A third of 512 is 170.67: the middle of pixel 170 lies before it.
+    // A third of 512 is 170.67: the center of pixel 170 lies before it.
     EXPECT_EQ(Text(ReadFramingOf(R"("cropWindow": [0.0, 0.33333334, 0.0, 1.0])").window),
               "0 0 171 512");
     EXPECT_EQ(Text(ReadFramingOf(R"("cropWindow": [0.33333334, 1.0, 0.0, 1.0])").window),
@@ -117,7 +117,7 @@ TEST(ReadFraming, CropsWithoutSharingPixels) {
     EXPECT_EQ(Text(ReadFramingOf(R"("cropWindow": [-1, 2, -1e30, 1e30])").window), "0 0 512 512");
 }
 
-TEST(ReadFraming, RefusesCropsThatLeaveNothing) {
+TEST(ReadFraming, RefusesEmptyCropWindows) {
     EXPECT_EQ(ErrorOfSettings(R"("cropWindow": [0.5, 0.25, 0.0, 1.0])"),
               "\"renderSettings.cropWindow\" 0.5 0.25 0 1 leaves nothing of the picture");
     EXPECT_EQ(ErrorOfSettings(R"("cropWindow": [2, 3, 0, 1])"),
@@ -129,7 +129,7 @@ TEST(ReadFraming, RefusesCropsThatLeaveNothing) {
               noNumbers);
 }
 
-TEST(ReadFraming, CutsTilesThatMeet) {
+TEST(ReadFraming, CutsAdjacentTilesWithoutGaps) {
     EXPECT_EQ(Text(ReadFramingOf(R"("tileRender": [0, 0, 3, 2])").window), "0 0 170 256");
     EXPECT_EQ(Text(ReadFramingOf(R"("tileRender": [1, 0, 3, 2])").window), "170 0 341 256");
     EXPECT_EQ(Text(ReadFramingOf(R"("tileRender": [2, 1, 3, 2])").window), "341 256 512 512");
@@ -145,7 +145,7 @@ TEST(ReadFraming, CropsTiles) {
         "\"renderSettings.cropWindow\" leaves nothing of the tile 1 1 2 2");
 }
 
-TEST(ReadFraming, RefusesTilesThatAreNone) {
+TEST(ReadFraming, RefusesInvalidTiles) {
     EXPECT_EQ(ErrorOfSettings(R"("tileRender": [1, 2])"),
               "\"renderSettings.tileRender\" 1 2 needs the numbers of columns and rows, too");
     for (const char* tile : {"2 0 2 2", "0 -1 2 2", "0 0 0 1", "0 0 1 -1"}) {
@@ -164,7 +164,7 @@ TEST(ReadFraming, RefusesTilesThatAreNone) {
               "\"renderSettings.tileRender\" 0 0 2147483647 1 has no pixel of 512 x 512");
 }
 
-TEST(ReadQuality, IsWhatTheSettingsSay) {
+TEST(ReadQuality, HasTheValuesOfTheSettings) {
     const Quality quality = ReadSilently(SettingsJson(R"("lantern": {"samples": 16, "maxDepth": 4,
         "exposure": -1.5, "clampIndirect": 0})"))
                                 .quality;
@@ -175,7 +175,7 @@ TEST(ReadQuality, IsWhatTheSettingsSay) {
     EXPECT_EQ(ReadSilently(SceneJson("")).quality.samples, 64);
 }
 
-TEST(ReadQuality, RefusesWhatIsOutOfRange) {
+TEST(ReadQuality, RefusesValuesOutOfRange) {
     EXPECT_EQ(ErrorOfSettings(R"("lantern.samples": 0)"),
               "\"renderSettings.lantern.samples\" must be from 1 to 1000000, not 0");
     EXPECT_EQ(ErrorOfSettings(R"("lantern.samples": 2.5)"),
@@ -188,11 +188,11 @@ TEST(ReadQuality, RefusesWhatIsOutOfRange) {
               "\"renderSettings.lantern.exposure\" must be one finite number");
 }
 
-TEST(ReadScene, RefusesAFrameThatIsNoNumber) {
+TEST(ReadScene, RefusesAFrameThatIsNotFinite) {
     EXPECT_EQ(ReadErrorOf(SceneJson(""), {std::nanf(""), 1}), "the frame is not a finite number");
 }
 
-TEST(ReadScene, NamesTheSuiteThatIsMissing) {
+TEST(ReadScene, NamesAMissingSuite) {
     OxPluginHost host = LanternTest::Host();
     host.getSuite = [](const char* name, unsigned int version) {
         return name == std::string("AttributeHost") ? OxGetPluginHost()->getSuite(name, version)

@@ -13,14 +13,14 @@ using testing::ElementsAre;
 using testing::Pair;
 using testing::SizeIs;
 
-// Before anybody asks for a plug-in.
+// Set before the first lookup of a plug-in.
 const int environmentIsSet = setenv("OX_PLUGIN_PATH", TELLAR_TEST_PLUGIN_DIR, 1);
 
 std::string Field(const std::string& name, const std::string& attributes) {
     return "\"" + name + R"(": {"a": {"type": "sphere field", )" + attributes + "}}";
 }
 
-/// Where instances are, and the radius of their first sphere.
+/// The x coordinate and the radius of the first sphere of each instance.
 std::vector<std::pair<float, float>> PlacesAndRadii(const SceneData& scene) {
     std::vector<std::pair<float, float>> result;
     for (const Instance& instance : scene.instances)
@@ -29,7 +29,7 @@ std::vector<std::pair<float, float>> PlacesAndRadii(const SceneData& scene) {
     return result;
 }
 
-TEST(ReadDelegates, ShowWhatStandsInPlaceOfALocation) {
+TEST(ReadDelegates, ReadTheReplacementOfALocation) {
     const SceneData scene =
         ReadSilently(SceneJson(Field("f", R"("field": {"count": 3, "spacing": 2.0, "radius": 0.25},
                       "xform.translate": [10.0, 0, 0])")));
@@ -38,7 +38,7 @@ TEST(ReadDelegates, ShowWhatStandsInPlaceOfALocation) {
     EXPECT_THAT(scene.shapes, SizeIs(1));
 }
 
-TEST(ReadDelegates, ShowAReplacementThatIsAShapeItself) {
+TEST(ReadDelegates, ReadAReplacementThatIsAShapeItself) {
     const SceneData scene = ReadSilently(
         SceneJson(Field("f", R"("field": {"points": [[1.0, 2, 3], [4, 5, 6]], "radius": 0.5})")));
     const Spheres& spheres = scene.shapes.at(0).spheres;
@@ -47,13 +47,13 @@ TEST(ReadDelegates, ShowAReplacementThatIsAShapeItself) {
     EXPECT_THAT(scene.instances, SizeIs(1));
 }
 
-TEST(ReadDelegates, LeaveALocationAsItIsWithoutAReplacement) {
+TEST(ReadDelegates, KeepALocationWithoutAReplacement) {
     const SceneData scene = ReadSilently(
         SceneJson(R"("f": {"a": {"type": "sphere field"}, "c": {)" + Triangle("t") + "}}"));
     EXPECT_THAT(scene.instances, SizeIs(1));
 }
 
-TEST(ReadDelegates, HideTheChildrenOfWhatIsReplaced) {
+TEST(ReadDelegates, HideTheChildrenOfAReplacedLocation) {
     const SceneData scene =
         ReadSilently(SceneJson(R"("f": {"a": {"type": "sphere field", "field.count": 1}, "c": {)" +
                                Triangle("t") + "}}, " + Triangle("next")));
@@ -62,7 +62,7 @@ TEST(ReadDelegates, HideTheChildrenOfWhatIsReplaced) {
     EXPECT_THAT(scene.shapes.at(scene.instances[1].shape).mesh.triangles, SizeIs(3));
 }
 
-TEST(ReadDelegates, KeepTheMaterialOfTheLocation) {
+TEST(ReadDelegates, InheritTheMaterialOfTheLocation) {
     const std::string material = R"("material": {"surfaceShader": "matte",
                                      "surfaceParams": {"roughness": 0.25}})";
     const SceneData scene = ReadSilently(SceneJson(R"("g": {"a": {)" + material + R"(}, "c": {)" +
@@ -73,7 +73,7 @@ TEST(ReadDelegates, KeepTheMaterialOfTheLocation) {
     EXPECT_EQ(scene.instances[1].surface, scene.instances[0].surface);
 }
 
-TEST(ReadDelegates, MayBringMaterialsOfTheirOwn) {
+TEST(ReadDelegates, CanHaveTheirOwnMaterials) {
     const std::string above = R"("material": {"surfaceShader": "matte", "displacementShader": "d",
                                   "surfaceParams": {"roughness": 0.125}})";
     const auto field = [](const std::string& name, const std::string& roughness) {

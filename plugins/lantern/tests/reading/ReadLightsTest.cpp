@@ -31,7 +31,7 @@ Kind ReadOne(const std::string& light) {
     return OnlyLightOf<Kind>(ReadSilently(LightJson(light)));
 }
 
-TEST(ReadLights, AreAsBrightAsColourIntensityAndExposureSay) {
+TEST(ReadLights, ScaleColorByIntensityAndExposure) {
     const auto light = ReadOne<PointLight>(
         R"("type": "point", "color": [1.0, 0.5, 0.25], "intensity": 40.0, "exposure": 2)");
     EXPECT_FALSE(light.cone);
@@ -40,7 +40,7 @@ TEST(ReadLights, AreAsBrightAsColourIntensityAndExposureSay) {
     EXPECT_EQ(light.decay, V3f(0, 0, 1));
 }
 
-TEST(ReadLights, HaveWhatTheirKindsNeed) {
+TEST(ReadLights, HaveTheParametersOfTheirTypes) {
     const auto spot = ReadOne<PointLight>(R"("type": "spot", "coneInner": 20.0, "coneOuter": 50.0,
                                   "decay": [1.0, 2, 3], "radius": 0.5)");
     ASSERT_TRUE(spot.cone);
@@ -54,7 +54,7 @@ TEST(ReadLights, HaveWhatTheirKindsNeed) {
     EXPECT_EQ(area.size, V2f(2, 3));
 }
 
-TEST(ReadLights, ShineFromAllAround) {
+TEST(ReadLights, CanBeEnvironments) {
     const auto ambient = ReadOne<EnvironmentLight>(R"("type": "ambient", "intensity": 0.5)");
     EXPECT_EQ(ambient.scale, Color(0.5f));
     EXPECT_FALSE(ambient.isSeenByCamera);
@@ -69,7 +69,7 @@ TEST(ReadLights, ShineFromAllAround) {
     EXPECT_FALSE(unseen.isSeenByCamera);
 }
 
-TEST(ReadLights, HaveTexturesOfEnvironments) {
+TEST(ReadLights, ReadTheTextureOfAnEnvironment) {
     const SceneData scene =
         ReadSilently(LightJson(R"("type": "environment", "texture": "sky.exr")"));
     const Texture& texture = scene.textures.at(OnlyLightOf<EnvironmentLight>(scene).texture);
@@ -77,14 +77,14 @@ TEST(ReadLights, HaveTexturesOfEnvironments) {
     EXPECT_FALSE(texture.isSrgb);
 }
 
-TEST(ReadLights, KeepInnerConesWithinOuterOnes) {
+TEST(ReadLights, ClampTheInnerConeToTheOuterOne) {
     const auto spot =
         ReadOne<PointLight>(R"("type": "spot", "coneInner": 60.0, "coneOuter": 50.0)");
     ASSERT_TRUE(spot.cone);
     EXPECT_EQ(spot.cone->inner, 50);
 }
 
-TEST(ReadLights, TellOfTypesThatAreNotKnown) {
+TEST(ReadLights, WarnOfUnknownTypes) {
     Told told;
     EXPECT_THAT(ReadJson(LightJson(R"("type": "laser")"), told).lights, SizeIs(1))
         << "there is light where there would be none";
@@ -92,7 +92,7 @@ TEST(ReadLights, TellOfTypesThatAreNotKnown) {
                                            "known; it does not shine"));
 }
 
-TEST(ReadLights, TellOfNumbersThatMakeNoSense) {
+TEST(ReadLights, WarnOfInvalidNumbers) {
     Told told;
     const SceneData scene = ReadJson(
         LightJson(
@@ -104,14 +104,14 @@ TEST(ReadLights, TellOfNumbersThatMakeNoSense) {
                                            "/root/world/l: \"light.radius\" is not finite"));
 }
 
-TEST(ReadLights, AreMadeUpWhereNothingShines) {
+TEST(ReadLights, IncludeASkyIfNothingEmitsLight) {
     Told told;
     const SceneData scene = ReadJson(SceneJson(Triangle("t")), told);
     EXPECT_TRUE(OnlyLightOf<EnvironmentLight>(scene).isSeenByCamera);
     EXPECT_THAT(told.infos, ElementsAre("nothing in the scene shines: it is lit by a plain sky"));
 }
 
-TEST(ReadLights, AreNotMadeUpWhereAShapeGlows) {
+TEST(ReadLights, IncludeNoSkyIfAShapeEmitsLight) {
     Told told;
     const SceneData scene =
         ReadJson(SceneJson(Triangle("t", R"("material": {"surfaceShader": "emitter"})")), told);

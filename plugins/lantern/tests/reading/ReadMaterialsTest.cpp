@@ -32,7 +32,7 @@ Material ReadOne(const std::string& attributes) {
     return OnlyMaterial(ReadSilently(SceneJson(Triangle("t", attributes))));
 }
 
-/// The texture of the base colour of a triangle's material.
+/// The base color texture of a triangle's material.
 Texture BaseTexture(const std::string& shader, const std::string& parameters,
                     const std::string& attributes = "") {
     const SceneData scene = ReadSilently(SceneJson(Triangle(
@@ -43,7 +43,7 @@ Texture BaseTexture(const std::string& shader, const std::string& parameters,
 const char* const kTextured =
     R"("type": "standard_surface", "connections": {"baseColor": "out@image"})";
 
-TEST(ReadMaterials, AreTheDefaultWithoutAny) {
+TEST(ReadMaterials, AreTheDefaultIfThereIsNone) {
     const SceneData scene = ReadSilently(SceneJson(Triangle("t")));
     EXPECT_THAT(scene.materials, SizeIs(1));
     EXPECT_EQ(OnlyMaterial(scene).baseColor, Color(0.8f));
@@ -80,7 +80,7 @@ TEST(ReadMaterials, ExposeValuesUnderPublicNames) {
     EXPECT_EQ(material.roughness, 0.25f);
 }
 
-TEST(ReadMaterials, OfTheLegacyKindAreReadLikeOthers) {
+TEST(ReadMaterials, CanBeLegacyMaterials) {
     const Material material = ReadOne(R"("material": {"surfaceShader": "metal",
         "surfaceParams": {"color": [0.5, 0.25, 0.125], "roughness": 0.25}})");
     EXPECT_EQ(material.name, "metal");
@@ -98,7 +98,7 @@ TEST(ReadMaterials, AreInheritedFromTheNearestLocationThatHasASurface) {
     EXPECT_EQ(OnlyMaterial(scene).roughness, 0.25f);
 }
 
-TEST(ReadMaterials, AreSharedByEqualSurfaces) {
+TEST(ReadMaterials, AreStoredOnceForEqualSurfaces) {
     const std::string red = Network(R"("type": "matte", "parameters": {"Kd": [1.0, 0, 0]})");
     const std::string blue = Network(R"("type": "matte", "parameters": {"Kd": [0.0, 0, 1]})");
     const SceneData scene =
@@ -110,7 +110,7 @@ TEST(ReadMaterials, AreSharedByEqualSurfaces) {
     EXPECT_NE(scene.instances[1].surface, scene.instances[0].surface);
 }
 
-TEST(ReadMaterials, TellOfShadersThatAreNotKnown) {
+TEST(ReadMaterials, WarnOfUnknownShaders) {
     Told told;
     const SceneData scene =
         ReadJson(SceneJson(Triangle("t", R"("material": {"surfaceShader": "wood",
@@ -121,7 +121,7 @@ TEST(ReadMaterials, TellOfShadersThatAreNotKnown) {
                                            "drawn as a standard surface"));
 }
 
-TEST(ReadMaterials, KeepValuesWithinWhatTheyMean) {
+TEST(ReadMaterials, ClampValuesToTheirRanges) {
     const Material material = ReadOne(Network(R"("type": "standard_surface", "parameters": {
         "baseColor": [2.0, -1, 0.5], "roughness": 7.0, "ior": 0.5, "opacity": -1})"));
     EXPECT_EQ(material.baseColor, Color(1, 0, 0.5f));
@@ -130,7 +130,7 @@ TEST(ReadMaterials, KeepValuesWithinWhatTheyMean) {
     EXPECT_EQ(material.opacity, 0);
 }
 
-TEST(ReadMaterials, TellOfValuesThatAreNone) {
+TEST(ReadMaterials, WarnOfInvalidValues) {
     Told told;
     const SceneData scene =
         ReadJson(SceneJson(Triangle("t", Network(R"("type": "standard_surface", "parameters": {
@@ -142,7 +142,7 @@ TEST(ReadMaterials, TellOfValuesThatAreNone) {
                             "/root/world/t: \"roughness\" of its material is no number"));
 }
 
-TEST(ReadMaterials, TakeConstantsThatFeedAnInput) {
+TEST(ReadMaterials, UseConnectedConstants) {
     const Material material = ReadOne(Network(
         R"("type": "matte", "connections": {"baseColor": "out@c", "roughness": "b@c"})",
         R"("c": {"name": "c", "type": "constant", "parameters": {"color": [0.25, 0.5, 0.75]}})"));
@@ -150,7 +150,7 @@ TEST(ReadMaterials, TakeConstantsThatFeedAnInput) {
     EXPECT_EQ(material.roughness, 0.75f);
 }
 
-TEST(ReadMaterials, TellOfNodesThatTheyCannotRead) {
+TEST(ReadMaterials, WarnOfUnsupportedNodes) {
     Told told;
     const SceneData scene = ReadJson(
         SceneJson(Triangle("t", Network(R"("type": "matte", "parameters": {"roughness": 0.25},
@@ -170,7 +170,7 @@ TEST(ReadMaterials, TellOfNodesThatTheyCannotRead) {
                             "which is left out"));
 }
 
-TEST(ReadMaterials, TellOfASurfaceThatIsNotThere) {
+TEST(ReadMaterials, WarnOfAMissingSurfaceNode) {
     Told told;
     ReadJson(SceneJson(Triangle("t", R"("material": {"style": "network",
                                          "terminals": {"surface": "nobody"}})")),
@@ -181,7 +181,7 @@ TEST(ReadMaterials, TellOfASurfaceThatIsNotThere) {
 
 // Textures ----------------------------------------------------------------------------------------
 
-TEST(ReadTextures, HaveAllThatAnImageSays) {
+TEST(ReadTextures, HaveTheParametersOfTheImageNode) {
     const Texture texture = BaseTexture(kTextured, R"("file": "/a/wood.png", "uvSet": "st1",
         "wrapU": "clamp", "wrapV": "mirror", "colorSpace": "srgb", "multiply": [0.5, 0.25, 1],
         "uvTransform": [0.125, 0.25, 2, 3, 1.5])");
@@ -197,13 +197,13 @@ TEST(ReadTextures, HaveAllThatAnImageSays) {
     EXPECT_EQ(texture.uvTurn, 1.5f);
 }
 
-TEST(ReadTextures, OfColoursThatDoNotSayAreSrgbUnlessTheyHoldLight) {
+TEST(ReadTextures, DefaultToSrgbForColorsExceptInFormatsForLight) {
     EXPECT_TRUE(BaseTexture(kTextured, R"("file": "wood.PNG")").isSrgb);
     EXPECT_FALSE(BaseTexture(kTextured, R"("file": "wood.EXR")").isSrgb);
     EXPECT_FALSE(BaseTexture(kTextured, R"("file": "wood.png", "colorSpace": "linear")").isSrgb);
 }
 
-TEST(ReadTextures, OfOneChannelAreMultipliedByItsOwnFactor) {
+TEST(ReadTextures, MultiplyASingleChannelByItsOwnFactor) {
     const SceneData scene = ReadSilently(SceneJson(
         Triangle("t", Network(R"("type": "standard_surface", "parameters": {"opacity": 0.375},
             "connections": {"metalness": "b@image", "roughness": "g@image", "opacity": "a@image",
@@ -225,7 +225,7 @@ TEST(ReadTextures, OfOneChannelAreMultipliedByItsOwnFactor) {
     EXPECT_EQ(material.baseColorTexture, kNone);
 }
 
-TEST(ReadTextures, WithoutAFileAreLeftOut) {
+TEST(ReadTextures, AreIgnoredWithoutAFile) {
     Told told;
     const SceneData scene =
         ReadJson(SceneJson(Triangle("t", Network(kTextured, Image("\"wrapU\": \"clamp\"")))), told);
@@ -234,7 +234,7 @@ TEST(ReadTextures, WithoutAFileAreLeftOut) {
                                            "an image without a file; its own value is used"));
 }
 
-TEST(ReadTextures, TakeTheFileOfTheLocationsTexture) {
+TEST(ReadTextures, UseTheFileOfTheLocationsTexture) {
     const std::string textures = R"("textures": {"wood": "oak.png", "baseColor": "base.png"})";
     EXPECT_EQ(BaseTexture(kTextured, R"("attribute": "wood")", textures).file, "oak.png");
     EXPECT_EQ(BaseTexture(kTextured, R"("wrapU": "clamp")", textures).file, "base.png");
@@ -244,7 +244,7 @@ TEST(ReadTextures, TakeTheFileOfTheLocationsTexture) {
 
 // Materials by face -------------------------------------------------------------------------------
 
-/// Four triangles at one place.
+/// Four coincident triangles.
 const char* const kFourFaces = R"("geometry": {"point.P": [[0.0, 0, 0], [1, 0, 0], [0, 1, 0]],
     "poly": {"vertexList": [0, 1, 2, 0, 1, 2, 0, 1, 2, 0, 1, 2], "startIndex": [0, 3, 6, 9, 12]}})";
 
@@ -259,7 +259,7 @@ std::string FaceSetOf(const std::string& name, const std::string& faces,
            (attributes.empty() ? "" : ", ") + attributes + "}}";
 }
 
-/// The roughness, by which materials are told apart, of each face.
+/// The roughness of each face's material, which identifies it.
 std::vector<float> RoughnessOfFaces(const SceneData& scene) {
     const Surface& surface = scene.surfaces.at(scene.instances.at(0).surface);
     std::vector<float> values;
@@ -272,7 +272,7 @@ std::string Matte(const std::string& roughness) {
     return Network(R"("type": "matte", "parameters": {"roughness": )" + roughness + "}");
 }
 
-TEST(ReadFaceMaterials, AreThoseOfFaceSets) {
+TEST(ReadFaceMaterials, AreThoseOfTheFaceSets) {
     const SceneData scene = ReadSilently(
         SceneJson(FourFaces(Matte("0.25"), FaceSetOf("f", "[1, 3]", Matte("0.75")) + ", " +
                                                FaceSetOf("plain", "[0]", "") +
@@ -281,13 +281,13 @@ TEST(ReadFaceMaterials, AreThoseOfFaceSets) {
     EXPECT_THAT(scene.instances, SizeIs(1));
 }
 
-TEST(ReadFaceMaterials, OfHiddenFaceSetsDoNotCount) {
+TEST(ReadFaceMaterials, IgnoreHiddenFaceSets) {
     const SceneData scene = ReadSilently(SceneJson(
         FourFaces(Matte("0.25"), FaceSetOf("f", "[1, 3]", Matte("0.75") + ", \"visible\": 0"))));
     EXPECT_THAT(RoughnessOfFaces(scene), ElementsAre(0.25f, 0.25f, 0.25f, 0.25f));
 }
 
-TEST(ReadFaceMaterials, TellOfFacesThatTheMeshDoesNotHave) {
+TEST(ReadFaceMaterials, WarnOfFacesThatTheMeshDoesNotHave) {
     Told told;
     const SceneData scene = ReadJson(
         SceneJson(FourFaces(Matte("0.25"), FaceSetOf("f", "[2, 4, -1]", Matte("0.75")))), told);
@@ -299,7 +299,7 @@ TEST(ReadFaceMaterials, TellOfFacesThatTheMeshDoesNotHave) {
                             "have"));
 }
 
-/// The file of each face's base colour.
+/// The file of each face's base color texture.
 std::vector<std::string> FilesOfFaces(const SceneData& scene) {
     const Surface& surface = scene.surfaces.at(scene.instances.at(0).surface);
     std::vector<std::string> files;
@@ -319,14 +319,14 @@ TEST(ReadFaceMaterials, HaveTheTexturesOfTheirFaces) {
     EXPECT_THAT(scene.textures, SizeIs(3));
 }
 
-TEST(ReadFaceMaterials, OfFacesWithoutATextureAreThatOfAll) {
+TEST(ReadFaceMaterials, FallBackToTheMeshsMaterialWithoutATexture) {
     const SceneData scene = ReadSilently(SceneJson(FourFaces(
         Network(kTextured, Image(R"("attribute": "tiles")")) +
         R"(, "textures": {"tiles": {"maps": ["blue", "gold"], "indicies": [1, 7, -1]}})")));
     EXPECT_THAT(FilesOfFaces(scene), ElementsAre("gold", "blue", "blue", "blue"));
 }
 
-TEST(ReadFaceMaterials, OfFaceSetsHaveTexturesByFaceToo) {
+TEST(ReadFaceMaterials, HaveTexturesByFaceInFaceSetsToo) {
     const std::string tiled = Network(kTextured, Image(R"("attribute": "tiles")"));
     const SceneData scene = ReadSilently(SceneJson(FourFaces(
         Network(kTextured, Image(R"("file": "plain")")) +
@@ -335,7 +335,7 @@ TEST(ReadFaceMaterials, OfFaceSetsHaveTexturesByFaceToo) {
     EXPECT_THAT(FilesOfFaces(scene), ElementsAre("plain", "plain", "blue", "gold"));
 }
 
-TEST(MaterialChain, MayBeLongerThanTheStackIsDeep) {
+TEST(MaterialChain, CanBeLongerThanRecursionAllows) {
     MaterialChain::Ptr chain;
     for (int i = 0; i < 1000000; ++i)
         chain = MaterialChain::make(Attribute(), std::move(chain));

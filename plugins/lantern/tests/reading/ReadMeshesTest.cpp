@@ -11,7 +11,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// A square of two triangles' faces, 0 1 2 and 0 2 3, with more in its geometry.
+/// A square of the faces 0 1 2 and 0 2 3, with more attributes in its geometry.
 std::string Square(const std::string& more, const std::string& type = "polymesh") {
     return R"("square": {"a": {"type": ")" + type + R"(", "geometry": {
         "point.P": {"$type": "float", "values": [[0,0,0], [1,0,0], [1,1,0], [0,1,0]]},
@@ -23,7 +23,7 @@ Mesh ReadSquare(const std::string& more) {
     return ReadSilently(SceneJson(Square(more))).shapes.at(0).mesh;
 }
 
-/// What is said of a mesh that is passed over.
+/// The warning about a mesh that is left out.
 std::vector<std::string> WarningsOf(const std::string& geometry) {
     Told told;
     const SceneData scene = ReadJson(
@@ -42,7 +42,7 @@ std::vector<std::string> WarningsOfSquare(const std::string& more) {
     return told.warnings;
 }
 
-TEST(ReadMeshes, HaveTrianglesAndTheFacesTheyAreOf) {
+TEST(ReadMeshes, HaveTrianglesWithTheirFaces) {
     const SceneData scene = ReadSilently(SceneJson(R"("m": {"a": {"type": "polymesh", "geometry": {
         "point.P": {"$type": "double", "values": [[0,0,0], [1,0,0], [1,1,0], [0,1,0]]},
         "poly": {"vertexList": [0, 1, 0, 1, 2, 3, 1, 2, 3], "startIndex": [0, 2, 6, 9]}}}})"));
@@ -52,7 +52,7 @@ TEST(ReadMeshes, HaveTrianglesAndTheFacesTheyAreOf) {
     EXPECT_THAT(mesh.faces, ElementsAre(1, 1, 2));
 }
 
-TEST(ReadMeshes, AreReadOnceWhenTheyAreEqual) {
+TEST(ReadMeshes, AreStoredOnceIfTheyAreEqual) {
     const SceneData scene =
         ReadSilently(SceneJson(Triangle("a") + ", " + Square("") + ", " + Triangle("c")));
     EXPECT_THAT(scene.shapes, SizeIs(2));
@@ -62,7 +62,7 @@ TEST(ReadMeshes, AreReadOnceWhenTheyAreEqual) {
     EXPECT_EQ(scene.instances[2].shape, 0);
 }
 
-TEST(ReadMeshes, OfSubdivisionSurfacesAreTheirCages) {
+TEST(ReadMeshes, AreTheCagesOfSubdivisionSurfaces) {
     Told told;
     const SceneData scene = ReadJson(SceneJson(Square("", "subdmesh")), told);
     EXPECT_THAT(scene.shapes.at(0).mesh.triangles, SizeIs(6));
@@ -70,23 +70,23 @@ TEST(ReadMeshes, OfSubdivisionSurfacesAreTheirCages) {
                                            "their cages"));
 }
 
-TEST(ReadMeshes, ArePassedOverWithoutPoints) {
+TEST(ReadMeshes, AreLeftOutWithoutPoints) {
     EXPECT_THAT(WarningsOf(R"("poly": {"vertexList": [0, 1, 2], "startIndex": [0, 3]})"),
                 ElementsAre("/root/world/m: it has no \"geometry.point.P\""));
 }
 
-TEST(ReadMeshes, ArePassedOverWithPointsThatAreNotFinite) {
+TEST(ReadMeshes, AreLeftOutIfPointsAreNotFinite) {
     EXPECT_THAT(WarningsOf(R"("point.P": {"$type": "float", "values": [[0, 0, "nan"]]})"),
                 ElementsAre("/root/world/m: \"geometry.point.P\" has numbers that are not finite"));
 }
 
-TEST(ReadMeshes, ArePassedOverWithHalfAPoint) {
+TEST(ReadMeshes, AreLeftOutIfAPointIsIncomplete) {
     EXPECT_THAT(WarningsOf(R"("point.P": [0.0, 1, 2, 3])"),
                 ElementsAre("/root/world/m: \"geometry.point.P\" has 4 numbers, which are no "
                             "points"));
 }
 
-TEST(ReadMeshes, ArePassedOverWithCornersThatAreNoPoints) {
+TEST(ReadMeshes, AreLeftOutIfACornerHasNoPoint) {
     const std::string points = R"("point.P": [[0.0, 0, 0], [1, 0, 0], [0, 1, 0]], )";
     EXPECT_THAT(WarningsOf(points + R"("poly": {"vertexList": [0, 1, 3], "startIndex": [0, 3]})"),
                 ElementsAre("/root/world/m: \"geometry.poly.vertexList\" has the point 3, of 3"));
@@ -94,7 +94,7 @@ TEST(ReadMeshes, ArePassedOverWithCornersThatAreNoPoints) {
                 ElementsAre("/root/world/m: \"geometry.poly.vertexList\" has the point -1, of 3"));
 }
 
-TEST(ReadMeshes, ArePassedOverWithStartsThatDoNotFit) {
+TEST(ReadMeshes, AreLeftOutIfStartIndicesAreInvalid) {
     const std::string points = R"("point.P": [[0.0, 0, 0], [1, 0, 0], [0, 1, 0]], )";
     const auto expected = ElementsAre("/root/world/m: \"geometry.poly.startIndex\" does not fit "
                                       "\"geometry.poly.vertexList\"");
@@ -125,7 +125,7 @@ TEST(ReadMeshes, HaveNormalsOfCorners) {
     EXPECT_EQ(mesh.normals.values.at(5), V3f(0, 0, 1)) << "that of the surface";
 }
 
-TEST(ReadMeshes, GoWithoutNormalsThatAreNotOneEach) {
+TEST(ReadMeshes, IgnoreNormalsOfAWrongNumber) {
     EXPECT_THAT(WarningsOfSquare(R"("point.N": [0.0, 0, 1])"),
                 ElementsAre("/root/world/square: \"geometry.point.N\" is not one normal each; it "
                             "is left out"));
@@ -157,7 +157,7 @@ TEST(ReadMeshes, HaveIndexedTextureCoordinatesOfPoints) {
     EXPECT_THAT(mesh.uvSets.at(0).st.index, ElementsAre(0, 1, 1, 0, 1, 0));
 }
 
-TEST(ReadMeshes, HaveTextureCoordinatesOfFacesAndOfAll) {
+TEST(ReadMeshes, HaveTextureCoordinatesOfFacesAndOfTheWholeMesh) {
     const Mesh mesh =
         ReadSquare(R"("arbitrary": {"st": {"scope": "face", "value": [[0.0, 0], [1, 1]]},
                                      "st1": {"scope": "primitive", "value": [[0.5, 0.5]]}})");
@@ -165,7 +165,7 @@ TEST(ReadMeshes, HaveTextureCoordinatesOfFacesAndOfAll) {
     EXPECT_THAT(mesh.uvSets.at(1).st.index, ElementsAre(0, 0, 0, 0, 0, 0));
 }
 
-TEST(ReadMeshes, GoWithoutTextureCoordinatesThatDoNotFit) {
+TEST(ReadMeshes, IgnoreTextureCoordinatesOfAWrongNumber) {
     const auto expected = ElementsAre("/root/world/square: \"geometry.arbitrary.st\" does not fit "
                                       "the mesh; it is left out");
     for (const char* st :
@@ -178,7 +178,7 @@ TEST(ReadMeshes, GoWithoutTextureCoordinatesThatDoNotFit) {
     }
 }
 
-TEST(ReadMeshes, TellTheSameThingAFewTimesOnly) {
+TEST(ReadMeshes, LimitRepeatedWarnings) {
     std::string children;
     for (int i = 0; i < 5; ++i)
         children += (i > 0 ? ", " : "") + ("\"m" + std::to_string(i)) +
@@ -192,20 +192,20 @@ TEST(ReadMeshes, TellTheSameThingAFewTimesOnly) {
                                            "and 2 more: it has no \"geometry.point.P\""));
 }
 
-// Round things ------------------------------------------------------------------------------------
+// Spheres -----------------------------------------------------------------------------------------
 
 Spheres ReadSpheres(const std::string& attributes) {
     return ReadSilently(SceneJson(R"("s": {"a": {)" + attributes + "}}")).shapes.at(0).spheres;
 }
 
-TEST(ReadSpheres, AreOneAroundTheOrigin) {
+TEST(ReadSpheres, HaveTheirCenterAtTheOrigin) {
     const Spheres spheres = ReadSpheres(R"("type": "sphere", "geometry.radius": 1.5)");
     EXPECT_THAT(spheres.centers.at(0), ElementsAre(V3f(0)));
     EXPECT_THAT(spheres.radii, ElementsAre(1.5f));
     EXPECT_THAT(ReadSpheres(R"("type": "sphere")").radii, ElementsAre(1));
 }
 
-TEST(ReadSpheres, ArePointsOfHalfTheirWidths) {
+TEST(ReadSpheres, HaveHalfTheWidthsOfPointsAsRadii) {
     const std::string points = R"("type": "pointcloud", "geometry": {
         "point.P": [[1.0, 0, 0], [2, 0, 0]])";
     EXPECT_THAT(ReadSpheres(points + "}").radii, ElementsAre(0.01f, 0.01f));
@@ -216,7 +216,7 @@ TEST(ReadSpheres, ArePointsOfHalfTheirWidths) {
     EXPECT_THAT(each.centers.at(0), ElementsAre(V3f(1, 0, 0), V3f(2, 0, 0)));
 }
 
-TEST(ReadSpheres, ArePassedOverWithNegativeSizes) {
+TEST(ReadSpheres, AreLeftOutIfSizesAreNegative) {
     Told told;
     const SceneData scene =
         ReadJson(SceneJson(R"("a": {"a": {"type": "sphere", "geometry.radius": -1}},

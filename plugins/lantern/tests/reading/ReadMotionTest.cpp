@@ -12,7 +12,7 @@ using namespace LanternTest;
 using testing::ElementsAre;
 using testing::SizeIs;
 
-/// The platform's own answer for the location's whole chain.
+/// The product of the location's transforms that the platform computes.
 M44f MatrixByThePlatform(const Location& location, float time) {
     const OxAttribute::GroupAttribute chain =
         OxAttribute::Attribute::CreateAndRetain(location.transformsFromTheRoot().get());
@@ -32,7 +32,7 @@ std::vector<M44f> StepsOf(const SceneData& scene) {
     return {first, first + instance.transformCount};
 }
 
-/// The x of where the origin goes at each step.
+/// The x coordinate of the transformed origin at each step.
 std::vector<float> Xs(const std::vector<M44f>& steps) {
     std::vector<float> xs;
     xs.reserve(steps.size());
@@ -49,7 +49,7 @@ std::string Nested(const std::string& xforms) {
            xforms + R"(}}, "c": {)" + Triangle("leaf") + "}}}}";
 }
 
-/// For the leaf of a scene as above.
+/// The same for the leaf of the scene above.
 void ExpectAsThePlatformHasIt(const std::string& xforms) {
     SCOPED_TRACE(xforms);
     const Location root = RootOfJson(SceneJson(Nested(xforms), kShutter));
@@ -62,7 +62,7 @@ void ExpectAsThePlatformHasIt(const std::string& xforms) {
     }
 }
 
-TEST(ReadTransforms, AreThoseOfThePlatform) {
+TEST(ReadTransforms, AgreeWithThePlatform) {
     ExpectAsThePlatformHasIt("");
     ExpectAsThePlatformHasIt(R"("translate": [1.0, -2.0, 0.5], "scale": [2.0, 3.0, 4.0])");
     ExpectAsThePlatformHasIt(R"("rotateX": [10.0, 1, 0, 0], "rotateY": [20.0, 0, 1, 0])");
@@ -76,7 +76,7 @@ TEST(ReadTransforms, AreThoseOfThePlatform) {
     ExpectAsThePlatformHasIt(R"("unknown": [1.0, 2, 3], "translate": [1.0, 2])");
 }
 
-TEST(ReadTransforms, AreThoseOfThePlatformInMotion) {
+TEST(ReadTransforms, AgreeWithThePlatformInMotion) {
     ExpectAsThePlatformHasIt(R"("translate": {"$type": "double", "times": [0, 1],
                                 "samples": [[0, 0, 0], [4, 0, 0]]}, "scale": [2.0, 2, 2])");
     ExpectAsThePlatformHasIt(R"("translate": {"$type": "int", "times": [0, 1],
@@ -87,7 +87,7 @@ TEST(ReadTransforms, AreThoseOfThePlatformInMotion) {
                                 "samples": [[0, 0, 0], [4, 0, 0], [4, 1, 0]]}}, "shear": [1, 2, 3])");
 }
 
-TEST(ReadTransforms, OfWhatStandsStillHaveOneStep) {
+TEST(ReadTransforms, HaveOneStepWithoutMotion) {
     const std::string translate = R"("translate": {"$type": "double", "times": [0, 1],
                                      "samples": [[5, 0, 0], [5, 0, 0]]})";
     const SceneData scene =
@@ -95,7 +95,7 @@ TEST(ReadTransforms, OfWhatStandsStillHaveOneStep) {
     EXPECT_THAT(Xs(StepsOf(scene)), ElementsAre(5));
 }
 
-TEST(ReadTransforms, OfIntegersMoveBetweenThem) {
+TEST(ReadTransforms, InterpolateIntegersAsDoubles) {
     const std::string xform = R"("xform": {"translate": {"$type": "int", "times": [0, 4],
                                  "samples": [[0, 0, 0], [3, 0, 0]]}})";
     const SceneData scene = ReadSilently(SceneJson(Triangle("t", xform), kShutter));
@@ -109,21 +109,21 @@ TEST(ReadTransforms, HaveTwoStepsBetweenTwoSamplesWhateverTheirTimes) {
     EXPECT_THAT(Xs(StepsOf(scene)), ElementsAre(2, 4));
 }
 
-TEST(ReadTransforms, HaveAStepForEachSampleThatMatters) {
+TEST(ReadTransforms, HaveAStepForEachSampleWithinTheShutter) {
     const std::string xform = R"("xform": {"translate": {"$type": "double",
         "times": [-5, 0, 0.5, 1, 9], "samples": [[9, 0, 0], [0, 0, 0], [4, 0, 0], [5, 0, 0], [9, 0, 0]]}})";
     const SceneData scene = ReadSilently(SceneJson(Triangle("t", xform), kShutter));
     EXPECT_THAT(Xs(StepsOf(scene)), ElementsAre(0, 4, 5));
 }
 
-TEST(ReadTransforms, HaveTheFinestStepsForSamplesAtOddTimes) {
+TEST(ReadTransforms, HaveTheFinestStepsForSamplesAtIrregularTimes) {
     const std::string xform = R"("xform": {"translate": {"$type": "double",
         "times": [0, 0.3, 1], "samples": [[0, 0, 0], [3, 0, 0], [3, 0, 0]]}})";
     const SceneData scene = ReadSilently(SceneJson(Triangle("t", xform), kShutter));
     EXPECT_THAT(StepsOf(scene), SizeIs(9));
 }
 
-TEST(ReadTransforms, ArriveAtTheLargerNumberOfStepsOfParentAndChild) {
+TEST(ReadTransforms, HaveTheLargerNumberOfStepsOfParentAndChild) {
     const std::string json = SceneJson(
         R"("p": {"a": {"xform": {"translate": {"$type": "double", "times": [0, 1],
                "samples": [[0, 0, 0], [8, 0, 0]]}}}, "c": {)" +
@@ -134,7 +134,7 @@ TEST(ReadTransforms, ArriveAtTheLargerNumberOfStepsOfParentAndChild) {
     EXPECT_THAT(Xs(StepsOf(ReadSilently(json))), ElementsAre(0, 5, 9));
 }
 
-TEST(ReadTransforms, ForgetTheMotionAboveAnOrigin) {
+TEST(ReadTransforms, DiscardTheMotionOfAncestorsAtAnOrigin) {
     const std::string json = SceneJson(
         R"("p": {"a": {"xform": {"translate": {"$type": "double", "times": [0, 1],
                "samples": [[0, 0, 0], [8, 0, 0]]}}}, "c": {)" +
@@ -158,7 +158,7 @@ TEST(ReadTransforms, WithoutAShutterAreThoseOfTheFrameAlone) {
                 ElementsAre(10));
 }
 
-TEST(ReadTransforms, ThatAreNotFinitePassTheShapeOver) {
+TEST(ReadTransforms, LeaveOutTheShapeIfTheyAreNotFinite) {
     const std::string json = SceneJson(
         Triangle("t", R"("xform": {"scale": {"$type": "double", "values": ["inf", 1, 1]}})"));
     Told told;

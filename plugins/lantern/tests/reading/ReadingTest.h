@@ -17,7 +17,7 @@
 #include "reading/ReadScene.h"
 #include "reading/Suites.h"
 
-/// Scenes written as JSON, and what the reader makes of them.
+/// Scenes in JSON and functions that read them.
 namespace LanternTest {
 
 using namespace lantern;
@@ -36,7 +36,7 @@ inline const Suites& AllSuites() {
     return suites;
 }
 
-/// Hears all that is told.
+/// A listener that records messages and can cancel the render.
 class Told {
 public:
     OxRenderListener_v1 listener() {
@@ -55,9 +55,9 @@ public:
     }
 
     std::vector<std::string> infos;
-    std::vector<std::string> warnings; ///< and errors
-    std::atomic<int> asked{0};         ///< whether it is cancelled
-    int cancelAtQuestion = 0;          ///< 0: never
+    std::vector<std::string> warnings; ///< warnings and errors
+    std::atomic<int> asked{0};         ///< number of calls of isCancelled
+    int cancelAtQuestion = 0;          ///< the call that returns true; 0 for none
 };
 
 inline Location RootOf(const OxAttribute::GroupAttribute& description) {
@@ -79,9 +79,9 @@ inline Location RootOfFile(const std::string& path) {
 inline const char* const kLens = R"("geometry": {"fov": 70.0, "near": 0.1, "far": 1000.0,
     "left": -1.0, "right": 1.0, "top": 1.0, "bottom": -1.0})";
 
-/// A description of a scene with a camera at the origin, these attributes of its root and these
-/// children of /root/world: members of JSON objects without the braces. Cameras are remembered by
-/// the root's attributes, so no two scenes have the same.
+/// A description of a scene with a camera at the origin, attributes of the root and children of
+/// /root/world, both as members of JSON objects without the braces. The library caches cameras by
+/// the root's attributes, so each scene gets a unique tag.
 inline std::string SceneJson(const std::string& children, const std::string& rootAttributes = "",
                              const std::string& cameraAttributes = kLens) {
     static int scenes = 0;
@@ -103,7 +103,7 @@ inline SceneData ReadJson(const std::string& json, Told& told,
     return Read(RootOfJson(json), told, options);
 }
 
-/// Of a scene of which nothing may be said but that nothing shines.
+/// Reads a scene that must give no warnings.
 inline SceneData ReadSilently(const std::string& json, const ReadOptions& options = {0, 1}) {
     Told told;
     SceneData scene = ReadJson(json, told, options);
@@ -122,7 +122,7 @@ inline const char* const kTriangle = R"("geometry": {
     "point": {"P": {"$type": "float", "values": [[0, 0, 0], [1, 0, 0], [0, 1, 0]]}},
     "poly": {"vertexList": [0, 1, 2], "startIndex": [0, 3]}})";
 
-/// A location "name" of a triangle with more attributes.
+/// A location with a triangle and more attributes.
 inline std::string Triangle(const std::string& name, const std::string& attributes = "") {
     return "\"" + name + R"(": {"a": {"type": "polymesh", )" + kTriangle +
            (attributes.empty() ? "" : ", ") + attributes + "}}";

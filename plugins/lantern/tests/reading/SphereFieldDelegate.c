@@ -1,13 +1,14 @@
-/* A delegate for the renderer "lantern" that takes over locations of the type "sphere field":
+/* A delegate for the renderer "lantern" that replaces locations of the type "sphere field"
+   (defaults in parentheses):
 
-       field.count     int       so many spheres stand in its place, in a row along +X
-       field.spacing   number    the distance between them; 1
-       field.points    number[]  or round points at these places, three numbers each
-       field.radius    number    of each; 0.5
-       field.shader    string    the surface shader of what stands in its place, with the
-       field.roughness number    roughness; 0.5. Without it the location's material remains.
+       field.count      int       the number of spheres, in a row along +X (0)
+       field.spacing    number    the distance between them (1)
+       field.points     number[]  or points at these positions, three numbers each
+       field.radius     number    the radius of each sphere or point (0.5)
+       field.shader     string    the surface shader; without it the location's material remains
+       field.roughness  number    the shader's roughness (0.5)
 
-   A field with neither spheres nor points stays as it is. */
+   A field with neither spheres nor points is not replaced. */
 
 #include <stddef.h>
 #include <stdio.h>
@@ -22,21 +23,21 @@ enum { kMostSpheres = 1000 };
 static const OxPluginHost* currentHost;
 static int instanceOfAll;
 
-static const OxAttributeSuite_v1* attributeSuite(void) {
+static const OxAttributeSuite_v1* AttributeSuite(void) {
     return (const OxAttributeSuite_v1*)currentHost->getSuite("AttributeHost", 1);
 }
 
-/* The location's attribute, to be released. */
-static OxAttributeStruct* attributeOf(OxSgIteratorStruct* location, const char* name) {
+/* An attribute of the location, which the caller releases. */
+static OxAttributeStruct* AttributeOf(OxSgIteratorStruct* location, const char* name) {
     const OxScenegraphIteratorHostSuite_v3* iterators =
         (const OxScenegraphIteratorHostSuite_v3*)currentHost->getSuite(
             OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3);
     return iterators->getAttribute(location, name);
 }
 
-static double numberOf(OxSgIteratorStruct* location, const char* name, double otherwise) {
-    const OxAttributeSuite_v1* attributes = attributeSuite();
-    OxAttributeStruct* const attribute = attributeOf(location, name);
+static double NumberOf(OxSgIteratorStruct* location, const char* name, double otherwise) {
+    const OxAttributeSuite_v1* attributes = AttributeSuite();
+    OxAttributeStruct* const attribute = AttributeOf(location, name);
     int64_t count = 0;
     double number = otherwise;
     const int32_t* const ints = attributes->getIntSample(attribute, 0, &count);
@@ -47,18 +48,18 @@ static double numberOf(OxSgIteratorStruct* location, const char* name, double ot
     return number;
 }
 
-/* A group of one child, whose reference is taken over. */
-static OxAttributeStruct* groupOf(const char* name, OxAttributeStruct* child) {
-    const OxAttributeSuite_v1* attributes = attributeSuite();
+/* A group of one child. Takes over the child's reference. */
+static OxAttributeStruct* GroupOf(const char* name, OxAttributeStruct* child) {
+    const OxAttributeSuite_v1* attributes = AttributeSuite();
     OxAttributeStruct* const group = attributes->createGroup(&name, &child, 1, 0);
     attributes->release(child);
     return group;
 }
 
-/* A group of several, whose references are taken over. */
-static OxAttributeStruct* groupOfAll(const char* const* names, OxAttributeStruct** children,
+/* A group of several children. Takes over their references. */
+static OxAttributeStruct* GroupOfAll(const char* const* names, OxAttributeStruct** children,
                                      int count) {
-    const OxAttributeSuite_v1* attributes = attributeSuite();
+    const OxAttributeSuite_v1* attributes = AttributeSuite();
     OxAttributeStruct* const group = attributes->createGroup(names, children, count, 0);
     int i;
     for (i = 0; i < count; ++i)
@@ -66,35 +67,35 @@ static OxAttributeStruct* groupOfAll(const char* const* names, OxAttributeStruct
     return group;
 }
 
-static OxAttributeStruct* text(const char* value) {
-    return attributeSuite()->createString(&value, 1, 1);
+static OxAttributeStruct* Text(const char* value) {
+    return AttributeSuite()->createString(&value, 1, 1);
 }
 
-static OxAttributeStruct* number(double value) {
-    return attributeSuite()->createDouble(&value, 1, 1);
+static OxAttributeStruct* Number(double value) {
+    return AttributeSuite()->createDouble(&value, 1, 1);
 }
 
-static OxAttributeStruct* sphereAt(double x, double radius) {
+static OxAttributeStruct* SphereAt(double x, double radius) {
     const char* const names[] = {"type", "geometry", "xform"};
     const double place[3] = {x, 0, 0};
     OxAttributeStruct* parts[3];
-    parts[0] = text("sphere");
-    parts[1] = groupOf("radius", number(radius));
-    parts[2] = groupOf("translate", attributeSuite()->createDouble(place, 3, 3));
-    return groupOf("a", groupOfAll(names, parts, 3));
+    parts[0] = Text("sphere");
+    parts[1] = GroupOf("radius", Number(radius));
+    parts[2] = GroupOf("translate", AttributeSuite()->createDouble(place, 3, 3));
+    return GroupOf("a", GroupOfAll(names, parts, 3));
 }
 
-/* The attributes of the row: a material, or none. */
-static OxAttributeStruct* rowAttributes(OxSgIteratorStruct* location) {
+/* The attributes of the row: a material or nothing. */
+static OxAttributeStruct* RowAttributes(OxSgIteratorStruct* location) {
     const char* const names[] = {"surfaceShader", "surfaceParams"};
     OxAttributeStruct* parts[2];
-    parts[0] = attributeOf(location, "field.shader");
-    if (!parts[0]) return attributeSuite()->createGroup(NULL, NULL, 0, 0);
-    parts[1] = groupOf("roughness", number(numberOf(location, "field.roughness", 0.5)));
-    return groupOf("material", groupOfAll(names, parts, 2));
+    parts[0] = AttributeOf(location, "field.shader");
+    if (!parts[0]) return AttributeSuite()->createGroup(NULL, NULL, 0, 0);
+    parts[1] = GroupOf("roughness", Number(NumberOf(location, "field.roughness", 0.5)));
+    return GroupOf("material", GroupOfAll(names, parts, 2));
 }
 
-static OxAttributeStruct* rowOfSpheres(OxSgIteratorStruct* location, int count, double spacing,
+static OxAttributeStruct* RowOfSpheres(OxSgIteratorStruct* location, int count, double spacing,
                                        double radius) {
     const char* const partNames[] = {"a", "c"};
     OxAttributeStruct* parts[2];
@@ -105,63 +106,63 @@ static OxAttributeStruct* rowOfSpheres(OxSgIteratorStruct* location, int count, 
     for (i = 0; i < count; ++i) {
         snprintf(texts[i], sizeof texts[i], "sphere%d", i);
         names[i] = texts[i];
-        spheres[i] = sphereAt(i * spacing, radius);
+        spheres[i] = SphereAt(i * spacing, radius);
     }
-    parts[0] = rowAttributes(location);
-    parts[1] = groupOfAll(names, spheres, count);
-    return groupOfAll(partNames, parts, 2);
+    parts[0] = RowAttributes(location);
+    parts[1] = GroupOfAll(names, spheres, count);
+    return GroupOfAll(partNames, parts, 2);
 }
 
-/* Takes the points' reference over. */
-static OxAttributeStruct* pointCloud(OxAttributeStruct* points, double radius) {
+/* Takes over the reference of the points. */
+static OxAttributeStruct* PointCloud(OxAttributeStruct* points, double radius) {
     const char* const geometryNames[] = {"point", "constantWidth"};
     const char* const names[] = {"type", "geometry"};
     OxAttributeStruct* geometry[2];
     OxAttributeStruct* parts[2];
-    geometry[0] = groupOf("P", points);
-    geometry[1] = number(2 * radius);
-    parts[0] = text("pointcloud");
-    parts[1] = groupOfAll(geometryNames, geometry, 2);
-    return groupOf("a", groupOfAll(names, parts, 2));
+    geometry[0] = GroupOf("P", points);
+    geometry[1] = Number(2 * radius);
+    parts[0] = Text("pointcloud");
+    parts[1] = GroupOfAll(geometryNames, geometry, 2);
+    return GroupOf("a", GroupOfAll(names, parts, 2));
 }
 
-static OxLocationDelegateInstance create(void) {
+static OxLocationDelegateInstance Create(void) {
     return &instanceOfAll;
 }
 
-static void destroy(OxLocationDelegateInstance instance) {
+static void Destroy(OxLocationDelegateInstance instance) {
     (void)instance;
 }
 
-static OxAttributeStruct* getReplacement(OxLocationDelegateInstance instance,
+static OxAttributeStruct* GetReplacement(OxLocationDelegateInstance instance,
                                          OxSgIteratorStruct* location) {
-    const double radius = numberOf(location, "field.radius", 0.5);
-    const double count = numberOf(location, "field.count", 0);
-    OxAttributeStruct* const points = attributeOf(location, "field.points");
+    const double radius = NumberOf(location, "field.radius", 0.5);
+    const double count = NumberOf(location, "field.count", 0);
+    OxAttributeStruct* const points = AttributeOf(location, "field.points");
     (void)instance;
-    if (points) return pointCloud(points, radius);
+    if (points) return PointCloud(points, radius);
     if (!(count >= 1 && count <= kMostSpheres)) return NULL;
-    return rowOfSpheres(location, (int)count, numberOf(location, "field.spacing", 1), radius);
+    return RowOfSpheres(location, (int)count, NumberOf(location, "field.spacing", 1), radius);
 }
 
-static OxAttributeStruct* getSupportedRenderer(OxLocationDelegateInstance instance) {
+static OxAttributeStruct* GetSupportedRenderer(OxLocationDelegateInstance instance) {
     (void)instance;
-    return text("lantern");
+    return Text("lantern");
 }
 
-static OxAttributeStruct* getSupportedLocationTypes(OxLocationDelegateInstance instance) {
+static OxAttributeStruct* GetSupportedLocationTypes(OxLocationDelegateInstance instance) {
     (void)instance;
-    return text("sphere field");
+    return Text("sphere field");
 }
 
 static const OxScenegraphLocationDelegatePluginSuite_v1 suite = {
-    create, destroy, getReplacement, getSupportedRenderer, getSupportedLocationTypes};
+    Create, Destroy, GetReplacement, GetSupportedRenderer, GetSupportedLocationTypes};
 
-static const void* getSuite(void) {
+static const void* GetSuite(void) {
     return &suite;
 }
 
-static int setHost(struct OxPluginHost* host) {
+static int SetHost(struct OxPluginHost* host) {
     currentHost = host;
     return 0;
 }
@@ -172,8 +173,8 @@ static const OxPluginRecord_v1 record = {OX_PLUGIN_RECORD_VERSION,
                                          OX_LOCATION_DELEGATE_API_VERSION,
                                          1,
                                          0,
-                                         getSuite,
-                                         setHost,
+                                         GetSuite,
+                                         SetHost,
                                          NULL};
 
 OX_PLUGIN_EXPORT unsigned int OxGetPluginCount(void);

@@ -10,7 +10,7 @@ using namespace lantern;
 using testing::ElementsAre;
 using testing::SizeIs;
 
-/// Cuts a face of all the points in a row.
+/// Triangulates the face of all points in their order.
 std::vector<Index> Cut(const std::vector<V3f>& points) {
     std::vector<std::int32_t> corners(points.size());
     std::iota(corners.begin(), corners.end(), 0);
@@ -19,7 +19,7 @@ std::vector<Index> Cut(const std::vector<V3f>& points) {
     return triangles;
 }
 
-/// The sums of the triangles' areas with and without sign, along z.
+/// The sums of the signed and the absolute areas of the triangles, projected along z.
 std::pair<float, float> Areas(const std::vector<V3f>& points, const std::vector<Index>& triangles) {
     float sum = 0;
     float size = 0;
@@ -40,7 +40,7 @@ TEST(Triangulate, LeavesOutFacesOfLessThanThreeCorners) {
     EXPECT_THAT(Cut({{0, 0, 0}, {1, 0, 0}}), SizeIs(0));
 }
 
-TEST(Triangulate, CutsAConvexFaceIntoAFan) {
+TEST(Triangulate, SplitsAConvexFaceIntoAFan) {
     EXPECT_THAT(Cut({{0, 0, 0}, {2, 0, 0}, {3, 1, 0}, {1, 2, 0}}), ElementsAre(0, 1, 2, 0, 2, 3));
 }
 
@@ -59,13 +59,13 @@ TEST(Triangulate, CoversAComb) {
     EXPECT_EQ(Areas(comb, Cut(comb)), std::make_pair(8.0f, 8.0f));
 }
 
-TEST(Triangulate, KeepsTheSideFromWhichAFaceIsSeen) {
+TEST(Triangulate, KeepsTheOrientationOfAFace) {
     const std::vector<V3f> away = {{0, -2, 0}, {0.5f, 0, 0}, {0, 2, 0}, {2, 0, 0}};
     EXPECT_EQ(Areas(away, Cut(away)), std::make_pair(-3.0f, 3.0f));
 }
 
-TEST(Triangulate, CutsFacesInAnyPlane) {
-    // The arrowhead, standing on x = y.
+TEST(Triangulate, HandlesFacesInAnyPlane) {
+    // The arrowhead in the plane x = y.
     const std::vector<V3f> arrow = {{2, 2, 0}, {0, 0, 2}, {0.5f, 0.5f, 0}, {0, 0, -2}};
     const std::vector<Index> triangles = Cut(arrow);
     ASSERT_THAT(triangles, SizeIs(6));
@@ -77,7 +77,7 @@ TEST(Triangulate, CutsFacesInAnyPlane) {
     EXPECT_EQ(sum, whole * 2);
 }
 
-TEST(Triangulate, EndsForFacesThatCrossThemselvesOrAreFlat) {
+TEST(Triangulate, TerminatesForSelfIntersectingAndDegenerateFaces) {
     EXPECT_THAT(Cut({{0, 0, 0}, {1, 1, 0}, {1, 0, 0}, {0, 1, 0}}), SizeIs(6));
     EXPECT_THAT(Cut({{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0}, {4, 0, 0}}), SizeIs(9));
     EXPECT_THAT(Cut(std::vector<V3f>(6, V3f(1))), SizeIs(12));

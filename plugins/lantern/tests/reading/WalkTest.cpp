@@ -62,9 +62,8 @@ std::string ArrayJson(int groupSize) {
            std::to_string(groupSize) + "}}]}";
 }
 
-// The lights come in the scene's order as well, and tell the order of instances apart from that of
-// transforms.
-TEST(Walk, FindsTheSameInTheSameOrderWhateverTheNumberOfThreads) {
+// The comparison includes the lights, which must be in scene order too.
+TEST(Walk, FindsTheSameInTheSameOrderForAnyNumberOfThreads) {
     const Location root = RootOfJson(ArrayJson(10));
     const SceneData one = ReadWith(root, 1);
     EXPECT_THAT(one.instances, SizeIs(10000));
@@ -75,7 +74,7 @@ TEST(Walk, FindsTheSameInTheSameOrderWhateverTheNumberOfThreads) {
     ExpectEqual(one, ReadWith(root, 8));
 }
 
-TEST(Walk, SharesALongRowOfSiblings) {
+TEST(Walk, SharesManySiblingsAmongThreads) {
     const Location root = RootOfJson(ArrayJson(100000));
     ExpectEqual(ReadWith(root, 1), ReadWith(root, 8));
 }
@@ -91,7 +90,7 @@ TEST(Walk, FollowsTheOrderOfTheScene) {
     }
 }
 
-TEST(Walk, PassesHiddenLocationsAndAllBelowThem) {
+TEST(Walk, SkipsHiddenLocationsAndTheirDescendants) {
     const SceneData scene = ReadSilently(SceneJson(
         Triangle("a", "\"visible\": 0") + R"(, "g": {"a": {"visible": 0}, "c": {)" + Triangle("b") +
         R"(}}, "h": {"a": {"visible": 1}, "c": {)" + Triangle("c") + "}}"));
@@ -142,7 +141,7 @@ int CountOfType(const Location& location, const std::string& type) {
     return count;
 }
 
-TEST(Walk, FindsAllOfTheGarden) {
+TEST(Walk, FindsEverythingInTheGarden) {
     const Location root = RootOfFile(TELLAR_EXAMPLES "/garden.json");
     const SceneData scene = ReadWith(root, 2);
     EXPECT_EQ(static_cast<int>(scene.instances.size()), CountOfType(root, "polymesh"));
