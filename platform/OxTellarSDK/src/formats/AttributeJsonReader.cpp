@@ -31,24 +31,6 @@ bool IsInteger(std::string_view number) {
     return number.find_first_of(".eE") == std::string_view::npos;
 }
 
-/// An order of dotted paths in which the paths below a path follow it directly: the dot comes
-/// before every other character.
-bool ComesBefore(std::string_view a, std::string_view b) {
-    const auto rank = [](char c) { return c == '.' ? -1 : static_cast<unsigned char>(c); };
-    return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(),
-                                        [&](char x, char y) { return rank(x) < rank(y); });
-}
-
-bool IsBelow(std::string_view path, std::string_view ancestor) {
-    return path.size() > ancestor.size() && path[ancestor.size()] == '.' &&
-           path.substr(0, ancestor.size()) == ancestor;
-}
-
-bool HasEmptyPart(std::string_view path) {
-    return path.empty() || path.front() == '.' || path.back() == '.' ||
-           path.find("..") != std::string_view::npos;
-}
-
 /// The values of one attribute as JSON, sample after sample.
 struct Values {
     std::vector<JsonValue> values;
@@ -243,7 +225,7 @@ private:
 
     OpenGroup openPlainGroup(const JsonValue& object, int depth) {
         const std::vector<JsonValue::Member> members = object.members();
-        checkPaths(members);
+        CheckDottedKeys(members, where);
         OpenGroup group{GroupBuilder(BuilderModeNormal), {}, 0};
         for (const JsonValue::Member& member : members) {
             const std::string_view path = member.key.text();
@@ -252,27 +234,6 @@ private:
             group.children.push_back({std::string(path), member.value, depth + dots + 1});
         }
         return group;
-    }
-
-    /// Fails if one key would replace another: if it is given twice or lies below another one.
-    void checkPaths(const std::vector<JsonValue::Member>& members) const {
-        std::vector<JsonValue> keys;
-        for (const JsonValue::Member& member : members) {
-            if (HasEmptyPart(member.key.text()))
-                fail(member.key, "key " + Quoted(member.key.text()) + " has an empty part");
-            keys.push_back(member.key);
-        }
-        std::stable_sort(keys.begin(), keys.end(), [](const JsonValue& a, const JsonValue& b) {
-            return ComesBefore(a.text(), b.text());
-        });
-        for (std::size_t i = 1; i < keys.size(); ++i) {
-            const std::string_view before = keys[i - 1].text();
-            const std::string_view path = keys[i].text();
-            if (before == path) fail(keys[i], "key " + Quoted(path) + " given twice");
-            if (IsBelow(path, before))
-                fail(keys[i], "key " + Quoted(path) + " lies in " + Quoted(before) +
-                                  ", which is given by itself");
-        }
     }
 
     OpenGroup openTypedGroup(const JsonValue& object, int depth) {

@@ -1,43 +1,37 @@
 #ifndef OXTELLARSDK_JSONFIELDS_H
 #define OXTELLARSDK_JSONFIELDS_H
 
-#include <algorithm>
 #include <initializer_list>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "text/JsonTree.h"
-#include "text/MessageText.h"
+
+/// The keys of JSON objects. Errors are std::runtime_errors that begin with the place of the key at
+/// fault and end with `where`.
 
 namespace OxAttribute {
 
 /// The members of an object that has a fixed set of keys. It borrows the tree.
 class JsonFields {
 public:
-    /// Throws std::runtime_error if a key is not `known` or is given twice. The text begins with
-    /// the place of the key and ends with `where`.
+    /// Throws if a key is not `known` or is given twice.
     JsonFields(const TellarInternal::JsonValue& object,
-               std::initializer_list<std::string_view> known, const std::string& where) {
-        for (const TellarInternal::JsonValue::Member& member : object.members()) {
-            const std::string_view key = member.key.text();
-            if (std::find(known.begin(), known.end(), key) == known.end())
-                member.key.fail("unknown key " + TellarInternal::Quoted(key) + where);
-            if (!byKey.emplace(key, member.value).second)
-                member.key.fail("key " + TellarInternal::Quoted(key) + " given twice" + where);
-        }
-    }
+               std::initializer_list<std::string_view> known, const std::string& where);
 
-    std::optional<TellarInternal::JsonValue> find(std::string_view key) const {
-        const auto found = byKey.find(key);
-        if (found == byKey.end()) return std::nullopt;
-        return found->second;
-    }
+    std::optional<TellarInternal::JsonValue> find(std::string_view key) const;
 
 private:
     std::map<std::string_view, TellarInternal::JsonValue> byKey;
 };
+
+/// Checks the keys of an object that are dotted paths. Throws if a path has an empty part, is given
+/// twice or lies below another one, which it would replace.
+void CheckDottedKeys(const std::vector<TellarInternal::JsonValue::Member>& members,
+                     const std::string& where);
 
 } // namespace OxAttribute
 
