@@ -30,8 +30,6 @@ namespace {
 using Suite = OxScenegraphIteratorHostSuite_v3;
 using OldSuite = OxScenegraphIteratorHostSuite_v2;
 
-const NamedLogger kLogger("ScenegraphIteratorHost");
-
 /// A new handle with a count of 0.
 OxSgIteratorStruct* ToC(GeometryProducer::Ptr producer) {
     return OxGeometryProducerToHandle(std::move(producer));
@@ -58,7 +56,7 @@ void ReleaseIterator(OxSgIteratorStruct* iterator) noexcept {
 
 template <typename Body>
 auto Enter(const SuiteEntry& entry, Body body) {
-    return RunSuiteEntry(kLogger, entry, body);
+    return RunSuiteEntry(kIteratorHostLogger, entry, body);
 }
 
 /// An entry that asks a location. The producer is kept during the call, even if another thread

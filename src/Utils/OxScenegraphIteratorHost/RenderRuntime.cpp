@@ -10,15 +10,12 @@
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 
 #include "ExceptionText.h"
-#include "NamedLogger.h"
 
 using namespace OxAttribute;
 
 namespace TELLAR {
 
 namespace {
-
-const NamedLogger kLogger("ScenegraphIteratorHost");
 
 constexpr const char* kRoot = "/root";
 constexpr const char* kRenderRuntime = "renderRuntime";
@@ -58,7 +55,7 @@ GeometryProducer::Ptr CreateRoot(Create create) {
     try {
         root = create();
     } catch (const NoRuntime&) {
-        kLogger.error("Runtime could not be loaded.");
+        kIteratorHostLogger.error("Runtime could not be loaded.");
         return nullptr;
     } catch (const std::exception& error) {
         std::cerr << "Error occurred creating ThreadAwareGeometyProducer.\n"
@@ -67,7 +64,7 @@ GeometryProducer::Ptr CreateRoot(Create create) {
     if (root) return root;
     constexpr const char* kFailure = "Tellar3 producer create failed.";
     std::cerr << kFailure << std::endl;
-    kLogger.error(kFailure);
+    kIteratorHostLogger.error(kFailure);
     return nullptr;
 }
 
@@ -94,7 +91,7 @@ void FinalizeRenderRuntime(GeometryProducer& producer) {
     const GroupAttribute attrs = client->cookLocation(kRoot).getAttrs();
     for (const char* name : {"liveRenderSettings", "liveRender"}) {
         if (!attrs.getChildByName(name).isValid()) continue;
-        kLogger.info("Runtime finalize deferred while live rendering.");
+        kIteratorHostLogger.info("Runtime finalize deferred while live rendering.");
         return;
     }
     if (const auto runtime = client->getRuntime()) runtime->finalize();

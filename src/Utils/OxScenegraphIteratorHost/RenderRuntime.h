@@ -3,9 +3,14 @@
 
 #include <OxTellarProducers/GeometryProducer.h>
 
+#include "NamedLogger.h"
+
 namespace TELLAR {
 
 // Opening of scenes for C plug-ins, and the end of their renders.
+
+/// The one logger of the suite.
+inline const NamedLogger kIteratorHostLogger("ScenegraphIteratorHost");
 
 /// The producer of "/root"; null, with the reason on the standard error stream and in the log, when
 /// there is none. Throws nothing that is derived from std::exception.
