@@ -56,7 +56,7 @@ public:
     }
 
 private:
-    /// Never destroyed: threads of the library may log to the end.
+    /// Never destroyed, because threads of the library may log until the process ends.
     static FirstLoggedError& get() {
         static auto* const first = new FirstLoggedError;
         return *first;

@@ -58,12 +58,12 @@ struct CameraReport {
     RenderCamera camera;
     Resolution resolution;
     std::optional<float> frame;
-    Shutter shutter; // beside the frame
+    Shutter shutter; // the frame is added
     std::vector<float> sampleTimes;
     std::vector<TransformSample> shutterSamples;
 
     Imath::Matrix44<double> worldToCamera() const { return camera.info.xform.inverse(); }
-    /// Its numbers are floats.
+    /// In single precision, as the library has the lens.
     Imath::Matrix44<float> projection() const {
         return Imath::Matrix44<float>(
             TELLAR::GetProjectionMatrix(camera.info, resolution.aspect()));

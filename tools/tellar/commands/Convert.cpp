@@ -25,7 +25,7 @@ constexpr const char* kExamples = R"(Examples:
 struct ConvertOptions {
     std::string in;
     std::string out;
-    std::string to; // "json", "attributes" or "ops"; empty: told by the extension of `out`
+    std::string to; // "json", "attributes" or "ops"; empty: by the extension of `out`
     bool compress = false;
 };
 
@@ -55,7 +55,7 @@ void Write(const ConvertOptions& options, SceneKind kind, const GroupAttribute& 
     }
 }
 
-/// Throws std::runtime_error naming the file at fault; `out` is then as it was before.
+/// Throws std::runtime_error naming the file at fault, and then leaves `out` as it was.
 void RunConvert(const ConvertOptions& options) {
     const SceneKind kind = TargetKind(options);
     if (options.compress && kind == SceneKind::Json)

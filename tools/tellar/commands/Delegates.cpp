@@ -31,14 +31,14 @@ struct DelegatesOptions {
     bool json = false;
 };
 
-/// Who takes over a location type. Name and file are empty when they cannot be told.
+/// The plug-in that takes over a location type. Name and file are empty when they are not known.
 struct Delegate {
     std::string type;
     std::string plugin;
     std::string file;
 };
 
-/// The cache hands out tables of functions; the plug-in is the one that gives the same table.
+/// The cache returns only a table of functions. The plug-in is the one that has the same table.
 Delegate FindDelegate(const std::string& type, const std::string& renderer,
                       const std::vector<std::string>& pluginNames) {
     const void* const suite = OxScenegraphLocationDelegateCache::getPluginSuite(type, renderer);
@@ -51,13 +51,13 @@ Delegate FindDelegate(const std::string& type, const std::string& renderer,
     return {type, {}, {}};
 }
 
-/// The plug-ins run here for the first time.
+/// Calls the plug-ins for the first time, and turns what they throw into std::runtime_error.
 std::vector<std::string> GetTypes(const std::string& renderer) {
     std::vector<std::string> types;
     try {
         OxScenegraphLocationDelegateCache::getLocationTypesWithDelegates(types, renderer);
     } catch (const std::exception& error) {
-        const char* const text = error.what(); // a plug-in's: it may be null
+        const char* const text = error.what(); // may be null in an exception of a plug-in
         throw std::runtime_error(std::string("a location delegate plug-in threw: ") +
                                  (text ? text : "an exception without a text"));
     } catch (...) {

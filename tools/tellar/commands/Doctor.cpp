@@ -106,7 +106,7 @@ std::string TextOf(const Findings& findings) {
     return out;
 }
 
-/// Names of variables may hold anything.
+/// JsonObject is not used, because the names of variables may have to be escaped.
 std::string JsonOf(const std::vector<Setting>& settings) {
     std::string members;
     for (const auto& [name, value] : settings)

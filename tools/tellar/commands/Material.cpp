@@ -39,14 +39,14 @@ constexpr const char* kExamples = R"(Examples:
 struct MaterialOptions {
     std::string scene;
     std::string location;
-    std::optional<std::vector<std::string>> terminals; // absent: all that there are
+    std::optional<std::vector<std::string>> terminals; // absent: all terminals
     std::optional<std::string> png;
     bool minimize = false;
     bool json = false;
     bool dot = false;
 };
 
-/// All that is told about the material of a location.
+/// Everything that the command prints about the material of a location.
 struct MaterialReport {
     std::string path;
     LocationMaterial material;
@@ -74,7 +74,7 @@ std::string OriginText(const MaterialSource& source) {
     return source.assignedFrom.empty() ? "" : "assigned from " + source.assignedFrom;
 }
 
-/// A line for every value, with those of groups by dotted names.
+/// Appends a line for every value. Values in groups have dotted names.
 void AppendValues(std::string& out, const std::string& name, const Attribute& attribute) {
     ForEachValue(name, attribute, [&](const std::string& path, const std::string& value) {
         out += "    " + path + ": " + value + '\n';

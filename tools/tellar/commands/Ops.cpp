@@ -35,7 +35,8 @@ struct OpsOptions {
     bool json = false;
 };
 
-/// The text in lines of that width, all but the first indented.
+/// Appends the text in lines of kLineWidth, indented from the second one on. The first line begins
+/// at `column`.
 void AppendWrapped(std::string& out, std::string_view text, std::size_t column,
                    std::size_t indent) {
     while (!text.empty()) {
@@ -55,7 +56,7 @@ void AppendWrapped(std::string& out, std::string_view text, std::size_t column,
     out += '\n';
 }
 
-/// A line that begins with `name` and goes on with the text at a column of its own.
+/// Appends a name, and the text in a column of its own beside it.
 void AppendEntry(std::string& out, const std::string& name, std::size_t nameWidth,
                  const std::string& text) {
     std::string line = "  ";
@@ -91,7 +92,7 @@ void AppendDetails(std::string& out, const Description& type) {
     }
 }
 
-/// Files on the plug-in path that could not be used: an op type that is missed may be in one.
+/// Lists files on the plug-in path that could not be used, because a missing op type may be in one.
 void AppendRefusedPlugins(std::string& out) {
     const auto refused = OxPluginManager::PluginManager::refused();
     if (refused.empty()) return;

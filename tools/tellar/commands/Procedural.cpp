@@ -67,7 +67,7 @@ void RunProcedural(const ProceduralOptions& options) {
                            ? TELLAR::BuildClassicProceduralArgumentsString
                            : TELLAR::BuildScenegraphAttrProceduralArgumentsString;
     std::string arguments = build(location, context, procedural, Warn);
-    if (arguments.back() != '\n') arguments += '\n'; // XML ends its last line itself
+    if (arguments.back() != '\n') arguments += '\n'; // the XML form has it already
     WriteOutput(arguments);
     FlushOutput();
 }

@@ -41,12 +41,12 @@ struct RenderOptions {
     std::string scene;
     ChosenSettings chosen;
     std::optional<float> frame; // absent: 0
-    std::int32_t samples = 0;   // 0: the scene or the renderer tells
+    std::int32_t samples = 0;   // 0: the choice of the scene or the renderer
     std::int32_t threads = 0;   // 0: one for each processor
     RendererOptions renderer;
 };
 
-/// A location as plug-ins get it.
+/// Owns a handle for plug-ins onto a location.
 class LocationHandle {
 public:
     explicit LocationHandle(const GeometryProducer::Ptr& location)

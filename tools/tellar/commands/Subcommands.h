@@ -7,12 +7,12 @@ class App;
 
 namespace TellarTool {
 
-/// Thrown when all is printed, but is not as it should be: the exit status is then 1.
+/// Thrown when everything is printed and problems were found. The exit status is then 1.
 struct ProblemsFound {};
 
-// Each adds one subcommand to the command: its options, and what it does as the callback that
-// runs when it is given. Callbacks print on standard output; they throw std::runtime_error for
-// whatever cannot be done, OutputClosed, ProblemsFound and Stopped.
+// Each function adds one subcommand with its options, and a callback that the parser calls when the
+// subcommand is given. Callbacks print on standard output. They throw std::runtime_error for every
+// failure, OutputClosed, ProblemsFound and Stopped.
 
 void AddWalkCommand(CLI::App& app);
 void AddCameraCommand(CLI::App& app);

@@ -26,7 +26,7 @@ constexpr const char* kExamples = R"(Examples:
 struct TilePathOptions {
     std::string path;
     std::vector<int> tile;
-    std::optional<std::string> nameTemplate; // absent: that of the configuration, if any
+    std::optional<std::string> nameTemplate; // absent: the configuration's, if any
 };
 
 /// Prints the library's warnings about templates as warnings of the command.

@@ -50,7 +50,7 @@ struct WalkOptions {
     std::string start = "/root";
     WalkLimits limits;
     Variant variant = Variant::ThreadAware;
-    /// Absent: none; empty: all; else one dotted name.
+    /// As in PrintOptions.
     std::optional<std::string> attributes;
     bool worldMatrix = false;
     bool json = false;
@@ -123,8 +123,8 @@ void RunWalk(const WalkOptions& options) {
     FlushOutput();
 }
 
-/// SCENE is not left to be required by the parser, which could not tell why it is missing: an
-/// optional value that follows an option is taken for its value.
+/// The parser does not check that SCENE is given, because it could not say why SCENE is missing:
+/// behind --attrs it is taken for the name of an attribute.
 void CheckScene(const CLI::App& walk, const WalkOptions& options) {
     if (!options.scene.empty()) return;
     throw std::runtime_error(walk.count("--attrs") > 0

@@ -21,7 +21,8 @@ constexpr const char* kPluginLogger = "PluginManager";
 constexpr const char* kResolutionLogger = "ResolutionTable";
 constexpr const char* kResolutionKey = "RESOLUTION_TABLE";
 
-// What the platform reads (docs/configuration.md), and by what the system finds libraries.
+// The settings and variables that the platform reads (docs/configuration.md), and the variables by
+// which the system finds libraries.
 constexpr const char* kKeys[] = {"ASSET_SEARCH_PATH", "MAP_FILES_ABOVE", "OMBRA_TILE_FILENAME",
                                  kResolutionKey};
 constexpr const char* kVariables[] = {"OX_PLUGIN_PATH",    "OX_CONFIG_FILE",        "OX_LOG_LEVEL",
@@ -29,11 +30,12 @@ constexpr const char* kVariables[] = {"OX_PLUGIN_PATH",    "OX_CONFIG_FILE",    
                                       "NO_COLOR",          "RUNTIME_USE_CONCURRENT"};
 constexpr const char* kVariablePrefix = "OX_CONFIG_";
 
-/// Collects warnings and errors in place of printing them: whoever logs them knows the reason.
+/// Collects warnings and errors instead of printing them, because they give the reasons of
+/// problems.
 class LoggedProblems {
 public:
-    /// Those of the loggers that have reasons to tell, whatever OX_LOG_LEVEL says. The sink comes
-    /// first: it gets the report when OX_LOG_LEVEL itself is malformed.
+    /// Makes some loggers log warnings whatever OX_LOG_LEVEL says. The sink is set first, so that
+    /// it gets the message that OX_LOG_LEVEL itself is malformed.
     static void capture() {
         OxLoggingSetSink([](const OxLogMessage& message) {
             if (message.level < OxLogLevel::warn) return;
@@ -52,7 +54,7 @@ public:
     }
 
 private:
-    /// Never destroyed: threads of the library may log to the end.
+    /// Never destroyed, because threads of the library may log until the process ends.
     static LoggedProblems& get() {
         static auto* const problems = new LoggedProblems;
         return *problems;
@@ -80,7 +82,7 @@ void AddVariable(Findings& findings, const std::string& name) {
 }
 
 void FindSettings(Findings& findings) {
-    Config()->reload(); // may have been read, and have told its errors, before
+    Config()->reload(); // it may have been read, and its errors logged, before
     for (const char* name : kVariables)
         AddVariable(findings, name);
     for (const std::string& source : Config()->sources()) {
@@ -130,7 +132,7 @@ void AddResolutionProblem(Findings& findings, const std::vector<OxLogMessage>& m
     AddProblem(findings, problem);
 }
 
-/// Part of another problem already.
+/// Whether the message is already part of another problem.
 bool IsToldElsewhere(const OxLogMessage& message) {
     return message.loggerName == kResolutionLogger ||
            (message.loggerName == kPluginLogger && message.text.rfind("Passed over ", 0) == 0);
@@ -155,7 +157,7 @@ Findings Examine() {
     FindPlugins(findings);
     FindSettings(findings);
     FindResolutions(findings);
-    findings.libraries = GetLoadedLibraries(); // those that plug-ins bring are there by now
+    findings.libraries = GetLoadedLibraries(); // last, for plug-ins load libraries too
     AddProblems(findings);
     return findings;
 }

@@ -14,25 +14,25 @@
 
 namespace TellarTool {
 
-/// A name and what it stands for.
+/// A name and its value.
 using Setting = std::pair<std::string, std::string>;
 
-/// All that is told about an installation.
+/// Everything that `tellar doctor` prints about an installation.
 struct Findings {
     std::vector<LoadedLibrary> libraries;
     std::vector<std::string> pluginFolders;
     std::vector<FoundPlugin> plugins;
     std::vector<OxPluginManager::RefusedPlugin> refused;
     std::vector<const OxOpType::Description*> opTypes;
-    std::vector<std::string> configurationFiles; // that are used
+    std::vector<std::string> configurationFiles; // only those that are used
     std::vector<Setting> configuration;
     std::vector<Setting> environment;
     std::string resolutionFile; // empty: the built-in formats alone
     std::size_t resolutionCount = 0;
-    std::vector<std::string> problems; // in words; empty when all is well
+    std::vector<std::string> problems; // sentences
 };
 
-/// Looks at the installation that this process runs from: loads the plug-ins, and reads the
+/// Examines the installation that this process runs from: loads the plug-ins and reads the
 /// configuration again. From then on warnings and errors are collected instead of printed. Throws
 /// std::runtime_error when there is no plug-in host.
 Findings Examine();

@@ -6,15 +6,15 @@
 
 namespace TellarTool {
 
-/// A shared library in this process.
+/// A shared library that is loaded in this process.
 struct LoadedLibrary {
     std::string name;    ///< "OxTellarSDK" of libOxTellarSDK.so.0
-    std::string version; ///< as its file's name tells; empty when it does not
+    std::string version; ///< from the name of its file; empty when that has none
     std::string file;    ///< absolute, symbolic links followed
 };
 
-/// This project's libraries that are loaded just now, by name and file. Empty on systems other
-/// than Linux, where nothing is known about them.
+/// The loaded libraries of this project, ordered by name and file. Empty on systems other than
+/// Linux.
 std::vector<LoadedLibrary> GetLoadedLibraries();
 
 } // namespace TellarTool

@@ -6,18 +6,18 @@
 
 namespace TellarTool {
 
-/// Makes the host with the library's suites that plug-ins are given as they are loaded; to be
-/// called before anything asks for a plug-in that needs it. Throws std::runtime_error.
+/// Registers the library's suites with the host that plug-ins get when they are loaded. To be
+/// called before the first plug-in that needs them is loaded. Throws std::runtime_error.
 void SetUpPluginHost();
 
 struct FoundPlugin {
     std::string name;
     std::string apiName;
     unsigned int apiVersion = 0;
-    std::string file; ///< the library that it is in
+    std::string file; ///< its library
 };
 
-/// All that can be used, by API and version in the order found.
+/// All plug-ins that can be used, grouped by API and version, in the order found.
 std::vector<FoundPlugin> GetPlugins();
 
 } // namespace TellarTool

@@ -51,7 +51,7 @@ public:
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
-    /// Refers to this object.
+    /// Functions for the renderer, which refer to this object.
     OxRenderListener_v1 getFunctions() {
         OxRenderListener_v1 functions{};
         functions.onProgress = [](double fraction, const char* what, void* user) {
@@ -71,7 +71,7 @@ public:
     }
 
     const std::vector<std::string>& getPictures() const { return pictures; }
-    /// The last one, which has not been shown.
+    /// The last error, which is not shown yet.
     const std::optional<std::string>& getError() const { return error; }
     int getSignal() const { return stopSignals.noted(); }
 
@@ -114,7 +114,7 @@ private:
     std::mutex lock;
     double fraction = 0; // guarded by lock, as is the next one
     std::string what;
-    Progress progress; // last but one: its thread uses all of the above
+    Progress progress; // its thread uses all members above
     LibraryMessages libraryMessages;
 };
 

@@ -8,12 +8,13 @@
 
 namespace TellarTool {
 
-/// Has a renderer work: `work` passes the listener on and returns an OxRenderStatus. Meanwhile
-/// progress and messages go to standard error, the latter with what the library logs; the paths of
-/// the pictures go to standard output at the end. SIGINT and SIGTERM ask the renderer to stop.
+/// Runs a renderer: `work` calls it with the listener and returns its OxRenderStatus. Meanwhile
+/// progress, the renderer's messages and the library's warnings and errors go to standard error.
+/// The paths of the pictures go to standard output at the end. SIGINT and SIGTERM ask the renderer
+/// to stop.
 ///
-/// Throws Stopped when it did, and std::runtime_error with the renderer's last error when it
-/// failed.
+/// Throws Stopped when the renderer has stopped for a signal, and std::runtime_error with the
+/// renderer's last error when it has failed.
 void RunRenderer(const std::string& renderer, bool isVerbose,
                  const std::function<int(const OxRenderListener_v1& listener)>& work);
 

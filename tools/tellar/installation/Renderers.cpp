@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* kFolderName = "tellar-renderers";
 
-/// "there are "a" and "b"".
+/// A list of the renderers as a clause: there are "a" and "b".
 std::string WhatThereIs() {
     std::vector<std::string> names;
     PluginManager::getPluginNames(OX_RENDERER_API, names, OX_RENDERER_API_VERSION);

@@ -7,7 +7,7 @@
 
 namespace TellarTool {
 
-/// What --renderer means when it is not given.
+/// The renderer when --renderer is not given.
 constexpr const char* kDefaultRenderer = "lantern";
 
 struct Renderer {
@@ -15,11 +15,11 @@ struct Renderer {
     const OxRendererPluginSuite_v1* suite = nullptr; ///< lives as long as the process
 };
 
-/// Has the plug-in manager search the folder with the renderers of the installation, if there is
-/// one. What they need is large, so it is not searched by every subcommand.
+/// Adds the installation's folder of renderers, if there is one, to the plug-in path. Only commands
+/// that use renderers do so, because the libraries that renderers load are large.
 void AddRendererFolder();
 
-/// Throws std::runtime_error naming the renderers that there are when there is none of this name.
+/// Throws std::runtime_error with the names of all renderers when there is none of this name.
 Renderer FindRenderer(const std::string& name);
 
 } // namespace TellarTool

@@ -26,8 +26,8 @@ constexpr const char* kTerminalStyle =
 constexpr const char* kMissingStyle =
     R"(, style="rounded,dashed", color="#b03030", fontcolor="#b03030"])";
 
-/// Graphviz wants UTF-8, and names in scenes need not be that: bytes that are none are shown by
-/// their numbers, and so are control characters.
+/// Graphviz reads UTF-8, and a name in a scene may be any bytes. Control characters and bytes that
+/// are not UTF-8 are written as their numbers.
 std::string Utf8(std::string_view bytes) {
     namespace utf = boost::locale::utf;
     std::string printable;
@@ -61,7 +61,7 @@ std::string LabelText(const std::string& text) {
     return out;
 }
 
-/// A node of the drawing; `lines` are those of its label, escaped already.
+/// A node of the drawing. `lines` is its label, escaped already.
 void AppendNode(std::string& out, const std::string& id, const std::string& lines,
                 const char* style = "]") {
     out += "    " + id + " [label=\"" + lines + '"' + style + ";\n";
@@ -100,7 +100,7 @@ private:
         return ids.try_emplace(node, "n" + std::to_string(ids.size())).first->second;
     }
 
-    /// As idOf, of what something leads to: it may be that there is no such node.
+    /// As idOf, for the target of a terminal or a connection, which may be missing.
     const std::string& sourceId(const std::string& node) {
         const bool isNew = ids.count(node) == 0;
         const std::string& id = idOf(node);
@@ -117,7 +117,7 @@ private:
         }
     }
 
-    /// One below the other at the right.
+    /// Draws the terminals below each other at the right.
     void drawTerminals() {
         std::string all;
         for (std::size_t i = 0; i < network.terminals.size(); ++i) {

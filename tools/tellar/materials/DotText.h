@@ -7,7 +7,7 @@
 
 namespace TellarTool {
 
-/// The network as a drawing in the language of Graphviz, from left to right, with a title above.
+/// A drawing of the network from left to right in the language of Graphviz, with a title above.
 std::string DotText(const ShadingNetwork& network, const std::string& title);
 
 } // namespace TellarTool

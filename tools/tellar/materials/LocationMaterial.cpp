@@ -18,7 +18,7 @@ std::string TextOf(const Attribute& attribute) {
     return StringAttribute(attribute).getValue("", false);
 }
 
-/// What is before the ending; empty when there is nothing, or the text ends otherwise.
+/// The text before `ending`. Empty when the text does not end like that or has nothing before it.
 std::string WithoutEnding(const std::string& text, const char* ending) {
     return OxStringUtil::endswith(text, ending) ? text.substr(0, text.size() - std::strlen(ending))
                                                 : "";

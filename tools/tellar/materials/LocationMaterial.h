@@ -9,38 +9,38 @@
 
 namespace TellarTool {
 
-/// A material that counts for a location: its own, or that of an ancestor.
+/// A material that contributes to that of a location: its own, or one of an ancestor.
 struct MaterialSource {
     std::string location;     ///< the location or the ancestor
     std::string assignedFrom; ///< the material location; empty for a material of its own
     OxAttribute::GroupAttribute material; ///< minimised
 };
 
-/// The materials that make up a location's, nearest first.
+/// The materials that a location's material is put together from, nearest first.
 struct LocationMaterial {
     std::vector<MaterialSource> sources;
-    std::vector<std::string> notes; ///< what somebody who wonders about them should know
+    std::vector<std::string> notes; ///< sentences about what is unusual
 
-    /// All that any of them serves, nearest first.
+    /// The terminals of all materials, nearest first.
     std::vector<std::string> terminalNames() const;
-    /// Invalid when there is nothing in any of them.
+    /// Invalid when all materials are empty.
     OxAttribute::GroupAttribute flatten(const std::vector<std::string>& terminalNames) const;
 };
 
-/// Whether it is a shading network; else it is pairs of shader and parameters.
+/// Whether it is a shading network and not pairs of shader and parameters (a legacy material).
 bool IsNetwork(const OxAttribute::GroupAttribute& material);
 /// "network" or "legacy".
 const char* StyleName(const OxAttribute::GroupAttribute& material);
 
-/// What ends the names of those children of "terminals" that are none, but say which port of its
-/// node serves a terminal: "surfacePort" beside "surface".
+/// The end of the names of children of "terminals" that are no terminals: "surfacePort" says which
+/// port of its node the terminal "surface" takes.
 constexpr const char* kTerminalPort = "Port";
 
-/// Terminals of a material by itself, in its order.
+/// The terminals of one material, in its order.
 std::vector<std::string> TerminalNamesOf(const OxAttribute::GroupAttribute& material);
 
-/// The "material" of the location and of each ancestor, as the library does it, but where
-/// "materialAssign" leads to a location with a "material", it is that one.
+/// Finds the "material" of the location and of each ancestor, as the library does. Where
+/// "materialAssign" leads to a location with a "material", that one is taken instead.
 LocationMaterial FindMaterial(TELLAR::GeometryProducer& location);
 
 } // namespace TellarTool

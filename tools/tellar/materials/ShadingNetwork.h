@@ -9,21 +9,21 @@
 
 namespace TellarTool {
 
-/// A material as nodes and what leads from one to the other. Of a legacy material every shader is
-/// a node, named as its terminal.
+/// A material as nodes and connections. Each shader of a legacy material is a node that has the
+/// name of its terminal.
 struct ShadingNetwork {
     struct Terminal {
         std::string name;
         std::string node;
-        std::string port; ///< of the node; empty where the material does not say
+        std::string port; ///< of the node; empty when the material names none
     };
 
     std::vector<Terminal> terminals;
     TELLAR::ShadingNodeDescription::NodeMap nodes;
-    OxAttribute::GroupAttribute rest; ///< what is in the material besides
+    OxAttribute::GroupAttribute rest; ///< all other children of the material
 
     bool hasNode(const std::string& name) const { return nodes.count(name) != 0; }
-    /// Nodes that are not as they should be, or not there.
+    /// A sentence about each node that is missing or malformed.
     std::vector<std::string> problems() const;
 };
 

@@ -18,7 +18,7 @@ using namespace OxAttribute;
 /// The table's own error says best what is wrong with a name.
 void CheckResolution(const std::string& name) {
     const auto table = GetResolutionTable(nullptr);
-    if (!table) return; // an error of the library's, later on
+    if (!table) return; // the library reports this later
     try {
         table->getResolution(name);
     } catch (const std::exception& error) {

@@ -8,15 +8,15 @@
 
 namespace TellarTool {
 
-/// One line a value, whatever is nested: `line` gets the dotted name (below `name`) and the
-/// value, shortened, with its type and how many there are.
+/// Calls `line` for every value, also for those in nested groups, with its dotted name, which
+/// begins with `name`, and its description.
 ///
 ///     geometry.point.P   0 0 0, 1 0 0, 1 1 0, ... (float, 8 x 3)
 void ForEachValue(
     const std::string& name, const OxAttribute::Attribute& attribute,
     const std::function<void(const std::string& name, const std::string& value)>& line);
 
-/// The value alone.
+/// The values nearest to time 0, shortened, with their type and number.
 std::string DescribeValue(const OxAttribute::Attribute& attribute);
 
 } // namespace TellarTool

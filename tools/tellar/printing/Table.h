@@ -14,13 +14,13 @@ namespace TellarTool {
 /// Cells by row. Rows may have different lengths.
 using Table = std::vector<std::vector<std::string>>;
 
-/// A line for every row, with the columns below each other.
+/// Appends a line for every row, with aligned columns.
 void AppendTable(std::string& out, const Table& table, std::size_t indent = 0);
 
-/// A line for each, behind what they are about.
+/// Appends a line for each note.
 void AppendNotes(std::string& out, const std::vector<std::string>& notes);
 
-/// A heading, and the four rows below it.
+/// Appends a heading and the four rows below it.
 template <typename T>
 void AppendMatrix(std::string& out, const std::string& heading, const Imath::Matrix44<T>& matrix) {
     constexpr std::size_t kIndent = 4;

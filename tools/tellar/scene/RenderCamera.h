@@ -24,7 +24,7 @@ struct LensValue {
     float TELLAR::CameraGeometry::*member;
 };
 
-/// Those that the library insists on; it does not say which of them it misses.
+/// The values that every camera must have. The library does not say which of them is missing.
 constexpr LensValue kLensValues[] = {
     {"fov", &TELLAR::CameraGeometry::fov},       {"near", &TELLAR::CameraGeometry::near},
     {"far", &TELLAR::CameraGeometry::far},       {"left", &TELLAR::CameraGeometry::left},
@@ -37,7 +37,7 @@ constexpr LensValue kLensValues[] = {
 RenderCamera FindCamera(const Scene& scene, const TELLAR::GeometryProducer::Ptr& root,
                         const std::string& path);
 
-/// What somebody who wonders about the numbers should know.
+/// Sentences that explain unusual numbers of the camera.
 std::vector<std::string> NotesAbout(const TELLAR::CameraInfo& camera);
 
 } // namespace TellarTool

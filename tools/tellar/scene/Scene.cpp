@@ -22,7 +22,7 @@ using TELLAR::GeometryProducer;
 using TELLAR::OpTreeSource;
 using Children = std::vector<GroupAttribute::Child>;
 
-/// The reasons in the system's words, for the library's would name the file in another way.
+/// Throws std::runtime_error in the form of the command's other errors, which the library's is not.
 void CheckIsFile(const std::string& path) {
     std::error_code error;
     const auto status = std::filesystem::status(path, error);

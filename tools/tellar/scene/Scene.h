@@ -50,7 +50,7 @@ private:
     std::string path;
     SceneKind kind = SceneKind::SceneFile;
     OxAttribute::GroupAttribute description;
-    bool isOpenedByPath = false; // by the library: an op file with this very description
+    bool isOpenedByPath = false; // the library opens the op file itself
 };
 
 } // namespace TellarTool

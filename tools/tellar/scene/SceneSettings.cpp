@@ -43,7 +43,7 @@ bool IsFloat(double value) {
     return std::abs(value) <= std::numeric_limits<float>::max();
 }
 
-/// Replaces the values by those of a setting, if there is one.
+/// Replaces the values by those of a setting, if the scene has it.
 void ReadSetting(const Scene& scene, const GeometryProducer::Ptr& root, const char* name,
                  const char* meaning, float* values, std::size_t count) {
     const std::string path = std::string("renderSettings.") + name;

@@ -10,7 +10,7 @@
 
 namespace TellarTool {
 
-// What the "renderSettings" of a scene's root say. Numbers may be of any numeric type.
+// The "renderSettings" of a scene's root. Numbers may be of any numeric type.
 
 /// The size of the picture.
 struct Resolution {
@@ -18,7 +18,7 @@ struct Resolution {
     int width = 0; // pixels
     int height = 0;
 
-    /// Width by height, as the library reckons: pixels are taken for square.
+    /// Width divided by height. As in the library, pixels are square.
     float aspect() const { return static_cast<float>(width) / static_cast<float>(height); }
 };
 
@@ -29,17 +29,17 @@ Resolution ReadResolution(const TELLAR::GeometryProducer::Ptr& root);
 std::string ResolutionText(const Resolution& resolution);
 std::string Json(const Resolution& resolution);
 
-/// In frames.
+/// Times in frames.
 struct Shutter {
     float open = 0;
     float close = 0;
 };
 
-/// "shutterOpen" and "shutterClose"; 0 where there is none. Throws std::runtime_error naming the
-/// setting of the scene that is no number.
+/// "shutterOpen" and "shutterClose"; each is 0 when it is missing. Throws std::runtime_error naming
+/// the scene and the setting when one is no number.
 Shutter ReadShutter(const Scene& scene, const TELLAR::GeometryProducer::Ptr& root);
 
-/// "cropWindow": x min, x max, y min, y max; the whole picture where there is none. Throws
+/// "cropWindow" (x min, x max, y min, y max); the whole picture when it is missing. Throws
 /// std::runtime_error naming the scene when it is not four numbers.
 std::array<float, 4> ReadCropWindow(const Scene& scene, const TELLAR::GeometryProducer::Ptr& root);
 

@@ -16,7 +16,7 @@ namespace {
 
 std::terminate_handler usualEnd = nullptr;
 
-/// Every other exception that nobody catches is a bug, and ends as usual.
+/// Any other uncaught exception is a bug and ends the process as usual.
 [[noreturn]] void EndOfUncaught() {
     try {
         if (const std::exception_ptr uncaught = std::current_exception())

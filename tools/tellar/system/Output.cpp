@@ -14,7 +14,7 @@ namespace TellarTool {
 namespace {
 
 [[noreturn]] void FailOutput(int error) {
-    // What could not be delivered must not be tried again when the process ends.
+    // Closed, so that the buffered rest is not written again when the process ends.
     std::fclose(stdout);
     if (error == EPIPE) throw OutputClosed();
     throw std::runtime_error(std::string("standard output: ") + std::strerror(error));

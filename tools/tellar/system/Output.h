@@ -6,19 +6,18 @@
 
 namespace TellarTool {
 
-/// Thrown when the reader of standard output has gone away ("| head"): the command then ends
-/// without a word.
+/// Thrown when the reader of standard output has gone away ("| head"). The command then ends
+/// silently.
 struct OutputClosed {};
 
 /// Writes to standard output, which is buffered. Throws OutputClosed, or std::runtime_error
 /// with the system's reason.
 void WriteOutput(std::string_view text);
-/// Delivers what is buffered. Throws as WriteOutput does; to be called before success is
-/// reported.
+/// Writes the buffered rest. Throws as WriteOutput does. To be called before success is reported.
 void FlushOutput();
 
-/// Writes "tellar: <message>" to standard error: one line, whatever is in the message. What there
-/// was before goes to standard output first; if it cannot be delivered, the message still can.
+/// Writes "tellar: <message>" to standard error as one line. Writes the buffered rest to standard
+/// output first, and ignores it when that fails.
 void WriteErrorLine(const std::string& message);
 
 /// Replaces the file in one go: a new one is written beside it and renamed over it when it is

@@ -10,8 +10,8 @@ namespace TellarTool {
 // Other programs, and the environment that they and the library see. All functions but the last one
 // are for the main thread while it is the only one.
 
-/// Runs a program that is found on PATH, without a shell in between, and gives what it printed.
-/// Throws std::runtime_error naming it when it cannot be started, and with the first line of its
+/// Runs a program that is on PATH, without a shell, and returns its standard output. Throws
+/// std::runtime_error naming the program when it cannot be started, and with the first line of its
 /// own error when it fails.
 std::string RunProgram(const std::string& name, const std::vector<std::string>& arguments,
                        std::string_view input);

@@ -19,7 +19,7 @@ constexpr auto kFirst = std::chrono::milliseconds(500);
 constexpr auto kInterval = std::chrono::milliseconds(100);
 constexpr const char* kWipe = "\r\x1b[K";
 constexpr int kBarWidth = 20;
-/// Of work that takes longer no time is told.
+/// No remaining time is shown for work that takes longer.
 constexpr double kLongestSeconds = 99 * 3600.0;
 
 /// "1,234,567".
@@ -36,7 +36,7 @@ std::string InBrackets(std::size_t start, std::size_t length) {
     return "[" + bar + "]";
 }
 
-/// A bar whose end is not known: a block that goes to and fro.
+/// A bar for work of unknown length: a block that moves to and fro.
 std::string BarOfStep(int step) {
     constexpr int block = 4;
     constexpr int travel = kBarWidth - block;
@@ -56,8 +56,8 @@ std::string ClockText(double seconds) {
     return text;
 }
 
-/// As many characters of UTF-8 as the terminal has columns for, less the last one: a line that is
-/// broken into two cannot be wiped.
+/// The first UTF-8 characters, one fewer than the terminal has columns. A line that the terminal
+/// breaks into two could not be deleted.
 std::string_view Cut(std::string_view line, int columns) {
     int left = columns - 1;
     for (std::size_t i = 0; i < line.size(); ++i) {
@@ -88,7 +88,7 @@ void Progress::interrupt(const std::function<void()>& write) {
     write();
 }
 
-/// For whoever holds the lock.
+/// The caller holds the lock.
 void Progress::wipe() {
     if (!isShown) return;
     std::fputs(kWipe, stderr);
@@ -123,7 +123,7 @@ Progress::Line CountLine(const std::atomic<std::uint64_t>& count) {
 }
 
 std::string FractionLine(double fraction, const std::string& what, double seconds) {
-    const double done = fraction > 0 ? std::min(fraction, 1.0) : 0; // what is no number is 0
+    const double done = fraction > 0 ? std::min(fraction, 1.0) : 0; // NaN becomes 0
     const auto filled = static_cast<std::size_t>(done * kBarWidth);
     char percentage[16];
     std::snprintf(percentage, sizeof(percentage), " %3d%%", static_cast<int>(done * 100));

@@ -11,21 +11,21 @@
 
 namespace TellarTool {
 
-/// Tells on standard error, when that is a terminal, how far some work is: on one line that is
-/// wiped away at the end. Work of less than half a second shows nothing.
+/// Shows the progress of some work in one line on standard error, if that is a terminal. The line
+/// appears after half a second and is deleted at the end.
 class Progress {
 public:
-    /// What the line says: `step` counts how often it was shown, `seconds` since the start. Called
-    /// by a thread of its own.
+    /// Returns the text of the line. `step` counts how often it was shown, and `seconds` is the
+    /// time since the start. Called by a thread of its own.
     using Line = std::function<std::string(int step, double seconds)>;
 
-    /// Does nothing at all unless `isWanted`.
+    /// Shows nothing unless `isWanted`.
     Progress(Line line, bool isWanted);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /// Writes something else to the terminal, where the line would be.
+    /// Deletes the line while `write` writes something else to the terminal.
     void interrupt(const std::function<void()>& write);
 
 private:
@@ -37,13 +37,13 @@ private:
     std::condition_variable ended;
     bool isEnded = false; // guarded by lock, as is the next one
     bool isShown = false;
-    std::thread thread; // last: it uses all of the above
+    std::thread thread; // last, because it uses all members above
 };
 
-/// How many locations there were so far. `count` must outlive the line.
+/// A line with the number of locations so far. `count` must outlive it.
 Progress::Line CountLine(const std::atomic<std::uint64_t>& count);
 
-/// How much of some work is done, from 0 to 1, and what is being done.
+/// A line with the part of the work that is done, from 0 to 1, and what is being done.
 std::string FractionLine(double fraction, const std::string& what, double seconds);
 
 } // namespace TellarTool

@@ -25,8 +25,8 @@ struct Watched {
     bool isTaken; // false: it was ignored, and stays so
 };
 
-// A handler sees nothing but what is global. Written before the handler is there, but for the
-// atomic.
+// Global, because a handler gets no other state. All but the atomic is written before the handler
+// is installed.
 Watched watched[] = {{SIGINT, {}, false}, {SIGTERM, {}, false}};
 std::atomic<int> notedSignal{0};
 static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not wait");
@@ -34,12 +34,12 @@ static_assert(std::atomic<int>::is_always_lock_free, "a signal handler must not 
 void SetHandler(int signal, void (*handler)(int)) {
     struct sigaction action {};
     action.sa_handler = handler;
-    action.sa_flags = SA_RESTART; // whoever reads or writes need not know of this
+    action.sa_flags = SA_RESTART; // so that no read or write fails with EINTR
     sigemptyset(&action.sa_mask);
     sigaction(signal, &action, nullptr);
 }
 
-/// Calls only what a signal handler may.
+/// The handler, which calls only async-signal-safe functions.
 void Note(int signal) {
     notedSignal = signal;
     for (const Watched& other : watched)

@@ -8,9 +8,9 @@ struct Stopped {
     int signal = 0;
 };
 
-/// While it lives, the first SIGINT or SIGTERM is only noted; the next one ends the process as
-/// usual. Those that were ignored before stay so. One at a time in a process. On systems without
-/// these signals nothing is ever noted.
+/// While it lives, the first SIGINT or SIGTERM is only noted, and the next one ends the process as
+/// usual. A signal that was ignored before stays ignored. A process may have one such object at a
+/// time. On systems without these signals nothing is ever noted.
 class StopSignals {
 public:
     StopSignals();

@@ -65,7 +65,7 @@ std::uint64_t PeakMemory() {
 #else
     struct rusage usage {};
     if (getrusage(RUSAGE_SELF, &usage) != 0) return 0;
-    return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024; // told in KiB
+    return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024; // it is in KiB
 #endif
 }
 

@@ -4,18 +4,17 @@
 #include <cstdint>
 #include <cstdio>
 
-/// What the system tells about the process and the terminals it is connected to: everything
-/// in the command that differs between systems.
+/// Functions that ask the system about the process and its terminals.
 namespace TellarTool {
 
-/// Whether the stream is a terminal that somebody looks at.
+/// Whether the stream is a terminal.
 bool IsTerminal(std::FILE* stream);
 
-/// How many columns the terminal has; 80 when it does not tell.
+/// The number of columns of the terminal; 80 when it is not known.
 int TerminalWidth(std::FILE* stream);
 
-/// Whether the user's locale shows UTF-8. Told by the environment (LC_ALL, LC_CTYPE, LANG), so
-/// that a locale that is named but not installed counts too.
+/// Whether the user's locale is a UTF-8 one according to LC_ALL, LC_CTYPE or LANG. The locale need
+/// not be installed.
 bool IsUtf8Locale();
 
 /// Whether standard output may be coloured: it is a terminal and NO_COLOR is not set.
@@ -24,7 +23,7 @@ bool HasColours();
 /// Makes a write to a closed pipe fail like any other write, instead of ending the process.
 void IgnoreClosedPipes();
 
-/// The most memory the process ever had resident, in bytes; 0 when the system does not tell.
+/// The peak resident memory of the process in bytes; 0 when the system does not report it.
 std::uint64_t PeakMemory();
 
 } // namespace TellarTool

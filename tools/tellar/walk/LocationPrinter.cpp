@@ -70,7 +70,7 @@ private:
         out += colours.end;
     }
 
-    /// What continues the branches of the ancestors.
+    /// Continues the branches of the ancestors.
     void appendMargin(const Visit& visit, std::string& out) const {
         for (std::size_t level = 0; level + 1 < visit.depth(); ++level)
             out += visit.isLast[level] ? glyphs.gap : glyphs.bar;
@@ -93,7 +93,7 @@ private:
     void appendAttributes(const Visit& visit, std::string& out) const {
         const Attribute attribute = visit.location.getAttribute(options.attributes->c_str());
         if (!attribute.isValid()) return;
-        // A location without attributes needs no line about it.
+        // A location without attributes gets no line.
         const GroupAttribute all(attribute);
         if (options.attributes->empty() && all.isValid() && all.getNumberOfChildren() == 0) return;
         ForEachValue(*options.attributes, attribute,
@@ -108,8 +108,8 @@ private:
     }
 };
 
-/// Deeper levels are indented like this one, so that the text of a deep scene stays in
-/// proportion to the scene.
+/// Deeper levels are indented like this one, so that the size of the text stays proportional to the
+/// number of locations.
 constexpr std::size_t kDeepestIndent = 32;
 
 class JsonPrinter final : public LocationPrinter {

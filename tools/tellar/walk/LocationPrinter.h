@@ -10,14 +10,14 @@
 
 namespace TellarTool {
 
-/// A location as a walk meets it.
+/// A location and its place in a walk.
 struct Visit {
     TELLAR::GeometryProducer& location;
-    /// For every level below the start down to this location: whether no sibling follows there.
-    /// Empty at the start.
+    /// For each level from the one below the start down to this location, whether the location on
+    /// that level is the last of its siblings. Empty at the start.
     const std::vector<bool>& isLast;
     bool hasChildren;
-    /// The children, if any, are beyond the depth asked for.
+    /// The walk goes no deeper, whether there are children or not.
     bool isDepthLimit;
 
     std::size_t depth() const { return isLast.size(); }
@@ -27,25 +27,25 @@ struct Visit {
 class LocationPrinter {
 public:
     virtual ~LocationPrinter();
-    /// Appends what stands in front of the children's text.
+    /// Appends the text in front of that of the children.
     virtual void open(const Visit& visit, std::string& out) const = 0;
-    /// Appends what stands behind it.
+    /// Appends the text behind that of the children.
     virtual void close(const Visit& visit, std::string& out) const = 0;
 };
 
 struct PrintOptions {
-    /// Empty: all attributes; else one by its dotted name. Absent: none.
+    /// The dotted name of the attribute to print. Empty for all attributes, absent for none.
     std::optional<std::string> attributes;
     bool worldMatrix = false;
     bool utf8 = false;
     bool colours = false;
 };
 
-/// Lines of a tree for people.
+/// Prints a tree for people, with a line for each location.
 std::unique_ptr<LocationPrinter> MakeTreePrinter(const PrintOptions& options);
-/// One JSON document.
+/// Prints one JSON document.
 std::unique_ptr<LocationPrinter> MakeJsonPrinter(const PrintOptions& options);
-/// Nothing.
+/// Prints nothing.
 std::unique_ptr<LocationPrinter> MakeQuietPrinter();
 
 /// The world matrix at time 0; invalid when nothing from the root down has a transform.

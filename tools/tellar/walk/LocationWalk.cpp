@@ -9,8 +9,7 @@ namespace {
 using Ptr = TELLAR::GeometryProducer::Ptr;
 
 constexpr std::size_t kPieceBytes = 1 << 18;
-/// How often the count is brought up to date and the receiver of the text asked whether it
-/// wants to go on.
+/// The number of locations after which the count is updated and `emit` is called at the latest.
 constexpr std::uint64_t kCountedTogether = 1024;
 
 } // namespace
@@ -74,7 +73,7 @@ void LocationWalk::walkRun(const WalkPart& part) {
         isLast.push_back(!next);
         walkSubtree(child);
         isLast = part.isLast;
-        // Names between this child and the next one do not exist.
+        // There are no children of the names between this one and the next.
         while (next && name != part.names.end() && *name != next->getName())
             ++name;
         if (name == part.names.end()) return;

@@ -14,19 +14,20 @@
 
 namespace TellarTool {
 
-/// Counted now and then while a walk goes on, exact when it has ended.
+/// A number of locations. It lags behind while a walk goes on and is exact at the end.
 using LocationCount = std::atomic<std::uint64_t>;
 
-/// Walks locations by first child and next sibling, in the order of the tree. Its stack is its
-/// own, so that the depth of a scene does not matter. For one thread.
+/// Walks locations by first child and next sibling, in the order of the tree. It keeps its own
+/// stack, so a scene may be of any depth. For one thread.
 class LocationWalk {
 public:
-    /// Text is handed to `emit` in large pieces, or with nothing in it now and then, so that
-    /// an exception from there can end the walk. It goes `depthLimit` levels down.
+    /// Goes `depthLimit` levels down and hands the text to `emit` in large pieces. Some of them are
+    /// empty: `emit` is called regularly so that it can end the walk by an exception.
     LocationWalk(const LocationPrinter& printer, std::size_t depthLimit, LocationCount& count,
                  std::function<void(std::string)> emit);
 
-    /// Emits the text of the part; what it has before an exception is emitted too.
+    /// Emits the text of the part. When an exception ends it, the text up to there is emitted
+    /// first.
     void walk(const WalkPart& part);
 
 private:

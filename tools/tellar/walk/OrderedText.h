@@ -11,11 +11,11 @@
 
 namespace TellarTool {
 
-/// Puts the texts of parts that several threads make at the same time in order. Parts are
-/// numbered from 0 and must be begun in that order; one thread reads.
+/// Puts texts of parts, which several threads make at the same time, in order. Parts are numbered
+/// from 0 and must be begun in that order. One thread reads.
 ///
-/// What a part may be ahead of the reader is bounded: its thread then waits. The part being
-/// read is never held up, so there is always one thread that gets on.
+/// A part may hold a bounded number of bytes that are not read yet; then its thread waits. The
+/// thread of the part that is being read never waits, so the walk always goes on.
 class OrderedText {
 public:
     explicit OrderedText(std::size_t numberOfParts);
@@ -24,13 +24,13 @@ public:
     struct Stopped {};
 
     void put(std::size_t part, std::string text);
-    /// The part is complete, or has failed behind what was put.
+    /// The part is complete, or ends with `error` behind the text that was put.
     void finish(std::size_t part, std::exception_ptr error);
 
-    /// The next piece; nothing after the last one. Throws the error of a part that failed when
-    /// its turn comes. For the reader.
+    /// For the reader: the next piece, or nothing after the last one. Throws the error of a part
+    /// that failed, behind its text.
     std::optional<std::string> next();
-    /// The reader wants no more.
+    /// For the reader, which wants no more text.
     void stop();
 
 private:

@@ -12,10 +12,10 @@ namespace {
 
 using Ptr = TELLAR::GeometryProducer::Ptr;
 
-/// Up to so many children become parts of their own; more are cut into runs of names, for
-/// finding each of them is work for the threads.
+/// Up to this number of children become parts of their own. More of them are cut into runs of
+/// names, because cooking each of them is work for the threads.
 constexpr std::size_t kFewChildren = 64;
-/// Looking for work stops here, in a scene that is deep and nowhere wide.
+/// A plan stops growing at this number of parts, which a deep and narrow scene reaches.
 constexpr std::size_t kMostParts = 4096;
 
 std::vector<std::string> PotentialChildren(TELLAR::GeometryProducer& location) {
@@ -25,7 +25,7 @@ std::vector<std::string> PotentialChildren(TELLAR::GeometryProducer& location) {
     return names;
 }
 
-/// Whether every name leads to its own child: then a walk may begin at any of them.
+/// Whether every name leads to a child of its own, so that a walk may begin at any of them.
 bool AreDistinct(const std::vector<std::string>& names) {
     std::unordered_set<std::string_view> seen;
     for (const std::string& name : names) {
@@ -75,7 +75,7 @@ bool Expand(const WalkPart& subtree, std::size_t depthLimit, std::size_t wanted,
         parts.push_back({WalkPart::Close, subtree.location, subtree.isLast, true, {}});
         return true;
     } catch (const std::exception&) {
-        // The walk will come to the location that fails, in its turn.
+        // The error is reported when the walk comes to the location that fails.
         parts.resize(before);
         return false;
     }

@@ -13,8 +13,8 @@ namespace TellarTool {
 /// text of the walk.
 struct WalkPart {
     enum Kind {
-        Open,    ///< only what stands in front of the children of `location`
-        Close,   ///< only what stands behind them
+        Open,    ///< only the text of `location` in front of its children
+        Close,   ///< only the text of `location` behind its children
         Subtree, ///< `location` and everything below it
         Run      ///< the children of `location` named in `names`, and everything below them
     };
