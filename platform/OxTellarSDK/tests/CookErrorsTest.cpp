@@ -34,7 +34,7 @@ TEST(CookErrors, NameTheOpThatFailedAndNotThoseAboveIt) {
     EXPECT_EQ(CookError(client, "/root"), "Op \"deep\" (TestThrow) at \"/root\": why");
 }
 
-TEST(CookErrors, WithoutANameTheOpIsCalledByItsNumber) {
+TEST(CookErrors, NameAnUnnamedOpByItsNumber) {
     Graph graph;
     graph.op(kSource);
     const Client client = graph.commit(graph.op(kThrow, {{"message", StringAttribute("why")}}));
@@ -42,7 +42,7 @@ TEST(CookErrors, WithoutANameTheOpIsCalledByItsNumber) {
     EXPECT_EQ(CookError(client, "/root"), "Op \"op1\" (TestThrow) at \"/root\": why");
 }
 
-TEST(CookErrors, WhatIsNoExceptionIsReportedToo) {
+TEST(CookErrors, IncludeThrownValuesThatAreNotExceptions) {
     static const std::string kOdd = Register("TestThrowsInt", [](CookContext&) { throw 42; });
     Graph graph;
     const Client client = graph.commit(graph.chain(graph.op(kOdd, {}, {}, "odd"), 2));
@@ -50,7 +50,7 @@ TEST(CookErrors, WhatIsNoExceptionIsReportedToo) {
                                           "something that is no std::exception");
 }
 
-TEST(CookErrors, AnUnknownTypeIsOneAndOnlyWhenItIsCooked) {
+TEST(CookErrors, IncludeAnUnknownTypeOnlyWhenItIsCooked) {
     Graph graph;
     const Op unknown = graph.op("NoSuchType", {}, {}, "stranger");
     const Client client =
@@ -75,14 +75,14 @@ TEST(CookErrors, ManyOpsOfUnknownTypesAreCommittedQuickly) {
     EXPECT_THAT(CookError(client, "/root"), HasSubstr("there is no op type of this name"));
 }
 
-TEST(CookErrors, AnOpWithoutATypeIsOneToo) {
+TEST(CookErrors, IncludeAnOpWithoutAType) {
     Graph graph;
     const Op op = graph.transaction->createOp();
     EXPECT_EQ(CookError(graph.commit(op), "/root"),
               "Op \"op0\" () at \"/root\": there is no op type of this name");
 }
 
-TEST(CookErrors, AnOpMayCatchWhatItsInputThrows) {
+TEST(CookErrors, CanBeCaughtByADownstreamOp) {
     static const std::string kCatching = Register("TestCatching", [](CookContext& context) {
         try {
             context.pass(context.input(0));
@@ -97,7 +97,7 @@ TEST(CookErrors, AnOpMayCatchWhatItsInputThrows) {
               "Op \"x\" (TestThrow) at \"/root\": why");
 }
 
-TEST(CookErrors, ALocationThatNeedsItselfIsOne) {
+TEST(CookErrors, IncludeALocationThatNeedsItself) {
     static Client itself;
     static const std::string kNarcissus = Register(
         "TestNarcissus", [](CookContext& context) { context.pass(itself->cookLocation("/root")); });
@@ -124,7 +124,7 @@ TEST(Cycles, OfTwoOpsAreErrors) {
               "Op \"a\" (TestPass) at \"/root\": it is part of a cycle: a -> b -> a");
 }
 
-TEST(Cycles, OfThreeOpsAreErrorsWhereverOneLooks) {
+TEST(Cycles, OfThreeOpsAreErrorsAtEachOp) {
     Circle circle("abc");
     const Client a = circle.client(circle.ops[0]), b = circle.client(circle.ops[1]);
     const Client c = circle.commit(circle.ops[2]);
@@ -136,7 +136,7 @@ TEST(Cycles, OfThreeOpsAreErrorsWhereverOneLooks) {
     circle.runtime->evict("/root");
 }
 
-TEST(Cycles, BelowAnOpAreErrorsThatNameTheCycle) {
+TEST(Cycles, UpstreamOfAnOpAreErrorsThatNameTheCycle) {
     Circle circle("ab");
     const Client client = circle.commit(circle.chain(circle.ops[0], 3));
     EXPECT_EQ(CookError(client, "/root"),
@@ -151,7 +151,7 @@ TEST(Cycles, LeaveASoundBranchUsable) {
     EXPECT_THAT(CookError(client, "/root/left"), HasSubstr("cycle"));
 }
 
-TEST(Cycles, ThatShareOpsAreErrorsWhereverOneLooks) {
+TEST(Cycles, ThatShareOpsAreErrorsAtEachOp) {
     // a -> b -> a, and a -> c -> b: two cycles through a and b.
     Graph graph;
     const Op a = graph.op(kSum, {}, {}, "a"), b = graph.op(kSum, {}, {}, "b");
@@ -178,7 +178,7 @@ TEST(Cycles, OfManyOpsNameTheFirstAndTheLast) {
         "n19 -> n0");
 }
 
-TEST(Cycles, HaveLongNamesCutBetweenCharacters) {
+TEST(Cycles, HaveLongNamesTruncatedBetweenCharacters) {
     Graph graph;
     const std::string name = std::string(63, 'x') + "\u00e9";
     const Op op = graph.op(kPass, {}, {}, name);
@@ -202,7 +202,7 @@ TEST(Cycles, TakeMemoryInProportionToTheirOps) {
     EXPECT_LT(bytesOfCommit(20000), 24 * few);
 }
 
-TEST(Cycles, LetTheirOpsGo) {
+TEST(Cycles, AreFreed) {
     std::weak_ptr<TellarRuntime::Op> committed, dropped;
     {
         Circle circle("abc");
@@ -243,7 +243,7 @@ TEST(Depth, TheOpsBelowTheLimitStillWork) {
     EXPECT_EQ(ValueAt(client, "/root"), 9);
 }
 
-TEST(Depth, AChainOf100000OpsIsCommittedCookedAndLetGo) {
+TEST(Depth, AChainOf100000OpsIsCommittedCookedAndFreed) {
     std::weak_ptr<TellarRuntime::Op> bottom;
     {
         Graph graph;
@@ -255,7 +255,7 @@ TEST(Depth, AChainOf100000OpsIsCommittedCookedAndLetGo) {
     EXPECT_TRUE(bottom.expired());
 }
 
-TEST(Depth, AChainOf100000OpsIsLetGoUncommitted) {
+TEST(Depth, AChainOf100000UncommittedOpsIsFreed) {
     std::weak_ptr<TellarRuntime::Op> bottom;
     {
         Graph graph;
@@ -266,7 +266,7 @@ TEST(Depth, AChainOf100000OpsIsLetGoUncommitted) {
     EXPECT_TRUE(bottom.expired());
 }
 
-TEST(Depth, AChainMadeOfManyTransactionsIsLetGoFromItsEnd) {
+TEST(Depth, AChainOfManyTransactionsIsFreed) {
     Op last;
     std::weak_ptr<TellarRuntime::Op> bottom;
     const auto runtime = TellarRuntime::create();

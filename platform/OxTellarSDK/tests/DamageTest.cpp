@@ -100,12 +100,12 @@ INSTANTIATE_TEST_SUITE_P(Damage, DamagedFile,
                                          "CompressedOpFile"),
                          [](const auto& test) { return std::string(test.param); });
 
-TEST_P(DamagedFile, CutAtAnyLengthIsAnErrorThatNamesTheFile) {
+TEST_P(DamagedFile, TruncatedAtAnyLengthGivesAnErrorThatNamesTheFile) {
     for (std::size_t length = 1; length < bytes.size(); ++length)
         ASSERT_THAT(errorOf(bytes.substr(0, length)), HasSubstr('"' + path + '"')) << length;
 }
 
-TEST_P(DamagedFile, WithAnyByteChangedIsAnErrorThatNamesTheFile) {
+TEST_P(DamagedFile, WithAnyByteChangedGivesAnErrorThatNamesTheFile) {
     for (std::size_t offset = 0; offset < bytes.size(); ++offset) {
         for (const int change : {0x01, 0x80, 0xff, bytes[offset] & 0xff}) {
             if (change == 0) continue; // the byte was 0 already
@@ -122,7 +122,7 @@ TEST_P(DamagedFile, WithAnyByteChangedIsAnErrorThatNamesTheFile) {
     }
 }
 
-TEST_P(DamagedFile, WithBytesLeftOutOrAddedIsAnErrorThatNamesTheFile) {
+TEST_P(DamagedFile, WithBytesRemovedOrAddedGivesAnErrorThatNamesTheFile) {
     for (std::size_t offset = 0; offset < bytes.size(); offset += 5) {
         std::string shorter = bytes, longer = bytes;
         shorter.erase(offset, 1);
@@ -134,7 +134,7 @@ TEST_P(DamagedFile, WithBytesLeftOutOrAddedIsAnErrorThatNamesTheFile) {
     ASSERT_THAT(errorOf(bytes + bytes), HasSubstr('"' + path + '"'));
 }
 
-TEST(Damage, ASoundFileStillReadsAfterAllThat) {
+TEST(Damage, AValidFileIsReadAfterDamagedOnes) {
     const std::string file = ContainerBytes::Write(SampleValue());
     EXPECT_TRUE(ContainerBytes::Repaired(file) == file);
     ExpectRefusedOrSound(file);
@@ -159,7 +159,7 @@ std::vector<std::uint32_t> NastyFor(std::uint32_t word) {
 
 } // namespace
 
-TEST(Damage, EveryWordOfAValueMayHoldAnythingBehindRightChecksums) {
+TEST(Damage, AnyWordOfAValueCanChangeBehindValidChecksums) {
     const std::string file = ContainerBytes::Write(SampleValue());
     const std::size_t end = ContainerBytes::FooterOf(file).tableOffset;
     for (std::size_t offset = sizeof(ContainerHeader); offset < end; offset += 4) {
@@ -173,7 +173,7 @@ TEST(Damage, EveryWordOfAValueMayHoldAnythingBehindRightChecksums) {
     }
 }
 
-TEST(Damage, EveryByteOfAValueMayHoldAnythingBehindRightChecksums) {
+TEST(Damage, AnyByteOfAValueCanChangeBehindValidChecksums) {
     const std::string file = ContainerBytes::Write(SampleValue());
     const std::size_t end = ContainerBytes::FooterOf(file).tableOffset;
     for (std::size_t offset = sizeof(ContainerHeader); offset < end; ++offset) {
@@ -186,7 +186,7 @@ TEST(Damage, EveryByteOfAValueMayHoldAnythingBehindRightChecksums) {
     }
 }
 
-TEST(Damage, EveryWordOfAnOpTreeMayHoldAnythingBehindRightChecksums) {
+TEST(Damage, AnyWordOfAnOpTreeCanChangeBehindValidChecksums) {
     const TempDirectory folder;
     const std::string file = ContainerBytes::WithKind(
         ContainerBytes::Write(SampleOpTree()), static_cast<std::uint32_t>(ContainerKind::OpFile));
@@ -202,7 +202,7 @@ TEST(Damage, EveryWordOfAnOpTreeMayHoldAnythingBehindRightChecksums) {
     }
 }
 
-TEST(Damage, EveryReferenceMayLeadAnywhereInTheFile) {
+TEST(Damage, AnyReferenceCanPointAnywhereInTheFile) {
     const std::string file = ContainerBytes::Write(SampleOpTree());
     const std::size_t end = ContainerBytes::FooterOf(file).tableOffset;
     for (std::size_t offset = sizeof(ContainerHeader); offset < end; offset += 4) {
@@ -215,7 +215,7 @@ TEST(Damage, EveryReferenceMayLeadAnywhereInTheFile) {
     }
 }
 
-TEST(Damage, TheRootMayLieAnywhereInTheFile) {
+TEST(Damage, TheRootCanBeAnywhereInTheFile) {
     const std::string file = ContainerBytes::Write(SampleValue());
     for (std::uint32_t unit = 0; unit < file.size() / 16 + 5; ++unit) {
         SCOPED_TRACE(unit);
@@ -224,7 +224,7 @@ TEST(Damage, TheRootMayLieAnywhereInTheFile) {
     }
 }
 
-TEST(Damage, TheFooterMaySayAnythingBehindItsRightChecksum) {
+TEST(Damage, TheFooterCanChangeBehindItsValidChecksum) {
     const std::string file = ContainerBytes::Write(SampleValue());
     const auto refused = [&](auto change) {
         const std::string error = ErrorOf<std::exception>(
@@ -247,7 +247,7 @@ TEST(Damage, TheFooterMaySayAnythingBehindItsRightChecksum) {
     refused([](ContainerFooter& f) { f.rootUnit = 0xffffffff; });
 }
 
-TEST(Damage, AFileOfNothingButItsFrameIsRefused) {
+TEST(Damage, AFileWithoutValuesIsRefused) {
     const std::string file = ContainerBytes::Write(IntAttribute(1));
     const std::string header = file.substr(0, sizeof(ContainerHeader));
     for (const std::uint32_t root : {0u, 3u, 4u, 5u, 0xffffffffu})

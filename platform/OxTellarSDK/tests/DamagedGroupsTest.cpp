@@ -61,7 +61,7 @@ std::string ErrorOfReading(const std::string& file) {
 
 } // namespace
 
-TEST(Damage, AGroupThatSaysItIsANumberInsideItselfIsRefused) {
+TEST(Damage, AGroupThatIsAlsoANumberInsideItselfIsRefused) {
     std::string file = ContainerBytes::Write(GroupAttribute({{"a", IntAttribute(1)}}, true));
     SetChildUnit(file, RootUnit(file), 0, RootUnit(file));
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("no attribute of the type stated stands"));
@@ -82,7 +82,7 @@ TEST(Damage, AGroupWithTwoParentsIsRefused) {
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("a child group outside of it"));
 }
 
-TEST(Damage, AGroupReachedAsAGroupAndAsANumberIsRefusedTheSecondTime) {
+TEST(Damage, AGroupReferencedAsAGroupAndAsANumberIsRefused) {
     const GroupAttribute leaf({{"x", IntAttribute(1)}}, true);
     std::string file =
         ContainerBytes::Write(GroupAttribute({{"a", leaf}, {"b", IntAttribute(1)}}, true));
@@ -94,7 +94,7 @@ TEST(Damage, AGroupReachedAsAGroupAndAsANumberIsRefusedTheSecondTime) {
                 HasSubstr("no attribute of the type stated stands"));
 }
 
-TEST(Damage, AGroupThatReachesIntoItsSiblingIsRefused) {
+TEST(Damage, AGroupThatOverlapsItsSiblingIsRefused) {
     const GroupAttribute inner({{"x", IntAttribute(1)}}, true);
     const GroupAttribute a({{"i", inner}}, true), b({{"j", inner}, {"k", IntAttribute(2)}}, true);
     std::string file = ContainerBytes::Write(GroupAttribute({{"a", a}, {"b", b}}, true));
@@ -107,7 +107,7 @@ TEST(Damage, AGroupThatReachesIntoItsSiblingIsRefused) {
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("a group lies outside of its parent"));
 }
 
-TEST(Damage, AGroupDeeperThanItSaysIsRefused) {
+TEST(Damage, AGroupDeeperThanItsDeclaredDepthIsRefused) {
     GroupAttribute chain(true);
     for (int i = 0; i < 5; ++i)
         chain = GroupAttribute({{"g", chain}}, true);
@@ -117,14 +117,14 @@ TEST(Damage, AGroupDeeperThanItSaysIsRefused) {
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("a group has an impossible depth"));
 }
 
-TEST(Damage, AGroupDeeperThanGroupsCanBeIsRefused) {
+TEST(Damage, AGroupDeeperThanTheLimitIsRefused) {
     std::string file = ContainerBytes::Write(GroupAttribute(true));
     ContainerBytes::SetValueAt(file, RootUnit(file) * 16ull + offsetof(Node, depth),
                                std::uint16_t(2049));
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("a group has an impossible depth"));
 }
 
-TEST(Damage, TwoChildrenOfOneNameAreRefused) {
+TEST(Damage, TwoChildrenOfTheSameNameAreRefused) {
     for (const int count : {2, 8, 9, 100}) {
         std::vector<GroupAttribute::Child> children;
         for (int i = 0; i < count; ++i)
@@ -183,7 +183,7 @@ GroupAttribute GroupOfNames(const std::vector<std::string>& names) {
 
 } // namespace
 
-TEST(Damage, ThirtyTwoNamesMayHaveOneHashAndNoMore) {
+TEST(Damage, AtMostThirtyTwoNamesCanHaveTheSameHash) {
     const std::vector<std::string> most = CollidingNames::make(32);
     EXPECT_EQ(ContainerBytes::Read(FileOfNames(most)), GroupOfNames(most));
     EXPECT_EQ(ContainerBytes::Read(ContainerBytes::Write(GroupOfNames(most))), GroupOfNames(most));
@@ -195,7 +195,7 @@ TEST(Damage, ThirtyTwoNamesMayHaveOneHashAndNoMore) {
     }
 }
 
-TEST(Damage, AValueThatClaimsMoreThanTheFileHoldsIsRefusedWithoutMemory) {
+TEST(Damage, AValueLargerThanTheFileIsRefusedWithoutAllocation) {
     const std::string file = ContainerBytes::Write(FloatAttribute({1, 2, 3}, 1));
     const std::size_t node = RootUnit(file) * 16ull;
     for (const std::uint64_t count :
@@ -207,21 +207,21 @@ TEST(Damage, AValueThatClaimsMoreThanTheFileHoldsIsRefusedWithoutMemory) {
     }
 }
 
-TEST(Damage, ManySamplesOfNothingAreRefusedWithoutMemory) {
+TEST(Damage, ManyEmptySamplesAreRefusedWithoutAllocation) {
     std::string file = ContainerBytes::Write(FloatAttribute({{1.0f, {}}, {2.0f, {}}}, 1));
     const std::size_t node = RootUnit(file) * 16ull;
     ContainerBytes::SetValueAt(file, node + offsetof(Node, timeCount), 0xffffffffu);
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("an attribute leads outside"));
 }
 
-TEST(Damage, AStringWithoutItsEndIsRefused) {
+TEST(Damage, AStringWithoutATerminatorIsRefused) {
     std::string file = ContainerBytes::Write(StringAttribute("0123456789ab"));
     const std::size_t text = file.find("0123456789ab");
     file[text + 12] = 'x';
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("an unfinished string"));
 }
 
-TEST(Damage, ANameWithoutItsEndIsRefused) {
+TEST(Damage, ANameWithoutATerminatorIsRefused) {
     std::string file =
         ContainerBytes::Write(GroupAttribute({{"a name of 18 bytes", IntAttribute(1)}}, true));
     const std::size_t text = file.find("a name of 18 bytes");
@@ -229,7 +229,7 @@ TEST(Damage, ANameWithoutItsEndIsRefused) {
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("a name that is not what it states"));
 }
 
-TEST(Damage, ANameThatIsNotWhatAnEqualGroupBeforeItHadIsRefused) {
+TEST(Damage, ANameThatDiffersFromThatOfAnEqualGroupIsRefused) {
     const GroupAttribute entry({{"size", IntAttribute(1)}, {"name", IntAttribute(2)}}, true);
     std::string file =
         ContainerBytes::Write(GroupAttribute({{"a", entry}, {"b", entry}, {"c", entry}}, true));
@@ -248,7 +248,7 @@ TEST(Damage, ANullAttributeHasNoTupleSize) {
     EXPECT_THAT(ErrorOfReading(file), HasSubstr("a null attribute has values"));
 }
 
-TEST(Damage, AValueHasOnlyOneForm) {
+TEST(Damage, AValueHasOnlyOneRepresentation) {
     const IntAttribute elsewhere(std::map<float, std::vector<int>>{{2.0f, {7}}}, 1);
     std::string file = ContainerBytes::Write(elsewhere);
     ContainerBytes::SetValueAt(file, RootUnit(file) * 16ull + sizeof(Node), 0.0f);

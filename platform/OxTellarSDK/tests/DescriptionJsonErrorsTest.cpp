@@ -40,7 +40,7 @@ struct Faulty {
 
 class FaultyDescription : public testing::TestWithParam<Faulty> {};
 
-TEST_P(FaultyDescription, IsRefusedWithItsPlaceAndOp) {
+TEST_P(FaultyDescription, IsRefusedWithItsPositionAndOp) {
     EXPECT_EQ(ParseErrorOf(GetParam().text), GetParam().error);
 }
 
@@ -98,7 +98,7 @@ struct FaultyValue {
 
 class FaultyArgument : public testing::TestWithParam<FaultyValue> {};
 
-TEST_P(FaultyArgument, IsRefusedWithItsPlaceAndOp) {
+TEST_P(FaultyArgument, IsRefusedWithItsPositionAndOp) {
     EXPECT_EQ(ArgumentError(GetParam().json), std::string(GetParam().error) + ", in op \"a\"");
 }
 
@@ -179,13 +179,13 @@ INSTANTIATE_TEST_SUITE_P(
         FaultyValue{"{\"$type\": \"group\", \"inherit\": 0}",
                     "37: \"inherit\" must be true or false"}));
 
-TEST(ParseDescriptionJson, RefusesANulByteEvenBehindTheEnd) {
+TEST(ParseDescriptionJson, RefusesANulByteEvenAfterTheEnd) {
     const char raw[] = "{\"ops\": [{\"name\": \"a\", \"type\": \"T\"}]}\0x";
     EXPECT_EQ(ParseErrorOf(std::string(raw, sizeof(raw) - 1)),
               "in.json:1:38: not JSON: a NUL byte");
 }
 
-TEST(ParseDescriptionJson, RefusesGroupsNestedTooDeepWithoutUsingTheStackUp) {
+TEST(ParseDescriptionJson, RefusesGroupsThatAreNestedTooDeeply) {
     std::string plain;
     for (int i = 0; i < kMaxGroupDepth; ++i)
         plain += "{\"g\":";

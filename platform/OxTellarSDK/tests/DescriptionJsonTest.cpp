@@ -83,7 +83,7 @@ TEST(ParseDescriptionJson, MakesAGroupOfEveryOpInTheOrderOfTheText) {
                                        {"opArgs", GroupAttribute(true)}})}}));
 }
 
-TEST(ParseDescriptionJson, TakesASingleInputAsAString) {
+TEST(ParseDescriptionJson, AcceptsASingleInputAsAString) {
     const GroupAttribute description = Parse(
         R"({"ops": [{"name": "a", "type": "T", "inputs": "b"}, {"name": "b", "type": "T"}]})");
     EXPECT_EQ(description.getChildByName("a.opInputs"), StringAttribute("b"));
@@ -95,7 +95,7 @@ TEST(ParseDescriptionJson, KeepsAnEmptyListOfInputs) {
     EXPECT_EQ(description.getChildByName("a.opInputs"), StringAttribute({}, 1));
 }
 
-TEST(ParseDescriptionJson, TakesNamesOfOpsLiterally) {
+TEST(ParseDescriptionJson, DoesNotSplitOpNamesAtDots) {
     const GroupAttribute description = Parse(R"({"ops": [{"name": "a.b", "type": "T"}]})");
     EXPECT_EQ(description.getChildName(0), "a.b");
 }
@@ -106,7 +106,7 @@ TEST(ParseDescriptionJson, SkipsCommentsAndAByteOrderMark) {
               Parse(R"({"ops": [{"name": "a", "type": "T"}]})"));
 }
 
-TEST(ParseDescriptionJson, DoesNotAskWhetherAnOpTypeIsKnown) {
+TEST(ParseDescriptionJson, AcceptsUnknownOpTypes) {
     const GroupAttribute description =
         Parse(R"({"ops": [{"name": "a", "type": "No such type", "args": {"file": "x"}}]})");
     EXPECT_EQ(description.getChildByName("a.opType"), StringAttribute("No such type"));
@@ -125,12 +125,12 @@ TEST(DescriptionJsonValue, AScalarBecomesASingleValue) {
     EXPECT_EQ(ArgumentFrom("null"), NullAttribute());
 }
 
-TEST(DescriptionJsonValue, AnIntegerThatFitsNoIntBecomesADouble) {
+TEST(DescriptionJsonValue, AnIntegerOutOfRangeBecomesADouble) {
     EXPECT_EQ(ArgumentFrom("2147483648"), DoubleAttribute(2147483648.0));
     EXPECT_EQ(ArgumentFrom("9007199254740991"), DoubleAttribute(9007199254740991.0));
 }
 
-TEST(DescriptionJsonValue, AnArrayBecomesAsManyValues) {
+TEST(DescriptionJsonValue, AnArrayBecomesSeveralValues) {
     EXPECT_EQ(ArgumentFrom("[1, 2, 3]"), IntAttribute({1, 2, 3}, 1));
     EXPECT_EQ(ArgumentFrom("[1, 2.5]"), DoubleAttribute({1, 2.5}, 1));
     EXPECT_EQ(ArgumentFrom("[1, 3000000000]"), DoubleAttribute({1, 3e9}, 1));
@@ -151,7 +151,7 @@ TEST(DescriptionJsonValue, AnObjectBecomesAGroupByDottedPaths) {
                   {"e", GroupAttribute(true)}}));
 }
 
-TEST(DescriptionJsonValue, StringsMayHoldEveryCharacter) {
+TEST(DescriptionJsonValue, StringsCanHaveAnyCharacter) {
     const char raw[] = "a\0\"\\/\b\f\n\r\t\x7f é 😀";
     EXPECT_EQ(ArgumentFrom(R"("a\u0000\"\\\/\b\f\n\r\t\u007f \u00e9 \ud83d\ude00")"),
               StringAttribute(std::string_view(raw, sizeof(raw) - 1)));
@@ -159,7 +159,7 @@ TEST(DescriptionJsonValue, StringsMayHoldEveryCharacter) {
 
 // ---- the typed form ----
 
-TEST(DescriptionJsonTyped, NamesTheTypeThatPlainJsonCannotTell) {
+TEST(DescriptionJsonTyped, GivesTypesThatPlainJsonCannotExpress) {
     EXPECT_EQ(ArgumentFrom(R"({"$type": "float", "values": [1, 0.1, -0]})"),
               FloatAttribute({1, 0.1f, -0.0f}, 1));
     EXPECT_EQ(ArgumentFrom(R"({"$type": "double", "values": [1]})"), DoubleAttribute(1));
@@ -169,7 +169,7 @@ TEST(DescriptionJsonTyped, NamesTheTypeThatPlainJsonCannotTell) {
     EXPECT_EQ(ArgumentFrom(R"({"$type": "null"})"), NullAttribute());
 }
 
-TEST(DescriptionJsonTyped, TakesTuplesFlatOrNested) {
+TEST(DescriptionJsonTyped, AcceptsFlatAndNestedTuples) {
     const FloatAttribute expected({1, 2, 3, 4}, 2);
     EXPECT_EQ(ArgumentFrom(R"({"$type": "float", "tuple": 2, "values": [1, 2, 3, 4]})"), expected);
     EXPECT_EQ(ArgumentFrom(R"({"$type": "float", "values": [[1, 2], [3, 4]]})"), expected);
@@ -190,7 +190,7 @@ TEST(DescriptionJsonTyped, GivesSamplesWithTheirTimes) {
               StringAttribute(texts, 1));
 }
 
-TEST(DescriptionJsonTyped, WritesNumbersThatAreNoDecimalsAsStrings) {
+TEST(DescriptionJsonTyped, HasNonFiniteNumbersAsStrings) {
     const float inf = std::numeric_limits<float>::infinity();
     EXPECT_EQ(
         ArgumentFrom(R"({"$type": "float", "values": ["inf", "-inf", "nan", "nan:ff800001"]})"),
@@ -199,7 +199,7 @@ TEST(DescriptionJsonTyped, WritesNumbersThatAreNoDecimalsAsStrings) {
               DoubleAttribute(FromBits<double>(std::uint64_t(0x7ff8000000000000))));
 }
 
-TEST(DescriptionJsonTyped, GivesBytesThatAreNoTextInHexadecimal) {
+TEST(DescriptionJsonTyped, HasInvalidUtf8AsHexadecimalBytes) {
     EXPECT_EQ(ArgumentFrom(R"({"$type": "string", "hex": ["ff00", "", "41"]})"),
               StringAttribute({std::string_view("\xff\0", 2), "", "A"}, 1));
     const std::map<float, std::vector<std::string>> samples = {{0.0f, {"\xff"}}, {1.0f, {"\xfe"}}};
@@ -208,7 +208,7 @@ TEST(DescriptionJsonTyped, GivesBytesThatAreNoTextInHexadecimal) {
         StringAttribute(samples, 1));
 }
 
-TEST(DescriptionJsonTyped, TakesNamesOfAGroupLiterally) {
+TEST(DescriptionJsonTyped, DoesNotSplitGroupNamesAtDots) {
     EXPECT_EQ(
         ArgumentFrom(R"({"$type": "group", "inherit": false,
                                "children": {"a.b": 1, "": {}, "$type": "x"}})"),
@@ -245,7 +245,7 @@ TEST(DescriptionJsonFile, AnAbsoluteFileOrAGivenDirectoryIsLeftAlone) {
     EXPECT_EQ(ArgsOfReader("{}", "/scenes"), GroupAttribute(true));
 }
 
-TEST(DescriptionJsonFile, ATypeThatTakesNoDirectoryGetsNone) {
+TEST(DescriptionJsonFile, NoDirectoryIsAddedForATypeWithoutThatArgument) {
     EXPECT_EQ(ArgsOfReader(R"({"file": "a.obj"})", "/scenes", "No such type"),
               Op({{"file", StringAttribute("a.obj")}}));
 }
@@ -259,7 +259,7 @@ TEST(DescriptionJsonFile, IsReadWithItsOwnFolderAsTheDirectory) {
               StringAttribute(std::filesystem::canonical(folder.path()).string()));
 }
 
-TEST(DescriptionJsonFile, NamesItselfInItsErrors) {
+TEST(DescriptionJsonFile, IsNamedInErrors) {
     const TempDirectory folder;
     const std::string path = folder.write("scene.json", "{\n  \"ops\": 1}");
     try {

@@ -46,7 +46,7 @@ TEST(DeserializeOps, MakesTheOpsOfAFileAndReturnsTheLast) {
     EXPECT_EQ(ValueAt(graph.commit(top), "/root"), 42);
 }
 
-TEST(DeserializeOps, AnOpMayNameOneThatComesLater) {
+TEST(DeserializeOps, AnOpCanReferToALaterOne) {
     const TempDirectory folder;
     const auto entry = [](const char* type, const char* input) {
         return GroupAttribute({{"opType", StringAttribute(type)},
@@ -81,7 +81,7 @@ TEST(DeserializeOps, RefusesAnythingElseAndNamesTheFile) {
     EXPECT_EQ(errorOf(empty), "File \"" + empty + "\" is no attribute file");
 }
 
-TEST(DeserializeOps, LargeArgumentsAreSharedByFileWithoutReadingThem) {
+TEST(DeserializeOps, SharesLargeArgumentsOfAFileWithoutReadingThem) {
     const TempDirectory folder;
     const std::vector<double> large(400000, 1.5);
     const auto tree = [&](double last) {
@@ -132,7 +132,7 @@ void WriteLargeOpFile(const std::string& path, const std::string& opType) {
 
 } // namespace
 
-TEST(DeserializeOps, ALargeFileIsClosedWithItsRuntime) {
+TEST(DeserializeOps, ClosesALargeFileWithItsRuntime) {
     const TempDirectory folder;
     const std::string path = folder.path("large");
     WriteLargeOpFile(path, kSource);
@@ -150,7 +150,7 @@ TEST(DeserializeOps, ALargeFileIsClosedWithItsRuntime) {
     EXPECT_EQ(Number(data.getAttrs(), "value"), 4);
 }
 
-TEST(DeserializeOps, AResultThatLiesInALargeFileKeepsItOpen) {
+TEST(DeserializeOps, KeepsALargeFileOpenForResultsInIt) {
     static const std::string kArgsAsAttrs =
         Register("TestArgsAsAttrs", [](CookContext& context) { context.setAttrs(context.args()); });
     const TempDirectory folder;

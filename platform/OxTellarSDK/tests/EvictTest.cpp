@@ -36,7 +36,7 @@ const std::string kFreshChildren = Register("TestFreshChildren", [](CookContext&
 
 } // namespace
 
-TEST(Evict, MakesTheNextCookComputeAnewThroughAllOps) {
+TEST(Evict, MakesTheNextCookRunAllOpsAgain) {
     Graph graph;
     const Client client = graph.commit(graph.chain(graph.op(kOutside, {Counted("anew")}), 3));
     outsideWorld = 1;
@@ -51,7 +51,7 @@ TEST(Evict, MakesTheNextCookComputeAnewThroughAllOps) {
     EXPECT_EQ(Counter::take("anew"), 2);
 }
 
-TEST(Evict, TellsOpsThatTheyMustLookAgain) {
+TEST(Evict, TellsOpsThatTheirCookIsFresh) {
     Graph graph;
     const Client client = graph.commit(graph.op(kOutside, {Counted("fresh")}));
     EXPECT_EQ(Number(client->cookLocation("/root").getAttrs(), "fresh"), 0);
@@ -60,7 +60,7 @@ TEST(Evict, TellsOpsThatTheyMustLookAgain) {
     EXPECT_EQ(Number(client->cookLocation("/root/a").getAttrs(), "fresh"), 0);
 }
 
-TEST(Evict, TouchesNoOtherLocation) {
+TEST(Evict, DoesNotAffectOtherLocations) {
     Graph graph;
     const Client client = graph.commit(graph.op(kSource, {Counted("others")}));
     for (const char* path : {"/root", "/root/a", "/root/b", "/root/a/b"})
@@ -75,7 +75,7 @@ TEST(Evict, TouchesNoOtherLocation) {
     EXPECT_EQ(Counter::take("others"), 5);
 }
 
-TEST(Evict, OfAPathNeverCookedDoesNothing) {
+TEST(Evict, DoesNothingForAPathThatWasNeverCooked) {
     Graph graph;
     const Client client = graph.commit(graph.op(kSource, {Counted("never")}));
     for (const char* path : {"/root", "/x/y/z", "", "/", "//", "no path"})
@@ -86,7 +86,7 @@ TEST(Evict, OfAPathNeverCookedDoesNothing) {
     TellarRuntime::create()->evict("/root");
 }
 
-TEST(Evict, OfASiblingOfWhatWasCookedDoesNothing) {
+TEST(Evict, DoesNothingForAnUncookedSibling) {
     Graph graph;
     const Client client =
         graph.commit(graph.op(kFreshChildren, {{"children", StringAttribute({"a", "b", "c"}, 1)}}));
@@ -99,7 +99,7 @@ TEST(Evict, OfASiblingOfWhatWasCookedDoesNothing) {
     EXPECT_EQ(Number(client->cookLocation("/root/c").getAttrs(), "fresh"), 0);
 }
 
-TEST(Evict, OfWhatCouldNotBeCookedLooksAnew) {
+TEST(Evict, RetriesAfterAFailedCook) {
     Graph graph;
     const Client client = graph.commit(graph.op(kOutside, {Counted("failed and evicted")}));
     outsideFails = true;
@@ -110,7 +110,7 @@ TEST(Evict, OfWhatCouldNotBeCookedLooksAnew) {
     EXPECT_EQ(Counter::take("failed and evicted"), 2);
 }
 
-TEST(Evict, ReplacesTheResultThatOthersShare) {
+TEST(Evict, ReplacesASharedResult) {
     Graph first, second;
     const Client a = first.commit(first.op(kOutside, {Counted("replaced")}));
     const Client b = second.commit(second.op(kOutside, {Counted("replaced")}));
@@ -127,7 +127,7 @@ TEST(Evict, ReplacesTheResultThatOthersShare) {
     EXPECT_EQ(Counter::take("replaced"), 2);
 }
 
-TEST(Evict, InTwoRuntimesCooksAnewOnceOrTwiceAndNeverLess) {
+TEST(Evict, InTwoRuntimesCooksAgainOnceOrTwice) {
     Graph first, second;
     const Client a = first.commit(first.op(kOutside, {Counted("both")}));
     const Client b = second.commit(second.op(kOutside, {Counted("both")}));
@@ -142,7 +142,7 @@ TEST(Evict, InTwoRuntimesCooksAnewOnceOrTwiceAndNeverLess) {
     EXPECT_TRUE(cooks == 2 || cooks == 3) << cooks;
 }
 
-TEST(Evict, TwiceCooksAnewOnce) {
+TEST(Evict, CooksAgainOnceAfterTwoEvictions) {
     Graph graph;
     const Client client = graph.commit(graph.op(kOutside, {Counted("twice")}));
     client->cookLocation("/root");
@@ -153,7 +153,7 @@ TEST(Evict, TwiceCooksAnewOnce) {
     EXPECT_EQ(Counter::take("twice"), 2);
 }
 
-TEST(Evict, AFailingCookIsTriedAnewAndTheOldResultNeverComesBack) {
+TEST(Evict, RetriesAFailingCookWithoutReturningTheOldResult) {
     Graph graph;
     const Client client =
         graph.commit(graph.chain(graph.op(kOutside, {Counted("world")}, {}, "world"), 2));
@@ -219,7 +219,7 @@ TEST(Evict, CooksEachOpOfALadderOnceAfterAFailureToo) {
     EXPECT_EQ(Counter::take("failing ladder"), 60);
 }
 
-TEST(Lifetime, EvictedResultsAreLetGo) {
+TEST(Lifetime, EvictedResultsAreFreed) {
     Graph graph;
     const Client client = graph.commit(graph.op(kOutside, {Counted("let go")}));
     const Attribute old = client->cookLocation("/root").getAttrs();

@@ -108,7 +108,7 @@ TEST(Transaction, RefusesClientsOfAnotherOne) {
                  std::invalid_argument);
 }
 
-TEST(Transaction, LeavesTheOpItNamesInItsErrors) {
+TEST(Transaction, LeavesTheOpUnchangedAfterAnError) {
     Graph graph;
     const Op op = graph.op(kSource, {}, {}, "mine");
     graph.commit();
@@ -121,7 +121,7 @@ TEST(Transaction, LeavesTheOpItNamesInItsErrors) {
     }
 }
 
-TEST(Transaction, GivesOpsTheirNumbersNamesTypesAndArgs) {
+TEST(Transaction, GivesOpsTheirIdsNamesTypesAndArguments) {
     Graph graph, second(graph.runtime);
     const Op a = graph.op(kSource, {Value(1)}), b = second.op(kSum, {}, {}, "b"), c = graph.op("");
     EXPECT_EQ(a->getId(), 0);
@@ -166,7 +166,7 @@ rapidjson::Document Json(const Answer& answer) {
 
 } // namespace
 
-TEST(QueryText, TellsTheOpTreeWithoutNames) {
+TEST(QueryText, ShowsTheOpTreeWithoutNames) {
     Graph graph;
     const Op a = graph.op(kSource, {{"secret", StringAttribute("argument")}}, {}, "secretName");
     graph.commit(graph.op(kSum, {}, {a, nullptr, a}));
@@ -187,13 +187,13 @@ TEST(QueryText, CountsTheOpTypes) {
     EXPECT_TRUE(Json(answer).IsObject());
 }
 
-TEST(QueryText, OfARuntimeWithoutOpsIsJsonToo) {
+TEST(QueryText, IsJsonForARuntimeWithoutOps) {
     Graph graph;
     EXPECT_EQ(Ask(graph, "getAnonymousOpTree").text, "{\"ops\":[]}");
     EXPECT_EQ(Ask(graph, "getAnonymousOpRegistry").text, "{\"opTypes\":[]}");
 }
 
-TEST(QueryText, ShowsOnlyCommittedOpsThatStillLive) {
+TEST(QueryText, ShowsOnlyLiveCommittedOps) {
     Graph graph;
     graph.commit(graph.op(kSource));
     graph.transaction.reset();
@@ -203,7 +203,7 @@ TEST(QueryText, ShowsOnlyCommittedOpsThatStillLive) {
     EXPECT_EQ(Ask(open, "getAnonymousOpTree").text, "{\"ops\":[]}");
 }
 
-TEST(QueryText, IsAnsweredWithStatusOneWhenUnknown) {
+TEST(QueryText, HasStatusOneForAnUnknownQuery) {
     Graph graph;
     for (const char* query : {"", "getAnonymousOptree", "getAnonymousOpTree ", "anything"}) {
         const Answer answer = Ask(graph, query);
@@ -212,7 +212,7 @@ TEST(QueryText, IsAnsweredWithStatusOneWhenUnknown) {
     }
 }
 
-TEST(QueryText, ComesInPiecesThatMakeOneDocument) {
+TEST(QueryText, IsWrittenInPiecesOfOneDocument) {
     Graph graph;
     graph.commit(graph.chain(graph.op(kSource), 400));
     const Answer answer = Ask(graph, "getAnonymousOpTree");
@@ -222,7 +222,7 @@ TEST(QueryText, ComesInPiecesThatMakeOneDocument) {
     EXPECT_THAT(answer.statuses, testing::Each(0));
 }
 
-TEST(QueryText, IsJsonWhateverTheTypesAreCalled) {
+TEST(QueryText, IsJsonForAnyTypeName) {
     Graph graph;
     for (const std::string type : {"quote\" back\\slash", "line\nbreak\ttab\x01", "\xe6\x97\xa5",
                                    "\xff\xfe not UTF-8", "{}[],:", ""})
@@ -233,7 +233,7 @@ TEST(QueryText, IsJsonWhateverTheTypesAreCalled) {
     EXPECT_EQ(Json(Ask(graph, "getAnonymousOpRegistry"))["opTypes"].Size(), 7u);
 }
 
-TEST(QueryText, AnswersForCyclesToo) {
+TEST(QueryText, IncludesCycles) {
     Circle circle("ab");
     circle.commit(circle.ops[0]);
     EXPECT_TRUE(Json(Ask(circle, "getAnonymousOpTree")).IsObject());

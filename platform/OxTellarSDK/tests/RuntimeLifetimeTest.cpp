@@ -45,7 +45,7 @@ Client ClientKeeper::next;
 
 } // namespace
 
-TEST(Lifetime, AnOpMayKeepAClientOfTheRuntimeThatForgetsIt) {
+TEST(Lifetime, AnOpCanKeepAClientOfItsOwnRuntime) {
     static const bool isRegistered = [] {
         RegisterOpType(new ClientKeeper);
         return true;
@@ -75,7 +75,7 @@ TEST(Lifetime, AClientKeepsItsRuntimeAndOps) {
     EXPECT_NE(client->getRuntime(), nullptr);
 }
 
-TEST(Lifetime, EverythingIsLetGoWithTheRuntime) {
+TEST(Lifetime, EverythingIsFreedWithTheRuntime) {
     const StringAttribute argument("an argument that is counted");
     std::weak_ptr<TellarRuntime> runtime;
     std::weak_ptr<TellarRuntime::Op> op;
@@ -115,7 +115,7 @@ TEST(Lifetime, ASmallSceneTakesLittleMemory) {
     EXPECT_LT(AllocatedBytes() - before, kScenes * 6000);
 }
 
-TEST(Lifetime, ARuntimeKeepsNoResultsAtWhichNobodyLooksAnyMore) {
+TEST(Lifetime, ARuntimeFreesResultsWithoutClients) {
     const auto runtime = TellarRuntime::create();
     const auto cookAndForget = [&](int value) {
         Graph graph(runtime);
@@ -143,7 +143,7 @@ TEST(Lifetime, ARuntimeKeepsResultsForTheNextRenderOfTheSameScene) {
     EXPECT_EQ(Counter::take("renders"), 1);
 }
 
-TEST(Lifetime, AnUncommittedTransactionLetsEverythingGo) {
+TEST(Lifetime, AnUncommittedTransactionFreesItsOps) {
     std::weak_ptr<TellarRuntime> runtime;
     std::weak_ptr<TellarRuntime::Op> op;
     {

@@ -119,13 +119,13 @@ std::vector<std::string> ErrorsOfRing(const std::string& type, int count) {
 
 class RingOfThreads : public testing::TestWithParam<int> {};
 
-TEST_P(RingOfThreads, IsToldThatItsLocationsNeedThemselves) {
+TEST_P(RingOfThreads, GetsErrorsForLocationsThatNeedThemselves) {
     EXPECT_THAT(ErrorsOfRing(kNeeds, GetParam()),
                 testing::Each(testing::MatchesRegex(
                     "Op \"ring[0-9]\" .TestNeeds. at \"/root\": the location needs itself")));
 }
 
-TEST_P(RingOfThreads, IsToldThatItsPreparationsNeedThemselves) {
+TEST_P(RingOfThreads, GetsErrorsForPreparationsThatNeedThemselves) {
     EXPECT_THAT(ErrorsOfRing(kPreparedNeeds, GetParam()),
                 testing::Each(
                     testing::MatchesRegex("Op \"ring[0-9]\" .TestPreparedNeeds. at \"/root\": the "
@@ -134,7 +134,7 @@ TEST_P(RingOfThreads, IsToldThatItsPreparationsNeedThemselves) {
 
 INSTANTIATE_TEST_SUITE_P(RuntimeThreads, RingOfThreads, testing::Values(1, 2, 3, 8));
 
-TEST(RuntimeThreads, ALocationOutsideARingThatNeedsItIsToldSoToo) {
+TEST(RuntimeThreads, ALocationThatNeedsARingGetsAnErrorToo) {
     for (const char* type : {kNeeds.c_str(), kPreparedNeeds.c_str()}) {
         SCOPED_TRACE(type);
         AddNeeding(type, "a", {"b"});
@@ -152,7 +152,7 @@ TEST(RuntimeThreads, ALocationOutsideARingThatNeedsItIsToldSoToo) {
     }
 }
 
-TEST(RuntimeThreads, ThreadsThatNeedEachOthersWorkAreToldOfRingsAloneUnderContention) {
+TEST(RuntimeThreads, ThreadsThatNeedEachOtherGetErrorsOnlyForRings) {
     // Numbers 0 to 19 need two smaller ones each and are sound; 20 to 29 are a ring, each with a
     // sound one; 30 to 39 need one of the ring.
     constexpr int kCount = 40;

@@ -88,7 +88,7 @@ TEST(RuntimeSharingDeathTest, NoCooksAreCountedInAFreshProcess) {
                 testing::ExitedWithCode(0), "");
 }
 
-TEST(RuntimeSharing, TheIdentityIsMadeAtCommit) {
+TEST(RuntimeSharing, TheIdentityIsComputedAtCommit) {
     Graph graph;
     const Op op = graph.op(kSource);
     EXPECT_EQ(op->getIdentity(), Hash());
@@ -122,7 +122,7 @@ TEST(RuntimeSharing, TheVersionOfTheTypeIsPartOfTheIdentity) {
     EXPECT_NE(first->getIdentity(), second->getIdentity());
 }
 
-TEST(RuntimeSharing, ResultsGoWithTheLastRuntimeThatHoldsTheOp) {
+TEST(RuntimeSharing, ResultsAreFreedWithTheLastRuntimeThatHoldsTheOp) {
     {
         Graph graph;
         graph.commit(graph.op(kSource, {Counted("gone")}))->cookLocation("/root");
@@ -134,7 +134,7 @@ TEST(RuntimeSharing, ResultsGoWithTheLastRuntimeThatHoldsTheOp) {
 
 // Results that are taken from a client
 
-TEST(TakenResults, AreCookedAnewByTheNextCook) {
+TEST(TakenResults, AreCookedAgainByTheNextCook) {
     Graph graph;
     const Client client =
         graph.commit(graph.op(kPass, {}, {graph.op(kSource, {Value(3), Counted("taken")})}));
@@ -149,7 +149,7 @@ TEST(TakenResults, AreCookedAnewByTheNextCook) {
     EXPECT_EQ(Counter::take("taken"), 2);
 }
 
-TEST(TakenResults, AreKeptByWhoTookThemUntilThen) {
+TEST(TakenResults, StayValidForTheCallerUntilTheNextCook) {
     Graph graph, equal;
     const Client client = graph.commit(graph.op(kSource, {Value(4), Counted("held")}));
     client->cookLocation("/root");
@@ -183,7 +183,7 @@ TEST(TakenResults, StayWithOtherClientsOfTheRuntime) {
     EXPECT_EQ(Counter::take("clients'"), 2);
 }
 
-TEST(TakenResults, OfOpsOnWhichALaterTransactionBuildsAreCookedAnew) {
+TEST(TakenResults, AreCookedAgainForOpsOfALaterTransaction) {
     Graph graph;
     const Op source = graph.op(kSource, {Value(7)});
     const Client client = graph.commit(source);
@@ -194,7 +194,7 @@ TEST(TakenResults, OfOpsOnWhichALaterTransactionBuildsAreCookedAnew) {
     EXPECT_EQ(ValueAt(client, "/root"), 7);
 }
 
-TEST(TakenResults, OfAClientThatCannotCookAreNone) {
+TEST(TakenResults, AreEmptyForAClientThatCannotCook) {
     Graph graph, defective;
     EXPECT_EQ(graph.client(nullptr)->takeResults(), nullptr);
     const Client client = defective.commit(defective.op("NoSuchType"));
@@ -206,7 +206,7 @@ TEST(TakenResults, OfAClientThatCannotCookAreNone) {
 
 // What this runtime has cooked
 
-TEST(CachedLocation, IsThereOnlyAfterThisRuntimeCookedIt) {
+TEST(CachedLocation, ExistsOnlyAfterThisRuntimeHasCookedIt) {
     Graph first, second;
     const Client a = first.commit(first.op(kSource, {Value(11)}));
     const Client b = second.commit(second.op(kSource, {Value(11)}));
@@ -219,7 +219,7 @@ TEST(CachedLocation, IsThereOnlyAfterThisRuntimeCookedIt) {
     EXPECT_EQ(b->getCachedLocation("/root").getRecord(), cooked.getRecord());
 }
 
-TEST(CachedLocation, TellsCookedFromEvictedLocationsHoweverManyThereAre) {
+TEST(CachedLocation, DistinguishesCookedFromEvictedLocations) {
     constexpr int kCount = 70000;
     Graph graph;
     const Client client = graph.commit(graph.op(kSource));
@@ -234,7 +234,7 @@ TEST(CachedLocation, TellsCookedFromEvictedLocationsHoweverManyThereAre) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST(CachedLocation, AsksForNothingToBeCooked) {
+TEST(CachedLocation, DoesNotCookAnything) {
     Graph graph;
     const Client client = graph.commit(graph.op(kSource, {Counted("cached")}));
     client->getCachedLocation("/root");
@@ -242,7 +242,7 @@ TEST(CachedLocation, AsksForNothingToBeCooked) {
     EXPECT_EQ(Counter::take("cached"), 0);
 }
 
-TEST(CachedLocation, KnowsLocationsThatWereFoundNotToExist) {
+TEST(CachedLocation, IncludesLocationsThatDoNotExist) {
     Graph graph;
     const Client client = graph.commit(graph.op(kNothing));
     client->cookLocation("/root");
@@ -250,7 +250,7 @@ TEST(CachedLocation, KnowsLocationsThatWereFoundNotToExist) {
     EXPECT_FALSE(client->getCachedLocation("/root").doesLocationExist());
 }
 
-TEST(CachedLocation, IsSharedByTheClientsOfOneRuntimeThatLookAtEqualOps) {
+TEST(CachedLocation, IsSharedByClientsOfOneRuntimeWithEqualOps) {
     Graph graph;
     const Op op = graph.op(kSource, {Value(1)});
     const Client a = graph.client(op), b = graph.client(op), other = graph.client(graph.op(kSum));
@@ -260,7 +260,7 @@ TEST(CachedLocation, IsSharedByTheClientsOfOneRuntimeThatLookAtEqualOps) {
     EXPECT_FALSE(other->getCachedLocation("/root").isValid());
 }
 
-TEST(CachedLocation, ForgetsWhatFailed) {
+TEST(CachedLocation, DoesNotIncludeFailedCooks) {
     Graph graph;
     const Client client = graph.commit(graph.op(kThrow, {Counted("failed")}));
     CookError(client, "/root");

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 
 // One graph, one client
 
-TEST(Runtime, CooksWhatTheOpMakesOfALocation) {
+TEST(Runtime, CooksALocationWithItsOp) {
     Graph graph;
     const Client client =
         graph.commit(graph.op(kSource, {Value(7), {"children", StringAttribute({"a", "b"}, 1)}}));
@@ -26,7 +26,7 @@ TEST(Runtime, CooksWhatTheOpMakesOfALocation) {
     EXPECT_THAT(StringsOf(data.getPotentialChildren()), ElementsAre("a", "b"));
 }
 
-TEST(Runtime, ALocationThatTheOpDoesNotMakeIsValidDataThatDoesNotExist) {
+TEST(Runtime, GivesValidDataForALocationThatDoesNotExist) {
     Graph graph;
     const Client client = graph.commit(graph.op(kNothing));
     const LocationData data = client->cookLocation("/root");
@@ -67,7 +67,7 @@ TEST(Runtime, NothingExistsForAnUncommittedClientOfACommittedOp) {
     EXPECT_TRUE(Exists(client, "/root"));
 }
 
-TEST(Runtime, AClientMayBePointedElsewhereUntilItIsCommitted) {
+TEST(Runtime, AClientCanGetAnotherOpUntilItIsCommitted) {
     Graph graph;
     const Op one = graph.op(kSource, {Value(1)}), two = graph.op(kSource, {Value(2)});
     const Client client = graph.client(one);
@@ -86,7 +86,7 @@ TEST(Runtime, LaterTransactionsBuildOnCommittedOps) {
     EXPECT_EQ(ValueAt(client, "/root"), 8);
 }
 
-TEST(Runtime, PassesARecordThroughUncopied) {
+TEST(Runtime, PassesARecordThroughWithoutACopy) {
     Graph graph;
     const Op source = graph.op(kSource, {Value(1)});
     const Client below = graph.client(source);
@@ -104,7 +104,7 @@ TEST(Runtime, ANullInputPresentsNoLocation) {
     EXPECT_FALSE(Exists(other.commit(other.op(kPass, {}, {nullptr})), "/root"));
 }
 
-TEST(Runtime, AnOpMayLookAtAnyLocationOfItsInputs) {
+TEST(Runtime, AnOpCanReadAnyLocationOfItsInputs) {
     static const std::string kFromRoot = Register("TestFromRoot", [](CookContext& context) {
         const std::string above = Text(context.input(0, "/root").getAttrs(), "path");
         const bool beyond = context.input(0, "no path").doesLocationExist() ||
@@ -150,7 +150,7 @@ int CountWrong(const Client& client, const std::vector<std::string>& paths) {
 
 } // namespace
 
-TEST(Children, AreCookedOnceInWhateverOrderTheyAreAskedFor) {
+TEST(Children, AreCookedOnceInAnyOrderOfRequests) {
     constexpr int kCount = 1000; // more than are made at once
     Graph graph;
     const Client client = graph.commit(
@@ -168,7 +168,7 @@ TEST(Children, AreCookedOnceInWhateverOrderTheyAreAskedFor) {
     EXPECT_EQ(Counter::take("children in order"), 1 + kCount + 10);
 }
 
-TEST(Children, MayHaveNamesThatRepeatOrAreNone) {
+TEST(Children, CanHaveRepeatedOrEmptyNames) {
     Graph graph;
     const StringAttribute names({"a", "a", "", "b/c", "d", "a", "a longer name than fits inline",
                                  "e", "f", "g", "h", "i", "a longer name than fits inline"},
@@ -182,7 +182,7 @@ TEST(Children, MayHaveNamesThatRepeatOrAreNone) {
     EXPECT_EQ(Counter::take("odd names"), 11);
 }
 
-TEST(Children, WithASlashInTheirNameAreNoLocationsOfTheirOwn) {
+TEST(Children, WithASlashInTheirNamesAreNotSeparateLocations) {
     Graph graph;
     const StringAttribute names({"x", "b/c", "d"}, 1);
     const Client client =
@@ -193,7 +193,7 @@ TEST(Children, WithASlashInTheirNameAreNoLocationsOfTheirOwn) {
     EXPECT_EQ(Counter::take("names with a slash"), 7);
 }
 
-TEST(Children, WithoutANameDoNotExist) {
+TEST(Children, DoNotExistWithAnEmptyName) {
     Graph graph;
     const StringAttribute names({"x", "", "d"}, 1);
     const Client client = graph.commit(graph.op(kSource, {{"children", names}}));
@@ -203,7 +203,7 @@ TEST(Children, WithoutANameDoNotExist) {
     EXPECT_TRUE(Exists(client, "/root/d"));
 }
 
-TEST(Finalize, ForgetsWhatWasCookedAndLeavesTheRuntimeUsable) {
+TEST(Finalize, DropsResultsAndLeavesTheRuntimeUsable) {
     Graph graph;
     const Client client = graph.commit(graph.op(kSource, {Counted("finalize"), Value(3)}));
     const LocationData data = client->cookLocation("/root");

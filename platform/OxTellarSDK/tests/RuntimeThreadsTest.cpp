@@ -96,7 +96,7 @@ std::string RandomPath(std::mt19937& random) {
 
 } // namespace
 
-TEST(RuntimeThreads, TwoThatWantOneLocationWaitForOneCook) {
+TEST(RuntimeThreads, TwoThreadsShareTheCookOfOneLocation) {
     Graph graph;
     const Client client = graph.commit(graph.op(kGated, {Counted("one cook")}));
     TheGate().close();
@@ -117,7 +117,7 @@ TEST(RuntimeThreads, TwoThatWantOneLocationWaitForOneCook) {
     EXPECT_EQ(Counter::take("one cook"), 2); // slow and quick
 }
 
-TEST(RuntimeThreads, EveryOneThatWaitsForAFailingCookGetsAnError) {
+TEST(RuntimeThreads, AllThreadsThatWaitForAFailingCookGetAnError) {
     Graph graph;
     const Op gated = graph.op(kGated, {Counted("fails"), {"fail", IntAttribute(1)}}, {}, "gated");
     const Client client = graph.commit(graph.chain(gated, 2));
@@ -136,7 +136,7 @@ TEST(RuntimeThreads, EveryOneThatWaitsForAFailingCookGetsAnError) {
     EXPECT_FALSE(client->getCachedLocation("/root/slow").isValid());
 }
 
-TEST(RuntimeThreads, AnEvictionDuringACookMakesTheNextOneCookAnew) {
+TEST(RuntimeThreads, AnEvictionDuringACookMakesTheNextRequestCookAgain) {
     Graph graph;
     const Client client = graph.commit(graph.op(kGated, {Counted("evicted meanwhile")}));
     outsideWorld = 1;
@@ -153,7 +153,7 @@ TEST(RuntimeThreads, AnEvictionDuringACookMakesTheNextOneCookAnew) {
     EXPECT_EQ(Counter::take("evicted meanwhile"), 3);
 }
 
-TEST(RuntimeThreads, WhileAnEvictedLocationIsCookedAnewNobodyGetsTheOldResult) {
+TEST(RuntimeThreads, TheOldResultIsNotReturnedWhileAnEvictedLocationCooks) {
     Graph graph;
     const Client client = graph.commit(graph.chain(graph.op(kGated), 1));
     outsideWorld = 1;
@@ -172,7 +172,7 @@ TEST(RuntimeThreads, WhileAnEvictedLocationIsCookedAnewNobodyGetsTheOldResult) {
     EXPECT_EQ(seen, 2);
 }
 
-TEST(RuntimeThreads, NoEvictionIsLostWhileAnotherThreadEndsItsCook) {
+TEST(RuntimeThreads, NoEvictionIsLostWhileAnotherThreadFinishesItsCook) {
     Graph graph;
     const Client client = graph.commit(graph.op(kGated));
     std::atomic<int> wrong{0};
@@ -211,7 +211,7 @@ TEST(RuntimeThreads, OneClientServesManyThreadsAndCooksEachLocationOnce) {
     EXPECT_EQ(Counter::take("many threads"), static_cast<int>(paths.size()) * 10);
 }
 
-TEST(RuntimeThreads, EachThreadsOwnRuntimeSharesTheResultsOfEqualTrees) {
+TEST(RuntimeThreads, RuntimesOfDifferentThreadsShareTheResultsOfEqualTrees) {
     std::vector<Client> clients(8); // kept until all have cooked
     RunTogether(8, [&](int number) {
         Graph graph;
@@ -226,7 +226,7 @@ TEST(RuntimeThreads, EachThreadsOwnRuntimeSharesTheResultsOfEqualTrees) {
     EXPECT_EQ(Counter::take("own runtimes"), 500 * 6);
 }
 
-TEST(RuntimeThreads, RandomCooksEvictionsAndLookUpsGoTogether) {
+TEST(RuntimeThreads, RandomCooksEvictionsAndLookupsAreSafe) {
     Graph graph;
     const Op source = graph.op(kSource, {Value(1)});
     const Client client = graph.commit(Ladder(graph, source, 4, "random"));
@@ -254,7 +254,7 @@ TEST(RuntimeThreads, RandomCooksEvictionsAndLookUpsGoTogether) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST(RuntimeThreads, OneLocationMayBeCookedEvictedAndReadByAllAtOnce) {
+TEST(RuntimeThreads, OneLocationCanBeCookedEvictedAndReadAtOnce) {
     Graph graph;
     const Client client = graph.commit(graph.chain(graph.op(kGated), 2));
     outsideWorld = 0;
@@ -296,7 +296,7 @@ TEST(RuntimeThreads, FinalizingWhileOthersCookLosesNothing) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST(RuntimeThreads, RuntimesOfEqualTreesComeAndGoWhileOthersCook) {
+TEST(RuntimeThreads, RuntimesOfEqualTreesCanBeMadeAndFreedWhileOthersCook) {
     std::atomic<int> wrong{0};
     RunTogether(8, [&](int number) {
         for (int i = 0; i < 100; ++i) {
@@ -311,7 +311,7 @@ TEST(RuntimeThreads, RuntimesOfEqualTreesComeAndGoWhileOthersCook) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST(RuntimeThreads, RecordsMayBeHeldAndDroppedOnOtherThreadsAfterTheRuntimeIsGone) {
+TEST(RuntimeThreads, RecordsCanOutliveTheRuntimeOnOtherThreads) {
     std::vector<LocationData> records(400);
     {
         Graph graph;
@@ -333,7 +333,7 @@ TEST(RuntimeThreads, RecordsMayBeHeldAndDroppedOnOtherThreadsAfterTheRuntimeIsGo
     EXPECT_EQ(wrong, 0);
 }
 
-TEST(RuntimeThreads, ThreadsThatComeAndGoLeaveAWorkingStore) {
+TEST(RuntimeThreads, ShortLivedThreadsLeaveAWorkingStore) {
     Graph graph;
     const Client client = graph.commit(graph.op(kSource, {Counted("come and go"), Value(1)}));
     std::atomic<int> wrong{0};
@@ -346,7 +346,7 @@ TEST(RuntimeThreads, ThreadsThatComeAndGoLeaveAWorkingStore) {
     EXPECT_EQ(Counter::take("come and go"), 25);
 }
 
-TEST(RuntimeThreads, ManyChildrenOfOneParentMayBeAddedByAllAtOnce) {
+TEST(RuntimeThreads, ManyChildrenOfOneParentCanBeAddedAtOnce) {
     Graph graph;
     const Client client = graph.commit(graph.op(kSource, {Counted("children of one")}));
     std::atomic<int> wrong{0};
@@ -363,7 +363,7 @@ TEST(RuntimeThreads, ManyChildrenOfOneParentMayBeAddedByAllAtOnce) {
     EXPECT_EQ(Counter::take("children of one"), 3000);
 }
 
-TEST(RuntimeThreads, TransactionsOfOneRuntimeMayBeBuiltByManyThreads) {
+TEST(RuntimeThreads, TransactionsOfOneRuntimeCanBeBuiltByManyThreads) {
     const auto runtime = TellarRuntime::create();
     std::vector<std::vector<std::int32_t>> ids(8);
     std::atomic<int> wrong{0};

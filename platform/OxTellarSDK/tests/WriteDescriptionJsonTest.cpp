@@ -25,7 +25,7 @@ std::string WriteErrorOf(const GroupAttribute& description) {
 
 // ---- writing ----
 
-TEST(WriteDescriptionJson, LaysOpsOutForPeople) {
+TEST(WriteDescriptionJson, FormatsOpsReadably) {
     const GroupAttribute description =
         Describe({{"scene", Op({{"opType", StringAttribute("StaticScene")},
                                 {"opArgs", Op({{"location", StringAttribute("/root")},
@@ -54,7 +54,7 @@ TEST(WriteDescriptionJson, LaysOpsOutForPeople) {
 )");
 }
 
-TEST(WriteDescriptionJson, NamesTheOpThatCannotBeWritten) {
+TEST(WriteDescriptionJson, NamesAnOpThatCannotBeWritten) {
     const StringAttribute type("T");
     EXPECT_EQ(WriteErrorOf(GroupAttribute()), "There is no description to write");
     EXPECT_EQ(WriteErrorOf(GroupAttribute(true)), "The description holds no op");
@@ -83,7 +83,7 @@ TEST(WriteDescriptionJson, NamesTheOpThatCannotBeWritten) {
               "Op \"a\" cannot be written as JSON: \"more\" is no part of an op");
 }
 
-TEST(WriteAttributeJson, WritesPlainJsonWhereItReadsBackEqual) {
+TEST(WriteAttributeJson, UsesPlainJsonIfItIsReadBackEqual) {
     EXPECT_EQ(WriteAttributeJson(IntAttribute(5)), "5");
     EXPECT_EQ(WriteAttributeJson(DoubleAttribute(5)), "5.0");
     EXPECT_EQ(WriteAttributeJson(DoubleAttribute({-0.0, 1e300, 0.1}, 1)), "[-0.0, 1e+300, 0.1]");
@@ -94,7 +94,7 @@ TEST(WriteAttributeJson, WritesPlainJsonWhereItReadsBackEqual) {
               R"({"a": 1, "b": {}})");
 }
 
-TEST(WriteAttributeJson, WritesTheTypedFormElsewhere) {
+TEST(WriteAttributeJson, UsesTheTypedFormOtherwise) {
     EXPECT_EQ(WriteAttributeJson(FloatAttribute(1)), R"({"$type": "float", "values": [1]})");
     EXPECT_EQ(WriteAttributeJson(IntAttribute({1, 2, 3}, 2)),
               R"({"$type": "int", "tuple": 2, "values": [1, 2, 3]})");
@@ -116,11 +116,11 @@ TEST(WriteAttributeJson, BreaksLongArraysBetweenValues) {
     EXPECT_EQ(text.substr(91, 14), "1000,\n  1000, ");
 }
 
-TEST(WriteAttributeJson, HasNoTextForAnInvalidAttribute) {
+TEST(WriteAttributeJson, IsEmptyForAnInvalidAttribute) {
     EXPECT_EQ(WriteAttributeJson(Attribute()), "");
 }
 
-TEST(WriteAttributeJson, EveryRandomAttributeReadsBackEqual) {
+TEST(WriteAttributeJson, RoundTripsRandomAttributes) {
     RandomAttribute random(20240608);
     for (int i = 0; i < 500; ++i) {
         SCOPED_TRACE(i);
@@ -132,7 +132,7 @@ TEST(WriteAttributeJson, EveryRandomAttributeReadsBackEqual) {
     }
 }
 
-TEST(WriteDescriptionJson, EveryRandomDescriptionReadsBackEqual) {
+TEST(WriteDescriptionJson, RoundTripsRandomDescriptions) {
     RandomAttribute random(20240609);
     for (int i = 0; i < 100; ++i) {
         SCOPED_TRACE(i);
@@ -151,7 +151,7 @@ TEST(WriteDescriptionJson, EveryRandomDescriptionReadsBackEqual) {
     }
 }
 
-TEST(WriteDescriptionJson, TheDeepestGroupsReadBackEqual) {
+TEST(WriteDescriptionJson, RoundTripsTheDeepestGroups) {
     for (const char* name : {"g", "", "\xff"}) { // plain, typed, typed with listed children
         Attribute value = IntAttribute(1);
         for (int i = 0; i < kMaxGroupDepth - 2; ++i)

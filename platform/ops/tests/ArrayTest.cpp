@@ -43,7 +43,7 @@ TEST(ArrayOp, AGridCountsAlongXThenYThenZ) {
     EXPECT_THAT(Moved(graph.attrs(op, "/root/world/balls/i_7")), ElementsAre(11, 22, 33));
 }
 
-TEST(ArrayOp, AnInstanceIsItsSourceWithOneTransformMore) {
+TEST(ArrayOp, AnInstanceIsItsSourceWithAnAdditionalTransform) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add("Array", GridArgs({3, 1, 1}), {scene});
@@ -53,7 +53,7 @@ TEST(ArrayOp, AnInstanceIsItsSourceWithOneTransformMore) {
                      {"xform", Group({{"instance0", moved}, {"translate", Doubles({1, 2, 3})}})}}));
 }
 
-TEST(ArrayOp, WhatLiesBelowAnInstanceIsTheSourcesUncopied) {
+TEST(ArrayOp, SharesTheDescendantsOfTheSourceWithoutACopy) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add("Array",
@@ -67,7 +67,7 @@ TEST(ArrayOp, WhatLiesBelowAnInstanceIsTheSourcesUncopied) {
     EXPECT_FALSE(graph.exists(op, "/root/world/boxes/i_3/other"));
 }
 
-TEST(ArrayOp, HidesItsSourceUnlessToldOtherwise) {
+TEST(ArrayOp, HidesItsSourceByDefault) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op hiding = graph.add("Array", GridArgs({2, 1, 1}), {scene});
@@ -84,7 +84,7 @@ TEST(ArrayOp, CanKeepItsSourceVisible) {
     EXPECT_TRUE(graph.exists(op, "/root/world/balls/i_1"));
 }
 
-TEST(ArrayOp, MakesItsTargetAndLeavesTheSurroundingsUncopied) {
+TEST(ArrayOp, MakesItsTargetAndSharesOtherLocationsWithoutACopy) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add("Array", GridArgs({2, 1, 1}), {scene});
@@ -95,7 +95,7 @@ TEST(ArrayOp, MakesItsTargetAndLeavesTheSurroundingsUncopied) {
     EXPECT_FALSE(graph.exists(op, "/root/world/other"));
 }
 
-TEST(ArrayOp, CanFillALocationThatIsThere) {
+TEST(ArrayOp, CanUseAnExistingLocationAsItsTarget) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add("Array",
@@ -122,7 +122,7 @@ TEST(ArrayOp, SourceAndTargetMayBeSiblings) {
     EXPECT_TRUE(graph.exists(op, "/root/world/geo/balls/i_0"));
 }
 
-TEST(ArrayOp, PutsInstancesIntoGroupsBeyondTheGroupSize) {
+TEST(ArrayOp, GroupsInstancesBeyondTheGroupSize) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add("Array", GridArgs({11, 1, 1}, {{"groupSize", Int(3)}}), {scene});
@@ -151,7 +151,7 @@ TEST(ArrayOp, OnlyTheListedInstancesExist) {
     EXPECT_FALSE(graph.exists(op, "/root/world/balls/g_0/i_00"));
 }
 
-TEST(ArrayOp, WithoutInstancesOrSourceItsTargetIsEmpty) {
+TEST(ArrayOp, HasAnEmptyTargetWithoutInstancesOrSource) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op none = graph.add("Array", GridArgs({0, 5, 5}), {scene});
@@ -164,7 +164,7 @@ TEST(ArrayOp, WithoutInstancesOrSourceItsTargetIsEmpty) {
     EXPECT_FALSE(empty.exists(overNothing, "/root/world/balls/i_0"));
 }
 
-TEST(ArrayOp, TwoArraysNestAndEachKeepsItsTransform) {
+TEST(ArrayOp, CanBeNestedWithTheTransformsOfBoth) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op row = graph.add("Array", GridArgs({3, 1, 1}), {scene});
@@ -177,7 +177,7 @@ TEST(ArrayOp, TwoArraysNestAndEachKeepsItsTransform) {
     EXPECT_THAT(graph.children(rows, "/root/world/balls"), ElementsAre("i_0", "i_1"));
 }
 
-TEST(ArrayOp, ATrillionInstancesAreReachedAtOnce) {
+TEST(ArrayOp, ReachesOneOfATrillionInstancesQuickly) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add("Array", GridArgs({10000, 10000, 10000}), {scene});
@@ -194,14 +194,14 @@ TEST(ArrayOp, ATrillionInstancesAreReachedAtOnce) {
     EXPECT_LE(TellarRuntime::getNumberOfCooks() - cooksBefore, 8u);
 }
 
-TEST(ArrayOp, RefusesMoreInstancesThanItsNamesAreMeantFor) {
+TEST(ArrayOp, RefusesMoreInstancesThanItsLimit) {
     EXPECT_THAT(CookErrorOf("Array", GridArgs({2000000000, 2000000000, 2000000000}), 1),
                 HasSubstr("Argument \"counts\" asks for more than 1099511627776 instances."));
     EXPECT_THAT(CookErrorOf("Array", GridArgs({1048576, 1048577, 1}), 1), HasSubstr("counts"));
     EXPECT_EQ(CookErrorOf("Array", GridArgs({1048576, 1048576, 1}), 1), "no error");
 }
 
-TEST(ArrayOp, RefusesArgumentsThatMakeNoSense) {
+TEST(ArrayOp, RefusesInvalidArguments) {
     const auto withPaths = [](const char* source, const char* target) {
         return Group({{"source", Text(source)},
                       {"target", Text(target)},
@@ -252,7 +252,7 @@ TEST(ArrayOp, AScatterStaysWithinItsExtent) {
     EXPECT_NEAR(sumZ / 1000, 150, 4 * 100 / 109.5);
 }
 
-TEST(ArrayOp, AScatterIsTheSameOnEveryMachine) {
+TEST(ArrayOp, AScatterHasKnownPositions) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add("Array", ScatterArgs(10, 42, {{"spin", Int(1)}}), {scene});
@@ -263,7 +263,7 @@ TEST(ArrayOp, AScatterIsTheSameOnEveryMachine) {
                 ElementsAre(345.04903073857577, 0.0, 1.0, 0.0));
 }
 
-TEST(ArrayOp, AnotherSeedIsAnotherArrangement) {
+TEST(ArrayOp, ADifferentSeedGivesDifferentPositions) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op one = graph.add("Array", ScatterArgs(5, 1), {scene});

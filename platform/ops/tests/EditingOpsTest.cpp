@@ -12,7 +12,7 @@ using namespace OpTypeScenes;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-TEST(Transform, ActsAfterTheLocationsOwnTransformUnlessToldOtherwise) {
+TEST(Transform, IsAppliedAfterTheLocationsOwnTransformByDefault) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add(
@@ -24,7 +24,7 @@ TEST(Transform, ActsAfterTheLocationsOwnTransformUnlessToldOtherwise) {
     EXPECT_THAT(Moved(graph.attrs(op, "/root/world/geo/ball"), 1), ElementsAre(20, 20, 30));
 }
 
-TEST(Transform, CanActBeforeTheLocationsOwnTransform) {
+TEST(Transform, CanBeAppliedBeforeTheLocationsOwnTransform) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add("Transform",
@@ -52,7 +52,7 @@ TEST(Transform, ScalesThenRotatesThenTranslates) {
     EXPECT_EQ(edit.getChildName(2), "scale");
 }
 
-TEST(Transform, GivesALocationWithoutATransformOne) {
+TEST(Transform, AddsATransformToALocationWithoutOne) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Attribute matrix = Doubles({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 7, 8, 9, 1});
@@ -63,7 +63,7 @@ TEST(Transform, GivesALocationWithoutATransformOne) {
     EXPECT_THAT(graph.children(op, "/root/world"), ElementsAre("geo"));
 }
 
-TEST(Transform, EachOneGetsAFreeName) {
+TEST(Transform, GivesEachTransformAFreeName) {
     const GroupAttribute args =
         Group({{"paths", Texts({"/root"})}, {"translate", Doubles({1, 0, 0})}});
     Graph graph;
@@ -76,7 +76,7 @@ TEST(Transform, EachOneGetsAFreeName) {
     EXPECT_THAT(Moved(graph.attrs(second, "/root")), ElementsAre(2, 0, 0));
 }
 
-TEST(Transform, KeepsTimeSamplesAndFloatsAndTakesIntegersForDoubles) {
+TEST(Transform, KeepsTimeSamplesAndFloatsAndConvertsIntegersToDoubles) {
     const FloatAttribute moving(std::map<float, std::vector<float>>{{0, {0, 0, 0}}, {1, {4, 0, 0}}},
                                 3);
     Graph graph;
@@ -90,7 +90,7 @@ TEST(Transform, KeepsTimeSamplesAndFloatsAndTakesIntegersForDoubles) {
     EXPECT_EQ(graph.attr(op, "/root", "xform.edit0.scale"), Doubles({2, 3, 4}));
 }
 
-TEST(Transform, LeavesOtherLocationsUncopied) {
+TEST(Transform, SharesOtherLocationsWithoutACopy) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add(
@@ -103,7 +103,7 @@ TEST(Transform, LeavesOtherLocationsUncopied) {
     EXPECT_TRUE(graph.shares(idle, scene, "/root/world"));
 }
 
-TEST(AttributeEdit, MergesWhatIsSet) {
+TEST(AttributeEdit, MergesTheAttributesToSet) {
     Graph graph;
     const Op scene = graph.add(
         "StaticScene", Location({{"g", Group({{"x", Int(1)}, {"y", Int(1)}})}, {"t", Int(1)}}));
@@ -127,7 +127,7 @@ TEST(AttributeEdit, DeletesByDottedName) {
     EXPECT_EQ(graph.attrs(op, "/root"), Group({{"g", Group({{"y", Int(1)}})}}));
 }
 
-TEST(AttributeEdit, DeletesBeforeItSetsSoThatAGroupCanBeReplaced) {
+TEST(AttributeEdit, DeletesBeforeItSets) {
     Graph graph;
     const Op scene = graph.add("StaticScene", Location({{"g", Group({{"x", Int(1)}})}}));
     const Op op = graph.add("AttributeEdit",
@@ -147,7 +147,7 @@ TEST(AttributeEdit, GivesAttributesToALocationWithoutAny) {
     EXPECT_EQ(graph.attrs(op, "/root/x"), Group({{"t", Int(1)}}));
 }
 
-TEST(AttributeEdit, LeavesUncopiedWhatItDoesNotChange) {
+TEST(AttributeEdit, SharesUnchangedLocationsWithoutACopy) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add(
@@ -173,7 +173,7 @@ TEST(MaterialAssign, SetsThePathAndTheMaterialItself) {
     EXPECT_TRUE(graph.shares(op, scene, "/root/world/geo/box/lid"));
 }
 
-TEST(MaterialAssign, SetsThePathAloneWhereThereIsNoMaterial) {
+TEST(MaterialAssign, SetsOnlyThePathIfThereIsNoMaterial) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op missing = graph.add(
@@ -189,7 +189,7 @@ TEST(MaterialAssign, SetsThePathAloneWhereThereIsNoMaterial) {
               Group({{"tag", Int(1)}, {"materialAssign", Text("/root/materials/empty")}}));
 }
 
-TEST(RenderSettings, AreMergedIntoThoseOfTheRoot) {
+TEST(RenderSettings, AreMergedIntoTheRootsSettings) {
     Graph graph;
     const Op scene = graph.add(
         "StaticScene",
@@ -208,14 +208,14 @@ TEST(RenderSettings, AreMergedIntoThoseOfTheRoot) {
     EXPECT_TRUE(graph.shares(op, scene, "/root/world"));
 }
 
-TEST(RenderSettings, MakeARootWhereThereIsNone) {
+TEST(RenderSettings, MakeAMissingRoot) {
     Graph graph;
     const Op op = graph.add("RenderSettings", Group({{"settings", Group({{"samples", Int(64)}})}}));
     EXPECT_EQ(graph.attr(op, "/root", "renderSettings.samples"), Int(64));
     EXPECT_FALSE(graph.cook(op, "/root").getPotentialChildren().isValid());
 }
 
-TEST(Camera, HasTheUsualLensUnlessToldOtherwise) {
+TEST(Camera, HasADefaultLens) {
     Graph graph;
     const Op op = graph.add("Camera", GroupAttribute());
     const GroupAttribute attrs = graph.attrs(op, "/root/world/cam/camera");
@@ -253,7 +253,7 @@ TEST(Camera, KeepsEveryNumberAsADoubleWithItsTimeSamples) {
     EXPECT_EQ(xform.getChildName(1), "rotate");
 }
 
-TEST(Camera, MakesTheAncestorsThatAreMissingAndListsItInTheOthers) {
+TEST(Camera, MakesMissingAncestorsAndIsListedInExistingOnes) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op op = graph.add("Camera", Group({{"path", Text("/root/world/cams/hero")}}), {scene});
@@ -267,7 +267,7 @@ TEST(Camera, MakesTheAncestorsThatAreMissingAndListsItInTheOthers) {
     EXPECT_FALSE(graph.exists(op, "/root/world/cams/other"));
 }
 
-TEST(Camera, ReplacesTheLensOfALocationThatIsThereAndKeepsTheRest) {
+TEST(Camera, ReplacesTheLensOfAnExistingLocationAndKeepsTheRest) {
     Graph graph;
     const Op scene = graph.add(
         "StaticScene", Location({}, {{"cam", Location({{"type", Text("light")},

@@ -8,7 +8,7 @@ using namespace OxAttribute;
 using namespace OpTypeScenes;
 using testing::ElementsAre;
 
-TEST(Merge, LetsALocationOfOneInputThrough) {
+TEST(Merge, PassesThroughALocationOfOneInput) {
     Graph graph;
     const Op first = graph.add("StaticScene", Location({}, {{"a", Location({{"tag", Int(1)}})}}));
     const Op second = graph.add("StaticScene", Location({}, {{"b", Location({{"tag", Int(2)}})}}));
@@ -19,7 +19,7 @@ TEST(Merge, LetsALocationOfOneInputThrough) {
     EXPECT_THAT(graph.children(merge, "/root"), ElementsAre("a", "b"));
 }
 
-TEST(Merge, LetsARecordThatAllInputsShareThrough) {
+TEST(Merge, PassesThroughARecordThatAllInputsShare) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op left = graph.add("Prune", Group({{"paths", Texts({"/root/x"})}}), {scene});
@@ -54,7 +54,7 @@ TEST(Merge, UnitesPotentialChildrenInOrderOfFirstMention) {
     EXPECT_THAT(graph.children(merge, "/root"), ElementsAre("c", "a", "b", "d"));
 }
 
-TEST(Merge, KeepsWhatOnlyOneInputHas) {
+TEST(Merge, KeepsAttributesThatOnlyOneInputHas) {
     Graph graph;
     const Op bare = graph.add("StaticScene", Group({{"c", Group({{"x", Location({})}})}}));
     const Op leaf = graph.add("StaticScene", Location({{"tag", Int(1)}}));
@@ -64,7 +64,7 @@ TEST(Merge, KeepsWhatOnlyOneInputHas) {
               graph.cook(bare, "/root").getPotentialChildren().getHandle());
 }
 
-TEST(Prune, RemovesMatchingLocationsAndAllBelow) {
+TEST(Prune, RemovesMatchingLocationsAndTheirDescendants) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op prune = graph.add("Prune", Group({{"paths", Texts({"/root/*/geo/b?x"})}}), {scene});
@@ -74,7 +74,7 @@ TEST(Prune, RemovesMatchingLocationsAndAllBelow) {
     EXPECT_EQ(graph.attr(prune, "/root/world/geo", "tag"), Int(2));
 }
 
-TEST(Prune, LeavesEverythingElseUncopied) {
+TEST(Prune, SharesOtherLocationsWithoutACopy) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op prune = graph.add("Prune", Group({{"paths", Texts({"/root/**/lid"})}}), {scene});
@@ -85,7 +85,7 @@ TEST(Prune, LeavesEverythingElseUncopied) {
     EXPECT_FALSE(graph.shares(prune, scene, "/root/world/geo/box"));
 }
 
-TEST(Prune, ALocationWhoseChildrenAllVanishHasNone) {
+TEST(Prune, LeavesNoPotentialChildrenIfAllChildrenAreRemoved) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op prune =
@@ -104,7 +104,7 @@ TEST(Prune, KeepsNamesOnRequest) {
     EXPECT_TRUE(graph.shares(prune, scene, "/root/world/geo"));
 }
 
-TEST(Prune, NoPathsRemoveNothing) {
+TEST(Prune, RemovesNothingWithoutPaths) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op prune = graph.add("Prune", Group({{"paths", Texts({})}}), {scene});

@@ -30,7 +30,7 @@ TEST(OpTypes, AllAreFoundByNameAndDescribed) {
     }
 }
 
-TEST(OpTypes, RefuseAnArgumentThatTheyDoNotKnow) {
+TEST(OpTypes, RefuseUnknownArguments) {
     EXPECT_THAT(CookErrorOf("StaticScene", Group({{"b", Int(1)}})),
                 HasSubstr("Argument \"b\" is not known to the op type \"StaticScene\"."));
     EXPECT_THAT(CookErrorOf("Prune", Group({{"path", Texts({"/root"})}}), 1),
@@ -39,7 +39,7 @@ TEST(OpTypes, RefuseAnArgumentThatTheyDoNotKnow) {
                 HasSubstr("Argument \"order\" is not known to the op type \"Merge\"."));
 }
 
-TEST(OpTypes, RefuseALackOfWhatIsRequired) {
+TEST(OpTypes, RefuseMissingRequiredArguments) {
     const std::string paths = "Argument \"paths\" is missing; it must be string[].";
     EXPECT_THAT(CookErrorOf("Prune", Group({}), 1), HasSubstr(paths));
     EXPECT_THAT(CookErrorOf("Transform", Group({}), 1), HasSubstr(paths));
@@ -52,7 +52,7 @@ TEST(OpTypes, RefuseALackOfWhatIsRequired) {
                 HasSubstr("Argument \"source\" is missing; it must be string."));
 }
 
-TEST(OpTypes, RefuseValuesOfAWrongTypeOrNumber) {
+TEST(OpTypes, RefuseArgumentsOfAWrongTypeOrLength) {
     const Attribute all = Texts({"/**"});
     EXPECT_THAT(CookErrorOf("StaticScene", Group({{"c", Int(1)}})),
                 HasSubstr("Argument \"c\" must be group."));
@@ -75,7 +75,7 @@ TEST(OpTypes, RefuseValuesOfAWrongTypeOrNumber) {
                 HasSubstr("Argument \"projection\" must be string."));
 }
 
-TEST(OpTypes, RefuseGlobsAndPathsThatAreNone) {
+TEST(OpTypes, RefuseInvalidGlobsAndPaths) {
     EXPECT_THAT(
         CookErrorOf("Prune", Group({{"paths", Texts({"/root", "world"})}}), 1),
         HasSubstr("Argument \"paths\": The location pattern \"world\" does not start with \"/\"."));
@@ -88,14 +88,14 @@ TEST(OpTypes, RefuseGlobsAndPathsThatAreNone) {
                 HasSubstr("not \"/root//a\"."));
 }
 
-TEST(OpTypes, RefuseMoreInputsThanTheyLookAt) {
+TEST(OpTypes, RefuseMoreInputsThanTheyUse) {
     EXPECT_THAT(CookErrorOf("StaticScene", SmallScene(), 1),
                 HasSubstr("The Op takes no inputs, but is wired to 1."));
     EXPECT_THAT(CookErrorOf("Prune", Group({{"paths", Texts({"/root"})}}), 2),
                 HasSubstr("The Op takes one input, but is wired to 2."));
 }
 
-TEST(OpTypes, ManyThreadsMayCookTogether) {
+TEST(OpTypes, CanBeCookedByManyThreads) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     const Op moved = graph.add(
@@ -118,7 +118,7 @@ TEST(OpTypes, ManyThreadsMayCookTogether) {
     EXPECT_THAT(counted, testing::Each(10u + 1u + 4u + 400u * 3u));
 }
 
-TEST(OpTypes, WithoutAnInputWorkAsOverAnEmptyScene) {
+TEST(OpTypes, TreatAMissingInputAsAnEmptyScene) {
     const Attribute all = Texts({"/**"});
     Graph graph;
     const Op merge = graph.add("Merge", GroupAttribute());

@@ -34,7 +34,7 @@ TEST(StaticScene, ALeafHasNoPotentialChildren) {
     EXPECT_FALSE(graph.cook(scene, "/root/empty").getPotentialChildren().isValid());
 }
 
-TEST(StaticScene, WhatIsNotDescribedDoesNotExist) {
+TEST(StaticScene, LocationsThatAreNotDescribedDoNotExist) {
     Graph graph;
     const Op scene =
         graph.add("StaticScene", Group({{"c", Group({{"number", Int(1)}, {"group", Group({})}})}}));
@@ -67,7 +67,7 @@ TEST(StaticScene, CanHangBelowAnyLocation) {
     EXPECT_FALSE(graph.exists(scene, "/root/world/geometry"));
 }
 
-TEST(StaticScene, FindsALocationAlsoWhenItsParentWasNeverCooked) {
+TEST(StaticScene, FindsALocationWhoseParentWasNeverCooked) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
     EXPECT_EQ(graph.attr(scene, "/root/world/geo/box/body", "tag"), Int(6));
@@ -102,7 +102,7 @@ TEST(StaticScene, DecodesTheNamesOfLocations) {
     EXPECT_FALSE(graph.exists(scene, "/root/v1%2E2"));
 }
 
-TEST(StaticScene, HandsOutItsAttributesUncopied) {
+TEST(StaticScene, SharesItsAttributesWithoutACopy) {
     const GroupAttribute description = SmallScene();
     Graph graph;
     const Op scene = graph.add("StaticScene", description);
@@ -110,7 +110,7 @@ TEST(StaticScene, HandsOutItsAttributesUncopied) {
               description.getChildByName("c.world.c.geo.a").getHandle());
 }
 
-TEST(StaticScene, PresentsASceneInAFileLikeOneInMemory) {
+TEST(StaticScene, PresentsASceneFromAFileLikeOneInMemory) {
     // Large enough to be used in place, mapped into memory.
     const std::vector<double> ballast(600000, 1.0);
     const GroupAttribute inMemory =
