@@ -16,10 +16,8 @@ namespace {
 
 using namespace TellarInternal;
 
-constexpr std::string_view kSpace = " \n\r\t";
-
 bool IsSpace(char c) {
-    return kSpace.find(c) != std::string_view::npos;
+    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
 }
 
 bool IsTagNameCharacter(char c) {
@@ -42,7 +40,8 @@ void XmlTags::fail(std::size_t place, const std::string& what) const {
 }
 
 void XmlTags::skipSpace() {
-    at = std::min(text.find_first_not_of(kSpace, at), text.size());
+    while (at < text.size() && IsSpace(text[at]))
+        ++at;
 }
 
 void XmlTags::expect(std::string_view token) {
