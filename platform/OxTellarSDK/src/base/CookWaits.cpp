@@ -8,8 +8,8 @@ namespace {
 
 thread_local const MadeSubject* innermostSubject = nullptr;
 
-/// The threads that wait and make something themselves. An entry is changed by its own thread,
-/// under the lock; what its thread makes stays as it is while the entry is in the list.
+/// The threads that wait and make something themselves. Each thread adds and removes its own entry
+/// under the lock. The subjects that it makes do not change while its entry is in the list.
 struct WaitingThreads {
     std::mutex lock;
     WaitingThread* first = nullptr;
@@ -26,15 +26,15 @@ bool Contains(const MadeSubject* innermost, const void* subject) {
     return false;
 }
 
-/// The thread that makes the subject, if it waits; null when it runs, or when nobody makes it.
+/// The thread that makes the subject, if it waits; null when it runs or there is none.
 const WaitingThread* WaitingMakerOf(const WaitingThread* first, const void* subject) {
     for (const WaitingThread* thread = first; thread; thread = thread->next)
         if (Contains(thread->innermost, subject)) return thread;
     return nullptr;
 }
 
-/// Whether the subject waits, through any number of threads, for what the calling thread makes.
-/// This ends: every entry of the list was checked as it came, so the list itself has no circle.
+/// True when the subject waits, through any number of threads, for a subject of the calling thread.
+/// The loop ends, because every entry was checked when it was added, so the list has no cycle.
 bool NeedsThisThread(const WaitingThread* first, const void* subject) {
     while (const WaitingThread* maker = WaitingMakerOf(first, subject)) {
         subject = maker->subject;
@@ -58,7 +58,7 @@ bool IsMadeByThisThread(const void* subject) {
 }
 
 WaitScope::WaitScope(const void* subject) : self{subject, innermostSubject, nullptr} {
-    if (!self.innermost) return; // nobody waits for this thread
+    if (!self.innermost) return; // no thread waits for this one
     WaitingThreads& threads = GetWaitingThreads();
     const std::lock_guard<std::mutex> guard(threads.lock);
     mayWait = !NeedsThisThread(threads.first, subject);

@@ -3,16 +3,16 @@
 
 namespace OxTellarRuntimeDetail {
 
-/// Which thread is making what, and which thread waits for whom. Two threads that need each other's
-/// unfinished work would wait for ever; the one that comes second is told so instead.
+/// Detects deadlocks between cooks. Two threads that need each other's unfinished work would wait
+/// forever; the second one to wait is told so instead.
 ///
 /// A subject is something that one thread makes and others wait for, such as the result of a
-/// location; it is known by its address. What a thread needs for its subject it makes meanwhile, so
-/// the subjects of a thread form a stack, the last one innermost. Entering and leaving a subject is
-/// two stores to the thread's own memory. Only a thread that makes something and is about to wait
-/// takes a lock: it looks who makes the subject that it wants, what that thread waits for, who
-/// makes that, and so on. A circle is found by the last thread that closes it. Nothing here
-/// allocates.
+/// location. Its address identifies it. While a thread makes a subject it may make others that it
+/// needs, so its subjects form a stack. Entering and leaving a subject takes two stores to the
+/// thread's own memory. Only a thread that makes something and is about to wait takes a lock. It
+/// then follows the chain: the thread that makes the wanted subject, the subject for which that
+/// thread waits, the thread that makes this one, and so on. The thread that would close a cycle
+/// finds it. No function here allocates.
 
 /// One subject of a thread, and the one for which it is made.
 struct MadeSubject {
@@ -34,15 +34,15 @@ private:
 
 bool IsMadeByThisThread(const void* subject);
 
-/// A thread that waits for a subject, with all that it makes itself.
+/// A thread that waits for a subject, and the subjects that it makes itself.
 struct WaitingThread {
     const void* subject;
     const MadeSubject* innermost;
     WaitingThread* next;
 };
 
-/// The calling thread is known to wait for the subject while this object lives, and begins to make
-/// nothing new. It must not wait if canEnd says so.
+/// Announces that the calling thread waits for the subject while this object lives. The thread must
+/// not wait unless canEnd() is true, and must not begin to make another subject meanwhile.
 class WaitScope {
 public:
     explicit WaitScope(const void* subject);
