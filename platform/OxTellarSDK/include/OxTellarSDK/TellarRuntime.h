@@ -14,6 +14,7 @@
 #include <OxTellarSDK/LocationRecord.h>
 
 namespace OxTellarRuntimeDetail {
+struct LocationNode;
 struct OpNode;
 struct RuntimeState;
 } // namespace OxTellarRuntimeDetail
@@ -70,20 +71,23 @@ private:
     std::unique_ptr<OxTellarRuntimeDetail::RuntimeState> state;
 };
 
-/// The result of cooking a location: a counted pointer to an immutable record. Threads: as for
+/// The result of cooking a location: a counted pointer to an immutable record. Data from a client
+/// also knows where the runtime keeps the location, for Client::cookChild. Threads: as for
 /// Attribute.
 class OXTELLARSDK_API TellarRuntime::LocationData {
 public:
     LocationData() noexcept = default;
-    LocationData(const LocationData& other) noexcept : record(other.record) {
+    LocationData(const LocationData& other) noexcept : record(other.record), place(other.place) {
         if (record) record->retain();
     }
-    LocationData(LocationData&& other) noexcept : record(std::exchange(other.record, nullptr)) {}
+    LocationData(LocationData&& other) noexcept
+        : record(std::exchange(other.record, nullptr)), place(other.place) {}
     LocationData& operator=(const LocationData& other) noexcept {
         return *this = LocationData(other);
     }
     LocationData& operator=(LocationData&& other) noexcept {
         std::swap(record, other.record);
+        place = other.place;
         return *this;
     }
     ~LocationData() {
@@ -127,7 +131,14 @@ public:
     }
 
 private:
+    friend class TellarRuntime::Client;
+    /// A node that is valid while the store with this number lives.
+    struct Place {
+        OxTellarRuntimeDetail::LocationNode* node = nullptr;
+        std::uint64_t storeId = 0;
+    };
     OxTellarRuntimeDetail::LocationRecord* record = nullptr;
+    Place place;
 };
 
 /// One operation of the graph. Immutable once committed.
@@ -172,6 +183,16 @@ public:
     /// The location's data if this client's runtime has cooked it, otherwise invalid data. Never
     /// cooks.
     LocationData getCachedLocation(const std::string& path);
+
+    /// Cooks a child without its path: the one that the parent's data names at `index` among its
+    /// potential children (StringAttribute::getValueView). Gives invalid data when the child has to
+    /// be asked for by its path, because `parent` is not from a client of an equal Op, because
+    /// results were taken since, or because the name is not one level of a path.
+    LocationData cookChild(const LocationData& parent, std::int64_t index);
+
+    /// Like getCachedLocation, for the child that cookChild would cook. Invalid data also means
+    /// that the child is not cooked.
+    LocationData getCachedChild(const LocationData& parent, std::int64_t index);
 
     /// Takes the client's results, and the results of its Ops unless another client of the runtime
     /// uses one of them. The returned object frees those that have no other user. The client stays

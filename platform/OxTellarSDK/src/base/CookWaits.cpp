@@ -2,11 +2,13 @@
 
 #include <mutex>
 
+#include "PerThread.h"
+
 namespace OxTellarRuntimeDetail {
 
 namespace {
 
-thread_local const MadeSubject* innermostSubject = nullptr;
+TELLAR_THREAD_WORD const MadeSubject* innermostSubject = nullptr;
 
 /// The threads that wait and make something themselves. Each thread adds and removes its own entry
 /// under the lock. The subjects that it makes do not change while its entry is in the list.

@@ -2,13 +2,11 @@
 
 #include <atomic>
 
-#include "ThreadState.h"
-
 namespace OxAttribute {
 
 namespace {
 
-// A bit for each slot that no thread has.
+// One bit for each number that no thread has.
 std::atomic<std::uint32_t> freeSlots{(1u << ThreadSlot::kShared) - 1};
 
 std::uint32_t TakeFreeSlot() noexcept {
@@ -28,23 +26,10 @@ std::uint32_t TakeFreeSlot() noexcept {
 
 } // namespace
 
-TELLAR_THREAD_WORD std::uint32_t ThreadSlot::current = ThreadSlot::kNone;
+ThreadSlot::ThreadSlot() noexcept : number(TakeFreeSlot()) {}
 
-// Gives the number back when its thread ends. What still runs on the thread after that counts in
-// the shared slot.
-struct ThreadSlotOwner final : ThreadState {
-    const std::uint32_t slot = TakeFreeSlot();
-
-    ~ThreadSlotOwner() override {
-        ThreadSlot::current = ThreadSlot::kShared;
-        if (slot != ThreadSlot::kShared) freeSlots.fetch_or(1u << slot, std::memory_order_release);
-    }
-};
-
-std::uint32_t ThreadSlot::Assign() noexcept {
-    const ThreadSlotOwner* owner = ThreadState::Make<ThreadSlotOwner>();
-    current = owner ? owner->slot : kShared;
-    return current;
+ThreadSlot::~ThreadSlot() {
+    if (number != kShared) freeSlots.fetch_or(1u << number, std::memory_order_release);
 }
 
 } // namespace OxAttribute

@@ -10,8 +10,7 @@
 #include <OxTellarSDK/TellarRuntime.h>
 
 #include "Arena.h"
-#include "ThreadState.h"
-#include "ThreadWord.h"
+#include "PerThread.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -40,10 +39,12 @@ Pool& GetPool() {
 }
 
 /// Free records of one thread; they go back to the pool when the thread ends.
-class ThreadCache final : public OxAttribute::ThreadState {
+class ThreadCache {
 public:
     ThreadCache() { free.reserve(kKeptPerThread + 1); }
-    ~ThreadCache() override;
+    ~ThreadCache() { giveBack(0); }
+    ThreadCache(const ThreadCache&) = delete;
+    ThreadCache& operator=(const ThreadCache&) = delete;
 
     LocationRecord* take() {
         if (free.empty()) refill();
@@ -88,19 +89,6 @@ private:
     std::vector<LocationRecord*> free;
 };
 
-// Null while the thread has no cache: before its first record, after its end, without memory.
-TELLAR_THREAD_WORD ThreadCache* threadCache = nullptr;
-
-ThreadCache::~ThreadCache() {
-    threadCache = nullptr;
-    giveBack(0);
-}
-
-ThreadCache* GetThreadCache() noexcept {
-    if (!threadCache) threadCache = OxAttribute::ThreadState::Make<ThreadCache>();
-    return threadCache;
-}
-
 /// For a thread without a cache.
 LocationRecord* TakeFromPool() {
     Pool& pool = GetPool();
@@ -117,7 +105,7 @@ LocationRecord* TakeFromPool() {
 } // namespace
 
 LocationRecord* LocationRecord::Create() {
-    ThreadCache* cache = GetThreadCache();
+    ThreadCache* cache = PerThread<ThreadCache>::Get();
     LocationRecord* record = cache ? cache->take() : TakeFromPool();
     record->exists = 0;
     record->hash[0].store(0, std::memory_order_relaxed);
@@ -145,7 +133,7 @@ void LocationRecord::recycle() noexcept {
     attrs = OxAttribute::GroupAttribute();
     potentialChildren = OxAttribute::StringAttribute();
     note = OxAttribute::Attribute();
-    if (ThreadCache* cache = GetThreadCache()) {
+    if (ThreadCache* cache = PerThread<ThreadCache>::Get()) {
         cache->give(this);
         return;
     }

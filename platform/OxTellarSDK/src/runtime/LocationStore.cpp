@@ -6,14 +6,12 @@
 #include <map>
 #include <new>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
-#include <xxhash.h>
-
 #include "CookWaits.h"
+#include "PerThread.h"
 #include "Prefetch.h"
-#include "ThreadState.h"
-#include "ThreadWord.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -21,112 +19,19 @@ using OxAttribute::Prefetch;
 
 namespace {
 
-// Up to this many children a look at each is as fast as an index.
-constexpr std::uint32_t kUnindexedChildren = 8;
 constexpr std::uintptr_t kCacheLineBytes = 64;
 // A step of a walk takes as long as memory needs to answer, or a little less.
 constexpr std::uint32_t kFetchedAhead = 3;
 // Children made at once when a walk begins to ask for them in order.
 constexpr std::uint32_t kChildrenAtOnce = 256;
 
-std::uint64_t HashName(std::string_view name) {
-    return XXH3_64bits(name.data(), name.size());
-}
-
-} // namespace
-
-/// The children of one node, in chunks that never move: the first of `firstChunk` nodes, the
-/// second as large, each further one twice as large as the one before.
-///
-/// `count` nodes can be read by anybody. Adding, and the index by name, belong to the holder of
-/// the parent's lock, who also sees those that are not published yet.
-struct ChildList {
-    static constexpr std::uint32_t kNearChunks = 4;
-    static constexpr std::uint32_t kFarChunks = 29;
-    using FarChunks = std::array<std::atomic<LocationNode*>, kFarChunks>;
-
-    std::atomic<std::uint32_t> count{0};
-    const std::uint32_t firstChunk;
-    std::array<std::atomic<LocationNode*>, kNearChunks> nearChunks{};
-    std::atomic<FarChunks*> farChunks{nullptr};
-    std::uint32_t size = 0;           // with those that are not published yet
-    std::vector<std::uint32_t> index; // open addressing; position + 1, 0 is free
-    ChildList* nextDropped = nullptr; // while the store is destroyed
-
-    /// `room` is at least 1.
-    explicit ChildList(std::uint32_t room) : firstChunk(room > 0 ? room : 1) {}
-
-    std::uint32_t chunkOf(std::uint32_t position) const {
-        std::uint32_t chunk = 0;
-        while (position >= std::uint64_t(firstChunk) << chunk)
-            ++chunk;
-        return chunk;
-    }
-    std::uint32_t chunkStart(std::uint32_t chunk) const {
-        return chunk == 0 ? 0 : firstChunk << (chunk - 1);
-    }
-    std::uint32_t chunkSize(std::uint32_t chunk) const {
-        return firstChunk << (chunk == 0 ? 0 : chunk - 1);
-    }
-    std::atomic<LocationNode*>& chunkAt(std::uint32_t chunk) {
-        if (chunk < kNearChunks) return nearChunks[chunk];
-        return (*farChunks.load(std::memory_order_acquire))[chunk - kNearChunks];
-    }
-    LocationNode& at(std::uint32_t position) {
-        const std::uint32_t chunk = chunkOf(position);
-        return chunkAt(chunk).load(std::memory_order_acquire)[position - chunkStart(chunk)];
-    }
-    /// Null when there is none, or none yet.
-    LocationNode* published(std::uint32_t position) {
-        return position < count.load(std::memory_order_acquire) ? &at(position) : nullptr;
-    }
-
-    LocationNode* findUnindexed(std::string_view name, std::uint32_t known) {
-        for (std::uint32_t i = 0; i < known; ++i)
-            if (at(i).name() == name) return &at(i);
-        return nullptr;
-    }
-
-    LocationNode* find(std::string_view name, std::uint64_t hash) {
-        if (size <= kUnindexedChildren) return findUnindexed(name, size);
-        makeRoom(0);
-        const std::uint64_t mask = index.size() - 1;
-        for (std::uint64_t slot = hash & mask; index[slot] != 0; slot = (slot + 1) & mask)
-            if (at(index[slot] - 1).name() == name) return &at(index[slot] - 1);
-        return nullptr;
-    }
-
-    /// The index holds all children, or none as long as there are few.
-    void enterIndex(std::uint32_t position, std::uint64_t hash) {
-        const std::uint64_t mask = index.size() - 1;
-        std::uint64_t slot = hash & mask;
-        while (index[slot] != 0)
-            slot = (slot + 1) & mask;
-        index[slot] = position + 1;
-    }
-
-    /// Makes the index hold all children, with room for `more`.
-    void makeRoom(std::uint32_t more) {
-        const std::uint64_t wanted = std::uint64_t(size) + more + 1;
-        std::uint64_t slots = index.empty() ? 32 : index.size();
-        if (!index.empty() && wanted * 4 <= slots * 3) return;
-        while (wanted * 4 > slots * 3)
-            slots *= 2;
-        index.assign(slots, 0);
-        for (std::uint32_t i = 0; i < size; ++i)
-            enterIndex(i, HashName(at(i).name()));
-    }
-};
-
-namespace {
-
 struct alignas(64) Stripe {
     std::mutex lock;
 };
 
-std::mutex& ChildLock(const LocationNode* parent) {
+std::mutex& ChildLock(const LocationNode& parent) {
     static std::array<Stripe, 64>* const stripes = new std::array<Stripe, 64>;
-    return (*stripes)[reinterpret_cast<std::uintptr_t>(parent) / sizeof(LocationNode) % 64].lock;
+    return (*stripes)[reinterpret_cast<std::uintptr_t>(&parent) / sizeof(LocationNode) % 64].lock;
 }
 
 struct Registry {
@@ -139,29 +44,46 @@ Registry& GetRegistry() {
     return *registry;
 }
 
-/// Where a thread last was in one store. `node` is valid while a store with `storeId` lives.
-struct Memory {
+std::string JoinPath(std::string_view folder, std::string_view name) {
+    std::string path(folder.size() + 1 + name.size(), '/');
+    std::memcpy(path.data(), folder.data(), folder.size());
+    std::memcpy(path.data() + folder.size() + 1, name.data(), name.size());
+    return path;
+}
+
+/// The location whose path a thread dealt with last in one store. `node` is valid while the store
+/// with `storeId` lives.
+struct WalkCursor {
     std::uint64_t storeId = 0;
     LocationNode* node = nullptr;
-    std::string folder; // its path without its name: "/root/world/"
-};
+    std::string folder; // the path of the node's parent
 
-constexpr std::size_t kMemories = 16; // stores that a thread is in at once
-TELLAR_THREAD_WORD Memory* memories = nullptr;
-
-struct Memories final : OxAttribute::ThreadState {
-    std::array<Memory, kMemories> array;
-    ~Memories() override { memories = nullptr; }
-};
-
-/// Null when the thread has no memory to spare, or has ended.
-Memory* MemoryFor(std::uint64_t storeId) {
-    if (!memories) {
-        auto* made = OxAttribute::ThreadState::Make<Memories>();
-        if (!made) return nullptr;
-        memories = made->array.data();
+    /// The parent of the location with the path `other` + "/" + its name, if it is at hand.
+    LocationNode* findParent(std::string_view other) const {
+        if (other == folder) return node->parent;
+        const std::string_view name = node->name();
+        const bool isChild = other.size() == folder.size() + 1 + name.size() &&
+                             other.substr(0, folder.size()) == folder &&
+                             other[folder.size()] == '/' && other.substr(folder.size() + 1) == name;
+        return isChild ? node : nullptr;
     }
-    return &memories[storeId % kMemories];
+
+    void moveTo(std::uint64_t nodesStore, LocationNode& location, std::string_view itsFolder) {
+        node = &location;
+        if (storeId == nodesStore && folder == itsFolder) return;
+        storeId = 0; // in case that there is no memory for the text
+        folder = itsFolder;
+        storeId = nodesStore;
+    }
+};
+
+// As many stores as a cook usually passes through. More of them share the places.
+using WalkCursors = std::array<WalkCursor, 16>;
+
+/// Null when the thread has no cursors: without memory for them, and at its end.
+WalkCursor* CursorIn(std::uint64_t storeId) {
+    WalkCursors* cursors = PerThread<WalkCursors>::Get();
+    return cursors ? &(*cursors)[storeId % cursors->size()] : nullptr;
 }
 
 std::uint64_t NextStoreId() {
@@ -169,34 +91,27 @@ std::uint64_t NextStoreId() {
     return next.fetch_add(1, std::memory_order_relaxed);
 }
 
-void ReleaseNode(LocationNode& node) {
+void ReleaseRecord(LocationNode& node) {
     if (LocationRecord* record = node.record.load(std::memory_order_relaxed)) record->release();
-    if (node.hasLongName()) delete node.longName;
+}
+
+/// Whether the name can be one level of a path.
+bool IsLevel(std::string_view name) {
+    return !name.empty() && name.find('/') == std::string_view::npos;
+}
+
+/// Records and attributes lie far apart. A walk that goes on finds those of a later child in the
+/// cache.
+void FetchAhead(ChildList& list, std::uint32_t position, std::uint32_t published) {
+    if (position + kFetchedAhead >= published) return;
+    const LocationNode& later = list.at(position + kFetchedAhead);
+    const void* attrs = later.attrsAddress.load(std::memory_order_relaxed);
+    Prefetch(later.record.load(std::memory_order_relaxed));
+    Prefetch(attrs);
+    Prefetch(reinterpret_cast<std::uintptr_t>(attrs) + kCacheLineBytes);
 }
 
 } // namespace
-
-void LocationNode::setName(std::string_view name) {
-    if (name.size() > sizeof inlineName) {
-        longName = new std::string(name);
-        nameLength = kLongName;
-        return;
-    }
-    std::memcpy(inlineName, name.data(), name.size());
-    nameLength = static_cast<std::uint8_t>(name.size());
-}
-
-LocationRecord* LocationNode::acquireRecord() const noexcept {
-    for (;;) {
-        LocationRecord* seen = record.load(std::memory_order_acquire);
-        if (!seen) return nullptr;
-        // Between the two, the record may have been replaced, and become that of another node.
-        if (seen->tryRetain()) {
-            if (record.load(std::memory_order_acquire) == seen) return seen;
-            seen->release();
-        }
-    }
-}
 
 std::shared_ptr<LocationStore> LocationStore::ForIdentity(const OxAttribute::Hash& identity) {
     Registry& registry = GetRegistry();
@@ -208,160 +123,127 @@ std::shared_ptr<LocationStore> LocationStore::ForIdentity(const OxAttribute::Has
 }
 
 LocationStore::LocationStore(const OxAttribute::Hash& storeIdentity)
-    : identity(storeIdentity), id(NextStoreId()) {
+    : identity(storeIdentity), storeId(NextStoreId()) {
     root.serial = nextSerial++;
 }
 
-// Level by level, without recursion and without memory of its own.
 LocationStore::~LocationStore() {
-    ChildList* lists = nullptr;
-    const auto enter = [&lists](LocationNode& node) {
-        ReleaseNode(node);
-        ChildList* list = node.children.load(std::memory_order_relaxed);
-        if (list) list->nextDropped = std::exchange(lists, list);
-    };
-    enter(root);
-    while (lists) {
-        const std::unique_ptr<ChildList> list(lists);
-        lists = list->nextDropped;
-        const std::uint32_t count = list->count.load(std::memory_order_relaxed);
-        for (std::uint32_t i = 0; i < count; ++i)
-            enter(list->at(i));
-        delete list->farChunks.load(std::memory_order_relaxed);
-    }
+    ReleaseRecord(root);
+    for (const std::unique_ptr<ChildList>& list : lists)
+        for (std::uint32_t i = 0; i < list->size(); ++i)
+            ReleaseRecord(list->at(i));
     Registry& registry = GetRegistry();
     const std::lock_guard<std::mutex> guard(registry.lock);
     const auto entry = registry.stores.find(identity);
     if (entry != registry.stores.end() && entry->second.expired()) registry.stores.erase(entry);
 }
 
-LocationNode* LocationStore::find(std::string_view path) {
-    return locate(path, false);
-}
-LocationNode* LocationStore::findOrAdd(std::string_view path) {
-    return locate(path, true);
-}
-
-namespace {
-
-bool StartsWith(std::string_view text, std::string_view start) {
-    return text.size() >= start.size() && std::memcmp(text.data(), start.data(), start.size()) == 0;
-}
-
-LocationNode* NextSibling(const LocationNode& node) {
-    ChildList& list = *node.parent->children.load(std::memory_order_acquire);
-    // Records and attributes lie far apart; whoever walks on will find them at hand.
-    if (const LocationNode* later = list.published(node.index + kFetchedAhead)) {
-        const void* attrs = later->attrsAddress.load(std::memory_order_relaxed);
-        Prefetch(later->record.load(std::memory_order_relaxed));
-        Prefetch(attrs);
-        Prefetch(reinterpret_cast<std::uintptr_t>(attrs) + kCacheLineBytes);
-    }
-    return list.published(node.index + 1);
-}
-
-/// The parent of the location with the path `folder` + `rest`, if that is a sibling or a child of
-/// the one remembered, or a sibling of an ancestor. `*hint` receives where among the parent's
-/// children it probably is.
-LocationNode* ParentNearby(const Memory& memory, std::string_view folder, std::uint32_t* hint) {
-    const std::string_view last = memory.folder;
-    const std::string_view name = memory.node->name();
-    if (folder.size() > last.size()) {
-        // Below the last one, if anything of it.
-        if (folder.size() != last.size() + name.size() + 1 || !StartsWith(folder, last))
-            return nullptr;
-        *hint = 0;
-        return folder.substr(last.size(), name.size()) == name ? memory.node : nullptr;
-    }
-    if (!StartsWith(last, folder)) return nullptr;
-    const LocationNode* sibling = memory.node;
-    for (std::size_t end = last.size(); end != folder.size(); end = last.rfind('/', end - 2) + 1)
-        sibling = sibling->parent;
-    *hint = sibling->index + 1;
-    return sibling->parent;
-}
-
-} // namespace
-
 LocationNode* LocationStore::locate(std::string_view path, bool add) {
-    Memory* memory = MemoryFor(id);
-    const bool remembers = memory && memory->storeId == id;
-    if (remembers && StartsWith(path, memory->folder)) {
-        const std::string_view rest = path.substr(memory->folder.size());
-        LocationNode* next = NextSibling(*memory->node);
-        if (next && next->name() == rest) return memory->node = next;
-        if (memory->node->name() == rest) return memory->node;
-    }
-    const std::size_t nameStart = path.rfind('/') + 1;
-    if (path.empty() || path[0] != '/' || nameStart == path.size()) return nullptr;
-    const std::string_view folder = path.substr(0, nameStart);
-    std::uint32_t hint = 0;
-    LocationNode* parent = remembers ? ParentNearby(*memory, folder, &hint) : nullptr;
+    const std::size_t slash = path.rfind('/');
+    if (slash + 1 >= path.size() || path[0] != '/') return nullptr; // also without any slash
+    const std::string_view folder = path.substr(0, slash);
+    const std::string_view name = path.substr(slash + 1);
+    WalkCursor* const cursor = CursorIn(storeId);
+    const bool isHere = cursor && cursor->storeId == storeId;
+    LocationNode* parent = isHere ? cursor->findParent(folder) : nullptr;
+    const bool isSibling = parent && parent == cursor->node->parent;
+    if (isSibling && cursor->node->name() == name) return cursor->node;
+    const std::uint32_t likelyPosition = isSibling ? cursor->node->index + 1 : 0;
     if (!parent) parent = descend(folder, add);
-    LocationNode* node = parent ? child(parent, path.substr(nameStart), hint, add) : nullptr;
-    if (node && memory) {
-        memory->storeId = 0; // for the case that there is no memory for the text
-        memory->folder.assign(folder.data(), folder.size());
-        memory->node = node;
-        memory->storeId = id;
-    }
+    LocationNode* const node = parent ? child(*parent, name, likelyPosition, add) : nullptr;
+    if (node && cursor) cursor->moveTo(storeId, *node, folder);
     return node;
 }
 
-/// `folder` begins and ends with a slash.
+std::string LocationStore::pathOf(LocationNode& node) {
+    WalkCursor* const cursor = CursorIn(storeId);
+    if (!cursor) return node.path();
+    const bool isHere = cursor->storeId == storeId;
+    if (isHere && cursor->node->parent == node.parent)
+        cursor->node = &node;
+    else if (isHere && cursor->node == node.parent)
+        cursor->moveTo(storeId, node, JoinPath(cursor->folder, node.parent->name()));
+    else
+        cursor->moveTo(storeId, node, node.parent->path());
+    return JoinPath(cursor->folder, node.name());
+}
+
+/// The node of "/root/world", or the root for an empty path.
 LocationNode* LocationStore::descend(std::string_view folder, bool add) {
     LocationNode* node = &root;
-    folder.remove_prefix(1);
     while (node && !folder.empty()) {
+        folder.remove_prefix(1); // the slash
         const std::string_view name = folder.substr(0, folder.find('/'));
         if (name.empty()) return nullptr;
-        node = child(node, name, 0, add);
-        folder.remove_prefix(name.size() + 1);
+        node = child(*node, name, 0, add);
+        folder.remove_prefix(name.size());
     }
     return node;
 }
 
-LocationNode* LocationStore::child(LocationNode* parent, std::string_view name, std::uint32_t hint,
-                                   bool add) {
-    if (ChildList* list = parent->children.load(std::memory_order_acquire)) {
-        LocationNode* expected = list->published(hint);
-        if (expected && expected->name() == name) return expected;
-        const std::uint32_t count = list->count.load(std::memory_order_acquire);
-        if (count <= kUnindexedChildren)
-            if (LocationNode* known = list->findUnindexed(name, count)) return known;
-    }
-    const std::lock_guard<std::mutex> guard(ChildLock(parent));
-    ChildList* list = parent->children.load(std::memory_order_relaxed);
-    LocationNode* known = list ? list->find(name, HashName(name)) : nullptr;
-    return known || !add ? known : addChildren(parent, name);
+LocationNode* LocationStore::locateChild(LocationNode& parent, std::string_view name,
+                                         std::int64_t index, bool add) {
+    ChildList* list = parent.children.load(std::memory_order_acquire);
+    const std::uint32_t shift = list ? list->shift.load(std::memory_order_relaxed) : 0;
+    const std::uint32_t likelyPosition = static_cast<std::uint32_t>(index) + shift;
+    LocationNode* node = child(parent, name, likelyPosition, add);
+    if (node && list && node->index != likelyPosition)
+        list->shift.store(node->index - static_cast<std::uint32_t>(index),
+                          std::memory_order_relaxed);
+    return node;
 }
 
-/// Under the parent's lock. With a child go those that the parent's potential children name after
-/// it, if all before it are there already: that is how a walk begins.
-LocationNode* LocationStore::addChildren(LocationNode* parent, std::string_view name) {
-    const TellarRuntime::LocationData data(parent->acquireRecord());
+LocationNode* LocationStore::child(LocationNode& parent, std::string_view name,
+                                   std::uint32_t likelyPosition, bool add) {
+    if (ChildList* list = parent.children.load(std::memory_order_acquire)) {
+        const std::uint32_t count = list->publishedCount();
+        if (likelyPosition < count) {
+            LocationNode& likely = list->at(likelyPosition);
+            if (likely.name() == name) {
+                FetchAhead(*list, likelyPosition, count);
+                return &likely;
+            }
+        }
+        if (count <= ChildList::kUnindexed)
+            if (LocationNode* known = list->findAmong(count, name)) return known;
+    }
+    const std::lock_guard<std::mutex> guard(ChildLock(parent));
+    ChildList* list = parent.children.load(std::memory_order_relaxed);
+    if (LocationNode* known = list ? list->find(name) : nullptr) return known;
+    return add && IsLevel(name) ? &addChildren(parent, name) : nullptr;
+}
+
+/// Under the parent's lock. The potential children after this one are added with it if all before
+/// it are there already: that is how a walk begins.
+LocationNode& LocationStore::addChildren(LocationNode& parent, std::string_view name) {
+    const TellarRuntime::LocationData data(parent.acquireRecord());
     const OxAttribute::StringAttribute& names = data.getPotentialChildren();
     const auto expected =
         static_cast<std::uint32_t>(std::min<std::int64_t>(names.getNumberOfValues(), UINT32_MAX));
-    ChildList* list = parent->children.load(std::memory_order_relaxed);
+    ChildList* list = parent.children.load(std::memory_order_relaxed);
     if (!list) {
-        list = new ChildList(std::min(expected, kChildrenAtOnce));
-        parent->children.store(list, std::memory_order_release);
+        list = &makeList(std::min(expected, kChildrenAtOnce));
+        parent.children.store(list, std::memory_order_release);
     }
-    const std::uint32_t first = list->size;
+    const std::uint32_t first = list->size();
     const bool inOrder = names.getValueView(first) == name;
     const std::uint32_t end = inOrder ? std::min(expected, first + kChildrenAtOnce) : first + 1;
-    if (end > kUnindexedChildren) list->makeRoom(end - first);
-    append(parent, *list, name, HashName(name));
+    list->reserveIndex(end - first);
+    append(parent, *list, name);
     for (std::uint32_t i = first + 1; i < end; ++i) {
         const std::string_view next = names.getValueView(i);
-        const std::uint64_t hash = HashName(next);
-        const bool isLevel = !next.empty() && next.find('/') == std::string_view::npos;
-        if (!isLevel || list->find(next, hash)) break;
-        append(parent, *list, next, hash);
+        if (!IsLevel(next) || list->find(next)) break;
+        append(parent, *list, next);
     }
-    list->count.store(list->size, std::memory_order_release);
-    return &list->at(first);
+    list->publish();
+    return list->at(first);
+}
+
+ChildList& LocationStore::makeList(std::uint32_t room) {
+    auto list = std::make_unique<ChildList>(room);
+    const std::lock_guard<std::mutex> guard(arenaLock);
+    lists.push_back(std::move(list));
+    return *lists.back();
 }
 
 LocationNode* LocationStore::makeNodes(std::uint32_t count) {
@@ -377,23 +259,21 @@ LocationNode* LocationStore::makeNodes(std::uint32_t count) {
     return nodes;
 }
 
-void LocationStore::append(LocationNode* parent, ChildList& list, std::string_view name,
-                           std::uint64_t hash) {
-    const std::uint32_t position = list.size;
-    const std::uint32_t chunk = list.chunkOf(position);
-    if (chunk >= ChildList::kNearChunks && !list.farChunks)
-        list.farChunks.store(new ChildList::FarChunks{}, std::memory_order_release);
-    if (position == list.chunkStart(chunk)) {
-        const std::uint32_t chunkSize = list.chunkSize(chunk);
-        list.chunkAt(chunk).store(makeNodes(chunkSize), std::memory_order_release);
-    }
-    LocationNode& node = list.at(position);
-    node.parent = parent;
-    node.index = position;
-    node.setName(name);
-    list.size = position + 1;
-    if (!list.index.empty()) list.enterIndex(position, hash);
-    if (list.size > kUnindexedChildren) list.makeRoom(0);
+/// A copy that lives as long as the store.
+std::string_view LocationStore::keepName(std::string_view name) {
+    const std::lock_guard<std::mutex> guard(arenaLock);
+    auto* const text = static_cast<char*>(arena.allocate(name.size()));
+    std::memcpy(text, name.data(), name.size());
+    return {text, name.size()};
+}
+
+void LocationStore::append(LocationNode& parent, ChildList& list, std::string_view name) {
+    if (list.isFull()) list.addChunk(makeNodes(list.nextChunkSize()));
+    LocationNode& node = list.at(list.size());
+    node.setName(LocationNode::IsLongName(name) ? keepName(name) : name);
+    node.parent = &parent;
+    node.index = list.size();
+    list.append();
 }
 
 /// While it lives, the calling thread prepares the store's state and the others wait.

@@ -11,60 +11,20 @@
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
-#include <OxTellarSDK/LocationRecord.h>
 #include <OxTellarSDK/OpType.h>
 
 #include "Arena.h"
+#include "ChildList.h"
+#include "LocationNode.h"
 
 namespace OxTellarRuntimeDetail {
 
-/// The result of one Op at one location: a node of a tree of the locations ever asked for.
-/// A cache line of its own, so that threads at neighbouring locations do not meet.
-///
-/// `record` is replaced only by a thread that has set kCooking; everything else but the
-/// atomics is fixed before the node can be found. Nodes live as long as their store.
-struct alignas(64) LocationNode {
-    enum State : std::uint8_t {
-        kCooking = 1, // one thread computes
-        kStale = 2,   // evicted: the record must be replaced before it is used
-        kAwaited = 4  // somebody waits for the one that computes
-    };
-
-    LocationNode* parent = nullptr;
-    std::atomic<struct ChildList*> children{nullptr};
-    std::atomic<LocationRecord*> record{nullptr};   // counted
-    std::atomic<const void*> attrsAddress{nullptr}; // only to have it fetched early
-    union {
-        char inlineName[16];
-        const std::string* longName; // owned
-    };
-    std::uint32_t index = 0;                 // among the children of the parent
-    std::uint32_t serial = 0;                // unique in the store
-    std::atomic<std::uint32_t> freshness{0}; // the eviction that the record is younger than
-    std::atomic<std::uint8_t> state{0};
-    std::atomic<bool> wasCooked{false}; // or tried to; not when it was only made beside others
-    std::uint8_t nameLength = 0;
-
-    LocationNode() : inlineName{} {}
-    void setName(std::string_view name);
-    bool hasLongName() const { return nameLength == kLongName; }
-    std::string_view name() const {
-        if (hasLongName()) return *longName;
-        return {inlineName, nameLength};
-    }
-    static constexpr std::uint8_t kLongName = 0xff;
-
-    /// The record with one reference for the caller; null when there is none.
-    LocationRecord* acquireRecord() const noexcept;
-};
-
-static_assert(sizeof(LocationNode) == 64, "one cache line");
-
 /// All results of one Op identity, shared by every runtime that holds an equal Op.
 ///
-/// A location is found from its parent's node. Walks go from sibling to sibling, so each thread
-/// remembers where it last was in a store: the next location asked for is nearly always the
-/// next sibling, a child, or a sibling of an ancestor, and found without hashing a path.
+/// A location is found from its parent's node. A client that goes from a location to its children
+/// knows that node. An Op asks its inputs by path: there each thread has a cursor at the location
+/// that it looked up last in the store, and a sibling or a child of that is found without going
+/// down from the root. The cursor also saves putting paths together from the root.
 ///
 /// Children of a node are kept in the order in which they were first asked for, side by side in
 /// memory; a walk makes room for many of them at once. They are only ever added, under the lock
@@ -79,9 +39,22 @@ public:
     LocationStore& operator=(const LocationStore&) = delete;
 
     /// Null when the path is not that of a location: not absolute, or with an empty level.
-    LocationNode* findOrAdd(std::string_view path);
-    /// Null when the path was never asked for; it may be null or not when a sibling was.
-    LocationNode* find(std::string_view path);
+    LocationNode* findOrAdd(std::string_view path) { return locate(path, true); }
+    /// Null if nobody has asked for this path. Asking for one child may create nodes for its
+    /// siblings, so a node can exist that nobody asked for.
+    LocationNode* find(std::string_view path) { return locate(path, false); }
+
+    /// The same for the child of a node. `index` is the child's place among the potential children
+    /// of its parent, by which it is found fast. Null also for a name that is no single level.
+    LocationNode* findOrAddChild(LocationNode& parent, std::string_view name, std::int64_t index) {
+        return locateChild(parent, name, index, true);
+    }
+    LocationNode* findChild(LocationNode& parent, std::string_view name, std::int64_t index) {
+        return locateChild(parent, name, index, false);
+    }
+
+    /// "/root/world", for a node that was found here.
+    std::string pathOf(LocationNode& node);
 
     /// The arguments of the Op as its type prepared them, once for all Ops of this identity;
     /// kept as long as the store lives. Null when the type keeps nothing. Throws what the type
@@ -90,24 +63,32 @@ public:
                                    const OxAttribute::GroupAttribute& args,
                                    std::size_t numberOfInputs);
 
-    /// Unlike that of any other store of this process, short of two thousand millions of them.
-    std::uint32_t shortId() const { return static_cast<std::uint32_t>(id) & 0x7fffffff; }
+    /// Unique in the process, and never used again.
+    std::uint64_t id() const { return storeId; }
+    /// Unique in the process until 2^31 stores have been created.
+    std::uint32_t shortId() const { return static_cast<std::uint32_t>(storeId) & 0x7fffffff; }
 
     explicit LocationStore(const OxAttribute::Hash& identity);
 
 private:
     LocationNode* locate(std::string_view path, bool add);
     LocationNode* descend(std::string_view folder, bool add);
-    LocationNode* child(LocationNode* parent, std::string_view name, std::uint32_t hint, bool add);
-    LocationNode* addChildren(LocationNode* parent, std::string_view name);
+    LocationNode* locateChild(LocationNode& parent, std::string_view name, std::int64_t index,
+                              bool add);
+    LocationNode* child(LocationNode& parent, std::string_view name, std::uint32_t likelyPosition,
+                        bool add);
+    LocationNode& addChildren(LocationNode& parent, std::string_view name);
+    ChildList& makeList(std::uint32_t room);
     LocationNode* makeNodes(std::uint32_t count);
-    void append(LocationNode* parent, ChildList& list, std::string_view name, std::uint64_t hash);
+    std::string_view keepName(std::string_view name);
+    void append(LocationNode& parent, ChildList& list, std::string_view name);
 
-    LocationNode root;
+    LocationNode root; // above all locations, without a name
     const OxAttribute::Hash identity;
-    const std::uint64_t id; // never used again
+    const std::uint64_t storeId;
     std::mutex arenaLock;
-    Arena arena; // all nodes but the root
+    Arena arena; // all nodes but the root, and their long names
+    std::vector<std::unique_ptr<ChildList>> lists;
     std::uint32_t nextSerial = 0;
 
     class PrepareTurn;

@@ -47,6 +47,12 @@ LocationData MissingLocation() {
     return LocationData(LocationRecord::Missing());
 }
 
+/// The record with one reference for the caller. Null when there is none, or when it is to be
+/// replaced: while a location is cooked anew, its record is still the one that was evicted.
+LocationRecord* FreshRecord(const LocationNode& node) {
+    return node.state.load(std::memory_order_acquire) == 0 ? node.acquireRecord() : nullptr;
+}
+
 class Cook final : public OxOpType::CookContext {
 public:
     Cook(const OpNode& op, const LocationNode& node, const std::string& path,
@@ -150,10 +156,14 @@ LocationData OpNode::cook(const std::string& path, std::uint32_t eviction,
     LocationNode* node = store->findOrAdd(path);
     if (!node) return MissingLocation();
     if (found) *found = node;
-    // While it is cooked anew, the record is still the one that was evicted.
-    if (eviction == 0 && node->state.load(std::memory_order_acquire) == 0)
-        if (LocationRecord* record = node->acquireRecord()) return LocationData(record);
+    if (eviction == 0)
+        if (LocationRecord* record = FreshRecord(*node)) return LocationData(record);
     return cookAt(*node, path, eviction);
+}
+
+LocationData OpNode::cook(LocationNode& node) const {
+    if (LocationRecord* record = FreshRecord(node)) return LocationData(record);
+    return cookAt(node, store->pathOf(node), 0);
 }
 
 LocationData OpNode::cookAt(LocationNode& node, const std::string& path,

@@ -12,6 +12,7 @@
 #include "LocationStore.h"
 #include "OpDescription.h"
 #include "OpGraph.h"
+#include "PerThread.h"
 
 using OxAttribute::GroupAttribute;
 using OxAttribute::Hash;
@@ -22,10 +23,27 @@ using OxTellarRuntimeDetail::LocationRecord;
 using OxTellarRuntimeDetail::LocationStore;
 using OxTellarRuntimeDetail::OpNode;
 
-/// What a client looks at: shared by all clients of a runtime that are pointed at equal Ops.
+/// The results that a client looks at.
 struct TellarRuntime::Client::View {
     std::shared_ptr<LocationStore> store; // null when the Op has a defect
-    CookedIndex* cooked;                  // the runtime's
+    CookedIndex* cooked; // of the runtime; shared by its clients that are pointed at equal Ops
+
+    /// Whether the data's place is in the store.
+    bool keeps(const LocationData& data) const {
+        return store && data.place.storeId == store->id();
+    }
+    /// Notes that the runtime has cooked the location, and in its data where that is.
+    void present(LocationNode& node, LocationData& data) const {
+        if (!cooked->contains(node.serial)) cooked->add(node.serial);
+        data.place = {&node, store->id()};
+    }
+    /// Invalid data for a location that the runtime has not cooked, and for null.
+    LocationData cached(LocationNode* node) const {
+        if (!node || !cooked->contains(node->serial)) return {};
+        LocationData data(node->acquireRecord());
+        data.place = {node, store->id()};
+        return data;
+    }
 };
 
 /// The lock guards all members; an index, once made, lives as long as the runtime and is used
@@ -221,10 +239,10 @@ TellarRuntime::Op::Op(std::int32_t id) : node(std::make_unique<OpNode>()) {
     node->name = "op" + std::to_string(id);
 }
 
-// A chain of Ops is let go link by link, however long it is: an Op that is destroyed by another
-// one's end only hands over what stands behind it, and with that its inputs. No memory is needed.
+// Chains of Ops may be longer than the stack is deep: an Op that goes with another one only hands
+// its node over, and the first one lets the nodes go one after the other. That needs no memory.
 TellarRuntime::Op::~Op() {
-    static thread_local std::unique_ptr<OpNode>* pending = nullptr;
+    static TELLAR_THREAD_WORD std::unique_ptr<OpNode>* pending = nullptr;
     if (pending) {
         node->nextReleased = std::move(*pending);
         *pending = std::move(node);
@@ -412,16 +430,34 @@ TellarRuntime::LocationData TellarRuntime::Client::cookLocation(const std::strin
     if (!seen) return LocationData(LocationRecord::Missing());
     LocationNode* node = nullptr;
     LocationData data = OpNode::Of(*op).cook(path, 0, &node);
-    if (node && !seen->cooked->contains(node->serial)) seen->cooked->add(node->serial);
+    if (node) seen->present(*node, data);
+    return data;
+}
+
+TellarRuntime::LocationData TellarRuntime::Client::cookChild(const LocationData& parent,
+                                                             std::int64_t index) {
+    View* seen = view.load(std::memory_order_acquire);
+    if (!seen || !seen->keeps(parent)) return {};
+    const std::string_view name = parent.getPotentialChildren().getValueView(index);
+    LocationNode* node = seen->store->findOrAddChild(*parent.place.node, name, index);
+    if (!node) return {};
+    LocationData data = OpNode::Of(*op).cook(*node);
+    seen->present(*node, data);
     return data;
 }
 
 TellarRuntime::LocationData TellarRuntime::Client::getCachedLocation(const std::string& path) {
     const View* seen = view.load(std::memory_order_acquire);
     if (!seen || !seen->store) return {};
-    LocationNode* node = seen->store->find(path);
-    if (!node || !seen->cooked->contains(node->serial)) return {};
-    return LocationData(node->acquireRecord());
+    return seen->cached(seen->store->find(path));
+}
+
+TellarRuntime::LocationData TellarRuntime::Client::getCachedChild(const LocationData& parent,
+                                                                  std::int64_t index) {
+    const View* seen = view.load(std::memory_order_acquire);
+    if (!seen || !seen->keeps(parent)) return {};
+    const std::string_view name = parent.getPotentialChildren().getValueView(index);
+    return seen->cached(seen->store->findChild(*parent.place.node, name, index));
 }
 
 std::shared_ptr<TellarRuntime> TellarRuntime::Client::getRuntime() const {

@@ -6,9 +6,8 @@
 
 #include "Container.h"
 #include "NodeAccess.h"
+#include "PerThread.h"
 #include "Prefetch.h"
-#include "ThreadState.h"
-#include "ThreadWord.h"
 
 // The cache maps a container and a path to a Route: the index and the name of the child at every
 // level where the path was found last. A group that looks like the last one is then answered by two
@@ -95,20 +94,7 @@ struct Route {
     std::uintptr_t lastGroup = 0; // address of the group from which it was followed last
 };
 
-/// Null until the thread first searches, after its end, and without memory for the cache.
-TELLAR_THREAD_WORD Route* ownRoutes = nullptr;
-
-struct RouteCache final : ThreadState {
-    std::array<Route, kRoutes> routes;
-    ~RouteCache() override { ownRoutes = nullptr; }
-};
-
-/// False when there is no memory for the cache, and at the end of the thread.
-bool HasRoutes() {
-    if (!ownRoutes)
-        if (auto* own = ThreadState::Make<RouteCache>()) ownRoutes = own->routes.data();
-    return ownRoutes;
-}
+using Routes = std::array<Route, kRoutes>;
 
 /// Null when the group does not look like the last one, or a value on the way is not checked yet.
 ///
@@ -132,9 +118,11 @@ const Node* Follow(Route& route, const Container& container, const Node* group) 
 }
 
 void Remember(Route& found, std::uint64_t container, std::string_view path) {
-    if (!IsCached(path) || found.stepCount > kLevels || !HasRoutes()) return;
+    if (!IsCached(path) || found.stepCount > kLevels) return;
+    Routes* own = PerThread<Routes>::Get();
+    if (!own) return;
     found.key = Key(container, path);
-    Route* pair = ownRoutes + found.key.firstEntry();
+    Route* pair = own->data() + found.key.firstEntry();
     if (!(pair[0].key == found.key)) pair[1] = pair[0];
     pair[0] = found;
 }
@@ -167,10 +155,10 @@ void Remember(Route& found, std::uint64_t container, std::string_view path) {
 } // namespace
 
 const Node* FindInFile(const Node* group, std::string_view path) {
-    if (IsCached(path) && ownRoutes) {
+    if (Routes* own = IsCached(path) ? PerThread<Routes>::Find() : nullptr) {
         const Container& container = *Container::Of(group);
         const Key key(container.number(), path);
-        Route* pair = ownRoutes + key.firstEntry();
+        Route* pair = own->data() + key.firstEntry();
         for (Route* route = pair; route < pair + 2; ++route)
             if (route->key == key)
                 if (const Node* node = Follow(*route, container, group)) return node;
