@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
@@ -16,10 +17,11 @@
 
 namespace TELLAR {
 
-class PooledPath;
+class ProducerTree;
+struct ProducerParts;
 
-/// What all producers over a runtime share: one cooked location, and navigation on top of how the
-/// variant gets at location data. A snapshot of one cook, never refreshed.
+/// The base of all producers over a runtime: a snapshot of one cooked location, and navigation with
+/// the two functions that a variant defines.
 class TELLAR_API BaseGeometryProducer : public GeometryProducer {
 public:
     ~BaseGeometryProducer() override;
@@ -31,7 +33,7 @@ public:
     std::string getHash() override;
     /// Looks through all time samples of the potential children.
     Ptr getChildByName(const char* name, bool evict) override;
-    /// The first one that exists in the sample nearest to time 0.
+    /// The first potential child that exists, of those in the sample nearest to time 0.
     Ptr getFirstChild(bool evict) override;
     Ptr getNextSibling(bool evict) override;
 
@@ -44,40 +46,33 @@ public:
     static void operator delete(void* memory, std::size_t bytes) noexcept;
 
 protected:
-    /// What navigation makes below a producer of one of this library's own variants. It is known
-    /// to be of no derived class, so its own children are made straight by `make`.
-    using Make = Ptr (*)(BaseGeometryProducer& parent, PooledPath& path,
-                         TellarRuntime::LocationData&& data, std::int64_t index);
-    BaseGeometryProducer(Make make, BaseGeometryProducer& parentProducer, PooledPath& path,
-                         TellarRuntime::LocationData&& data, std::int64_t index);
-
-    /// The nearest producer from here up that navigation did not make. It owns the client that
-    /// those below it only borrow, and is of the same variant.
-    BaseGeometryProducer& getClientOwner();
-
+    /// The data of any location of the tree; of one that does not exist, invalid data will do.
     virtual TellarRuntime::LocationData getLocationData(const std::string& path, bool evict) = 0;
     /// A producer of the same variant, sharing this one's client.
     virtual Ptr createChild(std::string path, TellarRuntime::LocationData data, std::int64_t index,
                             boost::intrusive_ptr<BaseGeometryProducer> parentProducer) = 0;
 
+    // For the variants of this library.
+    explicit BaseGeometryProducer(ProducerParts&& parts);
+    const ProducerTree& getTree() const { return *tree; }
+
 private:
     Ptr findExistingChild(std::int64_t firstIndex, bool evict);
-
-    /// Leaves out of a long path what the parent's path tells.
-    void shareParentsPath() noexcept;
-    std::size_t getPathSize() const { return sharedBytes + locationPath->size(); }
-    /// The full path; `room` is for one that is made of parts.
-    std::string_view getPath(std::string& room) const {
-        return sharedBytes == 0 ? std::string_view(*locationPath) : joinPath(room);
-    }
-    std::string_view joinPath(std::string& room) const;
+    Ptr getChildAt(std::int64_t index, bool evict);
+    Ptr getChildAt(std::int64_t index, std::string path, bool evict);
+    std::string_view getPathEnd() const;
+    void shortenPathEnd() noexcept;
     const BaseGeometryProducer* getBaseParent() const;
 
-    std::string* const locationPath; // its end or all of it; goes back to the pool in the end
-    std::size_t sharedBytes = 0;     // of the path, in front of that
+    // The path is `pathEnd`, or else the parent's path, "/" and `pathEnd`. When `pathEnd` is null,
+    // the parent's potential child `childIndex` takes its place.
+    std::unique_ptr<const std::string> pathEnd;
+    bool isWholePath;        // `pathEnd` is the path
+    const bool isFromCaller; // it may be of a derived class, or have the data of another path
     const TellarRuntime::LocationData locationData;
     const std::int64_t childIndex;
-    const Make makeChild; // null for a producer that navigation did not make
+    const boost::intrusive_ptr<const ProducerTree> ownedTree; // null when an ancestor owns it
+    const ProducerTree* const tree; // null for a variant that is not of this library
 };
 
 } // namespace TELLAR

@@ -29,14 +29,9 @@ protected:
                     boost::intrusive_ptr<BaseGeometryProducer> parentProducer) override;
 
 private:
-    SyncGeometryProducer(SyncGeometryProducer& maker, PooledPath& path,
-                         TellarRuntime::LocationData&& data, std::int64_t index);
-    static Ptr MakeChild(BaseGeometryProducer& maker, PooledPath& path,
-                         TellarRuntime::LocationData&& data, std::int64_t index);
-
-    // A producer made by navigation leaves the owning to its ancestors, which it keeps alive.
-    const std::shared_ptr<TellarRuntime::Client> owner;
-    TellarRuntime::Client* const client;
+    template <typename Producer, typename Access>
+    friend class ProducerTreeOf;
+    explicit SyncGeometryProducer(ProducerParts&& parts);
 };
 
 } // namespace TELLAR

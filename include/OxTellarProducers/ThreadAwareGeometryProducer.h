@@ -31,15 +31,9 @@ protected:
                     boost::intrusive_ptr<BaseGeometryProducer> parentProducer) override;
 
 private:
-    ThreadAwareGeometryProducer(ThreadAwareGeometryProducer& maker, PooledPath& path,
-                                TellarRuntime::LocationData&& data, std::int64_t index);
-    static Ptr MakeChild(BaseGeometryProducer& maker, PooledPath& path,
-                         TellarRuntime::LocationData&& data, std::int64_t index);
-
-    // A producer made by navigation leaves the owning to its ancestors, which it keeps alive.
-    const boost::shared_ptr<ThreadLocalClient> owner;
-    ThreadLocalClient* const threadLocalClient;
-    const bool isPlainClient; // of no derived class
+    template <typename Producer, typename Access>
+    friend class ProducerTreeOf;
+    explicit ThreadAwareGeometryProducer(ProducerParts&& parts);
 };
 
 } // namespace TELLAR

@@ -29,8 +29,9 @@ public:
 private:
     class Store;
     friend struct StoreRegistry;
-    friend class ThreadAwareGeometryProducer;
-    /// As getClient of this class, without another reference: the thread keeps its client.
+    friend class ThreadAwareAccess;
+    /// The client of getClient() of this very class, without another reference to it: the thread
+    /// keeps its client.
     const std::shared_ptr<TellarRuntime::Client>& getHeldClient();
 
     OpTreeSource source;

@@ -1,59 +1,74 @@
 #include <OxTellarProducers/AsyncGeometryProducer.h>
 
-#include "NavigationPool.h"
+#include "ProducerTree.h"
+
+namespace TELLAR {
+
+namespace {
 
 using OxAttribute::GroupAttribute;
 using OxAttribute::IntAttribute;
 using OxAttribute::StringAttribute;
 
-namespace TELLAR {
+/// Gets what the runtime of the tree's one client has cooked.
+class AsyncAccess {
+public:
+    explicit AsyncAccess(std::shared_ptr<TellarRuntime::Client> treeClient)
+        : client(std::move(treeClient)) {}
+
+    const std::shared_ptr<TellarRuntime::Client>& getClient() const { return client; }
+
+    template <typename Target>
+    TellarRuntime::LocationData get(const Target& target, bool) const {
+        TellarRuntime::LocationData data = target.getCached(*client);
+        return data.isValid() ? data : Absent();
+    }
+
+private:
+    static const TellarRuntime::LocationData& Absent() {
+        static const TellarRuntime::LocationData* const absent = new TellarRuntime::LocationData(
+            GroupAttribute({{"exists", IntAttribute(0)},
+                            {"pc", StringAttribute(std::vector<std::string>(), 1)}},
+                           true));
+        return *absent;
+    }
+
+    const std::shared_ptr<TellarRuntime::Client> client;
+};
+
+} // namespace
+
+ProducerTree::Ptr MakeAsyncTree(std::shared_ptr<TellarRuntime::Client> client) {
+    return new ProducerTreeOf<AsyncGeometryProducer, AsyncAccess>(std::move(client));
+}
 
 AsyncGeometryProducer::AsyncGeometryProducer(
     std::shared_ptr<TellarRuntime::Client> treeClient, std::string path,
     TellarRuntime::LocationData data, std::int64_t index,
     boost::intrusive_ptr<BaseGeometryProducer> parentProducer)
-    : BaseGeometryProducer(std::move(path), std::move(data), index, std::move(parentProducer)),
-      owner(std::move(treeClient)), client(owner.get()) {}
+    : AsyncGeometryProducer(PartsFromCaller(MakeAsyncTree(std::move(treeClient)), std::move(path),
+                                            std::move(data), index, std::move(parentProducer))) {}
 
-AsyncGeometryProducer::AsyncGeometryProducer(AsyncGeometryProducer& maker, PooledPath& path,
-                                             TellarRuntime::LocationData&& data, std::int64_t index)
-    : BaseGeometryProducer(&MakeChild, maker, path, std::move(data), index), client(maker.client) {}
+AsyncGeometryProducer::AsyncGeometryProducer(ProducerParts&& parts)
+    : BaseGeometryProducer(std::move(parts)) {}
 
 AsyncGeometryProducer::~AsyncGeometryProducer() = default;
 
 std::shared_ptr<TellarRuntime::Client> AsyncGeometryProducer::getClient() {
-    return static_cast<AsyncGeometryProducer&>(getClientOwner()).owner;
+    return getTree().getClient();
 }
 
-TellarRuntime::LocationData AsyncGeometryProducer::getLocationData(const std::string& path, bool) {
-    TellarRuntime::LocationData data = client->getCachedLocation(path);
-    if (data.isValid()) return data;
-    static const TellarRuntime::LocationData* const absent =
-        new TellarRuntime::LocationData(GroupAttribute(
-            {{"exists", IntAttribute(0)}, {"pc", StringAttribute(std::vector<std::string>(), 1)}},
-            true));
-    return *absent;
+TellarRuntime::LocationData AsyncGeometryProducer::getLocationData(const std::string& path,
+                                                                   bool evict) {
+    return getTree().getLocation(path, evict);
 }
 
 GeometryProducer::Ptr
 AsyncGeometryProducer::createChild(std::string path, TellarRuntime::LocationData data,
                                    std::int64_t index,
                                    boost::intrusive_ptr<BaseGeometryProducer> parentProducer) {
-    if (parentProducer != this)
-        return new AsyncGeometryProducer(
-            static_cast<AsyncGeometryProducer&>(getClientOwner()).owner, std::move(path),
-            std::move(data), index, std::move(parentProducer));
-    PooledPath pooled;
-    *pooled = std::move(path);
-    return new AsyncGeometryProducer(*this, pooled, std::move(data), index);
-}
-
-GeometryProducer::Ptr AsyncGeometryProducer::MakeChild(BaseGeometryProducer& maker,
-                                                       PooledPath& path,
-                                                       TellarRuntime::LocationData&& data,
-                                                       std::int64_t index) {
-    return new AsyncGeometryProducer(static_cast<AsyncGeometryProducer&>(maker), path,
-                                     std::move(data), index);
+    return getTree().makeProducer(PartsFromCaller(&getTree(), std::move(path), std::move(data),
+                                                  index, std::move(parentProducer)));
 }
 
 } // namespace TELLAR

@@ -1,11 +1,12 @@
 #include <OxTellarProducers/BaseGeometryProducer.h>
 
-#include <algorithm>
+#include <cstring>
 #include <new>
 #include <string_view>
 
 #include "LocationNames.h"
 #include "NavigationPool.h"
+#include "ProducerTree.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::StringAttribute;
@@ -14,7 +15,8 @@ namespace TELLAR {
 
 namespace {
 
-// Paths beyond this are rare; a chain of producers may keep as much text each.
+// Paths beyond this are rare. If each producer kept its whole path, those of one deep location
+// would take memory in proportion to the square of its depth.
 constexpr std::size_t kLongPath = 1024;
 
 } // namespace
@@ -22,23 +24,28 @@ constexpr std::size_t kLongPath = 1024;
 BaseGeometryProducer::BaseGeometryProducer(
     std::string path, TellarRuntime::LocationData data, std::int64_t index,
     boost::intrusive_ptr<BaseGeometryProducer> parentProducer)
-    : GeometryProducer(std::move(parentProducer)), locationPath(NavigationPool::TakePath()),
-      locationData(std::move(data)), childIndex(index), makeChild(nullptr) {
-    *locationPath = std::move(path);
-    if (locationPath->size() > kLongPath) shareParentsPath();
+    : BaseGeometryProducer(PartsFromCaller(nullptr, std::move(path), std::move(data), index,
+                                           std::move(parentProducer))) {}
+
+BaseGeometryProducer::BaseGeometryProducer(ProducerParts&& parts)
+    : GeometryProducer(std::move(parts.parent)), pathEnd(std::move(parts.pathEnd)),
+      isWholePath(parts.isFromCaller), isFromCaller(parts.isFromCaller),
+      locationData(std::move(parts.data)), childIndex(parts.index),
+      ownedTree(std::move(parts.ownedTree)), tree(parts.tree) {
+    if (isWholePath && pathEnd->size() > kLongPath) shortenPathEnd();
 }
 
-BaseGeometryProducer::BaseGeometryProducer(Make make, BaseGeometryProducer& parentProducer,
-                                           PooledPath& path, TellarRuntime::LocationData&& data,
-                                           std::int64_t index)
-    : GeometryProducer(&parentProducer), locationPath(path.release()),
-      locationData(std::move(data)), childIndex(index), makeChild(make) {
-    if (locationPath->size() > kLongPath) shareParentsPath();
+ProducerParts PartsFromCaller(ProducerTree::Ptr tree, std::string path,
+                              TellarRuntime::LocationData data, std::int64_t index,
+                              boost::intrusive_ptr<BaseGeometryProducer> parent) {
+    ProducerParts parts{std::move(parent), std::move(data), index, tree.get()};
+    parts.ownedTree = std::move(tree);
+    parts.pathEnd = std::make_unique<const std::string>(std::move(path));
+    parts.isFromCaller = true;
+    return parts;
 }
 
-BaseGeometryProducer::~BaseGeometryProducer() {
-    NavigationPool::GivePath(locationPath);
-}
+BaseGeometryProducer::~BaseGeometryProducer() = default;
 
 void* BaseGeometryProducer::operator new(std::size_t bytes) {
     return NavigationPool::TakeMemory(bytes);
@@ -59,14 +66,29 @@ StringAttribute BaseGeometryProducer::getPotentialChildren() {
 Attribute BaseGeometryProducer::getAttribute(const char* name) {
     return AttributeAt(locationData.getAttrs(), name);
 }
+
 std::string BaseGeometryProducer::getName() {
-    if (!makeChild || sharedBytes > 0) return LeafName(*locationPath);
-    return LeafName(*locationPath, getBaseParent()->getPathSize());
+    const std::string_view end = getPathEnd();
+    return isWholePath ? LeafName(end) : std::string(end.substr(end.rfind('/') + 1));
 }
+
 std::string BaseGeometryProducer::getFullName() {
-    std::string room;
-    return std::string(getPath(room));
+    std::size_t bytes = 0;
+    const BaseGeometryProducer* top = this;
+    for (; top && !top->isWholePath; top = top->getBaseParent())
+        bytes += 1 + top->getPathEnd().size();
+    std::string path = top ? *top->pathEnd : std::string();
+    bytes += path.size();
+    path.resize(bytes);
+    for (const BaseGeometryProducer* below = this; below != top; below = below->getBaseParent()) {
+        const std::string_view end = below->getPathEnd();
+        bytes -= end.size();
+        if (!end.empty()) std::memcpy(&path[bytes], end.data(), end.size());
+        path[--bytes] = '/';
+    }
+    return path;
 }
+
 std::string BaseGeometryProducer::getHash() {
     return locationData.getHash().str();
 }
@@ -81,12 +103,11 @@ GeometryProducer::Ptr BaseGeometryProducer::getChildByName(const char* name, boo
         const auto names = children.getSample(sample);
         for (std::size_t i = 0; i < names.size(); ++i) {
             if (names[i] != wanted) continue;
-            std::string room;
-            std::string path = ChildPath(getPath(room), wanted);
-            TellarRuntime::LocationData data = getLocationData(path, evict);
-            if (!data.doesLocationExist()) return nullptr;
-            return createChild(std::move(path), std::move(data), static_cast<std::int64_t>(i),
-                               this);
+            const auto index = static_cast<std::int64_t>(i);
+            // Another sample than the one that is nearest to time 0 may have another name there.
+            if (!isFromCaller && children.getValueView(index) == wanted)
+                return getChildAt(index, evict);
+            return getChildAt(index, ChildPath(getFullName(), wanted), evict);
         }
     }
     return nullptr;
@@ -103,67 +124,57 @@ GeometryProducer::Ptr BaseGeometryProducer::getNextSibling(bool evict) {
 }
 
 GeometryProducer::Ptr BaseGeometryProducer::findExistingChild(std::int64_t firstIndex, bool evict) {
-    // A class derived elsewhere may present other names, and make other children.
-    const StringAttribute presented = makeChild ? StringAttribute() : getPotentialChildren();
-    const StringAttribute& names = makeChild ? locationData.getPotentialChildren() : presented;
-    const std::int64_t count = names.getNumberOfValues();
-    std::string room;
-    const std::string_view ownPath = getPath(room);
-    for (std::int64_t i = firstIndex; i < count; ++i) {
-        PooledPath path;
-        SetChildPath(*path, ownPath, names.getValueView(i));
-        TellarRuntime::LocationData data = getLocationData(*path, evict);
-        if (!data.doesLocationExist()) continue;
-        if (makeChild) return makeChild(*this, path, std::move(data), i);
-        return createChild(std::move(*path), std::move(data), i, this);
+    if (!isFromCaller) {
+        const std::int64_t count = locationData.getPotentialChildren().getNumberOfValues();
+        for (std::int64_t i = firstIndex; i < count; ++i)
+            if (Ptr child = getChildAt(i, evict)) return child;
+        return nullptr;
     }
+    const StringAttribute names = getPotentialChildren();
+    const std::int64_t count = names.getNumberOfValues();
+    const std::string path = firstIndex < count ? getFullName() : std::string();
+    for (std::int64_t i = firstIndex; i < count; ++i)
+        if (Ptr child = getChildAt(i, ChildPath(path, names.getValueView(i)), evict)) return child;
     return nullptr;
 }
 
-// Invariant: the path is sharedBytes bytes, which are the parent's whole path, and *locationPath.
-//
-// If each producer kept its whole path, those of one deep location would take memory in proportion
-// to the square of its depth. To put a path together takes a step for each level up to an ancestor
-// that shares nothing, so the whole path is kept again wherever a sixteenth of it has come since.
-// All of these texts together are then some twenty times as long as the longest path.
-void BaseGeometryProducer::shareParentsPath() noexcept try {
-    const BaseGeometryProducer* const above = getBaseParent();
-    if (!above) return;
-    const BaseGeometryProducer* whole = above;
-    while (whole->sharedBytes > 0)
-        whole = whole->getBaseParent();
-    const std::size_t bytes = locationPath->size();
-    if (bytes - std::min(whole->getPathSize(), bytes) > bytes / 16) return;
-    std::string room;
-    const std::string_view start = above->getPath(room);
-    const std::string_view path = *locationPath;
-    // A class derived elsewhere may make a child under any path.
-    if (path.substr(0, start.size()) != start || path.substr(start.size(), 1) != "/") return;
-    std::string rest(path.substr(start.size()));
-    sharedBytes = start.size();
-    rest.swap(*locationPath);
+/// Below a producer that is not from a caller.
+GeometryProducer::Ptr BaseGeometryProducer::getChildAt(std::int64_t index, bool evict) {
+    TellarRuntime::LocationData data =
+        tree->getChild(ChildByIndex(*this, locationData, index), evict);
+    if (!data.doesLocationExist()) return nullptr;
+    return tree->makeProducer({this, std::move(data), index, tree});
+}
+
+/// By the functions that a derived class may replace.
+GeometryProducer::Ptr BaseGeometryProducer::getChildAt(std::int64_t index, std::string path,
+                                                       bool evict) {
+    TellarRuntime::LocationData data = getLocationData(path, evict);
+    if (!data.doesLocationExist()) return nullptr;
+    return createChild(std::move(path), std::move(data), index, this);
+}
+
+/// Leaves out of a whole path the beginning that is the parent's path.
+void BaseGeometryProducer::shortenPathEnd() noexcept try {
+    auto* parent = static_cast<BaseGeometryProducer*>(getRawParentPtr());
+    if (!parent) return;
+    // Not by a virtual function, which could present another path.
+    const std::string start = parent->BaseGeometryProducer::getFullName() + "/";
+    if (pathEnd->compare(0, start.size(), start) != 0) return;
+    pathEnd = std::make_unique<const std::string>(pathEnd->substr(start.size()));
+    isWholePath = false;
 } catch (const std::bad_alloc&) {
     // The whole path stays where it is.
 }
 
-std::string_view BaseGeometryProducer::joinPath(std::string& room) const {
-    room.resize(getPathSize());
-    for (const BaseGeometryProducer* producer = this;; producer = producer->getBaseParent()) {
-        producer->locationPath->copy(&room[producer->sharedBytes], producer->locationPath->size());
-        if (producer->sharedBytes == 0) return room;
-    }
+std::string_view BaseGeometryProducer::getPathEnd() const {
+    if (pathEnd) return *pathEnd;
+    return getBaseParent()->locationData.getPotentialChildren().getValueView(childIndex);
 }
 
 const BaseGeometryProducer* BaseGeometryProducer::getBaseParent() const {
     // The constructors take no other kind.
     return static_cast<const BaseGeometryProducer*>(getRawParentPtr());
-}
-
-BaseGeometryProducer& BaseGeometryProducer::getClientOwner() {
-    BaseGeometryProducer* producer = this;
-    while (producer->makeChild)
-        producer = static_cast<BaseGeometryProducer*>(producer->getRawParentPtr());
-    return *producer;
 }
 
 } // namespace TELLAR

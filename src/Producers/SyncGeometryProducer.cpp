@@ -1,50 +1,62 @@
 #include <OxTellarProducers/SyncGeometryProducer.h>
 
-#include "NavigationPool.h"
+#include "ProducerTree.h"
 
 namespace TELLAR {
+
+namespace {
+
+/// Cooks through the tree's one client.
+class SyncAccess {
+public:
+    explicit SyncAccess(std::shared_ptr<TellarRuntime::Client> treeClient)
+        : client(std::move(treeClient)) {}
+
+    const std::shared_ptr<TellarRuntime::Client>& getClient() const { return client; }
+
+    template <typename Target>
+    TellarRuntime::LocationData get(const Target& target, bool evict) const {
+        if (evict) client->getRuntime()->evict(target.path());
+        return target.cook(*client);
+    }
+
+private:
+    const std::shared_ptr<TellarRuntime::Client> client;
+};
+
+} // namespace
+
+ProducerTree::Ptr MakeSyncTree(std::shared_ptr<TellarRuntime::Client> client) {
+    return new ProducerTreeOf<SyncGeometryProducer, SyncAccess>(std::move(client));
+}
 
 SyncGeometryProducer::SyncGeometryProducer(
     std::shared_ptr<TellarRuntime::Client> treeClient, std::string path,
     TellarRuntime::LocationData data, std::int64_t index,
     boost::intrusive_ptr<BaseGeometryProducer> parentProducer)
-    : BaseGeometryProducer(std::move(path), std::move(data), index, std::move(parentProducer)),
-      owner(std::move(treeClient)), client(owner.get()) {}
+    : SyncGeometryProducer(PartsFromCaller(MakeSyncTree(std::move(treeClient)), std::move(path),
+                                           std::move(data), index, std::move(parentProducer))) {}
 
-SyncGeometryProducer::SyncGeometryProducer(SyncGeometryProducer& maker, PooledPath& path,
-                                           TellarRuntime::LocationData&& data, std::int64_t index)
-    : BaseGeometryProducer(&MakeChild, maker, path, std::move(data), index), client(maker.client) {}
+SyncGeometryProducer::SyncGeometryProducer(ProducerParts&& parts)
+    : BaseGeometryProducer(std::move(parts)) {}
 
 SyncGeometryProducer::~SyncGeometryProducer() = default;
 
 std::shared_ptr<TellarRuntime::Client> SyncGeometryProducer::getClient() {
-    return static_cast<SyncGeometryProducer&>(getClientOwner()).owner;
+    return getTree().getClient();
 }
 
 TellarRuntime::LocationData SyncGeometryProducer::getLocationData(const std::string& path,
                                                                   bool evict) {
-    if (evict) client->getRuntime()->evict(path);
-    return client->cookLocation(path);
+    return getTree().getLocation(path, evict);
 }
 
 GeometryProducer::Ptr
 SyncGeometryProducer::createChild(std::string path, TellarRuntime::LocationData data,
                                   std::int64_t index,
                                   boost::intrusive_ptr<BaseGeometryProducer> parentProducer) {
-    if (parentProducer != this)
-        return new SyncGeometryProducer(static_cast<SyncGeometryProducer&>(getClientOwner()).owner,
-                                        std::move(path), std::move(data), index,
-                                        std::move(parentProducer));
-    PooledPath pooled;
-    *pooled = std::move(path);
-    return new SyncGeometryProducer(*this, pooled, std::move(data), index);
-}
-
-GeometryProducer::Ptr SyncGeometryProducer::MakeChild(BaseGeometryProducer& maker, PooledPath& path,
-                                                      TellarRuntime::LocationData&& data,
-                                                      std::int64_t index) {
-    return new SyncGeometryProducer(static_cast<SyncGeometryProducer&>(maker), path,
-                                    std::move(data), index);
+    return getTree().makeProducer(PartsFromCaller(&getTree(), std::move(path), std::move(data),
+                                                  index, std::move(parentProducer)));
 }
 
 } // namespace TELLAR

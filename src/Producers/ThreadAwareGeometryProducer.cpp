@@ -2,81 +2,73 @@
 
 #include <typeinfo>
 
-#include "NavigationPool.h"
+#include "ProducerTree.h"
 
 namespace TELLAR {
 
-namespace {
+/// Cooks through the calling thread's client. A thread that gets no client sees no location.
+class ThreadAwareAccess {
+    using Client = std::shared_ptr<TellarRuntime::Client>;
 
-using Client = std::shared_ptr<TellarRuntime::Client>;
+public:
+    explicit ThreadAwareAccess(boost::shared_ptr<ThreadLocalClient> threadLocalClient)
+        : source(std::move(threadLocalClient)),
+          isDerived(!source || typeid(*source) != typeid(ThreadLocalClient)) {}
 
-void Evict(const Client& client, const std::string& path) {
-    if (client) client->getRuntime()->evict(path);
+    std::shared_ptr<TellarRuntime::Client> getClient() const { return source->getClient(); }
+
+    template <typename Target>
+    TellarRuntime::LocationData get(const Target& target, bool evict) const {
+        Client room;
+        if (evict)
+            if (const Client& client = getClient(room)) client->getRuntime()->evict(target.path());
+        const Client& client = getClient(room);
+        return client ? target.cook(*client) : TellarRuntime::LocationData();
+    }
+
+private:
+    /// `room` keeps a client that the thread does not keep itself.
+    const Client& getClient(Client& room) const {
+        if (!isDerived) return source->getHeldClient();
+        return room = source->getClient();
+    }
+
+    const boost::shared_ptr<ThreadLocalClient> source;
+    const bool isDerived; // a class of others may give another client each time
+};
+
+ProducerTree::Ptr MakeThreadAwareTree(boost::shared_ptr<ThreadLocalClient> threadLocalClient) {
+    return new ProducerTreeOf<ThreadAwareGeometryProducer, ThreadAwareAccess>(
+        std::move(threadLocalClient));
 }
-
-/// A thread that gets no client sees no location.
-TellarRuntime::LocationData Cook(const Client& client, const std::string& path) {
-    return client ? client->cookLocation(path) : TellarRuntime::LocationData();
-}
-
-/// Whether it is no class derived from ThreadLocalClient; false for null.
-bool IsPlain(const ThreadLocalClient* client) {
-    return client && typeid(*client) == typeid(ThreadLocalClient);
-}
-
-} // namespace
 
 ThreadAwareGeometryProducer::ThreadAwareGeometryProducer(
     boost::shared_ptr<ThreadLocalClient> treeClient, std::string path,
     TellarRuntime::LocationData data, std::int64_t index,
     boost::intrusive_ptr<BaseGeometryProducer> parentProducer)
-    : BaseGeometryProducer(std::move(path), std::move(data), index, std::move(parentProducer)),
-      owner(std::move(treeClient)), threadLocalClient(owner.get()),
-      isPlainClient(IsPlain(owner.get())) {}
+    : ThreadAwareGeometryProducer(PartsFromCaller(MakeThreadAwareTree(std::move(treeClient)),
+                                                  std::move(path), std::move(data), index,
+                                                  std::move(parentProducer))) {}
 
-ThreadAwareGeometryProducer::ThreadAwareGeometryProducer(ThreadAwareGeometryProducer& maker,
-                                                         PooledPath& path,
-                                                         TellarRuntime::LocationData&& data,
-                                                         std::int64_t index)
-    : BaseGeometryProducer(&MakeChild, maker, path, std::move(data), index),
-      threadLocalClient(maker.threadLocalClient), isPlainClient(maker.isPlainClient) {}
+ThreadAwareGeometryProducer::ThreadAwareGeometryProducer(ProducerParts&& parts)
+    : BaseGeometryProducer(std::move(parts)) {}
 
 ThreadAwareGeometryProducer::~ThreadAwareGeometryProducer() = default;
 
 std::shared_ptr<TellarRuntime::Client> ThreadAwareGeometryProducer::getClient() {
-    return threadLocalClient->getClient();
+    return getTree().getClient();
 }
 
 TellarRuntime::LocationData ThreadAwareGeometryProducer::getLocationData(const std::string& path,
                                                                          bool evict) {
-    if (isPlainClient) {
-        // Not counted: the thread keeps it.
-        const Client& client = threadLocalClient->getHeldClient();
-        if (evict) Evict(client, path);
-        return Cook(client, path);
-    }
-    if (evict) Evict(threadLocalClient->getClient(), path);
-    return Cook(threadLocalClient->getClient(), path);
+    return getTree().getLocation(path, evict);
 }
 
 GeometryProducer::Ptr ThreadAwareGeometryProducer::createChild(
     std::string path, TellarRuntime::LocationData data, std::int64_t index,
     boost::intrusive_ptr<BaseGeometryProducer> parentProducer) {
-    if (parentProducer != this)
-        return new ThreadAwareGeometryProducer(
-            static_cast<ThreadAwareGeometryProducer&>(getClientOwner()).owner, std::move(path),
-            std::move(data), index, std::move(parentProducer));
-    PooledPath pooled;
-    *pooled = std::move(path);
-    return new ThreadAwareGeometryProducer(*this, pooled, std::move(data), index);
-}
-
-GeometryProducer::Ptr ThreadAwareGeometryProducer::MakeChild(BaseGeometryProducer& maker,
-                                                             PooledPath& path,
-                                                             TellarRuntime::LocationData&& data,
-                                                             std::int64_t index) {
-    return new ThreadAwareGeometryProducer(static_cast<ThreadAwareGeometryProducer&>(maker), path,
-                                           std::move(data), index);
+    return getTree().makeProducer(PartsFromCaller(&getTree(), std::move(path), std::move(data),
+                                                  index, std::move(parentProducer)));
 }
 
 } // namespace TELLAR
