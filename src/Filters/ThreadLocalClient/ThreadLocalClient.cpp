@@ -3,14 +3,18 @@
 #include <atomic>
 #include <exception>
 #include <map>
+#include <mutex>
+#include <new>
+#include <optional>
+#include <string>
 #include <utility>
 
 #include <boost/make_shared.hpp>
-#include <boost/thread/tss.hpp>
 
 #include <OxTellarProducers/ClientFactory.h>
 
 #include "NamedLogger.h"
+#include "PerThread.h"
 #include "ThreadClients.h"
 
 namespace TELLAR {
@@ -34,16 +38,15 @@ struct Holder {
 
 } // namespace
 
-/// The clients of all threads for one source. Neither stores nor holders are ever destroyed.
+/// The clients of all threads for one source. Stores and holders are never destroyed.
 class ThreadLocalClient::Store {
 public:
-    Store() : holders(&HandBack) {}
-
+    /// The calling thread's client.
     const Client& getClient(const OpTreeSource& source) {
-        if (lastUsed.store == this) return lastUsed.holder->client;
-        Holder* holder = holders.get();
-        if (!holder) holder = hold(ClientCreateWithOpTree(source));
-        lastUsed = {this, holder};
+        ThreadHolders* const own = PerThread<ThreadHolders>::Get();
+        if (!own) throw std::bad_alloc();
+        Holder* holder = own->find(this);
+        if (!holder) holder = hold(*own, ClientCreateWithOpTree(source));
         return holder->client;
     }
 
@@ -61,14 +64,36 @@ public:
     Store* nextReopened = nullptr;
 
 private:
-    // The store that the thread asked last: walks ask the same one over and over.
-    struct LastUsed {
-        const Store* store = nullptr;
-        Holder* holder = nullptr;
-    };
-    static thread_local LastUsed lastUsed;
+    /// The holders of one thread. Its clients are handed back when the thread ends.
+    class ThreadHolders {
+    public:
+        ThreadHolders() = default;
+        ~ThreadHolders() {
+            for (const auto& [store, holder] : holders)
+                HandBack(*holder);
+        }
+        ThreadHolders(const ThreadHolders&) = delete;
+        ThreadHolders& operator=(const ThreadHolders&) = delete;
 
-    Holder* hold(const Client& client) {
+        /// Null when the thread has no client of the store yet.
+        Holder* find(const Store* store) {
+            if (lastStore != store) {
+                const auto known = holders.find(store);
+                if (known == holders.end()) return nullptr;
+                lastStore = store;
+                lastHolder = known->second;
+            }
+            return lastHolder;
+        }
+        void add(const Store* store, Holder* holder) { holders.emplace(store, holder); }
+
+    private:
+        std::map<const Store*, Holder*> holders;
+        const Store* lastStore = nullptr; // walks ask the same one over and over
+        Holder* lastHolder = nullptr;
+    };
+
+    Holder* hold(ThreadHolders& own, const Client& client) {
         Holder* holder = nullptr;
         try {
             holder = find([&](Holder& other) {
@@ -76,7 +101,7 @@ private:
                        other.isFree.exchange(false, std::memory_order_acq_rel);
             });
             if (!holder) holder = add(client);
-            holders.reset(holder);
+            own.add(this, holder);
             return holder;
         } catch (...) { // no memory: the thread does without the client
             if (holder) holder->isFree.store(true, std::memory_order_release);
@@ -94,24 +119,19 @@ private:
         return holder;
     }
 
-    /// Runs at the end of a thread. A later request, from another thread-local object that ends,
-    /// counts as one of a new thread.
-    static void HandBack(Holder* holder) {
-        if (lastUsed.holder == holder) lastUsed = {};
-        Client client = holder->client;
-        // Before the client can be given to another thread, which takes a free holder.
-        holder->isFree.store(true, std::memory_order_release);
+    /// A request that the thread makes after this is that of a new thread.
+    static void HandBack(Holder& holder) {
+        Client client = holder.client;
+        // First, because the next thread that gets the client takes the holder with it.
+        holder.isFree.store(true, std::memory_order_release);
         try {
             ClientInvalidate(std::move(client));
         } catch (const std::exception&) { // no memory: the client stays unused
         }
     }
 
-    boost::thread_specific_ptr<Holder> holders;
     std::atomic<Holder*> newest{nullptr}; // of all holders
 };
-
-thread_local ThreadLocalClient::Store::LastUsed ThreadLocalClient::Store::lastUsed;
 
 /// One store for each source of the process; entries are never removed. A store that only the
 /// registry refers to has no ThreadLocalClient; it gets one under the lock.
