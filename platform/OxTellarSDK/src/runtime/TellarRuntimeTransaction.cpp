@@ -1,0 +1,104 @@
+#include <OxTellarSDK/TellarRuntime.h>
+
+#include <algorithm>
+#include <mutex>
+#include <stdexcept>
+
+#include "OpDescription.h"
+#include "OpGraph.h"
+#include "RuntimeState.h"
+
+using OxAttribute::GroupAttribute;
+using OxAttribute::StringAttribute;
+
+TellarRuntime::Transaction::Transaction(std::shared_ptr<TellarRuntime> owner)
+    : runtime(std::move(owner)) {}
+
+TellarRuntime::Transaction::~Transaction() {
+    if (committed) return;
+    for (const std::shared_ptr<Op>& op : ops) {
+        op->node->inputs.clear(); // wired into a circle, they would hold each other for ever
+        op->node->transaction = nullptr;
+    }
+}
+
+std::shared_ptr<TellarRuntime::Op> TellarRuntime::Transaction::createOp() {
+    if (committed) throw std::invalid_argument("The transaction is committed already");
+    const std::lock_guard<std::mutex> guard(runtime->state->lock);
+    ops.push_back(std::shared_ptr<Op>(new Op(runtime->state->nextOpId++)));
+    ops.back()->node->transaction = this;
+    return ops.back();
+}
+
+void TellarRuntime::Transaction::checkOpen(const std::shared_ptr<Op>& op) const {
+    if (committed) throw std::invalid_argument("The transaction is committed already");
+    if (!op) throw std::invalid_argument("The op is null");
+    if (op->node->committed)
+        throw std::invalid_argument(op->node->label() + " is committed already");
+    checkUsable(op);
+}
+
+void TellarRuntime::Transaction::checkUsable(const std::shared_ptr<Op>& op) const {
+    if (op && !op->node->committed && op->node->transaction != this)
+        throw std::invalid_argument(op->node->label() + " belongs to another transaction");
+}
+
+void TellarRuntime::Transaction::setOpName(const std::shared_ptr<Op>& op, const std::string& name) {
+    checkOpen(op);
+    op->node->name = name;
+}
+
+void TellarRuntime::Transaction::setOpArgs(const std::shared_ptr<Op>& op, const std::string& opType,
+                                           const GroupAttribute& opArgs) {
+    checkOpen(op);
+    op->node->typeName = opType;
+    op->node->args = opArgs;
+}
+
+void TellarRuntime::Transaction::setOpInputs(const std::shared_ptr<Op>& op,
+                                             const std::vector<std::shared_ptr<Op>>& inputs) {
+    checkOpen(op);
+    for (const std::shared_ptr<Op>& input : inputs)
+        checkUsable(input);
+    op->node->inputs = inputs;
+}
+
+std::shared_ptr<TellarRuntime::Op> TellarRuntime::Transaction::deserializeOps(void* stream,
+                                                                              StreamRead read) {
+    const GroupAttribute description = OxAttribute::ReadOpStream(stream, read);
+    const std::int64_t count = description.getNumberOfChildren();
+    std::vector<std::shared_ptr<Op>> created;
+    for (std::int64_t i = 0; i < count; ++i) {
+        const GroupAttribute entry(description.getChildByIndex(i));
+        created.push_back(createOp());
+        setOpName(created.back(), description.getChildName(i));
+        setOpArgs(created.back(), StringAttribute(entry.getChildByName("opType")).getValue(),
+                  GroupAttribute(entry.getChildByName("opArgs")));
+    }
+    for (std::int64_t i = 0; i < count; ++i) {
+        const GroupAttribute entry(description.getChildByIndex(i));
+        std::vector<std::shared_ptr<Op>> inputs;
+        for (const std::string_view input :
+             StringAttribute(entry.getChildByName("opInputs")).getNearestSample(0.0f)) {
+            const std::int64_t index = input.empty() ? -1 : description.findChild(input);
+            inputs.push_back(index < 0 ? nullptr : created[static_cast<std::size_t>(index)]);
+        }
+        setOpInputs(created[static_cast<std::size_t>(i)], inputs);
+    }
+    return created.back();
+}
+
+std::shared_ptr<TellarRuntime::Client> TellarRuntime::Transaction::createClient() {
+    if (committed) throw std::invalid_argument("The transaction is committed already");
+    clients.push_back(std::shared_ptr<Client>(new Client(runtime)));
+    return clients.back();
+}
+
+void TellarRuntime::Transaction::setClientOp(const std::shared_ptr<Client>& client,
+                                             const std::shared_ptr<Op>& op) {
+    if (committed) throw std::invalid_argument("The transaction is committed already");
+    if (std::find(clients.begin(), clients.end(), client) == clients.end())
+        throw std::invalid_argument("The client is not one of this transaction");
+    checkUsable(op);
+    client->op = op;
+}
