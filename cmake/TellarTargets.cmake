@@ -1,5 +1,5 @@
-# How this project declares its targets: one function per kind, so that every
-# library is built, exported and installed the same way.
+# The functions that declare targets, one for each kind of target, so that every library is built,
+# exported and installed in the same way.
 
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -12,35 +12,49 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# All shared libraries in lib/, all programs in bin/, the op-type plug-ins in
-# lib/tellar-plugins/ and the renderers in lib/tellar-renderers/, the same shape as
-# the installed tree: programs and libraries find the plug-ins relative to
-# themselves in both. Renderers have a folder of their own because the libraries
-# that they bring are large, and few programs draw.
+# The build tree has the folders of the installed tree: shared libraries in lib/, programs in bin/,
+# op-type plug-ins in lib/tellar-plugins/ and renderers in lib/tellar-renderers/. Programs and
+# libraries find plug-ins relative to themselves in both. Renderers have a folder of their own
+# because they link large libraries and few programs draw.
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/lib")
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/bin")
 set(TELLAR_PLUGIN_SUBDIR "tellar-plugins")
 set(TELLAR_RENDERER_SUBDIR "tellar-renderers")
 
-# What every target of ours is compiled with; never exported to users. Source files are called by
-# their places in this project, so that nothing that is installed knows where it was built.
+# The compiler warnings for all targets: libraries, plug-ins, programs, tests and fuzzers.
+if(MSVC)
+    set(TELLAR_WARNINGS /W4)
+else()
+    set(TELLAR_WARNINGS
+        -Wall -Wextra -Wpedantic -Wcast-align -Wcast-qual -Wimplicit-fallthrough -Wpointer-arith
+        -Wundef
+        $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes>
+        $<$<COMPILE_LANGUAGE:CXX>:-Wextra-semi -Wnon-virtual-dtor -Wold-style-cast
+            -Woverloaded-virtual -Wzero-as-null-pointer-constant>)
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    list(APPEND TELLAR_WARNINGS
+        -Wduplicated-branches -Wduplicated-cond -Wformat=2 -Wlogical-op -Wshadow=local
+        $<$<COMPILE_LANGUAGE:CXX>:-Wsuggest-override>)
+endif()
+
+# The options of every target; never exported to users. Messages name source files relative to this
+# folder, so that installed files do not contain the path of the build.
 add_library(tellar_build_options INTERFACE)
 target_compile_options(tellar_build_options INTERFACE
-    -Wall -Wextra -Wpedantic
-    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual>
-    "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
+    ${TELLAR_WARNINGS} $<$<NOT:$<BOOL:${MSVC}>>:-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=>)
 if(TELLAR_SANITIZE)
     target_compile_options(tellar_build_options INTERFACE
         -fsanitize=${TELLAR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(tellar_build_options INTERFACE -fsanitize=${TELLAR_SANITIZE})
 elseif(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_COMPILE_WARNING_AS_ERROR)
-    # Not in a sanitized build: there GCC takes some of its own library's code for
-    # uninitialised, and says itself that the two should not be combined.
+    # Not with sanitizers: GCC then warns falsely about its own library, and its manual advises
+    # against combining the two.
     set(CMAKE_COMPILE_WARNING_AS_ERROR ON)
 endif()
 
-# Keeps a library in the process when the program closes it. Suites and op types stay registered
-# with others, and so do functions for the ends of threads: all that would be left dangling.
+# Keeps a library in the process when the program closes it. Its suites, op types and functions for
+# the ends of threads stay registered elsewhere and would dangle.
 function(tellar_stays_loaded name)
     if(UNIX AND NOT APPLE)
         target_link_options(${name} PRIVATE -Wl,-z,nodelete)
@@ -48,17 +62,17 @@ function(tellar_stays_loaded name)
     set_property(GLOBAL APPEND PROPERTY TELLAR_LOADABLE_TARGETS ${name})
 endfunction()
 
-# The part of the version that two libraries must have in common to stand in for each other. Before
-# 1.0 a new minor version may be incompatible.
+# The part of the version that compatible libraries share. Before 1.0, minor versions may be
+# incompatible.
 if(PROJECT_VERSION_MAJOR EQUAL 0)
     set(TELLAR_ABI_VERSION "0.${PROJECT_VERSION_MINOR}")
 else()
     set(TELLAR_ABI_VERSION "${PROJECT_VERSION_MAJOR}")
 endif()
 
-# tellar_library(<name> [HEADERS_DIR <dir>] [PKG_CONFIG_REQUIRES <names...>] [SOURCES <files...>]): a
-# shared library with the alias TELLAR::<name>, its headers in <dir> (default: include/). The headers
-# of what it requires are included by its own. A library without SOURCES is made of layers.
+# tellar_library(<name> [HEADERS_DIR <dir>] [PKG_CONFIG_REQUIRES <names...>] [SOURCES <files...>]):
+# a shared library with the alias TELLAR::<name>, its headers in <dir> (default: include/). The
+# headers of what it requires are included by its own. A library without SOURCES is made of layers.
 function(tellar_library name)
     cmake_parse_arguments(ARG "" "HEADERS_DIR" "PKG_CONFIG_REQUIRES;SOURCES" ${ARGN})
     if(NOT ARG_HEADERS_DIR)
@@ -77,8 +91,7 @@ function(tellar_library name)
     endif()
     target_compile_features(${name} PUBLIC cxx_std_17)
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
-    # Calls inside of the library stay inside, without the detour that would let a program put
-    # its own functions in their place.
+    # Calls inside the library are direct. A program cannot replace its functions.
     if(UNIX AND NOT APPLE)
         target_compile_options(${name} PRIVATE -fno-semantic-interposition)
         target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
@@ -183,8 +196,8 @@ function(tellar_module name folder component)
     endif()
 endfunction()
 
-# All op types that come with the project. Whoever links this target has them built too: a program
-# that opens scenes needs them when it runs, and links none.
+# All op types of the project. Programs that open scenes load them at run time and link none of
+# them; linking this target builds them too.
 add_custom_target(tellar_plugins)
 add_library(tellar_op_types INTERFACE)
 add_dependencies(tellar_op_types tellar_plugins)
@@ -196,7 +209,7 @@ function(tellar_plugin name)
     add_dependencies(tellar_plugins ${name})
 endfunction()
 
-# All renderers that come with the project.
+# All renderers of the project.
 add_custom_target(tellar_renderers)
 
 # tellar_renderer_plugin(<name> SOURCES <files...>): a plug-in that draws pictures,
@@ -208,7 +221,7 @@ function(tellar_renderer_plugin name)
     add_dependencies(tellar_renderers ${name})
 endfunction()
 
-# What runs under ThreadSanitizer; nothing else need be built for it.
+# The tests that run under ThreadSanitizer, which need no other target.
 if(TELLAR_BUILD_TESTS)
     add_custom_target(threaded_tests)
 endif()
