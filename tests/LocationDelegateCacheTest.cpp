@@ -45,7 +45,7 @@ const Suite* SuiteOf(const std::string& pluginName) {
     return static_cast<const Suite*>(PluginManager::getPluginSuite(plugin));
 }
 
-/// What a library registered with the host.
+/// A suite that a library registered with the host.
 const DelegateCalls& CallsOf(const char* library) {
     return *static_cast<const DelegateCalls*>(OxGetPluginHost()->getSuite(library, 1));
 }

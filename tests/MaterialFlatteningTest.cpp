@@ -370,7 +370,7 @@ TEST(MinimizedMaterial, IsTheSameMinimizedAgain) {
     EXPECT_EQ(MinimizeResolvedMaterialAttr(once), once);
 }
 
-// Of locations ------------------------------------------------------------------------------------
+// Locations ---------------------------------------------------------------------------------------
 
 /// /root > parent > child, each with a material or none.
 Ptr ChildOf(const GroupAttribute& rootMaterial, const GroupAttribute& parentMaterial,

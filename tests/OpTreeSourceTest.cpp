@@ -171,7 +171,7 @@ TEST(OpTreeAttributeSource, KeepsItsDescriptionAfterTheCallersIsGone) {
     EXPECT_TRUE(source.isValid(nullptr));
 }
 
-// What all sources share --------------------------------------------------------------------------
+// All sources -------------------------------------------------------------------------------------
 
 /// A source that is nothing but its hash.
 class BareSource : public AbstractOpTreeSource {

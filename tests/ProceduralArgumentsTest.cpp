@@ -34,10 +34,10 @@ using testing::IsEmpty;
 
 using Ptr = TELLAR::GeometryProducer::Ptr;
 
-/// What stands at the end of every classic text for the default context.
+/// The end of every classic text for the default context.
 constexpr const char* kDefaultEnd = " -frame 1 -shutter 0 0 -cropwindow 0 1 0 1";
 
-/// What the callback was told since the test began.
+/// The texts that the callback got since the test began.
 struct Told {
     std::vector<std::string> messages;
     std::vector<Ptr> producers;

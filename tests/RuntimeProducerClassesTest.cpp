@@ -269,7 +269,7 @@ TEST(RuntimeProducerClasses, TakeNoMoreMemoryThanTheyNeed) {
 
 // Ends of threads and of the process --------------------------------------------------------------
 
-/// What a thread drops when its thread-local objects go, last of all those it has by then.
+/// A thread-local object that drops its content at the end of the thread, after all others.
 struct KeptByThread {
     Ptr producer;
 };

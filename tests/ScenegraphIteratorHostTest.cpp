@@ -448,7 +448,7 @@ TEST(IteratorHost, LogsADescriptionThatIsAPipeWithoutWaiting) {
                 ElementsAre(HasSubstr("\"" + pipe + "\": not a regular file")));
 }
 
-/// What opening gave, said and logged.
+/// The result of opening a scene, with all that was printed and logged.
 struct Opened {
     explicit Opened(const std::function<OxSgIteratorStruct*()>& open) {
         const CapturedErrors errors;
@@ -623,7 +623,7 @@ TEST(IteratorHost, TakesTheLastSharedRuntimeAwayBeforeThereIsANewOne) {
 
 // Ending ------------------------------------------------------------------------------------------
 
-/// What finalizing a scene says, and whether its runtime has forgotten "/root".
+/// The messages of finalizing a scene, and whether its runtime has forgotten "/root".
 struct Finalized {
     explicit Finalized(const GroupAttribute& rootAttrs) {
         const SceneFile file(SceneTree(rootAttrs));

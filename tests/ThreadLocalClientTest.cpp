@@ -42,7 +42,7 @@ OpTreeSource UniqueSource() {
         SceneTree(Location({{"tag", Text(UniqueTag())}})));
 }
 
-/// What the object gives to a thread of its own that has ended by then.
+/// The client that the object gives to a new thread, which has ended on return.
 Client ClientOfEndedThread(ThreadLocalClient& threadLocalClient) {
     Client client;
     std::thread([&] { client = threadLocalClient.getClient(); }).join();

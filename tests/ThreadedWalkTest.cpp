@@ -80,7 +80,7 @@ public:
         return Location({{"n", Int(0)}, {"tag", Text(UniqueTag())}}, groupEntries);
     }
 
-    /// What a walk is to find, written down without one.
+    /// The expected result of a walk, computed without one.
     Lines lines() const {
         Lines lines{"/root=0"};
         for (int group = 0; group < groups; ++group) {
@@ -233,7 +233,7 @@ GroupAttribute MillionLocations() {
         {{"scene", OpEntry("StaticScene", scene)}, {"array", OpEntry("Array", args, {"scene"})}});
 }
 
-/// What a walk found, in a few numbers that depend on every path and on the order of the walk.
+/// The result of a walk in a few numbers, which depend on every path and on the order.
 struct Digest {
     std::uint64_t locations = 0;
     std::uint64_t bricks = 0;

@@ -174,7 +174,7 @@ TEST(TilePath, FillsInPlaceholdersThatComeWithOthers) {
     EXPECT_EQ(WithTemplate("@STEM@_@COLUMN@_@ROW@@EXT@", {2, 3}, "/out/a@EXT@.exr"),
               "/out/a.exr_2_3.exr");
     EXPECT_EQ(WithTemplate("@DEFAULT@", {2, 3}, "/out/a@ROW@.exr"), "/out/tile_2_3.a3.exr");
-    // What comes earlier is not looked for again.
+    // Earlier parts of the path are not searched again.
     EXPECT_EQ(WithTemplate("@STEM@_@COLUMN@_@ROW@@EXT@", {2, 3}, "/out/a@ROW@.exr"),
               "/out/a@ROW@_2_3.exr");
 }

@@ -23,7 +23,7 @@ public:
         return generation;
     }
 
-    /// As above, but does nothing and returns false for an earlier generation.
+    /// Like the one above, but does nothing and returns false for an earlier generation.
     template <typename Body>
     bool access(Generation wanted, Body body) {
         const std::lock_guard<std::mutex> guard(lock);

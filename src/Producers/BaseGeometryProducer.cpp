@@ -146,7 +146,7 @@ GeometryProducer::Ptr BaseGeometryProducer::getChildAt(std::int64_t index, bool 
     return tree->makeProducer({this, std::move(data), index, tree});
 }
 
-/// By the functions that a derived class may replace.
+/// Calls the functions that a derived class may replace.
 GeometryProducer::Ptr BaseGeometryProducer::getChildAt(std::int64_t index, std::string path,
                                                        bool evict) {
     TellarRuntime::LocationData data = getLocationData(path, evict);

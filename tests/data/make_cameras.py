@@ -141,7 +141,7 @@ def transform(image):
     return [value for row, w in zip(rows_of(image), (0, 0, 0, 1)) for value in (*row, F(w))]
 
 
-# What a case is made of -------------------------------------------------------------------------
+# The parts of a case ----------------------------------------------------------------------------
 
 
 @dataclass(eq=False)
@@ -289,7 +289,7 @@ def usual_points(lens):
     ]
 
 
-# What is expected -------------------------------------------------------------------------------
+# Expected results -------------------------------------------------------------------------------
 
 
 def share(value, low, high):

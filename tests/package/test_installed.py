@@ -122,7 +122,7 @@ class InstalledTreeTest(PackageTest):
         exported = [path for path in files_in(self.tree) if path.endswith((".pc", ".cmake"))]
         self.assertGreater(len(exported), len(LIBRARIES))
         for path in exported:
-            # What CMake itself writes there: comments, and where the search for the prefix ends.
+            # The lines that CMake itself writes there: comments, and where the search for the prefix ends.
             text = re.sub(r"(?m)^\s*#.*$|_IMPORT_PREFIX STREQUAL \"/\"", "",
                           (self.tree / path).read_text())
             self.assertNotRegex(text, r"(?<![\w}.])/[A-Za-z]", path)

@@ -1,7 +1,7 @@
 #ifndef TELLAR_TEST_CHECKSPLUGIN_H
 #define TELLAR_TEST_CHECKSPLUGIN_H
 
-/* What plug-ins that check the library's suites begin with. For the one source of a library. */
+/* The common part of plug-ins that check the library's suites. For the one source of a library. */
 
 #include <stddef.h>
 

@@ -1,7 +1,7 @@
 #ifndef TELLAR_TEST_DELEGATEFORTESTS_H
 #define TELLAR_TEST_DELEGATEFORTESTS_H
 
-/* What the delegate plug-ins of the tests are made from. C99; for the one source of a library. */
+/* The common part of the delegate plug-ins of the tests. C99; for the one source of a library. */
 
 #include <stddef.h>
 

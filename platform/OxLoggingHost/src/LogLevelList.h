@@ -8,7 +8,7 @@
 
 #include <OxLoggingHost/OxLoggerGlue.h>
 
-/// What a text such as "warn,ClientFactory=debug" says about thresholds.
+/// The thresholds in a text such as "warn,ClientFactory=debug".
 struct LogLevelList {
     OxLogLevel defaultLevel = OxLogLevel::warn;
     std::map<std::string, OxLogLevel> loggerLevels;

@@ -175,7 +175,7 @@ TEST_F(OxLoggerGlueTest, HandsEveryMessageToOneSinkWhileSinksAreReplaced) {
     EXPECT_GT(second, 0);
 }
 
-// What OX_LOG_LEVEL says is read once a process: these run in a process of their own.
+// OX_LOG_LEVEL is read once for each process, so these run in a process of their own.
 using OxLoggerGlueDeathTest = OxLoggerGlueTest;
 
 [[noreturn]] void logWithLevels(const char* levels) {

@@ -17,7 +17,7 @@ using namespace OxAttribute;
 using namespace Damaged;
 using testing::HasSubstr;
 
-// What an attacker would try
+// Files that an attacker would make
 
 namespace {
 

@@ -16,7 +16,7 @@ inline GroupAttribute Parse(const std::string& text) {
     return ParseDescriptionJson(text, "in.json", "");
 }
 
-/// What `json` as the argument "v" of an op becomes.
+/// The attribute that `json` becomes as the argument "v" of an op.
 inline Attribute ArgumentFrom(const std::string& json) {
     const GroupAttribute description =
         Parse(R"({"ops": [{"name": "a", "type": "T", "args": {"v": )" + json + "}}]}");

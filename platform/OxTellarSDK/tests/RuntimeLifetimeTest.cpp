@@ -14,7 +14,7 @@
 using namespace OxAttribute;
 using namespace TestOps;
 
-// What an op type keeps
+// State that an op type keeps
 
 namespace {
 

@@ -204,7 +204,7 @@ TEST(TakenResults, AreEmptyForAClientThatCannotCook) {
     EXPECT_EQ(client->takeResults(), nullptr);
 }
 
-// What this runtime has cooked
+// The locations that one runtime has cooked
 
 TEST(CachedLocation, ExistsOnlyAfterThisRuntimeHasCookedIt) {
     Graph first, second;

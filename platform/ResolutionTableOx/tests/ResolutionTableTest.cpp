@@ -269,7 +269,7 @@ protected:
     const CapturedLog log;
 };
 
-// As if the file had been written at another time, however fast the test is.
+// Gives the file another time, however fast the test is.
 void Age(const std::string& path, int seconds) {
     std::filesystem::last_write_time(path, std::filesystem::last_write_time(path) -
                                                std::chrono::seconds(seconds));

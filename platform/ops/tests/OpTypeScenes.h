@@ -135,7 +135,7 @@ inline Attribute ThroughAFile(const Attribute& attribute, const std::string& pat
     return Attribute::readAttributeStream(&stream, FileStream::read, 0);
 }
 
-/// What goes wrong with an Op of the type when its first location is cooked.
+/// The error of an Op of the type when its first location is cooked.
 inline std::string CookErrorOf(const std::string& type, const GroupAttribute& args,
                                int numberOfInputs = 0) {
     Graph graph;

@@ -32,7 +32,7 @@ std::string Section(const std::string& type) {
     return document.substr(begin, document.find("\n## ", begin + 1) - begin);
 }
 
-/// What stands before the first section.
+/// The text before the first section.
 std::string Introduction() {
     const std::string document = ReadDocument();
     return document.substr(0, document.find("\n## "));
@@ -46,7 +46,7 @@ std::string Example(const std::string& text) {
     return text.substr(at + begin.size(), text.find("```", at + 1) - at - begin.size());
 }
 
-/// What the last Op of a description presents.
+/// The locations that the last Op of a description presents.
 class Scene {
 public:
     explicit Scene(const GroupAttribute& description) {

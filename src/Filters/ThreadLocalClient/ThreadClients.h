@@ -9,7 +9,7 @@
 
 namespace TELLAR {
 
-// What the client factory and ThreadLocalClient tell each other.
+// The interface between the client factory and ThreadLocalClient.
 
 /// Frees results as a request for a client does. Does nothing while another thread makes a request.
 void FreeResultsUnusedForLong();

@@ -24,7 +24,7 @@ struct Entry {
     bool isRead = false; // also when reading failed
 };
 
-/// By camera path and hash of the producer. It has no bound; only ClearCameraInfoCache empties it.
+/// Cameras by path and hash of the producer. Only ClearCameraInfoCache removes any of them.
 using CameraCache = GenerationCache<std::map<std::string, Entry>>;
 
 CameraCache& GetCache() {

@@ -9,7 +9,7 @@ namespace TELLAR {
 /// The resolution table's entry. Throws as GetRenderResolution does.
 ResolutionTableEntry LookUpResolution(const std::string& name);
 
-/// As GetCameraPath, but throws std::runtime_error "No root producer given for determining render
+/// Like GetCameraPath, but throws std::runtime_error "No root producer given for determining render
 /// camera path." for a null root.
 std::string RenderCameraPath(const GeometryProducer::Ptr& root);
 

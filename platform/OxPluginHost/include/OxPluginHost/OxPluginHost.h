@@ -17,10 +17,11 @@ extern "C" {
 /* How serious a message is. */
 enum { kOxLogDebug = 0, kOxLogInfo = 1, kOxLogWarn = 2, kOxLogError = 3 };
 
-/* What a host offers to plug-ins. Every member is as large as a pointer, and their order is the
-   contract: the record is never edited again, new members come behind the last one with a higher
-   recordVersion. Every function may be called from any thread, takes null for any pointer, and
-   lets no exception out. Texts and suites that come back live to the end of the process. */
+/* The functions that a host offers to plug-ins. Every member is as large as a pointer, and their
+   order is the contract: the record is never edited again, and new members come after the last one
+   with a higher recordVersion. Every function may be called from any thread, takes null for any
+   pointer, and lets no exception out. The texts and suites that they return live to the end of the
+   process. */
 typedef struct OxPluginHost {
     /* 0 OX_PLUGIN_HOST_RECORD_VERSION of the host. */
     uintptr_t recordVersion;

@@ -3,7 +3,7 @@
 
 #include <OxPluginHost/OxPluginHost.h>
 
-/// What the plug-in "asking guest" of the API "TestAskingGuests", version 1, was told.
+/// The answers that the plug-in "asking guest" of the API "TestAskingGuests", version 1, got.
 struct AskingGuestSuite {
     OxPluginHost* hostGiven = nullptr;
     OxPluginHost* hostAskedForWhenGiven = nullptr;

@@ -13,7 +13,7 @@ typedef struct GuestSuite {
     OxAttributeStruct* (*madeAttribute)(void);
 } GuestSuite;
 
-/* What the plug-in registers with the host in return, as "TestGuestGreeting", version 3. */
+/* The suite that the plug-in registers with the host, as "TestGuestGreeting", version 3. */
 typedef struct GreetingSuite {
     const char* (*greeting)(void);
 } GreetingSuite;

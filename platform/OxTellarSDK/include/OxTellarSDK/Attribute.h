@@ -306,11 +306,11 @@ public:
     StringAttribute(const std::vector<std::string>& values, std::int64_t tupleSize);
     StringAttribute(std::initializer_list<std::string_view> values, std::int64_t tupleSize)
         : StringAttribute(values.begin(), static_cast<std::int64_t>(values.size()), tupleSize) {}
-    /// As for NumericAttribute.
+    /// See NumericAttribute.
     StringAttribute(const std::map<float, std::vector<std::string>>& samples,
                     std::int64_t tupleSize);
 
-    /// As NumericAttribute::getValue.
+    /// See NumericAttribute::getValue.
     std::string getValue(const std::string& defaultValue = std::string(),
                          bool throwOnError = true) const;
     /// The same as getValue("", false) without a copy. It lives as long as the attribute's value.

@@ -1,7 +1,7 @@
 #ifndef OXTELLARSDK_ATTRIBUTETYPES_H
 #define OXTELLARSDK_ATTRIBUTETYPES_H
 
-/* What the C and C++ sides of the attribute interface share. C99. */
+/* The types that the C and C++ sides of the attribute interface share. C99. */
 
 #include <stdint.h>
 

@@ -41,7 +41,7 @@ Registry& GetRegistry() {
     return *registry;
 }
 
-/// As ExceptionFrom, but passes std::bad_alloc on, because the plug-in may have memory when it is
+/// Like ExceptionFrom, but passes std::bad_alloc on, because the plug-in may have memory when it is
 /// asked again.
 template <typename Call>
 std::string LastingExceptionFrom(const Call& call) {

@@ -77,7 +77,7 @@ struct WalkCursor {
     }
 };
 
-// As many stores as a cook usually passes through. More of them share the places.
+// The number of stores that a cook usually passes through. Further stores share the places.
 using WalkCursors = std::array<WalkCursor, 16>;
 
 /// Null when the thread has no cursors: without memory for them, and at its end.

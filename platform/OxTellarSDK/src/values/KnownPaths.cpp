@@ -127,7 +127,7 @@ void Remember(Route& found, std::uint64_t container, std::string_view path) {
     pair[0] = found;
 }
 
-/// As FindInFile, by the names in the groups. Not inline, so that a hit in the cache does not set
+/// FindInFile by the names in the groups. Not inline, so that a hit in the cache does not set
 /// up the larger stack frame.
 [[gnu::noinline]] const Node* Search(const Node* group, std::string_view path) {
     Container& container = *Container::Of(group);

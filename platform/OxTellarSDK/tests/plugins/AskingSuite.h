@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-/// What the plug-in "asking" saw of its manager while it was being loaded.
+/// The answers that the manager gave the plug-in "asking" while it was being loaded.
 struct AskingSuite {
     std::size_t shapesSeenByInitialiser;
     std::size_t shapesSeenWhenCounted;

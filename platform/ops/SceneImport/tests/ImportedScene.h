@@ -94,7 +94,7 @@ public:
         return children;
     }
 
-    /// What cooking the location throws; empty when it does not.
+    /// The text of the exception that cooking the location throws; empty when it throws none.
     std::string error(const std::string& path = "/root/world") const {
         try {
             cook(path);

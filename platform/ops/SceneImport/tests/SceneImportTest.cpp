@@ -605,7 +605,7 @@ TEST_F(ColladaPanel, HasMaterialsWithTextures) {
               (Floats{0.5f}));
 }
 
-/// What Assimp itself writes of the house.
+/// The house as Assimp itself writes it.
 class ExportedHouse : public testing::Test {
 protected:
     std::string exportAs(const char* format, const std::string& name) const {
