@@ -74,7 +74,7 @@ public:
             return;
         }
         const LocationData data = InputAt(context, path);
-        const StringAttribute children = data.getPotentialChildren();
+        const StringAttribute& children = data.getPotentialChildren();
         if (path != state.path) {
             PassWithChildren(context, data, WithName(children, NameTowards(state.path, path)));
             return;

@@ -25,7 +25,7 @@ void EditOp::cook(CookContext& context) const {
         context.pass(data);
         return;
     }
-    const GroupAttribute attrs = data.getAttrs();
+    const GroupAttribute& attrs = data.getAttrs();
     const GroupAttribute edited = edit(context, attrs);
     if (edited.getHandle() == attrs.getHandle()) {
         context.pass(data);

@@ -26,7 +26,7 @@ GroupAttribute MergedAttrs(const std::vector<LocationData>& inputs) {
     std::size_t given = 0;
     GroupAttribute last;
     for (const LocationData& data : inputs) {
-        const GroupAttribute attrs = data.getAttrs();
+        const GroupAttribute& attrs = data.getAttrs();
         if (!attrs.isValid()) continue;
         ++given;
         last = attrs;

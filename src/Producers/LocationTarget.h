@@ -18,9 +18,9 @@ namespace TELLAR {
 /// Whether clients find children from their parent's data. Those of a platform that stands in for
 /// ours may not; each location is then asked for by its path.
 template <typename Client, typename = void>
-constexpr bool kFindsChildrenByIndex = false;
+inline constexpr bool kFindsChildrenByIndex = false;
 template <typename Client>
-constexpr bool kFindsChildrenByIndex<
+inline constexpr bool kFindsChildrenByIndex<
     Client, std::void_t<decltype(&Client::cookChild), decltype(&Client::getCachedChild)>> = true;
 
 class LocationByPath {

@@ -45,7 +45,7 @@ private:
 
     static Sun makeSun(const DirectionalLight& light);
     LightSample sampleEnvironment(std::size_t environment, const V2f& u) const;
-    LightSample sampleSun(std::size_t sun, const V2f& u) const;
+    LightSample sampleSun(std::size_t which, const V2f& u) const;
     float probabilityOfSun(std::size_t sun) const;
 
     std::vector<EnvironmentMap> environments;

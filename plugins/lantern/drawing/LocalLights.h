@@ -59,8 +59,8 @@ private:
     static LightSample samplePanel(const LightPanel& panel, const V3f& from, const V2f& u);
     LightSample sampleTriangle(Index triangle, const V3f& from, float time, const V2f& u) const;
 
-    Color radianceOfPanel(std::size_t panel, const Ray& ray, float distance, float bsdfPdf) const;
-    Color radianceOfSphere(std::size_t lamp, const Ray& ray, float bsdfPdf) const;
+    Color radianceOfPanel(std::size_t which, const Ray& ray, float distance, float bsdfPdf) const;
+    Color radianceOfSphere(std::size_t which, const Ray& ray, float bsdfPdf) const;
 
     std::vector<Lamp> lamps;
     std::vector<LightSphere> spheres; // of the lamps that have one

@@ -32,7 +32,8 @@ inline float LinearFromSrgb(float value) {
 }
 
 inline std::uint8_t ToByte(float value) {
-    return static_cast<std::uint8_t>(Clamp01(value) * 255 + 0.5f);
+    const float nextHalf = Clamp01(value) * 255 + 0.5f;
+    return static_cast<std::uint8_t>(nextHalf);
 }
 
 } // namespace lantern

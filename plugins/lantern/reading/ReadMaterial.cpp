@@ -201,7 +201,7 @@ void MaterialReader::readNumber(const NumberInput& number) {
 }
 
 void MaterialReader::readTextures() {
-    for (int i = 0; i < MaterialDraft::kSlots; ++i)
+    for (std::size_t i = 0; i < MaterialDraft::kSlots; ++i)
         draft.textures[i] = readTexture(MaterialDraft::slots[i]);
 }
 

@@ -1,6 +1,7 @@
 #ifndef LANTERN_READING_READMATERIAL_H
 #define LANTERN_READING_READMATERIAL_H
 
+#include <array>
 #include <functional>
 #include <optional>
 #include <string>
@@ -17,11 +18,11 @@ struct MaterialDraft {
         Index Material::*index; ///< where the texture's number goes
         bool isColor;
     };
-    static constexpr int kSlots = 8;
+    static constexpr std::size_t kSlots = 8;
     static const Slot slots[kSlots];
 
     Material values;
-    std::optional<Texture> textures[kSlots]; ///< in the order of `slots`
+    std::array<std::optional<Texture>, kSlots> textures; ///< in the order of `slots`
 
     /// A text that is equal exactly for equal drafts.
     std::string key() const;

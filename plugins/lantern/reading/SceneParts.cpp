@@ -66,7 +66,7 @@ private:
         return materialNumbers.of(old, [&] {
             const MaterialDraft& draft = surfaces.materials[old];
             Material material = draft.values;
-            for (int i = 0; i < MaterialDraft::kSlots; ++i)
+            for (std::size_t i = 0; i < MaterialDraft::kSlots; ++i)
                 if (draft.textures[i])
                     material.*MaterialDraft::slots[i].index = textureOf(*draft.textures[i]);
             scene.materials.push_back(std::move(material));

@@ -45,7 +45,7 @@ std::string ProcessTilePath(const std::string& picturePath, const std::vector<in
     const std::string stem = picture.stem().string();
     const std::string extension = picture.extension().string();
     const std::string defaultName = "tile_" + column + "_" + row + "." + stem + extension;
-    const std::string defaultPath = (folder / defaultName).string();
+    std::string defaultPath = (folder / defaultName).string();
     if (!Config()->has(kTemplateKey)) return defaultPath;
 
     const std::string nameTemplate = Config()->get(kTemplateKey);

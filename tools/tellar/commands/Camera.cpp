@@ -183,6 +183,7 @@ std::string JsonOf(const TransformSample& sample) {
 
 std::string JsonOf(const std::vector<TransformSample>& samples) {
     std::vector<std::string> lines;
+    lines.reserve(samples.size());
     for (const TransformSample& sample : samples)
         lines.push_back(JsonOf(sample));
     return JsonLines(lines);

@@ -110,8 +110,10 @@ Table TableOf(const std::vector<MaterialSource>& sources) {
 Table TableOf(const std::vector<ShadingNetwork::Terminal>& terminals) {
     if (terminals.empty()) return {{"none"}};
     Table rows;
-    for (const auto& [name, node, port] : terminals)
-        rows.push_back({name, port.empty() ? node : node + "." + port});
+    for (const auto& [name, node, port] : terminals) {
+        rows.push_back({name, node});
+        if (!port.empty()) rows.back().back().append(".").append(port);
+    }
     return rows;
 }
 

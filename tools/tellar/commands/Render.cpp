@@ -98,7 +98,7 @@ void CheckTilePlace(const std::string& what, std::int32_t place, std::int32_t co
 }
 
 std::vector<std::int32_t> TileFromText(const std::string& text) {
-    const auto tile = NumberList<std::int32_t>("--tile", text, {4}, "C,R,CS,RS, such as 0,1,2,2");
+    auto tile = NumberList<std::int32_t>("--tile", text, {4}, "C,R,CS,RS, such as 0,1,2,2");
     CheckTilePlace("column", tile[0], tile[2]);
     CheckTilePlace("row", tile[1], tile[3]);
     return tile;
@@ -111,7 +111,7 @@ void CheckCropRange(float least, float most) {
 }
 
 std::vector<float> CropFromText(const std::string& text) {
-    const auto crop =
+    auto crop =
         NumberList<float>("--crop", text, {4}, "XMIN,XMAX,YMIN,YMAX, such as 0.25,0.75,0,1");
     CheckCropRange(crop[0], crop[1]);
     CheckCropRange(crop[2], crop[3]);

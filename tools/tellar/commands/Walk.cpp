@@ -76,7 +76,7 @@ std::unique_ptr<LocationPrinter> MakePrinter(const WalkOptions& options) {
 /// cooks as far as it will go.
 GeometryProducer::Ptr OpenStart(const Scene& scene, const WalkOptions& options) {
     if (options.variant == Variant::ThreadAware) return scene.threadAware(options.start);
-    const GeometryProducer::Ptr sync = scene.sync(options.start);
+    GeometryProducer::Ptr sync = scene.sync(options.start);
     if (options.variant == Variant::Sync) return sync;
     LocationCount ignored{0};
     WalkLocations(sync, options.limits, *MakeQuietPrinter(), ignored, [](const std::string&) {});

@@ -20,11 +20,13 @@ public:
         return slot ? slot->number : kShared;
     }
 
-private:
-    friend class PerThread<ThreadSlot>;
+    // For PerThread.
     ThreadSlot() noexcept;
     ~ThreadSlot();
+    ThreadSlot(const ThreadSlot&) = delete;
+    ThreadSlot& operator=(const ThreadSlot&) = delete;
 
+private:
     const std::uint32_t number;
 };
 

@@ -13,7 +13,6 @@ namespace OxTellarRuntimeDetail {
 
 using OxAttribute::Attribute;
 using OxAttribute::GroupAttribute;
-using OxAttribute::Hash;
 using OxAttribute::StringAttribute;
 using OxAttribute::ThreadSlot;
 using LocationData = TellarRuntime::LocationData;

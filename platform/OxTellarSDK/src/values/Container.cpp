@@ -66,7 +66,7 @@ Attribute Container::Open(FileBuffer buffer, const std::string& name, ContainerK
     if (!container->isLarge()) container->verifyRange(0, container->footer.tableOffset);
     Attribute root = container->root();
     registry.containers.push_back(container.get());
-    container.release();
+    static_cast<void>(container.release()); // Collect deletes it
     return root;
 }
 
