@@ -46,8 +46,8 @@ std::uint64_t HashCharacters(const std::string& text) {
     constexpr std::uint64_t kIncrement = 0xe6546b64ull;
     std::uint64_t hash = 0;
     for (const char character : text) {
-        const auto signExtended = static_cast<std::int64_t>(static_cast<signed char>(character));
-        auto key = static_cast<std::uint64_t>(signExtended);
+        const std::int64_t byte = static_cast<unsigned char>(character);
+        auto key = static_cast<std::uint64_t>(byte < 0x80 ? byte : byte - 0x100); // sign-extended
         key *= kMultiplier;
         key ^= key >> 47;
         key *= kMultiplier;
