@@ -26,10 +26,20 @@ std::uint32_t TakeFreeSlot() noexcept {
 
 } // namespace
 
-ThreadSlot::ThreadSlot() noexcept : number(TakeFreeSlot()) {}
+TELLAR_THREAD_WORD std::uint32_t ThreadSlot::current = ThreadSlot::kNone;
+
+ThreadSlot::ThreadSlot() noexcept : number(TakeFreeSlot()) {
+    current = number;
+}
 
 ThreadSlot::~ThreadSlot() {
+    current = kNone;
     if (number != kShared) freeSlots.fetch_or(1u << number, std::memory_order_release);
+}
+
+std::uint32_t ThreadSlot::Assign() noexcept {
+    const ThreadSlot* own = PerThread<ThreadSlot>::Get();
+    return own ? own->number : kShared;
 }
 
 } // namespace OxAttribute

@@ -16,8 +16,8 @@ public:
     static constexpr std::uint32_t kShared = kCount - 1;
 
     static std::uint32_t Current() {
-        const ThreadSlot* slot = PerThread<ThreadSlot>::Get();
-        return slot ? slot->number : kShared;
+        const std::uint32_t known = current;
+        return known != kNone ? known : Assign();
     }
 
     // For PerThread.
@@ -27,6 +27,12 @@ public:
     ThreadSlot& operator=(const ThreadSlot&) = delete;
 
 private:
+    static constexpr std::uint32_t kNone = ~0u;
+    static std::uint32_t Assign() noexcept;
+
+    // A copy of the number beside the pointer of PerThread: every count of a value in a file reads
+    // it.
+    static TELLAR_THREAD_WORD std::uint32_t current;
     const std::uint32_t number;
 };
 
