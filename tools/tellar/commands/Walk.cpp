@@ -50,7 +50,7 @@ struct WalkOptions {
     std::string start = "/root";
     WalkLimits limits;
     Variant variant = Variant::ThreadAware;
-    /// As in PrintOptions.
+    /// See PrintOptions.
     std::optional<std::string> attributes;
     bool worldMatrix = false;
     bool json = false;

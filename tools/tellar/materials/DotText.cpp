@@ -100,7 +100,7 @@ private:
         return ids.try_emplace(node, "n" + std::to_string(ids.size())).first->second;
     }
 
-    /// As idOf, for the target of a terminal or a connection, which may be missing.
+    /// Like idOf, for the target of a terminal or a connection, which may be missing.
     const std::string& sourceId(const std::string& node) {
         const bool isNew = ids.count(node) == 0;
         const std::string& id = idOf(node);

@@ -39,7 +39,7 @@ public:
         threads.emplace_back([this] { work(); });
     }
 
-    /// As OrderedText::next().
+    /// See OrderedText::next().
     std::optional<std::string> nextText() { return output.next(); }
 
 private:
