@@ -9,6 +9,9 @@ namespace lantern {
 /// Replaces a file atomically: writes a hidden file beside it, then renames that. The permissions
 /// of an existing file are kept. Throws a RenderError that names the path and leaves the old file
 /// as it was.
+///
+/// The plug-in has a version of its own because a renderer uses nothing of the libraries but their
+/// C headers.
 void ReplaceFile(const std::string& path, const std::vector<unsigned char>& bytes);
 
 /// Throws a RenderError that names the folder of the path if it does not exist.
