@@ -53,11 +53,15 @@ elseif(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_COMPILE_WARNING_AS_ERROR)
     set(CMAKE_COMPILE_WARNING_AS_ERROR ON)
 endif()
 
-# Keeps a library in the process when the program closes it. Its suites, op types and functions for
-# the ends of threads stay registered elsewhere and would dangle.
-function(tellar_stays_loaded name)
+# The options of every library that programs load. It stays in the process when the program closes
+# it, because its suites, op types and functions for the ends of threads stay registered elsewhere and
+# would dangle. It exports no names of the C++ standard library or of Boost.
+function(tellar_loadable name)
     if(UNIX AND NOT APPLE)
-        target_link_options(${name} PRIVATE -Wl,-z,nodelete)
+        set(own_names "${PROJECT_SOURCE_DIR}/cmake/OwnNames.map")
+        target_link_options(${name} PRIVATE
+            -Wl,-z,nodelete "LINKER:--version-script=${own_names}")
+        set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS "${own_names}")
     endif()
     set_property(GLOBAL APPEND PROPERTY TELLAR_LOADABLE_TARGETS ${name})
 endfunction()
@@ -96,7 +100,7 @@ function(tellar_library name)
         target_compile_options(${name} PRIVATE -fno-semantic-interposition)
         target_link_options(${name} PRIVATE -Wl,-Bsymbolic-functions)
     endif()
-    tellar_stays_loaded(${name})
+    tellar_loadable(${name})
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION} SOVERSION ${TELLAR_ABI_VERSION}
         INSTALL_RPATH "$ORIGIN")
@@ -186,7 +190,7 @@ function(tellar_module name folder component)
     add_library(${name} MODULE ${ARGN})
     target_include_directories(${name} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
     target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
-    tellar_stays_loaded(${name})
+    tellar_loadable(${name})
     set_target_properties(${name} PROPERTIES
         PREFIX "" LIBRARY_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:OxTellarSDK>/${folder}"
         INSTALL_RPATH "$ORIGIN/..")
