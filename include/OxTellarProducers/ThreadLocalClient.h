@@ -5,6 +5,8 @@
 
 namespace TELLAR {
 
+struct ThreadClients;
+
 /// One client per thread for an op-tree source, made on the thread's first request and given back
 /// to the client factory when the thread ends. All objects over sources with equal hashes give a
 /// thread the same client. A request from another thread-local object that ends after that counts
@@ -27,15 +29,13 @@ public:
     virtual std::shared_ptr<TellarRuntime::Client> getClient();
 
 private:
-    class Store;
-    friend struct StoreRegistry;
     friend class ThreadAwareAccess;
     /// The client of getClient() of this very class, without another reference to it: the thread
     /// keeps its client.
     const std::shared_ptr<TellarRuntime::Client>& getHeldClient();
 
     OpTreeSource source;
-    boost::shared_ptr<Store> store; // empty for an invalid source
+    boost::shared_ptr<ThreadClients> clients; // empty for an invalid source
 };
 
 } // namespace TELLAR

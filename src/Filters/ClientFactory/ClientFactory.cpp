@@ -1,17 +1,22 @@
 #include <OxTellarProducers/ClientFactory.h>
 
 #include <cstddef>
+#include <exception>
 #include <list>
 #include <map>
+#include <mutex>
+#include <set>
 #include <utility>
 #include <vector>
+
+#include <boost/make_shared.hpp>
 
 #include <OxRenderServices/AnalyticsManager.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 #include <rapidjson/document.h>
 
 #include "NamedLogger.h"
-#include "ThreadLocalClient/ThreadClients.h"
+#include "ThreadClients.h"
 
 namespace TELLAR {
 
@@ -20,11 +25,6 @@ namespace {
 const NamedLogger kLogger("ClientFactory");
 
 using Client = std::shared_ptr<TellarRuntime::Client>;
-
-struct Creation {
-    std::shared_ptr<TellarRuntime> runtime;
-    Client client; // empty when it failed
-};
 
 std::string QueryRuntime(const TellarRuntime& runtime, const char* query) {
     std::string text;
@@ -41,58 +41,56 @@ void RecordUsage(const TellarRuntime& runtime) {
     OxRenderServices::AnalyticsManager* analytics =
         OxRenderServices::AnalyticsManager::getInstance();
     if (!analytics) return;
-    struct Record {
-        const char* query;
-        const char* name;
-    };
-    constexpr Record records[] = {{"getAnonymousOpTree", "runtime.opTree"},
-                                  {"getAnonymousOpRegistry", "runtime.opRegistry"}};
-    for (const Record& record : records) {
-        const std::string text = QueryRuntime(runtime, record.query);
+    constexpr const char* kQueriesAndNames[][2] = {
+        {"getAnonymousOpTree", "runtime.opTree"}, {"getAnonymousOpRegistry", "runtime.opRegistry"}};
+    for (const auto& [query, name] : kQueriesAndNames) {
+        const std::string text = QueryRuntime(runtime, query);
         if (text.empty()) continue;
         rapidjson::Document document;
         document.Parse(text.data(), text.size());
-        analytics->addRecord(record.name, document);
+        analytics->addRecord(name, document);
     }
 }
 
-Creation CreateClient(const OpTreeSource& source) {
+/// A new client, which keeps its runtime alive. Empty, with a logged reason, when none can be made.
+Client CreateClient(const OpTreeSource& source) {
     std::string problem;
     if (!source.isValid(&problem)) {
         kLogger.error("Invalid Op tree source: {}", problem);
         return {};
     }
-    const OxTellarServicesHost servicesHost;
-    Creation creation;
-    creation.runtime = servicesHost.createRuntime();
-    if (!creation.runtime) {
+    const auto runtime = OxTellarServicesHost().createRuntime();
+    if (!runtime) {
         kLogger.error("Runtime could not be loaded.");
         return {};
     }
-    const auto transaction = creation.runtime->createTransaction();
+    const auto transaction = runtime->createTransaction();
     const std::shared_ptr<TellarRuntime::Op> op = source.getOp(transaction);
     if (!op || op->getId() < 0) {
         kLogger.error("Could not parse OpTree from '{}'.", source.describe());
         return {};
     }
-    creation.client = transaction->createClient();
-    transaction->setClientOp(creation.client, op);
-    creation.runtime->commit(transaction);
-    RecordUsage(*creation.runtime);
-    return creation;
+    const Client client = transaction->createClient();
+    transaction->setClientOp(client, op);
+    runtime->commit(transaction);
+    RecordUsage(*runtime);
+    return client;
 }
 
 /// Owns every client that it ever made. A released client is on the stack of its source, from which
 /// the next request for the source takes it.
+///
+/// A client is unused when only the factory and threads hold pointers to it, and its source has no
+/// ThreadLocalClient, through which threads could use theirs.
 ///
 /// The results of a client are freed when a check finds it unused for the second time, so that a
 /// scene which replaces it, or opens it again, still finds them. A check covers the cooking
 /// entries, those that may have results. It runs when there are a quarter more of them than were in
 /// use at the last check, so a request checks a few entries on average.
 ///
-/// Locks: cacheLock guards everything but pendingReleases, and is held while a client is made;
-/// pendingLock guards pendingReleases and is taken last. Results are freed without a lock, because
-/// that runs code of op types.
+/// Locks: each guards the members below it. They are taken in the order of the members. cacheLock
+/// is held while a client is made. Results are freed without a lock, because that runs code of op
+/// types.
 class ClientFactory {
 public:
     Client create(const OpTreeSource& source) {
@@ -100,29 +98,51 @@ public:
         const OxTellarServicesHost pluginLoader;
         Results freed;
         const std::lock_guard<std::mutex> guard(cacheLock);
-        takeInReleased();
-        takeResultsUnusedForLong(freed);
+        update(freed, false);
         const auto known = newestReleased.find(source);
-        if (known != newestReleased.end() && known->second) return reuse(*known->second);
-        const Creation creation = CreateClient(source);
-        if (creation.client)
-            noteCooking(
-                entries.try_emplace(creation.client.get(), source, creation, newestReleased[source])
-                    .first->second);
-        return creation.client;
+        const bool isKnown = known != newestReleased.end() && known->second;
+        ClientEntry* const entry = isKnown ? known->second : make(source);
+        if (!entry) return {};
+        noteCooking(*entry);
+        entry->newestReleased = entry->nextReleased;
+        entry->isReleased = false;
+        return entry->client;
     }
 
-    void freeResultsUnusedForLong() {
+    const Client& createForThread(const OpTreeSource& source, ThreadClients& threads) {
+        const Client client = create(source);
+        try {
+            const std::lock_guard<std::mutex> guard(threadsLock);
+            return *threads.references.insert(client).first;
+        } catch (const std::exception&) { // no memory: the thread does without the client
+            invalidate(client);
+            throw;
+        }
+    }
+
+    boost::shared_ptr<ThreadClients> openThreads(const OpTreeSource& source, std::string* problem) {
+        std::unique_lock<std::mutex> threadsGuard(threadsLock);
+        const auto known = threadsBySource.find(source);
+        if (known == threadsBySource.end()) {
+            // Frees no results: a new scene may share them. The request for its client frees some.
+            if (!source.isValid(problem)) return {};
+            return threadsBySource.emplace(source, boost::make_shared<ThreadClients>())
+                .first->second;
+        }
+        const bool isReopened = known->second.use_count() == 1;
+        if (isReopened) reopened.insert(known->second.get());
+        const boost::shared_ptr<ThreadClients> threads = known->second;
+        threadsGuard.unlock();
         Results freed;
-        const std::unique_lock<std::mutex> guard(cacheLock, std::try_to_lock);
-        if (guard) takeResultsUnusedForLong(freed);
+        std::unique_lock<std::mutex> guard(cacheLock, std::defer_lock);
+        if (isReopened && guard.try_lock()) update(freed, false);
+        return threads;
     }
 
     void freeUnusedResults() {
         Results freed;
         const std::lock_guard<std::mutex> guard(cacheLock);
-        takeInReleased();
-        takeUnusedResults(freed, true);
+        update(freed, true);
     }
 
     void invalidate(Client client) {
@@ -135,96 +155,110 @@ private:
 
     struct ClientEntry {
         const OpTreeSource source;
-        const std::shared_ptr<TellarRuntime> runtime;
         const Client client;
         ClientEntry*& newestReleased; // of the source
         ClientEntry* nextReleased = nullptr;
-        ClientEntry* nextCooking = nullptr;
         bool isReleased = false;
-        bool isCooking = false;
         bool wasUnused = false; // at the last check
-
-        ClientEntry(const OpTreeSource& source, const Creation& creation, ClientEntry*& released)
-            : source(source), runtime(creation.runtime), client(creation.client),
-              newestReleased(released) {}
     };
 
-    void takeInReleased() {
+    /// Handles released clients and reopened sources. Then takes the results of all unused clients
+    /// if `atOnce`, or else of those found unused for the second time, if a check is due.
+    void update(Results& taken, bool atOnce) {
+        noteReleased();
+        const std::lock_guard<std::mutex> guard(threadsLock);
+        noteReopened();
+        if (atOnce || cooking.size() > usedEntries + usedEntries / 4)
+            takeUnusedResults(taken, atOnce);
+    }
+
+    void noteReleased() {
         std::list<Client> drained;
         {
             const std::lock_guard<std::mutex> guard(pendingLock);
             drained.swap(pendingReleases);
         }
-        for (const Client& client : drained) {
-            const auto found = entries.find(client.get());
-            if (found == entries.end()) continue;
-            ClientEntry& entry = found->second;
-            if (std::exchange(entry.isReleased, true)) continue;
-            entry.nextReleased = std::exchange(entry.newestReleased, &entry);
-        }
+        for (const Client& client : drained)
+            if (ClientEntry* const entry = find(client)) release(*entry);
     }
 
-    const Client& reuse(ClientEntry& newest) {
-        newest.newestReleased = newest.nextReleased;
-        newest.isReleased = false;
-        noteCooking(newest);
-        return newest.client;
+    /// Threads cook again with the clients that they kept while their source had no
+    /// ThreadLocalClient.
+    void noteReopened() {
+        for (const ThreadClients* threads : reopened)
+            for (const Client& client : threads->references)
+                if (ClientEntry* const entry = find(client)) noteCooking(*entry);
+        reopened.clear();
     }
 
-    void noteCooking(ClientEntry& entry) {
-        entry.wasUnused = false;
-        if (std::exchange(entry.isCooking, true)) return;
-        entry.nextCooking = std::exchange(firstCooking, &entry);
-        ++cookingEntries;
-    }
-
-    void takeResultsUnusedForLong(Results& taken) {
-        if (cookingEntries > usedEntries + usedEntries / 4) takeUnusedResults(taken, false);
-    }
-
-    /// `atOnce` also takes the results of clients that were in use at the last check.
     void takeUnusedResults(Results& taken, bool atOnce) {
-        const ThreadClients threads;
-        threads.forEachOfReopened([this](const Client& client) {
-            const auto found = entries.find(client.get());
-            if (found != entries.end()) noteCooking(found->second);
-        });
         usedEntries = 0;
-        for (ClientEntry** place = &firstCooking; *place;) {
+        for (auto place = cooking.begin(); place != cooking.end();) {
             ClientEntry& entry = **place;
-            const bool isUnused = IsUnused(entry, threads);
-            usedEntries += isUnused ? 0 : 1;
-            if (isUnused && (atOnce || entry.wasUnused)) {
+            const bool wasUnused = std::exchange(entry.wasUnused, isUnused(entry));
+            if (entry.wasUnused && (wasUnused || atOnce)) {
                 taken.emplace_back();
                 taken.back() = entry.client->takeResults();
-                *place = entry.nextCooking;
-                --cookingEntries;
-                entry.isCooking = false;
+                place = cooking.erase(place);
             } else {
-                entry.wasUnused = isUnused;
-                place = &entry.nextCooking;
+                usedEntries += entry.wasUnused ? 0 : 1;
+                ++place;
             }
         }
     }
 
-    static bool IsUnused(const ClientEntry& entry, const ThreadClients& threads) {
-        const std::optional<long> ofThreads = threads.referencesTo(entry.client, entry.source);
-        if (!ofThreads || entry.client.use_count() != 1 + *ofThreads) return false;
+    bool isUnused(const ClientEntry& entry) const {
+        std::size_t references = 1;
+        const auto known = threadsBySource.find(entry.source);
+        if (known != threadsBySource.end()) {
+            if (known->second.use_count() != 1) return false;
+            references += known->second->references.count(entry.client);
+        }
+        if (static_cast<std::size_t>(entry.client.use_count()) != references) return false;
         // Reading the count does not synchronise with the thread that dropped the last reference;
         // changing it does.
         const Client visible = entry.client;
         return true;
     }
 
-    std::mutex pendingLock;
-    std::list<Client> pendingReleases;
+    ClientEntry* find(const Client& client) {
+        const auto found = entries.find(client.get());
+        return found == entries.end() ? nullptr : &found->second;
+    }
+
+    /// Makes a client and puts it on the stack of its source. Null when none can be made.
+    ClientEntry* make(const OpTreeSource& source) {
+        const Client client = CreateClient(source);
+        if (!client) return nullptr;
+        ClientEntry& entry =
+            entries.emplace(client.get(), ClientEntry{source, client, newestReleased[source]})
+                .first->second;
+        release(entry);
+        return &entry;
+    }
+
+    static void release(ClientEntry& entry) {
+        if (std::exchange(entry.isReleased, true)) return;
+        entry.nextReleased = std::exchange(entry.newestReleased, &entry);
+    }
+
+    void noteCooking(ClientEntry& entry) {
+        cooking.insert(&entry);
+        entry.wasUnused = false;
+    }
 
     std::mutex cacheLock;
-    std::map<TellarRuntime::Client*, ClientEntry, std::less<>> entries;
+    std::map<TellarRuntime::Client*, ClientEntry> entries;
     std::map<OpTreeSource, ClientEntry*> newestReleased; // null when none of the source is released
-    ClientEntry* firstCooking = nullptr;
-    std::size_t cookingEntries = 0;
+    std::set<ClientEntry*> cooking;
     std::size_t usedEntries = 0; // of the cooking ones, at the last check
+
+    std::mutex threadsLock;
+    std::map<OpTreeSource, boost::shared_ptr<ThreadClients>> threadsBySource; // entries stay
+    std::set<const ThreadClients*> reopened; // have got a ThreadLocalClient again
+
+    std::mutex pendingLock;
+    std::list<Client> pendingReleases;
 };
 
 ClientFactory& GetFactory() {
@@ -238,16 +272,22 @@ std::shared_ptr<TellarRuntime::Client> ClientCreateWithOpTree(const OpTreeSource
     return GetFactory().create(source);
 }
 
+const std::shared_ptr<TellarRuntime::Client>& ClientCreateForThread(const OpTreeSource& source,
+                                                                    ThreadClients& threads) {
+    return GetFactory().createForThread(source, threads);
+}
+
+boost::shared_ptr<ThreadClients> OpenThreadClients(const OpTreeSource& source,
+                                                   std::string* problem) {
+    return GetFactory().openThreads(source, problem);
+}
+
 void ClientInvalidate(std::shared_ptr<TellarRuntime::Client> client) {
     GetFactory().invalidate(std::move(client));
 }
 
 void ClientFreeUnusedResults() {
     GetFactory().freeUnusedResults();
-}
-
-void FreeResultsUnusedForLong() {
-    GetFactory().freeResultsUnusedForLong();
 }
 
 } // namespace TELLAR
