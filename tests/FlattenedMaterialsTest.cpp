@@ -1,22 +1,25 @@
-#include "FlattenedMaterials.h"
+// The cache of flattened materials: which hashes it reads, how long it keeps results, and calls
+// that overlap. Also the flattening of lists.
+
+#include <OxTellarProducers/MaterialFlattening.h>
 
 #include <cstdint>
+#include <fstream>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 
-#include <OxTellarProducers/MaterialFlattening.h>
+#include <OxConfiguration/Configuration.h>
 #include <OxTellarProducers/StaticGeometryProducer.h>
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/FileStream.h>
 
 #include "SceneBuilders.h"
+#include "ScopedEnvironment.h"
 #include "TempDirectory.h"
-
-// The memory of flattened materials: how much is read for it, how long it is held, and what becomes
-// of it when threads or calls meet.
 
 namespace {
 
@@ -24,17 +27,12 @@ using namespace TellarTest;
 using OxAttribute::Attribute;
 using OxAttribute::GroupAttribute;
 using TELLAR::EmptyFlattenedMaterialCache;
-using TELLAR::FlattenedMaterials;
 using TELLAR::GetFlattenedMaterialAttr;
-using Materials = FlattenedMaterials::Materials;
-using Names = FlattenedMaterials::TerminalNames;
+using Materials = std::vector<GroupAttribute>;
+using Names = std::vector<std::string>;
 
 GroupAttribute Named(const std::string& name) {
     return Group({{"name", Text(name)}, {"lengthy", Texts(std::vector<std::string>(100, name))}});
-}
-
-GroupAttribute Nearest(const Materials& materials, const Names&) {
-    return materials.front();
 }
 
 /// A group that lies in a file.
@@ -44,86 +42,9 @@ GroupAttribute ReadFile(const std::string& path) {
         Attribute::readAttributeStream(&stream, &OxAttribute::FileStream::read, 0));
 }
 
-/// Asks as many locations would, each with a material of its own below one that all have. Does so
-/// twice, the second time with handles that nobody has asked with before.
-void ShareManyBelowOne(FlattenedMaterials& known, const std::function<GroupAttribute(int)>& near,
-                       const GroupAttribute& far) {
-    for (int round = 0; round < 2; ++round)
-        for (int i = 0; i < 50; ++i)
-            EXPECT_EQ(
-                TextOf(known.share({near(i), far}, {"surface"}, 0, Nearest).getChildByName("name")),
-                std::to_string(i));
-}
-
 std::uint32_t CountOf(const Attribute& attribute) {
     return *reinterpret_cast<const std::uint32_t*>(attribute.getHandle());
 }
-
-TEST(FlattenedMaterials, ReadEachMaterialInMemoryOnceForItsHash) {
-    FlattenedMaterials known;
-    Materials own;
-    for (int i = 0; i < 50; ++i)
-        own.push_back(Named(std::to_string(i)));
-    ShareManyBelowOne(
-        known, [&own](int i) { return own[static_cast<std::size_t>(i)]; }, Named("far"));
-    EXPECT_EQ(known.numberOfHashedMaterials(), 51u);
-}
-
-TEST(FlattenedMaterials, ReadEachMaterialInAFileOnceForItsHash) {
-    const TempDirectory folder;
-    Children children{{"far", Named("far")}};
-    for (int i = 0; i < 50; ++i)
-        children.emplace_back("near" + std::to_string(i), Named(std::to_string(i)));
-    OxAttribute::WriteAttributeFile(folder.path("materials"), Group(children));
-    const GroupAttribute file(ReadFile(folder.path("materials")));
-    const GroupAttribute far(file.getChildByName("far"));
-    ASSERT_EQ((far.getHash(), far.getKeptHash()), OxAttribute::Hash()) << "it is in the file";
-
-    FlattenedMaterials known;
-    ShareManyBelowOne(
-        known,
-        [&file](int i) { return GroupAttribute(file.getChildByName("near" + std::to_string(i))); },
-        far);
-    EXPECT_EQ(known.numberOfHashedMaterials(), 51u);
-}
-
-TEST(FlattenedMaterials, ShareTheResultOfEqualMaterialsInMemoryAndInAFile) {
-    const TempDirectory folder;
-    OxAttribute::WriteAttributeFile(folder.path("material"), Named("a"));
-    FlattenedMaterials known;
-    const auto inMemory = known.share({Named("a")}, {}, 0, Nearest);
-    const auto inFile = known.share({ReadFile(folder.path("material"))}, {}, 0, Nearest);
-    EXPECT_EQ(inFile.getHandle(), inMemory.getHandle());
-}
-
-TEST(FlattenedMaterials, KeepNothingThatWasAskedForBeforeAllWasForgotten) {
-    FlattenedMaterials known;
-    GroupAttribute flattened;
-    std::uint64_t generation = 0;
-    ASSERT_FALSE(known.find("/root", flattened, generation));
-    known.clear();
-    const GroupAttribute material = Named("old");
-    flattened = known.share({material}, {}, generation, Nearest);
-    known.keep("/root", generation, flattened);
-    EXPECT_EQ(TextOf(flattened.getChildByName("name")), "old") << "the caller gets it";
-    flattened = {};
-    EXPECT_EQ(CountOf(material), 1u);
-    EXPECT_FALSE(known.find("/root", flattened, generation));
-}
-
-TEST(FlattenedMaterials, KeepNothingThatWasForgottenWhileItWasFlattened) {
-    static FlattenedMaterials* known = nullptr;
-    FlattenedMaterials made;
-    known = &made;
-    const GroupAttribute material = Named("old");
-    made.share({material}, {}, 0, [](const Materials& materials, const Names&) {
-        known->clear();
-        return materials.front();
-    });
-    EXPECT_EQ(CountOf(material), 1u);
-}
-
-// Through the library -----------------------------------------------------------------------------
 
 GroupAttribute Network(const std::string& node, const Children& more = {}) {
     Children children{{"style", Text("network")},
@@ -158,6 +79,95 @@ protected:
     void SetUp() override { EmptyFlattenedMaterialCache(); }
     void TearDown() override { EmptyFlattenedMaterialCache(); }
 };
+
+/// The material of a location with one of its own, below another.
+GroupAttribute FlattenPath(const std::string& path, const GroupAttribute& near,
+                           const GroupAttribute& far) {
+    const TELLAR::GeometryProducer::Ptr parent =
+        new TELLAR::StaticGeometryProducer("/root", Location({{"material", far}}), -1, nullptr);
+    return GetFlattenedMaterialAttr(
+        new TELLAR::StaticGeometryProducer(path, Location({{"material", near}}), -1, parent),
+        {"surface"});
+}
+
+TEST_F(FlattenedLocations, KeepTheHashesOfMaterialsInMemoryWithThem) {
+    const GroupAttribute near = Named("near");
+    const GroupAttribute far = Named("far");
+    FlattenPath("/root/a", near, far);
+    EXPECT_NE(near.getKeptHash(), OxAttribute::Hash());
+    EXPECT_NE(far.getKeptHash(), OxAttribute::Hash());
+}
+
+/// Files of any size are mapped into memory while it lives.
+class MappedFiles {
+public:
+    MappedFiles() : variable(std::in_place, "OX_CONFIG_MAP_FILES_ABOVE", "0") {
+        Config()->reload();
+    }
+    ~MappedFiles() {
+        variable.reset();
+        Config()->reload();
+    }
+
+private:
+    std::optional<ScopedEnvironment> variable;
+};
+
+/// Changes the text "far" in the bytes of a file that stays open.
+void OverwriteFar(const TempDirectory& folder, const std::string& name) {
+    const std::size_t offset = folder.read(name).find(std::string("far\0far", 7));
+    ASSERT_NE(offset, std::string::npos);
+    std::fstream file(folder.path(name), std::ios::in | std::ios::out | std::ios::binary);
+    file.seekp(static_cast<std::streamoff>(offset));
+    file.put('F');
+}
+
+TEST_F(FlattenedLocations, ReadEachMaterialInAFileOnceForItsHash) {
+    const MappedFiles setting;
+    const TempDirectory folder;
+    // Only large files are mapped.
+    const OxAttribute::IntAttribute large(std::vector<std::int32_t>(2 << 20), 1);
+    Children children{{"near", Named("near")}, {"far", Named("far")}, {"large", large}};
+    for (int i = 0; i < 3000; ++i)
+        children.emplace_back("other" + std::to_string(i), Named(std::to_string(i)));
+    OxAttribute::WriteAttributeFile(folder.path("materials"), Group(children));
+    const GroupAttribute file(ReadFile(folder.path("materials")));
+    const GroupAttribute near(file.getChildByName("near"));
+    const GroupAttribute far(file.getChildByName("far"));
+
+    const auto first = FlattenPath("/root/a", near, far);
+    const OxAttribute::Hash before = far.getHash();
+    OverwriteFar(folder, "materials");
+    for (std::int64_t i = 2; i < file.getNumberOfChildren(); ++i)
+        file.getChildByIndex(i).getHash(); // fills the place that the file has for hashes
+    ASSERT_NE(far.getHash(), before) << "a second hash is another";
+    EXPECT_EQ(FlattenPath("/root/b", near, far).getHandle(), first.getHandle());
+}
+
+TEST_F(FlattenedLocations, ShareTheResultOfEqualMaterialsInMemoryAndInAFile) {
+    const TempDirectory folder;
+    OxAttribute::WriteAttributeFile(folder.path("near"), Named("near"));
+    const auto inMemory = FlattenPath("/root/memory", Named("near"), Named("far"));
+    const auto inFile = FlattenPath("/root/file", ReadFile(folder.path("near")), Named("far"));
+    EXPECT_EQ(inFile.getHandle(), inMemory.getHandle());
+}
+
+TEST_F(FlattenedLocations, AreOnesOwnForOtherMaterialsInAFile) {
+    const TempDirectory folder;
+    Children children;
+    for (int i = 0; i < 50; ++i)
+        children.emplace_back("near" + std::to_string(i), Named(std::to_string(i)));
+    OxAttribute::WriteAttributeFile(folder.path("materials"), Group(children));
+    const GroupAttribute file(ReadFile(folder.path("materials")));
+    for (const char* round : {"first", "second"}) {
+        for (int i = 0; i < 50; ++i) {
+            const std::string name = std::to_string(i);
+            const auto flattened = FlattenPath("/root/" + std::string(round) + name,
+                                               file.getChildByName("near" + name), Named("far"));
+            EXPECT_EQ(TextOf(flattened.getChildByName("name")), name) << round;
+        }
+    }
+}
 
 TEST_F(FlattenedLocations, HoldNoneOfTheMaterialsThatTheyAreMadeOf) {
     const GroupAttribute extra = Named("for another renderer");

@@ -1,7 +1,17 @@
-#include "FlattenedMaterials.h"
+// The cache of the flattened materials of locations. Results are found by location path, and by the
+// content hashes of the materials and the terminal names, so that locations with equal materials
+// share one. Materials are not kept, except for those in files, which take no memory of their own.
 
-#include <algorithm>
+#include <OxTellarProducers/MaterialFlattening.h>
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
+
+#include "GenerationCache.h"
 
 using namespace OxAttribute;
 
@@ -9,129 +19,119 @@ namespace TELLAR {
 
 namespace {
 
-/// The hash of a material that keeps one; otherwise its address.
-Hash HashOrAddress(const GroupAttribute& material) {
-    const Hash kept = material.getKeptHash();
-    if (kept.words[0] != 0) return kept;
-    return {{reinterpret_cast<std::uintptr_t>(material.getHandle()), 0}};
+using Materials = std::vector<GroupAttribute>;
+using Hashes = std::vector<Hash>;
+using TerminalNames = std::vector<std::string>;
+
+/// Containers that stay intact when there is no memory for one more entry.
+struct Tables {
+    struct Location {
+        std::string path;
+        GroupAttribute flattened;
+    };
+
+    std::deque<Location> locations; // in the order in which they were first asked for
+    std::unordered_map<std::string_view, std::size_t> byPath; // views of their paths
+    std::map<TerminalNames, std::map<Hashes, GroupAttribute>> results;
+    // By handle. The materials are kept so that no others get their addresses.
+    std::unordered_map<const void*, std::pair<GroupAttribute, Hash>> inFiles;
+
+    bool find(const std::string& path, GroupAttribute& flattened) const {
+        // Threads mostly ask in the order in which the locations were first asked for. The next one
+        // then lies next in memory, which saves the cache misses of the table.
+        thread_local std::size_t next = 0;
+        if (next >= locations.size() || locations[next].path != path) {
+            const auto found = byPath.find(path);
+            if (found == byPath.end()) return false;
+            next = found->second;
+        }
+        flattened = locations[next++].flattened;
+        return true;
+    }
+
+    void keep(std::string path, const GroupAttribute& flattened) {
+        const auto found = byPath.find(path);
+        if (found != byPath.end()) {
+            locations[found->second].flattened = flattened;
+            return;
+        }
+        locations.push_back({std::move(path), flattened});
+        byPath.emplace(locations.back().path, locations.size() - 1);
+    }
+};
+
+GenerationCache<Tables>& Cache() {
+    static auto* const cache = new GenerationCache<Tables>;
+    return *cache;
+}
+
+/// The content hash. Values in memory keep theirs. For values in files, the SDK keeps few of them.
+Hash GetHash(const GroupAttribute& material, std::uint64_t generation) {
+    Hash hash = material.getKeptHash();
+    if (hash != Hash()) return hash;
+    Cache().access(generation, [&](const Tables& known) {
+        const auto found = known.inFiles.find(material.getHandle());
+        if (found != known.inFiles.end()) hash = found->second.second;
+    });
+    if (hash != Hash()) return hash;
+    hash = material.getHash();
+    if (material.getKeptHash() != hash)
+        Cache().access(generation, [&](Tables& known) {
+            known.inFiles.try_emplace(material.getHandle(), material, hash);
+        });
+    return hash;
+}
+
+/// A location's own material and those of its ancestors, nearest first.
+Materials MaterialsFrom(GeometryProducer& location) {
+    constexpr std::size_t kUsually = 4;
+    Materials materials;
+    materials.reserve(kUsually);
+    for (GeometryProducer* producer = &location; producer; producer = producer->getRawParentPtr()) {
+        GroupAttribute material(producer->getAttribute("material"));
+        if (material.isValid()) materials.push_back(std::move(material));
+    }
+    return materials;
 }
 
 } // namespace
 
-std::size_t FlattenedMaterials::HashOfKey::operator()(const Key& key) const {
-    std::uint64_t hash = key.terminalNames;
-    for (const Hash& material : key.materials)
-        hash = (hash + material.words[0]) * 0x9e3779b97f4a7c15u + material.words[1];
-    return static_cast<std::size_t>(hash ^ hash >> 32);
-}
-
-const FlattenedMaterials::Location*
-FlattenedMaterials::Known::locate(const std::string& path) const {
-    // Threads mostly ask in the order in which the locations were first asked for. The next one
-    // then lies next in memory, which saves the cache misses of the table.
-    thread_local std::size_t next = 0;
-    if (next >= locations.size() || locations[next].path != path) {
-        const auto found = byPath.find(path);
-        if (found == byPath.end()) return nullptr;
-        next = found->second;
-    }
-    return &locations[next++];
-}
-
-bool FlattenedMaterials::Known::find(const Key& key, GroupAttribute& result) const {
-    const auto found = results.find(key);
-    if (found == results.end()) return false;
-    result = found->second;
-    return true;
-}
-
-FlattenedMaterials& FlattenedMaterials::get() {
-    static auto* const materials = new FlattenedMaterials;
-    return *materials;
-}
-
-bool FlattenedMaterials::find(const std::string& path, GroupAttribute& flattened,
-                              std::uint64_t& generation) {
-    const Location* location = nullptr;
-    generation = cache.access([&](const Known& known) {
-        location = known.locate(path);
-        if (location) flattened = location->flattened;
-    });
-    return location != nullptr;
-}
-
-void FlattenedMaterials::keep(std::string path, std::uint64_t generation,
-                              const GroupAttribute& flattened) {
-    cache.access(generation, [&](Known& known) {
-        const auto found = known.byPath.find(path);
-        if (found != known.byPath.end()) {
-            known.locations[found->second].flattened = flattened;
-            return;
-        }
-        known.locations.push_back({std::move(path), flattened});
-        try {
-            known.byPath.emplace(known.locations.back().path, known.locations.size() - 1);
-        } catch (...) {
-            known.locations.pop_back();
-            throw;
-        }
-    });
-}
-
-Hash FlattenedMaterials::hashOf(const GroupAttribute& material, std::uint64_t generation) {
-    Hash hash = material.getKeptHash();
-    if (hash.words[0] != 0) return hash;
-    cache.access(generation, [&](const Known& known) {
-        const auto found = known.hashedInFiles.find(material.getHandle());
-        if (found != known.hashedInFiles.end()) hash = found->second.hash;
-    });
-    if (hash.words[0] != 0) return hash;
-    hash = material.getHash();
-    const bool isInFile = material.getKeptHash().words[0] == 0;
-    cache.access(generation, [&](Known& known) {
-        ++known.hashed;
-        if (isInFile)
-            known.hashedInFiles.emplace(material.getHandle(), HashedInFile{material, hash});
-    });
-    return hash;
-}
-
-GroupAttribute FlattenedMaterials::share(const Materials& materials,
-                                         const TerminalNames& terminalNames,
-                                         std::uint64_t generation, Flatten flatten) {
-    Key atOnce;
-    atOnce.materials.resize(materials.size());
-    std::transform(materials.begin(), materials.end(), atOnce.materials.begin(), HashOrAddress);
+GroupAttribute GetFlattenedMaterialAttr(GeometryProducer::Ptr producer,
+                                        const TerminalNames& terminalNames) {
+    if (!producer) return {};
+    std::string path = producer->getFullName();
     GroupAttribute flattened;
     bool isKnown = false;
-    const bool isCurrent = cache.access(generation, [&](Known& known) {
-        atOnce.terminalNames =
-            known.numbers.try_emplace(terminalNames, known.numbers.size()).first->second;
-        isKnown = known.find(atOnce, flattened);
+    const std::uint64_t generation =
+        Cache().access([&](const Tables& known) { isKnown = known.find(path, flattened); });
+    if (isKnown) return flattened;
+
+    Materials materials = MaterialsFrom(*producer);
+    Hashes hashes;
+    hashes.reserve(materials.size());
+    for (const GroupAttribute& material : materials)
+        hashes.push_back(GetHash(material, generation));
+    Cache().access(generation, [&](Tables& known) {
+        const auto& results = known.results[terminalNames];
+        const auto found = results.find(hashes);
+        isKnown = found != results.end();
+        if (isKnown) known.keep(std::move(path), flattened = found->second);
     });
     if (isKnown) return flattened;
-    if (!isCurrent) return flatten(materials, terminalNames);
 
-    Key contents{atOnce.terminalNames, {}};
-    for (const GroupAttribute& material : materials)
-        contents.materials.push_back(hashOf(material, generation));
-    // Materials in memory keep their hashes from now on.
-    std::transform(materials.begin(), materials.end(), atOnce.materials.begin(), HashOrAddress);
-    cache.access(generation,
-                 [&](const Known& known) { isKnown = known.find(contents, flattened); });
-    if (!isKnown) flattened = flatten(materials, terminalNames);
-    // Another thread may have been first.
-    cache.access(generation, [&](Known& known) {
-        flattened = known.results.emplace(contents, flattened).first->second;
-        flattened = known.results.emplace(atOnce, flattened).first->second;
+    for (GroupAttribute& material : materials)
+        material = MinimizeResolvedMaterialAttr(material);
+    flattened = GetFlattenedMaterialAttr(materials, terminalNames);
+    Cache().access(generation, [&](Tables& known) {
+        // Another thread may have flattened equal materials meanwhile.
+        flattened = known.results[terminalNames].emplace(hashes, flattened).first->second;
+        known.keep(std::move(path), flattened);
     });
     return flattened;
 }
 
-std::uint64_t FlattenedMaterials::numberOfHashedMaterials() {
-    std::uint64_t hashed = 0;
-    cache.access([&](const Known& known) { hashed = known.hashed; });
-    return hashed;
+void EmptyFlattenedMaterialCache() {
+    Cache().clear();
 }
 
 } // namespace TELLAR

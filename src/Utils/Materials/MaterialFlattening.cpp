@@ -1,11 +1,11 @@
 #include <OxTellarProducers/MaterialFlattening.h>
 
 #include <algorithm>
+#include <map>
+#include <set>
 #include <utility>
 
 #include <OxTellarSDK/StringUtil.h>
-
-#include "FlattenedMaterials.h"
 
 using namespace OxAttribute;
 
@@ -189,26 +189,6 @@ private:
     Children terminals;
 };
 
-/// A location's own material and those of its ancestors, nearest first.
-std::vector<GroupAttribute> MaterialsFrom(GeometryProducer& location) {
-    constexpr std::size_t kUsually = 4;
-    std::vector<GroupAttribute> materials;
-    materials.reserve(kUsually);
-    for (GeometryProducer* producer = &location; producer; producer = producer->getRawParentPtr()) {
-        GroupAttribute material(producer->getAttribute("material"));
-        if (material.isValid()) materials.push_back(std::move(material));
-    }
-    return materials;
-}
-
-GroupAttribute FlattenMinimized(const std::vector<GroupAttribute>& materials,
-                                const std::vector<std::string>& terminalNames) {
-    std::vector<GroupAttribute> minimized(materials.size());
-    std::transform(materials.begin(), materials.end(), minimized.begin(),
-                   MinimizeResolvedMaterialAttr);
-    return GetFlattenedMaterialAttr(minimized, terminalNames);
-}
-
 } // namespace
 
 GroupAttribute MinimizeResolvedMaterialAttr(const GroupAttribute& material) {
@@ -237,23 +217,6 @@ GroupAttribute GetFlattenedMaterialAttr(const std::vector<GroupAttribute>& mater
         merger.add(IsNetwork(materials[i]) ? materials[i] : ToNetwork(materials[i], terminalNames),
                    i);
     return merger.take();
-}
-
-GroupAttribute GetFlattenedMaterialAttr(GeometryProducer::Ptr producer,
-                                        const std::vector<std::string>& terminalNames) {
-    if (!producer) return {};
-    FlattenedMaterials& cache = FlattenedMaterials::get();
-    std::string path = producer->getFullName();
-    GroupAttribute flattened;
-    std::uint64_t generation = 0;
-    if (cache.find(path, flattened, generation)) return flattened;
-    flattened = cache.share(MaterialsFrom(*producer), terminalNames, generation, FlattenMinimized);
-    cache.keep(std::move(path), generation, flattened);
-    return flattened;
-}
-
-void EmptyFlattenedMaterialCache() {
-    FlattenedMaterials::get().clear();
 }
 
 } // namespace TELLAR
