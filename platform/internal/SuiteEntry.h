@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "NamedLogger.h"
+#include "SuiteTable.h"
 
 // Functions in the tables that C code calls: no exception may leave them.
 
@@ -33,6 +34,23 @@ auto RunSuiteEntry(const NamedLogger& logger, const SuiteEntry& entry, Body body
     return decltype(body())();
 }
 
+/// A function for a table that runs the body of an entry. The types after the body are those of the
+/// slot that it is assigned to.
+template <const NamedLogger& logger, const SuiteEntry& entry, const auto& body, typename Result,
+          typename... Arguments>
+Result GuardedEntry(Arguments... arguments) noexcept {
+    return RunSuiteEntry(logger, entry, [&]() -> Result { return body(arguments...); });
+}
+
 } // namespace TELLAR
+
+/// Checks the slot and sets it to an entry that runs the body: a function, or a constant function
+/// object. Exceptions are logged by the `kLogger` in scope, with the member's name and the place of
+/// this call.
+#define TELLAR_SET_ENTRY(table, index, member, ...)                                                \
+    static const TELLAR::SuiteEntry member##Entry(#member);                                        \
+    static constexpr auto member##Body = __VA_ARGS__;                                              \
+    TELLAR_SET_SLOT(table, index, member,                                                          \
+                    (TELLAR::GuardedEntry<kLogger, member##Entry, member##Body>))
 
 #endif

@@ -2,15 +2,22 @@
 
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
+#include <exception>
+#include <functional>
+#include <iostream>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+#include <OxTellarProducers/CreateGeometryProducer.h>
 #include <OxTellarProducers/OpTreeDescription.h>
 #include <OxTellarProducers/OxSgIterator.h>
+#include <OxTellarSDK/FileStream.h>
+#include <OxTellarServicesHost/OxTellarServicesHost.h>
 
-#include "RenderRuntime.h"
+#include "ExceptionText.h"
 #include "SuiteEntry.h"
-#include "SuiteTable.h"
 
 using namespace OxAttribute;
 
@@ -30,6 +37,103 @@ namespace {
 using Suite = OxScenegraphIteratorHostSuite_v3;
 using OldSuite = OxScenegraphIteratorHostSuite_v2;
 
+const NamedLogger kLogger("ScenegraphIteratorHost");
+
+constexpr const char* kRoot = "/root";
+constexpr const char* kRenderRuntime = "renderRuntime";
+
+void RetainIterator(OxSgIteratorStruct* iterator) noexcept {
+    if (iterator) iterator->refCount.fetch_add(1, std::memory_order_relaxed);
+}
+
+void ReleaseIterator(OxSgIteratorStruct* iterator) noexcept {
+    // Acquire and release: the thread that frees the handle must see the writes of the others.
+    if (iterator && iterator->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete iterator;
+}
+
+bool IsRuntimeShared() {
+    const char* value = std::getenv("RUNTIME_USE_CONCURRENT");
+    return value && std::string_view(value) == "1";
+}
+
+struct NoRuntime {};
+
+/// A new runtime, published in place of that of the previous render.
+std::shared_ptr<TellarRuntime> PublishRuntime() {
+    OxTellarServicesHost::RegisterRuntimeInstance(nullptr, kRenderRuntime);
+    std::shared_ptr<TellarRuntime> runtime = OxTellarServicesHost().createRuntime();
+    OxTellarServicesHost::RegisterRuntimeInstance(runtime, kRenderRuntime);
+    if (!runtime) throw NoRuntime();
+    return runtime;
+}
+
+/// One client for all threads.
+GeometryProducer::Ptr CreateSharedRoot(const std::string& opTreeFile) {
+    const auto runtime = PublishRuntime();
+    const auto transaction = runtime->createTransaction();
+    FileStream stream(opTreeFile, true);
+    const auto op = transaction->deserializeOps(&stream, &FileStream::read);
+    const auto client = transaction->createClient();
+    transaction->setClientOp(client, op);
+    runtime->commit(transaction);
+    return CreateSyncGeometryProducer(client, kRoot);
+}
+
+/// A handle with a count of 1 onto the producer that `create` makes. When it makes none or throws,
+/// reports why and returns null.
+template <typename Create>
+OxSgIteratorStruct* CreateRoot(Create create) {
+    GeometryProducer::Ptr root;
+    try {
+        root = create();
+    } catch (const NoRuntime&) {
+        kLogger.error("Runtime could not be loaded.");
+        return nullptr;
+    } catch (const std::exception& error) {
+        std::cerr << "Error occurred creating ThreadAwareGeometyProducer.\n"
+                  << "Exception message: '" << TextOf(error) << "'" << std::endl;
+    }
+    if (root) {
+        OxSgIteratorStruct* const handle = OxGeometryProducerToHandle(std::move(root));
+        RetainIterator(handle);
+        return handle;
+    }
+    constexpr const char* kFailure = "Tellar3 producer create failed.";
+    std::cerr << kFailure << std::endl;
+    kLogger.error(kFailure);
+    return nullptr;
+}
+
+OxSgIteratorStruct* CreateRootFromOpTreeFile(const char* path) {
+    return CreateRoot([&] {
+        const std::string file = path ? path : "";
+        return IsRuntimeShared() ? CreateSharedRoot(file)
+                                 : CreateThreadAwareGeometryProducer(file, kRoot);
+    });
+}
+
+OxSgIteratorStruct* CreateRootFromOpTreeDescription(OxAttributeStruct* description) {
+    return CreateRoot([&] {
+        const GroupAttribute ops(Attribute::CreateAndRetain(description));
+        return CreateThreadAwareGeometryProducer(ops, kRoot);
+    });
+}
+
+/// Finalizes the runtime behind a location, unless its scene is being rendered live.
+void FinalizeRuntime(OxSgIteratorStruct* iterator) {
+    const auto location = OxHandleToGeometryProducer(iterator);
+    const auto client = location ? location->getClient() : nullptr;
+    if (!client) return;
+    const GroupAttribute attrs = client->cookLocation(kRoot).getAttrs();
+    for (const char* name : {"liveRenderSettings", "liveRender"}) {
+        if (!attrs.getChildByName(name).isValid()) continue;
+        kLogger.info("Runtime finalize deferred while live rendering.");
+        return;
+    }
+    if (const auto runtime = client->getRuntime()) runtime->finalize();
+}
+
 /// A new handle with a count of 0.
 OxSgIteratorStruct* ToC(GeometryProducer::Ptr producer) {
     return OxGeometryProducerToHandle(std::move(producer));
@@ -44,173 +148,80 @@ OxAttributeStruct* ToC(const std::string& text) {
     return StringAttribute(text).detach();
 }
 
-void RetainIterator(OxSgIteratorStruct* iterator) noexcept {
-    if (iterator) iterator->refCount.fetch_add(1, std::memory_order_relaxed);
+/// The body of an entry that asks a location: `question` is a member of its producer, or a function
+/// that gets the producer first. A null handle gives null.
+template <typename Question>
+constexpr auto Ask(Question question) {
+    return [question](OxSgIteratorStruct* iterator, auto... arguments) {
+        // Kept during the call, even if another thread releases the handle.
+        const GeometryProducer::Ptr location = OxHandleToGeometryProducer(iterator);
+        return location ? ToC(std::invoke(question, *location, arguments...)) : nullptr;
+    };
 }
 
-void ReleaseIterator(OxSgIteratorStruct* iterator) noexcept {
-    // Acquire and release: the thread that frees the handle must see the writes of the others.
-    if (iterator && iterator->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        delete iterator;
+StringAttribute GetAttributeNames(GeometryProducer& location) {
+    std::set<std::string> names;
+    location.getAttributeNames(&names);
+    return {std::vector<std::string>(names.begin(), names.end()), 1};
 }
 
-template <typename Body>
-auto Enter(const SuiteEntry& entry, Body body) {
-    return RunSuiteEntry(kIteratorHostLogger, entry, body);
-}
-
-/// An entry that asks a location. The producer is kept during the call, even if another thread
-/// releases the handle. A null handle gives null.
-template <typename Ask>
-auto EnterWith(const SuiteEntry& entry, OxSgIteratorStruct* iterator, Ask ask) {
-    return Enter(entry, [&] {
-        const GeometryProducer::Ptr producer = OxHandleToGeometryProducer(iterator);
-        return producer ? ask(*producer) : decltype(ask(*producer))();
-    });
-}
-
-/// An entry that calls one function of the producer.
-template <auto Function, typename... Arguments>
-auto Ask(const SuiteEntry& entry, OxSgIteratorStruct* iterator, Arguments... arguments) {
-    return EnterWith(entry, iterator, [&](GeometryProducer& location) {
-        return ToC((location.*Function)(arguments...));
-    });
-}
-
-OxSgIteratorStruct* Retained(OxSgIteratorStruct* handle) {
-    RetainIterator(handle);
-    return handle;
-}
-
-OxAttributeStruct* LoadOpTreeDescription(const char* path) {
-    return Enter("loadOpTreeDescription",
-                 [&] { return ToC(LoadOpTreeDescriptionFromFile(path ? path : "", false)); });
-}
-
-OxSgIteratorStruct* CreateRootIteratorFromOpTreeFile(const char* path) {
-    return Enter("createRootIteratorFromOpTreeFile",
-                 [&] { return Retained(ToC(CreateRootFromOpTreeFile(path))); });
-}
-
-OxSgIteratorStruct* CreateRootIteratorFromOpTreeDescription(OxAttributeStruct* description) {
-    return Enter("createRootIteratorFromOpTreeDescription",
-                 [&] { return Retained(ToC(CreateRootFromOpTreeDescription(description))); });
-}
-
-OxSgIteratorStruct* GetFirstChild(OxSgIteratorStruct* iterator, bool evict) {
-    return Ask<&GeometryProducer::getFirstChild>("getFirstChild", iterator, evict);
-}
-
-OxSgIteratorStruct* GetNextSibling(OxSgIteratorStruct* iterator, bool evict) {
-    return Ask<&GeometryProducer::getNextSibling>("getNextSibling", iterator, evict);
-}
-
-OxSgIteratorStruct* GetParent(OxSgIteratorStruct* iterator) {
-    return Ask<&GeometryProducer::getParent>("getParent", iterator);
-}
-
-OxSgIteratorStruct* GetRoot(OxSgIteratorStruct* iterator) {
-    return Ask<&GeometryProducer::getRootProducer>("getRoot", iterator);
-}
-
-OxSgIteratorStruct* GetChildByName(OxSgIteratorStruct* iterator, const char* name, bool evict) {
-    return Ask<&GeometryProducer::getChildByName>("getChildByName", iterator, name, evict);
-}
-
-OxSgIteratorStruct* GetProducerByPath(OxSgIteratorStruct* iterator, const char* path, bool evict) {
-    return EnterWith("getProducerByPath", iterator, [&](auto& location) {
-        return ToC(location.getProducerByPath(path ? path : "", evict));
-    });
-}
-
-OxAttributeStruct* GetName(OxSgIteratorStruct* iterator) {
-    return Ask<&GeometryProducer::getName>("getName", iterator);
-}
-
-OxAttributeStruct* GetFullName(OxSgIteratorStruct* iterator) {
-    return Ask<&GeometryProducer::getFullName>("getFullName", iterator);
-}
-
-OxAttributeStruct* GetAttribute(OxSgIteratorStruct* iterator, const char* name) {
-    return Ask<&GeometryProducer::getAttribute>("getAttribute", iterator, name);
-}
-
-OxAttributeStruct* GetGlobalAttribute(OxSgIteratorStruct* iterator, const char* name) {
-    return EnterWith("getGlobalAttribute", iterator, [&](auto& location) {
-        return ToC(name ? location.getGlobalAttribute(name) : Attribute());
-    });
-}
-
-OxAttributeStruct* GetAttributeNames(OxSgIteratorStruct* iterator) {
-    return EnterWith("getAttributeNames", iterator, [](auto& location) {
-        std::set<std::string> names;
-        location.getAttributeNames(&names);
-        return ToC(StringAttribute(std::vector<std::string>(names.begin(), names.end()), 1));
-    });
-}
-
-OxAttributeStruct* GetGlobalXFormGroup(OxSgIteratorStruct* iterator) {
-    return Ask<&GeometryProducer::getGlobalXFormGroup>("getGlobalXFormGroup", iterator);
-}
-
-OxAttributeStruct* GetPotentialChildren(OxSgIteratorStruct* iterator) {
-    return Ask<&GeometryProducer::getPotentialChildren>("getPotentialChildren", iterator);
-}
-
-void FinalizeRuntime(OxSgIteratorStruct* iterator) {
-    EnterWith("finalizeRuntime", iterator, [](auto& location) { FinalizeRenderRuntime(location); });
-}
-
-constexpr Suite MakeSuite() {
+Suite MakeSuite() {
     static_assert(sizeof(Suite) == 19 * sizeof(void*));
+    using Location = GeometryProducer;
     Suite suite{};
     TELLAR_SET_SLOT(suite, 0, retainIterator, RetainIterator);
     TELLAR_SET_SLOT(suite, 1, releaseIterator, ReleaseIterator);
-    TELLAR_SET_SLOT(suite, 2, loadOpTreeDescription, LoadOpTreeDescription);
-    TELLAR_SET_SLOT(suite, 3, createRootIteratorFromOpTreeFile, CreateRootIteratorFromOpTreeFile);
-    TELLAR_SET_SLOT(suite, 4, createRootIteratorFromOpTreeDescription,
-                    CreateRootIteratorFromOpTreeDescription);
-    TELLAR_SET_SLOT(suite, 5, getFirstChild, GetFirstChild);
-    TELLAR_SET_SLOT(suite, 6, getNextSibling, GetNextSibling);
-    TELLAR_SET_SLOT(suite, 7, getParent, GetParent);
-    TELLAR_SET_SLOT(suite, 8, getRoot, GetRoot);
-    TELLAR_SET_SLOT(suite, 9, getChildByName, GetChildByName);
-    TELLAR_SET_SLOT(suite, 10, getProducerByPath, GetProducerByPath);
-    TELLAR_SET_SLOT(suite, 11, getName, GetName);
-    TELLAR_SET_SLOT(suite, 12, getFullName, GetFullName);
-    TELLAR_SET_SLOT(suite, 13, getAttribute, GetAttribute);
-    TELLAR_SET_SLOT(suite, 14, getGlobalAttribute, GetGlobalAttribute);
-    TELLAR_SET_SLOT(suite, 15, getAttributeNames, GetAttributeNames);
-    TELLAR_SET_SLOT(suite, 16, getGlobalXFormGroup, GetGlobalXFormGroup);
-    TELLAR_SET_SLOT(suite, 17, getPotentialChildren, GetPotentialChildren);
-    TELLAR_SET_SLOT(suite, 18, finalizeRuntime, FinalizeRuntime);
+    TELLAR_SET_ENTRY(suite, 2, loadOpTreeDescription, [](const char* path) {
+        return ToC(LoadOpTreeDescriptionFromFile(path ? path : "", false));
+    });
+    TELLAR_SET_ENTRY(suite, 3, createRootIteratorFromOpTreeFile, CreateRootFromOpTreeFile);
+    TELLAR_SET_ENTRY(suite, 4, createRootIteratorFromOpTreeDescription,
+                     CreateRootFromOpTreeDescription);
+    TELLAR_SET_ENTRY(suite, 5, getFirstChild, Ask(&Location::getFirstChild));
+    TELLAR_SET_ENTRY(suite, 6, getNextSibling, Ask(&Location::getNextSibling));
+    TELLAR_SET_ENTRY(suite, 7, getParent, Ask(&Location::getParent));
+    TELLAR_SET_ENTRY(suite, 8, getRoot, Ask(&Location::getRootProducer));
+    TELLAR_SET_ENTRY(suite, 9, getChildByName, Ask(&Location::getChildByName));
+    TELLAR_SET_ENTRY(suite, 10, getProducerByPath,
+                     Ask([](Location& location, const char* path, bool evict) {
+                         return location.getProducerByPath(path ? path : "", evict);
+                     }));
+    TELLAR_SET_ENTRY(suite, 11, getName, Ask(&Location::getName));
+    TELLAR_SET_ENTRY(suite, 12, getFullName, Ask(&Location::getFullName));
+    TELLAR_SET_ENTRY(suite, 13, getAttribute, Ask(&Location::getAttribute));
+    TELLAR_SET_ENTRY(suite, 14, getGlobalAttribute, Ask([](Location& location, const char* name) {
+                         return name ? location.getGlobalAttribute(name) : Attribute();
+                     }));
+    TELLAR_SET_ENTRY(suite, 15, getAttributeNames, Ask(GetAttributeNames));
+    TELLAR_SET_ENTRY(suite, 16, getGlobalXFormGroup, Ask(&Location::getGlobalXFormGroup));
+    TELLAR_SET_ENTRY(suite, 17, getPotentialChildren, Ask(&Location::getPotentialChildren));
+    TELLAR_SET_ENTRY(suite, 18, finalizeRuntime, FinalizeRuntime);
     return suite;
 }
-constexpr Suite kSuite = MakeSuite();
 
-constexpr OldSuite MakeOldSuite() {
+OldSuite MakeOldSuite() {
     static_assert(sizeof(OldSuite) == 16 * sizeof(void*));
+    const Suite& suite = *GetScenegraphIteratorHostSuite_v3();
     OldSuite old{};
-    TELLAR_SET_SLOT(old, 0, retainIterator, kSuite.retainIterator);
-    TELLAR_SET_SLOT(old, 1, releaseIterator, kSuite.releaseIterator);
+    TELLAR_SET_SLOT(old, 0, retainIterator, suite.retainIterator);
+    TELLAR_SET_SLOT(old, 1, releaseIterator, suite.releaseIterator);
     TELLAR_SET_SLOT(old, 2, createRootIteratorFromOpTreeFile,
-                    kSuite.createRootIteratorFromOpTreeFile);
-    TELLAR_SET_SLOT(old, 3, getFirstChild, kSuite.getFirstChild);
-    TELLAR_SET_SLOT(old, 4, getNextSibling, kSuite.getNextSibling);
-    TELLAR_SET_SLOT(old, 5, getParent, kSuite.getParent);
-    TELLAR_SET_SLOT(old, 6, getRoot, kSuite.getRoot);
-    TELLAR_SET_SLOT(old, 7, getChildByName, kSuite.getChildByName);
-    TELLAR_SET_SLOT(old, 8, getProducerByPath, kSuite.getProducerByPath);
-    TELLAR_SET_SLOT(old, 9, getName, kSuite.getName);
-    TELLAR_SET_SLOT(old, 10, getFullName, kSuite.getFullName);
-    TELLAR_SET_SLOT(old, 11, getAttribute, kSuite.getAttribute);
-    TELLAR_SET_SLOT(old, 12, getGlobalAttribute, kSuite.getGlobalAttribute);
-    TELLAR_SET_SLOT(old, 13, getAttributeNames, kSuite.getAttributeNames);
-    TELLAR_SET_SLOT(old, 14, getGlobalXFormGroup, kSuite.getGlobalXFormGroup);
-    TELLAR_SET_SLOT(old, 15, getPotentialChildren, kSuite.getPotentialChildren);
+                    suite.createRootIteratorFromOpTreeFile);
+    TELLAR_SET_SLOT(old, 3, getFirstChild, suite.getFirstChild);
+    TELLAR_SET_SLOT(old, 4, getNextSibling, suite.getNextSibling);
+    TELLAR_SET_SLOT(old, 5, getParent, suite.getParent);
+    TELLAR_SET_SLOT(old, 6, getRoot, suite.getRoot);
+    TELLAR_SET_SLOT(old, 7, getChildByName, suite.getChildByName);
+    TELLAR_SET_SLOT(old, 8, getProducerByPath, suite.getProducerByPath);
+    TELLAR_SET_SLOT(old, 9, getName, suite.getName);
+    TELLAR_SET_SLOT(old, 10, getFullName, suite.getFullName);
+    TELLAR_SET_SLOT(old, 11, getAttribute, suite.getAttribute);
+    TELLAR_SET_SLOT(old, 12, getGlobalAttribute, suite.getGlobalAttribute);
+    TELLAR_SET_SLOT(old, 13, getAttributeNames, suite.getAttributeNames);
+    TELLAR_SET_SLOT(old, 14, getGlobalXFormGroup, suite.getGlobalXFormGroup);
+    TELLAR_SET_SLOT(old, 15, getPotentialChildren, suite.getPotentialChildren);
     return old;
 }
-constexpr OldSuite kOldSuite = MakeOldSuite();
 
 } // namespace
 
@@ -223,11 +234,13 @@ GeometryProducer::Ptr OxHandleToGeometryProducer(OxSgIteratorStruct* handle) {
 }
 
 const Suite* GetScenegraphIteratorHostSuite_v3() {
-    return &kSuite;
+    static const Suite suite = MakeSuite();
+    return &suite;
 }
 
 const OldSuite* GetScenegraphIteratorHostSuite_v2() {
-    return &kOldSuite;
+    static const OldSuite suite = MakeOldSuite();
+    return &suite;
 }
 
 } // namespace TELLAR
