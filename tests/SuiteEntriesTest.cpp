@@ -80,6 +80,7 @@ struct Entry {
 };
 
 constexpr const char* kIteratorFile = "OxScenegraphIteratorHost.cpp";
+constexpr const char* kUtilsFile = "OxRenderOutputUtilsHost.cpp";
 
 const Entry kIteratorEntries[] = {
     {kIteratorFile, "getFirstChild",
@@ -110,7 +111,7 @@ const Entry kIteratorEntries[] = {
 const char* const kTerminals[] = {"surface"};
 
 const Entry kUtilsEntries[] = {
-    {"ProceduralEntries.cpp", "getProceduralArguments",
+    {kUtilsFile, "getProceduralArguments",
      [](auto* at) {
          const auto procedural = Group({{"includeCameraInfo", Text("As Parameters")}});
          return IsNull(Utils().getProceduralArguments(at, nullptr, procedural.getHandle(),
@@ -128,9 +129,9 @@ const Entry kUtilsEntries[] = {
      [](auto* at) { return IsNull(Utils().getShadingNetworkNodes(at)); }},
     {"CameraEntries.cpp", "getCameraInfo",
      [](auto* at) { return IsNull(Utils().getCameraInfo(at, kCamera)); }},
-    {"PathEntries.cpp", "getTempRenderLocation",
+    {kUtilsFile, "getTempRenderLocation",
      [](auto* at) { return IsNull(Utils().getTempRenderLocation(at, "beauty", 1)); }},
-    {"PathEntries.cpp", "getTilePath",
+    {kUtilsFile, "getTilePath",
      [](auto* at) { return IsNull(Utils().getTilePath(at, "/out/b.exr")); }}};
 
 struct Suite {

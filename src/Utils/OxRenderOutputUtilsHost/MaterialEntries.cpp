@@ -1,19 +1,19 @@
 #include "RenderOutputEntries.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <utility>
 
 #include <OxTellarProducers/ConvertTextures.h>
 #include <OxTellarProducers/MaterialFlattening.h>
 #include <OxTellarProducers/ShadingNodeDescription.h>
 
-/// The head of the handles onto nodes and connections, which share one type in C. Each has a count
-/// and one shared pointer, like every handle of the suite; the kind lies in the gap between them.
+/// The object behind the C handles of nodes and connections, which share one type in C.
 struct OxShadingStruct {
-    enum Kind : std::int16_t { kNode, kConnection };
-
-    std::int32_t refCount; // not atomic: a handle is for one thread at a time
-    Kind kind;
+    std::int32_t refCount;                     // not atomic: a handle is for one thread at a time
+    bool isNode;                               // otherwise a connection
+    boost::shared_ptr<const void> description; // never null
 };
 
 struct OxShadingNodeMapStruct {
@@ -25,37 +25,25 @@ namespace TELLAR::RenderOutputUtilsHost {
 namespace {
 
 using namespace OxAttribute;
-using Producer = GeometryProducer::Ptr;
-
-struct NodeHandle : OxShadingStruct {
-    boost::shared_ptr<const ShadingNodeDescription> node; // never null
-};
-
-struct ConnectionHandle : OxShadingStruct {
-    boost::shared_ptr<const ShadingNodeConnectionDescription> connection; // never null
-};
-
-OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeDescription> node) {
-    return node ? new NodeHandle{{1, OxShadingStruct::kNode}, std::move(node)} : nullptr;
-}
-
-OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeConnectionDescription> connection) {
-    return connection
-               ? new ConnectionHandle{{1, OxShadingStruct::kConnection}, std::move(connection)}
-               : nullptr;
-}
 
 /// Null for null and for a connection.
-boost::shared_ptr<const ShadingNodeDescription> NodeOf(const OxShadingStruct* handle) noexcept {
-    if (!handle || handle->kind != OxShadingStruct::kNode) return nullptr;
-    return static_cast<const NodeHandle*>(handle)->node;
+const ShadingNodeDescription* NodeOf(const OxShadingStruct* handle) noexcept {
+    if (!handle || !handle->isNode) return nullptr;
+    return static_cast<const ShadingNodeDescription*>(handle->description.get());
 }
 
 /// Null for null and for a node.
-boost::shared_ptr<const ShadingNodeConnectionDescription>
-ConnectionOf(const OxShadingStruct* handle) noexcept {
-    if (!handle || handle->kind != OxShadingStruct::kConnection) return nullptr;
-    return static_cast<const ConnectionHandle*>(handle)->connection;
+const ShadingNodeConnectionDescription* ConnectionOf(const OxShadingStruct* handle) noexcept {
+    if (!handle || handle->isNode) return nullptr;
+    return static_cast<const ShadingNodeConnectionDescription*>(handle->description.get());
+}
+
+OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeDescription> node) {
+    return node ? new OxShadingStruct{1, true, std::move(node)} : nullptr;
+}
+
+OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeConnectionDescription> connection) {
+    return connection ? new OxShadingStruct{1, false, std::move(connection)} : nullptr;
 }
 
 void RetainShading(OxShadingStruct* handle) noexcept {
@@ -63,42 +51,18 @@ void RetainShading(OxShadingStruct* handle) noexcept {
 }
 
 void ReleaseShading(OxShadingStruct* handle) noexcept {
-    if (!handle || --handle->refCount >= 1) return;
-    if (handle->kind == OxShadingStruct::kNode)
-        delete static_cast<NodeHandle*>(handle);
-    else
-        delete static_cast<ConnectionHandle*>(handle);
-}
-
-/// Reads a node, whose description is kept during the call. Any other handle gives null.
-template <typename Read>
-auto ReadNode(OxShadingStruct* handle, Read read) {
-    const auto node = NodeOf(handle);
-    return node ? read(*node) : decltype(read(*node))();
-}
-
-OxAttributeStruct* ConvertTextures(OxAttributeStruct* textures) {
-    return Enter("convertTexturesToArbitraryAttr", [&] {
-        return ConvertTexturesToArbitraryAttr(Attribute::CreateAndRetain(textures)).detach();
-    });
+    if (handle && --handle->refCount < 1) delete handle;
 }
 
 OxAttributeStruct* GetFlattenedMaterial(OxSgIteratorStruct* location,
                                         const char* const* terminalNames, std::int64_t count) {
-    return EnterWith("getFlattenedMaterialAttr", location,
-                     [&](auto& producer) -> OxAttributeStruct* {
-                         if (count < 0 || (count > 0 && !terminalNames)) return nullptr;
-                         std::vector<std::string> names;
-                         for (std::int64_t i = 0; i < count; ++i)
-                             names.push_back(Text(terminalNames[i]));
-                         return GetFlattenedMaterialAttr(producer, names).detach();
-                     });
+    if (!location || count < 0 || (count > 0 && !terminalNames)) return nullptr;
+    std::vector<std::string> names;
+    std::transform(terminalNames, terminalNames + count, std::back_inserter(names), Text);
+    return GetFlattenedMaterialAttr(OxHandleToGeometryProducer(location), names).detach();
 }
 
-void EmptyMaterialCache() {
-    Enter("emptyFlattenedMaterialCache", [] { EmptyFlattenedMaterialCache(); });
-}
-
+/// From a material or from a location's producer.
 template <typename Source>
 OxShadingNodeMapStruct* MakeNodeMap(const Source& source) {
     auto map = std::make_unique<OxShadingNodeMapStruct>();
@@ -106,44 +70,29 @@ OxShadingNodeMapStruct* MakeNodeMap(const Source& source) {
     return map.release();
 }
 
-OxShadingNodeMapStruct* GetNodesOfMaterial(OxAttributeStruct* material) {
-    return Enter("getShadingNetworkNodesOfMaterial",
-                 [&] { return MakeNodeMap(GroupAttribute(Attribute::CreateAndRetain(material))); });
-}
-
-OxShadingNodeMapStruct* GetNodes(OxSgIteratorStruct* location) {
-    return EnterWith("getShadingNetworkNodes", location,
-                     [](auto& producer) { return MakeNodeMap(producer); });
-}
-
-void DestroyNodes(OxShadingNodeMapStruct* nodes) {
-    delete nodes;
-}
-
 OxShadingStruct* FindNode(OxShadingNodeMapStruct* nodes, const char* name) {
-    return Enter("findShadingNode", [&]() -> OxShadingStruct* {
-        if (!nodes || !name) return nullptr;
-        const auto found = nodes->nodes.find(name);
-        return found == nodes->nodes.end() ? nullptr : ToHandle(found->second);
-    });
+    if (!nodes || !name) return nullptr;
+    const auto found = nodes->nodes.find(name);
+    return found == nodes->nodes.end() ? nullptr : ToHandle(found->second);
 }
 
 /// The name of a node or of a connection: one entry serves both slots.
 const char* GetName(OxShadingStruct* handle) noexcept {
-    if (const auto node = NodeOf(handle)) return node->getName().c_str();
-    if (const auto connection = ConnectionOf(handle)) return connection->getName().c_str();
+    if (const auto* node = NodeOf(handle)) return node->getName().c_str();
+    if (const auto* connection = ConnectionOf(handle)) return connection->getName().c_str();
     return "";
 }
 
 /// The type of a node or the port that feeds a connection: one entry serves both slots.
 const char* GetTypeOrPort(OxShadingStruct* handle) noexcept {
-    if (const auto node = NodeOf(handle)) return node->getType().c_str();
-    if (const auto connection = ConnectionOf(handle)) return connection->getConnectedPort().c_str();
+    if (const auto* node = NodeOf(handle)) return node->getType().c_str();
+    if (const auto* connection = ConnectionOf(handle))
+        return connection->getConnectedPort().c_str();
     return "";
 }
 
 const char* GetConnectedNode(OxShadingStruct* handle) noexcept {
-    const auto connection = ConnectionOf(handle);
+    const auto* connection = ConnectionOf(handle);
     return connection ? connection->getConnectedNode().c_str() : "";
 }
 
@@ -151,68 +100,72 @@ const char* GetConnectedNode(OxShadingStruct* handle) noexcept {
 using Names = const std::vector<std::string>& (ShadingNodeDescription::*)() const;
 
 template <Names GetNames>
-std::int64_t CountNames(OxShadingStruct* handle) {
-    const auto node = NodeOf(handle);
-    return node ? static_cast<std::int64_t>(((*node).*GetNames)().size()) : 0;
+std::int64_t CountNames(OxShadingStruct* handle) noexcept {
+    const auto* node = NodeOf(handle);
+    return node ? static_cast<std::int64_t>((node->*GetNames)().size()) : 0;
 }
 
 template <Names GetNames>
-const char* GetNameAt(OxShadingStruct* handle, std::int64_t index) {
-    const auto node = NodeOf(handle);
-    if (!node || index < 0 || index >= CountNames<GetNames>(handle)) return "";
-    return ((*node).*GetNames)()[static_cast<std::size_t>(index)].c_str();
+const char* GetNameAt(OxShadingStruct* handle, std::int64_t index) noexcept {
+    if (index < 0 || index >= CountNames<GetNames>(handle)) return "";
+    return (NodeOf(handle)->*GetNames)()[static_cast<std::size_t>(index)].c_str();
 }
 
 OxAttributeStruct* GetParameter(OxShadingStruct* handle, const char* name) {
-    return Enter("getShadingParameter", [&] {
-        return ReadNode(handle, [&](auto& node) { return node.getParameter(Text(name)).detach(); });
-    });
+    const auto* node = NodeOf(handle);
+    return node ? node->getParameter(Text(name)).detach() : nullptr;
 }
 
 OxShadingStruct* GetConnection(OxShadingStruct* handle, const char* name) {
-    return Enter("getShadingConnection", [&] {
-        return ReadNode(handle,
-                        [&](auto& node) { return ToHandle(node.getConnection(Text(name))); });
-    });
+    const auto* node = NodeOf(handle);
+    return node ? ToHandle(node->getConnection(Text(name))) : nullptr;
 }
 
 int IsNodeValid(OxShadingStruct* handle) {
-    return ReadNode(handle, [](auto& node) { return node.isValid() ? 1 : 0; });
+    const auto* node = NodeOf(handle);
+    return node && node->isValid() ? 1 : 0;
 }
 
 int IsConnectionValid(OxShadingStruct* handle) {
     // A null connection is valid, unlike a null node.
     if (!handle) return 1;
-    const auto connection = ConnectionOf(handle);
+    const auto* connection = ConnectionOf(handle);
     return connection && connection->isValid() ? 1 : 0;
 }
 
 } // namespace
 
 void FillMaterialSlots(Suite& suite) {
-    TELLAR_SET_SLOT(suite, 6, convertTexturesToArbitraryAttr, ConvertTextures);
-    TELLAR_SET_SLOT(suite, 9, getFlattenedMaterialAttr, GetFlattenedMaterial);
-    TELLAR_SET_SLOT(suite, 10, emptyFlattenedMaterialCache, EmptyMaterialCache);
-    TELLAR_SET_SLOT(suite, 11, getShadingNetworkNodesOfMaterial, GetNodesOfMaterial);
-    TELLAR_SET_SLOT(suite, 12, getShadingNetworkNodes, GetNodes);
-    TELLAR_SET_SLOT(suite, 13, destroyShadingNodeMap, DestroyNodes);
+    TELLAR_SET_ENTRY(suite, 6, convertTexturesToArbitraryAttr, [](OxAttributeStruct* textures) {
+        return ConvertTexturesToArbitraryAttr(Attribute::CreateAndRetain(textures)).detach();
+    });
+    TELLAR_SET_ENTRY(suite, 9, getFlattenedMaterialAttr, GetFlattenedMaterial);
+    TELLAR_SET_ENTRY(suite, 10, emptyFlattenedMaterialCache, EmptyFlattenedMaterialCache);
+    TELLAR_SET_ENTRY(suite, 11, getShadingNetworkNodesOfMaterial, [](OxAttributeStruct* material) {
+        return MakeNodeMap(GroupAttribute(Attribute::CreateAndRetain(material)));
+    });
+    TELLAR_SET_ENTRY(suite, 12, getShadingNetworkNodes, [](OxSgIteratorStruct* location) {
+        return location ? MakeNodeMap(OxHandleToGeometryProducer(location)) : nullptr;
+    });
+    TELLAR_SET_SLOT(suite, 13, destroyShadingNodeMap,
+                    [](OxShadingNodeMapStruct* nodes) { delete nodes; });
     TELLAR_SET_SLOT(suite, 14, retainShadingNode, RetainShading);
     TELLAR_SET_SLOT(suite, 15, releaseShadingNode, ReleaseShading);
     TELLAR_SET_SLOT(suite, 16, retainShadingConnection, RetainShading);
     TELLAR_SET_SLOT(suite, 17, releaseShadingConnection, ReleaseShading);
-    TELLAR_SET_SLOT(suite, 18, findShadingNode, FindNode);
+    TELLAR_SET_ENTRY(suite, 18, findShadingNode, FindNode);
     TELLAR_SET_SLOT(suite, 19, getShadingNodeName, GetName);
     TELLAR_SET_SLOT(suite, 20, getShadingNodeType, GetTypeOrPort);
     TELLAR_SET_SLOT(suite, 21, getNumberOfShadingParameters,
                     CountNames<&ShadingNodeDescription::getParameterNames>);
     TELLAR_SET_SLOT(suite, 22, getShadingParameterName,
                     GetNameAt<&ShadingNodeDescription::getParameterNames>);
-    TELLAR_SET_SLOT(suite, 23, getShadingParameter, GetParameter);
+    TELLAR_SET_ENTRY(suite, 23, getShadingParameter, GetParameter);
     TELLAR_SET_SLOT(suite, 24, getNumberOfShadingConnections,
                     CountNames<&ShadingNodeDescription::getConnectionNames>);
     TELLAR_SET_SLOT(suite, 25, getShadingConnectionName,
                     GetNameAt<&ShadingNodeDescription::getConnectionNames>);
-    TELLAR_SET_SLOT(suite, 26, getShadingConnection, GetConnection);
+    TELLAR_SET_ENTRY(suite, 26, getShadingConnection, GetConnection);
     TELLAR_SET_SLOT(suite, 27, isShadingNodeValid, IsNodeValid);
     TELLAR_SET_SLOT(suite, 28, getConnectionName, GetName);
     TELLAR_SET_SLOT(suite, 29, getConnectedPort, GetTypeOrPort);
