@@ -19,26 +19,26 @@ bool IsNetwork(const GroupAttribute& material) {
     return StringAttribute(material.getChildByName("style")).getValueView() == "network";
 }
 
-/// A group without group inheritance.
+/// A group without group inheritance; invalid without children.
 GroupAttribute Group(const Children& children) {
-    return {children, false};
+    return children.empty() ? GroupAttribute() : GroupAttribute(children, false);
 }
 
-void AppendUnlessEmpty(Children& children, const char* name, const Children& grandchildren) {
-    if (!grandchildren.empty()) children.emplace_back(name, Group(grandchildren));
+void AppendChildren(Children& children, const GroupAttribute& group,
+                    const std::string& suffix = {}) {
+    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
+        children.emplace_back(group.getChildName(i) + suffix, group.getChildByIndex(i));
 }
 
 /// The interface entries of exposed parameters, reduced to their "src".
-Children ReadUsedInterface(const GroupAttribute& material, const GroupAttribute& parameters) {
+GroupAttribute UsedInterface(const GroupAttribute& interface, const GroupAttribute& parameters) {
     Children entries;
-    const GroupAttribute interface(material.getChildByName("interface"));
-    if (!interface.isValid()) return entries;
     for (std::int64_t i = 0; i < parameters.getNumberOfChildren(); ++i) {
         const GroupAttribute entry(interface.getChildByName(parameters.getChildNameView(i)));
         const Attribute src = entry.getChildByName("src");
         if (src.isValid()) entries.emplace_back(parameters.getChildName(i), Group({{"src", src}}));
     }
-    return entries;
+    return Group(entries);
 }
 
 /// For materials without networks: the nearest child of each name.
@@ -49,22 +49,23 @@ GroupAttribute NearestChildren(const std::vector<GroupAttribute>& materials) {
         for (std::int64_t i = 0; i < material.getNumberOfChildren(); ++i)
             if (taken.insert(material.getChildNameView(i)).second)
                 children.emplace_back(material.getChildName(i), material.getChildByIndex(i));
-    return children.empty() ? GroupAttribute() : Group(children);
+    return Group(children);
 }
 
-/// A legacy material as a network with a node for every terminal that it has a shader for.
-GroupAttribute ToNetwork(const GroupAttribute& legacy,
+/// A legacy material as a network with a node for every terminal that it has a shader for. A
+/// network is returned as it is.
+GroupAttribute AsNetwork(const GroupAttribute& material,
                          const std::vector<std::string>& terminalNames) {
+    if (IsNetwork(material)) return material;
     Children nodes;
     Children terminals;
     for (const std::string& terminal : terminalNames) {
-        const StringAttribute shader(legacy.getChildByName(terminal + "Shader"));
+        const StringAttribute shader(material.getChildByName(terminal + "Shader"));
         if (shader.getValueView().empty()) continue;
-        Children node{{"name", StringAttribute(terminal)},
-                      {"type", StringAttribute(shader.getValueView())}};
-        const GroupAttribute parameters(legacy.getChildByName(terminal + "Params"));
-        if (parameters.isValid()) node.emplace_back("parameters", parameters);
-        nodes.emplace_back(terminal, Group(node));
+        const GroupAttribute parameters(material.getChildByName(terminal + "Params"));
+        nodes.emplace_back(terminal, Group({{"name", StringAttribute(terminal)},
+                                            {"type", StringAttribute(shader.getValueView())},
+                                            {"parameters", parameters}}));
         terminals.emplace_back(terminal, StringAttribute(terminal));
     }
     return Group({{"style", StringAttribute("network")},
@@ -86,14 +87,14 @@ StringAttribute WithSuffix(const StringAttribute& texts, const std::string& suff
 /// Appends the suffix to the node names in connections. Groups are entered `levels` deep.
 GroupAttribute Reconnected(const GroupAttribute& connections, const std::string& suffix,
                            int levels) {
+    if (!connections.isValid()) return {};
     Children children;
-    for (std::int64_t i = 0; i < connections.getNumberOfChildren(); ++i) {
-        Attribute child = connections.getChildByIndex(i);
+    AppendChildren(children, connections);
+    for (auto& [name, child] : children) {
         if (child.getType() == kAttributeTypeString)
-            child = WithSuffix(StringAttribute(child), suffix);
+            child = WithSuffix(child, suffix);
         else if (child.getType() == kAttributeTypeGroup && levels > 0)
-            child = Reconnected(GroupAttribute(child), suffix, levels - 1);
-        children.emplace_back(connections.getChildName(i), std::move(child));
+            child = Reconnected(child, suffix, levels - 1);
     }
     return {children, true};
 }
@@ -103,107 +104,76 @@ GroupAttribute RenamedNode(const GroupAttribute& node, const std::string& name,
                            const std::string& suffix) {
     constexpr int kLevelsOfConnectionGroups = 1;
     Children children;
-    for (std::int64_t i = 0; i < node.getNumberOfChildren(); ++i) {
-        Attribute child = node.getChildByIndex(i);
-        const std::string_view childName = node.getChildNameView(i);
-        if (childName == "connections" && child.getType() == kAttributeTypeGroup)
-            child = Reconnected(GroupAttribute(child), suffix, kLevelsOfConnectionGroups);
-        children.emplace_back(childName, std::move(child));
-    }
-    // Takes the place of the node's own name, if it has one.
+    children.reserve(static_cast<std::size_t>(node.getNumberOfChildren()) + 2);
+    AppendChildren(children, node);
+    // These take the places of the node's own, if it has them.
+    children.emplace_back("connections", Reconnected(node.getChildByName("connections"), suffix,
+                                                     kLevelsOfConnectionGroups));
     children.emplace_back("name", StringAttribute(name));
     return {children, node.getGroupInherit()};
 }
 
-/// Puts the networks of several materials side by side.
-class NetworkMerger {
-public:
-    explicit NetworkMerger(const std::vector<std::string>& terminalNames)
-        : terminalNames(terminalNames) {}
+/// The networks of several materials side by side.
+struct MergedNetwork {
+    Children nodes;
+    Children interface;
+    Children parameters;
+    Children terminals;
 
     /// Nearest first. A material that serves no terminal adds nothing.
-    void add(const GroupAttribute& material, std::size_t index) {
-        const std::string suffix = ":" + std::to_string(index);
-        if (!claimTerminals(material, suffix)) return;
-        addNodes(GroupAttribute(material.getChildByName("nodes")), suffix);
-        addInterface(GroupAttribute(material.getChildByName("interface")), suffix);
-        addParameters(GroupAttribute(material.getChildByName("parameters")), suffix);
+    void add(const GroupAttribute& material, const std::vector<std::string>& terminalNames,
+             const std::string& suffix) {
+        if (!addTerminals(material, terminalNames, suffix)) return;
+        addNodes(material.getChildByName("nodes"), suffix);
+        addInterface(material.getChildByName("interface"), suffix);
+        AppendChildren(parameters, material.getChildByName("parameters"), suffix);
     }
 
-    GroupAttribute take() const {
-        Children network{{"style", StringAttribute("network")}};
-        AppendUnlessEmpty(network, "nodes", nodes);
-        AppendUnlessEmpty(network, "interface", interface);
-        AppendUnlessEmpty(network, "parameters", parameters);
-        AppendUnlessEmpty(network, "terminals", terminals);
-        return Group(network);
-    }
-
-private:
-    /// Takes the terminals that no nearer material has. False when there is none.
-    bool claimTerminals(const GroupAttribute& material, const std::string& suffix) {
-        bool isAny = false;
+    /// Adds the terminals that no nearer material has. False when there is none.
+    bool addTerminals(const GroupAttribute& material, const std::vector<std::string>& terminalNames,
+                      const std::string& suffix) {
+        const std::size_t before = terminals.size();
         for (const std::string& name : terminalNames) {
-            if (claimed.count(name) != 0) continue;
+            if (std::any_of(terminals.begin(), terminals.end(),
+                            [&](const auto& terminal) { return terminal.first == name; }))
+                continue;
             const StringAttribute node(material.getChildByName("terminals." + name));
             if (node.getValueView().empty()) continue;
-            claimed.insert(name);
             terminals.emplace_back(name, StringAttribute(node.getValue("", false) + suffix));
-            isAny = true;
         }
-        return isAny;
+        return terminals.size() > before;
     }
 
     void addNodes(const GroupAttribute& group, const std::string& suffix) {
         for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
             const GroupAttribute node(group.getChildByIndex(i));
-            if (!node.isValid()) continue;
-            std::string name = group.getChildName(i) + suffix;
-            GroupAttribute renamed = RenamedNode(node, name, suffix);
-            nodes.emplace_back(std::move(name), std::move(renamed));
+            const std::string name = group.getChildName(i) + suffix;
+            if (node.isValid()) nodes.emplace_back(name, RenamedNode(node, name, suffix));
         }
     }
 
     void addInterface(const GroupAttribute& group, const std::string& suffix) {
         for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
-            const GroupAttribute entry(group.getChildByIndex(i));
-            const StringAttribute src(entry.getChildByName("src"));
-            if (!src.isValid()) continue;
+            const StringAttribute src(
+                GroupAttribute(group.getChildByIndex(i)).getChildByName("src"));
             const auto pieces = OxStringUtil::split(src.getValueView(), ".");
             if (pieces.size() != 2) continue;
             const StringAttribute renamed(pieces[0] + suffix + "." + pieces[1]);
             interface.emplace_back(group.getChildName(i) + suffix, Group({{"src", renamed}}));
         }
     }
-
-    void addParameters(const GroupAttribute& group, const std::string& suffix) {
-        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
-            parameters.emplace_back(group.getChildName(i) + suffix, group.getChildByIndex(i));
-    }
-
-    const std::vector<std::string>& terminalNames;
-    std::set<std::string> claimed;
-    Children nodes;
-    Children interface;
-    Children parameters;
-    Children terminals;
 };
 
 } // namespace
 
 GroupAttribute MinimizeResolvedMaterialAttr(const GroupAttribute& material) {
     if (!IsNetwork(material)) return material;
-    Children children{{"style", material.getChildByName("style")}};
-    const GroupAttribute nodes(material.getChildByName("nodes"));
-    if (nodes.isValid()) children.emplace_back("nodes", nodes);
     const GroupAttribute parameters(material.getChildByName("parameters"));
-    if (parameters.isValid()) {
-        children.emplace_back("parameters", parameters);
-        AppendUnlessEmpty(children, "interface", ReadUsedInterface(material, parameters));
-    }
-    const Attribute terminals = material.getChildByName("terminals");
-    if (terminals.isValid()) children.emplace_back("terminals", terminals);
-    return Group(children);
+    return Group({{"style", material.getChildByName("style")},
+                  {"nodes", GroupAttribute(material.getChildByName("nodes"))},
+                  {"parameters", parameters},
+                  {"interface", UsedInterface(material.getChildByName("interface"), parameters)},
+                  {"terminals", material.getChildByName("terminals")}});
 }
 
 GroupAttribute GetFlattenedMaterialAttr(const std::vector<GroupAttribute>& materials,
@@ -212,11 +182,14 @@ GroupAttribute GetFlattenedMaterialAttr(const std::vector<GroupAttribute>& mater
     if (materials.size() == 1) return materials.front();
     if (std::none_of(materials.begin(), materials.end(), IsNetwork))
         return NearestChildren(materials);
-    NetworkMerger merger(terminalNames);
+    MergedNetwork merged;
     for (std::size_t i = 0; i < materials.size(); ++i)
-        merger.add(IsNetwork(materials[i]) ? materials[i] : ToNetwork(materials[i], terminalNames),
-                   i);
-    return merger.take();
+        merged.add(AsNetwork(materials[i], terminalNames), terminalNames, ":" + std::to_string(i));
+    return Group({{"style", StringAttribute("network")},
+                  {"nodes", Group(merged.nodes)},
+                  {"interface", Group(merged.interface)},
+                  {"parameters", Group(merged.parameters)},
+                  {"terminals", Group(merged.terminals)}});
 }
 
 } // namespace TELLAR

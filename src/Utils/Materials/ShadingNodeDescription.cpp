@@ -14,17 +14,6 @@ namespace TELLAR {
 
 namespace {
 
-/// Splits a text in two at the separator; false when that gives any other number of pieces.
-bool SplitInTwo(const StringAttribute& text, const char* separator, std::string& first,
-                std::string& second) {
-    if (!text.isValid()) return false;
-    std::vector<std::string> pieces = OxStringUtil::split(text.getValueView(), separator);
-    if (pieces.size() != 2) return false;
-    first = std::move(pieces[0]);
-    second = std::move(pieces[1]);
-    return true;
-}
-
 /// Parameters that a material sets, by the keys of the nodes under "nodes".
 using Overrides = std::map<std::string, ShadingNodeDescription::ParameterMap>;
 
@@ -34,10 +23,9 @@ Overrides ReadOverrides(const GroupAttribute& material) {
     const GroupAttribute interface(material.getChildByName("interface"));
     for (std::int64_t i = 0; i < parameters.getNumberOfChildren(); ++i) {
         const GroupAttribute entry(interface.getChildByName(parameters.getChildNameView(i)));
-        std::string node;
-        std::string parameter;
-        if (SplitInTwo(entry.getChildByName("src"), ".", node, parameter))
-            overrides[node][parameter] = parameters.getChildByIndex(i);
+        const StringAttribute src(entry.getChildByName("src"));
+        const auto pieces = OxStringUtil::split(src.getValueView(), ".");
+        if (pieces.size() == 2) overrides[pieces[0]][pieces[1]] = parameters.getChildByIndex(i);
     }
     return overrides;
 }
@@ -60,22 +48,17 @@ struct ConnectionWalk {
             if (repeats > kMaximumRepeats) return;
         }
         for (std::int64_t i = 0; i < count; ++i) {
-            std::string fullName = prefix;
-            if (!prefix.empty()) fullName += '.';
-            fullName += group.getChildNameView(i);
-            add(group, std::move(fullName), group.getChildByIndex(i));
-        }
-    }
-
-    void add(const GroupAttribute& group, std::string fullName, const Attribute& child) {
-        auto connection =
-            boost::make_shared<ShadingNodeConnectionDescription>(fullName, StringAttribute(child));
-        if (connection->isValid()) {
-            names.push_back(fullName);
-            connections.emplace(std::move(fullName), std::move(connection));
-        } else {
-            // The look-up is by the full name, so only groups that this name leads to are entered.
-            enter(group.getChildByName(fullName), fullName);
+            const std::string fullName =
+                (prefix.empty() ? prefix : prefix + ".") + group.getChildName(i);
+            const auto connection = boost::make_shared<ShadingNodeConnectionDescription>(
+                fullName, group.getChildByIndex(i));
+            if (connection->isValid()) {
+                names.push_back(fullName);
+                connections.emplace(fullName, connection);
+            } else {
+                // The look-up is by the full name, so only groups that it leads to are entered.
+                enter(group.getChildByName(fullName), fullName);
+            }
         }
     }
 };
@@ -85,9 +68,10 @@ struct ConnectionWalk {
 ShadingNodeConnectionDescription::ShadingNodeConnectionDescription(const std::string& fullName,
                                                                    const StringAttribute& value)
     : name(fullName.substr(0, fullName.rfind(':'))) {
-    if (!SplitInTwo(value, "@", connectedPort, connectedNode)) return;
-    connectedPort = OxStringUtil::strip(connectedPort);
-    connectedNode = OxStringUtil::strip(connectedNode);
+    const auto pieces = OxStringUtil::split(value.getValueView(), "@");
+    if (pieces.size() != 2) return;
+    connectedPort = OxStringUtil::strip(pieces[0]);
+    connectedNode = OxStringUtil::strip(pieces[1]);
 }
 
 bool ShadingNodeConnectionDescription::isValid() const {
@@ -117,12 +101,11 @@ ShadingNodeDescription::ShadingNodeDescription(const GroupAttribute& node,
     recursiveGetConnectionNames(node.getChildByName("connections"), "");
 }
 
-ShadingNodeDescription::ShadingNodeDescription(const ShadingNodeDescription& other) = default;
-ShadingNodeDescription::ShadingNodeDescription(ShadingNodeDescription&& other) noexcept = default;
+ShadingNodeDescription::ShadingNodeDescription(const ShadingNodeDescription&) = default;
+ShadingNodeDescription::ShadingNodeDescription(ShadingNodeDescription&&) noexcept = default;
+ShadingNodeDescription& ShadingNodeDescription::operator=(const ShadingNodeDescription&) = default;
 ShadingNodeDescription&
-ShadingNodeDescription::operator=(const ShadingNodeDescription& other) = default;
-ShadingNodeDescription&
-ShadingNodeDescription::operator=(ShadingNodeDescription&& other) noexcept = default;
+ShadingNodeDescription::operator=(ShadingNodeDescription&&) noexcept = default;
 ShadingNodeDescription::~ShadingNodeDescription() = default;
 
 bool ShadingNodeDescription::isValid() const {
