@@ -18,15 +18,12 @@ std::string TextAt(GeometryProducer& root, const std::string& name) {
 }
 
 /// Replaces every run of "#" by the frame, padded to the length of the run.
-std::string WithFrame(const std::string& text, int frame) {
-    std::string result;
-    std::size_t rest = 0;
-    for (std::size_t run = text.find('#'); run != std::string::npos; run = text.find('#', rest)) {
-        result.append(text, rest, run - rest);
-        rest = std::min(text.find_first_not_of('#', run), text.size());
-        result += TellarInternal::PaddedFrame(frame, rest - run);
+std::string WithFrame(std::string text, int frame) {
+    for (std::size_t run = text.find('#'); run != std::string::npos; run = text.find('#', run)) {
+        const std::size_t length = std::min(text.find_first_not_of('#', run), text.size()) - run;
+        text.replace(run, length, TellarInternal::PaddedFrame(frame, length));
     }
-    return result.append(text, rest);
+    return text;
 }
 
 } // namespace

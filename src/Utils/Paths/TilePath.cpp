@@ -14,22 +14,10 @@ namespace TELLAR::RenderOutputUtilsHost {
 
 namespace {
 
-using boost::algorithm::contains;
 using boost::filesystem::path;
 
 const NamedLogger kLogger("RenderOutputUtils");
-
 constexpr const char* kTemplateKey = "OMBRA_TILE_FILENAME";
-
-bool IsUsable(const std::string& nameTemplate) {
-    return (contains(nameTemplate, "@COLUMN@") && contains(nameTemplate, "@ROW@") &&
-            contains(nameTemplate, "@STEM@") && contains(nameTemplate, "@EXT@")) ||
-           contains(nameTemplate, "@DEFAULT@");
-}
-
-void WarnAboutTemplate(const std::string& nameTemplate, const char* what, LogPlace place = {}) {
-    kLogger.warn({"{} (defined as \"{}\") {}", place}, kTemplateKey, nameTemplate, what);
-}
 
 } // namespace
 
@@ -48,16 +36,21 @@ std::string ProcessTilePath(const std::string& picturePath, const std::vector<in
     std::string defaultPath = (folder / defaultName).string();
     if (!Config()->has(kTemplateKey)) return defaultPath;
 
-    const std::string nameTemplate = Config()->get(kTemplateKey);
-    if (!IsUsable(nameTemplate)) {
-        WarnAboutTemplate(nameTemplate,
-                          "should contain @COLUMN@, @ROW@, @STEM@ and @EXT@, or @DEFAULT@");
+    std::string name = Config()->get(kTemplateKey);
+    const auto has = [&name](const char* placeholder) {
+        return boost::contains(name, placeholder);
+    };
+    if (!has("@DEFAULT@") && !(has("@COLUMN@") && has("@ROW@") && has("@STEM@") && has("@EXT@"))) {
+        kLogger.warn("{} (defined as \"{}\") should contain @COLUMN@, @ROW@, @STEM@ and @EXT@, or "
+                     "@DEFAULT@",
+                     kTemplateKey, name);
         return defaultPath;
     }
     const bool hasCounts = tile.size() >= 4;
-    if (!hasCounts && (contains(nameTemplate, "@COLUMNS@") || contains(nameTemplate, "@ROWS@")))
-        WarnAboutTemplate(nameTemplate,
-                          "is using @COLUMNS@ or @ROWS@, but tiles count is not available.");
+    if (!hasCounts && (has("@COLUMNS@") || has("@ROWS@")))
+        kLogger.warn("{} (defined as \"{}\") is using @COLUMNS@ or @ROWS@, but tiles count is not "
+                     "available.",
+                     kTemplateKey, name);
     // In this order: a text that is filled in may hold placeholders that come later.
     const std::pair<const char*, std::string> replacements[] = {
         {"@DEFAULT@", defaultName},
@@ -67,9 +60,8 @@ std::string ProcessTilePath(const std::string& picturePath, const std::vector<in
         {"@ROW@", row},
         {"@STEM@", stem},
         {"@EXT@", extension}};
-    std::string name = nameTemplate;
     for (const auto& [placeholder, text] : replacements)
-        boost::algorithm::replace_all(name, placeholder, text);
+        boost::replace_all(name, placeholder, text);
     const path result(name);
     return result.is_absolute() ? result.string() : (folder / result).string();
 }
