@@ -5,7 +5,7 @@
 #include <type_traits>
 
 // Tables of functions for C code. The order of their slots is the contract, so each slot is checked
-// by its number: in the function that fills the table, or in a list of checks where others fill it.
+// by its number in the function that fills the table.
 //
 //     constexpr OxShutterHostSuite_v1 MakeSuite() {
 //         static_assert(sizeof(OxShutterHostSuite_v1) == 2 * sizeof(void*));

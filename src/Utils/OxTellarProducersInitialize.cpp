@@ -7,26 +7,21 @@
 
 namespace {
 
-constexpr int kNoHost = -1;
-
-using RegisterSuite = int (*)(const void* suite, const char* apiName, unsigned int apiVersion);
-
-/// The eleventh pointer-sized member of a host's record.
-RegisterSuite GetRegisterSuite(const OxPluginHost* host) {
-    RegisterSuite registerSuite = nullptr;
-    static_assert(sizeof registerSuite == sizeof(void*));
-    std::memcpy(&registerSuite, reinterpret_cast<const char*>(host) + 10 * sizeof(void*),
-                sizeof registerSuite);
-    return registerSuite;
-}
+/// The beginning of a host's record.
+struct HostRecord {
+    void* others[10];
+    int (*registerSuite)(const void* suite, const char* apiName, unsigned int apiVersion);
+};
 
 } // namespace
 
 int _tellar3_dummy_dll_export = 0;
 
 int OxTellarProducersInitialize(OxPluginHost* host) {
-    const RegisterSuite registerSuite = host ? GetRegisterSuite(host) : nullptr;
-    if (!registerSuite) return kNoHost;
+    HostRecord record{};
+    if (host) std::memcpy(&record, host, sizeof record);
+    const auto registerSuite = record.registerSuite;
+    if (!registerSuite) return -1;
     registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v3(), OX_SCENEGRAPH_ITERATOR_HOST_SUITE,
                   3);
     registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v2(), OX_SCENEGRAPH_ITERATOR_HOST_SUITE,
