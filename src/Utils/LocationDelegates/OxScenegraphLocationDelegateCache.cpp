@@ -13,7 +13,7 @@ namespace TELLAR {
 
 namespace {
 
-using Suite = OxScenegraphLocationDelegatePluginSuite_v1;
+using Suite = LocationDelegates::Suite;
 
 /// The table is written under the lock until the flag is set, and read without it after that. A
 /// delegate that is being added may read it too, on the thread that holds the lock.
@@ -36,18 +36,16 @@ std::vector<std::string> NamesOfPlugins() {
     return names;
 }
 
-Suite* FindDelegate(const std::string& pluginName) {
-    const auto plugin = PluginManager::getPlugin(pluginName, OX_LOCATION_DELEGATE_API,
-                                                 OX_LOCATION_DELEGATE_API_VERSION);
-    return static_cast<Suite*>(const_cast<void*>(PluginManager::getPluginSuite(plugin)));
-}
-
 } // namespace
 
 void OxScenegraphLocationDelegateCache::populate() {
     Delegates& delegates = GetDelegates();
-    for (const std::string& name : NamesOfPlugins())
-        delegates.table.add(FindDelegate(name));
+    for (const std::string& name : NamesOfPlugins()) {
+        const auto plugin = PluginManager::getPlugin(name, OX_LOCATION_DELEGATE_API,
+                                                     OX_LOCATION_DELEGATE_API_VERSION);
+        delegates.table.add(
+            static_cast<Suite*>(const_cast<void*>(PluginManager::getPluginSuite(plugin))));
+    }
     delegates.isInitialized = true;
 }
 
@@ -59,11 +57,10 @@ void OxScenegraphLocationDelegateCache::initializeCache() {
     NamesOfPlugins();
     const std::lock_guard<std::recursive_mutex> guard(delegates.lock);
     if (delegates.isInitialized || delegates.isBeingWritten) return;
-    struct Writing {
-        explicit Writing(bool& flag) : flag(flag) { flag = true; }
-        ~Writing() { flag = false; }
+    struct ClearAtEnd {
         bool& flag;
-    } const writing(delegates.isBeingWritten);
+        ~ClearAtEnd() { flag = false; }
+    } const clear{delegates.isBeingWritten = true};
     populate();
 }
 
