@@ -15,9 +15,9 @@
 
    Counts. Handles of cameras, nodes and connections carry one reference owned by the caller; so do
    attribute handles, which are read and released through the suite "AttributeHost". The counts of
-   camera, node and connection handles are plain integers: one handle must not be retained or
-   released by two threads at once. Locations (OxSgIteratorStruct) are those of the suite
-   "ScenegraphIteratorHost"; their counts stay as they are.
+   camera, node and connection handles are plain integers: two threads must not retain or release
+   one handle at once. Locations (OxSgIteratorStruct) come from the suite "ScenegraphIteratorHost";
+   no entry changes their counts.
 
    Errors. A null handle is accepted everywhere and yields null, 0 or "", except in slots 0, 4, 5,
    31 and 48. No entry lets an exception out: "RenderOutputUtils" logs it at error level with the
@@ -77,18 +77,19 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
                                                  void* user);
     /* 1 Asks all plug-ins of the API "TellarRuntime" to drop their caches. */
     void (*flushRuntimePluginCaches)(void);
-    /* 2 How many pixels of a picture of the named resolution the location's bound covers. */
+    /* 2 The number of pixels that the location's bound covers in a picture of the named
+         resolution. */
     int (*getPixelAreaThroughCamera)(OxSgIteratorStruct* location, const char* cameraPath,
                                      const char* resolution);
-    /* 3 Those of `count` sample times that describe the motion while the shutter is open, as a
-         float attribute in ascending order. NaN is left out; null for a count below 0, and for null
+    /* 3 The sample times that describe the motion while the shutter is open, out of `count`, as a
+         float attribute in ascending order. NaN is left out. Null for a count below 0, and for null
          `times` unless the count is 0. */
     OxAttributeStruct* (*getSampleTimesRelevantToShutterRange)(const float* times, int64_t count,
                                                                float shutterOpen,
                                                                float shutterClose);
     /* 4 The name of the render resolution as a string attribute; its size in pixels goes to *width
-         and *height, each of which may be null. Ask the root; without a location it is
-       "square_512", 512 by 512. */
+         and *height, each of which may be null. Pass the root; without a location the result is
+         "square_512", 512 by 512. */
     OxAttributeStruct* (*getRenderResolution)(OxSgIteratorStruct* root, int* width, int* height);
     /* 5 The path of the render camera as a string attribute. Pass the root; without a location it
        is empty. */
@@ -97,12 +98,12 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     OxAttributeStruct* (*convertTexturesToArbitraryAttr)(OxAttributeStruct* textures);
     /* 7 The platform's name, as a string attribute. */
     OxAttributeStruct* (*getArchString)(void);
-    /* 8 The path with "%ARCH" replaced by it, as a string attribute; null for null. */
+    /* 8 The path with "%ARCH" replaced by that name, as a string attribute; null for null. */
     OxAttributeStruct* (*expandArchPath)(const char* path);
-    /* 9 The location's material and those above it as one, for `count` terminals. Cached until slot
-         10 is called. Trap: the location's path is the only key, so the first result is returned
-         for other terminals too, and for the same path in another scene. Call slot 10 when either
-         changes. */
+    /* 9 The materials of the location and of its ancestors, combined for `count` terminals. Cached
+         until slot 10 is called. Trap: the location's path is the only key, so the first result is
+         returned for other terminals too, and for the same path in another scene. Call slot 10
+         when either changes. */
     OxAttributeStruct* (*getFlattenedMaterialAttr)(OxSgIteratorStruct* location,
                                                    const char* const* terminalNames, int64_t count);
     /* 10 Empties the cache of flattened materials. */
@@ -112,7 +113,7 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     OxShadingNodeMapStruct* (*getShadingNetworkNodesOfMaterial)(OxAttributeStruct* material);
     /* 12 The same for a location's own "material"; null for a null location. */
     OxShadingNodeMapStruct* (*getShadingNetworkNodes)(OxSgIteratorStruct* location);
-    /* 13 Ends a node map; node handles that came from it live on. */
+    /* 13 Destroys a node map. Node handles that came from it stay valid. */
     void (*destroyShadingNodeMap)(OxShadingNodeMapStruct* nodes);
     /* 14 */ void (*retainShadingNode)(OxShadingStruct* node);
     /* 15 */ void (*releaseShadingNode)(OxShadingStruct* node);
@@ -123,8 +124,8 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     /* 19 20 Borrowed texts of a node, valid as long as its handle: its name and its type. */
     const char* (*getShadingNodeName)(OxShadingStruct* node);
     const char* (*getShadingNodeType)(OxShadingStruct* node);
-    /* 21 22 How many parameters a node has, and their names by index: borrowed, valid as long as
-             the handle, "" when out of range. */
+    /* 21 22 The number of a node's parameters, and their names by index: borrowed, valid as long
+             as the handle, "" when out of range. */
     int64_t (*getNumberOfShadingParameters)(OxShadingStruct* node);
     const char* (*getShadingParameterName)(OxShadingStruct* node, int64_t index);
     /* 23 The value of a parameter; null when there is none. */
@@ -132,7 +133,7 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     /* 24 25 The same for its connections. */
     int64_t (*getNumberOfShadingConnections)(OxShadingStruct* node);
     const char* (*getShadingConnectionName)(OxShadingStruct* node, int64_t index);
-    /* 26 A connection by its full name; null when there is none. */
+    /* 26 The connection of this full name; null when there is none. */
     OxShadingStruct* (*getShadingConnection)(OxShadingStruct* node, const char* name);
     /* 27 1 when the node has a name and a type, else 0. */
     int (*isShadingNodeValid)(OxShadingStruct* node);
@@ -162,7 +163,7 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
     float (*getCameraBottom)(CameraInfoStruct* camera);
     /* 42 1 or 0. */
     int (*getCameraOrthographic)(CameraInfoStruct* camera);
-    /* 43 */
+    /* 43 0 when it is not given. */
     float (*getCameraOrthographicWidth)(CameraInfoStruct* camera);
     /* 44 Camera to world, 16 doubles row by row for row vectors: borrowed, valid as long as the
           handle. */
@@ -170,8 +171,8 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
 
     /* 45 The delegate that takes over locations of a type for a renderer (null or empty: for every
           renderer); null when there is none. It lives as long as the process. The first call of
-          this slot or the next asks all delegates what they serve; a delegate that calls either
-          from its entries 1, 4 and 5 finds those asked before it. */
+          this slot or the next asks all delegates which renderer and types they are for; a
+          delegate that calls either from its entries 1, 4 and 5 finds those asked before it. */
     OxScenegraphLocationDelegatePluginSuite_v1* (*getLocationDelegate)(const char* locationType,
                                                                        const char* rendererName);
     /* 46 The location types that have a delegate, as one string attribute. */
@@ -184,7 +185,7 @@ typedef struct OxRenderOutputUtilsHostSuite_v3 {
                                                 float frame);
     /* 48 The path of the file for the tile of a picture that the location's render settings name
           ("renderSettings.tileRender", inherited), as a string attribute; the path itself when
-       there are no tiles, null for a null path. */
+          there are no tiles, null for a null path. */
     OxAttributeStruct* (*getTilePath)(OxSgIteratorStruct* location, const char* path);
 } OxRenderOutputUtilsHostSuite_v3;
 

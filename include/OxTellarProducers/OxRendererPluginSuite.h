@@ -20,10 +20,10 @@ extern "C" {
 #define OX_RENDERER_API "RendererPlugin"
 #define OX_RENDERER_API_VERSION 1
 
-/* How a render or an assembly ended. */
+/* The result of drawing a picture or of joining tiles. */
 typedef enum OxRenderStatus {
     kOxRenderDone = 0,
-    kOxRenderFailed = 1,   /* and a message of level kOxLogError said why */
+    kOxRenderFailed = 1,   /* a message of level kOxLogError has told the reason */
     kOxRenderCancelled = 2 /* no file was written or changed */
 } OxRenderStatus;
 
@@ -36,7 +36,7 @@ typedef struct OxRenderListener_v1 {
     void (*onMessage)(int level, const char* message, void* user);
     /* A picture is complete at this path. */
     void (*onPicture)(const char* path, void* user);
-    /* Not 0 when the caller cancels the render. Any number of threads at once. */
+    /* Not 0 when the caller cancels the render. Any number of threads may call it at once. */
     int (*isCancelled)(void* user);
     void* user;
 } OxRenderListener_v1;

@@ -12,12 +12,12 @@
        suite->releaseIterator(child);
        suite->releaseIterator(root);
 
-   Counts. A handle keeps one location, and with it the locations above. Handles from the two
-   root-creation entries carry one reference owned by the caller. Handles from all other entries
-   carry none: the receiver calls retainIterator first. The release that brings the count back to 0
-   frees the handle, whether or not other handles came from it. Every call makes a new handle, also
-   for a location that has one. Attribute handles carry one reference owned by the caller; they are
-   read and released through the suite "AttributeHost" (OxTellarSDK/AttributeSuite.h).
+   Counts. A handle keeps one location and its ancestors alive. Handles from the two root-creation
+   entries carry one reference owned by the caller. Handles from all other entries carry none: the
+   receiver calls retainIterator first. The release that brings the count back to 0 frees the
+   handle, whether or not other handles came from it. Every call makes a new handle, even for a
+   location that has one. Attribute handles carry one reference owned by the caller; they are read
+   and released through the suite "AttributeHost" (OxTellarSDK/AttributeSuite.h).
 
    Trap: a navigation handle that is released without having been retained is never freed. Retain
    each one in the statement that receives it, as above, and release every handle once.
@@ -81,20 +81,20 @@ typedef struct OxScenegraphIteratorHostSuite_v3 {
     OxSgIteratorStruct* (*getParent)(OxSgIteratorStruct* iterator);
     /* 8 [any thread] The topmost location above, or the location itself; retain it. */
     OxSgIteratorStruct* (*getRoot)(OxSgIteratorStruct* iterator);
-    /* 9 [any thread] ".." is the parent, "." the location itself; a name with "/" is an error.
-         Retain it. */
+    /* 9 [any thread] The child of this name; ".." is the parent, "." the location itself. A name
+         with "/" is an error. Retain it. */
     OxSgIteratorStruct* (*getChildByName)(OxSgIteratorStruct* iterator, const char* name,
                                           bool evict);
-    /* 10 [any thread] By a path whose first part is the location's own name, "." or "..":
-          "/root/world" asked of the root. Retain it. */
+    /* 10 [any thread] The location at a path whose first part is this location's name, "." or
+          "..": "/root/world" asked of the root. Retain it. */
     OxSgIteratorStruct* (*getProducerByPath)(OxSgIteratorStruct* iterator, const char* path,
                                              bool evict);
     /* 11 [any thread] The last part of the path, as a string attribute. */
     OxAttributeStruct* (*getName)(OxSgIteratorStruct* iterator);
     /* 12 [any thread] The path, as a string attribute. */
     OxAttributeStruct* (*getFullName)(OxSgIteratorStruct* iterator);
-    /* 13 [any thread] By dotted path; a null or empty name gives the group of all attributes.
-          Null when there is none. */
+    /* 13 [any thread] The attribute at a dotted path, or the group of all attributes for a null
+          or empty name. Null when there is none. */
     OxAttributeStruct* (*getAttribute)(OxSgIteratorStruct* iterator, const char* name);
     /* 14 [any thread] The attribute as inherited from the locations above; null for a null name. */
     OxAttributeStruct* (*getGlobalAttribute)(OxSgIteratorStruct* iterator, const char* name);
@@ -110,8 +110,8 @@ typedef struct OxScenegraphIteratorHostSuite_v3 {
     void (*finalizeRuntime)(OxSgIteratorStruct* iterator);
 } OxScenegraphIteratorHostSuite_v3;
 
-/* Suite "ScenegraphIteratorHost", version 2: entries of version 3 by the same names. Never edited
-   again either. */
+/* Suite "ScenegraphIteratorHost", version 2: the entries of version 3 that have the same names.
+   This struct is never edited again. */
 typedef struct OxScenegraphIteratorHostSuite_v2 {
     /* 0 */ void (*retainIterator)(OxSgIteratorStruct* iterator);
     /* 1 */ void (*releaseIterator)(OxSgIteratorStruct* iterator);

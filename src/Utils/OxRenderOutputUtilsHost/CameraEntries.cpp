@@ -13,7 +13,7 @@
 #include <OxTellarProducers/RenderResolution.h>
 #include <OxTellarProducers/ScreenSpace.h>
 
-/// The object behind a C camera handle: a count and the record that it keeps alive.
+/// The object behind a C camera handle: a reference count and the record that it keeps alive.
 struct CameraInfoStruct {
     std::int32_t refCount;                      // not atomic: a handle is for one thread at a time
     std::shared_ptr<TELLAR::CameraInfo> camera; // never null
@@ -25,8 +25,8 @@ namespace {
 
 using OxAttribute::FloatAttribute;
 
-/// The number of live handles. Loaded and stored instead of added to: threads may lose counts,
-/// which is cheaper than a locked addition for every handle.
+/// The number of live handles. Changed by a relaxed load and store, which may lose a count when two
+/// threads meet but costs less than a locked addition.
 std::atomic<std::int32_t> liveCount{0};
 
 /// Logs at the end of the process how many handles plug-ins failed to release.

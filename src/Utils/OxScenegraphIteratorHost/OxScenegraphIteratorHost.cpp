@@ -21,7 +21,7 @@
 
 using namespace OxAttribute;
 
-/// The object behind a C location handle: a count and the producer that it keeps.
+/// The object behind a C location handle: a reference count and the producer that it keeps alive.
 struct OxSgIteratorStruct {
     explicit OxSgIteratorStruct(TELLAR::GeometryProducer::Ptr producer)
         : producer(std::move(producer)) {}
@@ -47,7 +47,7 @@ void RetainIterator(OxSgIteratorStruct* iterator) noexcept {
 }
 
 void ReleaseIterator(OxSgIteratorStruct* iterator) noexcept {
-    // Acquire and release: the thread that frees the handle must see the writes of the others.
+    // The thread that frees the handle must see the writes of the others.
     if (iterator && iterator->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
         delete iterator;
 }
@@ -59,7 +59,7 @@ bool IsRuntimeShared() {
 
 struct NoRuntime {};
 
-/// A new runtime, published in place of that of the previous render.
+/// Publishes a new runtime in place of the previous render's.
 std::shared_ptr<TellarRuntime> PublishRuntime() {
     OxTellarServicesHost::RegisterRuntimeInstance(nullptr, kRenderRuntime);
     std::shared_ptr<TellarRuntime> runtime = OxTellarServicesHost().createRuntime();
