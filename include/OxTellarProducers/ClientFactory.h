@@ -5,8 +5,8 @@
 
 namespace TELLAR {
 
-/// A committed client for a source: one that was given back for an equal source, as it is, or else
-/// a new one with a runtime of its own. Clients live to the end of the process.
+/// Returns a committed client for a source: one that was given back for an equal source, as it is,
+/// or a new one with its own runtime. Clients live to the end of the process.
 ///
 /// Empty when the source is not valid, there is no runtime, or the source builds no Op; the logger
 /// "ClientFactory" logs the reason at error level. Exceptions of the platform pass through.
@@ -21,13 +21,13 @@ ClientCreateWithOpTree(const OpTreeSource& source);
 /// Threads: any. Never waits for a creation.
 TELLAR_API void ClientInvalidate(std::shared_ptr<TellarRuntime::Client> client);
 
-/// Frees the results of all unused clients at once. A client is unused when no shared pointer to it
-/// is held and its source has no ThreadLocalClient, as thread-aware producers have. Without a call,
-/// results are freed little by little when clients are asked for and scenes are opened again; those
-/// of the last scenes stay.
+/// Frees the results of all unused clients at once. A client is unused when no caller holds a
+/// shared pointer to it and its source has no ThreadLocalClient; thread-aware producers have one.
+/// Without a call, most results are freed when clients are asked for and scenes are opened again;
+/// those of the last scenes stay.
 ///
-/// An unused client keeps its runtime, its Ops and their arguments, and cooks anew when it is used
-/// again. Trap: a client that a thread calls through a plain pointer counts as unused and may lose
+/// An unused client keeps its runtime, its Ops and their arguments, and cooks again when it is next
+/// used. Trap: a client that a thread calls through a plain pointer counts as unused and may lose
 /// its results during the call.
 ///
 /// Threads: any. Waits for creations.

@@ -72,8 +72,8 @@ public:
 
     /// "Invalid GroupAttribute provided." An empty group is valid.
     bool isValid(std::string* error) const override;
-    /// Null for an invalid or empty description, and when a child is no group; Ops made for
-    /// earlier children then stay in the transaction. An input that names no child is null.
+    /// Null for an invalid or empty description, and when a child is not a group; Ops made for
+    /// earlier children then stay in the transaction. Inputs with unknown names are null.
     std::shared_ptr<TellarRuntime::Op>
     getOp(const std::shared_ptr<TellarRuntime::Transaction>& transaction) const override;
     /// "GroupAttribute".

@@ -9,8 +9,8 @@ struct ThreadClients;
 
 /// One client per thread for an op-tree source, made on the thread's first request and given back
 /// to the client factory when the thread ends. All objects over sources with equal hashes give a
-/// thread the same client. A request from another thread-local object that ends after that counts
-/// as one of a new thread.
+/// thread the same client. If the thread makes another request after that, from the end of one of
+/// its own objects, it gets a client as a new thread does.
 ///
 /// Threads: one object may be shared by any number of threads.
 class TELLAR_API ThreadLocalClient {

@@ -2,9 +2,8 @@
 
 #include <exception>
 #include <filesystem>
-#include <map>
+#include <string_view>
 #include <system_error>
-#include <type_traits>
 #include <vector>
 
 #include <OxTellarSDK/FileStream.h>
@@ -18,26 +17,10 @@ namespace {
 using Op = std::shared_ptr<TellarRuntime::Op>;
 using Transaction = std::shared_ptr<TellarRuntime::Transaction>;
 
-/// Whether transactions can name Ops. Those of a platform that stands in for ours may not.
-template <typename T, typename = void>
-constexpr bool kHasOpNames = false;
-template <typename T>
-constexpr bool kHasOpNames<T, std::void_t<decltype(&T::setOpName)>> = true;
-
-/// Gives the Op its name in the description, which messages about its errors then contain.
-template <typename T>
-void NameOp([[maybe_unused]] T& transaction, [[maybe_unused]] const Op& op,
-            [[maybe_unused]] const std::string& name) {
-    if constexpr (kHasOpNames<T>) transaction.setOpName(op, name);
-}
-
-std::vector<Op> FindInputs(const GroupAttribute& entry, std::map<std::string, Op>& opsByName) {
-    std::vector<Op> inputs;
-    const StringAttribute names(entry.getChildByName("opInputs"));
-    if (!names.isValid()) return inputs;
-    for (const auto name : names.getNearestSample(0.0f))
-        inputs.push_back(opsByName[std::string(name)]); // null for an unknown name
-    return inputs;
+/// Assigns the reason, unless `error` is null. Returns false.
+bool Refuse(std::string* error, const std::string& reason) {
+    if (error) *error = reason;
+    return false;
 }
 
 /// A range hash as Boost once computed it. Written out, because newer releases give other values.
@@ -95,14 +78,10 @@ OpTreeFileSource::OpTreeFileSource(const std::string& path)
     : AbstractOpTreeSource(HashCharacters(path)), filename(path) {}
 
 bool OpTreeFileSource::isValid(std::string* error) const {
-    if (filename.empty()) {
-        if (error) *error = "Empty filename provided.";
-        return false;
-    }
+    if (filename.empty()) return Refuse(error, "Empty filename provided.");
     std::error_code ignored;
-    if (std::filesystem::exists(filename, ignored)) return true;
-    if (error) *error = "File \"" + filename + "\" does not exist.";
-    return false;
+    return std::filesystem::exists(filename, ignored) ||
+           Refuse(error, "File \"" + filename + "\" does not exist.");
 }
 
 Op OpTreeFileSource::getOp(const Transaction& transaction) const {
@@ -123,35 +102,32 @@ OpTreeAttributeSource::OpTreeAttributeSource(const GroupAttribute& opTreeDescrip
     : AbstractOpTreeSource(opTreeDescription.getHash().uint64()), description(opTreeDescription) {}
 
 bool OpTreeAttributeSource::isValid(std::string* error) const {
-    if (description.isValid()) return true;
-    if (error) *error = "Invalid GroupAttribute provided.";
-    return false;
+    return description.isValid() || Refuse(error, "Invalid GroupAttribute provided.");
 }
 
 Op OpTreeAttributeSource::getOp(const Transaction& transaction) const {
-    if (!description.isValid()) return nullptr;
     std::vector<Op> ops;
-    std::map<std::string, Op> opsByName;
     for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i) {
-        const std::string name = description.getChildName(i);
         const GroupAttribute entry(description.getChildByIndex(i));
         if (!entry.isValid()) return nullptr;
-        const Op op = transaction->createOp();
-        transaction->setOpArgs(op,
+        ops.push_back(transaction->createOp());
+        transaction->setOpArgs(ops.back(),
                                StringAttribute(entry.getChildByName("opType")).getValue("", false),
                                GroupAttribute(entry.getChildByName("opArgs")));
-        NameOp(*transaction, op, name);
-        opsByName[name] = op;
-        ops.push_back(op);
+        transaction->setOpName(ops.back(), description.getChildName(i));
     }
-    if (ops.empty()) return nullptr;
-
     // Inputs are set when all Ops exist, because an Op may name a later one.
     for (std::size_t i = 0; i < ops.size(); ++i) {
         const GroupAttribute entry(description.getChildByIndex(static_cast<std::int64_t>(i)));
-        transaction->setOpInputs(ops[i], FindInputs(entry, opsByName));
+        const StringAttribute names(entry.getChildByName("opInputs"));
+        std::vector<Op> inputs;
+        for (const std::string_view name : names.getNearestSample(0.0f)) {
+            const std::int64_t input = description.findChild(name);
+            inputs.push_back(input < 0 ? nullptr : ops[static_cast<std::size_t>(input)]);
+        }
+        transaction->setOpInputs(ops[i], inputs);
     }
-    return ops.back();
+    return ops.empty() ? nullptr : ops.back();
 }
 
 std::string OpTreeAttributeSource::describe() const {
