@@ -102,13 +102,6 @@ std::vector<GroupAttribute> SoundMaterials(Random& random) {
     return materials;
 }
 
-Names NamesOf(const GroupAttribute& group) {
-    Names names;
-    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
-        names.push_back(group.getChildName(i));
-    return names;
-}
-
 /// The names of nodes that something in the material refers to.
 Names ReferencesOf(const GroupAttribute& material) {
     Names references;

@@ -4,8 +4,11 @@
 #include <string>
 #include <utility>
 
-#include <OxTellarProducers/CreateGeometryProducer.h>
+#include <gtest/gtest.h>
 
+#include <OxTellarProducers/CameraInfo.h>
+
+#include "ProducerHelpers.h"
 #include "SceneBuilders.h"
 
 /// Scenes of one camera at /root/world/cam/camera.
@@ -59,12 +62,14 @@ inline OxAttribute::GroupAttribute CameraScene(const Children& cameraAttrs,
                     {{"world", Location({}, {{"cam", cam}, {"geo", Location(geoAttrs)}})}});
 }
 
-inline TELLAR::GeometryProducer::Ptr StaticRoot(const OxAttribute::GroupAttribute& scene) {
-    return TELLAR::CreateStaticGeometryProducer("/root", scene, nullptr);
-}
-
 constexpr const char* kCamera = "/root/world/cam/camera";
 constexpr const char* kGeo = "/root/world/geo";
+
+/// Tests that start without cameras that the process remembers from earlier ones.
+class WithoutKnownCameras : public testing::Test {
+protected:
+    void SetUp() override { TELLAR::ClearCameraInfoCache(); }
+};
 
 } // namespace TellarTest
 

@@ -5,9 +5,15 @@
 #include <typeindex>
 #include <vector>
 
+#include <OxTellarProducers/CreateGeometryProducer.h>
 #include <OxTellarProducers/GeometryProducer.h>
 
 namespace TellarTest {
+
+/// The location /root of a scene description.
+inline TELLAR::GeometryProducer::Ptr StaticRoot(const OxAttribute::GroupAttribute& scene) {
+    return TELLAR::CreateStaticGeometryProducer("/root", scene, nullptr);
+}
 
 /// The location's full name; "nothing" for null.
 inline std::string NameOf(const TELLAR::GeometryProducer::Ptr& producer) {

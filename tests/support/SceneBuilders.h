@@ -2,6 +2,7 @@
 #define TELLAR_TEST_SCENEBUILDERS_H
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -83,6 +84,14 @@ inline std::vector<std::string> ValuesOf(const OxAttribute::StringAttribute& att
     for (const std::string_view value : attribute.getNearestSample(0.0f))
         values.emplace_back(value);
     return values;
+}
+
+/// The names of the children, in order.
+inline std::vector<std::string> NamesOf(const OxAttribute::GroupAttribute& group) {
+    std::vector<std::string> names;
+    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
+        names.push_back(group.getChildName(i));
+    return names;
 }
 
 /// The value of an int attribute; -1 for anything else.
