@@ -9,6 +9,7 @@
 
 #include "GenerationCache.h"
 #include "Lens.h"
+#include "PerThread.h"
 
 using namespace OxAttribute;
 
@@ -24,23 +25,12 @@ struct Entry {
     bool isRead = false; // also when reading failed
 };
 
-/// Cameras by path and hash of the producer. Only ClearCameraInfoCache removes any of them.
-using CameraCache = GenerationCache<std::map<std::string, Entry>>;
+/// By path and hash of the producer. Only ClearCameraInfoCache removes any of them.
+using Entries = std::map<std::string, Entry>;
 
-CameraCache& GetCache() {
-    static auto* const cache = new CameraCache;
+GenerationCache<Entries>& GetCache() {
+    static auto* const cache = new GenerationCache<Entries>;
     return *cache;
-}
-
-/// Enters the camera, or null when there is none. Returns the camera of another thread if that was
-/// faster. Needs no memory.
-Camera Keep(const std::string& key, CameraCache::Generation asked, Camera camera) {
-    GetCache().access(asked, [&](std::map<std::string, Entry>& entries) {
-        Entry& entry = entries.find(key)->second;
-        if (!entry.camera) entry = {camera, true};
-        camera = entry.camera;
-    });
-    return camera;
 }
 
 /// A camera that this thread is reading, and those whose reading led to it. Code that asks for one
@@ -62,13 +52,11 @@ public:
     }
 
 private:
-    static thread_local const CameraReading* innermost;
+    static inline TELLAR_THREAD_WORD const CameraReading* innermost = nullptr;
 
     const std::string& key;
     const CameraReading* const outer;
 };
-
-thread_local const CameraReading* CameraReading::innermost = nullptr;
 
 /// False when a value is missing or no double.
 bool ReadWholeLens(const GroupAttribute& geometry, CameraGeometry& lens) {
@@ -80,15 +68,14 @@ bool ReadWholeLens(const GroupAttribute& geometry, CameraGeometry& lens) {
     return true;
 }
 
-/// The matrices in single precision. Two times that become one make a sample with too many values.
+/// The matrices in single precision.
 FloatAttribute ToFloats(const DoubleAttribute& matrices) {
     if (!matrices.isValid()) return {};
     std::map<float, std::vector<float>> samples;
     for (std::int64_t i = 0; i < matrices.getNumberOfTimeSamples(); ++i) {
         const float time = matrices.getSampleTime(i);
-        std::vector<float>& values = samples[time];
-        for (const double value : matrices.getNearestSample(time))
-            values.push_back(static_cast<float>(value));
+        const auto values = matrices.getNearestSample(time);
+        samples[time].assign(values.begin(), values.end());
     }
     return {samples, 16};
 }
@@ -130,15 +117,23 @@ Camera GetCameraInfo(GeometryProducer::Ptr producer, const std::string& cameraPa
     if (!producer) return nullptr;
     const std::string key = cameraPath + producer->getHash();
     Entry known;
-    const CameraCache::Generation asked =
-        GetCache().access([&](std::map<std::string, Entry>& entries) { known = entries[key]; });
+    const auto asked = GetCache().access([&](Entries& entries) { known = entries[key]; });
     if (known.isRead) return known.camera;
     if (CameraReading::isUnderWay(key)) return nullptr;
     const CameraReading reading(key);
+    // Another thread may have been faster; its camera is then returned. Needs no memory.
+    const auto keep = [&](Camera camera) {
+        GetCache().access(asked, [&](Entries& entries) {
+            Entry& entry = entries.find(key)->second;
+            if (!entry.camera) entry = {camera, true};
+            camera = entry.camera;
+        });
+        return camera;
+    };
     try {
-        return Keep(key, asked, ReadCamera(*producer, cameraPath));
+        return keep(ReadCamera(*producer, cameraPath));
     } catch (...) {
-        Keep(key, asked, nullptr);
+        keep(nullptr);
         throw;
     }
 }
