@@ -139,7 +139,7 @@ TEST_F(FlattenedLocations, ReadEachMaterialInAFileOnceForItsHash) {
     const OxAttribute::Hash before = far.getHash();
     OverwriteFar(folder, "materials");
     for (std::int64_t i = 2; i < file.getNumberOfChildren(); ++i)
-        file.getChildByIndex(i).getHash(); // fills the place that the file has for hashes
+        file.getChildByIndex(i).getHash(); // evicts the hashes that the file itself caches
     ASSERT_NE(far.getHash(), before) << "a second hash is another";
     EXPECT_EQ(FlattenPath("/root/b", near, far).getHandle(), first.getHandle());
 }
@@ -152,7 +152,7 @@ TEST_F(FlattenedLocations, ShareTheResultOfEqualMaterialsInMemoryAndInAFile) {
     EXPECT_EQ(inFile.getHandle(), inMemory.getHandle());
 }
 
-TEST_F(FlattenedLocations, AreOnesOwnForOtherMaterialsInAFile) {
+TEST_F(FlattenedLocations, DifferForDifferentMaterialsInAFile) {
     const TempDirectory folder;
     Children children;
     for (int i = 0; i < 50; ++i)
@@ -192,7 +192,7 @@ TEST_F(FlattenedLocations, AreForgottenEvenWhileOneIsFlattened) {
     EXPECT_TRUE(FlattenRoot(Network("new")).getChildByName("nodes.new").isValid());
 }
 
-TEST_F(FlattenedLocations, PassOverAMaterialThatIsNoGroup) {
+TEST_F(FlattenedLocations, IgnoreAMaterialThatIsNotAGroup) {
     const TELLAR::GeometryProducer::Ptr parent = new TELLAR::StaticGeometryProducer(
         "/root", Location({{"material", Network("far")}}), -1, nullptr);
     const TELLAR::GeometryProducer::Ptr child = new TELLAR::StaticGeometryProducer(

@@ -7,9 +7,9 @@
 namespace TELLAR {
 
 /// The textures of a location as arbitrary attributes. A texture is a string, or a group of "maps"
-/// (strings) and "indicies" (spelled so: one index into the maps a face). With two maps or more and
-/// an index it becomes {scope "face", indexedValue the maps, index}, else {value the map or maps,
-/// scope "primitive"}. What is neither is left out. Invalid for an invalid group. Any thread.
+/// (strings) and "indicies" (sic; for each face, an index into the maps). With two maps or more and
+/// an index it becomes {scope "face", indexedValue: the maps, index}, otherwise {value: the maps,
+/// scope "primitive"}. Other children are left out. Invalid for an invalid group. Threads: any.
 TELLAR_API OxAttribute::Attribute
 ConvertTexturesToArbitraryAttr(const OxAttribute::GroupAttribute& textures);
 

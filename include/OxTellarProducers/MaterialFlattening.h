@@ -9,17 +9,16 @@
 namespace TELLAR {
 
 // The effective material of a location, combined from its own and those of its ancestors. Malformed
-// parts of materials are left out, never thrown for. Threads: any.
+// parts of materials are left out. Threads: any.
 
 /// Combines several materials, the nearest first. A single one is returned as it is; an empty list
 /// gives an invalid group.
 ///
-/// When none is a network ("style" is "network"), each child comes from the nearest material that
-/// has one of its name. Otherwise they become one network: each of `terminalNames` is taken from
-/// the nearest material that has it, and the nodes, interface entries and parameters of the
-/// materials that supply any are put side by side, with ":0", ":1" and so on, the material's place
-/// in the list, after their names. A legacy material becomes a network of one node per terminal:
-/// the shader
+/// If none is a network ("style" is "network"), each child comes from the nearest material that has
+/// a child of this name. Otherwise the result is one network. Each of `terminalNames` is taken from
+/// the nearest material that has it. The network has the nodes, interface entries and parameters of
+/// all materials that supply a terminal; ":" and the material's index in the list are appended to
+/// their names. A legacy material becomes a network with one node per terminal: the shader
 /// "<terminal>Shader" with the parameters "<terminal>Params".
 TELLAR_API OxAttribute::GroupAttribute
 GetFlattenedMaterialAttr(const std::vector<OxAttribute::GroupAttribute>& materials,
@@ -36,8 +35,8 @@ TELLAR_API OxAttribute::GroupAttribute
 GetFlattenedMaterialAttr(GeometryProducer::Ptr producer,
                          const std::vector<std::string>& terminalNames);
 
-/// Empties that cache. To be called when the scene or the terminal names change. Results of calls
-/// in progress are returned, but not cached.
+/// Empties the cache. Call it when the scene or the terminal names change. Results of calls in
+/// progress are returned, but not cached.
 TELLAR_API void EmptyFlattenedMaterialCache();
 
 /// A network material reduced to what flattening and the readers of networks use: "style", "nodes",

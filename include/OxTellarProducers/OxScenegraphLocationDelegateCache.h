@@ -9,24 +9,23 @@
 
 namespace TELLAR {
 
-/// The location delegate plug-ins by the types of locations that they take over. Plug-ins are
-/// looked for once, on the first request; later ones are not seen. When several claim one type for
-/// one renderer, the first in the plug-in manager's order is used.
+/// The location delegate plug-ins by the types of locations that they take over. The first request
+/// looks for plug-ins; those added later are not seen. If several serve one type for one renderer,
+/// the first in the plug-in manager's order is used.
 ///
-/// Threads: any; the first request makes the others wait. Exceptions of a plug-in pass through, and
-/// the next request tries again.
+/// Threads: any; requests wait until the first one is done. An exception of a plug-in passes
+/// through, and the next request tries again.
 ///
-/// A delegate may make requests from its own entries while it is asked what it serves, on the same
-/// thread: it finds the delegates asked before it. It must not wait for a request of another
-/// thread. A request that a plug-in makes while plug-ins are being loaded is the first one for all:
-/// those loaded by then are the delegates of the process.
+/// While a delegate is asked what it serves, it may make requests on the same thread, which find
+/// the delegates asked before it. It must not wait for a request on another thread. If a plug-in
+/// makes a request while it is being loaded, the plug-ins loaded after it are never used.
 class TELLAR_API OxScenegraphLocationDelegateCache {
 public:
     static void initializeCache();
     static bool isCacheInitialized();
 
-    /// The table of the delegate, which lives as long as the process; null when there is none. An
-    /// empty renderer name finds only delegates for every renderer, any other only those for this
+    /// The delegate's table, which lives as long as the process; null if there is none. An empty
+    /// renderer name finds only delegates for every renderer, any other name only those for this
     /// renderer.
     static OxScenegraphLocationDelegatePluginSuite_v1*
     getPluginSuite(const std::string& locationType, const std::string& rendererName);

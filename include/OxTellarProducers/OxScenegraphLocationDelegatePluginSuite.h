@@ -26,16 +26,16 @@ typedef void* OxLocationDelegateInstance;
 typedef struct OxScenegraphLocationDelegatePluginSuite_v1 {
     /* 1 A new instance. It may be null, which the other entries must then accept. */
     OxLocationDelegateInstance (*create)(void);
-    /* 2 Ends an instance. Those that the library makes to call entries 4 and 5 live as long as the
-         process. */
+    /* 2 Destroys an instance. The library never destroys those that it makes to call entries 4
+         and 5. */
     void (*destroy)(OxLocationDelegateInstance instance);
     /* 3 The replacement for a location: a group {"a": attributes, "c": children by
          name, each again such a group}, in the location's own space; null to leave the location
          as it is. The location's handle keeps its count. */
     OxAttributeStruct* (*getReplacement)(OxLocationDelegateInstance instance,
                                          OxSgIteratorStruct* location);
-    /* 4 The name of the renderer that it is for, as a string attribute; empty or null means every
-         renderer. */
+    /* 4 The name of the renderer that the delegate serves, as a string attribute; empty or null
+         means every renderer. */
     OxAttributeStruct* (*getSupportedRenderer)(OxLocationDelegateInstance instance);
     /* 5 The location types that it takes over, as one string attribute. */
     OxAttributeStruct* (*getSupportedLocationTypes)(OxLocationDelegateInstance instance);

@@ -15,8 +15,8 @@ namespace TELLAR {
 /// may share one.
 class TELLAR_API ShadingNodeConnectionDescription {
 public:
-    /// From the full name and the value "port@node", whose parts may have blanks around them. Any
-    /// other value leaves port and node empty.
+    /// The value is "port@node"; blanks around both parts are removed. Any other value leaves port
+    /// and node empty.
     ShadingNodeConnectionDescription(const std::string& fullName,
                                      const OxAttribute::StringAttribute& value);
 
@@ -41,9 +41,9 @@ public:
     using NodeMap = std::map<std::string, boost::shared_ptr<ShadingNodeDescription>>;
     using ParameterMap = std::map<std::string, OxAttribute::Attribute>;
 
-    /// From a child group of a material's "nodes". `overrides`, which may be null, are values that
-    /// replace the node's own. Malformed parts are left out, never thrown for; without "name" and
-    /// "type" the description is empty.
+    /// Describes a child group of a material's "nodes". The values in `overrides`, which may be
+    /// null, replace the node's own. Malformed parts are left out. Without "name" or "type" the
+    /// description is empty.
     explicit ShadingNodeDescription(const OxAttribute::GroupAttribute& node,
                                     const ParameterMap* overrides = nullptr);
     /// Copies share the descriptions of connections.
@@ -58,23 +58,22 @@ public:
     /// Whether neither name nor type is empty.
     bool isValid() const;
 
-    /// Invalid when there is none of this name.
+    /// The value of a parameter; invalid if there is none of this name.
     OxAttribute::Attribute getParameter(const std::string& wanted) const;
-    /// The node's own in its order, then those that only the material sets, sorted.
+    /// The node's own parameters in its order, then those that only the material sets, sorted.
     const std::vector<std::string>& getParameterNames() const { return parameterNames; }
     void getParameterNames(std::vector<std::string>& out) const;
 
-    /// By the full name, such as "layer.Kd:r"; null when there is none.
+    /// The connection with a full name, such as "layer.Kd:r"; null if there is none.
     ConnectionPtr getConnection(const std::string& wanted) const;
-    /// Full names, in the order found. A group may be in "connections" under several names;
-    /// repeats beyond 65,536 connections are left out, because their number may double with each
-    /// level.
+    /// Full names, in the order found. A group may be in "connections" under several names, and
+    /// the number of repeats may double with each level; those beyond 65,536 are left out.
     const std::vector<std::string>& getConnectionNames() const { return connectionNames; }
     void getConnectionNames(std::vector<std::string>& out) const;
 
     /// Assigns the nodes of a network material by name: the first one of each name, without those
     /// that have no name or type. The "parameters" of the material replace values of the nodes that
-    /// its "interface" connects them to. Throws for nothing in the material.
+    /// its "interface" connects them to. Malformed parts are left out.
     static void GetShadingNetworkNodes(const OxAttribute::GroupAttribute& material, NodeMap& out);
     /// The same for a location's own "material". The producer must not be null.
     static void GetShadingNetworkNodes(GeometryProducer::Ptr producer, NodeMap& out);

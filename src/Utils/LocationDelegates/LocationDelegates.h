@@ -18,9 +18,9 @@ class LocationDelegates {
 public:
     using Suite = OxScenegraphLocationDelegatePluginSuite_v1;
 
-    /// Makes an instance of the delegate and asks what it serves. Of two that serve the same, the
-    /// first one is used. A suite that is null or lacks an entry called here is ignored. Exceptions
-    /// of the delegate pass through.
+    /// Makes an instance of the delegate and asks what it serves. If two delegates serve the same
+    /// type, the first one is used. A suite that is null or lacks an entry called here is ignored.
+    /// Exceptions of the delegate pass through.
     void add(Suite* suite) {
         using namespace OxAttribute;
         if (!suite || !suite->create || !suite->getSupportedRenderer ||
@@ -35,7 +35,7 @@ public:
             suites.emplace(std::pair(renderer.getValueView(), type), suite);
     }
 
-    /// Null when there is none. An empty renderer name finds those that serve every renderer.
+    /// Returns null if there is none. An empty renderer name finds delegates for every renderer.
     Suite* find(const std::string& locationType, const std::string& rendererName) const {
         const auto found = suites.find({rendererName, locationType});
         return found == suites.end() ? nullptr : found->second;

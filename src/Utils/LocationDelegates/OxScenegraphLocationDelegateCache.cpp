@@ -52,8 +52,8 @@ void OxScenegraphLocationDelegateCache::populate() {
 void OxScenegraphLocationDelegateCache::initializeCache() {
     Delegates& delegates = GetDelegates();
     if (delegates.isInitialized) return;
-    // Loads the plug-ins before the lock is taken: a plug-in that asks for delegates while another
-    // thread loads it must not wait for that thread here.
+    // Load the plug-ins before the lock is taken. Otherwise a plug-in that asks for delegates while
+    // it is loaded by another thread would wait here for a thread that waits for it.
     NamesOfPlugins();
     const std::lock_guard<std::recursive_mutex> guard(delegates.lock);
     if (delegates.isInitialized || delegates.isBeingWritten) return;

@@ -41,7 +41,7 @@ GroupAttribute UsedInterface(const GroupAttribute& interface, const GroupAttribu
     return Group(entries);
 }
 
-/// For materials without networks: the nearest child of each name.
+/// The nearest child of each name, for materials of which none is a network.
 GroupAttribute NearestChildren(const std::vector<GroupAttribute>& materials) {
     Children children;
     std::set<std::string_view> taken; // views into the materials
@@ -106,7 +106,7 @@ GroupAttribute RenamedNode(const GroupAttribute& node, const std::string& name,
     Children children;
     children.reserve(static_cast<std::size_t>(node.getNumberOfChildren()) + 2);
     AppendChildren(children, node);
-    // These take the places of the node's own, if it has them.
+    // A later child replaces an earlier one of its name, and invalid ones are left out.
     children.emplace_back("connections", Reconnected(node.getChildByName("connections"), suffix,
                                                      kLevelsOfConnectionGroups));
     children.emplace_back("name", StringAttribute(name));
@@ -120,7 +120,7 @@ struct MergedNetwork {
     Children parameters;
     Children terminals;
 
-    /// Nearest first. A material that serves no terminal adds nothing.
+    /// Takes the materials nearest first. A material that supplies no terminal adds nothing.
     void add(const GroupAttribute& material, const std::vector<std::string>& terminalNames,
              const std::string& suffix) {
         if (!addTerminals(material, terminalNames, suffix)) return;
@@ -129,7 +129,7 @@ struct MergedNetwork {
         AppendChildren(parameters, material.getChildByName("parameters"), suffix);
     }
 
-    /// Adds the terminals that no nearer material has. False when there is none.
+    /// Adds the terminals that no nearer material has. Returns false if there are none.
     bool addTerminals(const GroupAttribute& material, const std::vector<std::string>& terminalNames,
                       const std::string& suffix) {
         const std::size_t before = terminals.size();

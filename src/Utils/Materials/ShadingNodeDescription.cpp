@@ -30,8 +30,8 @@ Overrides ReadOverrides(const GroupAttribute& material) {
     return overrides;
 }
 
-/// Collects the connections in groups within groups. A group that its parent holds under several
-/// names is entered for each of them. The repeats are limited, because they multiply by the level.
+/// Collects the connections in nested groups. A group that its parent holds under several names is
+/// entered for each of them. The repeats are limited, because they multiply with each level.
 struct ConnectionWalk {
     using ConnectionMap = std::map<std::string, ShadingNodeDescription::ConnectionPtr>;
     static constexpr std::int64_t kMaximumRepeats = 65536;
