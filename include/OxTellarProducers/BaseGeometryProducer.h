@@ -52,7 +52,7 @@ protected:
     virtual Ptr createChild(std::string path, TellarRuntime::LocationData data, std::int64_t index,
                             boost::intrusive_ptr<BaseGeometryProducer> parentProducer) = 0;
 
-    // For the variants of this library.
+    // For the library's own variants.
     explicit BaseGeometryProducer(ProducerParts&& parts);
     const ProducerTree& getTree() const { return *tree; }
 
@@ -73,6 +73,19 @@ private:
     const std::int64_t childIndex;
     const boost::intrusive_ptr<const ProducerTree> ownedTree; // null when an ancestor owns it
     const ProducerTree* const tree; // null for a variant that is not of this library
+};
+
+/// The base of the library's own variants, whose producers share a client with their whole tree.
+class TELLAR_API ClientGeometryProducer : public BaseGeometryProducer {
+public:
+    std::shared_ptr<TellarRuntime::Client> getClient() override;
+
+protected:
+    TellarRuntime::LocationData getLocationData(const std::string& path, bool evict) override;
+    Ptr createChild(std::string path, TellarRuntime::LocationData data, std::int64_t index,
+                    boost::intrusive_ptr<BaseGeometryProducer> parentProducer) override;
+
+    explicit ClientGeometryProducer(ProducerParts&& parts);
 };
 
 } // namespace TELLAR

@@ -99,8 +99,8 @@ public:
 
 private:
     GeometryProducer::Ptr origin;
-    GeometryProducer* cursor = nullptr; // the ancestor that the last request reached
-    int cursorDepth;
+    GeometryProducer* cursor; // the ancestor that the last request reached; null above the root
+    int cursorDepth = 0;
 };
 
 } // namespace TELLAR

@@ -14,19 +14,13 @@ namespace TELLAR {
 
 /// Cooks on demand through one client that the whole tree shares. Takes no lock: several threads
 /// may navigate at once if the client allows it.
-class TELLAR_API SyncGeometryProducer : public BaseGeometryProducer {
+class TELLAR_API SyncGeometryProducer : public ClientGeometryProducer {
 public:
     ~SyncGeometryProducer() override;
-    std::shared_ptr<TellarRuntime::Client> getClient() override;
 
     SyncGeometryProducer(std::shared_ptr<TellarRuntime::Client> treeClient, std::string path,
                          TellarRuntime::LocationData data, std::int64_t index,
                          boost::intrusive_ptr<BaseGeometryProducer> parentProducer);
-
-protected:
-    TellarRuntime::LocationData getLocationData(const std::string& path, bool evict) override;
-    Ptr createChild(std::string path, TellarRuntime::LocationData data, std::int64_t index,
-                    boost::intrusive_ptr<BaseGeometryProducer> parentProducer) override;
 
 private:
     template <typename Producer, typename Access>

@@ -16,19 +16,13 @@ namespace TELLAR {
 
 /// Cooks on demand through the calling thread's own client: any number of threads may navigate
 /// one tree.
-class TELLAR_API ThreadAwareGeometryProducer : public BaseGeometryProducer {
+class TELLAR_API ThreadAwareGeometryProducer : public ClientGeometryProducer {
 public:
     ~ThreadAwareGeometryProducer() override;
-    std::shared_ptr<TellarRuntime::Client> getClient() override;
 
     ThreadAwareGeometryProducer(boost::shared_ptr<ThreadLocalClient> treeClient, std::string path,
                                 TellarRuntime::LocationData data, std::int64_t index,
                                 boost::intrusive_ptr<BaseGeometryProducer> parentProducer);
-
-protected:
-    TellarRuntime::LocationData getLocationData(const std::string& path, bool evict) override;
-    Ptr createChild(std::string path, TellarRuntime::LocationData data, std::int64_t index,
-                    boost::intrusive_ptr<BaseGeometryProducer> parentProducer) override;
 
 private:
     template <typename Producer, typename Access>

@@ -50,25 +50,8 @@ AsyncGeometryProducer::AsyncGeometryProducer(
                                             std::move(data), index, std::move(parentProducer))) {}
 
 AsyncGeometryProducer::AsyncGeometryProducer(ProducerParts&& parts)
-    : BaseGeometryProducer(std::move(parts)) {}
+    : ClientGeometryProducer(std::move(parts)) {}
 
 AsyncGeometryProducer::~AsyncGeometryProducer() = default;
-
-std::shared_ptr<TellarRuntime::Client> AsyncGeometryProducer::getClient() {
-    return getTree().getClient();
-}
-
-TellarRuntime::LocationData AsyncGeometryProducer::getLocationData(const std::string& path,
-                                                                   bool evict) {
-    return getTree().getLocation(path, evict);
-}
-
-GeometryProducer::Ptr
-AsyncGeometryProducer::createChild(std::string path, TellarRuntime::LocationData data,
-                                   std::int64_t index,
-                                   boost::intrusive_ptr<BaseGeometryProducer> parentProducer) {
-    return getTree().makeProducer(PartsFromCaller(&getTree(), std::move(path), std::move(data),
-                                                  index, std::move(parentProducer)));
-}
 
 } // namespace TELLAR

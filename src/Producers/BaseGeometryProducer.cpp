@@ -1,11 +1,14 @@
 #include <OxTellarProducers/BaseGeometryProducer.h>
 
-#include <cstring>
+#include <algorithm>
+#include <array>
 #include <new>
 #include <string_view>
 
+#include <boost/container/small_vector.hpp>
+
 #include "LocationNames.h"
-#include "NavigationPool.h"
+#include "PerThread.h"
 #include "ProducerTree.h"
 
 using OxAttribute::Attribute;
@@ -18,6 +21,22 @@ namespace {
 // Paths beyond this are rare. If each producer kept its whole path, those of one deep location
 // would take memory in proportion to the square of its depth.
 constexpr std::size_t kLongPath = 1024;
+
+/// Memory for the next producers of a thread, of which every step of a walk makes and drops one.
+struct SpareMemory {
+    // A walk keeps one producer a level, and at most two of a level at once.
+    static constexpr std::size_t kBlocks = 32;
+    // Room for the library's own variants. Derived classes may be larger.
+    static constexpr std::size_t kBlockBytes = sizeof(BaseGeometryProducer);
+
+    std::array<void*, kBlocks> blocks{};
+    std::size_t count = 0;
+
+    ~SpareMemory() {
+        while (count > 0)
+            ::operator delete(blocks[--count]);
+    }
+};
 
 } // namespace
 
@@ -48,11 +67,18 @@ ProducerParts PartsFromCaller(ProducerTree::Ptr tree, std::string path,
 BaseGeometryProducer::~BaseGeometryProducer() = default;
 
 void* BaseGeometryProducer::operator new(std::size_t bytes) {
-    return NavigationPool::TakeMemory(bytes);
+    SpareMemory* spare =
+        bytes == SpareMemory::kBlockBytes ? PerThread<SpareMemory>::Get() : nullptr;
+    return spare && spare->count > 0 ? spare->blocks[--spare->count] : ::operator new(bytes);
 }
 
 void BaseGeometryProducer::operator delete(void* memory, std::size_t bytes) noexcept {
-    NavigationPool::GiveMemory(memory, bytes);
+    SpareMemory* spare =
+        bytes == SpareMemory::kBlockBytes ? PerThread<SpareMemory>::Get() : nullptr;
+    if (spare && spare->count < SpareMemory::kBlocks)
+        spare->blocks[spare->count++] = memory;
+    else
+        ::operator delete(memory);
 }
 
 void BaseGeometryProducer::getAttributeNames(std::set<std::string>* names) {
@@ -73,19 +99,18 @@ std::string BaseGeometryProducer::getName() {
 }
 
 std::string BaseGeometryProducer::getFullName() {
+    boost::container::small_vector<std::string_view, 16> ends; // this location's first
     std::size_t bytes = 0;
     const BaseGeometryProducer* top = this;
-    for (; top && !top->isWholePath; top = top->getBaseParent())
-        bytes += 1 + top->getPathEnd().size();
-    std::string path = top ? *top->pathEnd : std::string();
-    bytes += path.size();
-    path.resize(bytes);
-    for (const BaseGeometryProducer* below = this; below != top; below = below->getBaseParent()) {
-        const std::string_view end = below->getPathEnd();
-        bytes -= end.size();
-        if (!end.empty()) std::memcpy(&path[bytes], end.data(), end.size());
-        path[--bytes] = '/';
+    for (; top && !top->isWholePath; top = top->getBaseParent()) {
+        ends.push_back(top->getPathEnd());
+        bytes += 1 + ends.back().size();
     }
+    const std::string_view start = top ? *top->pathEnd : std::string_view();
+    std::string path(start.size() + bytes, '/');
+    char* room = std::copy(start.begin(), start.end(), path.data());
+    for (auto end = ends.rbegin(); end != ends.rend(); ++end)
+        room = std::copy(end->begin(), end->end(), room + 1); // behind the slash
     return path;
 }
 
@@ -175,6 +200,26 @@ std::string_view BaseGeometryProducer::getPathEnd() const {
 const BaseGeometryProducer* BaseGeometryProducer::getBaseParent() const {
     // The constructors take no other kind.
     return static_cast<const BaseGeometryProducer*>(getRawParentPtr());
+}
+
+ClientGeometryProducer::ClientGeometryProducer(ProducerParts&& parts)
+    : BaseGeometryProducer(std::move(parts)) {}
+
+std::shared_ptr<TellarRuntime::Client> ClientGeometryProducer::getClient() {
+    return getTree().getClient();
+}
+
+TellarRuntime::LocationData ClientGeometryProducer::getLocationData(const std::string& path,
+                                                                    bool evict) {
+    return getTree().getLocation(path, evict);
+}
+
+GeometryProducer::Ptr
+ClientGeometryProducer::createChild(std::string path, TellarRuntime::LocationData data,
+                                    std::int64_t index,
+                                    boost::intrusive_ptr<BaseGeometryProducer> parentProducer) {
+    return getTree().makeProducer(PartsFromCaller(&getTree(), std::move(path), std::move(data),
+                                                  index, std::move(parentProducer)));
 }
 
 } // namespace TELLAR

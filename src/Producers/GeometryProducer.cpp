@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <iterator>
-#include <limits>
 #include <vector>
 
 #include <boost/container/small_vector.hpp>
@@ -100,20 +99,20 @@ GroupAttribute GeometryProducer::getGlobalXFormGroup() {
 
 GeometryProducerGlobalAttributeProvider::GeometryProducerGlobalAttributeProvider(
     GeometryProducer::Ptr originProducer)
-    : origin(std::move(originProducer)), cursorDepth(std::numeric_limits<int>::max()) {}
+    : origin(std::move(originProducer)), cursor(origin.get()) {}
 
 GeometryProducerGlobalAttributeProvider::~GeometryProducerGlobalAttributeProvider() = default;
 
 int GeometryProducerGlobalAttributeProvider::provideAttribute(const std::string& name, int depth,
                                                               Attribute& result) {
-    const bool fromOrigin = depth < cursorDepth;
-    GeometryProducer* reached = fromOrigin ? origin.get() : cursor;
-    for (int steps = fromOrigin ? depth : depth - cursorDepth; steps > 0 && reached; --steps)
-        reached = reached->getRawParentPtr();
-    cursor = reached;
-    cursorDepth = depth;
-    if (!reached) return kAboveRoot;
-    result = reached->getAttribute(name.c_str());
+    if (depth < cursorDepth) {
+        cursor = origin.get();
+        cursorDepth = 0;
+    }
+    for (; cursor && cursorDepth < depth; ++cursorDepth)
+        cursor = cursor->getRawParentPtr();
+    if (!cursor) return kAboveRoot;
+    result = cursor->getAttribute(name.c_str());
     return kProvided;
 }
 

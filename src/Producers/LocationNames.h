@@ -1,7 +1,6 @@
 #ifndef OXTELLARPRODUCERS_LOCATIONNAMES_H
 #define OXTELLARPRODUCERS_LOCATIONNAMES_H
 
-#include <cstring>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -17,25 +16,12 @@ inline std::string LeafName(std::string_view path) {
     return slash == std::string_view::npos ? std::string() : std::string(path.substr(slash + 1));
 }
 
-/// The same. When the last "/" is at `likelySlash`, which may be any number, it is found faster.
-inline std::string LeafName(std::string_view path, std::size_t likelySlash) {
-    const bool isSlash = likelySlash < path.size() && path[likelySlash] == '/';
-    const std::string_view name = isSlash ? path.substr(likelySlash + 1) : path;
-    return isSlash && name.find('/') == std::string_view::npos ? std::string(name) : LeafName(path);
-}
-
-/// `path` may hold anything before; its room is used.
-inline void SetChildPath(std::string& path, std::string_view parentPath, std::string_view name) {
-    const std::size_t slash = parentPath.size();
-    path.resize(slash + 1 + name.size());
-    if (slash > 0) std::memcpy(path.data(), parentPath.data(), slash);
-    path[slash] = '/';
-    if (!name.empty()) std::memcpy(path.data() + slash + 1, name.data(), name.size());
-}
-
 inline std::string ChildPath(std::string_view parentPath, std::string_view name) {
     std::string path;
-    SetChildPath(path, parentPath, name);
+    path.reserve(parentPath.size() + 1 + name.size());
+    path += parentPath;
+    path += '/';
+    path += name;
     return path;
 }
 

@@ -15,35 +15,9 @@ namespace TELLAR {
 
 namespace {
 
-/// The names that a parent presents, read one by one: a list of all of them for each step would
-/// make a walk take a time quadratic in their number.
-class SiblingNames {
-public:
-    SiblingNames(StaticGeometryProducer& parent, const GroupAttribute& stored) : stored(stored) {
-        // A class derived elsewhere may present other names.
-        isPlain = typeid(parent) == typeid(StaticGeometryProducer);
-        if (!isPlain) presented = parent.getPotentialChildren();
-    }
-    std::int64_t count() const {
-        return isPlain ? stored.getNumberOfChildren() : presented.getNumberOfValues();
-    }
-    std::string at(std::int64_t index) const {
-        return isPlain ? OxAttribute::DelimiterDecode(stored.getChildNameView(index))
-                       : std::string(presented.getValueView(index));
-    }
-    /// count() when there is none.
-    std::int64_t indexOf(const std::string& name) const {
-        std::int64_t index = 0;
-        while (index < count() && at(index) != name)
-            ++index;
-        return index;
-    }
-
-private:
-    const GroupAttribute& stored;
-    StringAttribute presented;
-    bool isPlain;
-};
+std::string NameAt(const GroupAttribute& children, std::int64_t index) {
+    return OxAttribute::DelimiterDecode(children.getChildNameView(index));
+}
 
 } // namespace
 
@@ -67,7 +41,7 @@ StringAttribute StaticGeometryProducer::getPotentialChildren() {
     if (!children.isValid()) return {};
     std::vector<std::string> names;
     for (std::int64_t i = 0; i < children.getNumberOfChildren(); ++i)
-        names.push_back(OxAttribute::DelimiterDecode(children.getChildNameView(i)));
+        names.push_back(NameAt(children, i));
     return StringAttribute(names, 1);
 }
 
@@ -98,21 +72,32 @@ GeometryProducer::Ptr StaticGeometryProducer::getChildByName(const char* name, b
 GeometryProducer::Ptr StaticGeometryProducer::getFirstChild(bool) {
     const GroupAttribute children = getChildren();
     if (children.getNumberOfChildren() == 0) return nullptr;
-    const std::string name = OxAttribute::DelimiterDecode(children.getChildNameView(0));
-    return new StaticGeometryProducer(ChildPath(locationPath, name), children.getChildByIndex(0), 0,
-                                      this);
+    return new StaticGeometryProducer(ChildPath(locationPath, NameAt(children, 0)),
+                                      children.getChildByIndex(0), 0, this);
 }
 
 GeometryProducer::Ptr StaticGeometryProducer::getNextSibling(bool) {
     auto* parent = dynamic_cast<StaticGeometryProducer*>(getRawParentPtr());
     if (!parent) return nullptr;
     const GroupAttribute siblings = parent->getChildren();
-    const SiblingNames names(*parent, siblings);
-    if (childIndex < 0) childIndex = names.indexOf(getName());
+    // The parent's names are read one by one: a list of all of them for each step would make a walk
+    // take a time quadratic in their number. A class derived elsewhere may present other names.
+    const bool isPlain = typeid(*parent) == typeid(StaticGeometryProducer);
+    const StringAttribute presented = isPlain ? StringAttribute() : parent->getPotentialChildren();
+    const std::int64_t count =
+        isPlain ? siblings.getNumberOfChildren() : presented.getNumberOfValues();
+    const auto nameAt = [&](std::int64_t index) {
+        return isPlain ? NameAt(siblings, index) : std::string(presented.getValueView(index));
+    };
+    if (childIndex < 0) {
+        const std::string name = getName();
+        for (childIndex = 0; childIndex < count && nameAt(childIndex) != name;)
+            ++childIndex;
+    }
     const std::int64_t next = childIndex + 1;
-    if (next >= names.count()) return nullptr;
+    if (next >= count) return nullptr;
     // The path continues this producer's own; readers of static scenes count on it.
-    return new StaticGeometryProducer(ChildPath(locationPath, names.at(next)),
+    return new StaticGeometryProducer(ChildPath(locationPath, nameAt(next)),
                                       siblings.getChildByIndex(next), next, parent);
 }
 

@@ -38,25 +38,8 @@ SyncGeometryProducer::SyncGeometryProducer(
                                            std::move(data), index, std::move(parentProducer))) {}
 
 SyncGeometryProducer::SyncGeometryProducer(ProducerParts&& parts)
-    : BaseGeometryProducer(std::move(parts)) {}
+    : ClientGeometryProducer(std::move(parts)) {}
 
 SyncGeometryProducer::~SyncGeometryProducer() = default;
-
-std::shared_ptr<TellarRuntime::Client> SyncGeometryProducer::getClient() {
-    return getTree().getClient();
-}
-
-TellarRuntime::LocationData SyncGeometryProducer::getLocationData(const std::string& path,
-                                                                  bool evict) {
-    return getTree().getLocation(path, evict);
-}
-
-GeometryProducer::Ptr
-SyncGeometryProducer::createChild(std::string path, TellarRuntime::LocationData data,
-                                  std::int64_t index,
-                                  boost::intrusive_ptr<BaseGeometryProducer> parentProducer) {
-    return getTree().makeProducer(PartsFromCaller(&getTree(), std::move(path), std::move(data),
-                                                  index, std::move(parentProducer)));
-}
 
 } // namespace TELLAR

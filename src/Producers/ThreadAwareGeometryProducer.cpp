@@ -51,24 +51,8 @@ ThreadAwareGeometryProducer::ThreadAwareGeometryProducer(
                                                   std::move(parentProducer))) {}
 
 ThreadAwareGeometryProducer::ThreadAwareGeometryProducer(ProducerParts&& parts)
-    : BaseGeometryProducer(std::move(parts)) {}
+    : ClientGeometryProducer(std::move(parts)) {}
 
 ThreadAwareGeometryProducer::~ThreadAwareGeometryProducer() = default;
-
-std::shared_ptr<TellarRuntime::Client> ThreadAwareGeometryProducer::getClient() {
-    return getTree().getClient();
-}
-
-TellarRuntime::LocationData ThreadAwareGeometryProducer::getLocationData(const std::string& path,
-                                                                         bool evict) {
-    return getTree().getLocation(path, evict);
-}
-
-GeometryProducer::Ptr ThreadAwareGeometryProducer::createChild(
-    std::string path, TellarRuntime::LocationData data, std::int64_t index,
-    boost::intrusive_ptr<BaseGeometryProducer> parentProducer) {
-    return getTree().makeProducer(PartsFromCaller(&getTree(), std::move(path), std::move(data),
-                                                  index, std::move(parentProducer)));
-}
 
 } // namespace TELLAR

@@ -1,9 +1,13 @@
 #include <OxTellarSDK/GlobalAttribute.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include <boost/container/small_vector.hpp>
 
 #include <OxTellarSDK/LocationPath.h>
 
@@ -23,9 +27,10 @@ constexpr int kProvided = 0;
 
 /// The value at a location, from its own value `near` and the value `far` at its parent.
 Attribute Inherit(const Attribute& near, const Attribute& far) {
+    if (!far.isValid()) return near;
+    if (!near.isValid()) return far;
     const GroupAttribute nearGroup(near);
     const GroupAttribute farGroup(far);
-    if (!near.isValid()) return far;
     if (!nearGroup.isValid() || !nearGroup.getGroupInherit() || !farGroup.isValid()) return near;
 
     // The ancestors' children come first, so that all locations below have the same order.
@@ -75,7 +80,7 @@ std::string AncestorPath(std::string_view path, int depth) {
 class Lookup {
 public:
     Lookup(Provider& provider, const std::string& name)
-        : provider(provider), name(name), head(name.substr(0, name.find('.'))) {}
+        : provider(provider), name(name), headSize(std::min(name.find('.'), name.size())) {}
 
     void run() {
         for (int depth = 0; visit(depth); ++depth) {
@@ -98,24 +103,25 @@ private:
     bool visit(int depth) {
         Attribute value;
         if (provider.provideAttribute(name, depth, value) != kProvided) return false;
-        if (value.isValid()) {
-            if (nearest < 0) nearest = depth;
-            values.push_back(value);
-        }
-        return InheritsMore(value) && !isHiddenAt(depth);
+        const bool isLast = !InheritsMore(value) || isHiddenAt(depth);
+        if (!value.isValid()) return !isLast;
+        if (nearest < 0) nearest = depth;
+        values.push_back(std::move(value));
+        return !isLast;
     }
 
     bool isHiddenAt(int depth) {
-        if (head.size() == name.size()) return false;
+        if (headSize == name.size()) return false;
         Attribute value;
-        if (provider.provideAttribute(head, depth, value) != kProvided) return true;
+        if (provider.provideAttribute(name.substr(0, headSize), depth, value) != kProvided)
+            return true;
         return HidesAncestors(value, name);
     }
 
     Provider& provider;
     const std::string& name;
-    const std::string head;
-    std::vector<Attribute> values;
+    const std::size_t headSize; // of the first part of the name
+    boost::container::small_vector<Attribute, 8> values;
     int nearest = -1;
 };
 
