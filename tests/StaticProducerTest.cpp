@@ -30,10 +30,6 @@ using testing::ElementsAre;
 
 using Ptr = GeometryProducer::Ptr;
 
-Ptr StaticRoot(const GroupAttribute& scene) {
-    return CreateStaticGeometryProducer("/root", scene, nullptr);
-}
-
 /// The error of asking for a child, or "no error".
 std::string ErrorOfChild(const Ptr& producer, const char* name) {
     return ErrorOf([&] { producer->getChildByName(name, false); });

@@ -1,25 +1,18 @@
 #include "PluginRegistry.h"
 
-#include <gmock/gmock.h>
-
 #include <sys/stat.h>
+
+#include <atomic>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
 
 #include "CapturedLog.h"
 #include "PluginFolder.h"
+#include "PluginRegistryHelpers.h"
 #include "RunTogether.h"
-#include "plugins/TestShapesSuite.h"
-
-namespace OxPluginManager {
-
-bool operator==(const RefusedPlugin& a, const RefusedPlugin& b) {
-    return a.file == b.file && a.reason == b.reason;
-}
-
-void PrintTo(const RefusedPlugin& refused, std::ostream* out) {
-    *out << refused.file << ": " << refused.reason;
-}
-
-} // namespace OxPluginManager
 
 namespace {
 
@@ -29,20 +22,6 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-const TestShapesSuite& suiteOf(PluginRegistry& registry, const std::string& name = "sphere",
-                               unsigned int apiVersion = 2) {
-    const auto* const plugin = registry.plugin(name, "TestShapes", apiVersion);
-    const void* const suite = registry.pluginSuite(plugin);
-    if (!suite) throw std::runtime_error("The plug-in " + name + " has no suite");
-    return *static_cast<const TestShapesSuite*>(suite);
-}
-
-// Any address will do for a host: only the plug-ins ever look into one.
-OxPluginHost* hostNumber(int number) {
-    static int addresses[10] = {};
-    return reinterpret_cast<OxPluginHost*>(&addresses[number]);
-}
 
 TEST(PluginRegistry, FindsNothingWithoutFolders) {
     PluginRegistry registry({}, "");
@@ -72,7 +51,7 @@ TEST(PluginRegistry, GivesTheRecordTheSuiteAndTheFileOfAPlugin) {
     const OxPluginRecord_v1* const cube = registry.plugin("cube", "TestShapes", 1);
     ASSERT_NE(cube, nullptr);
     EXPECT_EQ(cube->minorVersion, 5u);
-    EXPECT_EQ(suiteOf(registry, "cube", 1).libraryNumber(), 1);
+    EXPECT_EQ(SuiteOf(registry, "cube", 1).libraryNumber(), 1);
     EXPECT_EQ(registry.pluginPath(cube), file);
 }
 
@@ -97,7 +76,7 @@ TEST(PluginRegistry, LetsTheFirstFolderWinThenTheFirstFile) {
     first.install("GoodPlugin", "c.so");
     second.install("GoodPlugin", "a.so");
     PluginRegistry registry({first.path(), second.path()}, "");
-    EXPECT_EQ(suiteOf(registry).libraryNumber(), 2);
+    EXPECT_EQ(SuiteOf(registry).libraryNumber(), 2);
     EXPECT_EQ(registry.pluginPath(registry.plugin("sphere", "TestShapes", 2)), winner);
     EXPECT_THAT(registry.pluginNames("TestShapes", 1), ElementsAre("sphere", "cube"));
     EXPECT_THAT(registry.refusedPlugins(), IsEmpty());
@@ -112,7 +91,7 @@ TEST(PluginRegistry, SearchesTheFirstFoldersThenAddedOnesThenTheBuiltInOne) {
     PluginRegistry registry({first.path()}, builtIn.path());
     registry.addFolder(added.path());
     EXPECT_THAT(registry.folders(), ElementsAre(first.path(), added.path(), builtIn.path()));
-    EXPECT_EQ(suiteOf(registry).libraryNumber(), 2);
+    EXPECT_EQ(SuiteOf(registry).libraryNumber(), 2);
     EXPECT_THAT(registry.folders(), ElementsAre(first.path(), added.path(), builtIn.path()));
 }
 
@@ -125,7 +104,7 @@ TEST(PluginRegistry, LoadsOnlyTheNewFolderWhenOneIsAddedAfterTheFirstQuery) {
     EXPECT_EQ(registry.plugin("sphere", "TestShapes", 2), nullptr);
     first.install("OtherGoodPlugin", "unseen.so");
     registry.addFolder(late.path());
-    EXPECT_EQ(suiteOf(registry).libraryNumber(), 1);
+    EXPECT_EQ(SuiteOf(registry).libraryNumber(), 1);
     EXPECT_THAT(registry.folders(), ElementsAre(first.path(), late.path()));
 }
 
@@ -184,7 +163,7 @@ TEST(PluginRegistry, GoesOnBehindAFileThatCannotBeLoaded) {
     folder.install("GoodPlugin", "b.so");
     const CapturedLog log;
     PluginRegistry registry({folder.path()}, "");
-    EXPECT_EQ(suiteOf(registry).libraryNumber(), 1);
+    EXPECT_EQ(SuiteOf(registry).libraryNumber(), 1);
     EXPECT_THAT(registry.refusedPlugins(), SizeIs(1));
 }
 
@@ -266,7 +245,7 @@ TEST(PluginRegistry, FlushesOnePluginAtATime) {
     const PluginFolder folder;
     folder.install("GoodPlugin", "good.so");
     PluginRegistry registry({folder.path()}, "");
-    const TestShapesSuite& suite = suiteOf(registry);
+    const TestShapesSuite& suite = SuiteOf(registry);
     registry.flush(registry.plugin("sphere", "TestShapes", 2));
     EXPECT_EQ(suite.flushCount(), 1);
     registry.flush(registry.plugin("red", "TestColors", 1));
@@ -276,114 +255,6 @@ TEST(PluginRegistry, FlushesOnePluginAtATime) {
     registry.flush(&stranger);
     registry.flush(nullptr);
     EXPECT_EQ(suite.flushCount(), 2);
-}
-
-TEST(PluginRegistry, GivesEveryChangeOfTheHostToPluginsThatAreLoaded) {
-    const PluginFolder folder;
-    folder.install("GoodPlugin", "good.so");
-    PluginRegistry registry({folder.path()}, "");
-    const TestShapesSuite& suite = suiteOf(registry);
-    EXPECT_EQ(suite.setHostCount(), 0);
-    registry.setHost(hostNumber(1));
-    EXPECT_EQ(suite.lastHost(), hostNumber(1));
-    registry.setHost(nullptr);
-    EXPECT_EQ(suite.lastHost(), nullptr);
-    EXPECT_EQ(suite.setHostCount(), 2);
-}
-
-TEST(PluginRegistry, GivesARememberedHostToPluginsAsTheyLoad) {
-    const PluginFolder folder;
-    folder.install("GoodPlugin", "good.so");
-    PluginRegistry registry({folder.path()}, "");
-    registry.setHost(hostNumber(1));
-    registry.setHost(hostNumber(2));
-    const TestShapesSuite& suite = suiteOf(registry);
-    EXPECT_EQ(suite.setHostCount(), 1);
-    EXPECT_EQ(suite.lastHost(), hostNumber(2));
-}
-
-TEST(PluginRegistry, GivesNoHostToAPluginThatAnotherHides) {
-    const PluginFolder folder;
-    folder.install("GoodPlugin", "a.so");
-    const PluginFolder hidden;
-    const std::string file = hidden.install("OtherGoodPlugin", "b.so");
-    PluginRegistry owner({hidden.path()}, "");
-    const TestShapesSuite& hiddenSuite = suiteOf(owner);
-    PluginRegistry registry({folder.path(), hidden.path()}, "");
-    registry.setHost(hostNumber(1));
-    EXPECT_EQ(suiteOf(registry).lastHost(), hostNumber(1));
-    EXPECT_EQ(hiddenSuite.setHostCount(), 0);
-}
-
-TEST(PluginRegistry, PassesOverAPluginThatDoesNotAcceptTheHostAsItIsLoaded) {
-    const PluginFolder folder;
-    const std::string file = folder.install("ChoosyPlugin", "choosy.so");
-    const CapturedLog log;
-    PluginRegistry registry({folder.path()}, "");
-    registry.setHost(hostNumber(1));
-    EXPECT_THAT(registry.pluginNames("TestChoosy", 1), ElementsAre("easy"));
-    EXPECT_THAT(registry.refusedPlugins(),
-                ElementsAre(RefusedPlugin{
-                    file, "plug-in \"choosy\": it does not accept the host (status 3)"}));
-}
-
-TEST(PluginRegistry, KeepsALoadedPluginThatDoesNotAcceptAHostWithAWarning) {
-    const PluginFolder folder;
-    const std::string file = folder.install("ChoosyPlugin", "choosy.so");
-    const CapturedLog log;
-    PluginRegistry registry({folder.path()}, "");
-    EXPECT_THAT(registry.pluginNames("TestChoosy", 1), ElementsAre("choosy", "easy"));
-    registry.setHost(hostNumber(1));
-    EXPECT_THAT(registry.pluginNames("TestChoosy", 1), ElementsAre("choosy", "easy"));
-    EXPECT_THAT(log.textsOf("PluginManager"),
-                ElementsAre("Plug-in \"choosy\" of \"" + file +
-                            "\": it does not accept the host (status 3)"));
-}
-
-TEST(PluginRegistry, LetsNoExceptionOfAPluginOut) {
-    const PluginFolder folder;
-    const std::string file = folder.install("ThrowingFunctionsPlugin", "thrower.so");
-    const CapturedLog log;
-    PluginRegistry registry({folder.path()}, "");
-    constexpr const char* kNames[] = {"thrower", "number", "silent"};
-    for (const char* name : kNames) {
-        const OxPluginRecord_v1* const plugin = registry.plugin(name, "TestThrowing", 1);
-        ASSERT_NE(plugin, nullptr);
-        EXPECT_EQ(registry.pluginSuite(plugin), nullptr);
-    }
-    for (const char* name : kNames)
-        registry.flush(registry.plugin(name, "TestThrowing", 1));
-    registry.setHost(hostNumber(1));
-    std::vector<std::string> expected;
-    for (const std::string call : {"suite", "flush", "host"}) {
-        const std::string function = call == "flush"   ? call
-                                     : call == "suite" ? "getSuite"
-                                                       : "setHost";
-        const std::string faults[] = {" threw: no " + call + " today",
-                                      " threw something that is no std::exception",
-                                      " threw: an exception without a text"};
-        for (int i = 0; i < 3; ++i)
-            expected.push_back("Plug-in \"" + std::string(kNames[i]) + "\" of \"" + file +
-                               "\": " + function + faults[i]);
-    }
-    EXPECT_EQ(log.textsOf("PluginManager"), expected);
-}
-
-TEST(PluginRegistry, RefusesPluginsThatThrowAsTheyAreGivenTheHostWhileTheyLoad) {
-    const PluginFolder folder;
-    const std::string file = folder.install("ThrowingFunctionsPlugin", "a.so");
-    folder.install("GoodPlugin", "b.so");
-    const CapturedLog log;
-    PluginRegistry registry({folder.path()}, "");
-    registry.setHost(hostNumber(1));
-    EXPECT_THAT(registry.apiNames(), ElementsAre("TestShapes", "TestColors"));
-    EXPECT_THAT(
-        registry.refusedPlugins(),
-        ElementsAre(
-            RefusedPlugin{file, "plug-in \"thrower\": setHost threw: no host today"},
-            RefusedPlugin{file,
-                          "plug-in \"number\": setHost threw something that is no std::exception"},
-            RefusedPlugin{file, "plug-in \"silent\": setHost threw: an exception without a text"}));
 }
 
 TEST(PluginRegistry, AddsAPluginThatItsUserRefusesToThosePassedOver) {
@@ -448,8 +319,8 @@ TEST(PluginRegistry, StaysRightWhileThreadsAskAddFoldersFlushAndSetHosts) {
     RunTogether(8, [&](int number) {
         for (int i = 0; i < 100; ++i) {
             if (number == 0 && i == 50) registry.addFolder(late.path());
-            if (number == 1) registry.setHost(hostNumber(i % 10));
-            if (suiteOf(registry).libraryNumber() != 1) ++wrong;
+            if (number == 1) registry.setHost(HostNumber(i % 10));
+            if (SuiteOf(registry).libraryNumber() != 1) ++wrong;
             if (registry.pluginNames("TestShapes", 1).size() != 2) ++wrong;
             if (number == 2) registry.flush(registry.plugin("cube", "TestShapes", 1));
             registry.folders();
@@ -457,8 +328,8 @@ TEST(PluginRegistry, StaysRightWhileThreadsAskAddFoldersFlushAndSetHosts) {
         }
     });
     EXPECT_EQ(wrong, 0);
-    EXPECT_EQ(suiteOf(registry).flushCount(), 100);
-    EXPECT_EQ(suiteOf(registry).lastHost(), hostNumber(9));
+    EXPECT_EQ(SuiteOf(registry).flushCount(), 100);
+    EXPECT_EQ(SuiteOf(registry).lastHost(), HostNumber(9));
     EXPECT_NE(registry.plugin("easy", "TestChoosy", 1), nullptr);
 }
 
