@@ -6,9 +6,9 @@
 
 #include <pthread.h>
 
-/// Stands for thread_local where a variable is a plain word that starts as a constant. Compilers
-/// that can be told so leave out the question, at every access from another source file, whether
-/// it has been made yet.
+/// Replaces thread_local for a plain variable with a constant initial value. At every access from
+/// another source file, thread_local would first check whether the variable has been initialised;
+/// GCC and Clang have a word for variables that need no such check.
 #ifdef __GNUC__
 #define TELLAR_THREAD_WORD __thread
 #else
@@ -20,8 +20,8 @@ namespace PerThreadDetail {
 /// The objects that one thread keeps, in a list that is deleted when the thread ends. Every library
 /// has a list of its own.
 ///
-/// The end of a thread is noticed by way of a pthread key. The C library ends the process when
-/// there is no memory to note the destructor of a thread_local object.
+/// A pthread key tells when a thread ends. A thread_local object would not do: the C library ends
+/// the process if it has no memory to register the destructor of one.
 class KeptObject {
 public:
     KeptObject() = default;
