@@ -46,10 +46,11 @@ struct TELLAR_API CameraInfo : CameraGeometry {
     /// Camera to world at the sample nearest to time 0, for row vectors: p M. The last row is the
     /// camera's position.
     Imath::Matrix44<double> xform;
-    /// The same over time: 16 values row by row for every time at which a transform from the root
-    /// down to the camera has a sample. Invalid when there is no transform.
+    /// The same in single precision, one sample of 16 values for every time at which a transform
+    /// from the root down to the camera has one. Invalid when there is no transform.
     OxAttribute::FloatAttribute xformSamples;
-    /// Half of this is one unit of an orthographic camera's screen window. 0 when it is not given.
+    /// Twice the length, in the scene, of one unit of an orthographic camera's screen window. 0
+    /// when it is not given.
     float orthographicWidth = 0;
 };
 
@@ -66,12 +67,13 @@ struct TELLAR_API CameraInfo : CameraGeometry {
 /// ClearCameraInfoCache is called or the hash text changes. Clear after every change of the scene.
 ///
 /// Threads: any. Two threads may read one camera at the same time; both get the same record. A
-/// producer that asks for the camera which its own thread is reading from it finds none.
+/// request for a camera that comes from reading this camera on the same thread gets an empty
+/// result.
 TELLAR_API std::shared_ptr<CameraInfo> GetCameraInfo(GeometryProducer::Ptr producer,
                                                      const std::string& cameraPath);
 
-/// Empties the cache of GetCameraInfo. To be called when the scene has changed in a way that the
-/// hash of the producers does not show. Records in use stay as they are.
+/// Empties the cache of GetCameraInfo. Call it when the scene has changed but the hash texts of the
+/// producers have not. Records in use stay as they are.
 ///
 /// Threads: any. Results of calls in progress are not cached.
 TELLAR_API void ClearCameraInfoCache();

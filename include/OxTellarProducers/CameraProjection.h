@@ -47,7 +47,7 @@ TELLAR_API CameraGeometry
 GetInterpolatedCameraGeometryFromAttr(OxAttribute::GroupAttribute geometry, float time);
 
 /// Assigns to `relevantTimes`, ascending, the samples that describe the motion while the shutter is
-/// open: the last one at or before the opening (the first of all when there is none), every one in
+/// open: the last one at or before the opening (if there is none, the first sample), every one in
 /// between, and the first one after the closing unless one is at the closing itself.
 TELLAR_API void FindSampleTimesRelevantToShutterRange(const std::set<float>& sampleTimes,
                                                       float shutterOpen, float shutterClose,

@@ -32,8 +32,8 @@ using ProceduralErrorCallback = void (*)(const std::string& message,
 //
 //     args                    the arguments, in this order
 //     systemArgs              more arguments
-//     includeCameraInfo       "As Parameters" adds the camera's lens and transform. Trap: "As
-//                             Attributes" adds nothing in either form
+//     includeCameraInfo       "As Parameters" adds the camera's lens and transform. Trap: both
+//                             forms ignore "As Attributes"
 //     cameraInfo.whichCamera  "Other Camera" for the one at cameraInfo.cameraPath; otherwise the
 //                             render camera
 //

@@ -11,9 +11,9 @@
 
 namespace TELLAR {
 
-// The places of locations in the picture, with transforms at time 0. A camera whose transform has
-// no inverse looks along the world's -z. Exceptions of the platform pass through. Threads: as for
-// navigating the producer.
+// Positions and sizes of locations in the picture, with transforms at time 0. A camera whose
+// transform has no inverse looks along the world's -z. Exceptions of the platform pass through.
+// Threads: as for navigating the producer.
 
 /// The location's local space to pixels of the render camera, for row vectors: p M, then divide
 /// by w. x goes from 0 at the left edge to the render resolution's width, y from 0 at the bottom
@@ -26,8 +26,8 @@ TELLAR_API Imath::Matrix44<double> GetLocalToScreenMatrix(GeometryProducer::Ptr 
 
 /// Replaces points in the location's local space by normalised device coordinates of the camera:
 /// x from 0 at the left edge of the screen window to 1 at the right one, y from 0 at the bottom
-/// to 1 at the top, z from 0 at the near plane to 1 at the far one. The screen window is taken as
-/// it is, unlike for the screen matrix: pixels are square only if it has the frame's aspect.
+/// to 1 at the top, z from 0 at the near plane to 1 at the far one. GetLocalToScreenMatrix fits the
+/// height of the screen window to the frame's aspect, and this function does not.
 ///
 /// With a and b the offsets of a point to the right of the camera's axis and above it, and depth
 /// the distance along the axis:
@@ -44,8 +44,8 @@ TELLAR_API void ConvertPointListToNDC(GeometryProducer::Ptr producer, const std:
                                       std::vector<Imath::Vec3<double>>& points);
 
 /// The number of pixels that the location's "bound" (six doubles: x min, x max, y min, y max, z
-/// min, z max, in local space) covers in a picture of the named resolution: those of the rectangle
-/// around its projection, within the camera's screen window.
+/// min, z max, in local space) covers in a picture of the named resolution. Counts the rectangle
+/// around its projection, as far as it lies in the camera's screen window.
 ///
 /// The box is clipped at the camera plane. The least and greatest angles of its corners, atan2(a,
 /// depth) and atan2(b, depth), become window units by tan(angle) / tan(fov / 2); for an
@@ -53,10 +53,10 @@ TELLAR_API void ConvertPointListToNDC(GeometryProducer::Ptr producer, const std:
 ///
 ///     pixels = width height (fraction of the window's width) (fraction of its height)
 ///
-/// A box that encloses the view covers the whole picture, one outside the window or behind the
-/// camera plane nothing, and no box covers less than a box inside it. A bound that is infinite, or
-/// overflows in camera space, covers the whole picture; an empty one (a minimum above its maximum)
-/// covers 0.
+/// A box around the view covers the whole picture, and one outside the window or behind the camera
+/// plane covers nothing. A box covers at least as much as any box inside it. A bound that is
+/// infinite, or overflows in camera space, covers the whole picture; an empty one (a minimum above
+/// its maximum) covers 0.
 ///
 /// 0 when there is no such camera, no bound, and for a null producer. Throws as
 /// GetRenderResolution does for a resolution that is not in the table.

@@ -16,8 +16,8 @@ namespace TELLAR::RenderOutputUtilsHost {
 /// "/out/beauty_c2_r3.exr". It must have @COLUMN@, @ROW@, @STEM@ and @EXT@, or @DEFAULT@ (the name
 /// above), and may have @COLUMNS@ and @ROWS@. A relative result lies in the picture's folder.
 ///
-/// A tile without column and row gives the path itself, an unusable template the name above, each
-/// with a message of the logger "RenderOutputUtils". Threads: any.
+/// Returns the path itself if `tile` lacks its column or row, and the path without a template if
+/// the template is unusable, and logs a message by "RenderOutputUtils". Threads: any.
 TELLAR_API std::string ProcessTilePath(const std::string& path, const std::vector<int>& tile);
 
 } // namespace TELLAR::RenderOutputUtilsHost

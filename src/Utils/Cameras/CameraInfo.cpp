@@ -25,7 +25,7 @@ struct Entry {
     bool isRead = false; // also when reading failed
 };
 
-/// By path and hash of the producer. Only ClearCameraInfoCache removes any of them.
+/// By path and hash of the producer. Only ClearCameraInfoCache removes entries.
 using Entries = std::map<std::string, Entry>;
 
 GenerationCache<Entries>& GetCache() {
@@ -33,9 +33,9 @@ GenerationCache<Entries>& GetCache() {
     return *cache;
 }
 
-/// A camera that this thread is reading, and those whose reading led to it. Code that asks for one
-/// of them finds no camera. Other threads read it themselves: they must not wait, because
-/// this thread may be waiting for what they do.
+/// A camera that this thread is reading, in a list with the cameras whose reading led to it. A
+/// request for one of them on this thread gets no camera. Other threads read it themselves: if they
+/// waited for this thread, and this thread for them, neither would go on.
 class CameraReading {
 public:
     explicit CameraReading(const std::string& key)

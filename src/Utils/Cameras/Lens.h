@@ -10,9 +10,9 @@
 
 namespace TELLAR {
 
-// How the attributes of a camera's location are read.
+// Readers of the attributes of a camera's location.
 
-/// A double of the group "geometry" and the field that it goes to.
+/// The name of a double in the group "geometry", and the field that receives it.
 struct LensField {
     const char* name;
     float CameraGeometry::*member;
@@ -26,7 +26,7 @@ constexpr LensField kLensFields[] = {
     {"bottom", &CameraGeometry::bottom},
 };
 
-/// Whether a "projection" is orthographic; without one it is perspective.
+/// False for an invalid "projection": cameras without one are perspective.
 inline bool IsOrthographic(const OxAttribute::StringAttribute& projection) {
     return projection.getValueView() == "orthographic";
 }

@@ -20,7 +20,7 @@ using Producer = GeometryProducer::Ptr;
 
 namespace {
 
-/// In order. A name may occur twice.
+/// Arguments by name, in the order in which they are passed. A name may occur twice.
 using Arguments = std::vector<GroupAttribute::Child>;
 
 void AppendChildren(const GroupAttribute& group, Arguments& arguments) {
