@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -19,14 +20,10 @@ namespace {
 
 using Camera = std::shared_ptr<CameraInfo>;
 
-/// A camera in the cache. The entry is there from the first request on, before the camera is read.
-struct Entry {
-    Camera camera;
-    bool isRead = false; // also when reading failed
-};
-
-/// By path and hash of the producer. Only ClearCameraInfoCache removes entries.
-using Entries = std::map<std::string, Entry>;
+/// Cameras by path and hash of the producer. An entry is there from the first request on, and holds
+/// nothing until the camera is read and a null pointer when that failed. Only ClearCameraInfoCache
+/// removes entries.
+using Entries = std::map<std::string, std::optional<Camera>>;
 
 GenerationCache<Entries>& GetCache() {
     static auto* const cache = new GenerationCache<Entries>;
@@ -116,17 +113,17 @@ CameraInfo::~CameraInfo() = default;
 Camera GetCameraInfo(GeometryProducer::Ptr producer, const std::string& cameraPath) {
     if (!producer) return nullptr;
     const std::string key = cameraPath + producer->getHash();
-    Entry known;
+    std::optional<Camera> known;
     const auto asked = GetCache().access([&](Entries& entries) { known = entries[key]; });
-    if (known.isRead) return known.camera;
+    if (known) return *known;
     if (CameraReading::isUnderWay(key)) return nullptr;
     const CameraReading reading(key);
     // Another thread may have been faster; its camera is then returned. Needs no memory.
     const auto keep = [&](Camera camera) {
         GetCache().access(asked, [&](Entries& entries) {
-            Entry& entry = entries.find(key)->second;
-            if (!entry.camera) entry = {camera, true};
-            camera = entry.camera;
+            std::optional<Camera>& entry = entries.find(key)->second;
+            if (!entry || !*entry) entry = camera;
+            camera = *entry;
         });
         return camera;
     };
