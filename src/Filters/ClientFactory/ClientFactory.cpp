@@ -99,12 +99,12 @@ public:
         Results freed;
         const std::lock_guard<std::mutex> guard(cacheLock);
         update(freed, false);
-        const auto known = newestReleased.find(source);
-        const bool isKnown = known != newestReleased.end() && known->second;
-        ClientEntry* const entry = isKnown ? known->second : make(source);
+        const auto known = releasedBySource.find(source);
+        const bool isReleased = known != releasedBySource.end() && known->second;
+        ClientEntry* const entry = isReleased ? known->second : make(source);
         if (!entry) return {};
         noteCooking(*entry);
-        entry->newestReleased = entry->nextReleased;
+        entry->ofSource.second = entry->nextReleased;
         entry->isReleased = false;
         return entry->client;
     }
@@ -153,10 +153,13 @@ public:
 private:
     using Results = std::vector<std::shared_ptr<const void>>;
 
+    struct ClientEntry;
+    /// The client of each source that was released last. Null when none is released.
+    using ReleasedBySource = std::map<OpTreeSource, ClientEntry*>;
+
     struct ClientEntry {
-        const OpTreeSource source;
         const Client client;
-        ClientEntry*& newestReleased; // of the source
+        ReleasedBySource::value_type& ofSource;
         ClientEntry* nextReleased = nullptr;
         bool isReleased = false;
         bool wasUnused = false; // at the last check
@@ -209,7 +212,7 @@ private:
 
     bool isUnused(const ClientEntry& entry) const {
         std::size_t references = 1;
-        const auto known = threadsBySource.find(entry.source);
+        const auto known = threadsBySource.find(entry.ofSource.first);
         if (known != threadsBySource.end()) {
             if (known->second.use_count() != 1) return false;
             references += known->second->references.count(entry.client);
@@ -230,16 +233,16 @@ private:
     ClientEntry* make(const OpTreeSource& source) {
         const Client client = CreateClient(source);
         if (!client) return nullptr;
+        auto& ofSource = *releasedBySource.try_emplace(source).first;
         ClientEntry& entry =
-            entries.emplace(client.get(), ClientEntry{source, client, newestReleased[source]})
-                .first->second;
+            entries.emplace(client.get(), ClientEntry{client, ofSource}).first->second;
         release(entry);
         return &entry;
     }
 
     static void release(ClientEntry& entry) {
         if (std::exchange(entry.isReleased, true)) return;
-        entry.nextReleased = std::exchange(entry.newestReleased, &entry);
+        entry.nextReleased = std::exchange(entry.ofSource.second, &entry);
     }
 
     void noteCooking(ClientEntry& entry) {
@@ -249,7 +252,7 @@ private:
 
     std::mutex cacheLock;
     std::map<TellarRuntime::Client*, ClientEntry> entries;
-    std::map<OpTreeSource, ClientEntry*> newestReleased; // null when none of the source is released
+    ReleasedBySource releasedBySource;
     std::set<ClientEntry*> cooking;
     std::size_t usedEntries = 0; // of the cooking ones, at the last check
 
