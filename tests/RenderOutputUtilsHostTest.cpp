@@ -9,10 +9,10 @@
 
 #include <OxTellarProducers/OxCameraInfoHandle.h>
 #include <OxTellarSDK/AttributeStream.h>
-#include <OxTellarSDK/PluginManager.h>
 
 #include "CameraScenes.h"
 #include "CapturedLog.h"
+#include "RenderUtils.h"
 #include "ScopedEnvironment.h"
 #include "SuiteHandles.h"
 #include "TempDirectory.h"
@@ -21,8 +21,6 @@
 namespace {
 
 using namespace TellarTest;
-using OxAttribute::Attribute;
-using OxAttribute::DoubleAttribute;
 using OxAttribute::FloatAttribute;
 using OxAttribute::GroupAttribute;
 using OxAttribute::IntAttribute;
@@ -30,40 +28,9 @@ using OxAttribute::StringAttribute;
 using TELLAR::OxCameraInfoToHandle;
 using TELLAR::OxHandleToCameraInfo;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 
-using Ptr = TELLAR::GeometryProducer::Ptr;
-using Suite = OxRenderOutputUtilsHostSuite_v3;
-
 constexpr const char* kLogger = "RenderOutputUtils";
-
-const Suite& Utils() {
-    return *static_cast<const Suite*>(Host()->getSuite("RenderOutputUtilsHost", 3));
-}
-
-std::string TextOwned(OxAttributeStruct* attribute) {
-    return TextOf(Owned(attribute));
-}
-
-Ptr RootWith(const Children& settings) {
-    return StaticRoot(Location({{"renderSettings", Group(settings)}}));
-}
-
-class RenderUtils : public testing::Test {
-public:
-    /// Delegates are looked for once in a process: their folder is known before anybody asks.
-    static void SetUpTestSuite() {
-        OxPluginManager::PluginManager::addSearchPath(TELLAR_TEST_PLUGIN_DIR);
-        OxPluginManager::PluginManager::addSearchPath(TELLAR_TEST_DELEGATE_DIR);
-        Host();
-    }
-
-protected:
-    void SetUp() override { TELLAR::ClearCameraInfoCache(); }
-};
-
-// One entry after the other -----------------------------------------------------------------------
 
 TEST_F(RenderUtils, BuildProceduralArgumentsInBothForms) {
     const Handle geo = Handle::of(StaticRoot(CameraScene({}))->getProducerByPath(kGeo));
@@ -210,95 +177,6 @@ TEST_F(RenderUtils, ReadTheNodesOfAMaterial) {
 TEST_F(RenderUtils, NameOneEntryTwiceForNodesAndConnections) {
     EXPECT_EQ(Utils().getShadingNodeName, Utils().getConnectionName);
     EXPECT_EQ(Utils().getShadingNodeType, Utils().getConnectedPort);
-}
-
-// Where outputs are written -----------------------------------------------------------------------
-
-std::string TempLocation(const Children& settings, const char* output, float frame) {
-    return TextOwned(
-        Utils().getTempRenderLocation(Handle::of(RootWith(settings)).get(), output, frame));
-}
-
-Children Output(const Children& output, const Children& more = {}) {
-    Children settings{{"outputs", Group({{"beauty", Group(output)}})}};
-    settings.insert(settings.end(), more.begin(), more.end());
-    return settings;
-}
-
-std::string ExplicitLocation(const std::string& location, float frame) {
-    return TempLocation(
-        Output({{"rendererSettings", Group({{"tempRenderLocation", Text(location)}})}}), "beauty",
-        frame);
-}
-
-TEST_F(RenderUtils, PutTheFrameIntoATemporaryLocation) {
-    EXPECT_EQ(ExplicitLocation("/tmp/beauty.####.exr", 7), "/tmp/beauty.0007.exr");
-    EXPECT_EQ(ExplicitLocation("/tmp/#/b.##.exr", 123), "/tmp/123/b.123.exr");
-    EXPECT_EQ(ExplicitLocation("/tmp/b.####", -7.9f), "/tmp/b.-007");
-    EXPECT_EQ(ExplicitLocation("/tmp/b.exr", 7), "/tmp/b.exr");
-    EXPECT_EQ(ExplicitLocation("#", 1e30f), "2147483647");
-    EXPECT_EQ(ExplicitLocation("##/#/###", 7), "07/7/007");
-    EXPECT_EQ(ExplicitLocation("####", -12345), "-12345");
-}
-
-TEST_F(RenderUtils, PutTheFrameIntoARunOfAnyLength) {
-    const std::string location = ExplicitLocation(std::string(1000000, '#') + ".exr", 7);
-    EXPECT_EQ(location, std::string(999999, '0') + "7.exr");
-}
-
-TEST_F(RenderUtils, ExpandHomeAndVariablesOfATemporaryLocation) {
-    const ScopedEnvironment home("HOME", "/home/ada");
-    const ScopedEnvironment show("TELLAR_TEST_SHOW", "garden");
-    EXPECT_EQ(ExplicitLocation("~/$TELLAR_TEST_SHOW/b.##.exr", 7), "/home/ada/garden/b.07.exr");
-}
-
-TEST_F(RenderUtils, ExpandHomeThenVariablesThenTheFrame) {
-    const ScopedEnvironment home("HOME", "/home/$TELLAR_TEST_SHOW");
-    const ScopedEnvironment show("TELLAR_TEST_SHOW", "garden##");
-    EXPECT_EQ(ExplicitLocation("~/$TELLAR_TEST_SHOW/b.####", 7), "/home/garden07/garden07/b.0007");
-    const ScopedEnvironment tilde("TELLAR_TEST_SHOW", "~");
-    EXPECT_EQ(ExplicitLocation("$TELLAR_TEST_SHOW/b", 7), "~/b");
-    const ScopedEnvironment nested("TELLAR_TEST_SHOW", "$HOME");
-    EXPECT_EQ(ExplicitLocation("$TELLAR_TEST_SHOW/b", 7), "$HOME/b");
-}
-
-TEST_F(RenderUtils, ComposeATemporaryLocationThatIsNotSet) {
-    const Children settings = Output({{"tempRenderId", Text("r17")}}, {{"tempDir", Text("/tmp")}});
-    EXPECT_EQ(TempLocation(settings, "beauty", 7), "/tmp/r17.0007");
-    EXPECT_EQ(TempLocation(settings, "other", 7), "");
-    Children unset = Output({{"tempRenderId", Text("r17")},
-                             {"rendererSettings", Group({{"tempRenderLocation", Text("")}})}},
-                            {{"tempDir", Text("/tmp")}});
-    EXPECT_EQ(TempLocation(unset, "beauty", 7), "/tmp/r17.0007") << "empty is not set";
-    EXPECT_EQ(TempLocation(Output({{"tempRenderId", Text("r17")}}, {{"tempDir", Text("/tmp/")}}),
-                           "beauty", 12345),
-              "/tmp/r17.12345");
-    EXPECT_EQ(TempLocation(Output({{"tempRenderId", Text("r17")}}), "beauty", 7), "");
-    EXPECT_EQ(TempLocation({}, "beauty", 7), "");
-}
-
-TEST_F(RenderUtils, TakeATemporaryLocationFromItsOwnAttributeAlone) {
-    const auto location = Group({{"tempRenderLocation", Text("/wrong")}});
-    const Children settings = {
-        {"tempRenderLocation", Text("/wrong")},
-        {"rendererSettings", location},
-        {"outputs", Group({{"tempRenderLocation", Text("/wrong")},
-                           {"beauty", Group({{"tempRenderLocation", Text("/wrong")}})},
-                           {"depth", Group({{"rendererSettings", location}})}})}};
-    EXPECT_EQ(TempLocation(settings, "beauty", 7), "");
-    EXPECT_EQ(TempLocation(settings, "depth", 7), "/wrong");
-}
-
-TEST_F(RenderUtils, TellWhereATileIsWritten) {
-    const auto tiles = [](const Attribute& tile) {
-        return StaticRoot(CameraScene({}, {}, {{"renderSettings", Group({{"tileRender", tile}})}}))
-            ->getProducerByPath(kGeo);
-    };
-    const Handle tiled = Handle::of(tiles(IntAttribute({2, 3}, 2)));
-    EXPECT_EQ(TextOwned(Utils().getTilePath(tiled.get(), "/out/b.exr")), "/out/tile_2_3.b.exr");
-    const Handle untiled = Handle::of(tiles(Text("2 3")));
-    EXPECT_EQ(TextOwned(Utils().getTilePath(untiled.get(), "/out/b.exr")), "/out/b.exr");
-    EXPECT_EQ(TextOwned(Utils().getTilePath(nullptr, "/out/b.exr")), "/out/b.exr");
 }
 
 TEST_F(RenderUtils, FindTheDelegatesOfARendererAndThoseOfAll) {
