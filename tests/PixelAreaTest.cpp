@@ -122,6 +122,13 @@ TEST_F(PixelArea, OfAnOrthographicCameraDoesNotDependOnDepth) {
     EXPECT_EQ(AreaOf(Bound(0, 1, 0, 2, -50, -4), OrthographicLens(8)), 64 * 128);
 }
 
+TEST_F(PixelArea, OfAnOrthographicCameraWithoutAWidthIsNothing) {
+    const Children mirrored =
+        With(With(OrthographicLens(0), "left", Double(1)), "right", Double(-1));
+    EXPECT_EQ(AreaOf(Bound(1, 2, -1, 1, -5, -4), OrthographicLens(0)), 0);
+    EXPECT_EQ(AreaOf(Bound(1, 2, -1, 1, -5, -4), mirrored), 0);
+}
+
 TEST_F(PixelArea, OfAnInfiniteBoxIsThePicture) {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
     const auto everything =

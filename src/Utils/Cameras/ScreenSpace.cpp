@@ -60,8 +60,8 @@ public:
 
     bool isOrthographic;
     double tanHalfFov;
-    /// Opposite corners of the screen window, in units of tan(angle) / tanHalfFov, or in those of
-    /// the scene for an orthographic camera, with the depths of the clipping planes.
+    /// Opposite corners of the screen window, with the depths of the clipping planes. x and y are
+    /// tan(angle) / tanHalfFov, or lengths in the scene for an orthographic camera.
     V3d low, high;
 
 private:
