@@ -17,12 +17,10 @@
 #include <OxTellarSDK/PluginManager.h>
 
 #include "SuiteEntry.h"
-#include "SuiteTable.h"
 
 namespace {
 
 using OxPluginManager::PluginManager;
-using TELLAR::SuiteEntry;
 
 const NamedLogger kLogger("PluginHost");
 
@@ -31,11 +29,6 @@ constexpr unsigned int kAttributeSuiteVersion = 1;
 
 // The results of registerSuite.
 enum RegistrationStatus { kRegistered = 0, kNotUsable = 1, kTaken = 2, kFailed = 3 };
-
-template <typename Body>
-auto Enter(const SuiteEntry& entry, Body body) noexcept {
-    return TELLAR::RunSuiteEntry(kLogger, entry, body);
-}
 
 // The function tables by name and version, which are never removed. No foreign code runs under the
 // lock, because plug-ins look up and register tables while the plug-in manager loads them.
@@ -102,78 +95,63 @@ void RegisterOwnSuitesOnce() {
 
 const void* GetSuite(const char* apiName, unsigned int apiVersion) {
     if (!apiName) return nullptr;
-    return Enter("getSuite", [&] {
-        RegisterOwnSuitesOnce();
-        return GetSuiteTable().find(apiName, apiVersion);
-    });
+    RegisterOwnSuitesOnce();
+    return GetSuiteTable().find(apiName, apiVersion);
 }
 
 unsigned int GetNewestSuiteVersion(const char* apiName) {
-    if (!apiName) return 0;
-    return Enter("getNewestSuiteVersion", [&] { return GetSuiteTable().newestVersion(apiName); });
+    return apiName ? GetSuiteTable().newestVersion(apiName) : 0;
 }
 
 const char* GetPluginName(const char* apiName, unsigned int apiVersion, unsigned int index) {
     if (!apiName) return nullptr;
-    return Enter("getPluginName", [&] {
-        std::vector<std::string> names;
-        PluginManager::getPluginNames(apiName, names, apiVersion);
-        return index < names.size() ? Interned(names[index]) : nullptr;
-    });
+    std::vector<std::string> names;
+    PluginManager::getPluginNames(apiName, names, apiVersion);
+    return index < names.size() ? Interned(names[index]) : nullptr;
 }
 
 const void* GetPluginSuite(const char* pluginName, const char* apiName, unsigned int apiVersion) {
     if (!pluginName || !apiName) return nullptr;
-    return Enter("getPluginSuite", [&] {
-        return PluginManager::getPluginSuite(
-            PluginManager::getPlugin(pluginName, apiName, apiVersion));
-    });
+    return PluginManager::getPluginSuite(PluginManager::getPlugin(pluginName, apiName, apiVersion));
 }
 
 OxAttributeStruct* GetConfiguration(const char* key) {
-    if (!key) return nullptr;
-    return Enter("getConfiguration", [&]() -> OxAttributeStruct* {
-        if (!Config()->has(key)) return nullptr;
-        const std::string value = Config()->get(key);
-        // The key may have been removed in between; an empty value is a value.
-        if (value.empty() && !Config()->has(key)) return nullptr;
-        // Uses the table that plug-ins get; the process may have set another one since.
-        const auto* suite = static_cast<const OxAttributeSuite_v1*>(
-            GetSuiteTable().find(kAttributeSuiteName, kAttributeSuiteVersion));
-        const char* text = value.c_str();
-        return suite ? suite->createString(&text, 1, 1) : nullptr;
-    });
+    if (!key || !Config()->has(key)) return nullptr;
+    const std::string value = Config()->get(key);
+    // The key may have been removed in between; an empty value is a value.
+    if (value.empty() && !Config()->has(key)) return nullptr;
+    // Uses the table that plug-ins get; the process may have set another one since.
+    const auto* suite = static_cast<const OxAttributeSuite_v1*>(
+        GetSuiteTable().find(kAttributeSuiteName, kAttributeSuiteVersion));
+    const char* text = value.c_str();
+    return suite ? suite->createString(&text, 1, 1) : nullptr;
 }
 
 int IsLogged(const char* loggerName, int level) {
     if (!loggerName) return 0;
-    return Enter("isLogged", [&] {
-        const OxLogLevel threshold = OxLoggingGetLevel(loggerName);
-        switch (level) {
-        case kOxLogDebug:
-            return threshold <= OxLogLevel::debug ? 1 : 0;
-        case kOxLogInfo:
-            return threshold <= OxLogLevel::info ? 1 : 0;
-        case kOxLogWarn:
-            return threshold <= OxLogLevel::warn ? 1 : 0;
-        case kOxLogError:
-            return threshold <= OxLogLevel::error ? 1 : 0;
-        default:
-            return 0;
-        }
-    });
+    const OxLogLevel threshold = OxLoggingGetLevel(loggerName);
+    switch (level) {
+    case kOxLogDebug:
+        return threshold <= OxLogLevel::debug;
+    case kOxLogInfo:
+        return threshold <= OxLogLevel::info;
+    case kOxLogWarn:
+        return threshold <= OxLogLevel::warn;
+    case kOxLogError:
+        return threshold <= OxLogLevel::error;
+    default:
+        return 0;
+    }
 }
 
 void Log(const char* loggerName, int level, const char* message, const char* file, int line) {
     // Checked first, because it costs less than making the logger.
     if (!message || !IsLogged(loggerName, level)) return;
-    Enter("log", [&] {
-        const OxLoggerGlue named(loggerName);
-        if (level == kOxLogDebug) named.debug(message, file, line);
-        if (level == kOxLogInfo) named.info(message, file, line);
-        if (level == kOxLogWarn) named.warn(message, file, line);
-        if (level == kOxLogError) named.error(message, file, line);
-    });
+    const OxLoggerGlue named(loggerName);
+    if (level == kOxLogDebug) named.debug(message, file, line);
+    if (level == kOxLogInfo) named.info(message, file, line);
+    if (level == kOxLogWarn) named.warn(message, file, line);
+    if (level == kOxLogError) named.error(message, file, line);
 }
 
 void WarnOfRefusal(const char* apiName, unsigned int apiVersion, const char* why,
@@ -198,27 +176,32 @@ RegistrationStatus TryToRegister(const void* suite, const char* apiName, unsigne
 
 int RegisterSuite(const void* suite, const char* apiName, unsigned int apiVersion) {
     RegistrationStatus status = kFailed;
-    Enter("registerSuite", [&] { status = TryToRegister(suite, apiName, apiVersion); });
+    TELLAR::RunSuiteEntry(kLogger, "registerSuite",
+                          [&] { status = TryToRegister(suite, apiName, apiVersion); });
     return status;
 }
 
-constexpr OxPluginHost MakeHostRecord() {
+OxPluginHost MakeHostRecord() {
     static_assert(sizeof(OxPluginHost) == 11 * sizeof(void*));
     OxPluginHost record{};
     TELLAR_SET_SLOT(record, 0, recordVersion, OX_PLUGIN_HOST_RECORD_VERSION);
     TELLAR_SET_SLOT(record, 1, name, "OxPluginHost");
     TELLAR_SET_SLOT(record, 2, version, OXPLUGINHOST_VERSION);
-    TELLAR_SET_SLOT(record, 3, getSuite, GetSuite);
-    TELLAR_SET_SLOT(record, 4, getNewestSuiteVersion, GetNewestSuiteVersion);
-    TELLAR_SET_SLOT(record, 5, getPluginName, GetPluginName);
-    TELLAR_SET_SLOT(record, 6, getPluginSuite, GetPluginSuite);
-    TELLAR_SET_SLOT(record, 7, getConfiguration, GetConfiguration);
-    TELLAR_SET_SLOT(record, 8, isLogged, IsLogged);
-    TELLAR_SET_SLOT(record, 9, log, Log);
+    TELLAR_SET_ENTRY(record, 3, getSuite, GetSuite);
+    TELLAR_SET_ENTRY(record, 4, getNewestSuiteVersion, GetNewestSuiteVersion);
+    TELLAR_SET_ENTRY(record, 5, getPluginName, GetPluginName);
+    TELLAR_SET_ENTRY(record, 6, getPluginSuite, GetPluginSuite);
+    TELLAR_SET_ENTRY(record, 7, getConfiguration, GetConfiguration);
+    TELLAR_SET_ENTRY(record, 8, isLogged, IsLogged);
+    TELLAR_SET_ENTRY(record, 9, log, Log);
     TELLAR_SET_SLOT(record, 10, registerSuite, RegisterSuite);
     return record;
 }
-OxPluginHost hostRecord = MakeHostRecord();
+
+OxPluginHost* GetHostRecord() {
+    static OxPluginHost record = MakeHostRecord();
+    return &record;
+}
 
 /// Gives the host to the plug-in manager, and through it to plug-ins that are loaded already.
 ///
@@ -230,8 +213,8 @@ void HandToPluginManagerOnce() {
     thread_local bool isUnderWay = false;
     if (isDone.load(std::memory_order_acquire) || isUnderWay) return;
     isUnderWay = true;
-    const bool isGiven = Enter("OxGetPluginHost", [] {
-        PluginManager::setHost(&hostRecord);
+    const bool isGiven = TELLAR::RunSuiteEntry(kLogger, "OxGetPluginHost", [] {
+        PluginManager::setHost(GetHostRecord());
         return true;
     });
     isUnderWay = false;
@@ -241,7 +224,7 @@ void HandToPluginManagerOnce() {
 } // namespace
 
 OxPluginHost* OxGetPluginHost() {
-    Enter("OxGetPluginHost", [] { RegisterOwnSuitesOnce(); });
+    TELLAR::RunSuiteEntry(kLogger, "OxGetPluginHost", [] { RegisterOwnSuitesOnce(); });
     HandToPluginManagerOnce();
-    return &hostRecord;
+    return GetHostRecord();
 }

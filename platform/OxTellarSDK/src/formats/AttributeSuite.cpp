@@ -8,20 +8,12 @@
 
 #include "AttributeNode.h"
 #include "SuiteEntry.h"
-#include "SuiteTable.h"
 
 namespace OxAttribute {
 
 namespace {
 
-using TELLAR::SuiteEntry;
-
 const NamedLogger kLogger("AttributeHost");
-
-template <typename Body>
-auto Enter(const SuiteEntry& entry, Body body) noexcept {
-    return TELLAR::RunSuiteEntry(kLogger, entry, body);
-}
 
 /// The attribute behind a borrowed C handle.
 Attribute View(const OxAttributeStruct* handle) {
@@ -46,13 +38,14 @@ std::int32_t GetType(const OxAttributeStruct* handle) {
 
 void GetHash(const OxAttributeStruct* handle, std::uint64_t words[2]) {
     if (!words) return;
-    const Hash hash = Enter("getHash", [&] { return View(handle).getHash(); });
+    words[0] = words[1] = 0; // in case that it throws
+    const Hash hash = View(handle).getHash();
     words[0] = hash.words[0];
     words[1] = hash.words[1];
 }
 
 std::int32_t IsEqual(const OxAttributeStruct* a, const OxAttributeStruct* b) {
-    return Enter("isEqual", [&] { return static_cast<std::int32_t>(View(a) == View(b)); });
+    return View(a) == View(b);
 }
 
 std::int64_t GetTupleSize(const OxAttributeStruct* handle) {
@@ -94,14 +87,12 @@ const char* GetChildName(const OxAttributeStruct* handle, std::int64_t index) {
 }
 
 OxAttributeStruct* GetChildByIndex(const OxAttributeStruct* handle, std::int64_t index) {
-    return Enter("getChildByIndex",
-                 [&] { return GroupAttribute(View(handle)).getChildByIndex(index).detach(); });
+    return GroupAttribute(View(handle)).getChildByIndex(index).detach();
 }
 
 OxAttributeStruct* GetChildByName(const OxAttributeStruct* handle, const char* path) {
     if (!path) return nullptr;
-    return Enter("getChildByName",
-                 [&] { return GroupAttribute(View(handle)).getChildByName(path).detach(); });
+    return GroupAttribute(View(handle)).getChildByName(path).detach();
 }
 
 std::int32_t GetGroupInherit(const OxAttributeStruct* handle) {
@@ -110,64 +101,42 @@ std::int32_t GetGroupInherit(const OxAttributeStruct* handle) {
 }
 
 template <typename T>
-OxAttributeStruct* CreateNumbers(const SuiteEntry& entry, const T* values, std::int64_t count,
-                                 std::int64_t tupleSize) {
+OxAttributeStruct* CreateNumbers(const T* values, std::int64_t count, std::int64_t tupleSize) {
     if (tupleSize < 1 || count < 0 || (count > 0 && !values)) return nullptr;
-    return Enter(entry, [&] { return NumericAttribute<T>(values, count, tupleSize).detach(); });
-}
-
-OxAttributeStruct* CreateInt(const std::int32_t* values, std::int64_t count,
-                             std::int64_t tupleSize) {
-    return CreateNumbers("createInt", values, count, tupleSize);
-}
-
-OxAttributeStruct* CreateFloat(const float* values, std::int64_t count, std::int64_t tupleSize) {
-    return CreateNumbers("createFloat", values, count, tupleSize);
-}
-
-OxAttributeStruct* CreateDouble(const double* values, std::int64_t count, std::int64_t tupleSize) {
-    return CreateNumbers("createDouble", values, count, tupleSize);
+    return NumericAttribute<T>(values, count, tupleSize).detach();
 }
 
 OxAttributeStruct* CreateString(const char* const* values, std::int64_t count,
                                 std::int64_t tupleSize) {
     if (tupleSize < 1 || count < 0 || (count > 0 && !values)) return nullptr;
-    return Enter("createString", [&] {
-        std::vector<std::string_view> strings;
-        for (std::int64_t i = 0; i < count; ++i)
-            strings.emplace_back(values[i] ? values[i] : "");
-        return StringAttribute(strings.data(), count, tupleSize).detach();
-    });
-}
-
-OxAttributeStruct* CreateNull() {
-    return Enter("createNull", [] { return NullAttribute().detach(); });
+    std::vector<std::string_view> strings;
+    for (std::int64_t i = 0; i < count; ++i)
+        strings.emplace_back(values[i] ? values[i] : "");
+    return StringAttribute(strings.data(), count, tupleSize).detach();
 }
 
 OxAttributeStruct* CreateGroup(const char* const* names, OxAttributeStruct* const* children,
                                std::int64_t count, std::int32_t inherit) {
     if (count < 0 || (count > 0 && (!names || !children))) return nullptr;
-    return Enter("createGroup", [&] {
-        std::vector<GroupAttribute::Child> list;
-        for (std::int64_t i = 0; i < count; ++i)
-            list.emplace_back(names[i] ? names[i] : "", View(children[i]));
-        return GroupAttribute(list, inherit != 0).detach();
-    });
+    std::vector<GroupAttribute::Child> list;
+    for (std::int64_t i = 0; i < count; ++i)
+        list.emplace_back(names[i] ? names[i] : "", View(children[i]));
+    return GroupAttribute(list, inherit != 0).detach();
 }
 
 OxAttributeStruct* GetXml(const OxAttributeStruct* handle) {
-    if (!handle) return nullptr;
-    return Enter("getXml", [&] { return StringAttribute(View(handle).getXML()).detach(); });
+    return handle ? StringAttribute(View(handle).getXML()).detach() : nullptr;
 }
 
-constexpr OxAttributeSuite_v1 MakeBuiltInSuite() {
+/// Entries that cannot throw, which are called for every value, stand in their slots as they are.
+OxAttributeSuite_v1 MakeBuiltInSuite() {
     static_assert(sizeof(OxAttributeSuite_v1) == 25 * sizeof(void*));
     OxAttributeSuite_v1 suite{};
     TELLAR_SET_SLOT(suite, 0, retain, Retain);
     TELLAR_SET_SLOT(suite, 1, release, Release);
     TELLAR_SET_SLOT(suite, 2, getType, GetType);
-    TELLAR_SET_SLOT(suite, 3, getHash, GetHash);
-    TELLAR_SET_SLOT(suite, 4, isEqual, IsEqual);
+    TELLAR_SET_ENTRY(suite, 3, getHash, GetHash);
+    TELLAR_SET_ENTRY(suite, 4, isEqual, IsEqual);
     TELLAR_SET_SLOT(suite, 5, getTupleSize, GetTupleSize);
     TELLAR_SET_SLOT(suite, 6, getNumberOfValues, GetNumberOfValues);
     TELLAR_SET_SLOT(suite, 7, getNumberOfTimeSamples, GetNumberOfTimeSamples);
@@ -178,19 +147,18 @@ constexpr OxAttributeSuite_v1 MakeBuiltInSuite() {
     TELLAR_SET_SLOT(suite, 12, getString, GetString);
     TELLAR_SET_SLOT(suite, 13, getNumberOfChildren, GetNumberOfChildren);
     TELLAR_SET_SLOT(suite, 14, getChildName, GetChildName);
-    TELLAR_SET_SLOT(suite, 15, getChildByIndex, GetChildByIndex);
-    TELLAR_SET_SLOT(suite, 16, getChildByName, GetChildByName);
+    TELLAR_SET_ENTRY(suite, 15, getChildByIndex, GetChildByIndex);
+    TELLAR_SET_ENTRY(suite, 16, getChildByName, GetChildByName);
     TELLAR_SET_SLOT(suite, 17, getGroupInherit, GetGroupInherit);
-    TELLAR_SET_SLOT(suite, 18, createInt, CreateInt);
-    TELLAR_SET_SLOT(suite, 19, createFloat, CreateFloat);
-    TELLAR_SET_SLOT(suite, 20, createDouble, CreateDouble);
-    TELLAR_SET_SLOT(suite, 21, createString, CreateString);
-    TELLAR_SET_SLOT(suite, 22, createNull, CreateNull);
-    TELLAR_SET_SLOT(suite, 23, createGroup, CreateGroup);
-    TELLAR_SET_SLOT(suite, 24, getXml, GetXml);
+    TELLAR_SET_ENTRY(suite, 18, createInt, CreateNumbers<std::int32_t>);
+    TELLAR_SET_ENTRY(suite, 19, createFloat, CreateNumbers<float>);
+    TELLAR_SET_ENTRY(suite, 20, createDouble, CreateNumbers<double>);
+    TELLAR_SET_ENTRY(suite, 21, createString, CreateString);
+    TELLAR_SET_ENTRY(suite, 22, createNull, [] { return NullAttribute().detach(); });
+    TELLAR_SET_ENTRY(suite, 23, createGroup, CreateGroup);
+    TELLAR_SET_ENTRY(suite, 24, getXml, GetXml);
     return suite;
 }
-constexpr OxAttributeSuite_v1 kBuiltInSuite = MakeBuiltInSuite();
 
 std::atomic<const OxAttributeSuite_v1*> currentSuite{nullptr};
 
@@ -207,5 +175,6 @@ void OxSetAttributeSuite(const OxAttributeSuite_v1* suite) {
 }
 
 const OxAttributeSuite_v1* OxGetBuiltInAttributeSuite() {
-    return &OxAttribute::kBuiltInSuite;
+    static const OxAttributeSuite_v1 suite = OxAttribute::MakeBuiltInSuite();
+    return &suite;
 }
