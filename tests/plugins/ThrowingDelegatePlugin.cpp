@@ -14,7 +14,7 @@ public:
     const char* what() const noexcept override { return nullptr; }
 };
 
-OxLocationDelegateInstance createAtLast() {
+OxLocationDelegateInstance CreateAtLast() {
     static std::atomic<int> calls{0};
     const int call = ++calls;
     if (call == 2) throw SilentException();
@@ -23,22 +23,22 @@ OxLocationDelegateInstance createAtLast() {
     return createDelegate();
 }
 
-OxAttributeStruct* candle(OxLocationDelegateInstance instance) {
+OxAttributeStruct* Candle(OxLocationDelegateInstance instance) {
     return textOf(instance, "candle");
 }
 
-OxAttributeStruct* flameTypes(OxLocationDelegateInstance instance) {
+OxAttributeStruct* FlameTypes(OxLocationDelegateInstance instance) {
     return textOf(instance, "flame");
 }
 
-const OxScenegraphLocationDelegatePluginSuite_v1 suite = {createAtLast, destroyDelegate,
-                                                          noReplacement, candle, flameTypes};
+const OxScenegraphLocationDelegatePluginSuite_v1 suite = {CreateAtLast, destroyDelegate,
+                                                          noReplacement, Candle, FlameTypes};
 
-const void* getSuite() {
+const void* GetSuite() {
     return &suite;
 }
 
-int setHost(OxPluginHost* host) {
+int SetHost(OxPluginHost* host) {
     return setDelegateHost(host, "TestThrowingDelegateCalls");
 }
 
@@ -48,8 +48,8 @@ const OxPluginRecord_v1 record = {OX_PLUGIN_RECORD_VERSION,
                                   OX_LOCATION_DELEGATE_API_VERSION,
                                   1,
                                   0,
-                                  getSuite,
-                                  setHost,
+                                  GetSuite,
+                                  SetHost,
                                   nullptr};
 
 } // namespace

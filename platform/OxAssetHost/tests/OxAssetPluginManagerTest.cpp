@@ -40,19 +40,19 @@ protected:
     ~OxAssetPluginManagerTest() override { OxAssetPluginManager::setDefaultAssetPlugin(nullptr); }
 };
 
-std::string resolve(const std::string& reference, int frame) {
+std::string Resolve(const std::string& reference, int frame) {
     return OxAssetPluginManager::getDefaultAssetPlugin()->resolvePath(reference, frame, true);
 }
 
 TEST_F(OxAssetPluginManagerTest, BeginsWithTheBuiltInPlugin) {
     ASSERT_NE(OxAssetPluginManager::getDefaultAssetPlugin(), nullptr);
-    EXPECT_EQ(resolve("/a.####.exr", 7), "/a.0007.exr");
+    EXPECT_EQ(Resolve("/a.####.exr", 7), "/a.0007.exr");
 }
 
 TEST_F(OxAssetPluginManagerTest, UsesThePluginThatWasSetLast) {
     OxAssetPluginManager::setDefaultAssetPlugin(std::make_shared<NamedPlugin>("site"));
     OxAssetPluginManager::setDefaultAssetPlugin(std::make_shared<NamedPlugin>("show"));
-    EXPECT_EQ(resolve("/a.####.exr", 7), "show:/a.####.exr@7");
+    EXPECT_EQ(Resolve("/a.####.exr", 7), "show:/a.####.exr@7");
 }
 
 TEST_F(OxAssetPluginManagerTest, RestoresTheBuiltInPluginWithNull) {
@@ -61,7 +61,7 @@ TEST_F(OxAssetPluginManagerTest, RestoresTheBuiltInPluginWithNull) {
     ASSERT_NE(OxAssetPluginManager::getDefaultAssetPlugin(), builtIn);
     OxAssetPluginManager::setDefaultAssetPlugin(nullptr);
     EXPECT_EQ(OxAssetPluginManager::getDefaultAssetPlugin(), builtIn);
-    EXPECT_EQ(resolve("/a.####.exr", 7), "/a.0007.exr");
+    EXPECT_EQ(Resolve("/a.####.exr", 7), "/a.0007.exr");
 }
 
 TEST_F(OxAssetPluginManagerTest, LeavesAReplacedPluginToThoseWhoHoldIt) {
@@ -90,7 +90,7 @@ TEST_F(OxAssetPluginManagerTest, ResolvesInManyThreadsWhileThePluginIsReplaced) 
             }
             const std::string builtIn = "/a." + std::to_string(frame) + ".exr";
             const std::string site = "site:/a.%d.exr@" + std::to_string(frame);
-            EXPECT_THAT(resolve("/a.%d.exr", frame), testing::AnyOf(builtIn, site));
+            EXPECT_THAT(Resolve("/a.%d.exr", frame), testing::AnyOf(builtIn, site));
         }
     });
 }

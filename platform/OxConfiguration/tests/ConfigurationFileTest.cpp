@@ -10,14 +10,14 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
 
-ConfigurationValues parsed(std::string_view text) {
+ConfigurationValues Parsed(std::string_view text) {
     ConfigurationValues values;
     std::string error;
     EXPECT_TRUE(ParseConfiguration(text, "site.json", values, error)) << error;
     return values;
 }
 
-std::string errorOf(std::string_view text) {
+std::string ErrorOf(std::string_view text) {
     ConfigurationValues values = {{"kept", "as it was"}};
     std::string error;
     EXPECT_FALSE(ParseConfiguration(text, "site.json", values, error));
@@ -26,12 +26,12 @@ std::string errorOf(std::string_view text) {
 }
 
 TEST(ConfigurationFile, ReadsStrings) {
-    EXPECT_THAT(parsed(R"({"a": "one", "b": "", "\u00e9": "tab\there"})"),
+    EXPECT_THAT(Parsed(R"({"a": "one", "b": "", "\u00e9": "tab\there"})"),
                 ElementsAre(Pair("a", "one"), Pair("b", ""), Pair("\xC3\xA9", "tab\there")));
 }
 
 TEST(ConfigurationFile, TakesNumbersAndBooleansAsTheirText) {
-    EXPECT_THAT(parsed(R"({"a": -1.50e+3, "b": 0, "c": 12345678901234567890123, "d": true,
+    EXPECT_THAT(Parsed(R"({"a": -1.50e+3, "b": 0, "c": 12345678901234567890123, "d": true,
                            "e": false})"),
                 ElementsAre(Pair("a", "-1.50e+3"), Pair("b", "0"),
                             Pair("c", "12345678901234567890123"), Pair("d", "true"),
@@ -39,35 +39,35 @@ TEST(ConfigurationFile, TakesNumbersAndBooleansAsTheirText) {
 }
 
 TEST(ConfigurationFile, JoinsTheKeysOfNestedObjectsWithDots) {
-    EXPECT_THAT(parsed(R"({"cache": {"limit": 4, "disk": {"path": "/c"}, "on": true}, "z": "1"})"),
+    EXPECT_THAT(Parsed(R"({"cache": {"limit": 4, "disk": {"path": "/c"}, "on": true}, "z": "1"})"),
                 ElementsAre(Pair("cache.disk.path", "/c"), Pair("cache.limit", "4"),
                             Pair("cache.on", "true"), Pair("z", "1")));
 }
 
 TEST(ConfigurationFile, LetsTheLastOfEqualKeysWin) {
-    EXPECT_THAT(parsed(R"({"a.b": "1", "a": {"b": "2"}, "c": "3", "c": "4"})"),
+    EXPECT_THAT(Parsed(R"({"a.b": "1", "a": {"b": "2"}, "c": "3", "c": "4"})"),
                 ElementsAre(Pair("a.b", "2"), Pair("c", "4")));
 }
 
 TEST(ConfigurationFile, IsEmptyForAnEmptyObject) {
-    EXPECT_THAT(parsed(" {\n} "), IsEmpty());
+    EXPECT_THAT(Parsed(" {\n} "), IsEmpty());
 }
 
 TEST(ConfigurationFile, NamesThePlaceOfASyntaxError) {
-    EXPECT_EQ(errorOf("{\n  \"a\": \"1\"\n  \"b\": \"2\"\n}"),
+    EXPECT_EQ(ErrorOf("{\n  \"a\": \"1\"\n  \"b\": \"2\"\n}"),
               "Configuration file \"site.json\", line 3, column 3: "
               "Missing a comma or '}' after an object member.");
-    EXPECT_EQ(errorOf(""), "Configuration file \"site.json\", line 1, column 1: "
+    EXPECT_EQ(ErrorOf(""), "Configuration file \"site.json\", line 1, column 1: "
                            "The document is empty.");
-    EXPECT_EQ(errorOf("{} x"), "Configuration file \"site.json\", line 1, column 4: "
+    EXPECT_EQ(ErrorOf("{} x"), "Configuration file \"site.json\", line 1, column 4: "
                                "The document root must not be followed by other values.");
 }
 
 TEST(ConfigurationFile, RefusesNullAndArraysByKey) {
-    EXPECT_EQ(errorOf("{\"a\": {\n\"b\": null}}"),
+    EXPECT_EQ(ErrorOf("{\"a\": {\n\"b\": null}}"),
               "Configuration file \"site.json\", line 2, column 10: The value of \"a.b\" is null; "
               "it must be a string, a number, a boolean or an object.");
-    EXPECT_EQ(errorOf("{\"a\": [1]}"),
+    EXPECT_EQ(ErrorOf("{\"a\": [1]}"),
               "Configuration file \"site.json\", line 1, column 8: The value of \"a\" is an array; "
               "it must be a string, a number, a boolean or an object.");
 }
@@ -75,36 +75,36 @@ TEST(ConfigurationFile, RefusesNullAndArraysByKey) {
 TEST(ConfigurationFile, RefusesARootThatIsNoObject) {
     for (const char* text : {"\"a\"", "null", "[]", "12", "true"}) {
         SCOPED_TRACE(text);
-        EXPECT_THAT(errorOf(text), testing::EndsWith("The file must hold one object."));
+        EXPECT_THAT(ErrorOf(text), testing::EndsWith("The file must hold one object."));
     }
 }
 
 TEST(ConfigurationFile, RefusesAZeroByteWhereverItStands) {
     using namespace std::string_view_literals;
-    EXPECT_EQ(errorOf("{}\n\0{"sv),
+    EXPECT_EQ(ErrorOf("{}\n\0{"sv),
               "Configuration file \"site.json\", line 2, column 1: A zero byte.");
 }
 
 TEST(ConfigurationFile, RefusesTextThatIsNotUtf8) {
-    EXPECT_EQ(errorOf("{\"a\": \"\xFF\"}"), "Configuration file \"site.json\", line 1, column 8: "
+    EXPECT_EQ(ErrorOf("{\"a\": \"\xFF\"}"), "Configuration file \"site.json\", line 1, column 8: "
                                             "Invalid encoding in string.");
 }
 
 TEST(ConfigurationFile, RefusesHalfOfAnEscapedSurrogatePair) {
-    EXPECT_EQ(errorOf(R"({"a": "\udc00"})"), "Configuration file \"site.json\", line 1, column 15: "
+    EXPECT_EQ(ErrorOf(R"({"a": "\udc00"})"), "Configuration file \"site.json\", line 1, column 15: "
                                              "The surrogate pair in string is invalid.");
-    EXPECT_EQ(errorOf(R"({"a\uddbb": 1})"), "Configuration file \"site.json\", line 1, column 11: "
+    EXPECT_EQ(ErrorOf(R"({"a\uddbb": 1})"), "Configuration file \"site.json\", line 1, column 11: "
                                             "The surrogate pair in string is invalid.");
-    EXPECT_THAT(parsed(R"({"a": "\ud83d\ude00\ud7ff"})"),
+    EXPECT_THAT(Parsed(R"({"a": "\ud83d\ude00\ud7ff"})"),
                 ElementsAre(Pair("a", "\xF0\x9F\x98\x80\xED\x9F\xBF")));
 }
 
 TEST(ConfigurationFile, NamesAKeyWithControlCharactersInOneLine) {
-    EXPECT_THAT(errorOf(R"({"a\nb\u007f": null})"),
+    EXPECT_THAT(ErrorOf(R"({"a\nb\u007f": null})"),
                 testing::HasSubstr(R"(The value of "a\x0ab\x7f" is null;)"));
 }
 
-std::string nested(int depth) {
+std::string Nested(int depth) {
     std::string text;
     for (int i = 0; i < depth; ++i)
         text += "{\"a\":";
@@ -112,9 +112,9 @@ std::string nested(int depth) {
 }
 
 TEST(ConfigurationFile, RefusesWhatIsNestedTooDeepInsteadOfOverflowingTheStack) {
-    EXPECT_THAT(parsed(nested(64)), testing::SizeIs(1));
-    EXPECT_THAT(errorOf(nested(65)), testing::EndsWith("Objects are nested more than 64 deep."));
-    EXPECT_THAT(errorOf(nested(100000)),
+    EXPECT_THAT(Parsed(Nested(64)), testing::SizeIs(1));
+    EXPECT_THAT(ErrorOf(Nested(65)), testing::EndsWith("Objects are nested more than 64 deep."));
+    EXPECT_THAT(ErrorOf(Nested(100000)),
                 testing::EndsWith("Objects are nested more than 64 deep."));
 }
 

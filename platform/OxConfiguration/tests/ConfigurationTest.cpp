@@ -210,7 +210,7 @@ protected:
     void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
-[[noreturn]] void useFirstWhileTheSinkAsks() {
+[[noreturn]] void UseFirstWhileTheSinkAsks() {
     setenv("OX_CONFIG_FILE", "/dev/null/site.json", 1);
     setenv("OX_CONFIG_KEY", "value", 1);
     int asked = 0;
@@ -220,10 +220,10 @@ protected:
 }
 
 TEST_F(ConfigurationDeathTest, LogsOneErrorOnFirstUseToASinkThatMayAskForSettings) {
-    EXPECT_EXIT(useFirstWhileTheSinkAsks(), testing::ExitedWithCode(1), "^$");
+    EXPECT_EXIT(UseFirstWhileTheSinkAsks(), testing::ExitedWithCode(1), "^$");
 }
 
-[[noreturn]] void useFirstFromEightThreads() {
+[[noreturn]] void UseFirstFromEightThreads() {
     setenv("OX_CONFIG_KEY", "value", 1);
     std::atomic<int> right{0};
     RunTogether(8, [&right](int) { right += Config()->get("KEY") == "value"; });
@@ -231,7 +231,7 @@ TEST_F(ConfigurationDeathTest, LogsOneErrorOnFirstUseToASinkThatMayAskForSetting
 }
 
 TEST_F(ConfigurationDeathTest, MayBeUsedFirstByManyThreadsAtOnce) {
-    EXPECT_EXIT(useFirstFromEightThreads(), testing::ExitedWithCode(8), "^$");
+    EXPECT_EXIT(UseFirstFromEightThreads(), testing::ExitedWithCode(8), "^$");
 }
 
 } // namespace

@@ -178,7 +178,7 @@ TEST_F(OxLoggerGlueTest, HandsEveryMessageToOneSinkWhileSinksAreReplaced) {
 // OX_LOG_LEVEL is read once for each process, so these run in a process of their own.
 using OxLoggerGlueDeathTest = OxLoggerGlueTest;
 
-[[noreturn]] void logWithLevels(const char* levels) {
+[[noreturn]] void LogWithLevels(const char* levels) {
     setenv("OX_LOG_LEVEL", levels, 1);
     const OxLoggerGlue factory("ClientFactory");
     const OxLoggerGlue other("Other");
@@ -189,12 +189,12 @@ using OxLoggerGlueDeathTest = OxLoggerGlueTest;
 }
 
 TEST_F(OxLoggerGlueDeathTest, TakesTheFirstLevelsFromTheEnvironment) {
-    EXPECT_EXIT(logWithLevels("error,ClientFactory=debug"), testing::ExitedWithCode(0),
+    EXPECT_EXIT(LogWithLevels("error,ClientFactory=debug"), testing::ExitedWithCode(0),
                 "^\\[debug\\] ClientFactory: from the factory\n\\[error\\] Other: an error\n$");
 }
 
 TEST_F(OxLoggerGlueDeathTest, ReportsEachMalformedEntryOnceWhateverTheThreshold) {
-    EXPECT_EXIT(logWithLevels("off,ClientFactory=loud,=info"), testing::ExitedWithCode(0),
+    EXPECT_EXIT(LogWithLevels("off,ClientFactory=loud,=info"), testing::ExitedWithCode(0),
                 "^\\[warn\\] OxLoggingHost: OX_LOG_LEVEL has the malformed entry "
                 "\"ClientFactory=loud\": levels are debug, info, warn, error and off "
                 "\\(OxLoggerGlue.cpp:[0-9]+\\)\n"
@@ -203,7 +203,7 @@ TEST_F(OxLoggerGlueDeathTest, ReportsEachMalformedEntryOnceWhateverTheThreshold)
                 "\\(OxLoggerGlue.cpp:[0-9]+\\)\n$");
 }
 
-[[noreturn]] void countReportsInASinkSetFirst() {
+[[noreturn]] void CountReportsInASinkSetFirst() {
     setenv("OX_LOG_LEVEL", "nonsense", 1);
     const CapturedLog log;
     const OxLoggerGlue logger("Any");
@@ -211,7 +211,7 @@ TEST_F(OxLoggerGlueDeathTest, ReportsEachMalformedEntryOnceWhateverTheThreshold)
 }
 
 TEST_F(OxLoggerGlueDeathTest, ReportsMalformedEntriesToASinkThatWasSetFirst) {
-    EXPECT_EXIT(countReportsInASinkSetFirst(), testing::ExitedWithCode(1), "^$");
+    EXPECT_EXIT(CountReportsInASinkSetFirst(), testing::ExitedWithCode(1), "^$");
 }
 
 } // namespace

@@ -140,7 +140,7 @@ protected:
     void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
-[[noreturn]] void addOneRecordTo(const char* path) {
+[[noreturn]] void AddOneRecordTo(const char* path) {
     setenv("OX_ANALYTICS_FILE", path, 1);
     AnalyticsManager* const manager = AnalyticsManager::getInstance();
     if (manager) manager->addRecord("first use", rapidjson::Value(1));
@@ -148,28 +148,28 @@ protected:
 }
 
 TEST_F(AnalyticsManagerDeathTest, IsEnabledByTheEnvironment) {
-    EXPECT_EXIT(addOneRecordTo("/dev/stderr"), testing::ExitedWithCode(1),
+    EXPECT_EXIT(AddOneRecordTo("/dev/stderr"), testing::ExitedWithCode(1),
                 "^\\{\"name\":\"first use\",\"value\":1\\}\n$");
 }
 
 TEST_F(AnalyticsManagerDeathTest, LogsOneErrorForAnUnusableFileInTheEnvironment) {
-    EXPECT_EXIT(addOneRecordTo("/dev/null/a.jsonl"), testing::ExitedWithCode(0),
+    EXPECT_EXIT(AddOneRecordTo("/dev/null/a.jsonl"), testing::ExitedWithCode(0),
                 "^\\[error\\] AnalyticsManager: Cannot open the analytics file "
                 "\"/dev/null/a.jsonl\": Not a directory \\(AnalyticsManager.cpp:[0-9]+\\)\n$");
 }
 
 TEST_F(AnalyticsManagerDeathTest, StaysDisabledWhenTheEnvironmentNamesNoFile) {
-    EXPECT_EXIT(addOneRecordTo(""), testing::ExitedWithCode(0), "^$");
+    EXPECT_EXIT(AddOneRecordTo(""), testing::ExitedWithCode(0), "^$");
 }
 
-[[noreturn]] void disableFirst() {
+[[noreturn]] void DisableFirst() {
     setenv("OX_ANALYTICS_FILE", "/dev/stderr", 1);
     AnalyticsManager::disable();
     std::exit(AnalyticsManager::getInstance() ? 1 : 0);
 }
 
 TEST_F(AnalyticsManagerDeathTest, LetsAHostDecideBeforeTheEnvironment) {
-    EXPECT_EXIT(disableFirst(), testing::ExitedWithCode(0), "^$");
+    EXPECT_EXIT(DisableFirst(), testing::ExitedWithCode(0), "^$");
 }
 
 } // namespace

@@ -11,11 +11,11 @@ namespace {
 
 AskingGuestSuite suite;
 
-const void* getSuite() {
+const void* GetSuite() {
     return &suite;
 }
 
-int setHost(OxPluginHost* host) {
+int SetHost(OxPluginHost* host) {
     suite.hostGiven = host;
     suite.hostAskedForWhenGiven = OxGetPluginHost();
     return 0;
@@ -27,8 +27,8 @@ const OxPluginRecord_v1 record = {OX_PLUGIN_RECORD_VERSION,
                                   1,
                                   0,
                                   0,
-                                  getSuite,
-                                  setHost,
+                                  GetSuite,
+                                  SetHost,
                                   nullptr};
 
 } // namespace

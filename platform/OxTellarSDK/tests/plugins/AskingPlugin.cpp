@@ -10,25 +10,25 @@ namespace {
 
 using OxPluginManager::PluginManager;
 
-std::size_t shapeCount() {
+std::size_t ShapeCount() {
     std::vector<std::string> names;
     PluginManager::getPluginNames("TestShapes", names, 1);
     return names.size();
 }
 
-AskingSuite suite = {shapeCount(), 0, false, false};
+AskingSuite suite = {ShapeCount(), 0, false, false};
 
-const void* getSuite() {
+const void* GetSuite() {
     return &suite;
 }
 
 const OxPluginRecord_v1 record = {
-    OX_PLUGIN_RECORD_VERSION, "asking", "TestAsking", 1, 0, 0, getSuite, nullptr, nullptr};
+    OX_PLUGIN_RECORD_VERSION, "asking", "TestAsking", 1, 0, 0, GetSuite, nullptr, nullptr};
 
 } // namespace
 
 unsigned int OxGetPluginCount() {
-    suite.shapesSeenWhenCounted = shapeCount();
+    suite.shapesSeenWhenCounted = ShapeCount();
     suite.isItselfSeen = PluginManager::getPlugin("asking", "TestAsking", 1) != nullptr;
     suite.isLaterPluginSeen = PluginManager::getPlugin("thrower", "TestThrowing", 1) != nullptr;
     const char* folder = std::getenv("TELLAR_TEST_FOLDER_ADDED_WHILE_LOADING");

@@ -23,7 +23,7 @@ private:
 class DumbType : public NamedType {
 public:
     using NamedType::NamedType;
-    const Description& description() const override { throwNumber(""); }
+    const Description& description() const override { ThrowNumber(""); }
 };
 
 // Tells about itself once, and throws from then on.
@@ -31,7 +31,7 @@ class FickleType : public NamedType {
 public:
     using NamedType::NamedType;
     const Description& description() const override {
-        if (wasAsked) throwSilent("");
+        if (wasAsked) ThrowSilent("");
         wasAsked = true;
         return NamedType::description();
     }
@@ -45,8 +45,8 @@ class AskingType : public NamedType {
 public:
     using NamedType::NamedType;
     const Description& description() const override {
-        if (OxOpType::FindOpType("TestAsking")) throwText("it is known already");
-        if (!OxOpType::FindOpType("TestSound")) throwText("TestSound is not known");
+        if (OxOpType::FindOpType("TestAsking")) ThrowText("it is known already");
+        if (!OxOpType::FindOpType("TestSound")) ThrowText("TestSound is not known");
         return NamedType::description();
     }
 };
@@ -55,7 +55,7 @@ class SoundType : public NamedType {
 public:
     using NamedType::NamedType;
     void cook(CookContext& context) const override {
-        if (context.path() == "/silent") throwSilent("");
+        if (context.path() == "/silent") ThrowSilent("");
         context.setAttrs(OxAttribute::GroupAttribute(true));
     }
 };
@@ -75,14 +75,14 @@ constexpr char kSound[] = "TestSound";
 const OpType* GetNull() {
     return nullptr;
 }
-const OpType* ThrowSilent() {
-    throwSilent("");
+const OpType* ThrowSilentForType() {
+    ThrowSilent("");
 }
-const OpType* ThrowNumber() {
-    throwNumber("");
+const OpType* ThrowNumberForType() {
+    ThrowNumber("");
 }
 const void* ThrowForSuite() {
-    throwText("no suite today");
+    ThrowText("no suite today");
 }
 const void* GetNullSuite() {
     return nullptr;
@@ -103,8 +103,8 @@ const OxPluginRecord_v1 records[] = {
     Record("throwing suite", ThrowForSuite),
     Record("no function", GetSuite<nullptr>),
     Record("no type", GetSuite<GetNull>),
-    Record("throwing type", GetSuite<ThrowSilent>),
-    Record("number type", GetSuite<ThrowNumber>),
+    Record("throwing type", GetSuite<ThrowSilentForType>),
+    Record("number type", GetSuite<ThrowNumberForType>),
     Record("number description", GetSuite<Get<DumbType, kDumb>>),
     Record("no name", GetSuite<Get<NamedType, kNone>>),
     Record("fickle", GetSuite<Get<FickleType, kFickle>>),

@@ -8,28 +8,28 @@ namespace {
 using Throw = void(const char*);
 
 template <Throw* Function>
-const void* getSuite() {
+const void* GetSuite() {
     Function("no suite today");
     return nullptr;
 }
 template <Throw* Function>
-int setHost(OxPluginHost*) {
+int SetHost(OxPluginHost*) {
     Function("no host today");
     return 0;
 }
 template <Throw* Function>
-void flush() {
+void Flush() {
     Function("no flush today");
 }
 
 template <Throw* Function>
-constexpr OxPluginRecord_v1 record(const char* name) {
-    return {OX_PLUGIN_RECORD_VERSION, name,           "TestThrowing", 1, 0, 0, getSuite<Function>,
-            setHost<Function>,        flush<Function>};
+constexpr OxPluginRecord_v1 Record(const char* name) {
+    return {OX_PLUGIN_RECORD_VERSION, name,           "TestThrowing", 1, 0, 0, GetSuite<Function>,
+            SetHost<Function>,        Flush<Function>};
 }
 
-const OxPluginRecord_v1 records[] = {record<throwText>("thrower"), record<throwNumber>("number"),
-                                     record<throwSilent>("silent")};
+const OxPluginRecord_v1 records[] = {Record<ThrowText>("thrower"), Record<ThrowNumber>("number"),
+                                     Record<ThrowSilent>("silent")};
 
 } // namespace
 

@@ -11,13 +11,13 @@ public:
     const char* what() const noexcept override { return nullptr; }
 };
 
-[[noreturn]] inline void throwNumber(const char*) {
+[[noreturn]] inline void ThrowNumber(const char*) {
     throw 7;
 }
-[[noreturn]] inline void throwSilent(const char*) {
+[[noreturn]] inline void ThrowSilent(const char*) {
     throw SilentException();
 }
-[[noreturn]] inline void throwText(const char* text) {
+[[noreturn]] inline void ThrowText(const char* text) {
     throw std::runtime_error(text);
 }
 
