@@ -50,7 +50,7 @@ const DelegateCalls& CallsOf(const char* library) {
     return *static_cast<const DelegateCalls*>(OxGetPluginHost()->getSuite(library, 1));
 }
 
-// What this process does first, once: eight threads ask for the first time, in three ways.
+// The first use in this process: eight threads ask at the same time, in three ways.
 struct FirstCalls {
     FirstCalls() {
         setenv("OX_PLUGIN_PATH", TELLAR_TEST_PLUGIN_DIR, 1);

@@ -46,7 +46,7 @@ TEST(ThrowingLocationDelegate, ReachesTheCallerAndTheNextCallTriesAgain) {
                                          "getLocationTypesWithDelegates: unknown exception"));
     }
 
-    // Of several at once, one is told; who waited meanwhile tries for itself.
+    // Only one of several threads gets the error. The threads that waited for it try again.
     std::atomic<int> thrown{0};
     std::atomic<int> found{0};
     RunTogether(8, [&](int) {

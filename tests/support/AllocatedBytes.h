@@ -17,8 +17,8 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #include <malloc.h>
 #endif
 
-/// Bytes that the process has allocated and not freed. Neither pages that the allocator keeps nor
-/// other processes have a part in it, but every thread of this one has.
+/// The bytes that all threads of this process have allocated and not freed. Free pages that the
+/// allocator keeps are not counted.
 inline std::size_t AllocatedBytes() {
 #ifdef TELLAR_TEST_SANITIZED
     return __sanitizer_get_current_allocated_bytes();

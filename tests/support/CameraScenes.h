@@ -24,7 +24,7 @@ inline Children UnitLens() {
             {"right", Double(1)}, {"top", Double(1)},  {"bottom", Double(-1)}};
 }
 
-/// The children with one of them replaced, added, or, by an invalid attribute, taken out.
+/// The children after one of them was set. An invalid attribute removes the child.
 inline Children With(Children children, const std::string& name,
                      const OxAttribute::Attribute& value) {
     Children result;
@@ -53,7 +53,7 @@ inline Children CameraAttrs(const Children& lens) {
     return {{"type", Text("camera")}, {"geometry", Group(lens)}};
 }
 
-/// The scene's root with the camera, a location /root/world/geo and attributes of its own.
+/// A root with attributes, the camera, and a location /root/world/geo.
 inline OxAttribute::GroupAttribute CameraScene(const Children& cameraAttrs,
                                                const Children& geoAttrs = {},
                                                const Children& rootAttrs = {}) {

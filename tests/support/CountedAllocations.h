@@ -3,11 +3,11 @@
 
 namespace TellarTest {
 
-/// How often this program, the libraries included, allocated memory by operator new. Counted in
-/// programs that CountedAllocations.cpp is part of.
+/// The number of calls to operator new in this program and its libraries. Programs that ask for it
+/// compile CountedAllocations.cpp.
 long NumberOfAllocations();
 
-/// How often `body` allocates: its work, counted, where each piece of it does.
+/// The number of calls to operator new while `body` runs.
 template <typename Body>
 long AllocationsOf(Body body) {
     const long before = NumberOfAllocations();

@@ -12,17 +12,17 @@
 
 #include "SceneBuilders.h"
 
-/// Random arguments of procedurals, for the assets that ProceduralArgumentsTest sets up.
+/// Random arguments of procedurals, for the assets that ProceduralFixture.h sets up.
 namespace TellarTest {
 
-/// Values at times -1, 0.25 and 1: those in the middle are the nearest to the frame.
+/// Values at times -1, 0.25 and 1. The second sample is the nearest to the frame.
 template <typename T>
 std::map<float, std::vector<T>> Sampled(const std::vector<T>& before, const std::vector<T>& nearest,
                                         const std::vector<T>& after) {
     return {{-1.0f, before}, {0.25f, nearest}, {1.0f, after}};
 }
 
-/// Arguments together with what both builders are to make of them, written down as they are drawn.
+/// Arguments and the results that are expected of both builders.
 struct DrawnArguments {
     Children given;
     Children resolved; // for the builder of attributes, hidden ones left out
@@ -52,12 +52,12 @@ public:
     }
 
 private:
-    /// A number, and how a stream writes it.
+    /// A number, and its text as a stream writes it.
     struct Number {
         double value;
         const char* text;
     };
-    /// A reference and what the test's assets make of it up to the frame.
+    /// A reference to an asset, and its resolved path up to the frame.
     struct Reference {
         const char* text;
         const char* asset; // null: it stays as it is

@@ -6,9 +6,9 @@
 #include <unordered_map>
 #include <vector>
 
-/// Paths whose sources have a hash that was chosen before. Each character multiplies the hash, so
-/// its lowest bits depend on the lowest bits of the one before alone: they can be made right 16 at
-/// a time, with texts that leave right what is right already.
+/// Paths whose sources have a given hash. Every character multiplies the hash, so the lowest bits
+/// of the new hash depend only on the lowest bits of the old one. Bits can therefore be set 16 at a
+/// time, with texts that do not change the bits below.
 namespace TellarTest {
 
 constexpr std::uint64_t kHashFactor = 0xc6a4a7935bd1e995;
@@ -25,7 +25,7 @@ inline std::uint64_t HashPath(std::uint64_t hash, const std::string& text) {
     return hash;
 }
 
-/// The hash before the text, of the one behind it.
+/// The hash in front of the text, computed from the hash behind it.
 inline std::uint64_t HashBefore(std::uint64_t hash, const std::string& text) {
     std::uint64_t inverse = kHashFactor;
     for (int i = 0; i < 5; ++i)
@@ -45,8 +45,8 @@ inline Pieces Pairs(const Pieces& texts) {
     return pairs;
 }
 
-/// All texts, one of the starts and one of the ends, that lead from one hash to the other as far as
-/// the bits of the mask go.
+/// All texts, each a start and an end, that lead from one hash to the other in the bits of the
+/// mask.
 inline Pieces Connect(std::uint64_t from, std::uint64_t to, std::uint64_t mask,
                       const Pieces& starts, const Pieces& ends) {
     std::unordered_multimap<std::uint64_t, const std::string*> endsByHash;

@@ -12,7 +12,7 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
-/// Scenes and op trees, written down in tests as they would be in a file.
+/// Scenes and op trees, built in the layout of a description file.
 namespace TellarTest {
 
 using Children = std::vector<OxAttribute::GroupAttribute::Child>;
@@ -37,8 +37,8 @@ inline OxAttribute::Attribute Doubles(const std::vector<double>& values) {
     return OxAttribute::DoubleAttribute(values, 1);
 }
 
-/// One location of a scene description: its attributes and its child locations, each of which
-/// is such a description again. Without children there is no "c".
+/// One location of a scene description: its attributes "a" and its child locations "c", which are
+/// left out if there are none.
 inline OxAttribute::GroupAttribute Location(const Children& attrs, const Children& children = {}) {
     Children parts{{"a", Group(attrs)}};
     if (!children.empty()) parts.emplace_back("c", Group(children));
@@ -59,8 +59,8 @@ inline OxAttribute::GroupAttribute SceneTree(const OxAttribute::GroupAttribute& 
     return Group({{"scene", OpEntry("StaticScene", root)}});
 }
 
-/// A text that no other call in the process gets: op trees that hold one share their cooks,
-/// clients and stores with no other test.
+/// A text that no other call in the process gets. An op tree that contains it shares no cooks,
+/// clients or stores with other tests.
 inline std::string UniqueTag() {
     static std::atomic<int> last{0};
     return "tag " + std::to_string(++last);

@@ -9,7 +9,7 @@
 #include <OxTellarSDK/TellarRuntime.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 
-/// Makes the process's runtimes while it lives, and counts how many were asked for.
+/// While it lives, makes and counts all runtimes of the process.
 class ScopedRuntimeFactory {
 public:
     using Make = std::function<std::shared_ptr<TellarRuntime>()>;

@@ -6,7 +6,7 @@
 #include <OxTellarProducers/OxTellarProducersInitialize.h>
 #include <OxTellarSDK/Attribute.h>
 
-/// The library's suites as plug-ins get them, with handles that are let go of by themselves.
+/// The library's suites as plug-ins get them, and handles that are released automatically.
 namespace TellarTest {
 
 /// The process's host, with the library's suites.
@@ -27,9 +27,9 @@ inline const OxScenegraphIteratorHostSuite_v3& Iterators() {
 /// A handle onto a location with a reference of its own, as a plug-in would hold it.
 class Handle {
 public:
-    /// Of a handle that carries a reference already.
+    /// Takes over the reference that the handle carries.
     static Handle owning(OxSgIteratorStruct* iterator) { return Handle(iterator); }
-    /// Of one that carries none yet.
+    /// Adds a reference to a handle that carries none.
     static Handle retaining(OxSgIteratorStruct* iterator) {
         Iterators().retainIterator(iterator);
         return Handle(iterator);

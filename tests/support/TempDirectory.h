@@ -41,8 +41,8 @@ public:
         return content.str();
     }
 
-    /// Makes a named pipe that nobody writes to, and returns its path: whoever opens it the usual
-    /// way waits for ever.
+    /// Makes a named pipe that nobody writes to, and returns its path. Opening it without
+    /// O_NONBLOCK waits for ever.
     std::string makePipe(const std::string& name) const {
         if (mkfifo(path(name).c_str(), 0600) != 0)
             throw std::runtime_error("No named pipe can be made: " + path(name));

@@ -16,8 +16,8 @@
 
 #include "SceneBuilders.h"
 
-/// Op types with the faults and peculiarities that tests need; registered in every program that
-/// includes this.
+/// Op types for tests, with faults and other special behaviour. Every program that includes this
+/// header registers them.
 ///
 ///     TestTree     every location exists but those in "missing" (paths); each has the attribute
 ///                  "path". "children" are the potential children of /root; with "endless" 1

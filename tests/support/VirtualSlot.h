@@ -12,8 +12,8 @@
 #include <link.h>
 #endif
 
-/// Where GCC and Clang (Itanium C++ ABI) put virtual functions, so that tests can hold the order
-/// of virtual functions fixed, on which programs compiled earlier rely.
+/// The places of virtual functions in the tables of GCC and Clang (Itanium C++ ABI). Tests compare
+/// them with the order that programs compiled earlier rely on.
 #if defined(__GNUC__)
 #define TELLAR_TEST_HAS_VIRTUAL_SLOTS 1
 

@@ -10,12 +10,12 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-/// For tests of damaged files: a program that uses every value without a check.
+/// A program that uses every value without a check, for tests of damaged files.
 namespace Damaged {
 
 using namespace OxAttribute;
 
-/// Uses everything that a value offers, the way a careless program would.
+/// Calls every getter of a value without a check.
 class Reader {
 public:
     std::uint64_t read(const Attribute& attribute) {

@@ -8,7 +8,7 @@
 
 /// Names of eight bytes (any bytes, NUL included) that all have one 32-bit name hash: the low
 /// half of XXH3_64bits. For eight bytes that function is a chain of steps that can each be
-/// undone, so a name is found by walking back from the hash that it shall have.
+/// undone, so a name can be computed backwards from its hash.
 class CollidingNames {
 public:
     static std::vector<std::string> make(std::size_t count, std::uint32_t hash = 0x7e11a201) {

@@ -14,8 +14,8 @@
 
 #include "Container.h"
 
-/// Attribute files as byte strings: written, read, and given right checksums after somebody has
-/// changed them, so that what lies behind the checksums is put to the test.
+/// Attribute files as byte strings. Tests change bytes and correct the checksums, so that the
+/// reader gets past the checksums to the change.
 namespace ContainerBytes {
 
 using OxAttribute::ContainerFooter;
@@ -90,13 +90,13 @@ inline std::string WithFrame(std::string values, std::uint32_t rootUnit) {
     return values + table + std::string(reinterpret_cast<const char*>(&footer), sizeof footer);
 }
 
-/// The file with all its checksums made right again, wherever its values were changed.
+/// The file with correct checksums after its values were changed.
 inline std::string Repaired(const std::string& file) {
     const ContainerFooter footer = FooterOf(file);
     return WithFrame(file.substr(0, footer.tableOffset), footer.rootUnit);
 }
 
-/// The file with a footer changed by `change` and the footer's checksum made right.
+/// The file with a footer changed by `change`, and the footer's checksum corrected.
 template <typename Change>
 std::string WithFooter(std::string file, Change change) {
     ContainerFooter footer = FooterOf(file);

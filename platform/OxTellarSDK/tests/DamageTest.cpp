@@ -30,7 +30,7 @@ Attribute ReadFile(const std::string& path) {
     return Attribute::readAttributeStream(&stream, &FileStream::read, 0);
 }
 
-/// What a file with right checksums holds must either be refused or be a value like any other:
+/// A file with correct checksums must either be refused or give a value like any other:
 /// readable, hashable, and the same after one more round trip.
 void ExpectRefusedOrSound(const std::string& file) {
     Attribute value;

@@ -379,7 +379,7 @@ TEST(MappedFile, HasTheHashesOfItsValuesComputedOnce) {
     const Attribute array = value.getChildByName("a");
     const Hash hash = value.getHash();
     const Hash arrayHash = array.getHash();
-    // Whoever hashes the mapped values anew gets something else.
+    // Hashing the mapped values again gives another hash.
     std::string bytes = folder.read("large.oxa");
     std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
     const std::size_t offset = OffsetOf(bytes, 300000);

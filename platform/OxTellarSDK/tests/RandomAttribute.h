@@ -12,8 +12,8 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-/// Attributes of every kind from a fixed seed: the same on every machine, for only the
-/// engine's own numbers are used and no distribution of the standard library.
+/// Attributes of every kind from a fixed seed. They are the same on every machine because they use
+/// the numbers of the engine directly, without a distribution of the standard library.
 class RandomAttribute {
 public:
     explicit RandomAttribute(std::uint64_t seed) : engine(seed) {}

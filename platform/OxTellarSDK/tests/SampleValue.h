@@ -9,7 +9,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-/// One small value with everything in it that an attribute file can hold.
+/// A small value that contains every kind of value of an attribute file.
 inline OxAttribute::GroupAttribute SampleValue() {
     using namespace OxAttribute;
     const float unevenTimes[] = {-0.25f, 0.0f, 0.5f};

@@ -30,7 +30,7 @@ using LocationData = TellarRuntime::LocationData;
 /// How often something happened, by name. Safe from many threads.
 class Counter {
 public:
-    /// The count, which begins at 0 again: a test that is repeated finds it as it was.
+    /// Returns the count and resets it to 0, so that tests can be repeated.
     static int take(const std::string& name) { return of(name).exchange(0); }
 
     static std::atomic<int>& of(const std::string& name) {

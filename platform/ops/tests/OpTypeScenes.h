@@ -51,7 +51,7 @@ inline GroupAttribute Location(const Children& attrs, const Children& children =
     return Group(both);
 }
 
-/// Ops under construction; the first look at one of them commits them all.
+/// Ops under construction. Cooking one of them commits all.
 class Graph {
 public:
     Op add(const std::string& type, const GroupAttribute& args,
@@ -88,14 +88,14 @@ public:
             names.emplace_back(name);
         return names;
     }
-    /// How many locations there are at and below the path.
+    /// The number of locations at and below the path.
     std::size_t countFrom(const Op& op, const std::string& path) {
         std::size_t count = exists(op, path) ? 1 : 0;
         for (const std::string& name : children(op, path))
             count += countFrom(op, path + "/" + name);
         return count;
     }
-    /// Whether one Op presents the very record that another does.
+    /// Whether two Ops give the same record.
     bool shares(const Op& op, const Op& input, const std::string& path) {
         const LocationData data = cook(op, path);
         return data.isValid() && data.getRecord() == cook(input, path).getRecord();

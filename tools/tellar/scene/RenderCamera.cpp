@@ -12,7 +12,7 @@ namespace {
 using namespace OxAttribute;
 using TELLAR::GeometryProducer;
 
-/// What the location lacks to be a camera; empty when it is one.
+/// The values that the location lacks to be a camera. Empty if it is one.
 std::string WhatIsMissing(const GeometryProducer::Ptr& location) {
     if (!location) return "there is no such location";
     const GroupAttribute geometry(location->getAttribute("geometry"));
