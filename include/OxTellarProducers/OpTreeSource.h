@@ -40,8 +40,8 @@ private:
     const std::uint64_t hash;
 };
 
-/// A serialised op file on disk. Its hash is that of the path as typed: "a.oxop" and "./a.oxop"
-/// are two sources.
+/// A serialised op file on disk. The source's hash is that of the path as typed: "a.oxop" and
+/// "./a.oxop" are two sources.
 ///
 /// Trap: the path is the whole identity. When the file is replaced, clients made before are reused
 /// and show the old scene, while a new client shows the new one.
@@ -65,7 +65,7 @@ private:
 
 /// An op-tree description held in an attribute: a group with one child per Op, which is a group
 /// {"opType": string, "opArgs": group, "opInputs": names of other children}. The last child is
-/// the terminal Op. Its hash is the first word of the attribute's.
+/// the terminal Op. The source's hash is the first word of the attribute's hash.
 class TELLAR_API OpTreeAttributeSource : public AbstractOpTreeSource {
 public:
     explicit OpTreeAttributeSource(const OxAttribute::GroupAttribute& opTreeDescription);

@@ -70,7 +70,7 @@ Client CreateClient(const OpTreeSource& source) {
         kLogger.error("Could not parse OpTree from '{}'.", source.describe());
         return {};
     }
-    const Client client = transaction->createClient();
+    Client client = transaction->createClient();
     transaction->setClientOp(client, op);
     runtime->commit(transaction);
     RecordUsage(*runtime);
@@ -131,7 +131,7 @@ public:
         }
         const bool isReopened = known->second.use_count() == 1;
         if (isReopened) reopened.insert(known->second.get());
-        const boost::shared_ptr<ThreadClients> threads = known->second;
+        boost::shared_ptr<ThreadClients> threads = known->second;
         threadsGuard.unlock();
         Results freed;
         std::unique_lock<std::mutex> guard(cacheLock, std::defer_lock);
@@ -254,7 +254,7 @@ private:
     std::map<TellarRuntime::Client*, ClientEntry> entries;
     ReleasedBySource releasedBySource;
     std::set<ClientEntry*> cooking;
-    std::size_t usedEntries = 0; // of the cooking ones, at the last check
+    std::size_t usedEntries = 0; // cooking entries in use at the last check
 
     std::mutex threadsLock;
     std::map<OpTreeSource, boost::shared_ptr<ThreadClients>> threadsBySource; // entries stay
