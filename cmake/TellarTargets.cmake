@@ -169,6 +169,20 @@ function(tellar_layer_test library lower upper header)
         PASS_REGULAR_EXPRESSION "${header}: No such file|'${header}' file not found")
 endfunction()
 
+# tellar_layers_test(<library> <layers...>): a test that no layer of the library, named from the bottom
+# up, uses a function of a layer above it. Public headers declare functions of all layers.
+function(tellar_layers_test library)
+    find_package(Python3 3.9 REQUIRED COMPONENTS Interpreter)
+    set(layers "")
+    foreach(layer IN LISTS ARGN)
+        list(APPEND layers ${layer} $<TARGET_OBJECTS:${library}_${layer}>)
+    endforeach()
+    add_test(NAME ${library}.layers_use_lower_ones
+        COMMAND Python3::Interpreter "${PROJECT_SOURCE_DIR}/tests/check_layers.py"
+                "${CMAKE_NM}" ${layers}
+        COMMAND_EXPAND_LISTS)
+endfunction()
+
 # The pkg-config file of a library. Its paths are relative to the file itself, so that the
 # installed tree can be moved.
 function(tellar_install_pkg_config library)
