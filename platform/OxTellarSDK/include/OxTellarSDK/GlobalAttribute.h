@@ -9,7 +9,7 @@
 namespace OxTellarServices {
 
 /// Provides the attributes of a location (depth 0) and its ancestors for the lookup of global
-/// attributes.
+/// attributes. Only the thread that looks an attribute up calls it.
 class OXTELLARSDK_API BaseGlobalAttributeProviderLegacy {
 public:
     virtual ~BaseGlobalAttributeProviderLegacy();
