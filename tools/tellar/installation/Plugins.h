@@ -6,8 +6,8 @@
 
 namespace TellarTool {
 
-/// Registers the library's suites with the host that plug-ins get when they are loaded. To be
-/// called before the first plug-in that needs them is loaded. Throws std::runtime_error.
+/// Registers the library's suites with the host that plug-ins get when they are loaded. Call
+/// this before the first plug-in that needs them is loaded. Throws std::runtime_error.
 void SetUpPluginHost();
 
 struct FoundPlugin {

@@ -11,12 +11,12 @@ namespace TellarTool {
 
 // Values as the library writes them in JSON, each on one line.
 
-/// Bytes that are no text take the form that they have in descriptions.
+/// A string that is not UTF-8 is written as in descriptions.
 std::string Json(const std::string& text);
-/// null for the empty text, where that stands for none.
+/// null for the empty text, where it means that there is none.
 std::string JsonOrNull(const std::string& text);
 std::string Json(int value);
-/// null for what JSON has no word for: infinities, and what is no number.
+/// null for infinities and NaN, which JSON cannot express.
 std::string Json(double value);
 /// With the digits that tell it from other floats: 0.1, where a double would have to be
 /// 0.10000000149011612.

@@ -7,8 +7,8 @@
 
 namespace TellarTool {
 
-// Other programs, and the environment that they and the library see. All functions but the last one
-// are for the main thread while it is the only one.
+// Other programs, and the environment that they and the library see. Only the main thread may call
+// the functions, before it starts other threads. Any thread may call the last one.
 
 /// Runs a program that is on PATH, without a shell, and returns its standard output. Throws
 /// std::runtime_error naming the program when it cannot be started, and with the first line of its

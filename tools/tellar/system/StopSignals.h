@@ -8,18 +8,18 @@ struct Stopped {
     int signal = 0;
 };
 
-/// While it lives, the first SIGINT or SIGTERM is only noted, and the next one ends the process as
-/// usual. A signal that was ignored before stays ignored. A process may have one such object at a
-/// time. On systems without these signals nothing is ever noted.
+/// While it lives, the first SIGINT or SIGTERM is only recorded, and the next one ends the process
+/// as usual. A signal that was ignored before stays ignored. A process may have one such object at
+/// a time. On systems without these signals nothing is recorded.
 class StopSignals {
 public:
     StopSignals();
-    /// Puts everything back as it was.
+    /// Restores the earlier signal handlers.
     ~StopSignals();
     StopSignals(const StopSignals&) = delete;
     StopSignals& operator=(const StopSignals&) = delete;
 
-    /// The signal that came; 0 when none did. For any thread.
+    /// The signal that was received; 0 if there was none. Any thread may call this.
     int noted() const;
 };
 

@@ -20,17 +20,17 @@ class OrderedText {
 public:
     explicit OrderedText(std::size_t numberOfParts);
 
-    /// Thrown out of put() after stop().
+    /// Thrown by put() after stop().
     struct Stopped {};
 
     void put(std::size_t part, std::string text);
     /// The part is complete, or ends with `error` behind the text that was put.
     void finish(std::size_t part, std::exception_ptr error);
 
-    /// For the reader: the next piece, or nothing after the last one. Throws the error of a part
-    /// that failed, behind its text.
+    /// Called by the reader. Returns the next piece, or nothing after the last one. Throws the
+    /// error of a part that failed, after its text.
     std::optional<std::string> next();
-    /// For the reader, which wants no more text.
+    /// Called by the reader when it wants no more text.
     void stop();
 
 private:
