@@ -5,6 +5,9 @@
 """
 
 import json
+import os
+import subprocess
+from pathlib import Path
 
 from command_scenes import SCENE, TREE
 from tellar_test import TellarTest, main
@@ -202,6 +205,29 @@ class ConvertTest(TellarTest):
         self.write("out.json", "x" * 100000)
         self.tellar("convert", self.scene, "out.json")
         self.assertEqual(json.loads(self.read("out.json"))["ops"][0]["name"], "scene")
+
+    def test_links_stay_and_lead_to_the_new_file(self):
+        for extension in ("json", "oxop", "oxattr"):
+            with self.subTest(extension):
+                self.write(f"real.{extension}", "old")
+                link = self.folder / f"link.{extension}"
+                link.symlink_to(f"real.{extension}")
+                self.tellar("convert", self.scene, link)
+                self.assertTrue(link.is_symlink())
+                self.assertEqual(self.tellar("walk", f"real.{extension}"), TREE)
+
+    def test_devices_and_pipes_are_written_to(self):
+        for form in ("json", "ops", "attributes"):
+            with self.subTest(form):
+                pipe = self.folder / f"pipe-{form}"
+                os.mkfifo(pipe)
+                with subprocess.Popen(["cat", pipe], stdout=subprocess.PIPE) as reader:
+                    self.tellar("convert", self.scene, pipe, "--to", form)
+                    (self.folder / "through").write_bytes(reader.communicate(timeout=60)[0])
+                self.assertTrue(pipe.is_fifo())
+                self.assertEqual(self.tellar("walk", "through"), TREE)
+                self.tellar("convert", self.scene, "/dev/null", "--to", form)
+                self.assertTrue(Path("/dev/null").is_char_device())
 
     def test_bad_wishes_are_refused(self):
         self.assert_fails("x.txt: the extension tells no form (.json, .oxattr, .oxop); give one "

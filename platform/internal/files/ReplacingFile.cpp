@@ -1,33 +1,56 @@
 #include "files/ReplacingFile.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <random>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace TellarInternal {
 
 namespace {
 
-constexpr int kTries = 100; // to find a name that is not taken
+namespace fs = std::filesystem;
+
+constexpr int kTries = 100;    // to find a name that is not taken
+constexpr int kMostLinks = 40; // as many as Linux follows
 
 } // namespace
 
+bool IsDeviceOrPipe(const std::string& path) {
+    std::error_code ignored;
+    const fs::file_status status = fs::status(path, ignored);
+    return fs::exists(status) && !fs::is_regular_file(status) && !fs::is_directory(status);
+}
+
+std::string BehindLinks(const std::string& path) {
+    fs::path place = path;
+    std::error_code error;
+    for (int i = 0; i < kMostLinks; ++i) {
+        if (!fs::is_symlink(fs::symlink_status(place, error))) return place.string();
+        const fs::path target = fs::read_symlink(place, error);
+        if (error) break;
+        place = place.parent_path() / target; // the target alone if it is absolute
+    }
+    return {};
+}
+
 ReplacingFile::ReplacingFile(std::string path, std::string complaint)
     : path(std::move(path)), complaint(std::move(complaint)) {
-    // Random names keep two writers of one file out of each other's new files.
-    std::random_device random;
-    for (int i = 0; i < kTries && !file; ++i) {
-        newPath = this->path + '.' + std::to_string(random()) + ".tmp";
-        file.reset(std::fopen(newPath.c_str(), "wbx")); // x: fails if the file exists
-        if (!file && errno != EEXIST) break;
+    if (IsDeviceOrPipe(this->path)) {
+        file.reset(std::fopen(this->path.c_str(), "wb"));
+        if (!file) fail(errno);
+        return;
     }
-    if (!file) fail(errno);
+    this->path = BehindLinks(this->path);
+    if (this->path.empty()) fail(ELOOP);
+    createBeside();
 }
 
 ReplacingFile::~ReplacingFile() {
     file.reset();
-    if (!isInPlace) std::remove(newPath.c_str());
+    if (!newPath.empty()) std::remove(newPath.c_str());
 }
 
 void ReplacingFile::write(const void* data, std::size_t bytes) {
@@ -36,8 +59,24 @@ void ReplacingFile::write(const void* data, std::size_t bytes) {
 
 void ReplacingFile::replace() {
     if (std::fclose(file.release()) != 0) fail(errno);
+    if (newPath.empty()) return;
     if (std::rename(newPath.c_str(), path.c_str()) != 0) fail(errno);
-    isInPlace = true;
+    newPath.clear();
+}
+
+/// Random names keep two writers of one file out of each other's new files.
+void ReplacingFile::createBeside() {
+    std::random_device random;
+    for (int i = 0; i < kTries; ++i) {
+        const std::string name = path + '.' + std::to_string(random()) + ".tmp";
+        file.reset(std::fopen(name.c_str(), "wbx")); // x: fails if the file exists
+        if (file) {
+            newPath = name;
+            return;
+        }
+        if (errno != EEXIST) break;
+    }
+    fail(errno);
 }
 
 void ReplacingFile::fail(int error) const {

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "Report.h"
+#include "drawing/FileKind.h"
 
 namespace lantern {
 namespace {
@@ -18,6 +19,7 @@ namespace fs = std::filesystem;
 
 constexpr int kTries = 100;            // for a name that is not in use
 constexpr std::size_t kMostName = 200; // of the picture's name, since file names have a limit
+constexpr int kMostLinks = 40;         // as many as Linux follows
 
 [[noreturn]] void Fail(const std::string& path, int error) {
     throw RenderError("cannot write the picture \"" + path +
@@ -105,10 +107,40 @@ bool KeepPermissions(int file, const std::string& path) {
     return ::fchmod(file, before.st_mode & 07777) == 0;
 }
 
+/// The path behind all symbolic links at its end, whether or not a file exists there.
+std::string BehindLinks(const std::string& path) {
+    fs::path place = path;
+    std::error_code error;
+    for (int i = 0; i < kMostLinks; ++i) {
+        if (!fs::is_symlink(fs::symlink_status(place, error))) return place.string();
+        const fs::path target = fs::read_symlink(place, error);
+        if (error) break;
+        place = place.parent_path() / target; // the target alone if it is absolute
+    }
+    Fail(path, ELOOP);
+}
+
+void WriteToDevice(const std::string& path, const std::vector<unsigned char>& bytes) {
+    Descriptor device(::open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+    if (device.get() < 0 || !WriteAll(device.get(), bytes) || !device.close()) Fail(path, errno);
+}
+
 /// Makes the renaming durable. Errors are ignored: some file systems cannot flush folders.
 void FlushFolder(const fs::path& folder) {
     const Descriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (descriptor.get() >= 0) ::fsync(descriptor.get());
+}
+
+void ReplaceRegularFile(const std::string& path, const std::vector<unsigned char>& bytes) {
+    CheckFolderOf(path);
+    std::string hiddenPath;
+    Descriptor file(OpenHidden(path, hiddenPath));
+    if (file.get() < 0) Fail(path, errno);
+    HiddenFile hidden(hiddenPath);
+    const bool isWritten = WriteAll(file.get(), bytes) && KeepPermissions(file.get(), path) &&
+                           ::fsync(file.get()) == 0 && file.close() && hidden.place(path);
+    if (!isWritten) Fail(path, errno);
+    FlushFolder(FolderOf(path));
 }
 
 } // namespace
@@ -122,15 +154,10 @@ void CheckFolderOf(const std::string& path) {
 }
 
 void ReplaceFile(const std::string& path, const std::vector<unsigned char>& bytes) {
-    CheckFolderOf(path);
-    std::string hiddenPath;
-    Descriptor file(OpenHidden(path, hiddenPath));
-    if (file.get() < 0) Fail(path, errno);
-    HiddenFile hidden(hiddenPath);
-    const bool isWritten = WriteAll(file.get(), bytes) && KeepPermissions(file.get(), path) &&
-                           ::fsync(file.get()) == 0 && file.close() && hidden.place(path);
-    if (!isWritten) Fail(path, errno);
-    FlushFolder(FolderOf(path));
+    std::error_code ignored;
+    const bool isDirectory = fs::is_directory(path, ignored);
+    if (IsOtherThanFile(path) && !isDirectory) return WriteToDevice(path, bytes);
+    ReplaceRegularFile(BehindLinks(path), bytes);
 }
 
 } // namespace lantern
