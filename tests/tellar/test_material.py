@@ -298,7 +298,7 @@ class DrawingTest(SceneTest):
                           PATH=str(self.folder))
         for script, error in (("echo 'no fonts' >&2; echo more >&2; exit 3", "dot failed: no fonts"),
                               ("exit 3", "dot failed with exit status 3"),
-                              ("kill -9 $$", "dot was ended by signal 9"),
+                              ("kill -9 $$", "dot was ended by signal 9 (Killed)"),
                               ("exit 0", "dot made no picture")):
             with self.subTest(script=script):
                 self.assert_fails("--png: " + error, *arguments, PATH=self.fake_dot(script))
