@@ -8,6 +8,7 @@
 
 #include <OxTellarSDK/GroupBuilder.h>
 
+#include "AssimpMotion.h"
 #include "MaterialNetwork.h"
 #include "MeshGeometry.h"
 #include "UniqueNames.h"
@@ -139,8 +140,7 @@ void SceneBuilder::findMotions() {
             const aiNodeAnim& channel = *animation.mChannels[j];
             const aiNode* node = nodeOfName(channel.mNodeName);
             if (node && motions.count(node) == 0)
-                motions[node] =
-                    std::make_shared<NodeMotion>(channel, animation.mTicksPerSecond, *node);
+                motions[node] = MakeNodeMotion(channel, animation.mTicksPerSecond, *node);
         }
     }
 }
