@@ -24,6 +24,7 @@ using Imath::M44d;
 using Imath::M44f;
 using Imath::V2f;
 using Imath::V3f;
+using Imath::V4f;
 
 using Index = std::uint32_t;
 constexpr Index kNone = ~Index(0);
@@ -62,10 +63,38 @@ struct Spheres {
     std::vector<float> radii;              ///< one per sphere
 };
 
-/// Either a mesh or spheres; the other member is empty.
+/// Values along curves, such as texture coordinates, with their name.
+template <typename Value>
+struct CurveValues {
+    enum class Scope { Point, Curve, All };
+
+    std::string name;
+    Scope scope = Scope::All;
+    std::vector<Value> values; ///< one per point, one per curve, or one
+};
+
+/// Tubes or ribbons in the space of their location. A segment has consecutive control points: two
+/// of a linear curve, four of a cubic one.
+struct Curves {
+    enum class Basis { Linear, Bezier, BSpline, CatmullRom };
+
+    Basis basis = Basis::Linear;
+    bool isFlat = false;                  ///< ribbons that face each ray
+    std::vector<std::vector<V4f>> points; ///< one or more steps of x, y, z and radius
+    std::vector<Index> segments;          ///< the first control point of each
+    std::vector<Index> firstSegments;     ///< of each curve, and the end
+    std::vector<CurveValues<V2f>> uvSets;
+};
+
+/// A mesh, spheres or curves; the other members are empty.
 struct Shape {
     Mesh mesh;
     Spheres spheres;
+    Curves curves;
+
+    bool isEmpty() const {
+        return mesh.triangles.empty() && spheres.radii.empty() && curves.segments.empty();
+    }
 };
 
 /// An image that replaces a value of a material, or gives the radiance of an environment light.

@@ -17,6 +17,7 @@
 namespace lantern {
 namespace {
 
+constexpr float kRibbonQuads = 8;          // of a cubic segment; Embree intersects 8 at once
 constexpr float kMinTransmittance = 1e-4f; // a shadow ray ends below
 
 /// The state of a ray for the filter functions below. Embree hands them a pointer to the first
@@ -37,7 +38,8 @@ float OpacityOf(const RTCFilterFunctionNArguments& args, RayHit& hit) {
     const auto& ray = *reinterpret_cast<const RTCRay*>(args.ray);
     hit = ToHit(found, ray.tfar);
     // The ray and the normal are in the shape's space here.
-    const bool isFromInside = (V3f(ray.dir_x, ray.dir_y, ray.dir_z) ^ hit.outward) > 0;
+    const bool isFlat = args.geometryUserPtr;
+    const bool isFromInside = !isFlat && (V3f(ray.dir_x, ray.dir_y, ray.dir_z) ^ hit.outward) > 0;
     return reinterpret_cast<const RayContext*>(args.context)->opacity->opacity(hit, isFromInside);
 }
 
@@ -78,6 +80,24 @@ StepPosition StepAt(std::size_t count, unsigned int step) {
     return PositionAmongSteps(count, static_cast<float>(step) / static_cast<float>(steps - 1));
 }
 
+RTCGeometryType CurveTypeOf(const Curves& curves) {
+    switch (curves.basis) {
+    case Curves::Basis::Bezier:
+        return curves.isFlat ? RTC_GEOMETRY_TYPE_FLAT_BEZIER_CURVE
+                             : RTC_GEOMETRY_TYPE_ROUND_BEZIER_CURVE;
+    case Curves::Basis::BSpline:
+        return curves.isFlat ? RTC_GEOMETRY_TYPE_FLAT_BSPLINE_CURVE
+                             : RTC_GEOMETRY_TYPE_ROUND_BSPLINE_CURVE;
+    case Curves::Basis::CatmullRom:
+        return curves.isFlat ? RTC_GEOMETRY_TYPE_FLAT_CATMULL_ROM_CURVE
+                             : RTC_GEOMETRY_TYPE_ROUND_CATMULL_ROM_CURVE;
+    case Curves::Basis::Linear:
+        break;
+    }
+    return curves.isFlat ? RTC_GEOMETRY_TYPE_FLAT_LINEAR_CURVE
+                         : RTC_GEOMETRY_TYPE_ROUND_LINEAR_CURVE;
+}
+
 } // namespace
 
 struct EmbreeScene::Trees {
@@ -89,6 +109,9 @@ struct EmbreeScene::Trees {
     EmbreeGeometry newGeometry(RTCGeometryType type) const;
     EmbreeGeometry meshGeometry(const Mesh& mesh) const;
     EmbreeGeometry spheresGeometry(const Spheres& spheres) const;
+    EmbreeGeometry curvesGeometry(const Curves& curves) const;
+    void joinSegments(RTCGeometry geometry, const Curves& curves) const;
+    EmbreeGeometry shapeGeometry(const Shape& shape) const;
     void fillPoints(RTCGeometry geometry, const std::vector<std::vector<V3f>>& steps) const;
     EmbreeGeometry instanceGeometry(const Instance& instance, RTCScene shape) const;
     void commit(RTCScene scene) const;
@@ -159,7 +182,7 @@ void EmbreeScene::Trees::addInstances() {
     for (std::size_t i = 0; i < data.instances.size(); ++i) {
         const Instance& instance = data.instances[i];
         const Shape& shape = data.shapes[instance.shape];
-        if (shape.mesh.triangles.empty() && shape.spheres.radii.empty()) continue;
+        if (shape.isEmpty()) continue;
         RTCScene scene = shapeScene(instance.shape, opacity.isOpaque(instance));
         const EmbreeGeometry geometry = instanceGeometry(instance, scene);
         rtcAttachGeometryByID(top.get(), geometry.get(), static_cast<unsigned int>(i));
@@ -170,9 +193,7 @@ void EmbreeScene::Trees::addInstances() {
 RTCScene EmbreeScene::Trees::shapeScene(Index index, bool isOpaque) {
     EmbreeTree& scene = (isOpaque ? opaque : filtered)[index];
     if (scene) return scene.get();
-    const Shape& shape = data.shapes[index];
-    const EmbreeGeometry geometry =
-        shape.mesh.triangles.empty() ? spheresGeometry(shape.spheres) : meshGeometry(shape.mesh);
+    const EmbreeGeometry geometry = shapeGeometry(data.shapes[index]);
     if (!isOpaque) {
         rtcSetGeometryIntersectFilterFunction(geometry.get(), RejectAtRandom);
         rtcSetGeometryOccludedFilterFunction(geometry.get(), Attenuate);
@@ -183,6 +204,12 @@ RTCScene EmbreeScene::Trees::shapeScene(Index index, bool isOpaque) {
     commit(made.get());
     scene = std::move(made);
     return scene.get();
+}
+
+EmbreeGeometry EmbreeScene::Trees::shapeGeometry(const Shape& shape) const {
+    if (!shape.mesh.triangles.empty()) return meshGeometry(shape.mesh);
+    if (!shape.curves.segments.empty()) return curvesGeometry(shape.curves);
+    return spheresGeometry(shape.spheres);
 }
 
 EmbreeGeometry EmbreeScene::Trees::newGeometry(RTCGeometryType type) const {
@@ -236,6 +263,56 @@ EmbreeGeometry EmbreeScene::Trees::spheresGeometry(const Spheres& spheres) const
         }
     }
     return geometry;
+}
+
+EmbreeGeometry EmbreeScene::Trees::curvesGeometry(const Curves& curves) const {
+    EmbreeGeometry geometry = newGeometry(CurveTypeOf(curves));
+    const unsigned int count = StepsFor(curves.points.size());
+    rtcSetGeometryTimeStepCount(geometry.get(), count);
+    for (unsigned int step = 0; step < count; ++step) {
+        const StepPosition at = StepAt(curves.points.size(), step);
+        const std::vector<V4f>& first = curves.points[at.first];
+        const std::vector<V4f>& second = curves.points[at.second];
+        if (at.share == 0) { // shared, because hair has millions of points
+            rtcSetSharedGeometryBuffer(geometry.get(), RTC_BUFFER_TYPE_VERTEX, step,
+                                       RTC_FORMAT_FLOAT4, first.data(), 0, sizeof(V4f),
+                                       first.size());
+            continue;
+        }
+        auto* points = static_cast<V4f*>(
+            rtcSetNewGeometryBuffer(geometry.get(), RTC_BUFFER_TYPE_VERTEX, step, RTC_FORMAT_FLOAT4,
+                                    sizeof(V4f), first.size()));
+        check();
+        for (std::size_t i = 0; i < first.size(); ++i)
+            points[i] = first[i] * (1 - at.share) + second[i] * at.share;
+    }
+    rtcSetSharedGeometryBuffer(geometry.get(), RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT,
+                               curves.segments.data(), 0, sizeof(Index), curves.segments.size());
+    if (curves.isFlat) { // tells OpacityOf that the surface has one side
+        rtcSetGeometryUserData(geometry.get(), const_cast<Curves*>(&curves));
+        rtcSetGeometryTessellationRate(geometry.get(), kRibbonQuads);
+    } else if (curves.basis == Curves::Basis::Linear) {
+        joinSegments(geometry.get(), curves);
+    }
+    check();
+    return geometry;
+}
+
+/// Rounds the joints between adjacent segments of round linear curves.
+void EmbreeScene::Trees::joinSegments(RTCGeometry geometry, const Curves& curves) const {
+    auto* flags = static_cast<unsigned char*>(
+        rtcSetNewGeometryBuffer(geometry, RTC_BUFFER_TYPE_FLAGS, 0, RTC_FORMAT_UCHAR,
+                                sizeof(unsigned char), curves.segments.size()));
+    check();
+    for (std::size_t curve = 0; curve + 1 < curves.firstSegments.size(); ++curve) {
+        const Index first = curves.firstSegments[curve];
+        const Index end = curves.firstSegments[curve + 1];
+        for (Index i = first; i < end; ++i) {
+            const int left = i > first ? RTC_CURVE_FLAG_NEIGHBOR_LEFT : 0;
+            const int right = i + 1 < end ? RTC_CURVE_FLAG_NEIGHBOR_RIGHT : 0;
+            flags[i] = static_cast<unsigned char>(left | right);
+        }
+    }
 }
 
 EmbreeGeometry EmbreeScene::Trees::instanceGeometry(const Instance& instance,

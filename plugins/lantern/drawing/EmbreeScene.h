@@ -13,9 +13,11 @@ namespace lantern {
 /// The intersection of a ray with a shape.
 struct RayHit {
     Index instance = kNone; ///< kNone: the ray hits nothing
-    Index primitive = 0;    ///< index of the triangle or sphere
-    float u = 0, v = 0;     ///< barycentric coordinates of the triangle's second and third point
-    V3f outward{0, 0, 0};   ///< normal in the shape's space, of any length
+    Index primitive = 0;    ///< index of the triangle, sphere or curve segment
+    /// Barycentric coordinates of the triangle's second and third point. In a curve segment, `u` is
+    /// from 0 to 1 along it and `v` from -1 to 1 across a ribbon.
+    float u = 0, v = 0;
+    V3f outward{0, 0, 0}; ///< normal in the shape's space, of any length
     float distance = 0;
 
     explicit operator bool() const { return instance != kNone; }

@@ -4,14 +4,11 @@
 #include <array>
 #include <cmath>
 
+#include "drawing/CurveGeometry.h"
 #include "drawing/Numbers.h"
 
 namespace lantern {
 namespace {
-
-/// HitGeometry::offset relative to the numbers that the position is computed from: 16 times the
-/// epsilon of a float.
-constexpr float kOffset = 0x1p-19f;
 
 /// Transforms normals by the cofactor matrix, which also holds for mirroring transforms. The result
 /// is not normalized.
@@ -35,17 +32,6 @@ public:
 private:
     V3f yz, zx, xy;
 };
-
-/// The largest sum of absolute terms when the point is transformed: rounding is relative to it.
-float MagnitudeOf(const V3f& point, const M44f& m) {
-    float largest = 0;
-    for (int k = 0; k < 3; ++k) {
-        const float sum = std::abs(point.x * m[0][k]) + std::abs(point.y * m[1][k]) +
-                          std::abs(point.z * m[2][k]) + std::abs(m[3][k]);
-        largest = std::max(largest, sum);
-    }
-    return largest;
-}
 
 template <typename Value>
 std::array<Value, 3> CornerValuesOf(const CornerValues<Value>& values, const Mesh& mesh,
@@ -79,7 +65,7 @@ HitGeometry MeshGeometryAt(const Mesh& mesh, const M44f& toWorld, const RayHit& 
     for (const V3f& corner : corners)
         for (int k = 0; k < 3; ++k)
             extent[k] = std::max(extent[k], std::abs(corner[k]));
-    result.offset = MagnitudeOf(extent, toWorld) * kOffset;
+    result.offset = OffsetAt(extent, toWorld);
     return result;
 }
 
@@ -96,11 +82,11 @@ HitGeometry SphereGeometryAt(const Spheres& spheres, const M44f& toWorld, const 
     HitGeometry result;
     // More exact than the point at the hit distance along the ray.
     result.position = (center + outward * radius) * toWorld;
-    result.normal = Normalized(NormalTransform(toWorld)(outward), outward);
+    result.normal = WorldNormal(toWorld, outward);
     result.shadingNormal = result.normal;
     const V3f extent(std::abs(center.x) + radius, std::abs(center.y) + radius,
                      std::abs(center.z) + radius);
-    result.offset = MagnitudeOf(extent, toWorld) * kOffset;
+    result.offset = OffsetAt(extent, toWorld);
     return result;
 }
 
@@ -112,11 +98,22 @@ const UvSet* FindSet(const Mesh& mesh, const std::string& name) {
     return hasFirst ? &mesh.uvSets.front() : nullptr;
 }
 
-const Mesh& MeshOf(const SceneData& scene, const RayHit& hit) {
-    return scene.shapes[scene.instances[hit.instance].shape].mesh;
+} // namespace
+
+float OffsetAt(const V3f& point, const M44f& m) {
+    constexpr float kOffset = 0x1p-19f; // 16 times the epsilon of a float
+    float largest = 0;
+    for (int k = 0; k < 3; ++k) {
+        const float sum = std::abs(point.x * m[0][k]) + std::abs(point.y * m[1][k]) +
+                          std::abs(point.z * m[2][k]) + std::abs(m[3][k]);
+        largest = std::max(largest, sum);
+    }
+    return largest * kOffset;
 }
 
-} // namespace
+V3f WorldNormal(const M44f& toWorld, const V3f& normal) {
+    return Normalized(NormalTransform(toWorld)(normal), normal);
+}
 
 M44f TransformAt(const SceneData& scene, const Instance& instance, float time) {
     const M44f* const transforms = &scene.transforms[instance.firstTransform];
@@ -138,12 +135,18 @@ HitGeometry GeometryAt(const SceneData& scene, const Ray& ray, const RayHit& hit
     const Shape& shape = scene.shapes[instance.shape];
     const M44f toWorld = TransformAt(scene, instance, ray.time);
     if (shape.mesh.triangles.empty())
-        return SphereGeometryAt(shape.spheres, toWorld, hit, ray.time);
+        return shape.curves.segments.empty()
+                   ? SphereGeometryAt(shape.spheres, toWorld, hit, ray.time)
+                   : CurveGeometryAt(shape.curves, toWorld, ray, hit);
     return MeshGeometryAt(shape.mesh, toWorld, hit, ray.time);
 }
 
 bool CoordinatesAt(const SceneData& scene, const RayHit& hit, const std::string& uvSet, V2f& st) {
     const Shape& shape = scene.shapes[scene.instances[hit.instance].shape];
+    if (!shape.curves.segments.empty()) {
+        st = CurveCoordinatesAt(shape.curves, hit, uvSet);
+        return true;
+    }
     if (shape.mesh.triangles.empty()) {
         const V3f outward = Normalized(hit.outward, V3f(0, 0, 1));
         st.x = 0.5f + std::atan2(outward.x, outward.z) / (2 * kPi);
@@ -158,8 +161,14 @@ bool CoordinatesAt(const SceneData& scene, const RayHit& hit, const std::string&
 
 bool TangentsAt(const SceneData& scene, const RayHit& hit, float time, const std::string& uvSet,
                 const V3f& normal, V3f& alongS, V3f& alongT) {
-    const Mesh& mesh = MeshOf(scene, hit);
+    const Shape& shape = scene.shapes[scene.instances[hit.instance].shape];
+    const Mesh& mesh = shape.mesh;
     const M44f toWorld = TransformAt(scene, scene.instances[hit.instance], time);
+    if (!shape.curves.segments.empty()) {
+        toWorld.multDirMatrix(CurveTangentAt(shape.curves, hit, time), alongT);
+        alongS = alongT % normal;
+        return alongS.length() > 0;
+    }
     if (mesh.triangles.empty()) {
         V3f up;
         toWorld.multDirMatrix(V3f(0, 1, 0), up);

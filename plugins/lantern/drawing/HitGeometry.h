@@ -25,7 +25,8 @@ struct HitGeometry {
 HitGeometry GeometryAt(const SceneData& scene, const Ray& ray, const RayHit& hit);
 
 /// Assigns the texture coordinates of the set of that name or else of the first set; for spheres,
-/// longitude and latitude. Returns false, and assigns nothing, if the mesh has no coordinates.
+/// longitude and latitude; for curves without a set, the places across and along the curve. Returns
+/// false, and assigns nothing, if the mesh has no coordinates.
 bool CoordinatesAt(const SceneData& scene, const RayHit& hit, const std::string& uvSet, V2f& st);
 
 /// Assigns the directions in which the texture coordinates s and t grow, in world space and not
@@ -35,6 +36,13 @@ bool TangentsAt(const SceneData& scene, const RayHit& hit, float time, const std
 
 /// The instance's transform to the world.
 M44f TransformAt(const SceneData& scene, const Instance& instance, float time);
+
+/// A unit normal of a shape in world space, also for mirroring transforms.
+V3f WorldNormal(const M44f& toWorld, const V3f& normal);
+
+/// HitGeometry::offset for a point in the space of a shape: a multiple of the rounding errors when
+/// it is transformed to the world.
+float OffsetAt(const V3f& point, const M44f& toWorld);
 
 /// The corners of a triangle in the space of its shape.
 void CornersAt(const Mesh& mesh, Index triangle, float time, V3f corners[3]);

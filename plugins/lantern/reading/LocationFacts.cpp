@@ -14,6 +14,7 @@ Kind KindOf(const std::string& type) {
     if (type == "polymesh") return Kind::Mesh;
     if (type == "subdmesh") return Kind::SubdivisionMesh;
     if (type == "pointcloud") return Kind::Points;
+    if (type == "curves") return Kind::Curves;
     if (type == "sphere") return Kind::Sphere;
     if (type == "light") return Kind::Light;
     if (type == "faceset") return Kind::FaceSet;

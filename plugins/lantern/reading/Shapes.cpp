@@ -2,7 +2,9 @@
 
 #include <utility>
 
+#include "reading/ReadCurves.h"
 #include "reading/ReadMesh.h"
+#include "reading/ReadSpheres.h"
 
 namespace lantern {
 
@@ -14,6 +16,10 @@ std::optional<Shape> ReadShape(Kind kind, const ShapeReader& reader, const Attri
         std::optional<Mesh> mesh = ReadMesh(reader, geometry);
         if (!mesh) return {};
         shape.mesh = std::move(*mesh);
+    } else if (kind == Kind::Curves) {
+        std::optional<Curves> curves = ReadCurves(reader, geometry);
+        if (!curves) return {};
+        shape.curves = std::move(*curves);
     } else {
         std::optional<Spheres> spheres =
             kind == Kind::Sphere ? ReadSphere(reader, geometry) : ReadPoints(reader, geometry);

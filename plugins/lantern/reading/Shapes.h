@@ -15,7 +15,7 @@
 namespace lantern {
 
 /// How a location is drawn.
-enum class Kind { Group, Mesh, SubdivisionMesh, Points, Sphere, Light, FaceSet };
+enum class Kind { Group, Mesh, SubdivisionMesh, Points, Sphere, Curves, Light, FaceSet };
 
 /// The shapes of a scene; equal ones are read once. Safe from several threads at once.
 class Shapes {

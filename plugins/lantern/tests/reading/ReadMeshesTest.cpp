@@ -192,42 +192,4 @@ TEST(ReadMeshes, LimitRepeatedWarnings) {
                                            "and 2 more: it has no \"geometry.point.P\""));
 }
 
-// Spheres -----------------------------------------------------------------------------------------
-
-Spheres ReadSpheres(const std::string& attributes) {
-    return ReadSilently(SceneJson(R"("s": {"a": {)" + attributes + "}}")).shapes.at(0).spheres;
-}
-
-TEST(ReadSpheres, HaveTheirCenterAtTheOrigin) {
-    const Spheres spheres = ReadSpheres(R"("type": "sphere", "geometry.radius": 1.5)");
-    EXPECT_THAT(spheres.centers.at(0), ElementsAre(V3f(0)));
-    EXPECT_THAT(spheres.radii, ElementsAre(1.5f));
-    EXPECT_THAT(ReadSpheres(R"("type": "sphere")").radii, ElementsAre(1));
-}
-
-TEST(ReadSpheres, HaveHalfTheWidthsOfPointsAsRadii) {
-    const std::string points = R"("type": "pointcloud", "geometry": {
-        "point.P": [[1.0, 0, 0], [2, 0, 0]])";
-    EXPECT_THAT(ReadSpheres(points + "}").radii, ElementsAre(0.01f, 0.01f));
-    EXPECT_THAT(ReadSpheres(points + R"(, "constantWidth": 3.0})").radii, ElementsAre(1.5f, 1.5f));
-    const Spheres each =
-        ReadSpheres(points + R"(, "point.width": [1.0, 4.0], "constantWidth": 3})");
-    EXPECT_THAT(each.radii, ElementsAre(0.5f, 2.0f));
-    EXPECT_THAT(each.centers.at(0), ElementsAre(V3f(1, 0, 0), V3f(2, 0, 0)));
-}
-
-TEST(ReadSpheres, AreLeftOutIfSizesAreNegative) {
-    Told told;
-    const SceneData scene =
-        ReadJson(SceneJson(R"("a": {"a": {"type": "sphere", "geometry.radius": -1}},
-                     "b": {"a": {"type": "pointcloud", "geometry": {"point.P": [0.0, 0, 0],
-                                                                   "constantWidth": -2}}})"),
-                 told);
-    EXPECT_THAT(scene.instances, IsEmpty());
-    EXPECT_THAT(told.warnings,
-                ElementsAre("/root/world/a: \"geometry.radius\" is negative or not finite",
-                            "/root/world/b: its points have widths that are negative or not "
-                            "finite"));
-}
-
 } // namespace

@@ -1,0 +1,72 @@
+#include "reading/PointValues.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+namespace lantern {
+
+namespace {
+
+bool IsFinite(const std::vector<float>& values) {
+    return std::all_of(values.begin(), values.end(), [](float v) { return std::isfinite(v); });
+}
+
+std::vector<V3f> ToPoints(const std::vector<float>& values) {
+    std::vector<V3f> points(values.size() / 3);
+    for (std::size_t i = 0; i < points.size(); ++i)
+        points[i] = V3f(values[3 * i], values[3 * i + 1], values[3 * i + 2]);
+    return points;
+}
+
+} // namespace
+
+std::vector<std::vector<V3f>> ReadPositions(const ShapeReader& reader, const Attribute& geometry) {
+    const Attribute points = geometry.child("point.P");
+    if (!points.isNumeric()) {
+        reader.warn("it has no \"geometry.point.P\"");
+        return {};
+    }
+    int steps = CountSteps(reader.suites, points, reader.shutter);
+    if (steps > 1 && !points.hasEqualSamples()) {
+        reader.warn("the samples of \"geometry.point.P\" are not of one size; it does not move");
+        steps = 1;
+    }
+    std::vector<std::vector<V3f>> positions;
+    for (int step = 0; step < steps; ++step) {
+        const std::vector<float> values = points.floatsAt(reader.shutter.timeOf(step, steps));
+        if (values.size() % 3 != 0 || values.size() / 3 >= kNone) {
+            reader.warn("\"geometry.point.P\" has " + std::to_string(values.size()) +
+                        " numbers, which are no points");
+            return {};
+        }
+        if (!IsFinite(values)) {
+            reader.warn("\"geometry.point.P\" has numbers that are not finite");
+            return {};
+        }
+        positions.push_back(ToPoints(values));
+    }
+    const auto isSame = [&](const auto& step) { return step == positions[0]; };
+    if (std::all_of(positions.begin(), positions.end(), isSame)) positions.resize(1);
+    return positions;
+}
+
+bool ReadRadii(const ShapeReader& reader, const Attribute& geometry, std::size_t pointCount,
+               std::vector<float>& radii) {
+    radii.clear();
+    for (const char* name : {"point.width", "constantWidth"}) {
+        const std::vector<float> widths = geometry.child(name).floatsAt(reader.shutter.open);
+        if (widths.size() != pointCount && widths.size() != 1) continue;
+        for (const float width : widths) {
+            if (!(width >= 0) || !std::isfinite(width)) {
+                reader.warn("its points have widths that are negative or not finite");
+                return false;
+            }
+            radii.push_back(width / 2);
+        }
+        return true;
+    }
+    return true;
+}
+
+} // namespace lantern

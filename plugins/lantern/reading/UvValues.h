@@ -1,0 +1,35 @@
+#ifndef LANTERN_READING_UVVALUES_H
+#define LANTERN_READING_UVVALUES_H
+
+#include <cstddef>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "SceneData.h"
+#include "reading/Attribute.h"
+
+namespace lantern {
+
+/// Whether the name is "st", "st1", "st2", ...
+bool IsUvSet(std::string_view name);
+
+/// The elements of a shape that have a value each. A curve counts as a face.
+enum class Scope { Point, Vertex, Face, Primitive };
+
+/// The member "scope" of a group of values; nothing if it is not known.
+std::optional<Scope> ReadScope(const Attribute& uvSet);
+
+/// Values and, for each element of the scope, the index of its value.
+struct IndexedUvs {
+    std::vector<V2f> values;
+    std::vector<Index> index; ///< empty if element i has value i
+};
+
+/// Reads "value", or "indexedValue" and "index". Returns nothing if the number of values does not
+/// fit the elements, or a value is not finite.
+std::optional<IndexedUvs> ReadIndexedUvs(const Attribute& uvSet, std::size_t elements, float time);
+
+} // namespace lantern
+
+#endif
