@@ -10,23 +10,19 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "motion/MeshMotion.h"
-#include "motion/NodeMotion.h"
+#include "NodeMotion.h"
 
 namespace TellarSceneImport {
 
 /// One location of an imported scene: a node of the file, or a mesh, camera or light of one.
 struct SceneNode {
     std::string name;
-    /// All attributes except the motions and the path of the material, which depend on arguments.
+    /// All attributes except the motion and the path of the material, which depend on arguments.
     OxAttribute::GroupAttribute attrs;
     /// Invalid when there are no children.
     OxAttribute::StringAttribute childNames;
     /// Null for a node that does not move. Replaces "xform.matrix" of attrs.
     std::shared_ptr<const NodeMotion> motion;
-    /// Null for a node without a mesh, or with one that keeps its shape. Its samples are
-    /// "geometry.point.P" and "geometry.point.N".
-    std::shared_ptr<const MeshMotion> meshMotion;
     /// Index of the mesh's material, or -1.
     int material = -1;
 };

@@ -8,7 +8,6 @@
 
 #include <OxTellarSDK/GroupBuilder.h>
 
-#include "AssimpMotion.h"
 #include "MaterialNetwork.h"
 #include "MeshGeometry.h"
 #include "UniqueNames.h"
@@ -140,7 +139,8 @@ void SceneBuilder::findMotions() {
             const aiNodeAnim& channel = *animation.mChannels[j];
             const aiNode* node = nodeOfName(channel.mNodeName);
             if (node && motions.count(node) == 0)
-                motions[node] = MakeNodeMotion(channel, animation.mTicksPerSecond, *node);
+                motions[node] =
+                    std::make_shared<NodeMotion>(channel, animation.mTicksPerSecond, *node);
         }
     }
 }

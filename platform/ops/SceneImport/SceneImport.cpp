@@ -104,7 +104,7 @@ void Present(CookContext& context, const GroupAttribute& attrs, const StringAttr
 
 void CookNode(CookContext& context, const Settings& settings, const Scene& scene,
               const SceneNode& node) {
-    if (!node.motion && !node.meshMotion && node.material < 0) {
+    if (!node.motion && node.material < 0) {
         Present(context, node.attrs, node.childNames);
         return;
     }
@@ -112,11 +112,6 @@ void CookNode(CookContext& context, const Settings& settings, const Scene& scene
     attrs.update(node.attrs);
     if (node.motion)
         attrs.set("xform.matrix", node.motion->matrices(settings.framesPerSecond, settings.frame));
-    if (node.meshMotion) {
-        const auto points = node.meshMotion->samples(settings.framesPerSecond, settings.frame);
-        attrs.set("geometry.point.P", points.positions);
-        if (points.normals.isValid()) attrs.set("geometry.point.N", points.normals);
-    }
     if (node.material >= 0) {
         const SceneMaterial& material = scene.material(node.material);
         attrs.set("materialAssign",
