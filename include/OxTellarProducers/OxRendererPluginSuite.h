@@ -23,9 +23,18 @@ extern "C" {
 /* The result of drawing a picture or of joining tiles. */
 typedef enum OxRenderStatus {
     kOxRenderDone = 0,
-    kOxRenderFailed = 1,   /* a message of level kOxLogError has told the reason */
-    kOxRenderCancelled = 2 /* no file was written or changed */
+    kOxRenderFailed = 1,    /* a message of level kOxLogError has told the reason */
+    kOxRenderCancelled = 2, /* no file was written or changed */
+    kOxRenderStopped = 3    /* the picture so far was written, after kOxRenderFinish */
 } OxRenderStatus;
+
+/* What a caller wants of a render that is under way. */
+typedef enum OxRenderWish {
+    kOxRenderGoOn = 0,
+    kOxRenderCancel = 1, /* to stop and write nothing */
+    kOxRenderFinish = 2  /* to stop and write the picture as far as it is drawn; a renderer that
+                            cannot do that takes it for kOxRenderCancel */
+} OxRenderWish;
 
 /* The caller's functions for a plug-in. Each may be null. The plug-in may call them from any of its
    threads, one call at a time except for isCancelled. Texts live as long as the call. */
@@ -36,7 +45,8 @@ typedef struct OxRenderListener_v1 {
     void (*onMessage)(int level, const char* message, void* user);
     /* A picture is complete at this path. */
     void (*onPicture)(const char* path, void* user);
-    /* Not 0 when the caller cancels the render. Any number of threads may call it at once. */
+    /* An OxRenderWish: not 0 when the renderer shall stop. Any number of threads may call it at
+       once. */
     int (*isCancelled)(void* user);
     void* user;
 } OxRenderListener_v1;

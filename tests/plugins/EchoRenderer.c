@@ -70,6 +70,13 @@ static int isCancelled(const OxRenderListener_v1* listener) {
     return listener->isCancelled(listener->user);
 }
 
+/* The status of a render that writes the picture so far when it is asked to. */
+static int stoppedStatus(const OxRenderListener_v1* listener) {
+    if (isWanted("too late")) return kOxRenderDone;
+    return isWanted("so far") && isCancelled(listener) == kOxRenderFinish ? kOxRenderStopped
+                                                                          : kOxRenderCancelled;
+}
+
 static void waitForCancel(const OxRenderListener_v1* listener) {
     const struct timespec moment = {0, 1000000};
     say(listener, kOxLogInfo, "waiting");
@@ -81,7 +88,7 @@ static void waitForCancel(const OxRenderListener_v1* listener) {
         nanosleep(&moment, NULL);
 }
 
-/* kOxRenderDone when there is a picture to be written. */
+/* kOxRenderDone or kOxRenderStopped when there is a picture to be written. */
 static int act(const OxRenderListener_v1* listener) {
     if (isWanted("talk")) {
         say(listener, kOxLogDebug, "nobody sees this");
@@ -95,7 +102,7 @@ static int act(const OxRenderListener_v1* listener) {
     if (isWanted("progress")) listener->onProgress(0.45, "drawing\x1b[2J", listener->user);
     if (isWanted("wait")) {
         waitForCancel(listener);
-        return isWanted("too late") ? kOxRenderDone : kOxRenderCancelled;
+        return stoppedStatus(listener);
     }
     if (isWanted("fail")) say(listener, kOxLogError, "the paint has dried up");
     if (isWanted("fail") || isWanted("sulk")) return kOxRenderFailed;
@@ -106,13 +113,14 @@ static int act(const OxRenderListener_v1* listener) {
 
 static int render(const OxRenderJob_v1* job) {
     const int status = act(&job->listener);
-    FILE* file = status == kOxRenderDone ? fopen(job->picture, "wb") : NULL;
-    if (!file) return status == kOxRenderDone ? kOxRenderFailed : status;
+    const int isDrawn = status == kOxRenderDone || status == kOxRenderStopped;
+    FILE* file = isDrawn ? fopen(job->picture, "wb") : NULL;
+    if (!file) return isDrawn ? kOxRenderFailed : status;
     writeJob(job, file);
     fclose(file);
     job->listener.onPicture(job->picture, job->listener.user);
     if (isWanted("twice")) job->listener.onPicture("the depths.txt", job->listener.user);
-    return kOxRenderDone;
+    return status;
 }
 
 static int stitch(const char* const* tiles, int64_t count, const char* picture,

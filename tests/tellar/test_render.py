@@ -282,6 +282,19 @@ class Signals(RenderTest):
                                  (status, "", "tellar: stopped; no picture was written\n"))
                 self.assertEqual(os.listdir(self.folder), ["scene.json"])
 
+    def test_ctrl_c_asks_for_the_picture_so_far(self):
+        process = self.start("wait so far")
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(self.finish(process),
+                         (130, "out.txt\n", "tellar: stopped; the picture is unfinished\n"))
+        self.assertTrue((self.folder / "out.txt").exists())
+
+    def test_sigterm_does_not_ask_for_the_picture_so_far(self):
+        process = self.start("wait so far")
+        process.send_signal(signal.SIGTERM)
+        self.assertEqual(self.finish(process),
+                         (143, "", "tellar: stopped; no picture was written\n"))
+
     def test_stitching_is_stopped_alike(self):
         process = self.start("wait", ["stitch", "a.txt", "-o", "out.txt", "--renderer", "echo"])
         process.send_signal(signal.SIGINT)

@@ -123,7 +123,8 @@ int Main(int argc, char** argv) {
     } catch (const ProblemsFound&) {
         return kProblemsFound;
     } catch (const Stopped& stopped) {
-        WriteErrorLine("stopped; no picture was written");
+        WriteErrorLine(stopped.isPictureWritten ? "stopped; the picture is unfinished"
+                                                : "stopped; no picture was written");
         return kStopped + stopped.signal;
     } catch (const OutputClosed&) {
         return 0;

@@ -1,5 +1,6 @@
 #include "RendererRun.h"
 
+#include <csignal>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -21,6 +22,12 @@ namespace {
 
 std::string Text(const char* text) {
     return text ? text : "";
+}
+
+/// What the user wants of the renderer after this signal, 0 for none: an OxRenderWish.
+int WishAfter(int signal) {
+    if (signal == 0) return kOxRenderGoOn;
+    return signal == SIGINT ? kOxRenderFinish : kOxRenderCancel;
 }
 
 /// While it lives, hands the library's log messages to a function, which any number of threads may
@@ -64,7 +71,7 @@ public:
             static_cast<Listener*>(user)->pictures.push_back(Text(path));
         };
         functions.isCancelled = [](void* user) {
-            return static_cast<const Listener*>(user)->stopSignals.noted() != 0 ? 1 : 0;
+            return WishAfter(static_cast<const Listener*>(user)->stopSignals.noted());
         };
         functions.user = this;
         return functions;
@@ -136,7 +143,8 @@ void RunRenderer(const std::string& renderer, bool isVerbose,
     for (const std::string& picture : pictures)
         WriteOutput(picture + '\n');
     FlushOutput();
-    if (status == kOxRenderCancelled && signal != 0) throw Stopped{signal};
+    if (status == kOxRenderCancelled && signal != 0) throw Stopped{signal, false};
+    if (status == kOxRenderStopped && signal != 0) throw Stopped{signal, true};
     if (status != kOxRenderDone)
         throw std::runtime_error(
             error.value_or("the renderer \"" + renderer + "\" " +

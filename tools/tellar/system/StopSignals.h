@@ -6,6 +6,7 @@ namespace TellarTool {
 /// Thrown when the user ended the work by this signal: the exit status is then 128 and its number.
 struct Stopped {
     int signal = 0;
+    bool isPictureWritten = false; ///< as far as it was drawn
 };
 
 /// While it lives, the first SIGINT or SIGTERM is only recorded, and the next one ends the process
