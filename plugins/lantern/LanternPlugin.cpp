@@ -1,8 +1,12 @@
 // The entry points of the plug-in "lantern": read the scene, draw it, write the picture.
 
+#include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <ctime>
 #include <exception>
 #include <new>
 #include <string>
@@ -38,8 +42,7 @@ const OxPluginHost& GetHost() {
 template <typename Work>
 int Run(Report& report, Work work) {
     try {
-        work();
-        return kOxRenderDone;
+        return work();
     } catch (const Cancelled&) {
         return kOxRenderCancelled;
     } catch (const std::bad_alloc&) {
@@ -52,23 +55,42 @@ int Run(Report& report, Work work) {
     return kOxRenderFailed;
 }
 
-void RenderJob(const OxRenderJob_v1& job, Report& report) {
+/// Assigns the time that the render took, and its date in UTC. With the environment variable
+/// SOURCE_DATE_EPOCH it has that date and took no time, so that equal renders give equal files.
+void StampTime(std::chrono::steady_clock::time_point begin, PictureFacts& facts) {
+    std::time_t date = std::time(nullptr);
+    facts.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    if (const char* const given = std::getenv("SOURCE_DATE_EPOCH")) {
+        date = static_cast<std::time_t>(std::strtoll(given, nullptr, 10));
+        facts.seconds = 0;
+    }
+    std::tm parts{};
+    std::array<char, 64> text{};
+    if (gmtime_r(&date, &parts) && parts.tm_year < 8100 && parts.tm_year >= 0 &&
+        std::strftime(text.data(), text.size(), "%Y:%m:%d %H:%M:%S", &parts) > 0)
+        facts.date = text.data();
+}
+
+OxRenderStatus RenderJob(const OxRenderJob_v1& job, Report& report) {
+    const auto begin = std::chrono::steady_clock::now();
     if (!job.root) throw RenderError("there is no scene to render");
     if (!job.picture) throw RenderError("there is no path for the picture");
     const OxPluginHost& host = GetHost();
     const std::string path = GetTilePath(Suites(host), job.root, job.picture);
     CheckPicturePath(path);
     const SceneData scene = ReadScene(host, job.root, {job.frame, job.threads}, report);
-    const Picture picture = Draw(scene, {job.samples, job.threads}, report);
-    report.throwIfCancelled();
+    Picture picture = Draw(scene, {job.samples, job.threads, begin}, report);
+    if (!report.isAskedToFinish()) report.throwIfCancelled();
+    StampTime(begin, picture.facts);
     WritePicture(path, picture);
     report.picture(path);
+    return picture.isComplete ? kOxRenderDone : kOxRenderStopped;
 }
 
 int Render(const OxRenderJob_v1* job) {
     if (!job) return kOxRenderFailed;
     Report report(job->listener);
-    return Run(report, [&] { RenderJob(*job, report); });
+    return Run(report, [&] { return RenderJob(*job, report); });
 }
 
 int Stitch(const char* const* tiles, std::int64_t count, const char* picture,
@@ -83,6 +105,7 @@ int Stitch(const char* const* tiles, std::int64_t count, const char* picture,
         CheckPicturePath(picture);
         StitchPictures(paths, picture, report);
         report.picture(picture);
+        return kOxRenderDone;
     });
 }
 

@@ -32,6 +32,10 @@ bool Report::isCancelled() const {
     return listener.isCancelled && listener.isCancelled(listener.user) != 0;
 }
 
+bool Report::isAskedToFinish() const {
+    return listener.isCancelled && listener.isCancelled(listener.user) == kOxRenderFinish;
+}
+
 void Report::throwIfCancelled() const {
     if (isCancelled()) throw Cancelled{};
 }

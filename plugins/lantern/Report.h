@@ -32,7 +32,10 @@ public:
     void progress(double fraction, const char* what);
     void picture(const std::string& path);
 
+    /// Whether the caller no longer wants the work, also if it wants the picture so far.
     bool isCancelled() const;
+    /// Whether the caller wants the picture so far.
+    bool isAskedToFinish() const;
     /// Throws Cancelled.
     void throwIfCancelled() const;
 

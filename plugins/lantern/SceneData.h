@@ -115,7 +115,7 @@ struct Texture {
 
 /// A standard surface. Numbers are from 0 to 1 unless a comment says otherwise.
 struct Material {
-    std::string name;
+    std::string name; ///< the path of the assigned material, or else the name of its shader
     Color baseColor{0.8f, 0.8f, 0.8f};
     Color emission{0, 0, 0}; ///< radiance
     Color specularColor{1, 1, 1};
@@ -239,13 +239,40 @@ struct Framing {
     Window window{0, 0, 512, 512}; ///< crop window and tile together; never empty
 };
 
-/// The renderer's own settings: the group "renderSettings.lantern".
+/// The settings of how long and how to draw.
 struct Quality {
-    int samples = 64;   ///< paths per pixel
+    int samples = 64;   ///< paths per pixel; with a noise goal, the most that a pixel gets
+    float noise = 0;    ///< a part of the picture with less noise gets no more paths; 0: no goal
+    double minutes = 0; ///< time limit of the whole render; 0: no limit
     int maxDepth = 8;   ///< number of bounces
     float exposure = 0; ///< in stops, applied to the picture
     float clampIndirect =
         10; ///< largest contribution of one path after its first bounce; 0: no limit
+};
+
+/// The layers of the picture besides its colors and alpha.
+struct LayerChoice {
+    bool depth = false;
+    bool normal = false;
+    bool position = false;
+    bool albedo = false;
+    bool id = false;
+    bool motion = false;
+    bool objectMatte = false;
+    bool materialMatte = false;
+    bool assetMatte = false;
+
+    bool needsNames() const { return id || objectMatte || assetMatte; }
+    bool any() const {
+        return depth || normal || position || albedo || motion || materialMatte || needsNames();
+    }
+};
+
+/// Facts for the header of the picture's file.
+struct SceneFacts {
+    std::string scene; ///< its file, or empty
+    std::string camera;
+    float frame = 0;
 };
 
 struct SceneData {
@@ -259,6 +286,9 @@ struct SceneData {
     Camera camera;
     Framing framing;
     Quality quality;
+    LayerChoice layers;
+    std::vector<std::string> locations; ///< paths of all instances; empty if no layer needs them
+    SceneFacts facts;
 };
 
 } // namespace lantern

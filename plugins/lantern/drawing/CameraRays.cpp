@@ -52,7 +52,8 @@ M44d WorldToCamera(const Camera& camera) {
     return CanBeInverted(toWorld) ? toWorld.inverse() : M44d();
 }
 
-CameraRays::CameraRays(const Camera& camera, int width, int height) : camera(camera) {
+CameraRays::CameraRays(const Camera& camera, int width, int height)
+    : camera(camera), fromWorld(WorldToCamera(camera)) {
     const double l = camera.left, r = camera.right, t = camera.top, b = camera.bottom;
     const double half = HalfWindow(camera);
     pixelWidth = (r - l) * half / width;
@@ -88,6 +89,21 @@ Ray CameraRays::at(double x, double y, float time) const {
     ray.farthest = static_cast<float>((double(camera.far) - camera.near) * perDepth);
     ray.time = time;
     return ray;
+}
+
+double CameraRays::depthOf(const V3f& point, float time) const {
+    return -inCamera(point, time).z;
+}
+
+Imath::V2d CameraRays::pixelOf(const V3f& point, float time) const {
+    const Imath::V3d place = inCamera(point, time);
+    const double scale = camera.isOrthographic ? 1 : -1 / place.z;
+    return {(place.x * scale - left) / pixelWidth, (top - place.y * scale) / pixelHeight};
+}
+
+Imath::V3d CameraRays::inCamera(const V3f& point, float time) const {
+    const bool isMoving = camera.toWorld.size() > 1;
+    return Imath::V3d(point) * (isMoving ? toWorldAt(time).inverse() : fromWorld);
 }
 
 M44d CameraRays::toWorldAt(float time) const {

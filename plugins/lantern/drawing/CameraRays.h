@@ -29,10 +29,18 @@ public:
     /// near and ends at the far clipping plane.
     Ray at(double x, double y, float time) const;
 
+    /// The distance of a point in the world from the camera, along the camera's axis.
+    double depthOf(const V3f& point, float time) const;
+    /// The inverse of at(): the place of a point in the picture. Not finite for points beside a
+    /// perspective camera.
+    Imath::V2d pixelOf(const V3f& point, float time) const;
+
 private:
     M44d toWorldAt(float time) const;
+    Imath::V3d inCamera(const V3f& point, float time) const;
 
     Camera camera;
+    M44d fromWorld; // of a camera that does not move
     // The upper left corner of the picture and the size of a pixel, in camera space at depth 1.
     double left, top, pixelWidth, pixelHeight;
 };

@@ -68,10 +68,14 @@ bool Materials::isOpaque(const Instance& instance) const {
 }
 
 const Material& Materials::materialAt(Index instance, Index primitive) const {
+    return scene.materials[indexAt(instance, primitive)];
+}
+
+Index Materials::indexAt(Index instance, Index primitive) const {
     const Instance& at = scene.instances[instance];
     const std::vector<Index>& faces = scene.shapes[at.shape].mesh.faces;
     const Index face = primitive < faces.size() ? faces[primitive] : primitive;
-    return scene.materials[scene.surfaces[at.surface].materialOf(face)];
+    return scene.surfaces[at.surface].materialOf(face);
 }
 
 float Materials::opacity(const RayHit& hit, bool isFromInside) const {

@@ -27,6 +27,8 @@ public:
     Color emission(const RayHit& hit) const;
 
     const Material& materialAt(Index instance, Index primitive) const;
+    /// The index of that material among those of the scene.
+    Index indexAt(Index instance, Index primitive) const;
 
 private:
     const SceneData& scene;

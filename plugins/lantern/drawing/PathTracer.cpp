@@ -29,7 +29,6 @@ std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
     return kFirstBounce + static_cast<std::uint32_t>(depth) * kBouncePurposes + purpose;
 }
 
-constexpr int kSamplesBetweenCancelChecks = 256;
 constexpr int kBouncesBeforeRoulette = 3;
 constexpr float kMaxSurvival = 0.95f; // of a path, in Russian roulette
 constexpr float kMinCosine = 1e-3f;
@@ -76,28 +75,24 @@ struct PathTracer::Path {
 };
 
 PathTracer::PathTracer(const SceneData& scene, int threads, Report& report)
-    : scene(scene), report(report), camera(scene.camera, scene.framing.width, scene.framing.height),
+    : scene(scene), camera(scene.camera, scene.framing.width, scene.framing.height),
       textures(scene, report), materials(scene, textures),
       geometry(scene, materials, threads, report), infiniteLights(scene.lights, textures),
       localLights(scene, materials) {}
 
-PathTracer::Pixel PathTracer::pixel(int x, int y, int samples) const {
-    Pixel sum;
-    for (int i = 0; i < samples; ++i) {
-        if (i % kSamplesBetweenCancelChecks == 0) report.throwIfCancelled();
-        const Sampler sampler(x, y, i);
-        const V2f inPixel = sampler.pair(kPixel);
-        const Ray ray =
-            camera.at(double(x) + inPixel.x, double(y) + inPixel.y, sampler.pair(kTime).x);
-        const Pixel traced = tracePath(ray, sampler);
-        sum.color += traced.color;
-        sum.alpha += traced.alpha;
+PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) const {
+    const Sampler sampler(x, y, number);
+    const V2f inPixel = sampler.pair(kPixel);
+    const Ray ray = camera.at(double(x) + inPixel.x, double(y) + inPixel.y, sampler.pair(kTime).x);
+    if (first) {
+        *first = {};
+        first->inPixel = inPixel;
     }
-    const auto share = 1 / static_cast<float>(samples);
-    return {sum.color * share, sum.alpha * share};
+    return tracePath(ray, sampler, first);
 }
 
-PathTracer::Pixel PathTracer::tracePath(const Ray& cameraRay, const Sampler& sampler) const {
+PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sampler,
+                                         FirstHit* first) const {
     Path path;
     path.ray = cameraRay;
     for (;; ++path.depth) {
@@ -117,6 +112,7 @@ PathTracer::Pixel PathTracer::tracePath(const Ray& cameraRay, const Sampler& sam
         }
         Vertex vertex;
         if (!makeVertex(path.ray, hit, vertex)) break;
+        if (depth == 0 && first) describe(path.ray, hit, vertex, *first);
         path.radianceAfter(depth) += path.throughput * emittedRadiance(path, hit, vertex);
         if (depth >= scene.quality.maxDepth) break;
         path.radianceAfter(depth + 1) +=
@@ -127,9 +123,32 @@ PathTracer::Pixel PathTracer::tracePath(const Ray& cameraRay, const Sampler& sam
     return {IsFinite(sum) ? sum : Color(0, 0, 0), 1};
 }
 
-PathTracer::Pixel PathTracer::background(const V3f& direction) const {
+PathTracer::Traced PathTracer::background(const V3f& direction) const {
     const std::optional<Color> radiance = infiniteLights.seenByCamera(direction);
-    return radiance ? Pixel{*radiance, 1} : Pixel{};
+    return radiance ? Traced{*radiance, 1} : Traced{};
+}
+
+void PathTracer::describe(const Ray& ray, const RayHit& hit, const Vertex& vertex,
+                          FirstHit& first) const {
+    first.isHit = true;
+    first.instance = hit.instance;
+    first.material = materials.indexAt(hit.instance, hit.primitive);
+    first.position = vertex.geometry.position;
+    first.depth = static_cast<float>(camera.depthOf(first.position, ray.time));
+    first.normal = vertex.geometry.shadingNormal;
+    if (scene.layers.albedo) first.albedo = materials.surfaceAt(hit).baseColor;
+    if (scene.layers.motion) first.motion = motionOf(ray, hit);
+}
+
+/// The way of a point of a surface across the picture while the shutter is open.
+V2f PathTracer::motionOf(const Ray& ray, const RayHit& hit) const {
+    Ray atTime = ray;
+    atTime.time = 0;
+    const Imath::V2d start = camera.pixelOf(GeometryAt(scene, atTime, hit).position, 0);
+    atTime.time = 1;
+    const V2f motion(camera.pixelOf(GeometryAt(scene, atTime, hit).position, 1) - start);
+    const bool isFinite = std::isfinite(motion.x) && std::isfinite(motion.y);
+    return isFinite ? motion : V2f(0, 0);
 }
 
 /// Returns false if the hit has no usable position.

@@ -4,6 +4,7 @@
 #include "SceneData.h"
 #include "drawing/CameraRays.h"
 #include "drawing/EmbreeScene.h"
+#include "drawing/FirstHit.h"
 #include "drawing/InfiniteLights.h"
 #include "drawing/LocalLights.h"
 #include "drawing/Materials.h"
@@ -20,20 +21,23 @@ public:
     /// Refers to the scene and the report. Throws RenderError and Cancelled.
     PathTracer(const SceneData& scene, int threads, Report& report);
 
-    struct Pixel {
+    struct Traced {
         Color color{0, 0, 0};
         float alpha = 0;
     };
-    /// The mean of `samples` paths through a pixel. x counts from the left and y from the top of
-    /// the whole picture.
-    Pixel pixel(int x, int y, int samples) const;
+    /// The light that one path brings to a pixel. x counts from the left and y from the top of the
+    /// whole picture; `number` is that of the path among those of its pixel. Assigns the first hit
+    /// of the path unless that is null.
+    Traced trace(int x, int y, int number, FirstHit* first) const;
 
 private:
     struct Vertex;
     struct Path;
 
-    Pixel tracePath(const Ray& cameraRay, const Sampler& sampler) const;
-    Pixel background(const V3f& direction) const;
+    Traced tracePath(const Ray& cameraRay, const Sampler& sampler, FirstHit* first) const;
+    Traced background(const V3f& direction) const;
+    void describe(const Ray& ray, const RayHit& hit, const Vertex& vertex, FirstHit& first) const;
+    V2f motionOf(const Ray& ray, const RayHit& hit) const;
     bool makeVertex(const Ray& ray, const RayHit& hit, Vertex& vertex) const;
     bool bounce(const Vertex& vertex, const Sampler& sampler, Path& path) const;
     Color emittedRadiance(const Path& path, const RayHit& hit, const Vertex& vertex) const;
@@ -41,7 +45,6 @@ private:
     Color reflectedLight(const LightSample& light, const Vertex& vertex, float time) const;
 
     const SceneData& scene;
-    const Report& report;
     CameraRays camera;
     Textures textures;
     Materials materials;

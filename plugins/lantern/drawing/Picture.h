@@ -1,14 +1,34 @@
 #ifndef LANTERN_DRAWING_PICTURE_H
 #define LANTERN_DRAWING_PICTURE_H
 
+#include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Report.h"
 #include "SceneData.h"
+#include "drawing/Cryptomatte.h"
 
 namespace lantern {
+
+/// A channel of one of a picture's layers.
+struct Channel {
+    std::string name;                ///< with that of its layer: "N.X"
+    bool isInteger = false;          ///< else the values are floats
+    std::vector<std::uint32_t> bits; ///< of the values, one per pixel
+};
+
+/// Facts about a render, for the header of its file. Files may lack them.
+struct PictureFacts {
+    std::string scene;  ///< its file
+    std::string camera; ///< its path
+    std::optional<float> frame;
+    std::optional<int> samples;    ///< paths per pixel, on average
+    std::optional<double> seconds; ///< time of the render
+    std::string date;              ///< of its end: "2024:02:29 18:30:00"
+};
 
 /// The drawn part of a picture: scene-linear red, green, blue and alpha, with the colors multiplied
 /// by alpha.
@@ -17,6 +37,10 @@ struct Picture {
     int height = 0;
     Window window;             ///< the drawn part
     std::vector<float> pixels; ///< four per pixel, row by row from the top
+    std::vector<Channel> channels;
+    std::map<std::string, Manifest> manifests; ///< by the name of the matte: "CryptoObject"
+    PictureFacts facts;
+    bool isComplete = true; ///< false: the caller ended the drawing, and pixels may lack paths
     /// World to camera, and world to -1..1 across the whole picture. Files may lack them.
     std::optional<M44f> worldToCamera;
     std::optional<M44f> worldToNdc;
