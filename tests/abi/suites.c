@@ -22,6 +22,7 @@ SHARED(OxRenderJob_v1);
 SHARED(OxRenderListener_v1);
 SHARED(OxRenderOutputUtilsHostSuite_v3);
 SHARED(OxRenderStatus);
+SHARED(OxRenderWish);
 SHARED(OxRendererPluginSuite_v1);
 SHARED(OxScenegraphIteratorHostSuite_v2);
 SHARED(OxScenegraphIteratorHostSuite_v3);
