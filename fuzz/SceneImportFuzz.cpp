@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/GroupBuilder.h>
 
 #include "Check.h"
 #include "SceneReader.h"
@@ -43,11 +44,17 @@ void UseValue(const Attribute& value) {
     if (value.isValid()) Check(!value.getXML().empty(), "every value has a text");
 }
 
+void UseMotion(const TellarSceneImport::Motion& motion) {
+    GroupBuilder attrs;
+    motion.apply({}, attrs);
+    UseValue(attrs.build());
+}
+
 void UseNode(const Scene& scene, const std::string& path, int& left) {
     const SceneNode* const node = scene.findNode(path);
     Check(node != nullptr, "a name that is listed is found");
     UseValue(node->attrs);
-    if (node->motion) UseValue(node->motion->matrices(24, 0));
+    if (node->motion) UseMotion(*node->motion);
     if (node->material >= 0) UseValue(scene.material(node->material).network);
     for (const std::string_view name : node->childNames.getNearestSample(0.0f))
         if (left-- > 0) UseNode(scene, path + "/" + std::string(name), left);
@@ -73,7 +80,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (extension == "obj") std::ofstream(Folder() + "/scene.mtl", std::ios::binary) << content;
     std::vector<TellarSceneImport::FileStamp> files;
     try {
-        UseScene(*TellarSceneImport::ReadScene(path, files));
+        UseScene(*TellarSceneImport::ReadScene(path, {}, files));
     } catch (const std::runtime_error& error) {
         const std::string message = error.what();
         Check(!message.empty() && message.find('\n') == std::string::npos, "a message is one line");

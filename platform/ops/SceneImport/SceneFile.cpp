@@ -5,9 +5,9 @@
 #include <deque>
 #include <exception>
 #include <filesystem>
+#include <map>
 #include <stdexcept>
 #include <system_error>
-#include <unordered_map>
 #include <utility>
 
 #include "SceneReader.h"
@@ -21,11 +21,14 @@ constexpr std::size_t kFilesKept = 4;
 
 std::atomic<std::uint64_t> numberOfReads{0};
 
-// The open files by canonical path. The entry of a released file stays and takes a path and two
-// words. The entry of a changed file is replaced when the path is requested again.
+// A canonical path and what is wanted of the file.
+using Key = std::pair<std::string, ReadOptions>;
+
+// The open files. The entry of a released file stays and takes a key and two words. The entry of a
+// changed file is replaced when the path is requested again.
 struct Cache {
     std::mutex lock;
-    std::unordered_map<std::string, std::weak_ptr<const SceneFile>> known;
+    std::map<Key, std::weak_ptr<const SceneFile>> known;
     std::deque<std::shared_ptr<const SceneFile>> recent; // latest first
 };
 
@@ -53,14 +56,15 @@ std::shared_ptr<const SceneFile> Keep(Cache& cache, const std::shared_ptr<const 
 }
 
 // The caller holds the lock of the cache.
-std::shared_ptr<const SceneFile> Find(Cache& cache, const std::string& path) {
-    const auto found = cache.known.find(path);
+std::shared_ptr<const SceneFile> Find(Cache& cache, const Key& key) {
+    const auto found = cache.known.find(key);
     return found == cache.known.end() ? nullptr : found->second.lock();
 }
 
 } // namespace
 
-SceneFile::SceneFile(FileStamp stamp) : stamp(std::move(stamp)) {}
+SceneFile::SceneFile(FileStamp stamp, ReadOptions options)
+    : stamp(std::move(stamp)), options(std::move(options)) {}
 
 const Scene& SceneFile::scene() const {
     std::call_once(readOnce, [this] { read(); });
@@ -72,7 +76,7 @@ void SceneFile::read() const {
     numberOfReads.fetch_add(1, std::memory_order_relaxed);
     std::vector<FileStamp> looked;
     try {
-        result = ReadScene(stamp.path, looked);
+        result = ReadScene(stamp.path, options, looked);
     } catch (const std::exception& error) {
         failure = error.what();
     } catch (...) {
@@ -93,23 +97,24 @@ bool SceneFile::isCurrent() const {
                        [](const FileStamp& file) { return file == StampOf(file.path); });
 }
 
-std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path) {
-    const std::string canonical = CanonicalPath(path);
+std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path,
+                                               const ReadOptions& options) {
+    const Key key(CanonicalPath(path), options);
     Cache& files = GetCache();
     std::shared_ptr<const SceneFile> known;
     {
         const std::lock_guard<std::mutex> guard(files.lock);
-        known = Find(files, canonical);
+        known = Find(files, key);
     }
     // The disk is accessed without the lock.
     const bool isCurrent = known && known->isCurrent();
-    auto fresh = isCurrent ? known : std::make_shared<SceneFile>(StampOf(canonical));
+    auto fresh = isCurrent ? known : std::make_shared<SceneFile>(StampOf(key.first), options);
 
     std::shared_ptr<const SceneFile> dropped;
     const std::lock_guard<std::mutex> guard(files.lock);
-    if (auto newer = Find(files, canonical); newer && newer != known)
+    if (auto newer = Find(files, key); newer && newer != known)
         return newer; // another thread noticed the change first
-    files.known[canonical] = fresh;
+    files.known[key] = fresh;
     dropped = Keep(files, fresh);
     return fresh;
 }

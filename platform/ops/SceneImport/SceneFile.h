@@ -8,15 +8,16 @@
 #include <vector>
 
 #include "FileStamp.h"
-#include "Scene.h"
+#include "ReadOptions.h"
+#include "model/Scene.h"
 
 namespace TellarSceneImport {
 
-/// One version of a scene file, read when it is first needed and at most once. A failure to read it
-/// is remembered too. Safe from many threads.
+/// The wanted part of one version of a scene file, read when it is first needed and at most once. A
+/// failure to read it is remembered too. Safe from many threads.
 class SceneFile {
 public:
-    explicit SceneFile(FileStamp stamp);
+    SceneFile(FileStamp stamp, ReadOptions options);
 
     /// Waits if another thread is reading the file. Throws std::runtime_error when the file cannot
     /// be read, always with the same reason.
@@ -29,6 +30,7 @@ private:
     void read() const;
 
     const FileStamp stamp;
+    const ReadOptions options;
     // Written once, under the flag, so readers see them complete and unchanging.
     mutable std::once_flag readOnce;
     mutable std::shared_ptr<const Scene> result;
@@ -38,9 +40,10 @@ private:
 };
 
 /// The present version of the file. All callers get the same object while the file does not change,
-/// so a process reads each version once. The files requested last are kept even if they are unused.
-/// Safe from many threads.
-std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path);
+/// so a process reads each version once for each set of options. The files requested last are kept
+/// even if they are unused. Safe from many threads.
+std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path,
+                                               const ReadOptions& options = {});
 
 /// Frees unused files.
 void DropUnusedSceneFiles();

@@ -31,8 +31,8 @@ struct Settings {
     std::string file; // absolute
     std::string location;
     std::string materialLocation;
-    double framesPerSecond = 24.0;
-    double frame = 0.0;
+    ReadOptions options;
+    FrameClock clock;
 };
 
 // The arguments and the version of the file that the Op presents. The version is chosen by the
@@ -48,7 +48,7 @@ public:
             const std::lock_guard<std::mutex> guard(lock);
             if (opened && !lookAgain) return opened;
         }
-        auto present = OpenSceneFile(settings.file);
+        auto present = OpenSceneFile(settings.file, settings.options);
         const std::lock_guard<std::mutex> guard(lock);
         if (!opened || lookAgain) opened = std::move(present);
         return opened;
@@ -89,11 +89,12 @@ Settings ReadSettings(const ArgReader& args) {
     settings.materialLocation = args.location("materialLocation", "/root/materials");
     if (IsSelfOrBelow(settings.location, settings.materialLocation))
         TellarOps::ThrowArgumentError("materialLocation", "must not hold the scene's location");
-    settings.framesPerSecond =
+    settings.options.scene = args.string("scene", "");
+    settings.clock.framesPerSecond =
         RequireFinite("framesPerSecond", args.doubles("framesPerSecond", 1, {24.0})[0]);
-    if (settings.framesPerSecond <= 0.0)
+    if (settings.clock.framesPerSecond <= 0.0)
         TellarOps::ThrowArgumentError("framesPerSecond", "must be above 0");
-    settings.frame = RequireFinite("frame", args.doubles("frame", 1, {0.0})[0]);
+    settings.clock.frame = RequireFinite("frame", args.doubles("frame", 1, {0.0})[0]);
     return settings;
 }
 
@@ -110,10 +111,9 @@ void CookNode(CookContext& context, const Settings& settings, const Scene& scene
     }
     GroupBuilder attrs;
     attrs.update(node.attrs);
-    if (node.motion)
-        attrs.set("xform.matrix", node.motion->matrices(settings.framesPerSecond, settings.frame));
+    if (node.motion) node.motion->apply(settings.clock, attrs);
     if (node.material >= 0) {
-        const SceneMaterial& material = scene.material(node.material);
+        const ContentMaterial& material = scene.material(node.material);
         attrs.set("materialAssign",
                   StringAttribute(settings.materialLocation + "/" + material.name));
         attrs.set("material", material.network);
@@ -127,7 +127,7 @@ void CookMaterial(CookContext& context, const Settings& settings, const Scene& s
         Present(context, TellarOps::PlainGroupAttrs(), scene.materialNames());
         return;
     }
-    const SceneMaterial* material =
+    const ContentMaterial* material =
         scene.findMaterial(std::string_view(path).substr(settings.materialLocation.size() + 1));
     if (!material) return;
     GroupBuilder attrs;
@@ -184,6 +184,9 @@ public:
                       {"materialLocation", "string",
                        "The location that holds the materials; it must not hold \"location\". "
                        "Default: \"/root/materials\"."},
+                      {"scene", "string",
+                       "The scene of a glTF file, by name or index. Default: the one that the file "
+                       "shows."},
                       {"framesPerSecond", "double",
                        "How many frames a second of the file's animation takes. Default: 24."},
                       {"frame", "double",

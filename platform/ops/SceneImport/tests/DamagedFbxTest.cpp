@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "DamagedFiles.h"
-#include "FbxCheck.h"
 #include "TestScenes.h"
+#include "checks/FbxCheck.h"
 
 namespace {
 

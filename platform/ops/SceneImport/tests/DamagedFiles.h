@@ -30,7 +30,7 @@ inline std::string Replaced(std::string text, const std::string& what, const std
 inline std::string Reason(const std::string& path) {
     std::vector<TellarSceneImport::FileStamp> files;
     try {
-        TellarSceneImport::ReadScene(path, files);
+        TellarSceneImport::ReadScene(path, {}, files);
         return "";
     } catch (const std::runtime_error& error) {
         return error.what();

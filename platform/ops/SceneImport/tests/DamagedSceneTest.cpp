@@ -10,12 +10,11 @@
 
 #include <OxTellarSDK/OxPluginApi.h>
 
-#include "ColladaCheck.h"
 #include "DamagedFiles.h"
-#include "GltfFile.h"
 #include "ImportedScene.h"
 #include "TempDirectory.h"
 #include "TestScenes.h"
+#include "checks/ColladaCheck.h"
 
 // Read by LeakSanitizer only: Assimp does not free everything when it gives up a file in the
 // middle.

@@ -60,8 +60,8 @@ TEST(SceneImport, TellsAboutItself) {
     Names names;
     for (const OxOpType::Argument& argument : type->description().arguments)
         names.push_back(argument.name);
-    EXPECT_EQ(names, (Names{"file", "directory", "location", "materialLocation", "framesPerSecond",
-                            "frame"}));
+    EXPECT_EQ(names, (Names{"file", "directory", "location", "materialLocation", "scene",
+                            "framesPerSecond", "frame"}));
 }
 
 TEST(SceneImport, TakesNoInputs) {

@@ -1,3 +1,7 @@
+// CheckScene: everything in a scene of Assimp that its post-processing and our reader trust.
+
+#include "AssimpContent.h"
+
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
@@ -5,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "SceneBuilder.h"
+#include <assimp/scene.h>
 
 namespace TellarSceneImport {
 

@@ -3,7 +3,7 @@
 namespace TellarSceneImport {
 
 Scene::Scene(std::vector<SceneNode> sceneNodes, const std::vector<std::uint32_t>& parents,
-             std::vector<SceneMaterial> sceneMaterials)
+             std::vector<ContentMaterial> sceneMaterials)
     : nodes(std::move(sceneNodes)), materials(std::move(sceneMaterials)) {
     children.reserve(nodes.size());
     for (std::uint32_t i = 1; i < nodes.size(); ++i)
@@ -32,7 +32,7 @@ const SceneNode* Scene::findNode(std::string_view path) const {
     return &nodes[index];
 }
 
-const SceneMaterial* Scene::findMaterial(std::string_view name) const {
+const ContentMaterial* Scene::findMaterial(std::string_view name) const {
     const auto found = materialIndex.find(name);
     return found == materialIndex.end() ? nullptr : &materials[found->second];
 }

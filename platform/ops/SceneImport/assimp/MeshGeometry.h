@@ -7,7 +7,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "Space.h"
+#include "model/Space.h"
 
 namespace TellarSceneImport {
 

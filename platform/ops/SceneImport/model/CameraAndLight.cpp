@@ -15,28 +15,6 @@ using OxAttribute::StringAttribute;
 
 namespace {
 
-constexpr double kDegrees = 180.0 / 3.14159265358979323846;
-
-const char* LightTypeName(aiLightSourceType type) {
-    switch (type) {
-    case aiLightSource_DIRECTIONAL:
-        return "directional";
-    case aiLightSource_SPOT:
-        return "spot";
-    case aiLightSource_AMBIENT:
-        return "ambient";
-    case aiLightSource_AREA:
-        return "area";
-    default:
-        return "point";
-    }
-}
-
-// Rounded to the precision of Assimp, so that 40 degrees stay 40 degrees.
-float Degrees(float radians) {
-    return static_cast<float>(radians * kDegrees);
-}
-
 FloatAttribute Color3(const std::array<float, 3>& color) {
     return FloatAttribute(color.data(), 3, 3);
 }
@@ -47,34 +25,6 @@ void ImportedLight::setColor(float red, float green, float blue) {
     intensity = std::max({red, green, blue, 0.0f});
     if (intensity > 0.0f && std::isfinite(intensity))
         color = {red / intensity, green / intensity, blue / intensity};
-}
-
-ImportedCamera FromAssimp(const aiCamera& source) {
-    ImportedCamera camera;
-    camera.nearClip = source.mClipPlaneNear;
-    camera.farClip = source.mClipPlaneFar;
-    camera.aspect = source.mAspect;
-    camera.orthographicWidth = 2.0 * source.mOrthographicWidth;
-    if (!(camera.orthographicWidth > 0.0)) camera.fieldOfView = Degrees(source.mHorizontalFOV);
-    camera.aim = AimMatrix(source.mPosition, source.mLookAt, source.mUp);
-    return camera;
-}
-
-ImportedLight FromAssimp(const aiLight& source) {
-    ImportedLight light;
-    light.type = LightTypeName(source.mType);
-    const bool isAmbient = source.mType == aiLightSource_AMBIENT;
-    const aiColor3D& color = isAmbient ? source.mColorAmbient : source.mColorDiffuse;
-    light.setColor(color.r, color.g, color.b);
-    light.decay = {source.mAttenuationConstant, source.mAttenuationLinear,
-                   source.mAttenuationQuadratic};
-    light.coneInner = Degrees(source.mAngleInnerCone);
-    light.coneOuter = Degrees(source.mAngleOuterCone);
-    light.size = {source.mSize.x, source.mSize.y};
-    const bool isAimless = isAmbient || source.mType == aiLightSource_POINT;
-    light.aim = isAimless ? AimMatrix(source.mPosition, {}, {})
-                          : AimMatrix(source.mPosition, source.mDirection, source.mUp);
-    return light;
 }
 
 GroupAttribute CameraGeometry(const ImportedCamera& camera) {

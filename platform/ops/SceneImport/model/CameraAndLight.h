@@ -4,9 +4,6 @@
 #include <array>
 #include <string>
 
-#include <assimp/camera.h>
-#include <assimp/light.h>
-
 #include <OxTellarSDK/Attribute.h>
 
 #include "Space.h"
@@ -38,9 +35,6 @@ struct ImportedLight {
     /// Splits a colour into hue and intensity.
     void setColor(float red, float green, float blue);
 };
-
-ImportedCamera FromAssimp(const aiCamera& source);
-ImportedLight FromAssimp(const aiLight& source);
 
 /// The "geometry" group of a camera location.
 OxAttribute::GroupAttribute CameraGeometry(const ImportedCamera& camera);

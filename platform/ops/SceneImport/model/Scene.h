@@ -10,27 +10,22 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "NodeMotion.h"
+#include "Motion.h"
+#include "SceneContent.h"
 
 namespace TellarSceneImport {
 
-/// One location of an imported scene: a node of the file, or a mesh, camera or light of one.
+/// One location of an imported scene: a node of the file, or a shape, camera or light of one.
 struct SceneNode {
     std::string name;
     /// All attributes except the motion and the path of the material, which depend on arguments.
     OxAttribute::GroupAttribute attrs;
     /// Invalid when there are no children.
     OxAttribute::StringAttribute childNames;
-    /// Null for a node that does not move. Replaces "xform.matrix" of attrs.
-    std::shared_ptr<const NodeMotion> motion;
-    /// Index of the mesh's material, or -1.
+    /// Null for a location that does not move. Replaces some of attrs.
+    std::shared_ptr<const Motion> motion;
+    /// Index of the shape's material, or -1.
     int material = -1;
-};
-
-struct SceneMaterial {
-    std::string name;
-    /// The "material" group of the material's location and of its meshes.
-    OxAttribute::GroupAttribute network;
 };
 
 /// A scene file as locations, ready to be cooked. Immutable.
@@ -39,7 +34,7 @@ public:
     /// `parents` holds the index of each node's parent; node 0 is the root, and every parent
     /// precedes its children. Sibling names and material names are unique.
     Scene(std::vector<SceneNode> nodes, const std::vector<std::uint32_t>& parents,
-          std::vector<SceneMaterial> materials);
+          std::vector<ContentMaterial> materials);
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;
 
@@ -47,8 +42,8 @@ public:
     /// Finds a node by its path, which begins with the name of the root: "garden/trees/oak".
     /// Returns null when there is none.
     const SceneNode* findNode(std::string_view path) const;
-    const SceneMaterial& material(int index) const { return materials[index]; }
-    const SceneMaterial* findMaterial(std::string_view name) const;
+    const ContentMaterial& material(int index) const { return materials[index]; }
+    const ContentMaterial* findMaterial(std::string_view name) const;
     /// Invalid when there are no materials.
     const OxAttribute::StringAttribute& materialNames() const { return namesOfMaterials; }
 
@@ -68,7 +63,7 @@ private:
     };
 
     const std::vector<SceneNode> nodes;
-    const std::vector<SceneMaterial> materials;
+    const std::vector<ContentMaterial> materials;
     std::unordered_map<ChildKey, std::uint32_t, ChildKeyHash> children; // names lie in nodes
     std::unordered_map<std::string_view, std::uint32_t> materialIndex;  // names lie in materials
     OxAttribute::StringAttribute namesOfMaterials;

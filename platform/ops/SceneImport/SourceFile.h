@@ -1,0 +1,28 @@
+#ifndef SCENEIMPORT_SOURCEFILE_H
+#define SCENEIMPORT_SOURCEFILE_H
+
+#include <cstdint>
+#include <string>
+
+#include "FileStamp.h"
+
+namespace TellarSceneImport {
+
+/// The limits and the access that all readers of scene files share.
+
+/// Deepest nesting of nodes that is read.
+constexpr int kMaxNodeDepth = 1000;
+
+/// In bytes, of each file.
+constexpr std::uintmax_t kMaxFileSize = std::uintmax_t(4) << 30;
+
+/// With its dot, in lower case; empty if there is none.
+std::string LowerExtension(const std::string& path);
+
+/// The content of the file. Throws std::runtime_error when it is no regular file, too large or
+/// cannot be read.
+std::string ReadWhole(const FileStamp& stamp);
+
+} // namespace TellarSceneImport
+
+#endif

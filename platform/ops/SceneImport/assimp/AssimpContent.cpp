@@ -1,0 +1,140 @@
+#include "AssimpContent.h"
+
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <assimp/scene.h>
+
+#include "AssimpParts.h"
+#include "MaterialNetwork.h"
+#include "MeshGeometry.h"
+
+namespace TellarSceneImport {
+
+namespace {
+
+class ContentReader {
+public:
+    ContentReader(const aiScene& scene, const std::filesystem::path& folder)
+        : scene(scene), folder(folder) {}
+
+    SceneContent read();
+
+private:
+    void readNodes();
+    void readMaterials();
+    void readMeshes();
+    void readMotions();
+    void readDevices();
+    int nodeOfName(const aiString& name) const;
+    void addDevice(ContentDevice device, const aiString& nodeName);
+
+    const aiScene& scene;
+    const std::filesystem::path& folder;
+    SceneContent content;
+    std::vector<const aiNode*> sources;               // of content.nodes
+    std::unordered_map<std::string, int> nodesByName; // the first of each name
+    std::vector<int> materialIndices; // of Assimp's materials; -1 for those left out
+};
+
+void ContentReader::readNodes() {
+    sources.push_back(scene.mRootNode);
+    content.nodes.emplace_back();
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        const aiNode& source = *sources[i];
+        ContentNode& node = content.nodes[i];
+        node.name = source.mName.C_Str();
+        nodesByName.emplace(node.name, static_cast<int>(i));
+        node.matrix = ToMatrix(source.mTransformation);
+        node.shapes.assign(source.mMeshes, source.mMeshes + source.mNumMeshes);
+        for (unsigned child = 0; child < source.mNumChildren; ++child) {
+            sources.push_back(source.mChildren[child]);
+            content.nodes.emplace_back().parent = static_cast<std::uint32_t>(i);
+        }
+    }
+}
+
+// Importers add a material for meshes that have none. It is left out if no mesh uses it.
+void ContentReader::readMaterials() {
+    std::vector<bool> isUsed(scene.mNumMaterials, false);
+    for (unsigned i = 0; i < scene.mNumMeshes && scene.mNumMaterials > 0; ++i)
+        isUsed[scene.mMeshes[i]->mMaterialIndex] = true;
+
+    for (unsigned i = 0; i < scene.mNumMaterials; ++i) {
+        aiMaterial& material = *scene.mMaterials[i];
+        const std::string name = material.GetName().C_Str();
+        const bool isMadeUp = name.empty() || name == AI_DEFAULT_MATERIAL_NAME;
+        const bool isLeftOut = isMadeUp && !isUsed[i];
+        materialIndices.push_back(isLeftOut ? -1 : static_cast<int>(content.materials.size()));
+        if (!isLeftOut) content.materials.push_back({name, MakeMaterialNetwork(material, folder)});
+    }
+}
+
+void ContentReader::readMeshes() {
+    for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
+        const aiMesh& mesh = *scene.mMeshes[i];
+        MeshGeometry geometry = MakeMeshGeometry(mesh);
+        ContentShape& shape = content.shapes.emplace_back();
+        shape.name = mesh.mName.C_Str();
+        shape.type = geometry.type;
+        shape.geometry = geometry.geometry;
+        shape.bound = geometry.bound;
+        if (!materialIndices.empty()) shape.material = materialIndices[mesh.mMaterialIndex];
+    }
+}
+
+// Returns -1 when there is none.
+int ContentReader::nodeOfName(const aiString& name) const {
+    const auto found = nodesByName.find(name.C_Str());
+    return found == nodesByName.end() ? -1 : found->second;
+}
+
+// The first of several animations of a node is used.
+void ContentReader::readMotions() {
+    for (unsigned i = 0; i < scene.mNumAnimations; ++i) {
+        const aiAnimation& animation = *scene.mAnimations[i];
+        for (unsigned j = 0; j < animation.mNumChannels; ++j) {
+            const aiNodeAnim& channel = *animation.mChannels[j];
+            const int index = nodeOfName(channel.mNodeName);
+            if (index < 0 || content.nodes[index].motion) continue;
+            content.nodes[index].motion =
+                MotionOf(channel, animation.mTicksPerSecond, *sources[index]);
+        }
+    }
+}
+
+void ContentReader::addDevice(ContentDevice device, const aiString& nodeName) {
+    const int index = nodeOfName(nodeName);
+    if (index < 0) device.name = nodeName.C_Str();
+    content.nodes[index < 0 ? 0 : index].devices.push_back(std::move(device));
+}
+
+void ContentReader::readDevices() {
+    for (unsigned i = 0; i < scene.mNumCameras; ++i) {
+        content.cameras.push_back(CameraOf(*scene.mCameras[i]));
+        addDevice({ContentDevice::Kind::Camera, i, ""}, scene.mCameras[i]->mName);
+    }
+    for (unsigned i = 0; i < scene.mNumLights; ++i) {
+        content.lights.push_back(LightOf(*scene.mLights[i]));
+        addDevice({ContentDevice::Kind::Light, i, ""}, scene.mLights[i]->mName);
+    }
+}
+
+SceneContent ContentReader::read() {
+    readNodes();
+    readMaterials();
+    readMeshes();
+    readMotions();
+    readDevices();
+    return std::move(content);
+}
+
+} // namespace
+
+SceneContent ContentOf(const aiScene& scene, const std::filesystem::path& folder) {
+    return ContentReader(scene, folder).read();
+}
+
+} // namespace TellarSceneImport

@@ -1,0 +1,21 @@
+#ifndef SCENEIMPORT_ASSIMPCONTENT_H
+#define SCENEIMPORT_ASSIMPCONTENT_H
+
+#include <filesystem>
+
+#include "model/SceneContent.h"
+
+struct aiScene;
+
+namespace TellarSceneImport {
+
+/// Throws std::runtime_error unless every index in `scene` refers to something, counts fit
+/// 32-bit integers, and nodes are nested at most `maxDepth` deep.
+void CheckScene(const aiScene& scene, int maxDepth);
+
+/// The content of a scene that passed CheckScene. Relative texture paths start at `folder`.
+SceneContent ContentOf(const aiScene& scene, const std::filesystem::path& folder);
+
+} // namespace TellarSceneImport
+
+#endif

@@ -1,0 +1,98 @@
+#include "AssimpFile.h"
+
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+
+#include <assimp/DefaultIOStream.h>
+#include <assimp/DefaultIOSystem.h>
+#include <assimp/Importer.hpp>
+#include <assimp/config.h>
+#include <assimp/postprocess.h>
+
+#include "AssimpContent.h"
+#include "SourceFile.h"
+#include "checks/ColladaCheck.h"
+#include "checks/FbxCheck.h"
+#include "checks/ObjCheck.h"
+#include "checks/PlyCheck.h"
+#include "files/RegularFile.h"
+
+namespace TellarSceneImport {
+
+namespace {
+
+// A stream of Assimp over an open file.
+class OpenedFile : public Assimp::DefaultIOStream {
+public:
+    OpenedFile(RegularFile::Pointer file, const std::string& path)
+        : DefaultIOStream(file.release(), path) {}
+};
+
+// Opens files for Assimp and records their stamps.
+class FileAccess : public Assimp::DefaultIOSystem {
+public:
+    FileAccess(const std::string& scenePath, std::vector<FileStamp>& files)
+        : scenePath(scenePath), files(files) {}
+
+    Assimp::IOStream* Open(const char* path, const char* mode) override {
+        if (std::strpbrk(mode, "wa+")) return nullptr;
+        files.push_back(StampOf(path));
+        const FileStamp& stamp = files.back();
+        if (!stamp.isRegularFile() || stamp.size > kMaxFileSize) return nullptr;
+        // An OBJ file refers only to files of materials.
+        if (path != scenePath && LowerExtension(scenePath) == ".obj") CheckMtl(ReadWhole(stamp));
+        RegularFile::State opened;
+        std::string ignored; // Assimp does not ask why
+        RegularFile::Pointer file = RegularFile::Open(path, opened, ignored);
+        return file ? new OpenedFile(std::move(file), path) : nullptr;
+    }
+
+private:
+    const std::string& scenePath;
+    std::vector<FileStamp>& files;
+};
+
+std::string FirstLine(const std::string& text) {
+    return text.substr(0, text.find('\n'));
+}
+
+void Configure(Assimp::Importer& importer) {
+    // Cameras and transformations of FBX become single nodes instead of chains of pivots.
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
+    // Files without meshes get no invented ones.
+    importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
+}
+
+// Checks everything that Assimp trusts.
+void Examine(const FileStamp& stamp, const std::string& extension) {
+    if (extension == ".dae") CheckCollada(ReadWhole(stamp), kMaxNodeDepth);
+    if (extension == ".fbx") CheckFbx(ReadWhole(stamp), kMaxNodeDepth);
+    if (extension == ".ply") CheckPly(ReadWhole(stamp));
+    if (extension == ".obj")
+        CheckObj(ReadWhole(stamp), std::filesystem::path(stamp.path).filename().string());
+}
+
+} // namespace
+
+bool IsAssimpExtension(const std::string& extension) {
+    return !extension.empty() && Assimp::Importer().IsExtensionSupported(extension);
+}
+
+SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension,
+                            std::vector<FileStamp>& files) {
+    Examine(stamp, extension);
+    const std::string path = stamp.path;
+    Assimp::Importer importer;
+    Configure(importer);
+    importer.SetIOHandler(new FileAccess(path, files));
+    const aiScene* scene = importer.ReadFile(path, 0);
+    if (!scene) throw std::runtime_error(FirstLine(importer.GetErrorString()));
+    // The post-processing of Assimp trusts indices.
+    CheckScene(*scene, kMaxNodeDepth);
+    scene = importer.ApplyPostProcessing(aiProcess_JoinIdenticalVertices);
+    if (!scene) throw std::runtime_error("identical points could not be joined");
+    return ContentOf(*scene, std::filesystem::path(path).parent_path());
+}
+
+} // namespace TellarSceneImport

@@ -1,0 +1,242 @@
+#include "Document.h"
+
+#include <exception>
+#include <filesystem>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+#include "TinyGltf.h"
+#include <rapidjson/error/en.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include "Container.h"
+#include "DocumentCheck.h"
+#include "Extensions.h"
+#include "GltfError.h"
+#include "SourceFile.h"
+#include "Uri.h"
+
+namespace TellarSceneImport {
+
+// Fills a document. The library gets a JSON text without the parts that it would act upon or
+// refuse: buffers and images, which it would open and decode; strides, of which it accepts few;
+// and indices of primitives, which it does not accept for compressed ones. The loader adds them to
+// the model itself.
+class Document::Loader {
+public:
+    Loader(Document& document, std::vector<FileStamp>& files) : document(document), files(files) {}
+
+    void load();
+
+private:
+    void parseJson(std::string_view text);
+    void checkVersion() const;
+    void loadBuffers(std::string_view binary);
+    std::string_view loadBuffer(const Json& buffer, std::string_view binary, bool isFirst);
+    std::string_view bytesOfUri(const std::string& uri);
+    void parseModel();
+    std::string takeModelText();
+    void addImages();
+    int addView(std::string bytes);
+    template <typename Body>
+    void forEachPrimitive(Body body);
+
+    Document& document;
+    std::vector<FileStamp>& files;
+    rapidjson::Document json;
+    std::vector<std::size_t> strides; // of buffer views
+    std::vector<int> indices;         // of primitives, mesh by mesh
+    Json images;                      // may be null
+};
+
+namespace {
+
+Json* MutableMember(Json& object, const char* name) {
+    const auto found = object.FindMember(name);
+    return found == object.MemberEnd() ? nullptr : &found->value;
+}
+
+std::string FirstLine(const std::string& text) {
+    return text.substr(0, text.find('\n'));
+}
+
+} // namespace
+
+void Document::Loader::parseJson(std::string_view text) {
+    constexpr unsigned kFlags = rapidjson::kParseFullPrecisionFlag |
+                                rapidjson::kParseIterativeFlag |
+                                rapidjson::kParseValidateEncodingFlag;
+    json.Parse<kFlags>(text.data(), text.size());
+    if (json.HasParseError())
+        GltfError(std::string(rapidjson::GetParseError_En(json.GetParseError())) + " At byte " +
+                  std::to_string(json.GetErrorOffset()) + ".");
+    if (!json.IsObject()) GltfError("its JSON is no object");
+}
+
+void Document::Loader::checkVersion() const {
+    const std::string version = TextMember(Member(&json, "asset"), "version");
+    if (version.empty()) GltfError("it does not say which version of glTF it is");
+    if (version != "2" && version.substr(0, 2) != "2.")
+        throw std::runtime_error("it is glTF " + version + "; only glTF 2 is supported");
+}
+
+std::string_view Document::Loader::bytesOfUri(const std::string& uri) {
+    if (IsDataUri(uri)) {
+        auto data = DecodeDataUri(uri);
+        if (!data) GltfError("a buffer has a damaged data URI");
+        return document.owned.emplace_back(std::move(data->bytes));
+    }
+    const std::string path = document.pathOf(uri);
+    files.push_back(StampOf(path));
+    const FileStamp stamp = files.back();
+    const auto fail = [&](const std::string& reason) {
+        throw std::runtime_error("its buffer \"" + uri + "\": " + reason);
+    };
+    if (stamp.kind == std::filesystem::file_type::not_found) fail("there is no such file");
+    if (!stamp.isRegularFile()) fail("it is no regular file");
+    try {
+        return document.owned.emplace_back(ReadWhole(stamp));
+    } catch (const std::runtime_error& error) {
+        fail(error.what());
+    }
+    return {};
+}
+
+// A buffer without data is allowed as a place for views that are compressed elsewhere: it is empty
+// here, so that views without compression are refused.
+std::string_view Document::Loader::loadBuffer(const Json& buffer, std::string_view binary,
+                                              bool isFirst) {
+    const std::string uri = TextMember(&buffer, "uri");
+    const std::string_view bytes = !uri.empty() ? bytesOfUri(uri) : isFirst ? binary : "";
+    const std::uint64_t length = Member(&buffer, "byteLength")->GetUint64();
+    if (!bytes.empty() && bytes.size() < length) GltfError("a buffer is shorter than its length");
+    return bytes.substr(0, length);
+}
+
+void Document::Loader::loadBuffers(std::string_view binary) {
+    const Json* list = ArrayMember(&json, "buffers");
+    for (rapidjson::SizeType i = 0; i < SizeOf(list); ++i)
+        document.buffers.push_back(loadBuffer((*list)[i], binary, i == 0));
+}
+
+template <typename Body>
+void Document::Loader::forEachPrimitive(Body body) {
+    if (Json* meshes = MutableMember(json, "meshes"))
+        for (Json& mesh : meshes->GetArray())
+            if (Json* primitives = MutableMember(mesh, "primitives"))
+                for (Json& primitive : primitives->GetArray())
+                    body(primitive);
+}
+
+std::string Document::Loader::takeModelText() {
+    json.RemoveMember("buffers");
+    if (Json* list = MutableMember(json, "images")) images = std::move(*list);
+    json.RemoveMember("images");
+    if (Json* views = MutableMember(json, "bufferViews"))
+        for (Json& view : views->GetArray()) {
+            const Json* stride = Member(&view, "byteStride");
+            strides.push_back(stride ? stride->GetUint64() : 0);
+            view.RemoveMember("byteStride");
+        }
+    forEachPrimitive([this](Json& primitive) {
+        const Json* index = Member(&primitive, "indices");
+        indices.push_back(index ? index->GetInt() : -1);
+        primitive.RemoveMember("indices");
+    });
+    rapidjson::StringBuffer text;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(text);
+    if (!json.Accept(writer)) GltfError("its JSON holds a number that is not finite");
+    return std::string(text.GetString(), text.GetSize());
+}
+
+void Document::Loader::parseModel() {
+    const std::string text = takeModelText();
+    if (text.size() > std::numeric_limits<int>::max()) GltfError("its JSON is too large");
+    tinygltf::Model& model = *document.parsed;
+    std::string error, warning;
+    bool isLoaded = false;
+    try {
+        isLoaded = tinygltf::TinyGLTF().LoadASCIIFromString(&model, &error, &warning, text.data(),
+                                                            static_cast<unsigned>(text.size()), "");
+    } catch (const std::exception& exception) {
+        error = exception.what();
+    }
+    if (!isLoaded) GltfError(error.empty() ? "it cannot be understood" : FirstLine(error));
+
+    for (std::size_t i = 0; i < strides.size(); ++i)
+        model.bufferViews.at(i).byteStride = strides[i];
+    auto index = indices.begin();
+    for (tinygltf::Mesh& mesh : model.meshes)
+        for (tinygltf::Primitive& primitive : mesh.primitives)
+            primitive.indices = index != indices.end() ? *index++ : -1;
+}
+
+int Document::Loader::addView(std::string bytes) {
+    document.buffers.push_back(document.owned.emplace_back(std::move(bytes)));
+    tinygltf::BufferView& view = document.parsed->bufferViews.emplace_back();
+    view.buffer = static_cast<int>(document.buffers.size()) - 1;
+    view.byteLength = document.buffers.back().size();
+    return static_cast<int>(document.parsed->bufferViews.size()) - 1;
+}
+
+// The bytes of a data URI become a buffer view.
+void Document::Loader::addImages() {
+    for (rapidjson::SizeType i = 0; images.IsArray() && i < images.Size(); ++i) {
+        const Json& source = images[i];
+        tinygltf::Image& image = document.parsed->images.emplace_back();
+        image.name = TextMember(&source, "name");
+        image.mimeType = TextMember(&source, "mimeType");
+        const std::string uri = TextMember(&source, "uri");
+        if (!IsDataUri(uri)) {
+            image.uri = uri;
+            const Json* view = Member(&source, "bufferView");
+            if (view) image.bufferView = view->GetInt();
+            continue;
+        }
+        auto data = DecodeDataUri(uri);
+        if (!data) GltfError("an image has a damaged data URI");
+        if (image.mimeType.empty()) image.mimeType = data->mimeType;
+        image.bufferView = addView(std::move(data->bytes));
+    }
+}
+
+void Document::Loader::load() {
+    const GltfParts parts = SplitGltf(document.content);
+    parseJson(parts.json);
+    checkVersion();
+    document.unknown = CheckExtensions(json);
+    CheckGltf(json, kMaxNodeDepth);
+    loadBuffers(parts.binary);
+    parseModel();
+    addImages();
+}
+
+Document::Document(std::string source, const std::string& path, std::vector<FileStamp>& files)
+    : content(std::move(source)), folder(std::filesystem::path(path).parent_path().string()),
+      parsed(std::make_unique<tinygltf::Model>()) {
+    Loader(*this, files).load();
+}
+
+Document::~Document() = default;
+
+std::string_view Document::viewBytes(int index) const {
+    const tinygltf::BufferView& view = parsed->bufferViews.at(index);
+    const std::string_view buffer = buffers.at(view.buffer);
+    if (view.byteOffset > buffer.size() || view.byteLength > buffer.size() - view.byteOffset)
+        GltfError("buffer view " + std::to_string(index) + " goes beyond its buffer");
+    return buffer.substr(view.byteOffset, view.byteLength);
+}
+
+std::string_view Document::imageBytes(int image) const {
+    const int view = parsed->images.at(image).bufferView;
+    return view < 0 ? std::string_view() : viewBytes(view);
+}
+
+std::string Document::pathOf(const std::string& uri) const {
+    const std::filesystem::path path = std::filesystem::path(folder) / PercentDecoded(uri);
+    return path.lexically_normal().generic_string();
+}
+
+} // namespace TellarSceneImport
