@@ -4,6 +4,8 @@
 #include <string>
 #include <tuple>
 
+#include "motion/AnimationChoice.h"
+
 namespace TellarSceneImport {
 
 /// Which part of a file is wanted. Files whose format has no such parts ignore them.
@@ -11,8 +13,11 @@ struct ReadOptions {
     /// The name or the index of a scene of the file; empty for the one that the file shows.
     std::string scene;
 
+    /// An animation of the file, as ChooseAnimation finds it.
+    std::string animation = kFirstAnimation;
+
     friend bool operator<(const ReadOptions& a, const ReadOptions& b) {
-        return std::tie(a.scene) < std::tie(b.scene);
+        return std::tie(a.scene, a.animation) < std::tie(b.scene, b.animation);
     }
 };
 

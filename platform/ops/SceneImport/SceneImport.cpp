@@ -90,6 +90,7 @@ Settings ReadSettings(const ArgReader& args) {
     if (IsSelfOrBelow(settings.location, settings.materialLocation))
         TellarOps::ThrowArgumentError("materialLocation", "must not hold the scene's location");
     settings.options.scene = args.string("scene", "");
+    settings.options.animation = args.string("animation", kFirstAnimation);
     settings.clock.framesPerSecond =
         RequireFinite("framesPerSecond", args.doubles("framesPerSecond", 1, {24.0})[0]);
     if (settings.clock.framesPerSecond <= 0.0)
@@ -187,6 +188,9 @@ public:
                       {"scene", "string",
                        "The scene of a glTF file, by name or index. Default: the one that the file "
                        "shows."},
+                      {"animation", "string",
+                       "The animation of the file, by name or index; \"none\" for the pose without "
+                       "one. Default: \"first\"."},
                       {"framesPerSecond", "double",
                        "How many frames a second of the file's animation takes. Default: 24."},
                       {"frame", "double",

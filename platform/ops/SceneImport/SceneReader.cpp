@@ -61,7 +61,7 @@ SceneContent ReadContent(const FileStamp& stamp, const ReadOptions& options,
         return ReadGltf(ReadWhole(stamp), stamp.path, options, files);
     if (!IsAssimpExtension(extension))
         throw std::runtime_error("files of the kind \"" + extension + "\" are not supported");
-    return ReadWithAssimp(stamp, extension, files);
+    return ReadWithAssimp(stamp, extension, options, files);
 }
 
 } // namespace

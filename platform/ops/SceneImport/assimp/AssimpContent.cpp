@@ -10,6 +10,7 @@
 #include "AssimpParts.h"
 #include "MaterialNetwork.h"
 #include "MeshGeometry.h"
+#include "motion/AnimationChoice.h"
 
 namespace TellarSceneImport {
 
@@ -17,8 +18,9 @@ namespace {
 
 class ContentReader {
 public:
-    ContentReader(const aiScene& scene, const std::filesystem::path& folder)
-        : scene(scene), folder(folder) {}
+    ContentReader(const aiScene& scene, const std::string& animation,
+                  const std::filesystem::path& folder)
+        : scene(scene), animation(animation), folder(folder) {}
 
     SceneContent read();
 
@@ -27,11 +29,13 @@ private:
     void readMaterials();
     void readMeshes();
     void readMotions();
+    void readMotions(const aiAnimation& source);
     void readDevices();
     int nodeOfName(const aiString& name) const;
     void addDevice(ContentDevice device, const aiString& nodeName);
 
     const aiScene& scene;
+    const std::string& animation;
     const std::filesystem::path& folder;
     SceneContent content;
     std::vector<const aiNode*> sources;               // of content.nodes
@@ -91,17 +95,25 @@ int ContentReader::nodeOfName(const aiString& name) const {
     return found == nodesByName.end() ? -1 : found->second;
 }
 
-// The first of several animations of a node is used.
 void ContentReader::readMotions() {
-    for (unsigned i = 0; i < scene.mNumAnimations; ++i) {
-        const aiAnimation& animation = *scene.mAnimations[i];
-        for (unsigned j = 0; j < animation.mNumChannels; ++j) {
-            const aiNodeAnim& channel = *animation.mChannels[j];
-            const int index = nodeOfName(channel.mNodeName);
-            if (index < 0 || content.nodes[index].motion) continue;
-            content.nodes[index].motion =
-                MotionOf(channel, animation.mTicksPerSecond, *sources[index]);
-        }
+    std::vector<std::string> names;
+    for (unsigned i = 0; i < scene.mNumAnimations; ++i)
+        names.emplace_back(scene.mAnimations[i]->mName.C_Str());
+    const auto chosen = ChooseAnimation(names, animation);
+    if (!chosen) return;
+    readMotions(*scene.mAnimations[*chosen]);
+    if (animation != kFirstAnimation) return;
+    for (unsigned i = 0; i < scene.mNumAnimations; ++i)
+        readMotions(*scene.mAnimations[i]);
+}
+
+// A node keeps the motion that it has.
+void ContentReader::readMotions(const aiAnimation& source) {
+    for (unsigned i = 0; i < source.mNumChannels; ++i) {
+        const aiNodeAnim& channel = *source.mChannels[i];
+        const int index = nodeOfName(channel.mNodeName);
+        if (index < 0 || content.nodes[index].motion) continue;
+        content.nodes[index].motion = MotionOf(channel, source.mTicksPerSecond, *sources[index]);
     }
 }
 
@@ -133,8 +145,9 @@ SceneContent ContentReader::read() {
 
 } // namespace
 
-SceneContent ContentOf(const aiScene& scene, const std::filesystem::path& folder) {
-    return ContentReader(scene, folder).read();
+SceneContent ContentOf(const aiScene& scene, const std::string& animation,
+                       const std::filesystem::path& folder) {
+    return ContentReader(scene, animation, folder).read();
 }
 
 } // namespace TellarSceneImport

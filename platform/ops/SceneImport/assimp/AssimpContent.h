@@ -2,6 +2,7 @@
 #define SCENEIMPORT_ASSIMPCONTENT_H
 
 #include <filesystem>
+#include <string>
 
 #include "model/SceneContent.h"
 
@@ -13,8 +14,11 @@ namespace TellarSceneImport {
 /// 32-bit integers, and nodes are nested at most `maxDepth` deep.
 void CheckScene(const aiScene& scene, int maxDepth);
 
-/// The content of a scene that passed CheckScene. Relative texture paths start at `folder`.
-SceneContent ContentOf(const aiScene& scene, const std::filesystem::path& folder);
+/// The content of a scene that passed CheckScene. The motion is that of the animation that
+/// ChooseAnimation finds, but "first" is the first one of each node, because some exporters write
+/// an animation for every node. Relative texture paths start at `folder`.
+SceneContent ContentOf(const aiScene& scene, const std::string& animation,
+                       const std::filesystem::path& folder);
 
 } // namespace TellarSceneImport
 

@@ -80,7 +80,7 @@ bool IsAssimpExtension(const std::string& extension) {
 }
 
 SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension,
-                            std::vector<FileStamp>& files) {
+                            const ReadOptions& options, std::vector<FileStamp>& files) {
     Examine(stamp, extension);
     const std::string path = stamp.path;
     Assimp::Importer importer;
@@ -92,7 +92,7 @@ SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension
     CheckScene(*scene, kMaxNodeDepth);
     scene = importer.ApplyPostProcessing(aiProcess_JoinIdenticalVertices);
     if (!scene) throw std::runtime_error("identical points could not be joined");
-    return ContentOf(*scene, std::filesystem::path(path).parent_path());
+    return ContentOf(*scene, options.animation, std::filesystem::path(path).parent_path());
 }
 
 } // namespace TellarSceneImport

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "FileStamp.h"
+#include "ReadOptions.h"
 #include "model/SceneContent.h"
 
 namespace TellarSceneImport {
@@ -16,7 +17,7 @@ bool IsAssimpExtension(const std::string& extension);
 /// be done. `files` receives the stamp of every file that was accessed. Recursive: needs a stack of
 /// many megabytes.
 SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension,
-                            std::vector<FileStamp>& files);
+                            const ReadOptions& options, std::vector<FileStamp>& files);
 
 } // namespace TellarSceneImport
 

@@ -1,6 +1,10 @@
 #include "AssimpParts.h"
 
-#include "model/NodeMotion.h"
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "motion/NodeMotion.h"
 
 namespace TellarSceneImport {
 
@@ -39,10 +43,23 @@ float Degrees(float radians) {
     return static_cast<float>(radians * kDegrees);
 }
 
-template <typename Value, typename Key>
-void CopyKeys(Track<Value>& track, const Key* keys, unsigned count, double ticksPerSecond) {
-    for (unsigned i = 0; i < count; ++i)
-        track.keys.emplace_back(keys[i].mTime / ticksPerSecond, ToVector(keys[i].mValue));
+// Keys that are not finite are left out.
+template <typename Key>
+Track MakeTrack(TrackKind kind, std::size_t width, const Key* keys, unsigned count,
+                double ticksPerSecond) {
+    std::vector<double> seconds;
+    std::vector<float> values;
+    for (unsigned i = 0; i < count; ++i) {
+        const double time = keys[i].mTime / ticksPerSecond;
+        const auto value = ToVector(keys[i].mValue);
+        if (!std::isfinite(time) ||
+            !std::all_of(value.begin(), value.end(), [](double v) { return std::isfinite(v); }))
+            continue;
+        seconds.push_back(time);
+        for (const double number : value)
+            values.push_back(static_cast<float>(number));
+    }
+    return Track(kind, Interpolation::Linear, width, seconds, values);
 }
 
 } // namespace
@@ -85,16 +102,13 @@ ImportedLight LightOf(const aiLight& source) {
 std::shared_ptr<const Motion> MotionOf(const aiNodeAnim& channel, double ticksPerSecond,
                                        const aiNode& node) {
     if (!(ticksPerSecond > 0.0)) ticksPerSecond = kDefaultTicksPerSecond;
-    aiVector3D scale, position;
-    aiQuaternion rotation;
-    node.mTransformation.Decompose(scale, rotation, position);
-    Track<Vector3> positions{{}, ToVector(position)}, scales{{}, ToVector(scale)};
-    Track<Quaternion> rotations{{}, ToVector(rotation)};
-    CopyKeys(positions, channel.mPositionKeys, channel.mNumPositionKeys, ticksPerSecond);
-    CopyKeys(rotations, channel.mRotationKeys, channel.mNumRotationKeys, ticksPerSecond);
-    CopyKeys(scales, channel.mScalingKeys, channel.mNumScalingKeys, ticksPerSecond);
-    return std::make_shared<NodeMotion>(std::move(positions), std::move(rotations),
-                                        std::move(scales));
+    return std::make_shared<NodeMotion>(DecomposeMatrix(ToMatrix(node.mTransformation)),
+                                        MakeTrack(TrackKind::Vector, 3, channel.mPositionKeys,
+                                                  channel.mNumPositionKeys, ticksPerSecond),
+                                        MakeTrack(TrackKind::Rotation, 4, channel.mRotationKeys,
+                                                  channel.mNumRotationKeys, ticksPerSecond),
+                                        MakeTrack(TrackKind::Vector, 3, channel.mScalingKeys,
+                                                  channel.mNumScalingKeys, ticksPerSecond));
 }
 
 } // namespace TellarSceneImport

@@ -8,6 +8,7 @@
 
 #include "TinyGltf.h"
 
+#include "Deformation.h"
 #include "Devices.h"
 #include "Document.h"
 #include "Geometry.h"
@@ -21,8 +22,8 @@ namespace {
 
 class ContentReader {
 public:
-    ContentReader(const Document& document, const ReadOptions& options)
-        : document(document), model(document.model()), options(options) {}
+    ContentReader(const Document& document, const std::string& path, const ReadOptions& options)
+        : document(document), model(document.model()), path(path), options(options) {}
 
     SceneContent read();
 
@@ -31,10 +32,12 @@ private:
     void addNode(int index, std::uint32_t parent);
     void fillNode(int index, ContentNode& node);
     const std::vector<std::uint32_t>& shapesOf(int mesh);
+    void addMotion();
     int sceneIndex() const;
 
     const Document& document;
     const tinygltf::Model& model;
+    const std::string& path;
     const ReadOptions& options;
     SceneContent content;
     std::vector<int> sources;                             // of content.nodes; -1 for an added one
@@ -99,6 +102,14 @@ const std::vector<std::uint32_t>& ContentReader::shapesOf(int mesh) {
     return shapes;
 }
 
+void ContentReader::addMotion() {
+    const GltfAnimation animation = ReadAnimation(document, options.animation);
+    for (std::size_t i = 0; i < sources.size(); ++i)
+        if (const auto found = animation.nodes.find(sources[i]); found != animation.nodes.end())
+            content.nodes[i].motion = found->second;
+    DeformShapes(document, sources, animation, path, content);
+}
+
 SceneContent ContentReader::read() {
     shapesOfMesh.resize(model.meshes.size());
     isMeshRead.resize(model.meshes.size());
@@ -110,7 +121,7 @@ SceneContent ContentReader::read() {
         content.materials.push_back(
             {model.materials[i].name, MakeGltfMaterial(document, static_cast<int>(i))});
     readNodes();
-    AddMotion(document, sources, content);
+    addMotion();
     return std::move(content);
 }
 
@@ -132,7 +143,7 @@ SceneContent ReadGltf(std::string content, const std::string& path, const ReadOp
                       std::vector<FileStamp>& files) {
     const Document document(std::move(content), path, files);
     LogUnknown(document, path);
-    return ContentReader(document, options).read();
+    return ContentReader(document, path, options).read();
 }
 
 } // namespace TellarSceneImport

@@ -1,10 +1,9 @@
 #include "Motion.h"
 
-#include <algorithm>
-#include <map>
-#include <memory>
-#include <string>
+#include <cstddef>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "TinyGltf.h"
 
@@ -12,73 +11,98 @@
 #include "Document.h"
 #include "GltfError.h"
 #include "Nodes.h"
-#include "model/NodeMotion.h"
+#include "motion/AnimationChoice.h"
 
 namespace TellarSceneImport {
 
 namespace {
 
 struct NodeTracks {
-    Track<Vector3> position, scale;
-    Track<Quaternion> rotation;
+    Track position, rotation, scale;
 };
 
-template <typename Value>
-void ReadTrack(const Document& document, const tinygltf::AnimationSampler& sampler,
-               Track<Value>& track) {
+Interpolation InterpolationOf(const std::string& name) {
+    if (name == "STEP") return Interpolation::Step;
+    return name == "CUBICSPLINE" ? Interpolation::CubicSpline : Interpolation::Linear;
+}
+
+class AnimationReader {
+public:
+    AnimationReader(const Document& document, const tinygltf::Animation& animation)
+        : document(document), animation(animation) {}
+
+    GltfAnimation read();
+
+private:
+    void readChannel(const tinygltf::AnimationChannel& channel);
+    Track readTrack(const tinygltf::AnimationSampler& sampler, TrackKind kind, std::size_t width,
+                    int valueWidth) const;
+    std::size_t numberOfTargets(int node) const;
+
+    const Document& document;
+    const tinygltf::Animation& animation;
+    std::map<int, NodeTracks> tracks;
+    GltfAnimation result;
+};
+
+// `width` is the size of a value, and `valueWidth` that of an element of its accessor: weights are
+// lists of scalars.
+Track AnimationReader::readTrack(const tinygltf::AnimationSampler& sampler, TrackKind kind,
+                                 std::size_t width, int valueWidth) const {
     const AccessorFloats times = ReadFloats(document, sampler.input);
     const AccessorFloats values = ReadFloats(document, sampler.output);
-    Value value{};
-    // A cubic spline has a tangent before and after each value.
-    const bool isCubic = sampler.interpolation == "CUBICSPLINE";
-    const std::size_t perKey = isCubic ? 3 : 1;
-    if (values.width != static_cast<int>(value.size()) || values.count() / perKey < times.count())
-        GltfError("an animation has fewer values than times");
-    for (std::size_t i = 0; i < times.count(); ++i) {
-        const float* numbers = values.at(i * perKey + (isCubic ? 1 : 0));
-        std::copy_n(numbers, value.size(), value.begin());
-        track.keys.emplace_back(times.values[i], value);
-    }
+    const Interpolation interpolation = InterpolationOf(sampler.interpolation);
+    const std::size_t perKey = interpolation == Interpolation::CubicSpline ? 3 * width : width;
+    if (times.width != 1 || times.values.empty() || values.width != valueWidth ||
+        values.values.size() / perKey < times.values.size())
+        GltfError("animation \"" + animation.name + "\" has fewer values than times");
+    // Some exporters write more values than times.
+    const auto last = values.values.begin() + std::ptrdiff_t(times.values.size() * perKey);
+    return Track(kind, interpolation, width, {times.values.begin(), times.values.end()},
+                 {values.values.begin(), last});
 }
 
-void ReadChannel(const Document& document, const tinygltf::AnimationSampler& sampler,
-                 const std::string& path, NodeTracks& tracks) {
-    if (path == "translation") ReadTrack(document, sampler, tracks.position);
-    if (path == "rotation") ReadTrack(document, sampler, tracks.rotation);
-    if (path == "scale") ReadTrack(document, sampler, tracks.scale);
+std::size_t AnimationReader::numberOfTargets(int node) const {
+    const tinygltf::Model& model = document.model();
+    const int mesh = model.nodes[node].mesh;
+    if (mesh < 0 || model.meshes[mesh].primitives.empty()) return 0;
+    return model.meshes[mesh].primitives.front().targets.size();
 }
 
-NodeTracks TracksAtRest(const tinygltf::Node& node) {
-    const Transform transform = TransformOf(node);
-    NodeTracks tracks;
-    tracks.position.rest = transform.position;
-    tracks.rotation.rest = transform.rotation;
-    tracks.scale.rest = transform.scale;
-    return tracks;
+void AnimationReader::readChannel(const tinygltf::AnimationChannel& channel) {
+    const int node = channel.target_node;
+    if (node < 0) return;
+    const tinygltf::AnimationSampler& sampler = animation.samplers[channel.sampler];
+    const std::string& path = channel.target_path;
+    if (path == "translation")
+        tracks[node].position = readTrack(sampler, TrackKind::Vector, 3, 3);
+    else if (path == "rotation")
+        tracks[node].rotation = readTrack(sampler, TrackKind::Rotation, 4, 4);
+    else if (path == "scale")
+        tracks[node].scale = readTrack(sampler, TrackKind::Vector, 3, 3);
+    else if (const std::size_t targets = numberOfTargets(node); path == "weights" && targets > 0)
+        result.weights[node] = readTrack(sampler, TrackKind::Vector, targets, 1);
+}
+
+GltfAnimation AnimationReader::read() {
+    for (const tinygltf::AnimationChannel& channel : animation.channels)
+        readChannel(channel);
+    for (auto& [node, moved] : tracks)
+        result.nodes[node] = std::make_shared<NodeMotion>(
+            TransformOf(document.model().nodes[node]), std::move(moved.position),
+            std::move(moved.rotation), std::move(moved.scale));
+    return std::move(result);
 }
 
 } // namespace
 
-// The first of several animations of a node is used.
-void AddMotion(const Document& document, const std::vector<int>& sources, SceneContent& content) {
-    const tinygltf::Model& model = document.model();
-    std::map<int, std::shared_ptr<const Motion>> motions;
-    for (const tinygltf::Animation& animation : model.animations) {
-        std::map<int, NodeTracks> moved;
-        for (const tinygltf::AnimationChannel& channel : animation.channels) {
-            const int node = channel.target_node;
-            if (node < 0 || motions.count(node) > 0 || channel.target_path == "weights") continue;
-            const auto tracks = moved.emplace(node, TracksAtRest(model.nodes[node])).first;
-            ReadChannel(document, animation.samplers[channel.sampler], channel.target_path,
-                        tracks->second);
-        }
-        for (auto& [node, tracks] : moved)
-            motions[node] = std::make_shared<NodeMotion>(
-                std::move(tracks.position), std::move(tracks.rotation), std::move(tracks.scale));
-    }
-    for (std::size_t i = 0; i < sources.size(); ++i)
-        if (const auto found = motions.find(sources[i]); found != motions.end())
-            content.nodes[i].motion = found->second;
+GltfAnimation ReadAnimation(const Document& document, const std::string& wanted) {
+    const auto& animations = document.model().animations;
+    std::vector<std::string> names;
+    for (const tinygltf::Animation& animation : animations)
+        names.push_back(animation.name);
+    const std::optional<std::size_t> index = ChooseAnimation(names, wanted);
+    return index ? AnimationReader(document, animations[*index]).read() : GltfAnimation();
 }
 
 } // namespace TellarSceneImport

@@ -1,17 +1,26 @@
 #ifndef SCENEIMPORT_GLTFMOTION_H
 #define SCENEIMPORT_GLTFMOTION_H
 
-#include <vector>
+#include <map>
+#include <memory>
+#include <string>
 
-#include "model/SceneContent.h"
+#include "motion/NodeMotion.h"
+#include "motion/Track.h"
 
 namespace TellarSceneImport {
 
 class Document;
 
-/// Adds the motion of a glTF file to the nodes of `content`, which are already there. `sources`
-/// holds the index of each one's node in the file, or -1 for a node that was added.
-void AddMotion(const Document& document, const std::vector<int>& sources, SceneContent& content);
+/// One animation of a glTF file: what it moves, by index of the node.
+struct GltfAnimation {
+    std::map<int, std::shared_ptr<const NodeMotion>> nodes;
+    std::map<int, Track> weights; ///< of morph targets
+};
+
+/// Reads the animation that ChooseAnimation finds; an empty one if that is none. Throws
+/// std::runtime_error when there is no such animation or its values do not fit its times.
+GltfAnimation ReadAnimation(const Document& document, const std::string& wanted);
 
 } // namespace TellarSceneImport
 

@@ -153,6 +153,10 @@ Box Box::transformed(const Matrix& m) const {
     return result;
 }
 
+double Box::diagonal() const {
+    return isEmpty() ? 0 : std::hypot(high[0] - low[0], high[1] - low[1], high[2] - low[2]);
+}
+
 OxAttribute::DoubleAttribute Box::attribute() const {
     if (isEmpty()) return {};
     return OxAttribute::DoubleAttribute({low[0], high[0], low[1], high[1], low[2], high[2]}, 1);

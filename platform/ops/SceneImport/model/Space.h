@@ -51,6 +51,8 @@ public:
     void add(const Box& box);
     /// The box of the transformed corners, which may be larger than that of the transformed points.
     Box transformed(const Matrix& matrix) const;
+    /// The distance between opposite corners; 0 for an empty box.
+    double diagonal() const;
     /// x min, x max, y min, y max, z min, z max; invalid for an empty box.
     OxAttribute::DoubleAttribute attribute() const;
 

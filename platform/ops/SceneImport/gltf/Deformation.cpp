@@ -1,0 +1,211 @@
+#include "Deformation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <utility>
+
+#include <OxTellarSDK/GroupBuilder.h>
+
+#include "TinyGltf.h"
+
+#include "Accessors.h"
+#include "Document.h"
+#include "GltfError.h"
+#include "NamedLogger.h"
+#include "Nodes.h"
+#include "motion/MeshMotion.h"
+
+namespace TellarSceneImport {
+
+using OxAttribute::FloatAttribute;
+
+namespace {
+
+const NamedLogger kLogger("SceneImport");
+
+std::vector<float> FloatsOf(const OxAttribute::GroupAttribute& geometry, const char* name) {
+    const FloatAttribute values(geometry.getChildByName(name));
+    const auto sample = values.getNearestSample(0);
+    return {sample.begin(), sample.end()};
+}
+
+class Deformer {
+public:
+    Deformer(const Document& document, const GltfAnimation& animation, SceneContent& content)
+        : document(document), model(document.model()), animation(animation), content(content) {}
+
+    void makeSkeleton(int root);
+    void deformNode(std::uint32_t index, const tinygltf::Node& source, const Track* weights);
+    /// Returns the part of the samples that is kept.
+    double finish();
+
+private:
+    const Skin& skinOf(int index);
+    std::shared_ptr<const MeshMotion::Joints> jointsOf(const tinygltf::Primitive& primitive,
+                                                       int skin, std::size_t pointCount);
+    std::vector<MorphTarget> targetsOf(const tinygltf::Primitive& primitive) const;
+    std::vector<float> vectors(int accessor) const;
+    std::shared_ptr<MeshMotion> motionOf(const ContentShape& shape,
+                                         const tinygltf::Primitive& primitive,
+                                         const tinygltf::Node& node, const Track* weights);
+
+    const Document& document;
+    const tinygltf::Model& model;
+    const GltfAnimation& animation;
+    SceneContent& content;
+    std::shared_ptr<const Skeleton> skeleton;
+    std::map<int, Skin> skins;
+    // The motion of each shape that was added.
+    std::vector<std::pair<std::size_t, std::shared_ptr<MeshMotion>>> motions;
+};
+
+// `root` is the node whose space the points of skins are in, or -1 for the space of the scene.
+void Deformer::makeSkeleton(int root) {
+    std::vector<Skeleton::Node> nodes(model.nodes.size());
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+        nodes[i].rest = MatrixOf(model.nodes[i]);
+        const auto motion = animation.nodes.find(static_cast<int>(i));
+        if (motion != animation.nodes.end()) nodes[i].motion = motion->second;
+        for (const int child : model.nodes[i].children)
+            nodes[child].parent = static_cast<int>(i);
+    }
+    if (root >= 0) {
+        nodes[root].rest = kIdentity;
+        nodes[root].motion = nullptr;
+        nodes[root].parent = -1;
+    }
+    skeleton = std::make_shared<Skeleton>(std::move(nodes));
+}
+
+const Skin& Deformer::skinOf(int index) {
+    const auto [found, isNew] = skins.emplace(index, Skin{});
+    Skin& skin = found->second;
+    if (!isNew) return skin;
+    const tinygltf::Skin& source = model.skins[index];
+    skin.joints.assign(source.joints.begin(), source.joints.end());
+    skin.inverseBinds.assign(skin.joints.size(), kIdentity);
+    if (source.inverseBindMatrices < 0) return skin;
+    // The file's matrices are column major for column vectors: the same order of numbers.
+    const AccessorFloats matrices = ReadFloats(document, source.inverseBindMatrices);
+    if (matrices.width != 16 || matrices.count() < skin.joints.size())
+        GltfError("skin \"" + source.name + "\" has fewer matrices than joints");
+    for (std::size_t i = 0; i < skin.joints.size(); ++i)
+        std::copy_n(matrices.at(i), 16, skin.inverseBinds[i].begin());
+    return skin;
+}
+
+std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const tinygltf::Primitive& primitive,
+                                                             int skin, std::size_t pointCount) {
+    std::vector<Influences::Set> sets;
+    for (int i = 0;; ++i) {
+        const auto joints = primitive.attributes.find("JOINTS_" + std::to_string(i));
+        const auto weights = primitive.attributes.find("WEIGHTS_" + std::to_string(i));
+        if (joints == primitive.attributes.end() || weights == primitive.attributes.end()) break;
+        sets.push_back(
+            {ReadUnsigned(document, joints->second), ReadFloats(document, weights->second).values});
+    }
+    if (sets.empty()) return nullptr;
+    const Skin& source = skinOf(skin);
+    return std::make_shared<MeshMotion::Joints>(
+        MeshMotion::Joints{skeleton, source, Influences(pointCount, sets, source.joints.size())});
+}
+
+std::vector<float> Deformer::vectors(int accessor) const {
+    AccessorFloats values = ReadFloats(document, accessor);
+    if (values.width != 3) GltfError("a morph target is not of vectors");
+    return std::move(values.values);
+}
+
+std::vector<MorphTarget> Deformer::targetsOf(const tinygltf::Primitive& primitive) const {
+    std::vector<MorphTarget> targets;
+    for (const auto& source : primitive.targets) {
+        MorphTarget& target = targets.emplace_back();
+        const auto positions = source.find("POSITION"), normals = source.find("NORMAL");
+        if (positions != source.end()) target.positions = vectors(positions->second);
+        if (normals != source.end() && primitive.attributes.count("NORMAL") > 0)
+            target.normals = vectors(normals->second);
+    }
+    return targets;
+}
+
+// Null for a primitive that nothing deforms.
+std::shared_ptr<MeshMotion> Deformer::motionOf(const ContentShape& shape,
+                                               const tinygltf::Primitive& primitive,
+                                               const tinygltf::Node& node, const Track* weights) {
+    MeshMotion::Parts parts;
+    parts.points = {FloatsOf(shape.geometry, "point.P"), FloatsOf(shape.geometry, "point.N")};
+    if (node.skin >= 0)
+        parts.joints = jointsOf(primitive, node.skin, parts.points.positions.size() / 3);
+    parts.targets = targetsOf(primitive);
+    if (!parts.joints && parts.targets.empty()) return nullptr;
+    parts.restWeights = node.weights.empty() ? model.meshes[node.mesh].weights : node.weights;
+    parts.restWeights.resize(parts.targets.size());
+    if (weights && weights->width() == parts.targets.size()) parts.weights = *weights;
+    return std::make_shared<MeshMotion>(std::move(parts));
+}
+
+void Deformer::deformNode(std::uint32_t index, const tinygltf::Node& source, const Track* weights) {
+    const auto& primitives = model.meshes[source.mesh].primitives;
+    const std::vector<std::uint32_t> shapes = std::move(content.nodes[index].shapes);
+    content.nodes[index].shapes.clear();
+    for (std::size_t i = 0; i < shapes.size(); ++i) {
+        ContentShape shape = content.shapes[shapes[i]];
+        const auto motion = i < primitives.size() && !shape.type.empty()
+                                ? motionOf(shape, primitives[i], source, weights)
+                                : nullptr;
+        if (!motion) {
+            content.nodes[index].shapes.push_back(shapes[i]);
+            continue;
+        }
+        const auto added = static_cast<std::uint32_t>(content.shapes.size());
+        if (shape.name.empty()) shape.name = source.name.empty() ? "" : source.name + "Shape";
+        content.shapes.push_back(std::move(shape));
+        content.nodes[source.skin >= 0 ? 0 : index].shapes.push_back(added);
+        motions.emplace_back(added, motion);
+    }
+}
+
+double Deformer::finish() {
+    std::vector<std::shared_ptr<MeshMotion>> all;
+    for (const auto& [shape, motion] : motions)
+        all.push_back(motion);
+    const double kept = LimitMotion(all, kMaxMotionBytes);
+    for (const auto& [index, motion] : motions) {
+        ContentShape& shape = content.shapes[index];
+        shape.bound = motion->bound();
+        if (motion->sampleCount() > 1) {
+            shape.motion = motion;
+            continue;
+        }
+        OxAttribute::GroupBuilder attrs;
+        attrs.set("geometry", shape.geometry);
+        motion->apply({}, attrs);
+        shape.geometry = attrs.build().getChildByName("geometry");
+    }
+    return kept;
+}
+
+} // namespace
+
+void DeformShapes(const Document& document, const std::vector<int>& sources,
+                  const GltfAnimation& animation, const std::string& path, SceneContent& content) {
+    Deformer deformer(document, animation, content);
+    deformer.makeSkeleton(sources.front());
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        if (sources[i] < 0) continue;
+        const tinygltf::Node& source = document.model().nodes[sources[i]];
+        const auto weights = animation.weights.find(sources[i]);
+        if (source.mesh >= 0)
+            deformer.deformNode(static_cast<std::uint32_t>(i), source,
+                                weights == animation.weights.end() ? nullptr : &weights->second);
+    }
+    const double kept = deformer.finish();
+    if (kept < 1)
+        kLogger.warn("{}: the moving points take more than {} MiB; one sample in {} is kept", path,
+                     kMaxMotionBytes >> 20, std::lround(std::ceil(1 / kept)));
+}
+
+} // namespace TellarSceneImport
