@@ -11,6 +11,7 @@
 #include "files/RegularFile.h"
 #include "gltf/GltfReader.h"
 #include "model/SceneBuilder.h"
+#include "ply/PlyReader.h"
 
 namespace TellarSceneImport {
 
@@ -59,6 +60,8 @@ SceneContent ReadContent(const FileStamp& stamp, const ReadOptions& options,
     const std::string extension = LowerExtension(stamp.path);
     if (extension == ".gltf" || extension == ".glb")
         return ReadGltf(ReadWhole(stamp), stamp.path, options, files);
+    if (extension == ".ply")
+        return ReadPly(ReadWhole(stamp), std::filesystem::path(stamp.path).parent_path());
     if (!IsAssimpExtension(extension))
         throw std::runtime_error("files of the kind \"" + extension + "\" are not supported");
     return ReadWithAssimp(stamp, extension, options, files);

@@ -15,7 +15,6 @@
 #include "checks/ColladaCheck.h"
 #include "checks/FbxCheck.h"
 #include "checks/ObjCheck.h"
-#include "checks/PlyCheck.h"
 #include "files/RegularFile.h"
 
 namespace TellarSceneImport {
@@ -68,7 +67,6 @@ void Configure(Assimp::Importer& importer) {
 void Examine(const FileStamp& stamp, const std::string& extension) {
     if (extension == ".dae") CheckCollada(ReadWhole(stamp), kMaxNodeDepth);
     if (extension == ".fbx") CheckFbx(ReadWhole(stamp), kMaxNodeDepth);
-    if (extension == ".ply") CheckPly(ReadWhole(stamp));
     if (extension == ".obj")
         CheckObj(ReadWhole(stamp), std::filesystem::path(stamp.path).filename().string());
 }

@@ -231,7 +231,7 @@ TEST(DamagedPly, TellsTheTruthInItsHeader) {
 
 TEST(DamagedPly, HasNoFacesOfPointsThatDoNotExist) {
     EXPECT_EQ(ReasonOf("a.ply", Replaced(kFacesPly, "3 0 2 1", "3 0 2 9")),
-              "damaged: a face refers to a point that does not exist");
+              "damaged PLY: a face refers to a point that does not exist");
 }
 
 TEST(DamagedCollada, HasWhatItsAccessorsReferTo) {

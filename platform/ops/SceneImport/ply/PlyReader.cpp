@@ -1,0 +1,101 @@
+#include "PlyReader.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <OxTellarSDK/GroupBuilder.h>
+
+#include "PlyMesh.h"
+#include "assimp/MaterialNetwork.h"
+
+namespace TellarSceneImport {
+
+using OxAttribute::FloatAttribute;
+using OxAttribute::GroupAttribute;
+using OxAttribute::GroupBuilder;
+using OxAttribute::IntAttribute;
+using OxAttribute::StringAttribute;
+
+namespace {
+
+GroupAttribute Arbitrary(const char* scope, const char* inputType, const FloatAttribute& value) {
+    GroupBuilder entry;
+    entry.set("scope", StringAttribute(scope));
+    entry.set("inputType", StringAttribute(inputType));
+    entry.set("value", value);
+    return entry.build();
+}
+
+// Colours and texture coordinates of points come before those of faces and corners.
+GroupAttribute ArbitraryAttributes(const PlyMesh& mesh) {
+    GroupBuilder arbitrary;
+    if (!mesh.colors.empty())
+        arbitrary.set("color", Arbitrary("point", "color4", FloatAttribute(mesh.colors, 4)));
+    else if (!mesh.faceColors.empty())
+        arbitrary.set("color", Arbitrary("face", "color4", FloatAttribute(mesh.faceColors, 4)));
+    if (!mesh.st.empty())
+        arbitrary.set("st", Arbitrary("point", "point2", FloatAttribute(mesh.st, 2)));
+    else if (!mesh.cornerSt.empty())
+        arbitrary.set("st", Arbitrary("vertex", "point2", FloatAttribute(mesh.cornerSt, 2)));
+    return arbitrary.isEmpty() ? GroupAttribute() : arbitrary.build();
+}
+
+GroupAttribute Geometry(const PlyMesh& mesh) {
+    GroupBuilder geometry;
+    geometry.set("point.P", FloatAttribute(mesh.positions, 3));
+    if (!mesh.normals.empty()) geometry.set("point.N", FloatAttribute(mesh.normals, 3));
+    if (mesh.corners.empty()) {
+        if (!mesh.widths.empty()) geometry.set("point.width", FloatAttribute(mesh.widths, 1));
+    } else {
+        geometry.set("poly.vertexList", IntAttribute(mesh.corners, 1));
+        geometry.set("poly.startIndex", IntAttribute(mesh.starts, 1));
+    }
+    geometry.set("arbitrary", ArbitraryAttributes(mesh));
+    return geometry.build();
+}
+
+bool HasColors(const PlyMesh& mesh) {
+    return !mesh.colors.empty() || !mesh.faceColors.empty();
+}
+
+GroupAttribute Material(const PlyMesh& mesh, const std::filesystem::path& folder) {
+    aiMaterial material;
+    const aiColor3D white(1, 1, 1);
+    material.AddProperty(&white, 1, AI_MATKEY_COLOR_DIFFUSE);
+    if (!mesh.texture.empty()) {
+        const aiString texture(mesh.texture);
+        material.AddProperty(&texture, AI_MATKEY_TEXTURE_DIFFUSE(0));
+    }
+    GroupBuilder network;
+    network.update(MakeMaterialNetwork(material, folder));
+    if (HasColors(mesh)) network.set("nodes.surface.parameters.vertexColor", IntAttribute(1));
+    return network.build();
+}
+
+Box BoundOf(const PlyMesh& mesh) {
+    Box bound;
+    for (std::size_t i = 0; i + 2 < mesh.positions.size(); i += 3)
+        bound.add(mesh.positions[i], mesh.positions[i + 1], mesh.positions[i + 2]);
+    return bound;
+}
+
+} // namespace
+
+SceneContent ReadPly(std::string_view content, const std::filesystem::path& folder) {
+    const PlyMesh mesh = ReadPlyMesh(content);
+    SceneContent result;
+    ContentNode& node = result.nodes.emplace_back();
+    if (mesh.positions.empty()) return result;
+    node.shapes = {0};
+    ContentShape& shape = result.shapes.emplace_back();
+    shape.type = mesh.corners.empty() ? "pointcloud" : "polymesh";
+    shape.geometry = Geometry(mesh);
+    shape.bound = BoundOf(mesh);
+    if (!HasColors(mesh) && mesh.texture.empty()) return result;
+    shape.material = 0;
+    result.materials.push_back({"", Material(mesh, folder)});
+    return result;
+}
+
+} // namespace TellarSceneImport
