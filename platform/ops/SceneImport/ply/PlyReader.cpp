@@ -1,13 +1,11 @@
 #include "PlyReader.h"
 
 #include <string>
-#include <utility>
-#include <vector>
 
 #include <OxTellarSDK/GroupBuilder.h>
 
+#include "PlyMaterial.h"
 #include "PlyMesh.h"
-#include "assimp/MaterialNetwork.h"
 
 namespace TellarSceneImport {
 
@@ -59,25 +57,15 @@ bool HasColors(const PlyMesh& mesh) {
     return !mesh.colors.empty() || !mesh.faceColors.empty();
 }
 
-GroupAttribute Material(const PlyMesh& mesh, const std::filesystem::path& folder) {
-    aiMaterial material;
-    const aiColor3D white(1, 1, 1);
-    material.AddProperty(&white, 1, AI_MATKEY_COLOR_DIFFUSE);
-    if (!mesh.texture.empty()) {
-        const aiString texture(mesh.texture);
-        material.AddProperty(&texture, AI_MATKEY_TEXTURE_DIFFUSE(0));
-    }
-    GroupBuilder network;
-    network.update(MakeMaterialNetwork(material, folder));
-    if (HasColors(mesh)) network.set("nodes.surface.parameters.vertexColor", IntAttribute(1));
-    return network.build();
-}
-
 Box BoundOf(const PlyMesh& mesh) {
     Box bound;
     for (std::size_t i = 0; i + 2 < mesh.positions.size(); i += 3)
         bound.add(mesh.positions[i], mesh.positions[i + 1], mesh.positions[i + 2]);
     return bound;
+}
+
+std::string PathOf(const std::string& texture, const std::filesystem::path& folder) {
+    return (folder / texture).lexically_normal().string();
 }
 
 } // namespace
@@ -94,7 +82,8 @@ SceneContent ReadPly(std::string_view content, const std::filesystem::path& fold
     shape.bound = BoundOf(mesh);
     if (!HasColors(mesh) && mesh.texture.empty()) return result;
     shape.material = 0;
-    result.materials.push_back({"", Material(mesh, folder)});
+    const std::string texture = mesh.texture.empty() ? "" : PathOf(mesh.texture, folder);
+    result.materials.push_back({"", MakePlyMaterial(texture, HasColors(mesh))});
     return result;
 }
 
