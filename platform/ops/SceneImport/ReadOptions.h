@@ -12,12 +12,14 @@ namespace TellarSceneImport {
 struct ReadOptions {
     /// The name or the index of a scene of the file; empty for the one that the file shows.
     std::string scene;
-
+    /// The name of a set of materials; empty for the usual ones.
+    std::string variant;
     /// An animation of the file, as ChooseAnimation finds it.
     std::string animation = kFirstAnimation;
 
     friend bool operator<(const ReadOptions& a, const ReadOptions& b) {
-        return std::tie(a.scene, a.animation) < std::tie(b.scene, b.animation);
+        return std::tie(a.scene, a.variant, a.animation) <
+               std::tie(b.scene, b.variant, b.animation);
     }
 };
 

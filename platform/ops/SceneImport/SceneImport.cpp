@@ -91,6 +91,7 @@ Settings ReadSettings(const ArgReader& args) {
         TellarOps::ThrowArgumentError("materialLocation", "must not hold the scene's location");
     settings.options.scene = args.string("scene", "");
     settings.options.animation = args.string("animation", kFirstAnimation);
+    settings.options.variant = args.string("variant", "");
     settings.clock.framesPerSecond =
         RequireFinite("framesPerSecond", args.doubles("framesPerSecond", 1, {24.0})[0]);
     if (settings.clock.framesPerSecond <= 0.0)
@@ -191,6 +192,8 @@ public:
                       {"animation", "string",
                        "The animation of the file, by name or index; \"none\" for the pose without "
                        "one. Default: \"first\"."},
+                      {"variant", "string",
+                       "The set of materials of a glTF file, by name. Default: the usual ones."},
                       {"framesPerSecond", "double",
                        "How many frames a second of the file's animation takes. Default: 24."},
                       {"frame", "double",

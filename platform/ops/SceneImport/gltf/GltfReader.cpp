@@ -12,9 +12,11 @@
 #include "Devices.h"
 #include "Document.h"
 #include "Geometry.h"
+#include "ImageFiles.h"
 #include "Materials.h"
 #include "Motion.h"
 #include "Nodes.h"
+#include "Variants.h"
 
 namespace TellarSceneImport {
 
@@ -28,6 +30,7 @@ public:
     SceneContent read();
 
 private:
+    void readMaterials();
     void readNodes();
     void addNode(int index, std::uint32_t parent);
     void fillNode(int index, ContentNode& node);
@@ -39,6 +42,7 @@ private:
     const tinygltf::Model& model;
     const std::string& path;
     const ReadOptions& options;
+    int variant = -1; // the usual materials
     SceneContent content;
     std::vector<int> sources;                             // of content.nodes; -1 for an added one
     std::vector<std::vector<std::uint32_t>> shapesOfMesh; // empty until asked for
@@ -97,7 +101,7 @@ const std::vector<std::uint32_t>& ContentReader::shapesOf(int mesh) {
         shape.name = source.name;
         if (source.primitives.size() > 1 && !shape.name.empty())
             shape.name += "-" + std::to_string(i);
-        shape.material = source.primitives[i].material;
+        shape.material = MaterialOf(model, source.primitives[i], variant);
     }
     return shapes;
 }
@@ -110,6 +114,20 @@ void ContentReader::addMotion() {
     DeformShapes(document, sources, animation, path, content);
 }
 
+void ContentReader::readMaterials() {
+    if (!options.variant.empty()) variant = FindVariant(model, options.variant);
+    ImageFiles images(document, path);
+    const ImagePath pathOf = [&](int image, const std::string& material) {
+        return images.pathOf(image, material);
+    };
+    const MaterialWarning warn = [&](const std::string& about) { images.warn(about); };
+    const std::vector<bool> haveColors = FindMaterialsWithColors(model);
+    for (std::size_t i = 0; i < model.materials.size(); ++i)
+        content.materials.push_back(
+            {model.materials[i].name,
+             MakeGltfMaterial(model, model.materials[i], haveColors[i], pathOf, warn)});
+}
+
 SceneContent ContentReader::read() {
     shapesOfMesh.resize(model.meshes.size());
     isMeshRead.resize(model.meshes.size());
@@ -117,9 +135,7 @@ SceneContent ContentReader::read() {
         content.cameras.push_back(ReadCamera(camera));
     for (const tinygltf::Light& light : model.lights)
         content.lights.push_back(ReadLight(light));
-    for (std::size_t i = 0; i < model.materials.size(); ++i)
-        content.materials.push_back(
-            {model.materials[i].name, MakeGltfMaterial(document, static_cast<int>(i))});
+    readMaterials();
     readNodes();
     addMotion();
     return std::move(content);

@@ -1,0 +1,50 @@
+#ifndef SCENEIMPORT_TEXTUREFILES_H
+#define SCENEIMPORT_TEXTUREFILES_H
+
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "images/ImageCache.h"
+
+namespace TellarSceneImport {
+
+/// The files of the textures of one scene file: pictures beside it, and pictures inside it, which
+/// are put into the image cache. Logs one warning for each file that does not exist. For one
+/// thread.
+class TextureFiles {
+public:
+    /// `scenePath` is absolute.
+    explicit TextureFiles(std::string scenePath);
+
+    /// The absolute path of a picture that the scene file refers to by `reference`. If there is no
+    /// such file, one of the same name is looked for beside the scene file and in its folder
+    /// "textures", in any case of letters; many files name folders of another computer. If
+    /// there is none, the path is that of the reference. `material` is for the warning.
+    std::string pathOf(const std::string& reference, const std::string& material);
+
+    /// Whether pathOf() finds a file exactly where the reference says.
+    bool exists(const std::string& reference) const;
+
+    /// The path of a picture inside the scene file, in the cache; empty, with one warning for the
+    /// scene file, if it cannot be written. `hint` is what ImageExtension() takes.
+    std::string pathOfEmbedded(std::string_view bytes, std::string_view hint);
+
+    /// Logs a warning about this scene file.
+    void warn(const std::string& about) const;
+
+private:
+    std::string asWritten(const std::string& reference) const;
+    std::string findElsewhere(const std::string& path) const;
+
+    const std::string scenePath;
+    std::map<std::string, std::string> known; // by reference
+    std::unique_ptr<ImageCache> cache;        // null until the first embedded picture
+    bool isCacheBroken = false;
+};
+
+} // namespace TellarSceneImport
+
+#endif
