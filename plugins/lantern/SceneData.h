@@ -9,6 +9,7 @@
 #include <vector>
 
 #include <Imath/ImathBox.h>
+#include <Imath/ImathColor.h>
 #include <Imath/ImathMatrix.h>
 #include <Imath/ImathVec.h>
 
@@ -48,6 +49,12 @@ struct UvSet {
     CornerValues<V2f> st;
 };
 
+/// One set of colors, red, green, blue and alpha in scene-linear light.
+struct ColorSet {
+    std::string name; ///< "color", "color1", ...
+    CornerValues<Imath::C4f> colors;
+};
+
 /// Triangles in the space of their location.
 struct Mesh {
     std::vector<std::vector<V3f>> points; ///< one or more steps of equal size
@@ -55,12 +62,14 @@ struct Mesh {
     std::vector<Index> faces;     ///< for each triangle the face that it belongs to
     CornerValues<V3f> normals;    ///< unit length
     std::vector<UvSet> uvSets;
+    std::vector<ColorSet> colorSets;
 };
 
 /// Spheres in the space of their location.
 struct Spheres {
     std::vector<std::vector<V3f>> centers; ///< one or more steps
     std::vector<float> radii;              ///< one per sphere
+    std::vector<ColorSet> colorSets;       ///< one color per sphere, without an index
 };
 
 /// Values along curves, such as texture coordinates, with their name.
@@ -97,6 +106,15 @@ struct Shape {
     }
 };
 
+/// An affine map of texture coordinates.
+struct UvTransform {
+    V2f alongS{1, 0}; ///< what (1, 0) becomes, without the offset
+    V2f alongT{0, 1};
+    V2f offset{0, 0};
+
+    V2f operator()(const V2f& st) const { return alongS * st.x + alongT * st.y + offset; }
+};
+
 /// An image that replaces a value of a material, or gives the radiance of an environment light.
 struct Texture {
     enum class Wrap { Repeat, Clamp, Mirror, Black };
@@ -107,40 +125,115 @@ struct Texture {
     bool isSrgb = false;     ///< else its values are linear
     int channel = -1;        ///< 0 to 3 for a single channel; -1 for the first three
     Color multiply{1, 1, 1}; ///< a single channel is multiplied by the first component
-    // The coordinates are scaled, then rotated, then moved before the lookup.
-    V2f uvScale{1, 1};
-    float uvTurn = 0; ///< radians, counter-clockwise
-    V2f uvOffset{0, 0};
+    UvTransform uvTransform; ///< of the coordinates before the lookup
 };
+
+/// A value in a shading network: the result of a step, or a constant.
+struct ShadingValue {
+    Color constant{0, 0, 0}; ///< also if the step has no result, as an image that cannot be read
+    Index step = kNone;      ///< index into Material::steps
+    int channel = -1;        ///< 0 to 2: that component of the step's result, three times
+};
+
+/// One operation of a shading network. Its inputs are earlier steps or constants.
+struct ShadingStep {
+    enum class Kind {
+        Image,       ///< `texture`; no result if it cannot be read
+        VertexColor, ///< of the color set `set`; no result if the shape has none of that name
+        VertexAlpha, ///< its alpha
+        Checker,     ///< input 0 or 1, alternating between unit squares
+        Noise,       ///< from input 0 to input 1, gradient noise with `octaves`
+        Ramp,        ///< `stops` at the red component of input 0
+        CoordinateS, ///< the first texture coordinate
+        CoordinateT, ///< the second one
+        Mix,         ///< from input 0 to input 1 by input 2
+        Add,         ///< input 0 + input 1
+        Multiply,    ///< input 0 * input 1
+        Invert,      ///< 1 - input 0
+        Combine,     ///< the first components of inputs 0, 1 and 2
+    };
+    struct Stop {
+        float place = 0;
+        Color color;
+    };
+
+    Kind kind = Kind::Image;
+    std::array<ShadingValue, 3> inputs;
+    Index texture = kNone;
+    std::string set = "st"; ///< of texture coordinates or of colors
+    UvTransform uvTransform;
+    int octaves = 1;
+    bool isStepped = false;  ///< a ramp keeps the color of the last stop
+    std::vector<Stop> stops; ///< ascending, at least one for a ramp
+};
+
+constexpr std::size_t kMostShadingSteps = 64; ///< of one material
+
+/// The values of a material that a shading network can feed.
+enum class MaterialInput {
+    BaseColor,
+    Emission,
+    Specular,
+    SpecularColor,
+    Metalness,
+    Roughness,
+    Ior,
+    Opacity,
+    Transmission,
+    Thickness,
+    AttenuationDistance,
+    AttenuationColor,
+    Coat,
+    CoatRoughness,
+    SheenColor,
+    SheenRoughness,
+    Anisotropy,
+    AnisotropyRotation,
+    Normal,
+    CoatNormal,
+    Count
+};
+constexpr std::size_t kMaterialInputs = static_cast<std::size_t>(MaterialInput::Count);
 
 /// A standard surface. Numbers are from 0 to 1 unless a comment says otherwise.
 struct Material {
     std::string name; ///< the path of the assigned material, or else the name of its shader
     Color baseColor{0.8f, 0.8f, 0.8f};
-    Color emission{0, 0, 0}; ///< radiance
-    Color specularColor{1, 1, 1};
-    float specular = 1; ///< weight of the reflection of a dielectric
+    Color emission{0, 0, 0};      ///< radiance
+    Color specularColor{1, 1, 1}; ///< of the reflection of a dielectric at normal incidence
+    float specular = 1;           ///< weight of the reflection of a dielectric
     float metalness = 0;
     float roughness = 0.5f; ///< the GGX parameter alpha is its square
     float ior = 1.5f;       ///< 1 or more
     float transmission = 0;
+    float thickness = -1; ///< 0: a thin sheet that does not refract; else the shape is solid
+    float attenuationDistance = 0; ///< where the inside has attenuationColor; 0: it is clear
+    Color attenuationColor{1, 1, 1};
     float coat = 0;
     float coatRoughness = 0.1f;
+    Color sheenColor{0, 0, 0};
+    float sheenRoughness = 0.3f;
+    float anisotropy = 0;
+    float anisotropyRotation = 0; ///< radians, from the direction of growing s
     float opacity = 1;
     float alphaCutoff = -1; ///< from 0 on: opacity is 1 from this value on, else 0
     float normalScale = 1;
     bool isDoubleSided = true; ///< else invisible from inside
+    bool isUnlit = false;      ///< the base color has become the emission
 
-    // Each replaces the value of the same name above, if it is not kNone. The last one is a normal
-    // map in tangent space.
-    Index baseColorTexture = kNone;
-    Index emissionTexture = kNone;
-    Index specularTexture = kNone;
-    Index metalnessTexture = kNone;
-    Index roughnessTexture = kNone;
-    Index opacityTexture = kNone;
-    Index transmissionTexture = kNone;
-    Index normalTexture = kNone;
+    /// The network that replaces values above. A normal is a color of a normal map in tangent
+    /// space; its constant is unused.
+    std::vector<ShadingStep> steps;
+    std::array<ShadingValue, kMaterialInputs> fed;
+    std::string normalUvSet = "st"; ///< of tangent space
+
+    bool isEmissive() const {
+        return emission != Color(0) || (*this)[MaterialInput::Emission].step != kNone;
+    }
+    ShadingValue& operator[](MaterialInput input) { return fed[static_cast<std::size_t>(input)]; }
+    const ShadingValue& operator[](MaterialInput input) const {
+        return fed[static_cast<std::size_t>(input)];
+    }
 };
 
 /// The materials of the faces of an instance.

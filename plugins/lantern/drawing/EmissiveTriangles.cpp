@@ -11,14 +11,10 @@ namespace {
 
 constexpr std::size_t kMostTriangles = std::size_t(1) << 22;
 
-bool IsEmissive(const Material& material) {
-    return !IsBlack(material.emission) || material.emissionTexture != kNone;
-}
-
 bool IsEmissive(const Surface& surface, const std::vector<Material>& materials) {
-    return IsEmissive(materials[surface.material]) ||
+    return materials[surface.material].isEmissive() ||
            std::any_of(surface.faceMaterials.begin(), surface.faceMaterials.end(),
-                       [&](Index i) { return i != kNone && IsEmissive(materials[i]); });
+                       [&](Index i) { return i != kNone && materials[i].isEmissive(); });
 }
 
 } // namespace
@@ -46,7 +42,7 @@ EmissiveTriangles::EmissiveTriangles(const SceneData& scene, const Materials& ma
 
 /// The radiance is the mean at four points: the centroid and one towards each corner.
 float EmissiveTriangles::powerOf(RayHit hit) const {
-    if (!IsEmissive(materials.materialAt(hit.instance, hit.primitive))) return 0;
+    if (!materials.materialAt(hit.instance, hit.primitive).isEmissive()) return 0;
     float sum = 0;
     for (const V2f& at : {V2f(1, 1) / 3.0f, V2f(1, 1) / 6.0f, V2f(4, 1) / 6.0f, V2f(1, 4) / 6.0f}) {
         hit.u = at.x;

@@ -98,6 +98,12 @@ const UvSet* FindSet(const Mesh& mesh, const std::string& name) {
     return hasFirst ? &mesh.uvSets.front() : nullptr;
 }
 
+const ColorSet* FindSet(const std::vector<ColorSet>& sets, const std::string& name) {
+    for (const ColorSet& set : sets)
+        if (set.name == name && !set.colors.values.empty()) return &set;
+    return nullptr;
+}
+
 } // namespace
 
 float OffsetAt(const V3f& point, const M44f& m) {
@@ -156,6 +162,19 @@ bool CoordinatesAt(const SceneData& scene, const RayHit& hit, const std::string&
     const UvSet* const set = FindSet(shape.mesh, uvSet);
     if (!set) return false;
     st = Between(CornerValuesOf(set->st, shape.mesh, hit.primitive), hit.u, hit.v);
+    return true;
+}
+
+bool ColorAt(const SceneData& scene, const RayHit& hit, const std::string& colorSet,
+             Imath::C4f& color) {
+    const Shape& shape = scene.shapes[scene.instances[hit.instance].shape];
+    if (!shape.curves.segments.empty()) return false;
+    const bool isMesh = !shape.mesh.triangles.empty();
+    const ColorSet* const set =
+        FindSet(isMesh ? shape.mesh.colorSets : shape.spheres.colorSets, colorSet);
+    if (!set) return false;
+    color = isMesh ? Between(CornerValuesOf(set->colors, shape.mesh, hit.primitive), hit.u, hit.v)
+                   : set->colors.values[hit.primitive];
     return true;
 }
 

@@ -29,6 +29,11 @@ HitGeometry GeometryAt(const SceneData& scene, const Ray& ray, const RayHit& hit
 /// false, and assigns nothing, if the mesh has no coordinates.
 bool CoordinatesAt(const SceneData& scene, const RayHit& hit, const std::string& uvSet, V2f& st);
 
+/// Assigns the color of the set of that name. Returns false, and assigns nothing, if the shape has
+/// no such set.
+bool ColorAt(const SceneData& scene, const RayHit& hit, const std::string& colorSet,
+             Imath::C4f& color);
+
 /// Assigns the directions in which the texture coordinates s and t grow, in world space and not
 /// normalized. Returns false if there are none, as where the coordinates do not change.
 bool TangentsAt(const SceneData& scene, const RayHit& hit, float time, const std::string& uvSet,

@@ -4,41 +4,24 @@
 #include <cmath>
 
 #include "drawing/Numbers.h"
+#include "drawing/ShadingPoint.h"
 
 namespace lantern {
 namespace {
 
+/// Whether the input has a value of its own at each hit. An image that cannot be read has none.
+bool IsFed(const Material& material, MaterialInput input, const Textures& textures) {
+    const Index step = material[input].step;
+    if (step == kNone) return false;
+    const ShadingStep& source = material.steps[step];
+    return source.kind != ShadingStep::Kind::Image || textures.has(source.texture);
+}
+
 bool IsOpaque(const Material& material, const Textures& textures) {
     const bool isOpaque = material.alphaCutoff >= 0 ? material.opacity >= material.alphaCutoff
                                                     : material.opacity >= 1;
-    return material.isDoubleSided && isOpaque && !textures.has(material.opacityTexture);
+    return material.isDoubleSided && isOpaque && !IsFed(material, MaterialInput::Opacity, textures);
 }
-
-/// Looks up textures at a hit. A value without a texture stays as it is.
-class TexturedHit {
-public:
-    TexturedHit(const SceneData& scene, const Textures& textures, const RayHit& hit)
-        : scene(scene), textures(textures), hit(hit) {}
-
-    Color color(const Color& value, Index texture) const {
-        Color result = value;
-        V2f st;
-        if (coordinates(texture, st)) textures.color(texture, st, result);
-        return result;
-    }
-    float number(float value, Index texture) const { return color(Color(value), texture).x; }
-    float share(float value, Index texture) const { return Clamp01(number(value, texture)); }
-
-private:
-    bool coordinates(Index texture, V2f& st) const {
-        return textures.has(texture) &&
-               CoordinatesAt(scene, hit, scene.textures[texture].uvSet, st);
-    }
-
-    const SceneData& scene;
-    const Textures& textures;
-    const RayHit& hit;
-};
 
 /// Negative components and those that are not finite become 0.
 Color NonNegative(const Color& color) {
@@ -81,21 +64,20 @@ Index Materials::indexAt(Index instance, Index primitive) const {
 float Materials::opacity(const RayHit& hit, bool isFromInside) const {
     const Material& material = materialAt(hit.instance, hit.primitive);
     if (isFromInside && !material.isDoubleSided) return 0;
-    const float opacity =
-        TexturedHit(scene, textures, hit).share(material.opacity, material.opacityTexture);
+    const float opacity = ShadingPoint(scene, textures, hit, material)
+                              .share(MaterialInput::Opacity, material.opacity);
     if (material.alphaCutoff >= 0) return opacity >= material.alphaCutoff ? 1 : 0;
     return opacity;
 }
 
 void Materials::applyNormalMap(const RayHit& hit, float time, HitGeometry& geometry) const {
     const Material& material = materialAt(hit.instance, hit.primitive);
-    if (!textures.has(material.normalTexture)) return;
+    if (!IsFed(material, MaterialInput::Normal, textures)) return;
     V3f alongS, alongT;
-    if (!TangentsAt(scene, hit, time, scene.textures[material.normalTexture].uvSet, geometry.normal,
-                    alongS, alongT))
+    if (!TangentsAt(scene, hit, time, material.normalUvSet, geometry.normal, alongS, alongT))
         return;
     const Color encoded =
-        TexturedHit(scene, textures, hit).color({0.5f, 0.5f, 1}, material.normalTexture);
+        ShadingPoint(scene, textures, hit, material).color(MaterialInput::Normal, {0.5f, 0.5f, 1});
     const V3f bent = encoded * 2.0f - V3f(1);
     const V3f normal = geometry.shadingNormal;
     const V3f s = Normalized(alongS - normal * (alongS ^ normal), V3f(0));
@@ -105,26 +87,29 @@ void Materials::applyNormalMap(const RayHit& hit, float time, HitGeometry& geome
 }
 
 SurfaceProperties Materials::surfaceAt(const RayHit& hit) const {
+    using Input = MaterialInput;
     const Material& m = materialAt(hit.instance, hit.primitive);
-    const TexturedHit place(scene, textures, hit);
-    const float roughness = place.share(m.roughness, m.roughnessTexture);
-    const float coatRoughness = Clamp01(m.coatRoughness);
+    ShadingPoint at(scene, textures, hit, m);
+    const float roughness = at.share(Input::Roughness, m.roughness);
+    const float coatRoughness = at.share(Input::CoatRoughness, m.coatRoughness);
+    const float ior = at.number(Input::Ior, m.ior);
     SurfaceProperties result;
-    result.baseColor = Clamp01(place.color(m.baseColor, m.baseColorTexture));
-    result.specular = Clamp01(m.specularColor) * place.share(m.specular, m.specularTexture);
-    result.metalness = place.share(m.metalness, m.metalnessTexture);
+    result.baseColor = Clamp01(at.color(Input::BaseColor, m.baseColor));
+    result.specular = Clamp01(at.color(Input::SpecularColor, m.specularColor)) *
+                      at.share(Input::Specular, m.specular);
+    result.metalness = at.share(Input::Metalness, m.metalness);
     result.alpha = roughness * roughness;
-    result.ior = m.ior >= 1 && std::isfinite(m.ior) ? m.ior : 1;
-    result.transmission = place.share(m.transmission, m.transmissionTexture);
-    result.coat = Clamp01(m.coat);
+    result.ior = ior >= 1 && std::isfinite(ior) ? ior : 1;
+    result.transmission = at.share(Input::Transmission, m.transmission);
+    result.coat = at.share(Input::Coat, m.coat);
     result.coatAlpha = coatRoughness * coatRoughness;
     return result;
 }
 
 Color Materials::emission(const RayHit& hit) const {
     const Material& material = materialAt(hit.instance, hit.primitive);
-    return NonNegative(
-        TexturedHit(scene, textures, hit).color(material.emission, material.emissionTexture));
+    return NonNegative(ShadingPoint(scene, textures, hit, material)
+                           .color(MaterialInput::Emission, material.emission));
 }
 
 } // namespace lantern

@@ -31,13 +31,6 @@ std::array<float, 256> LinearBytes() {
     return values;
 }
 
-V2f Transformed(const Texture& texture, const V2f& st) {
-    const V2f scaled = st * texture.uvScale;
-    const float c = std::cos(texture.uvTurn);
-    const float s = std::sin(texture.uvTurn);
-    return V2f(c * scaled.x - s * scaled.y, s * scaled.x + c * scaled.y) + texture.uvOffset;
-}
-
 /// The texel at a place that may be outside of the image; -1 for black.
 int Wrapped(std::int64_t place, int size, Texture::Wrap wrap) {
     const auto modulo = [](std::int64_t value, std::int64_t by) { return (value % by + by) % by; };
@@ -268,7 +261,7 @@ bool Textures::has(Index texture) const {
 bool Textures::color(Index texture, const V2f& st, Color& value) const {
     if (!has(texture)) return false;
     const Image& image = library->images[texture];
-    const V2f place = Transformed(*image.texture, st);
+    const V2f place = image.texture->uvTransform(st);
     return library->blend(image, {place.x, 1 - place.y}, image.texture->wrapU, image.texture->wrapV,
                           value);
 }

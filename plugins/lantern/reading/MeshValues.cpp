@@ -63,7 +63,7 @@ std::vector<Index> PointsOfCorners(const MeshCorners& where, const Mesh& mesh) {
     return points;
 }
 
-// Texture coordinates -----------------------------------------------------------------------------
+// Texture coordinates and colors ------------------------------------------------------------------
 
 std::size_t CountElements(Scope scope, const MeshCorners& where) {
     switch (scope) {
@@ -89,16 +89,32 @@ std::vector<Index> ElementsOfCorners(Scope scope, const MeshCorners& where, cons
     return elements;
 }
 
-CornerValues<V2f> ToCorners(IndexedUvs uvs, Scope scope, const MeshCorners& where,
-                            const Mesh& mesh) {
-    CornerValues<V2f> st;
-    st.values = std::move(uvs.values);
-    if (scope == Scope::Point && uvs.index.empty()) return st;
-    st.index = ElementsOfCorners(scope, where, mesh);
-    if (!uvs.index.empty())
-        for (Index& element : st.index)
-            element = uvs.index[element];
-    return st;
+template <typename Value>
+CornerValues<Value> ToCorners(IndexedValues<Value> indexed, Scope scope, const MeshCorners& where,
+                              const Mesh& mesh) {
+    CornerValues<Value> result;
+    result.values = std::move(indexed.values);
+    if (scope == Scope::Point && indexed.index.empty()) return result;
+    result.index = ElementsOfCorners(scope, where, mesh);
+    if (!indexed.index.empty())
+        for (Index& element : result.index)
+            element = indexed.index[element];
+    return result;
+}
+
+/// The values of a set at the corners of the mesh. Returns nothing, with a warning, if it does not
+/// fit. `read` reads the set of a number of elements.
+template <typename Value>
+std::optional<CornerValues<Value>>
+ReadSet(const ShapeReader& reader, const std::string& name, const Attribute& set,
+        const MeshCorners& where, const Mesh& mesh,
+        std::optional<IndexedValues<Value>> (*read)(const Attribute&, std::size_t, float)) {
+    const std::optional<Scope> scope = ReadScope(set);
+    std::optional<IndexedValues<Value>> values;
+    if (scope) values = read(set, CountElements(*scope, where), reader.shutter.open);
+    if (values) return ToCorners(std::move(*values), *scope, where, mesh);
+    reader.warn("\"geometry.arbitrary." + name + "\" does not fit the mesh; it is left out");
+    return {};
 }
 
 } // namespace
@@ -126,21 +142,20 @@ void ReadNormals(const ShapeReader& reader, const Attribute& geometry, const Mes
     mesh.normals.index = where.corners;
 }
 
-void ReadUvSets(const ShapeReader& reader, const Attribute& geometry, const MeshCorners& where,
-                Mesh& mesh) {
+void ReadSets(const ShapeReader& reader, const Attribute& geometry, const MeshCorners& where,
+              Mesh& mesh) {
     const Attribute arbitrary = geometry.child("arbitrary");
     for (std::int64_t i = 0; i < arbitrary.childCount(); ++i) {
         const std::string name = arbitrary.childName(i);
-        const Attribute uvSet = arbitrary.childAt(i);
-        if (!IsUvSet(name) || !uvSet.isGroup()) continue;
-        const std::optional<Scope> scope = ReadScope(uvSet);
-        std::optional<IndexedUvs> uvs;
-        if (scope) uvs = ReadIndexedUvs(uvSet, CountElements(*scope, where), reader.shutter.open);
-        if (uvs)
-            mesh.uvSets.push_back({name, ToCorners(std::move(*uvs), *scope, where, mesh)});
-        else
-            reader.warn("\"geometry.arbitrary." + name +
-                        "\" does not fit the mesh; it is left out");
+        const Attribute set = arbitrary.childAt(i);
+        if (!set.isGroup()) continue;
+        if (IsUvSet(name)) {
+            if (auto st = ReadSet(reader, name, set, where, mesh, ReadIndexedUvs))
+                mesh.uvSets.push_back({name, std::move(*st)});
+        } else if (IsColorSet(name, set)) {
+            if (auto colors = ReadSet(reader, name, set, where, mesh, ReadIndexedColors))
+                mesh.colorSets.push_back({name, std::move(*colors)});
+        }
     }
 }
 

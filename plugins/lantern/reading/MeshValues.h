@@ -21,8 +21,9 @@ struct MeshCorners {
 void ReadNormals(const ShapeReader& reader, const Attribute& geometry, const MeshCorners& where,
                  Mesh& mesh);
 
-void ReadUvSets(const ShapeReader& reader, const Attribute& geometry, const MeshCorners& where,
-                Mesh& mesh);
+/// Reads texture coordinates and colors.
+void ReadSets(const ShapeReader& reader, const Attribute& geometry, const MeshCorners& where,
+              Mesh& mesh);
 
 } // namespace lantern
 

@@ -1,59 +1,24 @@
 #include "reading/ReadMaterial.h"
 
 #include <algorithm>
-#include <array>
-#include <cctype>
-#include <cmath>
-#include <limits>
+#include <set>
 #include <utility>
 
 namespace lantern {
 
-const MaterialDraft::Slot MaterialDraft::slots[] = {
-    {"baseColor", &Material::baseColorTexture, true},
-    {"emission", &Material::emissionTexture, true},
-    {"specular", &Material::specularTexture, false},
-    {"metalness", &Material::metalnessTexture, false},
-    {"roughness", &Material::roughnessTexture, false},
-    {"opacity", &Material::opacityTexture, false},
-    {"transmission", &Material::transmissionTexture, false},
-    {"normal", &Material::normalTexture, false},
-};
-
 namespace {
 
-using Warn = std::function<void(const std::string& what)>;
+using Input = MaterialInput;
+using Kind = ShadingStep::Kind;
 
-constexpr float kHuge = std::numeric_limits<float>::max();
+const char* const kLayer = "layer";
+const char* const kVertexColors = "color"; // the set that multiplies the base color
+constexpr std::size_t kMostLayers = 8;     // one within the other
+const Color kBlack(0, 0, 0);
 
-struct ColorInput {
-    const char* name;
-    Color Material::*value;
-    float most;
-};
-constexpr ColorInput kColors[] = {
-    {"baseColor", &Material::baseColor, 1},
-    {"emission", &Material::emission, kHuge},
-    {"specularColor", &Material::specularColor, 1},
-};
-
-struct NumberInput {
-    const char* name;
-    float Material::*value;
-    float least, most;
-};
-constexpr NumberInput kNumbers[] = {
-    {"specular", &Material::specular, 0, 1},
-    {"metalness", &Material::metalness, 0, 1},
-    {"roughness", &Material::roughness, 0, 1},
-    {"ior", &Material::ior, 1, 1000},
-    {"transmission", &Material::transmission, 0, 1},
-    {"coat", &Material::coat, 0, 1},
-    {"coatRoughness", &Material::coatRoughness, 0, 1},
-    {"opacity", &Material::opacity, 0, 1},
-    {"alphaCutoff", &Material::alphaCutoff, -1, 1},
-    {"normalScale", &Material::normalScale, -kHuge, kHuge},
-};
+const MaterialInputInfo& InfoOf(Input input) {
+    return kInputInfos[static_cast<std::size_t>(input)];
+}
 
 /// Assigns the shader's own defaults; false for an unknown shader.
 bool SetDefaults(const std::string& type, Material& material) {
@@ -73,276 +38,273 @@ bool SetDefaults(const std::string& type, Material& material) {
     return std::find(std::begin(known), std::end(known), type) != std::end(known);
 }
 
-const char* const kImage = "image";
-const char* const kConstant = "constant";
-
-/// 0 to 3 for a single channel, -1 for all.
-int ChannelOf(const std::string& port) {
-    const auto place = std::string("rgba").find(port);
-    return port.size() == 1 && place != std::string::npos ? static_cast<int>(place) : -1;
+ShadingStep VertexColorStep() {
+    ShadingStep step;
+    step.kind = Kind::VertexColor;
+    step.set = kVertexColors;
+    return step;
 }
 
-std::vector<float> FiniteNumbers(const Attribute& value) {
-    std::vector<float> numbers = value.floatsNearest();
-    const auto isFinite = [](float number) { return std::isfinite(number); };
-    if (!std::all_of(numbers.begin(), numbers.end(), isFinite)) numbers.clear();
-    return numbers;
+ShadingUse UseOf(const MaterialInputInfo& info, const std::string& name, const Material& material) {
+    const bool isNormal = info.input == Input::Normal || info.input == Input::CoatNormal;
+    return {name, info.color != nullptr, info.color || isNormal, material.opacity};
 }
 
-Texture::Wrap ReadWrap(const Attribute& mode) {
-    if (mode.isTextEqual("clamp")) return Texture::Wrap::Clamp;
-    if (mode.isTextEqual("mirror")) return Texture::Wrap::Mirror;
-    if (mode.isTextEqual("decal") || mode.isTextEqual("black")) return Texture::Wrap::Black;
-    return Texture::Wrap::Repeat;
+/// What feeds an input or, if nothing does, its own value.
+ShadingValue ValueOf(const Material& material, const MaterialInputInfo& info) {
+    ShadingValue value = material[info.input];
+    value.constant = OwnValueOf(material, info);
+    return value;
 }
 
-/// Whether a file whose color space is not given holds sRGB: colors do, except in ".exr" and
-/// ".hdr".
-bool IsSrgbByItself(const std::string& file, bool isColor) {
-    std::string extension = file.substr(std::min(file.rfind('.'), file.size()));
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return isColor && extension != ".exr" && extension != ".hdr";
-}
-
-class MaterialReader {
+/// Reads one standard surface, whose steps belong to the compiler.
+class SurfaceReader {
 public:
-    MaterialReader(const ShadingNetwork& network, const ShadingNode& shader,
-                   const TextureFileOf& textureFileOf, const Warn& warn)
-        : network(network), shader(shader), textureFileOf(textureFileOf), warn(warn) {}
+    SurfaceReader(const ShadingNode& shader, ShadingCompiler& compiler, const WarnOfMaterial& warn)
+        : shader(shader), compiler(compiler), warn(warn) {}
 
-    MaterialDraft read();
+    Material read();
 
 private:
-    void readColor(const ColorInput& color);
-    void readNumber(const NumberInput& number);
-    void readTextures();
-    Attribute valueOf(const std::string& input) const;
-    Attribute constantOf(const ShadingConnection& connection) const;
-    std::optional<Texture> readTexture(const MaterialDraft::Slot& slot) const;
-    std::optional<std::string> fileOf(const ShadingNode& image, const std::string& name) const;
-    void readImage(const ShadingNode& image, Texture& texture) const;
-    Color multiplyOf(const ShadingNode& image, const Texture& texture) const;
-    void warnOfUnreadInputs() const;
-    std::string input(const char* name) const;
+    std::string nameOf(const MaterialInputInfo& info) const;
+    std::vector<float> numbersOf(const std::string& name) const;
+    void readOwn(const MaterialInputInfo& info);
+    void readNumber(const char* name, float least, float most, float& number) const;
+    void readFed(const MaterialInputInfo& info);
+    void multiplyByVertexColor();
+    void multiplyEmission();
+    void makeUnlit();
 
-    const ShadingNetwork& network;
     const ShadingNode& shader;
-    const TextureFileOf& textureFileOf;
-    const Warn& warn;
-    MaterialDraft draft;
+    ShadingCompiler& compiler;
+    const WarnOfMaterial& warn;
+    Material material;
 };
 
-MaterialDraft MaterialReader::read() {
-    if (!SetDefaults(shader.type(), draft.values))
+Material SurfaceReader::read() {
+    if (!SetDefaults(shader.type(), material))
         warn("the shader \"" + shader.type() +
              "\" is not known; it is drawn as a standard surface");
-    for (const ColorInput& color : kColors)
-        readColor(color);
-    for (const NumberInput& number : kNumbers)
-        readNumber(number);
-    draft.values.isDoubleSided = valueOf("doubleSided").number(1) != 0;
-    readTextures();
-    warnOfUnreadInputs();
-    return std::move(draft);
+    for (const MaterialInputInfo& info : kInputInfos)
+        readOwn(info);
+    readNumber("alphaCutoff", -1, 1, material.alphaCutoff);
+    readNumber("normalScale", -1e6f, 1e6f, material.normalScale);
+    material.isDoubleSided = shader.parameter("doubleSided").number(1) != 0;
+    for (const MaterialInputInfo& info : kInputInfos)
+        readFed(info);
+    if (shader.connection("bump"))
+        warn("\"bump\" of its material has a texture, which is left out");
+    multiplyByVertexColor();
+    multiplyEmission();
+    if (shader.parameter("unlit").number(0) != 0) makeUnlit();
+    return std::move(material);
 }
 
 /// The name among the input's aliases that the shader uses.
-std::string MaterialReader::input(const char* name) const {
-    if (name != std::string("baseColor")) return name;
+std::string SurfaceReader::nameOf(const MaterialInputInfo& info) const {
+    if (info.input != Input::BaseColor) return info.name;
     for (const char* const other : {"baseColor", "color", "Kd", "diffuse"})
         if (shader.parameter(other) || shader.connection(other)) return other;
-    return name;
+    return info.name;
 }
 
-/// The value of a connected constant, or else of the input itself.
-Attribute MaterialReader::valueOf(const std::string& input) const {
-    const std::optional<ShadingConnection> connection = shader.connection(input);
-    const Attribute constant = connection ? constantOf(*connection) : Attribute();
-    return constant ? constant : shader.parameter(input);
-}
-
-Attribute MaterialReader::constantOf(const ShadingConnection& connection) const {
-    const std::optional<ShadingNode> node = network.find(connection.node);
-    if (!node || node->type() != kConstant) return {};
-    const Attribute value = node->parameter("value");
-    Attribute whole = value ? value : node->parameter("color");
-    const int channel = ChannelOf(connection.port);
-    const std::vector<float> numbers = whole.floatsNearest();
-    if (channel < 0 || static_cast<std::size_t>(channel) >= numbers.size()) return whole;
-    const auto& suite = whole.suite();
-    return Attribute::owning(suite,
-                             suite.createFloat(&numbers[static_cast<std::size_t>(channel)], 1, 1));
-}
-
-void MaterialReader::readColor(const ColorInput& color) {
-    const Attribute value = valueOf(input(color.name));
-    if (!value) return;
+/// Assigns the parameter's value, clamped to its range.
+void SurfaceReader::readOwn(const MaterialInputInfo& info) {
+    const std::string name = nameOf(info);
+    const Attribute value = shader.parameter(name);
+    if (info.number) return readNumber(name.c_str(), info.least, info.most, material.*info.number);
+    if (!value || !info.color) return;
     const std::vector<float> numbers = FiniteNumbers(value);
     if (numbers.size() != 1 && numbers.size() < 3)
-        return warn("\"" + std::string(color.name) + "\" of its material is no colour");
-    Color& own = draft.values.*color.value;
+        return warn("\"" + std::string(info.name) + "\" of its material is no colour");
+    Color& own = material.*info.color;
     own = numbers.size() == 1 ? Color(numbers[0]) : Color(numbers[0], numbers[1], numbers[2]);
     for (int i = 0; i < 3; ++i)
-        own[i] = std::clamp(own[i], 0.0f, color.most);
+        own[i] = std::clamp(own[i], info.least, info.most);
 }
 
-void MaterialReader::readNumber(const NumberInput& number) {
-    const Attribute value = valueOf(number.name);
+void SurfaceReader::readNumber(const char* name, float least, float most, float& number) const {
+    const Attribute value = shader.parameter(name);
     if (!value) return;
     const std::vector<float> numbers = FiniteNumbers(value);
-    if (numbers.empty())
-        return warn("\"" + std::string(number.name) + "\" of its material is no number");
+    if (numbers.empty()) return warn("\"" + std::string(name) + "\" of its material is no number");
     float sum = 0; // a color stands for its mean
     for (const float one : numbers)
         sum += one;
-    draft.values.*number.value =
-        std::clamp(sum / static_cast<float>(numbers.size()), number.least, number.most);
+    number = std::clamp(sum / static_cast<float>(numbers.size()), least, most);
 }
 
-void MaterialReader::readTextures() {
-    for (std::size_t i = 0; i < MaterialDraft::kSlots; ++i)
-        draft.textures[i] = readTexture(MaterialDraft::slots[i]);
-}
-
-std::optional<Texture> MaterialReader::readTexture(const MaterialDraft::Slot& slot) const {
-    const std::string name = input(slot.input);
-    const std::optional<ShadingConnection> connection = shader.connection(name);
-    const bool takesAll = slot.isColor || slot.input == std::string("normal");
-    Texture texture;
-    if (!connection) {
-        const std::optional<std::string> file = textureFileOf(name);
-        if (!file) return {};
-        texture.file = *file;
-        texture.isSrgb = IsSrgbByItself(*file, slot.isColor);
-        texture.channel = takesAll ? -1 : 0;
-        return texture;
+/// A constant that is connected becomes the own value.
+void SurfaceReader::readFed(const MaterialInputInfo& info) {
+    const std::string name = nameOf(info);
+    const ShadingUse use = UseOf(info, name, material);
+    if (!shader.connection(name) && !shader.hasConnectionsOfComponents(name)) {
+        if (const auto texture = compiler.textureOf(use)) material[info.input] = *texture;
+        return;
     }
-    const std::optional<ShadingNode> node = network.find(connection->node);
-    if (node && node->type() == kConstant) return {};
-    const bool isImage = node && node->type() == kImage;
-    const std::optional<std::string> file = isImage ? fileOf(*node, name) : std::nullopt;
-    if (!file) {
-        const std::string what = !node     ? "a node that is not there"
-                                 : isImage ? "an image without a file"
-                                           : "a node of the type \"" + node->type() + "\"";
-        warn("\"" + name + "\" of its material is fed by " + what + "; its own value is used");
+    const ShadingValue value = compiler.inputOf(shader, name, OwnValueOf(material, info), use);
+    if (value.step != kNone) {
+        material[info.input] = value;
+        const ShadingStep& step = compiler.steps[value.step];
+        if (info.input == Input::Normal && step.kind == Kind::Image)
+            material.normalUvSet = step.set;
+        return;
+    }
+    Color own = value.constant;
+    if (info.number) own = Color((own.x + own.y + own.z) / 3); // a color stands for its mean
+    for (int i = 0; i < 3; ++i)
+        own[i] = std::clamp(own[i], info.least, info.most);
+    SetOwnValue(material, info, own);
+}
+
+/// A surface without any base color takes that of the vertices.
+void SurfaceReader::multiplyByVertexColor() {
+    const MaterialInputInfo& info = InfoOf(Input::BaseColor);
+    const std::string name = nameOf(info);
+    const bool hasBase = shader.parameter(name) || material[Input::BaseColor].step != kNone ||
+                         shader.connection(name) || shader.type() == "emitter";
+    const double wanted = shader.parameter("vertexColor").number(hasBase ? 0 : 1);
+    if (wanted == 0) return;
+    const ShadingValue color = compiler.add(VertexColorStep());
+    if (!hasBase) {
+        material[Input::BaseColor] = color;
+        return;
+    }
+    ShadingStep product;
+    product.kind = Kind::Multiply;
+    product.inputs[0] = ValueOf(material, info);
+    product.inputs[1] = color;
+    product.inputs[1].constant = Color(1);
+    material[Input::BaseColor] = compiler.add(std::move(product));
+}
+
+void SurfaceReader::multiplyEmission() {
+    const ShadingUse use{"emissionStrength", false, false, 1};
+    const ShadingValue strength = compiler.inputOf(shader, use.input, Color(1), use);
+    if (strength.step == kNone && strength.constant == Color(1)) return;
+    const MaterialInputInfo& info = InfoOf(Input::Emission);
+    const Color factor(std::max(strength.constant.x, 0.0f));
+    if (strength.step != kNone || material[Input::Emission].step != kNone) {
+        ShadingStep product;
+        product.kind = Kind::Multiply;
+        product.inputs[0] = ValueOf(material, info);
+        product.inputs[1] = strength;
+        material[Input::Emission] = compiler.add(std::move(product));
+    }
+    material.emission *= factor;
+}
+
+/// The base color becomes light that the surface emits, and nothing is reflected.
+void SurfaceReader::makeUnlit() {
+    material.isUnlit = true;
+    material.emission = material.baseColor;
+    material[Input::Emission] = material[Input::BaseColor];
+    for (const Input input : {Input::BaseColor, Input::Specular, Input::Metalness,
+                              Input::Transmission, Input::Coat, Input::SheenColor}) {
+        SetOwnValue(material, InfoOf(input), kBlack);
+        material[input] = ShadingValue();
+    }
+}
+
+/// Reads the surface of a network.
+class MaterialReader {
+public:
+    MaterialReader(const ShadingNetwork& network, const TextureFileOf& textureFileOf,
+                   const WarnOfMaterial& warn)
+        : network(network), warn(warn), compiler(network, textureFileOf, warn) {}
+
+    MaterialDraft read(const ShadingNode& surface) {
+        MaterialDraft draft;
+        draft.values = readNode(surface);
+        compiler.warnOfUnknownTypes();
+        draft.values.steps = std::move(compiler.steps);
+        draft.textures = std::move(compiler.textures);
+        return draft;
+    }
+
+private:
+    Material readNode(const ShadingNode& node) {
+        return node.type() == kLayer ? readLayer(node) : SurfaceReader(node, compiler, warn).read();
+    }
+    Material readLayer(const ShadingNode& node);
+    std::optional<Material> readPart(const ShadingNode& node, const char* input);
+    void blend(Material& base, const Material& top, const MaterialInputInfo& info,
+               const ShadingValue& mask);
+
+    const ShadingNetwork& network;
+    const WarnOfMaterial& warn;
+    ShadingCompiler compiler;
+    std::set<std::string> open; // the layers that are being read
+};
+
+/// Parameters are blended one by one. What cannot be fed is that of the base.
+Material MaterialReader::readLayer(const ShadingNode& node) {
+    std::optional<Material> base = readPart(node, "base");
+    const std::optional<Material> top = readPart(node, "top");
+    if (!base) return top.value_or(Material());
+    if (!top) return *base;
+    const ShadingUse use{"mask", false, false, 1};
+    const ShadingValue mask = compiler.inputOf(node, use.input, Color(1), use);
+    for (const MaterialInputInfo& info : kInputInfos)
+        blend(*base, *top, info, mask);
+    return *base;
+}
+
+std::optional<Material> MaterialReader::readPart(const ShadingNode& node, const char* input) {
+    const std::optional<ShadingConnection> connection = node.connection(input);
+    const std::optional<ShadingNode> part =
+        connection ? network.find(connection->node) : std::nullopt;
+    if (!part) {
+        warn("a layer of its material has no \"" + std::string(input) + "\" that is there");
         return {};
     }
-    texture.file = *file;
-    texture.channel = ChannelOf(connection->port);
-    if (texture.channel < 0 && !takesAll) texture.channel = 0;
-    texture.isSrgb = IsSrgbByItself(*file, slot.isColor);
-    readImage(*node, texture);
-    return texture;
-}
-
-std::optional<std::string> MaterialReader::fileOf(const ShadingNode& image,
-                                                  const std::string& name) const {
-    const Attribute attribute = image.parameter("attribute");
-    if (attribute.isText())
-        if (auto file = textureFileOf(attribute.text())) return file;
-    std::string file = image.parameter("file").text();
-    return file.empty() ? textureFileOf(name) : file;
-}
-
-void MaterialReader::readImage(const ShadingNode& image, Texture& texture) const {
-    texture.uvSet = image.parameter("uvSet").text("st");
-    texture.wrapU = ReadWrap(image.parameter("wrapU"));
-    texture.wrapV = ReadWrap(image.parameter("wrapV"));
-    const Attribute space = image.parameter("colorSpace");
-    if (space.isText()) texture.isSrgb = space.isTextEqual("srgb");
-    if (texture.channel == 3) texture.isSrgb = false; // alpha is always linear
-    texture.multiply = multiplyOf(image, texture);
-    const std::vector<float> transform = FiniteNumbers(image.parameter("uvTransform"));
-    if (transform.size() < 5) return;
-    texture.uvOffset = V2f(transform[0], transform[1]);
-    texture.uvScale = V2f(transform[2], transform[3]);
-    texture.uvTurn = transform[4];
-}
-
-/// The factor of a single channel is the first component.
-Color MaterialReader::multiplyOf(const ShadingNode& image, const Texture& texture) const {
-    const std::vector<float> factors = FiniteNumbers(image.parameter("multiply"));
-    if (factors.empty()) return Color(1);
-    const auto at = [&](int channel) {
-        return factors[std::min(static_cast<std::size_t>(channel), factors.size() - 1)];
-    };
-    if (texture.channel < 0) return {at(0), at(1), at(2)};
-    // The factors of a color do not apply to its alpha, which the surface's opacity multiplies.
-    if (texture.channel == 3 && factors.size() == 3) return Color(draft.values.opacity);
-    return Color(at(texture.channel));
-}
-
-void MaterialReader::warnOfUnreadInputs() const {
-    const char* const unread[] = {"specularColor", "ior", "coat", "coatRoughness", "bump"};
-    for (const char* const name : unread) {
-        const std::optional<ShadingConnection> connection = shader.connection(name);
-        if (connection && !constantOf(*connection))
-            warn("\"" + std::string(name) + "\" of its material has a texture, which is left out");
+    if (open.size() >= kMostLayers) {
+        warn("its material has too many layers within layers");
+        return {};
     }
-    for (const MaterialDraft::Slot& slot : MaterialDraft::slots)
-        if (shader.hasConnectionsOfComponents(input(slot.input)))
-            warn("components of \"" + std::string(slot.input) +
-                 "\" of its material are fed, which is left out");
+    if (!open.insert(connection->node).second) {
+        warn("the layer \"" + NameOfNode(connection->node) + "\" of its material contains itself");
+        return {};
+    }
+    Material material = readNode(*part);
+    open.erase(connection->node);
+    return material;
 }
 
-// Keys --------------------------------------------------------------------------------------------
-
-template <typename Value>
-void Append(std::string& key, const Value& value) {
-    key.append(reinterpret_cast<const char*>(&value), sizeof value);
-}
-
-void AppendText(std::string& key, const std::string& text) {
-    Append(key, text.size());
-    key += text;
+void MaterialReader::blend(Material& base, const Material& top, const MaterialInputInfo& info,
+                           const ShadingValue& mask) {
+    const ShadingValue from = ValueOf(base, info), to = ValueOf(top, info);
+    const bool isConstant = from.step == kNone && to.step == kNone;
+    if (isConstant && from.constant == to.constant) return;
+    const Color share = mask.constant;
+    SetOwnValue(base, info, from.constant + (to.constant - from.constant) * share.x);
+    if (isConstant && mask.step == kNone) return;
+    ShadingStep mix;
+    mix.kind = Kind::Mix;
+    mix.inputs = {from, to, mask};
+    if (mask.channel < 0) mix.inputs[2].channel = 0;
+    base[info.input] = compiler.add(std::move(mix));
 }
 
 } // namespace
 
-std::string KeyOf(const Texture& texture) {
-    std::string key;
-    AppendText(key, texture.file);
-    AppendText(key, texture.uvSet);
-    Append(key, texture.wrapU);
-    Append(key, texture.wrapV);
-    Append(key, texture.isSrgb);
-    Append(key, texture.channel);
-    for (int i = 0; i < 3; ++i)
-        Append(key, texture.multiply[i]);
-    for (const float value : {texture.uvScale.x, texture.uvScale.y, texture.uvTurn,
-                              texture.uvOffset.x, texture.uvOffset.y})
-        Append(key, value);
-    return key;
-}
-
-std::string MaterialDraft::key() const {
-    std::string key;
-    AppendText(key, values.name);
-    for (const ColorInput& color : kColors)
-        for (int i = 0; i < 3; ++i)
-            Append(key, (values.*color.value)[i]);
-    for (const NumberInput& number : kNumbers)
-        Append(key, values.*number.value);
-    Append(key, values.isDoubleSided);
-    for (const std::optional<Texture>& texture : textures) {
-        Append(key, texture.has_value());
-        if (texture) AppendText(key, KeyOf(*texture));
-    }
-    return key;
-}
-
 MaterialDraft ReadMaterial(const ShadingNetwork& network, const std::string& name,
-                           const TextureFileOf& textureFileOf,
-                           const std::function<void(const std::string& what)>& warn) {
-    const std::optional<ShadingNode> shader = network.surface();
+                           const TextureFileOf& textureFileOf, const WarnOfMaterial& warn) {
+    const std::optional<ShadingNode> surface = network.surface();
     MaterialDraft draft;
-    if (shader)
-        draft = MaterialReader(network, *shader, textureFileOf, warn).read();
+    if (surface)
+        draft = MaterialReader(network, textureFileOf, warn).read(*surface);
     else
         warn("its material has no surface that is there; it is drawn in grey");
     draft.values.name = name;
+    return draft;
+}
+
+MaterialDraft DefaultMaterial() {
+    MaterialDraft draft;
+    draft.values.name = "default";
+    draft.values.steps = {VertexColorStep()};
+    draft.values[Input::BaseColor].step = 0;
     return draft;
 }
 

@@ -1,58 +1,31 @@
 #ifndef LANTERN_READING_READMATERIAL_H
 #define LANTERN_READING_READMATERIAL_H
 
-#include <array>
-#include <functional>
-#include <optional>
 #include <string>
 
-#include "SceneData.h"
+#include "reading/CompileShading.h"
+#include "reading/MaterialDraft.h"
 #include "reading/ShadingNetwork.h"
 
 namespace lantern {
 
-/// A material together with its textures, before these have indices: those of `values` are kNone.
-struct MaterialDraft {
-    struct Slot {
-        const char* input;      ///< of the shader
-        Index Material::*index; ///< where the texture's number goes
-        bool isColor;
-    };
-    static constexpr std::size_t kSlots = 8;
-    static const Slot slots[kSlots];
-
-    Material values;
-    std::array<std::optional<Texture>, kSlots> textures; ///< in the order of `slots`
-
-    /// A text that is equal exactly for equal drafts.
-    std::string key() const;
-};
-
-/// A text that is equal exactly for equal textures.
-std::string KeyOf(const Texture& texture);
-
-/// Returns the texture file of a name in the location's "textures"; nothing for an unknown name.
-using TextureFileOf = std::function<std::optional<std::string>(const std::string& name)>;
-
-/// Reads the surface of a material. Its shader has the parameters of a standard surface:
+/// Reads the surface of a material: a standard surface, or a node "layer" that blends two of them.
+/// The parameters are those of kInputInfos and
 ///
-///     baseColor (or color, Kd, diffuse), emission, specularColor           colours
-///     specular, metalness, roughness, ior, transmission, coat, coatRoughness, opacity,
-///     alphaCutoff, normalScale                                             numbers
-///     doubleSided                                                          0 or 1
+///     alphaCutoff, normalScale                        numbers
+///     emissionStrength                                a number that multiplies the emission
+///     doubleSided, unlit, vertexColor                 0 or 1
 ///
-/// The shaders standard_surface, matte, plastic, metal, glass and emitter differ in their defaults.
-/// Any other shader is read as standard_surface, with a warning. An input may be connected to a
-/// node "constant" ("value" or "color"), or to the port out, r, g, b or a of a node "image":
-///
-///     file                     or "attribute": a name among the location's textures
-///     uvSet, wrapU, wrapV (repeat, clamp, mirror, decal), colorSpace (srgb, linear),
-///     multiply, uvTransform (move, scale, turn in radians)
-///
-/// An input without a connection uses the location's texture of the same name, if there is one.
+/// "baseColor" is also called color, Kd or diffuse. The shaders standard_surface, matte, plastic,
+/// metal, glass and emitter differ in their defaults. Any other shader is read as standard_surface,
+/// with a warning. Each input of kInputInfos may be connected to nodes (CompileShading.h). One
+/// without a connection uses the location's texture of the same name, if there is one. An input
+/// that has no usable value keeps its own, with a warning.
 MaterialDraft ReadMaterial(const ShadingNetwork& network, const std::string& name,
-                           const TextureFileOf& textureFileOf,
-                           const std::function<void(const std::string& what)>& warn);
+                           const TextureFileOf& textureFileOf, const WarnOfMaterial& warn);
+
+/// The material of locations that have none: colored by the vertex colors, or else grey.
+MaterialDraft DefaultMaterial();
 
 } // namespace lantern
 

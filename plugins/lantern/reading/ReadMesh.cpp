@@ -72,7 +72,7 @@ std::optional<Mesh> ReadMesh(const ShapeReader& reader, const Attribute& geometr
     const MeshCorners where{mesh.points[0].size(), faces->corners.size(), faces->starts.size() - 1,
                             corners, mesh.faces};
     ReadNormals(reader, geometry, where, mesh);
-    ReadUvSets(reader, geometry, where, mesh);
+    ReadSets(reader, geometry, where, mesh);
     return mesh;
 }
 

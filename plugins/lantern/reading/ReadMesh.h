@@ -16,10 +16,12 @@ namespace lantern {
 ///     poly.startIndex          where each face begins, and the end
 ///     arbitrary.st, st1, ...   texture coordinates: "scope" (point, vertex, face, primitive), and
 ///                              "value", or "indexedValue" and "index"
+///     arbitrary.color, ...     colors, in the same way; also other names if "inputType" is
+///                              "color3" or "color4"
 ///
 /// Faces are counter-clockwise seen from outside. Faces of less than three corners are left out.
-/// Points may have several samples for motion; normals and texture coordinates are those at the
-/// opening of the shutter.
+/// Points may have several samples for motion; normals, texture coordinates and colors are
+/// those at the opening of the shutter.
 std::optional<Mesh> ReadMesh(const ShapeReader& reader, const Attribute& geometry);
 
 /// The number of faces of a mesh.

@@ -36,14 +36,14 @@ private:
     const Suites& suites;
 };
 
-bool IsEmissive(const Material& material) {
-    return material.emission != Color(0) || material.emissionTexture != kNone;
+bool IsLight(const Material& material) {
+    return material.isEmissive() && !material.isUnlit;
 }
 
 /// Adds a sky to a scene in which nothing emits light; its picture would be black.
 void LightIfDark(SceneData& scene, Report& report) {
     const bool isLit = !scene.lights.empty() ||
-                       std::any_of(scene.materials.begin(), scene.materials.end(), IsEmissive);
+                       std::any_of(scene.materials.begin(), scene.materials.end(), IsLight);
     if (isLit) return;
     report.info("nothing in the scene shines: it is lit by a plain sky");
     EnvironmentLight sky;

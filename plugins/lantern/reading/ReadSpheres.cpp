@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "reading/PointValues.h"
+#include "reading/UvValues.h"
 
 namespace lantern {
 
@@ -47,6 +48,28 @@ float DistanceToNeighbours(const std::vector<V3f>& points, const V3f& from) {
     return std::sqrt(nearest.last());
 }
 
+/// Reads one color per point, or one for all.
+void ReadColorSets(const ShapeReader& reader, const Attribute& geometry, Spheres& spheres) {
+    const std::size_t count = spheres.centers[0].size();
+    const Attribute arbitrary = geometry.child("arbitrary");
+    for (std::int64_t i = 0; i < arbitrary.childCount(); ++i) {
+        const std::string name = arbitrary.childName(i);
+        const Attribute set = arbitrary.childAt(i);
+        if (!set.isGroup() || !IsColorSet(name, set)) continue;
+        const bool isForAll = ReadScope(set) == Scope::Primitive;
+        const auto colors = ReadIndexedColors(set, isForAll ? 1 : count, reader.shutter.open);
+        if (!colors) {
+            reader.warn("\"geometry.arbitrary." + name +
+                        "\" does not fit the points; it is left out");
+            continue;
+        }
+        ColorSet& own = spheres.colorSets.emplace_back();
+        own.name = name;
+        for (std::size_t point = 0; point < count; ++point)
+            own.colors.values.push_back((*colors)[isForAll ? 0 : point]);
+    }
+}
+
 } // namespace
 
 float TypicalSpacing(const std::vector<V3f>& points) {
@@ -73,13 +96,16 @@ std::optional<Spheres> ReadPoints(const ShapeReader& reader, const Attribute& ge
         spheres.radii.assign(1, isUsable ? radius : kLonePointRadius);
     }
     if (spheres.radii.size() != count) spheres.radii.assign(count, float(spheres.radii[0]));
+    ReadColorSets(reader, geometry, spheres);
     return spheres;
 }
 
 std::optional<Spheres> ReadSphere(const ShapeReader& reader, const Attribute& geometry) {
     double radius = kDefaultSphereRadius;
     geometry.child("radius").read(&radius, 1, reader.shutter.open);
-    Spheres spheres{{{V3f(0)}}, {static_cast<float>(radius)}};
+    Spheres spheres;
+    spheres.centers = {{V3f(0)}};
+    spheres.radii = {static_cast<float>(radius)};
     if (spheres.radii[0] >= 0 && std::isfinite(spheres.radii[0])) return spheres;
     reader.warn("\"geometry.radius\" is negative or not finite");
     return {};

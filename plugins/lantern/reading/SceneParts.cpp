@@ -66,9 +66,8 @@ private:
         return materialNumbers.of(old, [&] {
             const MaterialDraft& draft = surfaces.materials[old];
             Material material = draft.values;
-            for (std::size_t i = 0; i < MaterialDraft::kSlots; ++i)
-                if (draft.textures[i])
-                    material.*MaterialDraft::slots[i].index = textureOf(*draft.textures[i]);
+            for (ShadingStep& step : material.steps)
+                if (step.texture != kNone) step.texture = textureOf(draft.textures[step.texture]);
             scene.materials.push_back(std::move(material));
         });
     }

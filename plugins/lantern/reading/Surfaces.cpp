@@ -37,11 +37,6 @@ NamedTextures ReadNamedTextures(const Suites& suites, const Attribute& textures)
     return named;
 }
 
-/// Removes the ":0", ":1", ... that flattening appends to the names of nodes.
-std::string WithoutSuffix(const std::string& nodeName) {
-    return nodeName.substr(0, nodeName.rfind(':'));
-}
-
 /// Makes the materials of one network: one for each combination of files that faces choose.
 class MaterialMaker {
 public:
@@ -67,7 +62,7 @@ public:
 private:
     static std::string nameOf(const Attribute& material) {
         const Attribute node = material.child("terminals.surface");
-        return node.isText() ? WithoutSuffix(node.text()) : material.child("surfaceShader").text();
+        return node.isText() ? NameOfNode(node.text()) : material.child("surfaceShader").text();
     }
 
     MaterialDraft readWith(std::optional<std::size_t> face) {
@@ -190,9 +185,7 @@ Hash SurfaceQuestion::hash() const {
 }
 
 Surfaces::Surfaces(const Suites& suites, Warnings& warnings) : suites(suites), warnings(warnings) {
-    MaterialDraft standard;
-    standard.values.name = "default";
-    add(standard);
+    add(DefaultMaterial());
 }
 
 Index Surfaces::find(const SurfaceQuestion& question) {

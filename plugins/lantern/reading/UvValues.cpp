@@ -19,11 +19,67 @@ std::vector<V2f> ToUvs(const Attribute& attribute, float time) {
     return uvs;
 }
 
+/// Three numbers each, or four with alpha. Numbers without a tuple size have three.
+std::vector<Imath::C4f> ToColors(const Attribute& attribute, float time) {
+    const std::vector<float> numbers = attribute.floatsAt(time);
+    const auto tuple = static_cast<std::size_t>(std::max<std::int64_t>(attribute.tupleSize(), 1));
+    const std::size_t stride = tuple >= 3 ? tuple : 3;
+    std::vector<Imath::C4f> colors(numbers.size() / stride);
+    for (std::size_t i = 0; i < colors.size(); ++i) {
+        const float* const v = &numbers[i * stride];
+        colors[i] = Imath::C4f(v[0], v[1], v[2], stride > 3 ? v[3] : 1);
+    }
+    return colors;
+}
+
+bool IsFinite(const V2f& uv) {
+    return std::isfinite(uv.x) && std::isfinite(uv.y);
+}
+
+bool IsFinite(const Imath::C4f& color) {
+    return std::isfinite(color.r) && std::isfinite(color.g) && std::isfinite(color.b) &&
+           std::isfinite(color.a);
+}
+
+/// `convert` makes values from an attribute.
+template <typename Value>
+std::optional<IndexedValues<Value>>
+ReadIndexedValues(const Attribute& set, std::size_t elements, float time,
+                  std::vector<Value> (*convert)(const Attribute&, float)) {
+    IndexedValues<Value> result;
+    if (const Attribute value = set.child("value")) {
+        result.values = convert(value, time);
+        if (result.values.size() != elements) return {};
+    } else {
+        result.values = convert(set.child("indexedValue"), time);
+        for (const std::int32_t index : set.child("index").ints())
+            result.index.push_back(static_cast<Index>(index)); // negative indices become too large
+        const auto isInside = [&](Index index) { return index < result.values.size(); };
+        if (result.index.size() != elements ||
+            !std::all_of(result.index.begin(), result.index.end(), isInside))
+            return {};
+    }
+    const bool isFinite = std::all_of(result.values.begin(), result.values.end(),
+                                      [](const Value& value) { return IsFinite(value); });
+    return isFinite ? std::optional<IndexedValues<Value>>(std::move(result)) : std::nullopt;
+}
+
+/// Whether the name is the prefix with or without a number.
+bool IsNumbered(std::string_view prefix, std::string_view name) {
+    return name.substr(0, prefix.size()) == prefix &&
+           std::all_of(name.begin() + static_cast<std::ptrdiff_t>(prefix.size()), name.end(),
+                       [](char c) { return c >= '0' && c <= '9'; });
+}
+
 } // namespace
 
 bool IsUvSet(std::string_view name) {
-    return name.substr(0, 2) == "st" &&
-           std::all_of(name.begin() + 2, name.end(), [](char c) { return c >= '0' && c <= '9'; });
+    return IsNumbered("st", name);
+}
+
+bool IsColorSet(std::string_view name, const Attribute& set) {
+    const std::string type = set.child("inputType").text();
+    return IsNumbered("color", name) || type == "color3" || type == "color4";
 }
 
 std::optional<Scope> ReadScope(const Attribute& uvSet) {
@@ -36,22 +92,12 @@ std::optional<Scope> ReadScope(const Attribute& uvSet) {
 }
 
 std::optional<IndexedUvs> ReadIndexedUvs(const Attribute& uvSet, std::size_t elements, float time) {
-    IndexedUvs uvs;
-    if (const Attribute value = uvSet.child("value")) {
-        uvs.values = ToUvs(value, time);
-        if (uvs.values.size() != elements) return {};
-    } else {
-        uvs.values = ToUvs(uvSet.child("indexedValue"), time);
-        for (const std::int32_t index : uvSet.child("index").ints())
-            uvs.index.push_back(static_cast<Index>(index)); // negative indices become too large
-        const bool isInside = std::all_of(uvs.index.begin(), uvs.index.end(),
-                                          [&](Index index) { return index < uvs.values.size(); });
-        if (uvs.index.size() != elements || !isInside) return {};
-    }
-    const bool isFinite = std::all_of(uvs.values.begin(), uvs.values.end(), [](const V2f& uv) {
-        return std::isfinite(uv.x) && std::isfinite(uv.y);
-    });
-    return isFinite ? std::optional<IndexedUvs>(std::move(uvs)) : std::nullopt;
+    return ReadIndexedValues(uvSet, elements, time, ToUvs);
+}
+
+std::optional<IndexedColors> ReadIndexedColors(const Attribute& colorSet, std::size_t elements,
+                                               float time) {
+    return ReadIndexedValues(colorSet, elements, time, ToColors);
 }
 
 } // namespace lantern

@@ -14,6 +14,9 @@ namespace lantern {
 /// Whether the name is "st", "st1", "st2", ...
 bool IsUvSet(std::string_view name);
 
+/// Whether the name is "color", "color1", ..., or "inputType" says that the set has colors.
+bool IsColorSet(std::string_view name, const Attribute& set);
+
 /// The elements of a shape that have a value each. A curve counts as a face.
 enum class Scope { Point, Vertex, Face, Primitive };
 
@@ -21,14 +24,25 @@ enum class Scope { Point, Vertex, Face, Primitive };
 std::optional<Scope> ReadScope(const Attribute& uvSet);
 
 /// Values and, for each element of the scope, the index of its value.
-struct IndexedUvs {
-    std::vector<V2f> values;
+template <typename Value>
+struct IndexedValues {
+    std::vector<Value> values;
     std::vector<Index> index; ///< empty if element i has value i
+
+    const Value& operator[](std::size_t element) const {
+        return values[index.empty() ? element : index[element]];
+    }
 };
+using IndexedUvs = IndexedValues<V2f>;
+using IndexedColors = IndexedValues<Imath::C4f>;
 
 /// Reads "value", or "indexedValue" and "index". Returns nothing if the number of values does not
 /// fit the elements, or a value is not finite.
 std::optional<IndexedUvs> ReadIndexedUvs(const Attribute& uvSet, std::size_t elements, float time);
+
+/// The same for colors of three numbers each, or of four with alpha.
+std::optional<IndexedColors> ReadIndexedColors(const Attribute& colorSet, std::size_t elements,
+                                               float time);
 
 } // namespace lantern
 

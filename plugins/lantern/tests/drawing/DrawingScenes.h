@@ -125,6 +125,19 @@ inline Material Matt(const Color& color) {
     return material;
 }
 
+/// Feeds an input of a material with a step.
+inline void Feed(Material& material, MaterialInput input, const ShadingStep& step) {
+    material[input].step = static_cast<Index>(material.steps.size());
+    material.steps.push_back(step);
+}
+
+/// Feeds an input of a material with a texture.
+inline void Feed(Material& material, MaterialInput input, Index texture) {
+    ShadingStep step;
+    step.texture = texture;
+    Feed(material, input, step);
+}
+
 struct Rgba {
     float r, g, b, a;
 };

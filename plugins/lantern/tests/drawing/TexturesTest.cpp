@@ -81,7 +81,7 @@ TEST_F(TexturesTest, GrowUpwardsAndToTheRight) {
 TEST_F(TexturesTest, CoverASquareUnchanged) {
     SceneData scene = EmptyScene(8, 8);
     Material material = Glowing(Color(0, 0, 0));
-    material.emissionTexture = 0;
+    Feed(material, MaterialInput::Emission, 0);
     scene.textures = {of(corners())};
     AddMesh(scene, Square(-1, -1, 1, 1, -1), AddMaterial(scene, material));
     const Picture picture = Drawn(scene, 64);
@@ -112,23 +112,23 @@ TEST_F(TexturesTest, FollowTheirWrapMode) {
     EXPECT_EQ(lookUp(texture, {0.25f, -3}), Color(0, 0, 1));
 }
 
-TEST_F(TexturesTest, ScaleThenRotateThenMove) {
+TEST_F(TexturesTest, TransformTheirCoordinates) {
     const auto isNear = [](const Color& found, const Color& expected) {
         return found.equalWithAbsError(expected, 1e-5f);
     };
     Texture texture = of(corners());
-    texture.uvTurn = float(M_PI / 2); // (0.75, -0.25) to (0.25, 0.75)
+    texture.uvTransform = {{0, 1}, {-1, 0}, {0, 0}}; // (0.75, -0.25) to (0.25, 0.75)
     EXPECT_PRED2(isNear, lookUp(texture, {0.75f, -0.25f}), Color(1, 0, 0));
-    texture.uvScale = V2f(2, 1); // (0.375, -0.25) to the same
+    texture.uvTransform.alongS = V2f(0, 2); // (0.375, -0.25) to the same
     EXPECT_PRED2(isNear, lookUp(texture, {0.375f, -0.25f}), Color(1, 0, 0));
-    texture.uvOffset = V2f(0.5f, 0);
+    texture.uvTransform.offset = V2f(0.5f, 0);
     EXPECT_PRED2(isNear, lookUp(texture, {0.375f, -0.25f}), Color(0, 1, 0));
 }
 
 TEST_F(TexturesTest, UseTheCoordinatesOfTheirSet) {
     SceneData scene = EmptyScene(2, 2);
     Material material = Glowing(Color(0, 0, 0));
-    material.emissionTexture = 0;
+    Feed(material, MaterialInput::Emission, 0);
     scene.textures = {of(corners())};
     scene.textures[0].uvSet = "st1";
     Mesh mesh = Square(-9, -9, 9, 9, -1);
@@ -191,7 +191,7 @@ TEST_F(TexturesTest, CanBeNormalMaps) {
     // The normal is bent towards growing t: (0, 0.6, 0.8).
     scene.textures = {of(image("normals.png", 1, 1, 3, {128, 204, 230}))};
     Material material = Matt(Color(1, 1, 1));
-    material.normalTexture = 0;
+    Feed(material, MaterialInput::Normal, 0);
     AddMesh(scene, Square(-9, -9, 9, 9, -3), AddMaterial(scene, material));
     DirectionalLight sun;
     sun.toWorld.rotate(Imath::V3d(-std::atan2(0.6, 0.8), 0, 0)); // from (0, 0.6, 0.8)
@@ -207,7 +207,7 @@ TEST_F(TexturesTest, CutHolesIntoMeshesAndSpheres) {
     SceneData scene = EmptyScene(1, 4);
     scene.textures = {of(image("halves.png", 1, 2, 1, {255, 0}))};
     Material material = Glowing(Color(1, 1, 1));
-    material.opacityTexture = 0;
+    Feed(material, MaterialInput::Opacity, 0);
     material.alphaCutoff = 0.5f; // reached half way up
     const Index of = AddMaterial(scene, material);
     AddMesh(scene, Square(-1, -4, 1, 4, -1), of);
@@ -268,8 +268,8 @@ TEST_F(TexturesTest, LightTheSceneFromTheirBrightParts) {
 TEST_F(TexturesTest, KeepTheMaterialsOwnValueIfTheyCannotBeRead) {
     SceneData scene = EmptyScene(2, 2);
     Material material = Glowing({0, 0.5f, 0});
-    material.emissionTexture = 0;
-    material.opacityTexture = 1;
+    Feed(material, MaterialInput::Emission, 0);
+    Feed(material, MaterialInput::Opacity, 1);
     scene.textures = {of(folder.path("missing.png")), of(folder.write("text.png", "no image"))};
     AddMesh(scene, Square(-9, -9, 9, 9, -1), AddMaterial(scene, material));
     Report report(listener());
@@ -281,7 +281,7 @@ TEST_F(TexturesTest, KeepTheMaterialsOwnValueIfTheyCannotBeRead) {
 TEST_F(TexturesTest, DoNotBlockOnPipes) {
     SceneData scene = EmptyScene(2, 2);
     Material material = Glowing({0, 0.5f, 0});
-    material.emissionTexture = 0;
+    Feed(material, MaterialInput::Emission, 0);
     scene.textures = {of(folder.makePipe("pipe.png"))};
     AddMesh(scene, Square(-9, -9, 9, 9, -1), AddMaterial(scene, material));
     Report report(listener());
@@ -297,7 +297,7 @@ TEST_F(TexturesTest, WarnOnceIfTheyAreTruncated) {
     const std::string whole = folder.read("whole.exr");
     SceneData scene = EmptyScene(8, 8);
     Material material = Glowing({0, 0.5f, 0});
-    material.emissionTexture = 0;
+    Feed(material, MaterialInput::Emission, 0);
     scene.textures = {of(folder.write("short.exr", whole.substr(0, whole.size() / 4)))};
     AddMesh(scene, Square(-9, -9, 9, 9, -1), AddMaterial(scene, material));
     Report report(listener());

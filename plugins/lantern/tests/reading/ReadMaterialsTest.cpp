@@ -32,12 +32,17 @@ Material ReadOne(const std::string& attributes) {
     return OnlyMaterial(ReadSilently(SceneJson(Triangle("t", attributes))));
 }
 
+/// The texture that feeds an input without any other node.
+Texture TextureOf(const SceneData& scene, const Material& material, MaterialInput input) {
+    return scene.textures.at(material.steps.at(material[input].step).texture);
+}
+
 /// The base color texture of a triangle's material.
 Texture BaseTexture(const std::string& shader, const std::string& parameters,
                     const std::string& attributes = "") {
     const SceneData scene = ReadSilently(SceneJson(Triangle(
         "t", Network(shader, Image(parameters)) + (attributes.empty() ? "" : ", ") + attributes)));
-    return scene.textures.at(OnlyMaterial(scene).baseColorTexture);
+    return TextureOf(scene, OnlyMaterial(scene), MaterialInput::BaseColor);
 }
 
 const char* const kTextured =
@@ -150,24 +155,23 @@ TEST(ReadMaterials, UseConnectedConstants) {
     EXPECT_EQ(material.roughness, 0.75f);
 }
 
-TEST(ReadMaterials, WarnOfUnsupportedNodes) {
+TEST(ReadMaterials, WarnOnceOfNodesOfUnknownTypes) {
     Told told;
     const SceneData scene = ReadJson(
         SceneJson(Triangle("t", Network(R"("type": "matte", "parameters": {"roughness": 0.25},
             "connections": {"roughness": "out@n", "baseColor": "out@nobody", "bump": "out@n",
-                            "emission:r": "out@n"})",
-                                        R"("n": {"name": "n", "type": "noise"})"))),
+                            "emission:r": "out@n", "ior": "out@m"})",
+                                        R"("n": {"name": "n", "type": "wood"},
+                                           "m": {"name": "m", "type": "marble"})"))),
         told);
     EXPECT_EQ(OnlyMaterial(scene).roughness, 0.25f);
     EXPECT_THAT(told.warnings,
                 ElementsAre("/root/world/t: \"baseColor\" of its material is fed by a node that is "
                             "not there; its own value is used",
-                            "/root/world/t: \"roughness\" of its material is fed by a node of the "
-                            "type \"noise\"; its own value is used",
                             "/root/world/t: \"bump\" of its material has a texture, which is left "
                             "out",
-                            "/root/world/t: components of \"emission\" of its material are fed, "
-                            "which is left out"));
+                            "/root/world/t: its material has nodes of unknown types, which are "
+                            "left out: \"marble\", \"wood\""));
 }
 
 TEST(ReadMaterials, WarnOfAMissingSurfaceNode) {
@@ -192,9 +196,10 @@ TEST(ReadTextures, HaveTheParametersOfTheImageNode) {
     EXPECT_TRUE(texture.isSrgb);
     EXPECT_EQ(texture.channel, -1);
     EXPECT_EQ(texture.multiply, Color(0.5f, 0.25f, 1));
-    EXPECT_EQ(texture.uvOffset, V2f(0.125f, 0.25f));
-    EXPECT_EQ(texture.uvScale, V2f(2, 3));
-    EXPECT_EQ(texture.uvTurn, 1.5f);
+    // Scaled, then turned, then moved.
+    const V2f moved = texture.uvTransform({0.5f, 1});
+    EXPECT_NEAR(moved.x, 0.125 + 1 * std::cos(1.5) - 3 * std::sin(1.5), 1e-6);
+    EXPECT_NEAR(moved.y, 0.25 + 1 * std::sin(1.5) + 3 * std::cos(1.5), 1e-6);
 }
 
 TEST(ReadTextures, DefaultToSrgbForColorsExceptInFormatsForLight) {
@@ -210,19 +215,20 @@ TEST(ReadTextures, MultiplyASingleChannelByItsOwnFactor) {
                             "specular": "out@image", "normal": "out@image"})",
                               Image(R"("file": "m.png", "multiply": [1.0, 0.25, 0.5])")))));
     const Material& material = OnlyMaterial(scene);
-    const Texture& metalness = scene.textures.at(material.metalnessTexture);
+    const Texture metalness = TextureOf(scene, material, MaterialInput::Metalness);
     EXPECT_EQ(metalness.channel, 2);
     EXPECT_EQ(metalness.multiply.x, 0.5f);
     EXPECT_FALSE(metalness.isSrgb);
-    const Texture& roughness = scene.textures.at(material.roughnessTexture);
+    const Texture roughness = TextureOf(scene, material, MaterialInput::Roughness);
     EXPECT_EQ(roughness.channel, 1);
     EXPECT_EQ(roughness.multiply.x, 0.25f);
-    const Texture& opacity = scene.textures.at(material.opacityTexture);
+    const Texture opacity = TextureOf(scene, material, MaterialInput::Opacity);
     EXPECT_EQ(opacity.channel, 3);
     EXPECT_EQ(opacity.multiply.x, 0.375f) << "the surface's own";
-    EXPECT_EQ(scene.textures.at(material.specularTexture).channel, 0);
-    EXPECT_EQ(scene.textures.at(material.normalTexture).channel, -1);
-    EXPECT_EQ(material.baseColorTexture, kNone);
+    EXPECT_EQ(TextureOf(scene, material, MaterialInput::Specular).channel, 0);
+    EXPECT_EQ(TextureOf(scene, material, MaterialInput::Normal).channel, -1);
+    const Index step = material[MaterialInput::BaseColor].step;
+    EXPECT_EQ(material.steps.at(step).kind, ShadingStep::Kind::VertexColor);
 }
 
 TEST(ReadTextures, AreIgnoredWithoutAFile) {
@@ -305,7 +311,7 @@ std::vector<std::string> FilesOfFaces(const SceneData& scene) {
     std::vector<std::string> files;
     for (Index face = 0; face < 4; ++face) {
         const Material& material = scene.materials.at(surface.materialOf(face));
-        files.push_back(scene.textures.at(material.baseColorTexture).file);
+        files.push_back(TextureOf(scene, material, MaterialInput::BaseColor).file);
     }
     return files;
 }

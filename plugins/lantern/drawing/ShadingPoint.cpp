@@ -1,0 +1,170 @@
+#include "drawing/ShadingPoint.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "drawing/HitGeometry.h"
+#include "drawing/Numbers.h"
+#include "drawing/Sampler.h"
+
+namespace lantern {
+namespace {
+
+/// Coordinates beyond this have no useful fraction, and their integers would overflow.
+constexpr float kMostCoordinate = 1e6f;
+
+bool IsInRange(const V2f& at) {
+    return std::abs(at.x) < kMostCoordinate && std::abs(at.y) < kMostCoordinate;
+}
+
+float Fade(float t) {
+    return t * t * t * (t * (t * 6 - 15) + 10);
+}
+
+/// The product of a lattice point's gradient, one of eight directions, with an offset from it.
+float GradientAt(int x, int y, const V2f& offset) {
+    const std::uint32_t hash =
+        Hash(Hash(static_cast<std::uint32_t>(x)), static_cast<std::uint32_t>(y));
+    const float angle = static_cast<float>(hash & 7) * (kPi / 4);
+    return std::cos(angle) * offset.x + std::sin(angle) * offset.y;
+}
+
+/// About -0.7 to 0.7.
+float OneOctave(const V2f& at) {
+    const V2f cell(std::floor(at.x), std::floor(at.y));
+    const V2f in = at - cell;
+    const int x = static_cast<int>(cell.x), y = static_cast<int>(cell.y);
+    const float below = Mix(GradientAt(x, y, in), GradientAt(x + 1, y, in - V2f(1, 0)), Fade(in.x));
+    const float above = Mix(GradientAt(x, y + 1, in - V2f(0, 1)),
+                            GradientAt(x + 1, y + 1, in - V2f(1, 1)), Fade(in.x));
+    return Mix(below, above, Fade(in.y));
+}
+
+bool IsOddSquare(const V2f& at) {
+    if (!IsInRange(at)) return false;
+    const int sum = static_cast<int>(std::floor(at.x)) + static_cast<int>(std::floor(at.y));
+    return sum % 2 != 0;
+}
+
+Color RampAt(const ShadingStep& step, float place) {
+    const auto& stops = step.stops;
+    if (stops.empty()) return {0, 0, 0};
+    const auto after = std::upper_bound(
+        stops.begin(), stops.end(), place,
+        [](float value, const ShadingStep::Stop& stop) { return value < stop.place; });
+    if (after == stops.begin()) return stops.front().color;
+    const ShadingStep::Stop& before = *(after - 1);
+    if (after == stops.end() || step.isStepped) return before.color;
+    const float share = (place - before.place) / (after->place - before.place);
+    return Mix(before.color, after->color, Clamp01(share));
+}
+
+} // namespace
+
+float Noise(const V2f& at, int octaves) {
+    float sum = 0;
+    float scale = 1;
+    for (int octave = 0; octave < octaves; ++octave, scale *= 2) {
+        if (!IsInRange(at * scale)) break;
+        sum += OneOctave(at * scale) / scale;
+    }
+    return Clamp01(0.5f + 0.7f * sum);
+}
+
+ShadingPoint::ShadingPoint(const SceneData& scene, const Textures& textures, const RayHit& hit,
+                           const Material& material)
+    : scene(scene), textures(textures), hit(hit), material(material) {}
+
+Color ShadingPoint::color(MaterialInput input, const Color& own) {
+    ShadingValue value = material[input];
+    value.constant = own;
+    return resultOf(value);
+}
+
+float ShadingPoint::share(MaterialInput input, float own) {
+    return Clamp01(number(input, own));
+}
+
+Color ShadingPoint::resultOf(const ShadingValue& value) {
+    if (value.step == kNone || !evaluate(value.step)) return value.constant;
+    const Color& result = values[value.step];
+    return value.channel < 0 ? result : Color(result[value.channel]);
+}
+
+bool ShadingPoint::evaluate(Index step) {
+    const std::uint64_t bit = std::uint64_t(1) << step;
+    if ((known & bit) == 0) {
+        known |= bit;
+        Color result;
+        if (compute(material.steps[step], result) && IsFinite(result)) {
+            values[step] = result;
+            valid |= bit;
+        }
+    }
+    return (valid & bit) != 0;
+}
+
+bool ShadingPoint::compute(const ShadingStep& step, Color& result) {
+    using Kind = ShadingStep::Kind;
+    const auto input = [&](std::size_t which) { return resultOf(step.inputs[which]); };
+    switch (step.kind) {
+    case Kind::Image:
+        return image(step, result);
+    case Kind::VertexColor:
+    case Kind::VertexAlpha: {
+        Imath::C4f color;
+        if (!ColorAt(scene, hit, step.set, color)) return false;
+        result = step.kind == Kind::VertexAlpha ? Color(color.a) : Color(color.r, color.g, color.b);
+        return true;
+    }
+    case Kind::Checker:
+        result = input(IsOddSquare(coordinates(step)) ? 1 : 0);
+        return true;
+    case Kind::Noise:
+        result = Mix(input(0), input(1), Noise(coordinates(step), step.octaves));
+        return true;
+    case Kind::Ramp:
+        result = RampAt(step, input(0).x);
+        return true;
+    case Kind::CoordinateS:
+        result = Color(coordinates(step).x);
+        return true;
+    case Kind::CoordinateT:
+        result = Color(coordinates(step).y);
+        return true;
+    case Kind::Mix: {
+        const Color share = input(2);
+        const Color from = input(0);
+        result = from + (input(1) - from) * share;
+        return true;
+    }
+    case Kind::Add:
+        result = input(0) + input(1);
+        return true;
+    case Kind::Multiply:
+        result = input(0) * input(1);
+        return true;
+    case Kind::Invert:
+        result = Color(1, 1, 1) - input(0);
+        return true;
+    case Kind::Combine:
+        result = {input(0).x, input(1).x, input(2).x};
+        return true;
+    }
+    return false;
+}
+
+bool ShadingPoint::image(const ShadingStep& step, Color& result) const {
+    V2f st;
+    return textures.has(step.texture) &&
+           CoordinatesAt(scene, hit, scene.textures[step.texture].uvSet, st) &&
+           textures.color(step.texture, st, result);
+}
+
+V2f ShadingPoint::coordinates(const ShadingStep& step) const {
+    V2f st(0, 0);
+    CoordinatesAt(scene, hit, step.set, st);
+    return step.uvTransform(st);
+}
+
+} // namespace lantern

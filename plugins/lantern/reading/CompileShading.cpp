@@ -1,0 +1,422 @@
+#include "reading/CompileShading.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <utility>
+
+namespace lantern {
+
+namespace {
+
+using Kind = ShadingStep::Kind;
+
+const char* const kImage = "image";
+const char* const kVertexColor = "vertexColor";
+const char* const kUvTransform = "uvTransform";
+constexpr std::size_t kMostStops = 1024;
+constexpr double kMostOctaves = 16;
+const Color kBlack(0, 0, 0);
+const Color kWhite(1, 1, 1);
+
+Texture::Wrap ReadWrap(const Attribute& mode) {
+    if (mode.isTextEqual("clamp")) return Texture::Wrap::Clamp;
+    if (mode.isTextEqual("mirror")) return Texture::Wrap::Mirror;
+    if (mode.isTextEqual("decal") || mode.isTextEqual("black")) return Texture::Wrap::Black;
+    return Texture::Wrap::Repeat;
+}
+
+/// Whether a file whose color space is not given holds sRGB: colors do, except in ".exr" and
+/// ".hdr".
+bool IsSrgbByItself(const std::string& file, bool isColor) {
+    std::string extension = file.substr(std::min(file.rfind('.'), file.size()));
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return isColor && extension != ".exr" && extension != ".hdr";
+}
+
+UvTransform MakeUvTransform(const V2f& move, const V2f& scale, float turn) {
+    const float c = std::cos(turn);
+    const float s = std::sin(turn);
+    return {V2f(c, s) * scale.x, V2f(-s, c) * scale.y, move};
+}
+
+UvTransform Composed(const UvTransform& first, const UvTransform& second) {
+    const V2f origin = second(V2f(0, 0));
+    return {second(first.alongS) - origin, second(first.alongT) - origin, second(first.offset)};
+}
+
+/// The numbers of a parameter, or `otherwise`; a single number stands for both.
+V2f ReadPair(const Attribute& value, const V2f& otherwise) {
+    const std::vector<float> numbers = FiniteNumbers(value);
+    if (numbers.empty()) return otherwise;
+    return {numbers[0], numbers.size() > 1 ? numbers[1] : numbers[0]};
+}
+
+/// The parameter "uvTransform": move, scale and turn, five numbers.
+UvTransform ReadUvTransform(const Attribute& value) {
+    const std::vector<float> v = FiniteNumbers(value);
+    return v.size() < 5 ? UvTransform() : MakeUvTransform({v[0], v[1]}, {v[2], v[3]}, v[4]);
+}
+
+/// The color of one or three numbers or more, or `otherwise`.
+Color ReadColor(const Attribute& value, const Color& otherwise) {
+    const std::vector<float> numbers = FiniteNumbers(value);
+    if (numbers.empty()) return otherwise;
+    return numbers.size() < 3 ? Color(numbers[0]) : Color(numbers[0], numbers[1], numbers[2]);
+}
+
+ShadingValue Constant(const Color& value) {
+    ShadingValue result;
+    result.constant = value;
+    return result;
+}
+
+/// A channel of a value. An alpha is 1.
+ShadingValue WithChannel(ShadingValue value, int channel) {
+    if (channel < 0) return value;
+    if (channel > 2) return Constant(kWhite);
+    value.constant = Color(value.constant[channel]);
+    if (value.channel < 0) value.channel = channel;
+    return value;
+}
+
+/// The factor of a single channel is the first component.
+Color ReadMultiply(const Attribute& multiply, const Texture& texture, const ShadingUse& use) {
+    const std::vector<float> factors = FiniteNumbers(multiply);
+    if (factors.empty()) return kWhite;
+    const auto at = [&](int channel) {
+        return factors[std::min(static_cast<std::size_t>(channel), factors.size() - 1)];
+    };
+    if (texture.channel < 0) return {at(0), at(1), at(2)};
+    // The factors of a color do not apply to its alpha, which the surface's opacity multiplies.
+    if (texture.channel == 3 && factors.size() == 3) return Color(use.opacity);
+    return Color(at(texture.channel));
+}
+
+} // namespace
+
+int ChannelOf(const std::string& port) {
+    const std::size_t colon = port.rfind(':');
+    const std::string last = colon == std::string::npos ? port : port.substr(colon + 1);
+    const auto place = std::string("rgba").find(last);
+    return last.size() == 1 && place != std::string::npos ? static_cast<int>(place) : -1;
+}
+
+std::vector<float> FiniteNumbers(const Attribute& value) {
+    std::vector<float> numbers = value.floatsNearest();
+    const auto isFinite = [](float number) { return std::isfinite(number); };
+    if (!std::all_of(numbers.begin(), numbers.end(), isFinite)) numbers.clear();
+    return numbers;
+}
+
+std::string NameOfNode(const std::string& flattened) {
+    return flattened.substr(0, flattened.rfind(':'));
+}
+
+ShadingCompiler::ShadingCompiler(const ShadingNetwork& network, const TextureFileOf& textureFileOf,
+                                 const WarnOfMaterial& warn)
+    : network(network), textureFileOf(textureFileOf), warn(warn) {}
+
+ShadingValue ShadingCompiler::add(ShadingStep step) {
+    ShadingValue value;
+    if (steps.size() < kMostShadingSteps) {
+        value.step = static_cast<Index>(steps.size());
+        steps.push_back(std::move(step));
+    } else {
+        warnOfTooManySteps();
+    }
+    return value;
+}
+
+void ShadingCompiler::warnOfTooManySteps() {
+    if (!isFull)
+        warn("its material has more than " + std::to_string(kMostShadingSteps) +
+             " nodes; the rest is left out");
+    isFull = true;
+}
+
+ShadingCompiler::Maker ShadingCompiler::makerOf(const std::string& type) {
+    static const std::map<std::string, Maker> makers = {
+        {"constant", &ShadingCompiler::constant}, {"checker", &ShadingCompiler::checker},
+        {"noise", &ShadingCompiler::noise},       {"ramp", &ShadingCompiler::ramp},
+        {"mix", &ShadingCompiler::mix},           {"add", &ShadingCompiler::sum},
+        {"multiply", &ShadingCompiler::product},  {"invert", &ShadingCompiler::inverse}};
+    const auto found = makers.find(type);
+    return found == makers.end() ? nullptr : found->second;
+}
+
+// Outputs and inputs ------------------------------------------------------------------------------
+
+std::optional<ShadingValue> ShadingCompiler::outputOf(const ShadingConnection& connection,
+                                                      const ShadingUse& use) {
+    if (isFull) return {};
+    // Images differ by channel and by what they are read for.
+    const auto key =
+        std::make_tuple(connection.node, connection.port, use.input, use.isColor, use.isVector);
+    const auto found = known.find(key);
+    if (found != known.end()) return found->second;
+    if (!open.insert(connection.node).second) {
+        warn("\"" + use.input + "\" of its material is fed by the node \"" +
+             NameOfNode(connection.node) + "\", which feeds itself; its own value is used");
+        return {};
+    }
+    std::optional<ShadingValue> value;
+    if (open.size() <= kMostShadingSteps)
+        value = compile(connection.node, connection.port, use);
+    else
+        warnOfTooManySteps();
+    open.erase(connection.node);
+    return known[key] = value;
+}
+
+std::optional<ShadingValue>
+ShadingCompiler::compile(const std::string& name, const std::string& port, const ShadingUse& use) {
+    const std::optional<ShadingNode> node = network.find(name);
+    if (!node) {
+        warn("\"" + use.input +
+             "\" of its material is fed by a node that is not there; its own value is used");
+        return {};
+    }
+    if (node->type() == kImage) return image(*node, port, use);
+    if (node->type() == kVertexColor) return vertexColor(*node, port);
+    const Maker make = makerOf(node->type());
+    if (!make) {
+        unknownTypes.insert(node->type());
+        return {};
+    }
+    const std::optional<ShadingValue> value = (this->*make)(*node, use);
+    return value ? std::optional<ShadingValue>(WithChannel(*value, ChannelOf(port))) : std::nullopt;
+}
+
+ShadingValue ShadingCompiler::inputOf(const ShadingNode& node, const std::string& input,
+                                      const Color& otherwise, const ShadingUse& use) {
+    ShadingValue value = Constant(ReadColor(node.parameter(input), otherwise));
+    if (const std::optional<ShadingConnection> connection = node.connection(input)) {
+        const std::optional<ShadingValue> output = outputOf(*connection, use);
+        if (output && output->step == kNone) return *output;
+        if (output) {
+            value.step = output->step;
+            value.channel = output->channel;
+        }
+    }
+    if (!node.hasConnectionsOfComponents(input)) return value;
+    ShadingStep combine;
+    combine.kind = Kind::Combine;
+    for (int i = 0; i < 3; ++i) {
+        ShadingValue& component = combine.inputs[static_cast<std::size_t>(i)];
+        component = WithChannel(value, i);
+        const std::string name = input + ":" + "rgb"[i];
+        const std::optional<ShadingConnection> connection = node.connection(name);
+        if (!connection) continue;
+        const ShadingUse single{name, use.isColor, false, use.opacity};
+        const std::optional<ShadingValue> output = outputOf(*connection, single);
+        if (!output) continue;
+        component.step = output->step;
+        component.channel = output->channel;
+        if (output->step == kNone) component.constant = output->constant;
+    }
+    ShadingValue combined = add(std::move(combine));
+    combined.constant = value.constant;
+    return combined;
+}
+
+std::optional<ShadingValue> ShadingCompiler::textureOf(const ShadingUse& use) {
+    const std::optional<std::string> file = textureFileOf(use.input);
+    if (!file) return {};
+    Texture texture;
+    texture.file = *file;
+    texture.isSrgb = IsSrgbByItself(*file, use.isColor);
+    texture.channel = use.isVector ? -1 : 0;
+    ShadingStep step;
+    step.texture = static_cast<Index>(textures.size());
+    textures.push_back(texture);
+    return add(std::move(step));
+}
+
+void ShadingCompiler::warnOfUnknownTypes() const {
+    if (unknownTypes.empty()) return;
+    std::string names;
+    for (const std::string& type : unknownTypes)
+        names += (names.empty() ? "\"" : ", \"") + type + "\"";
+    warn("its material has nodes of unknown types, which are left out: " + names);
+}
+
+// Images ------------------------------------------------------------------------------------------
+
+std::optional<ShadingValue> ShadingCompiler::image(const ShadingNode& node, const std::string& port,
+                                                   const ShadingUse& use) {
+    Texture texture;
+    if (!readTexture(node, port, use, texture)) {
+        warn("\"" + use.input +
+             "\" of its material is fed by an image without a file; its own value is used");
+        return {};
+    }
+    const Coordinates coordinates = coordinatesOf(node);
+    texture.uvSet = coordinates.set;
+    texture.uvTransform = coordinates.transform;
+    ShadingStep step;
+    step.texture = static_cast<Index>(textures.size());
+    step.set = texture.uvSet;
+    textures.push_back(texture);
+    return add(std::move(step));
+}
+
+bool ShadingCompiler::readTexture(const ShadingNode& image, const std::string& port,
+                                  const ShadingUse& use, Texture& texture) const {
+    const Attribute attribute = image.parameter("attribute");
+    if (attribute.isText())
+        if (const auto file = textureFileOf(attribute.text())) texture.file = *file;
+    if (texture.file.empty()) texture.file = image.parameter("file").text();
+    if (texture.file.empty()) texture.file = textureFileOf(use.input).value_or("");
+    if (texture.file.empty()) return false;
+    texture.channel = ChannelOf(port);
+    if (texture.channel < 0 && !use.isVector) texture.channel = 0;
+    texture.isSrgb = IsSrgbByItself(texture.file, use.isColor);
+    const Attribute space = image.parameter("colorSpace");
+    if (space.isText()) texture.isSrgb = space.isTextEqual("srgb");
+    if (texture.channel == 3) texture.isSrgb = false; // alpha is always linear
+    texture.wrapU = ReadWrap(image.parameter("wrapU"));
+    texture.wrapV = ReadWrap(image.parameter("wrapV"));
+    texture.multiply = ReadMultiply(image.parameter("multiply"), texture, use);
+    return true;
+}
+
+/// The nodes "uvTransform" at the inputs "uv" are applied from the farthest one on, then the node's
+/// own parameters.
+ShadingCompiler::Coordinates ShadingCompiler::coordinatesOf(const ShadingNode& node) {
+    Coordinates result;
+    result.set = node.parameter("uvSet").text("st");
+    result.transform = ReadUvTransform(node.parameter("uvTransform"));
+    std::set<std::string> visited;
+    std::optional<ShadingConnection> connection = node.connection("uv");
+    while (connection) {
+        const std::optional<ShadingNode> source = network.find(connection->node);
+        if (!visited.insert(connection->node).second) {
+            warn("the node \"" + NameOfNode(connection->node) + "\" of its material feeds itself");
+            break;
+        }
+        if (!source || source->type() != kUvTransform) {
+            if (source) unknownTypes.insert(source->type());
+            break;
+        }
+        const UvTransform own = MakeUvTransform(ReadPair(source->parameter("offset"), {0, 0}),
+                                                ReadPair(source->parameter("scale"), {1, 1}),
+                                                float(source->parameter("rotation").number(0)));
+        result.transform = Composed(own, result.transform);
+        result.set = source->parameter("uvSet").text(result.set);
+        connection = source->connection("uv");
+    }
+    return result;
+}
+
+// Other nodes -------------------------------------------------------------------------------------
+
+void ShadingCompiler::readCoordinates(const ShadingNode& node, ShadingStep& step) {
+    constexpr float kDefaultScale = 8; // so that a pattern is visible on coordinates from 0 to 1
+    const Coordinates coordinates = coordinatesOf(node);
+    const V2f scale = ReadPair(node.parameter("scale"), V2f(kDefaultScale));
+    step.set = coordinates.set;
+    step.uvTransform = Composed(coordinates.transform, MakeUvTransform(V2f(0, 0), scale, 0));
+}
+
+std::optional<ShadingValue> ShadingCompiler::vertexColor(const ShadingNode& node,
+                                                         const std::string& port) {
+    const int channel = ChannelOf(port);
+    ShadingStep step;
+    step.kind = channel == 3 ? Kind::VertexAlpha : Kind::VertexColor;
+    step.set = node.parameter("name").text("color");
+    ShadingValue value = add(std::move(step));
+    value.constant = kWhite;
+    return channel == 3 ? value : WithChannel(value, channel);
+}
+
+std::optional<ShadingValue> ShadingCompiler::constant(const ShadingNode& node, const ShadingUse&) {
+    const Attribute value = node.parameter("value");
+    return Constant(ReadColor(value ? value : node.parameter("color"), kBlack));
+}
+
+std::optional<ShadingValue> ShadingCompiler::checker(const ShadingNode& node,
+                                                     const ShadingUse& use) {
+    ShadingStep step;
+    step.kind = Kind::Checker;
+    step.inputs[0] = inputOf(node, "color1", kWhite, use);
+    step.inputs[1] = inputOf(node, "color2", kBlack, use);
+    readCoordinates(node, step);
+    return add(std::move(step));
+}
+
+std::optional<ShadingValue> ShadingCompiler::noise(const ShadingNode& node, const ShadingUse& use) {
+    ShadingStep step;
+    step.kind = Kind::Noise;
+    step.inputs[0] = inputOf(node, "color1", kBlack, use);
+    step.inputs[1] = inputOf(node, "color2", kWhite, use);
+    const double octaves = node.parameter("octaves").number(3);
+    step.octaves = octaves >= 1 ? static_cast<int>(std::min(octaves, kMostOctaves)) : 1;
+    readCoordinates(node, step);
+    return add(std::move(step));
+}
+
+/// Without a value the ramp runs along the first texture coordinate, or along the second one.
+std::optional<ShadingValue> ShadingCompiler::ramp(const ShadingNode& node, const ShadingUse& use) {
+    const std::vector<float> places = FiniteNumbers(node.parameter("positions"));
+    const std::vector<float> colors = FiniteNumbers(node.parameter("colors"));
+    const std::size_t count = std::min({places.size(), colors.size() / 3, kMostStops});
+    ShadingStep step;
+    step.kind = Kind::Ramp;
+    step.isStepped = node.parameter("interpolation").isTextEqual("constant");
+    for (std::size_t i = 0; i < count; ++i)
+        step.stops.push_back({places[i], {colors[3 * i], colors[3 * i + 1], colors[3 * i + 2]}});
+    if (step.stops.empty()) step.stops = {{0, kBlack}, {1, kWhite}};
+    std::stable_sort(step.stops.begin(), step.stops.end(),
+                     [](const auto& a, const auto& b) { return a.place < b.place; });
+    if (node.connection("value") || node.parameter("value")) {
+        const ShadingUse single{use.input, false, false, 1};
+        step.inputs[0] = inputOf(node, "value", kBlack, single);
+    } else {
+        ShadingStep along;
+        along.kind =
+            node.parameter("direction").isTextEqual("v") ? Kind::CoordinateT : Kind::CoordinateS;
+        const Coordinates coordinates = coordinatesOf(node);
+        along.set = coordinates.set;
+        along.uvTransform = coordinates.transform;
+        step.inputs[0] = add(std::move(along));
+    }
+    return add(std::move(step));
+}
+
+std::optional<ShadingValue> ShadingCompiler::mix(const ShadingNode& node, const ShadingUse& use) {
+    ShadingStep step;
+    step.kind = Kind::Mix;
+    step.inputs[0] = inputOf(node, "a", kBlack, use);
+    step.inputs[1] = inputOf(node, "b", kWhite, use);
+    step.inputs[2] = inputOf(node, "amount", Color(0.5f), {use.input, false, false, 1});
+    return add(std::move(step));
+}
+
+std::optional<ShadingValue> ShadingCompiler::sum(const ShadingNode& node, const ShadingUse& use) {
+    ShadingStep step;
+    step.kind = Kind::Add;
+    step.inputs[0] = inputOf(node, "a", kBlack, use);
+    step.inputs[1] = inputOf(node, "b", kBlack, use);
+    return add(std::move(step));
+}
+
+std::optional<ShadingValue> ShadingCompiler::product(const ShadingNode& node,
+                                                     const ShadingUse& use) {
+    ShadingStep step;
+    step.kind = Kind::Multiply;
+    step.inputs[0] = inputOf(node, "a", kWhite, use);
+    step.inputs[1] = inputOf(node, "b", kWhite, use);
+    return add(std::move(step));
+}
+
+std::optional<ShadingValue> ShadingCompiler::inverse(const ShadingNode& node,
+                                                     const ShadingUse& use) {
+    ShadingStep step;
+    step.kind = Kind::Invert;
+    step.inputs[0] = inputOf(node, "a", kBlack, use);
+    return add(std::move(step));
+}
+
+} // namespace lantern
