@@ -227,6 +227,22 @@ function(tellar_plugin name)
     add_dependencies(tellar_plugins ${name})
 endfunction()
 
+# tellar_plugin_program(<name> <plug-in> SOURCES <files...>): a program that a plug-in starts. It
+# stands beside the plug-in.
+function(tellar_plugin_program name plugin)
+    cmake_parse_arguments(ARG "" "" "SOURCES" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:tellar_build_options>)
+    set_target_properties(${name} PROPERTIES
+        RUNTIME_OUTPUT_DIRECTORY "$<TARGET_FILE_DIR:OxTellarSDK>/${TELLAR_PLUGIN_SUBDIR}"
+        INSTALL_RPATH "$ORIGIN/..")
+    add_dependencies(${plugin} ${name})
+    if(TELLAR_INSTALL)
+        install(TARGETS ${name} RUNTIME
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}/${TELLAR_PLUGIN_SUBDIR} COMPONENT runtime)
+    endif()
+endfunction()
+
 # All renderers of the project.
 add_custom_target(tellar_renderers)
 

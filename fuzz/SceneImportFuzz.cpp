@@ -16,6 +16,7 @@
 #include "Check.h"
 #include "SceneReader.h"
 #include "TempDirectory.h"
+#include "isolation/ForeignFile.h"
 
 using namespace OxAttribute;
 
@@ -80,7 +81,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (extension == "obj") std::ofstream(Folder() + "/scene.mtl", std::ios::binary) << content;
     std::vector<TellarSceneImport::FileStamp> files;
     try {
-        UseScene(*TellarSceneImport::ReadScene(path, {}, files));
+        // In this process, so that a crash is seen.
+        UseScene(
+            *TellarSceneImport::ReadScene(path, {}, files, &TellarSceneImport::ReadForeignFile));
     } catch (const std::runtime_error& error) {
         const std::string message = error.what();
         Check(!message.empty() && message.find('\n') == std::string::npos, "a message is one line");

@@ -153,6 +153,7 @@ class ComponentsTest(PackageTest):
 
         libdir = self.settings["libdir"]
         self.assertIn(f"{libdir}/tellar-plugins/TellarOps.so", parts["runtime"])
+        self.assertIn(f"{libdir}/tellar-plugins/tellar-scene-reader", parts["runtime"])
         self.assertEqual([path for path in parts["runtime"] if re.search(r"\.(h|so|cmake)$", path)
                           and "tellar-plugins" not in path], [])
         self.assertIn("include/OxTellarProducers/GeometryProducer.h", parts["development"])

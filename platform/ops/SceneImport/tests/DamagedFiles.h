@@ -10,6 +10,7 @@
 #include "SceneReader.h"
 #include "TempDirectory.h"
 #include "TestScenes.h"
+#include "isolation/ForeignFile.h"
 
 /// Scene files with errors in them, and the reasons for which they are refused.
 
@@ -30,7 +31,7 @@ inline std::string Replaced(std::string text, const std::string& what, const std
 inline std::string Reason(const std::string& path) {
     std::vector<TellarSceneImport::FileStamp> files;
     try {
-        TellarSceneImport::ReadScene(path, {}, files);
+        TellarSceneImport::ReadScene(path, {}, files, &TellarSceneImport::ReadForeignFile);
         return "";
     } catch (const std::runtime_error& error) {
         return error.what();

@@ -13,6 +13,7 @@
 #include "RunTogether.h"
 #include "TempDirectory.h"
 #include "TestScenes.h"
+#include "isolation/ReaderProcess.h"
 
 // When a file is read, and when it is not. What is asked of the op type through the runtime
 // comes from the plug-in; reads are counted in the code linked to this program.
@@ -21,6 +22,11 @@ namespace {
 
 using namespace TellarSceneImport;
 using Names = std::vector<std::string>;
+
+const bool kHasReader = [] {
+    SetReaderProgram(TELLAR_SCENE_READER);
+    return true;
+}();
 
 /// A file whose root node and only mesh have these points.
 std::string Ply(const std::string& lastPoint) {

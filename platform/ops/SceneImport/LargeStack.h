@@ -1,0 +1,33 @@
+#ifndef SCENEIMPORT_LARGESTACK_H
+#define SCENEIMPORT_LARGESTACK_H
+
+#include <cstddef>
+#include <exception>
+
+#include <boost/thread/thread.hpp>
+
+namespace TellarSceneImport {
+
+/// Runs `body` on a thread with a stack of 256 MiB, waits for its end and passes its exception on.
+/// Readers follow nodes and brackets of a file recursively, and the threads that cook may have
+/// small stacks. Only the used part of the stack takes memory.
+template <typename Body>
+void RunOnLargeStack(Body body) {
+    constexpr std::size_t kStackSize = std::size_t(256) << 20;
+    std::exception_ptr failure;
+    boost::thread::attributes attributes;
+    attributes.set_stack_size(kStackSize);
+    boost::thread thread(attributes, [&] {
+        try {
+            body();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    });
+    thread.join();
+    if (failure) std::rethrow_exception(failure);
+}
+
+} // namespace TellarSceneImport
+
+#endif

@@ -1,0 +1,33 @@
+#ifndef SCENEIMPORT_READERREPLY_H
+#define SCENEIMPORT_READERREPLY_H
+
+#include <string>
+#include <vector>
+
+#include <OxTellarSDK/Attribute.h>
+
+#include "FileStamp.h"
+#include "model/SceneContent.h"
+
+namespace TellarSceneImport {
+
+/// What the scene reader writes to its standard output: one attribute stream.
+struct ReaderReply {
+    /// The files that were accessed.
+    std::vector<FileStamp> files;
+    /// Why the scene file cannot be read; empty when it was read.
+    std::string error;
+    SceneContent content;
+};
+
+/// The exit status of a reader that gets no more memory.
+constexpr int kOutOfMemoryStatus = 3;
+
+OxAttribute::GroupAttribute ToGroup(const ReaderReply& reply);
+
+/// Throws std::runtime_error when the attribute is not a reply.
+ReaderReply ReplyFrom(const OxAttribute::GroupAttribute& group);
+
+} // namespace TellarSceneImport
+
+#endif
