@@ -7,6 +7,7 @@
 #include "SourceFile.h"
 #include "files/RegularFile.h"
 #include "gltf/GltfReader.h"
+#include "materials/ResolveTextures.h"
 #include "model/SceneBuilder.h"
 #include "ply/PlyReader.h"
 
@@ -36,9 +37,10 @@ SceneContent ReadContent(const FileStamp& stamp, const ReadOptions& options,
     const std::string extension = LowerExtension(stamp.path);
     if (extension == ".gltf" || extension == ".glb")
         return ReadGltf(ReadWhole(stamp), stamp.path, options, files);
-    if (extension == ".ply")
-        return ReadPly(ReadWhole(stamp), std::filesystem::path(stamp.path).parent_path());
-    return foreignReader(stamp, options, files);
+    SceneContent content =
+        extension == ".ply" ? ReadPly(ReadWhole(stamp)) : foreignReader(stamp, options, files);
+    ResolveTextures(content, stamp.path);
+    return content;
 }
 
 } // namespace

@@ -18,15 +18,15 @@ namespace {
 
 class ContentReader {
 public:
-    ContentReader(const aiScene& scene, const std::string& animation,
-                  const std::filesystem::path& folder)
-        : scene(scene), animation(animation), folder(folder) {}
+    ContentReader(const aiScene& scene, const std::string& animation)
+        : scene(scene), animation(animation) {}
 
     SceneContent read();
 
 private:
     void readNodes();
     void readMaterials();
+    void readImages();
     void readMeshes();
     void readMotions();
     void readMotions(const aiAnimation& source);
@@ -36,7 +36,6 @@ private:
 
     const aiScene& scene;
     const std::string& animation;
-    const std::filesystem::path& folder;
     SceneContent content;
     std::vector<const aiNode*> sources;               // of content.nodes
     std::unordered_map<std::string, int> nodesByName; // the first of each name
@@ -72,8 +71,13 @@ void ContentReader::readMaterials() {
         const bool isMadeUp = name.empty() || name == AI_DEFAULT_MATERIAL_NAME;
         const bool isLeftOut = isMadeUp && !isUsed[i];
         materialIndices.push_back(isLeftOut ? -1 : static_cast<int>(content.materials.size()));
-        if (!isLeftOut) content.materials.push_back({name, MakeMaterialNetwork(material, folder)});
+        if (!isLeftOut) content.materials.push_back({name, MakeMaterialNetwork(material, scene)});
     }
+}
+
+void ContentReader::readImages() {
+    for (unsigned i = 0; i < scene.mNumTextures; ++i)
+        content.images.push_back(ImageOf(*scene.mTextures[i]));
 }
 
 void ContentReader::readMeshes() {
@@ -137,6 +141,7 @@ void ContentReader::readDevices() {
 SceneContent ContentReader::read() {
     readNodes();
     readMaterials();
+    readImages();
     readMeshes();
     readMotions();
     readDevices();
@@ -145,9 +150,8 @@ SceneContent ContentReader::read() {
 
 } // namespace
 
-SceneContent ContentOf(const aiScene& scene, const std::string& animation,
-                       const std::filesystem::path& folder) {
-    return ContentReader(scene, animation, folder).read();
+SceneContent ContentOf(const aiScene& scene, const std::string& animation) {
+    return ContentReader(scene, animation).read();
 }
 
 } // namespace TellarSceneImport

@@ -1,7 +1,6 @@
 #ifndef SCENEIMPORT_ASSIMPCONTENT_H
 #define SCENEIMPORT_ASSIMPCONTENT_H
 
-#include <filesystem>
 #include <string>
 
 #include "model/SceneContent.h"
@@ -16,9 +15,8 @@ void CheckScene(const aiScene& scene, int maxDepth);
 
 /// The content of a scene that passed CheckScene. The motion is that of the animation that
 /// ChooseAnimation finds, but "first" is the first one of each node, because some exporters write
-/// an animation for every node. Relative texture paths start at `folder`.
-SceneContent ContentOf(const aiScene& scene, const std::string& animation,
-                       const std::filesystem::path& folder);
+/// an animation for every node. Texture paths are as ResolveTextures() takes them.
+SceneContent ContentOf(const aiScene& scene, const std::string& animation);
 
 } // namespace TellarSceneImport
 

@@ -90,7 +90,7 @@ SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension
     CheckScene(*scene, kMaxNodeDepth);
     scene = importer.ApplyPostProcessing(aiProcess_JoinIdenticalVertices);
     if (!scene) throw std::runtime_error("identical points could not be joined");
-    return ContentOf(*scene, options.animation, std::filesystem::path(path).parent_path());
+    return ContentOf(*scene, options.animation);
 }
 
 } // namespace TellarSceneImport

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
+#include <string_view>
 #include <vector>
 
+#include "images/ImageKind.h"
 #include "motion/NodeMotion.h"
 
 namespace TellarSceneImport {
@@ -97,6 +100,21 @@ ImportedLight LightOf(const aiLight& source) {
                           : AimMatrix(ToVector(source.mPosition), ToVector(source.mDirection),
                                       ToVector(source.mUp));
     return light;
+}
+
+// Texels are blue, green, red, alpha. A height of 0 marks the bytes of a file, whose number is the
+// width.
+ContentImage ImageOf(const aiTexture& texture) {
+    const auto* data = reinterpret_cast<const char*>(texture.pcData);
+    if (!data) return {};
+    if (texture.mHeight > 0) {
+        const std::size_t bytes = std::size_t(texture.mWidth) * texture.mHeight * sizeof(aiTexel);
+        return {TgaFile(texture.mWidth, texture.mHeight, {data, bytes}), "tga"};
+    }
+    const std::size_t length = strnlen(texture.achFormatHint, sizeof texture.achFormatHint);
+    std::string hint(texture.achFormatHint, length);
+    if (hint.empty()) hint = texture.mFilename.C_Str();
+    return {std::string(data, texture.mWidth), std::move(hint)};
 }
 
 std::shared_ptr<const Motion> MotionOf(const aiNodeAnim& channel, double ticksPerSecond,

@@ -11,6 +11,7 @@
 
 #include "model/CameraAndLight.h"
 #include "model/Motion.h"
+#include "model/SceneContent.h"
 #include "model/Space.h"
 
 namespace TellarSceneImport {
@@ -20,6 +21,10 @@ Matrix ToMatrix(const aiMatrix4x4& matrix);
 
 ImportedCamera CameraOf(const aiCamera& source);
 ImportedLight LightOf(const aiLight& source);
+
+/// The file of an embedded texture. Texels without a format become a TGA file. Empty for a texture
+/// that is damaged.
+ContentImage ImageOf(const aiTexture& texture);
 
 /// A component without keys stays as in the transformation of the node.
 std::shared_ptr<const Motion> MotionOf(const aiNodeAnim& channel, double ticksPerSecond,

@@ -12,6 +12,7 @@
 
 #include <OxTellarSDK/GroupBuilder.h>
 
+#include "ImageGroup.h"
 #include "SampledMotion.h"
 
 namespace TellarSceneImport {
@@ -427,6 +428,7 @@ GroupAttribute ToGroup(const SceneContent& content) {
     lists.add("materials", MaterialColumns(content.materials));
     lists.add("cameras", CameraColumns(content.cameras));
     lists.add("lights", LightColumns(content.lights));
+    lists.add("images", ToGroup(content.images));
     return lists.build();
 }
 
@@ -437,6 +439,7 @@ SceneContent FromGroup(const GroupAttribute& group) {
     ReadCameras(ColumnReader(group, "cameras"), content);
     ReadLights(ColumnReader(group, "lights"), content);
     ReadNodes(ColumnReader(group, "nodes"), content);
+    content.images = ImagesFrom(GroupAttribute(group.getChildByName("images")));
     return content;
 }
 

@@ -51,6 +51,12 @@ struct ContentMaterial {
     OxAttribute::GroupAttribute network;
 };
 
+/// A picture inside the scene file, as bytes of a file of its own.
+struct ContentImage {
+    std::string bytes;
+    std::string hint; ///< of its format, as ImageExtension() takes it
+};
+
 /// The content of a scene file, whatever its format: readers fill it, BuildScene makes locations of
 /// it. All indices refer to existing items.
 struct SceneContent {
@@ -58,6 +64,8 @@ struct SceneContent {
     std::vector<ContentNode> nodes;
     std::vector<ContentShape> shapes;
     std::vector<ContentMaterial> materials;
+    /// ResolveTextures() moves them into the image cache.
+    std::vector<ContentImage> images;
     std::vector<ImportedCamera> cameras;
     std::vector<ImportedLight> lights;
 };

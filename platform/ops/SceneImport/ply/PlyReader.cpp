@@ -64,13 +64,9 @@ Box BoundOf(const PlyMesh& mesh) {
     return bound;
 }
 
-std::string PathOf(const std::string& texture, const std::filesystem::path& folder) {
-    return (folder / texture).lexically_normal().string();
-}
-
 } // namespace
 
-SceneContent ReadPly(std::string_view content, const std::filesystem::path& folder) {
+SceneContent ReadPly(std::string_view content) {
     const PlyMesh mesh = ReadPlyMesh(content);
     SceneContent result;
     ContentNode& node = result.nodes.emplace_back();
@@ -82,8 +78,7 @@ SceneContent ReadPly(std::string_view content, const std::filesystem::path& fold
     shape.bound = BoundOf(mesh);
     if (!HasColors(mesh) && mesh.texture.empty()) return result;
     shape.material = 0;
-    const std::string texture = mesh.texture.empty() ? "" : PathOf(mesh.texture, folder);
-    result.materials.push_back({"", MakePlyMaterial(texture, HasColors(mesh))});
+    result.materials.push_back({"", MakePlyMaterial(mesh.texture, HasColors(mesh))});
     return result;
 }
 

@@ -1,7 +1,6 @@
 #ifndef SCENEIMPORT_PLYREADER_H
 #define SCENEIMPORT_PLYREADER_H
 
-#include <filesystem>
 #include <string_view>
 
 #include "model/SceneContent.h"
@@ -9,9 +8,9 @@
 namespace TellarSceneImport {
 
 /// The content of a PLY file: a node with a mesh or a point cloud, and a material if it has colours
-/// or a texture. Relative paths of textures start at `folder`. Throws std::runtime_error with the
-/// reason when the file is damaged.
-SceneContent ReadPly(std::string_view content, const std::filesystem::path& folder);
+/// or a texture. Texture paths are as ResolveTextures() takes them. Throws std::runtime_error with
+/// the reason when the file is damaged.
+SceneContent ReadPly(std::string_view content);
 
 } // namespace TellarSceneImport
 

@@ -1,4 +1,7 @@
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -17,7 +20,6 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::SizeIs;
 
 const std::string kPng = "\x89PNG\r\n\x1a\n and more";
 
@@ -143,6 +145,52 @@ TEST_F(SceneTextures, OutsideTheirBufferAreLeftOut) {
                 ElementsAre(HasSubstr("image 0 is left out: damaged glTF: buffer view 0 goes "
                                       "beyond its buffer"),
                             HasSubstr("image 1 is left out: it is empty")));
+}
+
+/// The file with the text `where` replaced by `what`.
+std::string Replaced(const std::string& file, const std::string& where, const std::string& what) {
+    std::ifstream stream(file, std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(stream), {}};
+    const std::size_t place = text.find(where);
+    if (place == std::string::npos) throw std::runtime_error("There is no " + where);
+    return text.replace(place, where.size(), what);
+}
+
+TEST_F(SceneTextures, InsideFbxFilesBecomeFiles) {
+    const std::string panel = SCENEIMPORT_TEST_DATA "/panel.fbx";
+    const std::string connected =
+        directory.write("connected.fbx", Replaced(panel, "Connections:  {", R"(Connections:  {
+    C: "OO",501,500)"));
+    const std::string file =
+        directory.write("panel.fbx", Replaced(connected, "    Texture: 500,",
+                                              R"(    Video: 501, "Video::wood", "Clip" {
+        Type: "Clip"
+        FileName: "C:\somewhere\wood.png"
+        RelativeFilename: "maps\wood.png"
+        Content: ,
+        "iVBORw0KGgogYW5kIG1vcmU="
+    }
+    Texture: 500,)"));
+    const CapturedLog log;
+    const ImportedScene scene(file);
+    const std::string path = fileOf(scene, "baseColorImage", "/root/materials/Paint");
+    ASSERT_EQ(inCache(path), ".png");
+    EXPECT_EQ(content(path), kPng);
+    EXPECT_THAT(log.textsOf("SceneImport"), IsEmpty());
+}
+
+TEST_F(SceneTextures, OfOtherFormatsAreFoundAndWarnedOfInTheSameWay) {
+    directory.write("a.mtl", "newmtl wall\nmap_Kd Wall.PNG\nnewmtl roof\nmap_Kd D:\\x\\roof.png\n");
+    directory.write("wall.png", kPng);
+    const CapturedLog log;
+    const ImportedScene scene(directory.write(
+        "a.obj",
+        "mtllib a.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl wall\nf 1 2 3\nusemtl roof\nf 3 2 1\n"));
+    const std::string folder = fs::canonical(directory.path()).string();
+    EXPECT_EQ(fileOf(scene, "baseColorImage", "/root/materials/wall"), folder + "/wall.png");
+    EXPECT_THAT(log.textsOf("SceneImport"),
+                ElementsAre(HasSubstr("the texture \"D:/x/roof.png\" of the material \"roof\" does "
+                                      "not exist")));
 }
 
 TEST_F(SceneTextures, AndMaterialsAreThoseOfTheVariant) {
