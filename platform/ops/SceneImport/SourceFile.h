@@ -13,6 +13,9 @@ namespace TellarSceneImport {
 /// Deepest nesting of nodes that is read.
 constexpr int kMaxNodeDepth = 1000;
 
+/// The limit for nodes. Instancing can make more of them from a small file.
+constexpr std::uint64_t kMaxNodes = 10'000'000;
+
 /// In bytes, of each file.
 constexpr std::uintmax_t kMaxFileSize = std::uintmax_t(4) << 30;
 

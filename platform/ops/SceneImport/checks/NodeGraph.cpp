@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "SourceFile.h"
+
 namespace TellarSceneImport {
 
 std::size_t NodeGraph::indexOf(std::string_view name) {

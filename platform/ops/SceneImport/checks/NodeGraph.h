@@ -8,9 +8,6 @@
 
 namespace TellarSceneImport {
 
-/// The limit for nodes. Instancing can make more of them from a small file.
-constexpr std::uint64_t kMaxNodes = 10'000'000;
-
 /// The connections between the nodes of a scene file. Assimp expands them into a tree: it repeats a
 /// node with several parents, and never ends at a node that holds itself.
 class NodeGraph {

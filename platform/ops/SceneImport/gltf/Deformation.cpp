@@ -32,6 +32,21 @@ std::vector<float> FloatsOf(const OxAttribute::GroupAttribute& geometry, const c
     return {sample.begin(), sample.end()};
 }
 
+// The values of the points of a shape, of `width` numbers each, from those of the file.
+template <typename Value>
+std::vector<Value> OfPoints(const ContentShape& shape, std::vector<Value> values,
+                            std::size_t width) {
+    if (shape.sourcePoints.empty() || values.empty()) return values;
+    std::vector<Value> result;
+    result.reserve(shape.sourcePoints.size() * width);
+    for (const std::uint32_t point : shape.sourcePoints) {
+        if (values.size() / width <= point) GltfError("a mesh has fewer weights than points");
+        const auto first = values.begin() + static_cast<std::ptrdiff_t>(point * width);
+        result.insert(result.end(), first, first + static_cast<std::ptrdiff_t>(width));
+    }
+    return result;
+}
+
 class Deformer {
 public:
     Deformer(const Document& document, const GltfAnimation& animation, SceneContent& content)
@@ -44,10 +59,12 @@ public:
 
 private:
     const Skin& skinOf(int index);
-    std::shared_ptr<const MeshMotion::Joints> jointsOf(const tinygltf::Primitive& primitive,
+    std::shared_ptr<const MeshMotion::Joints> jointsOf(const ContentShape& shape,
+                                                       const tinygltf::Primitive& primitive,
                                                        int skin, std::size_t pointCount);
-    std::vector<MorphTarget> targetsOf(const tinygltf::Primitive& primitive) const;
-    std::vector<float> vectors(int accessor) const;
+    std::vector<MorphTarget> targetsOf(const ContentShape& shape,
+                                       const tinygltf::Primitive& primitive) const;
+    std::vector<float> vectors(const ContentShape& shape, int accessor) const;
     std::shared_ptr<MeshMotion> motionOf(const ContentShape& shape,
                                          const tinygltf::Primitive& primitive,
                                          const tinygltf::Node& node, const Track* weights);
@@ -97,15 +114,16 @@ const Skin& Deformer::skinOf(int index) {
     return skin;
 }
 
-std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const tinygltf::Primitive& primitive,
+std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const ContentShape& shape,
+                                                             const tinygltf::Primitive& primitive,
                                                              int skin, std::size_t pointCount) {
     std::vector<Influences::Set> sets;
     for (int i = 0;; ++i) {
         const auto joints = primitive.attributes.find("JOINTS_" + std::to_string(i));
         const auto weights = primitive.attributes.find("WEIGHTS_" + std::to_string(i));
         if (joints == primitive.attributes.end() || weights == primitive.attributes.end()) break;
-        sets.push_back(
-            {ReadUnsigned(document, joints->second), ReadFloats(document, weights->second).values});
+        sets.push_back({OfPoints(shape, ReadUnsigned(document, joints->second), 4),
+                        OfPoints(shape, ReadFloats(document, weights->second).values, 4)});
     }
     if (sets.empty()) return nullptr;
     const Skin& source = skinOf(skin);
@@ -113,20 +131,21 @@ std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const tinygltf::Pri
         MeshMotion::Joints{skeleton, source, Influences(pointCount, sets, source.joints.size())});
 }
 
-std::vector<float> Deformer::vectors(int accessor) const {
+std::vector<float> Deformer::vectors(const ContentShape& shape, int accessor) const {
     AccessorFloats values = ReadFloats(document, accessor);
     if (values.width != 3) GltfError("a morph target is not of vectors");
-    return std::move(values.values);
+    return OfPoints(shape, std::move(values.values), 3);
 }
 
-std::vector<MorphTarget> Deformer::targetsOf(const tinygltf::Primitive& primitive) const {
+std::vector<MorphTarget> Deformer::targetsOf(const ContentShape& shape,
+                                             const tinygltf::Primitive& primitive) const {
     std::vector<MorphTarget> targets;
     for (const auto& source : primitive.targets) {
         MorphTarget& target = targets.emplace_back();
         const auto positions = source.find("POSITION"), normals = source.find("NORMAL");
-        if (positions != source.end()) target.positions = vectors(positions->second);
+        if (positions != source.end()) target.positions = vectors(shape, positions->second);
         if (normals != source.end() && primitive.attributes.count("NORMAL") > 0)
-            target.normals = vectors(normals->second);
+            target.normals = vectors(shape, normals->second);
     }
     return targets;
 }
@@ -138,8 +157,8 @@ std::shared_ptr<MeshMotion> Deformer::motionOf(const ContentShape& shape,
     MeshMotion::Parts parts;
     parts.points = {FloatsOf(shape.geometry, "point.P"), FloatsOf(shape.geometry, "point.N")};
     if (node.skin >= 0)
-        parts.joints = jointsOf(primitive, node.skin, parts.points.positions.size() / 3);
-    parts.targets = targetsOf(primitive);
+        parts.joints = jointsOf(shape, primitive, node.skin, parts.points.positions.size() / 3);
+    parts.targets = targetsOf(shape, primitive);
     if (!parts.joints && parts.targets.empty()) return nullptr;
     parts.restWeights = node.weights.empty() ? model.meshes[node.mesh].weights : node.weights;
     parts.restWeights.resize(parts.targets.size());

@@ -13,8 +13,10 @@
 
 #include "Container.h"
 #include "DocumentCheck.h"
+#include "DracoMesh.h"
 #include "Extensions.h"
 #include "GltfError.h"
+#include "Meshopt.h"
 #include "SourceFile.h"
 #include "Uri.h"
 
@@ -39,7 +41,12 @@ private:
     void parseModel();
     std::string takeModelText();
     void addImages();
+    void decodeMeshopt();
+    void decodeDraco();
+    void decodeDraco(tinygltf::Primitive& primitive, const tinygltf::Value& extension);
+    int addBuffer(std::string bytes);
     int addView(std::string bytes);
+    int addAccessor(tinygltf::Accessor accessor, std::string bytes, std::size_t count);
     template <typename Body>
     void forEachPrimitive(Body body);
 
@@ -49,6 +56,7 @@ private:
     std::vector<std::size_t> strides; // of buffer views
     std::vector<int> indices;         // of primitives, mesh by mesh
     Json images;                      // may be null
+    std::size_t numberOfFileBuffers = 0;
 };
 
 namespace {
@@ -173,12 +181,80 @@ void Document::Loader::parseModel() {
             primitive.indices = index != indices.end() ? *index++ : -1;
 }
 
-int Document::Loader::addView(std::string bytes) {
+int Document::Loader::addBuffer(std::string bytes) {
     document.buffers.push_back(document.owned.emplace_back(std::move(bytes)));
+    return static_cast<int>(document.buffers.size()) - 1;
+}
+
+int Document::Loader::addView(std::string bytes) {
     tinygltf::BufferView& view = document.parsed->bufferViews.emplace_back();
-    view.buffer = static_cast<int>(document.buffers.size()) - 1;
-    view.byteLength = document.buffers.back().size();
+    view.byteLength = bytes.size();
+    view.buffer = addBuffer(std::move(bytes));
     return static_cast<int>(document.parsed->bufferViews.size()) - 1;
+}
+
+// `accessor` says what the bytes are.
+int Document::Loader::addAccessor(tinygltf::Accessor accessor, std::string bytes,
+                                  std::size_t count) {
+    accessor.bufferView = addView(std::move(bytes));
+    accessor.byteOffset = 0;
+    accessor.count = count;
+    accessor.sparse.isSparse = false;
+    document.parsed->accessors.push_back(std::move(accessor));
+    return static_cast<int>(document.parsed->accessors.size()) - 1;
+}
+
+// Compressed views become views of decoded buffers.
+void Document::Loader::decodeMeshopt() {
+    const Json* views = ArrayMember(&json, "bufferViews");
+    for (rapidjson::SizeType i = 0; i < SizeOf(views); ++i) {
+        const Json* extension = MeshoptOf((*views)[i]);
+        if (!extension) continue;
+        const Json* source = Member(extension, "buffer");
+        if (!source || !source->IsUint() || source->GetUint() >= numberOfFileBuffers)
+            GltfError("a compressed buffer view has no buffer");
+        std::string bytes = DecodeMeshopt(*extension, document.buffers[source->GetUint()]);
+        tinygltf::BufferView& view = document.parsed->bufferViews.at(i);
+        view.byteOffset = 0;
+        view.byteLength = bytes.size();
+        view.byteStride = MeshoptStride(*extension);
+        view.buffer = addBuffer(std::move(bytes));
+    }
+}
+
+// The attributes and indices of compressed primitives become ordinary accessors.
+void Document::Loader::decodeDraco() {
+    for (tinygltf::Mesh& mesh : document.parsed->meshes)
+        for (tinygltf::Primitive& primitive : mesh.primitives) {
+            const auto found = primitive.extensions.find("KHR_draco_mesh_compression");
+            if (found != primitive.extensions.end()) decodeDraco(primitive, found->second);
+        }
+}
+
+void Document::Loader::decodeDraco(tinygltf::Primitive& primitive,
+                                   const tinygltf::Value& extension) {
+    const int view =
+        extension.Has("bufferView") ? extension.Get("bufferView").GetNumberAsInt() : -1;
+    if (view < 0 || static_cast<std::size_t>(view) >= document.parsed->bufferViews.size())
+        GltfError("a compressed mesh has no buffer view");
+    const DracoMesh mesh(document.viewBytes(view));
+    tinygltf::Accessor indexType;
+    indexType.componentType = TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT;
+    indexType.type = TINYGLTF_TYPE_SCALAR;
+    primitive.indices = addAccessor(indexType, mesh.indices(), mesh.numberOfTriangles() * 3);
+    primitive.mode = TINYGLTF_MODE_TRIANGLES;
+    if (!extension.Has("attributes")) GltfError("a compressed mesh has no attributes");
+    const tinygltf::Value& identifiers = extension.Get("attributes");
+    for (auto& [name, accessor] : primitive.attributes) {
+        if (!identifiers.Has(name)) continue;
+        const tinygltf::Accessor type = document.parsed->accessors[accessor];
+        const int id = identifiers.Get(name).GetNumberAsInt();
+        accessor = addAccessor(
+            type,
+            mesh.attribute(static_cast<unsigned>(id), type.componentType,
+                           tinygltf::GetNumComponentsInType(static_cast<std::uint32_t>(type.type))),
+            mesh.numberOfPoints());
+    }
 }
 
 // The bytes of a data URI become a buffer view.
@@ -209,7 +285,10 @@ void Document::Loader::load() {
     document.unknown = CheckExtensions(json);
     CheckGltf(json, kMaxNodeDepth);
     loadBuffers(parts.binary);
+    numberOfFileBuffers = document.buffers.size();
     parseModel();
+    decodeMeshopt();
+    decodeDraco();
     addImages();
 }
 

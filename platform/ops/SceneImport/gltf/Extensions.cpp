@@ -9,21 +9,15 @@ namespace TellarSceneImport {
 namespace {
 
 constexpr std::string_view kUnderstood[] = {
-    "EXT_texture_webp",
-    "KHR_lights_punctual",
-    "KHR_materials_anisotropy",
-    "KHR_materials_clearcoat",
-    "KHR_materials_emissive_strength",
-    "KHR_materials_ior",
-    "KHR_materials_pbrSpecularGlossiness",
-    "KHR_materials_sheen",
-    "KHR_materials_specular",
-    "KHR_materials_transmission",
-    "KHR_materials_unlit",
-    "KHR_materials_variants",
-    "KHR_materials_volume",
-    "KHR_mesh_quantization",
-    "KHR_texture_transform",
+    "EXT_mesh_gpu_instancing",    "EXT_meshopt_compression",
+    "EXT_texture_webp",           "KHR_draco_mesh_compression",
+    "KHR_lights_punctual",        "KHR_materials_anisotropy",
+    "KHR_materials_clearcoat",    "KHR_materials_emissive_strength",
+    "KHR_materials_ior",          "KHR_materials_pbrSpecularGlossiness",
+    "KHR_materials_sheen",        "KHR_materials_specular",
+    "KHR_materials_transmission", "KHR_materials_unlit",
+    "KHR_materials_variants",     "KHR_materials_volume",
+    "KHR_mesh_quantization",      "KHR_texture_transform",
 };
 
 bool IsUnderstood(const std::string& name) {

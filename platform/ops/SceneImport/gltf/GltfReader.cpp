@@ -1,7 +1,9 @@
 #include "GltfReader.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 #include <OxLoggingHost/OxLoggerGlue.h>
@@ -13,9 +15,11 @@
 #include "Document.h"
 #include "Geometry.h"
 #include "ImageFiles.h"
+#include "Instancing.h"
 #include "Materials.h"
 #include "Motion.h"
 #include "Nodes.h"
+#include "SourceFile.h"
 #include "Variants.h"
 
 namespace TellarSceneImport {
@@ -30,10 +34,12 @@ public:
     SceneContent read();
 
 private:
+    std::vector<bool> usedMaterials() const;
     void readMaterials();
     void readNodes();
     void addNode(int index, std::uint32_t parent);
     void fillNode(int index, ContentNode& node);
+    void addInstances(int source, std::uint32_t parent);
     const std::vector<std::uint32_t>& shapesOf(int mesh);
     void addMotion();
     int sceneIndex() const;
@@ -44,9 +50,11 @@ private:
     const ReadOptions& options;
     int variant = -1; // the usual materials
     SceneContent content;
-    std::vector<int> sources;                             // of content.nodes; -1 for an added one
+    std::vector<int> materialIndices; // of the file's materials; -1 for those left out
+    std::vector<int> sources;         // of content.nodes; -1 for an added one
     std::vector<std::vector<std::uint32_t>> shapesOfMesh; // empty until asked for
     std::vector<bool> isMeshRead;
+    std::unordered_map<int, std::vector<Matrix>> instancesOf; // by node of the file
 };
 
 // Returns -1 for a file without scenes.
@@ -56,6 +64,8 @@ int ContentReader::sceneIndex() const {
 }
 
 void ContentReader::addNode(int index, std::uint32_t parent) {
+    if (sources.size() >= kMaxNodes)
+        throw std::runtime_error("it has more than " + std::to_string(kMaxNodes) + " nodes");
     sources.push_back(index);
     ContentNode& node = content.nodes.emplace_back();
     node.parent = parent;
@@ -76,6 +86,7 @@ void ContentReader::readNodes() {
     for (std::size_t i = 0; i < sources.size(); ++i) {
         if (sources[i] < 0) continue;
         fillNode(sources[i], content.nodes[i]);
+        addInstances(sources[i], static_cast<std::uint32_t>(i));
         for (const int child : model.nodes[sources[i]].children)
             addNode(child, static_cast<std::uint32_t>(i));
     }
@@ -86,7 +97,25 @@ void ContentReader::fillNode(int index, ContentNode& node) {
     node.name = source.name;
     node.matrix = MatrixOf(source);
     node.devices = DevicesOf(source);
-    if (source.mesh >= 0) node.shapes = shapesOf(source.mesh);
+    if (source.mesh < 0) return;
+    Instances instances = InstancesOf(document, source);
+    if (!instances.areUsed) {
+        node.shapes = shapesOf(source.mesh);
+        return;
+    }
+    instancesOf[index] = std::move(instances.matrices);
+}
+
+// Each instance is a location of its own.
+void ContentReader::addInstances(int source, std::uint32_t parent) {
+    const auto found = instancesOf.find(source);
+    if (found == instancesOf.end()) return;
+    for (const Matrix& matrix : found->second) {
+        addNode(-1, parent);
+        content.nodes.back().name = "instance";
+        content.nodes.back().matrix = matrix;
+        content.nodes.back().shapes = shapesOf(model.nodes[source].mesh);
+    }
 }
 
 const std::vector<std::uint32_t>& ContentReader::shapesOf(int mesh) {
@@ -101,7 +130,8 @@ const std::vector<std::uint32_t>& ContentReader::shapesOf(int mesh) {
         shape.name = source.name;
         if (source.primitives.size() > 1 && !shape.name.empty())
             shape.name += "-" + std::to_string(i);
-        shape.material = MaterialOf(model, source.primitives[i], variant);
+        const int material = MaterialOf(model, source.primitives[i], variant);
+        if (material >= 0) shape.material = materialIndices[material];
     }
     return shapes;
 }
@@ -114,6 +144,17 @@ void ContentReader::addMotion() {
     DeformShapes(document, sources, animation, path, content);
 }
 
+// Whether a primitive has each material in the variant that is read.
+std::vector<bool> ContentReader::usedMaterials() const {
+    std::vector<bool> isUsed(model.materials.size(), false);
+    for (const tinygltf::Mesh& mesh : model.meshes)
+        for (const tinygltf::Primitive& primitive : mesh.primitives)
+            if (const int material = MaterialOf(model, primitive, variant); material >= 0)
+                isUsed[material] = true;
+    return isUsed;
+}
+
+// A material without a name that nothing uses is left out.
 void ContentReader::readMaterials() {
     if (!options.variant.empty()) variant = FindVariant(model, options.variant);
     ImageFiles images(document, path);
@@ -122,10 +163,15 @@ void ContentReader::readMaterials() {
     };
     const MaterialWarning warn = [&](const std::string& about) { images.warn(about); };
     const std::vector<bool> haveColors = FindMaterialsWithColors(model);
-    for (std::size_t i = 0; i < model.materials.size(); ++i)
-        content.materials.push_back(
-            {model.materials[i].name,
-             MakeGltfMaterial(model, model.materials[i], haveColors[i], pathOf, warn)});
+    const std::vector<bool> isUsed = usedMaterials();
+    for (std::size_t i = 0; i < model.materials.size(); ++i) {
+        const tinygltf::Material& material = model.materials[i];
+        const bool isLeftOut = material.name.empty() && !isUsed[i];
+        materialIndices.push_back(isLeftOut ? -1 : static_cast<int>(content.materials.size()));
+        if (!isLeftOut)
+            content.materials.push_back(
+                {material.name, MakeGltfMaterial(model, material, haveColors[i], pathOf, warn)});
+    }
 }
 
 SceneContent ContentReader::read() {

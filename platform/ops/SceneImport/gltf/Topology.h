@@ -19,9 +19,20 @@ enum class PrimitiveMode {
 
 /// Three indices for each triangle, all with the same side in front. Indices at the end that make
 /// no whole triangle are left out, and so are the triangles of a strip without area that join its
-/// parts. Empty for modes without triangles. `indices` are below 2^31.
-std::vector<std::int32_t> TrianglesOf(PrimitiveMode mode,
-                                      const std::vector<std::uint32_t>& indices);
+/// parts. Empty for modes without triangles.
+std::vector<std::uint32_t> TrianglesOf(PrimitiveMode mode,
+                                       const std::vector<std::uint32_t>& indices);
+
+/// Curves of straight lines, as point numbers curve after curve.
+struct Polylines {
+    std::vector<std::uint32_t> points;
+    std::vector<std::int32_t> counts; ///< of points of each curve
+    bool areClosed = false;           ///< whether each one's end is joined to its beginning
+};
+
+/// The lines of a primitive. Single lines that follow each other become one curve. Empty for modes
+/// without lines.
+Polylines PolylinesOf(PrimitiveMode mode, const std::vector<std::uint32_t>& indices);
 
 } // namespace TellarSceneImport
 

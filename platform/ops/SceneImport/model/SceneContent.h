@@ -24,6 +24,9 @@ struct ContentShape {
     int material = -1; ///< index, or -1
     /// Null for a shape that keeps its form.
     std::shared_ptr<const Motion> motion;
+    /// For readers: the element of the file's data that each point comes from. Empty if point i is
+    /// element i.
+    std::vector<std::uint32_t> sourcePoints;
 };
 
 /// A camera or a light of a node.

@@ -1,0 +1,151 @@
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <OxLoggingHost/OxLoggerGlue.h>
+
+#include "DamagedFiles.h"
+#include "GltfBuilder.h"
+#include "ImportedScene.h"
+#include "SceneFixtures.h"
+#include "TempDirectory.h"
+#include "TestScenes.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+std::string Nodes(const std::string& more) {
+    return R"({"asset": {"version": "2.0"}, "nodes": [{"name": "a"}, {"name": "b"}, {"name": "c"}])" +
+           more + "}";
+}
+
+TEST(GltfScenes, AreChosenByNameOrIndex) {
+    const TempDirectory directory;
+    const std::string file = directory.write("scenes.gltf", Nodes(R"(, "scene": 1, "scenes": [
+        {"name": "first", "nodes": [0]}, {"name": "second", "nodes": [1]},
+        {"name": "0", "nodes": [2]}, {"nodes": [0, 1]}])"));
+    const auto rootsOf = [&](const char* scene) {
+        return ImportedScene(ImportArgs(file).set("scene", scene)).children("/root/world");
+    };
+    EXPECT_EQ(ImportedScene(file).children("/root/world"), (Names{"b"}));
+    EXPECT_EQ(rootsOf("first"), (Names{"a"}));
+    EXPECT_EQ(rootsOf("1"), (Names{"b"}));
+    EXPECT_EQ(rootsOf("0"), (Names{"c"})); // a name comes before an index
+    EXPECT_EQ(rootsOf("3"), (Names{"ROOT"}));
+    EXPECT_EQ(ImportedScene(ImportArgs(file).set("scene", "3")).children("/root/world/ROOT"),
+              (Names{"a", "b"}));
+    EXPECT_THAT(
+        ImportedScene(ImportArgs(file).set("scene", "4")).error(),
+        HasSubstr("there is no scene \"4\" in it; its scenes are 0 \"first\", 1 \"second\", "
+                  "2 \"0\", 3"));
+}
+
+TEST(GltfScenes, ShowAllNodesWhenThereAreNone) {
+    const TempDirectory directory;
+    const ImportedScene scene(directory.write("nodes.gltf", Nodes("")));
+    EXPECT_EQ(scene.children("/root/world/ROOT"), (Names{"a", "b", "c"}));
+}
+
+TEST(GltfBuffers, HaveNamesWithEncodedCharacters) {
+    const TempDirectory directory;
+    GltfBuilder file;
+    file.floats({0, 0, 0, 1, 0, 0, 0, 1, 0}, "VEC3");
+    file.showPrimitive(R"("attributes": {"POSITION": 0})");
+    directory.write("the data \xC3\xA4.bin", file.data());
+    const ImportedScene scene(directory.write(
+        "a.gltf", "\xEF\xBB\xBF" + file.json(R"(, "uri": "the%20data%20%C3%a4.bin"}])")));
+    EXPECT_EQ(scene.type("/root/world/thing/mesh"), "polymesh");
+}
+
+TEST(GltfBuffers, MayBeDataUris) {
+    const TempDirectory directory;
+    GltfBuilder file;
+    file.accessor<std::uint8_t>({0, 0, 0, 65, 0, 0, 0, 65, 0}, GltfNumber::UByte, "VEC3");
+    file.showPrimitive(R"("attributes": {"POSITION": 0})");
+    for (const std::string uri :
+         {"data:application/octet-stream;base64,AAAAQQAAAEEA", "data:,%00%00%00A%00%00%00%41%00"}) {
+        SCOPED_TRACE(uri);
+        const ImportedScene scene(
+            directory.write("a.gltf", file.json(R"(, "uri": ")" + uri + "\"}]")));
+        EXPECT_EQ(scene.floats("/root/world/thing/mesh", "geometry.point.P"),
+                  (Floats{0, 0, 0, 65, 0, 0, 0, 65, 0}));
+    }
+    EXPECT_EQ(Reason(directory.write("a.gltf", file.json(R"(, "uri": "data:;base64,A-"}])"))),
+              "damaged glTF: a buffer has a damaged data URI");
+}
+
+TEST(GltfBuffers, AreRegularFilesOfTheirLength) {
+    const TempDirectory directory;
+    GltfBuilder file;
+    file.floats({0, 0, 0, 1, 0, 0, 0, 1, 0}, "VEC3");
+    file.showPrimitive(R"("attributes": {"POSITION": 0})");
+    const std::string path = directory.write("a.gltf", file.json(R"(, "uri": "a.bin"}])"));
+    EXPECT_EQ(Reason(path), "its buffer \"a.bin\": there is no such file");
+    directory.write("a.bin", "short");
+    EXPECT_EQ(Reason(path), "damaged glTF: a buffer is shorter than its length");
+    directory.write("a.bin", file.data() + "more than is needed");
+    EXPECT_EQ(Reason(path), "");
+}
+
+TEST(GltfVersion, IsTwo) {
+    EXPECT_EQ(ReasonOf("a.gltf", R"({"asset": {"version": "1.0"}})"),
+              "it is glTF 1.0; only glTF 2 is supported");
+    EXPECT_EQ(ReasonOf("a.glb", "glTF" + BytesOf<std::uint32_t>({1, 20, 0, 0})),
+              "it is glTF 1; only glTF 2 is supported");
+    EXPECT_EQ(ReasonOf("a.gltf", "{}"),
+              "damaged glTF: it does not say which version of glTF it is");
+    EXPECT_EQ(ReasonOf("a.gltf", Nodes("")), "");
+}
+
+TEST(GltfExtensions, AreRefusedByNameWhenTheyAreRequiredAndUnknown) {
+    EXPECT_EQ(ReasonOf("a.gltf", Nodes(R"(, "extensionsRequired": ["XYZ_clouds"])")),
+              "it requires the extension XYZ_clouds, which is not supported");
+    EXPECT_EQ(ReasonOf("a.gltf", Nodes(R"(, "extensionsRequired":
+                  ["XYZ_clouds", "KHR_lights_punctual", "XYZ_rain"])")),
+              "it requires the extensions XYZ_clouds, XYZ_rain, which are not supported");
+}
+
+TEST(GltfExtensions, AreCountedInOneLineWhenTheyAreOptionalAndUnknown) {
+    std::mutex lock;
+    std::vector<std::string> lines;
+    OxLoggingSetLevel("SceneImport", OxLogLevel::info);
+    const OxLogSink before = OxLoggingSetSink([&](const OxLogMessage& message) {
+        const std::lock_guard<std::mutex> guard(lock);
+        lines.push_back(message.text);
+    });
+    const std::string reason = ReasonOf("a.gltf", Nodes(R"(, "extensionsUsed":
+        ["XYZ_clouds", "KHR_lights_punctual", "XYZ_rain"])"));
+    OxLoggingSetSink(before);
+    EXPECT_EQ(reason, "");
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_THAT(lines[0], HasSubstr("a.gltf uses 2 optional extensions that are not understood: "
+                                    "XYZ_clouds, XYZ_rain"));
+}
+
+TEST(DamagedGltf, HasIndicesThatReferToSomething) {
+    EXPECT_EQ(ReasonOfYard("\"material\": 0", "\"material\": 7"),
+              "damaged glTF: \"material\" of a primitive refers to nothing");
+    EXPECT_EQ(ReasonOfYard("\"POSITION\": 0", "\"POSITION\": 70"),
+              "damaged glTF: attribute \"POSITION\" of a primitive refers to nothing");
+    EXPECT_EQ(ReasonOfYard("\"indices\": 3", "\"indices\": -3"),
+              "damaged glTF: \"indices\" of a primitive refers to nothing");
+    EXPECT_EQ(ReasonOfYard("{\"source\": 1}", "{\"source\": 2}"),
+              "damaged glTF: \"source\" of a texture refers to nothing");
+    EXPECT_EQ(ReasonOfYard("\"input\": 4, \"output\": 6", "\"input\": 4, \"output\": 16"),
+              "damaged glTF: \"output\" of a sampler of an animation refers to nothing");
+    EXPECT_EQ(ReasonOfYard("\"target\": {\"node\": 2", "\"target\": {\"node\": 20"),
+              "damaged glTF: \"node\" of a channel of an animation refers to nothing");
+    EXPECT_EQ(ReasonOfYard("\"scene\": 0", "\"scene\": 1"),
+              "damaged glTF: \"scene\" of the file refers to nothing");
+}
+
+TEST(DamagedGltf, HasTransformsOfTheRightLength) {
+    EXPECT_EQ(ReasonOfYard("[1, 2, 3]", "[1, 2]"),
+              "damaged glTF: \"translation\" of a node is not 3 numbers");
+}
+
+} // namespace
