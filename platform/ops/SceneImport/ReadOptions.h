@@ -16,10 +16,12 @@ struct ReadOptions {
     std::string variant;
     /// An animation of the file, as ChooseAnimation finds it.
     std::string animation = kFirstAnimation;
+    /// Whether FBX files are turned to +Y up and scaled to metres.
+    bool convertUnits = true;
 
     friend bool operator<(const ReadOptions& a, const ReadOptions& b) {
-        return std::tie(a.scene, a.variant, a.animation) <
-               std::tie(b.scene, b.variant, b.animation);
+        return std::tie(a.scene, a.variant, a.animation, a.convertUnits) <
+               std::tie(b.scene, b.variant, b.animation, b.convertUnits);
     }
 };
 

@@ -92,6 +92,7 @@ Settings ReadSettings(const ArgReader& args) {
     settings.options.scene = args.string("scene", "");
     settings.options.animation = args.string("animation", kFirstAnimation);
     settings.options.variant = args.string("variant", "");
+    settings.options.convertUnits = args.flag("convertUnits", true);
     settings.clock.framesPerSecond =
         RequireFinite("framesPerSecond", args.doubles("framesPerSecond", 1, {24.0})[0]);
     if (settings.clock.framesPerSecond <= 0.0)
@@ -194,6 +195,9 @@ public:
                        "one. Default: \"first\"."},
                       {"variant", "string",
                        "The set of materials of a glTF file, by name. Default: the usual ones."},
+                      {"convertUnits", "int",
+                       "0 leaves the axes and units of an FBX file as they are. Default: 1, +Y up "
+                       "and metres."},
                       {"framesPerSecond", "double",
                        "How many frames a second of the file's animation takes. Default: 24."},
                       {"frame", "double",

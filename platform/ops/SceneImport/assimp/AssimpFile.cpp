@@ -1,16 +1,22 @@
 #include "AssimpFile.h"
 
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 
 #include <assimp/DefaultIOStream.h>
 #include <assimp/DefaultIOSystem.h>
 #include <assimp/Importer.hpp>
+#include <assimp/MemoryIOWrapper.h>
 #include <assimp/config.h>
 #include <assimp/postprocess.h>
 
 #include "AssimpContent.h"
+#include "ColladaOpacity.h"
+#include "ColladaText.h"
+#include "FbxSpace.h"
 #include "SourceFile.h"
 #include "checks/ColladaCheck.h"
 #include "checks/FbxCheck.h"
@@ -28,11 +34,12 @@ public:
         : DefaultIOStream(file.release(), path) {}
 };
 
-// Opens files for Assimp and records their stamps.
+// Opens files for Assimp and records their stamps. The content of the scene file can be replaced.
 class FileAccess : public Assimp::DefaultIOSystem {
 public:
-    FileAccess(const std::string& scenePath, std::vector<FileStamp>& files)
-        : scenePath(scenePath), files(files) {}
+    FileAccess(const std::string& scenePath, const std::optional<std::string>& sceneContent,
+               std::vector<FileStamp>& files)
+        : scenePath(scenePath), sceneContent(sceneContent), files(files) {}
 
     Assimp::IOStream* Open(const char* path, const char* mode) override {
         if (std::strpbrk(mode, "wa+")) return nullptr;
@@ -41,6 +48,9 @@ public:
         if (!stamp.isRegularFile() || stamp.size > kMaxFileSize) return nullptr;
         // An OBJ file refers only to files of materials.
         if (path != scenePath && LowerExtension(scenePath) == ".obj") CheckMtl(ReadWhole(stamp));
+        if (sceneContent && path == scenePath)
+            return new Assimp::MemoryIOStream(
+                reinterpret_cast<const std::uint8_t*>(sceneContent->data()), sceneContent->size());
         RegularFile::State opened;
         std::string ignored; // Assimp does not ask why
         RegularFile::Pointer file = RegularFile::Open(path, opened, ignored);
@@ -49,6 +59,7 @@ public:
 
 private:
     const std::string& scenePath;
+    const std::optional<std::string>& sceneContent; // the content of the file if there is none
     std::vector<FileStamp>& files;
 };
 
@@ -63,12 +74,18 @@ void Configure(Assimp::Importer& importer) {
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
 }
 
-// Checks everything that Assimp trusts.
-void Examine(const FileStamp& stamp, const std::string& extension) {
-    if (extension == ".dae") CheckCollada(ReadWhole(stamp), kMaxNodeDepth);
+// Checks everything that Assimp trusts. Returns the content that Assimp can read if it cannot read
+// that of the file.
+std::optional<std::string> Examine(const FileStamp& stamp, const std::string& extension) {
+    if (extension == ".dae") {
+        std::string content = PlainCollada(ReadWhole(stamp));
+        CheckCollada(content, kMaxNodeDepth);
+        return content;
+    }
     if (extension == ".fbx") CheckFbx(ReadWhole(stamp), kMaxNodeDepth);
     if (extension == ".obj")
         CheckObj(ReadWhole(stamp), std::filesystem::path(stamp.path).filename().string());
+    return std::nullopt;
 }
 
 } // namespace
@@ -79,18 +96,21 @@ bool IsAssimpExtension(const std::string& extension) {
 
 SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension,
                             const ReadOptions& options, std::vector<FileStamp>& files) {
-    Examine(stamp, extension);
+    const std::optional<std::string> content = Examine(stamp, extension);
     const std::string path = stamp.path;
     Assimp::Importer importer;
     Configure(importer);
-    importer.SetIOHandler(new FileAccess(path, files));
+    importer.SetIOHandler(new FileAccess(path, content, files));
     const aiScene* scene = importer.ReadFile(path, 0);
     if (!scene) throw std::runtime_error(FirstLine(importer.GetErrorString()));
     // The post-processing of Assimp trusts indices.
     CheckScene(*scene, kMaxNodeDepth);
     scene = importer.ApplyPostProcessing(aiProcess_JoinIdenticalVertices);
     if (!scene) throw std::runtime_error("identical points could not be joined");
-    return ContentOf(*scene, options.animation);
+    if (content) RepairColladaOpacity(*scene, *content);
+    SceneContent result = ContentOf(*scene, options.animation);
+    if (extension == ".fbx" && options.convertUnits) ConvertFbxSpace(*scene, result);
+    return result;
 }
 
 } // namespace TellarSceneImport

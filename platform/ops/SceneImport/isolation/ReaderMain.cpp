@@ -1,10 +1,10 @@
 // The scene reader: a program that reads one scene file with Assimp and writes a ReaderReply to its
 // standard output. ReadInChildProcess starts it.
 //
-//     tellar-scene-reader FILE MEBIBYTES HOST ANIMATION
+//     tellar-scene-reader FILE MEBIBYTES HOST ANIMATION CONVERT
 //
-// MEBIBYTES is the most memory that it may use, HOST the process that starts it, ANIMATION as in
-// ReadOptions.
+// MEBIBYTES is the most memory that it may use, HOST the process that starts it. ANIMATION and
+// CONVERT (0 or 1) are as in ReadOptions.
 
 #include <algorithm>
 #include <cerrno>
@@ -83,9 +83,7 @@ std::int64_t WriteTo(void* stream, const void* data, std::int64_t bytes) {
     return bytes;
 }
 
-ReaderReply Read(const std::string& path, const std::string& animation) {
-    ReadOptions options;
-    options.animation = animation;
+ReaderReply Read(const std::string& path, const ReadOptions& options) {
     ReaderReply reply;
     try {
         reply.content = ReadForeignFile(StampOf(path), options, reply.files);
@@ -109,11 +107,14 @@ std::uint64_t NumberIn(std::string_view text) {
 } // namespace
 
 int main(int count, char** arguments) {
-    if (count != 5) return EXIT_FAILURE;
+    if (count != 6) return EXIT_FAILURE;
+    ReadOptions options;
+    options.animation = arguments[4];
+    options.convertUnits = NumberIn(arguments[5]) != 0;
     int output = TakeOutput();
     Restrain(NumberIn(arguments[2]), NumberIn(arguments[3]));
     try {
-        ToGroup(Read(arguments[1], arguments[4])).writeAttributeStream(&output, &WriteTo);
+        ToGroup(Read(arguments[1], options)).writeAttributeStream(&output, &WriteTo);
     } catch (const std::exception&) {
         _exit(EXIT_FAILURE);
     }

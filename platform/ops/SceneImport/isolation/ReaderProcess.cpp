@@ -161,7 +161,8 @@ SceneContent ReadInChildProcess(const FileStamp& stamp, const ReadOptions& optio
     try {
         reader.emplace(TellarInternal::ChildProgram{program,
                                                     {stamp.path, std::to_string(limits.mebibytes),
-                                                     std::to_string(getpid()), options.animation},
+                                                     std::to_string(getpid()), options.animation,
+                                                     options.convertUnits ? "1" : "0"},
                                                     {},
                                                     limits.time});
     } catch (const std::system_error& error) {

@@ -1,6 +1,11 @@
 #include <cmath>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <assimp/Exporter.hpp>
 #include <assimp/Importer.hpp>
@@ -19,6 +24,11 @@ using namespace OxAttribute;
 using testing::IsEmpty;
 
 const std::string kData = SCENEIMPORT_TEST_DATA;
+
+std::string ContentOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
 
 class House : public testing::Test {
 protected:
@@ -194,6 +204,103 @@ TEST_F(ColladaPanel, HasMaterialsWithTextures) {
 }
 
 /// The house as Assimp itself writes it.
+/// The panel in the axes and units of other exporters.
+std::string PanelWith(const std::vector<std::pair<std::string, std::string>>& changes) {
+    std::string content = ContentOf(kData + "/panel.fbx");
+    for (const auto& [what, by] : changes) {
+        const std::size_t at = content.find(what);
+        if (at == std::string::npos) throw std::runtime_error("no such text: " + what);
+        content.replace(at, what.size(), by);
+    }
+    return content;
+}
+
+std::string Setting(const std::string& name, const std::string& value) {
+    return '"' + name + "\", \"int\", \"Integer\", \"\"," + value;
+}
+
+TEST(FbxSpace, IsTurnedToYUpAndScaledToMetres) {
+    const TempDirectory directory;
+    const ImportedScene inches(directory.write(
+        "inches.fbx", PanelWith({{Setting("UpAxis", "1"), Setting("UpAxis", "2")},
+                                 {Setting("FrontAxis", "2"), Setting("FrontAxis", "1")},
+                                 {Setting("FrontAxisSign", "1"), Setting("FrontAxisSign", "-1")},
+                                 {"\"Number\", \"\",1", "\"Number\", \"\",2.54"}})));
+    EXPECT_THAT(LocalMatrix(inches, "/root/world/RootNode"),
+                Near({0.0254, 0, 0, 0, 0, 0, -0.0254, 0, 0, 0.0254, 0, 0, 0, 0, 0, 1}));
+    EXPECT_THAT(LocalMatrix(ImportedScene(kData + "/panel.fbx"), "/root/world/RootNode"),
+                Near({0.01, 0, 0, 0, 0, 0.01, 0, 0, 0, 0, 0.01, 0, 0, 0, 0, 1}));
+}
+
+TEST(FbxSpace, StaysAsInTheFileOnRequest) {
+    ImportArgs args(kData + "/panel.fbx");
+    args.set("convertUnits", IntAttribute(0));
+    EXPECT_FALSE(ImportedScene(args).attr("/root/world/RootNode", "xform").isValid());
+}
+
+TEST(FbxSpace, IsOnlyScaledIfItsAxesAreNoFrame) {
+    const TempDirectory directory;
+    for (const char* const axis : {"0", "3", "-1"}) {
+        const ImportedScene scene(directory.write(
+            "wrong.fbx", PanelWith({{Setting("UpAxis", "1"), Setting("UpAxis", axis)}})));
+        EXPECT_THAT(LocalMatrix(scene, "/root/world/RootNode"),
+                    Near({0.01, 0, 0, 0, 0, 0.01, 0, 0, 0, 0, 0.01, 0, 0, 0, 0, 1}))
+            << axis;
+    }
+}
+
+/// The opacity of the panel's material when its transparency is that of other exporters.
+Floats OpacityOfPanelWith(const std::string& transparency) {
+    const TempDirectory directory;
+    std::string content = ContentOf(kData + "/panel.dae");
+    content.insert(content.find("</phong>"), transparency);
+    const ImportedScene scene(directory.write("panel.dae", content));
+    return scene.floats("/root/materials/wood", "material.parameters.opacity");
+}
+
+std::string Transparency(const std::string& number) {
+    return "<transparent><color>0 0 0 1</color></transparent><transparency><float>" + number +
+           "</float></transparency>";
+}
+
+TEST(ColladaOpacity, IsOneForAFileThatTakesATransparencyOfZeroForOpaque) {
+    EXPECT_EQ(OpacityOfPanelWith(Transparency("0")), (Floats{1}));
+    EXPECT_EQ(OpacityOfPanelWith("<transparency><float> 0 </float></transparency>"), (Floats{1}));
+}
+
+TEST(ColladaOpacity, IsThatOfTheFileOtherwise) {
+    EXPECT_EQ(OpacityOfPanelWith(""), (Floats{1}));
+    EXPECT_EQ(OpacityOfPanelWith(Transparency("1")), (Floats{1}));
+    EXPECT_EQ(OpacityOfPanelWith(Transparency(" 0.25 ")), (Floats{0.25f}));
+    EXPECT_EQ(OpacityOfPanelWith("<transparent opaque=\"RGB_ZERO\"><color>1 1 1 1</color>"
+                                 "</transparent><transparency><float>1</float></transparency>"),
+              (Floats{0}));
+}
+
+TEST(ColladaText, MayHaveBlanksAroundNumbers) {
+    const TempDirectory directory;
+    std::string content = ContentOf(kData + "/panel.dae");
+    for (const auto& [what, by] : std::vector<std::pair<std::string, std::string>>{
+             {"<color>0.1 0.2 0.4</color>", "<color>\n 0.1  0.2\t0.4 </color>"},
+             {"<yfov>30</yfov>", "<yfov> 30 </yfov>"},
+             {"count=\"12\">0 0 0 2 0 0", "count=\" 12 \">\n 0 0 0\n 2 0 0"},
+             {"<p>0 1 2 3</p>", "<p> 0 1 2 3 </p>"}})
+        content.replace(content.find(what), what.size(), by);
+    const ImportedScene scene(directory.write("panel.dae", content));
+    EXPECT_EQ(scene.error(), "");
+    EXPECT_EQ(scene.children("/root/world/stage"),
+              ImportedScene(kData + "/panel.dae").children("/root/world/stage"));
+}
+
+TEST(ColladaText, MayBeUtf16) {
+    const TempDirectory directory;
+    std::string wide = "\xFF\xFE";
+    for (const char c : ContentOf(kData + "/panel.dae"))
+        wide += std::string{c, '\0'};
+    const ImportedScene scene(directory.write("panel.dae", wide));
+    EXPECT_EQ(scene.children("/root/world"), (Names{"stage"}));
+}
+
 class ExportedHouse : public testing::Test {
 protected:
     std::string exportAs(const char* format, const std::string& name) const {

@@ -61,7 +61,7 @@ TEST(SceneImport, TellsAboutItself) {
     for (const OxOpType::Argument& argument : type->description().arguments)
         names.push_back(argument.name);
     EXPECT_EQ(names, (Names{"file", "directory", "location", "materialLocation", "scene",
-                            "animation", "variant", "framesPerSecond", "frame"}));
+                            "animation", "variant", "convertUnits", "framesPerSecond", "frame"}));
 }
 
 TEST(SceneImport, TakesNoInputs) {
