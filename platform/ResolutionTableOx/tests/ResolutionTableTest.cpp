@@ -109,6 +109,32 @@ TEST(ResolutionTable, WorksAsACopyAfterTheOriginalIsGone) {
     EXPECT_EQ(Found(copy, "b"), "b 1x1 aspect 1");
 }
 
+TEST(ResolutionTable, FindsAFormatForEverySize) {
+    const ResolutionTable table({{"640x480", 1, 2, 2}});
+    EXPECT_EQ(Found(table, "1280x720"), "1280x720 1280x720 aspect 1");
+    EXPECT_EQ(Found(table, "1x1048576"), "1x1048576 1x1048576 aspect 1");
+    EXPECT_EQ(Found(table, "640x480"), "640x480 1x2 aspect 2");
+    EXPECT_EQ(&table.getResolution("1280x720"), &table.getResolution("1280x720"));
+}
+
+TEST(ResolutionTable, RefusesSizesThatNoFormatCanHave) {
+    const ResolutionTable table({});
+    EXPECT_EQ(ErrorOf(table, "0x480"),
+              "\"0x480\": width is 0; it must be a whole number from 1 to 1048576");
+    EXPECT_EQ(ErrorOf(table, "640x1048577"),
+              "\"640x1048577\": height is 1048577; it must be a whole number from 1 to 1048576");
+    EXPECT_EQ(
+        ErrorOf(table, "100000x100000"),
+        "\"100000x100000\": width times height is 10000000000; it must be at most 2147483647");
+}
+
+TEST(ResolutionTable, TakesOnlyTwoNumbersForASize) {
+    for (const char* name : {"640", "640x", "x480", "640X480", "640x480x2", "-640x480", "+640x480",
+                             "0640x480", "640 x 480", "640.5x480", "99999999999x1"})
+        EXPECT_EQ(ErrorOf(ResolutionTable({}), name),
+                  std::string("no resolution is named '") + name + "'");
+}
+
 TEST(ResolutionTable, SuggestsTheClosestNamesAtMostThree) {
     const ResolutionTable table(
         {{"hd_1080", 1, 1, 1}, {"hd_1081", 1, 1, 1}, {"hd_720", 1, 1, 1}, {"hd_10", 1, 1, 1}});

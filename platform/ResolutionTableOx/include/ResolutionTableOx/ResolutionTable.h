@@ -32,7 +32,9 @@ private:
 /// Picture formats by name (docs/resolutions.md). Immutable: any number of threads may share one.
 class RESOLUTIONTABLEOX_API ResolutionTable {
 public:
-    /// The entry lives as long as the table. Throws std::runtime_error "no resolution is named
+    /// A name such as "1280x720" that is not in the table is a format of this size with square
+    /// pixels; a size that no format can have throws what the constructor of entries throws. The
+    /// entry lives as long as the table. Throws std::runtime_error "no resolution is named
     /// '<name>'" for a name that is not in the table, followed by "; did you mean '<a>', '<b>' or
     /// '<c>'?" when there are similar names. Names are compared byte by byte.
     const ResolutionTableEntry& getResolution(const std::string& name) const;
