@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "text/SimilarNames.h"
+
 namespace TellarOps {
 namespace {
 
@@ -64,12 +66,25 @@ void ThrowArgumentError(std::string_view name, const std::string& complaint) {
     throw std::runtime_error("Argument \"" + std::string(name) + "\" " + complaint + ".");
 }
 
+namespace {
+
+[[noreturn]] void ThrowUnknownArgument(const Description& description, const std::string& name) {
+    std::vector<std::string> names;
+    for (const Argument& argument : description.arguments)
+        names.push_back(argument.name);
+    const std::string complaint = "is not known to the op type \"" + description.name + '"';
+    const std::string hint = TellarInternal::DidYouMean(names, name);
+    if (hint.empty()) ThrowArgumentError(name, complaint);
+    throw std::runtime_error("Argument \"" + name + "\" " + complaint + hint);
+}
+
+} // namespace
+
 ArgReader::ArgReader(const Description& description, const GroupAttribute& args)
     : description(description), args(args) {
     for (std::int64_t index = 0; index < args.getNumberOfChildren(); ++index) {
         const std::string_view name = args.getChildNameView(index);
-        if (!FindArgument(description, name))
-            ThrowArgumentError(name, "is not known to the op type \"" + description.name + "\"");
+        if (!FindArgument(description, name)) ThrowUnknownArgument(description, std::string(name));
     }
 }
 

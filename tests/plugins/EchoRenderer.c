@@ -37,13 +37,38 @@ static void writeNumbers(const Suites* suites, FILE* file, OxSgIteratorStruct* r
     int64_t floatCount = 0;
     const int32_t* ints = attributes->getIntSample(value, 0.0f, &intCount);
     const float* floats = attributes->getFloatSample(value, 0.0f, &floatCount);
+    int64_t doubleCount = 0;
+    const double* doubles = attributes->getDoubleSample(value, 0.0f, &doubleCount);
     fputs(name, file);
     for (int64_t i = 0; ints && i < intCount; ++i)
         fprintf(file, " %" PRId32, ints[i]);
     for (int64_t i = 0; floats && i < floatCount; ++i)
         fprintf(file, " %g", (double)floats[i]);
-    fputs(ints || floats ? "\n" : " none\n", file);
+    for (int64_t i = 0; doubles && i < doubleCount; ++i)
+        fprintf(file, " %g", doubles[i]);
+    fputs(ints || floats || doubles ? "\n" : " none\n", file);
     attributes->release(value);
+}
+
+/* The lens and the place of the camera, and settings of this renderer. */
+static void writeView(const Suites* suites, FILE* file, OxSgIteratorStruct* root) {
+    const OxRenderOutputUtilsHostSuite_v3* utils = suites->utils;
+    OxAttributeStruct* path = utils->getCameraPath(root);
+    CameraInfoStruct* camera =
+        utils->getCameraInfo(root, suites->attributes->getString(path, 0.0f, 0));
+    suites->attributes->release(path);
+    fprintf(file, "fov %.9g\nclip %.9g %.9g\nwindow %.9g %.9g %.9g %.9g\ncameraToWorld",
+            (double)utils->getCameraFov(camera), (double)utils->getCameraNear(camera),
+            (double)utils->getCameraFar(camera), (double)utils->getCameraLeft(camera),
+            (double)utils->getCameraRight(camera), (double)utils->getCameraBottom(camera),
+            (double)utils->getCameraTop(camera));
+    for (int i = 0; i < 16; ++i)
+        fprintf(file, " %.17g", utils->getCameraXform(camera)[i]);
+    fputs("\n", file);
+    utils->releaseCameraInfo(camera);
+    writeNumbers(suites, file, root, "renderSettings.echo.depth");
+    writeNumbers(suites, file, root, "renderSettings.echo.exposure");
+    writeNumbers(suites, file, root, "renderSettings.echo.maxDepth");
 }
 
 static void writeJob(const OxRenderJob_v1* job, FILE* file) {
@@ -58,6 +83,7 @@ static void writeJob(const OxRenderJob_v1* job, FILE* file) {
     fprintf(file, "size %d %d\n", width, height);
     writeNumbers(&suites, file, job->root, "renderSettings.tileRender");
     writeNumbers(&suites, file, job->root, "renderSettings.cropWindow");
+    if (isWanted("view")) writeView(&suites, file, job->root);
 }
 
 /* ---- What it says ---------------------------------------------------------------------------- */

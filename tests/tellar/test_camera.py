@@ -253,10 +253,12 @@ camera to world, sample at 0
                           "camera", scene)
         self.assert_fails(f'{scene}: camera "/root/x": there is no such location',
                           "camera", scene, "--camera", "/root/x")
-        self.assert_fails(f'{scene}: camera "/root/world": the location has no group "geometry"',
-                          "camera", scene, "--camera", "/root/world")
-        self.assert_fails('--camera: "world/cam" is no absolute location path',
-                          "camera", scene, "--camera", "world/cam")
+        self.assert_fails(f'{scene}: camera "/root/wrld": there is no such location; did you mean '
+                          '"/root/world"?', "camera", scene, "--camera", "/root/wrld")
+        self.assert_fails(f'{scene}: camera "/root/world": the location is no camera',
+                          "camera", scene, "--camera", "/root/world/")
+        self.assert_fails(f'{scene}: --camera "cam" matches no camera; there is none',
+                          "camera", scene, "--camera", "cam")
         self.assert_fails('--camera: "" is no absolute location path',
                           "camera", scene, "--camera", "")
 
@@ -274,7 +276,7 @@ camera to world, sample at 0
                           '"geometry.far" is no double, "geometry.top" is no double',
                           "camera", scene, "--camera", "/root/cam")
         scene = self.scene(Scene({"cam": {"a": {"geometry": 5}}}))
-        self.assert_fails(f'{scene}: camera "/root/cam": the location has no group "geometry"',
+        self.assert_fails(f'{scene}: camera "/root/cam": the location is no camera',
                           "camera", scene, "--camera", "/root/cam")
 
     def test_bad_shutters_and_frames_are_named(self):

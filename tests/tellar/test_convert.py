@@ -95,7 +95,8 @@ class SceneKindTest(TellarTest):
     def test_locations_that_do_not_exist_are_named(self):
         for variant in ("sync", "async", "thread-aware"):
             with self.subTest(variant=variant):
-                self.assert_fails(f'{self.scene}: there is no location "/root/wrld"',
+                self.assert_fails(f'{self.scene}: there is no location "/root/wrld"; did you mean '
+                                  '"/root/world"?',
                                   "walk", self.scene, "--at", "/root/wrld", "--variant", variant)
         self.assert_fails('--at: "world" is no absolute location path',
                           "walk", self.scene, "--at", "world")
@@ -112,6 +113,30 @@ class SceneKindTest(TellarTest):
         bad = {"ops": [{"name": "a", "type": "Array"}]}
         self.assert_fails_with('Op "a" (Array) at "/root": Argument "source" is missing',
                                "walk", self.write("bad.json", bad))
+
+    def test_misspelt_op_types_and_arguments_are_guessed(self):
+        near = {"ops": [{"name": "a", "type": "Mrege"}]}
+        self.assert_fails('Op "a" (Mrege) at "/root": there is no op type of this name; did you '
+                          'mean "Merge"?', "walk", self.write("near.json", near))
+        near = {"ops": [{"name": "a", "type": "Prune", "args": {"path": ["/root/a"]}}]}
+        self.assert_fails('Op "a" (Prune) at "/root": Argument "path" is not known to the op type '
+                          '"Prune"; did you mean "paths"?', "walk",
+                          self.write("near.json", near))
+
+    def test_locations_may_end_with_a_slash(self):
+        for path in ("/root/world/", "//root//world"):
+            self.assertEqual(self.tellar("walk", self.scene, "--at", path),
+                             self.tellar("walk", self.scene, "--at", "/root/world"))
+        for path in ("/", "/root/", "//"):
+            self.assertEqual(self.tellar("walk", self.scene, "--at", path), TREE)
+
+    def test_misspelt_locations_are_guessed_at_every_level(self):
+        for path, meant in (("/root/world/goe/quad", "/root/world/geo"),
+                            ("/world/geo", "/root/world/geo"),
+                            ("/rot/world", "/root")):
+            with self.subTest(path):
+                self.assert_fails(f'{self.scene}: there is no location "{path}"; did you mean '
+                                  f'"{meant}"?', "walk", self.scene, "--at", path)
 
     def test_a_plugin_that_could_not_be_loaded_is_told_where_an_op_type_is_missed(self):
         plugins = self.folder / "plugins"
@@ -234,10 +259,72 @@ class ConvertTest(TellarTest):
                           "with --to", "convert", self.scene, "x.txt")
         self.assert_fails("--compress: JSON is written uncompressed only",
                           "convert", self.scene, "x.json", "--compress")
-        self.write("triangle.obj", "v 0 0 0\n")
-        self.assert_fails("triangle.obj: is no op-tree description",
-                          "convert", "triangle.obj", "x.json")
         self.assertFalse((self.folder / "x.json").exists())
+
+    def test_a_model_becomes_a_description_that_imports_it(self):
+        (self.folder / "models").mkdir()
+        (self.folder / "shots").mkdir()
+        self.write("models/triangle.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n")
+        walked = self.tellar("walk", "models/triangle.obj")
+        for name in ("shots/a.json", "shots/a.oxop", "shots/a.oxattr"):
+            with self.subTest(name):
+                self.tellar("convert", "models/triangle.obj", name)
+                self.assertEqual(self.tellar("walk", name), walked)
+        op = json.loads(self.read("shots/a.json"))["ops"][0]
+        self.assertEqual(op["args"], {"file": "../models/triangle.obj"})
+        (self.folder / "moved").mkdir()
+        for name in ("models", "shots"):
+            (self.folder / name).rename(self.folder / "moved" / name)
+        self.assertEqual(self.tellar("walk", "moved/shots/a.json"), walked)
+
+
+class StandardStreams(TellarTest):
+    def pipe(self, content, *arguments):
+        done = subprocess.run([self.program, *map(str, arguments)], input=content, timeout=600,
+                              capture_output=True, env=self.environment, cwd=self.folder)
+        return done.returncode, done.stdout.decode(), done.stderr.decode()
+
+    def test_scenes_of_every_kind_come_from_standard_input(self):
+        self.write("scene.json", SCENE)
+        for name in ("scene.json", "scene.oxop", "scene.oxattr"):
+            self.tellar("convert", "scene.json", name)
+            with self.subTest(name):
+                content = (self.folder / name).read_bytes()
+                self.assertEqual(self.pipe(content, "walk", "-"), (0, TREE, ""))
+
+    def test_models_come_from_standard_input(self):
+        for name in ("garden.gltf",):
+            content = (self.examples / name).read_bytes()
+            status, output, _ = self.pipe(content, "walk", "-", "--depth", "1")
+            self.assertEqual((status, output.splitlines()[0]), (0, "/root [group]"))
+        ply = b"ply\nformat ascii 1.0\nelement vertex 3\n" + b"".join(
+            b"property float %c\n" % axis for axis in b"xyz") + (
+            b"element face 1\nproperty list uchar int vertex_indices\nend_header\n"
+            b"0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n")
+        obj = b"v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"
+        for content in (ply, obj):
+            self.assertIn("[polymesh]", self.pipe(content, "walk", "-")[1])
+
+    def test_files_of_a_description_count_from_the_working_directory(self):
+        self.write("triangle.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n")
+        scene = {"ops": [{"name": "a", "type": "SceneImport", "args": {"file": "triangle.obj"}}]}
+        self.assertIn("[polymesh]", self.pipe(json.dumps(scene).encode(), "walk", "-")[1])
+
+    def test_faults_are_those_of_standard_input(self):
+        for content, error in (
+                (b"", "standard input: there is nothing to read"),
+                (b'{"ops": [}', "standard input:1:10: not JSON: Invalid value")):
+            status, _, errors = self.pipe(content, "walk", "-")
+            self.assertEqual(status, 2)
+            self.assertTrue(errors.startswith(f"tellar: {error}"), errors)
+
+    def test_json_goes_to_standard_output(self):
+        scene = self.write("scene.json", SCENE)
+        self.tellar("convert", scene, "plain.json")
+        self.assertEqual(self.tellar("convert", scene, "-"),
+                         (self.folder / "plain.json").read_text())
+        self.assert_fails("OUT: only JSON can go to standard output", "convert", scene, "-",
+                          "--to", "ops")
 
 
 if __name__ == "__main__":

@@ -250,18 +250,20 @@ note: {note}
 
     def test_what_cannot_be_projected_is_named(self):
         scene = self.scene(Scene({"box": BOX}).then("Camera"))
-        self.assert_fails(f'{scene}: there is no location "/root/bix"',
+        self.assert_fails(f'{scene}: there is no location "/root/bix"; did you mean '
+                          '"/root/box"?',
                           "project", scene, "--at", "/root/bix")
         self.assert_fails('--at: "box" is no absolute location path',
                           "project", scene, "--at", "box")
         self.assert_fails("--at is required", "project", scene)
         self.assert_fails("no.json: No such file or directory",
                           "project", "no.json", "--at", "/root")
-        self.assert_fails(f'{scene}: camera "/root/box": the location has no group "geometry"',
+        self.assert_fails(f'{scene}: camera "/root/box": the location is no camera',
                           "project", scene, "--at", "/root/box", "--camera", "/root/box")
         self.assert_fails(f'{scene}: camera "/root/cam": there is no such location',
                           "project", scene, "--at", "/root/box", "--camera", "/root/cam")
-        self.assert_fails('--camera: "cam" is no absolute location path',
+        self.assert_fails(f'{scene}: --camera "cam" matches no camera; there is '
+                          '"/root/world/cam/camera"',
                           "project", scene, "--at", "/root/box", "--camera", "cam")
 
     def test_resolutions_that_are_not_there_are_named(self):

@@ -23,10 +23,17 @@ SETTINGS = {"cameraName": "/root/cams/main", "resolution": "hd_720", "tileRender
             "cropWindow": {"$type": "float", "values": [0, 1, 0.25, 1]}}
 
 
+LENS = {"fov": 45.0, "near": 0.1, "far": 100.0, "left": -1.0, "right": 1.0, "top": 1.0,
+        "bottom": -1.0}
+CAMERA = {"a": {"type": "camera", "geometry": LENS}}
+
+
 def scene(settings=None):
+    """A scene with the default camera, and with some in /root/cams."""
     root = {"renderSettings": settings} if settings else {}
-    return {"ops": [{"name": "scene", "type": "StaticScene",
-                     "args": {"a": root, "c": {"world": {}}}}]}
+    cameras = {"main": CAMERA, "side": CAMERA, "side_high": CAMERA}
+    return {"ops": [{"name": "scene", "type": "StaticScene", "args": {"a": root, "c": {
+        "world": {"c": {"cam": {"c": {"camera": CAMERA}}}}, "cams": {"c": cameras}}}}]}
 
 
 class RenderTest(TellarTest):
@@ -58,8 +65,9 @@ class Options(RenderTest):
 
     def test_each_option_changes_one_thing(self):
         for option, value, changed in (
-                ("--camera", "/root/cam", {"camera": "/root/cam"}),
+                ("--camera", "/root/cams/main", {"camera": "/root/cams/main"}),
                 ("--resolution", "hd_1080", {"resolution": "hd_1080", "size": "1920 1080"}),
+                ("--size", "640x480", {"resolution": "640x480", "size": "640 480"}),
                 ("--frame", "-12.5", {"frame": "-12.5"}),
                 ("--tile", "2,1,3,2", {"renderSettings.tileRender": "2 1 3 2"}),
                 ("--crop", "0.25,0.75,0,1", {"renderSettings.cropWindow": "0.25 0.75 0 1"}),
@@ -81,8 +89,8 @@ class Options(RenderTest):
                "size": "1280 720", "renderSettings.tileRender": "1 0 2 2",
                "renderSettings.cropWindow": "0 1 0.25 1"}
         self.assertEqual(self.echo(path=path), own)
-        self.assertEqual(self.echo("--crop", "0,0.5,0,0.5", "--camera", "/root/c", path=path),
-                         {**own, "camera": "/root/c", "renderSettings.cropWindow": "0 0.5 0 0.5"})
+        self.assertEqual(self.echo("--crop", "0,0.5,0,0.5", "--camera", "/root/cams/side", path=path),
+                         {**own, "camera": "/root/cams/side", "renderSettings.cropWindow": "0 0.5 0 0.5"})
 
     def test_op_files_take_options_like_descriptions(self):
         self.tellar("convert", self.write("set.json", scene(SETTINGS)), "set.oxop")
@@ -130,7 +138,7 @@ class Options(RenderTest):
                 self.assert_refused(f'--frame: "{value}" is no number', "--frame", value)
 
     def test_wrong_names_are_refused(self):
-        self.assert_refused('--camera: "cam" is no absolute location path', "--camera", "cam")
+        self.assert_refused('--camera: "" is no absolute location path', "--camera", "")
         self.assert_refused("--resolution: no resolution is named 'hd_721'; "
                             "did you mean 'hd_720'?", "--resolution", "hd_721")
 

@@ -45,11 +45,16 @@ class GeneralTest(TellarTest):
     def test_usage_errors_are_one_line_too(self):
         scene = self.write("s.json", SCENE)
         self.assert_fails("A subcommand is required")
-        self.assert_fails_with("A subcommand is required", "wlak", scene)
+        self.assert_fails('A subcommand is required, and "wlak" is none; did you mean "walk"?',
+                          "wlak", scene)
+        self.assert_fails('A subcommand is required, and "paint" is none; "tellar --help" lists '
+                          "them", "paint", scene)
         self.assert_fails("walk: no SCENE is given", "walk")
         self.assert_fails("walk: no SCENE is given (write --attrs=NAME, or --attrs behind the "
                           "scene)", "walk", "--attrs", scene)
         self.assert_fails_with("not expected: --colour", "walk", scene, "--colour")
+        self.assert_fails_with('; did you mean "--depth"?', "walk", scene, "--detph", "3")
+        self.assert_fails_with('; did you mean "--samples"?', "render", scene, "--sampels=3")
         self.assert_fails_with("not expected: more", "walk", scene, "more")
         self.assert_fails_with("OUT", "convert", scene)
         self.assert_fails("--threads: Value 0 not in range 1 to 256", "walk", scene, "--threads", 0)
@@ -87,7 +92,8 @@ class OpsTest(TellarTest):
         self.assertEqual(one["arguments"][0]["name"], "source")
 
     def test_an_unknown_type_is_an_error(self):
-        self.assert_fails('there is no op type "Aray"; "tellar ops" lists them', "ops", "Aray")
+        self.assert_fails('there is no op type "Aray"; did you mean "Array"?', "ops", "Aray")
+        self.assert_fails('there is no op type "Paint"; "tellar ops" lists them', "ops", "Paint")
 
 
 class ExamplesTest(TellarTest):

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <OxLoggingHost/OxLoggerGlue.h>
@@ -16,6 +17,7 @@
 #include "StopSignals.h"
 #include "Subcommands.h"
 #include "Terminal.h"
+#include "UsageHint.h"
 
 namespace TellarTool {
 
@@ -83,6 +85,15 @@ std::string Explain(const std::string& error) {
     return logged.empty() ? error : error + " (" + logged + ")";
 }
 
+std::string StoppedText(const Stopped& stopped) {
+    const std::string last = stopped.isPictureWritten ? "the picture is unfinished" : "";
+    const std::size_t count = stopped.completePictures;
+    if (count == 0) return "stopped; " + (last.empty() ? "no picture was written" : last);
+    const std::string before =
+        count == 1 ? "one picture is complete" : std::to_string(count) + " pictures are complete";
+    return "stopped; " + before + (last.empty() ? "" : ", the last one is unfinished");
+}
+
 int Fail(const std::string& message) {
     WriteErrorLine(message);
     return kBadInput;
@@ -119,12 +130,14 @@ int Main(int argc, char** argv) {
     } catch (const CLI::Success& wanted) { // --help and --version
         return app.exit(wanted);
     } catch (const CLI::ParseError& error) {
-        return Fail(error.what());
+        const std::vector<std::string> arguments(argv + 1, argv + argc);
+        const std::string complaint = ComplaintAboutSubcommand(app, arguments);
+        if (!complaint.empty()) return Fail(complaint);
+        return Fail(error.what() + HintAboutOptions(app, arguments));
     } catch (const ProblemsFound&) {
         return kProblemsFound;
     } catch (const Stopped& stopped) {
-        WriteErrorLine(stopped.isPictureWritten ? "stopped; the picture is unfinished"
-                                                : "stopped; no picture was written");
+        WriteErrorLine(StoppedText(stopped));
         return kStopped + stopped.signal;
     } catch (const OutputClosed&) {
         return 0;

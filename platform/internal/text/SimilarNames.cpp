@@ -63,16 +63,19 @@ std::vector<std::string> SimilarNames(const std::vector<std::string>& names,
     return similar;
 }
 
-std::string DidYouMean(const std::vector<std::string>& names, std::string_view missing,
-                       char quote) {
-    const std::vector<std::string> similar = SimilarNames(names, missing);
+std::string MeantQuestion(const std::vector<std::string>& names, char quote) {
     std::string text;
-    for (std::size_t i = 0; i < similar.size(); ++i) {
-        const bool isLast = i + 1 == similar.size();
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        const bool isLast = i + 1 == names.size();
         text += i == 0 ? "; did you mean " : isLast ? " or " : ", ";
-        text += quote + similar[i] + quote;
+        text += quote + names[i] + quote;
     }
     return text.empty() ? text : text + '?';
+}
+
+std::string DidYouMean(const std::vector<std::string>& names, std::string_view missing,
+                       char quote) {
+    return MeantQuestion(SimilarNames(names, missing), quote);
 }
 
 } // namespace TellarInternal

@@ -18,6 +18,9 @@ std::size_t EditDistance(std::string_view from, std::string_view to);
 std::vector<std::string> SimilarNames(const std::vector<std::string>& names,
                                       std::string_view missing);
 
+/// "; did you mean "a" or "b"?", with the names between quotation marks. Empty if there are none.
+std::string MeantQuestion(const std::vector<std::string>& names, char quote = '"');
+
 /// "; did you mean "a", "b" or "c"?", with the similar names between quotation marks. Empty if
 /// there are none.
 std::string DidYouMean(const std::vector<std::string>& names, std::string_view missing,

@@ -15,6 +15,7 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/XFormUtil.h>
 
+#include "CameraChoice.h"
 #include "JsonText.h"
 #include "NumberOption.h"
 #include "NumberText.h"
@@ -121,7 +122,8 @@ CameraReport Look(const Scene& scene, const CameraOptions& options) {
     const GeometryProducer::Ptr root = scene.threadAware("/root");
     CameraReport report;
     report.camera =
-        FindCamera(scene, root, options.path ? *options.path : TELLAR::GetCameraPath(root));
+        FindCamera(scene, root,
+                   options.path ? ChooseCamera(scene, *options.path) : TELLAR::GetCameraPath(root));
     report.resolution = ReadResolution(root);
     report.frame = options.frame;
     report.shutter = ChooseShutter(scene, root, options);
@@ -211,7 +213,8 @@ std::string JsonOf(const CameraReport& report) {
 }
 
 void RunCamera(const CameraOptions& options) {
-    if (options.path) CheckLocationPath("--camera", *options.path);
+    if (options.path && options.path->empty())
+        throw std::runtime_error("--camera: \"\" is no absolute location path");
     const Scene scene(options.scene);
     const CameraReport report = Look(scene, options);
     WriteOutput(options.json ? JsonOf(report) : TextOf(report));

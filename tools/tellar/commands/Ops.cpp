@@ -15,6 +15,7 @@
 #include "JsonText.h"
 #include "Output.h"
 #include "PrintableText.h"
+#include "text/SimilarNames.h"
 
 namespace TellarTool {
 
@@ -138,11 +139,18 @@ std::string DescribeAll(bool json) {
     return out;
 }
 
+std::string HintAbout(const std::string& missing) {
+    std::vector<std::string> names;
+    for (const Description* const type : OxOpType::GetDescriptions())
+        names.push_back(type->name);
+    const std::string hint = TellarInternal::DidYouMean(names, missing);
+    return hint.empty() ? "; \"tellar ops\" lists them" : hint;
+}
+
 /// Throws std::runtime_error for an unknown type.
 std::string DescribeOne(const std::string& name, bool json) {
     const Description* const type = OxOpType::FindDescription(name);
-    if (!type)
-        throw std::runtime_error("there is no op type \"" + name + "\"; \"tellar ops\" lists them");
+    if (!type) throw std::runtime_error("there is no op type \"" + name + '"' + HintAbout(name));
     if (json) return JsonOf(*type) + "\n";
     std::string out;
     AppendDetails(out, *type);

@@ -1,10 +1,14 @@
 #include "Subcommands.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -13,37 +17,60 @@
 #include <OxTellarProducers/OxSgIterator.h>
 
 #include "ChosenSettings.h"
+#include "FrameRange.h"
+#include "LibraryMessages.h"
 #include "NumberOption.h"
 #include "NumberText.h"
+#include "Output.h"
+#include "PictureTarget.h"
 #include "Plugins.h"
+#include "ReadyScene.h"
 #include "RendererOptions.h"
 #include "RendererRun.h"
 #include "Renderers.h"
 #include "Scene.h"
 #include "SceneOptions.h"
+#include "SettingOption.h"
 
 namespace TellarTool {
 
 namespace {
 
+using namespace OxAttribute;
 using TELLAR::GeometryProducer;
 
 constexpr const char* kExamples = R"(Examples:
-  tellar render examples/garden.json -o garden.png
+  tellar render model.glb -o model.png                  a model without camera and lights, too
+  tellar render examples/garden.json -o garden.png --size 1280x720
+  tellar render shot.oxop -o shot.####.exr --frames 1:48
   tellar render shot.oxop -o shot.exr --frame 12 --resolution hd_1080 --samples 256
   tellar render shot.oxop -o shot.exr --tile 0,1,2,2     one of four, then: tellar stitch
   tellar render examples/garden.json -o garden.txt --renderer example)";
 
 constexpr std::int32_t kMostSamples = 1000000;
 constexpr std::int32_t kMostThreads = 1024;
+constexpr std::int32_t kMostDepth = 100;
+constexpr float kMostFrame = 1e9f;    // that fits into an int
+constexpr std::size_t kMostTimes = 9; // at which a moving scene is framed
 
 struct RenderOptions {
     std::string scene;
     ChosenSettings chosen;
-    std::optional<float> frame; // absent: 0
-    std::int32_t samples = 0;   // 0: the choice of the scene or the renderer
+    std::optional<float> exposure;
+    std::int32_t maxDepth = 0; // 0: the choice of the scene or the renderer; so are the next two
+    std::int32_t samples = 0;
     std::int32_t threads = 0;   // 0: one for each processor
+    std::optional<float> frame; // absent: 0
+    std::vector<int> frames;    // empty: the frame above alone
+    StudioUse studio = StudioUse::WhereDark;
     RendererOptions renderer;
+};
+
+/// One of the pictures to be drawn.
+struct Picture {
+    float frame = 0;
+    std::string path; // for people, "-" for standard output
+    std::string task; // for the progress
 };
 
 /// Owns a handle for plug-ins onto a location.
@@ -66,25 +93,96 @@ private:
     OxSgIteratorStruct* const handle;
 };
 
+Picture PictureOfFrame(const RenderOptions& options, float frame) {
+    const std::string& path = options.renderer.picture;
+    const bool isWhole = frame == std::floor(frame) && std::abs(frame) < kMostFrame;
+    const auto numbered = WithFrame(path, isWhole ? static_cast<int>(frame) : 0);
+    if (numbered && !isWhole)
+        throw std::runtime_error("-o: \"" + path +
+                                 "\" has a place for the number of a frame, and " +
+                                 NumberText(frame) + " is no whole number");
+    return {frame, numbered.value_or(path), {}};
+}
+
+/// Without --frame and --frames, the name of the picture is taken as it is.
+std::vector<Picture> PicturesOf(const RenderOptions& options) {
+    const std::string& path = options.renderer.picture;
+    if (options.frames.empty())
+        return {options.frame ? PictureOfFrame(options, *options.frame) : Picture{0, path, {}}};
+    std::vector<Picture> pictures;
+    for (const int frame : options.frames) {
+        pictures.push_back(PictureOfFrame(options, static_cast<float>(frame)));
+        pictures.back().task = "frame " + std::to_string(frame);
+    }
+    if (pictures.size() > 1 && pictures.back().path == path)
+        throw std::runtime_error("-o: \"" + path +
+                                 "\" has no place for the number of a frame, such as #### or %04d");
+    return pictures;
+}
+
+/// The times of some of the pictures, evenly spread, with the first and the last one.
+std::vector<float> TimesToFrame(const std::vector<Picture>& pictures) {
+    std::vector<float> times;
+    const std::size_t count = std::min(pictures.size(), kMostTimes);
+    for (std::size_t i = 0; i < count; ++i)
+        times.push_back(pictures[count > 1 ? i * (pictures.size() - 1) / (count - 1) : 0].frame);
+    return times;
+}
+
+/// The scene's settings with those that have options of their own. Renderers read theirs in a group
+/// of their name.
+ChosenSettings SettingsFor(const RenderOptions& options) {
+    ChosenSettings chosen = options.chosen;
+    const std::string group = options.renderer.renderer + '.';
+    if (options.exposure)
+        chosen.others.push_back({group + "exposure", FloatAttribute(*options.exposure)});
+    if (options.maxDepth > 0)
+        chosen.others.push_back({group + "maxDepth", IntAttribute(options.maxDepth)});
+    return chosen;
+}
+
+Scene OpenScene(const RenderOptions& options, const std::vector<Picture>& pictures) {
+    const LibraryMessages messages(WriteErrorLine);
+    const Scene scene = WithChosen(Scene(options.scene), SettingsFor(options));
+    ReadyScene ready = MakeReady(scene, TimesToFrame(pictures), options.studio);
+    if (!ready.note.empty()) WriteErrorLine("info: " + ready.note);
+    return std::move(ready.scene);
+}
+
+RendererTask TaskOf(const Picture& picture, const RenderOptions& options, const Renderer& renderer,
+                    const LocationHandle& root) {
+    const auto target = std::make_shared<PictureTarget>(picture.path);
+    RendererTask task;
+    task.name = picture.task;
+    task.work = [&, target, frame = picture.frame](const OxRenderListener_v1& listener) {
+        OxRenderJob_v1 job{};
+        job.root = root.get();
+        job.picture = target->getPath().c_str();
+        job.frame = frame;
+        job.samples = options.samples;
+        job.threads = options.threads;
+        job.listener = listener;
+        return renderer.suite->render(&job);
+    };
+    task.deliver = [target](const std::string& written) { target->deliver(written); };
+    return task;
+}
+
 void RunRender(const RenderOptions& options) {
+    const std::vector<Picture> pictures = PicturesOf(options);
     CheckPicture(options.renderer);
     CheckChosen(options.chosen);
+    for (const std::string& hint : HintsAbout(options.chosen.others))
+        WriteErrorLine("warning: " + hint);
     SetUpPluginHost();
     AddRendererFolder();
     const Renderer renderer = FindRenderer(options.renderer.renderer);
-    const Scene scene = WithChosen(Scene(options.scene), options.chosen);
+    const Scene scene = OpenScene(options, pictures);
     const LocationHandle root(scene.threadAware("/root"));
-    RunRenderer(renderer.name, options.renderer.isVerbose,
-                [&](const OxRenderListener_v1& listener) {
-                    OxRenderJob_v1 job{};
-                    job.root = root.get();
-                    job.picture = options.renderer.picture.c_str();
-                    job.frame = options.frame.value_or(0);
-                    job.samples = options.samples;
-                    job.threads = options.threads;
-                    job.listener = listener;
-                    return renderer.suite->render(&job);
-                });
+    std::vector<RendererTask> tasks;
+    for (const Picture& picture : pictures)
+        tasks.push_back(TaskOf(picture, options, renderer, root));
+    RunRenderer(renderer.name, options.renderer.isVerbose, tasks);
 }
 
 void CheckTilePlace(const std::string& what, std::int32_t place, std::int32_t count) {
@@ -118,20 +216,33 @@ std::vector<float> CropFromText(const std::string& text) {
     return crop;
 }
 
-} // namespace
+std::string SizeFromText(const std::string& text) {
+    const std::size_t x = text.find('x');
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    if (x == std::string::npos || !ReadNumber(text.substr(0, x), width) ||
+        !ReadNumber(text.substr(x + 1), height) || width < 1 || height < 1)
+        throw CLI::ValidationError("--size", '"' + text + "\" is not WxH, such as 1280x720");
+    return std::to_string(width) + 'x' + std::to_string(height);
+}
 
-void AddRenderCommand(CLI::App& app) {
-    const auto options = std::make_shared<RenderOptions>();
-    ChosenSettings& chosen = options->chosen;
-    CLI::App& command = *app.add_subcommand("render", "Draw the picture of a scene");
-    AddScene(command, options->scene)->required();
-    AddRendererOptions(command, options->renderer);
+void AddPictureOptions(CLI::App& command, RenderOptions& options) {
+    ChosenSettings& chosen = options.chosen;
     command
-        .add_option("--camera", chosen.camera, "Look through this camera instead of the scene's")
-        ->option_text("PATH");
-    command.add_option("--resolution", chosen.resolution, "The picture's size, by its name")
-        ->option_text("NAME");
-    AddNumber(command, "--frame", options->frame, "The time of the picture, 0 unless given");
+        .add_option("--camera", chosen.camera,
+                    "Look through this camera instead of the scene's: a path, or a pattern of "
+                    "paths or names")
+        ->option_text("CAMERA");
+    CLI::Option* const resolution =
+        command.add_option("--resolution", chosen.resolution, "The picture's size, by its name")
+            ->option_text("NAME");
+    command
+        .add_option_function<std::string>(
+            "--size",
+            [&chosen](const std::string& text) { chosen.resolution = SizeFromText(text); },
+            "The picture's size in pixels")
+        ->option_text("WxH")
+        ->excludes(resolution);
     command
         .add_option_function<std::string>(
             "--tile", [&chosen](const std::string& text) { chosen.tile = TileFromText(text); },
@@ -143,10 +254,50 @@ void AddRenderCommand(CLI::App& app) {
             [&chosen](const std::string& text) { chosen.cropWindow = CropFromText(text); },
             "Draw only this part of the picture, which is 0 to 1 both ways")
         ->option_text("XMIN,XMAX,YMIN,YMAX");
-    AddCount(command, "--samples", options->samples, kMostSamples,
+}
+
+void AddTimeOptions(CLI::App& command, RenderOptions& options) {
+    AddNumber(command, "--frame", options.frame, "The time of the picture, 0 unless given");
+    command
+        .add_option_function<std::string>(
+            "--frames",
+            [&options](const std::string& text) { options.frames = FramesFromText(text); },
+            "Draw all of these frames, with #### or %04d in PICTURE for their numbers")
+        ->option_text("A:B[:STEP]")
+        ->excludes("--frame");
+}
+
+void AddQualityOptions(CLI::App& command, RenderOptions& options) {
+    AddCount(command, "--samples", options.samples, kMostSamples,
              "Paths per pixel; without it the scene or the renderer tells");
-    AddCount(command, "--threads", options->threads, kMostThreads,
+    AddCount(command, "--max-depth", options.maxDepth, kMostDepth,
+             "How often light may bounce; without it the scene or the renderer tells");
+    AddNumber(command, "--exposure", options.exposure, "Make the picture lighter by N stops");
+    const std::map<std::string, StudioUse> uses = {
+        {"auto", StudioUse::WhereDark}, {"studio", StudioUse::Always}, {"scene", StudioUse::Never}};
+    command
+        .add_option_function<std::string>(
+            "--light",
+            [&options, uses](const std::string& name) { options.studio = uses.at(name); },
+            "Light the scene with a studio: auto (where there is no light), studio (always) or "
+            "scene (never)")
+        ->check(CLI::IsMember({"auto", "studio", "scene"}))
+        ->option_text("KIND");
+    AddSettings(command, options.chosen.others);
+    AddCount(command, "--threads", options.threads, kMostThreads,
              "How many threads draw; one for each processor unless given");
+}
+
+} // namespace
+
+void AddRenderCommand(CLI::App& app) {
+    const auto options = std::make_shared<RenderOptions>();
+    CLI::App& command = *app.add_subcommand("render", "Draw the picture of a scene");
+    AddScene(command, options->scene)->required();
+    AddRendererOptions(command, options->renderer);
+    AddPictureOptions(command, *options);
+    AddTimeOptions(command, *options);
+    AddQualityOptions(command, *options);
     command.footer(kExamples);
     command.callback([options] { RunRender(*options); });
 }

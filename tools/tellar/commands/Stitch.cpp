@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "PictureTarget.h"
 #include "Plugins.h"
 #include "RendererOptions.h"
 #include "RendererRun.h"
@@ -39,11 +40,14 @@ void RunStitch(const StitchOptions& options) {
     std::vector<const char*> tiles;
     for (const std::string& tile : options.tiles)
         tiles.push_back(tile.c_str());
-    RunRenderer(
-        renderer.name, options.renderer.isVerbose, [&](const OxRenderListener_v1& listener) {
-            return renderer.suite->stitch(tiles.data(), static_cast<std::int64_t>(tiles.size()),
-                                          options.renderer.picture.c_str(), &listener);
-        });
+    const PictureTarget target(options.renderer.picture);
+    RendererTask task;
+    task.work = [&](const OxRenderListener_v1& listener) {
+        return renderer.suite->stitch(tiles.data(), static_cast<std::int64_t>(tiles.size()),
+                                      target.getPath().c_str(), &listener);
+    };
+    task.deliver = [&target](const std::string& written) { target.deliver(written); };
+    RunRenderer(renderer.name, options.renderer.isVerbose, {task});
 }
 
 } // namespace

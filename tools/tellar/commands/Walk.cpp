@@ -167,8 +167,7 @@ void AddWalkCommand(CLI::App& app) {
     const auto options = std::make_shared<WalkOptions>();
     CLI::App& command = *app.add_subcommand("walk", "Print the locations of a scene as a tree");
     AddScene(command, options->scene);
-    command.add_option("--at", options->start, "Start at this location instead of /root")
-        ->option_text("PATH");
+    AddLocationPath(command, "--at", options->start, "Start at this location instead of /root");
     command.add_option("--depth", options->limits.depth, "Go no more than this many levels down")
         ->check(CLI::Range(0, std::numeric_limits<int>::max()))
         ->option_text("N");

@@ -1,5 +1,6 @@
 #include "RendererRun.h"
 
+#include <algorithm>
 #include <csignal>
 #include <mutex>
 #include <optional>
@@ -7,12 +8,11 @@
 #include <utility>
 #include <vector>
 
-#include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxPluginHost/OxPluginHost.h>
 
+#include "LibraryMessages.h"
 #include "Output.h"
 #include "PrintableText.h"
-#include "Process.h"
 #include "Progress.h"
 #include "StopSignals.h"
 
@@ -30,31 +30,13 @@ int WishAfter(int signal) {
     return signal == SIGINT ? kOxRenderFinish : kOxRenderCancel;
 }
 
-/// While it lives, hands the library's log messages to a function, which any number of threads may
-/// call at once. Does nothing when the user asks for log messages.
-class LibraryMessages {
-public:
-    explicit LibraryMessages(const OxLogSink& sink) : isTaken(!AreLogMessagesWanted()) {
-        if (isTaken) previous = OxLoggingSetSink(sink);
-    }
-    ~LibraryMessages() {
-        if (isTaken) OxLoggingSetSink(previous);
-    }
-    LibraryMessages(const LibraryMessages&) = delete;
-    LibraryMessages& operator=(const LibraryMessages&) = delete;
-
-private:
-    const bool isTaken;
-    OxLogSink previous;
-};
-
 /// Listens to a renderer, which may call from any of its threads.
 class Listener {
 public:
     explicit Listener(bool isVerbose)
         : isVerbose(isVerbose),
           progress([this](int, double seconds) { return progressLine(seconds); }, true),
-          libraryMessages([this](const OxLogMessage& message) { showLogged(message); }) {}
+          libraryMessages([this](const std::string& line) { show(line); }) {}
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
@@ -77,22 +59,38 @@ public:
         return functions;
     }
 
+    /// The next progress and pictures are those of this task.
+    void begin(const RendererTask& newTask, std::size_t index, std::size_t count) {
+        pictures.clear();
+        error.reset();
+        const std::lock_guard<std::mutex> guard(lock);
+        task = newTask.name;
+        tasksBefore = double(index);
+        tasks = double(count);
+        fraction = 0;
+        what.clear();
+    }
+
     const std::vector<std::string>& getPictures() const { return pictures; }
     /// The last error, which is not shown yet.
     const std::optional<std::string>& getError() const { return error; }
     int getSignal() const { return stopSignals.noted(); }
 
+    /// Hands the terminal over while `write` writes to it.
+    void interrupt(const std::function<void()>& write) { progress.interrupt(write); }
+
 private:
     std::string progressLine(double seconds) {
         const std::lock_guard<std::mutex> guard(lock);
-        return FractionLine(fraction, what, seconds);
+        const std::string between = task.empty() || what.empty() ? "" : ": ";
+        return FractionLine((tasksBefore + fraction) / tasks, task + between + what, seconds);
     }
 
     void setProgress(double newFraction, const std::string& newWhat) {
         std::string printable;
         AppendPrintable(printable, newWhat);
         const std::lock_guard<std::mutex> guard(lock);
-        fraction = newFraction;
+        fraction = newFraction >= 0 ? std::min(newFraction, 1.0) : 0; // NaN becomes 0
         what = std::move(printable);
     }
 
@@ -105,11 +103,6 @@ private:
         if (level > kOxLogWarn) error = text;
     }
 
-    void showLogged(const OxLogMessage& message) {
-        if (message.level < OxLogLevel::warn) return;
-        show((message.level == OxLogLevel::warn ? "warning: " : "") + message.text);
-    }
-
     void show(const std::string& line) {
         progress.interrupt([&line] { WriteErrorLine(line); });
     }
@@ -119,38 +112,49 @@ private:
     std::vector<std::string> pictures;
     std::optional<std::string> error;
     std::mutex lock;
-    double fraction = 0; // guarded by lock, as is the next one
+    double fraction = 0; // of the task; guarded by lock, as are the next ones
     std::string what;
+    std::string task;
+    double tasksBefore = 0;
+    double tasks = 1;
     Progress progress; // its thread uses all members above
     LibraryMessages libraryMessages;
 };
 
+[[noreturn]] void FailTask(const std::string& renderer, int status, const Listener& listener) {
+    const char* const end = status == kOxRenderCancelled ? "stopped without being asked to"
+                                                         : "failed and does not tell why";
+    throw std::runtime_error(
+        listener.getError().value_or("the renderer \"" + renderer + "\" " + end));
+}
+
 } // namespace
 
+void PrintPicturePath(const std::string& picture) {
+    WriteOutput(picture + '\n');
+}
+
 void RunRenderer(const std::string& renderer, bool isVerbose,
-                 const std::function<int(const OxRenderListener_v1& listener)>& work) {
-    std::vector<std::string> pictures;
-    std::optional<std::string> error;
-    int status = kOxRenderFailed;
-    int signal = 0;
-    {
-        Listener listener(isVerbose);
-        status = work(listener.getFunctions());
-        pictures = listener.getPictures();
-        error = listener.getError();
-        signal = listener.getSignal();
+                 const std::vector<RendererTask>& tasks) {
+    Listener listener(isVerbose);
+    std::size_t completeTasks = 0;
+    for (std::size_t i = 0; i < tasks.size(); ++i) {
+        listener.begin(tasks[i], i, tasks.size());
+        const int status = tasks[i].work(listener.getFunctions());
+        listener.interrupt([&] {
+            for (const std::string& picture : listener.getPictures())
+                tasks[i].deliver(picture);
+            FlushOutput();
+        });
+        const int signal = listener.getSignal();
+        const bool isStopped = status == kOxRenderCancelled || status == kOxRenderStopped;
+        if (isStopped && signal != 0)
+            throw Stopped{signal, status == kOxRenderStopped, completeTasks};
+        if (status != kOxRenderDone) FailTask(renderer, status, listener);
+        if (listener.getError())
+            listener.interrupt([&listener] { WriteErrorLine(*listener.getError()); });
+        ++completeTasks;
     }
-    for (const std::string& picture : pictures)
-        WriteOutput(picture + '\n');
-    FlushOutput();
-    if (status == kOxRenderCancelled && signal != 0) throw Stopped{signal, false};
-    if (status == kOxRenderStopped && signal != 0) throw Stopped{signal, true};
-    if (status != kOxRenderDone)
-        throw std::runtime_error(
-            error.value_or("the renderer \"" + renderer + "\" " +
-                           (status == kOxRenderCancelled ? "stopped without being asked to"
-                                                         : "failed and does not tell why")));
-    if (error) WriteErrorLine(*error);
 }
 
 } // namespace TellarTool

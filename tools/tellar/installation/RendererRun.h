@@ -3,20 +3,34 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <OxTellarProducers/OxRendererPluginSuite.h>
 
 namespace TellarTool {
 
-/// Runs a renderer: `work` calls it with the listener and returns its OxRenderStatus. Meanwhile
-/// progress, the renderer's messages and the library's warnings and errors go to standard error.
-/// The paths of the pictures go to standard output at the end. SIGINT asks the renderer to write the
-/// picture so far, SIGTERM to stop.
+/// Prints the path of a picture, in one line of standard output.
+void PrintPicturePath(const std::string& picture);
+
+/// A part of a renderer's work that stands for itself, such as one of several frames.
+struct RendererTask {
+    /// Shown beside the progress; may be empty.
+    std::string name;
+    /// Calls the renderer with the listener and returns its OxRenderStatus.
+    std::function<int(const OxRenderListener_v1& listener)> work;
+    /// Called with the path of each picture of the task once the work has returned.
+    std::function<void(const std::string& picture)> deliver = PrintPicturePath;
+};
+
+/// Runs the tasks of a renderer one by one. Meanwhile the progress of all of them together, the
+/// renderer's messages and the library's warnings and errors go to standard error. SIGINT asks the
+/// renderer to write the picture so far, SIGTERM to stop. The first task that fails or is stopped
+/// is the last one.
 ///
 /// Throws Stopped when the renderer has stopped for a signal, and std::runtime_error with the
 /// renderer's last error when it has failed.
 void RunRenderer(const std::string& renderer, bool isVerbose,
-                 const std::function<int(const OxRenderListener_v1& listener)>& work);
+                 const std::vector<RendererTask>& tasks);
 
 } // namespace TellarTool
 

@@ -2,12 +2,12 @@
 
 #include <exception>
 #include <stdexcept>
-#include <vector>
 
 #include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/GroupBuilder.h>
 #include <ResolutionTableOx/ResolutionTable.h>
 
-#include "SceneOptions.h"
+#include "CameraChoice.h"
 
 namespace TellarTool {
 
@@ -29,18 +29,22 @@ void CheckResolution(const std::string& name) {
 } // namespace
 
 void CheckChosen(const ChosenSettings& chosen) {
-    if (chosen.camera) CheckLocationPath("--camera", *chosen.camera);
+    if (chosen.camera && chosen.camera->empty())
+        throw std::runtime_error("--camera: \"\" is no absolute location path");
     if (chosen.resolution) CheckResolution(*chosen.resolution);
 }
 
 Scene WithChosen(const Scene& scene, const ChosenSettings& chosen) {
-    std::vector<GroupAttribute::Child> settings;
-    if (chosen.camera) settings.emplace_back("cameraName", StringAttribute(*chosen.camera));
-    if (chosen.resolution) settings.emplace_back("resolution", StringAttribute(*chosen.resolution));
-    if (!chosen.tile.empty()) settings.emplace_back("tileRender", IntAttribute(chosen.tile, 1));
+    GroupBuilder settings;
+    for (const ChosenSetting& other : chosen.others)
+        settings.set(other.name, other.value);
+    if (chosen.camera)
+        settings.set("cameraName", StringAttribute(ChooseCamera(scene, *chosen.camera)));
+    if (chosen.resolution) settings.set("resolution", StringAttribute(*chosen.resolution));
+    if (!chosen.tile.empty()) settings.set("tileRender", IntAttribute(chosen.tile, 1));
     if (!chosen.cropWindow.empty())
-        settings.emplace_back("cropWindow", FloatAttribute(chosen.cropWindow, 1));
-    return settings.empty() ? scene : scene.withRenderSettings(GroupAttribute(settings, true));
+        settings.set("cropWindow", FloatAttribute(chosen.cropWindow, 1));
+    return settings.isEmpty() ? scene : scene.withRenderSettings(settings.build());
 }
 
 } // namespace TellarTool

@@ -7,22 +7,25 @@
 #include <vector>
 
 #include "Scene.h"
+#include "SettingOption.h"
 
 namespace TellarTool {
 
 /// Render settings that the user chose in place of the scene's.
 struct ChosenSettings {
-    std::optional<std::string> camera;
+    std::optional<std::string> camera; ///< a path or a pattern
     std::optional<std::string> resolution;
-    std::vector<std::int32_t> tile; ///< column, row, columns, rows; empty: not chosen
-    std::vector<float> cropWindow;  ///< x min, x max, y min, y max; empty: not chosen
+    std::vector<std::int32_t> tile;    ///< column, row, columns, rows; empty: not chosen
+    std::vector<float> cropWindow;     ///< x min, x max, y min, y max; empty: not chosen
+    std::vector<ChosenSetting> others; ///< those above win over them
 };
 
-/// Throws std::runtime_error naming the option when --camera is no absolute path or --resolution
-/// is not in the resolution table.
+/// Throws std::runtime_error naming the option when --camera is empty or --resolution is not in the
+/// resolution table.
 void CheckChosen(const ChosenSettings& chosen);
 
-/// The scene with these settings; the scene itself when none is chosen.
+/// The scene with these settings; the scene itself when none is chosen. Throws std::runtime_error
+/// when not exactly one camera matches a pattern.
 Scene WithChosen(const Scene& scene, const ChosenSettings& chosen);
 
 } // namespace TellarTool

@@ -6,10 +6,16 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Output.h"
+#include "Terminal.h"
+#include "files/ReplacingFile.h"
+
 namespace TellarTool {
 
 void AddRendererOptions(CLI::App& command, RendererOptions& options) {
-    command.add_option("-o", options.picture, "The picture; its extension tells the format")
+    command
+        .add_option("-o", options.picture,
+                    "The picture, whose extension tells the format; - is standard output")
         ->required()
         ->option_text("PICTURE");
     command
@@ -21,6 +27,12 @@ void AddRendererOptions(CLI::App& command, RendererOptions& options) {
 }
 
 void CheckPicture(const RendererOptions& options) {
+    if (options.picture == kStandardOutput) {
+        if (IsTerminal(stdout))
+            throw std::runtime_error("-o: a picture is not for a terminal; redirect the output");
+        return;
+    }
+    if (TellarInternal::IsDeviceOrPipe(options.picture)) return;
     const std::filesystem::path path = options.picture;
     const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
     std::error_code ignored;

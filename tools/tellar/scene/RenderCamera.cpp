@@ -5,6 +5,8 @@
 
 #include <OxTellarSDK/Attribute.h>
 
+#include "LocationPaths.h"
+
 namespace TellarTool {
 
 namespace {
@@ -14,9 +16,11 @@ using TELLAR::GeometryProducer;
 
 /// The values that the location lacks to be a camera. Empty if it is one.
 std::string WhatIsMissing(const GeometryProducer::Ptr& location) {
-    if (!location) return "there is no such location";
     const GroupAttribute geometry(location->getAttribute("geometry"));
-    if (!geometry.isValid()) return "the location has no group \"geometry\"";
+    const std::string type = location->getType();
+    if (!geometry.isValid() && type == "camera") return "the location has no group \"geometry\"";
+    if (!geometry.isValid())
+        return "the location is no camera" + (type.empty() ? "" : ", but of type \"" + type + '"');
     std::string missing;
     for (const LensValue& lens : kLensValues) {
         const Attribute value = geometry.getChildByName(lens.name);
@@ -42,7 +46,8 @@ bool IsInvertible(Imath::Matrix44<double> matrix) {
 RenderCamera FindCamera(const Scene& scene, const GeometryProducer::Ptr& root,
                         const std::string& path) {
     const GeometryProducer::Ptr location = root->getProducerByPath(path);
-    std::string missing = WhatIsMissing(location);
+    std::string missing = location ? WhatIsMissing(location)
+                                   : "there is no such location" + HintAboutLocation(root, path);
     std::shared_ptr<const TELLAR::CameraInfo> info;
     if (missing.empty()) info = TELLAR::GetCameraInfo(root, path);
     if (info) return {path, location, *info};

@@ -1,10 +1,13 @@
 #include "Scene.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <stdexcept>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 #include <OxTellarProducers/ClientFactory.h>
 #include <OxTellarProducers/CreateGeometryProducer.h>
@@ -12,6 +15,10 @@
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/DescriptionJson.h>
 #include <OxTellarSDK/FileStream.h>
+#include <OxTellarSDK/GroupBuilder.h>
+
+#include "LocationPaths.h"
+#include "StandardInput.h"
 
 namespace TellarTool {
 
@@ -21,6 +28,8 @@ using namespace OxAttribute;
 using TELLAR::GeometryProducer;
 using TELLAR::OpTreeSource;
 using Children = std::vector<GroupAttribute::Child>;
+
+constexpr const char* kInputName = "standard input";
 
 /// Throws std::runtime_error in the form of the command's other errors, which the library's is not.
 void CheckIsFile(const std::string& path) {
@@ -71,14 +80,6 @@ GroupAttribute ReadDescriptionStream(FileStream& file) {
     return description;
 }
 
-/// An op tree of one op, which imports the file.
-GroupAttribute DescribeImport(const std::string& path) {
-    const GroupAttribute args(Children{{"file", StringAttribute(path)}}, true);
-    const GroupAttribute op(Children{{"opType", StringAttribute("SceneImport")}, {"opArgs", args}},
-                            true);
-    return GroupAttribute(Children{{"scene", op}}, true);
-}
-
 GroupAttribute ReadDescription(FileStream& file, SceneKind kind) {
     switch (kind) {
     case SceneKind::OpFile:
@@ -92,6 +93,25 @@ GroupAttribute ReadDescription(FileStream& file, SceneKind kind) {
     }
 }
 
+/// The description's files are looked for in the working directory.
+GroupAttribute ReadDescriptionOfInput(FileStream& file) {
+    std::string text;
+    char piece[4096];
+    for (;;) {
+        const std::int64_t bytes = FileStream::read(&file, piece, sizeof(piece));
+        if (bytes <= 0) break;
+        text.append(piece, static_cast<std::size_t>(bytes));
+    }
+    return ParseDescriptionJson(text, kInputName, std::filesystem::current_path().string());
+}
+
+/// The message with the name of standard input in place of the path.
+std::string WithoutPath(std::string message, const std::string& path) {
+    for (std::size_t at = message.find(path); at != std::string::npos; at = message.find(path))
+        message.replace(at, path.size(), kInputName);
+    return message;
+}
+
 /// The library cooks nothing from a description that is no op tree, and gives no reason.
 void CheckIsOpTree(const std::string& path, const GroupAttribute& description) {
     if (description.getNumberOfChildren() == 0)
@@ -102,25 +122,47 @@ void CheckIsOpTree(const std::string& path, const GroupAttribute& description) {
                                      description.getChildName(i) + "\" is no op");
 }
 
-/// The op tree with one more op, which has the last one as its input.
-GroupAttribute WithLastOp(const GroupAttribute& description, std::string name,
-                          const std::string& opType, const GroupAttribute& args) {
+/// An op tree that grows at its end.
+class OpList {
+public:
+    explicit OpList(const GroupAttribute& description) {
+        for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i)
+            ops.emplace_back(description.getChildName(i), description.getChildByIndex(i));
+    }
+
+    const std::string& lastName() const { return ops.back().first; }
+
+    /// The name gets a suffix if it is taken.
+    void add(std::string name, const std::string& opType, const GroupAttribute& args,
+             const std::vector<std::string>& inputs) {
+        while (std::any_of(ops.begin(), ops.end(),
+                           [&name](const auto& op) { return op.first == name; }))
+            name += '_';
+        Children op = {{"opType", StringAttribute(opType)}, {"opArgs", args}};
+        if (!inputs.empty()) op.emplace_back("opInputs", StringAttribute(inputs, 1));
+        ops.emplace_back(std::move(name), GroupAttribute(op, true));
+    }
+
+    GroupAttribute getDescription() const { return GroupAttribute(ops, true); }
+
+private:
     Children ops;
-    for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i)
-        ops.emplace_back(description.getChildName(i), description.getChildByIndex(i));
-    while (description.findChild(name) >= 0)
-        name += '_';
-    const StringAttribute inputs(ops.back().first);
-    ops.emplace_back(name, GroupAttribute(Children{{"opType", StringAttribute(opType)},
-                                                   {"opArgs", args},
-                                                   {"opInputs", inputs}},
-                                          true));
-    return GroupAttribute(ops, true);
-}
+};
 
 } // namespace
 
+GroupAttribute DescribeImport(const std::string& path) {
+    const GroupAttribute args(Children{{"file", StringAttribute(path)}}, true);
+    const GroupAttribute op(Children{{"opType", StringAttribute("SceneImport")}, {"opArgs", args}},
+                            true);
+    return GroupAttribute(Children{{"scene", op}}, true);
+}
+
 Scene::Scene(const std::string& path) : path(path) {
+    if (path == kStandardInput) {
+        readStandardInput();
+        return;
+    }
     CheckIsFile(path);
     FileStream file(path, true);
     kind = FindKind(file);
@@ -129,20 +171,53 @@ Scene::Scene(const std::string& path) : path(path) {
     isOpenedByPath = kind == SceneKind::OpFile;
 }
 
+void Scene::readStandardInput() {
+    input = std::make_shared<const StandardInput>();
+    try {
+        FileStream file(input->getPath(), true);
+        kind = FindKind(file);
+        description =
+            kind == SceneKind::Json ? ReadDescriptionOfInput(file) : ReadDescription(file, kind);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(WithoutPath(error.what(), input->getPath()));
+    }
+    CheckIsOpTree(path, description);
+}
+
+// Errors call the ops by these names.
+
 Scene Scene::withRenderSettings(const GroupAttribute& settings) const {
-    const GroupAttribute args(Children{{"settings", settings}}, true);
+    OpList ops(description);
+    ops.add("command line", "RenderSettings",
+            GroupAttribute(Children{{"settings", settings}}, true), {ops.lastName()});
+    return withDescription(ops.getDescription());
+}
+
+Scene Scene::withLocation(const std::string& location, const GroupAttribute& content) const {
+    OpList ops(description);
+    const std::string scene = ops.lastName();
+    GroupBuilder args;
+    args.set("location", StringAttribute(location));
+    args.update(content);
+    ops.add("command line location", "StaticScene", args.build(), {});
+    ops.add("command line", "Merge", GroupAttribute(true), {scene, ops.lastName()});
+    return withDescription(ops.getDescription());
+}
+
+Scene Scene::withDescription(const GroupAttribute& changedDescription) const {
     Scene changed = *this;
-    // Errors call the op by this name.
-    changed.description = WithLastOp(description, "command line", "RenderSettings", args);
+    changed.description = changedDescription;
     changed.isOpenedByPath = false;
     return changed;
 }
 
 GeometryProducer::Ptr Scene::threadAware(const std::string& location) const {
-    return checked(isOpenedByPath
-                       ? TELLAR::CreateThreadAwareGeometryProducer(path, location)
-                       : TELLAR::CreateThreadAwareGeometryProducer(description, location),
-                   location);
+    return checked(open(location), location);
+}
+
+GeometryProducer::Ptr Scene::open(const std::string& location) const {
+    return isOpenedByPath ? TELLAR::CreateThreadAwareGeometryProducer(path, location)
+                          : TELLAR::CreateThreadAwareGeometryProducer(description, location);
 }
 
 GeometryProducer::Ptr Scene::sync(const std::string& location) const {
@@ -159,8 +234,9 @@ GeometryProducer::Ptr Scene::async(GeometryProducer& sync, const std::string& lo
 
 GeometryProducer::Ptr Scene::checked(GeometryProducer::Ptr producer,
                                      const std::string& location) const {
-    if (!producer) throw std::runtime_error(path + ": there is no location \"" + location + "\"");
-    return producer;
+    if (producer) return producer;
+    throw std::runtime_error(path + ": there is no location \"" + location + '"' +
+                             HintAboutLocation(open("/root"), location));
 }
 
 } // namespace TellarTool

@@ -1,12 +1,15 @@
 #ifndef TELLAR_TOOL_SCENE_H
 #define TELLAR_TOOL_SCENE_H
 
+#include <memory>
 #include <string>
 
 #include <OxTellarProducers/GeometryProducer.h>
 #include <OxTellarSDK/Attribute.h>
 
 namespace TellarTool {
+
+class StandardInput;
 
 enum class SceneKind {
     OpFile,          ///< a serialised op file
@@ -25,8 +28,8 @@ enum class SceneKind {
 /// cooked or has no such location. Exceptions of op types pass through.
 class Scene {
 public:
-    /// The file's kind is told by its content first and by its extension second. Throws
-    /// std::runtime_error naming the file and what is wrong with it.
+    /// Reads a file, or standard input for "-". The file's kind is told by its content first and by
+    /// its extension second. Throws std::runtime_error naming the file and what is wrong with it.
     explicit Scene(const std::string& path);
 
     const std::string& getPath() const { return path; }
@@ -36,6 +39,11 @@ public:
     /// This scene with `settings` merged into the render settings of /root.
     Scene withRenderSettings(const OxAttribute::GroupAttribute& settings) const;
 
+    /// This scene with a location merged into it. `content` has the form that the op type
+    /// StaticScene takes.
+    Scene withLocation(const std::string& location,
+                       const OxAttribute::GroupAttribute& content) const;
+
     TELLAR::GeometryProducer::Ptr threadAware(const std::string& location) const;
     /// Cooks through a client of its own.
     TELLAR::GeometryProducer::Ptr sync(const std::string& location) const;
@@ -44,14 +52,23 @@ public:
                                         const std::string& location) const;
 
 private:
+    /// Null when there is no such location.
+    TELLAR::GeometryProducer::Ptr open(const std::string& location) const;
+    Scene withDescription(const OxAttribute::GroupAttribute& description) const;
     TELLAR::GeometryProducer::Ptr checked(TELLAR::GeometryProducer::Ptr producer,
                                           const std::string& location) const;
 
+    void readStandardInput();
+
     std::string path;
+    std::shared_ptr<const StandardInput> input; // null for other files
     SceneKind kind = SceneKind::SceneFile;
     OxAttribute::GroupAttribute description;
     bool isOpenedByPath = false; // the library opens the op file itself
 };
+
+/// An op tree of one op, which imports the file.
+OxAttribute::GroupAttribute DescribeImport(const std::string& path);
 
 } // namespace TellarTool
 

@@ -6,6 +6,9 @@
 
 namespace TellarTool {
 
+/// The name of a file that stands for standard output.
+constexpr const char* kStandardOutput = "-";
+
 /// Thrown when the reader of standard output has gone away ("| head"). The command then ends
 /// silently.
 struct OutputClosed {};

@@ -1,12 +1,15 @@
 #ifndef TELLAR_TOOL_STOPSIGNALS_H
 #define TELLAR_TOOL_STOPSIGNALS_H
 
+#include <cstddef>
+
 namespace TellarTool {
 
 /// Thrown when the user ended the work by this signal: the exit status is then 128 and its number.
 struct Stopped {
     int signal = 0;
     bool isPictureWritten = false; ///< as far as it was drawn
+    std::size_t completePictures = 0; ///< the number that were written before
 };
 
 /// While it lives, the first SIGINT or SIGTERM is only recorded, and the next one ends the process

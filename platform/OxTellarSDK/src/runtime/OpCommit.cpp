@@ -10,6 +10,7 @@
 
 #include "AttributeNode.h"
 #include "PluginCall.h"
+#include "text/SimilarNames.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -119,11 +120,19 @@ private:
         return text + Shortened(nameAt(first));
     }
 
+    static std::string hintAbout(const std::string& missing) {
+        std::vector<std::string> names;
+        for (const OxOpType::Description* const type : OxOpType::GetDescriptions())
+            names.push_back(type->name);
+        return TellarInternal::DidYouMean(names, missing);
+    }
+
     static void finish(OpNode& node) {
         for (const auto& input : node.inputs)
             if (input) node.depth = std::max(node.depth, OpNode::Of(*input).depth + 1);
         node.type = OxOpType::FindOpType(node.typeName);
-        if (!node.defect && !node.type) node.defect = Defect("there is no op type of this name");
+        if (!node.defect && !node.type)
+            node.defect = Defect("there is no op type of this name" + hintAbout(node.typeName));
         if (!node.defect && node.depth > kMaxOpDepth)
             node.defect = Defect("it depends on more than " + std::to_string(kMaxOpDepth) +
                                  " ops, one through the other");

@@ -1,0 +1,54 @@
+#ifndef TELLAR_TOOL_FRAMING_H
+#define TELLAR_TOOL_FRAMING_H
+
+#include <Imath/ImathBox.h>
+#include <Imath/ImathMatrix.h>
+#include <Imath/ImathVec.h>
+
+namespace TellarTool {
+
+/// A perspective camera of the form that the library reads.
+struct FramingCamera {
+    Imath::M44d toWorld; ///< for row vectors; the camera looks down -Z
+    double fov = 0;      ///< degrees, of a window from -1 to 1
+    double near = 0;
+    double far = 0;
+    double halfWidth = 1; ///< of the window, as is the next one
+    double halfHeight = 1;
+};
+
+/// Places a camera so that points just fit into its picture. It looks at them from the front (+Z),
+/// a little from the right and from above. Points are added one by one and are not kept.
+class Framing {
+public:
+    /// `aspect` is the width of the picture divided by its height.
+    explicit Framing(double aspect);
+
+    /// Points that are not finite are left out.
+    void add(const Imath::V3d& point);
+
+    bool isEmpty() const { return bounds.isEmpty(); }
+    /// Around all points, in world space.
+    const Imath::Box3d& getBounds() const { return bounds; }
+    /// Half of the diagonal of the bounds; above 0 even when all points are one.
+    double getRadius() const;
+    /// There must be a point.
+    FramingCamera getCamera() const;
+
+private:
+    double halfWidth;
+    double halfHeight;
+    // The slopes of the sides of the picture, the margin left out.
+    double slopeX;
+    double slopeY;
+    Imath::V3d right, up, back; // the axes of the camera
+    Imath::Box3d bounds;
+    // In the axes of the camera, the positions of the planes through the camera's sides that
+    // enclose all points, and the range of depths.
+    Imath::V3d most;  // right side, upper side, nearest depth
+    Imath::V3d least; // left side, lower side, farthest depth; the first two negated
+};
+
+} // namespace TellarTool
+
+#endif

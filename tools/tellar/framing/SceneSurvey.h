@@ -1,0 +1,28 @@
+#ifndef TELLAR_TOOL_SCENESURVEY_H
+#define TELLAR_TOOL_SCENESURVEY_H
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <OxTellarProducers/GeometryProducer.h>
+
+#include "Framing.h"
+
+namespace TellarTool {
+
+/// What a scene offers to a picture.
+struct SceneSurvey {
+    std::vector<std::string> cameras; ///< paths, in the order of a walk
+    std::int64_t lights = 0;
+};
+
+/// Walks all visible locations. Adds the points of all shapes, in world space and at each of the
+/// times, to the framing, unless it is null. Once very many points were added, the corners of
+/// bounds stand for the points of still shapes.
+SceneSurvey SurveyScene(const TELLAR::GeometryProducer::Ptr& root, const std::vector<float>& times,
+                        Framing* framing);
+
+} // namespace TellarTool
+
+#endif
