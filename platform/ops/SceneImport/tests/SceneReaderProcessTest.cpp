@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <ostream>
 #include <stdexcept>
 #include <string>
@@ -17,6 +18,7 @@
 
 #include <gmock/gmock.h>
 
+#include <OxConfiguration/Configuration.h>
 #include <OxTellarSDK/AttributeStream.h>
 
 #include "DamagedFormats.h"
@@ -140,11 +142,18 @@ TEST_F(SceneReader, TellsWhyAFileCannotBeRead) {
               "damaged OBJ: it names itself as its materials");
 }
 
+// AddressSanitizer ends a process that requests too much memory.
+#if defined(__SANITIZE_ADDRESS__)
+const std::string kOutOfMemory = "the scene reader crashed: it was ended by signal 6 (Aborted)";
+#else
+const std::string kOutOfMemory =
+    "reading it takes more than 1000 MiB of memory (SCENE_READER_MEBIBYTES)";
+#endif
+
 TEST_F(SceneReader, IsEndedWhenItNeedsTooMuchMemory) {
     std::string mesh = kJointsMd5;
     mesh.replace(mesh.find("numverts 3"), 10, "numverts 2000000000");
-    EXPECT_EQ(ReasonFor(directory.write("a.md5mesh", mesh)),
-              "reading it takes more than 1000 MiB of memory (SCENE_READER_MEBIBYTES)");
+    EXPECT_EQ(ReasonFor(directory.write("a.md5mesh", mesh)), kOutOfMemory);
 }
 
 TEST_F(SceneReader, IsEndedWhenItTakesTooLong) {
@@ -164,6 +173,39 @@ TEST_F(SceneReader, WorksInAHostThatIgnoresTheEndsOfItsChildren) {
     int status = -1;
     ASSERT_EQ(waitpid(host, &status, 0), host);
     EXPECT_EQ(status, 0);
+}
+
+TEST_F(SceneReader, NeedsLittleMemoryForASmallFile) {
+    EXPECT_EQ(ReasonFor(WriteHouse(directory), {std::chrono::seconds(60), 16}), "");
+}
+
+/// The limits when the configuration has these values.
+ReaderLimits LimitsWith(const char* seconds, const char* mebibytes) {
+    setenv("OX_CONFIG_SCENE_READER_SECONDS", seconds, 1);
+    setenv("OX_CONFIG_SCENE_READER_MEBIBYTES", mebibytes, 1);
+    Config()->reload();
+    const ReaderLimits limits = ConfiguredLimits();
+    unsetenv("OX_CONFIG_SCENE_READER_SECONDS");
+    unsetenv("OX_CONFIG_SCENE_READER_MEBIBYTES");
+    Config()->reload();
+    return limits;
+}
+
+TEST(ReaderLimits, AreThoseOfTheConfiguration) {
+    const ReaderLimits limits = LimitsWith("5", "70");
+    EXPECT_EQ(limits.time.count(), 5);
+    EXPECT_EQ(limits.mebibytes, 70u);
+}
+
+TEST(ReaderLimits, AreTheDefaultsForOtherTexts) {
+    const std::uint64_t usual = ConfiguredLimits().mebibytes;
+    EXPECT_GT(usual, 100u);
+    EXPECT_EQ(ConfiguredLimits().time.count(), 600);
+    for (const char* const text : {"", "0", "-1", "5s", "99999999999999999999"}) {
+        const ReaderLimits limits = LimitsWith(text, text);
+        EXPECT_EQ(limits.time.count(), 600) << text;
+        EXPECT_EQ(limits.mebibytes, usual) << text;
+    }
 }
 
 class DamagedFormat : public testing::TestWithParam<DamagedFile> {};
