@@ -253,7 +253,8 @@ class Manners(PictureTest):
         description = stages.scene(stages.stage())
         scene = self.write("scene.json", description)
         for error, options in (
-                ('the camera "/root/nowhere" is not in the scene', ["--camera", "/root/nowhere"]),
+                (f'{scene}: camera "/root/nowhere": there is no such location',
+                 ["--camera", "/root/nowhere"]),
                 ('"out.gif" is no picture: its name ends neither in ".exr" nor in ".png"',
                  ["-o", "out.gif"])):
             with self.subTest(error):

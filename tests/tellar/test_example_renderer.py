@@ -114,8 +114,9 @@ class Example(ExampleTest):
         self.assertEqual(self.text("deep.txt").count("\n"), 2 + 4 + 200)
 
     def test_a_camera_that_is_missing_is_an_error(self):
-        self.assert_fails('there is no camera "/root/none"', "render", self.scene, "-o", "out.txt",
-                          "--renderer", "example", "--camera", "/root/none")
+        self.assert_fails(f'{self.scene}: camera "/root/none": there is no such location',
+                          "render", self.scene, "-o", "out.txt", "--renderer", "example",
+                          "--camera", "/root/none")
         self.assertEqual(os.listdir(self.folder), ["scene.json"])
 
     def test_a_resolution_that_is_missing_is_an_error(self):

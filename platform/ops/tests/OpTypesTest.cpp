@@ -34,7 +34,8 @@ TEST(OpTypes, RefuseUnknownArguments) {
     EXPECT_THAT(CookErrorOf("StaticScene", Group({{"b", Int(1)}})),
                 HasSubstr("Argument \"b\" is not known to the op type \"StaticScene\"."));
     EXPECT_THAT(CookErrorOf("Prune", Group({{"path", Texts({"/root"})}}), 1),
-                HasSubstr("Argument \"path\" is not known to the op type \"Prune\"."));
+                HasSubstr("Argument \"path\" is not known to the op type \"Prune\"; did you mean "
+                          "\"paths\"?"));
     EXPECT_THAT(CookErrorOf("Merge", Group({{"order", Int(1)}}), 2),
                 HasSubstr("Argument \"order\" is not known to the op type \"Merge\"."));
 }
