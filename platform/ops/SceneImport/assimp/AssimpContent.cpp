@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include <OxTellarSDK/GroupBuilder.h>
+
 #include <assimp/scene.h>
 
 #include "AssimpParts.h"
@@ -15,6 +17,17 @@
 namespace TellarSceneImport {
 
 namespace {
+
+// The material of a surface whose colour is that of its points.
+OxAttribute::GroupAttribute ShowColors(const OxAttribute::GroupAttribute& network) {
+    const OxAttribute::FloatAttribute white({1, 1, 1}, 3);
+    OxAttribute::GroupBuilder shown;
+    shown.update(network);
+    shown.set("nodes.surface.parameters.baseColor", white);
+    shown.set("parameters.baseColor", white);
+    shown.set("nodes.surface.parameters.vertexColor", OxAttribute::IntAttribute(1));
+    return shown.build();
+}
 
 class ContentReader {
 public:
@@ -61,9 +74,12 @@ void ContentReader::readNodes() {
 
 // Importers add a material for meshes that have none. It is left out if no mesh uses it.
 void ContentReader::readMaterials() {
-    std::vector<bool> isUsed(scene.mNumMaterials, false);
-    for (unsigned i = 0; i < scene.mNumMeshes && scene.mNumMaterials > 0; ++i)
-        isUsed[scene.mMeshes[i]->mMaterialIndex] = true;
+    std::vector<bool> isUsed(scene.mNumMaterials, false), hasColors(scene.mNumMaterials, false);
+    for (unsigned i = 0; i < scene.mNumMeshes && scene.mNumMaterials > 0; ++i) {
+        const aiMesh& mesh = *scene.mMeshes[i];
+        isUsed[mesh.mMaterialIndex] = true;
+        if (mesh.HasVertexColors(0)) hasColors[mesh.mMaterialIndex] = true;
+    }
 
     for (unsigned i = 0; i < scene.mNumMaterials; ++i) {
         aiMaterial& material = *scene.mMaterials[i];
@@ -71,7 +87,10 @@ void ContentReader::readMaterials() {
         const bool isMadeUp = name.empty() || name == AI_DEFAULT_MATERIAL_NAME;
         const bool isLeftOut = isMadeUp && !isUsed[i];
         materialIndices.push_back(isLeftOut ? -1 : static_cast<int>(content.materials.size()));
-        if (!isLeftOut) content.materials.push_back({name, MakeMaterialNetwork(material, scene)});
+        if (isLeftOut) continue;
+        const bool showsColors = isMadeUp && hasColors[i];
+        const auto network = MakeMaterialNetwork(material, scene);
+        content.materials.push_back({name, showsColors ? ShowColors(network) : network});
     }
 }
 

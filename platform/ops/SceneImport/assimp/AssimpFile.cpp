@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include <assimp/DefaultIOStream.h>
 #include <assimp/DefaultIOSystem.h>
@@ -17,6 +18,8 @@
 #include "ColladaOpacity.h"
 #include "ColladaText.h"
 #include "FbxSpace.h"
+#include "FileText.h"
+#include "ObjText.h"
 #include "SourceFile.h"
 #include "checks/ColladaCheck.h"
 #include "checks/FbxCheck.h"
@@ -34,6 +37,19 @@ public:
         : DefaultIOStream(file.release(), path) {}
 };
 
+// A text in memory. It is a base so that it exists before the stream.
+struct OwnedText {
+    std::string text;
+};
+
+// A stream of Assimp over a text that it owns.
+class TextStream : private OwnedText, public Assimp::MemoryIOStream {
+public:
+    explicit TextStream(std::string content)
+        : OwnedText{std::move(content)},
+          MemoryIOStream(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()) {}
+};
+
 // Opens files for Assimp and records their stamps. The content of the scene file can be replaced.
 class FileAccess : public Assimp::DefaultIOSystem {
 public:
@@ -47,7 +63,7 @@ public:
         const FileStamp& stamp = files.back();
         if (!stamp.isRegularFile() || stamp.size > kMaxFileSize) return nullptr;
         // An OBJ file refers only to files of materials.
-        if (path != scenePath && LowerExtension(scenePath) == ".obj") CheckMtl(ReadWhole(stamp));
+        if (path != scenePath && LowerExtension(scenePath) == ".obj") return openMtl(stamp);
         if (sceneContent && path == scenePath)
             return new Assimp::MemoryIOStream(
                 reinterpret_cast<const std::uint8_t*>(sceneContent->data()), sceneContent->size());
@@ -58,6 +74,12 @@ public:
     }
 
 private:
+    static Assimp::IOStream* openMtl(const FileStamp& stamp) {
+        std::string content = ToUtf8(ReadWhole(stamp));
+        CheckMtl(content);
+        return new TextStream(std::move(content));
+    }
+
     const std::string& scenePath;
     const std::optional<std::string>& sceneContent; // the content of the file if there is none
     std::vector<FileStamp>& files;
@@ -83,8 +105,11 @@ std::optional<std::string> Examine(const FileStamp& stamp, const std::string& ex
         return content;
     }
     if (extension == ".fbx") CheckFbx(ReadWhole(stamp), kMaxNodeDepth);
-    if (extension == ".obj")
-        CheckObj(ReadWhole(stamp), std::filesystem::path(stamp.path).filename().string());
+    if (extension == ".obj") {
+        std::string content = WithPlainColors(ToUtf8(ReadWhole(stamp)));
+        CheckObj(content, std::filesystem::path(stamp.path).filename().string());
+        return content;
+    }
     return std::nullopt;
 }
 
@@ -107,7 +132,7 @@ SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension
     CheckScene(*scene, kMaxNodeDepth);
     scene = importer.ApplyPostProcessing(aiProcess_JoinIdenticalVertices);
     if (!scene) throw std::runtime_error("identical points could not be joined");
-    if (content) RepairColladaOpacity(*scene, *content);
+    if (content && extension == ".dae") RepairColladaOpacity(*scene, *content);
     SceneContent result = ContentOf(*scene, options.animation);
     if (extension == ".fbx" && options.convertUnits) ConvertFbxSpace(*scene, result);
     return result;
