@@ -21,6 +21,7 @@
 #include "drawing/Picture.h"
 #include "reading/ReadScene.h"
 #include "reading/Suites.h"
+#include "tessellation/Tessellate.h"
 
 namespace lantern {
 namespace {
@@ -78,7 +79,8 @@ OxRenderStatus RenderJob(const OxRenderJob_v1& job, Report& report) {
     const OxPluginHost& host = GetHost();
     const std::string path = GetTilePath(Suites(host), job.root, job.picture);
     CheckPicturePath(path);
-    const SceneData scene = ReadScene(host, job.root, {job.frame, job.threads}, report);
+    SceneData scene = ReadScene(host, job.root, {job.frame, job.threads}, report);
+    TessellateSubdivisions(scene, job.threads, report);
     Picture picture = Draw(scene, {job.samples, job.threads, begin}, report);
     if (!report.isAskedToFinish()) report.throwIfCancelled();
     StampTime(begin, picture.facts);

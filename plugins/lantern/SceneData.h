@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <variant>
@@ -65,6 +66,27 @@ struct Mesh {
     std::vector<ColorSet> colorSets;
 };
 
+/// The polygons and rules of a subdivision surface. Its points are those of the mesh beside it.
+struct Subdivision {
+    enum class Scheme { CatmullClark, Loop, Bilinear };
+    enum class Boundary { None, Edges, EdgesAndCorners };
+    enum class FaceVarying { None, CornersOnly, CornersPlus1, CornersPlus2, Boundaries, All };
+
+    Scheme scheme = Scheme::CatmullClark;
+    Boundary boundary = Boundary::EdgesAndCorners;
+    FaceVarying faceVarying = FaceVarying::CornersPlus1; ///< for texture coordinates
+    std::vector<int> faceSizes;                          ///< at least 3
+    std::vector<int> corners;           ///< the points of all faces, one face after the other
+    std::vector<Index> faces;           ///< for each face the one of the location that it is
+    std::vector<int> creases;           ///< two points for each crease edge
+    std::vector<float> creaseSharpness; ///< one per crease edge
+    std::vector<int> sharpPoints;
+    std::vector<float> pointSharpness;
+    std::vector<int> holes;          ///< faces that are not drawn
+    std::vector<UvSet> uvSets;       ///< one index per corner
+    std::vector<ColorSet> colorSets; ///< the same
+};
+
 /// Spheres in the space of their location.
 struct Spheres {
     std::vector<std::vector<V3f>> centers; ///< one or more steps
@@ -98,6 +120,8 @@ struct Curves {
 /// A mesh, spheres or curves; the other members are empty.
 struct Shape {
     Mesh mesh;
+    /// Only of a subdivision surface whose mesh is still the cage.
+    std::shared_ptr<const Subdivision> subdivision;
     Spheres spheres;
     Curves curves;
 
@@ -341,6 +365,8 @@ struct Quality {
     float exposure = 0; ///< in stops, applied to the picture
     float clampIndirect =
         10; ///< largest contribution of one path after its first bounce; 0: no limit
+    float subdivisionEdge = 1;    ///< length of the edges of subdivision surfaces, in pixels
+    int subdivisionMemory = 2048; ///< megabytes for all subdivision surfaces
 };
 
 /// The layers of the picture besides its colors and alpha.

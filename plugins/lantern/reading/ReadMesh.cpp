@@ -5,6 +5,7 @@
 
 #include "reading/MeshValues.h"
 #include "reading/PointValues.h"
+#include "reading/ReadSubdivision.h"
 #include "reading/Triangulate.h"
 
 namespace lantern {
@@ -59,21 +60,49 @@ std::vector<Index> Cut(const Faces& faces, Mesh& mesh) {
     return corners;
 }
 
+/// A mesh and how it was cut into triangles.
+struct CutMesh {
+    Mesh mesh;
+    Faces faces;
+    std::vector<Index> corners; ///< for each corner of a triangle, that of all faces
+
+    MeshCorners where() const {
+        return {mesh.points[0].size(), faces.corners.size(), faces.starts.size() - 1, corners,
+                mesh.faces};
+    }
+};
+
+/// Reads everything but normals.
+std::optional<CutMesh> ReadCutMesh(const ShapeReader& reader, const Attribute& geometry) {
+    CutMesh cut;
+    cut.mesh.points = ReadPositions(reader, geometry);
+    if (cut.mesh.points.empty()) return {};
+    std::optional<Faces> faces = ReadFaces(reader, geometry, cut.mesh.points[0].size());
+    if (!faces) return {};
+    cut.faces = std::move(*faces);
+    cut.corners = Cut(cut.faces, cut.mesh);
+    if (cut.mesh.triangles.empty()) return {};
+    ReadSets(reader, geometry, cut.where(), cut.mesh);
+    return cut;
+}
+
 } // namespace
 
 std::optional<Mesh> ReadMesh(const ShapeReader& reader, const Attribute& geometry) {
-    Mesh mesh;
-    mesh.points = ReadPositions(reader, geometry);
-    if (mesh.points.empty()) return {};
-    const std::optional<Faces> faces = ReadFaces(reader, geometry, mesh.points[0].size());
-    if (!faces) return {};
-    const std::vector<Index> corners = Cut(*faces, mesh);
-    if (mesh.triangles.empty()) return {};
-    const MeshCorners where{mesh.points[0].size(), faces->corners.size(), faces->starts.size() - 1,
-                            corners, mesh.faces};
-    ReadNormals(reader, geometry, where, mesh);
-    ReadSets(reader, geometry, where, mesh);
-    return mesh;
+    std::optional<CutMesh> cut = ReadCutMesh(reader, geometry);
+    if (!cut) return {};
+    ReadNormals(reader, geometry, cut->where(), cut->mesh);
+    return std::move(cut->mesh);
+}
+
+std::optional<Shape> ReadSubdivisionSurface(const ShapeReader& reader, const Attribute& geometry) {
+    std::optional<CutMesh> cut = ReadCutMesh(reader, geometry);
+    if (!cut) return {};
+    Shape shape;
+    shape.subdivision = ReadSubdivision(
+        reader, geometry, {cut->faces.starts, cut->faces.corners, cut->corners}, cut->mesh);
+    shape.mesh = std::move(cut->mesh);
+    return shape;
 }
 
 std::size_t CountFaces(const Attribute& geometry) {

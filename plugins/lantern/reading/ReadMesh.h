@@ -24,6 +24,10 @@ namespace lantern {
 /// those at the opening of the shutter.
 std::optional<Mesh> ReadMesh(const ShapeReader& reader, const Attribute& geometry);
 
+/// Reads the cage of a subdivision surface as a mesh without normals, and its rules. Normals of the
+/// geometry are not used. Returns nothing if the mesh cannot be drawn.
+std::optional<Shape> ReadSubdivisionSurface(const ShapeReader& reader, const Attribute& geometry);
+
 /// The number of faces of a mesh.
 std::size_t CountFaces(const Attribute& geometry);
 

@@ -238,6 +238,10 @@ Quality ReadQuality(const Location& root) {
         root, "lantern.exposure", static_cast<double>(quality.exposure), -100, 100));
     quality.clampIndirect = static_cast<float>(ReadNumberWithin(
         root, "lantern.clampIndirect", static_cast<double>(quality.clampIndirect), 0, 1e9));
+    quality.subdivisionEdge = static_cast<float>(ReadNumberWithin(
+        root, "lantern.subdivisionEdge", static_cast<double>(quality.subdivisionEdge), 0.1, 1000));
+    quality.subdivisionMemory =
+        ReadCountWithin(root, "lantern.subdivisionMemory", quality.subdivisionMemory, 1, 1000000);
     return quality;
 }
 

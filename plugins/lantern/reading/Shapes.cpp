@@ -5,6 +5,7 @@
 #include "reading/ReadCurves.h"
 #include "reading/ReadMesh.h"
 #include "reading/ReadSpheres.h"
+#include "reading/ReadSubdivision.h"
 
 namespace lantern {
 
@@ -13,6 +14,8 @@ namespace {
 std::optional<Shape> ReadShape(Kind kind, const ShapeReader& reader, const Attribute& geometry) {
     Shape shape;
     if (kind == Kind::Mesh || kind == Kind::SubdivisionMesh) {
+        if (IsSubdivided(geometry, kind == Kind::SubdivisionMesh))
+            return ReadSubdivisionSurface(reader, geometry);
         std::optional<Mesh> mesh = ReadMesh(reader, geometry);
         if (!mesh) return {};
         shape.mesh = std::move(*mesh);
@@ -53,7 +56,6 @@ std::shared_ptr<Shapes::Entry> Shapes::entryOf(const Hash& key) {
 Index Shapes::read(Kind kind, const Attribute& geometry, const Place& place) {
     const ShapeReader reader{suites, shutter,
                              [&](const std::string& what) { warnings.warn(place.path(), what); }};
-    if (kind == Kind::SubdivisionMesh) reader.warn("subdivision surfaces are drawn as their cages");
     std::optional<Shape> shape = ReadShape(kind, reader, geometry);
     if (!shape) return kNone;
     const std::lock_guard<std::mutex> guard(lock);

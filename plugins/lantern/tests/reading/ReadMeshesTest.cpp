@@ -12,10 +12,10 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 /// A square of the faces 0 1 2 and 0 2 3, with more attributes in its geometry.
-std::string Square(const std::string& more, const std::string& type = "polymesh") {
-    return R"("square": {"a": {"type": ")" + type + R"(", "geometry": {
+std::string Square(const std::string& more) {
+    return std::string(R"("square": {"a": {"type": "polymesh", "geometry": {
         "point.P": {"$type": "float", "values": [[0,0,0], [1,0,0], [1,1,0], [0,1,0]]},
-        "poly": {"vertexList": [0, 1, 2, 0, 2, 3], "startIndex": [0, 3, 6]})" +
+        "poly": {"vertexList": [0, 1, 2, 0, 2, 3], "startIndex": [0, 3, 6]})") +
            (more.empty() ? "" : ", ") + more + "}}}";
 }
 
@@ -60,14 +60,6 @@ TEST(ReadMeshes, AreStoredOnceIfTheyAreEqual) {
     EXPECT_EQ(scene.instances[0].shape, 0);
     EXPECT_EQ(scene.instances[1].shape, 1);
     EXPECT_EQ(scene.instances[2].shape, 0);
-}
-
-TEST(ReadMeshes, AreTheCagesOfSubdivisionSurfaces) {
-    Told told;
-    const SceneData scene = ReadJson(SceneJson(Square("", "subdmesh")), told);
-    EXPECT_THAT(scene.shapes.at(0).mesh.triangles, SizeIs(6));
-    EXPECT_THAT(told.warnings, ElementsAre("/root/world/square: subdivision surfaces are drawn as "
-                                           "their cages"));
 }
 
 TEST(ReadMeshes, AreLeftOutWithoutPoints) {

@@ -1,0 +1,394 @@
+#include "tessellation/SubdivisionSurface.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <cstdint>
+#include <exception>
+#include <map>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+#include <opensubdiv/bfr/refinerSurfaceFactory.h>
+#include <opensubdiv/bfr/surfaceFactoryCache.h>
+#include <opensubdiv/bfr/tessellation.h>
+#include <opensubdiv/far/error.h>
+#include <opensubdiv/far/topologyDescriptor.h>
+
+namespace lantern {
+namespace {
+
+namespace Far = OpenSubdiv::Far;
+namespace Bfr = OpenSubdiv::Bfr;
+namespace Sdc = OpenSubdiv::Sdc;
+
+using PointSurface = Bfr::Surface<float>;
+using Cache = Bfr::SurfaceFactoryCacheThreaded<std::mutex, std::lock_guard<std::mutex>,
+                                               std::lock_guard<std::mutex>>;
+using Factory = Bfr::RefinerSurfaceFactory<Cache>;
+
+Sdc::SchemeType SchemeOf(const Subdivision& subdivision) {
+    switch (subdivision.scheme) {
+    case Subdivision::Scheme::Loop:
+        return Sdc::SCHEME_LOOP;
+    case Subdivision::Scheme::Bilinear:
+        return Sdc::SCHEME_BILINEAR;
+    case Subdivision::Scheme::CatmullClark:
+        break;
+    }
+    return Sdc::SCHEME_CATMARK;
+}
+
+Sdc::Options OptionsOf(const Subdivision& subdivision) {
+    static constexpr Sdc::Options::VtxBoundaryInterpolation kBoundaries[] = {
+        Sdc::Options::VTX_BOUNDARY_NONE, Sdc::Options::VTX_BOUNDARY_EDGE_ONLY,
+        Sdc::Options::VTX_BOUNDARY_EDGE_AND_CORNER};
+    static constexpr Sdc::Options::FVarLinearInterpolation kFaceVarying[] = {
+        Sdc::Options::FVAR_LINEAR_NONE,          Sdc::Options::FVAR_LINEAR_CORNERS_ONLY,
+        Sdc::Options::FVAR_LINEAR_CORNERS_PLUS1, Sdc::Options::FVAR_LINEAR_CORNERS_PLUS2,
+        Sdc::Options::FVAR_LINEAR_BOUNDARIES,    Sdc::Options::FVAR_LINEAR_ALL};
+    Sdc::Options options;
+    options.SetVtxBoundaryInterpolation(kBoundaries[static_cast<int>(subdivision.boundary)]);
+    options.SetFVarLinearInterpolation(kFaceVarying[static_cast<int>(subdivision.faceVarying)]);
+    return options;
+}
+
+/// Texture coordinates or colors, with one value wherever corners of a point have equal ones, so
+/// that the surface is smooth across the edges between them.
+struct WeldedValues {
+    template <typename Value>
+    WeldedValues(const CornerValues<Value>& given, const std::vector<int>& points)
+        : size(int(sizeof(Value) / sizeof(float))) {
+        std::map<std::pair<int, std::array<float, 4>>, int> known;
+        for (std::size_t corner = 0; corner < points.size(); ++corner) {
+            const Value& value = given.values[given.index[corner]];
+            std::array<float, 4> numbers{};
+            std::copy_n(&value[0], size, numbers.begin());
+            const auto [entry, isNew] =
+                known.try_emplace({points[corner], numbers}, static_cast<int>(known.size()));
+            if (isNew) values.insert(values.end(), numbers.begin(), numbers.begin() + size);
+            index.push_back(entry->second);
+        }
+    }
+    int count() const { return static_cast<int>(values.size()) / size; }
+
+    int size; // floats of a value
+    std::vector<float> values;
+    std::vector<int> index;
+};
+
+std::unique_ptr<Far::TopologyRefiner> MakeRefiner(const Subdivision& subdivision,
+                                                  std::size_t pointCount,
+                                                  const std::vector<WeldedValues>& values) {
+    // The messages are about crease edges that the cage does not have, which do no harm.
+    Far::SetWarningCallback([](const char*) {});
+    Far::SetErrorCallback([](Far::ErrorType, const char*) {});
+    std::vector<Far::TopologyDescriptor::FVarChannel> channels(values.size());
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        channels[i].numValues = values[i].count();
+        channels[i].valueIndices = values[i].index.data();
+    }
+    Far::TopologyDescriptor cage;
+    cage.numVertices = static_cast<int>(pointCount);
+    cage.numFaces = static_cast<int>(subdivision.faceSizes.size());
+    cage.numVertsPerFace = subdivision.faceSizes.data();
+    cage.vertIndicesPerFace = subdivision.corners.data();
+    cage.numCreases = static_cast<int>(subdivision.creaseSharpness.size());
+    cage.creaseVertexIndexPairs = subdivision.creases.data();
+    cage.creaseWeights = subdivision.creaseSharpness.data();
+    cage.numCorners = static_cast<int>(subdivision.sharpPoints.size());
+    cage.cornerVertexIndices = subdivision.sharpPoints.data();
+    cage.cornerWeights = subdivision.pointSharpness.data();
+    cage.numHoles = static_cast<int>(subdivision.holes.size());
+    cage.holeIndices = subdivision.holes.data();
+    cage.numFVarChannels = static_cast<int>(channels.size());
+    cage.fvarChannels = channels.data();
+    using RefinerFactory = Far::TopologyRefinerFactory<Far::TopologyDescriptor>;
+    const RefinerFactory::Options options(SchemeOf(subdivision), OptionsOf(subdivision));
+    return std::unique_ptr<Far::TopologyRefiner>(RefinerFactory::Create(cage, options));
+}
+
+/// The patch points of a surface for values of two or three floats each.
+class PreparedSurface {
+public:
+    PreparedSurface(const PointSurface& surface, const float* values, int size)
+        : surface(surface), layout(size),
+          points(std::size_t(surface.GetNumPatchPoints()) * static_cast<std::size_t>(size)) {
+        surface.PreparePatchPoints(values, layout, points.data(), layout);
+    }
+    void evaluate(const float uv[2], float* value) const {
+        surface.Evaluate(uv, points.data(), layout, value);
+    }
+    void evaluate(const float uv[2], float* value, float* du, float* dv) const {
+        surface.Evaluate(uv, points.data(), layout, value, du, dv);
+    }
+
+private:
+    const PointSurface& surface;
+    PointSurface::PointDescriptor layout;
+    std::vector<float> points;
+};
+
+/// Where the points of a tessellated surface are: first those of the cage's vertices, then those on
+/// edges, then those inside of faces. Values at the corners of triangles are stored by face.
+struct Layout {
+    std::vector<Index> firstOfEdge;
+    std::vector<Index> firstInside;   // of each face
+    std::vector<Index> firstCoord;    // of each face, and the end
+    std::vector<Index> firstTriangle; // of each face, and the end
+    // The face that computes the point or the points on the edge.
+    std::vector<Index> ownerOfVertex;
+    std::vector<Index> ownerOfEdge;
+    std::size_t pointCount = 0;
+};
+
+/// The rates of the edges around a face.
+std::vector<int> RatesOf(const Far::TopologyLevel& cage, int face, const std::vector<int>& rates) {
+    std::vector<int> result;
+    const auto edges = cage.GetFaceEdges(face);
+    for (int i = 0; i < edges.size(); ++i)
+        result.push_back(rates[static_cast<std::size_t>(edges[i])]);
+    return result;
+}
+
+/// Calls the function for each number below `count`. Throws the first of its exceptions.
+template <typename Work>
+void ForEachInParallel(int count, int threads, Work work) {
+    constexpr int kBatch = 64;
+    std::atomic<int> next{0};
+    std::mutex lock; // guards the failure
+    std::exception_ptr failure;
+    const auto run = [&] {
+        try {
+            for (int first = next.fetch_add(kBatch); first < count; first = next.fetch_add(kBatch))
+                for (int i = first; i < std::min(first + kBatch, count); ++i)
+                    work(i);
+        } catch (...) {
+            next = count;
+            const std::lock_guard<std::mutex> guard(lock);
+            if (!failure) failure = std::current_exception();
+        }
+    };
+    std::vector<std::thread> others;
+    try {
+        for (int i = 1; i < std::min(threads, count / kBatch); ++i)
+            others.emplace_back(run);
+    } catch (...) { // the threads that could be started are enough
+    }
+    run();
+    for (std::thread& other : others)
+        other.join();
+    if (failure) std::rethrow_exception(failure);
+}
+
+} // namespace
+
+struct SubdivisionSurface::Surface {
+    Surface(const Subdivision& subdivision, std::size_t pointCount);
+
+    Layout layOut(const std::vector<int>& rates) const;
+    void tessellate(int face, const std::vector<std::vector<V3f>>& cagePoints,
+                    const std::vector<int>& rates, const Layout& layout, Mesh& mesh) const;
+    std::vector<Index> pointsOf(int face, const Bfr::Tessellation& tessellation,
+                                const Layout& layout, std::vector<bool>& isOwned) const;
+
+    const Subdivision& subdivision;
+    std::vector<WeldedValues> values;              // of all texture coordinates, then of all colors
+    std::unique_ptr<Far::TopologyRefiner> refiner; // null if the topology is not usable
+    std::unique_ptr<Factory> factory;
+    std::vector<std::array<Index, 2>> edges;
+};
+
+SubdivisionSurface::Surface::Surface(const Subdivision& subdivision, std::size_t pointCount)
+    : subdivision(subdivision) {
+    for (const UvSet& set : subdivision.uvSets)
+        values.emplace_back(set.st, subdivision.corners);
+    for (const ColorSet& set : subdivision.colorSets)
+        values.emplace_back(set.colors, subdivision.corners);
+    refiner = MakeRefiner(subdivision, pointCount, values);
+    if (!refiner) return;
+    factory = std::make_unique<Factory>(*refiner, Factory::Options());
+    const Far::TopologyLevel& cage = refiner->GetLevel(0);
+    for (int edge = 0; edge < cage.GetNumEdges(); ++edge) {
+        const auto ends = cage.GetEdgeVertices(edge);
+        edges.push_back({static_cast<Index>(ends[0]), static_cast<Index>(ends[1])});
+    }
+}
+
+Layout SubdivisionSurface::Surface::layOut(const std::vector<int>& rates) const {
+    const Far::TopologyLevel& cage = refiner->GetLevel(0);
+    Layout layout;
+    layout.ownerOfVertex.assign(static_cast<std::size_t>(cage.GetNumVertices()), kNone);
+    layout.ownerOfEdge.assign(edges.size(), kNone);
+    Index points = static_cast<Index>(cage.GetNumVertices());
+    for (std::size_t edge = 0; edge < edges.size(); ++edge) {
+        layout.firstOfEdge.push_back(points);
+        points += static_cast<Index>(rates[edge] - 1);
+    }
+    Index coords = 0, triangles = 0;
+    for (int face = 0; face < cage.GetNumFaces(); ++face) {
+        layout.firstInside.push_back(points);
+        layout.firstCoord.push_back(coords);
+        layout.firstTriangle.push_back(triangles);
+        if (!factory->FaceHasLimitSurface(face)) continue;
+        const std::vector<int> ofFace = RatesOf(cage, face, rates);
+        const Bfr::Tessellation tessellation(factory->GetFaceParameterization(face),
+                                             int(ofFace.size()), ofFace.data());
+        if (!tessellation.IsValid()) continue;
+        points += static_cast<Index>(tessellation.GetNumInteriorCoords());
+        coords += static_cast<Index>(tessellation.GetNumCoords());
+        triangles += static_cast<Index>(tessellation.GetNumFacets());
+        const auto vertices = cage.GetFaceVertices(face);
+        const auto faceEdges = cage.GetFaceEdges(face);
+        for (int i = 0; i < vertices.size(); ++i) {
+            Index& ofVertex = layout.ownerOfVertex[static_cast<std::size_t>(vertices[i])];
+            Index& ofEdge = layout.ownerOfEdge[static_cast<std::size_t>(faceEdges[i])];
+            ofVertex = std::min(ofVertex, static_cast<Index>(face));
+            ofEdge = std::min(ofEdge, static_cast<Index>(face));
+        }
+    }
+    layout.firstCoord.push_back(coords);
+    layout.firstTriangle.push_back(triangles);
+    layout.pointCount = points;
+    return layout;
+}
+
+/// The point of the mesh at each coordinate of the tessellation, and whether this face computes it.
+/// Coordinates start with each vertex followed by the inner points of the edge after it.
+std::vector<Index> SubdivisionSurface::Surface::pointsOf(int face,
+                                                         const Bfr::Tessellation& tessellation,
+                                                         const Layout& layout,
+                                                         std::vector<bool>& isOwned) const {
+    const Far::TopologyLevel& cage = refiner->GetLevel(0);
+    const auto vertices = cage.GetFaceVertices(face);
+    const auto faceEdges = cage.GetFaceEdges(face);
+    const Index self = static_cast<Index>(face);
+    std::vector<Index> points;
+    for (int i = 0; i < vertices.size(); ++i) {
+        const auto vertex = static_cast<std::size_t>(vertices[i]);
+        const auto edge = static_cast<std::size_t>(faceEdges[i]);
+        points.push_back(static_cast<Index>(vertices[i]));
+        isOwned.push_back(layout.ownerOfVertex[vertex] == self);
+        const Index inner = static_cast<Index>(tessellation.GetNumEdgeCoords(i));
+        const bool isForward = edges[edge][0] == static_cast<Index>(vertices[i]);
+        for (Index k = 0; k < inner; ++k) {
+            points.push_back(layout.firstOfEdge[edge] + (isForward ? k : inner - 1 - k));
+            isOwned.push_back(layout.ownerOfEdge[edge] == self);
+        }
+    }
+    for (int k = 0; k < tessellation.GetNumInteriorCoords(); ++k) {
+        points.push_back(layout.firstInside[self] + static_cast<Index>(k));
+        isOwned.push_back(true);
+    }
+    return points;
+}
+
+void SubdivisionSurface::Surface::tessellate(int face,
+                                             const std::vector<std::vector<V3f>>& cagePoints,
+                                             const std::vector<int>& rates, const Layout& layout,
+                                             Mesh& mesh) const {
+    const std::size_t self = static_cast<std::size_t>(face);
+    if (layout.firstCoord[self] == layout.firstCoord[self + 1]) return;
+    PointSurface surface;
+    if (!factory->InitVertexSurface(face, &surface)) return;
+    const std::vector<int> ofFace = RatesOf(refiner->GetLevel(0), face, rates);
+    const Bfr::Tessellation tessellation(surface.GetParameterization(), int(ofFace.size()),
+                                         ofFace.data());
+    std::vector<V2f> coords(static_cast<std::size_t>(tessellation.GetNumCoords()));
+    tessellation.GetCoords(&coords[0].x);
+    std::vector<bool> isOwned;
+    const std::vector<Index> points = pointsOf(face, tessellation, layout, isOwned);
+
+    const std::size_t firstCoord = layout.firstCoord[self];
+    for (std::size_t step = 0; step < cagePoints.size(); ++step) {
+        const PreparedSurface positions(surface, &cagePoints[step][0].x, 3);
+        for (std::size_t i = 0; i < coords.size(); ++i) {
+            V3f position, du, dv;
+            positions.evaluate(&coords[i].x, &position.x, &du.x, &dv.x);
+            if (isOwned[i]) mesh.points[step][points[i]] = position;
+            if (step == 0) mesh.normals.values[firstCoord + i] = du.cross(dv).normalized();
+        }
+    }
+    for (std::size_t set = 0; set < values.size(); ++set) {
+        PointSurface ofSet;
+        if (!factory->InitFaceVaryingSurface(face, &ofSet, static_cast<int>(set))) continue;
+        const PreparedSurface prepared(ofSet, values[set].values.data(), values[set].size);
+        const std::size_t uvSets = mesh.uvSets.size();
+        for (std::size_t i = 0; i < coords.size(); ++i)
+            prepared.evaluate(&coords[i].x,
+                              set < uvSets
+                                  ? &mesh.uvSets[set].st.values[firstCoord + i].x
+                                  : &mesh.colorSets[set - uvSets].colors.values[firstCoord + i].r);
+    }
+
+    std::vector<int> facets(static_cast<std::size_t>(tessellation.GetNumFacets()) * 3);
+    tessellation.GetFacets(facets.data());
+    const std::size_t firstTriangle = layout.firstTriangle[self];
+    for (std::size_t i = 0; i < facets.size(); ++i) {
+        const auto coord = static_cast<std::size_t>(facets[i]);
+        mesh.triangles[3 * firstTriangle + i] = points[coord];
+        mesh.normals.index[3 * firstTriangle + i] = static_cast<Index>(firstCoord + coord);
+    }
+    for (std::size_t i = 0; i < facets.size() / 3; ++i)
+        mesh.faces[firstTriangle + i] = subdivision.faces[self];
+}
+
+SubdivisionSurface::SubdivisionSurface(const Subdivision& subdivision, std::size_t pointCount)
+    : surface(std::make_unique<Surface>(subdivision, pointCount)) {}
+
+SubdivisionSurface::~SubdivisionSurface() = default;
+
+bool SubdivisionSurface::isValid() const {
+    return surface->refiner != nullptr;
+}
+
+const std::vector<std::array<Index, 2>>& SubdivisionSurface::edges() const {
+    return surface->edges;
+}
+
+double SubdivisionSurface::countTriangles(const std::vector<int>& rates) const {
+    const Far::TopologyLevel& cage = surface->refiner->GetLevel(0);
+    double sum = 0;
+    for (int face = 0; face < cage.GetNumFaces(); ++face) {
+        const std::vector<int> ofFace = RatesOf(cage, face, rates);
+        double mean = 0;
+        for (const int rate : ofFace)
+            mean += rate / double(ofFace.size());
+        if (ofFace.size() == 4)
+            sum += (ofFace[0] + ofFace[2]) * (ofFace[1] + ofFace[3]) / 2.0;
+        else
+            sum += mean * mean * (ofFace.size() == 3 ? 1 : double(ofFace.size()) / 2);
+    }
+    return sum;
+}
+
+Mesh SubdivisionSurface::tessellate(const std::vector<std::vector<V3f>>& points,
+                                    const std::vector<int>& rates, int threads) const {
+    const Layout layout = surface->layOut(rates);
+    Mesh mesh;
+    mesh.points.resize(points.size());
+    for (std::size_t step = 0; step < points.size(); ++step) {
+        mesh.points[step] = points[step]; // for vertices that have no face with a limit surface
+        mesh.points[step].resize(layout.pointCount, V3f(0));
+    }
+    mesh.triangles.resize(std::size_t(3) * layout.firstTriangle.back(), 0);
+    mesh.faces.resize(layout.firstTriangle.back(), 0);
+    mesh.normals.index.resize(mesh.triangles.size(), 0);
+    mesh.normals.values.resize(layout.firstCoord.back(), V3f(0));
+    for (const UvSet& set : surface->subdivision.uvSets)
+        mesh.uvSets.push_back({set.name, {std::vector<V2f>(layout.firstCoord.back()), {}}});
+    for (const ColorSet& set : surface->subdivision.colorSets)
+        mesh.colorSets.push_back(
+            {set.name, {std::vector<Imath::C4f>(layout.firstCoord.back()), {}}});
+    ForEachInParallel(surface->refiner->GetLevel(0).GetNumFaces(), threads,
+                      [&](int face) { surface->tessellate(face, points, rates, layout, mesh); });
+    for (UvSet& set : mesh.uvSets)
+        set.st.index = mesh.normals.index;
+    for (ColorSet& set : mesh.colorSets)
+        set.colors.index = mesh.normals.index;
+    return mesh;
+}
+
+} // namespace lantern

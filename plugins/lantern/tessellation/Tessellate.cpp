@@ -1,0 +1,162 @@
+#include "tessellation/Tessellate.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include <Imath/ImathBox.h>
+
+#include "tessellation/PixelMeasure.h"
+#include "tessellation/SubdivisionSurface.h"
+
+namespace lantern {
+namespace {
+
+constexpr int kMostParts = 1024;            // of an edge
+constexpr std::size_t kMostPlacements = 16; // of one shape that are measured edge by edge
+// What a triangle needs: 36 bytes of indices, 4 of a face, half a point and half a normal and
+// texture coordinate of 32, and a hundred in the tree for rays.
+constexpr double kBytesPerTriangle = 180;
+
+/// A surface that is to be tessellated.
+struct Job {
+    Job(Index shape, const Shape& cage)
+        : shape(shape), surface(*cage.subdivision, cage.mesh.points[0].size()) {}
+
+    Index shape;
+    SubdivisionSurface surface;
+    std::vector<M44f> toCamera;     // of its nearest instances
+    std::vector<float> edgeLengths; // in pixels
+    std::vector<int> rates;
+};
+
+int CountThreads(int asked) {
+    if (asked > 0) return std::min(asked, 256);
+    return static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 256u));
+}
+
+/// The largest scale of a transform in pixels per unit, anywhere in a box.
+float LargestScale(const M44f& toCamera, const Imath::Box3f& box, const PixelMeasure& measure) {
+    const V3f center = box.center() * toCamera;
+    float scale = 0;
+    for (int row = 0; row < 3; ++row)
+        scale = std::max(scale, V3f(toCamera[row][0], toCamera[row][1], toCamera[row][2]).length());
+    const float radius = box.size().length() / 2 * scale;
+    const float pixels = scale * measure.pixelsPerUnit(center.length() - radius);
+    return std::isfinite(pixels) ? pixels : 0;
+}
+
+/// Finds, for each job, the transforms of the instances that need the finest edges.
+void FindPlacements(const SceneData& scene, const PixelMeasure& measure,
+                    std::vector<std::unique_ptr<Job>>& jobs) {
+    struct Placement {
+        float scale;
+        M44f toCamera;
+    };
+    std::vector<std::size_t> jobOfShape(scene.shapes.size(), jobs.size());
+    std::vector<Imath::Box3f> boxes(jobs.size());
+    for (std::size_t i = 0; i < jobs.size(); ++i) {
+        jobOfShape[jobs[i]->shape] = i;
+        for (const V3f& point : scene.shapes[jobs[i]->shape].mesh.points[0])
+            boxes[i].extendBy(point);
+    }
+    std::vector<std::vector<Placement>> found(jobs.size());
+    const auto isFiner = [](const Placement& a, const Placement& b) { return a.scale > b.scale; };
+    for (const Instance& instance : scene.instances) {
+        const std::size_t job = jobOfShape[instance.shape];
+        if (job == jobs.size()) continue;
+        const M44f toCamera = scene.transforms[instance.firstTransform] * measure.toCamera();
+        // The heap has the coarsest placement first.
+        std::vector<Placement>& heap = found[job];
+        heap.push_back({LargestScale(toCamera, boxes[job], measure), toCamera});
+        std::push_heap(heap.begin(), heap.end(), isFiner);
+        if (heap.size() <= kMostPlacements) continue;
+        std::pop_heap(heap.begin(), heap.end(), isFiner);
+        heap.pop_back();
+    }
+    for (std::size_t i = 0; i < jobs.size(); ++i)
+        for (const Placement& placement : found[i])
+            jobs[i]->toCamera.push_back(placement.toCamera);
+}
+
+void MeasureEdges(const std::vector<V3f>& points, const PixelMeasure& measure, Job& job) {
+    for (const auto& [from, to] : job.surface.edges()) {
+        float length = 0;
+        for (const M44f& toCamera : job.toCamera)
+            length =
+                std::max(length, measure.length(points[from] * toCamera, points[to] * toCamera));
+        job.edgeLengths.push_back(length);
+    }
+}
+
+/// Chooses the rates for edges of this many pixels and returns the number of triangles.
+double ChooseRates(float pixels, Job& job) {
+    job.rates.clear();
+    for (const float length : job.edgeLengths) {
+        const float parts = std::ceil(length / pixels);
+        job.rates.push_back(parts >= 1 ? static_cast<int>(std::min(parts, float(kMostParts))) : 1);
+    }
+    return job.surface.countTriangles(job.rates);
+}
+
+std::string Text(float value) {
+    std::string text = std::to_string(value);
+    return text.substr(0, text.find('.') + 2);
+}
+
+/// Chooses the rates of all jobs, with longer edges if they would need too much memory.
+void ChooseAllRates(const Quality& quality, std::vector<std::unique_ptr<Job>>& jobs,
+                    Report& report) {
+    const double most = quality.subdivisionMemory * 1e6 / kBytesPerTriangle;
+    float pixels = quality.subdivisionEdge;
+    for (int attempt = 0; attempt < 16; ++attempt) {
+        double triangles = 0;
+        for (const std::unique_ptr<Job>& job : jobs)
+            triangles += ChooseRates(pixels, *job);
+        if (triangles <= most) break;
+        pixels *= static_cast<float>(std::max(std::sqrt(triangles / most), 1.05));
+    }
+    if (pixels > quality.subdivisionEdge)
+        report.warn("edges of subdivision surfaces are " + Text(pixels) + " instead of " +
+                    Text(quality.subdivisionEdge) + " pixels long, to stay within " +
+                    std::to_string(quality.subdivisionMemory) + " megabytes");
+}
+
+} // namespace
+
+void TessellateSubdivisions(SceneData& scene, int threads, Report& report) {
+    std::vector<std::unique_ptr<Job>> jobs;
+    for (Index i = 0; i < scene.shapes.size(); ++i) {
+        Shape& shape = scene.shapes[i];
+        if (!shape.subdivision) continue;
+        report.throwIfCancelled();
+        auto job = std::make_unique<Job>(i, shape);
+        if (job->surface.isValid())
+            jobs.push_back(std::move(job));
+        else
+            report.warn("a subdivision surface of " +
+                        std::to_string(shape.subdivision->faceSizes.size()) +
+                        " faces cannot be subdivided; its cage is drawn");
+    }
+    if (jobs.empty()) return;
+    report.progress(0, "subdividing surfaces");
+    const PixelMeasure measure(scene.camera, scene.framing);
+    FindPlacements(scene, measure, jobs);
+    for (const std::unique_ptr<Job>& job : jobs)
+        MeasureEdges(scene.shapes[job->shape].mesh.points[0], measure, *job);
+    ChooseAllRates(scene.quality, jobs, report);
+    for (std::unique_ptr<Job>& job : jobs) {
+        report.throwIfCancelled();
+        Shape& shape = scene.shapes[job->shape];
+        Mesh mesh = job->surface.tessellate(shape.mesh.points, job->rates, CountThreads(threads));
+        shape.mesh = std::move(mesh);
+        job.reset(); // which refers to the rules
+        shape.subdivision.reset();
+    }
+}
+
+} // namespace lantern
