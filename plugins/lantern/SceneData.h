@@ -367,6 +367,7 @@ struct Quality {
         10; ///< largest contribution of one path after its first bounce; 0: no limit
     float subdivisionEdge = 1;    ///< length of the edges of subdivision surfaces, in pixels
     int subdivisionMemory = 2048; ///< megabytes for all subdivision surfaces
+    int textureMemory = 0;        ///< megabytes for all textures of the process; 0: the default
 };
 
 /// The layers of the picture besides its colors and alpha.

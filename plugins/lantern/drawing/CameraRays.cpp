@@ -106,6 +106,19 @@ Imath::V3d CameraRays::inCamera(const V3f& point, float time) const {
     return Imath::V3d(point) * (isMoving ? toWorldAt(time).inverse() : fromWorld);
 }
 
+RayCone CameraRays::pixelCone() const {
+    RayCone cone;
+    const auto pixel = static_cast<float>(std::abs(pixelWidth));
+    if (camera.isOrthographic) {
+        Imath::V3d across;
+        toWorldAt(0).multDirMatrix(Imath::V3d(1, 0, 0), across);
+        cone.width = pixel * static_cast<float>(across.length());
+    } else {
+        cone.spread = pixel;
+    }
+    return cone;
+}
+
 M44d CameraRays::toWorldAt(float time) const {
     const StepPosition at = PositionAmongSteps(camera.toWorld.size(), time);
     const M44d& first = camera.toWorld[at.first];

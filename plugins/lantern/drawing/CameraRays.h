@@ -13,6 +13,15 @@ struct Ray {
     float time = 0; ///< 0 at the opening of the shutter, 1 at its closing
 };
 
+/// A cone around a ray: what a path sees of surfaces. Akenine-Moeller et al., "Texture Level of
+/// Detail Strategies for Real-Time Ray Tracing", Ray Tracing Gems, 2019.
+struct RayCone {
+    float width = 0;  ///< at the origin of the ray
+    float spread = 0; ///< growth of the width per distance
+
+    float widthAt(float distance) const { return width + spread * distance; }
+};
+
 /// Camera space to clip space, -1 to 1 across the whole picture; docs/cameras.md has the formulas.
 M44d ProjectionOf(const Camera& camera, int width, int height);
 
@@ -28,6 +37,8 @@ public:
     /// The ray through a point of the picture, in pixels from its left and top. It begins at the
     /// near and ends at the far clipping plane.
     Ray at(double x, double y, float time) const;
+    /// The cone of a pixel.
+    RayCone pixelCone() const;
 
     /// The distance of a point in the world from the camera, along the camera's axis.
     double depthOf(const V3f& point, float time) const;

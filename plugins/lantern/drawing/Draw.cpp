@@ -139,7 +139,7 @@ Picture Draw(const SceneData& scene, const DrawOptions& options, Report& report)
     const int threads = ThreadsFor(options.threads);
     const int samples = std::max(1, options.samples > 0 ? options.samples : scene.quality.samples);
     const float exposed = std::exp2(scene.quality.exposure);
-    const PathTracer tracer(scene, threads, report);
+    const PathTracer tracer(scene, threads, report, samples);
     const Buckets buckets(DrawnWindow(scene));
     Film film(scene, buckets, std::isfinite(exposed) ? exposed : 1);
     Passes passes(scene.quality, samples, buckets.window(), options.begin);

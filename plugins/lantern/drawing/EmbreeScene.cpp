@@ -30,7 +30,7 @@ struct RayContext {
 };
 
 RayHit ToHit(const RTCHit& hit, float distance) {
-    return {hit.instID[0], hit.primID, hit.u, hit.v, {hit.Ng_x, hit.Ng_y, hit.Ng_z}, distance};
+    return {hit.instID[0], hit.primID, hit.u, hit.v, {hit.Ng_x, hit.Ng_y, hit.Ng_z}, distance, 0};
 }
 
 float OpacityOf(const RTCFilterFunctionNArguments& args, RayHit& hit) {

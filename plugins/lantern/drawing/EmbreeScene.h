@@ -19,6 +19,7 @@ struct RayHit {
     float u = 0, v = 0;
     V3f outward{0, 0, 0}; ///< normal in the shape's space, of any length
     float distance = 0;
+    float footprint = 0; ///< width of the part of the surface that the path sees, in world space
 
     explicit operator bool() const { return instance != kNone; }
 };

@@ -178,6 +178,30 @@ bool ColorAt(const SceneData& scene, const RayHit& hit, const std::string& color
     return true;
 }
 
+float CoordinateScaleAt(const SceneData& scene, const RayHit& hit, const std::string& uvSet) {
+    const Instance& instance = scene.instances[hit.instance];
+    const Shape& shape = scene.shapes[instance.shape];
+    if (!shape.curves.segments.empty()) return 0;
+    const M44f& toWorld = scene.transforms[instance.firstTransform];
+    if (shape.mesh.triangles.empty()) {
+        V3f across;
+        toWorld.multDirMatrix(V3f(shape.spheres.radii[hit.primitive], 0, 0), across);
+        const float radius = across.length();
+        return radius > 0 ? 1 / (kPi * std::sqrt(2.0f) * radius) : 0;
+    }
+    const UvSet* const set = FindSet(shape.mesh, uvSet);
+    if (!set) return 0;
+    std::array<V3f, 3> corners;
+    CornersAt(shape.mesh, hit.primitive, 0, corners.data());
+    V3f edge1, edge2;
+    toWorld.multDirMatrix(corners[1] - corners[0], edge1);
+    toWorld.multDirMatrix(corners[2] - corners[0], edge2);
+    const auto st = CornerValuesOf(set->st, shape.mesh, hit.primitive);
+    const float ratio =
+        std::abs((st[1] - st[0]).cross(st[2] - st[0])) / edge1.cross(edge2).length();
+    return std::isfinite(ratio) ? std::sqrt(ratio) : 0;
+}
+
 bool TangentsAt(const SceneData& scene, const RayHit& hit, float time, const std::string& uvSet,
                 const V3f& normal, V3f& alongS, V3f& alongT) {
     const Shape& shape = scene.shapes[scene.instances[hit.instance].shape];

@@ -29,6 +29,10 @@ HitGeometry GeometryAt(const SceneData& scene, const Ray& ray, const RayHit& hit
 /// false, and assigns nothing, if the mesh has no coordinates.
 bool CoordinatesAt(const SceneData& scene, const RayHit& hit, const std::string& uvSet, V2f& st);
 
+/// How far texture coordinates go in a unit of length in the world: the square root of the ratio of
+/// areas. 0 if the shape has no coordinates or is a curve.
+float CoordinateScaleAt(const SceneData& scene, const RayHit& hit, const std::string& uvSet);
+
 /// Assigns the color of the set of that name. Returns false, and assigns nothing, if the shape has
 /// no such set.
 bool ColorAt(const SceneData& scene, const RayHit& hit, const std::string& colorSet,

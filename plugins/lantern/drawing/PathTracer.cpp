@@ -30,7 +30,8 @@ std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
 }
 
 constexpr int kBouncesBeforeRoulette = 3;
-constexpr float kMaxSurvival = 0.95f; // of a path, in Russian roulette
+constexpr float kMaxSurvival = 0.95f;     // of a path, in Russian roulette
+constexpr float kLeastPathShare = 0.125f; // finer filters than this add no detail, only work
 constexpr float kMinCosine = 1e-3f;
 
 /// The shading normal, bent towards `wo` where it would face away from it: an interpolated normal
@@ -65,6 +66,7 @@ struct PathTracer::Vertex {
 
 struct PathTracer::Path {
     Ray ray;
+    RayCone cone;              // of the ray
     Color throughput{1, 1, 1}; // product of BSDF times cosine over pdf
     float bsdfPdf = 0;         // of the ray's direction; 0 for camera rays and specular bounces
     int depth = 0;             // number of bounces so far
@@ -74,8 +76,9 @@ struct PathTracer::Path {
     Color& radianceAfter(int bounces) { return bounces < 2 ? direct : indirect; }
 };
 
-PathTracer::PathTracer(const SceneData& scene, int threads, Report& report)
+PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int samples)
     : scene(scene), camera(scene.camera, scene.framing.width, scene.framing.height),
+      pathShare(std::max(kLeastPathShare, 1 / std::sqrt(static_cast<float>(std::max(samples, 1))))),
       textures(scene, report), materials(scene, textures),
       geometry(scene, materials, threads, report), infiniteLights(scene.lights, textures),
       localLights(scene, materials) {}
@@ -95,9 +98,14 @@ PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sa
                                          FirstHit* first) const {
     Path path;
     path.ray = cameraRay;
+    path.cone = camera.pixelCone();
+    path.cone.width *= pathShare;
+    path.cone.spread *= pathShare;
     for (;; ++path.depth) {
         const int depth = path.depth;
-        const RayHit hit = geometry.intersect(path.ray, sampler.bits(AtBounce(depth, kOpacity)));
+        RayHit hit = geometry.intersect(path.ray, sampler.bits(AtBounce(depth, kOpacity)));
+        path.cone.width = path.cone.widthAt(hit.distance);
+        hit.footprint = path.cone.width;
         if (!hit && depth == 0) return background(path.ray.direction);
         if (depth > 0) {
             Ray segment = path.ray;
@@ -178,6 +186,10 @@ bool PathTracer::bounce(const Vertex& vertex, const Sampler& sampler, Path& path
     path.ray.origin = vertex.geometry.rayOrigin(path.ray.direction);
     path.ray.farthest = std::numeric_limits<float>::max();
     path.bsdfPdf = next.pdf;
+    // The direction stands for a solid angle of one over its density, as wide as a cone of the same
+    // solid angle; a specular bounce keeps the cone as it is.
+    if (next.pdf > 0)
+        path.cone.spread = std::max(path.cone.spread, pathShare / std::sqrt(kPi * next.pdf));
     path.throughput *= next.weight;
     if (path.depth < kBouncesBeforeRoulette) return true;
     const float survival = std::min(kMaxSurvival, Largest(path.throughput));

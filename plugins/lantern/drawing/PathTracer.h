@@ -19,7 +19,9 @@ namespace lantern {
 class PathTracer {
 public:
     /// Refers to the scene and the report. Throws RenderError and Cancelled.
-    PathTracer(const SceneData& scene, int threads, Report& report);
+    /// `samples`, the number of paths per pixel, gives the part of a pixel that each path filters
+    /// textures over.
+    PathTracer(const SceneData& scene, int threads, Report& report, int samples = 64);
 
     struct Traced {
         Color color{0, 0, 0};
@@ -46,6 +48,7 @@ private:
 
     const SceneData& scene;
     CameraRays camera;
+    const float pathShare; // of a path in the width of what all paths of a pixel see
     Textures textures;
     Materials materials;
     EmbreeScene geometry;

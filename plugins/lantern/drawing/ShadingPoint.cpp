@@ -156,9 +156,12 @@ bool ShadingPoint::compute(const ShadingStep& step, Color& result) {
 
 bool ShadingPoint::image(const ShadingStep& step, Color& result) const {
     V2f st;
-    return textures.has(step.texture) &&
-           CoordinatesAt(scene, hit, scene.textures[step.texture].uvSet, st) &&
-           textures.color(step.texture, st, result);
+    if (!textures.has(step.texture)) return false;
+    const std::string& uvSet = scene.textures[step.texture].uvSet;
+    if (!CoordinatesAt(scene, hit, uvSet, st)) return false;
+    const float width =
+        hit.footprint > 0 ? hit.footprint * CoordinateScaleAt(scene, hit, uvSet) : 0;
+    return textures.color(step.texture, st, width, result);
 }
 
 V2f ShadingPoint::coordinates(const ShadingStep& step) const {

@@ -6,6 +6,8 @@
 #include <cctype>
 #include <cmath>
 #include <cstdint>
+#include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -13,7 +15,9 @@
 #include <OpenImageIO/imagecache.h>
 
 #include "drawing/FileKind.h"
+#include "drawing/MipPyramid.h"
 #include "drawing/Numbers.h"
+#include "drawing/TextureCache.h"
 #include "drawing/ToneCurve.h"
 
 namespace lantern {
@@ -21,8 +25,6 @@ namespace {
 
 using OIIO::ImageCache;
 using OIIO::TypeDesc;
-
-constexpr float kMegabytesInMemory = 1024;
 
 std::array<float, 256> LinearBytes() {
     std::array<float, 256> values{};
@@ -77,25 +79,39 @@ Channels ChannelsOf(const Texture& texture, int channels) {
     return alpha < channels ? Channels{alpha, 1} : Channels{};
 }
 
+/// The texels of an image at one resolution.
+struct Level {
+    ImageCache::ImageHandle* handle = nullptr;
+    int mipLevel = 0; // in the file
+    int width = 0, height = 0;
+    int gridX = 0, gridY = 0;     // where the texels begin in the grid of tiles
+    int originX = 0, originY = 0; // of the grid of tiles
+    int tileWidth = 0, tileHeight = 0;
+    bool isSrgb = false; // never for alpha
+};
+
 /// An open texture file.
 struct Image {
     const Texture* texture = nullptr;
-    ImageCache::ImageHandle* handle = nullptr; // null if the file cannot be read
-    int width = 0, height = 0;
-    int x = 0, y = 0; // the data window's origin
-    int tileWidth = 0, tileHeight = 0;
+    bool isReadable = false;
     int channelCount = 0;
     Channels channels;
-    bool isSrgb = false; // never for alpha
+    std::vector<Level> levels; // the first one is the finest, each next one has half of its sides
     mutable std::atomic<bool> isReported{false};
+
+    int width() const { return levels[0].width; }
+    int height() const { return levels[0].height; }
 };
 
 /// A tile of an image, which stays in the cache as long as this object lives.
 class HeldTile {
 public:
-    HeldTile(ImageCache& cache, const Image& image, int x, int y)
-        : cache(cache), image(image), left(x - x % image.tileWidth), top(y - y % image.tileHeight),
-          tile(cache.get_tile(image.handle, nullptr, 0, 0, image.x + x, image.y + y, 0)),
+    HeldTile(ImageCache& cache, const Image& image, const Level& level, int x, int y)
+        : cache(cache), image(image), level(level),
+          left((level.gridX + x) / level.tileWidth * level.tileWidth - level.gridX),
+          top((level.gridY + y) / level.tileHeight * level.tileHeight - level.gridY),
+          tile(cache.get_tile(level.handle, nullptr, 0, level.mipLevel,
+                              level.originX + level.gridX + x, level.originY + level.gridY + y, 0)),
           pixels(tile ? cache.tile_pixels(tile, format) : nullptr) {}
     ~HeldTile() {
         if (tile) cache.release_tile(tile);
@@ -105,11 +121,11 @@ public:
 
     bool isLoaded() const { return pixels; }
     bool has(int x, int y) const {
-        return x >= left && y >= top && x < left + image.tileWidth && y < top + image.tileHeight;
+        return x >= left && y >= top && x < left + level.tileWidth && y < top + level.tileHeight;
     }
     /// The texel at a place for which has() is true.
     Color texel(int x, int y) const {
-        const std::size_t place = std::size_t(y - top) * image.tileWidth + x - left;
+        const std::size_t place = std::size_t(y - top) * level.tileWidth + x - left;
         const std::size_t first = place * image.channelCount + image.channels.first;
         if (image.channels.count == 0) return {1, 1, 1};
         if (image.channels.count == 1) return Color(value(first));
@@ -121,10 +137,10 @@ private:
         static const std::array<float, 256> linearBytes = LinearBytes();
         if (format.basetype == TypeDesc::UINT8) {
             const std::uint8_t byte = static_cast<const std::uint8_t*>(pixels)[at];
-            return image.isSrgb ? linearBytes[byte] : static_cast<float>(byte) / 255;
+            return level.isSrgb ? linearBytes[byte] : static_cast<float>(byte) / 255;
         }
         const float number = wide(at);
-        return image.isSrgb ? LinearFromSrgb(number) : number;
+        return level.isSrgb ? LinearFromSrgb(number) : number;
     }
     float wide(std::size_t at) const {
         switch (format.basetype) {
@@ -139,36 +155,83 @@ private:
 
     ImageCache& cache;
     const Image& image;
+    const Level& level;
     const int left, top;
     TypeDesc format;
     ImageCache::Tile* const tile;
     const void* const pixels;
 };
 
+/// "material "NAME": " for the first material whose network has the texture; "" if there is none.
+std::string MaterialUsing(const SceneData& scene, Index texture) {
+    for (const Material& material : scene.materials)
+        for (const ShadingStep& step : material.steps)
+            if (step.kind == ShadingStep::Kind::Image && step.texture == texture)
+                return "material \"" + material.name + "\": ";
+    return {};
+}
+
+/// Whether a tile, or the whole image without tiles, is of a size that the cache can take.
+bool IsTileSound(const OIIO::ImageSpec& spec) {
+    constexpr std::uint64_t kMostBytes = 0x7fffffff;
+    const auto width = std::uint64_t(spec.tile_width > 0 ? spec.tile_width : spec.width);
+    const auto height = std::uint64_t(spec.tile_height > 0 ? spec.tile_height : spec.height);
+    const bool isKept = spec.format == TypeDesc::UINT8 || spec.format == TypeDesc::UINT16 ||
+                        spec.format == TypeDesc::HALF; // the cache makes floats of all others
+    const std::uint64_t bytes = isKept ? spec.format.size() : sizeof(float);
+    return width <= kMostBytes / height / std::uint64_t(spec.nchannels) / bytes;
+}
+
+Level LevelOf(ImageCache::ImageHandle* handle, int mipLevel, const OIIO::ImageSpec& spec) {
+    Level level;
+    level.handle = handle;
+    level.mipLevel = mipLevel;
+    level.width = spec.width;
+    level.height = spec.height;
+    level.originX = spec.x;
+    level.originY = spec.y;
+    level.tileWidth = spec.tile_width > 0 ? spec.tile_width : spec.width;
+    level.tileHeight = spec.tile_height > 0 ? spec.tile_height : spec.height;
+    return level;
+}
+
+/// The texels of an image that a unit of texture coordinates covers, as the side of a square.
+float TexelsPerUnit(const Image& image) {
+    const UvTransform& map = image.texture->uvTransform;
+    const float scale = std::abs(map.alongS.cross(map.alongT));
+    return std::sqrt(scale * static_cast<float>(image.width()) *
+                     static_cast<float>(image.height()));
+}
+
 } // namespace
 
 struct Textures::Library {
-    explicit Library(Report& report) : report(report), cache(ImageCache::create(false)) {
-        cache->attribute("max_memory_MB", kMegabytesInMemory);
-        cache->attribute("unassociatedalpha", 1); // do not multiply colors by alpha
+    Library(const SceneData& scene, Report& report)
+        : report(report), scene(scene), shared(SharedTextureCache()), cache(shared.get()) {
+        cache->attribute("max_memory_MB",
+                         static_cast<float>(TextureMemoryLimit(scene.quality.textureMemory)));
     }
-    ~Library() { ImageCache::destroy(cache); }
-    Library(const Library&) = delete;
-    Library& operator=(const Library&) = delete;
 
     void open(Image& image) const;
-    bool texel(const Image& image, int x, int y, Color& value) const;
+    void addLevels(Image& image) const;
+    bool texel(const Image& image, const Level& level, int x, int y, Color& value) const;
     /// Bilinear interpolation; coordinates are from 0 to 1 with `t` from the top.
-    bool blend(const Image& image, const V2f& st, Texture::Wrap wrapU, Texture::Wrap wrapV,
-               Color& value) const;
+    bool blend(const Image& image, const Level& level, const V2f& st, Texture::Wrap wrapU,
+               Texture::Wrap wrapV, Color& value) const;
+    /// Trilinear interpolation; the width of the footprint is in texels of the finest level.
+    bool filter(const Image& image, const V2f& st, float texels, Color& value) const;
     /// Warns with the image library's error message.
     void warn(const Image& image) const;
-    /// Warns once per image.
+    /// Warns once per file and material.
     void warn(const Image& image, const std::string& why) const;
 
     Report& report;
+    const SceneData& scene;
+    std::shared_ptr<ImageCache> shared;
     ImageCache* cache;
     std::vector<Image> images;
+    mutable std::mutex lock; // guards the member below
+    mutable std::set<std::string> reported;
 };
 
 void Textures::Library::warn(const Image& image) const {
@@ -180,7 +243,12 @@ void Textures::Library::warn(const Image& image) const {
 
 void Textures::Library::warn(const Image& image, const std::string& why) const {
     if (image.isReported.exchange(true)) return;
-    report.warn("cannot read the texture \"" + image.texture->file + "\": " + why);
+    // A material may use the same file more than once, in different ways.
+    const auto texture = static_cast<Index>(image.texture - scene.textures.data());
+    const std::string message = MaterialUsing(scene, texture) + "cannot read the texture \"" +
+                                image.texture->file + "\": " + why;
+    const std::lock_guard<std::mutex> guard(lock);
+    if (reported.insert(message).second) report.warn(message);
 }
 
 void Textures::Library::open(Image& image) const {
@@ -190,23 +258,55 @@ void Textures::Library::open(Image& image) const {
     const OIIO::ImageSpec* const spec = isGood ? cache->imagespec(handle, nullptr) : nullptr;
     if (!spec || spec->width < 1 || spec->height < 1 || spec->nchannels < 1 || spec->depth > 1)
         return warn(image);
-    image.width = spec->width;
-    image.height = spec->height;
-    image.x = spec->x;
-    image.y = spec->y;
-    image.tileWidth = spec->tile_width > 0 ? spec->tile_width : spec->width;
-    image.tileHeight = spec->tile_height > 0 ? spec->tile_height : spec->height;
+    if (!IsTileSound(*spec))
+        return warn(image, "it has " + std::to_string(spec->width) + " x " +
+                               std::to_string(spec->height) + " pixels in one piece");
     image.channelCount = spec->nchannels;
     image.channels = ChannelsOf(*image.texture, spec->nchannels);
-    image.isSrgb = image.texture->isSrgb && image.texture->channel < 3;
-    image.handle = handle;
+    image.levels = {LevelOf(handle, 0, *spec)};
+    image.levels[0].isSrgb = image.texture->isSrgb && image.texture->channel < 3;
     // The header may be intact and the pixels not: read one in the middle as a test.
     Color value;
-    if (!texel(image, image.width / 2, image.height / 2, value)) image.handle = nullptr;
+    image.isReadable = texel(image, image.levels[0], image.width() / 2, image.height() / 2, value);
+    if (image.isReadable) addLevels(image);
 }
 
-bool Textures::Library::texel(const Image& image, int x, int y, Color& value) const {
-    const HeldTile tile(*cache, image, x, y);
+/// Adds the coarser levels: those of the file, or else those of a pyramid that is made of it.
+void Textures::Library::addLevels(Image& image) const {
+    const Level finest = image.levels[0];
+    int inFile = 1;
+    cache->get_image_info(finest.handle, nullptr, 0, 0, OIIO::ustring("miplevels"), TypeDesc::INT,
+                          &inFile);
+    for (int i = 1; i < inFile; ++i) {
+        const OIIO::ImageSpec* const spec = cache->imagespec(finest.handle, nullptr, 0, i);
+        const bool isHalf = spec && spec->width == std::max(image.levels.back().width / 2, 1) &&
+                            spec->height == std::max(image.levels.back().height / 2, 1);
+        if (!isHalf || !IsTileSound(*spec)) return;
+        Level level = LevelOf(finest.handle, i, *spec);
+        level.isSrgb = finest.isSrgb;
+        image.levels.push_back(level);
+    }
+    if (inFile > 1) return;
+    const std::vector<MipPlace> places = MipPlaces(finest.width, finest.height);
+    if (places.empty()) return;
+    auto* const pyramid = AddMipPyramid(*cache, image.texture->file, image.texture->isSrgb);
+    const OIIO::ImageSpec* const spec = pyramid ? cache->imagespec(pyramid, nullptr) : nullptr;
+    if (!spec || spec->nchannels != image.channelCount) return;
+    // Levels that the pyramid leaves out are taken from the finest one.
+    image.levels.resize(static_cast<std::size_t>(places[0].level), finest);
+    for (const MipPlace& place : places) {
+        Level level = LevelOf(pyramid, 0, *spec);
+        level.width = place.width;
+        level.height = place.height;
+        level.gridX = place.x;
+        level.gridY = place.y;
+        image.levels.push_back(level);
+    }
+}
+
+bool Textures::Library::texel(const Image& image, const Level& level, int x, int y,
+                              Color& value) const {
+    const HeldTile tile(*cache, image, level, x, y);
     if (!tile.isLoaded()) {
         warn(image);
         return false;
@@ -215,20 +315,37 @@ bool Textures::Library::texel(const Image& image, int x, int y, Color& value) co
     return true;
 }
 
-bool Textures::Library::blend(const Image& image, const V2f& st, Texture::Wrap wrapU,
-                              Texture::Wrap wrapV, Color& value) const {
+bool Textures::Library::filter(const Image& image, const V2f& st, float texels,
+                               Color& value) const {
+    const Texture& texture = *image.texture;
+    const auto at = [&](std::size_t level, Color& found) {
+        return blend(image, image.levels[level], st, texture.wrapU, texture.wrapV, found);
+    };
+    const auto coarsest = static_cast<float>(image.levels.size() - 1);
+    const float place = texels > 1 ? std::min(std::log2(texels), coarsest) : 0;
+    const auto finer = static_cast<std::size_t>(place);
+    const float share = place - static_cast<float>(finer);
+    if (!(share > 0)) return at(finer, value);
+    Color fine, coarse;
+    if (!at(finer, fine) || !at(finer + 1, coarse)) return at(0, value);
+    value = Mix(fine, coarse, share);
+    return true;
+}
+
+bool Textures::Library::blend(const Image& image, const Level& level, const V2f& st,
+                              Texture::Wrap wrapU, Texture::Wrap wrapV, Color& value) const {
     constexpr float kMost = 1e6f; // larger coordinates have no fractional precision left
     if (!(std::abs(st.x) < kMost) || !(std::abs(st.y) < kMost)) return false;
-    const Neighbours columns(st.x, image.width, wrapU);
-    const Neighbours rows(st.y, image.height, wrapV);
-    const HeldTile tile(*cache, image, std::max(columns.first, 0), std::max(rows.first, 0));
+    const Neighbours columns(st.x, level.width, wrapU);
+    const Neighbours rows(st.y, level.height, wrapV);
+    const HeldTile tile(*cache, image, level, std::max(columns.first, 0), std::max(rows.first, 0));
     Color sum(0, 0, 0);
     const auto add = [&](int x, int y, float share) {
         Color found(0, 0, 0);
         if (x >= 0 && y >= 0) { // else black
             if (tile.isLoaded() && tile.has(x, y))
                 found = tile.texel(x, y);
-            else if (!texel(image, x, y, found))
+            else if (!texel(image, level, x, y, found))
                 return false;
         }
         sum += found * share;
@@ -244,7 +361,7 @@ bool Textures::Library::blend(const Image& image, const V2f& st, Texture::Wrap w
 }
 
 Textures::Textures(const SceneData& scene, Report& report)
-    : library(std::make_unique<Library>(report)) {
+    : library(std::make_unique<Library>(scene, report)) {
     library->images = std::vector<Image>(scene.textures.size());
     for (std::size_t i = 0; i < scene.textures.size(); ++i) {
         library->images[i].texture = &scene.textures[i];
@@ -255,37 +372,38 @@ Textures::Textures(const SceneData& scene, Report& report)
 Textures::~Textures() = default;
 
 bool Textures::has(Index texture) const {
-    return texture < library->images.size() && library->images[texture].handle;
+    return texture < library->images.size() && library->images[texture].isReadable;
 }
 
-bool Textures::color(Index texture, const V2f& st, Color& value) const {
+bool Textures::color(Index texture, const V2f& st, float width, Color& value) const {
     if (!has(texture)) return false;
     const Image& image = library->images[texture];
     const V2f place = image.texture->uvTransform(st);
-    return library->blend(image, {place.x, 1 - place.y}, image.texture->wrapU, image.texture->wrapV,
-                          value);
+    const float texels = width > 0 ? width * TexelsPerUnit(image) : 0;
+    return library->filter(image, {place.x, 1 - place.y}, texels, value);
 }
 
 bool Textures::around(Index texture, const V2f& st, Color& value) const {
     if (!has(texture)) return false;
-    return library->blend(library->images[texture], st, Texture::Wrap::Repeat, Texture::Wrap::Clamp,
+    const Image& image = library->images[texture];
+    return library->blend(image, image.levels[0], st, Texture::Wrap::Repeat, Texture::Wrap::Clamp,
                           value);
 }
 
 bool Textures::size(Index texture, int& width, int& height) const {
     if (!has(texture)) return false;
-    width = library->images[texture].width;
-    height = library->images[texture].height;
+    width = library->images[texture].width();
+    height = library->images[texture].height();
     return true;
 }
 
 void Textures::eachTexel(Index texture, const TexelFunction& function) const {
     if (!has(texture)) return;
     const Image& image = library->images[texture];
-    for (int y = 0; y < image.height; ++y) {
-        for (int left = 0; left < image.width; left += image.tileWidth) {
-            const HeldTile tile(*library->cache, image, left, y);
-            const int right = std::min(left + image.tileWidth, image.width);
+    for (int y = 0; y < image.height(); ++y) {
+        for (int left = 0; left < image.width(); left += image.levels[0].tileWidth) {
+            const HeldTile tile(*library->cache, image, image.levels[0], left, y);
+            const int right = std::min(left + image.levels[0].tileWidth, image.width());
             for (int x = left; tile.isLoaded() && x < right; ++x)
                 function(x, y, tile.texel(x, y) * image.texture->multiply);
         }

@@ -11,8 +11,9 @@ namespace lantern {
 
 /// Texture lookups through a cache of limited size. Safe from several threads at once.
 ///
-/// Lookups are bilinear, in linear light, at the finest level. There are no mipmaps: the paths of a
-/// pixel average the texels that it covers.
+/// Lookups are in linear light. They are bilinear at the finest level or, for a footprint that is
+/// wider than a texel, interpolated between the two levels of its size. All renders of the process
+/// share one cache.
 class Textures {
 public:
     /// Opens all files and warns about those that cannot be read.
@@ -27,7 +28,11 @@ public:
     /// Assigns the texture's value at these coordinates, in linear light and multiplied by
     /// Texture::multiply. A single channel is assigned to all components. Returns false, and
     /// assigns nothing, if there is no texture or it cannot be read there.
-    bool color(Index texture, const V2f& st, Color& value) const;
+    bool color(Index texture, const V2f& st, Color& value) const {
+        return color(texture, st, 0, value);
+    }
+    /// The mean of the texture over a footprint of this width in texture coordinates.
+    bool color(Index texture, const V2f& st, float width, Color& value) const;
 
     /// The same for an image by longitude and latitude, both from 0 to 1, with `t` from the top.
     bool around(Index texture, const V2f& st, Color& value) const;

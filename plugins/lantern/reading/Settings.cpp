@@ -242,6 +242,8 @@ Quality ReadQuality(const Location& root) {
         root, "lantern.subdivisionEdge", static_cast<double>(quality.subdivisionEdge), 0.1, 1000));
     quality.subdivisionMemory =
         ReadCountWithin(root, "lantern.subdivisionMemory", quality.subdivisionMemory, 1, 1000000);
+    quality.textureMemory =
+        ReadCountWithin(root, "lantern.textureMemory", quality.textureMemory, 0, 1000000);
     return quality;
 }
 

@@ -188,6 +188,29 @@ TEST(SubdivisionSurfaces, InterpolateTextureCoordinates) {
     }
 }
 
+TEST(SubdivisionSurfaces, InterpolateColors) {
+    Cage cage = Grid();
+    ColorSet set;
+    set.name = "color";
+    for (const V3f& point : cage.points)
+        set.colors.values.emplace_back(point.x / 4, point.y / 4, 0.5f, 1.0f);
+    for (const int point : cage.rules.corners)
+        set.colors.index.push_back(static_cast<Index>(point));
+    cage.rules.uvSets.push_back(UvsOf(cage, [](const V3f& p) { return V2f(p.x, p.y); }));
+    cage.rules.colorSets.push_back(set);
+    const Mesh mesh = Tessellated(cage, 3);
+    ASSERT_THAT(mesh.colorSets, SizeIs(1));
+    EXPECT_EQ(mesh.colorSets[0].name, "color");
+    for (std::size_t i = 0; i < mesh.triangles.size(); ++i) {
+        const V3f& point = mesh.points[0][mesh.triangles[i]];
+        const Imath::C4f& color =
+            mesh.colorSets[0].colors.values[mesh.colorSets[0].colors.index[i]];
+        EXPECT_NEAR(color.r, point.x / 4, 1e-5f);
+        EXPECT_NEAR(color.g, point.y / 4, 1e-5f);
+        EXPECT_NEAR(color.a, 1, 1e-5f);
+    }
+}
+
 TEST(SubdivisionSurfaces, SmoothTextureCoordinatesAsTheirRuleSays) {
     Cage cage = Grid();
     cage.points[6] = V3f(1.5f, 1.25f, 0); // an uneven cage with even coordinates
