@@ -28,6 +28,11 @@ class InstalledTreeTest(PackageTest):
         output = self.run_program(self.tellar, "walk", self.examples / "garden.json", "--depth", 1)
         self.assertEqual(output, "/root [group]\n├─ world [group]\n└─ materials [group]\n")
 
+    def test_the_command_finds_the_program_that_reads_scene_files(self):
+        scene = self.folder / "triangle.obj"
+        scene.write_text("v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n")
+        self.assertIn("[polymesh]", self.run_program(self.tellar, "walk", scene))
+
     def test_programs_find_the_cmake_package(self):
         # The standard that the user's project asks for is older than the headers.
         renderer = self.folder / "mine.c"
