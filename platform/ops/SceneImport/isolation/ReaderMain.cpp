@@ -27,7 +27,16 @@
 #include "ForeignFile.h"
 #include "ReaderReply.h"
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define TELLAR_IS_SANITIZED
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define TELLAR_IS_SANITIZED
+#endif
+
+#if defined(TELLAR_IS_SANITIZED)
 // Read by AddressSanitizer: a fault ends the process by a signal, as in other builds. Assimp does
 // not free everything when it gives up a file.
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
@@ -40,7 +49,7 @@ namespace {
 using namespace TellarSceneImport;
 
 // Sanitizers reserve more address space than any machine has memory.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(TELLAR_IS_SANITIZED)
 constexpr bool kIsSanitized = true;
 #else
 constexpr bool kIsSanitized = false;
