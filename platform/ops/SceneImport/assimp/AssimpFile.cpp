@@ -25,6 +25,7 @@
 #include "checks/FbxCheck.h"
 #include "checks/ObjCheck.h"
 #include "files/RegularFile.h"
+#include "obj/MtlFile.h"
 
 namespace TellarSceneImport {
 
@@ -54,8 +55,8 @@ public:
 class FileAccess : public Assimp::DefaultIOSystem {
 public:
     FileAccess(const std::string& scenePath, const std::optional<std::string>& sceneContent,
-               std::vector<FileStamp>& files)
-        : scenePath(scenePath), sceneContent(sceneContent), files(files) {}
+               std::vector<FileStamp>& files, std::vector<ContentMaterial>& materials)
+        : scenePath(scenePath), sceneContent(sceneContent), files(files), materials(materials) {}
 
     Assimp::IOStream* Open(const char* path, const char* mode) override {
         if (std::strpbrk(mode, "wa+")) return nullptr;
@@ -63,7 +64,7 @@ public:
         const FileStamp& stamp = files.back();
         if (!stamp.isRegularFile() || stamp.size > kMaxFileSize) return nullptr;
         // An OBJ file refers only to files of materials.
-        if (path != scenePath && LowerExtension(scenePath) == ".obj") return openMtl(stamp);
+        if (path != scenePath && LowerExtension(scenePath) == ".obj") return readMaterials(stamp);
         if (sceneContent && path == scenePath)
             return new Assimp::MemoryIOStream(
                 reinterpret_cast<const std::uint8_t*>(sceneContent->data()), sceneContent->size());
@@ -74,15 +75,23 @@ public:
     }
 
 private:
-    static Assimp::IOStream* openMtl(const FileStamp& stamp) {
-        std::string content = ToUtf8(ReadWhole(stamp));
+    // Assimp reads the names of the materials alone.
+    Assimp::IOStream* readMaterials(const FileStamp& stamp) {
+        const std::string content = ToUtf8(ReadWhole(stamp));
         CheckMtl(content);
-        return new TextStream(std::move(content));
+        const std::string folder = std::filesystem::path(stamp.path).parent_path().string();
+        std::string names = "# materials\n"; // an empty file would be an error
+        for (ContentMaterial& material : ReadMtl(content, folder)) {
+            names += "newmtl " + material.name + "\n";
+            materials.push_back(std::move(material));
+        }
+        return new TextStream(std::move(names));
     }
 
     const std::string& scenePath;
     const std::optional<std::string>& sceneContent; // the content of the file if there is none
     std::vector<FileStamp>& files;
+    std::vector<ContentMaterial>& materials;
 };
 
 std::string FirstLine(const std::string& text) {
@@ -125,7 +134,8 @@ SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension
     const std::string path = stamp.path;
     Assimp::Importer importer;
     Configure(importer);
-    importer.SetIOHandler(new FileAccess(path, content, files));
+    std::vector<ContentMaterial> materials; // of files that an OBJ file refers to
+    importer.SetIOHandler(new FileAccess(path, content, files, materials));
     const aiScene* scene = importer.ReadFile(path, 0);
     if (!scene) throw std::runtime_error(FirstLine(importer.GetErrorString()));
     // The post-processing of Assimp trusts indices.
@@ -134,6 +144,7 @@ SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension
     if (!scene) throw std::runtime_error("identical points could not be joined");
     if (content && extension == ".dae") RepairColladaOpacity(*scene, *content);
     SceneContent result = ContentOf(*scene, options.animation);
+    if (extension == ".obj") UseMtl(result, materials);
     if (extension == ".fbx" && options.convertUnits) ConvertFbxSpace(*scene, result);
     return result;
 }

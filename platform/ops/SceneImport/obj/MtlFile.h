@@ -1,0 +1,29 @@
+#ifndef SCENEIMPORT_MTLFILE_H
+#define SCENEIMPORT_MTLFILE_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "model/SceneContent.h"
+
+namespace TellarSceneImport {
+
+/// The materials of an MTL file, which OBJ files refer to, in their order. Statements that are not
+/// understood are left out. Texture paths are as ResolveTextures() takes them; those of files in
+/// `folder`, that of the MTL file, are made absolute.
+///
+/// Where writers disagree about what a statement means, the meaning is the one with which the
+/// material shows:
+/// - `d` wins over `Tr`, which is one minus it. `Tr 1` alone, and `d 0` beside `Tr 0`, are opaque.
+/// - A factor of 0 beside a texture is 1.
+/// - A texture of opacity that is the one of the color is read for its alpha.
+/// - A bump map with "normal" or "nrm" in its name is a normal map.
+std::vector<ContentMaterial> ReadMtl(std::string_view content, const std::string& folder);
+
+/// Gives the materials of an imported OBJ file the networks of the first ones of equal names.
+void UseMtl(SceneContent& content, const std::vector<ContentMaterial>& materials);
+
+} // namespace TellarSceneImport
+
+#endif
