@@ -30,11 +30,11 @@ class GeneralTest(TellarTest):
             self.assertIn(word, text)
         self.assertIn("--json", self.tellar("ops", "--help"))
         text = self.tellar("camera", "--help")
-        for word in ("SCENE", "--camera PATH", "--frame N", "--shutter OPEN,CLOSE", "--json",
+        for word in ("SCENE", "--camera CAMERA", "--frame N", "--shutter OPEN,CLOSE", "--json",
                      "Examples:", "tellar camera examples/garden.json"):
             self.assertIn(word, text)
         text = self.tellar("project", "--help")
-        for word in ("SCENE", "--at PATH", "--camera PATH", "--resolution NAME", "--json",
+        for word in ("SCENE", "--at PATH", "--camera CAMERA", "--resolution NAME", "--json",
                      "Examples:", "tellar project examples/garden.json"):
             self.assertIn(word, text)
         text = self.tellar("procedural", "--help")

@@ -234,7 +234,7 @@ void AddCameraCommand(CLI::App& app) {
         "camera", "Print lens, matrices and shutter samples of the render camera");
     AddScene(command, options->scene)->required();
     command.add_option("--camera", options->path, "Print those of this camera instead")
-        ->option_text("PATH");
+        ->option_text("CAMERA");
     AddNumber(command, "--frame", options->frame,
               "Interpolate lens and transform at this time; without it they are those of the "
               "sample nearest to time 0");

@@ -251,7 +251,7 @@ void AddProjectCommand(CLI::App& app) {
     AddScene(command, options->scene)->required();
     AddLocation(command, options->location, "The location; its \"bound\" is projected");
     command.add_option("--camera", options->chosen.camera, "Look through this camera instead")
-        ->option_text("PATH");
+        ->option_text("CAMERA");
     command
         .add_option("--resolution", options->chosen.resolution, "For a picture of this resolution")
         ->option_text("NAME");

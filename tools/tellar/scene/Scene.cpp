@@ -172,6 +172,7 @@ Scene::Scene(const std::string& path) : path(path) {
 }
 
 void Scene::readStandardInput() {
+    path = kInputName;
     input = std::make_shared<const StandardInput>();
     try {
         FileStream file(input->getPath(), true);

@@ -8,7 +8,7 @@ namespace TellarTool {
 /// Thrown when the user ended the work by this signal: the exit status is then 128 and its number.
 struct Stopped {
     int signal = 0;
-    bool isPictureWritten = false; ///< as far as it was drawn
+    bool isPictureWritten = false;    ///< as far as it was drawn
     std::size_t completePictures = 0; ///< the number that were written before
 };
 
