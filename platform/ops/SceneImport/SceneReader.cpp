@@ -1,6 +1,7 @@
 #include "SceneReader.h"
 
 #include <filesystem>
+#include <new>
 #include <stdexcept>
 
 #include "LargeStack.h"
@@ -57,6 +58,8 @@ std::shared_ptr<const Scene> ReadScene(const std::string& path, const ReadOption
             [&] { scene = BuildScene(ReadContent(stamp, options, files, foreignReader)); });
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(OnOneLine(error.what()));
+    } catch (const std::bad_alloc&) {
+        throw std::runtime_error("it does not fit into memory");
     }
     return scene;
 }

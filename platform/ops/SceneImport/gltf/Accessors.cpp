@@ -17,6 +17,10 @@ namespace TellarSceneImport {
 
 namespace {
 
+// An accessor without data of its own is all zeros: more of them than this is no scene. Compressed
+// meshes have accessors without data that are as large as they like, but nothing reads them.
+constexpr std::size_t kMostZeros = std::size_t(1) << 24;
+
 // The elements of an accessor are columns of numbers. Columns of matrices begin at multiples of
 // four bytes.
 struct Layout {
@@ -162,7 +166,7 @@ std::vector<Value> ReadValues(const Document& document, int index, int& width) {
         for (std::size_t i = 0; i < elements.count; ++i)
             copy(layout, elements.at(i), accessor.normalized, &values[i * width]);
     } else {
-        values.resize(accessor.count * width);
+        values.resize(CountOf(document, index) * width);
     }
     if (!accessor.sparse.isSparse) return values;
     const auto indices = SparseIndices(document, index, accessor);
@@ -176,8 +180,11 @@ std::vector<Value> ReadValues(const Document& document, int index, int& width) {
 
 } // namespace
 
-std::size_t CountOf(const Document& document, int accessor) {
-    return document.model().accessors.at(accessor).count;
+std::size_t CountOf(const Document& document, int index) {
+    const tinygltf::Accessor& accessor = document.model().accessors.at(index);
+    if (accessor.bufferView < 0 && accessor.count > kMostZeros)
+        GltfError("an accessor without data is too large");
+    return accessor.count;
 }
 
 AccessorFloats ReadFloats(const Document& document, int accessor) {

@@ -17,7 +17,8 @@ struct AccessorFloats {
     const float* at(std::size_t element) const { return &values[element * width]; }
 };
 
-/// The number of elements of an accessor.
+/// The number of elements of an accessor. Throws std::runtime_error for one without data that asks
+/// for much memory, as the other functions do.
 std::size_t CountOf(const Document& document, int accessor);
 
 /// Reads an accessor of any kind: floats and integers, normalised or not, with any stride, with

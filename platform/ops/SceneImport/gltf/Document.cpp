@@ -1,9 +1,11 @@
 #include "Document.h"
 
+#include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <limits>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "TinyGltf.h"
@@ -313,9 +315,18 @@ std::string_view Document::imageBytes(int image) const {
     return view < 0 ? std::string_view() : viewBytes(view);
 }
 
+// Some exporters do not encode names, or write the separators of another system.
 std::string Document::pathOf(const std::string& uri) const {
-    const std::filesystem::path path = std::filesystem::path(folder) / PercentDecoded(uri);
-    return path.lexically_normal().generic_string();
+    const std::string decoded = PercentDecoded(uri);
+    std::string turned = decoded;
+    std::replace(turned.begin(), turned.end(), '\\', '/');
+    const auto absolute = [this](const std::string& name) {
+        return (std::filesystem::path(folder) / name).lexically_normal().generic_string();
+    };
+    std::error_code ignored;
+    for (const std::string& name : {decoded, uri, turned})
+        if (std::filesystem::exists(absolute(name), ignored)) return absolute(name);
+    return absolute(decoded);
 }
 
 } // namespace TellarSceneImport

@@ -41,7 +41,8 @@ public:
     /// as long as the document; empty for an image in a file of its own. Throws as viewBytes().
     std::string_view imageBytes(int image) const;
 
-    /// The absolute path of the file that a URI names.
+    /// The absolute path of the file that a URI names, also if its name is not percent-encoded as
+    /// it should be or has backslashes as separators.
     std::string pathOf(const std::string& uri) const;
 
     /// Of the extensions that the file uses and that are not understood, with none of them

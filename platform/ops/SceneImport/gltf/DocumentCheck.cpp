@@ -13,9 +13,6 @@ namespace TellarSceneImport {
 
 namespace {
 
-// An accessor without data of its own is all zeros: more of them than this is no scene.
-constexpr std::uint32_t kMostZeros = 1u << 24;
-
 // The componentType of floats.
 constexpr int kFloatComponents = 5126;
 
@@ -142,8 +139,6 @@ void Checker::checkAccessors() const {
         if (!count || !count->IsUint()) GltfError("an accessor has no count");
         checkIndex(accessor, "bufferView", "bufferViews", "an accessor");
         CheckSize(accessor, "byteOffset", "an accessor", kMaxSize);
-        if (!Member(&accessor, "bufferView") && count->GetUint() > kMostZeros)
-            GltfError("an accessor without data is too large");
         if (const Json* sparse = Member(&accessor, "sparse"))
             checkSparse(*sparse, count->GetUint());
     });

@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -59,6 +60,18 @@ TEST(GltfBuffers, HaveNamesWithEncodedCharacters) {
     const ImportedScene scene(directory.write(
         "a.gltf", "\xEF\xBB\xBF" + file.json(R"(, "uri": "the%20data%20%C3%a4.bin"}])")));
     EXPECT_EQ(scene.type("/root/world/thing/mesh"), "polymesh");
+}
+
+TEST(GltfBuffers, AreFoundUnderNamesAsSloppyExportersWriteThem) {
+    const TempDirectory directory;
+    GltfBuilder file;
+    file.floats({0, 0, 0, 1, 0, 0, 0, 1, 0}, "VEC3");
+    file.showPrimitive(R"("attributes": {"POSITION": 0})");
+    directory.write("50%25.bin", file.data());
+    std::filesystem::create_directory(directory.path("data"));
+    directory.write("data/a.bin", file.data());
+    EXPECT_EQ(Reason(directory.write("a.gltf", file.json(R"(, "uri": "50%25.bin"}])"))), "");
+    EXPECT_EQ(Reason(directory.write("a.gltf", file.json(R"(, "uri": "data\\a.bin"}])"))), "");
 }
 
 TEST(GltfBuffers, MayBeDataUris) {
