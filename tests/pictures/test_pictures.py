@@ -8,6 +8,7 @@ a picture outside of it. --write replaces the references; look at them before yo
 """
 
 import copy
+import json
 import os
 import sys
 from pathlib import Path
@@ -146,6 +147,26 @@ class References(PictureTest):
             "face without its material": one_side,
             "no metal": surface("gold", metalness=stages.floats(0)),
             "no glass": surface("glass", transmission=stages.floats(0))})
+
+    def test_shapes(self):
+        """Catches subdivision surfaces that are drawn as cages or without creases, curves of a wrong
+        basis or cross section, and points of a wrong size."""
+        description = json.loads((Path(self.examples) / "shapes.json").read_text())
+
+        def change(name, **attributes):
+            return lambda spoilt: at(spoilt, f"world/shapes/{name}")["geometry"].update(attributes)
+
+        def without_crease(spoilt):
+            at(spoilt, "world/shapes/creased")["geometry"]["creaseSharpness"] = [0.0]
+
+        self.check("shapes", description, {
+            "cage": change("smooth", subdivisionScheme="none"),
+            "no crease": without_crease,
+            "wrong basis": change("ribbons", basis="bspline"),
+            "thin ribbons": change("ribbons", constantWidth=0.02),
+            "no spring": change("spring", constantWidth=0.0),
+            "small points": change("cloud", constantWidth=0.02)},
+            "--resolution", "square_256", "--samples", "32", "--crop", "0,1,0.3,0.7")
 
     def test_lamps(self):
         """Catches lights of wrong direction, decay, cone or color."""
