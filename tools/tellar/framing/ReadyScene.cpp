@@ -115,9 +115,9 @@ class Preparation {
 public:
     Preparation(const Scene& scene, const GeometryProducer::Ptr& root, CameraInUse camera,
                 const std::vector<float>& times)
-        : scene(scene), camera(std::move(camera)), place(FreeName(root, "studio")),
-          framing(double(ReadResolution(root).aspect())),
-          survey(SurveyScene(root, times, &framing)) {}
+        : scene(scene), root(root), times(times), camera(std::move(camera)),
+          place(FreeName(root, "studio")), framing(double(ReadResolution(root).aspect())),
+          survey(SurveyScene(root, times, nullptr)) {}
 
     bool isDark() const { return survey.lights == 0; }
 
@@ -126,6 +126,7 @@ public:
     }
 
     void addLights() {
+        frameShapes();
         if (framing.isEmpty()) return;
         additions.emplace_back("lights", LightsLocation(framing));
         if (isDark()) missing.emplace_back("no light");
@@ -151,6 +152,7 @@ private:
                            camera.path);
             return;
         }
+        frameShapes();
         if (framing.isEmpty())
             throw std::runtime_error(scene.getPath() +
                                      ": there is no camera, and nothing that one could look at");
@@ -161,6 +163,11 @@ private:
         told.emplace_back("the whole of it is framed");
     }
 
+    /// Walks once more, and only if it must, because this reads the points of all shapes.
+    void frameShapes() {
+        if (framing.isEmpty()) SurveyScene(root, times, &framing);
+    }
+
     std::string note() const {
         if (told.empty()) return {};
         const std::string has = missing.empty() ? "" : " has " + Joined(missing);
@@ -168,6 +175,8 @@ private:
     }
 
     const Scene& scene;
+    const GeometryProducer::Ptr root;
+    const std::vector<float>& times;
     CameraInUse camera;
     const std::string place; // the name of a child of /root
     Framing framing;

@@ -11,7 +11,7 @@
 
 namespace TellarTool {
 
-/// What a scene offers to a picture.
+/// The cameras and lights of a scene.
 struct SceneSurvey {
     std::vector<std::string> cameras; ///< paths, in the order of a walk
     std::int64_t lights = 0;
