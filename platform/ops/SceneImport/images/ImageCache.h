@@ -25,7 +25,7 @@ public:
     /// std::runtime_error, with the path and the system's reason, when it cannot be written.
     std::string pathOf(std::string_view bytes, std::string_view hint) const;
 
-    /// Where files are.
+    /// The folder of the files.
     const std::string& directory() const { return folder; }
 
 private:

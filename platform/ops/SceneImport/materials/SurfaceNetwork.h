@@ -46,7 +46,7 @@ private:
     OxAttribute::GroupBuilder nodes;
 };
 
-/// The factor of a color that has 1 as its largest component after division by it. 0 for black.
+/// The largest component; 0 if none is positive.
 float Largest(const Color& color);
 Color Scaled(const Color& color, float factor);
 

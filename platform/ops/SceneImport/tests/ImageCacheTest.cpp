@@ -1,8 +1,11 @@
 #include "images/ImageCache.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <list>
+#include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,6 +19,7 @@
 
 #include <OxConfiguration/Configuration.h>
 
+#include "ScopedEnvironment.h"
 #include "TempDirectory.h"
 #include "images/ImageKind.h"
 
@@ -42,9 +46,10 @@ void MakeOld(const std::string& path, int days) {
     ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
 }
 
-std::string ErrorOf(const ImageCache& cache) {
+template <typename Body>
+std::string ErrorOf(Body body) {
     try {
-        cache.pathOf(kPng, "");
+        body();
         return "";
     } catch (const std::runtime_error& error) {
         return error.what();
@@ -172,36 +177,39 @@ TEST(ImageCache, IsSharedByThreads) {
 TEST(ImageCache, SaysWhyItCannotWrite) {
     const TempDirectory directory;
     const std::string file = directory.write("file", "");
-    EXPECT_EQ(ErrorOf(ImageCache(file + "/images", kMebibyte)),
+    const auto errorIn = [](const std::string& folder) {
+        return ErrorOf([&] { ImageCache(folder, kMebibyte).pathOf(kPng, ""); });
+    };
+    EXPECT_EQ(errorIn(file + "/images"),
               "Cannot create the image cache \"" + file + "/images\": Not a directory");
-    EXPECT_THAT(ErrorOf(ImageCache(file, kMebibyte)), HasSubstr("Not a directory"));
+    EXPECT_THAT(errorIn(file), HasSubstr("Not a directory"));
 }
 
+/// The configuration with nothing set but what a test sets.
 class Configured : public testing::Test {
 protected:
-    void SetUp() override { unset(); }
-    void TearDown() override {
-        unset();
+    ~Configured() override {
+        changes.clear();
         Config()->reload();
     }
-    void set(const char* name, const std::string& value) {
-        setenv(name, value.c_str(), 1);
+    void set(const char* name, const std::optional<std::string>& value) {
+        changes.push_front(std::make_unique<ScopedEnvironment>(name, value));
         Config()->reload();
+    }
+    void SetUp() override {
+        set("OX_CONFIG_IMAGE_CACHE", std::nullopt);
+        set("OX_CONFIG_IMAGE_CACHE_LIMIT", std::nullopt);
+        set("XDG_CACHE_HOME", "/caches");
     }
 
 private:
-    static void unset() {
-        for (const char* name : {"OX_CONFIG_IMAGE_CACHE", "OX_CONFIG_IMAGE_CACHE_LIMIT"})
-            unsetenv(name);
-        setenv("XDG_CACHE_HOME", "/caches", 1);
-    }
+    std::list<std::unique_ptr<ScopedEnvironment>> changes; // the last one is undone first
 };
 
 TEST_F(Configured, IsBelowTheUsersCaches) {
-    Config()->reload();
     EXPECT_EQ(ConfiguredImageCache().directory(), "/caches/tellar/images");
-    setenv("XDG_CACHE_HOME", "not/absolute", 1);
-    setenv("HOME", "/home/ada", 1);
+    set("XDG_CACHE_HOME", "not/absolute");
+    set("HOME", "/home/ada");
     EXPECT_EQ(ConfiguredImageCache().directory(), "/home/ada/.cache/tellar/images");
 }
 
@@ -212,12 +220,8 @@ TEST_F(Configured, IsWhereAKeySays) {
 
 TEST_F(Configured, RefusesALimitThatIsNoNumber) {
     set("OX_CONFIG_IMAGE_CACHE_LIMIT", "lots");
-    try {
-        ConfiguredImageCache();
-        FAIL();
-    } catch (const std::runtime_error& error) {
-        EXPECT_STREQ(error.what(), "IMAGE_CACHE_LIMIT is \"lots\"; it must be a number of MiB");
-    }
+    EXPECT_EQ(ErrorOf([] { ConfiguredImageCache(); }),
+              "IMAGE_CACHE_LIMIT is \"lots\"; it must be a number of MiB");
 }
 
 TEST(ImageExtension, IsFoundByTheContentFirst) {
