@@ -60,10 +60,10 @@ private:
 
     std::atomic<std::uint32_t> count{0};
     const std::uint32_t firstChunk;
+    std::uint32_t allCount = 0;
     std::array<std::atomic<LocationNode*>, kNearChunks> nearChunks{};
     std::atomic<FarChunks*> farChunks{nullptr};
     std::unique_ptr<FarChunks> ownedFarChunks;
-    std::uint32_t allCount = 0;
     // Open addressing: position + 1 of every node, 0 for a free slot. Empty for few nodes.
     std::vector<std::uint32_t> index;
 };

@@ -129,9 +129,9 @@ LocationStore::LocationStore(const OxAttribute::Hash& storeIdentity)
 
 LocationStore::~LocationStore() {
     ReleaseRecord(root);
-    for (const std::unique_ptr<ChildList>& list : lists)
-        for (std::uint32_t i = 0; i < list->size(); ++i)
-            ReleaseRecord(list->at(i));
+    for (ChildList& list : lists)
+        for (std::uint32_t i = 0; i < list.size(); ++i)
+            ReleaseRecord(list.at(i));
     Registry& registry = GetRegistry();
     const std::lock_guard<std::mutex> guard(registry.lock);
     const auto entry = registry.stores.find(identity);
@@ -240,10 +240,8 @@ LocationNode& LocationStore::addChildren(LocationNode& parent, std::string_view 
 }
 
 ChildList& LocationStore::makeList(std::uint32_t room) {
-    auto list = std::make_unique<ChildList>(room);
     const std::lock_guard<std::mutex> guard(arenaLock);
-    lists.push_back(std::move(list));
-    return *lists.back();
+    return lists.emplace_back(room);
 }
 
 LocationNode* LocationStore::makeNodes(std::uint32_t count) {

@@ -4,11 +4,11 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/OpType.h>
@@ -88,7 +88,7 @@ private:
     const std::uint64_t storeId;
     std::mutex arenaLock;
     Arena arena; // all nodes but the root, and their long names
-    std::vector<std::unique_ptr<ChildList>> lists;
+    std::deque<ChildList> lists;
     std::uint32_t nextSerial = 0;
 
     class PrepareTurn;
