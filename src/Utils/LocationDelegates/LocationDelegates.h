@@ -51,7 +51,7 @@ public:
     }
 
 private:
-    /// By renderer, whose empty name means every one, and location type.
+    // The keys are a renderer, or "" for all renderers, and a location type.
     std::map<std::pair<std::string, std::string>, Suite*> suites;
 };
 

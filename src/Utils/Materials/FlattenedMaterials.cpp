@@ -33,7 +33,7 @@ struct Tables {
     std::deque<Location> locations; // in the order in which they were first asked for
     std::unordered_map<std::string_view, std::size_t> byPath; // views of their paths
     std::map<TerminalNames, std::map<Hashes, GroupAttribute>> results;
-    // By handle. The materials are kept so that no others get their addresses.
+    // The keys are handles. The materials are kept so that no others get their addresses.
     std::unordered_map<const void*, std::pair<GroupAttribute, Hash>> inFiles;
 
     bool find(const std::string& path, GroupAttribute& flattened) const {
