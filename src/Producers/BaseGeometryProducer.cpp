@@ -48,7 +48,7 @@ BaseGeometryProducer::BaseGeometryProducer(
 
 BaseGeometryProducer::BaseGeometryProducer(ProducerParts&& parts)
     : GeometryProducer(std::move(parts.parent)), pathEnd(std::move(parts.pathEnd)),
-      isWholePath(parts.isFromCaller), isFromCaller(parts.isFromCaller),
+      isWholePath(parts.isFromCaller || !getRawParentPtr()), isFromCaller(parts.isFromCaller),
       locationData(std::move(parts.data)), childIndex(parts.index),
       ownedTree(std::move(parts.ownedTree)), tree(parts.tree) {
     if (isWholePath && pathEnd->size() > kLongPath) shortenPathEnd();
@@ -102,11 +102,11 @@ std::string BaseGeometryProducer::getFullName() {
     boost::container::small_vector<std::string_view, 16> ends; // this location's first
     std::size_t bytes = 0;
     const BaseGeometryProducer* top = this;
-    for (; top && !top->isWholePath; top = top->getBaseParent()) {
+    for (; !top->isWholePath; top = top->getBaseParent()) {
         ends.push_back(top->getPathEnd());
         bytes += 1 + ends.back().size();
     }
-    const std::string_view start = top ? *top->pathEnd : std::string_view();
+    const std::string& start = *top->pathEnd;
     std::string path(start.size() + bytes, '/');
     char* room = std::copy(start.begin(), start.end(), path.data());
     for (auto end = ends.rbegin(); end != ends.rend(); ++end)

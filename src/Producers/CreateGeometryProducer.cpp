@@ -36,7 +36,8 @@ Ptr CreateDownTo(const std::string& path, NextTree nextTree) {
         ProducerParts parts{producer, tree->getLocation(location, false), -1, tree.get()};
         if (!parts.data.doesLocationExist()) return nullptr;
         parts.ownedTree = tree;
-        parts.pathEnd = std::make_unique<const std::string>(location.substr(slash + 1));
+        const std::size_t start = producer ? slash + 1 : 0;
+        parts.pathEnd = std::make_unique<const std::string>(location.substr(start));
         producer = tree->makeProducer(std::move(parts));
         slash = end;
     } while (slash != std::string::npos);

@@ -68,7 +68,7 @@ ProducerTree::Ptr MakeThreadAwareTree(boost::shared_ptr<ThreadLocalClient> threa
 /// The content of a new producer of a tree, of one of three origins:
 ///
 /// - navigation: named by its index among the parent's potential children, borrows the tree;
-/// - a factory: named by `pathEnd`, at no known index;
+/// - a factory: named by `pathEnd`, which is the whole path at the top, at no known index;
 /// - a caller, who may derive a class and give any path with any data: `pathEnd` is the whole path.
 struct ProducerParts {
     boost::intrusive_ptr<BaseGeometryProducer> parent; // null at the top
