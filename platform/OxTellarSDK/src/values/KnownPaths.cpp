@@ -90,7 +90,7 @@ static_assert(offsetof(FileEntry, nameHash) == 0 && offsetof(FileEntry, nameUnit
 struct Route {
     Key key;
     std::uint64_t stepCount = 0;
-    Step steps[kLevels];
+    std::array<Step, kLevels> steps;
     std::uintptr_t lastGroup = 0; // address of the group from which it was followed last
 };
 
@@ -117,11 +117,9 @@ const Node* Follow(Route& route, const Container& container, const Node* group) 
     return node;
 }
 
-void Remember(Route& found, std::uint64_t container, std::string_view path) {
-    if (!IsCached(path) || found.stepCount > kLevels) return;
+void Remember(const Route& found) {
     Routes* own = PerThread<Routes>::Get();
     if (!own) return;
-    found.key = Key(container, path);
     Route* pair = own->data() + found.key.firstEntry();
     if (!(pair[0].key == found.key)) pair[1] = pair[0];
     pair[0] = found;
@@ -131,7 +129,8 @@ void Remember(Route& found, std::uint64_t container, std::string_view path) {
 /// up the larger stack frame.
 [[gnu::noinline]] const Node* Search(const Node* group, std::string_view path) {
     Container& container = *Container::Of(group);
-    Route found;
+    std::array<Step, kLevels> steps;
+    std::uint64_t stepCount = 0;
     const Node* node = group;
     std::string_view rest = path;
     while (IsGroup(node)) {
@@ -139,12 +138,12 @@ void Remember(Route& found, std::uint64_t container, std::string_view path) {
         const std::int64_t index = FindChild(node, name);
         if (index < 0) return nullptr;
         const auto at = static_cast<std::uint64_t>(index);
-        if (found.stepCount < kLevels)
-            found.steps[found.stepCount] = Step(Entries<FileEntry>(node)[index], at);
-        ++found.stepCount;
+        if (stepCount < kLevels) steps[stepCount] = Step(Entries<FileEntry>(node)[index], at);
+        ++stepCount;
         node = container.child(node, at);
         if (name.size() == rest.size()) {
-            Remember(found, container.number(), path);
+            if (stepCount <= kLevels && IsCached(path))
+                Remember({Key(container.number(), path), stepCount, steps});
             return node;
         }
         rest.remove_prefix(name.size() + 1);
