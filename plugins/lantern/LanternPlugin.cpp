@@ -19,6 +19,7 @@
 #include "Report.h"
 #include "drawing/Draw.h"
 #include "drawing/Picture.h"
+#include "reading/ReadLayers.h"
 #include "reading/ReadScene.h"
 #include "reading/Suites.h"
 #include "tessellation/Tessellate.h"
@@ -77,8 +78,9 @@ OxRenderStatus RenderJob(const OxRenderJob_v1& job, Report& report) {
     if (!job.root) throw RenderError("there is no scene to render");
     if (!job.picture) throw RenderError("there is no path for the picture");
     const OxPluginHost& host = GetHost();
-    const std::string path = GetTilePath(Suites(host), job.root, job.picture);
-    CheckPicturePath(path);
+    const Suites suites(host);
+    const std::string path = GetTilePath(suites, job.root, job.picture);
+    CheckPicturePath(path, ReadLayers(Location::retaining(suites, job.root)).any());
     SceneData scene = ReadScene(host, job.root, {job.frame, job.threads}, report);
     TessellateSubdivisions(scene, job.threads, report);
     Picture picture = Draw(scene, {job.samples, job.threads, begin}, report);

@@ -47,17 +47,18 @@ struct Picture {
 };
 
 /// Throws a RenderError that names the path if WritePicture could not write it: because of its
-/// extension, or because its folder does not exist.
-void CheckPicturePath(const std::string& path);
+/// extension, because the format has no layers, or because its folder does not exist.
+void CheckPicturePath(const std::string& path, bool hasLayers = false);
 
-/// Writes ".exr" (half floats, the window as the data window, the matrices as "worldToCamera" and
-/// "worldToNDC") or ".png" (8-bit sRGB). The file is replaced atomically. Throws a RenderError that
-/// names the path.
+/// Writes ".exr" (half floats, layers of 32 bits, the window as the data window), ".png" (8-bit
+/// sRGB), ".tif" (16-bit sRGB) or ".jpg" (8-bit sRGB without alpha). The header has the matrices
+/// and the facts. The file is replaced atomically. Throws a RenderError that names the path.
 void WritePicture(const std::string& path, const Picture& picture);
 
-/// Stitches the tiles of a picture and writes it, without a change of any pixel if the formats are
-/// the same. Throws a RenderError that names a tile which cannot be read, belongs to another
-/// picture or overlaps another tile, or that names the pixels which no tile covers.
+/// Stitches the tiles of a picture and writes it, without a change of any pixel or layer if the
+/// formats are the same. Tiles in EXR may become any format. Throws a RenderError that names a tile
+/// which cannot be read, belongs to another picture or overlaps another tile, or that names the
+/// pixels which no tile covers.
 void StitchPictures(const std::vector<std::string>& tiles, const std::string& path, Report& report);
 
 } // namespace lantern

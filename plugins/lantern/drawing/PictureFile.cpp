@@ -3,67 +3,32 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <locale>
 #include <memory>
-#include <sstream>
 #include <system_error>
 
-#include <Imath/half.h>
 #include <OpenImageIO/filesystem.h>
 #include <OpenImageIO/imageio.h>
 
 #include "drawing/FileKind.h"
-#include "drawing/Numbers.h"
+#include "drawing/PictureHeader.h"
 #include "drawing/ReplaceFile.h"
-#include "drawing/ToneCurve.h"
 
 namespace lantern {
 namespace {
 
-using Imath::half;
 using OIIO::ImageInput;
 using OIIO::ImageOutput;
 using OIIO::ImageSpec;
 using OIIO::TypeDesc;
 
 constexpr int kMostPixels = 65536; // per side
-constexpr float kLargestHalf = 65504;
-/// Neither format can compress more than 1032 bytes into one, the limit of deflate.
+constexpr int kMostChannels = 1024;
+/// No format can compress more than 1032 bytes into one, the limit of deflate.
 constexpr double kMostBytesPerByte = 1100;
-
-constexpr const char* kSoftware = "OxTellarProducers lantern " LANTERN_VERSION;
-
-// PNG has no fields for the size of the whole picture and the matrices. They are text chunks.
-constexpr const char* kPngSize = "pictureSize";
-constexpr const char* kPngToCamera = "worldToCamera";
-constexpr const char* kPngToNdc = "worldToNDC";
-
-// The image library's names of the EXR attributes worldToCamera and worldToNDC.
-constexpr const char* kExrToCamera = "worldtocamera";
-constexpr const char* kExrToNdc = "worldtoNDC";
-
-std::string NumberText(const M44f& matrix) {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text.precision(9); // enough digits to read the same float
-    for (int i = 0; i < 16; ++i)
-        text << (i ? " " : "") << matrix.getValue()[i];
-    return text.str();
-}
-
-std::optional<M44f> MatrixOf(const std::string& text) {
-    std::istringstream numbers(text);
-    numbers.imbue(std::locale::classic());
-    M44f matrix;
-    for (int i = 0; i < 16; ++i)
-        if (!(numbers >> matrix.getValue()[i])) return std::nullopt;
-    return matrix;
-}
 
 [[noreturn]] void FailToRead(const std::string& path, const std::string& why) {
     throw RenderError("cannot read the picture \"" + path + "\": " + why);
@@ -76,87 +41,60 @@ std::string OneLine(std::string text) {
     return text.empty() ? "no reason is known" : text;
 }
 
-// Pixels ------------------------------------------------------------------------------------------
-
-half ToHalf(float value) {
-    // Finite values beyond the range become the largest half, not infinity.
-    return half(std::isfinite(value) ? std::max(-kLargestHalf, std::min(value, kLargestHalf))
-                                     : value);
+/// The image library's name of a format.
+const char* PluginOf(PictureFormat format) {
+    switch (format) {
+    case PictureFormat::Exr:
+        return "openexr";
+    case PictureFormat::Png:
+        return "png";
+    case PictureFormat::Tiff:
+        return "tiff";
+    case PictureFormat::Jpeg:
+        break;
+    }
+    return "jpeg";
 }
 
-void StoreHalves(const float* pixel, unsigned char* bytes) {
-    const std::array<half, 4> halves{ToHalf(pixel[0]), ToHalf(pixel[1]), ToHalf(pixel[2]),
-                                     ToHalf(pixel[3])};
-    std::memcpy(bytes, halves.data(), sizeof halves);
-}
-
-void StoreBytes(const float* pixel, unsigned char* bytes) {
-    const float alpha = Clamp01(pixel[3]);
-    for (int i = 0; i < 3; ++i)
-        bytes[i] = alpha > 0 ? ToByte(SrgbFromLinear(RolledOff(pixel[i] / alpha))) : 0;
-    bytes[3] = ToByte(alpha);
-}
-
-StoredPicture WithoutPixels(const StoredPicture& like, PictureFormat format) {
-    StoredPicture result;
-    result.format = format;
-    result.width = like.width;
-    result.height = like.height;
-    result.window = like.window;
-    result.worldToCamera = like.worldToCamera;
-    result.worldToNdc = like.worldToNdc;
-    result.bytes.resize(result.bytesPerPixel() * like.window.width() * like.window.height());
-    return result;
+/// The type of the colors.
+TypeDesc TypeOf(PictureFormat format) {
+    if (format == PictureFormat::Exr) return TypeDesc::HALF;
+    return format == PictureFormat::Tiff ? TypeDesc::UINT16 : TypeDesc::UINT8;
 }
 
 // Writing -----------------------------------------------------------------------------------------
 
 ImageSpec SpecOf(const StoredPicture& picture) {
     const bool isExr = picture.format == PictureFormat::Exr;
-    ImageSpec spec(picture.window.width(), picture.window.height(), 4,
-                   isExr ? TypeDesc::HALF : TypeDesc::UINT8);
+    const int colors = picture.format == PictureFormat::Jpeg ? 3 : 4;
+    ImageSpec spec(picture.window.width(), picture.window.height(), colors, TypeOf(picture.format));
     spec.x = picture.window.x0;
     spec.y = picture.window.y0;
     spec.full_width = picture.width;
     spec.full_height = picture.height;
-    spec.attribute("Software", kSoftware);
-    spec.attribute("DateTime", ""); // the same picture gives the same bytes
     spec.attribute("oiio:UnassociatedAlpha", isExr ? 0 : 1);
+    if (!picture.layers.empty()) spec.channelformats.assign(4, TypeDesc::HALF);
+    for (const StoredPicture::LayerChannel& channel : picture.layers) {
+        spec.channelnames.push_back(channel.name);
+        spec.channelformats.emplace_back(channel.isInteger ? TypeDesc::UINT32 : TypeDesc::FLOAT);
+        ++spec.nchannels;
+    }
+    AddHeader(picture, spec);
     return spec;
 }
 
-void AddExrAttributes(const StoredPicture& picture, ImageSpec& spec) {
-    spec.attribute("compression", "zip");
-    spec.attribute("oiio:ColorSpace", "Linear");
-    if (picture.worldToCamera)
-        spec.attribute(kExrToCamera, OIIO::TypeMatrix, picture.worldToCamera->getValue());
-    if (picture.worldToNdc)
-        spec.attribute(kExrToNdc, OIIO::TypeMatrix, picture.worldToNdc->getValue());
-}
-
-void AddPngAttributes(const StoredPicture& picture, ImageSpec& spec) {
-    spec.attribute("oiio:ColorSpace", "sRGB");
-    spec.attribute(kPngSize, std::to_string(picture.width) + " " + std::to_string(picture.height));
-    if (picture.worldToCamera) spec.attribute(kPngToCamera, NumberText(*picture.worldToCamera));
-    if (picture.worldToNdc) spec.attribute(kPngToNdc, NumberText(*picture.worldToNdc));
-}
-
 std::vector<unsigned char> Encoded(const StoredPicture& picture, std::string& error) {
-    const bool isExr = picture.format == PictureFormat::Exr;
-    ImageSpec spec = SpecOf(picture);
-    if (isExr)
-        AddExrAttributes(picture, spec);
-    else
-        AddPngAttributes(picture, spec);
+    const ImageSpec spec = SpecOf(picture);
     std::vector<unsigned char> file;
     OIIO::Filesystem::IOVecOutput target(file);
-    const auto output = ImageOutput::create(isExr ? "exr" : "png", &target);
+    const auto output = ImageOutput::create(PluginOf(picture.format), &target);
     if (!output) {
         error = OIIO::geterror();
         return {};
     }
-    if (!output->open(isExr ? "picture.exr" : "picture.png", spec) ||
-        !output->write_image(spec.format, picture.bytes.data()) || !output->close()) {
+    const std::string name = std::string("picture.") + PluginOf(picture.format);
+    if (!output->open(name, spec) ||
+        !output->write_image(TypeDesc::UNKNOWN, picture.bytes.data()) || !output->close()) {
         error = output->geterror();
         return {};
     }
@@ -165,11 +103,31 @@ std::vector<unsigned char> Encoded(const StoredPicture& picture, std::string& er
 
 // Reading -----------------------------------------------------------------------------------------
 
-void CheckPixels(const std::string& path, const ImageSpec& spec) {
-    const bool hasChannels =
-        spec.nchannels == 4 && spec.channelnames == std::vector<std::string>{"R", "G", "B", "A"};
-    if (!hasChannels || spec.deep || spec.depth != 1)
-        FailToRead(path, "it does not have the channels R, G, B and A");
+/// Checks the channels and adds those of layers to the picture. Returns the places of all channels
+/// in the file: red, green, blue, alpha, then the layers.
+std::vector<int> ReadChannels(const std::string& path, const ImageSpec& spec,
+                              StoredPicture& picture) {
+    std::vector<int> places;
+    for (const char* name : {"R", "G", "B", "A"}) {
+        const int place = spec.channelindex(name);
+        if (place < 0 || spec.nchannels > kMostChannels || spec.deep || spec.depth != 1)
+            FailToRead(path, "it does not have the channels R, G, B and A");
+        if (spec.channelformat(place) != TypeOf(picture.format))
+            FailToRead(path, "its colors are of another type than ours");
+        places.push_back(place);
+    }
+    if (picture.format != PictureFormat::Exr && spec.nchannels != 4)
+        FailToRead(path, "it has more channels than R, G, B and A");
+    for (int i = 0; i < spec.nchannels; ++i) {
+        if (std::find(places.begin(), places.begin() + 4, i) != places.begin() + 4) continue;
+        const TypeDesc type = spec.channelformat(i);
+        if (type != TypeDesc::FLOAT && type != TypeDesc::UINT32)
+            FailToRead(path, "its channel \"" + std::string(spec.channel_name(i)) +
+                                 "\" has neither floats nor integers of 32 bits");
+        picture.layers.push_back({std::string(spec.channel_name(i)), type == TypeDesc::UINT32});
+        places.push_back(i);
+    }
+    return places;
 }
 
 void CheckSize(const std::string& path, const StoredPicture& picture) {
@@ -187,7 +145,7 @@ void CheckSize(const std::string& path, const StoredPicture& picture) {
     std::error_code error;
     const double bytes = static_cast<double>(std::filesystem::file_size(path, error));
     const double pixels = double(window.width()) * window.height();
-    if (error || pixels * picture.bytesPerPixel() > bytes * kMostBytesPerByte)
+    if (error || pixels * double(picture.bytesPerPixel()) > bytes * kMostBytesPerByte)
         FailToRead(path, "it is too short for " + size + " pixels");
 }
 
@@ -214,72 +172,30 @@ void CheckPngIsWhole(const std::string& path) {
     FailToRead(path, "it is cut short");
 }
 
-void ReadExrHeader(const std::string& path, const ImageSpec& spec, StoredPicture& picture) {
-    if (spec.format != TypeDesc::HALF) FailToRead(path, "its pixels are no half floats");
-    if (spec.full_x != 0 || spec.full_y != 0)
-        FailToRead(path, "its display window does not begin at 0, 0");
-    picture.width = spec.full_width;
-    picture.height = spec.full_height;
-    M44f matrix;
-    if (spec.getattribute(kExrToCamera, OIIO::TypeMatrix, matrix.getValue()))
-        picture.worldToCamera = matrix;
-    if (spec.getattribute(kExrToNdc, OIIO::TypeMatrix, matrix.getValue()))
-        picture.worldToNdc = matrix;
-}
-
-void ReadPngHeader(const std::string& path, const ImageSpec& spec, StoredPicture& picture) {
-    if (spec.format != TypeDesc::UINT8) FailToRead(path, "its pixels do not have eight bits");
-    std::istringstream size(spec.get_string_attribute(kPngSize));
-    size.imbue(std::locale::classic());
-    if (!(size >> picture.width >> picture.height))
-        FailToRead(path, "it does not tell the size of the whole picture");
-    picture.worldToCamera = MatrixOf(spec.get_string_attribute(kPngToCamera));
-    picture.worldToNdc = MatrixOf(spec.get_string_attribute(kPngToNdc));
+/// Reads the pixels, whose channels may have another order in the file.
+void ReadPixels(const std::string& path, ImageInput& input, const std::vector<int>& places,
+                StoredPicture& picture) {
+    const ImageSpec& spec = input.spec();
+    std::vector<unsigned char> file(spec.pixel_bytes(true) * spec.image_pixels());
+    if (!input.read_image(0, 0, 0, spec.nchannels, TypeDesc::UNKNOWN, file.data()))
+        FailToRead(path, OneLine(input.geterror()));
+    struct Piece {
+        std::size_t at, size;
+    };
+    std::vector<Piece> pieces;
+    for (const int place : places)
+        pieces.push_back({spec.pixel_bytes(0, place, true), spec.channelformat(place).size()});
+    picture.bytes.resize(file.size());
+    unsigned char* to = picture.bytes.data();
+    for (std::size_t pixel = 0; pixel < file.size(); pixel += spec.pixel_bytes(true)) {
+        for (const Piece& piece : pieces) {
+            std::memcpy(to, &file[pixel + piece.at], piece.size);
+            to += piece.size;
+        }
+    }
 }
 
 } // namespace
-
-PictureFormat FormatOf(const std::string& path) {
-    std::string extension = std::filesystem::path(path).extension().string();
-    for (char& letter : extension)
-        letter = static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-    if (extension == ".exr") return PictureFormat::Exr;
-    if (extension == ".png") return PictureFormat::Png;
-    throw RenderError("\"" + path + "\" is no picture: its name ends neither in \".exr\" nor in " +
-                      "\".png\"");
-}
-
-StoredPicture ToStored(const Picture& picture, PictureFormat format) {
-    StoredPicture like;
-    like.width = picture.width;
-    like.height = picture.height;
-    like.window = picture.window;
-    like.worldToCamera = picture.worldToCamera;
-    like.worldToNdc = picture.worldToNdc;
-    StoredPicture result = WithoutPixels(like, format);
-    const auto store = format == PictureFormat::Exr ? StoreHalves : StoreBytes;
-    unsigned char* bytes = result.bytes.data();
-    for (std::size_t i = 0; i + 4 <= picture.pixels.size(); i += 4) {
-        store(&picture.pixels[i], bytes);
-        bytes += result.bytesPerPixel();
-    }
-    return result;
-}
-
-StoredPicture ToFormat(const StoredPicture& picture, PictureFormat format) {
-    if (picture.format == format) return picture;
-    if (format == PictureFormat::Exr)
-        throw RenderError("what eight bits hold does not make an \".exr\"");
-    StoredPicture result = WithoutPixels(picture, format);
-    const std::size_t count = picture.bytes.size() / picture.bytesPerPixel();
-    for (std::size_t i = 0; i < count; ++i) {
-        std::array<half, 4> halves;
-        std::memcpy(halves.data(), &picture.bytes[i * sizeof halves], sizeof halves);
-        const std::array<float, 4> pixel{halves[0], halves[1], halves[2], halves[3]};
-        StoreBytes(pixel.data(), &result.bytes[i * 4]);
-    }
-    return result;
-}
 
 void WriteStored(const std::string& path, const StoredPicture& picture) {
     std::string error;
@@ -292,32 +208,28 @@ void WriteStored(const std::string& path, const StoredPicture& picture) {
 StoredPicture ReadStored(const std::string& path) {
     StoredPicture picture;
     picture.format = FormatOf(path);
-    const bool isExr = picture.format == PictureFormat::Exr;
     if (IsOtherThanFile(path)) FailToRead(path, "it is not a regular file");
-    if (!isExr) CheckPngIsWhole(path);
+    if (picture.format == PictureFormat::Jpeg)
+        FailToRead(path, "a \".jpg\" does not have its exact pixels");
+    if (picture.format == PictureFormat::Png) CheckPngIsWhole(path);
     ImageSpec hints;
     hints.attribute("oiio:UnassociatedAlpha", 1); // the bytes as they are
     const auto input = ImageInput::open(path, &hints);
     if (!input) FailToRead(path, OneLine(OIIO::geterror()));
-    const ImageSpec& spec = input->spec();
-    if (std::string(input->format_name()) != (isExr ? "openexr" : "png"))
+    if (std::string(input->format_name()) != PluginOf(picture.format))
         FailToRead(path, "it is not what its name says");
-    CheckPixels(path, spec);
-    picture.window = {spec.x, spec.y, spec.x + spec.width, spec.y + spec.height};
-    if (isExr)
-        ReadExrHeader(path, spec, picture);
-    else
-        ReadPngHeader(path, spec, picture);
+    const ImageSpec& spec = input->spec();
+    const std::vector<int> places = ReadChannels(path, spec, picture);
+    const std::string problem = ReadHeader(spec, picture);
+    if (!problem.empty()) FailToRead(path, problem);
     CheckSize(path, picture);
-    picture.bytes.resize(picture.bytesPerPixel() * spec.width * spec.height);
-    if (!input->read_image(0, 0, 0, 4, isExr ? TypeDesc::HALF : TypeDesc::UINT8,
-                           picture.bytes.data()))
-        FailToRead(path, OneLine(input->geterror()));
+    ReadPixels(path, *input, places, picture);
     return picture;
 }
 
-void CheckPicturePath(const std::string& path) {
-    FormatOf(path);
+void CheckPicturePath(const std::string& path, bool hasLayers) {
+    if (FormatOf(path) != PictureFormat::Exr && hasLayers)
+        throw RenderError("\"" + path + "\" cannot have layers: only an \".exr\" can");
     CheckFolderOf(path);
 }
 

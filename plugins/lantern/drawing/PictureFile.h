@@ -2,6 +2,7 @@
 #define LANTERN_DRAWING_PICTUREFILE_H
 
 #include <cstddef>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,33 +12,50 @@
 namespace lantern {
 
 enum class PictureFormat {
-    Exr, ///< four half floats per pixel, colors multiplied by alpha
-    Png  ///< four bytes per pixel, colors not multiplied by alpha
+    Exr,  ///< half floats, colors multiplied by alpha; layers of 32 bits
+    Png,  ///< eight bits in sRGB, colors not multiplied by alpha
+    Tiff, ///< the same with sixteen bits
+    Jpeg  ///< eight bits in sRGB, over black and without alpha
 };
 
 /// A picture with its pixels in the format of its file.
 struct StoredPicture {
+    /// A channel of a layer, of four bytes.
+    struct LayerChannel {
+        std::string name;
+        bool isInteger = false; ///< else a float
+        bool operator==(const LayerChannel& other) const {
+            return name == other.name && isInteger == other.isInteger;
+        }
+    };
+
     PictureFormat format = PictureFormat::Exr;
     int width = 0; ///< of the whole picture
     int height = 0;
     Window window;
     std::optional<M44f> worldToCamera;
     std::optional<M44f> worldToNdc;
-    std::vector<unsigned char> bytes; ///< row by row from the top
+    std::vector<LayerChannel> layers; ///< only in EXR
+    std::map<std::string, Manifest> manifests;
+    PictureFacts facts;
+    std::vector<unsigned char> bytes; ///< row by row from the top, the layers after the colors
 
-    std::size_t bytesPerPixel() const { return format == PictureFormat::Exr ? 8 : 4; }
+    std::size_t bytesPerPixel() const;
 };
 
-/// The format of a path's extension. Throws a RenderError that names the path if it is neither
-/// ".exr" nor ".png".
+/// The format of a path's extension. Throws a RenderError that names the path if it is none of
+/// ".exr", ".png", ".tif", ".tiff", ".jpg" and ".jpeg".
 PictureFormat FormatOf(const std::string& path);
 
 StoredPicture ToStored(const Picture& picture, PictureFormat format);
-/// Converts the pixels. Throws RenderError for ".png" to ".exr".
+/// Converts the pixels of an EXR picture to another format, which leaves its layers out. Returns
+/// any other picture as it is; its format must be the wanted one.
 StoredPicture ToFormat(const StoredPicture& picture, PictureFormat format);
 
-// Both throw a RenderError that names the path. ReadStored checks the sizes that the file states.
+/// Throws a RenderError that names the path.
 void WriteStored(const std::string& path, const StoredPicture& picture);
+/// Reads a file that WriteStored wrote, but no JPEG. Throws a RenderError that names the path;
+/// checks the sizes that the file states.
 StoredPicture ReadStored(const std::string& path);
 
 } // namespace lantern

@@ -44,6 +44,7 @@ void CheckSamePicture(const Tile& first, const Tile& tile) {
         Fail(tile.path, "is of a picture of another size" + than);
     if (a.worldToCamera != b.worldToCamera || a.worldToNdc != b.worldToNdc)
         Fail(tile.path, "is of a picture of another camera" + than);
+    if (a.layers != b.layers) Fail(tile.path, "has other layers" + than);
 }
 
 void CheckApart(const std::vector<Tile>& tiles) {
@@ -118,6 +119,15 @@ std::vector<Tile> ReadTiles(const std::vector<std::string>& paths, Report& repor
     return tiles;
 }
 
+/// Adds the names and facts of another tile of the picture.
+void AddHeaderOf(const StoredPicture& tile, StoredPicture& whole) {
+    for (const auto& [matte, manifest] : tile.manifests)
+        whole.manifests[matte].insert(manifest.begin(), manifest.end());
+    PictureFacts& facts = whole.facts;
+    facts.date = std::max(facts.date, tile.facts.date);
+    if (facts.seconds) *facts.seconds += tile.facts.seconds.value_or(0);
+}
+
 StoredPicture PutTogether(const std::vector<Tile>& tiles, const Window& bounds) {
     const StoredPicture& first = tiles.front().picture;
     const std::size_t perPixel = first.bytesPerPixel();
@@ -128,6 +138,11 @@ StoredPicture PutTogether(const std::vector<Tile>& tiles, const Window& bounds) 
     whole.window = bounds;
     whole.worldToCamera = first.worldToCamera;
     whole.worldToNdc = first.worldToNdc;
+    whole.layers = first.layers;
+    whole.manifests = first.manifests;
+    whole.facts = first.facts;
+    for (std::size_t i = 1; i < tiles.size(); ++i)
+        AddHeaderOf(tiles[i].picture, whole);
     whole.bytes.resize(static_cast<std::size_t>(AreaOf(bounds)) * perPixel);
     for (const Tile& tile : tiles) {
         const Window& window = tile.picture.window;
@@ -148,9 +163,11 @@ void StitchPictures(const std::vector<std::string>& tiles, const std::string& pa
                     Report& report) {
     const PictureFormat format = FormatOf(path);
     if (tiles.empty()) throw RenderError("there are no tiles for the picture \"" + path + "\"");
-    if (format == PictureFormat::Exr)
-        for (const std::string& tile : tiles)
-            if (FormatOf(tile) != format) Fail(tile, "of eight bits does not make an \".exr\"");
+    for (const std::string& tile : tiles) {
+        const PictureFormat ofTile = FormatOf(tile);
+        if (ofTile != format && ofTile != PictureFormat::Exr && ofTile == FormatOf(tiles.front()))
+            Fail(tile, "of whole numbers makes only pictures of its own format");
+    }
     const std::vector<Tile> read = ReadTiles(tiles, report);
     const Window bounds = BoundsOf(read);
     CheckApart(read);

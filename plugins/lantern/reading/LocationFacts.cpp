@@ -26,7 +26,7 @@ Kind KindOf(const std::string& type) {
 const MaterialChain::Ptr& LocationFacts::materialsBelow(const MaterialChain::Ptr& above) {
     if (!material) return above;
     if (!materials || materialsAbove != above) {
-        materials = MaterialChain::make(material, above);
+        materials = MaterialChain::make(material, materialAssign, above);
         materialsAbove = above;
     }
     return materials;
@@ -51,6 +51,7 @@ LocationFacts FactsMemory::read(const Attribute& attributes) const {
     facts.transform = LocalTransform(suites, attributes.child("xform"), shutter);
     if (Attribute material = attributes.child("material"); material.isGroup())
         facts.material = std::move(material);
+    if (facts.material) facts.materialAssign = attributes.child("materialAssign");
     if (facts.kind == Kind::Group) return facts;
     facts.geometry = attributes.child("geometry");
     if (facts.kind != Kind::Mesh && facts.kind != Kind::SubdivisionMesh) return facts;

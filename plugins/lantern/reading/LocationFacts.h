@@ -21,8 +21,9 @@ struct LocationFacts {
     const Delegates::Delegate* delegate = nullptr; ///< of the location's type; may be null
     LocalTransform transform;
     Attribute material;
-    Attribute geometry; ///< of shapes only
-    Attribute textures; ///< of meshes only
+    Attribute materialAssign; ///< the path of the material; none without one
+    Attribute geometry;       ///< of shapes only
+    Attribute textures;       ///< of meshes only
     std::size_t faceCount = 0;
 
     // Results for the location that was visited last.

@@ -2,6 +2,7 @@
 #define LANTERN_READING_MATERIALCHAIN_H
 
 #include <atomic>
+#include <string>
 #include <utility>
 
 #include <boost/intrusive_ptr.hpp>
@@ -16,17 +17,20 @@ class MaterialChain {
 public:
     using Ptr = boost::intrusive_ptr<MaterialChain>;
 
-    static Ptr make(Attribute own, Ptr above) {
-        return Ptr(new MaterialChain(std::move(own), std::move(above)));
+    /// `assigned` is the path of the material, or none.
+    static Ptr make(Attribute own, Attribute assigned, Ptr above) {
+        return Ptr(new MaterialChain(std::move(own), std::move(assigned), std::move(above)));
     }
     MaterialChain(const MaterialChain&) = delete;
     MaterialChain& operator=(const MaterialChain&) = delete;
 
     /// The material of the location itself.
     const Attribute& material() const { return own; }
+    /// Its path; empty if it has none.
+    std::string path() const { return assigned.text(); }
     /// The chain of the ancestors; null at the end.
     const MaterialChain* above() const { return next.get(); }
-    /// The hash of all materials.
+    /// The hash of all materials and their paths.
     const Hash& hash() const { return hashOfAll; }
 
     friend void intrusive_ptr_add_ref(MaterialChain* chain) {
@@ -42,12 +46,15 @@ public:
     }
 
 private:
-    MaterialChain(Attribute ownMaterial, Ptr above)
-        : own(std::move(ownMaterial)), next(std::move(above)),
-          hashOfAll((next ? next->hashOfAll : Hash()).with(own.hash())) {}
+    MaterialChain(Attribute ownMaterial, Attribute path, Ptr above)
+        : own(std::move(ownMaterial)), assigned(std::move(path)), next(std::move(above)),
+          hashOfAll((next ? next->hashOfAll : Hash()).with(own.hash())) {
+        if (assigned) hashOfAll = hashOfAll.with(assigned.hash());
+    }
     ~MaterialChain() = default;
 
     Attribute own;
+    Attribute assigned;
     Ptr next;
     Hash hashOfAll;
     std::atomic<int> count{0};

@@ -6,6 +6,7 @@
 #include <string>
 #include <thread>
 
+#include "reading/ReadLayers.h"
 #include "reading/Settings.h"
 #include "reading/Walk.h"
 
@@ -53,11 +54,18 @@ void LightIfDark(SceneData& scene, Report& report) {
     scene.lights.emplace_back(sky);
 }
 
+SceneFacts ReadFacts(const Suites& suites, const Location& root, float frame) {
+    const Attribute camera =
+        Attribute::owning(suites.attributes(), suites.utils().getCameraPath(root.get()));
+    return {root.attribute("renderSettings.scene").text(), camera.text(), frame};
+}
+
 SceneData Read(const Suites& suites, const Location& root, const ReadOptions& options,
                Report& report) {
     const Shutter shutter = ReadShutter(root, options.frame);
     const Framing framing = ReadFraming(suites, root);
     const Quality quality = ReadQuality(root);
+    const LayerChoice layers = ReadLayers(root);
     const Camera camera = ReadCamera(suites, root, options.frame, shutter);
 
     report.progress(0, "reading the scene");
@@ -68,7 +76,8 @@ SceneData Read(const Suites& suites, const Location& root, const ReadOptions& op
     Surfaces surfaces(suites, warnings);
     SceneParts parts;
     WalkScene(root, CountThreads(options),
-              {suites, shutter, delegates, shapes, surfaces, parts, warnings, report});
+              {suites, shutter, delegates, shapes, surfaces, parts, warnings, report,
+               layers.needsNames()});
     report.throwIfCancelled();
 
     SceneData scene = parts.join(shapes.take(), surfaces.take());
@@ -76,6 +85,12 @@ SceneData Read(const Suites& suites, const Location& root, const ReadOptions& op
     scene.camera = camera;
     scene.framing = framing;
     scene.quality = quality;
+    scene.layers = layers;
+    scene.facts = ReadFacts(suites, root, options.frame);
+    if (layers.motion && shutter.open == shutter.close)
+        report.warn(
+            "the shutter is closed, so there is no motion: set \"renderSettings.shutterOpen\" "
+            "and \"renderSettings.shutterClose\"");
     LightIfDark(scene, report);
     return scene;
 }

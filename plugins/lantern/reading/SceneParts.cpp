@@ -133,6 +133,9 @@ SceneData SceneParts::join(std::deque<Shape> shapes, Surfaces::All surfaces) {
             instance.surface = joiner.surfaceOf(instance.surface);
             scene.instances.push_back(instance);
         });
+        std::move(part.locations.begin(), part.locations.end(),
+                  std::back_inserter(scene.locations));
+        part.locations = {};
         for (LightDraft& draft : part.lights) {
             if (!draft.textureFile.empty()) {
                 Texture texture;

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <list>
 #include <mutex>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -58,13 +59,16 @@ class ScenePart {
 public:
     /// Returns false, and adds nothing, if the transform is not finite.
     bool addInstance(Index shape, Index surface, const Transform& transform);
+    /// Adds the path of the instance that was added last.
+    void addName(std::string location) { locations.push_back(std::move(location)); }
     void addLight(LightDraft light) { lights.push_back(std::move(light)); }
 
 private:
     friend class SceneParts;
 
     Pieces<M44f> transforms;
-    Pieces<Instance> instances; ///< firstTransform is an index into this part's transforms
+    Pieces<Instance> instances;         ///< firstTransform is an index into this part's transforms
+    std::vector<std::string> locations; ///< of the instances; empty if nobody needs them
     std::vector<LightDraft> lights;
 };
 

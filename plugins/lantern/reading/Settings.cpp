@@ -16,7 +16,8 @@ namespace lantern {
 
 namespace {
 
-constexpr int kMostPixels = 65536; // per side
+constexpr int kMostPixels = 65536;     // per side
+constexpr int kSamplesForNoise = 4096; // the most per pixel for a noise goal
 
 /// The number as messages show it, with the default precision of a stream.
 std::string Text(double value) {
@@ -232,7 +233,10 @@ Framing ReadFraming(const Suites& suites, const Location& root) {
 
 Quality ReadQuality(const Location& root) {
     Quality quality;
-    quality.samples = ReadCountWithin(root, "lantern.samples", quality.samples, 1, 1000000);
+    quality.noise = static_cast<float>(ReadNumberWithin(root, "noise", 0, 0, 1));
+    quality.minutes = ReadNumberWithin(root, "minutes", 0, 0, 1e6);
+    const int samples = quality.noise > 0 ? kSamplesForNoise : quality.samples;
+    quality.samples = ReadCountWithin(root, "lantern.samples", samples, 1, 1000000);
     quality.maxDepth = ReadCountWithin(root, "lantern.maxDepth", quality.maxDepth, 1, 100);
     quality.exposure = static_cast<float>(ReadNumberWithin(
         root, "lantern.exposure", static_cast<double>(quality.exposure), -100, 100));

@@ -17,7 +17,7 @@ Shutter ReadShutter(const Location& root, float frame);
 /// top) and "tileRender" (column, row, columns, rows; row 0 at the top).
 Framing ReadFraming(const Suites& suites, const Location& root);
 
-/// The members of "lantern", named as those of Quality.
+/// "noise", "minutes" and the members of "lantern", named as those of Quality.
 Quality ReadQuality(const Location& root);
 
 /// Reads the camera at "cameraName": its lens at the frame, its motion over the whole shutter.

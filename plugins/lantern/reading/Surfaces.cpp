@@ -40,10 +40,11 @@ NamedTextures ReadNamedTextures(const Suites& suites, const Attribute& textures)
 /// Makes the materials of one network: one for each combination of files that faces choose.
 class MaterialMaker {
 public:
-    MaterialMaker(const Suites& suites, const Attribute& material, const NamedTextures& textures,
-                  std::function<void(const std::string&)> warn)
-        : network(suites, material), name(nameOf(material)), textures(textures),
-          warn(std::move(warn)) {
+    /// `path` is that of the material, or empty.
+    MaterialMaker(const Suites& suites, const Attribute& material, std::string path,
+                  const NamedTextures& textures, std::function<void(const std::string&)> warn)
+        : network(suites, material), name(nameOf(material)), path(std::move(path)),
+          textures(textures), warn(std::move(warn)) {
         // A material without a surface, such as a displacement alone, is ignored.
         hasSurface = !name.empty();
         if (hasSurface) base = readWith(std::nullopt);
@@ -68,7 +69,9 @@ private:
     MaterialDraft readWith(std::optional<std::size_t> face) {
         const auto fileOf = [&](const std::string& texture) { return fileFor(texture, face); };
         const auto tell = face ? [](const std::string&) {} : warn;
-        return ReadMaterial(network, name, fileOf, tell);
+        MaterialDraft draft = ReadMaterial(network, name, fileOf, tell);
+        if (!path.empty()) draft.values.name = path;
+        return draft;
     }
 
     std::optional<std::string> fileFor(const std::string& texture,
@@ -85,6 +88,7 @@ private:
 
     ShadingNetwork network;
     std::string name;
+    std::string path;
     const NamedTextures& textures;
     std::function<void(const std::string&)> warn;
     bool hasSurface = false;
@@ -134,7 +138,8 @@ private:
         const auto warn = [this, place](const std::string& what) {
             warnings.warn(place.path(), what);
         };
-        return {suites, FlattenMaterial(suites, place, materials), textures, warn};
+        const std::string path = materials ? materials->path() : std::string();
+        return {suites, FlattenMaterial(suites, place, materials), path, textures, warn};
     }
 
     void readFaceSet(const FaceSet& faceSet) {

@@ -20,6 +20,7 @@ struct WalkContext {
     SceneParts& parts;
     Warnings& warnings;
     Report& report;
+    bool namesLocations = false; ///< whether the scene needs the paths of its instances
 };
 
 /// Visits a location and its descendants with this many threads. The attribute "visible" of 0 hides

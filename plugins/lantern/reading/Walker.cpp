@@ -123,7 +123,8 @@ void Walker::show(const Place& place, LocationFacts& facts, const Place& firstCh
     if (*facts.shape == kNone) return;
     const Index surface = surfaceOf(place, facts, firstChild);
     if (!part->addInstance(*facts.shape, surface, here.transform))
-        context.warnings.warn(place.path(), "its transform is not finite");
+        return context.warnings.warn(place.path(), "its transform is not finite");
+    if (context.namesLocations) part->addName(place.location().path());
 }
 
 Index Walker::surfaceOf(const Place& place, LocationFacts& facts, const Place& firstChild) {
@@ -146,8 +147,10 @@ std::vector<FaceSet> Walker::faceSetsAmong(Place child) const {
         if (attributes.child("visible").number(1) == 0) continue;
         const Attribute material = attributes.child("material");
         if (!material.isGroup()) continue;
-        faceSets.push_back({child, MaterialChain::make(material, here.materials),
-                            attributes.child("geometry.faces")});
+        faceSets.push_back(
+            {child,
+             MaterialChain::make(material, attributes.child("materialAssign"), here.materials),
+             attributes.child("geometry.faces")});
     }
     return faceSets;
 }

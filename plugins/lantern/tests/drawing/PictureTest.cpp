@@ -174,13 +174,25 @@ TEST_F(PictureTest, NamesAMissingFolder) {
                                                           folder.path("none") + "\"");
 }
 
-TEST_F(PictureTest, NamesTheTwoFormats) {
-    for (const char* name : {"a.jpg", "a", "exr"}) {
+TEST_F(PictureTest, NamesTheFormats) {
+    for (const char* name : {"a.gif", "a", "exr"}) {
         const std::string error = WriteErrorOf(folder.path(name), Part({0, 0, 4, 4}));
         EXPECT_EQ(error, "\"" + folder.path(name) +
-                             "\" is no picture: its name ends neither in \".exr\" nor in \".png\"");
+                             "\" is no picture: its name must end in \".exr\", \".png\", "
+                             "\".tif\" or \".jpg\"");
     }
-    EXPECT_EQ(WriteErrorOf(folder.path("A.PNG"), Part({0, 0, 4, 4})), "no error");
+    for (const char* name : {"A.PNG", "a.tif", "a.TIFF", "a.jpg", "a.jpeg"})
+        EXPECT_EQ(WriteErrorOf(folder.path(name), Part({0, 0, 4, 4})), "no error");
+}
+
+TEST_F(PictureTest, RefusesLayersInFormatsWithoutThem) {
+    for (const char* name : {"a.png", "a.tif", "a.jpg"}) {
+        const std::string error =
+            ErrorOf<RenderError>([&] { CheckPicturePath(folder.path(name), true); });
+        EXPECT_EQ(error, "\"" + folder.path(name) + "\" cannot have layers: only an \".exr\" can");
+        CheckPicturePath(folder.path(name), false);
+    }
+    CheckPicturePath(folder.path("a.exr"), true);
 }
 
 TEST_F(PictureTest, LeavesNothingIfItCannotBeRenamed) {

@@ -68,6 +68,70 @@ TEST_F(StitchPicturesTest, GivesTheFileOfTheWholePictureInPng) {
     EXPECT_EQ(folder.read("stitched.png"), folder.read("whole.png"));
 }
 
+TEST_F(StitchPicturesTest, GivesTheFileOfTheWholePictureInTiff) {
+    EXPECT_EQ(errorOf(tiles(".tif"), "stitched.tif"), "no error");
+    write("whole.tif", Part({0, 0, 90, 50}));
+    EXPECT_EQ(folder.read("stitched.tif"), folder.read("whole.tif"));
+}
+
+/// With two layers, the names of what is in the window, and facts.
+Picture LayeredPart(const Window& window) {
+    Picture picture = Part(window);
+    Channel depth{"Z", false, {}}, id{"id", true, {}};
+    for (int y = window.y0; y < window.y1; ++y) {
+        for (int x = window.x0; x < window.x1; ++x) {
+            depth.bits.push_back(0x3f800000u + std::uint32_t(x * 100 + y));
+            id.bits.push_back(0xffffff00u + std::uint32_t(x));
+        }
+    }
+    picture.channels = {depth, id};
+    picture.manifests["CryptoObject"] = {{"/all", 1}, {"/row" + std::to_string(window.y1), 2}};
+    picture.facts = {"shot.json", "/root/world/cam/camera", 12, 64, 1.5, "2024:02:29 18:30:00"};
+    return picture;
+}
+
+TEST_F(StitchPicturesTest, KeepsLayersNamesAndFacts) {
+    const std::vector<std::string> parts = {write("a.exr", LayeredPart({0, 0, 90, 20})),
+                                            write("b.exr", LayeredPart({0, 20, 90, 50}))};
+    EXPECT_EQ(errorOf(parts, "stitched.exr"), "no error");
+    Picture whole = LayeredPart({0, 0, 90, 50});
+    whole.manifests["CryptoObject"].emplace("/row20", 2);
+    whole.facts.seconds = 3;
+    write("whole.exr", whole);
+    EXPECT_EQ(folder.read("stitched.exr"), folder.read("whole.exr"));
+}
+
+TEST_F(StitchPicturesTest, RefusesTilesOfOtherLayers) {
+    Picture one = LayeredPart({0, 20, 90, 50});
+    one.channels[1].name = "other";
+    const std::vector<std::string> parts = {write("a.exr", LayeredPart({0, 0, 90, 20})),
+                                            write("b.exr", one)};
+    EXPECT_THAT(errorOf(parts, "stitched.exr"),
+                AllOf(HasSubstr("b.exr\" has other layers than"), HasSubstr("a.exr")));
+}
+
+TEST_F(StitchPicturesTest, ConvertsLayeredExrToTheOtherFormats) {
+    const std::string part = write("a.exr", LayeredPart({0, 0, 90, 50}));
+    for (const char* name : {"s.png", "s.tif", "s.jpg"})
+        EXPECT_EQ(errorOf({part}, name), "no error");
+    Picture plain = LayeredPart({0, 0, 90, 50});
+    plain.channels.clear();
+    plain.manifests.clear();
+    // Half floats are rounded, so that 16-bit values may differ from those of the drawn picture.
+    EXPECT_EQ(errorOf({write("plain.exr", plain)}, "whole.tif"), "no error");
+    EXPECT_EQ(folder.read("s.tif"), folder.read("whole.tif"));
+}
+
+TEST_F(StitchPicturesTest, DoesNotStitchJpegs) {
+    EXPECT_THAT(errorOf({write("a.jpg", Part({0, 0, 90, 50}))}, "s.jpg"),
+                AllOf(HasSubstr("a.jpg"), HasSubstr("exact pixels")));
+}
+
+TEST_F(StitchPicturesTest, DoesNotConvertPngToTiff) {
+    EXPECT_THAT(errorOf(tiles(".png"), "s.tif"),
+                AllOf(HasSubstr("c.png"), HasSubstr("only pictures of its own format")));
+}
+
 TEST_F(StitchPicturesTest, ConvertsExrToPng) {
     EXPECT_EQ(errorOf(tiles(".exr"), "stitched.png"), "no error");
     EXPECT_EQ(errorOf({write("whole.exr", Part({0, 0, 90, 50}))}, "whole.png"), "no error");
@@ -149,7 +213,7 @@ TEST_F(StitchPicturesTest, DoesNotBlockOnPipes) {
 }
 
 TEST_F(StitchPicturesTest, NamesADamagedTile) {
-    for (const char* extension : {".exr", ".png"}) {
+    for (const char* extension : {".exr", ".png", ".tif"}) {
         const auto paths = tiles(extension);
         const std::string file = folder.read(std::string("b") + extension);
         for (std::size_t length = 0; length < file.size(); length += file.size() / 50 + 1) {

@@ -344,8 +344,8 @@ TEST(ReadFaceMaterials, HaveTexturesByFaceInFaceSetsToo) {
 TEST(MaterialChain, CanBeLongerThanRecursionAllows) {
     MaterialChain::Ptr chain;
     for (int i = 0; i < 1000000; ++i)
-        chain = MaterialChain::make(Attribute(), std::move(chain));
-    const MaterialChain::Ptr kept = MaterialChain::make(Attribute(), chain);
+        chain = MaterialChain::make(Attribute(), Attribute(), std::move(chain));
+    const MaterialChain::Ptr kept = MaterialChain::make(Attribute(), Attribute(), chain);
     chain = nullptr;
     EXPECT_EQ(kept->above()->hash(), kept->above()->above()->hash().with(Hash()));
 }
