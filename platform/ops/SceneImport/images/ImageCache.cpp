@@ -141,7 +141,7 @@ ImageCache::ImageCache(std::string folder, std::uint64_t limit)
     : folder(std::move(folder)), limit(limit) {}
 
 std::string ImageCache::pathOf(std::string_view bytes, std::string_view hint) const {
-    const std::string path =
+    std::string path =
         (fs::path(folder) / (HashName(bytes) + ImageExtension(bytes, hint))).string();
     // The time is set first, so that no other process deletes the file after the comparison.
     NoteUse(path);
@@ -189,8 +189,8 @@ std::uint64_t ImageCache::evict() const {
     return size;
 }
 
-ImageCache ConfiguredImageCache() {
-    return ImageCache(ConfiguredFolder(), ConfiguredLimit());
+std::unique_ptr<ImageCache> ConfiguredImageCache() {
+    return std::make_unique<ImageCache>(ConfiguredFolder(), ConfiguredLimit());
 }
 
 } // namespace TellarSceneImport

@@ -2,6 +2,7 @@
 #define SCENEIMPORT_IMAGECACHE_H
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -44,7 +45,7 @@ private:
 /// IMAGE_CACHE_LIMIT its limit in MiB. The folder is otherwise "tellar/images" in $XDG_CACHE_HOME
 /// or
 /// ~/.cache. Throws std::runtime_error when there is no such folder or the limit is no number.
-ImageCache ConfiguredImageCache();
+std::unique_ptr<ImageCache> ConfiguredImageCache();
 
 } // namespace TellarSceneImport
 

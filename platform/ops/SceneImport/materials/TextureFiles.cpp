@@ -84,7 +84,7 @@ std::string TextureFiles::pathOfEmbedded(std::string_view bytes, std::string_vie
     if (isCacheBroken) return {};
     try {
         // The constructor's argument is the result itself, because a cache cannot be moved.
-        if (!cache) cache.reset(new ImageCache(ConfiguredImageCache()));
+        if (!cache) cache = ConfiguredImageCache();
         return cache->pathOf(bytes, hint);
     } catch (const std::exception& error) {
         isCacheBroken = true;

@@ -268,6 +268,7 @@ std::vector<ContentMaterial> ReadMtl(std::string_view content, const std::string
             found.back().second.add(keyword, rest);
     }
     std::vector<ContentMaterial> materials;
+    materials.reserve(found.size());
     for (auto& [name, material] : found)
         materials.push_back({name, material.network()});
     return materials;

@@ -207,15 +207,15 @@ private:
 };
 
 TEST_F(Configured, IsBelowTheUsersCaches) {
-    EXPECT_EQ(ConfiguredImageCache().directory(), "/caches/tellar/images");
+    EXPECT_EQ(ConfiguredImageCache()->directory(), "/caches/tellar/images");
     set("XDG_CACHE_HOME", "not/absolute");
     set("HOME", "/home/ada");
-    EXPECT_EQ(ConfiguredImageCache().directory(), "/home/ada/.cache/tellar/images");
+    EXPECT_EQ(ConfiguredImageCache()->directory(), "/home/ada/.cache/tellar/images");
 }
 
 TEST_F(Configured, IsWhereAKeySays) {
     set("OX_CONFIG_IMAGE_CACHE", "/show/images");
-    EXPECT_EQ(ConfiguredImageCache().directory(), "/show/images");
+    EXPECT_EQ(ConfiguredImageCache()->directory(), "/show/images");
 }
 
 TEST_F(Configured, RefusesALimitThatIsNoNumber) {
