@@ -242,6 +242,7 @@ struct Material {
     float opacity = 1;
     float alphaCutoff = -1; ///< from 0 on: opacity is 1 from this value on, else 0
     float normalScale = 1;
+    float coatNormalScale = 1;
     bool isDoubleSided = true; ///< else invisible from inside
     bool isUnlit = false;      ///< the base color has become the emission
 

@@ -3,25 +3,19 @@
 #include <algorithm>
 #include <cmath>
 
-#include "drawing/Numbers.h"
+#include "drawing/Albedos.h"
 
 namespace lantern {
 namespace {
 
 constexpr float kCoatIor = 1.5f;
 constexpr float kMinIorDifference = 1e-3f; // a smaller difference does not refract
+constexpr float kMinLoss = 1e-6f;          // a smaller loss of single scattering is none
+constexpr float kMinEntering = 0.02f;      // less light than this is not worth a diffuse base
 const V3f kUp(0, 0, 1);
 
-V3f Reflected(const V3f& wo, const V3f& facet) {
-    return facet * (2 * (wo ^ facet)) - wo;
-}
-
-/// The refracted direction; the null vector for total internal reflection.
-V3f Refracted(const V3f& wo, const V3f& facet, float ior) {
-    const float cosine = wo ^ facet;
-    const float cosine2 = 1 - (1 - cosine * cosine) / (ior * ior);
-    if (cosine2 <= 0) return V3f(0);
-    return facet * (cosine / ior - std::sqrt(cosine2)) - wo / ior;
+V3f Mirrored(const V3f& direction, const V3f& normal) {
+    return direction - normal * (2 * (direction ^ normal));
 }
 
 /// The color of one interface of a clear medium: light passes two of them.
@@ -29,29 +23,125 @@ Color PerInterface(const Color& color) {
     return {std::sqrt(color.x), std::sqrt(color.y), std::sqrt(color.z)};
 }
 
+float Loss(float albedo) {
+    return std::max(0.0f, 1 - albedo);
+}
+
+/// The color that light has after it was reflected by several facets of a metal, of the mean
+/// reflectance at all angles and of the mean albedo of single scattering.
+Color MultipleReflections(const Color& facing, float meanAlbedo) {
+    Color result;
+    for (int i = 0; i < 3; ++i) {
+        const float fresnel = (1 + 20 * facing[i]) / 21; // the mean of Schlick's reflectance
+        result[i] = fresnel * fresnel * meanAlbedo / (1 - fresnel * (1 - meanAlbedo));
+    }
+    return result;
+}
+
+/// The Torrance-Sparrow model: D G F / (4 cos cos), times the cosine of wi, where `weight` holds F.
+Bsdf::Value Reflection(const GgxFacets& facets, const V3f& wo, const V3f& wi, const Color& weight) {
+    const V3f facet = Normalized(wo + wi, kUp);
+    const float cosine = wo ^ facet;
+    if (!(cosine > 0)) return {};
+    const float model = facets.density(facet) * facets.maskingShadowing(wo, wi) / (4 * wo.z);
+    return {weight * model, facets.visiblePdf(wo, facet) / (4 * cosine)};
+}
+
+float CosineToFacet(const V3f& wo, const V3f& wi) {
+    return wo ^ Normalized(wo + wi, kUp);
+}
+
+V3f SampleCosine(const V2f& u) {
+    const float r = std::sqrt(u.x);
+    const float phi = 2 * kPi * u.y;
+    return {r * std::cos(phi), r * std::sin(phi), std::sqrt(std::max(0.0f, 1 - u.x))};
+}
+
+V3f SampleHemisphere(const V2f& u) {
+    const float r = std::sqrt(std::max(0.0f, 1 - u.x * u.x));
+    const float phi = 2 * kPi * u.y;
+    return {r * std::cos(phi), r * std::sin(phi), u.x};
+}
+
 } // namespace
 
-Bsdf::Bsdf(const SurfaceProperties& surface, const V3f& wo, bool isInside)
-    : surface(surface), wo(wo), ior(isInside ? 1 / surface.ior : surface.ior),
-      facets(surface.alpha), coatFacets(surface.coatAlpha) {
+Bsdf::Bsdf(const SurfaceProperties& surface, const ShadingDirections& directions, bool isInside)
+    : surface(surface), wo(directions.wo), geometricNormal(directions.geometricNormal),
+      isInside(isInside), isTilted(directions.geometricNormal.z < 1),
+      ior(isInside ? 1 / surface.ior : surface.ior), facing(FresnelDielectric(1, surface.ior)),
+      facets(Mix(surface.alpha, 1, surface.anisotropy * surface.anisotropy), surface.alpha),
+      coatFacets(surface.coatAlpha), sheen(surface.sheenAlpha),
+      coatFrame(FrameAround(directions.coatNormal)), coatOut(coatFrame.toLocal(directions.wo)) {
     if (!(wo.z > 0)) return;
-    coat = isInside ? 0 : surface.coat;
-    const float coatAlbedo = coat * AlbedoOfDielectric(wo.z, surface.coatAlpha, kCoatIor);
-    metal = (1 - coatAlbedo) * surface.metalness;
-    dielectric = (1 - coatAlbedo) * (1 - surface.metalness);
-    transmitted = PerInterface(surface.baseColor) * surface.transmission;
-    // The diffuse base is not visible from inside.
-    const float dielectricAlbedo = isInside ? 1 : AlbedoOfDielectric(wo.z, surface.alpha, ior);
-    const float diffuseShare = 1 - dielectricAlbedo * Largest(surface.specular);
-    if (!isInside)
-        diffuse = surface.baseColor * (dielectric * (1 - surface.transmission) * diffuseShare);
+    float rest = 1;
+    if (!isInside && coatOut.z > 0) {
+        coat = surface.coat;
+        rest -= coat * AlbedoOfDielectric(coatOut.z, surface.coatAlpha, kCoatIor);
+    }
+    if (!isInside && !IsBlack(surface.sheenColor)) {
+        sheenWeight = surface.sheenColor * rest;
+        rest *= 1 - Largest(surface.sheenColor) * AlbedoOfSheen(wo.z, surface.sheenAlpha);
+    }
+    metal = rest * surface.metalness;
+    dielectric = rest * (1 - surface.metalness);
+    setUpper();
+    setClear();
+    setProbabilities();
+}
 
-    probabilities[Coat] = coatAlbedo;
-    probabilities[Metal] = metal * Luminance(metalFresnel(wo.z));
+/// The diffuse base, which is not visible from inside, and multiple reflections of the metal.
+void Bsdf::setUpper() {
+    const float alpha = facets.meanAlpha();
+    if (!isInside && dielectric > 0) {
+        const float mean = Largest(dielectricAlbedo(-1));
+        const float entering = Loss(Largest(dielectricAlbedo(wo.z)));
+        if (1 - mean > kMinEntering)
+            diffuse = surface.baseColor *
+                      (dielectric * (1 - surface.transmission) * entering / (1 - mean));
+    }
+    if (metal > 0 && !facets.isSpecular()) {
+        const float mean = MeanAlbedoOfPerfectFacets(alpha);
+        if (Loss(mean) > kMinLoss)
+            metalMultiple = MultipleReflections(surface.baseColor, mean) *
+                            (metal * Loss(AlbedoOfPerfectFacets(wo.z, alpha)) / Loss(mean));
+    }
+}
+
+/// The clear inside. Multiple scattering leaves on both sides, in the shares of the mean Fresnel
+/// reflectance, limited so that the lobe is reciprocal.
+void Bsdf::setClear() {
+    if (!(surface.transmission > 0) || !(dielectric > 0)) return;
+    const Color color = surface.isThin ? surface.baseColor : PerInterface(surface.baseColor);
+    transmitted = color * surface.transmission;
+    if (isSpecular(Dielectric)) return;
+    const float alpha = facets.meanAlpha();
+    const bool isThin = surface.isThin;
+    const float loss =
+        Loss(isThin ? MeanAlbedoOfPerfectFacets(alpha) : MeanTotalAlbedoOfDielectric(alpha, ior));
+    const float lossBelow = isThin ? loss : Loss(MeanTotalAlbedoOfDielectric(alpha, 1 / ior));
+    if (loss < kMinLoss || lossBelow < kMinLoss) return;
+    const float below = (1 - MeanFresnelDielectric(ior)) * std::min(loss, lossBelow) / loss;
+    const float lost = dielectric * Loss(clearAlbedo(wo.z, false));
+    clearMultiple = surface.transmission * lost * (1 - below) / loss;
+    clearMultipleBelow = transmitted * (lost * below / lossBelow);
+    probabilities[Upper] = surface.transmission * lost * (1 - below);
+    probabilities[Lower] = Luminance(transmitted) * lost * below;
+}
+
+/// About the albedos of the lobes. setClear() has set those of multiple scattering.
+void Bsdf::setProbabilities() {
+    const float alpha = facets.meanAlpha();
+    const Color reflected = dielectricAlbedo(wo.z);
+    const float inside = 1 - Luminance(reflected);
+    const float lossOfMetal = metal > 0 ? Loss(MeanAlbedoOfPerfectFacets(alpha)) : 0;
+    probabilities[Coat] =
+        coat > 0 ? coat * AlbedoOfDielectric(coatOut.z, surface.coatAlpha, kCoatIor) : 0;
+    if (!IsBlack(sheenWeight))
+        probabilities[Sheens] = Luminance(sheenWeight) * AlbedoOfSheen(wo.z, surface.sheenAlpha);
+    probabilities[Metal] = metal * Luminance(FresnelMetal(wo.z, surface.baseColor));
     probabilities[Dielectric] =
-        dielectric * (dielectricAlbedo * Luminance(surface.specular) +
-                      (isInside ? 1 : 1 - dielectricAlbedo) * Luminance(transmitted));
-    probabilities[Diffuse] = Luminance(diffuse);
+        dielectric * (Luminance(reflected) + std::max(0.0f, inside) * Luminance(transmitted));
+    probabilities[Upper] += Luminance(diffuse) + Luminance(metalMultiple) * lossOfMetal;
     float sum = 0;
     for (const float probability : probabilities)
         sum += probability;
@@ -59,28 +149,63 @@ Bsdf::Bsdf(const SurfaceProperties& surface, const V3f& wo, bool isInside)
         probability = sum > 0 ? probability / sum : 0;
 }
 
-float Bsdf::coatFresnel(float cosine) const {
-    return FresnelDielectric(cosine, kCoatIor);
-}
-
-/// The single-scattering model loses the light that hits several facets. It is given back as in
-/// Turquin, "Practical multiple scattering compensation for microfacet models", 2019.
-Color Bsdf::metalFresnel(float cosine) const {
-    const float singleScattering = std::max(AlbedoOfPerfectFacets(wo.z, surface.alpha), 1e-3f);
-    const Color compensation =
-        Color(1, 1, 1) + surface.baseColor * ((1 - singleScattering) / singleScattering);
-    return FresnelMetal(cosine, surface.baseColor) * compensation;
-}
+// Fresnel and albedos -----------------------------------------------------------------------------
 
 float Bsdf::dielectricFresnel(float cosine) const {
-    return std::abs(ior - 1) < kMinIorDifference ? 0 : FresnelDielectric(cosine, ior);
+    return isMatched() ? 0 : FresnelDielectric(cosine, ior);
+}
+
+/// Changes the Fresnel reflectance of the dielectric at normal incidence by specularColor, and the
+/// whole by specular. Total internal reflection has nowhere else to go and stays as it is.
+Color Bsdf::dielectricReflectance(float fresnel) const {
+    if (fresnel >= 1 || facing >= 1) return Color(fresnel);
+    const float towardsGrazing = (fresnel - facing) / (1 - facing);
+    const Color facingColor = surface.specularColor * facing;
+    Color result;
+    for (int i = 0; i < 3; ++i)
+        result[i] =
+            surface.specular * Clamp01(Mix(std::min(facingColor[i], 1.0f), 1, towardsGrazing));
+    return result;
 }
 
 /// The probability of sampling the reflection, not the transmission, of the dielectric.
-float Bsdf::reflectionProbability(float fresnel) const {
-    const float reflected = fresnel * Luminance(surface.specular);
-    const float through = (1 - fresnel) * Luminance(transmitted);
+float Bsdf::reflectionProbability(const Color& reflectance) const {
+    const float reflected = Luminance(reflectance);
+    const float through = (1 - Largest(reflectance)) * Luminance(transmitted);
     return reflected + through > 0 ? reflected / (reflected + through) : 1;
+}
+
+/// The albedo of the reflection of single facets. The reflectance is linear in that of
+/// FresnelDielectric(), and so is the albedo. A cosine below 0 asks for the mean of all directions.
+Color Bsdf::dielectricAlbedo(float cosine) const {
+    if (isMatched()) return {0, 0, 0};
+    const float alpha = facets.meanAlpha();
+    if (isInside) return Color(dielectricFresnel(cosine)); // only chooses lobes
+    const bool isMean = cosine < 0;
+    const float perfect = facets.isSpecular() ? 1
+                          : isMean            ? MeanAlbedoOfPerfectFacets(alpha)
+                                              : AlbedoOfPerfectFacets(cosine, alpha);
+    const float own =
+        isMean ? MeanAlbedoOfDielectric(alpha, ior) : AlbedoOfDielectric(cosine, alpha, ior);
+    const float towardsGrazing = facing < 1 ? (own - facing * perfect) / (1 - facing) : 0;
+    Color result;
+    for (int i = 0; i < 3; ++i) {
+        const float least = std::min(surface.specularColor[i] * facing, 1.0f);
+        result[i] = surface.specular * Clamp01(least * perfect + (1 - least) * towardsGrazing);
+    }
+    return result;
+}
+
+/// The albedo of single facets of the clear dielectric, reflection and transmission together, for
+/// light on the side of `wo` or on the other one.
+float Bsdf::clearAlbedo(float cosine, bool isOtherSide) const {
+    const float alpha = facets.meanAlpha();
+    if (surface.isThin) return AlbedoOfPerfectFacets(cosine, alpha);
+    return TotalAlbedoOfDielectric(cosine, alpha, isOtherSide ? 1 / ior : ior);
+}
+
+bool Bsdf::isMatched() const {
+    return std::abs(ior - 1) < kMinIorDifference;
 }
 
 bool Bsdf::isSpecular(Lobe lobe) const {
@@ -90,14 +215,14 @@ bool Bsdf::isSpecular(Lobe lobe) const {
     case Metal:
         return facets.isSpecular();
     case Dielectric:
-        return facets.isSpecular() || std::abs(ior - 1) < kMinIorDifference;
+        return facets.isSpecular() || isMatched();
     default:
         return false;
     }
 }
 
 bool Bsdf::isSpecular() const {
-    for (const Lobe lobe : {Coat, Metal, Dielectric, Diffuse})
+    for (const Lobe lobe : {Coat, Sheens, Metal, Dielectric, Upper, Lower})
         if (probabilities[lobe] > 0 && !isSpecular(lobe)) return false;
     return true;
 }
@@ -105,82 +230,122 @@ bool Bsdf::isSpecular() const {
 // Evaluating --------------------------------------------------------------------------------------
 
 Bsdf::Value Bsdf::evaluate(const V3f& wi) const {
+    if (!(wo.z > 0) || wi.z == 0) return {};
+    const bool isReflected = (wi ^ geometricNormal) > 0;
+    Value sum = evaluateSide(wi, isReflected);
+    if (!isTilted) return sum;
+    // The light that the shading normal sends through the geometric surface is mirrored by it.
+    const Value mirrored = evaluateSide(Mirrored(wi, geometricNormal), isReflected);
+    sum.timesCosine += mirrored.timesCosine;
+    sum.pdf += mirrored.pdf;
+    return sum;
+}
+
+/// The lobes that reflect or those that transmit.
+Bsdf::Value Bsdf::evaluateSide(const V3f& wi, bool isReflected) const {
     Value sum;
     const auto add = [&](Lobe lobe, const Value& value) {
         sum.timesCosine += value.timesCosine;
         sum.pdf += value.pdf * probabilities[lobe];
     };
-    if (!(wo.z > 0) || wi.z == 0) return sum;
-    if (wi.z > 0 && coat > 0 && !isSpecular(Coat)) {
-        const float cosine = wo ^ Normalized(wo + wi, kUp);
-        add(Coat, evaluateReflection(coatFacets, wi, Color(coat * coatFresnel(cosine))));
+    if (!isReflected) {
+        if (!(wi.z < 0) || IsBlack(transmitted)) return sum;
+        if (!isSpecular(Dielectric)) add(Dielectric, evaluateTransmission(wi));
+        if (probabilities[Lower] > 0) add(Lower, evaluateLower(wi));
+        return sum;
     }
-    if (wi.z > 0 && metal > 0 && !isSpecular(Metal)) add(Metal, evaluateMetal(wi));
-    if (dielectric > 0 && !isSpecular(Dielectric)) add(Dielectric, evaluateDielectric(wi));
-    if (wi.z > 0) add(Diffuse, evaluateDiffuse(wi));
+    if (coat > 0 && !isSpecular(Coat)) add(Coat, evaluateCoat(coatFrame.toLocal(wi)));
+    if (!(wi.z > 0)) return sum;
+    if (!IsBlack(sheenWeight))
+        add(Sheens, {sheenWeight * sheen.timesCosine(wo, wi), 1 / (2 * kPi)});
+    if (metal > 0 && !isSpecular(Metal)) add(Metal, evaluateMetal(wi));
+    if (dielectric > 0 && !isSpecular(Dielectric)) add(Dielectric, evaluateReflection(wi));
+    if (probabilities[Upper] > 0) add(Upper, evaluateUpper(wi));
     return sum;
 }
 
-/// The Torrance-Sparrow model: D G F / (4 cos cos), times the cosine of wi, where `weight` holds F.
-Bsdf::Value Bsdf::evaluateReflection(const GgxFacets& ggx, const V3f& wi,
-                                     const Color& weight) const {
-    const V3f facet = Normalized(wo + wi, kUp);
-    const float cosine = wo ^ facet;
-    if (!(cosine > 0)) return {};
-    const float model = ggx.density(facet) * ggx.maskingShadowing(wo, wi) / (4 * wo.z);
-    return {weight * model, ggx.visiblePdf(wo, facet) / (4 * cosine)};
+/// `wi` is in the coat's frame.
+Bsdf::Value Bsdf::evaluateCoat(const V3f& wi) const {
+    if (!(wi.z > 0)) return {};
+    const float fresnel = FresnelDielectric(CosineToFacet(coatOut, wi), kCoatIor);
+    return Reflection(coatFacets, coatOut, wi, Color(coat * fresnel));
 }
 
 Bsdf::Value Bsdf::evaluateMetal(const V3f& wi) const {
-    const float cosine = wo ^ Normalized(wo + wi, kUp);
-    return evaluateReflection(facets, wi, metalFresnel(cosine) * metal);
+    const Color fresnel = FresnelMetal(CosineToFacet(wo, wi), surface.baseColor);
+    return Reflection(facets, wo, wi, fresnel * metal);
 }
 
-Bsdf::Value Bsdf::evaluateDielectric(const V3f& wi) const {
-    if (wi.z < 0) return evaluateTransmission(wi);
-    const float fresnel = dielectricFresnel(wo ^ Normalized(wo + wi, kUp));
-    Value value = evaluateReflection(facets, wi, surface.specular * (fresnel * dielectric));
-    value.pdf *= reflectionProbability(fresnel);
+Bsdf::Value Bsdf::evaluateReflection(const V3f& wi) const {
+    const Color reflectance = dielectricReflectance(dielectricFresnel(CosineToFacet(wo, wi)));
+    Value value = Reflection(facets, wo, wi, reflectance * dielectric);
+    value.pdf *= reflectionProbability(reflectance);
     return value;
 }
 
-/// Walter et al., "Microfacet Models for Refraction through Rough Surfaces", EGSR 2007.
+/// Walter et al., "Microfacet Models for Refraction through Rough Surfaces", EGSR 2007. A thin
+/// sheet transmits as it reflects, to the other side.
 Bsdf::Value Bsdf::evaluateTransmission(const V3f& wi) const {
-    if (IsBlack(transmitted)) return {};
+    if (surface.isThin) {
+        const V3f above(wi.x, wi.y, -wi.z);
+        const Color reflectance =
+            dielectricReflectance(dielectricFresnel(CosineToFacet(wo, above)));
+        Value value =
+            Reflection(facets, wo, above, transmitted * (dielectric * (1 - Largest(reflectance))));
+        value.pdf *= 1 - reflectionProbability(reflectance);
+        return value;
+    }
     V3f facet = Normalized(wo + wi * ior, kUp);
     if (facet.z < 0) facet = -facet;
     const float cosineOut = wo ^ facet;
     const float cosineIn = wi ^ facet;
     if (!(cosineOut > 0) || !(cosineIn < 0)) return {};
-    const float fresnel = dielectricFresnel(cosineOut);
+    const Color reflectance = dielectricReflectance(dielectricFresnel(cosineOut));
     const float denominator = cosineOut + ior * cosineIn;
     // The Jacobian from normals of facets to refracted directions.
     const float jacobian = -cosineIn * ior * ior / (denominator * denominator);
     const float model =
         facets.density(facet) * facets.maskingShadowing(wo, wi) * cosineOut * jacobian / wo.z;
-    return {transmitted * ((1 - fresnel) * dielectric * model),
-            facets.visiblePdf(wo, facet) * jacobian * (1 - reflectionProbability(fresnel))};
+    return {transmitted * ((1 - Largest(reflectance)) * dielectric * model),
+            facets.visiblePdf(wo, facet) * jacobian * (1 - reflectionProbability(reflectance))};
 }
 
-Bsdf::Value Bsdf::evaluateDiffuse(const V3f& wi) const {
-    return {diffuse * (wi.z / kPi), wi.z / kPi};
+Bsdf::Value Bsdf::evaluateUpper(const V3f& wi) const {
+    const float cosine = wi.z / kPi;
+    Color sum(0, 0, 0);
+    if (!IsBlack(diffuse)) sum += diffuse * Loss(Largest(dielectricAlbedo(wi.z)));
+    if (!IsBlack(metalMultiple))
+        sum += metalMultiple * Loss(AlbedoOfPerfectFacets(wi.z, facets.meanAlpha()));
+    if (clearMultiple > 0) sum += Color(clearMultiple * Loss(clearAlbedo(wi.z, false)));
+    return {sum * cosine, cosine};
+}
+
+Bsdf::Value Bsdf::evaluateLower(const V3f& wi) const {
+    const float cosine = -wi.z / kPi;
+    return {clearMultipleBelow * (Loss(clearAlbedo(-wi.z, true)) * cosine), cosine};
 }
 
 // Sampling ----------------------------------------------------------------------------------------
 
 Bsdf::Sample Bsdf::sample(float choice, const V2f& u) const {
     int lobe = 0;
-    while (lobe < Diffuse && choice >= probabilities[lobe])
+    while (lobe < Lobes - 1 && choice >= probabilities[lobe])
         choice -= probabilities[lobe++];
+    while (lobe > 0 && !(probabilities[lobe] > 0))
+        --lobe; // rounding may leave a rest behind the last lobe
     const float probability = probabilities[lobe];
     if (!(probability > 0)) return {};
-    const float rest = std::min(choice / probability, 0x1.fffffep-1f);
+    const float rest = std::clamp(choice / probability, 0.0f, 0x1.fffffep-1f);
     Sample sample;
     if (isSpecular(Lobe(lobe))) {
-        sample = sampleSpecular(Lobe(lobe), rest);
+        Direction direction;
+        sample = sampleSpecular(Lobe(lobe), rest, direction);
+        sample.wi = onItsSide(direction);
         sample.weight /= probability;
     } else {
-        sample.wi = sampleDirection(Lobe(lobe), rest, u);
+        const Direction direction = sampleDirection(Lobe(lobe), rest, u);
+        if (direction.wi == V3f(0)) return {};
+        sample.wi = onItsSide(direction);
         const Value value = evaluate(sample.wi);
         if (!(value.pdf > 0) || !std::isfinite(value.pdf)) return {};
         sample.weight = value.timesCosine / value.pdf;
@@ -189,40 +354,65 @@ Bsdf::Sample Bsdf::sample(float choice, const V2f& u) const {
     return IsFinite(sample.weight) ? sample : Sample{};
 }
 
+V3f Bsdf::onItsSide(const Direction& direction) const {
+    const bool isAbove = (direction.wi ^ geometricNormal) > 0;
+    if (!isTilted || isAbove == direction.isReflected) return direction.wi;
+    return Mirrored(direction.wi, geometricNormal);
+}
+
 /// Samples a specular lobe. The weight is not yet divided by the probability of the lobe.
-Bsdf::Sample Bsdf::sampleSpecular(Lobe lobe, float choice) const {
+Bsdf::Sample Bsdf::sampleSpecular(Lobe lobe, float choice, Direction& direction) const {
     Sample sample;
-    sample.wi = Reflected(wo, kUp);
+    direction.wi = Reflected(wo, kUp);
     if (lobe == Coat) {
-        sample.weight = Color(coat * coatFresnel(wo.z));
+        direction.wi = coatFrame.toWorld(Reflected(coatOut, kUp));
+        sample.weight = Color(coat * FresnelDielectric(coatOut.z, kCoatIor));
     } else if (lobe == Metal) {
-        sample.weight = metalFresnel(wo.z) * metal;
+        sample.weight = FresnelMetal(wo.z, surface.baseColor) * metal;
     } else {
-        const float fresnel = dielectricFresnel(wo.z);
-        const float probability = reflectionProbability(fresnel);
-        const bool isReflected = choice < probability;
-        sample.weight = isReflected
-                            ? surface.specular * (dielectric * fresnel / probability)
-                            : transmitted * (dielectric * (1 - fresnel) / (1 - probability));
-        const float refractiveIor = std::abs(ior - 1) < kMinIorDifference ? 1 : ior;
-        if (!isReflected) sample.wi = Refracted(wo, kUp, refractiveIor);
+        const Color reflectance = dielectricReflectance(dielectricFresnel(wo.z));
+        const float probability = reflectionProbability(reflectance);
+        direction.isReflected = choice < probability;
+        if (direction.isReflected) {
+            sample.weight = reflectance * (dielectric / probability);
+        } else {
+            sample.weight =
+                transmitted * (dielectric * (1 - Largest(reflectance)) / (1 - probability));
+            direction.wi = surface.isThin || isMatched() ? V3f(0) - wo : Refracted(wo, kUp, ior);
+        }
     }
     return sample;
 }
 
-/// Samples a lobe that is not specular: the diffuse one in proportion to the cosine (Malley's
-/// method), the others by GGX visible normals. The null vector if the sample is invalid.
-V3f Bsdf::sampleDirection(Lobe lobe, float choice, const V2f& u) const {
-    if (lobe == Diffuse) {
-        const float r = std::sqrt(u.x);
-        const float phi = 2 * kPi * u.y;
-        return {r * std::cos(phi), r * std::sin(phi), std::sqrt(std::max(0.0f, 1 - u.x))};
+/// Samples a lobe that is not specular. The null vector if the sample is invalid.
+Bsdf::Direction Bsdf::sampleDirection(Lobe lobe, float choice, const V2f& u) const {
+    switch (lobe) {
+    case Coat: {
+        const V3f wi = Reflected(coatOut, coatFacets.sampleVisible(coatOut, u));
+        return {wi.z > 0 ? coatFrame.toWorld(wi) : V3f(0), true};
     }
-    const V3f facet = (lobe == Coat ? coatFacets : facets).sampleVisible(wo, u);
-    const bool isReflected =
-        lobe != Dielectric || choice < reflectionProbability(dielectricFresnel(wo ^ facet));
-    const V3f wi = isReflected ? Reflected(wo, facet) : Refracted(wo, facet, ior);
-    return (wi.z > 0) == isReflected ? wi : V3f(0);
+    case Sheens:
+        return {SampleHemisphere(u), true};
+    case Metal: {
+        const V3f wi = Reflected(wo, facets.sampleVisible(wo, u));
+        return {wi.z > 0 ? wi : V3f(0), true};
+    }
+    case Dielectric:
+        return sampleDielectric(choice, u);
+    case Upper:
+        return {SampleCosine(u), true};
+    default:
+        return {SampleCosine(u) * V3f(1, 1, -1), false};
+    }
+}
+
+Bsdf::Direction Bsdf::sampleDielectric(float choice, const V2f& u) const {
+    const V3f facet = facets.sampleVisible(wo, u);
+    const Color reflectance = dielectricReflectance(dielectricFresnel(wo ^ facet));
+    const bool isReflected = choice < reflectionProbability(reflectance);
+    V3f wi = Reflected(wo, facet);
+    if (!isReflected) wi = surface.isThin ? wi * V3f(1, 1, -1) : Refracted(wo, facet, ior);
+    return {(wi.z > 0) == isReflected && wi.z != 0 ? wi : V3f(0), isReflected};
 }
 
 } // namespace lantern

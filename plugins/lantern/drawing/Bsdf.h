@@ -5,29 +5,57 @@
 
 #include "SceneData.h"
 #include "drawing/Microfacets.h"
+#include "drawing/Numbers.h"
+#include "drawing/Sheen.h"
 
 namespace lantern {
 
 /// The material at one point of a surface. Weights and colors are from 0 to 1.
 struct SurfaceProperties {
     Color baseColor{0.8f, 0.8f, 0.8f};
-    Color specular{1, 1, 1}; ///< weight of the reflection of a dielectric
+    float specular = 1;           ///< weight of the reflection of a dielectric
+    Color specularColor{1, 1, 1}; ///< of that reflection at normal incidence; may be more than 1
     float metalness = 0;
-    float alpha = 0.25f; ///< the GGX parameter
+    float alpha = 0.25f;  ///< the GGX parameter
+    float anisotropy = 0; ///< makes alpha larger along X
     float ior = 1.5f;
     float transmission = 0;
+    bool isThin = false; ///< a sheet that does not refract
     float coat = 0;
     float coatAlpha = 0.01f;
+    Color sheenColor{0, 0, 0};
+    float sheenAlpha = 0.09f;
+    Color extinction{0, 0, 0}; ///< of the inside, per unit of length
+
+    /// Whether light goes on inside of the shape.
+    bool hasInside() const { return transmission > 0 && !isThin; }
+};
+
+/// The directions at a point, in local space: +Z is the shading normal and X the tangent. All are
+/// on the side of `wo`, and `wo` is above the geometric surface.
+struct ShadingDirections {
+    V3f wo{0, 0, 1};
+    V3f geometricNormal{0, 0, 1};
+    V3f coatNormal{0, 0, 1};
 };
 
 /// The scattering at one point for one outgoing direction. Directions are in local space and point
-/// away from the surface; +Z is the normal on the side of `wo`.
+/// away from the surface.
 ///
-/// The layers from top to bottom: a clear coat; a metal or a dielectric; below the interface of the
-/// dielectric a diffuse base, or its clear inside, which rays enter from outside and leave from
-/// inside, so that a transparent shape should be closed. The albedo of an upper layer is what the
-/// lower ones lose. Radiance is not scaled by the squared index of refraction where a path enters a
-/// medium, because the scaling would be undone where it leaves.
+/// The layers from top to bottom: a clear coat; sheen; a metal or a dielectric; below the interface
+/// of the dielectric a diffuse base, or its clear inside, which rays enter from outside and leave
+/// from inside, so that a transparent shape should be closed. The albedo of an upper layer for `wo`
+/// is what the lower ones lose: each lobe is reciprocal, but not the layering. Radiance is not
+/// scaled by the squared index of refraction where a path enters a medium, because the scaling
+/// would be undone where it leaves.
+///
+/// Microfacets lose the light that hits several of them. It is added as a lobe of its own: Kulla
+/// and Conty, "Revisiting Physically Based Shading at Imageworks", SIGGRAPH 2017 course "Physically
+/// Based Shading".
+///
+/// A shading normal that is not the geometric one would reflect some light into the surface. That
+/// light is mirrored back by the geometric surface, much as the tangent facets do in Schuessler et
+/// al., "Microfacet-based Normal Mapping for Robust Monte Carlo Path Tracing", SIGGRAPH Asia 2017.
 class Bsdf {
 public:
     /// The BSDF times the cosine of `wi`, and the density with which sample() chooses `wi`, per
@@ -43,7 +71,7 @@ public:
     };
 
     /// `isInside`: `wo` is inside of the dielectric.
-    Bsdf(const SurfaceProperties& surface, const V3f& wo, bool isInside);
+    Bsdf(const SurfaceProperties& surface, const ShadingDirections& directions, bool isInside);
 
     Value evaluate(const V3f& wi) const;
     /// `choice` and `u` are uniform in [0, 1).
@@ -53,34 +81,63 @@ public:
     bool isSpecular() const;
 
 private:
-    enum Lobe { Coat, Metal, Dielectric, Diffuse, Lobes }; // Dielectric: reflected or transmitted
+    /// Dielectric: reflected or transmitted by single facets. Upper and Lower: in proportion to the
+    /// cosine on the side of `wo` and on the other one.
+    enum Lobe { Coat, Sheens, Metal, Dielectric, Upper, Lower, Lobes };
 
-    Value evaluateReflection(const GgxFacets& ggx, const V3f& wi, const Color& weight) const;
+    struct Direction {
+        V3f wi{0, 0, 0};
+        bool isReflected = true;
+    };
+
+    void setUpper();
+    void setClear();
+    void setProbabilities();
+
+    Value evaluateSide(const V3f& wi, bool isReflected) const;
+    Value evaluateCoat(const V3f& wi) const;
     Value evaluateMetal(const V3f& wi) const;
-    Value evaluateDielectric(const V3f& wi) const;
+    Value evaluateReflection(const V3f& wi) const;
     Value evaluateTransmission(const V3f& wi) const;
-    Value evaluateDiffuse(const V3f& wi) const;
+    Value evaluateUpper(const V3f& wi) const;
+    Value evaluateLower(const V3f& wi) const;
 
-    Sample sampleSpecular(Lobe lobe, float choice) const;
-    V3f sampleDirection(Lobe lobe, float choice, const V2f& u) const;
+    Sample sampleSpecular(Lobe lobe, float choice, Direction& direction) const;
+    Direction sampleDirection(Lobe lobe, float choice, const V2f& u) const;
+    Direction sampleDielectric(float choice, const V2f& u) const;
+    /// Mirrors a direction that is on the wrong side of the geometric surface.
+    V3f onItsSide(const Direction& direction) const;
 
     bool isSpecular(Lobe lobe) const;
-    float coatFresnel(float cosine) const;
-    Color metalFresnel(float cosine) const;
+    bool isMatched() const;
     float dielectricFresnel(float cosine) const;
-    float reflectionProbability(float fresnel) const;
+    Color dielectricReflectance(float fresnel) const;
+    float reflectionProbability(const Color& reflectance) const;
+    Color dielectricAlbedo(float cosine) const;
+    float clearAlbedo(float cosine, bool isOtherSide) const;
 
     SurfaceProperties surface;
     V3f wo;
-    float ior; // of the other side of the interface, relative to this one
+    V3f geometricNormal;
+    bool isInside;
+    bool isTilted; // the shading normal is not the geometric one
+    float ior;     // of the other side of the interface, relative to this one
+    float facing;  // the Fresnel reflectance at normal incidence
     GgxFacets facets;
     GgxFacets coatFacets;
+    Sheen sheen;
+    Frame coatFrame;
+    V3f coatOut; // wo in the coat's frame
     // The weights of the lobes.
     float coat = 0;
+    Color sheenWeight{0, 0, 0};
     float metal = 0;
     float dielectric = 0;
-    Color transmitted{0, 0, 0}; // of the part that the dielectric does not reflect
-    Color diffuse{0, 0, 0};
+    Color transmitted{0, 0, 0};   // of the light that the dielectric does not reflect
+    Color diffuse{0, 0, 0};       // times the share of `wi` that enters
+    Color metalMultiple{0, 0, 0}; // times the loss of `wi`; and so on
+    float clearMultiple = 0;
+    Color clearMultipleBelow{0, 0, 0};
     std::array<float, Lobes> probabilities{};
 };
 

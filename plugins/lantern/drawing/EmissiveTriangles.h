@@ -9,9 +9,9 @@
 
 namespace lantern {
 
-/// The triangles of the scene's meshes whose materials emit light, as lights to sample. Spheres are
-/// left out, and so are meshes beyond a total of 2^22 triangles: paths find their light only when
-/// they hit them. Safe from several threads at once.
+/// The triangles of the scene's meshes whose materials emit light, as lights to sample. Meshes
+/// beyond a total of 2^22 triangles are left out: paths find their light only when they hit them.
+/// Safe from several threads at once.
 class EmissiveTriangles {
 public:
     /// Refers to both.

@@ -59,6 +59,26 @@ inline float SolidAngleOfCone(float oneMinusCosHalfAngle) {
     return 2 * kPi * oneMinusCosHalfAngle;
 }
 
+/// Shadow rays end a little before the light, so that an emissive surface does not shadow itself.
+constexpr float kShadowRayShare = 1 - 0x1p-12f;
+
+/// 1 - cos of the half angle that a sphere subtends; 0 for a point inside of it. With the sine
+/// s = radius / distance this is 1 - sqrt(1 - s^2), written without cancellation.
+inline float OneMinusCosOfSphere(float radius, float distance) {
+    if (!(distance > radius)) return 0;
+    const float sine = radius / distance;
+    const float sine2 = sine * sine;
+    return sine2 / (1 + std::sqrt(1 - sine2));
+}
+
+/// The distance in a direction to the front of a sphere that the direction meets: to the foot of
+/// the perpendicular from the center, and back by half of the chord.
+inline float DistanceToSphere(const V3f& toCenter, float radius, const V3f& direction) {
+    const float toFoot = direction ^ toCenter;
+    const float offAxis2 = std::max(0.0f, toCenter.length2() - toFoot * toFoot);
+    return toFoot - std::sqrt(std::max(0.0f, radius * radius - offAxis2));
+}
+
 } // namespace lantern
 
 #endif

@@ -8,9 +8,6 @@
 namespace lantern {
 namespace {
 
-/// Shadow rays end a little before the light, so that an emissive triangle does not shadow itself.
-constexpr float kShadowRayShare = 1 - 0x1p-12f;
-
 /// Smooth Hermite interpolation from 0 to 1.
 float SmoothStep(float from, float to, float value) {
     if (!(to > from)) return value >= to ? 1.0f : 0.0f;
@@ -30,19 +27,10 @@ float SolidAnglePdf(float area, float distance, float cosine) {
     return projectedArea > 0 ? distance * distance / projectedArea : 0;
 }
 
-/// 1 - cos of the half angle that a sphere subtends; 0 for a point inside of it. With the sine
-/// s = radius / distance this is 1 - sqrt(1 - s^2), written without cancellation.
-float OneMinusCosOfSphere(float radius, float distance) {
-    if (!(distance > radius)) return 0;
-    const float sine = radius / distance;
-    const float sine2 = sine * sine;
-    return sine2 / (1 + std::sqrt(1 - sine2));
-}
-
 } // namespace
 
 LocalLights::LocalLights(const SceneData& scene, const Materials& materials)
-    : triangles(scene, materials) {
+    : triangles(scene, materials), emissiveSpheres(scene, materials) {
     for (const Light& light : scene.lights) {
         if (const auto* point = std::get_if<PointLight>(&light)) addLamp(*point);
         if (const auto* area = std::get_if<AreaLight>(&light)) addPanel(*area);
@@ -89,6 +77,7 @@ std::vector<float> LocalLights::powers() const {
     for (const LightPanel& panel : panels)
         powers.push_back(Luminance(panel.radiance) * panel.area * kPi);
     powers.insert(powers.end(), triangles.powers().begin(), triangles.powers().end());
+    powers.insert(powers.end(), emissiveSpheres.powers().begin(), emissiveSpheres.powers().end());
     return powers;
 }
 
@@ -104,8 +93,11 @@ LightSample LocalLights::sample(const V3f& from, float time, float choice, const
         sample = sampleLamp(lamps[chosen], from, u);
     } else if ((chosen -= lamps.size()) < panels.size()) {
         sample = samplePanel(panels[chosen], from, u);
+    } else if ((chosen -= panels.size()) < triangles.powers().size()) {
+        sample = sampleTriangle(static_cast<Index>(chosen), from, time, u);
     } else {
-        sample = sampleTriangle(static_cast<Index>(chosen - panels.size()), from, time, u);
+        const auto sphere = static_cast<Index>(chosen - triangles.powers().size());
+        sample = emissiveSpheres.sample(sphere, from, time, u);
     }
     sample.pdf *= probability;
     return sample;
@@ -145,12 +137,7 @@ LightSample LocalLights::sampleLamp(const Lamp& lamp, const V3f& from, const V2f
     }
     const float oneMinusCos = OneMinusCosOfSphere(lamp.radius, distance);
     sample.direction = SampleCone(sample.direction, oneMinusCos, u);
-    // The distance to the front of the sphere: to the foot of the perpendicular from the center,
-    // and back by half of the chord.
-    const float toFoot = sample.direction ^ toCenter;
-    const float offAxis2 = std::max(0.0f, distance * distance - toFoot * toFoot);
-    const float halfChord = std::sqrt(std::max(0.0f, lamp.radius * lamp.radius - offAxis2));
-    sample.distance = (toFoot - halfChord) * kShadowRayShare;
+    sample.distance = DistanceToSphere(toCenter, lamp.radius, sample.direction) * kShadowRayShare;
     sample.radiance = sphereRadianceTowards(lamp, from);
     sample.pdf = 1 / SolidAngleOfCone(oneMinusCos);
     return sample;
@@ -215,12 +202,20 @@ Color LocalLights::radianceOfSphere(std::size_t which, const Ray& ray, float bsd
 
 float LocalLights::weightOfEmission(const Ray& ray, const RayHit& hit, const HitGeometry& geometry,
                                     float bsdfPdf) const {
-    const Index triangle = triangles.indexOf(hit);
-    if (!(bsdfPdf > 0) || triangle == kNone) return 1;
-    const float area = triangles.area(hit, ray.time);
-    const float lightPdf = SolidAnglePdf(area, hit.distance, ray.direction ^ geometry.normal) *
-                           choices.probability(lamps.size() + panels.size() + triangle);
-    return WeightOfBsdfSample(bsdfPdf, lightPdf);
+    if (!(bsdfPdf > 0)) return 1;
+    const std::size_t firstTriangle = lamps.size() + panels.size();
+    if (const Index triangle = triangles.indexOf(hit); triangle != kNone) {
+        const float area = triangles.area(hit, ray.time);
+        const float lightPdf = SolidAnglePdf(area, hit.distance, ray.direction ^ geometry.normal);
+        return WeightOfBsdfSample(bsdfPdf,
+                                  lightPdf * choices.probability(firstTriangle + triangle));
+    }
+    if (const Index sphere = emissiveSpheres.indexOf(hit); sphere != kNone) {
+        const std::size_t light = firstTriangle + triangles.powers().size() + sphere;
+        return WeightOfBsdfSample(bsdfPdf,
+                                  emissiveSpheres.pdf(ray, hit) * choices.probability(light));
+    }
+    return 1;
 }
 
 } // namespace lantern

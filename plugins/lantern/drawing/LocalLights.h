@@ -7,6 +7,7 @@
 #include "SceneData.h"
 #include "drawing/CameraRays.h"
 #include "drawing/Distribution.h"
+#include "drawing/EmissiveSpheres.h"
 #include "drawing/EmissiveTriangles.h"
 #include "drawing/LightSampling.h"
 #include "drawing/LightShapes.h"
@@ -14,7 +15,7 @@
 
 namespace lantern {
 
-/// The lights at finite distances: point, spot and area lights and emissive triangles. Safe from
+/// The lights at finite distances: point, spot and area lights and emissive surfaces. Safe from
 /// several threads at once.
 ///
 /// Spheres and panels of lights are not part of the scene's geometry. A ray that passes through one
@@ -66,7 +67,8 @@ private:
     std::vector<LightSphere> spheres; // of the lamps that have one
     std::vector<LightPanel> panels;
     EmissiveTriangles triangles;
-    Distribution choices; // the lamps, then the panels, then the triangles
+    EmissiveSpheres emissiveSpheres;
+    Distribution choices; // the lamps, then the panels, the triangles and the emissive spheres
     std::unique_ptr<LightShapes> shapes;
 };
 

@@ -31,6 +31,16 @@ Color NonNegative(const Color& color) {
     return {nonNegative(color.x), nonNegative(color.y), nonNegative(color.z)};
 }
 
+/// The Beer-Lambert coefficient of a medium that has this color after that distance.
+Color Extinction(const Color& color, float distance) {
+    constexpr float kLeast = 1e-4f; // black would be infinitely dense
+    if (!(distance > 0) || !std::isfinite(distance)) return {0, 0, 0};
+    Color result;
+    for (int i = 0; i < 3; ++i)
+        result[i] = -std::log(std::clamp(color[i], kLeast, 1.0f)) / distance;
+    return result;
+}
+
 } // namespace
 
 Materials::Materials(const SceneData& scene, const Textures& textures)
@@ -70,20 +80,40 @@ float Materials::opacity(const RayHit& hit, bool isFromInside) const {
     return opacity;
 }
 
-void Materials::applyNormalMap(const RayHit& hit, float time, HitGeometry& geometry) const {
+V3f Materials::mappedNormal(MaterialInput input, const RayHit& hit, float time,
+                            const HitGeometry& geometry) const {
     const Material& material = materialAt(hit.instance, hit.primitive);
-    if (!IsFed(material, MaterialInput::Normal, textures)) return;
-    V3f alongS, alongT;
-    if (!TangentsAt(scene, hit, time, material.normalUvSet, geometry.normal, alongS, alongT))
-        return;
-    const Color encoded =
-        ShadingPoint(scene, textures, hit, material).color(MaterialInput::Normal, {0.5f, 0.5f, 1});
-    const V3f bent = encoded * 2.0f - V3f(1);
     const V3f normal = geometry.shadingNormal;
+    V3f alongS, alongT;
+    if (!IsFed(material, input, textures) ||
+        !TangentsAt(scene, hit, time, material.normalUvSet, geometry.normal, alongS, alongT))
+        return normal;
+    const Color encoded =
+        ShadingPoint(scene, textures, hit, material).color(input, {0.5f, 0.5f, 1});
+    const V3f bent = encoded * 2.0f - V3f(1);
+    const float scale =
+        input == MaterialInput::Normal ? material.normalScale : material.coatNormalScale;
     const V3f s = Normalized(alongS - normal * (alongS ^ normal), V3f(0));
     const V3f t = Normalized(alongT - normal * (alongT ^ normal), V3f(0));
-    geometry.shadingNormal =
-        Normalized((s * bent.x + t * bent.y) * material.normalScale + normal * bent.z, normal);
+    return Normalized((s * bent.x + t * bent.y) * scale + normal * bent.z, normal);
+}
+
+Frame Materials::frameAt(const RayHit& hit, float time, const V3f& normal) const {
+    using Input = MaterialInput;
+    const Frame any = FrameAround(normal);
+    const Material& material = materialAt(hit.instance, hit.primitive);
+    const bool isIsotropic =
+        !(material.anisotropy > 0) && material[Input::Anisotropy].step == kNone;
+    V3f alongS, alongT;
+    if (isIsotropic || !TangentsAt(scene, hit, time, material.normalUvSet, normal, alongS, alongT))
+        return any;
+    const float turn = ShadingPoint(scene, textures, hit, material)
+                           .number(Input::AnisotropyRotation, material.anisotropyRotation);
+    const V3f s = Normalized(alongS - normal * (alongS ^ normal), any.x);
+    const V3f t = alongT - normal * (alongT ^ normal);
+    const V3f up = (normal % s) * ((normal % s ^ t) < 0 ? -1.0f : 1.0f); // mirrored coordinates
+    const V3f x = s * std::cos(turn) + up * std::sin(turn);
+    return {x, normal % x, normal};
 }
 
 SurfaceProperties Materials::surfaceAt(const RayHit& hit) const {
@@ -93,16 +123,25 @@ SurfaceProperties Materials::surfaceAt(const RayHit& hit) const {
     const float roughness = at.share(Input::Roughness, m.roughness);
     const float coatRoughness = at.share(Input::CoatRoughness, m.coatRoughness);
     const float ior = at.number(Input::Ior, m.ior);
+    const float sheenRoughness = at.share(Input::SheenRoughness, m.sheenRoughness);
     SurfaceProperties result;
     result.baseColor = Clamp01(at.color(Input::BaseColor, m.baseColor));
-    result.specular = Clamp01(at.color(Input::SpecularColor, m.specularColor)) *
-                      at.share(Input::Specular, m.specular);
+    result.specular = at.share(Input::Specular, m.specular);
+    result.specularColor = NonNegative(at.color(Input::SpecularColor, m.specularColor));
     result.metalness = at.share(Input::Metalness, m.metalness);
     result.alpha = roughness * roughness;
+    result.anisotropy = at.share(Input::Anisotropy, m.anisotropy);
     result.ior = ior >= 1 && std::isfinite(ior) ? ior : 1;
     result.transmission = at.share(Input::Transmission, m.transmission);
+    result.isThin = m.thickness == 0; // a texture gives rasterizers the thickness of a solid
     result.coat = at.share(Input::Coat, m.coat);
     result.coatAlpha = coatRoughness * coatRoughness;
+    result.sheenColor = Clamp01(at.color(Input::SheenColor, m.sheenColor));
+    result.sheenAlpha = sheenRoughness * sheenRoughness;
+    if (result.hasInside())
+        result.extinction =
+            Extinction(at.color(Input::AttenuationColor, m.attenuationColor),
+                       at.number(Input::AttenuationDistance, m.attenuationDistance));
     return result;
 }
 

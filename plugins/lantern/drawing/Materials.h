@@ -20,8 +20,11 @@ public:
     bool isOpaque(const Instance& instance) const override;
     float opacity(const RayHit& hit, bool isFromInside) const override;
 
-    /// Changes the shading normal by the material's normal map.
-    void applyNormalMap(const RayHit& hit, float time, HitGeometry& geometry) const;
+    /// The shading normal of the hit, changed by the normal map at an input, Normal or CoatNormal.
+    V3f mappedNormal(MaterialInput input, const RayHit& hit, float time,
+                     const HitGeometry& geometry) const;
+    /// A basis around the normal. X is the tangent of an anisotropic material.
+    Frame frameAt(const RayHit& hit, float time, const V3f& normal) const;
     SurfaceProperties surfaceAt(const RayHit& hit) const;
     /// The emitted radiance.
     Color emission(const RayHit& hit) const;

@@ -1,6 +1,9 @@
 #ifndef LANTERN_DRAWING_MICROFACETS_H
 #define LANTERN_DRAWING_MICROFACETS_H
 
+#include <algorithm>
+#include <cmath>
+
 #include "SceneData.h"
 
 /// Microfacet reflection in local space, where +Z is the normal.
@@ -13,9 +16,16 @@ constexpr float kMinAlpha = 1e-3f;
 class GgxFacets {
 public:
     /// `alpha` is from 0, a mirror, to 1.
-    explicit GgxFacets(float alpha) : alpha(alpha) {}
+    explicit GgxFacets(float alpha) : GgxFacets(alpha, alpha) {}
+    /// Facets whose slopes differ along X and Y.
+    GgxFacets(float alphaX, float alphaY)
+        : isMirror(alphaX < kMinAlpha && alphaY < kMinAlpha),
+          alphaX(isMirror ? alphaX : std::max(alphaX, kMinAlpha)),
+          alphaY(isMirror ? alphaY : std::max(alphaY, kMinAlpha)) {}
 
-    bool isSpecular() const { return alpha < kMinAlpha; }
+    bool isSpecular() const { return isMirror; }
+    /// The alpha of facets with equal slopes that have about the same albedo.
+    float meanAlpha() const { return std::sqrt(alphaX * alphaY); }
 
     /// Samples the normals of the facets that are visible from `wo`, which is above the surface.
     /// Heitz, "Sampling the GGX Distribution of Visible Normals", JCGT 2018.
@@ -33,8 +43,18 @@ public:
 private:
     float lambda(const V3f& direction) const; // Smith's auxiliary function
 
-    float alpha;
+    bool isMirror;
+    float alphaX, alphaY;
 };
+
+/// `direction` mirrored about the normal of a facet.
+inline V3f Reflected(const V3f& direction, const V3f& facet) {
+    return facet * (2 * (direction ^ facet)) - direction;
+}
+
+/// The refracted direction; the null vector for total internal reflection. `ior` is that of the
+/// other side relative to this one.
+V3f Refracted(const V3f& wo, const V3f& facet, float ior);
 
 /// Unpolarized Fresnel reflectance of a dielectric; `ior` is that of the other side relative to
 /// this one. Cook and Torrance, "A Reflectance Model for Computer Graphics", 1982.
@@ -43,11 +63,6 @@ float FresnelDielectric(float cosine, float ior);
 /// Schlick, "An Inexpensive BRDF Model for Physically-based Rendering", 1994; `facing` is the
 /// reflectance at normal incidence.
 Color FresnelMetal(float cosine, const Color& facing);
-
-/// The directional albedo of GGX facets, each of which reflects all light, or reflects as a
-/// dielectric does. Interpolated from tables that the first call fills.
-float AlbedoOfPerfectFacets(float cosine, float alpha);
-float AlbedoOfDielectric(float cosine, float alpha, float ior);
 
 } // namespace lantern
 

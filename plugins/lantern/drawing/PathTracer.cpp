@@ -8,6 +8,7 @@
 #include "drawing/Bsdf.h"
 #include "drawing/HitGeometry.h"
 #include "drawing/Numbers.h"
+#include "drawing/ShadingNormals.h"
 
 namespace lantern {
 namespace {
@@ -32,20 +33,17 @@ std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
 constexpr int kBouncesBeforeRoulette = 3;
 constexpr float kMaxSurvival = 0.95f;     // of a path, in Russian roulette
 constexpr float kLeastPathShare = 0.125f; // finer filters than this add no detail, only work
-constexpr float kMinCosine = 1e-3f;
-
-/// The shading normal, bent towards `wo` where it would face away from it: an interpolated normal
-/// or a normal map may do that at grazing angles.
-V3f NormalTowards(const V3f& wo, const V3f& normal) {
-    const float cosine = wo ^ normal;
-    if (cosine >= kMinCosine) return normal;
-    return Normalized(normal + wo * (kMinCosine - cosine), wo);
-}
 
 /// Scaled down so that no component is above `limit`; 0 means no limit.
 Color Clamped(const Color& color, float limit) {
     const float largest = Largest(color);
     return limit > 0 && largest > limit ? color * (limit / largest) : color;
+}
+
+/// The Beer-Lambert law.
+Color Transmittance(const Color& extinction, float distance) {
+    return {std::exp(-extinction.x * distance), std::exp(-extinction.y * distance),
+            std::exp(-extinction.z * distance)};
 }
 
 } // namespace
@@ -55,13 +53,8 @@ struct PathTracer::Vertex {
     HitGeometry geometry;
     Frame frame; // around the shading normal
     V3f geometricNormal;
-    Bsdf bsdf{{}, V3f(0), false};
-
-    /// Whether the geometric and the shading normal agree on the side of the surface that a
-    /// direction is on. Light must not leak through where they do not.
-    bool isConsistent(const V3f& world, const V3f& local) const {
-        return ((world ^ geometricNormal) > 0) == (local.z > 0);
-    }
+    Color transmittance{1, 1, 1}; // of the inside that the path came through
+    Bsdf bsdf{{}, {}, false};
 };
 
 struct PathTracer::Path {
@@ -120,6 +113,7 @@ PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sa
         }
         Vertex vertex;
         if (!makeVertex(path.ray, hit, vertex)) break;
+        path.throughput *= vertex.transmittance;
         if (depth == 0 && first) describe(path.ray, hit, vertex, *first);
         path.radianceAfter(depth) += path.throughput * emittedRadiance(path, hit, vertex);
         if (depth >= scene.quality.maxDepth) break;
@@ -144,7 +138,9 @@ void PathTracer::describe(const Ray& ray, const RayHit& hit, const Vertex& verte
     first.position = vertex.geometry.position;
     first.depth = static_cast<float>(camera.depthOf(first.position, ray.time));
     first.normal = vertex.geometry.shadingNormal;
-    if (scene.layers.albedo) first.albedo = materials.surfaceAt(hit).baseColor;
+    const bool isUnlit = scene.materials[first.material].isUnlit;
+    if (scene.layers.albedo)
+        first.albedo = isUnlit ? materials.emission(hit) : materials.surfaceAt(hit).baseColor;
     if (scene.layers.motion) first.motion = motionOf(ray, hit);
 }
 
@@ -163,14 +159,24 @@ V2f PathTracer::motionOf(const Ray& ray, const RayHit& hit) const {
 bool PathTracer::makeVertex(const Ray& ray, const RayHit& hit, Vertex& vertex) const {
     vertex.geometry = GeometryAt(scene, ray, hit);
     if (!IsFinite(vertex.geometry.position)) return false;
-    materials.applyNormalMap(hit, ray.time, vertex.geometry);
+    const V3f coat =
+        materials.mappedNormal(MaterialInput::CoatNormal, hit, ray.time, vertex.geometry);
+    vertex.geometry.shadingNormal =
+        materials.mappedNormal(MaterialInput::Normal, hit, ray.time, vertex.geometry);
     const V3f wo = -ray.direction;
-    const bool isInside = (wo ^ vertex.geometry.normal) < 0;
-    const float side = isInside ? -1.0f : 1.0f;
-    vertex.geometricNormal = vertex.geometry.normal * side;
-    vertex.frame = FrameAround(NormalTowards(wo, vertex.geometry.shadingNormal * side));
+    const bool isBehind = (wo ^ vertex.geometry.normal) < 0;
+    const float side = isBehind ? -1.0f : 1.0f;
+    const V3f geometric = vertex.geometry.normal * side;
     const SurfaceProperties surface = materials.surfaceAt(hit);
-    vertex.bsdf = Bsdf(surface, vertex.frame.toLocal(wo), isInside && surface.transmission > 0);
+    const bool isInside = isBehind && surface.hasInside();
+    vertex.geometricNormal = geometric;
+    vertex.frame = materials.frameAt(
+        hit, ray.time, BentTowards(wo, geometric, vertex.geometry.shadingNormal * side));
+    const ShadingDirections directions{
+        vertex.frame.toLocal(wo), vertex.frame.toLocal(geometric),
+        vertex.frame.toLocal(BentTowards(wo, geometric, coat * side))};
+    vertex.bsdf = Bsdf(surface, directions, isInside);
+    if (isInside) vertex.transmittance = Transmittance(surface.extinction, hit.distance);
     return true;
 }
 
@@ -182,7 +188,6 @@ bool PathTracer::bounce(const Vertex& vertex, const Sampler& sampler, Path& path
         vertex.bsdf.sample(choice.x, sampler.pair(AtBounce(path.depth, kDirection)));
     if (IsBlack(next.weight)) return false;
     path.ray.direction = Normalized(vertex.frame.toWorld(next.wi), vertex.geometricNormal);
-    if (!vertex.isConsistent(path.ray.direction, next.wi)) return false;
     path.ray.origin = vertex.geometry.rayOrigin(path.ray.direction);
     path.ray.farthest = std::numeric_limits<float>::max();
     path.bsdfPdf = next.pdf;
@@ -220,7 +225,6 @@ Color PathTracer::directLight(const Vertex& vertex, float time, int depth,
 Color PathTracer::reflectedLight(const LightSample& light, const Vertex& vertex, float time) const {
     if (!(light.pdf > 0) || IsBlack(light.radiance)) return {0, 0, 0};
     const V3f wi = vertex.frame.toLocal(light.direction);
-    if (!vertex.isConsistent(light.direction, wi)) return {0, 0, 0};
     const Bsdf::Value bsdf = vertex.bsdf.evaluate(wi);
     if (IsBlack(bsdf.timesCosine)) return {0, 0, 0};
     Ray shadowRay;

@@ -113,6 +113,7 @@ std::string MaterialDraft::key() const {
     }
     Append(key, values.alphaCutoff);
     Append(key, values.normalScale);
+    Append(key, values.coatNormalScale);
     Append(key, values.isDoubleSided);
     Append(key, values.isUnlit);
     AppendText(key, values.normalUvSet);

@@ -89,6 +89,7 @@ Material SurfaceReader::read() {
         readOwn(info);
     readNumber("alphaCutoff", -1, 1, material.alphaCutoff);
     readNumber("normalScale", -1e6f, 1e6f, material.normalScale);
+    readNumber("coatNormalScale", -1e6f, 1e6f, material.coatNormalScale);
     material.isDoubleSided = shader.parameter("doubleSided").number(1) != 0;
     for (const MaterialInputInfo& info : kInputInfos)
         readFed(info);

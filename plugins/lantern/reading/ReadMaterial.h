@@ -12,7 +12,7 @@ namespace lantern {
 /// Reads the surface of a material: a standard surface, or a node "layer" that blends two of them.
 /// The parameters are those of kInputInfos and
 ///
-///     alphaCutoff, normalScale                        numbers
+///     alphaCutoff, normalScale, coatNormalScale       numbers
 ///     emissionStrength                                a number that multiplies the emission
 ///     doubleSided, unlit, vertexColor                 0 or 1
 ///

@@ -51,7 +51,9 @@ void AddIor(MaterialDraft& draft, const Value& extension) {
     draft.network.set("ior", ior == 0 ? IorOfReflection(1) : std::max(ior, 1.0f));
 }
 
+// Without a volume, which is read after this, the surface is a thin sheet.
 void AddTransmission(MaterialDraft& draft, const Value& extension) {
+    draft.network.set("thickness", 0.0f);
     draft.addNumber("transmission", extension, "transmissionFactor", 0, "transmissionTexture", "r");
 }
 

@@ -169,6 +169,11 @@ TEST(GltfMaterial, HasTransmissionAndVolume) {
                 IsEmpty());
 }
 
+TEST(GltfMaterial, IsAThinSheetIfItTransmitsLightWithoutAVolume) {
+    const Network sheet(Extension("KHR_materials_transmission", R"("transmissionFactor": 1)"));
+    EXPECT_EQ(sheet.surface("thickness"), (Floats{0}));
+}
+
 TEST(GltfMaterial, HasAClearcoatWithThreeTextures) {
     const Network car(Extension("KHR_materials_clearcoat",
                                 R"("clearcoatFactor": 0.75, "clearcoatTexture": {"index": 0},

@@ -1,0 +1,246 @@
+#include "drawing/Albedos.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <memory>
+#include <mutex>
+
+#include "drawing/Microfacets.h"
+#include "drawing/Numbers.h"
+#include "drawing/Sampler.h"
+#include "drawing/Sheen.h"
+
+namespace lantern {
+namespace {
+
+constexpr int kCells = 24;    // per dimension of a table
+constexpr int kSamples = 256; // per entry
+
+// The entries of a table are closer together at grazing directions and at small alpha, where the
+// albedo changes quickly.
+float CosineOf(int cell) {
+    const float place = float(cell) / (kCells - 1);
+    return std::max(place * place, 1e-4f);
+}
+
+float AlphaOf(int cell) {
+    const float place = float(cell) / (kCells - 1);
+    return std::max(place * place, kMinAlpha);
+}
+
+// Closer together near 1, where the reflection begins.
+float IorOf(int cell) {
+    const float place = std::min(float(cell) / (kCells - 1), 0.999f);
+    return (1 + place * place) / (1 - place * place);
+}
+
+struct Cell {
+    int index;
+    float share; // weight of the next cell
+};
+
+Cell CellAt(float place) {
+    const float at = Clamp01(place) * (kCells - 1);
+    const int index = std::min(static_cast<int>(at), kCells - 2);
+    return {index, at - static_cast<float>(index)};
+}
+
+Cell CellOfRoot(float value) {
+    return CellAt(std::sqrt(Clamp01(value)));
+}
+
+V3f DirectionAt(float cosine) {
+    return {std::sqrt(std::max(0.0f, 1 - cosine * cosine)), 0, cosine};
+}
+
+/// The albedo as a function of cosine and alpha.
+class Table {
+public:
+    void set(int alpha, int cosine, float albedo) { entries[alpha][cosine] = albedo; }
+    /// Computes the means, after the last set().
+    void finish() {
+        constexpr int kSteps = 256;
+        for (int alpha = 0; alpha < kCells; ++alpha) {
+            double sum = 0;
+            for (int i = 0; i < kSteps; ++i) {
+                const float cosine = (float(i) + 0.5f) / kSteps;
+                sum += 2 * cosine * row(alpha, CellOfRoot(cosine));
+            }
+            means[alpha] = static_cast<float>(sum / kSteps);
+        }
+    }
+
+    float at(float cosine, float alpha) const {
+        const Cell byCosine = CellOfRoot(cosine);
+        const Cell byAlpha = CellOfRoot(alpha);
+        return Mix(row(byAlpha.index, byCosine), row(byAlpha.index + 1, byCosine), byAlpha.share);
+    }
+    float mean(float alpha) const {
+        const Cell cell = CellOfRoot(alpha);
+        return Mix(means[cell.index], means[cell.index + 1], cell.share);
+    }
+
+private:
+    float row(int alpha, const Cell& cosine) const {
+        const auto& values = entries[alpha];
+        return Mix(values[cosine.index], values[cosine.index + 1], cosine.share);
+    }
+
+    std::array<std::array<float, kCells>, kCells> entries{};
+    std::array<float, kCells> means{};
+};
+
+/// A table whose entries are albedo(cosine, alpha).
+template <typename Albedo>
+Table MakeTable(Albedo albedo) {
+    Table table;
+    for (int alpha = 0; alpha < kCells; ++alpha)
+        for (int cosine = 0; cosine < kCells; ++cosine)
+            table.set(alpha, cosine, albedo(CosineOf(cosine), AlphaOf(alpha)));
+    table.finish();
+    return table;
+}
+
+struct Shares {
+    float reflected = 0;
+    float refracted = 0;
+};
+
+/// Monte Carlo estimate for facets with this Fresnel function of the cosine. With visible normal
+/// sampling the weight of a sample is F G2 / G1. An `ior` of 0 leaves refraction out.
+template <typename Fresnel>
+Shares SharesOf(float cosine, float alpha, float ior, Fresnel fresnel) {
+    const GgxFacets facets(alpha);
+    const V3f wo = DirectionAt(cosine);
+    double reflected = 0, refracted = 0;
+    for (int i = 0; i < kSamples; ++i) {
+        const V3f facet = facets.sampleVisible(wo, Sampler(0, 0, i).pair(0));
+        const float share = fresnel(wo ^ facet);
+        const V3f up = Reflected(wo, facet);
+        if (up.z > 0) reflected += share * facets.maskingShadowing(wo, up) / facets.masking(wo);
+        if (ior <= 0) continue;
+        const V3f down = Refracted(wo, facet, ior);
+        if (down.z < 0)
+            refracted += (1 - share) * facets.maskingShadowing(wo, down) / facets.masking(wo);
+    }
+    return {static_cast<float>(reflected / kSamples), static_cast<float>(refracted / kSamples)};
+}
+
+const Table& PerfectFacets() {
+    static const Table table = MakeTable([](float cosine, float alpha) {
+        return SharesOf(cosine, alpha, 0, [](float) { return 1.0f; }).reflected;
+    });
+    return table;
+}
+
+/// The albedos of a dielectric of one index of refraction.
+struct Dielectric {
+    Table reflection; ///< from outside
+    Table total;      ///< from outside
+    Table fromInside; ///< reflection and refraction
+    float fresnel = 0;
+
+    explicit Dielectric(float ior) {
+        for (int alpha = 0; alpha < kCells; ++alpha)
+            for (int cosine = 0; cosine < kCells; ++cosine)
+                setEntries(alpha, cosine, ior);
+        for (Table* const table : {&reflection, &total, &fromInside})
+            table->finish();
+        constexpr int kSteps = 256;
+        for (int i = 0; i < kSteps; ++i) {
+            const float cosine = (float(i) + 0.5f) / kSteps;
+            fresnel += 2 * cosine * FresnelDielectric(cosine, ior) / kSteps;
+        }
+    }
+
+private:
+    void setEntries(int alpha, int cosine, float ior) {
+        const auto sharesOf = [&](float relative) {
+            return SharesOf(CosineOf(cosine), AlphaOf(alpha), relative,
+                            [&](float c) { return FresnelDielectric(c, relative); });
+        };
+        const Shares outside = sharesOf(ior);
+        const Shares inside = sharesOf(1 / ior);
+        reflection.set(alpha, cosine, outside.reflected);
+        total.set(alpha, cosine, outside.reflected + outside.refracted);
+        fromInside.set(alpha, cosine, inside.reflected + inside.refracted);
+    }
+};
+
+/// Made when it is first asked for: most scenes have few indices of refraction.
+const Dielectric& DielectricOf(int iorCell) {
+    static std::array<std::once_flag, kCells> flags;
+    static std::array<std::unique_ptr<const Dielectric>, kCells> made;
+    std::call_once(flags[iorCell],
+                   [&] { made[iorCell] = std::make_unique<const Dielectric>(IorOf(iorCell)); });
+    return *made[iorCell];
+}
+
+/// Interpolates what `value` returns for two dielectrics. `ior` is 1 or more.
+template <typename Value>
+float ByIor(float ior, Value value) {
+    const Cell cell = CellOfRoot((ior - 1) / (ior + 1));
+    return Mix(value(DielectricOf(cell.index)), value(DielectricOf(cell.index + 1)), cell.share);
+}
+
+} // namespace
+
+float AlbedoOfPerfectFacets(float cosine, float alpha) {
+    return PerfectFacets().at(cosine, alpha);
+}
+
+float MeanAlbedoOfPerfectFacets(float alpha) {
+    return PerfectFacets().mean(alpha);
+}
+
+float AlbedoOfDielectric(float cosine, float alpha, float ior) {
+    if (GgxFacets(alpha).isSpecular()) return FresnelDielectric(cosine, ior);
+    return ByIor(ior, [&](const Dielectric& of) { return of.reflection.at(cosine, alpha); });
+}
+
+float MeanAlbedoOfDielectric(float alpha, float ior) {
+    if (GgxFacets(alpha).isSpecular()) return MeanFresnelDielectric(ior);
+    return ByIor(ior, [&](const Dielectric& of) { return of.reflection.mean(alpha); });
+}
+
+float TotalAlbedoOfDielectric(float cosine, float alpha, float ior) {
+    if (ior < 1)
+        return ByIor(1 / ior,
+                     [&](const Dielectric& of) { return of.fromInside.at(cosine, alpha); });
+    return ByIor(ior, [&](const Dielectric& of) { return of.total.at(cosine, alpha); });
+}
+
+float MeanTotalAlbedoOfDielectric(float alpha, float ior) {
+    if (ior < 1)
+        return ByIor(1 / ior, [&](const Dielectric& of) { return of.fromInside.mean(alpha); });
+    return ByIor(ior, [&](const Dielectric& of) { return of.total.mean(alpha); });
+}
+
+/// From inside, the transmitted light is less by the squared index of refraction.
+float MeanFresnelDielectric(float ior) {
+    const auto fromOutside = [](const Dielectric& of) { return of.fresnel; };
+    if (ior >= 1) return ByIor(ior, fromOutside);
+    return 1 - (1 - ByIor(1 / ior, fromOutside)) * ior * ior;
+}
+
+float AlbedoOfSheen(float cosine, float alpha) {
+    static const Table table = MakeTable([](float cosineOut, float sheenAlpha) {
+        constexpr int kRows = 128, kColumns = 32;
+        const Sheen sheen(sheenAlpha);
+        const V3f wo = DirectionAt(cosineOut);
+        double sum = 0;
+        for (int row = 0; row < kRows; ++row) {
+            const float z = (float(row) + 0.5f) / kRows;
+            const V3f at = DirectionAt(z);
+            for (int column = 0; column < kColumns; ++column) {
+                const float phi = kPi * (float(column) + 0.5f) / kColumns; // half: symmetric
+                sum += sheen.timesCosine(wo, {at.x * std::cos(phi), at.x * std::sin(phi), z});
+            }
+        }
+        return std::min(1.0f, static_cast<float>(sum * 2 * kPi / (kRows * kColumns)));
+    });
+    return table.at(cosine, alpha);
+}
+
+} // namespace lantern

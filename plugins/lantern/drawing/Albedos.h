@@ -1,0 +1,31 @@
+#ifndef LANTERN_DRAWING_ALBEDOS_H
+#define LANTERN_DRAWING_ALBEDOS_H
+
+#include "SceneData.h"
+
+/// Directional albedos: the share of the light from one direction that a lobe scatters under
+/// uniform illumination. They are interpolated from tables that the first call fills. A mean albedo
+/// is weighted by the cosine. Safe from several threads at once.
+namespace lantern {
+
+/// GGX facets that reflect all light. What is missing to 1 has hit several facets.
+float AlbedoOfPerfectFacets(float cosine, float alpha);
+float MeanAlbedoOfPerfectFacets(float alpha);
+
+/// The reflection of GGX facets of a dielectric. `ior` is 1 or more: that of the side away from the
+/// light.
+float AlbedoOfDielectric(float cosine, float alpha, float ior);
+float MeanAlbedoOfDielectric(float alpha, float ior);
+
+/// The reflection and the refraction together. `ior` may be less than 1: light from inside.
+float TotalAlbedoOfDielectric(float cosine, float alpha, float ior);
+float MeanTotalAlbedoOfDielectric(float alpha, float ior);
+
+/// Fresnel reflectance of a smooth interface, for light from all directions.
+float MeanFresnelDielectric(float ior);
+
+float AlbedoOfSheen(float cosine, float alpha);
+
+} // namespace lantern
+
+#endif
