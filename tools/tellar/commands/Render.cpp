@@ -254,6 +254,12 @@ void AddPictureOptions(CLI::App& command, RenderOptions& options) {
             [&chosen](const std::string& text) { chosen.cropWindow = CropFromText(text); },
             "Draw only this part of the picture, which is 0 to 1 both ways")
         ->option_text("XMIN,XMAX,YMIN,YMAX");
+    command
+        .add_option("--aov", chosen.aovs,
+                    "Layers of the picture besides its colors: depth, normal, position, albedo, "
+                    "id, motion, cryptomatte")
+        ->delimiter(',')
+        ->option_text("LAYER,...");
 }
 
 void AddTimeOptions(CLI::App& command, RenderOptions& options) {
@@ -270,6 +276,10 @@ void AddTimeOptions(CLI::App& command, RenderOptions& options) {
 void AddQualityOptions(CLI::App& command, RenderOptions& options) {
     AddCount(command, "--samples", options.samples, kMostSamples,
              "Paths per pixel; without it the scene or the renderer tells");
+    AddNumber(command, "--noise", options.chosen.noise,
+              "Stop where the picture has less noise than this, such as 0.02");
+    AddNumber(command, "--minutes", options.chosen.minutes,
+              "Stop after this time and write the picture so far");
     AddCount(command, "--max-depth", options.maxDepth, kMostDepth,
              "How often light may bounce; without it the scene or the renderer tells");
     AddNumber(command, "--exposure", options.exposure, "Make the picture lighter by N stops");

@@ -44,6 +44,9 @@ Scene WithChosen(const Scene& scene, const ChosenSettings& chosen) {
     if (!chosen.tile.empty()) settings.set("tileRender", IntAttribute(chosen.tile, 1));
     if (!chosen.cropWindow.empty())
         settings.set("cropWindow", FloatAttribute(chosen.cropWindow, 1));
+    if (!chosen.aovs.empty()) settings.set("aovs", StringAttribute(chosen.aovs, 1));
+    if (chosen.noise) settings.set("noise", FloatAttribute(*chosen.noise));
+    if (chosen.minutes) settings.set("minutes", FloatAttribute(*chosen.minutes));
     return settings.isEmpty() ? scene : scene.withRenderSettings(settings.build());
 }
 

@@ -15,8 +15,11 @@ namespace TellarTool {
 struct ChosenSettings {
     std::optional<std::string> camera; ///< a path or a pattern
     std::optional<std::string> resolution;
-    std::vector<std::int32_t> tile;    ///< column, row, columns, rows; empty: not chosen
-    std::vector<float> cropWindow;     ///< x min, x max, y min, y max; empty: not chosen
+    std::vector<std::int32_t> tile; ///< column, row, columns, rows; empty: not chosen
+    std::vector<float> cropWindow;  ///< x min, x max, y min, y max; empty: not chosen
+    std::vector<std::string> aovs;  ///< layers of the picture; empty: not chosen
+    std::optional<float> noise;
+    std::optional<float> minutes;
     std::vector<ChosenSetting> others; ///< those above win over them
 };
 
