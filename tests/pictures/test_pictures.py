@@ -209,6 +209,7 @@ class References(PictureTest):
 
 class Windows(PictureTest):
     def test_tiles_make_up_the_whole(self):
+        self.environment["SOURCE_DATE_EPOCH"] = "0"  # the same date and time in every file
         whole = self.render(stages.scene(stages.stage(), resolution="test_wide"), name="whole.png")
         for extension in ("png", "exr"):
             self.tellar("render", "scene.json", "-o", f"whole.{extension}")
@@ -276,7 +277,7 @@ class Manners(PictureTest):
         for error, options in (
                 (f'{scene}: camera "/root/nowhere": there is no such location',
                  ["--camera", "/root/nowhere"]),
-                ('"out.gif" is no picture: its name ends neither in ".exr" nor in ".png"',
+                ('"out.gif" is no picture: its name must end in ".exr", ".png", ".tif" or ".jpg"',
                  ["-o", "out.gif"])):
             with self.subTest(error):
                 self.assert_fails(error, "render", scene, *(options if "-o" in options else

@@ -156,9 +156,8 @@ TEST_F(SceneReader, IsEndedWhenItNeedsTooMuchMemory) {
     EXPECT_EQ(ReasonFor(directory.write("a.md5mesh", mesh)), kOutOfMemory);
 }
 
-TEST_F(SceneReader, IsEndedWhenItTakesTooLong) {
-    EXPECT_EQ(ReasonFor(directory.write("a.csm", kEndlessCsm), {std::chrono::seconds(1), 1000}),
-              "reading it takes more than 1 seconds (SCENE_READER_SECONDS)");
+TEST_F(SceneReader, IsEndedWhenAFileNeverEnds) {
+    EXPECT_EQ(ReasonFor(directory.write("a.csm", kEndlessCsm)), kOutOfMemory);
 }
 
 TEST_F(SceneReader, WorksInAHostThatIgnoresTheEndsOfItsChildren) {
