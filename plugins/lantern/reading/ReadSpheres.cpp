@@ -15,6 +15,7 @@ namespace {
 constexpr float kLonePointRadius = 0.01f;
 constexpr float kDefaultSphereRadius = 1;
 constexpr std::size_t kNeighbours = 6;
+constexpr float kFewestAcross = 10; // diameters of points along the diagonal of their box
 constexpr std::size_t kLeastSamples = 16;
 constexpr std::size_t kMostSamples = 256;
 constexpr std::size_t kMostDistances = std::size_t(1) << 29;
@@ -84,6 +85,13 @@ float TypicalSpacing(const std::vector<V3f>& points) {
     return *middle;
 }
 
+float PointDiameter(const std::vector<V3f>& points) {
+    Imath::Box3f box;
+    for (const V3f& point : points)
+        box.extendBy(point);
+    return std::min(TypicalSpacing(points), box.size().length() / kFewestAcross);
+}
+
 std::optional<Spheres> ReadPoints(const ShapeReader& reader, const Attribute& geometry) {
     Spheres spheres;
     spheres.centers = ReadPositions(reader, geometry);
@@ -91,7 +99,7 @@ std::optional<Spheres> ReadPoints(const ShapeReader& reader, const Attribute& ge
     const std::size_t count = spheres.centers[0].size();
     if (!ReadRadii(reader, geometry, count, spheres.radii)) return {};
     if (spheres.radii.empty()) {
-        const float radius = TypicalSpacing(spheres.centers[0]) / 2;
+        const float radius = PointDiameter(spheres.centers[0]) / 2;
         const bool isUsable = radius > 0 && std::isfinite(radius);
         spheres.radii.assign(1, isUsable ? radius : kLonePointRadius);
     }

@@ -73,17 +73,23 @@ TEST(TypicalSpacing, IsNotChangedByDuplicatesOrAPointFarAway) {
     EXPECT_FLOAT_EQ(TypicalSpacing(points), std::sqrt(2.0f));
 }
 
+TEST(PointDiameter, LeavesFewPointsApart) {
+    EXPECT_FLOAT_EQ(PointDiameter(Grid(2, 2, 2, 3)), 0.3f * std::sqrt(3.0f));
+    EXPECT_FLOAT_EQ(PointDiameter(Grid(40, 40, 1, 0.5f)), 0.5f * std::sqrt(2.0f));
+    EXPECT_EQ(PointDiameter({}), 0);
+}
+
 TEST(TypicalSpacing, IsZeroWithoutTwoPlaces) {
     EXPECT_EQ(TypicalSpacing({}), 0);
     EXPECT_EQ(TypicalSpacing({V3f(1), V3f(1), V3f(1)}), 0);
     EXPECT_EQ(TypicalSpacing({V3f(0), V3f(0, 3, 0)}), 3);
 }
 
-TEST(ReadSpheres, FillTheSpaceBetweenPointsWithoutWidths) {
+TEST(ReadSpheres, HaveThePointDiameterWithoutWidths) {
     EXPECT_THAT(ReadSpheres(R"("type": "pointcloud", "geometry": {
                     "point.P": [[1.0, 0, 0], [5, 0, 0]]})")
                     .radii,
-                Each(2));
+                Each(0.2f));
 }
 
 TEST(ReadSpheres, HaveASmallRadiusIfTheOnlyPointHasNoWidth) {
