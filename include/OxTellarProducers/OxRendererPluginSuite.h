@@ -28,7 +28,7 @@ typedef enum OxRenderStatus {
     kOxRenderStopped = 3    /* the picture so far was written, after kOxRenderFinish */
 } OxRenderStatus;
 
-/* What a caller wants of a render that is under way. */
+/* The wish of a caller about a render that is under way. */
 typedef enum OxRenderWish {
     kOxRenderGoOn = 0,
     kOxRenderCancel = 1, /* to stop and write nothing */

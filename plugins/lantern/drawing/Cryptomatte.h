@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-/// Names, ids and manifests of the Cryptomatte specification 1.2.0.
+/// Names, ids and manifests of mattes, as Cryptomatte 1.2.0 has them.
 namespace lantern {
 
 /// MurmurHash3_32 with the seed 0. Austin Appleby's algorithm, in the public domain.

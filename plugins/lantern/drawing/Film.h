@@ -32,7 +32,7 @@ public:
 
     std::uint32_t pathsOf(int x, int y) const { return counts[indexOf(x, y)]; }
 
-    /// Of a pixel's luminance, with the gain. Only in a scene with a noise goal.
+    /// Statistics of a pixel's luminance times the gain, kept only if there is a noise goal.
     struct Noise {
         double mean = 0;
         double variance = 0; ///< of the mean

@@ -20,7 +20,7 @@ using TextureFileOf = std::function<std::optional<std::string>(const std::string
 /// Takes a warning about a material.
 using WarnOfMaterial = std::function<void(const std::string& what)>;
 
-/// What a value is used for.
+/// The use of a value.
 struct ShadingUse {
     std::string input;     ///< of the shader
     bool isColor = false;  ///< else an image's values are linear unless it says otherwise

@@ -50,7 +50,7 @@ ShadingUse UseOf(const MaterialInputInfo& info, const std::string& name, const M
     return {name, info.color != nullptr, info.color || isNormal, material.opacity};
 }
 
-/// What feeds an input or, if nothing does, its own value.
+/// The value that feeds an input, with the input's own value as the default.
 ShadingValue ValueOf(const Material& material, const MaterialInputInfo& info) {
     ShadingValue value = material[info.input];
     value.constant = OwnValueOf(material, info);

@@ -18,8 +18,8 @@ namespace {
 
 constexpr int kMostParts = 1024;            // of an edge
 constexpr std::size_t kMostPlacements = 16; // of one shape that are measured edge by edge
-// What a triangle needs: 36 bytes of indices, 4 of a face, half a point and half a normal and
-// texture coordinate of 32, and a hundred in the tree for rays.
+// The memory of a triangle: 36 bytes of indices, 4 for the face, 32 for half a point with its
+// normal and texture coordinate, and about a hundred in the tree for rays.
 constexpr double kBytesPerTriangle = 180;
 
 /// A surface that is to be tessellated.

@@ -24,7 +24,7 @@ std::string Text(const char* text) {
     return text ? text : "";
 }
 
-/// What the user wants of the renderer after this signal, 0 for none: an OxRenderWish.
+/// The user's wish after this signal, an OxRenderWish. The signal is 0 if there was none.
 int WishAfter(int signal) {
     if (signal == 0) return kOxRenderGoOn;
     return signal == SIGINT ? kOxRenderFinish : kOxRenderCancel;

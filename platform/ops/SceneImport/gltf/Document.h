@@ -45,8 +45,8 @@ public:
     /// it should be or has backslashes as separators.
     std::string pathOf(const std::string& uri) const;
 
-    /// Of the extensions that the file uses and that are not understood, with none of them
-    /// required.
+    /// The names of the extensions that the file uses and the reader does not understand. The file
+    /// requires none of them.
     const std::vector<std::string>& unknownExtensions() const { return unknown; }
 
 private:

@@ -17,7 +17,7 @@ float Finite(double value, double fallback) {
     return std::isfinite(number) ? number : static_cast<float>(fallback);
 }
 
-// Of a list that may be too short.
+// The number at an index; the fallback beyond the end of the list, or if it is not finite.
 float NumberAt(const std::vector<double>& numbers, std::size_t index, double fallback) {
     return index < numbers.size() ? Finite(numbers[index], fallback) : Finite(fallback, 0);
 }

@@ -12,7 +12,7 @@
 
 namespace TellarSceneImport {
 
-/// What a scene reader may use.
+/// The limits of a scene reader.
 struct ReaderLimits {
     std::chrono::seconds time{};
     std::uint64_t mebibytes = 0; ///< of memory

@@ -11,7 +11,7 @@
 
 namespace TellarSceneImport {
 
-/// What the scene reader writes to its standard output: one attribute stream.
+/// The reply of the scene reader, one attribute stream on its standard output.
 struct ReaderReply {
     /// The files that were accessed.
     std::vector<FileStamp> files;

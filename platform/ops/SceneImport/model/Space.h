@@ -20,7 +20,7 @@ bool IsIdentity(const Matrix& matrix);
 /// a first, then b.
 Matrix Multiply(const Matrix& a, const Matrix& b);
 
-/// Of length 1; no rotation for one without a usable length.
+/// The rotation scaled to length 1, or no rotation if its length is zero or not finite.
 Quaternion Normalized(const Quaternion& rotation);
 
 /// Between `a` (at 0) and `b` (at 1) along the shorter arc. Both have length 1.

@@ -10,7 +10,7 @@
 #include "TempDirectory.h"
 #include "TestScenes.h"
 
-// What PLY files have beside points and faces.
+// Colours, texture coordinates, strips and radii in PLY files.
 
 namespace {
 
