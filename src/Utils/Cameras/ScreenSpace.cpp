@@ -91,33 +91,38 @@ bool IsNearEnough(const V3d& point) {
            std::abs(point.z) <= kFarthest;
 }
 
-/// The fraction of the screen window on one axis that a box covers with the part that is in front
-/// of the camera plane, from 0 to 1; 0 for a window without extent.
-///
-/// For a perspective camera, angles are compared, which grow monotonically up to a right angle on
-/// the plane, where tan is huge but finite.
-double Coverage(const CameraView& view, const Corners& corners, int axis) {
+/// The range on one axis of the part of a box that is in front of the camera plane: offsets for an
+/// orthographic camera, and angles for a perspective one. Angles grow monotonically up to a right
+/// angle on the plane, where tan is huge but finite.
+Imath::Interval<double> RangeInFront(const CameraView& view, const Corners& corners, int axis) {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    Imath::Interval<double> covered;
+    Imath::Interval<double> range;
     const auto extend = [&](double offset, double depth) {
-        covered.extendBy(view.isOrthographic ? offset : std::atan2(offset, depth));
+        range.extendBy(view.isOrthographic ? offset : std::atan2(offset, depth));
     };
     if (!std::all_of(corners.begin(), corners.end(), IsNearEnough)) {
         extend(-kInfinity, 0.0);
         extend(kInfinity, 0.0);
-    } else {
-        for (std::size_t corner = 0; corner < corners.size(); ++corner) {
-            const V3d& a = corners[corner];
-            if (a.z > 0.0) extend(a[axis], a.z);
-            for (std::size_t bit = 1; bit < corners.size(); bit *= 2) {
-                const V3d& b = corners[corner | bit];
-                if ((a.z > 0.0) == (b.z > 0.0)) continue;
-                const double onPlane = a[axis] + (b[axis] - a[axis]) * (a.z / (a.z - b.z));
-                // An edge through the camera itself comes in at the angle of its end in front.
-                if (view.isOrthographic || onPlane != 0.0) extend(onPlane, 0.0);
-            }
+        return range;
+    }
+    for (std::size_t corner = 0; corner < corners.size(); ++corner) {
+        const V3d& a = corners[corner];
+        if (a.z > 0.0) extend(a[axis], a.z);
+        for (std::size_t bit = 1; bit < corners.size(); bit *= 2) {
+            const V3d& b = corners[corner | bit];
+            if ((a.z > 0.0) == (b.z > 0.0)) continue;
+            const double onPlane = a[axis] + (b[axis] - a[axis]) * (a.z / (a.z - b.z));
+            // An edge through the camera itself comes in at the angle of its end in front.
+            if (view.isOrthographic || onPlane != 0.0) extend(onPlane, 0.0);
         }
     }
+    return range;
+}
+
+/// The fraction of the screen window on one axis that a box covers with the part that is in front
+/// of the camera plane, from 0 to 1; 0 for a window without extent.
+double Coverage(const CameraView& view, const Corners& corners, int axis) {
+    Imath::Interval<double> covered = RangeInFront(view, corners, axis);
     if (covered.isEmpty()) return 0.0;
     if (!view.isOrthographic)
         covered = {std::tan(covered.min) / view.tanHalfFov,
@@ -127,6 +132,36 @@ double Coverage(const CameraView& view, const Corners& corners, int axis) {
     const double fraction =
         (std::min(covered.max, last) - std::max(covered.min, first)) / (last - first);
     return fraction > 0.0 ? fraction : 0.0;
+}
+
+/// Whole meshes are converted, so the reciprocals that are the same for all points are computed
+/// once.
+class WorldToNdc {
+public:
+    explicit WorldToNdc(const CameraInfo& camera) : view(camera), perSlope(1.0 / view.tanHalfFov) {
+        V3d size = view.high - view.low;
+        size.z = camera.far - camera.near; // in single precision
+        perSize = V3d(1.0) / size;
+    }
+
+    V3d operator()(const V3d& world) const {
+        V3d seen = view.toCamera(world);
+        if (!view.isOrthographic) {
+            const double perDepth = 1.0 / seen.z;
+            seen.x = Slope(seen.x, seen.z, perDepth) * perSlope;
+            seen.y = Slope(seen.y, seen.z, perDepth) * perSlope;
+        }
+        return (seen - view.low) * perSize;
+    }
+
+private:
+    CameraView view;
+    double perSlope;
+    V3d perSize;
+};
+
+bool IsAffine(const M44d& matrix) {
+    return matrix[0][3] == 0.0 && matrix[1][3] == 0.0 && matrix[2][3] == 0.0 && matrix[3][3] == 1.0;
 }
 
 } // namespace
@@ -154,27 +189,10 @@ void ConvertPointListToNDC(GeometryProducer::Ptr producer, const std::string& ca
     if (!producer) return;
     const auto camera = GetCameraInfo(producer->getRootProducer(), cameraPath);
     if (!camera) return;
-    const CameraView view(*camera);
+    const WorldToNdc toNdc(*camera);
     const M44d toWorld = LocalToWorld(*producer);
-    const V3d origin = toWorld.translation();
-    const bool isAffine = toWorld[0][3] == 0.0 && toWorld[1][3] == 0.0 && toWorld[2][3] == 0.0 &&
-                          toWorld[3][3] == 1.0;
-    // Whole meshes are converted, so the reciprocals that are the same for all points are computed
-    // once.
-    V3d size = view.high - view.low;
-    size.z = camera->far - camera->near; // in single precision
-    const V3d perSize = V3d(1.0) / size;
-    const double perSlope = 1.0 / view.tanHalfFov;
-    const auto toNdc = [&](const V3d& world) {
-        V3d seen = view.toCamera(world);
-        if (!view.isOrthographic) {
-            const double perDepth = 1.0 / seen.z;
-            seen.x = Slope(seen.x, seen.z, perDepth) * perSlope;
-            seen.y = Slope(seen.y, seen.z, perDepth) * perSlope;
-        }
-        return (seen - view.low) * perSize;
-    };
-    if (isAffine) {
+    if (IsAffine(toWorld)) {
+        const V3d origin = toWorld.translation();
         for (V3d& point : points) {
             V3d world;
             toWorld.multDirMatrix(point, world);

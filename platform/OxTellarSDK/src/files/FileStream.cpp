@@ -80,6 +80,9 @@ struct FileStream::State {
         return static_cast<std::int64_t>(got);
     }
 
+    /// The whole file, read where it is asked for. Empty if that does not pay for a file so small.
+    FileBuffer openInPlace() const;
+
     bool refill() {
         const std::int64_t got = readPlain(input.data(), static_cast<std::int64_t>(input.size()));
         unread = {input.data(), static_cast<std::size_t>(got), 0};
@@ -152,27 +155,25 @@ std::int64_t FileStream::read(void* stream, void* buffer, std::int64_t bytes) {
                               : state.readPlain(buffer, bytes);
 }
 
-FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
-                                     std::string& name) {
-    std::uint64_t expected = 0;
-    if (read == &FileStream::read) {
-        const FileStream::State& state = *static_cast<FileStream*>(stream)->state;
-        name = "File \"" + state.path + '"';
-        if (!state.decompressor && !state.touched) {
-            expected = state.opened.bytes;
-#ifndef _WIN32
-            if (expected > FileBuffer::kLargeBytes) {
-                try {
-                    const FileAccess access =
-                        expected > MapAbove() ? FileAccess::Map : FileAccess::Read;
-                    return FileBuffer::Open(state.file.get(), state.opened, access);
-                } catch (const std::runtime_error& error) {
-                    state.fail(error.what());
-                }
-            }
-#endif
-        }
+FileBuffer FileStream::State::openInPlace() const {
+#ifdef _WIN32
+    return {};
+#else
+    if (opened.bytes <= FileBuffer::kLargeBytes) return {};
+    try {
+        return FileBuffer::Open(file.get(), opened,
+                                opened.bytes > MapAbove() ? FileAccess::Map : FileAccess::Read);
+    } catch (const std::runtime_error& error) {
+        fail(error.what());
     }
+#endif
+}
+
+namespace {
+
+/// Reads to the end of the stream, which is called `name` in errors.
+FileBuffer ReadToEnd(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
+                     std::uint64_t expected, const std::string& name) {
     // One byte more than expected shows the end without a second buffer.
     FileBuffer buffer = FileBuffer::Allocate(std::max<std::uint64_t>(expected + 1, 65536));
     std::uint64_t filled = 0;
@@ -191,6 +192,22 @@ FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, v
     }
     buffer.shrink(filled);
     return buffer;
+}
+
+} // namespace
+
+FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
+                                     std::string& name) {
+    std::uint64_t expected = 0;
+    if (read == &FileStream::read) {
+        const FileStream::State& state = *static_cast<FileStream*>(stream)->state;
+        name = "File \"" + state.path + '"';
+        if (!state.decompressor && !state.touched) {
+            expected = state.opened.bytes;
+            if (FileBuffer file = state.openInPlace(); file.isOpen()) return file;
+        }
+    }
+    return ReadToEnd(stream, read, expected, name);
 }
 
 } // namespace OxAttribute
