@@ -5,13 +5,14 @@
 
 #include <OxTellarSDK/GroupBuilder.h>
 
+#include "model/PointValues.h"
+
 namespace TellarSceneImport {
 
 using OxAttribute::FloatAttribute;
 using OxAttribute::GroupAttribute;
 using OxAttribute::GroupBuilder;
 using OxAttribute::IntAttribute;
-using OxAttribute::StringAttribute;
 
 namespace {
 
@@ -32,14 +33,6 @@ FloatAttribute ToTextureCoordinates(const aiVector3D* values, unsigned count) {
     return FloatAttribute(st, 2);
 }
 
-GroupAttribute PerPoint(const char* inputType, const FloatAttribute& value) {
-    GroupBuilder entry;
-    entry.set("scope", StringAttribute("point"));
-    entry.set("inputType", StringAttribute(inputType));
-    entry.set("value", value);
-    return entry.build();
-}
-
 // "st", "st1", "st2", ...
 std::string Numbered(const char* name, unsigned set) {
     return set == 0 ? name : name + std::to_string(set);
@@ -50,11 +43,13 @@ GroupAttribute ArbitraryAttributes(const aiMesh& mesh) {
     for (unsigned set = 0; set < mesh.GetNumUVChannels(); ++set)
         arbitrary.set(
             Numbered("st", set),
-            PerPoint("point2", ToTextureCoordinates(mesh.mTextureCoords[set], mesh.mNumVertices)));
+            ArbitraryValues("point", "point2",
+                            ToTextureCoordinates(mesh.mTextureCoords[set], mesh.mNumVertices)));
     for (unsigned set = 0; set < mesh.GetNumColorChannels(); ++set)
         arbitrary.set(Numbered("color", set),
-                      PerPoint("color4", FloatAttribute(&mesh.mColors[set]->r,
-                                                        std::int64_t(mesh.mNumVertices) * 4, 4)));
+                      ArbitraryValues("point", "color4",
+                                      FloatAttribute(&mesh.mColors[set]->r,
+                                                     std::int64_t(mesh.mNumVertices) * 4, 4)));
     return arbitrary.isEmpty() ? GroupAttribute() : arbitrary.build();
 }
 
@@ -87,8 +82,7 @@ MeshGeometry MakeMeshGeometry(const aiMesh& mesh) {
     const GroupAttribute poly = Polygons(mesh);
     if (mesh.mNumVertices == 0 || (!poly.isValid() && HasLines(mesh))) return result;
     result.type = poly.isValid() ? "polymesh" : "pointcloud";
-    for (unsigned i = 0; i < mesh.mNumVertices; ++i)
-        result.bound.add(mesh.mVertices[i].x, mesh.mVertices[i].y, mesh.mVertices[i].z);
+    result.bound = BoundOf(&mesh.mVertices->x, mesh.mNumVertices);
 
     GroupBuilder geometry;
     geometry.set("point.P", ToVectors(mesh.mVertices, mesh.mNumVertices));

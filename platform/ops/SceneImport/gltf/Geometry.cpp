@@ -12,11 +12,11 @@
 #include "PointData.h"
 #include "TinyGltf.h"
 #include "Topology.h"
+#include "model/PointValues.h"
 
 namespace TellarSceneImport {
 
 using OxAttribute::FloatAttribute;
-using OxAttribute::GroupAttribute;
 using OxAttribute::GroupBuilder;
 using OxAttribute::IntAttribute;
 using OxAttribute::StringAttribute;
@@ -102,18 +102,14 @@ void PrimitiveReader::makeMesh() {
 }
 
 void PrimitiveReader::addPointData() {
-    for (std::size_t i = 0; i < data.count; ++i)
-        shape.bound.add(data.points.at(i)[0], data.points.at(i)[1], data.points.at(i)[2]);
+    shape.bound = BoundOf(data.points.values);
     geometry.set("point.P", FloatAttribute(data.points.values, 3));
     if (!data.normals.values.empty())
         geometry.set("point.N", FloatAttribute(data.normals.values, 3));
-    for (const PointData::Values& values : data.arbitrary) {
-        GroupBuilder entry;
-        entry.set("scope", StringAttribute("point"));
-        entry.set("inputType", StringAttribute(values.inputType));
-        entry.set("value", FloatAttribute(values.data.values, values.data.width));
-        geometry.set("arbitrary." + values.name, entry.build());
-    }
+    for (const PointData::Values& values : data.arbitrary)
+        geometry.set("arbitrary." + values.name,
+                     ArbitraryValues("point", values.inputType.c_str(),
+                                     FloatAttribute(values.data.values, values.data.width)));
 }
 
 ContentShape PrimitiveReader::read() {

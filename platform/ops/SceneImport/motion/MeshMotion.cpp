@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "SampleTimes.h"
+#include "model/PointValues.h"
 
 namespace TellarSceneImport {
 
@@ -26,13 +27,6 @@ std::vector<float> EveryNth(const std::vector<float>& points, std::size_t stride
         chosen.insert(chosen.end(), points.begin() + std::ptrdiff_t(i),
                       points.begin() + std::ptrdiff_t(i + 3));
     return chosen;
-}
-
-Box BoxOf(const std::vector<float>& positions) {
-    Box box;
-    for (std::size_t i = 0; i + 2 < positions.size(); i += 3)
-        box.add(positions[i], positions[i + 1], positions[i + 2]);
-    return box;
 }
 
 // The largest distance between a point and its place on the line from `from` to `to`.
@@ -150,7 +144,7 @@ std::vector<Moment> MeshMotion::chooseMoments() const {
         return pointsAt({seconds, isBefore}, probe.points, probe.targets, probe.stride).positions;
     };
     const double tolerance =
-        kTolerance * BoxOf(positionsAt(keys.front().seconds, false)).diagonal();
+        kTolerance * BoundOf(positionsAt(keys.front().seconds, false)).diagonal();
     // The middle alone would miss curves that cross the line there.
     const auto isClose = [&](double from, double to) {
         const std::vector<float> first = positionsAt(from, false), last = positionsAt(to, true);
@@ -179,7 +173,7 @@ std::vector<Moment> MeshMotion::chooseMoments() const {
 Box MeshMotion::bound() const {
     Box box;
     for (const Moment& moment : moments)
-        box.add(BoxOf(pointsAt(moment).positions));
+        box.add(BoundOf(pointsAt(moment).positions));
     return box;
 }
 

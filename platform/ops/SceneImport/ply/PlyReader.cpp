@@ -6,6 +6,7 @@
 
 #include "PlyMaterial.h"
 #include "PlyMesh.h"
+#include "model/PointValues.h"
 
 namespace TellarSceneImport {
 
@@ -13,29 +14,21 @@ using OxAttribute::FloatAttribute;
 using OxAttribute::GroupAttribute;
 using OxAttribute::GroupBuilder;
 using OxAttribute::IntAttribute;
-using OxAttribute::StringAttribute;
 
 namespace {
-
-GroupAttribute Arbitrary(const char* scope, const char* inputType, const FloatAttribute& value) {
-    GroupBuilder entry;
-    entry.set("scope", StringAttribute(scope));
-    entry.set("inputType", StringAttribute(inputType));
-    entry.set("value", value);
-    return entry.build();
-}
 
 // Colours and texture coordinates of points come before those of faces and corners.
 GroupAttribute ArbitraryAttributes(const PlyMesh& mesh) {
     GroupBuilder arbitrary;
     if (!mesh.colors.empty())
-        arbitrary.set("color", Arbitrary("point", "color4", FloatAttribute(mesh.colors, 4)));
+        arbitrary.set("color", ArbitraryValues("point", "color4", FloatAttribute(mesh.colors, 4)));
     else if (!mesh.faceColors.empty())
-        arbitrary.set("color", Arbitrary("face", "color4", FloatAttribute(mesh.faceColors, 4)));
+        arbitrary.set("color",
+                      ArbitraryValues("face", "color4", FloatAttribute(mesh.faceColors, 4)));
     if (!mesh.st.empty())
-        arbitrary.set("st", Arbitrary("point", "point2", FloatAttribute(mesh.st, 2)));
+        arbitrary.set("st", ArbitraryValues("point", "point2", FloatAttribute(mesh.st, 2)));
     else if (!mesh.cornerSt.empty())
-        arbitrary.set("st", Arbitrary("vertex", "point2", FloatAttribute(mesh.cornerSt, 2)));
+        arbitrary.set("st", ArbitraryValues("vertex", "point2", FloatAttribute(mesh.cornerSt, 2)));
     return arbitrary.isEmpty() ? GroupAttribute() : arbitrary.build();
 }
 
@@ -57,13 +50,6 @@ bool HasColors(const PlyMesh& mesh) {
     return !mesh.colors.empty() || !mesh.faceColors.empty();
 }
 
-Box BoundOf(const PlyMesh& mesh) {
-    Box bound;
-    for (std::size_t i = 0; i + 2 < mesh.positions.size(); i += 3)
-        bound.add(mesh.positions[i], mesh.positions[i + 1], mesh.positions[i + 2]);
-    return bound;
-}
-
 } // namespace
 
 SceneContent ReadPly(std::string_view content) {
@@ -75,7 +61,7 @@ SceneContent ReadPly(std::string_view content) {
     ContentShape& shape = result.shapes.emplace_back();
     shape.type = mesh.corners.empty() ? "pointcloud" : "polymesh";
     shape.geometry = Geometry(mesh);
-    shape.bound = BoundOf(mesh);
+    shape.bound = BoundOf(mesh.positions);
     if (!HasColors(mesh) && mesh.texture.empty()) return result;
     shape.material = 0;
     result.materials.push_back({"", MakePlyMaterial(mesh.texture, HasColors(mesh))});
