@@ -171,6 +171,26 @@ void CookAncestor(CookContext& context, const Settings& settings) {
     Present(context, TellarOps::PlainGroupAttrs(), TellarOps::MakeNames(names));
 }
 
+// Whether the location leads to the scene or to the materials.
+bool IsAncestor(const Settings& settings, const std::string& path) {
+    return path.size() > 1 &&
+           (IsSelfOrBelow(settings.location, path) || !TowardsMaterials(settings, path).empty());
+}
+
+// Cooks a location of the scene or of its materials.
+void CookPart(CookContext& context, const Settings& settings, const Scene& scene) {
+    const std::string& path = context.path();
+    if (IsSelfOrBelow(path, settings.materialLocation))
+        CookMaterial(context, settings, scene);
+    else if (path == settings.location)
+        CookLocation(context, settings, scene);
+    else if (IsAncestor(settings, path))
+        CookAncestor(context, settings);
+    else if (const auto* node =
+                 scene.findNode(std::string_view(path).substr(settings.location.size() + 1)))
+        CookNode(context, settings, scene, *node);
+}
+
 class SceneImport final : public TellarOps::BuiltinOp {
 public:
     SceneImport()
@@ -209,26 +229,16 @@ public:
         const auto& state = TellarOps::StateOf<ImportState>(context);
         const Settings& settings = state.settings;
         const std::string& path = context.path();
-        const bool isMaterial = IsSelfOrBelow(path, settings.materialLocation);
-        const bool isInScene = IsSelfOrBelow(path, settings.location);
-        const bool isAncestor = path.size() > 1 && (IsSelfOrBelow(settings.location, path) ||
-                                                    !TowardsMaterials(settings, path).empty());
-        if (!isMaterial && !isInScene) {
-            if (isAncestor) CookAncestor(context, settings);
+        const bool needsFile = IsSelfOrBelow(path, settings.materialLocation) ||
+                               IsSelfOrBelow(path, settings.location);
+        if (!needsFile) {
+            if (IsAncestor(settings, path)) CookAncestor(context, settings);
             return;
         }
         const auto file = state.file(context.isFresh());
         const Scene& scene = state.sceneOf(*file);
         CheckNames(settings, scene);
-        if (isMaterial)
-            CookMaterial(context, settings, scene);
-        else if (path == settings.location)
-            CookLocation(context, settings, scene);
-        else if (isAncestor)
-            CookAncestor(context, settings);
-        else if (const auto* node =
-                     scene.findNode(std::string_view(path).substr(settings.location.size() + 1)))
-            CookNode(context, settings, scene, *node);
+        CookPart(context, settings, scene);
     }
 
 protected:

@@ -8,6 +8,17 @@
 
 namespace TellarSceneImport {
 
+namespace {
+
+void TurnAround(aiMaterial& material) {
+    float opacity = 1;
+    if (material.Get(AI_MATKEY_OPACITY, opacity) != AI_SUCCESS) return;
+    opacity = 1 - opacity;
+    material.AddProperty(&opacity, 1, AI_MATKEY_OPACITY);
+}
+
+} // namespace
+
 void RepairColladaOpacity(const aiScene& scene, std::string_view content) {
     // Assimp turns these around itself.
     for (const std::string_view mode : {"A_ZERO", "RGB_ZERO", "RGB_ONE"})
@@ -20,13 +31,8 @@ void RepairColladaOpacity(const aiScene& scene, std::string_view content) {
         return std::find(opacities.begin(), opacities.end(), value) != opacities.end();
     };
     if (!has(0) || has(1)) return;
-    for (unsigned i = 0; i < scene.mNumMaterials; ++i) {
-        aiMaterial& material = *scene.mMaterials[i];
-        float opacity = 1;
-        if (material.Get(AI_MATKEY_OPACITY, opacity) != AI_SUCCESS) continue;
-        opacity = 1 - opacity;
-        material.AddProperty(&opacity, 1, AI_MATKEY_OPACITY);
-    }
+    for (unsigned i = 0; i < scene.mNumMaterials; ++i)
+        TurnAround(*scene.mMaterials[i]);
 }
 
 } // namespace TellarSceneImport

@@ -16,13 +16,12 @@ void AppendUtf8(std::uint32_t character, std::string& text) {
     if (character < 0x80) return add(character);
     if (character < 0x800) {
         add(0xC0 | character >> 6);
+    } else if (character < 0x10000) {
+        add(0xE0 | character >> 12);
+        add(0x80 | (character >> 6 & 0x3F));
     } else {
-        if (character < 0x10000) {
-            add(0xE0 | character >> 12);
-        } else {
-            add(0xF0 | character >> 18);
-            add(0x80 | (character >> 12 & 0x3F));
-        }
+        add(0xF0 | character >> 18);
+        add(0x80 | (character >> 12 & 0x3F));
         add(0x80 | (character >> 6 & 0x3F));
     }
     add(0x80 | (character & 0x3F));

@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include <assimp/GltfMaterial.h>
 #include <assimp/scene.h>
 
 #include "MaterialProperties.h"
@@ -57,8 +56,6 @@ private:
 
     aiTextureType textureFor(const TextureSlot& slot) const;
     std::string textureFile(aiTextureType kind) const;
-    bool isGltf() const { return !properties.text(AI_MATKEY_GLTF_ALPHAMODE).empty(); }
-    bool isCutOut() const;
     bool texturesScaleFactors() const;
     std::vector<float> factorFor(const std::string& parameter) const;
 
@@ -88,7 +85,7 @@ void NetworkMaker::setNumber(const char* parameter, float number) {
 }
 
 void NetworkMaker::setSpecular() {
-    const auto color = isGltf() ? std::nullopt : properties.color(AI_MATKEY_COLOR_SPECULAR);
+    const auto color = properties.color(AI_MATKEY_COLOR_SPECULAR);
     const float weight = color ? Largest(*color) : 1.0f;
     setNumber("specular", weight);
     setColor("specularColor",
@@ -102,11 +99,7 @@ void NetworkMaker::setSurface() {
         roughness = RoughnessOfExponent(*exponent);
     setNumber("roughness", roughness.value_or(0.5f));
 
-    const bool isOpaque = isGltf() && !isCutOut();
-    const float opacity = properties.number(AI_MATKEY_OPACITY).value_or(1.0f);
-    setNumber("opacity", isOpaque ? 1.0f : opacity);
-    if (isGltf() && properties.text(AI_MATKEY_GLTF_ALPHAMODE) == "MASK")
-        setOptional("alphaCutoff", "$mat.gltf.alphaCutoff");
+    setNumber("opacity", properties.number(AI_MATKEY_OPACITY).value_or(1.0f));
     // Files that do not know the value say 1.
     if (properties.number(AI_MATKEY_REFRACTI).value_or(1.0f) > 1.0f)
         setOptional("ior", "$mat.refracti");
@@ -120,16 +113,10 @@ void NetworkMaker::setOptional(const char* parameter, const char* key) {
     if (const auto value = properties.number(key)) network.set(parameter, *value);
 }
 
-// The alpha of glTF matters only in these two modes.
-bool NetworkMaker::isCutOut() const {
-    const std::string mode = properties.text(AI_MATKEY_GLTF_ALPHAMODE);
-    return mode == "MASK" || mode == "BLEND";
-}
-
-// In glTF and OBJ a texture is multiplied by the number of the parameter; elsewhere it replaces the
-// number. Only OBJ materials have an illumination model number.
+// In OBJ a texture is multiplied by the number of the parameter; elsewhere it replaces the number.
+// Only OBJ materials have an illumination model number.
 bool NetworkMaker::texturesScaleFactors() const {
-    return isGltf() || properties.number("$mat.illum").has_value();
+    return properties.number("$mat.illum").has_value();
 }
 
 std::vector<float> NetworkMaker::factorFor(const std::string& parameter) const {
@@ -176,14 +163,12 @@ void NetworkMaker::addTexture(const TextureSlot& slot, aiTextureType kind) {
     const std::string name = std::string(slot.parameter) + "Image";
     addImage(name, kind, slot.isColor, factorFor(slot.parameter));
     network.connect(slot.parameter, "out", name);
-    if (kind == aiTextureType_BASE_COLOR && isGltf() && isCutOut())
-        network.connect("opacity", "a", name);
     auto strength = properties.number("$tex.bumpmult", kind);
     if (!strength) strength = properties.number("$tex.scale", kind);
     if (strength && !slot.isColor) network.set(std::string(slot.parameter) + "Scale", *strength);
 }
 
-// One file for both, as glTF has it: roughness in green, metalness in blue.
+// One file for both: roughness in green, metalness in blue.
 void NetworkMaker::addPackedTexture() {
     const std::string name = "metalnessRoughnessImage";
     addImage(name, aiTextureType_METALNESS, false,

@@ -63,6 +63,16 @@ float LargestNumber(std::string_view content) {
     return largest;
 }
 
+void AppendPoint(std::string& text, const Point& point, float divisor) {
+    text.append("v").append(point.place);
+    for (const float value : point.color) {
+        text += ' ';
+        const float part = point.hasColor ? std::min(value / divisor, 1.0f) : 1.0f;
+        TellarInternal::AppendNumber(text, LinearFromSrgb(part));
+    }
+    text += '\n';
+}
+
 } // namespace
 
 std::string WithPlainColors(std::string content) {
@@ -79,13 +89,7 @@ std::string WithPlainColors(std::string content) {
             plain.append(line).push_back('\n');
             continue;
         }
-        plain.append("v").append(point.place);
-        for (const float value : point.color) {
-            plain += ' ';
-            const float part = point.hasColor ? std::min(value / divisor, 1.0f) : 1.0f;
-            TellarInternal::AppendNumber(plain, LinearFromSrgb(part));
-        }
-        plain += '\n';
+        AppendPoint(plain, point, divisor);
     }
     return plain;
 }

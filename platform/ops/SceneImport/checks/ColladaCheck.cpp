@@ -288,24 +288,29 @@ void Checker::checkLengths(const Table& sampler) const {
             Fail("\"" + std::string(input.source) + "\" is shorter than its times");
 }
 
+// Takes a number from the front of a text that is not empty.
+std::int64_t TakeIndex(std::string_view& text) {
+    std::int64_t index = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index);
+    if (error != std::errc()) Fail("a weight's index is no number");
+    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
+    return index;
+}
+
 // <v> holds one index for each input in turn, for each weight.
 void Checker::checkIndices(const Table& weights) const {
     std::uint64_t width = 1;
     for (const Input& input : weights.inputs)
         width = std::max(width, input.offset + 1);
-    std::uint64_t column = 0;
-    std::string_view rest = weights.indices;
-    while (!(rest = TrimmedXml(rest)).empty()) {
-        std::int64_t index = 0;
-        const auto [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), index);
-        if (error != std::errc()) Fail("a weight's index is no number");
-        rest.remove_prefix(static_cast<std::size_t>(end - rest.data()));
+    std::string_view rest = TrimmedXml(weights.indices);
+    for (std::uint64_t column = 0; !rest.empty(); column = (column + 1) % width) {
+        const std::int64_t index = TakeIndex(rest);
         for (const Input& input : weights.inputs)
             if (const Accessor* accessor = accessorOf(input.source);
                 accessor && input.offset == column &&
                 index >= static_cast<std::int64_t>(accessor->count))
                 Fail("a weight refers to nothing");
-        column = (column + 1) % width;
+        rest = TrimmedXml(rest);
     }
 }
 

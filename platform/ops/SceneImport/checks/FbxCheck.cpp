@@ -128,27 +128,14 @@ constexpr std::uint64_t kMaxDeflation = 1032;
 
 // The size in bytes of a property of this type, or of each number in an array property.
 std::uint64_t BytesOfType(char type) {
-    switch (type) {
-    case 'B':
-    case 'C':
-    case 'b':
-    case 'c':
-        return 1;
-    case 'Y':
-        return 2;
-    case 'F':
-    case 'I':
-    case 'f':
-    case 'i':
-        return 4;
-    case 'D':
-    case 'L':
-    case 'd':
-    case 'l':
-        return 8;
-    default:
-        Fail("a property of an unknown type");
-    }
+    const auto isOneOf = [type](std::string_view types) {
+        return types.find(type) != std::string_view::npos;
+    };
+    if (isOneOf("BCbc")) return 1;
+    if (isOneOf("Y")) return 2;
+    if (isOneOf("FIfi")) return 4;
+    if (isOneOf("DLdl")) return 8;
+    Fail("a property of an unknown type");
 }
 
 // Reads the properties of a record of a binary file.

@@ -150,6 +150,20 @@ std::vector<std::uint32_t> SparseIndices(const Document& document, int index,
 }
 
 template <typename Value>
+void ReplaceSparse(const Document& document, int index, const Layout& layout,
+                   std::vector<Value>& values) {
+    const tinygltf::Accessor& accessor = document.model().accessors.at(index);
+    const auto copy = CopierFor<Value>(index, accessor.componentType);
+    const auto indices = SparseIndices(document, index, accessor);
+    const Elements changes = ElementsOf(document, index, accessor.sparse.values.bufferView,
+                                        static_cast<std::size_t>(accessor.sparse.values.byteOffset),
+                                        indices.size(), layout.elementSize(), layout.elementSize());
+    for (std::size_t i = 0; i < indices.size(); ++i)
+        copy(layout, changes.at(i), accessor.normalized,
+             &values[indices[i] * std::size_t(layout.width())]);
+}
+
+template <typename Value>
 std::vector<Value> ReadValues(const Document& document, int index, int& width) {
     const tinygltf::Accessor& accessor = document.model().accessors.at(index);
     const Layout layout = LayoutOf(index, accessor.componentType, accessor.type);
@@ -168,13 +182,7 @@ std::vector<Value> ReadValues(const Document& document, int index, int& width) {
     } else {
         values.resize(CountOf(document, index) * width);
     }
-    if (!accessor.sparse.isSparse) return values;
-    const auto indices = SparseIndices(document, index, accessor);
-    const Elements changes = ElementsOf(document, index, accessor.sparse.values.bufferView,
-                                        static_cast<std::size_t>(accessor.sparse.values.byteOffset),
-                                        indices.size(), layout.elementSize(), layout.elementSize());
-    for (std::size_t i = 0; i < indices.size(); ++i)
-        copy(layout, changes.at(i), accessor.normalized, &values[indices[i] * std::size_t(width)]);
+    if (accessor.sparse.isSparse) ReplaceSparse(document, index, layout, values);
     return values;
 }
 

@@ -41,11 +41,14 @@ private:
     std::string_view loadBuffer(const Json& buffer, std::string_view binary, bool isFirst);
     std::string_view bytesOfUri(const std::string& uri);
     void parseModel();
+    void restoreStridesAndIndices();
     std::string takeModelText();
     void addImages();
     void decodeMeshopt();
     void decodeDraco();
     void decodeDraco(tinygltf::Primitive& primitive, const tinygltf::Value& extension);
+    void decodeAttributes(tinygltf::Primitive& primitive, const tinygltf::Value& identifiers,
+                          const DracoMesh& mesh);
     int addBuffer(std::string bytes);
     int addView(std::string bytes);
     int addAccessor(tinygltf::Accessor accessor, std::string bytes, std::size_t count);
@@ -174,7 +177,12 @@ void Document::Loader::parseModel() {
         error = exception.what();
     }
     if (!isLoaded) GltfError(error.empty() ? "it cannot be understood" : FirstLine(error));
+    restoreStridesAndIndices();
+}
 
+// Adds to the model what takeModelText() took from it.
+void Document::Loader::restoreStridesAndIndices() {
+    tinygltf::Model& model = *document.parsed;
     for (std::size_t i = 0; i < strides.size(); ++i)
         model.bufferViews.at(i).byteStride = strides[i];
     auto index = indices.begin();
@@ -246,15 +254,20 @@ void Document::Loader::decodeDraco(tinygltf::Primitive& primitive,
     primitive.indices = addAccessor(indexType, mesh.indices(), mesh.numberOfTriangles() * 3);
     primitive.mode = TINYGLTF_MODE_TRIANGLES;
     if (!extension.Has("attributes")) GltfError("a compressed mesh has no attributes");
-    const tinygltf::Value& identifiers = extension.Get("attributes");
+    decodeAttributes(primitive, extension.Get("attributes"), mesh);
+}
+
+// `identifiers` has the attribute's number in the compressed mesh by name.
+void Document::Loader::decodeAttributes(tinygltf::Primitive& primitive,
+                                        const tinygltf::Value& identifiers, const DracoMesh& mesh) {
     for (auto& [name, accessor] : primitive.attributes) {
         if (!identifiers.Has(name)) continue;
         const tinygltf::Accessor type = document.parsed->accessors[accessor];
         const int id = identifiers.Get(name).GetNumberAsInt();
+        const int components =
+            tinygltf::GetNumComponentsInType(static_cast<std::uint32_t>(type.type));
         accessor = addAccessor(
-            type,
-            mesh.attribute(static_cast<unsigned>(id), type.componentType,
-                           tinygltf::GetNumComponentsInType(static_cast<std::uint32_t>(type.type))),
+            type, mesh.attribute(static_cast<unsigned>(id), type.componentType, components),
             mesh.numberOfPoints());
     }
 }

@@ -57,8 +57,10 @@ private:
     void checkSparse(const Json& sparse, std::uint32_t count) const;
     void checkMeshes() const;
     void checkAttributes(const Json* attributes) const;
+    void checkLight(const Json& node) const;
     void checkNodes() const;
     void checkMaterials() const;
+    void checkAnimation(const Json& animation) const;
     void checkSkinsAndAnimations() const;
     void checkTimes(const Json& sampler) const;
     std::vector<int> parentsOfNodes() const;
@@ -177,6 +179,14 @@ void CheckNumbers(const Json& node, const char* member, rapidjson::SizeType coun
                   " numbers");
 }
 
+void Checker::checkLight(const Json& node) const {
+    const Json* use = Member(Member(&node, "extensions"), "KHR_lights_punctual");
+    const Json* all = Member(Member(&document, "extensions"), "KHR_lights_punctual");
+    const Json* light = Member(use, "light");
+    if (light && !IsIndex(light, SizeOf(ArrayMember(all, "lights"))))
+        GltfError("\"light\" of a node refers to nothing");
+}
+
 void Checker::checkNodes() const {
     forEach(&document, "nodes", [this](const Json& node) {
         checkIndex(node, "camera", "cameras", "a node");
@@ -186,11 +196,7 @@ void Checker::checkNodes() const {
         CheckNumbers(node, "translation", 3);
         CheckNumbers(node, "rotation", 4);
         CheckNumbers(node, "scale", 3);
-        const Json* lights = Member(Member(&node, "extensions"), "KHR_lights_punctual");
-        const Json* all = Member(Member(&document, "extensions"), "KHR_lights_punctual");
-        const Json* light = Member(lights, "light");
-        if (light && !IsIndex(light, SizeOf(ArrayMember(all, "lights"))))
-            GltfError("\"light\" of a node refers to nothing");
+        checkLight(node);
     });
     forEach(&document, "scenes",
             [this](const Json& scene) { checkIndices(scene, "nodes", "nodes", "a scene"); });
@@ -268,24 +274,26 @@ void Checker::checkTimes(const Json& sampler) const {
         GltfError("the times of an animation are no floats");
 }
 
+void Checker::checkAnimation(const Json& animation) const {
+    CheckObjects(&animation, "samplers");
+    CheckObjects(&animation, "channels");
+    forEach(&animation, "samplers", [this](const Json& sampler) { checkTimes(sampler); });
+    const auto numberOfSamplers = SizeOf(ArrayMember(&animation, "samplers"));
+    forEach(&animation, "channels", [&](const Json& channel) {
+        const Json* target = Member(&channel, "target");
+        if (!IsIndex(Member(&channel, "sampler"), numberOfSamplers) || !target)
+            GltfError("a channel of an animation is incomplete");
+        checkIndex(*target, "node", "nodes", "a channel of an animation");
+    });
+}
+
 void Checker::checkSkinsAndAnimations() const {
     forEach(&document, "skins", [this](const Json& skin) {
         checkIndices(skin, "joints", "nodes", "a skin");
         checkIndex(skin, "inverseBindMatrices", "accessors", "a skin");
         checkIndex(skin, "skeleton", "nodes", "a skin");
     });
-    forEach(&document, "animations", [this](const Json& animation) {
-        CheckObjects(&animation, "samplers");
-        CheckObjects(&animation, "channels");
-        forEach(&animation, "samplers", [this](const Json& sampler) { checkTimes(sampler); });
-        const auto numberOfSamplers = SizeOf(ArrayMember(&animation, "samplers"));
-        forEach(&animation, "channels", [&](const Json& channel) {
-            const Json* target = Member(&channel, "target");
-            if (!IsIndex(Member(&channel, "sampler"), numberOfSamplers) || !target)
-                GltfError("a channel of an animation is incomplete");
-            checkIndex(*target, "node", "nodes", "a channel of an animation");
-        });
-    });
+    forEach(&document, "animations", [this](const Json& animation) { checkAnimation(animation); });
 }
 
 void Checker::check() const {

@@ -1,6 +1,7 @@
 #include "Instancing.h"
 
 #include <algorithm>
+#include <initializer_list>
 #include <optional>
 #include <string>
 
@@ -33,6 +34,19 @@ Value ElementOf(const std::optional<AccessorFloats>& values, std::size_t index, 
     return absent;
 }
 
+// Returns nothing when all attributes are absent.
+std::optional<std::size_t>
+CommonCount(std::initializer_list<const std::optional<AccessorFloats>*> attributes) {
+    std::optional<std::size_t> count;
+    for (const auto* values : attributes) {
+        if (!*values) continue;
+        if (count && *count != (*values)->count())
+            GltfError("the attributes of instances have different lengths");
+        count = (*values)->count();
+    }
+    return count;
+}
+
 } // namespace
 
 Instances InstancesOf(const Document& document, const tinygltf::Node& node) {
@@ -43,13 +57,7 @@ Instances InstancesOf(const Document& document, const tinygltf::Node& node) {
     const auto positions = ReadAttribute(document, attributes, "TRANSLATION", 3);
     const auto rotations = ReadAttribute(document, attributes, "ROTATION", 4);
     const auto scales = ReadAttribute(document, attributes, "SCALE", 3);
-    std::optional<std::size_t> count;
-    for (const auto* values : {&positions, &rotations, &scales}) {
-        if (!*values) continue;
-        if (count && *count != (*values)->count())
-            GltfError("the attributes of instances have different lengths");
-        count = (*values)->count();
-    }
+    const std::optional<std::size_t> count = CommonCount({&positions, &rotations, &scales});
     if (!count) return result; // only attributes of some other program
     result.areUsed = true;
     const Transform none;

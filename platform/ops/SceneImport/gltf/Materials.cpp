@@ -37,14 +37,8 @@ void AddAlpha(MaterialDraft& draft, float alpha, bool hasTexture) {
     if (isCutOut && hasTexture) draft.network.connect("opacity", "a", "baseColorImage");
 }
 
-void AddMetallicRoughness(MaterialDraft& draft) {
+void AddMetalnessAndRoughness(MaterialDraft& draft) {
     const tinygltf::PbrMetallicRoughness& pbr = draft.material.pbrMetallicRoughness;
-    const Color color = Color3(pbr.baseColorFactor, 1);
-    draft.network.set("baseColor", color);
-    const bool hasTexture = draft.addTexture("baseColor", "out", UseOf(pbr.baseColorTexture), true,
-                                             {color.begin(), color.end()});
-    AddAlpha(draft, NumberAt(pbr.baseColorFactor, 3, 1), hasTexture);
-
     const float metalness = Finite(pbr.metallicFactor, 1);
     const float roughness = Finite(pbr.roughnessFactor, 1);
     draft.network.set("metalness", metalness);
@@ -57,6 +51,17 @@ void AddMetallicRoughness(MaterialDraft& draft) {
         return;
     draft.network.connect("metalness", "b", image);
     draft.network.connect("roughness", "g", image);
+}
+
+void AddMetallicRoughness(MaterialDraft& draft) {
+    const tinygltf::PbrMetallicRoughness& pbr = draft.material.pbrMetallicRoughness;
+    const Color color = Color3(pbr.baseColorFactor, 1);
+    draft.network.set("baseColor", color);
+    const bool hasTexture = draft.addTexture("baseColor", "out", UseOf(pbr.baseColorTexture), true,
+                                             {color.begin(), color.end()});
+    AddAlpha(draft, NumberAt(pbr.baseColorFactor, 3, 1), hasTexture);
+
+    AddMetalnessAndRoughness(draft);
 }
 
 void AddEmission(MaterialDraft& draft) {

@@ -92,6 +92,21 @@ meshopt_Stream StreamOf(const AccessorFloats& data) {
     return {data.values.data(), size, size};
 }
 
+// The first point that has each of `count` new numbers.
+std::vector<std::uint32_t> FirstOfEach(const std::vector<std::uint32_t>& newNumbers,
+                                       std::size_t count) {
+    constexpr std::uint32_t kUnused = ~std::uint32_t(0);
+    std::vector<std::uint32_t> first(count);
+    std::vector<bool> isTaken(count);
+    for (std::uint32_t point = 0; point < newNumbers.size(); ++point) {
+        const std::uint32_t number = newNumbers[point];
+        if (number == kUnused || isTaken[number]) continue;
+        isTaken[number] = true;
+        first[number] = point;
+    }
+    return first;
+}
+
 } // namespace
 
 void PointData::select(const std::vector<std::uint32_t>& elements) {
@@ -131,14 +146,7 @@ std::vector<std::uint32_t> JoinEqualPoints(const PointData& data,
     std::vector<std::uint32_t> remap(data.count);
     const std::size_t count = meshopt_generateVertexRemapMulti(
         remap.data(), indices.data(), indices.size(), data.count, streams.data(), streams.size());
-    constexpr std::uint32_t kUnused = ~std::uint32_t(0);
-    std::vector<bool> isTaken(count);
-    left.resize(count);
-    for (std::uint32_t point = 0; point < data.count; ++point) {
-        if (remap[point] == kUnused || isTaken[remap[point]]) continue;
-        isTaken[remap[point]] = true;
-        left[remap[point]] = point;
-    }
+    left = FirstOfEach(remap, count);
     for (std::uint32_t& index : indices)
         index = remap[index];
     return left;

@@ -47,8 +47,10 @@ std::string ExtensionOfHint(std::string_view hint) {
     return extension.size() > 1 && extension.size() <= kLongestExtension ? extension : ".img";
 }
 
-char LowByte(std::uint32_t number) {
-    return static_cast<char>(number & 0xff);
+// The low byte comes first.
+void SetShort(std::string& file, std::size_t place, std::uint32_t number) {
+    file[place] = static_cast<char>(number & 0xff);
+    file[place + 1] = static_cast<char>(number >> 8 & 0xff);
 }
 
 } // namespace
@@ -62,6 +64,7 @@ std::string ImageExtension(std::string_view bytes, std::string_view hint) {
 }
 
 std::string TgaFile(std::uint32_t width, std::uint32_t height, std::string_view texels) {
+    constexpr std::size_t kHeaderSize = 18;
     constexpr char kTrueColor = 2;
     constexpr char kBits = 32;
     constexpr char kTopFirstWithAlpha = 0x28; // bit 5, and the number of bits of alpha
@@ -70,27 +73,13 @@ std::string TgaFile(std::uint32_t width, std::uint32_t height, std::string_view 
                                  std::to_string(height));
     if (texels.size() != std::uint64_t(width) * height * 4)
         throw std::runtime_error("its texels are not complete");
-    const char header[] = {0,
-                           0,
-                           kTrueColor,
-                           0,
-                           0,
-                           0,
-                           0,
-                           0,
-                           0,
-                           0,
-                           0,
-                           0,
-                           LowByte(width),
-                           LowByte(width >> 8),
-                           LowByte(height),
-                           LowByte(height >> 8),
-                           kBits,
-                           kTopFirstWithAlpha};
-    std::string file(header, sizeof header);
-    file += texels;
-    return file;
+    std::string file(kHeaderSize, '\0');
+    file[2] = kTrueColor;
+    SetShort(file, 12, width);
+    SetShort(file, 14, height);
+    file[16] = kBits;
+    file[17] = kTopFirstWithAlpha;
+    return file.append(texels);
 }
 
 } // namespace TellarSceneImport

@@ -28,9 +28,13 @@ public:
     GroupAttribute resolved(const ContentMaterial& material);
 
 private:
+    using Lost = std::set<std::string>; // names of image nodes
+
+    Lost resolveFiles(const ContentMaterial& material, const GroupAttribute& nodes,
+                      GroupBuilder& network);
     std::string pathOf(const std::string& file, const std::string& material);
     std::string pathOfEmbedded(const std::string& number);
-    static GroupAttribute without(const std::set<std::string>& lost, const GroupAttribute& node);
+    static GroupAttribute without(const Lost& lost, const GroupAttribute& node);
 
     const SceneContent& content;
     TextureFiles files;
@@ -59,9 +63,9 @@ std::string Resolver::pathOf(const std::string& file, const std::string& materia
 }
 
 // Connections are texts such as "r@baseColorImage".
-GroupAttribute Resolver::without(const std::set<std::string>& lost, const GroupAttribute& node) {
+GroupAttribute Resolver::without(const Lost& lost, const GroupAttribute& node) {
     const GroupAttribute connections(node.getChildByName("connections"));
-    if (lost.empty() || !connections.isValid()) return node;
+    if (!connections.isValid()) return node;
     GroupBuilder builder, kept;
     builder.update(node);
     for (std::int64_t i = 0; i < connections.getNumberOfChildren(); ++i) {
@@ -75,12 +79,10 @@ GroupAttribute Resolver::without(const std::set<std::string>& lost, const GroupA
     return builder.build();
 }
 
-GroupAttribute Resolver::resolved(const ContentMaterial& material) {
-    const GroupAttribute nodes(material.network.getChildByName("nodes"));
-    std::set<std::string> lost;
-    GroupBuilder builder;
-    builder.setGroupInherit(material.network.getGroupInherit());
-    builder.update(material.network);
+// Sets the paths of the image nodes, and removes the nodes whose images cannot be had.
+Resolver::Lost Resolver::resolveFiles(const ContentMaterial& material, const GroupAttribute& nodes,
+                                      GroupBuilder& network) {
+    Lost lost;
     for (std::int64_t i = 0; nodes.isValid() && i < nodes.getNumberOfChildren(); ++i) {
         const std::string name(nodes.getChildName(i));
         const std::string file =
@@ -89,11 +91,20 @@ GroupAttribute Resolver::resolved(const ContentMaterial& material) {
         const std::string path = pathOf(file, material.name);
         if (path.empty()) {
             lost.insert(name);
-            builder.del("nodes." + name);
+            network.del("nodes." + name);
         } else {
-            builder.set("nodes." + name + ".parameters.file", StringAttribute(path));
+            network.set("nodes." + name + ".parameters.file", StringAttribute(path));
         }
     }
+    return lost;
+}
+
+GroupAttribute Resolver::resolved(const ContentMaterial& material) {
+    const GroupAttribute nodes(material.network.getChildByName("nodes"));
+    GroupBuilder builder;
+    builder.setGroupInherit(material.network.getGroupInherit());
+    builder.update(material.network);
+    const Lost lost = resolveFiles(material, nodes, builder);
     if (!lost.empty())
         builder.set("nodes.surface",
                     without(lost, GroupAttribute(nodes.getChildByName("surface"))));

@@ -67,16 +67,19 @@ void SurfaceNetwork::connect(const std::string& input, const std::string& port,
     connections.set(input, StringAttribute(port + "@" + node));
 }
 
+GroupAttribute SurfaceNetwork::shader(const GroupAttribute& values) {
+    GroupBuilder node;
+    node.set("name", StringAttribute(kShader));
+    node.set("type", StringAttribute("standard_surface"));
+    node.set("parameters", values);
+    if (!connections.isEmpty()) node.set("connections", connections.build());
+    return node.build();
+}
+
 GroupAttribute SurfaceNetwork::build() {
     const GroupAttribute values = parameters.build();
-    GroupBuilder shader;
-    shader.set("name", StringAttribute(kShader));
-    shader.set("type", StringAttribute("standard_surface"));
-    shader.set("parameters", values);
-    if (!connections.isEmpty()) shader.set("connections", connections.build());
-
     GroupBuilder all;
-    all.set(kShader, shader.build());
+    all.set(kShader, shader(values));
     all.update(nodes.build());
 
     GroupBuilder network;

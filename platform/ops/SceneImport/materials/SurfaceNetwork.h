@@ -41,6 +41,8 @@ public:
     OxAttribute::GroupAttribute build();
 
 private:
+    OxAttribute::GroupAttribute shader(const OxAttribute::GroupAttribute& values);
+
     OxAttribute::GroupBuilder parameters;
     OxAttribute::GroupBuilder connections;
     OxAttribute::GroupBuilder nodes;

@@ -47,6 +47,8 @@ private:
     Draft& draft(std::uint32_t parent, std::string name);
     void findBounds();
     SceneNode finish(const Draft& draft) const;
+    void setDevice(const ContentDevice& device, GroupBuilder& attrs) const;
+    StringAttribute namesOfChildren(const Draft& draft) const;
 
     const std::vector<std::uint32_t>& childrenOf(const ContentNode& node) const;
     const Matrix& aimOf(const ContentDevice& device) const;
@@ -158,33 +160,38 @@ OxAttribute::GroupAttribute SceneBuilder::xformOf(const Draft& draft) const {
     return xform.isEmpty() ? OxAttribute::GroupAttribute() : xform.build();
 }
 
-SceneNode SceneBuilder::finish(const Draft& draft) const {
-    const bool isCamera = draft.device && draft.device->kind == ContentDevice::Kind::Camera;
-    const bool isLight = draft.device && !isCamera;
-    const std::string type = draft.shape ? draft.shape->type
-                             : isCamera  ? "camera"
-                             : isLight   ? "light"
-                                         : "group";
-    GroupBuilder attrs;
-    attrs.set("type", StringAttribute(type));
-    attrs.set("xform", xformOf(draft));
-    attrs.set("bound", draft.bound.attribute());
-    if (draft.shape) attrs.set("geometry", draft.shape->geometry);
-    if (isCamera) attrs.set("geometry", CameraGeometry(content.cameras[draft.device->index]));
-    if (isLight) {
-        const ImportedLight& light = content.lights[draft.device->index];
-        attrs.set("light", LightParameters(light));
-        attrs.set("material", LightNetwork(light));
+void SceneBuilder::setDevice(const ContentDevice& device, GroupBuilder& attrs) const {
+    if (device.kind == ContentDevice::Kind::Camera) {
+        attrs.set("type", StringAttribute("camera"));
+        attrs.set("geometry", CameraGeometry(content.cameras[device.index]));
+        return;
     }
+    const ImportedLight& light = content.lights[device.index];
+    attrs.set("type", StringAttribute("light"));
+    attrs.set("light", LightParameters(light));
+    attrs.set("material", LightNetwork(light));
+}
+
+StringAttribute SceneBuilder::namesOfChildren(const Draft& draft) const {
     std::vector<std::string_view> names;
     for (const std::uint32_t child : draft.children)
         names.push_back(drafts[child].name);
+    if (names.empty()) return {};
+    return {names.data(), static_cast<std::int64_t>(names.size()), 1};
+}
+
+SceneNode SceneBuilder::finish(const Draft& draft) const {
+    GroupBuilder attrs;
+    attrs.set("type", StringAttribute(draft.shape ? draft.shape->type : "group"));
+    attrs.set("xform", xformOf(draft));
+    attrs.set("bound", draft.bound.attribute());
+    if (draft.shape) attrs.set("geometry", draft.shape->geometry);
+    if (draft.device) setDevice(*draft.device, attrs);
 
     SceneNode node;
     node.name = draft.name;
     node.attrs = attrs.build();
-    if (!names.empty())
-        node.childNames = StringAttribute(names.data(), static_cast<std::int64_t>(names.size()), 1);
+    node.childNames = namesOfChildren(draft);
     node.motion = motionOf(draft);
     if (draft.shape) node.material = draft.shape->material;
     return node;

@@ -73,9 +73,12 @@ void MeshMotion::check() const {
     if (parts.restWeights.size() != parts.targets.size() ||
         (!parts.weights.isEmpty() && parts.weights.width() != parts.targets.size()))
         throw std::runtime_error("a mesh has a weight too many or too few for its morph targets");
-    if (!parts.joints) return;
+    if (parts.joints) checkJoints();
+}
+
+void MeshMotion::checkJoints() const {
     const Skin& skin = parts.joints->skin;
-    if (parts.joints->influences.pointCount() != points.positions.size() / 3)
+    if (parts.joints->influences.pointCount() != parts.points.positions.size() / 3)
         throw std::runtime_error("the joints or weights of a skin do not fit its points");
     if (skin.inverseBinds.size() != skin.joints.size())
         throw std::runtime_error("a skin has a matrix too many or too few for its joints");
@@ -129,6 +132,39 @@ MeshMotion::Probe MeshMotion::makeProbe() const {
     return probe;
 }
 
+std::vector<float> MeshMotion::positionsAt(Moment moment, const Probe& probe) const {
+    return pointsAt(moment, probe.points, probe.targets, probe.stride).positions;
+}
+
+// Whether linear interpolation between the two times stays within the tolerance. The middle alone
+// would miss curves that cross the line there.
+bool MeshMotion::isStraight(const Probe& probe, double from, double to, double tolerance) const {
+    const std::vector<float> first = positionsAt({from, false}, probe);
+    const std::vector<float> last = positionsAt({to, true}, probe);
+    for (const double amount : {0.25, 0.5, 0.75}) {
+        const Moment between = {from + (to - from) * amount, false};
+        if (Deviation(first, last, amount, positionsAt(between, probe)) > tolerance) return false;
+    }
+    return true;
+}
+
+// The number of even steps of which each is straight.
+std::size_t MeshMotion::stepsBetween(const Probe& probe, double from, double to,
+                                     double tolerance) const {
+    std::size_t steps = 1;
+    for (std::size_t step = 0; step < steps && steps < kMostSteps;) {
+        const double length = (to - from) / double(steps);
+        const double start = from + length * double(step);
+        if (isStraight(probe, start, start + length, tolerance)) {
+            ++step;
+        } else {
+            steps *= 2;
+            step = 0;
+        }
+    }
+    return steps;
+}
+
 std::vector<const Track*> MeshMotion::tracks() const {
     std::vector<const Track*> found;
     if (parts.joints) found = parts.joints->skeleton->tracks(chain);
@@ -140,34 +176,10 @@ std::vector<Moment> MeshMotion::chooseMoments() const {
     const std::vector<Moment> keys = KeyMoments(tracks());
     if (keys.empty()) return {Moment{}};
     const Probe probe = makeProbe();
-    const auto positionsAt = [&](double seconds, bool isBefore) {
-        return pointsAt({seconds, isBefore}, probe.points, probe.targets, probe.stride).positions;
-    };
     const double tolerance =
-        kTolerance * BoundOf(positionsAt(keys.front().seconds, false)).diagonal();
-    // The middle alone would miss curves that cross the line there.
-    const auto isClose = [&](double from, double to) {
-        const std::vector<float> first = positionsAt(from, false), last = positionsAt(to, true);
-        for (const double amount : {0.25, 0.5, 0.75}) {
-            const double between = from + (to - from) * amount;
-            if (Deviation(first, last, amount, positionsAt(between, false)) > tolerance)
-                return false;
-        }
-        return true;
-    };
-    return Refine(keys, [&](double from, double to) {
-        std::size_t steps = 1;
-        for (std::size_t step = 0; step < steps && steps < kMostSteps;) {
-            const double length = (to - from) / double(steps);
-            if (isClose(from + length * double(step), from + length * double(step + 1))) {
-                ++step;
-            } else {
-                steps *= 2;
-                step = 0;
-            }
-        }
-        return steps;
-    });
+        kTolerance * BoundOf(positionsAt({keys.front().seconds, false}, probe)).diagonal();
+    return Refine(keys,
+                  [&](double from, double to) { return stepsBetween(probe, from, to, tolerance); });
 }
 
 Box MeshMotion::bound() const {

@@ -65,13 +65,17 @@ private:
     };
 
     void check() const;
+    void checkJoints() const;
     std::vector<double> weightsAt(Moment moment) const;
     MeshPoints pointsAt(Moment moment) const;
     MeshPoints pointsAt(Moment moment, const MeshPoints& rest,
                         const std::vector<MorphTarget>& targets, std::size_t stride) const;
+    std::vector<float> positionsAt(Moment moment, const Probe& probe) const;
     Probe makeProbe() const;
     std::vector<const Track*> tracks() const;
     std::vector<Moment> chooseMoments() const;
+    bool isStraight(const Probe& probe, double from, double to, double tolerance) const;
+    std::size_t stepsBetween(const Probe& probe, double from, double to, double tolerance) const;
 
     const Parts parts;
     std::vector<std::size_t> chain; // the joints and their ancestors

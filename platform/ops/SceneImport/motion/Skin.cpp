@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -102,27 +103,29 @@ Influences::Influences(std::size_t pointCount, const std::vector<Set>& sets,
         addPoint(point, sets, jointCount);
 }
 
-void Influences::addPoint(std::size_t point, const std::vector<Set>& sets, std::size_t jointCount) {
-    double sum = 0;
-    for (const Set& set : sets) {
-        for (std::size_t i = point * kJointsPerSet; i < (point + 1) * kJointsPerSet; ++i) {
-            const float weight = set.weights[i];
-            if (!(weight > 0) || !std::isfinite(weight)) continue;
-            if (set.joints[i] >= jointCount)
-                throw std::runtime_error("a point refers to joint " +
-                                         std::to_string(set.joints[i]) + " of a skin with " +
-                                         std::to_string(jointCount) + " joints");
-            jointOf.push_back(set.joints[i]);
-            weightOf.push_back(weight);
-            sum += weight;
-        }
+// Adds the joints of a set that have a weight.
+void Influences::addJoints(std::size_t point, const Set& set, std::size_t jointCount) {
+    for (std::size_t i = point * kJointsPerSet; i < (point + 1) * kJointsPerSet; ++i) {
+        const float weight = set.weights[i];
+        if (!(weight > 0) || !std::isfinite(weight)) continue;
+        if (set.joints[i] >= jointCount)
+            throw std::runtime_error("a point refers to joint " + std::to_string(set.joints[i]) +
+                                     " of a skin with " + std::to_string(jointCount) + " joints");
+        jointOf.push_back(set.joints[i]);
+        weightOf.push_back(weight);
     }
+}
+
+void Influences::addPoint(std::size_t point, const std::vector<Set>& sets, std::size_t jointCount) {
+    for (const Set& set : sets)
+        addJoints(point, set, jointCount);
     if (jointOf.size() == starts.back()) {
         const std::uint32_t first = sets.front().joints[point * kJointsPerSet];
         jointOf.push_back(first < jointCount ? first : 0);
         weightOf.push_back(1);
-        sum = 1;
     }
+    const auto weights = weightOf.begin() + static_cast<std::ptrdiff_t>(starts.back());
+    const double sum = std::accumulate(weights, weightOf.end(), 0.0);
     for (std::size_t i = starts.back(); i < weightOf.size(); ++i)
         weightOf[i] = static_cast<float>(weightOf[i] / sum);
     starts.push_back(jointOf.size());

@@ -61,6 +61,7 @@ public:
 
 private:
     void addPoint(std::size_t point, const std::vector<Set>& sets, std::size_t jointCount);
+    void addJoints(std::size_t point, const Set& set, std::size_t jointCount);
 
     std::vector<std::size_t> starts = {0}; // one more than points
     std::vector<std::uint32_t> jointOf;

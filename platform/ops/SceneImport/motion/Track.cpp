@@ -112,21 +112,25 @@ void Track::evaluate(Moment moment, double* value) const {
 
 // `amount` is 0 at `key` and 1 at the next key.
 void Track::evaluateBetween(std::size_t key, double amount, double* value) const {
-    if (kind == TrackKind::Rotation && interpolation == Interpolation::Linear) {
-        Quaternion from{}, to{};
-        copyValue(key, from.data());
-        copyValue(key + 1, to.data());
-        const Quaternion between = Slerp(from, to, amount);
-        std::copy(between.begin(), between.end(), value);
-        return;
-    }
+    if (interpolation == Interpolation::CubicSpline) return evaluateSpline(key, amount, value);
+    if (kind == TrackKind::Vector) return evaluateLine(key, amount, value);
+    Quaternion from{}, to{};
+    copyValue(key, from.data());
+    copyValue(key + 1, to.data());
+    const Quaternion between = Slerp(from, to, amount);
+    std::copy(between.begin(), between.end(), value);
+}
+
+void Track::evaluateLine(std::size_t key, double amount, double* value) const {
     const float* const from = keyValue(key);
     const float* const to = keyValue(key + 1);
-    if (interpolation == Interpolation::Linear) {
-        for (std::size_t i = 0; i < valueWidth; ++i)
-            value[i] = from[i] + (double(to[i]) - from[i]) * amount;
-        return;
-    }
+    for (std::size_t i = 0; i < valueWidth; ++i)
+        value[i] = from[i] + (double(to[i]) - from[i]) * amount;
+}
+
+void Track::evaluateSpline(std::size_t key, double amount, double* value) const {
+    const float* const from = keyValue(key);
+    const float* const to = keyValue(key + 1);
     const double duration = times[key + 1] - times[key];
     const float* const leaving = tangents(key).second;
     const float* const arriving = tangents(key + 1).first;
@@ -181,18 +185,24 @@ std::size_t Track::stepsBetween(double from, double to) const {
     if (times.size() < 2 || interpolation == Interpolation::Step || !(from < to) ||
         to <= times.front() || from >= times.back())
         return 1;
-    if (kind == TrackKind::Rotation) {
-        if (interpolation == Interpolation::Linear)
-            return ToSteps(angleBetween(from, to) / kLargestTurn);
-        double turn = 0;
-        for (int part = 0; part < kTurnParts; ++part)
-            turn = std::max(turn, angleBetween(from + (to - from) * part / kTurnParts,
-                                               from + (to - from) * (part + 1) / kTurnParts));
-        return ToSteps(turn * kTurnParts / kLargestTurn);
-    }
+    if (kind == TrackKind::Rotation) return stepsOfRotation(from, to);
     if (interpolation == Interpolation::Linear || splineTolerance == 0) return 1;
-    // A chord deviates by at most an eighth of the squared step times the second derivative, which
-    // is linear over an interval between keys and so is largest at an end.
+    return stepsOfSpline(from, to);
+}
+
+std::size_t Track::stepsOfRotation(double from, double to) const {
+    if (interpolation == Interpolation::Linear)
+        return ToSteps(angleBetween(from, to) / kLargestTurn);
+    double turn = 0;
+    for (int part = 0; part < kTurnParts; ++part)
+        turn = std::max(turn, angleBetween(from + (to - from) * part / kTurnParts,
+                                           from + (to - from) * (part + 1) / kTurnParts));
+    return ToSteps(turn * kTurnParts / kLargestTurn);
+}
+
+// A chord deviates by at most an eighth of the squared step times the second derivative, which is
+// linear over an interval between keys and so is largest at an end.
+std::size_t Track::stepsOfSpline(double from, double to) const {
     const auto key = static_cast<std::size_t>(
         std::upper_bound(times.begin(), times.end() - 1, from) - times.begin() - 1);
     const double duration = times[key + 1] - times[key];

@@ -60,9 +60,13 @@ private:
     void readKeys(const std::vector<double>& seconds, const std::vector<float>& values);
     void copyValue(std::size_t key, double* value) const;
     void evaluateBetween(std::size_t key, double amount, double* value) const;
+    void evaluateLine(std::size_t key, double amount, double* value) const;
+    void evaluateSpline(std::size_t key, double amount, double* value) const;
     double extent() const;
     double largestCurvature(std::size_t key, double amount) const;
     double angleBetween(double from, double to) const;
+    std::size_t stepsOfRotation(double from, double to) const;
+    std::size_t stepsOfSpline(double from, double to) const;
 
     TrackKind kind = TrackKind::Vector;
     Interpolation interpolation = Interpolation::Linear;

@@ -88,8 +88,10 @@ private:
     std::int32_t pointOf(double index) const;
     void append(const PlyRow& row, const std::vector<std::size_t>& properties,
                 std::vector<float>& values) const;
+    void readElements();
     void removeFaces();
     void removePoints();
+    void replaceNumbers();
     bool isFinite(std::size_t point) const;
 
     const PlyHeader header;
@@ -236,18 +238,21 @@ void MeshReader::removeFaces() {
 
 // Points of a mesh have to stay where faces refer to them, and points of no face do not show.
 void MeshReader::removePoints() {
+    if (!mesh.corners.empty()) return;
     const std::size_t count = mesh.positions.size() / 3;
-    if (mesh.corners.empty()) {
-        std::vector<bool> isKept(count);
-        for (std::size_t point = 0; point < count; ++point)
-            isKept[point] = isFinite(point);
-        const auto keeps = [&](std::size_t point) { return isKept[point]; };
-        Keep(mesh.normals, count, 3, keeps);
-        Keep(mesh.colors, count, 4, keeps);
-        Keep(mesh.widths, count, 1, keeps);
-        Keep(mesh.st, count, 2, keeps);
-        Keep(mesh.positions, count, 3, keeps);
-    }
+    std::vector<bool> isKept(count);
+    for (std::size_t point = 0; point < count; ++point)
+        isKept[point] = isFinite(point);
+    const auto keeps = [&](std::size_t point) { return isKept[point]; };
+    Keep(mesh.normals, count, 3, keeps);
+    Keep(mesh.colors, count, 4, keeps);
+    Keep(mesh.widths, count, 1, keeps);
+    Keep(mesh.st, count, 2, keeps);
+    Keep(mesh.positions, count, 3, keeps);
+}
+
+// Replaces numbers that are not finite.
+void MeshReader::replaceNumbers() {
     for (auto* const values : {&mesh.positions, &mesh.normals, &mesh.st, &mesh.cornerSt})
         for (float& value : *values)
             if (!std::isfinite(value)) value = 0;
@@ -255,8 +260,7 @@ void MeshReader::removePoints() {
         if (!(width >= 0) || !std::isfinite(width)) width = 0;
 }
 
-PlyMesh MeshReader::read() {
-    mesh.texture = header.texture;
+void MeshReader::readElements() {
     for (const PlyElement& element : header.elements)
         if (element.name == "vertex") pointCount = element.count;
     bool hasPoints = false;
@@ -273,8 +277,14 @@ PlyMesh MeshReader::read() {
         }
     }
     if (mesh.positions.size() / 3 != pointCount) ThrowPlyError("its points are there twice");
+}
+
+PlyMesh MeshReader::read() {
+    mesh.texture = header.texture;
+    readElements();
     removeFaces();
     removePoints();
+    replaceNumbers();
     // Faces of strips have no colours and no texture coordinates.
     if (mesh.faceColors.size() != (mesh.starts.size() - 1) * 4) mesh.faceColors.clear();
     if (mesh.cornerSt.size() != mesh.corners.size() * 2) mesh.cornerSt.clear();
