@@ -339,6 +339,8 @@ struct Camera {
     float far = 100000;
     float left = -1, right = 1, top = 1, bottom = -1; ///< the screen window
     float orthographicWidth = 30;
+    float apertureRadius = 0; ///< of a thin lens; 0: a pinhole, for which everything is in focus
+    float focusDistance = 1;  ///< depth of the plane that is in focus
     std::vector<M44d> toWorld{M44d()}; ///< one or more steps
 };
 

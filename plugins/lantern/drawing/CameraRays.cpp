@@ -52,6 +52,13 @@ M44d WorldToCamera(const Camera& camera) {
     return CanBeInverted(toWorld) ? toWorld.inverse() : M44d();
 }
 
+V2f InUnitDisk(const V2f& numbers) {
+    const double angle = 360 * kRadiansPerDegree * static_cast<double>(numbers.y);
+    const double radius = std::sqrt(static_cast<double>(numbers.x));
+    return {static_cast<float>(radius * std::cos(angle)),
+            static_cast<float>(radius * std::sin(angle))};
+}
+
 CameraRays::CameraRays(const Camera& camera, int width, int height)
     : camera(camera), fromWorld(WorldToCamera(camera)) {
     const double l = camera.left, r = camera.right, t = camera.top, b = camera.bottom;
@@ -69,17 +76,21 @@ CameraRays::CameraRays(const Camera& camera, int width, int height)
     }
 }
 
-Ray CameraRays::at(double x, double y, float time) const {
+Ray CameraRays::at(double x, double y, float time, const V2f& onLens) const {
     const Imath::V3d offset(left + x * pixelWidth, top - y * pixelHeight, 0);
     const Imath::V3d axis(0, 0, -1);
+    const Imath::V3d lens = Imath::V3d(onLens.x, onLens.y, 0) * camera.apertureRadius;
+    // All rays of a point of the picture meet in the plane that is in focus.
+    const Imath::V3d bend = lens / camera.focusDistance;
     const M44d toWorld = toWorldAt(time);
     Imath::V3d origin, direction;
     if (camera.isOrthographic) {
-        toWorld.multVecMatrix(offset + axis * camera.near, origin);
-        toWorld.multDirMatrix(axis, direction);
+        toWorld.multVecMatrix(offset + lens + (axis - bend) * camera.near, origin);
+        toWorld.multDirMatrix(axis - bend, direction);
     } else {
-        toWorld.multVecMatrix((offset + axis) * std::max(camera.near, 0.0f), origin);
-        toWorld.multDirMatrix(offset + axis, direction);
+        const Imath::V3d perDepth = offset + axis - bend;
+        toWorld.multVecMatrix(lens + perDepth * std::max(camera.near, 0.0f), origin);
+        toWorld.multDirMatrix(perDepth, direction);
     }
     // The length of the ray in world space per unit of depth.
     const double perDepth = direction.length();

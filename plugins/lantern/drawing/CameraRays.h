@@ -29,14 +29,18 @@ M44d ProjectionOf(const Camera& camera, int width, int height);
 /// singular.
 M44d WorldToCamera(const Camera& camera);
 
+/// A point of the unit disk, evenly distributed if the two numbers in [0, 1) are.
+V2f InUnitDisk(const V2f& numbers);
+
 /// Generates camera rays.
 class CameraRays {
 public:
     CameraRays(const Camera& camera, int width, int height);
 
     /// The ray through a point of the picture, in pixels from its left and top. It begins at the
-    /// near and ends at the far clipping plane.
-    Ray at(double x, double y, float time) const;
+    /// near and ends at the far clipping plane. `onLens` is a point of the unit disk, where the ray
+    /// goes through the lens.
+    Ray at(double x, double y, float time, const V2f& onLens = V2f(0)) const;
     /// The cone of a pixel.
     RayCone pixelCone() const;
 

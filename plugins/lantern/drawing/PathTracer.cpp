@@ -14,7 +14,7 @@ namespace lantern {
 namespace {
 
 /// The purposes of a path's random numbers.
-enum Purpose : std::uint32_t { kPixel, kTime, kFirstBounce };
+enum Purpose : std::uint32_t { kPixel, kTime, kFirstBounce, kLens = 0xffffffff };
 /// The purposes that recur at each bounce.
 enum BouncePurpose : std::uint32_t {
     kOpacity,
@@ -79,7 +79,9 @@ PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int 
 PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) const {
     const Sampler sampler(x, y, number);
     const V2f inPixel = sampler.pair(kPixel);
-    const Ray ray = camera.at(double(x) + inPixel.x, double(y) + inPixel.y, sampler.pair(kTime).x);
+    const V2f onLens = scene.camera.apertureRadius > 0 ? InUnitDisk(sampler.pair(kLens)) : V2f(0);
+    const Ray ray =
+        camera.at(double(x) + inPixel.x, double(y) + inPixel.y, sampler.pair(kTime).x, onLens);
     if (first) {
         *first = {};
         first->inPixel = inPixel;

@@ -135,6 +135,10 @@ void CheckLens(const Camera& camera, const std::string& path) {
     for (const float value : {camera.fov, camera.near, camera.far, camera.left, camera.right,
                               camera.top, camera.bottom, camera.orthographicWidth})
         if (!std::isfinite(value)) refuse("a lens that is not finite");
+    if (!(camera.apertureRadius >= 0) || !std::isfinite(camera.apertureRadius))
+        refuse("an apertureRadius of " + Text(static_cast<double>(camera.apertureRadius)));
+    if (!(camera.focusDistance > 0) || !std::isfinite(camera.focusDistance))
+        refuse("a focusDistance of " + Text(static_cast<double>(camera.focusDistance)));
     if (camera.left == camera.right || camera.top == camera.bottom)
         refuse("a screen window without a size");
     if (camera.isOrthographic && !(camera.orthographicWidth > 0))
@@ -189,6 +193,17 @@ void MoveLensTo(float time, const Attribute& geometry, Camera& lens) {
     move("top", lens.top);
     move("bottom", lens.bottom);
     move("orthographicWidth", lens.orthographicWidth);
+}
+
+/// The attributes of a thin lens, which the handle does not have.
+void ReadFocus(float time, const Attribute& geometry, Camera& lens) {
+    const auto read = [&](const char* name, float& value) {
+        double given = 0;
+        const Attribute attribute = geometry.child(name);
+        if (attribute && attribute.read(&given, 1, time)) value = static_cast<float>(given);
+    };
+    read("apertureRadius", lens.apertureRadius);
+    read("focusDistance", lens.focusDistance);
 }
 
 void CheckPosition(const M44d& toWorld, const std::string& path) {
@@ -259,6 +274,7 @@ Camera ReadCamera(const Suites& suites, const Location& root, float frame, const
     if (!location || !handle) throw RenderError("the camera \"" + path + "\" is not in the scene");
     Camera camera = handle.lens();
     MoveLensTo(frame, location.attribute("geometry"), camera);
+    ReadFocus(frame, location.attribute("geometry"), camera);
     CheckLens(camera, path);
     const Transform transform = ReadTransform(suites, location.transformsFromTheRoot(), shutter);
     camera.toWorld.resize(static_cast<std::size_t>(transform.steps));

@@ -136,6 +136,30 @@ TEST(CameraRaysInMotion, BeginAtTheCamerasPositionAtTheirTime) {
     EXPECT_EQ(rays.at(5, 5, 1).origin, V3f(4, 8, 0));
 }
 
+class CameraRaysOfALens : public testing::TestWithParam<bool> {};
+
+TEST_P(CameraRaysOfALens, MeetInThePlaneOfFocus) {
+    Camera camera = Lens(GetParam(), -1, 1, -1, 1);
+    camera.apertureRadius = 0.5f;
+    camera.focusDistance = 8;
+    const CameraRays rays(camera, 100, 100);
+    const auto inFocus = [&](const V2f& onLens) {
+        const Ray ray = rays.at(20, 30, 0, onLens);
+        const double slope =
+            rays.depthOf(ray.origin + ray.direction, 0) - rays.depthOf(ray.origin, 0);
+        const double way = (8 - rays.depthOf(ray.origin, 0)) / slope;
+        return V3d(ray.origin) + V3d(ray.direction) * way;
+    };
+    EXPECT_LT((inFocus({1, 0}) - inFocus({0, 0})).length(), 1e-4);
+    EXPECT_LT((inFocus({0, -1}) - inFocus({0, 0})).length(), 1e-4);
+    const Ray right = rays.at(20, 30, 0, {1, 0});
+    EXPECT_NEAR(rays.depthOf(right.origin, 0), 0.5, 1e-4);
+    // The near plane is a sixteenth of the way to the plane of focus.
+    EXPECT_NEAR((right.origin - rays.at(20, 30, 0).origin).length(), 0.5 * 15 / 16, 1e-4);
+}
+
+INSTANTIATE_TEST_SUITE_P(, CameraRaysOfALens, testing::Bool());
+
 TEST(CameraRaysOfNoCamera, BeginAtTheOrigin) {
     Camera camera;
     camera.near = 0;

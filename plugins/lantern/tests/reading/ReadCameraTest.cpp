@@ -66,6 +66,16 @@ TEST(ReadCamera, HasTheLensOfTheFrame) {
     EXPECT_EQ(ReadSilently(SceneJson("", "", zoom)).camera.fov, 40);
 }
 
+TEST(ReadCamera, HasTheFocusOfTheFrame) {
+    EXPECT_EQ(ReadSilently(SceneJson("")).camera.apertureRadius, 0);
+    const std::string pull = R"("geometry": {"fov": 40.0, "near": 0.1, "far": 100.0, "left": -1.0,
+        "right": 1.0, "top": 1.0, "bottom": -1.0, "apertureRadius": 0.25,
+        "focusDistance": {"$type": "double", "times": [0, 10], "samples": [[4], [8]]}})";
+    const Camera camera = ReadSilently(SceneJson("", "", pull), {2.5f, 1}).camera;
+    EXPECT_EQ(camera.apertureRadius, 0.25f);
+    EXPECT_EQ(camera.focusDistance, 5);
+}
+
 TEST(ReadCamera, IsTheOneThatTheSettingsName) {
     EXPECT_EQ(ErrorOfSettings(R"("cameraName": "/root/world/cam/other")"),
               "the camera \"/root/world/cam/other\" is not in the scene");
@@ -88,6 +98,11 @@ TEST(ReadCamera, RefusesInvalidLenses) {
               "the camera \"/root/world/cam/camera\" has an orthographicWidth of 0");
     EXPECT_EQ(errorOf(R"("fov": {"$type": "double", "values": ["nan"]}, )" + planes + window),
               "the camera \"/root/world/cam/camera\" has a lens that is not finite");
+    const std::string sound = R"("fov": 45.0, )" + planes + window;
+    EXPECT_EQ(errorOf(sound + R"(, "apertureRadius": -0.5)"),
+              "the camera \"/root/world/cam/camera\" has an apertureRadius of -0.5");
+    EXPECT_EQ(errorOf(sound + R"(, "focusDistance": 0.0)"),
+              "the camera \"/root/world/cam/camera\" has a focusDistance of 0");
     EXPECT_EQ(
         ReadErrorOf(SceneJson("", "", R"("xform.scale": [0.0, 1, 1], )" + std::string(kLens))),
         "the camera \"/root/world/cam/camera\" has a transform that cannot be inverted");
