@@ -141,12 +141,19 @@ ChosenSettings SettingsFor(const RenderOptions& options) {
     return chosen;
 }
 
+/// Renderers write the setting `scene` into the header of the picture.
+Scene WithName(const Scene& scene) {
+    if (scene.threadAware("/root")->getAttribute("renderSettings.scene").isValid()) return scene;
+    const StringAttribute name(scene.getPath());
+    return scene.withRenderSettings(GroupAttribute({{"scene", name}}, true));
+}
+
 Scene OpenScene(const RenderOptions& options, const std::vector<Picture>& pictures) {
     const LibraryMessages messages(WriteErrorLine);
     const Scene scene = WithChosen(Scene(options.scene), SettingsFor(options));
     ReadyScene ready = MakeReady(scene, TimesToFrame(pictures), options.studio);
     if (!ready.note.empty()) WriteErrorLine("info: " + ready.note);
-    return std::move(ready.scene);
+    return WithName(ready.scene);
 }
 
 RendererTask TaskOf(const Picture& picture, const RenderOptions& options, const Renderer& renderer,
