@@ -102,8 +102,8 @@ double Median(std::vector<double> values) {
 
 } // namespace
 
-void Row::compare(const char* figure, double scale, const std::function<Checksum()>& library,
-                  const std::function<Checksum()>& tree) {
+Row::Seconds Row::time(const std::function<Checksum()>& library,
+                       const std::function<Checksum()>& tree) {
     std::vector<double> librarySeconds;
     std::vector<double> treeSeconds;
     for (auto _ : state) {
@@ -117,7 +117,13 @@ void Row::compare(const char* figure, double scale, const std::function<Checksum
         state.SetIterationTime(seconds);
         verify(librarySum, treeSum);
     }
-    report(figure, Median(librarySeconds) * scale, Median(treeSeconds) * scale);
+    return {Median(librarySeconds), Median(treeSeconds)};
+}
+
+void Row::compare(const char* figure, double scale, const std::function<Checksum()>& library,
+                  const std::function<Checksum()>& tree) {
+    const Seconds seconds = time(library, tree);
+    report(figure, seconds.library * scale, seconds.tree * scale);
 }
 
 void Row::verify(Checksum library, const Checksum& tree) const {

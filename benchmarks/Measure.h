@@ -50,8 +50,15 @@ public:
     Row(const std::string& rowName, benchmark::State& benchmarkState)
         : name(rowName), state(benchmarkState) {}
 
-    /// Times both passes alternately, once per iteration of the benchmark, and reports the medians
-    /// of `scale` times the seconds. Throws as verify does.
+    struct Seconds {
+        double library = 0;
+        double tree = 0;
+    };
+    /// Times both passes alternately, once per iteration of the benchmark. Returns the medians.
+    /// Throws as verify does.
+    Seconds time(const std::function<Checksum()>& library, const std::function<Checksum()>& tree);
+
+    /// Reports `scale` times what time() returns.
     void compare(const char* figure, double scale, const std::function<Checksum()>& library,
                  const std::function<Checksum()>& tree);
 
@@ -60,7 +67,7 @@ public:
 
     void report(const char* figure, double library, double tree);
     void report(const char* figure, double library); ///< without a pointer tree to compare with
-    /// Sets the benchmark's time in a row that does not use compare.
+    /// Sets the benchmark's time in a row that uses neither time() nor compare().
     void finish(double seconds);
 
 private:

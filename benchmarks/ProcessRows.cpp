@@ -6,8 +6,6 @@
 #include <malloc.h>
 
 #include <OxTellarSDK/Attribute.h>
-#include <OxTellarSDK/DescriptionJson.h>
-#include <OxTellarSDK/GroupBuilder.h>
 
 #include "Measure.h"
 #include "PointerTree.h"
@@ -106,16 +104,6 @@ void MeasureMemory(const Route& route, bool withThread, Row& row) {
     row.verify(sum, treeSum);
     row.verify(threadSum, treeSum);
     row.finish(watch.seconds());
-}
-
-/// examples/million.json with a number of trees that gives about `leaves` locations.
-GroupAttribute DescribeForest(std::int64_t leaves) {
-    constexpr std::int64_t kTreesPerMillion = 210000;
-    const std::int64_t trees = std::max<std::int64_t>(1, leaves * kTreesPerMillion / 1000000);
-    GroupBuilder description;
-    description.update(ReadDescriptionJsonFile(TELLAR_BENCH_EXAMPLES "/million.json"));
-    description.set("forest.opArgs.count", IntAttribute(static_cast<std::int32_t>(trees)));
-    return description.build();
 }
 
 /// A pointer tree of the names and types below a location.

@@ -28,6 +28,7 @@ void AddSuiteRows();                    ///< walks through the C suites
 void AddPointRows();
 void AddMaterialRows();
 void AddFileRows();
+void AddRenderRows();
 
 } // namespace TellarBench
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <OxTellarSDK/AttributeStream.h>
+#include <OxTellarSDK/DescriptionJson.h>
 #include <OxTellarSDK/GroupBuilder.h>
 
 #include "Measure.h"
@@ -133,6 +134,15 @@ GroupAttribute DescribeScene(std::int64_t leaves) {
     GroupBuilder description;
     description.set("scene.opType", StringAttribute("StaticScene"));
     description.set("scene.opArgs", args.build());
+    return description.build();
+}
+
+GroupAttribute DescribeForest(std::int64_t leaves) {
+    constexpr std::int64_t kTreesPerMillion = 210000;
+    const std::int64_t trees = std::max<std::int64_t>(1, leaves * kTreesPerMillion / 1000000);
+    GroupBuilder description;
+    description.update(ReadDescriptionJsonFile(TELLAR_BENCH_EXAMPLES "/million.json"));
+    description.set("forest.opArgs.count", IntAttribute(static_cast<std::int32_t>(trees)));
     return description.build();
 }
 

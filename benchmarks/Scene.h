@@ -66,6 +66,9 @@ std::int64_t CountLocations(std::int64_t leaves);
 /// The description of the scene, one StaticScene op.
 OxAttribute::GroupAttribute DescribeScene(std::int64_t leaves);
 
+/// examples/million.json with a number of trees that gives about `leaves` locations.
+OxAttribute::GroupAttribute DescribeForest(std::int64_t leaves);
+
 /// The paths of a scene's op file and of the dump of its pointer tree.
 std::string GetScenePath(std::int64_t leaves);
 std::string GetDumpPath(std::int64_t leaves);

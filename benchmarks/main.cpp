@@ -19,6 +19,9 @@
 //   array             an op that makes locations is slow or stores them
 //   write_op_file     building the file, sharing equal values
 //   read_op_file      checks on reading, hashing
+//   primary_rays      making camera rays, the geometry and the material of a hit
+//   path_rays         the BSDF, sampling lights and directions
+//   first_pixel       the walk of the scene, Embree's tree of instances and its size
 
 #include <charconv>
 #include <cstdio>
@@ -146,6 +149,7 @@ void AddRows() {
     AddPointRows();
     AddMaterialRows();
     AddFileRows();
+    AddRenderRows();
 }
 
 int Run(int argc, char** argv) {

@@ -60,6 +60,14 @@ ROWS = [
     Row("array", "bytes", "array scene, resident", "B/location"),
     Row("write_op_file", "mb_per_s", "write an op file", "MB/s", higher_is_better=True),
     Row("read_op_file", "mb_per_s", "read an op file", "MB/s", higher_is_better=True),
+    Row("primary_rays", "mrays", "primary rays of lantern", "M rays/s", higher_is_better=True),
+    Row("primary_rays", "percent", "the same, of the bare loop", "%", 60, True),
+    Row("path_rays", "mrays", "rays of whole paths of lantern", "M rays/s", higher_is_better=True),
+    Row("path_rays", "percent", "the same, of the bare loop", "%", 40, True),
+    Row("first_pixel", "read_ms", "scene read by lantern", "ms"),
+    Row("first_pixel", "pixel_ms", "first pixel of lantern", "ms", 3000),
+    Row("first_pixel", "processor_ms", "the same, processor time of two threads", "ms"),
+    Row("first_pixel", "instance_bytes", "memory of an instance in lantern", "B"),
 ]
 
 
@@ -134,10 +142,12 @@ def take_figures(report, benchmark, route):
 
 
 def printed_run(row, runs):
-    """(library, tree) of one run: for times, the run with the fastest tree, in which the machine had
-    the least other load; for other figures, the run with the library's median."""
+    """(library, tree) of one run: for times and rays, the run with the fastest tree, in which the
+    machine had the least other load; for other figures, the run with the library's median."""
     if row.unit.startswith("ns/") and all(tree for _, tree in runs):
         return min(runs, key=lambda run: run[1])
+    if row.unit == "M rays/s":
+        return max(runs, key=lambda run: run[1])
     return sorted(runs, key=lambda run: run[0])[(len(runs) - 1) // 2]
 
 
