@@ -6,6 +6,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/LocationPath.h>
+#include <OxTellarSDK/OpCheck.h>
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
@@ -18,6 +19,7 @@ using OxAttribute::DoubleAttribute;
 using OxAttribute::GroupAttribute;
 using OxAttribute::IntAttribute;
 using OxAttribute::StringAttribute;
+using OxOpType::CheckContext;
 using OxOpType::CookContext;
 using OxOpType::Description;
 using OxOpType::State;
@@ -45,9 +47,9 @@ private:
     const Inputs inputs;
 };
 
-/// The state that parse() of the same type returned.
-template <typename T>
-const T& StateOf(const CookContext& context) {
+/// The state that parse() of the same type returned. `Context` is that of a cook or a check.
+template <typename T, typename Context>
+const T& StateOf(const Context& context) {
     return static_cast<const T&>(*context.state());
 }
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "LocationSearch.h"
+
 namespace TellarOps {
 namespace {
 
@@ -33,6 +35,10 @@ void EditOp::cook(CookContext& context) const {
     }
     context.setAttrs(edited);
     context.setPotentialChildren(data.getPotentialChildren());
+}
+
+void EditOp::check(CheckContext& context) const {
+    WarnOfUnmatchedGlobs(context, "paths");
 }
 
 } // namespace TellarOps

@@ -9,6 +9,8 @@ namespace TellarOps {
 class EditOp : public BuiltinOp {
 public:
     void cook(CookContext& context) const final;
+    /// Warns of globs that match no location.
+    void check(CheckContext& context) const override;
 
 protected:
     struct EditState : State {

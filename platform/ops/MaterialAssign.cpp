@@ -2,10 +2,20 @@
 
 #include "AttrEdits.h"
 #include "EditOp.h"
+#include "LocationSearch.h"
 #include "OpTypes.h"
 
 namespace TellarOps {
 namespace {
+
+GroupAttribute MaterialOf(const LocationData& location) {
+    const GroupAttribute& attrs = location.getAttrs();
+    return attrs.getChildByIndex(attrs.findChild("material"));
+}
+
+bool HasMaterial(const LocationData& location) {
+    return MaterialOf(location).isValid();
+}
 
 class MaterialAssign final : public EditOp {
 public:
@@ -14,6 +24,20 @@ public:
                  "Assigns a material: sets \"materialAssign\" to its path and, when that location "
                  "has a \"material\" group, \"material\" to this group.",
                  {{"material", "string", "The path of the material location. Required."}}) {}
+
+    /// Warns also of a material that is neither in the input, to be copied, nor in the whole scene,
+    /// to be found there by its path.
+    void check(CheckContext& context) const override {
+        EditOp::check(context);
+        const std::string& path = StateOf<MaterialAssignState>(context).material;
+        const LocationData fromInput = context.input(0, path);
+        if (HasMaterial(fromInput) || HasMaterial(context.scene(path))) return;
+        if (fromInput.doesLocationExist())
+            context.warn("\"" + path + "\" has no material to assign");
+        else
+            context.warn("there is no material \"" + path + "\" to assign" +
+                         HintAboutPath(context, path));
+    }
 
 protected:
     struct MaterialAssignState : EditState {
@@ -32,9 +56,7 @@ protected:
     GroupAttribute edit(CookContext& context, const GroupAttribute& attrs) const override {
         const MaterialAssignState& state = StateOf<MaterialAssignState>(context);
         const GroupAttribute assigned = WithChild(attrs, "materialAssign", state.materialAssign);
-        const GroupAttribute materialAttrs = InputAt(context, state.material).getAttrs();
-        const GroupAttribute material(
-            materialAttrs.getChildByIndex(materialAttrs.findChild("material")));
+        const GroupAttribute material = MaterialOf(InputAt(context, state.material));
         return material.isValid() ? WithChild(assigned, "material", material) : assigned;
     }
 };

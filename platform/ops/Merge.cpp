@@ -3,6 +3,7 @@
 #include <OxTellarSDK/GroupBuilder.h>
 
 #include "ChildNames.h"
+#include "MergeCheck.h"
 #include "OpTypes.h"
 
 namespace TellarOps {
@@ -54,6 +55,9 @@ public:
                      {},
                      "any number"},
                     Inputs::Any) {}
+
+    /// Warns of inputs that are the same scene, and of locations that several inputs give a type.
+    void check(CheckContext& context) const override { CheckMerge(context); }
 
     void cook(CookContext& context) const override {
         const std::vector<LocationData> inputs = ExistingInputs(context);

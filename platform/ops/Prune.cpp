@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "ChildNames.h"
+#include "LocationSearch.h"
 #include "OpTypes.h"
 
 namespace TellarOps {
@@ -65,6 +66,8 @@ public:
             PassWithChildren(context, data,
                              RemainingNames(data.getPotentialChildren(), path, state.roots));
     }
+
+    void check(CheckContext& context) const override { WarnOfUnmatchedGlobs(context, "paths"); }
 
 protected:
     std::shared_ptr<const State> parse(const ArgReader& args) const override {

@@ -1,6 +1,7 @@
 #ifndef TELLAR_OPS_TESTS_OPTYPESCENES_H
 #define TELLAR_OPS_TESTS_OPTYPESCENES_H
 
+#include <cstdint>
 #include <fstream>
 #include <map>
 #include <memory>
@@ -11,6 +12,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/FileStream.h>
+#include <OxTellarSDK/OpCheck.h>
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/TellarRuntime.h>
 #include <OxTellarSDK/XFormUtil.h>
@@ -66,12 +68,18 @@ public:
     }
 
     LocationData cook(const Op& op, const std::string& path) {
-        if (!committed) {
-            runtime->commit(transaction);
-            committed = true;
-        }
+        commit();
         return clients.at(op)->cookLocation(path);
     }
+    /// What is said about an Op and its inputs, as "Type: text".
+    Names warnings(const Op& op, std::uint64_t mostLocations = UINT64_MAX) {
+        commit();
+        Names texts;
+        for (const OxOpType::Warning& warning : OxOpType::CheckOps(op, mostLocations))
+            texts.push_back(warning.opType + ": " + warning.text);
+        return texts;
+    }
+    void name(const Op& op, const std::string& name) { transaction->setOpName(op, name); }
     bool exists(const Op& op, const std::string& path) {
         return cook(op, path).doesLocationExist();
     }
@@ -102,6 +110,11 @@ public:
     }
 
 private:
+    void commit() {
+        if (!committed) runtime->commit(transaction);
+        committed = true;
+    }
+
     std::shared_ptr<TellarRuntime> runtime = TellarRuntime::create();
     std::shared_ptr<TellarRuntime::Transaction> transaction = runtime->createTransaction();
     std::map<Op, Client> clients;

@@ -84,6 +84,8 @@ protected:
     ~CookContext() = default;
 };
 
+class CheckContext;
+
 /// Implemented by op-type plug-ins. One object serves all Ops of the type, from many threads at
 /// once. An exception becomes an error of this Op alone that names the Op, its type and, in prepare
 /// and cook, the location.
@@ -98,6 +100,9 @@ public:
     virtual std::shared_ptr<const State> prepare(const OxAttribute::GroupAttribute& args,
                                                  std::size_t numberOfInputs) const;
     virtual void cook(CookContext& context) const = 0;
+    /// Warns of arguments and inputs that are probably mistakes (OpCheck.h). Called on demand only,
+    /// after prepare.
+    virtual void check(CheckContext& context) const;
 };
 
 /// The op type of this name, from the "TellarOpType" plug-ins and from RegisterOpType; null for an

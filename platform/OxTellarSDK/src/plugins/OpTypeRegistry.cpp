@@ -145,6 +145,8 @@ std::shared_ptr<const State> OpType::prepare(const OxAttribute::GroupAttribute&,
     return nullptr;
 }
 
+void OpType::check(CheckContext&) const {}
+
 const OpType* FindOpType(const std::string& name) {
     const KnownType* known = FindOrLoad(name);
     return known ? known->type : nullptr;

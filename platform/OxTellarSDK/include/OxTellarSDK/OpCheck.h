@@ -1,0 +1,63 @@
+#ifndef OXTELLARSDK_OPCHECK_H
+#define OXTELLARSDK_OPCHECK_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/Export.h>
+#include <OxTellarSDK/OpType.h>
+#include <OxTellarSDK/TellarRuntime.h>
+
+/// What is probably a mistake in an op graph but no error: a pattern that matches nothing, a
+/// texture that does not exist, imports that hide each other.
+
+namespace OxOpType {
+
+/// One look at an Op for mistakes. Lives for the call only, and is used by the thread that was
+/// called.
+class OXTELLARSDK_API CheckContext {
+public:
+    virtual const OxAttribute::GroupAttribute& args() const = 0;
+    /// The return value of prepare for this Op, which may be null.
+    virtual const State* state() const = 0;
+
+    /// The number of inputs, including null inputs.
+    virtual std::size_t numberOfInputs() const = 0;
+    /// Null for a null input, and for an index out of range.
+    virtual const TellarRuntime::Op* inputOp(std::size_t index) const = 0;
+
+    /// Cooks a location of an input, which does not exist for a null input or an index out of
+    /// range. Ends the check by an exception, which has to pass through OpType::check, when more
+    /// locations were asked for than the caller of CheckOps allows.
+    virtual TellarRuntime::LocationData input(std::size_t index, const std::string& path) = 0;
+    /// The same for a location of the Op that CheckOps was called with.
+    virtual TellarRuntime::LocationData scene(const std::string& path) = 0;
+
+    /// Adds a warning. `file` is the path of a missing file, if the warning is about one.
+    virtual void warn(const std::string& text, const std::string& file = {}) = 0;
+
+protected:
+    ~CheckContext() = default;
+};
+
+/// What OpType::check said about an Op.
+struct Warning {
+    std::string opName;
+    std::string opType;
+    std::string text;
+    std::string file; ///< that is missing; usually empty
+};
+
+/// Calls OpType::check for a committed Op and every Op that it depends on, inputs first. A check
+/// cooks no more than `mostLocations` locations, and is given up there. An Op that cannot be
+/// checked because it or an input of it fails is passed over: whoever cooks it is told.
+OXTELLARSDK_API std::vector<Warning> CheckOps(const std::shared_ptr<TellarRuntime::Op>& op,
+                                              std::uint64_t mostLocations = UINT64_MAX);
+
+} // namespace OxOpType
+
+#endif
