@@ -38,6 +38,9 @@ class DebianPackageTest(PackageTest):
     def test_it_has_the_licence_and_all_components(self):
         files = files_in(self.tree)
         for path in ("usr/share/doc/oxtellarproducers/copyright", "usr/bin/tellar",
+                     "usr/share/bash-completion/completions/tellar",
+                     "usr/share/zsh/site-functions/_tellar",
+                     "usr/share/fish/vendor_completions.d/tellar.fish",
                      "usr/include/OxTellarProducers/GeometryProducer.h",
                      "usr/share/OxTellarProducers/examples/garden.json"):
             self.assertIn(path, files)

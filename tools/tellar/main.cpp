@@ -32,7 +32,7 @@ constexpr const char* kExamples = R"(Examples:
   tellar render examples/garden.json -o garden.png
   tellar convert scene.json scene.oxop
   tellar ops Array
-"tellar walk --help" and so on tell more.)";
+"tellar help walk" and so on tell more.)";
 
 /// Keeps the first error that the library logs, which the command's own error then ends with.
 /// Does nothing when the user asks for log messages.
@@ -113,6 +113,7 @@ void AddCommands(CLI::App& app) {
     AddOpsCommand(app);
     AddDelegatesCommand(app);
     AddDoctorCommand(app);
+    AddHelpCommands(app);
 }
 
 /// Returns the exit status. Throws std::bad_alloc.

@@ -28,6 +28,9 @@ void AddOpsCommand(CLI::App& app);
 void AddDelegatesCommand(CLI::App& app);
 void AddDoctorCommand(CLI::App& app);
 
+/// The subcommands about subcommands. To be called after all others.
+void AddHelpCommands(CLI::App& app);
+
 } // namespace TellarTool
 
 #endif
