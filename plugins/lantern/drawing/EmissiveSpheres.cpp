@@ -1,6 +1,5 @@
 #include "drawing/EmissiveSpheres.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "drawing/HitGeometry.h"
@@ -11,10 +10,8 @@ namespace {
 
 constexpr std::size_t kMostSpheres = std::size_t(1) << 20;
 
-bool IsEmissive(const Surface& surface, const std::vector<Material>& materials) {
-    return materials[surface.material].isEmissive() ||
-           std::any_of(surface.faceMaterials.begin(), surface.faceMaterials.end(),
-                       [&](Index i) { return i != kNone && materials[i].isEmissive(); });
+std::size_t CountOf(const Shape& shape) {
+    return shape.spheres.radii.size();
 }
 
 V3f DirectionThrough(const M44f& matrix, const V3f& direction) {
@@ -39,28 +36,12 @@ float SolidAngleScale(const M44f& toWorld, const V3f& direction) {
 } // namespace
 
 EmissiveSpheres::EmissiveSpheres(const SceneData& scene, const Materials& materials)
-    : scene(scene), materials(materials) {
-    std::vector<bool> isEmissive; // of each surface
-    for (const Surface& surface : scene.surfaces)
-        isEmissive.push_back(IsEmissive(surface, scene.materials));
-    if (std::find(isEmissive.begin(), isEmissive.end(), true) == isEmissive.end()) return;
-    firstOfInstance.assign(scene.instances.size(), kNone);
-    for (Index i = 0; i < scene.instances.size(); ++i) {
-        const std::size_t count = scene.shapes[scene.instances[i].shape].spheres.radii.size();
-        if (count == 0 || !isEmissive[scene.instances[i].surface]) continue;
-        if (powerOfEach.size() + count > kMostSpheres) continue;
-        firstOfInstance[i] = static_cast<Index>(powerOfEach.size());
-        ranges.push_back({i, firstOfInstance[i]});
-        RayHit hit;
-        hit.instance = i;
-        for (hit.primitive = 0; hit.primitive < count; ++hit.primitive)
-            powerOfEach.push_back(powerOf(hit));
-    }
-}
+    : scene(scene), materials(materials),
+      primitives(scene, materials,
+                 {kMostSpheres, CountOf, [this](const RayHit& hit) { return powerOf(hit); }}) {}
 
 /// The radiance is the mean of those towards the corners of a cube.
 float EmissiveSpheres::powerOf(RayHit hit) const {
-    if (!materials.materialAt(hit.instance, hit.primitive).isEmissive()) return 0;
     float sum = 0;
     for (int corner = 0; corner < 8; ++corner) {
         hit.outward =
@@ -72,12 +53,6 @@ float EmissiveSpheres::powerOf(RayHit hit) const {
     const float scale = std::cbrt(Determinant(TransformAt(scene, instance, 0)));
     const float area = 4 * kPi * radius * radius * scale * scale;
     return std::isfinite(area) ? sum / 8 * area * kPi : 0;
-}
-
-Index EmissiveSpheres::indexOf(const RayHit& hit) const {
-    if (hit.instance >= firstOfInstance.size() || firstOfInstance[hit.instance] == kNone)
-        return kNone;
-    return firstOfInstance[hit.instance] + hit.primitive;
 }
 
 EmissiveSpheres::View EmissiveSpheres::viewOf(const RayHit& hit, const V3f& from,
@@ -96,12 +71,7 @@ EmissiveSpheres::View EmissiveSpheres::viewOf(const RayHit& hit, const V3f& from
 }
 
 LightSample EmissiveSpheres::sample(Index sphere, const V3f& from, float time, const V2f& u) const {
-    const auto after =
-        std::upper_bound(ranges.begin(), ranges.end(), sphere,
-                         [](Index value, const Range& range) { return value < range.first; });
-    RayHit hit;
-    hit.instance = (after - 1)->instance;
-    hit.primitive = sphere - (after - 1)->first;
+    RayHit hit = primitives.hitOf(sphere);
     const View view = viewOf(hit, from, time);
     LightSample sample;
     if (!(view.oneMinusCos > 0)) return sample;

@@ -5,6 +5,7 @@
 
 #include "SceneData.h"
 #include "drawing/CameraRays.h"
+#include "drawing/EmissivePrimitives.h"
 #include "drawing/LightSampling.h"
 #include "drawing/Materials.h"
 
@@ -19,9 +20,9 @@ public:
     EmissiveSpheres(const SceneData& scene, const Materials& materials);
 
     /// About the power that each sphere emits.
-    const std::vector<float>& powers() const { return powerOfEach; }
+    const std::vector<float>& powers() const { return primitives.powers(); }
     /// The index of the sphere that was hit; kNone if it is not among them.
-    Index indexOf(const RayHit& hit) const;
+    Index indexOf(const RayHit& hit) const { return primitives.indexOf(hit); }
 
     /// Chooses a direction to the sphere: uniform in the cone that it subtends in the space of its
     /// instance, where it is round. There is no sample for a point inside.
@@ -30,10 +31,6 @@ public:
     float pdf(const Ray& ray, const RayHit& hit) const;
 
 private:
-    struct Range {
-        Index instance = 0;
-        Index first = 0;
-    };
     /// A sphere as seen from a point, in the space of its instance.
     struct View {
         M44f toWorld;
@@ -47,9 +44,7 @@ private:
 
     const SceneData& scene;
     const Materials& materials;
-    std::vector<Range> ranges;          // ascending
-    std::vector<Index> firstOfInstance; // kNone for instances that are left out
-    std::vector<float> powerOfEach;
+    EmissivePrimitives primitives;
 };
 
 } // namespace lantern

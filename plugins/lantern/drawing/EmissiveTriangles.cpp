@@ -1,6 +1,5 @@
 #include "drawing/EmissiveTriangles.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "drawing/HitGeometry.h"
@@ -11,38 +10,19 @@ namespace {
 
 constexpr std::size_t kMostTriangles = std::size_t(1) << 22;
 
-bool IsEmissive(const Surface& surface, const std::vector<Material>& materials) {
-    return materials[surface.material].isEmissive() ||
-           std::any_of(surface.faceMaterials.begin(), surface.faceMaterials.end(),
-                       [&](Index i) { return i != kNone && materials[i].isEmissive(); });
+std::size_t CountOf(const Shape& shape) {
+    return shape.mesh.triangles.size() / 3;
 }
 
 } // namespace
 
 EmissiveTriangles::EmissiveTriangles(const SceneData& scene, const Materials& materials)
-    : scene(scene), materials(materials) {
-    std::vector<bool> isEmissive; // of each surface
-    for (const Surface& surface : scene.surfaces)
-        isEmissive.push_back(IsEmissive(surface, scene.materials));
-    if (std::find(isEmissive.begin(), isEmissive.end(), true) == isEmissive.end()) return;
-    firstOfInstance.assign(scene.instances.size(), kNone);
-    for (Index i = 0; i < scene.instances.size(); ++i) {
-        const Mesh& mesh = scene.shapes[scene.instances[i].shape].mesh;
-        const std::size_t count = mesh.triangles.size() / 3;
-        if (count == 0 || !isEmissive[scene.instances[i].surface]) continue;
-        if (powerOfEach.size() + count > kMostTriangles) continue;
-        firstOfInstance[i] = static_cast<Index>(powerOfEach.size());
-        ranges.push_back({i, firstOfInstance[i]});
-        RayHit hit;
-        hit.instance = i;
-        for (hit.primitive = 0; hit.primitive < count; ++hit.primitive)
-            powerOfEach.push_back(powerOf(hit));
-    }
-}
+    : scene(scene), materials(materials),
+      primitives(scene, materials,
+                 {kMostTriangles, CountOf, [this](const RayHit& hit) { return powerOf(hit); }}) {}
 
 /// The radiance is the mean at four points: the centroid and one towards each corner.
 float EmissiveTriangles::powerOf(RayHit hit) const {
-    if (!materials.materialAt(hit.instance, hit.primitive).isEmissive()) return 0;
     float sum = 0;
     for (const V2f& at : {V2f(1, 1) / 3.0f, V2f(1, 1) / 6.0f, V2f(4, 1) / 6.0f, V2f(1, 4) / 6.0f}) {
         hit.u = at.x;
@@ -50,23 +30,6 @@ float EmissiveTriangles::powerOf(RayHit hit) const {
         sum += Luminance(materials.emission(hit));
     }
     return sum / 4 * area(hit, 0) * kPi;
-}
-
-Index EmissiveTriangles::indexOf(const RayHit& hit) const {
-    if (hit.instance >= firstOfInstance.size() || firstOfInstance[hit.instance] == kNone)
-        return kNone;
-    return firstOfInstance[hit.instance] + hit.primitive;
-}
-
-RayHit EmissiveTriangles::hitOf(Index triangle) const {
-    const auto after =
-        std::upper_bound(ranges.begin(), ranges.end(), triangle,
-                         [](Index value, const Range& range) { return value < range.first; });
-    const Range& range = *(after - 1);
-    RayHit hit;
-    hit.instance = range.instance;
-    hit.primitive = triangle - range.first;
-    return hit;
 }
 
 void EmissiveTriangles::corners(const RayHit& hit, float time, V3f corners[3]) const {
@@ -79,7 +42,7 @@ void EmissiveTriangles::corners(const RayHit& hit, float time, V3f corners[3]) c
 
 EmissiveTriangles::Point EmissiveTriangles::sample(Index triangle, float time, const V2f& u,
                                                    const V3f& towards) const {
-    RayHit hit = hitOf(triangle);
+    RayHit hit = primitives.hitOf(triangle);
     const float root = std::sqrt(u.x); // uniform on a triangle: Turk, Graphics Gems, 1990
     hit.u = root * (1 - u.y);
     hit.v = root * u.y;

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "SceneData.h"
-#include "drawing/Distribution.h"
+#include "drawing/EmissivePrimitives.h"
 #include "drawing/Materials.h"
 
 namespace lantern {
@@ -18,9 +18,9 @@ public:
     EmissiveTriangles(const SceneData& scene, const Materials& materials);
 
     /// About the power that each triangle emits.
-    const std::vector<float>& powers() const { return powerOfEach; }
+    const std::vector<float>& powers() const { return primitives.powers(); }
     /// The index of the triangle that was hit; kNone if it is not among them.
-    Index indexOf(const RayHit& hit) const;
+    Index indexOf(const RayHit& hit) const { return primitives.indexOf(hit); }
 
     struct Point {
         V3f position;
@@ -33,21 +33,12 @@ public:
     float area(const RayHit& hit, float time) const;
 
 private:
-    /// All triangles of one instance, which have consecutive indices.
-    struct Range {
-        Index instance = 0;
-        Index first = 0;
-    };
-
-    RayHit hitOf(Index triangle) const;
     void corners(const RayHit& hit, float time, V3f corners[3]) const;
     float powerOf(RayHit hit) const;
 
     const SceneData& scene;
     const Materials& materials;
-    std::vector<Range> ranges;          // ascending
-    std::vector<Index> firstOfInstance; // kNone for instances that are left out
-    std::vector<float> powerOfEach;
+    EmissivePrimitives primitives;
 };
 
 } // namespace lantern
