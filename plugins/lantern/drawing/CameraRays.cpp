@@ -21,6 +21,14 @@ double HalfWindow(const Camera& camera) {
     return std::tan(camera.fov * kRadiansPerDegree / 2);
 }
 
+/// Halfway between two motion steps their mean may have no inverse, as that of half a turn. The
+/// next smaller time has one.
+float AwayFromMiddle(float time) {
+    constexpr float kMiddles = 16; // of the steps at 0, 1/8, ... 1, and the steps themselves
+    const float place = time * kMiddles;
+    return place > 0 && place == std::floor(place) ? std::nextafter(time, 0.0f) : time;
+}
+
 } // namespace
 
 M44d ProjectionOf(const Camera& camera, int width, int height) {
@@ -98,7 +106,7 @@ Ray CameraRays::at(double x, double y, float time, const V2f& onLens) const {
     ray.origin = V3f(origin);
     ray.direction = V3f(direction / perDepth);
     ray.farthest = static_cast<float>((double(camera.far) - camera.near) * perDepth);
-    ray.time = time;
+    ray.time = AwayFromMiddle(time);
     return ray;
 }
 

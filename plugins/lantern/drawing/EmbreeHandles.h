@@ -1,6 +1,8 @@
 #ifndef LANTERN_DRAWING_EMBREEHANDLES_H
 #define LANTERN_DRAWING_EMBREEHANDLES_H
 
+#include <algorithm>
+#include <cmath>
 #include <memory>
 
 #include <embree3/rtcore.h>
@@ -22,7 +24,11 @@ using EmbreeGeometry =
 
 /// Embree requires finite rays.
 inline bool IsSound(const Ray& ray) {
-    return IsFinite(ray.origin) && IsFinite(ray.direction) && ray.farthest > 0;
+    constexpr float kFarthestOrigin = 1e18f; // Embree has a limit of 1.8e18
+    const V3f& origin = ray.origin;
+    const float distance = std::max({std::abs(origin.x), std::abs(origin.y), std::abs(origin.z)});
+    return IsFinite(origin) && distance < kFarthestOrigin && IsFinite(ray.direction) &&
+           ray.farthest > 0;
 }
 
 inline RTCRay ToEmbree(const Ray& ray) {

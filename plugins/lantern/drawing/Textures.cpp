@@ -243,12 +243,13 @@ void Textures::Library::warn(const Image& image) const {
 
 void Textures::Library::warn(const Image& image, const std::string& why) const {
     if (image.isReported.exchange(true)) return;
-    // A material may use the same file more than once, in different ways.
+    // A material may use the same file more than once, in different ways, and the image library
+    // tells only the first time what is wrong with it.
     const auto texture = static_cast<Index>(image.texture - scene.textures.data());
-    const std::string message = MaterialUsing(scene, texture) + "cannot read the texture \"" +
-                                image.texture->file + "\": " + why;
+    const std::string what =
+        MaterialUsing(scene, texture) + "cannot read the texture \"" + image.texture->file + "\"";
     const std::lock_guard<std::mutex> guard(lock);
-    if (reported.insert(message).second) report.warn(message);
+    if (reported.insert(what).second) report.warn(what + ": " + why);
 }
 
 void Textures::Library::open(Image& image) const {

@@ -1,6 +1,5 @@
 #include "reading/SceneParts.h"
 
-#include <cmath>
 #include <map>
 #include <string>
 
@@ -81,28 +80,17 @@ private:
     std::map<std::string, Index> textureNumbers;
 };
 
-bool IsFinite(const M44f& matrix) {
-    const float* const values = matrix.getValue();
-    return std::all_of(values, values + 16, [](float value) { return std::isfinite(value); });
-}
-
 } // namespace
 
-bool ScenePart::addInstance(Index shape, Index surface, const Transform& transform) {
-    M44f steps[kFinestSteps];
-    for (int step = 0; step < transform.steps; ++step) {
-        steps[step] = M44f(transform.at(step));
-        if (!IsFinite(steps[step])) return false;
-    }
+void ScenePart::addInstance(Index shape, Index surface, const InstanceMatrices& matrices) {
     Instance instance;
     instance.shape = shape;
     instance.surface = surface;
     instance.firstTransform = static_cast<Index>(transforms.size());
-    instance.transformCount = static_cast<Index>(transform.steps);
-    for (int step = 0; step < transform.steps; ++step)
-        transforms.add(steps[step]);
+    instance.transformCount = static_cast<Index>(matrices.count);
+    for (int step = 0; step < matrices.count; ++step)
+        transforms.add(matrices.steps[static_cast<std::size_t>(step)]);
     instances.add(instance);
-    return true;
 }
 
 SceneParts::Part SceneParts::insertAfter(Part part) {

@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "SceneData.h"
+#include "reading/InstanceMatrices.h"
 #include "reading/ReadLight.h"
 #include "reading/Shapes.h"
 #include "reading/Surfaces.h"
-#include "reading/Transform.h"
 
 namespace lantern {
 
@@ -57,8 +57,7 @@ private:
 /// a time.
 class ScenePart {
 public:
-    /// Returns false, and adds nothing, if the transform is not finite.
-    bool addInstance(Index shape, Index surface, const Transform& transform);
+    void addInstance(Index shape, Index surface, const InstanceMatrices& matrices);
     /// Adds the path of the instance that was added last.
     void addName(std::string location) { locations.push_back(std::move(location)); }
     void addLight(LightDraft light) { lights.push_back(std::move(light)); }

@@ -212,6 +212,12 @@ void CheckPosition(const M44d& toWorld, const std::string& path) {
         std::all_of(values, values + 16, [](double value) { return std::isfinite(value); });
     if (!isFinite || toWorld.determinant() == 0)
         throw RenderError("the camera \"" + path + "\" has a transform that cannot be inverted");
+    constexpr double kLargest = 1e17; // rays from farther than 1e18 cannot be traced
+    const double largest = std::abs(*std::max_element(
+        values, values + 16, [](double a, double b) { return std::abs(a) < std::abs(b); }));
+    if (largest > kLargest)
+        throw RenderError("the camera \"" + path + "\" has a transform with the number " +
+                          Text(largest) + ", which is too large");
 }
 
 } // namespace

@@ -121,9 +121,10 @@ void Walker::show(const Place& place, LocationFacts& facts, const Place& firstCh
         facts.shape = context.shapes.find(facts.kind, facts.geometry, place);
     }
     if (*facts.shape == kNone) return;
-    const Index surface = surfaceOf(place, facts, firstChild);
-    if (!part->addInstance(*facts.shape, surface, here.transform))
-        return context.warnings.warn(place.path(), "its transform is not finite");
+    const InstanceMatrices matrices(here.transform);
+    if (matrices.warning) context.warnings.warn(place.path(), matrices.warning);
+    if (matrices.count == 0) return;
+    part->addInstance(*facts.shape, surfaceOf(place, facts, firstChild), matrices);
     if (context.namesLocations) part->addName(place.location().path());
 }
 

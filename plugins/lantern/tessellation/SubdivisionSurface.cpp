@@ -144,6 +144,15 @@ struct Layout {
     std::size_t pointCount = 0;
 };
 
+/// Whether all faces and points have at most kMostEdgesAround edges.
+bool HasModestValences(const Far::TopologyLevel& cage) {
+    for (int face = 0; face < cage.GetNumFaces(); ++face)
+        if (cage.GetFaceVertices(face).size() > SubdivisionSurface::kMostEdgesAround) return false;
+    for (int point = 0; point < cage.GetNumVertices(); ++point)
+        if (cage.GetVertexEdges(point).size() > SubdivisionSurface::kMostEdgesAround) return false;
+    return true;
+}
+
 /// The rates of the edges around a face.
 std::vector<int> RatesOf(const Far::TopologyLevel& cage, int face, const std::vector<int>& rates) {
     std::vector<int> result;
@@ -208,6 +217,7 @@ SubdivisionSurface::Surface::Surface(const Subdivision& subdivision, std::size_t
     for (const ColorSet& set : subdivision.colorSets)
         values.emplace_back(set.colors, subdivision.corners);
     refiner = MakeRefiner(subdivision, pointCount, values);
+    if (refiner && !HasModestValences(refiner->GetLevel(0))) refiner.reset();
     if (!refiner) return;
     factory = std::make_unique<Factory>(*refiner, Factory::Options());
     const Far::TopologyLevel& cage = refiner->GetLevel(0);

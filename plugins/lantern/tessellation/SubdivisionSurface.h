@@ -12,13 +12,16 @@ namespace lantern {
 /// The limit surface of a cage. For one thread at a time.
 class SubdivisionSurface {
 public:
+    /// The time for a face grows with the third power of the edges around it or one of its points.
+    static constexpr int kMostEdgesAround = 600;
+
     /// Refers to the rules.
     explicit SubdivisionSurface(const Subdivision& subdivision, std::size_t pointCount);
     ~SubdivisionSurface();
     SubdivisionSurface(const SubdivisionSurface&) = delete;
     SubdivisionSurface& operator=(const SubdivisionSurface&) = delete;
 
-    /// False if the topology cannot be subdivided.
+    /// False if the topology cannot be subdivided, or more than kMostEdgesAround edges meet.
     bool isValid() const;
 
     /// The two points of each edge of the cage.

@@ -140,7 +140,9 @@ void TessellateSubdivisions(SceneData& scene, int threads, Report& report) {
         else
             report.warn("a subdivision surface of " +
                         std::to_string(shape.subdivision->faceSizes.size()) +
-                        " faces cannot be subdivided; its cage is drawn");
+                        " faces cannot be subdivided, or has more than " +
+                        std::to_string(SubdivisionSurface::kMostEdgesAround) +
+                        " edges around a face or point; its cage is drawn");
     }
     if (jobs.empty()) return;
     report.progress(0, "subdividing surfaces");

@@ -160,6 +160,13 @@ TEST_P(CameraRaysOfALens, MeetInThePlaneOfFocus) {
 
 INSTANTIATE_TEST_SUITE_P(, CameraRaysOfALens, testing::Bool());
 
+TEST(CameraRaysInMotion, AvoidTimesWhereHalfATurnHasNoInverse) {
+    const CameraRays rays(Camera(), 10, 10);
+    EXPECT_EQ(rays.at(5, 5, 0.5f).time, std::nextafter(0.5f, 0.0f));
+    EXPECT_EQ(rays.at(5, 5, 0.3f).time, 0.3f);
+    EXPECT_EQ(rays.at(5, 5, 0).time, 0);
+}
+
 TEST(CameraRaysOfNoCamera, BeginAtTheOrigin) {
     Camera camera;
     camera.near = 0;

@@ -106,6 +106,10 @@ TEST(ReadCamera, RefusesInvalidLenses) {
     EXPECT_EQ(
         ReadErrorOf(SceneJson("", "", R"("xform.scale": [0.0, 1, 1], )" + std::string(kLens))),
         "the camera \"/root/world/cam/camera\" has a transform that cannot be inverted");
+    EXPECT_EQ(
+        ReadErrorOf(SceneJson("", "", R"("xform.translate": [1e19, 0, 0], )" + std::string(kLens))),
+        "the camera \"/root/world/cam/camera\" has a transform with the number 1e+19, which is too "
+        "large");
 }
 
 TEST(ReadFraming, IsTheWholeResolution) {

@@ -1,6 +1,7 @@
 #include "tessellation/Tessellate.h"
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,7 @@
 
 #include "Cages.h"
 #include "DrawingScenes.h"
+#include "tessellation/SubdivisionSurface.h"
 
 namespace {
 
@@ -106,6 +108,23 @@ TEST_F(Tessellation, MakesAPictureOfTheLimitSurface) {
     // The cage would cover pixels 33 to 66 of the middle row; the limit surface is smaller.
     EXPECT_EQ(At(picture, 35, 50).a, 0);
     EXPECT_EQ(At(picture, 39, 39).a, 0) << "round corners";
+}
+
+TEST_F(Tessellation, LeavesCagesWithTooManyEdgesAroundAFaceAlone) {
+    SceneData scene = cubeAt(5);
+    Cage cage;
+    std::vector<int> corners;
+    for (int i = 0; i <= SubdivisionSurface::kMostEdgesAround; ++i) {
+        corners.push_back(i);
+        cage.points.emplace_back(std::cos(0.01f * float(i)), std::sin(0.01f * float(i)), 0.0f);
+    }
+    AddFace(cage, corners);
+    scene.shapes[0].mesh.points = {cage.points};
+    scene.shapes[0].subdivision = std::make_shared<Subdivision>(cage.rules);
+    EXPECT_EQ(tessellate(scene), 0U);
+    EXPECT_THAT(messages,
+                ElementsAre("a subdivision surface of 1 faces cannot be subdivided, or has more "
+                            "than 600 edges around a face or point; its cage is drawn"));
 }
 
 } // namespace

@@ -1,0 +1,100 @@
+#include "reading/InstanceMatrices.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include <Imath/ImathMatrixAlgo.h>
+
+namespace lantern {
+
+namespace {
+
+using Imath::M33d;
+using Imath::V3d;
+
+// The inverse of a matrix whose determinant is smaller, relative to the lengths of its rows, has
+// no correct digits in single precision.
+constexpr float kLeastVolume = 1e-5f;
+constexpr double kThickness = 1e-4; // relative to the largest scale
+
+V3f Row(const M44f& matrix, int row) {
+    return {matrix[row][0], matrix[row][1], matrix[row][2]};
+}
+
+bool IsFinite(const M44f& matrix) {
+    const float* const values = matrix.getValue();
+    return std::all_of(values, values + 16, [](float value) { return std::isfinite(value); });
+}
+
+float DeterminantOf(const M44f& matrix) {
+    return Row(matrix, 0) ^ (Row(matrix, 1) % Row(matrix, 2));
+}
+
+bool CanBeInverted(const M44f& matrix) {
+    const float determinant = DeterminantOf(matrix);
+    const float volume =
+        Row(matrix, 0).length() * Row(matrix, 1).length() * Row(matrix, 2).length();
+    return std::isnormal(determinant) && std::isnormal(1 / determinant) &&
+           std::abs(determinant) > kLeastVolume * volume;
+}
+
+/// Scales that are smaller than this part of `largest` become that part.
+void Thicken(M44f& matrix, double largest) {
+    M33d linear;
+    for (int i = 0; i < 3; ++i)
+        for (int k = 0; k < 3; ++k)
+            linear[i][k] = double(matrix[i][k]);
+    M33d left, right;
+    V3d scales;
+    Imath::jacobiSVD(linear, left, scales, right);
+    M33d diagonal;
+    for (int i = 0; i < 3; ++i)
+        diagonal[i][i] = std::max(scales[i], largest * kThickness);
+    linear = left * diagonal * right.transposed();
+    for (int i = 0; i < 3; ++i)
+        for (int k = 0; k < 3; ++k)
+            matrix[i][k] = static_cast<float>(linear[i][k]);
+}
+
+double LargestRow(const std::array<M44f, kFinestSteps>& steps, int count) {
+    double largest = 0;
+    for (int step = 0; step < count; ++step)
+        for (int row = 0; row < 3; ++row)
+            largest =
+                std::max(largest, double(Row(steps[static_cast<std::size_t>(step)], row).length()));
+    return largest;
+}
+
+} // namespace
+
+InstanceMatrices::InstanceMatrices(const Transform& transform) {
+    const auto end = static_cast<std::size_t>(transform.steps);
+    bool areInvertible = true;
+    for (std::size_t i = 0; i < end; ++i) {
+        steps[i] = M44f(transform.at(static_cast<int>(i)));
+        if (!IsFinite(steps[i])) {
+            warning = "its transform is not finite";
+            return;
+        }
+        areInvertible = areInvertible && CanBeInverted(steps[i]);
+    }
+    if (!areInvertible) {
+        const double largest = LargestRow(steps, transform.steps);
+        if (largest == 0) return;
+        for (std::size_t i = 0; i < end; ++i) {
+            if (!CanBeInverted(steps[i])) Thicken(steps[i], largest);
+            if (CanBeInverted(steps[i])) continue;
+            warning = "its transform is too large or too small to be drawn";
+            return;
+        }
+    }
+    count = transform.steps;
+    // Between a step and its mirror image there is a matrix that cannot be inverted.
+    for (std::size_t i = 1; i < end; ++i) {
+        if ((DeterminantOf(steps[i]) < 0) == (DeterminantOf(steps[0]) < 0)) continue;
+        warning = "its transform turns it inside out while the shutter is open; it does not move";
+        count = 1;
+    }
+}
+
+} // namespace lantern
