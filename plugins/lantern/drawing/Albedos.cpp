@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <memory>
 #include <mutex>
@@ -76,10 +77,12 @@ public:
         const Cell byAlpha = CellOfRoot(alpha);
         return Mix(row(byAlpha.index, byCosine), row(byAlpha.index + 1, byCosine), byAlpha.share);
     }
-    float mean(float alpha) const {
-        const Cell cell = CellOfRoot(alpha);
-        return Mix(means[cell.index], means[cell.index + 1], cell.share);
+    float mean(float alpha) const { return mean(CellOfRoot(alpha)); }
+    float mean(const Cell& alpha) const {
+        return Mix(means[alpha.index], means[alpha.index + 1], alpha.share);
     }
+    /// The entries of one alpha, by cosine.
+    const float* row(int alpha) const { return entries[alpha].data(); }
 
 private:
     float row(int alpha, const Cell& cosine) const {
@@ -170,10 +173,14 @@ private:
 
 /// Made when it is first asked for: most scenes have few indices of refraction.
 const Dielectric& DielectricOf(int iorCell) {
-    static std::array<std::once_flag, kCells> flags;
+    static std::array<std::atomic<const Dielectric*>, kCells> known{}; // std::call_once is slower
     static std::array<std::unique_ptr<const Dielectric>, kCells> made;
-    std::call_once(flags[iorCell],
-                   [&] { made[iorCell] = std::make_unique<const Dielectric>(IorOf(iorCell)); });
+    static std::array<std::mutex, kCells> locks;
+    if (const Dielectric* const dielectric = known[iorCell].load(std::memory_order_acquire))
+        return *dielectric;
+    const std::lock_guard<std::mutex> guard(locks[iorCell]);
+    if (!made[iorCell]) made[iorCell] = std::make_unique<const Dielectric>(IorOf(iorCell));
+    known[iorCell].store(made[iorCell].get(), std::memory_order_release);
     return *made[iorCell];
 }
 
@@ -185,6 +192,39 @@ float ByIor(float ior, Value value) {
 }
 
 } // namespace
+
+FacetAlbedos::FacetAlbedos(float alpha, float ior) : ior(ior) {
+    const Cell byAlpha = CellOfRoot(alpha);
+    const Cell byIor = CellOfRoot((ior - 1) / (ior + 1));
+    const std::array<const Table*, 3> tables{&PerfectFacets(),
+                                             &DielectricOf(byIor.index).reflection,
+                                             &DielectricOf(byIor.index + 1).reflection};
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+        rows[i] = {tables[i]->row(byAlpha.index), tables[i]->row(byAlpha.index + 1)};
+        means[i] = tables[i]->mean(byAlpha);
+    }
+    alphaShare = byAlpha.share;
+    iorShare = byIor.share;
+    isSpecular = GgxFacets(alpha).isSpecular();
+}
+
+FacetAlbedos::Value FacetAlbedos::at(float cosine) const {
+    const Cell cell = CellOfRoot(cosine);
+    std::array<float, 3> values{};
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        const auto inRow = [&](const float* row) {
+            return Mix(row[cell.index], row[cell.index + 1], cell.share);
+        };
+        values[i] = Mix(inRow(rows[i][0]), inRow(rows[i][1]), alphaShare);
+    }
+    const float dielectric =
+        isSpecular ? FresnelDielectric(cosine, ior) : Mix(values[1], values[2], iorShare);
+    return {values[0], dielectric};
+}
+
+FacetAlbedos::Value FacetAlbedos::mean() const {
+    return {means[0], isSpecular ? MeanFresnelDielectric(ior) : Mix(means[1], means[2], iorShare)};
+}
 
 float AlbedoOfPerfectFacets(float cosine, float alpha) {
     return PerfectFacets().at(cosine, alpha);

@@ -1,6 +1,8 @@
 #ifndef LANTERN_DRAWING_ALBEDOS_H
 #define LANTERN_DRAWING_ALBEDOS_H
 
+#include <array>
+
 #include "SceneData.h"
 
 /// Directional albedos: the share of the light from one direction that a lobe scatters under
@@ -23,6 +25,29 @@ float MeanTotalAlbedoOfDielectric(float alpha, float ior);
 
 /// Fresnel reflectance of a smooth interface, for light from all directions.
 float MeanFresnelDielectric(float ior);
+
+/// AlbedoOfPerfectFacets() and AlbedoOfDielectric() for several cosines.
+class FacetAlbedos {
+public:
+    struct Value {
+        float perfect = 0;
+        float dielectric = 0;
+    };
+
+    FacetAlbedos(float alpha, float ior);
+
+    Value at(float cosine) const;
+    Value mean() const;
+
+private:
+    // Of perfect facets and of the two dielectrics to interpolate:
+    std::array<std::array<const float*, 2>, 3> rows{}; // the two alphas' entries, by cosine
+    std::array<float, 3> means{};
+    float alphaShare = 0; // weight of the second alpha
+    float iorShare = 0;   // weight of the second dielectric
+    float ior;
+    bool isSpecular = false;
+};
 
 float AlbedoOfSheen(float cosine, float alpha);
 

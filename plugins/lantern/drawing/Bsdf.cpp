@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cmath>
 
-#include "drawing/Albedos.h"
-
 namespace lantern {
 namespace {
 
@@ -38,17 +36,20 @@ Color MultipleReflections(const Color& facing, float meanAlbedo) {
     return result;
 }
 
-/// The Torrance-Sparrow model: D G F / (4 cos cos), times the cosine of wi, where `weight` holds F.
-Bsdf::Value Reflection(const GgxFacets& facets, const V3f& wo, const V3f& wi, const Color& weight) {
-    const V3f facet = Normalized(wo + wi, kUp);
-    const float cosine = wo ^ facet;
-    if (!(cosine > 0)) return {};
-    const float model = facets.density(facet) * facets.maskingShadowing(wo, wi) / (4 * wo.z);
-    return {weight * model, facets.visiblePdf(wo, facet) / (4 * cosine)};
-}
+/// The facet that reflects one direction to another one.
+struct HalfVector {
+    HalfVector(const V3f& wo, const V3f& wi)
+        : facet(Normalized(wo + wi, kUp)), cosine(wo ^ facet) {}
+    V3f facet;
+    float cosine; // between the facet and each direction
+};
 
-float CosineToFacet(const V3f& wo, const V3f& wi) {
-    return wo ^ Normalized(wo + wi, kUp);
+/// The Torrance-Sparrow model: D G F / (4 cos cos), times the cosine of wi, where `weight` holds F.
+Bsdf::Value Reflection(const GgxFacets& facets, const V3f& wo, const V3f& wi,
+                       const HalfVector& half, const Color& weight) {
+    if (!(half.cosine > 0)) return {};
+    const GgxFacets::Reflection perfect = facets.reflection(wo, wi, half.facet, half.cosine);
+    return {weight * perfect.model, perfect.pdf};
 }
 
 V3f SampleCosine(const V2f& u) {
@@ -70,36 +71,46 @@ Bsdf::Bsdf(const SurfaceProperties& surface, const ShadingDirections& directions
       isInside(isInside), isTilted(directions.geometricNormal.z < 1),
       ior(isInside ? 1 / surface.ior : surface.ior), facing(FresnelDielectric(1, surface.ior)),
       facets(Mix(surface.alpha, 1, surface.anisotropy * surface.anisotropy), surface.alpha),
-      coatFacets(surface.coatAlpha), sheen(surface.sheenAlpha),
-      coatFrame(FrameAround(directions.coatNormal)), coatOut(coatFrame.toLocal(directions.wo)) {
+      coatFacets(surface.coatAlpha), sheen(surface.sheenAlpha) {
     if (!(wo.z > 0)) return;
     float rest = 1;
-    if (!isInside && coatOut.z > 0) {
-        coat = surface.coat;
-        rest -= coat * AlbedoOfDielectric(coatOut.z, surface.coatAlpha, kCoatIor);
-    }
+    if (!isInside && surface.coat > 0) rest -= setCoat(directions.coatNormal);
     if (!isInside && !IsBlack(surface.sheenColor)) {
         sheenWeight = surface.sheenColor * rest;
         rest *= 1 - Largest(surface.sheenColor) * AlbedoOfSheen(wo.z, surface.sheenAlpha);
     }
     metal = rest * surface.metalness;
     dielectric = rest * (1 - surface.metalness);
+    if (dielectric > 0 && !isMatched()) {
+        if (!isInside) albedos.emplace(facets.meanAlpha(), ior);
+        albedoOut = dielectricAlbedo(wo.z);
+    }
     setUpper();
     setClear();
     setProbabilities();
 }
 
+/// Returns the light that the coat reflects.
+float Bsdf::setCoat(const V3f& normal) {
+    coatFrame = FrameAround(normal);
+    coatOut = coatFrame.toLocal(wo);
+    if (!(coatOut.z > 0)) return 0;
+    coat = surface.coat;
+    coatAlbedo = AlbedoOfDielectric(coatOut.z, surface.coatAlpha, kCoatIor);
+    return coat * coatAlbedo;
+}
+
 /// The diffuse base, which is not visible from inside, and multiple reflections of the metal.
 void Bsdf::setUpper() {
-    const float alpha = facets.meanAlpha();
     if (!isInside && dielectric > 0) {
-        const float mean = Largest(dielectricAlbedo(-1));
-        const float entering = Loss(Largest(dielectricAlbedo(wo.z)));
+        const float mean = Largest(meanDielectricAlbedo());
+        const float entering = Loss(Largest(albedoOut));
         if (1 - mean > kMinEntering)
             diffuse = surface.baseColor *
                       (dielectric * (1 - surface.transmission) * entering / (1 - mean));
     }
     if (metal > 0 && !facets.isSpecular()) {
+        const float alpha = facets.meanAlpha();
         const float mean = MeanAlbedoOfPerfectFacets(alpha);
         if (Loss(mean) > kMinLoss)
             metalMultiple = MultipleReflections(surface.baseColor, mean) *
@@ -130,17 +141,15 @@ void Bsdf::setClear() {
 
 /// About the albedos of the lobes. setClear() has set those of multiple scattering.
 void Bsdf::setProbabilities() {
-    const float alpha = facets.meanAlpha();
-    const Color reflected = dielectricAlbedo(wo.z);
-    const float inside = 1 - Luminance(reflected);
-    const float lossOfMetal = metal > 0 ? Loss(MeanAlbedoOfPerfectFacets(alpha)) : 0;
-    probabilities[Coat] =
-        coat > 0 ? coat * AlbedoOfDielectric(coatOut.z, surface.coatAlpha, kCoatIor) : 0;
+    const float reflected = Luminance(albedoOut);
+    const float inside = 1 - reflected;
+    const float lossOfMetal = metal > 0 ? Loss(MeanAlbedoOfPerfectFacets(facets.meanAlpha())) : 0;
+    probabilities[Coat] = coat * coatAlbedo;
     if (!IsBlack(sheenWeight))
         probabilities[Sheens] = Luminance(sheenWeight) * AlbedoOfSheen(wo.z, surface.sheenAlpha);
-    probabilities[Metal] = metal * Luminance(FresnelMetal(wo.z, surface.baseColor));
+    if (metal > 0) probabilities[Metal] = metal * Luminance(FresnelMetal(wo.z, surface.baseColor));
     probabilities[Dielectric] =
-        dielectric * (Luminance(reflected) + std::max(0.0f, inside) * Luminance(transmitted));
+        dielectric * (reflected + std::max(0.0f, inside) * Luminance(transmitted));
     probabilities[Upper] += Luminance(diffuse) + Luminance(metalMultiple) * lossOfMetal;
     float sum = 0;
     for (const float probability : probabilities)
@@ -170,24 +179,28 @@ Color Bsdf::dielectricReflectance(float fresnel) const {
 
 /// The probability of sampling the reflection, not the transmission, of the dielectric.
 float Bsdf::reflectionProbability(const Color& reflectance) const {
+    if (IsBlack(transmitted)) return 1;
     const float reflected = Luminance(reflectance);
     const float through = (1 - Largest(reflectance)) * Luminance(transmitted);
     return reflected + through > 0 ? reflected / (reflected + through) : 1;
 }
 
 /// The albedo of the reflection of single facets. The reflectance is linear in that of
-/// FresnelDielectric(), and so is the albedo. A cosine below 0 asks for the mean of all directions.
+/// FresnelDielectric(), and so is the albedo.
 Color Bsdf::dielectricAlbedo(float cosine) const {
-    if (isMatched()) return {0, 0, 0};
-    const float alpha = facets.meanAlpha();
     if (isInside) return Color(dielectricFresnel(cosine)); // only chooses lobes
-    const bool isMean = cosine < 0;
-    const float perfect = facets.isSpecular() ? 1
-                          : isMean            ? MeanAlbedoOfPerfectFacets(alpha)
-                                              : AlbedoOfPerfectFacets(cosine, alpha);
-    const float own =
-        isMean ? MeanAlbedoOfDielectric(alpha, ior) : AlbedoOfDielectric(cosine, alpha, ior);
-    const float towardsGrazing = facing < 1 ? (own - facing * perfect) / (1 - facing) : 0;
+    return albedos ? coloredAlbedo(albedos->at(cosine)) : Color(0, 0, 0);
+}
+
+/// The mean of all directions outside.
+Color Bsdf::meanDielectricAlbedo() const {
+    return albedos ? coloredAlbedo(albedos->mean()) : Color(0, 0, 0);
+}
+
+Color Bsdf::coloredAlbedo(const FacetAlbedos::Value& own) const {
+    const float perfect = facets.isSpecular() ? 1 : own.perfect;
+    const float towardsGrazing =
+        facing < 1 ? (own.dielectric - facing * perfect) / (1 - facing) : 0;
     Color result;
     for (int i = 0; i < 3; ++i) {
         const float least = std::min(surface.specularColor[i] * facing, 1.0f);
@@ -267,18 +280,21 @@ Bsdf::Value Bsdf::evaluateSide(const V3f& wi, bool isReflected) const {
 /// `wi` is in the coat's frame.
 Bsdf::Value Bsdf::evaluateCoat(const V3f& wi) const {
     if (!(wi.z > 0)) return {};
-    const float fresnel = FresnelDielectric(CosineToFacet(coatOut, wi), kCoatIor);
-    return Reflection(coatFacets, coatOut, wi, Color(coat * fresnel));
+    const HalfVector half(coatOut, wi);
+    const float fresnel = FresnelDielectric(half.cosine, kCoatIor);
+    return Reflection(coatFacets, coatOut, wi, half, Color(coat * fresnel));
 }
 
 Bsdf::Value Bsdf::evaluateMetal(const V3f& wi) const {
-    const Color fresnel = FresnelMetal(CosineToFacet(wo, wi), surface.baseColor);
-    return Reflection(facets, wo, wi, fresnel * metal);
+    const HalfVector half(wo, wi);
+    const Color fresnel = FresnelMetal(half.cosine, surface.baseColor);
+    return Reflection(facets, wo, wi, half, fresnel * metal);
 }
 
 Bsdf::Value Bsdf::evaluateReflection(const V3f& wi) const {
-    const Color reflectance = dielectricReflectance(dielectricFresnel(CosineToFacet(wo, wi)));
-    Value value = Reflection(facets, wo, wi, reflectance * dielectric);
+    const HalfVector half(wo, wi);
+    const Color reflectance = dielectricReflectance(dielectricFresnel(half.cosine));
+    Value value = Reflection(facets, wo, wi, half, reflectance * dielectric);
     value.pdf *= reflectionProbability(reflectance);
     return value;
 }
@@ -288,10 +304,10 @@ Bsdf::Value Bsdf::evaluateReflection(const V3f& wi) const {
 Bsdf::Value Bsdf::evaluateTransmission(const V3f& wi) const {
     if (surface.isThin) {
         const V3f above(wi.x, wi.y, -wi.z);
-        const Color reflectance =
-            dielectricReflectance(dielectricFresnel(CosineToFacet(wo, above)));
-        Value value =
-            Reflection(facets, wo, above, transmitted * (dielectric * (1 - Largest(reflectance))));
+        const HalfVector half(wo, above);
+        const Color reflectance = dielectricReflectance(dielectricFresnel(half.cosine));
+        Value value = Reflection(facets, wo, above, half,
+                                 transmitted * (dielectric * (1 - Largest(reflectance))));
         value.pdf *= 1 - reflectionProbability(reflectance);
         return value;
     }

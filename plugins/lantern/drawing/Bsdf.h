@@ -2,8 +2,10 @@
 #define LANTERN_DRAWING_BSDF_H
 
 #include <array>
+#include <optional>
 
 #include "SceneData.h"
+#include "drawing/Albedos.h"
 #include "drawing/Microfacets.h"
 #include "drawing/Numbers.h"
 #include "drawing/Sheen.h"
@@ -90,6 +92,7 @@ private:
         bool isReflected = true;
     };
 
+    float setCoat(const V3f& normal);
     void setUpper();
     void setClear();
     void setProbabilities();
@@ -114,6 +117,8 @@ private:
     Color dielectricReflectance(float fresnel) const;
     float reflectionProbability(const Color& reflectance) const;
     Color dielectricAlbedo(float cosine) const;
+    Color meanDielectricAlbedo() const;
+    Color coloredAlbedo(const FacetAlbedos::Value& own) const;
     float clearAlbedo(float cosine, bool isOtherSide) const;
 
     SurfaceProperties surface;
@@ -127,7 +132,10 @@ private:
     GgxFacets coatFacets;
     Sheen sheen;
     Frame coatFrame;
-    V3f coatOut; // wo in the coat's frame
+    V3f coatOut{0, 0, 0};                // wo in the coat's frame
+    float coatAlbedo = 0;                // for wo
+    std::optional<FacetAlbedos> albedos; // of the dielectric, from outside
+    Color albedoOut{0, 0, 0};            // of the dielectric for wo
     // The weights of the lobes.
     float coat = 0;
     Color sheenWeight{0, 0, 0};

@@ -68,7 +68,9 @@ V2f InUnitDisk(const V2f& numbers) {
 }
 
 CameraRays::CameraRays(const Camera& camera, int width, int height)
-    : camera(camera), fromWorld(WorldToCamera(camera)) {
+    : camera(camera),
+      still(CanBeInverted(camera.toWorld.front()) ? camera.toWorld.front() : M44d()),
+      fromWorld(WorldToCamera(camera)) {
     const double l = camera.left, r = camera.right, t = camera.top, b = camera.bottom;
     const double half = HalfWindow(camera);
     pixelWidth = (r - l) * half / width;
@@ -139,6 +141,7 @@ RayCone CameraRays::pixelCone() const {
 }
 
 M44d CameraRays::toWorldAt(float time) const {
+    if (camera.toWorld.size() < 2) return still;
     const StepPosition at = PositionAmongSteps(camera.toWorld.size(), time);
     const M44d& first = camera.toWorld[at.first];
     const M44d& second = camera.toWorld[at.second];

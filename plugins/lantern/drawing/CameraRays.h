@@ -55,7 +55,9 @@ private:
     Imath::V3d inCamera(const V3f& point, float time) const;
 
     Camera camera;
-    M44d fromWorld; // of a camera that does not move
+    // Of a camera that does not move:
+    M44d still; // to the world
+    M44d fromWorld;
     // The upper left corner of the picture and the size of a pixel, in camera space at depth 1.
     double left, top, pixelWidth, pixelHeight;
 };

@@ -59,7 +59,8 @@ Color EnvironmentMap::gradient(float height) const {
 
 Color EnvironmentMap::localRadiance(const V3f& local) const {
     Color color;
-    if (!textures.around(light.texture, LongitudeLatitudeOf(local), color))
+    if (!textures.has(light.texture) ||
+        !textures.around(light.texture, LongitudeLatitudeOf(local), color))
         color = gradient(local.y);
     const Color radiance = color * light.scale;
     return IsFinite(radiance) ? radiance : Color(0, 0, 0);

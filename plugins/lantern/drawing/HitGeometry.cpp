@@ -129,9 +129,15 @@ M44f TransformAt(const SceneData& scene, const Instance& instance, float time) {
 }
 
 void CornersAt(const Mesh& mesh, Index triangle, float time, V3f corners[3]) {
+    const Index* const index = &mesh.triangles[std::size_t(triangle) * 3];
+    if (mesh.points.size() < 2) {
+        for (std::size_t i = 0; i < 3; ++i)
+            corners[i] = mesh.points[0][index[i]];
+        return;
+    }
     const StepPosition at = PositionAmongSteps(mesh.points.size(), time);
     for (std::size_t i = 0; i < 3; ++i) {
-        const Index point = mesh.triangles[std::size_t(triangle) * 3 + i];
+        const Index point = index[i];
         corners[i] = Mix(mesh.points[at.first][point], mesh.points[at.second][point], at.share);
     }
 }

@@ -41,10 +41,55 @@ Color Extinction(const Color& color, float distance) {
     return result;
 }
 
+bool HasNetwork(const Material& material) {
+    return std::any_of(material.fed.begin(), material.fed.end(),
+                       [](const ShadingValue& value) { return value.step != kNone; });
+}
+
+SurfaceProperties SurfaceOf(ShadingPoint& at, const Material& m) {
+    using Input = MaterialInput;
+    const float roughness = at.share(Input::Roughness, m.roughness);
+    const float coatRoughness = at.share(Input::CoatRoughness, m.coatRoughness);
+    const float ior = at.number(Input::Ior, m.ior);
+    const float sheenRoughness = at.share(Input::SheenRoughness, m.sheenRoughness);
+    SurfaceProperties result;
+    result.baseColor = Clamp01(at.color(Input::BaseColor, m.baseColor));
+    result.specular = at.share(Input::Specular, m.specular);
+    result.specularColor = NonNegative(at.color(Input::SpecularColor, m.specularColor));
+    result.metalness = at.share(Input::Metalness, m.metalness);
+    result.alpha = roughness * roughness;
+    result.anisotropy = at.share(Input::Anisotropy, m.anisotropy);
+    result.ior = ior >= 1 && std::isfinite(ior) ? ior : 1;
+    result.transmission = at.share(Input::Transmission, m.transmission);
+    result.isThin = m.thickness == 0; // a texture gives rasterizers the thickness of a solid
+    result.coat = at.share(Input::Coat, m.coat);
+    result.coatAlpha = coatRoughness * coatRoughness;
+    result.sheenColor = Clamp01(at.color(Input::SheenColor, m.sheenColor));
+    result.sheenAlpha = sheenRoughness * sheenRoughness;
+    if (result.hasInside())
+        result.extinction =
+            Extinction(at.color(Input::AttenuationColor, m.attenuationColor),
+                       at.number(Input::AttenuationDistance, m.attenuationDistance));
+    return result;
+}
+
+Color EmissionOf(ShadingPoint& at, const Material& material) {
+    return NonNegative(at.color(MaterialInput::Emission, material.emission));
+}
+
 } // namespace
 
 Materials::Materials(const SceneData& scene, const Textures& textures)
     : scene(scene), textures(textures) {
+    for (const Material& material : scene.materials) {
+        Constant& constant = constants.emplace_back();
+        constant.hasNetwork = HasNetwork(material);
+        if (constant.hasNetwork) continue;
+        const RayHit anywhere;
+        ShadingPoint at(scene, textures, anywhere, material);
+        constant.surface = SurfaceOf(at, material);
+        constant.emission = EmissionOf(at, material);
+    }
     std::vector<bool> opaque;
     for (const Material& material : scene.materials)
         opaque.push_back(IsOpaque(material, textures));
@@ -66,9 +111,11 @@ const Material& Materials::materialAt(Index instance, Index primitive) const {
 
 Index Materials::indexAt(Index instance, Index primitive) const {
     const Instance& at = scene.instances[instance];
+    const Surface& surface = scene.surfaces[at.surface];
+    if (surface.faceMaterials.empty()) return surface.material;
     const std::vector<Index>& faces = scene.shapes[at.shape].mesh.faces;
     const Index face = primitive < faces.size() ? faces[primitive] : primitive;
-    return scene.surfaces[at.surface].materialOf(face);
+    return surface.materialOf(face);
 }
 
 float Materials::opacity(const RayHit& hit, bool isFromInside) const {
@@ -117,38 +164,17 @@ Frame Materials::frameAt(const RayHit& hit, float time, const V3f& normal) const
 }
 
 SurfaceProperties Materials::surfaceAt(const RayHit& hit) const {
-    using Input = MaterialInput;
-    const Material& m = materialAt(hit.instance, hit.primitive);
-    ShadingPoint at(scene, textures, hit, m);
-    const float roughness = at.share(Input::Roughness, m.roughness);
-    const float coatRoughness = at.share(Input::CoatRoughness, m.coatRoughness);
-    const float ior = at.number(Input::Ior, m.ior);
-    const float sheenRoughness = at.share(Input::SheenRoughness, m.sheenRoughness);
-    SurfaceProperties result;
-    result.baseColor = Clamp01(at.color(Input::BaseColor, m.baseColor));
-    result.specular = at.share(Input::Specular, m.specular);
-    result.specularColor = NonNegative(at.color(Input::SpecularColor, m.specularColor));
-    result.metalness = at.share(Input::Metalness, m.metalness);
-    result.alpha = roughness * roughness;
-    result.anisotropy = at.share(Input::Anisotropy, m.anisotropy);
-    result.ior = ior >= 1 && std::isfinite(ior) ? ior : 1;
-    result.transmission = at.share(Input::Transmission, m.transmission);
-    result.isThin = m.thickness == 0; // a texture gives rasterizers the thickness of a solid
-    result.coat = at.share(Input::Coat, m.coat);
-    result.coatAlpha = coatRoughness * coatRoughness;
-    result.sheenColor = Clamp01(at.color(Input::SheenColor, m.sheenColor));
-    result.sheenAlpha = sheenRoughness * sheenRoughness;
-    if (result.hasInside())
-        result.extinction =
-            Extinction(at.color(Input::AttenuationColor, m.attenuationColor),
-                       at.number(Input::AttenuationDistance, m.attenuationDistance));
-    return result;
+    const Index index = indexAt(hit.instance, hit.primitive);
+    if (!constants[index].hasNetwork) return constants[index].surface;
+    ShadingPoint at(scene, textures, hit, scene.materials[index]);
+    return SurfaceOf(at, scene.materials[index]);
 }
 
 Color Materials::emission(const RayHit& hit) const {
-    const Material& material = materialAt(hit.instance, hit.primitive);
-    return NonNegative(ShadingPoint(scene, textures, hit, material)
-                           .color(MaterialInput::Emission, material.emission));
+    const Index index = indexAt(hit.instance, hit.primitive);
+    if (!constants[index].hasNetwork) return constants[index].emission;
+    ShadingPoint at(scene, textures, hit, scene.materials[index]);
+    return EmissionOf(at, scene.materials[index]);
 }
 
 } // namespace lantern

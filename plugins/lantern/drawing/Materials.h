@@ -34,8 +34,16 @@ public:
     Index indexAt(Index instance, Index primitive) const;
 
 private:
+    /// The values of a material that are the same at all hits, unless it has a network.
+    struct Constant {
+        bool hasNetwork = false;
+        SurfaceProperties surface;
+        Color emission{0, 0, 0};
+    };
+
     const SceneData& scene;
     const Textures& textures;
+    std::vector<Constant> constants; // by material
     std::vector<bool> opaqueSurfaces;
 };
 

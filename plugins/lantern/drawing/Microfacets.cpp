@@ -21,53 +21,11 @@ V3f GgxFacets::sampleVisible(const V3f& wo, const V2f& u) const {
     return Normalized({alphaX * n.x, alphaY * n.y, std::max(1e-6f, n.z)}, V3f(0, 0, 1));
 }
 
-float GgxFacets::visiblePdf(const V3f& wo, const V3f& facet) const {
-    if (wo.z <= 0) return 0;
-    return masking(wo) * std::max(0.0f, wo ^ facet) * density(facet) / wo.z;
-}
-
-float GgxFacets::density(const V3f& facet) const {
-    if (facet.z <= 0) return 0;
-    const float x = facet.x / alphaX, y = facet.y / alphaY;
-    const float slope = x * x + y * y + facet.z * facet.z;
-    return 1 / (kPi * alphaX * alphaY * slope * slope);
-}
-
-float GgxFacets::lambda(const V3f& direction) const {
-    if (direction.z == 0) return 1e12f;
-    const float x = alphaX * direction.x, y = alphaY * direction.y;
-    return 0.5f * (std::sqrt(1 + (x * x + y * y) / (direction.z * direction.z)) - 1);
-}
-
-float GgxFacets::maskingShadowing(const V3f& wo, const V3f& wi) const {
-    return 1 / (1 + lambda(wo) + lambda(wi));
-}
-
-float GgxFacets::masking(const V3f& wo) const {
-    return 1 / (1 + lambda(wo));
-}
-
 V3f Refracted(const V3f& wo, const V3f& facet, float ior) {
     const float cosine = wo ^ facet;
     const float cosine2 = 1 - (1 - cosine * cosine) / (ior * ior);
     if (cosine2 <= 0) return V3f(0);
     return facet * (cosine / ior - std::sqrt(cosine2)) - wo / ior;
-}
-
-float FresnelDielectric(float cosine, float ior) {
-    const float c = Clamp01(cosine);
-    const float g2 = ior * ior - 1 + c * c;
-    if (g2 <= 0) return ior == 1 ? 0 : 1; // total reflection
-    const float g = std::sqrt(g2);
-    const float a = (g - c) / (g + c);
-    const float b = (c * (g + c) - 1) / (c * (g - c) + 1);
-    return Clamp01(0.5f * a * a * (1 + b * b));
-}
-
-Color FresnelMetal(float cosine, const Color& facing) {
-    const float rest = 1 - Clamp01(cosine);
-    const float squared = rest * rest;
-    return Mix(facing, Color(1, 1, 1), squared * squared * rest);
 }
 
 } // namespace lantern

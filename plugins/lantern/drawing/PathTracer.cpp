@@ -54,7 +54,7 @@ struct PathTracer::Vertex {
     Frame frame; // around the shading normal
     V3f geometricNormal;
     Color transmittance{1, 1, 1}; // of the inside that the path came through
-    Bsdf bsdf{{}, {}, false};
+    std::optional<Bsdf> bsdf;     // none at the end of a path
 };
 
 struct PathTracer::Path {
@@ -114,11 +114,12 @@ PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sa
             break;
         }
         Vertex vertex;
-        if (!makeVertex(path.ray, hit, vertex)) break;
+        const bool isLast = depth >= scene.quality.maxDepth;
+        if (!makeVertex(path.ray, hit, isLast, vertex)) break;
         path.throughput *= vertex.transmittance;
         if (depth == 0 && first) describe(path.ray, hit, vertex, *first);
         path.radianceAfter(depth) += path.throughput * emittedRadiance(path, hit, vertex);
-        if (depth >= scene.quality.maxDepth) break;
+        if (isLast) break;
         path.radianceAfter(depth + 1) +=
             path.throughput * directLight(vertex, path.ray.time, depth, sampler);
         if (!bounce(vertex, sampler, path)) break;
@@ -158,7 +159,7 @@ V2f PathTracer::motionOf(const Ray& ray, const RayHit& hit) const {
 }
 
 /// Returns false if the hit has no usable position.
-bool PathTracer::makeVertex(const Ray& ray, const RayHit& hit, Vertex& vertex) const {
+bool PathTracer::makeVertex(const Ray& ray, const RayHit& hit, bool isLast, Vertex& vertex) const {
     vertex.geometry = GeometryAt(scene, ray, hit);
     if (!IsFinite(vertex.geometry.position)) return false;
     const V3f coat =
@@ -169,15 +170,16 @@ bool PathTracer::makeVertex(const Ray& ray, const RayHit& hit, Vertex& vertex) c
     const bool isBehind = (wo ^ vertex.geometry.normal) < 0;
     const float side = isBehind ? -1.0f : 1.0f;
     const V3f geometric = vertex.geometry.normal * side;
+    vertex.geometricNormal = geometric;
+    if (isLast && !isBehind) return true; // nothing of it is needed but the light that it emits
     const SurfaceProperties surface = materials.surfaceAt(hit);
     const bool isInside = isBehind && surface.hasInside();
-    vertex.geometricNormal = geometric;
     vertex.frame = materials.frameAt(
         hit, ray.time, BentTowards(wo, geometric, vertex.geometry.shadingNormal * side));
     const ShadingDirections directions{
         vertex.frame.toLocal(wo), vertex.frame.toLocal(geometric),
         vertex.frame.toLocal(BentTowards(wo, geometric, coat * side))};
-    vertex.bsdf = Bsdf(surface, directions, isInside);
+    if (!isLast) vertex.bsdf.emplace(surface, directions, isInside);
     if (isInside) vertex.transmittance = Transmittance(surface.extinction, hit.distance);
     return true;
 }
@@ -187,7 +189,7 @@ bool PathTracer::makeVertex(const Ray& ray, const RayHit& hit, Vertex& vertex) c
 bool PathTracer::bounce(const Vertex& vertex, const Sampler& sampler, Path& path) const {
     const V2f choice = sampler.pair(AtBounce(path.depth, kLobe));
     const Bsdf::Sample next =
-        vertex.bsdf.sample(choice.x, sampler.pair(AtBounce(path.depth, kDirection)));
+        vertex.bsdf->sample(choice.x, sampler.pair(AtBounce(path.depth, kDirection)));
     if (IsBlack(next.weight)) return false;
     path.ray.direction = Normalized(vertex.frame.toWorld(next.wi), vertex.geometricNormal);
     path.ray.origin = vertex.geometry.rayOrigin(path.ray.direction);
@@ -214,7 +216,7 @@ Color PathTracer::emittedRadiance(const Path& path, const RayHit& hit, const Ver
 /// Light sampling (next event estimation): one infinite and one local light.
 Color PathTracer::directLight(const Vertex& vertex, float time, int depth,
                               const Sampler& sampler) const {
-    if (vertex.bsdf.isSpecular()) return {0, 0, 0};
+    if (vertex.bsdf->isSpecular()) return {0, 0, 0};
     const V2f choice = sampler.pair(AtBounce(depth, kLightChoice));
     const LightSample infinite =
         infiniteLights.sample(choice.x, sampler.pair(AtBounce(depth, kInfiniteLight)));
@@ -227,7 +229,7 @@ Color PathTracer::directLight(const Vertex& vertex, float time, int depth,
 Color PathTracer::reflectedLight(const LightSample& light, const Vertex& vertex, float time) const {
     if (!(light.pdf > 0) || IsBlack(light.radiance)) return {0, 0, 0};
     const V3f wi = vertex.frame.toLocal(light.direction);
-    const Bsdf::Value bsdf = vertex.bsdf.evaluate(wi);
+    const Bsdf::Value bsdf = vertex.bsdf->evaluate(wi);
     if (IsBlack(bsdf.timesCosine)) return {0, 0, 0};
     Ray shadowRay;
     shadowRay.origin = vertex.geometry.rayOrigin(light.direction);

@@ -40,7 +40,7 @@ private:
     Traced background(const V3f& direction) const;
     void describe(const Ray& ray, const RayHit& hit, const Vertex& vertex, FirstHit& first) const;
     V2f motionOf(const Ray& ray, const RayHit& hit) const;
-    bool makeVertex(const Ray& ray, const RayHit& hit, Vertex& vertex) const;
+    bool makeVertex(const Ray& ray, const RayHit& hit, bool isLast, Vertex& vertex) const;
     bool bounce(const Vertex& vertex, const Sampler& sampler, Path& path) const;
     Color emittedRadiance(const Path& path, const RayHit& hit, const Vertex& vertex) const;
     Color directLight(const Vertex& vertex, float time, int depth, const Sampler& sampler) const;
