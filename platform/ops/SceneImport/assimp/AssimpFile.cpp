@@ -1,9 +1,11 @@
 #include "AssimpFile.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -20,6 +22,8 @@
 #include "FbxSpace.h"
 #include "FileText.h"
 #include "ObjText.h"
+#include "ReferencedFile.h"
+#include "SceneLog.h"
 #include "SourceFile.h"
 #include "checks/ColladaCheck.h"
 #include "checks/FbxCheck.h"
@@ -51,20 +55,31 @@ public:
           MemoryIOStream(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()) {}
 };
 
+// The list of the files that are read, and who is told of them.
+struct AccessedFiles {
+    const FileStamp& add(const std::string& path) const {
+        onAccess(path);
+        stamps.push_back(StampOf(path));
+        return stamps.back();
+    }
+
+    std::vector<FileStamp>& stamps;
+    const std::function<void(const std::string&)>& onAccess;
+};
+
 // Opens files for Assimp and records their stamps. The content of the scene file can be replaced.
 class FileAccess : public Assimp::DefaultIOSystem {
 public:
     FileAccess(const std::string& scenePath, const std::optional<std::string>& sceneContent,
-               std::vector<FileStamp>& files, std::vector<ContentMaterial>& materials)
+               AccessedFiles files, std::vector<ContentMaterial>& materials)
         : scenePath(scenePath), sceneContent(sceneContent), files(files), materials(materials) {}
 
     Assimp::IOStream* Open(const char* path, const char* mode) override {
         if (std::strpbrk(mode, "wa+")) return nullptr;
-        files.push_back(StampOf(path));
-        const FileStamp& stamp = files.back();
-        if (!stamp.isRegularFile() || stamp.size > kMaxFileSize) return nullptr;
         // An OBJ file refers only to files of materials.
-        if (path != scenePath && LowerExtension(scenePath) == ".obj") return readMaterials(stamp);
+        if (path != scenePath && LowerExtension(scenePath) == ".obj") return openMaterials(path);
+        const FileStamp& stamp = files.add(path);
+        if (!stamp.isRegularFile() || stamp.size > kMaxFileSize) return nullptr;
         if (sceneContent && path == scenePath)
             return new Assimp::MemoryIOStream(
                 reinterpret_cast<const std::uint8_t*>(sceneContent->data()), sceneContent->size());
@@ -75,6 +90,23 @@ public:
     }
 
 private:
+    // Assimp puts the folder of the scene before every name. If there is no such file, it looks for
+    // one with the name of the scene.
+    Assimp::IOStream* openMaterials(const std::string& path) {
+        const std::string folder = std::filesystem::path(scenePath).parent_path().string();
+        const bool isBelow = path.compare(0, folder.size() + 1, folder + '/') == 0;
+        const std::string reference = isBelow ? path.substr(folder.size() + 1) : path;
+        const std::string found = FindReferencedFile(folder, reference);
+        const FileStamp& stamp = files.add(found.empty() ? path : found);
+        if (stamp.isRegularFile() && stamp.size <= kMaxFileSize) return readMaterials(stamp);
+        const std::string fallback = std::filesystem::path(scenePath).stem().string() + ".mtl";
+        const bool isNamed = reference != fallback || missing.empty();
+        if (isNamed && missing.insert(reference).second)
+            WarnAboutScene(scenePath,
+                           "its file of materials \"" + reference + "\" does not exist");
+        return nullptr;
+    }
+
     // Assimp reads the names of the materials alone.
     Assimp::IOStream* readMaterials(const FileStamp& stamp) {
         const std::string content = ToUtf8(ReadWhole(stamp));
@@ -90,8 +122,9 @@ private:
 
     const std::string& scenePath;
     const std::optional<std::string>& sceneContent; // the content of the file if there is none
-    std::vector<FileStamp>& files;
+    AccessedFiles files;
     std::vector<ContentMaterial>& materials;
+    std::set<std::string> missing; // names of files of materials
 };
 
 std::string FirstLine(const std::string& text) {
@@ -115,11 +148,26 @@ std::optional<std::string> Examine(const FileStamp& stamp, const std::string& ex
     }
     if (extension == ".fbx") CheckFbx(ReadWhole(stamp), kMaxNodeDepth);
     if (extension == ".obj") {
-        std::string content = WithPlainColors(ToUtf8(ReadWhole(stamp)));
+        std::string content = WithPlainLines(WithPlainColors(ToUtf8(ReadWhole(stamp))));
         CheckObj(content, std::filesystem::path(stamp.path).filename().string());
         return content;
     }
     return std::nullopt;
+}
+
+// Restores the names, and uses the materials of the files that the OBJ file refers to.
+void FinishObj(const std::string& path, const std::vector<ContentMaterial>& materials,
+               SceneContent& content) {
+    for (ContentNode& node : content.nodes)
+        std::replace(node.name.begin(), node.name.end(), kBlankInName, ' ');
+    for (ContentShape& shape : content.shapes)
+        std::replace(shape.name.begin(), shape.name.end(), kBlankInName, ' ');
+    const std::vector<std::string> missing = UseMtl(content, materials);
+    if (missing.empty() || materials.empty()) return; // a warning about the file is enough
+    std::string names;
+    for (const std::string& name : missing)
+        names += (names.empty() ? "\"" : ", \"") + name + '"';
+    WarnAboutScene(path, "its files of materials do not have " + names);
 }
 
 } // namespace
@@ -129,13 +177,14 @@ bool IsAssimpExtension(const std::string& extension) {
 }
 
 SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension,
-                            const ReadOptions& options, std::vector<FileStamp>& files) {
+                            const ReadOptions& options, std::vector<FileStamp>& files,
+                            const std::function<void(const std::string&)>& onAccess) {
     const std::optional<std::string> content = Examine(stamp, extension);
     const std::string path = stamp.path;
     Assimp::Importer importer;
     Configure(importer);
     std::vector<ContentMaterial> materials; // of files that an OBJ file refers to
-    importer.SetIOHandler(new FileAccess(path, content, files, materials));
+    importer.SetIOHandler(new FileAccess(path, content, {files, onAccess}, materials));
     const aiScene* scene = importer.ReadFile(path, 0);
     if (!scene) throw std::runtime_error(FirstLine(importer.GetErrorString()));
     // The post-processing of Assimp trusts indices.
@@ -144,7 +193,7 @@ SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension
     if (!scene) throw std::runtime_error("identical points could not be joined");
     if (content && extension == ".dae") RepairColladaOpacity(*scene, *content);
     SceneContent result = ContentOf(*scene, options.animation);
-    if (extension == ".obj") UseMtl(result, materials);
+    if (extension == ".obj") FinishObj(path, materials, result);
     if (extension == ".fbx" && options.convertUnits) ConvertFbxSpace(*scene, result);
     return result;
 }

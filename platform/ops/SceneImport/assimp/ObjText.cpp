@@ -73,7 +73,41 @@ void AppendPoint(std::string& text, const Point& point, float divisor) {
     text += '\n';
 }
 
+std::string_view Trimmed(std::string_view line) {
+    line.remove_prefix(std::min(line.find_first_not_of(kBlank), line.size()));
+    return line.substr(0, line.find_last_not_of(kBlank) + 1); // npos + 1 is 0
+}
+
+// The name of an object if it contains blanks; otherwise empty.
+std::string_view NameWithBlanks(std::string_view line) {
+    if (TakeWord(line) != "o") return {};
+    const std::string_view name = Trimmed(line);
+    return name.find_first_of(kBlank) == std::string_view::npos ? std::string_view() : name;
+}
+
+bool IsPlain(std::string_view line) {
+    const bool isIndented = !line.empty() && kBlank.find(line.front()) != std::string_view::npos;
+    return !isIndented && NameWithBlanks(line).empty();
+}
+
 } // namespace
+
+std::string WithPlainLines(std::string content) {
+    bool isPlain = true;
+    for (std::string_view rest = content; isPlain && !rest.empty();)
+        isPlain = IsPlain(TakeLine(rest));
+    if (isPlain) return content;
+    std::string plain;
+    plain.reserve(content.size());
+    for (std::string_view rest = content; !rest.empty();) {
+        const std::string_view line = TakeLine(rest);
+        std::string name(NameWithBlanks(line));
+        std::replace(name.begin(), name.end(), ' ', kBlankInName);
+        std::replace(name.begin(), name.end(), '\t', kBlankInName);
+        plain.append(name.empty() ? Trimmed(line) : "o " + name).push_back('\n');
+    }
+    return plain;
+}
 
 std::string WithPlainColors(std::string content) {
     const float largest = LargestNumber(content);

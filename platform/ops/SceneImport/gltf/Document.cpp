@@ -19,6 +19,7 @@
 #include "Extensions.h"
 #include "GltfError.h"
 #include "Meshopt.h"
+#include "ReferencedFile.h"
 #include "SourceFile.h"
 #include "Uri.h"
 
@@ -328,18 +329,17 @@ std::string_view Document::imageBytes(int image) const {
     return view < 0 ? std::string_view() : viewBytes(view);
 }
 
-// Some exporters do not encode names, or write the separators of another system.
+// Some exporters do not encode names.
 std::string Document::pathOf(const std::string& uri) const {
     const std::string decoded = PercentDecoded(uri);
-    std::string turned = decoded;
-    std::replace(turned.begin(), turned.end(), '\\', '/');
-    const auto absolute = [this](const std::string& name) {
-        return (std::filesystem::path(folder) / name).lexically_normal().generic_string();
-    };
     std::error_code ignored;
-    for (const std::string& name : {decoded, uri, turned})
-        if (std::filesystem::exists(absolute(name), ignored)) return absolute(name);
-    return absolute(decoded);
+    for (const std::string& name : {decoded, uri}) {
+        std::string path = PathOfReference(folder, name);
+        if (std::filesystem::exists(path, ignored)) return path;
+    }
+    for (const std::string& name : {decoded, uri})
+        if (std::string found = FindReferencedFile(folder, name); !found.empty()) return found;
+    return PathOfReference(folder, decoded);
 }
 
 } // namespace TellarSceneImport

@@ -42,7 +42,7 @@ public:
     std::string_view imageBytes(int image) const;
 
     /// The absolute path of the file that a URI names, also if its name is not percent-encoded as
-    /// it should be or has backslashes as separators.
+    /// it should be, or is one that FindReferencedFile() finds elsewhere.
     std::string pathOf(const std::string& uri) const;
 
     /// The names of the extensions that the file uses and the reader does not understand. The file

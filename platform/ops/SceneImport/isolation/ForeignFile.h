@@ -1,6 +1,8 @@
 #ifndef SCENEIMPORT_FOREIGNFILE_H
 #define SCENEIMPORT_FOREIGNFILE_H
 
+#include <functional>
+#include <string>
 #include <vector>
 
 #include "FileStamp.h"
@@ -14,6 +16,10 @@ namespace TellarSceneImport {
 /// every file that was accessed.
 SceneContent ReadForeignFile(const FileStamp& stamp, const ReadOptions& options,
                              std::vector<FileStamp>& files);
+/// The same. `onAccess` is called with the path of each file before it is read.
+SceneContent ReadForeignFile(const FileStamp& stamp, const ReadOptions& options,
+                             std::vector<FileStamp>& files,
+                             const std::function<void(const std::string& path)>& onAccess);
 
 } // namespace TellarSceneImport
 

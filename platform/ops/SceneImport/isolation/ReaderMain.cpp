@@ -12,9 +12,11 @@
 #include <cstdint>
 #include <cstdlib>
 #include <exception>
+#include <mutex>
 #include <new>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <csignal>
 #include <fcntl.h>
@@ -24,7 +26,10 @@
 #include <sys/prctl.h>
 #endif
 
+#include <OxLoggingHost/OxLoggerGlue.h>
+
 #include "ForeignFile.h"
+#include "ReaderErrors.h"
 #include "ReaderReply.h"
 
 #if defined(__has_feature)
@@ -103,10 +108,30 @@ std::int64_t WriteTo(void* stream, const void* data, std::int64_t bytes) {
     return bytes;
 }
 
+// A damaged file could be worth more messages than anybody reads.
+constexpr std::size_t kMostMessages = 1000;
+
+// All messages go to the host, which knows the thresholds.
+void CollectMessages(std::vector<OxLogMessage>& messages) {
+    static std::mutex lock;
+    OxLoggingSetLevel("", OxLogLevel::debug);
+    OxLoggingSetSink([&messages](const OxLogMessage& message) {
+        const std::lock_guard<std::mutex> guard(lock);
+        if (messages.size() < kMostMessages) messages.push_back(message);
+    });
+}
+
+void TellOfFile(const std::string& path) {
+    const std::string line = LineOfFile(path);
+    int errors = STDERR_FILENO;
+    WriteTo(&errors, line.data(), static_cast<std::int64_t>(line.size()));
+}
+
 ReaderReply Read(const std::string& path, const ReadOptions& options) {
     ReaderReply reply;
+    CollectMessages(reply.messages);
     try {
-        reply.content = ReadForeignFile(StampOf(path), options, reply.files);
+        reply.content = ReadForeignFile(StampOf(path), options, reply.files, &TellOfFile);
     } catch (const std::bad_alloc&) {
         _exit(kOutOfMemoryStatus);
     } catch (const std::exception& error) {
@@ -114,6 +139,7 @@ ReaderReply Read(const std::string& path, const ReadOptions& options) {
     } catch (...) {
         reply.error = "unknown error";
     }
+    OxLoggingSetSink({});
     return reply;
 }
 

@@ -15,6 +15,7 @@
 #include <OxTellarSDK/Attribute.h>
 
 #include "NamedLogger.h"
+#include "ReaderErrors.h"
 #include "ReaderReply.h"
 #include "process/ChildProcess.h"
 
@@ -91,7 +92,7 @@ private:
     std::uint64_t left;
 };
 
-std::string ReasonOf(const ChildEnd& end, const ReaderLimits& limits, const std::string& errors) {
+std::string ReasonOf(const ChildEnd& end, const ReaderLimits& limits, const std::string& error) {
     switch (end.kind) {
     case ChildEnd::Kind::TimedOut:
         return "reading it takes more than " + std::to_string(limits.time.count()) +
@@ -106,8 +107,7 @@ std::string ReasonOf(const ChildEnd& end, const ReaderLimits& limits, const std:
     case ChildEnd::Kind::Unknown:
         break;
     }
-    const std::string first = errors.substr(0, errors.find('\n'));
-    return "the scene reader " + end.text() + (first.empty() ? "" : ": " + first);
+    return "the scene reader " + end.text() + (error.empty() ? "" : ": " + error);
 }
 
 /// Returns nothing when the reader wrote no complete reply; `reason` then says why.
@@ -129,8 +129,44 @@ std::optional<ReaderReply> ReadReply(ChildProcess& reader, const ReaderLimits& l
     const ChildEnd end = reader.wait();
     const bool mayHaveSucceeded = end.isSuccess() || end.kind == ChildEnd::Kind::Unknown;
     if (reply && mayHaveSucceeded) return reply;
-    if (!end.isSuccess()) reason = ReasonOf(end, limits, reader.errors());
+    if (!end.isSuccess()) reason = ReasonOf(end, limits, ErrorsIn(reader.errors()).text);
     return std::nullopt;
+}
+
+/// Logs a message of the reader as if it were one of this process.
+void Relay(const OxLogMessage& message, const std::string& path) {
+    const OxLoggerGlue logger(message.loggerName);
+    const bool namesScene = message.text.find(path) != std::string::npos;
+    const std::string text =
+        namesScene ? message.text : "Scene file \"" + path + "\": " + message.text;
+    const char* const file = message.file.c_str();
+    switch (message.level) {
+    case OxLogLevel::debug:
+        return logger.debug(text, file, message.line);
+    case OxLogLevel::info:
+        return logger.info(text, file, message.line);
+    case OxLogLevel::warn:
+        return logger.warn(text, file, message.line);
+    default:
+        return logger.error(text, file, message.line);
+    }
+}
+
+/// Starts the program that reads one file.
+void Start(std::optional<ChildProcess>& reader, const FileStamp& stamp, const ReadOptions& options,
+           const ReaderLimits& limits) {
+    const std::string program = ReaderProgram();
+    try {
+        reader.emplace(TellarInternal::ChildProgram{program,
+                                                    {stamp.path, std::to_string(limits.mebibytes),
+                                                     std::to_string(getpid()), options.animation,
+                                                     options.convertUnits ? "1" : "0"},
+                                                    {},
+                                                    limits.time});
+    } catch (const std::system_error& error) {
+        throw std::runtime_error("the scene reader \"" + program +
+                                 "\" cannot be started: " + error.what());
+    }
 }
 
 } // namespace
@@ -156,23 +192,18 @@ void SetReaderProgram(const std::string& file) {
 
 SceneContent ReadInChildProcess(const FileStamp& stamp, const ReadOptions& options,
                                 const ReaderLimits& limits, std::vector<FileStamp>& files) {
-    const std::string program = ReaderProgram();
     std::optional<ChildProcess> reader;
-    try {
-        reader.emplace(TellarInternal::ChildProgram{program,
-                                                    {stamp.path, std::to_string(limits.mebibytes),
-                                                     std::to_string(getpid()), options.animation,
-                                                     options.convertUnits ? "1" : "0"},
-                                                    {},
-                                                    limits.time});
-    } catch (const std::system_error& error) {
-        throw std::runtime_error("the scene reader \"" + program +
-                                 "\" cannot be started: " + error.what());
-    }
+    Start(reader, stamp, options, limits);
     std::string reason;
     std::optional<ReaderReply> reply = ReadReply(*reader, limits, reason);
-    if (!reply) throw std::runtime_error(reason);
+    if (!reply) {
+        for (const std::string& file : ErrorsIn(reader->errors()).files)
+            files.push_back(StampOf(file));
+        throw std::runtime_error(reason);
+    }
     files.insert(files.end(), reply->files.begin(), reply->files.end());
+    for (const OxLogMessage& message : reply->messages)
+        Relay(message, stamp.path);
     if (!reply->error.empty()) throw std::runtime_error(reply->error);
     return std::move(reply->content);
 }

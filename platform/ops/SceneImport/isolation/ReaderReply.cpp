@@ -54,11 +54,45 @@ std::vector<FileStamp> StampsIn(const StringAttribute& texts) {
     return files;
 }
 
+// A message is five texts: logger, level, text, source file and line.
+constexpr std::size_t kTextsOfMessage = 5;
+
+StringAttribute MessageTexts(const std::vector<OxLogMessage>& messages) {
+    std::vector<std::string> texts;
+    for (const OxLogMessage& message : messages) {
+        texts.push_back(message.loggerName);
+        texts.push_back(std::to_string(static_cast<int>(message.level)));
+        texts.push_back(message.text);
+        texts.push_back(message.file);
+        texts.push_back(std::to_string(message.line));
+    }
+    return {texts, kTextsOfMessage};
+}
+
+std::vector<OxLogMessage> MessagesIn(const StringAttribute& texts) {
+    const auto sample = texts.getNearestSample(0.0f);
+    std::vector<OxLogMessage> messages;
+    for (std::size_t i = 0; i + kTextsOfMessage <= sample.size(); i += kTextsOfMessage) {
+        OxLogMessage& message = messages.emplace_back();
+        message.loggerName = sample[i];
+        const int level = NumberIn<int>(sample[i + 1]);
+        if (level < static_cast<int>(OxLogLevel::debug) ||
+            level > static_cast<int>(OxLogLevel::error))
+            throw std::runtime_error("the scene reader sent a wrong message");
+        message.level = static_cast<OxLogLevel>(level);
+        message.text = sample[i + 2];
+        message.file = sample[i + 3];
+        message.line = NumberIn<int>(sample[i + 4]);
+    }
+    return messages;
+}
+
 } // namespace
 
 GroupAttribute ToGroup(const ReaderReply& reply) {
     GroupBuilder group;
     if (!reply.files.empty()) group.set("files", StampTexts(reply.files));
+    if (!reply.messages.empty()) group.set("messages", MessageTexts(reply.messages));
     group.set("error", StringAttribute(reply.error));
     if (reply.error.empty()) group.set("content", ToGroup(reply.content));
     return group.build();
@@ -69,6 +103,7 @@ ReaderReply ReplyFrom(const GroupAttribute& group) {
     if (!error.isValid()) throw std::runtime_error("the scene reader sent no reply");
     ReaderReply reply;
     reply.files = StampsIn(StringAttribute(group.getChildByName("files")));
+    reply.messages = MessagesIn(StringAttribute(group.getChildByName("messages")));
     reply.error = error.getValue("", false);
     if (reply.error.empty())
         reply.content = FromGroup(GroupAttribute(group.getChildByName("content")));

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarSDK/Attribute.h>
 
 #include "FileStamp.h"
@@ -15,6 +16,8 @@ namespace TellarSceneImport {
 struct ReaderReply {
     /// The files that were accessed.
     std::vector<FileStamp> files;
+    /// The messages that the reader would have logged.
+    std::vector<OxLogMessage> messages;
     /// Why the scene file cannot be read; empty when it was read.
     std::string error;
     SceneContent content;

@@ -1,81 +1,58 @@
 #include "TextureFiles.h"
 
-#include <algorithm>
-#include <cctype>
 #include <exception>
 #include <filesystem>
 #include <system_error>
 #include <utility>
 
-#include "NamedLogger.h"
-#include "files/FolderFiles.h"
+#include "ReferencedFile.h"
+#include "SceneLog.h"
 
 namespace TellarSceneImport {
 
 namespace {
 
-namespace fs = std::filesystem;
+constexpr int kFirstTile = 1001;
+constexpr int kLastTile = 1100;
 
-const NamedLogger kLogger("SceneImport");
-
-bool Exists(const fs::path& path) {
-    std::error_code error;
-    return fs::is_regular_file(path, error);
+// The place of "<UDIM>", for which renderers put the number of a tile; npos if there is none.
+std::size_t FindTileMark(const std::string& reference) {
+    const std::size_t upper = reference.find("<UDIM>");
+    return upper == std::string::npos ? reference.find("<udim>") : upper;
 }
 
-bool HasDriveOrScheme(const std::string& path) {
-    return (path.size() > 1 && path[1] == ':') || path.find("://") != std::string::npos;
-}
-
-std::string Lower(std::string text) {
-    for (char& c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
-
-// Returns an empty path if there is none.
-std::string FindInFolder(const fs::path& folder, const std::string& name) {
-    if (Exists(folder / name)) return (folder / name).generic_string();
-    std::error_code ignored;
-    std::vector<std::string> paths = TellarInternal::FolderFiles(folder.string(), ignored);
-    std::sort(paths.begin(), paths.end()); // the choice does not depend on the file system
-    for (const std::string& path : paths)
-        if (Lower(fs::path(path).filename().string()) == Lower(name) && Exists(path)) return path;
+// The path of the tiles that are there, with "<UDIM>" for the number. Empty if there are none.
+std::string FindTiles(const std::string& folder, const std::string& reference, std::size_t mark) {
+    constexpr std::size_t kMarkLength = 6;
+    for (int tile = kFirstTile; tile <= kLastTile; ++tile) {
+        const std::string number = std::to_string(tile);
+        std::string one = reference;
+        std::string found = FindReferencedFile(folder, one.replace(mark, kMarkLength, number));
+        if (const std::size_t place = found.rfind(number); place != std::string::npos)
+            return found.replace(place, number.size(), "<UDIM>");
+    }
     return {};
 }
 
 } // namespace
 
-TextureFiles::TextureFiles(std::string scenePath) : scenePath(std::move(scenePath)) {}
-
-std::string TextureFiles::findElsewhere(const std::string& path) const {
-    const fs::path wanted = path;
-    const fs::path folder = fs::path(scenePath).parent_path();
-    const std::string name = wanted.filename().string();
-    if (name.empty() || name == "." || name == "..") return {};
-    for (const fs::path& place : {wanted.parent_path(), folder, folder / "textures"})
-        if (std::string found = FindInFolder(place, name); !found.empty()) return found;
-    return {};
-}
-
-std::string TextureFiles::asWritten(const std::string& reference) const {
-    std::string path = reference;
-    std::replace(path.begin(), path.end(), '\\', '/');
-    if (HasDriveOrScheme(path)) return path;
-    return (fs::path(scenePath).parent_path() / path).lexically_normal().generic_string();
-}
+TextureFiles::TextureFiles(std::string path)
+    : scenePath(std::move(path)), folder(std::filesystem::path(scenePath).parent_path().string()) {}
 
 bool TextureFiles::exists(const std::string& reference) const {
-    return Exists(asWritten(reference));
+    std::error_code ignored;
+    return std::filesystem::is_regular_file(PathOfReference(folder, reference), ignored);
 }
 
 std::string TextureFiles::pathOf(const std::string& reference, const std::string& material) {
     const auto [entry, isNew] = known.try_emplace(reference);
     std::string& path = entry->second;
     if (!isNew) return path;
-    path = asWritten(reference);
-    if (Exists(path)) return path;
-    if (std::string found = findElsewhere(path); !found.empty()) return path = found;
+    const std::size_t mark = FindTileMark(reference);
+    path = mark == std::string::npos ? FindReferencedFile(folder, reference)
+                                     : FindTiles(folder, reference, mark);
+    if (!path.empty()) return path;
+    path = PathOfReference(folder, reference);
     warn("the texture \"" + path + "\" of the material \"" + material + "\" does not exist");
     return path;
 }
@@ -94,7 +71,7 @@ std::string TextureFiles::pathOfEmbedded(std::string_view bytes, std::string_vie
 }
 
 void TextureFiles::warn(const std::string& about) const {
-    kLogger.warn("Scene file \"{}\": {}", scenePath, about);
+    WarnAboutScene(scenePath, about);
 }
 
 } // namespace TellarSceneImport

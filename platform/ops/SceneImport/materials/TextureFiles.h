@@ -18,10 +18,9 @@ public:
     /// `scenePath` is absolute.
     explicit TextureFiles(std::string scenePath);
 
-    /// The absolute path of a picture that the scene file refers to by `reference`. If there is no
-    /// such file, one of the same name is looked for beside the scene file and in its folder
-    /// "textures", in any case of letters; many files name folders of another computer. If
-    /// there is none, the path is that of the reference. `material` is for the warning.
+    /// The absolute path of a picture that the scene file refers to by `reference`, as
+    /// FindReferencedFile() finds it. A "<UDIM>" in it stays for the numbers of the tiles. If there
+    /// is no such file, the path is that of the reference. `material` is for the warning.
     std::string pathOf(const std::string& reference, const std::string& material);
 
     /// Whether pathOf() finds a file exactly where the reference says.
@@ -35,10 +34,7 @@ public:
     void warn(const std::string& about) const;
 
 private:
-    std::string asWritten(const std::string& reference) const;
-    std::string findElsewhere(const std::string& path) const;
-
-    const std::string scenePath;
+    const std::string scenePath, folder;
     std::map<std::string, std::string> known; // by reference
     std::unique_ptr<ImageCache> cache;        // null until the first embedded picture
     bool isCacheBroken = false;

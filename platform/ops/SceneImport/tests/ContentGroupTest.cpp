@@ -201,9 +201,30 @@ TEST(ReaderReply, KeepsStampsAndErrors) {
     EXPECT_EQ(received.error, "why");
 }
 
+TEST(ReaderReply, KeepsMessages) {
+    ReaderReply reply;
+    reply.messages = {{"SceneImport", OxLogLevel::warn, "a\nb", "File.cpp", 12}, {}};
+    reply.error = "why";
+    const ReaderReply received = ReplyFrom(ToGroup(reply));
+    ASSERT_EQ(received.messages.size(), 2u);
+    EXPECT_EQ(received.messages[0].loggerName, "SceneImport");
+    EXPECT_EQ(received.messages[0].level, OxLogLevel::warn);
+    EXPECT_EQ(received.messages[0].text, "a\nb");
+    EXPECT_EQ(received.messages[0].file, "File.cpp");
+    EXPECT_EQ(received.messages[0].line, 12);
+    EXPECT_EQ(received.messages[1].level, OxLogLevel::error);
+}
+
+TEST(ReaderReply, RefusesMessagesOfUnknownLevels) {
+    GroupBuilder group;
+    group.update(ToGroup(ReaderReply{{}, {}, "why", {}}));
+    group.set("messages", StringAttribute(std::vector<std::string>{"a", "9", "b", "c", "1"}, 5));
+    EXPECT_THROW(ReplyFrom(group.build()), std::runtime_error);
+}
+
 TEST(ReaderReply, RefusesWrongStamps) {
     GroupBuilder group;
-    group.update(ToGroup(ReaderReply{{}, "why", {}}));
+    group.update(ToGroup(ReaderReply{{}, {}, "why", {}}));
     group.set("files", StringAttribute(std::vector<std::string>{"/a", "1", "many", "0"}, 4));
     EXPECT_THROW(ReplyFrom(group.build()), std::runtime_error);
 }

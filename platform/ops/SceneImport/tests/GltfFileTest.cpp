@@ -77,6 +77,16 @@ TEST_F(GltfBuffers, AreFoundUnderNamesAsSloppyExportersWriteThem) {
     EXPECT_EQ(Reason(directory.write("a.gltf", file.json(R"(, "uri": "data\\a.bin"}])"))), "");
 }
 
+TEST_F(GltfBuffers, AreFoundUnderNamesOfAnotherComputer) {
+    std::filesystem::create_directory(directory.path("Data"));
+    directory.write("Data/A.bin", file.data());
+    directory.write("b.BIN", file.data());
+    EXPECT_EQ(Reason(directory.write("a.gltf", file.json(R"(, "uri": "data/a.BIN"}])"))), "");
+    EXPECT_EQ(Reason(directory.write("a.gltf", file.json(R"(, "uri": "C:\\work\\B.bin"}])"))), "");
+    EXPECT_EQ(Reason(directory.write("a.gltf", file.json(R"(, "uri": "file:///home/b.bin"}])"))),
+              "");
+}
+
 TEST(GltfDataUris, MayBeBuffers) {
     const TempDirectory directory;
     GltfBuilder file;

@@ -21,10 +21,12 @@
 #include <OxConfiguration/Configuration.h>
 #include <OxTellarSDK/AttributeStream.h>
 
+#include "CapturedLog.h"
 #include "DamagedFormats.h"
 #include "ImportedScene.h"
 #include "TempDirectory.h"
 #include "TestScenes.h"
+#include "isolation/ReaderErrors.h"
 #include "isolation/ReaderReply.h"
 
 namespace {
@@ -118,6 +120,36 @@ TEST_F(FakeReader, ThatCannotBeStartedIsAnError) {
     SetReaderProgram(plain);
     EXPECT_EQ(ReasonFor("/scene.x"),
               "the scene reader \"" + plain + "\" cannot be started: Permission denied");
+}
+
+TEST_F(FakeReader, ThatCrashesHasToldWhichFilesItOpened) {
+    const std::string file = directory.write("a b.mtl", "newmtl a\n");
+    use("printf '" + LineOfFile(file) + "tellar-scene-reader opens: /half' >&2; kill -SEGV $$");
+    std::vector<FileStamp> files;
+    EXPECT_THROW(ReadInChildProcess(StampOf("/scene.x"), {}, kLimits, files), std::runtime_error);
+    EXPECT_THAT(files, testing::ElementsAre(StampOf(file)));
+}
+
+TEST_F(FakeReader, HasItsMessagesLoggedWithTheNameOfTheScene) {
+    ReaderReply reply;
+    reply.messages = {{"SceneImport", OxLogLevel::warn, "odd", "", 0},
+                      {"SceneImport", OxLogLevel::error, "bad: /scene.x", "", 0},
+                      {"SceneImport", OxLogLevel::debug, "dull", "", 0}};
+    reply.error = "why";
+    const std::string file = directory.path("reply");
+    OxAttribute::WriteAttributeFile(file, ToGroup(reply));
+    const CapturedLog log;
+    EXPECT_EQ(reason("cat " + file), "why");
+    EXPECT_THAT(log.textsOf("SceneImport"),
+                testing::ElementsAre("Scene file \"/scene.x\": odd", "bad: /scene.x"));
+}
+
+TEST(ReaderErrors, AreTheFirstLineThatNamesNoFile) {
+    const ReaderErrors errors =
+        ErrorsIn(LineOfFile("/a") + "no memory\nat all\n" + LineOfFile("/b"));
+    EXPECT_EQ(errors.text, "no memory");
+    EXPECT_THAT(errors.files, testing::ElementsAre("/a", "/b"));
+    EXPECT_EQ(LineOfFile("/a\nb"), "");
 }
 
 class SceneReader : public testing::Test {

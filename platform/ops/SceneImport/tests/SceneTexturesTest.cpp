@@ -134,6 +134,32 @@ TEST_F(SceneTextures, AreFoundBesideTheFileWhateverFolderItNames) {
     EXPECT_THAT(log.textsOf("SceneImport"), IsEmpty());
 }
 
+TEST_F(SceneTextures, AreFoundInFoldersOfOtherLettersAndBesideTheFolder) {
+    fs::create_directories(directory.path("source"));
+    fs::create_directories(directory.path("source/Maps"));
+    fs::create_directories(directory.path("textures"));
+    directory.write("source/Maps/A b.png", kPng);
+    directory.write("textures/c.png", kPng);
+    const CapturedLog log;
+    const ImportedScene scene(writeGltf(
+        "source/box.gltf", R"({"uri": "maps\\a%20B.PNG"}, {"uri": "file:///C:/work/C.png"})"));
+    const std::string folder = fs::canonical(directory.path()).string();
+    EXPECT_EQ(fileOf(scene, "baseColorImage"), folder + "/source/Maps/A b.png");
+    EXPECT_EQ(fileOf(scene, "normalImage"), folder + "/textures/c.png");
+    EXPECT_THAT(log.textsOf("SceneImport"), IsEmpty());
+}
+
+TEST_F(SceneTextures, OfSeveralTilesKeepThePlaceOfTheNumber) {
+    directory.write("Skin.1002.png", kPng);
+    const CapturedLog log;
+    const ImportedScene scene(
+        writeGltf("box.gltf", R"({"uri": "skin.<UDIM>.png"}, {"uri": "none.<UDIM>.png"})"));
+    const std::string folder = fs::canonical(directory.path()).string();
+    EXPECT_EQ(fileOf(scene, "baseColorImage"), folder + "/Skin.<UDIM>.png");
+    EXPECT_EQ(fileOf(scene, "normalImage"), folder + "/none.<UDIM>.png");
+    EXPECT_THAT(log.textsOf("SceneImport"), ElementsAre(HasSubstr("none.<UDIM>.png")));
+}
+
 TEST_F(SceneTextures, OutsideTheirBufferAreLeftOut) {
     const CapturedLog log;
     const ImportedScene scene(
