@@ -1,6 +1,7 @@
 #include "ObjCheck.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 
 namespace TellarSceneImport {
@@ -24,9 +25,22 @@ bool StartsWith(std::string_view text, std::string_view start) {
     return text.substr(0, start.size()) == start;
 }
 
+// Whether a line begins with one of the words that geometry and materials need.
+bool HasStatement(std::string_view content) {
+    constexpr std::string_view kWords[] = {"v", "vn", "vt", "vp", "f",      "l",
+                                           "p", "o",  "g",  "s",  "mtllib", "usemtl"};
+    while (!content.empty()) {
+        const std::string_view line = TakeLine(content);
+        const std::string_view word = line.substr(0, line.find_first_of(" \t"));
+        if (std::find(std::begin(kWords), std::end(kWords), word) != std::end(kWords)) return true;
+    }
+    return false;
+}
+
 } // namespace
 
 void CheckObj(std::string_view content, std::string_view fileName) {
+    if (!HasStatement(content)) throw std::runtime_error("it holds no statement of OBJ");
     while (!content.empty()) {
         const std::string_view line = TakeLine(content);
         if (StartsWith(line, kLibrary) && line.find(fileName) != std::string_view::npos)

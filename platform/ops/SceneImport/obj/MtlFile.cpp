@@ -237,6 +237,9 @@ OxAttribute::GroupAttribute MtlMaterial::network() {
     return surface.build();
 }
 
+// Assimp's material for faces without one.
+constexpr std::string_view kMadeUpName = "DefaultMaterial";
+
 // Takes a line, with those that continue it, off the text.
 std::string TakeStatement(std::string_view& text) {
     std::string statement;
@@ -274,13 +277,20 @@ std::vector<ContentMaterial> ReadMtl(std::string_view content, const std::string
     return materials;
 }
 
-void UseMtl(SceneContent& content, const std::vector<ContentMaterial>& materials) {
+std::vector<std::string> UseMtl(SceneContent& content,
+                                const std::vector<ContentMaterial>& materials) {
     std::map<std::string_view, const ContentMaterial*> byName;
     for (const ContentMaterial& material : materials)
         byName.emplace(material.name, &material);
-    for (ContentMaterial& material : content.materials)
-        if (const auto found = byName.find(material.name); found != byName.end())
+    std::vector<std::string> missing;
+    for (ContentMaterial& material : content.materials) {
+        const auto found = byName.find(material.name);
+        if (found != byName.end())
             material.network = found->second->network;
+        else if (!material.name.empty() && material.name != kMadeUpName)
+            missing.push_back(material.name);
+    }
+    return missing;
 }
 
 } // namespace TellarSceneImport

@@ -22,7 +22,9 @@ namespace TellarSceneImport {
 std::vector<ContentMaterial> ReadMtl(std::string_view content, const std::string& folder);
 
 /// Gives the materials of an imported OBJ file the networks of the first ones of equal names.
-void UseMtl(SceneContent& content, const std::vector<ContentMaterial>& materials);
+/// Returns the names, made up ones apart, for which there are none.
+std::vector<std::string> UseMtl(SceneContent& content,
+                                const std::vector<ContentMaterial>& materials);
 
 } // namespace TellarSceneImport
 

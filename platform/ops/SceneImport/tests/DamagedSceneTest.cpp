@@ -157,6 +157,11 @@ TEST(DamagedObj, HasNothingBeforeItsFirstMaterial) {
     EXPECT_EQ(ReasonOfMaterials(""), "");
 }
 
+TEST(DamagedObj, HasAStatement) {
+    EXPECT_EQ(ReasonOf("a.obj", "<html><body>404 not found</body></html>"),
+              "it holds no statement of OBJ");
+}
+
 TEST(DamagedObj, IsNotItsOwnMaterials) {
     EXPECT_EQ(ReasonOf("a.obj", "mtllib a.obj\nbump b.png\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n"),
               "damaged OBJ: it names itself as its materials");

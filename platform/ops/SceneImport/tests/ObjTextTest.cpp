@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "CapturedLog.h"
 #include "ImportedScene.h"
 #include "SceneFixtures.h"
 #include "TempDirectory.h"
@@ -90,6 +91,45 @@ TEST_F(ObjText, KeepsTheColorsOfAMaterialApart) {
 TEST_F(ObjText, HasWhitePointsWhereOthersHaveColors) {
     const ImportedScene scene = read("v 0 0 0 1 0 0\nv 1 0 0\nv 0 1 0 0 0 1\n" + kFace);
     EXPECT_EQ(scene.floats(meshOf(scene), kColor), (Floats{1, 0, 0, 1, 1, 1, 1, 1, 0, 0, 1, 1}));
+}
+
+TEST_F(ObjText, MayBeIndented) {
+    const ImportedScene scene = read("  v 0 0 0\n\tv 1 0 0\n v 0 1 0\n  f 1 2 3\r\n");
+    EXPECT_EQ(scene.floats(meshOf(scene), "geometry.point.P"), (Floats{0, 0, 0, 1, 0, 0, 0, 1, 0}));
+}
+
+TEST_F(ObjText, HasObjectsWithBlanksInTheirNames) {
+    const ImportedScene scene =
+        read(kPoints + "o left arm\n" + kFace + "o left \xF0\x9F\x98\x80 leg\n" + kFace + "o .\n" +
+             kFace + "o ..\n" + kFace);
+    EXPECT_EQ(scene.children("/root/world/a.obj"),
+              (Names{"left arm", "left \xF0\x9F\x98\x80 leg", "_", "__"}));
+    EXPECT_EQ(scene.type("/root/world/a.obj/left arm/left arm"), "polymesh");
+}
+
+TEST_F(ObjText, NamesItsMaterialsInAnyLettersAndPaths) {
+    directory.write("house Paint.mtl", "newmtl red\nKd 1 0 0\n");
+    for (const std::string name : {"House paint.MTL", "C:\\work\\house paint.mtl"}) {
+        SCOPED_TRACE(name);
+        const CapturedLog log;
+        const ImportedScene scene =
+            read("mtllib " + name + "\n" + kPoints + "usemtl red\n" + kFace);
+        EXPECT_EQ(scene.floats("/root/materials/red", "material.parameters.baseColor"),
+                  (Floats{1, 0, 0}));
+        EXPECT_THAT(log.textsOf("SceneImport"), testing::IsEmpty());
+    }
+}
+
+TEST_F(ObjText, WarnsOfMaterialsThatAreNotThere) {
+    directory.write("paint.mtl", "newmtl red\n");
+    const CapturedLog log;
+    read("mtllib gone.mtl\n" + kPoints + "usemtl red\n" + kFace).type("/root/world");
+    read("mtllib paint.mtl\n" + kPoints + "usemtl blue\n" + kFace + "usemtl red\n" + kFace)
+        .type("/root/world");
+    EXPECT_THAT(
+        log.textsOf("SceneImport"),
+        ElementsAre(testing::EndsWith("a.obj\": its file of materials \"gone.mtl\" does not exist"),
+                    testing::EndsWith("a.obj\": its files of materials do not have \"blue\"")));
 }
 
 TEST(WithPlainColors, ChangesNoOtherTexts) {
