@@ -21,7 +21,7 @@ namespace TellarBench {
 
 namespace {
 
-constexpr int kPasses = 5;
+constexpr int kPasses = 11;
 constexpr int kPrimaryPaths = 8; // of a pixel
 
 /// Filter functions of transparent surfaces would be part of Embree's time.

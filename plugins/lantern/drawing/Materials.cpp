@@ -84,6 +84,8 @@ Materials::Materials(const SceneData& scene, const Textures& textures)
     for (const Material& material : scene.materials) {
         Constant& constant = constants.emplace_back();
         constant.hasNetwork = HasNetwork(material);
+        constant.isIsotropic =
+            !(material.anisotropy > 0) && material[MaterialInput::Anisotropy].step == kNone;
         if (constant.hasNetwork) continue;
         const RayHit anywhere;
         ShadingPoint at(scene, textures, anywhere, material);
@@ -129,8 +131,10 @@ float Materials::opacity(const RayHit& hit, bool isFromInside) const {
 
 V3f Materials::mappedNormal(MaterialInput input, const RayHit& hit, float time,
                             const HitGeometry& geometry) const {
-    const Material& material = materialAt(hit.instance, hit.primitive);
+    const Index index = indexAt(hit.instance, hit.primitive);
     const V3f normal = geometry.shadingNormal;
+    if (!constants[index].hasNetwork) return normal;
+    const Material& material = scene.materials[index];
     V3f alongS, alongT;
     if (!IsFed(material, input, textures) ||
         !TangentsAt(scene, hit, time, material.normalUvSet, geometry.normal, alongS, alongT))
@@ -148,12 +152,11 @@ V3f Materials::mappedNormal(MaterialInput input, const RayHit& hit, float time,
 Frame Materials::frameAt(const RayHit& hit, float time, const V3f& normal) const {
     using Input = MaterialInput;
     const Frame any = FrameAround(normal);
-    const Material& material = materialAt(hit.instance, hit.primitive);
-    const bool isIsotropic =
-        !(material.anisotropy > 0) && material[Input::Anisotropy].step == kNone;
+    const Index index = indexAt(hit.instance, hit.primitive);
+    if (constants[index].isIsotropic) return any;
+    const Material& material = scene.materials[index];
     V3f alongS, alongT;
-    if (isIsotropic || !TangentsAt(scene, hit, time, material.normalUvSet, normal, alongS, alongT))
-        return any;
+    if (!TangentsAt(scene, hit, time, material.normalUvSet, normal, alongS, alongT)) return any;
     const float turn = ShadingPoint(scene, textures, hit, material)
                            .number(Input::AnisotropyRotation, material.anisotropyRotation);
     const V3f s = Normalized(alongS - normal * (alongS ^ normal), any.x);

@@ -34,10 +34,11 @@ public:
     Index indexAt(Index instance, Index primitive) const;
 
 private:
-    /// The values of a material that are the same at all hits, unless it has a network.
+    /// The facts about a material that are the same at all hits.
     struct Constant {
+        bool isIsotropic = true;
         bool hasNetwork = false;
-        SurfaceProperties surface;
+        SurfaceProperties surface; ///< this and the next one: only without a network
         Color emission{0, 0, 0};
     };
 

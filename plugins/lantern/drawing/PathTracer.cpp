@@ -46,6 +46,19 @@ Color Transmittance(const Color& extinction, float distance) {
             std::exp(-extinction.z * distance)};
 }
 
+bool IsMoving(const Shape& shape) {
+    return shape.mesh.points.size() > 1 || shape.spheres.centers.size() > 1 ||
+           shape.curves.points.size() > 1;
+}
+
+bool IsMoving(const SceneData& scene) {
+    return scene.camera.toWorld.size() > 1 ||
+           std::any_of(scene.shapes.begin(), scene.shapes.end(),
+                       [](const Shape& shape) { return IsMoving(shape); }) ||
+           std::any_of(scene.instances.begin(), scene.instances.end(),
+                       [](const Instance& instance) { return instance.transformCount > 1; });
+}
+
 } // namespace
 
 /// The point where a path meets a surface. Normals are on the side that the path comes from.
@@ -71,6 +84,7 @@ struct PathTracer::Path {
 
 PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int samples)
     : scene(scene), camera(scene.camera, scene.framing.width, scene.framing.height),
+      isMoving(IsMoving(scene)),
       pathShare(std::max(kLeastPathShare, 1 / std::sqrt(static_cast<float>(std::max(samples, 1))))),
       textures(scene, report), materials(scene, textures),
       geometry(scene, materials, threads, report), infiniteLights(scene.lights, textures),
@@ -80,8 +94,8 @@ PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) 
     const Sampler sampler(x, y, number);
     const V2f inPixel = sampler.pair(kPixel);
     const V2f onLens = scene.camera.apertureRadius > 0 ? InUnitDisk(sampler.pair(kLens)) : V2f(0);
-    const Ray ray =
-        camera.at(double(x) + inPixel.x, double(y) + inPixel.y, sampler.pair(kTime).x, onLens);
+    const float time = isMoving ? sampler.pair(kTime).x : 0; // costs as much as the ray
+    const Ray ray = camera.at(double(x) + inPixel.x, double(y) + inPixel.y, time, onLens);
     if (first) {
         *first = {};
         first->inPixel = inPixel;

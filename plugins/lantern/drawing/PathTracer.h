@@ -48,6 +48,7 @@ private:
 
     const SceneData& scene;
     CameraRays camera;
+    const bool isMoving;   // anything at all, the camera or what it sees
     const float pathShare; // of a path in the width of what all paths of a pixel see
     Textures textures;
     Materials materials;
