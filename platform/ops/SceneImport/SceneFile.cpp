@@ -86,6 +86,18 @@ void SceneFile::read() const {
     files = std::move(looked);
 }
 
+FileList SceneFile::listFiles() const {
+    std::call_once(readOnce, [this] { read(); });
+    FileList list;
+    list.failure = failure;
+    const std::lock_guard<std::mutex> guard(filesLock);
+    for (const FileStamp& file : files)
+        list.paths.push_back(file.path);
+    std::sort(list.paths.begin(), list.paths.end());
+    list.paths.erase(std::unique(list.paths.begin(), list.paths.end()), list.paths.end());
+    return list;
+}
+
 bool SceneFile::isCurrent() const {
     std::vector<FileStamp> known;
     {

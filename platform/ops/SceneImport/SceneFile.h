@@ -13,6 +13,12 @@
 
 namespace TellarSceneImport {
 
+/// The files that a scene file is made of.
+struct FileList {
+    std::vector<std::string> paths; ///< of all that were accessed, whether they exist or not
+    std::string failure;            ///< why the scene file cannot be read; empty if it can
+};
+
 /// The wanted part of one version of a scene file, read when it is first needed and at most once. A
 /// failure to read it is remembered too. Safe from many threads.
 class SceneFile {
@@ -22,6 +28,9 @@ public:
     /// Waits if another thread is reading the file. Throws std::runtime_error when the file cannot
     /// be read, always with the same reason.
     const Scene& scene() const;
+
+    /// Reads the file first, like scene(), but does not throw if that fails.
+    FileList listFiles() const;
 
     /// True while this file and every file that it refers to are unchanged since they were read.
     bool isCurrent() const;

@@ -15,6 +15,7 @@
 #include "../BuiltinOp.h"
 #include "../ChildNames.h"
 #include "SceneFile.h"
+#include "images/ImageCache.h"
 
 namespace TellarSceneImport {
 
@@ -31,6 +32,7 @@ struct Settings {
     std::string file; // absolute
     std::string location;
     std::string materialLocation;
+    bool listFiles = false;
     ReadOptions options;
     FrameClock clock;
 };
@@ -89,6 +91,7 @@ Settings ReadSettings(const ArgReader& args) {
     settings.materialLocation = args.location("materialLocation", "/root/materials");
     if (IsSelfOrBelow(settings.location, settings.materialLocation))
         TellarOps::ThrowArgumentError("materialLocation", "must not hold the scene's location");
+    settings.listFiles = args.flag("listFiles", false);
     settings.options.scene = args.string("scene", "");
     settings.options.animation = args.string("animation", kFirstAnimation);
     settings.options.variant = args.string("variant", "");
@@ -191,39 +194,54 @@ void CookPart(CookContext& context, const Settings& settings, const Scene& scene
         CookNode(context, settings, scene, *node);
 }
 
+// Presents the files of the scene instead of its content.
+void CookFileList(CookContext& context, const SceneFile& file) {
+    const FileList list = file.listFiles();
+    GroupBuilder attrs;
+    attrs.update(TellarOps::PlainGroupAttrs());
+    attrs.set("sceneFiles.paths", StringAttribute(list.paths, 1));
+    attrs.set("sceneFiles.failure", StringAttribute(list.failure));
+    attrs.set("sceneFiles.imageCache", StringAttribute(ImageCacheFolder()));
+    context.setAttrs(attrs.build());
+}
+
 class SceneImport final : public TellarOps::BuiltinOp {
 public:
     SceneImport()
-        : BuiltinOp({"SceneImport",
-                     1,
-                     "Presents a scene file: its nodes, meshes, cameras, lights, materials and "
-                     "animation. Reads glTF 2, OBJ, PLY, FBX, Collada and more.",
-                     {{"file", "string", "The scene file. Required."},
-                      {"directory", "string",
-                       "What a relative \"file\" is relative to. Default: the working directory."},
-                      {"location", "string",
-                       "The location that holds the scene's root node. Default: "
-                       "\"/root/world\"."},
-                      {"materialLocation", "string",
-                       "The location that holds the materials; it must not hold \"location\". "
-                       "Default: \"/root/materials\"."},
-                      {"scene", "string",
-                       "The scene of a glTF file, by name or index. Default: the one that the file "
-                       "shows."},
-                      {"animation", "string",
-                       "The animation of the file, by name or index; \"none\" for the pose without "
-                       "one. Default: \"first\"."},
-                      {"variant", "string",
-                       "The set of materials of a glTF file, by name. Default: the usual ones."},
-                      {"convertUnits", "int",
-                       "0 leaves the axes and units of an FBX file as they are. Default: 1, +Y up "
-                       "and metres."},
-                      {"framesPerSecond", "double",
-                       "How many frames a second of the file's animation takes. Default: 24."},
-                      {"frame", "double",
-                       "The frame to which the times of samples are relative. Default: 0."}},
-                     "none"},
-                    TellarOps::Inputs::None) {}
+        : BuiltinOp(
+              {"SceneImport",
+               1,
+               "Presents a scene file: its nodes, meshes, cameras, lights, materials and "
+               "animation. Reads glTF 2, OBJ, PLY, FBX, Collada and more.",
+               {{"file", "string", "The scene file. Required."},
+                {"directory", "string",
+                 "What a relative \"file\" is relative to. Default: the working directory."},
+                {"location", "string",
+                 "The location that holds the scene's root node. Default: "
+                 "\"/root/world\"."},
+                {"materialLocation", "string",
+                 "The location that holds the materials; it must not hold \"location\". "
+                 "Default: \"/root/materials\"."},
+                {"scene", "string",
+                 "The scene of a glTF file, by name or index. Default: the one that the file "
+                 "shows."},
+                {"animation", "string",
+                 "The animation of the file, by name or index; \"none\" for the pose without "
+                 "one. Default: \"first\"."},
+                {"variant", "string",
+                 "The set of materials of a glTF file, by name. Default: the usual ones."},
+                {"convertUnits", "int",
+                 "0 leaves the axes and units of an FBX file as they are. Default: 1, +Y up "
+                 "and metres."},
+                {"framesPerSecond", "double",
+                 "How many frames a second of the file's animation takes. Default: 24."},
+                {"frame", "double",
+                 "The frame to which the times of samples are relative. Default: 0."},
+                {"listFiles", "int",
+                 "1 presents, at \"location\", the files that the scene file is made of instead "
+                 "of its content. Default: 0."}},
+               "none"},
+              TellarOps::Inputs::None) {}
 
     void cook(CookContext& context) const override {
         const auto& state = TellarOps::StateOf<ImportState>(context);
@@ -236,6 +254,7 @@ public:
             return;
         }
         const auto file = state.file(context.isFresh());
+        if (settings.listFiles && path == settings.location) return CookFileList(context, *file);
         const Scene& scene = state.sceneOf(*file);
         CheckNames(settings, scene);
         CookPart(context, settings, scene);

@@ -193,4 +193,12 @@ std::unique_ptr<ImageCache> ConfiguredImageCache() {
     return std::make_unique<ImageCache>(ConfiguredFolder(), ConfiguredLimit());
 }
 
+std::string ImageCacheFolder() {
+    try {
+        return ConfiguredFolder();
+    } catch (const std::runtime_error&) { // there is no home folder
+        return {};
+    }
+}
+
 } // namespace TellarSceneImport

@@ -47,6 +47,9 @@ private:
 /// ~/.cache. Throws std::runtime_error when there is no such folder or the limit is no number.
 std::unique_ptr<ImageCache> ConfiguredImageCache();
 
+/// The folder of that cache; empty if there is none.
+std::string ImageCacheFolder();
+
 } // namespace TellarSceneImport
 
 #endif
