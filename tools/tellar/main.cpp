@@ -110,6 +110,8 @@ void AddCommands(CLI::App& app) {
     AddStitchCommand(app);
     AddTilePathCommand(app);
     AddConvertCommand(app);
+    AddDepsCommand(app);
+    AddPackCommand(app);
     AddOpsCommand(app);
     AddDelegatesCommand(app);
     AddDoctorCommand(app);

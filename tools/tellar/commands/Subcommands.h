@@ -24,6 +24,8 @@ void AddRenderCommand(CLI::App& app);
 void AddStitchCommand(CLI::App& app);
 void AddTilePathCommand(CLI::App& app);
 void AddConvertCommand(CLI::App& app);
+void AddDepsCommand(CLI::App& app);
+void AddPackCommand(CLI::App& app);
 void AddOpsCommand(CLI::App& app);
 void AddDelegatesCommand(CLI::App& app);
 void AddDoctorCommand(CLI::App& app);

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -17,6 +18,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "FilteredPrinter.h"
+#include "LocationFilter.h"
 #include "LocationPrinter.h"
 #include "LocationWalk.h"
 #include "Output.h"
@@ -25,6 +28,8 @@
 #include "Scene.h"
 #include "SceneOptions.h"
 #include "Terminal.h"
+#include "Totals.h"
+#include "text/SimilarNames.h"
 
 namespace TellarTool {
 
@@ -38,6 +43,8 @@ constexpr const char* kExamples = R"(Examples:
   tellar walk scene.oxop --at /root/world --depth 2
   tellar walk model.gltf --attrs=xform --xform      any scene file, with transforms
   tellar walk scene.json --json --attrs > locations.json
+  tellar walk scene.json --type mesh                all meshes, with totals
+  tellar walk scene.json --match 'leaf*' --quiet    totals alone
   tellar walk examples/million.json --stats --quiet --threads 2)";
 
 constexpr std::size_t kMostThreads = 256;
@@ -56,6 +63,8 @@ struct WalkOptions {
     bool json = false;
     bool quiet = false;
     bool stats = false;
+    std::vector<std::string> types; // see LocationFilter, as for the next one
+    std::vector<std::string> patterns;
 };
 
 double SecondsSince(Clock::time_point start) {
@@ -102,6 +111,52 @@ void PrintStats(const WalkOptions& options, std::uint64_t locations, double open
         WriteOutput(stats);
 }
 
+LocationFilter MakeFilter(const WalkOptions& options) {
+    try {
+        return {options.types, options.patterns};
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(std::string("--match: ") + error.what());
+    }
+}
+
+/// Asks what was meant when a type matched nothing, because no location has it.
+void WarnAboutTypes(const std::vector<std::string>& wanted, const std::set<std::string>& types) {
+    std::vector<std::string> names(types.begin(), types.end());
+    names.emplace_back(kAnyMesh);
+    for (const std::string& type : wanted) {
+        const bool isThere = LocationFilter({type}, {}).matchesAnyOf(types);
+        const std::string hint = TellarInternal::DidYouMean(names, type);
+        if (!isThere && !hint.empty() && type != kAnyMesh)
+            WriteErrorLine("warning: --type: no location is of the type \"" + type + '"' + hint);
+    }
+}
+
+/// Prints the locations that match one after the other, and what they hold together.
+void PrintMatches(const GeometryProducer::Ptr& start, const WalkOptions& options,
+                  LocationCount& count) {
+    const LocationFilter filter = MakeFilter(options);
+    SharedTotals totals;
+    const auto printer = MakeFilteredPrinter(MakePrinter(options), filter, totals);
+    JsonMembers members;
+    if (options.json) WriteOutput("{\"locations\": [");
+    WalkLocations(start, options.limits, *printer, count, [&](const std::string& text) {
+        WriteOutput(options.json ? members.next(text) : text);
+    });
+    if (options.json) {
+        WriteOutput("\n],\n\"totals\": " + TotalsJson(totals.get()) + "}\n");
+    } else {
+        const bool isAlone = options.quiet || totals.get().locations == 0;
+        WriteOutput((isAlone ? "" : "\n") + TotalsText(totals.get()));
+    }
+    WarnAboutTypes(options.types, totals.getTypes());
+}
+
+void PrintTree(const GeometryProducer::Ptr& start, const WalkOptions& options,
+               LocationCount& count) {
+    WalkLocations(start, options.limits, *MakePrinter(options), count,
+                  [](const std::string& text) { WriteOutput(text); });
+}
+
 void RunWalk(const WalkOptions& options) {
     if (options.limits.threads > 1 && options.variant != Variant::ThreadAware)
         throw std::runtime_error("--threads: only thread-aware producers are walked by several");
@@ -111,13 +166,12 @@ void RunWalk(const WalkOptions& options) {
     const GeometryProducer::Ptr start = OpenStart(scene, options);
     const double openSeconds = SecondsSince(openStart);
 
-    const std::unique_ptr<LocationPrinter> printer = MakePrinter(options);
+    const bool isFiltered = !options.types.empty() || !options.patterns.empty();
     LocationCount count{0};
     const Clock::time_point walkStart = Clock::now();
     {
         const Progress progress(CountLine(count), options.quiet || !IsTerminal(stdout));
-        WalkLocations(start, options.limits, *printer, count,
-                      [](const std::string& text) { WriteOutput(text); });
+        (isFiltered ? PrintMatches : PrintTree)(start, options, count);
     }
     if (options.stats) PrintStats(options, count, openSeconds, SecondsSince(walkStart));
     FlushOutput();
@@ -141,6 +195,23 @@ void AddPrintingOptions(CLI::App& command, WalkOptions& options) {
         ->option_text("[NAME]");
     command.add_flag("--xform", options.worldMatrix, "Print world matrices, at time 0");
     command.add_flag("--json", options.json, "Print one JSON document instead of a tree");
+}
+
+void AddFilterOptions(CLI::App& command, WalkOptions& options) {
+    command
+        .add_option("--type", options.types,
+                    "Print only locations of these types, with totals at the end; mesh means "
+                    "polymesh and subdmesh")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->option_text("TYPE,...");
+    command
+        .add_option("--match", options.patterns,
+                    "Print only locations whose path matches a glob such as '/root/**/leaf*', or "
+                    "whose name one such as 'leaf*', with totals at the end")
+        ->allow_extra_args(false)
+        ->take_all()
+        ->option_text("GLOB");
 }
 
 void AddThreadOptions(CLI::App& command, WalkOptions& options) {
@@ -171,6 +242,7 @@ void AddWalkCommand(CLI::App& app) {
     command.add_option("--depth", options->limits.depth, "Go no more than this many levels down")
         ->check(CLI::Range(0, std::numeric_limits<int>::max()))
         ->option_text("N");
+    AddFilterOptions(command, *options);
     AddPrintingOptions(command, *options);
     AddThreadOptions(command, *options);
     command.add_flag(

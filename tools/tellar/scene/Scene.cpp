@@ -29,8 +29,6 @@ using TELLAR::GeometryProducer;
 using TELLAR::OpTreeSource;
 using Children = std::vector<GroupAttribute::Child>;
 
-constexpr const char* kInputName = "standard input";
-
 /// Throws std::runtime_error in the form of the command's other errors, which the library's is not.
 void CheckIsFile(const std::string& path) {
     std::error_code error;

@@ -10,6 +10,9 @@ namespace TellarTool {
 /// The scene of this name is read from standard input.
 constexpr const char* kStandardInput = "-";
 
+/// What messages call it.
+constexpr const char* kInputName = "standard input";
+
 /// Everything that standard input holds, as a file that can be read several times. Its extension is
 /// told by its content, because readers of scene files go by it.
 class StandardInput {

@@ -1,0 +1,190 @@
+#!/usr/bin/env python3
+"""`tellar deps` and `tellar pack`: the files of a scene, and a whole that can be moved.
+
+    test_pack.py PROGRAM EXAMPLES_FOLDER
+"""
+
+import json
+import os
+import re
+import shutil
+import stat
+import zipfile
+from pathlib import Path
+
+from packable_scenes import TRIANGLE, data_uri, gltf, image_material, png, write_site
+from tellar_test import TellarTest, main, static_scene
+
+
+class PackTest(TellarTest):
+    def setUp(self):
+        super().setUp()
+        self.folder = self.folder.resolve()
+        self.environment["XDG_CACHE_HOME"] = str(self.folder / "cache")
+        self.files = write_site(self.folder)
+        self.scene = self.folder / "site/scene.json"
+
+    def deps(self, scene):
+        """The paths of the files by their kinds, and the exit status."""
+        status, output, _ = self.run_tellar("deps", scene, "--json")
+        document = json.loads(output)
+        self.assertEqual(document["missing"], sum(file["missing"] for file in document["files"]))
+        kinds = {}
+        for file in document["files"]:
+            kinds.setdefault(file["kind"], []).append(Path(file["path"]))
+        return {kind: sorted(paths) for kind, paths in kinds.items()}, status
+
+    def walk(self, scene):
+        """All locations and attributes, with textures told by their content. A texture that an op
+        names may be relative to the scene."""
+        text = self.tellar("walk", scene, "--json", "--attrs", "--xform")
+
+        def content(found):
+            return json.dumps((scene.parent / found[1]).read_bytes().hex())
+        return re.sub(r'"([^"]*\.png)"', content, text)
+
+    def picture(self, scene):
+        """The pixels of a picture, without the header that names the scene."""
+        picture = self.folder / "picture.png"
+        status, _, errors = self.run_tellar("render", scene, "-o", picture, "--size", "48x32",
+                                            "--samples", 4)
+        self.assertEqual(status, 0, errors)
+        content = picture.read_bytes()
+        return content[content.index(b"IDAT"):]
+
+    def remove_originals(self):
+        shutil.rmtree(self.folder / "site")
+        shutil.rmtree(self.folder / "far")
+
+    def test_lists_all_files_by_their_kinds(self):
+        self.assertEqual(self.deps(self.scene), (self.files, 0))
+
+    def test_lists_are_tables_for_people(self):
+        lines = self.tellar("deps", self.scene).splitlines()
+        self.assertEqual(lines[0], f"scene    {self.scene}")
+        self.assertIn(f"texture  {self.folder}/far/wood.png", lines)
+
+    def test_missing_files_are_marked(self):
+        (self.folder / "site/robot/textures/skin.png").unlink()
+        (self.folder / "site/box/box.mtl").unlink()
+        status, output, _ = self.run_tellar("deps", self.scene)
+        self.assertEqual(status, 1)
+        self.assertEqual([line.split("/site/")[1] for line in output.splitlines()
+                          if line.endswith("  (missing)")],
+                         ["robot/textures/skin.png  (missing)", "box/box.mtl  (missing)"])
+
+    def test_a_missing_buffer_is_marked_though_the_model_cannot_be_read(self):
+        buffer = self.folder / "site/robot/data/robot one.bin"
+        buffer.unlink()
+        status, output, errors = self.run_tellar("deps", self.scene)
+        self.assertEqual(status, 1)
+        self.assertIn(f"part     {buffer}  (missing)", output.splitlines())
+        self.assertIn("robot.gltf", errors)
+
+    def test_a_damaged_model_is_an_error_behind_the_list(self):
+        model = self.write("broken.gltf", "{")
+        status, output, errors = self.run_tellar("deps", model)
+        self.assertEqual((status, output.split()[:2]), (2, ["scene", model]))
+        self.assertTrue(errors.startswith(f"tellar: {model}: "), errors)
+
+    def test_embedded_images_are_told_as_such(self):
+        model = self.write("in_one.gltf", gltf(data_uri("application/octet-stream", TRIANGLE),
+                                               data_uri("image/png", png(1, 2, 3))))
+        kinds, status = self.deps(model)
+        self.assertEqual((status, set(kinds)), (0, {"scene", "embedded"}))
+        self.assertIn(f"  (in {model})\n", self.tellar("deps", model))
+
+    def test_tiles_of_a_texture_are_listed_one_by_one(self):
+        for tile in ("1001", "1002", "10", "x001"):
+            self.write(f"skin.{tile}.png", png(1, 2, 3))
+        scene = self.write("tiles.json", static_scene({"box": {"a": {
+            "material": image_material(str(self.folder / "skin.<UDIM>.png"))}}}))
+        kinds, status = self.deps(scene)
+        self.assertEqual((status, kinds["texture"]),
+                         (0, [self.folder / "skin.1001.png", self.folder / "skin.1002.png"]))
+        self.tellar("pack", scene, "packed")
+        self.assertEqual(sorted(os.listdir(self.folder / "packed/textures")),
+                         ["skin.1001.png", "skin.1002.png"])
+        self.assertIn('"textures/skin.<UDIM>.png"',
+                      (self.folder / "packed/tiles.json").read_text())
+
+    def test_a_packed_folder_is_the_same_elsewhere_without_the_originals(self):
+        walked, picture = self.walk(self.scene), self.picture(self.scene)
+        self.assertEqual(self.tellar("pack", self.scene, "packed"), "packed/scene.json\n")
+        self.remove_originals()
+        moved = self.folder / "else where"
+        os.rename(self.folder / "packed", moved)
+        self.folder = moved  # relative textures of a description count from its folder
+        self.assertEqual(self.walk(moved / "scene.json"), walked)
+        self.assertEqual(self.picture("scene.json"), picture)
+        self.assertEqual(self.run_tellar("deps", "scene.json")[0], 0)
+
+    def test_a_zip_file_holds_the_same_as_a_folder(self):
+        self.tellar("pack", self.scene, "packed")
+        self.assertEqual(self.tellar("pack", self.scene, "whole.zip"), "whole.zip\n")
+        with zipfile.ZipFile(self.folder / "whole.zip") as archive:
+            self.assertIsNone(archive.testzip())
+            archive.extractall(self.folder / "out")
+        self.assertEqual(self.contents("out/whole"), self.contents("packed"))
+
+    def contents(self, name):
+        folder = self.folder / name
+        return {str(path.relative_to(folder)): path.read_bytes()
+                for path in folder.rglob("*") if path.is_file()}
+
+    def test_files_keep_their_places_and_clashes_get_folders(self):
+        self.tellar("pack", self.scene, "packed")
+        self.assertEqual(set(self.contents("packed")), {
+            "scene.json", "models/robot/source/robot.gltf", "models/robot/data/robot one.bin",
+            "models/robot/textures/skin.png", "models/box/site/box/box.obj",
+            "models/box/site/box/box.mtl", "models/box/far/wood.png",
+            "models/box/site/box/textures/wood.png", "textures/wood.png",
+            "textures/wood/wood.png"})
+
+    def test_a_model_is_packed_with_a_scene_that_imports_it(self):
+        model = self.folder / "site/robot/source/robot.gltf"
+        self.assertEqual(self.tellar("pack", model, "packed"), "packed/robot.json\n")
+        self.assertEqual(self.tellar("walk", "packed/robot.json"), self.tellar("walk", model))
+
+    def test_missing_files_are_refused_unless_they_may_be_missing(self):
+        texture = self.folder / "site/robot/textures/skin.png"
+        texture.unlink()
+        self.assert_fails_with(f"{texture}: is missing", "pack", self.scene, "packed")
+        self.assertFalse((self.folder / "packed").exists())
+        self.assertEqual(self.run_tellar("pack", self.scene, "packed", "--allow-missing")[0], 0)
+        self.assertTrue((self.folder / "packed/models/robot/source/robot.gltf").exists())
+
+    def test_nothing_is_overwritten_without_being_told(self):
+        (self.folder / "full").mkdir()
+        (self.folder / "empty").mkdir()
+        self.write("full/mine", "mine")
+        self.write("old.zip", "old")
+        self.assert_fails("full: is there already, and is not empty", "pack", self.scene, "full")
+        self.assert_fails("old.zip: is there already; --overwrite replaces it",
+                          "pack", self.scene, "old.zip")
+        self.assertEqual((self.folder / "old.zip").read_text(), "old")
+        self.assert_fails("--overwrite: only a zip file is replaced, never a folder",
+                          "pack", self.scene, "full", "--overwrite")
+        self.tellar("pack", self.scene, "old.zip", "--overwrite")
+        self.assertTrue(zipfile.is_zipfile(self.folder / "old.zip"))
+        self.tellar("pack", self.scene, "empty/")
+        self.assertTrue((self.folder / "empty/scene.json").exists())
+
+    def test_a_failure_leaves_nothing_behind(self):
+        before = sorted(os.listdir(self.folder))
+        self.write("broken.gltf", "{")
+        self.assert_fails_with("broken.gltf", "pack", self.folder / "broken.gltf", "packed")
+        (self.folder / "broken.gltf").unlink()
+        self.assert_fails_with("no/such/packed", "pack", self.scene, "no/such/packed")
+        self.assert_fails_with("no/such/packed.zip", "pack", self.scene, "no/such/packed.zip")
+        self.assertEqual(sorted(set(os.listdir(self.folder)) - {"cache"}), before)
+
+    def test_packed_folders_can_be_read_by_all(self):
+        self.tellar("pack", self.scene, "packed")
+        mode = stat.S_IMODE(os.stat(self.folder / "packed").st_mode)
+        (self.folder / "usual").mkdir()
+        self.assertEqual(mode, stat.S_IMODE(os.stat(self.folder / "usual").st_mode))
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,124 @@
+#include "Pack.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+#include <vector>
+
+#include "Output.h"
+#include "PackPlan.h"
+#include "SceneFiles.h"
+
+namespace TellarTool {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void ThrowMissing(const std::string& file) {
+    throw std::runtime_error(file + ": is missing; \"tellar deps\" lists all files of the scene, "
+                                    "and --allow-missing packs the others");
+}
+
+void CheckTextures(const std::vector<TextureFile>& textures) {
+    for (const TextureFile& texture : textures)
+        for (const std::string& file : texture.files)
+            if (!IsFile(file)) ThrowMissing(file);
+}
+
+/// A model that cannot be read is an error in any case, because nobody knows what belongs to it.
+void CheckFiles(const SceneFiles& files, bool allowMissing) {
+    for (const ImportedFile& import : files.imports) {
+        if (!IsFile(import.file)) ThrowMissing(import.file);
+        for (const std::string& part : import.parts)
+            if (!allowMissing && !IsFile(part)) ThrowMissing(part);
+        if (!import.failure.empty()) throw std::runtime_error(import.file + ": " + import.failure);
+        if (!allowMissing) CheckTextures(import.textures);
+    }
+    if (!files.failure.empty()) throw std::runtime_error(files.failure);
+    if (!allowMissing) CheckTextures(files.textures);
+}
+
+void Copy(const std::string& source, const fs::path& target) {
+    std::error_code error;
+    fs::create_directories(target.parent_path(), error);
+    if (!error) fs::copy_file(source, target, error);
+    if (error && error != std::errc::file_exists)
+        throw std::runtime_error(source + ": cannot be copied to " + target.string() + ": " +
+                                 error.message());
+}
+
+void CopyAll(const PackPlan& plan, const fs::path& folder) {
+    for (const auto& [place, source] : plan.getSources())
+        if (!fs::exists(folder / place)) Copy(source, folder / place);
+}
+
+const ImportedFile* FindImport(const SceneFiles& files, const std::string& path) {
+    const auto found =
+        std::find_if(files.imports.begin(), files.imports.end(),
+                     [&path](const ImportedFile& import) { return import.file == path; });
+    return found == files.imports.end() ? nullptr : &*found;
+}
+
+bool IsInside(const std::string& path, const fs::path& folder) {
+    const fs::path relative = fs::path(path).lexically_relative(folder);
+    return !relative.empty() && *relative.begin() != "..";
+}
+
+/// The file of the original import that a texture of the packed one stands for.
+std::string Original(const ImportedFile& import, const std::string& texture) {
+    const fs::path name = fs::path(texture).filename();
+    for (const TextureFile& candidate : import.textures)
+        for (const std::string& file : candidate.files)
+            if (file == texture || fs::path(file).filename() == name) return file;
+    return {};
+}
+
+/// Adds the textures that a packed import names by absolute paths, or does not find.
+void AddStrayTextures(PackPlan& plan, const ImportedFile& original, const ImportedFile& packed,
+                      const fs::path& folder) {
+    for (const TextureFile& texture : packed.textures) {
+        for (const std::string& file : texture.files) {
+            if (IsFile(file) && IsInside(file, folder)) continue;
+            const std::string source = IsFile(file) ? file : Original(original, file);
+            if (IsFile(source)) plan.addBeside(original.file, source);
+        }
+    }
+}
+
+/// Looks at the packed scene as a stranger would. A part that is missing there was named by an
+/// absolute path.
+void AddWhatIsMissed(PackPlan& plan, const SceneFiles& files, const fs::path& folder) {
+    const Scene packedScene((folder / plan.getSceneName()).string());
+    const SceneFiles packed = FindSceneFiles(packedScene);
+    if (!packed.failure.empty())
+        throw std::runtime_error("the packed scene cannot be opened: " + packed.failure);
+    for (const ImportedFile& original : files.imports) {
+        const std::string path = (folder / plan.placeOf(original.file)).string();
+        const ImportedFile* const import = FindImport(packed, path);
+        if (!import) continue;
+        for (const std::string& part : import->parts)
+            if (IsFile(part) && !IsInside(part, folder))
+                throw std::runtime_error(original.file + ": names \"" + part +
+                                         "\" by an absolute path, and cannot be packed");
+        AddStrayTextures(plan, original, *import, folder);
+    }
+}
+
+} // namespace
+
+std::string WritePack(const Scene& scene, const std::string& folder, bool allowMissing) {
+    const SceneFiles files = FindSceneFiles(scene);
+    CheckFiles(files, allowMissing);
+    PackPlan plan(scene, files);
+    const fs::path target = AbsolutePath(folder);
+    CopyAll(plan, target);
+    const std::string description = (target / plan.getSceneName()).string();
+    WriteFile(description, plan.sceneText());
+    AddWhatIsMissed(plan, files, target);
+    CopyAll(plan, target);
+    return description;
+}
+
+} // namespace TellarTool

@@ -1,0 +1,31 @@
+#ifndef TELLAR_TOOL_STAGEDFOLDER_H
+#define TELLAR_TOOL_STAGEDFOLDER_H
+
+#include <string>
+
+namespace TellarTool {
+
+/// A folder that is filled under another name beside its own, so that it appears complete or not
+/// at all.
+class StagedFolder {
+public:
+    /// `folder` must not exist, or be empty. Throws std::runtime_error naming it and the reason.
+    explicit StagedFolder(const std::string& folder);
+    /// Removes the new folder unless it is in place.
+    ~StagedFolder();
+    StagedFolder(const StagedFolder&) = delete;
+    StagedFolder& operator=(const StagedFolder&) = delete;
+
+    /// Where to write until then.
+    const std::string& getPath() const { return path; }
+
+    void putInPlace();
+
+private:
+    std::string folder;
+    std::string path; // empty when it is in place
+};
+
+} // namespace TellarTool
+
+#endif

@@ -1,0 +1,15 @@
+#ifndef TELLAR_TOOL_ZIPFILE_H
+#define TELLAR_TOOL_ZIPFILE_H
+
+#include <string>
+
+namespace TellarTool {
+
+/// Writes all files below `folder` into a new zip file, each with `prefix` and a slash in front of
+/// its path. The file appears when it is complete, in place of an older one. Throws
+/// std::runtime_error naming the file and the reason.
+void WriteZip(const std::string& file, const std::string& folder, const std::string& prefix);
+
+} // namespace TellarTool
+
+#endif
