@@ -19,11 +19,25 @@ namespace {
     throw std::runtime_error("damaged: " + what);
 }
 
+void CheckDeformation(const aiMesh& mesh) {
+    for (unsigned i = 0; i < mesh.mNumBones; ++i) {
+        const aiBone* bone = mesh.mBones[i];
+        if (!bone || (bone->mNumWeights > 0 && !bone->mWeights)) Fail("a bone is missing");
+        for (unsigned j = 0; j < bone->mNumWeights; ++j)
+            if (bone->mWeights[j].mVertexId >= mesh.mNumVertices)
+                Fail("a bone refers to a point that does not exist");
+    }
+    for (unsigned i = 0; i < mesh.mNumAnimMeshes; ++i)
+        if (!mesh.mAnimMeshes[i] || mesh.mAnimMeshes[i]->mNumVertices != mesh.mNumVertices)
+            Fail("a morph target does not fit its mesh");
+}
+
 void CheckMesh(const aiMesh& mesh, unsigned numberOfMaterials) {
     if ((mesh.mNumVertices > 0 && !mesh.mVertices) || (mesh.mNumFaces > 0 && !mesh.mFaces))
         Fail("a mesh lacks its points or faces");
     if (mesh.mMaterialIndex >= numberOfMaterials && numberOfMaterials > 0)
         Fail("a mesh refers to a material that does not exist");
+    CheckDeformation(mesh);
     std::int64_t total = 0;
     for (unsigned i = 0; i < mesh.mNumFaces; ++i) {
         const aiFace& face = mesh.mFaces[i];

@@ -9,6 +9,7 @@
 
 #include <assimp/scene.h>
 
+#include "AssimpDeformation.h"
 #include "AssimpParts.h"
 #include "MaterialNetwork.h"
 #include "MeshGeometry.h"
@@ -31,8 +32,8 @@ OxAttribute::GroupAttribute ShowColors(const OxAttribute::GroupAttribute& networ
 
 class ContentReader {
 public:
-    ContentReader(const aiScene& scene, const std::string& animation)
-        : scene(scene), animation(animation) {}
+    ContentReader(const aiScene& scene, const std::string& animation, const std::string& path)
+        : scene(scene), animation(animation), path(path) {}
 
     SceneContent read();
 
@@ -41,7 +42,8 @@ private:
     void readMaterials();
     void readImages();
     void readMeshes();
-    void readMotions();
+    std::vector<const aiAnimation*> chosenAnimations() const;
+    void readMotions(const std::vector<const aiAnimation*>& animations);
     void readMotions(const aiAnimation& source);
     void readDevices();
     int nodeOfName(const aiString& name) const;
@@ -49,6 +51,7 @@ private:
 
     const aiScene& scene;
     const std::string& animation;
+    const std::string& path;
     SceneContent content;
     std::vector<const aiNode*> sources;               // of content.nodes
     std::unordered_map<std::string, int> nodesByName; // the first of each name
@@ -118,16 +121,19 @@ int ContentReader::nodeOfName(const aiString& name) const {
     return found == nodesByName.end() ? -1 : found->second;
 }
 
-void ContentReader::readMotions() {
+std::vector<const aiAnimation*> ContentReader::chosenAnimations() const {
     std::vector<std::string> names;
     for (unsigned i = 0; i < scene.mNumAnimations; ++i)
         names.emplace_back(scene.mAnimations[i]->mName.C_Str());
     const auto chosen = ChooseAnimation(names, animation);
-    if (!chosen) return;
-    readMotions(*scene.mAnimations[*chosen]);
-    if (animation != kFirstAnimation) return;
-    for (unsigned i = 0; i < scene.mNumAnimations; ++i)
-        readMotions(*scene.mAnimations[i]);
+    if (!chosen) return {};
+    if (animation != kFirstAnimation) return {scene.mAnimations[*chosen]};
+    return {scene.mAnimations, scene.mAnimations + scene.mNumAnimations};
+}
+
+void ContentReader::readMotions(const std::vector<const aiAnimation*>& animations) {
+    for (const aiAnimation* source : animations)
+        readMotions(*source);
 }
 
 // A node keeps the motion that it has.
@@ -136,7 +142,7 @@ void ContentReader::readMotions(const aiAnimation& source) {
         const aiNodeAnim& channel = *source.mChannels[i];
         const int index = nodeOfName(channel.mNodeName);
         if (index < 0 || content.nodes[index].motion) continue;
-        content.nodes[index].motion = MotionOf(channel, source.mTicksPerSecond, *sources[index]);
+        content.nodes[index].motion = MotionOf(channel, TicksPerSecond(source), *sources[index]);
     }
 }
 
@@ -162,15 +168,18 @@ SceneContent ContentReader::read() {
     readMaterials();
     readImages();
     readMeshes();
-    readMotions();
+    const std::vector<const aiAnimation*> animations = chosenAnimations();
+    readMotions(animations);
+    DeformAssimpShapes(scene, nodesByName, animations, path, content);
     readDevices();
     return std::move(content);
 }
 
 } // namespace
 
-SceneContent ContentOf(const aiScene& scene, const std::string& animation) {
-    return ContentReader(scene, animation).read();
+SceneContent ContentOf(const aiScene& scene, const std::string& animation,
+                       const std::string& path) {
+    return ContentReader(scene, animation, path).read();
 }
 
 } // namespace TellarSceneImport

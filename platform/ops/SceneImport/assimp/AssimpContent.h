@@ -16,7 +16,7 @@ void CheckScene(const aiScene& scene, int maxDepth);
 /// The content of a scene that passed CheckScene. The motion is that of the animation that
 /// ChooseAnimation finds, but "first" is the first one of each node, because some exporters write
 /// an animation for every node. Texture paths are as ResolveTextures() takes them.
-SceneContent ContentOf(const aiScene& scene, const std::string& animation);
+SceneContent ContentOf(const aiScene& scene, const std::string& animation, const std::string& path);
 
 } // namespace TellarSceneImport
 

@@ -14,13 +14,14 @@
 #include <assimp/Importer.hpp>
 #include <assimp/MemoryIOWrapper.h>
 #include <assimp/config.h>
-#include <assimp/postprocess.h>
 
 #include "AssimpContent.h"
+#include "ColladaMorph.h"
 #include "ColladaOpacity.h"
 #include "ColladaText.h"
 #include "FbxSpace.h"
 #include "FileText.h"
+#include "JoinPoints.h"
 #include "ObjText.h"
 #include "ReferencedFile.h"
 #include "SceneLog.h"
@@ -102,8 +103,7 @@ private:
         const std::string fallback = std::filesystem::path(scenePath).stem().string() + ".mtl";
         const bool isNamed = reference != fallback || missing.empty();
         if (isNamed && missing.insert(reference).second)
-            WarnAboutScene(scenePath,
-                           "its file of materials \"" + reference + "\" does not exist");
+            WarnAboutScene(scenePath, "its file of materials \"" + reference + "\" does not exist");
         return nullptr;
     }
 
@@ -143,6 +143,8 @@ void Configure(Assimp::Importer& importer) {
 std::optional<std::string> Examine(const FileStamp& stamp, const std::string& extension) {
     if (extension == ".dae") {
         std::string content = PlainCollada(ReadWhole(stamp));
+        if (ShowMorphedMeshes(content))
+            WarnAboutScene(stamp.path, "its morph targets are left out");
         CheckCollada(content, kMaxNodeDepth);
         return content;
     }
@@ -189,10 +191,10 @@ SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension
     if (!scene) throw std::runtime_error(FirstLine(importer.GetErrorString()));
     // The post-processing of Assimp trusts indices.
     CheckScene(*scene, kMaxNodeDepth);
-    scene = importer.ApplyPostProcessing(aiProcess_JoinIdenticalVertices);
+    scene = JoinPoints(importer);
     if (!scene) throw std::runtime_error("identical points could not be joined");
     if (content && extension == ".dae") RepairColladaOpacity(*scene, *content);
-    SceneContent result = ContentOf(*scene, options.animation);
+    SceneContent result = ContentOf(*scene, options.animation, path);
     if (extension == ".obj") FinishObj(path, materials, result);
     if (extension == ".fbx" && options.convertUnits) ConvertFbxSpace(*scene, result);
     return result;

@@ -117,9 +117,12 @@ ContentImage ImageOf(const aiTexture& texture) {
     return {std::string(data, texture.mWidth), std::move(hint)};
 }
 
+double TicksPerSecond(const aiAnimation& animation) {
+    return animation.mTicksPerSecond > 0.0 ? animation.mTicksPerSecond : kDefaultTicksPerSecond;
+}
+
 std::shared_ptr<const Motion> MotionOf(const aiNodeAnim& channel, double ticksPerSecond,
                                        const aiNode& node) {
-    if (!(ticksPerSecond > 0.0)) ticksPerSecond = kDefaultTicksPerSecond;
     return std::make_shared<NodeMotion>(DecomposeMatrix(ToMatrix(node.mTransformation)),
                                         MakeTrack(TrackKind::Vector, 3, channel.mPositionKeys,
                                                   channel.mNumPositionKeys, ticksPerSecond),

@@ -26,6 +26,9 @@ ImportedLight LightOf(const aiLight& source);
 /// that is damaged.
 ContentImage ImageOf(const aiTexture& texture);
 
+/// Of an animation, also if the file does not say.
+double TicksPerSecond(const aiAnimation& animation);
+
 /// A component without keys stays as in the transformation of the node.
 std::shared_ptr<const Motion> MotionOf(const aiNodeAnim& channel, double ticksPerSecond,
                                        const aiNode& node);

@@ -1,36 +1,22 @@
 #include "Deformation.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <utility>
-
-#include <OxTellarSDK/GroupBuilder.h>
 
 #include "TinyGltf.h"
 
 #include "Accessors.h"
 #include "Document.h"
 #include "GltfError.h"
-#include "NamedLogger.h"
 #include "Nodes.h"
-#include "motion/MeshMotion.h"
+#include "motion/MovingShapes.h"
 
 namespace TellarSceneImport {
 
-using OxAttribute::FloatAttribute;
-
 namespace {
-
-const NamedLogger kLogger("SceneImport");
-
-std::vector<float> FloatsOf(const OxAttribute::GroupAttribute& geometry, const char* name) {
-    const FloatAttribute values(geometry.getChildByName(name));
-    const auto sample = values.getNearestSample(0);
-    return {sample.begin(), sample.end()};
-}
 
 // The values of the points of a shape, of `width` numbers each, from those of the file.
 template <typename Value>
@@ -54,8 +40,7 @@ public:
 
     void makeSkeleton(int root);
     void deformNode(std::uint32_t index, const tinygltf::Node& source, const Track* weights);
-    /// Returns the part of the samples that is kept.
-    double finish();
+    void finish(const std::string& path) { moving.finish(path); }
 
 private:
     const Skin& skinOf(int index);
@@ -75,8 +60,7 @@ private:
     SceneContent& content;
     std::shared_ptr<const Skeleton> skeleton;
     std::map<int, Skin> skins;
-    // The motion of each shape that was added.
-    std::vector<std::pair<std::size_t, std::shared_ptr<MeshMotion>>> motions;
+    MovingShapes moving{content};
 };
 
 // `root` is the node whose space the points of skins are in, or -1 for the space of the scene.
@@ -155,7 +139,7 @@ std::shared_ptr<MeshMotion> Deformer::motionOf(const ContentShape& shape,
                                                const tinygltf::Primitive& primitive,
                                                const tinygltf::Node& node, const Track* weights) {
     MeshMotion::Parts parts;
-    parts.points = {FloatsOf(shape.geometry, "point.P"), FloatsOf(shape.geometry, "point.N")};
+    parts.points = PointsOf(shape);
     if (node.skin >= 0)
         parts.joints = jointsOf(shape, primitive, node.skin, parts.points.positions.size() / 3);
     parts.targets = targetsOf(shape, primitive);
@@ -168,43 +152,11 @@ std::shared_ptr<MeshMotion> Deformer::motionOf(const ContentShape& shape,
 
 void Deformer::deformNode(std::uint32_t index, const tinygltf::Node& source, const Track* weights) {
     const auto& primitives = model.meshes[source.mesh].primitives;
-    const std::vector<std::uint32_t> shapes = std::move(content.nodes[index].shapes);
-    content.nodes[index].shapes.clear();
-    for (std::size_t i = 0; i < shapes.size(); ++i) {
-        ContentShape shape = content.shapes[shapes[i]];
-        const auto motion = i < primitives.size() && !shape.type.empty()
-                                ? motionOf(shape, primitives[i], source, weights)
-                                : nullptr;
-        if (!motion) {
-            content.nodes[index].shapes.push_back(shapes[i]);
-            continue;
-        }
-        const auto added = static_cast<std::uint32_t>(content.shapes.size());
-        if (shape.name.empty()) shape.name = source.name.empty() ? "" : source.name + "Shape";
-        content.shapes.push_back(std::move(shape));
-        content.nodes[source.skin >= 0 ? 0 : index].shapes.push_back(added);
-        motions.emplace_back(added, motion);
-    }
-}
-
-double Deformer::finish() {
-    std::vector<std::shared_ptr<MeshMotion>> all;
-    for (const auto& [shape, motion] : motions)
-        all.push_back(motion);
-    const double kept = LimitMotion(all, kMaxMotionBytes);
-    for (const auto& [index, motion] : motions) {
-        ContentShape& shape = content.shapes[index];
-        shape.bound = motion->bound();
-        if (motion->sampleCount() > 1) {
-            shape.motion = motion;
-            continue;
-        }
-        OxAttribute::GroupBuilder attrs;
-        attrs.set("geometry", shape.geometry);
-        motion->apply({}, attrs);
-        shape.geometry = attrs.build().getChildByName("geometry");
-    }
-    return kept;
+    moving.add(index, [&](std::size_t place, std::uint32_t shape) {
+        return place < primitives.size()
+                   ? motionOf(content.shapes[shape], primitives[place], source, weights)
+                   : nullptr;
+    });
 }
 
 } // namespace
@@ -221,10 +173,7 @@ void DeformShapes(const Document& document, const std::vector<int>& sources,
             deformer.deformNode(static_cast<std::uint32_t>(i), source,
                                 weights == animation.weights.end() ? nullptr : &weights->second);
     }
-    const double kept = deformer.finish();
-    if (kept < 1)
-        kLogger.warn("{}: the moving points take more than {} MiB; one sample in {} is kept", path,
-                     kMaxMotionBytes >> 20, std::lround(std::ceil(1 / kept)));
+    deformer.finish(path);
 }
 
 } // namespace TellarSceneImport

@@ -41,6 +41,7 @@ public:
     /// Throws std::runtime_error if sizes do not fit.
     explicit MeshMotion(Parts parts);
 
+    bool hasSkin() const { return parts.joints != nullptr; }
     /// One for a mesh that keeps its shape.
     std::size_t sampleCount() const { return moments.size(); }
     /// The size of the samples of positions and normals.

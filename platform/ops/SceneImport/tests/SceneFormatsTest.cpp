@@ -170,13 +170,14 @@ protected:
 
 TEST_F(ColladaPanel, HasNodesMeshesAndMotion) {
     EXPECT_EQ(scene.children("/root/world"), (Names{"stage"}));
-    EXPECT_EQ(scene.children("/root/world/stage"), (Names{"panel", "view", "air", "bone", "bent"}));
+    EXPECT_EQ(scene.children("/root/world/stage"),
+              (Names{"panel", "view", "air", "bone", "bent", "quad"}));
     EXPECT_EQ(scene.ints("/root/world/stage/panel/quad", "geometry.poly.vertexList"),
               (Ints{0, 1, 2, 3}));
     EXPECT_EQ(scene.times("/root/world/stage/panel", "xform.matrix"), (Floats{0, 24}));
     EXPECT_EQ(scene.doubles("/root/world/stage/panel", "xform.matrix", 24)[12], 5);
-    // A skin's mesh is there, unbent.
-    EXPECT_EQ(scene.type("/root/world/stage/bent/quad"), "polymesh");
+    // A mesh with a skin is in the space of the root.
+    EXPECT_EQ(scene.type("/root/world/stage/quad"), "polymesh");
 }
 
 TEST_F(ColladaPanel, StandsUprightWhateverTheFileCallsUp) {
