@@ -13,6 +13,8 @@ namespace {
 constexpr int kMostColumns = 1024;
 constexpr int kMostRows = 512;
 constexpr int kGradientRows = 64;
+// Brighter texels count as this bright, so that sums stay finite.
+constexpr float kMostLuminance = 1e20f;
 
 /// Longitude and latitude, both from 0 to 1: -Z is in the middle, +X right of it, +Y at the top.
 V2f LongitudeLatitudeOf(const V3f& direction) {
@@ -25,6 +27,12 @@ V3f DirectionOf(const V2f& longitudeLatitude) {
     const float theta = longitudeLatitude.y * kPi;
     const float sinTheta = std::sin(theta);
     return {sinTheta * std::sin(phi), std::cos(theta), -sinTheta * std::cos(phi)};
+}
+
+/// How much light a texel adds to the sampling distribution. Others than finite colors are drawn as
+/// black.
+float WeightOf(const Color& radiance) {
+    return IsFinite(radiance) ? std::clamp(Luminance(radiance), 0.0f, kMostLuminance) : 0;
 }
 
 /// The matrix with its axes normalized and without translation; the identity if it is singular.
@@ -80,12 +88,12 @@ void EnvironmentMap::tabulate() {
         textures.eachTexel(light.texture, [&](int x, int y, const Color& color) {
             const std::size_t column = static_cast<std::size_t>(x) * columns / width;
             const std::size_t row = static_cast<std::size_t>(y) * rows / height;
-            weights[row * columns + column] += std::max(Luminance(color * light.scale), 0.0f);
+            weights[row * columns + column] += WeightOf(color * light.scale);
         });
     } else {
         for (int row = 0; row < rows; ++row)
-            weights[row] = Luminance(gradient(std::cos((float(row) + 0.5f) / float(rows) * kPi)) *
-                                     light.scale);
+            weights[row] =
+                WeightOf(gradient(std::cos((float(row) + 0.5f) / float(rows) * kPi)) * light.scale);
     }
     // Texels are smaller towards the poles: their solid angle is proportional to sin(theta).
     const float texels = static_cast<float>(width) * static_cast<float>(height);
@@ -93,7 +101,7 @@ void EnvironmentMap::tabulate() {
         const std::size_t row = i / static_cast<std::size_t>(columns);
         weights[i] *=
             std::sin((static_cast<float>(row) + 0.5f) / static_cast<float>(rows) * kPi) / texels;
-        if (std::isfinite(weights[i])) mean += weights[i] * kPi / 2;
+        mean += weights[i] * kPi / 2;
     }
     distribution = Distribution2D(weights, columns);
 }

@@ -1,13 +1,65 @@
 #include "drawing/TextureCache.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
+#include <functional>
+#include <map>
 #include <mutex>
+#include <numeric>
+#include <thread>
+#include <vector>
 
 namespace lantern {
 namespace {
 
 constexpr int kDefaultMegabytes = 1024;
 constexpr int kMostMegabytes = 1 << 20;
+constexpr double kBytesPerMegabyte = 1 << 20;
+
+// Of ten times the limit, so that some room is left.
+constexpr double kMostTimesLimit = 8;
+
+/// What decides the limit of the shared cache.
+struct MemoryNeed {
+    /// Each thread can use this many tiles at once: two itself, and two that the library keeps.
+    static constexpr std::size_t kTilesOfThread = 4;
+
+    /// The size of the largest pieces that can be in use at once.
+    double inUse() const {
+        std::vector<std::uint64_t> sizes;
+        for (const auto& [file, bytes] : pieces)
+            sizes.push_back(bytes);
+        const std::size_t threads = std::max(std::thread::hardware_concurrency(), 1u);
+        const std::size_t count = std::min(sizes.size(), threads * kTilesOfThread);
+        const auto end = sizes.begin() + static_cast<std::ptrdiff_t>(count);
+        std::partial_sort(sizes.begin(), end, sizes.end(), std::greater<>());
+        return std::accumulate(sizes.begin(), end, 0.0);
+    }
+
+    int megabytes = 0;  // asked for
+    double largest = 0; // the size of the largest pieces when they were last added up
+    std::map<std::string, std::uint64_t> pieces; // by file
+};
+
+std::mutex& NeedLock() {
+    static std::mutex lock;
+    return lock;
+}
+
+/// For one thread at a time.
+MemoryNeed& Need() {
+    static MemoryNeed need;
+    return need;
+}
+
+void Apply(OIIO::ImageCache& cache, const MemoryNeed& need) {
+    long long used = 0;
+    cache.getattribute("stat:cache_memory_used", OIIO::TypeDesc::INT64, &used);
+    const double bytes = std::max(need.largest, static_cast<double>(used)) / kMostTimesLimit;
+    cache.attribute("max_memory_MB", static_cast<float>(std::max(double(need.megabytes),
+                                                                 bytes / kBytesPerMegabyte)));
+}
 
 } // namespace
 
@@ -22,7 +74,25 @@ std::shared_ptr<OIIO::ImageCache> SharedTextureCache() {
                 [](OIIO::ImageCache* made) { OIIO::ImageCache::destroy(made); });
     cache->attribute("unassociatedalpha", 1); // do not multiply colors by alpha
     current = cache;
+    const std::lock_guard<std::mutex> needGuard(NeedLock());
+    Need() = {};
     return cache;
+}
+
+void LimitTextureMemory(OIIO::ImageCache& cache, int megabytes) {
+    const std::lock_guard<std::mutex> guard(NeedLock());
+    Need().megabytes = megabytes;
+    Apply(cache, Need());
+}
+
+void AddTexturePiece(OIIO::ImageCache& cache, const std::string& file, std::uint64_t bytes) {
+    const std::lock_guard<std::mutex> guard(NeedLock());
+    MemoryNeed& need = Need();
+    // The sum of small pieces stays far below the limit.
+    if (static_cast<double>(bytes) < need.megabytes * kBytesPerMegabyte / 256) return;
+    if (!need.pieces.insert_or_assign(file, bytes).second) return;
+    need.largest = need.inUse();
+    Apply(cache, need);
 }
 
 int TextureMemoryLimit(int asked) {

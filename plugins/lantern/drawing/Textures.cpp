@@ -6,9 +6,11 @@
 #include <cctype>
 #include <cmath>
 #include <cstdint>
+#include <filesystem>
 #include <mutex>
 #include <set>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <Imath/half.h>
@@ -171,15 +173,29 @@ std::string MaterialUsing(const SceneData& scene, Index texture) {
     return {};
 }
 
-/// Whether a tile, or the whole image without tiles, is of a size that the cache can take.
-bool IsTileSound(const OIIO::ImageSpec& spec) {
-    constexpr std::uint64_t kMostBytes = 0x7fffffff;
-    const auto width = std::uint64_t(spec.tile_width > 0 ? spec.tile_width : spec.width);
-    const auto height = std::uint64_t(spec.tile_height > 0 ? spec.tile_height : spec.height);
+/// The size in the cache of a tile, or of the whole image without tiles. The sides are positive.
+double PieceBytes(const OIIO::ImageSpec& spec) {
+    const double width = spec.tile_width > 0 ? spec.tile_width : spec.width;
+    const double height = spec.tile_height > 0 ? spec.tile_height : spec.height;
     const bool isKept = spec.format == TypeDesc::UINT8 || spec.format == TypeDesc::UINT16 ||
                         spec.format == TypeDesc::HALF; // the cache makes floats of all others
-    const std::uint64_t bytes = isKept ? spec.format.size() : sizeof(float);
-    return width <= kMostBytes / height / std::uint64_t(spec.nchannels) / bytes;
+    return width * height * spec.nchannels * double(isKept ? spec.format.size() : sizeof(float));
+}
+
+/// Whether the cache can take a piece of this size.
+bool IsTileSound(const OIIO::ImageSpec& spec) {
+    return PieceBytes(spec) <= 0x7fffffff;
+}
+
+/// Whether a file of this size can hold the image. No format makes pictures this much smaller, so
+/// that the header of a small file cannot ask for all memory.
+bool IsPlausible(const OIIO::ImageSpec& spec, const std::string& file) {
+    constexpr double kAnyFile = double(std::uint64_t(1) << 26);
+    constexpr double kMostBytesPerByte = 8192;
+    if (PieceBytes(spec) <= kAnyFile) return true;
+    std::error_code error;
+    const auto size = std::filesystem::file_size(file, error);
+    return error || PieceBytes(spec) <= kMostBytesPerByte * double(size);
 }
 
 Level LevelOf(ImageCache::ImageHandle* handle, int mipLevel, const OIIO::ImageSpec& spec) {
@@ -208,8 +224,7 @@ float TexelsPerUnit(const Image& image) {
 struct Textures::Library {
     Library(const SceneData& scene, Report& report)
         : report(report), scene(scene), shared(SharedTextureCache()), cache(shared.get()) {
-        cache->attribute("max_memory_MB",
-                         static_cast<float>(TextureMemoryLimit(scene.quality.textureMemory)));
+        LimitTextureMemory(*cache, TextureMemoryLimit(scene.quality.textureMemory));
     }
 
     void open(Image& image) const;
@@ -262,6 +277,10 @@ void Textures::Library::open(Image& image) const {
     if (!IsTileSound(*spec))
         return warn(image, "it has " + std::to_string(spec->width) + " x " +
                                std::to_string(spec->height) + " pixels in one piece");
+    if (!IsPlausible(*spec, image.texture->file))
+        return warn(image, "it is too small for " + std::to_string(spec->width) + " x " +
+                               std::to_string(spec->height) + " pixels");
+    AddTexturePiece(*cache, image.texture->file, static_cast<std::uint64_t>(PieceBytes(*spec)));
     image.channelCount = spec->nchannels;
     image.channels = ChannelsOf(*image.texture, spec->nchannels);
     image.levels = {LevelOf(handle, 0, *spec)};
@@ -293,6 +312,8 @@ void Textures::Library::addLevels(Image& image) const {
     auto* const pyramid = AddMipPyramid(*cache, image.texture->file, image.texture->isSrgb);
     const OIIO::ImageSpec* const spec = pyramid ? cache->imagespec(pyramid, nullptr) : nullptr;
     if (!spec || spec->nchannels != image.channelCount) return;
+    AddTexturePiece(*cache, "mipmaps of " + image.texture->file,
+                    static_cast<std::uint64_t>(PieceBytes(*spec)));
     // Levels that the pyramid leaves out are taken from the finest one.
     image.levels.resize(static_cast<std::size_t>(places[0].level), finest);
     for (const MipPlace& place : places) {
@@ -401,10 +422,17 @@ bool Textures::size(Index texture, int& width, int& height) const {
 void Textures::eachTexel(Index texture, const TexelFunction& function) const {
     if (!has(texture)) return;
     const Image& image = library->images[texture];
+    const Level& level = image.levels[0];
+    // The columns of tiles that cannot be read, so that not every row tries again.
+    std::vector<bool> isBroken(static_cast<std::size_t>(image.width() / level.tileWidth) + 1);
     for (int y = 0; y < image.height(); ++y) {
-        for (int left = 0; left < image.width(); left += image.levels[0].tileWidth) {
-            const HeldTile tile(*library->cache, image, image.levels[0], left, y);
-            const int right = std::min(left + image.levels[0].tileWidth, image.width());
+        if (y % level.tileHeight == 0) isBroken.assign(isBroken.size(), false);
+        for (int left = 0; left < image.width(); left += level.tileWidth) {
+            const auto column = static_cast<std::size_t>(left / level.tileWidth);
+            if (isBroken[column]) continue;
+            const HeldTile tile(*library->cache, image, level, left, y);
+            isBroken[column] = !tile.isLoaded();
+            const int right = std::min(left + level.tileWidth, image.width());
             for (int x = left; tile.isLoaded() && x < right; ++x)
                 function(x, y, tile.texel(x, y) * image.texture->multiply);
         }

@@ -1,6 +1,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@
 
 #include "DrawingScenes.h"
 #include "TempDirectory.h"
+#include "drawing/EnvironmentMap.h"
 #include "drawing/MipPyramid.h"
 #include "drawing/TextureCache.h"
 #include "drawing/Textures.h"
@@ -166,6 +168,26 @@ TEST_F(TextureFiltering, StaysWithinALimitOfOneMegabyte) {
     int used = 0;
     SharedTextureCache()->getattribute("stat:cache_memory_used", used);
     EXPECT_LE(used, 2 << 20);
+}
+
+TEST_F(TextureFiltering, KeepsSamplingOfAnEnvironmentFiniteWithTheBrightestTexels) {
+    SceneData scene;
+    const float largest = std::numeric_limits<float>::max();
+    const float infinite = std::numeric_limits<float>::infinity();
+    scene.textures = {of(image(
+        "sun.exr", 2, 2, 3,
+        {largest, largest, largest, largest, largest, largest, infinite, 0, 0, -largest, 1, 1},
+        OIIO::TypeDesc::FLOAT))};
+    Report report;
+    const Textures textures(scene, report);
+    EnvironmentLight light;
+    light.texture = 0;
+    const EnvironmentMap map(light, textures);
+    EXPECT_GT(map.meanLuminance(), 0);
+    EXPECT_TRUE(std::isfinite(map.meanLuminance()));
+    const V3f direction = map.sample({0.5f, 0.5f});
+    EXPECT_NEAR(direction.length(), 1, 1e-4f);
+    EXPECT_GT(map.pdf(direction), 0);
 }
 
 TEST_F(TextureFiltering, SharesOneCacheInTheProcess) {

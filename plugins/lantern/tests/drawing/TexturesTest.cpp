@@ -306,4 +306,40 @@ TEST_F(TexturesTest, WarnOnceIfTheyAreTruncated) {
                 ElementsAre(HasSubstr("cannot read the texture \"" + folder.path("short.exr"))));
 }
 
+TEST_F(TexturesTest, MayBeFarLargerThanTheLimitOfMemory) {
+    SceneData scene;
+    scene.quality.textureMemory = 1;
+    for (const char* name : {"one.png", "two.png"})
+        scene.textures.push_back(
+            of(image(name, 2048, 2048, 4, std::vector<std::uint8_t>(2048 * 2048 * 4, 255))));
+    Report report(listener());
+    const Textures textures(scene, report);
+    Color value;
+    EXPECT_TRUE(textures.color(1, V2f(0.5f), 0.1f, value));
+    EXPECT_EQ(value, Color(1, 1, 1));
+    EXPECT_THAT(messages, IsEmpty());
+}
+
+TEST_F(TexturesTest, KeepTheLimitOfMemoryAboveWhatIsInUse) {
+    SceneData scene;
+    scene.quality.textureMemory = 64;
+    scene.textures = {
+        of(image("large.png", 2048, 2048, 4, std::vector<std::uint8_t>(2048 * 2048 * 4, 255)))};
+    Report report(listener());
+    const Textures before(scene, report);
+    scene.quality.textureMemory = 1;
+    scene.textures.push_back(of(corners()));
+    const Textures textures(scene, report);
+    Color value;
+    EXPECT_TRUE(textures.color(1, V2f(0.75f, 0.25f), value));
+}
+
+TEST_F(TexturesTest, AreRefusedIfTheFileIsTooSmallForItsSize) {
+    // A TGA file of 24 bits a pixel that ends after its header.
+    const std::string header{0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x30, 0x40, 0x30, 0x40, 24, 0};
+    EXPECT_EQ(lookUp(of(folder.write("lie.tga", header + "pixels")), {0, 0}), Color(-1, -1, -1));
+    EXPECT_THAT(messages,
+                ElementsAre(HasSubstr("lie.tga\": it is too small for 16432 x 16432 pixels")));
+}
+
 } // namespace
