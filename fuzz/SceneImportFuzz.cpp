@@ -1,24 +1,28 @@
 // Reads any bytes as a scene file. The first line of an input is the file's extension, such as
 // "ply". The fuzzer does not change it, so all inputs of a corpus have the same format.
+//
+// The formats of Assimp are read in this process, so that a crash is seen.
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
-#include <OxTellarSDK/Attribute.h>
-#include <OxTellarSDK/GroupBuilder.h>
+#include <OxLoggingHost/OxLoggerGlue.h>
 
 #include "Check.h"
 #include "SceneReader.h"
+#include "SceneWalk.h"
 #include "TempDirectory.h"
 #include "isolation/ForeignFile.h"
-
-using namespace OxAttribute;
 
 // Suppressions for LeakSanitizer: Assimp leaks memory when it rejects a file.
 extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
@@ -28,44 +32,34 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 
 namespace {
 
-using TellarSceneImport::Scene;
-using TellarSceneImport::SceneNode;
-
-/// The extensions of formats whose files are checked before Assimp reads them.
+/// The extensions of the formats that have a reader, or a check before Assimp reads them.
 constexpr std::array<std::string_view, 7> kExtensions = {"dae", "fbx", "glb", "gltf",
                                                          "obj", "ply", "stl"};
 
+// Far more than an input of a few kilobytes needs, and less than the fuzzer's own limit.
+constexpr const char* kMebibytes = "512";
+
+/// The folder of the scene file. Embedded images go into the folder "images" in it.
 const std::string& Folder() {
     static const TempDirectory directory;
-    static const std::string path = directory.path();
+    static const std::string path = [] {
+        OxLoggingSetSink([](const OxLogMessage&) {});
+        setenv("OX_CONFIG_IMAGE_CACHE", (directory.path() + "/images").c_str(), 1);
+        setenv("OX_CONFIG_SCENE_READER_MEBIBYTES", kMebibytes, 1);
+        return directory.path();
+    }();
     return path;
 }
 
-void UseValue(const Attribute& value) {
-    if (value.isValid()) Check(!value.getXML().empty(), "every value has a text");
-}
-
-void UseMotion(const TellarSceneImport::Motion& motion) {
-    GroupBuilder attrs;
-    motion.apply({}, attrs);
-    UseValue(attrs.build());
-}
-
-void UseNode(const Scene& scene, const std::string& path, int& left) {
-    const SceneNode* const node = scene.findNode(path);
-    Check(node != nullptr, "a name that is listed is found");
-    UseValue(node->attrs);
-    if (node->motion) UseMotion(*node->motion);
-    if (node->material >= 0) UseValue(scene.material(node->material).network);
-    for (const std::string_view name : node->childNames.getNearestSample(0.0f))
-        if (left-- > 0) UseNode(scene, path + "/" + std::string(name), left);
-}
-
-void UseScene(const Scene& scene) {
-    int left = 200;
-    UseNode(scene, scene.rootName(), left);
-    for (const std::string_view name : scene.materialNames().getNearestSample(0.0f))
-        UseValue(scene.findMaterial(name)->network);
+void ReadAndWalk(const std::string& path) {
+    std::vector<TellarSceneImport::FileStamp> files;
+    try {
+        WalkScene(
+            *TellarSceneImport::ReadScene(path, {}, files, &TellarSceneImport::ReadForeignFile));
+    } catch (const std::runtime_error& error) {
+        const std::string message = error.what();
+        Check(!message.empty() && message.find('\n') == std::string::npos, "a message is one line");
+    }
 }
 
 } // namespace
@@ -79,14 +73,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::ofstream(path, std::ios::binary) << content;
     // An OBJ file and its material library are the same text here.
     if (extension == "obj") std::ofstream(Folder() + "/scene.mtl", std::ios::binary) << content;
-    std::vector<TellarSceneImport::FileStamp> files;
-    try {
-        // In this process, so that a crash is seen.
-        UseScene(
-            *TellarSceneImport::ReadScene(path, {}, files, &TellarSceneImport::ReadForeignFile));
-    } catch (const std::runtime_error& error) {
-        const std::string message = error.what();
-        Check(!message.empty() && message.find('\n') == std::string::npos, "a message is one line");
-    }
+    ReadAndWalk(path);
+    std::error_code ignored;
+    std::filesystem::remove_all(Folder() + "/images", ignored);
     return 0;
 }

@@ -14,14 +14,17 @@ minutes=${1-}
 [[ $minutes =~ ^[0-9]+$ ]] && ((minutes > 0)) || { sed -n '2,4s/^# \?//p' "$0" >&2; exit 2; }
 shift
 
-# Corpus by target, with the largest input. Scene files have a corpus for each format.
+# Target by corpus. Scene files and textures have a corpus for each format.
 declare -A target=(
     [asset-reference]=AssetReferenceFuzz [attribute-file]=AttributeFileFuzz
     [attribute-xml]=AttributeXmlFuzz [configuration]=ConfigurationFuzz [cooking]=CookingFuzz
     [description-json]=DescriptionJsonFuzz [location-delegates]=LocationDelegatesFuzz
-    [resolution-file]=ResolutionFileFuzz)
+    [reader-reply]=ReaderReplyFuzz [resolution-file]=ResolutionFileFuzz)
 for format in dae fbx glb gltf obj ply stl; do
     target[scene-import-$format]=SceneImportFuzz
+done
+for format in bmp exr gif hdr jpg png tga tif webp; do
+    target[texture-$format]=TextureFuzz
 done
 
 mapfile -t all < <(printf '%s\n' "${!target[@]}" | sort)
