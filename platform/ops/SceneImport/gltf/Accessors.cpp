@@ -169,6 +169,7 @@ std::vector<Value> ReadValues(const Document& document, int index, int& width) {
     const Layout layout = LayoutOf(index, accessor.componentType, accessor.type);
     const auto copy = CopierFor<Value>(index, accessor.componentType);
     width = layout.width();
+    document.memory().require(accessor.count, width * sizeof(Value));
     std::vector<Value> values;
     if (accessor.bufferView >= 0) {
         const auto& view = document.model().bufferViews.at(accessor.bufferView);
@@ -180,7 +181,9 @@ std::vector<Value> ReadValues(const Document& document, int index, int& width) {
         for (std::size_t i = 0; i < elements.count; ++i)
             copy(layout, elements.at(i), accessor.normalized, &values[i * width]);
     } else {
-        values.resize(CountOf(document, index) * width);
+        const std::size_t zeros = CountOf(document, index) * width;
+        document.memory().takeZeros(zeros);
+        values.resize(zeros);
     }
     if (accessor.sparse.isSparse) ReplaceSparse(document, index, layout, values);
     return values;

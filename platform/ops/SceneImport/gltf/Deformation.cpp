@@ -106,11 +106,13 @@ std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const ContentShape&
         const auto joints = primitive.attributes.find("JOINTS_" + std::to_string(i));
         const auto weights = primitive.attributes.find("WEIGHTS_" + std::to_string(i));
         if (joints == primitive.attributes.end() || weights == primitive.attributes.end()) break;
+        document.memory().take(pointCount, 4 * (sizeof(std::uint32_t) + sizeof(float)));
         sets.push_back({OfPoints(shape, ReadUnsigned(document, joints->second), 4),
                         OfPoints(shape, ReadFloats(document, weights->second).values, 4)});
     }
     if (sets.empty()) return nullptr;
     const Skin& source = skinOf(skin);
+    document.memory().take(source.joints.size(), sizeof(std::size_t) + sizeof(Matrix));
     return std::make_shared<MeshMotion::Joints>(
         MeshMotion::Joints{skeleton, source, Influences(pointCount, sets, source.joints.size())});
 }
@@ -118,13 +120,16 @@ std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const ContentShape&
 std::vector<float> Deformer::vectors(const ContentShape& shape, int accessor) const {
     AccessorFloats values = ReadFloats(document, accessor);
     if (values.width != 3) GltfError("a morph target is not of vectors");
-    return OfPoints(shape, std::move(values.values), 3);
+    std::vector<float> ofPoints = OfPoints(shape, std::move(values.values), 3);
+    document.memory().take(ofPoints.size(), sizeof(float));
+    return ofPoints;
 }
 
 std::vector<MorphTarget> Deformer::targetsOf(const ContentShape& shape,
                                              const tinygltf::Primitive& primitive) const {
     std::vector<MorphTarget> targets;
     for (const auto& source : primitive.targets) {
+        document.memory().take(1, sizeof(MorphTarget));
         MorphTarget& target = targets.emplace_back();
         const auto positions = source.find("POSITION"), normals = source.find("NORMAL");
         if (positions != source.end()) target.positions = vectors(shape, positions->second);
@@ -146,7 +151,13 @@ std::shared_ptr<MeshMotion> Deformer::motionOf(const ContentShape& shape,
     if (!parts.joints && parts.targets.empty()) return nullptr;
     parts.restWeights = node.weights.empty() ? model.meshes[node.mesh].weights : node.weights;
     parts.restWeights.resize(parts.targets.size());
-    if (weights && weights->width() == parts.targets.size()) parts.weights = *weights;
+    if (weights && weights->width() == parts.targets.size()) {
+        document.memory().take(weights->keyTimes().size(),
+                               sizeof(double) + weights->width() * sizeof(float));
+        parts.weights = *weights;
+    }
+    document.memory().take(parts.points.positions.size() + parts.points.normals.size(),
+                           2 * sizeof(float));
     return std::make_shared<MeshMotion>(std::move(parts));
 }
 

@@ -22,6 +22,7 @@
 #include "ReferencedFile.h"
 #include "SourceFile.h"
 #include "Uri.h"
+#include "isolation/ReaderProcess.h"
 
 namespace TellarSceneImport {
 
@@ -66,6 +67,9 @@ private:
 };
 
 namespace {
+
+// Of an attribute of a compressed mesh: four floats.
+constexpr std::size_t kMostBytesOfElement = 16;
 
 Json* MutableMember(Json& object, const char* name) {
     const auto found = object.FindMember(name);
@@ -224,7 +228,8 @@ void Document::Loader::decodeMeshopt() {
         const Json* source = Member(extension, "buffer");
         if (!source || !source->IsUint() || source->GetUint() >= numberOfFileBuffers)
             GltfError("a compressed buffer view has no buffer");
-        std::string bytes = DecodeMeshopt(*extension, document.buffers[source->GetUint()]);
+        std::string bytes =
+            DecodeMeshopt(*extension, document.buffers[source->GetUint()], *document.budget);
         tinygltf::BufferView& view = document.parsed->bufferViews.at(i);
         view.byteOffset = 0;
         view.byteLength = bytes.size();
@@ -249,6 +254,7 @@ void Document::Loader::decodeDraco(tinygltf::Primitive& primitive,
     if (view < 0 || static_cast<std::size_t>(view) >= document.parsed->bufferViews.size())
         GltfError("a compressed mesh has no buffer view");
     const DracoMesh mesh(document.viewBytes(view));
+    document.budget->take(mesh.numberOfTriangles(), 3 * sizeof(std::uint32_t));
     tinygltf::Accessor indexType;
     indexType.componentType = TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT;
     indexType.type = TINYGLTF_TYPE_SCALAR;
@@ -265,6 +271,7 @@ void Document::Loader::decodeAttributes(tinygltf::Primitive& primitive,
         if (!identifiers.Has(name)) continue;
         const tinygltf::Accessor type = document.parsed->accessors[accessor];
         const int id = identifiers.Get(name).GetNumberAsInt();
+        document.budget->take(mesh.numberOfPoints(), kMostBytesOfElement);
         const int components =
             tinygltf::GetNumComponentsInType(static_cast<std::uint32_t>(type.type));
         accessor = addAccessor(
@@ -310,7 +317,8 @@ void Document::Loader::load() {
 
 Document::Document(std::string source, const std::string& path, std::vector<FileStamp>& files)
     : content(std::move(source)), folder(std::filesystem::path(path).parent_path().string()),
-      parsed(std::make_unique<tinygltf::Model>()) {
+      parsed(std::make_unique<tinygltf::Model>()),
+      budget(std::make_unique<MemoryBudget>(ConfiguredLimits().mebibytes)) {
     Loader(*this, files).load();
 }
 

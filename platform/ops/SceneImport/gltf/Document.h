@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "FileStamp.h"
+#include "MemoryBudget.h"
 
 namespace tinygltf {
 class Model;
@@ -41,6 +42,9 @@ public:
     /// as long as the document; empty for an image in a file of its own. Throws as viewBytes().
     std::string_view imageBytes(int image) const;
 
+    /// What the values of the file take in memory.
+    MemoryBudget& memory() const { return *budget; }
+
     /// The absolute path of the file that a URI names, also if its name is not percent-encoded as
     /// it should be, or is one that FindReferencedFile() finds elsewhere.
     std::string pathOf(const std::string& uri) const;
@@ -55,6 +59,7 @@ private:
     const std::string content;
     const std::string folder;
     const std::unique_ptr<tinygltf::Model> parsed;
+    const std::unique_ptr<MemoryBudget> budget;
     std::deque<std::string> owned;         // what some of the buffers point to
     std::vector<std::string_view> buffers; // of the file, then those that were decoded
     std::vector<std::string> unknown;

@@ -79,6 +79,7 @@ void PrimitiveReader::makeCurves() {
     if (lines.counts.empty()) return;
     shape.type = "curves";
     geometry.set("basis", StringAttribute("linear"));
+    document.memory().take(lines.points.size(), sizeof(std::uint32_t));
     geometry.set("numVertices", IntAttribute(lines.counts, 1));
     if (lines.areClosed) geometry.set("closed", IntAttribute(1));
     usePoints(std::move(lines.points));
@@ -93,6 +94,8 @@ void PrimitiveReader::makeMesh() {
         std::vector<std::uint32_t> left = JoinEqualPoints(data, indices);
         if (!left.empty() && left.size() < data.count) usePoints(std::move(left));
     }
+    // The corners, and a third as many faces.
+    document.memory().take(indices.size() / 3, 4 * sizeof(std::int32_t));
     std::vector<std::int32_t> startIndex;
     for (std::size_t i = 0; i <= indices.size(); i += 3)
         startIndex.push_back(static_cast<std::int32_t>(i));
@@ -102,6 +105,7 @@ void PrimitiveReader::makeMesh() {
 }
 
 void PrimitiveReader::addPointData() {
+    document.memory().take(data.numberCount(), sizeof(float));
     shape.bound = BoundOf(data.points.values);
     geometry.set("point.P", FloatAttribute(data.points.values, 3));
     if (!data.normals.values.empty())

@@ -26,6 +26,9 @@ namespace TellarSceneImport {
 
 namespace {
 
+// A location of a scene with its name, attributes and entry in the index, roughly.
+constexpr std::uint64_t kBytesOfNode = 1024;
+
 class ContentReader {
 public:
     ContentReader(const Document& document, const std::string& path, const ReadOptions& options)
@@ -66,6 +69,7 @@ int ContentReader::sceneIndex() const {
 void ContentReader::addNode(int index, std::uint32_t parent) {
     if (sources.size() >= kMaxNodes)
         throw std::runtime_error("it has more than " + std::to_string(kMaxNodes) + " nodes");
+    document.memory().take(1, kBytesOfNode);
     sources.push_back(index);
     ContentNode& node = content.nodes.emplace_back();
     node.parent = parent;

@@ -63,7 +63,7 @@ std::size_t MeshoptStride(const Json& extension) {
     return SizeMember(extension, "byteStride", true);
 }
 
-std::string DecodeMeshopt(const Json& extension, std::string_view source) {
+std::string DecodeMeshopt(const Json& extension, std::string_view source, MemoryBudget& budget) {
     const std::uint64_t offset = SizeMember(extension, "byteOffset", false);
     const std::uint64_t length = SizeMember(extension, "byteLength", true);
     const std::uint64_t count = SizeMember(extension, "count", true);
@@ -71,6 +71,7 @@ std::string DecodeMeshopt(const Json& extension, std::string_view source) {
     if (offset > source.size() || length > source.size() - offset) Fail("goes beyond its buffer");
     if (stride == 0 || count > length * kMostBytesPerByte / stride)
         Fail("says that it has more elements than its data can hold");
+    budget.take(count, stride);
     std::string result(count * stride, '\0');
     const std::string mode = TextMember(&extension, "mode");
     const std::string filter = TextMember(&extension, "filter");

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "GltfJson.h"
+#include "MemoryBudget.h"
 
 namespace TellarSceneImport {
 
@@ -16,7 +17,7 @@ std::size_t MeshoptStride(const Json& extension);
 
 /// Decodes a view. `source` is the whole buffer that `extension` names. Throws std::runtime_error
 /// for damaged data and for more elements than the data can hold.
-std::string DecodeMeshopt(const Json& extension, std::string_view source);
+std::string DecodeMeshopt(const Json& extension, std::string_view source, MemoryBudget& budget);
 
 } // namespace TellarSceneImport
 

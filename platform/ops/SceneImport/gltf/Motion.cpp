@@ -56,6 +56,7 @@ Track AnimationReader::readTrack(const tinygltf::AnimationSampler& sampler, Trac
     if (times.width != 1 || times.values.empty() || values.width != valueWidth ||
         values.values.size() / perKey < times.values.size())
         GltfError("animation \"" + animation.name + "\" has fewer values than times");
+    document.memory().take(times.values.size(), sizeof(double) + perKey * sizeof(float));
     // Some exporters write more values than times.
     const auto last = values.values.begin() + std::ptrdiff_t(times.values.size() * perKey);
     return Track(kind, interpolation, width, {times.values.begin(), times.values.end()},

@@ -109,6 +109,13 @@ std::vector<std::uint32_t> FirstOfEach(const std::vector<std::uint32_t>& newNumb
 
 } // namespace
 
+std::size_t PointData::numberCount() const {
+    std::size_t numbers = points.values.size() + normals.values.size();
+    for (const Values& values : arbitrary)
+        numbers += values.data.values.size();
+    return numbers;
+}
+
 void PointData::select(const std::vector<std::uint32_t>& elements) {
     count = elements.size();
     Select(points, elements);

@@ -30,6 +30,8 @@ struct PointData {
 
     /// Keeps the points with these numbers, in this order; a number may occur several times.
     void select(const std::vector<std::uint32_t>& elements);
+    /// The numbers of all values.
+    std::size_t numberCount() const;
 };
 
 /// Texture coordinates grow upwards in the result, and colours have an alpha. Throws

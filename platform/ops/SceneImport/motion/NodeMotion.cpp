@@ -10,6 +10,13 @@
 
 namespace TellarSceneImport {
 
+namespace {
+
+// Limits the memory that a location takes. It is enough for two hours of a key for every frame.
+constexpr std::size_t kMostSamples = std::size_t(1) << 18;
+
+} // namespace
+
 NodeMotion::NodeMotion(const Transform& rest, Track position, Track rotation, Track scale)
     : rest(rest), position(std::move(position)), rotation(std::move(rotation)),
       scale(std::move(scale)) {}
@@ -27,11 +34,16 @@ std::vector<const Track*> NodeMotion::tracks() const {
 }
 
 void NodeMotion::apply(const FrameClock& clock, OxAttribute::GroupBuilder& attrs) const {
-    const auto stepsBetween = [this](double from, double to) {
-        return std::max({position.stepsBetween(from, to), rotation.stepsBetween(from, to),
-                         scale.stepsBetween(from, to)});
+    const std::vector<Moment> keys = KeyMoments(tracks());
+    const std::size_t mostSteps = std::max<std::size_t>(kMostSamples / (keys.size() + 1), 1);
+    const auto stepsBetween = [this, mostSteps](double from, double to) {
+        const std::size_t steps =
+            std::max({position.stepsBetween(from, to), rotation.stepsBetween(from, to),
+                      scale.stepsBetween(from, to)});
+        return std::min(steps, mostSteps);
     };
-    const SampleTimes samples = ToSampleTimes(Refine(KeyMoments(tracks()), stepsBetween), clock);
+    const SampleTimes samples =
+        ToSampleTimes(Thin(Refine(keys, stepsBetween), kMostSamples), clock);
     if (samples.times.empty()) return;
     std::vector<double> values;
     for (const Moment& moment : samples.moments) {

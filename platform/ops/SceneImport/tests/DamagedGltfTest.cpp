@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <OxConfiguration/Configuration.h>
+
 #include "DamagedFiles.h"
+#include "ScopedEnvironment.h"
 
 namespace {
 
@@ -30,6 +33,87 @@ TEST(DamagedGltf, AsksForNoMoreMemoryThanItHasDataFor) {
     EXPECT_EQ(ReasonOfYard("\"count\": 4, \"type\": \"VEC2\"",
                            "\"count\": 4, \"type\": \"VEC2\", \"sparse\": {\"count\": 1}"),
               "damaged glTF: a sparse accessor is incomplete");
+}
+
+/// The reason why a file with these members is refused if reading may take 64 MiB.
+std::string ReasonInLittleMemory(const std::string& members) {
+    const ScopedEnvironment limit("OX_CONFIG_SCENE_READER_MEBIBYTES", "64");
+    Config()->reload();
+    std::string reason = ReasonOf("a.gltf", R"({"asset": {"version": "2.0"}, )" + members + "}");
+    return reason;
+}
+
+/// The same item so many times.
+std::string Repeated(int count, const std::string& item) {
+    std::string list;
+    for (int i = 0; i < count; ++i)
+        list += (i > 0 ? "," : "") + item;
+    return "[" + list + "]";
+}
+
+const std::string kTooMuchMemory =
+    "reading it takes more than 64 MiB of memory (SCENE_READER_MEBIBYTES)";
+
+// Points without data of their own, 1.2 MB for each use.
+const std::string kZeros =
+    R"("accessors": [{"componentType": 5126, "count": 100000, "type": "VEC3"}], )";
+
+class SmallGltf : public testing::Test {
+protected:
+    ~SmallGltf() override { Config()->reload(); }
+};
+
+TEST_F(SmallGltf, HasALimitForAllPointsOfPrimitives) {
+    const std::string points = R"({"mode": 0, "attributes": {"POSITION": 0}})";
+    const auto file = [&](int count) {
+        return kZeros + R"("nodes": [{"mesh": 0}], "meshes": [{"primitives": )" +
+               Repeated(count, points) + "}]";
+    };
+    EXPECT_EQ(ReasonInLittleMemory(file(10)), "");
+    EXPECT_EQ(ReasonInLittleMemory(file(100)), kTooMuchMemory);
+}
+
+TEST_F(SmallGltf, HasALimitForAllMorphTargets) {
+    const auto file = [&](int count) {
+        return kZeros + R"("nodes": [{"mesh": 0}], "meshes": [{"primitives": [{"mode": 0,
+            "attributes": {"POSITION": 0}, "targets": )" +
+               Repeated(count, R"({"POSITION": 0})") + "}]}]";
+    };
+    EXPECT_EQ(ReasonInLittleMemory(file(5)), "");
+    EXPECT_EQ(ReasonInLittleMemory(file(100)), kTooMuchMemory);
+}
+
+TEST_F(SmallGltf, HasALimitForAllInstances) {
+    const auto file = [&](int count) {
+        return R"("accessors": [{"componentType": 5126, "type": "VEC3", "count": )" +
+               std::to_string(count) + R"(}], "meshes": [{"primitives": []}],
+            "nodes": [{"mesh": 0, "extensions": {"EXT_mesh_gpu_instancing": {"attributes":
+            {"TRANSLATION": 0}}}}], "extensionsUsed": ["EXT_mesh_gpu_instancing"])";
+    };
+    EXPECT_EQ(ReasonInLittleMemory(file(100)), "");
+    EXPECT_EQ(ReasonInLittleMemory(file(100000)), kTooMuchMemory);
+}
+
+TEST_F(SmallGltf, HasALimitForAllKeysOfAnimations) {
+    const auto file = [&](int count) {
+        return R"("accessors": [{"componentType": 5126, "type": "SCALAR", "count": 1000000},
+            {"componentType": 5126, "type": "VEC3", "count": 1000000}], "nodes": [{}, {}, {}],
+            "animations": [{"samplers": [{"input": 0, "output": 1}], "channels": )" +
+               Repeated(count, R"({"sampler": 0, "target": {"node": 0, "path": "scale"}})") + "}]";
+    };
+    EXPECT_EQ(ReasonInLittleMemory(file(1)), "");
+    EXPECT_EQ(ReasonInLittleMemory(file(20)), kTooMuchMemory);
+}
+
+TEST_F(SmallGltf, HasALimitForAllZeros) {
+    const std::string triangle =
+        R"({"mode": 5, "attributes": {"POSITION": 0, "NORMAL": 0}, "indices": 1})";
+    EXPECT_EQ(ReasonOf("a.gltf", R"({"asset": {"version": "2.0"},
+        "accessors": [{"componentType": 5126, "count": 16000000, "type": "VEC3"},
+                      {"componentType": 5121, "count": 3, "type": "SCALAR"}],
+        "nodes": [{"mesh": 0}], "meshes": [{"primitives": )" +
+                                     Repeated(50, triangle) + "}]}"),
+              "damaged glTF: its accessors without data are too large");
 }
 
 TEST(DamagedGltf, IsNotNestedWithoutEnd) {
