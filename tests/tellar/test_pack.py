@@ -141,6 +141,14 @@ class PackTest(TellarTest):
             "models/box/site/box/textures/wood.png", "textures/wood.png",
             "textures/wood/wood.png"})
 
+    def test_a_scene_behind_a_link_is_packed_the_same(self):
+        self.tellar("pack", self.scene, "packed")
+        os.symlink(self.folder / "site", self.folder / "link")
+        (self.folder / "deep").mkdir()
+        os.symlink(self.folder / "deep", self.folder / "shallow")
+        self.tellar("pack", "link/scene.json", "shallow/packed")
+        self.assertEqual(self.contents("deep/packed"), self.contents("packed"))
+
     def test_a_model_is_packed_with_a_scene_that_imports_it(self):
         model = self.folder / "site/robot/source/robot.gltf"
         self.assertEqual(self.tellar("pack", model, "packed"), "packed/robot.json\n")

@@ -233,13 +233,7 @@ std::string SizeFromText(const std::string& text) {
     return std::to_string(width) + 'x' + std::to_string(height);
 }
 
-void AddPictureOptions(CLI::App& command, RenderOptions& options) {
-    ChosenSettings& chosen = options.chosen;
-    command
-        .add_option("--camera", chosen.camera,
-                    "Look through this camera instead of the scene's: a path, or a pattern of "
-                    "paths or names")
-        ->option_text("CAMERA");
+void AddSizeOptions(CLI::App& command, ChosenSettings& chosen) {
     CLI::Option* const resolution =
         command.add_option("--resolution", chosen.resolution, "The picture's size, by its name")
             ->option_text("NAME");
@@ -250,6 +244,10 @@ void AddPictureOptions(CLI::App& command, RenderOptions& options) {
             "The picture's size in pixels")
         ->option_text("WxH")
         ->excludes(resolution);
+}
+
+/// Which part of the picture is drawn.
+void AddPartOptions(CLI::App& command, ChosenSettings& chosen) {
     command
         .add_option_function<std::string>(
             "--tile", [&chosen](const std::string& text) { chosen.tile = TileFromText(text); },
@@ -261,6 +259,17 @@ void AddPictureOptions(CLI::App& command, RenderOptions& options) {
             [&chosen](const std::string& text) { chosen.cropWindow = CropFromText(text); },
             "Draw only this part of the picture, which is 0 to 1 both ways")
         ->option_text("XMIN,XMAX,YMIN,YMAX");
+}
+
+void AddPictureOptions(CLI::App& command, RenderOptions& options) {
+    ChosenSettings& chosen = options.chosen;
+    command
+        .add_option("--camera", chosen.camera,
+                    "Look through this camera instead of the scene's: a path, or a pattern of "
+                    "paths or names")
+        ->option_text("CAMERA");
+    AddSizeOptions(command, chosen);
+    AddPartOptions(command, chosen);
     command
         .add_option("--aov", chosen.aovs,
                     "Layers of the picture besides its colors: depth, normal, position, albedo, "
@@ -290,6 +299,12 @@ void AddQualityOptions(CLI::App& command, RenderOptions& options) {
     AddCount(command, "--max-depth", options.maxDepth, kMostDepth,
              "How often light may bounce; without it the scene or the renderer tells");
     AddNumber(command, "--exposure", options.exposure, "Make the picture lighter by N stops");
+    AddSettings(command, options.chosen.others);
+    AddCount(command, "--threads", options.threads, kMostThreads,
+             "How many threads draw; one for each processor unless given");
+}
+
+void AddLightOption(CLI::App& command, RenderOptions& options) {
     const std::map<std::string, StudioUse> uses = {
         {"auto", StudioUse::WhereDark}, {"studio", StudioUse::Always}, {"scene", StudioUse::Never}};
     command
@@ -300,9 +315,6 @@ void AddQualityOptions(CLI::App& command, RenderOptions& options) {
             "scene (never)")
         ->check(CLI::IsMember({"auto", "studio", "scene"}))
         ->option_text("KIND");
-    AddSettings(command, options.chosen.others);
-    AddCount(command, "--threads", options.threads, kMostThreads,
-             "How many threads draw; one for each processor unless given");
 }
 
 } // namespace
@@ -314,6 +326,7 @@ void AddRenderCommand(CLI::App& app) {
     AddRendererOptions(command, options->renderer);
     AddPictureOptions(command, *options);
     AddTimeOptions(command, *options);
+    AddLightOption(command, *options);
     AddQualityOptions(command, *options);
     command.footer(kExamples);
     command.callback([options] { RunRender(*options); });

@@ -131,6 +131,12 @@ void WarnAboutTypes(const std::vector<std::string>& wanted, const std::set<std::
     }
 }
 
+void PrintTotals(const WalkOptions& options, const Totals& totals) {
+    if (options.json) return WriteOutput("\n],\n\"totals\": " + TotalsJson(totals) + "}\n");
+    const bool isAlone = options.quiet || totals.locations == 0;
+    WriteOutput((isAlone ? "" : "\n") + TotalsText(totals));
+}
+
 /// Prints the locations that match one after the other, and what they hold together.
 void PrintMatches(const GeometryProducer::Ptr& start, const WalkOptions& options,
                   LocationCount& count) {
@@ -142,12 +148,7 @@ void PrintMatches(const GeometryProducer::Ptr& start, const WalkOptions& options
     WalkLocations(start, options.limits, *printer, count, [&](const std::string& text) {
         WriteOutput(options.json ? members.next(text) : text);
     });
-    if (options.json) {
-        WriteOutput("\n],\n\"totals\": " + TotalsJson(totals.get()) + "}\n");
-    } else {
-        const bool isAlone = options.quiet || totals.get().locations == 0;
-        WriteOutput((isAlone ? "" : "\n") + TotalsText(totals.get()));
-    }
+    PrintTotals(options, totals.get());
     WarnAboutTypes(options.types, totals.getTypes());
 }
 

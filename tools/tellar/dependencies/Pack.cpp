@@ -112,7 +112,7 @@ std::string WritePack(const Scene& scene, const std::string& folder, bool allowM
     const SceneFiles files = FindSceneFiles(scene);
     CheckFiles(files, allowMissing);
     PackPlan plan(scene, files);
-    const fs::path target = AbsolutePath(folder);
+    const fs::path target = WithoutLinks(folder);
     CopyAll(plan, target);
     const std::string description = (target / plan.getSceneName()).string();
     WriteFile(description, plan.sceneText());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <set>
 #include <stdexcept>
 #include <string_view>
@@ -52,6 +53,14 @@ fs::path FolderAround(const ImportedFile& import) {
     return Above(folder, levels);
 }
 
+/// The files of its textures that exist.
+std::vector<std::string> TextureFilesOf(const ImportedFile& import) {
+    std::vector<std::string> files;
+    for (const TextureFile& texture : import.textures)
+        std::copy_if(texture.files.begin(), texture.files.end(), std::back_inserter(files), IsFile);
+    return files;
+}
+
 /// A name that is not taken: "tree", then "tree_2".
 std::string FreeName(const std::string& name, const std::set<std::string>& taken) {
     std::string free = name;
@@ -69,6 +78,14 @@ std::set<std::string> NamesIn(const std::string& folder,
         if (!path.empty() && *path.begin() != "..") names.insert(path.begin()->string());
     }
     return names;
+}
+
+GroupAttribute WithArguments(const GroupAttribute& op, const GroupAttribute& args) {
+    GroupBuilder changed;
+    changed.setGroupInherit(op.getGroupInherit());
+    changed.update(op);
+    changed.set("opArgs", args);
+    return changed.build();
 }
 
 std::string NameOfScene(const std::string& scene) {
@@ -106,15 +123,11 @@ void PackPlan::addImport(const ImportedFile& import) {
     add(placeOfFile(import.file), import.file);
     for (const std::string& part : import.parts)
         if (IsFile(part)) add(placeOfFile(part), part);
-    for (const TextureFile& texture : import.textures) {
-        const bool isNear = LevelsUp(texture.path, around) == 0;
-        for (const std::string& file : texture.files) {
-            if (!IsFile(file)) continue;
-            if (isNear)
-                add(placeOfFile(file), file);
-            else
-                addBeside(import.file, file);
-        }
+    for (const std::string& file : TextureFilesOf(import)) {
+        if (LevelsUp(file, around) == 0)
+            add(placeOfFile(file), file);
+        else
+            addBeside(import.file, file);
     }
 }
 
@@ -135,27 +148,36 @@ void PackPlan::addTexture(const TextureFile& texture) {
         add((folder / fs::path(file).filename()).generic_string(), file);
 }
 
-/// The attribute with the places of the textures that it names relative to `folder`.
-Attribute PackPlan::packed(const Attribute& attribute, const std::string& folder) const {
-    if (const GroupAttribute group(attribute); group.isValid()) {
-        std::vector<GroupAttribute::Child> children;
-        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
-            children.emplace_back(group.getChildName(i), packed(group.getChildByIndex(i), folder));
-        return GroupAttribute(children, group.getGroupInherit());
-    }
-    const StringAttribute texts(attribute);
-    if (!texts.isValid() || texts.getNumberOfTimeSamples() != 1) return attribute;
+/// The place of the texture that a text names relative to `folder`, or else to the working
+/// directory. Any other text stays as it is.
+std::string PackPlan::packedText(const std::string& text, const std::string& folder) const {
+    if (text.empty()) return text;
+    const std::string beside = (fs::path(folder) / text).lexically_normal().string();
+    for (const std::string& path : {beside, AbsolutePath(text)})
+        if (const auto found = textures.find(path); found != textures.end()) return found->second;
+    return text;
+}
+
+Attribute PackPlan::packedTexts(const StringAttribute& texts, const std::string& folder) const {
+    if (texts.getNumberOfTimeSamples() != 1) return texts;
     std::vector<std::string> places;
     bool isChanged = false;
     for (const std::string_view text : texts.getNearestSample(0.0f)) {
-        const std::string path = (fs::path(folder) / text).lexically_normal().string();
-        auto found = textures.find(path);
-        if (found == textures.end() && !text.empty())
-            found = textures.find(AbsolutePath(std::string(text)));
-        isChanged = isChanged || found != textures.end();
-        places.push_back(found == textures.end() ? std::string(text) : found->second);
+        places.push_back(packedText(std::string(text), folder));
+        isChanged = isChanged || places.back() != text;
     }
-    return isChanged ? StringAttribute(places, texts.getTupleSize()) : attribute;
+    return isChanged ? StringAttribute(places, texts.getTupleSize()) : texts;
+}
+
+/// The attribute with the places of textures in it.
+Attribute PackPlan::packed(const Attribute& attribute, const std::string& folder) const {
+    if (const StringAttribute texts(attribute); texts.isValid()) return packedTexts(texts, folder);
+    const GroupAttribute group(attribute);
+    if (!group.isValid()) return attribute;
+    std::vector<GroupAttribute::Child> children;
+    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
+        children.emplace_back(group.getChildName(i), packed(group.getChildByIndex(i), folder));
+    return GroupAttribute(children, group.getGroupInherit());
 }
 
 GroupAttribute PackPlan::packedOp(const GroupAttribute& op) const {
@@ -170,11 +192,7 @@ GroupAttribute PackPlan::packedOp(const GroupAttribute& op) const {
     if (!directory.empty()) changed.del("directory");
     if (const std::string file = FileOfOp(op); !file.empty())
         changed.set("file", StringAttribute(imports.at(file)));
-    GroupBuilder packedOp;
-    packedOp.setGroupInherit(op.getGroupInherit());
-    packedOp.update(op);
-    packedOp.set("opArgs", changed.build());
-    return packedOp.build();
+    return WithArguments(op, changed.build());
 }
 
 std::string PackPlan::sceneText() const {

@@ -36,6 +36,9 @@ private:
     void addTexture(const TextureFile& texture);
     void add(const std::string& place, const std::string& source);
     OxAttribute::GroupAttribute packedOp(const OxAttribute::GroupAttribute& op) const;
+    std::string packedText(const std::string& text, const std::string& folder) const;
+    OxAttribute::Attribute packedTexts(const OxAttribute::StringAttribute& texts,
+                                       const std::string& folder) const;
     OxAttribute::Attribute packed(const OxAttribute::Attribute& attribute,
                                   const std::string& folder) const;
 

@@ -1,6 +1,7 @@
 #include "SceneFiles.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <set>
@@ -35,13 +36,13 @@ bool HasArgument(const std::string& opType, std::string_view name) {
         [name](const OxOpType::Argument& argument) { return argument.name == name; });
 }
 
-/// A producer of an op alone, with one argument more.
+/// A producer of an op alone, with the argument "listFiles".
 GeometryProducer::Ptr CookAlone(const GroupAttribute& op, const std::string& location,
-                                const std::string& argument, std::int32_t value) {
+                                std::int32_t listFiles) {
     GroupBuilder changed;
     changed.update(op);
     changed.del("opInputs");
-    changed.set("opArgs." + argument, IntAttribute(value));
+    changed.set("opArgs.listFiles", IntAttribute(listFiles));
     GroupBuilder description;
     description.set("import", changed.build());
     return TELLAR::CreateThreadAwareGeometryProducer(description.build(), location);
@@ -56,20 +57,10 @@ bool IsBelow(const std::string& path, const std::string& folder) {
     return !folder.empty() && path.compare(0, folder.size() + 1, folder + '/') == 0;
 }
 
-/// Adds what the importer opened, and its textures.
-void Examine(const GroupAttribute& op, ImportedFile& import) {
-    constexpr const char* kArgument = "listFiles";
-    const auto list = CookAlone(op, LocationOf(op, "opArgs.location", "/root/world"), kArgument, 1);
-    if (!list) return;
-    const StringAttribute paths(list->getAttribute("sceneFiles.paths"));
-    for (const std::string_view path : paths.getNearestSample(0.0f))
-        if (path != import.file) import.parts.emplace_back(path);
-    import.failure = StringAttribute(list->getAttribute("sceneFiles.failure")).getValue("", false);
-    if (!import.failure.empty()) return;
-    const std::string cache =
-        StringAttribute(list->getAttribute("sceneFiles.imageCache")).getValue("", false);
+/// Adds the textures of the materials. Those in the folder of the image cache are embedded.
+void AddTextures(const GroupAttribute& op, const std::string& cache, ImportedFile& import) {
     const auto materials =
-        CookAlone(op, LocationOf(op, "opArgs.materialLocation", "/root/materials"), kArgument, 0);
+        CookAlone(op, LocationOf(op, "opArgs.materialLocation", "/root/materials"), 0);
     for (const std::string& path : TexturesBelow(materials)) {
         if (IsBelow(path, cache))
             import.embedded.push_back(path);
@@ -78,9 +69,20 @@ void Examine(const GroupAttribute& op, ImportedFile& import) {
     }
 }
 
-ImportedFile ImportOf(const std::string& name, const GroupAttribute& op) {
+/// Adds what the importer opened, and its textures.
+void Examine(const GroupAttribute& op, ImportedFile& import) {
+    const auto location = CookAlone(op, LocationOf(op, "opArgs.location", "/root/world"), 1);
+    if (!location) return;
+    const GroupAttribute list(location->getAttribute("sceneFiles"));
+    const StringAttribute paths(list.getChildByName("paths"));
+    for (const std::string_view path : paths.getNearestSample(0.0f))
+        if (path != import.file) import.parts.emplace_back(path);
+    import.failure = TextAt(list, "failure");
+    if (import.failure.empty()) AddTextures(op, TextAt(list, "imageCache"), import);
+}
+
+ImportedFile ImportOf(const GroupAttribute& op) {
     ImportedFile import;
-    import.op = name;
     import.file = FileOfOp(op);
     try {
         if (HasArgument(TextAt(op, "opType"), "listFiles")) Examine(op, import);
@@ -115,6 +117,12 @@ std::string AbsolutePath(const std::string& path) {
     return fs::absolute(path).lexically_normal().string();
 }
 
+std::string WithoutLinks(const std::string& path) {
+    std::error_code error;
+    const fs::path real = fs::weakly_canonical(AbsolutePath(path), error);
+    return error ? AbsolutePath(path) : real.string();
+}
+
 bool IsFile(const std::string& path) {
     std::error_code ignored;
     return fs::is_regular_file(path, ignored);
@@ -123,18 +131,16 @@ bool IsFile(const std::string& path) {
 std::string FileOfOp(const GroupAttribute& op) {
     const std::string file = TextAt(op, "opArgs.file");
     if (file.empty() || !HasArgument(TextAt(op, "opType"), "file")) return {};
-    return AbsolutePath((fs::path(TextAt(op, "opArgs.directory")) / file).string());
+    return WithoutLinks((fs::path(TextAt(op, "opArgs.directory")) / file).string());
 }
 
 SceneFiles FindSceneFiles(const Scene& scene) {
     SceneFiles files;
-    const bool isInput = scene.getPath() == kInputName;
-    if (!isInput) files.scene = AbsolutePath(scene.getPath());
+    if (scene.getPath() != kInputName) files.scene = AbsolutePath(scene.getPath());
     const GroupAttribute& description = scene.getDescription();
     for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i) {
         const GroupAttribute op(description.getChildByIndex(i));
-        if (!FileOfOp(op).empty())
-            files.imports.push_back(ImportOf(std::string(description.getChildName(i)), op));
+        if (!FileOfOp(op).empty()) files.imports.push_back(ImportOf(op));
     }
     try {
         AddOwnTextures(scene, files);

@@ -18,8 +18,7 @@ struct TextureFile {
 
 /// A file that an op imports, and what belongs to it.
 struct ImportedFile {
-    std::string op;                 ///< the name of the op
-    std::string file;               ///< absolute, as are the other paths
+    std::string file;               ///< absolute and without links, as are the other paths
     std::vector<std::string> parts; ///< other files that are opened to read it
     std::vector<TextureFile> textures;
     std::vector<std::string> embedded; ///< images inside it, as files in the image cache
@@ -38,12 +37,15 @@ struct SceneFiles {
 /// cooking the scene for the textures that its locations name.
 SceneFiles FindSceneFiles(const Scene& scene);
 
-/// The absolute path of the file that an op's argument "file" names; empty if its type has no such
-/// argument. `directory` is that of the arguments.
+/// The path without links of the file that an op's argument "file" names; empty if its type has no
+/// such argument.
 std::string FileOfOp(const OxAttribute::GroupAttribute& op);
 
 /// The path from the working directory on, without "." and "..".
 std::string AbsolutePath(const std::string& path);
+
+/// The absolute path behind all symbolic links, as importers tell it.
+std::string WithoutLinks(const std::string& path);
 
 bool IsFile(const std::string& path);
 

@@ -110,6 +110,23 @@ std::string WithoutFullStop(std::string text) {
     return text;
 }
 
+std::string ExitStatus() {
+    std::string out = Heading("EXIT STATUS");
+    AppendTerm(out, "0", "Success");
+    AppendTerm(out, "1", "Problems or missing files were found");
+    AppendTerm(out, "2", "The arguments or a file are wrong, or memory ran out");
+    AppendTerm(out, "130, 143", "A signal ended the work");
+    return out;
+}
+
+std::string PagesOf(const std::vector<CommandEntry>& commands) {
+    std::string out = Heading("SEE ALSO");
+    for (std::size_t i = 0; i < commands.size(); ++i)
+        out += ".BR tellar\\-" + Escaped(commands[i].name) +
+               (i + 1 < commands.size() ? " (1),\n" : " (1)\n");
+    return out;
+}
+
 std::string TopPage(const CommandTable& table, const std::string& version,
                     const std::string& date) {
     std::string out = Begin("tellar", WithoutFullStop(table.top.summary), version, date) +
@@ -120,16 +137,7 @@ std::string TopPage(const CommandTable& table, const std::string& version,
         AppendTerm(out, Bold("tellar " + command.name), command.summary);
     AppendOptions(out, table.top.options);
     AppendFooter(out, table.top);
-    out += Heading("EXIT STATUS");
-    AppendTerm(out, "0", "Success");
-    AppendTerm(out, "1", "Problems or missing files were found");
-    AppendTerm(out, "2", "The arguments or a file are wrong, or memory ran out");
-    AppendTerm(out, "130, 143", "A signal ended the work");
-    out += Heading("SEE ALSO");
-    for (std::size_t i = 0; i < table.subcommands.size(); ++i)
-        out += ".BR tellar\\-" + Escaped(table.subcommands[i].name) +
-               (i + 1 < table.subcommands.size() ? " (1),\n" : " (1)\n");
-    return out;
+    return out + ExitStatus() + PagesOf(table.subcommands);
 }
 
 std::string PageOf(const CommandEntry& command, const std::string& version,

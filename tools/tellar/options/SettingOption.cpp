@@ -18,10 +18,23 @@ using namespace OxAttribute;
 
 /// The settings that docs/rendering.md names.
 std::vector<std::string> UsualSettings() {
-    return {"cameraName",      "cropWindow",       "resolution",
-            "shutterOpen",     "shutterClose",     "tileRender",
-            "lantern.samples", "lantern.maxDepth", "lantern.clampIndirect",
-            "lantern.exposure"};
+    return {"aovs",
+            "cameraName",
+            "cropWindow",
+            "minutes",
+            "noise",
+            "resolution",
+            "scene",
+            "shutterClose",
+            "shutterOpen",
+            "tileRender",
+            "lantern.clampIndirect",
+            "lantern.exposure",
+            "lantern.maxDepth",
+            "lantern.samples",
+            "lantern.subdivisionEdge",
+            "lantern.subdivisionMemory",
+            "lantern.textureMemory"};
 }
 
 Attribute ValueFromText(const std::string& text) {

@@ -33,6 +33,15 @@ std::vector<std::string> PotentialChildren(GeometryProducer& location) {
     return names;
 }
 
+/// The paths of children whose names are like a missing one.
+std::vector<std::string> SimilarChildren(GeometryProducer& location, const std::string& missing) {
+    std::vector<std::string> similar =
+        TellarInternal::SimilarNames(PotentialChildren(location), missing);
+    for (std::string& name : similar)
+        name = location.getFullName() + '/' + name;
+    return similar;
+}
+
 } // namespace
 
 std::string NormalLocation(const std::string& path) {
@@ -54,15 +63,8 @@ std::string HintAboutLocation(const Ptr& root, const std::string& path) {
     Ptr location = root;
     for (std::size_t i = 1; i < levels.size(); ++i) {
         Ptr child = location->getChildByName(levels[i].c_str());
-        if (child) {
-            location = std::move(child);
-            continue;
-        }
-        std::vector<std::string> similar =
-            TellarInternal::SimilarNames(PotentialChildren(*location), levels[i]);
-        for (std::string& name : similar)
-            name = location->getFullName() + '/' + name;
-        return TellarInternal::MeantQuestion(similar);
+        if (!child) return TellarInternal::MeantQuestion(SimilarChildren(*location, levels[i]));
+        location = std::move(child);
     }
     return {};
 }
