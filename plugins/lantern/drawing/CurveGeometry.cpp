@@ -70,12 +70,12 @@ std::size_t CurveOf(const Curves& curves, Index segment) {
     return static_cast<std::size_t>(after - curves.firstSegments.begin()) - 1;
 }
 
-V2f SetCoordinatesAt(const Curves& curves, const CurveValues<V2f>& set, const RayHit& hit) {
-    if (set.scope == CurveValues<V2f>::Scope::All) return set.values[0];
-    if (set.scope == CurveValues<V2f>::Scope::Curve)
-        return set.values[CurveOf(curves, hit.primitive)];
+template <typename Value>
+Value SetValueAt(const Curves& curves, const CurveValues<Value>& set, const RayHit& hit) {
+    if (set.scope == CurveScope::All) return set.values[0];
+    if (set.scope == CurveScope::Curve) return set.values[CurveOf(curves, hit.primitive)];
     const Weights weights = WeightsAt(curves.basis, hit.u);
-    V2f sum(0, 0);
+    Value sum(0.0f);
     for (int i = 0; i < ControlPoints(curves.basis); ++i)
         sum += set.values[std::size_t(curves.segments[hit.primitive]) + std::size_t(i)] *
                weights[static_cast<std::size_t>(i)];
@@ -117,10 +117,25 @@ HitGeometry CurveGeometryAt(const Curves& curves, const M44f& toWorld, const Ray
     return result;
 }
 
+bool CurveColorAt(const Curves& curves, const RayHit& hit, const std::string& colorSet,
+                  Imath::C4f& color) {
+    for (const CurveValues<Imath::C4f>& set : curves.colorSets) {
+        if (set.name != colorSet) continue;
+        color = SetValueAt(curves, set, hit);
+        return true;
+    }
+    return false;
+}
+
+V3f CurvePointAt(const Curves& curves, const RayHit& hit, float time) {
+    const V4f center = SumAt(curves, hit.primitive, time, WeightsAt(curves.basis, hit.u));
+    return {center.x, center.y, center.z};
+}
+
 V2f CurveCoordinatesAt(const Curves& curves, const RayHit& hit, const std::string& uvSet) {
     for (const CurveValues<V2f>& set : curves.uvSets)
-        if (set.name == uvSet) return SetCoordinatesAt(curves, set, hit);
-    if (!curves.uvSets.empty()) return SetCoordinatesAt(curves, curves.uvSets[0], hit);
+        if (set.name == uvSet) return SetValueAt(curves, set, hit);
+    if (!curves.uvSets.empty()) return SetValueAt(curves, curves.uvSets[0], hit);
     const std::size_t curve = CurveOf(curves, hit.primitive);
     const Index first = curves.firstSegments[curve];
     const Index count = curves.firstSegments[curve + 1] - first;

@@ -171,10 +171,21 @@ bool CoordinatesAt(const SceneData& scene, const RayHit& hit, const std::string&
     return true;
 }
 
+V3f ObjectPositionAt(const SceneData& scene, const RayHit& hit) {
+    const Shape& shape = scene.shapes[scene.instances[hit.instance].shape];
+    if (!shape.curves.segments.empty()) return CurvePointAt(shape.curves, hit, 0);
+    if (shape.mesh.triangles.empty())
+        return CenterAt(shape.spheres, hit.primitive, 0) +
+               Normalized(hit.outward, V3f(0, 0, 1)) * shape.spheres.radii[hit.primitive];
+    std::array<V3f, 3> corners;
+    CornersAt(shape.mesh, hit.primitive, 0, corners.data());
+    return Between(corners, hit.u, hit.v);
+}
+
 bool ColorAt(const SceneData& scene, const RayHit& hit, const std::string& colorSet,
              Imath::C4f& color) {
     const Shape& shape = scene.shapes[scene.instances[hit.instance].shape];
-    if (!shape.curves.segments.empty()) return false;
+    if (!shape.curves.segments.empty()) return CurveColorAt(shape.curves, hit, colorSet, color);
     const bool isMesh = !shape.mesh.triangles.empty();
     const ColorSet* const set =
         FindSet(isMesh ? shape.mesh.colorSets : shape.spheres.colorSets, colorSet);

@@ -33,6 +33,10 @@ bool CoordinatesAt(const SceneData& scene, const RayHit& hit, const std::string&
 /// areas. 0 if the shape has no coordinates or is a curve.
 float CoordinateScaleAt(const SceneData& scene, const RayHit& hit, const std::string& uvSet);
 
+/// The place of the hit in the space of its shape, at the opening of the shutter. On curves it is
+/// the nearest point of their axis.
+V3f ObjectPositionAt(const SceneData& scene, const RayHit& hit);
+
 /// Assigns the color of the set of that name. Returns false, and assigns nothing, if the shape has
 /// no such set.
 bool ColorAt(const SceneData& scene, const RayHit& hit, const std::string& colorSet,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <string>
 
 #include "drawing/Numbers.h"
 #include "drawing/ShadingPoint.h"
@@ -135,15 +136,15 @@ V3f Materials::mappedNormal(MaterialInput input, const RayHit& hit, float time,
     const V3f normal = geometry.shadingNormal;
     if (!constants[index].hasNetwork) return normal;
     const Material& material = scene.materials[index];
+    if (!IsFed(material, input, textures)) return normal;
+    const bool isCoat = input == MaterialInput::CoatNormal;
+    const std::string& uvSet = isCoat ? material.coatNormalUvSet : material.normalUvSet;
     V3f alongS, alongT;
-    if (!IsFed(material, input, textures) ||
-        !TangentsAt(scene, hit, time, material.normalUvSet, geometry.normal, alongS, alongT))
-        return normal;
+    if (!TangentsAt(scene, hit, time, uvSet, geometry.normal, alongS, alongT)) return normal;
     const Color encoded =
         ShadingPoint(scene, textures, hit, material).color(input, {0.5f, 0.5f, 1});
     const V3f bent = encoded * 2.0f - V3f(1);
-    const float scale =
-        input == MaterialInput::Normal ? material.normalScale : material.coatNormalScale;
+    const float scale = isCoat ? material.coatNormalScale : material.normalScale;
     const V3f s = Normalized(alongS - normal * (alongS ^ normal), V3f(0));
     const V3f t = Normalized(alongT - normal * (alongT ^ normal), V3f(0));
     return Normalized((s * bent.x + t * bent.y) * scale + normal * bent.z, normal);

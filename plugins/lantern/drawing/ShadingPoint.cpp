@@ -1,50 +1,13 @@
 #include "drawing/ShadingPoint.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "drawing/HitGeometry.h"
 #include "drawing/Numbers.h"
-#include "drawing/Sampler.h"
+#include "drawing/Patterns.h"
 
 namespace lantern {
 namespace {
-
-/// Coordinates beyond this have no useful fraction, and their integers would overflow.
-constexpr float kMostCoordinate = 1e6f;
-
-bool IsInRange(const V2f& at) {
-    return std::abs(at.x) < kMostCoordinate && std::abs(at.y) < kMostCoordinate;
-}
-
-float Fade(float t) {
-    return t * t * t * (t * (t * 6 - 15) + 10);
-}
-
-/// The product of a lattice point's gradient, one of eight directions, with an offset from it.
-float GradientAt(int x, int y, const V2f& offset) {
-    const std::uint32_t hash =
-        Hash(Hash(static_cast<std::uint32_t>(x)), static_cast<std::uint32_t>(y));
-    const float angle = static_cast<float>(hash & 7) * (kPi / 4);
-    return std::cos(angle) * offset.x + std::sin(angle) * offset.y;
-}
-
-/// About -0.7 to 0.7.
-float OneOctave(const V2f& at) {
-    const V2f cell(std::floor(at.x), std::floor(at.y));
-    const V2f in = at - cell;
-    const int x = static_cast<int>(cell.x), y = static_cast<int>(cell.y);
-    const float below = Mix(GradientAt(x, y, in), GradientAt(x + 1, y, in - V2f(1, 0)), Fade(in.x));
-    const float above = Mix(GradientAt(x, y + 1, in - V2f(0, 1)),
-                            GradientAt(x + 1, y + 1, in - V2f(1, 1)), Fade(in.x));
-    return Mix(below, above, Fade(in.y));
-}
-
-bool IsOddSquare(const V2f& at) {
-    if (!IsInRange(at)) return false;
-    const int sum = static_cast<int>(std::floor(at.x)) + static_cast<int>(std::floor(at.y));
-    return sum % 2 != 0;
-}
 
 Color RampAt(const ShadingStep& step, float place) {
     const auto& stops = step.stops;
@@ -60,16 +23,6 @@ Color RampAt(const ShadingStep& step, float place) {
 }
 
 } // namespace
-
-float Noise(const V2f& at, int octaves) {
-    float sum = 0;
-    float scale = 1;
-    for (int octave = 0; octave < octaves; ++octave, scale *= 2) {
-        if (!IsInRange(at * scale)) break;
-        sum += OneOctave(at * scale) / scale;
-    }
-    return Clamp01(0.5f + 0.7f * sum);
-}
 
 ShadingPoint::ShadingPoint(const SceneData& scene, const Textures& textures, const RayHit& hit,
                            const Material& material)
@@ -118,10 +71,10 @@ bool ShadingPoint::compute(const ShadingStep& step, Color& result) {
         return true;
     }
     case Kind::Checker:
-        result = input(IsOddSquare(coordinates(step)) ? 1 : 0);
+        result = input(IsOddCell(patternPlace(step)) ? 1 : 0);
         return true;
     case Kind::Noise:
-        result = Mix(input(0), input(1), Noise(coordinates(step), step.octaves));
+        result = Mix(input(0), input(1), Noise(patternPlace(step), step.octaves));
         return true;
     case Kind::Ramp:
         result = RampAt(step, input(0).x);
@@ -162,6 +115,12 @@ bool ShadingPoint::image(const ShadingStep& step, Color& result) const {
     const float width =
         hit.footprint > 0 ? hit.footprint * CoordinateScaleAt(scene, hit, uvSet) : 0;
     return textures.color(step.texture, st, width, result);
+}
+
+V3f ShadingPoint::patternPlace(const ShadingStep& step) const {
+    if (step.isInObjectSpace) return ObjectPositionAt(scene, hit) * step.scale;
+    const V2f st = coordinates(step);
+    return {st.x, st.y, 0};
 }
 
 V2f ShadingPoint::coordinates(const ShadingStep& step) const {

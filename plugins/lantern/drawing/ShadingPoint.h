@@ -31,6 +31,7 @@ private:
     Color resultOf(const ShadingValue& value);
     bool image(const ShadingStep& step, Color& result) const;
     V2f coordinates(const ShadingStep& step) const;
+    V3f patternPlace(const ShadingStep& step) const;
 
     const SceneData& scene;
     const Textures& textures;
@@ -40,9 +41,6 @@ private:
     std::uint64_t valid = 0; // a bit for each step that has a result
     std::array<Color, kMostShadingSteps> values;
 };
-
-/// Gradient noise with that many octaves, from 0 to 1. Perlin, "Improving Noise", SIGGRAPH 2002.
-float Noise(const V2f& at, int octaves);
 
 } // namespace lantern
 

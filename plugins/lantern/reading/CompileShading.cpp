@@ -1,9 +1,9 @@
 #include "reading/CompileShading.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cmath>
 #include <utility>
+
+#include "reading/ShadingParameters.h"
 
 namespace lantern {
 
@@ -18,53 +18,6 @@ constexpr std::size_t kMostStops = 1024;
 constexpr double kMostOctaves = 16;
 const Color kBlack(0, 0, 0);
 const Color kWhite(1, 1, 1);
-
-Texture::Wrap ReadWrap(const Attribute& mode) {
-    if (mode.isTextEqual("clamp")) return Texture::Wrap::Clamp;
-    if (mode.isTextEqual("mirror")) return Texture::Wrap::Mirror;
-    if (mode.isTextEqual("decal") || mode.isTextEqual("black")) return Texture::Wrap::Black;
-    return Texture::Wrap::Repeat;
-}
-
-/// Whether a file whose color space is not given holds sRGB: colors do, except in ".exr" and
-/// ".hdr".
-bool IsSrgbByItself(const std::string& file, bool isColor) {
-    std::string extension = file.substr(std::min(file.rfind('.'), file.size()));
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return isColor && extension != ".exr" && extension != ".hdr";
-}
-
-UvTransform MakeUvTransform(const V2f& move, const V2f& scale, float turn) {
-    const float c = std::cos(turn);
-    const float s = std::sin(turn);
-    return {V2f(c, s) * scale.x, V2f(-s, c) * scale.y, move};
-}
-
-UvTransform Composed(const UvTransform& first, const UvTransform& second) {
-    const V2f origin = second(V2f(0, 0));
-    return {second(first.alongS) - origin, second(first.alongT) - origin, second(first.offset)};
-}
-
-/// The numbers of a parameter, or `otherwise`; a single number stands for both.
-V2f ReadPair(const Attribute& value, const V2f& otherwise) {
-    const std::vector<float> numbers = FiniteNumbers(value);
-    if (numbers.empty()) return otherwise;
-    return {numbers[0], numbers.size() > 1 ? numbers[1] : numbers[0]};
-}
-
-/// The parameter "uvTransform": move, scale and turn, five numbers.
-UvTransform ReadUvTransform(const Attribute& value) {
-    const std::vector<float> v = FiniteNumbers(value);
-    return v.size() < 5 ? UvTransform() : MakeUvTransform({v[0], v[1]}, {v[2], v[3]}, v[4]);
-}
-
-/// The color of one or three numbers or more, or `otherwise`.
-Color ReadColor(const Attribute& value, const Color& otherwise) {
-    const std::vector<float> numbers = FiniteNumbers(value);
-    if (numbers.empty()) return otherwise;
-    return numbers.size() < 3 ? Color(numbers[0]) : Color(numbers[0], numbers[1], numbers[2]);
-}
 
 ShadingValue Constant(const Color& value) {
     ShadingValue result;
@@ -81,38 +34,7 @@ ShadingValue WithChannel(ShadingValue value, int channel) {
     return value;
 }
 
-/// The factor of a single channel is the first component.
-Color ReadMultiply(const Attribute& multiply, const Texture& texture, const ShadingUse& use) {
-    const std::vector<float> factors = FiniteNumbers(multiply);
-    if (factors.empty()) return kWhite;
-    const auto at = [&](int channel) {
-        return factors[std::min(static_cast<std::size_t>(channel), factors.size() - 1)];
-    };
-    if (texture.channel < 0) return {at(0), at(1), at(2)};
-    // The factors of a color do not apply to its alpha, which the surface's opacity multiplies.
-    if (texture.channel == 3 && factors.size() == 3) return Color(use.opacity);
-    return Color(at(texture.channel));
-}
-
 } // namespace
-
-int ChannelOf(const std::string& port) {
-    const std::size_t colon = port.rfind(':');
-    const std::string last = colon == std::string::npos ? port : port.substr(colon + 1);
-    const auto place = std::string("rgba").find(last);
-    return last.size() == 1 && place != std::string::npos ? static_cast<int>(place) : -1;
-}
-
-std::vector<float> FiniteNumbers(const Attribute& value) {
-    std::vector<float> numbers = value.floatsNearest();
-    const auto isFinite = [](float number) { return std::isfinite(number); };
-    if (!std::all_of(numbers.begin(), numbers.end(), isFinite)) numbers.clear();
-    return numbers;
-}
-
-std::string NameOfNode(const std::string& flattened) {
-    return flattened.substr(0, flattened.rfind(':'));
-}
 
 ShadingCompiler::ShadingCompiler(const ShadingNetwork& network, const TextureFileOf& textureFileOf,
                                  const WarnOfMaterial& warn)
@@ -278,7 +200,7 @@ bool ShadingCompiler::readTexture(const ShadingNode& image, const std::string& p
     if (texture.channel == 3) texture.isSrgb = false; // alpha is always linear
     texture.wrapU = ReadWrap(image.parameter("wrapU"));
     texture.wrapV = ReadWrap(image.parameter("wrapV"));
-    texture.multiply = ReadMultiply(image.parameter("multiply"), texture, use);
+    texture.multiply = ReadMultiply(image.parameter("multiply"), texture.channel, use.opacity);
     return true;
 }
 
@@ -316,6 +238,11 @@ void ShadingCompiler::readCoordinates(const ShadingNode& node, ShadingStep& step
     constexpr float kDefaultScale = 8; // so that a pattern is visible on coordinates from 0 to 1
     const Coordinates coordinates = coordinatesOf(node);
     const V2f scale = ReadPair(node.parameter("scale"), V2f(kDefaultScale));
+    const Attribute space = node.parameter("space");
+    step.isInObjectSpace = space.isTextEqual("object");
+    step.scale = ReadColor(node.parameter("scale"), V3f(kDefaultScale));
+    if (space && !step.isInObjectSpace && !space.isTextEqual("uv"))
+        warn("\"space\" of a pattern of its material is neither \"uv\" nor \"object\"");
     step.set = coordinates.set;
     step.uvTransform = Composed(coordinates.transform, MakeUvTransform(V2f(0, 0), scale, 0));
 }

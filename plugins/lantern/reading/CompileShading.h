@@ -93,15 +93,6 @@ private:
     bool isFull = false;
 };
 
-/// 0 to 3 for a port that is a single channel ("g" or "out:g"), -1 for all of them.
-int ChannelOf(const std::string& port);
-
-/// The numbers of an attribute; none if one of them is not finite.
-std::vector<float> FiniteNumbers(const Attribute& value);
-
-/// The name of a node without the ":0", ":1", ... that flattening appends.
-std::string NameOfNode(const std::string& flattened);
-
 } // namespace lantern
 
 #endif

@@ -45,6 +45,8 @@ void Append(std::string& key, const ShadingStep& step) {
     Append(key, step.texture);
     AppendText(key, step.set);
     Append(key, step.uvTransform);
+    Append(key, step.isInObjectSpace);
+    Append(key, step.scale);
     Append(key, step.octaves);
     Append(key, step.isStepped);
     Append(key, step.stops.size());
@@ -117,6 +119,7 @@ std::string MaterialDraft::key() const {
     Append(key, values.isDoubleSided);
     Append(key, values.isUnlit);
     AppendText(key, values.normalUvSet);
+    AppendText(key, values.coatNormalUvSet);
     Append(key, values.steps.size());
     for (const ShadingStep& step : values.steps)
         Append(key, step);

@@ -133,37 +133,56 @@ std::vector<Index> ElementsOf(Scope scope, const CurveBuilder& built) {
     return scope == Scope::Face ? built.curveSources : built.pointSources;
 }
 
-CurveValues<V2f>::Scope ScopeOf(Scope scope) {
-    using Of = CurveValues<V2f>::Scope;
-    if (scope == Scope::Primitive) return Of::All;
-    return scope == Scope::Face ? Of::Curve : Of::Point;
+CurveScope ScopeOf(Scope scope) {
+    if (scope == Scope::Primitive) return CurveScope::All;
+    return scope == Scope::Face ? CurveScope::Curve : CurveScope::Point;
 }
 
-void ReadUvs(const ShapeReader& reader, const Attribute& geometry, const CurveBuilder& built,
-             std::size_t pointCount, std::size_t curveCount, Curves& curves) {
-    const Attribute arbitrary = geometry.child("arbitrary");
+/// Reads the sets of values of curves.
+class SetReader {
+public:
+    SetReader(const ShapeReader& reader, const CurveBuilder& built, std::size_t pointCount,
+              std::size_t curveCount)
+        : reader(reader), built(built), pointCount(pointCount), curveCount(curveCount) {}
+
+    /// Adds the set to the list, or warns if it does not fit. `read` reads the set of a number of
+    /// elements.
+    template <typename Value>
+    void read(const std::string& name, const Attribute& set,
+              std::optional<IndexedValues<Value>> (*read)(const Attribute&, std::size_t, float),
+              std::vector<CurveValues<Value>>& list) const {
+        const std::optional<Scope> scope = ReadScope(set);
+        std::optional<IndexedValues<Value>> given;
+        if (scope) given = read(set, countOf(*scope), reader.shutter.open);
+        if (!given)
+            return reader.warn("\"geometry.arbitrary." + name +
+                               "\" does not fit the curves; it is left out");
+        CurveValues<Value> values{name, ScopeOf(*scope), {}};
+        for (const Index element : ElementsOf(*scope, built))
+            values.values.push_back((*given)[element]);
+        list.push_back(std::move(values));
+    }
+
+private:
+    std::size_t countOf(Scope scope) const {
+        if (scope == Scope::Primitive) return 1;
+        return scope == Scope::Face ? curveCount : pointCount;
+    }
+
+    const ShapeReader& reader;
+    const CurveBuilder& built;
+    const std::size_t pointCount, curveCount;
+};
+
+void ReadSets(const SetReader& reader, const Attribute& arbitrary, Curves& curves) {
     for (std::int64_t i = 0; i < arbitrary.childCount(); ++i) {
         const std::string name = arbitrary.childName(i);
-        const Attribute uvSet = arbitrary.childAt(i);
-        if (!IsUvSet(name) || !uvSet.isGroup()) continue;
-        const std::optional<Scope> scope = ReadScope(uvSet);
-        std::optional<IndexedUvs> uvs;
-        if (scope) {
-            const std::size_t count = *scope == Scope::Primitive ? 1
-                                      : *scope == Scope::Face    ? curveCount
-                                                                 : pointCount;
-            uvs = ReadIndexedUvs(uvSet, count, reader.shutter.open);
-        }
-        if (!uvs) {
-            reader.warn("\"geometry.arbitrary." + name +
-                        "\" does not fit the curves; it is left out");
-            continue;
-        }
-        CurveValues<V2f> values{name, ScopeOf(*scope), {}};
-        for (const Index element : ElementsOf(*scope, built))
-            values.values.push_back(
-                uvs->values[uvs->index.empty() ? element : uvs->index[element]]);
-        curves.uvSets.push_back(std::move(values));
+        const Attribute set = arbitrary.childAt(i);
+        if (!set.isGroup()) continue;
+        if (IsUvSet(name))
+            reader.read(name, set, ReadIndexedUvs, curves.uvSets);
+        else if (IsColorSet(name, set))
+            reader.read(name, set, ReadIndexedColors, curves.colorSets);
     }
 }
 
@@ -191,7 +210,8 @@ std::optional<Curves> ReadCurves(const ShapeReader& reader, const Attribute& geo
     curves.isFlat = geometry.child("crossSection").isTextEqual("flat");
     for (const std::vector<V3f>& step : positions)
         curves.points.push_back(WithRadii(step, radii, built.pointSources));
-    ReadUvs(reader, geometry, built, pointCount, counts->size(), curves);
+    ReadSets(SetReader(reader, built, pointCount, counts->size()), geometry.child("arbitrary"),
+             curves);
     curves.segments = std::move(built.segments);
     curves.firstSegments = std::move(built.firstSegments);
     return curves;

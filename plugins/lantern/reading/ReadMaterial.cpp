@@ -4,6 +4,8 @@
 #include <set>
 #include <utility>
 
+#include "reading/ShadingParameters.h"
+
 namespace lantern {
 
 namespace {
@@ -149,6 +151,8 @@ void SurfaceReader::readFed(const MaterialInputInfo& info) {
         const ShadingStep& step = compiler.steps[value.step];
         if (info.input == Input::Normal && step.kind == Kind::Image)
             material.normalUvSet = step.set;
+        if (info.input == Input::CoatNormal && step.kind == Kind::Image)
+            material.coatNormalUvSet = step.set;
         return;
     }
     Color own = value.constant;

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 
+#include <Imath/ImathBox.h>
+
 #include "reading/PointValues.h"
 #include "reading/UvValues.h"
 

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "reading/FlattenMaterial.h"
+#include "reading/ShadingParameters.h"
 
 namespace lantern {
 

@@ -123,14 +123,46 @@ TEST(Curves, HaveCoordinatesAcrossAndAlong) {
     EXPECT_EQ(CurveCoordinatesAt(curves, hit, "st"), V2f(0.5f, 0.75f));
     curves.isFlat = true;
     EXPECT_EQ(CurveCoordinatesAt(curves, hit, "st"), V2f(0.25f, 0.75f));
-    using Values = CurveValues<V2f>;
-    curves.uvSets.push_back({"st", Values::Scope::Point, {V2f(0), V2f(1), V2f(2, 4)}});
-    curves.uvSets.push_back({"st1", Values::Scope::Curve, {V2f(7, 8)}});
-    curves.uvSets.push_back({"st2", Values::Scope::All, {V2f(9, 9)}});
+    curves.uvSets.push_back({"st", CurveScope::Point, {V2f(0), V2f(1), V2f(2, 4)}});
+    curves.uvSets.push_back({"st1", CurveScope::Curve, {V2f(7, 8)}});
+    curves.uvSets.push_back({"st2", CurveScope::All, {V2f(9, 9)}});
     EXPECT_EQ(CurveCoordinatesAt(curves, hit, "st"), V2f(1.5f, 2.5f));
     EXPECT_EQ(CurveCoordinatesAt(curves, hit, "st1"), V2f(7, 8));
     EXPECT_EQ(CurveCoordinatesAt(curves, hit, "st2"), V2f(9, 9));
     EXPECT_EQ(CurveCoordinatesAt(curves, hit, "other"), V2f(1.5f, 2.5f)) << "those of the first";
+}
+
+TEST(Curves, HaveColorsByPointByCurveOrForAll) {
+    Curves curves = CurveOf(Curves::Basis::Linear, {{0, 0, 0}, {0, 1, 0}, {0, 2, 0}}, 1);
+    using Imath::C4f;
+    curves.colorSets = {{"color", CurveScope::Point, {C4f(0.0f), C4f(1.0f), C4f(0.0f)}},
+                        {"color1", CurveScope::Curve, {C4f(0.5f)}},
+                        {"color2", CurveScope::All, {C4f(0.25f)}}};
+    RayHit hit;
+    hit.primitive = 1;
+    hit.u = 0.25f;
+    C4f color(9.0f);
+    EXPECT_FALSE(CurveColorAt(curves, hit, "other", color));
+    EXPECT_EQ(color, C4f(9.0f));
+    EXPECT_TRUE(CurveColorAt(curves, hit, "color", color));
+    EXPECT_EQ(color, C4f(0.75f));
+    EXPECT_TRUE(CurveColorAt(curves, hit, "color1", color));
+    EXPECT_EQ(color, C4f(0.5f));
+    EXPECT_TRUE(CurveColorAt(curves, hit, "color2", color));
+    EXPECT_EQ(color, C4f(0.25f));
+}
+
+TEST(Curves, ShowTheirColors) {
+    Curves curves = CurveOf(Curves::Basis::Linear, {{0, -9, -2}, {0, 9, -2}}, 0.5f);
+    curves.colorSets = {{"color", CurveScope::All, {Imath::C4f(0.5f, 0.25f, 0, 1)}}};
+    Material material = Glowing(Color(0, 0, 0));
+    ShadingStep color;
+    color.kind = ShadingStep::Kind::VertexColor;
+    color.set = "color";
+    Feed(material, MaterialInput::Emission, color);
+    const Picture picture = Drawn(SceneOf(std::move(curves), material));
+    EXPECT_NEAR(At(picture, 8, 8).r, 0.5f, 1e-3f);
+    EXPECT_NEAR(At(picture, 8, 8).g, 0.25f, 1e-3f);
 }
 
 } // namespace

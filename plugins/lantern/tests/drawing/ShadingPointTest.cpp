@@ -76,23 +76,13 @@ TEST(ShadingPoint, InterpolatesBetweenTheStopsOfARamp) {
     EXPECT_EQ(ValueOf({along, ramp}, {0.5f, 0}), Color(0, 0, 0));
 }
 
-TEST(ShadingPoint, HasContinuousNoiseAroundOneHalf) {
-    float least = 1, most = 0, largestStep = 0, before = Noise({0, 0.3f}, 3);
-    double sum = 0;
-    constexpr int kPlaces = 20000;
-    for (int i = 1; i <= kPlaces; ++i) {
-        const float value = Noise({float(i) * 0.01f, 0.3f}, 3);
-        largestStep = std::max(largestStep, std::abs(value - before));
-        least = std::min(least, value);
-        most = std::max(most, value);
-        sum += value;
-        before = value;
-    }
-    EXPECT_NEAR(sum / kPlaces, 0.5, 0.05);
-    EXPECT_LT(least, 0.25f);
-    EXPECT_GT(most, 0.75f);
-    EXPECT_LT(largestStep, 0.06f);
-    EXPECT_EQ(Noise({3, 7}, 1), 0.5f) << "on the lattice";
+TEST(ShadingPoint, HasPatternsOfThePositionInTheShape) {
+    ShadingStep checker = Step(Kind::Checker, Color(1, 0, 0), Color(0, 1, 0));
+    checker.isInObjectSpace = true;
+    checker.scale = V3f(2, 4, 1);
+    EXPECT_EQ(ValueOf({checker}, {0.25f, 0.125f}), Color(1, 0, 0));
+    EXPECT_EQ(ValueOf({checker}, {0.75f, 0.125f}), Color(0, 1, 0));
+    EXPECT_EQ(ValueOf({checker}, {0.25f, 0.375f}), Color(0, 1, 0));
 }
 
 TEST(ShadingPoint, InterpolatesTheColorsOfVertices) {

@@ -99,11 +99,26 @@ TEST(ReadCurves, HaveTextureCoordinatesByCurveAndByPoint) {
                 "index": [0, 1, 0, 1, 0, 1]}})");
     ASSERT_THAT(curves.uvSets, SizeIs(2));
     EXPECT_EQ(curves.uvSets[0].name, "st");
-    EXPECT_EQ(curves.uvSets[0].scope, CurveValues<V2f>::Scope::Curve);
+    EXPECT_EQ(curves.uvSets[0].scope, CurveScope::Curve);
     EXPECT_THAT(curves.uvSets[0].values, ElementsAre(V2f(0.25f, 0.5f), V2f(0.75f, 1)));
-    EXPECT_EQ(curves.uvSets[1].scope, CurveValues<V2f>::Scope::Point);
+    EXPECT_EQ(curves.uvSets[1].scope, CurveScope::Point);
     EXPECT_THAT(curves.uvSets[1].values,
                 ElementsAre(V2f(0), V2f(1), V2f(0), V2f(0), V2f(1), V2f(0), V2f(1), V2f(1)));
+}
+
+TEST(ReadCurves, HaveColorsByCurveAndByPoint) {
+    const Curves curves = ReadCurvesOf(4, R"("numVertices": [2, 2], "arbitrary": {
+        "color": {"scope": "face", "value": {"$type": "float", "values": [[1, 0, 0], [0, 1, 0]]}},
+        "tint": {"scope": "point", "inputType": "color4", "index": [0, 0, 1, 1],
+            "indexedValue": {"$type": "float", "values": [[1, 0, 0, 0.5], [0, 1, 0, 0.25]]}}})");
+    using Imath::C4f;
+    ASSERT_THAT(curves.colorSets, SizeIs(2));
+    EXPECT_EQ(curves.colorSets[0].name, "color");
+    EXPECT_EQ(curves.colorSets[0].scope, CurveScope::Curve);
+    EXPECT_THAT(curves.colorSets[0].values, ElementsAre(C4f(1, 0, 0, 1), C4f(0, 1, 0, 1)));
+    EXPECT_EQ(curves.colorSets[1].scope, CurveScope::Point);
+    EXPECT_THAT(curves.colorSets[1].values, ElementsAre(C4f(1, 0, 0, 0.5f), C4f(1, 0, 0, 0.5f),
+                                                        C4f(0, 1, 0, 0.25f), C4f(0, 1, 0, 0.25f)));
 }
 
 TEST(ReadCurves, MoveWithTheirPoints) {

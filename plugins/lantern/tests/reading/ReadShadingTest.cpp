@@ -101,6 +101,25 @@ TEST(ReadShading, TakesSingleComponentsOfInputs) {
     EXPECT_EQ(material.steps.at(combine.inputs[2].step).kind, Kind::VertexAlpha);
 }
 
+TEST(ReadShading, ReadsPatternsOfThePositionInTheShape) {
+    const Material material = ReadNodes(
+        Node("shader", "matte", "", R"("baseColor": "out@noise", "roughness": "r@checker")") +
+        ", " + Node("noise", "noise", R"("space": "object", "scale": [1.0, 2, 3])") + ", " +
+        Node("checker", "checker", R"("space": "uv")"));
+    EXPECT_TRUE(StepOf(material, Input::BaseColor).isInObjectSpace);
+    EXPECT_EQ(StepOf(material, Input::BaseColor).scale, V3f(1, 2, 3));
+    EXPECT_FALSE(StepOf(material, Input::Roughness).isInObjectSpace);
+}
+
+TEST(ReadShading, HasTangentsOfItsOwnForEachNormalMap) {
+    const Material material =
+        ReadNodes(Node("shader", "matte", "", R"("normal": "out@one", "coatNormal": "out@other")") +
+                  ", " + Node("one", "image", R"("file": "a.png", "uvSet": "st1")") + ", " +
+                  Node("other", "image", R"("file": "b.png", "uvSet": "st2")"));
+    EXPECT_EQ(material.normalUvSet, "st1");
+    EXPECT_EQ(material.coatNormalUvSet, "st2");
+}
+
 TEST(ReadShading, CompilesProceduralNodes) {
     const Material material = ReadNodes(
         Node("shader", "matte", "", R"("baseColor": "out@mix", "roughness": "r@ramp")") + ", " +
