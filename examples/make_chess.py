@@ -96,7 +96,7 @@ def wood(name, *transform):
 
 
 def materials():
-    """Ivory with a coat, amber glass, and wood of three colors."""
+    """Ivory and ebony with coats, amber glass, and wood of three colors."""
     board = {**wood("along", 0, 0, 2, 2, 0), **wood("across", 0, 0, 3, 3, math.pi / 2),
              **node("maple", "multiply", {"a": "out@along"}, b=[0.95, 0.72, 0.46]),
              **node("walnut", "multiply", {"a": "out@across"}, b=[0.26, 0.125, 0.06]),
@@ -109,6 +109,8 @@ def materials():
     return {
         "ivory": surface(baseColor=[0.88, 0.76, 0.58], roughness=0.35, coat=1.0,
                          coatRoughness=0.06, sheenColor=[0.1, 0.08, 0.06]),
+        "ebony": surface(baseColor=[0.035, 0.022, 0.016], roughness=0.3, coat=1.0,
+                         coatRoughness=0.08),
         "amber": surface(baseColor=[1.0, 1.0, 1.0], roughness=0.0, transmission=1.0, ior=1.52,
                          thickness=1.0, attenuationColor=[0.95, 0.42, 0.1],
                          attenuationDistance=0.55),
@@ -168,8 +170,8 @@ def grass(count=420):
 
 
 def pot():
-    profile = [(0.0, 0.0), (0.72, 0.0, 4), (1.0, 1.15), (1.06, 1.3), (1.22, 1.3, 4), (1.24, 1.62, 4),
-               (1.02, 1.62, 4), (0.96, 1.3), (0.0, 1.28)]
+    profile = [(0.0, 0.0), (0.72, 0.0, 4), (1.0, 1.15), (1.06, 1.3), (1.22, 1.3, 4),
+               (1.24, 1.62, 4), (1.02, 1.62, 4), (0.96, 1.3), (0.0, 1.28)]
     return cage_attributes(lathe(profile, 10))
 
 
@@ -283,16 +285,16 @@ def description():
         add(name, "AttributeEdit", f"The cage of every {name} of both sides.",
             paths=[f"{CHESS}/*/{name}*"],
             set={"type": "subdmesh", "geometry": cage_attributes(cage)})
-    world_paths = {"ivory": ["chess/white"], "amber": ["chess/black"], "board": ["board/squares"],
-                   "frame": ["board/frame"], "table": ["table"], "clay": ["plant/pot"],
-                   "grass": ["plant/grass"], "cable": ["garland/cable"],
-                   "bulb": ["garland/bulb_*"]}
-    for name, paths in world_paths.items():
-        add(f"{name}s", "MaterialAssign", f"What is made of {name}.",
-            paths=[f"/root/world/{path}" for path in paths], material=f"/root/materials/{name}")
+    places = {"ivory": "chess/white", "ebony": "chess/black", "amber": "chess/black/king",
+              "board": "board/squares", "frame": "board/frame", "table": "table",
+              "clay": "plant/pot", "grass": "plant/grass", "cable": "garland/cable",
+              "bulb": "garland/bulb_*"}
+    for name, path in places.items():
+        add(f"{name} assigned", "MaterialAssign", f"Things of the material {name}.",
+            paths=[f"/root/world/{path}"], material=f"/root/materials/{name}")
     add("settings", "RenderSettings", "Glass needs long paths.", settings={
-        "cameraName": "/root/world/cam/camera", "resolution": "960x540",
-        "lantern": {"maxDepth": 10, "exposure": 0.8, "clampIndirect": 2.0}})
+        "cameraName": "/root/world/cam/camera", "resolution": "768x432",
+        "lantern": {"maxDepth": 10, "exposure": 0.8, "clampIndirect": 0.7}})
     return {"$schema": "../docs/description.schema.json",
             "comment": "A game of chess that is over, written by make_chess.py", "ops": ops}
 
