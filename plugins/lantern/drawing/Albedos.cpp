@@ -137,58 +137,62 @@ const Table& PerfectFacets() {
     return table;
 }
 
-/// The albedos of a dielectric of one index of refraction.
+/// The reflection of a dielectric of one index of refraction, from outside.
 struct Dielectric {
-    Table reflection; ///< from outside
-    Table total;      ///< from outside
-    Table fromInside; ///< reflection and refraction
-    float fresnel = 0;
+    Table reflection;
+    float fresnel = 0; ///< the mean reflectance of a smooth interface
 
-    explicit Dielectric(float ior) {
-        for (int alpha = 0; alpha < kCells; ++alpha)
-            for (int cosine = 0; cosine < kCells; ++cosine)
-                setEntries(alpha, cosine, ior);
-        for (Table* const table : {&reflection, &total, &fromInside})
-            table->finish();
+    explicit Dielectric(float ior)
+        : reflection(MakeTable([ior](float cosine, float alpha) {
+              return SharesOf(cosine, alpha, 0, [&](float c) { return FresnelDielectric(c, ior); })
+                  .reflected;
+          })) {
         constexpr int kSteps = 256;
         for (int i = 0; i < kSteps; ++i) {
             const float cosine = (float(i) + 0.5f) / kSteps;
             fresnel += 2 * cosine * FresnelDielectric(cosine, ior) / kSteps;
         }
     }
+};
+
+/// The reflection and refraction of a dielectric together.
+struct ClearDielectric {
+    Table fromOutside;
+    Table fromInside;
+
+    explicit ClearDielectric(float ior)
+        : fromOutside(MakeTable(ior)), fromInside(MakeTable(1 / ior)) {}
 
 private:
-    void setEntries(int alpha, int cosine, float ior) {
-        const auto sharesOf = [&](float relative) {
-            return SharesOf(CosineOf(cosine), AlphaOf(alpha), relative,
-                            [&](float c) { return FresnelDielectric(c, relative); });
-        };
-        const Shares outside = sharesOf(ior);
-        const Shares inside = sharesOf(1 / ior);
-        reflection.set(alpha, cosine, outside.reflected);
-        total.set(alpha, cosine, outside.reflected + outside.refracted);
-        fromInside.set(alpha, cosine, inside.reflected + inside.refracted);
+    static Table MakeTable(float ior) {
+        return lantern::MakeTable([ior](float cosine, float alpha) {
+            const Shares shares =
+                SharesOf(cosine, alpha, ior, [&](float c) { return FresnelDielectric(c, ior); });
+            return shares.reflected + shares.refracted;
+        });
     }
 };
 
-/// Made when it is first asked for: most scenes have few indices of refraction.
-const Dielectric& DielectricOf(int iorCell) {
-    static std::array<std::atomic<const Dielectric*>, kCells> known{}; // std::call_once is slower
-    static std::array<std::unique_ptr<const Dielectric>, kCells> made;
+/// A Dielectric or ClearDielectric, made when it is first asked for: most scenes have few indices
+/// of refraction.
+template <typename Kind>
+const Kind& MadeOnce(int iorCell) {
+    static std::array<std::atomic<const Kind*>, kCells> known{}; // std::call_once is slower
+    static std::array<std::unique_ptr<const Kind>, kCells> made;
     static std::array<std::mutex, kCells> locks;
-    if (const Dielectric* const dielectric = known[iorCell].load(std::memory_order_acquire))
-        return *dielectric;
+    if (const Kind* const one = known[iorCell].load(std::memory_order_acquire)) return *one;
     const std::lock_guard<std::mutex> guard(locks[iorCell]);
-    if (!made[iorCell]) made[iorCell] = std::make_unique<const Dielectric>(IorOf(iorCell));
+    if (!made[iorCell]) made[iorCell] = std::make_unique<const Kind>(IorOf(iorCell));
     known[iorCell].store(made[iorCell].get(), std::memory_order_release);
     return *made[iorCell];
 }
 
 /// Interpolates what `value` returns for two dielectrics. `ior` is 1 or more.
-template <typename Value>
+template <typename Kind, typename Value>
 float ByIor(float ior, Value value) {
     const Cell cell = CellOfRoot((ior - 1) / (ior + 1));
-    return Mix(value(DielectricOf(cell.index)), value(DielectricOf(cell.index + 1)), cell.share);
+    return Mix(value(MadeOnce<Kind>(cell.index)), value(MadeOnce<Kind>(cell.index + 1)),
+               cell.share);
 }
 
 } // namespace
@@ -197,8 +201,8 @@ FacetAlbedos::FacetAlbedos(float alpha, float ior) : ior(ior) {
     const Cell byAlpha = CellOfRoot(alpha);
     const Cell byIor = CellOfRoot((ior - 1) / (ior + 1));
     const std::array<const Table*, 3> tables{&PerfectFacets(),
-                                             &DielectricOf(byIor.index).reflection,
-                                             &DielectricOf(byIor.index + 1).reflection};
+                                             &MadeOnce<Dielectric>(byIor.index).reflection,
+                                             &MadeOnce<Dielectric>(byIor.index + 1).reflection};
     for (std::size_t i = 0; i < tables.size(); ++i) {
         rows[i] = {tables[i]->row(byAlpha.index), tables[i]->row(byAlpha.index + 1)};
         means[i] = tables[i]->mean(byAlpha);
@@ -236,32 +240,36 @@ float MeanAlbedoOfPerfectFacets(float alpha) {
 
 float AlbedoOfDielectric(float cosine, float alpha, float ior) {
     if (GgxFacets(alpha).isSpecular()) return FresnelDielectric(cosine, ior);
-    return ByIor(ior, [&](const Dielectric& of) { return of.reflection.at(cosine, alpha); });
+    return ByIor<Dielectric>(ior,
+                             [&](const Dielectric& of) { return of.reflection.at(cosine, alpha); });
 }
 
 float MeanAlbedoOfDielectric(float alpha, float ior) {
     if (GgxFacets(alpha).isSpecular()) return MeanFresnelDielectric(ior);
-    return ByIor(ior, [&](const Dielectric& of) { return of.reflection.mean(alpha); });
+    return ByIor<Dielectric>(ior, [&](const Dielectric& of) { return of.reflection.mean(alpha); });
 }
 
 float TotalAlbedoOfDielectric(float cosine, float alpha, float ior) {
     if (ior < 1)
-        return ByIor(1 / ior,
-                     [&](const Dielectric& of) { return of.fromInside.at(cosine, alpha); });
-    return ByIor(ior, [&](const Dielectric& of) { return of.total.at(cosine, alpha); });
+        return ByIor<ClearDielectric>(
+            1 / ior, [&](const ClearDielectric& of) { return of.fromInside.at(cosine, alpha); });
+    return ByIor<ClearDielectric>(
+        ior, [&](const ClearDielectric& of) { return of.fromOutside.at(cosine, alpha); });
 }
 
 float MeanTotalAlbedoOfDielectric(float alpha, float ior) {
     if (ior < 1)
-        return ByIor(1 / ior, [&](const Dielectric& of) { return of.fromInside.mean(alpha); });
-    return ByIor(ior, [&](const Dielectric& of) { return of.total.mean(alpha); });
+        return ByIor<ClearDielectric>(
+            1 / ior, [&](const ClearDielectric& of) { return of.fromInside.mean(alpha); });
+    return ByIor<ClearDielectric>(
+        ior, [&](const ClearDielectric& of) { return of.fromOutside.mean(alpha); });
 }
 
 /// From inside, the transmitted light is less by the squared index of refraction.
 float MeanFresnelDielectric(float ior) {
     const auto fromOutside = [](const Dielectric& of) { return of.fresnel; };
-    if (ior >= 1) return ByIor(ior, fromOutside);
-    return 1 - (1 - ByIor(1 / ior, fromOutside)) * ior * ior;
+    if (ior >= 1) return ByIor<Dielectric>(ior, fromOutside);
+    return 1 - (1 - ByIor<Dielectric>(1 / ior, fromOutside)) * ior * ior;
 }
 
 float AlbedoOfSheen(float cosine, float alpha) {

@@ -21,6 +21,14 @@ Color PerInterface(const Color& color) {
     return {std::sqrt(color.x), std::sqrt(color.y), std::sqrt(color.z)};
 }
 
+/// The function of each component; called once for a grey color.
+template <typename Function>
+Color ByComponent(const Color& color, Function function) {
+    const float x = function(color.x);
+    if (color.y == color.x && color.z == color.x) return Color(x);
+    return {x, function(color.y), function(color.z)};
+}
+
 float Loss(float albedo) {
     return std::max(0.0f, 1 - albedo);
 }
@@ -169,12 +177,9 @@ float Bsdf::dielectricFresnel(float cosine) const {
 Color Bsdf::dielectricReflectance(float fresnel) const {
     if (fresnel >= 1 || facing >= 1) return Color(fresnel);
     const float towardsGrazing = (fresnel - facing) / (1 - facing);
-    const Color facingColor = surface.specularColor * facing;
-    Color result;
-    for (int i = 0; i < 3; ++i)
-        result[i] =
-            surface.specular * Clamp01(Mix(std::min(facingColor[i], 1.0f), 1, towardsGrazing));
-    return result;
+    return ByComponent(surface.specularColor, [&](float color) {
+        return surface.specular * Clamp01(Mix(std::min(color * facing, 1.0f), 1, towardsGrazing));
+    });
 }
 
 /// The probability of sampling the reflection, not the transmission, of the dielectric.
@@ -201,12 +206,10 @@ Color Bsdf::coloredAlbedo(const FacetAlbedos::Value& own) const {
     const float perfect = facets.isSpecular() ? 1 : own.perfect;
     const float towardsGrazing =
         facing < 1 ? (own.dielectric - facing * perfect) / (1 - facing) : 0;
-    Color result;
-    for (int i = 0; i < 3; ++i) {
-        const float least = std::min(surface.specularColor[i] * facing, 1.0f);
-        result[i] = surface.specular * Clamp01(least * perfect + (1 - least) * towardsGrazing);
-    }
-    return result;
+    return ByComponent(surface.specularColor, [&](float color) {
+        const float least = std::min(color * facing, 1.0f);
+        return surface.specular * Clamp01(least * perfect + (1 - least) * towardsGrazing);
+    });
 }
 
 /// The albedo of single facets of the clear dielectric, reflection and transmission together, for

@@ -33,6 +33,13 @@ private:
     V3f yz, zx, xy;
 };
 
+/// The point times an affine matrix, without the division of Imath's operator.
+V3f ToWorld(const V3f& p, const M44f& m) {
+    return {p.x * m[0][0] + p.y * m[1][0] + p.z * m[2][0] + m[3][0],
+            p.x * m[0][1] + p.y * m[1][1] + p.z * m[2][1] + m[3][1],
+            p.x * m[0][2] + p.y * m[1][2] + p.z * m[2][2] + m[3][2]};
+}
+
 template <typename Value>
 std::array<Value, 3> CornerValuesOf(const CornerValues<Value>& values, const Mesh& mesh,
                                     Index triangle) {
@@ -53,7 +60,7 @@ HitGeometry MeshGeometryAt(const Mesh& mesh, const M44f& toWorld, const RayHit& 
     const V3f local = Between(corners, hit.u, hit.v);
     const NormalTransform normals(toWorld);
     HitGeometry result;
-    result.position = local * toWorld;
+    result.position = ToWorld(local, toWorld);
     const V3f cross = (corners[1] - corners[0]) % (corners[2] - corners[0]);
     result.normal = Normalized(normals(Normalized(cross, V3f(0, 0, 1))), V3f(0, 0, 1));
     result.shadingNormal = result.normal;
@@ -81,7 +88,7 @@ HitGeometry SphereGeometryAt(const Spheres& spheres, const M44f& toWorld, const 
     const V3f outward = Normalized(hit.outward, V3f(0, 0, 1));
     HitGeometry result;
     // More exact than the point at the hit distance along the ray.
-    result.position = (center + outward * radius) * toWorld;
+    result.position = ToWorld(center + outward * radius, toWorld);
     result.normal = WorldNormal(toWorld, outward);
     result.shadingNormal = result.normal;
     const V3f extent(std::abs(center.x) + radius, std::abs(center.y) + radius,

@@ -88,7 +88,11 @@ PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int 
       pathShare(std::max(kLeastPathShare, 1 / std::sqrt(static_cast<float>(std::max(samples, 1))))),
       textures(scene, report), materials(scene, textures),
       geometry(scene, materials, threads, report), infiniteLights(scene.lights, textures),
-      localLights(scene, materials) {}
+      localLights(scene, materials) {
+    pathCone = camera.pixelCone();
+    pathCone.width *= pathShare;
+    pathCone.spread *= pathShare;
+}
 
 PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) const {
     const Sampler sampler(x, y, number);
@@ -107,9 +111,7 @@ PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sa
                                          FirstHit* first) const {
     Path path;
     path.ray = cameraRay;
-    path.cone = camera.pixelCone();
-    path.cone.width *= pathShare;
-    path.cone.spread *= pathShare;
+    path.cone = pathCone;
     for (;; ++path.depth) {
         const int depth = path.depth;
         RayHit hit = geometry.intersect(path.ray, sampler.bits(AtBounce(depth, kOpacity)));

@@ -49,6 +49,7 @@ private:
     const SceneData& scene;
     CameraRays camera;
     const bool isMoving;   // anything at all, the camera or what it sees
+    RayCone pathCone;      // of a path that begins at the camera
     const float pathShare; // of a path in the width of what all paths of a pixel see
     Textures textures;
     Materials materials;
