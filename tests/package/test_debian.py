@@ -38,6 +38,7 @@ class DebianPackageTest(PackageTest):
     def test_it_has_the_licence_and_all_components(self):
         files = files_in(self.tree)
         for path in ("usr/share/doc/oxtellarproducers/copyright", "usr/bin/tellar",
+                     "usr/share/man/man1/tellar-walk.1",
                      "usr/share/bash-completion/completions/tellar",
                      "usr/share/zsh/site-functions/_tellar",
                      "usr/share/fish/vendor_completions.d/tellar.fish",

@@ -77,7 +77,9 @@ def write_site(folder):
     quad = {"a": {**QUAD, "material": image_material(str(site / "maps/wood.png"))}}
     old = {"a": {**QUAD, "material": image_material(str(site / "maps/old/wood.png")),
                  "xform.translate": [-4.0, 0, 0]}}
-    description = static_scene({"world": {"c": {"quad": quad, "old": old}}})
+    skin = {"a": {**QUAD, "material": image_material(str(site / "robot/textures/skin.png")),
+                  "xform.translate": [8.0, 0, 0]}}
+    description = static_scene({"world": {"c": {"quad": quad, "old": old, "skin": skin}}})
     description["ops"][0]["name"] = "quads"
     description["ops"] += [
         {"name": "robot", "type": "SceneImport", "args": {
@@ -86,7 +88,10 @@ def write_site(folder):
         {"name": "box", "type": "SceneImport", "args": {
             "file": "box/box.obj", "location": "/root/world/box",
             "materialLocation": "/root/materials/box"}},
-        {"name": "all", "type": "Merge", "inputs": ["quads", "robot", "box"]}]
+        {"name": "twin", "type": "SceneImport", "args": {
+            "file": "robot/source/robot.gltf", "location": "/root/world/twin",
+            "materialLocation": "/root/materials/twin"}},
+        {"name": "all", "type": "Merge", "inputs": ["quads", "robot", "box", "twin"]}]
     (site / "scene.json").write_text(json.dumps(description))
     return {"scene": [site / "scene.json"],
             "model": [site / "box/box.obj", site / "robot/source/robot.gltf"],

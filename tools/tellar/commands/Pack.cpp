@@ -15,6 +15,7 @@
 #include "StagedFolder.h"
 #include "TemporaryFolder.h"
 #include "ZipFile.h"
+#include "files/ReplacingFile.h"
 
 namespace TellarTool {
 
@@ -62,7 +63,8 @@ void PackZip(const PackOptions& options) {
     const TemporaryFolder folder;
     const std::string name = fs::path(options.target).stem().string();
     WritePack(scene, folder.file(name), options.allowMissing);
-    WriteZip(options.target, folder.file(name), name);
+    const std::string file = TellarInternal::BehindLinks(options.target);
+    WriteZip(file.empty() ? options.target : file, folder.file(name), name);
 }
 
 void RunPack(const PackOptions& options) {

@@ -100,7 +100,7 @@ PackPlan::PackPlan(const Scene& scene, const SceneFiles& files)
       sceneFolder(fs::path(files.scene).parent_path().string()),
       sceneName(NameOfScene(files.scene)) {
     for (const ImportedFile& import : files.imports)
-        if (imports.count(import.file) == 0) addImport(import);
+        addImport(import);
     for (const TextureFile& texture : files.textures)
         addTexture(texture);
 }
@@ -110,6 +110,7 @@ void PackPlan::add(const std::string& place, const std::string& source) {
     if (!isNew && entry->second != source)
         throw std::runtime_error("\"" + entry->second + "\" and \"" + source +
                                  "\" would both be \"" + place + "\" in the pack");
+    places.emplace(source, place);
 }
 
 void PackPlan::addImport(const ImportedFile& import) {
@@ -144,17 +145,18 @@ void PackPlan::addTexture(const TextureFile& texture) {
     fs::path folder = kTextures;
     if (taken.count(path.filename().string()) != 0) folder /= FreeName(path.stem().string(), taken);
     textures[texture.path] = (folder / path.filename()).generic_string();
+    places[texture.path] = textures[texture.path];
     for (const std::string& file : texture.files)
         add((folder / fs::path(file).filename()).generic_string(), file);
 }
 
-/// The place of the texture that a text names relative to `folder`, or else to the working
+/// The place of the file that a text names relative to `folder`, or else to the working
 /// directory. Any other text stays as it is.
 std::string PackPlan::packedText(const std::string& text, const std::string& folder) const {
     if (text.empty()) return text;
     const std::string beside = (fs::path(folder) / text).lexically_normal().string();
     for (const std::string& path : {beside, AbsolutePath(text)})
-        if (const auto found = textures.find(path); found != textures.end()) return found->second;
+        if (const auto found = places.find(path); found != places.end()) return found->second;
     return text;
 }
 
@@ -169,7 +171,7 @@ Attribute PackPlan::packedTexts(const StringAttribute& texts, const std::string&
     return isChanged ? StringAttribute(places, texts.getTupleSize()) : texts;
 }
 
-/// The attribute with the places of textures in it.
+/// The attribute with the places of the files that it names.
 Attribute PackPlan::packed(const Attribute& attribute, const std::string& folder) const {
     if (const StringAttribute texts(attribute); texts.isValid()) return packedTexts(texts, folder);
     const GroupAttribute group(attribute);

@@ -46,8 +46,9 @@ private:
     std::string sceneFolder;
     std::string sceneName;
     std::map<std::string, std::string> sources;
-    std::map<std::string, std::string> imports; // places by paths, as for the next one
-    std::map<std::string, std::string> textures;
+    std::map<std::string, std::string> imports;  // places by paths, as for the next two
+    std::map<std::string, std::string> textures; // of the ops
+    std::map<std::string, std::string> places;   // of all files and sets of tiles
 };
 
 } // namespace TellarTool

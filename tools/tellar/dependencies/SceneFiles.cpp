@@ -92,6 +92,27 @@ ImportedFile ImportOf(const GroupAttribute& op) {
     return import;
 }
 
+template <typename T>
+void Unite(std::vector<T>& into, const std::vector<T>& other) {
+    into.insert(into.end(), other.begin(), other.end());
+    std::sort(into.begin(), into.end());
+    const auto isSame = [](const T& a, const T& b) { return !(a < b) && !(b < a); };
+    into.erase(std::unique(into.begin(), into.end(), isSame), into.end());
+}
+
+/// Several ops may import one file, such as its variants, and need different textures.
+void AddImport(std::vector<ImportedFile>& imports, const ImportedFile& import) {
+    const auto known =
+        std::find_if(imports.begin(), imports.end(), [&import](const ImportedFile& candidate) {
+            return candidate.file == import.file;
+        });
+    if (known == imports.end()) return imports.push_back(import);
+    Unite(known->parts, import.parts);
+    Unite(known->textures, import.textures);
+    Unite(known->embedded, import.embedded);
+    if (known->failure.empty()) known->failure = import.failure;
+}
+
 void AddPaths(const ImportedFile& import, std::set<std::string>& known) {
     known.insert(import.embedded.begin(), import.embedded.end());
     for (const TextureFile& texture : import.textures)
@@ -140,7 +161,7 @@ SceneFiles FindSceneFiles(const Scene& scene) {
     const GroupAttribute& description = scene.getDescription();
     for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i) {
         const GroupAttribute op(description.getChildByIndex(i));
-        if (!FileOfOp(op).empty()) files.imports.push_back(ImportOf(op));
+        if (!FileOfOp(op).empty()) AddImport(files.imports, ImportOf(op));
     }
     try {
         AddOwnTextures(scene, files);

@@ -27,8 +27,8 @@ struct ImportedFile {
 
 /// All files that a scene needs.
 struct SceneFiles {
-    std::string scene; ///< empty for standard input
-    std::vector<ImportedFile> imports;
+    std::string scene;                 ///< empty for standard input
+    std::vector<ImportedFile> imports; ///< one for each file, for all ops together
     std::vector<TextureFile> textures; ///< those that the ops name themselves
     std::string failure;               ///< why the scene cannot be cooked; empty if it can
 };

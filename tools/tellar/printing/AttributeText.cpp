@@ -77,6 +77,45 @@ std::string DescribeData(const AttributeT& attribute, const char* type) {
     return out;
 }
 
+/// Walks the values of nested groups. It keeps its own stack, because groups may be nested deep.
+class ValueWalk {
+public:
+    using Line = std::function<void(const std::string&, const std::string&)>;
+
+    explicit ValueWalk(const Line& line) : line(line) {}
+
+    void visit(const std::string& path, const Attribute& value) {
+        const GroupAttribute group(value);
+        if (group.getNumberOfChildren() == 0)
+            line(path, DescribeValue(value));
+        else
+            open.push_back({group, 0, path.empty() ? path : path + '.'});
+    }
+
+    /// Visits the next child of the innermost open group. False when all groups are done.
+    bool next() {
+        while (!open.empty() && open.back().next == open.back().group.getNumberOfChildren())
+            open.pop_back();
+        if (open.empty()) return false;
+        Level& level = open.back();
+        const std::int64_t index = level.next++;
+        std::string path = level.prefix;
+        AppendPrintable(path, level.group.getChildNameView(index));
+        visit(path, level.group.getChildByIndex(index));
+        return true;
+    }
+
+private:
+    struct Level {
+        GroupAttribute group;
+        std::int64_t next;
+        std::string prefix;
+    };
+
+    const Line& line;
+    std::vector<Level> open;
+};
+
 } // namespace
 
 std::string DescribeValue(const Attribute& attribute) {
@@ -101,30 +140,9 @@ std::string DescribeValue(const Attribute& attribute) {
 
 void ForEachValue(const std::string& name, const Attribute& attribute,
                   const std::function<void(const std::string&, const std::string&)>& line) {
-    struct Level {
-        GroupAttribute group;
-        std::int64_t next;
-        std::string prefix;
-    };
-    std::vector<Level> open; // not the thread's stack: groups may be nested deep
-    const auto visit = [&](const std::string& path, const Attribute& value) {
-        const GroupAttribute group(value);
-        if (group.getNumberOfChildren() == 0)
-            line(path, DescribeValue(value));
-        else
-            open.push_back({group, 0, path.empty() ? path : path + '.'});
-    };
-    visit(name, attribute);
-    while (!open.empty()) {
-        Level& level = open.back();
-        if (level.next == level.group.getNumberOfChildren()) {
-            open.pop_back();
-            continue;
-        }
-        const std::int64_t index = level.next++;
-        std::string path = level.prefix;
-        AppendPrintable(path, level.group.getChildNameView(index));
-        visit(path, level.group.getChildByIndex(index));
+    ValueWalk walk(line);
+    walk.visit(name, attribute);
+    while (walk.next()) {
     }
 }
 
