@@ -1,39 +1,32 @@
 #include "drawing/Textures.h"
 
 #include <algorithm>
-#include <array>
-#include <atomic>
 #include <cctype>
 #include <cmath>
 #include <cstdint>
-#include <filesystem>
 #include <mutex>
 #include <set>
 #include <string>
-#include <system_error>
 #include <vector>
 
-#include <Imath/half.h>
 #include <OpenImageIO/imagecache.h>
 
 #include "drawing/FileKind.h"
 #include "drawing/MipPyramid.h"
 #include "drawing/Numbers.h"
 #include "drawing/TextureCache.h"
-#include "drawing/ToneCurve.h"
+#include "drawing/TextureImage.h"
 
 namespace lantern {
 namespace {
 
 using OIIO::ImageCache;
 using OIIO::TypeDesc;
+using Image = TextureImage;
+using Level = TextureLevel;
 
-std::array<float, 256> LinearBytes() {
-    std::array<float, 256> values{};
-    for (std::size_t i = 0; i < values.size(); ++i)
-        values[i] = LinearFromSrgb(static_cast<float>(i) / 255);
-    return values;
-}
+constexpr int kFirstUdim = 1001;
+constexpr int kUdimColumns = 10;
 
 /// The texel at a place that may be outside of the image; -1 for black.
 int Wrapped(std::int64_t place, int size, Texture::Wrap wrap) {
@@ -66,104 +59,6 @@ struct Neighbours {
     float share;
 };
 
-/// The channels of a file that are read.
-struct Channels {
-    int first = 0;
-    int count = 0; ///< 3; 1 for a value that is used three times; 0 for a constant 1
-};
-
-/// A file with less than three channels is grey. A file without alpha is opaque.
-Channels ChannelsOf(const Texture& texture, int channels) {
-    const bool isGrey = channels < 3;
-    if (texture.channel < 0) return {0, isGrey ? 1 : 3};
-    if (texture.channel < 3) return {isGrey ? 0 : texture.channel, 1};
-    const int alpha = isGrey ? 1 : 3;
-    return alpha < channels ? Channels{alpha, 1} : Channels{};
-}
-
-/// The texels of an image at one resolution.
-struct Level {
-    ImageCache::ImageHandle* handle = nullptr;
-    int mipLevel = 0; // in the file
-    int width = 0, height = 0;
-    int gridX = 0, gridY = 0;     // where the texels begin in the grid of tiles
-    int originX = 0, originY = 0; // of the grid of tiles
-    int tileWidth = 0, tileHeight = 0;
-    bool isSrgb = false; // never for alpha
-};
-
-/// An open texture file.
-struct Image {
-    const Texture* texture = nullptr;
-    bool isReadable = false;
-    int channelCount = 0;
-    Channels channels;
-    std::vector<Level> levels; // the first one is the finest, each next one has half of its sides
-    mutable std::atomic<bool> isReported{false};
-
-    int width() const { return levels[0].width; }
-    int height() const { return levels[0].height; }
-};
-
-/// A tile of an image, which stays in the cache as long as this object lives.
-class HeldTile {
-public:
-    HeldTile(ImageCache& cache, const Image& image, const Level& level, int x, int y)
-        : cache(cache), image(image), level(level),
-          left((level.gridX + x) / level.tileWidth * level.tileWidth - level.gridX),
-          top((level.gridY + y) / level.tileHeight * level.tileHeight - level.gridY),
-          tile(cache.get_tile(level.handle, nullptr, 0, level.mipLevel,
-                              level.originX + level.gridX + x, level.originY + level.gridY + y, 0)),
-          pixels(tile ? cache.tile_pixels(tile, format) : nullptr) {}
-    ~HeldTile() {
-        if (tile) cache.release_tile(tile);
-    }
-    HeldTile(const HeldTile&) = delete;
-    HeldTile& operator=(const HeldTile&) = delete;
-
-    bool isLoaded() const { return pixels; }
-    bool has(int x, int y) const {
-        return x >= left && y >= top && x < left + level.tileWidth && y < top + level.tileHeight;
-    }
-    /// The texel at a place for which has() is true.
-    Color texel(int x, int y) const {
-        const std::size_t place = std::size_t(y - top) * level.tileWidth + x - left;
-        const std::size_t first = place * image.channelCount + image.channels.first;
-        if (image.channels.count == 0) return {1, 1, 1};
-        if (image.channels.count == 1) return Color(value(first));
-        return {value(first), value(first + 1), value(first + 2)};
-    }
-
-private:
-    float value(std::size_t at) const {
-        static const std::array<float, 256> linearBytes = LinearBytes();
-        if (format.basetype == TypeDesc::UINT8) {
-            const std::uint8_t byte = static_cast<const std::uint8_t*>(pixels)[at];
-            return level.isSrgb ? linearBytes[byte] : static_cast<float>(byte) / 255;
-        }
-        const float number = wide(at);
-        return level.isSrgb ? LinearFromSrgb(number) : number;
-    }
-    float wide(std::size_t at) const {
-        switch (format.basetype) {
-        case TypeDesc::UINT16:
-            return static_cast<float>(static_cast<const std::uint16_t*>(pixels)[at]) / 65535;
-        case TypeDesc::HALF:
-            return static_cast<const Imath::half*>(pixels)[at];
-        default: // the cache converts all other types to floats
-            return static_cast<const float*>(pixels)[at];
-        }
-    }
-
-    ImageCache& cache;
-    const Image& image;
-    const Level& level;
-    const int left, top;
-    TypeDesc format;
-    ImageCache::Tile* const tile;
-    const void* const pixels;
-};
-
 /// "material "NAME": " for the first material whose network has the texture; "" if there is none.
 std::string MaterialUsing(const SceneData& scene, Index texture) {
     for (const Material& material : scene.materials)
@@ -171,44 +66,6 @@ std::string MaterialUsing(const SceneData& scene, Index texture) {
             if (step.kind == ShadingStep::Kind::Image && step.texture == texture)
                 return "material \"" + material.name + "\": ";
     return {};
-}
-
-/// The size in the cache of a tile, or of the whole image without tiles. The sides are positive.
-double PieceBytes(const OIIO::ImageSpec& spec) {
-    const double width = spec.tile_width > 0 ? spec.tile_width : spec.width;
-    const double height = spec.tile_height > 0 ? spec.tile_height : spec.height;
-    const bool isKept = spec.format == TypeDesc::UINT8 || spec.format == TypeDesc::UINT16 ||
-                        spec.format == TypeDesc::HALF; // the cache makes floats of all others
-    return width * height * spec.nchannels * double(isKept ? spec.format.size() : sizeof(float));
-}
-
-/// Whether the cache can take a piece of this size.
-bool IsTileSound(const OIIO::ImageSpec& spec) {
-    return PieceBytes(spec) <= 0x7fffffff;
-}
-
-/// Whether a file of this size can hold the image. No format makes pictures this much smaller, so
-/// that the header of a small file cannot ask for all memory.
-bool IsPlausible(const OIIO::ImageSpec& spec, const std::string& file) {
-    constexpr double kAnyFile = double(std::uint64_t(1) << 26);
-    constexpr double kMostBytesPerByte = 8192;
-    if (PieceBytes(spec) <= kAnyFile) return true;
-    std::error_code error;
-    const auto size = std::filesystem::file_size(file, error);
-    return error || PieceBytes(spec) <= kMostBytesPerByte * double(size);
-}
-
-Level LevelOf(ImageCache::ImageHandle* handle, int mipLevel, const OIIO::ImageSpec& spec) {
-    Level level;
-    level.handle = handle;
-    level.mipLevel = mipLevel;
-    level.width = spec.width;
-    level.height = spec.height;
-    level.originX = spec.x;
-    level.originY = spec.y;
-    level.tileWidth = spec.tile_width > 0 ? spec.tile_width : spec.width;
-    level.tileHeight = spec.tile_height > 0 ? spec.tile_height : spec.height;
-    return level;
 }
 
 /// The texels of an image that a unit of texture coordinates covers, as the side of a square.
@@ -228,6 +85,13 @@ struct Textures::Library {
     }
 
     void open(Image& image) const;
+    void openFile(Image& image) const;
+    void openTiles(Image& image) const;
+    /// The image at these coordinates, which become those in its square. Null, after a warning, if
+    /// there is none.
+    const Image* imageAt(Index texture, V2f& place) const;
+    /// The image of a texture that is no set. Null if it cannot be read.
+    const Image* whole(Index texture) const;
     void addLevels(Image& image) const;
     bool texel(const Image& image, const Level& level, int x, int y, Color& value) const;
     /// Bilinear interpolation; coordinates are from 0 to 1 with `t` from the top.
@@ -262,25 +126,76 @@ void Textures::Library::warn(const Image& image, const std::string& why) const {
     // tells only the first time what is wrong with it.
     const auto texture = static_cast<Index>(image.texture - scene.textures.data());
     const std::string what =
-        MaterialUsing(scene, texture) + "cannot read the texture \"" + image.texture->file + "\"";
+        MaterialUsing(scene, texture) + "cannot read the texture \"" + image.file + "\"";
     const std::lock_guard<std::mutex> guard(lock);
     if (reported.insert(what).second) report.warn(what + ": " + why);
 }
 
 void Textures::Library::open(Image& image) const {
-    if (IsOtherThanFile(image.texture->file)) return warn(image, "it is not a regular file");
-    auto* const handle = cache->get_image_handle(OIIO::ustring(image.texture->file));
+    image.file = image.texture->file;
+    image.wrapU = image.texture->wrapU;
+    image.wrapV = image.texture->wrapV;
+    if (IsUdim(image.file))
+        openTiles(image);
+    else
+        openFile(image);
+}
+
+void Textures::Library::openTiles(Image& image) const {
+    for (const auto& [number, file] : UdimFiles(image.file)) {
+        const auto index = static_cast<std::size_t>(number - kFirstUdim);
+        if (index >= image.tiles.size()) image.tiles.resize(index + 1);
+        auto tile = std::make_unique<Image>();
+        tile->texture = image.texture;
+        tile->file = file;
+        tile->wrapU = tile->wrapV = Texture::Wrap::Clamp;
+        openFile(*tile);
+        image.isReadable = image.isReadable || tile->isReadable;
+        image.tiles[index] = std::move(tile);
+    }
+    if (image.tiles.empty()) warn(image, "there are no files of that name");
+}
+
+const Image* Textures::Library::imageAt(Index texture, V2f& place) const {
+    if (texture >= images.size() || !images[texture].isReadable) return nullptr;
+    const Image& image = images[texture];
+    if (image.tiles.empty()) return &image;
+    const V2f square(std::floor(place.x), std::floor(place.y));
+    const auto rows = static_cast<float>(image.tiles.size() / kUdimColumns + 1);
+    const bool isNumbered = square.x >= 0 && square.x < float(kUdimColumns) && square.y >= 0;
+    place -= square;
+    if (!isNumbered || !(square.y < rows)) {
+        warn(image, "it has no tiles for some texture coordinates");
+        return nullptr;
+    }
+    const int index = static_cast<int>(square.x) + kUdimColumns * static_cast<int>(square.y);
+    const auto tile = static_cast<std::size_t>(index);
+    if (tile < image.tiles.size() && image.tiles[tile])
+        return image.tiles[tile]->isReadable ? image.tiles[tile].get() : nullptr;
+    warn(image, "its tile " + std::to_string(kFirstUdim + index) + " is missing");
+    return nullptr;
+}
+
+const Image* Textures::Library::whole(Index texture) const {
+    const bool isWhole =
+        texture < images.size() && images[texture].isReadable && images[texture].tiles.empty();
+    return isWhole ? &images[texture] : nullptr;
+}
+
+void Textures::Library::openFile(Image& image) const {
+    if (IsOtherThanFile(image.file)) return warn(image, "it is not a regular file");
+    auto* const handle = cache->get_image_handle(OIIO::ustring(image.file));
     const bool isGood = handle && cache->good(handle);
     const OIIO::ImageSpec* const spec = isGood ? cache->imagespec(handle, nullptr) : nullptr;
     if (!spec || spec->width < 1 || spec->height < 1 || spec->nchannels < 1 || spec->depth > 1)
         return warn(image);
-    if (!IsTileSound(*spec))
+    if (!IsPieceSound(*spec))
         return warn(image, "it has " + std::to_string(spec->width) + " x " +
                                std::to_string(spec->height) + " pixels in one piece");
-    if (!IsPlausible(*spec, image.texture->file))
+    if (!IsPlausible(*spec, image.file))
         return warn(image, "it is too small for " + std::to_string(spec->width) + " x " +
                                std::to_string(spec->height) + " pixels");
-    AddTexturePiece(*cache, image.texture->file, static_cast<std::uint64_t>(PieceBytes(*spec)));
+    AddTexturePiece(*cache, image.file, static_cast<std::uint64_t>(PieceBytes(*spec)));
     image.channelCount = spec->nchannels;
     image.channels = ChannelsOf(*image.texture, spec->nchannels);
     image.levels = {LevelOf(handle, 0, *spec)};
@@ -301,7 +216,7 @@ void Textures::Library::addLevels(Image& image) const {
         const OIIO::ImageSpec* const spec = cache->imagespec(finest.handle, nullptr, 0, i);
         const bool isHalf = spec && spec->width == std::max(image.levels.back().width / 2, 1) &&
                             spec->height == std::max(image.levels.back().height / 2, 1);
-        if (!isHalf || !IsTileSound(*spec)) return;
+        if (!isHalf || !IsPieceSound(*spec)) return;
         Level level = LevelOf(finest.handle, i, *spec);
         level.isSrgb = finest.isSrgb;
         image.levels.push_back(level);
@@ -309,10 +224,10 @@ void Textures::Library::addLevels(Image& image) const {
     if (inFile > 1) return;
     const std::vector<MipPlace> places = MipPlaces(finest.width, finest.height);
     if (places.empty()) return;
-    auto* const pyramid = AddMipPyramid(*cache, image.texture->file, image.texture->isSrgb);
+    auto* const pyramid = AddMipPyramid(*cache, image.file, image.texture->isSrgb);
     const OIIO::ImageSpec* const spec = pyramid ? cache->imagespec(pyramid, nullptr) : nullptr;
     if (!spec || spec->nchannels != image.channelCount) return;
-    AddTexturePiece(*cache, "mipmaps of " + image.texture->file,
+    AddTexturePiece(*cache, "mipmaps of " + image.file,
                     static_cast<std::uint64_t>(PieceBytes(*spec)));
     // Levels that the pyramid leaves out are taken from the finest one.
     image.levels.resize(static_cast<std::size_t>(places[0].level), finest);
@@ -339,9 +254,8 @@ bool Textures::Library::texel(const Image& image, const Level& level, int x, int
 
 bool Textures::Library::filter(const Image& image, const V2f& st, float texels,
                                Color& value) const {
-    const Texture& texture = *image.texture;
     const auto at = [&](std::size_t level, Color& found) {
-        return blend(image, image.levels[level], st, texture.wrapU, texture.wrapV, found);
+        return blend(image, image.levels[level], st, image.wrapU, image.wrapV, found);
     };
     const auto coarsest = static_cast<float>(image.levels.size() - 1);
     const float place = texels > 1 ? std::min(std::log2(texels), coarsest) : 0;
@@ -399,29 +313,31 @@ bool Textures::has(Index texture) const {
 
 bool Textures::color(Index texture, const V2f& st, float width, Color& value) const {
     if (!has(texture)) return false;
-    const Image& image = library->images[texture];
-    const V2f place = image.texture->uvTransform(st);
-    const float texels = width > 0 ? width * TexelsPerUnit(image) : 0;
-    return library->filter(image, {place.x, 1 - place.y}, texels, value);
+    V2f place = library->images[texture].texture->uvTransform(st);
+    const Image* const image = library->imageAt(texture, place);
+    if (!image) return false;
+    const float texels = width > 0 ? width * TexelsPerUnit(*image) : 0;
+    return library->filter(*image, {place.x, 1 - place.y}, texels, value);
 }
 
 bool Textures::around(Index texture, const V2f& st, Color& value) const {
-    if (!has(texture)) return false;
-    const Image& image = library->images[texture];
-    return library->blend(image, image.levels[0], st, Texture::Wrap::Repeat, Texture::Wrap::Clamp,
-                          value);
+    const Image* const image = library->whole(texture);
+    return image && library->blend(*image, image->levels[0], st, Texture::Wrap::Repeat,
+                                   Texture::Wrap::Clamp, value);
 }
 
 bool Textures::size(Index texture, int& width, int& height) const {
-    if (!has(texture)) return false;
-    width = library->images[texture].width();
-    height = library->images[texture].height();
+    const Image* const image = library->whole(texture);
+    if (!image) return false;
+    width = image->width();
+    height = image->height();
     return true;
 }
 
 void Textures::eachTexel(Index texture, const TexelFunction& function) const {
-    if (!has(texture)) return;
-    const Image& image = library->images[texture];
+    const Image* const found = library->whole(texture);
+    if (!found) return;
+    const Image& image = *found;
     const Level& level = image.levels[0];
     // The columns of tiles that cannot be read, so that not every row tries again.
     std::vector<bool> isBroken(static_cast<std::size_t>(image.width() / level.tileWidth) + 1);

@@ -112,6 +112,42 @@ TEST_F(TexturesTest, FollowTheirWrapMode) {
     EXPECT_EQ(lookUp(texture, {0.25f, -3}), Color(0, 0, 1));
 }
 
+TEST_F(TexturesTest, CanBeSetsOfFilesBySquare) {
+    image("set.1001.png", 1, 1, 3, {255, 0, 0});
+    image("set.1002.png", 1, 1, 3, {0, 255, 0});
+    image("set.1011.png", 1, 1, 3, {0, 0, 255});
+    image("set.0999.png", 1, 1, 3, {255, 255, 255});
+    const Texture texture = of(folder.path("set.<UDIM>.png"));
+    EXPECT_EQ(lookUp(texture, {0.25f, 0.75f}), Color(1, 0, 0));
+    EXPECT_EQ(lookUp(texture, {1.99f, 0.01f}), Color(0, 1, 0)) << "tiles are not blended";
+    EXPECT_EQ(lookUp(texture, {0.5f, 1.5f}), Color(0, 0, 1));
+    EXPECT_THAT(messages, IsEmpty());
+}
+
+TEST_F(TexturesTest, WarnOnceOfMissingFilesOfASet) {
+    image("set.1001.png", 1, 1, 3, {255, 0, 0});
+    const Texture texture = of(folder.path("set.<UDIM>.png"));
+    SceneData scene;
+    scene.textures = {texture};
+    Report report(listener());
+    const Textures textures(scene, report);
+    Color value(-1, -1, -1);
+    for (const V2f& place : {V2f(1.5f, 0), V2f(2.5f, 0), V2f(-0.5f, 0), V2f(0, 1e9f)})
+        EXPECT_FALSE(textures.color(0, place, value));
+    EXPECT_EQ(value, Color(-1, -1, -1));
+    EXPECT_THAT(messages, ElementsAre("cannot read the texture \"" + texture.file +
+                                      "\": its tile 1002 is missing"));
+    int width = 0, height = 0;
+    EXPECT_FALSE(textures.size(0, width, height)) << "no single image";
+}
+
+TEST_F(TexturesTest, WarnOfSetsWithoutFiles) {
+    const Texture texture = of(folder.path("no.<UDIM>.png"));
+    EXPECT_EQ(lookUp(texture, {0.5f, 0.5f}), Color(-1, -1, -1));
+    EXPECT_THAT(messages, ElementsAre("cannot read the texture \"" + texture.file +
+                                      "\": there are no files of that name"));
+}
+
 TEST_F(TexturesTest, TransformTheirCoordinates) {
     const auto isNear = [](const Color& found, const Color& expected) {
         return found.equalWithAbsError(expected, 1e-5f);

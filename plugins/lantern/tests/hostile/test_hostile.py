@@ -55,8 +55,9 @@ class Hostile(unittest.TestCase):
                     "environments": scenes.environments(images.IMAGES)}
         for name, things in families.items():
             with self.subTest(name):
-                moving = {"shutterOpen": 0.0, "shutterClose": 1.0} if name == "places" else {}
-                error = self.render(name, scenes.scene(list(things), settings=moving))
+                settings = {"shutterOpen": 0.0, "shutterClose": 1.0,
+                            "lantern.subdivisionMemory": 16}
+                error = self.render(name, scenes.scene(list(things), settings=settings))
                 self.assertIsNone(error, name)
 
     def test_cameras_and_settings_give_a_picture_or_an_error(self):
