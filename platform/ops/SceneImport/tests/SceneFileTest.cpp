@@ -229,6 +229,35 @@ TEST(SceneImportFiles, ThatDisappearAreAnErrorOnceThatIsNoticed) {
     EXPECT_THAT(scene.error(kCloud), testing::EndsWith(MissingText(file)));
 }
 
+/// The group "sceneFiles" of a scene that lists its files.
+OxAttribute::GroupAttribute ListedFiles(const std::string& file) {
+    const ImportedScene scene(ImportArgs(file).set("listFiles", OxAttribute::IntAttribute(1)));
+    EXPECT_EQ(scene.cook("/root/world").getPotentialChildren().getNumberOfValues(), 0);
+    return scene.attrs("/root/world").getChildByName("sceneFiles");
+}
+
+TEST(SceneImportFiles, AreListedInPlaceOfTheSceneWhenAskedFor) {
+    const TempDirectory directory;
+    const std::string file = WriteYard(directory);
+    const OxAttribute::StringAttribute paths(ListedFiles(file).getChildByName("paths"));
+    ASSERT_EQ(paths.getNumberOfValues(), 2);
+    EXPECT_EQ(paths.getValueView(0), directory.path("yard.bin"));
+    EXPECT_EQ(paths.getValueView(1), file);
+    EXPECT_FALSE(ImportedScene(file).attrs("/root/world").getChildByName("sceneFiles").isValid());
+}
+
+TEST(SceneImportFiles, AreListedThoughOneIsMissing) {
+    const TempDirectory directory;
+    const std::string file = WriteYard(directory);
+    std::filesystem::remove(directory.path("yard.bin"));
+    const OxAttribute::GroupAttribute files = ListedFiles(file);
+    const OxAttribute::StringAttribute paths(files.getChildByName("paths"));
+    ASSERT_EQ(paths.getNumberOfValues(), 2);
+    EXPECT_EQ(paths.getValueView(0), directory.path("yard.bin"));
+    EXPECT_THAT(OxAttribute::StringAttribute(files.getChildByName("failure")).getValue(),
+                testing::HasSubstr("yard.bin"));
+}
+
 TEST(SceneImportFiles, AreCookedTheSameByManyThreads) {
     const TempDirectory directory;
     const std::string file = WriteYard(directory);
