@@ -16,6 +16,7 @@
 #include "Container.h"
 #include "DocumentCheck.h"
 #include "DracoMesh.h"
+#include "ExtensionValues.h"
 #include "Extensions.h"
 #include "GltfError.h"
 #include "Meshopt.h"
@@ -68,8 +69,8 @@ private:
 
 namespace {
 
-// Of an attribute of a compressed mesh: four floats.
-constexpr std::size_t kMostBytesOfElement = 16;
+// Of an attribute of a compressed mesh: a matrix of floats.
+constexpr std::size_t kMostBytesOfElement = 64;
 
 Json* MutableMember(Json& object, const char* name) {
     const auto found = object.FindMember(name);
@@ -249,8 +250,7 @@ void Document::Loader::decodeDraco() {
 
 void Document::Loader::decodeDraco(tinygltf::Primitive& primitive,
                                    const tinygltf::Value& extension) {
-    const int view =
-        extension.Has("bufferView") ? extension.Get("bufferView").GetNumberAsInt() : -1;
+    const int view = IndexOf(extension, "bufferView");
     if (view < 0 || static_cast<std::size_t>(view) >= document.parsed->bufferViews.size())
         GltfError("a compressed mesh has no buffer view");
     const DracoMesh mesh(document.viewBytes(view));
@@ -270,7 +270,7 @@ void Document::Loader::decodeAttributes(tinygltf::Primitive& primitive,
     for (auto& [name, accessor] : primitive.attributes) {
         if (!identifiers.Has(name)) continue;
         const tinygltf::Accessor type = document.parsed->accessors[accessor];
-        const int id = identifiers.Get(name).GetNumberAsInt();
+        const int id = IndexOf(identifiers, name.c_str());
         document.budget->take(mesh.numberOfPoints(), kMostBytesOfElement);
         const int components =
             tinygltf::GetNumComponentsInType(static_cast<std::uint32_t>(type.type));

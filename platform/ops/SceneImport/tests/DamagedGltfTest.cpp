@@ -116,6 +116,16 @@ TEST_F(SmallGltf, HasALimitForAllZeros) {
               "damaged glTF: its accessors without data are too large");
 }
 
+TEST(DamagedGltf, HasWholeNumbersAsIndicesOfCompressedMeshes) {
+    for (const char* view : {"1e308", "0.5", "-1", "\"a\"", "4000000000"})
+        EXPECT_EQ(ReasonOf("a.gltf", std::string(R"({"asset": {"version": "2.0"},
+            "nodes": [{"mesh": 0}], "meshes": [{"primitives": [{"attributes": {}, "extensions":
+            {"KHR_draco_mesh_compression": {"bufferView": )") +
+                                         view + "}}}]}]}"),
+                  "damaged glTF: a compressed mesh has no buffer view")
+            << view;
+}
+
 TEST(DamagedGltf, IsNotNestedWithoutEnd) {
     EXPECT_EQ(ReasonOf("deep.gltf", std::string(1000000, '[')),
               "damaged glTF: its JSON is nested deeper than 256");
