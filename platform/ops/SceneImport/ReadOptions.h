@@ -18,10 +18,12 @@ struct ReadOptions {
     std::string animation = kFirstAnimation;
     /// Whether FBX files are turned to +Y up and scaled to metres.
     bool convertUnits = true;
+    /// The axis that points up: 'x', 'y' or 'z', or 0 for that of the format.
+    char upAxis = 0;
 
     friend bool operator<(const ReadOptions& a, const ReadOptions& b) {
-        return std::tie(a.scene, a.variant, a.animation, a.convertUnits) <
-               std::tie(b.scene, b.variant, b.animation, b.convertUnits);
+        return std::tie(a.scene, a.variant, a.animation, a.convertUnits, a.upAxis) <
+               std::tie(b.scene, b.variant, b.animation, b.convertUnits, b.upAxis);
     }
 };
 

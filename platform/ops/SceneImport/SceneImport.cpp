@@ -82,6 +82,15 @@ double RequireFinite(std::string_view name, double value) {
     return value;
 }
 
+// 0 for the axis of the format.
+char ReadUpAxis(const ArgReader& args) {
+    const std::string axis = args.string("upAxis", "");
+    if (axis.empty()) return 0;
+    if (axis != "x" && axis != "y" && axis != "z")
+        TellarOps::ThrowArgumentError("upAxis", "must be \"x\", \"y\" or \"z\"");
+    return axis[0];
+}
+
 Settings ReadSettings(const ArgReader& args) {
     Settings settings;
     const std::string file = args.requiredString("file");
@@ -96,6 +105,7 @@ Settings ReadSettings(const ArgReader& args) {
     settings.options.animation = args.string("animation", kFirstAnimation);
     settings.options.variant = args.string("variant", "");
     settings.options.convertUnits = args.flag("convertUnits", true);
+    settings.options.upAxis = ReadUpAxis(args);
     settings.clock.framesPerSecond =
         RequireFinite("framesPerSecond", args.doubles("framesPerSecond", 1, {24.0})[0]);
     if (settings.clock.framesPerSecond <= 0.0)
@@ -233,6 +243,9 @@ public:
                 {"convertUnits", "int",
                  "0 leaves the axes and units of an FBX file as they are. Default: 1, +Y up "
                  "and metres."},
+                {"upAxis", "string",
+                 "The axis that points up: \"x\", \"y\" or \"z\"; it is turned to +Y. Default: "
+                 "\"z\" for STL and 3MF files, otherwise \"y\"."},
                 {"framesPerSecond", "double",
                  "How many frames a second of the file's animation takes. Default: 24."},
                 {"frame", "double",

@@ -5,11 +5,13 @@
 #include <stdexcept>
 
 #include "LargeStack.h"
+#include "SceneFormat.h"
 #include "SourceFile.h"
 #include "files/RegularFile.h"
 #include "gltf/GltfReader.h"
 #include "materials/ResolveTextures.h"
 #include "model/SceneBuilder.h"
+#include "model/UpAxis.h"
 #include "ply/PlyReader.h"
 
 namespace TellarSceneImport {
@@ -35,12 +37,16 @@ std::string OnOneLine(std::string text) {
 
 SceneContent ReadContent(const FileStamp& stamp, const ReadOptions& options,
                          std::vector<FileStamp>& files, ForeignReader foreignReader) {
-    const std::string extension = LowerExtension(stamp.path);
-    if (extension == ".gltf" || extension == ".glb")
-        return ReadGltf(ReadWhole(stamp), stamp.path, options, files);
-    SceneContent content =
-        extension == ".ply" ? ReadPly(ReadWhole(stamp)) : foreignReader(stamp, options, files);
-    ResolveTextures(content, stamp.path);
+    const std::string format = SceneFormatOf(stamp);
+    SceneContent content;
+    if (format == ".gltf" || format == ".glb") {
+        content = ReadGltf(ReadWhole(stamp), stamp.path, options, files);
+    } else {
+        content =
+            format == ".ply" ? ReadPly(ReadWhole(stamp)) : foreignReader(stamp, options, files);
+        ResolveTextures(content, stamp.path);
+    }
+    TurnUpright(content, options.upAxis ? options.upAxis : UpAxisOf(format));
     return content;
 }
 

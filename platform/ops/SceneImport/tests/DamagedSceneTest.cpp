@@ -158,8 +158,7 @@ TEST(DamagedObj, HasNothingBeforeItsFirstMaterial) {
 }
 
 TEST(DamagedObj, HasAStatement) {
-    EXPECT_EQ(ReasonOf("a.obj", "<html><body>404 not found</body></html>"),
-              "it holds no statement of OBJ");
+    EXPECT_EQ(ReasonOf("a.obj", "Some notes about the house.\n"), "it holds no statement of OBJ");
 }
 
 TEST(DamagedObj, IsNotItsOwnMaterials) {

@@ -61,7 +61,8 @@ TEST(SceneImport, TellsAboutItself) {
     for (const OxOpType::Argument& argument : type->description().arguments)
         names.push_back(argument.name);
     EXPECT_EQ(names, (Names{"file", "directory", "location", "materialLocation", "scene",
-                            "animation", "variant", "convertUnits", "framesPerSecond", "frame"}));
+                            "animation", "variant", "convertUnits", "upAxis", "framesPerSecond",
+                            "frame", "listFiles"}));
 }
 
 TEST(SceneImport, TakesNoInputs) {
@@ -98,6 +99,8 @@ INSTANTIATE_TEST_SUITE_P(
                     "Argument \"materialLocation\" must not hold the scene's location."},
         BadArgument{"materialLocation", StringAttribute("/root/world"),
                     "Argument \"materialLocation\" must not hold the scene's location."},
+        BadArgument{"upAxis", StringAttribute("up"),
+                    "Argument \"upAxis\" must be \"x\", \"y\" or \"z\"."},
         BadArgument{"framesPerSecond", StringAttribute("24"),
                     "Argument \"framesPerSecond\" must be double."},
         BadArgument{"framesPerSecond", DoubleAttribute(0.0),
