@@ -316,16 +316,21 @@ def fbx_forms(folder):
 # ---- STL, 3MF -------------------------------------------------------------------------------
 
 
+def z_up(vector):
+    """As files say it whose third axis points up."""
+    return vector[0], -vector[2], vector[1]
+
+
 def solids(folder):
     """The crate without a texture."""
     text, data = ["solid crate"], [b"\0" * 80, struct.pack("<I", len(CRATE.triangles))]
     for triangle in CRATE.triangles:
         normal = CRATE.normals[triangle[0]]
-        text.append("facet normal %g %g %g\nouter loop" % normal)
-        data.append(struct.pack("<3f", *normal))
+        text.append("facet normal %g %g %g\nouter loop" % z_up(normal))
+        data.append(struct.pack("<3f", *z_up(normal)))
         for i in triangle:
-            text.append("vertex %g %g %g" % CRATE.points[i])
-            data.append(struct.pack("<3f", *CRATE.points[i]))
+            text.append("vertex %g %g %g" % z_up(CRATE.points[i]))
+            data.append(struct.pack("<3f", *z_up(CRATE.points[i])))
         text.append("endloop\nendfacet")
         data.append(b"\0\0")
     (folder / "text.stl").write_text("\n".join(text) + "\nendsolid crate\n")
