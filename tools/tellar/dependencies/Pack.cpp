@@ -27,7 +27,7 @@ void CheckTextures(const std::vector<TextureFile>& textures) {
             if (!IsFile(file)) ThrowMissing(file);
 }
 
-/// A model that cannot be read is an error in any case, because nobody knows what belongs to it.
+/// A model that cannot be read is always an error, because the files that belong to it are unknown.
 void CheckFiles(const SceneFiles& files, bool allowMissing) {
     for (const ImportedFile& import : files.imports) {
         if (!IsFile(import.file)) ThrowMissing(import.file);
@@ -114,7 +114,7 @@ std::string WritePack(const Scene& scene, const std::string& folder, bool allowM
     PackPlan plan(scene, files);
     const fs::path target = WithoutLinks(folder);
     CopyAll(plan, target);
-    const std::string description = (target / plan.getSceneName()).string();
+    std::string description = (target / plan.getSceneName()).string();
     WriteFile(description, plan.sceneText());
     AddWhatIsMissed(plan, files, target);
     CopyAll(plan, target);

@@ -24,7 +24,7 @@ using namespace OxAttribute;
 using Children = std::vector<GroupAttribute::Child>;
 using TELLAR::GeometryProducer;
 
-constexpr int kShorterSide = 512; // of a picture whose size nobody tells
+constexpr int kShorterSide = 512; // of a picture without a given size
 constexpr double kMostAspect = 16;
 constexpr float kSameAspect = 1e-4f;
 
@@ -102,7 +102,7 @@ struct CameraInUse {
     bool isThere = false; // otherwise nothing names it, and it is the default
 };
 
-/// Throws std::runtime_error when the location is no camera.
+/// Throws std::runtime_error unless the location is a camera.
 CameraInUse FindCameraInUse(const Scene& scene, const GeometryProducer::Ptr& root) {
     const std::string path = TELLAR::GetCameraPath(root);
     if (!HasSetting(root, "cameraName") && !root->getProducerByPath(path)) return {path, false};

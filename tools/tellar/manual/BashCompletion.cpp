@@ -40,7 +40,7 @@ std::vector<std::string> AllNames(const std::vector<OptionEntry>& options) {
     return names;
 }
 
-/// What is offered behind the option.
+/// The assignment that sets the choices for the option's value.
 std::string ValueOf(const OptionEntry& option) {
     if (!option.choices.empty()) return "words=\"" + JoinWords(option.choices) + '"';
     return option.isFile ? "words=" : "files=";
@@ -57,7 +57,7 @@ void AppendValues(std::string& out, const std::vector<OptionEntry>& options) {
     if (isAny) out += "        esac\n";
 }
 
-/// What is offered where no option waits for a value.
+/// The assignment that sets the choices for arguments; empty for files.
 std::string ArgumentsOf(const CommandEntry& command) {
     if (command.positionals.empty()) return "files=";
     const OptionEntry& first = command.positionals.front();

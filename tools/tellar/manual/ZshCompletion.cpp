@@ -13,7 +13,7 @@ std::string Quoted(std::string_view text) {
     return out + '\'';
 }
 
-/// What completes a value: files, words or nothing but its description.
+/// The action by which zsh completes the value: files, words, or none.
 std::string ActionOf(const OptionEntry& option) {
     if (!option.choices.empty()) return '(' + JoinWords(option.choices) + ')';
     return option.isFile ? "_files" : " ";

@@ -39,27 +39,35 @@ GroupAttribute MaterialAt(GeometryProducer& location, const std::string& path) {
     return found ? OwnMaterial(*found) : GroupAttribute();
 }
 
-/// Adds what one location contributes, if anything.
-void AddSource(LocationMaterial& found, GeometryProducer& location) {
+/// The material at the path that the location is assigned. There is a note when it is missing, or
+/// differs from the location's own material.
+GroupAttribute AssignedMaterial(LocationMaterial& found, GeometryProducer& location,
+                                const std::string& assignment, const GroupAttribute& own) {
     const std::string path = location.getFullName();
+    const GroupAttribute assigned = MaterialAt(location, assignment);
+    if (!assigned.isValid())
+        found.notes.push_back(path + " is assigned \"" + assignment +
+                              "\", where there is no material");
+    else if (own.isValid() && !(own.getHash() == assigned.getHash()))
+        found.notes.push_back("the \"material\" of " + path + " itself differs from that of " +
+                              assignment + ", and is left out");
+    return assigned;
+}
+
+/// Adds the material that one location contributes, if it has one.
+void AddSource(LocationMaterial& found, GeometryProducer& location) {
     GroupAttribute material = OwnMaterial(location);
     std::string assignment = Assignment(location);
     if (!assignment.empty()) {
-        const GroupAttribute assigned = MaterialAt(location, assignment);
-        if (!assigned.isValid()) {
-            found.notes.push_back(path + " is assigned \"" + assignment +
-                                  "\", where there is no material");
-            assignment.clear();
-        } else {
-            if (material.isValid() && !(material.getHash() == assigned.getHash()))
-                found.notes.push_back("the \"material\" of " + path +
-                                      " itself differs from that of " + assignment +
-                                      ", and is left out");
+        const GroupAttribute assigned = AssignedMaterial(found, location, assignment, material);
+        if (assigned.isValid())
             material = assigned;
-        }
+        else
+            assignment.clear();
     }
     if (!material.isValid()) return;
-    found.sources.push_back({path, assignment, TELLAR::MinimizeResolvedMaterialAttr(material)});
+    found.sources.push_back(
+        {location.getFullName(), assignment, TELLAR::MinimizeResolvedMaterialAttr(material)});
 }
 
 } // namespace

@@ -35,13 +35,23 @@ void AppendValue(std::string& out, double value) {
     AppendNumber(out, value);
 }
 
+/// ", 2 samples from 0 to 1"; nothing for a single one.
+void AppendTimes(std::string& out, const DataAttribute& attribute) {
+    const std::int64_t samples = attribute.getNumberOfTimeSamples();
+    if (samples <= 1) return;
+    out += ", " + std::to_string(samples) + " samples from ";
+    AppendNumber(out, attribute.getSampleTime(0));
+    out += " to ";
+    AppendNumber(out, attribute.getSampleTime(samples - 1));
+}
+
 /// "(float, 8 x 3, 2 samples from 0 to 1)"; nothing for one string.
 void AppendShape(std::string& out, const DataAttribute& attribute, const char* type) {
     const std::int64_t values = attribute.getNumberOfValues();
     const std::int64_t tupleSize = attribute.getTupleSize();
-    const std::int64_t samples = attribute.getNumberOfTimeSamples();
     const bool isString = attribute.getType() == kAttributeTypeString;
-    if (isString && values == 1 && tupleSize == 1 && samples == 1) return;
+    if (isString && values == 1 && tupleSize == 1 && attribute.getNumberOfTimeSamples() == 1)
+        return;
     out += out.empty() ? "(" : " (";
     out += type;
     if (values == 0)
@@ -50,12 +60,7 @@ void AppendShape(std::string& out, const DataAttribute& attribute, const char* t
         out += ", " + std::to_string(values / tupleSize) + " x " + std::to_string(tupleSize);
     else if (values > 1 || tupleSize > 1)
         out += ", " + std::to_string(values) + " values";
-    if (samples > 1) {
-        out += ", " + std::to_string(samples) + " samples from ";
-        AppendNumber(out, attribute.getSampleTime(0));
-        out += " to ";
-        AppendNumber(out, attribute.getSampleTime(samples - 1));
-    }
+    AppendTimes(out, attribute);
     out += ')';
 }
 

@@ -36,7 +36,7 @@ struct Shutter {
 };
 
 /// "shutterOpen" and "shutterClose"; each is 0 when it is missing. Throws std::runtime_error naming
-/// the scene and the setting when one is no number.
+/// the scene and the setting that is not a number.
 Shutter ReadShutter(const Scene& scene, const TELLAR::GeometryProducer::Ptr& root);
 
 /// "cropWindow" (x min, x max, y min, y max); the whole picture when it is missing. Throws

@@ -10,7 +10,7 @@ namespace TellarTool {
 /// The scene of this name is read from standard input.
 constexpr const char* kStandardInput = "-";
 
-/// What messages call it.
+/// The name of standard input in messages.
 constexpr const char* kInputName = "standard input";
 
 /// Everything that standard input holds, as a file that can be read several times. Its extension is

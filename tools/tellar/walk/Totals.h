@@ -11,7 +11,7 @@
 
 namespace TellarTool {
 
-/// What some locations hold together.
+/// The number of locations, and of the shapes in them.
 struct Totals {
     std::uint64_t locations = 0;
     std::uint64_t polygons = 0;
