@@ -137,6 +137,19 @@ class Framing(ModelTest):
         self.assert_fails(f"{hidden}: there is no camera, and nothing that one could look at",
                           "render", hidden, "-o", "out.txt", "--renderer", "echo")
 
+    def test_the_widths_of_points_and_curves_count(self):
+        poles = [(3, 0, 0), (-3, 0, 0), (0, 3, 0), (0, -3, 0), (0, 0, 3), (0, 0, -3)]
+        position = {"$type": "float", "values": [[0, 0, 0], [0, 0.1, 0]]}
+        for shape, widths in (("pointcloud", {"point.width": [1.0, 6.0]}),
+                              ("curves", {"constantWidth": 6.0})):
+            with self.subTest(shape):
+                thing = {"type": shape, "geometry": {"point.P": position, **widths}}
+                scene = self.write("wide.json", {"ops": [{
+                    "name": "scene", "type": "StaticScene",
+                    "args": {"c": {"thing": {"a": thing}}}}]})
+                asked, _ = self.render(scene)
+                self.assert_just_fits(asked, poles)
+
     def test_moving_shapes_are_framed_where_they_are_at_the_frame(self):
         moving = {"translate": {"$type": "double", "times": [0, 10],
                                 "samples": [[0, 0, 0], [100, 0, 0]]}}

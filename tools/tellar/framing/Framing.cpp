@@ -42,18 +42,21 @@ Framing::Framing(double aspect)
     up = back.cross(right);
 }
 
-void Framing::add(const V3d& point) {
-    if (!IsFinite(point)) return;
-    bounds.extendBy(point);
-    const double x = point.dot(right);
-    const double y = point.dot(up);
-    const double z = point.dot(back);
-    most.x = std::max(most.x, x + slopeX * z);
-    least.x = std::max(least.x, -x + slopeX * z);
-    most.y = std::max(most.y, y + slopeY * z);
-    least.y = std::max(least.y, -y + slopeY * z);
-    most.z = std::max(most.z, z);
-    least.z = std::max(least.z, -z);
+void Framing::add(const V3d& center, double radius) {
+    if (!IsFinite(center) || !(radius >= 0) || !std::isfinite(radius)) return;
+    bounds.extendBy(center - V3d(radius));
+    bounds.extendBy(center + V3d(radius));
+    const double x = center.dot(right);
+    const double y = center.dot(up);
+    const double z = center.dot(back);
+    const double aside = radius * std::sqrt(1 + slopeX * slopeX);
+    const double above = radius * std::sqrt(1 + slopeY * slopeY);
+    most.x = std::max(most.x, x + slopeX * z + aside);
+    least.x = std::max(least.x, -x + slopeX * z + aside);
+    most.y = std::max(most.y, y + slopeY * z + above);
+    least.y = std::max(least.y, -y + slopeY * z + above);
+    most.z = std::max(most.z, z + radius);
+    least.z = std::max(least.z, -z + radius);
 }
 
 double Framing::getRadius() const {

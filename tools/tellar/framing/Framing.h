@@ -24,8 +24,8 @@ public:
     /// `aspect` is the width of the picture divided by its height.
     explicit Framing(double aspect);
 
-    /// Points that are not finite are left out.
-    void add(const Imath::V3d& point);
+    /// A point, or a sphere. What is not finite is left out.
+    void add(const Imath::V3d& center, double radius = 0);
 
     bool isEmpty() const { return bounds.isEmpty(); }
     /// Around all points, in world space.

@@ -1,5 +1,6 @@
 #include "SceneSurvey.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -54,6 +55,34 @@ std::vector<V3d> PointsIn(const Attribute& attribute, float time) {
                             : PointsIn(DoubleAttribute(attribute), time, 0.0);
 }
 
+/// The largest number at a time; 0 if there is none.
+template <typename Numbers, typename T>
+double LargestIn(const Numbers& attribute, float time, T /*zero*/) {
+    const std::int64_t count = attribute.isValid() ? attribute.getNumberOfValues() : 0;
+    std::vector<T> values(static_cast<std::size_t>(count));
+    if (count == 0 || !ReadAt(attribute, time, values.data(), count)) return 0;
+    return double(*std::max_element(values.begin(), values.end()));
+}
+
+/// The largest radius of the points of a cloud or of curves; 0 if they have no widths.
+double RadiusAround(GeometryProducer& location, const std::string& type, float time) {
+    if (type != "pointcloud" && type != "curves") return 0;
+    for (const char* const name : {"geometry.point.width", "geometry.constantWidth"}) {
+        const Attribute widths = location.getAttribute(name);
+        const double largest = std::max(LargestIn(FloatAttribute(widths), time, 0.0f),
+                                        LargestIn(DoubleAttribute(widths), time, 0.0));
+        if (largest > 0) return largest / 2;
+    }
+    return 0;
+}
+
+double LargestScale(const Imath::M44d& matrix) {
+    double largest = 0;
+    for (int row = 0; row < 3; ++row)
+        largest = std::max(largest, V3d(matrix[row][0], matrix[row][1], matrix[row][2]).length());
+    return largest;
+}
+
 bool IsHidden(GeometryProducer& location) {
     const IntAttribute visible(location.getAttribute("visible"));
     return visible.isValid() && visible.getValue(1, false) == 0;
@@ -88,7 +117,7 @@ private:
         const GroupAttribute transforms = location.getGlobalXFormGroup();
         for (const float time : times)
             add(usesPoints ? PointsIn(points, time) : boundOf(location, type, bound, time),
-                transforms, time);
+                RadiusAround(location, type, time), transforms, time);
     }
 
     /// The corners of the bound. Empty when the location has none and is not a sphere.
@@ -114,13 +143,15 @@ private:
         return DoubleAttribute(radius).getValue(1, false);
     }
 
-    void add(const std::vector<V3d>& points, const GroupAttribute& transforms, float time) {
+    void add(const std::vector<V3d>& points, double radius, const GroupAttribute& transforms,
+             float time) {
         Imath::M44d toWorld;
         const DoubleAttribute matrix =
             OxXFormUtil::CalcTransformMatrixAtTime(transforms, time).first;
         if (matrix.isValid()) matrix.fillInterpSample(toWorld.getValue(), 16, time);
+        const double radiusInWorld = radius > 0 ? radius * LargestScale(toWorld) : 0;
         for (const V3d& point : points)
-            framing->add(point * toWorld);
+            framing->add(point * toWorld, radiusInWorld);
         left -= static_cast<std::int64_t>(points.size());
     }
 
