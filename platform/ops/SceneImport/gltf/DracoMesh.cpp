@@ -6,6 +6,7 @@
 
 #include <draco/compression/decode.h>
 
+#include "DracoHeader.h"
 #include "GltfError.h"
 #include "TinyGltf.h"
 
@@ -17,7 +18,12 @@ struct DracoMesh::Decoded {
 
 namespace {
 
+// Far more than meshes of whatever regularity have. A header with more would cost memory.
+constexpr std::uint64_t kMostFacesPerByte = 1024;
+
 std::unique_ptr<draco::Mesh> Decode(std::string_view data) {
+    if (DracoFaceCount(data).value_or(0) > data.size() * kMostFacesPerByte)
+        GltfError("a compressed mesh says that it has more faces than its data can hold");
     draco::DecoderBuffer buffer;
     buffer.Init(data.data(), data.size());
     draco::Decoder decoder;

@@ -9,7 +9,7 @@ namespace TellarSceneImport {
 
 namespace {
 
-constexpr std::uint64_t kMostZeros = std::uint64_t(1) << 28;
+constexpr std::uint64_t kMostZeros = std::uint64_t(1) << 27;
 
 } // namespace
 

@@ -176,6 +176,30 @@ TEST(GltfDraco, DecodesPointsAndAttributes) {
     EXPECT_EQ(scene->ints(kMesh, "geometry.poly.vertexList").size(), 6u);
 }
 
+TEST(GltfDraco, RefusesMeshesThatSayTheyHaveFarMoreFacesThanBytes) {
+    const std::string square = DracoSquare();
+    const std::string refusal =
+        "damaged glTF: a compressed mesh says that it has more faces than its data can hold";
+    // The header of eleven bytes, the kind of walk and the number of points come first.
+    const std::string faces = "\xff\xff\xff\x7f";
+    const std::string lie = square.substr(0, 13) + faces + faces + square.substr(14);
+    EXPECT_EQ(ReasonOf("a.glb", DracoFile(lie, "0").glb()), refusal);
+
+    std::string withMetadata = lie;
+    withMetadata[10] = '\x80';
+    // One entry "key" with the value "text", and one group "a" without entries.
+    const std::string metadata("\0\1\3key\4text\1\1a\0\0", 15);
+    withMetadata.insert(11, metadata);
+    EXPECT_EQ(ReasonOf("a.glb", DracoFile(withMetadata, "0").glb()), refusal);
+
+    // Groups without entries, each with a group.
+    withMetadata = withMetadata.substr(0, 11) + '\0';
+    for (int i = 0; i < 40; ++i)
+        withMetadata += std::string("\0\1\1a", 4);
+    EXPECT_EQ(ReasonOf("a.glb", DracoFile(withMetadata, "0").glb()),
+              "damaged glTF: the metadata of a compressed mesh is nested too deeply");
+}
+
 TEST(GltfDraco, RefusesDamagedMeshes) {
     EXPECT_THAT(BuiltScene(DracoFile("DRACO but no more", "0"))->error(),
                 HasSubstr("damaged glTF: a mesh cannot be decompressed"));
