@@ -110,6 +110,7 @@ struct EmbreeScene::Trees {
     EmbreeGeometry meshGeometry(const Mesh& mesh) const;
     EmbreeGeometry spheresGeometry(const Spheres& spheres) const;
     EmbreeGeometry curvesGeometry(const Curves& curves) const;
+    void fillControlPoints(RTCGeometry geometry, const std::vector<std::vector<V4f>>& steps) const;
     void joinSegments(RTCGeometry geometry, const Curves& curves) const;
     EmbreeGeometry shapeGeometry(const Shape& shape) const;
     void fillPoints(RTCGeometry geometry, const std::vector<std::vector<V3f>>& steps) const;
@@ -267,25 +268,7 @@ EmbreeGeometry EmbreeScene::Trees::spheresGeometry(const Spheres& spheres) const
 
 EmbreeGeometry EmbreeScene::Trees::curvesGeometry(const Curves& curves) const {
     EmbreeGeometry geometry = newGeometry(CurveTypeOf(curves));
-    const unsigned int count = StepsFor(curves.points.size());
-    rtcSetGeometryTimeStepCount(geometry.get(), count);
-    for (unsigned int step = 0; step < count; ++step) {
-        const StepPosition at = StepAt(curves.points.size(), step);
-        const std::vector<V4f>& first = curves.points[at.first];
-        const std::vector<V4f>& second = curves.points[at.second];
-        if (at.share == 0) { // shared, because hair has millions of points
-            rtcSetSharedGeometryBuffer(geometry.get(), RTC_BUFFER_TYPE_VERTEX, step,
-                                       RTC_FORMAT_FLOAT4, first.data(), 0, sizeof(V4f),
-                                       first.size());
-            continue;
-        }
-        auto* points = static_cast<V4f*>(
-            rtcSetNewGeometryBuffer(geometry.get(), RTC_BUFFER_TYPE_VERTEX, step, RTC_FORMAT_FLOAT4,
-                                    sizeof(V4f), first.size()));
-        check();
-        for (std::size_t i = 0; i < first.size(); ++i)
-            points[i] = first[i] * (1 - at.share) + second[i] * at.share;
-    }
+    fillControlPoints(geometry.get(), curves.points);
     rtcSetSharedGeometryBuffer(geometry.get(), RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT,
                                curves.segments.data(), 0, sizeof(Index), curves.segments.size());
     if (curves.isFlat) { // tells OpacityOf that the surface has one side
@@ -296,6 +279,28 @@ EmbreeGeometry EmbreeScene::Trees::curvesGeometry(const Curves& curves) const {
     }
     check();
     return geometry;
+}
+
+/// Shares the points of motion steps that Embree can take as they are: hair has millions of points.
+void EmbreeScene::Trees::fillControlPoints(RTCGeometry geometry,
+                                           const std::vector<std::vector<V4f>>& steps) const {
+    const unsigned int count = StepsFor(steps.size());
+    rtcSetGeometryTimeStepCount(geometry, count);
+    for (unsigned int step = 0; step < count; ++step) {
+        const StepPosition at = StepAt(steps.size(), step);
+        const std::vector<V4f>& first = steps[at.first];
+        const std::vector<V4f>& second = steps[at.second];
+        if (at.share == 0) {
+            rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, step, RTC_FORMAT_FLOAT4,
+                                       first.data(), 0, sizeof(V4f), first.size());
+            continue;
+        }
+        auto* points = static_cast<V4f*>(rtcSetNewGeometryBuffer(
+            geometry, RTC_BUFFER_TYPE_VERTEX, step, RTC_FORMAT_FLOAT4, sizeof(V4f), first.size()));
+        check();
+        for (std::size_t i = 0; i < first.size(); ++i)
+            points[i] = first[i] * (1 - at.share) + second[i] * at.share;
+    }
 }
 
 /// Rounds the joints between adjacent segments of round linear curves.
