@@ -161,8 +161,12 @@ class PackTest(TellarTest):
                           "pack", self.scene, "full", "--overwrite")
         self.tellar("pack", self.scene, "old.zip", "--overwrite")
         self.assertTrue(zipfile.is_zipfile(self.folder / "old.zip"))
+        number = (self.folder / "empty").stat().st_ino
         self.tellar("pack", self.scene, "empty/")
-        self.assertTrue((self.folder / "empty/scene.json").exists())
+        self.assertEqual((self.folder / "empty").stat().st_ino, number)
+        self.assertEqual(sorted(os.listdir(self.folder / "empty")),
+                         ["models", "scene.json", "textures"])
+        self.assert_fails("TARGET: the path is empty", "pack", self.scene, "")
 
     def test_a_link_to_a_zip_file_stays(self):
         self.write("real.zip", "old")

@@ -68,6 +68,7 @@ void PackZip(const PackOptions& options) {
 }
 
 void RunPack(const PackOptions& options) {
+    if (options.target.empty()) throw std::runtime_error("TARGET: the path is empty");
     if (IsZip(options.target)) {
         PackZip(options);
         WriteOutput(options.target + '\n');

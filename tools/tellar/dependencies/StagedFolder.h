@@ -5,12 +5,13 @@
 
 namespace TellarTool {
 
-/// A folder that is filled under another name beside its own, so that it appears complete or not
-/// at all.
+/// A folder that is filled under another name, so that its content appears complete or not at
+/// all.
 class StagedFolder {
 public:
-    /// `folder` must not exist, or be empty. Throws std::runtime_error naming it and the reason.
-    explicit StagedFolder(const std::string& folder);
+    /// The folder of this name must not exist, or be empty. Throws std::runtime_error naming it and
+    /// the reason.
+    explicit StagedFolder(const std::string& name);
     /// Removes the new folder unless it is in place.
     ~StagedFolder();
     StagedFolder(const StagedFolder&) = delete;
@@ -23,7 +24,8 @@ public:
 
 private:
     std::string folder;
-    std::string path; // empty when it is in place
+    bool isNew = true; // otherwise it is an empty folder, which stays
+    std::string path;  // empty when it is in place
 };
 
 } // namespace TellarTool
