@@ -1,5 +1,6 @@
 #include "PointData.h"
 
+#include <algorithm>
 #include <limits>
 #include <stdexcept>
 
@@ -65,6 +66,32 @@ void Select(AccessorFloats& data, const std::vector<std::uint32_t>& elements) {
     data.values = std::move(values);
 }
 
+// Attributes of applications begin with "_".
+bool IsCustom(const std::string& attribute) {
+    return attribute.size() > 1 && attribute[0] == '_';
+}
+
+// Dots would separate groups.
+std::string CustomName(std::string attribute) {
+    std::replace(attribute.begin(), attribute.end(), '.', '_');
+    return attribute;
+}
+
+const char* CustomType(int width) {
+    switch (width) {
+    case 1:
+        return "float";
+    case 2:
+        return "vector2";
+    case 3:
+        return "vector3";
+    case 4:
+        return "vector4";
+    default:
+        return width == 9 ? "matrix9" : "matrix16";
+    }
+}
+
 void AddArbitrary(const std::string& attribute, AccessorFloats values, PointData& data) {
     const std::string st = NumberedName(attribute, "TEXCOORD_", "st");
     const std::string color = NumberedName(attribute, "COLOR_", "color");
@@ -79,11 +106,15 @@ void AddArbitrary(const std::string& attribute, AccessorFloats values, PointData
     } else if (attribute == "TANGENT") {
         RequireWidth(values, attribute, 4, 4);
         data.arbitrary.push_back({"tangent", "vector4", std::move(values)});
+    } else if (IsCustom(attribute)) {
+        const char* const type = CustomType(values.width);
+        data.arbitrary.push_back({CustomName(attribute), type, std::move(values)});
     }
 }
 
 bool IsArbitrary(const std::string& attribute) {
-    return attribute == "TANGENT" || !NumberedName(attribute, "TEXCOORD_", "st").empty() ||
+    return attribute == "TANGENT" || IsCustom(attribute) ||
+           !NumberedName(attribute, "TEXCOORD_", "st").empty() ||
            !NumberedName(attribute, "COLOR_", "color").empty();
 }
 

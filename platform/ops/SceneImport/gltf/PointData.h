@@ -18,7 +18,7 @@ class Document;
 /// The values that a primitive has for each of its points, named as the attributes of a location.
 struct PointData {
     struct Values {
-        std::string name;      ///< "st1", "color", ...; unused for points and normals
+        std::string name;      ///< "st1", "color", "_TEMPERATURE", ...
         std::string inputType; ///< "point2", "color4", ...
         AccessorFloats data;
     };

@@ -36,6 +36,23 @@ TEST(GltfModes, AreTrianglesInOrder) {
     EXPECT_EQ(FacesOf(6), (Ints{0, 1, 2, 0, 2, 3}));
 }
 
+TEST(GltfAttributes, OfApplicationsKeepTheirNames) {
+    GltfBuilder file;
+    file.floats({0, 0, 0, 1, 0, 0, 0, 1, 0}, "VEC3");
+    file.accessor<std::uint8_t>({7, 8, 9}, GltfNumber::UByte, "SCALAR");
+    file.floats({1, 2, 3, 4, 5, 6}, "VEC2");
+    file.showPrimitive(
+        R"("attributes": {"POSITION": 0, "_FEATURE_ID_0": 1, "_a.b": 2, "OTHER": 2})");
+    const BuiltScene scene(file);
+    const std::string arbitrary = "geometry.arbitrary.";
+    EXPECT_EQ(scene->floats(kMesh, arbitrary + "_FEATURE_ID_0.value"), (Floats{7, 8, 9}));
+    EXPECT_EQ(scene->text(kMesh, arbitrary + "_FEATURE_ID_0.inputType"), "float");
+    EXPECT_EQ(scene->text(kMesh, arbitrary + "_FEATURE_ID_0.scope"), "point");
+    EXPECT_EQ(scene->floats(kMesh, arbitrary + "_a_b.value"), (Floats{1, 2, 3, 4, 5, 6}));
+    EXPECT_EQ(scene->text(kMesh, arbitrary + "_a_b.inputType"), "vector2");
+    EXPECT_FALSE(scene->attr(kMesh, arbitrary + "OTHER").isValid());
+}
+
 TEST(GltfModes, LeaveOutTheTrianglesThatJoinPartsOfAStrip) {
     GltfBuilder file;
     file.floats(kSquare, "VEC3");

@@ -160,6 +160,23 @@ TEST_F(SceneTextures, OfSeveralTilesKeepThePlaceOfTheNumber) {
     EXPECT_THAT(log.textsOf("SceneImport"), ElementsAre(HasSubstr("none.<UDIM>.png")));
 }
 
+TEST_F(SceneTextures, InUnknownFormatsGiveWayToThePlainImage) {
+    directory.write("a.png", kPng);
+    OxLoggingSetLevel("SceneImport", OxLogLevel::info);
+    const CapturedLog log;
+    const std::string file = directory.write("box.gltf", R"({"asset": {"version": "2.0"},
+        "extensionsUsed": ["KHR_texture_basisu"], "nodes": [{}], "materials": [{"name": "paint",
+            "pbrMetallicRoughness": {"baseColorTexture": {"index": 0}}}],
+        "textures": [{"source": 0, "extensions": {"KHR_texture_basisu": {"source": 1}}}],
+        "images": [{"uri": "a.png"}, {"uri": "a.ktx2"}]})");
+    const ImportedScene scene(file);
+    EXPECT_EQ(fileOf(scene, "baseColorImage"), fs::canonical(directory.path("a.png")).string());
+    OxLoggingSetLevel("SceneImport", OxLogLevel::warn);
+    EXPECT_THAT(log.textsOf("SceneImport"),
+                ElementsAre(HasSubstr("uses 1 optional extensions that are not understood: "
+                                      "KHR_texture_basisu")));
+}
+
 TEST_F(SceneTextures, OutsideTheirBufferAreLeftOut) {
     const CapturedLog log;
     const ImportedScene scene(
