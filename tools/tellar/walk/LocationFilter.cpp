@@ -10,6 +10,7 @@ namespace {
 
 OxLocationPath::Patterns PatternsFrom(const std::vector<std::string>& texts) {
     std::vector<std::string> patterns;
+    patterns.reserve(texts.size());
     for (const std::string& text : texts)
         patterns.push_back(!text.empty() && text.front() == '/' ? text : "/**/" + text);
     return OxLocationPath::Patterns(patterns);
