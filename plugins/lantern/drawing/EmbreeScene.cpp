@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -26,7 +27,8 @@ struct RayContext {
     RTCIntersectContext base;
     const OpacitySource* opacity;
     std::uint32_t seed;
-    float transmittance;
+    Color transmittance;
+    bool isFromDeltaLight;
 };
 
 RayHit ToHit(const RTCHit& hit, float distance) {
@@ -43,6 +45,13 @@ float OpacityOf(const RTCFilterFunctionNArguments& args, RayHit& hit) {
     return reinterpret_cast<const RayContext*>(args.context)->opacity->opacity(hit, isFromInside);
 }
 
+/// The cosine of the angle between the ray and the normal, in the shape's space.
+float CosineOf(const RTCFilterFunctionNArguments& args, const RayHit& hit) {
+    const auto& ray = *reinterpret_cast<const RTCRay*>(args.ray);
+    const V3f direction = Normalized(V3f(ray.dir_x, ray.dir_y, ray.dir_z), V3f(0));
+    return std::abs(direction ^ Normalized(hit.outward, V3f(0)));
+}
+
 /// Embree's filter for nearest hits: rejects a hit with the probability of its transparency.
 void RejectAtRandom(const RTCFilterFunctionNArguments* args) {
     const auto& context = *reinterpret_cast<const RayContext*>(args->context);
@@ -56,8 +65,12 @@ void RejectAtRandom(const RTCFilterFunctionNArguments* args) {
 void Attenuate(const RTCFilterFunctionNArguments* args) {
     auto& context = *reinterpret_cast<RayContext*>(args->context);
     RayHit hit;
-    context.transmittance *= 1 - OpacityOf(*args, hit);
-    if (context.transmittance > kMinTransmittance) args->valid[0] = 0;
+    const float opacity = OpacityOf(*args, hit);
+    Color passing(1 - opacity);
+    if (context.isFromDeltaLight && opacity > 0)
+        passing += context.opacity->straightThrough(hit, CosineOf(*args, hit)) * opacity;
+    context.transmittance *= passing;
+    if (Largest(context.transmittance) > kMinTransmittance) args->valid[0] = 0;
 }
 
 RayContext ContextOf(const OpacitySource& opacity, std::uint32_t seed) {
@@ -65,7 +78,7 @@ RayContext ContextOf(const OpacitySource& opacity, std::uint32_t seed) {
     rtcInitIntersectContext(&context.base);
     context.opacity = &opacity;
     context.seed = seed;
-    context.transmittance = 1;
+    context.transmittance = Color(1);
     return context;
 }
 
@@ -358,12 +371,13 @@ RayHit EmbreeScene::intersect(const Ray& ray, std::uint32_t seed) const {
     return ToHit(found.hit, found.ray.tfar);
 }
 
-float EmbreeScene::transmittance(const Ray& ray) const {
-    if (!IsSound(ray)) return 0;
+Color EmbreeScene::transmittance(const Ray& ray, bool isFromDeltaLight) const {
+    if (!IsSound(ray)) return Color(0);
     RayContext context = ContextOf(trees->opacity, 0);
+    context.isFromDeltaLight = isFromDeltaLight;
     RTCRay occluded = ToEmbree(ray);
     rtcOccluded1(trees->top.get(), &context.base, &occluded);
-    return occluded.tfar < 0 ? 0 : context.transmittance;
+    return occluded.tfar < 0 ? Color(0) : context.transmittance;
 }
 
 } // namespace lantern

@@ -32,6 +32,9 @@ public:
     virtual bool isOpaque(const Instance& instance) const = 0;
     /// From 0 to 1, for a ray that comes from inside or from outside.
     virtual float opacity(const RayHit& hit, bool isFromInside) const = 0;
+    /// The part of the light that an opaque surface lets straight through: black except for thin
+    /// sheets of smooth glass. `cosine` is that of the angle to the normal.
+    virtual Color straightThrough(const RayHit& hit, float cosine) const = 0;
 };
 
 /// Intersects rays with the scene. Safe from several threads at once.
@@ -47,8 +50,9 @@ public:
     /// The nearest hit. A partly transparent surface is hit with the probability of its opacity;
     /// `seed` decides.
     RayHit intersect(const Ray& ray, std::uint32_t seed) const;
-    /// The fraction of light that passes along the whole ray.
-    float transmittance(const Ray& ray) const;
+    /// The fraction of light that passes along the whole ray. Light of delta lights also goes
+    /// straight through thin sheets; paths find other lights behind these by their bounces.
+    Color transmittance(const Ray& ray, bool isFromDeltaLight) const;
 
 private:
     struct Trees;

@@ -18,10 +18,17 @@ bool IsFed(const Material& material, MaterialInput input, const Textures& textur
     return source.kind != ShadingStep::Kind::Image || textures.has(source.texture);
 }
 
+/// Whether light may go straight through.
+bool IsSheet(const Material& material, const Textures& textures) {
+    return material.thickness == 0 &&
+           (material.transmission > 0 || IsFed(material, MaterialInput::Transmission, textures));
+}
+
 bool IsOpaque(const Material& material, const Textures& textures) {
     const bool isOpaque = material.alphaCutoff >= 0 ? material.opacity >= material.alphaCutoff
                                                     : material.opacity >= 1;
-    return material.isDoubleSided && isOpaque && !IsFed(material, MaterialInput::Opacity, textures);
+    return material.isDoubleSided && isOpaque &&
+           !IsFed(material, MaterialInput::Opacity, textures) && !IsSheet(material, textures);
 }
 
 /// Negative components and those that are not finite become 0.
@@ -128,6 +135,16 @@ float Materials::opacity(const RayHit& hit, bool isFromInside) const {
                               .share(MaterialInput::Opacity, material.opacity);
     if (material.alphaCutoff >= 0) return opacity >= material.alphaCutoff ? 1 : 0;
     return opacity;
+}
+
+Color Materials::straightThrough(const RayHit& hit, float cosine) const {
+    if (materialAt(hit.instance, hit.primitive).thickness != 0) return Color(0);
+    const SurfaceProperties surface = surfaceAt(hit);
+    const bool isClear =
+        surface.isThin && surface.transmission > 0 && GgxFacets(surface.alpha).isSpecular();
+    if (!isClear) return Color(0);
+    const float reflected = surface.specular * FresnelDielectric(cosine, surface.ior);
+    return surface.baseColor * (surface.transmission * (1 - surface.metalness) * (1 - reflected));
 }
 
 V3f Materials::mappedNormal(MaterialInput input, const RayHit& hit, float time,

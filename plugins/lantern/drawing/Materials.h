@@ -19,6 +19,7 @@ public:
 
     bool isOpaque(const Instance& instance) const override;
     float opacity(const RayHit& hit, bool isFromInside) const override;
+    Color straightThrough(const RayHit& hit, float cosine) const override;
 
     /// The shading normal of the hit, changed by the normal map at an input, Normal or CoatNormal.
     V3f mappedNormal(MaterialInput input, const RayHit& hit, float time,

@@ -253,8 +253,8 @@ Color PathTracer::reflectedLight(const LightSample& light, const Vertex& vertex,
     shadowRay.farthest = light.distance;
     shadowRay.time = time;
     const float weight = light.isDelta ? 1 : PowerHeuristic(light.pdf, bsdf.pdf);
-    return bsdf.timesCosine * light.radiance *
-           (geometry.transmittance(shadowRay) * weight / light.pdf);
+    return bsdf.timesCosine * light.radiance * geometry.transmittance(shadowRay, light.isDelta) *
+           (weight / light.pdf);
 }
 
 } // namespace lantern

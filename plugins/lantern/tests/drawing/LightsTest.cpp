@@ -215,4 +215,34 @@ TEST(Lights, AreBlockedByShapes) {
     EXPECT_EQ(Irradiance(scene, 4), 0);
 }
 
+/// The plane behind a pane of glass, lit straight from the front.
+SceneData PlaneBehindGlass(const Material& glass) {
+    SceneData scene = Plane();
+    AddMesh(scene, Square(-5, -4, 5, 5, 2), AddMaterial(scene, glass));
+    scene.lights = {Directional(M44d(), 2)};
+    return scene;
+}
+
+Material Pane() {
+    Material glass;
+    glass.baseColor = Color(0.5f);
+    glass.transmission = 1;
+    glass.roughness = 0;
+    glass.thickness = 0;
+    return glass;
+}
+
+TEST(DeltaLights, ShineStraightThroughThinSheets) {
+    EXPECT_NEAR(Irradiance(PlaneBehindGlass(Pane()), 16), 2 * 0.96f * 0.5f, 1e-3f);
+}
+
+TEST(DeltaLights, AreBlockedByOtherGlass) {
+    Material rough = Pane();
+    rough.roughness = 0.5f;
+    EXPECT_EQ(Irradiance(PlaneBehindGlass(rough), 16), 0);
+    Material solid = Pane();
+    solid.thickness = 1;
+    EXPECT_EQ(Irradiance(PlaneBehindGlass(solid), 16), 0);
+}
+
 } // namespace
