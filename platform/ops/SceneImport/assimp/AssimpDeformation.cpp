@@ -217,7 +217,14 @@ std::shared_ptr<MeshMotion> Deformer::motionOf(std::size_t node, std::size_t pla
     return std::make_shared<MeshMotion>(std::move(parts));
 }
 
+bool IsDeformed(const aiMesh& mesh) {
+    return mesh.mNumBones > 0 || mesh.mNumAnimMeshes > 0;
+}
+
 void Deformer::deform(const std::string& path) {
+    if (std::none_of(scene.mMeshes, scene.mMeshes + scene.mNumMeshes,
+                     [](const aiMesh* mesh) { return IsDeformed(*mesh); }))
+        return;
     skeleton = makeSkeleton();
     MovingShapes moving(content);
     for (std::size_t node = 0; node < content.nodes.size(); ++node)

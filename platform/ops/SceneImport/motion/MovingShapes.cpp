@@ -27,12 +27,13 @@ void MovingShapes::add(std::uint32_t node, const MotionAt& motionAt) {
     content.nodes[node].shapes.clear();
     const std::string& name = content.nodes[node].name;
     for (std::size_t place = 0; place < shapes.size(); ++place) {
-        ContentShape shape = content.shapes[shapes[place]];
-        const auto motion = shape.type.empty() ? nullptr : motionAt(place, shapes[place]);
+        const bool isShown = !content.shapes[shapes[place]].type.empty();
+        const auto motion = isShown ? motionAt(place, shapes[place]) : nullptr;
         if (!motion) {
             content.nodes[node].shapes.push_back(shapes[place]);
             continue;
         }
+        ContentShape shape = content.shapes[shapes[place]];
         if (shape.name.empty() && !name.empty()) shape.name = name + "Shape";
         const auto added = static_cast<std::uint32_t>(content.shapes.size());
         content.shapes.push_back(std::move(shape));
