@@ -37,9 +37,9 @@ TextureChannels ChannelsOf(const Texture& texture, int channels) {
 double PieceBytes(const OIIO::ImageSpec& spec) {
     const double width = spec.tile_width > 0 ? spec.tile_width : spec.width;
     const double height = spec.tile_height > 0 ? spec.tile_height : spec.height;
-    const bool isKept = spec.format == OIIO::TypeDesc::UINT8 ||
-                        spec.format == OIIO::TypeDesc::UINT16 ||
-                        spec.format == OIIO::TypeDesc::HALF; // the cache makes floats of all others
+    const auto type = spec.format.basetype;
+    const bool isKept = type == OIIO::TypeDesc::UINT8 || type == OIIO::TypeDesc::UINT16 ||
+                        type == OIIO::TypeDesc::HALF; // the cache makes floats of all others
     return width * height * spec.nchannels * double(isKept ? spec.format.size() : sizeof(float));
 }
 
