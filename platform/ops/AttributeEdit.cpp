@@ -6,6 +6,7 @@
 
 #include "EditOp.h"
 #include "OpTypes.h"
+#include "Textures.h"
 
 namespace TellarOps {
 namespace {
@@ -17,7 +18,13 @@ public:
                  "Deletes and sets attributes of the locations that match, in this order.",
                  {{"delete", "string[]", "Dotted names of attributes to delete. Default: none."},
                   {"set", "group",
-                   "Attributes to set; groups are merged with those there. Default: none."}}) {}
+                   "Attributes to set; groups are merged with those there. Default: none."},
+                  DirectoryArgument()}) {}
+
+    void check(CheckContext& context) const override {
+        EditOp::check(context);
+        WarnOfMissingTextures(context, StateOf<AttributeEditState>(context).set, {});
+    }
 
 protected:
     struct AttributeEditState : EditState {
@@ -29,7 +36,7 @@ protected:
     std::shared_ptr<const State> parse(const ArgReader& args) const override {
         auto state = std::make_shared<AttributeEditState>(args);
         state->deleted = args.strings("delete");
-        state->set = args.group("set");
+        state->set = InFolder(args.string("directory", ""), args.group("set"));
         return state;
     }
 

@@ -1,11 +1,13 @@
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <OxTellarSDK/DelimiterCodec.h>
 
 #include "ChildNames.h"
 #include "OpTypes.h"
+#include "Textures.h"
 
 namespace TellarOps {
 namespace {
@@ -15,6 +17,7 @@ using OxAttribute::DelimiterEncode;
 
 struct StaticSceneState : State {
     std::string location;
+    std::string directory; // that relative textures count from; may be empty
 };
 
 /// Whether the name needs encoding or looks like an encoded one.
@@ -93,26 +96,46 @@ public:
                 {"a", "group", "The location's attributes. Default: none."},
                 {"c", "group",
                  "Its child locations by name, in delimiter encoding, each a group with \"a\" "
-                 "and \"c\" of its own. Default: none."}},
+                 "and \"c\" of its own. Default: none."},
+                DirectoryArgument()},
                "none"},
               Inputs::None) {}
 
     void cook(CookContext& context) const override {
         const GroupAttribute siblings(context.parentNote());
-        const std::string& location = StateOf<StaticSceneState>(context).location;
+        const auto& state = StateOf<StaticSceneState>(context);
+        const std::string& location = state.location;
         if (siblings.isValid())
-            present(context, ChildDescription(siblings, OxLocationPath::Name(context.path()),
-                                              context.probableIndex()));
+            present(context, state,
+                    ChildDescription(siblings, OxLocationPath::Name(context.path()),
+                                     context.probableIndex()));
         else if (OxLocationPath::IsSelfOrBelow(context.path(), location))
-            present(context, findDescription(context, location));
+            present(context, state, findDescription(context, location));
         else
             cookAncestor(context, location);
+    }
+
+    void check(CheckContext& context) const override {
+        const auto& state = StateOf<StaticSceneState>(context);
+        std::vector<std::pair<std::string, GroupAttribute>> open{
+            {state.location, context.args().isValid() ? context.args() : GroupAttribute(true)}};
+        while (!open.empty()) {
+            context.countLocation();
+            const auto [path, description] = std::move(open.back());
+            open.pop_back();
+            WarnOfMissingTextures(context, InFolder(state.directory, AttrsOf(description)), path);
+            const GroupAttribute children = ChildrenOf(description);
+            for (std::int64_t i = children.getNumberOfChildren(); i-- > 0;)
+                open.emplace_back(path + '/' + DelimiterDecode(children.getChildNameView(i)),
+                                  children.getChildByIndex(i));
+        }
     }
 
 protected:
     std::shared_ptr<const State> parse(const ArgReader& args) const override {
         auto state = std::make_shared<StaticSceneState>();
         state->location = args.location("location", "/root");
+        state->directory = args.string("directory", "");
         args.group("a");
         args.group("c");
         return state;
@@ -125,9 +148,10 @@ private:
         context.setPotentialChildren(MakeNames({NameTowards(location, context.path())}));
     }
 
-    static void present(CookContext& context, const GroupAttribute& description) {
+    static void present(CookContext& context, const StaticSceneState& state,
+                        const GroupAttribute& description) {
         if (!description.isValid()) return;
-        context.setAttrs(AttrsOf(description));
+        context.setAttrs(InFolder(state.directory, AttrsOf(description)));
         const GroupAttribute children = ChildrenOf(description);
         if (children.getNumberOfChildren() == 0) return;
         context.setPotentialChildren(DecodedNames(children));

@@ -88,7 +88,7 @@ Op OpTreeFileSource::getOp(const Transaction& transaction) const {
     if (filename.empty()) return nullptr;
     try {
         FileStream stream(filename, true);
-        return transaction->deserializeOps(&stream, &FileStream::read);
+        return transaction->deserializeOps(stream);
     } catch (const std::exception&) {
         return nullptr;
     }

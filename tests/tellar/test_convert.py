@@ -104,7 +104,7 @@ class SceneKindTest(TellarTest):
 
     def test_unknown_op_types_cycles_and_bad_arguments_are_named(self):
         unknown = {"ops": [{"name": "a", "type": "Nope"}]}
-        self.assert_fails('Op "a" (Nope) at "/root": there is no op type of this name',
+        self.assert_fails(f'{self.folder}/unknown.json:1:10: Op "a" (Nope) at "/root": there is no op type of this name',
                           "walk", self.write("unknown.json", unknown))
         cycle = {"ops": [{"name": "a", "type": "Merge", "inputs": ["b"]},
                          {"name": "b", "type": "Merge", "inputs": ["a"]}]}
@@ -116,10 +116,10 @@ class SceneKindTest(TellarTest):
 
     def test_misspelt_op_types_and_arguments_are_guessed(self):
         near = {"ops": [{"name": "a", "type": "Mrege"}]}
-        self.assert_fails('Op "a" (Mrege) at "/root": there is no op type of this name; did you '
+        self.assert_fails(f'{self.folder}/near.json:1:10: Op "a" (Mrege) at "/root": there is no op type of this name; did you '
                           'mean "Merge"?', "walk", self.write("near.json", near))
         near = {"ops": [{"name": "a", "type": "Prune", "args": {"path": ["/root/a"]}}]}
-        self.assert_fails('Op "a" (Prune) at "/root": Argument "path" is not known to the op type '
+        self.assert_fails(f'{self.folder}/near.json:1:10: Op "a" (Prune) at "/root": Argument "path" is not known to the op type '
                           '"Prune"; did you mean "paths"?', "walk",
                           self.write("near.json", near))
 
@@ -167,6 +167,12 @@ class ConvertTest(TellarTest):
         super().setUp()
         self.scene = self.write("scene.json", SCENE)
 
+    def convert_example(self, name, out):
+        """The examples have comments, of which one line is told."""
+        status, _, errors = self.run_tellar("convert", self.examples / name, out)
+        self.assertEqual((status, errors.count("\n")), (0, 1), errors)
+        self.assertIn("does not keep", errors)
+
     def read(self, name):
         return (self.folder / name).read_bytes()
 
@@ -186,7 +192,7 @@ class ConvertTest(TellarTest):
     def test_json_through_attributes_comes_back_byte_for_byte(self):
         for name in ("garden.json", "materials.json", "million.json"):
             with self.subTest(name=name):
-                self.tellar("convert", self.examples / name, "first.json")
+                self.convert_example(name, "first.json")
                 self.tellar("convert", "first.json", "middle.oxattr")
                 self.tellar("convert", "middle.oxattr", "second.json")
                 self.assertEqual(self.read("second.json"), self.read("first.json"))
@@ -200,7 +206,7 @@ class ConvertTest(TellarTest):
         self.assertEqual(self.read("unpacked.oxop"), self.read("plain.oxop"))
 
     def test_files_beside_the_description_are_still_found_elsewhere(self):
-        self.tellar("convert", self.examples / "garden.json", "elsewhere.oxop")
+        self.convert_example("garden.json", "elsewhere.oxop")
         self.assertEqual(self.tellar("walk", "elsewhere.oxop"),
                          self.tellar("walk", self.examples / "garden.json"))
 
@@ -275,7 +281,32 @@ class ConvertTest(TellarTest):
         (self.folder / "moved").mkdir()
         for name in ("models", "shots"):
             (self.folder / name).rename(self.folder / "moved" / name)
-        self.assertEqual(self.tellar("walk", "moved/shots/a.json"), walked)
+        for name in ("a.json", "a.oxop", "a.oxattr"):
+            self.assertEqual(self.tellar("walk", f"moved/shots/{name}"), walked)
+
+    def test_files_of_ops_are_named_from_the_new_folder(self):
+        (self.folder / "sub").mkdir()
+        self.write("t.obj", "v 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n")
+        args = {"file": "t.obj", "location": "/root/a"}
+        self.write("scene.json", {"ops": [{"name": "t", "type": "SceneImport", "args": args}]})
+        self.tellar("convert", "scene.json", "copy.json")
+        self.tellar("convert", "scene.json", "sub/copy.json")
+        self.assertEqual(json.loads(self.read("copy.json"))["ops"][0]["args"], args)
+        self.assertEqual(json.loads(self.read("sub/copy.json"))["ops"][0]["args"],
+                         {"file": "../t.obj", "location": "/root/a"})
+        self.tellar("convert", "sub/copy.json", "again.oxop")
+        self.tellar("convert", "again.oxop", "sub/again.json")
+        self.assertEqual(self.read("sub/again.json"), self.read("sub/copy.json"))
+        printed = json.loads(self.tellar("convert", "scene.json", "-"))["ops"][0]["args"]
+        self.assertEqual(printed["directory"], os.path.realpath(self.folder))
+
+    def test_what_is_not_kept_is_told(self):
+        self.write("scene.json", '{"comment": "c", "ops": [ // one\n'
+                   '{"name": "t", "type": "SceneImport", "args": {"file": "/no.obj"}}]}')
+        status, _, errors = self.run_tellar("convert", "scene.json", "scene.oxop")
+        self.assertEqual((status, errors), (
+            0, "tellar: info: scene.oxop does not keep 2 comments of scene.json\n"
+               "tellar: info: scene.oxop still names 1 file by absolute paths\n"))
 
 
 class StandardStreams(TellarTest):

@@ -325,7 +325,7 @@ class ExamplesTest(SceneTest):
                 found.append(location["path"])
             for child in location.get("children", []):
                 visit(child)
-        visit(json.loads(self.tellar("walk", scene, "--json")))
+        visit(json.loads(self.tellar("walk", scene, "--json", "--at", "/root/world")))
         return found
 
     def assert_complete(self, flattened):

@@ -12,6 +12,7 @@
 #include <OxTellarSDK/PluginManager.h>
 
 #include "NoMemory.h"
+#include "OpPlaces.h"
 #include "Output.h"
 #include "Process.h"
 #include "StopSignals.h"
@@ -147,7 +148,7 @@ int Main(int argc, char** argv) {
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        return Fail(Explain(error.what()));
+        return Fail(Explain(WithPlace(error.what())));
     }
 }
 

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -243,6 +244,44 @@ TEST(DescriptionJsonFile, AnAbsoluteFileOrAGivenDirectoryIsLeftAlone) {
               Op({{"directory", StringAttribute("/other")}, {"file", StringAttribute("a.obj")}}));
     EXPECT_EQ(ArgsOfReader(R"({"file": ""})", "/scenes"), Op({{"file", StringAttribute("")}}));
     EXPECT_EQ(ArgsOfReader("{}", "/scenes"), GroupAttribute(true));
+}
+
+TEST(DescriptionJsonFile, ARelativeDirectoryCountsFromThatOfTheDescription) {
+    EXPECT_EQ(
+        ArgsOfReader(R"({"directory": "../b/", "file": "a.obj"})", "/scenes/a"),
+        Op({{"directory", StringAttribute("/scenes/b")}, {"file", StringAttribute("a.obj")}}));
+    EXPECT_EQ(ArgsOfReader(R"({"directory": "."})", "/scenes/a"),
+              Op({{"directory", StringAttribute("/scenes/a")}}));
+    EXPECT_EQ(ArgsOfReader(R"({"directory": "b"})", "/scenes", "No such type"),
+              Op({{"directory", StringAttribute("b")}}));
+}
+
+TEST(DescriptionJsonFile, ARelativeTextureGetsTheDirectoryOfTheDescription) {
+    const auto directoryOf = [](const std::string& args) {
+        return ArgsOfReader(args, "/scenes").getChildByName("directory");
+    };
+    const StringAttribute scenes("/scenes");
+    EXPECT_EQ(directoryOf(R"({"a": {"light.texture": "sky.exr"}})"), scenes);
+    EXPECT_EQ(directoryOf(R"({"c": {"x": {"c": {"y": {"a": {"textures.t": "a.png"}}}}}})"), scenes);
+    EXPECT_EQ(directoryOf(R"({"set": {"material.nodes.n.parameters.file": "a.png"}})"), scenes);
+    EXPECT_FALSE(
+        directoryOf(R"({"set": {"material.nodes.n.parameters.file": "/a.png"}})").isValid());
+    EXPECT_FALSE(directoryOf(R"({"a": {"user.file": "a.png"}})").isValid());
+}
+
+TEST(DescriptionJsonText, TellsThePlacesOfOpsAndTheNumberOfComments) {
+    DescriptionText told;
+    ParseDescriptionJson(R"({"comment": "one", "ops": [
+  // two, "quoted"
+  {"name": "a", "type": "T", "args": {"path": "//no/*comment*/\"//"}, "comment": "three"},
+      /* four */ {"type": "T", /* five
+      */ "name": "\u00e4"}
+]}
+// six)",
+                         "in", "", &told);
+    EXPECT_EQ(told.places, (std::unordered_map<std::string, std::string>{{"a", "in:3:3"},
+                                                                         {"\xC3\xA4", "in:4:18"}}));
+    EXPECT_EQ(told.comments, 6U);
 }
 
 TEST(DescriptionJsonFile, NoDirectoryIsAddedForATypeWithoutThatArgument) {

@@ -46,6 +46,16 @@ TEST(DeserializeOps, MakesTheOpsOfAFileAndReturnsTheLast) {
     EXPECT_EQ(ValueAt(graph.commit(top), "/root"), 42);
 }
 
+TEST(DeserializeOps, LeavesADirectoryToTypesThatTakeNone) {
+    const TempDirectory folder;
+    const GroupAttribute args({{"directory", StringAttribute(".")}}, true);
+    const GroupAttribute op({{"opType", StringAttribute(kSource)}, {"opArgs", args}}, true);
+    WriteOpFile(folder.path("tree"), GroupAttribute({{"only", op}}, true));
+    Graph graph;
+    FileStream stream(folder.path("tree"), true);
+    EXPECT_EQ(graph.transaction->deserializeOps(stream)->getArgs(), args);
+}
+
 TEST(DeserializeOps, AnOpCanReferToALaterOne) {
     const TempDirectory folder;
     const auto entry = [](const char* type, const char* input) {

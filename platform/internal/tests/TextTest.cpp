@@ -33,6 +33,17 @@ TEST(TextPlace, CountsCharactersInPlacesAndBytesInColumns) {
     EXPECT_EQ(LineAndColumn(kText, 8), "line 2, column 5");
 }
 
+TEST(AscendingPlaces, AreThoseOfTextPlace) {
+    constexpr std::string_view kText = "one\n\xC3\xA9\xC3\xA9x\n\nend";
+    AscendingPlaces places("in", kText);
+    EXPECT_EQ(places.at(0), "in:1:1");
+    EXPECT_EQ(places.at(3), "in:1:4");
+    EXPECT_EQ(places.at(8), "in:2:3");
+    EXPECT_EQ(places.at(8), "in:2:3");
+    EXPECT_EQ(places.at(10), "in:3:1");
+    EXPECT_EQ(places.at(1000), "in:4:4");
+}
+
 TEST(Utf8, CutsBetweenCharacters) {
     constexpr std::string_view kText = "a\xC3\xA9\xE2\x82\xAC!";
     EXPECT_EQ(Utf8Beginning(kText, 7), kText);

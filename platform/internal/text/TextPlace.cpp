@@ -28,12 +28,29 @@ std::string LineAndColumn(std::string_view text, std::size_t offset) {
            std::to_string(1 + line.text.size());
 }
 
+namespace {
+
+/// `lineText` is the line up to the place.
+std::string PlaceText(std::string_view source, std::size_t line, std::string_view lineText) {
+    const auto continued = std::count_if(lineText.begin(), lineText.end(), IsUtf8Continuation);
+    const std::size_t column = 1 + lineText.size() - static_cast<std::size_t>(continued);
+    return std::string(source) + ':' + std::to_string(line) + ':' + std::to_string(column);
+}
+
+} // namespace
+
 std::string TextPlace(std::string_view source, std::string_view text, std::size_t offset) {
     const Line line = LineUpTo(text, offset);
-    const auto continued = std::count_if(line.text.begin(), line.text.end(), IsUtf8Continuation);
-    const std::size_t column = 1 + line.text.size() - static_cast<std::size_t>(continued);
-    return std::string(source) + ':' + std::to_string(line.number) + ':' + std::to_string(column) +
-           ": ";
+    return PlaceText(source, line.number, line.text) + ": ";
+}
+
+std::string AscendingPlaces::at(std::size_t offset) {
+    for (const std::size_t end = std::min(offset, text.size()); seen < end; ++seen) {
+        if (text[seen] != '\n') continue;
+        ++line;
+        lineBegin = seen + 1;
+    }
+    return PlaceText(source, line, text.substr(lineBegin, seen - lineBegin));
 }
 
 } // namespace TellarInternal

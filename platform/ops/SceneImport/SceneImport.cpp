@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -11,6 +12,7 @@
 
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/LocationPath.h>
+#include <OxTellarSDK/TextureReferences.h>
 
 #include "../BuiltinOp.h"
 #include "../ChildNames.h"
@@ -215,6 +217,20 @@ void CookFileList(CookContext& context, const SceneFile& file) {
     context.setAttrs(attrs.build());
 }
 
+// Each file once, though several nodes may show it.
+void WarnOfMissingTextures(OxOpType::CheckContext& context, const Scene& scene) {
+    std::set<std::string> warned;
+    for (const std::string_view name : scene.materialNames().getNearestSample(0.0f)) {
+        GroupBuilder attrs;
+        attrs.set("material", scene.findMaterial(name)->network);
+        for (const OxAttribute::TextureReference& texture : FindTextures(attrs.build()))
+            if (OxAttribute::IsMissingTexture(texture.file) && warned.insert(texture.file).second)
+                context.warn("the texture \"" + texture.file + "\" of the material \"" +
+                                 std::string(name) + "\" does not exist",
+                             texture.file);
+    }
+}
+
 class SceneImport final : public TellarOps::BuiltinOp {
 public:
     SceneImport()
@@ -271,6 +287,12 @@ public:
         const Scene& scene = state.sceneOf(*file);
         CheckNames(settings, scene);
         CookPart(context, settings, scene);
+    }
+
+    void check(OxOpType::CheckContext& context) const override {
+        const auto& state = TellarOps::StateOf<ImportState>(context);
+        const auto file = state.file(false);
+        WarnOfMissingTextures(context, state.sceneOf(*file));
     }
 
 protected:

@@ -73,7 +73,7 @@ GeometryProducer::Ptr CreateSharedRoot(const std::string& opTreeFile) {
     const auto runtime = PublishRuntime();
     const auto transaction = runtime->createTransaction();
     FileStream stream(opTreeFile, true);
-    const auto op = transaction->deserializeOps(&stream, &FileStream::read);
+    const auto op = transaction->deserializeOps(stream);
     const auto client = transaction->createClient();
     transaction->setClientOp(client, op);
     runtime->commit(transaction);

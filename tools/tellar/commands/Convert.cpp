@@ -7,10 +7,13 @@
 
 #include <CLI/CLI.hpp>
 #include <OxTellarSDK/AttributeStream.h>
+#include <OxTellarSDK/DescriptionFolder.h>
 #include <OxTellarSDK/DescriptionJson.h>
 
 #include "Output.h"
+#include "PortableFiles.h"
 #include "Scene.h"
+#include "SceneWarnings.h"
 #include "StandardInput.h"
 
 namespace TellarTool {
@@ -29,6 +32,7 @@ struct ConvertOptions {
     std::string out;
     std::string to; // "json", "attributes" or "ops"; empty: by the extension of `out`
     bool compress = false;
+    bool isStrict = false;
 };
 
 SceneKind TargetKind(const ConvertOptions& options) {
@@ -43,6 +47,15 @@ SceneKind TargetKind(const ConvertOptions& options) {
     if (extension == ".oxop") return SceneKind::OpFile;
     throw std::runtime_error(options.out + ": the extension tells no form (.json, .oxattr, "
                                            ".oxop); give one with --to");
+}
+
+/// Throws std::runtime_error naming the file when its folder is not there.
+std::string FolderOfOutput(const std::string& out) {
+    try {
+        return FolderOfFile(out);
+    } catch (const std::filesystem::filesystem_error& error) {
+        throw std::runtime_error(out + ": cannot be written: " + error.code().message());
+    }
 }
 
 void PrintJson(const GroupAttribute& description) {
@@ -65,17 +78,24 @@ void Write(const ConvertOptions& options, SceneKind kind, const GroupAttribute& 
     }
 }
 
-/// An op tree that imports the model. In JSON, its path counts from the folder of the description,
-/// so that both can be moved together.
-GroupAttribute DescribeModel(const ConvertOptions& options, SceneKind kind) {
+/// An op tree that imports the model from its own folder.
+GroupAttribute DescribeModel(const ConvertOptions& options) {
     namespace fs = std::filesystem;
-    fs::path file = fs::absolute(options.in).lexically_normal();
-    if (kind == SceneKind::Json && options.out != kStandardOutput) {
-        const fs::path folder = fs::absolute(options.out).lexically_normal().parent_path();
-        const fs::path relative = file.lexically_relative(folder);
-        if (!relative.empty()) file = relative;
-    }
-    return DescribeImport(file.string());
+    const fs::path file = fs::absolute(options.in).lexically_normal();
+    if (options.out == kStandardOutput) return DescribeImport(file.string());
+    return DescribeImport(file.filename().string(), FolderOfFile(file.string()));
+}
+
+GroupAttribute DescriptionOf(const ConvertOptions& options, const Scene& scene) {
+    if (scene.getKind() != SceneKind::SceneFile) return scene.getDescription();
+    if (options.in == kStandardInput)
+        throw std::runtime_error("standard input: a description cannot refer to a model there; "
+                                 "give its file");
+    return DescribeModel(options);
+}
+
+std::string Counted(std::size_t count, const std::string& one) {
+    return std::to_string(count) + ' ' + one + (count == 1 ? "" : "s");
 }
 
 /// Throws std::runtime_error naming the file at fault, and then leaves `out` as it was.
@@ -83,13 +103,19 @@ void RunConvert(const ConvertOptions& options) {
     const SceneKind kind = TargetKind(options);
     if (options.compress && kind == SceneKind::Json)
         throw std::runtime_error("--compress: JSON is written uncompressed only");
+    SceneWarnings warnings(options.isStrict);
     const Scene scene(options.in);
-    if (scene.getKind() != SceneKind::SceneFile)
-        return Write(options, kind, scene.getDescription());
-    if (options.in == kStandardInput)
-        throw std::runtime_error("standard input: a description cannot refer to a model there; "
-                                 "give its file");
-    Write(options, kind, DescribeModel(options, kind));
+    if (options.isStrict) warnings.check(scene);
+    PortableDescription portable{DescriptionOf(options, scene), 0};
+    if (options.out != kStandardOutput)
+        portable = WithPortableFiles(portable.description, FolderOfOutput(options.out), kind);
+    Write(options, kind, portable.description);
+    if (scene.getNumberOfComments() > 0)
+        WriteErrorLine("info: " + options.out + " does not keep " +
+                       Counted(scene.getNumberOfComments(), "comment") + " of " + scene.getPath());
+    if (portable.absoluteFiles > 0)
+        WriteErrorLine("info: " + options.out + " still names " +
+                       Counted(portable.absoluteFiles, "file") + " by absolute paths");
 }
 
 } // namespace
@@ -115,6 +141,7 @@ void AddConvertCommand(CLI::App& app) {
         ->check(CLI::IsMember({"json", "attributes", "ops"}))
         ->option_text("FORM");
     command.add_flag("--compress", options->compress, "Compress an attribute stream or op file");
+    AddStrict(command, options->isStrict);
     command.footer(kExamples);
     command.callback([options] { RunConvert(*options); });
 }

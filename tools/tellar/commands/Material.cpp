@@ -20,6 +20,7 @@
 #include "Process.h"
 #include "Scene.h"
 #include "SceneOptions.h"
+#include "SceneWarnings.h"
 #include "ShadingNetwork.h"
 #include "Table.h"
 
@@ -44,6 +45,7 @@ struct MaterialOptions {
     bool minimize = false;
     bool json = false;
     bool dot = false;
+    bool isStrict = false;
 };
 
 /// Everything that the command prints about the material of a location.
@@ -53,8 +55,9 @@ struct MaterialReport {
     GroupAttribute flattened;
 };
 
-MaterialReport Look(const MaterialOptions& options) {
+MaterialReport Look(const MaterialOptions& options, SceneWarnings& warnings) {
     const Scene scene(options.scene);
+    if (options.isStrict) warnings.check(scene);
     const auto location = scene.threadAware(options.location);
     MaterialReport report;
     report.path = location->getFullName();
@@ -194,7 +197,9 @@ std::string Print(const MaterialReport& report, const MaterialOptions& options) 
 
 void RunMaterial(const MaterialOptions& options) {
     CheckLocationPath("--at", options.location);
-    const MaterialReport report = Look(options);
+    SceneWarnings warnings(options.isStrict);
+    const MaterialReport report = Look(options, warnings);
+    warnings.finish();
     if (options.png) {
         WritePicture(report, *options.png);
         return;
@@ -239,6 +244,7 @@ void AddMaterialCommand(CLI::App& app) {
             ->option_text("FILE");
     dot->excludes(minimize)->excludes(json);
     png->excludes(minimize)->excludes(json)->excludes(dot);
+    AddStrict(command, options->isStrict);
     command.footer(kExamples);
     command.callback([options] { RunMaterial(*options); });
 }

@@ -18,7 +18,6 @@
 
 #include "ChosenSettings.h"
 #include "FrameRange.h"
-#include "LibraryMessages.h"
 #include "NumberOption.h"
 #include "NumberText.h"
 #include "Output.h"
@@ -30,6 +29,7 @@
 #include "Renderers.h"
 #include "Scene.h"
 #include "SceneOptions.h"
+#include "SceneWarnings.h"
 #include "SettingOption.h"
 
 namespace TellarTool {
@@ -50,8 +50,9 @@ constexpr const char* kExamples = R"(Examples:
 constexpr std::int32_t kMostSamples = 1000000;
 constexpr std::int32_t kMostThreads = 1024;
 constexpr std::int32_t kMostDepth = 100;
-constexpr float kMostFrame = 1e9f;    // that fits into an int
-constexpr std::size_t kMostTimes = 9; // at which a moving scene is framed
+constexpr float kMostFrame = 1e9f;             // that fits into an int
+constexpr std::uint64_t kMostChecked = 100000; // locations, so that large scenes soon begin
+constexpr std::size_t kMostTimes = 9;          // at which a moving scene is framed
 
 struct RenderOptions {
     std::string scene;
@@ -64,6 +65,7 @@ struct RenderOptions {
     std::vector<int> frames;    // empty: the frame above alone
     StudioUse studio = StudioUse::WhereDark;
     RendererOptions renderer;
+    bool isStrict = false;
 };
 
 /// One of the pictures to be drawn.
@@ -149,10 +151,11 @@ Scene WithName(const Scene& scene) {
 }
 
 Scene OpenScene(const RenderOptions& options, const std::vector<Picture>& pictures) {
-    const LibraryMessages messages(WriteErrorLine);
+    SceneWarnings warnings(options.isStrict);
     const Scene scene = WithChosen(Scene(options.scene), SettingsFor(options));
     ReadyScene ready = MakeReady(scene, TimesToFrame(pictures), options.studio);
     if (!ready.note.empty()) WriteErrorLine("info: " + ready.note);
+    warnings.check(ready.scene, kMostChecked);
     return WithName(ready.scene);
 }
 
@@ -180,7 +183,7 @@ void RunRender(const RenderOptions& options) {
     CheckPicture(options.renderer);
     CheckChosen(options.chosen);
     for (const std::string& hint : HintsAbout(options.chosen.others))
-        WriteErrorLine("warning: " + hint);
+        PrintWarning("warning: " + hint);
     SetUpPluginHost();
     AddRendererFolder();
     const Renderer renderer = FindRenderer(options.renderer.renderer);
@@ -190,6 +193,7 @@ void RunRender(const RenderOptions& options) {
     for (const Picture& picture : pictures)
         tasks.push_back(TaskOf(picture, options, renderer, root));
     RunRenderer(renderer.name, options.renderer.isVerbose, tasks);
+    EndIfStrict(options.isStrict);
 }
 
 void CheckTilePlace(const std::string& what, std::int32_t place, std::int32_t count) {
@@ -328,6 +332,7 @@ void AddRenderCommand(CLI::App& app) {
     AddTimeOptions(command, *options);
     AddLightOption(command, *options);
     AddQualityOptions(command, *options);
+    AddStrict(command, options->isStrict);
     command.footer(kExamples);
     command.callback([options] { RunRender(*options); });
 }

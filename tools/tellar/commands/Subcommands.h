@@ -1,14 +1,13 @@
 #ifndef TELLAR_TOOL_SUBCOMMANDS_H
 #define TELLAR_TOOL_SUBCOMMANDS_H
 
+#include "ProblemsFound.h"
+
 namespace CLI {
 class App;
 }
 
 namespace TellarTool {
-
-/// Thrown when everything is printed and problems were found. The exit status is then 1.
-struct ProblemsFound {};
 
 // Each function adds one subcommand with its options, and a callback that the parser calls when the
 // subcommand is given. Callbacks print on standard output. They throw std::runtime_error for every

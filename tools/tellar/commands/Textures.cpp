@@ -15,6 +15,7 @@
 #include "RequiredGroup.h"
 #include "Scene.h"
 #include "SceneOptions.h"
+#include "SceneWarnings.h"
 #include "Table.h"
 
 namespace TellarTool {
@@ -33,6 +34,7 @@ struct TexturesOptions {
     std::string location;
     std::string attribute = "textures";
     bool json = false;
+    bool isStrict = false;
 };
 
 /// A line for each texture that could be converted, in their order.
@@ -57,11 +59,14 @@ std::string TextOf(const GroupAttribute& textures, const GroupAttribute& convert
 
 void RunTextures(const TexturesOptions& options) {
     CheckLocationPath("--at", options.location);
+    SceneWarnings warnings(options.isStrict);
     const Scene scene(options.scene);
+    if (options.isStrict) warnings.check(scene);
     const GeometryProducer::Ptr location = scene.threadAware(options.location);
     const GroupAttribute textures =
         RequiredGroup(scene, *location, options.attribute, Inheritance::FromAncestors);
     const GroupAttribute converted(TELLAR::ConvertTexturesToArbitraryAttr(textures));
+    warnings.finish();
     WriteOutput(options.json ? WriteAttributeJson(converted) + '\n' : TextOf(textures, converted));
     FlushOutput();
 }
@@ -79,6 +84,7 @@ void AddTexturesCommand(CLI::App& app) {
                     "The group of textures, the location's or inherited; \"textures\" unless given")
         ->option_text("NAME");
     command.add_flag("--json", options->json, "Print the group as JSON");
+    AddStrict(command, options->isStrict);
     command.footer(kExamples);
     command.callback([options] { RunTextures(*options); });
 }

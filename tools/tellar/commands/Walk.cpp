@@ -27,6 +27,7 @@
 #include "Progress.h"
 #include "Scene.h"
 #include "SceneOptions.h"
+#include "SceneWarnings.h"
 #include "Terminal.h"
 #include "Totals.h"
 #include "text/SimilarNames.h"
@@ -65,6 +66,7 @@ struct WalkOptions {
     bool stats = false;
     std::vector<std::string> types; // see LocationFilter, as for the next one
     std::vector<std::string> patterns;
+    bool isStrict = false;
 };
 
 double SecondsSince(Clock::time_point start) {
@@ -127,7 +129,7 @@ void WarnAboutTypes(const std::vector<std::string>& wanted, const std::set<std::
         const bool isThere = LocationFilter({type}, {}).matchesAnyOf(types);
         const std::string hint = TellarInternal::DidYouMean(names, type);
         if (!isThere && !hint.empty() && type != kAnyMesh)
-            WriteErrorLine("warning: --type: no location is of the type \"" + type + '"' + hint);
+            PrintWarning("warning: --type: no location is of the type \"" + type + '"' + hint);
     }
 }
 
@@ -158,10 +160,15 @@ void PrintTree(const GeometryProducer::Ptr& start, const WalkOptions& options,
                   [](const std::string& text) { WriteOutput(text); });
 }
 
+bool IsWholeScene(const WalkOptions& options) {
+    return options.start == "/root" && options.limits.depth == WalkLimits().depth;
+}
+
 void RunWalk(const WalkOptions& options) {
     if (options.limits.threads > 1 && options.variant != Variant::ThreadAware)
         throw std::runtime_error("--threads: only thread-aware producers are walked by several");
     CheckLocationPath("--at", options.start);
+    SceneWarnings warnings(options.isStrict);
     const Clock::time_point openStart = Clock::now();
     const Scene scene(options.scene);
     const GeometryProducer::Ptr start = OpenStart(scene, options);
@@ -176,6 +183,9 @@ void RunWalk(const WalkOptions& options) {
     }
     if (options.stats) PrintStats(options, count, openSeconds, SecondsSince(walkStart));
     FlushOutput();
+    // Cheap once the whole scene is cooked.
+    if (options.isStrict || IsWholeScene(options)) warnings.check(scene);
+    warnings.finish();
 }
 
 /// The parser does not check that SCENE is given, because it could not say why SCENE is missing:
@@ -251,6 +261,7 @@ void AddWalkCommand(CLI::App& app) {
         "Print number of locations, time, rate and peak memory at the end (to standard "
         "error with --json)");
     command.add_flag("--quiet", options->quiet, "Print no locations");
+    AddStrict(command, options->isStrict);
     command.footer(kExamples);
     command.callback([options, &command] {
         CheckScene(command, *options);

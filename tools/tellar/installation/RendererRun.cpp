@@ -15,6 +15,7 @@
 #include "PrintableText.h"
 #include "Progress.h"
 #include "StopSignals.h"
+#include "Warnings.h"
 
 namespace TellarTool {
 
@@ -36,7 +37,7 @@ public:
     explicit Listener(bool isVerbose)
         : isVerbose(isVerbose),
           progress([this](int, double seconds) { return progressLine(seconds); }, true),
-          libraryMessages([this](const std::string& line) { show(line); }) {}
+          libraryMessages([this](const std::string& line) { showOnce(line); }) {}
     Listener(const Listener&) = delete;
     Listener& operator=(const Listener&) = delete;
 
@@ -99,8 +100,12 @@ private:
         if (error) show(*error);
         error.reset();
         if (level == kOxLogInfo) show("info: " + text);
-        if (level == kOxLogWarn) show("warning: " + text);
+        if (level == kOxLogWarn) showOnce("warning: " + text);
         if (level > kOxLogWarn) error = text;
+    }
+
+    void showOnce(const std::string& warning) {
+        if (IsNewWarning(warning)) show(warning);
     }
 
     void show(const std::string& line) {

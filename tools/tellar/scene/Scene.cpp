@@ -13,11 +13,13 @@
 #include <OxTellarProducers/CreateGeometryProducer.h>
 #include <OxTellarProducers/OpTreeSource.h>
 #include <OxTellarSDK/AttributeStream.h>
+#include <OxTellarSDK/DescriptionFolder.h>
 #include <OxTellarSDK/DescriptionJson.h>
 #include <OxTellarSDK/FileStream.h>
 #include <OxTellarSDK/GroupBuilder.h>
 
 #include "LocationPaths.h"
+#include "OpPlaces.h"
 #include "StandardInput.h"
 
 namespace TellarTool {
@@ -78,21 +80,23 @@ GroupAttribute ReadDescriptionStream(FileStream& file) {
     return description;
 }
 
-GroupAttribute ReadDescription(FileStream& file, SceneKind kind) {
+/// Relative files count from the folder of `path`.
+GroupAttribute ReadDescription(FileStream& file, SceneKind kind, const std::string& path,
+                               DescriptionText& told) {
     switch (kind) {
     case SceneKind::OpFile:
-        return ReadOpFile(file);
+        return WithFolderOfFile(ReadOpFile(file), path);
     case SceneKind::AttributeStream:
-        return ReadDescriptionStream(file);
+        return WithFolderOfFile(ReadDescriptionStream(file), path);
     case SceneKind::Json:
-        return ReadDescriptionJsonFile(file);
+        return ReadDescriptionJsonFile(file, &told);
     default:
         return DescribeImport(file.getPath());
     }
 }
 
 /// The description's files are looked for in the working directory.
-GroupAttribute ReadDescriptionOfInput(FileStream& file) {
+GroupAttribute ReadDescriptionOfInput(FileStream& file, DescriptionText& told) {
     std::string text;
     char piece[4096];
     for (;;) {
@@ -100,7 +104,7 @@ GroupAttribute ReadDescriptionOfInput(FileStream& file) {
         if (bytes <= 0) break;
         text.append(piece, static_cast<std::size_t>(bytes));
     }
-    return ParseDescriptionJson(text, kInputName, std::filesystem::current_path().string());
+    return ParseDescriptionJson(text, kInputName, std::filesystem::current_path().string(), &told);
 }
 
 /// The message with the name of standard input in place of the path.
@@ -149,9 +153,11 @@ private:
 
 } // namespace
 
-GroupAttribute DescribeImport(const std::string& path) {
-    const GroupAttribute args(Children{{"file", StringAttribute(path)}}, true);
-    const GroupAttribute op(Children{{"opType", StringAttribute("SceneImport")}, {"opArgs", args}},
+GroupAttribute DescribeImport(const std::string& file, const std::string& directory) {
+    Children args{{"file", StringAttribute(file)}};
+    if (!directory.empty()) args.emplace_back("directory", StringAttribute(directory));
+    const GroupAttribute op(Children{{"opType", StringAttribute("SceneImport")},
+                                     {"opArgs", GroupAttribute(args, true)}},
                             true);
     return GroupAttribute(Children{{"scene", op}}, true);
 }
@@ -164,23 +170,39 @@ Scene::Scene(const std::string& path) : path(path) {
     CheckIsFile(path);
     FileStream file(path, true);
     kind = FindKind(file);
-    description = ReadDescription(file, kind);
+    DescriptionText told;
+    description = ReadDescription(file, kind, path, told);
     CheckIsOpTree(path, description);
+    remember(told);
     isOpenedByPath = kind == SceneKind::OpFile;
 }
 
 void Scene::readStandardInput() {
-    path = kInputName;
+    path = kInputName; // in the working directory, from which its files count
     input = std::make_shared<const StandardInput>();
+    DescriptionText told;
     try {
         FileStream file(input->getPath(), true);
         kind = FindKind(file);
-        description =
-            kind == SceneKind::Json ? ReadDescriptionOfInput(file) : ReadDescription(file, kind);
+        description = kind == SceneKind::Json ? ReadDescriptionOfInput(file, told)
+                                              : ReadDescription(file, kind, path, told);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(WithoutPath(error.what(), input->getPath()));
     }
     CheckIsOpTree(path, description);
+    remember(told);
+}
+
+/// Errors about the only op of a model file name that file already.
+void Scene::remember(const DescriptionText& told) {
+    comments = told.comments;
+    if (kind != SceneKind::SceneFile) RememberOps(path, description, told);
+}
+
+std::vector<OxOpType::Warning> Scene::check(std::uint64_t mostLocations) const {
+    const auto client = makeClient();
+    if (!client) return {};
+    return OxOpType::CheckOps(client->getOp(), mostLocations);
 }
 
 // Errors call the ops by these names.
@@ -219,10 +241,14 @@ GeometryProducer::Ptr Scene::open(const std::string& location) const {
                           : TELLAR::CreateThreadAwareGeometryProducer(description, location);
 }
 
-GeometryProducer::Ptr Scene::sync(const std::string& location) const {
-    const auto client = TELLAR::ClientCreateWithOpTree(
+std::shared_ptr<TellarRuntime::Client> Scene::makeClient() const {
+    return TELLAR::ClientCreateWithOpTree(
         isOpenedByPath ? OpTreeSource::createFromFile(path)
                        : OpTreeSource::createFromGroupAttribute(description));
+}
+
+GeometryProducer::Ptr Scene::sync(const std::string& location) const {
+    const auto client = makeClient();
     if (!client) throw std::runtime_error(path + ": no client can be made for it");
     return checked(TELLAR::CreateSyncGeometryProducer(client, location), location);
 }

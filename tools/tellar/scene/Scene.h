@@ -1,11 +1,17 @@
 #ifndef TELLAR_TOOL_SCENE_H
 #define TELLAR_TOOL_SCENE_H
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <OxTellarProducers/GeometryProducer.h>
 #include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/DescriptionJson.h>
+#include <OxTellarSDK/OpCheck.h>
+#include <OxTellarSDK/TellarRuntime.h>
 
 namespace TellarTool {
 
@@ -36,6 +42,13 @@ public:
     SceneKind getKind() const { return kind; }
     const OxAttribute::GroupAttribute& getDescription() const { return description; }
 
+    /// The number of comments in a description written as JSON, which the description has not.
+    std::size_t getNumberOfComments() const { return comments; }
+
+    /// What the types of its ops say is probably a mistake (OxOpType::CheckOps). Nothing when no
+    /// client can be made for the scene.
+    std::vector<OxOpType::Warning> check(std::uint64_t mostLocations) const;
+
     /// This scene with `settings` merged into the render settings of /root.
     Scene withRenderSettings(const OxAttribute::GroupAttribute& settings) const;
 
@@ -59,16 +72,21 @@ private:
                                           const std::string& location) const;
 
     void readStandardInput();
+    void remember(const OxAttribute::DescriptionText& told);
+    std::shared_ptr<TellarRuntime::Client> makeClient() const;
 
     std::string path;
     std::shared_ptr<const StandardInput> input; // null for other files
     SceneKind kind = SceneKind::SceneFile;
     OxAttribute::GroupAttribute description;
+    std::size_t comments = 0;
     bool isOpenedByPath = false; // the library opens the op file itself
 };
 
-/// An op tree of one op, which imports the file.
-OxAttribute::GroupAttribute DescribeImport(const std::string& path);
+/// An op tree of one op, which imports the file. A relative one counts from `directory`, or without
+/// one from the working directory.
+OxAttribute::GroupAttribute DescribeImport(const std::string& file,
+                                           const std::string& directory = {});
 
 } // namespace TellarTool
 

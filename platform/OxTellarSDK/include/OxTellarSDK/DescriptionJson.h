@@ -1,8 +1,10 @@
 #ifndef OXTELLARSDK_DESCRIPTIONJSON_H
 #define OXTELLARSDK_DESCRIPTIONJSON_H
 
+#include <cstddef>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/Export.h>
@@ -10,14 +12,24 @@
 
 namespace OxAttribute {
 
+/// What the text of a description tells beside the description itself.
+struct DescriptionText {
+    /// Where each Op begins, by its name: "scene.json:14:5", with line and column.
+    std::unordered_map<std::string, std::string> places;
+    /// The number of comments, of both kinds.
+    std::size_t comments = 0;
+};
+
 /// Reads an op-tree description written as JSON (docs/description-json.md). Throws
 /// std::runtime_error "<source>:<line>:<column>: ..." naming the Op at fault. Relative
-/// file arguments are relative to `directory`.
+/// files are relative to `directory`. Fills `told` unless it is null.
 OXTELLARSDK_API GroupAttribute ParseDescriptionJson(std::string_view text,
                                                     const std::string& source,
-                                                    const std::string& directory);
+                                                    const std::string& directory,
+                                                    DescriptionText* told = nullptr);
 OXTELLARSDK_API GroupAttribute ReadDescriptionJsonFile(const std::string& path);
-OXTELLARSDK_API GroupAttribute ReadDescriptionJsonFile(FileStream& stream);
+OXTELLARSDK_API GroupAttribute ReadDescriptionJsonFile(FileStream& stream,
+                                                       DescriptionText* told = nullptr);
 
 /// The description as JSON text that reads back as an equal description. Throws
 /// std::runtime_error naming the Op that cannot be written.

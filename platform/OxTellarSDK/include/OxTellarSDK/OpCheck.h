@@ -37,6 +37,9 @@ public:
     /// The same for a location of the Op that CheckOps was called with.
     virtual TellarRuntime::LocationData scene(const std::string& path) = 0;
 
+    /// Counts a location that the Op looks at in its own arguments, as those do.
+    virtual void countLocation() = 0;
+
     /// Adds a warning. `file` is the path of a missing file, if the warning is about one.
     virtual void warn(const std::string& text, const std::string& file = {}) = 0;
 

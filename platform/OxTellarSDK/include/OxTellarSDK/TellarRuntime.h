@@ -13,6 +13,9 @@
 #include <OxTellarSDK/Export.h>
 #include <OxTellarSDK/LocationRecord.h>
 
+namespace OxAttribute {
+class FileStream;
+} // namespace OxAttribute
 namespace OxTellarRuntimeDetail {
 struct LocationNode;
 struct OpNode;
@@ -237,6 +240,9 @@ public:
     /// Reads a serialised op file, creates its Ops and returns the terminal one. Throws
     /// std::runtime_error naming the file (if known) when it is not a sound op file.
     std::shared_ptr<Op> deserializeOps(void* stream, StreamRead read);
+    /// The same for a file from its beginning. Relative "directory" arguments count from the folder
+    /// of the file.
+    std::shared_ptr<Op> deserializeOps(OxAttribute::FileStream& file);
 
     std::shared_ptr<Client> createClient();
     void setClientOp(const std::shared_ptr<Client>& client, const std::shared_ptr<Op>& op);
@@ -250,6 +256,7 @@ private:
     explicit Transaction(std::shared_ptr<TellarRuntime> owner);
     void checkOpen(const std::shared_ptr<Op>& op) const;
     void checkUsable(const std::shared_ptr<Op>& op) const;
+    std::shared_ptr<Op> createOps(const OxAttribute::GroupAttribute& description);
     std::shared_ptr<TellarRuntime> runtime;
     std::vector<std::shared_ptr<Op>> ops;
     std::vector<std::shared_ptr<Client>> clients;

@@ -1,20 +1,21 @@
 #include <OxTellarSDK/DescriptionJson.h>
 
-#include <algorithm>
-#include <filesystem>
+#include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
+#include <OxTellarSDK/DescriptionFolder.h>
 #include <OxTellarSDK/FileStream.h>
-#include <OxTellarSDK/GroupBuilder.h>
-#include <OxTellarSDK/OpType.h>
 
 #include "AttributeJsonReader.h"
 #include "JsonFields.h"
+#include "OpDirectory.h"
 #include "text/JsonTree.h"
 #include "text/MessageText.h"
+#include "text/TextPlace.h"
 
 namespace OxAttribute {
 
@@ -34,10 +35,16 @@ public:
     DescriptionReader(const JsonTree& tree, const std::string& directory)
         : tree(tree), directory(directory) {}
 
+    /// Where the ops begin in the text, in their order.
+    const std::vector<std::size_t>& getPlaces() const { return places; }
+    /// The number of members called "comment".
+    std::size_t getComments() const { return comments; }
+
     GroupAttribute read() {
         const JsonValue root = tree.root();
         if (!root.isObject()) fail(root, "a description must be an object with \"ops\"");
         const JsonFields fields(root, {"ops", "$schema", "comment"}, where);
+        if (fields.find("comment")) ++comments;
         const auto ops = fields.find("ops");
         if (!ops) fail(root, "\"ops\" is missing");
         if (!ops->isArray()) fail(*ops, "\"ops\" must be an array");
@@ -59,6 +66,8 @@ private:
     const JsonTree& tree;
     const std::string& directory;
     std::vector<GroupAttribute::Child> children;
+    std::vector<std::size_t> places;
+    std::size_t comments = 0;
     std::unordered_set<std::string> opNames;
     std::vector<Wire> wires;
     std::string where; // appended to errors: ", in op ..."
@@ -89,6 +98,8 @@ private:
             if (key == "args") parts.emplace_back("opArgs", readArgs(member.value, type));
             if (key == "inputs") parts.emplace_back("opInputs", readInputs(member.value, name));
         }
+        if (fields.find("comment")) ++comments;
+        places.push_back(op.place());
         children.emplace_back(std::move(name), GroupAttribute(parts, true));
         where.clear();
     }
@@ -125,31 +136,7 @@ private:
         if (!value.isObject()) fail(value, "\"args\" must be an object");
         const GroupAttribute args(ReadAttributeJson(value, kGroupsAroundArgs, where));
         if (!args.isValid()) fail(value, "\"args\" must be a group");
-        return withDirectory(args, opType);
-    }
-
-    /// The arguments with a "directory" if the op type takes one, has none yet and has a relative
-    /// "file". Relative files are relative to the folder of the description.
-    GroupAttribute withDirectory(const GroupAttribute& args, const std::string& opType) const {
-        const StringAttribute file(args.getChildByName("file"));
-        const bool isRelative = file.getNumberOfValues() > 0 && !file.getValueView().empty() &&
-                                file.getValueView().front() != '/';
-        if (directory.empty() || !isRelative || args.findChild("directory") >= 0) return args;
-        if (!takesDirectory(opType)) return args;
-        GroupBuilder builder(BuilderModeStrict);
-        builder.setGroupInherit(args.getGroupInherit());
-        builder.update(args);
-        builder.set("directory", StringAttribute(directory));
-        return builder.build();
-    }
-
-    static bool takesDirectory(const std::string& opType) {
-        const OxOpType::Description* type = OxOpType::FindDescription(opType);
-        if (!type) return false;
-        const auto& arguments = type->arguments;
-        return std::any_of(
-            arguments.begin(), arguments.end(),
-            [](const OxOpType::Argument& argument) { return argument.name == "directory"; });
+        return WithDirectory(args, opType, directory);
     }
 };
 
@@ -165,18 +152,47 @@ std::string ReadAll(FileStream& stream) {
     }
 }
 
-std::string FolderOf(const std::string& path) {
-    std::filesystem::path folder = std::filesystem::path(path).parent_path();
-    if (folder.empty()) folder = ".";
-    return std::filesystem::canonical(folder).string();
+/// The comments that stand between "//" or "/*" and their end. The text is known to be JSON, in
+/// which a slash outside of a string begins a comment.
+std::size_t CountSlashComments(std::string_view text) {
+    std::size_t count = 0;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        at = text.find_first_of("\"/", at);
+        if (at == std::string_view::npos) break;
+        if (text[at] == '/') {
+            ++count;
+            const bool isLine = text.substr(at, 2) == "//";
+            at = isLine ? text.find('\n', at) : text.find("*/", at + 2);
+            if (at == std::string_view::npos) break;
+            if (!isLine) ++at;
+            continue;
+        }
+        for (++at; at < text.size() && text[at] != '"'; ++at)
+            if (text[at] == '\\') ++at;
+    }
+    return count;
+}
+
+DescriptionText TextOf(const DescriptionReader& reader, const GroupAttribute& description,
+                       std::string_view text, const std::string& source) {
+    DescriptionText told;
+    AscendingPlaces places(source, text);
+    std::int64_t index = 0;
+    for (const std::size_t place : reader.getPlaces())
+        told.places[description.getChildName(index++)] = places.at(place);
+    told.comments = reader.getComments() + CountSlashComments(text);
+    return told;
 }
 
 } // namespace
 
 GroupAttribute ParseDescriptionJson(std::string_view text, const std::string& source,
-                                    const std::string& directory) {
+                                    const std::string& directory, DescriptionText* told) {
     const JsonTree tree(text, source, kJsonDepthLimit);
-    return DescriptionReader(tree, directory).read();
+    DescriptionReader reader(tree, directory);
+    GroupAttribute description = reader.read();
+    if (told) *told = TextOf(reader, description, text, source);
+    return description;
 }
 
 GroupAttribute ReadDescriptionJsonFile(const std::string& path) {
@@ -184,9 +200,9 @@ GroupAttribute ReadDescriptionJsonFile(const std::string& path) {
     return ReadDescriptionJsonFile(stream);
 }
 
-GroupAttribute ReadDescriptionJsonFile(FileStream& stream) {
+GroupAttribute ReadDescriptionJsonFile(FileStream& stream, DescriptionText* told) {
     const std::string text = ReadAll(stream);
-    return ParseDescriptionJson(text, stream.getPath(), FolderOf(stream.getPath()));
+    return ParseDescriptionJson(text, stream.getPath(), FolderOfFile(stream.getPath()), told);
 }
 
 } // namespace OxAttribute

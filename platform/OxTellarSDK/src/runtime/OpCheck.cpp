@@ -40,14 +40,18 @@ public:
 
     LocationData scene(const std::string& path) override { return cook(last, path); }
 
+    void countLocation() override {
+        if (locationsLeft == 0) throw TooManyLocations();
+        --locationsLeft;
+    }
+
     void warn(const std::string& text, const std::string& file) override {
         warnings.push_back({op.name, op.typeName, text, file});
     }
 
 private:
     LocationData cook(const OpNode& from, const std::string& path) {
-        if (locationsLeft == 0) throw TooManyLocations();
-        --locationsLeft;
+        countLocation();
         return from.cook(path, 0);
     }
 

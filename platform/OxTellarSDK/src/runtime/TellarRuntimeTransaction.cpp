@@ -4,10 +4,14 @@
 #include <mutex>
 #include <stdexcept>
 
+#include <OxTellarSDK/DescriptionFolder.h>
+#include <OxTellarSDK/FileStream.h>
+
 #include "OpDescription.h"
 #include "OpGraph.h"
 #include "RuntimeState.h"
 
+using OxAttribute::FileStream;
 using OxAttribute::GroupAttribute;
 using OxAttribute::StringAttribute;
 
@@ -65,7 +69,16 @@ void TellarRuntime::Transaction::setOpInputs(const std::shared_ptr<Op>& op,
 
 std::shared_ptr<TellarRuntime::Op> TellarRuntime::Transaction::deserializeOps(void* stream,
                                                                               StreamRead read) {
-    const GroupAttribute description = OxAttribute::ReadOpStream(stream, read);
+    return createOps(OxAttribute::ReadOpStream(stream, read));
+}
+
+std::shared_ptr<TellarRuntime::Op> TellarRuntime::Transaction::deserializeOps(FileStream& file) {
+    const GroupAttribute description = OxAttribute::ReadOpStream(&file, &FileStream::read);
+    return createOps(OxAttribute::WithFolderOfFile(description, file.getPath()));
+}
+
+std::shared_ptr<TellarRuntime::Op>
+TellarRuntime::Transaction::createOps(const GroupAttribute& description) {
     const std::int64_t count = description.getNumberOfChildren();
     std::vector<std::shared_ptr<Op>> created;
     for (std::int64_t i = 0; i < count; ++i) {

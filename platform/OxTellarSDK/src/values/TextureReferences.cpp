@@ -1,0 +1,128 @@
+#include <OxTellarSDK/TextureReferences.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include <OxConfiguration/Configuration.h>
+#include <OxTellarSDK/GroupBuilder.h>
+
+namespace OxAttribute {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// An attribute that holds texture files, and its path, a dotted name.
+using Found = std::pair<std::string, StringAttribute>;
+
+Attribute ChildOf(const GroupAttribute& group, std::string_view name) {
+    return group.getChildByIndex(group.findChild(name));
+}
+
+bool HasDot(std::string_view name) {
+    return name.find('.') != std::string_view::npos;
+}
+
+void AddFiles(std::string path, const Attribute& attribute, std::vector<Found>& found) {
+    StringAttribute files(attribute);
+    if (files.isValid() && files.getNumberOfTimeSamples() == 1)
+        found.emplace_back(std::move(path), std::move(files));
+}
+
+void AddNodes(const GroupAttribute& nodes, std::vector<Found>& found) {
+    for (std::int64_t i = 0; i < nodes.getNumberOfChildren(); ++i) {
+        const std::string name = nodes.getChildName(i);
+        const GroupAttribute node(nodes.getChildByIndex(i));
+        if (!HasDot(name))
+            AddFiles("material.nodes." + name + ".parameters.file",
+                     ChildOf(ChildOf(node, "parameters"), "file"), found);
+    }
+}
+
+/// Each of the "textures" is a text, or a group with several texts as its "maps".
+void AddTextures(const GroupAttribute& textures, std::vector<Found>& found) {
+    for (std::int64_t i = 0; i < textures.getNumberOfChildren(); ++i) {
+        const std::string name = textures.getChildName(i);
+        const Attribute texture = textures.getChildByIndex(i);
+        if (HasDot(name)) continue;
+        AddFiles("textures." + name, texture, found);
+        AddFiles("textures." + name + ".maps", ChildOf(texture, "maps"), found);
+    }
+}
+
+std::vector<Found> FindFiles(const GroupAttribute& attrs) {
+    std::vector<Found> found;
+    AddNodes(ChildOf(ChildOf(attrs, "material"), "nodes"), found);
+    AddFiles("light.texture", ChildOf(ChildOf(attrs, "light"), "texture"), found);
+    AddTextures(ChildOf(attrs, "textures"), found);
+    return found;
+}
+
+/// The path of the file in the folder; empty if it is not there.
+std::string PathIn(const fs::path& folder, std::string_view file) {
+    const fs::path path = (folder / file).lexically_normal();
+    std::error_code ignored;
+    return fs::exists(path, ignored) ? path.generic_string() : std::string();
+}
+
+/// Invalid if none of the files is in the folder.
+StringAttribute FilesIn(const fs::path& folder, const StringAttribute& files) {
+    std::vector<std::string> paths;
+    bool isChanged = false;
+    for (const std::string_view file : files.getNearestSample(0.0f)) {
+        std::string path = IsRelativeFile(file) ? PathIn(folder, file) : std::string();
+        isChanged = isChanged || !path.empty();
+        paths.push_back(path.empty() ? std::string(file) : std::move(path));
+    }
+    return isChanged ? StringAttribute(paths, files.getTupleSize()) : StringAttribute();
+}
+
+/// Whether a renderer may read something else than a file of this very name.
+bool IsPattern(std::string_view file) {
+    return file.front() == '~' || file.find_first_of("$#%<*?") != std::string_view::npos ||
+           file.find("://") != std::string_view::npos;
+}
+
+} // namespace
+
+std::vector<TextureReference> FindTextures(const GroupAttribute& attrs) {
+    std::vector<TextureReference> textures;
+    if (!attrs.isValid()) return textures;
+    for (const auto& [attribute, files] : FindFiles(attrs))
+        for (const std::string_view file : files.getNearestSample(0.0f))
+            if (!file.empty()) textures.push_back({attribute, std::string(file)});
+    return textures;
+}
+
+bool IsRelativeFile(std::string_view path) {
+    return !path.empty() && fs::path(path).is_relative() && path.front() != '/';
+}
+
+GroupAttribute WithTexturesIn(const std::string& folder, const GroupAttribute& attrs) {
+    if (!attrs.isValid()) return attrs;
+    GroupBuilder builder;
+    bool isChanged = false;
+    for (const auto& [attribute, files] : FindFiles(attrs)) {
+        const StringAttribute paths = FilesIn(folder, files);
+        if (!paths.isValid()) continue;
+        if (!isChanged) {
+            builder.setGroupInherit(attrs.getGroupInherit());
+            builder.update(attrs);
+        }
+        isChanged = true;
+        builder.set(attribute, paths);
+    }
+    return isChanged ? builder.build() : attrs;
+}
+
+bool IsMissingTexture(const std::string& file) {
+    if (file.empty() || IsPattern(file)) return false;
+    std::error_code error;
+    const bool exists = fs::exists(file, error);
+    if (exists || error) return false;
+    return !IsRelativeFile(file) || Config()->get("ASSET_SEARCH_PATH").empty();
+}
+
+} // namespace OxAttribute
