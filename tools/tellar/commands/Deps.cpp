@@ -89,6 +89,7 @@ std::string TextOf(const std::vector<Dependency>& files) {
 
 std::string JsonOf(const std::vector<Dependency>& files, std::size_t missing) {
     std::vector<std::string> lines;
+    lines.reserve(files.size());
     for (const Dependency& file : files)
         lines.push_back(JsonObject()
                             .add("kind", file.kind)
