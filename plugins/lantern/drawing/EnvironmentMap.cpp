@@ -16,10 +16,14 @@ constexpr int kGradientRows = 64;
 // Brighter texels count as this bright, so that sums stay finite.
 constexpr float kMostLuminance = 1e20f;
 
+/// From 0 at the top to 1.
+float LatitudeOf(const V3f& direction) {
+    return std::acos(std::max(-1.0f, std::min(direction.y, 1.0f))) / kPi;
+}
+
 /// Longitude and latitude, both from 0 to 1: -Z is in the middle, +X right of it, +Y at the top.
 V2f LongitudeLatitudeOf(const V3f& direction) {
-    return {0.5f + std::atan2(direction.x, -direction.z) / (2 * kPi),
-            std::acos(std::max(-1.0f, std::min(direction.y, 1.0f))) / kPi};
+    return {0.5f + std::atan2(direction.x, -direction.z) / (2 * kPi), LatitudeOf(direction)};
 }
 
 V3f DirectionOf(const V2f& longitudeLatitude) {
@@ -115,7 +119,10 @@ float EnvironmentMap::pdf(const V3f& direction) const {
     const V3f local = Transformed(direction, toLocal);
     const float sinTheta = std::sqrt(std::max(0.0f, 1 - local.y * local.y));
     if (!(sinTheta > 0)) return 0;
-    return distribution.pdf(LongitudeLatitudeOf(local)) / (2 * kPi * kPi * sinTheta);
+    // The distribution of a gradient has one column.
+    const V2f at =
+        textures.has(light.texture) ? LongitudeLatitudeOf(local) : V2f(0, LatitudeOf(local));
+    return distribution.pdf(at) / (2 * kPi * kPi * sinTheta);
 }
 
 } // namespace lantern

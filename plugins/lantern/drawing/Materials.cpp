@@ -169,15 +169,15 @@ V3f Materials::mappedNormal(MaterialInput input, const RayHit& hit, float time,
 
 Frame Materials::frameAt(const RayHit& hit, float time, const V3f& normal) const {
     using Input = MaterialInput;
-    const Frame any = FrameAround(normal);
     const Index index = indexAt(hit.instance, hit.primitive);
-    if (constants[index].isIsotropic) return any;
+    if (constants[index].isIsotropic) return FrameAround(normal);
     const Material& material = scene.materials[index];
     V3f alongS, alongT;
-    if (!TangentsAt(scene, hit, time, material.normalUvSet, normal, alongS, alongT)) return any;
+    if (!TangentsAt(scene, hit, time, material.normalUvSet, normal, alongS, alongT))
+        return FrameAround(normal);
     const float turn = ShadingPoint(scene, textures, hit, material)
                            .number(Input::AnisotropyRotation, material.anisotropyRotation);
-    const V3f s = Normalized(alongS - normal * (alongS ^ normal), any.x);
+    const V3f s = Normalized(alongS - normal * (alongS ^ normal), FrameAround(normal).x);
     const V3f t = alongT - normal * (alongT ^ normal);
     const V3f up = (normal % s) * ((normal % s ^ t) < 0 ? -1.0f : 1.0f); // mirrored coordinates
     const V3f x = s * std::cos(turn) + up * std::sin(turn);
