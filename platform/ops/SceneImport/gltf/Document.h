@@ -25,9 +25,9 @@ namespace TellarSceneImport {
 /// extensions are as the file has them. Model::buffers is empty: bytes come from viewBytes().
 class Document {
 public:
-    /// `content` is the whole file at `path`. `files` receives the stamps of the buffers' files.
+    /// `source` is the whole file at `path`. `files` receives the stamps of the buffers' files.
     /// Throws std::runtime_error for another version than 2, a damaged file and a missing buffer.
-    Document(std::string content, const std::string& path, std::vector<FileStamp>& files);
+    Document(std::string source, const std::string& path, std::vector<FileStamp>& files);
     ~Document();
     Document(const Document&) = delete;
     Document& operator=(const Document&) = delete;
@@ -36,7 +36,7 @@ public:
 
     /// The bytes of a buffer view. They live as long as the document. Throws std::runtime_error
     /// when the view goes beyond its buffer.
-    std::string_view viewBytes(int view) const;
+    std::string_view viewBytes(int index) const;
 
     /// The encoded bytes (PNG, JPEG, ...) of an image inside the file or in a data URI, which live
     /// as long as the document; empty for an image in a file of its own. Throws as viewBytes().
