@@ -9,6 +9,7 @@ namespace {
 constexpr float kCoatIor = 1.5f;
 constexpr float kMinIorDifference = 1e-3f; // a smaller difference does not refract
 constexpr float kMinLoss = 1e-6f;          // a smaller loss of single scattering is none
+constexpr float kRoughAlpha = 0.2f;        // facets of a larger alpha spread wide
 constexpr float kMinEntering = 0.02f;      // less light than this is not worth a diffuse base
 const V3f kUp(0, 0, 1);
 
@@ -241,6 +242,12 @@ bool Bsdf::isSpecular() const {
     for (const Lobe lobe : {Coat, Sheens, Metal, Dielectric, Upper, Lower})
         if (probabilities[lobe] > 0 && !isSpecular(lobe)) return false;
     return true;
+}
+
+float Bsdf::roughShare() const {
+    float share = probabilities[Sheens] + probabilities[Upper] + probabilities[Lower];
+    if (facets.meanAlpha() > kRoughAlpha) share += probabilities[Metal] + probabilities[Dielectric];
+    return std::min(share, 1.0f);
 }
 
 // Evaluating --------------------------------------------------------------------------------------

@@ -81,6 +81,8 @@ public:
 
     /// Whether all lobes are specular, so that evaluate() always returns black.
     bool isSpecular() const;
+    /// The part of the samples whose directions are spread wide.
+    float roughShare() const;
 
 private:
     /// Dielectric: reflected or transmitted by single facets. Upper and Lower: in proportion to the

@@ -29,9 +29,11 @@ InfiniteLights::InfiniteLights(const std::vector<Light>& lights, const Textures&
     std::vector<float> weights;
     for (const EnvironmentMap& environment : environments)
         weights.push_back(environment.meanLuminance() * kPi);
+    environmentChoices = Distribution(weights);
+    weights.clear();
     for (const Sun& sun : suns)
         weights.push_back(sun.luminousIrradiance());
-    choices = Distribution(weights);
+    sunChoices = Distribution(weights);
 }
 
 InfiniteLights::Sun InfiniteLights::makeSun(const DirectionalLight& light) {
@@ -50,33 +52,27 @@ float InfiniteLights::Sun::luminousIrradiance() const {
     return Luminance(radiance) * ProjectedSolidAngle(oneMinusCosHalfAngle);
 }
 
-float InfiniteLights::probabilityOfSun(std::size_t sun) const {
-    return choices.probability(environments.size() + sun);
-}
-
-LightSample InfiniteLights::sample(float choice, const V2f& u) const {
-    if (choices.isEmpty()) return {};
-    float rest = 0;
-    const std::size_t chosen = choices.pick(choice, rest);
-    return chosen < environments.size() ? sampleEnvironment(chosen, u)
-                                        : sampleSun(chosen - environments.size(), u);
-}
-
-LightSample InfiniteLights::sampleEnvironment(std::size_t environment, const V2f& u) const {
-    const EnvironmentMap& map = environments[environment];
+LightSample InfiniteLights::sampleEnvironments(float choice, const V2f& u) const {
     LightSample sample;
+    if (environmentChoices.isEmpty()) return sample;
+    float rest = 0;
+    const std::size_t chosen = environmentChoices.pick(choice, rest);
+    const EnvironmentMap& map = environments[chosen];
     sample.distance = kInfinity;
     sample.direction = map.sample(u);
     sample.radiance = map.radiance(sample.direction);
-    sample.pdf = choices.probability(environment) * map.pdf(sample.direction);
+    sample.pdf = environmentChoices.probability(chosen) * map.pdf(sample.direction);
     return sample;
 }
 
-LightSample InfiniteLights::sampleSun(std::size_t which, const V2f& u) const {
-    const Sun& sun = suns[which];
+LightSample InfiniteLights::sampleSuns(float choice, const V2f& u) const {
     LightSample sample;
+    if (sunChoices.isEmpty()) return sample;
+    float rest = 0;
+    const std::size_t chosen = sunChoices.pick(choice, rest);
+    const Sun& sun = suns[chosen];
     sample.distance = kInfinity;
-    sample.pdf = probabilityOfSun(which);
+    sample.pdf = sunChoices.probability(chosen);
     if (sun.isDelta()) {
         sample.isDelta = true;
         sample.direction = sun.direction;
@@ -93,7 +89,7 @@ Color InfiniteLights::radiance(const V3f& direction, float bsdfPdf) const {
     Color sum(0, 0, 0);
     for (std::size_t i = 0; i < environments.size(); ++i) {
         const float lightPdf =
-            bsdfPdf > 0 ? choices.probability(i) * environments[i].pdf(direction) : 0;
+            bsdfPdf > 0 ? environmentChoices.probability(i) * environments[i].pdf(direction) : 0;
         sum += environments[i].radiance(direction) * WeightOfBsdfSample(bsdfPdf, lightPdf);
     }
     for (std::size_t i = 0; i < suns.size(); ++i) {
@@ -102,7 +98,8 @@ Color InfiniteLights::radiance(const V3f& direction, float bsdfPdf) const {
         // difference. Their dot product would lose too many digits for small discs.
         const float oneMinusCos = (direction - sun.direction).length2() / 2;
         if (!(oneMinusCos < sun.oneMinusCosHalfAngle)) continue;
-        const float lightPdf = probabilityOfSun(i) / SolidAngleOfCone(sun.oneMinusCosHalfAngle);
+        const float lightPdf =
+            sunChoices.probability(i) / SolidAngleOfCone(sun.oneMinusCosHalfAngle);
         sum += sun.radiance * WeightOfBsdfSample(bsdfPdf, lightPdf);
     }
     return sum;

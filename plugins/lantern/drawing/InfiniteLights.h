@@ -19,11 +19,14 @@ public:
     /// Takes the infinite ones of the scene's lights. Refers to the textures.
     InfiniteLights(const std::vector<Light>& lights, const Textures& textures);
 
-    /// Chooses a light in proportion to the irradiance that it gives in the open, then a direction
-    /// towards it. `choice` and `u` are uniform in [0, 1).
-    LightSample sample(float choice, const V2f& u) const;
+    /// Chooses an environment in proportion to the irradiance that it gives in the open, then a
+    /// direction towards it. `choice` and `u` are uniform in [0, 1).
+    LightSample sampleEnvironments(float choice, const V2f& u) const;
+    /// The same for directional lights.
+    LightSample sampleSuns(float choice, const V2f& u) const;
 
-    /// The radiance along a ray that leaves the scene after a bounce, weighted against sample().
+    /// The radiance along a ray that leaves the scene after a bounce, weighted against
+    /// sampleEnvironments() and sampleSuns().
     /// `bsdfPdf` is the density of the direction, or 0 after a specular bounce.
     Color radiance(const V3f& direction, float bsdfPdf) const;
 
@@ -44,13 +47,11 @@ private:
     };
 
     static Sun makeSun(const DirectionalLight& light);
-    LightSample sampleEnvironment(std::size_t environment, const V2f& u) const;
-    LightSample sampleSun(std::size_t which, const V2f& u) const;
-    float probabilityOfSun(std::size_t sun) const;
 
     std::vector<EnvironmentMap> environments;
     std::vector<Sun> suns;
-    Distribution choices; // the environments, then the suns
+    Distribution environmentChoices;
+    Distribution sunChoices;
 };
 
 } // namespace lantern

@@ -1,9 +1,14 @@
 #include "drawing/PathTracer.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
+#include <exception>
 #include <limits>
+#include <mutex>
 #include <optional>
+#include <system_error>
+#include <thread>
 
 #include "drawing/Bsdf.h"
 #include "drawing/HitGeometry.h"
@@ -20,10 +25,10 @@ enum BouncePurpose : std::uint32_t {
     kOpacity,
     kLobe, // the second number of the pair is for Russian roulette
     kDirection,
-    kLightChoice, // the first number for the infinite light, the second for the local one
-    kInfiniteLight,
-    kLocalLight,
-    kBouncePurposes
+    kInfiniteChoice, // the first number for environments, the second for suns
+    kLocalChoice,
+    kLight, // one pair for each kind
+    kBouncePurposes = kLight + Guide::LightKinds
 };
 
 std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
@@ -31,7 +36,18 @@ std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
 }
 
 constexpr int kBouncesBeforeRoulette = 3;
-constexpr float kMaxSurvival = 0.95f;     // of a path, in Russian roulette
+constexpr float kBelowOne = 0x1.fffffep-1f;
+constexpr float kGuideShare = 0.5f; // of the directions of a rough surface
+// Of paths in Russian roulette.
+constexpr float kCaution = 6; // more ends fewer paths
+constexpr float kMinSurvival = 0.3f;
+constexpr float kMaxSurvival = 0.95f;
+// Of learning.
+constexpr int kRounds = 3;
+constexpr int kPathsToLearn = 2; // per pixel in each round
+constexpr int kPortion = 256;    // paths that one thread traces together
+constexpr int kMostPortions = 128;
+
 constexpr float kLeastPathShare = 0.125f; // finer filters than this add no detail, only work
 
 /// Scaled down so that no component is above `limit`; 0 means no limit.
@@ -59,6 +75,35 @@ bool IsMoving(const SceneData& scene) {
                        [](const Instance& instance) { return instance.transformCount > 1; });
 }
 
+/// Calls the function for the numbers below `count`, in several threads. Throws what one of them
+/// has thrown.
+template <typename Function>
+void ForEachIndex(int count, int threads, const Function& function) {
+    std::atomic<int> next{0};
+    std::mutex lock; // guards `failure`
+    std::exception_ptr failure;
+    const auto work = [&] {
+        try {
+            for (int i = next++; i < count; i = next++)
+                function(i);
+        } catch (...) {
+            const std::lock_guard<std::mutex> guard(lock);
+            failure = std::current_exception();
+            next = count;
+        }
+    };
+    std::vector<std::thread> others;
+    try {
+        for (int i = 1; i < std::min(threads, count); ++i)
+            others.emplace_back(work);
+    } catch (const std::system_error&) { // those that have started are enough
+    }
+    work();
+    for (std::thread& other : others)
+        other.join();
+    if (failure) std::rethrow_exception(failure);
+}
+
 } // namespace
 
 /// The point where a path meets a surface. Normals are on the side that the path comes from.
@@ -66,8 +111,16 @@ struct PathTracer::Vertex {
     HitGeometry geometry;
     Frame frame; // around the shading normal
     V3f geometricNormal;
-    Color transmittance{1, 1, 1}; // of the inside that the path came through
-    std::optional<Bsdf> bsdf;     // none at the end of a path
+    Color transmittance{1, 1, 1};          // of the inside that the path came through
+    std::optional<Bsdf> bsdf;              // none at the end of a path
+    const Guide::Region* region = nullptr; // what the guide knows
+    float guideShare = 0;                  // of the directions
+
+    /// The density with which scatter() chooses a direction, of which the BSDF alone has `bsdfPdf`.
+    float pdf(float bsdfPdf, const V3f& direction) const {
+        return guideShare > 0 ? Mix(bsdfPdf, region->directions.pdf(direction), guideShare)
+                              : bsdfPdf;
+    }
 };
 
 struct PathTracer::Path {
@@ -75,12 +128,37 @@ struct PathTracer::Path {
     RayCone cone;              // of the ray
     Color throughput{1, 1, 1}; // product of BSDF times cosine over pdf
     float bsdfPdf = 0;         // of the ray's direction; 0 for camera rays and specular bounces
+    float expected = 0;        // luminance that the first vertex reflects; 0 if it is not known
     int depth = 0;             // number of bounces so far
     Color direct{0, 0, 0};     // radiance that reached the camera after one bounce at most
     Color indirect{0, 0, 0};   // the rest, which can be clamped
 
+    std::vector<Guide::Visit>* visits = nullptr; // not null if the path teaches the guide
+
     Color& radianceAfter(int bounces) { return bounces < 2 ? direct : indirect; }
+    void find(const Color& light);
+    void teach(Guide::Visit visit, const Vertex& vertex, const Color& before);
 };
+
+/// Adds light that the present ray has found.
+void PathTracer::Path::find(const Color& light) {
+    radianceAfter(depth) += throughput * light;
+    if (visits && depth > 0) visits->back().found += Luminance(light);
+}
+
+/// Completes and notes a bounce for the guide. `before` is the throughput before it, or black if
+/// the path ended.
+void PathTracer::Path::teach(Guide::Visit visit, const Vertex& vertex, const Color& before) {
+    if (depth > 0) visits->back().goesOn = true;
+    visit.position = vertex.geometry.position;
+    if (!IsBlack(before)) {
+        visit.direction = ray.direction;
+        visit.cosine = std::abs(ray.direction ^ vertex.frame.z);
+        visit.pdf = bsdfPdf;
+        visit.weight = Luminance(throughput) / Luminance(before);
+    }
+    visits->push_back(visit);
+}
 
 PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int samples)
     : scene(scene), camera(scene.camera, scene.framing.width, scene.framing.height),
@@ -92,7 +170,44 @@ PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int 
     pathCone = camera.pixelCone();
     pathCone.width *= pathShare;
     pathCone.spread *= pathShare;
+    learn(threads);
 }
+
+// Learning ----------------------------------------------------------------------------------------
+
+/// Each round knows what those before it have learnt. The number of threads makes no difference,
+/// because the visits are put together in the order of the portions.
+void PathTracer::learn(int threads) {
+    const double pixels = double(scene.framing.width) * scene.framing.height;
+    const int portions =
+        static_cast<int>(std::min(pixels * kPathsToLearn / kPortion, double(kMostPortions)));
+    std::vector<Guide::Visit> visits;
+    for (int round = 0; round < kRounds && scene.quality.maxDepth > 0; ++round) {
+        std::vector<std::vector<Guide::Visit>> found(static_cast<std::size_t>(portions));
+        ForEachIndex(portions, threads, [&](int portion) {
+            found[static_cast<std::size_t>(portion)] = learnt(round, portion);
+        });
+        for (const std::vector<Guide::Visit>& some : found)
+            visits.insert(visits.end(), some.begin(), some.end());
+        guide = Guide(visits);
+    }
+}
+
+/// The visits of one portion of the paths of a round, which are spread over the whole picture.
+std::vector<Guide::Visit> PathTracer::learnt(int round, int portion) const {
+    std::vector<Guide::Visit> visits;
+    for (int i = 0; i < kPortion; ++i) {
+        const Sampler sampler(-1 - round, -1, portion * kPortion + i); // no pixel has such a place
+        const V2f place = sampler.pair(kPixel);
+        const float time = isMoving ? sampler.pair(kTime).x : 0;
+        const Ray ray = camera.at(double(place.x) * scene.framing.width,
+                                  double(place.y) * scene.framing.height, time);
+        tracePath(ray, sampler, nullptr, &visits);
+    }
+    return visits;
+}
+
+// Paths -------------------------------------------------------------------------------------------
 
 PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) const {
     const Sampler sampler(x, y, number);
@@ -108,10 +223,11 @@ PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) 
 }
 
 PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sampler,
-                                         FirstHit* first) const {
+                                         FirstHit* first, std::vector<Guide::Visit>* visits) const {
     Path path;
     path.ray = cameraRay;
     path.cone = pathCone;
+    path.visits = visits;
     for (;; ++path.depth) {
         const int depth = path.depth;
         RayHit hit = geometry.intersect(path.ray, sampler.bits(AtBounce(depth, kOpacity)));
@@ -121,12 +237,10 @@ PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sa
         if (depth > 0) {
             Ray segment = path.ray;
             if (hit) segment.farthest = hit.distance;
-            path.radianceAfter(depth) +=
-                path.throughput * localLights.radianceAlong(segment, path.bsdfPdf);
+            path.find(localLights.radianceAlong(segment, path.bsdfPdf));
         }
         if (!hit) {
-            path.radianceAfter(depth) +=
-                path.throughput * infiniteLights.radiance(path.ray.direction, path.bsdfPdf);
+            path.find(infiniteLights.radiance(path.ray.direction, path.bsdfPdf));
             break;
         }
         Vertex vertex;
@@ -134,11 +248,16 @@ PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sa
         if (!makeVertex(path.ray, hit, isLast, vertex)) break;
         path.throughput *= vertex.transmittance;
         if (depth == 0 && first) describe(path.ray, hit, vertex, *first);
-        path.radianceAfter(depth) += path.throughput * emittedRadiance(path, hit, vertex);
-        if (isLast) break;
-        path.radianceAfter(depth + 1) +=
-            path.throughput * directLight(vertex, path.ray.time, depth, sampler);
-        if (!bounce(vertex, sampler, path)) break;
+        path.find(emittedRadiance(path, hit, vertex));
+        if (isLast || !survives(vertex, sampler, path)) break;
+        Guide::Visit visit;
+        const Color reflected = directLight(vertex, path.ray.time, depth, sampler, visit.squares);
+        path.radianceAfter(depth + 1) += path.throughput * reflected;
+        const Color before = path.throughput;
+        const bool goesOn = bounce(vertex, sampler, path);
+        visit.reflected = Luminance(reflected);
+        if (visits) path.teach(visit, vertex, goesOn ? before : Color(0));
+        if (!goesOn) break;
     }
     const Color sum = path.direct + Clamped(path.indirect, scene.quality.clampIndirect);
     return {IsFinite(sum) ? sum : Color(0, 0, 0), 1};
@@ -195,31 +314,66 @@ bool PathTracer::makeVertex(const Ray& ray, const RayHit& hit, bool isLast, Vert
     const ShadingDirections directions{
         vertex.frame.toLocal(wo), vertex.frame.toLocal(geometric),
         vertex.frame.toLocal(BentTowards(wo, geometric, coat * side))};
-    if (!isLast) vertex.bsdf.emplace(surface, directions, isInside);
+    if (!isLast) {
+        vertex.bsdf.emplace(surface, directions, isInside);
+        vertex.region = guide.at(vertex.geometry.position);
+        if (vertex.region)
+            vertex.guideShare = kGuideShare * vertex.region->use * vertex.bsdf->roughShare();
+    }
     if (isInside) vertex.transmittance = Transmittance(surface.extinction, hit.distance);
     return true;
 }
 
-/// Samples the BSDF for the path's next ray. Returns false if the path ends here: absorbed, or by
-/// Russian roulette.
+/// Samples the path's next ray. Returns false if it is absorbed.
 bool PathTracer::bounce(const Vertex& vertex, const Sampler& sampler, Path& path) const {
     const V2f choice = sampler.pair(AtBounce(path.depth, kLobe));
-    const Bsdf::Sample next =
-        vertex.bsdf->sample(choice.x, sampler.pair(AtBounce(path.depth, kDirection)));
-    if (IsBlack(next.weight)) return false;
-    path.ray.direction = Normalized(vertex.frame.toWorld(next.wi), vertex.geometricNormal);
+    if (!scatter(vertex, choice.x, sampler.pair(AtBounce(path.depth, kDirection)), path))
+        return false;
     path.ray.origin = vertex.geometry.rayOrigin(path.ray.direction);
     path.ray.farthest = std::numeric_limits<float>::max();
-    path.bsdfPdf = next.pdf;
     // The direction stands for a solid angle of one over its density, as wide as a cone of the same
     // solid angle; a specular bounce keeps the cone as it is.
-    if (next.pdf > 0)
-        path.cone.spread = std::max(path.cone.spread, pathShare / std::sqrt(kPi * next.pdf));
-    path.throughput *= next.weight;
-    if (path.depth < kBouncesBeforeRoulette) return true;
-    const float survival = std::min(kMaxSurvival, Largest(path.throughput));
-    if (choice.y >= survival) return false;
+    if (path.bsdfPdf > 0)
+        path.cone.spread = std::max(path.cone.spread, pathShare / std::sqrt(kPi * path.bsdfPdf));
+    return true;
+}
+
+/// Russian roulette. A path survives in proportion to the light that it can be expected to bring
+/// from here, compared with that at its first vertex: Vorba and Křivánek, "Adjoint-driven Russian
+/// Roulette and Splitting", SIGGRAPH 2016. Where nothing is known its throughput counts.
+bool PathTracer::survives(const Vertex& vertex, const Sampler& sampler, Path& path) const {
+    const float known = vertex.region ? vertex.region->reflected : 0;
+    if (path.depth == 0) path.expected = known;
+    float survival = 1;
+    if (path.visits || !(path.expected > 0) || !vertex.region) {
+        if (path.depth > kBouncesBeforeRoulette)
+            survival = std::min(kMaxSurvival, Largest(path.throughput));
+    } else if (path.depth > 0) {
+        const float share = Luminance(path.throughput) * known / path.expected;
+        survival = std::clamp(kCaution * share, kMinSurvival, 1.0f);
+    }
+    if (sampler.pair(AtBounce(path.depth, kLobe)).y >= survival) return false;
     path.throughput /= survival;
+    return true;
+}
+
+/// Samples the path's next direction, by the guide or the BSDF: one-sample multiple importance
+/// sampling with the balance heuristic.
+bool PathTracer::scatter(const Vertex& vertex, float choice, const V2f& u, Path& path) {
+    const float share = vertex.guideShare;
+    if (choice < share) {
+        path.ray.direction = vertex.region->directions.sample(u);
+        const Bsdf::Value value = vertex.bsdf->evaluate(vertex.frame.toLocal(path.ray.direction));
+        path.bsdfPdf = vertex.pdf(value.pdf, path.ray.direction);
+        path.throughput *= value.timesCosine / path.bsdfPdf;
+        return !IsBlack(value.timesCosine) && IsFinite(path.throughput);
+    }
+    const float rest = std::min((choice - share) / (1 - share), kBelowOne);
+    const Bsdf::Sample next = vertex.bsdf->sample(rest, u);
+    if (IsBlack(next.weight)) return false;
+    path.ray.direction = Normalized(vertex.frame.toWorld(next.wi), vertex.geometricNormal);
+    path.bsdfPdf = next.pdf > 0 ? vertex.pdf(next.pdf, path.ray.direction) : 0;
+    path.throughput *= next.weight * (next.pdf > 0 ? next.pdf / path.bsdfPdf : 1 / (1 - share));
     return true;
 }
 
@@ -229,16 +383,34 @@ Color PathTracer::emittedRadiance(const Path& path, const RayHit& hit, const Ver
     return emission * localLights.weightOfEmission(path.ray, hit, vertex.geometry, path.bsdfPdf);
 }
 
-/// Light sampling (next event estimation): one infinite and one local light.
-Color PathTracer::directLight(const Vertex& vertex, float time, int depth,
-                              const Sampler& sampler) const {
-    if (vertex.bsdf->isSpecular()) return {0, 0, 0};
-    const V2f choice = sampler.pair(AtBounce(depth, kLightChoice));
-    const LightSample infinite =
-        infiniteLights.sample(choice.x, sampler.pair(AtBounce(depth, kInfiniteLight)));
-    const LightSample local = localLights.sample(vertex.geometry.position, time, choice.y,
-                                                 sampler.pair(AtBounce(depth, kLocalLight)));
-    return reflectedLight(infinite, vertex, time) + reflectedLight(local, vertex, time);
+/// Light sampling (next event estimation): one light of each kind that is worth it. Assigns the
+/// squares that Guide::Visit has.
+Color PathTracer::directLight(const Vertex& vertex, float time, int depth, const Sampler& sampler,
+                              Guide::OfEachKind& squares) const {
+    Color sum(0, 0, 0);
+    if (vertex.bsdf->isSpecular()) return sum;
+    const V2f infinite = sampler.pair(AtBounce(depth, kInfiniteChoice));
+    const V2f local = sampler.pair(AtBounce(depth, kLocalChoice));
+    const Guide::OfEachKind choices{infinite.x, infinite.y, local.x};
+    for (std::uint32_t i = 0; i < Guide::LightKinds; ++i) {
+        const float probability = vertex.region ? vertex.region->sampling[i] : 1;
+        if (choices[i] >= probability) continue;
+        const LightSample light =
+            sampleLight(Guide::LightKind(i), vertex, time, choices[i] / probability,
+                        sampler.pair(AtBounce(depth, kLight) + i));
+        const Color reflected = reflectedLight(light, vertex, time) / probability;
+        squares[i] = Luminance(reflected) * Luminance(reflected) * probability;
+        sum += reflected;
+    }
+    return sum;
+}
+
+LightSample PathTracer::sampleLight(Guide::LightKind kind, const Vertex& vertex, float time,
+                                    float choice, const V2f& u) const {
+    const float number = std::min(choice, kBelowOne);
+    if (kind == Guide::Environments) return infiniteLights.sampleEnvironments(number, u);
+    if (kind == Guide::Suns) return infiniteLights.sampleSuns(number, u);
+    return localLights.sample(vertex.geometry.position, time, number, u);
 }
 
 /// Traces a shadow ray to the light.
@@ -252,7 +424,8 @@ Color PathTracer::reflectedLight(const LightSample& light, const Vertex& vertex,
     shadowRay.direction = light.direction;
     shadowRay.farthest = light.distance;
     shadowRay.time = time;
-    const float weight = light.isDelta ? 1 : PowerHeuristic(light.pdf, bsdf.pdf);
+    const float weight =
+        light.isDelta ? 1 : PowerHeuristic(light.pdf, vertex.pdf(bsdf.pdf, light.direction));
     return bsdf.timesCosine * light.radiance * geometry.transmittance(shadowRay, light.isDelta) *
            (weight / light.pdf);
 }

@@ -5,6 +5,7 @@
 #include "drawing/CameraRays.h"
 #include "drawing/EmbreeScene.h"
 #include "drawing/FirstHit.h"
+#include "drawing/Guide.h"
 #include "drawing/InfiniteLights.h"
 #include "drawing/LocalLights.h"
 #include "drawing/Materials.h"
@@ -13,9 +14,10 @@
 
 namespace lantern {
 
-/// A unidirectional path tracer: at each vertex of a path it samples one infinite and one local
-/// light and one direction of the BSDF, which are combined by multiple importance sampling. Safe
-/// from several threads at once.
+/// A unidirectional path tracer: at each vertex of a path it samples an environment, a sun and
+/// a local light and one direction, which are combined by multiple importance sampling. The
+/// direction is that of the BSDF or of a guide, which a few paths through the scene have learnt
+/// before. Safe from several threads at once.
 class PathTracer {
 public:
     /// Refers to the scene and the report. Throws RenderError and Cancelled.
@@ -36,14 +38,22 @@ private:
     struct Vertex;
     struct Path;
 
-    Traced tracePath(const Ray& cameraRay, const Sampler& sampler, FirstHit* first) const;
+    void learn(int threads);
+    std::vector<Guide::Visit> learnt(int round, int portion) const;
+    Traced tracePath(const Ray& cameraRay, const Sampler& sampler, FirstHit* first,
+                     std::vector<Guide::Visit>* visits = nullptr) const;
     Traced background(const V3f& direction) const;
     void describe(const Ray& ray, const RayHit& hit, const Vertex& vertex, FirstHit& first) const;
     V2f motionOf(const Ray& ray, const RayHit& hit) const;
     bool makeVertex(const Ray& ray, const RayHit& hit, bool isLast, Vertex& vertex) const;
+    bool survives(const Vertex& vertex, const Sampler& sampler, Path& path) const;
     bool bounce(const Vertex& vertex, const Sampler& sampler, Path& path) const;
+    static bool scatter(const Vertex& vertex, float choice, const V2f& u, Path& path);
     Color emittedRadiance(const Path& path, const RayHit& hit, const Vertex& vertex) const;
-    Color directLight(const Vertex& vertex, float time, int depth, const Sampler& sampler) const;
+    Color directLight(const Vertex& vertex, float time, int depth, const Sampler& sampler,
+                      Guide::OfEachKind& squares) const;
+    LightSample sampleLight(Guide::LightKind kind, const Vertex& vertex, float time, float choice,
+                            const V2f& u) const;
     Color reflectedLight(const LightSample& light, const Vertex& vertex, float time) const;
 
     const SceneData& scene;
@@ -56,6 +66,7 @@ private:
     EmbreeScene geometry;
     InfiniteLights infiniteLights;
     LocalLights localLights;
+    Guide guide;
 };
 
 } // namespace lantern

@@ -1,0 +1,235 @@
+#include "drawing/Guide.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <utility>
+
+#include <Imath/ImathBox.h>
+
+#include "drawing/Numbers.h"
+
+namespace lantern {
+namespace {
+
+constexpr std::size_t kFewestVisits = 64;  // fewer tell nothing about the light
+constexpr std::size_t kMostInRegion = 512; // visits, or else the region is split
+constexpr int kReflections = 8;            // followed from region to region
+// The part of the sphere that a distribution covers. That of a cosine is 0.375.
+constexpr float kNarrowSpread = 0.15f;
+constexpr float kWideSpread = 0.3f;
+constexpr double kTrust = 8;         // more samples lights more often
+constexpr float kRarest = 0.1f;      // lights are sampled, in case that they were missed
+constexpr int kDeepest = 24;         // of the tree
+constexpr float kMostSquare = 1e30f; // the sum of many is finite
+constexpr float kBelowOne = 0x1.fffffep-1f;
+
+using Directions = Guide::Directions;
+
+/// The unit square is mapped to the sphere without distortion of areas: the height of a direction
+/// is linear in y and its longitude in x.
+V3f DirectionOf(const V2f& square) {
+    const float height = 2 * square.y - 1;
+    const float radius = std::sqrt(std::max(0.0f, 1 - height * height));
+    const float phi = 2 * kPi * square.x;
+    return {radius * std::cos(phi), radius * std::sin(phi), height};
+}
+
+std::size_t CellOf(float place, std::size_t count) {
+    return std::min(static_cast<std::size_t>(Clamp01(place) * static_cast<float>(count)),
+                    count - 1);
+}
+
+std::size_t CellOf(const V3f& direction) {
+    const float turn = std::atan2(direction.y, direction.x) / (2 * kPi);
+    return CellOf((direction.z + 1) / 2, Directions::kRows) * Directions::kColumns +
+           CellOf(turn < 0 ? turn + 1 : turn, Directions::kColumns);
+}
+
+/// Mixes cells with their neighbours, which have similar light at other points of the region.
+template <typename Cells>
+Cells Blurred(const Cells& cells) {
+    constexpr std::size_t kRows = Directions::kRows, kColumns = Directions::kColumns;
+    Cells result;
+    for (std::size_t y = 0; y < kRows; ++y) {
+        for (std::size_t x = 0; x < kColumns; ++x) {
+            const std::size_t left = (x + kColumns - 1) % kColumns, right = (x + 1) % kColumns;
+            float sum = 0;
+            for (const std::size_t row : {y > 0 ? y - 1 : y, y, y, std::min(y + 1, kRows - 1)}) {
+                const float* at = &cells[row * kColumns];
+                sum += at[left] + 2 * at[x] + at[right];
+            }
+            result[y * kColumns + x] = sum / 16;
+        }
+    }
+    return result;
+}
+
+/// The index of the interval that contains u, which becomes the position within the interval.
+std::size_t Pick(const float* ends, std::size_t count, float& u) {
+    const float target = u * ends[count - 1];
+    const std::size_t found =
+        std::min<std::size_t>(std::upper_bound(ends, ends + count, target) - ends, count - 1);
+    const float begin = found > 0 ? ends[found - 1] : 0;
+    const float size = ends[found] - begin;
+    u = size > 0 ? std::clamp((target - begin) / size, 0.0f, kBelowOne) : 0.5f;
+    return found;
+}
+
+} // namespace
+
+void Guide::Directions::add(const V3f& direction, float light, float pdf) {
+    const float square = light * light / pdf;
+    if (square < kMostSquare) densities[CellOf(direction)] += square; // and is a number
+}
+
+float Guide::Directions::complete() {
+    densities = Blurred(densities);
+    float squares = 0;
+    for (const float square : densities)
+        squares += square;
+    float total = 0;
+    for (std::size_t row = 0; row < kRows; ++row) {
+        float sum = 0;
+        for (std::size_t i = row * kColumns; i < (row + 1) * kColumns; ++i) {
+            densities[i] = std::sqrt(densities[i]);
+            cellEnds[i] = sum += densities[i];
+        }
+        rowEnds[row] = total += sum;
+    }
+    if (!(total > 0)) return 0;
+    const float toDensity = static_cast<float>(kRows * kColumns) / (4 * kPi * total);
+    for (float& density : densities)
+        density *= toDensity;
+    if (!std::isfinite(toDensity)) return 0;
+    const float spread = total / squares * total / static_cast<float>(kRows * kColumns);
+    return Clamp01((kWideSpread - spread) / (kWideSpread - kNarrowSpread));
+}
+
+V3f Guide::Directions::sample(const V2f& u) const {
+    V2f inside = u;
+    const std::size_t row = Pick(rowEnds.data(), kRows, inside.y);
+    const std::size_t column = Pick(&cellEnds[row * kColumns], kColumns, inside.x);
+    return DirectionOf({(static_cast<float>(column) + inside.x) / float(kColumns),
+                        (static_cast<float>(row) + inside.y) / float(kRows)});
+}
+
+float Guide::Directions::pdf(const V3f& direction) const {
+    return densities[CellOf(direction)];
+}
+
+Guide::Guide(const std::vector<Visit>& visits) {
+    if (visits.size() < kFewestVisits) return;
+    std::vector<Index> order(visits.size());
+    std::iota(order.begin(), order.end(), Index(0));
+    build(visits, order.data(), order.data() + order.size(), 0);
+    const std::vector<float> light = lightOf(visits);
+    for (std::size_t i = 0; i < visits.size(); ++i) {
+        const Visit& visit = visits[i];
+        if (visit.pdf > 0 && light[i] > 0)
+            regions[regionOf(visit.position)].directions.add(visit.direction,
+                                                             light[i] * visit.cosine, visit.pdf);
+    }
+    for (Region& region : regions)
+        region.use = region.directions.complete();
+    chooseLights(visits, light);
+}
+
+/// A kind of lights is worth a shadow ray as often as it adds to the noise: in proportion to the
+/// root of the mean square of its light.
+void Guide::chooseLights(const std::vector<Visit>& visits, const std::vector<float>& light) {
+    struct Sums {
+        std::array<double, LightKinds> squares{};
+        double others = 0;
+    };
+    std::vector<Sums> sums(regions.size());
+    for (std::size_t i = 0; i < visits.size(); ++i) {
+        Sums& sum = sums[regionOf(visits[i].position)];
+        for (std::size_t kind = 0; kind < LightKinds; ++kind)
+            sum.squares[kind] += visits[i].squares[kind];
+        const double other = double(visits[i].weight) * light[i];
+        sum.others += other * other;
+    }
+    for (std::size_t i = 0; i < regions.size(); ++i) {
+        double all = std::sqrt(sums[i].others);
+        for (const double square : sums[i].squares)
+            all += std::sqrt(square);
+        if (!(all > 0) || !std::isfinite(all)) continue;
+        for (std::size_t kind = 0; kind < LightKinds; ++kind) {
+            const double share = std::sqrt(sums[i].squares[kind]) / all;
+            regions[i].sampling[kind] =
+                std::clamp(static_cast<float>(kTrust * share), kRarest, 1.0f);
+        }
+    }
+}
+
+/// Splits the box around the visits across its longest side, at the median.
+void Guide::build(const std::vector<Visit>& visits, Index* begin, Index* end, int depth) {
+    Imath::Box3f box;
+    for (const Index* visit = begin; visit != end; ++visit)
+        box.extendBy(visits[*visit].position);
+    const auto axis = static_cast<int>(box.majorAxis());
+    const auto along = [&, axis](Index visit) { return visits[visit].position[axis]; };
+    Index* const middle = begin + (end - begin) / 2;
+    std::nth_element(begin, middle, end, [&](Index a, Index b) { return along(a) < along(b); });
+    const float split = along(*middle);
+    Index* const second =
+        std::partition(begin, end, [&](Index visit) { return along(visit) < split; });
+    const std::size_t node = nodes.size();
+    nodes.emplace_back();
+    const bool isSmall = static_cast<std::size_t>(end - begin) <= kMostInRegion;
+    if (isSmall || depth >= kDeepest || second == begin) {
+        nodes[node].second = regions.size();
+        regions.emplace_back();
+        return;
+    }
+    build(visits, begin, second, depth + 1);
+    nodes[node] = {split, axis, nodes.size()};
+    build(visits, second, end, depth + 1);
+}
+
+/// The light that comes from the direction of each visit. Assigns what regions reflect. What a
+/// surface reflects is the mean of all visits in its region, which has much less noise than the
+/// light of single paths.
+std::vector<float> Guide::lightOf(const std::vector<Visit>& visits) {
+    struct Sum {
+        double light = 0;
+        double count = 0;
+    };
+    std::vector<std::size_t> places;
+    for (const Visit& visit : visits)
+        places.push_back(regionOf(visit.position));
+    std::vector<float> light(visits.size());
+    std::vector<Sum> reflected(regions.size());
+    for (int reflection = 0; reflection < kReflections; ++reflection) {
+        std::vector<Sum> sums(regions.size());
+        for (std::size_t i = 0; i < visits.size(); ++i) {
+            light[i] = visits[i].found;
+            if (visits[i].goesOn) {
+                const Sum& next = reflected[places[i + 1]];
+                if (next.count > 0) light[i] += static_cast<float>(next.light / next.count);
+            }
+            const double sum = double(visits[i].reflected) + double(visits[i].weight) * light[i];
+            if (std::isfinite(sum)) sums[places[i]].light += sum;
+            sums[places[i]].count += 1;
+        }
+        reflected = std::move(sums);
+    }
+    for (std::size_t i = 0; i < regions.size(); ++i)
+        if (reflected[i].count > 0)
+            regions[i].reflected = static_cast<float>(reflected[i].light / reflected[i].count);
+    return light;
+}
+
+std::size_t Guide::regionOf(const V3f& position) const {
+    std::size_t node = 0;
+    while (nodes[node].axis >= 0)
+        node = position[nodes[node].axis] < nodes[node].split ? node + 1 : nodes[node].second;
+    return nodes[node].second;
+}
+
+const Guide::Region* Guide::at(const V3f& position) const {
+    return nodes.empty() ? nullptr : &regions[regionOf(position)];
+}
+
+} // namespace lantern
