@@ -97,7 +97,7 @@ class Layers(OutputTest):
 class Quality(OutputTest):
     def test_less_noise_takes_more_paths(self):
         coarse = self.samples("--noise", "0.3")
-        fine = self.samples("--noise", "0.08")
+        fine = self.samples("--noise", "0.03")
         self.assertGreaterEqual(coarse, 16)
         self.assertGreater(fine, coarse)
         self.assertLess(fine, 4096)
