@@ -1,17 +1,13 @@
 #include "drawing/PathTracer.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
-#include <exception>
 #include <limits>
-#include <mutex>
 #include <optional>
-#include <system_error>
-#include <thread>
 
 #include "drawing/Bsdf.h"
 #include "drawing/HitGeometry.h"
+#include "drawing/Learning.h"
 #include "drawing/Numbers.h"
 #include "drawing/ShadingNormals.h"
 
@@ -42,12 +38,6 @@ constexpr float kGuideShare = 0.5f; // of the directions of a rough surface
 constexpr float kCaution = 6; // more ends fewer paths
 constexpr float kMinSurvival = 0.3f;
 constexpr float kMaxSurvival = 0.95f;
-// Of learning.
-constexpr int kRounds = 3;
-constexpr int kPathsToLearn = 2; // per pixel in each round
-constexpr int kPortion = 256;    // paths that one thread traces together
-constexpr int kMostPortions = 128;
-
 constexpr float kLeastPathShare = 0.125f; // finer filters than this add no detail, only work
 
 /// Scaled down so that no component is above `limit`; 0 means no limit.
@@ -73,35 +63,6 @@ bool IsMoving(const SceneData& scene) {
                        [](const Shape& shape) { return IsMoving(shape); }) ||
            std::any_of(scene.instances.begin(), scene.instances.end(),
                        [](const Instance& instance) { return instance.transformCount > 1; });
-}
-
-/// Calls the function for the numbers below `count`, in several threads. Throws what one of them
-/// has thrown.
-template <typename Function>
-void ForEachIndex(int count, int threads, const Function& function) {
-    std::atomic<int> next{0};
-    std::mutex lock; // guards `failure`
-    std::exception_ptr failure;
-    const auto work = [&] {
-        try {
-            for (int i = next++; i < count; i = next++)
-                function(i);
-        } catch (...) {
-            const std::lock_guard<std::mutex> guard(lock);
-            failure = std::current_exception();
-            next = count;
-        }
-    };
-    std::vector<std::thread> others;
-    try {
-        for (int i = 1; i < std::min(threads, count); ++i)
-            others.emplace_back(work);
-    } catch (const std::system_error&) { // those that have started are enough
-    }
-    work();
-    for (std::thread& other : others)
-        other.join();
-    if (failure) std::rethrow_exception(failure);
 }
 
 } // namespace
@@ -170,44 +131,19 @@ PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int 
     pathCone = camera.pixelCone();
     pathCone.width *= pathShare;
     pathCone.spread *= pathShare;
-    learn(threads);
+    if (scene.quality.maxDepth < 1) return;
+    Learn(guide, double(scene.framing.width) * scene.framing.height, threads,
+          [this](const Sampler& sampler, auto& visits) { traceToLearn(sampler, visits); });
 }
 
-// Learning ----------------------------------------------------------------------------------------
-
-/// Each round knows what those before it have learnt. The number of threads makes no difference,
-/// because the visits are put together in the order of the portions.
-void PathTracer::learn(int threads) {
-    const double pixels = double(scene.framing.width) * scene.framing.height;
-    const int portions =
-        static_cast<int>(std::min(pixels * kPathsToLearn / kPortion, double(kMostPortions)));
-    std::vector<Guide::Visit> visits;
-    for (int round = 0; round < kRounds && scene.quality.maxDepth > 0; ++round) {
-        std::vector<std::vector<Guide::Visit>> found(static_cast<std::size_t>(portions));
-        ForEachIndex(portions, threads, [&](int portion) {
-            found[static_cast<std::size_t>(portion)] = learnt(round, portion);
-        });
-        for (const std::vector<Guide::Visit>& some : found)
-            visits.insert(visits.end(), some.begin(), some.end());
-        guide = Guide(visits);
-    }
+/// Traces a path through any place of the picture.
+void PathTracer::traceToLearn(const Sampler& sampler, std::vector<Guide::Visit>& visits) const {
+    const V2f place = sampler.pair(kPixel);
+    const float time = isMoving ? sampler.pair(kTime).x : 0;
+    const Ray ray = camera.at(double(place.x) * scene.framing.width,
+                              double(place.y) * scene.framing.height, time);
+    tracePath(ray, sampler, nullptr, &visits);
 }
-
-/// The visits of one portion of the paths of a round, which are spread over the whole picture.
-std::vector<Guide::Visit> PathTracer::learnt(int round, int portion) const {
-    std::vector<Guide::Visit> visits;
-    for (int i = 0; i < kPortion; ++i) {
-        const Sampler sampler(-1 - round, -1, portion * kPortion + i); // no pixel has such a place
-        const V2f place = sampler.pair(kPixel);
-        const float time = isMoving ? sampler.pair(kTime).x : 0;
-        const Ray ray = camera.at(double(place.x) * scene.framing.width,
-                                  double(place.y) * scene.framing.height, time);
-        tracePath(ray, sampler, nullptr, &visits);
-    }
-    return visits;
-}
-
-// Paths -------------------------------------------------------------------------------------------
 
 PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) const {
     const Sampler sampler(x, y, number);

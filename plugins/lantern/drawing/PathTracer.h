@@ -38,8 +38,7 @@ private:
     struct Vertex;
     struct Path;
 
-    void learn(int threads);
-    std::vector<Guide::Visit> learnt(int round, int portion) const;
+    void traceToLearn(const Sampler& sampler, std::vector<Guide::Visit>& visits) const;
     Traced tracePath(const Ray& cameraRay, const Sampler& sampler, FirstHit* first,
                      std::vector<Guide::Visit>* visits = nullptr) const;
     Traced background(const V3f& direction) const;
