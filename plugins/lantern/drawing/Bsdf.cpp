@@ -6,20 +6,12 @@
 namespace lantern {
 namespace {
 
-constexpr float kCoatIor = 1.5f;
 constexpr float kMinIorDifference = 1e-3f; // a smaller difference does not refract
-constexpr float kMinLoss = 1e-6f;          // a smaller loss of single scattering is none
 constexpr float kRoughAlpha = 0.2f;        // facets of a larger alpha spread wide
-constexpr float kMinEntering = 0.02f;      // less light than this is not worth a diffuse base
 const V3f kUp(0, 0, 1);
 
 V3f Mirrored(const V3f& direction, const V3f& normal) {
     return direction - normal * (2 * (direction ^ normal));
-}
-
-/// The color of one interface of a clear medium: light passes two of them.
-Color PerInterface(const Color& color) {
-    return {std::sqrt(color.x), std::sqrt(color.y), std::sqrt(color.z)};
 }
 
 /// The function of each component; called once for a grey color.
@@ -28,21 +20,6 @@ Color ByComponent(const Color& color, Function function) {
     const float x = function(color.x);
     if (color.y == color.x && color.z == color.x) return Color(x);
     return {x, function(color.y), function(color.z)};
-}
-
-float Loss(float albedo) {
-    return std::max(0.0f, 1 - albedo);
-}
-
-/// The color that light has after it was reflected by several facets of a metal, of the mean
-/// reflectance at all angles and of the mean albedo of single scattering.
-Color MultipleReflections(const Color& facing, float meanAlbedo) {
-    Color result;
-    for (int i = 0; i < 3; ++i) {
-        const float fresnel = (1 + 20 * facing[i]) / 21; // the mean of Schlick's reflectance
-        result[i] = fresnel * fresnel * meanAlbedo / (1 - fresnel * (1 - meanAlbedo));
-    }
-    return result;
 }
 
 /// The facet that reflects one direction to another one.
@@ -74,98 +51,6 @@ V3f SampleHemisphere(const V2f& u) {
 }
 
 } // namespace
-
-Bsdf::Bsdf(const SurfaceProperties& surface, const ShadingDirections& directions, bool isInside)
-    : surface(surface), wo(directions.wo), geometricNormal(directions.geometricNormal),
-      isInside(isInside), isTilted(directions.geometricNormal.z < 1),
-      ior(isInside ? 1 / surface.ior : surface.ior), facing(FresnelDielectric(1, surface.ior)),
-      facets(Mix(surface.alpha, 1, surface.anisotropy * surface.anisotropy), surface.alpha),
-      coatFacets(surface.coatAlpha), sheen(surface.sheenAlpha) {
-    if (!(wo.z > 0)) return;
-    float rest = 1;
-    if (!isInside && surface.coat > 0) rest -= setCoat(directions.coatNormal);
-    if (!isInside && !IsBlack(surface.sheenColor)) {
-        sheenWeight = surface.sheenColor * rest;
-        rest *= 1 - Largest(surface.sheenColor) * AlbedoOfSheen(wo.z, surface.sheenAlpha);
-    }
-    metal = rest * surface.metalness;
-    dielectric = rest * (1 - surface.metalness);
-    if (dielectric > 0 && !isMatched()) {
-        if (!isInside) albedos.emplace(facets.meanAlpha(), ior);
-        albedoOut = dielectricAlbedo(wo.z);
-    }
-    setUpper();
-    setClear();
-    setProbabilities();
-}
-
-/// Returns the light that the coat reflects.
-float Bsdf::setCoat(const V3f& normal) {
-    coatFrame = FrameAround(normal);
-    coatOut = coatFrame.toLocal(wo);
-    if (!(coatOut.z > 0)) return 0;
-    coat = surface.coat;
-    coatAlbedo = AlbedoOfDielectric(coatOut.z, surface.coatAlpha, kCoatIor);
-    return coat * coatAlbedo;
-}
-
-/// The diffuse base, which is not visible from inside, and multiple reflections of the metal.
-void Bsdf::setUpper() {
-    if (!isInside && dielectric > 0) {
-        const float mean = Largest(meanDielectricAlbedo());
-        const float entering = Loss(Largest(albedoOut));
-        if (1 - mean > kMinEntering)
-            diffuse = surface.baseColor *
-                      (dielectric * (1 - surface.transmission) * entering / (1 - mean));
-    }
-    if (metal > 0 && !facets.isSpecular()) {
-        const float alpha = facets.meanAlpha();
-        const float mean = MeanAlbedoOfPerfectFacets(alpha);
-        if (Loss(mean) > kMinLoss)
-            metalMultiple = MultipleReflections(surface.baseColor, mean) *
-                            (metal * Loss(AlbedoOfPerfectFacets(wo.z, alpha)) / Loss(mean));
-    }
-}
-
-/// The clear inside. Multiple scattering leaves on both sides, in the shares of the mean Fresnel
-/// reflectance, limited so that the lobe is reciprocal.
-void Bsdf::setClear() {
-    if (!(surface.transmission > 0) || !(dielectric > 0)) return;
-    const Color color = surface.isThin ? surface.baseColor : PerInterface(surface.baseColor);
-    transmitted = color * surface.transmission;
-    if (isSpecular(Dielectric)) return;
-    const float alpha = facets.meanAlpha();
-    const bool isThin = surface.isThin;
-    const float loss =
-        Loss(isThin ? MeanAlbedoOfPerfectFacets(alpha) : MeanTotalAlbedoOfDielectric(alpha, ior));
-    const float lossBelow = isThin ? loss : Loss(MeanTotalAlbedoOfDielectric(alpha, 1 / ior));
-    if (loss < kMinLoss || lossBelow < kMinLoss) return;
-    const float below = (1 - MeanFresnelDielectric(ior)) * std::min(loss, lossBelow) / loss;
-    const float lost = dielectric * Loss(clearAlbedo(wo.z, false));
-    clearMultiple = surface.transmission * lost * (1 - below) / loss;
-    clearMultipleBelow = transmitted * (lost * below / lossBelow);
-    probabilities[Upper] = surface.transmission * lost * (1 - below);
-    probabilities[Lower] = Luminance(transmitted) * lost * below;
-}
-
-/// About the albedos of the lobes. setClear() has set those of multiple scattering.
-void Bsdf::setProbabilities() {
-    const float reflected = Luminance(albedoOut);
-    const float inside = 1 - reflected;
-    const float lossOfMetal = metal > 0 ? Loss(MeanAlbedoOfPerfectFacets(facets.meanAlpha())) : 0;
-    probabilities[Coat] = coat * coatAlbedo;
-    if (!IsBlack(sheenWeight))
-        probabilities[Sheens] = Luminance(sheenWeight) * AlbedoOfSheen(wo.z, surface.sheenAlpha);
-    if (metal > 0) probabilities[Metal] = metal * Luminance(FresnelMetal(wo.z, surface.baseColor));
-    probabilities[Dielectric] =
-        dielectric * (reflected + std::max(0.0f, inside) * Luminance(transmitted));
-    probabilities[Upper] += Luminance(diffuse) + Luminance(metalMultiple) * lossOfMetal;
-    float sum = 0;
-    for (const float probability : probabilities)
-        sum += probability;
-    for (float& probability : probabilities)
-        probability = sum > 0 ? probability / sum : 0;
-}
 
 // Fresnel and albedos -----------------------------------------------------------------------------
 
@@ -339,16 +224,16 @@ Bsdf::Value Bsdf::evaluateTransmission(const V3f& wi) const {
 Bsdf::Value Bsdf::evaluateUpper(const V3f& wi) const {
     const float cosine = wi.z / kPi;
     Color sum(0, 0, 0);
-    if (!IsBlack(diffuse)) sum += diffuse * Loss(Largest(dielectricAlbedo(wi.z)));
+    if (!IsBlack(diffuse)) sum += diffuse * lossOf(Largest(dielectricAlbedo(wi.z)));
     if (!IsBlack(metalMultiple))
-        sum += metalMultiple * Loss(AlbedoOfPerfectFacets(wi.z, facets.meanAlpha()));
-    if (clearMultiple > 0) sum += Color(clearMultiple * Loss(clearAlbedo(wi.z, false)));
+        sum += metalMultiple * lossOf(AlbedoOfPerfectFacets(wi.z, facets.meanAlpha()));
+    if (clearMultiple > 0) sum += Color(clearMultiple * lossOf(clearAlbedo(wi.z, false)));
     return {sum * cosine, cosine};
 }
 
 Bsdf::Value Bsdf::evaluateLower(const V3f& wi) const {
     const float cosine = -wi.z / kPi;
-    return {clearMultipleBelow * (Loss(clearAlbedo(-wi.z, true)) * cosine), cosine};
+    return {clearMultipleBelow * (lossOf(clearAlbedo(-wi.z, true)) * cosine), cosine};
 }
 
 // Sampling ----------------------------------------------------------------------------------------

@@ -123,6 +123,11 @@ private:
     Color coloredAlbedo(const FacetAlbedos::Value& own) const;
     float clearAlbedo(float cosine, bool isOtherSide) const;
 
+    static constexpr float kCoatIor = 1.5f;
+
+    /// The part of the light that scatters more than once.
+    static float lossOf(float albedo) { return albedo < 1 ? 1 - albedo : 0; }
+
     SurfaceProperties surface;
     V3f wo;
     V3f geometricNormal;
