@@ -34,6 +34,20 @@ ShadingValue WithChannel(ShadingValue value, int channel) {
     return value;
 }
 
+/// The stops of a ramp in ascending order; from black to white if the node has none.
+std::vector<ShadingStep::Stop> ReadStops(const ShadingNode& node) {
+    const std::vector<float> places = FiniteNumbers(node.parameter("positions"));
+    const std::vector<float> colors = FiniteNumbers(node.parameter("colors"));
+    const std::size_t count = std::min({places.size(), colors.size() / 3, kMostStops});
+    std::vector<ShadingStep::Stop> stops;
+    for (std::size_t i = 0; i < count; ++i)
+        stops.push_back({places[i], {colors[3 * i], colors[3 * i + 1], colors[3 * i + 2]}});
+    if (stops.empty()) stops = {{0, kBlack}, {1, kWhite}};
+    std::stable_sort(stops.begin(), stops.end(),
+                     [](const auto& a, const auto& b) { return a.place < b.place; });
+    return stops;
+}
+
 } // namespace
 
 ShadingCompiler::ShadingCompiler(const ShadingNetwork& network, const TextureFileOf& textureFileOf,
@@ -122,7 +136,11 @@ ShadingValue ShadingCompiler::inputOf(const ShadingNode& node, const std::string
             value.channel = output->channel;
         }
     }
-    if (!node.hasConnectionsOfComponents(input)) return value;
+    return node.hasConnectionsOfComponents(input) ? withComponents(node, input, value, use) : value;
+}
+
+ShadingValue ShadingCompiler::withComponents(const ShadingNode& node, const std::string& input,
+                                             const ShadingValue& value, const ShadingUse& use) {
     ShadingStep combine;
     combine.kind = Kind::Combine;
     for (int i = 0; i < 3; ++i) {
@@ -286,17 +304,10 @@ std::optional<ShadingValue> ShadingCompiler::noise(const ShadingNode& node, cons
 
 /// Without a value the ramp runs along the first texture coordinate, or along the second one.
 std::optional<ShadingValue> ShadingCompiler::ramp(const ShadingNode& node, const ShadingUse& use) {
-    const std::vector<float> places = FiniteNumbers(node.parameter("positions"));
-    const std::vector<float> colors = FiniteNumbers(node.parameter("colors"));
-    const std::size_t count = std::min({places.size(), colors.size() / 3, kMostStops});
     ShadingStep step;
     step.kind = Kind::Ramp;
     step.isStepped = node.parameter("interpolation").isTextEqual("constant");
-    for (std::size_t i = 0; i < count; ++i)
-        step.stops.push_back({places[i], {colors[3 * i], colors[3 * i + 1], colors[3 * i + 2]}});
-    if (step.stops.empty()) step.stops = {{0, kBlack}, {1, kWhite}};
-    std::stable_sort(step.stops.begin(), step.stops.end(),
-                     [](const auto& a, const auto& b) { return a.place < b.place; });
+    step.stops = ReadStops(node);
     if (node.connection("value") || node.parameter("value")) {
         const ShadingUse single{use.input, false, false, 1};
         step.inputs[0] = inputOf(node, "value", kBlack, single);

@@ -77,6 +77,9 @@ private:
     std::optional<ShadingValue> product(const ShadingNode& node, const ShadingUse& use);
     std::optional<ShadingValue> inverse(const ShadingNode& node, const ShadingUse& use);
 
+    /// The value with its components replaced by those that have connections of their own.
+    ShadingValue withComponents(const ShadingNode& node, const std::string& input,
+                                const ShadingValue& value, const ShadingUse& use);
     bool readTexture(const ShadingNode& image, const std::string& port, const ShadingUse& use,
                      Texture& texture) const;
     Coordinates coordinatesOf(const ShadingNode& node);

@@ -65,36 +65,44 @@ double LargestRow(const std::array<M44f, kFinestSteps>& steps, int count) {
     return largest;
 }
 
+/// Returns false if a matrix cannot be inverted even when it is thickened.
+bool MakeInvertible(M44f* steps, int count, double largest) {
+    return std::all_of(steps, steps + count, [&](M44f& matrix) {
+        if (!CanBeInverted(matrix)) Thicken(matrix, largest);
+        return CanBeInverted(matrix);
+    });
+}
+
+/// Between a step and its mirror image there is a matrix that cannot be inverted.
+bool IsMirroredInBetween(const M44f* steps, int count) {
+    return std::any_of(steps + 1, steps + count, [&](const M44f& matrix) {
+        return (DeterminantOf(matrix) < 0) != (DeterminantOf(steps[0]) < 0);
+    });
+}
+
 } // namespace
 
 InstanceMatrices::InstanceMatrices(const Transform& transform) {
-    const auto end = static_cast<std::size_t>(transform.steps);
-    bool areInvertible = true;
-    for (std::size_t i = 0; i < end; ++i) {
-        steps[i] = M44f(transform.at(static_cast<int>(i)));
-        if (!IsFinite(steps[i])) {
-            warning = "its transform is not finite";
-            return;
-        }
-        areInvertible = areInvertible && CanBeInverted(steps[i]);
+    for (int i = 0; i < transform.steps; ++i)
+        steps[static_cast<std::size_t>(i)] = M44f(transform.at(i));
+    M44f* const first = steps.data();
+    M44f* const end = first + transform.steps;
+    if (!std::all_of(first, end, IsFinite)) {
+        warning = "its transform is not finite";
+        return;
     }
-    if (!areInvertible) {
+    if (!std::all_of(first, end, CanBeInverted)) {
         const double largest = LargestRow(steps, transform.steps);
         if (largest == 0) return;
-        for (std::size_t i = 0; i < end; ++i) {
-            if (!CanBeInverted(steps[i])) Thicken(steps[i], largest);
-            if (CanBeInverted(steps[i])) continue;
+        if (!MakeInvertible(first, transform.steps, largest)) {
             warning = "its transform is too large or too small to be drawn";
             return;
         }
     }
     count = transform.steps;
-    // Between a step and its mirror image there is a matrix that cannot be inverted.
-    for (std::size_t i = 1; i < end; ++i) {
-        if ((DeterminantOf(steps[i]) < 0) == (DeterminantOf(steps[0]) < 0)) continue;
-        warning = "its transform turns it inside out while the shutter is open; it does not move";
-        count = 1;
-    }
+    if (!IsMirroredInBetween(first, count)) return;
+    warning = "its transform turns it inside out while the shutter is open; it does not move";
+    count = 1;
 }
 
 } // namespace lantern

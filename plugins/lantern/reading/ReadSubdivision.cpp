@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -78,6 +79,27 @@ bool CheckSharpness(std::vector<float>& sharpness) {
     return true;
 }
 
+/// Adds the edges of all creases. Returns the crease of each edge, or nothing if the lengths do not
+/// fit the points.
+std::optional<std::vector<std::size_t>> AddCreases(const std::vector<std::int32_t>& points,
+                                                   const std::vector<std::int32_t>& lengths,
+                                                   Subdivision& subdivision) {
+    std::vector<std::size_t> creaseOfEdge;
+    std::size_t next = 0;
+    for (std::size_t crease = 0; crease < lengths.size(); ++crease) {
+        if (lengths[crease] < 2) return {};
+        const auto length = static_cast<std::size_t>(lengths[crease]);
+        if (length > points.size() - next) return {};
+        for (std::size_t i = next; i + 1 < next + length; ++i) {
+            subdivision.creases.insert(subdivision.creases.end(), {points[i], points[i + 1]});
+            creaseOfEdge.push_back(crease);
+        }
+        next += length;
+    }
+    if (next != points.size()) return {};
+    return creaseOfEdge;
+}
+
 /// Returns false if the attributes do not fit each other.
 bool ReadCreases(const Attribute& geometry, std::size_t pointCount, float time,
                  Subdivision& subdivision) {
@@ -85,22 +107,12 @@ bool ReadCreases(const Attribute& geometry, std::size_t pointCount, float time,
     const std::vector<std::int32_t> lengths = geometry.child("creaseLengths").ints();
     std::vector<float> sharpness = geometry.child("creaseSharpness").floatsAt(time);
     if (!AreInside(points, pointCount) || !CheckSharpness(sharpness)) return false;
-    std::size_t next = 0;
-    std::vector<std::size_t> creaseOfEdge;
-    for (std::size_t crease = 0; crease < lengths.size(); ++crease) {
-        if (lengths[crease] < 2) return false;
-        const auto length = static_cast<std::size_t>(lengths[crease]);
-        if (length > points.size() - next) return false;
-        for (std::size_t i = next; i + 1 < next + length; ++i) {
-            subdivision.creases.insert(subdivision.creases.end(), {points[i], points[i + 1]});
-            creaseOfEdge.push_back(crease);
-        }
-        next += length;
-    }
-    const bool isByEdge = sharpness.size() == creaseOfEdge.size();
-    if (next != points.size() || (!isByEdge && sharpness.size() != lengths.size())) return false;
-    for (std::size_t edge = 0; edge < creaseOfEdge.size(); ++edge)
-        subdivision.creaseSharpness.push_back(sharpness[isByEdge ? edge : creaseOfEdge[edge]]);
+    const auto creaseOfEdge = AddCreases(points, lengths, subdivision);
+    if (!creaseOfEdge) return false;
+    const bool isByEdge = sharpness.size() == creaseOfEdge->size();
+    if (!isByEdge && sharpness.size() != lengths.size()) return false;
+    for (std::size_t edge = 0; edge < creaseOfEdge->size(); ++edge)
+        subdivision.creaseSharpness.push_back(sharpness[isByEdge ? edge : (*creaseOfEdge)[edge]]);
     return true;
 }
 
@@ -154,6 +166,45 @@ void ReadHoles(const ShapeReader& reader, const Attribute& geometry, const CageF
     }
 }
 
+void ReadRules(const ShapeReader& reader, const Attribute& geometry, Subdivision& subdivision) {
+    subdivision.scheme = ReadScheme(reader, geometry);
+    subdivision.boundary = ReadBoundary(reader, geometry);
+    subdivision.faceVarying = ReadFaceVarying(reader, geometry);
+    const bool isOfTriangles =
+        std::all_of(subdivision.faceSizes.begin(), subdivision.faceSizes.end(),
+                    [](int size) { return size == 3; });
+    if (subdivision.scheme == Subdivision::Scheme::Loop && !isOfTriangles) {
+        reader.warn("the scheme \"loop\" is for triangles only; \"catmull-clark\" is used");
+        subdivision.scheme = Subdivision::Scheme::CatmullClark;
+    }
+}
+
+/// Creases and sharp points that do not fit the mesh are left out.
+void ReadSharpness(const ShapeReader& reader, const Attribute& geometry, std::size_t pointCount,
+                   Subdivision& subdivision) {
+    if (!ReadCreases(geometry, pointCount, reader.shutter.open, subdivision)) {
+        reader.warn("\"geometry.creaseIndices\", \"creaseLengths\" and \"creaseSharpness\" do not "
+                    "fit; there are no creases");
+        subdivision.creases.clear();
+        subdivision.creaseSharpness.clear();
+    }
+    if (!ReadSharpPoints(geometry, pointCount, reader.shutter.open, subdivision)) {
+        reader.warn("\"geometry.cornerIndices\" and \"cornerSharpness\" do not fit; there are no "
+                    "sharp corners");
+        subdivision.sharpPoints.clear();
+        subdivision.pointSharpness.clear();
+    }
+}
+
+void CopyCornerValues(const Mesh& mesh, const CageFaces& faces, Subdivision& subdivision) {
+    for (const UvSet& set : mesh.uvSets)
+        subdivision.uvSets.push_back(
+            {set.name, {set.st.values, IndexOfCorners(set.st, faces, mesh)}});
+    for (const ColorSet& set : mesh.colorSets)
+        subdivision.colorSets.push_back(
+            {set.name, {set.colors.values, IndexOfCorners(set.colors, faces, mesh)}});
+}
+
 } // namespace
 
 bool IsSubdivided(const Attribute& geometry, bool isOfSubdivisionType) {
@@ -167,34 +218,11 @@ std::shared_ptr<const Subdivision> ReadSubdivision(const ShapeReader& reader,
     const std::size_t pointCount = mesh.points[0].size();
     if (pointCount > static_cast<std::size_t>(std::numeric_limits<int>::max())) return nullptr;
     auto made = std::make_shared<Subdivision>();
-    made->scheme = ReadScheme(reader, geometry);
-    made->boundary = ReadBoundary(reader, geometry);
-    made->faceVarying = ReadFaceVarying(reader, geometry);
     AddFaces(faces, *made);
-    const bool isOfTriangles = std::all_of(made->faceSizes.begin(), made->faceSizes.end(),
-                                           [](int size) { return size == 3; });
-    if (made->scheme == Subdivision::Scheme::Loop && !isOfTriangles) {
-        reader.warn("the scheme \"loop\" is for triangles only; \"catmull-clark\" is used");
-        made->scheme = Subdivision::Scheme::CatmullClark;
-    }
-    if (!ReadCreases(geometry, pointCount, reader.shutter.open, *made)) {
-        reader.warn("\"geometry.creaseIndices\", \"creaseLengths\" and \"creaseSharpness\" do not "
-                    "fit; there are no creases");
-        made->creases.clear();
-        made->creaseSharpness.clear();
-    }
-    if (!ReadSharpPoints(geometry, pointCount, reader.shutter.open, *made)) {
-        reader.warn("\"geometry.cornerIndices\" and \"cornerSharpness\" do not fit; there are no "
-                    "sharp corners");
-        made->sharpPoints.clear();
-        made->pointSharpness.clear();
-    }
+    ReadRules(reader, geometry, *made);
+    ReadSharpness(reader, geometry, pointCount, *made);
     ReadHoles(reader, geometry, faces, *made);
-    for (const UvSet& set : mesh.uvSets)
-        made->uvSets.push_back({set.name, {set.st.values, IndexOfCorners(set.st, faces, mesh)}});
-    for (const ColorSet& set : mesh.colorSets)
-        made->colorSets.push_back(
-            {set.name, {set.colors.values, IndexOfCorners(set.colors, faces, mesh)}});
+    CopyCornerValues(mesh, faces, *made);
     return made;
 }
 

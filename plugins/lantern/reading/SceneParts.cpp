@@ -53,6 +53,15 @@ public:
         });
     }
 
+    void addLight(LightDraft& draft) {
+        if (!draft.textureFile.empty()) {
+            Texture texture;
+            texture.file = draft.textureFile;
+            std::get<EnvironmentLight>(draft.light).texture = textureOf(texture);
+        }
+        scene.lights.push_back(draft.light);
+    }
+
     Index textureOf(const Texture& texture) {
         const auto [entry, isNew] =
             textureNumbers.try_emplace(KeyOf(texture), static_cast<Index>(scene.textures.size()));
@@ -98,8 +107,7 @@ SceneParts::Part SceneParts::insertAfter(Part part) {
     return parts.emplace(std::next(part));
 }
 
-SceneData SceneParts::join(std::deque<Shape> shapes, Surfaces::All surfaces) {
-    SceneData scene;
+void SceneParts::reserveMemory(SceneData& scene) const {
     std::size_t transformCount = 0;
     std::size_t instanceCount = 0;
     for (const ScenePart& part : parts) {
@@ -111,6 +119,11 @@ SceneData SceneParts::join(std::deque<Shape> shapes, Surfaces::All surfaces) {
                           " shapes, which are too many");
     scene.transforms.reserve(transformCount);
     scene.instances.reserve(instanceCount);
+}
+
+SceneData SceneParts::join(std::deque<Shape> shapes, Surfaces::All surfaces) {
+    SceneData scene;
+    reserveMemory(scene);
     Joiner joiner(scene, std::move(shapes), std::move(surfaces));
     for (ScenePart& part : parts) {
         const auto first = static_cast<Index>(scene.transforms.size());
@@ -124,14 +137,8 @@ SceneData SceneParts::join(std::deque<Shape> shapes, Surfaces::All surfaces) {
         std::move(part.locations.begin(), part.locations.end(),
                   std::back_inserter(scene.locations));
         part.locations = {};
-        for (LightDraft& draft : part.lights) {
-            if (!draft.textureFile.empty()) {
-                Texture texture;
-                texture.file = draft.textureFile;
-                std::get<EnvironmentLight>(draft.light).texture = joiner.textureOf(texture);
-            }
-            scene.lights.push_back(draft.light);
-        }
+        for (LightDraft& draft : part.lights)
+            joiner.addLight(draft);
     }
     return scene;
 }

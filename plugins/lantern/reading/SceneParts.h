@@ -85,6 +85,9 @@ public:
     SceneData join(std::deque<Shape> shapes, Surfaces::All surfaces);
 
 private:
+    /// For all instances. Throws if they are too many.
+    void reserveMemory(SceneData& scene) const;
+
     std::mutex lock; // guards the list, not the parts
     std::list<ScenePart> parts{1};
 };

@@ -79,32 +79,51 @@ struct WeldedValues {
     std::vector<int> index;
 };
 
-std::unique_ptr<Far::TopologyRefiner> MakeRefiner(const Subdivision& subdivision,
-                                                  std::size_t pointCount,
-                                                  const std::vector<WeldedValues>& values) {
-    // The messages are about crease edges that the cage does not have, which do no harm.
-    Far::SetWarningCallback([](const char*) {});
-    Far::SetErrorCallback([](Far::ErrorType, const char*) {});
-    std::vector<Far::TopologyDescriptor::FVarChannel> channels(values.size());
+using Channel = Far::TopologyDescriptor::FVarChannel;
+
+/// Refers to the values.
+std::vector<Channel> ChannelsOf(const std::vector<WeldedValues>& values) {
+    std::vector<Channel> channels(values.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
         channels[i].numValues = values[i].count();
         channels[i].valueIndices = values[i].index.data();
     }
-    Far::TopologyDescriptor cage;
-    cage.numVertices = static_cast<int>(pointCount);
-    cage.numFaces = static_cast<int>(subdivision.faceSizes.size());
-    cage.numVertsPerFace = subdivision.faceSizes.data();
-    cage.vertIndicesPerFace = subdivision.corners.data();
+    return channels;
+}
+
+void DescribeSharpness(const Subdivision& subdivision, Far::TopologyDescriptor& cage) {
     cage.numCreases = static_cast<int>(subdivision.creaseSharpness.size());
     cage.creaseVertexIndexPairs = subdivision.creases.data();
     cage.creaseWeights = subdivision.creaseSharpness.data();
     cage.numCorners = static_cast<int>(subdivision.sharpPoints.size());
     cage.cornerVertexIndices = subdivision.sharpPoints.data();
     cage.cornerWeights = subdivision.pointSharpness.data();
+}
+
+/// Refers to the subdivision and the channels.
+Far::TopologyDescriptor CageOf(const Subdivision& subdivision, std::size_t pointCount,
+                               const std::vector<Channel>& channels) {
+    Far::TopologyDescriptor cage;
+    cage.numVertices = static_cast<int>(pointCount);
+    cage.numFaces = static_cast<int>(subdivision.faceSizes.size());
+    cage.numVertsPerFace = subdivision.faceSizes.data();
+    cage.vertIndicesPerFace = subdivision.corners.data();
     cage.numHoles = static_cast<int>(subdivision.holes.size());
     cage.holeIndices = subdivision.holes.data();
     cage.numFVarChannels = static_cast<int>(channels.size());
     cage.fvarChannels = channels.data();
+    DescribeSharpness(subdivision, cage);
+    return cage;
+}
+
+std::unique_ptr<Far::TopologyRefiner> MakeRefiner(const Subdivision& subdivision,
+                                                  std::size_t pointCount,
+                                                  const std::vector<WeldedValues>& values) {
+    // The messages are about crease edges that the cage does not have, which do no harm.
+    Far::SetWarningCallback([](const char*) {});
+    Far::SetErrorCallback([](Far::ErrorType, const char*) {});
+    const std::vector<Channel> channels = ChannelsOf(values);
+    const Far::TopologyDescriptor cage = CageOf(subdivision, pointCount, channels);
     using RefinerFactory = Far::TopologyRefinerFactory<Far::TopologyDescriptor>;
     const RefinerFactory::Options options(SchemeOf(subdivision), OptionsOf(subdivision));
     return std::unique_ptr<Far::TopologyRefiner>(RefinerFactory::Create(cage, options));
@@ -144,6 +163,15 @@ struct Layout {
     std::size_t pointCount = 0;
 };
 
+/// A face of the cage with the coordinates of its tessellation.
+struct TessellatedFace {
+    int number = 0;
+    std::size_t firstCoord = 0; // in the values of the mesh at corners
+    std::vector<V2f> coords;
+    std::vector<Index> points; // of the mesh, at each coordinate
+    std::vector<bool> isOwned; // whether this face computes the point
+};
+
 /// Whether all faces and points have at most kMostEdgesAround edges.
 bool HasModestValences(const Far::TopologyLevel& cage) {
     for (int face = 0; face < cage.GetNumFaces(); ++face)
@@ -160,6 +188,18 @@ std::vector<int> RatesOf(const Far::TopologyLevel& cage, int face, const std::ve
     for (int i = 0; i < edges.size(); ++i)
         result.push_back(rates[static_cast<std::size_t>(edges[i])]);
     return result;
+}
+
+/// The vertices and edges of the face become its own, unless they belong to an earlier face.
+void ClaimPoints(const Far::TopologyLevel& cage, int face, Layout& layout) {
+    const auto vertices = cage.GetFaceVertices(face);
+    const auto edges = cage.GetFaceEdges(face);
+    for (int i = 0; i < vertices.size(); ++i) {
+        Index& ofVertex = layout.ownerOfVertex[static_cast<std::size_t>(vertices[i])];
+        Index& ofEdge = layout.ownerOfEdge[static_cast<std::size_t>(edges[i])];
+        ofVertex = std::min(ofVertex, static_cast<Index>(face));
+        ofEdge = std::min(ofEdge, static_cast<Index>(face));
+    }
 }
 
 /// Calls the function for each number below `count`. Throws the first of its exceptions.
@@ -202,6 +242,13 @@ struct SubdivisionSurface::Surface {
                     const std::vector<int>& rates, const Layout& layout, Mesh& mesh) const;
     std::vector<Index> pointsOf(int face, const Bfr::Tessellation& tessellation,
                                 const Layout& layout, std::vector<bool>& isOwned) const;
+    TessellatedFace describe(int face, const Bfr::Tessellation& tessellation,
+                             const Layout& layout) const;
+    void setPoints(const TessellatedFace& face, const PointSurface& surface,
+                   const std::vector<std::vector<V3f>>& cagePoints, Mesh& mesh) const;
+    void setValues(const TessellatedFace& face, Mesh& mesh) const;
+    void setTriangles(const TessellatedFace& face, const Bfr::Tessellation& tessellation,
+                      std::size_t firstTriangle, Mesh& mesh) const;
 
     const Subdivision& subdivision;
     std::vector<WeldedValues> values;              // of all texture coordinates, then of all colors
@@ -250,19 +297,24 @@ Layout SubdivisionSurface::Surface::layOut(const std::vector<int>& rates) const 
         points += static_cast<Index>(tessellation.GetNumInteriorCoords());
         coords += static_cast<Index>(tessellation.GetNumCoords());
         triangles += static_cast<Index>(tessellation.GetNumFacets());
-        const auto vertices = cage.GetFaceVertices(face);
-        const auto faceEdges = cage.GetFaceEdges(face);
-        for (int i = 0; i < vertices.size(); ++i) {
-            Index& ofVertex = layout.ownerOfVertex[static_cast<std::size_t>(vertices[i])];
-            Index& ofEdge = layout.ownerOfEdge[static_cast<std::size_t>(faceEdges[i])];
-            ofVertex = std::min(ofVertex, static_cast<Index>(face));
-            ofEdge = std::min(ofEdge, static_cast<Index>(face));
-        }
+        ClaimPoints(cage, face, layout);
     }
     layout.firstCoord.push_back(coords);
     layout.firstTriangle.push_back(triangles);
     layout.pointCount = points;
     return layout;
+}
+
+TessellatedFace SubdivisionSurface::Surface::describe(int face,
+                                                      const Bfr::Tessellation& tessellation,
+                                                      const Layout& layout) const {
+    TessellatedFace result;
+    result.number = face;
+    result.firstCoord = layout.firstCoord[static_cast<std::size_t>(face)];
+    result.coords.resize(static_cast<std::size_t>(tessellation.GetNumCoords()));
+    tessellation.GetCoords(&result.coords[0].x);
+    result.points = pointsOf(face, tessellation, layout, result.isOwned);
+    return result;
 }
 
 /// The point of the mesh at each coordinate of the tessellation, and whether this face computes it.
@@ -295,6 +347,53 @@ std::vector<Index> SubdivisionSurface::Surface::pointsOf(int face,
     return points;
 }
 
+/// The points of the mesh that this face computes, and the normals at the first motion step.
+void SubdivisionSurface::Surface::setPoints(const TessellatedFace& face,
+                                            const PointSurface& surface,
+                                            const std::vector<std::vector<V3f>>& cagePoints,
+                                            Mesh& mesh) const {
+    for (std::size_t step = 0; step < cagePoints.size(); ++step) {
+        const PreparedSurface positions(surface, &cagePoints[step][0].x, 3);
+        for (std::size_t i = 0; i < face.coords.size(); ++i) {
+            V3f position, du, dv;
+            positions.evaluate(&face.coords[i].x, &position.x, &du.x, &dv.x);
+            if (face.isOwned[i]) mesh.points[step][face.points[i]] = position;
+            if (step == 0) mesh.normals.values[face.firstCoord + i] = du.cross(dv).normalized();
+        }
+    }
+}
+
+/// The texture coordinates and colors at the coordinates of the face.
+void SubdivisionSurface::Surface::setValues(const TessellatedFace& face, Mesh& mesh) const {
+    const std::size_t uvSets = mesh.uvSets.size();
+    for (std::size_t set = 0; set < values.size(); ++set) {
+        PointSurface surface;
+        if (!factory->InitFaceVaryingSurface(face.number, &surface, static_cast<int>(set)))
+            continue;
+        const PreparedSurface prepared(surface, values[set].values.data(), values[set].size);
+        for (std::size_t i = 0; i < face.coords.size(); ++i) {
+            const std::size_t at = face.firstCoord + i;
+            prepared.evaluate(&face.coords[i].x,
+                              set < uvSets ? &mesh.uvSets[set].st.values[at].x
+                                           : &mesh.colorSets[set - uvSets].colors.values[at].r);
+        }
+    }
+}
+
+void SubdivisionSurface::Surface::setTriangles(const TessellatedFace& face,
+                                               const Bfr::Tessellation& tessellation,
+                                               std::size_t firstTriangle, Mesh& mesh) const {
+    std::vector<int> facets(static_cast<std::size_t>(tessellation.GetNumFacets()) * 3);
+    tessellation.GetFacets(facets.data());
+    for (std::size_t i = 0; i < facets.size(); ++i) {
+        const auto coord = static_cast<std::size_t>(facets[i]);
+        mesh.triangles[3 * firstTriangle + i] = face.points[coord];
+        mesh.normals.index[3 * firstTriangle + i] = static_cast<Index>(face.firstCoord + coord);
+    }
+    for (std::size_t i = 0; i < facets.size() / 3; ++i)
+        mesh.faces[firstTriangle + i] = subdivision.faces[static_cast<std::size_t>(face.number)];
+}
+
 void SubdivisionSurface::Surface::tessellate(int face,
                                              const std::vector<std::vector<V3f>>& cagePoints,
                                              const std::vector<int>& rates, const Layout& layout,
@@ -306,43 +405,10 @@ void SubdivisionSurface::Surface::tessellate(int face,
     const std::vector<int> ofFace = RatesOf(refiner->GetLevel(0), face, rates);
     const Bfr::Tessellation tessellation(surface.GetParameterization(), int(ofFace.size()),
                                          ofFace.data());
-    std::vector<V2f> coords(static_cast<std::size_t>(tessellation.GetNumCoords()));
-    tessellation.GetCoords(&coords[0].x);
-    std::vector<bool> isOwned;
-    const std::vector<Index> points = pointsOf(face, tessellation, layout, isOwned);
-
-    const std::size_t firstCoord = layout.firstCoord[self];
-    for (std::size_t step = 0; step < cagePoints.size(); ++step) {
-        const PreparedSurface positions(surface, &cagePoints[step][0].x, 3);
-        for (std::size_t i = 0; i < coords.size(); ++i) {
-            V3f position, du, dv;
-            positions.evaluate(&coords[i].x, &position.x, &du.x, &dv.x);
-            if (isOwned[i]) mesh.points[step][points[i]] = position;
-            if (step == 0) mesh.normals.values[firstCoord + i] = du.cross(dv).normalized();
-        }
-    }
-    for (std::size_t set = 0; set < values.size(); ++set) {
-        PointSurface ofSet;
-        if (!factory->InitFaceVaryingSurface(face, &ofSet, static_cast<int>(set))) continue;
-        const PreparedSurface prepared(ofSet, values[set].values.data(), values[set].size);
-        const std::size_t uvSets = mesh.uvSets.size();
-        for (std::size_t i = 0; i < coords.size(); ++i)
-            prepared.evaluate(&coords[i].x,
-                              set < uvSets
-                                  ? &mesh.uvSets[set].st.values[firstCoord + i].x
-                                  : &mesh.colorSets[set - uvSets].colors.values[firstCoord + i].r);
-    }
-
-    std::vector<int> facets(static_cast<std::size_t>(tessellation.GetNumFacets()) * 3);
-    tessellation.GetFacets(facets.data());
-    const std::size_t firstTriangle = layout.firstTriangle[self];
-    for (std::size_t i = 0; i < facets.size(); ++i) {
-        const auto coord = static_cast<std::size_t>(facets[i]);
-        mesh.triangles[3 * firstTriangle + i] = points[coord];
-        mesh.normals.index[3 * firstTriangle + i] = static_cast<Index>(firstCoord + coord);
-    }
-    for (std::size_t i = 0; i < facets.size() / 3; ++i)
-        mesh.faces[firstTriangle + i] = subdivision.faces[self];
+    const TessellatedFace tessellated = describe(face, tessellation, layout);
+    setPoints(tessellated, surface, cagePoints, mesh);
+    setValues(tessellated, mesh);
+    setTriangles(tessellated, tessellation, layout.firstTriangle[self], mesh);
 }
 
 SubdivisionSurface::SubdivisionSurface(const Subdivision& subdivision, std::size_t pointCount)

@@ -50,33 +50,44 @@ float LargestScale(const M44f& toCamera, const Imath::Box3f& box, const PixelMea
     return std::isfinite(pixels) ? pixels : 0;
 }
 
+/// An instance of a shape.
+struct Placement {
+    float scale; // in pixels per unit
+    M44f toCamera;
+};
+
+/// Adds to a heap that has the coarsest placement first and holds only the finest ones.
+void AddPlacement(const Placement& placement, std::vector<Placement>& heap) {
+    const auto isFiner = [](const Placement& a, const Placement& b) { return a.scale > b.scale; };
+    heap.push_back(placement);
+    std::push_heap(heap.begin(), heap.end(), isFiner);
+    if (heap.size() <= kMostPlacements) return;
+    std::pop_heap(heap.begin(), heap.end(), isFiner);
+    heap.pop_back();
+}
+
+Imath::Box3f BoxOf(const std::vector<V3f>& points) {
+    Imath::Box3f box;
+    for (const V3f& point : points)
+        box.extendBy(point);
+    return box;
+}
+
 /// Finds, for each job, the transforms of the instances that need the finest edges.
 void FindPlacements(const SceneData& scene, const PixelMeasure& measure,
                     std::vector<std::unique_ptr<Job>>& jobs) {
-    struct Placement {
-        float scale;
-        M44f toCamera;
-    };
     std::vector<std::size_t> jobOfShape(scene.shapes.size(), jobs.size());
-    std::vector<Imath::Box3f> boxes(jobs.size());
+    std::vector<Imath::Box3f> boxes;
     for (std::size_t i = 0; i < jobs.size(); ++i) {
         jobOfShape[jobs[i]->shape] = i;
-        for (const V3f& point : scene.shapes[jobs[i]->shape].mesh.points[0])
-            boxes[i].extendBy(point);
+        boxes.push_back(BoxOf(scene.shapes[jobs[i]->shape].mesh.points[0]));
     }
     std::vector<std::vector<Placement>> found(jobs.size());
-    const auto isFiner = [](const Placement& a, const Placement& b) { return a.scale > b.scale; };
     for (const Instance& instance : scene.instances) {
         const std::size_t job = jobOfShape[instance.shape];
         if (job == jobs.size()) continue;
         const M44f toCamera = scene.transforms[instance.firstTransform] * measure.toCamera();
-        // The heap has the coarsest placement first.
-        std::vector<Placement>& heap = found[job];
-        heap.push_back({LargestScale(toCamera, boxes[job], measure), toCamera});
-        std::push_heap(heap.begin(), heap.end(), isFiner);
-        if (heap.size() <= kMostPlacements) continue;
-        std::pop_heap(heap.begin(), heap.end(), isFiner);
-        heap.pop_back();
+        AddPlacement({LargestScale(toCamera, boxes[job], measure), toCamera}, found[job]);
     }
     for (std::size_t i = 0; i < jobs.size(); ++i)
         for (const Placement& placement : found[i])
@@ -126,12 +137,11 @@ void ChooseAllRates(const Quality& quality, std::vector<std::unique_ptr<Job>>& j
                     std::to_string(quality.subdivisionMemory) + " megabytes");
 }
 
-} // namespace
-
-void TessellateSubdivisions(SceneData& scene, int threads, Report& report) {
+/// A job for each shape that can be subdivided. Warns of the others.
+std::vector<std::unique_ptr<Job>> JobsOf(const SceneData& scene, Report& report) {
     std::vector<std::unique_ptr<Job>> jobs;
     for (Index i = 0; i < scene.shapes.size(); ++i) {
-        Shape& shape = scene.shapes[i];
+        const Shape& shape = scene.shapes[i];
         if (!shape.subdivision) continue;
         report.throwIfCancelled();
         auto job = std::make_unique<Job>(i, shape);
@@ -144,6 +154,13 @@ void TessellateSubdivisions(SceneData& scene, int threads, Report& report) {
                         std::to_string(SubdivisionSurface::kMostEdgesAround) +
                         " edges around a face or point; its cage is drawn");
     }
+    return jobs;
+}
+
+} // namespace
+
+void TessellateSubdivisions(SceneData& scene, int threads, Report& report) {
+    std::vector<std::unique_ptr<Job>> jobs = JobsOf(scene, report);
     if (jobs.empty()) return;
     report.progress(0, "subdividing surfaces");
     const PixelMeasure measure(scene.camera, scene.framing);
