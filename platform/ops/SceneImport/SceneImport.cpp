@@ -93,6 +93,26 @@ char ReadUpAxis(const ArgReader& args) {
     return axis[0];
 }
 
+ReadOptions ReadReadOptions(const ArgReader& args) {
+    ReadOptions options;
+    options.scene = args.string("scene", "");
+    options.animation = args.string("animation", kFirstAnimation);
+    options.variant = args.string("variant", "");
+    options.convertUnits = args.flag("convertUnits", true);
+    options.upAxis = ReadUpAxis(args);
+    return options;
+}
+
+FrameClock ReadClock(const ArgReader& args) {
+    FrameClock clock;
+    clock.framesPerSecond =
+        RequireFinite("framesPerSecond", args.doubles("framesPerSecond", 1, {24.0})[0]);
+    if (clock.framesPerSecond <= 0.0)
+        TellarOps::ThrowArgumentError("framesPerSecond", "must be above 0");
+    clock.frame = RequireFinite("frame", args.doubles("frame", 1, {0.0})[0]);
+    return clock;
+}
+
 Settings ReadSettings(const ArgReader& args) {
     Settings settings;
     const std::string file = args.requiredString("file");
@@ -103,22 +123,20 @@ Settings ReadSettings(const ArgReader& args) {
     if (IsSelfOrBelow(settings.location, settings.materialLocation))
         TellarOps::ThrowArgumentError("materialLocation", "must not hold the scene's location");
     settings.listFiles = args.flag("listFiles", false);
-    settings.options.scene = args.string("scene", "");
-    settings.options.animation = args.string("animation", kFirstAnimation);
-    settings.options.variant = args.string("variant", "");
-    settings.options.convertUnits = args.flag("convertUnits", true);
-    settings.options.upAxis = ReadUpAxis(args);
-    settings.clock.framesPerSecond =
-        RequireFinite("framesPerSecond", args.doubles("framesPerSecond", 1, {24.0})[0]);
-    if (settings.clock.framesPerSecond <= 0.0)
-        TellarOps::ThrowArgumentError("framesPerSecond", "must be above 0");
-    settings.clock.frame = RequireFinite("frame", args.doubles("frame", 1, {0.0})[0]);
+    settings.options = ReadReadOptions(args);
+    settings.clock = ReadClock(args);
     return settings;
 }
 
 void Present(CookContext& context, const GroupAttribute& attrs, const StringAttribute& children) {
     context.setAttrs(attrs);
     context.setPotentialChildren(children);
+}
+
+void AssignMaterial(const Settings& settings, const ContentMaterial& material,
+                    GroupBuilder& attrs) {
+    attrs.set("materialAssign", StringAttribute(settings.materialLocation + "/" + material.name));
+    attrs.set("material", material.network);
 }
 
 void CookNode(CookContext& context, const Settings& settings, const Scene& scene,
@@ -130,12 +148,7 @@ void CookNode(CookContext& context, const Settings& settings, const Scene& scene
     GroupBuilder attrs;
     attrs.update(node.attrs);
     if (node.motion) node.motion->apply(settings.clock, attrs);
-    if (node.material >= 0) {
-        const ContentMaterial& material = scene.material(node.material);
-        attrs.set("materialAssign",
-                  StringAttribute(settings.materialLocation + "/" + material.name));
-        attrs.set("material", material.network);
-    }
+    if (node.material >= 0) AssignMaterial(settings, scene.material(node.material), attrs);
     Present(context, attrs.build(), node.childNames);
 }
 
@@ -276,9 +289,8 @@ public:
         const auto& state = TellarOps::StateOf<ImportState>(context);
         const Settings& settings = state.settings;
         const std::string& path = context.path();
-        const bool needsFile = IsSelfOrBelow(path, settings.materialLocation) ||
-                               IsSelfOrBelow(path, settings.location);
-        if (!needsFile) {
+        if (!IsSelfOrBelow(path, settings.materialLocation) &&
+            !IsSelfOrBelow(path, settings.location)) {
             if (IsAncestor(settings, path)) CookAncestor(context, settings);
             return;
         }

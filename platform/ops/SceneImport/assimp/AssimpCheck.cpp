@@ -32,12 +32,7 @@ void CheckDeformation(const aiMesh& mesh) {
             Fail("a morph target does not fit its mesh");
 }
 
-void CheckMesh(const aiMesh& mesh, unsigned numberOfMaterials) {
-    if ((mesh.mNumVertices > 0 && !mesh.mVertices) || (mesh.mNumFaces > 0 && !mesh.mFaces))
-        Fail("a mesh lacks its points or faces");
-    if (mesh.mMaterialIndex >= numberOfMaterials && numberOfMaterials > 0)
-        Fail("a mesh refers to a material that does not exist");
-    CheckDeformation(mesh);
+void CheckFaces(const aiMesh& mesh) {
     std::int64_t total = 0;
     for (unsigned i = 0; i < mesh.mNumFaces; ++i) {
         const aiFace& face = mesh.mFaces[i];
@@ -51,6 +46,15 @@ void CheckMesh(const aiMesh& mesh, unsigned numberOfMaterials) {
         throw std::runtime_error("a mesh has too many points or faces");
 }
 
+void CheckMesh(const aiMesh& mesh, unsigned numberOfMaterials) {
+    if ((mesh.mNumVertices > 0 && !mesh.mVertices) || (mesh.mNumFaces > 0 && !mesh.mFaces))
+        Fail("a mesh lacks its points or faces");
+    if (mesh.mMaterialIndex >= numberOfMaterials && numberOfMaterials > 0)
+        Fail("a mesh refers to a material that does not exist");
+    CheckDeformation(mesh);
+    CheckFaces(mesh);
+}
+
 void CheckNode(const aiNode& node, const aiScene& scene) {
     for (unsigned i = 0; i < node.mNumMeshes; ++i)
         if (node.mMeshes[i] >= scene.mNumMeshes)
@@ -59,14 +63,7 @@ void CheckNode(const aiNode& node, const aiScene& scene) {
         if (!node.mChildren[i]) Fail("a node is missing");
 }
 
-} // namespace
-
-void CheckScene(const aiScene& scene, int maxDepth) {
-    if (!scene.mRootNode) throw std::runtime_error("it holds no scene");
-    for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
-        if (!scene.mMeshes[i]) Fail("a mesh is missing");
-        CheckMesh(*scene.mMeshes[i], scene.mNumMaterials);
-    }
+void CheckNodes(const aiScene& scene, int maxDepth) {
     std::vector<std::pair<const aiNode*, int>> pending = {{scene.mRootNode, 1}};
     while (!pending.empty()) {
         const auto [node, depth] = pending.back();
@@ -77,6 +74,17 @@ void CheckScene(const aiScene& scene, int maxDepth) {
         for (unsigned i = 0; i < node->mNumChildren; ++i)
             pending.emplace_back(node->mChildren[i], depth + 1);
     }
+}
+
+} // namespace
+
+void CheckScene(const aiScene& scene, int maxDepth) {
+    if (!scene.mRootNode) throw std::runtime_error("it holds no scene");
+    for (unsigned i = 0; i < scene.mNumMeshes; ++i) {
+        if (!scene.mMeshes[i]) Fail("a mesh is missing");
+        CheckMesh(*scene.mMeshes[i], scene.mNumMaterials);
+    }
+    CheckNodes(scene, maxDepth);
 }
 
 } // namespace TellarSceneImport

@@ -138,22 +138,25 @@ void Configure(Assimp::Importer& importer) {
     importer.SetPropertyBool(AI_CONFIG_IMPORT_NO_SKELETON_MESHES, true);
 }
 
+std::string CheckedCollada(const FileStamp& stamp) {
+    std::string content = PlainCollada(ReadWhole(stamp));
+    if (ShowMorphedMeshes(content)) WarnAboutScene(stamp.path, "its morph targets are left out");
+    CheckCollada(content, kMaxNodeDepth);
+    return content;
+}
+
+std::string CheckedObj(const FileStamp& stamp) {
+    std::string content = WithPlainLines(WithPlainColors(ToUtf8(ReadWhole(stamp))));
+    CheckObj(content, std::filesystem::path(stamp.path).filename().string());
+    return content;
+}
+
 // Checks everything that Assimp trusts. Returns the content that Assimp can read if it cannot read
 // that of the file.
 std::optional<std::string> Examine(const FileStamp& stamp, const std::string& extension) {
-    if (extension == ".dae") {
-        std::string content = PlainCollada(ReadWhole(stamp));
-        if (ShowMorphedMeshes(content))
-            WarnAboutScene(stamp.path, "its morph targets are left out");
-        CheckCollada(content, kMaxNodeDepth);
-        return content;
-    }
+    if (extension == ".dae") return CheckedCollada(stamp);
+    if (extension == ".obj") return CheckedObj(stamp);
     if (extension == ".fbx") CheckFbx(ReadWhole(stamp), kMaxNodeDepth);
-    if (extension == ".obj") {
-        std::string content = WithPlainLines(WithPlainColors(ToUtf8(ReadWhole(stamp))));
-        CheckObj(content, std::filesystem::path(stamp.path).filename().string());
-        return content;
-    }
     return std::nullopt;
 }
 

@@ -46,6 +46,11 @@ float Degrees(float radians) {
     return static_cast<float>(radians * kDegrees);
 }
 
+template <typename Numbers>
+bool AreFinite(const Numbers& numbers) {
+    return std::all_of(numbers.begin(), numbers.end(), [](double v) { return std::isfinite(v); });
+}
+
 // Keys that are not finite are left out.
 template <typename Key>
 Track MakeTrack(TrackKind kind, std::size_t width, const Key* keys, unsigned count,
@@ -55,14 +60,20 @@ Track MakeTrack(TrackKind kind, std::size_t width, const Key* keys, unsigned cou
     for (unsigned i = 0; i < count; ++i) {
         const double time = keys[i].mTime / ticksPerSecond;
         const auto value = ToVector(keys[i].mValue);
-        if (!std::isfinite(time) ||
-            !std::all_of(value.begin(), value.end(), [](double v) { return std::isfinite(v); }))
-            continue;
+        if (!std::isfinite(time) || !AreFinite(value)) continue;
         seconds.push_back(time);
         for (const double number : value)
             values.push_back(static_cast<float>(number));
     }
     return Track(kind, Interpolation::Linear, width, seconds, values);
+}
+
+// The position and direction of a light.
+Matrix AimOf(const aiLight& light) {
+    const bool isAimless =
+        light.mType == aiLightSource_AMBIENT || light.mType == aiLightSource_POINT;
+    if (isAimless) return AimMatrix(ToVector(light.mPosition), {}, {});
+    return AimMatrix(ToVector(light.mPosition), ToVector(light.mDirection), ToVector(light.mUp));
 }
 
 } // namespace
@@ -95,10 +106,7 @@ ImportedLight LightOf(const aiLight& source) {
     light.coneInner = Degrees(source.mAngleInnerCone);
     light.coneOuter = Degrees(source.mAngleOuterCone);
     light.size = {source.mSize.x, source.mSize.y};
-    const bool isAimless = isAmbient || source.mType == aiLightSource_POINT;
-    light.aim = isAimless ? AimMatrix(ToVector(source.mPosition), {}, {})
-                          : AimMatrix(ToVector(source.mPosition), ToVector(source.mDirection),
-                                      ToVector(source.mUp));
+    light.aim = AimOf(source);
     return light;
 }
 

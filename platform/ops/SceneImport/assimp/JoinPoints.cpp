@@ -13,15 +13,18 @@ namespace {
 
 using Values = std::vector<float>;
 
-// All that moves each point: bones and weights, and the places in morph targets.
-std::vector<Values> InfluencesOf(const aiMesh& mesh) {
-    std::vector<Values> influences(mesh.mNumVertices);
+// The numbers of the bones and their weights.
+void AddWeights(const aiMesh& mesh, std::vector<Values>& influences) {
     for (unsigned i = 0; i < mesh.mNumBones; ++i)
         for (unsigned j = 0; j < mesh.mBones[i]->mNumWeights; ++j) {
             const aiVertexWeight& weight = mesh.mBones[i]->mWeights[j];
             influences[weight.mVertexId].insert(influences[weight.mVertexId].end(),
                                                 {static_cast<float>(i), weight.mWeight});
         }
+}
+
+// The places in morph targets.
+void AddTargets(const aiMesh& mesh, std::vector<Values>& influences) {
     for (unsigned i = 0; i < mesh.mNumAnimMeshes; ++i) {
         const aiAnimMesh& target = *mesh.mAnimMeshes[i];
         for (unsigned j = 0; target.HasPositions() && j < mesh.mNumVertices; ++j) {
@@ -29,6 +32,13 @@ std::vector<Values> InfluencesOf(const aiMesh& mesh) {
             influences[j].insert(influences[j].end(), {place.x, place.y, place.z});
         }
     }
+}
+
+// Everything that moves each point.
+std::vector<Values> InfluencesOf(const aiMesh& mesh) {
+    std::vector<Values> influences(mesh.mNumVertices);
+    AddWeights(mesh, influences);
+    AddTargets(mesh, influences);
     return influences;
 }
 

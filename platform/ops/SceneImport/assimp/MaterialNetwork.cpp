@@ -55,7 +55,9 @@ private:
                   std::vector<float> multiply);
 
     aiTextureType textureFor(const TextureSlot& slot) const;
+    float roughness() const;
     std::string textureFile(aiTextureType kind) const;
+    std::string wrap(const char* key, aiTextureType kind) const;
     bool texturesScaleFactors() const;
     std::vector<float> factorFor(const std::string& parameter) const;
 
@@ -92,13 +94,15 @@ void NetworkMaker::setSpecular() {
              color && weight > 0.0f ? Scaled(*color, 1.0f / weight) : Color{1, 1, 1});
 }
 
+float NetworkMaker::roughness() const {
+    if (const auto given = properties.number(AI_MATKEY_ROUGHNESS_FACTOR)) return *given;
+    const auto exponent = properties.number(AI_MATKEY_SHININESS);
+    return exponent ? RoughnessOfExponent(*exponent) : 0.5f;
+}
+
 void NetworkMaker::setSurface() {
     setNumber("metalness", properties.number(AI_MATKEY_METALLIC_FACTOR).value_or(0.0f));
-    auto roughness = properties.number(AI_MATKEY_ROUGHNESS_FACTOR);
-    if (const auto exponent = properties.number(AI_MATKEY_SHININESS); exponent && !roughness)
-        roughness = RoughnessOfExponent(*exponent);
-    setNumber("roughness", roughness.value_or(0.5f));
-
+    setNumber("roughness", roughness());
     setNumber("opacity", properties.number(AI_MATKEY_OPACITY).value_or(1.0f));
     // Files that do not know the value say 1.
     if (properties.number(AI_MATKEY_REFRACTI).value_or(1.0f) > 1.0f)
@@ -138,19 +142,20 @@ std::string NetworkMaker::textureFile(aiTextureType kind) const {
     return embedded >= 0 ? "*" + std::to_string(embedded) : file;
 }
 
+std::string NetworkMaker::wrap(const char* key, aiTextureType kind) const {
+    static constexpr const char* kNames[] = {"repeat", "clamp", "mirror", "decal"};
+    const float mode = properties.number(key, kind).value_or(0.0f);
+    return kNames[mode >= 1 && mode <= 3 ? static_cast<int>(mode) : 0];
+}
+
 void NetworkMaker::addImage(const std::string& name, aiTextureType kind, bool isColor,
                             std::vector<float> multiply) {
-    static constexpr const char* kWrapNames[] = {"repeat", "clamp", "mirror", "decal"};
-    const auto wrapOf = [&](const char* key) {
-        const float mode = properties.number(key, kind).value_or(0.0f);
-        return kWrapNames[mode >= 1 && mode <= 3 ? static_cast<int>(mode) : 0];
-    };
     ImageNode image;
     image.file = textureFile(kind);
     const float uvSet = properties.number("$tex.uvwsrc", kind).value_or(0.0f);
     if (uvSet >= 1.0f && uvSet < 100.0f) image.uvSet = static_cast<int>(uvSet);
-    image.wrapU = wrapOf("$tex.mapmodeu");
-    image.wrapV = wrapOf("$tex.mapmodev");
+    image.wrapU = wrap("$tex.mapmodeu", kind);
+    image.wrapV = wrap("$tex.mapmodev", kind);
     image.isColor = isColor;
     const std::vector<float> transform = properties.numbers("$tex.uvtrafo", kind);
     if (transform.size() == 5 && transform != std::vector<float>{0, 0, 1, 1, 0})

@@ -163,39 +163,49 @@ void ReplaceSparse(const Document& document, int index, const Layout& layout,
              &values[indices[i] * std::size_t(layout.width())]);
 }
 
+// The elements of an accessor that has a buffer view.
+template <typename Value>
+std::vector<Value> ReadElements(const Document& document, int index, const Layout& layout) {
+    const tinygltf::Accessor& accessor = document.model().accessors.at(index);
+    const auto copy = CopierFor<Value>(index, accessor.componentType);
+    const auto& view = document.model().bufferViews.at(accessor.bufferView);
+    const std::size_t stride = view.byteStride ? view.byteStride : layout.elementSize();
+    const Elements elements = ElementsOf(document, index, accessor.bufferView, accessor.byteOffset,
+                                         accessor.count, layout.elementSize(), stride);
+    const auto width = static_cast<std::size_t>(layout.width());
+    std::vector<Value> values(elements.count * width);
+    for (std::size_t i = 0; i < elements.count; ++i)
+        copy(layout, elements.at(i), accessor.normalized, &values[i * width]);
+    return values;
+}
+
+template <typename Value>
+std::vector<Value> MakeZeros(const Document& document, std::size_t count) {
+    document.memory().takeZeros(count);
+    return std::vector<Value>(count);
+}
+
 template <typename Value>
 std::vector<Value> ReadValues(const Document& document, int index, int& width) {
     const tinygltf::Accessor& accessor = document.model().accessors.at(index);
     const Layout layout = LayoutOf(index, accessor.componentType, accessor.type);
-    const auto copy = CopierFor<Value>(index, accessor.componentType);
+    CopierFor<Value>(index, accessor.componentType); // refuses a wrong type before memory is used
     width = layout.width();
     document.memory().require(accessor.count, width * sizeof(Value));
-    std::vector<Value> values;
-    if (accessor.bufferView >= 0) {
-        const auto& view = document.model().bufferViews.at(accessor.bufferView);
-        const std::size_t stride = view.byteStride ? view.byteStride : layout.elementSize();
-        const Elements elements =
-            ElementsOf(document, index, accessor.bufferView, accessor.byteOffset, accessor.count,
-                       layout.elementSize(), stride);
-        values.resize(elements.count * width);
-        for (std::size_t i = 0; i < elements.count; ++i)
-            copy(layout, elements.at(i), accessor.normalized, &values[i * width]);
-    } else {
-        const std::size_t zeros = CountOf(document, index) * width;
-        document.memory().takeZeros(zeros);
-        values.resize(zeros);
-    }
+    std::vector<Value> values = accessor.bufferView >= 0
+                                    ? ReadElements<Value>(document, index, layout)
+                                    : MakeZeros<Value>(document, CountOf(document, index) * width);
     if (accessor.sparse.isSparse) ReplaceSparse(document, index, layout, values);
     return values;
 }
 
 } // namespace
 
-std::size_t CountOf(const Document& document, int index) {
-    const tinygltf::Accessor& accessor = document.model().accessors.at(index);
-    if (accessor.bufferView < 0 && accessor.count > kMostZeros)
+std::size_t CountOf(const Document& document, int accessor) {
+    const tinygltf::Accessor& source = document.model().accessors.at(accessor);
+    if (source.bufferView < 0 && source.count > kMostZeros)
         GltfError("an accessor without data is too large");
-    return accessor.count;
+    return source.count;
 }
 
 AccessorFloats ReadFloats(const Document& document, int accessor) {

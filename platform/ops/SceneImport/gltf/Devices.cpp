@@ -13,25 +13,30 @@ constexpr double kDegrees = 180.0 / 3.14159265358979323846;
 // For a camera that sees infinitely far.
 constexpr double kEndlessFarClip = 1e6;
 
-} // namespace
-
-ImportedCamera ReadCamera(const tinygltf::Camera& source) {
+ImportedCamera ReadOrthographic(const tinygltf::OrthographicCamera& lens) {
     ImportedCamera camera;
-    if (source.type == "orthographic") {
-        const tinygltf::OrthographicCamera& lens = source.orthographic;
-        camera.nearClip = lens.znear;
-        camera.farClip = lens.zfar > 0.0 ? lens.zfar : kEndlessFarClip;
-        camera.orthographicWidth = 2.0 * std::abs(lens.xmag);
-        camera.aspect = lens.ymag != 0.0 ? std::abs(lens.xmag / lens.ymag) : 0.0;
-        return camera;
-    }
-    const tinygltf::PerspectiveCamera& lens = source.perspective;
+    camera.nearClip = lens.znear;
+    camera.farClip = lens.zfar > 0.0 ? lens.zfar : kEndlessFarClip;
+    camera.orthographicWidth = 2.0 * std::abs(lens.xmag);
+    camera.aspect = lens.ymag != 0.0 ? std::abs(lens.xmag / lens.ymag) : 0.0;
+    return camera;
+}
+
+ImportedCamera ReadPerspective(const tinygltf::PerspectiveCamera& lens) {
+    ImportedCamera camera;
     camera.nearClip = lens.znear;
     camera.farClip = lens.zfar > 0.0 ? lens.zfar : kEndlessFarClip;
     camera.aspect = lens.aspectRatio;
     const double aspect = camera.aspect > 0.0 ? camera.aspect : 1.0;
     camera.fieldOfView = 2.0 * std::atan(std::tan(lens.yfov / 2.0) * aspect) * kDegrees;
     return camera;
+}
+
+} // namespace
+
+ImportedCamera ReadCamera(const tinygltf::Camera& source) {
+    return source.type == "orthographic" ? ReadOrthographic(source.orthographic)
+                                         : ReadPerspective(source.perspective);
 }
 
 ImportedLight ReadLight(const tinygltf::Light& source) {

@@ -43,10 +43,14 @@ private:
     void loadBuffers(std::string_view binary);
     std::string_view loadBuffer(const Json& buffer, std::string_view binary, bool isFirst);
     std::string_view bytesOfUri(const std::string& uri);
+    std::string_view bytesOfFile(const std::string& uri);
     void parseModel();
     void restoreStridesAndIndices();
     std::string takeModelText();
+    void takeStrides();
+    void takeIndices();
     void addImages();
+    void addImage(const Json& source);
     void decodeMeshopt();
     void decodeDraco();
     void decodeDraco(tinygltf::Primitive& primitive, const tinygltf::Value& extension);
@@ -107,6 +111,10 @@ std::string_view Document::Loader::bytesOfUri(const std::string& uri) {
         if (!data) GltfError("a buffer has a damaged data URI");
         return document.owned.emplace_back(std::move(data->bytes));
     }
+    return bytesOfFile(uri);
+}
+
+std::string_view Document::Loader::bytesOfFile(const std::string& uri) {
     const std::string path = document.pathOf(uri);
     files.push_back(StampOf(path));
     const FileStamp stamp = files.back();
@@ -149,21 +157,29 @@ void Document::Loader::forEachPrimitive(Body body) {
                     body(primitive);
 }
 
-std::string Document::Loader::takeModelText() {
-    json.RemoveMember("buffers");
-    if (Json* list = MutableMember(json, "images")) images = std::move(*list);
-    json.RemoveMember("images");
+void Document::Loader::takeStrides() {
     if (Json* views = MutableMember(json, "bufferViews"))
         for (Json& view : views->GetArray()) {
             const Json* stride = Member(&view, "byteStride");
             strides.push_back(stride ? stride->GetUint64() : 0);
             view.RemoveMember("byteStride");
         }
+}
+
+void Document::Loader::takeIndices() {
     forEachPrimitive([this](Json& primitive) {
         const Json* index = Member(&primitive, "indices");
         indices.push_back(index ? index->GetInt() : -1);
         primitive.RemoveMember("indices");
     });
+}
+
+std::string Document::Loader::takeModelText() {
+    json.RemoveMember("buffers");
+    if (Json* list = MutableMember(json, "images")) images = std::move(*list);
+    json.RemoveMember("images");
+    takeStrides();
+    takeIndices();
     rapidjson::StringBuffer text;
     rapidjson::Writer<rapidjson::StringBuffer> writer(text);
     if (!json.Accept(writer)) GltfError("its JSON holds a number that is not finite");
@@ -280,25 +296,26 @@ void Document::Loader::decodeAttributes(tinygltf::Primitive& primitive,
     }
 }
 
-// The bytes of a data URI become a buffer view.
 void Document::Loader::addImages() {
-    for (rapidjson::SizeType i = 0; images.IsArray() && i < images.Size(); ++i) {
-        const Json& source = images[i];
-        tinygltf::Image& image = document.parsed->images.emplace_back();
-        image.name = TextMember(&source, "name");
-        image.mimeType = TextMember(&source, "mimeType");
-        const std::string uri = TextMember(&source, "uri");
-        if (!IsDataUri(uri)) {
-            image.uri = uri;
-            const Json* view = Member(&source, "bufferView");
-            if (view) image.bufferView = view->GetInt();
-            continue;
-        }
-        auto data = DecodeDataUri(uri);
-        if (!data) GltfError("an image has a damaged data URI");
-        if (image.mimeType.empty()) image.mimeType = data->mimeType;
-        image.bufferView = addView(std::move(data->bytes));
+    for (rapidjson::SizeType i = 0; images.IsArray() && i < images.Size(); ++i)
+        addImage(images[i]);
+}
+
+// The bytes of a data URI become a buffer view.
+void Document::Loader::addImage(const Json& source) {
+    tinygltf::Image& image = document.parsed->images.emplace_back();
+    image.name = TextMember(&source, "name");
+    image.mimeType = TextMember(&source, "mimeType");
+    const std::string uri = TextMember(&source, "uri");
+    if (!IsDataUri(uri)) {
+        image.uri = uri;
+        if (const Json* view = Member(&source, "bufferView")) image.bufferView = view->GetInt();
+        return;
     }
+    auto data = DecodeDataUri(uri);
+    if (!data) GltfError("an image has a damaged data URI");
+    if (image.mimeType.empty()) image.mimeType = data->mimeType;
+    image.bufferView = addView(std::move(data->bytes));
 }
 
 void Document::Loader::load() {

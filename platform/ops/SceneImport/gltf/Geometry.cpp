@@ -32,10 +32,11 @@ public:
 
 private:
     std::vector<std::uint32_t> readIndices() const;
-    bool isDeformed() const;
     void makePoints();
     void makeCurves();
+    void makeShape();
     void makeMesh();
+    void joinPoints(std::vector<std::uint32_t>& indices);
     void usePoints(std::vector<std::uint32_t> elements);
     void addPointData();
 
@@ -59,11 +60,6 @@ std::vector<std::uint32_t> PrimitiveReader::readIndices() const {
     return indices;
 }
 
-// Points of equal rest values may move apart.
-bool PrimitiveReader::isDeformed() const {
-    return !primitive.targets.empty() || primitive.attributes.count("JOINTS_0") > 0;
-}
-
 void PrimitiveReader::usePoints(std::vector<std::uint32_t> elements) {
     data.select(elements);
     shape.sourcePoints = std::move(elements);
@@ -85,15 +81,21 @@ void PrimitiveReader::makeCurves() {
     usePoints(std::move(lines.points));
 }
 
+// Points of equal rest values may move apart.
+void PrimitiveReader::joinPoints(std::vector<std::uint32_t>& indices) {
+    const bool isDeformed =
+        !primitive.targets.empty() || primitive.attributes.count("JOINTS_0") > 0;
+    if (isDeformed) return;
+    std::vector<std::uint32_t> left = JoinEqualPoints(data, indices);
+    if (!left.empty() && left.size() < data.count) usePoints(std::move(left));
+}
+
 void PrimitiveReader::makeMesh() {
     std::vector<std::uint32_t> indices =
         TrianglesOf(static_cast<PrimitiveMode>(primitive.mode), readIndices());
     if (indices.empty()) return;
     shape.type = "polymesh";
-    if (!isDeformed()) {
-        std::vector<std::uint32_t> left = JoinEqualPoints(data, indices);
-        if (!left.empty() && left.size() < data.count) usePoints(std::move(left));
-    }
+    joinPoints(indices);
     // The corners, and a third as many faces.
     document.memory().take(indices.size() / 3, 4 * sizeof(std::int32_t));
     std::vector<std::int32_t> startIndex;
@@ -116,21 +118,24 @@ void PrimitiveReader::addPointData() {
                                      FloatAttribute(values.data.values, values.data.width)));
 }
 
-ContentShape PrimitiveReader::read() {
-    data = ReadPointData(document, primitive);
-    if (data.count == 0) return shape;
+// Leaves the shape without a type if the primitive shows nothing.
+void PrimitiveReader::makeShape() {
     switch (static_cast<PrimitiveMode>(primitive.mode)) {
     case PrimitiveMode::Points:
-        makePoints();
-        break;
+        return makePoints();
     case PrimitiveMode::Lines:
     case PrimitiveMode::LineLoop:
     case PrimitiveMode::LineStrip:
-        makeCurves();
-        break;
+        return makeCurves();
     default:
-        makeMesh();
+        return makeMesh();
     }
+}
+
+ContentShape PrimitiveReader::read() {
+    data = ReadPointData(document, primitive);
+    if (data.count == 0) return shape;
+    makeShape();
     if (shape.type.empty()) return shape;
     addPointData();
     shape.geometry = geometry.build();

@@ -40,6 +40,7 @@ private:
     std::vector<bool> usedMaterials() const;
     void readMaterials();
     void readNodes();
+    void addRoots();
     void addNode(int index, std::uint32_t parent);
     void fillNode(int index, ContentNode& node);
     void addInstances(int source, std::uint32_t parent);
@@ -76,17 +77,17 @@ void ContentReader::addNode(int index, std::uint32_t parent) {
 }
 
 // The root of the scene is its only node, or a location for all of them.
+void ContentReader::addRoots() {
+    const std::vector<int> roots = RootsOf(model, sceneIndex());
+    if (roots.size() == 1) return addNode(roots.front(), 0);
+    addNode(-1, 0);
+    content.nodes[0].name = "ROOT";
+    for (const int root : roots)
+        addNode(root, 0);
+}
+
 void ContentReader::readNodes() {
-    const int scene = sceneIndex();
-    const std::vector<int> roots = RootsOf(model, scene);
-    if (roots.size() == 1) {
-        addNode(roots.front(), 0);
-    } else {
-        addNode(-1, 0);
-        content.nodes[0].name = "ROOT";
-        for (const int root : roots)
-            addNode(root, 0);
-    }
+    addRoots();
     for (std::size_t i = 0; i < sources.size(); ++i) {
         if (sources[i] < 0) continue;
         fillNode(sources[i], content.nodes[i]);

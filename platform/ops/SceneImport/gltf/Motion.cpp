@@ -100,6 +100,7 @@ GltfAnimation AnimationReader::read() {
 GltfAnimation ReadAnimation(const Document& document, const std::string& wanted) {
     const auto& animations = document.model().animations;
     std::vector<std::string> names;
+    names.reserve(animations.size());
     for (const tinygltf::Animation& animation : animations)
         names.push_back(animation.name);
     const std::optional<std::size_t> index = ChooseAnimation(names, wanted);

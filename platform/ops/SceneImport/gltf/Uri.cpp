@@ -18,14 +18,14 @@ int HexDigit(char c) {
 }
 
 // The value of each character in base64; -1 for all others.
-const std::array<signed char, 256>& Base64Values() {
-    static const std::array<signed char, 256> values = [] {
-        std::array<signed char, 256> table;
+const std::array<int, 256>& Base64Values() {
+    static const std::array<int, 256> values = [] {
+        std::array<int, 256> table;
         table.fill(-1);
         constexpr std::string_view kDigits =
             "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
         for (std::size_t i = 0; i < kDigits.size(); ++i)
-            table[static_cast<unsigned char>(kDigits[i])] = static_cast<signed char>(i);
+            table[static_cast<unsigned char>(kDigits[i])] = static_cast<int>(i);
         return table;
     }();
     return values;

@@ -93,6 +93,7 @@ private:
     void removePoints();
     void replaceNumbers();
     bool isFinite(std::size_t point) const;
+    bool isDrawable(std::size_t face) const;
 
     const PlyHeader header;
     PlyBody body;
@@ -144,9 +145,14 @@ void MeshReader::addFace(const std::vector<double>& list) {
     mesh.starts.push_back(static_cast<std::int32_t>(mesh.corners.size()));
 }
 
+// The list of points of each face or strip.
+std::size_t FindPointLists(const PlyElement& element) {
+    const std::size_t indices = Find(element, "vertex_indices", true);
+    return indices == kAbsent ? Find(element, "vertex_index", true) : indices;
+}
+
 void MeshReader::readFaces(const PlyElement& element) {
-    std::size_t indices = Find(element, "vertex_indices", true);
-    if (indices == kAbsent) indices = Find(element, "vertex_index", true);
+    const std::size_t indices = FindPointLists(element);
     if (indices == kAbsent) return skip(element);
     const std::size_t texcoord = Find(element, "texcoord", true);
     const ColorReader color(element);
@@ -180,8 +186,7 @@ void MeshReader::addStrip(const std::vector<double>& list) {
 }
 
 void MeshReader::readStrips(const PlyElement& element) {
-    std::size_t indices = Find(element, "vertex_indices", true);
-    if (indices == kAbsent) indices = Find(element, "vertex_index", true);
+    const std::size_t indices = FindPointLists(element);
     if (indices == kAbsent) return skip(element);
     PlyRow row;
     for (std::uint64_t i = 0; i < element.count; ++i) {
@@ -214,16 +219,21 @@ void Keep(std::vector<Value>& values, std::size_t count, std::size_t width, cons
     values.resize(end);
 }
 
+bool MeshReader::isDrawable(std::size_t face) const {
+    const auto first = mesh.corners.begin() + mesh.starts[face];
+    const auto last = mesh.corners.begin() + mesh.starts[face + 1];
+    return last - first >= 3 && std::all_of(first, last, [this](std::int32_t point) {
+               return isFinite(static_cast<std::size_t>(point));
+           });
+}
+
 void MeshReader::removeFaces() {
     const std::size_t count = mesh.starts.size() - 1;
+    const auto sizeOf = [&](std::size_t face) { return mesh.starts[face + 1] - mesh.starts[face]; };
     std::vector<bool> isKept(count), isCornerKept;
     for (std::size_t face = 0; face < count; ++face) {
-        const auto first = mesh.corners.begin() + mesh.starts[face];
-        const auto last = mesh.corners.begin() + mesh.starts[face + 1];
-        isKept[face] = last - first >= 3 && std::all_of(first, last, [this](std::int32_t point) {
-                           return isFinite(static_cast<std::size_t>(point));
-                       });
-        isCornerKept.insert(isCornerKept.end(), std::size_t(last - first), isKept[face]);
+        isKept[face] = isDrawable(face);
+        isCornerKept.insert(isCornerKept.end(), std::size_t(sizeOf(face)), isKept[face]);
     }
     const auto keepsCorner = [&](std::size_t corner) { return isCornerKept[corner]; };
     Keep(mesh.faceColors, count, 4, [&](std::size_t face) { return isKept[face]; });
@@ -231,8 +241,7 @@ void MeshReader::removeFaces() {
     Keep(mesh.corners, isCornerKept.size(), 1, keepsCorner);
     std::vector<std::int32_t> starts = {0};
     for (std::size_t face = 0; face < count; ++face)
-        if (isKept[face])
-            starts.push_back(starts.back() + mesh.starts[face + 1] - mesh.starts[face]);
+        if (isKept[face]) starts.push_back(starts.back() + sizeOf(face));
     mesh.starts = starts;
 }
 
@@ -265,16 +274,16 @@ void MeshReader::readElements() {
         if (element.name == "vertex") pointCount = element.count;
     bool hasPoints = false;
     for (const PlyElement& element : header.elements) {
-        if (element.name == "vertex" && !hasPoints && element.count == pointCount) {
+        const bool isPoints = element.name == "vertex" && !hasPoints && element.count == pointCount;
+        if (isPoints)
             readVertices(element);
-            hasPoints = true;
-        } else if (element.name == "face") {
+        else if (element.name == "face")
             readFaces(element);
-        } else if (element.name == "tristrips") {
+        else if (element.name == "tristrips")
             readStrips(element);
-        } else {
+        else
             skip(element);
-        }
+        hasPoints = hasPoints || isPoints;
     }
     if (mesh.positions.size() / 3 != pointCount) ThrowPlyError("its points are there twice");
 }
