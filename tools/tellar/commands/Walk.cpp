@@ -129,7 +129,10 @@ void WarnAboutTypes(const std::vector<std::string>& wanted, const std::set<std::
         const bool isThere = LocationFilter({type}, {}).matchesAnyOf(types);
         const std::string hint = TellarInternal::DidYouMean(names, type);
         if (!isThere && !hint.empty() && type != kAnyMesh)
-            PrintWarning("warning: --type: no location is of the type \"" + type + '"' + hint);
+            PrintWarning(std::string("warning: --type: no location is of the type \"")
+                             .append(type)
+                             .append(1, '"')
+                             .append(hint));
     }
 }
 
