@@ -240,22 +240,27 @@ private:
         const JsonFields fields(object, {"$type", "inherit", "children"}, where);
         OpenGroup group{GroupBuilder(BuilderModeStrict), {}, 0};
         group.builder.setGroupInherit(readInherit(fields));
+        if (const auto children = fields.find("children"))
+            group.children = readChildren(*children, depth + 1);
+        return group;
+    }
+
+    std::vector<Child> readChildren(const JsonValue& children, int depth) const {
+        std::vector<Child> result;
         std::unordered_set<std::string> names;
         const auto add = [&](const JsonValue& place, std::string name, const JsonValue& value) {
             if (!names.insert(name).second) fail(place, "a second child named " + Quoted(name));
-            group.children.push_back({std::move(name), value, depth + 1});
+            result.push_back({std::move(name), value, depth});
         };
-        const auto children = fields.find("children");
-        if (!children) return group;
-        if (!children->isObject() && !children->isArray())
-            fail(*children, "\"children\" must be an object or an array");
-        if (children->isObject())
-            for (const JsonValue::Member& member : children->members())
+        if (children.isObject())
+            for (const JsonValue::Member& member : children.members())
                 add(member.key, std::string(member.key.text()), member.value);
-        else
-            for (const JsonValue& entry : children->elements())
+        else if (children.isArray())
+            for (const JsonValue& entry : children.elements())
                 readListedChild(entry, add);
-        return group;
+        else
+            fail(children, "\"children\" must be an object or an array");
+        return result;
     }
 
     /// {"name": ..., "value": ...}, or "hexName" for a name that is not UTF-8.
@@ -345,6 +350,11 @@ private:
         if (perTime.size() != times.size())
             fail(*samples, std::to_string(perTime.size()) + " samples for " +
                                std::to_string(times.size()) + " times");
+        return readSampleArrays(perTime);
+    }
+
+    /// The values of all samples, which must have equally many.
+    Values readSampleArrays(const std::vector<JsonValue>& perTime) {
         Values all;
         for (std::size_t i = 0; i < perTime.size(); ++i) {
             const Values sample = readArray(perTime[i], "a sample");

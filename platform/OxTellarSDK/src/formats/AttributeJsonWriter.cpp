@@ -182,7 +182,7 @@ private:
         json.raw(TypeWord(attribute.getType()));
         json.raw("\", ");
         if (attribute.getTupleSize() != 1 && !HasWholeTuples(attribute)) {
-            json.raw("\"tuple\": ");
+            writeKey("tuple");
             json.number(static_cast<std::int32_t>(attribute.getTupleSize()));
             json.raw(", ");
         }
@@ -190,16 +190,20 @@ private:
             writeKey(keys.values);
             writeSample(0);
         } else {
-            const auto count = static_cast<std::size_t>(attribute.getNumberOfTimeSamples());
-            writeKey("times");
-            json.list(count, [&](std::size_t i) {
-                number(attribute.getSampleTime(static_cast<std::int64_t>(i)));
-            });
+            writeTimes(attribute);
             json.raw(", ");
             writeKey(keys.samples);
-            json.list(count, [&](std::size_t i) { writeSample(static_cast<std::int64_t>(i)); });
+            json.list(static_cast<std::size_t>(attribute.getNumberOfTimeSamples()),
+                      [&](std::size_t i) { writeSample(static_cast<std::int64_t>(i)); });
         }
         json.raw("}");
+    }
+
+    void writeTimes(const DataAttribute& attribute) {
+        writeKey("times");
+        json.list(static_cast<std::size_t>(attribute.getNumberOfTimeSamples()), [&](std::size_t i) {
+            number(attribute.getSampleTime(static_cast<std::int64_t>(i)));
+        });
     }
 
     void writeKey(std::string_view key) {

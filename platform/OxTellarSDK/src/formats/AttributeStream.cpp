@@ -74,6 +74,18 @@ void WriteFile(const std::string& path, const Attribute& attribute, ContainerKin
     file.commit();
 }
 
+FileKind KindOf(const ContainerHeader& header) {
+    if (std::memcmp(header.magic, kContainerMagic, sizeof kContainerMagic) != 0)
+        return FileKind::Unknown;
+    switch (static_cast<ContainerKind>(header.kind)) {
+    case ContainerKind::AttributeStream:
+        return FileKind::AttributeStream;
+    case ContainerKind::OpFile:
+        return FileKind::OpFile;
+    }
+    return FileKind::Unknown;
+}
+
 FileKind ReadKind(FileStream& stream) {
     ContainerHeader header{};
     char* start = reinterpret_cast<char*>(&header);
@@ -84,15 +96,24 @@ FileKind ReadKind(FileStream& stream) {
         if (got <= 0) return FileKind::Unknown;
         filled += got;
     }
-    if (std::memcmp(header.magic, kContainerMagic, sizeof kContainerMagic) != 0)
-        return FileKind::Unknown;
-    switch (static_cast<ContainerKind>(header.kind)) {
-    case ContainerKind::AttributeStream:
-        return FileKind::AttributeStream;
-    case ContainerKind::OpFile:
-        return FileKind::OpFile;
-    }
-    return FileKind::Unknown;
+    return KindOf(header);
+}
+
+/// Returns what is wrong with an op of the description; empty if nothing is.
+std::string DefectOf(const GroupAttribute& op, const GroupAttribute& description) {
+    if (!op.isValid()) return "is no group";
+    const StringAttribute type(op.getChildByName("opType"));
+    if (!type.isValid() || type.getNumberOfValues() != 1) return "has no \"opType\" string";
+    const Attribute args = op.getChildByName("opArgs");
+    if (args.isValid() && args.getType() != kAttributeTypeGroup)
+        return "has \"opArgs\" that are no group";
+    const Attribute inputs = op.getChildByName("opInputs");
+    if (inputs.isValid() && inputs.getType() != kAttributeTypeString)
+        return "has \"opInputs\" that are no strings";
+    for (const std::string_view input : StringAttribute(inputs).getNearestSample(0.0f))
+        if (!input.empty() && description.findChild(input) < 0)
+            return "has the input \"" + std::string(input) + "\", which is no op";
+    return {};
 }
 
 } // namespace
@@ -113,27 +134,13 @@ void WriteAttributeFile(const std::string& path, const Attribute& attribute, boo
 }
 
 void CheckOpDescription(const GroupAttribute& description, const std::string& source) {
-    const auto refuse = [&source](std::string_view op, const std::string& why) {
-        throw std::runtime_error(source + ": the op \"" + std::string(op) + "\" " + why);
-    };
     if (!description.isValid() || description.getNumberOfChildren() == 0)
         throw std::runtime_error(source + ": there is no op in it");
     for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i) {
-        const std::string_view name = description.getChildNameView(i);
         const GroupAttribute op(description.getChildByIndex(i));
-        if (!op.isValid()) refuse(name, "is no group");
-        const StringAttribute type(op.getChildByName("opType"));
-        if (!type.isValid() || type.getNumberOfValues() != 1)
-            refuse(name, "has no \"opType\" string");
-        const Attribute args = op.getChildByName("opArgs");
-        if (args.isValid() && args.getType() != kAttributeTypeGroup)
-            refuse(name, "has \"opArgs\" that are no group");
-        const Attribute inputs = op.getChildByName("opInputs");
-        if (inputs.isValid() && inputs.getType() != kAttributeTypeString)
-            refuse(name, "has \"opInputs\" that are no strings");
-        for (const std::string_view input : StringAttribute(inputs).getNearestSample(0.0f))
-            if (!input.empty() && description.findChild(input) < 0)
-                refuse(name, "has the input \"" + std::string(input) + "\", which is no op");
+        if (const std::string defect = DefectOf(op, description); !defect.empty())
+            throw std::runtime_error(source + ": the op \"" + description.getChildName(i) + "\" " +
+                                     defect);
     }
 }
 

@@ -141,10 +141,14 @@ private:
             AppendNumber(out, attribute.getTupleSize());
             out += '"';
         }
-        if (IsTimeless(attribute)) {
+        if (IsTimeless(attribute))
             writeSample(attribute, 0, tag, 0);
-            return;
-        }
+        else
+            writeSamples(attribute, tag);
+    }
+
+    template <typename AttributeT>
+    void writeSamples(const AttributeT& attribute, const char* tag) {
         out += ">\n";
         for (std::int64_t i = 0; i < attribute.getNumberOfTimeSamples(); ++i) {
             startLine(1);

@@ -76,14 +76,17 @@ private:
         value.fail(what + where);
     }
 
-    void readOp(const JsonValue& op, std::size_t number) {
+    /// Errors in the members before the name need the name too.
+    void nameInErrors(const JsonValue& op, std::size_t number) {
         where = ", in op " + std::to_string(number);
         if (!op.isObject()) fail(op, "an op must be an object");
-        // Errors in the members before the name need the name too.
         for (const JsonValue::Member& member : op.members())
             if (member.key.text() == "name" && member.value.isString())
                 where = ", in op " + Quoted(member.value.text());
+    }
 
+    void readOp(const JsonValue& op, std::size_t number) {
+        nameInErrors(op, number);
         const JsonFields fields(op, {"name", "type", "args", "inputs", "comment"}, where);
         std::string name = readText(op, fields, "name");
         const std::string type = readText(op, fields, "type");
@@ -91,6 +94,15 @@ private:
         if (!opNames.insert(name).second)
             fail(*fields.find("name"), "a second op named " + Quoted(name));
 
+        const GroupAttribute parts = readParts(op, name, type);
+        if (fields.find("comment")) ++comments;
+        places.push_back(op.place());
+        children.emplace_back(std::move(name), parts);
+        where.clear();
+    }
+
+    GroupAttribute readParts(const JsonValue& op, const std::string& name,
+                             const std::string& type) {
         std::vector<GroupAttribute::Child> parts;
         for (const JsonValue::Member& member : op.members()) {
             const std::string_view key = member.key.text();
@@ -98,10 +110,7 @@ private:
             if (key == "args") parts.emplace_back("opArgs", readArgs(member.value, type));
             if (key == "inputs") parts.emplace_back("opInputs", readInputs(member.value, name));
         }
-        if (fields.find("comment")) ++comments;
-        places.push_back(op.place());
-        children.emplace_back(std::move(name), GroupAttribute(parts, true));
-        where.clear();
+        return GroupAttribute(parts, true);
     }
 
     std::string readText(const JsonValue& op, const JsonFields& fields, std::string_view key) {
@@ -152,23 +161,31 @@ std::string ReadAll(FileStream& stream) {
     }
 }
 
+/// The place after the comment that begins at `start`.
+std::size_t EndOfComment(std::string_view text, std::size_t start) {
+    const bool isLine = text.substr(start, 2) == "//";
+    const std::size_t end = isLine ? text.find('\n', start) : text.find("*/", start + 2);
+    if (end == std::string_view::npos) return text.size();
+    return end + (isLine ? 1 : 2);
+}
+
+/// The place after the string that begins at `start`.
+std::size_t EndOfString(std::string_view text, std::size_t start) {
+    std::size_t at = start + 1;
+    for (; at < text.size() && text[at] != '"'; ++at)
+        if (text[at] == '\\') ++at;
+    return at + 1;
+}
+
 /// The comments that stand between "//" or "/*" and their end. The text is known to be JSON, in
 /// which a slash outside of a string begins a comment.
 std::size_t CountSlashComments(std::string_view text) {
     std::size_t count = 0;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        at = text.find_first_of("\"/", at);
-        if (at == std::string_view::npos) break;
-        if (text[at] == '/') {
-            ++count;
-            const bool isLine = text.substr(at, 2) == "//";
-            at = isLine ? text.find('\n', at) : text.find("*/", at + 2);
-            if (at == std::string_view::npos) break;
-            if (!isLine) ++at;
-            continue;
-        }
-        for (++at; at < text.size() && text[at] != '"'; ++at)
-            if (text[at] == '\\') ++at;
+    std::size_t at = text.find_first_of("\"/");
+    while (at < text.size()) {
+        const bool isComment = text[at] == '/';
+        if (isComment) ++count;
+        at = text.find_first_of("\"/", isComment ? EndOfComment(text, at) : EndOfString(text, at));
     }
     return count;
 }

@@ -21,12 +21,7 @@ public:
     explicit DescriptionWriter(const GroupAttribute& description) : description(description) {}
 
     std::string write() {
-        if (!description.isValid()) throw std::runtime_error("There is no description to write");
-        if (description.getNumberOfChildren() == 0)
-            throw std::runtime_error("The description holds no op");
-        if (!description.getGroupInherit())
-            throw std::runtime_error(
-                "The description's group does not inherit, which cannot be written as JSON");
+        check();
         json.open('{');
         json.nextMember("ops");
         json.open('[');
@@ -50,6 +45,15 @@ private:
         throw std::runtime_error("Op " + Quoted(name) + " cannot be written as JSON: " + what);
     }
 
+    void check() const {
+        if (!description.isValid()) throw std::runtime_error("There is no description to write");
+        if (description.getNumberOfChildren() == 0)
+            throw std::runtime_error("The description holds no op");
+        if (!description.getGroupInherit())
+            throw std::runtime_error(
+                "The description's group does not inherit, which cannot be written as JSON");
+    }
+
     void writeOp(const GroupAttribute& op) {
         if (name.empty() || !IsUtf8(name)) fail("its name is empty or not UTF-8");
         if (!op.isValid()) fail("it is not a group");
@@ -63,12 +67,15 @@ private:
         json.close('}');
     }
 
+    void writeType(const StringAttribute& type) {
+        if (type.getNumberOfValues() != 1) fail("\"opType\" is not one string");
+        json.nextMember("type");
+        json.string(type.getValueView());
+    }
+
     void writePart(std::string_view part, const Attribute& attribute) {
         if (part == "opType") {
-            const StringAttribute type = checkedNames(part, attribute);
-            if (type.getNumberOfValues() != 1) fail("\"opType\" is not one string");
-            json.nextMember("type");
-            json.string(type.getValueView());
+            writeType(checkedNames(part, attribute));
         } else if (part == "opArgs") {
             if (attribute.getType() != kAttributeTypeGroup) fail("\"opArgs\" is not a group");
             json.nextMember("args");

@@ -28,6 +28,22 @@ bool HasEmptyPart(std::string_view path) {
            path.find("..") != std::string_view::npos;
 }
 
+/// The keys in an order in which a path follows the groups that it lies in. Refuses empty parts.
+std::vector<JsonValue> SortedKeys(const std::vector<JsonValue::Member>& members,
+                                  const std::string& where) {
+    std::vector<JsonValue> keys;
+    keys.reserve(members.size());
+    for (const JsonValue::Member& member : members) {
+        if (HasEmptyPart(member.key.text()))
+            member.key.fail("key " + Quoted(member.key.text()) + " has an empty part" + where);
+        keys.push_back(member.key);
+    }
+    std::stable_sort(keys.begin(), keys.end(), [](const JsonValue& a, const JsonValue& b) {
+        return ComesBefore(a.text(), b.text());
+    });
+    return keys;
+}
+
 } // namespace
 
 JsonFields::JsonFields(const JsonValue& object, std::initializer_list<std::string_view> known,
@@ -48,15 +64,7 @@ std::optional<JsonValue> JsonFields::find(std::string_view key) const {
 }
 
 void CheckDottedKeys(const std::vector<JsonValue::Member>& members, const std::string& where) {
-    std::vector<JsonValue> keys;
-    for (const JsonValue::Member& member : members) {
-        if (HasEmptyPart(member.key.text()))
-            member.key.fail("key " + Quoted(member.key.text()) + " has an empty part" + where);
-        keys.push_back(member.key);
-    }
-    std::stable_sort(keys.begin(), keys.end(), [](const JsonValue& a, const JsonValue& b) {
-        return ComesBefore(a.text(), b.text());
-    });
+    const std::vector<JsonValue> keys = SortedKeys(members, where);
     for (std::size_t i = 1; i < keys.size(); ++i) {
         const std::string_view before = keys[i - 1].text();
         const std::string_view path = keys[i].text();

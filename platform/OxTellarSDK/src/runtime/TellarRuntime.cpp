@@ -78,24 +78,29 @@ void WriteType(JsonWriter& json, const std::string& type) {
     OxAttribute::WriteAttribute(json, StringAttribute(type));
 }
 
+using Places = std::map<const TellarRuntime::Op*, std::size_t>;
+
+/// Writes the places of the inputs.
+void WriteOp(JsonWriter& json, const TellarRuntime::Op& op, const Places& places) {
+    const auto inputs = op.getInputs();
+    json.open('{');
+    WriteType(json, op.getType());
+    json.nextMember("inputs");
+    json.list(inputs.size(), [&](std::size_t input) {
+        const auto place = places.find(inputs[input].get());
+        json.raw(place == places.end() ? "null" : std::to_string(place->second));
+    });
+    json.close('}');
+}
+
 std::string DescribeOps(const std::vector<std::shared_ptr<TellarRuntime::Op>>& ops) {
-    std::map<const TellarRuntime::Op*, std::size_t> places;
+    Places places;
     for (const auto& op : ops)
         places.emplace(op.get(), places.size());
     JsonWriter json(JsonWriter::kDense);
     json.open('{');
     json.nextMember("ops");
-    json.list(ops.size(), [&](std::size_t i) {
-        const auto inputs = ops[i]->getInputs();
-        json.open('{');
-        WriteType(json, ops[i]->getType());
-        json.nextMember("inputs");
-        json.list(inputs.size(), [&](std::size_t input) {
-            const auto place = places.find(inputs[input].get());
-            json.raw(place == places.end() ? "null" : std::to_string(place->second));
-        });
-        json.close('}');
-    });
+    json.list(ops.size(), [&](std::size_t i) { WriteOp(json, *ops[i], places); });
     json.close('}');
     return json.take();
 }

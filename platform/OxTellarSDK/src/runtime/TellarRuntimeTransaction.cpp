@@ -15,6 +15,24 @@ using OxAttribute::FileStream;
 using OxAttribute::GroupAttribute;
 using OxAttribute::StringAttribute;
 
+namespace {
+
+/// The inputs of one op of a description. An input without an op is null.
+std::vector<std::shared_ptr<TellarRuntime::Op>>
+InputsOf(const GroupAttribute& description, std::int64_t op,
+         const std::vector<std::shared_ptr<TellarRuntime::Op>>& created) {
+    const GroupAttribute entry(description.getChildByIndex(op));
+    std::vector<std::shared_ptr<TellarRuntime::Op>> inputs;
+    for (const std::string_view input :
+         StringAttribute(entry.getChildByName("opInputs")).getNearestSample(0.0f)) {
+        const std::int64_t index = input.empty() ? -1 : description.findChild(input);
+        inputs.push_back(index < 0 ? nullptr : created[static_cast<std::size_t>(index)]);
+    }
+    return inputs;
+}
+
+} // namespace
+
 TellarRuntime::Transaction::Transaction(std::shared_ptr<TellarRuntime> owner)
     : runtime(std::move(owner)) {}
 
@@ -88,16 +106,8 @@ TellarRuntime::Transaction::createOps(const GroupAttribute& description) {
         setOpArgs(created.back(), StringAttribute(entry.getChildByName("opType")).getValue(),
                   GroupAttribute(entry.getChildByName("opArgs")));
     }
-    for (std::int64_t i = 0; i < count; ++i) {
-        const GroupAttribute entry(description.getChildByIndex(i));
-        std::vector<std::shared_ptr<Op>> inputs;
-        for (const std::string_view input :
-             StringAttribute(entry.getChildByName("opInputs")).getNearestSample(0.0f)) {
-            const std::int64_t index = input.empty() ? -1 : description.findChild(input);
-            inputs.push_back(index < 0 ? nullptr : created[static_cast<std::size_t>(index)]);
-        }
-        setOpInputs(created[static_cast<std::size_t>(i)], inputs);
-    }
+    for (std::int64_t i = 0; i < count; ++i)
+        setOpInputs(created[static_cast<std::size_t>(i)], InputsOf(description, i, created));
     return created.back();
 }
 

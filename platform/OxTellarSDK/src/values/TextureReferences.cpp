@@ -74,7 +74,8 @@ StringAttribute FilesIn(const fs::path& folder, const StringAttribute& files) {
     for (const std::string_view file : files.getNearestSample(0.0f)) {
         std::string path = IsRelativeFile(file) ? PathIn(folder, file) : std::string();
         isChanged = isChanged || !path.empty();
-        paths.push_back(path.empty() ? std::string(file) : std::move(path));
+        if (path.empty()) path = file;
+        paths.push_back(std::move(path));
     }
     return isChanged ? StringAttribute(paths, files.getTupleSize()) : StringAttribute();
 }
