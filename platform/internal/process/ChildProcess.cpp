@@ -211,7 +211,7 @@ ChildProcess::ChildProcess(const ChildProgram& program) {
 }
 
 void ChildProcess::start(const ChildProgram& program, const Descriptor& input,
-                         const Descriptor& output, const Descriptor& errors) {
+                         const Descriptor& output, const Descriptor& errorFile) {
     std::vector<std::string> texts = {program.file};
     texts.insert(texts.end(), program.arguments.begin(), program.arguments.end());
     std::vector<char*> pointers;
@@ -226,7 +226,7 @@ void ChildProcess::start(const ChildProgram& program, const Descriptor& input,
     else
         files.openEmptyInput();
     files.duplicate(output.get(), STDOUT_FILENO);
-    files.duplicate(errors.get(), STDERR_FILENO);
+    files.duplicate(errorFile.get(), STDERR_FILENO);
     files.closeOthers();
     const DefaultSignals signals;
     pid_t started = 0;
