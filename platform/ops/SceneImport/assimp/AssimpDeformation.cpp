@@ -135,6 +135,7 @@ public:
 
 private:
     std::shared_ptr<const Skeleton> makeSkeleton() const;
+    void addBone(const aiBone& bone, Skin& skin, WeightSets& weights) const;
     std::shared_ptr<const MeshMotion::Joints> jointsOf(const aiMesh& mesh, std::size_t node) const;
     Track weightsOf(const std::string& node, std::size_t place, std::size_t targetCount) const;
     std::shared_ptr<MeshMotion> motionOf(std::size_t node, std::size_t place,
@@ -159,23 +160,26 @@ std::shared_ptr<const Skeleton> Deformer::makeSkeleton() const {
     return std::make_shared<Skeleton>(std::move(nodes));
 }
 
+// A bone that is not a node is left out.
+void Deformer::addBone(const aiBone& bone, Skin& skin, WeightSets& weights) const {
+    const auto found = nodesByName.find(bone.mName.C_Str());
+    if (found == nodesByName.end() || !IsFinite(ToMatrix(bone.mOffsetMatrix))) return;
+    const auto joint = static_cast<std::uint32_t>(skin.joints.size());
+    skin.joints.push_back(static_cast<std::size_t>(found->second));
+    skin.inverseBinds.push_back(ToMatrix(bone.mOffsetMatrix));
+    for (unsigned i = 0; i < bone.mNumWeights; ++i)
+        if (const aiVertexWeight& weight = bone.mWeights[i]; weight.mWeight > 0)
+            weights.add(weight.mVertexId, joint, weight.mWeight);
+}
+
 // A point without weights moves with the node of its mesh, which is the last joint. Null if no bone
 // is a node.
 std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const aiMesh& mesh,
                                                              std::size_t node) const {
     Skin skin;
     WeightSets weights(mesh.mNumVertices);
-    for (unsigned i = 0; i < mesh.mNumBones; ++i) {
-        const aiBone& bone = *mesh.mBones[i];
-        const auto found = nodesByName.find(bone.mName.C_Str());
-        if (found == nodesByName.end() || !IsFinite(ToMatrix(bone.mOffsetMatrix))) continue;
-        const auto joint = static_cast<std::uint32_t>(skin.joints.size());
-        skin.joints.push_back(static_cast<std::size_t>(found->second));
-        skin.inverseBinds.push_back(ToMatrix(bone.mOffsetMatrix));
-        for (unsigned j = 0; j < bone.mNumWeights; ++j)
-            if (const aiVertexWeight& weight = bone.mWeights[j]; weight.mWeight > 0)
-                weights.add(weight.mVertexId, joint, weight.mWeight);
-    }
+    for (unsigned i = 0; i < mesh.mNumBones; ++i)
+        addBone(*mesh.mBones[i], skin, weights);
     if (skin.joints.empty()) return nullptr;
     const auto last = static_cast<std::uint32_t>(skin.joints.size());
     skin.joints.push_back(node);

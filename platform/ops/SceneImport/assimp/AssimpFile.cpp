@@ -175,6 +175,17 @@ void FinishObj(const std::string& path, const std::vector<ContentMaterial>& mate
     WarnAboutScene(path, "its files of materials do not have " + names);
 }
 
+// Reads the scene, checks it and joins its equal points. The importer owns it.
+const aiScene& ReadChecked(Assimp::Importer& importer, const std::string& path) {
+    const aiScene* scene = importer.ReadFile(path, 0);
+    if (!scene) throw std::runtime_error(FirstLine(importer.GetErrorString()));
+    // The post-processing of Assimp trusts indices.
+    CheckScene(*scene, kMaxNodeDepth);
+    scene = JoinPoints(importer);
+    if (!scene) throw std::runtime_error("identical points could not be joined");
+    return *scene;
+}
+
 } // namespace
 
 bool IsAssimpExtension(const std::string& extension) {
@@ -190,16 +201,11 @@ SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension
     Configure(importer);
     std::vector<ContentMaterial> materials; // of files that an OBJ file refers to
     importer.SetIOHandler(new FileAccess(path, content, {files, onAccess}, materials));
-    const aiScene* scene = importer.ReadFile(path, 0);
-    if (!scene) throw std::runtime_error(FirstLine(importer.GetErrorString()));
-    // The post-processing of Assimp trusts indices.
-    CheckScene(*scene, kMaxNodeDepth);
-    scene = JoinPoints(importer);
-    if (!scene) throw std::runtime_error("identical points could not be joined");
-    if (content && extension == ".dae") RepairColladaOpacity(*scene, *content);
-    SceneContent result = ContentOf(*scene, options.animation, path);
+    const aiScene& scene = ReadChecked(importer, path);
+    if (content && extension == ".dae") RepairColladaOpacity(scene, *content);
+    SceneContent result = ContentOf(scene, options.animation, path);
     if (extension == ".obj") FinishObj(path, materials, result);
-    if (extension == ".fbx" && options.convertUnits) ConvertFbxSpace(*scene, result);
+    if (extension == ".fbx" && options.convertUnits) ConvertFbxSpace(scene, result);
     return result;
 }
 

@@ -53,6 +53,7 @@ private:
                       const char* kind) const;
 
     void checkBuffers() const;
+    void checkImages() const;
     void checkAccessors() const;
     void checkSparse(const Json& sparse, std::uint32_t count) const;
     void checkMeshes() const;
@@ -111,6 +112,9 @@ void Checker::checkBuffers() const {
         for (const char* member : {"byteLength", "byteOffset", "byteStride"})
             CheckSize(view, member, "a buffer view", kMaxSize);
     });
+}
+
+void Checker::checkImages() const {
     forEach(&document, "images", [this](const Json& image) {
         checkIndex(image, "bufferView", "bufferViews", "an image");
     });
@@ -300,6 +304,7 @@ void Checker::check() const {
     for (const char* list : kLists)
         CheckObjects(&document, list);
     checkBuffers();
+    checkImages();
     checkAccessors();
     checkMaterials();
     checkMeshes();

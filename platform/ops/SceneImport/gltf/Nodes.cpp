@@ -19,6 +19,28 @@ std::string ListOfScenes(const tinygltf::Model& model) {
     return list.empty() ? "it has no scenes" : "its scenes are " + list;
 }
 
+// Each node once.
+std::vector<int> RootsOfScene(const tinygltf::Model& model, int scene) {
+    std::vector<bool> isListed(model.nodes.size(), false);
+    std::vector<int> roots;
+    for (const int node : model.scenes[scene].nodes) {
+        if (!isListed[node]) roots.push_back(node);
+        isListed[node] = true;
+    }
+    return roots;
+}
+
+std::vector<int> NodesWithoutParent(const tinygltf::Model& model) {
+    std::vector<bool> hasParent(model.nodes.size(), false);
+    for (const tinygltf::Node& node : model.nodes)
+        for (const int child : node.children)
+            hasParent[child] = true;
+    std::vector<int> roots;
+    for (std::size_t i = 0; i < model.nodes.size(); ++i)
+        if (!hasParent[i]) roots.push_back(static_cast<int>(i));
+    return roots;
+}
+
 } // namespace
 
 int FindScene(const tinygltf::Model& model, const std::string& nameOrIndex) {
@@ -35,21 +57,7 @@ int FindScene(const tinygltf::Model& model, const std::string& nameOrIndex) {
 }
 
 std::vector<int> RootsOf(const tinygltf::Model& model, int scene) {
-    std::vector<bool> isListed(model.nodes.size(), false);
-    std::vector<int> roots;
-    if (scene >= 0) {
-        for (const int node : model.scenes[scene].nodes) {
-            if (!isListed[node]) roots.push_back(node);
-            isListed[node] = true;
-        }
-        return roots;
-    }
-    for (const tinygltf::Node& node : model.nodes)
-        for (const int child : node.children)
-            isListed[child] = true;
-    for (std::size_t i = 0; i < model.nodes.size(); ++i)
-        if (!isListed[i]) roots.push_back(static_cast<int>(i));
-    return roots;
+    return scene >= 0 ? RootsOfScene(model, scene) : NodesWithoutParent(model);
 }
 
 Transform TransformOf(const tinygltf::Node& node) {

@@ -123,6 +123,15 @@ meshopt_Stream StreamOf(const AccessorFloats& data) {
     return {data.values.data(), size, size};
 }
 
+// All values of the points.
+std::vector<meshopt_Stream> StreamsOf(const PointData& data) {
+    std::vector<meshopt_Stream> streams = {StreamOf(data.points)};
+    if (!data.normals.values.empty()) streams.push_back(StreamOf(data.normals));
+    for (const PointData::Values& values : data.arbitrary)
+        streams.push_back(StreamOf(values.data));
+    return streams;
+}
+
 // The first point that has each of `count` new numbers.
 std::vector<std::uint32_t> FirstOfEach(const std::vector<std::uint32_t>& newNumbers,
                                        std::size_t count) {
@@ -175,19 +184,14 @@ PointData ReadPointData(const Document& document, const tinygltf::Primitive& pri
 
 std::vector<std::uint32_t> JoinEqualPoints(const PointData& data,
                                            std::vector<std::uint32_t>& indices) {
-    std::vector<meshopt_Stream> streams = {StreamOf(data.points)};
-    if (!data.normals.values.empty()) streams.push_back(StreamOf(data.normals));
-    for (const PointData::Values& values : data.arbitrary)
-        streams.push_back(StreamOf(values.data));
-    std::vector<std::uint32_t> left;
-    if (indices.empty() || streams.size() > 16) return left; // 16 are the most that it takes
+    const std::vector<meshopt_Stream> streams = StreamsOf(data);
+    if (indices.empty() || streams.size() > 16) return {}; // 16 are the most that it takes
     std::vector<std::uint32_t> remap(data.count);
     const std::size_t count = meshopt_generateVertexRemapMulti(
         remap.data(), indices.data(), indices.size(), data.count, streams.data(), streams.size());
-    left = FirstOfEach(remap, count);
     for (std::uint32_t& index : indices)
         index = remap[index];
-    return left;
+    return FirstOfEach(remap, count);
 }
 
 } // namespace TellarSceneImport

@@ -110,17 +110,22 @@ std::string ReasonOf(const ChildEnd& end, const ReaderLimits& limits, const std:
     return "the scene reader " + end.text() + (error.empty() ? "" : ": " + error);
 }
 
+/// Returns nothing when the stream holds no valid reply; `reason` then says why.
+std::optional<ReaderReply> ParseReply(ReplyStream& stream, std::string& reason) {
+    try {
+        return ReplyFrom(OxAttribute::GroupAttribute(
+            OxAttribute::Attribute::readAttributeStream(&stream, &ReplyStream::Read, 0)));
+    } catch (const std::runtime_error& error) {
+        reason = error.what();
+        return std::nullopt;
+    }
+}
+
 /// Returns nothing when the reader wrote no complete reply; `reason` then says why.
 std::optional<ReaderReply> ReadReply(ChildProcess& reader, const ReaderLimits& limits,
                                      std::string& reason) {
     ReplyStream stream(reader, limits.mebibytes << 20);
-    std::optional<ReaderReply> reply;
-    try {
-        reply = ReplyFrom(OxAttribute::GroupAttribute(
-            OxAttribute::Attribute::readAttributeStream(&stream, &ReplyStream::Read, 0)));
-    } catch (const std::runtime_error& error) {
-        reason = error.what();
-    }
+    std::optional<ReaderReply> reply = ParseReply(stream, reason);
     if (stream.isTooLong()) {
         reason = "the scene reader wrote too much";
         reader.kill();

@@ -46,6 +46,8 @@ private:
     void draftDevices(std::uint32_t parent, UniqueNames& names);
     Draft& draft(std::uint32_t parent, std::string name);
     void findBounds();
+    void draftAll();
+    OxAttribute::GroupAttribute attrsOf(const Draft& draft) const;
     SceneNode finish(const Draft& draft) const;
     void setDevice(const ContentDevice& device, GroupBuilder& attrs) const;
     StringAttribute namesOfChildren(const Draft& draft) const;
@@ -180,33 +182,39 @@ StringAttribute SceneBuilder::namesOfChildren(const Draft& draft) const {
     return {names.data(), static_cast<std::int64_t>(names.size()), 1};
 }
 
-SceneNode SceneBuilder::finish(const Draft& draft) const {
+OxAttribute::GroupAttribute SceneBuilder::attrsOf(const Draft& draft) const {
     GroupBuilder attrs;
     attrs.set("type", StringAttribute(draft.shape ? draft.shape->type : "group"));
     attrs.set("xform", xformOf(draft));
     attrs.set("bound", draft.bound.attribute());
     if (draft.shape) attrs.set("geometry", draft.shape->geometry);
     if (draft.device) setDevice(*draft.device, attrs);
+    return attrs.build();
+}
 
+SceneNode SceneBuilder::finish(const Draft& draft) const {
     SceneNode node;
     node.name = draft.name;
-    node.attrs = attrs.build();
+    node.attrs = attrsOf(draft);
     node.childNames = namesOfChildren(draft);
     node.motion = motionOf(draft);
     if (draft.shape) node.material = draft.shape->material;
     return node;
 }
 
-std::shared_ptr<const Scene> SceneBuilder::build() {
-    findChildren();
-    nameMaterials();
+void SceneBuilder::draftAll() {
     Draft& root = drafts.emplace_back();
     root.name = UniqueNames().add(content.nodes.front().name, "node");
     root.node = &content.nodes.front();
     for (std::uint32_t i = 0; i < drafts.size(); ++i)
         if (drafts[i].node) draftChildren(i);
-    findBounds();
+}
 
+std::shared_ptr<const Scene> SceneBuilder::build() {
+    findChildren();
+    nameMaterials();
+    draftAll();
+    findBounds();
     std::vector<SceneNode> finished;
     std::vector<std::uint32_t> parents;
     for (const Draft& draft : drafts) {
