@@ -116,6 +116,11 @@ std::string DefectOf(const GroupAttribute& op, const GroupAttribute& description
     return {};
 }
 
+[[noreturn]] void RefuseOp(const std::string& source, const std::string& op,
+                           const std::string& defect) {
+    throw std::runtime_error(source + ": the op \"" + op + "\" " + defect);
+}
+
 } // namespace
 
 FileKind ProbeFile(const std::string& path) {
@@ -138,9 +143,8 @@ void CheckOpDescription(const GroupAttribute& description, const std::string& so
         throw std::runtime_error(source + ": there is no op in it");
     for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i) {
         const GroupAttribute op(description.getChildByIndex(i));
-        if (const std::string defect = DefectOf(op, description); !defect.empty())
-            throw std::runtime_error(source + ": the op \"" + description.getChildName(i) + "\" " +
-                                     defect);
+        const std::string defect = DefectOf(op, description);
+        if (!defect.empty()) RefuseOp(source, description.getChildName(i), defect);
     }
 }
 
