@@ -49,6 +49,9 @@ private:
                                                        int skin, std::size_t pointCount);
     std::vector<MorphTarget> targetsOf(const ContentShape& shape,
                                        const tinygltf::Primitive& primitive) const;
+    std::vector<Influences::Set> influencesOf(const ContentShape& shape,
+                                              const tinygltf::Primitive& primitive,
+                                              std::size_t pointCount) const;
     std::vector<float> vectors(const ContentShape& shape, int accessor) const;
     std::shared_ptr<MeshMotion> motionOf(const ContentShape& shape,
                                          const tinygltf::Primitive& primitive,
@@ -98,9 +101,10 @@ const Skin& Deformer::skinOf(int index) {
     return skin;
 }
 
-std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const ContentShape& shape,
-                                                             const tinygltf::Primitive& primitive,
-                                                             int skin, std::size_t pointCount) {
+// The joints and weights of the points, four in a set.
+std::vector<Influences::Set> Deformer::influencesOf(const ContentShape& shape,
+                                                    const tinygltf::Primitive& primitive,
+                                                    std::size_t pointCount) const {
     std::vector<Influences::Set> sets;
     for (int i = 0;; ++i) {
         const auto joints = primitive.attributes.find("JOINTS_" + std::to_string(i));
@@ -110,6 +114,13 @@ std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const ContentShape&
         sets.push_back({OfPoints(shape, ReadUnsigned(document, joints->second), 4),
                         OfPoints(shape, ReadFloats(document, weights->second).values, 4)});
     }
+    return sets;
+}
+
+std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const ContentShape& shape,
+                                                             const tinygltf::Primitive& primitive,
+                                                             int skin, std::size_t pointCount) {
+    const std::vector<Influences::Set> sets = influencesOf(shape, primitive, pointCount);
     if (sets.empty()) return nullptr;
     const Skin& source = skinOf(skin);
     document.memory().take(source.joints.size(), sizeof(std::size_t) + sizeof(Matrix));

@@ -32,6 +32,13 @@ ImportedCamera ReadPerspective(const tinygltf::PerspectiveCamera& lens) {
     return camera;
 }
 
+void SetColor(const std::vector<double>& color, ImportedLight& light) {
+    float rgb[3] = {1, 1, 1};
+    for (std::size_t i = 0; i < color.size() && i < 3; ++i)
+        rgb[i] = static_cast<float>(color[i]);
+    light.setColor(rgb[0], rgb[1], rgb[2]);
+}
+
 } // namespace
 
 ImportedCamera ReadCamera(const tinygltf::Camera& source) {
@@ -43,10 +50,7 @@ ImportedLight ReadLight(const tinygltf::Light& source) {
     ImportedLight light;
     if (source.type == "directional" || source.type == "spot") light.type = source.type;
     if (light.type != "directional") light.decay = {0, 0, 1};
-    float rgb[3] = {1, 1, 1};
-    for (std::size_t i = 0; i < source.color.size() && i < 3; ++i)
-        rgb[i] = static_cast<float>(source.color[i]);
-    light.setColor(rgb[0], rgb[1], rgb[2]);
+    SetColor(source.color, light);
     light.intensity *= static_cast<float>(source.intensity);
     light.range = static_cast<float>(source.range);
     if (light.type == "spot") {

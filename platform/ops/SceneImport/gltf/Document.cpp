@@ -51,6 +51,7 @@ private:
     void takeIndices();
     void addImages();
     void addImage(const Json& source);
+    std::string_view compressedBuffer(const Json& extension) const;
     void decodeMeshopt();
     void decodeDraco();
     void decodeDraco(tinygltf::Primitive& primitive, const tinygltf::Value& extension);
@@ -236,17 +237,21 @@ int Document::Loader::addAccessor(tinygltf::Accessor accessor, std::string bytes
     return static_cast<int>(document.parsed->accessors.size()) - 1;
 }
 
+std::string_view Document::Loader::compressedBuffer(const Json& extension) const {
+    const Json* index = Member(&extension, "buffer");
+    if (!index || !index->IsUint() || index->GetUint() >= numberOfFileBuffers)
+        GltfError("a compressed buffer view has no buffer");
+    return document.buffers[index->GetUint()];
+}
+
 // Compressed views become views of decoded buffers.
 void Document::Loader::decodeMeshopt() {
     const Json* views = ArrayMember(&json, "bufferViews");
     for (rapidjson::SizeType i = 0; i < SizeOf(views); ++i) {
         const Json* extension = MeshoptOf((*views)[i]);
         if (!extension) continue;
-        const Json* source = Member(extension, "buffer");
-        if (!source || !source->IsUint() || source->GetUint() >= numberOfFileBuffers)
-            GltfError("a compressed buffer view has no buffer");
         std::string bytes =
-            DecodeMeshopt(*extension, document.buffers[source->GetUint()], *document.budget);
+            DecodeMeshopt(*extension, compressedBuffer(*extension), *document.budget);
         tinygltf::BufferView& view = document.parsed->bufferViews.at(i);
         view.byteOffset = 0;
         view.byteLength = bytes.size();

@@ -45,6 +45,7 @@ private:
     void fillNode(int index, ContentNode& node);
     void addInstances(int source, std::uint32_t parent);
     const std::vector<std::uint32_t>& shapesOf(int mesh);
+    std::uint32_t addShape(const tinygltf::Mesh& mesh, std::size_t place);
     void addMotion();
     int sceneIndex() const;
 
@@ -128,17 +129,20 @@ const std::vector<std::uint32_t>& ContentReader::shapesOf(int mesh) {
     if (isMeshRead[mesh]) return shapes;
     isMeshRead[mesh] = true;
     const tinygltf::Mesh& source = model.meshes[mesh];
-    for (std::size_t i = 0; i < source.primitives.size(); ++i) {
-        shapes.push_back(static_cast<std::uint32_t>(content.shapes.size()));
-        ContentShape& shape =
-            content.shapes.emplace_back(ReadPrimitive(document, source.primitives[i]));
-        shape.name = source.name;
-        if (source.primitives.size() > 1 && !shape.name.empty())
-            shape.name += "-" + std::to_string(i);
-        const int material = MaterialOf(model, source.primitives[i], variant);
-        if (material >= 0) shape.material = materialIndices[material];
-    }
+    for (std::size_t i = 0; i < source.primitives.size(); ++i)
+        shapes.push_back(addShape(source, i));
     return shapes;
+}
+
+std::uint32_t ContentReader::addShape(const tinygltf::Mesh& mesh, std::size_t place) {
+    const tinygltf::Primitive& primitive = mesh.primitives[place];
+    ContentShape& shape = content.shapes.emplace_back(ReadPrimitive(document, primitive));
+    shape.name = mesh.name;
+    if (mesh.primitives.size() > 1 && !shape.name.empty())
+        shape.name += "-" + std::to_string(place);
+    const int material = MaterialOf(model, primitive, variant);
+    if (material >= 0) shape.material = materialIndices[material];
+    return static_cast<std::uint32_t>(content.shapes.size() - 1);
 }
 
 void ContentReader::addMotion() {
