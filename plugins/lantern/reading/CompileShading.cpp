@@ -302,7 +302,18 @@ std::optional<ShadingValue> ShadingCompiler::noise(const ShadingNode& node, cons
     return add(std::move(step));
 }
 
-/// Without a value the ramp runs along the first texture coordinate, or along the second one.
+/// The first texture coordinate, or the second one if the node says so.
+ShadingValue ShadingCompiler::coordinateAlong(const ShadingNode& node) {
+    ShadingStep along;
+    along.kind =
+        node.parameter("direction").isTextEqual("v") ? Kind::CoordinateT : Kind::CoordinateS;
+    const Coordinates coordinates = coordinatesOf(node);
+    along.set = coordinates.set;
+    along.uvTransform = coordinates.transform;
+    return add(std::move(along));
+}
+
+/// Without a value the ramp runs along a texture coordinate.
 std::optional<ShadingValue> ShadingCompiler::ramp(const ShadingNode& node, const ShadingUse& use) {
     ShadingStep step;
     step.kind = Kind::Ramp;
@@ -312,13 +323,7 @@ std::optional<ShadingValue> ShadingCompiler::ramp(const ShadingNode& node, const
         const ShadingUse single{use.input, false, false, 1};
         step.inputs[0] = inputOf(node, "value", kBlack, single);
     } else {
-        ShadingStep along;
-        along.kind =
-            node.parameter("direction").isTextEqual("v") ? Kind::CoordinateT : Kind::CoordinateS;
-        const Coordinates coordinates = coordinatesOf(node);
-        along.set = coordinates.set;
-        along.uvTransform = coordinates.transform;
-        step.inputs[0] = add(std::move(along));
+        step.inputs[0] = coordinateAlong(node);
     }
     return add(std::move(step));
 }

@@ -83,6 +83,7 @@ private:
     bool readTexture(const ShadingNode& image, const std::string& port, const ShadingUse& use,
                      Texture& texture) const;
     Coordinates coordinatesOf(const ShadingNode& node);
+    ShadingValue coordinateAlong(const ShadingNode& node);
     void readCoordinates(const ShadingNode& node, ShadingStep& step);
     void warnOfTooManySteps();
 

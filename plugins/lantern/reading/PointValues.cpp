@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace lantern {
 
@@ -17,6 +19,22 @@ std::vector<V3f> ToPoints(const std::vector<float>& values) {
     for (std::size_t i = 0; i < points.size(); ++i)
         points[i] = V3f(values[3 * i], values[3 * i + 1], values[3 * i + 2]);
     return points;
+}
+
+/// Returns nothing, after a warning, if the numbers are no points.
+std::optional<std::vector<V3f>> ReadStep(const ShapeReader& reader, const Attribute& points,
+                                         float time) {
+    const std::vector<float> values = points.floatsAt(time);
+    if (values.size() % 3 != 0 || values.size() / 3 >= kNone) {
+        reader.warn("\"geometry.point.P\" has " + std::to_string(values.size()) +
+                    " numbers, which are no points");
+        return {};
+    }
+    if (!IsFinite(values)) {
+        reader.warn("\"geometry.point.P\" has numbers that are not finite");
+        return {};
+    }
+    return ToPoints(values);
 }
 
 } // namespace
@@ -34,17 +52,9 @@ std::vector<std::vector<V3f>> ReadPositions(const ShapeReader& reader, const Att
     }
     std::vector<std::vector<V3f>> positions;
     for (int step = 0; step < steps; ++step) {
-        const std::vector<float> values = points.floatsAt(reader.shutter.timeOf(step, steps));
-        if (values.size() % 3 != 0 || values.size() / 3 >= kNone) {
-            reader.warn("\"geometry.point.P\" has " + std::to_string(values.size()) +
-                        " numbers, which are no points");
-            return {};
-        }
-        if (!IsFinite(values)) {
-            reader.warn("\"geometry.point.P\" has numbers that are not finite");
-            return {};
-        }
-        positions.push_back(ToPoints(values));
+        auto read = ReadStep(reader, points, reader.shutter.timeOf(step, steps));
+        if (!read) return {};
+        positions.push_back(std::move(*read));
     }
     const auto isSame = [&](const auto& step) { return step == positions[0]; };
     if (std::all_of(positions.begin(), positions.end(), isSame)) positions.resize(1);

@@ -202,6 +202,19 @@ void ClaimPoints(const Far::TopologyLevel& cage, int face, Layout& layout) {
     }
 }
 
+/// The vertices come first, then the inner points of the edges. Nothing has an owner yet.
+Layout StartLayout(std::size_t vertices, const std::vector<int>& rates) {
+    Layout layout;
+    layout.ownerOfVertex.assign(vertices, kNone);
+    layout.ownerOfEdge.assign(rates.size(), kNone);
+    layout.pointCount = vertices;
+    for (const int rate : rates) {
+        layout.firstOfEdge.push_back(static_cast<Index>(layout.pointCount));
+        layout.pointCount += static_cast<std::size_t>(rate - 1);
+    }
+    return layout;
+}
+
 /// Calls the function for each number below `count`. Throws the first of its exceptions.
 template <typename Work>
 void ForEachInParallel(int count, int threads, Work work) {
@@ -276,17 +289,10 @@ SubdivisionSurface::Surface::Surface(const Subdivision& subdivision, std::size_t
 
 Layout SubdivisionSurface::Surface::layOut(const std::vector<int>& rates) const {
     const Far::TopologyLevel& cage = refiner->GetLevel(0);
-    Layout layout;
-    layout.ownerOfVertex.assign(static_cast<std::size_t>(cage.GetNumVertices()), kNone);
-    layout.ownerOfEdge.assign(edges.size(), kNone);
-    Index points = static_cast<Index>(cage.GetNumVertices());
-    for (std::size_t edge = 0; edge < edges.size(); ++edge) {
-        layout.firstOfEdge.push_back(points);
-        points += static_cast<Index>(rates[edge] - 1);
-    }
+    Layout layout = StartLayout(static_cast<std::size_t>(cage.GetNumVertices()), rates);
     Index coords = 0, triangles = 0;
     for (int face = 0; face < cage.GetNumFaces(); ++face) {
-        layout.firstInside.push_back(points);
+        layout.firstInside.push_back(static_cast<Index>(layout.pointCount));
         layout.firstCoord.push_back(coords);
         layout.firstTriangle.push_back(triangles);
         if (!factory->FaceHasLimitSurface(face)) continue;
@@ -294,14 +300,13 @@ Layout SubdivisionSurface::Surface::layOut(const std::vector<int>& rates) const 
         const Bfr::Tessellation tessellation(factory->GetFaceParameterization(face),
                                              int(ofFace.size()), ofFace.data());
         if (!tessellation.IsValid()) continue;
-        points += static_cast<Index>(tessellation.GetNumInteriorCoords());
+        layout.pointCount += static_cast<std::size_t>(tessellation.GetNumInteriorCoords());
         coords += static_cast<Index>(tessellation.GetNumCoords());
         triangles += static_cast<Index>(tessellation.GetNumFacets());
         ClaimPoints(cage, face, layout);
     }
     layout.firstCoord.push_back(coords);
     layout.firstTriangle.push_back(triangles);
-    layout.pointCount = points;
     return layout;
 }
 

@@ -157,6 +157,15 @@ std::vector<std::unique_ptr<Job>> JobsOf(const SceneData& scene, Report& report)
     return jobs;
 }
 
+/// The mesh of the tessellated surface replaces the cage.
+void ReplaceCage(std::unique_ptr<Job> job, int threads, std::vector<Shape>& shapes) {
+    Shape& shape = shapes[job->shape];
+    Mesh mesh = job->surface.tessellate(shape.mesh.points, job->rates, CountThreads(threads));
+    shape.mesh = std::move(mesh);
+    job.reset(); // which refers to the rules
+    shape.subdivision.reset();
+}
+
 } // namespace
 
 void TessellateSubdivisions(SceneData& scene, int threads, Report& report) {
@@ -170,11 +179,7 @@ void TessellateSubdivisions(SceneData& scene, int threads, Report& report) {
     ChooseAllRates(scene.quality, jobs, report);
     for (std::unique_ptr<Job>& job : jobs) {
         report.throwIfCancelled();
-        Shape& shape = scene.shapes[job->shape];
-        Mesh mesh = job->surface.tessellate(shape.mesh.points, job->rates, CountThreads(threads));
-        shape.mesh = std::move(mesh);
-        job.reset(); // which refers to the rules
-        shape.subdivision.reset();
+        ReplaceCage(std::move(job), threads, scene.shapes);
     }
 }
 
