@@ -7,6 +7,7 @@
 import json
 import os
 
+from packable_scenes import TRIANGLE as TRIANGLE_DATA, data_uri, gltf, png
 from tellar_test import TellarTest, main
 
 TRIANGLE = "mtllib t.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl bark\nf 1 2 3\n"
@@ -104,6 +105,38 @@ class WarningsTest(TellarTest):
         self.assert_warns(0, 'tellar: warning: scene.json:1:10: StaticScene "s": the texture '
                           '"wood.png" of "/root/red" does not exist\n', "walk", "scene.json",
                           "--quiet")
+
+    def write_scenes_of_tiles(self):
+        """A description, a glTF file and an OBJ file with the tiles of one texture."""
+        self.write("t.obj", TRIANGLE)
+        self.write("t.mtl", MATERIAL.replace("bark.png", "wood.<UDIM>.png"))
+        self.write("t.gltf", gltf(data_uri("application/octet-stream", TRIANGLE_DATA),
+                                  "wood.<UDIM>.png"))
+        self.write("scene.json", {"ops": [{"name": "s", "type": "StaticScene", "args": {
+            "c": {"red": {"a": look_of("wood.<UDIM>.png")}}}}]})
+        return "t.obj", "t.gltf", "scene.json"
+
+    def test_a_texture_of_which_a_tile_exists_is_not_missing(self):
+        self.write("wood.1012.png", png(1, 2, 3))
+        for scene in self.write_scenes_of_tiles():
+            with self.subTest(scene):
+                self.assert_warns(0, "", "walk", scene, "--quiet")
+                self.assertEqual(self.run_tellar("deps", scene)[0], 0)
+                self.tellar("pack", scene, f"packed {scene}")
+                self.assertEqual(len(list((self.folder / f"packed {scene}")
+                                          .rglob("wood.1012.png"))), 1)
+
+    def test_a_texture_without_any_tile_is_one_warning(self):
+        self.write("wood.12.png", png(1, 2, 3))
+        for scene in self.write_scenes_of_tiles():
+            with self.subTest(scene):
+                status, _, errors = self.run_tellar("walk", scene, "--quiet")
+                self.assertEqual((status, errors.count("\n"), errors.count("wood.<UDIM>.png")),
+                                 (0, 1, 1), errors)
+                self.assertEqual(self.run_tellar("deps", scene)[0], 1)
+                status, _, errors = self.run_tellar("pack", scene, f"packed {scene}")
+                self.assertEqual(status, 2)
+                self.assertIn("wood.<UDIM>.png: is missing", errors)
 
     def test_imports_that_fall_on_each_other_are_one_warning(self):
         for name in ("a", "b"):

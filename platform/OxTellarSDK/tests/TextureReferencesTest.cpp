@@ -68,8 +68,34 @@ TEST(TextureReferences, AreMissingOnlyIfNothingElseCanBeMeant) {
     EXPECT_FALSE(IsMissingTexture(""));
     EXPECT_FALSE(IsMissingTexture("/no/$SHOW/b.png"));
     EXPECT_FALSE(IsMissingTexture("~/b.png"));
-    EXPECT_FALSE(IsMissingTexture("/no/b.<UDIM>.png"));
     EXPECT_FALSE(IsMissingTexture("/no/b.####.png"));
+}
+
+TEST(TextureReferences, WithTilesStandForAllOfThem) {
+    const TempDirectory folder;
+    for (const char* name : {"a.1011.png", "a.1001.png", "a.1000.png", "a.0999.png", "a.101.png",
+                             "a.10x1.png", "b.1001.png", "a.1001.jpg"})
+        folder.write(name, "");
+    const std::string pattern = folder.path("a.<UDIM>.png");
+    EXPECT_TRUE(IsTilePattern(pattern));
+    EXPECT_THAT(FindTiles(pattern),
+                ElementsAre(folder.path("a.1001.png"), folder.path("a.1011.png")));
+    EXPECT_FALSE(IsMissingTexture(pattern));
+    EXPECT_THAT(Texts(WithTexturesIn(
+                    folder.path(),
+                    Group({{"textures", Group({{"color", StringAttribute("a.<UDIM>.png")}})}}))),
+                ElementsAre("textures.color=" + pattern));
+}
+
+TEST(TextureReferences, WithTilesAreMissingIfNoneIsThere) {
+    const TempDirectory folder;
+    folder.write("a.1001.png", "");
+    EXPECT_TRUE(IsMissingTexture(folder.path("b.<UDIM>.png")));
+    EXPECT_TRUE(IsMissingTexture("/no such folder/a.<UDIM>.png"));
+    EXPECT_TRUE(IsMissingTexture("no such file.<UDIM>.png"));
+    EXPECT_FALSE(IsMissingTexture(folder.path("$SHOW.<UDIM>.png")));
+    EXPECT_FALSE(IsTilePattern(folder.path("<UDIM>/a.png")));
+    EXPECT_THAT(FindTiles(folder.path("a.1001.png")), ElementsAre());
 }
 
 } // namespace

@@ -1,15 +1,12 @@
 #include "LocationTextures.h"
 
-#include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
-
-#include "files/FolderFiles.h"
+#include <OxTellarSDK/TextureReferences.h>
 
 namespace TellarTool {
 
@@ -18,9 +15,6 @@ namespace {
 namespace fs = std::filesystem;
 using namespace OxAttribute;
 using TELLAR::GeometryProducer;
-
-constexpr std::string_view kTile = "<UDIM>";
-constexpr std::size_t kTileDigits = 4;
 
 class TextureCollector {
 public:
@@ -72,33 +66,9 @@ private:
     std::set<Hash> materials;
 };
 
-bool AreDigits(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isdigit(c); });
-}
-
-/// The files with a number in place of "<UDIM>", which is at `tile` of the path.
-std::vector<std::string> TilesOf(const std::string& path, std::size_t tile) {
-    const std::string begin = path.substr(0, tile);
-    const std::string end = path.substr(tile + kTile.size());
-    std::error_code ignored;
-    std::vector<std::string> tiles;
-    for (const std::string& file :
-         TellarInternal::FolderFiles(fs::path(path).parent_path().string(), ignored)) {
-        if (file.size() != begin.size() + kTileDigits + end.size()) continue;
-        if (file.compare(0, begin.size(), begin) != 0) continue;
-        if (file.compare(begin.size() + kTileDigits, std::string::npos, end) != 0) continue;
-        if (AreDigits(std::string_view(file).substr(begin.size(), kTileDigits)))
-            tiles.push_back(file);
-    }
-    std::sort(tiles.begin(), tiles.end());
-    return tiles;
-}
-
 TextureFile At(const std::string& path) {
     TextureFile texture{path, {path}};
-    const std::size_t tile = path.rfind(kTile);
-    if (tile == std::string::npos || path.find('/', tile) != std::string::npos) return texture;
-    std::vector<std::string> tiles = TilesOf(path, tile);
+    std::vector<std::string> tiles = FindTiles(path);
     if (!tiles.empty()) texture.files = std::move(tiles);
     return texture;
 }

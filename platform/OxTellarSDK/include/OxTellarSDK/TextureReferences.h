@@ -24,12 +24,20 @@ OXTELLARSDK_API std::vector<TextureReference> FindTextures(const GroupAttribute&
 /// Whether the path is neither empty nor absolute.
 OXTELLARSDK_API bool IsRelativeFile(std::string_view path);
 
+/// The files of a set of tiles, sorted: those with a number from 1001 to 9999 where the file's name
+/// has "<UDIM>". Empty if it has no such mark, or if there are none.
+OXTELLARSDK_API std::vector<std::string> FindTiles(const std::string& file);
+
+/// Whether the file's name has "<UDIM>".
+OXTELLARSDK_API bool IsTilePattern(std::string_view file);
+
 /// The attributes with absolute paths for the relative textures that exist in `folder`. Others stay
 /// as they are, because they may be found in other ways. Returns `attrs` itself if nothing changes.
 OXTELLARSDK_API GroupAttribute WithTexturesIn(const std::string& folder,
                                               const GroupAttribute& attrs);
 
-/// Whether the reference names a file that is certainly not there. References with environment
+/// Whether the reference names a file that is certainly not there, or a set of tiles of which none
+/// is. References with environment
 /// variables, home folders, frame tokens and the like are not looked for, and relative ones not if
 /// there is a search path for assets.
 OXTELLARSDK_API bool IsMissingTexture(const std::string& file);

@@ -1,5 +1,6 @@
 #include <OxTellarSDK/TextureReferences.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <system_error>
@@ -8,11 +9,16 @@
 #include <OxConfiguration/Configuration.h>
 #include <OxTellarSDK/GroupBuilder.h>
 
+#include "files/FolderFiles.h"
+
 namespace OxAttribute {
 
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::string_view kTileMark = "<UDIM>";
+constexpr std::size_t kTileDigits = 4;
 
 /// An attribute that holds texture files, and its path, a dotted name.
 using Found = std::pair<std::string, StringAttribute>;
@@ -60,11 +66,30 @@ std::vector<Found> FindFiles(const GroupAttribute& attrs) {
     return found;
 }
 
+/// The place of "<UDIM>" in the file's name; npos if there is none.
+std::size_t FindTileMark(std::string_view file) {
+    const std::size_t mark = file.rfind(kTileMark);
+    const bool isInFolder =
+        mark != std::string_view::npos && file.find('/', mark) != std::string_view::npos;
+    return isInFolder ? std::string_view::npos : mark;
+}
+
+/// Whether the four characters are a number from 1001 on.
+bool IsTileNumber(std::string_view text) {
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    return std::all_of(text.begin(), text.end(), isDigit) && text > "1000";
+}
+
+/// Whether the file exists, or one of its tiles.
+bool Exists(const std::string& file, std::error_code& error) {
+    return IsTilePattern(file) ? !FindTiles(file).empty() : fs::exists(file, error);
+}
+
 /// The path of the file in the folder; empty if it is not there.
 std::string PathIn(const fs::path& folder, std::string_view file) {
-    const fs::path path = (folder / file).lexically_normal();
+    std::string path = (folder / file).lexically_normal().generic_string();
     std::error_code ignored;
-    return fs::exists(path, ignored) ? path.generic_string() : std::string();
+    return Exists(path, ignored) ? path : std::string();
 }
 
 /// Invalid if none of the files is in the folder.
@@ -97,6 +122,32 @@ std::vector<TextureReference> FindTextures(const GroupAttribute& attrs) {
     return textures;
 }
 
+bool IsTilePattern(std::string_view file) {
+    return FindTileMark(file) != std::string_view::npos;
+}
+
+std::vector<std::string> FindTiles(const std::string& file) {
+    if (!IsTilePattern(file)) return {};
+    const fs::path path = file;
+    const fs::path folder = path.parent_path();
+    const std::string pattern = path.filename().string();
+    const std::size_t mark = FindTileMark(pattern);
+    const std::string end = pattern.substr(mark + kTileMark.size());
+    std::error_code ignored;
+    std::vector<std::string> tiles;
+    for (const std::string& found :
+         TellarInternal::FolderFiles(folder.empty() ? "." : folder.string(), ignored)) {
+        const std::string name = fs::path(found).filename().string();
+        if (name.size() != mark + kTileDigits + end.size()) continue;
+        if (name.compare(0, mark, pattern, 0, mark) != 0) continue;
+        if (name.compare(mark + kTileDigits, std::string::npos, end) != 0) continue;
+        if (IsTileNumber(name.substr(mark, kTileDigits)))
+            tiles.push_back((folder / name).generic_string());
+    }
+    std::sort(tiles.begin(), tiles.end());
+    return tiles;
+}
+
 bool IsRelativeFile(std::string_view path) {
     return !path.empty() && fs::path(path).is_relative() && path.front() != '/';
 }
@@ -119,10 +170,12 @@ GroupAttribute WithTexturesIn(const std::string& folder, const GroupAttribute& a
 }
 
 bool IsMissingTexture(const std::string& file) {
-    if (file.empty() || IsPattern(file)) return false;
+    std::string plain = file;
+    if (const std::size_t mark = FindTileMark(file); mark != std::string::npos)
+        plain.erase(mark, kTileMark.size());
+    if (plain.empty() || IsPattern(plain)) return false;
     std::error_code error;
-    const bool exists = fs::exists(file, error);
-    if (exists || error) return false;
+    if (Exists(file, error) || error) return false;
     return !IsRelativeFile(file) || Config()->get("ASSET_SEARCH_PATH").empty();
 }
 

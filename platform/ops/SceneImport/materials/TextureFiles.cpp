@@ -5,6 +5,8 @@
 #include <system_error>
 #include <utility>
 
+#include <OxTellarSDK/TextureReferences.h>
+
 #include "ReferencedFile.h"
 #include "SceneLog.h"
 
@@ -12,8 +14,11 @@ namespace TellarSceneImport {
 
 namespace {
 
+// Where a name is not found as it is written, only the tiles of one row after the other up to here
+// are looked for.
 constexpr int kFirstTile = 1001;
 constexpr int kLastTile = 1100;
+constexpr std::size_t kMarkLength = 6;
 
 // The place of "<UDIM>", for which renderers put the number of a tile; npos if there is none.
 std::size_t FindTileMark(const std::string& reference) {
@@ -23,7 +28,9 @@ std::size_t FindTileMark(const std::string& reference) {
 
 // The path of the tiles that are there, with "<UDIM>" for the number. Empty if there are none.
 std::string FindTiles(const std::string& folder, const std::string& reference, std::size_t mark) {
-    constexpr std::size_t kMarkLength = 6;
+    std::string written = reference;
+    written = PathOfReference(folder, written.replace(mark, kMarkLength, "<UDIM>"));
+    if (!OxAttribute::FindTiles(written).empty()) return written;
     for (int tile = kFirstTile; tile <= kLastTile; ++tile) {
         const std::string number = std::to_string(tile);
         std::string one = reference;
