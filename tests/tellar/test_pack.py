@@ -8,12 +8,14 @@ import json
 import os
 import re
 import shutil
+import signal
 import stat
+import subprocess
 import zipfile
 from pathlib import Path
 
 from packable_scenes import TRIANGLE, data_uri, gltf, image_material, png, write_site
-from tellar_test import TellarTest, main, static_scene
+from tellar_test import TellarTest, main, static_scene, with_usual_signals
 
 
 class PackTest(TellarTest):
@@ -183,6 +185,38 @@ class PackTest(TellarTest):
         self.assert_fails_with("no/such/packed", "pack", self.scene, "no/such/packed")
         self.assert_fails_with("no/such/packed.zip", "pack", self.scene, "no/such/packed.zip")
         self.assertEqual(sorted(set(os.listdir(self.folder)) - {"cache"}), before)
+
+    def stop_packing(self, target, watched, sent):
+        """Sends a signal when something appears in the watched folder. Returns the exit status and
+        standard error."""
+        before = set(os.listdir(watched))
+        process = subprocess.Popen([self.program, "pack", str(self.scene), target], cwd=self.folder,
+                                   env={**self.environment, "TMPDIR": str(self.folder / "tmp")},
+                                   stderr=subprocess.PIPE, preexec_fn=with_usual_signals)
+        while process.poll() is None and set(os.listdir(watched)) == before:
+            pass
+        process.send_signal(sent)
+        errors = process.communicate(timeout=600)[1].decode()
+        return process.returncode, errors
+
+    def test_signals_leave_nothing_behind(self):
+        for tile in range(1001, 1801):
+            self.write(f"site/maps/many.{tile}.png", png(1, 2, 3))
+        self.scene = self.write("site/many.json", static_scene({"box": {"a": {
+            "material": image_material(str(self.folder / "site/maps/many.<UDIM>.png"))}}}))
+        for name in ("tmp", "there"):
+            (self.folder / name).mkdir()
+        before = sorted(os.listdir(self.folder))
+        for target, watched, sent, status in (("packed", "", signal.SIGINT, 130),
+                                              ("packed", "", signal.SIGTERM, 143),
+                                              ("there", "there", signal.SIGINT, 130),
+                                              ("packed.zip", "tmp", signal.SIGINT, 130)):
+            with self.subTest(target=target, sent=sent):
+                self.assertEqual(self.stop_packing(target, self.folder / watched, sent),
+                                 (status, "tellar: stopped; nothing is packed\n"))
+                self.assertEqual(sorted(os.listdir(self.folder)), before)
+                for name in ("tmp", "there"):
+                    self.assertEqual(os.listdir(self.folder / name), [])
 
     def test_packed_folders_can_be_read_by_all(self):
         self.tellar("pack", self.scene, "packed")

@@ -86,15 +86,6 @@ std::string Explain(const std::string& error) {
     return logged.empty() ? error : error + " (" + logged + ")";
 }
 
-std::string StoppedText(const Stopped& stopped) {
-    const std::string last = stopped.isPictureWritten ? "the picture is unfinished" : "";
-    const std::size_t count = stopped.completePictures;
-    if (count == 0) return "stopped; " + (last.empty() ? "no picture was written" : last);
-    const std::string before =
-        count == 1 ? "one picture is complete" : std::to_string(count) + " pictures are complete";
-    return "stopped; " + before + (last.empty() ? "" : ", the last one is unfinished");
-}
-
 int Fail(const std::string& message) {
     WriteErrorLine(message);
     return kBadInput;
@@ -141,7 +132,7 @@ int Main(int argc, char** argv) {
     } catch (const ProblemsFound&) {
         return kProblemsFound;
     } catch (const Stopped& stopped) {
-        WriteErrorLine(StoppedText(stopped));
+        WriteErrorLine("stopped; " + stopped.outcome);
         return kStopped + stopped.signal;
     } catch (const OutputClosed&) {
         return 0;

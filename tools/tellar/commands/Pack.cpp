@@ -11,8 +11,10 @@
 #include "Output.h"
 #include "Pack.h"
 #include "Scene.h"
+#include "SceneFiles.h"
 #include "SceneOptions.h"
 #include "StagedFolder.h"
+#include "StopSignals.h"
 #include "TemporaryFolder.h"
 #include "ZipFile.h"
 #include "files/ReplacingFile.h"
@@ -40,9 +42,12 @@ bool IsZip(const std::string& path) {
 
 /// Returns the path of the scene in the pack.
 std::string PackFolder(const PackOptions& options) {
+    StagedFolder::check(options.target);
     const Scene scene(options.scene);
+    const SceneFiles files = FindFilesToPack(scene, options.allowMissing);
+    const StopSignals signals; // so that the unfinished folder is removed
     StagedFolder folder(options.target);
-    const fs::path written = WritePack(scene, folder.getPath(), options.allowMissing);
+    const fs::path written = WritePack(scene, files, folder.getPath(), signals);
     folder.putInPlace();
     return (fs::path(options.target) / written.filename()).string();
 }
@@ -60,11 +65,13 @@ void CheckZip(const PackOptions& options) {
 void PackZip(const PackOptions& options) {
     CheckZip(options);
     const Scene scene(options.scene);
+    const SceneFiles files = FindFilesToPack(scene, options.allowMissing);
+    const StopSignals signals;
     const TemporaryFolder folder;
     const std::string name = fs::path(options.target).stem().string();
-    WritePack(scene, folder.file(name), options.allowMissing);
+    WritePack(scene, files, folder.file(name), signals);
     const std::string file = TellarInternal::BehindLinks(options.target);
-    WriteZip(file.empty() ? options.target : file, folder.file(name), name);
+    WriteZip(file.empty() ? options.target : file, folder.file(name), name, signals);
 }
 
 void RunPack(const PackOptions& options) {

@@ -49,9 +49,12 @@ void Copy(const std::string& source, const fs::path& target) {
                                  error.message());
 }
 
-void CopyAll(const PackPlan& plan, const fs::path& folder) {
-    for (const auto& [place, source] : plan.getSources())
+void CopyAll(const PackPlan& plan, const fs::path& folder, const StopSignals& signals) {
+    for (const auto& [place, source] : plan.getSources()) {
+        signals.throwIfNoted("nothing is packed");
         if (!fs::exists(folder / place)) Copy(source, folder / place);
+    }
+    signals.throwIfNoted("nothing is packed");
 }
 
 const ImportedFile* FindImport(const SceneFiles& files, const std::string& path) {
@@ -108,16 +111,21 @@ void AddWhatIsMissed(PackPlan& plan, const SceneFiles& files, const fs::path& fo
 
 } // namespace
 
-std::string WritePack(const Scene& scene, const std::string& folder, bool allowMissing) {
-    const SceneFiles files = FindSceneFiles(scene);
+SceneFiles FindFilesToPack(const Scene& scene, bool allowMissing) {
+    SceneFiles files = FindSceneFiles(scene);
     CheckFiles(files, allowMissing);
+    return files;
+}
+
+std::string WritePack(const Scene& scene, const SceneFiles& files, const std::string& folder,
+                      const StopSignals& signals) {
     PackPlan plan(scene, files);
     const fs::path target = WithoutLinks(folder);
-    CopyAll(plan, target);
+    CopyAll(plan, target, signals);
     std::string description = (target / plan.getSceneName()).string();
     WriteFile(description, plan.sceneText());
     AddWhatIsMissed(plan, files, target);
-    CopyAll(plan, target);
+    CopyAll(plan, target, signals);
     return description;
 }
 

@@ -42,6 +42,11 @@ void Rename(const fs::path& from, const fs::path& to) {
 
 } // namespace
 
+void StagedFolder::check(const std::string& name) {
+    std::error_code ignored;
+    if (fs::exists(name, ignored)) CheckEmpty(name);
+}
+
 StagedFolder::StagedFolder(const std::string& name)
     : folder(fs::absolute(name).lexically_normal().string()) {
     while (folder.size() > 1 && folder.back() == '/')

@@ -9,6 +9,9 @@ namespace TellarTool {
 /// all.
 class StagedFolder {
 public:
+    /// Throws std::runtime_error unless the folder of this name can be made, or is empty.
+    static void check(const std::string& name);
+
     /// The folder of this name must not exist, or be empty. Throws std::runtime_error naming it and
     /// the reason.
     explicit StagedFolder(const std::string& name);

@@ -54,12 +54,20 @@ void Add(zip_t* archive, const std::string& file, const fs::path& source, const 
 
 } // namespace
 
-void WriteZip(const std::string& file, const std::string& folder, const std::string& prefix) {
+void WriteZip(const std::string& file, const std::string& folder, const std::string& prefix,
+              const StopSignals& signals) {
     Archive archive = Open(file);
     for (const fs::path& source : FilesBelow(folder))
         Add(archive.get(), file, source,
             prefix + '/' + source.lexically_relative(folder).generic_string());
-    if (zip_close(archive.get()) != 0) Fail(file, zip_strerror(archive.get()));
+    const auto isStopped = [](zip_t*, void* user) {
+        return static_cast<const StopSignals*>(user)->noted() != 0 ? 1 : 0;
+    };
+    zip_register_cancel_callback_with_state(archive.get(), isStopped, nullptr,
+                                            const_cast<StopSignals*>(&signals));
+    const bool isWritten = zip_close(archive.get()) == 0;
+    if (!isWritten) signals.throwIfNoted("nothing is packed");
+    if (!isWritten) Fail(file, zip_strerror(archive.get()));
     (void)archive.release(); // zip_close() has freed it
 }
 

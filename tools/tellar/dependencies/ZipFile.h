@@ -3,12 +3,15 @@
 
 #include <string>
 
+#include "StopSignals.h"
+
 namespace TellarTool {
 
 /// Writes all files below `folder` into a new zip file, each with `prefix` and a slash in front of
 /// its path. The file appears when it is complete, in place of an older one. Throws
-/// std::runtime_error naming the file and the reason.
-void WriteZip(const std::string& file, const std::string& folder, const std::string& prefix);
+/// std::runtime_error naming the file and the reason, and Stopped after a signal.
+void WriteZip(const std::string& file, const std::string& folder, const std::string& prefix,
+              const StopSignals& signals);
 
 } // namespace TellarTool
 

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <optional>
 #include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -126,6 +127,15 @@ private:
     LibraryMessages libraryMessages;
 };
 
+/// `complete` pictures were written before the one that was stopped.
+std::string OutcomeOf(bool isPictureWritten, std::size_t complete) {
+    if (complete == 0)
+        return isPictureWritten ? "the picture is unfinished" : "no picture was written";
+    const std::string before = complete == 1 ? "one picture is complete"
+                                             : std::to_string(complete) + " pictures are complete";
+    return before + (isPictureWritten ? ", the last one is unfinished" : "");
+}
+
 [[noreturn]] void FailTask(const std::string& renderer, int status, const Listener& listener) {
     const char* const end = status == kOxRenderCancelled ? "stopped without being asked to"
                                                          : "failed and does not tell why";
@@ -154,7 +164,7 @@ void RunRenderer(const std::string& renderer, bool isVerbose,
         const int signal = listener.getSignal();
         const bool isStopped = status == kOxRenderCancelled || status == kOxRenderStopped;
         if (isStopped && signal != 0)
-            throw Stopped{signal, status == kOxRenderStopped, completeTasks};
+            throw Stopped{signal, OutcomeOf(status == kOxRenderStopped, completeTasks)};
         if (status != kOxRenderDone) FailTask(renderer, status, listener);
         if (listener.getError())
             listener.interrupt([&listener] { WriteErrorLine(*listener.getError()); });

@@ -69,4 +69,8 @@ int StopSignals::noted() const {
 
 #endif
 
+void StopSignals::throwIfNoted(const char* outcome) const {
+    if (const int signal = noted()) throw Stopped{signal, outcome};
+}
+
 } // namespace TellarTool

@@ -1,15 +1,14 @@
 #ifndef TELLAR_TOOL_STOPSIGNALS_H
 #define TELLAR_TOOL_STOPSIGNALS_H
 
-#include <cstddef>
+#include <string>
 
 namespace TellarTool {
 
 /// Thrown when the user ended the work by this signal: the exit status is then 128 and its number.
 struct Stopped {
     int signal = 0;
-    bool isPictureWritten = false;    ///< as far as it was drawn
-    std::size_t completePictures = 0; ///< the number that were written before
+    std::string outcome; ///< what is written by then, such as "no picture was written"
 };
 
 /// While it lives, the first SIGINT or SIGTERM is only recorded, and the next one ends the process
@@ -25,6 +24,8 @@ public:
 
     /// The signal that was received; 0 if there was none. Any thread may call this.
     int noted() const;
+    /// Throws Stopped with this outcome if a signal was received.
+    void throwIfNoted(const char* outcome) const;
 };
 
 } // namespace TellarTool
