@@ -12,18 +12,13 @@ namespace {
 // The resolution of the sampling distribution.
 constexpr int kMostColumns = 1024;
 constexpr int kMostRows = 512;
-constexpr int kGradientRows = 64;
 // Brighter texels count as this bright, so that sums stay finite.
 constexpr float kMostLuminance = 1e20f;
 
-/// From 0 at the top to 1.
-float LatitudeOf(const V3f& direction) {
-    return std::acos(std::max(-1.0f, std::min(direction.y, 1.0f))) / kPi;
-}
-
 /// Longitude and latitude, both from 0 to 1: -Z is in the middle, +X right of it, +Y at the top.
 V2f LongitudeLatitudeOf(const V3f& direction) {
-    return {0.5f + std::atan2(direction.x, -direction.z) / (2 * kPi), LatitudeOf(direction)};
+    return {0.5f + std::atan2(direction.x, -direction.z) / (2 * kPi),
+            std::acos(std::max(-1.0f, std::min(direction.y, 1.0f))) / kPi};
 }
 
 V3f DirectionOf(const V2f& longitudeLatitude) {
@@ -83,22 +78,16 @@ Color EnvironmentMap::radiance(const V3f& direction) const {
 }
 
 void EnvironmentMap::tabulate() {
-    int width = 1, height = kGradientRows;
-    const bool hasTexture = textures.size(light.texture, width, height);
+    int width = 0, height = 0;
+    if (!textures.size(light.texture, width, height)) return;
     const int columns = std::min(width, kMostColumns);
     const int rows = std::min(height, kMostRows);
     std::vector<float> weights(static_cast<std::size_t>(columns) * rows);
-    if (hasTexture) {
-        textures.eachTexel(light.texture, [&](int x, int y, const Color& color) {
-            const std::size_t column = static_cast<std::size_t>(x) * columns / width;
-            const std::size_t row = static_cast<std::size_t>(y) * rows / height;
-            weights[row * columns + column] += WeightOf(color * light.scale);
-        });
-    } else {
-        for (int row = 0; row < rows; ++row)
-            weights[row] =
-                WeightOf(gradient(std::cos((float(row) + 0.5f) / float(rows) * kPi)) * light.scale);
-    }
+    textures.eachTexel(light.texture, [&](int x, int y, const Color& color) {
+        const std::size_t column = static_cast<std::size_t>(x) * columns / width;
+        const std::size_t row = static_cast<std::size_t>(y) * rows / height;
+        weights[row * columns + column] += WeightOf(color * light.scale);
+    });
     // Texels are smaller towards the poles: their solid angle is proportional to sin(theta).
     const float texels = static_cast<float>(width) * static_cast<float>(height);
     for (std::size_t i = 0; i < weights.size(); ++i) {
@@ -119,10 +108,7 @@ float EnvironmentMap::pdf(const V3f& direction) const {
     const V3f local = Transformed(direction, toLocal);
     const float sinTheta = std::sqrt(std::max(0.0f, 1 - local.y * local.y));
     if (!(sinTheta > 0)) return 0;
-    // The distribution of a gradient has one column.
-    const V2f at =
-        textures.has(light.texture) ? LongitudeLatitudeOf(local) : V2f(0, LatitudeOf(local));
-    return distribution.pdf(at) / (2 * kPi * kPi * sinTheta);
+    return distribution.pdf(LongitudeLatitudeOf(local)) / (2 * kPi * kPi * sinTheta);
 }
 
 } // namespace lantern

@@ -11,7 +11,8 @@ namespace lantern {
 /// those of the world, towards the light. Safe from several threads at once.
 ///
 /// Without a texture the color changes linearly from the horizon to the zenith and the ground with
-/// the height of the direction, the sine of its elevation.
+/// the height of the direction, the sine of its elevation. So smooth a light is not sampled: paths
+/// meet it in the directions of the BSDF with less noise and fewer rays.
 class EnvironmentMap {
 public:
     /// Refers to the textures.
@@ -24,7 +25,7 @@ public:
     float pdf(const V3f& direction) const;
 
     bool isSeenByCamera() const { return light.isSeenByCamera; }
-    /// The mean over all directions.
+    /// The mean over all directions; 0 if the environment is not sampled.
     float meanLuminance() const { return mean; }
 
 private:

@@ -88,8 +88,9 @@ LightSample InfiniteLights::sampleSuns(float choice, const V2f& u) const {
 Color InfiniteLights::radiance(const V3f& direction, float bsdfPdf) const {
     Color sum(0, 0, 0);
     for (std::size_t i = 0; i < environments.size(); ++i) {
+        const float probability = environmentChoices.probability(i);
         const float lightPdf =
-            bsdfPdf > 0 ? environmentChoices.probability(i) * environments[i].pdf(direction) : 0;
+            bsdfPdf > 0 && probability > 0 ? probability * environments[i].pdf(direction) : 0;
         sum += environments[i].radiance(direction) * WeightOfBsdfSample(bsdfPdf, lightPdf);
     }
     for (std::size_t i = 0; i < suns.size(); ++i) {

@@ -19,8 +19,11 @@ public:
     /// Takes the infinite ones of the scene's lights. Refers to the textures.
     InfiniteLights(const std::vector<Light>& lights, const Textures& textures);
 
-    /// Chooses an environment in proportion to the irradiance that it gives in the open, then a
-    /// direction towards it. `choice` and `u` are uniform in [0, 1).
+    /// Whether there are lights for sampleEnvironments(), and for sampleSuns().
+    bool hasSampledEnvironments() const { return !environmentChoices.isEmpty(); }
+    bool hasSuns() const { return !sunChoices.isEmpty(); }
+    /// Chooses a textured environment in proportion to the irradiance that it gives in the open,
+    /// then a direction towards it. `choice` and `u` are uniform in [0, 1).
     LightSample sampleEnvironments(float choice, const V2f& u) const;
     /// The same for directional lights.
     LightSample sampleSuns(float choice, const V2f& u) const;

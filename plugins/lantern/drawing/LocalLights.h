@@ -25,6 +25,7 @@ public:
     /// Takes the local ones of the scene's lights. Refers to the scene and the materials.
     LocalLights(const SceneData& scene, const Materials& materials);
 
+    bool isEmpty() const { return choices.isEmpty(); }
     /// Chooses a light in proportion to its power, then a point on it. `choice` and `u` are uniform
     /// in [0, 1).
     LightSample sample(const V3f& from, float time, float choice, const V2f& u) const;

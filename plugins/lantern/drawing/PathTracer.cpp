@@ -21,9 +21,8 @@ enum BouncePurpose : std::uint32_t {
     kOpacity,
     kLobe, // the second number of the pair is for Russian roulette
     kDirection,
-    kInfiniteChoice, // the first number for environments, the second for suns
-    kLocalChoice,
-    kLight, // one pair for each kind
+    kLightChoice, // one pair for each kind
+    kLight = kLightChoice + Guide::LightKinds,
     kBouncePurposes = kLight + Guide::LightKinds
 };
 
@@ -325,20 +324,25 @@ Color PathTracer::directLight(const Vertex& vertex, float time, int depth, const
                               Guide::OfEachKind& squares) const {
     Color sum(0, 0, 0);
     if (vertex.bsdf->isSpecular()) return sum;
-    const V2f infinite = sampler.pair(AtBounce(depth, kInfiniteChoice));
-    const V2f local = sampler.pair(AtBounce(depth, kLocalChoice));
-    const Guide::OfEachKind choices{infinite.x, infinite.y, local.x};
     for (std::uint32_t i = 0; i < Guide::LightKinds; ++i) {
+        const auto kind = Guide::LightKind(i);
+        if (!hasLights(kind)) continue;
         const float probability = vertex.region ? vertex.region->sampling[i] : 1;
-        if (choices[i] >= probability) continue;
-        const LightSample light =
-            sampleLight(Guide::LightKind(i), vertex, time, choices[i] / probability,
-                        sampler.pair(AtBounce(depth, kLight) + i));
+        const float choice = sampler.pair(AtBounce(depth, kLightChoice) + i).x;
+        if (choice >= probability) continue;
+        const LightSample light = sampleLight(kind, vertex, time, choice / probability,
+                                              sampler.pair(AtBounce(depth, kLight) + i));
         const Color reflected = reflectedLight(light, vertex, time) / probability;
         squares[i] = Luminance(reflected) * Luminance(reflected) * probability;
         sum += reflected;
     }
     return sum;
+}
+
+bool PathTracer::hasLights(Guide::LightKind kind) const {
+    if (kind == Guide::Environments) return infiniteLights.hasSampledEnvironments();
+    if (kind == Guide::Suns) return infiniteLights.hasSuns();
+    return !localLights.isEmpty();
 }
 
 LightSample PathTracer::sampleLight(Guide::LightKind kind, const Vertex& vertex, float time,

@@ -51,6 +51,7 @@ private:
     Color emittedRadiance(const Path& path, const RayHit& hit, const Vertex& vertex) const;
     Color directLight(const Vertex& vertex, float time, int depth, const Sampler& sampler,
                       Guide::OfEachKind& squares) const;
+    bool hasLights(Guide::LightKind kind) const;
     LightSample sampleLight(Guide::LightKind kind, const Vertex& vertex, float time, float choice,
                             const V2f& u) const;
     Color reflectedLight(const LightSample& light, const Vertex& vertex, float time) const;

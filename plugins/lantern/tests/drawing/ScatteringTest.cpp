@@ -65,7 +65,7 @@ float DarkestOnLowPolySphere(const Material& material) {
     AddEnvironment(scene);
     AddMesh(scene, LowPolySphere(8, 5), AddMaterial(scene, material), Moved(0, 0, -4));
     scene.camera.fov = 30;
-    const Picture picture = Drawn(scene, 256);
+    const Picture picture = Drawn(scene, 1024);
     float darkest = 1;
     for (std::size_t i = 0; i < picture.pixels.size(); i += 4)
         darkest = std::min(darkest, picture.pixels[i]);
