@@ -185,6 +185,7 @@ bool HasModestValences(const Far::TopologyLevel& cage) {
 std::vector<int> RatesOf(const Far::TopologyLevel& cage, int face, const std::vector<int>& rates) {
     std::vector<int> result;
     const auto edges = cage.GetFaceEdges(face);
+    result.reserve(static_cast<std::size_t>(edges.size()));
     for (int i = 0; i < edges.size(); ++i)
         result.push_back(rates[static_cast<std::size_t>(edges[i])]);
     return result;
