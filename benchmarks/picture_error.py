@@ -2,7 +2,8 @@
 """Measures the error of pictures of the renderer "lantern" at equal time.
 
     benchmarks/picture_error.py PROGRAM [--against OTHER_PROGRAM] [--scenes garden interior FILE ...]
-        [--size 96x54] [--samples 64] [--reference 4096] [--cache FOLDER]
+        [--size 96x54] [--samples 64] [--reference 4096] [--clamp 0]
+        [--cache FOLDER]
 
 PROGRAM is the command `tellar` of one build. The error is that of all colors against a picture of
 many paths per pixel, which is kept in the cache folder:
@@ -110,16 +111,16 @@ class Bench:
         before = resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime
         # The path to libraries in a program names the folder in which it was built.
         libraries = {"LD_LIBRARY_PATH": str(Path(program).resolve().parent.parent / "lib")}
-        # Clamping would hide errors, and makes the picture of many paths another one.
         subprocess.run(
             [program, "render", self.files.get(scene, scene), "-o", picture, "--size",
-             self.options.size, "--samples", str(samples), "--set", "lantern.clampIndirect=0",
-             *self.options.render], check=True, env={**os.environ, **libraries}, stdout=subprocess.DEVNULL,
+             self.options.size, "--samples", str(samples), "--set",
+             f"lantern.clampIndirect={self.options.clamp:g}", *self.options.render], check=True, env={**os.environ, **libraries}, stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL)
         return resource.getrusage(resource.RUSAGE_CHILDREN).ru_utime - before
 
     def reference(self, scene):
-        name = f"{Path(scene).stem}_{self.options.size}_{self.options.reference}.exr"
+        clamp = f"_clamp{self.options.clamp:g}" if self.options.clamp > 0 else ""
+        name = f"{Path(scene).stem}_{self.options.size}_{self.options.reference}{clamp}.exr"
         picture = self.folder / name
         if not picture.exists():
             self.render(self.options.program, scene, self.options.reference, picture)
@@ -167,6 +168,9 @@ def parse():
     parser.add_argument("--size", default="96x54")
     parser.add_argument("--samples", type=int, default=64)
     parser.add_argument("--reference", type=int, default=4096, metavar="SAMPLES")
+    parser.add_argument("--clamp", type=float, default=0, metavar="LIMIT",
+                        help="lantern.clampIndirect; 10 is the default of pictures, and 0, the "
+                        "default here, means no limit")
     parser.add_argument("--runs", type=int, default=1, help="renders of which the fastest counts")
     parser.add_argument("--cache", type=Path, default=Path("build/picture_error"))
     parser.add_argument("--render", nargs=argparse.REMAINDER, default=[],
