@@ -63,6 +63,8 @@ class GeneralTest(TellarTest):
         self.assert_fails_with("--depth: Value -1", "walk", scene, "--depth", "-1")
         self.assert_fails("--variant: fast not in {sync,async,thread-aware}",
                           "walk", scene, "--variant", "fast")
+        self.assert_fails('--variant: snyc not in {sync,async,thread-aware}; did you mean "sync"?',
+                          "walk", scene, "--variant", "snyc")
         self.assert_fails("--threads: only thread-aware producers are walked by several",
                           "walk", scene, "--threads", 2, "--variant", "sync")
         self.assert_fails_with("--to", "convert", scene, "x", "--to", "yaml")

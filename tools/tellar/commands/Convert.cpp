@@ -10,6 +10,7 @@
 #include <OxTellarSDK/DescriptionFolder.h>
 #include <OxTellarSDK/DescriptionJson.h>
 
+#include "Choice.h"
 #include "Output.h"
 #include "PortableFiles.h"
 #include "Scene.h"
@@ -138,7 +139,7 @@ void AddConvertCommand(CLI::App& app) {
         ->option_text(" ");
     command
         .add_option("--to", options->to, "The form, whatever the extension: json, attributes, ops")
-        ->check(CLI::IsMember({"json", "attributes", "ops"}))
+        ->check(Choice({"json", "attributes", "ops"}))
         ->option_text("FORM");
     command.add_flag("--compress", options->compress, "Compress an attribute stream or op file");
     AddStrict(command, options->isStrict);

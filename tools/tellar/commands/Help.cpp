@@ -13,6 +13,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Choice.h"
 #include "CommandTable.h"
 #include "ManPage.h"
 #include "Output.h"
@@ -104,7 +105,7 @@ void AddCompletionCommand(CLI::App& app) {
         *app.add_subcommand("completion", "Print a script by which a shell completes commands");
     command.add_option("SHELL", *shell, "bash, zsh or fish")
         ->required()
-        ->check(CLI::IsMember({"bash", "zsh", "fish"}))
+        ->check(Choice({"bash", "zsh", "fish"}))
         ->option_text(" ");
     command.footer(kCompletionExamples);
     command.callback([&app, shell] { PrintCompletion(app, *shell); });

@@ -10,6 +10,7 @@
 #include <OxTellarProducers/ProceduralArguments.h>
 #include <OxTellarSDK/Attribute.h>
 
+#include "Choice.h"
 #include "Output.h"
 #include "RequiredGroup.h"
 #include "Scene.h"
@@ -83,7 +84,7 @@ void AddProceduralCommand(CLI::App& app) {
     command
         .add_option("--form", options->form,
                     "Flags of a command line (classic, the default) or XML (attributes)")
-        ->check(CLI::IsMember({"classic", "attributes"}))
+        ->check(Choice({"classic", "attributes"}))
         ->option_text("FORM");
     command.add_option("--frame", options->frame, "The frame, 1 unless given")->option_text("N");
     command

@@ -16,6 +16,7 @@
 #include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
 #include <OxTellarProducers/OxSgIterator.h>
 
+#include "Choice.h"
 #include "ChosenSettings.h"
 #include "FrameRange.h"
 #include "NumberOption.h"
@@ -317,7 +318,7 @@ void AddLightOption(CLI::App& command, RenderOptions& options) {
             [&options, uses](const std::string& name) { options.studio = uses.at(name); },
             "Light the scene with a studio: auto (where there is no light), studio (always) or "
             "scene (never)")
-        ->check(CLI::IsMember({"auto", "studio", "scene"}))
+        ->check(Choice({"auto", "studio", "scene"}))
         ->option_text("KIND");
 }
 

@@ -18,6 +18,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "Choice.h"
 #include "FilteredPrinter.h"
 #include "LocationFilter.h"
 #include "LocationPrinter.h"
@@ -242,7 +243,7 @@ void AddThreadOptions(CLI::App& command, WalkOptions& options) {
             [&options, variants](const std::string& name) { options.variant = variants.at(name); },
             "Kind of producers to walk with: sync, async or thread-aware (the default). Async "
             "ones cook nothing themselves: the scene is cooked by a sync walk first")
-        ->check(CLI::IsMember({"sync", "async", "thread-aware"}))
+        ->check(Choice({"sync", "async", "thread-aware"}))
         ->option_text("KIND");
 }
 

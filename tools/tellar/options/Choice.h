@@ -1,0 +1,17 @@
+#ifndef TELLAR_TOOL_CHOICE_H
+#define TELLAR_TOOL_CHOICE_H
+
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+namespace TellarTool {
+
+/// Accepts one of the names. The error lists them and asks for the one that may be meant. The
+/// description lists them too, for completion.
+CLI::Validator Choice(const std::vector<std::string>& names);
+
+} // namespace TellarTool
+
+#endif
