@@ -53,7 +53,7 @@ inline GroupAttribute Location(const Children& attrs, const Children& children =
     return Group(both);
 }
 
-/// Ops under construction. Cooking one of them commits all.
+/// Ops under construction. Cooking one of them commits all. Threads may share it after that.
 class Graph {
 public:
     Op add(const std::string& type, const GroupAttribute& args,
@@ -71,7 +71,7 @@ public:
         commit();
         return clients.at(op)->cookLocation(path);
     }
-    /// What is said about an Op and its inputs, as "Type: text".
+    /// The warnings about an Op and its inputs, each as "Type: text".
     Names warnings(const Op& op, std::uint64_t mostLocations = UINT64_MAX) {
         commit();
         Names texts;
@@ -111,7 +111,8 @@ public:
 
 private:
     void commit() {
-        if (!committed) runtime->commit(transaction);
+        if (committed) return;
+        runtime->commit(transaction);
         committed = true;
     }
 
