@@ -53,6 +53,16 @@ elseif(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_COMPILE_WARNING_AS_ERROR)
     set(CMAKE_COMPILE_WARNING_AS_ERROR ON)
 endif()
 
+# The options of programs that run for a moment in tests. Compilers take twice as long to optimise
+# their code as the libraries' code is. ThreadSanitizer would need the time again when they run.
+add_library(tellar_test_options INTERFACE)
+target_link_libraries(tellar_test_options INTERFACE tellar_build_options)
+if(TELLAR_SANITIZE MATCHES "address")
+    target_compile_options(tellar_test_options INTERFACE -O0)
+elseif(NOT MSVC AND CMAKE_BUILD_TYPE STREQUAL "Release")
+    target_compile_options(tellar_test_options INTERFACE -O1)
+endif()
+
 # The options of every library that programs load. It stays in the process when the program closes
 # it, because its suites, op types and functions for the ends of threads stay registered elsewhere and
 # would dangle. It exports no names of the C++ standard library or of Boost.
@@ -265,7 +275,7 @@ endif()
 function(tellar_test name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBS;LABELS" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
-    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock_main tellar_build_options)
+    target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock_main tellar_test_options)
     add_test(NAME ${name} COMMAND ${name})
     if("threaded" IN_LIST ARG_LABELS)
         add_dependencies(threaded_tests ${name} tellar_plugins)
@@ -281,6 +291,6 @@ function(tellar_seed_test name)
     set(fuzz "${PROJECT_SOURCE_DIR}/fuzz")
     list(TRANSFORM ARG_UNPARSED_ARGUMENTS PREPEND "${fuzz}/seeds/")
     add_executable(${name}Seeds ${fuzz}/${name}.cpp ${fuzz}/RunSeeds.cpp ${ARG_SOURCES})
-    target_link_libraries(${name}Seeds PRIVATE ${ARG_LIBS} tellar_build_options)
+    target_link_libraries(${name}Seeds PRIVATE ${ARG_LIBS} tellar_test_options)
     add_test(NAME ${name}Seeds COMMAND ${name}Seeds ${ARG_UNPARSED_ARGUMENTS})
 endfunction()
