@@ -1,133 +1,27 @@
 #include "tessellation/SubdivisionSurface.h"
 
 #include <algorithm>
-#include <array>
-#include <atomic>
-#include <cmath>
-#include <cstdint>
-#include <exception>
-#include <map>
 #include <mutex>
-#include <thread>
-#include <utility>
 
 #include <opensubdiv/bfr/refinerSurfaceFactory.h>
 #include <opensubdiv/bfr/surfaceFactoryCache.h>
 #include <opensubdiv/bfr/tessellation.h>
-#include <opensubdiv/far/error.h>
-#include <opensubdiv/far/topologyDescriptor.h>
+
+#include "ForEachIndex.h"
+#include "tessellation/SubdivisionCage.h"
 
 namespace lantern {
 namespace {
 
 namespace Far = OpenSubdiv::Far;
 namespace Bfr = OpenSubdiv::Bfr;
-namespace Sdc = OpenSubdiv::Sdc;
 
 using PointSurface = Bfr::Surface<float>;
 using Cache = Bfr::SurfaceFactoryCacheThreaded<std::mutex, std::lock_guard<std::mutex>,
                                                std::lock_guard<std::mutex>>;
 using Factory = Bfr::RefinerSurfaceFactory<Cache>;
 
-Sdc::SchemeType SchemeOf(const Subdivision& subdivision) {
-    switch (subdivision.scheme) {
-    case Subdivision::Scheme::Loop:
-        return Sdc::SCHEME_LOOP;
-    case Subdivision::Scheme::Bilinear:
-        return Sdc::SCHEME_BILINEAR;
-    case Subdivision::Scheme::CatmullClark:
-        break;
-    }
-    return Sdc::SCHEME_CATMARK;
-}
-
-Sdc::Options OptionsOf(const Subdivision& subdivision) {
-    static constexpr Sdc::Options::VtxBoundaryInterpolation kBoundaries[] = {
-        Sdc::Options::VTX_BOUNDARY_NONE, Sdc::Options::VTX_BOUNDARY_EDGE_ONLY,
-        Sdc::Options::VTX_BOUNDARY_EDGE_AND_CORNER};
-    static constexpr Sdc::Options::FVarLinearInterpolation kFaceVarying[] = {
-        Sdc::Options::FVAR_LINEAR_NONE,          Sdc::Options::FVAR_LINEAR_CORNERS_ONLY,
-        Sdc::Options::FVAR_LINEAR_CORNERS_PLUS1, Sdc::Options::FVAR_LINEAR_CORNERS_PLUS2,
-        Sdc::Options::FVAR_LINEAR_BOUNDARIES,    Sdc::Options::FVAR_LINEAR_ALL};
-    Sdc::Options options;
-    options.SetVtxBoundaryInterpolation(kBoundaries[static_cast<int>(subdivision.boundary)]);
-    options.SetFVarLinearInterpolation(kFaceVarying[static_cast<int>(subdivision.faceVarying)]);
-    return options;
-}
-
-/// Texture coordinates or colors, with one value wherever corners of a point have equal ones, so
-/// that the surface is smooth across the edges between them.
-struct WeldedValues {
-    template <typename Value>
-    WeldedValues(const CornerValues<Value>& given, const std::vector<int>& points)
-        : size(int(sizeof(Value) / sizeof(float))) {
-        std::map<std::pair<int, std::array<float, 4>>, int> known;
-        for (std::size_t corner = 0; corner < points.size(); ++corner) {
-            const Value& value = given.values[given.index[corner]];
-            std::array<float, 4> numbers{};
-            std::copy_n(&value[0], size, numbers.begin());
-            const auto [entry, isNew] =
-                known.try_emplace({points[corner], numbers}, static_cast<int>(known.size()));
-            if (isNew) values.insert(values.end(), numbers.begin(), numbers.begin() + size);
-            index.push_back(entry->second);
-        }
-    }
-    int count() const { return static_cast<int>(values.size()) / size; }
-
-    int size; // floats of a value
-    std::vector<float> values;
-    std::vector<int> index;
-};
-
-using Channel = Far::TopologyDescriptor::FVarChannel;
-
-/// Refers to the values.
-std::vector<Channel> ChannelsOf(const std::vector<WeldedValues>& values) {
-    std::vector<Channel> channels(values.size());
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        channels[i].numValues = values[i].count();
-        channels[i].valueIndices = values[i].index.data();
-    }
-    return channels;
-}
-
-void DescribeSharpness(const Subdivision& subdivision, Far::TopologyDescriptor& cage) {
-    cage.numCreases = static_cast<int>(subdivision.creaseSharpness.size());
-    cage.creaseVertexIndexPairs = subdivision.creases.data();
-    cage.creaseWeights = subdivision.creaseSharpness.data();
-    cage.numCorners = static_cast<int>(subdivision.sharpPoints.size());
-    cage.cornerVertexIndices = subdivision.sharpPoints.data();
-    cage.cornerWeights = subdivision.pointSharpness.data();
-}
-
-/// Refers to the subdivision and the channels.
-Far::TopologyDescriptor CageOf(const Subdivision& subdivision, std::size_t pointCount,
-                               const std::vector<Channel>& channels) {
-    Far::TopologyDescriptor cage;
-    cage.numVertices = static_cast<int>(pointCount);
-    cage.numFaces = static_cast<int>(subdivision.faceSizes.size());
-    cage.numVertsPerFace = subdivision.faceSizes.data();
-    cage.vertIndicesPerFace = subdivision.corners.data();
-    cage.numHoles = static_cast<int>(subdivision.holes.size());
-    cage.holeIndices = subdivision.holes.data();
-    cage.numFVarChannels = static_cast<int>(channels.size());
-    cage.fvarChannels = channels.data();
-    DescribeSharpness(subdivision, cage);
-    return cage;
-}
-
-std::unique_ptr<Far::TopologyRefiner> MakeRefiner(const Subdivision& subdivision,
-                                                  std::size_t pointCount,
-                                                  const std::vector<WeldedValues>& values) {
-    // The messages are about crease edges that the cage does not have, which do no harm.
-    Far::SetWarningCallback([](const char*) {});
-    Far::SetErrorCallback([](Far::ErrorType, const char*) {});
-    const std::vector<Channel> channels = ChannelsOf(values);
-    const Far::TopologyDescriptor cage = CageOf(subdivision, pointCount, channels);
-    using RefinerFactory = Far::TopologyRefinerFactory<Far::TopologyDescriptor>;
-    const RefinerFactory::Options options(SchemeOf(subdivision), OptionsOf(subdivision));
-    return std::unique_ptr<Far::TopologyRefiner>(RefinerFactory::Create(cage, options));
-}
+constexpr int kFacesOfPortion = 64; // that a thread tessellates at a time
 
 /// The patch points of a surface for values of two or three floats each.
 class PreparedSurface {
@@ -216,36 +110,6 @@ Layout StartLayout(std::size_t vertices, const std::vector<int>& rates) {
     return layout;
 }
 
-/// Calls the function for each number below `count`. Throws the first of its exceptions.
-template <typename Work>
-void ForEachInParallel(int count, int threads, Work work) {
-    constexpr int kBatch = 64;
-    std::atomic<int> next{0};
-    std::mutex lock; // guards the failure
-    std::exception_ptr failure;
-    const auto run = [&] {
-        try {
-            for (int first = next.fetch_add(kBatch); first < count; first = next.fetch_add(kBatch))
-                for (int i = first; i < std::min(first + kBatch, count); ++i)
-                    work(i);
-        } catch (...) {
-            next = count;
-            const std::lock_guard<std::mutex> guard(lock);
-            if (!failure) failure = std::current_exception();
-        }
-    };
-    std::vector<std::thread> others;
-    try {
-        for (int i = 1; i < std::min(threads, count / kBatch); ++i)
-            others.emplace_back(run);
-    } catch (...) { // the threads that could be started are enough
-    }
-    run();
-    for (std::thread& other : others)
-        other.join();
-    if (failure) std::rethrow_exception(failure);
-}
-
 } // namespace
 
 struct SubdivisionSurface::Surface {
@@ -265,19 +129,15 @@ struct SubdivisionSurface::Surface {
                       std::size_t firstTriangle, Mesh& mesh) const;
 
     const Subdivision& subdivision;
-    std::vector<WeldedValues> values;              // of all texture coordinates, then of all colors
+    std::vector<WeldedValues> values;              // all texture coordinates, then all colors
     std::unique_ptr<Far::TopologyRefiner> refiner; // null if the topology is not usable
     std::unique_ptr<Factory> factory;
     std::vector<std::array<Index, 2>> edges;
 };
 
 SubdivisionSurface::Surface::Surface(const Subdivision& subdivision, std::size_t pointCount)
-    : subdivision(subdivision) {
-    for (const UvSet& set : subdivision.uvSets)
-        values.emplace_back(set.st, subdivision.corners);
-    for (const ColorSet& set : subdivision.colorSets)
-        values.emplace_back(set.colors, subdivision.corners);
-    refiner = MakeRefiner(subdivision, pointCount, values);
+    : subdivision(subdivision), values(WeldValues(subdivision)),
+      refiner(MakeRefiner(subdivision, pointCount, values)) {
     if (refiner && !HasModestValences(refiner->GetLevel(0))) refiner.reset();
     if (!refiner) return;
     factory = std::make_unique<Factory>(*refiner, Factory::Options());
@@ -464,8 +324,8 @@ Mesh SubdivisionSurface::tessellate(const std::vector<std::vector<V3f>>& points,
     for (const ColorSet& set : surface->subdivision.colorSets)
         mesh.colorSets.push_back(
             {set.name, {std::vector<Imath::C4f>(layout.firstCoord.back()), {}}});
-    ForEachInParallel(surface->refiner->GetLevel(0).GetNumFaces(), threads,
-                      [&](int face) { surface->tessellate(face, points, rates, layout, mesh); });
+    ForEachIndex(surface->refiner->GetLevel(0).GetNumFaces(), kFacesOfPortion, threads,
+                 [&](int face) { surface->tessellate(face, points, rates, layout, mesh); });
     for (UvSet& set : mesh.uvSets)
         set.st.index = mesh.normals.index;
     for (ColorSet& set : mesh.colorSets)
