@@ -142,7 +142,7 @@ TEST_F(SceneTextures, AreFoundInFoldersOfOtherLettersAndBesideTheFolder) {
     directory.write("textures/c.png", kPng);
     const CapturedLog log;
     const ImportedScene scene(writeGltf(
-        "source/box.gltf", R"({"uri": "maps\\a%20B.PNG"}, {"uri": "file:///C:/work/C.png"})"));
+        "source/box.gltf", R"({"uri": "maps\\a%20B.PNG"}, {"uri": "file:///D:/models/C.png"})"));
     const std::string folder = fs::canonical(directory.path()).string();
     EXPECT_EQ(fileOf(scene, "baseColorImage"), folder + "/source/Maps/A b.png");
     EXPECT_EQ(fileOf(scene, "normalImage"), folder + "/textures/c.png");
