@@ -2,7 +2,7 @@
 
 #include "OpTypeScenes.h"
 
-// What op types warn of: arguments and inputs that are probably mistakes.
+// Op types warn of arguments and inputs that are probably mistakes.
 
 namespace {
 

@@ -40,8 +40,8 @@ public:
     Value mean() const;
 
 private:
-    // Of perfect facets and of the two dielectrics to interpolate:
-    std::array<std::array<const float*, 2>, 3> rows{}; // the two alphas' entries, by cosine
+    // Index 0 stands for perfect facets, 1 and 2 for the two dielectrics to interpolate.
+    std::array<std::array<const float*, 2>, 3> rows{}; // the entries of two alphas, by cosine
     std::array<float, 3> means{};
     float alphaShare = 0; // weight of the second alpha
     float iorShare = 0;   // weight of the second dielectric

@@ -55,8 +55,8 @@ private:
     Imath::V3d inCamera(const V3f& point, float time) const;
 
     Camera camera;
-    // Of a camera that does not move:
-    M44d still; // to the world
+    // Both matrices are used only when the camera does not move.
+    M44d still; // from camera space to the world
     M44d fromWorld;
     // The upper left corner of the picture and the size of a pixel, in camera space at depth 1.
     double left, top, pixelWidth, pixelHeight;

@@ -58,10 +58,10 @@ public:
         Cells densities{};                  // per solid angle; first, sums of squares
     };
 
-    /// What is known of a part of the scene.
+    /// The knowledge about a part of the scene.
     struct Region {
         Directions directions;
-        float use = 0;       ///< of the directions
+        float use = 0;       ///< how much the directions help, from 0 to 1
         float reflected = 0; ///< the mean luminance of its surfaces without their own light
         /// The probabilities with which lights are worth a shadow ray.
         OfEachKind sampling{1, 1, 1};

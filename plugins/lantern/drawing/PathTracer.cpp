@@ -33,8 +33,8 @@ std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
 constexpr int kBouncesBeforeRoulette = 3;
 constexpr float kBelowOne = 0x1.fffffep-1f;
 constexpr float kGuideShare = 0.5f; // of the directions of a rough surface
-// Of paths in Russian roulette.
-constexpr float kCaution = 6; // more ends fewer paths
+// Russian roulette ends fewer paths with more caution.
+constexpr float kCaution = 6;
 constexpr float kMinSurvival = 0.3f;
 constexpr float kMaxSurvival = 0.95f;
 constexpr float kLeastPathShare = 0.125f; // finer filters than this add no detail, only work

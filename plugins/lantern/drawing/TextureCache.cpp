@@ -17,10 +17,10 @@ constexpr int kDefaultMegabytes = 1024;
 constexpr int kMostMegabytes = 1 << 20;
 constexpr double kBytesPerMegabyte = 1 << 20;
 
-// Of ten times the limit, so that some room is left.
+// The library fails at ten times its limit. Two of the ten are room to spare.
 constexpr double kMostTimesLimit = 8;
 
-/// What decides the limit of the shared cache.
+/// The sizes that decide the limit of the shared cache.
 struct MemoryNeed {
     /// Each thread can use this many tiles at once: two itself, and two that the library keeps.
     static constexpr std::size_t kTilesOfThread = 4;

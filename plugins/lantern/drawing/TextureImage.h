@@ -44,9 +44,9 @@ struct TextureImage {
     std::string file;
     Texture::Wrap wrapU = Texture::Wrap::Repeat;
     Texture::Wrap wrapV = Texture::Wrap::Repeat;
-    /// Of a set: by number, from 1001 on. Null where there is no file. The set has no levels.
+    /// The files of a set by number, from 1001 on; null where there is no file. A set has no levels.
     std::vector<std::unique_ptr<TextureImage>> tiles;
-    bool isReadable = false; ///< a set: one of its files is
+    bool isReadable = false; ///< a set is readable when one of its files is
     int channelCount = 0;
     TextureChannels channels;
     std::vector<TextureLevel>

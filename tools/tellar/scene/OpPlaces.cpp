@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::string_view kBeginning = "Op \"";
 
-/// By the names of ops.
+/// Returns the place of each op in its file, by the name of the op.
 std::unordered_map<std::string, std::string>& GetPlaces() {
     static std::unordered_map<std::string, std::string> places;
     return places;

@@ -45,8 +45,8 @@ public:
     /// The number of comments in a description written as JSON, which the description has not.
     std::size_t getNumberOfComments() const { return comments; }
 
-    /// What the types of its ops say is probably a mistake (OxOpType::CheckOps). Nothing when no
-    /// client can be made for the scene.
+    /// Returns the warnings of OxOpType::CheckOps about its ops, or none when no client can be made
+    /// for the scene.
     std::vector<OxOpType::Warning> check(std::uint64_t mostLocations) const;
 
     /// This scene with `settings` merged into the render settings of /root.

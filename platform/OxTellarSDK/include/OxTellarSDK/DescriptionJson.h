@@ -12,7 +12,7 @@
 
 namespace OxAttribute {
 
-/// What the text of a description tells beside the description itself.
+/// Facts about the text of a description which the description itself does not hold.
 struct DescriptionText {
     /// Where each Op begins, by its name: "scene.json:14:5", with line and column.
     std::unordered_map<std::string, std::string> places;

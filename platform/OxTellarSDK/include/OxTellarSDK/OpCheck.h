@@ -12,7 +12,7 @@
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
-/// What is probably a mistake in an op graph but no error: a pattern that matches nothing, a
+/// Finds probable mistakes in an op graph that are not errors: a pattern that matches nothing, a
 /// texture that does not exist, imports that hide each other.
 
 namespace OxOpType {
@@ -47,12 +47,12 @@ protected:
     ~CheckContext() = default;
 };
 
-/// What OpType::check said about an Op.
+/// A warning that OpType::check gave about an Op.
 struct Warning {
     std::string opName;
     std::string opType;
     std::string text;
-    std::string file; ///< that is missing; usually empty
+    std::string file; ///< the path of a missing file; usually empty
 };
 
 /// Calls OpType::check for a committed Op and every Op that it depends on, inputs first. A check

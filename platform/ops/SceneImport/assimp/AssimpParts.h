@@ -26,7 +26,7 @@ ImportedLight LightOf(const aiLight& source);
 /// that is damaged.
 ContentImage ImageOf(const aiTexture& texture);
 
-/// Of an animation, also if the file does not say.
+/// Returns the number of ticks in a second of an animation, or a default if the file gives none.
 double TicksPerSecond(const aiAnimation& animation);
 
 /// A component without keys stays as in the transformation of the node.

@@ -74,7 +74,7 @@ private:
 
 namespace {
 
-// Of an attribute of a compressed mesh: a matrix of floats.
+// The largest element of a compressed attribute is a matrix of 16 floats.
 constexpr std::size_t kMostBytesOfElement = 64;
 
 Json* MutableMember(Json& object, const char* name) {

@@ -42,7 +42,7 @@ public:
     /// as long as the document; empty for an image in a file of its own. Throws as viewBytes().
     std::string_view imageBytes(int image) const;
 
-    /// What the values of the file take in memory.
+    /// The memory that the values of the file use, and its limit.
     MemoryBudget& memory() const { return *budget; }
 
     /// The absolute path of the file that a URI names, also if its name is not percent-encoded as
