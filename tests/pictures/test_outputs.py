@@ -93,6 +93,24 @@ class Layers(OutputTest):
     def test_other_formats_do_not_hold_them(self):
         self.assert_fails_with(".exr", "render", self.scene, "-o", "a.png", "--aov", "depth")
 
+    def test_a_misspelt_one_is_asked_about_and_refused(self):
+        status, _, errors = self.run_tellar("render", self.scene, "-o", "a.exr", "--aov",
+                                            "id,albeto")
+        self.assertEqual(status, 2)
+        self.assertRegex(errors, 'did you mean "albedo"\\?\n.*"albeto", which is no layer')
+
+    def test_all_that_the_command_guesses_are_layers(self):
+        guesses = {"albedo": "albed", "cryptoAsset": "cryptoAset", "depth": "dept",
+                   "cryptoMaterial": "cryptoMateria", "cryptoObject": "cryptoObjct", "id": "idd",
+                   "cryptomatte": "criptomatte", "motion": "motin", "normal": "norma"}
+        _, _, errors = self.run_tellar("render", self.scene, "-o", "a.exr", "--aov",
+                                       ",".join(guesses.values()))
+        for guess, misspelt in guesses.items():
+            with self.subTest(guess):
+                self.assertIn(f'"{misspelt}" is not a usual layer; did you mean "{guess}"', errors)
+        self.render("layers.exr", "--samples", 1, "--set", "shutterClose=0.5", "--aov",
+                    ",".join(guesses))
+
 
 class Quality(OutputTest):
     def test_less_noise_takes_more_paths(self):

@@ -327,6 +327,13 @@ class Settings(ModelTest):
         self.assertIn('did you mean "lantern.maxDepth"?\n',
                       self.render(self.box, "--set", "lantern.maxdepth=3")[1])
 
+    def test_misspelt_layers_are_guessed(self):
+        self.assertIn('tellar: warning: --aov: "albeto" is not a usual layer; did you mean '
+                      '"albedo"?\n', self.render(self.box, "--aov", "depth,albeto")[1])
+        for layers in ("depth,cryptoAsset", "shadowCatcher"):
+            with self.subTest(layers):
+                self.assertNotIn("did you mean", self.render(self.box, "--aov", layers)[1])
+
 
 class Targets(ModelTest):
     def test_a_picture_can_go_to_standard_output(self):

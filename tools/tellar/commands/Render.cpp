@@ -183,7 +183,7 @@ void RunRender(const RenderOptions& options) {
     const std::vector<Picture> pictures = PicturesOf(options);
     CheckPicture(options.renderer);
     CheckChosen(options.chosen);
-    for (const std::string& hint : HintsAbout(options.chosen.others))
+    for (const std::string& hint : HintsAbout(options.chosen))
         PrintWarning("warning: " + hint);
     SetUpPluginHost();
     AddRendererFolder();

@@ -1,5 +1,6 @@
 #include "ChosenSettings.h"
 
+#include <algorithm>
 #include <exception>
 #include <stdexcept>
 
@@ -8,6 +9,7 @@
 #include <ResolutionTableOx/ResolutionTable.h>
 
 #include "CameraChoice.h"
+#include "text/SimilarNames.h"
 
 namespace TellarTool {
 
@@ -26,12 +28,30 @@ void CheckResolution(const std::string& name) {
     }
 }
 
+/// The layers that docs/rendering.md names.
+std::vector<std::string> UsualLayers() {
+    return {"albedo", "cryptoAsset", "cryptoMaterial", "cryptoObject", "cryptomatte",
+            "depth",  "id",          "motion",         "normal",       "position"};
+}
+
 } // namespace
 
 void CheckChosen(const ChosenSettings& chosen) {
     if (chosen.camera && chosen.camera->empty())
         throw std::runtime_error("--camera: \"\" is no absolute location path");
     if (chosen.resolution) CheckResolution(*chosen.resolution);
+}
+
+std::vector<std::string> HintsAbout(const ChosenSettings& chosen) {
+    const std::vector<std::string> usual = UsualLayers();
+    std::vector<std::string> hints = HintsAbout(chosen.others);
+    for (const std::string& layer : chosen.aovs) {
+        if (std::find(usual.begin(), usual.end(), layer) != usual.end()) continue;
+        const std::string question = TellarInternal::DidYouMean(usual, layer);
+        if (!question.empty())
+            hints.push_back("--aov: \"" + layer + "\" is not a usual layer" + question);
+    }
+    return hints;
 }
 
 Scene WithChosen(const Scene& scene, const ChosenSettings& chosen) {

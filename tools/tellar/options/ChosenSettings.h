@@ -27,6 +27,10 @@ struct ChosenSettings {
 /// resolution table.
 void CheckChosen(const ChosenSettings& chosen);
 
+/// A hint for each setting and layer whose name is nearly, but not exactly, a usual one. Renderers
+/// may have others.
+std::vector<std::string> HintsAbout(const ChosenSettings& chosen);
+
 /// The scene with these settings; the scene itself when none is chosen. Throws std::runtime_error
 /// when not exactly one camera matches a pattern.
 Scene WithChosen(const Scene& scene, const ChosenSettings& chosen);
