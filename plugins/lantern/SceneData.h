@@ -22,7 +22,7 @@ namespace lantern {
 
 /// The materials of the faces of an instance.
 struct Surface {
-    Index material = 0;               ///< of the faces that have none of their own
+    Index material = 0;               ///< for faces without a material of their own
     std::vector<Index> faceMaterials; ///< empty, or for each face its own material or kNone
 
     Index materialOf(Index face) const {
@@ -47,7 +47,7 @@ struct Instance {
 /// A light so far away that its rays are parallel, such as the sun.
 struct DirectionalLight {
     M44d toWorld;
-    Color irradiance{1, 1, 1}; ///< on a surface that faces the light
+    Color irradiance{1, 1, 1}; ///< for a surface that faces the light
     float angle = 0;           ///< apparent diameter in degrees; 0 for a delta light
 };
 
@@ -62,9 +62,9 @@ struct SpotCone {
 struct PointLight {
     M44d toWorld;
     Color intensity{1, 1, 1};     ///< irradiance times squared distance, with the default decay
-    V3f decay{0, 0, 1};           ///< at distance d the light is divided by x + y d + z d^2
-    float radius = 0;             ///< of the sphere; 0 for a delta light
-    std::optional<SpotCone> cone; ///< only of spot lights
+    V3f decay{0, 0, 1};           ///< the light at distance d is divided by x + y d + z d^2
+    float radius = 0;             ///< radius of the sphere; 0 for a delta light
+    std::optional<SpotCone> cone; ///< only for spot lights
 };
 
 /// A rectangle in X and Y around the origin that shines to one side.
@@ -78,7 +78,7 @@ struct AreaLight {
 struct EnvironmentLight {
     M44d toWorld;
     Color scale{1, 1, 1};
-    Index texture = kNone; ///< by longitude and latitude: +Y at the top, -Z in the middle
+    Index texture = kNone; ///< laid out by longitude and latitude, +Y at the top, -Z in the middle
     // The gradient's radiance at the horizon, straight above and straight below.
     Color horizon{1, 1, 1};
     Color zenith{1, 1, 1};
@@ -98,8 +98,8 @@ struct Camera {
     float far = 100000;
     float left = -1, right = 1, top = 1, bottom = -1; ///< the screen window
     float orthographicWidth = 30;
-    float apertureRadius = 0; ///< of a thin lens; 0: a pinhole, for which everything is in focus
-    float focusDistance = 1;  ///< depth of the plane that is in focus
+    float apertureRadius = 0;          ///< radius of a thin lens; 0: a pinhole, always in focus
+    float focusDistance = 1;           ///< depth of the plane that is in focus
     std::vector<M44d> toWorld{M44d()}; ///< one or more steps
 };
 
@@ -124,7 +124,7 @@ struct Quality {
     float noise = 0;    ///< a part of the picture with less noise gets no more paths; 0: no goal
     double minutes = 0; ///< time limit of the whole render; 0: no limit
     int maxDepth = 8;   ///< number of bounces
-    float exposure = 0; ///< in stops, applied to the picture
+    float exposure = 0; ///< stops; applied to the picture
     float clampIndirect =
         10; ///< largest contribution of one path after its first bounce; 0: no limit
     float subdivisionEdge = 1;    ///< length of the edges of subdivision surfaces, in pixels
@@ -162,8 +162,8 @@ struct SceneData {
     std::vector<Material> materials; ///< never empty; the first one is the default
     std::vector<Texture> textures;
     std::vector<Surface> surfaces;
-    std::vector<M44f> transforms;    ///< of all instances, to the world
-    std::vector<Instance> instances; ///< in depth-first order
+    std::vector<M44f> transforms;    ///< local to world, for all instances
+    std::vector<Instance> instances; ///< depth-first order
     std::vector<Light> lights;
     Camera camera;
     Framing framing;

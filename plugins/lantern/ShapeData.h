@@ -11,8 +11,8 @@
 /// Meshes, subdivision surfaces, spheres and curves.
 namespace lantern {
 
-/// Values at the corners of a mesh's triangles, three entries of `index` per triangle. An empty
-/// `index` means that of the points (Mesh::triangles). Empty `values`: the mesh has no such values.
+/// Values at the corners of a mesh's triangles, three entries of `index` per triangle. If `index`
+/// is empty, Mesh::triangles is used instead. Empty `values`: the mesh has no such values.
 template <typename Value>
 struct CornerValues {
     std::vector<Value> values;
@@ -35,7 +35,7 @@ struct ColorSet {
 struct Mesh {
     std::vector<std::vector<V3f>> points; ///< one or more steps of equal size
     std::vector<Index> triangles; ///< three points each, counter-clockwise seen from outside
-    std::vector<Index> faces;     ///< for each triangle the face that it belongs to
+    std::vector<Index> faces;     ///< the face that each triangle belongs to
     CornerValues<V3f> normals;    ///< unit length
     std::vector<UvSet> uvSets;
     std::vector<ColorSet> colorSets;
@@ -49,17 +49,17 @@ struct Subdivision {
 
     Scheme scheme = Scheme::CatmullClark;
     Boundary boundary = Boundary::EdgesAndCorners;
-    FaceVarying faceVarying = FaceVarying::CornersPlus1; ///< for texture coordinates
-    std::vector<int> faceSizes;                          ///< at least 3
+    FaceVarying faceVarying = FaceVarying::CornersPlus1; ///< interpolation of texture coordinates
+    std::vector<int> faceSizes;         ///< number of corners of each face, at least 3
     std::vector<int> corners;           ///< the points of all faces, one face after the other
-    std::vector<Index> faces;           ///< for each face the one of the location that it is
+    std::vector<Index> faces;           ///< the number of each face in the location's mesh
     std::vector<int> creases;           ///< two points for each crease edge
     std::vector<float> creaseSharpness; ///< one per crease edge
     std::vector<int> sharpPoints;
     std::vector<float> pointSharpness;
     std::vector<int> holes;          ///< faces that are not drawn
     std::vector<UvSet> uvSets;       ///< one index per corner
-    std::vector<ColorSet> colorSets; ///< the same
+    std::vector<ColorSet> colorSets; ///< one index per corner
 };
 
 /// Spheres in the space of their location.
@@ -69,7 +69,7 @@ struct Spheres {
     std::vector<ColorSet> colorSets;       ///< one color per sphere, without an index
 };
 
-/// The elements of curves that have a value each.
+/// Whether each point, each curve or all curves together have one value.
 enum class CurveScope { Point, Curve, All };
 
 /// Texture coordinates or colors along curves, with their name.
@@ -80,16 +80,17 @@ struct CurveValues {
     std::vector<Value> values; ///< one per point, one per curve, or one
 };
 
-/// Tubes or ribbons in the space of their location. A segment has consecutive control points: two
-/// of a linear curve, four of a cubic one.
+/// Tubes or ribbons in the space of their location. The control points of a segment are
+/// consecutive: two in a linear curve, four in a cubic one.
 struct Curves {
     enum class Basis { Linear, Bezier, BSpline, CatmullRom };
 
     Basis basis = Basis::Linear;
     bool isFlat = false;                  ///< ribbons that face each ray
     std::vector<std::vector<V4f>> points; ///< one or more steps of x, y, z and radius
-    std::vector<Index> segments;          ///< the first control point of each
-    std::vector<Index> firstSegments;     ///< of each curve, and the end
+    std::vector<Index> segments;          ///< the first control point of each segment
+    std::vector<Index>
+        firstSegments; ///< the first segment of each curve; last, the number of segments
     std::vector<CurveValues<V2f>> uvSets;
     std::vector<CurveValues<Imath::C4f>> colorSets;
 };
@@ -97,7 +98,7 @@ struct Curves {
 /// A mesh, spheres or curves; the other members are empty.
 struct Shape {
     Mesh mesh;
-    /// Only of a subdivision surface whose mesh is still the cage.
+    /// Set only while the mesh is the cage of a subdivision surface.
     std::shared_ptr<const Subdivision> subdivision;
     Spheres spheres;
     Curves curves;

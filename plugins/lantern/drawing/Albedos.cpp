@@ -81,7 +81,7 @@ public:
     float mean(const Cell& alpha) const {
         return Mix(means[alpha.index], means[alpha.index + 1], alpha.share);
     }
-    /// The entries of one alpha, by cosine.
+    /// The entries of one alpha, indexed by cosine.
     const float* row(int alpha) const { return entries[alpha].data(); }
 
 private:
@@ -173,8 +173,8 @@ private:
     }
 };
 
-/// A Dielectric or ClearDielectric, made when it is first asked for: most scenes have few indices
-/// of refraction.
+/// The Dielectric or ClearDielectric of a cell, made by the first call: most scenes have few
+/// indices of refraction.
 template <typename Kind>
 const Kind& MadeOnce(int iorCell) {
     static std::array<std::atomic<const Kind*>, kCells> known{}; // std::call_once is slower

@@ -10,23 +10,24 @@
 /// is weighted by the cosine. Safe from several threads at once.
 namespace lantern {
 
-/// GGX facets that reflect all light. What is missing to 1 has hit several facets.
+/// GGX facets that reflect all light. The albedo is less than 1 by the light that hits several
+/// facets.
 float AlbedoOfPerfectFacets(float cosine, float alpha);
 float MeanAlbedoOfPerfectFacets(float alpha);
 
-/// The reflection of GGX facets of a dielectric. `ior` is 1 or more: that of the side away from the
-/// light.
+/// The reflection of GGX facets of a dielectric. `ior`, the index of the far side relative to the
+/// side of the light, is 1 or more.
 float AlbedoOfDielectric(float cosine, float alpha, float ior);
 float MeanAlbedoOfDielectric(float alpha, float ior);
 
-/// The reflection and the refraction together. `ior` may be less than 1: light from inside.
+/// The reflection and the refraction together. `ior` is less than 1 for light from inside.
 float TotalAlbedoOfDielectric(float cosine, float alpha, float ior);
 float MeanTotalAlbedoOfDielectric(float alpha, float ior);
 
 /// Fresnel reflectance of a smooth interface, for light from all directions.
 float MeanFresnelDielectric(float ior);
 
-/// AlbedoOfPerfectFacets() and AlbedoOfDielectric() for several cosines.
+/// AlbedoOfPerfectFacets() and AlbedoOfDielectric() for one surface and many cosines.
 class FacetAlbedos {
 public:
     struct Value {

@@ -7,14 +7,14 @@ namespace lantern {
 namespace {
 
 constexpr float kMinIorDifference = 1e-3f; // a smaller difference does not refract
-constexpr float kRoughAlpha = 0.2f;        // facets of a larger alpha spread wide
+constexpr float kRoughAlpha = 0.2f;        // from this alpha on a lobe counts as rough
 const V3f kUp(0, 0, 1);
 
 V3f Mirrored(const V3f& direction, const V3f& normal) {
     return direction - normal * (2 * (direction ^ normal));
 }
 
-/// The function of each component; called once for a grey color.
+/// Applies the function to each component; calls it once for a grey color.
 template <typename Function>
 Color ByComponent(const Color& color, Function function) {
     const float x = function(color.x);
@@ -27,7 +27,7 @@ struct HalfVector {
     HalfVector(const V3f& wo, const V3f& wi)
         : facet(Normalized(wo + wi, kUp)), cosine(wo ^ facet) {}
     V3f facet;
-    float cosine; // between the facet and each direction
+    float cosine; // cosine of the angle between the facet and either direction
 };
 
 /// The Torrance-Sparrow model: D G F / (4 cos cos), times the cosine of wi, where `weight` holds F.

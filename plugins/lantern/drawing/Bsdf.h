@@ -16,7 +16,7 @@ namespace lantern {
 struct SurfaceProperties {
     Color baseColor{0.8f, 0.8f, 0.8f};
     float specular = 1;           ///< weight of the reflection of a dielectric
-    Color specularColor{1, 1, 1}; ///< of that reflection at normal incidence; may be more than 1
+    Color specularColor{1, 1, 1}; ///< color of that reflection at normal incidence; may exceed 1
     float metalness = 0;
     float alpha = 0.25f;  ///< the GGX parameter
     float anisotropy = 0; ///< makes alpha larger along X
@@ -27,14 +27,14 @@ struct SurfaceProperties {
     float coatAlpha = 0.01f;
     Color sheenColor{0, 0, 0};
     float sheenAlpha = 0.09f;
-    Color extinction{0, 0, 0}; ///< of the inside, per unit of length
+    Color extinction{0, 0, 0}; ///< extinction of the inside, per unit of length
 
-    /// Whether light goes on inside of the shape.
+    /// Whether refracted light travels inside of the shape.
     bool hasInside() const { return transmission > 0 && !isThin; }
 };
 
-/// The directions at a point, in local space: +Z is the shading normal and X the tangent. All are
-/// on the side of `wo`, and `wo` is above the geometric surface.
+/// The directions at a point, in local space: +Z is the shading normal and X the tangent. All
+/// normals are on the side of `wo`.
 struct ShadingDirections {
     V3f wo{0, 0, 1};
     V3f geometricNormal{0, 0, 1};
@@ -45,19 +45,20 @@ struct ShadingDirections {
 /// away from the surface.
 ///
 /// The layers from top to bottom: a clear coat; sheen; a metal or a dielectric; below the interface
-/// of the dielectric a diffuse base, or its clear inside, which rays enter from outside and leave
-/// from inside, so that a transparent shape should be closed. The albedo of an upper layer for `wo`
-/// is what the lower ones lose: each lobe is reciprocal, but not the layering. Radiance is not
-/// scaled by the squared index of refraction where a path enters a medium, because the scaling
-/// would be undone where it leaves.
+/// of the dielectric a diffuse base or its clear inside. Rays enter the clear inside where they
+/// meet the shape from outside and leave it where they meet the shape from inside, so a transparent
+/// shape should be closed. Lower layers are scaled by one minus the albedo of the upper ones for
+/// `wo`: each lobe is reciprocal, but the layering is not. Radiance is not scaled by the squared
+/// index of refraction where a path enters a medium, because the scaling would be undone where it
+/// leaves.
 ///
 /// Microfacets lose the light that hits several of them. It is added as a lobe of its own: Kulla
 /// and Conty, "Revisiting Physically Based Shading at Imageworks", SIGGRAPH 2017 course "Physically
 /// Based Shading".
 ///
-/// A shading normal that is not the geometric one would reflect some light into the surface. That
-/// light is mirrored back by the geometric surface, much as the tangent facets do in Schuessler et
-/// al., "Microfacet-based Normal Mapping for Robust Monte Carlo Path Tracing", SIGGRAPH Asia 2017.
+/// Where the shading normal differs from the geometric one, some light would be reflected into the
+/// surface. The geometric surface mirrors it back, much as the tangent facets in Schuessler et al.,
+/// "Microfacet-based Normal Mapping for Robust Monte Carlo Path Tracing", SIGGRAPH Asia 2017.
 class Bsdf {
 public:
     /// The BSDF times the cosine of `wi`, and the density with which sample() chooses `wi`, per
@@ -81,7 +82,7 @@ public:
 
     /// Whether all lobes are specular, so that evaluate() always returns black.
     bool isSpecular() const;
-    /// The part of the samples whose directions are spread wide.
+    /// The probability that sample() chooses a rough lobe.
     float roughShare() const;
 
 private:
@@ -125,32 +126,32 @@ private:
 
     static constexpr float kCoatIor = 1.5f;
 
-    /// The part of the light that scatters more than once.
+    /// The share of the light that hits several microfacets.
     static float lossOf(float albedo) { return albedo < 1 ? 1 - albedo : 0; }
 
     SurfaceProperties surface;
     V3f wo;
     V3f geometricNormal;
     bool isInside;
-    bool isTilted; // the shading normal is not the geometric one
-    float ior;     // of the other side of the interface, relative to this one
+    bool isTilted; // the shading normal differs from the geometric one
+    float ior;     // index of the far side of the interface relative to the near side
     float facing;  // the Fresnel reflectance at normal incidence
     GgxFacets facets;
     GgxFacets coatFacets;
     Sheen sheen;
     Frame coatFrame;
     V3f coatOut{0, 0, 0};                // wo in the coat's frame
-    float coatAlbedo = 0;                // for wo
-    std::optional<FacetAlbedos> albedos; // of the dielectric, from outside
-    Color albedoOut{0, 0, 0};            // of the dielectric for wo
+    float coatAlbedo = 0;                // albedo of the coat for wo
+    std::optional<FacetAlbedos> albedos; // albedos of the dielectric, from outside
+    Color albedoOut{0, 0, 0};            // albedo of the dielectric for wo
     // The weights of the lobes.
     float coat = 0;
     Color sheenWeight{0, 0, 0};
     float metal = 0;
     float dielectric = 0;
-    Color transmitted{0, 0, 0};   // of the light that the dielectric does not reflect
-    Color diffuse{0, 0, 0};       // times the share of `wi` that enters
-    Color metalMultiple{0, 0, 0}; // times the loss of `wi`; and so on
+    Color transmitted{0, 0, 0};   // weight of the refracted light
+    Color diffuse{0, 0, 0};       // to be multiplied by the share of light from wi that enters
+    Color metalMultiple{0, 0, 0}; // to be multiplied by the loss for wi, as are the next two
     float clearMultiple = 0;
     Color clearMultipleBelow{0, 0, 0};
     std::array<float, Lobes> probabilities{};

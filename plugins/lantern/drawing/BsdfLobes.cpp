@@ -9,16 +9,16 @@
 namespace lantern {
 namespace {
 
-constexpr float kMinLoss = 1e-6f;     // a smaller loss of single scattering is none
-constexpr float kMinEntering = 0.02f; // less light than this is not worth a diffuse base
+constexpr float kMinLoss = 1e-6f;     // a smaller loss of single scattering is ignored
+constexpr float kMinEntering = 0.02f; // with less light than this there is no diffuse base
 
-/// The color of one interface of a clear medium: light passes two of them.
+/// The color of one interface of a clear medium; light passes two interfaces on its way through.
 Color PerInterface(const Color& color) {
     return {std::sqrt(color.x), std::sqrt(color.y), std::sqrt(color.z)};
 }
 
-/// The color that light has after it was reflected by several facets of a metal, of the mean
-/// reflectance at all angles and of the mean albedo of single scattering.
+/// The color of light that several facets of a metal have reflected. `facing` is the reflectance at
+/// normal incidence and `meanAlbedo` the mean albedo of single scattering.
 Color MultipleReflections(const Color& facing, float meanAlbedo) {
     Color result;
     for (int i = 0; i < 3; ++i) {
@@ -54,7 +54,7 @@ Bsdf::Bsdf(const SurfaceProperties& surface, const ShadingDirections& directions
     setProbabilities();
 }
 
-/// Returns the light that the coat reflects.
+/// Returns the share of light that the coat reflects.
 float Bsdf::setCoat(const V3f& normal) {
     coatFrame = FrameAround(normal);
     coatOut = coatFrame.toLocal(wo);
@@ -64,7 +64,8 @@ float Bsdf::setCoat(const V3f& normal) {
     return coat * coatAlbedo;
 }
 
-/// The diffuse base, which is not visible from inside, and multiple reflections of the metal.
+/// Sets the weights of the diffuse base, which is invisible from inside, and of multiple
+/// reflections.
 void Bsdf::setUpper() {
     if (!isInside && dielectric > 0) {
         const float mean = Largest(meanDielectricAlbedo());
@@ -82,8 +83,8 @@ void Bsdf::setUpper() {
     }
 }
 
-/// The clear inside. Multiple scattering leaves on both sides, in the shares of the mean Fresnel
-/// reflectance, limited so that the lobe is reciprocal.
+/// Sets the weights of the clear inside. Multiple scattering leaves on both sides, in the shares of
+/// the mean Fresnel reflectance, limited so that the lobe is reciprocal.
 void Bsdf::setClear() {
     if (!(surface.transmission > 0) || !(dielectric > 0)) return;
     const Color color = surface.isThin ? surface.baseColor : PerInterface(surface.baseColor);
@@ -103,7 +104,8 @@ void Bsdf::setClear() {
     probabilities[Lower] = Luminance(transmitted) * lost * below;
 }
 
-/// About the albedos of the lobes. setClear() has set those of multiple scattering.
+/// Makes the probabilities about the albedos of the lobes. setClear() has set those of multiple
+/// scattering.
 void Bsdf::setProbabilities() {
     const float reflected = Luminance(albedoOut);
     const float inside = 1 - reflected;

@@ -21,10 +21,11 @@ double HalfWindow(const Camera& camera) {
     return std::tan(camera.fov * kRadiansPerDegree / 2);
 }
 
-/// Halfway between two motion steps their mean may have no inverse, as that of half a turn. The
-/// next smaller time has one.
+/// Halfway between two motion steps that differ by half a turn, the interpolated matrix has no
+/// inverse. The next smaller time has one, so such times are replaced by it.
 float AwayFromMiddle(float time) {
-    constexpr float kMiddles = 16; // of the steps at 0, 1/8, ... 1, and the steps themselves
+    constexpr float kMiddles =
+        16; // motion steps are at multiples of 1/8, their middles at multiples of 1/16
     const float place = time * kMiddles;
     return place > 0 && place == std::floor(place) ? std::nextafter(time, 0.0f) : time;
 }

@@ -8,7 +8,7 @@ namespace lantern {
 /// A ray in world space.
 struct Ray {
     V3f origin;
-    V3f direction; ///< of length 1
+    V3f direction; ///< unit length
     float farthest = 0;
     float time = 0; ///< 0 at the opening of the shutter, 1 at its closing
 };
@@ -16,7 +16,7 @@ struct Ray {
 /// A cone around a ray: what a path sees of surfaces. Akenine-Moeller et al., "Texture Level of
 /// Detail Strategies for Real-Time Ray Tracing", Ray Tracing Gems, 2019.
 struct RayCone {
-    float width = 0;  ///< at the origin of the ray
+    float width = 0;  ///< width at the origin of the ray
     float spread = 0; ///< growth of the width per distance
 
     float widthAt(float distance) const { return width + spread * distance; }
@@ -38,8 +38,8 @@ public:
     CameraRays(const Camera& camera, int width, int height);
 
     /// The ray through a point of the picture, in pixels from its left and top. It begins at the
-    /// near and ends at the far clipping plane. `onLens` is a point of the unit disk, where the ray
-    /// goes through the lens.
+    /// near and ends at the far clipping plane. `onLens` is the point at which the ray crosses the
+    /// lens, in the unit disk.
     Ray at(double x, double y, float time, const V2f& onLens = V2f(0)) const;
     /// The cone of a pixel.
     RayCone pixelCone() const;
@@ -56,8 +56,8 @@ private:
 
     Camera camera;
     // Both matrices are used only when the camera does not move.
-    M44d still; // from camera space to the world
-    M44d fromWorld;
+    M44d still;     // camera to world
+    M44d fromWorld; // world to camera
     // The upper left corner of the picture and the size of a pixel, in camera space at depth 1.
     double left, top, pixelWidth, pixelHeight;
 };

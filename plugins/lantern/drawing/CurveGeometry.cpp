@@ -10,7 +10,7 @@ namespace lantern {
 namespace {
 
 using Basis = Curves::Basis;
-using Weights = std::array<float, 4>; ///< of the control points of a segment
+using Weights = std::array<float, 4>; // one weight per control point of a segment
 
 int ControlPoints(Basis basis) {
     return basis == Basis::Linear ? 2 : 4;

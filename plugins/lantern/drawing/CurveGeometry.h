@@ -13,7 +13,7 @@ namespace lantern {
 HitGeometry CurveGeometryAt(const Curves& curves, const M44f& toWorld, const Ray& ray,
                             const RayHit& hit);
 
-/// The coordinates of the set of that name or else of the first set. Without a set, `t` is from 0
+/// The coordinates of the set of that name or else of the first set. Without any set, `t` is from 0
 /// to 1 along the curve and `s` from 0 to 1 across a ribbon, and 0.5 on a tube.
 V2f CurveCoordinatesAt(const Curves& curves, const RayHit& hit, const std::string& uvSet);
 

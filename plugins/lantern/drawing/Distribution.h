@@ -44,7 +44,7 @@ public:
     float pdf(const V2f& point) const;
 
 private:
-    std::vector<Distribution> cells; // of each row
+    std::vector<Distribution> cells; // one distribution per row
     Distribution rows;
 };
 

@@ -24,7 +24,7 @@ using EmbreeGeometry =
 
 /// Embree requires finite rays.
 inline bool IsSound(const Ray& ray) {
-    constexpr float kFarthestOrigin = 1e18f; // Embree has a limit of 1.8e18
+    constexpr float kFarthestOrigin = 1e18f; // Embree's limit is 1.8e18
     const V3f& origin = ray.origin;
     const float distance = std::max({std::abs(origin.x), std::abs(origin.y), std::abs(origin.z)});
     return IsFinite(origin) && distance < kFarthestOrigin && IsFinite(ray.direction) &&

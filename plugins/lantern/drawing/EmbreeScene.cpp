@@ -18,8 +18,8 @@
 namespace lantern {
 namespace {
 
-constexpr float kRibbonQuads = 8;          // of a cubic segment; Embree intersects 8 at once
-constexpr float kMinTransmittance = 1e-4f; // a shadow ray ends below
+constexpr float kRibbonQuads = 8;          // quads per cubic segment; Embree intersects 8 at once
+constexpr float kMinTransmittance = 1e-4f; // a shadow ray ends below this
 
 /// The state of a ray for the filter functions below. Embree hands them a pointer to the first
 /// member.
@@ -136,8 +136,9 @@ struct EmbreeScene::Trees {
     const Report& report;
     mutable std::atomic<RTCError> error{RTC_ERROR_NONE};
     EmbreeDevice device;
-    std::vector<EmbreeTree> opaque;   // by shape; null if no instance needs it
-    std::vector<EmbreeTree> filtered; // the same with the filter functions, for what is not opaque
+    std::vector<EmbreeTree> opaque; // one per shape; null if no instance needs it
+    std::vector<EmbreeTree>
+        filtered; // one per shape, with filter functions, for instances that are not opaque
     EmbreeTree top;
 };
 

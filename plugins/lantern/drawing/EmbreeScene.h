@@ -30,10 +30,10 @@ public:
     virtual ~OpacitySource() = default;
     /// Whether the whole instance is opaque from both sides.
     virtual bool isOpaque(const Instance& instance) const = 0;
-    /// From 0 to 1, for a ray that comes from inside or from outside.
+    /// The opacity for a ray that comes from inside or from outside, from 0 to 1.
     virtual float opacity(const RayHit& hit, bool isFromInside) const = 0;
-    /// The part of the light that an opaque surface lets straight through: black except for thin
-    /// sheets of smooth glass. `cosine` is that of the angle to the normal.
+    /// The part of the light that passes straight through an opaque surface: black except for thin
+    /// sheets of smooth glass. `cosine` is the cosine of the angle between ray and normal.
     virtual Color straightThrough(const RayHit& hit, float cosine) const = 0;
 };
 
@@ -50,8 +50,9 @@ public:
     /// The nearest hit. A partly transparent surface is hit with the probability of its opacity;
     /// `seed` decides.
     RayHit intersect(const Ray& ray, std::uint32_t seed) const;
-    /// The fraction of light that passes along the whole ray. Light of delta lights also goes
-    /// straight through thin sheets; paths find other lights behind these by their bounces.
+    /// The fraction of light that passes along the whole ray. Light from delta lights also passes
+    /// straight through thin sheets of glass; bounces of paths find other lights behind such
+    /// sheets.
     Color transmittance(const Ray& ray, bool isFromDeltaLight) const;
 
 private:

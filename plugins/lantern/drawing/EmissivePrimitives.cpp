@@ -15,7 +15,7 @@ bool IsEmissive(const Surface& surface, const std::vector<Material>& materials) 
 
 EmissivePrimitives::EmissivePrimitives(const SceneData& scene, const Materials& materials,
                                        const Kind& kind) {
-    std::vector<bool> isEmissive; // of each surface
+    std::vector<bool> isEmissive; // one flag per surface
     for (const Surface& surface : scene.surfaces)
         isEmissive.push_back(IsEmissive(surface, scene.materials));
     if (std::find(isEmissive.begin(), isEmissive.end(), true) == isEmissive.end()) return;

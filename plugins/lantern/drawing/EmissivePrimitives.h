@@ -9,21 +9,21 @@
 
 namespace lantern {
 
-/// The numbers of all primitives of one kind, triangles or spheres, in instances that have an
+/// Numbers all primitives of one kind, triangles or spheres, in instances that have an
 /// emissive material. Instances beyond a limit are left out: paths find their light only when they
 /// hit them.
 class EmissivePrimitives {
 public:
     struct Kind {
-        std::size_t most = 0; ///< primitives of all instances together
+        std::size_t most = 0; ///< limit for the primitives of all instances together
         std::size_t (*count)(const Shape& shape) = nullptr;
-        /// About the power that a primitive emits, which has an emissive material.
+        /// Returns about the power that a primitive with an emissive material emits.
         std::function<float(RayHit)> power;
     };
 
     EmissivePrimitives(const SceneData& scene, const Materials& materials, const Kind& kind);
 
-    /// About the power that each primitive emits, by number.
+    /// About the power that each primitive emits, indexed by its number.
     const std::vector<float>& powers() const { return powerOfEach; }
     /// The number of the primitive that was hit; kNone if it is not among them.
     Index indexOf(const RayHit& hit) const;

@@ -36,7 +36,7 @@ private:
         M44f toWorld;
         V3f toCenter;
         float radius = 0;
-        float oneMinusCos = 0; // of the half angle of the cone; 0 from inside
+        float oneMinusCos = 0; // for the half angle of the cone; 0 from inside
     };
 
     View viewOf(const RayHit& hit, const V3f& from, float time) const;

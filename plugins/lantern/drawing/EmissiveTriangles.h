@@ -25,8 +25,8 @@ public:
     struct Point {
         V3f position;
         V3f normal;
-        float area = 0; ///< of the triangle
-        Color radiance; ///< towards the point that asked
+        float area = 0; ///< area of the triangle
+        Color radiance; ///< radiance towards `towards`
     };
     /// A point that is uniform on the area of the triangle, as seen from `towards`.
     Point sample(Index triangle, float time, const V2f& u, const V3f& towards) const;

@@ -12,7 +12,7 @@ namespace {
 // The resolution of the sampling distribution.
 constexpr int kMostColumns = 1024;
 constexpr int kMostRows = 512;
-// Brighter texels count as this bright, so that sums stay finite.
+// Limit for the luminance of brighter texels, so that sums stay finite.
 constexpr float kMostLuminance = 1e20f;
 
 /// Longitude and latitude, both from 0 to 1: -Z is in the middle, +X right of it, +Y at the top.
@@ -28,7 +28,7 @@ V3f DirectionOf(const V2f& longitudeLatitude) {
     return {sinTheta * std::sin(phi), std::cos(theta), -sinTheta * std::cos(phi)};
 }
 
-/// How much light a texel adds to the sampling distribution. Others than finite colors are drawn as
+/// The weight of a texel in the sampling distribution. Colors that are not finite are drawn as
 /// black.
 float WeightOf(const Color& radiance) {
     return IsFinite(radiance) ? std::clamp(Luminance(radiance), 0.0f, kMostLuminance) : 0;

@@ -11,8 +11,8 @@ namespace lantern {
 /// those of the world, towards the light. Safe from several threads at once.
 ///
 /// Without a texture the color changes linearly from the horizon to the zenith and the ground with
-/// the height of the direction, the sine of its elevation. So smooth a light is not sampled: paths
-/// meet it in the directions of the BSDF with less noise and fewer rays.
+/// the height of the direction, the sine of its elevation. Such a smooth light is not sampled:
+/// directions of the BSDF meet it with less noise and fewer rays.
 class EnvironmentMap {
 public:
     /// Refers to the textures.

@@ -35,7 +35,7 @@ public:
     /// Statistics of a pixel's luminance times the gain, kept only if there is a noise goal.
     struct Noise {
         double mean = 0;
-        double variance = 0; ///< of the mean
+        double variance = 0; ///< variance of the mean
     };
     Noise noiseOf(int x, int y) const;
 
@@ -56,8 +56,8 @@ private:
     struct Matte {
         std::string name;               ///< "CryptoObject"
         Index FirstHit::*thing;         ///< the number of a hit's thing
-        std::vector<std::string> names; ///< of all things
-        std::vector<std::uint32_t> ids; ///< the same
+        std::vector<std::string> names; ///< one name per thing
+        std::vector<std::uint32_t> ids; ///< one id per thing
         MatteLayer layer;
     };
 
@@ -78,13 +78,13 @@ private:
     // Sums over the paths of each pixel. Those that are not needed are empty.
     std::vector<Color> colors;
     std::vector<float> alphas;
-    std::vector<float> squares; // of the luminance
+    std::vector<float> squares; // squares of the luminance
     std::vector<V3f> normals;
     std::vector<Color> albedos;
     std::vector<std::uint32_t> counts;
     std::vector<Nearest> nearest;
     std::vector<Matte> mattes;
-    std::vector<std::uint32_t> ids; // of the instances
+    std::vector<std::uint32_t> ids; // one id per instance
 };
 
 } // namespace lantern

@@ -12,22 +12,23 @@
 namespace lantern {
 namespace {
 
-constexpr std::size_t kFewestVisits = 64;  // fewer tell nothing about the light
-constexpr std::size_t kMostInRegion = 512; // visits, or else the region is split
-constexpr int kReflections = 8;            // followed from region to region
-// The part of the sphere that a distribution covers. That of a cosine is 0.375.
+constexpr std::size_t kFewestVisits = 64;  // with fewer visits the guide stays empty
+constexpr std::size_t kMostInRegion = 512; // a region with more visits is split
+constexpr int kReflections = 8;            // light is followed through so many reflections
+// The share of the sphere that a distribution covers; for a cosine distribution it is 0.375.
 constexpr float kNarrowSpread = 0.15f;
 constexpr float kWideSpread = 0.3f;
-constexpr double kTrust = 8;         // more samples lights more often
-constexpr float kRarest = 0.1f;      // lights are sampled, in case that they were missed
-constexpr int kDeepest = 24;         // of the tree
-constexpr float kMostSquare = 1e30f; // the sum of many is finite
+constexpr double kTrust = 8; // a larger value samples lights more often
+constexpr float kRarest =
+    0.1f;                    // least probability of sampling a light: learning may have missed it
+constexpr int kDeepest = 24; // depth limit of the tree
+constexpr float kMostSquare = 1e30f; // so that sums of squares stay finite
 constexpr float kBelowOne = 0x1.fffffep-1f;
 
 using Directions = Guide::Directions;
 
-/// The unit square is mapped to the sphere without distortion of areas: the height of a direction
-/// is linear in y and its longitude in x.
+/// Maps the unit square to the sphere and preserves areas: y is the height of the direction and x
+/// its longitude.
 V3f DirectionOf(const V2f& square) {
     const float height = 2 * square.y - 1;
     const float radius = std::sqrt(std::max(0.0f, 1 - height * height));
@@ -65,7 +66,7 @@ Cells Blurred(const Cells& cells) {
     return result;
 }
 
-/// The index of the interval that contains u, which becomes the position within the interval.
+/// Returns the index of the interval that contains u. Sets u to the position within that interval.
 std::size_t Pick(const float* ends, std::size_t count, float& u) {
     const float target = u * ends[count - 1];
     const std::size_t found =
@@ -80,7 +81,7 @@ std::size_t Pick(const float* ends, std::size_t count, float& u) {
 
 void Guide::Directions::add(const V3f& direction, float light, float pdf) {
     const float square = light * light / pdf;
-    if (square < kMostSquare) densities[CellOf(direction)] += square; // and is a number
+    if (square < kMostSquare) densities[CellOf(direction)] += square; // false for NaN
 }
 
 float Guide::Directions::complete() {
@@ -135,8 +136,8 @@ Guide::Guide(const std::vector<Visit>& visits) {
     chooseLights(visits, light);
 }
 
-/// A kind of lights is worth a shadow ray as often as it adds to the noise: in proportion to the
-/// root of the mean square of its light.
+/// Chooses how often to sample each kind of light: in proportion to the root of the mean square of
+/// its light, which measures how much noise it adds.
 void Guide::chooseLights(const std::vector<Visit>& visits, const std::vector<float>& light) {
     struct Sums {
         std::array<double, LightKinds> squares{};
@@ -188,9 +189,9 @@ void Guide::build(const std::vector<Visit>& visits, Index* begin, Index* end, in
     build(visits, second, end, depth + 1);
 }
 
-/// The light that comes from the direction of each visit. Assigns what regions reflect. What a
-/// surface reflects is the mean of all visits in its region, which has much less noise than the
-/// light of single paths.
+/// Returns the light that arrives from the direction of each visit. Assigns Region::reflected. The
+/// light that a surface reflects is estimated by the mean over all visits in its region, which has
+/// much less noise than the light of single paths.
 std::vector<float> Guide::lightOf(const std::vector<Visit>& visits) {
     struct Sum {
         double light = 0;

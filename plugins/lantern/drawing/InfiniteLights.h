@@ -25,7 +25,7 @@ public:
     /// Chooses a textured environment in proportion to the irradiance that it gives in the open,
     /// then a direction towards it. `choice` and `u` are uniform in [0, 1).
     LightSample sampleEnvironments(float choice, const V2f& u) const;
-    /// The same for directional lights.
+    /// Chooses a directional light, then a direction towards it.
     LightSample sampleSuns(float choice, const V2f& u) const;
 
     /// The radiance along a ray that leaves the scene after a bounce, weighted against
@@ -40,10 +40,10 @@ public:
 private:
     /// A directional light: a disc in the sky, or a delta light.
     struct Sun {
-        V3f direction;                  // towards it
-        float oneMinusCosHalfAngle = 0; // of the disc; 0 for a delta light
-        Color irradiance;               // on a surface that faces it
-        Color radiance{0, 0, 0};        // of the disc
+        V3f direction;                  // direction towards the light
+        float oneMinusCosHalfAngle = 0; // size of its disc in the sky; 0 for a delta light
+        Color irradiance;               // irradiance of a surface that faces the light
+        Color radiance{0, 0, 0};        // radiance of the disc
 
         bool isDelta() const { return !(oneMinusCosHalfAngle > 0); }
         float luminousIrradiance() const;

@@ -16,7 +16,8 @@ constexpr int kMostPortions = 128;
 std::vector<Guide::Visit> VisitsOfPortion(int round, int portion, const TraceToLearn& trace) {
     std::vector<Guide::Visit> visits;
     for (int i = 0; i < kPortion; ++i)
-        trace(Sampler(-1 - round, -1, portion * kPortion + i), visits); // no pixel is there
+        trace(Sampler(-1 - round, -1, portion * kPortion + i),
+              visits); // negative coordinates: random numbers that no pixel uses
     return visits;
 }
 

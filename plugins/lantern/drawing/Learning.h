@@ -9,12 +9,12 @@
 
 namespace lantern {
 
-/// Traces a path through any place of the picture, and appends its visits.
+/// Traces a path through a random place of the picture and appends its visits.
 using TraceToLearn = std::function<void(const Sampler&, std::vector<Guide::Visit>&)>;
 
-/// Lets the guide learn from a few paths in each of several rounds. The paths of a round can use
-/// what those before it have taught. The number of threads makes no difference to the result.
-/// Throws what the function throws.
+/// Traces a few paths in each of several rounds, and makes the guide anew from all visits after
+/// each round, so that the next round is guided. The result does not depend on the number of
+/// threads. Passes on the exceptions of `trace`.
 void Learn(Guide& guide, double pixels, int threads, const TraceToLearn& trace);
 
 } // namespace lantern

@@ -13,10 +13,10 @@ namespace lantern {
 /// A direction towards a light, chosen at random, and the light that arrives from there if nothing
 /// is in the way. There is no light if the pdf is 0.
 struct LightSample {
-    V3f direction{0, 0, 0};  ///< from the lit point to the light; of length 1
+    V3f direction{0, 0, 0};  ///< direction from the lit point to the light; unit length
     float distance = 0;      ///< length of the shadow ray
-    Color radiance{0, 0, 0}; ///< of a delta light: irradiance on a surface that faces it
-    float pdf = 0;           ///< per solid angle; of a delta light: probability of choosing it
+    Color radiance{0, 0, 0}; ///< for a delta light, irradiance of a surface that faces it
+    float pdf = 0;           ///< per solid angle; for a delta light, probability of choosing it
     bool isDelta = false;    ///< rays in directions that a BSDF chose never hit the light
 };
 

@@ -20,7 +20,7 @@ struct LightSphere {
 struct LightPanel {
     Color radiance;
     V3f corner;       ///< the point where both edges begin
-    V3f edgeX, edgeY; ///< from there
+    V3f edgeX, edgeY; ///< edges from that corner
     V3f normal;       ///< the side that shines; of length 1
     float area = 0;
 };
@@ -36,7 +36,7 @@ public:
     LightShapes& operator=(const LightShapes&) = delete;
 
     struct Crossing {
-        bool isPanel = false; ///< else a sphere
+        bool isPanel = false; ///< true: a panel; false: a sphere
         Index index = 0;      ///< among the panels or spheres
         float distance = 0;
     };

@@ -34,7 +34,7 @@ public:
     /// sample(). `bsdfPdf` is the density of the ray's direction, or 0 after a specular bounce.
     Color radianceAlong(const Ray& ray, float bsdfPdf) const;
 
-    /// The weight, against sample(), of what the surface emits that the ray hit.
+    /// The weight, against sample(), of the light that the surface at the hit emits.
     float weightOfEmission(const Ray& ray, const RayHit& hit, const HitGeometry& geometry,
                            float bsdfPdf) const;
 
@@ -43,8 +43,8 @@ private:
     struct Lamp {
         V3f position;
         V3f axis;            // the direction in which a spot light shines
-        float radius = 0;    // of the sphere; 0 for a delta light
-        float cosInner = -1; // of the half angles of a spot light's cones
+        float radius = 0;    // radius of the sphere; 0 for a delta light
+        float cosInner = -1; // cosines of the half angles of a spot light's cones
         float cosOuter = -1;
         PointLight light;
 
@@ -65,7 +65,7 @@ private:
     Color radianceOfSphere(std::size_t which, const Ray& ray, float bsdfPdf) const;
 
     std::vector<Lamp> lamps;
-    std::vector<LightSphere> spheres; // of the lamps that have one
+    std::vector<LightSphere> spheres; // the spheres of lamps that have one
     std::vector<LightPanel> panels;
     EmissiveTriangles triangles;
     EmissiveSpheres emissiveSpheres;

@@ -18,7 +18,7 @@ bool IsFed(const Material& material, MaterialInput input, const Textures& textur
     return source.kind != ShadingStep::Kind::Image || textures.has(source.texture);
 }
 
-/// Whether light may go straight through.
+/// Whether some light may pass straight through the material.
 bool IsSheet(const Material& material, const Textures& textures) {
     return material.thickness == 0 &&
            (material.transmission > 0 || IsFed(material, MaterialInput::Transmission, textures));
@@ -69,7 +69,7 @@ SurfaceProperties SurfaceOf(ShadingPoint& at, const Material& m) {
     result.anisotropy = at.share(Input::Anisotropy, m.anisotropy);
     result.ior = ior >= 1 && std::isfinite(ior) ? ior : 1;
     result.transmission = at.share(Input::Transmission, m.transmission);
-    result.isThin = m.thickness == 0; // a texture gives rasterizers the thickness of a solid
+    result.isThin = m.thickness == 0; // a texture only tells rasterizers how thick a solid is
     result.coat = at.share(Input::Coat, m.coat);
     result.coatAlpha = coatRoughness * coatRoughness;
     result.sheenColor = Clamp01(at.color(Input::SheenColor, m.sheenColor));

@@ -31,7 +31,7 @@ public:
     Color emission(const RayHit& hit) const;
 
     const Material& materialAt(Index instance, Index primitive) const;
-    /// The index of that material among those of the scene.
+    /// The index of the material in SceneData::materials.
     Index indexAt(Index instance, Index primitive) const;
 
 private:
@@ -39,13 +39,13 @@ private:
     struct Constant {
         bool isIsotropic = true;
         bool hasNetwork = false;
-        SurfaceProperties surface; ///< this and the next one: only without a network
+        SurfaceProperties surface; ///< this and `emission` are set only without a network
         Color emission{0, 0, 0};
     };
 
     const SceneData& scene;
     const Textures& textures;
-    std::vector<Constant> constants; // by material
+    std::vector<Constant> constants; // one per material
     std::vector<bool> opaqueSurfaces;
 };
 

@@ -8,14 +8,14 @@
 
 namespace lantern {
 
-/// Counts the paths by which things cover the pixels of a picture. Several threads may add to
+/// Counts, for each pixel, the paths that meet each thing. Several threads may add to
 /// different buckets at once.
 class MatteLayer {
 public:
     MatteLayer(std::size_t pixels, int buckets)
         : first(pixels), more(static_cast<std::size_t>(buckets)) {}
 
-    /// Counts a path that meets the thing of this id. A pixel always comes with the same bucket.
+    /// Counts a path that meets the thing with this id. A pixel always comes with the same bucket.
     void add(std::size_t pixel, int bucket, std::uint32_t id);
 
     /// An id and its number of paths, which is 0 where a pixel has no more things.
@@ -24,7 +24,7 @@ public:
         std::uint32_t paths = 0;
     };
     static constexpr int kRanks = 6;
-    /// The things with the most paths, by falling number; equal ones by id.
+    /// The things with the most paths, sorted by falling number of paths, then by id.
     std::array<Rank, kRanks> ranksOf(std::size_t pixel, int bucket) const;
 
 private:
@@ -35,8 +35,8 @@ private:
         std::uint32_t next = 0; ///< the index in `more` plus one; 0 at the end
     };
 
-    std::vector<Entry> first;             // by pixel
-    std::vector<std::vector<Entry>> more; // by bucket
+    std::vector<Entry> first;             // one per pixel
+    std::vector<std::vector<Entry>> more; // one list per bucket
 };
 
 } // namespace lantern

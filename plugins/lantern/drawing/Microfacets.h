@@ -41,13 +41,14 @@ public:
     /// The fraction of facets that is visible from one direction: Smith's G1.
     float masking(const V3f& wo) const;
 
-    /// The reflection of perfect facets and its density.
+    /// The reflection of perfect facets, and the density of sampling it by visible normals.
     struct Reflection {
         float model = 0; ///< the Torrance-Sparrow model without Fresnel: D G / (4 cos cos), times
                          ///< the cosine of `wi`
-        float pdf = 0;   ///< of visible normals, per solid angle of `wi`
+        float pdf = 0;   ///< density per solid angle of `wi`
     };
-    /// `facet` is the half vector of the two directions and `cosine`, above 0, its angle to them.
+    /// `facet` is the half vector of `wo` and `wi`; `cosine`, above 0, is that of its angle to
+    /// them.
     Reflection reflection(const V3f& wo, const V3f& wi, const V3f& facet, float cosine) const;
 
 private:
@@ -106,7 +107,7 @@ V3f Refracted(const V3f& wo, const V3f& facet, float ior);
 inline float FresnelDielectric(float cosine, float ior) {
     const float c = Clamp01(cosine);
     const float g2 = ior * ior - 1 + c * c;
-    if (g2 <= 0) return ior == 1 ? 0 : 1; // total reflection
+    if (g2 <= 0) return ior == 1 ? 0 : 1; // total internal reflection
     const float g = std::sqrt(g2);
     const float a = (g - c) / (g + c);
     const float b = (c * (g + c) - 1) / (c * (g - c) + 1);

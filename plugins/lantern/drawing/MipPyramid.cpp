@@ -19,7 +19,7 @@ using OIIO::ImageInput;
 using OIIO::ImageSpec;
 using OIIO::TypeDesc;
 
-constexpr std::int64_t kMostTexels = std::int64_t(1) << 24; // of a level
+constexpr std::int64_t kMostTexels = std::int64_t(1) << 24; // limit for one level
 constexpr int kRowsAtOnce = 64;
 // The names of pyramids in the cache: one of these and the name of the file.
 const char* const kSrgbPrefix = "mipmaps, sRGB: ";

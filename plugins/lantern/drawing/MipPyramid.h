@@ -8,7 +8,7 @@
 
 namespace lantern {
 
-/// Where a level of a pyramid is in its image.
+/// The place of a pyramid's level in its image.
 struct MipPlace {
     int level = 0; ///< how many times the sides are halved
     int x = 0, y = 0;

@@ -54,8 +54,8 @@ private:
     const Window window;
     const Clock::time_point begin;
     const int columns;
-    std::vector<bool> isNoisy; // by square
-    int first = 0;             // of the present pass
+    std::vector<bool> isNoisy; // one flag per square
+    int first = 0;             // the first path of the current pass
     int count = 0;
     Clock::time_point passBegin;
     bool timeEndedIt = false;

@@ -21,7 +21,7 @@ enum BouncePurpose : std::uint32_t {
     kOpacity,
     kLobe, // the second number of the pair is for Russian roulette
     kDirection,
-    kLightChoice, // one pair for each kind
+    kLightChoice, // one pair for each kind of light; so for kLight
     kLight = kLightChoice + Guide::LightKinds,
     kBouncePurposes = kLight + Guide::LightKinds
 };
@@ -32,8 +32,8 @@ std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
 
 constexpr int kBouncesBeforeRoulette = 3;
 constexpr float kBelowOne = 0x1.fffffep-1f;
-constexpr float kGuideShare = 0.5f; // of the directions of a rough surface
-// Russian roulette ends fewer paths with more caution.
+constexpr float kGuideShare = 0.5f; // share of directions that the guide chooses on rough surfaces
+// A larger value makes Russian roulette end fewer paths.
 constexpr float kCaution = 6;
 constexpr float kMinSurvival = 0.3f;
 constexpr float kMaxSurvival = 0.95f;
@@ -71,12 +71,12 @@ struct PathTracer::Vertex {
     HitGeometry geometry;
     Frame frame; // around the shading normal
     V3f geometricNormal;
-    Color transmittance{1, 1, 1};          // of the inside that the path came through
-    std::optional<Bsdf> bsdf;              // none at the end of a path
-    const Guide::Region* region = nullptr; // what the guide knows
-    float guideShare = 0;                  // of the directions
+    Color transmittance{1, 1, 1};          // transmittance of the medium in front of the vertex
+    std::optional<Bsdf> bsdf;              // empty at the end of a path
+    const Guide::Region* region = nullptr; // null if the guide is empty
+    float guideShare = 0;                  // probability of sampling the guide
 
-    /// The density with which scatter() chooses a direction, of which the BSDF alone has `bsdfPdf`.
+    /// The density with which scatter() chooses a direction; `bsdfPdf` is its density in the BSDF.
     float pdf(float bsdfPdf, const V3f& direction) const {
         return guideShare > 0 ? Mix(bsdfPdf, region->directions.pdf(direction), guideShare)
                               : bsdfPdf;
@@ -85,29 +85,29 @@ struct PathTracer::Vertex {
 
 struct PathTracer::Path {
     Ray ray;
-    RayCone cone;              // of the ray
+    RayCone cone;              // cone around the ray
     Color throughput{1, 1, 1}; // product of BSDF times cosine over pdf
-    float bsdfPdf = 0;         // of the ray's direction; 0 for camera rays and specular bounces
-    float expected = 0;        // luminance that the first vertex reflects; 0 if it is not known
+    float bsdfPdf = 0;         // pdf of the ray's direction; 0 for camera rays, specular bounces
+    float expected = 0;        // luminance that the first vertex reflects; 0 if unknown
     int depth = 0;             // number of bounces so far
     Color direct{0, 0, 0};     // radiance that reached the camera after one bounce at most
     Color indirect{0, 0, 0};   // the rest, which can be clamped
 
-    std::vector<Guide::Visit>* visits = nullptr; // not null if the path teaches the guide
+    std::vector<Guide::Visit>* visits = nullptr; // null unless the path trains the guide
 
     Color& radianceAfter(int bounces) { return bounces < 2 ? direct : indirect; }
     void find(const Color& light);
     void teach(Guide::Visit visit, const Vertex& vertex, const Color& before);
 };
 
-/// Adds light that the present ray has found.
+/// Adds light that the current ray has found.
 void PathTracer::Path::find(const Color& light) {
     radianceAfter(depth) += throughput * light;
     if (visits && depth > 0) visits->back().found += Luminance(light);
 }
 
-/// Completes and notes a bounce for the guide. `before` is the throughput before it, or black if
-/// the path ended.
+/// Completes the bounce and records it for the guide. `before` is the throughput before the bounce,
+/// or black if the path ended.
 void PathTracer::Path::teach(Guide::Visit visit, const Vertex& vertex, const Color& before) {
     if (depth > 0) visits->back().goesOn = true;
     visit.position = vertex.geometry.position;
@@ -135,7 +135,7 @@ PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int 
           [this](const Sampler& sampler, auto& visits) { traceToLearn(sampler, visits); });
 }
 
-/// Traces a path through any place of the picture.
+/// Traces a path through a random place of the picture.
 void PathTracer::traceToLearn(const Sampler& sampler, std::vector<Guide::Visit>& visits) const {
     const V2f place = sampler.pair(kPixel);
     const float time = isMoving ? sampler.pair(kTime).x : 0;
@@ -148,7 +148,7 @@ PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) 
     const Sampler sampler(x, y, number);
     const V2f inPixel = sampler.pair(kPixel);
     const V2f onLens = scene.camera.apertureRadius > 0 ? InUnitDisk(sampler.pair(kLens)) : V2f(0);
-    const float time = isMoving ? sampler.pair(kTime).x : 0; // costs as much as the ray
+    const float time = isMoving ? sampler.pair(kTime).x : 0; // the number costs as much as the ray
     const Ray ray = camera.at(double(x) + inPixel.x, double(y) + inPixel.y, time, onLens);
     if (first) {
         *first = {};
@@ -241,7 +241,7 @@ bool PathTracer::makeVertex(const Ray& ray, const RayHit& hit, bool isLast, Vert
     const float side = isBehind ? -1.0f : 1.0f;
     const V3f geometric = vertex.geometry.normal * side;
     vertex.geometricNormal = geometric;
-    if (isLast && !isBehind) return true; // nothing of it is needed but the light that it emits
+    if (isLast && !isBehind) return true; // only its emission is needed
     const SurfaceProperties surface = materials.surfaceAt(hit);
     const bool isInside = isBehind && surface.hasInside();
     vertex.frame = materials.frameAt(
@@ -273,9 +273,10 @@ bool PathTracer::bounce(const Vertex& vertex, const Sampler& sampler, Path& path
     return true;
 }
 
-/// Russian roulette. A path survives in proportion to the light that it can be expected to bring
-/// from here, compared with that at its first vertex: Vorba and Křivánek, "Adjoint-driven Russian
-/// Roulette and Splitting", SIGGRAPH 2016. Where nothing is known its throughput counts.
+/// Russian roulette. The survival probability is proportional to the light that the path is
+/// expected to bring from here, relative to that at its first vertex: Vorba and Křivánek,
+/// "Adjoint-driven Russian Roulette and Splitting", SIGGRAPH 2016. Without a guide it depends on
+/// the throughput.
 bool PathTracer::survives(const Vertex& vertex, const Sampler& sampler, Path& path) const {
     const float known = vertex.region ? vertex.region->reflected : 0;
     if (path.depth == 0) path.expected = known;
@@ -292,7 +293,7 @@ bool PathTracer::survives(const Vertex& vertex, const Sampler& sampler, Path& pa
     return true;
 }
 
-/// Samples the path's next direction, by the guide or the BSDF: one-sample multiple importance
+/// Samples the path's next direction from the guide or the BSDF: one-sample multiple importance
 /// sampling with the balance heuristic.
 bool PathTracer::scatter(const Vertex& vertex, float choice, const V2f& u, Path& path) {
     const float share = vertex.guideShare;
@@ -318,8 +319,8 @@ Color PathTracer::emittedRadiance(const Path& path, const RayHit& hit, const Ver
     return emission * localLights.weightOfEmission(path.ray, hit, vertex.geometry, path.bsdfPdf);
 }
 
-/// Light sampling (next event estimation): one light of each kind that is worth it. Assigns the
-/// squares that Guide::Visit has.
+/// Light sampling (next event estimation): at most one light of each kind. Assigns Guide::Visit's
+/// squares.
 Color PathTracer::directLight(const Vertex& vertex, float time, int depth, const Sampler& sampler,
                               Guide::OfEachKind& squares) const {
     Color sum(0, 0, 0);

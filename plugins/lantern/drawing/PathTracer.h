@@ -14,15 +14,15 @@
 
 namespace lantern {
 
-/// A unidirectional path tracer: at each vertex of a path it samples an environment, a sun and
-/// a local light and one direction, which are combined by multiple importance sampling. The
-/// direction is that of the BSDF or of a guide, which a few paths through the scene have learnt
-/// before. Safe from several threads at once.
+/// A unidirectional path tracer. At each vertex of a path it samples lights (an environment, a sun
+/// and a local light) and one direction, and combines them by multiple importance sampling. The
+/// direction is sampled from the BSDF or from a guide, which the constructor trains with a few
+/// paths. Safe from several threads at once.
 class PathTracer {
 public:
     /// Refers to the scene and the report. Throws RenderError and Cancelled.
-    /// `samples`, the number of paths per pixel, gives the part of a pixel that each path filters
-    /// textures over.
+    /// `samples` is the number of paths per pixel: with more paths, each filters textures over a
+    /// smaller part of the pixel.
     PathTracer(const SceneData& scene, int threads, Report& report, int samples = 64);
 
     struct Traced {
@@ -58,9 +58,9 @@ private:
 
     const SceneData& scene;
     CameraRays camera;
-    const bool isMoving;   // anything at all, the camera or what it sees
-    RayCone pathCone;      // of a path that begins at the camera
-    const float pathShare; // of a path in the width of what all paths of a pixel see
+    const bool isMoving;   // whether the camera or anything in the scene moves
+    RayCone pathCone;      // cone of a camera ray
+    const float pathShare; // width of a path's cone, in widths of the pixel's cone
     Textures textures;
     Materials materials;
     EmbreeScene geometry;

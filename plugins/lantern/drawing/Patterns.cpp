@@ -21,7 +21,7 @@ float Fade(float t) {
     return t * t * t * (t * (t * 6 - 15) + 10);
 }
 
-/// A point of the lattice of integers.
+/// A point of the integer lattice.
 struct LatticePoint {
     int x, y, z;
 };
@@ -39,7 +39,7 @@ float GradientAt(const LatticePoint& point, const V3f& offset) {
     return ((hash & 1) ? -first : first) + ((hash & 2) ? -second : second);
 }
 
-/// About -1 to 1.
+/// Gradient noise, from about -1 to 1.
 float OneOctave(const V3f& at) {
     const V3f cell(std::floor(at.x), std::floor(at.y), std::floor(at.z));
     const V3f in = at - cell;

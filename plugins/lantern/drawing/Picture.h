@@ -15,9 +15,9 @@ namespace lantern {
 
 /// A channel of one of a picture's layers.
 struct Channel {
-    std::string name;                ///< with that of its layer: "N.X"
-    bool isInteger = false;          ///< else the values are floats
-    std::vector<std::uint32_t> bits; ///< of the values, one per pixel
+    std::string name;                ///< the name of its layer and its own: "N.X"
+    bool isInteger = false;          ///< false: the values are floats
+    std::vector<std::uint32_t> bits; ///< bits of the values, one per pixel
 };
 
 /// Facts about a render, for the header of its file. Files may lack them.
@@ -27,18 +27,18 @@ struct PictureFacts {
     std::optional<float> frame;
     std::optional<int> samples;    ///< paths per pixel, on average
     std::optional<double> seconds; ///< time of the render
-    std::string date;              ///< of its end: "2024:02:29 18:30:00"
+    std::string date;              ///< time at which it ended: "2024:02:29 18:30:00"
 };
 
 /// The drawn part of a picture: scene-linear red, green, blue and alpha, with the colors multiplied
 /// by alpha.
 struct Picture {
-    int width = 0; ///< of the whole picture
+    int width = 0; ///< width of the whole picture
     int height = 0;
     Window window;             ///< the drawn part
     std::vector<float> pixels; ///< four per pixel, row by row from the top
     std::vector<Channel> channels;
-    std::map<std::string, Manifest> manifests; ///< by the name of the matte: "CryptoObject"
+    std::map<std::string, Manifest> manifests; ///< keyed by the name of the matte: "CryptoObject"
     PictureFacts facts;
     bool isComplete = true; ///< false: the caller ended the drawing, and pixels may lack paths
     /// World to camera, and world to -1..1 across the whole picture. Files may lack them.

@@ -14,7 +14,7 @@ namespace lantern {
 enum class PictureFormat {
     Exr,  ///< half floats, colors multiplied by alpha; layers of 32 bits
     Png,  ///< eight bits in sRGB, colors not multiplied by alpha
-    Tiff, ///< the same with sixteen bits
+    Tiff, ///< sixteen bits in sRGB, colors not multiplied by alpha
     Jpeg  ///< eight bits in sRGB, over black and without alpha
 };
 
@@ -23,14 +23,14 @@ struct StoredPicture {
     /// A channel of a layer, of four bytes.
     struct LayerChannel {
         std::string name;
-        bool isInteger = false; ///< else a float
+        bool isInteger = false; ///< false: a float
         bool operator==(const LayerChannel& other) const {
             return name == other.name && isInteger == other.isInteger;
         }
     };
 
     PictureFormat format = PictureFormat::Exr;
-    int width = 0; ///< of the whole picture
+    int width = 0; ///< width of the whole picture
     int height = 0;
     Window window;
     std::optional<M44f> worldToCamera;

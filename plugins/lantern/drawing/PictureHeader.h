@@ -12,8 +12,8 @@ namespace lantern {
 /// Adds size, place, matrices, manifests and facts of a picture to the header of its file.
 void AddHeader(const StoredPicture& picture, OIIO::ImageSpec& spec);
 
-/// Reads them. Returns what is wrong with a header that lacks the size of the whole picture, and
-/// else an empty text.
+/// Reads what AddHeader() wrote. Returns an error text if the header lacks the size of the whole
+/// picture, otherwise an empty text.
 std::string ReadHeader(const OIIO::ImageSpec& spec, StoredPicture& picture);
 
 } // namespace lantern

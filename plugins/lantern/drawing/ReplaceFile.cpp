@@ -17,9 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kTries = 100;            // for a name that is not in use
-constexpr std::size_t kMostName = 200; // of the picture's name, since file names have a limit
-constexpr int kMostLinks = 40;         // as many as Linux follows
+constexpr int kTries = 100; // attempts to find an unused name
+constexpr std::size_t kMostName =
+    200;                       // longer picture names are cut, since file names have a limit
+constexpr int kMostLinks = 40; // Linux follows as many links
 
 [[noreturn]] void Fail(const std::string& path, int error) {
     throw RenderError("cannot write the picture \"" + path +

@@ -17,7 +17,7 @@ public:
     ShadingPoint(const SceneData& scene, const Textures& textures, const RayHit& hit,
                  const Material& material);
 
-    /// The value that feeds the input; `own` if nothing feeds it, or the source has no result.
+    /// The value that feeds the input; `own` if no step feeds it or the step has no result.
     Color color(MaterialInput input, const Color& own);
     /// The first component of the same.
     float number(MaterialInput input, float own) { return color(input, Color(own)).x; }

@@ -17,7 +17,7 @@ constexpr int kDefaultMegabytes = 1024;
 constexpr int kMostMegabytes = 1 << 20;
 constexpr double kBytesPerMegabyte = 1 << 20;
 
-// The library fails at ten times its limit. Two of the ten are room to spare.
+// The library fails at ten times its limit; a fifth of that is kept in reserve.
 constexpr double kMostTimesLimit = 8;
 
 /// The sizes that decide the limit of the shared cache.
@@ -37,9 +37,9 @@ struct MemoryNeed {
         return std::accumulate(sizes.begin(), end, 0.0);
     }
 
-    int megabytes = 0;  // asked for
+    int megabytes = 0;  // the requested limit
     double largest = 0; // the size of the largest pieces when they were last added up
-    std::map<std::string, std::uint64_t> pieces; // by file
+    std::map<std::string, std::uint64_t> pieces; // keyed by file
 };
 
 std::mutex& NeedLock() {
@@ -47,7 +47,7 @@ std::mutex& NeedLock() {
     return lock;
 }
 
-/// For one thread at a time.
+/// Hold NeedLock() while using it.
 MemoryNeed& Need() {
     static MemoryNeed need;
     return need;

@@ -13,13 +13,13 @@ namespace lantern {
 /// memory. It lives as long as somebody uses it; after that, files are read again.
 std::shared_ptr<OIIO::ImageCache> SharedTextureCache();
 
-/// Sets the limit of the memory that tiles take. The image library ends the process when they take
-/// ten times the limit, which can happen if the tiles that are in use do, or if the limit drops.
-/// The limit is therefore higher than asked for if the largest of all pieces need it.
+/// Limits the memory of tiles. The image library ends the process when tiles exceed ten times the
+/// limit, which can happen if the tiles in use at once are large, or if the limit drops. The limit
+/// is therefore set higher than asked for if the largest pieces need it.
 void LimitTextureMemory(OIIO::ImageCache& cache, int megabytes);
 
-/// Tells the size of the tiles of a file, or of the whole image if it has none, before the first of
-/// them is read.
+/// Registers the size of a file's tiles, or of the whole image if it has none. Call it before the
+/// first of them is read.
 void AddTexturePiece(OIIO::ImageCache& cache, const std::string& file, std::uint64_t bytes);
 
 /// The limit in megabytes: the one asked for or, if that is 0, the environment variable

@@ -39,7 +39,7 @@ double PieceBytes(const OIIO::ImageSpec& spec) {
     const double height = spec.tile_height > 0 ? spec.tile_height : spec.height;
     const auto type = spec.format.basetype;
     const bool isKept = type == OIIO::TypeDesc::UINT8 || type == OIIO::TypeDesc::UINT16 ||
-                        type == OIIO::TypeDesc::HALF; // the cache makes floats of all others
+                        type == OIIO::TypeDesc::HALF; // the cache converts all others to floats
     return width * height * spec.nchannels * double(isKept ? spec.format.size() : sizeof(float));
 }
 

@@ -24,29 +24,30 @@ float LinearFromByte(std::uint8_t byte);
 /// The channels of a file that are read.
 struct TextureChannels {
     int first = 0;
-    int count = 0; ///< 3; 1 for a value that is used three times; 0 for a constant 1
+    int count = 0; ///< 3 for a color; 1 for a single value used three times; 0 for a constant 1
 };
 
 /// The texels of an image at one resolution.
 struct TextureLevel {
     OIIO::ImageCache::ImageHandle* handle = nullptr;
-    int mipLevel = 0; // in the file
+    int mipLevel = 0; // mip level in the file
     int width = 0, height = 0;
-    int gridX = 0, gridY = 0;     // where the texels begin in the grid of tiles
-    int originX = 0, originY = 0; // of the grid of tiles
+    int gridX = 0, gridY = 0;     // position of the first texel in the grid of tiles
+    int originX = 0, originY = 0; // pixel coordinates of the grid's first tile
     int tileWidth = 0, tileHeight = 0;
-    bool isSrgb = false; // never for alpha
+    bool isSrgb = false; // false for alpha
 };
 
-/// An open texture file, or a set of files by the square of texture coordinates that they cover.
+/// An open texture file, or a set of files that each cover a square of texture coordinates.
 struct TextureImage {
     const Texture* texture = nullptr;
     std::string file;
     Texture::Wrap wrapU = Texture::Wrap::Repeat;
     Texture::Wrap wrapV = Texture::Wrap::Repeat;
-    /// The files of a set by number, from 1001 on; null where there is no file. A set has no levels.
+    /// The files of a set by number, from 1001 on; null where there is no file. A set has no
+    /// levels.
     std::vector<std::unique_ptr<TextureImage>> tiles;
-    bool isReadable = false; ///< a set is readable when one of its files is
+    bool isReadable = false; ///< a set is readable if one of its files is
     int channelCount = 0;
     TextureChannels channels;
     std::vector<TextureLevel>
@@ -122,18 +123,18 @@ double PieceBytes(const OIIO::ImageSpec& spec);
 /// Whether the cache can take a piece of this size.
 bool IsPieceSound(const OIIO::ImageSpec& spec);
 
-/// Whether a file of this size can hold the image. No format makes pictures this much smaller, so
-/// that the header of a small file cannot ask for all memory.
+/// Whether a file of this size can hold the image: no format compresses more than a fixed factor.
+/// This keeps the header of a small file from asking for all memory.
 bool IsPlausible(const OIIO::ImageSpec& spec, const std::string& file);
 
-/// A file with less than three channels is grey. A file without alpha is opaque.
+/// The channels to read. A file with fewer than three is grey; a file without alpha is opaque.
 TextureChannels ChannelsOf(const Texture& texture, int channels);
 
 TextureLevel LevelOf(OIIO::ImageCache::ImageHandle* handle, int mipLevel,
                      const OIIO::ImageSpec& spec);
 
-/// The files of a set whose name has "<UDIM>" in the place of a number from 1001 to 9999. Numbers
-/// grow by 1 with the first texture coordinate, up to 10 squares, and by 10 with the second one.
+/// The files of a set by number. In the name of the set "<UDIM>" stands for the number, from 1001
+/// to 9999. Numbers grow by 1 along s, for up to 10 squares, and by 10 along t.
 std::map<int, std::string> UdimFiles(const std::string& pattern);
 bool IsUdim(const std::string& file);
 

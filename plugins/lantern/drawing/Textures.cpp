@@ -87,10 +87,10 @@ struct Textures::Library {
     void open(Image& image) const;
     void openFile(Image& image) const;
     void openTiles(Image& image) const;
-    /// The image at these coordinates, which become those in its square. Null, after a warning, if
-    /// there is none.
+    /// The image at these coordinates; changes them to coordinates within its square. Returns null,
+    /// after a warning, if there is no image.
     const Image* imageAt(Index texture, V2f& place) const;
-    /// The image of a texture that is no set. Null if it cannot be read.
+    /// The image of a texture that is not a set. Null if it cannot be read.
     const Image* whole(Index texture) const;
     void addLevels(Image& image) const;
     bool texel(const Image& image, const Level& level, int x, int y, Color& value) const;
@@ -122,8 +122,8 @@ void Textures::Library::warn(const Image& image) const {
 
 void Textures::Library::warn(const Image& image, const std::string& why) const {
     if (image.isReported.exchange(true)) return;
-    // A material may use the same file more than once, in different ways, and the image library
-    // tells only the first time what is wrong with it.
+    // A material may use the same file several times in different ways, and the image library
+    // reports an error in the file only the first time.
     const auto texture = static_cast<Index>(image.texture - scene.textures.data());
     const std::string what =
         MaterialUsing(scene, texture) + "cannot read the texture \"" + image.file + "\"";
@@ -278,7 +278,7 @@ bool Textures::Library::blend(const Image& image, const Level& level, const V2f&
     Color sum(0, 0, 0);
     const auto add = [&](int x, int y, float share) {
         Color found(0, 0, 0);
-        if (x >= 0 && y >= 0) { // else black
+        if (x >= 0 && y >= 0) { // outside it is black
             if (tile.isLoaded() && tile.has(x, y))
                 found = tile.texel(x, y);
             else if (!texel(image, level, x, y, found))
@@ -339,7 +339,7 @@ void Textures::eachTexel(Index texture, const TexelFunction& function) const {
     if (!found) return;
     const Image& image = *found;
     const Level& level = image.levels[0];
-    // The columns of tiles that cannot be read, so that not every row tries again.
+    // Columns of tiles that cannot be read are skipped, so that not every row tries again.
     std::vector<bool> isBroken(static_cast<std::size_t>(image.width() / level.tileWidth) + 1);
     for (int y = 0; y < image.height(); ++y) {
         if (y % level.tileHeight == 0) isBroken.assign(isBroken.size(), false);

@@ -302,7 +302,7 @@ std::optional<ShadingValue> ShadingCompiler::noise(const ShadingNode& node, cons
     return add(std::move(step));
 }
 
-/// The first texture coordinate, or the second one if the node says so.
+/// The texture coordinate along which a ramp runs if its value has no source.
 ShadingValue ShadingCompiler::coordinateAlong(const ShadingNode& node) {
     ShadingStep along;
     along.kind =
@@ -313,7 +313,7 @@ ShadingValue ShadingCompiler::coordinateAlong(const ShadingNode& node) {
     return add(std::move(along));
 }
 
-/// Without a value the ramp runs along a texture coordinate.
+/// A ramp over the input "value" or, without that input, along a texture coordinate.
 std::optional<ShadingValue> ShadingCompiler::ramp(const ShadingNode& node, const ShadingUse& use) {
     ShadingStep step;
     step.kind = Kind::Ramp;

@@ -20,12 +20,12 @@ using TextureFileOf = std::function<std::optional<std::string>(const std::string
 /// Takes a warning about a material.
 using WarnOfMaterial = std::function<void(const std::string& what)>;
 
-/// The use of a value.
+/// How a value is used.
 struct ShadingUse {
-    std::string input;     ///< of the shader
-    bool isColor = false;  ///< else an image's values are linear unless it says otherwise
-    bool isVector = false; ///< a color or a normal; else a single number
-    float opacity = 1;     ///< factor of the alpha of an image with factors for its colors
+    std::string input;     ///< name of the shader's input
+    bool isColor = false;  ///< images without a color space are sRGB; false: linear
+    bool isVector = false; ///< a color or a normal; false: a single number
+    float opacity = 1;     ///< factor for the alpha of an image whose "multiply" is for colors only
 };
 
 /// Compiles the nodes that feed a shader to the steps of a Material. The types of nodes, with their

@@ -38,7 +38,7 @@ bool CanBeInverted(const M44f& matrix) {
            std::abs(determinant) > kLeastVolume * volume;
 }
 
-/// Scales that are smaller than this part of `largest` become that part.
+/// Raises scales that are smaller than kThickness times `largest` to that size.
 void Thicken(M44f& matrix, double largest) {
     M33d linear;
     for (int i = 0; i < 3; ++i)
@@ -73,7 +73,7 @@ bool MakeInvertible(M44f* steps, int count, double largest) {
     });
 }
 
-/// Between a step and its mirror image there is a matrix that cannot be inverted.
+/// Whether steps mirror each other: between such steps a matrix cannot be inverted.
 bool IsMirroredInBetween(const M44f* steps, int count) {
     return std::any_of(steps + 1, steps + count, [&](const M44f& matrix) {
         return (DeterminantOf(matrix) < 0) != (DeterminantOf(steps[0]) < 0);

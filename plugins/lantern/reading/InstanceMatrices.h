@@ -8,14 +8,14 @@
 
 namespace lantern {
 
-/// The matrices of an instance at its motion steps. All can be inverted in single precision, as
-/// ray tracing needs it: flattened ones are thickened by a ten thousandth.
+/// The matrices of an instance at its motion steps. Ray tracing has to invert them in single
+/// precision, so a scale of 0 is replaced by a ten thousandth of the largest scale.
 struct InstanceMatrices {
     explicit InstanceMatrices(const Transform& transform);
 
     std::array<M44f, kFinestSteps> steps;
     int count = 0;                 ///< 0 if the instance cannot be drawn
-    const char* warning = nullptr; ///< null without a problem; a scale of 0 is no problem
+    const char* warning = nullptr; ///< null if there is none; a scale of 0 alone gives none
 };
 
 } // namespace lantern

@@ -18,19 +18,21 @@ struct LocationFacts {
     Attribute attributes;
     Kind kind = Kind::Group;
     bool isVisible = true;
-    const Delegates::Delegate* delegate = nullptr; ///< of the location's type; may be null
+    const Delegates::Delegate* delegate =
+        nullptr; ///< delegate for the location's type; may be null
     LocalTransform transform;
     Attribute material;
     Attribute materialAssign; ///< the path of the material; none without one
-    Attribute geometry;       ///< of shapes only
-    Attribute textures;       ///< of meshes only
+    Attribute geometry;       ///< none unless the location is a shape
+    Attribute textures;       ///< none unless the location is a mesh
     std::size_t faceCount = 0;
 
     // Results for the location that was visited last.
     std::optional<Index> shape;
     MaterialChain::Ptr materialsAbove;
-    MaterialChain::Ptr materials; ///< of the location: its own below `materialsAbove`
-    std::optional<Index> surface; ///< for the materials of hash `surfaceMaterials`
+    MaterialChain::Ptr materials; ///< the location's own materials, below `materialsAbove`
+    std::optional<Index>
+        surface; ///< the surface made from the materials with hash `surfaceMaterials`
     Hash surfaceMaterials;
 
     /// The chain of a location whose ancestors have the materials `above`.

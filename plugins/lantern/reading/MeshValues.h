@@ -11,10 +11,10 @@ namespace lantern {
 /// The elements of a mesh that a list of values belongs to.
 struct MeshCorners {
     std::size_t pointCount;
-    std::size_t cornerCount; ///< of all faces
+    std::size_t cornerCount; ///< number of corners of all faces
     std::size_t faceCount;
-    const std::vector<Index>& corners; ///< of the triangles, among those of all faces
-    const std::vector<Index>& faces;   ///< of the triangles
+    const std::vector<Index>& corners; ///< the face corner at each corner of a triangle
+    const std::vector<Index>& faces;   ///< the face of each triangle
 };
 
 /// Replaces zero normals by the normal of the surface around the point.

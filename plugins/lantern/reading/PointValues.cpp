@@ -21,7 +21,7 @@ std::vector<V3f> ToPoints(const std::vector<float>& values) {
     return points;
 }
 
-/// Returns nothing, after a warning, if the numbers are no points.
+/// Returns nothing, after a warning, if the numbers cannot be points.
 std::optional<std::vector<V3f>> ReadStep(const ShapeReader& reader, const Attribute& points,
                                          float time) {
     const std::vector<float> values = points.floatsAt(time);

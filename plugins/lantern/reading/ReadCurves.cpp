@@ -87,8 +87,8 @@ public:
 
     std::vector<Index> segments;
     std::vector<Index> firstSegments;
-    std::vector<Index> pointSources; ///< for each point laid out, the given one
-    std::vector<Index> curveSources; ///< for each curve that is drawn, the given one
+    std::vector<Index> pointSources; ///< the source point of each point laid out
+    std::vector<Index> curveSources; ///< the source curve of each curve that is drawn
     bool hasUnused = false;          ///< whether points or curves are left out
 
 private:
@@ -145,8 +145,8 @@ public:
               std::size_t curveCount)
         : reader(reader), built(built), pointCount(pointCount), curveCount(curveCount) {}
 
-    /// Adds the set to the list, or warns if it does not fit. `read` reads the set of a number of
-    /// elements.
+    /// Adds the set to the list, or warns if it does not fit. `read` reads a set with a given
+    /// number of elements.
     template <typename Value>
     void read(const std::string& name, const Attribute& set,
               std::optional<IndexedValues<Value>> (*read)(const Attribute&, std::size_t, float),

@@ -13,7 +13,7 @@ namespace lantern {
 /// A light before its texture has an index.
 struct LightDraft {
     Light light;
-    std::string textureFile; ///< of an EnvironmentLight; empty for none
+    std::string textureFile; ///< only for an EnvironmentLight; empty without a texture
 };
 
 /// Reads a location's "light" group. The defaults are in parentheses:
@@ -23,7 +23,7 @@ struct LightDraft {
 ///     intensity          the light is color * intensity * 2^exposure (1)
 ///     exposure           in stops (0)
 ///     decay              points and spots: light is divided by x + y d + z d^2 (0, 0, 1)
-///     radius             points and spots: of the sphere that shines (0)
+///     radius             points and spots: radius of the sphere that shines (0)
 ///     coneInner          spots: full angle in degrees (30)
 ///     coneOuter          spots: full angle in degrees (40)
 ///     angle              directional: apparent diameter in degrees (0)

@@ -52,7 +52,7 @@ ShadingUse UseOf(const MaterialInputInfo& info, const std::string& name, const M
     return {name, info.color != nullptr, info.color || isNormal, material.opacity};
 }
 
-/// The value that feeds an input, with the input's own value as the default.
+/// The value that feeds an input; the material's own value if nothing does.
 ShadingValue ValueOf(const Material& material, const MaterialInputInfo& info) {
     ShadingValue value = material[info.input];
     value.constant = OwnValueOf(material, info);

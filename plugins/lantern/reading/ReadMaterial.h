@@ -18,7 +18,7 @@ namespace lantern {
 ///
 /// "baseColor" is also called color, Kd or diffuse. The shaders standard_surface, matte, plastic,
 /// metal, glass and emitter differ in their defaults. Any other shader is read as standard_surface,
-/// with a warning. Each input of kInputInfos may be connected to nodes (CompileShading.h). One
+/// with a warning. Each input of kInputInfos may be connected to nodes (CompileShading.h). An input
 /// without a connection uses the location's texture of the same name, if there is one. An input
 /// that has no usable value keeps its own, with a warning.
 MaterialDraft ReadMaterial(const ShadingNetwork& network, const std::string& name,

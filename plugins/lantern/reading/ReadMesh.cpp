@@ -64,7 +64,7 @@ std::vector<Index> Cut(const Faces& faces, Mesh& mesh) {
 struct CutMesh {
     Mesh mesh;
     Faces faces;
-    std::vector<Index> corners; ///< for each corner of a triangle, that of all faces
+    std::vector<Index> corners; ///< the face corner at each corner of a triangle
 
     MeshCorners where() const {
         return {mesh.points[0].size(), faces.corners.size(), faces.starts.size() - 1, corners,

@@ -11,8 +11,8 @@ struct OxPluginHost;
 namespace lantern {
 
 struct ReadOptions {
-    float frame = 0; ///< to which the shutter's opening and closing are relative
-    int threads = 0; ///< that walk the scene; 0 means one for each processor
+    float frame = 0; ///< the shutter's times are relative to this frame
+    int threads = 0; ///< number of threads that walk the scene; 0: one per processor
 };
 
 /// Reads the scene below "/root" through the host's suites, with several threads. The result does

@@ -67,7 +67,7 @@ private:
 
     Pieces<M44f> transforms;
     Pieces<Instance> instances;         ///< firstTransform is an index into this part's transforms
-    std::vector<std::string> locations; ///< of the instances; empty if nobody needs them
+    std::vector<std::string> locations; ///< one path per instance; empty if no layer needs paths
     std::vector<LightDraft> lights;
 };
 
@@ -85,7 +85,7 @@ public:
     SceneData join(std::deque<Shape> shapes, Surfaces::All surfaces);
 
 private:
-    /// For all instances. Throws if they are too many.
+    /// Reserves memory for all instances. Throws if there are too many.
     void reserveMemory(SceneData& scene) const;
 
     std::mutex lock; // guards the list, not the parts

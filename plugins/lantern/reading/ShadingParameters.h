@@ -13,7 +13,7 @@ namespace lantern {
 /// The numbers of an attribute; none if one of them is not finite.
 std::vector<float> FiniteNumbers(const Attribute& value);
 
-/// The color of one or three numbers or more, or `otherwise`.
+/// A color from one number, or from the first three. Returns `otherwise` for two or none.
 Color ReadColor(const Attribute& value, const Color& otherwise);
 
 /// The first two numbers, or `otherwise`; a single number stands for both.
@@ -28,13 +28,13 @@ UvTransform Composed(const UvTransform& first, const UvTransform& second);
 
 Texture::Wrap ReadWrap(const Attribute& mode);
 
-/// Whether a file whose color space is not given holds sRGB: colors do, except in ".exr" and
-/// ".hdr".
+/// Whether a file without a given color space holds sRGB values: files of colors do, except ".exr"
+/// and ".hdr".
 bool IsSrgbByItself(const std::string& file, bool isColor);
 
-/// The parameter "multiply" of an image that is read for one channel, or for -1 all of them. The
-/// factor of a single channel is the first component. `opacity` is that of an alpha whose image has
-/// factors for its colors only.
+/// The parameter "multiply" of an image of which one channel is read, or all if `channel` is -1. A
+/// single channel is multiplied by the first component. `opacity` is the factor of an alpha channel
+/// if "multiply" is for colors only.
 Color ReadMultiply(const Attribute& multiply, int channel, float opacity);
 
 /// 0 to 3 for a port that is a single channel ("g" or "out:g"), -1 for all of them.

@@ -31,7 +31,7 @@ public:
     LocalTransform(const Suites& suites, const Attribute& xform, const Shutter& shutter);
 
     bool isEmpty() const { return parts.empty(); }
-    /// Turns the transform of the parent into that of this location.
+    /// Changes the transform of the parent to the transform of this location.
     void applyTo(Transform& transform) const;
 
 private:
@@ -39,9 +39,9 @@ private:
     struct KindRow;
     struct Part {
         Kind kind;
-        int steps;                  // that its motion needs
-        int valueCount;             // per step
-        std::vector<double> values; // of one step, or of all finest steps
+        int steps;                  // number of steps that its motion needs
+        int valueCount;             // values per step
+        std::vector<double> values; // the values of one step, or of all finest steps
     };
     static const KindRow kKinds[];
 
@@ -50,7 +50,7 @@ private:
                  const Shutter& shutter);
     static void apply(const Part& part, const double* values, M44d& matrix);
 
-    std::vector<Part> parts; // in the order of the group: the first is applied last
+    std::vector<Part> parts; // the order of the group: the first is applied last
 };
 
 /// The product of a list of transforms from the root down.

@@ -50,7 +50,7 @@ float PixelMeasure::length(const V3f& from, const V3f& to) const {
 }
 
 bool PixelMeasure::isInPicture(const V3f& center, float radius) const {
-    const float depth = radius - center.z; // of the farthest point
+    const float depth = radius - center.z; // depth of the farthest point
     if (depth < 0) return false;
     const float scale = isOrthographic ? 1 : depth;
     return center.x + radius >= least.x * scale && center.x - radius <= most.x * scale &&

@@ -23,7 +23,7 @@ private:
 
     M44f worldToCamera;
     bool isOrthographic;
-    float pixelWidth; // in camera space, at depth 1
+    float pixelWidth; // width of a pixel in camera space, at depth 1
     float near;
     V2f least, most; // the picture in camera space, at depth 1
 };

@@ -11,8 +11,8 @@
 
 namespace lantern {
 
-/// Texture coordinates or colors, with one value wherever corners of a point have equal ones, so
-/// that the surface is smooth across the edges between them.
+/// Texture coordinates or colors in which corners of a point share a value if theirs are equal, so
+/// that values are smooth across the edges between such corners.
 struct WeldedValues {
     int count() const { return static_cast<int>(values.size()) / size; }
 

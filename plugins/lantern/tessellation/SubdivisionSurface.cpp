@@ -21,7 +21,7 @@ using Cache = Bfr::SurfaceFactoryCacheThreaded<std::mutex, std::lock_guard<std::
                                                std::lock_guard<std::mutex>>;
 using Factory = Bfr::RefinerSurfaceFactory<Cache>;
 
-constexpr int kFacesOfPortion = 64; // that a thread tessellates at a time
+constexpr int kFacesOfPortion = 64; // faces that a thread tessellates at a time
 
 /// The patch points of a surface for values of two or three floats each.
 class PreparedSurface {
@@ -48,9 +48,9 @@ private:
 /// edges, then those inside of faces. Values at the corners of triangles are stored by face.
 struct Layout {
     std::vector<Index> firstOfEdge;
-    std::vector<Index> firstInside;   // of each face
-    std::vector<Index> firstCoord;    // of each face, and the end
-    std::vector<Index> firstTriangle; // of each face, and the end
+    std::vector<Index> firstInside;   // first inner point of each face
+    std::vector<Index> firstCoord;    // first coordinate of each face; last, the end
+    std::vector<Index> firstTriangle; // first triangle of each face; last, the end
     // The face that computes the point or the points on the edge.
     std::vector<Index> ownerOfVertex;
     std::vector<Index> ownerOfEdge;
@@ -60,10 +60,10 @@ struct Layout {
 /// A face of the cage with the coordinates of its tessellation.
 struct TessellatedFace {
     int number = 0;
-    std::size_t firstCoord = 0; // in the values of the mesh at corners
+    std::size_t firstCoord = 0; // index into the mesh's values at corners
     std::vector<V2f> coords;
-    std::vector<Index> points; // of the mesh, at each coordinate
-    std::vector<bool> isOwned; // whether this face computes the point
+    std::vector<Index> points; // the mesh's point at each coordinate
+    std::vector<bool> isOwned; // whether this face computes that point
 };
 
 /// Whether all faces and points have at most kMostEdgesAround edges.
@@ -85,7 +85,7 @@ std::vector<int> RatesOf(const Far::TopologyLevel& cage, int face, const std::ve
     return result;
 }
 
-/// The vertices and edges of the face become its own, unless they belong to an earlier face.
+/// Makes the face the owner of its vertices and edges, unless they belong to an earlier face.
 void ClaimPoints(const Far::TopologyLevel& cage, int face, Layout& layout) {
     const auto vertices = cage.GetFaceVertices(face);
     const auto edges = cage.GetFaceEdges(face);
@@ -97,7 +97,7 @@ void ClaimPoints(const Far::TopologyLevel& cage, int face, Layout& layout) {
     }
 }
 
-/// The vertices come first, then the inner points of the edges. Nothing has an owner yet.
+/// Numbers the vertices, then the inner points of the edges. Nothing has an owner yet.
 Layout StartLayout(std::size_t vertices, const std::vector<int>& rates) {
     Layout layout;
     layout.ownerOfVertex.assign(vertices, kNone);
@@ -312,7 +312,7 @@ Mesh SubdivisionSurface::tessellate(const std::vector<std::vector<V3f>>& points,
     Mesh mesh;
     mesh.points.resize(points.size());
     for (std::size_t step = 0; step < points.size(); ++step) {
-        mesh.points[step] = points[step]; // for vertices that have no face with a limit surface
+        mesh.points[step] = points[step]; // kept at vertices without a limit surface
         mesh.points[step].resize(layout.pointCount, V3f(0));
     }
     mesh.triangles.resize(std::size_t(3) * layout.firstTriangle.back(), 0);

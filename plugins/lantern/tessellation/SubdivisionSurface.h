@@ -12,7 +12,8 @@ namespace lantern {
 /// The limit surface of a cage. For one thread at a time.
 class SubdivisionSurface {
 public:
-    /// The time for a face grows with the third power of the edges around it or one of its points.
+    /// The time for a face grows with the third power of the number of edges around it or its
+    /// points.
     static constexpr int kMostEdgesAround = 600;
 
     /// Refers to the rules.

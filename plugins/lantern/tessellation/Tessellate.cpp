@@ -16,8 +16,8 @@
 namespace lantern {
 namespace {
 
-constexpr int kMostParts = 1024;            // of an edge
-constexpr std::size_t kMostPlacements = 16; // of one shape that are measured edge by edge
+constexpr int kMostParts = 1024;            // limit for the parts of an edge
+constexpr std::size_t kMostPlacements = 16; // instances of a shape to measure edge by edge
 // The memory of a triangle: 36 bytes of indices, 4 for the face, 32 for half a point with its
 // normal and texture coordinate, and about a hundred in the tree for rays.
 constexpr double kBytesPerTriangle = 180;
@@ -29,8 +29,8 @@ struct Job {
 
     Index shape;
     SubdivisionSurface surface;
-    std::vector<M44f> toCamera;     // of its nearest instances
-    std::vector<float> edgeLengths; // in pixels
+    std::vector<M44f> toCamera;     // transforms of its nearest instances
+    std::vector<float> edgeLengths; // pixels
     std::vector<int> rates;
 };
 
@@ -52,11 +52,11 @@ float LargestScale(const M44f& toCamera, const Imath::Box3f& box, const PixelMea
 
 /// An instance of a shape.
 struct Placement {
-    float scale; // in pixels per unit
+    float scale; // pixels per unit
     M44f toCamera;
 };
 
-/// Adds to a heap that has the coarsest placement first and holds only the finest ones.
+/// Adds to a heap that holds only the finest placements, with the coarsest of them on top.
 void AddPlacement(const Placement& placement, std::vector<Placement>& heap) {
     const auto isFiner = [](const Placement& a, const Placement& b) { return a.scale > b.scale; };
     heap.push_back(placement);
@@ -137,7 +137,7 @@ void ChooseAllRates(const Quality& quality, std::vector<std::unique_ptr<Job>>& j
                     std::to_string(quality.subdivisionMemory) + " megabytes");
 }
 
-/// A job for each shape that can be subdivided. Warns of the others.
+/// Makes a job for each shape that can be subdivided. Warns of the others.
 std::vector<std::unique_ptr<Job>> JobsOf(const SceneData& scene, Report& report) {
     std::vector<std::unique_ptr<Job>> jobs;
     for (Index i = 0; i < scene.shapes.size(); ++i) {
@@ -157,12 +157,12 @@ std::vector<std::unique_ptr<Job>> JobsOf(const SceneData& scene, Report& report)
     return jobs;
 }
 
-/// The mesh of the tessellated surface replaces the cage.
+/// Replaces the cage by the mesh of the tessellated surface.
 void ReplaceCage(std::unique_ptr<Job> job, int threads, std::vector<Shape>& shapes) {
     Shape& shape = shapes[job->shape];
     Mesh mesh = job->surface.tessellate(shape.mesh.points, job->rates, CountThreads(threads));
     shape.mesh = std::move(mesh);
-    job.reset(); // which refers to the rules
+    job.reset(); // it refers to the subdivision
     shape.subdivision.reset();
 }
 

@@ -162,7 +162,7 @@ TEST(Draw, ClipsAtTheNearAndFarPlanes) {
     scene.camera.near = 2;
     scene.camera.far = 5;
     EXPECT_EQ(Mean(Drawn(scene)).g,
-              1); // also in the corners: planes clip by depth, not by distance
+              1); // the corners are covered too: planes clip by depth, not distance
     scene.camera.far = 4.98f;
     EXPECT_EQ(Mean(Drawn(scene)).a, 0);
 }

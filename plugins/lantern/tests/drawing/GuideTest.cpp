@@ -61,7 +61,7 @@ TEST(Guide, HasADensityThatIntegratesToOne) {
 TEST(Guide, SamplesDirectionsWithItsDensity) {
     const Guide guide(TwoPlaces());
     const Guide::Directions& directions = guide.at({0, 0, 0})->directions;
-    double solidAngle = 0; // of the directions of nonzero density, by sampling
+    double solidAngle = 0; // estimated solid angle of the directions of nonzero density
     for (int i = 0; i < 10000; ++i) {
         const V3f direction =
             directions.sample({(float(i % 100) + 0.5f) / 100, (float(i) + 0.5f) / 10000});
@@ -97,7 +97,7 @@ TEST(Guide, FollowsLightThatASurfaceReflects) {
     for (const V3f& direction : Sphere(1000)) {
         visits.push_back(VisitAt({0, 0, 0}, direction));
         if (direction.z < 0.9f) continue;
-        visits.back().goesOn = true; // to a lit surface above
+        visits.back().goesOn = true; // the path goes on to a lit surface above
         visits.push_back(VisitAt({0, 0, 10}, {0, 0, 1}));
         visits.back().reflected = 2;
     }

@@ -84,7 +84,7 @@ TEST(DepthLayer, IsTheDistanceAlongTheAxisOfTheCamera) {
     scene.layers.depth = true;
     scene.camera.toWorld = {M44d().setTranslation(Imath::V3d(0, 0, 2))};
     const Picture picture = Drawn(scene);
-    EXPECT_FLOAT_EQ(ValueAt(picture, "Z", 0, 0), 6); // also in the corner
+    EXPECT_FLOAT_EQ(ValueAt(picture, "Z", 0, 0), 6); // the same depth in the corner
     EXPECT_FLOAT_EQ(ValueAt(picture, "Z", 7, 7), 10);
 }
 

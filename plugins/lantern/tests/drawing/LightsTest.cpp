@@ -101,7 +101,7 @@ TEST(PointLight, GivesItsIntensityByTheSquaredDistance) {
 
 TEST(PointLight, FollowsItsDecay) {
     auto light = Point(At(0, 0, 1), 8);
-    light.decay = V3f(1, 0.5f, 0.25f); // at distance 2: 3
+    light.decay = V3f(1, 0.5f, 0.25f); // the divisor is 3 at distance 2
     EXPECT_NEAR(Irradiance(light, 1), 8.0 / 3, 1e-4);
     light.radius = 0.5f;
     EXPECT_NEAR(Irradiance(light), 8.0 / 3, 0.03);

@@ -9,7 +9,8 @@ namespace {
 
 using namespace lantern;
 
-class NoiseTest : public testing::TestWithParam<float> {}; // the growth of z with x
+class NoiseTest : public testing::TestWithParam<float> {
+}; // the parameter is the slope of z along x
 
 TEST_P(NoiseTest, IsContinuousAroundOneHalf) {
     const float depth = GetParam();

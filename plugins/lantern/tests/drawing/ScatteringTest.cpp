@@ -107,7 +107,8 @@ TEST(Volume, AbsorbsLightByTheWayThroughIt) {
     glass.attenuationColor = {0.25f, 0.5f, 1};
     glass.attenuationDistance = 1;
     SceneData scene = Ahead(Square(-9, -9, 9, 9, -1), glass);
-    const M44f turned = M44f().rotate(V3f(0, float(M_PI), 0)) * Moved(0, 0, -4); // from -1 to -3
+    const M44f turned =
+        M44f().rotate(V3f(0, float(M_PI), 0)) * Moved(0, 0, -4); // moves z from -1 to -3
     AddInstance(scene, 0, {turned}, scene.instances[0].surface);
     const Rgba mean = Mean(Drawn(scene, 16));
     EXPECT_NEAR(mean.r, 0.0625f, 1e-3f);

@@ -210,7 +210,7 @@ TEST(Normals, DoNotLeakLightFromBehind) {
     SceneData scene = EmptyScene(1, 1);
     scene.camera.fov = 0.01f;
     AddMesh(scene, mesh, AddMaterial(scene, Matt(kWhite)));
-    DirectionalLight sun; // from the right and slightly from behind: above the normals' horizon
+    DirectionalLight sun; // shines from the right, slightly from behind, above the normals' horizon
     sun.toWorld.rotate(Imath::V3d(0, 100 * M_PI / 180, 0));
     scene.lights = {sun};
     EXPECT_EQ(Mean(Drawn(scene, 4)).g, 0);

@@ -230,7 +230,7 @@ TEST_F(TexturesTest, CanBeNormalMaps) {
     Feed(material, MaterialInput::Normal, 0);
     AddMesh(scene, Square(-9, -9, 9, 9, -3), AddMaterial(scene, material));
     DirectionalLight sun;
-    sun.toWorld.rotate(Imath::V3d(-std::atan2(0.6, 0.8), 0, 0)); // from (0, 0.6, 0.8)
+    sun.toWorld.rotate(Imath::V3d(-std::atan2(0.6, 0.8), 0, 0)); // shines from (0, 0.6, 0.8)
     scene.lights = {sun};
     scene.quality.maxDepth = 1;
     EXPECT_NEAR(Mean(Drawn(scene, 4)).g * M_PI, 1, 0.01);

@@ -1,11 +1,11 @@
-"""Image files that are small and unusual: odd sizes, and headers that promise more than there is."""
+"""Small unusual image files: odd sizes, and headers that promise more data than there is."""
 
 import struct
 import zlib
 
 
 def png(width, height, rows=b""):
-    """A PNG of grey bytes whose header may say more than there is."""
+    """A PNG of grey bytes whose header may promise more rows than there are."""
     def chunk(kind, content):
         return (struct.pack(">I", len(content)) + kind + content
                 + struct.pack(">I", zlib.crc32(kind + content)))
@@ -19,7 +19,7 @@ def whole_png(width, height):
 
 
 def tiff(width, height, channels=1, bits=8, tile=None, content=b"\x80" * 64):
-    """A TIFF without compression whose tags may say more than there is."""
+    """A TIFF without compression whose tags may promise more data than there is."""
     at = 8
     entries = [(256, 4, width), (257, 4, height), (258, 3, bits), (259, 3, 1), (262, 3, 1),
                (277, 3, channels)]
@@ -41,7 +41,7 @@ def hdr(width, height):
 
 
 def jpeg(width, height):
-    """The markers of a JPEG without a picture behind them."""
+    """The headers of a JPEG without the data of the picture."""
     quantization = b"\xff\xdb\x00\x43\x00" + b"\x01" * 64
     frame = b"\xff\xc0\x00\x0b\x08" + struct.pack(">HH", height, width) + b"\x01\x01\x11\x00"
     codes = b"\xff\xc4\x00\x14\x00" + b"\x01" + b"\x00" * 15 + b"\x00"
@@ -50,7 +50,7 @@ def jpeg(width, height):
 
 
 def exr(x0, y0, x1, y1, tile=None, channel=b"Y", content=b""):
-    """An OpenEXR file of one channel of floats without compression."""
+    """The header of an OpenEXR file with one uncompressed channel of floats."""
     def attribute(name, kind, value):
         return name + b"\0" + kind + b"\0" + struct.pack("<I", len(value)) + value
     window = struct.pack("<iiii", x0, y0, x1, y1)
@@ -70,7 +70,7 @@ def exr(x0, y0, x1, y1, tile=None, channel=b"Y", content=b""):
 
 
 def whole_exr(values):
-    """One line of these floats."""
+    """An OpenEXR file of one line with these floats."""
     start = len(exr(0, 0, len(values) - 1, 0)) + 8
     line = struct.pack(f"<ii{len(values)}f", 0, 4 * len(values), *values)
     return exr(0, 0, len(values) - 1, 0, content=struct.pack("<Q", start) + line)

@@ -7,7 +7,7 @@ INF, NAN = float("inf"), float("nan")
 
 
 def numbers(values, tuple_size=3, kind="float"):
-    """A typed attribute; JSON has no words for inf and nan, so that they are texts."""
+    """A typed attribute. JSON cannot express inf and nan as numbers, so they are texts."""
     texts = [value if abs(value) < INF else "nan" if value != value else f"{value}"
              for value in values]
     return {"$type": kind, "values": texts, "tuple": tuple_size}
@@ -23,7 +23,7 @@ def quad(points=(-1, -1, 0, 1, -1, 0, 1, 1, 0, -1, 1, 0), **geometry):
 
 
 def scene(things, camera=None, settings=None):
-    """Pairs of a name and the attributes of a location, side by side and seen whole."""
+    """A scene that shows things, (name, attributes) pairs, side by side in full view."""
     side = max(1, math.ceil(math.sqrt(len(things))))
     own = {"type": "camera", "geometry": {"fov": 50.0, "near": 0.1, "far": 1000.0, "left": -1.0,
                                           "right": 1.0, "top": 1.0, "bottom": -1.0},
@@ -92,7 +92,7 @@ def textured(file):
 
 
 def cage(**geometry):
-    """A cube of unit edges."""
+    """A cube with edges of length 1."""
     points = [x for i in range(8) for x in (i & 1, i >> 1 & 1, i >> 2)]
     faces = [0, 2, 3, 1, 4, 5, 7, 6, 0, 1, 5, 4, 2, 6, 7, 3, 0, 4, 6, 2, 1, 3, 7, 5]
     own = {"point.P": numbers(points),

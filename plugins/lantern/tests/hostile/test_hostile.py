@@ -32,7 +32,7 @@ class Hostile(unittest.TestCase):
             (cls.folder / name).write_bytes(content)
 
     def render(self, name, description, options=("--size", "24x24", "--samples", "2")):
-        """The text of the error, or None if there is a picture."""
+        """Returns the text of the error, or None if there is a picture."""
         number = abs(hash(name))
         scene, picture = self.folder / f"{number}.json", self.folder / f"{number}.png"
         scene.write_text(json.dumps(description))

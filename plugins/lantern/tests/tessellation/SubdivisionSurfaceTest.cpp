@@ -259,7 +259,7 @@ TEST(SubdivisionSurfaces, DoNotDependOnTheNumberOfThreads) {
 TEST(SubdivisionSurfaces, TakeBrokenTopology) {
     Cage cage = Cube();
     AddFace(cage, {0, 1, 1, 0});       // an edge from a point to itself
-    AddFace(cage, {0, 1, 5, 4});       // the same face twice
+    AddFace(cage, {0, 1, 5, 4});       // a copy of the same face
     AddFace(cage, {0, 7, 0, 7, 0, 7}); // one edge three times
     cage.rules.creases = {0, 7, 2, 2};
     cage.rules.creaseSharpness = {3, 3};
