@@ -4,9 +4,11 @@
     test_pack.py PROGRAM EXAMPLES_FOLDER
 """
 
+import fcntl
 import json
 import os
 import re
+import resource
 import shutil
 import signal
 import stat
@@ -186,7 +188,7 @@ class PackTest(TellarTest):
         self.assert_fails_with("no/such/packed.zip", "pack", self.scene, "no/such/packed.zip")
         self.assertEqual(sorted(set(os.listdir(self.folder)) - {"cache"}), before)
 
-    def stop_packing(self, target, watched, sent):
+    def stop_packing(self, target, watched, sent, prepare=with_usual_signals):
         """Sends a signal when something appears in the watched folder. Returns the exit status and
         standard error."""
         def content():
@@ -196,7 +198,7 @@ class PackTest(TellarTest):
         before = content()
         process = subprocess.Popen([self.program, "pack", str(self.scene), target], cwd=self.folder,
                                    env={**self.environment, "TMPDIR": str(self.folder / "tmp")},
-                                   stderr=subprocess.PIPE, preexec_fn=with_usual_signals)
+                                   stderr=subprocess.PIPE, preexec_fn=prepare)
         while process.poll() is None and content() == before:
             pass
         process.send_signal(sent)
@@ -221,6 +223,49 @@ class PackTest(TellarTest):
                 self.assertEqual(sorted(os.listdir(self.folder)), before)
                 for name in ("tmp", "there"):
                     self.assertEqual(os.listdir(self.folder / name), [])
+
+    def test_a_signal_does_not_wait_for_the_end_of_a_file(self):
+        """The file is so large that it cannot be copied to its end."""
+        def limit_files():
+            with_usual_signals()
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 34, 1 << 34))
+        self.write("site/huge.png", png(1, 2, 3))
+        os.truncate(self.folder / "site/huge.png", 1 << 36)
+        self.scene = self.write("site/huge.json", static_scene({"box": {"a": {
+            "material": image_material(str(self.folder / "site/huge.png"))}}}))
+        self.assertEqual(self.stop_packing("packed", self.folder, signal.SIGINT, limit_files),
+                         (130, "tellar: stopped; nothing is packed\n"))
+        self.assertFalse([name for name in os.listdir(self.folder) if "packed" in name])
+
+    def test_the_remains_of_a_killed_process_are_removed(self):
+        (self.folder / "there").mkdir()
+        remains = (".tellar-pack.packed.12/textures", "there/.tellar-pack.there.3")
+        others = (".tellar-pack.packed.old", ".tellar-pack.packed.2.7", ".tellar-pack.other.7")
+        for name in (*remains, *others):
+            (self.folder / name).mkdir(parents=True)
+        self.write(".tellar-pack.packed.12/textures/wood.png", png(1, 2, 3))
+        self.tellar("pack", self.scene, "packed")
+        self.tellar("pack", self.scene, "there/")
+        left = [name for name in os.listdir(self.folder) if name.startswith(".tellar-pack")]
+        self.assertEqual(sorted(left), sorted(others))
+        self.assertEqual(sorted(os.listdir(self.folder / "there")),
+                         ["models", "scene.json", "textures"])
+
+    def test_the_folder_of_a_process_that_still_packs_stays(self):
+        working = self.folder / ".tellar-pack.packed.12"
+        working.mkdir()
+        lock = os.open(working, os.O_RDONLY)
+        self.addCleanup(os.close, lock)
+        fcntl.flock(lock, fcntl.LOCK_EX)
+        self.tellar("pack", self.scene, "packed")
+        self.assertTrue(working.exists())
+
+    def test_copies_have_the_permissions_of_the_originals(self):
+        os.chmod(self.folder / "far/wood.png", 0o640)
+        self.tellar("pack", self.scene, "packed")
+        copies = list((self.folder / "packed").rglob("wood.png"))
+        self.assertIn(0o640, [stat.S_IMODE(os.stat(copy).st_mode) for copy in copies])
 
     def test_packed_folders_can_be_read_by_all(self):
         self.tellar("pack", self.scene, "packed")

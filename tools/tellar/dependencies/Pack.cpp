@@ -1,6 +1,9 @@
 #include "Pack.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
@@ -9,12 +12,15 @@
 #include "Output.h"
 #include "PackPlan.h"
 #include "SceneFiles.h"
+#include "files/RegularFile.h"
 
 namespace TellarTool {
 
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr std::size_t kPieceBytes = 1 << 20;
 
 [[noreturn]] void ThrowMissing(const std::string& file) {
     throw std::runtime_error(file + ": is missing; \"tellar deps\" lists all files of the scene, "
@@ -40,21 +46,50 @@ void CheckFiles(const SceneFiles& files, bool allowMissing) {
     if (!allowMissing) CheckTextures(files.textures);
 }
 
-void Copy(const std::string& source, const fs::path& target) {
+/// Throws Stopped after a signal.
+void Check(const StopSignals& signals) {
+    signals.throwIfNoted("nothing is packed");
+}
+
+[[noreturn]] void FailToCopy(const std::string& source, const fs::path& target,
+                             const std::string& reason) {
+    throw std::runtime_error(source + ": cannot be copied to " + target.string() + ": " + reason);
+}
+
+/// Copies in pieces, because a signal need not wait for the end of a large file.
+void CopyContent(const std::string& source, const fs::path& target, const StopSignals& signals) {
+    RegularFile::State state;
+    std::string reason;
+    const RegularFile::Pointer from = RegularFile::Open(source, state, reason);
+    if (!from) FailToCopy(source, target, reason);
+    RegularFile::Pointer to(std::fopen(target.c_str(), "wb"));
+    std::vector<char> piece(kPieceBytes);
+    std::size_t bytes = piece.size();
+    bool isGood = to != nullptr;
+    while (isGood && bytes == piece.size()) {
+        Check(signals);
+        bytes = std::fread(piece.data(), 1, piece.size(), from.get());
+        isGood = !std::ferror(from.get()) && std::fwrite(piece.data(), 1, bytes, to.get()) == bytes;
+    }
+    isGood = isGood && std::fclose(to.release()) == 0;
+    if (!isGood) FailToCopy(source, target, RegularFile::ReasonOf(errno));
+}
+
+void Copy(const std::string& source, const fs::path& target, const StopSignals& signals) {
     std::error_code error;
     fs::create_directories(target.parent_path(), error);
-    if (!error) fs::copy_file(source, target, error);
-    if (error && error != std::errc::file_exists)
-        throw std::runtime_error(source + ": cannot be copied to " + target.string() + ": " +
-                                 error.message());
+    if (error) FailToCopy(source, target, error.message());
+    CopyContent(source, target, signals);
+    fs::permissions(target, fs::status(source, error).permissions(), error);
+    if (error) FailToCopy(source, target, error.message());
 }
 
 void CopyAll(const PackPlan& plan, const fs::path& folder, const StopSignals& signals) {
     for (const auto& [place, source] : plan.getSources()) {
-        signals.throwIfNoted("nothing is packed");
-        if (!fs::exists(folder / place)) Copy(source, folder / place);
+        Check(signals);
+        if (!fs::exists(folder / place)) Copy(source, folder / place, signals);
     }
-    signals.throwIfNoted("nothing is packed");
+    Check(signals);
 }
 
 const ImportedFile* FindImport(const SceneFiles& files, const std::string& path) {
@@ -92,9 +127,12 @@ void AddStrayTextures(PackPlan& plan, const ImportedFile& original, const Import
 
 /// Looks at the packed scene as a stranger would. A part that is missing there was named by an
 /// absolute path.
-void AddWhatIsMissed(PackPlan& plan, const SceneFiles& files, const fs::path& folder) {
+void AddWhatIsMissed(PackPlan& plan, const SceneFiles& files, const fs::path& folder,
+                     const StopSignals& signals) {
     const Scene packedScene((folder / plan.getSceneName()).string());
     const SceneFiles packed = FindSceneFiles(packedScene);
+    // Ctrl-C ends the processes that read models, too, which is then no failure of the scene.
+    Check(signals);
     if (!packed.failure.empty())
         throw std::runtime_error("the packed scene cannot be opened: " + packed.failure);
     for (const ImportedFile& original : files.imports) {
@@ -124,7 +162,7 @@ std::string WritePack(const Scene& scene, const SceneFiles& files, const std::st
     CopyAll(plan, target, signals);
     std::string description = (target / plan.getSceneName()).string();
     WriteFile(description, plan.sceneText());
-    AddWhatIsMissed(plan, files, target);
+    AddWhatIsMissed(plan, files, target, signals);
     CopyAll(plan, target, signals);
     return description;
 }

@@ -1,6 +1,7 @@
 #include "StagedFolder.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <filesystem>
 #include <random>
 #include <stdexcept>
@@ -13,8 +14,45 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::size_t kMostNameBytes = 200; // of the 255 that file systems allow
+
 [[noreturn]] void Fail(const std::string& folder, const std::string& reason) {
     throw std::runtime_error(folder + ": cannot be written: " + reason);
+}
+
+/// Absolute, and without a slash at the end.
+std::string FolderOf(const std::string& name) {
+    std::string folder = fs::absolute(name).lexically_normal().string();
+    while (folder.size() > 1 && folder.back() == '/')
+        folder.pop_back();
+    return folder;
+}
+
+/// The folder that holds the new one until it is in place: the folder itself if it exists.
+fs::path PlaceOfStage(const std::string& folder) {
+    std::error_code ignored;
+    return fs::exists(folder, ignored) ? fs::path(folder) : fs::path(folder).parent_path();
+}
+
+/// The name of the new folder, up to its random number.
+std::string StageName(const std::string& folder) {
+    return ".tellar-pack." + fs::path(folder).filename().string().substr(0, kMostNameBytes) + '.';
+}
+
+bool IsStageName(const std::string& name, const std::string& begin) {
+    return name.size() > begin.size() && name.compare(0, begin.size(), begin) == 0 &&
+           name.find_first_not_of("0123456789", begin.size()) == std::string::npos;
+}
+
+/// Removes the folders of processes that were killed.
+void RemoveRemains(const std::string& folder) {
+    std::error_code ignored;
+    std::vector<fs::path> remains;
+    for (const auto& entry : fs::directory_iterator(PlaceOfStage(folder), ignored))
+        if (IsStageName(entry.path().filename().string(), StageName(folder)))
+            remains.push_back(entry.path());
+    for (const fs::path& path : remains)
+        if (const FolderLock lock(path.string()); lock.isHeld()) fs::remove_all(path, ignored);
 }
 
 void CheckEmpty(const std::string& folder) {
@@ -43,22 +81,21 @@ void Rename(const fs::path& from, const fs::path& to) {
 } // namespace
 
 void StagedFolder::check(const std::string& name) {
+    RemoveRemains(FolderOf(name));
     std::error_code ignored;
     if (fs::exists(name, ignored)) CheckEmpty(name);
 }
 
-StagedFolder::StagedFolder(const std::string& name)
-    : folder(fs::absolute(name).lexically_normal().string()) {
-    while (folder.size() > 1 && folder.back() == '/')
-        folder.pop_back();
+StagedFolder::StagedFolder(const std::string& name) : folder(FolderOf(name)) {
     std::error_code error;
     isNew = !fs::exists(folder, error);
     if (!isNew) CheckEmpty(name);
-    const fs::path parent = isNew ? fs::path(folder).parent_path() : fs::path(folder);
-    const std::string hidden = ".tellar-pack." + std::to_string(std::random_device()());
-    if (!fs::create_directory(parent / hidden, error))
+    const fs::path stage =
+        PlaceOfStage(folder) / (StageName(folder) + std::to_string(std::random_device()()));
+    if (!fs::create_directory(stage, error))
         Fail(name, error ? error.message() : "a folder of a temporary name is there");
-    path = (parent / hidden).string();
+    path = stage.string();
+    lock = FolderLock(path);
 }
 
 StagedFolder::~StagedFolder() {

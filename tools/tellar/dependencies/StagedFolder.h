@@ -3,13 +3,18 @@
 
 #include <string>
 
+#include "FolderLock.h"
+
 namespace TellarTool {
 
 /// A folder that is filled under another name, so that its content appears complete or not at
-/// all.
+/// all. The other name is ".tellar-pack.", the name of the folder, a dot and a random number. While
+/// the object lives, the folder of that name is locked, which tells it from one that a killed
+/// process has left.
 class StagedFolder {
 public:
-    /// Throws std::runtime_error unless the folder of this name can be made, or is empty.
+    /// Removes what killed processes have left of the folder of this name. Throws
+    /// std::runtime_error unless the folder can be made, or is empty.
     static void check(const std::string& name);
 
     /// The folder of this name must not exist, or be empty. Throws std::runtime_error naming it and
@@ -29,6 +34,7 @@ private:
     std::string folder;
     bool isNew = true; // otherwise it is an empty folder, which stays
     std::string path;  // empty when it is in place
+    FolderLock lock;
 };
 
 } // namespace TellarTool
