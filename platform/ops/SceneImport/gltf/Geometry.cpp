@@ -81,13 +81,17 @@ void PrimitiveReader::makeCurves() {
     usePoints(std::move(lines.points));
 }
 
-// Points of equal rest values may move apart.
+// Keeps all points in their order if no two are equal and all are used. Points of equal rest values
+// may move apart.
 void PrimitiveReader::joinPoints(std::vector<std::uint32_t>& indices) {
     const bool isDeformed =
         !primitive.targets.empty() || primitive.attributes.count("JOINTS_0") > 0;
     if (isDeformed) return;
-    std::vector<std::uint32_t> left = JoinEqualPoints(data, indices);
-    if (!left.empty() && left.size() < data.count) usePoints(std::move(left));
+    std::vector<std::uint32_t> joined = indices;
+    std::vector<std::uint32_t> left = JoinEqualPoints(data, joined);
+    if (left.empty() || left.size() == data.count) return;
+    indices = std::move(joined);
+    usePoints(std::move(left));
 }
 
 void PrimitiveReader::makeMesh() {

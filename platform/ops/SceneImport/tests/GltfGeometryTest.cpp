@@ -152,6 +152,31 @@ TEST(GltfMesh, JoinsPointsOfEqualValues) {
               (Floats{0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0}));
 }
 
+/// The positions of a triangle's corners. `points` is what the file has of points, and `indices`
+/// their use.
+Floats CornersOf(const std::vector<float>& points, const std::vector<std::uint8_t>& indices) {
+    GltfBuilder file;
+    file.floats(points, "VEC3");
+    file.accessor<std::uint8_t>(indices, GltfNumber::UByte, "SCALAR");
+    file.showPrimitive(R"("attributes": {"POSITION": 0}, "indices": 1)");
+    const BuiltScene scene(file);
+    const Floats read = scene->floats(kMesh, "geometry.point.P");
+    Floats corners;
+    for (const int point : scene->ints(kMesh, "geometry.poly.vertexList"))
+        corners.insert(corners.end(), read.begin() + 3 * point, read.begin() + 3 * point + 3);
+    return corners;
+}
+
+TEST(GltfMesh, KeepsTheCornersOfFacesThatUseAllPointsInAnotherOrder) {
+    EXPECT_EQ(CornersOf({0, 0, 0, 1, 0, 0, 0, 1, 0}, {2, 0, 1}),
+              (Floats{0, 1, 0, 0, 0, 0, 1, 0, 0}));
+}
+
+TEST(GltfMesh, KeepsTheCornersOfFacesThatUseSomePointsInAnotherOrder) {
+    EXPECT_EQ(CornersOf({0, 0, 0, 5, 5, 5, 1, 0, 0, 0, 1, 0}, {3, 0, 2}),
+              (Floats{0, 1, 0, 0, 0, 0, 1, 0, 0}));
+}
+
 TEST(GltfMesh, HasALocationAPrimitive) {
     GltfBuilder file;
     file.floats(kSquare, "VEC3");
