@@ -152,6 +152,19 @@ class PackTest(TellarTest):
         self.assertEqual(self.run_tellar("pack", self.scene, "packed", "--allow-missing")[0], 0)
         self.assertTrue((self.folder / "packed/models/robot/source/robot.gltf").exists())
 
+    def test_images_inside_models_need_no_cache(self):
+        """Without it they are in a temporary folder, which is not taken for that of a texture."""
+        self.write("blocked", "")
+        self.environment["OX_CONFIG_IMAGE_CACHE"] = str(self.folder / "blocked/images")
+        (self.folder / "tmp").mkdir()
+        self.environment["TMPDIR"] = str(self.folder / "tmp")
+        model = self.write("alone.gltf", gltf(data_uri("application/octet-stream", TRIANGLE),
+                                              data_uri("image/png", png(1, 2, 3))))
+        self.assertIn(f"embedded  {self.folder}/tmp/tellar-images-", self.tellar("deps", model))
+        self.run_tellar("pack", model, "packed")
+        self.assertEqual(os.listdir(self.folder / "tmp"), [])
+        self.assertNotIn("textures", os.listdir(self.folder / "packed"))
+
     def test_nothing_is_overwritten_without_being_told(self):
         (self.folder / "full").mkdir()
         (self.folder / "empty").mkdir()

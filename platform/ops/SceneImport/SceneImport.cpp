@@ -18,6 +18,7 @@
 #include "../ChildNames.h"
 #include "SceneFile.h"
 #include "images/ImageCache.h"
+#include "images/ProcessImages.h"
 
 namespace TellarSceneImport {
 
@@ -226,7 +227,10 @@ void CookFileList(CookContext& context, const SceneFile& file) {
     attrs.update(TellarOps::PlainGroupAttrs());
     attrs.set("sceneFiles.paths", StringAttribute(list.paths, 1));
     attrs.set("sceneFiles.failure", StringAttribute(list.failure));
-    attrs.set("sceneFiles.imageCache", StringAttribute(ImageCacheFolder()));
+    std::vector<std::string> imageFolders = {ImageCacheFolder()};
+    if (const std::string folder = ProcessImageFolder(); !folder.empty())
+        imageFolders.push_back(folder);
+    attrs.set("sceneFiles.imageCache", StringAttribute(imageFolders, 1));
     context.setAttrs(attrs.build());
 }
 

@@ -53,16 +53,22 @@ std::string LocationOf(const GroupAttribute& op, const char* argument, const cha
     return location.empty() ? usual : location;
 }
 
-bool IsBelow(const std::string& path, const std::string& folder) {
-    return !folder.empty() && path.compare(0, folder.size() + 1, folder + '/') == 0;
+bool IsBelowAny(std::string_view path, const ConstStringSample& folders) {
+    for (const std::string_view folder : folders)
+        if (!folder.empty() && path.size() > folder.size() && path[folder.size()] == '/' &&
+            path.compare(0, folder.size(), folder) == 0)
+            return true;
+    return false;
 }
 
-/// Adds the textures of the materials. Those in the folder of the image cache are embedded.
-void AddTextures(const GroupAttribute& op, const std::string& cache, ImportedFile& import) {
+/// Adds the textures of the materials. Those in the folders of `imageCache` are embedded.
+void AddTextures(const GroupAttribute& op, const StringAttribute& imageCache,
+                 ImportedFile& import) {
+    const ConstStringSample folders = imageCache.getNearestSample(0.0f);
     const auto materials =
         CookAlone(op, LocationOf(op, "opArgs.materialLocation", "/root/materials"), 0);
     for (const std::string& path : TexturesBelow(materials)) {
-        if (IsBelow(path, cache))
+        if (IsBelowAny(path, folders))
             import.embedded.push_back(path);
         else
             import.textures.push_back(FindTextureFile(path, {}));
@@ -78,7 +84,7 @@ void Examine(const GroupAttribute& op, ImportedFile& import) {
     for (const std::string_view path : paths.getNearestSample(0.0f))
         if (path != import.file) import.parts.emplace_back(path);
     import.failure = TextAt(list, "failure");
-    if (import.failure.empty()) AddTextures(op, TextAt(list, "imageCache"), import);
+    if (import.failure.empty()) AddTextures(op, list.getChildByName("imageCache"), import);
 }
 
 ImportedFile ImportOf(const GroupAttribute& op) {

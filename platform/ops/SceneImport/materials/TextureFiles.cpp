@@ -2,6 +2,8 @@
 
 #include <exception>
 #include <filesystem>
+#include <mutex>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -9,6 +11,7 @@
 
 #include "ReferencedFile.h"
 #include "SceneLog.h"
+#include "images/ProcessImages.h"
 
 namespace TellarSceneImport {
 
@@ -41,6 +44,15 @@ std::string FindTiles(const std::string& folder, const std::string& reference, s
     return {};
 }
 
+/// Whether this is the first failure of the cache in this folder. Scenes may have thousands of
+/// files with images.
+bool IsFirstFailure(const std::string& cacheFolder) {
+    static std::mutex lock;
+    static std::set<std::string> known;
+    const std::lock_guard<std::mutex> guard(lock);
+    return known.insert(cacheFolder).second;
+}
+
 } // namespace
 
 TextureFiles::TextureFiles(std::string path)
@@ -64,7 +76,8 @@ std::string TextureFiles::pathOf(const std::string& reference, const std::string
     return path;
 }
 
-std::string TextureFiles::pathOfEmbedded(std::string_view bytes, std::string_view hint) {
+/// Empty if the cache cannot be written.
+std::string TextureFiles::pathInCache(std::string_view bytes, std::string_view hint) {
     if (isCacheBroken) return {};
     try {
         // The constructor's argument is the result itself, because a cache cannot be moved.
@@ -72,6 +85,22 @@ std::string TextureFiles::pathOfEmbedded(std::string_view bytes, std::string_vie
         return cache->pathOf(bytes, hint);
     } catch (const std::exception& error) {
         isCacheBroken = true;
+        const std::string cacheFolder = ImageCacheFolder();
+        if (IsFirstFailure(cacheFolder))
+            warn("the images inside scene files are in a temporary folder until the process ends, "
+                 "because the image cache \"" +
+                 cacheFolder + "\" cannot be used: " + error.what());
+        return {};
+    }
+}
+
+std::string TextureFiles::pathOfEmbedded(std::string_view bytes, std::string_view hint) {
+    if (isLeftOut) return {};
+    if (std::string path = pathInCache(bytes, hint); !path.empty()) return path;
+    try {
+        return PathOfProcessImage(bytes, hint);
+    } catch (const std::exception& error) {
+        isLeftOut = true;
         warn(std::string("the textures inside it are left out: ") + error.what());
         return {};
     }

@@ -1,5 +1,6 @@
 #include "images/ImageCache.h"
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <list>
@@ -22,6 +23,7 @@
 #include "ScopedEnvironment.h"
 #include "TempDirectory.h"
 #include "images/ImageKind.h"
+#include "images/ProcessImages.h"
 
 namespace {
 
@@ -29,6 +31,8 @@ namespace fs = std::filesystem;
 using TellarSceneImport::ConfiguredImageCache;
 using TellarSceneImport::ImageCache;
 using TellarSceneImport::ImageExtension;
+using TellarSceneImport::PathOfProcessImage;
+using TellarSceneImport::ProcessImageFolder;
 using TellarSceneImport::TgaFile;
 using testing::HasSubstr;
 
@@ -183,6 +187,42 @@ TEST(ImageCache, SaysWhyItCannotWrite) {
     EXPECT_EQ(errorIn(file + "/images"),
               "Cannot create the image cache \"" + file + "/images\": Not a directory");
     EXPECT_THAT(errorIn(file), HasSubstr("Not a directory"));
+}
+
+/// Runs the body in a process of its own, which ends as programs usually do.
+template <typename Body>
+void InAnotherProcess(Body body) {
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        body();
+        std::exit(0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(ProcessImages, AreRemovedWithTheirFolderWhenTheProcessEnds) {
+    const TempDirectory directory;
+    const ScopedEnvironment place("TMPDIR", directory.path());
+    InAnotherProcess([] {
+        const std::string path = PathOfProcessImage(kPng, "");
+        EXPECT_EQ(PathOfProcessImage(kPng, ""), path);
+        EXPECT_EQ(fs::path(path).parent_path(), ProcessImageFolder());
+        InAnotherProcess([] {}); // the end of a child removes nothing
+        if (testing::Test::HasFailure() || Content(path) != kPng) _exit(1);
+    });
+    EXPECT_TRUE(fs::is_empty(directory.path()));
+}
+
+TEST(ProcessImages, SayWhyTheyCannotBeWritten) {
+    const TempDirectory directory;
+    const ScopedEnvironment place("TMPDIR", directory.write("file", ""));
+    InAnotherProcess([] {
+        const std::string error = ErrorOf([] { PathOfProcessImage(kPng, ""); });
+        _exit(error == "Cannot create a temporary folder for images: Not a directory" ? 0 : 1);
+    });
 }
 
 /// The configuration with nothing set but what a test sets.

@@ -79,21 +79,23 @@ TEST_F(SceneTextures, OfBufferViewsBecomeFiles) {
     EXPECT_EQ(inCache(fileOf(scene, "normalImage")), ".jpg");
 }
 
-TEST_F(SceneTextures, AreLeftOutWithOneWarningWhenTheyCannotBeWritten) {
+TEST_F(SceneTextures, AreInATemporaryFolderWithOneWarningWhenTheCacheCannotBeWritten) {
     const std::string blocked = directory.write("blocked", "");
     const ScopedEnvironment elsewhere("OX_CONFIG_IMAGE_CACHE", blocked + "/images");
     Config()->reload();
     const CapturedLog log;
     const std::string uri = R"({"uri": "data:image/png;base64,iVBORw0KGgogYW5kIG1vcmU="})";
     const std::string file = writeGltf("box.gltf", uri + ", " + uri);
-    const ImportedScene scene(file);
-    EXPECT_EQ(fileOf(scene, "baseColorImage"), "(none)");
-    EXPECT_FALSE(
-        scene.attr("/root/materials/paint", "material.nodes.surface.connections").isValid());
+    const std::string path = fileOf(ImportedScene(file), "baseColorImage");
+    EXPECT_EQ(fs::path(path).extension(), ".png");
+    EXPECT_THAT(path, HasSubstr("/tellar-images-"));
+    EXPECT_EQ(directory.read(fs::relative(path, directory.path()).string()), kPng);
+    EXPECT_EQ(fileOf(ImportedScene(writeGltf("ball.gltf", uri + ", " + uri)), "normalImage"), path);
     EXPECT_THAT(log.textsOf("SceneImport"),
                 ElementsAre("Scene file \"" + fs::canonical(file).string() +
-                            "\": the textures inside it are left out: Cannot create the image "
-                            "cache \"" +
+                            "\": the images inside scene files are in a temporary folder until "
+                            "the process ends, because the image cache \"" +
+                            blocked + "/images\" cannot be used: Cannot create the image cache \"" +
                             blocked + "/images\": Not a directory"));
 }
 
