@@ -40,7 +40,7 @@ const rapidjson::Value& Member(const rapidjson::Value& object, const char* name)
 
 double Number(const rapidjson::Value& object, const char* name) {
     const rapidjson::Value& value = Member(object, name);
-    if (!value.IsNumber()) throw std::runtime_error(std::string(name) + " is no number.");
+    if (!value.IsNumber()) throw std::runtime_error(std::string(name) + " is not a number.");
     return value.GetDouble();
 }
 

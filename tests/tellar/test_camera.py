@@ -255,7 +255,7 @@ camera to world, sample at 0
                           "camera", scene, "--camera", "/root/x")
         self.assert_fails(f'{scene}: camera "/root/wrld": there is no such location; did you mean '
                           '"/root/world"?', "camera", scene, "--camera", "/root/wrld")
-        self.assert_fails(f'{scene}: camera "/root/world": the location is no camera',
+        self.assert_fails(f'{scene}: camera "/root/world": the location is not a camera',
                           "camera", scene, "--camera", "/root/world/")
         self.assert_fails(f'{scene}: --camera "cam" matches no camera; there is none',
                           "camera", scene, "--camera", "cam")
@@ -276,7 +276,7 @@ camera to world, sample at 0
                           '"geometry.far" is no double, "geometry.top" is no double',
                           "camera", scene, "--camera", "/root/cam")
         scene = self.scene(Scene({"cam": {"a": {"geometry": 5}}}))
-        self.assert_fails(f'{scene}: camera "/root/cam": the location is no camera',
+        self.assert_fails(f'{scene}: camera "/root/cam": the location is not a camera',
                           "camera", scene, "--camera", "/root/cam")
 
     def test_bad_shutters_and_frames_are_named(self):
@@ -289,7 +289,7 @@ camera to world, sample at 0
                           "camera", scene, "--shutter", "0.5,0.25")
         for text in ("x", "1x", "nan", "inf", "1e99", ""):
             with self.subTest(frame=text):
-                self.assert_fails(f'--frame: "{text}" is no number',
+                self.assert_fails(f'--frame: "{text}" is not a number',
                                   "camera", scene, "--frame", text)
         self.assert_fails_with("SCENE is required", "camera")
         self.assert_fails_with("not expected: /root --at", "camera", scene, "--at", "/root")

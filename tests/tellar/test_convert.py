@@ -51,7 +51,7 @@ class SceneKindTest(TellarTest):
         self.assert_fails("no.json: No such file or directory", "walk", "no.json")
         self.assert_fails("no.json: No such file or directory", "convert", "no.json", "x.oxop")
         self.assert_fails(".: is a directory", "walk", ".")
-        self.assert_fails("/dev/null: is no regular file", "walk", "/dev/null")
+        self.assert_fails("/dev/null: is not a regular file", "walk", "/dev/null")
         self.assert_fails_with("scene.json/x", "walk", "scene.json/x")
 
     def test_files_that_are_not_what_they_say_are_named(self):

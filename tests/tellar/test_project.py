@@ -258,7 +258,7 @@ note: {note}
         self.assert_fails("--at is required", "project", scene)
         self.assert_fails("no.json: No such file or directory",
                           "project", "no.json", "--at", "/root")
-        self.assert_fails(f'{scene}: camera "/root/box": the location is no camera',
+        self.assert_fails(f'{scene}: camera "/root/box": the location is not a camera',
                           "project", scene, "--at", "/root/box", "--camera", "/root/box")
         self.assert_fails(f'{scene}: camera "/root/cam": there is no such location',
                           "project", scene, "--at", "/root/box", "--camera", "/root/cam")

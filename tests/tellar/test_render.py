@@ -135,7 +135,7 @@ class Options(RenderTest):
                             "--threads", "1025")
         for value in ("nan", "inf", "1e39", "x"):
             with self.subTest(value):
-                self.assert_refused(f'--frame: "{value}" is no number', "--frame", value)
+                self.assert_refused(f'--frame: "{value}" is not a number', "--frame", value)
 
     def test_wrong_names_are_refused(self):
         self.assert_refused('--camera: "" is no absolute location path', "--camera", "")

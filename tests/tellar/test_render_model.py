@@ -134,7 +134,7 @@ class Framing(ModelTest):
         self.assert_just_fits(asked, [(2 * x + 10, 2 * y + 20, 2 * z + 30)
                                       for x, y, z in CORNERS])
         hidden = self.points("hidden.json", corners, visible=0)
-        self.assert_fails(f"{hidden}: there is no camera, and nothing that one could look at",
+        self.assert_fails(f"{hidden}: there is no camera, and nothing to look at",
                           "render", hidden, "-o", "out.txt", "--renderer", "echo")
 
     def test_the_widths_of_points_and_curves_count(self):
@@ -159,7 +159,7 @@ class Framing(ModelTest):
 
     def test_a_scene_without_shapes_is_an_error(self):
         empty = self.write("empty.json", {"ops": [{"name": "scene", "type": "StaticScene"}]})
-        self.assert_fails(f"{empty}: there is no camera, and nothing that one could look at",
+        self.assert_fails(f"{empty}: there is no camera, and nothing to look at",
                           "render", empty, "-o", "out.txt", "--renderer", "echo")
 
 
@@ -207,7 +207,7 @@ class Cameras(ModelTest):
 
     def test_a_camera_that_is_none_is_called_that(self):
         arguments = ["render", self.box, "-o", "out.txt", "--renderer", "echo", "--camera"]
-        self.assert_fails(f'{self.box}: camera "/root/world": the location is no camera, but of '
+        self.assert_fails(f'{self.box}: camera "/root/world": the location is not a camera, but of '
                           'type "group"', *arguments, "/root/world/")
         self.assert_fails(f'{self.box}: camera "/root/wrld": there is no such location; did you '
                           'mean "/root/world"?', *arguments, "/root/wrld")

@@ -20,7 +20,7 @@ namespace {
 
 std::string ReasonWhyUnreadable(const FileStamp& stamp) {
     if (stamp.kind == std::filesystem::file_type::not_found) return "there is no such file";
-    if (!stamp.isRegularFile()) return "it is no regular file";
+    if (!stamp.isRegularFile()) return "it is not a regular file";
     if (stamp.size > kMaxFileSize) return "it is larger than 4 GiB";
     if (stamp.size == 0) return "it is empty";
     RegularFile::State opened;

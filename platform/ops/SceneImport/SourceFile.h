@@ -22,7 +22,7 @@ constexpr std::uintmax_t kMaxFileSize = std::uintmax_t(4) << 30;
 /// With its dot, in lower case; empty if there is none.
 std::string LowerExtension(const std::string& path);
 
-/// The content of the file. Throws std::runtime_error when it is no regular file, too large or
+/// The content of the file. Throws std::runtime_error when it is not a regular file, too large or
 /// cannot be read.
 std::string ReadWhole(const FileStamp& stamp);
 

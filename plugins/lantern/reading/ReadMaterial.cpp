@@ -130,7 +130,8 @@ void SurfaceReader::readNumber(const char* name, float least, float most, float&
     const Attribute value = shader.parameter(name);
     if (!value) return;
     const std::vector<float> numbers = FiniteNumbers(value);
-    if (numbers.empty()) return warn("\"" + std::string(name) + "\" of its material is no number");
+    if (numbers.empty())
+        return warn("\"" + std::string(name) + "\" of its material is not a number");
     float sum = 0; // a color stands for its mean
     for (const float one : numbers)
         sum += one;

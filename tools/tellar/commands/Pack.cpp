@@ -57,7 +57,7 @@ void CheckZip(const PackOptions& options) {
     const fs::file_status status = fs::status(options.target, ignored);
     if (!fs::exists(status)) return;
     if (!fs::is_regular_file(status))
-        throw std::runtime_error(options.target + ": is no regular file");
+        throw std::runtime_error(options.target + ": is not a regular file");
     if (!options.overwrite)
         throw std::runtime_error(options.target + ": is there already; --overwrite replaces it");
 }

@@ -155,7 +155,7 @@ private:
         frameShapes();
         if (framing.isEmpty())
             throw std::runtime_error(scene.getPath() +
-                                     ": there is no camera, and nothing that one could look at");
+                                     ": there is no camera, and nothing to look at");
         isFramed = true;
         camera.path = "/root/" + place + "/camera";
         additions.emplace_back("camera", CameraLocation(framing.getCamera()));

@@ -13,7 +13,7 @@ void AddNumber(CLI::App& command, const std::string& name, std::optional<float>&
     const auto read = [name, &value](const std::string& text) {
         float number = 0;
         if (!ReadNumber(text, number))
-            throw CLI::ValidationError(name, "\"" + text + "\" is no number");
+            throw CLI::ValidationError(name, "\"" + text + "\" is not a number");
         value = number;
     };
     command.add_option_function<std::string>(name, read, help)->option_text("N");

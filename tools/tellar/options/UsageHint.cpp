@@ -50,16 +50,16 @@ std::string HintAboutOptions(const CLI::App& app, const std::vector<std::string>
 
 std::string ComplaintAboutSubcommand(const CLI::App& app,
                                      const std::vector<std::string>& arguments) {
-    if (arguments.empty() || arguments.front().empty() || arguments.front().front() == '-')
-        return {};
+    static const std::string kList = "; \"tellar --help\" lists them";
+    if (arguments.empty()) return "a subcommand is required" + kList;
+    if (arguments.front().empty() || arguments.front().front() == '-') return {};
     const std::string& name = arguments.front();
     if (FindSubcommand(app, name)) return {};
     std::vector<std::string> names;
     for (const CLI::App* const subcommand : app.get_subcommands(nullptr))
         names.push_back(subcommand->get_name());
     const std::string hint = TellarInternal::DidYouMean(names, name);
-    return "A subcommand is required, and \"" + name + "\" is none" +
-           (hint.empty() ? "; \"tellar --help\" lists them" : hint);
+    return "there is no subcommand \"" + name + '"' + (hint.empty() ? kList : hint);
 }
 
 } // namespace TellarTool

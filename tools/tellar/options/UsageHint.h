@@ -14,8 +14,8 @@ namespace TellarTool {
 /// for an option that is nearly one of the subcommand's. Empty when nothing is like them.
 std::string HintAboutOptions(const CLI::App& app, const std::vector<std::string>& arguments);
 
-/// The complaint about a first argument that is no subcommand. Empty when it is one, or when there
-/// is none.
+/// The complaint about a missing or unknown subcommand. Empty when the first argument is a
+/// subcommand or an option.
 std::string ComplaintAboutSubcommand(const CLI::App& app,
                                      const std::vector<std::string>& arguments);
 

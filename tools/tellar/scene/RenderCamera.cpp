@@ -20,7 +20,8 @@ std::string WhatIsMissing(const GeometryProducer::Ptr& location) {
     const std::string type = location->getType();
     if (!geometry.isValid() && type == "camera") return "the location has no group \"geometry\"";
     if (!geometry.isValid())
-        return "the location is no camera" + (type.empty() ? "" : ", but of type \"" + type + '"');
+        return "the location is not a camera" +
+               (type.empty() ? "" : ", but of type \"" + type + '"');
     std::string missing;
     for (const LensValue& lens : kLensValues) {
         const Attribute value = geometry.getChildByName(lens.name);

@@ -41,7 +41,7 @@ void CheckIsFile(const std::string& path) {
     if (std::filesystem::is_directory(status)) throw std::runtime_error(path + ": is a directory");
     // A pipe could not be rewound once its kind is known.
     if (!std::filesystem::is_regular_file(status))
-        throw std::runtime_error(path + ": is no regular file");
+        throw std::runtime_error(path + ": is not a regular file");
 }
 
 /// True when the first character that is no white space is an opening brace.

@@ -29,7 +29,7 @@ std::uint64_t NumberOf(const XmlTag& tag, std::string_view name, std::uint32_t a
     if (text.empty()) return absent;
     std::uint32_t number = 0;
     if (!TellarInternal::ReadNumber(text, number))
-        Fail("the " + std::string(name) + " of <" + std::string(tag.name) + "> is no number");
+        Fail("the " + std::string(name) + " of <" + std::string(tag.name) + "> is not a number");
     return number;
 }
 
@@ -292,7 +292,7 @@ void Checker::checkLengths(const Table& sampler) const {
 std::int64_t TakeIndex(std::string_view& text) {
     std::int64_t index = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index);
-    if (error != std::errc()) Fail("a weight's index is no number");
+    if (error != std::errc()) Fail("a weight's index is not a number");
     text.remove_prefix(static_cast<std::size_t>(end - text.data()));
     return index;
 }

@@ -123,7 +123,7 @@ std::string_view Document::Loader::bytesOfFile(const std::string& uri) {
         throw std::runtime_error("its buffer \"" + uri + "\": " + reason);
     };
     if (stamp.kind == std::filesystem::file_type::not_found) fail("there is no such file");
-    if (!stamp.isRegularFile()) fail("it is no regular file");
+    if (!stamp.isRegularFile()) fail("it is not a regular file");
     try {
         return document.owned.emplace_back(ReadWhole(stamp));
     } catch (const std::runtime_error& error) {

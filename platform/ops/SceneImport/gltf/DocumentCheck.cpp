@@ -275,7 +275,7 @@ void Checker::checkTimes(const Json& sampler) const {
     const Json* componentType = Member(&times, "componentType");
     const bool areFloats = componentType && *componentType == kFloatComponents;
     if (!areFloats || TextMember(&times, "type") != "SCALAR")
-        GltfError("the times of an animation are no floats");
+        GltfError("the times of an animation are not floats");
 }
 
 void Checker::checkAnimation(const Json& animation) const {

@@ -44,7 +44,7 @@ private:
 /// The cache that the configuration asks for: the key IMAGE_CACHE names its folder and
 /// IMAGE_CACHE_LIMIT its limit in MiB. The folder is otherwise "tellar/images" in $XDG_CACHE_HOME
 /// or
-/// ~/.cache. Throws std::runtime_error when there is no such folder or the limit is no number.
+/// ~/.cache. Throws std::runtime_error when there is no such folder or the limit is not a number.
 std::unique_ptr<ImageCache> ConfiguredImageCache();
 
 /// The folder of that cache; empty if there is none.

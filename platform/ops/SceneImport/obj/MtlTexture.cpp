@@ -35,7 +35,7 @@ Values TakeValues(std::string_view& rest, const Option& option) {
         const std::string_view word = TakeWord(ahead);
         float number = 0;
         const bool isNumber = ReadMtlNumber(word, number);
-        // Behind the numbers that an option must have, a word that is no number begins the file
+        // Behind the numbers that an option must have, a word that is not a number begins the file
         // name, and the last word is always part of it.
         if (i >= option.least && (!isNumber || TrimmedMtl(ahead).empty())) break;
         if (i == 0) values.word = word;

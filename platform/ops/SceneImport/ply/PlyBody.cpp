@@ -58,7 +58,7 @@ double PlyBody::takeWord() {
     const auto [end, error] = std::from_chars(word.data(), last, value);
     if (error == std::errc::result_out_of_range) return value; // too small or too large
     if (error != std::errc() || end != last)
-        ThrowPlyError("\"" + std::string(word.substr(0, 40)) + "\" is no number");
+        ThrowPlyError("\"" + std::string(word.substr(0, 40)) + "\" is not a number");
     return value;
 }
 

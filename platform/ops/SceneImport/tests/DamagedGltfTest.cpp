@@ -140,7 +140,7 @@ TEST(DamagedGltf, HasPairsInTextureTransforms) {
 
 TEST(DamagedGltf, HasTimesThatAreFloats) {
     const std::string times = R"("componentType": 5126, "count": 2, "type": "SCALAR")";
-    const std::string refusal = "damaged glTF: the times of an animation are no floats";
+    const std::string refusal = "damaged glTF: the times of an animation are not floats";
     EXPECT_EQ(ReasonOfYard(times, R"("componentType": 5120, "count": 2, "type": "SCALAR")"),
               refusal);
     EXPECT_EQ(ReasonOfYard(times, R"("componentType": 5126, "count": 1, "type": "VEC2")"), refusal);

@@ -95,8 +95,8 @@ TEST(DamagedScene, NamesTheFileAndTheReason) {
 TEST(DamagedScene, SaysWhatCannotBeAScene) {
     const TempDirectory directory;
     EXPECT_EQ(Reason(directory.path("none.obj")), "there is no such file");
-    EXPECT_EQ(Reason(directory.path()), "it is no regular file");
-    EXPECT_EQ(Reason(directory.makePipe("pipe.obj")), "it is no regular file");
+    EXPECT_EQ(Reason(directory.path()), "it is not a regular file");
+    EXPECT_EQ(Reason(directory.makePipe("pipe.obj")), "it is not a regular file");
     EXPECT_EQ(Reason(directory.write("empty.obj", "")), "it is empty");
     EXPECT_EQ(Reason(directory.write("notes.text", "hello")),
               "files of the kind \".text\" are not supported");
@@ -197,7 +197,7 @@ TEST(DamagedCollada, HasWhatItsAccessorsReferTo) {
     EXPECT_EQ(ReasonOfPanel("count=\"4\" stride=\"3\"", "count=\"4\" stride=\"2147483647\""),
               "damaged Collada: an accessor goes beyond its array \"pointNumbers\"");
     EXPECT_EQ(ReasonOfPanel("count=\"4\" stride=\"3\"", "count=\"-4\" stride=\"3\""),
-              "damaged Collada: the count of <accessor> is no number");
+              "damaged Collada: the count of <accessor> is not a number");
     EXPECT_EQ(ReasonOfPanel("vertex_weights count=\"4\"", "vertex_weights count=\"4000000000\""),
               "damaged Collada: the count of <vertex_weights> is too large");
 }

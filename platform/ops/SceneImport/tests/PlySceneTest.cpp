@@ -152,7 +152,7 @@ TEST_F(PlyScene, PassesOverElementsThatItDoesNotKnow) {
 
 TEST_F(PlyScene, RefusesWhatIsNoNumberAndPointsWithoutPlaces) {
     EXPECT_THAT(read(Points(1, "", "0 0 zero\n")).error(),
-                HasSubstr("damaged PLY: \"zero\" is no number"));
+                HasSubstr("damaged PLY: \"zero\" is not a number"));
     EXPECT_THAT(read(Header("ascii", "element vertex 1\nproperty float x\n") + "1\n").error(),
                 HasSubstr("damaged PLY: its points have no x, y and z"));
     EXPECT_THAT(read(Header("ascii", "element vertex 0\n" + kXyz +

@@ -144,7 +144,7 @@ TEST(ReadMaterials, WarnOfInvalidValues) {
     EXPECT_EQ(OnlyMaterial(scene).roughness, 0.5f);
     EXPECT_THAT(told.warnings,
                 ElementsAre("/root/world/t: \"baseColor\" of its material is no colour",
-                            "/root/world/t: \"roughness\" of its material is no number"));
+                            "/root/world/t: \"roughness\" of its material is not a number"));
 }
 
 TEST(ReadMaterials, UseConnectedConstants) {
