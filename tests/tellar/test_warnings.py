@@ -58,9 +58,6 @@ class WarningsTest(TellarTest):
         self.assertIn("ball [sphere]", output)
         self.assert_warns(1, MISTAKE_LINES, "walk", "scene.json", "--strict", "--depth", 0)
         self.assert_warns(1, MISTAKE_LINES, "convert", "scene.json", "out.oxop", "--strict")
-        status, _, errors = self.run_tellar("render", "scene.json", "-o", "out.png", "--strict")
-        self.assertEqual(status, 1)
-        self.assertTrue(errors.endswith(MISTAKE_LINES), errors)
         self.assertEqual(sorted(path.name for path in self.folder.iterdir()), ["scene.json"])
 
     def test_strict_commands_succeed_without_mistakes(self):
@@ -90,14 +87,6 @@ class WarningsTest(TellarTest):
                     'of the material "bark" does not exist\n')
         self.assert_warns(0, expected, "walk", "scene.json", "--quiet")
         self.assert_warns(1, expected, "walk", "scene.json", "--quiet", "--strict")
-
-    def test_a_missing_texture_is_one_warning_of_a_render_too(self):
-        self.write("t.obj", TRIANGLE)
-        self.write("t.mtl", MATERIAL)
-        done = self.run_tellar("render", "t.obj", "-o", "out.png", "--samples", 1, "--size", "8x8")
-        self.assertEqual(done[0], 0, done)
-        self.assertEqual(done[2].count("bark.png"), 1, done[2])
-        self.assertEqual(done[2].count("warning"), 1, done[2])
 
     def test_a_missing_texture_of_a_description_is_one_warning(self):
         self.write("scene.json", {"ops": [{"name": "s", "type": "StaticScene", "args": {
