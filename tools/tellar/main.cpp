@@ -25,7 +25,7 @@ namespace TellarTool {
 namespace {
 
 constexpr int kProblemsFound = 1;
-constexpr int kStopped = 128; // to which the number of the signal is added
+constexpr int kStopped = 128; // the exit status adds the number of the signal
 
 constexpr const char* kExamples = R"(Examples:
   tellar walk examples/garden.json
@@ -120,7 +120,7 @@ int Main(int argc, char** argv) {
     IgnoreClosedPipes();
     FirstLoggedError::capture();
     try {
-        app.parse(argc, argv); // and runs the subcommand
+        app.parse(argc, argv); // runs the subcommand
         return 0;
     } catch (const CLI::Success& wanted) { // --help and --version
         return app.exit(wanted);
@@ -152,7 +152,7 @@ int main(int argc, char** argv) {
     int status = TellarTool::kBadInput;
     try {
         status = TellarTool::Main(argc, argv);
-    } catch (const std::bad_alloc&) { // also thrown while an error was being printed
+    } catch (const std::bad_alloc&) { // may also be thrown while an error was being printed
         TellarTool::WriteNoMemoryLine();
     }
     TellarTool::LetNoMemoryEnd();

@@ -50,7 +50,7 @@ SceneKind TargetKind(const ConvertOptions& options) {
                                            ".oxop); give one with --to");
 }
 
-/// Throws std::runtime_error naming the file when its folder is not there.
+/// Throws std::runtime_error naming the file when its folder does not exist.
 std::string FolderOfOutput(const std::string& out) {
     try {
         return FolderOfFile(out);

@@ -31,15 +31,15 @@ struct DepsOptions {
     bool json = false;
 };
 
-/// A line of the list.
+/// A line of the printed list.
 struct Dependency {
     std::string kind; ///< "scene", "model", "part", "texture" or "embedded"
     std::string path;
-    std::string owner; ///< the model that it belongs to; empty if it is none's
+    std::string owner; ///< the model to which the file belongs; empty if there is none
     bool isMissing;
 };
 
-/// Lists each file once.
+/// Collects lines, one for each file.
 class DependencyList {
 public:
     void add(const char* kind, const std::string& path, const std::string& owner) {
@@ -103,7 +103,7 @@ std::string JsonOf(const std::vector<Dependency>& files, std::size_t missing) {
         .document();
 }
 
-/// Why the list may be incomplete; empty if it is not.
+/// The reason why the list may be incomplete; empty if it is complete.
 std::string FailureOf(const SceneFiles& files) {
     for (const ImportedFile& import : files.imports)
         if (!import.failure.empty()) return import.file + ": " + import.failure;

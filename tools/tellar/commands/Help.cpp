@@ -36,7 +36,7 @@ constexpr const char* kCompletionExamples = R"(Examples:
   tellar completion fish > ~/.config/fish/completions/tellar.fish)";
 
 struct HelpOptions {
-    std::string command;  // empty: all
+    std::string command;  // empty for all commands
     std::string manPages; // a folder, or empty
 };
 
@@ -47,7 +47,7 @@ std::vector<std::string> SubcommandNames(const CLI::App& app) {
     return names;
 }
 
-/// Today, or the day that SOURCE_DATE_EPOCH gives, so that a package can be built twice alike.
+/// Today, or the day of SOURCE_DATE_EPOCH, so that builds of a package are reproducible.
 std::string DateOfPages() {
     std::time_t seconds = std::time(nullptr);
     std::int64_t given = 0;
@@ -72,7 +72,8 @@ void WriteManPages(const CLI::App& app, const std::string& folder) {
 
 void RunHelp(const CLI::App& app, const HelpOptions& options) {
     if (!options.manPages.empty()) return WriteManPages(app, options.manPages);
-    // App::help() of the command would be the help of this subcommand, because it was parsed.
+    // App::help() of the top command would print the help of the parsed subcommand, which is this
+    // one.
     WriteOutput(
         options.command.empty()
             ? app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal)

@@ -45,7 +45,7 @@ std::string PackFolder(const PackOptions& options) {
     StagedFolder::check(options.target);
     const Scene scene(options.scene);
     const SceneFiles files = FindFilesToPack(scene, options.allowMissing);
-    const StopSignals signals; // so that the unfinished folder is removed
+    const StopSignals signals; // a signal then unwinds and removes the unfinished folder
     StagedFolder folder(options.target);
     const fs::path written = WritePack(scene, files, folder.getPath(), signals);
     folder.putInPlace();

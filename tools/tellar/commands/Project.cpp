@@ -71,7 +71,7 @@ struct Projection {
     RenderCamera camera;
     Resolution resolution;
     std::vector<ProjectedPoint> points;
-    Range ndcX, ndcY; // of the points in front of the camera
+    Range ndcX, ndcY; // ranges over the points in front of the camera
     Range depth;
     std::optional<int> pixelArea;
     std::vector<std::string> notes;

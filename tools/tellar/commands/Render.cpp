@@ -51,9 +51,9 @@ constexpr const char* kExamples = R"(Examples:
 constexpr std::int32_t kMostSamples = 1000000;
 constexpr std::int32_t kMostThreads = 1024;
 constexpr std::int32_t kMostDepth = 100;
-constexpr float kMostFrame = 1e9f;             // that fits into an int
-constexpr std::uint64_t kMostChecked = 100000; // locations, so that large scenes soon begin
-constexpr std::size_t kMostTimes = 9;          // at which a moving scene is framed
+constexpr float kMostFrame = 1e9f;             // frame numbers have to fit into an int
+constexpr std::uint64_t kMostChecked = 100000; // locations; checks of large scenes stop there
+constexpr std::size_t kMostTimes = 9;          // number of times at which to frame a moving scene
 
 struct RenderOptions {
     std::string scene;
@@ -72,8 +72,8 @@ struct RenderOptions {
 /// One of the pictures to be drawn.
 struct Picture {
     float frame = 0;
-    std::string path; // for people, "-" for standard output
-    std::string task; // for the progress
+    std::string path; // shown to the user; "-" for standard output
+    std::string task; // shown with the progress
 };
 
 /// Owns a handle for plug-ins onto a location.
@@ -191,6 +191,7 @@ void RunRender(const RenderOptions& options) {
     const Scene scene = OpenScene(options, pictures);
     const LocationHandle root(scene.threadAware("/root"));
     std::vector<RendererTask> tasks;
+    tasks.reserve(pictures.size());
     for (const Picture& picture : pictures)
         tasks.push_back(TaskOf(picture, options, renderer, root));
     RunRenderer(renderer.name, options.renderer.isVerbose, tasks);
@@ -251,7 +252,7 @@ void AddSizeOptions(CLI::App& command, ChosenSettings& chosen) {
         ->excludes(resolution);
 }
 
-/// Which part of the picture is drawn.
+/// Adds the options that choose the part of the picture to draw.
 void AddPartOptions(CLI::App& command, ChosenSettings& chosen) {
     command
         .add_option_function<std::string>(

@@ -29,7 +29,7 @@ void AddOpsCommand(CLI::App& app);
 void AddDelegatesCommand(CLI::App& app);
 void AddDoctorCommand(CLI::App& app);
 
-/// The subcommands about subcommands. To be called after all others.
+/// Adds `help` and `completion`, which describe the other subcommands. Call it after all others.
 void AddHelpCommands(CLI::App& app);
 
 } // namespace TellarTool

@@ -65,7 +65,7 @@ struct WalkOptions {
     bool json = false;
     bool quiet = false;
     bool stats = false;
-    std::vector<std::string> types; // see LocationFilter, as for the next one
+    std::vector<std::string> types; // types and patterns of LocationFilter
     std::vector<std::string> patterns;
     bool isStrict = false;
 };
@@ -122,7 +122,7 @@ LocationFilter MakeFilter(const WalkOptions& options) {
     }
 }
 
-/// Asks what was meant when a type matched nothing, because no location has it.
+/// Suggests a similar type for each wanted type that no location has.
 void WarnAboutTypes(const std::vector<std::string>& wanted, const std::set<std::string>& types) {
     std::vector<std::string> names(types.begin(), types.end());
     names.emplace_back(kAnyMesh);
@@ -143,7 +143,7 @@ void PrintTotals(const WalkOptions& options, const Totals& totals) {
     WriteOutput((isAlone ? "" : "\n") + TotalsText(totals));
 }
 
-/// Prints the locations that match one after the other, and what they hold together.
+/// Prints the matching locations one after the other, then their totals.
 void PrintMatches(const GeometryProducer::Ptr& start, const WalkOptions& options,
                   LocationCount& count) {
     const LocationFilter filter = MakeFilter(options);

@@ -33,8 +33,8 @@ private:
             if (!text.empty()) files.emplace(text);
     }
 
-    /// The parameters "file" of the nodes, and the public ones that replace them. Many locations
-    /// have the same material.
+    /// Adds the parameters "file" of the nodes, and the public parameters that replace them. Many
+    /// locations have the same material.
     void addMaterial(const GroupAttribute& material) {
         if (!material.isValid() || !materials.insert(material.getHash()).second) return;
         const GroupAttribute nodes(material.getChildByName("nodes"));

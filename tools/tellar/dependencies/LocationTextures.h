@@ -10,11 +10,11 @@
 
 namespace TellarTool {
 
-/// The textures that a location and those below it name in their materials, lights and "textures",
-/// as they write them. Cooks them all. Empty for a null location.
+/// The texture references in the materials, lights and "textures" of a location and everything
+/// below it, unresolved. Cooks all of these locations. Empty for a null location.
 std::set<std::string> TexturesBelow(const TELLAR::GeometryProducer::Ptr& start);
 
-/// The file that a texture means: a relative path counts from `folder` if there is such a file, and
+/// Resolves a texture reference. A relative path counts from `folder` if the file exists there, and
 /// otherwise from the working directory.
 TextureFile FindTextureFile(const std::string& reference, const std::string& folder);
 

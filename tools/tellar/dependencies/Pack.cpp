@@ -104,7 +104,7 @@ bool IsInside(const std::string& path, const fs::path& folder) {
     return !relative.empty() && *relative.begin() != "..";
 }
 
-/// The file of the original import that a texture of the packed one stands for.
+/// The original file of a texture that the packed import refers to.
 std::string Original(const ImportedFile& import, const std::string& texture) {
     const fs::path name = fs::path(texture).filename();
     for (const TextureFile& candidate : import.textures)
@@ -113,7 +113,7 @@ std::string Original(const ImportedFile& import, const std::string& texture) {
     return {};
 }
 
-/// Adds the textures that a packed import names by absolute paths, or does not find.
+/// Adds the textures that a packed import refers to by absolute paths, or does not find.
 void AddStrayTextures(PackPlan& plan, const ImportedFile& original, const ImportedFile& packed,
                       const fs::path& folder) {
     for (const TextureFile& texture : packed.textures) {
@@ -125,8 +125,8 @@ void AddStrayTextures(PackPlan& plan, const ImportedFile& original, const Import
     }
 }
 
-/// Looks at the packed scene as a stranger would. A part that is missing there was named by an
-/// absolute path.
+/// Opens the packed scene as another user would. If a part is missing there, a file refers to it by
+/// an absolute path.
 void AddWhatIsMissed(PackPlan& plan, const SceneFiles& files, const fs::path& folder,
                      const StopSignals& signals) {
     const Scene packedScene((folder / plan.getSceneName()).string());

@@ -9,12 +9,12 @@
 
 namespace TellarTool {
 
-/// The files of a scene. Throws std::runtime_error naming a file that cannot be packed, also a
-/// missing one unless `allowMissing`.
+/// The files of a scene. Throws std::runtime_error naming a file that cannot be packed. A missing
+/// file is an error unless `allowMissing`.
 SceneFiles FindFilesToPack(const Scene& scene, bool allowMissing);
 
-/// Gathers a scene and its files in a folder, which can be moved anywhere. The packed scene is
-/// opened to see that it needs nothing else. Returns the path of its description. Throws
+/// Copies a scene and its files to a folder that can be moved anywhere. Opens the packed scene to
+/// check that it needs no other file. Returns the path of its description. Throws
 /// std::runtime_error naming a file that cannot be packed, and Stopped after a signal.
 std::string WritePack(const Scene& scene, const SceneFiles& files, const std::string& folder,
                       const StopSignals& signals);

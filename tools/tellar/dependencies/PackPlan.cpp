@@ -21,11 +21,11 @@ using namespace OxAttribute;
 constexpr const char* kModels = "models";
 constexpr const char* kTextures = "textures";
 
-/// A texture more folders above a model than this is taken for one of another place, which the
-/// model names by an absolute path.
+/// A texture that is more folders above its model than this is not kept relative to the model: the
+/// model probably refers to it by an absolute path.
 constexpr int kMostLevelsUp = 3;
 
-/// How many folders one has to go up from `folder` to reach one that holds the file.
+/// The number of folders to go up from `folder` to reach one that contains the file.
 int LevelsUp(const std::string& file, const fs::path& folder) {
     int levels = 0;
     for (const fs::path& part : fs::path(file).lexically_relative(folder)) {
@@ -41,7 +41,7 @@ fs::path Above(fs::path folder, int levels) {
     return folder;
 }
 
-/// The nearest folder above the import that holds it and what belongs to it.
+/// The innermost folder that contains the import and the files that belong to it.
 fs::path FolderAround(const ImportedFile& import) {
     const fs::path folder = fs::path(import.file).parent_path();
     int levels = 0;
@@ -53,7 +53,7 @@ fs::path FolderAround(const ImportedFile& import) {
     return Above(folder, levels);
 }
 
-/// The files of its textures that exist.
+/// The existing files of the import's textures.
 std::vector<std::string> TextureFilesOf(const ImportedFile& import) {
     std::vector<std::string> files;
     for (const TextureFile& texture : import.textures)
@@ -61,7 +61,7 @@ std::vector<std::string> TextureFilesOf(const ImportedFile& import) {
     return files;
 }
 
-/// A name that is not taken: "tree", then "tree_2".
+/// An unused name: "tree", then "tree_2".
 std::string FreeName(const std::string& name, const std::set<std::string>& taken) {
     std::string free = name;
     for (int i = 2; taken.count(free) != 0; ++i)
@@ -69,7 +69,7 @@ std::string FreeName(const std::string& name, const std::set<std::string>& taken
     return free;
 }
 
-/// The names of the entries of a folder among the places.
+/// The names of a folder's entries among the places.
 std::set<std::string> NamesIn(const std::string& folder,
                               const std::map<std::string, std::string>& places) {
     std::set<std::string> names;
@@ -141,7 +141,8 @@ void PackPlan::addTexture(const TextureFile& texture) {
     if (!IsFile(texture.files.front())) return;
     const fs::path path = texture.path;
     const std::set<std::string> taken = NamesIn(kTextures, textures);
-    // Textures of the same name get folders, because the tiles of a set keep their names.
+    // Textures with equal names get folders of their own, because the tiles of a set keep their
+    // names.
     fs::path folder = kTextures;
     if (taken.count(path.filename().string()) != 0) folder /= FreeName(path.stem().string(), taken);
     textures[texture.path] = (folder / path.filename()).generic_string();
@@ -150,8 +151,8 @@ void PackPlan::addTexture(const TextureFile& texture) {
         add((folder / fs::path(file).filename()).generic_string(), file);
 }
 
-/// The place of the file that a text names relative to `folder`, or else to the working
-/// directory. Any other text stays as it is.
+/// The place of the file that a text names, relative to `folder` or else to the working directory.
+/// Returns any other text unchanged.
 std::string PackPlan::packedText(const std::string& text, const std::string& folder) const {
     if (text.empty()) return text;
     const std::string beside = (fs::path(folder) / text).lexically_normal().string();
@@ -171,7 +172,7 @@ Attribute PackPlan::packedTexts(const StringAttribute& texts, const std::string&
     return isChanged ? StringAttribute(places, texts.getTupleSize()) : texts;
 }
 
-/// The attribute with the places of the files that it names.
+/// The attribute with file names replaced by places.
 Attribute PackPlan::packed(const Attribute& attribute, const std::string& folder) const {
     if (const StringAttribute texts(attribute); texts.isValid()) return packedTexts(texts, folder);
     const GroupAttribute group(attribute);
@@ -190,7 +191,7 @@ GroupAttribute PackPlan::packedOp(const GroupAttribute& op) const {
     GroupBuilder changed;
     changed.setGroupInherit(args.getGroupInherit());
     changed.update(GroupAttribute(packed(args, directory.empty() ? sceneFolder : directory)));
-    // Readers of JSON descriptions set it to the folder of the description.
+    // Readers of JSON descriptions set "directory" to the folder of the description.
     if (!directory.empty()) changed.del("directory");
     if (const std::string file = FileOfOp(op); !file.empty())
         changed.set("file", StringAttribute(imports.at(file)));

@@ -8,11 +8,11 @@
 
 namespace TellarTool {
 
-/// Where the files of a scene are in a pack, a folder that holds all of them.
+/// The layout of a pack, a folder that holds all files of a scene.
 ///
-///     garden.json           the scene, with paths that count from its folder
-///     models/tree/tree.obj  a model, and its files in their places beside it
-///     textures/wood.png     a texture that an op names
+///     garden.json           the scene, with paths relative to its folder
+///     models/tree/tree.obj  a model, with its other files placed relative to it as before
+///     textures/wood.png     a texture that an op refers to
 class PackPlan {
 public:
     /// Throws std::runtime_error naming two files that would need the same place.
@@ -20,15 +20,15 @@ public:
 
     /// The name of the scene's file in the pack.
     const std::string& getSceneName() const { return sceneName; }
-    /// The scene as a JSON description. Throws std::runtime_error when it has no such form.
+    /// The scene as a JSON description. Throws std::runtime_error if JSON cannot express it.
     std::string sceneText() const;
-    /// Files by their places, which are paths from the pack's folder.
+    /// The source file of each place; places are paths relative to the pack's folder.
     const std::map<std::string, std::string>& getSources() const { return sources; }
     /// The place of an imported file.
     const std::string& placeOf(const std::string& import) const { return imports.at(import); }
 
-    /// Puts one more texture where importers look for those that are not where a file says: into
-    /// the folder "textures" beside the import.
+    /// Adds a texture to the folder "textures" beside the import. Importers look there for textures
+    /// that they do not find otherwise.
     void addBeside(const std::string& import, const std::string& texture);
 
 private:
@@ -46,9 +46,9 @@ private:
     std::string sceneFolder;
     std::string sceneName;
     std::map<std::string, std::string> sources;
-    std::map<std::string, std::string> imports;  // places by paths, as for the next two
-    std::map<std::string, std::string> textures; // of the ops
-    std::map<std::string, std::string> places;   // of all files and sets of tiles
+    std::map<std::string, std::string> imports;  // place of each imported file
+    std::map<std::string, std::string> textures; // place of each texture of the ops
+    std::map<std::string, std::string> places;   // place of each file or set of tiles
 };
 
 } // namespace TellarTool

@@ -36,7 +36,7 @@ bool HasArgument(const std::string& opType, std::string_view name) {
         [name](const OxOpType::Argument& argument) { return argument.name == name; });
 }
 
-/// A producer of an op alone, with the argument "listFiles".
+/// A producer for this op alone, with the argument "listFiles".
 GeometryProducer::Ptr CookAlone(const GroupAttribute& op, const std::string& location,
                                 std::int32_t listFiles) {
     GroupBuilder changed;
@@ -61,7 +61,7 @@ bool IsBelowAny(std::string_view path, const ConstStringSample& folders) {
     return false;
 }
 
-/// Adds the textures of the materials. Those in the folders of `imageCache` are embedded.
+/// Adds the textures of the materials. Textures in the folders of `imageCache` are embedded ones.
 void AddTextures(const GroupAttribute& op, const StringAttribute& imageCache,
                  ImportedFile& import) {
     const ConstStringSample folders = imageCache.getNearestSample(0.0f);
@@ -75,7 +75,7 @@ void AddTextures(const GroupAttribute& op, const StringAttribute& imageCache,
     }
 }
 
-/// Adds what the importer opened, and its textures.
+/// Adds the files that the importer opened, and the textures of the import.
 void Examine(const GroupAttribute& op, ImportedFile& import) {
     const auto location = CookAlone(op, LocationOf(op, "opArgs.location", "/root/world"), 1);
     if (!location) return;
@@ -106,7 +106,7 @@ void Unite(std::vector<T>& into, const std::vector<T>& other) {
     into.erase(std::unique(into.begin(), into.end(), isSame), into.end());
 }
 
-/// Several ops may import one file, such as its variants, and need different textures.
+/// Several ops can import one file, for example different variants, and need different textures.
 void AddImport(std::vector<ImportedFile>& imports, const ImportedFile& import) {
     const auto known =
         std::find_if(imports.begin(), imports.end(), [&import](const ImportedFile& candidate) {
@@ -125,7 +125,7 @@ void AddPaths(const ImportedFile& import, std::set<std::string>& known) {
         known.insert(texture.path);
 }
 
-/// Adds the textures that no import has.
+/// Adds the textures that belong to no import.
 void AddOwnTextures(const Scene& scene, SceneFiles& files) {
     std::set<std::string> known;
     for (const ImportedFile& import : files.imports)

@@ -8,43 +8,43 @@
 
 namespace TellarTool {
 
-/// A texture by its absolute path. A path with "<UDIM>" stands for all files with a number there.
+/// A texture with its absolute path. "<UDIM>" in the path stands for the number of a tile.
 struct TextureFile {
     std::string path;
-    std::vector<std::string> files; ///< `path` itself unless it has "<UDIM>"
+    std::vector<std::string> files; ///< `path` itself, or the tiles of "<UDIM>"
 
     bool operator<(const TextureFile& other) const { return path < other.path; }
 };
 
 /// A file that an op imports, and what belongs to it.
 struct ImportedFile {
-    std::string file;               ///< absolute and without links, as are the other paths
-    std::vector<std::string> parts; ///< other files that are opened to read it
+    std::string file;               ///< all paths here are absolute and without symbolic links
+    std::vector<std::string> parts; ///< other files that its importer opens
     std::vector<TextureFile> textures;
-    std::vector<std::string> embedded; ///< images inside it, as files in the image cache
-    std::string failure;               ///< why it cannot be read; empty if it can
+    std::vector<std::string> embedded; ///< images inside the file, as paths of the image cache
+    std::string failure;               ///< error message of the importer; empty without an error
 };
 
 /// All files that a scene needs.
 struct SceneFiles {
     std::string scene;                 ///< empty for standard input
-    std::vector<ImportedFile> imports; ///< one for each file, for all ops together
-    std::vector<TextureFile> textures; ///< those that the ops name themselves
-    std::string failure;               ///< why the scene cannot be cooked; empty if it can
+    std::vector<ImportedFile> imports; ///< one for each file, however many ops import it
+    std::vector<TextureFile> textures; ///< textures that belong to no import
+    std::string failure;               ///< error message of the cook; empty without an error
 };
 
 /// Finds the files by reading the arguments of the ops, by asking importers what they read, and by
 /// cooking the scene for the textures that its locations name.
 SceneFiles FindSceneFiles(const Scene& scene);
 
-/// The path without links of the file that an op's argument "file" names; empty if its type has no
-/// such argument.
+/// The path, without symbolic links, of the file in an op's argument "file"; empty if its type has
+/// no such argument.
 std::string FileOfOp(const OxAttribute::GroupAttribute& op);
 
-/// The path from the working directory on, without "." and "..".
+/// The absolute path, without "." and "..", of a path relative to the working directory.
 std::string AbsolutePath(const std::string& path);
 
-/// The absolute path behind all symbolic links, as importers tell it.
+/// The absolute path without symbolic links, the form in which importers report paths.
 std::string WithoutLinks(const std::string& path);
 
 bool IsFile(const std::string& path);

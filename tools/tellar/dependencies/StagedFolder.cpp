@@ -62,7 +62,7 @@ void CheckEmpty(const std::string& folder) {
         throw std::runtime_error(folder + ": is there already, and is not empty");
 }
 
-/// Folders first, so that a scene never appears before the files that it needs.
+/// Sorts folders first, so that a scene never appears before the files that it needs.
 std::vector<fs::path> EntriesOf(const fs::path& folder) {
     std::vector<fs::path> entries;
     for (const auto& entry : fs::directory_iterator(folder))
@@ -107,7 +107,7 @@ void StagedFolder::putInPlace() {
     if (isNew) {
         Rename(path, folder);
     } else {
-        // The folder itself stays, because programs may be working in it.
+        // The existing folder is kept, because it can be a program's working directory.
         for (const fs::path& entry : EntriesOf(path))
             Rename(entry, fs::path(folder) / entry.filename());
         std::error_code ignored;

@@ -13,27 +13,27 @@ namespace TellarTool {
 /// process has left.
 class StagedFolder {
 public:
-    /// Removes what killed processes have left of the folder of this name. Throws
-    /// std::runtime_error unless the folder can be made, or is empty.
+    /// Removes the remains of killed processes beside the folder. Throws std::runtime_error unless
+    /// the folder can be created, or exists and is empty.
     static void check(const std::string& name);
 
     /// The folder of this name must not exist, or be empty. Throws std::runtime_error naming it and
     /// the reason.
     explicit StagedFolder(const std::string& name);
-    /// Removes the new folder unless it is in place.
+    /// Removes everything unless putInPlace() has been called.
     ~StagedFolder();
     StagedFolder(const StagedFolder&) = delete;
     StagedFolder& operator=(const StagedFolder&) = delete;
 
-    /// Where to write until then.
+    /// The folder to write to before putInPlace().
     const std::string& getPath() const { return path; }
 
     void putInPlace();
 
 private:
     std::string folder;
-    bool isNew = true; // otherwise it is an empty folder, which stays
-    std::string path;  // empty when it is in place
+    bool isNew = true; // false: an empty folder of that name exists and is kept
+    std::string path;  // empty after putInPlace()
     FolderLock lock;
 };
 

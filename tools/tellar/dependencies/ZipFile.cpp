@@ -14,7 +14,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Discards what was not closed, and leaves an older file as it is.
+/// Discards an archive that was not closed, and leaves an older file unchanged.
 struct Discarder {
     void operator()(zip_t* archive) const { zip_discard(archive); }
 };
@@ -35,7 +35,7 @@ Archive Open(const std::string& file) {
     Fail(file, reason);
 }
 
-/// In the order of their names, so that equal folders make equal files.
+/// The files sorted by name, so that equal folders make equal zip files.
 std::vector<fs::path> FilesBelow(const fs::path& folder) {
     std::vector<fs::path> files;
     for (const auto& entry : fs::recursive_directory_iterator(folder))

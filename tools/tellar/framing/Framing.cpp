@@ -12,7 +12,7 @@ using Imath::V3d;
 
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kFieldOfView = 38; // degrees, of the longer side of the picture
-constexpr double kMargin = 0.06;    // of the picture, at each side
+constexpr double kMargin = 0.06;    // share of the picture, at each side
 constexpr double kFromRight = 35;   // degrees from the front
 constexpr double kFromAbove = 20;   // degrees
 

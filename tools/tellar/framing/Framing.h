@@ -9,12 +9,12 @@ namespace TellarTool {
 
 /// A perspective camera of the form that the library reads.
 struct FramingCamera {
-    Imath::M44d toWorld; ///< for row vectors; the camera looks down -Z
+    Imath::M44d toWorld; ///< matrix for row vectors; the camera looks down -Z
     double fov = 0;      ///< degrees, of a window from -1 to 1
     double near = 0;
     double far = 0;
-    double halfWidth = 1; ///< of the window, as is the next one
-    double halfHeight = 1;
+    double halfWidth = 1;  ///< half of the window's width
+    double halfHeight = 1; ///< half of the window's height
 };
 
 /// Places a camera so that points just fit into its picture. It looks at them from the front (+Z),
@@ -24,15 +24,15 @@ public:
     /// `aspect` is the width of the picture divided by its height.
     explicit Framing(double aspect);
 
-    /// A point, or a sphere. What is not finite is left out.
+    /// Adds a point, or a sphere. Ignores values that are not finite.
     void add(const Imath::V3d& center, double radius = 0);
 
     bool isEmpty() const { return bounds.isEmpty(); }
-    /// Around all points, in world space.
+    /// The box around all points, in world space.
     const Imath::Box3d& getBounds() const { return bounds; }
     /// Half of the diagonal of the bounds; above 0 even when all points are one.
     double getRadius() const;
-    /// There must be a point.
+    /// Requires at least one point.
     FramingCamera getCamera() const;
 
 private:

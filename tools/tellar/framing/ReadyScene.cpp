@@ -24,7 +24,7 @@ using namespace OxAttribute;
 using Children = std::vector<GroupAttribute::Child>;
 using TELLAR::GeometryProducer;
 
-constexpr int kShorterSide = 512; // of a picture without a given size
+constexpr int kShorterSide = 512; // pixels, for a picture without a given size
 constexpr double kMostAspect = 16;
 constexpr float kSameAspect = 1e-4f;
 
@@ -182,8 +182,8 @@ private:
     Framing framing;
     const SceneSurvey survey;
     bool isFramed = false;
-    Children additions;               // to that child
-    std::vector<std::string> missing; // from the scene, for the note
+    Children additions;               // children that are added to that child
+    std::vector<std::string> missing; // parts that the scene lacks, for the note
     std::vector<std::string> told;
 };
 

@@ -55,7 +55,7 @@ std::vector<V3d> PointsIn(const Attribute& attribute, float time) {
                             : PointsIn(DoubleAttribute(attribute), time, 0.0);
 }
 
-/// The largest number at a time; 0 if there is none.
+/// The largest number of the attribute at that time; 0 if there is none.
 template <typename Numbers, typename T>
 double LargestIn(const Numbers& attribute, float time, T /*zero*/) {
     const std::int64_t count = attribute.isValid() ? attribute.getNumberOfValues() : 0;

@@ -9,7 +9,7 @@ namespace TellarTool {
 /// A shared library that is loaded in this process.
 struct LoadedLibrary {
     std::string name;    ///< "OxTellarSDK" of libOxTellarSDK.so.0
-    std::string version; ///< from the name of its file; empty when that has none
+    std::string version; ///< taken from the file name; empty when the name has none
     std::string file;    ///< absolute, symbolic links followed
 };
 

@@ -26,7 +26,7 @@ std::string Text(const char* text) {
     return text ? text : "";
 }
 
-/// The user's wish after this signal, an OxRenderWish. The signal is 0 if there was none.
+/// The OxRenderWish of the user after this signal; 0 means that there was no signal.
 int WishAfter(int signal) {
     if (signal == 0) return kOxRenderGoOn;
     return signal == SIGINT ? kOxRenderFinish : kOxRenderCancel;
@@ -118,7 +118,7 @@ private:
     std::vector<std::string> pictures;
     std::optional<std::string> error;
     std::mutex lock;
-    double fraction = 0; // of the task; guarded by lock, as are the next ones
+    double fraction = 0; // done part of the task; guarded by lock, as are the next ones
     std::string what;
     std::string task;
     double tasksBefore = 0;

@@ -5,8 +5,8 @@ namespace TellarTool {
 
 namespace {
 
-// "--option=value" are three words to bash. Options with values that only the user knows complete
-// to nothing.
+// Bash splits "--option=value" into three words. Values of options that only the user knows are not
+// completed.
 constexpr const char* kBegin = R"(# bash completion of tellar, made by: tellar completion bash
 _tellar() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
@@ -40,7 +40,7 @@ std::vector<std::string> AllNames(const std::vector<OptionEntry>& options) {
     return names;
 }
 
-/// The assignment that sets the choices for the option's value.
+/// The bash assignment that sets the choices for the option's value.
 std::string ValueOf(const OptionEntry& option) {
     if (!option.choices.empty()) return "words=\"" + JoinWords(option.choices) + '"';
     return option.isFile ? "words=" : "files=";
@@ -57,7 +57,7 @@ void AppendValues(std::string& out, const std::vector<OptionEntry>& options) {
     if (isAny) out += "        esac\n";
 }
 
-/// The assignment that sets the choices for arguments; empty for files.
+/// The bash assignment that sets the choices for arguments; empty for files.
 std::string ArgumentsOf(const CommandEntry& command) {
     if (command.positionals.empty()) return "files=";
     const OptionEntry& first = command.positionals.front();

@@ -14,7 +14,7 @@ bool IsOneOf(std::string_view text, std::initializer_list<std::string_view> text
     return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
-/// The parser describes a set of choices as "{bash,fish,zsh}" behind the type of the value.
+/// The choices of an option. The parser describes them as "{bash,fish,zsh}" after the value's type.
 std::vector<std::string> ChoicesOf(const CLI::Option& option) {
     const std::string type = option.get_type_name();
     const std::size_t begin = type.find('{');

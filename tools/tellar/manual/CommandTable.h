@@ -10,15 +10,14 @@ class App;
 
 namespace TellarTool {
 
-/// An option or a positional argument of a command, as "--help" tells it.
+/// An option or a positional argument of a command, as "--help" lists it.
 struct OptionEntry {
-    std::vector<std::string>
-        names;         ///< with dashes, short ones first; of a positional its only name
-    std::string value; ///< such as "PATH"; empty for flags and positionals
+    std::vector<std::string> names; ///< with dashes, short ones first; a positional has one name
+    std::string value;              ///< such as "PATH"; empty for flags and positionals
     std::string help;
-    std::vector<std::string> choices; ///< all values that are accepted; empty if it takes others
+    std::vector<std::string> choices; ///< the accepted values; empty if any value is accepted
     bool isValueOptional = false;
-    bool isFile = false; ///< its value is the path of a file or folder
+    bool isFile = false; ///< the value is the path of a file or folder
     bool isRequired = false;
     bool isRepeated = false; ///< may be given several times
 };
@@ -38,8 +37,7 @@ struct CommandTable {
     std::vector<CommandEntry> subcommands;
 };
 
-/// Reads the tables from which the parser makes the help, so that manual pages and completions
-/// never differ from it.
+/// Reads the parser's own tables, so that manual pages and completions never differ from the help.
 CommandTable TableOf(const CLI::App& app);
 
 } // namespace TellarTool

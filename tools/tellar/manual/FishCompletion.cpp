@@ -9,7 +9,7 @@ std::string Quoted(std::string_view text) {
     return '\'' + WithBackslashes(text, "'\\") + '\'';
 }
 
-/// "-s o" or "-l at"; "-o" of fish is for words behind one dash.
+/// "-s o" for a short name or "-l at" for a long one; fish's "-o" is for long names after one dash.
 std::string NameOf(const std::string& name) {
     return name.compare(0, 2, "--") == 0 ? " -l " + name.substr(2) : " -s " + name.substr(1);
 }
@@ -23,7 +23,8 @@ void AppendOption(std::string& out, const std::string& condition, const OptionEn
     out += " -d " + Quoted(option.help) + '\n';
 }
 
-/// Fish offers files behind a command unless it is told otherwise.
+/// Appends the choices for arguments. "-f" keeps fish from offering files, which it does by
+/// default.
 void AppendArguments(std::string& out, const std::string& condition, const CommandEntry& command) {
     if (!command.positionals.empty() && command.positionals.front().isFile) return;
     out += "complete -c tellar -n " + condition + " -f";

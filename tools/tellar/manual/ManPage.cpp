@@ -9,8 +9,8 @@ namespace TellarTool {
 
 namespace {
 
-/// Text of a page. A backslash, a hyphen, and a dot or an apostrophe at the start of a line mean
-/// something else there.
+/// Escapes text for a page: troff interprets backslashes, hyphens, and a dot or an apostrophe at
+/// the start of a line.
 std::string Escaped(std::string_view text) {
     std::string out;
     bool isStart = true;
@@ -43,7 +43,7 @@ std::string Paragraph(const std::string& text) {
     return Escaped(text) + ".\n";
 }
 
-/// "--at PATH", with the forms of its names between commas.
+/// The names of an option, separated by commas, and its value: "--at PATH".
 std::string TermOf(const OptionEntry& option) {
     std::string term;
     for (const std::string& name : option.names)
@@ -66,7 +66,7 @@ std::string SynopsisOf(const CommandEntry& command) {
     return line + '\n';
 }
 
-/// Lines that begin with two blanks are commands, kept as they are; others are sentences.
+/// Lines that begin with two blanks are commands and keep their layout; other lines are filled.
 std::string ExamplesOf(const std::string& footer) {
     std::string out;
     std::istringstream lines(footer);

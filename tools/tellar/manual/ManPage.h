@@ -10,7 +10,7 @@ namespace TellarTool {
 
 /// A manual page in the language of troff with the macros of man(7).
 struct ManPage {
-    std::string file; ///< its name, such as "tellar-walk.1"
+    std::string file; ///< file name, such as "tellar-walk.1"
     std::string text;
 };
 

@@ -7,10 +7,10 @@
 
 namespace TellarTool {
 
-// Scripts by which a shell completes commands, options and their values while they are typed.
+// Completion scripts: they let a shell complete commands, options and values of options.
 
 std::string BashCompletion(const CommandTable& table);
-/// A file "_tellar" for a folder of $fpath.
+/// The content of a file "_tellar" for a folder in $fpath.
 std::string ZshCompletion(const CommandTable& table);
 std::string FishCompletion(const CommandTable& table);
 

@@ -7,7 +7,7 @@
 
 namespace TellarTool {
 
-/// The words with blanks in between.
+/// The words with a separator between them.
 std::string JoinWords(const std::vector<std::string>& words, std::string_view separator = " ");
 
 /// The text with a backslash in front of each of the characters.

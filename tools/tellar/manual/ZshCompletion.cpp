@@ -13,13 +13,13 @@ std::string Quoted(std::string_view text) {
     return out + '\'';
 }
 
-/// The action by which zsh completes the value: files, words, or none.
+/// The zsh action that completes the value: files, words, or none.
 std::string ActionOf(const OptionEntry& option) {
     if (!option.choices.empty()) return '(' + JoinWords(option.choices) + ')';
     return option.isFile ? "_files" : " ";
 }
 
-/// "--at[Start at this location]:PATH: ", once for each name of the option.
+/// The option's entry, such as "--at[Start at this location]:PATH: ", once for each of its names.
 void AppendOption(std::string& out, const OptionEntry& option) {
     for (const std::string& name : option.names) {
         std::string spec = option.isRepeated ? "*" : "";

@@ -39,12 +39,12 @@ GroupAttribute MaterialAt(GeometryProducer& location, const std::string& path) {
     return found ? OwnMaterial(*found) : GroupAttribute();
 }
 
-/// The material at the path that the location is assigned. There is a note when it is missing, or
+/// The material at the path in the location's assignment. Adds a note when it is missing, or
 /// differs from the location's own material.
 GroupAttribute AssignedMaterial(LocationMaterial& found, GeometryProducer& location,
                                 const std::string& assignment, const GroupAttribute& own) {
     const std::string path = location.getFullName();
-    const GroupAttribute assigned = MaterialAt(location, assignment);
+    GroupAttribute assigned = MaterialAt(location, assignment);
     if (!assigned.isValid())
         found.notes.push_back(path + " is assigned \"" + assignment +
                               "\", where there is no material");
@@ -54,7 +54,7 @@ GroupAttribute AssignedMaterial(LocationMaterial& found, GeometryProducer& locat
     return assigned;
 }
 
-/// Adds the material that one location contributes, if it has one.
+/// Adds the location's own material, if it has one.
 void AddSource(LocationMaterial& found, GeometryProducer& location) {
     GroupAttribute material = OwnMaterial(location);
     std::string assignment = Assignment(location);

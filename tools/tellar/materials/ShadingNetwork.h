@@ -15,7 +15,7 @@ struct ShadingNetwork {
     struct Terminal {
         std::string name;
         std::string node;
-        std::string port; ///< of the node; empty when the material names none
+        std::string port; ///< output of the node; empty when the material names none
     };
 
     std::vector<Terminal> terminals;

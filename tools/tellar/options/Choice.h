@@ -8,8 +8,8 @@
 
 namespace TellarTool {
 
-/// Accepts one of the names. The error lists them and asks for the one that may be meant. The
-/// description lists them too, for completion.
+/// Accepts one of the names. The error lists the names and suggests the most similar one. The
+/// description lists them for completion.
 CLI::Validator Choice(const std::vector<std::string>& names);
 
 } // namespace TellarTool

@@ -20,15 +20,15 @@ struct ChosenSettings {
     std::vector<std::string> aovs;  ///< layers of the picture; empty: not chosen
     std::optional<float> noise;
     std::optional<float> minutes;
-    std::vector<ChosenSetting> others; ///< those above win over them
+    std::vector<ChosenSetting> others; ///< settings by name; the members above take precedence
 };
 
 /// Throws std::runtime_error naming the option when --camera is empty or --resolution is not in the
 /// resolution table.
 void CheckChosen(const ChosenSettings& chosen);
 
-/// A hint for each setting and layer whose name is nearly, but not exactly, a usual one. Renderers
-/// may have others.
+/// A hint for each setting and layer whose name is similar to a known one. It is no error, because
+/// renderers may have settings and layers of their own.
 std::vector<std::string> HintsAbout(const ChosenSettings& chosen);
 
 /// The scene with these settings; the scene itself when none is chosen. Throws std::runtime_error

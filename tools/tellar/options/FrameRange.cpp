@@ -35,7 +35,7 @@ std::optional<std::vector<int>> NumbersBetweenColons(std::string_view text) {
 struct FramePlace {
     std::size_t begin;
     std::size_t end;
-    std::size_t width; // of the number at least
+    std::size_t width; // least number of digits
 };
 
 std::optional<FramePlace> FindHashes(const std::string& name) {

@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kPluginLogger = "PluginManager";
 
-/// 'warning: shot.json:14:5: MaterialAssign "red": there is no material ...'
+/// The printed line: 'warning: shot.json:14:5: MaterialAssign "red": there is no material ...'
 void Print(const OxOpType::Warning& warning) {
     const std::string place = PlaceOfOp(warning.opName);
     PrintWarning("warning: " + (place.empty() ? place : place + ": ") + warning.opType + " \"" +
@@ -59,9 +59,9 @@ void SceneWarnings::finish() {
     EndIfStrict(isStrict);
 }
 
-/// Errors go on to who listened before, too: the error of the command ends with the first one.
+/// Passes errors on to the previous listener too: the command's error ends with the first of them.
 void SceneWarnings::take(const OxLogMessage& message) {
-    const bool isAboutPlugins = message.loggerName == kPluginLogger; // told by tellar doctor
+    const bool isAboutPlugins = message.loggerName == kPluginLogger; // tellar doctor reports these
     if (message.level < OxLogLevel::warn || isAboutPlugins) return;
     const std::lock_guard<std::mutex> guard(lock);
     waiting.push_back((message.level == OxLogLevel::warn ? "warning: " : "") + message.text);

@@ -16,19 +16,19 @@ class App;
 
 namespace TellarTool {
 
-/// The option --strict.
+/// Adds the option --strict.
 void AddStrict(CLI::App& command, bool& isStrict);
 
 /// Prints a line unless it was printed before.
 void PrintWarning(const std::string& line);
 
-/// Throws ProblemsFound if there were any warnings and they are errors.
+/// Throws ProblemsFound if `isStrict` and there were any warnings.
 void EndIfStrict(bool isStrict);
 
-/// The warnings about a scene: what its op types say of its ops, and, while this object lives, what
-/// the library logs unless the user asks for log messages. The latter wait until the former are
-/// printed, because they may be about the same files and say less. Nothing is printed when the
-/// command fails.
+/// Prints the warnings about a scene: those of its op types, and the messages that the library logs
+/// while this object lives, unless the user asks for log messages. Logged messages wait until the
+/// warnings of the op types are printed, because they may be about the same files and say less.
+/// Nothing is printed when the command fails.
 class SceneWarnings {
 public:
     explicit SceneWarnings(bool isStrict);
@@ -36,11 +36,11 @@ public:
     SceneWarnings(const SceneWarnings&) = delete;
     SceneWarnings& operator=(const SceneWarnings&) = delete;
 
-    /// Asks the op types, each for no more than so many locations, and prints. Then throws
+    /// Prints the warnings of the op types, each of which may cook `mostLocations`. Then throws
     /// ProblemsFound if there were any warnings and --strict is given.
     void check(const Scene& scene, std::uint64_t mostLocations = UINT64_MAX);
 
-    /// Prints what waits. Throws as check does.
+    /// Prints the waiting messages. Throws as check does.
     void finish();
 
 private:

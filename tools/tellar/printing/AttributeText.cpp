@@ -17,7 +17,7 @@ using namespace OxAttribute;
 
 /// More values than this are shortened; a matrix still shows whole.
 constexpr std::size_t kShownValues = 16;
-constexpr std::size_t kShownBytes = 80; // of a string
+constexpr std::size_t kShownBytes = 80; // longer strings are cut
 
 void AppendValue(std::string& out, std::string_view text) {
     const std::string_view shown = TellarInternal::Utf8Beginning(text, kShownBytes);
@@ -35,7 +35,7 @@ void AppendValue(std::string& out, double value) {
     AppendNumber(out, value);
 }
 
-/// ", 2 samples from 0 to 1"; nothing for a single one.
+/// The text ", 2 samples from 0 to 1"; empty for a single sample.
 void AppendTimes(std::string& out, const DataAttribute& attribute) {
     const std::int64_t samples = attribute.getNumberOfTimeSamples();
     if (samples <= 1) return;
@@ -82,7 +82,7 @@ std::string DescribeData(const AttributeT& attribute, const char* type) {
     return out;
 }
 
-/// Walks the values of nested groups. It keeps its own stack, because groups may be nested deep.
+/// Walks the values of nested groups. It keeps its own stack, because groups may be nested deeply.
 class ValueWalk {
 public:
     using Line = std::function<void(const std::string&, const std::string&)>;
@@ -97,7 +97,7 @@ public:
             open.push_back({group, 0, path.empty() ? path : path + '.'});
     }
 
-    /// Visits the next child of the innermost open group. False when all groups are done.
+    /// Visits the next child of the innermost open group. Returns false when all groups are done.
     bool next() {
         while (!open.empty() && open.back().next == open.back().group.getNumberOfChildren())
             open.pop_back();

@@ -33,12 +33,12 @@ std::vector<std::string> PotentialChildren(GeometryProducer& location) {
     return names;
 }
 
-/// The paths of children whose names are like a missing one.
+/// The paths of children whose names are similar to a missing one.
 std::vector<std::string> SimilarChildren(GeometryProducer& location, const std::string& missing) {
     std::vector<std::string> similar =
         TellarInternal::SimilarNames(PotentialChildren(location), missing);
     for (std::string& name : similar)
-        name = location.getFullName() + '/' + name;
+        name.insert(0, location.getFullName() + '/');
     return similar;
 }
 

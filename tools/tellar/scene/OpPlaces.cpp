@@ -39,7 +39,7 @@ std::string WithPlace(const std::string& error) {
          end = error.find("\" (", end + 1)) {
         const std::string place =
             PlaceOfOp(error.substr(kBeginning.size(), end - kBeginning.size()));
-        if (!place.empty()) return place + ": " + error;
+        if (!place.empty()) return std::string(place).append(": ").append(error);
     }
     return error;
 }

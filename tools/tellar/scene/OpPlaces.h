@@ -8,14 +8,15 @@
 
 namespace TellarTool {
 
-// Where the ops of the scenes that this process has read stand. For the main thread.
+// The places, file and line, of the ops of all scenes that this process has read. For the main
+// thread.
 
-/// Remembers the ops of a description that was read from `source`. Those without a place in `told`
-/// stand at `source` as a whole.
+/// Remembers the ops of a description that was read from `source`. The place of an op that `told`
+/// does not contain is `source` alone.
 void RememberOps(const std::string& source, const OxAttribute::GroupAttribute& description,
                  const OxAttribute::DescriptionText& told);
 
-/// "scene.json:14:5" or "scene.oxop"; empty for an op that no scene has.
+/// The place "scene.json:14:5" or "scene.oxop"; empty for an unknown op.
 std::string PlaceOfOp(const std::string& name);
 
 /// An error about an op, 'Op "row" (Array) ...', with the op's place in front. Other errors are

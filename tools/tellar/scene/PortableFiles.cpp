@@ -27,13 +27,13 @@ bool TakesDirectory(const std::string& opType) {
                                [](const auto& argument) { return argument.name == "directory"; });
 }
 
-/// The arguments of an Op with an absolute "directory". In JSON, an Op without one has that of the
+/// The arguments of an Op with an absolute "directory". In JSON its default is the folder of the
 /// description.
 GroupAttribute Portable(const GroupAttribute& args, const fs::path& folder, SceneKind kind) {
     const fs::path directory = TextAt(args, "directory");
     const std::string file = TextAt(args, "file");
     const fs::path relative = directory.lexically_normal().lexically_relative(folder);
-    if (relative.empty()) return args; // on another drive
+    if (relative.empty()) return args; // it is on another drive
     GroupBuilder builder(BuilderModeStrict);
     builder.setGroupInherit(args.getGroupInherit());
     builder.update(args);

@@ -13,11 +13,11 @@ namespace TellarTool {
 /// A description that is about to be written, and how it names files.
 struct PortableDescription {
     OxAttribute::GroupAttribute description;
-    std::size_t absoluteFiles = 0; ///< ops whose file was given by an absolute path, and stays so
+    std::size_t absoluteFiles = 0; ///< ops whose "file" is an absolute path, which is kept
 };
 
-/// Lets the relative files of all ops count from `folder`, that of the file to be written, so that
-/// both can be moved together. Readers of descriptions make them absolute again.
+/// Makes the relative files of all ops relative to `folder`, the folder of the file to be written,
+/// so that both can be moved together. Readers of descriptions make them absolute again.
 PortableDescription WithPortableFiles(const OxAttribute::GroupAttribute& description,
                                       const std::string& folder, SceneKind kind);
 

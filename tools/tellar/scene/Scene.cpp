@@ -73,7 +73,7 @@ SceneKind FindKind(FileStream& file) {
 }
 
 GroupAttribute ReadDescriptionStream(FileStream& file) {
-    const GroupAttribute description(Attribute::readAttributeStream(&file, FileStream::read, 0));
+    GroupAttribute description(Attribute::readAttributeStream(&file, FileStream::read, 0));
     if (!description.isValid())
         throw std::runtime_error(file.getPath() +
                                  ": holds no op-tree description, but another attribute");
@@ -178,7 +178,7 @@ Scene::Scene(const std::string& path) : path(path) {
 }
 
 void Scene::readStandardInput() {
-    path = kInputName; // in the working directory, from which its files count
+    path = kInputName; // its relative files count from the working directory
     input = std::make_shared<const StandardInput>();
     DescriptionText told;
     try {
@@ -193,7 +193,8 @@ void Scene::readStandardInput() {
     remember(told);
 }
 
-/// Errors about the only op of a model file name that file already.
+/// Remembers the comments and the places of ops. Errors about the op of a model name the file
+/// already.
 void Scene::remember(const DescriptionText& told) {
     comments = told.comments;
     if (kind != SceneKind::SceneFile) RememberOps(path, description, told);

@@ -42,10 +42,10 @@ public:
     SceneKind getKind() const { return kind; }
     const OxAttribute::GroupAttribute& getDescription() const { return description; }
 
-    /// The number of comments in a description written as JSON, which the description has not.
+    /// The number of comments in a JSON file; getDescription() does not hold them.
     std::size_t getNumberOfComments() const { return comments; }
 
-    /// Returns the warnings of OxOpType::CheckOps about its ops, or none when no client can be made
+    /// Returns the warnings of OxOpType::CheckOps about the ops; none when no client can be made
     /// for the scene.
     std::vector<OxOpType::Warning> check(std::uint64_t mostLocations) const;
 
@@ -83,8 +83,8 @@ private:
     bool isOpenedByPath = false; // the library opens the op file itself
 };
 
-/// An op tree of one op, which imports the file. A relative one counts from `directory`, or without
-/// one from the working directory.
+/// An op tree of one op, which imports the file. A relative path counts from `directory` or, if
+/// that is empty, from the working directory.
 OxAttribute::GroupAttribute DescribeImport(const std::string& file,
                                            const std::string& directory = {});
 

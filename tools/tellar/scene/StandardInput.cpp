@@ -30,7 +30,7 @@ bool BeginsWith(std::string_view text, std::string_view beginning) {
     return text.substr(0, beginning.size()) == beginning;
 }
 
-/// The extension for the content. Text of an unknown kind is taken for an OBJ file.
+/// The file extension that fits the content. Text of an unknown kind is taken for an OBJ file.
 const char* ExtensionFor(std::string_view content) {
     const std::string_view beginning = content.substr(0, kBeginning);
     const auto has = [beginning](const char* word) {

@@ -8,7 +8,8 @@ namespace TellarTool {
 /// Thrown when the user ended the work by this signal: the exit status is then 128 and its number.
 struct Stopped {
     int signal = 0;
-    std::string outcome; ///< what is written by then, such as "no picture was written"
+    std::string
+        outcome; ///< a text about the files written so far, such as "no picture was written"
 };
 
 /// While it lives, the first SIGINT or SIGTERM is only recorded, and the next one ends the process

@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kTries = 100; // to find a name that is not taken
+constexpr int kTries = 100; // attempts to find an unused name
 
 } // namespace
 

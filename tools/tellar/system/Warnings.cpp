@@ -12,7 +12,7 @@ namespace {
 
 struct Known {
     std::mutex lock;
-    std::set<std::string> warnings; // guarded by lock, as is the next one
+    std::set<std::string> warnings; // guarded by lock, as the next one
     std::vector<std::string> missingFiles;
 };
 
@@ -22,7 +22,7 @@ Known& GetKnown() {
     return *known;
 }
 
-/// Whether the path stands in the text, not as the end of a longer one.
+/// Whether the text contains the path, but not as the end of a longer path.
 bool Names(std::string_view text, std::string_view path) {
     for (std::size_t at = text.find(path); at != std::string_view::npos;
          at = text.find(path, at + 1))

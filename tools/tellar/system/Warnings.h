@@ -6,13 +6,13 @@
 
 namespace TellarTool {
 
-// The warnings of this process, which are printed once each. Any thread may call the functions.
+// Keeps each warning of this process from being printed twice. Safe from several threads at once.
 
-/// Counts a warning. Returns false, and counts nothing, for one that was there before or is about a
-/// missing file that is known.
+/// Counts a new warning. Returns false, without counting, for a repeated warning and for one about
+/// a file of NoteMissingFile().
 bool IsNewWarning(const std::string& warning);
 
-/// Later warnings in which the path of the file stands say nothing new.
+/// Marks a file as reported: later warnings that contain its path are not new.
 void NoteMissingFile(const std::string& path);
 
 std::size_t GetNumberOfWarnings();

@@ -10,8 +10,8 @@
 
 namespace TellarTool {
 
-/// Has `printer` print the locations that match, each as if a walk began and ended with it, and
-/// adds them to the totals. The filter and the totals must outlive the printer.
+/// A printer that prints matching locations with `printer`, each as if the walk consisted of it
+/// alone, and adds them to the totals. The filter and the totals must outlive it.
 std::unique_ptr<LocationPrinter> MakeFilteredPrinter(std::unique_ptr<LocationPrinter> printer,
                                                      const LocationFilter& filter,
                                                      SharedTotals& totals);
@@ -19,7 +19,7 @@ std::unique_ptr<LocationPrinter> MakeFilteredPrinter(std::unique_ptr<LocationPri
 /// Turns JSON objects, each with a line feed at its end, into the members of an array.
 class JsonMembers {
 public:
-    /// The members that the text holds, with what separates them from earlier ones.
+    /// The members in the text, with separators between them and after earlier members.
     std::string next(const std::string& text);
 
 private:

@@ -13,9 +13,9 @@ namespace TellarTool {
 /// Chooses locations by their types and paths. Immutable: any number of threads may share one.
 class LocationFilter {
 public:
-    /// Without types, or without patterns, all are accepted. A pattern that does not begin with a
-    /// slash is one of names. The type "mesh" stands for those of kMeshTypes. Throws
-    /// std::runtime_error naming a pattern that is none.
+    /// An empty list of types, or of patterns, accepts all. A pattern that does not begin with a
+    /// slash is matched against names. The type "mesh" stands for all of kMeshTypes. Throws
+    /// std::runtime_error naming an invalid pattern.
     LocationFilter(std::vector<std::string> types, const std::vector<std::string>& patterns);
 
     bool matchesPath(TELLAR::GeometryProducer& location) const;

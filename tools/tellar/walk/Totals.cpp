@@ -40,7 +40,7 @@ void ExtendByPoints(Imath::Box3d& box, const Numbers& points, const Imath::M44d&
         Extend(box, V3d(values[i], values[i + 1], values[i + 2]) * toWorld);
 }
 
-/// x min, x max, y min, y max, z min, z max.
+/// Reads a bound: x min, x max, y min, y max, z min, z max.
 void ExtendByBound(Imath::Box3d& box, const DoubleAttribute& attribute,
                    const Imath::M44d& toWorld) {
     std::array<double, 6> bound{};
@@ -57,7 +57,7 @@ std::uint64_t CountFaces(const GroupAttribute& geometry) {
     return static_cast<std::uint64_t>(std::max<std::int64_t>(entries - 1, 0));
 }
 
-/// All points are one curve where their numbers are not told.
+/// The number of curves. Without numbers of points per curve, all points form one curve.
 std::uint64_t CountCurves(const GroupAttribute& geometry, const std::string& type,
                           std::uint64_t points) {
     if (type != "curves") return 0;
@@ -66,7 +66,7 @@ std::uint64_t CountCurves(const GroupAttribute& geometry, const std::string& typ
                             : std::min<std::uint64_t>(points, 1);
 }
 
-/// Adds the points to the totals. False when there are none.
+/// Adds the points to the totals. Returns false when there are none.
 bool AddPoints(Totals& totals, const Attribute& points, const Imath::M44d& toWorld) {
     const FloatAttribute floats(points);
     const DoubleAttribute doubles(points);

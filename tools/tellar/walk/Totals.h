@@ -17,8 +17,8 @@ struct Totals {
     std::uint64_t polygons = 0;
     std::uint64_t curves = 0;
     std::uint64_t points = 0;
-    /// In world space, at time 0: around all points, and around the attribute "bound" of locations
-    /// without points. Empty if there are none.
+    /// A box in world space at time 0, around all points and around the attribute "bound" of
+    /// locations without points. Empty if there are none.
     Imath::Box3d bounds;
 
     void add(const Totals& other);
@@ -27,25 +27,26 @@ struct Totals {
 /// The totals of one location.
 Totals TotalsOf(TELLAR::GeometryProducer& location);
 
-/// Adds up what several threads find.
+/// Adds up totals. Several threads may call add() and noteType() at once.
 class SharedTotals {
 public:
     void add(const Totals& found);
-    /// Takes note of a location type that exists in the scene.
+    /// Records a location type that exists in the scene.
     void noteType(const std::string& type);
 
-    // To be called when no thread adds any more.
+    // The getters may be called only when no thread adds any more.
     const Totals& get() const { return totals; }
     const std::set<std::string>& getTypes() const { return types; }
 
 private:
-    std::mutex lock; // guards what follows
+    std::mutex lock; // guards the members below
     Totals totals;
     std::set<std::string> types;
 };
 
-/// Lines for people, and a JSON object.
+/// The totals as readable lines.
 std::string TotalsText(const Totals& totals);
+/// The totals as a JSON object.
 std::string TotalsJson(const Totals& totals);
 
 } // namespace TellarTool

@@ -20,7 +20,7 @@ struct WalkPart {
     };
     Kind kind;
     TELLAR::GeometryProducer::Ptr location;
-    std::vector<bool> isLast; ///< as in Visit
+    std::vector<bool> isLast; ///< see Visit
     bool hasChildren = false;
     std::vector<std::string> names;
 };
