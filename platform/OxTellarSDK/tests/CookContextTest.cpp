@@ -147,7 +147,7 @@ TEST(CookContext, TheNoteOfTheParentIsAtHandOnceItIsCooked) {
 TEST(CookContext, TheNoteOfAnotherOpIsNotShown) {
     Graph graph;
     const Client client = graph.commit(graph.op(kReadingNotes, {}, {graph.op(kNoting)}));
-    EXPECT_EQ(ParentNote(client, "/root/a"), "none"); // as its input made it
+    EXPECT_EQ(ParentNote(client, "/root/a"), "none"); // unchanged from the input
     EXPECT_EQ(ParentNote(client, "/root/a/b"), "none");
 }
 

@@ -191,7 +191,8 @@ TEST(Cycles, HaveLongNamesTruncatedBetweenCharacters) {
 TEST(Cycles, TakeMemoryInProportionToTheirOps) {
     const auto bytesOfCommit = [](std::size_t length) {
         Circle circle(std::string(length, 'x'));
-        circle.transaction->setOpInputs(circle.ops.back(), circle.ops); // as many cycles as ops
+        circle.transaction->setOpInputs(circle.ops.back(),
+                                        circle.ops); // every op is part of a cycle
         const std::size_t before = AllocatedBytes();
         const Client client = circle.commit(circle.ops[0]);
         EXPECT_THAT(CookError(client, "/root"), HasSubstr("it is part of a cycle: x -> x"));

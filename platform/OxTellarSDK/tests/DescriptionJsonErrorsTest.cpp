@@ -91,7 +91,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 struct FaultyValue {
     const char* json;
-    const char* error; // from the column on
+    const char* error; // the message, starting with the column
 
     friend void PrintTo(const FaultyValue& faulty, std::ostream* out) { *out << faulty.json; }
 };

@@ -123,7 +123,7 @@ TEST(Evict, ReplacesASharedResult) {
     EXPECT_EQ(ValueAt(a, "/root"), 2);
     EXPECT_EQ(ValueAt(b, "/root"), 2);
     EXPECT_EQ(Number(b->getCachedLocation("/root").getAttrs(), "value"), 2);
-    EXPECT_EQ(Number(old.getAttrs(), "value"), 1); // what was handed out never changes
+    EXPECT_EQ(Number(old.getAttrs(), "value"), 1); // attributes that were handed out never change
     EXPECT_EQ(Counter::take("replaced"), 2);
 }
 

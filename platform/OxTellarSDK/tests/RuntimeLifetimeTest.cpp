@@ -58,7 +58,7 @@ TEST(Lifetime, AnOpCanKeepAClientOfItsOwnRuntime) {
         EXPECT_EQ(ValueAt(keeping.commit(keeping.op("TestClientKeeper")), "/root"), 3);
         EXPECT_EQ(ClientKeeper::next, nullptr);
     }
-    Graph another(runtime); // to build it lets go of what is unused
+    Graph another(runtime); // building it frees unused Ops
     EXPECT_EQ(ValueAt(another.commit(another.op(kSource, {Value(2)})), "/root"), 2);
     runtime->finalize();
 }

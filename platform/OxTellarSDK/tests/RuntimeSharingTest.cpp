@@ -72,7 +72,7 @@ TEST(RuntimeSharing, DefectiveOpsOfOneTypeDifferByTheirNamesAndDefects) {
     const Op alone = graph.op(kPass, {}, {}, "x"), x = graph.op(kPass, {}, {}, "x");
     const Op y = graph.op(kPass, {}, {x}, "y");
     graph.transaction->setOpInputs(alone, {alone}); // a circle of one
-    graph.transaction->setOpInputs(x, {y});         // of two
+    graph.transaction->setOpInputs(x, {y});         // a cycle of two Ops
     graph.commit();
     EXPECT_NE(a->getIdentity(), b->getIdentity());
     EXPECT_NE(alone->getIdentity(), x->getIdentity());

@@ -265,7 +265,7 @@ TEST(RuntimeThreads, OneLocationCanBeCookedEvictedAndReadAtOnce) {
             if (number == 0) {
                 outsideWorld = i;
                 graph.runtime->evict("/root");
-                wrong += ValueAt(client, "/root") != i; // what was evicted never comes back
+                wrong += ValueAt(client, "/root") != i; // evicted values never come back
                 continue;
             }
             const LocationData data =

@@ -25,7 +25,7 @@ std::vector<std::string> Texts(const GroupAttribute& attrs) {
     return texts;
 }
 
-/// One of each kind, with a relative and an absolute file.
+/// Attributes with textures of every kind, each with a relative and an absolute file.
 GroupAttribute Attrs() {
     const GroupAttribute faces =
         Group({{"maps", StringAttribute({"a.png", "/b.png"}, 1)}, {"indicies", IntAttribute(0)}});

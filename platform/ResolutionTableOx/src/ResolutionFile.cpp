@@ -122,9 +122,9 @@ private:
 
     Level level = Level::file;
     std::unordered_set<std::string> names;
-    std::string name;                     // of the format that is being read
+    std::string name;                     // name of the format that is being read
     std::string member;                   // the one that is being read
-    std::map<std::string, double> values; // by member
+    std::map<std::string, double> values; // its values, keyed by member
 };
 
 void Parse(rapidjson::MemoryStream& stream, std::size_t size, FormatCollector& collector) {

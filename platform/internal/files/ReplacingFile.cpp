@@ -13,8 +13,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kTries = 100;    // to find a name that is not taken
-constexpr int kMostLinks = 40; // as many as Linux follows
+constexpr int kTries = 100;    // attempts to find an unused name
+constexpr int kMostLinks = 40; // Linux follows as many links
 
 } // namespace
 

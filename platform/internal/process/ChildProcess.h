@@ -25,8 +25,8 @@ struct ChildProgram {
 /// How a child process ended.
 struct ChildEnd {
     enum class Kind {
-        Exited,   ///< by itself, with the status `code`
-        Signaled, ///< by the signal `code`
+        Exited,   ///< ended itself with the status `code`
+        Signaled, ///< ended by the signal `code`
         TimedOut, ///< killed at its time limit
         Unknown   ///< the host collected its status, or ignores the ends of its children
     };

@@ -64,7 +64,7 @@ public:
     /// The members of an object in the order of the text, with repeated keys.
     std::vector<Member> members() const;
 
-    /// Where the value begins, as an offset in the text.
+    /// The offset in the text at which the value begins.
     std::size_t place() const { return node().place; }
 
     /// Throws std::runtime_error with the place of this value in front.

@@ -85,7 +85,7 @@ private:
     std::string out;
     const int indent;
     std::size_t depth = 0;
-    bool isFirst = true; // in the object or array that was opened last
+    bool isFirst = true; // whether the innermost object or array is empty so far
     std::size_t lineStart = 0;
 };
 

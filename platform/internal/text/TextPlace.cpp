@@ -9,7 +9,7 @@ namespace TellarInternal {
 namespace {
 
 struct Line {
-    std::size_t number;    // from 1
+    std::size_t number;    // counts from 1
     std::string_view text; // up to the place
 };
 
@@ -30,7 +30,7 @@ std::string LineAndColumn(std::string_view text, std::size_t offset) {
 
 namespace {
 
-/// `lineText` is the line up to the place.
+/// Formats a place; `lineText` is its line up to the place.
 std::string PlaceText(std::string_view source, std::size_t line, std::string_view lineText) {
     const auto continued = std::count_if(lineText.begin(), lineText.end(), IsUtf8Continuation);
     const std::size_t column = 1 + lineText.size() - static_cast<std::size_t>(continued);

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-/// Places in texts. Each function looks at all text before the place.
+/// Places in texts. Each function reads all text before the place.
 
 namespace TellarInternal {
 
@@ -17,13 +17,13 @@ std::string LineAndColumn(std::string_view text, std::size_t offset);
 /// column is a character, not a byte.
 std::string TextPlace(std::string_view source, std::string_view text, std::size_t offset);
 
-/// Many places in one text, in the time of a single look at it.
+/// Finds many places in one text and reads the text only once.
 class AscendingPlaces {
 public:
-    /// Both texts are borrowed.
+    /// Refers to both texts.
     AscendingPlaces(std::string_view source, std::string_view text) : source(source), text(text) {}
 
-    /// "<source>:<line>:<column>", as by TextPlace, for an offset not below the one before.
+    /// "<source>:<line>:<column>" as in TextPlace(). Offsets have to ascend from call to call.
     std::string at(std::size_t offset);
 
 private:

@@ -6,12 +6,12 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/Export.h>
 
-/// Files that an op-tree description names relative to its own folder. An Op whose type takes the
-/// argument "directory" keeps there what its relative files count from.
+/// Relative file names in op-tree descriptions, which count from the folder of the description. The
+/// argument "directory" of an Op, if its type has one, holds that folder.
 
 namespace OxAttribute {
 
-/// The absolute path, without links, of the folder that the file lies in.
+/// The absolute path, without symbolic links, of the folder that contains the file.
 OXTELLARSDK_API std::string FolderOfFile(const std::string& path);
 
 /// The description with absolute "directory" arguments: relative ones count from the folder of the

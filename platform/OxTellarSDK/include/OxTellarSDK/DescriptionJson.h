@@ -12,11 +12,11 @@
 
 namespace OxAttribute {
 
-/// Facts about the text of a description which the description itself does not hold.
+/// Facts about the text of a description that are lost when it is read.
 struct DescriptionText {
-    /// Where each Op begins, by its name: "scene.json:14:5", with line and column.
+    /// The place where each Op begins, keyed by its name: "scene.json:14:5", with line and column.
     std::unordered_map<std::string, std::string> places;
-    /// The number of comments, of both kinds.
+    /// The number of members "comment" and of comments between "//" or "/*" and their end.
     std::size_t comments = 0;
 };
 

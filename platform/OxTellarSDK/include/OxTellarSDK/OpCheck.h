@@ -17,8 +17,7 @@
 
 namespace OxOpType {
 
-/// One look at an Op for mistakes. Lives for the call only, and is used by the thread that was
-/// called.
+/// The check of one Op. Valid only during the call of OpType::check, and only in that thread.
 class OXTELLARSDK_API CheckContext {
 public:
     virtual const OxAttribute::GroupAttribute& args() const = 0;
@@ -30,14 +29,14 @@ public:
     /// Null for a null input, and for an index out of range.
     virtual const TellarRuntime::Op* inputOp(std::size_t index) const = 0;
 
-    /// Cooks a location of an input, which does not exist for a null input or an index out of
-    /// range. Ends the check by an exception, which has to pass through OpType::check, when more
-    /// locations were asked for than the caller of CheckOps allows.
+    /// Cooks a location of an input. It does not exist for a null input or an index out of range.
+    /// Throws an exception, which has to pass through OpType::check, when the check exceeds the
+    /// number of locations that the caller of CheckOps allows.
     virtual TellarRuntime::LocationData input(std::size_t index, const std::string& path) = 0;
-    /// The same for a location of the Op that CheckOps was called with.
+    /// Cooks a location of the Op that CheckOps was called with, under the same limit.
     virtual TellarRuntime::LocationData scene(const std::string& path) = 0;
 
-    /// Counts a location that the Op looks at in its own arguments, as those do.
+    /// Counts a location in the Op's own arguments towards the same limit.
     virtual void countLocation() = 0;
 
     /// Adds a warning. `file` is the path of a missing file, if the warning is about one.
@@ -56,8 +55,8 @@ struct Warning {
 };
 
 /// Calls OpType::check for a committed Op and every Op that it depends on, inputs first. A check
-/// cooks no more than `mostLocations` locations, and is given up there. An Op that cannot be
-/// checked because it or an input of it fails is passed over: whoever cooks it is told.
+/// that would cook more than `mostLocations` locations ends there. An Op that cannot be checked
+/// because it or one of its inputs fails is skipped; cooking it reports the error.
 OXTELLARSDK_API std::vector<Warning> CheckOps(const std::shared_ptr<TellarRuntime::Op>& op,
                                               std::uint64_t mostLocations = UINT64_MAX);
 

@@ -57,7 +57,7 @@ private:
     std::uint64_t bytes = 0;
     char* allocation = nullptr;
     std::uint64_t allocationBytes = 0;
-    int descriptor = -1; // of an open file
+    int descriptor = -1; // file descriptor of the open file
     FileAccess access = FileAccess::Read;
     RegularFile::State openedState;
 };

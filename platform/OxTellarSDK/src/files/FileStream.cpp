@@ -80,7 +80,8 @@ struct FileStream::State {
         return static_cast<std::int64_t>(got);
     }
 
-    /// The whole file, read where it is asked for. Empty if that does not pay for a file so small.
+    /// Maps the whole file, so that parts are read on demand. Returns an empty buffer for a small
+    /// file.
     FileBuffer openInPlace() const;
 
     bool refill() {
@@ -171,7 +172,7 @@ FileBuffer FileStream::State::openInPlace() const {
 
 namespace {
 
-/// Reads to the end of the stream, which is called `name` in errors.
+/// Reads to the end of the stream; errors call it `name`.
 FileBuffer ReadToEnd(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
                      std::uint64_t expected, const std::string& name) {
     // One byte more than expected shows the end without a second buffer.

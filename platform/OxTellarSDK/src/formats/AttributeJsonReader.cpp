@@ -71,7 +71,7 @@ public:
 private:
     /// A child that has not been read yet.
     struct Child {
-        std::string path; // in the form that the builder takes
+        std::string path; // the path in the builder's form
         JsonValue value;
         int depth; // the number of groups around it
     };
@@ -353,7 +353,7 @@ private:
         return readSampleArrays(perTime);
     }
 
-    /// The values of all samples, which must have equally many.
+    /// The values of all samples, which must have equal numbers of values.
     Values readSampleArrays(const std::vector<JsonValue>& perTime) {
         Values all;
         for (std::size_t i = 0; i < perTime.size(); ++i) {

@@ -99,7 +99,7 @@ FileKind ReadKind(FileStream& stream) {
     return KindOf(header);
 }
 
-/// Returns what is wrong with an op of the description; empty if nothing is.
+/// Returns an error text about an op of the description; empty if the op is valid.
 std::string DefectOf(const GroupAttribute& op, const GroupAttribute& description) {
     if (!op.isValid()) return "is no group";
     const StringAttribute type(op.getChildByName("opType"));

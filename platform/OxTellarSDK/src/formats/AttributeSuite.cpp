@@ -38,7 +38,7 @@ std::int32_t GetType(const OxAttributeStruct* handle) {
 
 void GetHash(const OxAttributeStruct* handle, std::uint64_t words[2]) {
     if (!words) return;
-    words[0] = words[1] = 0; // in case that it throws
+    words[0] = words[1] = 0; // the result if the call throws
     const Hash hash = View(handle).getHash();
     words[0] = hash.words[0];
     words[1] = hash.words[1];

@@ -50,7 +50,7 @@ private:
         std::size_t place;
         bool inherit;
         std::vector<GroupAttribute::Child> children;
-        std::vector<std::size_t> places; // of the children's tags
+        std::vector<std::size_t> places; // offsets of the children's tags
     };
 
     Attribute finish(const Attribute& attribute) {

@@ -35,7 +35,7 @@ public:
     DescriptionReader(const JsonTree& tree, const std::string& directory)
         : tree(tree), directory(directory) {}
 
-    /// Where the ops begin in the text, in their order.
+    /// The offsets at which the ops begin in the text, in their order.
     const std::vector<std::size_t>& getPlaces() const { return places; }
     /// The number of members called "comment".
     std::size_t getComments() const { return comments; }
@@ -60,7 +60,7 @@ private:
     /// An input by name, kept until all names are known.
     struct Wire {
         JsonValue input;
-        std::string op; // that has the input
+        std::string op; // the op that has the input
     };
 
     const JsonTree& tree;
@@ -76,7 +76,7 @@ private:
         value.fail(what + where);
     }
 
-    /// Errors in the members before the name need the name too.
+    /// Reads the name first: errors in members before it mention the name too.
     void nameInErrors(const JsonValue& op, std::size_t number) {
         where = ", in op " + std::to_string(number);
         if (!op.isObject()) fail(op, "an op must be an object");
@@ -177,8 +177,8 @@ std::size_t EndOfString(std::string_view text, std::size_t start) {
     return at + 1;
 }
 
-/// The comments that stand between "//" or "/*" and their end. The text is known to be JSON, in
-/// which a slash outside of a string begins a comment.
+/// Counts the comments between "//" or "/*" and their end. The text is valid JSON, so a slash
+/// outside of a string begins a comment.
 std::size_t CountSlashComments(std::string_view text) {
     std::size_t count = 0;
     std::size_t at = text.find_first_of("\"/");

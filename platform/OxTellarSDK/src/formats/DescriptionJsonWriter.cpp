@@ -39,7 +39,7 @@ public:
 private:
     const GroupAttribute& description;
     JsonWriter json{2};
-    std::string name; // of the op being written
+    std::string name; // name of the op being written
 
     [[noreturn]] void fail(const std::string& what) const {
         throw std::runtime_error("Op " + Quoted(name) + " cannot be written as JSON: " + what);

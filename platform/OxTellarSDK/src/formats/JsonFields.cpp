@@ -28,7 +28,7 @@ bool HasEmptyPart(std::string_view path) {
            path.find("..") != std::string_view::npos;
 }
 
-/// The keys in an order in which a path follows the groups that it lies in. Refuses empty parts.
+/// The keys in an order in which a path comes after its parent groups. Refuses empty parts.
 std::vector<JsonValue> SortedKeys(const std::vector<JsonValue::Member>& members,
                                   const std::string& where) {
     std::vector<JsonValue> keys;

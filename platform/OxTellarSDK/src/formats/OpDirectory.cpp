@@ -25,7 +25,7 @@ bool TakesDirectory(const std::string& opType) {
     });
 }
 
-/// Empty when there is no such string.
+/// The text of an argument; empty if there is no such text.
 std::string_view TextAt(const GroupAttribute& group, std::string_view name) {
     const StringAttribute text(group.getChildByIndex(group.findChild(name)));
     return text.getNumberOfValues() > 0 ? text.getValueView() : std::string_view();
@@ -46,8 +46,8 @@ bool HasRelativeTexture(const GroupAttribute& attrs) {
     });
 }
 
-/// Whether the attributes that the arguments hold name a relative texture. They are in the layout
-/// of locations, "a" and "c", or in "set", as by the op types StaticScene and AttributeEdit.
+/// Whether attributes inside of the arguments contain a relative texture. The op type StaticScene
+/// has attributes in its location groups "a" and "c", AttributeEdit has them in "set".
 bool HoldsRelativeTexture(const GroupAttribute& args) {
     if (HasRelativeTexture(args.getChildByIndex(args.findChild("set")))) return true;
     std::vector<GroupAttribute> open{args};
@@ -62,18 +62,18 @@ bool HoldsRelativeTexture(const GroupAttribute& args) {
     return false;
 }
 
-/// Whether the arguments have a relative "directory", for an op type that takes one.
+/// Whether the op type takes a "directory" and the arguments have a relative one.
 bool HasRelativeDirectory(const GroupAttribute& args, const std::string& opType) {
     return IsRelativeFile(TextAt(args, "directory")) && TakesDirectory(opType);
 }
 
 GroupAttribute WithAbsoluteDirectory(const GroupAttribute& args, const std::string& folder) {
     const std::filesystem::path path = std::filesystem::path(folder) / TextAt(args, "directory");
-    // A path of the form "." would keep a slash at its end.
+    // Joining "." to a folder would leave a slash at the end.
     return SetDirectory(args, (path / "").lexically_normal().parent_path().generic_string());
 }
 
-/// The group of an Op with other arguments.
+/// The group of an Op with its arguments replaced.
 GroupAttribute WithArgs(const GroupAttribute& op, const GroupAttribute& args) {
     GroupBuilder parts(BuilderModeStrict);
     parts.setGroupInherit(op.getGroupInherit());
@@ -100,7 +100,7 @@ std::string FolderOfFile(const std::string& path) {
 }
 
 GroupAttribute WithFolderOfFile(const GroupAttribute& description, const std::string& path) {
-    std::string folder; // found when it is first needed
+    std::string folder; // computed on first use
     std::vector<GroupAttribute::Child> ops;
     for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i) {
         Attribute op = description.getChildByIndex(i);

@@ -7,9 +7,9 @@
 
 namespace OxAttribute {
 
-/// The arguments of an Op with an absolute "directory" if its type takes one: a relative one counts
-/// from `folder`, and it is `folder` for arguments without one that have a relative "file" or
-/// relative textures. An empty `folder` changes nothing.
+/// The arguments of an Op with an absolute "directory", if its type takes that argument. A relative
+/// "directory" counts from `folder`. Arguments without one get `folder` if they contain a relative
+/// "file" or relative textures. An empty `folder` changes nothing.
 GroupAttribute WithDirectory(const GroupAttribute& args, const std::string& opType,
                              const std::string& folder);
 

@@ -32,7 +32,7 @@ private:
 
     struct Place {
         std::size_t chunk;
-        std::uint32_t word; // in the chunk
+        std::uint32_t word; // index of the word in the chunk
     };
     static Place placeOf(std::uint32_t serial);
     static std::size_t chunkWords(std::size_t chunk);

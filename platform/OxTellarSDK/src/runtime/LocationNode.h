@@ -42,7 +42,7 @@ struct alignas(64) LocationNode {
     std::uint32_t serial = 0;                // unique in the store
     std::atomic<std::uint32_t> freshness{0}; // the last eviction that the record was made for
     std::atomic<std::uint8_t> state{0};
-    std::atomic<bool> wasCooked{false}; // also after a cook that failed
+    std::atomic<bool> wasCooked{false}; // true also after a failed cook
     std::uint8_t nameLength = 0;
 
     LocationNode() : inlineName{} {}

@@ -71,7 +71,7 @@ struct WalkCursor {
     void moveTo(std::uint64_t nodesStore, LocationNode& location, std::string_view itsFolder) {
         node = &location;
         if (storeId == nodesStore && folder == itsFolder) return;
-        storeId = 0; // in case that there is no memory for the text
+        storeId = 0; // kept if there is no memory for the text
         folder = itsFolder;
         storeId = nodesStore;
     }
@@ -140,7 +140,7 @@ LocationStore::~LocationStore() {
 
 LocationNode* LocationStore::locate(std::string_view path, bool add) {
     const std::size_t slash = path.rfind('/');
-    if (slash + 1 >= path.size() || path[0] != '/') return nullptr; // also without any slash
+    if (slash + 1 >= path.size() || path[0] != '/') return nullptr; // true also without any slash
     const std::string_view folder = path.substr(0, slash);
     const std::string_view name = path.substr(slash + 1);
     WalkCursor* const cursor = CursorIn(storeId);

@@ -92,9 +92,9 @@ private:
     std::uint32_t nextSerial = 0;
 
     class PrepareTurn;
-    std::mutex prepareLock; // of isBeingPrepared; the type's code does not run under it
+    std::mutex prepareLock; // guards isBeingPrepared; the type's code does not run under it
     std::condition_variable prepareEnded;
-    bool isBeingPrepared = false; // by one thread, which alone may change the two below
+    bool isBeingPrepared = false; // true: one thread prepares and may change the two below
     std::atomic<bool> isPrepared{false};
     std::shared_ptr<const OxOpType::State> state;
 };

@@ -14,8 +14,8 @@ using OxTellarRuntimeDetail::OpNode;
 using LocationData = TellarRuntime::LocationData;
 using OpPtr = std::shared_ptr<TellarRuntime::Op>;
 
-/// Thrown when a check has asked for too many locations. Not a std::exception, so that op types do
-/// not take it for one of theirs.
+/// Thrown when a check has asked for too many locations. It does not derive from std::exception, so
+/// that op types do not catch it together with their own errors.
 struct TooManyLocations {};
 
 class Check final : public CheckContext {
@@ -62,7 +62,7 @@ private:
     std::vector<Warning>& warnings;
 };
 
-/// Every Op that can be reached from one, inputs first. Does not recurse, because graphs come from
+/// An Op and all Ops that it depends on, inputs first. Not recursive, because graphs come from
 /// files and may be deep.
 std::vector<OpPtr> InputsFirst(const OpPtr& last) {
     std::vector<OpPtr> ordered;
@@ -93,7 +93,7 @@ void CheckOp(const OpNode& op, const OpNode& last, std::uint64_t mostLocations,
         op.type->check(check);
     } catch (const std::bad_alloc&) {
         throw;
-    } catch (...) { // too many locations, or an error that whoever cooks the Op is told
+    } catch (...) { // too many locations, or an error that cooking the Op reports
     }
 }
 

@@ -23,7 +23,7 @@ struct OpNode {
     std::string typeName;
     OxAttribute::GroupAttribute args;
     std::vector<std::shared_ptr<TellarRuntime::Op>> inputs;
-    const void* transaction = nullptr;    // that may change it; null after the transaction's end
+    const void* transaction = nullptr;    // the transaction that may change it; null after its end
     std::unique_ptr<OpNode> nextReleased; // while a chain of Ops is destroyed
 
     // Set by the commit.

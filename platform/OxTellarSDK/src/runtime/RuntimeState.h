@@ -30,7 +30,7 @@ struct RuntimeState {
     std::vector<std::weak_ptr<TellarRuntime::Op>> ops;
     std::vector<Cooked> cooked;
     std::size_t lookingClients = 0; // those with a view
-    bool areResultsTaken = false;   // from the Ops; so no client has a view
+    bool areResultsTaken = false;   // the Ops have no results, so no client has a view
 
     /// Forgets the results and Ops that no Op or client looks at any more. The caller has to let go
     /// of the results without the lock: an op type may keep a client of this very runtime there.

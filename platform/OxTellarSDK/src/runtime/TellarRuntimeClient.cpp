@@ -16,7 +16,7 @@ using OxTellarRuntimeDetail::RuntimeState;
 /// The results that a client looks at.
 struct TellarRuntime::Client::View {
     std::shared_ptr<LocationStore> store; // null when the Op has a defect
-    CookedIndex* cooked; // of the runtime; shared by its clients that are pointed at equal Ops
+    CookedIndex* cooked; // owned by the runtime; shared by its clients with equal Ops
 
     /// Whether the data's place is in the store.
     bool keeps(const LocationData& data) const {

@@ -48,7 +48,7 @@ struct MemoryPrefix {
 struct MemoryEntry {
     std::uint32_t nameHash; // 0 up to kLinearSearchLimit children
     std::uint32_t nameLength;
-    std::uint64_t nameOffset; // from the node
+    std::uint64_t nameOffset; // relative to the node
     Node* child;
 };
 

@@ -91,8 +91,8 @@ private:
     struct Place {
         std::uint64_t unit;
         std::int8_t type;        // -1 for the root, whose type is not known
-        std::uint64_t firstUnit; // for groups: start of the region that they may use
-        int maximumDepth;        // for groups
+        std::uint64_t firstUnit; // start of the region that groups may use
+        int maximumDepth;        // depth limit of groups
     };
 
     /// References taken and dropped by one thread. A cache line each, so that threads do not share

@@ -34,7 +34,7 @@ struct ContainerFooter {
     std::uint32_t reserved; // 0
     std::uint64_t tableChecksum;
     char magic[8];
-    std::uint64_t footerChecksum; // of the bytes before it
+    std::uint64_t footerChecksum; // checksum of the bytes before it
 };
 static_assert(sizeof(ContainerFooter) == 48, "part of the file format");
 

@@ -120,7 +120,7 @@ private:
 
     Provider& provider;
     const std::string& name;
-    const std::size_t headSize; // of the first part of the name
+    const std::size_t headSize; // size of the first part of the name
     boost::container::small_vector<Attribute, 8> values;
     int nearest = -1;
 };

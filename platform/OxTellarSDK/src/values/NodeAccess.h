@@ -105,7 +105,7 @@ inline std::uint64_t NearestSample(const Node* node, float time) {
 struct SampleSpan {
     std::uint64_t before;
     std::uint64_t after; // equal to `before` at a sample, and beyond the first and last
-    double blend;        // from 0 at `before` to 1 at `after`
+    double blend;        // 0 at `before`, 1 at `after`
 
     template <typename Result, typename T>
     Result interpolate(T low, T high) const {

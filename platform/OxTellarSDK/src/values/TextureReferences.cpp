@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 constexpr std::string_view kTileMark = "<UDIM>";
 constexpr std::size_t kTileDigits = 4;
 
-/// An attribute that holds texture files, and its path, a dotted name.
+/// An attribute that contains texture files, and its dotted name.
 using Found = std::pair<std::string, StringAttribute>;
 
 Attribute ChildOf(const GroupAttribute& group, std::string_view name) {
@@ -47,7 +47,7 @@ void AddNodes(const GroupAttribute& nodes, std::vector<Found>& found) {
     }
 }
 
-/// Each of the "textures" is a text, or a group with several texts as its "maps".
+/// The texts in "textures". Each child is a text, or a group with several texts as its "maps".
 void AddTextures(const GroupAttribute& textures, std::vector<Found>& found) {
     for (std::int64_t i = 0; i < textures.getNumberOfChildren(); ++i) {
         const std::string name = textures.getChildName(i);
@@ -74,7 +74,7 @@ std::size_t FindTileMark(std::string_view file) {
     return isInFolder ? std::string_view::npos : mark;
 }
 
-/// Whether the four characters are a number from 1001 on.
+/// Whether the four characters are a number of at least 1001.
 bool IsTileNumber(std::string_view text) {
     const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
     return std::all_of(text.begin(), text.end(), isDigit) && text > "1000";
@@ -85,14 +85,14 @@ bool Exists(const std::string& file, std::error_code& error) {
     return IsTilePattern(file) ? !FindTiles(file).empty() : fs::exists(file, error);
 }
 
-/// The path of the file in the folder; empty if it is not there.
+/// The path of the file in the folder; empty if the file is not there.
 std::string PathIn(const fs::path& folder, std::string_view file) {
     std::string path = (folder / file).lexically_normal().generic_string();
     std::error_code ignored;
     return Exists(path, ignored) ? path : std::string();
 }
 
-/// Invalid if none of the files is in the folder.
+/// The attribute with paths of files in the folder; invalid if none of its files is there.
 StringAttribute FilesIn(const fs::path& folder, const StringAttribute& files) {
     std::vector<std::string> paths;
     bool isChanged = false;
@@ -105,7 +105,7 @@ StringAttribute FilesIn(const fs::path& folder, const StringAttribute& files) {
     return isChanged ? StringAttribute(paths, files.getTupleSize()) : StringAttribute();
 }
 
-/// Whether a renderer may read something else than a file of this very name.
+/// Whether a renderer may replace parts of the name before it opens a file.
 bool IsPattern(std::string_view file) {
     return file.front() == '~' || file.find_first_of("$#%<*?") != std::string_view::npos ||
            file.find("://") != std::string_view::npos;
