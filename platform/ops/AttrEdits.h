@@ -24,8 +24,8 @@ std::vector<OxOpType::Argument> XFormArguments();
 
 /// Which side of a location's own transform an edit acts on.
 enum class XFormSide {
-    Outermost, ///< in the parent's space: the first child of "xform"
-    Innermost  ///< in the location's own space: the last one
+    Outermost, ///< the parent's space: the first child of "xform"
+    Innermost  ///< the location's own space: the last child
 };
 
 /// `attrs` with `edit` as a new child of "xform", named `prefix` followed by the first unused

@@ -47,7 +47,7 @@ private:
     const Inputs inputs;
 };
 
-/// The state that parse() of the same type returned. `Context` is that of a cook or a check.
+/// The state that parse() of the same type returned. `Context` is CookContext or CheckContext.
 template <typename T, typename Context>
 const T& StateOf(const Context& context) {
     return static_cast<const T&>(*context.state());

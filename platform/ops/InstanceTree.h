@@ -58,7 +58,7 @@ private:
                   std::uint64_t& index) const;
 
     std::uint64_t groupSize;
-    std::vector<std::uint64_t> counts; // by level; level 0 are the instances
+    std::vector<std::uint64_t> counts; // one per level; level 0 holds the instances
     std::vector<std::size_t> widths;   // digits in the names of the level
 };
 

@@ -16,7 +16,7 @@ bool IsPlainPath(std::string_view glob) {
     return glob.find_first_of("*?[") == std::string_view::npos;
 }
 
-/// Looks only below locations that lead to a match.
+/// Searches only below locations that lead to a match.
 bool IsMatched(CheckContext& context, const std::string& glob) {
     if (IsPlainPath(glob)) return context.input(0, glob).doesLocationExist();
     const Patterns pattern({glob});
@@ -50,7 +50,7 @@ void WarnOfUnmatchedGlobs(CheckContext& context, std::string_view argument) {
 
 std::string HintAboutPath(CheckContext& context, std::string_view path) {
     LocationData parent;
-    std::size_t end = 0; // of the parent's path
+    std::size_t end = 0; // length of the parent's path
     for (;;) {
         const std::size_t next = path.find('/', end + 1);
         LocationData location = context.input(0, std::string(path.substr(0, next)));

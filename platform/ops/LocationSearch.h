@@ -8,13 +8,13 @@
 
 namespace TellarOps {
 
-// For checks: looks for locations in the first input of an Op.
+// Searches of checks for locations in the first input of an Op.
 
 /// Warns of each glob in an argument that matches no location.
 void WarnOfUnmatchedGlobs(CheckContext& context, std::string_view argument);
 
-/// "; did you mean "/root/world/ball"?", for a path of a location that does not exist. Empty if
-/// nothing is like it.
+/// A suggestion for the path of a location that does not exist: "; did you mean
+/// "/root/world/ball"?". Empty if no path is similar.
 std::string HintAboutPath(CheckContext& context, std::string_view path);
 
 } // namespace TellarOps

@@ -25,8 +25,8 @@ public:
                  "has a \"material\" group, \"material\" to this group.",
                  {{"material", "string", "The path of the material location. Required."}}) {}
 
-    /// Warns also of a material that is neither in the input, to be copied, nor in the whole scene,
-    /// to be found there by its path.
+    /// Warns also of a material that does not exist in the input, from which it would be copied,
+    /// nor at its path in the whole scene.
     void check(CheckContext& context) const override {
         EditOp::check(context);
         const std::string& path = StateOf<MaterialAssignState>(context).material;

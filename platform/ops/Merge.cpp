@@ -56,7 +56,8 @@ public:
                      "any number"},
                     Inputs::Any) {}
 
-    /// Warns of inputs that are the same scene, and of locations that several inputs give a type.
+    /// Warns of inputs that are the same scene, and of locations to which several inputs give a
+    /// type.
     void check(CheckContext& context) const override { CheckMerge(context); }
 
     void cook(CookContext& context) const override {

@@ -36,7 +36,7 @@ void WarnOfEqualInputs(CheckContext& context) {
     }
 }
 
-/// The type of a location that is more than a group; empty for others.
+/// The type of a location; empty for groups and for locations without a type.
 std::string TypeOf(const LocationData& location) {
     const GroupAttribute& attrs = location.getAttrs();
     const StringAttribute type(attrs.getChildByIndex(attrs.findChild("type")));
@@ -44,7 +44,7 @@ std::string TypeOf(const LocationData& location) {
     return text == "group" ? std::string() : text;
 }
 
-/// The locations that several inputs of a Merge give a type and different attributes.
+/// Collects locations to which several inputs of a Merge give a type and different attributes.
 class HiddenLocations {
 public:
     explicit HiddenLocations(CheckContext& context) : context(context) { find(); }
@@ -61,7 +61,7 @@ public:
     }
 
 private:
-    /// A path with the inputs that have it.
+    /// A path and the inputs that have it.
     struct Shared {
         std::string path;
         std::vector<std::size_t> inputs;
@@ -109,11 +109,11 @@ private:
         }
     }
 
-    /// Children of one location only cannot hide anything.
+    /// Children that only one input has cannot hide anything.
     static void addChildren(const Shared& parent, const std::vector<LocationData>& locations,
                             std::vector<Shared>& open) {
         std::map<std::string_view, std::vector<std::size_t>> owners;
-        std::vector<std::string_view> names; // in the order of their first occurrence
+        std::vector<std::string_view> names; // ordered by first occurrence
         for (std::size_t i = 0; i < locations.size(); ++i)
             for (const std::string_view name :
                  locations[i].getPotentialChildren().getNearestSample(0.0f)) {
@@ -129,7 +129,7 @@ private:
     CheckContext& context;
     std::size_t count = 0;
     std::string firstPath;
-    std::pair<std::string, std::string> firstNames; // of the inputs
+    std::pair<std::string, std::string> firstNames; // names of the two inputs
 };
 
 } // namespace

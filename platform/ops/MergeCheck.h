@@ -5,8 +5,9 @@
 
 namespace TellarOps {
 
-/// Warns of inputs of a Merge that are the same scene, and of locations that several of them give
-/// a type, as two imports of one file do. An input that only edits a location has no type there.
+/// Warns of inputs of a Merge that are the same scene, and of locations to which several inputs
+/// give a type, such as two imports of one file. An input that only edits a location has no type
+/// there.
 void CheckMerge(CheckContext& context);
 
 } // namespace TellarOps

@@ -17,7 +17,7 @@ using OxAttribute::DelimiterEncode;
 
 struct StaticSceneState : State {
     std::string location;
-    std::string directory; // that relative textures count from; may be empty
+    std::string directory; // relative textures count from here; may be empty
 };
 
 /// Whether the name needs encoding or looks like an encoded one.

@@ -7,16 +7,16 @@
 
 namespace TellarOps {
 
-// Textures that an Op's own arguments name.
+// Textures in the arguments of an Op.
 
-/// The argument "directory" of an op type whose arguments may name textures.
+/// The argument "directory" of an op type whose arguments may contain textures.
 OxOpType::Argument DirectoryArgument();
 
-/// The attributes with absolute paths of the textures that exist in the folder. An empty folder
+/// The attributes with absolute paths for the textures that exist in the folder. An empty folder
 /// changes nothing.
 GroupAttribute InFolder(const std::string& folder, const GroupAttribute& attrs);
 
-/// Warns of each texture of the attributes that does not exist. `path` is that of their location,
+/// Warns of each texture in the attributes that does not exist. `path` is the path of the location,
 /// or empty.
 void WarnOfMissingTextures(CheckContext& context, const GroupAttribute& attrs,
                            const std::string& path);

@@ -191,8 +191,7 @@ TEST(Cycles, HaveLongNamesTruncatedBetweenCharacters) {
 TEST(Cycles, TakeMemoryInProportionToTheirOps) {
     const auto bytesOfCommit = [](std::size_t length) {
         Circle circle(std::string(length, 'x'));
-        circle.transaction->setOpInputs(circle.ops.back(),
-                                        circle.ops); // every op is part of a cycle
+        circle.transaction->setOpInputs(circle.ops.back(), circle.ops); // one cycle per op
         const std::size_t before = AllocatedBytes();
         const Client client = circle.commit(circle.ops[0]);
         EXPECT_THAT(CookError(client, "/root"), HasSubstr("it is part of a cycle: x -> x"));

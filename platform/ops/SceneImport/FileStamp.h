@@ -11,7 +11,7 @@ namespace TellarSceneImport {
 struct FileStamp {
     std::string path;
     std::filesystem::file_type kind = std::filesystem::file_type::not_found;
-    std::uintmax_t size = 0; ///< of a regular file
+    std::uintmax_t size = 0; ///< size of a regular file
     std::filesystem::file_time_type modified{};
 
     bool isRegularFile() const { return kind == std::filesystem::file_type::regular; }

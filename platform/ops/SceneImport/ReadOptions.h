@@ -18,7 +18,7 @@ struct ReadOptions {
     std::string animation = kFirstAnimation;
     /// Whether FBX files are turned to +Y up and scaled to metres.
     bool convertUnits = true;
-    /// The axis that points up: 'x', 'y' or 'z', or 0 for that of the format.
+    /// The axis that points up: 'x', 'y' or 'z', or 0 for the axis of the file format.
     char upAxis = 0;
 
     friend bool operator<(const ReadOptions& a, const ReadOptions& b) {

@@ -32,12 +32,12 @@ std::string Lower(std::string text) {
     return text;
 }
 
-// The path of an entry of the folder, preferably with the same letters. Empty if there is none.
+// The path of a folder's entry, preferably with the same case. Empty if there is none.
 fs::path FindEntry(const fs::path& folder, const std::string& name) {
     std::error_code ignored;
     if (fs::exists(folder / name, ignored)) return folder / name;
     std::vector<std::string> paths = TellarInternal::FolderFiles(folder.string(), ignored);
-    std::sort(paths.begin(), paths.end()); // the choice does not depend on the file system
+    std::sort(paths.begin(), paths.end()); // makes the choice independent of the file system
     for (const std::string& path : paths)
         if (Lower(fs::path(path).filename().string()) == Lower(name)) return path;
     return {};

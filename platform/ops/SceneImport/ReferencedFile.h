@@ -5,16 +5,16 @@
 
 namespace TellarSceneImport {
 
-/// Files that a scene file refers to. Many of its references come from another computer: with the
-/// separators and drives of another system, in letters of another case, or as a URL.
+/// Files that a scene file refers to. References often come from another computer: with separators
+/// or drives of another system, with names in another case, or as URLs.
 
-/// The path that a reference says: an absolute one, or one below `folder`, that of the scene file.
-/// A drive or a scheme other than "file" leaves the reference as it is, apart from separators.
+/// The path in a reference. A relative path counts from `folder`, the folder of the scene file. A
+/// reference with a drive or a scheme other than "file" is unchanged except for its separators.
 std::string PathOfReference(const std::string& folder, const std::string& reference);
 
-/// The path of the file that a reference means: the one that it says or, where capital and small
-/// letters count as equal, the same path, or a file of the same name in `folder` or a folder
-/// "textures" in it or beside it. Empty if there is no such file.
+/// The existing file that a reference means: at the path in the reference, at the same path without
+/// regard to case, or with the same name in `folder` or in a folder "textures" in it or beside it.
+/// Empty if there is none.
 std::string FindReferencedFile(const std::string& folder, const std::string& reference);
 
 } // namespace TellarSceneImport

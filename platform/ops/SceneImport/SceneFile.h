@@ -13,10 +13,10 @@
 
 namespace TellarSceneImport {
 
-/// The files that a scene file is made of.
+/// The files that were accessed to read a scene file.
 struct FileList {
-    std::vector<std::string> paths; ///< of all that were accessed, whether they exist or not
-    std::string failure;            ///< why the scene file cannot be read; empty if it can
+    std::vector<std::string> paths; ///< all accessed files, existing or not
+    std::string failure;            ///< error message; empty if the scene file was read
 };
 
 /// The wanted part of one version of a scene file, read when it is first needed and at most once. A
@@ -29,7 +29,7 @@ public:
     /// be read, always with the same reason.
     const Scene& scene() const;
 
-    /// Reads the file first, like scene(), but does not throw if that fails.
+    /// Reads the file if necessary, but does not throw if that fails.
     FileList listFiles() const;
 
     /// True while this file and every file that it refers to are unchanged since they were read.

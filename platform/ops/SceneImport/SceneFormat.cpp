@@ -13,7 +13,7 @@ namespace TellarSceneImport {
 
 namespace {
 
-// In lower case. Empty for a file that cannot be read, which its reader reports.
+// The start of the file in lower case. Empty if it cannot be read; the reader reports that later.
 std::string StartOf(const std::string& path) {
     RegularFile::State opened;
     std::string ignored;

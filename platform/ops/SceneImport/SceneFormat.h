@@ -7,12 +7,12 @@
 
 namespace TellarSceneImport {
 
-/// The extension, as LowerExtension() has it, of the format of a scene file. The first bytes of
-/// binary glTF and of PLY count more than the name. Throws std::runtime_error for what is often
-/// downloaded in place of a model: a web page, or a pointer of Git LFS.
+/// The extension of a scene file's format, in the form of LowerExtension(). Binary glTF and PLY are
+/// recognised by their first bytes, whatever the name. Throws std::runtime_error for files that are
+/// often downloaded in place of a model: web pages, and pointers of Git LFS.
 std::string SceneFormatOf(const FileStamp& stamp);
 
-/// The axis, 'y' or 'z', that points up in a file of this format whose reader does not turn it.
+/// The axis that points up in the content that the reader of this format returns: 'y' or 'z'.
 char UpAxisOf(const std::string& format);
 
 } // namespace TellarSceneImport

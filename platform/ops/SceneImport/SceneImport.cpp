@@ -85,7 +85,7 @@ double RequireFinite(std::string_view name, double value) {
     return value;
 }
 
-// 0 for the axis of the format.
+// The argument "upAxis" as a letter; 0 for the axis of the format.
 char ReadUpAxis(const ArgReader& args) {
     const std::string axis = args.string("upAxis", "");
     if (axis.empty()) return 0;
@@ -200,7 +200,7 @@ void CookAncestor(CookContext& context, const Settings& settings) {
     Present(context, TellarOps::PlainGroupAttrs(), TellarOps::MakeNames(names));
 }
 
-// Whether the location leads to the scene or to the materials.
+// Whether the scene or the materials are at or below the location.
 bool IsAncestor(const Settings& settings, const std::string& path) {
     return path.size() > 1 &&
            (IsSelfOrBelow(settings.location, path) || !TowardsMaterials(settings, path).empty());
@@ -220,7 +220,7 @@ void CookPart(CookContext& context, const Settings& settings, const Scene& scene
         CookNode(context, settings, scene, *node);
 }
 
-// Presents the files of the scene instead of its content.
+// Presents the list of the scene's files instead of its content.
 void CookFileList(CookContext& context, const SceneFile& file) {
     const FileList list = file.listFiles();
     GroupBuilder attrs;
@@ -234,7 +234,7 @@ void CookFileList(CookContext& context, const SceneFile& file) {
     context.setAttrs(attrs.build());
 }
 
-// Each file once, though several nodes may show it.
+// Warns once of each missing file, however many nodes use it.
 void WarnOfMissingTextures(OxOpType::CheckContext& context, const Scene& scene) {
     std::set<std::string> warned;
     for (const std::string_view name : scene.materialNames().getNearestSample(0.0f)) {

@@ -19,7 +19,7 @@ GroupAttribute Assignment(const char* material) {
     return Group({{"paths", Texts({"/root/world/geo/*"})}, {"material", Text(material)}});
 }
 
-/// A mesh of some name at /root/world.
+/// A scene with a mesh of this name below /root/world.
 GroupAttribute World(const char* name, const char* tag) {
     const GroupAttribute mesh = Location({{"type", Text("polymesh")}, {"tag", Text(tag)}});
     return Location({}, {{"world", Location({{"type", Text("group")}}, {{name, mesh}})}});

@@ -53,7 +53,8 @@ inline GroupAttribute Location(const Children& attrs, const Children& children =
     return Group(both);
 }
 
-/// Ops under construction. Cooking one of them commits all. Threads may share it after that.
+/// Ops under construction. Cooking one of them commits all; after that, threads may share the
+/// scene.
 class Graph {
 public:
     Op add(const std::string& type, const GroupAttribute& args,

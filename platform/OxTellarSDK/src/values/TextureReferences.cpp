@@ -47,7 +47,7 @@ void AddNodes(const GroupAttribute& nodes, std::vector<Found>& found) {
     }
 }
 
-/// The texts in "textures". Each child is a text, or a group with several texts as its "maps".
+/// Adds the texts in "textures". A child is a text, or a group with several texts as its "maps".
 void AddTextures(const GroupAttribute& textures, std::vector<Found>& found) {
     for (std::int64_t i = 0; i < textures.getNumberOfChildren(); ++i) {
         const std::string name = textures.getChildName(i);

@@ -53,9 +53,9 @@ private:
     const std::string& animation;
     const std::string& path;
     SceneContent content;
-    std::vector<const aiNode*> sources;               // of content.nodes
+    std::vector<const aiNode*> sources;               // the source of each of content.nodes
     std::unordered_map<std::string, int> nodesByName; // the first of each name
-    std::vector<int> materialIndices; // of Assimp's materials; -1 for those left out
+    std::vector<int> materialIndices; // index of each Assimp material; -1 if left out
 };
 
 void ContentReader::readNodes() {

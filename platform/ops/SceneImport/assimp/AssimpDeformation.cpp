@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kJointsPerSet = 4;
 
-// The weights of the points of a mesh, by joint.
+// Collects the joints and weights of each point of a mesh.
 class WeightSets {
 public:
     explicit WeightSets(std::size_t pointCount) : counts(pointCount, 0) {}
@@ -39,11 +39,11 @@ public:
     const std::vector<Influences::Set>& sets() const { return all; }
 
 private:
-    std::vector<std::size_t> counts; // of the joints of each point
+    std::vector<std::size_t> counts; // number of joints of each point
     std::vector<Influences::Set> all;
 };
 
-// The targets of some points are absolute, those of others are what is added.
+// The offsets of a target from the base. A relative target holds offsets already.
 std::vector<float> Differences(const aiVector3D* target, const aiVector3D* base, unsigned count,
                                bool isRelative) {
     std::vector<float> values;
@@ -69,7 +69,7 @@ std::vector<MorphTarget> TargetsOf(const aiMesh& mesh) {
     return targets;
 }
 
-// Those of FBX files, for which Assimp sets no method, have a wrong weight.
+// The weights at rest. Assimp reads those of FBX files, for which it sets no method, incorrectly.
 std::vector<double> RestWeightsOf(const aiMesh& mesh) {
     std::vector<double> weights(mesh.mNumAnimMeshes, 0.0);
     for (unsigned i = 0; mesh.mMethod != 0 && i < mesh.mNumAnimMeshes; ++i)
@@ -82,10 +82,10 @@ bool IsFinite(const Matrix& matrix) {
     return std::all_of(matrix.begin(), matrix.end(), [](double v) { return std::isfinite(v); });
 }
 
-// The keys of one morph target: weights by seconds.
+// The keys of one morph target: weights keyed by seconds.
 using Keys = std::map<double, double>;
 
-// The keys between and beside those that the file has for a target are interpolated.
+// The weight of a target at a time at which it may have no key of its own.
 double WeightAt(const Keys& keys, double seconds) {
     if (keys.empty()) return 0;
     const auto next = keys.lower_bound(seconds);
@@ -109,7 +109,7 @@ std::vector<Keys> KeysOf(const aiMeshMorphAnim& source, double ticksPerSecond,
     return keys;
 }
 
-// An animation has keys at other times for every target.
+// One track for all targets. In an animation each target has keys at times of its own.
 Track WeightTrack(const std::vector<Keys>& keys) {
     std::vector<double> seconds;
     for (const Keys& ofTarget : keys)
@@ -148,7 +148,7 @@ private:
     std::shared_ptr<const Skeleton> skeleton;
 };
 
-// Points with a skin are in the space of the root.
+// The skeleton ends at the root: points with a skin are in the root's space.
 std::shared_ptr<const Skeleton> Deformer::makeSkeleton() const {
     std::vector<Skeleton::Node> nodes(content.nodes.size());
     nodes[0].rest = kIdentity;
@@ -160,7 +160,7 @@ std::shared_ptr<const Skeleton> Deformer::makeSkeleton() const {
     return std::make_shared<Skeleton>(std::move(nodes));
 }
 
-// A bone that is not a node is left out.
+// Adds a bone and its weights to the skin. Ignores a bone that is not a node.
 void Deformer::addBone(const aiBone& bone, Skin& skin, WeightSets& weights) const {
     const auto found = nodesByName.find(bone.mName.C_Str());
     if (found == nodesByName.end() || !IsFinite(ToMatrix(bone.mOffsetMatrix))) return;
@@ -172,8 +172,8 @@ void Deformer::addBone(const aiBone& bone, Skin& skin, WeightSets& weights) cons
             weights.add(weight.mVertexId, joint, weight.mWeight);
 }
 
-// A point without weights moves with the node of its mesh, which is the last joint. Null if no bone
-// is a node.
+// The skin of a mesh; null if no bone is a node. A point without weights moves with the node of its
+// mesh, which is added as the last joint.
 std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const aiMesh& mesh,
                                                              std::size_t node) const {
     Skin skin;
@@ -190,7 +190,7 @@ std::shared_ptr<const MeshMotion::Joints> Deformer::jointsOf(const aiMesh& mesh,
         skeleton, skin, Influences(mesh.mNumVertices, weights.sets(), skin.joints.size())});
 }
 
-// Animations of weights have the name of a node, in FBX with "*" and the place of the mesh in it.
+// Animations of weights are named after a node. FBX appends "*" and the index of the mesh in it.
 Track Deformer::weightsOf(const std::string& node, std::size_t place,
                           std::size_t targetCount) const {
     const std::string numbered = node + "*" + std::to_string(place);
@@ -206,7 +206,7 @@ Track Deformer::weightsOf(const std::string& node, std::size_t place,
     return {};
 }
 
-// Null for a mesh that nothing deforms.
+// The motion of a mesh; null if nothing deforms it.
 std::shared_ptr<MeshMotion> Deformer::motionOf(std::size_t node, std::size_t place,
                                                std::uint32_t shape) const {
     const aiMesh& mesh = *scene.mMeshes[shape];

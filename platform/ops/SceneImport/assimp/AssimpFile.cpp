@@ -56,7 +56,7 @@ public:
           MemoryIOStream(reinterpret_cast<const std::uint8_t*>(text.data()), text.size()) {}
 };
 
-// The list of the files that are read, and who is told of them.
+// The list of accessed files, and the function that is called for each of them.
 struct AccessedFiles {
     const FileStamp& add(const std::string& path) const {
         onAccess(path);
@@ -124,7 +124,7 @@ private:
     const std::optional<std::string>& sceneContent; // the content of the file if there is none
     AccessedFiles files;
     std::vector<ContentMaterial>& materials;
-    std::set<std::string> missing; // names of files of materials
+    std::set<std::string> missing; // names of missing MTL files
 };
 
 std::string FirstLine(const std::string& text) {
@@ -160,7 +160,7 @@ std::optional<std::string> Examine(const FileStamp& stamp, const std::string& ex
     return std::nullopt;
 }
 
-// Restores the names, and uses the materials of the files that the OBJ file refers to.
+// Restores blanks in names, and replaces materials by those of the OBJ file's MTL files.
 void FinishObj(const std::string& path, const std::vector<ContentMaterial>& materials,
                SceneContent& content) {
     for (ContentNode& node : content.nodes)
@@ -168,18 +168,18 @@ void FinishObj(const std::string& path, const std::vector<ContentMaterial>& mate
     for (ContentShape& shape : content.shapes)
         std::replace(shape.name.begin(), shape.name.end(), kBlankInName, ' ');
     const std::vector<std::string> missing = UseMtl(content, materials);
-    if (missing.empty() || materials.empty()) return; // a warning about the file is enough
+    if (missing.empty() || materials.empty()) return; // a missing file has its own warning
     std::string names;
     for (const std::string& name : missing)
         names += (names.empty() ? "\"" : ", \"") + name + '"';
     WarnAboutScene(path, "its files of materials do not have " + names);
 }
 
-// Reads the scene, checks it and joins its equal points. The importer owns it.
+// Reads the scene, checks it and joins its equal points. The importer owns the result.
 const aiScene& ReadChecked(Assimp::Importer& importer, const std::string& path) {
     const aiScene* scene = importer.ReadFile(path, 0);
     if (!scene) throw std::runtime_error(FirstLine(importer.GetErrorString()));
-    // The post-processing of Assimp trusts indices.
+    // The post-processing of Assimp does not check indices.
     CheckScene(*scene, kMaxNodeDepth);
     scene = JoinPoints(importer);
     if (!scene) throw std::runtime_error("identical points could not be joined");
@@ -199,7 +199,7 @@ SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension
     const std::string path = stamp.path;
     Assimp::Importer importer;
     Configure(importer);
-    std::vector<ContentMaterial> materials; // of files that an OBJ file refers to
+    std::vector<ContentMaterial> materials; // materials of files that an OBJ file refers to
     importer.SetIOHandler(new FileAccess(path, content, {files, onAccess}, materials));
     const aiScene& scene = ReadChecked(importer, path);
     if (content && extension == ".dae") RepairColladaOpacity(scene, *content);

@@ -17,10 +17,10 @@ struct Controller {
     std::string_view mesh;
 };
 
-// The morph controllers by id. They do not overlap.
+// The morph controllers, keyed by id. They do not overlap.
 std::map<std::string_view, Controller> MorphControllers(std::string_view content) {
     const auto placeOf = [content](std::string_view name) {
-        return static_cast<std::size_t>(name.data() - content.data()) - 1; // of the "<"
+        return static_cast<std::size_t>(name.data() - content.data()) - 1; // offset of the "<"
     };
     std::map<std::string_view, Controller> found;
     XmlTagReader reader(content);
@@ -48,7 +48,7 @@ bool ShowMorphedMeshes(std::string& content) {
     const auto controllers = MorphControllers(content);
     if (controllers.empty()) return false;
     std::string plain = content;
-    for (const auto& entry : controllers) // lines stay, so that messages have the right numbers
+    for (const auto& entry : controllers) // keep line breaks, so that messages have right numbers
         for (std::size_t i = entry.second.begin; i < entry.second.end; ++i)
             if (plain[i] != '\n') plain[i] = ' ';
     std::string shown;

@@ -5,9 +5,9 @@
 
 namespace TellarSceneImport {
 
-/// Removes the morph controllers of a Collada text, and replaces references to them by ones to the
-/// meshes that they deform: Assimp does not read such a controller, and loses its mesh. Returns
-/// whether there are any.
+/// Removes the morph controllers of a Collada text, which Assimp does not read. References to them
+/// become references to the meshes that they deform, which would be lost otherwise. Returns whether
+/// there were any.
 bool ShowMorphedMeshes(std::string& content);
 
 } // namespace TellarSceneImport

@@ -13,7 +13,7 @@ namespace {
 
 using Values = std::vector<float>;
 
-// The numbers of the bones and their weights.
+// Adds, for each point, the indices and weights of its bones.
 void AddWeights(const aiMesh& mesh, std::vector<Values>& influences) {
     for (unsigned i = 0; i < mesh.mNumBones; ++i)
         for (unsigned j = 0; j < mesh.mBones[i]->mNumWeights; ++j) {
@@ -23,7 +23,7 @@ void AddWeights(const aiMesh& mesh, std::vector<Values>& influences) {
         }
 }
 
-// The places in morph targets.
+// Adds, for each point, its positions in morph targets.
 void AddTargets(const aiMesh& mesh, std::vector<Values>& influences) {
     for (unsigned i = 0; i < mesh.mNumAnimMeshes; ++i) {
         const aiAnimMesh& target = *mesh.mAnimMeshes[i];
@@ -34,7 +34,7 @@ void AddTargets(const aiMesh& mesh, std::vector<Values>& influences) {
     }
 }
 
-// Everything that moves each point.
+// All values that determine how each point moves.
 std::vector<Values> InfluencesOf(const aiMesh& mesh) {
     std::vector<Values> influences(mesh.mNumVertices);
     AddWeights(mesh, influences);
@@ -42,8 +42,8 @@ std::vector<Values> InfluencesOf(const aiMesh& mesh) {
     return influences;
 }
 
-// Assimp compares the values of points, but not what moves them. Points that move differently get
-// different texture coordinates in a set of their own.
+// A temporary set of texture coordinates that differs between points that move differently. Assimp
+// compares the values of points, but not their bones and morph targets.
 class Marks {
 public:
     explicit Marks(const aiScene& scene) {
@@ -77,7 +77,7 @@ private:
         for (unsigned i = 0; i < mesh.mNumVertices; ++i) {
             const auto next = static_cast<unsigned>(numbers.size());
             const unsigned number = numbers.emplace(influences[i], next).first->second;
-            // A float holds whole numbers of 24 bits.
+            // Two numbers of 16 bits: a float holds whole numbers up to 24 bits only.
             coordinates[i].x = static_cast<float>(number & 0xffff);
             coordinates[i].y = static_cast<float>(number >> 16);
         }

@@ -10,7 +10,7 @@ class Importer;
 namespace TellarSceneImport {
 
 /// Joins the points of each mesh of the importer's scene that have equal values, and that move
-/// together if the mesh has bones or morph targets. CheckScene() has been called. Returns null if
+/// together if the mesh has bones or morph targets. Call CheckScene() before. Returns null if
 /// Assimp fails.
 const aiScene* JoinPoints(Assimp::Importer& importer);
 

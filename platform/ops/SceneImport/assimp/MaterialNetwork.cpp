@@ -64,7 +64,7 @@ private:
     const MaterialProperties properties;
     const aiScene& scene;
     SurfaceNetwork network;
-    std::map<std::string, std::vector<float>> factors; // of parameters that textures may drive
+    std::map<std::string, std::vector<float>> factors; // values of parameters that may be textured
 };
 
 void NetworkMaker::setColors() {
@@ -117,7 +117,7 @@ void NetworkMaker::setOptional(const char* parameter, const char* key) {
     if (const auto value = properties.number(key)) network.set(parameter, *value);
 }
 
-// In OBJ a texture is multiplied by the number of the parameter; elsewhere it replaces the number.
+// Whether textures are multiplied by the parameter's number, as in OBJ, instead of replacing it.
 // Only OBJ materials have an illumination model number.
 bool NetworkMaker::texturesScaleFactors() const {
     return properties.number("$mat.illum").has_value();
@@ -173,7 +173,7 @@ void NetworkMaker::addTexture(const TextureSlot& slot, aiTextureType kind) {
     if (strength && !slot.isColor) network.set(std::string(slot.parameter) + "Scale", *strength);
 }
 
-// One file for both: roughness in green, metalness in blue.
+// Adds one texture for two inputs: roughness in green, metalness in blue.
 void NetworkMaker::addPackedTexture() {
     const std::string name = "metalnessRoughnessImage";
     addImage(name, aiTextureType_METALNESS, false,

@@ -75,7 +75,7 @@ void AppendPoint(std::string& text, const Point& point, float divisor) {
 
 std::string_view Trimmed(std::string_view line) {
     line.remove_prefix(std::min(line.find_first_not_of(kBlank), line.size()));
-    return line.substr(0, line.find_last_not_of(kBlank) + 1); // npos + 1 is 0
+    return line.substr(0, line.find_last_not_of(kBlank) + 1); // npos + 1 is 0, an empty text
 }
 
 // The name of an object if it contains blanks; otherwise empty.

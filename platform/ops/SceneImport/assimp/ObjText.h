@@ -10,11 +10,11 @@ namespace TellarSceneImport {
 /// point has one, white where there was none. The colours are linear then.
 std::string WithPlainColors(std::string content);
 
-/// An OBJ text whose lines Assimp understands: it passes over lines that begin with blanks, and
-/// ends the names of objects at the first blank. Blanks in these names become kBlankInName.
+/// An OBJ text whose lines Assimp understands. Assimp ignores lines that begin with blanks, so
+/// these are removed, and cuts names of objects at a blank, so blanks in names become kBlankInName.
 std::string WithPlainLines(std::string content);
 
-/// A control character, which no name of a location keeps.
+/// A control character, which names of locations never contain.
 constexpr char kBlankInName = '\x1f';
 
 } // namespace TellarSceneImport

@@ -135,11 +135,11 @@ private:
     std::string_view geometry; // the id of the last <geometry>
     std::string_view skinned;  // the id of the geometry of the last <skin>
     std::map<std::string_view, Array> arrays;
-    std::map<std::string_view, Accessor> accessors;         // by the id of the source
+    std::map<std::string_view, Accessor> accessors;         // keyed by the id of the source
     std::map<std::string_view, std::string_view> positions; // sources by the id of the geometry
     std::vector<Input> inputs;
     std::vector<Table> tables;
-    std::deque<std::string> madeUpNames;     // of nodes without an id
+    std::deque<std::string> madeUpNames;     // names of nodes without an id
     std::vector<std::string_view> openNodes; // the ids of the enclosing nodes
     NodeGraph graph;
 };
@@ -288,7 +288,7 @@ void Checker::checkLengths(const Table& sampler) const {
             Fail("\"" + std::string(input.source) + "\" is shorter than its times");
 }
 
-// Takes a number from the front of a text that is not empty.
+// Takes a number from the front of a text, which must not be empty.
 std::int64_t TakeIndex(std::string_view& text) {
     std::int64_t index = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), index);

@@ -194,7 +194,7 @@ public:
 
     void read() {
         std::size_t at = kBinaryStart;
-        std::vector<std::size_t> ends; // of the enclosing records
+        std::vector<std::size_t> ends; // end offsets of the enclosing records
         while (at < content.size()) {
             while (!ends.empty() && at >= ends.back())
                 ends.pop_back();

@@ -189,7 +189,8 @@ template <typename Value>
 std::vector<Value> ReadValues(const Document& document, int index, int& width) {
     const tinygltf::Accessor& accessor = document.model().accessors.at(index);
     const Layout layout = LayoutOf(index, accessor.componentType, accessor.type);
-    CopierFor<Value>(index, accessor.componentType); // refuses a wrong type before memory is used
+    CopierFor<Value>(index,
+                     accessor.componentType); // throws for a wrong type before memory is used
     width = layout.width();
     document.memory().require(accessor.count, width * sizeof(Value));
     std::vector<Value> values = accessor.bufferView >= 0

@@ -101,7 +101,7 @@ const Skin& Deformer::skinOf(int index) {
     return skin;
 }
 
-// The joints and weights of the points, four in a set.
+// The joints and weights of the points, in sets of four.
 std::vector<Influences::Set> Deformer::influencesOf(const ContentShape& shape,
                                                     const tinygltf::Primitive& primitive,
                                                     std::size_t pointCount) const {

@@ -66,15 +66,15 @@ private:
     Document& document;
     std::vector<FileStamp>& files;
     rapidjson::Document json;
-    std::vector<std::size_t> strides; // of buffer views
-    std::vector<int> indices;         // of primitives, mesh by mesh
+    std::vector<std::size_t> strides; // strides of buffer views
+    std::vector<int> indices;         // accessors of indices of all primitives, mesh by mesh
     Json images;                      // may be null
     std::size_t numberOfFileBuffers = 0;
 };
 
 namespace {
 
-// The largest element of a compressed attribute is a matrix of 16 floats.
+// The size of the largest element of a compressed attribute, a matrix of 16 floats.
 constexpr std::size_t kMostBytesOfElement = 64;
 
 Json* MutableMember(Json& object, const char* name) {
@@ -203,7 +203,7 @@ void Document::Loader::parseModel() {
     restoreStridesAndIndices();
 }
 
-// Adds to the model what takeModelText() took from it.
+// Restores the values that takeModelText() removed from the model.
 void Document::Loader::restoreStridesAndIndices() {
     tinygltf::Model& model = *document.parsed;
     for (std::size_t i = 0; i < strides.size(); ++i)
@@ -285,7 +285,7 @@ void Document::Loader::decodeDraco(tinygltf::Primitive& primitive,
     decodeAttributes(primitive, extension.Get("attributes"), mesh);
 }
 
-// `identifiers` has the attribute's number in the compressed mesh by name.
+// `identifiers` maps names of attributes to their numbers in the compressed mesh.
 void Document::Loader::decodeAttributes(tinygltf::Primitive& primitive,
                                         const tinygltf::Value& identifiers, const DracoMesh& mesh) {
     for (auto& [name, accessor] : primitive.attributes) {
@@ -306,7 +306,7 @@ void Document::Loader::addImages() {
         addImage(images[i]);
 }
 
-// The bytes of a data URI become a buffer view.
+// Adds an image. The bytes of a data URI become a buffer view.
 void Document::Loader::addImage(const Json& source) {
     tinygltf::Image& image = document.parsed->images.emplace_back();
     image.name = TextMember(&source, "name");
@@ -359,7 +359,7 @@ std::string_view Document::imageBytes(int image) const {
     return view < 0 ? std::string_view() : viewBytes(view);
 }
 
-// Some exporters do not encode names.
+// Tries the URI undecoded too, because some exporters do not percent-encode names.
 std::string Document::pathOf(const std::string& uri) const {
     const std::string decoded = PercentDecoded(uri);
     std::error_code ignored;

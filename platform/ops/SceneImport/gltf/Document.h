@@ -42,11 +42,11 @@ public:
     /// as long as the document; empty for an image in a file of its own. Throws as viewBytes().
     std::string_view imageBytes(int image) const;
 
-    /// The memory that the values of the file use, and its limit.
+    /// Counts the memory that the values of the file use against the limit.
     MemoryBudget& memory() const { return *budget; }
 
-    /// The absolute path of the file that a URI names, also if its name is not percent-encoded as
-    /// it should be, or is one that FindReferencedFile() finds elsewhere.
+    /// The absolute path of the file that a URI names. Accepts names that lack their
+    /// percent-encoding, and files that FindReferencedFile() finds elsewhere.
     std::string pathOf(const std::string& uri) const;
 
     /// The names of the extensions that the file uses and the reader does not understand. The file
@@ -60,8 +60,8 @@ private:
     const std::string folder;
     const std::unique_ptr<tinygltf::Model> parsed;
     const std::unique_ptr<MemoryBudget> budget;
-    std::deque<std::string> owned;         // what some of the buffers point to
-    std::vector<std::string_view> buffers; // of the file, then those that were decoded
+    std::deque<std::string> owned;         // bytes of buffers that are not part of `content`
+    std::vector<std::string_view> buffers; // buffers of the file, then decoded ones
     std::vector<std::string> unknown;
 };
 

@@ -11,10 +11,10 @@ namespace {
 constexpr std::string_view kMagic = "DRACO";
 constexpr std::uint8_t kMesh = 1;
 constexpr std::uint8_t kEdgebreaker = 1;
-constexpr std::uint8_t kHasMetadata = 0x80; // in the second byte of the flags
-constexpr int kMostLevels = 32;             // of metadata
+constexpr std::uint8_t kHasMetadata = 0x80; // a bit of the second byte of the flags
+constexpr int kMostLevels = 32;             // limit for the nesting of metadata
 
-/// Takes numbers from the front of the data. After its end they are 0.
+/// Takes numbers from the front of the data. Numbers beyond the end are 0.
 class Cursor {
 public:
     explicit Cursor(std::string_view data) : rest(data) {}
@@ -28,7 +28,7 @@ public:
         return value;
     }
 
-    /// Seven bits a byte, the lowest first.
+    /// Takes a number that is stored with seven bits per byte, the lowest first.
     std::uint32_t number() {
         std::uint32_t value = 0;
         for (int shift = 0; shift < 35; shift += 7) {
@@ -74,9 +74,9 @@ std::optional<std::uint32_t> DracoFaceCount(std::string_view data) {
         }
         SkipMetadata(cursor, kMostLevels);
     }
-    cursor.byte();                  // the kind of walk
-    if (minor < 2) cursor.number(); // new points
-    cursor.number();                // points
+    cursor.byte();                  // the kind of traversal
+    if (minor < 2) cursor.number(); // the number of new points
+    cursor.number();                // the number of points
     return cursor.number();
 }
 

@@ -18,7 +18,7 @@ struct DracoMesh::Decoded {
 
 namespace {
 
-// Far more than meshes of whatever regularity have. A header with more would cost memory.
+// Far more than even the most regular mesh has. A header that promises more would cost memory.
 constexpr std::uint64_t kMostFacesPerByte = 1024;
 
 std::unique_ptr<draco::Mesh> Decode(std::string_view data) {

@@ -81,8 +81,8 @@ void PrimitiveReader::makeCurves() {
     usePoints(std::move(lines.points));
 }
 
-// Keeps all points in their order if no two are equal and all are used. Points of equal rest values
-// may move apart.
+// Joins equal points and removes unused ones; keeps the order if there are neither. The points of a
+// deformed shape are kept, because equal points may move apart.
 void PrimitiveReader::joinPoints(std::vector<std::uint32_t>& indices) {
     const bool isDeformed =
         !primitive.targets.empty() || primitive.attributes.count("JOINTS_0") > 0;
@@ -100,7 +100,7 @@ void PrimitiveReader::makeMesh() {
     if (indices.empty()) return;
     shape.type = "polymesh";
     joinPoints(indices);
-    // The corners, and a third as many faces.
+    // Four values of 4 bytes per triangle: three corners and one face.
     document.memory().take(indices.size() / 3, 4 * sizeof(std::int32_t));
     std::vector<std::int32_t> startIndex;
     for (std::size_t i = 0; i <= indices.size(); i += 3)
@@ -122,7 +122,7 @@ void PrimitiveReader::addPointData() {
                                      FloatAttribute(values.data.values, values.data.width)));
 }
 
-// Leaves the shape without a type if the primitive shows nothing.
+// Sets the type and values of the shape. It keeps no type if the primitive has nothing to show.
 void PrimitiveReader::makeShape() {
     switch (static_cast<PrimitiveMode>(primitive.mode)) {
     case PrimitiveMode::Points:

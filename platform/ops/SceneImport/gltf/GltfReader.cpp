@@ -26,7 +26,7 @@ namespace TellarSceneImport {
 
 namespace {
 
-// A location of a scene with its name, attributes and entry in the index, roughly.
+// About the memory of a location with its name, attributes and entry in the index.
 constexpr std::uint64_t kBytesOfNode = 1024;
 
 class ContentReader {
@@ -55,11 +55,11 @@ private:
     const ReadOptions& options;
     int variant = -1; // the usual materials
     SceneContent content;
-    std::vector<int> materialIndices; // of the file's materials; -1 for those left out
-    std::vector<int> sources;         // of content.nodes; -1 for an added one
+    std::vector<int> materialIndices; // index of each of the file's materials; -1 if left out
+    std::vector<int> sources;         // the file's node of each of content.nodes; -1 if added
     std::vector<std::vector<std::uint32_t>> shapesOfMesh; // empty until asked for
     std::vector<bool> isMeshRead;
-    std::unordered_map<int, std::vector<Matrix>> instancesOf; // by node of the file
+    std::unordered_map<int, std::vector<Matrix>> instancesOf; // keyed by node of the file
 };
 
 // Returns -1 for a file without scenes.

@@ -34,7 +34,7 @@ Value ElementOf(const std::optional<AccessorFloats>& values, std::size_t index, 
     return absent;
 }
 
-// Returns nothing when all attributes are absent.
+// The number of elements that all present attributes have; nothing if none is present.
 std::optional<std::size_t>
 CommonCount(std::initializer_list<const std::optional<AccessorFloats>*> attributes) {
     std::optional<std::size_t> count;

@@ -5,17 +5,17 @@
 
 namespace TellarSceneImport {
 
-/// Counts the memory that the content of a file takes. Many parts of a small file can use the same
-/// data, or data that is all zeros, and take any amount of memory together.
+/// Counts the memory that the content of a file takes. The parts of a small file can take any
+/// amount of memory together if they all use the same data, or data that is all zeros.
 class MemoryBudget {
 public:
     explicit MemoryBudget(std::uint64_t mebibytes) : mebibytes(mebibytes) {}
 
     /// Throws std::runtime_error if the limit is too low for `count` more values of `size` bytes.
     void require(std::uint64_t count, std::uint64_t size) const;
-    /// The same for values that stay in memory.
+    /// Like require(), and counts the values, which stay in memory.
     void take(std::uint64_t count, std::uint64_t size);
-    /// Throws std::runtime_error when the numbers without data have become too many to be meant.
+    /// Counts numbers without data. Throws std::runtime_error when there are implausibly many.
     void takeZeros(std::uint64_t count);
 
 private:

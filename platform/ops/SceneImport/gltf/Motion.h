@@ -15,7 +15,7 @@ class Document;
 /// One animation of a glTF file: what it moves, by index of the node.
 struct GltfAnimation {
     std::map<int, std::shared_ptr<const NodeMotion>> nodes;
-    std::map<int, Track> weights; ///< of morph targets
+    std::map<int, Track> weights; ///< weights of morph targets, keyed by node
 };
 
 /// Reads the animation that ChooseAnimation finds; an empty one if that is none. Throws

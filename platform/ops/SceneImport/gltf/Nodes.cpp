@@ -19,7 +19,7 @@ std::string ListOfScenes(const tinygltf::Model& model) {
     return list.empty() ? "it has no scenes" : "its scenes are " + list;
 }
 
-// Each node once.
+// The root nodes of a scene, without repetition.
 std::vector<int> RootsOfScene(const tinygltf::Model& model, int scene) {
     std::vector<bool> isListed(model.nodes.size(), false);
     std::vector<int> roots;

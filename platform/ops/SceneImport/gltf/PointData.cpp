@@ -66,12 +66,12 @@ void Select(AccessorFloats& data, const std::vector<std::uint32_t>& elements) {
     data.values = std::move(values);
 }
 
-// Attributes of applications begin with "_".
+// Whether an attribute is application-specific: then its name begins with "_".
 bool IsCustom(const std::string& attribute) {
     return attribute.size() > 1 && attribute[0] == '_';
 }
 
-// Dots would separate groups.
+// Replaces dots, which would separate groups.
 std::string CustomName(std::string attribute) {
     std::replace(attribute.begin(), attribute.end(), '.', '_');
     return attribute;
@@ -123,7 +123,7 @@ meshopt_Stream StreamOf(const AccessorFloats& data) {
     return {data.values.data(), size, size};
 }
 
-// All values of the points.
+// The streams of all values of the points.
 std::vector<meshopt_Stream> StreamsOf(const PointData& data) {
     std::vector<meshopt_Stream> streams = {StreamOf(data.points)};
     if (!data.normals.values.empty()) streams.push_back(StreamOf(data.normals));

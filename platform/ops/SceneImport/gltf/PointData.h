@@ -24,13 +24,13 @@ struct PointData {
     };
 
     std::size_t count = 0;
-    AccessorFloats points;  ///< of three numbers
+    AccessorFloats points;  ///< three numbers per point
     AccessorFloats normals; ///< empty if the file has none
     std::vector<Values> arbitrary;
 
     /// Keeps the points with these numbers, in this order; a number may occur several times.
     void select(const std::vector<std::uint32_t>& elements);
-    /// The numbers of all values.
+    /// The count of numbers in all values together.
     std::size_t numberCount() const;
 };
 

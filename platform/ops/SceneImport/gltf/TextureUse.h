@@ -9,7 +9,7 @@ namespace TellarSceneImport {
 
 /// One place in a material where a texture is used.
 struct TextureUse {
-    int texture = -1; ///< as in the file, so it may refer to nothing
+    int texture = -1; ///< unchecked index from the file
     int uvSet = 0;
     double amount = 1; ///< "scale" of a normal map, "strength" of occlusion
     /// For texture coordinates that grow upwards: empty, or translation, scale and turn in radians.

@@ -26,7 +26,7 @@ std::vector<std::uint32_t> TrianglesOf(PrimitiveMode mode,
 /// Curves of straight lines, as point numbers curve after curve.
 struct Polylines {
     std::vector<std::uint32_t> points;
-    std::vector<std::int32_t> counts; ///< of points of each curve
+    std::vector<std::int32_t> counts; ///< number of points of each curve
     bool areClosed = false;           ///< whether each one's end is joined to its beginning
 };
 

@@ -47,7 +47,7 @@ std::string ExtensionOfHint(std::string_view hint) {
     return extension.size() > 1 && extension.size() <= kLongestExtension ? extension : ".img";
 }
 
-// The low byte comes first.
+// Writes a number of two bytes, the low byte first.
 void SetShort(std::string& file, std::size_t place, std::uint32_t number) {
     file[place] = static_cast<char>(number & 0xff);
     file[place + 1] = static_cast<char>(number >> 8 & 0xff);

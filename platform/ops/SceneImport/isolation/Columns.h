@@ -16,16 +16,17 @@
 
 namespace TellarSceneImport {
 
-/// A list of a SceneContent as a group of columns: arrays with one value, or a fixed number of
-/// values, for each item. Lists within items are joined to one array, with the end of each item's
-/// part in a second one. What reads columns throws std::runtime_error for a column that is wrong.
+/// Lists of a SceneContent in the form of groups of columns. A column is an array with a fixed
+/// number of values for each item. Lists within items are joined to one array, and a second array
+/// holds the end of each item's part. Functions that read columns throw std::runtime_error for
+/// wrong ones.
 
 class ColumnWriter {
 public:
     void add(std::string_view name, const std::vector<int>& values);
     void add(std::string_view name, const std::vector<double>& values);
     void add(std::string_view name, const std::vector<std::string>& values);
-    /// Invalid groups become empty ones.
+    /// Writes invalid groups as empty ones.
     void add(std::string_view name, const std::vector<OxAttribute::GroupAttribute>& values);
     void add(std::string_view name, const OxAttribute::GroupAttribute& value);
     OxAttribute::GroupAttribute build() { return group.build(); }

@@ -19,7 +19,7 @@ void VisitCamera(Camera&& camera, Number& number) {
     number(camera.aim);
 }
 
-/// The same for a light.
+/// Calls `number` with every number of a light. `light` may be const.
 template <typename Light, typename Number>
 void VisitLight(Light&& light, Number& number) {
     number(light.color);

@@ -16,7 +16,7 @@ namespace TellarSceneImport {
 /// every file that was accessed.
 SceneContent ReadForeignFile(const FileStamp& stamp, const ReadOptions& options,
                              std::vector<FileStamp>& files);
-/// The same. `onAccess` is called with the path of each file before it is read.
+/// Overload that calls `onAccess` with the path of each file before it is read.
 SceneContent ReadForeignFile(const FileStamp& stamp, const ReadOptions& options,
                              std::vector<FileStamp>& files,
                              const std::function<void(const std::string& path)>& onAccess);

@@ -8,7 +8,7 @@ namespace TellarSceneImport {
 
 OxAttribute::GroupAttribute NodeColumns(const std::vector<ContentNode>& nodes);
 
-/// Adds the nodes. The other lists of the content have been read.
+/// Reads the nodes of the content. Read its other lists before.
 void ReadNodes(const ColumnReader& columns, SceneContent& content);
 
 } // namespace TellarSceneImport

@@ -10,16 +10,16 @@ namespace TellarSceneImport {
 /// The standard error of the scene reader. It names every file before it opens it, because a reader
 /// that crashes sends no reply.
 
-/// The line that names a file; empty for a name with a line break.
+/// The line that names a file; empty if the name contains a line break.
 std::string LineOfFile(const std::string& path);
 
 struct ReaderErrors {
     std::vector<std::string> files;
-    /// The first line that names no file. It comes from a library or the system.
+    /// The first line that is not the name of a file; it comes from a library or the system.
     std::string text;
 };
 
-/// A last line that is not complete names no file.
+/// Parses standard error. An incomplete last line is not taken for the name of a file.
 ReaderErrors ErrorsIn(std::string_view standardError);
 
 } // namespace TellarSceneImport

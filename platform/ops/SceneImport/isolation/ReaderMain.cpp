@@ -108,10 +108,10 @@ std::int64_t WriteTo(void* stream, const void* data, std::int64_t bytes) {
     return bytes;
 }
 
-// A damaged file could be worth more messages than anybody reads.
+// The limit for messages about one file, which may be damaged.
 constexpr std::size_t kMostMessages = 1000;
 
-// All messages go to the host, which knows the thresholds.
+// Collects messages of all levels: the host, which gets them, knows the thresholds.
 void CollectMessages(std::vector<OxLogMessage>& messages) {
     static std::mutex lock;
     OxLoggingSetLevel("", OxLogLevel::debug);

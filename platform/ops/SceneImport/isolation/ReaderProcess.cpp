@@ -110,7 +110,7 @@ std::string ReasonOf(const ChildEnd& end, const ReaderLimits& limits, const std:
     return "the scene reader " + end.text() + (error.empty() ? "" : ": " + error);
 }
 
-/// Returns nothing when the stream holds no valid reply; `reason` then says why.
+/// Returns nothing, and sets `reason`, when the stream holds no valid reply.
 std::optional<ReaderReply> ParseReply(ReplyStream& stream, std::string& reason) {
     try {
         return ReplyFrom(OxAttribute::GroupAttribute(
@@ -121,7 +121,7 @@ std::optional<ReaderReply> ParseReply(ReplyStream& stream, std::string& reason) 
     }
 }
 
-/// Returns nothing when the reader wrote no complete reply; `reason` then says why.
+/// Returns nothing, and sets `reason`, when the reader wrote no complete reply.
 std::optional<ReaderReply> ReadReply(ChildProcess& reader, const ReaderLimits& limits,
                                      std::string& reason) {
     ReplyStream stream(reader, limits.mebibytes << 20);

@@ -15,7 +15,7 @@ namespace TellarSceneImport {
 /// The limits of a scene reader.
 struct ReaderLimits {
     std::chrono::seconds time{};
-    std::uint64_t mebibytes = 0; ///< of memory
+    std::uint64_t mebibytes = 0; ///< limit for the memory
 };
 
 /// The limits that the configuration sets by SCENE_READER_SECONDS and SCENE_READER_MEBIBYTES. The
@@ -33,7 +33,7 @@ void SetReaderProgram(const std::string& file);
 /// could tell. Safe from many threads.
 SceneContent ReadInChildProcess(const FileStamp& stamp, const ReadOptions& options,
                                 const ReaderLimits& limits, std::vector<FileStamp>& files);
-/// The same with the limits of the configuration.
+/// Overload that uses ConfiguredLimits().
 SceneContent ReadInChildProcess(const FileStamp& stamp, const ReadOptions& options,
                                 std::vector<FileStamp>& files);
 

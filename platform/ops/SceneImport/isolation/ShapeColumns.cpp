@@ -14,7 +14,7 @@ namespace {
 
 using Edges = std::array<double, 6>;
 
-/// Not numbers for an empty box.
+/// The edges of a box; NaN for an empty one.
 Edges EdgesOf(const Box& box) {
     Edges edges;
     edges.fill(std::numeric_limits<double>::quiet_NaN());

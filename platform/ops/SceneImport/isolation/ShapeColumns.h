@@ -8,7 +8,7 @@ namespace TellarSceneImport {
 
 OxAttribute::GroupAttribute ShapeColumns(const std::vector<ContentShape>& shapes);
 
-/// Adds the shapes. The materials of the content have been read.
+/// Reads the shapes of the content. Read its materials before.
 void ReadShapes(const ColumnReader& columns, SceneContent& content);
 
 } // namespace TellarSceneImport

@@ -79,7 +79,7 @@ GroupAttribute Resolver::without(const Lost& lost, const GroupAttribute& node) {
     return builder.build();
 }
 
-// Sets the paths of the image nodes, and removes the nodes whose images cannot be had.
+// Sets the paths of image nodes, and removes the nodes whose images cannot be written.
 Resolver::Lost Resolver::resolveFiles(const ContentMaterial& material, const GroupAttribute& nodes,
                                       GroupBuilder& network) {
     Lost lost;

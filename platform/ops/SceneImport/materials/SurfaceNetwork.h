@@ -16,8 +16,8 @@ using Color = std::array<float, 3>;
 struct ImageNode {
     std::string file;
     int uvSet = 0;                                  ///< 0 is "st", 1 is "st1"
-    std::string wrapU = "repeat", wrapV = "repeat"; ///< also "clamp", "mirror", "decal"
-    bool isColor = false;                           ///< of a picture that people look at, in sRGB
+    std::string wrapU = "repeat", wrapV = "repeat"; ///< "repeat", "clamp", "mirror", "decal"
+    bool isColor = false;                           ///< true: a color in sRGB; false: data
     std::vector<float> multiply;                    ///< empty for none
     std::vector<float> uvTransform; ///< empty, or translation, scale and turn in radians
 };

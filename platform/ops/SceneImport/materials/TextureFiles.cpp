@@ -17,19 +17,18 @@ namespace TellarSceneImport {
 
 namespace {
 
-// Where a name is not found as it is written, only the tiles of one row after the other up to here
-// are looked for.
+// The numbers of tiles to look for one by one if the name of a set is not found as it is written.
 constexpr int kFirstTile = 1001;
 constexpr int kLastTile = 1100;
 constexpr std::size_t kMarkLength = 6;
 
-// The place of "<UDIM>", for which renderers put the number of a tile; npos if there is none.
+// The place of "<UDIM>", which stands for the number of a tile; npos if there is none.
 std::size_t FindTileMark(const std::string& reference) {
     const std::size_t upper = reference.find("<UDIM>");
     return upper == std::string::npos ? reference.find("<udim>") : upper;
 }
 
-// The path of the tiles that are there, with "<UDIM>" for the number. Empty if there are none.
+// The path of the existing tiles, with "<UDIM>" for the number. Empty if there are none.
 std::string FindTiles(const std::string& folder, const std::string& reference, std::size_t mark) {
     std::string written = reference;
     written = PathOfReference(folder, written.replace(mark, kMarkLength, "<UDIM>"));

@@ -18,9 +18,9 @@ public:
     /// `scenePath` is absolute.
     explicit TextureFiles(std::string scenePath);
 
-    /// The absolute path of a picture that the scene file refers to by `reference`, as
-    /// FindReferencedFile() finds it. A "<UDIM>" in it stays for the numbers of the tiles. If there
-    /// is no such file, the path is that of the reference. `material` is for the warning.
+    /// The absolute path of a picture that the scene file refers to, as FindReferencedFile() finds
+    /// it. "<UDIM>" in a reference stays in the path. Without such a file, returns the path in the
+    /// reference and warns; the warning names `material`.
     std::string pathOf(const std::string& reference, const std::string& material);
 
     /// Whether pathOf() finds a file exactly where the reference says.
@@ -37,7 +37,7 @@ private:
     std::string pathInCache(std::string_view bytes, std::string_view hint);
 
     const std::string scenePath, folder;
-    std::map<std::string, std::string> known; // by reference
+    std::map<std::string, std::string> known; // paths, keyed by reference
     std::unique_ptr<ImageCache> cache;        // null until the first embedded picture
     bool isCacheBroken = false;
     bool isLeftOut = false; // the pictures inside the scene file have no place at all

@@ -17,7 +17,7 @@ struct ImportedCamera {
     double farClip = 1000.0;
     double aspect = 0.0;                ///< width / height; 0 when unknown
     double orthographicWidth = 0.0;     ///< whole width; 0 for a perspective camera
-    Matrix aim = AimMatrix({}, {}, {}); ///< in its node's space; looks down -Z
+    Matrix aim = AimMatrix({}, {}, {}); ///< camera to node space; the camera looks down -Z
 };
 
 /// A light of a scene file, whatever kind of file it came from.
@@ -28,9 +28,9 @@ struct ImportedLight {
     std::array<float, 3> decay = {1, 0, 0}; ///< constant, linear, quadratic
     float coneInner = 0;                    ///< whole angles of a spot light, degrees
     float coneOuter = 0;
-    std::array<float, 2> size = {0, 0}; ///< of an area light
+    std::array<float, 2> size = {0, 0}; ///< size of an area light
     float range = 0;                    ///< distance beyond which there is no light; 0: unlimited
-    Matrix aim = AimMatrix({}, {}, {}); ///< in its node's space; shines down -Z
+    Matrix aim = AimMatrix({}, {}, {}); ///< light to node space; the light shines down -Z
 
     /// Splits a colour into hue and intensity.
     void setColor(float red, float green, float blue);

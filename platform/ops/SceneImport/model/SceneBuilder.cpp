@@ -60,7 +60,7 @@ private:
     OxAttribute::GroupAttribute xformOf(const Draft& draft) const;
 
     SceneContent content;
-    std::vector<std::vector<std::uint32_t>> children; // of nodes, by index
+    std::vector<std::vector<std::uint32_t>> children; // children of each node
     std::vector<Draft> drafts;                        // parents first
 };
 

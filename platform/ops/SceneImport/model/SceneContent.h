@@ -57,7 +57,7 @@ struct ContentMaterial {
 /// A picture inside the scene file, as bytes of a file of its own.
 struct ContentImage {
     std::string bytes;
-    std::string hint; ///< of its format, as ImageExtension() takes it
+    std::string hint; ///< hint at its format for ImageExtension()
 };
 
 /// The content of a scene file, whatever its format: readers fill it, BuildScene makes locations of

@@ -15,7 +15,7 @@ bool IsUnsafe(char c) {
 std::string UniqueNames::add(std::string_view wanted, std::string_view fallback) {
     std::string base(wanted.empty() ? fallback : wanted);
     std::replace_if(base.begin(), base.end(), IsUnsafe, '_');
-    // Paths give these two a meaning.
+    // These two have a meaning in paths.
     if (base == "." || base == "..") std::replace(base.begin(), base.end(), '.', '_');
     if (taken.insert(base).second) return base;
     unsigned& number = lastNumbers.emplace(base, 1).first->second;

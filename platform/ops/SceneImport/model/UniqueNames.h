@@ -18,7 +18,7 @@ public:
 
 private:
     std::unordered_set<std::string> taken;
-    std::unordered_map<std::string, unsigned> lastNumbers; // of names requested more than once
+    std::unordered_map<std::string, unsigned> lastNumbers; // for names requested more than once
 };
 
 } // namespace TellarSceneImport

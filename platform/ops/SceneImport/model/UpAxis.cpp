@@ -28,7 +28,7 @@ DoubleAttribute Turned(const DoubleAttribute& matrices, const Matrix& turn) {
     return {times.data(), static_cast<std::int64_t>(times.size()), values.data(), 16, 16};
 }
 
-// The motion of a node, turned.
+// The motion of another node, turned upright.
 class TurnedMotion : public Motion {
 public:
     TurnedMotion(std::shared_ptr<const Motion> motion, const Matrix& turn)

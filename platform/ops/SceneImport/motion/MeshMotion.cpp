@@ -136,8 +136,8 @@ std::vector<float> MeshMotion::positionsAt(Moment moment, const Probe& probe) co
     return pointsAt(moment, probe.points, probe.targets, probe.stride).positions;
 }
 
-// Whether linear interpolation between the two times stays within the tolerance. The middle alone
-// would miss curves that cross the line there.
+// Whether linear interpolation between the two times stays within the tolerance. Tests more than
+// the middle, where a curve may cross the line.
 bool MeshMotion::isStraight(const Probe& probe, double from, double to, double tolerance) const {
     const std::vector<float> first = positionsAt({from, false}, probe);
     const std::vector<float> last = positionsAt({to, true}, probe);
@@ -148,7 +148,7 @@ bool MeshMotion::isStraight(const Probe& probe, double from, double to, double t
     return true;
 }
 
-// The number of even steps of which each is straight.
+// The number of even steps that are each straight.
 std::size_t MeshMotion::stepsBetween(const Probe& probe, double from, double to,
                                      double tolerance) const {
     std::size_t steps = 1;

@@ -26,7 +26,7 @@ public:
     struct Joints {
         std::shared_ptr<const Skeleton> skeleton;
         Skin skin;
-        Influences influences; ///< of as many points as the mesh has
+        Influences influences; ///< one entry per point of the mesh
     };
 
     struct Parts {

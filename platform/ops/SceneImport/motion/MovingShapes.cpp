@@ -42,7 +42,7 @@ void MovingShapes::add(std::uint32_t node, const MotionAt& motionAt) {
     }
 }
 
-// A single sample is part of the geometry.
+// Sets the motion, or the geometry if there is a single sample.
 void MovingShapes::setMotion(ContentShape& shape, const std::shared_ptr<MeshMotion>& motion) const {
     shape.bound = motion->bound();
     if (motion->sampleCount() > 1) {

@@ -27,9 +27,9 @@ public:
 
     explicit MovingShapes(SceneContent& content) : content(content) {}
 
-    /// Replaces the shapes of a node that move by shapes of their own, because other nodes may move
-    /// them otherwise. Those with a skin become shapes of the root, whose space their points are
-    /// in. A shape without a name gets that of the node with "Shape" appended.
+    /// Replaces the moving shapes of a node by copies, because other nodes may move the same shapes
+    /// differently. Shapes with a skin become shapes of the root, because their points are in its
+    /// space. A shape without a name gets the name of the node with "Shape" appended.
     void add(std::uint32_t node, const MotionAt& motionAt);
 
     /// Sets the motion and the bounds of the shapes that were added. Logs a warning about the scene

@@ -72,7 +72,7 @@ private:
     Interpolation interpolation = Interpolation::Linear;
     std::size_t valueWidth = 0;
     std::vector<double> times;
-    std::vector<float> numbers; // of all keys, in the order of times
+    std::vector<float> numbers; // values of all keys, in the order of times
     double splineTolerance = 0;
 };
 

@@ -17,7 +17,7 @@ namespace TellarSceneImport {
 
 namespace {
 
-constexpr float kTurn = 6.28318530717958648f; // in radians
+constexpr float kTurn = 6.28318530717958648f; // radians
 constexpr Color kBlack = {0, 0, 0};
 constexpr Color kWhite = {1, 1, 1};
 
@@ -237,7 +237,7 @@ OxAttribute::GroupAttribute MtlMaterial::network() {
     return surface.build();
 }
 
-// Assimp's material for faces without one.
+// The name of Assimp's material for faces without one.
 constexpr std::string_view kMadeUpName = "DefaultMaterial";
 
 // Takes a line, with those that continue it, off the text.

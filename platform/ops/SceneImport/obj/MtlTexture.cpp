@@ -35,8 +35,8 @@ Values TakeValues(std::string_view& rest, const Option& option) {
         const std::string_view word = TakeWord(ahead);
         float number = 0;
         const bool isNumber = ReadMtlNumber(word, number);
-        // Behind the numbers that an option must have, a word that is not a number begins the file
-        // name, and the last word is always part of it.
+        // After the numbers that an option requires, the file name begins at the first word that is
+        // not a number, or at the last word.
         if (i >= option.least && (!isNumber || TrimmedMtl(ahead).empty())) break;
         if (i == 0) values.word = word;
         if (isNumber) values.numbers.push_back(number);

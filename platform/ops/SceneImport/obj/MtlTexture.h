@@ -9,8 +9,8 @@ namespace TellarSceneImport {
 
 /// A texture statement of an MTL file: its options and the name after them.
 struct MtlTexture {
-    std::string file;             ///< as in the file, possibly with spaces; empty for none
-    std::vector<float> transform; ///< from -o and -s: empty, or translation, scale and turn
+    std::string file;             ///< unresolved, possibly with spaces; empty for none
+    std::vector<float> transform; ///< -o and -s: empty, or translation, scale and turn
     bool isClamped = false;       ///< -clamp on
     float strength = 1;           ///< -bm
     bool hasStrength = false;

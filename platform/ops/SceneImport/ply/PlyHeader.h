@@ -20,7 +20,7 @@ bool IsFloat(PlyType type);
 struct PlyProperty {
     std::string name;
     PlyType type = PlyType::Float32;
-    std::optional<PlyType> lengthType; ///< of a list
+    std::optional<PlyType> lengthType; ///< only for a list
 };
 
 struct PlyElement {
@@ -33,7 +33,7 @@ struct PlyHeader {
     PlyFormat format = PlyFormat::Text;
     std::vector<PlyElement> elements;
     std::string texture;   ///< the first picture named by a comment "TextureFile"
-    std::string_view body; ///< what follows the header
+    std::string_view body; ///< bytes after the header
 };
 
 /// Lines end as the first one does: with a line feed, a carriage return or both. Throws

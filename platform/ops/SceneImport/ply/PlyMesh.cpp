@@ -145,7 +145,7 @@ void MeshReader::addFace(const std::vector<double>& list) {
     mesh.starts.push_back(static_cast<std::int32_t>(mesh.corners.size()));
 }
 
-// The list of points of each face or strip.
+// The property that lists the points of each face or strip.
 std::size_t FindPointLists(const PlyElement& element) {
     const std::size_t indices = Find(element, "vertex_indices", true);
     return indices == kAbsent ? Find(element, "vertex_index", true) : indices;
@@ -260,7 +260,7 @@ void MeshReader::removePoints() {
     Keep(mesh.positions, count, 3, keeps);
 }
 
-// Replaces numbers that are not finite.
+// Replaces values that are not finite.
 void MeshReader::replaceNumbers() {
     for (auto* const values : {&mesh.positions, &mesh.normals, &mesh.st, &mesh.cornerSt})
         for (float& value : *values)

@@ -100,7 +100,8 @@ TEST_F(Strip, KeepsPointsApartThatMoveApart) {
         directory.write("d.fbx", Changed(longer, "0,2,0,1,2,0", "0,2,0,1,2,0,0,1,0,1,1,0"));
     const std::string faces =
         directory.write("e.fbx", Changed(split, "a: 0,1,3,-3,2,3,5,-5", "a: 0,1,7,-7,2,3,5,-5"));
-    // The upper square's lower edge follows the bone that turns; the lower square's does not.
+    // The lower edge of the upper square follows the turning bone; the lower edge of the lower
+    // square does not.
     const std::string moved =
         directory.write("f.fbx", Changed(faces, "Indexes: *6 {\n            a: 0,1,2,3,6,7",
                                          "Indexes: *4 {\n            a: 0,1,6,7"));

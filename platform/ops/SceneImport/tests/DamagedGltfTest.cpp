@@ -35,7 +35,7 @@ TEST(DamagedGltf, AsksForNoMoreMemoryThanItHasDataFor) {
               "damaged glTF: a sparse accessor is incomplete");
 }
 
-/// The reason why a file with these members is refused if reading may take 64 MiB.
+/// The error for a glTF file with these members when reading may take 64 MiB.
 std::string ReasonInLittleMemory(const std::string& members) {
     const ScopedEnvironment limit("OX_CONFIG_SCENE_READER_MEBIBYTES", "64");
     Config()->reload();
@@ -43,7 +43,7 @@ std::string ReasonInLittleMemory(const std::string& members) {
     return reason;
 }
 
-/// The same item so many times.
+/// A list of `count` equal items, separated by commas.
 std::string Repeated(int count, const std::string& item) {
     std::string list;
     for (int i = 0; i < count; ++i)
@@ -54,7 +54,7 @@ std::string Repeated(int count, const std::string& item) {
 const std::string kTooMuchMemory =
     "reading it takes more than 64 MiB of memory (SCENE_READER_MEBIBYTES)";
 
-// Points without data of their own, 1.2 MB for each use.
+// Points without data, which take 1.2 MB for each use.
 const std::string kZeros =
     R"("accessors": [{"componentType": 5126, "count": 100000, "type": "VEC3"}], )";
 

@@ -74,7 +74,7 @@ TEST_P(SampleFile, DoesNoHarmWhereverItIsCutOff) {
 }
 
 TEST_P(SampleFile, DoesNoHarmWithWrongBytes) {
-    std::mt19937 random(20); // the same ones every time
+    std::mt19937 random(20); // the same numbers in every run
     for (int round = 0; round < 150; ++round) {
         std::string content = GetParam().content;
         for (int change = 0; change < 3; ++change)

@@ -124,7 +124,7 @@ TEST(GltfMorph, FollowsTheSplinesOfItsWeights) {
     }
     const Doubles bound = scene.doubles(sheet, "bound");
     EXPECT_NEAR(bound[3], 4, 1e-6);
-    EXPECT_NEAR(bound[5], 4.0 / 3, 0.01); // at two thirds, where the first cubic is largest
+    EXPECT_NEAR(bound[5], 4.0 / 3, 0.01); // the first cubic is largest at two thirds
 }
 
 TEST(GltfMorph, HasTheWeightsOfTheNodeOrTheMesh) {
@@ -201,7 +201,7 @@ TEST(GltfSkin, StaysNearItsArcBetweenSamples) {
     }
     const Doubles bound = scene.doubles(kArm, "bound");
     EXPECT_NEAR(bound[1], 4, 1e-5);
-    EXPECT_NEAR(bound[3], std::sqrt(5), 0.01); // when the far corner is above the elbow
+    EXPECT_NEAR(bound[3], std::sqrt(5), 0.01); // the far corner is above the elbow then
 }
 
 TEST(GltfSkin, MovesWithTheRootOfTheScene) {

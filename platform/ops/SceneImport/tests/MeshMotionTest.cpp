@@ -137,7 +137,7 @@ TEST(MeshMotion, IsEnclosedByItsBound) {
     EXPECT_NEAR(bound[0], 0, 1e-6);
     EXPECT_NEAR(bound[1], 4, 1e-6);
     EXPECT_NEAR(bound[2], 0, 1e-6);
-    EXPECT_NEAR(bound[3], 2, 1e-2); // when the arm points up, which is no key
+    EXPECT_NEAR(bound[3], 2, 1e-2); // the arm points up between two keys
 }
 
 TEST(MeshMotion, MovesNormalsByTheInverseTranspose) {

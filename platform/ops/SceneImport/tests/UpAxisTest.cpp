@@ -13,7 +13,7 @@ const std::string kStl = "solid s\nfacet normal 0 0 1\nouter loop\nvertex 0 0 0\
                          "vertex 0 0 3\nendloop\nendfacet\nendsolid s\n";
 const std::string kObj = "v 0 0 0\nv 2 0 0\nv 0 0 3\nf 1 2 3\n";
 
-/// The bound of everything.
+/// The bound of the whole scene.
 Doubles Bound(const ImportedScene& scene) {
     const std::string root = "/root/world/" + scene.children("/root/world").at(0);
     const Doubles b = scene.doubles(root, "bound");
