@@ -22,6 +22,7 @@
 #include "FbxSpace.h"
 #include "FileText.h"
 #include "JoinPoints.h"
+#include "MadeUpMaterials.h"
 #include "ObjText.h"
 #include "ReferencedFile.h"
 #include "SceneLog.h"
@@ -205,6 +206,7 @@ SceneContent ReadWithAssimp(const FileStamp& stamp, const std::string& extension
     if (content && extension == ".dae") RepairColladaOpacity(scene, *content);
     SceneContent result = ContentOf(scene, options.animation, path);
     if (extension == ".obj") FinishObj(path, materials, result);
+    RemoveMadeUpMaterials(extension, materials, result);
     if (extension == ".fbx" && options.convertUnits) ConvertFbxSpace(scene, result);
     return result;
 }

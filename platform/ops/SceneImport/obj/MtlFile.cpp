@@ -240,6 +240,19 @@ OxAttribute::GroupAttribute MtlMaterial::network() {
 // The name of Assimp's material for faces without one.
 constexpr std::string_view kMadeUpName = "DefaultMaterial";
 
+// A material of which only the name is known. It looks as renderers draw a mesh without a material.
+OxAttribute::GroupAttribute UnknownMaterial() {
+    SurfaceNetwork surface;
+    surface.set("baseColor", Color{0.8f, 0.8f, 0.8f});
+    surface.set("emission", Color{0, 0, 0});
+    surface.set("specular", 1.0f);
+    surface.set("specularColor", Color{1, 1, 1});
+    surface.set("metalness", 0.0f);
+    surface.set("roughness", 0.5f);
+    surface.set("opacity", 1.0f);
+    return surface.build();
+}
+
 // Takes a line, with those that continue it, off the text.
 std::string TakeStatement(std::string_view& text) {
     std::string statement;
@@ -285,10 +298,10 @@ std::vector<std::string> UseMtl(SceneContent& content,
     std::vector<std::string> missing;
     for (ContentMaterial& material : content.materials) {
         const auto found = byName.find(material.name);
-        if (found != byName.end())
-            material.network = found->second->network;
-        else if (!material.name.empty() && material.name != kMadeUpName)
-            missing.push_back(material.name);
+        if (found == byName.end() && material.name == kMadeUpName) continue;
+        const bool isKnown = found != byName.end();
+        material.network = isKnown ? found->second->network : UnknownMaterial();
+        if (!isKnown && !material.name.empty()) missing.push_back(material.name);
     }
     return missing;
 }

@@ -21,8 +21,8 @@ namespace TellarSceneImport {
 /// - A bump map with "normal" or "nrm" in its name is a normal map.
 std::vector<ContentMaterial> ReadMtl(std::string_view content, const std::string& folder);
 
-/// Gives each material of an imported OBJ file the network of the first of `materials` with the
-/// same name. Returns the names without a match, except for the name that Assimp makes up.
+/// Gives the materials of an imported OBJ file the networks of the first ones of equal names.
+/// Returns the names for which there are none, except made-up ones. Those materials look like none.
 std::vector<std::string> UseMtl(SceneContent& content,
                                 const std::vector<ContentMaterial>& materials);
 

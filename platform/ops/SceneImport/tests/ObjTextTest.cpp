@@ -88,6 +88,28 @@ TEST_F(ObjText, KeepsTheColorsOfAMaterialApart) {
                      .isValid());
 }
 
+TEST_F(ObjText, HasNoMaterialUnlessItNamesOne) {
+    const ImportedScene scene = read(kPoints + kFace);
+    EXPECT_FALSE(scene.attr(meshOf(scene), "materialAssign").isValid());
+    EXPECT_FALSE(scene.attr(meshOf(scene), "material").isValid());
+}
+
+TEST_F(ObjText, KeepsAMaterialWithTheNameThatAssimpMakesUp) {
+    directory.write("paint.mtl", "newmtl DefaultMaterial\nKd 1 0 0\n");
+    const ImportedScene scene =
+        read("mtllib paint.mtl\n" + kPoints + "usemtl DefaultMaterial\n" + kFace);
+    EXPECT_EQ(scene.floats(meshOf(scene), "material.parameters.baseColor"), (Floats{1, 0, 0}));
+}
+
+TEST_F(ObjText, HasUsualMaterialsWhereTheirFileIsMissing) {
+    const ImportedScene scene = read("mtllib gone.mtl\n" + kPoints + "usemtl red\n" + kFace);
+    EXPECT_EQ(scene.text(meshOf(scene), "materialAssign"), "/root/materials/red");
+    EXPECT_EQ(scene.floats(meshOf(scene), "material.parameters.baseColor"),
+              (Floats{0.8f, 0.8f, 0.8f}));
+    EXPECT_EQ(scene.floats(meshOf(scene), "material.parameters.roughness"), (Floats{0.5f}));
+    EXPECT_EQ(scene.floats(meshOf(scene), "material.parameters.specular"), (Floats{1}));
+}
+
 TEST_F(ObjText, HasWhitePointsWhereOthersHaveColors) {
     const ImportedScene scene = read("v 0 0 0 1 0 0\nv 1 0 0\nv 0 1 0 0 0 1\n" + kFace);
     EXPECT_EQ(scene.floats(meshOf(scene), kColor), (Floats{1, 0, 0, 1, 1, 1, 1, 1, 0, 0, 1, 1}));

@@ -334,4 +334,14 @@ TEST_F(ExportedHouse, IsTheSameInAllFormats) {
     EXPECT_EQ(pointsOfFirstMesh(ImportedScene(exportAs("obj", "a.obj")), "/root/world"), wall);
 }
 
+TEST(FormatsWithoutMaterials, HaveNone) {
+    const TempDirectory directory;
+    const ImportedScene stl(directory.write("a.stl", "solid\nfacet normal 0 0 1\nouter loop\n"
+                                                     "vertex 0 0 0\nvertex 1 0 0\nvertex 0 1 0\n"
+                                                     "endloop\nendfacet\nendsolid\n"));
+    const ImportedScene off(directory.write("a.off", "OFF\n3 1 0\n0 0 0\n1 0 0\n0 1 0\n3 0 1 2\n"));
+    EXPECT_THAT(stl.children("/root/materials"), IsEmpty());
+    EXPECT_THAT(off.children("/root/materials"), IsEmpty());
+}
+
 } // namespace
