@@ -24,8 +24,8 @@ public:
     /// Throws std::runtime_error if a parent is missing or a node is its own ancestor.
     explicit Skeleton(std::vector<Node> nodes);
 
-    /// A list of `nodes` and their ancestors, parents first. The indices are below size().
-    std::vector<std::size_t> withAncestors(const std::vector<std::size_t>& nodes) const;
+    /// The `wanted` nodes and their ancestors, parents first. The indices have to be below size().
+    std::vector<std::size_t> withAncestors(const std::vector<std::size_t>& wanted) const;
     /// The matrices from the spaces of the nodes in `chain`, a result of withAncestors, to the
     /// space of the whole file. The result has a matrix for each node of the file; the others are
     /// zero.
