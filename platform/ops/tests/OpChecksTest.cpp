@@ -1,3 +1,6 @@
+#include <string>
+#include <vector>
+
 #include <gmock/gmock.h>
 
 #include "OpTypeScenes.h"
@@ -117,26 +120,24 @@ TEST(MaterialAssign, AcceptsAMaterialThatALaterOpBrings) {
     EXPECT_THAT(graph.warnings(merge), IsEmpty());
 }
 
-TEST(Merge, WarnsOnceOfInputsThatHaveTheSameLocations) {
+/// The warnings of a Merge of two scenes, "left" and "right".
+std::vector<std::string> WarningsOfMerge(const GroupAttribute& left, const GroupAttribute& right) {
     Graph graph;
-    const Op chair = graph.add("StaticScene", World("mesh", "chair"));
-    const Op table = graph.add("StaticScene", World("mesh", "table"));
-    graph.name(chair, "chair");
-    graph.name(table, "table");
-    const Op merge = graph.add("Merge", GroupAttribute(), {chair, table});
-    EXPECT_THAT(graph.warnings(merge),
-                ElementsAre("Merge: its inputs \"chair\" and \"table\" both have "
+    const std::vector<Op> inputs = {graph.add("StaticScene", left),
+                                    graph.add("StaticScene", right)};
+    graph.name(inputs[0], "left");
+    graph.name(inputs[1], "right");
+    return graph.warnings(graph.add("Merge", GroupAttribute(), inputs));
+}
+
+TEST(Merge, WarnsOnceOfInputsThatHaveTheSameLocations) {
+    EXPECT_THAT(WarningsOfMerge(World("mesh", "chair"), World("mesh", "table")),
+                ElementsAre("Merge: its inputs \"left\" and \"right\" both have "
                             "\"/root/world/mesh\"; what they have is mixed there"));
 }
 
 TEST(Merge, WarnsOfInputsThatAreTheSameScene) {
-    Graph graph;
-    const Op left = graph.add("StaticScene", World("mesh", "chair"));
-    const Op right = graph.add("StaticScene", World("mesh", "chair"));
-    graph.name(left, "left");
-    graph.name(right, "right");
-    const Op merge = graph.add("Merge", GroupAttribute(), {left, right});
-    EXPECT_THAT(graph.warnings(merge),
+    EXPECT_THAT(WarningsOfMerge(World("mesh", "chair"), World("mesh", "chair")),
                 ElementsAre("Merge: its inputs \"left\" and \"right\" are the same scene at the "
                             "same place, which is there once"));
 }

@@ -32,18 +32,21 @@ void VisitLight(Light&& light, Number& number) {
     number(light.aim);
 }
 
-std::size_t NumbersOfCamera() {
+/// The number of numbers that `visit` hands to a sink.
+template <typename Visit>
+std::size_t CountNumbers(Visit visit) {
     std::vector<double> numbers;
     NumberSink sink(numbers);
-    VisitCamera(ImportedCamera(), sink);
+    visit(sink);
     return numbers.size();
 }
 
+std::size_t NumbersOfCamera() {
+    return CountNumbers([](NumberSink& sink) { VisitCamera(ImportedCamera(), sink); });
+}
+
 std::size_t NumbersOfLight() {
-    std::vector<double> numbers;
-    NumberSink sink(numbers);
-    VisitLight(ImportedLight(), sink);
-    return numbers.size();
+    return CountNumbers([](NumberSink& sink) { VisitLight(ImportedLight(), sink); });
 }
 
 } // namespace

@@ -2,11 +2,15 @@
 // the bone "High" holds the upper edge and turns by 90 degrees within a second, and the second of
 // two morph targets, which lifts the upper edge by 2, reaches the weight 0.5 in the same time.
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,12 +31,32 @@ const std::string kData = SCENEIMPORT_TEST_DATA;
 const std::string kRoot = "/root/world/RootNode";
 const std::string kPoints = "geometry.point.P";
 
-std::string Changed(const std::string& file, const std::string& where, const std::string& what) {
+using Changes = std::vector<std::pair<std::string, std::string>>;
+
+/// The text of a file with parts replaced, in this order and each once.
+std::string Changed(const std::string& file, const Changes& changes) {
     std::ifstream stream(file, std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(stream), {}};
-    const std::size_t place = text.find(where);
-    if (place == std::string::npos) throw std::runtime_error("There is no " + where);
-    return text.replace(place, where.size(), what);
+    for (const auto& [where, what] : changes) {
+        const std::size_t place = text.find(where);
+        if (place == std::string::npos) throw std::runtime_error("There is no " + where);
+        text.replace(place, where.size(), what);
+    }
+    return text;
+}
+
+/// The beginning of an array in an FBX file.
+std::string FbxArray(const std::string& name, const std::string& numbers) {
+    const auto count = 1 + std::count(numbers.begin(), numbers.end(), ',');
+    return name + ": *" + std::to_string(count) + " {\n            a: " + numbers;
+}
+
+/// The points that a bone moves, with weights of 1.
+std::string FbxBone(const std::string& points) {
+    std::string weights = "1";
+    for (auto i = std::count(points.begin(), points.end(), ','); i > 0; --i)
+        weights += ",1";
+    return FbxArray("Indexes", points) + "\n        }\n        " + FbxArray("Weights", weights);
 }
 
 class Strip : public testing::Test {
@@ -74,58 +98,43 @@ TEST_F(Strip, KeepsItsRestPoseWithoutAnAnimation) {
 }
 
 TEST_F(Strip, StaysBelowItsNodeIfMorphTargetsAloneMoveIt) {
-    const ImportedScene scene(directory.write("strip.fbx", Changed(file, "C: \"OO\",300,100", "")));
+    const ImportedScene scene(
+        directory.write("strip.fbx", Changed(file, {{"C: \"OO\",300,100", ""}})));
     const std::string mesh = kRoot + "/Strip/Strip";
     EXPECT_EQ(samples(scene, mesh), 2);
     EXPECT_THAT(at(scene, mesh, 24), near({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 1, 2, 1, 0, 2, 1}));
 }
 
 TEST_F(Strip, HasPointsWithoutWeightsThatMoveWithItsNode) {
-    const ImportedScene scene(directory.write("strip.fbx", Changed(file, "C: \"OO\",301,300", "")));
+    const ImportedScene scene(
+        directory.write("strip.fbx", Changed(file, {{"C: \"OO\",301,300", ""}})));
     EXPECT_THAT(at(scene, kRoot + "/Strip_2", 0),
                 near({10, 0, 0, 11, 0, 0, 11, 1, 0, 10, 1, 0, 1, 2, 0, 0, 2, 0}));
 }
 
 TEST_F(Strip, KeepsPointsApartThatMoveApart) {
-    const std::string bound =
-        directory.write("a.fbx", Changed(file, "Indexes: *4 {\n            a: 0,1,2,3",
-                                         "Indexes: *6 {\n            a: 0,1,2,3,6,7"));
-    const std::string weighted =
-        directory.write("b.fbx", Changed(bound, "Weights: *4 {\n            a: 1,1,1,1",
-                                         "Weights: *6 {\n            a: 1,1,1,1,1,1"));
-    const std::string longer = directory.write(
-        "c.fbx", Changed(weighted, "Vertices: *18 {\n            a: 0,0,0,1,0,0,0,1,0,1,1,0,",
-                         "Vertices: *24 {\n            a: 0,0,0,1,0,0,0,1,0,1,1,0,"));
-    const std::string split =
-        directory.write("d.fbx", Changed(longer, "0,2,0,1,2,0", "0,2,0,1,2,0,0,1,0,1,1,0"));
-    const std::string faces =
-        directory.write("e.fbx", Changed(split, "a: 0,1,3,-3,2,3,5,-5", "a: 0,1,7,-7,2,3,5,-5"));
-    // The lower edge of the upper square follows the turning bone; the lower edge of the lower
-    // square does not.
-    const std::string moved =
-        directory.write("f.fbx", Changed(faces, "Indexes: *6 {\n            a: 0,1,2,3,6,7",
-                                         "Indexes: *4 {\n            a: 0,1,6,7"));
-    const std::string fewer =
-        directory.write("g.fbx", Changed(moved, "Weights: *6 {\n            a: 1,1,1,1,1,1",
-                                         "Weights: *4 {\n            a: 1,1,1,1"));
-    const std::string upper = directory.write(
-        "h.fbx", Changed(fewer,
-                         "Indexes: *2 {\n            a: 4,5\n        }\n        Weights: *2 "
-                         "{\n            a: 1,1",
-                         "Indexes: *4 {\n            a: 2,3,4,5\n        }\n        Weights: *4 "
-                         "{\n            a: 1,1,1,1"));
-    EXPECT_EQ(at(ImportedScene(upper), kRoot + "/Strip_2", 0).size(), 24u);
-    EXPECT_EQ(at(ImportedScene(faces), kRoot + "/Strip_2", 0).size(), 18u);
+    const std::string points = "0,0,0,1,0,0,0,1,0,1,1,0,0,2,0,1,2,0";
+    // Points 6 and 7 are copies of 2 and 3, so that the squares have no point in common.
+    const auto numbersWithBones = [&](const std::string& low, const std::string& high) {
+        const Changes changes = {
+            {FbxArray("Vertices", points), FbxArray("Vertices", points + ",0,1,0,1,1,0")},
+            {"a: 0,1,3,-3,2,3,5,-5", "a: 0,1,7,-7,2,3,5,-5"},
+            {FbxBone("0,1,2,3"), FbxBone(low)},
+            {FbxBone("4,5"), FbxBone(high)}};
+        const ImportedScene scene(directory.write("strip.fbx", Changed(file, changes)));
+        return at(scene, kRoot + "/Strip_2", 0).size();
+    };
+    EXPECT_EQ(numbersWithBones("0,1,2,3,6,7", "4,5"), 18u);
+    EXPECT_EQ(numbersWithBones("0,1,6,7", "2,3,4,5"), 24u);
 }
 
 TEST(ColladaSkin, FollowsItsBones) {
     const TempDirectory directory;
-    std::string text =
-        Changed(kData + "/panel.dae", "<node id=\"bone\" sid=\"bone\" type=\"JOINT\"/>",
-                "<node id=\"bone\" sid=\"bone\" type=\"JOINT\">"
-                "<translate sid=\"place\">1 0 0</translate></node>");
-    const std::string target = "target=\"panel/place.X\"";
-    text.replace(text.find(target), target.size(), "target=\"bone/place.X\"");
+    const std::string text =
+        Changed(kData + "/panel.dae", {{"<node id=\"bone\" sid=\"bone\" type=\"JOINT\"/>",
+                                        "<node id=\"bone\" sid=\"bone\" type=\"JOINT\">"
+                                        "<translate sid=\"place\">1 0 0</translate></node>"},
+                                       {"target=\"panel/place.X\"", "target=\"bone/place.X\""}});
     const ImportedScene scene(directory.write("panel.dae", text));
     const std::string mesh = "/root/world/stage/quad";
     const OxAttribute::FloatAttribute points(scene.attr(mesh, kPoints));
