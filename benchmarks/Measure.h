@@ -66,8 +66,8 @@ public:
     void verify(Checksum library, const Checksum& tree) const;
 
     void report(const char* figure, double library, double tree);
-    void report(const char* figure, double library); ///< without a pointer tree to compare with
-    /// Sets the benchmark's time in a row that uses neither time() nor compare().
+    void report(const char* figure, double library); ///< no figure for the pointer tree
+    /// Sets the benchmark's time. Only for rows that use neither time() nor compare().
     void finish(double seconds);
 
 private:

@@ -1,6 +1,6 @@
 #include "RayLog.h"
 
-// Names that the linker's option --wrap prescribes.
+// The linker's option --wrap prescribes these names.
 // NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
 void __real_rtcIntersect1(RTCScene scene, RTCIntersectContext* context, RTCRayHit* ray);
@@ -14,7 +14,7 @@ namespace TellarBench {
 namespace {
 
 Checksum sum;
-std::vector<TracedRay>* record = nullptr; // while rays are recorded
+std::vector<TracedRay>* record = nullptr; // null unless rays are being recorded
 
 void AddHit(const RTCHit& hit) {
     sum.value += hit.instID[0] * std::uint64_t(0x9E3779B97F4A7C15) + hit.primID;

@@ -14,11 +14,11 @@ namespace TellarBench {
 struct TracedRay {
     RTCScene scene = nullptr;
     RTCRay ray{};
-    bool isShadow = false; ///< for rtcOccluded1, else for rtcIntersect1
+    bool isShadow = false; ///< true: for rtcOccluded1; false: for rtcIntersect1
 };
 
 // The program is linked so that all calls of rtcIntersect1 and rtcOccluded1 go through functions of
-// RayLog.cpp. They add each ray's hit to a checksum. For one thread.
+// RayLog.cpp, which add each ray's hit to a checksum. For one thread at a time.
 
 /// The rays that the work traces, in their order.
 std::vector<TracedRay> RecordRays(const std::function<void()>& work);
@@ -26,7 +26,7 @@ std::vector<TracedRay> RecordRays(const std::function<void()>& work);
 /// The number of rays that the work traces and the checksum of their hits.
 Checksum SumRays(const std::function<void()>& work);
 
-/// The same for a bare loop over these rays. The geometry must have no filter functions.
+/// Traces recorded rays in a bare loop. The geometry must have no filter functions.
 Checksum TraceBare(const std::vector<TracedRay>& rays);
 
 } // namespace TellarBench

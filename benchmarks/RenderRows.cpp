@@ -22,9 +22,9 @@ namespace TellarBench {
 namespace {
 
 constexpr int kPasses = 11;
-constexpr int kPrimaryPaths = 8; // of a pixel
+constexpr int kPrimaryPaths = 8; // paths per pixel
 
-/// Filter functions of transparent surfaces would be part of Embree's time.
+/// Throws if a material is transparent: its filter functions would count as Embree's time.
 void CheckIsOpaque(const lantern::SceneData& scene) {
     for (const lantern::Material& material : scene.materials)
         if (!material.isDoubleSided || material.opacity < 1 ||
@@ -67,8 +67,8 @@ double GetProcessorSeconds() {
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-/// Seconds to the end of reading and to the first pixel, processor seconds to the same, bytes of an
-/// instance and the number of instances.
+/// Returns seconds to the end of reading, seconds and processor seconds to the first pixel, bytes
+/// per instance and the number of instances.
 std::vector<double> OpenForest() {
     const Stopwatch watch;
     const double processorBefore = GetProcessorSeconds();
@@ -91,7 +91,7 @@ std::vector<double> OpenForest() {
 
 void MeasureFirstPixel(Row& row) {
     const std::vector<double> figures = MeasureInChild(OpenForest);
-    Checksum found, known; // the number of instances does not depend on that of threads
+    Checksum found, known; // the number of threads does not change the number of instances
     found.locations = static_cast<std::int64_t>(figures.at(4));
     known.locations = static_cast<std::int64_t>(ReadForest(1).instances.size());
     row.verify(found, known);

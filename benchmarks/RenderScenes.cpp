@@ -42,7 +42,7 @@ lantern::SceneData ReadDescription(const GroupAttribute& description, int thread
     return lantern::ReadScene(GetHost(), root.get(), {0, threads}, report);
 }
 
-/// The forest as seen by a camera of the garden.
+/// The description of the forest with the camera of the garden.
 GroupAttribute DescribeSeenForest() {
     GroupBuilder description;
     description.update(DescribeForest(GetOptions().leaves));
@@ -53,7 +53,7 @@ GroupAttribute DescribeSeenForest() {
     return description.build();
 }
 
-/// A square of a rolling landscape: two triangles for each cell of a grid, with smooth normals.
+/// A hilly square with two triangles for each cell of a grid, and smooth normals.
 lantern::Mesh MakeLandscape(std::size_t cells) {
     lantern::Mesh mesh;
     mesh.points.emplace_back();

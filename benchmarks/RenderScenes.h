@@ -7,7 +7,7 @@ namespace TellarBench {
 
 // The scenes that are rendered, as the renderer lantern reads them.
 
-/// examples/garden.json.
+/// The scene of examples/garden.json.
 lantern::SceneData ReadGarden();
 
 /// The scene of DescribeForest() with the number of leaves of the options, seen by a camera of the

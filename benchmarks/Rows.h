@@ -23,7 +23,7 @@ extern const Route kThreadAware;
 void AddWalkRows(const Route& route);
 void AddLookupRows(const Route& route);
 void AddProcessRows(const Route& route);
-void AddThreadRows(const Route& route); ///< for a route that is safe from several threads
+void AddThreadRows(const Route& route); ///< the route must be safe from several threads
 void AddSuiteRows();                    ///< walks through the C suites
 void AddPointRows();
 void AddMaterialRows();

@@ -31,7 +31,7 @@ def location(kind, children=None, **attributes):
 
 
 def box(low, high, surface):
-    """A mesh between two opposite corners."""
+    """A box between two opposite corners."""
     points = [[float((low, high)[i & 1][0]), float((low, high)[i >> 1 & 1][1]),
                float((low, high)[i >> 2][2])] for i in range(8)]
     faces = [(0, 2, 3, 1), (4, 5, 7, 6), (0, 1, 5, 4), (2, 6, 7, 3), (0, 4, 6, 2), (1, 3, 7, 5)]
@@ -42,7 +42,7 @@ def box(low, high, surface):
 
 
 def room():
-    """Six metres by five, three metres high. The window is in the wall at x = -3."""
+    """A room of six metres by five, three metres high, with a window in the wall at x = -3."""
     return {
         "floor": box((-3.2, -0.2, -2.7), (3.2, 0, 2.7), PARQUET),
         "ceiling": box((-3.2, 3, -2.7), (3.2, 3.2, 2.7), PLASTER),
@@ -76,7 +76,7 @@ def furniture():
 
 
 def lights():
-    """The sun stands 35 degrees high, a little before the window."""
+    """A sky and a sun that stands 35 degrees high, in front of the window."""
     sun = {"type": "directional", "color": floats(1, 0.93, 0.8), "intensity": floats(12),
            "angle": floats(0.53)}
     sky = {"type": "environment", "horizon": floats(2.2, 2.6, 3), "zenith": floats(0.9, 1.5, 2.8),

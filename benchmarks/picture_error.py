@@ -35,7 +35,7 @@ BLOCK = 16  # rows in each zip block of an EXR file
 
 
 def attributes(data):
-    """The header of an EXR file of one part, and where its end is."""
+    """The header of an EXR file of one part, and the offset of its end."""
     at, found = 8, {}
     while data[at]:
         end = data.index(0, at)

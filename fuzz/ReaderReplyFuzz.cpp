@@ -1,5 +1,5 @@
-// Reads any attribute as the reply of the scene reader, a process that a damaged file may have
-// taken over. An input is the XML of the attribute.
+// Reads arbitrary attributes as replies of the scene reader, a process that a damaged file may have
+// taken over. An input is the XML of an attribute.
 
 #include <cstdint>
 #include <stdexcept>

@@ -32,11 +32,11 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 
 namespace {
 
-/// The extensions of the formats that have a reader, or a check before Assimp reads them.
+/// The extensions of the formats with a reader or a check of this project.
 constexpr std::array<std::string_view, 7> kExtensions = {"dae", "fbx", "glb", "gltf",
                                                          "obj", "ply", "stl"};
 
-// Far more than an input of a few kilobytes needs, and less than the fuzzer's own limit.
+// More than any input of a few kilobytes needs, and less than the fuzzer's own limit.
 constexpr const char* kMebibytes = "512";
 
 /// The folder of the scene file. Embedded images go into the folder "images" in it.

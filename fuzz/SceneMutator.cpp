@@ -1,6 +1,6 @@
 // A custom mutator for scene files whose first line is the file extension. In glTF files it changes
 // the tree of the JSON text, because a change of bytes hardly ever gives another valid text, and
-// makes the lengths of binary files right again. Of other files it changes the bytes.
+// then corrects the lengths in binary files. In other files it changes bytes.
 
 #include <algorithm>
 #include <cmath>
@@ -127,7 +127,7 @@ private:
             value = leaf();
     }
 
-    /// Puts another value here, and this one somewhere else.
+    /// Replaces the value by another one, and puts it in the place of a third.
     void moveAway(Json& value) {
         Json moved = copyOf(value), other = copyOf(*values[below(values.size())]);
         value = other;
@@ -251,7 +251,7 @@ void ChangeBinary(std::string& binary) {
         LLVMFuzzerMutate(reinterpret_cast<std::uint8_t*>(binary.data()), before, binary.size()));
 }
 
-/// Returns nothing for a file that is not glTF.
+/// A changed glTF file; nothing if the content is not glTF.
 std::optional<std::string> ChangedGltf(std::string_view content, bool isBinary, unsigned seed) {
     Parts parts;
     if (!Parse(content, isBinary, parts)) return std::nullopt;

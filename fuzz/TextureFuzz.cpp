@@ -18,7 +18,7 @@
 
 using namespace lantern;
 
-// Read by LeakSanitizer: libpng leaves functions of OpenImageIO without destroying their strings.
+// Turns LeakSanitizer off: libpng jumps out of functions of OpenImageIO, which leaks their strings.
 extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off() {
     return 1;
 }
@@ -34,7 +34,7 @@ const std::string& Folder() {
     return path;
 }
 
-/// A scene with the file as a color and as its alpha.
+/// A scene that uses the file as a color and as its alpha.
 SceneData SceneWith(const std::string& file) {
     SceneData scene;
     scene.materials.emplace_back();
@@ -63,7 +63,7 @@ void UseEnvironment(const Textures& textures) {
     light.texture = 0;
     const EnvironmentMap map(light, textures);
     Check(std::isfinite(map.meanLuminance()), "the mean is finite");
-    if (!(map.meanLuminance() > 0)) return; // nobody takes samples of a black map
+    if (!(map.meanLuminance() > 0)) return; // a black map is never sampled
     for (const float u : {0.0f, 0.3f, 0.99f}) {
         const V3f direction = map.sample({u, 1 - u});
         Check(IsFinite(direction) && IsFinite(map.radiance(direction)), "a sample is finite");

@@ -126,7 +126,8 @@ TEST(PerspectiveProjection, PutsRandomPointsWhereSimilarTrianglesDo) {
 
         Imath::V3d clip;
         matrix.multVecMatrix(point, clip);
-        const double unit = -point.z * std::tan(fov * M_PI / 360); // of the window, at that depth
+        const double unit =
+            -point.z * std::tan(fov * M_PI / 360); // half of the window at that depth
         const double windowX = point.x / unit;
         const double stretch = (double(right) - left) / (double(top) - bottom) / aspect;
         const double windowY = point.y / (unit * stretch);

@@ -158,7 +158,7 @@ protected:
 };
 
 TEST_F(LibraryConduct, CooksOnTheCallersThreadAndStartsNone) {
-    std::thread([] {}).join(); // with the first one a sanitizer starts one of its own
+    std::thread([] {}).join(); // sanitizers start a thread of their own with the first one
     const int threads = CountThreads();
     std::vector<std::thread::id> cookedOn;
     TestHookNow() = [&cookedOn] { cookedOn.push_back(std::this_thread::get_id()); };

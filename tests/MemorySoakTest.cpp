@@ -88,7 +88,7 @@ TEST(MemorySoak, ScenesOpenedAgainAndAgainLeaveNothing) {
 TEST(MemorySoak, AThousandEditsOfASceneLeaveTheirClientsAndDescriptionsAlone) {
     constexpr int kEdits = 1000;
     const GroupAttribute leaves = Leaves(1000);
-    Producer shown; // until the next one is there, as in an editor
+    Producer shown; // kept until the next one is there, as in an editor
     const std::ptrdiff_t growth = GrowthOver(kEdits, [&](int i) {
         const Producer edited =
             TELLAR::CreateThreadAwareGeometryProducer(Scene(leaves, i), "/root");

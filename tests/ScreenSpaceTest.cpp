@@ -298,7 +298,7 @@ TEST_F(PointsToNdc, AgreeWithTheScreenMatrixOfACentredCamera) {
         const Matrix toScreen = GetLocalToScreenMatrix(geo);
         const Point point(between(-20, 20), between(-20, 20), between(-20, 20));
         const Point ndc = NdcOf(geo, point);
-        if (ndc.z < 0) continue; // in front of the near plane, or behind the camera
+        if (ndc.z < 0) continue; // it is in front of the near plane, or behind the camera
         const Point pixels = point * toScreen;
         EXPECT_NEAR(pixels.x, ndc.x * 512, 1e-4 * std::max(1.0, std::abs(pixels.x)));
         EXPECT_NEAR(pixels.y, ndc.y * 512, 1e-4 * std::max(1.0, std::abs(pixels.y)));

@@ -151,7 +151,7 @@ TEST(ThreadStart, MayRunOutOfMemoryAtAnyPoint) {
             allocationsLeft = allocations;
             try {
                 EXPECT_TRUE(walk());
-            } catch (const std::exception&) { // of the allocation, or the cook that needed it
+            } catch (const std::exception&) { // the allocation, or the cook that needed it, failed
             }
             isComplete = allocationsLeft >= 0;
             allocationsLeft = -1;

@@ -7,7 +7,7 @@ namespace TellarTest {
 
 /// Numbers made of everything that a tour read: the same for the same scene whenever nothing fails.
 struct TourResult {
-    bool isFileOpen = false; // whether there was a root of the op file
+    bool isFileOpen = false; // whether the op file had a root
     std::uint64_t ofFile = 0;
     std::uint64_t ofRest = 0;
 

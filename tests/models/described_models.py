@@ -1,4 +1,4 @@
-"""Scenes in JSON: what no model file holds, and arguments of the import of one."""
+"""Scenes in JSON: features that model files lack, and arguments of SceneImport."""
 
 import json
 import math
@@ -49,7 +49,7 @@ def subdivision():
 
 
 def curves():
-    """The same control points as tubes and ribbons, and of other bases."""
+    """The same control points as tubes and as ribbons, with different bases."""
     points = [(0.8 * math.sin(0.9 * i), 0.25 * i, 0.8 * math.cos(0.9 * i)) for i in range(10)]
 
     def curve(**more):
@@ -78,7 +78,7 @@ def clouds():
 
 
 def nodes():
-    """Each of the nodes of materials on one crate."""
+    """A crate for each type of node in materials."""
     shape = crate()
     faces = len(shape.points) // 4
     geometry = {"point.P": floats(shape.points),
@@ -128,7 +128,7 @@ def nodes():
 
 
 def imports():
-    """What arguments of SceneImport choose."""
+    """Models imported with different arguments of SceneImport."""
     def imported(**arguments):
         return {"ops": [{"name": "model", "type": "SceneImport", "args": arguments}]}
     return {"day": imported(file="variants.glb"), "night": imported(file="variants.glb",

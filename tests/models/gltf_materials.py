@@ -1,4 +1,4 @@
-"""glTF materials: every extension, and what the format has itself, on and off."""
+"""glTF materials: every extension and every feature of the format itself, on and off."""
 
 from model_files import Gltf, ball, bumps, panel, png, quarters, stripes
 
@@ -51,7 +51,7 @@ EXTENSIONS = {
 
 
 def before_stripes(gltf):
-    """A striped wall behind the ball, to be seen through it."""
+    """A striped wall behind the ball, visible through it."""
     stripe = textured(gltf, stripes((30, 60, 90), (240, 230, 200)))
     gltf.node(mesh=gltf.mesh(gltf.primitive(panel(2.4, 1.9, -0.9), stripe)))
 
@@ -98,7 +98,7 @@ def mapped_ball(**maps):
 
 
 def materials(folder):
-    """Pairs: with an extension or a feature, and without it."""
+    """Pairs of models, with and without an extension or a feature."""
     pairs = {name: (extension_ball(common, extensions), extension_ball(common, {}))
              for name, (common, extensions) in EXTENSIONS.items()}
     pairs["texture transform"] = transform_ball(TURN), transform_ball(None)

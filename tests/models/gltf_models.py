@@ -19,7 +19,7 @@ def with_crate(**more):
 
 
 def containers(folder):
-    """All of these are the same crate."""
+    """The same crate in all containers and compressions."""
     names = []
 
     def write(name, gltf, binary=False, buffer=None):
@@ -52,7 +52,7 @@ def containers(folder):
 
 
 def quantized_crate():
-    """Points in 16 bits, normals in 8 bits and coordinates in 16 bits."""
+    """A crate with points in 16 bits, normals in 8 bits and coordinates in 16 bits."""
     gltf = Gltf()
     gltf.use("KHR_mesh_quantization", required=True)
     shape = crate()
@@ -70,7 +70,7 @@ def quantized_crate():
 
 
 def sparse_crate():
-    """A flat crate whose upper points are put in their places by a sparse accessor."""
+    """A flat crate whose upper points a sparse accessor moves to their places."""
     gltf = Gltf()
     shape = crate()
     upper = [i for i, point in enumerate(shape.points) if point[1] > 0]
@@ -136,7 +136,7 @@ def meshopt_crate():
 
 
 def crate_of_second_set():
-    """The right coordinates are in TEXCOORD_1."""
+    """A crate whose correct texture coordinates are in TEXCOORD_1."""
     gltf = Gltf()
     shape = crate()
     material = textured(gltf)
@@ -153,14 +153,14 @@ def crate_of_second_set():
 
 
 def star(count=10):
-    """Corners of a star around the origin, counterclockwise."""
+    """The corners of a star around the origin, counterclockwise."""
     return [((0.9 if i % 2 else 0.45) * math.cos(2 * math.pi * i / count),
              0.9 + (0.9 if i % 2 else 0.45) * math.sin(2 * math.pi * i / count), 0.0)
             for i in range(count)]
 
 
 def modes(folder):
-    """All modes of primitives, each of other points."""
+    """One model for each mode of primitives, each with different points."""
     corners = star()
     fan = [(0.0, 0.9, 0.0)] + corners + corners[:1]
     strip = [(0.2 * i - 0.9, 0.5 + 0.8 * (i % 2) + 0.04 * i * i, 0.0) for i in range(10)]
@@ -238,7 +238,7 @@ def primitives():
 
 
 def lit(light):
-    """A white crate before a wall, lit by this light alone."""
+    """A white crate in front of a wall, lit by this light alone."""
     gltf = Gltf(extensions={"KHR_lights_punctual": {"lights": [light]}})
     gltf.use("KHR_lights_punctual")
     white = painted(gltf, (0.8, 0.8, 0.8))
@@ -260,7 +260,7 @@ def seen(camera):
 
 
 def motion(folder):
-    """Frame 8 of a second of 24 frames. Each of these shows something else."""
+    """Moving models at frame 8 of a second of 24 frames. Each looks different."""
     moved = {}
     for interpolation, values in (
             ("STEP", [(0, 0, 0), (1.6, 0, 0)]), ("LINEAR", [(0, 0, 0), (1.6, 0, 0)]),
@@ -320,7 +320,7 @@ def skin():
 
 
 def variants_file(folder):
-    """Its ball has another material in the variant "night"."""
+    """A ball with another material in the variant "night"."""
     gltf = Gltf(extensions={"KHR_materials_variants": {"variants": [{"name": "night"}]}})
     gltf.use("KHR_materials_variants")
     day, night = painted(gltf, (0.9, 0.7, 0.2)), painted(gltf, (0.02, 0.04, 0.3), 0.1)
@@ -339,7 +339,7 @@ def animations_file(folder):
 
 
 def scenes_file(folder):
-    """Shows a crate, and a ball in its other scene."""
+    """A model with a crate in one scene and a ball in the other."""
     gltf = with_crate()
     sphere = gltf.node(in_scene=False, mesh=gltf.mesh(gltf.primitive(ball(), painted(gltf))))
     gltf.add("scenes", {"name": "other", "nodes": [sphere]})

@@ -14,7 +14,7 @@ import gltf_materials
 import gltf_models
 import other_models
 
-# How the models of a group go together.
+# How the pictures of a group's models compare.
 SAME = "same"      # all look the same
 PAIRS = "pairs"    # the second of each two lacks something that the first has
 SERIES = "series"  # each looks different from the one before
@@ -54,7 +54,7 @@ GROUPS = {
 
 
 def write_group(name, folder):
-    """Writes a group into a folder of its name; returns how its models go together, and their
+    """Writes a group of models into a folder of its name. Returns SAME, PAIRS or SERIES, and the
     files in order."""
     (folder / name).mkdir(parents=True, exist_ok=True)
     kind, make = GROUPS[name]

@@ -15,7 +15,7 @@ WIDTHS = {"SCALAR": 1, "VEC2": 2, "VEC3": 3, "VEC4": 4, "MAT4": 16}
 
 
 def png(rows):
-    """Rows of (red, green, blue) or (red, green, blue, alpha)."""
+    """A PNG of rows of (red, green, blue) or (red, green, blue, alpha)."""
     def chunk(kind, content):
         return (struct.pack(">I", len(content)) + kind + content
                 + struct.pack(">I", zlib.crc32(kind + content)))
@@ -27,7 +27,7 @@ def png(rows):
 
 
 def quarters(size=32):
-    """Shows its orientation: red, green, blue and white, in rows from the top left."""
+    """A picture that shows its orientation: red, green, blue and white, from the top left."""
     colors = (((220, 40, 30), (40, 170, 50)), ((40, 60, 210), (235, 235, 225)))
     return png([[colors[2 * y // size][2 * x // size] for x in range(size)] for y in range(size)])
 
@@ -61,7 +61,7 @@ class Shape:
         self.points, self.normals, self.uvs, self.triangles = [], [], [], []
 
     def quad(self, corners, uvs=((0, 1), (1, 1), (1, 0), (0, 0))):
-        """Corners go counterclockwise from the lower left one of the texture."""
+        """Adds a quad; its corners go counterclockwise from the lower left one of the texture."""
         first = len(self.points)
         a, b = ([y - x for x, y in zip(corners[0], corners[i])] for i in (1, 3))
         normal = (a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0])
@@ -77,7 +77,7 @@ class Shape:
 
 
 def crate(width=1.6, height=1.2, depth=0.8):
-    """A box that stands on the ground. Its sides have whole textures."""
+    """A box that stands on the ground, with the whole texture on each side."""
     x, y, z = width / 2, height, depth / 2
     return (Shape().quad([(-x, 0, z), (x, 0, z), (x, y, z), (-x, y, z)])
             .quad([(x, 0, z), (x, 0, -z), (x, y, -z), (x, y, z)])
@@ -191,7 +191,7 @@ class Gltf:
                 {"sampler": 0, "target": {"node": node, "path": path}}]})
 
     def write_text(self, path, buffer=None):
-        """`buffer` is the name of a file for the data, or none for a data URI."""
+        """Writes the document. `buffer` is the file name for the data, or None for a data URI."""
         if buffer is None:
             uri = "data:application/octet-stream;base64," + base64.b64encode(self.data).decode()
         else:

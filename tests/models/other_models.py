@@ -1,4 +1,4 @@
-"""Models of the other formats: one textured crate in all of them, and what is special in each."""
+"""Models of the other formats: one textured crate in all of them, and features of each format."""
 
 import base64
 import struct
@@ -27,7 +27,7 @@ def obj(material="crate.mtl", points=None):
 
 
 def obj_encodings(folder):
-    """The same crate; the materials too are in each encoding."""
+    """The same crate with text and materials in each encoding."""
     (folder / "quarters.png").write_bytes(quarters())
     for name, encoding in (("plain", "utf-8"), ("mark", "utf-8-sig"), ("wide", "utf-16"),
                            ("wide big", "utf-16-be")):
@@ -37,7 +37,7 @@ def obj_encodings(folder):
 
 
 def obj_opacity(folder):
-    """All of them are opaque, as their writers mean them."""
+    """Crates with statements of opacity that different programs write for opaque materials."""
     (folder / "quarters.png").write_bytes(quarters())
     names = []
     for name, statement in (("d 1", "d 1"), ("Tr 0", "Tr 0"), ("d 0 and Tr 0", "d 0\nTr 0"),
@@ -49,7 +49,7 @@ def obj_opacity(folder):
 
 
 def obj_options(folder):
-    """Options of textures, an opacity, and colors of points."""
+    """Crates with options of textures, an opacity, and colors of points."""
     (folder / "quarters.png").write_bytes(quarters())
     names = []
     for name, options in (("without", ""), ("scaled", "-s 2 3 1 "), ("moved", "-o 0.3 0.2 0 "),
@@ -96,7 +96,7 @@ def ply_forms(folder):
 
 
 def ply_kinds(folder):
-    """A body that begins with a line feed, strips, and clouds."""
+    """A file whose body begins with a line feed, strips, and clouds."""
     names = ["line feed.ply", "strips.ply", "cloud.ply", "radii.ply", "colored cloud.ply"]
     # The lowest byte of the first number is a line feed.
     first = struct.unpack("<f", struct.pack("<I", 0xbf00000a))[0]
@@ -317,12 +317,12 @@ def fbx_forms(folder):
 
 
 def z_up(vector):
-    """As files say it whose third axis points up."""
+    """The vector in a file whose third axis points up."""
     return vector[0], -vector[2], vector[1]
 
 
 def solids(folder):
-    """The crate without a texture."""
+    """The crate without a texture, in both kinds of STL files."""
     text, data = ["solid crate"], [b"\0" * 80, struct.pack("<I", len(CRATE.triangles))]
     for triangle in CRATE.triangles:
         normal = CRATE.normals[triangle[0]]
@@ -342,7 +342,7 @@ def solids(folder):
 
 
 def damaged(folder):
-    """Files that must be refused with an error."""
+    """Damaged files, which must be refused with an error."""
     archive = folder / "archive.zae"
     collada_forms(folder)
     (folder / "damaged.zae").write_bytes(archive.read_bytes()[:400] + b"\xff" * 200)

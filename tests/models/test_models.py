@@ -29,14 +29,14 @@ WRITE = "--write" in sys.argv
 SMALL = bool(os.environ.get("TELLAR_TEST_SMALL"))
 SIZE = 8 if SMALL else 64
 
-# From 0 to 255: the largest difference by rounding, the smallest one by what a model shows, and the
-# largest one by the few digits of a file.
+# Differences of pictures, from 0 to 255: the largest that rounding causes, the smallest that a
+# feature of a model causes, and the largest that the few digits of a file cause.
 TOLERANCE = 1.0
 DEFECT = 3 * TOLERANCE
 SAME_LIMIT = 2.0
 
 def halved(picture):
-    """Means of two by two pixels."""
+    """The picture at half the size; each pixel is the mean of two by two."""
     return Picture([[tuple(round(v) for v in picture.average(x, x + 2, y, y + 2))
                      for x in range(0, picture.width, 2)] for y in range(0, picture.height, 2)])
 

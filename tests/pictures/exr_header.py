@@ -20,8 +20,8 @@ def _channels(data):
 
 
 def read_header(path):
-    """Values by name: `channels` are pixel types by name, texts are str, numbers are as they are,
-    and all others are bytes."""
+    """A dict of the header's values: `channels` is a dict of pixel types, texts are str, numbers
+    are numbers, and all other values are bytes."""
     data = path.read_bytes()
     assert struct.unpack_from("<I", data)[0] == 20000630, f"{path} is no EXR file"
     values, at = {}, 8

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""A packed scene is drawn as the scene that it was made of, without the files of that.
+"""A packed scene gives the same picture as the original scene, without the original files.
 
     test_packed.py PROGRAM EXAMPLES_FOLDER
 """
@@ -16,7 +16,7 @@ from tellar_test import TellarTest, main  # noqa: E402
 
 class PackedPictureTest(TellarTest):
     def pixels(self, scene):
-        """The picture behind its header, which names the scene."""
+        """The picture's data after the header, which names the scene."""
         self.assertEqual(self.run_tellar("render", scene, "-o", "picture.png", "--size", "48x32",
                                          "--samples", 4)[0], 0)
         content = (self.folder / "picture.png").read_bytes()

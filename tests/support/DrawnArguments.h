@@ -25,8 +25,8 @@ std::map<float, std::vector<T>> Sampled(const std::vector<T>& before, const std:
 /// Arguments and the results that are expected of both builders.
 struct DrawnArguments {
     Children given;
-    Children resolved; // for the builder of attributes, hidden ones left out
-    std::string flags; // for the classic builder
+    Children resolved; // arguments for the builder of attributes, without hidden ones
+    std::string flags; // arguments for the classic builder
     std::vector<std::string> complaints;
 };
 

@@ -55,8 +55,8 @@ QUAD = {"type": "polymesh", "geometry": {
 
 
 def write_site(folder):
-    """Writes the scene into "site" of the folder, and a texture beside that. Returns the paths of
-    its files by their kinds."""
+    """Writes the scene to the folder "site" in `folder`, and a texture beside it. Returns the paths
+    of the scene's files by their kinds."""
     site = folder / "site"
     contents = {
         "robot/source/robot.gltf": json.dumps(gltf("../data/robot%20one.bin",

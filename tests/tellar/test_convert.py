@@ -168,7 +168,7 @@ class ConvertTest(TellarTest):
         self.scene = self.write("scene.json", SCENE)
 
     def convert_example(self, name, out):
-        """The examples have comments, of which one line is told."""
+        """Converting an example prints one line about lost comments."""
         status, _, errors = self.run_tellar("convert", self.examples / name, out)
         self.assertEqual((status, errors.count("\n")), (0, 1), errors)
         self.assertIn("does not keep", errors)

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""`tellar deps` and `tellar pack`: the files of a scene, and a whole that can be moved.
+"""`tellar deps` and `tellar pack`: the files of a scene, and packs that can be moved.
 
     test_pack.py PROGRAM EXAMPLES_FOLDER
 """
@@ -39,8 +39,8 @@ class PackTest(TellarTest):
         return {kind: sorted(paths) for kind, paths in kinds.items()}, status
 
     def walk(self, scene):
-        """All locations and attributes, with textures told by their content. A texture that an op
-        names may be relative to the scene."""
+        """All locations and attributes, with textures replaced by their content. A texture that an
+        op names may be relative to the scene."""
         text = self.tellar("walk", scene, "--json", "--attrs", "--xform")
 
         def content(found):
@@ -153,7 +153,7 @@ class PackTest(TellarTest):
         self.assertTrue((self.folder / "packed/models/robot/source/robot.gltf").exists())
 
     def test_images_inside_models_need_no_cache(self):
-        """Without it they are in a temporary folder, which is not taken for that of a texture."""
+        """Without the cache they are in a temporary folder, which still counts as embedded."""
         self.write("blocked", "")
         self.environment["OX_CONFIG_IMAGE_CACHE"] = str(self.folder / "blocked/images")
         (self.folder / "tmp").mkdir()

@@ -96,7 +96,7 @@ class WarningsTest(TellarTest):
                           "--quiet")
 
     def write_scenes_of_tiles(self):
-        """A description, a glTF file and an OBJ file with the tiles of one texture."""
+        """A description, a glTF file and an OBJ file that all use the tiles of one texture."""
         self.write("t.obj", TRIANGLE)
         self.write("t.mtl", MATERIAL.replace("bark.png", "wood.<UDIM>.png"))
         self.write("t.gltf", gltf(data_uri("application/octet-stream", TRIANGLE_DATA),

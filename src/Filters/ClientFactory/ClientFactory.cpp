@@ -162,7 +162,7 @@ private:
         ReleasedBySource::value_type& ofSource;
         ClientEntry* nextReleased = nullptr;
         bool isReleased = false;
-        bool wasUnused = false; // at the last check
+        bool wasUnused = false; // whether the last check found it unused
     };
 
     /// Handles released clients and reopened sources. Then takes the results of all unused clients

@@ -140,7 +140,7 @@ class WorldToNdc {
 public:
     explicit WorldToNdc(const CameraInfo& camera) : view(camera), perSlope(1.0 / view.tanHalfFov) {
         V3d size = view.high - view.low;
-        size.z = camera.far - camera.near; // in single precision
+        size.z = camera.far - camera.near; // computed in single precision
         perSize = V3d(1.0) / size;
     }
 
@@ -212,7 +212,7 @@ int GetPixelAreaThroughCamera(GeometryProducer::Ptr producer, const std::string&
     if (!camera || bound.size() < 6) return 0;
     const ResolutionTableEntry picture = LookUpResolution(resolution);
     const bool hasExtent = bound[0] <= bound[1] && bound[2] <= bound[3] && bound[4] <= bound[5];
-    if (!hasExtent) return 0; // also when an edge is not a number
+    if (!hasExtent) return 0; // true also when an edge is NaN
 
     const CameraView view(*camera);
     const M44d localToWorld = LocalToWorld(*producer);

@@ -30,7 +30,7 @@ struct Tables {
         GroupAttribute flattened;
     };
 
-    std::deque<Location> locations; // in the order in which they were first asked for
+    std::deque<Location> locations;                           // ordered by first request
     std::unordered_map<std::string_view, std::size_t> byPath; // views of their paths
     std::map<TerminalNames, std::map<Hashes, GroupAttribute>> results;
     // The keys are handles. The materials are kept so that no others get their addresses.
