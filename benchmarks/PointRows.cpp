@@ -74,7 +74,7 @@ std::vector<V3d> MakePoints() {
     return points;
 }
 
-/// The same by the formulas of the library's header.
+/// The same computation with the formulas of the library's header.
 V3d ToNdc(const V3d& local) {
     const M44d camera = GetCameraMatrix();
     V3d world;

@@ -63,7 +63,7 @@ Iterator OpenRoot() {
     return root;
 }
 
-/// The same walk as that of producers.
+/// The same walk as the one with producers.
 template <typename Visit>
 void Walk(OxSgIteratorStruct* iterator, const Visit& visit) {
     const OxScenegraphIteratorHostSuite_v3& suite = *GetSuites().iterators;

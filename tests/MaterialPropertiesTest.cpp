@@ -122,7 +122,7 @@ Names ReferencesOf(const GroupAttribute& material) {
     return references;
 }
 
-/// Which material serves each terminal: the number behind the ":".
+/// The numbers, which follow a ":", of the materials that serve the terminals.
 std::set<std::string> WinnersOf(const GroupAttribute& material) {
     std::set<std::string> winners;
     const GroupAttribute terminals(material.getChildByName("terminals"));

@@ -243,8 +243,8 @@ TEST(ShadingNode, IsCopiedAndMovedWhole) {
     }
 }
 
-/// So many levels of groups, each of which holds the next one as "a" and as "b"; at the end the
-/// given value.
+/// Groups nested `levels` deep. Each holds the next one as "a" and as "b"; the innermost one holds
+/// `end`.
 GroupAttribute SharedTwice(int levels, Attribute end) {
     for (int level = 0; level < levels; ++level)
         end = Group({{"a", end}, {"b", end}});

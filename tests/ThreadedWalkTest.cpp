@@ -273,7 +273,7 @@ TEST(ThreadedWalkOfAMillionLocations, CooksEachOnceAndShowsEveryThreadTheSameSce
 
 // Threads that come and go ------------------------------------------------------------------------
 
-/// Which client is in use by a living thread.
+/// The clients in use by living threads.
 class ClientsInUse {
 public:
     /// False when another thread has it.

@@ -28,7 +28,7 @@ public:
     std::string string(std::string_view name, const std::string& absent) const;
     /// One of `choices`; the first one when absent.
     std::string choice(std::string_view name, const std::vector<std::string>& choices) const;
-    /// None when absent.
+    /// Returns an empty list when the argument is absent.
     std::vector<std::string> strings(std::string_view name) const;
     /// Required.
     std::vector<std::string> globs(std::string_view name) const;

@@ -19,10 +19,10 @@ GroupAttribute Merged(const GroupAttribute& base, const GroupAttribute& over);
 /// that an "xform" holds; invalid when none is given.
 GroupAttribute ReadXForm(const ArgReader& args, NumberForm form);
 
-/// Those four arguments, for descriptions.
+/// The arguments that ReadXForm() reads, for descriptions.
 std::vector<OxOpType::Argument> XFormArguments();
 
-/// Which side of a location's own transform an edit acts on.
+/// The side of a location's own transform on which an edit acts.
 enum class XFormSide {
     Outermost, ///< the parent's space: the first child of "xform"
     Innermost  ///< the location's own space: the last child

@@ -21,7 +21,7 @@ constexpr const char* kSearchPathKey = "ASSET_SEARCH_PATH";
 struct SearchFolder {
     /// Empty when the entry cannot be expanded.
     std::string path;
-    /// Its name in messages, with the reason if it was passed over.
+    /// The plug-in's name in messages, with the reason if it was not used.
     std::string description;
 };
 

@@ -13,7 +13,7 @@ using ConfigurationValues = std::map<std::string, std::string, std::less<>>;
 bool ReadConfigurationFile(const std::string& path, ConfigurationValues& values,
                            std::string& error);
 
-/// The same for a text. The reason calls it `name`.
+/// Reads a text in the same way. The reason calls the text `name`.
 bool ParseConfiguration(std::string_view text, const std::string& name, ConfigurationValues& values,
                         std::string& error);
 

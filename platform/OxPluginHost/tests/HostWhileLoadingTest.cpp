@@ -14,9 +14,9 @@ namespace {
 
 using OxPluginManager::PluginManager;
 
-// What this process does first, once: half of the threads load plug-ins, one of which asks for
-// the host meanwhile, and the others ask for the host themselves. The attribute suite is the
-// process's own.
+// The first thing that this process does, once: half of the threads load plug-ins, one of which
+// asks for the host meanwhile, and the others ask for the host themselves. The attribute suite is
+// the process's own.
 struct FirstCalls {
     FirstCalls() : ownSuite(*OxGetBuiltInAttributeSuite()) {
         setenv("OX_PLUGIN_PATH", TELLAR_TEST_PLUGIN_DIR, 1);

@@ -23,8 +23,8 @@ using testing::IsSupersetOf;
 using testing::Not;
 using testing::SizeIs;
 
-// What the whole process finds, made before the manager is first used: a folder that the
-// environment names, one that is added, and one that a plug-in adds while it is loaded.
+// The folders that the whole process finds, made before the manager is first used: a folder that
+// the environment names, one that is added, and one that a plug-in adds while it is loaded.
 struct InstalledPlugins {
     InstalledPlugins() {
         shapesFile = environmentFolder.install("GoodPlugin", "a.so");

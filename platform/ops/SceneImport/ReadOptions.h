@@ -8,7 +8,7 @@
 
 namespace TellarSceneImport {
 
-/// Which part of a file is wanted. Files whose format has no such parts ignore them.
+/// The wanted part of a file. Formats without such parts ignore these options.
 struct ReadOptions {
     /// The name or the index of a scene of the file; empty for the one that the file shows.
     std::string scene;

@@ -45,7 +45,7 @@ struct OpNode {
     /// in the store, or null when the path is not that of a location.
     TellarRuntime::LocationData cook(const std::string& path, std::uint32_t eviction,
                                      LocationNode** found = nullptr) const;
-    /// The same for a location of this Op's store.
+    /// Overload for a location of this Op's store.
     TellarRuntime::LocationData cook(LocationNode& node) const;
 
 private:

@@ -25,7 +25,7 @@ std::vector<int> RootsOf(const tinygltf::Model& model, int scene);
 
 /// The local transform of a node, without motion.
 Matrix MatrixOf(const tinygltf::Node& node);
-/// The same in parts; shear is lost.
+/// The same transform in parts; shear is lost.
 Transform TransformOf(const tinygltf::Node& node);
 
 } // namespace TellarSceneImport

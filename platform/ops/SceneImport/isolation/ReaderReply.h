@@ -18,7 +18,7 @@ struct ReaderReply {
     std::vector<FileStamp> files;
     /// The messages that the reader would have logged.
     std::vector<OxLogMessage> messages;
-    /// Why the scene file cannot be read; empty when it was read.
+    /// The reason why the scene file cannot be read; empty when it was read.
     std::string error;
     SceneContent content;
 };

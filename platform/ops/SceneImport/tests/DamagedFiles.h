@@ -27,7 +27,7 @@ inline std::string Replaced(std::string text, const std::string& what, const std
     return text.replace(at, what.size(), by);
 }
 
-/// Why the file cannot be read; empty when it can.
+/// The reason why the file cannot be read; empty when it can.
 inline std::string Reason(const std::string& path) {
     std::vector<TellarSceneImport::FileStamp> files;
     try {

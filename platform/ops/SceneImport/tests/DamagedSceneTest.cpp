@@ -140,7 +140,7 @@ TEST(DeepScene, IsReadDownToAThousandNodes) {
     EXPECT_EQ(ReasonOf("deep.gltf", ChainGltf(200000)), "nodes are nested deeper than 1000");
 }
 
-/// Why the house cannot be read with these materials; empty when it can.
+/// The reason why the house cannot be read with these materials; empty when it can.
 std::string ReasonOfMaterials(const std::string& mtl) {
     const TempDirectory directory;
     directory.write("house.mtl", mtl);

@@ -38,7 +38,7 @@ using testing::HasSubstr;
 
 constexpr ReaderLimits kLimits{std::chrono::seconds(60), 1000};
 
-/// Why the file cannot be read; empty when it can.
+/// The reason why the file cannot be read; empty when it can.
 std::string ReasonFor(const std::string& path, const ReaderLimits& limits = kLimits) {
     std::vector<FileStamp> files;
     try {
