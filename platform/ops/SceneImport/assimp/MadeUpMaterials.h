@@ -8,10 +8,10 @@
 
 namespace TellarSceneImport {
 
-/// Assimp gives a material of its own to meshes without one, for which each of its importers has
-/// other values. In the formats where such materials can be told from those of the file, they are
-/// taken away, so that such meshes look the same in all formats. Those that show the colors of
-/// points stay. `extension` is that of the file, `ofFile` the materials that an OBJ file refers to.
+/// Removes the materials that Assimp gives to meshes without one, so that such meshes look the same
+/// in all formats. Their values differ between Assimp's importers. Formats in which they cannot be
+/// distinguished from the file's own materials, and materials that show the colors of points, are
+/// left alone. `extension` is the file's; `ofFile` are the materials that an OBJ file refers to.
 void RemoveMadeUpMaterials(const std::string& extension, const std::vector<ContentMaterial>& ofFile,
                            SceneContent& content);
 

@@ -152,8 +152,7 @@ TEST(GltfMesh, JoinsPointsOfEqualValues) {
               (Floats{0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0}));
 }
 
-/// The positions of a triangle's corners. `points` is what the file has of points, and `indices`
-/// their use.
+/// The positions of the triangle's corners after reading a file with these points and indices.
 Floats CornersOf(const std::vector<float>& points, const std::vector<std::uint8_t>& indices) {
     GltfBuilder file;
     file.floats(points, "VEC3");
