@@ -1,5 +1,5 @@
-// The renderer lantern: its rays beside a bare loop of Embree's calls on the same rays, the time to
-// the first pixel of many instances, and their memory.
+// Rows about the renderer lantern: its rays compared with a bare loop of Embree's calls on the same
+// rays, the time to the first pixel of many instances, and their memory.
 
 #include <ctime>
 #include <functional>

@@ -3,7 +3,7 @@
 
 #include "model/Scene.h"
 
-/// Uses up to 200 locations of a scene and all of its materials as the op type does. Aborts if a
+/// Reads up to 200 locations of a scene and all of its materials as the op type does. Aborts if a
 /// name that is listed is not found.
 void WalkScene(const TellarSceneImport::Scene& scene);
 

@@ -56,7 +56,7 @@ const T& StateOf(const Context& context) {
 /// The location as the only input presents it. Without an input it does not exist.
 LocationData InputAt(CookContext& context, const std::string& path);
 
-/// Presents what the only input presents at this location, which may be nothing.
+/// Presents the location as the only input presents it, or nothing if the input has none.
 void PassInput(CookContext& context);
 
 } // namespace TellarOps

@@ -106,7 +106,7 @@ private:
     posix_spawn_file_actions_t actions;
 };
 
-/// The default action for every signal, and none blocked, whatever the host has set.
+/// Restores the default action of every signal and unblocks all, whatever the host has set.
 class DefaultSignals {
 public:
     DefaultSignals() {
@@ -242,7 +242,7 @@ ChildProcess::~ChildProcess() {
 
 void ChildProcess::kill() {
     if (hasEnded()) return;
-    // The number still belongs to this child, because nobody has collected it.
+    // The number still belongs to this child until its status is collected.
     ::kill(static_cast<pid_t>(process), SIGKILL);
     int status = 0;
     while (waitpid(static_cast<pid_t>(process), &status, 0) < 0 && errno == EINTR) {

@@ -21,7 +21,7 @@ constexpr std::size_t kFilesKept = 4;
 
 std::atomic<std::uint64_t> numberOfReads{0};
 
-// A canonical path and what is wanted of the file.
+// A canonical path and the wanted part of the file.
 using Key = std::pair<std::string, ReadOptions>;
 
 // The open files. The entry of a released file stays and takes a key and two words. The entry of a

@@ -77,7 +77,7 @@ TextureFile At(const std::string& path) {
 
 std::set<std::string> TexturesBelow(const GeometryProducer::Ptr& start) {
     TextureCollector collector;
-    // A stack of its own, because scenes can be nested deeper than calls.
+    // An explicit stack, because scenes can be nested deeper than calls.
     std::vector<GeometryProducer::Ptr> waiting;
     if (start) waiting.push_back(start);
     while (!waiting.empty()) {

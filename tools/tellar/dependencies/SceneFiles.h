@@ -16,7 +16,7 @@ struct TextureFile {
     bool operator<(const TextureFile& other) const { return path < other.path; }
 };
 
-/// A file that an op imports, and what belongs to it.
+/// A file that an op imports, and the files that belong to it.
 struct ImportedFile {
     std::string file;               ///< all paths here are absolute and without symbolic links
     std::vector<std::string> parts; ///< other files that its importer opens

@@ -110,7 +110,7 @@ CameraInUse FindCameraInUse(const Scene& scene, const GeometryProducer::Ptr& roo
     return {path, true};
 }
 
-/// Brings what a scene lacks.
+/// Adds the camera and lights that a scene lacks.
 class Preparation {
 public:
     Preparation(const Scene& scene, const GeometryProducer::Ptr& root, CameraInUse camera,

@@ -64,7 +64,7 @@ void AppendShape(std::string& out, const DataAttribute& attribute, const char* t
     out += ')';
 }
 
-/// The values of the sample nearest to time 0, and how many there are of what.
+/// The values of the sample nearest to time 0, with their type and number.
 template <typename AttributeT>
 std::string DescribeData(const AttributeT& attribute, const char* type) {
     std::string out;

@@ -36,7 +36,7 @@ bool HasWholeTuples(const DataAttribute& attribute) {
            attribute.getNumberOfValues() % attribute.getTupleSize() == 0;
 }
 
-/// True for what plain JSON can say: one timeless sample of at least one value, in whole tuples.
+/// Whether plain JSON can express it: one timeless sample of at least one value, in whole tuples.
 bool HasPlainShape(const DataAttribute& attribute) {
     return IsTimeless(attribute) && HasWholeTuples(attribute);
 }

@@ -226,7 +226,7 @@ int Document::Loader::addView(std::string bytes) {
     return static_cast<int>(document.parsed->bufferViews.size()) - 1;
 }
 
-// `accessor` says what the bytes are.
+// `accessor` describes the bytes.
 int Document::Loader::addAccessor(tinygltf::Accessor accessor, std::string bytes,
                                   std::size_t count) {
     accessor.bufferView = addView(std::move(bytes));

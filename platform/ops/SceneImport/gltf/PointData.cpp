@@ -132,7 +132,7 @@ std::vector<meshopt_Stream> StreamsOf(const PointData& data) {
     return streams;
 }
 
-// The first point that has each of `count` new numbers.
+// For each of `count` new numbers, the first point that has it.
 std::vector<std::uint32_t> FirstOfEach(const std::vector<std::uint32_t>& newNumbers,
                                        std::size_t count) {
     constexpr std::uint32_t kUnused = ~std::uint32_t(0);

@@ -77,7 +77,7 @@ bool HasContent(const std::string& path, std::string_view bytes) {
     return RegularFile::Read(path, bytes.size(), ignored) == bytes;
 }
 
-// Returns nothing for a file that is gone, and for what is no file of the cache.
+// Returns nothing for a file that is gone, and for entries that are not files of the cache.
 std::optional<CachedFile> LookAt(const std::string& path) {
     struct stat state = {};
     if (!IsCacheName(fs::path(path).filename().string()) || lstat(path.c_str(), &state) != 0 ||

@@ -37,7 +37,7 @@ private:
     const std::string folder;
     const std::uint64_t limit;
     mutable std::mutex lock;
-    // The size of all files when the folder was last looked through, and what was written since.
+    // The size of all files when the folder was last listed, plus the files written since.
     mutable std::optional<std::uint64_t> total;
 };
 

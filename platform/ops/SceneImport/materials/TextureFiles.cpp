@@ -17,7 +17,7 @@ namespace TellarSceneImport {
 
 namespace {
 
-// The numbers of tiles to look for one by one if the name of a set is not found as it is written.
+// The range of tile numbers to try one by one if the name of a set is not found as it is written.
 constexpr int kFirstTile = 1001;
 constexpr int kLastTile = 1100;
 constexpr std::size_t kMarkLength = 6;

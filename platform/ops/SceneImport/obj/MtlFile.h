@@ -13,11 +13,11 @@ namespace TellarSceneImport {
 /// understood are left out. Texture paths are as ResolveTextures() takes them; those of files in
 /// `folder`, that of the MTL file, are made absolute.
 ///
-/// Where writers disagree about what a statement means, the meaning is the one with which the
-/// material shows:
+/// Where programs disagree about the meaning of a statement, it is read so that the material is
+/// visible:
 /// - `d` wins over `Tr`, which is one minus it. `Tr 1` alone, and `d 0` beside `Tr 0`, are opaque.
-/// - A factor of 0 beside a texture is 1.
-/// - A texture of opacity that is the one of the color is read for its alpha.
+/// - A factor of 0 beside a texture counts as 1.
+/// - An opacity texture that is also the color texture is read for its alpha.
 /// - A bump map with "normal" or "nrm" in its name is a normal map.
 std::vector<ContentMaterial> ReadMtl(std::string_view content, const std::string& folder);
 
