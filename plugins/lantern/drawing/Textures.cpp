@@ -161,10 +161,10 @@ const Image* Textures::Library::imageAt(Index texture, V2f& place) const {
     const Image& image = images[texture];
     if (image.tiles.empty()) return &image;
     const V2f square(std::floor(place.x), std::floor(place.y));
-    const auto rows = static_cast<float>(image.tiles.size() / kUdimColumns + 1);
+    const std::size_t rows = image.tiles.size() / kUdimColumns + 1;
     const bool isNumbered = square.x >= 0 && square.x < float(kUdimColumns) && square.y >= 0;
     place -= square;
-    if (!isNumbered || !(square.y < rows)) {
+    if (!isNumbered || !(square.y < static_cast<float>(rows))) {
         warn(image, "it has no tiles for some texture coordinates");
         return nullptr;
     }
