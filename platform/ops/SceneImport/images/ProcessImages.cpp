@@ -1,9 +1,9 @@
 #include "ProcessImages.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <filesystem>
-#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <system_error>
@@ -20,63 +20,55 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// A new folder for the files of one process, in the system's folder for temporary files.
-class ProcessFolder {
-public:
-    ProcessFolder() : owner(getpid()) {
+/// A new folder for the files of one process, in the system's folder for temporary files, and the
+/// cache in it.
+struct ProcessFolder {
+    ProcessFolder() : path(Make()), cache(path, UINT64_MAX) {}
+
+    static std::string Make() {
         std::error_code error;
-        path = (fs::temp_directory_path(error) / "tellar-images-XXXXXX").string();
+        std::string path = (fs::temp_directory_path(error) / "tellar-images-XXXXXX").string();
         if (error || !mkdtemp(path.data()))
             throw std::runtime_error("Cannot create a temporary folder for images: " +
                                      (error ? error.message() : RegularFile::ReasonOf(errno)));
+        return path;
     }
-    /// A forked process ends without removing the folder of its parent.
-    ~ProcessFolder() {
+
+    const pid_t owner = getpid();
+    const std::string path;
+    const ImageCache cache; // may be shared by threads
+};
+
+std::atomic<const ProcessFolder*> processFolder{nullptr}; // never destroyed
+
+/// Removes the folder at the end of the process that made it. A forked process leaves it alone.
+struct Remover {
+    ~Remover() {
+        const ProcessFolder* const folder = processFolder;
         std::error_code ignored;
-        if (owner == getpid()) fs::remove_all(path, ignored);
+        if (folder && folder->owner == getpid()) fs::remove_all(folder->path, ignored);
     }
-    ProcessFolder(const ProcessFolder&) = delete;
-    ProcessFolder& operator=(const ProcessFolder&) = delete;
-
-    const std::string& getPath() const { return path; }
-
-private:
-    const pid_t owner;
-    std::string path;
 };
 
-struct Images {
-    std::mutex lock; // of the pointer; the cache itself may be shared by threads
-    std::unique_ptr<const ProcessFolder> folder;
-    std::shared_ptr<const ImageCache> cache;
-};
-
-/// Destroyed at the end of the process, with the folder.
-Images& GetImages() {
-    static Images instance;
-    return instance;
+const ProcessFolder& GetProcessFolder() {
+    static std::mutex lock;
+    const std::lock_guard<std::mutex> guard(lock);
+    if (!processFolder) {
+        static const Remover remover;
+        processFolder = new ProcessFolder;
+    }
+    return *processFolder;
 }
 
 } // namespace
 
 std::string PathOfProcessImage(std::string_view bytes, std::string_view hint) {
-    Images& images = GetImages();
-    std::shared_ptr<const ImageCache> cache;
-    {
-        const std::lock_guard<std::mutex> guard(images.lock);
-        if (!images.folder) {
-            images.folder = std::make_unique<ProcessFolder>();
-            images.cache = std::make_shared<ImageCache>(images.folder->getPath(), UINT64_MAX);
-        }
-        cache = images.cache;
-    }
-    return cache->pathOf(bytes, hint);
+    return GetProcessFolder().cache.pathOf(bytes, hint);
 }
 
 std::string ProcessImageFolder() {
-    Images& images = GetImages();
-    const std::lock_guard<std::mutex> guard(images.lock);
-    return images.folder ? images.folder->getPath() : std::string();
+    const ProcessFolder* const folder = processFolder;
+    return folder ? folder->path : std::string();
 }
 
 } // namespace TellarSceneImport
