@@ -14,13 +14,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kMostNameBytes = 200; // of the 255 that file systems allow
+constexpr std::size_t kMostNameBytes = 200; // file systems allow 255
 
 [[noreturn]] void Fail(const std::string& folder, const std::string& reason) {
     throw std::runtime_error(folder + ": cannot be written: " + reason);
 }
 
-/// Absolute, and without a slash at the end.
+/// The absolute path of the folder, without a slash at its end.
 std::string FolderOf(const std::string& name) {
     std::string folder = fs::absolute(name).lexically_normal().string();
     while (folder.size() > 1 && folder.back() == '/')

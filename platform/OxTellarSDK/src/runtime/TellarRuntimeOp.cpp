@@ -28,7 +28,7 @@ TellarRuntime::Op::~Op() {
     while (released) {
         const std::unique_ptr<OpNode> current = std::move(released);
         released = std::move(current->nextReleased);
-        current->inputs.clear(); // what they hand over stands in front of the others
+        current->inputs.clear(); // adds inputs without other users to `released`
     }
     pending = nullptr;
 }

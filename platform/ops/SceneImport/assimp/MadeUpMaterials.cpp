@@ -30,7 +30,7 @@ bool IsMadeUp(const ContentMaterial& material, const std::vector<ContentMaterial
 void RemoveMadeUpMaterials(const std::string& extension, const std::vector<ContentMaterial>& ofFile,
                            SceneContent& content) {
     if (!IsKnownFormat(extension)) return;
-    std::vector<int> indices; // of the materials that stay; -1 for the others
+    std::vector<int> indices; // new index of each material; -1 if it is removed
     std::vector<ContentMaterial> kept;
     for (ContentMaterial& material : content.materials) {
         const bool isKept = !IsMadeUp(material, ofFile) || ShowsColors(material);

@@ -227,7 +227,7 @@ std::vector<int> Checker::parentsOfNodes() const {
 void Checker::checkDepth(const std::vector<int>& parents) const {
     std::vector<int> depths(parents.size(), 0); // 0: not known yet
     for (std::size_t start = 0; start < parents.size(); ++start) {
-        std::vector<int> chain; // from `start` up to a root, or to a node of known depth
+        std::vector<int> chain; // nodes from `start` up to a root or a node of known depth
         int node = static_cast<int>(start);
         for (; node >= 0 && depths[node] == 0; node = parents[node]) {
             chain.push_back(node);
