@@ -54,8 +54,8 @@ M44f TransformAt(const SceneData& scene, const Instance& instance, float time);
 V3f WorldNormal(const M44f& toWorld, const V3f& normal);
 
 /// HitGeometry::offset for a point in the space of a shape: a multiple of the rounding errors when
-/// it is transformed to the world.
-float OffsetAt(const V3f& point, const M44f& toWorld);
+/// the matrix transforms it to the world.
+float OffsetAt(const V3f& point, const M44f& m);
 
 /// The corners of a triangle in the space of its shape.
 void CornersAt(const Mesh& mesh, Index triangle, float time, V3f corners[3]);
