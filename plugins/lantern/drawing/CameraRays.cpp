@@ -85,32 +85,53 @@ CameraRays::CameraRays(const Camera& camera, int width, int height)
         left = l * half;
         top = t * pixelHeight * height / (t - b);
     }
+    preparePinhole();
+}
+
+void CameraRays::preparePinhole() {
+    const bool isAffine =
+        still[0][3] == 0 && still[1][3] == 0 && still[2][3] == 0 && still[3][3] == 1;
+    isStillPinhole = !camera.isOrthographic && camera.apertureRadius == 0 &&
+                     camera.toWorld.size() == 1 && isAffine;
+    eye = still.translation();
+    still.multDirMatrix(Imath::V3d(left, top, -1), corner);
+    still.multDirMatrix(Imath::V3d(pixelWidth, 0, 0), perColumn);
+    still.multDirMatrix(Imath::V3d(0, -pixelHeight, 0), perRow);
 }
 
 Ray CameraRays::at(double x, double y, float time, const V2f& onLens) const {
+    Imath::V3d origin, perDepth;
+    if (isStillPinhole) {
+        perDepth = corner + perColumn * x + perRow * y;
+        origin = eye + perDepth * std::max(camera.near, 0.0f);
+    } else {
+        place(x, y, time, onLens, origin, perDepth);
+    }
+    const double length = perDepth.length();
+    Ray ray;
+    ray.origin = V3f(origin);
+    ray.direction = V3f(perDepth * (1 / length));
+    ray.farthest = static_cast<float>((double(camera.far) - camera.near) * length);
+    ray.time = AwayFromMiddle(time);
+    return ray;
+}
+
+void CameraRays::place(double x, double y, float time, const V2f& onLens, Imath::V3d& origin,
+                       Imath::V3d& perDepth) const {
     const Imath::V3d offset(left + x * pixelWidth, top - y * pixelHeight, 0);
     const Imath::V3d axis(0, 0, -1);
     const Imath::V3d lens = Imath::V3d(onLens.x, onLens.y, 0) * camera.apertureRadius;
     // All rays of a point of the picture meet in the plane that is in focus.
     const Imath::V3d bend = lens / camera.focusDistance;
     const M44d toWorld = toWorldAt(time);
-    Imath::V3d origin, direction;
     if (camera.isOrthographic) {
         toWorld.multVecMatrix(offset + lens + (axis - bend) * camera.near, origin);
-        toWorld.multDirMatrix(axis - bend, direction);
+        toWorld.multDirMatrix(axis - bend, perDepth);
     } else {
-        const Imath::V3d perDepth = offset + axis - bend;
-        toWorld.multVecMatrix(lens + perDepth * std::max(camera.near, 0.0f), origin);
-        toWorld.multDirMatrix(perDepth, direction);
+        const Imath::V3d local = offset + axis - bend;
+        toWorld.multVecMatrix(lens + local * std::max(camera.near, 0.0f), origin);
+        toWorld.multDirMatrix(local, perDepth);
     }
-    // The length of the ray in world space per unit of depth.
-    const double perDepth = direction.length();
-    Ray ray;
-    ray.origin = V3f(origin);
-    ray.direction = V3f(direction / perDepth);
-    ray.farthest = static_cast<float>((double(camera.far) - camera.near) * perDepth);
-    ray.time = AwayFromMiddle(time);
-    return ray;
 }
 
 double CameraRays::depthOf(const V3f& point, float time) const {

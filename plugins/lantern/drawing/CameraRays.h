@@ -51,6 +51,11 @@ public:
     Imath::V2d pixelOf(const V3f& point, float time) const;
 
 private:
+    /// Makes rays cheap if this is a pinhole that does not move.
+    void preparePinhole();
+    /// Assigns where a ray begins and its way per unit of depth, in the world.
+    void place(double x, double y, float time, const V2f& onLens, Imath::V3d& origin,
+               Imath::V3d& perDepth) const;
     M44d toWorldAt(float time) const;
     Imath::V3d inCamera(const V3f& point, float time) const;
 
@@ -60,6 +65,10 @@ private:
     M44d fromWorld; // world to camera
     // The upper left corner of the picture and the size of a pixel, in camera space at depth 1.
     double left, top, pixelWidth, pixelHeight;
+    // Of a still perspective pinhole camera with an affine transform, in the world: its place, and
+    // the way per unit of depth of the ray through the upper left corner and its change per pixel.
+    bool isStillPinhole = false;
+    Imath::V3d eye, corner, perColumn, perRow;
 };
 
 } // namespace lantern

@@ -106,6 +106,18 @@ TEST_P(CameraRaysTest, HaveTheLibrarysProjectionMatrix) {
     EXPECT_TRUE(found.equalWithAbsError(expected, 1e-5)) << found << "\n" << expected;
 }
 
+TEST_P(CameraRaysTest, AreTheSameWithTwoEqualMotionSteps) {
+    const CameraCase& one = GetParam();
+    Camera twice = one.camera;
+    twice.toWorld.push_back(twice.toWorld.front());
+    const Ray still = CameraRays(one.camera, one.width, one.height).at(100.25, 30.5, 0.3f);
+    const Ray moving = CameraRays(twice, one.width, one.height).at(100.25, 30.5, 0.3f);
+    EXPECT_TRUE(still.origin.equalWithRelError(moving.origin, 1e-6f));
+    EXPECT_TRUE(still.direction.equalWithRelError(moving.direction, 1e-6f));
+    EXPECT_FLOAT_EQ(still.farthest, moving.farthest);
+    EXPECT_EQ(still.time, moving.time);
+}
+
 INSTANTIATE_TEST_SUITE_P(
     , CameraRaysTest,
     testing::Values(
