@@ -10,34 +10,48 @@
 namespace lantern {
 namespace {
 
+/// A row of a matrix. The functions below treat its fourth element as the others, although it is
+/// not used: compilers make vector instructions of four equal operations, but not of three.
+using Row = std::array<float, 4>;
+
+Row RowOf(const M44f& m, int row) {
+    return {m[row][0], m[row][1], m[row][2], m[row][3]};
+}
+
+Row Cross(const Row& a, const Row& b) {
+    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0],
+            a[3] * b[3] - a[3] * b[3]};
+}
+
 /// Transforms normals by the cofactor matrix, which also holds for mirroring transforms. The result
 /// is not normalized.
 class NormalTransform {
 public:
     explicit NormalTransform(const M44f& m) {
-        const V3f x(m[0][0], m[0][1], m[0][2]);
-        const V3f y(m[1][0], m[1][1], m[1][2]);
-        const V3f z(m[2][0], m[2][1], m[2][2]);
-        yz = y % z;
-        zx = z % x;
-        xy = x % y;
-        if ((x ^ yz) < 0) {
-            yz = -yz;
-            zx = -zx;
-            xy = -xy;
-        }
+        const Row x = RowOf(m, 0), y = RowOf(m, 1), z = RowOf(m, 2);
+        yz = Cross(y, z);
+        zx = Cross(z, x);
+        xy = Cross(x, y);
+        sign = x[0] * yz[0] + x[1] * yz[1] + x[2] * yz[2] < 0 ? -1.0f : 1.0f;
     }
-    V3f operator()(const V3f& n) const { return yz * n.x + zx * n.y + xy * n.z; }
+    V3f operator()(const V3f& n) const {
+        Row sum{};
+        for (std::size_t k = 0; k < 4; ++k)
+            sum[k] = (yz[k] * n.x + zx[k] * n.y + xy[k] * n.z) * sign;
+        return {sum[0], sum[1], sum[2]};
+    }
 
 private:
-    V3f yz, zx, xy;
+    Row yz, zx, xy;
+    float sign; // of the determinant
 };
 
 /// The point times an affine matrix, without the division of Imath's operator.
 V3f ToWorld(const V3f& p, const M44f& m) {
-    return {p.x * m[0][0] + p.y * m[1][0] + p.z * m[2][0] + m[3][0],
-            p.x * m[0][1] + p.y * m[1][1] + p.z * m[2][1] + m[3][1],
-            p.x * m[0][2] + p.y * m[1][2] + p.z * m[2][2] + m[3][2]};
+    Row sum{};
+    for (int k = 0; k < 4; ++k)
+        sum[k] = p.x * m[0][k] + p.y * m[1][k] + p.z * m[2][k] + m[3][k];
+    return {sum[0], sum[1], sum[2]};
 }
 
 template <typename Value>
@@ -54,6 +68,26 @@ Value Between(const std::array<Value, 3>& corners, float u, float v) {
     return corners[0] * (1 - u - v) + corners[1] * u + corners[2] * v;
 }
 
+// std::max() refers to its arguments, which makes compilers branch on numbers in memory.
+float Larger(float a, float b) {
+    return a > b ? a : b;
+}
+
+/// The largest distance from 0.
+float FarthestOf(float a, float b, float c) {
+    return Larger(Larger(std::abs(a), std::abs(b)), std::abs(c));
+}
+
+/// The unit normal in the world of a triangle with that cross product of two edges.
+V3f FaceNormal(const NormalTransform& normals, const V3f& cross) {
+    constexpr float kLeast = 1e-20f; // squared; the components do not lose digits
+    constexpr float kMost = 1e20f;
+    const V3f scaled = normals(cross);
+    const float square = scaled.length2();
+    if (square > kLeast && square < kMost) return scaled * (1 / std::sqrt(square));
+    return Normalized(normals(Normalized(cross, V3f(0, 0, 1))), V3f(0, 0, 1));
+}
+
 HitGeometry MeshGeometryAt(const Mesh& mesh, const M44f& toWorld, const RayHit& hit, float time) {
     std::array<V3f, 3> corners;
     CornersAt(mesh, hit.primitive, time, corners.data());
@@ -61,17 +95,17 @@ HitGeometry MeshGeometryAt(const Mesh& mesh, const M44f& toWorld, const RayHit& 
     const NormalTransform normals(toWorld);
     HitGeometry result;
     result.position = ToWorld(local, toWorld);
-    const V3f cross = (corners[1] - corners[0]) % (corners[2] - corners[0]);
-    result.normal = Normalized(normals(Normalized(cross, V3f(0, 0, 1))), V3f(0, 0, 1));
+    result.normal = FaceNormal(normals, (corners[1] - corners[0]) % (corners[2] - corners[0]));
     result.shadingNormal = result.normal;
     if (!mesh.normals.values.empty()) {
         const auto given = CornerValuesOf(mesh.normals, mesh, hit.primitive);
         result.shadingNormal = Normalized(normals(Between(given, hit.u, hit.v)), result.normal);
     }
-    V3f extent(0);
-    for (const V3f& corner : corners)
-        for (int k = 0; k < 3; ++k)
-            extent[k] = std::max(extent[k], std::abs(corner[k]));
+    const V3f& a = corners[0];
+    const V3f& b = corners[1];
+    const V3f& c = corners[2];
+    const V3f extent(FarthestOf(a.x, b.x, c.x), FarthestOf(a.y, b.y, c.y),
+                     FarthestOf(a.z, b.z, c.z));
     result.offset = OffsetAt(extent, toWorld);
     return result;
 }
@@ -115,13 +149,11 @@ const ColorSet* FindSet(const std::vector<ColorSet>& sets, const std::string& na
 
 float OffsetAt(const V3f& point, const M44f& m) {
     constexpr float kOffset = 0x1p-19f; // 16 times the epsilon of a float
-    float largest = 0;
-    for (int k = 0; k < 3; ++k) {
-        const float sum = std::abs(point.x * m[0][k]) + std::abs(point.y * m[1][k]) +
-                          std::abs(point.z * m[2][k]) + std::abs(m[3][k]);
-        largest = std::max(largest, sum);
-    }
-    return largest * kOffset;
+    Row sum{};
+    for (int k = 0; k < 4; ++k)
+        sum[k] = std::abs(point.x * m[0][k]) + std::abs(point.y * m[1][k]) +
+                 std::abs(point.z * m[2][k]) + std::abs(m[3][k]);
+    return Larger(Larger(sum[0], sum[1]), sum[2]) * kOffset;
 }
 
 V3f WorldNormal(const M44f& toWorld, const V3f& normal) {
@@ -152,7 +184,10 @@ void CornersAt(const Mesh& mesh, Index triangle, float time, V3f corners[3]) {
 HitGeometry GeometryAt(const SceneData& scene, const Ray& ray, const RayHit& hit) {
     const Instance& instance = scene.instances[hit.instance];
     const Shape& shape = scene.shapes[instance.shape];
-    const M44f toWorld = TransformAt(scene, instance, ray.time);
+    const bool isStill = instance.transformCount < 2;
+    M44f moved(Imath::UNINITIALIZED);
+    if (!isStill) moved = TransformAt(scene, instance, ray.time);
+    const M44f& toWorld = isStill ? scene.transforms[instance.firstTransform] : moved;
     if (shape.mesh.triangles.empty())
         return shape.curves.segments.empty()
                    ? SphereGeometryAt(shape.spheres, toWorld, hit, ray.time)
