@@ -26,23 +26,27 @@ using EmbreeGeometry =
 inline bool IsSound(const Ray& ray) {
     constexpr float kFarthestOrigin = 1e18f; // Embree's limit is 1.8e18
     const V3f& origin = ray.origin;
-    const float distance = std::max({std::abs(origin.x), std::abs(origin.y), std::abs(origin.z)});
-    return IsFinite(origin) && distance < kFarthestOrigin && IsFinite(ray.direction) &&
-           ray.farthest > 0;
+    const bool isNear = std::abs(origin.x) < kFarthestOrigin &&
+                        std::abs(origin.y) < kFarthestOrigin &&
+                        std::abs(origin.z) < kFarthestOrigin; // false for NaN
+    return isNear && IsFinite(ray.direction) && ray.farthest > 0;
 }
 
-inline RTCRay ToEmbree(const Ray& ray) {
-    RTCRay result{};
+/// Assigns all members of Embree's ray in place: a copy of the ray, whose members were just written
+/// one by one, would wait for them to leave the store buffer.
+inline void AssignRay(const Ray& ray, RTCRay& result) {
     result.org_x = ray.origin.x;
     result.org_y = ray.origin.y;
     result.org_z = ray.origin.z;
+    result.tnear = 0;
     result.dir_x = ray.direction.x;
     result.dir_y = ray.direction.y;
     result.dir_z = ray.direction.z;
-    result.tfar = ray.farthest;
     result.time = ray.time;
+    result.tfar = ray.farthest;
     result.mask = ~0u;
-    return result;
+    result.id = 0;
+    result.flags = 0;
 }
 
 } // namespace lantern

@@ -356,15 +356,17 @@ EmbreeGeometry EmbreeScene::Trees::instanceGeometry(const Instance& instance,
 
 EmbreeScene::EmbreeScene(const SceneData& scene, const OpacitySource& opacity, int threads,
                          const Report& report)
-    : trees(std::make_unique<Trees>(scene, opacity, threads, report)) {}
+    : trees(std::make_unique<Trees>(scene, opacity, threads, report)),
+      isAllOpaque(std::none_of(trees->filtered.begin(), trees->filtered.end(),
+                               [](const EmbreeTree& tree) { return tree != nullptr; })) {}
 
 EmbreeScene::~EmbreeScene() = default;
 
 RayHit EmbreeScene::intersect(const Ray& ray, std::uint32_t seed) const {
     if (!IsSound(ray)) return {};
     RayContext context = ContextOf(trees->opacity, seed);
-    RTCRayHit found{};
-    found.ray = ToEmbree(ray);
+    RTCRayHit found; // Embree assigns the rest of the hit if there is one
+    AssignRay(ray, found.ray);
     found.hit.geomID = RTC_INVALID_GEOMETRY_ID;
     found.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
     rtcIntersect1(trees->top.get(), &context.base, &found);
@@ -376,7 +378,8 @@ Color EmbreeScene::transmittance(const Ray& ray, bool isFromDeltaLight) const {
     if (!IsSound(ray)) return Color(0);
     RayContext context = ContextOf(trees->opacity, 0);
     context.isFromDeltaLight = isFromDeltaLight;
-    RTCRay occluded = ToEmbree(ray);
+    RTCRay occluded;
+    AssignRay(ray, occluded);
     rtcOccluded1(trees->top.get(), &context.base, &occluded);
     return occluded.tfar < 0 ? Color(0) : context.transmittance;
 }

@@ -47,6 +47,8 @@ public:
     EmbreeScene(const EmbreeScene&) = delete;
     EmbreeScene& operator=(const EmbreeScene&) = delete;
 
+    /// Whether the whole scene is opaque, so that intersect() needs no seed.
+    bool isOpaque() const { return isAllOpaque; }
     /// The nearest hit. A partly transparent surface is hit with the probability of its opacity;
     /// `seed` decides.
     RayHit intersect(const Ray& ray, std::uint32_t seed) const;
@@ -58,6 +60,7 @@ public:
 private:
     struct Trees;
     std::unique_ptr<Trees> trees;
+    bool isAllOpaque = true;
 };
 
 } // namespace lantern

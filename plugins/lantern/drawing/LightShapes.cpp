@@ -108,8 +108,8 @@ std::vector<LightShapes::Crossing> LightShapes::crossings(const Ray& ray) const 
     CrossingsContext context{};
     rtcInitIntersectContext(&context.base);
     context.crossings = &found;
-    RTCRayHit query{};
-    query.ray = ToEmbree(ray);
+    RTCRayHit query;
+    AssignRay(ray, query.ray);
     query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
     rtcIntersect1(tree->scene.get(), &context.base, &query);
     return found;

@@ -92,6 +92,8 @@ Materials::Materials(const SceneData& scene, const Textures& textures)
     for (const Material& material : scene.materials) {
         Constant& constant = constants.emplace_back();
         constant.hasNetwork = HasNetwork(material);
+        constant.hasNormalMap = IsFed(material, MaterialInput::Normal, textures) ||
+                                IsFed(material, MaterialInput::CoatNormal, textures);
         constant.isIsotropic =
             !(material.anisotropy > 0) && material[MaterialInput::Anisotropy].step == kNone;
         if (constant.hasNetwork) continue;
@@ -119,11 +121,9 @@ const Material& Materials::materialAt(Index instance, Index primitive) const {
     return scene.materials[indexAt(instance, primitive)];
 }
 
-Index Materials::indexAt(Index instance, Index primitive) const {
-    const Instance& at = scene.instances[instance];
-    const Surface& surface = scene.surfaces[at.surface];
-    if (surface.faceMaterials.empty()) return surface.material;
-    const std::vector<Index>& faces = scene.shapes[at.shape].mesh.faces;
+Index Materials::indexOfFace(const Instance& instance, const Surface& surface,
+                             Index primitive) const {
+    const std::vector<Index>& faces = scene.shapes[instance.shape].mesh.faces;
     const Index face = primitive < faces.size() ? faces[primitive] : primitive;
     return surface.materialOf(face);
 }
@@ -149,10 +149,8 @@ Color Materials::straightThrough(const RayHit& hit, float cosine) const {
 
 V3f Materials::mappedNormal(MaterialInput input, const RayHit& hit, float time,
                             const HitGeometry& geometry) const {
-    const Index index = indexAt(hit.instance, hit.primitive);
     const V3f normal = geometry.shadingNormal;
-    if (!constants[index].hasNetwork) return normal;
-    const Material& material = scene.materials[index];
+    const Material& material = materialAt(hit.instance, hit.primitive);
     if (!IsFed(material, input, textures)) return normal;
     const bool isCoat = input == MaterialInput::CoatNormal;
     const std::string& uvSet = isCoat ? material.coatNormalUvSet : material.normalUvSet;
@@ -191,11 +189,10 @@ SurfaceProperties Materials::surfaceAt(const RayHit& hit) const {
     return SurfaceOf(at, scene.materials[index]);
 }
 
-Color Materials::emission(const RayHit& hit) const {
-    const Index index = indexAt(hit.instance, hit.primitive);
-    if (!constants[index].hasNetwork) return constants[index].emission;
-    ShadingPoint at(scene, textures, hit, scene.materials[index]);
-    return EmissionOf(at, scene.materials[index]);
+Color Materials::emissionOfNetwork(const RayHit& hit) const {
+    const Material& material = materialAt(hit.instance, hit.primitive);
+    ShadingPoint at(scene, textures, hit, material);
+    return EmissionOf(at, material);
 }
 
 } // namespace lantern

@@ -68,6 +68,9 @@ bool IsMoving(const SceneData& scene) {
 
 /// The point where a path meets a surface. Normals are on the side that the path comes from.
 struct PathTracer::Vertex {
+    Vertex(const SceneData& scene, const Ray& ray, const RayHit& hit)
+        : geometry(GeometryAt(scene, ray, hit)) {}
+
     HitGeometry geometry;
     Frame frame; // around the shading normal
     V3f geometricNormal;
@@ -84,6 +87,11 @@ struct PathTracer::Vertex {
 };
 
 struct PathTracer::Path {
+    /// A path through a point of the picture.
+    Path(const CameraRays& camera, const Imath::V2d& point, float time, const V2f& onLens,
+         const RayCone& cone)
+        : ray(camera.at(point.x, point.y, time, onLens)), cone(cone) {}
+
     Ray ray;
     RayCone cone;              // cone around the ray
     Color throughput{1, 1, 1}; // product of BSDF times cosine over pdf
@@ -139,9 +147,11 @@ PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int 
 void PathTracer::traceToLearn(const Sampler& sampler, std::vector<Guide::Visit>& visits) const {
     const V2f place = sampler.pair(kPixel);
     const float time = isMoving ? sampler.pair(kTime).x : 0;
-    const Ray ray = camera.at(double(place.x) * scene.framing.width,
-                              double(place.y) * scene.framing.height, time);
-    tracePath(ray, sampler, nullptr, &visits);
+    const Imath::V2d point(double(place.x) * scene.framing.width,
+                           double(place.y) * scene.framing.height);
+    Path path(camera, point, time, V2f(0), pathCone);
+    path.visits = &visits;
+    tracePath(path, sampler, nullptr);
 }
 
 PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) const {
@@ -149,23 +159,23 @@ PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) 
     const V2f inPixel = sampler.pair(kPixel);
     const V2f onLens = scene.camera.apertureRadius > 0 ? InUnitDisk(sampler.pair(kLens)) : V2f(0);
     const float time = isMoving ? sampler.pair(kTime).x : 0; // the number costs as much as the ray
-    const Ray ray = camera.at(double(x) + inPixel.x, double(y) + inPixel.y, time, onLens);
+    const Imath::V2d point(double(x) + inPixel.x, double(y) + inPixel.y);
+    Path path(camera, point, time, onLens, pathCone);
     if (first) {
         *first = {};
         first->inPixel = inPixel;
     }
-    return tracePath(ray, sampler, first);
+    return tracePath(path, sampler, first);
 }
 
-PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sampler,
-                                         FirstHit* first, std::vector<Guide::Visit>* visits) const {
-    Path path;
-    path.ray = cameraRay;
-    path.cone = pathCone;
-    path.visits = visits;
+/// Follows a path from the camera to its end.
+PathTracer::Traced PathTracer::tracePath(Path& path, const Sampler& sampler,
+                                         FirstHit* first) const {
     for (;; ++path.depth) {
         const int depth = path.depth;
-        RayHit hit = geometry.intersect(path.ray, sampler.bits(AtBounce(depth, kOpacity)));
+        const std::uint32_t seed =
+            geometry.isOpaque() ? 0 : sampler.bits(AtBounce(depth, kOpacity));
+        RayHit hit = geometry.intersect(path.ray, seed);
         path.cone.width = path.cone.widthAt(hit.distance);
         hit.footprint = path.cone.width;
         if (!hit && depth == 0) return background(path.ray.direction);
@@ -178,12 +188,15 @@ PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sa
             path.find(infiniteLights.radiance(path.ray.direction, path.bsdfPdf));
             break;
         }
-        Vertex vertex;
+        Vertex vertex(scene, path.ray, hit);
         const bool isLast = depth >= scene.quality.maxDepth;
         if (!makeVertex(path.ray, hit, isLast, vertex)) break;
         path.throughput *= vertex.transmittance;
         if (depth == 0 && first) describe(path.ray, hit, vertex, *first);
-        path.find(emittedRadiance(path, hit, vertex));
+        const Color emission = materials.emission(hit);
+        if (!IsBlack(emission))
+            path.find(emission *
+                      localLights.weightOfEmission(path.ray, hit, vertex.geometry, path.bsdfPdf));
         if (isLast || !survives(vertex, sampler, path)) break;
         Guide::Visit visit;
         const Color reflected = directLight(vertex, path.ray.time, depth, sampler, visit.squares);
@@ -191,7 +204,7 @@ PathTracer::Traced PathTracer::tracePath(const Ray& cameraRay, const Sampler& sa
         const Color before = path.throughput;
         const bool goesOn = bounce(vertex, sampler, path);
         visit.reflected = Luminance(reflected);
-        if (visits) path.teach(visit, vertex, goesOn ? before : Color(0));
+        if (path.visits) path.teach(visit, vertex, goesOn ? before : Color(0));
         if (!goesOn) break;
     }
     const Color sum = path.direct + Clamped(path.indirect, scene.quality.clampIndirect);
@@ -228,14 +241,16 @@ V2f PathTracer::motionOf(const Ray& ray, const RayHit& hit) const {
     return isFinite ? motion : V2f(0, 0);
 }
 
-/// Returns false if the hit has no usable position.
+/// Completes a vertex that has its geometry. Returns false if it has no usable position.
 bool PathTracer::makeVertex(const Ray& ray, const RayHit& hit, bool isLast, Vertex& vertex) const {
-    vertex.geometry = GeometryAt(scene, ray, hit);
     if (!IsFinite(vertex.geometry.position)) return false;
-    const V3f coat =
-        materials.mappedNormal(MaterialInput::CoatNormal, hit, ray.time, vertex.geometry);
-    vertex.geometry.shadingNormal =
-        materials.mappedNormal(MaterialInput::Normal, hit, ray.time, vertex.geometry);
+    const bool hasMaps = materials.hasNormalMap(hit);
+    V3f coat; // only with such maps
+    if (hasMaps) {
+        coat = materials.mappedNormal(MaterialInput::CoatNormal, hit, ray.time, vertex.geometry);
+        vertex.geometry.shadingNormal =
+            materials.mappedNormal(MaterialInput::Normal, hit, ray.time, vertex.geometry);
+    }
     const V3f wo = -ray.direction;
     const bool isBehind = (wo ^ vertex.geometry.normal) < 0;
     const float side = isBehind ? -1.0f : 1.0f;
@@ -248,7 +263,7 @@ bool PathTracer::makeVertex(const Ray& ray, const RayHit& hit, bool isLast, Vert
         hit, ray.time, BentTowards(wo, geometric, vertex.geometry.shadingNormal * side));
     const ShadingDirections directions{
         vertex.frame.toLocal(wo), vertex.frame.toLocal(geometric),
-        vertex.frame.toLocal(BentTowards(wo, geometric, coat * side))};
+        hasMaps ? vertex.frame.toLocal(BentTowards(wo, geometric, coat * side)) : V3f(0, 0, 1)};
     if (!isLast) {
         vertex.bsdf.emplace(surface, directions, isInside);
         vertex.region = guide.at(vertex.geometry.position);
@@ -288,6 +303,7 @@ bool PathTracer::survives(const Vertex& vertex, const Sampler& sampler, Path& pa
         const float share = Luminance(path.throughput) * known / path.expected;
         survival = std::clamp(kCaution * share, kMinSurvival, 1.0f);
     }
+    if (survival >= 1) return true;
     if (sampler.pair(AtBounce(path.depth, kLobe)).y >= survival) return false;
     path.throughput /= survival;
     return true;
@@ -311,12 +327,6 @@ bool PathTracer::scatter(const Vertex& vertex, float choice, const V2f& u, Path&
     path.bsdfPdf = next.pdf > 0 ? vertex.pdf(next.pdf, path.ray.direction) : 0;
     path.throughput *= next.weight * (next.pdf > 0 ? next.pdf / path.bsdfPdf : 1 / (1 - share));
     return true;
-}
-
-Color PathTracer::emittedRadiance(const Path& path, const RayHit& hit, const Vertex& vertex) const {
-    const Color emission = materials.emission(hit);
-    if (IsBlack(emission)) return {0, 0, 0};
-    return emission * localLights.weightOfEmission(path.ray, hit, vertex.geometry, path.bsdfPdf);
 }
 
 /// Light sampling (next event estimation): at most one light of each kind. Assigns Guide::Visit's

@@ -39,8 +39,7 @@ private:
     struct Path;
 
     void traceToLearn(const Sampler& sampler, std::vector<Guide::Visit>& visits) const;
-    Traced tracePath(const Ray& cameraRay, const Sampler& sampler, FirstHit* first,
-                     std::vector<Guide::Visit>* visits = nullptr) const;
+    Traced tracePath(Path& path, const Sampler& sampler, FirstHit* first) const;
     Traced background(const V3f& direction) const;
     void describe(const Ray& ray, const RayHit& hit, const Vertex& vertex, FirstHit& first) const;
     V2f motionOf(const Ray& ray, const RayHit& hit) const;
@@ -48,7 +47,6 @@ private:
     bool survives(const Vertex& vertex, const Sampler& sampler, Path& path) const;
     bool bounce(const Vertex& vertex, const Sampler& sampler, Path& path) const;
     static bool scatter(const Vertex& vertex, float choice, const V2f& u, Path& path);
-    Color emittedRadiance(const Path& path, const RayHit& hit, const Vertex& vertex) const;
     Color directLight(const Vertex& vertex, float time, int depth, const Sampler& sampler,
                       Guide::OfEachKind& squares) const;
     bool hasLights(Guide::LightKind kind) const;

@@ -61,13 +61,13 @@ inline std::uint32_t SecondSobolReversed(std::uint32_t index) {
 class Sampler {
 public:
     Sampler(int x, int y, int path)
-        : seed(Hash(Hash(static_cast<std::uint32_t>(x)), static_cast<std::uint32_t>(y))),
+        : seed(Hash(Hash(Hash(static_cast<std::uint32_t>(x)), static_cast<std::uint32_t>(y)))),
           reversedPath(ReverseBits(static_cast<std::uint32_t>(path))) {}
 
     /// Two numbers in [0, 1), independent for each purpose. The pairs of the paths of one pixel are
     /// well distributed over the unit square.
     V2f pair(std::uint32_t purpose) const {
-        const std::uint32_t own = Hash(seed, purpose);
+        const std::uint32_t own = Hash(seed + purpose);
         const std::uint32_t index = ReverseBits(ScrambleReversed(reversedPath, own));
         const std::uint32_t x = ReverseBits(ScrambleReversed(index, Hash(own, 1)));
         const std::uint32_t second = SecondSobolReversed(index);
@@ -76,7 +76,7 @@ public:
 
     /// Random bits without that property.
     std::uint32_t bits(std::uint32_t purpose) const {
-        return Hash(Hash(seed, purpose), reversedPath);
+        return Hash(Hash(seed + purpose), reversedPath);
     }
 
 private:
