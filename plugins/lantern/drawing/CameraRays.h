@@ -51,9 +51,9 @@ public:
     Imath::V2d pixelOf(const V3f& point, float time) const;
 
 private:
-    /// Makes rays cheap if this is a pinhole that does not move.
+    /// Precomputes the members below for a pinhole that does not move, which makes rays cheap.
     void preparePinhole();
-    /// Assigns where a ray begins and its way per unit of depth, in the world.
+    /// Assigns the origin of a ray, and its displacement per unit of depth, in world space.
     void place(double x, double y, float time, const V2f& onLens, Imath::V3d& origin,
                Imath::V3d& perDepth) const;
     M44d toWorldAt(float time) const;
@@ -65,8 +65,9 @@ private:
     M44d fromWorld; // world to camera
     // The upper left corner of the picture and the size of a pixel, in camera space at depth 1.
     double left, top, pixelWidth, pixelHeight;
-    // Of a still perspective pinhole camera with an affine transform, in the world: its place, and
-    // the way per unit of depth of the ray through the upper left corner and its change per pixel.
+    // Only for a still perspective pinhole camera with an affine transform, in world space: its
+    // position, the displacement per unit of depth of the ray through the upper left corner, and
+    // the change of that displacement per column and per row.
     bool isStillPinhole = false;
     Imath::V3d eye, corner, perColumn, perRow;
 };

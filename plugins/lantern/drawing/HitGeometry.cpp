@@ -43,7 +43,7 @@ public:
 
 private:
     Row yz, zx, xy;
-    float sign; // of the determinant
+    float sign; // sign of the determinant
 };
 
 /// The point times an affine matrix, without the division of Imath's operator.
@@ -73,12 +73,13 @@ float Larger(float a, float b) {
     return a > b ? a : b;
 }
 
-/// The largest distance from 0.
+/// The largest absolute value.
 float FarthestOf(float a, float b, float c) {
     return Larger(Larger(std::abs(a), std::abs(b)), std::abs(c));
 }
 
-/// The unit normal in the world of a triangle with that cross product of two edges.
+/// The unit normal, in world space, of a triangle; `cross` is the cross product of two of its
+/// edges.
 V3f FaceNormal(const NormalTransform& normals, const V3f& cross) {
     constexpr float kLeast = 1e-20f; // squared; the components do not lose digits
     constexpr float kMost = 1e20f;
