@@ -220,6 +220,19 @@ void CheckPosition(const M44d& toWorld, const std::string& path) {
                           Text(largest) + ", which is too large");
 }
 
+/// A camera without a part of its lens has no handle.
+[[noreturn]] void ThrowNoCamera(const std::string& path, const Location& location) {
+    if (!location || !location.attribute("type").isTextEqual("camera"))
+        throw RenderError("the camera \"" + path + "\" is not in the scene");
+    std::string missing;
+    const Attribute geometry = location.attribute("geometry");
+    for (const char* name : {"fov", "near", "far", "left", "right", "top", "bottom"})
+        if (!geometry.child(name).isNumeric())
+            missing += std::string(missing.empty() ? "" : ", ") + "\"geometry." + name + '"';
+    throw RenderError("the camera \"" + path +
+                      (missing.empty() ? "\" cannot be read" : "\" has no " + missing));
+}
+
 } // namespace
 
 Shutter ReadShutter(const Location& root, float frame) {
@@ -277,7 +290,7 @@ Camera ReadCamera(const Suites& suites, const Location& root, float frame, const
         Attribute::owning(suites.attributes(), suites.utils().getCameraPath(root.get())).text();
     const CameraHandle handle(suites, root, path);
     const Location location = root.byPath(path);
-    if (!location || !handle) throw RenderError("the camera \"" + path + "\" is not in the scene");
+    if (!location || !handle) ThrowNoCamera(path, location);
     Camera camera = handle.lens();
     MoveLensTo(frame, location.attribute("geometry"), camera);
     ReadFocus(frame, location.attribute("geometry"), camera);

@@ -83,6 +83,13 @@ TEST(ReadCamera, IsTheOneThatTheSettingsName) {
               "the camera \"/root/world\" is not in the scene");
 }
 
+TEST(ReadCamera, NamesWhatALensLacks) {
+    EXPECT_EQ(ReadErrorOf(SceneJson("", "", R"("geometry": {"fov": 45.0, "near": 0.1, "far": 9.0,
+                  "left": -1.0, "right": 1.0})")),
+              "the camera \"/root/world/cam/camera\" has no \"geometry.top\", "
+              "\"geometry.bottom\"");
+}
+
 TEST(ReadCamera, RefusesInvalidLenses) {
     const auto errorOf = [](const std::string& lens) {
         return ReadErrorOf(SceneJson("", "", "\"geometry\": {" + lens + "}"));
