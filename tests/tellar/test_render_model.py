@@ -118,8 +118,9 @@ class Framing(ModelTest):
 
     def test_a_single_point_is_framed(self):
         asked, _ = self.render(self.points("point.json", [[4, 5, 6]]))
-        x, y, _ = self.projected(asked, (4, 5, 6))
+        x, y, depth = self.projected(asked, (4, 5, 6))
         self.assertLess(max(abs(x), abs(y)), 1e-3)
+        self.assertTrue(0.02 < depth < 0.2, "the camera is outside a small ball around it")
 
     def points(self, name, points, **more):
         position = {"$type": "float", "values": points}

@@ -27,6 +27,10 @@ using TELLAR::GeometryProducer;
 constexpr int kShorterSide = 512; // pixels, for a picture without a given size
 constexpr double kMostAspect = 16;
 constexpr float kSameAspect = 1e-4f;
+// What is seen around a point alone, which renderers draw as a small ball: its radius, and the
+// least share of the distance from the origin, where coordinates have no more digits.
+constexpr double kLonePointView = 0.02;
+constexpr double kLeastShare = 1e-5;
 
 GroupAttribute Group(const Children& children) {
     return GroupAttribute(children, true);
@@ -165,7 +169,11 @@ private:
 
     /// Walks once more, and only if it must, because this reads the points of all shapes.
     void frameShapes() {
-        if (framing.isEmpty()) SurveyScene(root, times, &framing);
+        if (!framing.isEmpty()) return;
+        SurveyScene(root, times, &framing);
+        const Imath::V3d corner = framing.getBounds().min;
+        if (!framing.isEmpty() && corner == framing.getBounds().max)
+            framing.add(corner, std::max(kLonePointView, kLeastShare * corner.length()));
     }
 
     std::string note() const {
