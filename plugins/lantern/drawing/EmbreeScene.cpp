@@ -243,7 +243,9 @@ EmbreeGeometry EmbreeScene::Trees::meshGeometry(const Mesh& mesh) const {
     return geometry;
 }
 
-/// Copies the points, because Embree reads a few bytes beyond the last one.
+/// Shares the points with Embree, so that the processor's cache holds one copy of what both read
+/// for a hit. Embree reads a few bytes beyond the last point, so vectors without room for them are
+/// copied, and so are points between two motion steps.
 void EmbreeScene::Trees::fillPoints(RTCGeometry geometry,
                                     const std::vector<std::vector<V3f>>& steps) const {
     const unsigned int count = StepsFor(steps.size());
@@ -252,6 +254,12 @@ void EmbreeScene::Trees::fillPoints(RTCGeometry geometry,
         const StepPosition at = StepAt(steps.size(), step);
         const std::vector<V3f>& first = steps[at.first];
         const std::vector<V3f>& second = steps[at.second];
+        if (at.share == 0 && first.capacity() > first.size()) {
+            rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_VERTEX, step, RTC_FORMAT_FLOAT3,
+                                       first.data(), 0, sizeof(V3f), first.size());
+            check();
+            continue;
+        }
         auto* points = static_cast<V3f*>(rtcSetNewGeometryBuffer(
             geometry, RTC_BUFFER_TYPE_VERTEX, step, RTC_FORMAT_FLOAT3, sizeof(V3f), first.size()));
         check();

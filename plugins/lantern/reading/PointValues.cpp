@@ -15,7 +15,9 @@ bool IsFinite(const std::vector<float>& values) {
 }
 
 std::vector<V3f> ToPoints(const std::vector<float>& values) {
-    std::vector<V3f> points(values.size() / 3);
+    std::vector<V3f> points;
+    points.reserve(values.size() / 3 + 1); // Embree takes vectors with such room as they are
+    points.resize(values.size() / 3);
     for (std::size_t i = 0; i < points.size(); ++i)
         points[i] = V3f(values[3 * i], values[3 * i + 1], values[3 * i + 2]);
     return points;

@@ -312,6 +312,8 @@ Mesh SubdivisionSurface::tessellate(const std::vector<std::vector<V3f>>& points,
     Mesh mesh;
     mesh.points.resize(points.size());
     for (std::size_t step = 0; step < points.size(); ++step) {
+        // Embree takes vectors with room for another point as they are.
+        mesh.points[step].reserve(std::size_t(layout.pointCount) + 1);
         mesh.points[step] = points[step]; // kept at vertices without a limit surface
         mesh.points[step].resize(layout.pointCount, V3f(0));
     }
