@@ -39,6 +39,17 @@ std::optional<std::vector<V3f>> ReadStep(const ShapeReader& reader, const Attrib
     return ToPoints(values);
 }
 
+/// Such shapes are drawn, because their transforms may make them smaller.
+void WarnOfLargePoints(const ShapeReader& reader, const std::vector<V3f>& points) {
+    constexpr float kLargest = 1e9f; // squares of the areas of larger triangles overflow
+    const bool isLarge = std::any_of(points.begin(), points.end(), [](const V3f& point) {
+        return std::max({std::abs(point.x), std::abs(point.y), std::abs(point.z)}) > kLargest;
+    });
+    if (isLarge)
+        reader.warn("\"geometry.point.P\" has numbers of more than 1e9, with which shapes are "
+                    "drawn wrong or not at all");
+}
+
 } // namespace
 
 std::vector<std::vector<V3f>> ReadPositions(const ShapeReader& reader, const Attribute& geometry) {
@@ -58,6 +69,7 @@ std::vector<std::vector<V3f>> ReadPositions(const ShapeReader& reader, const Att
         if (!read) return {};
         positions.push_back(std::move(*read));
     }
+    WarnOfLargePoints(reader, positions[0]);
     const auto isSame = [&](const auto& step) { return step == positions[0]; };
     if (std::all_of(positions.begin(), positions.end(), isSame)) positions.resize(1);
     return positions;

@@ -72,6 +72,18 @@ TEST(ReadMeshes, AreLeftOutIfPointsAreNotFinite) {
                 ElementsAre("/root/world/m: \"geometry.point.P\" has numbers that are not finite"));
 }
 
+TEST(ReadMeshes, AreDrawnWithAWarningIfPointsAreTooLarge) {
+    Told told;
+    const SceneData scene = ReadJson(SceneJson(R"("m": {"a": {"type": "polymesh", "geometry": {
+                     "point.P": {"$type": "float", "values": [[0, 0, 0], [2e9, 0, 0], [0, 2e9, 0]]},
+                     "poly": {"vertexList": [0, 1, 2], "startIndex": [0, 3]}}}})"),
+                                     told);
+    EXPECT_THAT(scene.instances, SizeIs(1));
+    EXPECT_THAT(told.warnings,
+                ElementsAre("/root/world/m: \"geometry.point.P\" has numbers of more than 1e9, "
+                            "with which shapes are drawn wrong or not at all"));
+}
+
 TEST(ReadMeshes, AreLeftOutIfAPointIsIncomplete) {
     EXPECT_THAT(WarningsOf(R"("point.P": [0.0, 1, 2, 3])"),
                 ElementsAre("/root/world/m: \"geometry.point.P\" has 4 numbers, which are no "
