@@ -19,9 +19,9 @@ constexpr int kReflections = 8;            // light is followed through so many 
 constexpr float kNarrowSpread = 0.15f;
 constexpr float kWideSpread = 0.3f;
 constexpr double kTrust = 8; // a larger value samples lights more often
-constexpr float kRarest =
-    0.1f;                    // least probability of sampling a light: learning may have missed it
-constexpr int kDeepest = 24; // depth limit of the tree
+// Least probability of sampling a light: learning may have missed it.
+constexpr float kRarest = 0.3f;
+constexpr int kDeepest = 24;         // depth limit of the tree
 constexpr float kMostSquare = 1e30f; // so that sums of squares stay finite
 constexpr float kBelowOne = 0x1.fffffep-1f;
 
@@ -119,26 +119,49 @@ float Guide::Directions::pdf(const V3f& direction) const {
     return densities[CellOf(direction)];
 }
 
+/// The luminance that a path can be expected to find, and the square of that luminance.
+struct Guide::Light {
+    double mean = 0;
+    double square = 0;
+
+    Light() = default;
+    explicit Light(double known) : mean(known), square(known * known) {}
+    Light operator+(const Light& other) const {
+        Light sum;
+        sum.mean = mean + other.mean;
+        sum.square = square + 2 * mean * other.mean + other.square;
+        return sum;
+    }
+    Light operator*(double factor) const {
+        Light product;
+        product.mean = mean * factor;
+        product.square = square * factor * factor;
+        return product;
+    }
+};
+
 Guide::Guide(const std::vector<Visit>& visits) {
     if (visits.size() < kFewestVisits) return;
     std::vector<Index> order(visits.size());
     std::iota(order.begin(), order.end(), Index(0));
     build(visits, order.data(), order.data() + order.size(), 0);
-    const std::vector<float> light = lightOf(visits);
+    const std::vector<Light> light = lightOf(visits);
     for (std::size_t i = 0; i < visits.size(); ++i) {
         const Visit& visit = visits[i];
-        if (visit.pdf > 0 && light[i] > 0)
-            regions[regionOf(visit.position)].directions.add(visit.direction,
-                                                             light[i] * visit.cosine, visit.pdf);
+        const float mean = static_cast<float>(light[i].mean);
+        if (visit.pdf > 0 && mean > 0)
+            regions[regionOf(visit.position)].directions.add(visit.direction, mean * visit.cosine,
+                                                             visit.pdf);
     }
     for (Region& region : regions)
         region.use = region.directions.complete();
     chooseLights(visits, light);
+    measureNoise(visits, light);
 }
 
 /// Chooses how often to sample each kind of light: in proportion to the root of the mean square of
 /// its light, which measures how much noise it adds.
-void Guide::chooseLights(const std::vector<Visit>& visits, const std::vector<float>& light) {
+void Guide::chooseLights(const std::vector<Visit>& visits, const std::vector<Light>& light) {
     struct Sums {
         std::array<double, LightKinds> squares{};
         double others = 0;
@@ -148,7 +171,7 @@ void Guide::chooseLights(const std::vector<Visit>& visits, const std::vector<flo
         Sums& sum = sums[regionOf(visits[i].position)];
         for (std::size_t kind = 0; kind < LightKinds; ++kind)
             sum.squares[kind] += visits[i].squares[kind];
-        const double other = double(visits[i].weight) * light[i];
+        const double other = visits[i].weight * light[i].mean;
         sum.others += other * other;
     }
     for (std::size_t i = 0; i < regions.size(); ++i) {
@@ -162,6 +185,35 @@ void Guide::chooseLights(const std::vector<Visit>& visits, const std::vector<flo
                 std::clamp(static_cast<float>(kTrust * share), kRarest, 1.0f);
         }
     }
+}
+
+/// Assigns Region::noise. The light that directions were chosen for counts, but not sampled lights.
+void Guide::measureNoise(const std::vector<Visit>& visits, const std::vector<Light>& light) {
+    struct Sum {
+        double square = 0;
+        double count = 0;
+        double first = 0; // visits that the camera sees
+    };
+    std::vector<Sum> sums(regions.size());
+    for (std::size_t i = 0; i < visits.size(); ++i) {
+        Sum& sum = sums[regionOf(visits[i].position)];
+        const double square = (light[i] * visits[i].weight).square;
+        if (std::isfinite(square)) sum.square += square;
+        sum.count += 1;
+        if (visits[i].isFirst) sum.first += 1;
+    }
+    double roots = 0;
+    double first = 0;
+    for (const Sum& sum : sums) {
+        if (!(sum.first > 0)) continue;
+        roots += sum.first * std::sqrt(sum.square / sum.count);
+        first += sum.first;
+    }
+    if (!(roots > 0)) return;
+    for (std::size_t i = 0; i < regions.size(); ++i)
+        if (sums[i].count > 0)
+            regions[i].noise =
+                static_cast<float>(std::sqrt(sums[i].square / sums[i].count) * first / roots);
 }
 
 /// Splits the box around the visits across its longest side, at the median.
@@ -191,34 +243,36 @@ void Guide::build(const std::vector<Visit>& visits, Index* begin, Index* end, in
 
 /// Returns the light that arrives from the direction of each visit. Assigns Region::reflected. The
 /// light that a surface reflects is estimated by the mean over all visits in its region, which has
-/// much less noise than the light of single paths.
-std::vector<float> Guide::lightOf(const std::vector<Visit>& visits) {
+/// much less noise than the light of single paths, and its square likewise.
+std::vector<Guide::Light> Guide::lightOf(const std::vector<Visit>& visits) {
     struct Sum {
-        double light = 0;
+        Light light;
         double count = 0;
     };
     std::vector<std::size_t> places;
     for (const Visit& visit : visits)
         places.push_back(regionOf(visit.position));
-    std::vector<float> light(visits.size());
-    std::vector<Sum> reflected(regions.size());
+    std::vector<Light> light(visits.size());
+    std::vector<Light> reflected(regions.size());
     for (int reflection = 0; reflection < kReflections; ++reflection) {
         std::vector<Sum> sums(regions.size());
         for (std::size_t i = 0; i < visits.size(); ++i) {
-            light[i] = visits[i].found;
-            if (visits[i].goesOn) {
-                const Sum& next = reflected[places[i + 1]];
-                if (next.count > 0) light[i] += static_cast<float>(next.light / next.count);
-            }
-            const double sum = double(visits[i].reflected) + double(visits[i].weight) * light[i];
-            if (std::isfinite(sum)) sums[places[i]].light += sum;
+            light[i] = Light(visits[i].found);
+            if (visits[i].goesOn) light[i] = light[i] + reflected[places[i + 1]];
             sums[places[i]].count += 1;
+            const Light sum = Light(visits[i].reflected) + light[i] * visits[i].weight;
+            if (!std::isfinite(sum.square)) continue;
+            sums[places[i]].light.mean += sum.mean;
+            sums[places[i]].light.square += sum.square;
         }
-        reflected = std::move(sums);
+        for (std::size_t i = 0; i < regions.size(); ++i) {
+            if (!(sums[i].count > 0)) continue;
+            reflected[i].mean = sums[i].light.mean / sums[i].count;
+            reflected[i].square = sums[i].light.square / sums[i].count;
+        }
     }
     for (std::size_t i = 0; i < regions.size(); ++i)
-        if (reflected[i].count > 0)
-            regions[i].reflected = static_cast<float>(reflected[i].light / reflected[i].count);
+        regions[i].reflected = static_cast<float>(reflected[i].mean);
     return light;
 }
 

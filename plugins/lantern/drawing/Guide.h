@@ -31,7 +31,8 @@ public:
         /// Squares of the light reflected from each kind; their means do not depend on how often it
         /// is sampled.
         OfEachKind squares{};
-        bool goesOn = false; ///< the next visit is the next bounce of the same path
+        bool isFirst = false; ///< the first bounce of its path
+        bool goesOn = false;  ///< the next visit is the next bounce of the same path
     };
 
     /// The distribution of directions in one region, piecewise constant by solid angle. The density
@@ -65,6 +66,9 @@ public:
         Directions directions;
         float use = 0;       ///< usefulness of the directions, from 0 to 1
         float reflected = 0; ///< mean reflected luminance of its surfaces
+        /// The root of the mean square of what a path finds from here on, over that of what the
+        /// camera sees. 0 if it is not known.
+        float noise = 0;
         /// For each kind of light, the probability with which to trace a shadow ray.
         OfEachKind sampling{1, 1, 1};
     };
@@ -78,6 +82,8 @@ public:
     const Region* at(const V3f& position) const;
 
 private:
+    struct Light;
+
     /// A node of a k-d tree. Its second child lies behind all descendants of the first one.
     struct Node {
         float split = 0;
@@ -87,8 +93,9 @@ private:
 
     void build(const std::vector<Visit>& visits, Index* begin, Index* end, int depth);
     std::size_t regionOf(const V3f& position) const;
-    std::vector<float> lightOf(const std::vector<Visit>& visits);
-    void chooseLights(const std::vector<Visit>& visits, const std::vector<float>& light);
+    std::vector<Light> lightOf(const std::vector<Visit>& visits);
+    void chooseLights(const std::vector<Visit>& visits, const std::vector<Light>& light);
+    void measureNoise(const std::vector<Visit>& visits, const std::vector<Light>& light);
 
     std::vector<Node> nodes;
     std::vector<Region> regions;

@@ -30,6 +30,7 @@ std::uint32_t AtBounce(int depth, BouncePurpose purpose) {
     return kFirstBounce + static_cast<std::uint32_t>(depth) * kBouncePurposes + purpose;
 }
 
+constexpr int kMostWays = 32; // in which a path from the camera goes on, a power of two
 constexpr int kBouncesBeforeRoulette = 3;
 constexpr float kBelowOne = 0x1.fffffep-1f;
 constexpr float kGuideShare = 0.5f; // share of directions that the guide chooses on rough surfaces
@@ -78,6 +79,8 @@ struct PathTracer::Vertex {
     std::optional<Bsdf> bsdf;              // empty at the end of a path
     const Guide::Region* region = nullptr; // null if the guide is empty
     float guideShare = 0;                  // probability of sampling the guide
+    Guide::Visit visit;                    // what directLight() has found
+    bool isValid = false;                  // false if the hit has no usable position
 
     /// The density with which scatter() chooses a direction; `bsdfPdf` is its density in the BSDF.
     float pdf(float bsdfPdf, const V3f& direction) const {
@@ -98,6 +101,7 @@ struct PathTracer::Path {
     float bsdfPdf = 0;         // pdf of the ray's direction; 0 for camera rays, specular bounces
     float expected = 0;        // luminance that the first vertex reflects; 0 if unknown
     int depth = 0;             // number of bounces so far
+    int ways = 1;              // in which the path from the camera goes on
     Color direct{0, 0, 0};     // radiance that reached the camera after one bounce at most
     Color indirect{0, 0, 0};   // the rest, which can be clamped
 
@@ -105,8 +109,20 @@ struct PathTracer::Path {
 
     Color& radianceAfter(int bounces) { return bounces < 2 ? direct : indirect; }
     void find(const Color& light);
-    void teach(Guide::Visit visit, const Vertex& vertex, const Color& before);
+    void teach(const Vertex& vertex, const Color& before);
 };
+
+/// Returns the number of ways in which a path goes on from a vertex, a power of two. There are more
+/// of them where the path can be expected to find more noise than one from the camera: Vorba and
+/// Křivánek, "Adjoint-driven Russian Roulette and Splitting", SIGGRAPH 2016.
+int PathTracer::waysFrom(const Vertex& vertex, const Path& path) {
+    if (!vertex.region || path.visits) return 1;
+    const float noise = Luminance(path.throughput) * vertex.region->noise;
+    int ways = 1;
+    while (path.ways * ways < kMostWays && noise > static_cast<float>(ways))
+        ways *= 2;
+    return ways;
+}
 
 /// Adds light that the current ray has found.
 void PathTracer::Path::find(const Color& light) {
@@ -116,7 +132,9 @@ void PathTracer::Path::find(const Color& light) {
 
 /// Completes the bounce and records it for the guide. `before` is the throughput before the bounce,
 /// or black if the path ended.
-void PathTracer::Path::teach(Guide::Visit visit, const Vertex& vertex, const Color& before) {
+void PathTracer::Path::teach(const Vertex& vertex, const Color& before) {
+    Guide::Visit visit = vertex.visit;
+    visit.isFirst = depth == 0;
     if (depth > 0) visits->back().goesOn = true;
     visit.position = vertex.geometry.position;
     if (!IsBlack(before)) {
@@ -171,44 +189,90 @@ PathTracer::Traced PathTracer::trace(int x, int y, int number, FirstHit* first) 
 /// Follows a path from the camera to its end.
 PathTracer::Traced PathTracer::tracePath(Path& path, const Sampler& sampler,
                                          FirstHit* first) const {
-    for (;; ++path.depth) {
-        const int depth = path.depth;
-        const std::uint32_t seed =
-            geometry.isOpaque() ? 0 : sampler.bits(AtBounce(depth, kOpacity));
-        RayHit hit = geometry.intersect(path.ray, seed);
-        path.cone.width = path.cone.widthAt(hit.distance);
-        hit.footprint = path.cone.width;
-        if (!hit && depth == 0) return background(path.ray.direction);
-        if (depth > 0) {
-            Ray segment = path.ray;
-            if (hit) segment.farthest = hit.distance;
-            path.find(localLights.radianceAlong(segment, path.bsdfPdf));
-        }
-        if (!hit) {
-            path.find(infiniteLights.radiance(path.ray.direction, path.bsdfPdf));
-            break;
-        }
-        Vertex vertex(scene, path.ray, hit);
-        const bool isLast = depth >= scene.quality.maxDepth;
-        if (!makeVertex(path.ray, hit, isLast, vertex)) break;
-        path.throughput *= vertex.transmittance;
-        if (depth == 0 && first) describe(path.ray, hit, vertex, *first);
-        const Color emission = materials.emission(hit);
-        if (!IsBlack(emission))
-            path.find(emission *
-                      localLights.weightOfEmission(path.ray, hit, vertex.geometry, path.bsdfPdf));
-        if (isLast || !survives(vertex, sampler, path)) break;
-        Guide::Visit visit;
-        const Color reflected = directLight(vertex, path.ray.time, depth, sampler, visit.squares);
-        path.radianceAfter(depth + 1) += path.throughput * reflected;
-        const Color before = path.throughput;
-        const bool goesOn = bounce(vertex, sampler, path);
-        visit.reflected = Luminance(reflected);
-        if (path.visits) path.teach(visit, vertex, goesOn ? before : Color(0));
-        if (!goesOn) break;
-    }
+    const RayHit hit = meet(sampler, path);
+    if (!hit) return background(path.ray.direction);
+    std::optional<Vertex> vertex(std::in_place, scene, path.ray, hit);
+    const bool goesOn = arrive(hit, sampler, path, *vertex);
+    if (first && vertex->isValid) describe(path.ray, hit, *vertex, *first);
+    if (goesOn) follow(vertex, sampler, path);
     const Color sum = path.direct + Clamped(path.indirect, scene.quality.clampIndirect);
     return {IsFinite(sum) ? sum : Color(0, 0, 0), 1};
+}
+
+/// Follows a path from a vertex to its end.
+void PathTracer::follow(std::optional<Vertex>& vertex, const Sampler& sampler, Path& path) const {
+    do {
+        const int count = waysFrom(*vertex, path);
+        if (count > 1) return branch(*vertex, count, sampler, path);
+    } while (advance(*vertex, sampler, path, vertex));
+}
+
+/// Lets the path go on in several ways, and adds what they find to it.
+void PathTracer::branch(const Vertex& vertex, int count, const Sampler& sampler, Path& path) const {
+    for (int i = 0; i < count; ++i) {
+        const Sampler own = sampler.branch(i, count);
+        Path way = path;
+        way.direct = way.indirect = Color(0, 0, 0);
+        way.throughput /= static_cast<float>(count);
+        way.ways *= count;
+        std::optional<Vertex> next;
+        if (advance(vertex, own, way, next)) follow(next, own, way);
+        path.direct += way.direct;
+        path.indirect += way.indirect;
+    }
+}
+
+/// Makes the next vertex, which may replace this one. Returns false if the path ends.
+bool PathTracer::advance(const Vertex& vertex, const Sampler& sampler, Path& path,
+                         std::optional<Vertex>& next) const {
+    if (!leave(vertex, sampler, path)) return false;
+    ++path.depth;
+    const RayHit hit = meet(sampler, path);
+    Ray segment = path.ray;
+    if (hit) segment.farthest = hit.distance;
+    path.find(localLights.radianceAlong(segment, path.bsdfPdf));
+    if (!hit) path.find(infiniteLights.radiance(path.ray.direction, path.bsdfPdf));
+    if (!hit) return false;
+    next.emplace(scene, path.ray, hit);
+    return arrive(hit, sampler, path, *next);
+}
+
+/// Finds what the path's ray hits.
+RayHit PathTracer::meet(const Sampler& sampler, Path& path) const {
+    const std::uint32_t seed =
+        geometry.isOpaque() ? 0 : sampler.bits(AtBounce(path.depth, kOpacity));
+    RayHit hit = geometry.intersect(path.ray, seed);
+    path.cone.width = path.cone.widthAt(hit.distance);
+    hit.footprint = path.cone.width;
+    return hit;
+}
+
+/// Makes the path's next vertex and adds the light that it emits and reflects. Returns false if the
+/// path ends there.
+bool PathTracer::arrive(const RayHit& hit, const Sampler& sampler, Path& path,
+                        Vertex& vertex) const {
+    const bool isLast = path.depth >= scene.quality.maxDepth;
+    if (!makeVertex(path.ray, hit, isLast, vertex)) return false;
+    vertex.isValid = true;
+    path.throughput *= vertex.transmittance;
+    const Color emission = materials.emission(hit);
+    if (!IsBlack(emission))
+        path.find(emission *
+                  localLights.weightOfEmission(path.ray, hit, vertex.geometry, path.bsdfPdf));
+    if (isLast || !survives(vertex, sampler, path)) return false;
+    const Color reflected =
+        directLight(vertex, path.ray.time, path.depth, sampler, vertex.visit.squares);
+    vertex.visit.reflected = Luminance(reflected);
+    path.radianceAfter(path.depth + 1) += path.throughput * reflected;
+    return true;
+}
+
+/// Gives the path its next ray. Returns false if it is absorbed.
+bool PathTracer::leave(const Vertex& vertex, const Sampler& sampler, Path& path) const {
+    const Color before = path.throughput;
+    const bool goesOn = bounce(vertex, sampler, path);
+    if (path.visits) path.teach(vertex, goesOn ? before : Color(0));
+    return goesOn;
 }
 
 PathTracer::Traced PathTracer::background(const V3f& direction) const {

@@ -1,6 +1,8 @@
 #ifndef LANTERN_DRAWING_PATHTRACER_H
 #define LANTERN_DRAWING_PATHTRACER_H
 
+#include <optional>
+
 #include "SceneData.h"
 #include "drawing/CameraRays.h"
 #include "drawing/EmbreeScene.h"
@@ -40,6 +42,14 @@ private:
 
     void traceToLearn(const Sampler& sampler, std::vector<Guide::Visit>& visits) const;
     Traced tracePath(Path& path, const Sampler& sampler, FirstHit* first) const;
+    void follow(std::optional<Vertex>& vertex, const Sampler& sampler, Path& path) const;
+    static int waysFrom(const Vertex& vertex, const Path& path);
+    void branch(const Vertex& vertex, int count, const Sampler& sampler, Path& path) const;
+    bool advance(const Vertex& vertex, const Sampler& sampler, Path& path,
+                 std::optional<Vertex>& next) const;
+    RayHit meet(const Sampler& sampler, Path& path) const;
+    bool arrive(const RayHit& hit, const Sampler& sampler, Path& path, Vertex& vertex) const;
+    bool leave(const Vertex& vertex, const Sampler& sampler, Path& path) const;
     Traced background(const V3f& direction) const;
     void describe(const Ray& ray, const RayHit& hit, const Vertex& vertex, FirstHit& first) const;
     V2f motionOf(const Ray& ray, const RayHit& hit) const;

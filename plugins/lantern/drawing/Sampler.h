@@ -64,6 +64,15 @@ public:
         : seed(Hash(Hash(Hash(static_cast<std::uint32_t>(x)), static_cast<std::uint32_t>(y)))),
           reversedPath(ReverseBits(static_cast<std::uint32_t>(path))) {}
 
+    /// The random numbers of one of `count` ways in which the path goes on. The first path of a
+    /// pixel is divided into the first `count` ones, and so on, which are well distributed, too.
+    Sampler branch(int way, int count) const {
+        Sampler result = *this;
+        const std::uint32_t path = ReverseBits(reversedPath) * static_cast<std::uint32_t>(count);
+        result.reversedPath = ReverseBits(path + static_cast<std::uint32_t>(way));
+        return result;
+    }
+
     /// Two numbers in [0, 1), independent for each purpose. The pairs of the paths of one pixel are
     /// well distributed over the unit square.
     V2f pair(std::uint32_t purpose) const {

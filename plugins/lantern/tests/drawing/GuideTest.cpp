@@ -111,9 +111,35 @@ TEST(Guide, SeldomSamplesLightsThatHaveNotBeenSeen) {
     for (Guide::Visit& visit : visits)
         visit.squares = {0, 1, 1e-8f};
     const Guide guide(visits);
-    EXPECT_NEAR(guide.at({0, 0, 0})->sampling[Guide::Environments], 0.1f, 1e-6f);
+    EXPECT_NEAR(guide.at({0, 0, 0})->sampling[Guide::Environments], 0.3f, 1e-6f);
     EXPECT_EQ(guide.at({0, 0, 0})->sampling[Guide::Suns], 1);
-    EXPECT_NEAR(guide.at({0, 0, 0})->sampling[Guide::LocalOnes], 0.1f, 1e-6f);
+    EXPECT_NEAR(guide.at({0, 0, 0})->sampling[Guide::LocalOnes], 0.3f, 1e-6f);
+}
+
+TEST(Guide, ComparesTheNoiseOfPlacesWithWhatTheCameraSees) {
+    std::vector<Guide::Visit> visits = TwoPlaces();
+    for (Guide::Visit& visit : visits) {
+        visit.isFirst = visit.position.x == 0;
+        visit.found *= visit.isFirst ? 1 : 10;
+    }
+    const Guide guide(visits);
+    EXPECT_NEAR(guide.at({0, 0, 0})->noise, 1, 1e-5f);
+    EXPECT_NEAR(guide.at({10, 0, 0})->noise, 10, 0.5f);
+}
+
+TEST(Guide, MeasuresNoiseOfRareLightThatIsReflected) {
+    std::vector<Guide::Visit> visits;
+    for (const V3f& direction : Sphere(1000)) {
+        visits.push_back(VisitAt({0, 0, 0}, direction));
+        visits.back().isFirst = true;
+        visits.back().goesOn = true;
+        visits.push_back(VisitAt({0, 0, 10}, direction));
+        visits.back().found = direction.z > 0.98f ? 100.0f : 0; // 1 in 100
+    }
+    // A bounce reflects half of the light, and so half of its root mean square.
+    const Guide guide(visits);
+    EXPECT_NEAR(guide.at({0, 0, 10})->noise, 2, 0.01f);
+    EXPECT_NEAR(guide.at({0, 0, 10})->reflected, 0.5f, 0.01f);
 }
 
 TEST(Guide, IgnoresLightThatIsNotFinite) {

@@ -42,6 +42,16 @@ TEST(Sampler, StratifiesSixteenPathsInBoxesOfAnyShape) {
     EXPECT_EQ(BoxesHit(1, 16), 16u);
 }
 
+TEST(Sampler, DividesPathsIntoThoseOfMorePathsPerPixel) {
+    for (int path = 0; path < 8; ++path) {
+        for (int way = 0; way < 4; ++way) {
+            SCOPED_TRACE(path * 4 + way);
+            EXPECT_EQ(Sampler(7, 9, path).branch(way, 4).pair(3),
+                      Sampler(7, 9, path * 4 + way).pair(3));
+        }
+    }
+}
+
 TEST(Sampler, GivesAnotherPairForEachPixelPathAndPurpose) {
     const Imath::V2f one = Sampler(7, 9, 2).pair(3);
     EXPECT_EQ(one, Sampler(7, 9, 2).pair(3));
