@@ -250,6 +250,7 @@ std::vector<Guide::Light> Guide::lightOf(const std::vector<Visit>& visits) {
         double count = 0;
     };
     std::vector<std::size_t> places;
+    places.reserve(visits.size());
     for (const Visit& visit : visits)
         places.push_back(regionOf(visit.position));
     std::vector<Light> light(visits.size());
