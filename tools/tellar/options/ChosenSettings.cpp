@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <exception>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/GroupBuilder.h>
@@ -34,6 +37,14 @@ std::vector<std::string> UsualLayers() {
             "depth",  "id",          "motion",         "normal",       "position"};
 }
 
+/// Empty if the layer is a usual one, or is not similar to any of these.
+std::string HintAboutLayer(const std::string& layer) {
+    const std::vector<std::string> usual = UsualLayers();
+    if (std::find(usual.begin(), usual.end(), layer) != usual.end()) return {};
+    const std::string question = TellarInternal::DidYouMean(usual, layer);
+    return question.empty() ? question : "--aov: \"" + layer + "\" is not a usual layer" + question;
+}
+
 } // namespace
 
 void CheckChosen(const ChosenSettings& chosen) {
@@ -43,14 +54,10 @@ void CheckChosen(const ChosenSettings& chosen) {
 }
 
 std::vector<std::string> HintsAbout(const ChosenSettings& chosen) {
-    const std::vector<std::string> usual = UsualLayers();
     std::vector<std::string> hints = HintsAbout(chosen.others);
-    for (const std::string& layer : chosen.aovs) {
-        if (std::find(usual.begin(), usual.end(), layer) != usual.end()) continue;
-        const std::string question = TellarInternal::DidYouMean(usual, layer);
-        if (!question.empty())
-            hints.push_back("--aov: \"" + layer + "\" is not a usual layer" + question);
-    }
+    for (const std::string& layer : chosen.aovs)
+        if (std::string hint = HintAboutLayer(layer); !hint.empty())
+            hints.push_back(std::move(hint));
     return hints;
 }
 
