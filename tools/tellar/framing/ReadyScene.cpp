@@ -121,7 +121,7 @@ public:
                 const std::vector<float>& times)
         : scene(scene), root(root), times(times), camera(std::move(camera)),
           place(FreeName(root, "studio")), framing(double(ReadResolution(root).aspect())),
-          survey(SurveyScene(root, times, nullptr)) {}
+          survey(FindFirstCameraAndLight(root)) {}
 
     bool isDark() const { return survey.lights == 0; }
 
@@ -151,9 +151,7 @@ private:
     void chooseCamera() {
         if (!survey.cameras.empty()) {
             camera.path = survey.cameras.front();
-            told.push_back((survey.cameras.size() > 1 ? "it is seen by the first of its cameras, "
-                                                      : "it is seen by its camera, ") +
-                           camera.path);
+            told.push_back("it is seen by its first camera, " + camera.path);
             return;
         }
         frameShapes();

@@ -100,7 +100,7 @@ public:
         if (framing) addShape(location, type, isLeaf);
     }
 
-    SceneSurvey& getSurvey() { return survey; }
+    const SceneSurvey& getSurvey() const { return survey; }
 
 private:
     void addShape(GeometryProducer& location, const std::string& type, bool isLeaf) {
@@ -155,16 +155,16 @@ private:
         left -= static_cast<std::int64_t>(points.size());
     }
 
-    const std::vector<float>& times;
+    const std::vector<float> times;
     Framing* const framing;
     std::int64_t left = kMostPoints;
     SceneSurvey survey;
 };
 
-} // namespace
-
-SceneSurvey SurveyScene(const Ptr& root, const std::vector<float>& times, Framing* framing) {
-    Surveyor surveyor(times, framing);
+/// Calls `visit` with each visible location, and with whether it has no children, until it returns
+/// false.
+template <typename Visit>
+void WalkVisible(const Ptr& root, Visit visit) {
     // A stack of its own, because scenes can be nested deeper than calls.
     std::vector<Ptr> waiting = {root};
     while (!waiting.empty()) {
@@ -175,10 +175,29 @@ SceneSurvey SurveyScene(const Ptr& root, const std::vector<float>& times, Framin
         }
         if (IsHidden(*location)) continue;
         Ptr child = location->getFirstChild();
-        surveyor.visit(*location, !child);
+        if (!visit(*location, !child)) return;
         if (child) waiting.push_back(std::move(child));
     }
-    return std::move(surveyor.getSurvey());
+}
+
+} // namespace
+
+SceneSurvey SurveyScene(const Ptr& root, const std::vector<float>& times, Framing* framing) {
+    Surveyor surveyor(times, framing);
+    WalkVisible(root, [&surveyor](GeometryProducer& location, bool isLeaf) {
+        surveyor.visit(location, isLeaf);
+        return true;
+    });
+    return surveyor.getSurvey();
+}
+
+SceneSurvey FindFirstCameraAndLight(const Ptr& root) {
+    Surveyor surveyor({}, nullptr);
+    WalkVisible(root, [&surveyor](GeometryProducer& location, bool isLeaf) {
+        surveyor.visit(location, isLeaf);
+        return surveyor.getSurvey().cameras.empty() || surveyor.getSurvey().lights == 0;
+    });
+    return surveyor.getSurvey();
 }
 
 } // namespace TellarTool

@@ -23,6 +23,10 @@ struct SceneSurvey {
 SceneSurvey SurveyScene(const TELLAR::GeometryProducer::Ptr& root, const std::vector<float>& times,
                         Framing* framing);
 
+/// Walks visible locations until it has found a camera and a light. The first camera is the same as
+/// that of a whole survey.
+SceneSurvey FindFirstCameraAndLight(const TELLAR::GeometryProducer::Ptr& root);
+
 } // namespace TellarTool
 
 #endif
