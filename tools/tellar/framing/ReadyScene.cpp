@@ -27,8 +27,8 @@ using TELLAR::GeometryProducer;
 constexpr int kShorterSide = 512; // pixels, for a picture without a given size
 constexpr double kMostAspect = 16;
 constexpr float kSameAspect = 1e-4f;
-// What is seen around a point alone, which renderers draw as a small ball: its radius, and the
-// least share of the distance from the origin, where coordinates have no more digits.
+// The radius around a point alone, which renderers draw as a small ball, that the picture shows.
+// Far from the origin, where coordinates have fewer digits, it is a share of the distance.
 constexpr double kLonePointView = 0.02;
 constexpr double kLeastShare = 1e-5;
 
