@@ -63,6 +63,20 @@ TEST(WhiteFurnace, ShowsTheAlbedo) {
     EXPECT_NEAR(mean.b, 0.75, 0.015);
 }
 
+TEST(Draw, KeepsTheMeanWhereItDividesPaths) {
+    // Far more light than elsewhere leaves the sphere, so that paths from there are divided.
+    // Pictures of 8 by 8 pixels are too small to learn that from.
+    const auto mean = [](int side, int samples) {
+        SceneData scene = EmptyScene(side, side);
+        AddMesh(scene, Square(-99, -99, 99, 99, -6), AddMaterial(scene, Matt(Color(0.02f))));
+        AddSphere(scene, {0, 0, -4}, 1, AddMaterial(scene, Matt(kWhite)));
+        AddEnvironment(scene);
+        return Mean(Drawn(scene, samples)).g;
+    };
+    const float undivided = mean(8, 1024);
+    EXPECT_NEAR(mean(64, 16), undivided, 0.03f * undivided);
+}
+
 TEST(WhiteFurnace, MakesASphereOfAnyWhiteMaterialInvisible) {
     for (const float roughness : {0.0f, 0.3f, 1.0f})
         for (const float metalness : {0.0f, 1.0f})
