@@ -236,6 +236,16 @@ class Lights(ModelTest):
         self.assertEqual(self.render(scene)[1],
                          f"tellar: info: {scene} has no camera: {FRAMED}\n")
 
+    def test_a_light_behind_the_first_camera_is_found_too(self):
+        scene = self.write("both.json", {"ops": [
+            {"name": "eye", "type": "Camera", "args": {"path": "/root/eye"}},
+            {"name": "rest", "type": "StaticScene", "args": {"c": {
+                "lamp": {"a": {"type": "light", "light": {"type": "point"}}},
+                "ball": {"a": {"type": "sphere"}}}}},
+            {"name": "all", "type": "Merge", "inputs": ["eye", "rest"]}]})
+        self.assertEqual(self.render(scene)[1],
+                         f"tellar: info: {scene}: it is seen by its first camera, /root/eye\n")
+
     def test_the_studio_stays_apart_from_locations_of_its_name(self):
         scene = self.write("own.json", {"ops": [{"name": "scene", "type": "StaticScene", "args": {
             "c": {"studio": {"a": {"type": "sphere"}}}}}]})
