@@ -47,7 +47,7 @@ std::string FindTiles(const std::string& folder, const std::string& reference, s
 /// files with images.
 bool IsFirstFailure(const std::string& cacheFolder) {
     static std::mutex lock;
-    static std::set<std::string> known;
+    static auto& known = *new std::set<std::string>; // threads may import until the process ends
     const std::lock_guard<std::mutex> guard(lock);
     return known.insert(cacheFolder).second;
 }
