@@ -47,7 +47,7 @@ void CheckFiles(const SceneFiles& files, bool allowMissing) {
 }
 
 /// Throws Stopped after a signal.
-void Check(const StopSignals& signals) {
+void CheckSignals(const StopSignals& signals) {
     signals.throwIfNoted("nothing is packed");
 }
 
@@ -67,7 +67,7 @@ void CopyContent(const std::string& source, const fs::path& target, const StopSi
     std::size_t bytes = piece.size();
     bool isGood = to != nullptr;
     while (isGood && bytes == piece.size()) {
-        Check(signals);
+        CheckSignals(signals);
         bytes = std::fread(piece.data(), 1, piece.size(), from.get());
         isGood = !std::ferror(from.get()) && std::fwrite(piece.data(), 1, bytes, to.get()) == bytes;
     }
@@ -86,10 +86,10 @@ void Copy(const std::string& source, const fs::path& target, const StopSignals& 
 
 void CopyAll(const PackPlan& plan, const fs::path& folder, const StopSignals& signals) {
     for (const auto& [place, source] : plan.getSources()) {
-        Check(signals);
+        CheckSignals(signals);
         if (!fs::exists(folder / place)) Copy(source, folder / place, signals);
     }
-    Check(signals);
+    CheckSignals(signals);
 }
 
 const ImportedFile* FindImport(const SceneFiles& files, const std::string& path) {
@@ -132,7 +132,7 @@ void AddWhatIsMissed(PackPlan& plan, const SceneFiles& files, const fs::path& fo
     const Scene packedScene((folder / plan.getSceneName()).string());
     const SceneFiles packed = FindSceneFiles(packedScene);
     // Ctrl-C ends the processes that read models, too, which is then no failure of the scene.
-    Check(signals);
+    CheckSignals(signals);
     if (!packed.failure.empty())
         throw std::runtime_error("the packed scene cannot be opened: " + packed.failure);
     for (const ImportedFile& original : files.imports) {

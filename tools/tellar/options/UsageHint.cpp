@@ -50,8 +50,8 @@ std::string HintAboutOptions(const CLI::App& app, const std::vector<std::string>
 
 std::string ComplaintAboutSubcommand(const CLI::App& app,
                                      const std::vector<std::string>& arguments) {
-    static const std::string kList = "; \"tellar --help\" lists them";
-    if (arguments.empty()) return "a subcommand is required" + kList;
+    const std::string list = "; \"tellar --help\" lists them";
+    if (arguments.empty()) return "a subcommand is required" + list;
     if (arguments.front().empty() || arguments.front().front() == '-') return {};
     const std::string& name = arguments.front();
     if (FindSubcommand(app, name)) return {};
@@ -59,7 +59,7 @@ std::string ComplaintAboutSubcommand(const CLI::App& app,
     for (const CLI::App* const subcommand : app.get_subcommands(nullptr))
         names.push_back(subcommand->get_name());
     const std::string hint = TellarInternal::DidYouMean(names, name);
-    return "there is no subcommand \"" + name + '"' + (hint.empty() ? kList : hint);
+    return "there is no subcommand \"" + name + '"' + (hint.empty() ? list : hint);
 }
 
 } // namespace TellarTool
