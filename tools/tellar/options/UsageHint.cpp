@@ -42,7 +42,7 @@ std::string HintAboutOptions(const CLI::App& app, const std::vector<std::string>
         const std::string name = argument.substr(0, argument.find('='));
         if (!IsLongOption(name) || std::find(names.begin(), names.end(), name) != names.end())
             continue;
-        const std::string hint = TellarInternal::DidYouMean(names, name);
+        std::string hint = TellarInternal::DidYouMean(names, name);
         if (!hint.empty()) return hint;
     }
     return {};
