@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include <OxTellarSDK/TellarError.h>
+
 #include "text/SimilarNames.h"
 
 namespace TellarOps {
@@ -63,7 +65,8 @@ std::vector<std::string> Copy(const ConstStringSample& sample) {
 } // namespace
 
 void ThrowArgumentError(std::string_view name, const std::string& complaint) {
-    throw std::runtime_error("Argument \"" + std::string(name) + "\" " + complaint + ".");
+    throw TellarError::OfAttribute(std::string(name),
+                                   "Argument \"" + std::string(name) + "\" " + complaint + ".");
 }
 
 namespace {
@@ -75,7 +78,7 @@ namespace {
     const std::string complaint = "is not known to the op type \"" + description.name + '"';
     const std::string hint = TellarInternal::DidYouMean(names, name);
     if (hint.empty()) ThrowArgumentError(name, complaint);
-    throw std::runtime_error("Argument \"" + name + "\" " + complaint + hint);
+    throw TellarError::OfAttribute(name, "Argument \"" + name + "\" " + complaint + hint);
 }
 
 } // namespace
@@ -122,7 +125,8 @@ std::vector<std::string> ArgReader::globs(std::string_view name) const {
     try {
         OxLocationPath::Patterns{globs};
     } catch (const std::runtime_error& error) {
-        throw std::runtime_error("Argument \"" + std::string(name) + "\": " + error.what());
+        throw TellarError::OfAttribute(std::string(name),
+                                       "Argument \"" + std::string(name) + "\": " + error.what());
     }
     return globs;
 }

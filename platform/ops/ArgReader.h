@@ -16,12 +16,12 @@ namespace TellarOps {
 enum class NumberForm { AsGiven, Double };
 
 /// Reads an Op's arguments strictly. A wrong type, a wrong number of values or a missing required
-/// argument throws std::runtime_error, which names the argument and its type in the description.
+/// argument throws TellarError, which names the argument and its type in the description.
 ///
 /// For one thread; description and arguments must outlive it.
 class ArgReader {
 public:
-    /// Throws std::runtime_error for an argument that the description does not list.
+    /// Throws TellarError for an argument that the description does not list.
     ArgReader(const OxOpType::Description& description, const OxAttribute::GroupAttribute& args);
 
     std::string requiredString(std::string_view name) const;
@@ -65,7 +65,7 @@ private:
     const OxAttribute::GroupAttribute& args;
 };
 
-/// Throws std::runtime_error 'Argument "<name>" <complaint>.'.
+/// Throws TellarError 'Argument "<name>" <complaint>.' with the name as its attribute.
 [[noreturn]] void ThrowArgumentError(std::string_view name, const std::string& complaint);
 
 } // namespace TellarOps

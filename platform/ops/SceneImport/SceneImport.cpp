@@ -12,6 +12,7 @@
 
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/LocationPath.h>
+#include <OxTellarSDK/TellarError.h>
 #include <OxTellarSDK/TextureReferences.h>
 
 #include "../BuiltinOp.h"
@@ -63,8 +64,8 @@ public:
         try {
             return file.scene();
         } catch (const std::runtime_error& error) {
-            throw std::runtime_error("Cannot read scene file \"" + settings.file +
-                                     "\": " + error.what());
+            throw TellarError::OfFile(settings.file, "Cannot read scene file \"" + settings.file +
+                                                         "\": " + error.what());
         }
     }
 
@@ -185,8 +186,8 @@ void CookLocation(CookContext& context, const Settings& settings, const Scene& s
 
 void CheckNames(const Settings& settings, const Scene& scene) {
     if (TowardsMaterials(settings, settings.location) == scene.rootName())
-        throw std::runtime_error("Argument \"materialLocation\" hides the scene's root node \"" +
-                                 scene.rootName() + "\".");
+        TellarOps::ThrowArgumentError("materialLocation",
+                                      "hides the scene's root node \"" + scene.rootName() + '"');
 }
 
 void CookAncestor(CookContext& context, const Settings& settings) {

@@ -4,6 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <OxTellarSDK/TellarError.h>
+
 #include "OpTypeScenes.h"
 
 namespace {
@@ -74,6 +76,20 @@ TEST(OpTypes, RefuseArgumentsOfAWrongTypeOrLength) {
                 HasSubstr("Argument \"fov\" must be double."));
     EXPECT_THAT(CookErrorOf("Camera", Group({{"projection", Texts({"a", "b"})}}), 1),
                 HasSubstr("Argument \"projection\" must be string."));
+}
+
+TEST(OpTypes, NameTheArgumentAtFaultInTheFactsOfTheError) {
+    Graph graph;
+    const Op prune = graph.add("Prune", Group({{"paths", Int(1)}}), {graph.add("StaticScene", {})});
+    try {
+        graph.cook(prune, "/root");
+        FAIL() << "it was cooked";
+    } catch (const TellarError& error) {
+        EXPECT_EQ(error.getFacts().code, kOxErrorValue);
+        EXPECT_EQ(error.getFacts().attribute, "paths");
+        EXPECT_EQ(error.getFacts().opType, "Prune");
+        EXPECT_EQ(error.getFacts().location, "/root");
+    }
 }
 
 TEST(OpTypes, RefuseInvalidGlobsAndPaths) {

@@ -21,7 +21,7 @@ struct DescriptionText {
 };
 
 /// Reads an op-tree description written as JSON (docs/description-json.md). Throws
-/// std::runtime_error "<source>:<line>:<column>: ..." naming the Op at fault. Relative
+/// TellarError "<source>:<line>:<column>: ..." naming the Op at fault. Relative
 /// files are relative to `directory`. Fills `told` unless it is null.
 OXTELLARSDK_API GroupAttribute ParseDescriptionJson(std::string_view text,
                                                     const std::string& source,

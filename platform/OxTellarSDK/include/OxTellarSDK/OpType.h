@@ -96,7 +96,7 @@ public:
     /// library.
     virtual const Description& description() const = 0;
     /// Checks and parses the arguments, once for all Ops with equal identity. `args` may be
-    /// invalid. Should throw std::runtime_error naming the argument at fault.
+    /// invalid. Should throw TellarError::OfAttribute naming the argument at fault.
     virtual std::shared_ptr<const State> prepare(const OxAttribute::GroupAttribute& args,
                                                  std::size_t numberOfInputs) const;
     virtual void cook(CookContext& context) const = 0;

@@ -177,7 +177,7 @@ public:
     /// valid data whose doesLocationExist is false, and so does every location while the client has
     /// no Op.
     ///
-    /// Throws std::runtime_error naming the Op, its type and the location when an Op fails because
+    /// Throws TellarError naming the Op, its type and the location when an Op fails because
     /// its type is unknown, it is part of a cycle, or it threw an exception. An Op may use other
     /// clients while it cooks. If a location that it asks for needs its own result in turn, the
     /// cook throws "the location needs itself", even when different threads cook the two.
@@ -238,7 +238,7 @@ public:
     /// Null entries are kept. A null input has no locations.
     void setOpInputs(const std::shared_ptr<Op>& op, const std::vector<std::shared_ptr<Op>>& inputs);
     /// Reads a serialised op file, creates its Ops and returns the terminal one. Throws
-    /// std::runtime_error naming the file (if known) when it is not a sound op file.
+    /// TellarError naming the file (if known) when it is not a sound op file.
     std::shared_ptr<Op> deserializeOps(void* stream, StreamRead read);
     /// The same for a file from its beginning. Relative "directory" arguments count from the folder
     /// of the file.

@@ -62,14 +62,20 @@ private:
     RegularFile::State openedState;
 };
 
+/// How errors about a stream call it.
+struct StreamName {
+    std::string text; ///< as the subject of a sentence
+    std::string file; ///< the path; empty for a stream that is not a FileStream
+};
+
 /// The part of FileStream for readers that want the whole file at once.
 class FileStreamAccess {
 public:
     /// The rest of a stream, in one piece. If the stream is a FileStream at the start of a large
-    /// plain file, the file is opened by FileBuffer::Open. Assigns the name of the file to `name`,
-    /// which stays as it is for other streams.
+    /// plain file, the file is opened by FileBuffer::Open. Assigns the name of a FileStream to
+    /// `name`, which stays as it is for other streams.
     static FileBuffer ReadAll(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
-                              std::string& name);
+                              StreamName& name);
 };
 
 } // namespace OxAttribute

@@ -14,6 +14,7 @@
 
 #include <OxConfiguration/Configuration.h>
 #include <OxTellarSDK/AttributeTypes.h>
+#include <OxTellarSDK/TellarError.h>
 
 #include "FileBuffer.h"
 #include "NamedLogger.h"
@@ -71,7 +72,7 @@ struct FileStream::State {
     std::uint64_t delivered = 0;
 
     [[noreturn]] void fail(const std::string& reason) const {
-        throw std::runtime_error("Cannot read file \"" + path + "\": " + reason);
+        throw TellarError::OfFile(path, "Cannot read file \"" + path + "\": " + reason);
     }
 
     std::int64_t readPlain(void* buffer, std::int64_t bytes) const {
@@ -174,7 +175,7 @@ namespace {
 
 /// Reads to the end of the stream; errors call it `name`.
 FileBuffer ReadToEnd(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
-                     std::uint64_t expected, const std::string& name) {
+                     std::uint64_t expected, const StreamName& name) {
     // One byte more than expected shows the end without a second buffer.
     FileBuffer buffer = FileBuffer::Allocate(std::max<std::uint64_t>(expected + 1, 65536));
     std::uint64_t filled = 0;
@@ -187,7 +188,8 @@ FileBuffer ReadToEnd(void* stream, std::int64_t (*read)(void*, void*, std::int64
         const std::int64_t got =
             read(stream, buffer.data() + filled, static_cast<std::int64_t>(buffer.size() - filled));
         if (got < 0 || static_cast<std::uint64_t>(got) > buffer.size() - filled)
-            throw std::runtime_error("Cannot read " + name + ": the stream failed");
+            throw TellarError::OfFile(name.file,
+                                      "Cannot read " + name.text + ": the stream failed");
         if (got == 0) break;
         filled += static_cast<std::uint64_t>(got);
     }
@@ -198,11 +200,11 @@ FileBuffer ReadToEnd(void* stream, std::int64_t (*read)(void*, void*, std::int64
 } // namespace
 
 FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
-                                     std::string& name) {
+                                     StreamName& name) {
     std::uint64_t expected = 0;
     if (read == &FileStream::read) {
         const FileStream::State& state = *static_cast<FileStream*>(stream)->state;
-        name = "File \"" + state.path + '"';
+        name = {"File \"" + state.path + '"', state.path};
         if (!state.decompressor && !state.touched) {
             expected = state.opened.bytes;
             if (FileBuffer file = state.openInPlace(); file.isOpen()) return file;

@@ -11,6 +11,7 @@
 
 #include "Container.h"
 #include "ContainerWriter.h"
+#include "NamingFile.h"
 #include "OpDescription.h"
 #include "files/ReplacingFile.h"
 
@@ -69,9 +70,11 @@ private:
 
 void WriteFile(const std::string& path, const Attribute& attribute, ContainerKind kind,
                bool compress) {
-    FileWriter file(path, compress);
-    WriteContainer(attribute, kind, &file, &FileWriter::Write, "file \"" + path + '"');
-    file.commit();
+    NamingFile(path, [&] {
+        FileWriter file(path, compress);
+        WriteContainer(attribute, kind, &file, &FileWriter::Write, "file \"" + path + '"');
+        file.commit();
+    });
 }
 
 FileKind KindOf(const ContainerHeader& header) {
@@ -116,9 +119,14 @@ std::string DefectOf(const GroupAttribute& op, const GroupAttribute& description
     return {};
 }
 
-[[noreturn]] void RefuseOp(const std::string& source, const std::string& op,
+[[noreturn]] void RefuseOp(const StreamName& source, const std::string& op,
                            const std::string& defect) {
-    throw std::runtime_error(source + ": the op \"" + op + "\" " + defect);
+    ErrorFacts facts;
+    facts.code = kOxErrorFile;
+    facts.text = source.text + ": the op \"" + op + "\" " + defect;
+    facts.op = op;
+    facts.file = source.file;
+    throw TellarError(std::move(facts));
 }
 
 } // namespace
@@ -138,9 +146,9 @@ void WriteAttributeFile(const std::string& path, const Attribute& attribute, boo
     WriteFile(path, attribute, ContainerKind::AttributeStream, compress);
 }
 
-void CheckOpDescription(const GroupAttribute& description, const std::string& source) {
+void CheckOpDescription(const GroupAttribute& description, const StreamName& source) {
     if (!description.isValid() || description.getNumberOfChildren() == 0)
-        throw std::runtime_error(source + ": there is no op in it");
+        throw TellarError::OfFile(source.file, source.text + ": there is no op in it");
     for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i) {
         const GroupAttribute op(description.getChildByIndex(i));
         const std::string defect = DefectOf(op, description);
@@ -149,15 +157,15 @@ void CheckOpDescription(const GroupAttribute& description, const std::string& so
 }
 
 void WriteOpFile(const std::string& path, const GroupAttribute& description, bool compress) {
-    CheckOpDescription(description, "Cannot write op file \"" + path + "\"");
+    CheckOpDescription(description, {"Cannot write op file \"" + path + "\"", path});
     WriteFile(path, description, ContainerKind::OpFile, compress);
 }
 
 GroupAttribute ReadOpStream(void* stream, StreamRead read) {
-    std::string name = "the op stream";
+    StreamName name{"the op stream", {}};
     FileBuffer buffer = FileStreamAccess::ReadAll(stream, read, name);
     GroupAttribute description(Container::Open(std::move(buffer), name, ContainerKind::OpFile));
-    if (!description.isValid()) throw std::runtime_error(name + " holds no group");
+    if (!description.isValid()) throw TellarError::OfFile(name.file, name.text + " holds no group");
     CheckOpDescription(description, name);
     return description;
 }

@@ -12,6 +12,7 @@
 
 #include "AttributeJsonReader.h"
 #include "JsonFields.h"
+#include "NamingFile.h"
 #include "OpDirectory.h"
 #include "text/JsonTree.h"
 #include "text/MessageText.h"
@@ -155,7 +156,8 @@ std::string ReadAll(FileStream& stream) {
     for (;;) {
         const std::int64_t bytes =
             FileStream::read(&stream, piece.data(), static_cast<std::int64_t>(piece.size()));
-        if (bytes < 0) throw std::runtime_error(stream.getPath() + ": cannot be read");
+        if (bytes < 0)
+            throw TellarError::OfFile(stream.getPath(), stream.getPath() + ": cannot be read");
         if (bytes == 0) return text;
         text.append(piece, 0, static_cast<std::size_t>(bytes));
     }
@@ -205,11 +207,13 @@ DescriptionText TextOf(const DescriptionReader& reader, const GroupAttribute& de
 
 GroupAttribute ParseDescriptionJson(std::string_view text, const std::string& source,
                                     const std::string& directory, DescriptionText* told) {
-    const JsonTree tree(text, source, kJsonDepthLimit);
-    DescriptionReader reader(tree, directory);
-    GroupAttribute description = reader.read();
-    if (told) *told = TextOf(reader, description, text, source);
-    return description;
+    return NamingFile(source, [&] {
+        const JsonTree tree(text, source, kJsonDepthLimit);
+        DescriptionReader reader(tree, directory);
+        GroupAttribute description = reader.read();
+        if (told) *told = TextOf(reader, description, text, source);
+        return description;
+    });
 }
 
 GroupAttribute ReadDescriptionJsonFile(const std::string& path) {
@@ -219,7 +223,9 @@ GroupAttribute ReadDescriptionJsonFile(const std::string& path) {
 
 GroupAttribute ReadDescriptionJsonFile(FileStream& stream, DescriptionText* told) {
     const std::string text = ReadAll(stream);
-    return ParseDescriptionJson(text, stream.getPath(), FolderOfFile(stream.getPath()), told);
+    const std::string folder =
+        NamingFile(stream.getPath(), [&] { return FolderOfFile(stream.getPath()); });
+    return ParseDescriptionJson(text, stream.getPath(), folder, told);
 }
 
 } // namespace OxAttribute

@@ -12,6 +12,8 @@
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/TextureReferences.h>
 
+#include "NamingFile.h"
+
 namespace OxAttribute {
 
 namespace {
@@ -107,7 +109,7 @@ GroupAttribute WithFolderOfFile(const GroupAttribute& description, const std::st
         const GroupAttribute group(op);
         const GroupAttribute args(group.getChildByIndex(group.findChild("opArgs")));
         if (HasRelativeDirectory(args, std::string(TextAt(group, "opType")))) {
-            if (folder.empty()) folder = FolderOfFile(path);
+            if (folder.empty()) folder = NamingFile(path, [&] { return FolderOfFile(path); });
             op = WithArgs(group, WithAbsoluteDirectory(args, folder));
         }
         ops.emplace_back(description.getChildName(i), op);

@@ -148,10 +148,20 @@ std::string OpNode::label() const {
     return "Op \"" + name + "\" (" + typeName + ")";
 }
 
+void OpNode::fail(const std::string& path, ErrorFacts cause) const {
+    // Types other than TellarError tell only that the cook failed.
+    if (cause.code == kOxErrorUnknown) cause.code = kOxErrorCook;
+    cause.text = label() + " at \"" + path + "\": " + cause.text;
+    cause.op = name;
+    cause.opType = typeName;
+    cause.location = path;
+    throw CookError(std::move(cause));
+}
+
 LocationData OpNode::cook(const std::string& path, std::uint32_t eviction,
                           LocationNode** found) const {
     if (found) *found = nullptr;
-    if (defect) throw CookError(label() + " at \"" + path + "\": " + *defect);
+    if (defect) fail(path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}});
     LocationNode* node = store->findOrAdd(path);
     if (!node) return MissingLocation();
     if (found) *found = node;
@@ -171,7 +181,7 @@ LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
     for (;;) {
         if (state & LocationNode::kCooking) {
             if (IsMadeByThisThread(&node) || !WaitForCook(node))
-                throw CookError(label() + " at \"" + path + "\": the location needs itself");
+                fail(path, {kOxErrorCook, "the location needs itself", {}, {}, {}, {}, {}});
             state = node.state.load(std::memory_order_acquire);
             continue;
         }
@@ -215,7 +225,7 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
                                 std::uint32_t eviction) const {
     const MakingScope scope(&node);
     CountCook();
-    std::string reason;
+    ErrorFacts cause;
     try {
         const OxOpType::State* state = store->prepare(*type, args, inputs.size());
         Cook cook(*this, node, path, eviction, state);
@@ -224,11 +234,11 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
     } catch (const CookError&) {
         throw; // the text names the Op that failed
     } catch (const std::exception& error) {
-        reason = TELLAR::TextOf(error);
+        cause = FactsOf(error);
     } catch (...) {
-        reason = "it threw something that is no std::exception";
+        cause.text = "it threw something that is no std::exception";
     }
-    throw CookError(label() + " at \"" + path + "\": " + reason);
+    fail(path, std::move(cause));
 }
 
 } // namespace OxTellarRuntimeDetail

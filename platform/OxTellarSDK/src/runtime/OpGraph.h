@@ -3,12 +3,12 @@
 
 #include <cstdint>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/OpType.h>
+#include <OxTellarSDK/TellarError.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
 #include "LocationStore.h"
@@ -40,6 +40,9 @@ struct OpNode {
     /// The Op's name in errors: "Op \"name\" (Type)".
     std::string label() const;
 
+    /// Throws a CookError about a location. `cause` has the reason as its text.
+    [[noreturn]] void fail(const std::string& path, ErrorFacts cause) const;
+
     /// Cooks a location, or returns its existing result. An `eviction` other than 0 asks for a
     /// result made since that eviction. Unless `found` is null, *found receives the location's node
     /// in the store, or null when the path is not that of a location.
@@ -58,10 +61,10 @@ private:
                             std::uint32_t eviction) const;
 };
 
-/// The exception that leaves a cook. Its text names the Op, its type and the location.
-class CookError : public std::runtime_error {
+/// The exception that leaves a cook. Its text and its facts name the Op, its type and the location.
+class CookError : public TellarError {
 public:
-    using std::runtime_error::runtime_error;
+    using TellarError::TellarError;
 };
 
 /// Gives every Op that can be reached from `ops` its identity and the store of its results. An Op

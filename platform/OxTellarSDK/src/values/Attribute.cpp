@@ -153,7 +153,7 @@ Attribute Attribute::readAttributeStream(void* stream, StreamRead read, int flag
     if (flags != 0)
         throw std::invalid_argument("readAttributeStream: flags " + std::to_string(flags) +
                                     " have no meaning");
-    std::string name = "the attribute stream";
+    StreamName name{"the attribute stream", {}};
     FileBuffer buffer = FileStreamAccess::ReadAll(stream, read, name);
     if (buffer.size() == 0) return {};
     return Container::Open(std::move(buffer), name, ContainerKind::AttributeStream);

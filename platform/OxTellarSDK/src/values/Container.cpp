@@ -5,8 +5,9 @@
 #include <cstring>
 #include <mutex>
 #include <new>
-#include <stdexcept>
 #include <vector>
+
+#include <OxTellarSDK/TellarError.h>
 
 #include "BlockHash.h"
 #include "ThreadSlot.h"
@@ -39,7 +40,7 @@ constexpr std::uint64_t kBytesPerPageOfBits = 4096 * 8 * kUnitBytes;
 
 } // namespace
 
-Container::Container(FileBuffer fileBuffer, std::string fileName)
+Container::Container(FileBuffer fileBuffer, StreamName fileName)
     : buffer(std::move(fileBuffer)), name(std::move(fileName)), ownNumber(NextNumber()),
       base(buffer.data()), bytes(buffer.size()), header{}, footer{} {}
 
@@ -49,7 +50,7 @@ void Container::FreeDeleter::operator()(void* memory) const {
     std::free(memory);
 }
 
-Attribute Container::Open(FileBuffer buffer, const std::string& name, ContainerKind wanted) {
+Attribute Container::Open(FileBuffer buffer, const StreamName& name, ContainerKind wanted) {
     Registry& registry = GetRegistry();
     Collect();
     const std::lock_guard<std::mutex> guard(registry.lock);
@@ -139,8 +140,8 @@ void Container::verifyBlock(std::uint64_t block) {
     std::uint64_t expected;
     std::memcpy(&expected, base + footer.tableOffset + block * 8, sizeof expected);
     if (HashBlock(base + begin, end - begin) != expected)
-        throw std::runtime_error(name + " is damaged: bytes " + std::to_string(begin) + " to " +
-                                 std::to_string(end) + " do not have their checksum");
+        refuse("is damaged: bytes " + std::to_string(begin) + " to " + std::to_string(end) +
+               " do not have their checksum");
     verifiedBlocks[block].store(1, std::memory_order_release);
     // Write to the bits that readers will probably need next. The kernel maps an untouched page
     // that is read first to the shared zero page and has to replace it, with a second page fault
@@ -150,7 +151,7 @@ void Container::verifyBlock(std::uint64_t block) {
 }
 
 void Container::refuse(const std::string& why) const {
-    throw std::runtime_error(name + " " + why);
+    throw TellarError::OfFile(name.file, name.text + " " + why);
 }
 
 void Container::damaged(const std::string& what, std::uint64_t unit) const {

@@ -34,8 +34,8 @@ namespace OxAttribute {
 class Container {
 public:
     /// Takes the buffer and returns the root value with one reference. `name` is for errors.
-    /// Throws std::runtime_error unless it is an undamaged file of the wanted kind.
-    static Attribute Open(FileBuffer buffer, const std::string& name, ContainerKind wanted);
+    /// Throws TellarError unless it is an undamaged file of the wanted kind.
+    static Attribute Open(FileBuffer buffer, const StreamName& name, ContainerKind wanted);
 
     /// Closes all files to which no handle is left.
     static void Collect();
@@ -111,7 +111,7 @@ private:
         void operator()(void* memory) const;
     };
 
-    Container(FileBuffer buffer, std::string name);
+    Container(FileBuffer buffer, StreamName name);
 
     Attribute root();
     bool isUnused() const;
@@ -159,7 +159,7 @@ private:
     }
 
     FileBuffer buffer;
-    std::string name;
+    const StreamName name;
     const std::uint64_t ownNumber;
     const char* base;
     std::uint64_t bytes;
