@@ -15,11 +15,26 @@
 //         return suite;
 //     }
 //
-// The table of an older version takes its functions from the newer one's: suite.retain.
+// The table of an older version takes its functions from the newer one's: suite.retain. In tables
+// that begin with the members `size` and `version`, slot 0 is the one behind these.
+
+namespace TELLAR {
+
+/// The number of bytes before slot 0: those of the members `size` and `version` in tables that have
+/// them, otherwise none.
+template <typename Table, typename = void>
+inline constexpr std::size_t kSlotsBegin = 0;
+template <typename Table>
+inline constexpr std::size_t
+    kSlotsBegin<Table, std::void_t<decltype(Table::size), decltype(Table::version)>> =
+        sizeof(Table::size) + sizeof(Table::version);
+
+} // namespace TELLAR
 
 /// Does not compile unless `member` is in slot `index` of the table and as large as a pointer.
 #define TELLAR_CHECK_SLOT(Table, index, member)                                                    \
-    static_assert(offsetof(Table, member) == (index) * sizeof(void*) &&                            \
+    static_assert(offsetof(Table, member) ==                                                       \
+                      TELLAR::kSlotsBegin<Table> + (index) * sizeof(void*) &&                      \
                   sizeof(Table::member) == sizeof(void*))
 
 /// Checks the slot and sets it.
