@@ -155,6 +155,22 @@ TEST_P(CookingProducer, LetsTheErrorOfAnOpThroughFromTheFirstChild) {
     EXPECT_EQ(ErrorOf([&] { root->getFirstChild(true); }), kPurposeError);
 }
 
+TEST_P(CookingProducer, FindsTheSiblingsOfAChildThatCannotBeCookedByIndex) {
+    const Ptr root = open(SceneUnder(
+        "fault", "TestThrow", Group({{"at", Text("/root/bad")}}),
+        Location({}, {{"bad", Location({})}, {"later", Location({})}, {"last", Location({})}})));
+    EXPECT_EQ(ErrorOf([&] { root->getChildByIndex(0); }), kPurposeError);
+    EXPECT_EQ(NameOf(root->getChildByIndex(1)), "/root/later");
+    EXPECT_EQ(NameOf(root->getChildByIndex(2)), "/root/last");
+}
+
+TEST_P(CookingProducer, ComputesAChildFoundByIndexAnewWhenItIsEvicted) {
+    const Ptr root = openCounted();
+    const int first = cookOf(root->getChildByIndex(1));
+    EXPECT_EQ(cookOf(root->getChildByIndex(1)), first);
+    EXPECT_GT(cookOf(root->getChildByIndex(1, true)), first);
+}
+
 TEST_P(CookingProducer, GoesDownAsDeepAsTheSceneDoes) {
     const Ptr root = open(Group({{"tree", OpEntry("TestTree", Group({{"endless", Int(1)}}))}}));
     Ptr producer = root;

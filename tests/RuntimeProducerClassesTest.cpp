@@ -107,6 +107,20 @@ TEST(RuntimeProducerClasses, LetCallersAddVariantsByTwoFunctions) {
     EXPECT_EQ(NameOf(root->getProducerByPath("/root/x/y/x", false)), "/root/x/y/x");
 }
 
+/// Presents its parent and itself as children.
+class RoundAboutVariant : public BranchingVariant {
+public:
+    using BranchingVariant::BranchingVariant;
+    StringAttribute getPotentialChildren() override { return Texts({".", "..", "x"}); }
+};
+
+TEST(RuntimeProducerClasses, HaveNoChildByIndexThatIsNotBelowThem) {
+    const Ptr root = new RoundAboutVariant("/root", BranchingVariant::data(), -1, nullptr);
+    EXPECT_EQ(NameOf(root->getChildByIndex(0)), "nothing");
+    EXPECT_EQ(NameOf(root->getChildByIndex(1)), "nothing");
+    EXPECT_EQ(NameOf(root->getChildByIndex(2)), "/root/x");
+}
+
 /// Presents another list of children than was cooked.
 class FilteringVariant : public BranchingVariant {
 public:
@@ -119,6 +133,8 @@ TEST(RuntimeProducerClasses, NavigateByThePotentialChildrenThatAVariantPresents)
     EXPECT_THAT(WalkChildren(root), ElementsAre("/root/y", "/root/z"));
     EXPECT_EQ(NameOf(root->getChildByName("z", false)), "/root/z");
     EXPECT_EQ(root->getChildByName("x", false), nullptr);
+    EXPECT_EQ(NameOf(root->getChildByIndex(1)), "/root/z");
+    EXPECT_EQ(NameOf(root->getChildByIndex(2)), "nothing");
 }
 
 /// Lets tests make children as a derived class may.

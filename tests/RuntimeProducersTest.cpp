@@ -111,6 +111,24 @@ TEST_P(RuntimeProducer, RefusesNamesWithASlash) {
     EXPECT_EQ(errorOf("not there/at all"), kDeepLookupError);
 }
 
+TEST_P(RuntimeProducer, FindsEachChildByTheIndexOfItsName) {
+    const Ptr root = open(TestTree(Texts({"a", "gone", "b", "a"}), {"/root/gone"}));
+    EXPECT_EQ(NameOf(root->getChildByIndex(0)), "/root/a");
+    EXPECT_EQ(NameOf(root->getChildByIndex(1)), "nothing") << "it does not exist";
+    EXPECT_EQ(NameOf(root->getChildByIndex(2)), "/root/b");
+    EXPECT_EQ(NameOf(root->getChildByIndex(3)), "/root/a");
+    EXPECT_EQ(NameOf(root->getChildByIndex(4)), "nothing");
+    EXPECT_EQ(NameOf(root->getChildByIndex(-1)), "nothing");
+    EXPECT_EQ(NameOf(root->getChildByIndex(0)->getChildByIndex(0)), "nothing");
+}
+
+TEST_P(RuntimeProducer, GoesOnToTheNextSiblingOfAChildFoundByIndex) {
+    const Ptr root =
+        openScene(Location({}, {{"a", Location({})}, {"b", Location({})}, {"c", Location({})}}));
+    EXPECT_EQ(NameOf(root->getChildByIndex(1)->getNextSibling()), "/root/c");
+    EXPECT_EQ(root->getChildByIndex(1)->getParent(), root);
+}
+
 TEST_P(RuntimeProducer, FindsAChildByItsExactName) {
     const Ptr root = openScene(
         Location({}, {{"a", Location({{"n", Int(1)}})}, {"ab", Location({{"n", Int(2)}})}}));

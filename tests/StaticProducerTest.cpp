@@ -151,6 +151,18 @@ TEST(StaticProducer, FindsAChildByName) {
     EXPECT_TRUE(dynamic_cast<StaticGeometryProducer*>(child.get()));
 }
 
+TEST(StaticProducer, FindsEachChildByIndexUnderItsTruePath) {
+    const Ptr root =
+        StaticRoot(Location({}, {{"a", Location({})}, {"b%2Ex", Location({{"n", Int(7)}})}}));
+    EXPECT_EQ(NameOf(root->getChildByIndex(0)), "/root/a");
+    EXPECT_EQ(NameOf(root->getChildByIndex(1)), "/root/b.x");
+    EXPECT_EQ(IntOf(root->getChildByIndex(1)->getAttribute("n")), 7);
+    EXPECT_EQ(root->getChildByIndex(1)->getParent(), root);
+    EXPECT_EQ(NameOf(root->getChildByIndex(2)), "nothing");
+    EXPECT_EQ(NameOf(root->getChildByIndex(-1)), "nothing");
+    EXPECT_EQ(NameOf(root->getChildByIndex(0)->getChildByIndex(0)), "nothing");
+}
+
 TEST(StaticProducer, HasNoChildOfAnotherName) {
     const Ptr root = StaticRoot(Location({}, {{"a", Location({})}}));
     EXPECT_EQ(root->getChildByName("A", false), nullptr);

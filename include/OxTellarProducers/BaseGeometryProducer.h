@@ -57,6 +57,8 @@ protected:
     const ProducerTree& getTree() const { return *tree; }
 
 private:
+    friend class GeometryProducer; // for getChildByIndex
+    Ptr findChildAt(std::int64_t index, bool evict);
     Ptr findExistingChild(std::int64_t firstIndex, bool evict);
     Ptr getChildAt(std::int64_t index, bool evict);
     Ptr getChildAt(std::int64_t index, std::string path, bool evict);

@@ -1,6 +1,7 @@
 #ifndef OXTELLARPRODUCERS_GEOMETRYPRODUCER_H
 #define OXTELLARPRODUCERS_GEOMETRYPRODUCER_H
 
+#include <cstdint>
 #include <memory>
 #include <set>
 #include <string>
@@ -66,6 +67,14 @@ public:
     /// "..": "/root/world" asked of the root, "../sibling" of any. `evict` holds for the last
     /// part.
     Ptr getProducerByPath(const std::string& path, bool evict = false);
+
+    /// The child that the potential children name at `index`, in their sample nearest to time 0.
+    /// Null when it does not exist or the index is out of range. An exception of the platform
+    /// concerns this child alone: its siblings are found at the other indices.
+    ///
+    /// A class derived from the library's own ones, or from this one, is asked for its
+    /// getPotentialChildren and its getChildByName.
+    Ptr getChildByIndex(std::int64_t index, bool evict = false);
 
     /// The "type" attribute; empty when it is missing or no string.
     std::string getType();

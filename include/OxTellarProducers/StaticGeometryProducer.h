@@ -37,7 +37,9 @@ public:
                            std::int64_t index, Ptr parentProducer);
 
 private:
+    friend class GeometryProducer; // for getChildByIndex
     OxAttribute::GroupAttribute getChildren() const;
+    Ptr findChildAt(std::int64_t index);
 
     const std::string locationPath;
     const OxAttribute::GroupAttribute group;

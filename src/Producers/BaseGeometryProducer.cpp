@@ -163,6 +163,14 @@ GeometryProducer::Ptr BaseGeometryProducer::findExistingChild(std::int64_t first
     return nullptr;
 }
 
+/// Null when the index is out of range.
+GeometryProducer::Ptr BaseGeometryProducer::findChildAt(std::int64_t index, bool evict) {
+    const StringAttribute& names = locationData.getPotentialChildren();
+    if (index < 0 || index >= names.getNumberOfValues()) return nullptr;
+    if (!isFromCaller) return getChildAt(index, evict);
+    return getChildAt(index, ChildPath(getFullName(), names.getValueView(index)), evict);
+}
+
 /// Below a producer that is not from a caller.
 GeometryProducer::Ptr BaseGeometryProducer::getChildAt(std::int64_t index, bool evict) {
     TellarRuntime::LocationData data =

@@ -2,10 +2,16 @@
 
 #include <charconv>
 #include <iterator>
+#include <string_view>
+#include <typeinfo>
 #include <vector>
 
 #include <boost/container/small_vector.hpp>
 
+#include <OxTellarProducers/AsyncGeometryProducer.h>
+#include <OxTellarProducers/StaticGeometryProducer.h>
+#include <OxTellarProducers/SyncGeometryProducer.h>
+#include <OxTellarProducers/ThreadAwareGeometryProducer.h>
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/StringUtil.h>
 
@@ -70,6 +76,20 @@ GeometryProducer::Ptr GeometryProducer::getProducerByPath(const std::string& pat
         if (!current) return nullptr;
     }
     return current;
+}
+
+GeometryProducer::Ptr GeometryProducer::getChildByIndex(std::int64_t index, bool evict) {
+    const std::type_info& type = typeid(*this);
+    if (type == typeid(ThreadAwareGeometryProducer) || type == typeid(SyncGeometryProducer) ||
+        type == typeid(AsyncGeometryProducer))
+        return static_cast<BaseGeometryProducer*>(this)->findChildAt(index, evict);
+    if (type == typeid(StaticGeometryProducer))
+        return static_cast<StaticGeometryProducer*>(this)->findChildAt(index);
+    const StringAttribute names = getPotentialChildren();
+    if (index < 0 || index >= names.getNumberOfValues()) return nullptr;
+    const std::string name(names.getValueView(index));
+    if (name == "." || name == "..") return nullptr; // the location itself and its parent
+    return getChildByName(name.c_str(), evict);
 }
 
 std::string GeometryProducer::getType() {

@@ -70,10 +70,15 @@ GeometryProducer::Ptr StaticGeometryProducer::getChildByName(const char* name, b
 }
 
 GeometryProducer::Ptr StaticGeometryProducer::getFirstChild(bool) {
+    return findChildAt(0);
+}
+
+/// Null when the index is out of range.
+GeometryProducer::Ptr StaticGeometryProducer::findChildAt(std::int64_t index) {
     const GroupAttribute children = getChildren();
-    if (children.getNumberOfChildren() == 0) return nullptr;
-    return new StaticGeometryProducer(ChildPath(locationPath, NameAt(children, 0)),
-                                      children.getChildByIndex(0), 0, this);
+    if (index < 0 || index >= children.getNumberOfChildren()) return nullptr;
+    return new StaticGeometryProducer(ChildPath(locationPath, NameAt(children, index)),
+                                      children.getChildByIndex(index), index, this);
 }
 
 GeometryProducer::Ptr StaticGeometryProducer::getNextSibling(bool) {
