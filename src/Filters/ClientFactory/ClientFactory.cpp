@@ -11,11 +11,10 @@
 
 #include <boost/make_shared.hpp>
 
-#include <OxRenderServices/AnalyticsManager.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
-#include <rapidjson/document.h>
 
 #include "NamedLogger.h"
+#include "RuntimeRecords.h"
 #include "ThreadClients.h"
 
 namespace TELLAR {
@@ -25,32 +24,6 @@ namespace {
 const NamedLogger kLogger("ClientFactory");
 
 using Client = std::shared_ptr<TellarRuntime::Client>;
-
-std::string QueryRuntime(const TellarRuntime& runtime, const char* query) {
-    std::string text;
-    runtime.queryText(
-        query,
-        [](const char* piece, std::size_t length, int status, void* user) {
-            if (status == 0) static_cast<std::string*>(user)->append(piece, length);
-        },
-        &text);
-    return text;
-}
-
-void RecordUsage(const TellarRuntime& runtime) {
-    OxRenderServices::AnalyticsManager* analytics =
-        OxRenderServices::AnalyticsManager::getInstance();
-    if (!analytics) return;
-    constexpr const char* kQueriesAndNames[][2] = {
-        {"getAnonymousOpTree", "runtime.opTree"}, {"getAnonymousOpRegistry", "runtime.opRegistry"}};
-    for (const auto& [query, name] : kQueriesAndNames) {
-        const std::string text = QueryRuntime(runtime, query);
-        if (text.empty()) continue;
-        rapidjson::Document document;
-        document.Parse(text.data(), text.size());
-        analytics->addRecord(name, document);
-    }
-}
 
 /// A new client, which keeps its runtime alive. Empty, with a logged reason, when none can be made.
 Client CreateClient(const OpTreeSource& source) {

@@ -1,0 +1,162 @@
+#include <OxTellarProducers/Scene.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include <OxTellarSDK/AttributeStream.h>
+#include <OxTellarSDK/DescriptionJson.h>
+#include <OxTellarSDK/TellarError.h>
+
+#include "SceneBuilders.h"
+#include "TempDirectory.h"
+
+namespace {
+
+using namespace TellarTest;
+using OxAttribute::GroupAttribute;
+using TELLAR::Scene;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+/// /root > world, with a tag at both.
+GroupAttribute Tagged(const std::string& tag) {
+    return SceneTree(
+        Location({{"tag", Text(tag)}}, {{"world", Location({{"tag", Text(tag + " world")}})}}));
+}
+
+std::string WorldTag(const Scene& scene) {
+    const auto world = scene.getRoot()->getChildByName("world", false);
+    return world ? TextOf(world->getAttribute("tag")) : "no world";
+}
+
+std::string WriteOps(const TempDirectory& folder, const std::string& name,
+                     const GroupAttribute& description) {
+    OxAttribute::WriteOpFile(folder.path(name), description);
+    return folder.path(name);
+}
+
+ErrorFacts OpenFailure(const std::string& path) {
+    try {
+        Scene::Open(path);
+    } catch (const TellarError& error) {
+        return error.getFacts();
+    }
+    ADD_FAILURE() << path << " was opened";
+    return {};
+}
+
+TEST(Scene, OpensAnOpFile) {
+    const TempDirectory folder;
+    const std::string tag = UniqueTag();
+    const auto scene = Scene::Open(WriteOps(folder, "a.oxop", Tagged(tag)));
+    EXPECT_EQ(scene->getRoot()->getFullName(), "/root");
+    EXPECT_EQ(WorldTag(*scene), tag + " world");
+    EXPECT_EQ(scene->getRevision(), 0u);
+}
+
+TEST(Scene, OpensAnAttributeStream) {
+    const TempDirectory folder;
+    const std::string tag = UniqueTag();
+    OxAttribute::WriteAttributeFile(folder.path("a.oxattr"), Tagged(tag));
+    EXPECT_EQ(WorldTag(*Scene::Open(folder.path("a.oxattr"))), tag + " world");
+}
+
+TEST(Scene, OpensAJsonDescription) {
+    const TempDirectory folder;
+    const std::string tag = UniqueTag();
+    folder.write("a.json", OxAttribute::WriteDescriptionJson(Tagged(tag)));
+    EXPECT_EQ(WorldTag(*Scene::Open(folder.path("a.json"))), tag + " world");
+}
+
+TEST(Scene, OpensADescription) {
+    const std::string tag = UniqueTag();
+    EXPECT_EQ(WorldTag(*Scene::FromDescription(Tagged(tag))), tag + " world");
+}
+
+TEST(Scene, TellsTheKindOfAFileByItsContentFirst) {
+    const TempDirectory folder;
+    const std::string tag = UniqueTag();
+    EXPECT_EQ(WorldTag(*Scene::Open(WriteOps(folder, "a.json", Tagged(tag)))), tag + " world");
+}
+
+TEST(Scene, StaysTheSameWhenItsFileIsReplacedOrDeleted) {
+    const TempDirectory folder;
+    const std::string path = WriteOps(folder, "a.oxop", Tagged("pinned " + UniqueTag()));
+    const auto scene = Scene::Open(path);
+
+    std::filesystem::rename(WriteOps(folder, "b.oxop", Tagged("new")), path);
+    std::string replaced;
+    std::thread([&] { replaced = WorldTag(*scene); }).join();
+    EXPECT_THAT(replaced, StartsWith("pinned"));
+    EXPECT_EQ(WorldTag(*Scene::Open(path)), "new world");
+
+    std::filesystem::remove(path);
+    std::string deleted;
+    std::thread([&] { deleted = WorldTag(*scene); }).join();
+    EXPECT_THAT(deleted, StartsWith("pinned"));
+}
+
+TEST(Scene, ReadsAModelWhenItIsOpened) {
+    const TempDirectory folder;
+    const std::string path = folder.write("a.obj", "o thing\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n");
+    const auto scene = Scene::Open(path);
+    std::filesystem::remove(path);
+    EXPECT_THAT(NamesOf(scene->getRoot()->getFirstChild()->getAttribute("")),
+                testing::Not(testing::IsEmpty()));
+}
+
+TEST(Scene, FailsWhenItIsOpenedAndForgetsTheFailure) {
+    const TempDirectory folder;
+    const std::string path = folder.path("a.oxop");
+    const ErrorFacts missing = OpenFailure(path);
+    EXPECT_EQ(missing.code, kOxErrorFile);
+    EXPECT_EQ(missing.file, path);
+    EXPECT_EQ(missing.text, path + ": No such file or directory");
+
+    folder.write("a.oxop", "not at all");
+    EXPECT_EQ(OpenFailure(path).file, path);
+
+    const std::string tag = UniqueTag();
+    WriteOps(folder, "a.oxop", Tagged(tag));
+    EXPECT_EQ(WorldTag(*Scene::Open(path)), tag + " world");
+}
+
+TEST(Scene, NamesTheModelThatCannotBeRead) {
+    const TempDirectory folder;
+    const std::string path = folder.write("a.ply", "ply\nno header\n");
+    const ErrorFacts facts = OpenFailure(path);
+    EXPECT_EQ(facts.code, kOxErrorFile);
+    EXPECT_EQ(facts.file, path);
+    EXPECT_EQ(facts.opType, "SceneImport");
+}
+
+TEST(Scene, RefusesAFolderAndADescriptionWithoutOps) {
+    const TempDirectory folder;
+    EXPECT_THAT(OpenFailure(folder.path()).text, HasSubstr("is a directory"));
+    for (const GroupAttribute& none : {GroupAttribute(), Group({}), Group({{"a", Int(1)}})})
+        EXPECT_THROW(Scene::FromDescription(none), TellarError);
+}
+
+TEST(Scene, ThrowsWhatTheCookOfItsRootThrows) {
+    const auto scene = Scene::FromDescription(Group({{"odd", OpEntry("NoSuchType")}}));
+    EXPECT_THROW(scene->getRoot(), TellarError);
+}
+
+TEST(SceneIdentity, IsEqualForEqualOpsUnderOtherNames) {
+    const TempDirectory folder;
+    const std::string tag = UniqueTag();
+    const auto a = Scene::Open(WriteOps(folder, "a.oxop", Tagged(tag)));
+    const auto b = Scene::Open(WriteOps(folder, "b.oxop", Tagged(tag)));
+    const auto other = Scene::Open(WriteOps(folder, "c.oxop", Tagged(tag + " other")));
+    EXPECT_EQ(a->getIdentity(), b->getIdentity());
+    EXPECT_EQ(a->getIdentity(), Scene::FromDescription(Tagged(tag))->getIdentity());
+    EXPECT_NE(a->getIdentity(), other->getIdentity());
+}
+
+} // namespace
