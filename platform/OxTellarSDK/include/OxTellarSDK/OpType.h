@@ -85,6 +85,10 @@ protected:
 };
 
 class CheckContext;
+class InstanceContext;
+class Instances;
+class SubtreeContext;
+struct SubtreeFacts;
 
 /// Implemented by op-type plug-ins. One object serves all Ops of the type, from many threads at
 /// once. An exception becomes an error of this Op alone that names the Op, its type and, in prepare
@@ -103,6 +107,11 @@ public:
     /// Warns of arguments and inputs that are probably mistakes (OpCheck.h). Called on demand only,
     /// after prepare.
     virtual void check(CheckContext& context) const;
+    /// What is known of a location and everything below it without cooking it (SubtreeFacts.h). The
+    /// default knows nothing. An exception means the same.
+    virtual SubtreeFacts describeSubtree(SubtreeContext& context) const;
+    /// The instances below a location (SubtreeFacts.h); null, as by default, if they are not known.
+    virtual std::shared_ptr<const Instances> describeInstances(InstanceContext& context) const;
 };
 
 /// The op type of this name, from the "TellarOpType" plug-ins and from RegisterOpType; null for an
