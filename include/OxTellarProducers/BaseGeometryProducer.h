@@ -17,6 +17,7 @@
 
 namespace TELLAR {
 
+class OwnLocation;
 class ProducerTree;
 struct ProducerParts;
 
@@ -58,6 +59,7 @@ protected:
 
 private:
     friend class GeometryProducer; // for getChildByIndex
+    friend class OwnLocation;
     Ptr findChildAt(std::int64_t index, bool evict);
     Ptr findExistingChild(std::int64_t firstIndex, bool evict);
     Ptr getChildAt(std::int64_t index, bool evict);

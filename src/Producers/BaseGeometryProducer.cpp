@@ -1,15 +1,14 @@
 #include <OxTellarProducers/BaseGeometryProducer.h>
 
 #include <algorithm>
-#include <array>
 #include <new>
 #include <string_view>
 
 #include <boost/container/small_vector.hpp>
 
 #include "LocationNames.h"
-#include "PerThread.h"
 #include "ProducerTree.h"
+#include "SpareMemory.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::StringAttribute;
@@ -21,22 +20,6 @@ namespace {
 // Paths beyond this are rare. If each producer kept its whole path, those of one deep location
 // would take memory in proportion to the square of its depth.
 constexpr std::size_t kLongPath = 1024;
-
-/// Memory for the next producers of a thread, of which every step of a walk makes and drops one.
-struct SpareMemory {
-    // A walk keeps one producer a level, and at most two of a level at once.
-    static constexpr std::size_t kBlocks = 32;
-    // Room for the library's own variants. Derived classes may be larger.
-    static constexpr std::size_t kBlockBytes = sizeof(BaseGeometryProducer);
-
-    std::array<void*, kBlocks> blocks{};
-    std::size_t count = 0;
-
-    ~SpareMemory() {
-        while (count > 0)
-            ::operator delete(blocks[--count]);
-    }
-};
 
 } // namespace
 
@@ -67,18 +50,11 @@ ProducerParts PartsFromCaller(ProducerTree::Ptr tree, std::string path,
 BaseGeometryProducer::~BaseGeometryProducer() = default;
 
 void* BaseGeometryProducer::operator new(std::size_t bytes) {
-    SpareMemory* spare =
-        bytes == SpareMemory::kBlockBytes ? PerThread<SpareMemory>::Get() : nullptr;
-    return spare && spare->count > 0 ? spare->blocks[--spare->count] : ::operator new(bytes);
+    return SpareMemory<BaseGeometryProducer>::Take(bytes);
 }
 
 void BaseGeometryProducer::operator delete(void* memory, std::size_t bytes) noexcept {
-    SpareMemory* spare =
-        bytes == SpareMemory::kBlockBytes ? PerThread<SpareMemory>::Get() : nullptr;
-    if (spare && spare->count < SpareMemory::kBlocks)
-        spare->blocks[spare->count++] = memory;
-    else
-        ::operator delete(memory);
+    SpareMemory<BaseGeometryProducer>::Give(memory, bytes);
 }
 
 void BaseGeometryProducer::getAttributeNames(std::set<std::string>* names) {
