@@ -6,6 +6,7 @@
 #include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
 #include <OxTellarProducers/OxScenegraphLocationDelegatePluginSuite.h>
 #include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/OpTypeSuite.h>
 #include <OxTellarSDK/OxPluginApi.h>
 
 #define SHARED(type)                                                                               \
@@ -14,6 +15,10 @@
 
 SHARED(AttributeType);
 SHARED(OxAttributeSuite_v1);
+SHARED(OxCookSuite);
+SHARED(OxOpArgument);
+SHARED(OxOpDescription);
+SHARED(OxOpTypePluginSuite_v2);
 SHARED(OxPluginHost);
 SHARED(OxPluginRecord_v1);
 SHARED(OxProceduralContext_v1);

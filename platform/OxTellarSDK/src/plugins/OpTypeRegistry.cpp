@@ -8,8 +8,10 @@
 #include <stdexcept>
 #include <utility>
 
+#include <OxTellarSDK/OpTypeSuite.h>
 #include <OxTellarSDK/PluginManager.h>
 
+#include "COpType.h"
 #include "CookWaits.h"
 #include "PluginCall.h"
 
@@ -57,18 +59,35 @@ std::string LastingExceptionFrom(const Call& call) {
     return thrown;
 }
 
+/// Assigns the type in a table of version 1. Returns the fault of the plug-in, or an empty text.
+std::string TypeOf(const OxOpTypePluginSuite_v1& suite, const OpType*& type) {
+    if (!suite.getOpType) return "its function table has no getOpType";
+    const std::string thrown = LastingExceptionFrom([&] { type = suite.getOpType(); });
+    if (!thrown.empty()) return "getOpType " + thrown;
+    return type ? "" : "getOpType gives no op type";
+}
+
+/// The same for version 2.
+std::string TypeOf(const OxOpTypePluginSuite_v2& suite, const OpType*& type) {
+    std::string fault;
+    const std::string thrown = LastingExceptionFrom([&] {
+        fault = COpType::FaultOf(&suite);
+        if (fault.empty()) type = new COpType(&suite);
+    });
+    return thrown.empty() ? fault : "getDescription " + thrown;
+}
+
 /// Assigns the type that a plug-in offers. Returns the fault of the plug-in, or an empty text.
 /// Throws std::bad_alloc when there is no memory.
+template <typename Suite>
 std::string AskForType(PluginHandle plugin, KnownType& known) {
-    const OxOpTypePluginSuite_v1* suite = nullptr;
-    std::string thrown = LastingExceptionFrom(
-        [&] { suite = static_cast<const OxOpTypePluginSuite_v1*>(plugin->getSuite()); });
+    const Suite* suite = nullptr;
+    std::string thrown =
+        LastingExceptionFrom([&] { suite = static_cast<const Suite*>(plugin->getSuite()); });
     if (!thrown.empty()) return "getSuite " + thrown;
     if (!suite) return "getSuite gives no function table";
-    if (!suite->getOpType) return "its function table has no getOpType";
-    thrown = LastingExceptionFrom([&] { known.type = suite->getOpType(); });
-    if (!thrown.empty()) return "getOpType " + thrown;
-    if (!known.type) return "getOpType gives no op type";
+    std::string fault = TypeOf(*suite, known.type);
+    if (!fault.empty()) return fault;
     thrown = LastingExceptionFrom([&] { known.description = known.type->description(); });
     if (!thrown.empty()) return "description " + thrown;
     return known.description.name.empty() ? "its op type has no name" : "";
@@ -76,10 +95,11 @@ std::string AskForType(PluginHandle plugin, KnownType& known) {
 
 /// Asks a plug-in for its type, and registers the type or refuses the plug-in. When two threads ask
 /// a plug-in at the same time, the first answer is used.
-void Examine(Registry& registry, PluginHandle plugin) {
+void Examine(Registry& registry, PluginHandle plugin, unsigned int version) {
     const MakingScope scope(plugin);
     KnownType known;
-    std::string fault = AskForType(plugin, known);
+    std::string fault = version == 1 ? AskForType<OxOpTypePluginSuite_v1>(plugin, known)
+                                     : AskForType<OxOpTypePluginSuite_v2>(plugin, known);
     {
         const std::string name = known.description.name;
         const std::lock_guard<std::shared_mutex> guard(registry.lock);
@@ -101,23 +121,28 @@ bool IsExamined(Registry& registry, PluginHandle plugin) {
     return registry.examined.count(plugin) != 0;
 }
 
-/// Registers the types of all plug-ins that have not been asked yet. A plug-in that looks for types
-/// while it is asked for its own finds those of all others. Returns false when there was no memory
-/// for one of them, which the next caller asks again.
-bool RegisterPlugins(Registry& registry) {
+/// Registers the types of all plug-ins of one version that have not been asked yet. A plug-in that
+/// looks for types while it is asked for its own finds those of all others. Returns false when
+/// there was no memory for one of them, which the next caller asks again.
+bool RegisterPlugins(Registry& registry, unsigned int version) {
     bool isComplete = true;
     std::vector<std::string> names;
-    PluginManager::getPluginNames(kPluginApiName, names, 1);
+    PluginManager::getPluginNames(kPluginApiName, names, version);
     for (const std::string& name : names) {
-        const PluginHandle plugin = PluginManager::getPlugin(name, kPluginApiName, 1);
+        const PluginHandle plugin = PluginManager::getPlugin(name, kPluginApiName, version);
         if (IsMadeByThisThread(plugin) || IsExamined(registry, plugin)) continue;
         try {
-            Examine(registry, plugin);
+            Examine(registry, plugin, version);
         } catch (const std::bad_alloc&) {
             isComplete = false;
         }
     }
     return isComplete;
+}
+
+bool RegisterPlugins(Registry& registry) {
+    const bool hasFirst = RegisterPlugins(registry, 1);
+    return RegisterPlugins(registry, OX_OP_TYPE_API_VERSION) && hasFirst;
 }
 
 const KnownType* Find(Registry& registry, const std::string& name) {
