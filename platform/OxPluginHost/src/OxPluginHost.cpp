@@ -15,6 +15,7 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarSDK/AttributeSuite.h>
 #include <OxTellarSDK/PluginManager.h>
+#include <OxTellarSDK/SuiteFilter.h>
 
 #include "SuiteEntry.h"
 
@@ -96,7 +97,8 @@ void RegisterOwnSuitesOnce() {
 const void* GetSuite(const char* apiName, unsigned int apiVersion) {
     if (!apiName) return nullptr;
     RegisterOwnSuitesOnce();
-    return GetSuiteTable().find(apiName, apiVersion);
+    const void* const suite = GetSuiteTable().find(apiName, apiVersion);
+    return suite ? OxPluginManager::FilteredSuite({"", apiName, apiVersion, suite}) : nullptr;
 }
 
 unsigned int GetNewestSuiteVersion(const char* apiName) {
@@ -122,7 +124,7 @@ OxAttributeStruct* GetConfiguration(const char* key) {
     if (value.empty() && !Config()->has(key)) return nullptr;
     // Uses the table that plug-ins get; the process may have set another one since.
     const auto* suite = static_cast<const OxAttributeSuite_v1*>(
-        GetSuiteTable().find(kAttributeSuiteName, kAttributeSuiteVersion));
+        GetSuite(kAttributeSuiteName, kAttributeSuiteVersion));
     const char* text = value.c_str();
     return suite ? suite->createString(&text, 1, 1) : nullptr;
 }

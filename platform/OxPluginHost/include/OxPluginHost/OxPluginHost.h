@@ -29,8 +29,8 @@ typedef struct OxPluginHost {
     const char* name;
     /* 2 Its version, for people. */
     const char* version;
-    /* 3 The function table that is registered under this name and version; null when there is
-         none. */
+    /* 3 The function table that is registered under this name and version, or the one that a filter
+         (OxTellarSDK/SuiteFilter.h) puts in its place; null when there is none. */
     const void* (*getSuite)(const char* apiName, unsigned int apiVersion);
     /* 4 The highest version under which a table of this name is registered; 0 when there is
          none. */
@@ -38,7 +38,8 @@ typedef struct OxPluginHost {
     /* 5 The names of the plug-ins of one API and version on the plug-in path, by index; null
          beyond the last. */
     const char* (*getPluginName)(const char* apiName, unsigned int apiVersion, unsigned int index);
-    /* 6 The function table of one of them; null when there is no such plug-in. */
+    /* 6 The function table of one of them, filtered in the same way; null when there is no such
+         plug-in. */
     const void* (*getPluginSuite)(const char* pluginName, const char* apiName,
                                   unsigned int apiVersion);
     /* 7 The value of a configuration key as a string attribute with one reference owned by the

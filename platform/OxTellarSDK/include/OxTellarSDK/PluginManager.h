@@ -44,8 +44,8 @@ public:
     static PluginHandle getPlugin(const std::string& name, const std::string& apiName,
                                   unsigned int apiVersion);
 
-    /// The plug-in's function table; null when the handle is null or unknown, and when the plug-in
-    /// gives none.
+    /// The plug-in's function table, as the filters of OxTellarSDK/SuiteFilter.h pass it on; null
+    /// when the handle is null or unknown, and when the plug-in gives none.
     static const void* getPluginSuite(PluginHandle plugin);
 
     /// The absolute path of the library that the plug-in came from; empty when the handle is null

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include <OxTellarSDK/StringUtil.h>
+#include <OxTellarSDK/SuiteFilter.h>
 
 #include "PluginRegistry.h"
 #include "SharedLibrary.h"
@@ -53,7 +54,9 @@ PluginHandle PluginManager::getPlugin(const std::string& name, const std::string
 }
 
 const void* PluginManager::getPluginSuite(PluginHandle plugin) {
-    return GetRegistry().pluginSuite(plugin);
+    const void* const suite = GetRegistry().pluginSuite(plugin);
+    if (!suite) return nullptr;
+    return FilteredSuite({plugin->name, plugin->apiName, plugin->apiVersion, suite});
 }
 
 std::string PluginManager::getPluginPath(PluginHandle plugin) {
