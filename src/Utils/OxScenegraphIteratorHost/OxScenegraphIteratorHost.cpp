@@ -1,7 +1,5 @@
 #include "OxScenegraphIteratorHost.h"
 
-#include <atomic>
-#include <cstdint>
 #include <cstdlib>
 #include <exception>
 #include <functional>
@@ -17,18 +15,10 @@
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
 
 #include "ExceptionText.h"
+#include "LocationHandle.h"
 #include "SuiteEntry.h"
 
 using namespace OxAttribute;
-
-/// The object behind a C location handle: a reference count and the producer that it keeps alive.
-struct OxSgIteratorStruct {
-    explicit OxSgIteratorStruct(TELLAR::GeometryProducer::Ptr producer)
-        : producer(std::move(producer)) {}
-
-    std::atomic<std::int32_t> refCount{0};
-    const TELLAR::GeometryProducer::Ptr producer;
-};
 
 namespace TELLAR {
 
@@ -43,13 +33,11 @@ constexpr const char* kRoot = "/root";
 constexpr const char* kRenderRuntime = "renderRuntime";
 
 void RetainIterator(OxSgIteratorStruct* iterator) noexcept {
-    if (iterator) iterator->refCount.fetch_add(1, std::memory_order_relaxed);
+    if (iterator) iterator->retain();
 }
 
 void ReleaseIterator(OxSgIteratorStruct* iterator) noexcept {
-    // The thread that frees the handle must see the writes of the others.
-    if (iterator && iterator->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
-        delete iterator;
+    if (iterator) iterator->release();
 }
 
 bool IsRuntimeShared() {
@@ -125,9 +113,7 @@ void FinalizeRuntime(OxSgIteratorStruct* iterator) {
     const auto location = OxHandleToGeometryProducer(iterator);
     const auto client = location ? location->getClient() : nullptr;
     if (!client) return;
-    const GroupAttribute attrs = client->cookLocation(kRoot).getAttrs();
-    for (const char* name : {"liveRenderSettings", "liveRender"}) {
-        if (!attrs.getChildByName(name).isValid()) continue;
+    if (IsRenderedLive(*client)) {
         kLogger.info("Runtime finalize deferred while live rendering.");
         return;
     }
@@ -224,6 +210,12 @@ OldSuite MakeOldSuite() {
 }
 
 } // namespace
+
+bool IsRenderedLive(TellarRuntime::Client& client) {
+    const GroupAttribute attrs = client.cookLocation(kRoot).getAttrs();
+    return attrs.getChildByName("liveRenderSettings").isValid() ||
+           attrs.getChildByName("liveRender").isValid();
+}
 
 OxSgIteratorStruct* OxGeometryProducerToHandle(GeometryProducer::Ptr producer) {
     return producer ? new OxSgIteratorStruct(std::move(producer)) : nullptr;
