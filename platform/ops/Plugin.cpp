@@ -12,21 +12,15 @@ namespace {
 
 template <const OxOpType::OpType* (*GetOpType)()>
 const void* GetSuite() {
-    static constexpr OxOpTypePluginSuite_v1 suite = {GetOpType};
+    static constexpr OxOpTypePluginSuite_v3 suite = {GetOpType};
     return &suite;
 }
 
 template <const OxOpType::OpType* (*GetOpType)()>
 constexpr OxPluginRecord_v1 Record(const char* name) {
-    return {OX_PLUGIN_RECORD_VERSION,
-            name,
-            OxOpType::kPluginApiName,
-            1,
-            1,
-            0,
-            GetSuite<GetOpType>,
-            nullptr,
-            nullptr};
+    return {OX_PLUGIN_RECORD_VERSION,    name,    OxOpType::kPluginApiName,
+            OxOpType::kPluginApiVersion, 1,       0,
+            GetSuite<GetOpType>,         nullptr, nullptr};
 }
 
 constexpr OxPluginRecord_v1 kRecords[] = {

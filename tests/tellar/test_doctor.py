@@ -77,7 +77,7 @@ class Doctor(DoctorTest):
                          [op["name"] for op in expected])
         for plugin in plugins:
             self.assertEqual(str(Path(plugin["file"]).parent), found["pluginFolders"][-1])
-            self.assertEqual(plugin["apiVersion"], 1)
+            self.assertEqual(plugin["apiVersion"], 3)
 
     def test_the_projects_libraries_alone_are_told_with_version_and_file(self):
         found = self.healthy()

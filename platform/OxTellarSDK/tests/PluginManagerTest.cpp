@@ -187,6 +187,21 @@ TEST_F(PluginManagerTest, MakesATypeWhoseDescriptionThrowsLaterAnErrorOfItsOps) 
     EXPECT_EQ(OxOpType::FindDescription("TestFickle")->name, "TestFickle");
 }
 
+TEST_F(PluginManagerTest, CallsNoFunctionThatATypeOfVersion1MayLack) {
+    const OxAttribute::GroupAttribute args(true);
+    const auto all = OxLocationPath::LocationSet::everything();
+    const OxOpType::OpType* const older = OxOpType::FindOpType("TestOfVersion1");
+    ASSERT_NE(older, nullptr);
+    EXPECT_TRUE(older->touchedBy(args, args).isEverything());
+    EXPECT_TRUE(older->touchedThrough(args, 0, all).isEverything());
+    const OxOpType::OpType* const newer = OxOpType::FindOpType("TestOfVersion3");
+    ASSERT_NE(newer, nullptr);
+    EXPECT_TRUE(newer->touchedBy(args, args).isEmpty());
+    EXPECT_TRUE(newer->touchedThrough(args, 0, all).isEmpty());
+    EXPECT_EQ(CookErrorOf("TestOfVersion1", "/root"), "no error");
+    EXPECT_EQ(CookErrorOf("TestOfVersion3", "/root"), "no error");
+}
+
 TEST_F(PluginManagerTest, LetsAnOpTypeLookForOthersWhileItIsAskedItself) {
     EXPECT_NE(OxOpType::FindOpType("TestAsking"), nullptr);
     EXPECT_NE(OxOpType::FindOpType("TestSound"), nullptr);

@@ -34,7 +34,7 @@ std::string FindReaderProgram() {
 }
 
 const void* GetSuite() {
-    static const OxOpTypePluginSuite_v1 suite = {TellarSceneImport::SceneImportOpType};
+    static const OxOpTypePluginSuite_v3 suite = {TellarSceneImport::SceneImportOpType};
     return &suite;
 }
 
@@ -52,7 +52,7 @@ void Flush() {
 const OxPluginRecord_v1 kRecord = {OX_PLUGIN_RECORD_VERSION,
                                    "SceneImport",
                                    OxOpType::kPluginApiName,
-                                   1,
+                                   OxOpType::kPluginApiVersion,
                                    1,
                                    0,
                                    GetSuite,

@@ -9,12 +9,13 @@
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/Export.h>
+#include <OxTellarSDK/LocationSet.h>
 #include <OxTellarSDK/OxPluginApi.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
 /// An op type says how one location is made from the locations of an Op's inputs.
 /// Types are plug-ins: a shared library on the plug-in path offers the suite
-/// OxOpTypePluginSuite_v1 under the API name "TellarOpType", version 1.
+/// OxOpTypePluginSuite_v3 under the API name "TellarOpType", version 3. OpTypeSuite.h has version 2, for C.
 
 namespace OxOpType {
 
@@ -107,11 +108,37 @@ public:
     /// Warns of arguments and inputs that are probably mistakes (OpCheck.h). Called on demand only,
     /// after prepare.
     virtual void check(CheckContext& context) const;
+
+    // The functions from here on are those of version 3 of the plug-in suite. They are not called
+    // for the types of plug-ins with version 1.
+
     /// What is known of a location and everything below it without cooking it (SubtreeFacts.h). The
     /// default knows nothing. An exception means the same.
     virtual SubtreeFacts describeSubtree(SubtreeContext& context) const;
     /// The instances below a location (SubtreeFacts.h); null, as by default, if they are not known.
     virtual std::shared_ptr<const Instances> describeInstances(InstanceContext& context) const;
+    /// The locations whose result may differ between two Ops that differ in their arguments only,
+    /// whatever their inputs are. A result is the attributes, the potential children, and whether
+    /// the location exists. A location too many costs time; a missing one is a change that nobody
+    /// sees. The base class answers everything.
+    ///
+    /// An invalid group also stands for an Op that is not there. The result is then compared with
+    /// the first input (or with nothing, for an Op without inputs), while all other inputs are
+    /// null. The answer has to be right for this and for an Op without arguments.
+    ///
+    /// Both groups were accepted by prepare, unless invalid. When this function throws, the answer
+    /// is everything.
+    virtual OxLocationPath::LocationSet touchedBy(const OxAttribute::GroupAttribute& before,
+                                                  const OxAttribute::GroupAttribute& after) const;
+    /// The locations whose result may differ when input `input` differs at the locations `changed`.
+    /// The base class answers everything. Type authors usually return `changed`, to which they add
+    /// the locations that are made from other ones.
+    ///
+    /// An Op with fewer inputs counts as one with null inputs at the end. A type whose results
+    /// depend on the number of inputs in another way must not override this function.
+    virtual OxLocationPath::LocationSet
+    touchedThrough(const OxAttribute::GroupAttribute& args, std::size_t input,
+                   const OxLocationPath::LocationSet& changed) const;
 };
 
 /// The op type of this name, from the "TellarOpType" plug-ins and from RegisterOpType; null for an
@@ -133,13 +160,20 @@ OXTELLARSDK_API void LoadOpTypes();
 OXTELLARSDK_API void RegisterOpType(const OpType* type);
 
 constexpr const char* kPluginApiName = "TellarOpType";
+constexpr unsigned int kPluginApiVersion = 3;
 
 } // namespace OxOpType
 
 /// The suite of an op-type plug-in. A C++ interface: build the plug-in with the
 /// compiler family that built the SDK.
-struct OxOpTypePluginSuite_v1 {
+struct OxOpTypePluginSuite_v3 {
     /// Never returns null. The object lives until the process ends.
+    const OxOpType::OpType* (*getOpType)();
+};
+
+/// The same for a plug-in that was built when OpType ended with check(). Its types get the answers
+/// of the base class for all later functions.
+struct OxOpTypePluginSuite_v1 {
     const OxOpType::OpType* (*getOpType)();
 };
 

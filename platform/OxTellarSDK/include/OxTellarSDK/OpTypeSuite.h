@@ -5,8 +5,8 @@
 
    An op type says how one location is made from the locations of an Op's inputs. A plug-in library
    exports the suite below as OxPluginApi.h says, with the API name OX_OP_TYPE_API and the version
-   OX_OP_TYPE_API_VERSION. Unlike version 1, which is a C++ interface (OpType.h), it works with
-   every compiler and every later version of the library.
+   OX_OP_TYPE_API_VERSION. Unlike versions 1 and 3, which are C++ interfaces (OpType.h), it works
+   with every compiler and every later version of the library.
 
        static int32_t Cook(OxCookStruct* cook, const OxCookSuite* cooks, const void* state,
                            OxErrorStruct** error) {

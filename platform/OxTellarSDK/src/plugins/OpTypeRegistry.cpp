@@ -29,6 +29,25 @@ using OxTellarRuntimeDetail::MakingScope;
 struct KnownType {
     const OpType* type = nullptr;
     Description description;
+    std::shared_ptr<const OpType> owned; // `type`, when it stands for that of a plug-in
+};
+
+/// A type whose class has the functions of suite version 1 only. The later ones are not overridden,
+/// so that the base class answers them.
+class TypeOfVersion1 final : public OpType {
+public:
+    explicit TypeOfVersion1(const OpType& type) : type(type) {}
+
+    const Description& description() const override { return type.description(); }
+    std::shared_ptr<const State> prepare(const OxAttribute::GroupAttribute& args,
+                                         std::size_t numberOfInputs) const override {
+        return type.prepare(args, numberOfInputs);
+    }
+    void cook(CookContext& context) const override { type.cook(context); }
+    void check(CheckContext& context) const override { type.check(context); }
+
+private:
+    const OpType& type;
 };
 
 /// Types and plug-ins are never removed. No code of a plug-in runs under the lock.
@@ -59,8 +78,10 @@ std::string LastingExceptionFrom(const Call& call) {
     return thrown;
 }
 
-/// Assigns the type in a table of version 1. Returns the fault of the plug-in, or an empty text.
-std::string TypeOf(const OxOpTypePluginSuite_v1& suite, const OpType*& type) {
+/// Assigns the type in a table of version 1 or 3. Returns the fault of the plug-in, or an empty
+/// text.
+template <typename Suite>
+std::string TypeOf(const Suite& suite, const OpType*& type) {
     if (!suite.getOpType) return "its function table has no getOpType";
     const std::string thrown = LastingExceptionFrom([&] { type = suite.getOpType(); });
     if (!thrown.empty()) return "getOpType " + thrown;
@@ -93,13 +114,22 @@ std::string AskForType(PluginHandle plugin, KnownType& known) {
     return known.description.name.empty() ? "its op type has no name" : "";
 }
 
+std::string AskForType(PluginHandle plugin, unsigned int version, KnownType& known) {
+    if (version == kPluginApiVersion) return AskForType<OxOpTypePluginSuite_v3>(plugin, known);
+    if (version == OX_OP_TYPE_API_VERSION) return AskForType<OxOpTypePluginSuite_v2>(plugin, known);
+    std::string fault = AskForType<OxOpTypePluginSuite_v1>(plugin, known);
+    if (!fault.empty()) return fault;
+    known.owned = std::make_shared<TypeOfVersion1>(*known.type);
+    known.type = known.owned.get();
+    return {};
+}
+
 /// Asks a plug-in for its type, and registers the type or refuses the plug-in. When two threads ask
 /// a plug-in at the same time, the first answer is used.
 void Examine(Registry& registry, PluginHandle plugin, unsigned int version) {
     const MakingScope scope(plugin);
     KnownType known;
-    std::string fault = version == 1 ? AskForType<OxOpTypePluginSuite_v1>(plugin, known)
-                                     : AskForType<OxOpTypePluginSuite_v2>(plugin, known);
+    std::string fault = AskForType(plugin, version, known);
     {
         const std::string name = known.description.name;
         const std::lock_guard<std::shared_mutex> guard(registry.lock);
@@ -121,9 +151,8 @@ bool IsExamined(Registry& registry, PluginHandle plugin) {
     return registry.examined.count(plugin) != 0;
 }
 
-/// Registers the types of all plug-ins of one version that have not been asked yet. A plug-in that
-/// looks for types while it is asked for its own finds those of all others. Returns false when
-/// there was no memory for one of them, which the next caller asks again.
+/// Registers the types of the plug-ins of one version that have not been asked yet. Returns false
+/// when there was no memory for one of them, which the next caller asks again.
 bool RegisterPlugins(Registry& registry, unsigned int version) {
     bool isComplete = true;
     std::vector<std::string> names;
@@ -140,9 +169,13 @@ bool RegisterPlugins(Registry& registry, unsigned int version) {
     return isComplete;
 }
 
+/// The same for all versions. A plug-in that looks for types while it is asked for its own finds
+/// those of all others.
 bool RegisterPlugins(Registry& registry) {
-    const bool hasFirst = RegisterPlugins(registry, 1);
-    return RegisterPlugins(registry, OX_OP_TYPE_API_VERSION) && hasFirst;
+    bool isComplete = true;
+    for (const unsigned int version : {1u, unsigned{OX_OP_TYPE_API_VERSION}, kPluginApiVersion})
+        isComplete = RegisterPlugins(registry, version) && isComplete;
+    return isComplete;
 }
 
 const KnownType* Find(Registry& registry, const std::string& name) {
@@ -172,6 +205,16 @@ std::shared_ptr<const State> OpType::prepare(const OxAttribute::GroupAttribute&,
 
 void OpType::check(CheckContext&) const {}
 
+OxLocationPath::LocationSet OpType::touchedBy(const OxAttribute::GroupAttribute&,
+                                              const OxAttribute::GroupAttribute&) const {
+    return OxLocationPath::LocationSet::everything();
+}
+
+OxLocationPath::LocationSet OpType::touchedThrough(const OxAttribute::GroupAttribute&, std::size_t,
+                                                   const OxLocationPath::LocationSet&) const {
+    return OxLocationPath::LocationSet::everything();
+}
+
 const OpType* FindOpType(const std::string& name) {
     const KnownType* known = FindOrLoad(name);
     return known ? known->type : nullptr;
@@ -197,7 +240,7 @@ void LoadOpTypes() {
 }
 
 void RegisterOpType(const OpType* type) {
-    KnownType known{type, type->description()};
+    KnownType known{type, type->description(), nullptr};
     const std::string name = known.description.name;
     Registry& registry = GetRegistry();
     const std::lock_guard<std::shared_mutex> guard(registry.lock);

@@ -1,4 +1,4 @@
-// Op-type plug-ins with one fault each, and behind them one that is sound.
+// Op-type plug-ins with one fault each, and behind them sound ones of both versions for C++.
 #include <OxTellarSDK/OpType.h>
 
 #include "Thrown.h"
@@ -60,6 +60,20 @@ public:
     }
 };
 
+// Changes nothing anywhere.
+class UntouchedType : public SoundType {
+public:
+    using SoundType::SoundType;
+    OxLocationPath::LocationSet touchedBy(const OxAttribute::GroupAttribute&,
+                                          const OxAttribute::GroupAttribute&) const override {
+        return {};
+    }
+    OxLocationPath::LocationSet touchedThrough(const OxAttribute::GroupAttribute&, std::size_t,
+                                               const OxLocationPath::LocationSet&) const override {
+        return {};
+    }
+};
+
 template <typename Type, const char* Name>
 const OpType* Get() {
     static const Type type(Name);
@@ -71,6 +85,8 @@ constexpr char kNone[] = "";
 constexpr char kFickle[] = "TestFickle";
 constexpr char kAsking[] = "TestAsking";
 constexpr char kSound[] = "TestSound";
+constexpr char kOfVersion1[] = "TestOfVersion1";
+constexpr char kOfVersion3[] = "TestOfVersion3";
 
 const OpType* GetNull() {
     return nullptr;
@@ -88,14 +104,16 @@ const void* GetNullSuite() {
     return nullptr;
 }
 
-template <const OpType* (*GetOpType)()>
+template <const OpType* (*GetOpType)(), typename Suite = OxOpTypePluginSuite_v1>
 const void* GetSuite() {
-    static constexpr OxOpTypePluginSuite_v1 suite = {GetOpType};
+    static constexpr Suite suite = {GetOpType};
     return &suite;
 }
 
-constexpr OxPluginRecord_v1 Record(const char* name, const void* (*getSuite)()) {
-    return {OX_PLUGIN_RECORD_VERSION, name, "TellarOpType", 1, 1, 0, getSuite, nullptr, nullptr};
+constexpr OxPluginRecord_v1 Record(const char* name, const void* (*getSuite)(),
+                                   unsigned int version = 1) {
+    return {
+        OX_PLUGIN_RECORD_VERSION, name, "TellarOpType", version, 1, 0, getSuite, nullptr, nullptr};
 }
 
 const OxPluginRecord_v1 records[] = {
@@ -111,6 +129,8 @@ const OxPluginRecord_v1 records[] = {
     Record("asking", GetSuite<Get<AskingType, kAsking>>),
     Record("sound", GetSuite<Get<SoundType, kSound>>),
     Record("second", GetSuite<Get<NamedType, kSound>>),
+    Record("of version 1", GetSuite<Get<UntouchedType, kOfVersion1>>),
+    Record("of version 3", GetSuite<Get<UntouchedType, kOfVersion3>, OxOpTypePluginSuite_v3>, 3),
 };
 
 } // namespace
