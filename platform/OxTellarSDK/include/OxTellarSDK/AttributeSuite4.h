@@ -141,7 +141,7 @@ typedef struct OxAttributeSuite_v4 {
     /* 25 [any thread] 1 when locations below inherit the group child by child, else 0. */
     int32_t (*getGroupInherit)(const OxAttributeStruct* group);
 
-    /* ---- New attributes, with one time sample ---- */
+    /* ---- New attributes; with one time sample, but for createSamples ---- */
 
     /* 26 to 29 [any thread] A tuple size below 1, a negative count and a count that is not a
           multiple of the tuple size are the error kOxErrorBadCall. */
@@ -160,6 +160,13 @@ typedef struct OxAttributeSuite_v4 {
                                       int64_t count, int32_t inherit, OxErrorStruct** error);
     /* 32 [any thread] The XML text as a string attribute. */
     OxAttributeStruct* (*getXml)(const OxAttributeStruct* attribute, OxErrorStruct** error);
+    /* 33 [any thread] An int, float or double attribute with all samples that are described. Their
+          times must ascend. */
+    OxAttributeStruct* (*createSamples)(const OxSamples* samples, OxErrorStruct** error);
+    /* 34 [any thread] A copy of a group, or of an empty one for null, in which the attribute at a
+          dotted path is `child`; null removes what is there. Groups on the way are made. */
+    OxAttributeStruct* (*withChild)(const OxAttributeStruct* group, const char* path,
+                                    OxAttributeStruct* child, OxErrorStruct** error);
 } OxAttributeSuite_v4;
 
 #ifdef __cplusplus
