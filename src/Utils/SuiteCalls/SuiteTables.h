@@ -94,7 +94,9 @@ struct SuiteTable<OxAttributeSuite_v4> {
                                               TELLAR_TABLE_SLOT(Table, createString),
                                               TELLAR_TABLE_SLOT(Table, createNull),
                                               TELLAR_TABLE_SLOT(Table, createGroup),
-                                              TELLAR_TABLE_SLOT(Table, getXml)};
+                                              TELLAR_TABLE_SLOT(Table, getXml),
+                                              TELLAR_TABLE_SLOT(Table, createSamples),
+                                              TELLAR_TABLE_SLOT(Table, withChild)};
 };
 
 template <>
