@@ -11,6 +11,7 @@ namespace {
 using namespace OxAttribute;
 using OxXFormUtil::Bounds;
 using OxXFormUtil::MoveBounds;
+using OxXFormUtil::RestingMatrix;
 using testing::ElementsAre;
 using testing::Pointwise;
 
@@ -106,6 +107,19 @@ TEST(MoveBounds, KnowsNothingAboutAnOriginOrWhatIsNotFinite) {
 TEST(MoveBounds, KeepsAnEmptyBoxEmpty) {
     const GroupAttribute xform = XForm({{"translate", Moving({0, 0, 0}, {1, 1, 1})}});
     EXPECT_TRUE(MoveBounds(Bounds(), xform)->isEmpty());
+}
+
+TEST(RestingMatrix, IsThatOfAllSteps) {
+    const GroupAttribute xform = XForm({{"translate", DoubleAttribute({1, 2, 3}, 3)},
+                                        {"edit", XForm({{"scale", IntAttribute({2, 2, 2}, 3)}})}});
+    EXPECT_THAT(*RestingMatrix(xform), ElementsAre(2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 2, 0, 1, 2, 3, 1));
+    EXPECT_THAT(*RestingMatrix(GroupAttribute()),
+                ElementsAre(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1));
+}
+
+TEST(RestingMatrix, IsNotKnownForWhatMovesOrLeavesItsParent) {
+    EXPECT_FALSE(RestingMatrix(XForm({{"rotate", Moving({0, 0, 0, 1}, {360, 0, 0, 1})}})));
+    EXPECT_FALSE(RestingMatrix(XForm({{"origin", IntAttribute(1)}})));
 }
 
 } // namespace

@@ -35,6 +35,11 @@ struct OXTELLARSDK_API Bounds {
 OXTELLARSDK_API std::optional<Bounds> MoveBounds(const Bounds& bounds,
                                                  const OxAttribute::GroupAttribute& xform);
 
+/// The matrix of an "xform" group that is the same at all times: 16 values, row by row, for row
+/// vectors. Nothing if the group has an "origin" or a step with several time samples.
+OXTELLARSDK_API std::optional<std::array<double, 16>>
+RestingMatrix(const OxAttribute::GroupAttribute& xform);
+
 } // namespace OxXFormUtil
 
 #endif

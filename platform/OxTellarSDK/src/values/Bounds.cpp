@@ -49,6 +49,11 @@ bool FindSteps(const GroupAttribute& xform, std::vector<Step>& steps) {
     return true;
 }
 
+bool IsMoving(const std::vector<Step>& steps) {
+    return std::any_of(steps.begin(), steps.end(),
+                       [](const Step& step) { return step.samples > 1; });
+}
+
 /// Encloses the box under any rotation about the origin.
 Bounds Turned(const Bounds& bounds) {
     Bounds turned;
@@ -133,14 +138,21 @@ Bounds Bounds::transformed(const double* m) const {
 std::optional<Bounds> MoveBounds(const Bounds& bounds, const GroupAttribute& xform) {
     std::vector<Step> steps;
     if (!FindSteps(xform, steps)) return std::nullopt;
-    const bool isMoving =
-        std::any_of(steps.begin(), steps.end(), [](const Step& step) { return step.samples > 1; });
-    if (!isMoving) return MovedBySamples(bounds, xform);
+    if (!IsMoving(steps)) return MovedBySamples(bounds, xform);
     std::optional<Bounds> moved = bounds;
     for (auto step = steps.rbegin(); moved && step != steps.rend(); ++step)
         moved = step->isRotation && step->samples > 1 ? Turned(*moved)
                                                       : MovedBySamples(*moved, step->xform);
     return moved && moved->isFinite() ? moved : std::nullopt;
+}
+
+std::optional<std::array<double, 16>> RestingMatrix(const GroupAttribute& xform) {
+    std::vector<Step> steps;
+    if (!FindSteps(xform, steps) || IsMoving(steps)) return std::nullopt;
+    std::array<double, 16> values = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    const auto [matrix, isUsed] = CalcTransformMatrixAtTime(xform, 0);
+    if (isUsed) matrix.fillInterpSample(values.data(), 16, 0);
+    return values;
 }
 
 } // namespace OxXFormUtil
