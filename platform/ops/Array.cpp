@@ -2,11 +2,11 @@
 #include <string>
 #include <string_view>
 
+#include "ArrayFacts.h"
+#include "ArrayState.h"
 #include "AttrEdits.h"
 #include "ChildNames.h"
-#include "InstanceTree.h"
 #include "OpTypes.h"
-#include "Placement.h"
 
 namespace TellarOps {
 namespace {
@@ -14,14 +14,6 @@ namespace {
 using OxLocationPath::IsSelfOrBelow;
 
 constexpr std::int32_t kMaxGroupSize = 1000000;
-
-struct ArrayState : State {
-    std::string source;
-    std::string target;
-    bool keepsSource = false;
-    std::unique_ptr<const Placement> placement;
-    InstanceTree tree;
-};
 
 std::vector<OxOpType::Argument> Arguments() {
     return {
@@ -72,7 +64,8 @@ void CookInstance(CookContext& context, const ArrayState& state, const InstanceT
     const LocationData data = InputAt(context, state.source);
     if (!data.doesLocationExist()) return;
     const GroupAttribute transform = state.placement->transform(place.index);
-    context.setAttrs(WithXFormEdit(data.getAttrs(), transform, XFormSide::Outermost, "instance"));
+    context.setAttrs(
+        WithXFormEdit(data.getAttrs(), transform, XFormSide::Outermost, kInstancePrefix));
     context.setPotentialChildren(data.getPotentialChildren());
 }
 
@@ -88,12 +81,7 @@ public:
 
     void cook(CookContext& context) const override {
         const ArrayState& state = StateOf<ArrayState>(context);
-        const std::string_view path = context.path();
-        const bool isBelowTarget =
-            path.size() > state.target.size() && IsSelfOrBelow(path, state.target);
-        const InstanceTree::Place place = isBelowTarget
-                                              ? state.tree.find(path.substr(state.target.size()))
-                                              : InstanceTree::Place();
+        const InstanceTree::Place place = state.find(context.path());
         switch (place.kind) {
         case InstanceTree::Place::Foreign:
             CookSurroundings(context, state);
@@ -108,6 +96,14 @@ public:
             CookInstance(context, state, place);
             break;
         }
+    }
+
+    SubtreeFacts describeSubtree(SubtreeContext& context) const override {
+        return DescribeArray(context, StateOf<ArrayState>(context));
+    }
+
+    std::shared_ptr<const Instances> describeInstances(InstanceContext& context) const override {
+        return DescribeArrayInstances(context, StateOf<ArrayState>(context));
     }
 
 protected:

@@ -55,9 +55,8 @@ std::vector<OxOpType::Argument> XFormArguments() {
             {"matrix", "double[16]", "Row-major matrix for row vectors. Default: none."}};
 }
 
-GroupAttribute WithXFormEdit(const GroupAttribute& attrs, const GroupAttribute& edit,
-                             XFormSide side, std::string_view prefix) {
-    const GroupAttribute xform(attrs.getChildByIndex(attrs.findChild("xform")));
+GroupAttribute EditedXForm(const GroupAttribute& xform, const GroupAttribute& edit, XFormSide side,
+                           std::string_view prefix) {
     const GroupAttribute::Child child(FreeName(xform, prefix), edit);
     Children children;
     children.reserve(static_cast<std::size_t>(xform.getNumberOfChildren()) + 1);
@@ -65,8 +64,13 @@ GroupAttribute WithXFormEdit(const GroupAttribute& attrs, const GroupAttribute& 
     Append(children, xform);
     if (side == XFormSide::Innermost) children.push_back(child);
     // A transform is composed along the path, never inherited.
-    const bool inherit = xform.isValid() && xform.getGroupInherit();
-    return WithChild(attrs, "xform", GroupAttribute(children, inherit));
+    return GroupAttribute(children, xform.isValid() && xform.getGroupInherit());
+}
+
+GroupAttribute WithXFormEdit(const GroupAttribute& attrs, const GroupAttribute& edit,
+                             XFormSide side, std::string_view prefix) {
+    const GroupAttribute xform(attrs.getChildByIndex(attrs.findChild("xform")));
+    return WithChild(attrs, "xform", EditedXForm(xform, edit, side, prefix));
 }
 
 } // namespace TellarOps

@@ -28,8 +28,12 @@ enum class XFormSide {
     Innermost  ///< the location's own space: the last child
 };
 
-/// `attrs` with `edit` as a new child of "xform", named `prefix` followed by the first unused
-/// number.
+/// `xform`, which may be invalid, with `edit` as a new child, named `prefix` followed by the first
+/// unused number.
+GroupAttribute EditedXForm(const GroupAttribute& xform, const GroupAttribute& edit, XFormSide side,
+                           std::string_view prefix);
+
+/// `attrs` with this edit of its "xform".
 GroupAttribute WithXFormEdit(const GroupAttribute& attrs, const GroupAttribute& edit,
                              XFormSide side, std::string_view prefix);
 

@@ -1,5 +1,8 @@
 #include <algorithm>
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <OxTellarSDK/GroupBuilder.h>
@@ -31,13 +34,30 @@ protected:
         using EditState::EditState;
         std::vector<std::string> deleted;
         GroupAttribute set;
+        EditedParts edited;
     };
 
     std::shared_ptr<const State> parse(const ArgReader& args) const override {
         auto state = std::make_shared<AttributeEditState>(args);
         state->deleted = args.strings("delete");
         state->set = InFolder(args.string("directory", ""), args.group("set"));
+        for (const std::string& name : state->deleted)
+            addEdited(name, state->edited);
+        for (std::int64_t i = 0; i < state->set.getNumberOfChildren(); ++i)
+            addEdited(state->set.getChildNameView(i), state->edited);
         return state;
+    }
+
+    static void addEdited(std::string_view dottedName, EditedParts& edited) {
+        const std::string_view name = dottedName.substr(0, dottedName.find('.'));
+        if (name == "type")
+            edited.type = true;
+        else if (name == "geometry" || name == "bound")
+            edited.shape = true;
+        else if (name == "xform")
+            edited.xform = true;
+        else
+            edited.others = true;
     }
 
     GroupAttribute edit(CookContext& context, const GroupAttribute& attrs) const override {
@@ -55,6 +75,17 @@ protected:
             builder.del(name);
         builder.deepUpdate(state.set);
         return builder.build();
+    }
+
+    EditedParts editedParts(const EditState& state) const override {
+        return static_cast<const AttributeEditState&>(state).edited;
+    }
+
+    // A location whose type is deleted is a group.
+    std::optional<std::uint32_t> editedTypes(const EditState& state) const override {
+        const GroupAttribute& set = static_cast<const AttributeEditState&>(state).set;
+        const StringAttribute type(set.getChildByIndex(set.findChild("type")));
+        return OxOpType::TypeBit(type.getValueView());
     }
 };
 

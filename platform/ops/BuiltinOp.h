@@ -8,6 +8,7 @@
 #include <OxTellarSDK/LocationPath.h>
 #include <OxTellarSDK/OpCheck.h>
 #include <OxTellarSDK/OpType.h>
+#include <OxTellarSDK/SubtreeFacts.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
 #include "ArgReader.h"
@@ -22,7 +23,11 @@ using OxAttribute::StringAttribute;
 using OxOpType::CheckContext;
 using OxOpType::CookContext;
 using OxOpType::Description;
+using OxOpType::InstanceContext;
+using OxOpType::Instances;
 using OxOpType::State;
+using OxOpType::SubtreeContext;
+using OxOpType::SubtreeFacts;
 using LocationData = TellarRuntime::LocationData;
 
 /// How many inputs an Op of a type may be wired to.
@@ -47,7 +52,7 @@ private:
     const Inputs inputs;
 };
 
-/// The state that parse() of the same type returned. `Context` is CookContext or CheckContext.
+/// The state that parse() of the same type returned. `Context` is that of any call.
 template <typename T, typename Context>
 const T& StateOf(const Context& context) {
     return static_cast<const T&>(*context.state());

@@ -1,4 +1,7 @@
+#include <cstdint>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -28,6 +31,7 @@ constexpr CameraNumber kNumbers[] = {
 struct CameraState : State {
     std::string path;
     std::vector<GroupAttribute::Child> attrs; // replace attributes of the location
+    GroupAttribute xform;                     // invalid: the location keeps its own
 };
 
 std::vector<OxOpType::Argument> Arguments() {
@@ -86,6 +90,35 @@ public:
         context.setPotentialChildren(children);
     }
 
+    SubtreeFacts describeSubtree(SubtreeContext& context) const override {
+        const CameraState& state = StateOf<CameraState>(context);
+        SubtreeFacts facts = context.input(0);
+        if (!OxLocationPath::IsSelfOrBelow(state.path, context.path())) return facts;
+        if (!facts.exists) return {};
+        if (!*facts.exists) facts = FactsOfPlainGroup();
+        facts.identity = {};
+        // Ancestors of the camera that are missing become groups.
+        constexpr std::uint32_t kAdded = OxOpType::kTypeCamera | OxOpType::kTypeGroup;
+        if (facts.types) facts.types = *facts.types | kAdded;
+        if (context.path() == state.path) {
+            describeCamera(state, facts);
+        } else {
+            const std::string_view name = NameTowards(state.path, context.path());
+            if (facts.children) facts.children = WithName(*facts.children, name);
+            facts.locations.reset();
+            facts.bound.reset();
+        }
+        AddChildren(context, facts);
+        return facts;
+    }
+
+    std::shared_ptr<const Instances> describeInstances(InstanceContext& context) const override {
+        const std::string& camera = StateOf<CameraState>(context).path;
+        const std::string& path = context.path();
+        const bool isAboveCamera = path != camera && OxLocationPath::IsSelfOrBelow(camera, path);
+        return isAboveCamera ? nullptr : context.instances(0, path);
+    }
+
 protected:
     std::shared_ptr<const State> parse(const ArgReader& args) const override {
         auto state = std::make_shared<CameraState>();
@@ -93,7 +126,19 @@ protected:
         state->attrs = {{"type", StringAttribute("camera")}, {"geometry", ReadGeometry(args)}};
         const GroupAttribute xform = ReadXForm(args, NumberForm::Double);
         if (xform.isValid()) state->attrs.emplace_back("xform", xform);
+        state->xform = xform;
         return state;
+    }
+
+private:
+    /// Changes the facts of the location that becomes a camera.
+    static void describeCamera(const CameraState& state, SubtreeFacts& facts) {
+        facts.ownTypes = OxOpType::kTypeCamera;
+        if (state.xform.isValid()) facts.xform = state.xform;
+        // A camera has no points, but shows an attribute "bound" that it had before.
+        if (!facts.isPlain) facts.ownBound.reset();
+        facts.isPlain = false;
+        if (!facts.ownBound) facts.bound.reset();
     }
 };
 

@@ -63,6 +63,14 @@ const GroupAttribute& PlainGroupAttrs() {
     return *attrs;
 }
 
+SubtreeFacts FactsOfPlainGroup() {
+    SubtreeFacts facts = OxOpType::DescribeLocation(PlainGroupAttrs(), StringAttribute());
+    facts.types = facts.ownTypes;
+    facts.locations = 1;
+    facts.bound = facts.ownBound;
+    return facts;
+}
+
 void PassWithChildren(CookContext& context, const LocationData& data,
                       const StringAttribute& names) {
     const bool exists = data.doesLocationExist();

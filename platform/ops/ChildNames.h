@@ -24,6 +24,10 @@ std::string_view NameTowards(std::string_view descendant, std::string_view ances
 /// The attributes of a group that exists only because it has children.
 const GroupAttribute& PlainGroupAttrs();
 
+/// The facts of such a location without children. The facts about a subtree have to be reset when
+/// children are added.
+SubtreeFacts FactsOfPlainGroup();
+
 /// Presents `data` with other potential children, or a plain group if it does not exist.
 void PassWithChildren(CookContext& context, const LocationData& data, const StringAttribute& names);
 

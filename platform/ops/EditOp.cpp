@@ -37,6 +37,44 @@ void EditOp::cook(CookContext& context) const {
     context.setPotentialChildren(data.getPotentialChildren());
 }
 
+/// Changes the facts about a matched location alone.
+void EditOp::editOwnFacts(const EditState& state, SubtreeFacts& facts) const {
+    const EditedParts edited = editedParts(state);
+    if (edited.type) facts.ownTypes = editedTypes(state);
+    if (edited.xform && facts.xform) facts.xform = editedXForm(state, *facts.xform);
+    if (!edited.type && !edited.shape) return;
+    facts.ownBound.reset();
+    facts.isPlain = false;
+}
+
+SubtreeFacts EditOp::describeSubtree(SubtreeContext& context) const {
+    SubtreeFacts facts = context.input(0);
+    const auto& state = StateOf<EditState>(context);
+    const bool editsThis = state.paths.matches(context.path());
+    const bool mayEditBelow = state.paths.mayMatchBelow(context.path());
+    const EditedParts edited = editedParts(state);
+    const bool editsShape = edited.type || edited.shape;
+    const bool editsContent = editsShape || edited.others;
+    if (facts.exists == false || (!editsThis && !mayEditBelow)) return facts;
+    if (!editsContent && !edited.xform) return facts;
+
+    if (editsThis) editOwnFacts(state, facts);
+    // The location's own transform is part of neither its identity nor its bound.
+    if (editsContent || mayEditBelow) facts.identity = {};
+    if (editsShape || (edited.xform && mayEditBelow)) facts.bound.reset();
+    if (edited.type) {
+        const auto given = editedTypes(state);
+        facts.types = facts.types && given ? std::optional(*facts.types | *given) : std::nullopt;
+    }
+    if (mayEditBelow) AddChildren(context, facts);
+    return facts;
+}
+
+std::shared_ptr<const Instances> EditOp::describeInstances(InstanceContext& context) const {
+    if (StateOf<EditState>(context).paths.mayMatchBelow(context.path())) return nullptr;
+    return context.instances(0, context.path());
+}
+
 void EditOp::check(CheckContext& context) const {
     WarnOfUnmatchedGlobs(context, "paths");
 }

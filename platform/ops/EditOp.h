@@ -1,6 +1,12 @@
 #ifndef TELLAROPS_EDITOP_H
 #define TELLAROPS_EDITOP_H
 
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "BuiltinOp.h"
 
 namespace TellarOps {
@@ -11,8 +17,18 @@ public:
     void cook(CookContext& context) const final;
     /// Warns of globs that match no location.
     void check(CheckContext& context) const override;
+    SubtreeFacts describeSubtree(SubtreeContext& context) const final;
+    std::shared_ptr<const Instances> describeInstances(InstanceContext& context) const final;
 
 protected:
+    /// The attributes of matched locations that edits can change.
+    struct EditedParts {
+        bool type = false;
+        bool shape = false; ///< points, radii and bounds
+        bool xform = false;
+        bool others = false; ///< attributes that no facts are about
+    };
+
     struct EditState : State {
         explicit EditState(const ArgReader& args) : paths(args.globs("paths")) {}
         OxLocationPath::Patterns paths;
@@ -24,6 +40,18 @@ protected:
     /// The attributes that replace `attrs` at a matched location. Returns `attrs` to leave it
     /// unchanged.
     virtual GroupAttribute edit(CookContext& context, const GroupAttribute& attrs) const = 0;
+
+    virtual EditedParts editedParts(const EditState& state) const = 0;
+    /// The type bits of matched locations when edits change the type; nothing if not known.
+    virtual std::optional<std::uint32_t> editedTypes(const EditState&) const { return {}; }
+    /// The "xform" of a matched location when edits change it; nothing if not known.
+    virtual std::optional<GroupAttribute> editedXForm(const EditState&,
+                                                      const GroupAttribute&) const {
+        return {};
+    }
+
+private:
+    void editOwnFacts(const EditState& state, SubtreeFacts& facts) const;
 };
 
 } // namespace TellarOps

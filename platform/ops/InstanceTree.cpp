@@ -55,6 +55,44 @@ InstanceTree::Place InstanceTree::find(std::string_view path) const {
     return place;
 }
 
+InstanceTree::Place InstanceTree::top() const {
+    Place place;
+    place.kind = Place::Group;
+    place.level = counts.size();
+    return place;
+}
+
+InstanceTree::Range InstanceTree::instancesOf(const Place& group) const {
+    Range range{group.index, group.index + 1};
+    for (std::size_t level = group.level; level > 0; --level)
+        range = childrenOf(level, range);
+    return range;
+}
+
+std::uint64_t InstanceTree::numberOfGroupsBelow(const Place& group) const {
+    std::uint64_t groups = 0;
+    Range range{group.index, group.index + 1};
+    for (std::size_t level = group.level; level > 1; --level) {
+        range = childrenOf(level, range);
+        groups += range.end - range.begin;
+    }
+    return groups;
+}
+
+std::string InstanceTree::pathOf(std::uint64_t instance, const Place& group) const {
+    std::string path;
+    for (std::size_t level = group.level; level-- > 0;) {
+        std::uint64_t index = instance;
+        for (std::size_t i = 0; i < level; ++i)
+            index /= groupSize;
+        if (!path.empty()) path += '/';
+        path += PrefixOf(level);
+        path.append(widths[level], '0');
+        WriteDigits(index, widths[level], path.data() + path.size() - widths[level]);
+    }
+    return path;
+}
+
 StringAttribute InstanceTree::topNames() const {
     return names(topLevel(), {0, counts.back()});
 }
@@ -63,9 +101,12 @@ StringAttribute InstanceTree::childNames(const Place& place) const {
     return names(place.level - 1, childrenOf(place.level, place.index));
 }
 
+InstanceTree::Range InstanceTree::childrenOf(std::size_t level, Range groups) const {
+    return {groups.begin * groupSize, std::min(groups.end * groupSize, counts[level - 1])};
+}
+
 InstanceTree::Range InstanceTree::childrenOf(std::size_t level, std::uint64_t index) const {
-    const std::uint64_t begin = index * groupSize;
-    return {begin, std::min(begin + groupSize, counts[level - 1])};
+    return childrenOf(level, {index, index + 1});
 }
 
 StringAttribute InstanceTree::names(std::size_t level, Range range) const {

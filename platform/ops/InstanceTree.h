@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -23,6 +24,11 @@ public:
     /// `groupSize` is at least 2.
     InstanceTree(std::uint64_t count, std::uint64_t groupSize);
 
+    struct Range {
+        std::uint64_t begin = 0;
+        std::uint64_t end = 0;
+    };
+
     struct Place {
         enum Kind {
             Foreign,  ///< the first name is not in the tree
@@ -39,18 +45,24 @@ public:
     /// `path` is relative to the tree's top: "/g_47/i_4711/mesh".
     Place find(std::string_view path) const;
 
+    /// The tree itself as a group.
+    Place top() const;
+    /// The instances below a group: [begin, end).
+    Range instancesOf(const Place& group) const;
+    /// The number of groups below a group, at all levels.
+    std::uint64_t numberOfGroupsBelow(const Place& group) const;
+    /// The path of an instance relative to a group above it: "g_47/i_4711".
+    std::string pathOf(std::uint64_t instance, const Place& group) const;
+
     /// Invalid for a tree without instances.
     StringAttribute topNames() const;
     /// The children of the group at `place`.
     StringAttribute childNames(const Place& place) const;
 
 private:
-    struct Range {
-        std::uint64_t begin = 0;
-        std::uint64_t end = 0;
-    };
-
     std::size_t topLevel() const { return counts.size() - 1; }
+    /// The children of some groups of a level, or of one.
+    Range childrenOf(std::size_t level, Range groups) const;
     Range childrenOf(std::size_t level, std::uint64_t index) const;
     StringAttribute names(std::size_t level, Range range) const;
     /// False unless `name` is the name of one of `range`.

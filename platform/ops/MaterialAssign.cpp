@@ -59,6 +59,12 @@ protected:
         const GroupAttribute material = MaterialOf(InputAt(context, state.material));
         return material.isValid() ? WithChild(assigned, "material", material) : assigned;
     }
+
+    EditedParts editedParts(const EditState&) const override {
+        EditedParts edited;
+        edited.others = true;
+        return edited;
+    }
 };
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "Placement.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <limits>
 #include <string>
 #include <vector>
@@ -10,11 +12,35 @@ namespace {
 
 constexpr std::uint64_t kMaxInstances = std::uint64_t{1} << 40;
 
+// So many instances are enclosed one by one; the box around more of them follows from the extent.
+constexpr std::uint64_t kMostMoved = 1000;
+constexpr double kRadiansPerDegree = 3.14159265358979323846 / 180.0;
+
+using OxXFormUtil::Bounds;
 using Children = std::vector<GroupAttribute::Child>;
 using Axes = std::array<double, 3>;
 
 Attribute Translation(const Axes& offset) {
     return DoubleAttribute(offset.data(), 3, 3);
+}
+
+Matrix TranslationMatrix(const Axes& offset) {
+    return {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, offset[0], offset[1], offset[2], 1};
+}
+
+Bounds Shifted(const Bounds& box, const Axes& offset) {
+    return box.transformed(TranslationMatrix(offset).data());
+}
+
+/// Encloses the box under any rotation about the y axis.
+Bounds TurnedAboutY(const Bounds& box) {
+    if (box.isEmpty()) return box;
+    const auto& v = box.values;
+    const double radius = std::hypot(std::max(std::abs(v[0]), std::abs(v[1])),
+                                     std::max(std::abs(v[4]), std::abs(v[5])));
+    Bounds turned;
+    turned.values = {-radius, radius, v[2], v[3], -radius, radius};
+    return turned;
 }
 
 /// Throws when the product exceeds the limit for an array.
@@ -40,15 +66,37 @@ public:
     std::uint64_t count() const override { return total; }
 
     GroupAttribute transform(std::uint64_t index) const override {
+        return GroupAttribute(Children{{"translate", Translation(offsetOf(index))}}, false);
+    }
+
+    Matrix matrix(std::uint64_t index) const override { return TranslationMatrix(offsetOf(index)); }
+
+    Bounds move(const Bounds& box, std::uint64_t begin, std::uint64_t end) const override {
+        if (begin == end) return {};
+        // Rows and layers that are begun count as full, unless there is only one.
+        Axes first = offsetOf(begin);
+        Axes last = offsetOf(end - 1);
+        const bool isOneLayer = first[2] == last[2];
+        const bool isOneRow = isOneLayer && first[1] == last[1];
+        if (!isOneLayer) first[1] = 0;
+        if (!isOneLayer) last[1] = static_cast<double>(rows - 1) * spacing[1];
+        if (!isOneRow) first[0] = 0;
+        if (!isOneRow) last[0] = static_cast<double>(columns - 1) * spacing[0];
+        Bounds moved = Shifted(box, first);
+        moved.add(Shifted(box, last));
+        return moved;
+    }
+
+private:
+    Axes offsetOf(std::uint64_t index) const {
         const std::array<std::uint64_t, 3> cell = {index % columns, index / columns % rows,
                                                    index / columns / rows};
         Axes offset;
         for (std::size_t axis = 0; axis < 3; ++axis)
             offset[axis] = static_cast<double>(cell[axis]) * spacing[axis];
-        return GroupAttribute(Children{{"translate", Translation(offset)}}, false);
+        return offset;
     }
 
-private:
     std::uint64_t total;
     std::uint64_t columns;
     std::uint64_t rows;
@@ -85,18 +133,48 @@ public:
     std::uint64_t count() const override { return total; }
 
     GroupAttribute transform(std::uint64_t index) const override {
-        Axes offset;
-        for (std::size_t axis = 0; axis < 3; ++axis)
-            offset[axis] = least[axis] + Uniform(seed, index, axis) * size[axis];
         Attribute rotation;
         // In degrees instead of a matrix, because the last bits of sine and cosine differ between
         // machines.
-        if (spin) rotation = DoubleAttribute({360.0 * Uniform(seed, index, 3), 0.0, 1.0, 0.0}, 4);
-        return GroupAttribute(Children{{"translate", Translation(offset)}, {"rotate", rotation}},
-                              false);
+        if (spin) rotation = DoubleAttribute({degreesOf(index), 0.0, 1.0, 0.0}, 4);
+        return GroupAttribute(
+            Children{{"translate", Translation(offsetOf(index))}, {"rotate", rotation}}, false);
+    }
+
+    Matrix matrix(std::uint64_t index) const override {
+        Matrix matrix = TranslationMatrix(offsetOf(index));
+        if (!spin) return matrix;
+        const double angle = degreesOf(index) * kRadiansPerDegree;
+        matrix[0] = matrix[10] = std::cos(angle);
+        matrix[8] = std::sin(angle);
+        matrix[2] = -matrix[8];
+        return matrix;
+    }
+
+    Bounds move(const Bounds& box, std::uint64_t begin, std::uint64_t end) const override {
+        if (begin == end) return {};
+        Bounds moved;
+        if (end - begin <= kMostMoved) {
+            for (std::uint64_t index = begin; index < end; ++index)
+                moved.add(box.transformed(matrix(index).data()));
+            return moved;
+        }
+        const Bounds turned = spin ? TurnedAboutY(box) : box;
+        moved = Shifted(turned, least);
+        moved.add(Shifted(turned, {least[0] + size[0], least[1] + size[1], least[2] + size[2]}));
+        return moved;
     }
 
 private:
+    Axes offsetOf(std::uint64_t index) const {
+        Axes offset;
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            offset[axis] = least[axis] + Uniform(seed, index, axis) * size[axis];
+        return offset;
+    }
+
+    double degreesOf(std::uint64_t index) const { return 360.0 * Uniform(seed, index, 3); }
+
     std::uint64_t total;
     std::uint64_t seed;
     bool spin;

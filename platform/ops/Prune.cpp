@@ -67,6 +67,27 @@ public:
                              RemainingNames(data.getPotentialChildren(), path, state.roots));
     }
 
+    SubtreeFacts describeSubtree(SubtreeContext& context) const override {
+        const PruneState& state = StateOf<PruneState>(context);
+        const std::string& path = context.path();
+        if (state.withBelow.matches(path)) return SubtreeFacts::Missing();
+        SubtreeFacts facts = context.input(0);
+        if (facts.exists == false || !state.roots.mayMatchBelow(path)) return facts;
+        facts.identity = {};
+        facts.locations.reset();
+        if (!state.keepNames && facts.children)
+            facts.children = RemainingNames(*facts.children, path, state.roots);
+        AddChildren(context, facts);
+        return facts;
+    }
+
+    std::shared_ptr<const Instances> describeInstances(InstanceContext& context) const override {
+        const PruneState& state = StateOf<PruneState>(context);
+        const std::string& path = context.path();
+        if (state.withBelow.matches(path) || state.roots.mayMatchBelow(path)) return nullptr;
+        return context.instances(0, path);
+    }
+
     void check(CheckContext& context) const override { WarnOfUnmatchedGlobs(context, "paths"); }
 
 protected:

@@ -31,6 +31,22 @@ public:
         context.setPotentialChildren(data.getPotentialChildren());
     }
 
+    SubtreeFacts describeSubtree(SubtreeContext& context) const override {
+        SubtreeFacts facts = context.input(0);
+        if (context.path() != kSettingsLocation) return facts;
+        if (!facts.exists) return {};
+        if (!*facts.exists) {
+            facts = OxOpType::DescribeLocation(GroupAttribute(), StringAttribute());
+            AddChildren(context, facts);
+        }
+        facts.identity = {};
+        return facts;
+    }
+
+    std::shared_ptr<const Instances> describeInstances(InstanceContext& context) const override {
+        return context.instances(0, context.path());
+    }
+
 protected:
     std::shared_ptr<const State> parse(const ArgReader& args) const override {
         auto state = std::make_shared<RenderSettingsState>();

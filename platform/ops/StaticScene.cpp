@@ -7,79 +7,28 @@
 
 #include "ChildNames.h"
 #include "OpTypes.h"
+#include "StaticDescription.h"
+#include "StaticFacts.h"
 #include "Textures.h"
 
 namespace TellarOps {
 namespace {
 
 using OxAttribute::DelimiterDecode;
-using OxAttribute::DelimiterEncode;
 
 struct StaticSceneState : State {
     std::string location;
     std::string directory; // relative textures count from here; may be empty
+    StaticFacts facts;
 };
 
-/// Whether the name needs encoding or looks like an encoded one.
-bool HasEncodedCharacter(std::string_view name) {
-    bool has = false;
-    for (const char c : name)
-        has |= c == '.' || c == '/' || c == '%' || c == '\0';
-    return has;
-}
-
-/// The index of the child whose decoded name is `name`, or -1.
-std::int64_t FindEncoded(const GroupAttribute& children, std::string_view name, std::int64_t hint) {
-    if (!HasEncodedCharacter(name)) return children.findChild(name, hint);
-    const std::int64_t index = children.findChild(DelimiterEncode(name), hint);
-    if (index >= 0) return index;
-    // The name may also be written without encoding, unless it looks like an encoded one.
-    return DelimiterDecode(name) == name ? children.findChild(name, hint) : -1;
-}
-
-GroupAttribute ChildrenOf(const GroupAttribute& description) {
-    return description.getChildByIndex(description.findChild("c", 1));
-}
-
-GroupAttribute AttrsOf(const GroupAttribute& description) {
-    return description.getChildByIndex(description.findChild("a", 0));
-}
-
-/// Invalid when there is no such child or it is not a group.
-GroupAttribute ChildDescription(const GroupAttribute& children, std::string_view name,
-                                std::int64_t hint) {
-    return children.getChildByIndex(FindEncoded(children, name, hint));
-}
-
-/// The description of `path`, which lies below `location`, found from the description of
-/// `location`.
-GroupAttribute Descend(GroupAttribute description, std::string_view path,
-                       std::string_view location) {
-    while (description.isValid() && path.size() > location.size()) {
-        const std::string_view name = NameTowards(path, location);
-        location = path.substr(0, location.size() + 1 + name.size());
-        description = ChildDescription(ChildrenOf(description), name, -1);
-    }
-    return description;
-}
-
-StringAttribute DecodedNames(const GroupAttribute& children) {
-    const auto count = static_cast<std::size_t>(children.getNumberOfChildren());
-    std::vector<std::string_view> names;
-    names.reserve(count);
-    bool anyEncoded = false;
-    for (std::size_t index = 0; index < count; ++index) {
-        names.push_back(children.getChildNameView(static_cast<std::int64_t>(index)));
-        anyEncoded = anyEncoded || names.back().find('%') != std::string_view::npos;
-    }
-    if (!anyEncoded) return MakeNames(names);
-    std::vector<std::string> decoded;
-    decoded.reserve(count);
-    for (std::string_view& name : names) {
-        decoded.push_back(DelimiterDecode(name));
-        name = decoded.back();
-    }
-    return MakeNames(names);
+/// The description of a location at or below `location`; invalid when there is none.
+template <typename Context>
+GroupAttribute FindDescription(const Context& context, std::string_view location) {
+    // The arguments have the layout of a location.
+    if (context.path().size() == location.size())
+        return context.args().isValid() ? context.args() : GroupAttribute(true);
+    return Descend(context.args(), context.path(), location);
 }
 
 class StaticScene final : public BuiltinOp {
@@ -110,9 +59,24 @@ public:
                     ChildDescription(siblings, OxLocationPath::Name(context.path()),
                                      context.probableIndex()));
         else if (OxLocationPath::IsSelfOrBelow(context.path(), location))
-            present(context, state, findDescription(context, location));
+            present(context, state, FindDescription(context, location));
         else
             cookAncestor(context, location);
+    }
+
+    SubtreeFacts describeSubtree(SubtreeContext& context) const override {
+        const auto& state = StateOf<StaticSceneState>(context);
+        const std::string& path = context.path();
+        if (OxLocationPath::IsSelfOrBelow(path, state.location)) {
+            const GroupAttribute description = FindDescription(context, state.location);
+            return description.isValid() ? state.facts.find(path, description)
+                                         : SubtreeFacts::Missing();
+        }
+        if (!OxLocationPath::IsSelfOrBelow(state.location, path)) return SubtreeFacts::Missing();
+        SubtreeFacts facts = OxOpType::DescribeLocation(
+            GroupAttribute(), MakeNames({NameTowards(state.location, path)}));
+        AddChildren(context, facts);
+        return facts;
     }
 
     void check(CheckContext& context) const override {
@@ -157,13 +121,6 @@ private:
         context.setPotentialChildren(DecodedNames(children));
         context.setNote(
             children); // lets the cooks of the children find their descriptions directly
-    }
-
-    static GroupAttribute findDescription(const CookContext& context, std::string_view location) {
-        // The arguments have the layout of a location.
-        if (context.path().size() == location.size())
-            return context.args().isValid() ? context.args() : GroupAttribute(true);
-        return Descend(context.args(), context.path(), location);
     }
 };
 

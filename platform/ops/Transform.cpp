@@ -1,9 +1,13 @@
+#include <optional>
+
 #include "AttrEdits.h"
 #include "EditOp.h"
 #include "OpTypes.h"
 
 namespace TellarOps {
 namespace {
+
+constexpr const char* kPrefix = "edit";
 
 std::vector<OxOpType::Argument> Arguments() {
     std::vector<OxOpType::Argument> arguments = XFormArguments();
@@ -39,7 +43,19 @@ protected:
     GroupAttribute edit(CookContext& context, const GroupAttribute& attrs) const override {
         const TransformState& state = StateOf<TransformState>(context);
         if (!state.xform.isValid()) return attrs;
-        return WithXFormEdit(attrs, state.xform, state.side, "edit");
+        return WithXFormEdit(attrs, state.xform, state.side, kPrefix);
+    }
+
+    EditedParts editedParts(const EditState& state) const override {
+        EditedParts edited;
+        edited.xform = static_cast<const TransformState&>(state).xform.isValid();
+        return edited;
+    }
+
+    std::optional<GroupAttribute> editedXForm(const EditState& editState,
+                                              const GroupAttribute& xform) const override {
+        const auto& state = static_cast<const TransformState&>(editState);
+        return EditedXForm(xform, state.xform, state.side, kPrefix);
     }
 };
 

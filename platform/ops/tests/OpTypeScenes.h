@@ -68,9 +68,12 @@ public:
         return op;
     }
 
-    LocationData cook(const Op& op, const std::string& path) {
+    Client client(const Op& op) {
         commit();
-        return clients.at(op)->cookLocation(path);
+        return clients.at(op);
+    }
+    LocationData cook(const Op& op, const std::string& path) {
+        return client(op)->cookLocation(path);
     }
     /// The warnings about an Op and its inputs, each as "Type: text".
     Names warnings(const Op& op, std::uint64_t mostLocations = UINT64_MAX) {
