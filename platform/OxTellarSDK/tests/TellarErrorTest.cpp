@@ -125,6 +125,44 @@ TEST(CookErrorFacts, TellTheOpThatFailedAndNotThoseAboveIt) {
     EXPECT_EQ(FactsFrom([&] { client->cookLocation("/root"); }).op, "deep");
 }
 
+TEST(PrepareErrors, NameTheOpAndNoLocation) {
+    Graph graph;
+    const Op unknown = graph.op("NoSuchType", {}, {}, "maker");
+    graph.commit(unknown);
+    const ErrorFacts facts = FactsFrom([&] { unknown->prepare(); });
+    EXPECT_EQ(facts.op, "maker");
+    EXPECT_EQ(facts.location, "");
+    EXPECT_EQ(facts.text, "Op \"maker\" (NoSuchType): there is no op type of this name");
+}
+
+TEST(PrepareErrors, IncludeWhatTheOpTypeRefuses) {
+    class Choosy final : public OxOpType::OpType {
+    public:
+        Choosy() { about.name = "TestChoosy"; }
+        const OxOpType::Description& description() const override { return about; }
+        std::shared_ptr<const OxOpType::State> prepare(const GroupAttribute& args,
+                                                       std::size_t) const override {
+            if (args.getNumberOfChildren() > 0)
+                throw TellarError::OfAttribute("size", "no size is taken");
+            return nullptr;
+        }
+        void cook(CookContext&) const override {}
+
+    private:
+        OxOpType::Description about;
+    };
+    static const Choosy type;
+    OxOpType::RegisterOpType(&type);
+    Graph graph;
+    const Op wrong = graph.op("TestChoosy", {{"size", IntAttribute(1)}}, {}, "wrong");
+    const Op right = graph.op("TestChoosy");
+    graph.commit(right);
+    EXPECT_NO_THROW(right->prepare());
+    const ErrorFacts facts = FactsFrom([&] { wrong->prepare(); });
+    EXPECT_EQ(facts.text, "Op \"wrong\" (TestChoosy): no size is taken");
+    EXPECT_EQ(facts.attribute, "size");
+}
+
 TEST(FileErrorFacts, NameAMissingFile) {
     const ErrorFacts facts = FactsFrom([] { FileStream("/no/such.oxop", true); });
     EXPECT_EQ(facts.code, kOxErrorFile);

@@ -157,6 +157,11 @@ public:
     std::vector<std::shared_ptr<Op>> getInputs() const;
     /// The hash of type, type version, arguments and inputs; the zero hash before the commit.
     OxAttribute::Hash getIdentity() const;
+    /// Parses the arguments now; otherwise the first cook does. Only for a committed Op whose
+    /// results were not taken (Client::takeResults). Throws TellarError naming the Op when every
+    /// cook of it would fail: its type is unknown, it is part of a cycle, or its type refuses its
+    /// arguments.
+    void prepare() const;
 
     ~Op();
     Op(const Op&) = delete;

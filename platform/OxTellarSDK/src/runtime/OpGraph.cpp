@@ -148,20 +148,41 @@ std::string OpNode::label() const {
     return "Op \"" + name + "\" (" + typeName + ")";
 }
 
-void OpNode::fail(const std::string& path, ErrorFacts cause) const {
+void OpNode::fail(const std::string* path, ErrorFacts cause) const {
     // Types other than TellarError tell only that the cook failed.
     if (cause.code == kOxErrorUnknown) cause.code = kOxErrorCook;
-    cause.text = label() + " at \"" + path + "\": " + cause.text;
+    const std::string place = path ? " at \"" + *path + '"' : std::string();
+    cause.text = label() + place + ": " + cause.text;
     cause.op = name;
     cause.opType = typeName;
-    cause.location = path;
+    if (path) cause.location = *path;
     throw CookError(std::move(cause));
+}
+
+template <typename Call>
+auto OpNode::guarded(const std::string* path, const Call& call) const {
+    ErrorFacts cause;
+    try {
+        return call();
+    } catch (const CookError&) {
+        throw; // the text names the Op that failed
+    } catch (const std::exception& error) {
+        cause = FactsOf(error);
+    } catch (...) {
+        cause.text = "it threw something that is no std::exception";
+    }
+    fail(path, std::move(cause));
+}
+
+void OpNode::prepare() const {
+    if (defect) fail(nullptr, {kOxErrorCook, *defect, {}, {}, {}, {}, {}});
+    guarded(nullptr, [&] { store->prepare(*type, args, inputs.size()); });
 }
 
 LocationData OpNode::cook(const std::string& path, std::uint32_t eviction,
                           LocationNode** found) const {
     if (found) *found = nullptr;
-    if (defect) fail(path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}});
+    if (defect) fail(&path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}});
     LocationNode* node = store->findOrAdd(path);
     if (!node) return MissingLocation();
     if (found) *found = node;
@@ -181,7 +202,7 @@ LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
     for (;;) {
         if (state & LocationNode::kCooking) {
             if (IsMadeByThisThread(&node) || !WaitForCook(node))
-                fail(path, {kOxErrorCook, "the location needs itself", {}, {}, {}, {}, {}});
+                fail(&path, {kOxErrorCook, "the location needs itself", {}, {}, {}, {}, {}});
             state = node.state.load(std::memory_order_acquire);
             continue;
         }
@@ -225,20 +246,12 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
                                 std::uint32_t eviction) const {
     const MakingScope scope(&node);
     CountCook();
-    ErrorFacts cause;
-    try {
+    return guarded(&path, [&] {
         const OxOpType::State* state = store->prepare(*type, args, inputs.size());
         Cook cook(*this, node, path, eviction, state);
         type->cook(cook);
         return cook.takeResult();
-    } catch (const CookError&) {
-        throw; // the text names the Op that failed
-    } catch (const std::exception& error) {
-        cause = FactsOf(error);
-    } catch (...) {
-        cause.text = "it threw something that is no std::exception";
-    }
-    fail(path, std::move(cause));
+    });
 }
 
 } // namespace OxTellarRuntimeDetail

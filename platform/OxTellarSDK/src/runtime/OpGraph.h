@@ -40,8 +40,8 @@ struct OpNode {
     /// The Op's name in errors: "Op \"name\" (Type)".
     std::string label() const;
 
-    /// Throws a CookError about a location. `cause` has the reason as its text.
-    [[noreturn]] void fail(const std::string& path, ErrorFacts cause) const;
+    /// Parses the arguments if no cook has done so. Throws TellarError when nothing can be cooked.
+    void prepare() const;
 
     /// Cooks a location, or returns its existing result. An `eviction` other than 0 asks for a
     /// result made since that eviction. Unless `found` is null, *found receives the location's node
@@ -52,6 +52,13 @@ struct OpNode {
     TellarRuntime::LocationData cook(LocationNode& node) const;
 
 private:
+    /// Throws a CookError about a location; about the Op when `path` is null. `cause` has the
+    /// reason as its text.
+    [[noreturn]] void fail(const std::string* path, ErrorFacts cause) const;
+    /// Calls code of the op type. What this throws becomes a CookError.
+    template <typename Call>
+    auto guarded(const std::string* path, const Call& call) const;
+
     TellarRuntime::LocationData cookAt(LocationNode& node, const std::string& path,
                                        std::uint32_t eviction) const;
     TellarRuntime::LocationData cookNow(LocationNode& node, const std::string& path,

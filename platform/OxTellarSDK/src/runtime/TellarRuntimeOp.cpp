@@ -1,5 +1,6 @@
 #include <OxTellarSDK/TellarRuntime.h>
 
+#include <stdexcept>
 #include <utility>
 
 #include "OpGraph.h"
@@ -50,4 +51,8 @@ std::vector<std::shared_ptr<TellarRuntime::Op>> TellarRuntime::Op::getInputs() c
 }
 Hash TellarRuntime::Op::getIdentity() const {
     return node->identity;
+}
+void TellarRuntime::Op::prepare() const {
+    if (!node->committed) throw std::invalid_argument(node->label() + " is not committed");
+    node->prepare();
 }
