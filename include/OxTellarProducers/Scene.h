@@ -7,6 +7,8 @@
 
 #include <OxTellarProducers/Export.h>
 #include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarProducers/SceneEdit.h>
+#include <OxTellarProducers/SceneSubscription.h>
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
@@ -46,8 +48,17 @@ public:
     /// the names of their files and ops. An imported file counts by its name.
     OxAttribute::Hash getIdentity() const;
 
-    /// The number of the newest revision: 0, and one more with every edit.
+    /// The number of the newest revision: 0, and one more with every commit.
     std::uint64_t getRevision() const;
+
+    /// The op-tree description of the newest revision. Its last op is the terminal one.
+    OxAttribute::GroupAttribute getDescription() const;
+
+    /// A list of changes to be filled and committed, which makes a new revision.
+    [[nodiscard]] SceneEdit edit();
+
+    /// A receiver of the changes after the newest revision.
+    [[nodiscard]] std::shared_ptr<SceneSubscription> subscribe();
 
     ~Scene();
     Scene(const Scene&) = delete;

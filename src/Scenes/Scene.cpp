@@ -1,21 +1,29 @@
 #include <OxTellarProducers/Scene.h>
 
 #include <utility>
+#include <vector>
 
-#include <OxTellarProducers/CreateGeometryProducer.h>
 #include <OxTellarProducers/SceneDescription.h>
 #include <OxTellarSDK/TellarError.h>
 
+#include "OpDrafts.h"
+#include "RuntimeRecords.h"
 #include "SceneRevisions.h"
 
 using OxAttribute::GroupAttribute;
 using OxAttribute::Hash;
+using OxAttribute::StringAttribute;
 
 namespace TELLAR {
 
 namespace {
 
-constexpr const char* kRootPath = "/root";
+GroupAttribute Describe(const SceneOp& op) {
+    std::vector<GroupAttribute::Child> parts{{"opType", StringAttribute(op.op->getType())},
+                                             {"opArgs", op.op->getArgs()}};
+    if (!op.inputs.empty()) parts.emplace_back("opInputs", StringAttribute(op.inputs, 1));
+    return GroupAttribute(parts, true);
+}
 
 } // namespace
 
@@ -36,12 +44,13 @@ std::shared_ptr<Scene> Scene::FromDescription(const GroupAttribute& description)
     const std::string defect = OpTreeDefect(description);
     if (!defect.empty())
         throw TellarError(kOxErrorBadCall, "The scene cannot be opened: " + defect);
-    return std::shared_ptr<Scene>(
-        new Scene(std::make_shared<SceneRevisions>(MakeFirstRevision(description))));
+    std::shared_ptr<const SceneRevision> first = OpDrafts(description).build();
+    RecordUsage(*first->client->getRuntime());
+    return std::shared_ptr<Scene>(new Scene(std::make_shared<SceneRevisions>(std::move(first))));
 }
 
 GeometryProducer::Ptr Scene::getRoot() const {
-    return CreateSyncGeometryProducer(getClient(), kRootPath);
+    return RootOf(*revisions->getNewest());
 }
 
 std::shared_ptr<TellarRuntime::Client> Scene::getClient() const {
@@ -54,6 +63,27 @@ Hash Scene::getIdentity() const {
 
 std::uint64_t Scene::getRevision() const {
     return revisions->getNewest()->number;
+}
+
+GroupAttribute Scene::getDescription() const {
+    const auto revision = revisions->getNewest();
+    std::vector<GroupAttribute::Child> ops;
+    GroupAttribute terminal;
+    for (const auto& op : revision->ops)
+        if (op->name == revision->terminal)
+            terminal = Describe(*op);
+        else
+            ops.emplace_back(op->name, Describe(*op));
+    ops.emplace_back(revision->terminal, terminal);
+    return GroupAttribute(ops, true);
+}
+
+SceneEdit Scene::edit() {
+    return SceneEdit(revisions);
+}
+
+std::shared_ptr<SceneSubscription> Scene::subscribe() {
+    return std::shared_ptr<SceneSubscription>(new SceneSubscription(revisions));
 }
 
 } // namespace TELLAR

@@ -2,13 +2,19 @@
 
 #include <utility>
 
-#include <OxTellarProducers/OpTreeSource.h>
-#include <OxTellarSDK/TellarError.h>
-#include <OxTellarServicesHost/OxTellarServicesHost.h>
-
-#include "RuntimeRecords.h"
+#include <OxTellarProducers/CreateGeometryProducer.h>
 
 namespace TELLAR {
+
+namespace {
+
+constexpr const char* kRootPath = "/root";
+
+bool HaveSameOps(const SceneRevision& a, const SceneRevision& b) {
+    return a.client->getOp()->getIdentity() == b.client->getOp()->getIdentity();
+}
+
+} // namespace
 
 SceneRevisions::SceneRevisions(std::shared_ptr<const SceneRevision> first)
     : newest(std::move(first)) {}
@@ -18,18 +24,41 @@ std::shared_ptr<const SceneRevision> SceneRevisions::getNewest() const {
     return newest;
 }
 
-std::shared_ptr<const SceneRevision>
-MakeFirstRevision(const OxAttribute::GroupAttribute& description) {
-    const auto runtime = OxTellarServicesHost().createRuntime();
-    if (!runtime) throw TellarError(kOxErrorUnknown, "No runtime can be made");
-    const auto transaction = runtime->createTransaction();
-    const auto op = OpTreeSource::createFromGroupAttribute(description).getOp(transaction);
-    auto revision = std::make_shared<SceneRevision>();
-    revision->client = transaction->createClient();
-    transaction->setClientOp(revision->client, op);
-    runtime->commit(transaction);
-    RecordUsage(*runtime);
-    return revision;
+std::shared_ptr<const SceneChanges> SceneRevisions::commit(const std::vector<EditStep>& steps) {
+    const std::lock_guard<std::mutex> commitGuard(commitLock);
+    std::shared_ptr<const SceneRevision> base = getNewest();
+    OpDrafts drafts(*base);
+    for (const EditStep& step : steps)
+        step(drafts);
+    const std::shared_ptr<SceneRevision> made = drafts.build();
+    made->number = base->number + 1;
+    made->changes = std::make_shared<const SceneChanges>(CompareScenes(base->client, made->client));
+    {
+        const std::lock_guard<std::mutex> guard(lock);
+        newest = made; // `base` keeps the old revision, whose end may run code of op types
+    }
+    replaced.notify_all();
+    return made->changes;
+}
+
+bool SceneRevisions::waitForOther(const SceneRevision& known,
+                                  std::chrono::duration<double> time) const {
+    const auto isOther = [&] { return !HaveSameOps(*newest, known); };
+    std::unique_lock<std::mutex> guard(lock);
+    if (time.count() >= 0) return replaced.wait_for(guard, time, isOther);
+    replaced.wait(guard, isOther);
+    return true;
+}
+
+std::shared_ptr<const SceneChanges> SceneRevisions::compare(const SceneRevision& oldRevision,
+                                                            const SceneRevision& newRevision) {
+    if (newRevision.number == oldRevision.number + 1) return newRevision.changes;
+    return std::make_shared<const SceneChanges>(
+        CompareScenes(oldRevision.client, newRevision.client));
+}
+
+GeometryProducer::Ptr RootOf(const SceneRevision& revision) {
+    return CreateSyncGeometryProducer(revision.client, kRootPath);
 }
 
 } // namespace TELLAR

@@ -1,0 +1,120 @@
+#include <OxTellarProducers/SceneSubscription.h>
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include <OxTellarProducers/Scene.h>
+
+#include "LiveScenes.h"
+
+namespace {
+
+using namespace TellarTest;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using TELLAR::SceneUpdate;
+
+TEST(SceneSubscription, HasNothingBeforeTheFirstEdit) {
+    const auto scene = LiveScene();
+    const auto subscription = scene->subscribe();
+    EXPECT_FALSE(subscription->wait(milliseconds(1)));
+    EXPECT_FALSE(subscription->take());
+}
+
+TEST(SceneSubscription, BeginsAtTheNewestRevision) {
+    const auto scene = LiveScene();
+    SetEdit(*scene, 1);
+    EXPECT_FALSE(scene->subscribe()->take());
+}
+
+TEST(SceneSubscription, TakesManyEditsAsOneListWithEachLocationOnce) {
+    const auto scene = LiveScene();
+    const auto subscription = scene->subscribe();
+    for (int i = 1; i <= 5; ++i)
+        SetEdit(*scene, i);
+    ASSERT_TRUE(subscription->wait(seconds(0)));
+    const std::optional<SceneUpdate> update = subscription->take();
+    ASSERT_TRUE(update);
+    ASSERT_EQ(update->getChanges().size(), 1u);
+    EXPECT_EQ(update->getChanges()[0].path, "/root/world/thing");
+    EXPECT_EQ(update->getOldRevision(), 0u);
+    EXPECT_EQ(update->getNewRevision(), 5u);
+    EXPECT_EQ(EditOf(update->getOldRoot()), 0);
+    EXPECT_EQ(EditOf(update->getNewRoot()), 5);
+}
+
+TEST(SceneSubscription, RepeatsWhatWasNotAcknowledgedTogetherWithNewerChanges) {
+    const auto scene = LiveScene();
+    const auto subscription = scene->subscribe();
+    SetEdit(*scene, 1);
+    ASSERT_TRUE(subscription->take());
+    SetEdit(*scene, 2);
+    const auto update = subscription->take();
+    ASSERT_TRUE(update);
+    EXPECT_EQ(update->getOldRevision(), 0u);
+    EXPECT_EQ(update->getNewRevision(), 2u);
+}
+
+TEST(SceneSubscription, GoesOnFromWhatWasAcknowledged) {
+    const auto scene = LiveScene();
+    const auto subscription = scene->subscribe();
+    SetEdit(*scene, 1);
+    const auto first = subscription->take();
+    SetEdit(*scene, 2);
+    subscription->acknowledge(*first);
+    const auto second = subscription->take();
+    ASSERT_TRUE(second);
+    EXPECT_EQ(second->getOldRevision(), 1u);
+    subscription->acknowledge(*second);
+    EXPECT_FALSE(subscription->wait(milliseconds(1)));
+    EXPECT_FALSE(subscription->take());
+    subscription->acknowledge(*first); // older, and therefore ignored
+    EXPECT_FALSE(subscription->take());
+}
+
+TEST(SceneSubscription, HasNothingAfterEditsThatCancelOut) {
+    const auto scene = LiveScene();
+    const auto subscription = scene->subscribe();
+    SetEdit(*scene, 1);
+    SetEdit(*scene, 0);
+    EXPECT_FALSE(subscription->wait(milliseconds(1)));
+    EXPECT_FALSE(subscription->take());
+}
+
+TEST(SceneSubscription, OfTwoReceiversAcknowledgesForItselfAlone) {
+    const auto scene = LiveScene();
+    const auto quick = scene->subscribe();
+    const auto slow = scene->subscribe();
+    SetEdit(*scene, 1);
+    quick->acknowledge(*quick->take());
+    EXPECT_FALSE(quick->take());
+    EXPECT_TRUE(slow->take());
+}
+
+TEST(SceneSubscription, WakesAThreadThatWaits) {
+    const auto scene = LiveScene();
+    const auto subscription = scene->subscribe();
+    int seen = 0;
+    std::thread receiver([&] {
+        if (!subscription->wait(seconds(-1))) return;
+        seen = EditOf(subscription->take()->getNewRoot());
+    });
+    SetEdit(*scene, 4);
+    receiver.join();
+    EXPECT_EQ(seen, 4);
+}
+
+TEST(SceneSubscription, KeepsTheSceneAlive) {
+    auto scene = LiveScene();
+    const auto subscription = scene->subscribe();
+    SetEdit(*scene, 1);
+    scene.reset();
+    EXPECT_TRUE(subscription->take());
+}
+
+} // namespace
