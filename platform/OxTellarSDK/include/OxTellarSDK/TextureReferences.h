@@ -1,6 +1,7 @@
 #ifndef OXTELLARSDK_TEXTUREREFERENCES_H
 #define OXTELLARSDK_TEXTUREREFERENCES_H
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,6 +37,12 @@ OXTELLARSDK_API bool IsTilePattern(std::string_view file);
 /// changes.
 OXTELLARSDK_API GroupAttribute WithTexturesIn(const std::string& folder,
                                               const GroupAttribute& attrs);
+
+/// Another path for a texture; empty to keep the path that it has.
+using TexturePath = std::function<std::string(const std::string& file)>;
+
+/// The attributes with other paths for their textures. Returns `attrs` itself if nothing changes.
+OXTELLARSDK_API GroupAttribute WithTextures(const GroupAttribute& attrs, const TexturePath& pathOf);
 
 /// Whether the file, or every tile of the set, certainly does not exist. Returns false for
 /// references with environment variables, home folders, frame tokens and the like, and for relative

@@ -92,12 +92,12 @@ std::string PathIn(const fs::path& folder, std::string_view file) {
     return Exists(path, ignored) ? path : std::string();
 }
 
-/// The attribute with paths of files in the folder; invalid if none of its files is there.
-StringAttribute FilesIn(const fs::path& folder, const StringAttribute& files) {
+/// The attribute with other paths; invalid if none of them changes.
+StringAttribute Replaced(const StringAttribute& files, const TexturePath& pathOf) {
     std::vector<std::string> paths;
     bool isChanged = false;
     for (const std::string_view file : files.getNearestSample(0.0f)) {
-        std::string path = IsRelativeFile(file) ? PathIn(folder, file) : std::string();
+        std::string path = file.empty() ? std::string() : pathOf(std::string(file));
         isChanged = isChanged || !path.empty();
         if (path.empty()) path = file;
         paths.push_back(std::move(path));
@@ -153,11 +153,17 @@ bool IsRelativeFile(std::string_view path) {
 }
 
 GroupAttribute WithTexturesIn(const std::string& folder, const GroupAttribute& attrs) {
+    return WithTextures(attrs, [&folder](const std::string& file) {
+        return IsRelativeFile(file) ? PathIn(folder, file) : std::string();
+    });
+}
+
+GroupAttribute WithTextures(const GroupAttribute& attrs, const TexturePath& pathOf) {
     if (!attrs.isValid()) return attrs;
     GroupBuilder builder;
     bool isChanged = false;
     for (const auto& [attribute, files] : FindFiles(attrs)) {
-        const StringAttribute paths = FilesIn(folder, files);
+        const StringAttribute paths = Replaced(files, pathOf);
         if (!paths.isValid()) continue;
         if (!isChanged) {
             builder.setGroupInherit(attrs.getGroupInherit());
