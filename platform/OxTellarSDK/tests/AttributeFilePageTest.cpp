@@ -1,6 +1,5 @@
 #include <OxTellarSDK/Attribute.h>
 
-#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -8,48 +7,14 @@
 #include "AttributePrinter.h"
 #include "ContainerBytes.h"
 #include "ExampleValue.h"
-
-namespace {
-
-int DigitOf(char c) {
-    return c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
-
-/// The bytes at the start of "4f 78 41   header", two digits and a space each.
-std::string BytesOf(const std::string& text) {
-    std::string bytes;
-    for (std::size_t i = 0; i + 1 < text.size(); i += 3) {
-        const int high = DigitOf(text[i]), low = DigitOf(text[i + 1]);
-        if (high < 0 || low < 0) break;
-        bytes += static_cast<char>(high * 16 + low);
-    }
-    return bytes;
-}
-
-/// The bytes that the page about the format shows: lines "    <offset>  <bytes>   <remark>".
-std::string BytesOnThePage() {
-    std::ifstream page(TELLAR_ATTRIBUTE_FILE_PAGE);
-    std::string bytes;
-    for (std::string line; std::getline(page, line);) {
-        if (line.size() < 12 || line.compare(0, 4, "    ") != 0) continue;
-        std::size_t digits = 0;
-        const bool isOffset = line.compare(8, 2, "  ") == 0 && DigitOf(line[4]) >= 0;
-        const std::size_t offset = isOffset ? std::stoul(line.substr(4, 4), &digits, 16) : 0;
-        if (digits != 4) continue;
-        EXPECT_EQ(offset, bytes.size()) << line;
-        bytes += BytesOf(line.substr(10));
-    }
-    return bytes;
-}
-
-} // namespace
+#include "HexPage.h"
 
 TEST(AttributeFilePage, ShowsTheBytesThatAreWritten) {
-    const std::string shown = BytesOnThePage();
+    const std::string shown = BytesOnPage(TELLAR_ATTRIBUTE_FILE_PAGE);
     ASSERT_EQ(shown.size(), 312u);
     EXPECT_TRUE(shown == ContainerBytes::Write(ExampleValue()));
 }
 
 TEST(AttributeFilePage, ShowsBytesThatCanBeRead) {
-    EXPECT_EQ(ContainerBytes::Read(BytesOnThePage()), ExampleValue());
+    EXPECT_EQ(ContainerBytes::Read(BytesOnPage(TELLAR_ATTRIBUTE_FILE_PAGE)), ExampleValue());
 }
