@@ -10,6 +10,7 @@ namespace TellarOps {
 const OxOpType::OpType* ArrayOpType();
 const OxOpType::OpType* AttributeEditOpType();
 const OxOpType::OpType* CameraOpType();
+const OxOpType::OpType* CapturedSceneOpType();
 const OxOpType::OpType* MaterialAssignOpType();
 const OxOpType::OpType* MergeOpType();
 const OxOpType::OpType* PruneOpType();

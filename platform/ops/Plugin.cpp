@@ -27,6 +27,7 @@ constexpr OxPluginRecord_v1 kRecords[] = {
     Record<ArrayOpType>("Array"),
     Record<AttributeEditOpType>("AttributeEdit"),
     Record<CameraOpType>("Camera"),
+    Record<CapturedSceneOpType>("CapturedScene"),
     Record<MaterialAssignOpType>("MaterialAssign"),
     Record<MergeOpType>("Merge"),
     Record<PruneOpType>("Prune"),

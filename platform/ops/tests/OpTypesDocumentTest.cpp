@@ -121,6 +121,15 @@ TEST_P(OpTypesDocument, ListsAllArguments) {
     }
 }
 
+TEST(OpTypesDocument, DescribesCapturedScene) {
+    const std::string section = Section("CapturedScene");
+    for (const OxOpType::Argument& argument :
+         OxOpType::FindOpType("CapturedScene")->description().arguments) {
+        const std::string row = "\n| `" + argument.name + "` | " + argument.type + " | ";
+        EXPECT_NE(section.find(row), std::string::npos) << "There is no " << row;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(BuiltIn, OpTypesDocument,
                          testing::Values("StaticScene", "Merge", "Prune", "Transform",
                                          "AttributeEdit", "MaterialAssign", "RenderSettings",
