@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 
 #include <OxTellarSDK/AttributeStream.h>
+#include <OxTellarSDK/Capture.h>
 #include <OxTellarSDK/DescriptionJson.h>
 #include <OxTellarSDK/TellarError.h>
 
@@ -49,6 +50,29 @@ ErrorFacts OpenFailure(const std::string& path) {
     }
     ADD_FAILURE() << path << " was opened";
     return {};
+}
+
+TEST(Scene, OpensACapture) {
+    const TempDirectory folder;
+    const std::string tag = UniqueTag();
+    const auto writer = std::make_shared<OxCapture::Writer>(folder.path("a.oxcap"));
+    const auto recorded = Scene::FromDescription(
+        OxCapture::WithRecorder(Tagged(tag), writer, OxCapture::Recorded::Scene));
+    WorldTag(*recorded);
+    writer->finish();
+    const auto scene = Scene::Open(folder.path("a.oxcap"));
+    std::filesystem::remove(folder.path("a.oxcap"));
+    EXPECT_EQ(WorldTag(*scene), tag + " world");
+}
+
+TEST(Scene, RefusesACaptureThatIsDamaged) {
+    const TempDirectory folder;
+    const std::string path =
+        folder.write("a.oxcap", std::string("OxCapt\x1a\n\x09\0\0\0\0\0\0\0", 16));
+    EXPECT_EQ(OpenFailure(path).text,
+              "File \"" + path + "\" is a capture of version 9; this program reads version 1");
+    EXPECT_EQ(OpenFailure(folder.write("b.oxcap", "{}")).text,
+              folder.path("b.oxcap") + ": is no capture");
 }
 
 TEST(Scene, OpensAnOpFile) {

@@ -15,6 +15,7 @@ enum class SceneKind {
     OpFile,          ///< a serialised op file
     AttributeStream, ///< an op-tree description as an attribute stream
     Json,            ///< an op-tree description as JSON
+    Capture,         ///< what was recorded of a scene (OxTellarSDK/Capture.h)
     SceneFile        ///< anything else: geometry that the op type SceneImport reads
 };
 
@@ -29,6 +30,7 @@ struct SceneDescription {
 
 /// Reads the description of a scene. The kind of the file is told by its content first and by its
 /// extension second. A scene file is not read yet: its description has one op, which imports it.
+/// That of a capture has one op, which presents it.
 ///
 /// Throws TellarError naming the file and what is wrong with it. A directory, a pipe or a device is
 /// refused.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <OxTellarSDK/AttributeStream.h>
+#include <OxTellarSDK/Capture.h>
 #include <OxTellarSDK/DescriptionFolder.h>
 #include <OxTellarSDK/TellarError.h>
 
@@ -47,10 +48,12 @@ SceneKind FindKind(FileStream& file) {
     const FileKind kind = ProbeFile(file);
     if (kind == FileKind::OpFile) return SceneKind::OpFile;
     if (kind == FileKind::AttributeStream) return SceneKind::AttributeStream;
+    if (OxCapture::IsCapture(file)) return SceneKind::Capture;
     const std::string& path = file.getPath();
     const std::string extension = std::filesystem::path(path).extension().string();
     if (extension == ".oxop") Refuse(path, "is no op file");
     if (extension == ".oxattr") Refuse(path, "is no attribute stream");
+    if (extension == ".oxcap") Refuse(path, "is no capture");
     if (extension == ".json") return SceneKind::Json;
     if (extension == ".gltf") return SceneKind::SceneFile; // JSON too, but no description
     const bool isJson = BeginsWithBrace(file);
@@ -85,6 +88,9 @@ GroupAttribute ReadOps(FileStream& file, SceneKind kind, const std::string& name
         return WithFolderOfFile(ReadDescriptionStream(file), name);
     case SceneKind::Json:
         return ParseDescriptionJson(ReadText(file), name, FolderOfFile(name), &text);
+    case SceneKind::Capture:
+        OxCapture::Reader::Open(file.getPath()); // refuses a damaged one
+        return OxCapture::DescribeCapture(file.getPath());
     default:
         return DescribeImport(file.getPath());
     }

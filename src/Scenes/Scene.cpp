@@ -34,9 +34,10 @@ Scene::~Scene() = default;
 std::shared_ptr<Scene> Scene::Open(const std::string& path) {
     const SceneDescription description = ReadSceneDescription(path);
     std::shared_ptr<Scene> scene = FromDescription(description.ops);
-    // SceneImport reads the file when it cooks the location below the root. After that the file
-    // need not be there any more, and a bad one was refused.
+    // SceneImport reads the file when it cooks the location below the root, and CapturedScene when
+    // it cooks the root. After that the file need not be there any more, and a bad one was refused.
     if (description.kind == SceneKind::SceneFile) scene->getRoot()->getFirstChild(false);
+    if (description.kind == SceneKind::Capture) scene->getRoot();
     return scene;
 }
 
