@@ -1,0 +1,70 @@
+#ifndef TELLAR_VISIT_DEPTHFIRST_H
+#define TELLAR_VISIT_DEPTHFIRST_H
+
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <utility>
+
+#include <OxTellarProducers/GeometryProducer.h>
+
+// What is left of a depth-first walk: for each level, siblings that are not visited yet. A walk
+// keeps these in a stack of its own, because a scene may be too deep for recursion.
+
+namespace TELLAR {
+
+/// A location below the start of a visit that was cooked, or that failed to.
+struct FoundLocation {
+    GeometryProducer::Ptr parent;
+    GeometryProducer::Ptr location; // null when it does not exist or could not be cooked
+    std::exception_ptr error;
+    std::int64_t index; // among the parent's potential children
+    std::size_t depth;  // 1 for the children of the start
+
+    /// Cooks the location.
+    static FoundLocation At(const GeometryProducer::Ptr& parent, std::int64_t index,
+                            std::size_t depth) {
+        FoundLocation found{parent, nullptr, nullptr, index, depth};
+        try {
+            found.location = parent->getChildByIndex(index);
+        } catch (...) {
+            found.error = std::current_exception();
+        }
+        return found;
+    }
+
+    bool exists() const { return location || error; }
+};
+
+/// Consecutive potential children of a location. They and what is below them are not visited yet.
+struct Siblings {
+    GeometryProducer::Ptr parent;
+    std::int64_t next;
+    std::int64_t end;
+    std::size_t depth;
+
+    static Siblings ChildrenOf(const GeometryProducer::Ptr& location, std::size_t depth) {
+        return {location, 0, location->getPotentialChildren().getNumberOfValues(), depth + 1};
+    }
+
+    std::int64_t count() const { return end - next; }
+
+    /// Takes out the first one and cooks it.
+    FoundLocation takeNext() { return FoundLocation::At(parent, next++, depth); }
+
+    /// Takes out the first ones.
+    Siblings takeFirst(std::int64_t number) {
+        const std::int64_t first = std::exchange(next, next + number);
+        return {parent, first, next, depth};
+    }
+
+    /// Takes out the last ones.
+    Siblings takeLast(std::int64_t number) {
+        const std::int64_t last = std::exchange(end, end - number);
+        return {parent, end, last, depth};
+    }
+};
+
+} // namespace TELLAR
+
+#endif
