@@ -2,6 +2,8 @@
 #include <string>
 #include <string_view>
 
+#include <OxTellarSDK/AttributeDifference.h>
+
 #include "ArrayFacts.h"
 #include "ArrayState.h"
 #include "AttrEdits.h"
@@ -35,6 +37,26 @@ std::vector<OxOpType::Argument> Arguments() {
          "put into nested groups. Default: 100."},
         {"keepSource", "int", "1 leaves the source visible at its own place. Default: 0."},
     };
+}
+
+/// The pattern of all instances.
+std::string PatternOfInstances(const ArrayState& state) {
+    return OxLocationPath::PatternOf(state.target) + state.tree.pattern();
+}
+
+/// All locations that an array changes.
+LocationSet RegionOf(const ArrayState& state) {
+    return LocationSet::unionOf({LocationSet::subtrees({state.source}).withParents(),
+                                 LocationSet::subtrees({state.target}),
+                                 LocationSet::ancestorsOf(state.target)});
+}
+
+/// What differs between arrays that differ in one argument and have the same source and target.
+LocationSet TouchedByArgument(const std::string& name, const ArrayState& state) {
+    if (name == "keepSource") return LocationSet::subtrees({state.source}).withParents();
+    if (name == "spacing" || name == "extent" || name == "seed" || name == "spin")
+        return LocationSet::matching({PatternOfInstances(state)});
+    return LocationSet::subtrees({state.target});
 }
 
 /// The location is neither an instance nor below one.
@@ -106,6 +128,26 @@ public:
         return DescribeArrayInstances(context, StateOf<ArrayState>(context));
     }
 
+    LocationSet touchedBy(const GroupAttribute& before,
+                          const GroupAttribute& after) const override {
+        const auto old = stateOf(before);
+        const auto now = stateOf(after);
+        if (!old || !now) return old || now ? RegionOf(old ? *old : *now) : LocationSet();
+        if (old->source != now->source || old->target != now->target)
+            return LocationSet::unionOf({RegionOf(*old), RegionOf(*now)});
+        LocationSet touched;
+        for (const std::string& name : OxAttribute::DifferingChildren(before, after))
+            touched.add(TouchedByArgument(name, *now));
+        return touched;
+    }
+
+    LocationSet touchedThrough(const GroupAttribute& args, std::size_t,
+                               const LocationSet& changed) const override {
+        const auto state = stateOf(args);
+        return LocationSet::unionOf(
+            {changed, changed.movedToEach(state->source, PatternOfInstances(*state))});
+    }
+
 protected:
     std::shared_ptr<const State> parse(const ArgReader& args) const override {
         auto state = std::make_shared<ArrayState>();
@@ -122,6 +164,13 @@ protected:
         state->tree =
             InstanceTree(state->placement->count(), static_cast<std::uint64_t>(groupSize));
         return state;
+    }
+
+private:
+    /// Null for an Op that is not there. There is none without arguments.
+    std::shared_ptr<const ArrayState> stateOf(const GroupAttribute& args) const {
+        if (!args.isValid()) return nullptr;
+        return std::static_pointer_cast<const ArrayState>(parse(ArgReader(description(), args)));
     }
 };
 

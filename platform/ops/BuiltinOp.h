@@ -6,6 +6,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/LocationPath.h>
+#include <OxTellarSDK/LocationSet.h>
 #include <OxTellarSDK/OpCheck.h>
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/SubtreeFacts.h>
@@ -20,6 +21,7 @@ using OxAttribute::DoubleAttribute;
 using OxAttribute::GroupAttribute;
 using OxAttribute::IntAttribute;
 using OxAttribute::StringAttribute;
+using OxLocationPath::LocationSet;
 using OxOpType::CheckContext;
 using OxOpType::CookContext;
 using OxOpType::Description;

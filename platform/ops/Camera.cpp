@@ -119,10 +119,25 @@ public:
         return isAboveCamera ? nullptr : context.instances(0, path);
     }
 
+    LocationSet touchedBy(const GroupAttribute& before,
+                          const GroupAttribute& after) const override {
+        const std::string pathBefore = pathOf(ArgReader(description(), before));
+        const std::string path = pathOf(ArgReader(description(), after));
+        const LocationSet cameras = LocationSet::exactly({pathBefore, path});
+        // An Op without arguments has a camera, but there may be no Op at all.
+        if (before.isValid() && after.isValid() && pathBefore == path) return cameras;
+        return LocationSet::unionOf(
+            {cameras, LocationSet::ancestorsOf(pathBefore), LocationSet::ancestorsOf(path)});
+    }
+    LocationSet touchedThrough(const GroupAttribute&, std::size_t,
+                               const LocationSet& changed) const override {
+        return changed;
+    }
+
 protected:
     std::shared_ptr<const State> parse(const ArgReader& args) const override {
         auto state = std::make_shared<CameraState>();
-        state->path = args.location("path", "/root/world/cam/camera");
+        state->path = pathOf(args);
         state->attrs = {{"type", StringAttribute("camera")}, {"geometry", ReadGeometry(args)}};
         const GroupAttribute xform = ReadXForm(args, NumberForm::Double);
         if (xform.isValid()) state->attrs.emplace_back("xform", xform);
@@ -139,6 +154,10 @@ private:
         if (!facts.isPlain) facts.ownBound.reset();
         facts.isPlain = false;
         if (!facts.ownBound) facts.bound.reset();
+    }
+
+    static std::string pathOf(const ArgReader& args) {
+        return args.location("path", "/root/world/cam/camera");
     }
 };
 

@@ -1,6 +1,10 @@
 #include "EditOp.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
+
+#include <OxTellarSDK/AttributeDifference.h>
 
 #include "LocationSearch.h"
 
@@ -12,6 +16,16 @@ std::vector<OxOpType::Argument> WithPaths(std::vector<OxOpType::Argument> argume
                                          "Globs of the locations to change: \"*\" and \"?\" within "
                                          "a level, \"**\" across levels. Required."});
     return arguments;
+}
+
+/// The globs that are in one of the lists only.
+std::vector<std::string> Difference(std::vector<std::string> a, std::vector<std::string> b) {
+    std::sort(a.begin(), a.end());
+    std::sort(b.begin(), b.end());
+    std::vector<std::string> difference;
+    std::set_symmetric_difference(a.begin(), a.end(), b.begin(), b.end(),
+                                  std::back_inserter(difference));
+    return difference;
 }
 
 } // namespace
@@ -77,6 +91,26 @@ std::shared_ptr<const Instances> EditOp::describeInstances(InstanceContext& cont
 
 void EditOp::check(CheckContext& context) const {
     WarnOfUnmatchedGlobs(context, "paths");
+}
+
+LocationSet EditOp::touchedBy(const GroupAttribute& before, const GroupAttribute& after) const {
+    const std::vector<std::string> names = OxAttribute::DifferingChildren(before, after);
+    if (names == std::vector<std::string>{"paths"})
+        return LocationSet::matching(Difference(globsOf(before), globsOf(after)));
+    return LocationSet::unionOf({matchesOf(before), matchesOf(after)});
+}
+
+LocationSet EditOp::touchedThrough(const GroupAttribute&, std::size_t,
+                                   const LocationSet& changed) const {
+    return changed;
+}
+
+LocationSet EditOp::matchesOf(const GroupAttribute& args) const {
+    return LocationSet::matching(globsOf(args));
+}
+
+std::vector<std::string> EditOp::globsOf(const GroupAttribute& args) const {
+    return ArgReader(description(), args).strings("paths");
 }
 
 } // namespace TellarOps

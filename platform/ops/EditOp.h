@@ -19,6 +19,13 @@ public:
     void check(CheckContext& context) const override;
     SubtreeFacts describeSubtree(SubtreeContext& context) const final;
     std::shared_ptr<const Instances> describeInstances(InstanceContext& context) const final;
+    /// The locations that "paths" matches, or only those of the globs that differ when all other
+    /// arguments are equal.
+    LocationSet touchedBy(const GroupAttribute& before, const GroupAttribute& after) const final;
+    /// A location is made from the same location of the input. A type whose edit() reads others
+    /// overrides this function.
+    LocationSet touchedThrough(const GroupAttribute& args, std::size_t input,
+                               const LocationSet& changed) const override;
 
 protected:
     /// The attributes of matched locations that edits can change.
@@ -37,6 +44,9 @@ protected:
     /// Adds the arguments to "paths".
     EditOp(std::string name, std::string summary, std::vector<OxOpType::Argument> arguments);
 
+    /// The locations that the arguments say to change.
+    LocationSet matchesOf(const GroupAttribute& args) const;
+
     /// The attributes that replace `attrs` at a matched location. Returns `attrs` to leave it
     /// unchanged.
     virtual GroupAttribute edit(CookContext& context, const GroupAttribute& attrs) const = 0;
@@ -52,6 +62,7 @@ protected:
 
 private:
     void editOwnFacts(const EditState& state, SubtreeFacts& facts) const;
+    std::vector<std::string> globsOf(const GroupAttribute& args) const;
 };
 
 } // namespace TellarOps

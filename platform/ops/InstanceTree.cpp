@@ -93,6 +93,16 @@ std::string InstanceTree::pathOf(std::uint64_t instance, const Place& group) con
     return path;
 }
 
+std::string InstanceTree::pattern() const {
+    std::string pattern;
+    for (std::size_t level = counts.size(); level-- > 0;) {
+        pattern += '/';
+        pattern += PrefixOf(level);
+        pattern += '*';
+    }
+    return pattern;
+}
+
 StringAttribute InstanceTree::topNames() const {
     return names(topLevel(), {0, counts.back()});
 }

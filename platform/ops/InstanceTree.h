@@ -53,6 +53,8 @@ public:
     std::uint64_t numberOfGroupsBelow(const Place& group) const;
     /// The path of an instance relative to a group above it: "g_47/i_4711".
     std::string pathOf(std::uint64_t instance, const Place& group) const;
+    /// The pattern of all instances, relative to the tree's top: "/g_*/i_*".
+    std::string pattern() const;
 
     /// Invalid for a tree without instances.
     StringAttribute topNames() const;

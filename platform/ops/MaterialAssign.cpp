@@ -39,6 +39,13 @@ public:
                          HintAboutPath(context, path));
     }
 
+    LocationSet touchedThrough(const GroupAttribute& args, std::size_t,
+                               const LocationSet& changed) const override {
+        const std::string material = ArgReader(description(), args).location("material", "");
+        if (!changed.mayContain(material)) return changed;
+        return LocationSet::unionOf({changed, matchesOf(args)});
+    }
+
 protected:
     struct MaterialAssignState : EditState {
         using EditState::EditState;

@@ -142,6 +142,15 @@ public:
         context.setPotentialChildren(MergedNames(inputs));
     }
 
+    /// There are no arguments, and a single input is passed on.
+    LocationSet touchedBy(const GroupAttribute&, const GroupAttribute&) const override {
+        return {};
+    }
+    LocationSet touchedThrough(const GroupAttribute&, std::size_t,
+                               const LocationSet& changed) const override {
+        return changed;
+    }
+
 protected:
     std::shared_ptr<const State> parse(const ArgReader&) const override { return nullptr; }
 };

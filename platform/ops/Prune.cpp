@@ -90,6 +90,16 @@ public:
 
     void check(CheckContext& context) const override { WarnOfUnmatchedGlobs(context, "paths"); }
 
+    /// Parents of removed locations have other potential children.
+    LocationSet touchedBy(const GroupAttribute& before,
+                          const GroupAttribute& after) const override {
+        return LocationSet::unionOf({rootsOf(before), rootsOf(after)}).withBelow().withParents();
+    }
+    LocationSet touchedThrough(const GroupAttribute&, std::size_t,
+                               const LocationSet& changed) const override {
+        return changed;
+    }
+
 protected:
     std::shared_ptr<const State> parse(const ArgReader& args) const override {
         auto state = std::make_shared<PruneState>();
@@ -98,6 +108,11 @@ protected:
         state->withBelow = Patterns(WithBelow(globs));
         state->keepNames = args.flag("keepNames", false);
         return state;
+    }
+
+private:
+    LocationSet rootsOf(const GroupAttribute& args) const {
+        return LocationSet::matching(ArgReader(description(), args).strings("paths"));
     }
 };
 

@@ -47,6 +47,14 @@ public:
         return context.instances(0, context.path());
     }
 
+    LocationSet touchedBy(const GroupAttribute&, const GroupAttribute&) const override {
+        return LocationSet::exactly({kSettingsLocation});
+    }
+    LocationSet touchedThrough(const GroupAttribute&, std::size_t,
+                               const LocationSet& changed) const override {
+        return changed;
+    }
+
 protected:
     std::shared_ptr<const State> parse(const ArgReader& args) const override {
         auto state = std::make_shared<RenderSettingsState>();

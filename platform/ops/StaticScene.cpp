@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include <OxTellarSDK/AttributeDifference.h>
 #include <OxTellarSDK/DelimiterCodec.h>
 
 #include "ChildNames.h"
@@ -30,6 +31,86 @@ GroupAttribute FindDescription(const Context& context, std::string_view location
         return context.args().isValid() ? context.args() : GroupAttribute(true);
     return Descend(context.args(), context.path(), location);
 }
+
+/// The locations of an Op without arguments are /root alone.
+LocationSet AllLocationsOf(const GroupAttribute& args, const std::string& location) {
+    if (!args.isValid()) return LocationSet::exactly({location});
+    return LocationSet::unionOf(
+        {LocationSet::subtrees({location}), LocationSet::ancestorsOf(location)});
+}
+
+/// False when more than a look at the values is needed.
+bool AreKnownToBeEqual(const Attribute& a, const Attribute& b) {
+    if (a.getHandle() == b.getHandle()) return true;
+    const OxAttribute::Hash hash = a.getKeptHash();
+    return hash != OxAttribute::Hash() && hash == b.getKeptHash();
+}
+
+bool HaveEqualNames(const GroupAttribute& a, const GroupAttribute& b) {
+    if (a.getNumberOfChildren() != b.getNumberOfChildren()) return false;
+    for (std::int64_t i = 0; i < a.getNumberOfChildren(); ++i)
+        if (a.getChildNameView(i) != b.getChildNameView(i)) return false;
+    return true;
+}
+
+/// Finds the locations that differ between two descriptions. Each part of them is compared once.
+class DescriptionComparison {
+public:
+    LocationSet compare(const std::string& location, const GroupAttribute& before,
+                        const GroupAttribute& after) {
+        open.push_back({location, before, after});
+        while (!open.empty()) {
+            const Pair pair = std::move(open.back());
+            open.pop_back();
+            const GroupAttribute childrenBefore = ChildrenOf(pair.before);
+            const GroupAttribute children = ChildrenOf(pair.after);
+            const bool isEqual =
+                HaveEqualNames(childrenBefore, children) &&
+                OxAttribute::HaveEqualContent(AttrsOf(pair.before), AttrsOf(pair.after));
+            if (!isEqual) locations.push_back(pair.path);
+            if (!AreKnownToBeEqual(childrenBefore, children))
+                compareChildren(pair.path, childrenBefore, children);
+        }
+        return LocationSet::unionOf(
+            {LocationSet::exactly(locations), LocationSet::subtrees(subtrees)});
+    }
+
+private:
+    struct Pair {
+        std::string path;
+        GroupAttribute before;
+        GroupAttribute after;
+    };
+
+    void compareChildren(const std::string& path, const GroupAttribute& before,
+                         const GroupAttribute& after) {
+        for (std::int64_t i = 0; i < after.getNumberOfChildren(); ++i) {
+            const std::string_view name = after.getChildNameView(i);
+            compareChild(path, name, before.getChildByIndex(before.findChild(name, i)),
+                         after.getChildByIndex(i));
+        }
+        for (std::int64_t i = 0; i < before.getNumberOfChildren(); ++i) {
+            const std::string_view name = before.getChildNameView(i);
+            if (after.findChild(name, i) < 0)
+                compareChild(path, name, before.getChildByIndex(i), {});
+        }
+    }
+
+    /// A child that is not a group is a location that does not exist.
+    void compareChild(const std::string& path, std::string_view name, const GroupAttribute& before,
+                      const GroupAttribute& after) {
+        if (AreKnownToBeEqual(before, after)) return;
+        std::string childPath = path + '/' + DelimiterDecode(name);
+        if (before.isValid() && after.isValid())
+            open.push_back({std::move(childPath), before, after});
+        else
+            subtrees.push_back(std::move(childPath));
+    }
+
+    std::vector<Pair> open;
+    std::vector<std::string> locations;
+    std::vector<std::string> subtrees;
+};
 
 class StaticScene final : public BuiltinOp {
 public:
@@ -95,17 +176,35 @@ public:
         }
     }
 
+    LocationSet touchedBy(const GroupAttribute& before,
+                          const GroupAttribute& after) const override {
+        const ArgReader argsBefore(description(), before);
+        const ArgReader args(description(), after);
+        const std::string locationBefore = locationOf(argsBefore);
+        const std::string location = locationOf(args);
+        if (!before.isValid() || !after.isValid() || locationBefore != location)
+            return LocationSet::unionOf(
+                {AllLocationsOf(before, locationBefore), AllLocationsOf(after, location)});
+        if (directoryOf(argsBefore) != directoryOf(args)) return LocationSet::subtrees({location});
+        return DescriptionComparison().compare(location, before, after);
+    }
+
 protected:
     std::shared_ptr<const State> parse(const ArgReader& args) const override {
         auto state = std::make_shared<StaticSceneState>();
-        state->location = args.location("location", "/root");
-        state->directory = args.string("directory", "");
+        state->location = locationOf(args);
+        state->directory = directoryOf(args);
         args.group("a");
         args.group("c");
         return state;
     }
 
 private:
+    static std::string locationOf(const ArgReader& args) {
+        return args.location("location", "/root");
+    }
+    static std::string directoryOf(const ArgReader& args) { return args.string("directory", ""); }
+
     static void cookAncestor(CookContext& context, const std::string& location) {
         if (!OxLocationPath::IsSelfOrBelow(location, context.path())) return;
         context.setAttrs(GroupAttribute());

@@ -54,6 +54,13 @@ TEST(LocationPatterns, APlainPathMatchesItselfOnly) {
     EXPECT_FALSE(Matches("/root/world", "/root/worlds"));
 }
 
+TEST(LocationPatterns, ThePatternOfAPathMatchesItAlone) {
+    EXPECT_EQ(PatternOf("/root/world"), "/root/world");
+    EXPECT_EQ(PatternOf("/root/*?[a]"), "/root/[*][?][[]a]");
+    EXPECT_TRUE(Matches(PatternOf("/root/*?[a]"), "/root/*?[a]"));
+    EXPECT_FALSE(Matches(PatternOf("/root/*"), "/root/a"));
+}
+
 TEST(LocationPatterns, AStarStaysWithinItsLevel) {
     EXPECT_TRUE(Matches("/root/*", "/root/world"));
     EXPECT_FALSE(Matches("/root/*", "/root/world/geo"));

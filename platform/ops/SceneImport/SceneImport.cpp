@@ -1,5 +1,6 @@
 #include "SceneImport.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include <OxTellarSDK/AttributeDifference.h>
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/LocationPath.h>
 #include <OxTellarSDK/TellarError.h>
@@ -29,6 +31,7 @@ using OxAttribute::GroupAttribute;
 using OxAttribute::GroupBuilder;
 using OxAttribute::StringAttribute;
 using OxLocationPath::IsSelfOrBelow;
+using OxLocationPath::LocationSet;
 using OxOpType::CookContext;
 using TellarOps::ArgReader;
 
@@ -128,6 +131,21 @@ Settings ReadSettings(const ArgReader& args) {
     settings.options = ReadReadOptions(args);
     settings.clock = ReadClock(args);
     return settings;
+}
+
+// All locations of the scene file, without their ancestors.
+LocationSet LocationsOf(const Settings& settings) {
+    return LocationSet::subtrees({settings.location, settings.materialLocation});
+}
+
+LocationSet AncestorsOf(const Settings& settings) {
+    return LocationSet::unionOf({LocationSet::ancestorsOf(settings.location),
+                                 LocationSet::ancestorsOf(settings.materialLocation)});
+}
+
+// Materials do not move, so other times concern the nodes alone.
+bool IsArgumentOfTime(const std::string& name) {
+    return name == "frame" || name == "framesPerSecond";
 }
 
 void Present(CookContext& context, const GroupAttribute& attrs, const StringAttribute& children) {
@@ -310,6 +328,25 @@ public:
         const auto& state = TellarOps::StateOf<ImportState>(context);
         const auto file = state.file(false);
         WarnOfMissingTextures(context, state.sceneOf(*file));
+    }
+
+    LocationSet touchedBy(const GroupAttribute& before,
+                          const GroupAttribute& after) const override {
+        std::vector<Settings> settings;
+        for (const GroupAttribute* const args : {&before, &after})
+            if (args->isValid()) settings.push_back(ReadSettings(ArgReader(description(), *args)));
+        const bool isInPlace = settings.size() == 2 &&
+                               settings[0].location == settings[1].location &&
+                               settings[0].materialLocation == settings[1].materialLocation;
+        LocationSet touched;
+        for (const Settings& each : settings) {
+            touched.add(LocationsOf(each));
+            if (!isInPlace) touched.add(AncestorsOf(each));
+        }
+        const std::vector<std::string> names = OxAttribute::DifferingChildren(before, after);
+        if (isInPlace && std::all_of(names.begin(), names.end(), IsArgumentOfTime))
+            return LocationSet::subtrees({settings[0].location});
+        return touched;
     }
 
 protected:

@@ -16,6 +16,9 @@ OXTELLARSDK_API std::string_view Name(std::string_view path);
 /// True when `path` is `ancestor` or lies below it.
 OXTELLARSDK_API bool IsSelfOrBelow(std::string_view path, std::string_view ancestor);
 
+/// The pattern that matches just this location.
+OXTELLARSDK_API std::string PatternOf(std::string_view path);
+
 /// A set of glob patterns for location paths. "*" and "?" match within one level. "[abc]", "[a-z]"
 /// and "[!abc]" match one UTF-8 character that is or is not in a set (a "]" in first place is a
 /// member). "**" matches any number of whole levels, so "/root/**" matches /root and everything

@@ -15,7 +15,8 @@
 
 /// An op type says how one location is made from the locations of an Op's inputs.
 /// Types are plug-ins: a shared library on the plug-in path offers the suite
-/// OxOpTypePluginSuite_v3 under the API name "TellarOpType", version 3. OpTypeSuite.h has version 2, for C.
+/// OxOpTypePluginSuite_v3 under the API name "TellarOpType", version 3. Version 2 is for types
+/// that are written in C (OpTypeSuite.h).
 
 namespace OxOpType {
 

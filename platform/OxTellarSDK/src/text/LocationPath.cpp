@@ -19,6 +19,13 @@ bool IsSelfOrBelow(std::string_view path, std::string_view ancestor) {
            (path.size() == ancestor.size() || path[ancestor.size()] == '/');
 }
 
+std::string PatternOf(std::string_view path) {
+    std::string pattern;
+    while (!path.empty())
+        pattern += '/' + EscapedLevel(TakeLevel(path));
+    return pattern;
+}
+
 Patterns::Patterns(const std::vector<std::string>& patterns) {
     this->patterns.reserve(patterns.size());
     for (const std::string& pattern : patterns)
