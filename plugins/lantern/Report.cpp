@@ -4,6 +4,11 @@
 
 namespace lantern {
 
+Report::Report(const OxRenderListener_v1& listener)
+    : listener{sizeof(OxRenderListener_v2), listener.onProgress, listener.onMessage, nullptr,
+               listener.onPicture,          listener.user},
+      isCancelledFunction(listener.isCancelled) {}
+
 void Report::info(const std::string& message) {
     say(kOxLogInfo, message);
 }
@@ -22,22 +27,26 @@ void Report::progress(double fraction, const char* what) {
     listener.onProgress(fraction, what, listener.user);
 }
 
+void Report::pixels(const OxPixelRegion& region) {
+    if (!listener.onPixels) return;
+    const std::lock_guard<std::mutex> guard(lock);
+    listener.onPixels(&region, listener.user);
+}
+
 void Report::picture(const std::string& path) {
     if (!listener.onPicture) return;
     const std::lock_guard<std::mutex> guard(lock);
     listener.onPicture(path.c_str(), listener.user);
 }
 
-bool Report::isCancelled() const {
-    return listener.isCancelled && listener.isCancelled(listener.user) != 0;
-}
-
-bool Report::isAskedToFinish() const {
-    return listener.isCancelled && listener.isCancelled(listener.user) == kOxRenderFinish;
-}
-
 void Report::throwIfCancelled() const {
     if (isCancelled()) throw Cancelled{};
+}
+
+/// An OxRenderWish.
+int Report::wish() const {
+    if (const OxRenderWish wish = wishes.wish(); wish != kOxRenderGoOn) return wish;
+    return isCancelledFunction ? isCancelledFunction(listener.user) : kOxRenderGoOn;
 }
 
 void Report::say(int level, const std::string& message) {

@@ -1,6 +1,7 @@
 #ifndef LANTERN_SCENEDATA_H
 #define LANTERN_SCENEDATA_H
 
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <variant>
@@ -109,6 +110,13 @@ struct Window {
 
     int width() const { return x1 - x0; }
     int height() const { return y1 - y0; }
+    bool isEmpty() const { return x0 >= x1 || y0 >= y1; }
+    bool contains(int x, int y) const { return x >= x0 && x < x1 && y >= y0 && y < y1; }
+    /// The part that lies in another window, which may be empty.
+    Window within(const Window& other) const {
+        return {std::max(x0, other.x0), std::max(y0, other.y0), std::min(x1, other.x1),
+                std::min(y1, other.y1)};
+    }
 };
 
 /// The size of the whole picture and the part of it to draw.

@@ -57,7 +57,7 @@ void RejectAtRandom(const RTCFilterFunctionNArguments* args) {
     const auto& context = *reinterpret_cast<const RayContext*>(args->context);
     RayHit hit;
     const float opacity = OpacityOf(*args, hit);
-    if (ToUnit(Hash(Hash(context.seed, hit.instance), hit.primitive)) >= opacity)
+    if (ToUnit(HashBits(HashBits(context.seed, hit.instance), hit.primitive)) >= opacity)
         args->valid[0] = 0;
 }
 

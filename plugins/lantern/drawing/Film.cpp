@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <iterator>
 #include <unordered_set>
 #include <utility>
 
@@ -24,7 +23,9 @@ std::uint32_t BitsOf(float value) {
     return bits;
 }
 
-std::uint32_t BitsOf(std::uint32_t value) {
+float FromBits(std::uint32_t bits) {
+    float value = 0;
+    std::memcpy(&value, &bits, sizeof value);
     return value;
 }
 
@@ -76,7 +77,7 @@ void EachPixel(const Window& window, Function function) {
 } // namespace
 
 Film::Film(const SceneData& scene, const Buckets& buckets, float gain)
-    : scene(scene), buckets(buckets), gain(gain) {
+    : scene(scene), buckets(buckets), gain(gain), locks(static_cast<std::size_t>(buckets.count())) {
     const LayerChoice& layers = scene.layers;
     const std::size_t pixels =
         std::size_t(buckets.window().width()) * static_cast<std::size_t>(buckets.window().height());
@@ -92,6 +93,7 @@ Film::Film(const SceneData& scene, const Buckets& buckets, float gain)
     if (layers.materialMatte)
         addMatte("CryptoMaterial", &FirstHit::material, NamesOf(scene.materials));
     if (layers.assetMatte) addMatte("CryptoAsset", &FirstHit::instance, AssetsOf(scene.locations));
+    addLayers();
 }
 
 void Film::addMatte(const char* name, Index FirstHit::*thing, std::vector<std::string> names) {
@@ -100,8 +102,40 @@ void Film::addMatte(const char* name, Index FirstHit::*thing, std::vector<std::s
                       MatteLayer(counts.size(), buckets.count())});
 }
 
-void Film::add(int x, int y, int bucket, const PathTracer::Traced& traced, const FirstHit& first) {
+void Film::addLayers() {
+    using Content = FilmLayer::Content;
+    const LayerChoice& wanted = scene.layers;
+    const auto add = [this](bool isWanted, const char* name, std::vector<std::string> channels,
+                            const char* prefix, Content content, bool isInteger = false) {
+        if (isWanted)
+            allLayers.push_back({name, std::move(channels), prefix, content, isInteger, 0, 0});
+    };
+    add(true, "", {"R", "G", "B", "A"}, "", Content::Colors);
+    add(wanted.depth, "depth", {"Z"}, "", Content::Depth);
+    add(wanted.normal, "normal", {"X", "Y", "Z"}, "N.", Content::Normal);
+    add(wanted.position, "position", {"X", "Y", "Z"}, "P.", Content::Position);
+    add(wanted.albedo, "albedo", {"R", "G", "B"}, "albedo.", Content::Albedo);
+    add(wanted.motion, "motion", {"X", "Y"}, "motion.", Content::Motion);
+    add(wanted.id, "id", {"id"}, "", Content::Id, true);
+    for (std::size_t matte = 0; matte < mattes.size(); ++matte) {
+        for (std::size_t i = 0; 2 * i < MatteLayer::kRanks; ++i) { // two ranks in each layer
+            const std::string name = mattes[matte].name + "0" + std::to_string(i);
+            allLayers.push_back(
+                {name, {"R", "G", "B", "A"}, name + ".", Content::Matte, false, matte, 4 * i});
+        }
+    }
+}
+
+void Film::add(int x, int y, int bucket, const FilmPath* paths, int count) {
     const std::size_t pixel = indexOf(x, y);
+    const std::lock_guard<std::mutex> guard(locks[static_cast<std::size_t>(bucket)]);
+    for (int i = 0; i < count; ++i)
+        addPath(pixel, bucket, paths[i]);
+}
+
+void Film::addPath(std::size_t pixel, int bucket, const FilmPath& path) {
+    const PathTracer::Traced& traced = path.traced;
+    const FirstHit& first = path.first;
     ++counts[pixel];
     colors[pixel] += traced.color;
     alphas[pixel] += traced.alpha;
@@ -137,8 +171,7 @@ Picture Film::develop(const Window& part) const {
     Picture picture = EmptyPicture(scene, part);
     developColors(picture);
     developLayers(picture);
-    for (const Matte& matte : mattes)
-        developMatte(matte, picture);
+    addManifests(picture);
     return picture;
 }
 
@@ -146,81 +179,117 @@ void Film::developColors(Picture& picture) const {
     double paths = 0;
     EachPixel(picture.window, [&](int x, int y) {
         const std::size_t pixel = indexOf(x, y);
-        const float share = counts[pixel] > 0 ? 1 / static_cast<float>(counts[pixel]) : 0;
-        const Color color = colors[pixel] * share * gain;
-        for (const float value : {color.x, color.y, color.z, alphas[pixel] * share})
-            picture.pixels.push_back(value);
+        const Values values = valuesOf(allLayers[0], pixel, 0);
+        for (std::size_t k = 0; k < 4; ++k)
+            picture.pixels.push_back(FromBits(values[k]));
         paths += counts[pixel];
     });
     const double mean = paths / (double(picture.pixels.size()) / 4);
     picture.facts.samples = static_cast<int>(mean + 0.5);
 }
 
-/// Adds a channel of the values that the function returns for each index of a pixel.
-template <typename Value>
-Channel& Film::addChannel(Picture& picture, const char* name, Value value) const {
-    Channel& channel = picture.channels.emplace_back();
-    channel.name = name;
-    channel.bits.reserve(picture.pixels.size() / 4);
-    EachPixel(picture.window,
-              [&](int x, int y) { channel.bits.push_back(BitsOf(value(indexOf(x, y)))); });
-    return channel;
-}
-
+/// Adds the channels of all layers besides the colors. Those of a matte's layers are consecutive.
 void Film::developLayers(Picture& picture) const {
-    const LayerChoice& layers = scene.layers;
-    const auto addMean = [&](const char* name, const std::vector<V3f>& sums, int k) {
-        addChannel(picture, name, [&sums, k, this](std::size_t pixel) {
-            return counts[pixel] > 0 ? sums[pixel][k] / static_cast<float>(counts[pixel]) : 0.0f;
+    for (std::size_t i = 1; i < allLayers.size(); ++i) {
+        const FilmLayer& layer = allLayers[i];
+        for (const std::string& channel : layer.channels) {
+            picture.channels.push_back({layer.prefix + channel, layer.isInteger, {}});
+            picture.channels.back().bits.reserve(picture.pixels.size() / 4);
+        }
+        const bool goesOn = i + 1 < allLayers.size() && allLayers[i + 1].firstChannel > 0;
+        if (goesOn) continue;
+        const std::size_t count = layer.firstChannel + layer.channels.size();
+        Channel* const channels = picture.channels.data() + picture.channels.size() - count;
+        EachPixel(picture.window, [&](int x, int y) {
+            const Values values = valuesOf(layer, indexOf(x, y), buckets.of(x, y));
+            for (std::size_t k = 0; k < count; ++k)
+                channels[k].bits.push_back(values[k]);
         });
-    };
-    const auto addNearest = [&](const char* name, auto valueOf) {
-        addChannel(picture, name, [&](std::size_t pixel) { return valueOf(nearest[pixel]); });
-    };
-    if (layers.depth) addNearest("Z", [](const Nearest& at) { return at.depth; });
-    const std::array<const char*, 3> normalNames{"N.X", "N.Y", "N.Z"};
-    const std::array<const char*, 3> positionNames{"P.X", "P.Y", "P.Z"};
-    const std::array<const char*, 3> albedoNames{"albedo.R", "albedo.G", "albedo.B"};
-    for (int k = 0; k < 3 && layers.normal; ++k)
-        addMean(normalNames[k], normals, k);
-    for (int k = 0; k < 3 && layers.position; ++k)
-        addNearest(positionNames[k], [k](const Nearest& at) { return at.position[k]; });
-    for (int k = 0; k < 3 && layers.albedo; ++k)
-        addMean(albedoNames[k], albedos, k);
-    if (layers.motion) {
-        addNearest("motion.X", [](const Nearest& at) { return at.motion.x; });
-        addNearest("motion.Y", [](const Nearest& at) { return at.motion.y; });
     }
-    if (!layers.id) return;
-    addChannel(picture, "id", [this](std::size_t pixel) {
-        const Index instance = nearest[pixel].instance;
-        return instance == kNone ? std::uint32_t(0) : ids[instance];
-    }).isInteger = true;
 }
 
-void Film::developMatte(const Matte& matte, Picture& picture) const {
-    std::vector<Channel> channels;
-    for (int rank = 0; rank < MatteLayer::kRanks; ++rank) { // two ranks in each layer of R, G, B, A
-        const std::string layer = matte.name + "0" + std::to_string(rank / 2);
-        channels.push_back({layer + (rank % 2 == 0 ? ".R" : ".B"), false, {}});
-        channels.push_back({layer + (rank % 2 == 0 ? ".G" : ".A"), false, {}});
-    }
-    std::unordered_set<std::uint32_t> seen;
-    EachPixel(picture.window, [&](int x, int y) {
-        const std::size_t pixel = indexOf(x, y);
-        const auto ranks = matte.layer.ranksOf(pixel, buckets.of(x, y));
-        for (std::size_t i = 0; i < ranks.size(); ++i) {
-            const auto paths = static_cast<float>(ranks[i].paths);
-            channels[2 * i].bits.push_back(ranks[i].id);
-            channels[2 * i + 1].bits.push_back(
-                ranks[i].paths > 0 ? BitsOf(paths / static_cast<float>(counts[pixel])) : 0);
-            if (ranks[i].paths > 0) seen.insert(ranks[i].id);
+/// Adds the names of all things that the channels of mattes show.
+void Film::addManifests(Picture& picture) const {
+    for (const Matte& matte : mattes) {
+        std::unordered_set<std::uint32_t> seen;
+        for (std::size_t i = 0; i + 1 < picture.channels.size(); ++i) {
+            const std::string& name = picture.channels[i].name;
+            const bool isId =
+                name.rfind(matte.name, 0) == 0 && (name.back() == 'R' || name.back() == 'B');
+            if (!isId) continue;
+            const std::vector<std::uint32_t>& coverage = picture.channels[i + 1].bits;
+            for (std::size_t pixel = 0; pixel < coverage.size(); ++pixel)
+                if (coverage[pixel] != 0) seen.insert(picture.channels[i].bits[pixel]);
         }
-    });
-    Manifest& manifest = picture.manifests[matte.name];
-    for (std::size_t i = 0; i < matte.names.size(); ++i)
-        if (seen.count(matte.ids[i]) > 0) manifest.emplace(matte.names[i], matte.ids[i]);
-    std::move(channels.begin(), channels.end(), std::back_inserter(picture.channels));
+        Manifest& manifest = picture.manifests[matte.name];
+        for (std::size_t i = 0; i < matte.names.size(); ++i)
+            if (seen.count(matte.ids[i]) > 0) manifest.emplace(matte.names[i], matte.ids[i]);
+    }
+}
+
+void Film::readLayer(const FilmLayer& layer, const Window& part, float* values) const {
+    const std::size_t channels = layer.channels.size();
+    for (int bucket = 0; bucket < buckets.count(); ++bucket) {
+        const Window shared = buckets.at(bucket).within(part);
+        if (shared.isEmpty()) continue;
+        const std::lock_guard<std::mutex> guard(locks[static_cast<std::size_t>(bucket)]);
+        EachPixel(shared, [&](int x, int y) {
+            const Values found = valuesOf(layer, indexOf(x, y), bucket);
+            const std::size_t pixel =
+                std::size_t(y - part.y0) * static_cast<std::size_t>(part.width()) +
+                static_cast<std::size_t>(x - part.x0);
+            std::memcpy(values + pixel * channels, found.data() + layer.firstChannel,
+                        channels * sizeof(float));
+        });
+    }
+}
+
+/// The bits of the layer's channels; for a matte, of the channels of all its layers.
+Film::Values Film::valuesOf(const FilmLayer& layer, std::size_t pixel, int bucket) const {
+    const auto paths = static_cast<float>(counts[pixel]);
+    const auto meanOf = [paths](const V3f& sum) -> Values {
+        if (paths == 0) return {};
+        return {BitsOf(sum.x / paths), BitsOf(sum.y / paths), BitsOf(sum.z / paths)};
+    };
+    switch (layer.content) {
+    case FilmLayer::Content::Colors: {
+        const float share = paths > 0 ? 1 / paths : 0;
+        const Color color = colors[pixel] * share * gain;
+        return {BitsOf(color.x), BitsOf(color.y), BitsOf(color.z), BitsOf(alphas[pixel] * share)};
+    }
+    case FilmLayer::Content::Depth:
+        return {BitsOf(nearest[pixel].depth)};
+    case FilmLayer::Content::Normal:
+        return meanOf(normals[pixel]);
+    case FilmLayer::Content::Position: {
+        const V3f& position = nearest[pixel].position;
+        return {BitsOf(position.x), BitsOf(position.y), BitsOf(position.z)};
+    }
+    case FilmLayer::Content::Albedo:
+        return meanOf(albedos[pixel]);
+    case FilmLayer::Content::Motion:
+        return {BitsOf(nearest[pixel].motion.x), BitsOf(nearest[pixel].motion.y)};
+    case FilmLayer::Content::Id: {
+        const Index instance = nearest[pixel].instance;
+        return {instance == kNone ? std::uint32_t(0) : ids[instance]};
+    }
+    case FilmLayer::Content::Matte:
+        return matteValuesOf(mattes[layer.matte].layer, pixel, bucket);
+    }
+    return {};
+}
+
+/// For each rank, the id of the thing and the share of the paths that meet it.
+Film::Values Film::matteValuesOf(const MatteLayer& layer, std::size_t pixel, int bucket) const {
+    Values values{};
+    const auto ranks = layer.ranksOf(pixel, bucket);
+    for (std::size_t i = 0; i < ranks.size(); ++i) {
+        const auto paths = static_cast<float>(ranks[i].paths);
+        values[2 * i] = ranks[i].id;
+        values[2 * i + 1] =
+            ranks[i].paths > 0 ? BitsOf(paths / static_cast<float>(counts[pixel])) : 0;
+    }
+    return values;
 }
 
 } // namespace lantern

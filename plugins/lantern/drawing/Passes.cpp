@@ -48,6 +48,11 @@ int Passes::next(const Film& film) {
     return count;
 }
 
+void Passes::exclude(Clock::duration rest) {
+    begin += rest;
+    passBegin += rest;
+}
+
 /// The number of paths, at most `wanted`, for which there is time at the speed of the last pass.
 int Passes::fitting(int wanted) const {
     if (seconds <= 0) return wanted;

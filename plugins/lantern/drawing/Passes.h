@@ -29,8 +29,10 @@ public:
     /// The number of paths that each pixel gets in the next pass; 0 if the picture is done. Expects
     /// that the previous pass is complete.
     int next(const Film& film);
-    /// The number of a pixel's first path in the pass.
-    int firstPath() const { return first; }
+    /// The number of paths that each pixel has after the pass.
+    int pathsAfter() const { return first + count; }
+    /// Excludes such a time of rest, since the previous pass began, from the time limit.
+    void exclude(Clock::duration rest);
     /// Whether a pixel still gets paths.
     bool wants(int x, int y) const { return noise <= 0 || isNoisy[squareOf(x, y)]; }
 
@@ -52,7 +54,7 @@ private:
     const double seconds; // the time limit; 0 for none
     const int samples;
     const Window window;
-    const Clock::time_point begin;
+    Clock::time_point begin; // moved forward by all rests
     const int columns;
     std::vector<bool> isNoisy; // one flag per square
     int first = 0;             // the first path of the current pass

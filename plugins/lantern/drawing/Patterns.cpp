@@ -29,10 +29,10 @@ struct LatticePoint {
 /// The product of a lattice point's gradient with an offset from it. The gradients are the twelve
 /// directions to the edges of a cube, four of them twice.
 float GradientAt(const LatticePoint& point, const V3f& offset) {
-    const std::uint32_t hash =
-        Hash(Hash(Hash(static_cast<std::uint32_t>(point.x)), static_cast<std::uint32_t>(point.y)),
-             static_cast<std::uint32_t>(point.z)) &
-        15;
+    const std::uint32_t hash = HashBits(HashBits(HashBits(static_cast<std::uint32_t>(point.x)),
+                                                 static_cast<std::uint32_t>(point.y)),
+                                        static_cast<std::uint32_t>(point.z)) &
+                               15;
     const float first = hash < 8 ? offset.x : offset.y;
     const float last = hash == 12 || hash == 14 ? offset.x : offset.z;
     const float second = hash < 4 ? offset.y : last;

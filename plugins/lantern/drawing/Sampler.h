@@ -12,14 +12,14 @@ namespace lantern {
 
 /// A 32-bit integer hash: the output function RXS-M-XS of O'Neill, "PCG: A Family of Simple Fast
 /// Space-Efficient Statistically Good Algorithms for Random Number Generation", 2014.
-inline std::uint32_t Hash(std::uint32_t value) {
+inline std::uint32_t HashBits(std::uint32_t value) {
     const std::uint32_t state = value * 747796405u + 2891336453u;
     const std::uint32_t word = ((state >> ((state >> 28u) + 4u)) ^ state) * 277803737u;
     return (word >> 22u) ^ word;
 }
 
-inline std::uint32_t Hash(std::uint32_t a, std::uint32_t b) {
-    return Hash(Hash(a) + b);
+inline std::uint32_t HashBits(std::uint32_t a, std::uint32_t b) {
+    return HashBits(HashBits(a) + b);
 }
 
 /// A float in [0, 1).
@@ -61,7 +61,8 @@ inline std::uint32_t SecondSobolReversed(std::uint32_t index) {
 class Sampler {
 public:
     Sampler(int x, int y, int path)
-        : seed(Hash(Hash(Hash(static_cast<std::uint32_t>(x)), static_cast<std::uint32_t>(y)))),
+        : seed(HashBits(
+              HashBits(HashBits(static_cast<std::uint32_t>(x)), static_cast<std::uint32_t>(y)))),
           reversedPath(ReverseBits(static_cast<std::uint32_t>(path))) {}
 
     /// The random numbers of one of `count` ways in which the path goes on. The first path of a
@@ -76,16 +77,16 @@ public:
     /// Two numbers in [0, 1), independent for each purpose. The pairs of the paths of one pixel are
     /// well distributed over the unit square.
     V2f pair(std::uint32_t purpose) const {
-        const std::uint32_t own = Hash(seed + purpose);
+        const std::uint32_t own = HashBits(seed + purpose);
         const std::uint32_t index = ReverseBits(ScrambleReversed(reversedPath, own));
-        const std::uint32_t x = ReverseBits(ScrambleReversed(index, Hash(own, 1)));
+        const std::uint32_t x = ReverseBits(ScrambleReversed(index, HashBits(own, 1)));
         const std::uint32_t second = SecondSobolReversed(index);
-        return {ToUnit(x), ToUnit(ReverseBits(ScrambleReversed(second, Hash(own, 2))))};
+        return {ToUnit(x), ToUnit(ReverseBits(ScrambleReversed(second, HashBits(own, 2))))};
     }
 
     /// Random bits without that property.
     std::uint32_t bits(std::uint32_t purpose) const {
-        return Hash(Hash(seed + purpose), reversedPath);
+        return HashBits(HashBits(seed + purpose), reversedPath);
     }
 
 private:

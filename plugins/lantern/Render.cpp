@@ -1,0 +1,296 @@
+#include "Render.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <ctime>
+#include <utility>
+
+#include <OxPluginHost/OxPluginHost.h>
+#include <OxTellarProducers/OxScenegraphIteratorHostSuite4.h>
+
+#include "drawing/Picture.h"
+#include "reading/ReadLayers.h"
+#include "reading/ReadScene.h"
+#include "reading/Settings.h"
+#include "tessellation/Tessellate.h"
+
+namespace lantern {
+namespace {
+
+constexpr double kLongestWait = 1e6; // seconds; clocks cannot add much more
+constexpr int kMostCoordinate = 1 << 30;
+
+/// Assigns the time that the render took, and its date in UTC. With the environment variable
+/// SOURCE_DATE_EPOCH it has that date and took no time, so that equal renders give equal files.
+void StampTime(std::chrono::steady_clock::time_point begin, PictureFacts& facts) {
+    std::time_t date = std::time(nullptr);
+    facts.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    if (const char* const given = std::getenv("SOURCE_DATE_EPOCH")) {
+        date = static_cast<std::time_t>(std::strtoll(given, nullptr, 10));
+        facts.seconds = 0;
+    }
+    std::tm parts{};
+    std::array<char, 64> text{};
+    if (gmtime_r(&date, &parts) && parts.tm_year < 8100 && parts.tm_year >= 0 &&
+        std::strftime(text.data(), text.size(), "%Y:%m:%d %H:%M:%S", &parts) > 0)
+        facts.date = text.data();
+}
+
+int EndOf(int begin, int length) {
+    return static_cast<int>(
+        std::clamp<std::int64_t>(std::int64_t(begin) + length, -kMostCoordinate, kMostCoordinate));
+}
+
+Window WindowOf(const OxPixelRegion& region) {
+    if (region.width == 0 && region.height == 0)
+        return {-kMostCoordinate, -kMostCoordinate, kMostCoordinate, kMostCoordinate};
+    return {region.left, region.top, EndOf(region.left, region.width),
+            EndOf(region.top, region.height)};
+}
+
+OxPixelRegion RegionOf(const Window& window) {
+    return {window.x0, window.y0, window.width(), window.height()};
+}
+
+void CheckRegion(const Window& region, const Window& picture) {
+    if (!region.within(picture).isEmpty()) return;
+    throw RenderError("the region has no pixel of the picture", kOxErrorBadCall);
+}
+
+/// The root of the revision to which the changes lead.
+Location ChangedRoot(const OxPluginHost& host, const Suites& suites,
+                     const OxChangesStruct* changes) {
+    const auto* const scenes = static_cast<const OxScenegraphIteratorHostSuite_v4*>(
+        host.getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 4));
+    Location root = Location::owning(
+        suites, scenes && changes ? scenes->getChangedRoot(changes, nullptr) : nullptr);
+    if (!root) throw RenderError("the changes lead to no scene", kOxErrorBadCall);
+    return root;
+}
+
+std::string Joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names)
+        text += (text.empty() ? "" : ",") + name;
+    return text;
+}
+
+} // namespace
+
+struct Render::Session {
+    Session(SceneData&& data, std::string path, const DrawOptions& options, Report& report)
+        : scene(std::move(data)), path(std::move(path)), begin(options.begin),
+          drawing(scene, options, report) {
+        for (const FilmLayer& layer : drawing.film().layers())
+            layers.push_back({layer.name, Joined(layer.channels),
+                              static_cast<int>(layer.channels.size()), layer.isInteger,
+                              RegionOf(scene.framing.window)});
+    }
+
+    SceneData scene;
+    const std::string path; // of the file; empty for none
+    const std::chrono::steady_clock::time_point begin;
+    Drawing drawing;
+    std::vector<Layer> layers; // those of the drawing's film
+};
+
+Render::Render(const OxPluginHost& host, const RenderJob& job, std::unique_ptr<Report> listener)
+    : host(host), suites(host), frame(job.frame), samples(job.samples), threads(job.threads),
+      isLive(job.isLive),
+      pictureName(job.picture ? std::optional<std::string>(job.picture) : std::nullopt),
+      report(std::move(listener)), region(WindowOf(job.region)),
+      root(Location::retaining(suites, job.root)) {
+    if (!root) throw RenderError("there is no scene to render", kOxErrorBadCall);
+    checkedPath(root);
+    picture = ReadFraming(suites, root).window;
+    CheckRegion(region, picture);
+    thread = std::thread([this] { run(); });
+}
+
+Render::~Render() {
+    request(kOxRenderCancel);
+    thread.join();
+}
+
+// The render's thread -----------------------------------------------------------------------------
+
+void Render::run() noexcept {
+    try {
+        std::shared_ptr<Session> opened = open(root);
+        {
+            const std::lock_guard<std::mutex> guard(lock);
+            session = std::move(opened);
+            root = Location();
+            changed.notify_all();
+        }
+        end(drawUntilTheEnd());
+    } catch (const Cancelled&) {
+        end(kOxRenderCancelled);
+    } catch (...) {
+        end(kOxRenderFailed, std::current_exception());
+    }
+}
+
+/// Reads the scene and prepares it.
+std::shared_ptr<Render::Session> Render::open(const Location& from) {
+    const auto begin = std::chrono::steady_clock::now();
+    SceneData scene = ReadScene(host, from.get(), {frame, threads}, *report);
+    TessellateSubdivisions(scene, threads, *report);
+    return std::make_shared<Session>(std::move(scene), checkedPath(from),
+                                     DrawOptions{samples, threads, begin}, *report);
+}
+
+/// The path of the file to write, or an empty one. Throws if it cannot be written.
+std::string Render::checkedPath(const Location& from) const {
+    if (!pictureName) return {};
+    std::string path = GetTilePath(suites, from.get(), pictureName->c_str());
+    CheckPicturePath(path, ReadLayers(from).any());
+    return path;
+}
+
+/// Returns an OxRenderStatus.
+int Render::drawUntilTheEnd() {
+    for (;;) {
+        std::shared_ptr<Session> drawn;
+        Window wanted;
+        {
+            const std::lock_guard<std::mutex> guard(lock);
+            report->control().clearInterruption();
+            drawn = session;
+            wanted = region;
+        }
+        const Drawing::End how = drawn->drawing.run(wanted);
+        if (how == Drawing::End::Interrupted) continue;
+        deliver(*drawn);
+        if (how == Drawing::End::Ended) return kOxRenderStopped;
+        drawn.reset();
+        if (!isLive || !waitForChange()) return kOxRenderDone;
+    }
+}
+
+/// Writes the picture and tells the caller.
+void Render::deliver(const Session& drawn) {
+    Picture picture = drawn.drawing.develop();
+    if (!report->isAskedToFinish()) report->throwIfCancelled();
+    StampTime(drawn.begin, picture.facts);
+    if (drawn.path.empty()) return;
+    WritePicture(drawn.path, picture);
+    report->picture(drawn.path);
+}
+
+/// Marks the picture as complete. Returns false if the render shall end.
+bool Render::waitForChange() {
+    const RenderControl& control = report->control();
+    std::unique_lock<std::mutex> guard(lock);
+    if (!control.isInterrupted()) status = kOxRenderDone;
+    changed.notify_all();
+    changed.wait(guard, [&] { return control.isInterrupted() || control.wish() != kOxRenderGoOn; });
+    if (control.wish() != kOxRenderGoOn) return false;
+    status = kOxRenderRunning;
+    return true;
+}
+
+void Render::end(int newStatus, std::exception_ptr newReason) {
+    const std::lock_guard<std::mutex> guard(lock);
+    status = newStatus;
+    reason = std::move(newReason);
+    hasEnded = true;
+    changed.notify_all();
+}
+
+// The caller's threads ----------------------------------------------------------------------------
+
+int Render::wait(double seconds) {
+    std::unique_lock<std::mutex> guard(lock);
+    const auto isOver = [this] { return status != kOxRenderRunning; };
+    if (seconds >= 0)
+        changed.wait_for(guard, std::chrono::duration<double>(std::min(seconds, kLongestWait)),
+                         isOver);
+    else
+        changed.wait(guard, isOver);
+    return status;
+}
+
+std::exception_ptr Render::failure() const {
+    const std::lock_guard<std::mutex> guard(lock);
+    return reason;
+}
+
+void Render::request(OxRenderWish wish) {
+    const std::lock_guard<std::mutex> guard(lock);
+    report->control().request(wish);
+    changed.notify_all();
+}
+
+void Render::setRegion(const OxPixelRegion& wanted) {
+    const Window window = WindowOf(wanted);
+    const std::lock_guard<std::mutex> guard(lock);
+    CheckRegion(window, picture);
+    throwIfEnded();
+    region = window;
+    if (session) beginAnew();
+}
+
+/// Lets the render's thread draw what is wanted now. The caller holds the lock.
+void Render::beginAnew() {
+    report->control().interrupt();
+    status = kOxRenderRunning;
+    changed.notify_all();
+}
+
+/// The caller holds the lock.
+void Render::throwIfEnded() const {
+    if (hasEnded) throw RenderError("the render has ended", kOxErrorBadCall);
+}
+
+void Render::applyChanges(const OxChangesStruct* changes) {
+    const std::lock_guard<std::mutex> oneAtATime(changing);
+    {
+        std::unique_lock<std::mutex> guard(lock);
+        changed.wait(guard, [this] { return session || hasEnded; });
+        throwIfEnded();
+    }
+    if (!isLive) throw RenderError("the render is not live", kOxErrorBadCall);
+    std::shared_ptr<Session> opened = open(ChangedRoot(host, suites, changes));
+    const std::lock_guard<std::mutex> guard(lock);
+    throwIfEnded();
+    picture = opened->scene.framing.window;
+    if (region.within(picture).isEmpty()) region = picture;
+    session.swap(opened);
+    beginAnew();
+}
+
+std::shared_ptr<Render::Session> Render::currentSession() const {
+    const std::lock_guard<std::mutex> guard(lock);
+    return session;
+}
+
+std::int64_t Render::layerCount() const {
+    const std::shared_ptr<Session> current = currentSession();
+    return current ? static_cast<std::int64_t>(current->layers.size()) : 0;
+}
+
+const Render::Layer* Render::layer(std::int64_t index) const {
+    const std::shared_ptr<Session> current = currentSession();
+    const bool isThere = current && index >= 0 && index < std::int64_t(current->layers.size());
+    return isThere ? &current->layers[static_cast<std::size_t>(index)] : nullptr;
+}
+
+int Render::readLayer(std::int64_t index, float* values, std::int64_t count) const {
+    const std::shared_ptr<Session> current = currentSession();
+    if (!current || index < 0 || index >= std::int64_t(current->layers.size()))
+        throw RenderError("there is no layer " + std::to_string(index), kOxErrorBadCall);
+    const Window& window = current->scene.framing.window;
+    const Layer& layer = current->layers[static_cast<std::size_t>(index)];
+    const std::int64_t needed = std::int64_t(window.width()) * window.height() * layer.channelCount;
+    if (!values || count != needed)
+        throw RenderError("the layer \"" + layer.name + "\" has " + std::to_string(needed) +
+                              " values, not " + std::to_string(count),
+                          kOxErrorBadCall);
+    const Film& film = current->drawing.film();
+    film.readLayer(film.layers()[static_cast<std::size_t>(index)], window, values);
+    return current->drawing.completePasses();
+}
+
+} // namespace lantern
