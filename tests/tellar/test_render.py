@@ -169,8 +169,8 @@ class Renderers(RenderTest):
     def renderers(self, **environment):
         status, output, _ = self.run_tellar("doctor", "--json", **environment)
         self.assertIn(status, (0, 1))
-        return sorted(plugin["name"] for plugin in json.loads(output)["plugins"]
-                      if plugin["api"] == "RendererPlugin")
+        return sorted({plugin["name"] for plugin in json.loads(output)["plugins"]
+                       if plugin["api"] == "RendererPlugin"})  # one plug-in may have two versions
 
     def test_of_an_unknown_renderer_the_known_ones_are_told(self):
         names = [f'"{name}"' for name in self.renderers()]
