@@ -54,13 +54,14 @@ TEST(Initialize, RegistersAllSuitesInOrder) {
     const char* const utils = "RenderOutputUtilsHost";
     EXPECT_THAT(registrations, ElementsAre(Registration{Host()->getSuite(kLogger, 3), kLogger, 3},
                                            Registration{Host()->getSuite(kLogger, 2), kLogger, 2},
-                                           Registration{Host()->getSuite(utils, 3), utils, 3}));
+                                           Registration{Host()->getSuite(utils, 3), utils, 3},
+                                           Registration{Host()->getSuite(utils, 4), utils, 4}));
 }
 
-TEST(Initialize, GoesOnAfterAFailureAndReturnsTheLastStatus) {
-    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 6, 5})), 5);
-    EXPECT_EQ(registrations.size(), 3u);
-    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 6, 0})), 0);
+TEST(Initialize, GoesOnAfterAFailureAndReturnsTheStatusOfTheThird) {
+    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 6, 5, 4})), 5);
+    EXPECT_EQ(registrations.size(), 4u);
+    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 6, 0, 4})), 0);
 }
 
 TEST(Initialize, RegistersTheSameTablesEveryTime) {

@@ -54,6 +54,11 @@ struct TELLAR_API CameraInfo : CameraGeometry {
     float orthographicWidth = 0;
 };
 
+/// The camera that a location is, read from its "geometry" and its transforms. Nothing is cached.
+/// Empty when its "geometry" lacks one of fov, near, far, left, right, top and bottom as a double.
+/// Exceptions of the platform pass through. Threads: as for reading the producer.
+TELLAR_API std::shared_ptr<CameraInfo> ReadCameraInfo(GeometryProducer& location);
+
 /// The camera at `cameraPath`, read from its "geometry" and its transforms. `producer` resolves the
 /// path: pass the scene's root for an absolute one.
 ///
@@ -64,7 +69,8 @@ struct TELLAR_API CameraInfo : CameraGeometry {
 /// cached for them.
 ///
 /// Trap: a camera that could not be read stays missing, even when it is added later, until
-/// ClearCameraInfoCache is called or the hash text changes. Clear after every change of the scene.
+/// ClearCameraInfoCache is called or the hash text changes. Clear after every change of the scene,
+/// or use ReadCameraInfo.
 ///
 /// Threads: any. Two threads may read one camera at the same time; both get the same record. A
 /// request for a camera that comes from reading this camera on the same thread gets an empty

@@ -30,13 +30,27 @@ GetFlattenedMaterialAttr(const std::vector<OxAttribute::GroupAttribute>& materia
 /// Results are cached until EmptyFlattenedMaterialCache is called; equal materials share one.
 ///
 /// Trap: the location's path is the only key. The first result is returned for other terminal names
-/// too, and for the same path in another scene. The form above caches nothing.
+/// too, and for the same path in another scene. FlattenMaterials has another key, and the form
+/// above caches nothing.
 TELLAR_API OxAttribute::GroupAttribute
 GetFlattenedMaterialAttr(GeometryProducer::Ptr producer,
                          const std::vector<std::string>& terminalNames);
 
-/// Empties the cache. Call it when the scene or the terminal names change. Results of calls in
-/// progress are returned, but not cached.
+/// The attributes "material" of a location and of its ancestors, nearest first. Empty when there
+/// are none.
+TELLAR_API std::vector<OxAttribute::GroupAttribute> GetMaterials(GeometryProducer& location);
+
+/// Combines several materials, the nearest first, each first reduced by
+/// MinimizeResolvedMaterialAttr. Invalid for an empty list.
+///
+/// The results for a few thousand lists are cached by the content of the materials and by the
+/// terminal names. Equal arguments give one value while it is cached.
+TELLAR_API OxAttribute::GroupAttribute
+FlattenMaterials(const std::vector<OxAttribute::GroupAttribute>& materials,
+                 const std::vector<std::string>& terminalNames);
+
+/// Empties the caches of both. A cache by path needs it when the scene or the terminal names
+/// change. Results of calls in progress are returned, but not cached.
 TELLAR_API void EmptyFlattenedMaterialCache();
 
 /// A network material reduced to what flattening and the readers of networks use: "style", "nodes",

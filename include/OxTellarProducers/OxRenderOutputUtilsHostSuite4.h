@@ -115,16 +115,18 @@ typedef struct OxRenderOutputUtilsHostSuite_v4 {
     int32_t (*convertPointsToNdc)(const CameraInfoStruct* camera, double* points, int64_t count,
                                   OxErrorStruct** error);
     /* 21 [any thread] The same into pixels of a picture of this size: x from the left edge, y from
-          the bottom. The height of the screen window is fitted to the picture's aspect. */
+          the bottom. The height of the screen window is fitted to the picture's aspect. z goes from
+          0 at the near plane to 1 at the far one as the matrix of slot 19 has it. */
     int32_t (*convertPointsToPixels)(const CameraInfoStruct* camera, int32_t width, int32_t height,
                                      double* points, int64_t count, OxErrorStruct** error);
     /* 22 [any thread] The number of pixels that a box (x min, x max, y min, y max, z min, z max) in
-          a space that `matrix` takes to the world covers in such a picture; -1 with an error. A
-       null matrix means the world itself. */
+          a space that `matrix` takes to the world covers in a picture of this size, which shows the
+          whole screen window; -1 with an error. A null matrix means the world itself. */
     int64_t (*getPixelAreaOfBound)(const CameraInfoStruct* camera, int32_t width, int32_t height,
                                    const double bound[6], const double* matrix,
                                    OxErrorStruct** error);
-    /* 23 [any thread] The same for the location's attribute "bound" and a named resolution. */
+    /* 23 [any thread] The same for the location's attribute "bound" and a named resolution. Without
+          a bound or camera it is the error kOxErrorValue. */
     int64_t (*getPixelAreaThroughCamera)(OxSgIteratorStruct* location, const char* cameraPath,
                                          const char* resolution, OxErrorStruct** error);
     /* 24 [any thread] The sample times that describe the motion while the shutter is open, out of

@@ -209,7 +209,8 @@ typedef struct OxScenegraphIteratorHostSuite_v4 {
     OxSgIteratorStruct* (*getChildByName)(OxSgIteratorStruct* location, const char* name,
                                           OxErrorStruct** error);
     /* 17 [any thread] The location at a path whose first part is this location's name, "." or
-          "..": "/root/world" asked of the root. */
+          "..": "/root/world" asked of the root. Null and an error also when a location above it
+          could not be cooked. */
     OxSgIteratorStruct* (*getProducerByPath)(OxSgIteratorStruct* location, const char* path,
                                              OxErrorStruct** error);
     /* 18 [any thread] The number of potential children. Some of them may not exist. */

@@ -1,12 +1,15 @@
 #ifndef OXTELLARPRODUCERS_SCREENSPACE_H
 #define OXTELLARPRODUCERS_SCREENSPACE_H
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include <Imath/ImathMatrix.h>
 #include <Imath/ImathVec.h>
 
+#include <OxTellarProducers/CameraInfo.h>
 #include <OxTellarProducers/GeometryProducer.h>
 
 namespace TELLAR {
@@ -23,6 +26,10 @@ namespace TELLAR {
 /// producer from target producer.", "Could not get camera info." when there is no render camera,
 /// and what GetRenderResolution throws.
 TELLAR_API Imath::Matrix44<double> GetLocalToScreenMatrix(GeometryProducer::Ptr producer);
+
+/// The same for points of the world, a camera, and the size of a picture in pixels.
+TELLAR_API Imath::Matrix44<double> GetWorldToScreenMatrix(const CameraInfo& camera, int width,
+                                                          int height);
 
 /// Replaces points in the location's local space by normalised device coordinates of the camera:
 /// x from 0 at the left edge of the screen window to 1 at the right one, y from 0 at the bottom
@@ -42,6 +49,10 @@ TELLAR_API Imath::Matrix44<double> GetLocalToScreenMatrix(GeometryProducer::Ptr 
 /// Points stay as they are when there is no such camera, and for a null producer.
 TELLAR_API void ConvertPointListToNDC(GeometryProducer::Ptr producer, const std::string& cameraPath,
                                       std::vector<Imath::Vec3<double>>& points);
+
+/// The same for points of the world and a camera.
+TELLAR_API void ConvertWorldPointsToNdc(const CameraInfo& camera, Imath::Vec3<double>* points,
+                                        std::size_t count);
 
 /// The number of pixels that the location's "bound" (six doubles: x min, x max, y min, y max, z
 /// min, z max, in local space) covers in a picture of the named resolution. Counts the rectangle
@@ -63,6 +74,12 @@ TELLAR_API void ConvertPointListToNDC(GeometryProducer::Ptr producer, const std:
 TELLAR_API int GetPixelAreaThroughCamera(GeometryProducer::Ptr producer,
                                          const std::string& cameraPath,
                                          const std::string& resolution);
+
+/// The same for a box in a space that `toWorld` takes to the world, a camera, and the size of a
+/// picture in pixels.
+TELLAR_API std::int64_t GetPixelAreaOfBound(const CameraInfo& camera, int width, int height,
+                                            const double* bound,
+                                            const Imath::Matrix44<double>& toWorld);
 
 } // namespace TELLAR
 

@@ -10,6 +10,7 @@
 
 #include "GenerationCache.h"
 #include "Lens.h"
+#include "MatrixFromAttribute.h"
 #include "PerThread.h"
 
 using namespace OxAttribute;
@@ -77,25 +78,22 @@ FloatAttribute ToFloats(const DoubleAttribute& matrices) {
     return {samples, 16};
 }
 
-/// Null when there is no such camera.
-Camera ReadCamera(GeometryProducer& producer, const std::string& cameraPath) {
-    const auto location = producer.getProducerByPath(cameraPath, false);
-    if (!location) return nullptr;
-    const GroupAttribute geometry(location->getAttribute("geometry"));
+} // namespace
+
+Camera ReadCameraInfo(GeometryProducer& location) {
+    const GroupAttribute geometry(location.getAttribute("geometry"));
     auto camera = std::make_shared<CameraInfo>();
     if (!geometry.isValid() || !ReadWholeLens(geometry, *camera)) return nullptr;
 
     const DoubleAttribute matrices =
-        OxXFormUtil::CalcTransformMatrixAtExistingTimes(location->getGlobalXFormGroup()).first;
+        OxXFormUtil::CalcTransformMatrixAtExistingTimes(location.getGlobalXFormGroup()).first;
     camera->xform = MatrixFromAttribute(matrices);
     camera->xformSamples = ToFloats(matrices);
-    camera->orthographic = IsOrthographic(location->getAttribute("geometry.projection"));
+    camera->orthographic = IsOrthographic(location.getAttribute("geometry.projection"));
     camera->orthographicWidth = static_cast<float>(
         DoubleAttribute(geometry.getChildByName("orthographicWidth")).getValue(0.0, false));
     return camera;
 }
-
-} // namespace
 
 CameraGeometry::CameraGeometry() = default;
 CameraGeometry::CameraGeometry(const CameraGeometry& other) = default;
@@ -128,7 +126,8 @@ Camera GetCameraInfo(GeometryProducer::Ptr producer, const std::string& cameraPa
         return camera;
     };
     try {
-        return keep(ReadCamera(*producer, cameraPath));
+        const auto location = producer->getProducerByPath(cameraPath, false);
+        return keep(location ? ReadCameraInfo(*location) : nullptr);
     } catch (...) {
         keep(nullptr);
         throw;

@@ -1,11 +1,6 @@
 #ifndef OXTELLARPRODUCERS_LENS_H
 #define OXTELLARPRODUCERS_LENS_H
 
-#include <algorithm>
-#include <cstddef>
-
-#include <Imath/ImathMatrix.h>
-
 #include <OxTellarProducers/CameraInfo.h>
 
 namespace TELLAR {
@@ -29,17 +24,6 @@ constexpr LensField kLensFields[] = {
 /// False for an invalid "projection": cameras without one are perspective.
 inline bool IsOrthographic(const OxAttribute::StringAttribute& projection) {
     return projection.getValueView() == "orthographic";
-}
-
-/// The matrix that an attribute holds row by row at the sample nearest to time 0; the identity when
-/// it holds fewer than 16 values.
-inline Imath::Matrix44<double> MatrixFromAttribute(const OxAttribute::DoubleAttribute& attribute) {
-    constexpr std::size_t kMatrixValues = 16;
-    const auto values = attribute.getNearestSample(0.0f);
-    Imath::Matrix44<double> matrix;
-    if (values.size() >= kMatrixValues)
-        std::copy_n(values.data(), kMatrixValues, matrix.getValue());
-    return matrix;
 }
 
 } // namespace TELLAR

@@ -10,10 +10,9 @@
 
 #include <OxTellarProducers/CameraInfo.h>
 #include <OxTellarProducers/CameraProjection.h>
+#include <OxTellarProducers/LocationTransforms.h>
 #include <OxTellarProducers/RenderResolution.h>
-#include <OxTellarSDK/XFormUtil.h>
 
-#include "Lens.h"
 #include "RenderSettings.h"
 
 using Imath::M44d;
@@ -25,11 +24,6 @@ namespace TELLAR {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-
-M44d LocalToWorld(GeometryProducer& producer) {
-    return MatrixFromAttribute(
-        OxXFormUtil::CalcTransformMatrixAtTime(producer.getGlobalXFormGroup(), 0.0f).first);
-}
 
 /// The axes and the screen window of a camera.
 class CameraView {
@@ -160,6 +154,14 @@ private:
     V3d perSize;
 };
 
+M44d ToScreen(const M44d& toWorld, const CameraInfo& camera, int width, int height) {
+    const M44d projection =
+        GetProjectionMatrix(camera, static_cast<float>(width) / static_cast<float>(height));
+    const M44d clipToUnit = M44d().setScale(V3d(0.5)) * M44d().setTranslation(V3d(0.5));
+    const M44d unitToPixels = M44d().setScale(V3d(width, height, 1.0));
+    return toWorld * camera.xform.inverse() * projection * clipToUnit * unitToPixels;
+}
+
 bool IsAffine(const M44d& matrix) {
     return matrix[0][3] == 0.0 && matrix[1][3] == 0.0 && matrix[2][3] == 0.0 && matrix[3][3] == 1.0;
 }
@@ -168,7 +170,7 @@ bool IsAffine(const M44d& matrix) {
 
 M44d GetLocalToScreenMatrix(GeometryProducer::Ptr producer) {
     if (!producer) throw std::runtime_error("Invalid target producer provided.");
-    const M44d localToWorld = LocalToWorld(*producer);
+    const M44d localToWorld = GetWorldMatrix(*producer);
     const GeometryProducer::Ptr root = producer->getRootProducer();
     if (!root) throw std::runtime_error("Could not get root producer from target producer.");
     const auto camera = GetCameraInfo(root, RenderCameraPath(root));
@@ -176,12 +178,16 @@ M44d GetLocalToScreenMatrix(GeometryProducer::Ptr producer) {
     int width = 0;
     int height = 0;
     GetRenderResolution(nullptr, &width, &height, root);
+    return ToScreen(localToWorld, *camera, width, height);
+}
 
-    const M44d projection =
-        GetProjectionMatrix(*camera, static_cast<float>(width) / static_cast<float>(height));
-    const M44d clipToUnit = M44d().setScale(V3d(0.5)) * M44d().setTranslation(V3d(0.5));
-    const M44d unitToPixels = M44d().setScale(V3d(width, height, 1.0));
-    return localToWorld * camera->xform.inverse() * projection * clipToUnit * unitToPixels;
+M44d GetWorldToScreenMatrix(const CameraInfo& camera, int width, int height) {
+    return ToScreen(M44d(), camera, width, height);
+}
+
+void ConvertWorldPointsToNdc(const CameraInfo& camera, V3d* points, std::size_t count) {
+    const WorldToNdc toNdc(camera);
+    std::transform(points, points + count, points, toNdc);
 }
 
 void ConvertPointListToNDC(GeometryProducer::Ptr producer, const std::string& cameraPath,
@@ -190,7 +196,7 @@ void ConvertPointListToNDC(GeometryProducer::Ptr producer, const std::string& ca
     const auto camera = GetCameraInfo(producer->getRootProducer(), cameraPath);
     if (!camera) return;
     const WorldToNdc toNdc(*camera);
-    const M44d toWorld = LocalToWorld(*producer);
+    const M44d toWorld = GetWorldMatrix(*producer);
     if (IsAffine(toWorld)) {
         const V3d origin = toWorld.translation();
         for (V3d& point : points) {
@@ -210,21 +216,26 @@ int GetPixelAreaThroughCamera(GeometryProducer::Ptr producer, const std::string&
     const auto camera = GetCameraInfo(producer->getRootProducer(), cameraPath);
     const auto bound = DoubleAttribute(producer->getAttribute("bound")).getNearestSample(0.0f);
     if (!camera || bound.size() < 6) return 0;
-    const ResolutionTableEntry picture = LookUpResolution(resolution);
+    const ResolutionTableEntry picture = LookUpResolution(resolution, "resolution");
+    const std::int64_t area = GetPixelAreaOfBound(*camera, picture.getWidth(), picture.getHeight(),
+                                                  bound.data(), GetWorldMatrix(*producer));
+    return static_cast<int>(std::min<std::int64_t>(area, std::numeric_limits<int>::max()));
+}
+
+std::int64_t GetPixelAreaOfBound(const CameraInfo& camera, int width, int height,
+                                 const double* bound, const M44d& toWorld) {
     const bool hasExtent = bound[0] <= bound[1] && bound[2] <= bound[3] && bound[4] <= bound[5];
     if (!hasExtent) return 0; // true also when an edge is NaN
 
-    const CameraView view(*camera);
-    const M44d localToWorld = LocalToWorld(*producer);
+    const CameraView view(camera);
     Corners corners;
     for (std::size_t corner = 0; corner < corners.size(); ++corner) {
         const V3d local(bound[corner & 1 ? 1 : 0], bound[corner & 2 ? 3 : 2],
                         bound[corner & 4 ? 5 : 4]);
-        corners[corner] = view.toCamera(local * localToWorld);
+        corners[corner] = view.toCamera(local * toWorld);
     }
-    const double area = Coverage(view, corners, 0) * Coverage(view, corners, 1) *
-                        picture.getWidth() * picture.getHeight();
-    return static_cast<int>(std::min<double>(std::round(area), std::numeric_limits<int>::max()));
+    const double area = Coverage(view, corners, 0) * Coverage(view, corners, 1) * width * height;
+    return static_cast<std::int64_t>(std::round(area));
 }
 
 } // namespace TELLAR

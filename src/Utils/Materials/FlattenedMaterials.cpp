@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "GenerationCache.h"
+#include "MaterialsByContent.h"
 
 using namespace OxAttribute;
 
@@ -82,8 +83,9 @@ Hash GetHash(const GroupAttribute& material, std::uint64_t generation) {
     return hash;
 }
 
-/// A location's own material and those of its ancestors, nearest first.
-Materials MaterialsFrom(GeometryProducer& location) {
+} // namespace
+
+std::vector<GroupAttribute> GetMaterials(GeometryProducer& location) {
     constexpr std::size_t kUsually = 4;
     Materials materials;
     materials.reserve(kUsually);
@@ -93,8 +95,6 @@ Materials MaterialsFrom(GeometryProducer& location) {
     }
     return materials;
 }
-
-} // namespace
 
 GroupAttribute GetFlattenedMaterialAttr(GeometryProducer::Ptr producer,
                                         const TerminalNames& terminalNames) {
@@ -106,7 +106,7 @@ GroupAttribute GetFlattenedMaterialAttr(GeometryProducer::Ptr producer,
         Cache().access([&](const Tables& known) { isKnown = known.find(path, flattened); });
     if (isKnown) return flattened;
 
-    Materials materials = MaterialsFrom(*producer);
+    Materials materials = GetMaterials(*producer);
     Hashes hashes;
     hashes.reserve(materials.size());
     for (const GroupAttribute& material : materials)
@@ -132,6 +132,7 @@ GroupAttribute GetFlattenedMaterialAttr(GeometryProducer::Ptr producer,
 
 void EmptyFlattenedMaterialCache() {
     Cache().clear();
+    EmptyMaterialsByContent();
 }
 
 } // namespace TELLAR

@@ -13,11 +13,7 @@
 #include <OxTellarProducers/RenderResolution.h>
 #include <OxTellarProducers/ScreenSpace.h>
 
-/// The object behind a C camera handle: a reference count and the record that it keeps alive.
-struct CameraInfoStruct {
-    std::int32_t refCount;                      // not atomic: a handle is for one thread at a time
-    std::shared_ptr<TELLAR::CameraInfo> camera; // never null
-};
+#include "RenderOutputHandles.h"
 
 namespace TELLAR::RenderOutputUtilsHost {
 
@@ -43,18 +39,20 @@ void Count(std::int32_t difference) noexcept {
 }
 
 void RetainCameraInfo(CameraInfoStruct* handle) noexcept {
-    if (handle) ++handle->refCount;
+    if (handle) handle->refCount.fetch_add(1, std::memory_order_relaxed);
 }
 
 void ReleaseCameraInfo(CameraInfoStruct* handle) noexcept {
-    if (!handle || --handle->refCount >= 1) return;
+    // The thread that frees the handle must see the reads of the others as done.
+    if (!handle || handle->refCount.fetch_sub(1, std::memory_order_acq_rel) > 1) return;
     Count(-1);
     delete handle;
 }
 
+} // namespace
+
 OxAttributeStruct* GetRelevantSampleTimes(const float* times, std::int64_t count, float open,
                                           float close) {
-    if (count < 0 || (count > 0 && !times)) return nullptr;
     // NaN would break the order of the set.
     std::set<float> ordered;
     std::copy_if(times, times + count, std::inserter(ordered, ordered.end()),
@@ -63,6 +61,8 @@ OxAttributeStruct* GetRelevantSampleTimes(const float* times, std::int64_t count
     FindSampleTimesRelevantToShutterRange(ordered, open, close, relevant);
     return FloatAttribute(relevant, 1).detach();
 }
+
+namespace {
 
 OxAttributeStruct* GetResolution(OxSgIteratorStruct* root, int* width, int* height) {
     std::string name;
@@ -88,7 +88,12 @@ void FillCameraSlots(Suite& suite) {
                          return GetPixelAreaThroughCamera(OxHandleToGeometryProducer(location),
                                                           Text(camera), Text(resolution));
                      });
-    TELLAR_SET_ENTRY(suite, 3, getSampleTimesRelevantToShutterRange, GetRelevantSampleTimes);
+    TELLAR_SET_ENTRY(suite, 3, getSampleTimesRelevantToShutterRange,
+                     [](const float* times, std::int64_t count, float open, float close) {
+                         const bool isUsable = count >= 0 && (count == 0 || times);
+                         return isUsable ? GetRelevantSampleTimes(times, count, open, close)
+                                         : nullptr;
+                     });
     TELLAR_SET_ENTRY(suite, 4, getRenderResolution, GetResolution);
     TELLAR_SET_ENTRY(suite, 5, getCameraPath, [](OxSgIteratorStruct* root) {
         return TextToC(GetCameraPath(OxHandleToGeometryProducer(root)));
@@ -117,7 +122,7 @@ namespace TELLAR {
 
 CameraInfoStruct* OxCameraInfoToHandle(std::shared_ptr<CameraInfo> camera) {
     if (!camera) return nullptr;
-    auto* const handle = new CameraInfoStruct{1, std::move(camera)};
+    auto* const handle = new CameraInfoStruct(std::move(camera));
     RenderOutputUtilsHost::Count(1);
     return handle;
 }

@@ -3,22 +3,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
-#include <utility>
 
 #include <OxTellarProducers/ConvertTextures.h>
 #include <OxTellarProducers/MaterialFlattening.h>
-#include <OxTellarProducers/ShadingNodeDescription.h>
 
-/// The object behind the C handles of nodes and connections, which share one type in C.
-struct OxShadingStruct {
-    std::int32_t refCount;                     // not atomic: a handle is for one thread at a time
-    bool isNode;                               // otherwise a connection
-    boost::shared_ptr<const void> description; // never null
-};
-
-struct OxShadingNodeMapStruct {
-    TELLAR::ShadingNodeDescription::NodeMap nodes;
-};
+#include "RenderOutputHandles.h"
 
 namespace TELLAR::RenderOutputUtilsHost {
 
@@ -26,32 +15,13 @@ namespace {
 
 using namespace OxAttribute;
 
-/// Null for null and for a connection.
-const ShadingNodeDescription* NodeOf(const OxShadingStruct* handle) noexcept {
-    if (!handle || !handle->isNode) return nullptr;
-    return static_cast<const ShadingNodeDescription*>(handle->description.get());
-}
-
-/// Null for null and for a node.
-const ShadingNodeConnectionDescription* ConnectionOf(const OxShadingStruct* handle) noexcept {
-    if (!handle || handle->isNode) return nullptr;
-    return static_cast<const ShadingNodeConnectionDescription*>(handle->description.get());
-}
-
-OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeDescription> node) {
-    return node ? new OxShadingStruct{1, true, std::move(node)} : nullptr;
-}
-
-OxShadingStruct* ToHandle(boost::shared_ptr<ShadingNodeConnectionDescription> connection) {
-    return connection ? new OxShadingStruct{1, false, std::move(connection)} : nullptr;
-}
-
 void RetainShading(OxShadingStruct* handle) noexcept {
-    if (handle) ++handle->refCount;
+    if (handle) handle->refCount.fetch_add(1, std::memory_order_relaxed);
 }
 
 void ReleaseShading(OxShadingStruct* handle) noexcept {
-    if (handle && --handle->refCount < 1) delete handle;
+    // The thread that frees the handle must see the reads of the others as done.
+    if (handle && handle->refCount.fetch_sub(1, std::memory_order_acq_rel) <= 1) delete handle;
 }
 
 OxAttributeStruct* GetFlattenedMaterial(OxSgIteratorStruct* location,
@@ -60,14 +30,6 @@ OxAttributeStruct* GetFlattenedMaterial(OxSgIteratorStruct* location,
     std::vector<std::string> names;
     std::transform(terminalNames, terminalNames + count, std::back_inserter(names), Text);
     return GetFlattenedMaterialAttr(OxHandleToGeometryProducer(location), names).detach();
-}
-
-/// From a material or from a location's producer.
-template <typename Source>
-OxShadingNodeMapStruct* MakeNodeMap(const Source& source) {
-    auto map = std::make_unique<OxShadingNodeMapStruct>();
-    ShadingNodeDescription::GetShadingNetworkNodes(source, map->nodes);
-    return map.release();
 }
 
 OxShadingStruct* FindNode(OxShadingNodeMapStruct* nodes, const char* name) {

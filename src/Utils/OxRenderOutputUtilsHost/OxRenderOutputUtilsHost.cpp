@@ -56,17 +56,19 @@ ProceduralOutputContextInfo ToContext(const OxProceduralContext_v1* context) {
     return info;
 }
 
-OxAttributeStruct* GetProceduralArguments(OxSgIteratorStruct* location,
-                                          const OxProceduralContext_v1* context,
-                                          OxAttributeStruct* procedural, OxProceduralForm form,
-                                          OxProceduralError onError, void* user) {
+} // namespace
+
+std::string BuildProceduralArguments(const GeometryProducer::Ptr& location,
+                                     const OxProceduralContext_v1* context,
+                                     OxAttributeStruct* procedural, OxProceduralForm form,
+                                     OxProceduralError onError, void* user) {
     const ProceduralCall call(onError, user);
     ProceduralOutputContextInfo info = ToContext(context);
     const auto build = form == kOxProceduralAttributes
                            ? BuildScenegraphAttrProceduralArgumentsString
                            : BuildClassicProceduralArgumentsString;
-    return TextToC(build(OxHandleToGeometryProducer(location), info,
-                         Attribute::CreateAndRetain(procedural), onError ? TellError : nullptr));
+    return build(location, info, Attribute::CreateAndRetain(procedural),
+                 onError ? TellError : nullptr);
 }
 
 void FlushRuntimePluginCaches() {
@@ -82,39 +84,46 @@ void FlushRuntimePluginCaches() {
     }
 }
 
-OxScenegraphLocationDelegatePluginSuite_v1* GetLocationDelegate(const char* locationType,
-                                                                const char* rendererName) {
-    return OxScenegraphLocationDelegateCache::getPluginSuite(Text(locationType),
-                                                             Text(rendererName));
-}
-
 OxAttributeStruct* GetLocationTypesWithDelegates(const char* rendererName) {
     std::vector<std::string> types;
     OxScenegraphLocationDelegateCache::getLocationTypesWithDelegates(types, Text(rendererName));
     return StringAttribute(types, 1).detach();
 }
 
-/// The frame clamped to the range of int; 0 for NaN.
 int ToFrame(float frame) {
     constexpr auto kLeast = static_cast<double>(std::numeric_limits<int>::min());
     constexpr auto kMost = static_cast<double>(std::numeric_limits<int>::max());
     return std::isnan(frame) ? 0 : static_cast<int>(std::clamp<double>(frame, kLeast, kMost));
 }
 
+std::string GetTilePath(GeometryProducer* location, const char* path) {
+    const IntAttribute tile(location ? location->getGlobalAttribute("renderSettings.tileRender")
+                                     : Attribute());
+    if (!tile.isValid()) return path;
+    const auto values = tile.getNearestSample(0.0f);
+    return ProcessTilePath(path, {values.begin(), values.end()});
+}
+
+namespace {
+
+OxAttributeStruct* GetProceduralArguments(OxSgIteratorStruct* location,
+                                          const OxProceduralContext_v1* context,
+                                          OxAttributeStruct* procedural, OxProceduralForm form,
+                                          OxProceduralError onError, void* user) {
+    return TextToC(BuildProceduralArguments(OxHandleToGeometryProducer(location), context,
+                                            procedural, form, onError, user));
+}
+
+OxScenegraphLocationDelegatePluginSuite_v1* GetLocationDelegate(const char* locationType,
+                                                                const char* rendererName) {
+    return OxScenegraphLocationDelegateCache::getPluginSuite(Text(locationType),
+                                                             Text(rendererName));
+}
+
 OxAttributeStruct* GetTempLocation(OxSgIteratorStruct* root, const char* outputName, float frame) {
     const auto producer = OxHandleToGeometryProducer(root);
     if (!producer) return nullptr;
     return TextToC(GetTempRenderLocation(*producer, Text(outputName), ToFrame(frame)));
-}
-
-OxAttributeStruct* GetTilePath(OxSgIteratorStruct* location, const char* path) {
-    if (!path) return nullptr;
-    const auto producer = OxHandleToGeometryProducer(location);
-    const IntAttribute tile(producer ? producer->getGlobalAttribute("renderSettings.tileRender")
-                                     : Attribute());
-    if (!tile.isValid()) return TextToC(path);
-    const auto values = tile.getNearestSample(0.0f);
-    return TextToC(ProcessTilePath(path, {values.begin(), values.end()}));
 }
 
 Suite MakeSuite() {
@@ -131,7 +140,10 @@ Suite MakeSuite() {
     TELLAR_SET_ENTRY(suite, 45, getLocationDelegate, GetLocationDelegate);
     TELLAR_SET_ENTRY(suite, 46, getLocationTypesWithDelegates, GetLocationTypesWithDelegates);
     TELLAR_SET_ENTRY(suite, 47, getTempRenderLocation, GetTempLocation);
-    TELLAR_SET_ENTRY(suite, 48, getTilePath, GetTilePath);
+    TELLAR_SET_ENTRY(suite, 48, getTilePath, [](OxSgIteratorStruct* location, const char* path) {
+        const auto producer = OxHandleToGeometryProducer(location);
+        return path ? TextToC(GetTilePath(producer.get(), path)) : nullptr;
+    });
     return suite;
 }
 

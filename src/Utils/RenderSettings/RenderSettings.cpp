@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include <OxTellarSDK/TellarError.h>
+
 #include "RenderSettings.h"
 
 using OxAttribute::StringAttribute;
@@ -11,18 +13,19 @@ namespace TELLAR {
 namespace {
 
 constexpr const char* kCameraName = "renderSettings.cameraName";
+constexpr const char* kResolution = "renderSettings.resolution";
 constexpr const char* kDefaultCameraPath = "/root/world/cam/camera";
 
 } // namespace
 
-ResolutionTableEntry LookUpResolution(const std::string& name) {
+ResolutionTableEntry LookUpResolution(const std::string& name, const char* attribute) {
     const auto table = GetResolutionTable(nullptr);
     if (!table) throw std::runtime_error("GetRenderResolution: Error getting resolution table");
     try {
         return table->getResolution(name);
     } catch (...) {
-        throw std::runtime_error("FileOut: Error querying resolution table for resolution: '" +
-                                 name + "'.");
+        throw TellarError::OfAttribute(
+            attribute, "FileOut: Error querying resolution table for resolution: '" + name + "'.");
     }
 }
 
@@ -36,11 +39,10 @@ void GetRenderResolution(std::string* name, int* width, int* height, GeometryPro
     std::string foundName = "square_512";
     int foundWidth = 512;
     int foundHeight = 512;
-    const StringAttribute wanted(root ? root->getAttribute("renderSettings.resolution")
-                                      : OxAttribute::Attribute());
+    const StringAttribute wanted(root ? root->getAttribute(kResolution) : OxAttribute::Attribute());
     if (wanted.isValid()) {
         foundName = wanted.getValue("", false);
-        const ResolutionTableEntry entry = LookUpResolution(foundName);
+        const ResolutionTableEntry entry = LookUpResolution(foundName, kResolution);
         foundWidth = entry.getWidth();
         foundHeight = entry.getHeight();
     }

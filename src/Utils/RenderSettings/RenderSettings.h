@@ -6,8 +6,9 @@
 
 namespace TELLAR {
 
-/// The resolution table's entry. Throws as GetRenderResolution does.
-ResolutionTableEntry LookUpResolution(const std::string& name);
+/// The resolution table's entry. Throws as GetRenderResolution does; the error names the attribute
+/// or argument that holds the name.
+ResolutionTableEntry LookUpResolution(const std::string& name, const char* attribute);
 
 /// Like GetCameraPath, but throws std::runtime_error "No root producer given for determining render
 /// camera path." for a null root.
