@@ -119,7 +119,7 @@ Shutter ChooseShutter(const Scene& scene, const GeometryProducer::Ptr& root,
 }
 
 CameraReport Look(const Scene& scene, const CameraOptions& options) {
-    const GeometryProducer::Ptr root = scene.threadAware("/root");
+    const GeometryProducer::Ptr root = scene.at("/root");
     CameraReport report;
     report.camera =
         FindCamera(scene, root,

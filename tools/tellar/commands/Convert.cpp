@@ -83,8 +83,8 @@ void Write(const ConvertOptions& options, SceneKind kind, const GroupAttribute& 
 GroupAttribute DescribeModel(const ConvertOptions& options) {
     namespace fs = std::filesystem;
     const fs::path file = fs::absolute(options.in).lexically_normal();
-    if (options.out == kStandardOutput) return DescribeImport(file.string());
-    return DescribeImport(file.filename().string(), FolderOfFile(file.string()));
+    if (options.out == kStandardOutput) return TELLAR::DescribeImport(file.string());
+    return TELLAR::DescribeImport(file.filename().string(), FolderOfFile(file.string()));
 }
 
 GroupAttribute DescriptionOf(const ConvertOptions& options, const Scene& scene) {

@@ -58,7 +58,7 @@ struct MaterialReport {
 MaterialReport Look(const MaterialOptions& options, SceneWarnings& warnings) {
     const Scene scene(options.scene);
     if (options.isStrict) warnings.check(scene);
-    const auto location = scene.threadAware(options.location);
+    const auto location = scene.at(options.location);
     MaterialReport report;
     report.path = location->getFullName();
     report.material = FindMaterial(*location);

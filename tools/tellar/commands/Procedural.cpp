@@ -59,7 +59,7 @@ void Warn(const std::string& message, boost::intrusive_ptr<GeometryProducer>) {
 void RunProcedural(const ProceduralOptions& options) {
     CheckLocationPath("--at", options.location);
     const Scene scene(options.scene);
-    const GeometryProducer::Ptr location = scene.threadAware(options.location);
+    const GeometryProducer::Ptr location = scene.at(options.location);
     const GroupAttribute procedural =
         RequiredGroup(scene, *location, options.attribute, Inheritance::None);
     ProceduralOutputContextInfo context =

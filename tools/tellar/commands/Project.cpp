@@ -144,7 +144,7 @@ void ProjectBound(const GeometryProducer::Ptr& location, Projection& projection)
 }
 
 Projection Project(const Scene& scene, const std::string& path) {
-    const GeometryProducer::Ptr location = scene.threadAware(path);
+    const GeometryProducer::Ptr location = scene.at(path);
     const GeometryProducer::Ptr root = location->getRootProducer();
     Projection projection;
     projection.location = location->getFullName();

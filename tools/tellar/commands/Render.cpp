@@ -146,7 +146,7 @@ ChosenSettings SettingsFor(const RenderOptions& options) {
 
 /// Renderers write the setting `scene` into the header of the picture.
 Scene WithName(const Scene& scene) {
-    if (scene.threadAware("/root")->getAttribute("renderSettings.scene").isValid()) return scene;
+    if (scene.at("/root")->getAttribute("renderSettings.scene").isValid()) return scene;
     const StringAttribute name(scene.getPath());
     return scene.withRenderSettings(GroupAttribute({{"scene", name}}, true));
 }
@@ -189,7 +189,7 @@ void RunRender(const RenderOptions& options) {
     AddRendererFolder();
     const Renderer renderer = FindRenderer(options.renderer.renderer);
     const Scene scene = OpenScene(options, pictures);
-    const LocationHandle root(scene.threadAware("/root"));
+    const LocationHandle root(scene.at("/root"));
     std::vector<RendererTask> tasks;
     tasks.reserve(pictures.size());
     for (const Picture& picture : pictures)

@@ -62,7 +62,7 @@ void RunTextures(const TexturesOptions& options) {
     SceneWarnings warnings(options.isStrict);
     const Scene scene(options.scene);
     if (options.isStrict) warnings.check(scene);
-    const GeometryProducer::Ptr location = scene.threadAware(options.location);
+    const GeometryProducer::Ptr location = scene.at(options.location);
     const GroupAttribute textures =
         RequiredGroup(scene, *location, options.attribute, Inheritance::FromAncestors);
     const GroupAttribute converted(TELLAR::ConvertTexturesToArbitraryAttr(textures));

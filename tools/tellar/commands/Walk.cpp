@@ -58,7 +58,7 @@ struct WalkOptions {
     std::string scene;
     std::string start = "/root";
     WalkLimits limits;
-    Variant variant = Variant::ThreadAware;
+    std::optional<Variant> variant; // nothing: sync, for any number of threads
     /// See PrintOptions.
     std::optional<std::string> attributes;
     bool worldMatrix = false;
@@ -87,12 +87,12 @@ std::unique_ptr<LocationPrinter> MakePrinter(const WalkOptions& options) {
 /// The location that the walk starts from. An async walk sees only what is cooked, so a sync walk
 /// cooks as far as it will go.
 GeometryProducer::Ptr OpenStart(const Scene& scene, const WalkOptions& options) {
-    if (options.variant == Variant::ThreadAware) return scene.threadAware(options.start);
-    GeometryProducer::Ptr sync = scene.sync(options.start);
-    if (options.variant == Variant::Sync) return sync;
+    if (options.variant == Variant::ThreadAware) return scene.threadAwareAt(options.start);
+    GeometryProducer::Ptr sync = scene.at(options.start);
+    if (options.variant != Variant::Async) return sync;
     LocationCount ignored{0};
     WalkLocations(sync, options.limits, *MakeQuietPrinter(), ignored, [](const std::string&) {});
-    return scene.async(*sync, options.start);
+    return scene.cookedAt(options.start);
 }
 
 void PrintStats(const WalkOptions& options, std::uint64_t locations, double openSeconds,
@@ -169,7 +169,8 @@ bool IsWholeScene(const WalkOptions& options) {
 }
 
 void RunWalk(const WalkOptions& options) {
-    if (options.limits.threads > 1 && options.variant != Variant::ThreadAware)
+    if (options.limits.threads > 1 &&
+        options.variant.value_or(Variant::ThreadAware) != Variant::ThreadAware)
         throw std::runtime_error("--threads: only thread-aware producers are walked by several");
     CheckLocationPath("--at", options.start);
     SceneWarnings warnings(options.isStrict);
@@ -241,8 +242,10 @@ void AddThreadOptions(CLI::App& command, WalkOptions& options) {
         .add_option_function<std::string>(
             "--variant",
             [&options, variants](const std::string& name) { options.variant = variants.at(name); },
-            "Kind of producers to walk with: sync, async or thread-aware (the default). Async "
-            "ones cook nothing themselves: the scene is cooked by a sync walk first")
+            "Kind of producers to walk with: sync, async, or thread-aware ones, which have a "
+            "client "
+            "for each thread; without it all threads share one client. Async ones cook nothing "
+            "themselves: the scene is cooked by a sync walk first")
         ->check(Choice({"sync", "async", "thread-aware"}))
         ->option_text("KIND");
 }

@@ -45,7 +45,8 @@ GeometryProducer::Ptr CookAlone(const GroupAttribute& op, const std::string& loc
     changed.set("opArgs.listFiles", IntAttribute(listFiles));
     GroupBuilder description;
     description.set("import", changed.build());
-    return TELLAR::CreateThreadAwareGeometryProducer(description.build(), location);
+    const auto scene = TELLAR::Scene::FromDescription(description.build());
+    return TELLAR::CreateSyncGeometryProducer(scene->getClient(), location);
 }
 
 std::string LocationOf(const GroupAttribute& op, const char* argument, const char* usual) {
@@ -132,7 +133,7 @@ void AddOwnTextures(const Scene& scene, SceneFiles& files) {
         AddPaths(import, known);
     const std::string folder = fs::path(files.scene).parent_path().string();
     std::set<TextureFile> own;
-    for (const std::string& path : TexturesBelow(scene.threadAware("/root")))
+    for (const std::string& path : TexturesBelow(scene.at("/root")))
         if (known.count(path) == 0) own.insert(FindTextureFile(path, folder));
     for (const TextureFile& texture : own)
         if (known.count(texture.path) == 0) files.textures.push_back(texture);

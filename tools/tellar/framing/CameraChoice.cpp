@@ -49,7 +49,7 @@ std::string WhatThereIs(const std::vector<std::string>& cameras) {
 
 std::string ChooseCamera(const Scene& scene, const std::string& wanted) {
     if (IsPlainPath(wanted)) return NormalLocation(wanted);
-    const auto root = scene.threadAware("/root");
+    const auto root = scene.at("/root");
     // Names may have brackets.
     if (wanted.front() == '/' && root->getProducerByPath(wanted)) return wanted;
     const OxLocationPath::Patterns pattern = PatternFor(wanted);

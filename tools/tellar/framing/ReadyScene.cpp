@@ -81,7 +81,7 @@ Scene WithWindow(const Scene& scene, const std::string& camera, const TELLAR::Ca
 
 /// A model's camera is made for a picture of any shape, unlike the camera of a description.
 Scene WithFittingWindow(const Scene& scene, const std::string& camera) {
-    const GeometryProducer::Ptr root = scene.threadAware("/root");
+    const GeometryProducer::Ptr root = scene.at("/root");
     const TELLAR::CameraGeometry lens = FindCamera(scene, root, camera).info;
     const float window = (lens.right - lens.left) / (lens.top - lens.bottom);
     if (!std::isfinite(window) || window <= 0) return scene;
@@ -196,7 +196,7 @@ private:
 } // namespace
 
 ReadyScene MakeReady(const Scene& scene, const std::vector<float>& times, StudioUse studio) {
-    const GeometryProducer::Ptr root = scene.threadAware("/root");
+    const GeometryProducer::Ptr root = scene.at("/root");
     const CameraInUse camera = FindCameraInUse(scene, root);
     const bool isModel = scene.getKind() == SceneKind::SceneFile;
     const bool mayBeDark = studio == StudioUse::WhereDark && (isModel || !camera.isThere);

@@ -19,8 +19,7 @@ struct WalkLimits {
 };
 
 /// Prints `start` and everything below it. `write` gets the text in the order of the tree, on the
-/// calling thread, whatever the number of threads. More than one thread needs a thread-aware
-/// producer. Throws what cooking and `write` throw.
+/// calling thread, whatever the number of threads. Throws what cooking and `write` throw.
 void WalkLocations(const TELLAR::GeometryProducer::Ptr& start, const WalkLimits& limits,
                    const LocationPrinter& printer, LocationCount& count,
                    const std::function<void(const std::string&)>& write);
