@@ -4,9 +4,7 @@
 #include <cmath>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <set>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,12 +12,13 @@
 #include <OxTellarSDK/AttributeDifference.h>
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/LocationPath.h>
-#include <OxTellarSDK/TellarError.h>
 #include <OxTellarSDK/TextureReferences.h>
 
 #include "../BuiltinOp.h"
 #include "../ChildNames.h"
+#include "ImportState.h"
 #include "SceneFile.h"
+#include "facts/DescribeImport.h"
 #include "images/ImageCache.h"
 #include "images/ProcessImages.h"
 
@@ -34,50 +33,6 @@ using OxLocationPath::IsSelfOrBelow;
 using OxLocationPath::LocationSet;
 using OxOpType::CookContext;
 using TellarOps::ArgReader;
-
-struct Settings {
-    std::string file; // absolute
-    std::string location;
-    std::string materialLocation;
-    bool listFiles = false;
-    ReadOptions options;
-    FrameClock clock;
-};
-
-// The arguments and the version of the file that the Op presents. The version is chosen by the
-// first cook that needs the file, and again by a fresh cook. Only the version changes, under its
-// lock.
-class ImportState : public OxOpType::State {
-public:
-    explicit ImportState(Settings settings) : settings(std::move(settings)) {}
-
-    // The caller keeps the file alive, because the cook of another thread may replace it.
-    std::shared_ptr<const SceneFile> file(bool lookAgain) const {
-        {
-            const std::lock_guard<std::mutex> guard(lock);
-            if (opened && !lookAgain) return opened;
-        }
-        auto present = OpenSceneFile(settings.file, settings.options);
-        const std::lock_guard<std::mutex> guard(lock);
-        if (!opened || lookAgain) opened = std::move(present);
-        return opened;
-    }
-
-    const Scene& sceneOf(const SceneFile& file) const {
-        try {
-            return file.scene();
-        } catch (const std::runtime_error& error) {
-            throw TellarError::OfFile(settings.file, "Cannot read scene file \"" + settings.file +
-                                                         "\": " + error.what());
-        }
-    }
-
-    const Settings settings;
-
-private:
-    mutable std::mutex lock;
-    mutable std::shared_ptr<const SceneFile> opened;
-};
 
 std::string AbsolutePath(const std::string& file, const std::string& directory) {
     const std::filesystem::path path = std::filesystem::path(directory) / file;
@@ -187,42 +142,13 @@ void CookMaterial(CookContext& context, const Settings& settings, const Scene& s
     context.setAttrs(attrs.build());
 }
 
-// The child of `path` that leads to the materials; empty if they are not below `path`.
-std::string_view TowardsMaterials(const Settings& settings, const std::string& path) {
-    if (path == settings.materialLocation || !IsSelfOrBelow(settings.materialLocation, path))
-        return {};
-    return TellarOps::NameTowards(settings.materialLocation, path);
-}
-
 // The location of the scene, with the child that leads to materials below it.
 void CookLocation(CookContext& context, const Settings& settings, const Scene& scene) {
-    std::vector<std::string_view> names = {scene.rootName()};
-    if (const auto materials = TowardsMaterials(settings, context.path()); !materials.empty())
-        names.push_back(materials);
-    Present(context, TellarOps::PlainGroupAttrs(), TellarOps::MakeNames(names));
-}
-
-void CheckNames(const Settings& settings, const Scene& scene) {
-    if (TowardsMaterials(settings, settings.location) == scene.rootName())
-        TellarOps::ThrowArgumentError("materialLocation",
-                                      "hides the scene's root node \"" + scene.rootName() + '"');
+    Present(context, TellarOps::PlainGroupAttrs(), NamesOfLocation(settings, scene));
 }
 
 void CookAncestor(CookContext& context, const Settings& settings) {
-    const std::string& path = context.path();
-    std::vector<std::string_view> names;
-    if (IsSelfOrBelow(settings.location, path))
-        names.push_back(TellarOps::NameTowards(settings.location, path));
-    const std::string_view materials = TowardsMaterials(settings, path);
-    if (!materials.empty() && (names.empty() || names.front() != materials))
-        names.push_back(materials);
-    Present(context, TellarOps::PlainGroupAttrs(), TellarOps::MakeNames(names));
-}
-
-// Whether the scene or the materials are at or below the location.
-bool IsAncestor(const Settings& settings, const std::string& path) {
-    return path.size() > 1 &&
-           (IsSelfOrBelow(settings.location, path) || !TowardsMaterials(settings, path).empty());
+    Present(context, TellarOps::PlainGroupAttrs(), NamesOfAncestor(settings, context.path()));
 }
 
 // Cooks a location of the scene or of its materials.
@@ -347,6 +273,15 @@ public:
         if (isInPlace && std::all_of(names.begin(), names.end(), IsArgumentOfTime))
             return LocationSet::subtrees({settings[0].location});
         return touched;
+    }
+
+    OxOpType::SubtreeFacts describeSubtree(OxOpType::SubtreeContext& context) const override {
+        return DescribeImport(context, TellarOps::StateOf<ImportState>(context));
+    }
+
+    std::shared_ptr<const OxOpType::Instances>
+    describeInstances(OxOpType::InstanceContext& context) const override {
+        return DescribeImportedInstances(context, TellarOps::StateOf<ImportState>(context));
     }
 
 protected:

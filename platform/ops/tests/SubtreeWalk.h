@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <OxTellarSDK/GroupBuilder.h>
+#include <OxTellarSDK/LocationPath.h>
 #include <OxTellarSDK/SubtreeFacts.h>
 
 #include "OpTypeScenes.h"
@@ -27,7 +28,7 @@ using OxOpType::SubtreeFacts;
 using OxXFormUtil::Bounds;
 using Matrix = std::array<double, 16>;
 
-constexpr float kTimes[] = {0, 0.25f, 0.5f, 1, 1.5f, 2};
+constexpr float kTimes[] = {0, 0.25f, 0.5f, 1, 1.5f, 2, 7, 12.5f, 24, 48};
 
 /// The attributes without the location's own transform.
 inline GroupAttribute Content(const GroupAttribute& attrs) {

@@ -2,9 +2,10 @@
 
 namespace TellarSceneImport {
 
-Scene::Scene(std::vector<SceneNode> sceneNodes, const std::vector<std::uint32_t>& parents,
+Scene::Scene(std::vector<SceneNode> sceneNodes, std::vector<std::uint32_t> parentsOfNodes,
              std::vector<ContentMaterial> sceneMaterials)
-    : nodes(std::move(sceneNodes)), materials(std::move(sceneMaterials)) {
+    : nodes(std::move(sceneNodes)), parents(std::move(parentsOfNodes)),
+      materials(std::move(sceneMaterials)) {
     children.reserve(nodes.size());
     for (std::uint32_t i = 1; i < nodes.size(); ++i)
         children.emplace(ChildKey{parents[i], nodes[i].name}, i);

@@ -33,12 +33,16 @@ class Scene {
 public:
     /// `parents` holds the index of each node's parent; node 0 is the root, and every parent
     /// precedes its children. Sibling names and material names are unique.
-    Scene(std::vector<SceneNode> nodes, const std::vector<std::uint32_t>& parents,
+    Scene(std::vector<SceneNode> nodes, std::vector<std::uint32_t> parents,
           std::vector<ContentMaterial> materials);
     Scene(const Scene&) = delete;
     Scene& operator=(const Scene&) = delete;
 
     const std::string& rootName() const { return nodes.front().name; }
+    /// Node 0 is the root, and every parent precedes its children.
+    const std::vector<SceneNode>& allNodes() const { return nodes; }
+    /// The index of a node's parent; 0 for the root.
+    std::uint32_t parentOf(std::uint32_t node) const { return parents[node]; }
     /// Finds a node by its path, which begins with the name of the root: "garden/trees/oak".
     /// Returns null when there is none.
     const SceneNode* findNode(std::string_view path) const;
@@ -63,6 +67,7 @@ private:
     };
 
     const std::vector<SceneNode> nodes;
+    const std::vector<std::uint32_t> parents;
     const std::vector<ContentMaterial> materials;
     std::unordered_map<ChildKey, std::uint32_t, ChildKeyHash> children; // names lie in nodes
     std::unordered_map<std::string_view, std::uint32_t> materialIndex;  // names lie in materials

@@ -221,7 +221,8 @@ std::shared_ptr<const Scene> SceneBuilder::build() {
         finished.push_back(finish(draft));
         parents.push_back(draft.parent);
     }
-    return std::make_shared<Scene>(std::move(finished), parents, std::move(content.materials));
+    return std::make_shared<Scene>(std::move(finished), std::move(parents),
+                                   std::move(content.materials));
 }
 
 } // namespace

@@ -47,6 +47,7 @@ public:
     }
     explicit ImportedScene(const std::string& file) : ImportedScene(ImportArgs(file)) {}
 
+    const std::shared_ptr<TellarRuntime::Client>& getClient() const { return client; }
     TellarRuntime::LocationData cook(const std::string& path) const {
         return client->cookLocation(path);
     }
