@@ -14,6 +14,7 @@
 #include <OxConfiguration/Configuration.h>
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/AttributeSuite4.h>
 #include <OxTellarSDK/PluginManager.h>
 #include <OxTellarSDK/SuiteFilter.h>
 
@@ -89,6 +90,7 @@ const OxAttributeSuite_v1* GetAttributeSuite() {
 void RegisterOwnSuitesOnce() {
     static const bool isRegistered = [] {
         GetSuiteTable().add(GetAttributeSuite(), kAttributeSuiteName, kAttributeSuiteVersion);
+        GetSuiteTable().add(OxGetBuiltInAttributeSuite4(), kAttributeSuiteName, 4);
         return true;
     }();
     static_cast<void>(isRegistered);

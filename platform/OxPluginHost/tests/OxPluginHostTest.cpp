@@ -8,6 +8,7 @@
 
 #include <OxConfiguration/Configuration.h>
 #include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/AttributeSuite4.h>
 
 #include "CapturedLog.h"
 #include "RunTogether.h"
@@ -62,7 +63,8 @@ TEST_F(OxPluginHostTest, SetsUpAndRegistersTheAttributeSuite) {
     EXPECT_EQ(firstCalls().suiteBefore, nullptr);
     EXPECT_EQ(OxGetAttributeSuite(), OxGetBuiltInAttributeSuite());
     EXPECT_EQ(host.getSuite("AttributeHost", 1), OxGetBuiltInAttributeSuite());
-    EXPECT_EQ(host.getNewestSuiteVersion("AttributeHost"), 1u);
+    EXPECT_EQ(host.getSuite("AttributeHost", 4), OxGetBuiltInAttributeSuite4());
+    EXPECT_EQ(host.getNewestSuiteVersion("AttributeHost"), 4u);
 }
 
 TEST_F(OxPluginHostTest, RegistersThroughItsEleventhMember) {

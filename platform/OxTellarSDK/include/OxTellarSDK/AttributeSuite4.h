@@ -7,7 +7,7 @@
        OxSamples points;
        OxErrorStruct* error;
        if (values->getSamples(attribute, &points, &error))
-           Draw((const float*)points.values[0], points.valueCount / points.tupleSize);
+           Draw((const float*)points.values, points.valueCount / points.tupleSize);
        else
            Report(error);
        values->releaseError(error);
@@ -31,6 +31,7 @@
 
 #include <OxTellarSDK/AttributeTypes.h>
 #include <OxTellarSDK/ErrorSuite.h>
+#include <OxTellarSDK/Export.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -51,8 +52,9 @@ typedef struct OxSamples {
     int64_t tupleSize;
     int64_t valueCount; /* of one sample: a multiple of tupleSize */
     int64_t sampleCount;
-    const float* times;        /* ascending, one for each sample */
-    const void* const* values; /* for each sample, a pointer to its values of that type */
+    const float* times; /* ascending, one for each sample */
+    const void* values; /* ints, floats or doubles: valueCount of each sample, one sample after the
+                           other */
 } OxSamples;
 
 /* Suite "AttributeHost", version 4. The order of the slots is the contract: no slot is ever changed
@@ -168,6 +170,9 @@ typedef struct OxAttributeSuite_v4 {
     OxAttributeStruct* (*withChild)(const OxAttributeStruct* group, const char* path,
                                     OxAttributeStruct* child, OxErrorStruct** error);
 } OxAttributeSuite_v4;
+
+/* The suite for this library's attributes. It lives to the end of the process. */
+OXTELLARSDK_API const OxAttributeSuite_v4* OxGetBuiltInAttributeSuite4(void);
 
 #ifdef __cplusplus
 }
