@@ -107,6 +107,25 @@ std::string Describe(const RandomGraph::Nodes& nodes) {
     return text;
 }
 
+/// Changes all locations and tells of /root/a alone.
+class ForgetfulType : public OxOpType::OpType {
+public:
+    ForgetfulType() { about.name = "TouchedLocationsTest.Forgetful"; }
+    const OxOpType::Description& description() const override { return about; }
+    void cook(OxOpType::CookContext& context) const override {
+        const LocationData data = context.input(0);
+        if (!data.doesLocationExist()) return;
+        context.setAttrs(context.args());
+        context.setPotentialChildren(data.getPotentialChildren());
+    }
+    LocationSet touchedBy(const GroupAttribute&, const GroupAttribute&) const override {
+        return LocationSet::exactly({"/root/a"});
+    }
+
+private:
+    OxOpType::Description about;
+};
+
 /// A triangle with a material, as a glTF file.
 std::string WriteSceneFile(const TempDirectory& folder, const std::string& material) {
     return folder.write(material + ".gltf", R"({"asset": {"version": "2.0"}, "scene": 0,
@@ -118,6 +137,17 @@ std::string WriteSceneFile(const TempDirectory& folder, const std::string& mater
 }
 
 } // namespace
+
+TEST(TouchedLocations, AreFoundToBeTooFewForATypeThatForgetsSome) {
+    OxOpType::RegisterOpType(new ForgetfulType);
+    const GroupAttribute scene = Location({}, {{"a", Location({})}, {"b", Location({})}});
+    const auto graph = [&](int number) {
+        return RandomGraph::Nodes{
+            {"StaticScene", scene, {}},
+            {"TouchedLocationsTest.Forgetful", Group({{"n", Int(number)}}), {0}}};
+    };
+    EXPECT_THAT(MissingLocations(graph(1), graph(2)), ElementsAre("/root", "/root/b"));
+}
 
 TEST(TouchedLocations, HaveEveryLocationThatDiffersAfterARandomEdit) {
     const TempDirectory folder;
