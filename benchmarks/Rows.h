@@ -27,6 +27,7 @@ void AddThreadRows(const Route& route); ///< the route must be safe from several
 void AddSuiteRows();                    ///< walks through the C suites
 void AddPointRows();
 void AddMaterialRows();
+void AddEditRows();
 void AddFileRows();
 void AddRenderRows();
 

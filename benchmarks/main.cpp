@@ -14,6 +14,7 @@
 //   global_attribute  asking the ancestors for an attribute
 //   points_to_ndc     calls, branches or divisions per point
 //   materials         repeated flattening of equal materials, looking up a path
+//   edit              op types that do not tell what changed, cooking unchanged locations
 //   two_threads       locks, or cache lines that threads share
 //   memory            size of records, their index, or data per thread
 //   array             an op that makes locations is slow or stores them
@@ -148,6 +149,7 @@ void AddRows() {
     AddThreadRows(kThreadAware);
     AddPointRows();
     AddMaterialRows();
+    AddEditRows();
     AddFileRows();
     AddRenderRows();
 }

@@ -74,7 +74,7 @@ CompareScenes(const std::shared_ptr<TellarRuntime::Client>& oldClient,
               const std::shared_ptr<TellarRuntime::Client>& newClient);
 
 /// The same for scenes that differ at most at the locations in `touched`, for callers that know it
-/// already, or that know of changes outside of the graphs, such as those of a file.
+/// already.
 [[nodiscard]] TELLAR_API SceneChanges
 CompareScenes(const std::shared_ptr<TellarRuntime::Client>& oldClient,
               const std::shared_ptr<TellarRuntime::Client>& newClient,
