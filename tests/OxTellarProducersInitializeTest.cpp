@@ -55,13 +55,14 @@ TEST(Initialize, RegistersAllSuitesInOrder) {
     EXPECT_THAT(registrations, ElementsAre(Registration{Host()->getSuite(kLogger, 3), kLogger, 3},
                                            Registration{Host()->getSuite(kLogger, 2), kLogger, 2},
                                            Registration{Host()->getSuite(utils, 3), utils, 3},
+                                           Registration{Host()->getSuite(kLogger, 4), kLogger, 4},
                                            Registration{Host()->getSuite(utils, 4), utils, 4}));
 }
 
 TEST(Initialize, GoesOnAfterAFailureAndReturnsTheStatusOfTheThird) {
-    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 6, 5, 4})), 5);
-    EXPECT_EQ(registrations.size(), 4u);
-    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 6, 0, 4})), 0);
+    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 6, 5, 4, 3})), 5);
+    EXPECT_EQ(registrations.size(), 5u);
+    EXPECT_EQ(InitializeWith(HostThatAnswers({7, 6, 0, 4, 3})), 0);
 }
 
 TEST(Initialize, RegistersTheSameTablesEveryTime) {

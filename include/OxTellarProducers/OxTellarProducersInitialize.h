@@ -11,9 +11,9 @@ extern "C" {
 
 struct OxPluginHost;
 
-/* Registers "ScenegraphIteratorHost" version 3 and version 2, "RenderOutputUtilsHost" version 3, and
-   then "RenderOutputUtilsHost" version 4, each even if the one before failed. Returns the host's
-   status of the third one. The tables live to the end of the process and are the same every time.
+/* Registers "ScenegraphIteratorHost" version 3 and version 2, "RenderOutputUtilsHost" version 3,
+   and then version 4 of both, each even if the one before failed. Returns the host's status of the
+   third one. The tables live to the end of the process and are the same every time.
 
    The host is any record whose eleventh pointer-sized member is
    int (*registerSuite)(const void* suite, const char* apiName, unsigned int apiVersion); nothing

@@ -32,9 +32,8 @@ LocationStep StepTo(GeometryProducer& parent, const StringAttribute& names, std:
     try {
         return {parent.getChildByIndex(index), nullptr};
     } catch (...) {
-        return {
-            MakeFailedLocation(&parent, ChildPath(parent.getFullName(), names.getValueView(index))),
-            std::current_exception()};
+        const std::string path = ChildPath(parent.getFullName(), names.getValueView(index));
+        return {MakeFailedLocation(&parent, path), std::current_exception()};
     }
 }
 
@@ -122,7 +121,7 @@ LocationStep OwnLocation::getChild(std::int64_t index) const {
     try {
         return {producer->getChildAt(index, false), nullptr};
     } catch (...) {
-        return failedChild(index, std::current_exception());
+        return getFailedChild(index, std::current_exception());
     }
 }
 
@@ -145,14 +144,14 @@ LocationStep OwnLocation::getNextSibling() const {
 /// The place among the parent's potential children, by name for a producer of a factory.
 std::int64_t OwnLocation::findIndex() const {
     if (producer->childIndex >= 0) return producer->childIndex;
-    return known(producer->getRawParentPtr()).findChildIndex(getName());
+    return known(producer->getRawParentPtr()).findChild(getName());
 }
 
-std::int64_t OwnLocation::findChildIndex(std::string_view name) const {
+std::int64_t OwnLocation::findChild(std::string_view name) const {
     return IndexOf(name, producer->locationData.getPotentialChildren());
 }
 
-LocationStep OwnLocation::failedChild(std::int64_t index, std::exception_ptr error) const {
+LocationStep OwnLocation::getFailedChild(std::int64_t index, std::exception_ptr error) const {
     const ProducerTree* const tree = producer->tree;
     return {tree->makeProducer({producer, {}, index, tree}), std::move(error)};
 }
@@ -181,6 +180,15 @@ LocationStep StepToChild(GeometryProducer& location, std::int64_t index) {
     return StepTo(location, names, index);
 }
 
+LocationStep StepToFailedChild(GeometryProducer& parent, std::int64_t index,
+                               std::exception_ptr error) {
+    if (const OwnLocation own = OwnLocation::of(parent))
+        return own.getFailedChild(index, std::move(error));
+    const StringAttribute names = parent.getPotentialChildren();
+    return {MakeFailedLocation(&parent, ChildPath(parent.getFullName(), names.getValueView(index))),
+            std::move(error)};
+}
+
 LocationStep StepToFirstChild(GeometryProducer& location) {
     if (const OwnLocation own = OwnLocation::of(location)) return own.getChildFrom(0);
     try {
@@ -204,8 +212,8 @@ LocationStep StepToChildNamed(GeometryProducer& location, const std::string& nam
         return {location.getChildByName(name.c_str(), false), nullptr};
     } catch (...) {
         const OwnLocation own = OwnLocation::of(location);
-        const std::int64_t index = own ? own.findChildIndex(name) : -1;
-        if (index >= 0) return own.failedChild(index, std::current_exception());
+        const std::int64_t index = own ? own.findChild(name) : -1;
+        if (index >= 0) return own.getFailedChild(index, std::current_exception());
         return {MakeFailedLocation(&location, ChildPath(location.getFullName(), name)),
                 std::current_exception()};
     }

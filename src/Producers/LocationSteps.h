@@ -52,15 +52,16 @@ public:
     /// The first child from this index on that exists or could not be cooked.
     LocationStep getChildFrom(std::int64_t index) const;
     LocationStep getNextSibling() const;
+    /// A potential child that could not be cooked. The index is in range.
+    LocationStep getFailedChild(std::int64_t index, std::exception_ptr error) const;
+    /// The place of a name among the potential children; -1 when it is not one of them.
+    std::int64_t findChild(std::string_view name) const;
     /// The same location, computed anew by the runtime.
     LocationStep evict() const;
 
 private:
-    friend LocationStep StepToChildNamed(GeometryProducer&, const std::string&);
     explicit OwnLocation(BaseGeometryProducer* producer) : producer(producer) {}
     std::int64_t findIndex() const;
-    std::int64_t findChildIndex(std::string_view name) const;
-    LocationStep failedChild(std::int64_t index, std::exception_ptr error) const;
 
     BaseGeometryProducer* producer = nullptr;
 };
@@ -76,6 +77,9 @@ LocationStep StepToChildNamed(GeometryProducer& location, const std::string& nam
 /// on the way that could not be cooked.
 LocationStep StepAlong(GeometryProducer& location, const std::string& path);
 LocationStep StepAnew(GeometryProducer& location);
+/// The potential child at an index, which is in range, as a location that could not be cooked.
+LocationStep StepToFailedChild(GeometryProducer& parent, std::int64_t index,
+                               std::exception_ptr error);
 /// A location without attributes and children, for one that could not be cooked. `parent` may be
 /// null.
 GeometryProducer::Ptr MakeFailedLocation(GeometryProducer::Ptr parent, std::string path);

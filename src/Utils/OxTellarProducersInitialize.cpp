@@ -27,6 +27,7 @@ int OxTellarProducersInitialize(OxPluginHost* host) {
     registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v3(), kIterators, 3);
     registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v2(), kIterators, 2);
     const int status = registerSuite(TELLAR::GetRenderOutputUtilsHostSuite_v3(), kUtils, 3);
+    registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v4(), kIterators, 4);
     registerSuite(TELLAR::GetRenderOutputUtilsHostSuite_v4(), kUtils, 4);
     return status;
 }

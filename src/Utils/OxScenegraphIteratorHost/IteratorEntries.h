@@ -2,8 +2,10 @@
 #define OXTELLARPRODUCERS_ITERATORENTRIES_H
 
 #include <cstdint>
+#include <exception>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include <OxTellarProducers/OxScenegraphIteratorHostSuite4.h>
 
@@ -33,6 +35,19 @@ OxSgIteratorStruct* ToOwnHandle(LocationStep step, OxErrorStruct*& error);
 /// The producer of a handle. Throws BadCall for null.
 inline GeometryProducer& At(OxSgIteratorStruct* location) {
     return *NotNull(location, "location")->producer;
+}
+
+/// The same for the location "/root" that `getRoot` returns, or cannot cook.
+template <typename GetRoot>
+OxSgIteratorStruct* ToRootHandle(GetRoot getRoot, OxErrorStruct*& error) {
+    LocationStep root;
+    try {
+        root.location = getRoot();
+    } catch (...) {
+        root.error = std::current_exception();
+        root.location = MakeFailedLocation(nullptr, "/root");
+    }
+    return ToHandle(std::move(root), error);
 }
 
 /// A text for C. Its length goes to *length, unless `length` is null.

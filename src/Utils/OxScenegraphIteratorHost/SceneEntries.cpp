@@ -24,8 +24,6 @@ namespace TELLAR::ScenegraphIteratorHost4 {
 
 namespace {
 
-constexpr const char* kRootPath = "/root";
-
 std::shared_ptr<Scene> Open(const char* path) {
     return Scene::Open(NotNull(path, "path"));
 }
@@ -38,14 +36,7 @@ std::shared_ptr<Scene> OpenDescription(const OxAttributeStruct* description) {
 }
 
 OxSgIteratorStruct* GetRoot(const Scene& scene, OxErrorStruct*& error) {
-    LocationStep root;
-    try {
-        root.location = scene.getRoot();
-    } catch (...) {
-        root.error = std::current_exception();
-        root.location = MakeFailedLocation(nullptr, kRootPath);
-    }
-    return ToHandle(std::move(root), error);
+    return ToRootHandle([&scene] { return scene.getRoot(); }, error);
 }
 
 OxAttributeStruct* LoadDescription(const char* path) {

@@ -15,6 +15,9 @@ Suite MakeSuite() {
     FillSceneSlots(suite);      // 0 to 9, and 55
     FillNavigationSlots(suite); // 10 to 22
     FillValueSlots(suite);      // 23 to 30
+    FillSubtreeSlots(suite);    // 31 to 41
+    FillVisitSlots(suite);      // 42
+    FillChangeSlots(suite);     // 43 to 54
     return suite;
 }
 
