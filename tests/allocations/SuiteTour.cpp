@@ -8,6 +8,7 @@
 #include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
 #include <OxTellarProducers/OxTellarProducersInitialize.h>
 #include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/AttributeSuite4.h>
 
 namespace {
 
@@ -26,10 +27,13 @@ public:
             host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3));
         utils = static_cast<const OxRenderOutputUtilsHostSuite_v3*>(
             host->getSuite(OX_RENDER_OUTPUT_UTILS_HOST_SUITE, 3));
-        add(attributes && iterators && utils);
-        if (!attributes || !iterators || !utils) return result;
+        values =
+            static_cast<const OxAttributeSuite_v4*>(host->getSuite(OX_ATTRIBUTE_HOST_SUITE, 4));
+        add(attributes && iterators && utils && values);
+        if (!attributes || !iterators || !utils || !values) return result;
         askHost();
         makeAttributes();
+        makeValues();
         utils->emptyFlattenedMaterialCache();
         OxSgIteratorStruct* const root = iterators->createRootIteratorFromOpTreeFile(opFile);
         result.isFileOpen = root != nullptr;
@@ -96,6 +100,59 @@ private:
         attributes->release(again);
         take(group);
         take(attributes->createInt(ints, 2, std::int64_t(1) << 40)); // refused and logged
+    }
+
+    /// The error's facts, if there is one; takes its reference over.
+    void take(OxErrorStruct* error) {
+        OxErrorFacts facts;
+        values->getErrorFacts(error, &facts);
+        add(static_cast<std::uint64_t>(facts.code));
+        add(facts.text);
+        values->releaseError(error);
+    }
+
+    /// An attribute and the error that came with it.
+    void take(OxAttributeStruct* attribute, OxErrorStruct* error) {
+        take(error);
+        take(attribute);
+    }
+
+    /// What makeAttributes does, by version 4.
+    void makeValues() {
+        const double doubles[] = {1, 2, 3};
+        const char* const texts[] = {"one", "a text that is too long for any string on the stack"};
+        const char* const names[] = {"doubles", "texts", "null"};
+        OxErrorStruct* error = nullptr;
+        OxAttributeStruct* const children[] = {values->createDouble(doubles, 3, 3, &error),
+                                               values->createString(texts, 2, 1, nullptr),
+                                               values->createNull(nullptr)};
+        take(error);
+        double read[3] = {0, 0, 0};
+        add(static_cast<std::uint64_t>(
+            values->readDoubles(children[0], 0, kOxLinear, read, 3, &error) + 1));
+        take(error);
+        values->getFloatSample(children[0], 0, nullptr, &error); // of another type
+        take(error);
+        values->getString(children[1], 0, 7, nullptr, &error); // out of range
+        take(error);
+        OxAttributeStruct* const group = values->createGroup(names, children, 3, 1, &error);
+        take(error);
+        OxAttributeStruct* const found = values->getChildByName(group, "texts", &error);
+        take(found, error);
+        OxAttributeStruct* const changed = values->withChild(group, "a.b", children[0], &error);
+        take(changed, error);
+        OxAttributeStruct* const xml = values->getXml(group, &error);
+        take(xml, error);
+        OxSamples samples = {};
+        values->getSamples(children[0], &samples, nullptr);
+        OxAttributeStruct* const again = values->createSamples(&samples, &error);
+        take(again, error);
+        for (OxAttributeStruct* const child : children)
+            take(child);
+        take(group);
+        OxErrorFacts facts = {};
+        facts.text = texts[1];
+        take(values->createError(&facts));
     }
 
     void visitScene(OxSgIteratorStruct* root) {
@@ -234,6 +291,7 @@ private:
 
     const OxPluginHost* host = nullptr;
     const OxAttributeSuite_v1* attributes = nullptr;
+    const OxAttributeSuite_v4* values = nullptr;
     const OxScenegraphIteratorHostSuite_v3* iterators = nullptr;
     const OxRenderOutputUtilsHostSuite_v3* utils = nullptr;
     TourResult result;

@@ -1,4 +1,4 @@
-#include <OxTellarSDK/AttributeSuite4.h>
+#include "AttributeSuite4Test.h"
 
 #include <cmath>
 #include <cstddef>
@@ -13,6 +13,7 @@
 #include <OxTellarSDK/TellarError.h>
 
 #include "AttributePrinter.h"
+#include "RunTogether.h"
 
 namespace {
 
@@ -291,6 +292,58 @@ TEST(AttributeSuite4, ToleratesNullWhereNothingCanFail) {
     EXPECT_EQ(Suite().getTupleSize(nullptr), 0);
     EXPECT_EQ(Suite().isEqual(nullptr, nullptr), 1);
     Suite().getErrorFacts(nullptr, nullptr);
+}
+
+// From C ------------------------------------------------------------------------------------------
+
+struct NamedCheck {
+    const char* name;
+    AttributeSuite4Check* check;
+};
+
+std::string NameOfCheck(const testing::TestParamInfo<NamedCheck>& info) {
+    return info.param.name;
+}
+
+class AttributeSuite4FromC : public testing::TestWithParam<NamedCheck> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    AttributeSuite4, AttributeSuite4FromC,
+    testing::Values(NamedCheck{"TellsOfNullHandles", checkCallsWithNullHandles},
+                    NamedCheck{"WorksWithoutAPlaceForErrors", checkCallsThatTakeNoError},
+                    NamedCheck{"TellsOfWrongTypes", checkCallsOfTheWrongType},
+                    NamedCheck{"TellsOfWrongCalls", checkRefusedCalls},
+                    NamedCheck{"AssignsNullWhereItSucceeds", checkSuccessAssignsNull},
+                    NamedCheck{"HandsOutReferencesOfTheirOwn", checkReferencesOfResults},
+                    NamedCheck{"MakesErrorsForPlugins", checkErrorsOfAPlugin},
+                    NamedCheck{"RefusesGroupsThatAreTooDeep", checkTooDeep}),
+    NameOfCheck);
+
+TEST_P(AttributeSuite4FromC, AllChecksHold) {
+    const int failedLine = GetParam().check(&Suite());
+    EXPECT_EQ(failedLine, 0) << "AttributeSuite4Test.c:" << failedLine;
+}
+
+TEST(AttributeSuite4, MayBeUsedOnOneAttributeByManyThreads) {
+    const FloatAttribute floats(
+        std::map<float, std::vector<float>>{{-1.0f, {0, 10}}, {1.0f, {2, 14}}}, 1);
+    RunTogether(8, [&](int) { EXPECT_EQ(readFloatsOften(&Suite(), floats.getHandle()), 0); });
+}
+
+TEST(AttributeSuite4, MayShareAnErrorAmongManyThreads) {
+    OxErrorFacts facts{};
+    facts.text = "shared";
+    OxErrorStruct* const error = Suite().createError(&facts);
+    RunTogether(8, [&](int) {
+        for (int round = 0; round < 2000; ++round) {
+            Suite().retainError(error);
+            OxErrorFacts told;
+            Suite().getErrorFacts(error, &told);
+            EXPECT_STREQ(told.text, "shared");
+            Suite().releaseError(error);
+        }
+    });
+    Suite().releaseError(error);
 }
 
 } // namespace
