@@ -4,6 +4,7 @@
 
 #include "OxRenderOutputUtilsHost.h"
 #include "OxScenegraphIteratorHost.h"
+#include "Validation.h"
 
 namespace {
 
@@ -24,6 +25,7 @@ int OxTellarProducersInitialize(OxPluginHost* host) {
     if (host) std::memcpy(&record, host, sizeof record);
     const auto registerSuite = record.registerSuite;
     if (!registerSuite) return -1;
+    TELLAR::InstallValidation();
     registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v3(), kIterators, 3);
     registerSuite(TELLAR::GetScenegraphIteratorHostSuite_v2(), kIterators, 2);
     const int status = registerSuite(TELLAR::GetRenderOutputUtilsHostSuite_v3(), kUtils, 3);

@@ -209,6 +209,8 @@ OldSuite MakeOldSuite() {
     return old;
 }
 
+std::atomic<void (*)(const OxSgIteratorStruct*)> handleObserver{nullptr};
+
 } // namespace
 
 bool IsRenderedLive(TellarRuntime::Client& client) {
@@ -217,8 +219,15 @@ bool IsRenderedLive(TellarRuntime::Client& client) {
            attrs.getChildByName("liveRender").isValid();
 }
 
+void ObserveMadeHandles(void (*function)(const OxSgIteratorStruct*)) {
+    handleObserver = function;
+}
+
 OxSgIteratorStruct* OxGeometryProducerToHandle(GeometryProducer::Ptr producer) {
-    return producer ? new OxSgIteratorStruct(std::move(producer)) : nullptr;
+    if (!producer) return nullptr;
+    auto* const handle = new OxSgIteratorStruct(std::move(producer));
+    if (const auto observe = handleObserver.load(std::memory_order_acquire)) observe(handle);
+    return handle;
 }
 
 GeometryProducer::Ptr OxHandleToGeometryProducer(OxSgIteratorStruct* handle) {

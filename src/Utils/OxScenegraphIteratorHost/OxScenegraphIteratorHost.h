@@ -17,6 +17,9 @@ const OxScenegraphIteratorHostSuite_v2* GetScenegraphIteratorHostSuite_v2();
 /// be kept at the end of a render.
 bool IsRenderedLive(TellarRuntime::Client& client);
 
+/// Calls the function with each handle that OxGeometryProducerToHandle makes from now on.
+void ObserveMadeHandles(void (*function)(const OxSgIteratorStruct* handle));
+
 } // namespace TELLAR
 
 #endif

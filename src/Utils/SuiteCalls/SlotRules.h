@@ -149,7 +149,7 @@ constexpr bool IsNullable(const SlotInfo& slot, const ValueType& type) {
     }
 }
 
-/// Exceptions: arguments of version 4 that may be null.
+/// Exceptions: arguments of version 4 that may be null, and a record that may not.
 constexpr void TellNullableArguments(SlotInfo& slot) {
     const std::string_view name = slot.name;
     if (slot.version < 4) return;
@@ -158,6 +158,8 @@ constexpr void TellNullableArguments(SlotInfo& slot) {
     if (name == "getLocationTypesWithDelegates") slot.arguments[0].isNullable = true;
     if (name == "getPixelAreaOfBound" || name == "getProceduralArguments")
         slot.arguments[4].isNullable = true;
+    if (name == "withChild") slot.arguments[0].isNullable = slot.arguments[2].isNullable = true;
+    if (name == "createSamples") slot.arguments[0].isNullable = false;
     if (name == "readInstances") slot.arguments[3].isNullable = slot.arguments[4].isNullable = true;
 }
 

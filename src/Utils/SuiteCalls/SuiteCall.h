@@ -166,6 +166,7 @@ private:
 class SuiteCall {
 public:
     using Proceed = void (*)(SuiteCall& call, void* frame);
+    using HandleFunction = void (*)(void* handle);
 
     /// `places` are the C variables of the arguments; `result` is null without one.
     SuiteCall(const SlotInfo& slot, void* const* places, void* result, Proceed run, void* frame,
@@ -194,6 +195,11 @@ public:
     /// the zero at its end.
     std::int64_t getResultCount() const;
 
+    /// The function behind a slot that retains or releases, for calls at another time. Null for
+    /// other slots.
+    HandleFunction getHandleFunction() const { return handleFunction; }
+    void setHandleFunction(HandleFunction function) { handleFunction = function; }
+
     /// Calls the function behind the slot with the present arguments, and sets the result. An
     /// observer that answers itself does not call this; the result is then null, 0 or nothing until
     /// it sets it, and what the plug-in reads through pointers is left as it was.
@@ -208,6 +214,7 @@ private:
     Proceed run;
     void* frame;
     const SuiteCall* caller;
+    HandleFunction handleFunction = nullptr;
 };
 
 /// What stands between plug-ins and tables. Any thread calls it, several at once.

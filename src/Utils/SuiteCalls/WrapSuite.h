@@ -58,11 +58,18 @@ struct WrappedSlot<Layer, Table, index, Result (*)(Arguments...)> {
             slot, places.data(), placeOf(result),
             [](SuiteCall& self, void* frame) { (*static_cast<decltype(next)*>(frame))(self); },
             &next);
+        if constexpr (slot.action != SlotAction::Ask)
+            call.setHandleFunction(callNext<Arguments...>);
         Wrapped::observer->onCall(call);
         if constexpr (!std::is_void_v<Result>) return result;
     }
 
 private:
+    template <typename Handle>
+    static void callNext(void* handle) {
+        (WrappedTable<Layer, Table>::next->*kSlotMember<Table, index>)(static_cast<Handle>(handle));
+    }
+
     template <typename T>
     static void* placeOf(T& variable) {
         return const_cast<void*>(static_cast<const void*>(&variable));

@@ -1,0 +1,307 @@
+/* A renderer that misuses the suites of its host in one way a render: the job's picture names the
+   way. Other pictures are rendered without a fault, and none is written. */
+
+#define _POSIX_C_SOURCE 200809L /* threads */
+
+#include <pthread.h>
+#include <stdint.h>
+#include <string.h>
+
+#include <OxTellarProducers/OxRendererPluginSuite.h>
+#include <OxTellarProducers/OxScenegraphIteratorHostSuite4.h>
+#include <OxTellarSDK/AttributeSuite4.h>
+
+#include "ChecksPlugin.h"
+
+/* What a fault gets. `child` is the first child of the root, retained. */
+typedef struct Use {
+    const OxRenderJob_v1* job;
+    Suites old;                                     /* versions 3 and 1 */
+    const OxScenegraphIteratorHostSuite_v4* scenes; /* null in a host without version 4 */
+    const OxAttributeSuite_v4* values;
+    OxSgIteratorStruct* child;
+} Use;
+
+/* From one render to the next. */
+static OxSgIteratorStruct* keptLocation;
+static OxRenderListener_v1 keptListener;
+
+/* ---- Versions 2 and 3, and AttributeHost 1 --------------------------------------------------- */
+
+static void useAfterRelease(const Use* use) {
+    OxSgIteratorStruct* parent = use->old.iterators->getParent(use->child);
+    use->old.iterators->retainIterator(parent);
+    use->old.iterators->releaseIterator(parent);
+    use->old.attributes->release(use->old.iterators->getName(parent));
+}
+
+static void releaseTwice(const Use* use) {
+    OxAttributeStruct* name = use->old.iterators->getName(use->child);
+    use->old.attributes->release(name);
+    use->old.attributes->release(name);
+}
+
+static void leakAttribute(const Use* use) {
+    use->old.iterators->getAttributeNames(use->child);
+}
+
+static void leakLocation(const Use* use) {
+    OxSgIteratorStruct* root = use->old.iterators->getRoot(use->child);
+    use->old.iterators->retainIterator(root);
+    use->old.iterators->retainIterator(root);
+    use->old.iterators->releaseIterator(root);
+}
+
+static void releaseUnretained(const Use* use) {
+    use->old.iterators->releaseIterator(use->old.iterators->getFirstChild(use->child, false));
+}
+
+static void forgetUnretained(const Use* use) {
+    use->old.iterators->getFirstChild(use->child, false);
+}
+
+static void passWrongKind(const Use* use) {
+    OxAttributeStruct* name = use->old.iterators->getName(use->child);
+    use->old.iterators->getParent((OxSgIteratorStruct*)(void*)name);
+    use->old.attributes->release(name);
+}
+
+static void passForeign(const Use* use) {
+    uint64_t nothing[16] = {0};
+    use->old.attributes->getTupleSize((const OxAttributeStruct*)(void*)nothing);
+}
+
+static void passOldText(const Use* use) {
+    OxAttributeStruct* name = use->old.iterators->getFullName(use->child);
+    const char* text = use->old.attributes->getString(name, 0, 0);
+    use->old.attributes->release(name);
+    use->old.attributes->release(use->old.iterators->getAttribute(use->child, text));
+}
+
+static void passOldValues(const Use* use) {
+    OxAttributeStruct* number = use->old.iterators->getAttribute(use->child, "number");
+    int64_t count = 0;
+    const int32_t* values = use->old.attributes->getIntSample(number, 0, &count);
+    use->old.attributes->release(number);
+    use->old.attributes->release(use->old.attributes->createInt(values, count, 1));
+}
+
+/* Tells the caller the text that it reads after its end. */
+static void readOldText(const Use* use) {
+    OxAttributeStruct* name = use->old.iterators->getFullName(use->child);
+    const char* text = use->old.attributes->getString(name, 0, 0);
+    use->old.attributes->release(name);
+    use->job->listener.onMessage(kOxLogInfo, text, use->job->listener.user);
+}
+
+static void keepLocation(const Use* use) {
+    keptLocation = use->old.iterators->getFirstChild(use->child, false);
+    use->old.iterators->retainIterator(keptLocation);
+}
+
+static void useKeptLocation(const Use* use) {
+    use->old.attributes->release(use->old.iterators->getName(keptLocation));
+}
+
+/* ---- The listener ---------------------------------------------------------------------------- */
+
+static void keepListener(const Use* use) {
+    keptListener = use->job->listener;
+}
+
+static void callKeptListener(const Use* use) {
+    (void)use;
+    keptListener.onMessage(kOxLogInfo, "too late", keptListener.user);
+}
+
+static void* reportProgress(void* job) {
+    const OxRenderListener_v1* listener = &((const OxRenderJob_v1*)job)->listener;
+    listener->onProgress(0.5, "in two threads", listener->user);
+    return NULL;
+}
+
+static void callListenerTwiceAtOnce(const Use* use) {
+    pthread_t thread;
+    OxRenderJob_v1 job = *use->job;
+    if (pthread_create(&thread, NULL, reportProgress, &job) != 0) return;
+    reportProgress(&job);
+    pthread_join(thread, NULL);
+}
+
+/* ---- Version 4 ------------------------------------------------------------------------------- */
+
+static void passNull(const Use* use) {
+    OxErrorStruct* error = NULL;
+    use->scenes->getFirstChild(NULL, &error);
+    use->values->releaseError(error);
+}
+
+static void leakChild(const Use* use) {
+    use->scenes->getChild(use->child, 0, NULL);
+}
+
+static void leakError(const Use* use) {
+    OxErrorStruct* error = NULL;
+    use->scenes->openScene("/no/such/scene.json", &error);
+}
+
+static void passOldErrorText(const Use* use) {
+    OxErrorStruct* error = NULL;
+    OxErrorFacts facts;
+    use->scenes->openScene("/no/such/scene.json", &error);
+    use->values->getErrorFacts(error, &facts);
+    use->values->releaseError(error);
+    use->scenes->openScene(facts.file, NULL);
+}
+
+static void passOldSamples(const Use* use) {
+    OxSamples samples;
+    OxAttributeStruct* number = use->scenes->getAttribute(use->child, "number", NULL);
+    use->values->getSamples(number, &samples, NULL);
+    use->values->release(number);
+    use->old.attributes->release(use->old.attributes->createFloat(samples.times, 1, 1));
+}
+
+static int32_t keepVisited(OxVisit* visit, void* user) {
+    *(OxSgIteratorStruct**)user = visit->location;
+    return kOxVisitStop;
+}
+
+static void useVisitedLater(const Use* use) {
+    OxSgIteratorStruct* visited = NULL;
+    use->scenes->visit(use->child, NULL, keepVisited, &visited, NULL);
+    use->scenes->getName(visited, NULL);
+}
+
+static int32_t releaseVisited(OxVisit* visit, void* user) {
+    ((const Use*)user)->scenes->releaseIterator(visit->location);
+    return kOxVisitStop;
+}
+
+static void releaseLent(const Use* use) {
+    use->scenes->visit(use->child, NULL, releaseVisited, (void*)(uintptr_t)use, NULL);
+}
+
+/* ---- Without a fault ------------------------------------------------------------------------- */
+
+static int32_t readVisited(OxVisit* visit, void* user) {
+    const Use* use = user;
+    OxAttributeStruct* number = use->scenes->getAttribute(visit->location, "number", NULL);
+    int64_t count = 0;
+    use->old.attributes->getIntSample(number, 0, &count);
+    use->old.attributes->release(number);
+    use->scenes->getFullName(visit->location, NULL);
+    use->scenes->retainIterator(visit->location);
+    use->scenes->releaseIterator(visit->location);
+    return kOxVisitGoOn;
+}
+
+/* Walks all children of the location in version 3, and lets version 4 release every other one. */
+static void walkOldWay(const Use* use, OxSgIteratorStruct* parent) {
+    OxSgIteratorStruct* child = use->old.iterators->getFirstChild(parent, false);
+    int isOdd = 0;
+    use->old.iterators->retainIterator(child);
+    while (child) {
+        OxAttributeStruct* name = use->old.iterators->getName(child);
+        const char* text = use->old.attributes->getString(name, 0, 0);
+        if (use->scenes)
+            use->scenes->releaseIterator(use->scenes->getChildByName(parent, text, NULL));
+        use->old.attributes->release(name);
+        OxSgIteratorStruct* next = use->old.iterators->getNextSibling(child, false);
+        use->old.iterators->retainIterator(next);
+        if (isOdd && use->scenes)
+            use->scenes->releaseIterator(child);
+        else
+            use->old.iterators->releaseIterator(child);
+        isOdd = !isOdd;
+        child = next;
+    }
+}
+
+static void* walkInThread(void* user) {
+    const Use* use = user;
+    for (int i = 0; i < 20; ++i)
+        walkOldWay(use, use->child);
+    return NULL;
+}
+
+static void walkSoundly(const Use* use) {
+    OxVisitOptions options = {8, 0, NULL, NULL};
+    pthread_t threads[8];
+    Use copy = *use;
+    for (int i = 0; i < 8; ++i)
+        pthread_create(&threads[i], NULL, walkInThread, &copy);
+    for (int i = 0; i < 8; ++i)
+        pthread_join(threads[i], NULL);
+    if (use->scenes) use->scenes->visit(use->child, &options, readVisited, &copy, NULL);
+    use->job->listener.onProgress(1, "walked", use->job->listener.user);
+}
+
+/* ---- The suite ------------------------------------------------------------------------------- */
+
+static const struct Fault {
+    const char* name;
+    void (*commit)(const Use* use);
+} kFaults[] = {
+    {"use after release", useAfterRelease},
+    {"release twice", releaseTwice},
+    {"leak an attribute", leakAttribute},
+    {"leak a location", leakLocation},
+    {"release what was not retained", releaseUnretained},
+    {"forget what was not retained", forgetUnretained},
+    {"pass the wrong kind", passWrongKind},
+    {"pass a foreign handle", passForeign},
+    {"pass an old text", passOldText},
+    {"pass old values", passOldValues},
+    {"read an old text", readOldText},
+    {"keep a location", keepLocation},
+    {"use the kept location", useKeptLocation},
+    {"keep the listener", keepListener},
+    {"call the kept listener", callKeptListener},
+    {"call the listener twice at once", callListenerTwiceAtOnce},
+    {"pass null", passNull},
+    {"leak a child", leakChild},
+    {"leak an error", leakError},
+    {"pass an old text of an error", passOldErrorText},
+    {"pass old samples", passOldSamples},
+    {"use what was visited", useVisitedLater},
+    {"release what was lent", releaseLent},
+    {"nothing", walkSoundly},
+};
+
+static int render(const OxRenderJob_v1* job) {
+    Use use;
+    use.job = job;
+    use.old = getSuites();
+    use.scenes = host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 4);
+    use.values = host->getSuite(OX_ATTRIBUTE_HOST_SUITE, 4);
+    use.child = use.old.iterators->getFirstChild(job->root, false);
+    use.old.iterators->retainIterator(use.child);
+    for (size_t i = 0; i < sizeof(kFaults) / sizeof(kFaults[0]); ++i)
+        if (strcmp(kFaults[i].name, job->picture) == 0) kFaults[i].commit(&use);
+    use.old.iterators->releaseIterator(use.child);
+    return kOxRenderDone;
+}
+
+static const void* getSuite(void) {
+    static const OxRendererPluginSuite_v1 suite = {render, NULL};
+    return &suite;
+}
+
+static const OxPluginRecord_v1 kRecord = {OX_PLUGIN_RECORD_VERSION,
+                                          "faulty",
+                                          OX_RENDERER_API,
+                                          OX_RENDERER_API_VERSION,
+                                          1,
+                                          0,
+                                          getSuite,
+                                          setHost,
+                                          NULL};
+
+unsigned int OxGetPluginCount(void) {
+    return 1;
+}
+
+const OxPluginRecord_v1* OxGetPlugin(unsigned int index) {
+    return index == 0 ? &kRecord : NULL;
+}
