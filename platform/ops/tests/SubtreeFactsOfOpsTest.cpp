@@ -81,6 +81,20 @@ TEST_F(FactsOfOps, AStaticSceneGivesUpOnVeryManyLocations) {
     EXPECT_EQ(facts(large, "/root/many/l19999").locations, 1);
 }
 
+TEST_F(FactsOfOps, AStaticSceneCountsTheLocationsThatExist) {
+    const Op named = graph.add(
+        "StaticScene",
+        Location({}, {{"lamp_v1%2E2", Location({})}, {"a.b", Location({})}, {"none", Int(1)}}));
+    const Op twice =
+        graph.add("StaticScene", Location({}, {{"a", Location({})}, {"%61", Location({})}}));
+    const Op deep = graph.add("StaticScene", Location({}, {{"a%2Fb", Location({})}}));
+    EXPECT_EQ(facts(named, "/root").locations, 3);
+    EXPECT_EQ(facts(named, "/root/lamp_v1.2").locations, 1);
+    EXPECT_EQ(facts(named, "/root/none").exists, false);
+    EXPECT_FALSE(facts(twice, "/root").locations); // both are named "a"
+    EXPECT_FALSE(facts(deep, "/root").locations);
+}
+
 TEST_F(FactsOfOps, ATransformMovesTheBoundOfTheParent) {
     const Op moved = graph.add(
         "Transform",

@@ -114,9 +114,9 @@ protected:
 OXTELLARSDK_API void AddChildren(SubtreeContext& context, SubtreeFacts& facts,
                                  std::int64_t mostChildren = 1000);
 
-/// Locations that repeat a few others, told without cooking them. They lie at and below the
-/// children of the location that was asked for, and everything else there is a group that has no
-/// attributes but "type", "xform" and "bound", or has locations of this kind alone below it.
+/// Locations that repeat a few others, told without cooking them. They are all that is below the
+/// location that was asked for, apart from groups with no attributes but "type", "xform" and
+/// "bound".
 ///
 /// An instance equals its prototype apart from its own "xform", with everything below it. A
 /// prototype is an instance too.
