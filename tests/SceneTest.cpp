@@ -1,5 +1,6 @@
 #include <OxTellarProducers/Scene.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <functional>
@@ -9,6 +10,7 @@
 
 #include <gmock/gmock.h>
 
+#include <OxTellarProducers/SceneDescription.h>
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/Capture.h>
 #include <OxTellarSDK/DescriptionJson.h>
@@ -133,6 +135,51 @@ TEST(Scene, ReadsAModelWhenItIsOpened) {
     std::filesystem::remove(path);
     EXPECT_THAT(NamesOf(scene->getRoot()->getFirstChild()->getAttribute("")),
                 testing::Not(testing::IsEmpty()));
+}
+
+/// The largest x of the points of the only mesh.
+float WidthOf(const Scene& scene) {
+    auto location = scene.getRoot();
+    while (const auto child = location->getFirstChild(false))
+        location = child;
+    const OxAttribute::FloatAttribute points(location->getAttribute("geometry.point.P"));
+    const auto sample = points.getNearestSample(0.0f);
+    return sample.empty() ? -1 : *std::max_element(sample.begin(), sample.end());
+}
+
+std::string Triangle(const TempDirectory& folder, const std::string& name, const char* width) {
+    return folder.write(name,
+                        std::string("o thing\nv 0 0 0\nv ") + width + " 0 0\nv 0 1 0\nf 1 2 3\n");
+}
+
+TEST(Scene, ReadsAModelAgainThatWasReplacedWhileAnotherSceneShowsIt) {
+    const TempDirectory folder;
+    const std::string path = Triangle(folder, "a.obj", "2");
+    const auto old = Scene::Open(path);
+    const auto same = Scene::Open(path);
+    std::filesystem::rename(Triangle(folder, "b.obj", "30"), path);
+    const auto replaced = Scene::Open(path);
+    EXPECT_EQ(WidthOf(*old), 2.0f);
+    EXPECT_EQ(WidthOf(*replaced), 30.0f);
+    EXPECT_EQ(old->getIdentity(), same->getIdentity());
+    EXPECT_NE(old->getIdentity(), replaced->getIdentity());
+}
+
+TEST(Scene, ReadsAnImportedModelAgainForAnotherVersion) {
+    const TempDirectory folder;
+    const std::string path = Triangle(folder, "a.obj", "2");
+    const auto scene = Scene::FromDescription(TELLAR::DescribeImport(path));
+    const auto oldRoot = scene->getRoot();
+    EXPECT_EQ(WidthOf(*scene), 2.0f);
+    std::filesystem::rename(Triangle(folder, "b.obj", "30"), path);
+    EXPECT_EQ(WidthOf(*scene), 2.0f);
+    TELLAR::SceneEdit edit = scene->edit();
+    edit.setOpArg("scene", "version", Text("2"));
+    const auto changes = edit.commit();
+    EXPECT_EQ(WidthOf(*scene), 30.0f);
+    ASSERT_FALSE(changes.empty());
+    for (const auto& change : changes)
+        EXPECT_EQ(change.mask, TELLAR::kGeometryChanged) << change.path;
 }
 
 TEST(Scene, FailsWhenItIsOpenedAndForgetsTheFailure) {

@@ -45,7 +45,8 @@ public:
     std::shared_ptr<TellarRuntime::Client> getClient() const;
 
     /// The identity of the newest revision's ops: equal for scenes with equal op trees, whatever
-    /// the names of their files and ops. An imported file counts by its name.
+    /// the names of their files and ops. A file that an op imports counts by its name; a model that
+    /// Open was given counts by its name and its state in the file system.
     OxAttribute::Hash getIdentity() const;
 
     /// The number of the newest revision: 0, and one more with every commit.

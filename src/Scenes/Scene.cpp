@@ -1,14 +1,17 @@
 #include <OxTellarProducers/Scene.h>
 
+#include <sstream>
 #include <utility>
 #include <vector>
 
 #include <OxTellarProducers/SceneDescription.h>
+#include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/TellarError.h>
 
 #include "OpDrafts.h"
 #include "RuntimeRecords.h"
 #include "SceneRevisions.h"
+#include "files/RegularFile.h"
 
 using OxAttribute::GroupAttribute;
 using OxAttribute::Hash;
@@ -25,6 +28,21 @@ GroupAttribute Describe(const SceneOp& op) {
     return GroupAttribute(parts, true);
 }
 
+/// The description of a model with the state of its file as the version, so that a scene which
+/// shows an older state shares nothing with it.
+GroupAttribute WithVersion(const GroupAttribute& description, const std::string& path) {
+    std::string ignored; // the cook tells why the file cannot be read
+    const auto state = RegularFile::StateOf(path, ignored);
+    if (!state) return description;
+    std::ostringstream version;
+    version << state->bytes << ' ' << state->modifiedSeconds << '.' << state->modifiedNanoseconds
+            << ' ' << state->file;
+    OxAttribute::GroupBuilder ops;
+    ops.update(description);
+    ops.set("scene.opArgs.version", StringAttribute(version.str()));
+    return ops.build();
+}
+
 } // namespace
 
 Scene::Scene(std::shared_ptr<SceneRevisions> revisions) : revisions(std::move(revisions)) {}
@@ -33,10 +51,12 @@ Scene::~Scene() = default;
 
 std::shared_ptr<Scene> Scene::Open(const std::string& path) {
     const SceneDescription description = ReadSceneDescription(path);
-    std::shared_ptr<Scene> scene = FromDescription(description.ops);
+    const bool isModel = description.kind == SceneKind::SceneFile;
+    const auto scene =
+        FromDescription(isModel ? WithVersion(description.ops, path) : description.ops);
     // SceneImport reads the file when it cooks the location below the root, and CapturedScene when
     // it cooks the root. After that the file need not be there any more, and a bad one was refused.
-    if (description.kind == SceneKind::SceneFile) scene->getRoot()->getFirstChild(false);
+    if (isModel) scene->getRoot()->getFirstChild(false);
     if (description.kind == SceneKind::Capture) scene->getRoot();
     return scene;
 }

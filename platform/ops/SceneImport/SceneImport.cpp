@@ -83,6 +83,7 @@ Settings ReadSettings(const ArgReader& args) {
     if (IsSelfOrBelow(settings.location, settings.materialLocation))
         TellarOps::ThrowArgumentError("materialLocation", "must not hold the scene's location");
     settings.listFiles = args.flag("listFiles", false);
+    args.string("version", ""); // part of the Op's identity alone
     settings.options = ReadReadOptions(args);
     settings.clock = ReadClock(args);
     return settings;
@@ -230,7 +231,10 @@ public:
                  "The frame to which the times of samples are relative. Default: 0."},
                 {"listFiles", "int",
                  "1 presents, at \"location\", the files that the scene file is made of instead "
-                 "of its content. Default: 0."}},
+                 "of its content. Default: 0."},
+                {"version", "string",
+                 "Any text. An Op with another one reads the scene file again, while the others "
+                 "keep what they have read. Default: none."}},
                "none"},
               TellarOps::Inputs::None) {}
 

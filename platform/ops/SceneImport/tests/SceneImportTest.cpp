@@ -62,7 +62,7 @@ TEST(SceneImport, TellsAboutItself) {
         names.push_back(argument.name);
     EXPECT_EQ(names, (Names{"file", "directory", "location", "materialLocation", "scene",
                             "animation", "variant", "convertUnits", "upAxis", "framesPerSecond",
-                            "frame", "listFiles"}));
+                            "frame", "listFiles", "version"}));
 }
 
 TEST(SceneImport, TakesNoInputs) {
