@@ -191,6 +191,50 @@ TEST_F(Validation, FindsAListenerThatTwoThreadsCallAtOnce) {
                              "called while another function of it was running\n"));
 }
 
+TEST_F(Validation, FindsANullHandleWhereNoneIsAllowed) {
+    EXPECT_THAT(ErrorsOf("pass null"),
+                HasSubstr("null: getFirstChild (ScenegraphIteratorHost 4) got null for its "
+                          "argument 1\n"));
+}
+
+TEST_F(Validation, FindsALeakedHandleOfVersion4) {
+    EXPECT_THAT(ErrorsOf("leak a child"),
+                IsOneFinding("leaked: a location of call [0-9]+ \\(getChild, thread "));
+}
+
+TEST_F(Validation, FindsALeakedError) {
+    EXPECT_THAT(ErrorsOf("leak an error"),
+                IsOneFinding("leaked: an error of call [0-9]+ \\(openScene, thread "));
+}
+
+TEST_F(Validation, FindsALocationThatIsUsedAfterItsVisit) {
+    EXPECT_THAT(ErrorsOf("use what was visited"),
+                IsOneFinding("used after the call that lent it: getName "
+                             "\\(ScenegraphIteratorHost 4\\) got a location that was lent by call "
+                             "[0-9]+ \\(visit: visitor, thread [0-9]+\\)\n"));
+}
+
+TEST_F(Validation, FindsTheReleaseOfALocationThatIsLent) {
+    EXPECT_THAT(ErrorsOf("release what was lent"),
+                IsOneFinding("released without a reference: releaseIterator "
+                             "\\(ScenegraphIteratorHost 4\\) got a location that was lent by call "
+                             "[0-9]+ \\(visit: visitor, thread [0-9]+\\) and not retained\n"));
+}
+
+TEST_F(Validation, FindsTheTextOfAnErrorThatIsBorrowedTooLong) {
+    EXPECT_THAT(ErrorsOf("pass an old text of an error"),
+                AllOf(HasSubstr("borrowed too long: openScene (ScenegraphIteratorHost 4) got a "
+                                "text of call "),
+                      ContainsRegex("\\(getErrorFacts, thread [0-9]+\\), whose handle call [0-9]+ "
+                                    "\\(releaseError, ")));
+}
+
+TEST_F(Validation, FindsSamplesThatAreBorrowedTooLong) {
+    EXPECT_THAT(ErrorsOf("pass old samples"),
+                IsOneFinding("borrowed too long: createFloat \\(AttributeHost 1\\) got values of "
+                             "call [0-9]+ \\(getSamples, "));
+}
+
 TEST_F(Validation, CountsWhatIsRepeated) {
     ErrorsOf("leak an attribute"); // it may be the first in this process
     const std::string errors = ErrorsOf("leak an attribute");

@@ -162,7 +162,9 @@ static void passOldSamples(const Use* use) {
     use->old.attributes->release(use->old.attributes->createFloat(samples.times, 1, 1));
 }
 
+/* The first location that is visited is a handle of the plug-in's own. */
 static int32_t keepVisited(OxVisit* visit, void* user) {
+    if (visit->depth == 0) return kOxVisitGoOn;
     *(OxSgIteratorStruct**)user = visit->location;
     return kOxVisitStop;
 }
@@ -174,6 +176,7 @@ static void useVisitedLater(const Use* use) {
 }
 
 static int32_t releaseVisited(OxVisit* visit, void* user) {
+    if (visit->depth == 0) return kOxVisitGoOn;
     ((const Use*)user)->scenes->releaseIterator(visit->location);
     return kOxVisitStop;
 }
