@@ -41,7 +41,8 @@ void AddSuiteFilter(SuiteFilter filter) {
 
 const void* FilteredSuite(const SuiteOffer& offer) {
     SuiteOffer passed = offer;
-    for (const SuiteFilter& filter : *PresentFilters()) {
+    const auto filters = PresentFilters();
+    for (const SuiteFilter& filter : *filters) {
         if (!passed.suite) return nullptr;
         passed.suite = filter(passed);
     }
