@@ -1,4 +1,4 @@
-#include <OxTellarProducers/OxRendererPluginSuite.h>
+#include <OxTellarProducers/OxRendererPluginSuite2.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -8,7 +8,10 @@
 
 #include <gmock/gmock.h>
 
+#include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
+#include <OxTellarProducers/OxScenegraphLocationDelegateCache.h>
 #include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/ErrorHandle.h>
 #include <OxTellarSDK/PluginManager.h>
 
 #include "IteratorScenes.h"
@@ -26,13 +29,21 @@ using testing::Not;
 
 void TurnOn(const char* value) {
     setenv("TELLAR_VALIDATE", value, 1);
-    setenv("OX_PLUGIN_PATH", TELLAR_TEST_PLUGIN_DIR, 1);
+    setenv("OX_PLUGIN_PATH", TELLAR_TEST_PLUGIN_DIR ":" TELLAR_TEST_DELEGATE_DIR, 1);
     Host();
 }
 
+const void* SuiteOfRenderer(unsigned int version) {
+    return PluginManager::getPluginSuite(
+        PluginManager::getPlugin("faulty", OX_RENDERER_API, version));
+}
+
 const OxRendererPluginSuite_v1& Renderer() {
-    return *static_cast<const OxRendererPluginSuite_v1*>(PluginManager::getPluginSuite(
-        PluginManager::getPlugin("faulty", OX_RENDERER_API, OX_RENDERER_API_VERSION)));
+    return *static_cast<const OxRendererPluginSuite_v1*>(SuiteOfRenderer(1));
+}
+
+const OxRendererPluginSuite_v2& Renderer2() {
+    return *static_cast<const OxRendererPluginSuite_v2*>(SuiteOfRenderer(2));
 }
 
 /// The functions of a caller.
@@ -233,6 +244,66 @@ TEST_F(Validation, FindsSamplesThatAreBorrowedTooLong) {
     EXPECT_THAT(ErrorsOf("pass old samples"),
                 IsOneFinding("borrowed too long: createFloat \\(AttributeHost 1\\) got values of "
                              "call [0-9]+ \\(getSamples, "));
+}
+
+OxRenderStruct* Start(const std::string& fault, const Handle& root) {
+    OxRenderJob_v2 job{};
+    job.size = sizeof job;
+    job.root = root.get();
+    job.picture = fault.c_str();
+    job.listener.size = sizeof job.listener;
+    job.listener.onProgress = [](double, const char*, void*) {};
+    return Renderer2().start(&job, nullptr);
+}
+
+TEST_F(Validation, TellsRendersOfVersion2ApartThatGoOnAtOnce) {
+    const SceneFile file;
+    const Handle firstRoot = file.root();
+    const Handle secondRoot = file.root();
+    OxRenderStruct* const first = Start("leak a child", firstRoot);
+    OxRenderStruct* const second = Start("nothing", secondRoot);
+    testing::internal::CaptureStderr();
+    Renderer2().release(second);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(": no findings in "));
+    testing::internal::CaptureStderr();
+    Renderer2().release(first);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(": 1 finding in "));
+}
+
+TEST_F(Validation, LetsARendererHandAnErrorToItsCaller) {
+    const SceneFile file;
+    const Handle root = file.root();
+    OxRenderStruct* const render = Start("fail", root);
+    OxErrorStruct* error = nullptr;
+    EXPECT_EQ(Renderer2().wait(render, -1, &error), kOxRenderFailed);
+    testing::internal::CaptureStderr();
+    Renderer2().release(render);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(": no findings in "));
+    ASSERT_NE(error, nullptr);
+    EXPECT_STREQ(OxHandleToErrorFacts(error).text, "the paint has dried up");
+    OxReleaseError(error);
+}
+
+TEST_F(Validation, LetsHostAndPluginsUseALocationDelegate) {
+    const SceneFile file;
+    const Handle root = file.root();
+    const auto& utils = *static_cast<const OxRenderOutputUtilsHostSuite_v3*>(
+        Host()->getSuite(OX_RENDER_OUTPUT_UTILS_HOST_SUITE, 3));
+    const auto& attributes =
+        *static_cast<const OxAttributeSuite_v1*>(Host()->getSuite("AttributeHost", 1));
+    testing::internal::CaptureStderr();
+
+    const auto* const ofPlugin = utils.getLocationDelegate("sphere", "lantern");
+    ASSERT_NE(ofPlugin, nullptr);
+    OxLocationDelegateInstance instance = ofPlugin->create();
+    attributes.release(ofPlugin->getReplacement(instance, root.get()));
+
+    const auto* const ofHost =
+        TELLAR::OxScenegraphLocationDelegateCache::getPluginSuite("sphere", "lantern");
+    EXPECT_NE(ofHost, ofPlugin);
+    OxGetBuiltInAttributeSuite()->release(ofHost->getReplacement(instance, root.get()));
+    ofHost->destroy(instance);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(Validation, CountsWhatIsRepeated) {

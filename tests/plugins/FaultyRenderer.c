@@ -5,9 +5,11 @@
 
 #include <pthread.h>
 #include <stdint.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include <OxTellarProducers/OxRendererPluginSuite.h>
+#include <OxTellarProducers/OxRendererPluginSuite2.h>
 #include <OxTellarProducers/OxScenegraphIteratorHostSuite4.h>
 #include <OxTellarSDK/AttributeSuite4.h>
 
@@ -240,7 +242,8 @@ static void walkSoundly(const Use* use) {
     use->job->listener.onProgress(1, "walked", use->job->listener.user);
 }
 
-/* ---- The suite ------------------------------------------------------------------------------- */
+/* ---- The suite of version 1 -------------------------------------------------------------------
+ */
 
 static const struct Fault {
     const char* name;
@@ -291,20 +294,62 @@ static const void* getSuite(void) {
     return &suite;
 }
 
-static const OxPluginRecord_v1 kRecord = {OX_PLUGIN_RECORD_VERSION,
-                                          "faulty",
-                                          OX_RENDERER_API,
-                                          OX_RENDERER_API_VERSION,
-                                          1,
-                                          0,
-                                          getSuite,
-                                          setHost,
-                                          NULL};
+/* ---- The suite of version 2, whose renders are over when they have started --------------------
+ */
+
+struct OxRenderStruct {
+    int isFailing;
+};
+
+static OxRenderStruct* start(const OxRenderJob_v2* job, OxErrorStruct** error) {
+    OxRenderStruct* made = malloc(sizeof(OxRenderStruct));
+    OxRenderJob_v1 old = {0};
+    old.root = job->root;
+    old.picture = job->picture;
+    old.listener.onProgress = job->listener.onProgress;
+    old.listener.onMessage = job->listener.onMessage;
+    old.listener.user = job->listener.user;
+    if (error) *error = NULL;
+    if (made) made->isFailing = strcmp(job->picture, "fail") == 0;
+    render(&old);
+    return made;
+}
+
+static void release(OxRenderStruct* taken) {
+    free(taken);
+}
+
+static int32_t waitForEnd(OxRenderStruct* taken, double seconds, OxErrorStruct** error) {
+    const OxAttributeSuite_v4* values = host->getSuite(OX_ATTRIBUTE_HOST_SUITE, 4);
+    const OxErrorFacts facts = {kOxErrorUnknown, "the paint has dried up", "", "", "", "", ""};
+    (void)seconds;
+    if (error) *error = taken->isFailing ? values->createError(&facts) : NULL;
+    return taken->isFailing ? kOxRenderFailed : kOxRenderDone;
+}
+
+static const void* getSuite2(void) {
+    static const OxRendererPluginSuite_v2 suite = {
+        .size = sizeof(OxRendererPluginSuite_v2),
+        .version = 2,
+        .start = start,
+        .release = release,
+        .wait = waitForEnd,
+    };
+    return &suite;
+}
+
+/* ---- The plug-ins ---------------------------------------------------------------------------- */
+
+static const OxPluginRecord_v1 kRecords[] = {
+    {OX_PLUGIN_RECORD_VERSION, "faulty", OX_RENDERER_API, OX_RENDERER_API_VERSION, 1, 0, getSuite,
+     setHost, NULL},
+    {OX_PLUGIN_RECORD_VERSION, "faulty", OX_RENDERER_API, OX_RENDERER_API_VERSION_2, 1, 0,
+     getSuite2, setHost, NULL}};
 
 unsigned int OxGetPluginCount(void) {
-    return 1;
+    return 2;
 }
 
 const OxPluginRecord_v1* OxGetPlugin(unsigned int index) {
-    return index == 0 ? &kRecord : NULL;
+    return index < 2 ? &kRecords[index] : NULL;
 }
