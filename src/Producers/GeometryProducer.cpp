@@ -79,11 +79,13 @@ GeometryProducer::Ptr GeometryProducer::getProducerByPath(const std::string& pat
 }
 
 GeometryProducer::Ptr GeometryProducer::getChildByIndex(std::int64_t index, bool evict) {
-    const std::type_info& type = typeid(*this);
-    if (type == typeid(ThreadAwareGeometryProducer) || type == typeid(SyncGeometryProducer) ||
-        type == typeid(AsyncGeometryProducer))
+    // Addresses are compared because that is quicker than the names of types. One that differs for
+    // an equal type would lead the slower way below.
+    const std::type_info* const type = &typeid(*this);
+    if (type == &typeid(ThreadAwareGeometryProducer) || type == &typeid(SyncGeometryProducer) ||
+        type == &typeid(AsyncGeometryProducer))
         return static_cast<BaseGeometryProducer*>(this)->findChildAt(index, evict);
-    if (type == typeid(StaticGeometryProducer))
+    if (type == &typeid(StaticGeometryProducer))
         return static_cast<StaticGeometryProducer*>(this)->findChildAt(index);
     const StringAttribute names = getPotentialChildren();
     if (index < 0 || index >= names.getNumberOfValues()) return nullptr;

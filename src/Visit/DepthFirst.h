@@ -15,16 +15,17 @@ namespace TELLAR {
 
 /// A location below the start of a visit that was cooked, or that failed to.
 struct FoundLocation {
-    GeometryProducer::Ptr parent;
+    GeometryProducer* parent;
     GeometryProducer::Ptr location; // null when it does not exist or could not be cooked
     std::exception_ptr error;
-    std::int64_t index; // among the parent's potential children
-    std::size_t depth;  // 1 for the children of the start
+    std::int64_t index;                         // among the parent's potential children
+    std::size_t depth;                          // 1 for the children of the start
+    GeometryProducer::Ptr keptParent = nullptr; // see keepParent
 
-    /// Cooks the location.
+    /// Cooks the location. The caller keeps the parent alive.
     static FoundLocation At(const GeometryProducer::Ptr& parent, std::int64_t index,
                             std::size_t depth) {
-        FoundLocation found{parent, nullptr, nullptr, index, depth};
+        FoundLocation found{parent.get(), nullptr, nullptr, index, depth};
         try {
             found.location = parent->getChildByIndex(index);
         } catch (...) {
@@ -34,6 +35,11 @@ struct FoundLocation {
     }
 
     bool exists() const { return location || error; }
+
+    /// Keeps the parent alive, if the location does not.
+    void keepParent() {
+        if (!location || location->getRawParentPtr() != parent) keptParent = parent;
+    }
 };
 
 /// Consecutive potential children of a location. They and what is below them are not visited yet.
@@ -49,8 +55,12 @@ struct Siblings {
 
     std::int64_t count() const { return end - next; }
 
-    /// Takes out the first one and cooks it.
-    FoundLocation takeNext() { return FoundLocation::At(parent, next++, depth); }
+    /// Takes out the first one and cooks it. The result keeps the parent alive.
+    FoundLocation takeNext() {
+        FoundLocation found = FoundLocation::At(parent, next++, depth);
+        found.keepParent();
+        return found;
+    }
 
     /// Takes out the first ones.
     Siblings takeFirst(std::int64_t number) {

@@ -22,8 +22,10 @@ class AnyOrderVisit {
 public:
     AnyOrderVisit(WorkStack::Level children, int threads, const VisitOptions& options,
                   const Visitor& visitor)
-        : options(options), visitor(visitor), stacks(static_cast<std::size_t>(threads)),
-          all(WorkStack::Share{std::move(children), {}}) {}
+        : options(options), visitor(visitor), all(WorkStack::Share{std::move(children), {}}) {
+        for (int thread = 0; thread < threads; ++thread)
+            stacks.emplace_back(threads > 1);
+    }
 
     /// Visits on the thread of this number until all is done.
     void run(int thread) noexcept;
@@ -87,7 +89,7 @@ std::optional<WorkStack::Level> AnyOrderVisit::visitOne(int thread, const WorkSt
     const FoundLocation found = FoundLocation::At(siblings.parent, next.index, siblings.depth);
     if (!found.exists() || isOver) return std::nullopt;
     VisitedLocation visited{
-        found.location.get(),  found.error, found.parent.get(), stack.getPlace(), thread,
+        found.location.get(),  found.error, found.parent, stack.getPlace(), thread,
         next.level->inherited, nullptr};
     const VisitWish wish = visitor(visited);
     if (wish == VisitWish::Stop) stop(VisitEnd::Stopped);

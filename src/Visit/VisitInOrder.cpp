@@ -39,7 +39,7 @@ public:
         place.resize(found.depth);
         place.back() = found.index;
         passedDown.resize(found.depth);
-        VisitedLocation visited{found.location.get(), found.error, found.parent.get(), place, 0,
+        VisitedLocation visited{found.location.get(), found.error, found.parent, place, 0,
                                 passedDown.back(),    nullptr};
         const VisitWish wish = visitor(visited);
         passedDown.push_back(std::move(visited.passedDown));

@@ -4,8 +4,12 @@
 
 namespace TELLAR {
 
+std::unique_lock<std::mutex> WorkStack::guardShared() {
+    return isShared ? std::unique_lock<std::mutex>(lock) : std::unique_lock<std::mutex>();
+}
+
 void WorkStack::start(Share share) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const auto guard = guardShared();
     left = share.level.siblings.count();
     levels.clear();
     levels.push_back(std::move(share.level));
@@ -13,7 +17,7 @@ void WorkStack::start(Share share) {
 }
 
 WorkStack::Next WorkStack::advance(std::optional<Level> children) {
-    const std::lock_guard<std::mutex> guard(lock);
+    const auto guard = guardShared();
     while (!levels.empty() && levels.back().siblings.count() == 0)
         levels.pop_back();
     if (children) {
@@ -30,7 +34,7 @@ WorkStack::Next WorkStack::advance(std::optional<Level> children) {
 }
 
 std::optional<WorkStack::Share> WorkStack::takeShare() {
-    const std::lock_guard<std::mutex> guard(lock);
+    const auto guard = guardShared();
     if (left == 0) return std::nullopt;
     for (Level& level : levels) {
         const std::int64_t count = level.siblings.count();

@@ -36,6 +36,9 @@ public:
         bool isMoreLeft; // for other threads to take
     };
 
+    /// `isShared`: other threads may take from it.
+    explicit WorkStack(bool isShared) : isShared(isShared) {}
+
     // For the thread itself:
 
     /// To be called when nothing is left.
@@ -52,7 +55,10 @@ public:
     std::optional<Share> takeShare();
 
 private:
-    std::mutex lock; // guards what several threads use
+    std::unique_lock<std::mutex> guardShared();
+
+    const bool isShared;
+    std::mutex lock; // guards the members below, if the stack is shared
     std::vector<Level> levels;
     std::int64_t left = 0; // locations in `levels`
     std::vector<std::int64_t> place;
