@@ -24,6 +24,7 @@ void AddWalkRows(const Route& route);
 void AddLookupRows(const Route& route);
 void AddProcessRows(const Route& route);
 void AddThreadRows(const Route& route); ///< the route must be safe from several threads
+void AddVisitRows(const Route& route);  ///< the same
 void AddSuiteRows();                    ///< walks through the C suites
 void AddPointRows();
 void AddMaterialRows();

@@ -16,6 +16,7 @@
 //   materials         repeated flattening of equal materials, looking up a path
 //   edit              op types that do not tell what changed, cooking unchanged locations
 //   two_threads       locks, or cache lines that threads share
+//   visit_*           steps of a visit besides finding a child; for two threads, how work is shared
 //   memory            size of records, their index, or data per thread
 //   array             an op that makes locations is slow or stores them
 //   write_op_file     building the file, sharing equal values
@@ -147,6 +148,7 @@ void AddRows() {
     }
     AddSuiteRows();
     AddThreadRows(kThreadAware);
+    AddVisitRows(kThreadAware);
     AddPointRows();
     AddMaterialRows();
     AddEditRows();
