@@ -31,6 +31,8 @@ install(FILES CHANGELOG.md CONTRIBUTING.md LICENSE README.md
 install(DIRECTORY docs DESTINATION ${data_folder} COMPONENT development)
 install(FILES plugins/example_c/example_c.c
     DESTINATION ${data_folder}/plugins/example_c COMPONENT development)
+install(FILES plugins/example_op/spiral.cpp plugins/example_op/turntable.c
+    DESTINATION ${data_folder}/plugins/example_op COMPONENT development)
 install(DIRECTORY examples DESTINATION ${data_folder} COMPONENT tools
     PATTERN CMakeLists.txt EXCLUDE PATTERN __pycache__ EXCLUDE)
 

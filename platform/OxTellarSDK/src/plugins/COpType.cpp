@@ -129,42 +129,43 @@ OxCookSuite MakeCookSuite() {
     OxCookSuite suite{};
     suite.size = sizeof suite;
     suite.version = 1;
-    TELLAR_SET_SILENT_ENTRY(suite, 0, getPath, [](Cook cook) -> const char* {
+    TELLAR_SET_SLOT(suite, 0, values, OxGetBuiltInAttributeSuite4());
+    TELLAR_SET_SILENT_ENTRY(suite, 1, getPath, [](Cook cook) -> const char* {
         return cook ? cook->context.path().c_str() : nullptr;
     });
-    TELLAR_SET_SILENT_ENTRY(suite, 1, getArgs, [](Cook cook) -> OxAttributeStruct* {
+    TELLAR_SET_SILENT_ENTRY(suite, 2, getArgs, [](Cook cook) -> OxAttributeStruct* {
         return cook ? GroupAttribute(cook->context.args()).detach() : nullptr;
     });
-    TELLAR_SET_SILENT_ENTRY(suite, 2, getNumberOfInputs, [](Cook cook) -> std::int64_t {
+    TELLAR_SET_SILENT_ENTRY(suite, 3, getNumberOfInputs, [](Cook cook) -> std::int64_t {
         return cook ? static_cast<std::int64_t>(cook->context.numberOfInputs()) : 0;
     });
-    TELLAR_SET_ERROR_ENTRY(suite, 3, getInput, GetInput);
-    TELLAR_SET_SLOT(suite, 4, retainLocationData, RetainLocationData);
-    TELLAR_SET_SLOT(suite, 5, releaseLocationData, ReleaseLocationData);
-    TELLAR_SET_SILENT_ENTRY(suite, 6, doesLocationExist, [](Data data) -> std::int32_t {
+    TELLAR_SET_ERROR_ENTRY(suite, 4, getInput, GetInput);
+    TELLAR_SET_SLOT(suite, 5, retainLocationData, RetainLocationData);
+    TELLAR_SET_SLOT(suite, 6, releaseLocationData, ReleaseLocationData);
+    TELLAR_SET_SILENT_ENTRY(suite, 7, doesLocationExist, [](Data data) -> std::int32_t {
         return data && data->data.doesLocationExist();
     });
-    TELLAR_SET_SILENT_ENTRY(suite, 7, getLocationAttributes, [](Data data) -> OxAttributeStruct* {
+    TELLAR_SET_SILENT_ENTRY(suite, 8, getLocationAttributes, [](Data data) -> OxAttributeStruct* {
         return data ? GroupAttribute(data->data.getAttrs()).detach() : nullptr;
     });
-    TELLAR_SET_SILENT_ENTRY(suite, 8, getLocationChildren, [](Data data) -> OxAttributeStruct* {
+    TELLAR_SET_SILENT_ENTRY(suite, 9, getLocationChildren, [](Data data) -> OxAttributeStruct* {
         return data ? StringAttribute(data->data.getPotentialChildren()).detach() : nullptr;
     });
-    TELLAR_SET_SILENT_ENTRY(suite, 9, pass, [](OxCookStruct* cook, Data data) {
+    TELLAR_SET_SILENT_ENTRY(suite, 10, pass, [](OxCookStruct* cook, Data data) {
         if (cook && data) cook->context.pass(data->data);
     });
-    TELLAR_SET_ERROR_ENTRY(suite, 10, setAttributes, SetAttributes);
-    TELLAR_SET_ERROR_ENTRY(suite, 11, setPotentialChildren, SetPotentialChildren);
-    TELLAR_SET_SILENT_ENTRY(suite, 12, setNote, [](OxCookStruct* cook, OxAttributeStruct* note) {
+    TELLAR_SET_ERROR_ENTRY(suite, 11, setAttributes, SetAttributes);
+    TELLAR_SET_ERROR_ENTRY(suite, 12, setPotentialChildren, SetPotentialChildren);
+    TELLAR_SET_SILENT_ENTRY(suite, 13, setNote, [](OxCookStruct* cook, OxAttributeStruct* note) {
         if (cook) cook->context.setNote(View(note));
     });
-    TELLAR_SET_SILENT_ENTRY(suite, 13, getParentNote, [](Cook cook) -> OxAttributeStruct* {
+    TELLAR_SET_SILENT_ENTRY(suite, 14, getParentNote, [](Cook cook) -> OxAttributeStruct* {
         return cook ? cook->context.parentNote().detach() : nullptr;
     });
-    TELLAR_SET_SILENT_ENTRY(suite, 14, getProbableIndex, [](Cook cook) -> std::int64_t {
+    TELLAR_SET_SILENT_ENTRY(suite, 15, getProbableIndex, [](Cook cook) -> std::int64_t {
         return cook ? cook->context.probableIndex() : 0;
     });
-    TELLAR_SET_SILENT_ENTRY(suite, 15, isFresh, [](Cook cook) -> std::int32_t {
+    TELLAR_SET_SILENT_ENTRY(suite, 16, isFresh, [](Cook cook) -> std::int32_t {
         return cook && cook->context.isFresh();
     });
     return suite;
@@ -197,7 +198,8 @@ std::shared_ptr<const State> COpType::prepare(const GroupAttribute& args,
     void* value = nullptr;
     OxErrorStruct* error = nullptr;
     const std::int32_t isDone =
-        suite->prepare(args.getHandle(), static_cast<std::int64_t>(numberOfInputs), &value, &error);
+        suite->prepare(GetCookSuite(), args.getHandle(), static_cast<std::int64_t>(numberOfInputs),
+                       &value, &error);
     auto state = std::make_shared<const CState>(value, suite->releaseState);
     if (!isDone) ThrowError(error);
     OxReleaseError(error);

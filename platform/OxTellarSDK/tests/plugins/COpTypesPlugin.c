@@ -22,8 +22,9 @@ OX_PLUGIN_EXPORT int CountLiveStates(void) {
     return __atomic_load_n(&liveStates, __ATOMIC_SEQ_CST);
 }
 
-static int32_t PrepareMaker(OxAttributeStruct* args, int64_t inputs, void** state,
-                            OxErrorStruct** error) {
+static int32_t PrepareMaker(const OxCookSuite* cooks, OxAttributeStruct* args, int64_t inputs,
+                            void** state, OxErrorStruct** error) {
+    (void)cooks;
     OxAttributeStruct* value = values()->getChildByName(args, "value");
     const int32_t* ints = values()->getIntSample(value, 0.0f, NULL);
     int32_t* kept = malloc(sizeof(int32_t));
