@@ -1,7 +1,7 @@
 // Compares the library with a plain pointer tree of the same data. scripts/bench.sh runs it and
 // prints the table, which docs/performance.md explains. Each benchmark reports one or more rows.
-// Likely causes of a regression in a row (in a c_suite row alone: the cost of handles and string
-// attributes):
+// Likely causes of a regression in a row (in a c_suite row alone: the cost of handles, and in that
+// of version 3 of string attributes):
 //
 //   open              opening files lazily, loading op types
 //   first_walk        cooking a location for the first time
@@ -147,6 +147,7 @@ void AddRows() {
         AddLookupRows(*route);
     }
     AddSuiteRows();
+    AddSuite4Rows();
     AddThreadRows(kThreadAware);
     AddVisitRows(kThreadAware);
     AddPointRows();

@@ -13,7 +13,7 @@ LEAVES = "300"
 PROGRAM = ""
 
 # Rows other than those of the sync and thread-aware producers.
-ALL = ("sync", "thread_aware", "c_suite")
+ALL = ("sync", "thread_aware", "c_suite", "c_suite_4")
 SCENES = ("garden", "forest", "dense_mesh")
 ROUTES = {"first_walk": ALL, "second_walk": ALL, "read_attributes": ALL,
           "two_threads": ("thread_aware",),
@@ -60,6 +60,12 @@ class TableTest(BenchTest):
         done = self.start_table("--rows", "two_threads")
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertRegex(done.stdout, r"two threads, cooks +thread-aware +306 +306 +1\.00 ")
+
+    def test_routes_may_have_an_aim_of_their_own(self):
+        row = next(row for row in table.ROWS if row.benchmark == "second_walk")
+        self.assertEqual((row.aim_of("sync"), row.aim_of("c_suite_4")), (110, 150))
+        self.assertFalse(row.misses(140, "c_suite_4"))
+        self.assertTrue(row.misses(140, "sync"))
 
     def test_a_row_that_fails_fails_the_table_and_is_named(self):
         done = self.start(sys.executable, "-B", table.__file__, "--bench", "/bin/false",

@@ -108,37 +108,8 @@ const GroupAttribute& OwnLocation::getAttrs() const {
     return producer->locationData.getAttrs();
 }
 
-std::int64_t OwnLocation::getNumberOfChildren() const {
-    return producer->locationData.getPotentialChildren().getNumberOfValues();
-}
-
 std::string_view OwnLocation::getChildName(std::int64_t index) const {
     return producer->locationData.getPotentialChildren().getValueView(index);
-}
-
-LocationStep OwnLocation::getChild(std::int64_t index) const {
-    if (index < 0 || index >= getNumberOfChildren()) return {};
-    try {
-        return {producer->getChildAt(index, false), nullptr};
-    } catch (...) {
-        return getFailedChild(index, std::current_exception());
-    }
-}
-
-LocationStep OwnLocation::getChildFrom(std::int64_t index) const {
-    const std::int64_t count = getNumberOfChildren();
-    for (std::int64_t i = index; i < count; ++i) {
-        LocationStep step = getChild(i);
-        if (step.location) return step;
-    }
-    return {};
-}
-
-LocationStep OwnLocation::getNextSibling() const {
-    const OwnLocation parent = known(producer->getRawParentPtr());
-    if (!parent) return {};
-    const std::int64_t index = findIndex();
-    return index < 0 ? LocationStep() : parent.getChildFrom(index + 1);
 }
 
 /// The place among the parent's potential children, by name for a producer of a factory.

@@ -66,6 +66,37 @@ private:
     BaseGeometryProducer* producer = nullptr;
 };
 
+// Every step of a walk calls these.
+
+inline std::int64_t OwnLocation::getNumberOfChildren() const {
+    return producer->locationData.getPotentialChildren().getNumberOfValues();
+}
+
+inline LocationStep OwnLocation::getChild(std::int64_t index) const {
+    if (index < 0 || index >= getNumberOfChildren()) return {};
+    try {
+        return {producer->getChildAt(index, false), nullptr};
+    } catch (...) {
+        return getFailedChild(index, std::current_exception());
+    }
+}
+
+inline LocationStep OwnLocation::getChildFrom(std::int64_t index) const {
+    const std::int64_t count = getNumberOfChildren();
+    for (std::int64_t i = index; i < count; ++i) {
+        LocationStep step = getChild(i);
+        if (step.location) return step;
+    }
+    return {};
+}
+
+inline LocationStep OwnLocation::getNextSibling() const {
+    const OwnLocation parent = known(producer->getRawParentPtr());
+    if (!parent) return {};
+    const std::int64_t index = findIndex();
+    return index < 0 ? LocationStep() : parent.getChildFrom(index + 1);
+}
+
 // The same for producers of any kind.
 
 LocationStep StepToChild(GeometryProducer& location, std::int64_t index);

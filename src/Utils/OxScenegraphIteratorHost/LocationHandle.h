@@ -52,8 +52,11 @@ struct OxSgIteratorStruct {
 
     void retain() noexcept { refCount.fetch_add(1, std::memory_order_relaxed); }
     void release() noexcept {
-        // The thread that frees the handle must see the writes of the others.
-        if (refCount.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+        // The thread that frees the handle must see the writes of the others. The only reference
+        // needs no locked subtraction, because no other thread can add one.
+        if (refCount.load(std::memory_order_acquire) == 1 ||
+            refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
+            delete this;
     }
 
     /// Empty for a producer of another kind.
