@@ -64,6 +64,16 @@ TEST(AttributeSuite4, TellsItsSizeAndVersion) {
         EXPECT_NE(slots[i], nullptr) << i;
 }
 
+TEST(AttributeSuite4, ComparesByContent) {
+    const IntAttribute a(5), same(5), other(6);
+    std::uint64_t words[2];
+    Suite().getHash(a.getHandle(), words);
+    EXPECT_THAT(words, ElementsAre(a.getHash().words[0], a.getHash().words[1]));
+    EXPECT_EQ(Suite().isEqual(a.getHandle(), same.getHandle()), 1);
+    EXPECT_EQ(Suite().isEqual(a.getHandle(), other.getHandle()), 0);
+    EXPECT_EQ(Suite().isEqual(a.getHandle(), nullptr), 0);
+}
+
 TEST(AttributeSuite4, MakesErrorsOfPlugins) {
     OxErrorFacts facts{};
     facts.code = kOxErrorFile;
@@ -271,7 +281,8 @@ TEST(AttributeSuite4, MakesSampledAttributesOfWhatItDescribes) {
     const float unordered[] = {1, -1};
     samples.times = unordered;
     EXPECT_EQ(Suite().createSamples(&samples, &called), nullptr);
-    EXPECT_NE(called.code(), 0);
+    EXPECT_EQ(called.code(), kOxErrorValue);
+    EXPECT_EQ(called.text(), "Error building attribute time samples do not ascend.");
     samples.type = kAttributeTypeString;
     EXPECT_EQ(Suite().createSamples(&samples, &called), nullptr);
     EXPECT_EQ(called.attribute(), "samples->type");

@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <type_traits>
 
+#include <OxTellarSDK/TellarError.h>
+
 #include "NodeAccess.h"
 
 namespace OxAttribute {
@@ -23,10 +25,12 @@ Node* AllocateData(AttributeType type, const float* times, std::int64_t timeCoun
         throw std::invalid_argument("Attribute tuple size must be at least 1");
     if (count < 0) throw std::invalid_argument("Attribute value count must not be negative");
     if (timeCount < 1 || timeCount > std::numeric_limits<std::int32_t>::max())
-        throw std::runtime_error("Error building attribute from an impossible number of times.");
+        throw TellarError(kOxErrorValue,
+                          "Error building attribute from an impossible number of times.");
     for (std::int64_t i = 0; i < timeCount; ++i)
         if (!std::isfinite(times[i]) || (i > 0 && !(times[i - 1] < times[i])))
-            throw std::runtime_error("Error building attribute time samples do not ascend.");
+            throw TellarError(kOxErrorValue,
+                              "Error building attribute time samples do not ascend.");
     const bool timesOmitted = timeCount == 1 && times[0] == 0.0f && !std::signbit(times[0]);
     const std::uint64_t timesBytes =
         timesOmitted ? 0 : AlignUp(4 * static_cast<std::uint64_t>(timeCount));
@@ -57,7 +61,7 @@ std::vector<float> TimesOf(const std::map<float, std::vector<T>>& samples) {
     times.reserve(samples.size());
     for (const auto& sample : samples) {
         if (sample.second.size() != samples.begin()->second.size())
-            throw std::runtime_error(kDifferentSizes);
+            throw TellarError(kOxErrorValue, kDifferentSizes);
         times.push_back(sample.first);
     }
     if (times.empty()) times.push_back(0.0f);
@@ -83,7 +87,7 @@ Node* MakeStrings(const float* times, std::int64_t timeCount, const String* valu
     for (std::int64_t i = 0; i < elements; ++i)
         bytes += values[i].size() + 1;
     if (bytes > std::numeric_limits<std::uint32_t>::max())
-        throw std::runtime_error("A string attribute cannot hold more than 4 GiB");
+        throw TellarError(kOxErrorValue, "A string attribute cannot hold more than 4 GiB");
     const std::uint64_t tail = 4 * (static_cast<std::uint64_t>(elements) + 1) + bytes;
     Node* node = AllocateData(kAttributeTypeString, times, timeCount, count, tupleSize, tail);
     std::uint32_t* ends = MutableValues<std::uint32_t>(node);
@@ -143,7 +147,7 @@ template <typename T>
 T NumericAttribute<T>::getValue(T defaultValue, bool throwOnError) const {
     if (handle && handle->count > 0)
         return Values<T>(handle)[NearestSample(handle, 0.0f) * handle->count];
-    if (throwOnError) throw std::runtime_error("Attribute has no value.");
+    if (throwOnError) throw TellarError(kOxErrorValue, "Attribute has no value.");
     return defaultValue;
 }
 
@@ -165,7 +169,7 @@ void NumericAttribute<T>::fillInterpSample(T* out, std::int64_t count, float tim
                                            bool throwOnError) const {
     const std::int64_t available = getNumberOfValues();
     if (available < count && throwOnError)
-        throw std::runtime_error("Attribute has too few values.");
+        throw TellarError(kOxErrorValue, "Attribute has too few values.");
     const std::int64_t filled = std::min(available, count);
     if (filled > 0) {
         const SampleSpan span = FindSpan(handle, time);
@@ -207,7 +211,7 @@ StringAttribute::StringAttribute(const std::map<float, std::vector<std::string>>
 
 std::string StringAttribute::getValue(const std::string& defaultValue, bool throwOnError) const {
     if (handle && handle->count > 0) return std::string(getValueView());
-    if (throwOnError) throw std::runtime_error("Attribute has no value.");
+    if (throwOnError) throw TellarError(kOxErrorValue, "Attribute has no value.");
     return defaultValue;
 }
 

@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <unordered_map>
 
+#include <OxTellarSDK/TellarError.h>
+
 #include "GroupChildren.h"
 #include "KnownPaths.h"
 #include "NodeAccess.h"
@@ -35,18 +37,19 @@ struct GroupSize {
 
 /// Throws std::runtime_error unless the children fit in a group.
 GroupSize Measure(const NamedChild* children, std::uint64_t count) {
-    if (count > UINT32_MAX) throw std::runtime_error("A group cannot have that many children");
+    if (count > UINT32_MAX)
+        throw TellarError(kOxErrorValue, "A group cannot have that many children");
     GroupSize size;
     for (std::uint64_t i = 0; i < count; ++i) {
         const NamedChild& child = children[i];
         size.nameBytes += child.name.size() + 1;
         if (child.name.size() > UINT32_MAX)
-            throw std::runtime_error("A group cannot have a name of that length");
+            throw TellarError(kOxErrorValue, "A group cannot have a name of that length");
         size.depth = std::max(size.depth, child.attribute->getHandle()->depth + 1);
     }
     if (size.depth > kMaxGroupDepth)
-        throw std::runtime_error("Groups cannot be nested deeper than " +
-                                 std::to_string(kMaxGroupDepth) + " levels");
+        throw TellarError(kOxErrorValue, "Groups cannot be nested deeper than " +
+                                             std::to_string(kMaxGroupDepth) + " levels");
     return size;
 }
 

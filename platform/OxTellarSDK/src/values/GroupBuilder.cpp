@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <map>
-#include <stdexcept>
 #include <string>
 
 #include <boost/container/small_vector.hpp>
+
+#include <OxTellarSDK/TellarError.h>
 
 #include "GroupChildren.h"
 
@@ -157,8 +158,8 @@ void GroupBuilder::set(std::string_view path, const Attribute& attribute, bool g
     Node* node = root.get();
     if (mode == BuilderModeNormal) {
         if (std::count(path.begin(), path.end(), '.') >= kMaxGroupDepth)
-            throw std::runtime_error("Groups cannot be nested deeper than " +
-                                     std::to_string(kMaxGroupDepth) + " levels");
+            throw TellarError(kOxErrorValue, "Groups cannot be nested deeper than " +
+                                                 std::to_string(kMaxGroupDepth) + " levels");
         for (std::size_t dot; (dot = path.find('.')) != std::string_view::npos;
              path.remove_prefix(dot + 1))
             node = &Node::open(node->findOrAdd(path.substr(0, dot)), groupInherit);
