@@ -1,5 +1,5 @@
-// One transform edited in a scene that has been walked: the commit with its change list, and
-// reading the location that changed.
+// One edit in a scene that has been walked, of a transform or of a value in the scene's
+// description: the commit with its change list, and reading the location that changed.
 
 #include <algorithm>
 #include <memory>
@@ -29,33 +29,52 @@ using TELLAR::SceneEdit;
 constexpr int kEdits = 51;
 constexpr const char* kEditedOp = "bench move";
 
-/// The scene with a Transform of one leaf on top.
-std::shared_ptr<TELLAR::Scene> OpenEditedScene(const std::string& leaf) {
-    const auto scene = TELLAR::Scene::Open(GetScenePath(GetOptions().leaves));
-    const GroupAttribute ops = scene->getDescription();
-    SceneEdit edit = scene->edit();
+/// An argument of an op, and the attribute of a leaf that follows it.
+struct Edited {
+    std::string op;
+    std::string argument;
+    std::string leaf;
+    std::string attribute;
+};
+
+std::string GetLastOp(const TELLAR::Scene& scene) {
+    const GroupAttribute ops = scene.getDescription();
+    return ops.getChildName(ops.getNumberOfChildren() - 1);
+}
+
+/// A Transform of one leaf on top of the scene.
+Edited AddTransform(TELLAR::Scene& scene, const std::string& leaf) {
+    SceneEdit edit = scene.edit();
     edit.addOp(kEditedOp, "Transform",
                GroupAttribute({{"paths", StringAttribute(leaf)},
                                {"translate", DoubleAttribute({-1.0, 0.0, 0.0}, 3)}},
                               true),
-               {ops.getChildName(ops.getNumberOfChildren() - 1)});
+               {GetLastOp(scene)});
     edit.setTerminal(kEditedOp);
     static_cast<void>(edit.commit());
-    return scene;
+    return {kEditedOp, "translate", leaf, "xform.edit0.translate"};
 }
 
-Checksum SumOf(const std::string& path, double translation) {
+/// A value of one leaf in the description, which is in the scene's file.
+Edited FindInDescription(TELLAR::Scene& scene, const std::string& leaf) {
+    std::string argument;
+    for (const char character : leaf.substr(std::string("/root/").size()))
+        argument += character == '/' ? std::string(".c.") : std::string(1, character);
+    return {GetLastOp(scene), "c." + argument + ".a.user.edited", leaf, "user.edited"};
+}
+
+Checksum SumOf(const std::string& path, double value) {
     LocationSum location;
     location.addText(path);
-    location.add(translation);
+    location.add(value);
     Checksum sum;
     sum.add(location);
     return sum;
 }
 
-double ReadTranslation(TELLAR::Scene& scene, const std::string& path) {
+double ReadValue(TELLAR::Scene& scene, const std::string& path, const std::string& attribute) {
     const Producer leaf = scene.getRoot()->getProducerByPath(path);
-    return DoubleAttribute(leaf->getAttribute("xform.edit0.translate")).getValue();
+    return DoubleAttribute(leaf->getAttribute(attribute.c_str())).getValue();
 }
 
 double GetMedian(std::vector<double> values) {
@@ -63,10 +82,10 @@ double GetMedian(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-void MeasureEdits(Row& row) {
+void MeasureEdits(Row& row, Edited (*prepare)(TELLAR::Scene&, const std::string&)) {
     const Stopwatch watch;
-    const std::string leaf = GetLeafPath(GetOptions().leaves / 2);
-    const auto scene = OpenEditedScene(leaf);
+    const auto scene = TELLAR::Scene::Open(GetScenePath(GetOptions().leaves));
+    const Edited edited = prepare(*scene, GetLeafPath(GetOptions().leaves / 2));
     WalkNames(scene->getRoot().get());
 
     std::vector<double> commits;
@@ -74,17 +93,17 @@ void MeasureEdits(Row& row) {
     Checksum sum;
     Checksum expected;
     for (int i = 0; i < kEdits; ++i) {
-        const double translation = i;
+        const double value = i;
         SceneEdit edit = scene->edit();
-        edit.setOpArg(kEditedOp, "translate", DoubleAttribute({translation, 0.0, 0.0}, 3));
+        edit.setOpArg(edited.op, edited.argument, DoubleAttribute({value, 0.0, 0.0}, 3));
         const Stopwatch commit;
         const SceneChanges changes = edit.commit();
         commits.push_back(commit.seconds());
         const Stopwatch read;
         for (const SceneChange& change : changes)
-            sum.add(SumOf(change.path, ReadTranslation(*scene, change.path)));
+            sum.add(SumOf(change.path, ReadValue(*scene, change.path, edited.attribute)));
         reads.push_back(read.seconds());
-        expected.add(SumOf(leaf, translation));
+        expected.add(SumOf(edited.leaf, value));
     }
     row.verify(sum, expected);
     row.report("commit_us", GetMedian(commits) * 1e6);
@@ -95,7 +114,8 @@ void MeasureEdits(Row& row) {
 } // namespace
 
 void AddEditRows() {
-    AddRow("edit", 1, MeasureEdits);
+    AddRow("edit", 1, [](Row& row) { MeasureEdits(row, AddTransform); });
+    AddRow("edit_description", 1, [](Row& row) { MeasureEdits(row, FindInDescription); });
 }
 
 } // namespace TellarBench

@@ -57,6 +57,7 @@ ROWS = [
     Row("materials", "cached_ns", "flattened materials of leaves, again", "ns/leaf", 150),
     Row("edit", "commit_us", "one transform edited, with change list", "us", 10_000),
     Row("edit", "read_us", "the changed location read", "us"),
+    Row("edit_description", "commit_us", "one value edited in the description", "us", 10_000),
     Row("two_threads", "first_times", "two threads, first walk", "times one", 1.7, True),
     Row("two_threads", "second_times", "two threads, second walk", "times one", 1.9, True),
     Row("two_threads", "cooks", "two threads, cooks", "cooks"),

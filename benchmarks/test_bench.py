@@ -18,7 +18,8 @@ SCENES = ("garden", "forest", "dense_mesh")
 ROUTES = {"first_walk": ALL, "second_walk": ALL, "read_attributes": ALL,
           "two_threads": ("thread_aware",),
           "visit_alone": ("thread_aware",), "visit_at_once": ("thread_aware",),
-          "visit_in_order": ("thread_aware",), "points_to_ndc": ("-",), "materials": ("-",), "edit": ("-",),
+          "visit_in_order": ("thread_aware",), "points_to_ndc": ("-",), "materials": ("-",),
+          "edit": ("-",), "edit_description": ("-",),
           "write_op_file": ("-",),
           "read_op_file": ("-",), "primary_rays": SCENES, "path_rays": SCENES,
           "first_pixel": ("forest",)}

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <utility>
 
+#include <OxTellarSDK/AttributeDifference.h>
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/TellarError.h>
 #include <OxTellarServicesHost/OxTellarServicesHost.h>
@@ -30,7 +31,7 @@ struct OpDrafts::Draft {
     /// Whether the op differs from the original apart from the Ops that its inputs stand for.
     bool differs() const {
         return !original || type != original->op->getType() || inputs != original->inputs ||
-               !(args == original->op->getArgs());
+               !OxAttribute::HaveEqualContent(args, original->op->getArgs());
     }
 };
 

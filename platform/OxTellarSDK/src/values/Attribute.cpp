@@ -76,6 +76,43 @@ Hash ComputeHash(const Attribute& attribute) {
     return hash;
 }
 
+/// An identity, and whether it names the places of values in large files instead of the values.
+struct Identity {
+    Hash hash;
+    bool hasPlaces = false;
+};
+
+Identity IdentityOf(const Attribute& attribute);
+
+/// Of a group in memory. Its children keep their hashes, so that hashing it afterwards is cheap.
+Identity IdentityOfGroup(const GroupAttribute& group) {
+    const std::int64_t count = group.getNumberOfChildren();
+    std::vector<Hash> hashes;
+    hashes.reserve(2 * static_cast<std::size_t>(count));
+    bool hasPlaces = false;
+    for (std::int64_t i = 0; i < count; ++i) {
+        const std::string_view name = group.getChildNameView(i);
+        const Identity child = IdentityOf(group.getChildByIndex(i));
+        hashes.push_back(ToHash(XXH3_128bits(name.data(), name.size())));
+        hashes.push_back(child.hash);
+        hasPlaces = hasPlaces || child.hasPlaces;
+    }
+    if (!hasPlaces) return {group.getHash(), false};
+    const std::uint64_t seed = group.getGroupInherit() ? 1 : 2;
+    return {ToHash(XXH3_128bits_withSeed(hashes.data(), hashes.size() * sizeof(Hash), seed)), true};
+}
+
+Identity IdentityOf(const Attribute& attribute) {
+    const Node* const node = attribute.getHandle();
+    if (!node) return {};
+    if (IsInFile(node) && Container::Of(node)->isLarge()) {
+        const Hash file = Container::Of(node)->identity();
+        return {ToHash(XXH3_128bits_withSeed(&file, sizeof file, node->unit)), true};
+    }
+    const bool isOpen = IsGroup(node) && !IsInFile(node) && attribute.getKeptHash() == Hash();
+    return isOpen ? IdentityOfGroup(attribute) : Identity{attribute.getHash(), false};
+}
+
 } // namespace
 
 Node* AllocateNode(AttributeType type, std::uint64_t bytes) {
@@ -105,10 +142,7 @@ void FreeNode(Node* node) {
 }
 
 Hash ContentIdentity(const Attribute& attribute) {
-    const Node* node = attribute.getHandle();
-    if (!node || !IsInFile(node) || !Container::Of(node)->isLarge()) return attribute.getHash();
-    Hash identity = Container::Of(node)->identity();
-    return ToHash(XXH3_128bits_withSeed(&identity, sizeof identity, node->unit));
+    return IdentityOf(attribute).hash;
 }
 
 std::string Hash::str() const {

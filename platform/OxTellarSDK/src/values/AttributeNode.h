@@ -131,8 +131,9 @@ inline MemoryPrefix* PrefixOf(const Node* node) {
 /// A new value in memory with one reference, and `bytes` uninitialised bytes behind its header.
 Node* AllocateNode(AttributeType type, std::uint64_t bytes);
 
-/// The identity of an Op's arguments. It is the content hash, but for a value in a large file it is
-/// computed from the identity of the file and the value's place, so that the value is not read.
+/// The identity of an Op's arguments. It is the content hash, but for a value in a large file, also
+/// one inside of a group in memory, it is computed from the identity of the file and the value's
+/// place, so that the value is not read.
 Hash ContentIdentity(const Attribute& attribute);
 
 } // namespace OxAttribute
