@@ -173,7 +173,7 @@ RendererTask TaskOf(const Picture& picture, const RenderOptions& options, const 
         job.samples = options.samples;
         job.threads = options.threads;
         job.listener = listener;
-        return renderer.suite->render(&job);
+        return renderer.render(job);
     };
     task.deliver = [target](const std::string& written) { target->deliver(written); };
     return task;
@@ -187,14 +187,14 @@ void RunRender(const RenderOptions& options) {
         PrintWarning("warning: " + hint);
     SetUpPluginHost();
     AddRendererFolder();
-    const Renderer renderer = FindRenderer(options.renderer.renderer);
+    const Renderer renderer(options.renderer.renderer);
     const Scene scene = OpenScene(options, pictures);
     const LocationHandle root(scene.at("/root"));
     std::vector<RendererTask> tasks;
     tasks.reserve(pictures.size());
     for (const Picture& picture : pictures)
         tasks.push_back(TaskOf(picture, options, renderer, root));
-    RunRenderer(renderer.name, options.renderer.isVerbose, tasks);
+    RunRenderer(renderer.getName(), options.renderer.isVerbose, tasks);
     EndIfStrict(options.isStrict);
 }
 

@@ -33,21 +33,17 @@ void RunStitch(const StitchOptions& options) {
     CheckPicture(options.renderer);
     SetUpPluginHost();
     AddRendererFolder();
-    const Renderer renderer = FindRenderer(options.renderer.renderer);
-    if (!renderer.suite->stitch)
-        throw std::runtime_error("--renderer: the pictures of \"" + renderer.name +
+    const Renderer renderer(options.renderer.renderer);
+    if (!renderer.canStitch())
+        throw std::runtime_error("--renderer: the pictures of \"" + renderer.getName() +
                                  "\" cannot be put together");
-    std::vector<const char*> tiles;
-    for (const std::string& tile : options.tiles)
-        tiles.push_back(tile.c_str());
     const PictureTarget target(options.renderer.picture);
     RendererTask task;
     task.work = [&](const OxRenderListener_v1& listener) {
-        return renderer.suite->stitch(tiles.data(), static_cast<std::int64_t>(tiles.size()),
-                                      target.getPath().c_str(), &listener);
+        return renderer.stitch(options.tiles, target.getPath(), listener);
     };
     task.deliver = [&target](const std::string& written) { target.deliver(written); };
-    RunRenderer(renderer.name, options.renderer.isVerbose, {task});
+    RunRenderer(renderer.getName(), options.renderer.isVerbose, {task});
 }
 
 } // namespace
