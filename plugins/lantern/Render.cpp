@@ -6,10 +6,8 @@
 #include <ctime>
 #include <utility>
 
-#include <OxPluginHost/OxPluginHost.h>
-#include <OxTellarProducers/OxScenegraphIteratorHostSuite4.h>
-
 #include "drawing/Picture.h"
+#include "reading/HostError.h"
 #include "reading/ReadLayers.h"
 #include "reading/ReadScene.h"
 #include "reading/Settings.h"
@@ -59,13 +57,12 @@ void CheckRegion(const Window& region, const Window& picture) {
 }
 
 /// The root of the revision to which the changes lead.
-Location ChangedRoot(const OxPluginHost& host, const Suites& suites,
-                     const OxChangesStruct* changes) {
-    const auto* const scenes = static_cast<const OxScenegraphIteratorHostSuite_v4*>(
-        host.getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 4));
-    Location root = Location::owning(
-        suites, scenes && changes ? scenes->getChangedRoot(changes, nullptr) : nullptr);
-    if (!root) throw RenderError("the changes lead to no scene", kOxErrorBadCall);
+Location ChangedRoot(const Suites& suites, const OxChangesStruct* changes) {
+    HostError error(suites);
+    Location root =
+        Location::owning(suites, suites.iterators().getChangedRoot(changes, error.slot()));
+    error.throwIfSet();
+    if (!root) throw RenderError("the scene has no location \"/root\" any more");
     return root;
 }
 
@@ -102,6 +99,7 @@ Render::Render(const OxPluginHost& host, const RenderJob& job, std::unique_ptr<R
       report(std::move(listener)), region(WindowOf(job.region)),
       root(Location::retaining(suites, job.root)) {
     if (!root) throw RenderError("there is no scene to render", kOxErrorBadCall);
+    if (root.hasFailed()) throw root.failure();
     checkedPath(root);
     picture = ReadFraming(suites, root).window;
     CheckRegion(region, picture);
@@ -252,7 +250,7 @@ void Render::applyChanges(const OxChangesStruct* changes) {
         throwIfEnded();
     }
     if (!isLive) throw RenderError("the render is not live", kOxErrorBadCall);
-    std::shared_ptr<Session> opened = open(ChangedRoot(host, suites, changes));
+    std::shared_ptr<Session> opened = open(ChangedRoot(suites, changes));
     const std::lock_guard<std::mutex> guard(lock);
     throwIfEnded();
     picture = opened->scene.framing.window;

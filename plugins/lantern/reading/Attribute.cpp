@@ -24,7 +24,7 @@ struct Span {
     double blend = 0;
 };
 
-Span FindSpan(const OxAttributeSuite_v1& suite, const OxAttributeStruct* data, float time) {
+Span FindSpan(const OxAttributeSuite_v4& suite, const OxAttributeStruct* data, float time) {
     const std::int64_t last = suite.getNumberOfTimeSamples(data) - 1;
     std::int64_t low = 0; // the first sample that is not before the time, or the last one
     std::int64_t high = last;
@@ -51,11 +51,11 @@ struct Sample {
 
 /// Calls use(sample at a time) with the values as they are.
 template <typename Use>
-void WithSamples(const OxAttributeSuite_v1& suite, const OxAttributeStruct* data, Use use) {
+void WithSamples(const OxAttributeSuite_v4& suite, const OxAttributeStruct* data, Use use) {
     const auto samplesOf = [&](auto get) {
         return [=](float time) {
-            Sample<std::remove_pointer_t<decltype(get(data, time, nullptr))>> sample;
-            sample.values = get(data, time, &sample.count);
+            Sample<std::remove_pointer_t<decltype(get(data, time, nullptr, nullptr))>> sample;
+            sample.values = get(data, time, &sample.count, nullptr);
             if (!sample.values) sample.count = 0;
             return sample;
         };
@@ -98,11 +98,11 @@ std::string Hash::text() const {
     return characters;
 }
 
-Attribute Attribute::owning(const OxAttributeSuite_v1& suite, OxAttributeStruct* handle) {
+Attribute Attribute::owning(const OxAttributeSuite_v4& suite, OxAttributeStruct* handle) {
     return Attribute(suite, handle);
 }
 
-Attribute Attribute::sharing(const OxAttributeSuite_v1& suite, OxAttributeStruct* handle) {
+Attribute Attribute::sharing(const OxAttributeSuite_v4& suite, OxAttributeStruct* handle) {
     suite.retain(handle);
     return Attribute(suite, handle);
 }
@@ -158,11 +158,11 @@ const char* Attribute::childName(std::int64_t index) const {
 }
 
 Attribute Attribute::childAt(std::int64_t index) const {
-    return handle ? owning(*table, table->getChildByIndex(handle, index)) : Attribute();
+    return handle ? owning(*table, table->getChildByIndex(handle, index, nullptr)) : Attribute();
 }
 
 Attribute Attribute::child(const char* path) const {
-    return handle ? owning(*table, table->getChildByName(handle, path)) : Attribute();
+    return handle ? owning(*table, table->getChildByName(handle, path, nullptr)) : Attribute();
 }
 
 std::string Attribute::text(const std::string& otherwise) const {
@@ -171,7 +171,7 @@ std::string Attribute::text(const std::string& otherwise) const {
 }
 
 const char* Attribute::textAt(std::int64_t index) const {
-    return isText() ? table->getString(handle, 0, index) : nullptr;
+    return isText() ? table->getString(handle, 0, index, nullptr, nullptr) : nullptr;
 }
 
 bool Attribute::isTextEqual(std::string_view wanted) const {
@@ -227,14 +227,11 @@ bool Attribute::hasEqualSamples() const {
 }
 
 std::vector<float> Attribute::floatsNearest(float time) const {
-    std::vector<float> values;
-    if (!handle) return values;
-    WithSamples(*table, handle, [&](auto sampleAt) {
-        const auto sample = sampleAt(time);
-        values.resize(static_cast<std::size_t>(sample.count));
-        for (std::size_t i = 0; i < values.size(); ++i)
-            values[i] = static_cast<float>(sample.values[i]);
-    });
+    if (!isNumeric()) return {};
+    std::vector<float> values(static_cast<std::size_t>(count()));
+    const std::int64_t found = table->readFloats(handle, time, kOxNearest, values.data(),
+                                                 static_cast<std::int64_t>(values.size()), nullptr);
+    values.resize(static_cast<std::size_t>(std::clamp<std::int64_t>(found, 0, count())));
     return values;
 }
 
@@ -256,7 +253,7 @@ std::vector<float> Attribute::floatsAt(float time) const {
 std::vector<std::int32_t> Attribute::ints() const {
     if (!isInt()) return {};
     std::int64_t valueCount = 0;
-    const std::int32_t* const values = table->getIntSample(handle, 0, &valueCount);
+    const std::int32_t* const values = table->getIntSample(handle, 0, &valueCount, nullptr);
     if (!values || valueCount <= 0) return {};
     return {values, values + valueCount};
 }

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/AttributeSuite4.h>
 
 #include "SceneData.h"
 
@@ -39,9 +39,9 @@ class Attribute {
 public:
     Attribute() = default;
     /// Takes over the reference of a handle, which may be null.
-    static Attribute owning(const OxAttributeSuite_v1& suite, OxAttributeStruct* handle);
+    static Attribute owning(const OxAttributeSuite_v4& suite, OxAttributeStruct* handle);
     /// Adds a reference to a borrowed handle.
-    static Attribute sharing(const OxAttributeSuite_v1& suite, OxAttributeStruct* handle);
+    static Attribute sharing(const OxAttributeSuite_v4& suite, OxAttributeStruct* handle);
     Attribute(const Attribute& other);
     Attribute(Attribute&& other) noexcept;
     Attribute& operator=(Attribute other) noexcept;
@@ -50,7 +50,7 @@ public:
     explicit operator bool() const { return handle != nullptr; }
     OxAttributeStruct* get() const { return handle; }
     /// The suite of an attribute that is not none.
-    const OxAttributeSuite_v1& suite() const { return *table; }
+    const OxAttributeSuite_v4& suite() const { return *table; }
     Hash hash() const;
 
     bool isGroup() const;
@@ -92,10 +92,10 @@ public:
     double number(double otherwise) const;
 
 private:
-    Attribute(const OxAttributeSuite_v1& suite, OxAttributeStruct* handle)
+    Attribute(const OxAttributeSuite_v4& suite, OxAttributeStruct* handle)
         : table(&suite), handle(handle) {}
 
-    const OxAttributeSuite_v1* table = nullptr;
+    const OxAttributeSuite_v4* table = nullptr;
     OxAttributeStruct* handle = nullptr;
 };
 

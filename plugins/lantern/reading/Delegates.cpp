@@ -35,11 +35,11 @@ const Delegates::Delegate* Delegates::find(const std::string& locationType) cons
 
 void Delegates::addFor(const Suites& suites, const char* renderer) {
     const Attribute types = Attribute::owning(
-        suites.attributes(), suites.utils().getLocationTypesWithDelegates(renderer));
+        suites.attributes(), suites.utils().getLocationTypesWithDelegates(renderer, nullptr));
     for (std::int64_t i = 0; i < types.count(); ++i) {
         const char* const type = types.textAt(i);
         const auto* const plugin =
-            type ? suites.utils().getLocationDelegate(type, renderer) : nullptr;
+            type ? suites.utils().getLocationDelegate(type, renderer, nullptr) : nullptr;
         if (plugin && !find(type)) byType.emplace(type, &instanceOf(suites, *plugin));
     }
 }

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "reading/HostError.h"
+
 namespace lantern {
 
 Location Location::owning(const Suites& suites, OxSgIteratorStruct* handle) {
@@ -10,19 +12,26 @@ Location Location::owning(const Suites& suites, OxSgIteratorStruct* handle) {
 
 Location Location::retaining(const Suites& suites, OxSgIteratorStruct* handle) {
     suites.iterators().retainIterator(handle);
-    return Location(suites, handle);
+    Location location(suites, handle);
+    HostError error(suites);
+    *error.slot() = suites.iterators().getLocationError(handle);
+    location.isBroken = static_cast<bool>(error);
+    return location;
 }
 
-Location::Location(const Location& other) : suites(other.suites), handle(other.handle) {
+Location::Location(const Location& other)
+    : suites(other.suites), handle(other.handle), isBroken(other.isBroken) {
     if (handle) suites->iterators().retainIterator(handle);
 }
 
 Location::Location(Location&& other) noexcept
-    : suites(other.suites), handle(std::exchange(other.handle, nullptr)) {}
+    : suites(other.suites), handle(std::exchange(other.handle, nullptr)), isBroken(other.isBroken) {
+}
 
 Location& Location::operator=(Location other) noexcept {
     std::swap(suites, other.suites);
     std::swap(handle, other.handle);
+    std::swap(isBroken, other.isBroken);
     return *this;
 }
 
@@ -31,51 +40,72 @@ Location::~Location() {
 }
 
 Location Location::firstChild() const {
-    return handle ? retaining(*suites, suites->iterators().getFirstChild(handle, false))
-                  : Location();
+    return step(
+        [this](OxErrorStruct** error) { return suites->iterators().getFirstChild(handle, error); });
 }
 
 Location Location::nextSibling() const {
-    return handle ? retaining(*suites, suites->iterators().getNextSibling(handle, false))
-                  : Location();
+    return step([this](OxErrorStruct** error) {
+        return suites->iterators().getNextSibling(handle, error);
+    });
 }
 
 Location Location::parent() const {
-    return handle ? retaining(*suites, suites->iterators().getParent(handle)) : Location();
+    return step(
+        [this](OxErrorStruct** error) { return suites->iterators().getParent(handle, error); });
 }
 
 Location Location::childByName(const char* name) const {
-    return handle ? retaining(*suites, suites->iterators().getChildByName(handle, name, false))
-                  : Location();
+    return step([this, name](OxErrorStruct** error) {
+        return suites->iterators().getChildByName(handle, name, error);
+    });
 }
 
 Location Location::byPath(const std::string& path) const {
+    return step([this, &path](OxErrorStruct** error) {
+        return suites->iterators().getProducerByPath(handle, path.c_str(), error);
+    });
+}
+
+/// Throws a RenderError for an error without a location, such as missing memory.
+template <typename Call>
+Location Location::step(Call call) const {
     if (!handle) return {};
-    return retaining(*suites, suites->iterators().getProducerByPath(handle, path.c_str(), false));
+    HostError error(*suites);
+    Location found = owning(*suites, call(error.slot()));
+    found.isBroken = static_cast<bool>(error);
+    if (!found) error.throwIfSet();
+    return found;
+}
+
+RenderError Location::failure() const {
+    HostError error(*suites);
+    *error.slot() = suites->iterators().getLocationError(handle);
+    return error ? error.asRenderError() : RenderError("the location cannot be cooked");
 }
 
 std::string Location::name() const {
-    return handle ? owned(suites->iterators().getName(handle)).text() : "";
+    return handle ? suites->iterators().getName(handle, nullptr) : "";
 }
 
 std::string Location::path() const {
-    return handle ? owned(suites->iterators().getFullName(handle)).text() : "";
+    return handle ? suites->iterators().getFullName(handle, nullptr) : "";
 }
 
 Attribute Location::attributes() const {
-    return attribute(nullptr);
+    return attribute("");
 }
 
 Attribute Location::attribute(const char* name) const {
-    return handle ? owned(suites->iterators().getAttribute(handle, name)) : Attribute();
+    return handle ? owned(suites->iterators().getAttribute(handle, name, nullptr)) : Attribute();
 }
 
 Attribute Location::potentialChildren() const {
-    return handle ? owned(suites->iterators().getPotentialChildren(handle)) : Attribute();
+    return handle ? owned(suites->iterators().getPotentialChildren(handle, nullptr)) : Attribute();
 }
 
 Attribute Location::transformsFromTheRoot() const {
-    return handle ? owned(suites->iterators().getGlobalXFormGroup(handle)) : Attribute();
+    return handle ? owned(suites->iterators().getGlobalXFormGroup(handle, nullptr)) : Attribute();
 }
 
 Attribute Location::owned(OxAttributeStruct* attribute) const {

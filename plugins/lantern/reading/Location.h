@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "Report.h"
 #include "reading/Attribute.h"
 #include "reading/Suites.h"
 
@@ -23,7 +24,13 @@ public:
 
     explicit operator bool() const { return handle != nullptr; }
     OxSgIteratorStruct* get() const { return handle; }
+    /// Whether the location could not be cooked. It then has siblings, but no attributes and no
+    /// children.
+    bool hasFailed() const { return isBroken; }
+    /// Why the location has failed.
+    RenderError failure() const;
 
+    // Throw a RenderError when there is not enough memory.
     Location firstChild() const;
     Location nextSibling() const;
     Location parent() const;
@@ -41,10 +48,13 @@ public:
 
 private:
     Location(const Suites& suites, OxSgIteratorStruct* handle) : suites(&suites), handle(handle) {}
+    template <typename Call>
+    Location step(Call call) const;
     Attribute owned(OxAttributeStruct* attribute) const;
 
     const Suites* suites = nullptr;
     OxSgIteratorStruct* handle = nullptr;
+    bool isBroken = false;
 };
 
 } // namespace lantern

@@ -22,13 +22,10 @@ int CountThreads(const ReadOptions& options) {
     return std::clamp(wanted, 1, kMostThreads);
 }
 
-/// Empties the host's cache of flattened materials before and after the scene is read. Its only key
-/// is the path, which may be the same in another scene.
+/// Frees the memory of the host's flattened materials when the scene has been read.
 class FlattenedMaterialScope {
 public:
-    explicit FlattenedMaterialScope(const Suites& suites) : suites(suites) {
-        suites.utils().emptyFlattenedMaterialCache();
-    }
+    explicit FlattenedMaterialScope(const Suites& suites) : suites(suites) {}
     ~FlattenedMaterialScope() { suites.utils().emptyFlattenedMaterialCache(); }
     FlattenedMaterialScope(const FlattenedMaterialScope&) = delete;
     FlattenedMaterialScope& operator=(const FlattenedMaterialScope&) = delete;
@@ -56,7 +53,7 @@ void LightIfDark(SceneData& scene, Report& report) {
 
 SceneFacts ReadFacts(const Suites& suites, const Location& root, float frame) {
     const Attribute camera =
-        Attribute::owning(suites.attributes(), suites.utils().getCameraPath(root.get()));
+        Attribute::owning(suites.attributes(), suites.utils().getCameraPath(root.get(), nullptr));
     return {root.attribute("renderSettings.scene").text(), camera.text(), frame};
 }
 
@@ -102,11 +99,13 @@ SceneData ReadScene(const OxPluginHost& host, OxSgIteratorStruct* root, const Re
     const Suites suites(host);
     if (!root) throw RenderError("there is no scene to read");
     try {
-        return Read(suites, Location::retaining(suites, root), options, report);
+        const Location location = Location::retaining(suites, root);
+        if (location.hasFailed()) throw location.failure();
+        return Read(suites, location, options, report);
     } catch (const RenderError&) {
         throw;
     } catch (const std::bad_alloc&) {
-        throw RenderError("there is not enough memory for the scene");
+        throw RenderError("there is not enough memory for the scene", kOxErrorMemory);
     } catch (const std::exception& error) {
         throw RenderError(std::string("the scene cannot be read: ") + error.what());
     }

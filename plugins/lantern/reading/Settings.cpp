@@ -151,7 +151,7 @@ void CheckLens(const Camera& camera, const std::string& path) {
 class CameraHandle {
 public:
     CameraHandle(const Suites& suites, const Location& root, const std::string& path)
-        : utils(suites.utils()), camera(utils.getCameraInfo(root.get(), path.c_str())) {}
+        : utils(suites.utils()), camera(utils.getCameraInfo(root.get(), path.c_str(), nullptr)) {}
     ~CameraHandle() { utils.releaseCameraInfo(camera); }
     CameraHandle(const CameraHandle&) = delete;
     CameraHandle& operator=(const CameraHandle&) = delete;
@@ -173,7 +173,7 @@ public:
     }
 
 private:
-    const OxRenderOutputUtilsHostSuite_v3& utils;
+    const OxRenderOutputUtilsHostSuite_v4& utils;
     CameraInfoStruct* camera;
 };
 
@@ -222,6 +222,7 @@ void CheckPosition(const M44d& toWorld, const std::string& path) {
 
 /// A camera without a part of its lens has no handle.
 [[noreturn]] void ThrowNoCamera(const std::string& path, const Location& location) {
+    if (location.hasFailed()) throw location.failure();
     if (!location || !location.attribute("type").isTextEqual("camera"))
         throw RenderError("the camera \"" + path + "\" is not in the scene");
     std::string missing;
@@ -249,7 +250,7 @@ Framing ReadFraming(const Suites& suites, const Location& root) {
     Framing framing;
     const Attribute name = Attribute::owning(
         suites.attributes(),
-        suites.utils().getRenderResolution(root.get(), &framing.width, &framing.height));
+        suites.utils().getRenderResolution(root.get(), &framing.width, &framing.height, nullptr));
     if (!name)
         throw RenderError("the resolution \"" + Setting(root, "resolution").text() +
                           "\" is not known");
@@ -287,7 +288,8 @@ Quality ReadQuality(const Location& root) {
 
 Camera ReadCamera(const Suites& suites, const Location& root, float frame, const Shutter& shutter) {
     const std::string path =
-        Attribute::owning(suites.attributes(), suites.utils().getCameraPath(root.get())).text();
+        Attribute::owning(suites.attributes(), suites.utils().getCameraPath(root.get(), nullptr))
+            .text();
     const CameraHandle handle(suites, root, path);
     const Location location = root.byPath(path);
     if (!location || !handle) ThrowNoCamera(path, location);

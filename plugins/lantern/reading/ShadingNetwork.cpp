@@ -14,14 +14,14 @@ ShadingNode::ShadingNode(std::string type, Attribute parameters)
 
 Attribute ShadingNode::parameter(const std::string& name) const {
     if (!node) return legacyParameters.child(name);
-    return Attribute::owning(suites->attributes(),
-                             suites->utils().getShadingParameter(node.get(), name.c_str()));
+    return Attribute::owning(suites->attributes(), suites->utils().getShadingParameter(
+                                                       node.get(), name.c_str(), nullptr));
 }
 
 std::optional<ShadingConnection> ShadingNode::connection(const std::string& name) const {
     if (!node) return {};
     const auto& utils = suites->utils();
-    OxShadingStruct* const found = utils.getShadingConnection(node.get(), name.c_str());
+    OxShadingStruct* const found = utils.getShadingConnection(node.get(), name.c_str(), nullptr);
     if (!found) return {};
     ShadingConnection connection{utils.getConnectedNode(found), utils.getConnectedPort(found)};
     utils.releaseShadingConnection(found);
@@ -43,7 +43,7 @@ ShadingNetwork::ShadingNetwork(const Suites& suites, const Attribute& material)
     : suites(suites), material(material) {
     if (!material.child("style").isTextEqual("network")) return;
     nodes = {
-        suites.utils().getShadingNetworkNodesOfMaterial(material.get()),
+        suites.utils().getShadingNetworkNodesOfMaterial(material.get(), nullptr),
         [&utils = suites.utils()](OxShadingNodeMapStruct* n) { utils.destroyShadingNodeMap(n); }};
 }
 
@@ -56,7 +56,8 @@ std::optional<ShadingNode> ShadingNetwork::surface() const {
 
 std::optional<ShadingNode> ShadingNetwork::find(const std::string& name) const {
     if (!nodes) return {};
-    OxShadingStruct* const found = suites.utils().findShadingNode(nodes.get(), name.c_str());
+    OxShadingStruct* const found =
+        suites.utils().findShadingNode(nodes.get(), name.c_str(), nullptr);
     if (!found) return {};
     return ShadingNode(suites, found);
 }

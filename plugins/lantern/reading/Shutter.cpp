@@ -26,9 +26,9 @@ int CountSteps(const Suites& suites, const Attribute& value, const Shutter& shut
     if (!shutter.isOpen() || value.sampleCount() < 2) return 1;
     const std::vector<float> times = value.sampleTimes();
     const Attribute relevant = Attribute::owning(
-        suites.attributes(),
-        suites.utils().getSampleTimesRelevantToShutterRange(
-            times.data(), static_cast<std::int64_t>(times.size()), shutter.open, shutter.close));
+        suites.attributes(), suites.utils().getSampleTimesRelevantToShutterRange(
+                                 times.data(), static_cast<std::int64_t>(times.size()),
+                                 shutter.open, shutter.close, nullptr));
     const std::vector<float> kept = relevant.floatsNearest();
     if (kept.size() < 2) return 1;
     for (const int steps : {2, 3, 5}) {

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
-#include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
-#include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarProducers/OxRenderOutputUtilsHostSuite4.h>
+#include <OxTellarProducers/OxScenegraphIteratorHostSuite4.h>
+#include <OxTellarSDK/AttributeSuite4.h>
 
 struct OxPluginHost;
 
@@ -17,17 +17,18 @@ public:
     /// Throws a RenderError that names a suite which the host does not have.
     explicit Suites(const OxPluginHost& host);
 
-    const OxAttributeSuite_v1& attributes() const { return *attributeSuite; }
-    const OxScenegraphIteratorHostSuite_v3& iterators() const { return *iteratorSuite; }
-    const OxRenderOutputUtilsHostSuite_v3& utils() const { return *utilsSuite; }
+    const OxAttributeSuite_v4& attributes() const { return *attributeSuite; }
+    const OxScenegraphIteratorHostSuite_v4& iterators() const { return *iteratorSuite; }
+    const OxRenderOutputUtilsHostSuite_v4& utils() const { return *utilsSuite; }
 
 private:
-    const OxAttributeSuite_v1* attributeSuite;
-    const OxScenegraphIteratorHostSuite_v3* iteratorSuite;
-    const OxRenderOutputUtilsHostSuite_v3* utilsSuite;
+    const OxAttributeSuite_v4* attributeSuite;
+    const OxScenegraphIteratorHostSuite_v4* iteratorSuite;
+    const OxRenderOutputUtilsHostSuite_v4* utilsSuite;
 };
 
-/// The path to write: the picture's, or that of the tile that the scene's settings ask for.
+/// Throws a RenderError when the location cannot be cooked. The path to write: the picture's, or
+/// that of the tile that the scene's settings ask for.
 std::string GetTilePath(const Suites& suites, OxSgIteratorStruct* root, const char* picture);
 
 } // namespace lantern

@@ -23,8 +23,9 @@ using NamedTextures = std::map<std::string, NamedTexture>;
 NamedTextures ReadNamedTextures(const Suites& suites, const Attribute& textures) {
     NamedTextures named;
     if (!textures.isGroup()) return named;
-    const Attribute converted = Attribute::owning(
-        suites.attributes(), suites.utils().convertTexturesToArbitraryAttr(textures.get()));
+    const Attribute converted =
+        Attribute::owning(suites.attributes(),
+                          suites.utils().convertTexturesToArbitraryAttr(textures.get(), nullptr));
     for (std::int64_t i = 0; i < converted.childCount(); ++i) {
         const Attribute entry = converted.childAt(i);
         const bool isByFace = entry.child("scope").isTextEqual("face");
@@ -140,7 +141,7 @@ private:
             warnings.warn(place.path(), what);
         };
         const std::string path = materials ? materials->path() : std::string();
-        return {suites, FlattenMaterial(suites, place, materials), path, textures, warn};
+        return {suites, FlattenMaterial(suites, materials), path, textures, warn};
     }
 
     void readFaceSet(const FaceSet& faceSet) {

@@ -97,6 +97,7 @@ void Walker::checkIn() {
 
 void Walker::visit(Level& level) {
     const Place& place = level.place;
+    if (place.location().hasFailed()) return context.warnings.warn(place.location().failure());
     LocationFacts& facts = memory.of(place.attributes());
     if (!facts.isVisible) return;
     here = level.inherited;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 
 #include "Report.h"
@@ -17,6 +18,8 @@ public:
 
     /// Reports "where: what". Only the first few places with the same `what` are reported.
     void warn(const std::string& where, const std::string& what);
+    /// Reports a location that is left out because it cannot be cooked.
+    void warn(const RenderError& failure);
     /// Reports the number of warnings that were left out.
     void tellTheRest();
 
@@ -24,6 +27,7 @@ private:
     Report& report;
     std::mutex lock; // guards the members below
     std::map<std::string, std::int64_t> counts;
+    std::set<std::string> failures;
 };
 
 } // namespace lantern

@@ -61,9 +61,9 @@ public:
 };
 
 inline Location RootOf(const OxAttribute::GroupAttribute& description) {
-    return Location::owning(
-        AllSuites(),
-        AllSuites().iterators().createRootIteratorFromOpTreeDescription(description.getHandle()));
+    return Location::owning(AllSuites(),
+                            AllSuites().iterators().createRootIteratorFromOpTreeDescription(
+                                description.getHandle(), nullptr));
 }
 
 inline Location RootOfJson(const std::string& json) {
