@@ -31,7 +31,9 @@
 #include "Scene.h"
 #include "SceneOptions.h"
 #include "SceneWarnings.h"
+#include "SceneWatch.h"
 #include "SettingOption.h"
+#include "StandardInput.h"
 
 namespace TellarTool {
 
@@ -46,6 +48,7 @@ constexpr const char* kExamples = R"(Examples:
   tellar render shot.oxop -o shot.####.exr --frames 1:48
   tellar render shot.oxop -o shot.exr --frame 12 --resolution hd_1080 --samples 256
   tellar render shot.oxop -o shot.exr --tile 0,1,2,2     one of four, then: tellar stitch
+  tellar render examples/garden.json -o garden.png --watch   again after each change
   tellar render examples/garden.json -o garden.txt --renderer example)";
 
 constexpr std::int32_t kMostSamples = 1000000;
@@ -66,6 +69,7 @@ struct RenderOptions {
     std::vector<int> frames;    // empty: the frame above alone
     StudioUse studio = StudioUse::WhereDark;
     RendererOptions renderer;
+    bool isWatching = false;
     bool isStrict = false;
 };
 
@@ -151,9 +155,12 @@ Scene WithName(const Scene& scene) {
     return scene.withRenderSettings(GroupAttribute({{"scene", name}}, true));
 }
 
-Scene OpenScene(const RenderOptions& options, const std::vector<Picture>& pictures) {
+Scene OpenScene(const RenderOptions& options, const std::vector<Picture>& pictures,
+                const ImportVersions& versions = {}) {
     SceneWarnings warnings(options.isStrict);
-    const Scene scene = WithChosen(Scene(options.scene), SettingsFor(options));
+    const Scene asked(options.scene);
+    const Scene scene =
+        WithChosen(versions.empty() ? asked : WithVersions(asked, versions), SettingsFor(options));
     ReadyScene ready = MakeReady(scene, TimesToFrame(pictures), options.studio);
     if (!ready.note.empty()) WriteErrorLine("info: " + ready.note);
     warnings.check(ready.scene, kMostChecked);
@@ -182,19 +189,29 @@ RendererTask TaskOf(const Picture& picture, const RenderOptions& options, const 
 void RunRender(const RenderOptions& options) {
     const std::vector<Picture> pictures = PicturesOf(options);
     CheckPicture(options.renderer);
+    if (options.isWatching && options.scene == kStandardInput)
+        throw std::runtime_error("--watch: the scene has to be a file");
     CheckChosen(options.chosen);
     for (const std::string& hint : HintsAbout(options.chosen))
         PrintWarning("warning: " + hint);
     SetUpPluginHost();
     AddRendererFolder();
     const Renderer renderer(options.renderer.renderer);
-    const Scene scene = OpenScene(options, pictures);
-    const LocationHandle root(scene.at("/root"));
-    std::vector<RendererTask> tasks;
-    tasks.reserve(pictures.size());
-    for (const Picture& picture : pictures)
-        tasks.push_back(TaskOf(picture, options, renderer, root));
-    RunRenderer(renderer.getName(), options.renderer.isVerbose, tasks);
+    const auto draw = [&](const Scene& scene) {
+        const LocationHandle root(scene.at("/root"));
+        std::vector<RendererTask> tasks;
+        tasks.reserve(pictures.size());
+        for (const Picture& picture : pictures)
+            tasks.push_back(TaskOf(picture, options, renderer, root));
+        RunRenderer(renderer.getName(), options.renderer.isVerbose, tasks);
+    };
+    const auto open = [&](const ImportVersions& versions) {
+        return OpenScene(options, pictures, versions);
+    };
+    if (options.isWatching)
+        SceneWatch(options.scene, open, draw).run();
+    else
+        draw(open({}));
     EndIfStrict(options.isStrict);
 }
 
@@ -334,6 +351,8 @@ void AddRenderCommand(CLI::App& app) {
     AddTimeOptions(command, *options);
     AddLightOption(command, *options);
     AddQualityOptions(command, *options);
+    command.add_flag("--watch", options->isWatching,
+                     "Draw again whenever a file of the scene changes, until Ctrl-C");
     AddStrict(command, options->isStrict);
     command.footer(kExamples);
     command.callback([options] { RunRender(*options); });

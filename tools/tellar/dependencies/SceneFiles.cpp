@@ -162,6 +162,23 @@ std::string FileOfOp(const GroupAttribute& op) {
     return WithoutLinks((fs::path(TextAt(op, "opArgs.directory")) / file).string());
 }
 
+Scene WithVersions(const Scene& scene, const ImportVersions& versions) {
+    const GroupAttribute& description = scene.getDescription();
+    std::vector<GroupAttribute::Child> ops;
+    for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i) {
+        GroupAttribute op(description.getChildByIndex(i));
+        const auto version = versions.find(FileOfOp(op));
+        if (version != versions.end() && HasArgument(TextAt(op, "opType"), "version")) {
+            GroupBuilder changed;
+            changed.update(op);
+            changed.set("opArgs.version", StringAttribute(std::to_string(version->second)));
+            op = changed.build();
+        }
+        ops.emplace_back(description.getChildName(i), op);
+    }
+    return scene.withDescription(GroupAttribute(ops, true));
+}
+
 SceneFiles FindSceneFiles(const Scene& scene) {
     SceneFiles files;
     if (scene.getPath() != kInputName) files.scene = AbsolutePath(scene.getPath());

@@ -1,6 +1,7 @@
 #ifndef TELLAR_TOOL_SCENEFILES_H
 #define TELLAR_TOOL_SCENEFILES_H
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,13 @@ struct SceneFiles {
     std::vector<TextureFile> textures; ///< textures that belong to no import
     std::string failure;               ///< error message of the cook; empty without an error
 };
+
+/// How often the files that ops import have changed, keyed by the file. Files that never changed
+/// may be missing.
+using ImportVersions = std::map<std::string, int>;
+
+/// The scene with another version of the files that have changed, so that they are read again.
+Scene WithVersions(const Scene& scene, const ImportVersions& versions);
 
 /// Finds the files by reading the arguments of the ops, by asking importers what they read, and by
 /// cooking the scene for the textures that its locations name.

@@ -122,6 +122,10 @@ TELLAR::Scene& Scene::open() const {
     return *opened->scene;
 }
 
+std::shared_ptr<TellarRuntime::Client> Scene::getClient() const {
+    return open().getClient();
+}
+
 GeometryProducer::Ptr Scene::at(const std::string& location) const {
     return checked(TELLAR::CreateSyncGeometryProducer(open().getClient(), location), location);
 }

@@ -49,6 +49,11 @@ public:
     Scene withLocation(const std::string& location,
                        const OxAttribute::GroupAttribute& content) const;
 
+    /// This scene with other ops.
+    Scene withDescription(const OxAttribute::GroupAttribute& description) const;
+
+    /// The client that all threads share.
+    std::shared_ptr<TellarRuntime::Client> getClient() const;
     /// Cooks through one client that all threads share.
     TELLAR::GeometryProducer::Ptr at(const std::string& location) const;
     /// Cooks through a client for each thread.
@@ -65,7 +70,6 @@ private:
     };
 
     TELLAR::Scene& open() const;
-    Scene withDescription(const OxAttribute::GroupAttribute& description) const;
     TELLAR::GeometryProducer::Ptr checked(TELLAR::GeometryProducer::Ptr producer,
                                           const std::string& location) const;
 
