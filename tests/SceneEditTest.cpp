@@ -104,6 +104,17 @@ TEST(SceneEdit, MakesTheOpsBelowTheChangedOneAnew) {
     EXPECT_EQ(EditOf(scene->getRoot()), 0);
 }
 
+TEST(SceneEdit, MakesTheOpsFarBelowTheChangedOneAnew) {
+    const auto scene = LiveScene();
+    SceneEdit edit = scene->edit();
+    edit.addOp("first", "TestCount", {}, {"edit"});
+    edit.addOp("second", "TestCount", {}, {"first"});
+    edit.setTerminal("second");
+    edit.commit();
+    SetEdit(*scene, 7);
+    EXPECT_EQ(EditOf(scene->getRoot()), 7);
+}
+
 TEST(SceneEdit, WithoutADifferenceKeepsTheIdentityAndAllOps) {
     const auto scene = LiveScene();
     const auto op = scene->getClient()->getOp();

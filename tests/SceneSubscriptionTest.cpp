@@ -99,14 +99,24 @@ TEST(SceneSubscription, OfTwoReceiversAcknowledgesForItselfAlone) {
 TEST(SceneSubscription, WakesAThreadThatWaits) {
     const auto scene = LiveScene();
     const auto subscription = scene->subscribe();
-    int seen = 0;
+    std::chrono::steady_clock::duration waited{};
     std::thread receiver([&] {
-        if (!subscription->wait(seconds(-1))) return;
-        seen = EditOf(subscription->take()->getNewRoot());
+        const auto start = std::chrono::steady_clock::now();
+        subscription->wait(seconds(60));
+        waited = std::chrono::steady_clock::now() - start;
     });
+    std::this_thread::sleep_for(milliseconds(50)); // the receiver probably waits by now
     SetEdit(*scene, 4);
     receiver.join();
-    EXPECT_EQ(seen, 4);
+    EXPECT_LT(waited, seconds(30));
+}
+
+TEST(SceneSubscription, WaitsWithoutAnEndForANegativeTime) {
+    const auto scene = LiveScene();
+    const auto subscription = scene->subscribe();
+    std::thread editor([&] { SetEdit(*scene, 4); });
+    EXPECT_TRUE(subscription->wait(seconds(-1)));
+    editor.join();
 }
 
 TEST(SceneSubscription, KeepsTheSceneAlive) {

@@ -107,6 +107,33 @@ TEST(SceneThreads, ReadersOfAnOldRevisionGoOnInIt) {
     EXPECT_EQ(wrong, 0);
 }
 
+TEST(SceneThreads, WaitWithACommitForTheOneThatBegan) {
+    const auto scene = LiveScene();
+    TELLAR::SceneEdit first = scene->edit();
+    first.addOp("hook", "TestHook", {}, {"edit"});
+    first.setTerminal("hook");
+    first.commit();
+    EditOf(scene->getRoot()); // the hook is for the new revision alone
+    std::atomic<bool> isStarted{false};
+    std::atomic<bool> isDone{false};
+    std::thread other;
+    TestHookNow() = [&] { // called while the first commit compares
+        if (isStarted.exchange(true)) return;
+        other = std::thread([&] {
+            SetEdit(*scene, 1);
+            isDone = true;
+        });
+        for (int i = 0; i < 100 && !isDone; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    };
+    first.setOpArg("scene", "a.number", Int(2));
+    first.commit();
+    other.join();
+    TestHookNow() = [] {};
+    EXPECT_EQ(EditOf(scene->getRoot()), 1);
+    EXPECT_EQ(IntOf(scene->getRoot()->getAttribute("number")), 2);
+}
+
 TEST(SceneThreads, EditTogetherWithoutLosingAnEdit) {
     const auto scene = LiveScene();
     RunTogether(kThreads, [&](int thread) {
