@@ -1,6 +1,7 @@
 #include <OxTellarProducers/SceneSubscription.h>
 
 #include <chrono>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -111,12 +112,28 @@ TEST(SceneSubscription, WakesAThreadThatWaits) {
     EXPECT_LT(waited, seconds(30));
 }
 
-TEST(SceneSubscription, WaitsWithoutAnEndForANegativeTime) {
+/// For times without an end.
+void ExpectToWaitForAnEdit(double time) {
     const auto scene = LiveScene();
     const auto subscription = scene->subscribe();
-    std::thread editor([&] { SetEdit(*scene, 4); });
-    EXPECT_TRUE(subscription->wait(seconds(-1)));
+    std::thread editor([&] {
+        std::this_thread::sleep_for(milliseconds(10));
+        SetEdit(*scene, 4);
+    });
+    EXPECT_TRUE(subscription->wait(std::chrono::duration<double>(time)));
     editor.join();
+}
+
+TEST(SceneSubscription, WaitsWithoutAnEndForANegativeOrAnAbsurdTime) {
+    ExpectToWaitForAnEdit(-1);
+    ExpectToWaitForAnEdit(1e300);
+    ExpectToWaitForAnEdit(std::numeric_limits<double>::infinity());
+}
+
+TEST(SceneSubscription, DoesNotWaitForATimeThatIsNoNumber) {
+    const auto subscription = LiveScene()->subscribe();
+    const std::chrono::duration<double> time(std::numeric_limits<double>::quiet_NaN());
+    EXPECT_FALSE(subscription->wait(time));
 }
 
 TEST(SceneSubscription, KeepsTheSceneAlive) {

@@ -1,5 +1,6 @@
 #include "SceneRevisions.h"
 
+#include <cmath>
 #include <utility>
 
 #include <OxTellarProducers/CreateGeometryProducer.h>
@@ -9,6 +10,9 @@ namespace TELLAR {
 namespace {
 
 constexpr const char* kRootPath = "/root";
+
+// Thirty years. The clock cannot count to the end of much longer times.
+constexpr std::chrono::seconds kLongestWait{1000000000};
 
 bool HaveSameOps(const SceneRevision& a, const SceneRevision& b) {
     return a.client->getOp()->getIdentity() == b.client->getOp()->getIdentity();
@@ -45,7 +49,8 @@ bool SceneRevisions::waitForOther(const SceneRevision& known,
                                   std::chrono::duration<double> time) const {
     const auto isOther = [&] { return !HaveSameOps(*newest, known); };
     std::unique_lock<std::mutex> guard(lock);
-    if (time.count() >= 0) return replaced.wait_for(guard, time, isOther);
+    if (std::isnan(time.count())) return isOther();
+    if (time.count() >= 0 && time < kLongestWait) return replaced.wait_for(guard, time, isOther);
     replaced.wait(guard, isOther);
     return true;
 }
