@@ -7,6 +7,7 @@ does, and that the page shows what it really says.
 TELLAR_TEST_SOURCE in the environment is its source file.
 """
 
+import json
 import os
 import re
 import unittest
@@ -51,17 +52,23 @@ resolution hd_720, 1280 x 720
 /root/world untyped
 /root/world/cam camera
 /root/world/props group
-/root/world/props/inherits polymesh, points 4, faces 2, surface matte
-/root/world/props/own polymesh, points 4, faces 2, surface plastic
-/root/world/props/loose polymesh, points 4, faces 2, surface none
+/root/world/props/inherits polymesh, faces 2, surface matte, points 4 from 0 0 0 to 1 1 0
+/root/world/props/own polymesh, faces 2, surface plastic, points 4 from 0 0 0 to 1 1 0
+/root/world/props/loose polymesh, faces 2, surface none, points 4 from 0 0 0 to 1 1 0
 /root/world/bare untyped
-/root/world/bare/mesh polymesh, points 0, faces 0, surface none
+/root/world/bare/mesh polymesh, faces 0
 """
 
 
 def scene(world, **settings):
     return {"ops": [{"name": "scene", "type": "StaticScene",
                      "args": {"a": {"renderSettings": settings}, "c": {"world": {"c": world}}}}]}
+
+
+def paths_of(location):
+    yield location["path"]
+    for child in location.get("children", ()):
+        yield from paths_of(child)
 
 
 class ExampleTest(TellarTest):
@@ -88,16 +95,45 @@ class Example(ExampleTest):
         self.render()
         self.assertEqual(self.text("out.txt"), EXPECTED)
 
-    def test_the_garden_is_that_of_walk(self):
+    def test_the_garden_is_that_of_walk_without_its_instances(self):
         garden = self.examples / "garden.json"
         self.tellar("render", garden, "-o", "garden.txt", "--renderer", "example")
-        lines = self.text("garden.txt").splitlines()
-        walked = self.tellar("walk", garden).splitlines()
-        self.assertEqual(len(lines) - 2, len(walked))
-        self.assertEqual(sum(" polymesh," in line for line in lines),
-                         sum("[polymesh]" in line for line in walked))
-        self.assertIn("/root/world/garden/ground/lawn/lawn polymesh, points 244, faces 336, "
-                      "surface standard_surface", lines)
+        lines = self.text("garden.txt").splitlines()[2:]
+        walked = json.loads(self.tellar("walk", garden, "--json"))
+        paths = list(paths_of(walked))
+        told = [line.split(" ")[0] for line in lines]
+        self.assertEqual(told, [path for path in paths if path in set(told)])
+        groups = {line.split(" ")[0] + "/": int(line.split(" ")[-1])
+                  for line in lines if ", instances " in line}
+        self.assertGreater(len(groups), 3)
+        left_out = [path for path in paths if path not in set(told)]
+        for path in left_out:
+            self.assertTrue(path.startswith(tuple(groups)), path)
+        self.assertIn("/root/world/garden/ground/lawn/lawn polymesh, faces 336, surface "
+                      "standard_surface, points 244 from -12.2 -0.16 -12.2 to 12.2 0 12.2", lines)
+
+    def test_instances_are_told_once(self):
+        described = scene(WORLD, cameraName="/root/world/cam")
+        described["ops"].append({"name": "row", "type": "Array", "inputs": ["scene"], "args": {
+            "source": "/root/world/props", "target": "/root/world/row", "mode": "grid",
+            "counts": [1000, 1, 1]}})
+        self.scene = self.write("row.json", described)
+        self.render()
+        self.assertIn("/root/world/row group, instances 1000\n", self.text("out.txt"))
+        self.assertEqual(self.text("out.txt").count("/inherits polymesh"), 1)
+
+    def test_a_location_that_fails_is_a_warning(self):
+        described = scene(WORLD, cameraName="/root/world/cam")
+        described["ops"].append({"name": "failing", "type": "TestFailsAt", "inputs": ["scene"],
+                                 "args": {"location": "/root/world/props"}})
+        self.scene = self.write("failing.json", described)
+        self.environment["OX_PLUGIN_PATH"] = os.environ["TELLAR_TEST_FAILING_OP_TYPES"]
+        _, _, errors = self.run_tellar("render", self.scene, "-o", "out.txt", "--renderer",
+                                       "example")
+        self.assertIn('Op "failing" (TestFailsAt) at "/root/world/props": this location fails',
+                      errors)
+        self.assertIn("/root/world/props untyped, error\n", self.text("out.txt"))
+        self.assertIn("/root/world/bare/mesh polymesh", self.text("out.txt"))
 
     def test_a_tile_goes_where_tiles_go(self):
         where = self.tellar("tile-path", "out.txt", "--tile", "1,0,2,2")
@@ -125,7 +161,8 @@ class Example(ExampleTest):
                                                  "example")
         self.assertEqual((status, output), (2, ""))
         self.assertEqual(errors.splitlines()[-1],
-                         "tellar: the resolution of the scene is not known")
+                         "tellar: the resolution: FileOut: Error querying resolution table for "
+                         "resolution: 'odd'.")
         self.assertNotIn("out.txt", os.listdir(self.folder))
 
     def test_a_file_that_cannot_be_made_is_an_error(self):
