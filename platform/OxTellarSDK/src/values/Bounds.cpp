@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <string_view>
-#include <vector>
+#include <utility>
 
 #include <OxTellarSDK/XFormUtil.h>
 
@@ -13,12 +13,7 @@ namespace {
 
 using namespace OxAttribute;
 
-/// One step of an "xform" group as a group of its own.
-struct Step {
-    GroupAttribute xform;
-    std::int64_t samples;
-    bool isRotation;
-};
+constexpr std::int64_t kMatrixValues = 16;
 
 bool StartsWith(std::string_view text, std::string_view beginning) {
     return text.substr(0, beginning.size()) == beginning;
@@ -26,32 +21,33 @@ bool StartsWith(std::string_view text, std::string_view beginning) {
 
 /// 0 for an attribute that is not numeric.
 std::int64_t NumberOfSamples(const Attribute& attribute) {
-    return IntAttribute(attribute).getNumberOfTimeSamples() +
-           FloatAttribute(attribute).getNumberOfTimeSamples() +
-           DoubleAttribute(attribute).getNumberOfTimeSamples();
+    const AttributeType type = attribute.getType();
+    if (type == kAttributeTypeDouble) return DoubleAttribute(attribute).getNumberOfTimeSamples();
+    if (type == kAttributeTypeFloat) return FloatAttribute(attribute).getNumberOfTimeSamples();
+    if (type == kAttributeTypeInt) return IntAttribute(attribute).getNumberOfTimeSamples();
+    return 0;
 }
 
-/// Adds the steps in the order of the group. Returns false for an "origin".
-bool FindSteps(const GroupAttribute& xform, std::vector<Step>& steps) {
+/// What a look through an "xform" group finds.
+struct Steps {
+    bool hasOrigin = false;
+    bool areMoving = false;
+};
+
+Steps FindSteps(const GroupAttribute& xform) {
+    Steps found;
     for (std::int64_t i = 0; i < xform.getNumberOfChildren(); ++i) {
         const Attribute child = xform.getChildByIndex(i);
-        if (const GroupAttribute group(child); group.isValid()) {
-            if (!FindSteps(group, steps)) return false;
+        if (child.getType() == kAttributeTypeGroup) {
+            const Steps below = FindSteps(GroupAttribute(child));
+            found.hasOrigin = found.hasOrigin || below.hasOrigin;
+            found.areMoving = found.areMoving || below.areMoving;
             continue;
         }
-        const std::string_view name = xform.getChildNameView(i);
-        if (StartsWith(name, "origin")) return false;
-        const std::int64_t samples = NumberOfSamples(child);
-        if (samples == 0) continue;
-        const GroupAttribute::Child step(name, child);
-        steps.push_back({GroupAttribute({step}, false), samples, StartsWith(name, "rotate")});
+        found.hasOrigin = found.hasOrigin || StartsWith(xform.getChildNameView(i), "origin");
+        found.areMoving = found.areMoving || NumberOfSamples(child) > 1;
     }
-    return true;
-}
-
-bool IsMoving(const std::vector<Step>& steps) {
-    return std::any_of(steps.begin(), steps.end(),
-                       [](const Step& step) { return step.samples > 1; });
+    return found;
 }
 
 /// Encloses the box under any rotation about the origin.
@@ -73,20 +69,35 @@ bool IsAffine(const double* m) {
     return m[3] == 0 && m[7] == 0 && m[11] == 0 && m[15] == 1;
 }
 
-/// Encloses the box under the matrices of all samples. Nothing if the result is not finite or a
-/// matrix is not affine.
+/// Nothing if the result is not finite or the matrix is not affine.
+std::optional<Bounds> MovedByMatrix(const Bounds& bounds, const std::array<double, 16>& matrix) {
+    if (!IsAffine(matrix.data())) return std::nullopt;
+    const Bounds moved = bounds.transformed(matrix.data());
+    return moved.isFinite() ? std::optional(moved) : std::nullopt;
+}
+
+/// Encloses the box under the matrices of all samples of a group. Nothing as above.
 std::optional<Bounds> MovedBySamples(const Bounds& bounds, const GroupAttribute& xform) {
     const auto [matrices, isUsed] = CalcTransformMatrixAtExistingTimes(xform);
     if (!isUsed) return bounds;
     Bounds moved;
     for (std::int64_t i = 0; i < matrices.getNumberOfTimeSamples(); ++i) {
-        const auto matrix = matrices.getNearestSample(matrices.getSampleTime(i));
-        if (!IsAffine(matrix.data())) return std::nullopt;
-        const Bounds sample = bounds.transformed(matrix.data());
-        if (!sample.isFinite()) return std::nullopt;
-        moved.add(sample);
+        std::array<double, 16> matrix;
+        matrices.fillInterpSample(matrix.data(), kMatrixValues, matrices.getSampleTime(i));
+        const std::optional<Bounds> sample = MovedByMatrix(bounds, matrix);
+        if (!sample) return std::nullopt;
+        moved.add(*sample);
     }
     return moved;
+}
+
+/// The matrix of a group that rests.
+std::array<double, 16> MatrixOf(const GroupAttribute& xform) {
+    std::array<double, 16> matrix = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    if (!xform.isValid()) return matrix;
+    const auto [values, isUsed] = CalcTransformMatrixAtTime(xform, 0);
+    if (isUsed) values.fillInterpSample(matrix.data(), kMatrixValues, 0);
+    return matrix;
 }
 
 } // namespace
@@ -132,27 +143,39 @@ Bounds Bounds::transformed(const double* m) const {
     return result;
 }
 
+namespace {
+
 // The values of a step are linear between its samples, so a point moves on a straight line there
 // and stays within the boxes of the samples. Rotations are the exception. The product of two moving
-// steps is not linear, so a moving group is followed step by step.
-std::optional<Bounds> MoveBounds(const Bounds& bounds, const GroupAttribute& xform) {
-    std::vector<Step> steps;
-    if (!FindSteps(xform, steps)) return std::nullopt;
-    if (!IsMoving(steps)) return MovedBySamples(bounds, xform);
+// steps is not linear, so the box is moved step by step, the last step first.
+std::optional<Bounds> MovedByEachStep(const Bounds& bounds, const GroupAttribute& xform) {
     std::optional<Bounds> moved = bounds;
-    for (auto step = steps.rbegin(); moved && step != steps.rend(); ++step)
-        moved = step->isRotation && step->samples > 1 ? Turned(*moved)
-                                                      : MovedBySamples(*moved, step->xform);
+    for (std::int64_t i = xform.getNumberOfChildren(); moved && i-- > 0;) {
+        const GroupAttribute::Child child(xform.getChildNameView(i), xform.getChildByIndex(i));
+        if (child.second.getType() == kAttributeTypeGroup)
+            moved = MovedByEachStep(*moved, GroupAttribute(child.second));
+        else if (StartsWith(child.first, "rotate") && NumberOfSamples(child.second) > 1)
+            moved = Turned(*moved);
+        else
+            moved = MovedBySamples(*moved, GroupAttribute({child}, false));
+    }
+    return moved;
+}
+
+} // namespace
+
+std::optional<Bounds> MoveBounds(const Bounds& bounds, const GroupAttribute& xform) {
+    const Steps steps = FindSteps(xform);
+    if (steps.hasOrigin) return std::nullopt;
+    const std::optional<Bounds> moved =
+        steps.areMoving ? MovedByEachStep(bounds, xform) : MovedByMatrix(bounds, MatrixOf(xform));
     return moved && moved->isFinite() ? moved : std::nullopt;
 }
 
 std::optional<std::array<double, 16>> RestingMatrix(const GroupAttribute& xform) {
-    std::vector<Step> steps;
-    if (!FindSteps(xform, steps) || IsMoving(steps)) return std::nullopt;
-    std::array<double, 16> values = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-    const auto [matrix, isUsed] = CalcTransformMatrixAtTime(xform, 0);
-    if (isUsed) matrix.fillInterpSample(values.data(), 16, 0);
-    return values;
+    const Steps steps = FindSteps(xform);
+    if (steps.hasOrigin || steps.areMoving) return std::nullopt;
+    return MatrixOf(xform);
 }
 
 } // namespace OxXFormUtil

@@ -25,17 +25,19 @@ bool IsShape(const SceneNode& node) {
 
 /// The attribute "bound" of a shape encloses all samples of its points, which need not be read.
 SubtreeFacts DescribeNode(const SceneNode& node) {
-    GroupBuilder attrs;
-    for (const std::string_view name : {"type", "bound", "xform"})
-        attrs.set(name, node.attrs.getChildByIndex(node.attrs.findChild(name)));
-    SubtreeFacts facts = OxOpType::DescribeLocation(attrs.build(), node.childNames);
-    facts.isPlain = facts.isPlain && node.attrs.findChild("geometry") < 0;
+    if (!IsShape(node)) return OxOpType::DescribeLocation(node.attrs, node.childNames);
+    std::vector<GroupAttribute::Child> attrs;
+    for (const char* name : {"type", "bound", "xform"})
+        attrs.emplace_back(name, node.attrs.getChildByIndex(node.attrs.findChild(name)));
+    SubtreeFacts facts = OxOpType::DescribeLocation(GroupAttribute(attrs, false), node.childNames);
+    facts.isPlain = false;
     return facts;
 }
 
 /// Words that are hashed together.
 class Words {
 public:
+    Words() { words.reserve(32); }
     void add(const Hash& hash) {
         words.push_back(hash.words[0]);
         words.push_back(hash.words[1]);
