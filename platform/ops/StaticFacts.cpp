@@ -65,14 +65,16 @@ private:
         sum.types = sum.ownTypes;
         sum.locations = 1;
         sum.bound = sum.ownBound;
+        std::string childPath = path + '/';
         for (std::int64_t i = 0; i < children.getNumberOfChildren(); ++i) {
             const std::string name = OxAttribute::DelimiterDecode(children.getChildNameView(i));
-            // A name that is no single level of a path, or that another child has as well.
+            // The name has to be one level of a path, and that of no other child.
             const bool isLevel = !name.empty() && name.find('/') == std::string::npos;
             if (!isLevel || FindEncoded(children, name, i) != i) isGivenUp = true;
             const GroupAttribute description(children.getChildByIndex(i));
-            if (!isGivenUp && description.isValid())
-                add(describe(path + '/' + name, description), sum);
+            childPath.resize(path.size() + 1);
+            childPath += name;
+            if (!isGivenUp && description.isValid()) add(describe(childPath, description), sum);
             if (isGivenUp) return;
         }
         if (children.getNumberOfChildren() > 0) found.emplace_back(path, sum);

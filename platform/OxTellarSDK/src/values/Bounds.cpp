@@ -95,8 +95,8 @@ std::optional<Bounds> MovedBySamples(const Bounds& bounds, const GroupAttribute&
 std::array<double, 16> MatrixOf(const GroupAttribute& xform) {
     std::array<double, 16> matrix = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
     if (!xform.isValid()) return matrix;
-    const auto [values, isUsed] = CalcTransformMatrixAtTime(xform, 0);
-    if (isUsed) values.fillInterpSample(matrix.data(), kMatrixValues, 0);
+    const DoubleAttribute values = CalcTransformMatrixAtTime(xform, 0).first;
+    if (values.isValid()) values.fillInterpSample(matrix.data(), kMatrixValues, 0);
     return matrix;
 }
 

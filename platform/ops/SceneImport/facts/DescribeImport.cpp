@@ -12,7 +12,6 @@
 
 namespace TellarSceneImport {
 
-using OxAttribute::GroupAttribute;
 using OxAttribute::StringAttribute;
 using OxLocationPath::IsSelfOrBelow;
 using OxOpType::SubtreeContext;

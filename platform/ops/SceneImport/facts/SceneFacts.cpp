@@ -136,7 +136,7 @@ void SceneFacts::addToParent(std::uint32_t node) {
 
 GroupAttribute SceneFacts::xformOf(std::uint32_t node) const {
     const SceneNode& source = scene->allNodes()[node];
-    const GroupAttribute xform(source.attrs.getChildByIndex(source.attrs.findChild("xform")));
+    GroupAttribute xform(source.attrs.getChildByIndex(source.attrs.findChild("xform")));
     if (!source.motion || IsShape(source)) return xform;
     GroupBuilder attrs;
     attrs.set("xform", xform);
