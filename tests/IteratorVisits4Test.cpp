@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -63,6 +65,27 @@ TEST(Visits4, ComeInTheOrderOfTheTreeWithEveryError) {
             EXPECT_TRUE(error.isNull());
             EXPECT_THAT(lines, ElementsAre("/root", "/root/a", "/root/b fails", "/root/d fails"));
         }
+}
+
+TEST(Visits4, TellThePlaceOfEachLocationInTheOrderOfTheTree) {
+    const At root = RootOf(FailingTree({"a", "b", "c", "d"}, {"/root/b", "/root/d"}, {"/root/c"}));
+    std::mutex lock;
+    std::map<std::vector<std::int64_t>, std::string> lines;
+    CallError error;
+    const OxVisitOptions options = Options(4, false);
+    EXPECT_EQ(Visit(
+                  root, &options,
+                  [&](OxVisit& visit) {
+                      const std::lock_guard<std::mutex> guard(lock);
+                      lines[{visit.place, visit.place + visit.depth}] = LineOf(visit);
+                      return kOxVisitGoOn;
+                  },
+                  error),
+              kOxVisitDone);
+    std::vector<std::string> inOrder;
+    for (const auto& line : lines)
+        inOrder.push_back(line.second);
+    EXPECT_THAT(inOrder, ElementsAre("/root", "/root/a", "/root/b fails", "/root/d fails"));
 }
 
 TEST(Visits4, GiveHandlesThatMayBeKept) {

@@ -137,7 +137,7 @@ TEST_P(AnyVisit, HasNothingToVisitWithoutALocation) {
 }
 
 TEST_P(AnyVisit, GoesAsDeepAsTheScene) {
-    constexpr int kDepth = 10000;
+    constexpr int kDepth = 4000;
     const Ptr root =
         Open(Group({{"chain", OpEntry("TestChain", Group({{"depth", Int(kDepth)}}))}}));
     std::atomic<int> count{0};
@@ -156,7 +156,7 @@ TEST_P(AnyVisit, GoesAsDeepAsTheScene) {
 TEST_P(AnyVisit, NeverGivesTwoCallsAtOnceTheNumberOfOneThread) {
     std::vector<std::atomic<int>> calls(static_cast<std::size_t>(GetParam().threads));
     std::atomic<int> clashes{0};
-    VisitLocations(Open(OpsOf({7, 3, 60})), options(), [&](VisitedLocation& visited) {
+    VisitLocations(Open(OpsOf({7, 3, 30})), options(), [&](VisitedLocation& visited) {
         std::atomic<int>& mine = calls.at(static_cast<std::size_t>(visited.thread));
         if (++mine != 1) ++clashes;
         std::this_thread::yield();
@@ -287,7 +287,7 @@ TEST_P(AnyVisit, DropsWhatWasPassedDown) {
         --alive;
         delete value;
     };
-    VisitLocations(Open(OpsOf({7, 3, 60})), options(), [&](VisitedLocation& visited) {
+    VisitLocations(Open(OpsOf({7, 3, 30})), options(), [&](VisitedLocation& visited) {
         visited.passedDown = std::shared_ptr<const int>(new int(1), drop);
         most = std::max<int>(most, ++alive);
         return VisitWish::GoOn;

@@ -104,6 +104,10 @@ typedef struct OxVisit {
     int32_t depth;        /* levels below the location where the visit started */
     void* inherited;      /* what the visitor passed down at the parent; null at the start */
     void* passedDown;     /* set by the visitor, for the visits of the location's children */
+    /* The indices among potential children that lead here from the start, one for each level of
+       `depth`. Ordered as words are by their letters, they give the order of the tree, whatever
+       threads the calls came on. */
+    const int64_t* place;
 } OxVisit;
 
 /* Returns an OxVisitWish. */

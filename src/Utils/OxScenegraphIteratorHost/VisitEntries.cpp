@@ -52,6 +52,7 @@ private:
         visit.error = handle->error;
         visit.thread = visited.thread;
         visit.depth = static_cast<std::int32_t>(visited.getDepth());
+        visit.place = visited.place.data();
         visit.inherited = const_cast<void*>(visited.inherited.get());
         const std::int32_t answer = visitor(&visit, user);
         if (visit.passedDown) visited.passedDown = owned(visit.passedDown);
