@@ -1,6 +1,6 @@
 // Cooks any op-tree description and calls all getters of the C suites on the scene, in three walks:
 // the second one evicts and cooks every location again, the third one uses the cache. All walks
-// must get the same answers.
+// must get the same answers. Compares the scene with what its Ops tell of it without a cook.
 
 #include <algorithm>
 #include <cstdint>
@@ -22,6 +22,7 @@
 
 #include "Check.h"
 #include "DescriptionText.h"
+#include "FactsCheck.h"
 #include "SuiteWalk.h"
 
 using namespace OxAttribute;
@@ -120,6 +121,7 @@ std::uint64_t Walk(const Suite& suite, const GeometryProducer::Ptr& root,
 void UseRuntime(const GroupAttribute& description, const std::vector<std::string>& names) {
     const auto client = ClientOf(description);
     if (!client) return;
+    CheckFacts(client);
     const auto root = TELLAR::CreateSyncGeometryProducer(client, "/root");
     if (!root) return;
     const std::uint64_t digest = Walk(IteratorSuiteVersion3(), root, names, false);
