@@ -76,24 +76,29 @@ std::string Joined(const std::vector<std::string>& names) {
 } // namespace
 
 struct Render::Session {
-    Session(SceneData&& data, std::string path, const DrawOptions& options, Report& report)
-        : scene(std::move(data)), path(std::move(path)), begin(options.begin),
-          drawing(scene, options, report) {
-        for (const FilmLayer& layer : drawing.film().layers())
+    /// Prepares the scene to be drawn. `earlier` is null or the geometry of another session, whose
+    /// shapes are in this one by now.
+    void prepare(const DrawOptions& options, Report& report, const EarlierGeometry* earlier) {
+        begin = options.begin;
+        drawing.emplace(scene(), options, report, earlier);
+        for (const FilmLayer& layer : drawing->film().layers())
             layers.push_back({layer.name, Joined(layer.channels),
                               static_cast<int>(layer.channels.size()), layer.isInteger,
-                              RegionOf(scene.framing.window)});
+                              RegionOf(scene().framing.window)});
     }
 
-    SceneData scene;
-    const std::string path; // of the file; empty for none
-    const std::chrono::steady_clock::time_point begin;
-    Drawing drawing;
-    std::vector<Layer> layers; // those of the drawing's film
+    SceneData& scene() { return read.scene; }
+    const SceneData& scene() const { return read.scene; }
+
+    ReadResult read;
+    std::string path; // of the file; empty for none
+    std::chrono::steady_clock::time_point begin;
+    std::optional<Drawing> drawing; // of the scene
+    std::vector<Layer> layers;      // those of the drawing's film
 };
 
 Render::Render(const OxPluginHost& host, const RenderJob& job, std::unique_ptr<Report> listener)
-    : host(host), suites(host), frame(job.frame), samples(job.samples), threads(job.threads),
+    : suites(host), frame(job.frame), samples(job.samples), threads(job.threads),
       isLive(job.isLive),
       pictureName(job.picture ? std::optional<std::string>(job.picture) : std::nullopt),
       report(std::move(listener)), region(WindowOf(job.region)),
@@ -115,7 +120,8 @@ Render::~Render() {
 
 void Render::run() noexcept {
     try {
-        std::shared_ptr<Session> opened = open(root);
+        std::shared_ptr<Session> opened = read(root, nullptr);
+        opened->prepare({samples, threads, opened->begin}, *report, nullptr);
         {
             const std::lock_guard<std::mutex> guard(lock);
             session = std::move(opened);
@@ -130,13 +136,15 @@ void Render::run() noexcept {
     }
 }
 
-/// Reads the scene and prepares it.
-std::shared_ptr<Render::Session> Render::open(const Location& from) {
-    const auto begin = std::chrono::steady_clock::now();
-    SceneData scene = ReadScene(host, from.get(), {frame, threads}, *report);
-    TessellateSubdivisions(scene, threads, *report);
-    return std::make_shared<Session>(std::move(scene), checkedPath(from),
-                                     DrawOptions{samples, threads, begin}, *report);
+/// Reads a scene. Shapes that the earlier session has are left empty.
+std::shared_ptr<Render::Session> Render::read(const Location& from, const Session* earlier) {
+    auto opened = std::make_shared<Session>();
+    opened->begin = std::chrono::steady_clock::now();
+    opened->read =
+        ReadScene(suites, from, {frame, threads}, earlier ? earlier->read : ReadResult(), *report);
+    TessellateSubdivisions(opened->scene(), threads, *report);
+    opened->path = checkedPath(from);
+    return opened;
 }
 
 /// The path of the file to write, or an empty one. Throws if it cannot be written.
@@ -153,12 +161,16 @@ int Render::drawUntilTheEnd() {
         std::shared_ptr<Session> drawn;
         Window wanted;
         {
-            const std::lock_guard<std::mutex> guard(lock);
+            std::unique_lock<std::mutex> guard(lock);
+            isParked = true;
+            changed.notify_all();
+            changed.wait(guard, [this] { return !isParkWanted; });
+            isParked = false;
             report->control().clearInterruption();
             drawn = session;
             wanted = region;
         }
-        const Drawing::End how = drawn->drawing.run(wanted);
+        const Drawing::End how = drawn->drawing->run(wanted);
         if (how == Drawing::End::Interrupted) continue;
         deliver(*drawn);
         if (how == Drawing::End::Ended) return kOxRenderStopped;
@@ -169,7 +181,7 @@ int Render::drawUntilTheEnd() {
 
 /// Writes the picture and tells the caller.
 void Render::deliver(const Session& drawn) {
-    Picture picture = drawn.drawing.develop();
+    Picture picture = drawn.drawing->develop();
     if (!report->isAskedToFinish()) report->throwIfCancelled();
     StampTime(drawn.begin, picture.facts);
     if (drawn.path.empty()) return;
@@ -242,6 +254,28 @@ void Render::throwIfEnded() const {
     if (hasEnded) throw RenderError("the render has ended", kOxErrorBadCall);
 }
 
+/// Keeps the render's thread from drawing while it lives.
+class Render::ParkedThread {
+public:
+    explicit ParkedThread(Render& render) : render(render) {
+        std::unique_lock<std::mutex> guard(render.lock);
+        render.isParkWanted = true;
+        render.report->control().interrupt();
+        render.changed.notify_all();
+        render.changed.wait(guard, [&] { return render.isParked || render.hasEnded; });
+    }
+    ~ParkedThread() {
+        const std::lock_guard<std::mutex> guard(render.lock);
+        render.isParkWanted = false;
+        render.changed.notify_all();
+    }
+    ParkedThread(const ParkedThread&) = delete;
+    ParkedThread& operator=(const ParkedThread&) = delete;
+
+private:
+    Render& render;
+};
+
 void Render::applyChanges(const OxChangesStruct* changes) {
     const std::lock_guard<std::mutex> oneAtATime(changing);
     {
@@ -250,13 +284,37 @@ void Render::applyChanges(const OxChangesStruct* changes) {
         throwIfEnded();
     }
     if (!isLive) throw RenderError("the render is not live", kOxErrorBadCall);
-    std::shared_ptr<Session> opened = open(ChangedRoot(suites, changes));
+    const std::shared_ptr<Session> earlier = currentSession();
+    std::shared_ptr<Session> opened = read(ChangedRoot(suites, changes), earlier.get());
+    const ParkedThread parked(*this);
+    takeShapes(*opened, *earlier);
     const std::lock_guard<std::mutex> guard(lock);
     throwIfEnded();
-    picture = opened->scene.framing.window;
+    picture = opened->scene().framing.window;
     if (region.within(picture).isEmpty()) region = picture;
-    session.swap(opened);
+    session = std::move(opened);
     beginAnew();
+}
+
+/// Moves the shapes that both have to the new session, and prepares it. If that fails, the shapes
+/// go back.
+void Render::takeShapes(Session& opened, Session& earlier) {
+    std::vector<Index> sources;
+    for (const ShapeSource& source : opened.read.sources)
+        sources.push_back(source.earlier);
+    const auto swapShapes = [&] {
+        for (std::size_t i = 0; i < sources.size(); ++i)
+            if (sources[i] != kNone)
+                std::swap(opened.scene().shapes[i], earlier.scene().shapes[sources[i]]);
+    };
+    swapShapes();
+    try {
+        const EarlierGeometry geometry{earlier.drawing->geometry(), sources};
+        opened.prepare({samples, threads, opened.begin}, *report, &geometry);
+    } catch (...) {
+        swapShapes();
+        throw;
+    }
 }
 
 std::shared_ptr<Render::Session> Render::currentSession() const {
@@ -279,16 +337,16 @@ int Render::readLayer(std::int64_t index, float* values, std::int64_t count) con
     const std::shared_ptr<Session> current = currentSession();
     if (!current || index < 0 || index >= std::int64_t(current->layers.size()))
         throw RenderError("there is no layer " + std::to_string(index), kOxErrorBadCall);
-    const Window& window = current->scene.framing.window;
+    const Window& window = current->scene().framing.window;
     const Layer& layer = current->layers[static_cast<std::size_t>(index)];
     const std::int64_t needed = std::int64_t(window.width()) * window.height() * layer.channelCount;
     if (!values || count != needed)
         throw RenderError("the layer \"" + layer.name + "\" has " + std::to_string(needed) +
                               " values, not " + std::to_string(count),
                           kOxErrorBadCall);
-    const Film& film = current->drawing.film();
+    const Film& film = current->drawing->film();
     film.readLayer(film.layers()[static_cast<std::size_t>(index)], window, values);
-    return current->drawing.completePasses();
+    return current->drawing->completePasses();
 }
 
 } // namespace lantern

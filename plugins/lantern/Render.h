@@ -82,11 +82,13 @@ public:
 private:
     /// A scene that is being drawn.
     struct Session;
+    class ParkedThread;
 
     Render(const OxPluginHost& host, const RenderJob& job, std::unique_ptr<Report> report);
 
     void run() noexcept;
-    std::shared_ptr<Session> open(const Location& from);
+    std::shared_ptr<Session> read(const Location& from, const Session* earlier);
+    void takeShapes(Session& opened, Session& earlier);
     std::string checkedPath(const Location& from) const;
     int drawUntilTheEnd();
     void deliver(const Session& session);
@@ -96,7 +98,6 @@ private:
     void throwIfEnded() const;
     std::shared_ptr<Session> currentSession() const;
 
-    const OxPluginHost& host;
     const Suites suites;
     const float frame;
     const int samples;
@@ -113,6 +114,8 @@ private:
     std::shared_ptr<Session> session; // null until the scene has been read
     Location root;                    // of the scene to read first
     int status = kOxRenderRunning;
+    bool isParkWanted = false; // the scene is being replaced
+    bool isParked = false;     // the thread waits and uses no session
     bool hasEnded = false;     // nothing changes any more
     std::exception_ptr reason; // of kOxRenderFailed
 

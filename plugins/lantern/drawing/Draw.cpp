@@ -167,11 +167,12 @@ float GainOf(const SceneData& scene) {
 
 } // namespace
 
-Drawing::Drawing(const SceneData& scene, const DrawOptions& options, Report& report)
+Drawing::Drawing(const SceneData& scene, const DrawOptions& options, Report& report,
+                 const EarlierGeometry* earlier)
     : scene(scene), options(options), report(report), threads(ThreadsFor(options.threads)),
       samples(std::max(1, options.samples > 0 ? options.samples : scene.quality.samples)),
-      tracer(scene, threads, report, samples), buckets(DrawnWindow(scene, scene.framing.window)),
-      paths(scene, buckets, GainOf(scene)) {}
+      tracer(scene, threads, report, samples, earlier),
+      buckets(DrawnWindow(scene, scene.framing.window)), paths(scene, buckets, GainOf(scene)) {}
 
 Drawing::End Drawing::run(const Window& region) {
     const Window drawn = DrawnWindow(scene, region.within(scene.framing.window));

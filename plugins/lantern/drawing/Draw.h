@@ -29,7 +29,9 @@ struct DrawOptions {
 class Drawing {
 public:
     /// Prepares the scene. Refers to it and to the report. Throws RenderError and Cancelled.
-    Drawing(const SceneData& scene, const DrawOptions& options, Report& report);
+    /// `earlier` is null or the geometry of a scene whose shapes are in this one.
+    Drawing(const SceneData& scene, const DrawOptions& options, Report& report,
+            const EarlierGeometry* earlier = nullptr);
 
     enum class End {
         Complete,
@@ -45,6 +47,7 @@ public:
     /// ended the drawing.
     Picture develop() const;
 
+    const EmbreeScene& geometry() const { return tracer.embreeScene(); }
     /// Any thread may read its layers at any time.
     const Film& film() const { return paths; }
     /// The number of complete passes of the last or present run().

@@ -113,10 +113,41 @@ RTCGeometryType CurveTypeOf(const Curves& curves) {
 
 } // namespace
 
+namespace {
+
+/// An Embree device and the first error that it reported.
+struct Device {
+    explicit Device(int threads)
+        : handle(rtcNewDevice(("threads=" + std::to_string(std::max(threads, 0))).c_str())) {
+        if (!handle) throw RenderError("cannot start Embree");
+        rtcSetDeviceErrorFunction(
+            handle.get(),
+            [](void* self, RTCError code, const char*) {
+                RTCError none = RTC_ERROR_NONE;
+                static_cast<Device*>(self)->error.compare_exchange_strong(none, code);
+            },
+            this);
+    }
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+
+    std::atomic<RTCError> error{RTC_ERROR_NONE};
+    EmbreeDevice handle;
+};
+
+EmbreeTree Shared(const EmbreeTree& tree) {
+    if (tree) rtcRetainScene(tree.get());
+    return EmbreeTree(tree.get());
+}
+
+} // namespace
+
 struct EmbreeScene::Trees {
-    Trees(const SceneData& data, const OpacitySource& opacity, int threads, const Report& report);
+    Trees(const SceneData& data, const OpacitySource& opacity, int threads, const Report& report,
+          const EarlierGeometry* earlier);
 
     void check() const;
+    void share(const EarlierGeometry& earlier);
     void addInstances();
     RTCScene shapeScene(Index index, bool isOpaque);
     EmbreeGeometry newGeometry(RTCGeometryType type) const;
@@ -134,8 +165,7 @@ struct EmbreeScene::Trees {
     const SceneData& data;
     const OpacitySource& opacity;
     const Report& report;
-    mutable std::atomic<RTCError> error{RTC_ERROR_NONE};
-    EmbreeDevice device;
+    std::shared_ptr<Device> device; // also of the trees that are shared
     std::vector<EmbreeTree> opaque; // one per shape; null if no instance needs it
     std::vector<EmbreeTree>
         filtered; // one per shape, with filter functions, for instances that are not opaque
@@ -143,19 +173,12 @@ struct EmbreeScene::Trees {
 };
 
 EmbreeScene::Trees::Trees(const SceneData& data, const OpacitySource& opacity, int threads,
-                          const Report& report)
+                          const Report& report, const EarlierGeometry* earlier)
     : data(data), opacity(opacity), report(report),
-      device(rtcNewDevice(("threads=" + std::to_string(std::max(threads, 0))).c_str())),
+      device(earlier ? earlier->geometry.trees->device : std::make_shared<Device>(threads)),
       opaque(data.shapes.size()), filtered(data.shapes.size()) {
-    if (!device) throw RenderError("cannot start Embree");
-    rtcSetDeviceErrorFunction(
-        device.get(),
-        [](void* self, RTCError code, const char*) {
-            auto& first = static_cast<Trees*>(self)->error;
-            RTCError none = RTC_ERROR_NONE;
-            first.compare_exchange_strong(none, code);
-        },
-        this);
+    device->error = RTC_ERROR_NONE;
+    if (earlier) share(*earlier);
     top = newScene(RTC_SCENE_FLAG_ROBUST);
     addInstances();
     commit(top.get());
@@ -163,7 +186,7 @@ EmbreeScene::Trees::Trees(const SceneData& data, const OpacitySource& opacity, i
 
 /// Throws if Embree has reported an error.
 void EmbreeScene::Trees::check() const {
-    switch (error.load()) {
+    switch (device->error.load()) {
     case RTC_ERROR_NONE:
         return;
     case RTC_ERROR_CANCELLED:
@@ -172,12 +195,22 @@ void EmbreeScene::Trees::check() const {
         throw RenderError("there is not enough memory for the scene's geometry");
     default:
         throw RenderError("Embree cannot take the scene's geometry, error " +
-                          std::to_string(error.load()));
+                          std::to_string(device->error.load()));
+    }
+}
+
+void EmbreeScene::Trees::share(const EarlierGeometry& earlier) {
+    const Trees& from = *earlier.geometry.trees;
+    for (std::size_t i = 0; i < earlier.shapes.size(); ++i) {
+        const Index old = earlier.shapes[i];
+        if (old == kNone) continue;
+        opaque[i] = Shared(from.opaque[old]);
+        filtered[i] = Shared(from.filtered[old]);
     }
 }
 
 EmbreeTree EmbreeScene::Trees::newScene(int flags) const {
-    EmbreeTree scene(rtcNewScene(device.get()));
+    EmbreeTree scene(rtcNewScene(device->handle.get()));
     check();
     rtcSetSceneFlags(scene.get(), static_cast<RTCSceneFlags>(flags));
     return scene;
@@ -228,7 +261,7 @@ EmbreeGeometry EmbreeScene::Trees::shapeGeometry(const Shape& shape) const {
 }
 
 EmbreeGeometry EmbreeScene::Trees::newGeometry(RTCGeometryType type) const {
-    EmbreeGeometry geometry(rtcNewGeometry(device.get(), type));
+    EmbreeGeometry geometry(rtcNewGeometry(device->handle.get(), type));
     check();
     return geometry;
 }
@@ -363,10 +396,12 @@ EmbreeGeometry EmbreeScene::Trees::instanceGeometry(const Instance& instance,
 }
 
 EmbreeScene::EmbreeScene(const SceneData& scene, const OpacitySource& opacity, int threads,
-                         const Report& report)
-    : trees(std::make_unique<Trees>(scene, opacity, threads, report)),
-      isAllOpaque(std::none_of(trees->filtered.begin(), trees->filtered.end(),
-                               [](const EmbreeTree& tree) { return tree != nullptr; })) {}
+                         const Report& report, const EarlierGeometry* earlier)
+    : trees(std::make_unique<Trees>(scene, opacity, threads, report, earlier)),
+      isAllOpaque(std::all_of(
+          scene.instances.begin(), scene.instances.end(), [&](const Instance& instance) {
+              return scene.shapes[instance.shape].isEmpty() || opacity.isOpaque(instance);
+          })) {}
 
 EmbreeScene::~EmbreeScene() = default;
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "Report.h"
 #include "SceneData.h"
@@ -37,12 +38,24 @@ public:
     virtual Color straightThrough(const RayHit& hit, float cosine) const = 0;
 };
 
+class EmbreeScene;
+
+/// The geometry of a scene that was drawn before.
+struct EarlierGeometry {
+    const EmbreeScene& geometry;
+    /// For each shape of the new scene, its index in the earlier one, or kNone.
+    const std::vector<Index>& shapes;
+};
+
 /// Intersects rays with the scene. Safe from several threads at once.
 class EmbreeScene {
 public:
     /// Refers to the scene and the opacity. Throws RenderError and Cancelled.
+    ///
+    /// `earlier` is null or the geometry of a scene from which shapes were moved to this one. Their
+    /// trees are shared.
     EmbreeScene(const SceneData& scene, const OpacitySource& opacity, int threads,
-                const Report& report);
+                const Report& report, const EarlierGeometry* earlier = nullptr);
     ~EmbreeScene();
     EmbreeScene(const EmbreeScene&) = delete;
     EmbreeScene& operator=(const EmbreeScene&) = delete;

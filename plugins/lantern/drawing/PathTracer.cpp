@@ -146,12 +146,13 @@ void PathTracer::Path::teach(const Vertex& vertex, const Color& before) {
     visits->push_back(visit);
 }
 
-PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int samples)
+PathTracer::PathTracer(const SceneData& scene, int threads, Report& report, int samples,
+                       const EarlierGeometry* earlier)
     : scene(scene), camera(scene.camera, scene.framing.width, scene.framing.height),
       isMoving(IsMoving(scene)),
       pathShare(std::max(kLeastPathShare, 1 / std::sqrt(static_cast<float>(std::max(samples, 1))))),
       textures(scene, report), materials(scene, textures),
-      geometry(scene, materials, threads, report), infiniteLights(scene.lights, textures),
+      geometry(scene, materials, threads, report, earlier), infiniteLights(scene.lights, textures),
       localLights(scene, materials) {
     pathCone = camera.pixelCone();
     pathCone.width *= pathShare;

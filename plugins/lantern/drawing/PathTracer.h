@@ -25,7 +25,9 @@ public:
     /// Refers to the scene and the report. Throws RenderError and Cancelled.
     /// `samples` is the number of paths per pixel: with more paths, each filters textures over a
     /// smaller part of the pixel.
-    PathTracer(const SceneData& scene, int threads, Report& report, int samples = 64);
+    /// `earlier` is null or the geometry of a scene whose shapes are in this one.
+    PathTracer(const SceneData& scene, int threads, Report& report, int samples = 64,
+               const EarlierGeometry* earlier = nullptr);
 
     struct Traced {
         Color color{0, 0, 0};
@@ -35,6 +37,8 @@ public:
     /// whole picture; `number` is that of the path among those of its pixel. Assigns the first hit
     /// of the path unless that is null.
     Traced trace(int x, int y, int number, FirstHit* first) const;
+
+    const EmbreeScene& embreeScene() const { return geometry; }
 
 private:
     struct Vertex;

@@ -57,8 +57,8 @@ SceneFacts ReadFacts(const Suites& suites, const Location& root, float frame) {
     return {root.attribute("renderSettings.scene").text(), camera.text(), frame};
 }
 
-SceneData Read(const Suites& suites, const Location& root, const ReadOptions& options,
-               Report& report) {
+ReadResult Read(const Suites& suites, const Location& root, const ReadOptions& options,
+                const ReadResult& earlier, Report& report) {
     const Shutter shutter = ReadShutter(root, options.frame);
     const Framing framing = ReadFraming(suites, root);
     const Quality quality = ReadQuality(root);
@@ -69,7 +69,10 @@ SceneData Read(const Suites& suites, const Location& root, const ReadOptions& op
     const FlattenedMaterialScope flattened(suites);
     const Delegates delegates(suites);
     Warnings warnings(report);
-    Shapes shapes(suites, shutter, warnings);
+    const bool areShapesEqual =
+        shutter.open == earlier.shutter.open && shutter.close == earlier.shutter.close;
+    const ShapeMemory memory = areShapesEqual ? ShapeMemory(earlier.sources) : ShapeMemory();
+    Shapes shapes(suites, shutter, memory, warnings);
     Surfaces surfaces(suites, warnings);
     SceneParts parts;
     WalkScene(root, CountThreads(options),
@@ -77,7 +80,10 @@ SceneData Read(const Suites& suites, const Location& root, const ReadOptions& op
                layers.needsNames()});
     report.throwIfCancelled();
 
-    SceneData scene = parts.join(shapes.take(), surfaces.take());
+    ReadResult result;
+    result.shutter = shutter;
+    SceneData& scene = result.scene;
+    scene = parts.join(shapes.take(), surfaces.take(), result.sources);
     warnings.tellTheRest();
     scene.camera = camera;
     scene.framing = framing;
@@ -89,7 +95,7 @@ SceneData Read(const Suites& suites, const Location& root, const ReadOptions& op
             "the shutter is closed, so there is no motion: set \"renderSettings.shutterOpen\" "
             "and \"renderSettings.shutterClose\"");
     LightIfDark(scene, report);
-    return scene;
+    return result;
 }
 
 } // namespace
@@ -97,11 +103,15 @@ SceneData Read(const Suites& suites, const Location& root, const ReadOptions& op
 SceneData ReadScene(const OxPluginHost& host, OxSgIteratorStruct* root, const ReadOptions& options,
                     Report& report) {
     const Suites suites(host);
+    return ReadScene(suites, Location::retaining(suites, root), options, {}, report).scene;
+}
+
+ReadResult ReadScene(const Suites& suites, const Location& root, const ReadOptions& options,
+                     const ReadResult& earlier, Report& report) {
     if (!root) throw RenderError("there is no scene to read");
+    if (root.hasFailed()) throw root.failure();
     try {
-        const Location location = Location::retaining(suites, root);
-        if (location.hasFailed()) throw location.failure();
-        return Read(suites, location, options, report);
+        return Read(suites, root, options, earlier, report);
     } catch (const RenderError&) {
         throw;
     } catch (const std::bad_alloc&) {

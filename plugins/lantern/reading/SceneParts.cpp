@@ -32,15 +32,19 @@ private:
 /// Moves shapes, surfaces, materials and textures into the scene when they are first used.
 class Joiner {
 public:
-    Joiner(SceneData& scene, std::deque<Shape> shapes, Surfaces::All surfaces)
-        : scene(scene), shapes(std::move(shapes)), surfaces(std::move(surfaces)),
+    Joiner(SceneData& scene, std::deque<Shapes::Found> shapes, Surfaces::All surfaces,
+           std::vector<ShapeSource>& sources)
+        : scene(scene), sources(sources), shapes(std::move(shapes)), surfaces(std::move(surfaces)),
           shapeNumbers(this->shapes.size()), surfaceNumbers(this->surfaces.surfaces.size()),
           materialNumbers(this->surfaces.materials.size()) {
         materialOf(0);
     }
 
     Index shapeOf(Index old) {
-        return shapeNumbers.of(old, [&] { scene.shapes.push_back(std::move(shapes[old])); });
+        return shapeNumbers.of(old, [&] {
+            scene.shapes.push_back(std::move(shapes[old].shape));
+            sources.push_back(shapes[old].source);
+        });
     }
 
     Index surfaceOf(Index old) {
@@ -81,7 +85,8 @@ private:
     }
 
     SceneData& scene;
-    std::deque<Shape> shapes;
+    std::vector<ShapeSource>& sources;
+    std::deque<Shapes::Found> shapes;
     Surfaces::All surfaces;
     Numbers shapeNumbers;
     Numbers surfaceNumbers;
@@ -121,10 +126,12 @@ void SceneParts::reserveMemory(SceneData& scene) const {
     scene.instances.reserve(instanceCount);
 }
 
-SceneData SceneParts::join(std::deque<Shape> shapes, Surfaces::All surfaces) {
+SceneData SceneParts::join(std::deque<Shapes::Found> shapes, Surfaces::All surfaces,
+                           std::vector<ShapeSource>& sources) {
     SceneData scene;
     reserveMemory(scene);
-    Joiner joiner(scene, std::move(shapes), std::move(surfaces));
+    sources.clear();
+    Joiner joiner(scene, std::move(shapes), std::move(surfaces), sources);
     for (ScenePart& part : parts) {
         const auto first = static_cast<Index>(scene.transforms.size());
         part.transforms.drain([&](const M44f& matrix) { scene.transforms.push_back(matrix); });

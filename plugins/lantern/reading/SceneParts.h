@@ -81,8 +81,10 @@ public:
     Part insertAfter(Part part);
 
     /// Joins the parts to a scene. Shapes, surfaces, materials and textures are numbered in the
-    /// order of their first use; unused ones are left out, except for the first material.
-    SceneData join(std::deque<Shape> shapes, Surfaces::All surfaces);
+    /// order of their first use; unused ones are left out, except for the first material. Assigns
+    /// the sources of the scene's shapes.
+    SceneData join(std::deque<Shapes::Found> shapes, Surfaces::All surfaces,
+                   std::vector<ShapeSource>& sources);
 
 private:
     /// Reserves memory for all instances. Throws if there are too many.

@@ -36,10 +36,13 @@ std::optional<Shape> ReadShape(Kind kind, const ShapeReader& reader, const Attri
 
 Index Shapes::find(Kind kind, const Attribute& geometry, const Place& place) {
     const Hash ofKind{{static_cast<std::uint64_t>(kind), 0}};
-    const std::shared_ptr<Entry> entry = entryOf(geometry.hash().with(ofKind));
+    const Hash content = geometry.hash().with(ofKind);
+    const std::shared_ptr<Entry> entry = entryOf(content);
     const std::lock_guard<std::mutex> guard(entry->lock);
     if (!entry->isRead) {
-        entry->shape = read(kind, geometry, place);
+        const Index earlier = memory.find(content);
+        entry->shape = earlier == kNone ? read(kind, geometry, content, place)
+                                        : add({{}, {content, earlier, false}});
         entry->isRead = true;
     }
     return entry->shape;
@@ -53,13 +56,18 @@ std::shared_ptr<Shapes::Entry> Shapes::entryOf(const Hash& key) {
     return entry;
 }
 
-Index Shapes::read(Kind kind, const Attribute& geometry, const Place& place) {
+Index Shapes::read(Kind kind, const Attribute& geometry, const Hash& content, const Place& place) {
     const ShapeReader reader{suites, shutter,
                              [&](const std::string& what) { warnings.warn(place.path(), what); }};
     std::optional<Shape> shape = ReadShape(kind, reader, geometry);
     if (!shape) return kNone;
+    const bool isSubdivided = shape->subdivision != nullptr;
+    return add({std::move(*shape), {content, kNone, isSubdivided}});
+}
+
+Index Shapes::add(Found found) {
     const std::lock_guard<std::mutex> guard(lock);
-    shapes.push_back(std::move(*shape));
+    shapes.push_back(std::move(found));
     return static_cast<Index>(shapes.size() - 1);
 }
 

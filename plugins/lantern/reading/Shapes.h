@@ -9,6 +9,7 @@
 
 #include "SceneData.h"
 #include "reading/Place.h"
+#include "reading/ShapeMemory.h"
 #include "reading/Shutter.h"
 #include "reading/Warnings.h"
 
@@ -20,15 +21,21 @@ enum class Kind { Group, Mesh, SubdivisionMesh, Points, Sphere, Curves, Light, F
 /// The shapes of a scene; equal ones are read once. Safe from several threads at once.
 class Shapes {
 public:
-    Shapes(const Suites& suites, const Shutter& shutter, Warnings& warnings)
-        : suites(suites), shutter(shutter), warnings(warnings) {}
+    /// Shapes that are in the memory are left empty.
+    Shapes(const Suites& suites, const Shutter& shutter, const ShapeMemory& memory,
+           Warnings& warnings)
+        : suites(suites), shutter(shutter), memory(memory), warnings(warnings) {}
 
     /// The number of the shape that this geometry describes; kNone if it cannot be drawn. Numbers
     /// are assigned in the order of the calls. The place is for warnings.
     Index find(Kind kind, const Attribute& geometry, const Place& place);
 
+    struct Found {
+        Shape shape;
+        ShapeSource source;
+    };
     /// All shapes by number; to be called once, after the last find().
-    std::deque<Shape> take() { return std::move(shapes); }
+    std::deque<Found> take() { return std::move(shapes); }
 
 private:
     struct Entry {
@@ -42,14 +49,16 @@ private:
     };
 
     std::shared_ptr<Entry> entryOf(const Hash& key);
-    Index read(Kind kind, const Attribute& geometry, const Place& place);
+    Index read(Kind kind, const Attribute& geometry, const Hash& content, const Place& place);
+    Index add(Found found);
 
     const Suites& suites;
     const Shutter& shutter;
+    const ShapeMemory& memory;
     Warnings& warnings;
     std::array<Shard, 16> shards;
     std::mutex lock; // guards shapes
-    std::deque<Shape> shapes;
+    std::deque<Found> shapes;
 };
 
 } // namespace lantern
