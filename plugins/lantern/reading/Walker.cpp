@@ -109,24 +109,31 @@ void Walker::visit(Level& level) {
             return;
         }
     }
+    const bool isGroup = facts.kind == Kind::Group;
+    if (isGroup && showInstances(place)) return; // after this call, `facts` may be overwritten
     Place firstChild = place.firstChild();
-    if (facts.kind != Kind::Group) show(place, facts, firstChild);
+    if (!isGroup) show(place, facts, firstChild);
     if (firstChild) push(std::move(firstChild));
 }
 
 void Walker::show(const Place& place, LocationFacts& facts, const Place& firstChild) {
     if (facts.kind == Kind::FaceSet) return;
     if (facts.kind == Kind::Light) return addLight(place, facts);
+    const Index shape = shapeOf(place, facts);
+    if (shape == kNone) return;
+    const InstanceMatrices matrices(here.transform);
+    if (matrices.warning) context.warnings.warn(place.path(), matrices.warning);
+    if (matrices.count == 0) return;
+    part->addInstance(shape, surfaceOf(place, facts, firstChild), matrices);
+    if (context.namesLocations) part->addName(place.location().path());
+}
+
+Index Walker::shapeOf(const Place& place, LocationFacts& facts) {
     if (!facts.shape) {
         context.report.throwIfCancelled();
         facts.shape = context.shapes.find(facts.kind, facts.geometry, place);
     }
-    if (*facts.shape == kNone) return;
-    const InstanceMatrices matrices(here.transform);
-    if (matrices.warning) context.warnings.warn(place.path(), matrices.warning);
-    if (matrices.count == 0) return;
-    part->addInstance(*facts.shape, surfaceOf(place, facts, firstChild), matrices);
-    if (context.namesLocations) part->addName(place.location().path());
+    return *facts.shape;
 }
 
 Index Walker::surfaceOf(const Place& place, LocationFacts& facts, const Place& firstChild) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <vector>
 
 #include "reading/LocationFacts.h"
@@ -61,9 +62,22 @@ private:
     void advance(Level& level);
     void visit(Level& level);
     void show(const Place& place, LocationFacts& facts, const Place& firstChild);
+    Index shapeOf(const Place& place, LocationFacts& facts);
     Index surfaceOf(const Place& place, LocationFacts& facts, const Place& firstChild);
     std::vector<FaceSet> faceSetsAmong(Place child) const;
     void addLight(const Place& place, const LocationFacts& facts);
+
+    /// A shape of a prototype, with the transforms of the locations between both.
+    struct PlacedShape {
+        std::vector<LocalTransform> transforms; ///< outermost first
+        Index shape = 0;
+        Index surface = 0;
+    };
+    using Prototype = std::vector<PlacedShape>;
+
+    bool showInstances(const Place& place);
+    std::optional<Prototype> readPrototype(const Location& top);
+    const char* addPrototype(const Prototype& prototype, const M44d& matrix);
 
     Level& push(Place place);
     void checkIn();
