@@ -25,7 +25,7 @@ std::string Forest(const std::string& tree, const std::string& settings, const s
            array + "}}]}";
 }
 
-const char* const kGrid = R"("mode": "grid", "counts": [7, 5, 3], "step": [1.5, 2.0, 2.5],
+const char* const kGrid = R"("mode": "grid", "counts": [7, 5, 3], "spacing": [1.5, 2.0, 2.5],
     "groupSize": 4)";
 const char* const kScatter = R"("mode": "scatter", "count": 60, "seed": 3, "spin": true,
     "extent": [-9, 9, 0, 1, -9, 9], "groupSize": 5)";
@@ -33,7 +33,7 @@ const char* const kScatter = R"("mode": "scatter", "count": 60, "seed": 3, "spin
 /// Two shapes below groups with transforms, and some that are hidden.
 std::string Tree() {
     return R"("a": {"xform": {"rotate": [20.0, 0.0, 1.0, 0.0], "translate": [0.5, 0.0, 0.0]},
-                    "material": {"surfaceShader": "standard", "surfaceParams": {"metalness": 1.0}}},
+                    "material": {"surfaceShader": "matte", "surfaceParams": {"Kd": [1.0, 0, 0]}}},
         "c": {"crown": {"a": {"xform": {"scale": [2.0, 1.0, 0.5]}}, "c": {)" +
            Triangle("leaf", R"("xform": {"translate": [0.0, 3.0, 0.0]})") + "," +
            Triangle("hidden", R"("visible": 0)") + R"(}},
@@ -79,7 +79,7 @@ TEST(ReadInstances, GivesASingleShapeAsAWalkDoes) {
 TEST(ReadInstances, KeepsTheMaterialsFromAbove) {
     ExpectSameBothWays(
         Tree(), kGrid, 2 * 7 * 5 * 3,
-        R"("material": {"surfaceShader": "standard", "surfaceParams": {"roughness": 0.1}})");
+        R"("material": {"surfaceShader": "matte", "surfaceParams": {"Kd": [0.0, 0, 1]}})");
 }
 
 TEST(ReadInstances, WalksPrototypesWithLights) {
@@ -98,7 +98,8 @@ TEST(ReadInstances, NamesTheInstanceWhoseTransformCannotBeDrawn) {
     Told told;
     const std::string flat =
         R"("a": {"type": "sphere", "geometry": {"radius": 1.0}, "xform": {"scale": [1e30, 1.0, 1.0]}})";
-    ReadJson(Forest(flat, "", R"("mode": "grid", "counts": [5, 1, 1], "step": [1, 1, 1])"), told);
+    ReadJson(Forest(flat, "", R"("mode": "grid", "counts": [5, 1, 1], "spacing": [1.0, 1.0, 1.0])"),
+             told);
     ASSERT_FALSE(told.warnings.empty());
     EXPECT_THAT(told.warnings[0], HasSubstr("/root/world/forest/"));
 }

@@ -28,7 +28,7 @@ const char* const kWorld = R"({"ops": [{"name": "scene", "type": "StaticScene", 
             "xform": {"translate": [-0.8, 0.0, -4.0]}}},
         "veil": {"a": {"type": "polymesh", "xform": {"translate": [0.0, 0.0, -3.0]},
             "material": {"style": "network", "terminals": {"surface": "s"}, "nodes": {"s": {
-                "name": "s", "type": "standard", "parameters": {"opacity": 0.5}}}},
+                "name": "s", "type": "standard_surface", "parameters": {"opacity": 0.5}}}},
             "geometry": {
                 "point": {"P": {"$type": "float", "values": [[0, 0, 0], [1, 0, 0], [0, 1, 0]]}},
                 "poly": {"vertexList": [0, 1, 2], "startIndex": [0, 3]}}}},
