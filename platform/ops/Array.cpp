@@ -59,6 +59,17 @@ LocationSet TouchedByArgument(const std::string& name, const ArrayState& state) 
     return LocationSet::subtrees({state.target});
 }
 
+/// True when only the number of instances differs, and those that both arrays have are equal: the
+/// count of a scatter, or that of a grid along the last axis.
+bool IsLongerOnly(const std::vector<std::string>& names, const GroupAttribute& before,
+                  const GroupAttribute& after) {
+    if (names.size() != 1) return false;
+    if (names[0] != "counts") return names[0] == "count";
+    const auto old = IntAttribute(before.getChildByName("counts")).getNearestSample(0);
+    const auto now = IntAttribute(after.getChildByName("counts")).getNearestSample(0);
+    return old.size() == 3 && now.size() == 3 && old[0] == now[0] && old[1] == now[1];
+}
+
 /// The location is neither an instance nor below one.
 void CookSurroundings(CookContext& context, const ArrayState& state) {
     const std::string& path = context.path();
@@ -135,8 +146,11 @@ public:
         if (!old || !now) return old || now ? RegionOf(old ? *old : *now) : LocationSet();
         if (old->source != now->source || old->target != now->target)
             return LocationSet::unionOf({RegionOf(*old), RegionOf(*now)});
+        const std::vector<std::string> names = OxAttribute::DifferingChildren(before, after);
+        if (IsLongerOnly(names, before, after))
+            return old->tree.differenceTo(now->tree, now->target);
         LocationSet touched;
-        for (const std::string& name : OxAttribute::DifferingChildren(before, after))
+        for (const std::string& name : names)
             touched.add(TouchedByArgument(name, *now));
         return touched;
     }

@@ -10,6 +10,9 @@ namespace {
 
 constexpr std::size_t kPrefixLength = 2;
 
+// A set of locations with more of them than this is no faster than the subtree of all.
+constexpr std::uint64_t kMostListed = 1000;
+
 std::string_view PrefixOf(std::size_t level) {
     return level == 0 ? "i_" : "g_";
 }
@@ -80,17 +83,45 @@ std::uint64_t InstanceTree::numberOfGroupsBelow(const Place& group) const {
 }
 
 std::string InstanceTree::pathOf(std::uint64_t instance, const Place& group) const {
+    return group.level == 0 ? std::string() : pathOf(group.level - 1, 0, instance);
+}
+
+std::string InstanceTree::pathOf(std::size_t first, std::size_t level, std::uint64_t index) const {
     std::string path;
-    for (std::size_t level = group.level; level-- > 0;) {
-        std::uint64_t index = instance;
-        for (std::size_t i = 0; i < level; ++i)
-            index /= groupSize;
+    for (std::size_t above = first + 1; above-- > level;) {
+        std::uint64_t indexAbove = index;
+        for (std::size_t i = level; i < above; ++i)
+            indexAbove /= groupSize;
         if (!path.empty()) path += '/';
-        path += PrefixOf(level);
-        path.append(widths[level], '0');
-        WriteDigits(index, widths[level], path.data() + path.size() - widths[level]);
+        path += PrefixOf(above);
+        path.append(widths[above], '0');
+        WriteDigits(indexAbove, widths[above], path.data() + path.size() - widths[above]);
     }
     return path;
+}
+
+LocationSet InstanceTree::differenceTo(const InstanceTree& other, const std::string& top) const {
+    if (groupSize != other.groupSize || widths != other.widths) return LocationSet::subtrees({top});
+    const bool isSmaller = counts.front() < other.counts.front();
+    const InstanceTree& less = isSmaller ? *this : other;
+    const InstanceTree& more = isSmaller ? other : *this;
+    std::vector<std::string> parents;
+    std::vector<std::string> added;
+    for (std::size_t level = 0; level < counts.size(); ++level) {
+        // Only those below groups that both trees have.
+        std::uint64_t end = more.counts[level];
+        if (level < topLevel()) end = std::min(end, less.counts[level + 1] * groupSize);
+        const std::uint64_t begin = less.counts[level];
+        if (begin >= end) continue;
+        if (end - begin > kMostListed) return LocationSet::subtrees({top});
+        parents.push_back(level == topLevel()
+                              ? top
+                              : top + '/' +
+                                    pathOf(topLevel(), level + 1, less.counts[level + 1] - 1));
+        for (std::uint64_t index = begin; index < end; ++index)
+            added.push_back(top + '/' + pathOf(topLevel(), level, index));
+    }
+    return LocationSet::unionOf({LocationSet::exactly(parents), LocationSet::subtrees(added)});
 }
 
 std::string InstanceTree::pattern() const {

@@ -56,6 +56,10 @@ public:
     /// The pattern of all instances, relative to the tree's top: "/g_*/i_*".
     std::string pattern() const;
 
+    /// Where two trees below the location `top` differ, when they repeat the same source and their
+    /// instances with equal indices are equal.
+    LocationSet differenceTo(const InstanceTree& other, const std::string& top) const;
+
     /// Invalid for a tree without instances.
     StringAttribute topNames() const;
     /// The children of the group at `place`.
@@ -63,6 +67,9 @@ public:
 
 private:
     std::size_t topLevel() const { return counts.size() - 1; }
+    /// The names that lead to the location `index` of a level, from the level `first` down:
+    /// "g_47/i_4711".
+    std::string pathOf(std::size_t first, std::size_t level, std::uint64_t index) const;
     /// The children of some groups of a level, or of one.
     Range childrenOf(std::size_t level, Range groups) const;
     Range childrenOf(std::size_t level, std::uint64_t index) const;

@@ -67,6 +67,16 @@ protected:
         return add("Transform", {{"paths", Text(glob)}, {"translate", Doubles({x, 0, 0})}},
                    {input});
     }
+    Op array(double spacing, int count, const Op& input) {
+        const int counts[] = {count, 1, 1};
+        return add("Array",
+                   {{"source", Text("/root/b")},
+                    {"target", Text("/root/t/*")},
+                    {"counts", IntAttribute(counts, 3, 3)},
+                    {"spacing", Doubles({spacing, 1, 1})},
+                    {"groupSize", Int(10)}},
+                   {input});
+    }
     Names changed(const Op& before, const Op& after) {
         const Names names = ChangedLocations(before, after).describe();
         EXPECT_EQ(ChangedLocations(after, before).describe(), names);
@@ -174,24 +184,37 @@ TEST_F(ChangedLocationsTest, OfAnAssignmentFollowItsMaterial) {
 }
 
 TEST_F(ChangedLocationsTest, OfAnArrayAreItsInstances) {
-    const auto array = [this](double spacing, int count, const Op& input) {
-        const int counts[] = {count, 1, 1};
-        return add("Array",
-                   {{"source", Text("/root/b")},
-                    {"target", Text("/root/t/*")},
-                    {"counts", IntAttribute(counts, 3, 3)},
-                    {"spacing", Doubles({spacing, 1, 1})},
-                    {"groupSize", Int(10)}},
-                   {input});
-    };
     const Op below = scene();
     EXPECT_THAT(changed(array(1, 50, below), array(2, 50, below)),
                 ElementsAre("/root/t/[*]/g_*/i_*"));
-    EXPECT_THAT(changed(array(1, 50, below), array(1, 51, below)), ElementsAre("/root/t/*/**"));
-    EXPECT_THAT(changed(below, array(1, 50, below)),
-                ElementsAre("/root", "/root/b/**", "/root/t", "/root/t/*/**"));
     EXPECT_THAT(changed(array(1, 50, below), array(1, 50, transform("/root/b/c", 1, below))),
                 ElementsAre("/root/b/c", "/root/t/[*]/g_*/i_*/c"));
+}
+
+TEST_F(ChangedLocationsTest, OfALongerArrayAreItsNewInstances) {
+    const Op below = scene();
+    const auto grid = [&](int x, int z) {
+        const int counts[] = {x, 1, z};
+        return add("Array",
+                   {{"source", Text("/root/b")},
+                    {"target", Text("/root/t")},
+                    {"counts", IntAttribute(counts, 3, 3)},
+                    {"groupSize", Int(10)}},
+                   {below});
+    };
+    EXPECT_THAT(changed(grid(1, 35), grid(1, 37)),
+                ElementsAre("/root/t/g_3", "/root/t/g_3/i_35/**", "/root/t/g_3/i_36/**"));
+    EXPECT_THAT(changed(grid(1, 39), grid(1, 55)),
+                ElementsAre("/root/t", "/root/t/g_3", "/root/t/g_3/i_39/**", "/root/t/g_4/**",
+                            "/root/t/g_5/**"));
+    EXPECT_THAT(changed(grid(1, 40), grid(1, 101)), ElementsAre("/root/t/**"));
+    EXPECT_THAT(changed(grid(2, 20), grid(4, 10)), ElementsAre("/root/t/**"));
+}
+
+TEST_F(ChangedLocationsTest, OfAnArrayIncludeNewAncestorsOfItsTarget) {
+    const Op below = scene();
+    EXPECT_THAT(changed(below, array(1, 50, below)),
+                ElementsAre("/root", "/root/b/**", "/root/t", "/root/t/*/**"));
 }
 
 TEST_F(ChangedLocationsTest, OfAMergeAreThoseOfTheInputsThatDiffer) {

@@ -47,6 +47,17 @@ public:
         return nodes;
     }
 
+    /// A scene with an array of one of its locations.
+    Nodes arrayGraph() {
+        const GroupAttribute leaf = Location({{"n", Int(1)}});
+        const GroupAttribute branch = Location({}, {{"c", leaf}});
+        const GroupAttribute scene = Location({}, {{"a", branch}, {"b", branch}, {"c", leaf}});
+        return {{"StaticScene", scene, {}}, {"Array", arrayArgs(), {0}}};
+    }
+
+    /// Changes, adds or leaves out one argument of an Op.
+    void editArgument(Node& edited) { edited.args = withOtherArgument(edited); }
+
     /// One edit of a graph: other arguments, another input, another type, an Op more or less.
     void edit(Nodes& nodes) {
         const std::size_t place = below(nodes.size());
@@ -137,13 +148,13 @@ private:
     }
 
     GroupAttribute arrayArgs() {
-        const int count = 1 + int(below(3));
+        const int count = 1 + int(below(4));
         Children args{{"source", Text(("/root/" + name()).c_str())},
                       {"target", Text(("/root/" + name() + (oneIn(2) ? "/a" : "")).c_str())},
                       {"groupSize", Int(2)},
                       {"keepSource", Int(int(below(2)))}};
         if (oneIn(2)) {
-            const int counts[] = {count, 1, 1};
+            const int counts[] = {1 + int(below(2)), 1, count};
             args.emplace_back("counts", OxAttribute::IntAttribute(counts, 3, 3));
             args.emplace_back("spacing", Doubles({double(1 + below(2)), 1, 1}));
         } else {

@@ -153,7 +153,7 @@ TEST(TouchedLocations, HaveEveryLocationThatDiffersAfterARandomEdit) {
     const TempDirectory folder;
     const Names sceneFiles{WriteSceneFile(folder, "b"), WriteSceneFile(folder, "c")};
     int bounded = 0;
-    constexpr unsigned kRounds = 8000;
+    constexpr unsigned kRounds = 6000;
     for (unsigned round = 0; round < kRounds; ++round) {
         RandomGraph::Maker maker(round, sceneFiles);
         const RandomGraph::Nodes before = maker.graph();
@@ -167,4 +167,17 @@ TEST(TouchedLocations, HaveEveryLocationThatDiffersAfterARandomEdit) {
         if (!isEverything) ++bounded;
     }
     EXPECT_GT(bounded, int(kRounds) / 2) << "sets of everything are always right";
+}
+
+TEST(TouchedLocations, HaveEveryLocationThatDiffersBetweenRandomArrays) {
+    const Names noFiles;
+    for (unsigned round = 0; round < 1000; ++round) {
+        RandomGraph::Maker maker(round, noFiles);
+        const RandomGraph::Nodes before = maker.arrayGraph();
+        RandomGraph::Nodes after = before;
+        maker.editArgument(after.back());
+        ASSERT_THAT(MissingLocations(before, after), IsEmpty())
+            << "round " << round << "\nbefore:" << Describe(before)
+            << "\nafter:" << Describe(after);
+    }
 }
