@@ -123,7 +123,7 @@ public:
                           const GroupAttribute& after) const override {
         const std::string pathBefore = pathOf(ArgReader(description(), before));
         const std::string path = pathOf(ArgReader(description(), after));
-        const LocationSet cameras = LocationSet::exactly({pathBefore, path});
+        LocationSet cameras = LocationSet::exactly({pathBefore, path});
         // An Op without arguments has a camera, but there may be no Op at all.
         if (before.isValid() && after.isValid() && pathBefore == path) return cameras;
         return LocationSet::unionOf(
