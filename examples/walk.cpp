@@ -1,11 +1,10 @@
-// Prints the path and the type of every location of a scene: walk <op file>
+// Prints the path and the type of every location of a scene: walk <scene>
 #include <iostream>
 #include <stdexcept>
 
-#include <OxTellarProducers/CreateGeometryProducer.h>
-#include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarProducers/Scene.h>
 
-using Producer = boost::intrusive_ptr<TELLAR::GeometryProducer>;
+using Producer = TELLAR::GeometryProducer::Ptr;
 
 static void Print(const Producer& location) {
     std::cout << location->getFullName() << "  " << location->getType() << '\n';
@@ -14,8 +13,8 @@ static void Print(const Producer& location) {
 }
 
 int main(int argc, char** argv) try {
-    if (argc != 2) throw std::invalid_argument("usage: walk <op file>");
-    const Producer root = TELLAR::CreateThreadAwareGeometryProducer(argv[1], "/root");
+    if (argc != 2) throw std::invalid_argument("usage: walk <scene>");
+    const Producer root = TELLAR::Scene::Open(argv[1])->getRoot();
     if (!root) throw std::runtime_error("the scene has no /root");
     Print(root);
 } catch (const std::exception& error) {

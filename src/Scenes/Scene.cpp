@@ -52,7 +52,7 @@ Scene::~Scene() = default;
 std::shared_ptr<Scene> Scene::Open(const std::string& path) {
     const SceneDescription description = ReadSceneDescription(path);
     const bool isModel = description.kind == SceneKind::SceneFile;
-    const auto scene =
+    std::shared_ptr<Scene> scene =
         FromDescription(isModel ? WithVersion(description.ops, path) : description.ops);
     // SceneImport reads the file when it cooks the location below the root, and CapturedScene when
     // it cooks the root. After that the file need not be there any more, and a bad one was refused.

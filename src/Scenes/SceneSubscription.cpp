@@ -28,8 +28,8 @@ GeometryProducer::Ptr SceneUpdate::getNewRoot() const {
     return RootOf(*newRevision);
 }
 
-SceneSubscription::SceneSubscription(std::shared_ptr<SceneRevisions> owner)
-    : revisions(std::move(owner)), acknowledged(revisions->getNewest()) {}
+SceneSubscription::SceneSubscription(std::shared_ptr<SceneRevisions> revisions)
+    : revisions(std::move(revisions)), acknowledged(this->revisions->getNewest()) {}
 
 SceneSubscription::~SceneSubscription() = default;
 

@@ -78,7 +78,7 @@ void Scene::readStandardInput() {
 }
 
 /// Remembers the places of ops, but not for a model: errors about its op name the file already.
-void Scene::take(TELLAR::SceneDescription read) {
+void Scene::take(const TELLAR::SceneDescription& read) {
     kind = read.kind;
     description = read.ops;
     comments = read.text.comments;

@@ -74,7 +74,7 @@ private:
                                           const std::string& location) const;
 
     void readStandardInput();
-    void take(TELLAR::SceneDescription read);
+    void take(const TELLAR::SceneDescription& read);
 
     std::string path;
     std::shared_ptr<const StandardInput> input; // null for other files

@@ -5,8 +5,8 @@
 
 #include "ExceptionText.h"
 
-TellarError::TellarError(ErrorFacts parts)
-    : std::runtime_error(parts.text), facts(std::make_shared<const ErrorFacts>(std::move(parts))) {}
+TellarError::TellarError(ErrorFacts facts)
+    : std::runtime_error(facts.text), facts(std::make_shared<const ErrorFacts>(std::move(facts))) {}
 
 TellarError::TellarError(OxErrorCode code, const std::string& text)
     : TellarError(ErrorFacts{code, text, {}, {}, {}, {}, {}}) {}
