@@ -11,6 +11,7 @@
 #include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
 #include <OxTellarProducers/OxScenegraphLocationDelegateCache.h>
 #include <OxTellarSDK/AttributeSuite.h>
+#include <OxTellarSDK/AttributeSuite4.h>
 #include <OxTellarSDK/ErrorHandle.h>
 #include <OxTellarSDK/PluginManager.h>
 
@@ -314,7 +315,7 @@ TEST_F(Validation, CountsWhatIsRepeated) {
                                       "times\n$"));
 }
 
-TEST_F(Validation, LeavesTheValuesOfThePluginUnchanged) {
+TEST_F(Validation, LeavesTextsUnchanged) {
     const auto& attributes =
         *static_cast<const OxAttributeSuite_v1*>(Host()->getSuite("AttributeHost", 1));
     EXPECT_NE(&attributes, OxGetBuiltInAttributeSuite());
@@ -323,6 +324,21 @@ TEST_F(Validation, LeavesTheValuesOfThePluginUnchanged) {
     EXPECT_STREQ(attributes.getString(made, 0, 1), "b c");
     EXPECT_EQ(attributes.getString(made, 0, 1), attributes.getString(made, 0, 1));
     attributes.release(made);
+}
+
+TEST_F(Validation, LeavesSamplesUnchanged) {
+    const auto& suite =
+        *static_cast<const OxAttributeSuite_v4*>(Host()->getSuite("AttributeHost", 4));
+    const double values[] = {1, 2, 3, 4};
+    const float times[] = {-0.5f, 0.5f};
+    OxSamples samples{kAttributeTypeDouble, 2, 2, 2, times, values};
+    OxAttributeStruct* made = suite.createSamples(&samples, nullptr);
+    OxSamples read{};
+    ASSERT_EQ(suite.getSamples(made, &read, nullptr), 1);
+    EXPECT_THAT(std::vector<float>(read.times, read.times + 2), testing::ElementsAre(-0.5f, 0.5f));
+    const auto* const found = static_cast<const double*>(read.values);
+    EXPECT_THAT(std::vector<double>(found, found + 4), testing::ElementsAre(1, 2, 3, 4));
+    suite.release(made);
 }
 
 TEST(ValidationDeathTest, EndsTheProcessAtTheFirstFindingWhenAsked) {

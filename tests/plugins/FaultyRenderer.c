@@ -1,5 +1,5 @@
 /* A renderer that misuses the suites of its host in one way a render: the job's picture names the
-   way. Other pictures are rendered without a fault, and none is written. */
+   way before its extension. Other pictures are rendered without a fault, and none is written. */
 
 #define _POSIX_C_SOURCE 200809L /* threads */
 
@@ -276,6 +276,7 @@ static const struct Fault {
 };
 
 static int render(const OxRenderJob_v1* job) {
+    const size_t length = strcspn(job->picture, ".");
     Use use;
     use.job = job;
     use.old = getSuites();
@@ -284,7 +285,9 @@ static int render(const OxRenderJob_v1* job) {
     use.child = use.old.iterators->getFirstChild(job->root, false);
     use.old.iterators->retainIterator(use.child);
     for (size_t i = 0; i < sizeof(kFaults) / sizeof(kFaults[0]); ++i)
-        if (strcmp(kFaults[i].name, job->picture) == 0) kFaults[i].commit(&use);
+        if (strlen(kFaults[i].name) == length &&
+            strncmp(kFaults[i].name, job->picture, length) == 0)
+            kFaults[i].commit(&use);
     use.old.iterators->releaseIterator(use.child);
     return kOxRenderDone;
 }

@@ -1,9 +1,9 @@
 #include "Validation.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
-#include "NamedLogger.h"
 #include "OxScenegraphIteratorHost.h"
 #include "PluginTables.h"
 #include "WrapSuite.h"
@@ -11,8 +11,6 @@
 namespace TELLAR {
 
 namespace {
-
-const NamedLogger kLogger("Validation");
 
 constexpr const char* kVariable = "TELLAR_VALIDATE";
 
@@ -26,7 +24,7 @@ bool Install() {
     const std::string value = text ? text : "";
     if (value.empty() || value == "0") return false;
     if (value != "1" && value != "abort") {
-        kLogger.warn("{} is \"{}\": only 1 and abort turn validation on", kVariable, value);
+        std::fputs("TELLAR_VALIDATE: not turned on: the value is neither 1 nor abort\n", stderr);
         return false;
     }
     auto* const validator = new Validator(value == "abort");

@@ -258,9 +258,10 @@ void Validator::lendRecord(const CallValue& record, const void* owner, const Cal
     if (record.getType().record == RecordType::Samples) {
         auto& samples = *record.get<OxSamples*>();
         const auto count = static_cast<std::size_t>(samples.sampleCount);
+        const std::size_t valueSize = samples.type == kAttributeTypeDouble ? 8 : 4;
         samples.times = static_cast<const float*>(lendValues(samples.times, count * sizeof(float)));
-        samples.values = static_cast<const void* const*>(
-            lendValues(static_cast<const void*>(samples.values), count * sizeof(void*)));
+        samples.values = lendValues(
+            samples.values, count * static_cast<std::size_t>(samples.valueCount) * valueSize);
     }
 }
 
