@@ -20,7 +20,7 @@ namespace {
 constexpr int kPasses = 7;
 constexpr int kThreads = 2;
 
-/// What one thread adds up, in a cache line of its own.
+/// The sum of one thread, in a cache line of its own.
 struct alignas(64) ThreadSum {
     Checksum sum;
 };

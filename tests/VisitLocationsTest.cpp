@@ -18,7 +18,7 @@
 #include "ProducerVariants.h"
 #include "VisitScenes.h"
 
-// What a visit finds, in which order, and on which threads.
+// The locations that visits find, their order, and the threads of the calls.
 
 namespace {
 
@@ -253,7 +253,7 @@ TEST(VisitLocations, MayBeCalledByAVisitor) {
     EXPECT_EQ(count, expected);
 }
 
-// What is passed down -----------------------------------------------------------------------------
+// Values passed down ------------------------------------------------------------------------------
 
 TEST_P(AnyVisit, PassesDownWhatTheVisitorSetsAtTheParent) {
     std::atomic<int> wrong{0};

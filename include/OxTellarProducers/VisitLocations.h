@@ -14,11 +14,11 @@
 
 namespace TELLAR {
 
-/// What a visitor wants after a location.
+/// The answer of a visitor.
 enum class VisitWish {
     GoOn,
-    Prune, ///< to leave out everything below the location
-    Stop   ///< to end the visit
+    Prune, ///< leaves out everything below the location
+    Stop   ///< ends the visit
 };
 
 /// How a visit ended.
@@ -38,12 +38,12 @@ struct TELLAR_API VisitedLocation {
     /// Null at the start of the visit.
     GeometryProducer* parent = nullptr;
     /// The indices among potential children that lead here from the start of the visit, one for
-    /// each level. Compared as lexicographical_compare does, they give the order of the tree.
+    /// each level. In lexicographical order, places are in the order of the tree.
     const std::vector<std::int64_t>& place;
     /// The thread of the call: 0 is the one that called VisitLocations. No two calls at once have
     /// the same number.
     int thread = 0;
-    /// What the visitor passed down at the parent; null at the start.
+    /// The value that the visitor passed down at the parent; null at the start.
     const std::shared_ptr<const void>& inherited;
     /// Set by the visitor, for the children of the location. It is dropped when none of them needs
     /// it any more.
@@ -74,11 +74,11 @@ struct VisitOptions {
 /// null `start` has nothing to visit. A scene may be of any depth.
 ///
 /// The first exception of the visitor or of isCancelled ends the visit, and is thrown here when all
-/// calls have returned. After Stop, cancellation or an exception no call begins any more, but for
-/// those that other threads are about to make.
+/// calls have returned. After Stop, cancellation or an exception, other threads end the calls that
+/// they have begun or are about to begin.
 ///
 /// Threads: with more than one, the producer must be of a kind that several threads may navigate at
-/// once, whatever `isOrdered` says. Those of the library are, over a client that allows it.
+/// once, whatever `isOrdered` says. The library's own kinds are, over a client that allows it.
 /// Children are found by getChildByIndex.
 TELLAR_API VisitEnd VisitLocations(const GeometryProducer::Ptr& start, const VisitOptions& options,
                                    const Visitor& visitor);

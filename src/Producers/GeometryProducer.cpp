@@ -40,7 +40,7 @@ GeometryProducer::GeometryProducer(Ptr parentProducer) : parent(std::move(parent
 
 GeometryProducer::~GeometryProducer() {
     --liveProducers;
-    // Ancestors that nobody else holds go one by one: scenes may be deeper than the stack.
+    // Ancestors without another holder go one by one: scenes may be deeper than the stack.
     Ptr ancestor = std::move(parent);
     while (ancestor && ancestor->use_count() == 1) {
         Ptr next = std::move(ancestor->parent);

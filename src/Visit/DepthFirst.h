@@ -8,8 +8,8 @@
 
 #include <OxTellarProducers/GeometryProducer.h>
 
-// What is left of a depth-first walk: for each level, siblings that are not visited yet. A walk
-// keeps these in a stack of its own, because a scene may be too deep for recursion.
+// The parts of a depth-first walk that keeps a stack of its own, because a scene may be too deep for
+// recursion: on each level, the siblings that are not visited yet.
 
 namespace TELLAR {
 

@@ -19,12 +19,12 @@ namespace TELLAR {
 
 namespace {
 
-/// A thread takes the lock once for so many locations, of which it may have cooked as many in vain
-/// when the visitor prunes.
+/// The number of locations that a thread cooks before it takes the lock again. When the visitor
+/// prunes, they may have been cooked in vain.
 constexpr std::int64_t kMostTogether = 32;
-/// The calling thread cooks only so many while it waits for a location that another thread cooks.
+/// The same for the calling thread while it waits for a location that another thread cooks.
 constexpr std::int64_t kMostWhileWaiting = 4;
-/// The number of cooked locations for each thread at which it stops to cook ahead.
+/// Threads stop to cook ahead at this number of cooked locations, times the number of threads.
 constexpr std::size_t kMostAhead = 128;
 
 constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
@@ -49,7 +49,7 @@ public:
 private:
     const Visitor& visitor;
     std::vector<std::int64_t> place;
-    // For each level from the start down, what was passed down at the last location of that level.
+    // For each level from the start down, the value passed down at its last location.
     std::vector<std::shared_ptr<const void>> passedDown;
 };
 
@@ -64,8 +64,8 @@ bool HasWorkToShare(const std::vector<Siblings>& levels) {
 /// The state that the threads of a visit share.
 ///
 /// Every thread takes the first section of the tree that is open, cooks a few locations of it, and
-/// puts the rest back. So all work near the place where the visitor is, and no thread holds work
-/// while it waits.
+/// puts the rest back. So all of them work close in front of the visitor, and a thread that waits
+/// holds no work.
 class OrderedVisit {
 public:
     OrderedVisit(Siblings children, std::shared_ptr<const void> inherited, int threads,

@@ -12,9 +12,8 @@
 
 namespace TELLAR {
 
-/// The work that one thread has left in a depth-first visit. It holds only locations behind the one
-/// that the thread visits, so other threads may take from it at any time, however long that call of
-/// the visitor lasts.
+/// The work that one thread has left in a depth-first visit: the locations behind the one that it
+/// visits now. Other threads may take from it at any time, also during a long call of the visitor.
 class WorkStack {
 public:
     /// Siblings on one level, and what the visitor passed down to them.

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -22,7 +23,7 @@
 #include "SceneBuilders.h"
 #include "TestOps.h"
 
-/// Trees drawn at random, and what visits of them find.
+/// Trees drawn at random, and lines of text for the locations that visits find.
 namespace TellarTest {
 
 using Lines = std::vector<std::string>;
@@ -83,7 +84,7 @@ inline TELLAR::GeometryProducer::Ptr Open(const OxAttribute::GroupAttribute& ops
     return TELLAR::CreateSyncGeometryProducer(MakeClient(ops), "/root");
 }
 
-/// What a line of a location that cannot be cooked ends with.
+/// The end of the line of a location that cannot be cooked.
 constexpr const char* kFailedMark = " fails";
 
 /// The paths of the location and of all below it in the order of the tree, found by the client
@@ -187,6 +188,11 @@ protected:
             EXPECT_TRUE(Sorted(visited) == Sorted(expected));
     }
 };
+
+/// Names the mode in messages of failed tests.
+inline void PrintTo(const VisitMode& mode, std::ostream* out) {
+    *out << mode.name;
+}
 
 inline std::string NameOfMode(const testing::TestParamInfo<VisitMode>& mode) {
     return mode.param.name;
