@@ -51,7 +51,7 @@ LocationSet RegionOf(const ArrayState& state) {
                                  LocationSet::ancestorsOf(state.target)});
 }
 
-/// What differs between arrays that differ in one argument and have the same source and target.
+/// The locations that differ between arrays with the same source and target when one argument does.
 LocationSet TouchedByArgument(const std::string& name, const ArrayState& state) {
     if (name == "keepSource") return LocationSet::subtrees({state.source}).withParents();
     if (name == "spacing" || name == "extent" || name == "seed" || name == "spin")

@@ -15,6 +15,7 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/LocationPath.h>
+#include <OxTellarSDK/LocationSet.h>
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/OxPluginApi.h>
 #include <OxTellarSDK/TellarError.h>
@@ -27,6 +28,8 @@ using OxAttribute::GroupBuilder;
 using OxAttribute::IntAttribute;
 using OxAttribute::StringAttribute;
 using OxLocationPath::IsSelfOrBelow;
+using OxLocationPath::LocationSet;
+using OxLocationPath::PatternOf;
 
 constexpr std::int32_t kMostCopies = 100000;
 constexpr std::string_view kCopyName = "copy_";
@@ -51,6 +54,10 @@ double ReadNumber(const GroupAttribute& args, const char* name, double otherwise
         throw TellarError::OfAttribute(name,
                                        std::string("argument \"") + name + "\": not a number");
     return number.getValue(0);
+}
+
+std::string LocationOf(const GroupAttribute& args) {
+    return StringAttribute(args.getChildByName("location")).getValue("", false);
 }
 
 std::int32_t ReadCount(const GroupAttribute& args) {
@@ -128,7 +135,7 @@ public:
     std::shared_ptr<const OxOpType::State> prepare(const GroupAttribute& args,
                                                    std::size_t) const override {
         auto state = std::make_shared<SpiralState>();
-        state->location = StringAttribute(args.getChildByName("location")).getValue("", false);
+        state->location = LocationOf(args);
         if (state->location.rfind("/root/", 0) != 0)
             throw TellarError::OfAttribute("location",
                                            "argument \"location\": must begin with \"/root/\"");
@@ -148,6 +155,23 @@ public:
             cookLocation(context, state);
         else if (const std::optional<CopyPath> copy = FindCopy(state, path))
             cookCopy(context, state, *copy);
+    }
+
+    /// All copies may differ when an argument does.
+    LocationSet touchedBy(const GroupAttribute& before,
+                          const GroupAttribute& after) const override {
+        std::vector<std::string> locations;
+        for (const GroupAttribute* const args : {&before, &after})
+            if (args->isValid()) locations.push_back(LocationOf(*args));
+        return LocationSet::subtrees(locations);
+    }
+
+    /// What changes in the location changes in all copies.
+    LocationSet touchedThrough(const GroupAttribute& args, std::size_t,
+                               const LocationSet& changed) const override {
+        const std::string location = LocationOf(args);
+        const std::string copies = PatternOf(location) + '/' + std::string(kCopyName) + '*';
+        return LocationSet::unionOf({changed, changed.movedToEach(location, copies)});
     }
 
 private:
@@ -177,14 +201,14 @@ const OxOpType::OpType* GetOpType() {
 }
 
 const void* GetSuite() {
-    static constexpr OxOpTypePluginSuite_v1 suite = {GetOpType};
+    static constexpr OxOpTypePluginSuite_v3 suite = {GetOpType};
     return &suite;
 }
 
 constexpr OxPluginRecord_v1 kRecord = {OX_PLUGIN_RECORD_VERSION,
                                        "Spiral",
                                        OxOpType::kPluginApiName,
-                                       1, // the version of that API
+                                       OxOpType::kPluginApiVersion,
                                        1, // the version of this plug-in
                                        0,
                                        GetSuite,

@@ -9,7 +9,7 @@
 
 namespace TELLAR {
 
-/// What differs between the attributes of a location in two scenes.
+/// The differences between the attributes of a location in two scenes.
 struct AttributeChanges {
     std::uint32_t mask = 0;              // bits of SceneChangeMask
     std::vector<std::string> attributes; // those behind kOtherChanged

@@ -45,7 +45,7 @@ const OpNode* InputOf(const OpNode& op, std::size_t index) {
     return index < op.inputs.size() ? NodeOf(op.inputs[index]) : nullptr;
 }
 
-/// The zero hash for null, which is no Op's identity once it is committed.
+/// The zero hash for null. No committed Op has it.
 Hash IdentityOf(const OpNode* op) {
     return op ? op->identity : Hash();
 }

@@ -163,7 +163,7 @@ struct LocationSet::Content {
         addSubtree(std::move(ancestor));
     }
 
-    /// What the set has at and below `from`: the levels that follow.
+    /// The levels that lead from `from` to the members at and below it.
     PatternList levelsBelow(std::string_view from) const {
         if (isEverything || HasSelfOrAncestor(subtrees, from)) return {{std::string(kAnyLevels)}};
         PatternList below;
