@@ -43,8 +43,8 @@ struct SceneChange {
     /// group "geometry" have dotted names.
     std::vector<std::string> attributes;
     /// Why the location cannot be cooked in the old or the new scene; null where it can be. A
-    /// location with an error in one of the scenes, or with a different one in each, is Changed
-    /// with kAllChanged, and stands for all below it too.
+    /// location of both scenes with an error in one of them is Changed with kAllChanged, and stands
+    /// for all below it too. So is one with a different error in each.
     std::exception_ptr oldError;
     std::exception_ptr newError;
 };
