@@ -103,11 +103,15 @@ void StitchTiles(const char* const* tiles, std::int64_t count, const char* pictu
 
 OxRenderStruct* Start(const OxRenderJob_v2* given, OxErrorStruct** error) {
     return Guarded<OxRenderStruct*>(error, nullptr, [&] {
-        if (!given || given->size < sizeof *given || given->listener.size < sizeof given->listener)
+        if (!given || given->size < sizeof *given)
             throw RenderError("the job has no valid size", kOxErrorBadCall);
+        const std::uint32_t listenerSize = given->listener.size; // 0 means no listener
+        if (listenerSize != 0 && listenerSize < sizeof given->listener)
+            throw RenderError("the listener has no valid size", kOxErrorBadCall);
         const RenderJob job{given->root,    given->picture,     given->frame, given->samples,
                             given->threads, given->isLive != 0, given->region};
-        return new OxRenderStruct{{GetHost(), job, given->listener}};
+        const OxRenderListener_v2 listener = listenerSize ? given->listener : OxRenderListener_v2{};
+        return new OxRenderStruct{{GetHost(), job, listener}};
     });
 }
 

@@ -44,6 +44,22 @@ TEST(RenderErrors, AnswersWrongCalls) {
     renderer.release(nullptr);
 }
 
+TEST(RenderErrors, NeedsNoListener) {
+    const Location root = SphereScene();
+    OxRenderJob_v2 job{};
+    job.size = sizeof job;
+    job.root = root.get();
+    job.samples = 1;
+    OxRenderStruct* const render = Renderer().start(&job, nullptr);
+    ASSERT_NE(render, nullptr);
+    EXPECT_EQ(Renderer().wait(render, -1, nullptr), kOxRenderDone);
+    Renderer().release(render);
+    job.listener.size = 4;
+    OxErrorStruct* error = nullptr;
+    EXPECT_EQ(Renderer().start(&job, &error), nullptr);
+    EXPECT_EQ(TextOf(error), "1: the listener has no valid size");
+}
+
 TEST(RenderErrors, RefusesBuffersOfAWrongSize) {
     Watcher watcher;
     const Rendering rendering(SphereScene(), 1, watcher);
