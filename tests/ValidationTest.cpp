@@ -30,7 +30,8 @@ using testing::Not;
 
 void TurnOn(const char* value) {
     setenv("TELLAR_VALIDATE", value, 1);
-    setenv("OX_PLUGIN_PATH", TELLAR_TEST_PLUGIN_DIR ":" TELLAR_TEST_DELEGATE_DIR, 1);
+    setenv("OX_PLUGIN_PATH",
+           TELLAR_TEST_PLUGIN_DIR ":" TELLAR_TEST_OP_TYPE_DIR ":" TELLAR_TEST_DELEGATE_DIR, 1);
     Host();
 }
 
@@ -307,6 +308,34 @@ TEST_F(Validation, LetsHostAndPluginsUseALocationDelegate) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
+/// What the op type "Faulty" causes to be written when it cooks a location.
+std::string ErrorsOfCook(const std::string& fault) {
+    const auto client =
+        MakeClient(Group({{"op", OpEntry("Faulty", Group({{"fault", Text(fault)}}))}}));
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(client->cookLocation("/root").doesLocationExist());
+    return testing::internal::GetCapturedStderr();
+}
+
+TEST_F(Validation, FindsNothingInASoundOpType) {
+    EXPECT_EQ(ErrorsOfCook("nothing"), "");
+}
+
+TEST_F(Validation, FindsACookThatIsUsedInAnotherThread) {
+    EXPECT_THAT(ErrorsOfCook("use in another thread"),
+                ContainsRegex("^TELLAR_VALIDATE: wrong thread: getNumberOfInputs \\(OpTypeCooks "
+                              "1\\) got a cook of call [0-9]+ \\(cook, thread [0-9]+\\) in thread "
+                              "[0-9]+\n$"));
+}
+
+TEST_F(Validation, FindsThePathOfACookThatIsBorrowedTooLong) {
+    EXPECT_EQ(ErrorsOfCook("keep the path"), "");
+    EXPECT_THAT(ErrorsOfCook("use the kept path"),
+                ContainsRegex("^TELLAR_VALIDATE: borrowed too long: createString \\(AttributeHost "
+                              "4\\) got a text of call [0-9]+ \\(getPath, thread [0-9]+\\), whose "
+                              "handle is no longer lent\n$"));
+}
+
 TEST_F(Validation, CountsWhatIsRepeated) {
     ErrorsOf("leak an attribute"); // it may be the first in this process
     const std::string errors = ErrorsOf("leak an attribute");
@@ -365,6 +394,17 @@ TEST(ValidationDeathTest, TellsOfLeaksAndSummarizesWhenTheProcessEnds) {
         testing::ExitedWithCode(0),
         "leaked: an attribute of call 1 .createNull, thread 1. was not released\n"
         "TELLAR_VALIDATE: process: 1 finding in 1 call\n");
+}
+
+TEST(ValidationDeathTest, TellsOfWhatAnOpTypeLeaksWhenTheProcessEnds) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            TurnOn("1");
+            ErrorsOfCook("leak an input");
+            std::exit(0);
+        },
+        testing::ExitedWithCode(0), "leaked: a result of an input of call .* .getInput, thread");
 }
 
 TEST(ValidationDeathTest, LeavesTheTablesAsTheyAreWhenItIsOff) {

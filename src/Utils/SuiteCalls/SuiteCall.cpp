@@ -10,7 +10,8 @@ const char* NameOf(HandleKind kind) {
                                                   "scene",        "list of instances",
                                                   "subscription", "list of changes",
                                                   "camera",       "map of shading nodes",
-                                                  "shading node", "shading connection"};
+                                                  "shading node", "shading connection",
+                                                  "cook",         "result of an input"};
     return kNames[static_cast<std::size_t>(kind)];
 }
 

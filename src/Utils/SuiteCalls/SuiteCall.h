@@ -36,9 +36,11 @@ enum class HandleKind : std::uint8_t {
     Camera,
     ShadingNodes,
     ShadingNode,
-    ShadingConnection
+    ShadingConnection,
+    Cook, ///< not counted
+    LocationData
 };
-constexpr std::size_t kHandleKinds = 12;
+constexpr std::size_t kHandleKinds = 14;
 
 /// "attribute", "shading node" and so on, for messages.
 const char* NameOf(HandleKind kind);

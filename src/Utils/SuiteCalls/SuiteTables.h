@@ -3,6 +3,8 @@
 
 #include <tuple>
 
+#include <OxTellarSDK/SuiteFilter.h>
+
 #include "SlotRules.h"
 
 /// The tables of the host as lists of their slots, in order. Whoever appends a slot to a table of
@@ -339,18 +341,47 @@ struct SuiteTable<OxRenderOutputUtilsHostSuite_v4> {
                    TELLAR_TABLE_SLOT(Table, getLocationTypesWithDelegates)};
 };
 
+/// The functions for a cook, without the pointer to a table in front of them.
+template <>
+struct SuiteTable<OxCookSuite> {
+    using Table = OxCookSuite;
+    static constexpr const char* kName = OxPluginManager::kCookSuiteName;
+    static constexpr std::uint32_t kVersion = 1;
+    static constexpr auto kSlots = std::tuple{TELLAR_TABLE_SLOT(Table, getPath),
+                                              TELLAR_TABLE_SLOT(Table, getArgs),
+                                              TELLAR_TABLE_SLOT(Table, getNumberOfInputs),
+                                              TELLAR_TABLE_SLOT(Table, getInput),
+                                              TELLAR_TABLE_SLOT(Table, retainLocationData),
+                                              TELLAR_TABLE_SLOT(Table, releaseLocationData),
+                                              TELLAR_TABLE_SLOT(Table, doesLocationExist),
+                                              TELLAR_TABLE_SLOT(Table, getLocationAttributes),
+                                              TELLAR_TABLE_SLOT(Table, getLocationChildren),
+                                              TELLAR_TABLE_SLOT(Table, pass),
+                                              TELLAR_TABLE_SLOT(Table, setAttributes),
+                                              TELLAR_TABLE_SLOT(Table, setPotentialChildren),
+                                              TELLAR_TABLE_SLOT(Table, setNote),
+                                              TELLAR_TABLE_SLOT(Table, getParentNote),
+                                              TELLAR_TABLE_SLOT(Table, getProbableIndex),
+                                              TELLAR_TABLE_SLOT(Table, isFresh)};
+};
+
 #undef TELLAR_TABLE_SLOT
 
 template <typename Table>
 constexpr std::size_t kSlotCount = std::tuple_size_v<decltype(SuiteTable<Table>::kSlots)>;
 
-/// Tables of version 4 begin with their size and version.
+/// Tables of version 4 and the functions for a cook begin with their size and version.
 template <typename Table>
-constexpr bool kIsSized = SuiteTable<Table>::kVersion >= 4;
+constexpr bool kIsSized = SuiteTable<Table>::kVersion >= 4 || std::is_same_v<Table, OxCookSuite>;
+
+/// The number of pointers in a table.
+template <typename Table>
+constexpr std::size_t kPointerCount = kSlotCount<Table> +
+                                      (std::is_same_v<Table, OxCookSuite> ? 1 : 0);
 
 /// No slot is missing in the list of names.
 template <typename Table>
-constexpr bool kHasAllSlots = sizeof(Table) == kSlotCount<Table> * sizeof(void*) +
+constexpr bool kHasAllSlots = sizeof(Table) == kPointerCount<Table> * sizeof(void*) +
                                                    (kIsSized<Table> ? 2 * sizeof(std::uint32_t)
                                                                     : 0);
 

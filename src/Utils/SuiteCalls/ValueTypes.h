@@ -7,6 +7,7 @@
 #include <OxTellarProducers/OxScenegraphIteratorHostSuite4.h>
 #include <OxTellarSDK/AttributeSuite.h>
 #include <OxTellarSDK/AttributeSuite4.h>
+#include <OxTellarSDK/OpTypeSuite.h>
 
 #include "SuiteCall.h"
 
@@ -37,6 +38,10 @@ template <>
 inline constexpr HandleKind kKindOf<OxShadingNodeMapStruct> = HandleKind::ShadingNodes;
 template <>
 inline constexpr HandleKind kKindOf<OxShadingStruct> = HandleKind::ShadingNode;
+template <>
+inline constexpr HandleKind kKindOf<OxCookStruct> = HandleKind::Cook;
+template <>
+inline constexpr HandleKind kKindOf<OxLocationDataStruct> = HandleKind::LocationData;
 
 template <typename Struct>
 inline constexpr RecordType kRecordOf = RecordType::None;

@@ -151,7 +151,7 @@ const void* WrapHostSuite(const OxPluginManager::SuiteOffer& offer, SuiteCallObs
     return WrapOneOf<Layer, OxAttributeSuite_v1, OxAttributeSuite_v4,
                      OxScenegraphIteratorHostSuite_v2, OxScenegraphIteratorHostSuite_v3,
                      OxScenegraphIteratorHostSuite_v4, OxRenderOutputUtilsHostSuite_v3,
-                     OxRenderOutputUtilsHostSuite_v4>(offer, observer);
+                     OxRenderOutputUtilsHostSuite_v4, OxCookSuite>(offer, observer);
 }
 
 } // namespace TELLAR

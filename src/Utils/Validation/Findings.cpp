@@ -44,6 +44,8 @@ const char* NameOf(Fault fault) {
         return "after the end of the render";
     case Fault::TwoCallsAtOnce:
         return "two calls at once";
+    case Fault::WrongThread:
+        return "wrong thread";
     }
     return "";
 }

@@ -21,7 +21,8 @@ enum class Fault : std::uint8_t {
     Null,
     AfterLoan, ///< a handle that was lent for a call is used after it
     AfterRender,
-    TwoCallsAtOnce
+    TwoCallsAtOnce,
+    WrongThread
 };
 
 /// "used after release" and so on.

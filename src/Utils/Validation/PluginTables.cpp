@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <OxTellarProducers/OxScenegraphLocationDelegatePluginSuite.h>
+#include <OxTellarSDK/OpTypeSuite.h>
 
 #include "RenderWatch.h"
 
@@ -27,6 +28,9 @@ constexpr SlotInfo PluginSlot(const char* suite, std::uint32_t version, const ch
 constexpr SlotInfo kRender = PluginSlot(OX_RENDERER_API, 1, "render");
 constexpr SlotInfo kStart = PluginSlot(OX_RENDERER_API, 2, "start");
 constexpr SlotInfo kApplyChanges = PluginSlot(OX_RENDERER_API, 2, "applyChanges");
+constexpr SlotInfo kPrepare = PluginSlot(OX_OP_TYPE_API, 2, "prepare");
+constexpr SlotInfo kReleaseState = PluginSlot(OX_OP_TYPE_API, 2, "releaseState");
+constexpr SlotInfo kCook = PluginSlot(OX_OP_TYPE_API, 2, "cook");
 constexpr SlotInfo kGetReplacement = PluginSlot(OX_LOCATION_DELEGATE_API, 1, "getReplacement");
 
 /// A table of a plug-in and the one that stands in for it.
@@ -66,6 +70,13 @@ private:
     Validator& validator;
     const void* handle;
 };
+
+/// The result of a function of the plug-in, whose error it hands to the host.
+template <typename Suite, typename Result>
+Result WithError(const PluginTable<Suite>& table, OxErrorStruct** error, Result result) {
+    if (error) table.validator->moveToHost(*error);
+    return result;
+}
 
 // ---- Renderers, version 1 -----------------------------------------------------------------------
 
@@ -117,13 +128,6 @@ struct Renders {
 Renders& GetRenders() {
     static auto* const renders = new Renders;
     return *renders;
-}
-
-/// The result of a function of the plug-in, whose error it hands to the host.
-template <typename Result>
-Result WithError(const Renderer_v2& table, OxErrorStruct** error, Result result) {
-    if (error) table.validator->moveToHost(*error);
-    return result;
 }
 
 OxRenderStruct* Start(const Renderer_v2& table, const OxRenderJob_v2* job, OxErrorStruct** error) {
@@ -247,6 +251,47 @@ void Fill(OxScenegraphLocationDelegatePluginSuite_v1& own) {
         };
 }
 
+// ---- Op types in C ------------------------------------------------------------------------------
+
+using COpType = PluginTable<OxOpTypePluginSuite_v2>;
+
+/// A call of an op type. Its handles belong to no render, although renders cook: states outlive
+/// them.
+class OpTypeCall {
+public:
+    OpTypeCall(const COpType& table, HandleKind kind, const void* handle, const SlotInfo& slot)
+        : loan(*table.validator, kind, handle, slot) {}
+    ~OpTypeCall() { Validator::setThreadRender(render); }
+    OpTypeCall(const OpTypeCall&) = delete;
+    OpTypeCall& operator=(const OpTypeCall&) = delete;
+
+private:
+    const int render = Validator::setThreadRender(0);
+    const Loan loan;
+};
+
+template <std::size_t index>
+void Fill(OxOpTypePluginSuite_v2& own) {
+    constexpr auto& table = tables<OxOpTypePluginSuite_v2>[index];
+    if (own.prepare)
+        own.prepare = [](const OxCookSuite* cooks, OxAttributeStruct* args, std::int64_t inputs,
+                         void** state, OxErrorStruct** error) {
+            const OpTypeCall call(table, HandleKind::Attribute, args, kPrepare);
+            return WithError(table, error, table.next->prepare(cooks, args, inputs, state, error));
+        };
+    if (own.releaseState)
+        own.releaseState = [](void* state) {
+            const OpTypeCall call(table, HandleKind::None, nullptr, kReleaseState);
+            table.next->releaseState(state);
+        };
+    if (own.cook)
+        own.cook = [](OxCookStruct* cook, const OxCookSuite* cooks, const void* state,
+                      OxErrorStruct** error) {
+            const OpTypeCall call(table, HandleKind::Cook, cook, kCook);
+            return WithError(table, error, table.next->cook(cook, cooks, state, error));
+        };
+}
+
 // ---- Tables -------------------------------------------------------------------------------------
 
 template <typename Suite, std::size_t... index>
@@ -254,18 +299,28 @@ void FillTable(std::size_t number, Suite& own, std::index_sequence<index...>) {
     static_cast<void>(((index == number && (Fill<index>(own), true)) || ...));
 }
 
-/// A table of a renderer of version 2 may be smaller or larger than ours.
 template <typename Suite>
 Suite CopyOf(const Suite& suite) {
     return suite;
 }
 
-template <>
-OxRendererPluginSuite_v2 CopyOf(const OxRendererPluginSuite_v2& suite) {
-    OxRendererPluginSuite_v2 copy{};
+/// A table that tells its size may be smaller or larger than ours.
+template <typename Suite>
+Suite CopyOfSized(const Suite& suite) {
+    Suite copy{};
     std::memcpy(&copy, &suite, std::min<std::size_t>(suite.size, sizeof copy));
     copy.size = std::min<std::uint32_t>(suite.size, sizeof copy);
     return copy;
+}
+
+template <>
+OxRendererPluginSuite_v2 CopyOf(const OxRendererPluginSuite_v2& suite) {
+    return CopyOfSized(suite);
+}
+
+template <>
+OxOpTypePluginSuite_v2 CopyOf(const OxOpTypePluginSuite_v2& suite) {
+    return CopyOfSized(suite);
 }
 
 template <typename Suite>
@@ -293,6 +348,8 @@ const void* ValidatedPluginSuite(const OxPluginManager::SuiteOffer& offer, Valid
         return Validated<OxRendererPluginSuite_v1>(offer, validator);
     if (offer.apiName == OX_RENDERER_API && offer.apiVersion == OX_RENDERER_API_VERSION_2)
         return Validated<OxRendererPluginSuite_v2>(offer, validator);
+    if (offer.apiName == OX_OP_TYPE_API && offer.apiVersion == OX_OP_TYPE_API_VERSION)
+        return Validated<OxOpTypePluginSuite_v2>(offer, validator);
     if (offer.apiName != OX_LOCATION_DELEGATE_API || offer.apiVersion != 1) return offer.suite;
     const auto* const own = Validated<OxScenegraphLocationDelegatePluginSuite_v1>(offer, validator);
     validator.addDelegate(own, offer.suite);

@@ -157,7 +157,9 @@ bool Validator::checkNull(const SuiteCall& call, int index) {
 
 void Validator::checkHandle(const SlotInfo& slot, HandleKind kind, CallValue value) {
     HandleFacts facts;
-    const auto fault = handles.check(kind, value.getPointer(), facts);
+    auto fault = handles.check(kind, value.getPointer(), facts);
+    const bool isOtherThread = facts.lent.thread != ThreadNumber();
+    if (!fault && kind == HandleKind::Cook && isOtherThread) fault = Fault::WrongThread;
     if (!fault) return;
     reportHandle(*fault, slot, kind, value.getPointer(), facts);
     if (fault != Fault::AfterRender) value.setPointer(nullptr);
@@ -291,6 +293,10 @@ void Validator::addDelegate(const void* ofHost, const void* ofPlugin) {
 
 // ---- Renders ------------------------------------------------------------------------------------
 
+int Validator::setThreadRender(int render) {
+    return std::exchange(threadRender, render);
+}
+
 int Validator::beginRender(const std::string& plugin) {
     const std::lock_guard<std::mutex> lock(mutex);
     threadRender = ++renderCount;
@@ -351,6 +357,9 @@ void Validator::reportHandle(Fault fault, const SlotInfo& slot, HandleKind kind,
     case Fault::AfterLoan:
         text = "got " + Described(facts.kind) + " that was lent by " + TextOf(facts.lent) +
                (fault == Fault::NotOwned ? " and not retained" : "");
+        break;
+    case Fault::WrongThread:
+        text += " in thread " + std::to_string(ThreadNumber());
         break;
     case Fault::Leaked:
         text += " that was not retained, so it is never freed";

@@ -34,6 +34,9 @@ public:
     /// A handle that a plug-in returned to the host together with its reference; null is nothing.
     void moveToHost(const void* handle);
 
+    /// Sets the render that the present thread works for, 0 for none, and returns the one before.
+    static int setThreadRender(int render);
+
     /// A render of a plug-in begins, on the present thread: its number.
     int beginRender(const std::string& plugin);
     /// Tells of what is left of it, and summarizes.

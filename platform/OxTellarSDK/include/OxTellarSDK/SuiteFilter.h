@@ -11,6 +11,9 @@
 
 namespace OxPluginManager {
 
+/// The name under which filters see the functions for a cook, OxCookSuite, with version 1.
+inline constexpr const char* kCookSuiteName = "OpTypeCooks";
+
 /// A function table on its way to the code that asked for it.
 struct SuiteOffer {
     /// The plug-in that the table belongs to; empty for a table that the host offers to plug-ins.
@@ -29,9 +32,9 @@ using SuiteFilter = std::function<const void*(const SuiteOffer& offer)>;
 /// Adds a filter to the chain of this process; there is no way to remove it. Each filter gets what
 /// the one added before it returned, so calls pass through the last one first.
 ///
-/// The chain applies to OxPluginHost's getSuite and getPluginSuite and to
-/// PluginManager::getPluginSuite, from now on: add filters before plug-ins are loaded. Any thread
-/// may call this.
+/// The chain applies to OxPluginHost's getSuite and getPluginSuite, to
+/// PluginManager::getPluginSuite, and to both sides of op types in C, from now on: add filters
+/// before plug-ins are loaded. Any thread may call this.
 OXTELLARSDK_API void AddSuiteFilter(SuiteFilter filter);
 
 /// The table that the chain hands out for an offer; null when a filter hides it.

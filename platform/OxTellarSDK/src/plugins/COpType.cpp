@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <OxTellarSDK/ErrorHandle.h>
+#include <OxTellarSDK/SuiteFilter.h>
 #include <OxTellarSDK/TellarError.h>
 
 #include "ErrorEntry.h"
@@ -31,6 +32,8 @@ namespace OxOpType {
 
 namespace {
 
+using OxPluginManager::FilteredSuite;
+using OxPluginManager::kCookSuiteName;
 using TELLAR::NotNull;
 
 std::string Text(const char* text) {
@@ -123,13 +126,19 @@ void ReleaseLocationData(OxLocationDataStruct* data) noexcept {
     if (data && data->count.fetch_sub(1, std::memory_order_acq_rel) == 1) delete data;
 }
 
+const OxAttributeSuite_v4* GetAttributeSuite() {
+    const OxAttributeSuite_v4* const suite = OxGetBuiltInAttributeSuite4();
+    const void* const filtered = FilteredSuite({"", OX_ATTRIBUTE_HOST_SUITE, 4, suite});
+    return filtered ? static_cast<const OxAttributeSuite_v4*>(filtered) : suite;
+}
+
 OxCookSuite MakeCookSuite() {
     using Cook = const OxCookStruct*;
     using Data = const OxLocationDataStruct*;
     OxCookSuite suite{};
     suite.size = sizeof suite;
     suite.version = 1;
-    TELLAR_SET_SLOT(suite, 0, values, OxGetBuiltInAttributeSuite4());
+    TELLAR_SET_SLOT(suite, 0, values, GetAttributeSuite());
     TELLAR_SET_SILENT_ENTRY(suite, 1, getPath, [](Cook cook) -> const char* {
         return cook ? cook->context.path().c_str() : nullptr;
     });
@@ -173,7 +182,8 @@ OxCookSuite MakeCookSuite() {
 
 const OxCookSuite* GetCookSuite() {
     static const OxCookSuite suite = MakeCookSuite();
-    return &suite;
+    static const void* const filtered = FilteredSuite({"", kCookSuiteName, 1, &suite});
+    return filtered ? static_cast<const OxCookSuite*>(filtered) : &suite;
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 
 #include <OxTellarSDK/OpTypeSuite.h>
 #include <OxTellarSDK/PluginManager.h>
+#include <OxTellarSDK/SuiteFilter.h>
 
 #include "COpType.h"
 #include "CookWaits.h"
@@ -98,6 +99,17 @@ std::string TypeOf(const OxOpTypePluginSuite_v2& suite, const OpType*& type) {
     return thrown.empty() ? fault : "getDescription " + thrown;
 }
 
+/// The table of an op type in C, as the filters of suites pass it on. Those of C++ are classes.
+template <typename Suite>
+const Suite* Filtered(PluginHandle plugin, const Suite* suite) {
+    if constexpr (std::is_same_v<Suite, OxOpTypePluginSuite_v2>) {
+        const void* const filtered = OxPluginManager::FilteredSuite(
+            {plugin->name, plugin->apiName, plugin->apiVersion, suite});
+        if (filtered) return static_cast<const Suite*>(filtered);
+    }
+    return suite;
+}
+
 /// Assigns the type that a plug-in offers. Returns the fault of the plug-in, or an empty text.
 /// Throws std::bad_alloc when there is no memory.
 template <typename Suite>
@@ -107,6 +119,7 @@ std::string AskForType(PluginHandle plugin, KnownType& known) {
         LastingExceptionFrom([&] { suite = static_cast<const Suite*>(plugin->getSuite()); });
     if (!thrown.empty()) return "getSuite " + thrown;
     if (!suite) return "getSuite gives no function table";
+    suite = Filtered(plugin, suite);
     std::string fault = TypeOf(*suite, known.type);
     if (!fault.empty()) return fault;
     thrown = LastingExceptionFrom([&] { known.description = known.type->description(); });
