@@ -114,7 +114,7 @@ std::int32_t GetSamples(const OxAttributeStruct* data, OxSamples* samples) {
     *NotNull(samples, "samples") = {};
     Numbers(data);
     const bool isTimeless = data->flags & kTimesOmitted;
-    samples->type = data->type;
+    samples->type = View(data).getType();
     samples->tupleSize = data->tupleSize;
     samples->valueCount = static_cast<std::int64_t>(data->count);
     samples->sampleCount = data->timeCount;
