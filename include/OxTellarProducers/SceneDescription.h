@@ -30,7 +30,7 @@ struct SceneDescription {
 
 /// Reads the description of a scene. The kind of the file is told by its content first and by its
 /// extension second. A scene file is not read yet: its description has one op, which imports it.
-/// That of a capture has one op, which presents it.
+/// The description of a capture has one op, too, which presents it.
 ///
 /// Throws TellarError naming the file and what is wrong with it. A directory, a pipe or a device is
 /// refused.

@@ -65,7 +65,8 @@ private:
     /// The library's scene, opened on first use.
     struct Opened {
         std::shared_ptr<TELLAR::Scene> scene;
-        /// That of the scene which this one adds ops to. It keeps what was cooked of its ops.
+        /// The scene to which this one adds ops; null for one that was read. It keeps what was
+        /// cooked of those ops.
         std::shared_ptr<Opened> origin;
     };
 
