@@ -198,6 +198,14 @@ TEST(DescribeSubtree, PassesTheIdentityOfAnInputOn) {
     EXPECT_NE(DescribeSubtree(*direct, "/r/a").identity, DescribeSubtree(*direct, "/r/b").identity);
 }
 
+TEST(DescribeSubtree, AnswersAfterResultsWereTaken) {
+    Graph graph;
+    const Client client =
+        graph.commit(graph.op(kDescribedPass, {Value(7)}, {graph.op(kDescribedTree)}));
+    client->takeResults();
+    EXPECT_EQ(DescribeSubtree(*client, "/r").locations, 7);
+}
+
 TEST(DescribeSubtree, AnswersManyThreadsAtOnce) {
     Graph graph;
     const Client client = graph.commit(graph.op(kDescribedPass, {}, {graph.op(kDescribedTree)}));

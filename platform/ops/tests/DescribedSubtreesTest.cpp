@@ -217,7 +217,7 @@ private:
             expectAgreementAt(*client, dice.path() + '/' + dice.name(), walk, tally);
     }
 
-    void expectAgreementAt(const TellarRuntime::Client& client, const std::string& path, Walk& walk,
+    void expectAgreementAt(TellarRuntime::Client& client, const std::string& path, Walk& walk,
                            Tally& tally) {
         SCOPED_TRACE(path);
         const SubtreeFacts facts = OxOpType::DescribeSubtree(client, path);

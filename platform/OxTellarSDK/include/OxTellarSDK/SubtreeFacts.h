@@ -163,13 +163,13 @@ protected:
 /// with an unfinished commit. Large answers are given up after a bounded amount of work.
 ///
 /// Threads: like Client::cookLocation.
-OXTELLARSDK_API SubtreeFacts DescribeSubtree(const TellarRuntime::Client& client,
+OXTELLARSDK_API SubtreeFacts DescribeSubtree(TellarRuntime::Client& client,
                                              const std::string& path);
 
 /// The instances below a location of the client's Op; null if they are not known. Otherwise like
 /// DescribeSubtree.
-OXTELLARSDK_API std::shared_ptr<const Instances>
-DescribeInstances(const TellarRuntime::Client& client, const std::string& path);
+OXTELLARSDK_API std::shared_ptr<const Instances> DescribeInstances(TellarRuntime::Client& client,
+                                                                   const std::string& path);
 
 } // namespace OxOpType
 

@@ -160,20 +160,25 @@ std::shared_ptr<const Instances> Answers::instances(const OpNode& op, const std:
 }
 
 /// Null when nothing is known of the path.
-const OpNode* CommittedOp(const TellarRuntime::Client& client, const std::string& path) {
+const OpNode* CommittedOp(TellarRuntime::Client& client, const std::string& path) {
     const auto op = client.getOp();
-    const bool isUsable = op && OpNode::Of(*op).committed && IsLocationPath(path);
-    return isUsable ? &OpNode::Of(*op) : nullptr;
+    if (!op || !IsLocationPath(path)) return nullptr;
+    const OpNode& node = OpNode::Of(*op);
+    if (!node.committed || node.defect) return nullptr;
+    // There is no such location. A client whose results were taken finds them again, and with them
+    // the prepared arguments of its Ops, which stay while it has them.
+    client.cookLocation("");
+    return &node;
 }
 
 } // namespace
 
-SubtreeFacts DescribeSubtree(const TellarRuntime::Client& client, const std::string& path) {
+SubtreeFacts DescribeSubtree(TellarRuntime::Client& client, const std::string& path) {
     const OpNode* const op = CommittedOp(client, path);
     return op ? Answers().subtree(*op, path) : SubtreeFacts();
 }
 
-std::shared_ptr<const Instances> DescribeInstances(const TellarRuntime::Client& client,
+std::shared_ptr<const Instances> DescribeInstances(TellarRuntime::Client& client,
                                                    const std::string& path) {
     const OpNode* const op = CommittedOp(client, path);
     return op ? Answers().instances(*op, path) : nullptr;
