@@ -80,7 +80,9 @@ GroupAttribute Scene() {
     return Group(ops);
 }
 
-class AllocationFailure : public testing::Test {
+using TourOfSuites = TourResult (*)(const char* opFile, const char* descriptionFile);
+
+class AllocationFailure : public testing::TestWithParam<TourOfSuites> {
 public:
     static void SetUpTestSuite() {
         setenv("OX_PLUGIN_PATH", TELLAR_TEST_DELEGATE_DIR, 1);
@@ -116,7 +118,7 @@ protected:
     }
 
     TourResult tour() const {
-        const TourResult read = TourSuites(opFile.c_str(), descriptionFile.c_str());
+        const TourResult read = GetParam()(opFile.c_str(), descriptionFile.c_str());
         TELLAR::ClearCameraInfoCache();
         return read;
     }
@@ -151,7 +153,7 @@ protected:
     Reference reference;
 };
 
-TEST_F(AllocationFailure, LeavesTheSuitesUsableWhicheverAllocationItIs) {
+TEST_P(AllocationFailure, LeavesTheSuitesUsableWhicheverAllocationItIs) {
     constexpr long kAtOnce = 2;
     long number = 0;
     bool isOver = false;
@@ -169,5 +171,10 @@ TEST_F(AllocationFailure, LeavesTheSuitesUsableWhicheverAllocationItIs) {
     }
     EXPECT_GT(number, 1000);
 }
+
+INSTANTIATE_TEST_SUITE_P(Tours, AllocationFailure, testing::Values(TourSuites, TourSuites4),
+                         [](const testing::TestParamInfo<TourOfSuites>& tour) {
+                             return tour.index == 0 ? "Versions1To3" : "Version4";
+                         });
 
 } // namespace

@@ -25,6 +25,9 @@ struct TourResult {
 /// named no location types, which is kept.
 TourResult TourSuites(const char* opFile, const char* descriptionFile);
 
+/// The same through version 4 of the suites, with an edit of the scene.
+TourResult TourSuites4(const char* opFile, const char* descriptionFile);
+
 } // namespace TellarTest
 
 #endif
