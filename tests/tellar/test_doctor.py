@@ -149,7 +149,8 @@ class Doctor(DoctorTest):
                       [refused["reason"] for refused in found["refused"]])
         types = [op["name"] for op in found["opTypes"]]
         self.assertEqual([name for name in types if name.startswith("Test")],
-                         ["TestAsking", "TestFickle", "TestSound"])
+                         ["TestAsking", "TestFickle", "TestOfVersion1", "TestOfVersion3",
+                          "TestSound"])
         self.assertIn("StaticScene", types)
         scene = os.path.join(self.examples, "materials.json")
         self.assertEqual(self.run_tellar("walk", scene, OX_PLUGIN_PATH=str(self.folder))[:2],
