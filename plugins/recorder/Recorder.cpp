@@ -178,7 +178,7 @@ void AppendAttributes(const Suites& suites, OxSgIteratorStruct* location, std::s
     OxAttributeStruct* const attributes = suites.scenes->getAttribute(location, "", &error);
     if (attributes) AttributeWriter(suites, out).write("", attributes);
     if (error) AppendError(suites, error, out);
-    OxAttributeStruct* const xform = suites.values->getChildByName(attributes, "xform", nullptr);
+    OxAttributeStruct* const xform = suites.scenes->getAttribute(location, "xform", nullptr);
     if (xform) AppendMatrix(suites, location, out);
     suites.values->release(xform);
     suites.values->releaseError(error);

@@ -53,6 +53,12 @@ class SoundRenderersTest(TellarTest):
     def test_the_example_renders_the_shapes(self):
         self.check("example", "shapes.json", "shapes.txt")
 
+    def test_the_recorder_renders_the_garden(self):
+        self.check("recorder", "garden.json", "recorded.txt")
+
+    def test_the_recorder_renders_the_shapes(self):
+        self.check("recorder", "shapes.json", "recorded.txt")
+
     def test_lantern_renders_the_garden(self):
         self.check("lantern", "garden.json", "garden.png")
 
