@@ -8,7 +8,8 @@
 
 namespace TellarOps {
 
-/// What an Array knows of a subtree: that of its source, as often as it is repeated.
+/// The facts of any location of an Array. Those of its source are counted as often as it is
+/// repeated.
 SubtreeFacts DescribeArray(SubtreeContext& context, const ArrayState& state);
 
 /// The instances of an Array below its target or a group, and those of its input elsewhere.

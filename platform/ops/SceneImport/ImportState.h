@@ -38,7 +38,8 @@ public:
     std::shared_ptr<const SceneFile> file(bool lookAgain) const;
     /// Throws TellarError with the name of the file if it cannot be read.
     const Scene& sceneOf(const SceneFile& file) const;
-    /// Of the present version, which they keep. Throws like sceneOf.
+    /// The facts of the present version of the file, which they keep in memory. Throws like
+    /// sceneOf.
     std::shared_ptr<const SceneFacts> facts() const;
 
     const Settings settings;

@@ -28,7 +28,7 @@ std::int64_t NumberOfSamples(const Attribute& attribute) {
     return 0;
 }
 
-/// What a look through an "xform" group finds.
+/// Properties of the steps of an "xform" group.
 struct Steps {
     bool hasOrigin = false;
     bool areMoving = false;

@@ -9,7 +9,7 @@
 
 namespace TellarSceneImport {
 
-/// What an import knows of a subtree. Reads the file if that has not been done.
+/// The facts of any location of an import. Reads the file if that has not been done.
 OxOpType::SubtreeFacts DescribeImport(OxOpType::SubtreeContext& context, const ImportState& state);
 
 /// The nodes that repeat each other below a node of the scene.

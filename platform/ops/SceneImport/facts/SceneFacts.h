@@ -14,7 +14,7 @@
 
 namespace TellarSceneImport {
 
-/// What is known of each node of a scene with everything below it. Found from the leaves up at
+/// The facts of each node of a scene with everything below it, found from the leaves up at
 /// construction. Immutable.
 class SceneFacts {
 public:
