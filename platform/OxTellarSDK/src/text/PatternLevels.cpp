@@ -125,7 +125,7 @@ std::string_view Levels(std::string_view path) {
     return path == "/" ? std::string_view() : path;
 }
 
-// As in LevelMatches, only the last "**" seen takes another level.
+// Like LevelMatches, it lets only the last "**" seen take another level.
 bool PathMatches(const PatternLevels& pattern, std::string_view path) {
     std::size_t level = 0;
     bool starSeen = false;
