@@ -41,10 +41,9 @@ public:
     std::optional<LocationData> find(const std::string& path) const {
         std::optional<LocationData> location = reader->findLocation(path);
         if (!location && isStrict) {
-            reader->noteMissing(path);
             ErrorFacts facts;
             facts.code = kOxErrorFile;
-            facts.text = "the location is not in the capture \"" + reader->getPath() + '"';
+            facts.text = reader->noteMissing('"' + path + '"');
             facts.location = path;
             facts.file = reader->getPath();
             throw TellarError(std::move(facts));

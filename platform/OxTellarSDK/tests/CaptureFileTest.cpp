@@ -328,10 +328,20 @@ TEST(CaptureReader, TellsThatAFileCannotBeRead) {
 
 TEST(CaptureReader, KeepsEachMissingAnswerOnce) {
     const auto reader = Reader::Parse(ExampleCapture(), "a");
+    EXPECT_EQ(reader->noteMissing("b"), "\"a\" has no answer to b");
+    reader->noteMissing("c");
     reader->noteMissing("b");
-    reader->noteMissing("a");
-    reader->noteMissing("b");
-    EXPECT_THAT(reader->getMissing(), ElementsAre("b", "a"));
+    EXPECT_THAT(reader->getMissing(),
+                ElementsAre("\"a\" has no answer to b", "\"a\" has no answer to c"));
+}
+
+TEST(CaptureReader, NamesTheQuestionThatNeedsTheAnswer) {
+    const auto reader = Reader::Parse(ExampleCapture(), "a");
+    OxCapture::SetQuestionName([] { return std::string("getRoot()"); });
+    EXPECT_EQ(reader->noteMissing("b"), "\"a\" has no answer to b, which getRoot() needs");
+    EXPECT_EQ(reader->noteMissing("getRoot()"), "\"a\" has no answer to getRoot()");
+    OxCapture::SetQuestionName(nullptr);
+    EXPECT_EQ(reader->noteMissing("c"), "\"a\" has no answer to c");
 }
 
 TEST(CapturedFiles, StayWithinTheirFolder) {

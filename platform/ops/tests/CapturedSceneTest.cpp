@@ -116,12 +116,11 @@ TEST(CapturedScene, HasAnErrorForWhatWasNotCookedIfItIsStrict) {
     } catch (const TellarError& error) {
         facts = error.getFacts();
     }
-    EXPECT_EQ(facts.text, "Op \"capture\" (CapturedScene) at \"/root/world/box\": the location is "
-                          "not in the capture \"" +
-                              capture.path() + '"');
+    const std::string missing = '"' + capture.path() + "\" has no answer to \"/root/world/box\"";
+    EXPECT_EQ(facts.text, "Op \"capture\" (CapturedScene) at \"/root/world/box\": " + missing);
     EXPECT_EQ(facts.location, "/root/world/box");
     EXPECT_EQ(facts.file, capture.path());
-    EXPECT_THAT(Reader::Open(capture.path())->getMissing(), ElementsAre("/root/world/box"));
+    EXPECT_THAT(Reader::Open(capture.path())->getMissing(), ElementsAre(missing));
 }
 
 TEST(CapturedScene, LeavesOutWhatWasNotCookedIfItIsNotStrict) {

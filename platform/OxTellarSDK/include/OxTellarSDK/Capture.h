@@ -21,7 +21,7 @@
 namespace OxCapture {
 
 /// The questions that a program writes to captures besides those about locations.
-constexpr std::string_view kRender = "render"; ///< by number from 0: a picture that was asked for
+constexpr std::string_view kRender = "render"; ///< by number: a picture that was asked for
 constexpr std::string_view kFile = "file";     ///< by path: the bytes of a file, a string
 
 /// Writes a capture, one answer after the other. What is added is in the file when the call
@@ -89,8 +89,9 @@ public:
     /// Null unless it was recorded.
     std::shared_ptr<const OxOpType::Instances> findInstances(const std::string& path) const;
 
-    /// Notes that an answer was needed and is not there. The first notes are kept, each text once.
-    void noteMissing(const std::string& text) const;
+    /// Notes that there is no answer to a question, and returns the text of an error about it,
+    /// which also has the question of SetQuestionName. The first texts are kept, each once.
+    std::string noteMissing(const std::string& question) const;
     std::vector<std::string> getMissing() const;
 
 private:
@@ -98,6 +99,10 @@ private:
     explicit Reader(std::unique_ptr<State> state);
     const std::unique_ptr<State> state;
 };
+
+/// Sets a function that names the question that a plug-in asks on the calling thread, for the errors
+/// of Reader::noteMissing; it returns an empty text if there is none. Any thread calls it.
+OXTELLARSDK_API void SetQuestionName(std::string (*name)());
 
 /// How much WithRecorder records.
 enum class Recorded {

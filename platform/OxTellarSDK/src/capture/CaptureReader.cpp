@@ -1,7 +1,8 @@
 #include <OxTellarSDK/Capture.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <atomic>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <utility>
@@ -20,6 +21,8 @@ namespace {
 
 constexpr std::size_t kMostNotes = 1000;
 constexpr std::uint64_t kMostBytes = std::uint64_t(1) << 40;
+
+std::atomic<std::string (*)()> questionName{nullptr};
 
 /// A reader that is in use, and the state in which its file was read.
 struct OpenReader {
@@ -44,6 +47,10 @@ OpenReaders& GetOpenReaders() {
 
 } // namespace
 
+void SetQuestionName(std::string (*name)()) {
+    questionName = name;
+}
+
 struct Reader::State {
     std::string path;
     Content content;
@@ -62,7 +69,7 @@ std::shared_ptr<const Reader> Reader::Open(const std::string& path) {
     if (!stream) RefuseToRead(path, reason);
     OpenReaders& readers = GetOpenReaders();
     const std::lock_guard<std::mutex> guard(readers.lock);
-    OpenReader& known = readers.byPath[path];
+    OpenReader& known = readers.byPath[std::filesystem::absolute(path).string()];
     if (auto reader = known.reader.lock(); reader && known.file == file) return reader;
     const std::optional<std::string> bytes =
         RegularFile::ReadRest(stream.get(), kMostBytes, reason);
@@ -120,12 +127,17 @@ std::shared_ptr<const OxOpType::Instances> Reader::findInstances(const std::stri
     return answer ? ToInstances(*answer) : nullptr;
 }
 
-void Reader::noteMissing(const std::string& text) const {
+std::string Reader::noteMissing(const std::string& question) const {
+    const auto name = questionName.load();
+    const std::string asked = name ? name() : std::string();
+    std::string text = '"' + getPath() + "\" has no answer to " + question;
+    if (!asked.empty() && asked != question) text += ", which " + asked + " needs";
     const std::lock_guard<std::mutex> guard(state->lock);
     std::vector<std::string>& missing = state->missing;
     if (missing.size() < kMostNotes &&
         std::find(missing.begin(), missing.end(), text) == missing.end())
         missing.push_back(text);
+    return text;
 }
 
 std::vector<std::string> Reader::getMissing() const {
