@@ -40,4 +40,8 @@ tellar convert examples/garden.json "$scratch/garden.oxop"
 tellar walk "$scratch/garden.oxop" --at /root/world/garden/pavilion --depth 1
 
 heading "And its picture, by a renderer that sees the scene through the C suites alone"
-tellar render examples/garden.json -o build/garden.png --resolution pal_square --samples 24
+tellar render examples/garden.json -o build/garden.png --resolution pal_square --samples 24 \
+    --capture "$scratch/garden.oxcap"
+
+heading "The same picture from what was told to the renderer, without the scene"
+tellar replay "$scratch/garden.oxcap" -o build/garden-again.png

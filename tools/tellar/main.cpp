@@ -99,6 +99,7 @@ void AddCommands(CLI::App& app) {
     AddMaterialCommand(app);
     AddTexturesCommand(app);
     AddRenderCommand(app);
+    AddReplayCommand(app);
     AddStitchCommand(app);
     AddTilePathCommand(app);
     AddConvertCommand(app);

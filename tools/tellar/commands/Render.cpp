@@ -12,9 +12,6 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <OxPluginHost/OxPluginHost.h>
-#include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
-#include <OxTellarProducers/OxSgIterator.h>
 
 #include "Choice.h"
 #include "ChosenSettings.h"
@@ -22,11 +19,11 @@
 #include "NumberOption.h"
 #include "NumberText.h"
 #include "Output.h"
-#include "PictureTarget.h"
+#include "Pictures.h"
 #include "Plugins.h"
 #include "ReadyScene.h"
+#include "RenderCapture.h"
 #include "RendererOptions.h"
-#include "RendererRun.h"
 #include "Renderers.h"
 #include "Scene.h"
 #include "SceneOptions.h"
@@ -54,7 +51,6 @@ constexpr const char* kExamples = R"(Examples:
 constexpr std::int32_t kMostSamples = 1000000;
 constexpr std::int32_t kMostThreads = 1024;
 constexpr std::int32_t kMostDepth = 100;
-constexpr float kMostFrame = 1e9f;             // frame numbers have to fit into an int
 constexpr std::uint64_t kMostChecked = 100000; // locations; checks of large scenes stop there
 constexpr std::size_t kMostTimes = 9;          // number of times at which to frame a moving scene
 
@@ -70,60 +66,20 @@ struct RenderOptions {
     StudioUse studio = StudioUse::WhereDark;
     RendererOptions renderer;
     bool isWatching = false;
+    CaptureOptions capture;
     bool isStrict = false;
 };
-
-/// One of the pictures to be drawn.
-struct Picture {
-    float frame = 0;
-    std::string path; // shown to the user; "-" for standard output
-    std::string task; // shown with the progress
-};
-
-/// Owns a handle for plug-ins onto a location.
-class LocationHandle {
-public:
-    explicit LocationHandle(const GeometryProducer::Ptr& location)
-        : suite(*static_cast<const OxScenegraphIteratorHostSuite_v3*>(
-              OxGetPluginHost()->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3))),
-          handle(TELLAR::OxGeometryProducerToHandle(location)) {
-        suite.retainIterator(handle);
-    }
-    ~LocationHandle() { suite.releaseIterator(handle); }
-    LocationHandle(const LocationHandle&) = delete;
-    LocationHandle& operator=(const LocationHandle&) = delete;
-
-    OxSgIteratorStruct* get() const { return handle; }
-
-private:
-    const OxScenegraphIteratorHostSuite_v3& suite;
-    OxSgIteratorStruct* const handle;
-};
-
-Picture PictureOfFrame(const RenderOptions& options, float frame) {
-    const std::string& path = options.renderer.picture;
-    const bool isWhole = frame == std::floor(frame) && std::abs(frame) < kMostFrame;
-    const auto numbered = WithFrame(path, isWhole ? static_cast<int>(frame) : 0);
-    if (numbered && !isWhole)
-        throw std::runtime_error("-o: \"" + path +
-                                 "\" has a place for the number of a frame, and " +
-                                 NumberText(frame) + " is no whole number");
-    return {frame, numbered.value_or(path), {}};
-}
 
 /// Without --frame and --frames, the name of the picture is taken as it is.
 std::vector<Picture> PicturesOf(const RenderOptions& options) {
     const std::string& path = options.renderer.picture;
-    if (options.frames.empty())
-        return {options.frame ? PictureOfFrame(options, *options.frame) : Picture{0, path, {}}};
-    std::vector<Picture> pictures;
-    for (const int frame : options.frames) {
-        pictures.push_back(PictureOfFrame(options, static_cast<float>(frame)));
-        pictures.back().task = "frame " + std::to_string(frame);
-    }
-    if (pictures.size() > 1 && pictures.back().path == path)
-        throw std::runtime_error("-o: \"" + path +
-                                 "\" has no place for the number of a frame, such as #### or %04d");
+    std::vector<Picture> pictures{{0, path, {}}};
+    if (!options.frames.empty())
+        pictures = PicturesOfFrames(path, {options.frames.begin(), options.frames.end()});
+    else if (options.frame)
+        pictures = {PictureOfFrame(path, *options.frame)};
+    for (Picture& picture : pictures)
+        picture.samples = options.samples;
     return pictures;
 }
 
@@ -167,23 +123,16 @@ Scene OpenScene(const RenderOptions& options, const std::vector<Picture>& pictur
     return WithName(ready.scene);
 }
 
-RendererTask TaskOf(const Picture& picture, const RenderOptions& options, const Renderer& renderer,
-                    const LocationHandle& root) {
-    const auto target = std::make_shared<PictureTarget>(picture.path);
-    RendererTask task;
-    task.name = picture.task;
-    task.work = [&, target, frame = picture.frame](const OxRenderListener_v1& listener) {
-        OxRenderJob_v1 job{};
-        job.root = root.get();
-        job.picture = target->getPath().c_str();
-        job.frame = frame;
-        job.samples = options.samples;
-        job.threads = options.threads;
-        job.listener = listener;
-        return renderer.render(job);
-    };
-    task.deliver = [target](const std::string& written) { target->deliver(written); };
-    return task;
+/// Draws the pictures, and records what the renderer is told if the user asks for that.
+void Draw(const Scene& scene, const std::vector<Picture>& pictures, const RenderOptions& options,
+          const Renderer& renderer) {
+    Drawing drawing{renderer, options.renderer.isVerbose, options.threads};
+    if (options.capture.path.empty()) return DrawPictures(drawing, scene.at("/root"), pictures);
+    const RenderCapture capture(options.capture);
+    const auto recorded = capture.open(scene.getDescription());
+    drawing.onBegin = [&](std::size_t index) { capture.begin(index, pictures[index], drawing); };
+    DrawPictures(drawing, recorded->getRoot(), pictures);
+    capture.finish();
 }
 
 void RunRender(const RenderOptions& options) {
@@ -197,14 +146,7 @@ void RunRender(const RenderOptions& options) {
     SetUpPluginHost();
     AddRendererFolder();
     const Renderer renderer(options.renderer.renderer);
-    const auto draw = [&](const Scene& scene) {
-        const LocationHandle root(scene.at("/root"));
-        std::vector<RendererTask> tasks;
-        tasks.reserve(pictures.size());
-        for (const Picture& picture : pictures)
-            tasks.push_back(TaskOf(picture, options, renderer, root));
-        RunRenderer(renderer.getName(), options.renderer.isVerbose, tasks);
-    };
+    const auto draw = [&](const Scene& scene) { Draw(scene, pictures, options, renderer); };
     const auto open = [&](const ImportVersions& versions) {
         return OpenScene(options, pictures, versions);
     };
@@ -353,6 +295,7 @@ void AddRenderCommand(CLI::App& app) {
     AddQualityOptions(command, *options);
     command.add_flag("--watch", options->isWatching,
                      "Draw again whenever a file of the scene changes, until Ctrl-C");
+    AddCaptureOptions(command, options->capture);
     AddStrict(command, options->isStrict);
     command.footer(kExamples);
     command.callback([options] { RunRender(*options); });

@@ -20,7 +20,9 @@ void AddRendererOptions(CLI::App& command, RendererOptions& options) {
         ->option_text("PICTURE");
     command
         .add_option("--renderer", options.renderer,
-                    "The plug-in that does it, \"" + options.renderer + "\" unless given")
+                    options.renderer.empty()
+                        ? "The plug-in that does it; the recorded one unless given"
+                        : "The plug-in that does it, \"" + options.renderer + "\" unless given")
         ->option_text("NAME");
     command.add_flag("--verbose", options.isVerbose,
                      "Print what the renderer has to say besides warnings and errors");

@@ -18,7 +18,7 @@ struct RendererOptions {
     bool isVerbose = false;
 };
 
-/// `options` must outlive the parsing.
+/// `options` must outlive the parsing. An empty name of the renderer stands for a recorded one.
 void AddRendererOptions(CLI::App& command, RendererOptions& options);
 
 /// Throws std::runtime_error naming -o when no picture could be written there.
