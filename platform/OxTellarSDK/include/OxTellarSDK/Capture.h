@@ -100,8 +100,8 @@ private:
     const std::unique_ptr<State> state;
 };
 
-/// Sets a function that names the question that a plug-in asks on the calling thread, for the errors
-/// of Reader::noteMissing; it returns an empty text if there is none. Any thread calls it.
+/// Sets a function that names the question that a plug-in asks on the calling thread, for the
+/// errors of Reader::noteMissing; it returns an empty text if there is none. Any thread calls it.
 OXTELLARSDK_API void SetQuestionName(std::string (*name)());
 
 /// How much WithRecorder records.
