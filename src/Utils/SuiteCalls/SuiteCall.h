@@ -140,12 +140,12 @@ public:
     template <typename T>
     T get() const {
         T value;
-        std::memcpy(&value, place, sizeof value);
+        std::memcpy(&value, place, sizeof(T));
         return value;
     }
     template <typename T>
     void set(T value) {
-        std::memcpy(place, &value, sizeof value);
+        std::memcpy(place, &value, sizeof(T));
     }
 
     /// The variable when it is a pointer.

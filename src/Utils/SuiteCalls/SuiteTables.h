@@ -22,10 +22,7 @@ struct TableSlot {
 template <typename Table>
 struct SuiteTable;
 
-#define TELLAR_TABLE_SLOT(Table, name)                                                             \
-    TableSlot<&Table::name> {                                                                      \
-#name                                                                                      \
-    }
+#define TELLAR_TABLE_SLOT(Table, name) (TableSlot<&Table::name>{#name})
 
 template <>
 struct SuiteTable<OxAttributeSuite_v1> {

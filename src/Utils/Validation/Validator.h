@@ -40,7 +40,7 @@ public:
     /// A render of a plug-in begins, on the present thread: its number.
     int beginRender(const std::string& plugin);
     /// Tells of what is left of it, and summarizes.
-    void endRender(int render);
+    void endRender(int number);
     /// Tells of what is left of the process, and summarizes.
     void endProcess();
 

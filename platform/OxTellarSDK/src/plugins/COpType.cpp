@@ -138,7 +138,7 @@ OxCookSuite MakeCookSuite() {
     OxCookSuite suite{};
     suite.size = sizeof suite;
     suite.version = 1;
-    TELLAR_SET_SLOT(suite, 0, values, GetAttributeSuite());
+    suite.values = GetAttributeSuite(); // slot 0
     TELLAR_SET_SILENT_ENTRY(suite, 1, getPath, [](Cook cook) -> const char* {
         return cook ? cook->context.path().c_str() : nullptr;
     });
