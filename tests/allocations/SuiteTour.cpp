@@ -6,7 +6,6 @@
 
 #include <OxPluginHost/OxPluginHost.h>
 #include <OxTellarProducers/OxRenderOutputUtilsHostSuite.h>
-#include <OxTellarProducers/OxScenegraphIteratorHostSuite4.h>
 #include <OxTellarProducers/OxTellarProducersInitialize.h>
 #include <OxTellarSDK/AttributeSuite.h>
 #include <OxTellarSDK/AttributeSuite4.h>
@@ -30,11 +29,8 @@ public:
             host->getSuite(OX_RENDER_OUTPUT_UTILS_HOST_SUITE, 3));
         values =
             static_cast<const OxAttributeSuite_v4*>(host->getSuite(OX_ATTRIBUTE_HOST_SUITE, 4));
-        scenes = static_cast<const OxScenegraphIteratorHostSuite_v4*>(
-            host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 4));
-        const bool hasAll = attributes && iterators && utils && values && scenes;
-        add(hasAll);
-        if (!hasAll) return result;
+        add(attributes && iterators && utils && values);
+        if (!attributes || !iterators || !utils || !values) return result;
         askHost();
         makeAttributes();
         makeValues();
@@ -162,7 +158,6 @@ private:
     void visitScene(OxSgIteratorStruct* root) {
         add(root != nullptr);
         visitBelow(root);
-        visitByHost(root);
         visitByName(root);
         askAboutRoot(root);
         iterators->finalizeRuntime(root);
@@ -248,19 +243,6 @@ private:
         attributes->release(procedural);
     }
 
-    /// On the calling thread alone.
-    void visitByHost(OxSgIteratorStruct* root) {
-        const OxVisitor visitor = [](OxVisit* visit, void* user) -> std::int32_t {
-            Tour& tour = *static_cast<Tour*>(user);
-            tour.add(tour.scenes->getFullName(visit->location, nullptr));
-            tour.add(static_cast<std::uint64_t>(visit->depth));
-            return kOxVisitGoOn;
-        };
-        OxErrorStruct* error = nullptr;
-        add(static_cast<std::uint64_t>(scenes->visit(root, nullptr, visitor, this, &error) + 1));
-        take(error);
-    }
-
     void visitByName(OxSgIteratorStruct* root) {
         OxSgIteratorStruct* const world = kept(iterators->getChildByName(root, "world", true));
         OxSgIteratorStruct* const cam = kept(iterators->getProducerByPath(root, kCamera, true));
@@ -311,7 +293,6 @@ private:
     const OxAttributeSuite_v1* attributes = nullptr;
     const OxAttributeSuite_v4* values = nullptr;
     const OxScenegraphIteratorHostSuite_v3* iterators = nullptr;
-    const OxScenegraphIteratorHostSuite_v4* scenes = nullptr;
     const OxRenderOutputUtilsHostSuite_v3* utils = nullptr;
     TourResult result;
     std::uint64_t* digest = &result.ofRest;
