@@ -92,6 +92,7 @@ std::optional<CopyPath> FindCopy(const SpiralState& state, const std::string& pa
 
 StringAttribute CopyNames(const SpiralState& state) {
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(state.count));
     for (std::int32_t i = 0; i < state.count; ++i)
         names.push_back(std::string(kCopyName) + std::to_string(i));
     return StringAttribute(names, 1);
