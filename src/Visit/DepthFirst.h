@@ -8,8 +8,8 @@
 
 #include <OxTellarProducers/GeometryProducer.h>
 
-// The parts of a depth-first walk that keeps a stack of its own, because a scene may be too deep for
-// recursion: on each level, the siblings that are not visited yet.
+// The parts of a depth-first walk that keeps a stack of its own, because a scene may be too deep
+// for recursion: on each level, the siblings that are not visited yet.
 
 namespace TELLAR {
 
