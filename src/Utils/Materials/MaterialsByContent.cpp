@@ -60,6 +60,7 @@ GroupAttribute FlattenMaterials(const std::vector<GroupAttribute>& materials,
     if (materials.empty()) return {};
     Key key;
     key.second = terminalNames;
+    key.first.reserve(materials.size());
     for (const GroupAttribute& material : materials)
         key.first.push_back(material.getHash());
     GroupAttribute flattened;
@@ -69,6 +70,7 @@ GroupAttribute FlattenMaterials(const std::vector<GroupAttribute>& materials,
     if (isKnown) return flattened;
 
     std::vector<GroupAttribute> reduced;
+    reduced.reserve(materials.size());
     for (const GroupAttribute& material : materials)
         reduced.push_back(MinimizeResolvedMaterialAttr(material));
     flattened = GetFlattenedMaterialAttr(reduced, terminalNames);
