@@ -28,6 +28,9 @@ constexpr SlotInfo VisitorSlot() {
     Add(slot, TypeOf<std::int32_t>());
     Add(slot, TypeOf<std::int32_t>());
     Add(slot, TypeOf<void*>());
+    ValueType place = TypeOf<const std::int64_t*>();
+    place.count = {CountRule::Argument, 3, 1}; // the depth
+    Add(slot, place);
     return slot;
 }
 
@@ -72,8 +75,8 @@ void Tell(const Functions& functions, const SlotInfo& slot, void* const* places,
 std::int32_t RunVisitor(OxVisit* visit, void* user) {
     const Functions& functions = FunctionsOf(user);
     std::int32_t wish = kOxVisitGoOn;
-    void* const places[] = {&visit->location, &visit->error, &visit->thread, &visit->depth,
-                            &visit->inherited};
+    void* const places[] = {&visit->location, &visit->error,     &visit->thread,
+                            &visit->depth,    &visit->inherited, &visit->place};
     auto body = [&] { wish = functions.visitor(visit, functions.user); };
     Tell(functions, kVisitorSlot, places, &wish, body);
     return wish;

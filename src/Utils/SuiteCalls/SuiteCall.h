@@ -110,7 +110,7 @@ struct ValueType {
                                           ///< length: Written
 };
 
-/// What a slot does with the count of its handle.
+/// How a slot changes the count of its handle.
 enum class SlotAction : std::uint8_t { Ask, Retain, Release };
 
 constexpr std::size_t kMostArguments = 8;
@@ -219,7 +219,7 @@ private:
     HandleFunction handleFunction = nullptr;
 };
 
-/// What stands between plug-ins and tables. Any thread calls it, several at once.
+/// A layer between plug-ins and tables. Any thread calls it, several at once.
 class SuiteCallObserver {
 public:
     virtual ~SuiteCallObserver() = default;

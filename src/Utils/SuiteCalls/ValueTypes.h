@@ -11,8 +11,8 @@
 
 #include "SuiteCall.h"
 
-/// What a C type of a slot's argument or result means on its own. SlotRules.h adds what only the
-/// slot tells.
+/// The meaning of the C types of arguments and results. SlotRules.h adds the meaning that depends
+/// on the slot.
 
 namespace TELLAR {
 

@@ -8,7 +8,7 @@
 
 namespace TELLAR {
 
-/// Which call something came from.
+/// The call, thread and render in which something happened.
 struct CallStamp {
     const SlotInfo* slot = nullptr; ///< null: none
     std::uint64_t number = 0;       ///< counts the calls of the process from 1

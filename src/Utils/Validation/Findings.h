@@ -9,7 +9,7 @@
 
 namespace TELLAR {
 
-/// What a plug-in can do wrong.
+/// The mistakes that validation finds.
 enum class Fault : std::uint8_t {
     UsedAfterRelease,
     ReleasedTwice,
@@ -28,8 +28,8 @@ enum class Fault : std::uint8_t {
 /// "used after release" and so on.
 const char* NameOf(Fault fault);
 
-/// Where something was found, and since when the handle concerned has existed. Findings that agree
-/// in all members are repetitions of one.
+/// The mistake, the slot in which it was found, and the slot that made the handle. Findings that
+/// agree in all of them are repetitions of one.
 struct FindingKey {
     Fault fault;
     std::string slot; ///< or the function of a listener

@@ -14,7 +14,7 @@
 
 namespace TELLAR {
 
-/// What is known of a handle, for messages.
+/// The origin and the end of a handle, for messages.
 struct HandleFacts {
     HandleKind kind = HandleKind::None;
     CallStamp made;
@@ -22,7 +22,7 @@ struct HandleFacts {
     CallStamp lent;     ///< the newest loan
 };
 
-/// A reference, or a handle of version 2 or 3 that was never retained, that is left over.
+/// A reference that was not released, or a handle of version 2 or 3 that was not retained.
 struct LeakedHandle {
     HandleFacts facts;
     CallStamp reference; ///< no slot: the handle was never retained
@@ -42,7 +42,7 @@ class HandleTable {
 public:
     explicit HandleTable(PoisonedCopies& poisoned) : poisoned(poisoned) {}
 
-    /// What is wrong with using a handle for a kind, if anything.
+    /// Returns the mistake in using a handle as one of this kind; nothing for a sound use.
     std::optional<Fault> check(HandleKind kind, const void* handle, HandleFacts& facts) const;
 
     /// The render that a handle belongs to and that goes on; 0 for none.
@@ -57,9 +57,9 @@ public:
     std::optional<Fault> retain(HandleKind kind, const void* handle, const CallStamp& stamp,
                                 HandleFacts& facts);
 
-    /// What happens to the host's count after a release.
+    /// When a release is passed on to the host.
     enum class Forward { No, Now, Later };
-    /// `later`, which frees the handle, is kept until freeReleased() or more releases.
+    /// Calls `free` with the handle after some more releases, or in freeReleased().
     std::optional<Fault> release(HandleKind kind, void* handle, const CallStamp& stamp,
                                  HandleFacts& facts, Forward& forward);
     void freeLater(void* handle, SuiteCall::HandleFunction free);
@@ -92,7 +92,7 @@ private:
         int hostReferences = 0;    // that were moved to the host
         bool isUnretained = false; // came without a reference, and is neither retained nor released
         bool isPastRender = false; // its render has ended
-        bool isLeakToldOf = false; // that it was never retained
+        bool isLeakToldOf = false; // it was reported as never retained
         std::vector<BorrowedCopy> copies;
 
         bool isUsable() const {
@@ -114,9 +114,9 @@ private:
 
     Shard& shardOf(const void* handle);
     const Shard& shardOf(const void* handle) const;
-    /// What is wrong with a record that may be null.
+    /// The same for a record, which may be null.
     static std::optional<Fault> check(HandleKind kind, const Record* record, HandleFacts& facts);
-    /// After the last reference of a plug-in.
+    /// Notes the release of the last reference, and poisons what was borrowed from the handle.
     void bury(Record& record, const CallStamp& stamp);
     static void collectLeaks(Record& record, std::optional<int> render,
                              std::vector<LeakedHandle>& leaks);

@@ -44,7 +44,8 @@ std::string Plural(std::int64_t count, const std::string& name) {
     return (count == 0 ? "no" : std::to_string(count)) + ' ' + name + (count == 1 ? "" : "s");
 }
 
-/// The first handle that is passed to a slot. What a slot lends is borrowed from it.
+/// The first handle that is passed to a slot. Texts and values that the slot returns are borrowed
+/// from it.
 const void* OwnerOf(const SuiteCall& call) {
     for (int i = 0; i < call.getArgumentCount(); ++i)
         if (call.getArgument(i).getType().role == ValueRole::Handle)
@@ -267,7 +268,7 @@ void Validator::lendRecord(const CallValue& record, const void* owner, const Cal
     }
 }
 
-// ---- What plug-ins are given and give -----------------------------------------------------------
+// ---- Handles between host and plug-ins ---------------------------------------------------------
 
 void Validator::adopt(const void* handle) {
     handles.adopt(HandleKind::Location, handle,
