@@ -17,7 +17,8 @@ shift
 # Target by corpus. Scene files and textures have a corpus for each format.
 declare -A target=(
     [asset-reference]=AssetReferenceFuzz [attribute-file]=AttributeFileFuzz
-    [attribute-xml]=AttributeXmlFuzz [configuration]=ConfigurationFuzz [cooking]=CookingFuzz
+    [attribute-xml]=AttributeXmlFuzz [capture]=CaptureFuzz
+    [configuration]=ConfigurationFuzz [cooking]=CookingFuzz
     [description-json]=DescriptionJsonFuzz [location-delegates]=LocationDelegatesFuzz
     [reader-reply]=ReaderReplyFuzz [resolution-file]=ResolutionFileFuzz)
 for format in dae fbx glb gltf obj ply stl; do
