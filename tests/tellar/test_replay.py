@@ -2,8 +2,12 @@
 """tellar render --capture, tellar replay, and captures as scenes.
 
     test_replay.py PROGRAM EXAMPLES_FOLDER
+
+TELLAR_TEST_SPHERE_FIELD in the environment names the folder of a delegate of locations of the type
+"sphere field".
 """
 
+import os
 import shutil
 
 from tellar_test import TellarTest, main, static_scene
@@ -48,6 +52,14 @@ class Pictures(ReplayTest):
                     self.replay("--threads", 5 - threads)
                     self.assert_same_picture()
 
+    def test_a_replay_is_validated_without_findings(self):
+        self.render(self.scene, *SMALL)
+        status, _, errors = self.run_tellar("replay", "shot.oxcap", "-o", "again.png",
+                                            TELLAR_VALIDATE="1")
+        self.assertEqual(status, 0)
+        self.assertRegex(errors.splitlines()[-1], "process: no findings in [0-9]+ calls")
+        self.assert_same_picture()
+
     def test_capturing_does_not_change_the_picture(self):
         garden = self.examples / "garden.json"
         self.render(garden, *SMALL)
@@ -84,6 +96,31 @@ class Pictures(ReplayTest):
         self.render(self.scene, *SMALL, "--tile", "1,0,2,2", "--exposure", "1")
         self.replay()
         self.assert_same_picture("tile_1_0.out.png", "tile_1_0.again.png")
+
+
+class Delegates(ReplayTest):
+    def test_a_replay_has_their_answers_without_them(self):
+        field = {"a": {"type": "sphere field",
+                       "field": {"count": 5, "spacing": 1.0, "radius": 0.4},
+                       "xform": {"translate": {"$type": "double", "values": [-2, 0, -6],
+                                               "tuple": 3}}}}
+        world = {"world": {"c": {**WORLD["world"]["c"], "field": field}}}
+        scene = self.write("field.json", static_scene(world))
+        delegates = os.environ["TELLAR_TEST_SPHERE_FIELD"]
+        self.tellar("render", scene, "-o", "out.png", "--capture", "shot.oxcap", *SMALL,
+                    OX_PLUGIN_PATH=delegates)
+        self.replay()
+        self.assert_same_picture()
+        self.tellar("render", scene, "-o", "without.png", *SMALL)
+        self.assertNotEqual(self.bytes_of("without.png"), self.bytes_of("out.png"))
+
+    def test_an_answer_that_was_not_recorded_is_an_error(self):
+        self.render(self.scene, *SMALL, "--renderer", "example", picture="out.txt")
+        status, _, errors = self.run_tellar("replay", "shot.oxcap", "-o", "out.png", "--renderer",
+                                            "lantern")
+        self.assertEqual(status, 2)
+        self.assertIn('"shot.oxcap" has no answer to getLocationTypesWithDelegates("lantern")',
+                      errors)
 
 
 class Textures(ReplayTest):

@@ -68,13 +68,14 @@ std::optional<std::runtime_error> MissingAnswers(const OxCapture::Reader& captur
 
 void RunReplay(const ReplayOptions& options) {
     CheckPicture(options.renderer);
+    const auto capture = OxCapture::Reader::Open(options.capture);
+    // Before the host sets up validation, which has to see the answers of the capture.
+    TELLAR::ReplayDelegates(capture);
     SetUpPluginHost();
     AddRendererFolder();
-    const auto capture = OxCapture::Reader::Open(options.capture);
     if (!capture->isComplete())
         WriteErrorLine("info: " + options.capture + " ends early, as after a crash");
     const std::vector<CapturedRender> renders = RendersOf(*capture);
-    TELLAR::ReplayDelegates(capture);
     const std::string& name = options.renderer.renderer;
     const Renderer renderer(name.empty() ? renders.front().renderer : name);
     const TemporaryFolder folder;
