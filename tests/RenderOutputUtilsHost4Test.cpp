@@ -309,18 +309,14 @@ TEST_F(RenderUtils4, TellWhatGoesWrongWithProceduralArguments) {
                                           kOxProceduralClassic, tell, &told, error.out()));
     EXPECT_EQ(told.size(), 1u);
     EXPECT_TRUE(error.isNull());
-    const auto refused = [&](OxSgIteratorStruct* location, OxAttributeStruct* group, int form) {
-        EXPECT_EQ(Utils4().getProceduralArguments(location, nullptr, group,
-                                                  static_cast<OxProceduralForm>(form), nullptr,
-                                                  nullptr, error.out()),
+    const auto refused = [&](OxSgIteratorStruct* location, OxAttributeStruct* group) {
+        EXPECT_EQ(Utils4().getProceduralArguments(location, nullptr, group, kOxProceduralClassic,
+                                                  nullptr, nullptr, error.out()),
                   nullptr);
         return error.text();
     };
-    EXPECT_EQ(refused(nullptr, procedural.getHandle(), 0),
-              "getProceduralArguments: location is null");
-    EXPECT_EQ(refused(geo.get(), nullptr, 0), "getProceduralArguments: procedural is null");
-    EXPECT_EQ(refused(geo.get(), procedural.getHandle(), 3),
-              "getProceduralArguments: form is no OxProceduralForm");
+    EXPECT_EQ(refused(nullptr, procedural.getHandle()), "getProceduralArguments: location is null");
+    EXPECT_EQ(refused(geo.get(), nullptr), "getProceduralArguments: procedural is null");
 }
 
 TEST_F(RenderUtils4, ConvertTexturesAndExpandPaths) {

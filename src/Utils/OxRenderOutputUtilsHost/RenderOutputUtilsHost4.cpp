@@ -25,8 +25,6 @@ OxAttributeStruct* GetArguments(OxSgIteratorStruct* location, const OxProcedural
                                 OxProceduralError onError, void* user) {
     const GeometryProducer::Ptr producer = At(location);
     NotNull(procedural, "procedural");
-    if (form != kOxProceduralClassic && form != kOxProceduralAttributes)
-        throw BadCall{"form", "is no OxProceduralForm"};
     return TextToC(
         Host::BuildProceduralArguments(producer, context, procedural, form, onError, user));
 }
