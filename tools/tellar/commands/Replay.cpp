@@ -49,6 +49,7 @@ std::vector<CapturedRender> RendersOf(const OxCapture::Reader& capture) {
 std::vector<Picture> PicturesOf(const std::vector<CapturedRender>& renders,
                                 const std::string& path) {
     std::vector<float> frames;
+    frames.reserve(renders.size());
     for (const CapturedRender& render : renders)
         frames.push_back(render.frame);
     std::vector<Picture> pictures = PicturesOfFrames(path, frames);
