@@ -58,7 +58,7 @@ public:
     void pause() { report->control().pause(); }
     void resume() { report->control().resume(); }
     /// Throws RenderError if the region has no pixel of the picture or the render has ended.
-    void setRegion(const OxPixelRegion& region);
+    void setRegion(const OxPixelRegion& wanted);
 
     /// Reads the revision to which the changes lead and begins to draw it. Throws RenderError and
     /// Cancelled; the render then stays as it was.
@@ -84,16 +84,16 @@ private:
     struct Session;
     class ParkedThread;
 
-    Render(const OxPluginHost& host, const RenderJob& job, std::unique_ptr<Report> report);
+    Render(const OxPluginHost& host, const RenderJob& job, std::unique_ptr<Report> listener);
 
     void run() noexcept;
     std::shared_ptr<Session> read(const Location& from, const Session* earlier);
     void takeShapes(Session& opened, Session& earlier);
     std::string checkedPath(const Location& from) const;
     int drawUntilTheEnd();
-    void deliver(const Session& session);
+    void deliver(const Session& drawn);
     bool waitForChange();
-    void end(int newStatus, std::exception_ptr newFailure = nullptr);
+    void end(int newStatus, std::exception_ptr newReason = nullptr);
     void beginAnew();
     void throwIfEnded() const;
     std::shared_ptr<Session> currentSession() const;

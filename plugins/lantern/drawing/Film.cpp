@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <unordered_set>
 #include <utility>
@@ -31,6 +32,7 @@ float FromBits(std::uint32_t bits) {
 
 std::vector<std::string> AssetsOf(const std::vector<std::string>& locations) {
     std::vector<std::string> assets;
+    assets.reserve(locations.size());
     for (const std::string& location : locations)
         assets.emplace_back(AssetOf(location));
     return assets;
@@ -38,6 +40,7 @@ std::vector<std::string> AssetsOf(const std::vector<std::string>& locations) {
 
 std::vector<std::string> NamesOf(const std::vector<Material>& materials) {
     std::vector<std::string> names;
+    names.reserve(materials.size());
     for (const Material& material : materials)
         names.push_back(material.name);
     return names;
@@ -45,6 +48,7 @@ std::vector<std::string> NamesOf(const std::vector<Material>& materials) {
 
 std::vector<std::uint32_t> IdsOf(const std::vector<std::string>& names) {
     std::vector<std::uint32_t> ids;
+    ids.reserve(names.size());
     for (const std::string& name : names)
         ids.push_back(MatteId(name));
     return ids;
@@ -185,7 +189,7 @@ void Film::developColors(Picture& picture) const {
         paths += counts[pixel];
     });
     const double mean = paths / (double(picture.pixels.size()) / 4);
-    picture.facts.samples = static_cast<int>(mean + 0.5);
+    picture.facts.samples = static_cast<int>(std::lround(mean));
 }
 
 /// Adds the channels of all layers besides the colors. Those of a matte's layers are consecutive.

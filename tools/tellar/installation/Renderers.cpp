@@ -141,6 +141,7 @@ int Renderer::render(const OxRenderJob_v1& job) const {
 int Renderer::stitch(const std::vector<std::string>& tiles, const std::string& picture,
                      const OxRenderListener_v1& listener) const {
     std::vector<const char*> paths;
+    paths.reserve(tiles.size());
     for (const std::string& tile : tiles)
         paths.push_back(tile.c_str());
     const auto count = static_cast<std::int64_t>(paths.size());
