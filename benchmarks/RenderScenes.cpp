@@ -36,8 +36,8 @@ const OxPluginHost& GetHost() {
 lantern::SceneData ReadDescription(const GroupAttribute& description, int threads) {
     const lantern::Suites suites(GetHost());
     const lantern::Location root = lantern::Location::owning(
-        suites,
-        suites.iterators().createRootIteratorFromOpTreeDescription(description.getHandle()));
+        suites, suites.iterators().createRootIteratorFromOpTreeDescription(description.getHandle(),
+                                                                           nullptr));
     lantern::Report report;
     return lantern::ReadScene(GetHost(), root.get(), {0, threads}, report);
 }

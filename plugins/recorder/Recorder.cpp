@@ -99,7 +99,9 @@ private:
         for (std::int64_t i = 0; i < count; ++i) {
             OxAttributeStruct* const child = values.getChildByIndex(group, i, nullptr);
             const std::string childName = values.getChildName(group, i);
-            write(name.empty() ? childName : name + '.' + childName, child);
+            std::string path = name;
+            if (!name.empty()) path += '.';
+            write(path += childName, child);
             values.release(child);
         }
     }
