@@ -2,7 +2,7 @@
 #define OXTELLARSDK_SUITEFILTER_H
 
 #include <functional>
-#include <string>
+#include <string_view>
 
 #include <OxTellarSDK/Export.h>
 
@@ -14,11 +14,11 @@ namespace OxPluginManager {
 /// The name under which filters see the functions for a cook, OxCookSuite, with version 1.
 inline constexpr const char* kCookSuiteName = "OpTypeCooks";
 
-/// A function table on its way to the code that asked for it.
+/// A function table on its way to the code that asked for it. The names live as long as the call.
 struct SuiteOffer {
     /// The plug-in that the table belongs to; empty for a table that the host offers to plug-ins.
-    std::string pluginName;
-    std::string apiName;
+    std::string_view pluginName;
+    std::string_view apiName;
     unsigned int apiVersion = 0;
     /// The table, or what an earlier filter put in its place. Never null.
     const void* suite = nullptr;

@@ -229,7 +229,7 @@ TEST(ReadScene, NamesAMissingSuite) {
         lantern::ReadScene(host, nullptr, {}, report);
         FAIL();
     } catch (const RenderError& error) {
-        EXPECT_STREQ(error.what(), "the host has no suite \"ScenegraphIteratorHost\" of version 3");
+        EXPECT_STREQ(error.what(), "the host has no suite \"ScenegraphIteratorHost\" of version 4");
     }
 }
 
