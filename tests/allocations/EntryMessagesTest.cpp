@@ -97,8 +97,6 @@ std::vector<Row> IteratorRows() {
          [](auto& of) { Release(Iterators().getFirstChild(of.root, false)); }},
         {logger, "getNextSibling",
          [](auto& of) { Release(Iterators().getNextSibling(of.cam, false)); }},
-        {logger, "getParent", [](auto& of) { Release(Iterators().getParent(of.geo)); }},
-        {logger, "getRoot", [](auto& of) { Release(Iterators().getRoot(of.geo)); }},
         {logger, "getChildByName",
          [](auto& of) { Release(Iterators().getChildByName(of.root, "world", false)); }},
         {logger, "getProducerByPath",
@@ -214,6 +212,21 @@ TEST(EntryMessages, NameTheEntryThatHadNoMemory) {
             EXPECT_THAT(messages.texts,
                         testing::ElementsAre(row.entry + std::string(": std::bad_alloc")));
         }
+}
+
+// Handles come from a pool, and these two entries make nothing else.
+TEST(EntryMessages, AreNotNeededForHandlesAlone) {
+    const Subject subject;
+    for (const auto entry : {Iterators().getParent, Iterators().getRoot}) {
+        Release(entry(subject.geo)); // fills the pool
+        const Messages messages("ScenegraphIteratorHost");
+        FailAllocation(1);
+        OxSgIteratorStruct* const made = entry(subject.geo);
+        FailAllocation(0);
+        EXPECT_NE(made, nullptr);
+        EXPECT_THAT(messages.texts, testing::IsEmpty());
+        Release(made);
+    }
 }
 
 long AllocationsOf(const std::function<void()>& call) {
