@@ -48,7 +48,7 @@ private:
     }
     bool dropQuietSquares(const Film& film);
     bool isQuiet(const Film& film, const Window& square) const;
-    int fitting(int count) const;
+    int fitting(int wanted) const;
 
     const double noise;
     const double seconds; // the time limit; 0 for none
