@@ -89,7 +89,7 @@ class FaultyRendererTest(TellarTest):
         self.assertIn("TELLAR_VALIDATE: released twice: release (AttributeHost 1) got ", errors)
 
     def test_another_value_is_warned_of(self):
-        _, _, errors = self.render("release twice", "yes")
+        _, _, errors = self.render("pass null", "yes")
         self.assertEqual(errors, "TELLAR_VALIDATE: not turned on: the value is neither 1 nor "
                                  "abort\n")
 

@@ -189,8 +189,7 @@ TEST(AttributeSuite4, RefusesWrongArgumentsByName) {
     EXPECT_EQ(called.attribute(), "values");
     EXPECT_EQ(Suite().readFloats(moving, 0, kOxLinear, &value, -1, &called), -1);
     EXPECT_EQ(called.attribute(), "capacity");
-    EXPECT_EQ(Suite().readFloats(moving, 0, static_cast<OxInterpolation>(2), &value, 1, &called),
-              -1);
+    EXPECT_EQ(Suite().readFloats(moving, 0, 2, &value, 1, &called), -1);
     EXPECT_EQ(called.attribute(), "interpolation");
     EXPECT_EQ(called.code(), kOxErrorBadCall);
     EXPECT_EQ(Suite().readFloats(nullptr, 0, kOxLinear, &value, 1, nullptr), -1);

@@ -140,12 +140,14 @@ public:
     template <typename T>
     T get() const {
         T value;
-        std::memcpy(&value, place, sizeof(T));
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): the variable may be a pointer
+        std::memcpy(&value, place, sizeof value);
         return value;
     }
     template <typename T>
     void set(T value) {
-        std::memcpy(place, &value, sizeof(T));
+        // NOLINTNEXTLINE(bugprone-sizeof-expression): the variable may be a pointer
+        std::memcpy(place, &value, sizeof value);
     }
 
     /// The variable when it is a pointer.

@@ -111,14 +111,15 @@ typedef struct OxAttributeSuite_v4 {
           with an error. */
     int32_t (*getSamples)(const OxAttributeStruct* data, OxSamples* samples, OxErrorStruct** error);
     /* 17 18 19 [any thread] Copies the values at any time, converted from ints, floats or doubles.
-          Writes at most `capacity` values; `values` may be null for a capacity of 0. Returns the
-          number of values in a sample, or -1 with an error. readInts rounds to the nearest integer,
-          and a value outside of its range is the error kOxErrorValue. */
-    int64_t (*readInts)(const OxAttributeStruct* data, float time, OxInterpolation interpolation,
+          `interpolation` is an OxInterpolation. Writes at most `capacity` values; `values` may be
+       null for a capacity of 0. Returns the number of values in a sample, or -1 with an error.
+       readInts rounds to the nearest integer, and a value outside of its range is the error
+       kOxErrorValue. */
+    int64_t (*readInts)(const OxAttributeStruct* data, float time, int32_t interpolation,
                         int32_t* values, int64_t capacity, OxErrorStruct** error);
-    int64_t (*readFloats)(const OxAttributeStruct* data, float time, OxInterpolation interpolation,
+    int64_t (*readFloats)(const OxAttributeStruct* data, float time, int32_t interpolation,
                           float* values, int64_t capacity, OxErrorStruct** error);
-    int64_t (*readDoubles)(const OxAttributeStruct* data, float time, OxInterpolation interpolation,
+    int64_t (*readDoubles)(const OxAttributeStruct* data, float time, int32_t interpolation,
                            double* values, int64_t capacity, OxErrorStruct** error);
     /* 20 [any thread] Value `index` of the sample of a string attribute that is nearest to `time`:
           borrowed, ends with a zero byte. Writes its length in bytes to *length, unless `length` is

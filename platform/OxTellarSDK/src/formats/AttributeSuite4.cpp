@@ -150,7 +150,7 @@ void CopyValues(const OxAttributeStruct* data, const SampleSpan& span, Result* v
 }
 
 template <typename Result>
-std::int64_t ReadValues(const OxAttributeStruct* data, float time, OxInterpolation interpolation,
+std::int64_t ReadValues(const OxAttributeStruct* data, float time, std::int32_t interpolation,
                         Result* values, std::int64_t capacity) {
     Numbers(data);
     if (capacity < 0) throw BadCall{"capacity", "is negative"};
