@@ -107,6 +107,7 @@ void AddCommands(CLI::App& app) {
     AddPackCommand(app);
     AddOpsCommand(app);
     AddDelegatesCommand(app);
+    AddConformCommand(app);
     AddDoctorCommand(app);
     AddHelpCommands(app);
 }

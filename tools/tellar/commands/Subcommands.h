@@ -28,6 +28,7 @@ void AddDepsCommand(CLI::App& app);
 void AddPackCommand(CLI::App& app);
 void AddOpsCommand(CLI::App& app);
 void AddDelegatesCommand(CLI::App& app);
+void AddConformCommand(CLI::App& app);
 void AddDoctorCommand(CLI::App& app);
 
 /// Adds `help` and `completion`, which describe the other subcommands. Call it after all others.

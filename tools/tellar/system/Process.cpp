@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <stdexcept>
 #include <system_error>
 
@@ -15,14 +16,6 @@ namespace {
 
 using TellarInternal::ChildEnd;
 using TellarInternal::ChildProcess;
-
-std::string OutputOf(ChildProcess& child) {
-    std::string output;
-    std::array<char, 1 << 14> buffer{};
-    while (const std::size_t bytes = child.read(buffer.data(), buffer.size()))
-        output.append(buffer.data(), bytes);
-    return output;
-}
 
 [[noreturn]] void Fail(const std::string& name, const ChildEnd& end, const std::string& errors) {
     const std::string first = errors.substr(0, errors.find('\n'));
@@ -42,6 +35,14 @@ ChildProcess Start(const std::string& name, const std::vector<std::string>& argu
 
 } // namespace
 
+std::string OutputOf(ChildProcess& child) {
+    std::string output;
+    std::array<char, 1 << 14> buffer{};
+    while (const std::size_t bytes = child.read(buffer.data(), buffer.size()))
+        output.append(buffer.data(), bytes);
+    return output;
+}
+
 std::string RunProgram(const std::string& name, const std::vector<std::string>& arguments,
                        std::string_view input) {
     ChildProcess child = Start(name, arguments, input);
@@ -49,6 +50,14 @@ std::string RunProgram(const std::string& name, const std::vector<std::string>& 
     const ChildEnd end = child.wait();
     if (!end.isSuccess()) Fail(name, end, child.errors());
     return output;
+}
+
+std::string ProgramPath() {
+    std::error_code error;
+    const auto path = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (error)
+        throw std::runtime_error("the path of this program is not known: " + error.message());
+    return path.string();
 }
 
 #if defined(_WIN32)

@@ -1,0 +1,9 @@
+#include "Checks.h"
+
+namespace TellarTool {
+
+std::vector<Check> OpTypeChecks() {
+    return {};
+}
+
+} // namespace TellarTool

@@ -1,0 +1,9 @@
+#include "Checks.h"
+
+namespace TellarTool {
+
+std::vector<Check> RendererChecks() {
+    return {};
+}
+
+} // namespace TellarTool
