@@ -1,5 +1,6 @@
 """docs/c-suites.md lists all functions of the newest suites, and no others. The comments in their
-headers number all slots in order, and say which threads may call them."""
+headers number all slots in order, and say which threads may call them. Those of the header for op
+types number them too."""
 
 import pathlib
 import re
@@ -14,7 +15,11 @@ SUITES = {
     "AttributeHost": f"{SDK}/AttributeSuite4.h",
     "RendererPlugin": f"{PRODUCERS}/OxRendererPluginSuite2.h",
 }
+OP_TYPES = f"{SDK}/OpTypeSuite.h"
+TABLE = r"typedef struct \w+Suite_v\d+ \{(.*?)\n\} \w+Suite_v"
 SLOT_OR_NUMBERS = re.compile(r"/\* (\d[\d ]*(?: to \d+)?) \[any thread\]|\(\*(\w+)\)\(")
+OP_TYPE_SLOT_OR_NUMBERS = re.compile(
+    r"/\* (\d[\d ]*(?: to \d+)?) [A-Z]|(?:\(\*|^    const \w+\* (?=values;))(\w+)", re.M)
 
 
 def numbers(text):
@@ -24,12 +29,11 @@ def numbers(text):
     return list(map(int, text.split()))
 
 
-def slots(header):
+def slots(header, table=TABLE, slot_or_numbers=SLOT_OR_NUMBERS):
     """The names of the slots in their order, after a check of their numbers."""
     text = (SOURCE / header).read_text(encoding="utf-8")
-    table = re.search(r"typedef struct \w+Suite_v\d+ \{(.*?)\n\} \w+Suite_v", text, re.S).group(1)
     names, told = [], []
-    for match in SLOT_OR_NUMBERS.finditer(table):
+    for match in slot_or_numbers.finditer(re.search(table, text, re.S).group(1)):
         if match.group(1):
             assert not told, f"{header}: numbers {told} have no slots"
             told = numbers(match.group(1))
@@ -61,6 +65,11 @@ def main():
         found = page.get(suite, [])
         assert sorted(found) == sorted(set(expected)), (
             f"docs/c-suites.md and {header} differ in {sorted(set(expected) ^ set(found))}")
+
+    cooks = slots(OP_TYPES, r"typedef struct OxCookSuite \{(.*?)\n\} OxCookSuite",
+                  OP_TYPE_SLOT_OR_NUMBERS)
+    assert len(cooks) == 17 and cooks[0] == "values" and cooks[16] == "isFresh", cooks
+    assert len(slots(OP_TYPES, slot_or_numbers=OP_TYPE_SLOT_OR_NUMBERS)) == 4
 
 
 if __name__ == "__main__":

@@ -82,7 +82,7 @@ typedef struct OxCookSuite {
     /* 5 6 Adds and drops one reference. */
     void (*retainLocationData)(OxLocationDataStruct* data);
     void (*releaseLocationData)(OxLocationDataStruct* data);
-    /* 6 1 or 0. */
+    /* 7 Returns 1 or 0. */
     int32_t (*doesLocationExist)(const OxLocationDataStruct* data);
     /* 8 9 The attributes, a group, and the names of the potential children, strings. Null when
        there are none. */
@@ -106,8 +106,8 @@ typedef struct OxCookSuite {
     /* 15 The probable index of the location among its parent's potential children. It is a hint
           that may be wrong. */
     int64_t (*getProbableIndex)(const OxCookStruct* cook);
-    /* 15 1 when the location was evicted: the cook must then read again what comes from outside,
-          such as a file. Else 0. */
+    /* 16 Returns 1 when the location was evicted: the cook must then read again what comes from
+          outside, such as a file. Otherwise 0. */
     int32_t (*isFresh)(const OxCookStruct* cook);
 } OxCookSuite;
 
