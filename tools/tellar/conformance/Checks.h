@@ -13,8 +13,10 @@ namespace TellarTool {
 struct Check {
     const char* name;    ///< unique in its list
     const char* summary; ///< one sentence
-    /// Runs in a process of its own, under validation. What it throws is a fault of the plug-in.
+    /// Runs in a process of its own. What it throws is a fault of the plug-in.
     void (*run)(const Subject& subject, Verdict& verdict);
+    /// False for a check that measures memory, of which validation needs more with every call.
+    bool isValidated = true;
 };
 
 /// The checks of a plug-in by its API, in the order in which they run. Empty for other APIs than

@@ -54,15 +54,27 @@ const Suite* SuiteOf(const FoundPlugin& plugin) {
         PluginManager::getPlugin(plugin.name, plugin.apiName, plugin.apiVersion)));
 }
 
-/// The name by which scenes and commands know the plug-in. Op types have one in their description.
-std::string NameOf(const FoundPlugin& plugin) {
-    if (plugin.apiName != OX_OP_TYPE_API) return plugin.name;
+/// The name in the description of an op type; empty when there is none.
+std::string NameOfOpType(const FoundPlugin& plugin) {
     if (plugin.apiVersion == OX_OP_TYPE_API_VERSION) {
         const auto* const suite = SuiteOf<OxOpTypePluginSuite_v2>(plugin);
-        return suite && suite->getDescription ? suite->getDescription()->name : plugin.name;
+        const auto* const told = suite && suite->getDescription ? suite->getDescription() : nullptr;
+        return told && told->name ? told->name : "";
     }
     const auto* const suite = SuiteOf<OxOpTypePluginSuite_v3>(plugin); // version 1 has its layout
-    return suite && suite->getOpType ? suite->getOpType()->description().name : plugin.name;
+    const OxOpType::OpType* const type = suite && suite->getOpType ? suite->getOpType() : nullptr;
+    return type ? type->description().name : "";
+}
+
+/// The name by which scenes and commands know the plug-in.
+std::string NameOf(const FoundPlugin& plugin) {
+    if (plugin.apiName != OX_OP_TYPE_API) return plugin.name;
+    try {
+        const std::string name = NameOfOpType(plugin);
+        return name.empty() ? plugin.name : name;
+    } catch (...) { // the check "loads" tells of it
+        return plugin.name;
+    }
 }
 
 /// Adds the plug-in as a subject, or as one more version of a subject.
@@ -81,10 +93,10 @@ std::vector<Subject> SubjectsInLibrary(const std::string& library) {
     std::vector<Subject> subjects;
     for (const FoundPlugin& plugin : GetPlugins())
         if (IsInLibrary(plugin, library)) Add(subjects, plugin);
+    // The check "loads" tells why single op types of a library are refused.
+    if (!subjects.empty()) return subjects;
     const std::string reason = ReasonOfRefusal(library);
-    if (!reason.empty()) throw std::runtime_error(library + ": " + reason);
-    if (subjects.empty()) throw std::runtime_error(library + ": holds no plug-in");
-    return subjects;
+    throw std::runtime_error(library + ": " + (reason.empty() ? "holds no plug-in" : reason));
 }
 
 std::vector<Subject> SubjectsNamed(const std::string& name) {
