@@ -272,6 +272,18 @@ TEST_F(Validation, TellsRendersOfVersion2ApartThatGoOnAtOnce) {
     EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(": 1 finding in "));
 }
 
+TEST_F(Validation, LetsRendersThatGoOnAtOnceShareTheirRoot) {
+    const SceneFile file;
+    const Handle root = file.root();
+    OxRenderStruct* const first = Start("keep the root", root);
+    OxRenderStruct* const second = Start("keep the root", root);
+    for (OxRenderStruct* const render : {first, second}) {
+        testing::internal::CaptureStderr();
+        Renderer2().release(render);
+        EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(": no findings in "));
+    }
+}
+
 TEST_F(Validation, LetsARendererHandAnErrorToItsCaller) {
     const SceneFile file;
     const Handle root = file.root();

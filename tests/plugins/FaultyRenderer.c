@@ -302,7 +302,12 @@ static const void* getSuite(void) {
 
 struct OxRenderStruct {
     int isFailing;
+    OxSgIteratorStruct* root; /* retained, or null */
 };
+
+static const OxScenegraphIteratorHostSuite_v4* getScenes(void) {
+    return host->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 4);
+}
 
 static OxRenderStruct* start(const OxRenderJob_v2* job, OxErrorStruct** error) {
     OxRenderStruct* made = malloc(sizeof(OxRenderStruct));
@@ -313,12 +318,17 @@ static OxRenderStruct* start(const OxRenderJob_v2* job, OxErrorStruct** error) {
     old.listener.onMessage = job->listener.onMessage;
     old.listener.user = job->listener.user;
     if (error) *error = NULL;
-    if (made) made->isFailing = strcmp(job->picture, "fail") == 0;
+    if (made) {
+        made->isFailing = strcmp(job->picture, "fail") == 0;
+        made->root = strcmp(job->picture, "keep the root") == 0 ? job->root : NULL;
+        getScenes()->retainIterator(made->root);
+    }
     render(&old);
     return made;
 }
 
 static void release(OxRenderStruct* taken) {
+    getScenes()->releaseIterator(taken->root);
     free(taken);
 }
 

@@ -171,6 +171,8 @@ void HandleTable::lend(HandleKind kind, const void* handle, const CallStamp& sta
         record.facts.made = stamp;
     }
     record.facts.lent = stamp;
+    const bool isInRender = record.render != 0 && !record.isPastRender;
+    record.isShared = isInRender && (record.isShared || record.render != stamp.render);
     record.render = stamp.render;
     record.isPastRender = false;
     record.isUnretained = false;
@@ -237,10 +239,12 @@ std::vector<LeakedHandle> HandleTable::endRender(int render, bool isLast) {
     for (Shard& shard : shards) {
         const std::lock_guard<std::mutex> lock(shard.mutex);
         for (auto& [handle, record] : shard.records) {
-            if (record.facts.kind == HandleKind::Attribute && !isLast) continue;
+            const bool isShared = record.isShared || record.facts.kind == HandleKind::Attribute;
+            if (isShared && !isLast) continue;
             collectLeaks(record, render, leaks);
             const bool isOfHost = record.loans > 0 || record.hostReferences > 0;
-            if (record.render == render && !isOfHost) record.isPastRender = true;
+            const bool isOfRender = record.render == render || record.isShared;
+            if (isOfRender && !isOfHost) record.isPastRender = true;
         }
     }
     return leaks;

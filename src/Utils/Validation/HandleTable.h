@@ -78,7 +78,8 @@ public:
                        const CallStamp& stamp);
 
     /// Returns what is left of a render, each only once. Its handles may not be used any more.
-    /// Attributes are passed over while other renders go on, because renders may share them.
+    /// While other renders go on, attributes and handles that were lent to several renders are
+    /// passed over, because nothing tells which render releases which reference.
     std::vector<LeakedHandle> endRender(int render, bool isLast);
     /// Returns everything that is left and was not returned before.
     std::vector<LeakedHandle> findLeaks();
@@ -92,6 +93,7 @@ private:
         int hostReferences = 0;    // that were moved to the host
         bool isUnretained = false; // came without a reference, and is neither retained nor released
         bool isPastRender = false; // its render has ended
+        bool isShared = false;     // it was lent to several renders that go on at once
         bool isLeakToldOf = false; // it was reported as never retained
         std::vector<BorrowedCopy> copies;
 
