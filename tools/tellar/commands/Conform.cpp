@@ -39,6 +39,7 @@ constexpr int kMostSeconds = 24 * 60 * 60;
 struct ConformOptions {
     std::vector<std::string> plugins;
     std::string scene;
+    std::string format = "png";
     std::vector<std::string> only; // names of checks; empty: all
     std::int32_t seconds = 120;    // for one check
     bool list = false;
@@ -57,9 +58,9 @@ struct SubjectResults {
 std::string TitleOf(const Subject& subject) {
     std::string title = subject.api == OX_RENDERER_API ? "renderer \"" : "op type \"";
     title += subject.name + '"';
+    const std::string plural = subject.versions.size() > 1 ? ", versions " : ", version ";
     for (const unsigned int version : subject.versions)
-        title += (version == subject.versions.front() ? ", version " : " and ") +
-                 std::to_string(version);
+        title += (version == subject.versions.front() ? plural : " and ") + std::to_string(version);
     return title + (subject.file.empty() ? ", built in" : ", " + subject.file);
 }
 
@@ -135,6 +136,10 @@ bool IsWanted(const std::string& check, const ConformOptions& options) {
            std::find(options.only.begin(), options.only.end(), check) != options.only.end();
 }
 
+GivenPlugin GivenOf(const std::string& plugin, const ConformOptions& options) {
+    return {plugin, options.scene, options.format, std::chrono::seconds(options.seconds)};
+}
+
 SubjectResults RunChecks(const GivenPlugin& given, const Subject& subject,
                          const ConformOptions& options) {
     const std::vector<Check> checks = ChecksOf(subject.api);
@@ -180,7 +185,7 @@ void RunConform(const ConformOptions& options) {
     std::size_t checks = 0;
     std::int64_t failed = 0;
     for (const std::string& plugin : options.plugins) {
-        const GivenPlugin given{plugin, options.scene, std::chrono::seconds(options.seconds)};
+        const GivenPlugin given = GivenOf(plugin, options);
         for (const Subject& subject : LoadInChild(given)) {
             const SubjectResults results = RunChecks(given, subject, options);
             checks += results.results.size();
@@ -197,7 +202,7 @@ void RunConform(const ConformOptions& options) {
 void Run(const ConformOptions& options) {
     if (options.child.empty()) return RunConform(options);
     const std::vector<std::string>& parts = options.child;
-    RunAsChild(options.plugins.front(), options.scene, {parts[0], parts[1], parts[2], parts[3]});
+    RunAsChild(GivenOf(options.plugins.front(), options), {parts[0], parts[1], parts[2], parts[3]});
 }
 
 } // namespace
@@ -214,6 +219,10 @@ void AddConformCommand(CLI::App& app) {
         .add_option("--scene", options->scene,
                     "A scene that uses the op types under test, for arguments that make sense")
         ->option_text("FILE");
+    command
+        .add_option("--format", options->format,
+                    "The extension of the pictures that a renderer shall write; png unless given")
+        ->option_text("EXTENSION");
     command.add_option("--only", options->only, "Run these checks only")
         ->delimiter(',')
         ->option_text("CHECK,...");

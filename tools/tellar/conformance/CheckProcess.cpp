@@ -11,6 +11,7 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 
 #include "Checks.h"
+#include "HostSuites.h"
 #include "Process.h"
 #include "TemporaryFolder.h"
 #include "Verdict.h"
@@ -34,8 +35,8 @@ struct ChildOutcome {
 
 ChildOutcome RunChild(const GivenPlugin& given, const ChildTask& task) {
     ChildProcess child({ProgramPath(),
-                        {"conform", given.plugin, "--scene", given.scene, "--child", task.api,
-                         task.name, task.check, task.folder},
+                        {"conform", given.plugin, "--scene", given.scene, "--format", given.format,
+                         "--child", task.api, task.name, task.check, task.folder},
                         {},
                         given.timeLimit});
     ChildOutcome outcome;
@@ -139,17 +140,19 @@ CheckResult RunInChild(const GivenPlugin& given, const Subject& subject, const s
     return result;
 }
 
-void RunAsChild(const std::string& plugin, const std::string& scene, const ChildTask& task) {
+void RunAsChild(const GivenPlugin& given, const ChildTask& task) {
     // Never destroyed: validation reports leaks when the process ends.
     static auto* const verdict = new Verdict;
+    KeepHostSuites();
     if (!task.check.empty() && IsValidated(task)) {
         SetEnvironment("TELLAR_VALIDATE", "1");
         TellFindings(*verdict);
     }
-    for (Subject& subject : LoadSubjects(plugin)) {
+    for (Subject& subject : LoadSubjects(given.plugin)) {
         if (task.check.empty()) std::fputs(LineOf(subject).c_str(), stdout);
         if (subject.api != task.api || subject.name != task.name) continue;
-        subject.scene = scene;
+        subject.scene = given.scene;
+        subject.format = given.format;
         subject.folder = task.folder;
         for (const Check& check : ChecksOf(subject.api))
             if (check.name == task.check) RunCheck(check, subject, *verdict);

@@ -16,6 +16,7 @@ namespace TellarTool {
 struct GivenPlugin {
     std::string plugin; ///< as LoadSubjects takes it
     std::string scene;  ///< for checks of op types; may be empty
+    std::string format; ///< of pictures: "png"
     std::chrono::seconds timeLimit;
 };
 
@@ -44,7 +45,7 @@ struct ChildTask {
 };
 
 /// The work of the child process.
-void RunAsChild(const std::string& plugin, const std::string& scene, const ChildTask& task);
+void RunAsChild(const GivenPlugin& given, const ChildTask& task);
 
 } // namespace TellarTool
 

@@ -3,16 +3,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <string>
-#include <system_error>
 #include <vector>
 
-#if defined(__GLIBC__)
-#include <malloc.h>
-#endif
-
 #include "OpTypeUnderTest.h"
+#include "Resources.h"
 
 namespace TellarTool {
 
@@ -24,34 +19,6 @@ constexpr std::size_t kMostPaths = 100;
 // Less than one small object for each scene.
 constexpr std::int64_t kBytesOfRun = 12 * kScenes;
 
-/// What a process holds.
-struct Holdings {
-    std::int64_t bytes = 0;
-    std::int64_t threads = 0;
-    std::int64_t files = 0;
-};
-
-/// The number of entries of a folder of the system; 0 where there is no such folder.
-std::int64_t CountEntries(const char* folder) {
-    std::error_code ignored;
-    std::int64_t count = 0;
-    for (auto entry = std::filesystem::directory_iterator(folder, ignored);
-         entry != std::filesystem::directory_iterator(); entry.increment(ignored))
-        ++count;
-    return count;
-}
-
-Holdings HoldingsNow() {
-    Holdings now;
-#if defined(__GLIBC__)
-    const struct mallinfo2 heap = mallinfo2();
-    now.bytes = static_cast<std::int64_t>(heap.uordblks + heap.hblkhd);
-#endif
-    now.threads = CountEntries("/proc/self/task");
-    now.files = CountEntries("/proc/self/fd");
-    return now;
-}
-
 void CookScenes(const OpCase& made) {
     for (int i = 0; i < kScenes; ++i) {
         const auto client = made.open()->getClient();
@@ -60,15 +27,16 @@ void CookScenes(const OpCase& made) {
 }
 
 /// What a hundred scenes leave behind.
-Holdings Growth(const OpCase& made) {
-    const Holdings first = HoldingsNow();
+Resources Growth(const OpCase& made) {
+    const Resources first = ResourcesInUse();
     CookScenes(made);
-    const Holdings last = HoldingsNow();
-    return {last.bytes - first.bytes, last.threads - first.threads, last.files - first.files};
+    const Resources last = ResourcesInUse();
+    return {last.openFiles - first.openFiles, last.threads - first.threads,
+            last.heapBytes - first.heapBytes};
 }
 
-bool IsNothing(const Holdings& growth) {
-    return growth.bytes <= kBytesOfRun && growth.threads <= 0 && growth.files <= 0;
+bool IsNothing(const Resources& growth) {
+    return growth.heapBytes <= kBytesOfRun && growth.threads <= 0 && growth.openFiles <= 0;
 }
 
 void ExpectNothing(const std::string& what, std::int64_t growth, std::int64_t most,
@@ -80,13 +48,13 @@ void ExpectNothing(const std::string& what, std::int64_t growth, std::int64_t mo
 
 void CheckNothingLeft(const Subject& subject, Verdict& verdict) {
     for (const OpCase& made : UsableCases(subject, verdict)) {
-        Holdings growth = Growth(made);
+        Resources growth = Growth(made);
         for (int run = 1; run < kMostRuns && !IsNothing(growth); ++run)
             growth = Growth(made);
         const std::string place = made.name + ", every hundred scenes leave ";
-        ExpectNothing(place + "bytes: ", growth.bytes, kBytesOfRun, verdict);
+        ExpectNothing(place + "bytes: ", growth.heapBytes, kBytesOfRun, verdict);
         ExpectNothing(place + "threads: ", growth.threads, 0, verdict);
-        ExpectNothing(place + "open files: ", growth.files, 0, verdict);
+        ExpectNothing(place + "open files: ", growth.openFiles, 0, verdict);
     }
 }
 

@@ -86,7 +86,7 @@ void Add(std::vector<Subject>& subjects, const FoundPlugin& plugin) {
     if (same != subjects.end())
         same->versions.push_back(plugin.apiVersion);
     else
-        subjects.push_back({plugin.apiName, name, {plugin.apiVersion}, plugin.file, {}, {}});
+        subjects.push_back({plugin.apiName, name, {plugin.apiVersion}, plugin.file, {}, {}, {}});
 }
 
 std::vector<Subject> SubjectsInLibrary(const std::string& library) {
@@ -104,7 +104,7 @@ std::vector<Subject> SubjectsNamed(const std::string& name) {
     for (const FoundPlugin& plugin : GetPlugins())
         if (NameOf(plugin) == name && !ChecksOf(plugin.apiName).empty()) Add(subjects, plugin);
     if (subjects.empty() && OxOpType::FindOpType(name)) // a built-in one
-        subjects.push_back({OxOpType::kPluginApiName, name, {}, {}, {}, {}});
+        subjects.push_back({OxOpType::kPluginApiName, name, {}, {}, {}, {}, {}});
     if (subjects.empty())
         throw std::runtime_error("there is no renderer and no op type \"" + name + '"');
     return subjects;

@@ -14,6 +14,8 @@ struct Subject {
     std::string file;                   // its library; empty for a built-in op type
     /// A scene with Ops of the type under test; empty when the user gave none.
     std::string scene;
+    /// The extension of the pictures that the renderer under test shall write.
+    std::string format;
     /// A folder of this check for files.
     std::string folder;
 

@@ -4,12 +4,10 @@
 #include <memory>
 #include <stdexcept>
 
-#include <OxPluginHost/OxPluginHost.h>
 #include <OxTellarProducers/OxRendererPluginSuite.h>
-#include <OxTellarProducers/OxScenegraphIteratorHostSuite.h>
-#include <OxTellarProducers/OxSgIterator.h>
 
 #include "FrameRange.h"
+#include "LocationHandle.h"
 #include "NumberText.h"
 #include "PictureTarget.h"
 #include "RendererRun.h"
@@ -21,26 +19,6 @@ namespace {
 using TELLAR::GeometryProducer;
 
 constexpr float kMostFrame = 1e9f; // frame numbers have to fit into an int
-
-/// Owns a handle for plug-ins onto a location.
-class LocationHandle {
-public:
-    explicit LocationHandle(const GeometryProducer::Ptr& location)
-        : suite(*static_cast<const OxScenegraphIteratorHostSuite_v3*>(
-              OxGetPluginHost()->getSuite(OX_SCENEGRAPH_ITERATOR_HOST_SUITE, 3))),
-          handle(TELLAR::OxGeometryProducerToHandle(location)) {
-        suite.retainIterator(handle);
-    }
-    ~LocationHandle() { suite.releaseIterator(handle); }
-    LocationHandle(const LocationHandle&) = delete;
-    LocationHandle& operator=(const LocationHandle&) = delete;
-
-    OxSgIteratorStruct* get() const { return handle; }
-
-private:
-    const OxScenegraphIteratorHostSuite_v3& suite;
-    OxSgIteratorStruct* const handle;
-};
 
 RendererTask TaskOf(const Picture& picture, std::size_t index, const Drawing& drawing,
                     const LocationHandle& root) {
