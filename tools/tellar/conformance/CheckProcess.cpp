@@ -131,12 +131,14 @@ CheckResult RunInChild(const GivenPlugin& given, const Subject& subject, const s
     const ChildOutcome outcome =
         RunChild(given, {subject.api, subject.name, check, folder.file("")});
     CheckResult result{check, {}, {}, {}};
+    std::string step;
     for (const std::string& line : outcome.lines) {
         if (const auto text = After(kFaultMark, line)) result.faults.push_back(*text);
         if (const auto text = After(kNoteMark, line)) result.notes.push_back(*text);
         if (const auto text = After(kSkipMark, line)) result.reasonToSkip = *text;
+        if (const auto text = After(kStepMark, line)) step = *text + ": ";
     }
-    if (!outcome.end.isSuccess()) result.faults.push_back(TextOf(outcome));
+    if (!outcome.end.isSuccess()) result.faults.push_back(step + TextOf(outcome));
     return result;
 }
 

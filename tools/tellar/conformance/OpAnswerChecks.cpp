@@ -187,14 +187,18 @@ void CheckFailures(const OpCase& made, FirstFaults& faults) {
 
 void CheckSameAnswer(const Subject& subject, Verdict& verdict) {
     FirstFaults faults(verdict);
-    for (const OpCase& made : UsableCases(subject, verdict))
+    for (const OpCase& made : UsableCases(subject, verdict)) {
+        faults.step(made.name);
         CheckOrders(subject, made, faults);
+    }
 }
 
 void CheckEightThreads(const Subject& subject, Verdict& verdict) {
     FirstFaults faults(verdict);
-    for (const OpCase& made : UsableCases(subject, verdict))
+    for (const OpCase& made : UsableCases(subject, verdict)) {
+        faults.step(made.name);
         CheckThreads(made, faults);
+    }
 }
 
 void CheckFailingInput(const Subject& subject, Verdict& verdict) {
@@ -202,8 +206,10 @@ void CheckFailingInput(const Subject& subject, Verdict& verdict) {
     if (!description) return;
     if (!TakesInputs(*description)) return verdict.skip("the op type takes no inputs");
     FirstFaults faults(verdict);
-    for (const OpCase& made : UsableCases(subject, verdict))
+    for (const OpCase& made : UsableCases(subject, verdict)) {
+        faults.step(made.name);
         CheckFailures(made, faults);
+    }
 }
 
 } // namespace TellarTool

@@ -36,6 +36,7 @@ void ExpectUsableError(const std::string& place, const OpCase& made, const Answe
 /// Cooks some locations of a graph, in which nothing is expected but usable errors.
 void CookSome(const std::string& what, const OpCase& made, const std::vector<std::string>& paths,
               FirstFaults& faults) {
+    faults.step(what);
     const auto client = made.open()->getClient();
     for (const std::string& path : paths)
         ExpectUsableError(what + ", " + path, made, Cook(*client, path), faults);
@@ -94,6 +95,7 @@ void ExpectNoLocation(const std::string& path, const OpCase& made, const Answer&
 }
 
 void CookOddPaths(const OpCase& made, FirstFaults& faults) {
+    faults.step(made.name);
     const auto client = made.open()->getClient();
     std::vector<std::string> parents = PathsOf(*client, kMostParents);
     parents.push_back(parents.back() + "/below a leaf");

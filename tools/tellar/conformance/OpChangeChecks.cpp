@@ -1,6 +1,7 @@
 // The check that an op type tells all locations which an edit can touch.
 #include "OpTypeChecks.h"
 
+#include <chrono>
 #include <exception>
 #include <optional>
 #include <random>
@@ -29,6 +30,7 @@ using TELLAR::SceneChange;
 using TELLAR::SceneChanges;
 
 constexpr int kEdits = 120;
+constexpr std::chrono::seconds kLongest(10); // for the edits of one op in a large scene
 constexpr std::size_t kMostPaths = 250;
 // From here on the functions that tell changes are a part of the class.
 constexpr unsigned int kVersionWithChanges = OxOpType::kPluginApiVersion;
@@ -113,13 +115,16 @@ private:
 
     std::string editProbe(TELLAR::SceneEdit& edit) {
         const std::string probe = "probe" + std::to_string(random() % made.op().inputs.size());
-        static const char* const kKinds[] = {"hide", "touch", "touch", "add", "fail"};
-        const char* const kind = kKinds[random() % 5];
+        static const char* const kKinds[][2] = {{"hide", "hiding "},
+                                                {"touch", "changing "},
+                                                {"add", "adding a child to "},
+                                                {"fail", "an error of "}};
+        const auto& [kind, what] = kKinds[random() % 4];
         const std::string path = somePath();
         edit.setOpArgs(
             probe, GroupAttribute(
                        {{"label", IntAttribute(number++)}, {kind, StringAttribute(path)}}, true));
-        return std::string("an input that has to ") + kind + " at " + path;
+        return what + path + " in an input";
     }
 
     std::string editInputs(TELLAR::SceneEdit& edit) {
@@ -213,11 +218,13 @@ int CheckEdits(const OpCase& made, const OxOpType::Description& description,
                const std::string& file, FirstFaults& faults) {
     Editor editor(made, description, file, 1);
     int accepted = 0;
-    for (int i = 0; i < kEdits; ++i) {
+    const auto end = std::chrono::steady_clock::now() + kLongest;
+    for (int i = 0; i < kEdits && std::chrono::steady_clock::now() < end; ++i) {
         const ClientPtr before = editor.client();
         SceneChanges changes;
         const auto what = editor.edit(changes);
         if (!what) continue;
+        faults.step(made.name + ", " + *what);
         ++accepted;
         CheckEdit(made.name + ", " + *what, {before, editor.client()}, changes, faults);
     }

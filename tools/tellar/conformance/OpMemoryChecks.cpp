@@ -39,9 +39,10 @@ bool IsNothing(const Resources& growth) {
     return growth.heapBytes <= kBytesOfRun && growth.threads <= 0 && growth.openFiles <= 0;
 }
 
-void ExpectNothing(const std::string& what, std::int64_t growth, std::int64_t most,
+void ExpectNothing(const OpCase& made, std::int64_t growth, std::int64_t most, const char* what,
                    Verdict& verdict) {
-    verdict.expect(growth <= most, what + std::to_string(growth));
+    verdict.expect(growth <= most, made.name + ": every hundred scenes leave " +
+                                       std::to_string(growth) + ' ' + what);
 }
 
 } // namespace
@@ -51,10 +52,9 @@ void CheckNothingLeft(const Subject& subject, Verdict& verdict) {
         Resources growth = Growth(made);
         for (int run = 1; run < kMostRuns && !IsNothing(growth); ++run)
             growth = Growth(made);
-        const std::string place = made.name + ", every hundred scenes leave ";
-        ExpectNothing(place + "bytes: ", growth.heapBytes, kBytesOfRun, verdict);
-        ExpectNothing(place + "threads: ", growth.threads, 0, verdict);
-        ExpectNothing(place + "open files: ", growth.openFiles, 0, verdict);
+        ExpectNothing(made, growth.heapBytes, kBytesOfRun, "bytes", verdict);
+        ExpectNothing(made, growth.threads, 0, "threads", verdict);
+        ExpectNothing(made, growth.openFiles, 0, "open files", verdict);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <random>
 
 #include <OxTellarProducers/SceneDescription.h>
+#include <OxTellarSDK/DescriptionJson.h>
 
 #include "ArgumentSamples.h"
 #include "ProbeInput.h"
@@ -18,6 +19,7 @@ constexpr std::size_t kMostTold = 4;
 constexpr std::size_t kMostCases = 4;
 constexpr int kMostDraws = 200;
 constexpr std::size_t kMostLooked = 50;
+constexpr std::size_t kLongestName = 120;
 
 /// Writes a file that SceneImport reads, for arguments that name a file.
 std::string SampleFile(const Subject& subject) {
@@ -43,6 +45,13 @@ std::string CommonError(const OpCase& made) {
     return error;
 }
 
+/// 'sample arguments {"radius": 2.0}', which can be copied into a scene unless it is long.
+std::string NameOf(const OxAttribute::GroupAttribute& args) {
+    std::string text = OxAttribute::WriteAttributeJson(args, -1);
+    if (text.size() > kLongestName) text = text.substr(0, kLongestName) + " ...";
+    return "sample arguments " + text;
+}
+
 std::vector<OpCase> SampleCases(const Subject& subject, const OxOpType::Description& description,
                                 Verdict& verdict) {
     const std::string file = SampleFile(subject);
@@ -51,8 +60,7 @@ std::vector<OpCase> SampleCases(const Subject& subject, const OxOpType::Descript
     std::string error;
     for (int draw = 0; draw < kMostDraws && cases.size() < kMostCases; ++draw) {
         const auto args = SensibleArguments(description, file, random);
-        OpCase made = SmallCase("sample arguments " + std::to_string(cases.size() + 1),
-                                subject.name, args, InputsOf(description));
+        const OpCase made = SmallCase(NameOf(args), subject.name, args, InputsOf(description));
         const bool isNew = std::none_of(cases.begin(), cases.end(), [&](const OpCase& other) {
             return other.op().args == args;
         });
@@ -85,7 +93,7 @@ std::vector<OpCase> CasesOfUser(const Subject& subject, Verdict& verdict) {
 
 FirstFaults::~FirstFaults() {
     if (number > kMostTold)
-        verdict.note("and " + std::to_string(number - kMostTold) + " more faults of this kind");
+        verdict.note("and " + std::to_string(number - kMostTold) + " more faults");
 }
 
 void FirstFaults::add(const std::string& fault) {

@@ -15,7 +15,7 @@
 
 namespace TellarTool {
 
-/// Tells the first few faults of a kind, and counts the others.
+/// Tells the first few faults of a check, and counts the others.
 class FirstFaults {
 public:
     explicit FirstFaults(Verdict& verdict) : verdict(verdict) {}
@@ -24,6 +24,7 @@ public:
     FirstFaults& operator=(const FirstFaults&) = delete;
 
     void add(const std::string& fault);
+    void step(const std::string& text) { verdict.step(text); }
     std::size_t count() const { return number; }
 
 private:

@@ -18,6 +18,10 @@ void Verdict::skip(const std::string& reason) {
     write(kSkipMark, reason);
 }
 
+void Verdict::step(const std::string& text) {
+    write(kStepMark, text);
+}
+
 bool Verdict::expect(bool condition, const std::string& textOfFault) {
     if (!condition) fault(textOfFault);
     return condition;

@@ -10,6 +10,7 @@ namespace TellarTool {
 constexpr const char* kFaultMark = "@fault ";
 constexpr const char* kNoteMark = "@note ";
 constexpr const char* kSkipMark = "@skip ";
+constexpr const char* kStepMark = "@step ";
 
 /// The findings of one check, as the process that runs it writes them to standard output. Each one
 /// is written at once, so that none is lost when the plug-in crashes. Any thread may call any
@@ -22,6 +23,9 @@ public:
     void note(const std::string& text);
     /// The check does not apply to the plug-in.
     void skip(const std::string& reason);
+
+    /// The part of the check that begins, to be told when the plug-in crashes in it.
+    void step(const std::string& text);
 
     /// A fault unless the condition holds. Returns the condition.
     bool expect(bool condition, const std::string& textOfFault);
