@@ -1,0 +1,193 @@
+#!/usr/bin/env python3
+"""tellar conform with op types: those of the project pass every check, and every check finds the
+faults of others.
+
+    test_conform_op_types.py PROGRAM EXAMPLES_FOLDER
+
+In the environment: TELLAR_TEST_UNSOUND and TELLAR_TEST_UNSOUND_FACTS are the libraries of the op
+types "Unsound" and "UnsoundFacts", TELLAR_TEST_OP_TYPES the folder of "Spiral" and "Turntable", and
+TELLAR_TEST_SANITIZED is 1 when the heap is that of a sanitizer, which the command cannot measure.
+"""
+
+import os
+import re
+import unittest
+from pathlib import Path
+
+from tellar_test import TellarTest, main, static_scene
+
+UNSOUND = os.environ["TELLAR_TEST_UNSOUND"]
+UNSOUND_FACTS = os.environ["TELLAR_TEST_UNSOUND_FACTS"]
+EXAMPLE_OP_TYPES = Path(os.environ["TELLAR_TEST_OP_TYPES"])
+IS_SANITIZED = os.environ["TELLAR_TEST_SANITIZED"] == "1"
+
+BUILT_IN = ["Array", "AttributeEdit", "Camera", "MaterialAssign", "Merge", "Prune",
+            "RenderSettings", "SceneImport", "StaticScene", "Transform"]
+CHECKS = ["loads", "description", "missing parts", "wrong arguments", "odd paths", "same answer",
+          "eight threads", "failing input", "changes", "facts", "nothing left"]
+OF_INPUTS = {"failing input": "the op type takes no inputs"}
+OF_VERSION_3 = {"changes": "op types of this version tell no changes",
+                "facts": "op types of this version tell no facts"}
+PEAR = {"a": {"type": "group", "xform": {"translate": [0.0, 5.0, 0.0]}},
+        "c": {"stalk": {"a": {"type": "sphere"}}}}
+
+
+def scene_with(op_type, **args):
+    description = static_scene({"world": {"c": {"pear": PEAR, "stone": {}}}})
+    description["ops"].append({"name": "op", "type": op_type, "inputs": ["scene"], "args": args})
+    return description
+
+
+class ConformTest(TellarTest):
+    def outcomes(self, printed):
+        """The rest of the line behind each check of the only op type."""
+        return {check: re.search(rf"^  {check} +(.*)$", printed, re.M).group(1)
+                for check in CHECKS}
+
+    def assert_conforms(self, plugin, *options, left_out=None):
+        printed = self.tellar("conform", plugin, *options)
+        expected = {check: "passed" for check in CHECKS}
+        for check, reason in (left_out or {}).items():
+            expected[check] = f"does not apply: {reason}"
+        self.assertEqual(self.outcomes(printed), expected)
+        self.assertTrue(printed.endswith("\n11 checks, none failed\n"), printed)
+
+
+class SoundOpTypes(ConformTest):
+    def test_those_that_are_built_in_conform_with_sample_arguments(self):
+        for name in BUILT_IN:
+            with self.subTest(name):
+                self.assert_conforms(name, left_out=OF_INPUTS if name in
+                                     ("SceneImport", "StaticScene") else None)
+
+    def test_those_of_the_garden_conform_as_it_uses_them(self):
+        printed = self.tellar("conform", "AttributeEdit", "Camera", "MaterialAssign", "Merge",
+                              "Prune", "SceneImport", "Transform",
+                              "--scene", self.examples / "garden.json")
+        self.assertTrue(printed.endswith("\n77 checks, none failed\n"), printed)
+        self.assertNotIn("has no op of this type", printed)
+        self.assertNotIn("cannot be cooked", printed)
+
+    def test_arrays_conform(self):
+        grid = scene_with("Array", source="/root/world/pear", target="/root/world/grid",
+                          counts=[3, 1, 2], groupSize=2)
+        grid["ops"].append({"name": "heap", "type": "Array", "inputs": ["op"], "args": {
+            "source": "/root/world/grid", "target": "/root/heap", "mode": "scatter", "count": 5,
+            "extent": [0.0, 1.0, 0.0, 1.0, 0.0, 1.0], "spin": 1, "keepSource": 1}})
+        self.assert_conforms("Array", "--scene", self.write("array.json", grid))
+
+    def test_imports_of_models_conform(self):
+        self.assert_conforms("SceneImport", "--scene", self.examples / "garden.gltf",
+                             left_out=OF_INPUTS)
+
+    def test_the_examples_conform(self):
+        for name, left_out in (("Spiral", {}), ("Turntable", OF_VERSION_3)):
+            library = EXAMPLE_OP_TYPES / f"{name.lower()}.so"
+            self.assert_conforms(library, left_out=left_out)
+            scene = scene_with(name, location="/root/world/pear",
+                               **({"count": 7} if name == "Spiral" else {"degrees": 90}))
+            self.assert_conforms(library, "--scene", self.write(f"{name}.json", scene),
+                                 left_out=left_out)
+
+    def test_a_type_without_a_fault_conforms(self):
+        self.assert_conforms(UNSOUND, left_out=OF_VERSION_3)
+        self.assert_conforms(UNSOUND_FACTS)
+
+
+class CapturedScene(ConformTest):
+    @unittest.skipUnless("TELLAR_TEST_RECORDER" in os.environ, "the recorder is not built")
+    def test_conforms(self):
+        self.tellar("render", self.examples / "shapes.json", "-o", "shapes.txt", "--renderer",
+                    "recorder", "--capture", "shapes.oxcap")
+        self.assert_conforms("CapturedScene", "--scene", "shapes.oxcap", left_out=OF_INPUTS)
+
+    def test_a_note_asks_for_a_scene(self):
+        printed = self.tellar("conform", "CapturedScene", "--only", "odd paths")
+        self.assertIn("no sample arguments make sense; give --scene a scene with ops of this type "
+                      "(", printed)
+
+
+class UnsoundOpTypes(ConformTest):
+    def assert_found(self, check, fault, *texts, library=UNSOUND, options=()):
+        status, printed, errors = self.run_tellar("conform", library, "--only", check, *options,
+                                                  TELLAR_TEST_FAULT=fault)
+        self.assertEqual((status, errors), (1, ""), printed)
+        self.assertTrue(printed.endswith("\n1 check, 1 failed\n"), printed)
+        for text in texts:
+            self.assertIn(text, printed)
+
+    def assert_facts_found(self, check, fault, *texts):
+        self.assert_found(check, fault, *texts, library=UNSOUND_FACTS)
+
+    def test_loads(self):
+        self.assert_found("loads", "no cook", "its function table has no cook")
+        self.assert_found("loads", "other version", "its function table says version 7, not 2")
+
+    def test_description(self):
+        self.assert_found("description", "describe badly", "the version is 0",
+                          'the summary "" is not a sentence', 'argument "n": has no summary',
+                          'the argument "n" is described twice')
+
+    def test_missing_parts(self):
+        self.assert_found("missing parts", "crash without arguments",
+                          "with no arguments: the process was ended by signal 6")
+        self.assert_found("missing parts", "hang without inputs",
+                          "with no arguments and inputs: the process took too long",
+                          options=("--seconds", "1" if not IS_SANITIZED else "10"))
+
+    def test_wrong_arguments(self):
+        self.assert_found("wrong arguments", "crash on zero",
+                          'with int 0 as "n": the process was ended by signal 6')
+        self.assert_found("wrong arguments", "fail without text", 'with int 0 as "n", /root: the '
+                          "error has no text")
+
+    def test_odd_paths(self):
+        self.assert_found("odd paths", "cook every path", "/root/no such location: exists, and is "
+                          "not among the potential children of its parent")
+
+    def test_same_answer(self):
+        self.assert_found("same answer", "cook freshness", "after an eviction: /root: first it "
+                          "exists, hash ")
+
+    def test_eight_threads(self):
+        self.assert_found("eight threads", "cook thread", "eight threads on one client: /root: ")
+
+    def test_failing_input(self):
+        self.assert_found("failing input", "hide errors", "while its input fails at /root, /root: "
+                          "hides the error: it does not exist")
+        self.assert_found("failing input", "replace errors", "the text of the input's error is "
+                          "lost: ")
+
+    def test_validation(self):
+        self.assert_found("same answer", "leak input", "leaked: a result of an input of call ")
+
+    def test_changes(self):
+        self.assert_facts_found("changes", "forget a location", 'another argument "n": /root/world '
+                                "differs and is not told")
+        self.assert_facts_found("changes", "forget the input", "differs and is not told")
+
+    def test_facts(self):
+        for fault, text in (
+                ("wrong existence", "/no such root: does not exist, and is told to"),
+                ("wrong number", "/root before it is cooked: has 12 locations, not 3"),
+                ("wrong types", "/root: has location types that are not told"),
+                ("wrong bound", "/root: has points outside of the bound that is told"),
+                ("wrong identity", "has the identity of a location with other content"),
+                ("wrong matrix", "/root/world/geo: is not where its matrix says")):
+            with self.subTest(fault):
+                self.assert_facts_found("facts", fault, text)
+
+    def test_nothing_left(self):
+        texts = ["every hundred scenes leave 100 open files"]
+        if not IS_SANITIZED:
+            texts.append("every hundred scenes leave 8000 bytes")
+        self.assert_found("nothing left", "leave things behind", *texts)
+
+    def test_a_refused_type_is_left_out_of_other_checks(self):
+        printed = self.tellar("conform", UNSOUND, "--only", "odd paths,facts",
+                              TELLAR_TEST_FAULT="no cook")
+        self.assertIn("odd paths        does not apply: the op type cannot be loaded", printed)
+
+
+if __name__ == "__main__":
+    main()
