@@ -140,6 +140,13 @@ GivenPlugin GivenOf(const std::string& plugin, const ConformOptions& options) {
     return {plugin, options.scene, options.format, std::chrono::seconds(options.seconds)};
 }
 
+/// Whether the check of its functions has failed, without which no other one can run.
+bool IsUnloadable(const SubjectResults& results) {
+    return std::any_of(results.results.begin(), results.results.end(), [](const auto& result) {
+        return result.check == kLoadingCheck && !result.faults.empty();
+    });
+}
+
 SubjectResults RunChecks(const GivenPlugin& given, const Subject& subject,
                          const ConformOptions& options) {
     const std::vector<Check> checks = ChecksOf(subject.api);
@@ -147,7 +154,9 @@ SubjectResults RunChecks(const GivenPlugin& given, const Subject& subject,
     if (!options.json) WriteOutput(TitleOf(subject) + '\n');
     for (const Check& check : checks) {
         if (!IsWanted(check.name, options)) continue;
-        results.results.push_back(RunInChild(given, subject, check.name));
+        results.results.push_back(IsUnloadable(results)
+                                      ? CheckResult{check.name, {}, {}, "the plug-in does not load"}
+                                      : RunInChild(given, subject, check.name));
         if (options.json) continue;
         WriteOutput(TextOf(results.results.back(), NameWidth(checks)));
         FlushOutput();
@@ -180,6 +189,7 @@ void CheckNames(const ConformOptions& options) {
 
 void RunConform(const ConformOptions& options) {
     if (options.list) return WriteOutput(ListOfChecks());
+    if (options.plugins.empty()) throw CLI::RequiredError("PLUGIN");
     CheckNames(options);
     std::vector<std::string> subjects; // as JSON
     std::size_t checks = 0;

@@ -54,10 +54,14 @@ std::optional<std::string> After(std::string_view mark, const std::string& line)
     return line.substr(mark.size());
 }
 
-/// The last line that is not empty, where a crashed program tells why.
-std::string LastLine(std::string text) {
-    text.erase(std::min(text.find_last_not_of('\n') + 1, text.size()));
-    return text.substr(text.rfind('\n') + 1);
+/// The last line that is not empty and no summary of validation. A program that ends early may have
+/// written the reason there.
+std::string LastLine(const std::string& text) {
+    std::istringstream lines(text);
+    std::string last;
+    for (std::string line; std::getline(lines, line);)
+        if (!line.empty() && !After("TELLAR_VALIDATE: ", line)) last = line;
+    return last;
 }
 
 std::string TextOf(const ChildOutcome& outcome) {

@@ -19,6 +19,9 @@ struct Check {
     bool isValidated = true;
 };
 
+/// The name of the first check of every API. A plug-in that fails it cannot be used at all.
+constexpr const char* kLoadingCheck = "loads";
+
 /// The checks of a plug-in by its API, in the order in which they run. Empty for other APIs than
 /// those of renderers and op types.
 std::vector<Check> ChecksOf(const std::string& api);

@@ -88,15 +88,16 @@ void CheckDamagedShapes(const RendererTrials& trials) {
 
 /// A location that cannot be cooked may end the render, but not without a reason.
 void CheckErrors(const RendererTrials& trials) {
-    std::string silent;
+    std::vector<std::string> silent;
     for (const std::string& location : LocationsToFail()) {
         const std::string what = "an error at " + location;
         const TrialResult result =
             trials.judge(what, trials.trialOf(WithWatch(SceneOfEverything(), location)), false);
-        const bool isSilent = result.status == kOxRenderDone && result.warnings.empty();
-        if (isSilent) silent += (silent.empty() ? "" : ", ") + location;
+        if (result.status == kOxRenderDone && result.warnings.empty()) silent.push_back(location);
     }
-    if (!silent.empty()) trials.note("no message tells of the error at " + silent);
+    if (!silent.empty())
+        trials.note("no message tells of " + std::to_string(silent.size()) +
+                    " of the errors, such as that at " + silent.front());
 }
 
 void CheckPicturePath(const RendererTrials& trials) {
@@ -153,18 +154,22 @@ void CheckWish(const RendererTrials& trials, int wish, const std::string& name) 
     Trial whole = trials.trialOf(WithWatch(SceneOfEverything()));
     whole.isWatched = true;
     const std::int64_t moments = trials.run(whole).moments;
+    bool isStopped = false;
     for (const std::int64_t moment : Spread(moments, kMostMoments)) {
         Trial trial = trials.trialOf(WithWatch(SceneOfEverything()));
         trial.isWatched = true;
         trial.wishAt = {moment, wish};
         WriteFile(trial.picture, kOlderPicture);
         const TrialResult result = trials.run(trial);
+        isStopped = isStopped || result.status != kOxRenderDone;
         JudgeStopped(trials,
                      name + " at moment " + std::to_string(moment) + " of " +
                          std::to_string(moments),
                      wish, result, trial.picture);
         fs::remove(trial.picture);
     }
+    if (!isStopped)
+        trials.fault(name + " at " + std::to_string(kMostMoments) + " moments: never stops");
     fs::remove(whole.picture);
     for (const auto& file : fs::directory_iterator(trials.subject.folder))
         trials.fault(name + ": leaves the file " + file.path().filename().string());
@@ -223,7 +228,7 @@ void CheckNothingLeft(const RendererTrials& trials) {
 
 std::vector<Check> RendererChecks() {
     return {
-        {"loads", "The table of functions is complete, with its size and version.",
+        {kLoadingCheck, "The table of functions is complete, with its size and version.",
          ForEachVersion<CheckLoading>},
         {"empty scene", "Scenes without shapes are drawn; without a camera, a reason is told.",
          ForEachVersion<CheckEmptyScenes>},

@@ -119,7 +119,7 @@ bool Subject::hasVersion(unsigned int version) const {
 std::vector<Subject> LoadSubjects(const std::string& plugin) {
     const std::string library = IsPath(plugin) ? PreferLibrary(plugin) : std::string();
     SetUpPluginHost();
-    AddRendererFolder();
+    if (library.empty()) AddRendererFolder();
     OxOpType::LoadOpTypes();
     return library.empty() ? SubjectsNamed(plugin) : SubjectsInLibrary(library);
 }

@@ -25,21 +25,25 @@ namespace {
 using OxPluginManager::PluginManager;
 
 constexpr double kSecondsBetweenLooks = 0.005;
-constexpr std::chrono::seconds kLongestMoment(1);
+// The longest time that a moment lasts. A renderer of version 1 may ask for the wish on the very
+// thread that waits.
+constexpr std::chrono::milliseconds kLongestMoment1(20);
+constexpr std::chrono::milliseconds kLongestMoment2(1000);
 
 /// Counts the moments of a render, and knows the wish of its caller.
 class Moments {
 public:
-    /// `isWaited`: the moment of the wish lasts until the wish has been passed on to the renderer,
-    /// but not for long, since the renderer may wait for the thread whose moment it is.
-    Moments(const WishAt& wishAt, bool isWaited) : wishAt(wishAt), isWaited(isWaited) {}
+    /// The moment of the wish lasts until the wish has been passed on to the renderer, but not
+    /// longer than `longest`, since the renderer may wait for the thread whose moment it is.
+    Moments(const WishAt& wishAt, std::chrono::milliseconds longest)
+        : wishAt(wishAt), longest(longest) {}
 
     /// Called by the threads of the renderer.
     void next() {
         std::unique_lock<std::mutex> guard(lock);
         if (++count != wishAt.moment) return;
         isWished = true;
-        if (isWaited) passedOn.wait_for(guard, kLongestMoment, [this] { return isPassedOn; });
+        passedOn.wait_for(guard, longest, [this] { return isPassedOn; });
     }
 
     /// The present wish, for a renderer that asks.
@@ -58,7 +62,7 @@ public:
 
 private:
     const WishAt wishAt;
-    const bool isWaited;
+    const std::chrono::milliseconds longest;
     std::mutex lock; // guards the members below
     std::condition_variable passedOn;
     std::int64_t count = 0;
@@ -189,8 +193,8 @@ template const OxRendererPluginSuite_v2& RendererSuite(const Subject&, unsigned 
 TrialResult RunTrial(const Subject& subject, unsigned int version, const Trial& trial) {
     const auto scene = TELLAR::Scene::FromDescription(trial.scene);
     const LocationHandle root(scene->getRoot(), IteratorSuite3());
-    const bool isVersion1 = version == OX_RENDERER_API_VERSION; // asks for the wish itself
-    Moments moments(trial.wishAt, !isVersion1);
+    const bool isVersion1 = version == OX_RENDERER_API_VERSION;
+    Moments moments(trial.wishAt, isVersion1 ? kLongestMoment1 : kLongestMoment2);
     TrialResult result;
     const CookWatch watch(trial.isWatched, moments);
     if (isVersion1)
