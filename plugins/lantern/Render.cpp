@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 #include <ctime>
+#include <numeric>
 #include <utility>
 
 #include "drawing/Picture.h"
@@ -11,6 +12,7 @@
 #include "reading/ReadLayers.h"
 #include "reading/ReadScene.h"
 #include "reading/Settings.h"
+#include "reading/ViewChanges.h"
 #include "tessellation/Tessellate.h"
 
 namespace lantern {
@@ -285,15 +287,61 @@ void Render::applyChanges(const OxChangesStruct* changes) {
     }
     if (!isLive) throw RenderError("the render is not live", kOxErrorBadCall);
     const std::shared_ptr<Session> earlier = currentSession();
-    std::shared_ptr<Session> opened = read(ChangedRoot(suites, changes), earlier.get());
+    const Location newRoot = ChangedRoot(suites, changes);
+    std::shared_ptr<Session> opened;
+    if (ChangeViewAlone(suites, newRoot, changes)) opened = readView(newRoot, *earlier);
+    const bool isViewAlone = opened != nullptr;
+    if (!isViewAlone) opened = read(newRoot, earlier.get());
     const ParkedThread parked(*this);
-    takeShapes(*opened, *earlier);
+    if (isViewAlone)
+        takeWorld(*opened, *earlier);
+    else
+        takeShapes(*opened, *earlier);
     const std::lock_guard<std::mutex> guard(lock);
     throwIfEnded();
     picture = opened->scene().framing.window;
     if (region.within(picture).isEmpty()) region = picture;
     session = std::move(opened);
     beginAnew();
+}
+
+/// Reads the view of a scene whose world is that of the earlier session. Null when the world
+/// depends on the view: by the shutter, the layers, or subdivision surfaces.
+std::shared_ptr<Render::Session> Render::readView(const Location& from, const Session& earlier) {
+    const ReadResult& before = earlier.read;
+    const bool isSubdivided =
+        std::any_of(before.sources.begin(), before.sources.end(),
+                    [](const ShapeSource& source) { return source.isSubdivided; });
+    if (isSubdivided) return nullptr;
+    auto opened = std::make_shared<Session>();
+    opened->begin = std::chrono::steady_clock::now();
+    Shutter& shutter = opened->read.shutter;
+    static_cast<SceneView&>(opened->scene()) = ReadView(suites, from, frame, shutter);
+    const bool isSameWorld =
+        shutter.open == before.shutter.open && shutter.close == before.shutter.close &&
+        opened->scene().layers.needsNames() == before.scene.layers.needsNames();
+    if (!isSameWorld) return nullptr;
+    opened->path = checkedPath(from);
+    return opened;
+}
+
+/// Moves the world to the new session, and prepares it. If that fails, the world goes back.
+void Render::takeWorld(Session& opened, Session& earlier) {
+    std::vector<Index> sources(earlier.scene().shapes.size());
+    std::iota(sources.begin(), sources.end(), Index{0});
+    const auto swapWorlds = [&] {
+        std::swap(static_cast<SceneWorld&>(opened.scene()),
+                  static_cast<SceneWorld&>(earlier.scene()));
+        std::swap(opened.read.sources, earlier.read.sources);
+    };
+    swapWorlds();
+    try {
+        const EarlierGeometry geometry{earlier.drawing->geometry(), sources};
+        opened.prepare({samples, threads, opened.begin}, *report, &geometry);
+    } catch (...) {
+        swapWorlds();
+        throw;
+    }
 }
 
 /// Moves the shapes that both have to the new session, and prepares it. If that fails, the shapes

@@ -88,7 +88,9 @@ private:
 
     void run() noexcept;
     std::shared_ptr<Session> read(const Location& from, const Session* earlier);
+    std::shared_ptr<Session> readView(const Location& from, const Session& earlier);
     void takeShapes(Session& opened, Session& earlier);
+    void takeWorld(Session& opened, Session& earlier);
     std::string checkedPath(const Location& from) const;
     int drawUntilTheEnd();
     void deliver(const Session& drawn);

@@ -165,7 +165,17 @@ struct SceneFacts {
     float frame = 0;
 };
 
-struct SceneData {
+/// The camera's side of a scene.
+struct SceneView {
+    Camera camera;
+    Framing framing;
+    Quality quality;
+    LayerChoice layers;
+    SceneFacts facts;
+};
+
+/// What the camera may see.
+struct SceneWorld {
     std::vector<Shape> shapes;
     std::vector<Material> materials; ///< never empty; the first one is the default
     std::vector<Texture> textures;
@@ -173,13 +183,10 @@ struct SceneData {
     std::vector<M44f> transforms;    ///< local to world, for all instances
     std::vector<Instance> instances; ///< depth-first order
     std::vector<Light> lights;
-    Camera camera;
-    Framing framing;
-    Quality quality;
-    LayerChoice layers;
     std::vector<std::string> locations; ///< paths of all instances; empty if no layer needs them
-    SceneFacts facts;
 };
+
+struct SceneData : SceneWorld, SceneView {};
 
 } // namespace lantern
 

@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "reading/ReadLayers.h"
 #include "reading/Settings.h"
@@ -59,11 +60,8 @@ SceneFacts ReadFacts(const Suites& suites, const Location& root, float frame) {
 
 ReadResult Read(const Suites& suites, const Location& root, const ReadOptions& options,
                 const ReadResult& earlier, Report& report) {
-    const Shutter shutter = ReadShutter(root, options.frame);
-    const Framing framing = ReadFraming(suites, root);
-    const Quality quality = ReadQuality(root);
-    const LayerChoice layers = ReadLayers(root);
-    const Camera camera = ReadCamera(suites, root, options.frame, shutter);
+    Shutter shutter;
+    SceneView view = ReadView(suites, root, options.frame, shutter);
 
     report.progress(0, "reading the scene");
     const FlattenedMaterialScope flattened(suites);
@@ -77,7 +75,7 @@ ReadResult Read(const Suites& suites, const Location& root, const ReadOptions& o
     SceneParts parts;
     WalkScene(root, CountThreads(options),
               {suites, shutter, delegates, shapes, surfaces, parts, warnings, report,
-               layers.needsNames()});
+               view.layers.needsNames()});
     report.throwIfCancelled();
 
     ReadResult result;
@@ -85,12 +83,8 @@ ReadResult Read(const Suites& suites, const Location& root, const ReadOptions& o
     SceneData& scene = result.scene;
     scene = parts.join(shapes.take(), surfaces.take(), result.sources);
     warnings.tellTheRest();
-    scene.camera = camera;
-    scene.framing = framing;
-    scene.quality = quality;
-    scene.layers = layers;
-    scene.facts = ReadFacts(suites, root, options.frame);
-    if (layers.motion && shutter.open == shutter.close)
+    static_cast<SceneView&>(scene) = std::move(view);
+    if (scene.layers.motion && shutter.open == shutter.close)
         report.warn(
             "the shutter is closed, so there is no motion: set \"renderSettings.shutterOpen\" "
             "and \"renderSettings.shutterClose\"");
@@ -99,6 +93,17 @@ ReadResult Read(const Suites& suites, const Location& root, const ReadOptions& o
 }
 
 } // namespace
+
+SceneView ReadView(const Suites& suites, const Location& root, float frame, Shutter& shutter) {
+    shutter = ReadShutter(root, frame);
+    SceneView view;
+    view.framing = ReadFraming(suites, root);
+    view.quality = ReadQuality(root);
+    view.layers = ReadLayers(root);
+    view.camera = ReadCamera(suites, root, frame, shutter);
+    view.facts = ReadFacts(suites, root, frame);
+    return view;
+}
 
 SceneData ReadScene(const OxPluginHost& host, OxSgIteratorStruct* root, const ReadOptions& options,
                     Report& report) {

@@ -27,6 +27,9 @@ struct ReadResult {
     Shutter shutter; ///< shapes depend on it
 };
 
+/// Reads the camera and the settings of the picture. `shutter` is filled. Throws RenderError.
+SceneView ReadView(const Suites& suites, const Location& root, float frame, Shutter& shutter);
+
 /// Reads the scene below "/root" through the host's suites, with several threads. The result does
 /// not depend on the number of threads. Warns through the report about everything that it ignores.
 /// Throws RenderError if nothing can be drawn, and Cancelled.

@@ -7,6 +7,7 @@
 #include <OxTellarProducers/Scene.h>
 
 #include "RenderingTest.h"
+#include "reading/ViewChanges.h"
 
 namespace {
 
@@ -90,6 +91,16 @@ protected:
         return message;
     }
 
+    /// Whether an edit changes the view alone. Later changes begin after it.
+    bool isViewAlone(const std::string& argument, const Attribute& value) {
+        edit(argument, value);
+        OxChangesStruct* const changes = scenes().receiveChanges(subscription, nullptr);
+        const bool isAlone = ChangeViewAlone(AllSuites(), root(), changes);
+        scenes().acknowledgeChanges(subscription, changes);
+        scenes().releaseChanges(changes);
+        return isAlone;
+    }
+
     /// Compares the render after an edit with a new render of the edited scene.
     void expectSame(const std::string& argument, const Attribute& value) {
         Watcher watcher;
@@ -130,7 +141,14 @@ TEST_F(ApplyChanges, MovesTheCamera) {
     expectSame(kIn + "cam.a.xform.translate", Vector(0.2, 0.1, 0.5));
 }
 
+TEST_F(ApplyChanges, MovesTheCameraOfASceneWithoutSubdivisionSurfaces) {
+    ASSERT_FALSE(isViewAlone(kIn + "smooth.a.type", StringAttribute("polymesh")));
+    expectSame(kIn + "cam.a.xform.translate", Vector(0.2, 0.1, 0.5));
+    expectSame(kIn + "ball.a.xform.translate", Vector(0.0, 0.1, -4.0));
+}
+
 TEST_F(ApplyChanges, ChangesTheLens) {
+    EXPECT_FALSE(isViewAlone(kIn + "smooth.a.type", StringAttribute("polymesh")));
     expectSame(kIn + "cam.a.geometry.fov", DoubleAttribute(50.0));
 }
 
@@ -168,6 +186,7 @@ TEST_F(ApplyChanges, ChangesTheType) {
 }
 
 TEST_F(ApplyChanges, ChangesTheResolution) {
+    EXPECT_FALSE(isViewAlone(kIn + "smooth.a.type", StringAttribute("polymesh")));
     expectSame("a.renderSettings.resolution", StringAttribute("20x50"));
 }
 
@@ -188,6 +207,19 @@ TEST_F(ApplyChanges, ReadsOnlyTheShapesThatChanged) {
     for (const ShapeSource& source : second.sources)
         read += source.earlier != kNone ? "kept " : source.isSubdivided ? "subdivided " : "read ";
     EXPECT_EQ(read, "read kept subdivided kept ");
+}
+
+TEST_F(ApplyChanges, TellsEditsOfTheViewFromThoseOfTheWorld) {
+    const std::string camera = kIn + "cam.";
+    EXPECT_TRUE(isViewAlone(camera + "a.geometry.fov", DoubleAttribute(50.0)));
+    EXPECT_TRUE(isViewAlone(camera + "a.xform.translate", Vector(0, 0, 1)));
+    EXPECT_TRUE(isViewAlone("a.renderSettings.resolution", StringAttribute("50x50")));
+    EXPECT_FALSE(isViewAlone(kIn + "ball.a.xform.translate", Vector(0, 0, 1)));
+    EXPECT_FALSE(isViewAlone("a.xform.translate", Vector(0, 0, 1)));
+    EXPECT_FALSE(isViewAlone("c.world.a.xform.translate", Vector(0, 0, 1)));
+    EXPECT_FALSE(isViewAlone(camera + "c.lamp.a.type", StringAttribute("light")));
+    EXPECT_FALSE(isViewAlone(camera + "a.xform.translate", Vector(0, 0, 2))) << "the lamp moves";
+    EXPECT_FALSE(isViewAlone(camera + "a.type", StringAttribute("sphere")));
 }
 
 TEST_F(ApplyChanges, ReadsAllShapesForAnotherShutter) {
