@@ -21,12 +21,14 @@ OxAttributeStruct* GetTemporaryLocation(OxSgIteratorStruct* root, const char* ou
 }
 
 OxAttributeStruct* GetArguments(OxSgIteratorStruct* location, const OxProceduralContext_v1* context,
-                                OxAttributeStruct* procedural, OxProceduralForm form,
+                                OxAttributeStruct* procedural, std::int32_t form,
                                 OxProceduralError onError, void* user) {
     const GeometryProducer::Ptr producer = At(location);
     NotNull(procedural, "procedural");
-    return TextToC(
-        Host::BuildProceduralArguments(producer, context, procedural, form, onError, user));
+    if (form != kOxProceduralClassic && form != kOxProceduralAttributes)
+        throw BadCall{"form", "is no OxProceduralForm"};
+    return TextToC(Host::BuildProceduralArguments(
+        producer, context, procedural, static_cast<OxProceduralForm>(form), onError, user));
 }
 
 OxScenegraphLocationDelegatePluginSuite_v1* GetDelegate(const char* locationType,
