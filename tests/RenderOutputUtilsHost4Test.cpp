@@ -309,18 +309,14 @@ TEST_F(RenderUtils4, TellWhatGoesWrongWithProceduralArguments) {
                                           kOxProceduralClassic, tell, &told, error.out()));
     EXPECT_EQ(told.size(), 1u);
     EXPECT_TRUE(error.isNull());
-    const auto refused = [&](OxSgIteratorStruct* location, OxAttributeStruct* group, int form) {
-        EXPECT_EQ(Utils4().getProceduralArguments(location, nullptr, group, form, nullptr, nullptr,
-                                                  error.out()),
+    const auto refused = [&](OxSgIteratorStruct* location, OxAttributeStruct* group) {
+        EXPECT_EQ(Utils4().getProceduralArguments(location, nullptr, group, kOxProceduralClassic,
+                                                  nullptr, nullptr, error.out()),
                   nullptr);
         return error.text();
     };
-    EXPECT_EQ(refused(nullptr, procedural.getHandle(), kOxProceduralClassic),
-              "getProceduralArguments: location is null");
-    EXPECT_EQ(refused(geo.get(), nullptr, kOxProceduralClassic),
-              "getProceduralArguments: procedural is null");
-    EXPECT_EQ(refused(geo.get(), procedural.getHandle(), 7),
-              "getProceduralArguments: form is no OxProceduralForm");
+    EXPECT_EQ(refused(nullptr, procedural.getHandle()), "getProceduralArguments: location is null");
+    EXPECT_EQ(refused(geo.get(), nullptr), "getProceduralArguments: procedural is null");
 }
 
 TEST_F(RenderUtils4, ConvertTexturesAndExpandPaths) {

@@ -207,7 +207,8 @@ typedef struct OxRenderOutputUtilsHostSuite_v4 {
     const char* (*getConnectionName)(OxShadingStruct* connection);
     const char* (*getConnectedPort)(OxShadingStruct* connection);
     const char* (*getConnectedNode)(OxShadingStruct* connection);
-    /* 52 [any thread] 1 when the connection has a name, a port and a node, else 0. Null gives 0. */
+    /* 52 [any thread] 1 when the connection has a name, a port and a node, else 0, also for null.
+     */
     int (*isShadingConnectionValid)(OxShadingStruct* connection);
     /* 53 [any thread] A group of textures as arbitrary attributes. */
     OxAttributeStruct* (*convertTexturesToArbitraryAttr)(OxAttributeStruct* textures,
@@ -216,13 +217,13 @@ typedef struct OxRenderOutputUtilsHostSuite_v4 {
     /* ---- Procedurals, delegates, paths ---- */
 
     /* 54 [any thread] The arguments of the procedural at a location, from its group, as a string
-          attribute in an OxProceduralForm. `context` null means the defaults; errors that occur
-          while arguments are built go to `onError`, which may be null. */
+          attribute. `context` null means the defaults; errors that occur while arguments are built
+          go to `onError`, which may be null. */
     OxAttributeStruct* (*getProceduralArguments)(OxSgIteratorStruct* location,
                                                  const OxProceduralContext_v1* context,
-                                                 OxAttributeStruct* procedural, int32_t form,
-                                                 OxProceduralError onError, void* user,
-                                                 OxErrorStruct** error);
+                                                 OxAttributeStruct* procedural,
+                                                 OxProceduralForm form, OxProceduralError onError,
+                                                 void* user, OxErrorStruct** error);
     /* 55 [any thread] Asks all plug-ins of the API "TellarRuntime" to drop their caches. */
     void (*flushRuntimePluginCaches)(void);
     /* 56 [any thread] The platform's name, as a string attribute. */

@@ -63,6 +63,8 @@ public:
         OxAttribute::GroupBuilder attributes;
         attributes.update(data.getAttrs());
         attributes.set("n", context.args().getChildByName("n"));
+        if (IsFault("forget what it reads"))
+            attributes.set("ball", context.input(0, "/root/world/geo/ball").getAttrs());
         context.setAttrs(attributes.build());
     }
 

@@ -165,6 +165,8 @@ class UnsoundOpTypes(ConformTest):
         self.assert_facts_found("changes", "forget a location", 'another argument "n": /root/world '
                                 "differs and is not told")
         self.assert_facts_found("changes", "forget the input", "differs and is not told")
+        self.assert_facts_found("changes", "forget what it reads", "hiding "
+                                "/root/world/geo in input 0: /root differs and is not told")
 
     def test_facts(self):
         for fault, text in (

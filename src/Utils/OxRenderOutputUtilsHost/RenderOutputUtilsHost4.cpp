@@ -21,14 +21,12 @@ OxAttributeStruct* GetTemporaryLocation(OxSgIteratorStruct* root, const char* ou
 }
 
 OxAttributeStruct* GetArguments(OxSgIteratorStruct* location, const OxProceduralContext_v1* context,
-                                OxAttributeStruct* procedural, std::int32_t form,
+                                OxAttributeStruct* procedural, OxProceduralForm form,
                                 OxProceduralError onError, void* user) {
     const GeometryProducer::Ptr producer = At(location);
     NotNull(procedural, "procedural");
-    if (form != kOxProceduralClassic && form != kOxProceduralAttributes)
-        throw BadCall{"form", "is no OxProceduralForm"};
-    return TextToC(Host::BuildProceduralArguments(
-        producer, context, procedural, static_cast<OxProceduralForm>(form), onError, user));
+    return TextToC(
+        Host::BuildProceduralArguments(producer, context, procedural, form, onError, user));
 }
 
 OxScenegraphLocationDelegatePluginSuite_v1* GetDelegate(const char* locationType,

@@ -136,7 +136,7 @@ OxAttributeStruct* CallSlot(SuiteCallObserver& observer, const SuiteCall& call,
 OxAttributeStruct* CallSlot(SuiteCallObserver& observer, const SuiteCall& call,
                             ProceduralFunction_v4 slot, OxSgIteratorStruct* location,
                             const OxProceduralContext_v1* context, OxAttributeStruct* procedural,
-                            std::int32_t form, OxProceduralError onError, void* user,
+                            OxProceduralForm form, OxProceduralError onError, void* user,
                             OxErrorStruct** error) {
     Functions functions{observer, call, user, nullptr, nullptr, onError};
     return slot(location, context, procedural, form, onError ? RunProceduralError : nullptr,

@@ -27,7 +27,7 @@ using ProceduralFunction_v3 = OxAttributeStruct* (*)(OxSgIteratorStruct*,
                                                      OxProceduralError, void*);
 using ProceduralFunction_v4 = OxAttributeStruct* (*)(OxSgIteratorStruct*,
                                                      const OxProceduralContext_v1*,
-                                                     OxAttributeStruct*, std::int32_t,
+                                                     OxAttributeStruct*, OxProceduralForm,
                                                      OxProceduralError, void*, OxErrorStruct**);
 
 // The function of a slot, with the plug-in's functions behind those that tell the observer. The
@@ -48,7 +48,7 @@ OxAttributeStruct* CallSlot(SuiteCallObserver& observer, const SuiteCall& call,
 OxAttributeStruct* CallSlot(SuiteCallObserver& observer, const SuiteCall& call,
                             ProceduralFunction_v4 slot, OxSgIteratorStruct* location,
                             const OxProceduralContext_v1* context, OxAttributeStruct* procedural,
-                            std::int32_t form, OxProceduralError onError, void* user,
+                            OxProceduralForm form, OxProceduralError onError, void* user,
                             OxErrorStruct** error);
 
 } // namespace TELLAR

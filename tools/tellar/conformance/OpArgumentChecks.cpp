@@ -21,6 +21,9 @@ using namespace OxAttribute;
 // The text of the host for an op type in C that fails without an error.
 constexpr const char* kNoError = "it failed without an error";
 constexpr std::size_t kMostPaths = 12;
+constexpr std::size_t kMostPathsOfArguments =
+    4; // most types refuse arguments before the first cook
+constexpr std::size_t kMostCasesOfArguments = 2;
 constexpr std::size_t kMostParents = 12;
 
 /// An error has to be one that its reader can use.
@@ -42,8 +45,8 @@ void CookSome(const std::string& what, const OpCase& made, const std::vector<std
         ExpectUsableError(what + ", " + path, made, Cook(*client, path), faults);
 }
 
-std::vector<std::string> PathsOfCase(const OpCase& made) {
-    return PathsOf(*made.open()->getClient(), kMostPaths);
+std::vector<std::string> PathsOfCase(const OpCase& made, std::size_t most) {
+    return PathsOf(*made.open()->getClient(), most);
 }
 
 /// The case with `count` inputs, all like its first one or missing.
@@ -135,7 +138,7 @@ void CheckMissingArguments(const Subject& subject, Verdict& verdict) {
     if (!description) return;
     FirstFaults faults(verdict);
     for (const OpCase& made : OrEmptyCase(UsableCases(subject, verdict), subject, *description)) {
-        const std::vector<std::string> paths = PathsOfCase(made);
+        const std::vector<std::string> paths = PathsOfCase(made, kMostPaths);
         const std::vector<std::pair<const char*, OpCase>> variants = {
             {"no arguments", WithArgs(made, {})},
             {"no arguments and inputs", WithInputs(WithArgs(made, {}), 0, true)},
@@ -157,9 +160,11 @@ void CheckWrongArguments(const Subject& subject, Verdict& verdict) {
     std::vector<std::string> names{"no such argument", "", "a.b.c"};
     for (const OxOpType::Argument& argument : description->arguments)
         names.push_back(argument.name);
+    std::vector<OpCase> cases = OrEmptyCase(UsableCases(subject, verdict), subject, *description);
+    if (cases.size() > kMostCasesOfArguments) cases.resize(kMostCasesOfArguments);
     FirstFaults faults(verdict);
-    for (const OpCase& made : OrEmptyCase(UsableCases(subject, verdict), subject, *description)) {
-        const std::vector<std::string> paths = PathsOfCase(made);
+    for (const OpCase& made : cases) {
+        const std::vector<std::string> paths = PathsOfCase(made, kMostPathsOfArguments);
         for (const std::string& name : names)
             for (const ArgumentSample& sample : values)
                 CookSome(made.name + " with " + sample.text + " as \"" + name + '"',

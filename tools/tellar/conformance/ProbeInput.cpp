@@ -55,16 +55,17 @@ public:
 
     LocationSet touchedBy(const GroupAttribute& before,
                           const GroupAttribute& after) const override {
-        std::vector<std::string> locations;
-        std::vector<std::string> subtrees;
+        LocationSet touched;
         for (const GroupAttribute& args : {before, after}) {
             for (const char* const name : {"fail", "touch", "add"})
-                locations.push_back(TextOf(args, name));
-            subtrees.push_back(TextOf(args, "hide"));
-            subtrees.push_back(TextOf(args, "add") + "/probe");
+                if (const std::string path = TextOf(args, name); !path.empty())
+                    touched.add(LocationSet::exactly({path}));
+            if (const std::string path = TextOf(args, "hide"); !path.empty())
+                touched.add(LocationSet::subtrees({path}));
+            if (const std::string path = TextOf(args, "add"); !path.empty())
+                touched.add(LocationSet::subtrees({path + "/probe"}));
         }
-        return LocationSet::unionOf(
-            {LocationSet::exactly(locations), LocationSet::subtrees(subtrees)});
+        return touched;
     }
 
     LocationSet touchedThrough(const GroupAttribute&, std::size_t,
