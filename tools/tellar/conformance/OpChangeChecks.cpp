@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <OxTellarProducers/SceneChanges.h>
+#include <OxTellarSDK/AttributeDifference.h>
 #include <OxTellarSDK/ChangedLocations.h>
 #include <OxTellarSDK/LocationPath.h>
 
@@ -73,9 +74,21 @@ bool IsVisible(TellarRuntime::Client& client, const std::string& path) {
     return true;
 }
 
-bool HaveOtherAttributes(const Revisions& revisions, const std::string& path) {
-    return revisions.before->cookLocation(path).getAttrs() !=
-           revisions.after->cookLocation(path).getAttrs();
+/// The names of the attributes that differ at a location of both scenes.
+std::vector<std::string> DifferingAttributes(const Revisions& revisions, const std::string& path) {
+    return OxAttribute::DifferingChildren(revisions.before->cookLocation(path).getAttrs(),
+                                          revisions.after->cookLocation(path).getAttrs());
+}
+
+/// What differs at a location, in words: "attributes: xform, n".
+std::string DifferenceAt(const std::string& path, const Revisions& revisions, const Answer& before,
+                         const Answer& after) {
+    if (!before.exists || !after.exists)
+        return "before: " + before.text() + "; after: " + after.text();
+    std::string text;
+    for (const std::string& name : DifferingAttributes(revisions, path))
+        text += (text.empty() ? "attributes: " : ", ") + name;
+    return text.empty() ? "potential children, or the order of attributes" : text;
 }
 
 void CheckEdit(const std::string& what, const Revisions& revisions, const SceneChanges& changes,
@@ -87,10 +100,10 @@ void CheckEdit(const std::string& what, const Revisions& revisions, const SceneC
         const Answer after = Cook(*revisions.after, path);
         if ((before.isError() && after.isError()) || before == after) continue;
         if (!Reaches(set, path))
-            faults.add(what + ": " + path + " differs and is not told (before: " + before.text() +
-                       "; after: " + after.text() + ')');
+            faults.add(what + ": " + path + " differs and is not told (" +
+                       DifferenceAt(path, revisions, before, after) + ')');
         else if (IsVisible(*revisions.before, path) && IsVisible(*revisions.after, path) &&
-                 HaveOtherAttributes(revisions, path) && !Tells(changes, path))
+                 !DifferingAttributes(revisions, path).empty() && !Tells(changes, path))
             faults.add(what + ": " + path + " differs and is not in the list of changes");
     }
 }
