@@ -191,5 +191,15 @@ class UnsoundOpTypes(ConformTest):
         self.assertIn("odd paths        does not apply: the op type cannot be loaded", printed)
 
 
+class Page(ConformTest):
+    def test_lists_the_checks(self):
+        page = (self.examples.parent / "docs" / "conformance.md").read_text(encoding="utf-8")
+        section = page.split("\n## Op types\n")[1].split("\n## ")[0]
+        rows = re.findall(r"^\| ([^|]+?) \|", section, re.M)
+        self.assertEqual(rows[1:], CHECKS)
+        listed = re.findall(r"^op type   (.+?)  ", self.tellar("conform", "--list"), re.M)
+        self.assertEqual(listed, CHECKS)
+
+
 if __name__ == "__main__":
     main()
