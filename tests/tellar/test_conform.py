@@ -5,8 +5,8 @@ renderer that breaks its part of the contract.
     test_conform.py PROGRAM EXAMPLES_FOLDER
 
 In the environment: TELLAR_TEST_NONCONFORMING is the library of the renderer "nonconforming",
-TELLAR_TEST_BUILT names the renderers of the project that are built, TELLAR_TEST_MEMORY_IS_COUNTED
-tells whether the system's allocator is in use.
+TELLAR_TEST_BUILT names the renderers of the project that are built, TELLAR_TEST_SANITIZED is 1 in a
+build with a sanitizer.
 """
 
 import json
@@ -16,7 +16,7 @@ from tellar_test import TellarTest, main
 
 NONCONFORMING = os.environ["TELLAR_TEST_NONCONFORMING"]
 BUILT = os.environ["TELLAR_TEST_BUILT"].split()
-MEMORY_IS_COUNTED = os.environ["TELLAR_TEST_MEMORY_IS_COUNTED"] == "1"
+MEMORY_IS_COUNTED = os.environ["TELLAR_TEST_SANITIZED"] == "0"
 
 
 class ConformTest(TellarTest):
