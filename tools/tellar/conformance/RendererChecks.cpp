@@ -245,7 +245,7 @@ std::vector<Check> RendererChecks() {
          ForEachVersion<CheckPicturePath>},
         {"cancel", "Cancelled at 24 moments, a render ends soon and changes no file.",
          ForEachVersion<CheckCancelling>},
-        {"finish", "Finished early at 24 moments, a render writes a whole picture or none.",
+        {"finish", "Asked to finish at 24 moments, a render writes the picture so far or none.",
          ForEachVersion<CheckFinishing>},
         {"repetition", "Renders in a row, with other scenes between them.",
          ForEachVersion<CheckRepetition>},
