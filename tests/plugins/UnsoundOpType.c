@@ -107,6 +107,26 @@ static int32_t CookEveryPath(OxCookStruct* cook, const OxCookSuite* cooks, const
     return cooks->setAttributes(cook, NULL, error);
 }
 
+/* /root/world exists even if the input, and so its parent, does not. */
+static int32_t CookWithoutParent(OxCookStruct* cook, const OxCookSuite* cooks, const void* state,
+                                 OxErrorStruct** error) {
+    if (strcmp(cooks->getPath(cook), "/root/world") == 0)
+        return cooks->setAttributes(cook, NULL, error);
+    return PassInput(cook, cooks, state, error);
+}
+
+/* "/root/worldx" is another name of "/root/world". */
+static int32_t CookOtherNames(OxCookStruct* cook, const OxCookSuite* cooks, const void* state,
+                              OxErrorStruct** error) {
+    if (strcmp(cooks->getPath(cook), "/root/worldx") != 0)
+        return PassInput(cook, cooks, state, error);
+    OxLocationDataStruct* data = cooks->getInput(cook, 0, "/root/world", error);
+    if (!data) return 0;
+    cooks->pass(cook, data);
+    cooks->releaseLocationData(data);
+    return 1;
+}
+
 /* An answer that changes when the location is evicted. */
 static int32_t CookFreshness(OxCookStruct* cook, const OxCookSuite* cooks, const void* state,
                              OxErrorStruct** error) {
@@ -168,6 +188,8 @@ static const Fault kFaults[] = {
     {"hang without inputs", HangWithoutInputs, PassInput},
     {"leave things behind", LeaveThingsBehind, PassInput},
     {"cook every path", NULL, CookEveryPath},
+    {"cook without parent", NULL, CookWithoutParent},
+    {"cook other names", NULL, CookOtherNames},
     {"cook freshness", NULL, CookFreshness},
     {"cook thread", NULL, CookThread},
     {"hide errors", NULL, HideErrors},

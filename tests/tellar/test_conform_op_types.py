@@ -135,6 +135,9 @@ class UnsoundOpTypes(ConformTest):
                           "with no arguments and inputs: the process took too long",
                           options=("--seconds", "1" if not IS_SANITIZED else "10"))
 
+        self.assert_found("missing parts", "cook without parent", "with no inputs, /root/world: "
+                          "exists, and its parent does not")
+
     def test_wrong_arguments(self):
         self.assert_found("wrong arguments", "crash on zero",
                           'with int 0 as "n": the process was ended by signal 6')
@@ -142,8 +145,11 @@ class UnsoundOpTypes(ConformTest):
                           "error has no text")
 
     def test_odd_paths(self):
-        self.assert_found("odd paths", "cook every path", "/root/no such location: exists, and is "
-                          "not among the potential children of its parent")
+        self.assert_found("odd paths", "cook every path", "/root/*: exists, and is not among the "
+                          "potential children of its parent")
+
+        self.assert_found("odd paths", "cook other names", "/root/worldx: exists, and is not "
+                          "among the potential children of its parent")
 
     def test_same_answer(self):
         self.assert_found("same answer", "cook freshness", "after an eviction: /root: first it "

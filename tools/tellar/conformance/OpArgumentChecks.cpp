@@ -2,7 +2,10 @@
 #include "OpTypeChecks.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstddef>
+#include <cstdint>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,7 +27,7 @@ constexpr std::size_t kMostPaths = 12;
 constexpr std::size_t kMostPathsOfArguments =
     4; // most types refuse arguments before the first cook
 constexpr std::size_t kMostCasesOfArguments = 2;
-constexpr std::size_t kMostParents = 12;
+constexpr std::size_t kMostParents = 40;
 
 /// An error has to be one that its reader can use.
 void ExpectUsableError(const std::string& place, const OpCase& made, const Answer& answer,
@@ -36,13 +39,26 @@ void ExpectUsableError(const std::string& place, const OpCase& made, const Answe
         faults.add(place + ": the error does not name the op: " + answer.error);
 }
 
-/// Cooks some locations of a graph, in which nothing is expected but usable errors.
+/// A location that exists has a parent that exists, or that cannot be cooked.
+void ExpectParent(const std::string& place, const std::string& path, TellarRuntime::Client& client,
+                  FirstFaults& faults) {
+    const std::string parent(OxLocationPath::Parent(path));
+    if (parent.empty()) return;
+    const Answer answer = Cook(client, parent);
+    if (!answer.isError() && !answer.exists)
+        faults.add(place + ": exists, and its parent does not");
+}
+
+/// Cooks some locations of a graph. There may be errors.
 void CookSome(const std::string& what, const OpCase& made, const std::vector<std::string>& paths,
               FirstFaults& faults) {
     faults.step(what);
     const auto client = made.open()->getClient();
-    for (const std::string& path : paths)
-        ExpectUsableError(what + ", " + path, made, Cook(*client, path), faults);
+    for (const std::string& path : paths) {
+        const Answer answer = Cook(*client, path);
+        ExpectUsableError(what + ", " + path, made, answer, faults);
+        if (answer.exists) ExpectParent(what + ", " + path, path, *client, faults);
+    }
 }
 
 std::vector<std::string> PathsOfCase(const OpCase& made, std::size_t most) {
@@ -76,10 +92,33 @@ std::vector<OpCase> OrEmptyCase(std::vector<OpCase> cases, const Subject& subjec
 // Paths -------------------------------------------------------------------------------------------
 
 /// Names that hardly any scene has.
-std::vector<std::string> OddNames() {
+std::set<std::string> OddNames() {
     return {"no such location",     ".",    "..", "a.b", "\xff\xfe", "copy_-1",
             "99999999999999999999", "%s%n", "*",  "[a",  "\n",       "x\"y'z\\",
             std::string(50000, 'l')};
+}
+
+/// Names much like that of a child: "copy_07", "copy_7x" and "Copy_7" for "copy_7".
+std::vector<std::string> SimilarNames(const std::string& name) {
+    if (name.empty()) return {};
+    const std::size_t digits = name.find_last_not_of("0123456789") + 1; // where they begin
+    std::string capital = name;
+    capital[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(capital[0])));
+    std::string withZero = name;
+    return {name + "x",  "x" + name,
+            name + ' ',  capital,
+            name + ".x", withZero.insert(digits, "0"),
+            name + "9",  name.substr(0, digits)};
+}
+
+/// Odd names, and some much like those of the first and the last child.
+std::set<std::string> NamesToTry(const std::vector<std::string>& children) {
+    std::set<std::string> names = OddNames();
+    if (children.empty()) return names;
+    for (const std::string& child : {children.front(), children.back()})
+        for (const std::string& name : SimilarNames(std::string(OxLocationPath::Name(child))))
+            names.insert(name);
+    return names;
 }
 
 std::string DeepPath() {
@@ -104,7 +143,7 @@ void CookOddPaths(const OpCase& made, FirstFaults& faults) {
     parents.push_back(parents.back() + "/below a leaf");
     for (const std::string& parent : parents) {
         const auto children = ChildrenOf(*client, parent, SIZE_MAX);
-        for (const std::string& name : OddNames()) {
+        for (const std::string& name : NamesToTry(children)) {
             const std::string path = parent + '/' + name;
             if (std::find(children.begin(), children.end(), path) == children.end())
                 ExpectNoLocation(path, made, Cook(*client, path), faults);
