@@ -149,21 +149,23 @@ GroupAttribute FailingAt(const std::string& location) {
     return GroupAttribute({{"fail", StringAttribute(location)}}, true);
 }
 
+/// What is wrong with an answer that an error of an input has changed; empty for nothing.
+std::string FaultOf(const Answer& answer, bool needsInput) {
+    if (!needsInput) return "does not need that location, and gives " + answer.text();
+    if (!answer.isError()) return "hides the error: " + answer.text();
+    if (answer.error.find(kProbeError) != std::string::npos) return {};
+    return "the text of the input's error is lost: " + answer.error;
+}
+
 void CompareFailed(const OpCase& made, const std::string& failing, const Answers& expected,
                    const std::map<std::string, std::set<std::string>>& needs, FirstFaults& faults) {
     const auto client = WithProbes(made, FailingAt(failing)).open()->getClient();
+    const std::string what = made.name + ", while its input fails at " + failing + ", ";
     for (const auto& [path, needed] : needs) {
         const Answer answer = Cook(*client, path);
-        const std::string place =
-            made.name + ", while its input fails at " + failing + ", " + path + ": ";
-        const bool isHit = answer.error.find(kProbeError) != std::string::npos;
         if (answer == expected.at(path)) continue;
-        if (needed.count(failing) == 0)
-            faults.add(place + "does not need that location, and gives " + answer.text());
-        else if (answer.isError() && !isHit)
-            faults.add(place + "the text of the input's error is lost: " + answer.error);
-        else if (!answer.isError())
-            faults.add(place + "hides the error: " + answer.text());
+        const std::string fault = FaultOf(answer, needed.count(failing) != 0);
+        if (!fault.empty()) faults.add(what + std::string(path).append(": ").append(fault));
     }
 }
 

@@ -28,6 +28,7 @@ constexpr std::size_t kMostPathsOfArguments =
     4; // most types refuse arguments before the first cook
 constexpr std::size_t kMostCasesOfArguments = 2;
 constexpr std::size_t kMostParents = 40;
+constexpr std::size_t kLongestPath = 100; // in findings
 
 /// An error has to be one that its reader can use.
 void ExpectUsableError(const std::string& place, const OpCase& made, const Answer& answer,
@@ -37,6 +38,11 @@ void ExpectUsableError(const std::string& place, const OpCase& made, const Answe
         faults.add(place + ": the error has no text: " + answer.error);
     else if (answer.failedOp.empty() && answer.error.find(made.op().name) == std::string::npos)
         faults.add(place + ": the error does not name the op: " + answer.error);
+}
+
+/// How findings name a location. Long paths are cut.
+std::string PlaceOf(const std::string& what, const std::string& path) {
+    return what + ", " + path.substr(0, kLongestPath);
 }
 
 /// A location that exists has a parent that exists, or that cannot be cooked.
@@ -56,8 +62,9 @@ void CookSome(const std::string& what, const OpCase& made, const std::vector<std
     const auto client = made.open()->getClient();
     for (const std::string& path : paths) {
         const Answer answer = Cook(*client, path);
-        ExpectUsableError(what + ", " + path, made, answer, faults);
-        if (answer.exists) ExpectParent(what + ", " + path, path, *client, faults);
+        const std::string place = PlaceOf(what, path);
+        ExpectUsableError(place, made, answer, faults);
+        if (answer.exists) ExpectParent(place, path, *client, faults);
     }
 }
 
@@ -130,7 +137,7 @@ std::string DeepPath() {
 
 void ExpectNoLocation(const std::string& path, const OpCase& made, const Answer& answer,
                       FirstFaults& faults) {
-    const std::string place = made.name + ", " + path.substr(0, 80);
+    const std::string place = PlaceOf(made.name, path);
     ExpectUsableError(place, made, answer, faults);
     if (answer.exists)
         faults.add(place + ": exists, and is not among the potential children of its parent");
@@ -144,7 +151,8 @@ void CookOddPaths(const OpCase& made, FirstFaults& faults) {
     for (const std::string& parent : parents) {
         const auto children = ChildrenOf(*client, parent, SIZE_MAX);
         for (const std::string& name : NamesToTry(children)) {
-            const std::string path = parent + '/' + name;
+            std::string path = parent;
+            path.append("/").append(name);
             if (std::find(children.begin(), children.end(), path) == children.end())
                 ExpectNoLocation(path, made, Cook(*client, path), faults);
         }
@@ -153,7 +161,7 @@ void CookOddPaths(const OpCase& made, FirstFaults& faults) {
         ExpectNoLocation(path, made, Cook(*client, path), faults);
     for (const std::string& path :
          {std::string("/"), std::string("/root/"), std::string("/root//world"), DeepPath()})
-        ExpectUsableError(made.name + ", " + path.substr(0, 80), made, Cook(*client, path), faults);
+        ExpectUsableError(PlaceOf(made.name, path), made, Cook(*client, path), faults);
 }
 
 /// Each location as the first one that a scene is asked for.
@@ -165,7 +173,7 @@ void CookEachFirst(const OpCase& made, FirstFaults& faults) {
     for (const auto& [path, answer] : expected) {
         const Answer first = Cook(*made.open()->getClient(), path);
         if (first != answer)
-            faults.add(made.name + ", " + path + ": " + answer.text() +
+            faults.add(PlaceOf(made.name, path) + ": " + answer.text() +
                        " when its parents are cooked before it, otherwise " + first.text());
     }
 }

@@ -91,20 +91,27 @@ std::string DifferenceAt(const std::string& path, const Revisions& revisions, co
     return text.empty() ? "potential children, or the order of attributes" : text;
 }
 
+/// What is wrong at a location after an edit; empty for nothing.
+std::string FaultAt(const std::string& path, const Revisions& revisions, const LocationSet& told,
+                    const SceneChanges& changes) {
+    const Answer before = Cook(*revisions.before, path);
+    const Answer after = Cook(*revisions.after, path);
+    if ((before.isError() && after.isError()) || before == after) return {};
+    if (!Reaches(told, path))
+        return " differs and is not told (" + DifferenceAt(path, revisions, before, after) + ')';
+    const bool isInBoth = IsVisible(*revisions.before, path) && IsVisible(*revisions.after, path);
+    if (!isInBoth || DifferingAttributes(revisions, path).empty() || Tells(changes, path))
+        return {};
+    return " differs and is not in the list of changes";
+}
+
 void CheckEdit(const std::string& what, const Revisions& revisions, const SceneChanges& changes,
                FirstFaults& faults) {
-    const LocationSet set =
+    const LocationSet told =
         OxOpType::ChangedLocations(revisions.before->getOp(), revisions.after->getOp());
     for (const std::string& path : PathsOfBoth(revisions)) {
-        const Answer before = Cook(*revisions.before, path);
-        const Answer after = Cook(*revisions.after, path);
-        if ((before.isError() && after.isError()) || before == after) continue;
-        if (!Reaches(set, path))
-            faults.add(what + ": " + path + " differs and is not told (" +
-                       DifferenceAt(path, revisions, before, after) + ')');
-        else if (IsVisible(*revisions.before, path) && IsVisible(*revisions.after, path) &&
-                 !DifferingAttributes(revisions, path).empty() && !Tells(changes, path))
-            faults.add(what + ": " + path + " differs and is not in the list of changes");
+        const std::string fault = FaultAt(path, revisions, told, changes);
+        if (!fault.empty()) faults.add(what + std::string(": ").append(path).append(fault));
     }
 }
 

@@ -104,7 +104,7 @@ void CheckCase(const OpCase& made, Identities& identities, FirstFaults& faults) 
     CompareFacts(made.name + ", /root before it is cooked: ", before, walk.at("/root"), faults);
     std::vector<std::string> paths = PathsOf(*client, kMostPaths);
     paths.push_back(paths.back() + "/no such location");
-    paths.push_back("/no such root");
+    paths.emplace_back("/no such root");
     for (const std::string& path : paths) {
         if (Cook(*client, path).isError()) continue;
         const std::string place = made.name + ", " + path + ": ";

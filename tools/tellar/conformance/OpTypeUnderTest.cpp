@@ -23,7 +23,7 @@ constexpr std::size_t kLongestName = 120;
 
 /// Writes a file that SceneImport reads, for arguments that name a file.
 std::string SampleFile(const Subject& subject) {
-    const std::string file = subject.fileNamed("sample.obj");
+    std::string file = subject.fileNamed("sample.obj");
     std::ofstream(file) << "o sample\nv 0 0 0\nv 1 0 0\nv 0 1 0\nf 1 2 3\n";
     return file;
 }

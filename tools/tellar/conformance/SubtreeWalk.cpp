@@ -79,9 +79,9 @@ Matrix Product(const Matrix& first, const Matrix& second) {
 }
 
 Matrix MatrixOf(const GroupAttribute& xform, float time) {
-    const auto [matrix, isUsed] = OxXFormUtil::CalcTransformMatrixAtTime(xform, time);
+    const auto matrix = OxXFormUtil::CalcTransformMatrixAtTime(xform, time);
     Matrix values = kIdentity;
-    if (isUsed) matrix.fillInterpSample(values.data(), 16, time);
+    if (matrix.second) matrix.first.fillInterpSample(values.data(), 16, time);
     return values;
 }
 
