@@ -11,8 +11,9 @@ build with a sanitizer.
 
 import json
 import os
+import subprocess
 
-from tellar_test import TellarTest, main
+from tellar_test import TellarTest, main, with_usual_signals
 
 NONCONFORMING = os.environ["TELLAR_TEST_NONCONFORMING"]
 BUILT = os.environ["TELLAR_TEST_BUILT"].split()
@@ -138,6 +139,20 @@ class CommandTest(ConformTest):
                           TELLAR_TEST_FAULT="no plug-ins")
         self.assert_fails_with("while it is loaded, the process was ended by signal 6", "conform",
                                NONCONFORMING, TELLAR_TEST_FAULT="crash when loaded")
+
+    def test_a_signal_ends_it_and_leaves_nothing(self):
+        temporary = self.folder / "temporary"
+        temporary.mkdir()
+        command = [self.program, "conform", NONCONFORMING, "--only", "layers"]
+        environment = {**self.environment, "TMPDIR": str(temporary), "TELLAR_TEST_FAULT": "hang"}
+        with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                              preexec_fn=with_usual_signals, env=environment) as process:
+            self.assertIn("nonconforming", process.stdout.readline())
+            process.terminate()
+            self.assertEqual(process.stderr.read(),
+                             "tellar: stopped; the check that ran is not complete\n")
+        self.assertEqual(process.returncode, 143)
+        self.assertEqual(list(temporary.iterdir()), [])
 
     def test_wrong_options(self):
         self.assert_fails('--only: there is no check "colors"; see tellar conform --list',

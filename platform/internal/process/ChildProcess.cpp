@@ -205,6 +205,7 @@ ChildProcess::ChildProcess(const ChildProgram& program) {
     Pipe outputPipe = MakePipe();
     Pipe errorPipe = MakePipe();
     if (program.timeLimit) deadline = steady_clock::now() + *program.timeLimit;
+    isUnwanted = program.isUnwanted;
     start(program, input, outputPipe.writeEnd, errorPipe.writeEnd);
     outputFile = std::move(outputPipe.readEnd);
     errorFile = std::move(errorPipe.readEnd);
@@ -251,7 +252,8 @@ void ChildProcess::kill() {
 }
 
 void ChildProcess::killIfLate() {
-    if (!deadline || steady_clock::now() < *deadline || hasEnded()) return;
+    const bool isLate = deadline && steady_clock::now() >= *deadline;
+    if (!(isLate || (isUnwanted && isUnwanted())) || hasEnded()) return;
     kill();
     end = ChildEnd{ChildEnd::Kind::TimedOut, 0};
 }

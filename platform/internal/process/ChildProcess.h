@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +21,8 @@ struct ChildProgram {
     std::string_view input = {};
     /// The longest time from start to end; none by default.
     std::optional<std::chrono::milliseconds> timeLimit = {};
+    /// Asked now and then while the caller waits: true ends the program at once. May be empty.
+    std::function<bool()> isUnwanted = {};
 };
 
 /// How a child process ended.
@@ -27,7 +30,7 @@ struct ChildEnd {
     enum class Kind {
         Exited,   ///< ended itself with the status `code`
         Signaled, ///< ended by the signal `code`
-        TimedOut, ///< killed at its time limit
+        TimedOut, ///< killed at its time limit, or when it was unwanted
         Unknown   ///< the host collected its status, or ignores the ends of its children
     };
 
@@ -106,6 +109,7 @@ private:
 
     std::int64_t process = -1;
     std::optional<std::chrono::steady_clock::time_point> deadline;
+    std::function<bool()> isUnwanted;
     Descriptor outputFile;
     Descriptor errorFile;
     std::string errorText;

@@ -110,6 +110,15 @@ TEST(ChildProcess, IsKilledAtItsTimeLimit) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
+TEST(ChildProcess, IsKilledWhenItIsUnwanted) {
+    ChildProgram program = Shell("exec sleep 60");
+    int questions = 0;
+    program.isUnwanted = [&questions] { return ++questions > 3; };
+    ChildProcess silent(program);
+    EXPECT_EQ(OutputOf(silent), "");
+    EXPECT_EQ(silent.wait().kind, ChildEnd::Kind::TimedOut);
+}
+
 TEST(ChildProcess, IsKilledByTheDestructor) {
     std::string number;
     {

@@ -18,6 +18,7 @@
 #include "JsonText.h"
 #include "NumberOption.h"
 #include "Output.h"
+#include "StopSignals.h"
 #include "Table.h"
 
 namespace TellarTool {
@@ -34,6 +35,7 @@ Examples:
   tellar conform build/mytype.so --scene tests/mytype.json
   tellar conform --list)";
 
+constexpr const char* kOutcomeOfSignal = "the check that ran is not complete";
 constexpr int kMostSeconds = 24 * 60 * 60;
 
 struct ConformOptions {
@@ -137,7 +139,7 @@ bool IsWanted(const std::string& check, const ConformOptions& options) {
 }
 
 GivenPlugin GivenOf(const std::string& plugin, const ConformOptions& options) {
-    return {plugin, options.scene, options.format, std::chrono::seconds(options.seconds)};
+    return {plugin, options.scene, options.format, std::chrono::seconds(options.seconds), {}};
 }
 
 /// Whether the check of its functions has failed, without which no other one can run.
@@ -147,16 +149,19 @@ bool IsUnloadable(const SubjectResults& results) {
     });
 }
 
+/// Throws Stopped after a signal.
 SubjectResults RunChecks(const GivenPlugin& given, const Subject& subject,
-                         const ConformOptions& options) {
+                         const ConformOptions& options, const StopSignals& signals) {
     const std::vector<Check> checks = ChecksOf(subject.api);
     SubjectResults results{subject, {}};
     if (!options.json) WriteOutput(TitleOf(subject) + '\n');
+    FlushOutput();
     for (const Check& check : checks) {
         if (!IsWanted(check.name, options)) continue;
         results.results.push_back(IsUnloadable(results)
                                       ? CheckResult{check.name, {}, {}, "the plug-in does not load"}
                                       : RunInChild(given, subject, check.name));
+        signals.throwIfNoted(kOutcomeOfSignal);
         if (options.json) continue;
         WriteOutput(TextOf(results.results.back(), NameWidth(checks)));
         FlushOutput();
@@ -191,13 +196,15 @@ void RunConform(const ConformOptions& options) {
     if (options.list) return WriteOutput(ListOfChecks());
     if (options.plugins.empty()) throw CLI::RequiredError("PLUGIN");
     CheckNames(options);
+    const StopSignals signals;
     std::vector<std::string> subjects; // as JSON
     std::size_t checks = 0;
     std::int64_t failed = 0;
     for (const std::string& plugin : options.plugins) {
-        const GivenPlugin given = GivenOf(plugin, options);
+        GivenPlugin given = GivenOf(plugin, options);
+        given.isStopped = [&signals] { return signals.noted() != 0; };
         for (const Subject& subject : LoadInChild(given)) {
-            const SubjectResults results = RunChecks(given, subject, options);
+            const SubjectResults results = RunChecks(given, subject, options, signals);
             checks += results.results.size();
             failed += NumberOfFailed(results);
             subjects.push_back(JsonOf(results));

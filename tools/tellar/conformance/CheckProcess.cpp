@@ -38,7 +38,8 @@ ChildOutcome RunChild(const GivenPlugin& given, const ChildTask& task) {
                         {"conform", given.plugin, "--scene", given.scene, "--format", given.format,
                          "--child", task.api, task.name, task.check, task.folder},
                         {},
-                        given.timeLimit});
+                        given.timeLimit,
+                        given.isStopped});
     ChildOutcome outcome;
     std::istringstream output(OutputOf(child));
     for (std::string line; std::getline(output, line);)

@@ -2,6 +2,7 @@
 #define TELLAR_TOOL_CHECKPROCESS_H
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,7 @@ struct GivenPlugin {
     std::string scene;  ///< for checks of op types; may be empty
     std::string format; ///< of pictures: "png"
     std::chrono::seconds timeLimit;
+    std::function<bool()> isStopped; ///< true ends a check at once
 };
 
 /// What a check has found.
