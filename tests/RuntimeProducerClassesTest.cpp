@@ -24,6 +24,7 @@
 #include <OxTellarProducers/ThreadLocalClient.h>
 
 #include "ProducerHelpers.h"
+#include "Sanitized.h"
 #include "SceneBuilders.h"
 #include "TestOps.h"
 #include "VirtualSlot.h"
@@ -264,8 +265,9 @@ TYPED_TEST(MakingProducer, NamesItsChildrenByTheLastSlashOfAnyPath) {
 TEST(RuntimeProducerClasses, MayBeDroppedHoweverManyAncestorsGoWithThem) {
     const TellarRuntime::LocationData data = BranchingVariant::data();
     const Client client = MakeClient(TestTree(Texts({})));
+    constexpr int kLevels = kSanitized ? 200000 : 1000000; // more than any stack holds calls
     boost::intrusive_ptr<SyncGeometryProducer> leaf;
-    for (int level = 0; level < 1000000; ++level)
+    for (int level = 0; level < kLevels; ++level)
         leaf = new SyncGeometryProducer(client, "/x", data, -1, leaf);
     const Ptr root = leaf->getRootProducer();
     leaf.reset();

@@ -25,6 +25,7 @@
 
 #include "ProducerHelpers.h"
 #include "RunTogether.h"
+#include "Sanitized.h"
 #include "SceneBuilders.h"
 #include "TempDirectory.h"
 
@@ -206,9 +207,9 @@ TEST(ThreadEnd, LeavesNoMemoryBehind) {
             }).join();
         }
     };
-    runThreads(1000);
+    runThreads(kSanitized ? 100 : 1000);
     const std::ptrdiff_t before = AllocatedBytes();
-    runThreads(9000);
+    runThreads(kSanitized ? 900 : 9000);
     EXPECT_LE(AllocatedBytes() - before, 4096);
     EXPECT_EQ(wrong, 0);
 }

@@ -17,6 +17,7 @@
 #include <gmock/gmock.h>
 
 #include "RunTogether.h"
+#include "Sanitized.h"
 #include "SceneBuilders.h"
 #include "ScopedRuntimeFactory.h"
 #include "TestOps.h"
@@ -99,10 +100,10 @@ public:
 
 // Walks -------------------------------------------------------------------------------------------
 
-/// 20,201 locations that two Ops make.
+/// 20,201 locations that two Ops make, and 5,051 under a sanitizer.
 class ThreadedWalk : public testing::Test {
 protected:
-    const Grove grove{200, 100};
+    const Grove grove{kSanitized ? 50 : 200, 100};
     const GroupAttribute tree = Group({{"scene", OpEntry("StaticScene", grove.scene())},
                                        {"merge", OpEntry("Merge", {}, {"scene"})}});
     const Lines expected = grove.lines();
@@ -220,9 +221,12 @@ TEST(ThreadedWalkOfFailingOps, TellsEveryThreadOfTheErrorAndHangsNone) {
 
 // A million locations -----------------------------------------------------------------------------
 
-/// A million instances of one location in a grid, in groups of a hundred.
+/// The instances in all: a million, or a tenth of it under a sanitizer.
+constexpr int kBricks = kSanitized ? 100000 : 1000000;
+
+/// Instances of one location in a grid, in groups of a hundred.
 GroupAttribute MillionLocations() {
-    const OxAttribute::IntAttribute counts({100, 100, 100}, 1);
+    const OxAttribute::IntAttribute counts({100, 100, kBricks / 10000}, 1);
     const GroupAttribute args = Group({{"source", Text("/root/brick")},
                                        {"target", Text("/root/wall")},
                                        {"counts", counts},
@@ -261,8 +265,9 @@ TEST(ThreadedWalkOfAMillionLocations, CooksEachOnceAndShowsEveryThreadTheSameSce
     const std::uint64_t before = TellarRuntime::getNumberOfCooks();
     const Digest alone = DigestOf(CreateThreadAwareGeometryProducer(MillionLocations(), "/root"));
     const std::uint64_t cooksAlone = TellarRuntime::getNumberOfCooks() - before;
-    EXPECT_EQ(alone.bricks, 1000000u);
-    EXPECT_EQ(alone.locations, 1u + 1u + 100u + 10000u + 1000000u) << "root, wall, groups, bricks";
+    EXPECT_EQ(alone.bricks, std::uint64_t{kBricks});
+    EXPECT_EQ(alone.locations, 1u + 1u + kBricks / 10000 + kBricks / 100 + kBricks)
+        << "root, wall, groups, bricks";
     EXPECT_GE(cooksAlone, alone.locations);
 
     const std::uint64_t cooks = TellarRuntime::getNumberOfCooks();
@@ -410,8 +415,9 @@ TEST(ThreadedEviction, NeverGivesTheOldResultWhileAnotherThreadComputesTheNewOne
 TEST(ThreadedEviction, NeverGivesAResultOlderThanItself) {
     const Ptr root = OpenVersioned();
     std::atomic<int> tooOld{0};
+    constexpr int kRounds = kSanitized ? 5000 : 50000;
     RunTogether(kThreads, [&](int) {
-        for (int round = 0; round < 50000; ++round) {
+        for (int round = 0; round < kRounds; ++round) {
             const int version = ++TestVersionNow();
             if (VersionOf(root->getChildByName("leaf", true)) < version) ++tooOld;
         }

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 
 #include "ErrorOf.h"
+#include "Sanitized.h"
 #include "VisitScenes.h"
 
 // Visits that are pruned, stopped, cancelled or ended by an exception, at each point.
@@ -124,10 +125,11 @@ TEST_P(EndedVisit, ThrowsTheExceptionOfTheQuestionWhetherItIsCancelled) {
 }
 
 TEST_P(EndedVisit, LeavesNothingBehindHoweverItEnds) {
+    constexpr std::size_t kStep = kSanitized ? 4 : 1;
     for (const VisitWish wish : {VisitWish::Prune, VisitWish::Stop})
-        for (const std::string& at : expected) {
+        for (std::size_t i = 0; i < expected.size(); i += kStep) {
             SharedLines lines;
-            visit(at, wish, lines);
+            visit(expected[i], wish, lines);
         }
     EXPECT_EQ(root->use_count(), 1u);
 }

@@ -15,6 +15,7 @@
 #include <OxTellarProducers/ClientFactory.h>
 
 #include "RunTogether.h"
+#include "Sanitized.h"
 #include "SceneBuilders.h"
 
 namespace {
@@ -31,11 +32,7 @@ constexpr int kThreads = 64;
 constexpr int kGroups = 8;
 constexpr int kLeaves = 16;
 constexpr int kEdits = 20;
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr std::chrono::seconds kDuration{5};
-#else
-constexpr std::chrono::seconds kDuration{10};
-#endif
+constexpr std::chrono::seconds kDuration{TellarTest::kSanitized ? 5 : 10};
 
 /// Leaves that know their numbers, below an Op that writes the number of the edit to /root.
 GroupAttribute EditedScene(int edit) {

@@ -13,6 +13,9 @@ import termios
 import unittest
 from pathlib import Path
 
+# Set for slow builds, which do with fewer runs of the same kind.
+SMALL = bool(os.environ.get("TELLAR_TEST_SMALL"))
+
 
 def static_scene(children):
     return {"ops": [{"name": "scene", "type": "StaticScene", "args": {"c": children}}]}

@@ -13,6 +13,7 @@
 #include "OpenFiles.h"
 #include "RunTogether.h"
 #include "SampleValue.h"
+#include "Sanitized.h"
 #include "TempDirectory.h"
 
 using namespace OxAttribute;
@@ -158,7 +159,7 @@ TEST(AttributeThreads, AFileReplacedWhileItIsOpenedIsOneOrTheOther) {
     WriteAttributeFile(path, shorter);
     std::atomic<bool> done{false};
     std::thread writer([&] {
-        for (int i = 0; i < 60; ++i)
+        for (int i = 0; i < (TellarTest::kSanitized ? 20 : 60); ++i)
             WriteAttributeFile(path, i % 2 ? shorter : longer);
         done = true;
     });

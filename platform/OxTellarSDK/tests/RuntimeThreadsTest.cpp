@@ -17,6 +17,7 @@
 
 #include "AttributePrinter.h"
 #include "RunTogether.h"
+#include "Sanitized.h"
 #include "TestOps.h"
 
 using namespace OxAttribute;
@@ -173,6 +174,7 @@ TEST(RuntimeThreads, TheOldResultIsNotReturnedWhileAnEvictedLocationCooks) {
 }
 
 TEST(RuntimeThreads, NoEvictionIsLostWhileAnotherThreadFinishesItsCook) {
+    constexpr int kEvictions = TellarTest::kSanitized ? 20000 : 200000;
     Graph graph;
     const Client client = graph.commit(graph.op(kGated));
     std::atomic<int> wrong{0};
@@ -181,7 +183,7 @@ TEST(RuntimeThreads, NoEvictionIsLostWhileAnotherThreadFinishesItsCook) {
         while (!done)
             client->cookLocation("/root");
     });
-    for (int i = 1; i < 200000; ++i) {
+    for (int i = 1; i < kEvictions; ++i) {
         outsideWorld = i;
         graph.runtime->evict("/root");
         wrong += ValueAt(client, "/root") != i;
