@@ -57,7 +57,8 @@ source_for() {
     if [[ $name == *.cpp ]]; then echo "$1"; fi
 }
 
-cmake --preset release >/dev/null # for compile_commands.json
+# For compile_commands.json. clang-tidy cannot read the precompiled headers of another compiler.
+cmake --preset release -DTELLAR_PRECOMPILE_HEADERS=OFF >/dev/null
 sources=$(printf '%s\n' "${files[@]}" |
               grep -E '^(src|platform|plugins|tools)/.*\.cpp$' | grep -v '/tests/') || exit 0
 # In a copy without history, all sources are checked.

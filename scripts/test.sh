@@ -3,7 +3,8 @@
 #
 #     scripts/test.sh [release|asan|tsan] [arguments for ctest...]
 #
-# The preset is release unless named. Fails when a test fails and when none ran.
+# The preset is release unless named. TELLAR_CMAKE_OPTIONS in the environment goes to CMake. Fails
+# when a test fails and when none ran.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,7 +15,8 @@ if (($#)) && [[ $1 != -* ]]; then
 fi
 
 scripts/install-packages.sh
-cmake --preset "$preset"
+read -ra cmake_options <<<"${TELLAR_CMAKE_OPTIONS-}"
+cmake --preset "$preset" "${cmake_options[@]}"
 cmake --build --preset "$preset" --parallel "$(nproc)"
 
 # Only sanitizers read these variables. Options from the caller's environment come last and win.
