@@ -299,6 +299,13 @@ function(tellar_test name)
         LABELS "${ARG_LABELS}" TIMEOUT 900 FAIL_REGULAR_EXPRESSION "Running 0 tests")
 endfunction()
 
+# tellar_long_tests(<seconds> <tests...>): the time of tests that take longest, in the build that takes
+# longest for them. ctest starts them first, so that no processor is left with one of them at the end.
+# Without this it would know the times only where it has run before.
+function(tellar_long_tests seconds)
+    set_tests_properties(${ARGN} PROPERTIES COST ${seconds})
+endfunction()
+
 # tellar_seed_test(<fuzzer> <folders of seeds...> SOURCES <files...> LIBS <targets...>): runs the
 # fuzzer's function once over each of its seeds, with any compiler.
 function(tellar_seed_test name)
