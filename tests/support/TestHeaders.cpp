@@ -1,1 +1,1 @@
-// The precompiled headers of the tests need a target that they belong to, and a target needs a source.
+// The target that the precompiled headers of the tests belong to needs a source.
