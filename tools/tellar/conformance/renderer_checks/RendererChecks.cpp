@@ -1,3 +1,5 @@
+#include "RendererChecks.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
@@ -7,7 +9,6 @@
 
 #include <OxTellarSDK/PluginManager.h>
 
-#include "Checks.h"
 #include "Output.h"
 #include "RenderObjectChecks.h"
 #include "RendererTrials.h"

@@ -5,11 +5,11 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include <OxTellarProducers/OxRendererPluginSuite.h>
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/OpTypeSuite.h>
 #include <OxTellarSDK/PluginManager.h>
 
-#include "Checks.h"
 #include "Plugins.h"
 #include "Process.h"
 #include "Renderers.h"
@@ -99,10 +99,15 @@ std::vector<Subject> SubjectsInLibrary(const std::string& library) {
     throw std::runtime_error(library + ": " + (reason.empty() ? "holds no plug-in" : reason));
 }
 
+/// Whether there are checks of plug-ins of this API.
+bool HasContract(const FoundPlugin& plugin) {
+    return plugin.apiName == OX_RENDERER_API || plugin.apiName == OX_OP_TYPE_API;
+}
+
 std::vector<Subject> SubjectsNamed(const std::string& name) {
     std::vector<Subject> subjects;
     for (const FoundPlugin& plugin : GetPlugins())
-        if (NameOf(plugin) == name && !ChecksOf(plugin.apiName).empty()) Add(subjects, plugin);
+        if (HasContract(plugin) && NameOf(plugin) == name) Add(subjects, plugin);
     if (subjects.empty() && OxOpType::FindOpType(name)) // a built-in one
         subjects.push_back({OxOpType::kPluginApiName, name, {}, {}, {}, {}, {}});
     if (subjects.empty())

@@ -3,6 +3,9 @@
 #include <OxTellarProducers/OxRendererPluginSuite.h>
 #include <OxTellarSDK/OpTypeSuite.h>
 
+#include "OpTypeChecks.h"
+#include "RendererChecks.h"
+
 namespace TellarTool {
 
 std::vector<Check> ChecksOf(const std::string& api) {

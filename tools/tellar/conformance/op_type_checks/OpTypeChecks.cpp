@@ -12,7 +12,6 @@
 #include <OxTellarSDK/OpTypeSuite.h>
 #include <OxTellarSDK/PluginManager.h>
 
-#include "Checks.h"
 #include "OpTypeUnderTest.h"
 #include "Plugins.h"
 
@@ -156,7 +155,7 @@ void CheckDescription(const Subject& subject, Verdict& verdict) {
 
 std::vector<Check> OpTypeChecks() {
     return {
-        {"loads", "The library, its function table and its description can be used.",
+        {kLoadingCheck, "The library, its function table and its description can be used.",
          CheckThatItLoads},
         {"description", "The type, its inputs and all of its arguments are described.",
          CheckDescription},

@@ -1,12 +1,16 @@
 #ifndef TELLAR_TOOL_OPTYPECHECKS_H
 #define TELLAR_TOOL_OPTYPECHECKS_H
 
-#include "Subject.h"
-#include "Verdict.h"
+#include <vector>
+
+#include "Check.h"
 
 namespace TellarTool {
 
-// The checks of op types that OpTypeChecks() lists, one function each.
+/// The checks of op types, in the order in which they run.
+std::vector<Check> OpTypeChecks();
+
+// One function for each of them.
 
 // OpTypeChecks.cpp
 void CheckThatItLoads(const Subject& subject, Verdict& verdict);

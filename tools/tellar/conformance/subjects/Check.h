@@ -1,8 +1,5 @@
-#ifndef TELLAR_TOOL_CHECKS_H
-#define TELLAR_TOOL_CHECKS_H
-
-#include <string>
-#include <vector>
+#ifndef TELLAR_TOOL_CHECK_H
+#define TELLAR_TOOL_CHECK_H
 
 #include "Subject.h"
 #include "Verdict.h"
@@ -21,13 +18,6 @@ struct Check {
 
 /// The name of the first check of every API. A plug-in that fails it cannot be used at all.
 constexpr const char* kLoadingCheck = "loads";
-
-/// The checks of a plug-in by its API, in the order in which they run. Empty for other APIs than
-/// those of renderers and op types.
-std::vector<Check> ChecksOf(const std::string& api);
-
-std::vector<Check> RendererChecks();
-std::vector<Check> OpTypeChecks();
 
 } // namespace TellarTool
 
