@@ -24,7 +24,6 @@ Answer AnswerOf(const ErrorFacts& facts) {
     answer.error = facts.text.empty() ? "an error without a text" : facts.text;
     answer.failedOp = facts.op;
     answer.reason = ReasonIn(facts);
-    answer.argument = facts.attribute;
     return answer;
 }
 

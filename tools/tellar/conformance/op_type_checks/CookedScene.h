@@ -10,17 +10,16 @@
 
 namespace TellarTool {
 
-/// What cooking a location gives.
+/// The result of cooking a location, or its error.
 struct Answer {
     bool exists = false;
     OxAttribute::Hash hash; ///< of existence, attributes and potential children
     std::string error;      ///< empty if the location was cooked
     std::string failedOp;   ///< the op that the error names
     std::string reason;     ///< the error without the place in front of it
-    std::string argument;   ///< the attribute or argument that the error names
 
     bool isError() const { return !error.empty(); }
-    /// "exists, hash 0123", "does not exist" or the error.
+    /// "it exists, hash 0123abcd", "it does not exist" or the error.
     std::string text() const;
 
     friend bool operator==(const Answer& a, const Answer& b) {

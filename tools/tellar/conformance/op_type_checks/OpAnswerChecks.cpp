@@ -32,7 +32,7 @@ constexpr std::size_t kMostFailures = 20;
 constexpr std::size_t kThreads = 8;
 constexpr int kRounds = 4;
 
-/// What one thread finds in a scene of its own, from the top down.
+/// The answers that one thread gets from a scene of its own, from the top down.
 Answers ExpectedAnswers(const OpCase& made) {
     const auto client = made.open()->getClient();
     return CookAll(*client, PathsOf(*client, kMostPaths));
@@ -149,7 +149,7 @@ GroupAttribute FailingAt(const std::string& location) {
     return GroupAttribute({{"fail", StringAttribute(location)}}, true);
 }
 
-/// What is wrong with an answer that an error of an input has changed; empty for nothing.
+/// The fault of an answer that an error of an input has changed; an empty text if there is none.
 std::string FaultOf(const Answer& answer, bool needsInput) {
     if (!needsInput) return "does not need that location, and gives " + answer.text();
     if (!answer.isError()) return "hides the error: " + answer.text();

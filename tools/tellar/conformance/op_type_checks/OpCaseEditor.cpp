@@ -17,7 +17,7 @@ constexpr std::size_t kMostPaths = 100;
 constexpr std::size_t kMostInputPaths = 30;
 constexpr int kRandomEdits = 150;
 
-/// What a probe can do at a location.
+/// Something that a probe can do at a location.
 struct ProbeKind {
     const char* argument;
     const char* text;

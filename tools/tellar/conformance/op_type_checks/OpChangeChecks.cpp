@@ -80,7 +80,7 @@ std::vector<std::string> DifferingAttributes(const Revisions& revisions, const s
                                           revisions.after->cookLocation(path).getAttrs());
 }
 
-/// What differs at a location, in words: "attributes: xform, n".
+/// The difference at a location in words: "attributes: xform, n".
 std::string DifferenceAt(const std::string& path, const Revisions& revisions, const Answer& before,
                          const Answer& after) {
     if (!before.exists || !after.exists)
@@ -91,7 +91,7 @@ std::string DifferenceAt(const std::string& path, const Revisions& revisions, co
     return text.empty() ? "potential children, or the order of attributes" : text;
 }
 
-/// What is wrong at a location after an edit; empty for nothing.
+/// The fault at a location after an edit; an empty text if there is none.
 std::string FaultAt(const std::string& path, const Revisions& revisions, const LocationSet& told,
                     const SceneChanges& changes) {
     const Answer before = Cook(*revisions.before, path);

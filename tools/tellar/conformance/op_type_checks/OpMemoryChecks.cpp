@@ -26,7 +26,7 @@ void CookScenes(const OpCase& made) {
     }
 }
 
-/// What a hundred scenes leave behind.
+/// The resources that a hundred scenes do not give back.
 Resources Growth(const OpCase& made) {
     const Resources first = ResourcesInUse();
     CookScenes(made);

@@ -17,7 +17,7 @@ namespace TellarTool {
 
 using Matrix = std::array<double, 16>; // row by row, for row vectors
 
-/// What cooks find at and below a location.
+/// A location and everything below it, as cooks find them.
 struct Subtree {
     std::int64_t locations = 0;
     std::uint32_t types = 0;    ///< a mask of OxOpType::LocationTypes
