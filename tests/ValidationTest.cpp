@@ -277,7 +277,9 @@ TEST_F(Validation, LetsRendersThatGoOnAtOnceShareTheirRoot) {
     const Handle root = file.root();
     OxRenderStruct* const first = Start("keep the root", root);
     OxRenderStruct* const second = Start("keep the root", root);
-    for (OxRenderStruct* const render : {first, second}) {
+    for (OxRenderStruct* const render : {first, second})
+        Renderer2().wait(render, -1, nullptr);
+    for (OxRenderStruct* const render : {second, first}) {
         testing::internal::CaptureStderr();
         Renderer2().release(render);
         EXPECT_THAT(testing::internal::GetCapturedStderr(), HasSubstr(": no findings in "));

@@ -302,7 +302,8 @@ static const void* getSuite(void) {
 
 struct OxRenderStruct {
     int isFailing;
-    OxSgIteratorStruct* root; /* retained, or null */
+    OxSgIteratorStruct* root;  /* retained, or null */
+    OxSgIteratorStruct* child; /* kept since waitForEnd, or null */
 };
 
 static const OxScenegraphIteratorHostSuite_v4* getScenes(void) {
@@ -320,6 +321,7 @@ static OxRenderStruct* start(const OxRenderJob_v2* job, OxErrorStruct** error) {
     if (error) *error = NULL;
     if (made) {
         made->isFailing = strcmp(job->picture, "fail") == 0;
+        made->child = NULL;
         made->root = strcmp(job->picture, "keep the root") == 0 ? job->root : NULL;
         getScenes()->retainIterator(made->root);
     }
@@ -328,14 +330,25 @@ static OxRenderStruct* start(const OxRenderJob_v2* job, OxErrorStruct** error) {
 }
 
 static void release(OxRenderStruct* taken) {
+    getScenes()->releaseIterator(taken->child);
     getScenes()->releaseIterator(taken->root);
     free(taken);
+}
+
+/* What a thread of the render does. */
+static void* keepChild(void* taken) {
+    OxRenderStruct* render = taken;
+    render->child = getScenes()->getFirstChild(render->root, NULL);
+    return NULL;
 }
 
 static int32_t waitForEnd(OxRenderStruct* taken, double seconds, OxErrorStruct** error) {
     const OxAttributeSuite_v4* values = host->getSuite(OX_ATTRIBUTE_HOST_SUITE, 4);
     const OxErrorFacts facts = {kOxErrorUnknown, "the paint has dried up", "", "", "", "", ""};
+    pthread_t thread;
     (void)seconds;
+    if (taken->root && pthread_create(&thread, NULL, keepChild, taken) == 0)
+        pthread_join(thread, NULL);
     if (error) *error = taken->isFailing ? values->createError(&facts) : NULL;
     return taken->isFailing ? kOxRenderFailed : kOxRenderDone;
 }

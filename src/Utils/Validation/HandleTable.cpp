@@ -60,7 +60,8 @@ int HandleTable::renderOf(const void* handle) const {
     const Shard& shard = shardOf(handle);
     const std::lock_guard<std::mutex> lock(shard.mutex);
     const auto found = shard.records.find(handle);
-    const bool isOfRender = found != shard.records.end() && !found->second.isPastRender;
+    const bool isOfRender =
+        found != shard.records.end() && !found->second.isPastRender && !found->second.isShared;
     return isOfRender ? found->second.render : 0;
 }
 

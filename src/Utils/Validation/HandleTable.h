@@ -45,7 +45,7 @@ public:
     /// Returns the mistake in using a handle as one of this kind; nothing for a sound use.
     std::optional<Fault> check(HandleKind kind, const void* handle, HandleFacts& facts) const;
 
-    /// The render that a handle belongs to and that goes on; 0 for none.
+    /// The one render that a handle belongs to and that goes on; 0 for none.
     int renderOf(const void* handle) const;
 
     /// A slot returned the handle, with a reference or without.
