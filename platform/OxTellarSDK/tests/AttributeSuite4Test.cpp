@@ -28,7 +28,12 @@ const OxAttributeSuite_v4& Suite() {
 class Called {
 public:
     ~Called() { Suite().releaseError(error); }
-    OxErrorStruct** operator&() { return &error; }
+    /// For one call, which forgets the error of the call before.
+    OxErrorStruct** operator&() {
+        Suite().releaseError(error);
+        error = nullptr;
+        return &error;
+    }
     int code() const { return facts().code; }
     std::string text() const { return facts().text; }
     std::string attribute() const { return facts().attribute; }

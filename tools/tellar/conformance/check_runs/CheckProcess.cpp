@@ -55,18 +55,20 @@ std::optional<std::string> After(std::string_view mark, const std::string& line)
     return line.substr(mark.size());
 }
 
-/// The last line that is not empty and no summary of validation. A program that ends early may have
-/// written the reason there.
-std::string LastLine(const std::string& text) {
+/// The line in which a program that ended early may have written the reason: that of a sanitizer,
+/// or the last one that is not empty and no summary of validation.
+std::string ReasonIn(const std::string& text) {
     std::istringstream lines(text);
     std::string last;
-    for (std::string line; std::getline(lines, line);)
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find("Sanitizer: ") != std::string::npos) return line;
         if (!line.empty() && !After("TELLAR_VALIDATE: ", line)) last = line;
+    }
     return last;
 }
 
 std::string TextOf(const ChildOutcome& outcome) {
-    const std::string last = LastLine(outcome.errors);
+    const std::string last = ReasonIn(outcome.errors);
     return "the process " + outcome.end.text() + (last.empty() ? "" : ": " + last);
 }
 
@@ -120,7 +122,7 @@ void RunCheck(const Check& check, const Subject& subject, Verdict& verdict) {
 std::vector<Subject> LoadInChild(const GivenPlugin& given) {
     const ChildOutcome outcome = RunChild(given, {});
     if (!outcome.end.isSuccess()) {
-        const std::string last = LastLine(outcome.errors);
+        const std::string last = ReasonIn(outcome.errors);
         if (outcome.end.kind == ChildEnd::Kind::Exited && !last.empty())
             throw std::runtime_error(After("tellar: ", last).value_or(last));
         throw std::runtime_error(given.plugin + ": while it is loaded, " + TextOf(outcome));
