@@ -240,6 +240,7 @@ void CheckTwoAtOnce(const RendererTrials& trials) {
     const std::vector<GroupAttribute> scenes = {SceneOfEverything(), SceneWithoutShapes(),
                                                 SceneOfEverything(), SceneOfOddNames()};
     std::vector<std::string> alone;
+    alone.reserve(scenes.size());
     for (const GroupAttribute& scene : scenes)
         alone.push_back(trials.repeatable(scene));
     std::vector<std::string> together(scenes.size());

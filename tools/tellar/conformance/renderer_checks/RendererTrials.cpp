@@ -32,7 +32,7 @@ Trial RendererTrials::trialOf(const OxAttribute::GroupAttribute& scene) const {
 
 TrialResult RendererTrials::judge(const std::string& what, const Trial& trial,
                                   bool mustBeDone) const {
-    const TrialResult result = run(trial);
+    TrialResult result = run(trial);
     const bool isThere = std::filesystem::exists(trial.picture);
     const bool isTold = std::count(result.pictures.begin(), result.pictures.end(), trial.picture);
     if (result.status == kOxRenderDone) {
