@@ -322,7 +322,7 @@ TEST_F(Validation, LetsHostAndPluginsUseALocationDelegate) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-/// What the op type "Faulty" causes to be written when it cooks a location.
+/// The text that is written while the op type "Faulty" cooks a location.
 std::string ErrorsOfCook(const std::string& fault) {
     const auto client =
         MakeClient(Group({{"op", OpEntry("Faulty", Group({{"fault", Text(fault)}}))}}));

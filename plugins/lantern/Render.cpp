@@ -334,14 +334,7 @@ void Render::takeWorld(Session& opened, Session& earlier) {
                   static_cast<SceneWorld&>(earlier.scene()));
         std::swap(opened.read.sources, earlier.read.sources);
     };
-    swapWorlds();
-    try {
-        const EarlierGeometry geometry{earlier.drawing->geometry(), sources};
-        opened.prepare({samples, threads, opened.begin}, *report, &geometry);
-    } catch (...) {
-        swapWorlds();
-        throw;
-    }
+    prepareWith(opened, {earlier.drawing->geometry(), sources}, swapWorlds);
 }
 
 /// Moves the shapes that both have to the new session, and prepares it. If that fails, the shapes
@@ -355,12 +348,18 @@ void Render::takeShapes(Session& opened, Session& earlier) {
             if (sources[i] != kNone)
                 std::swap(opened.scene().shapes[i], earlier.scene().shapes[sources[i]]);
     };
-    swapShapes();
+    prepareWith(opened, {earlier.drawing->geometry(), sources}, swapShapes);
+}
+
+/// Prepares a session after parts of the earlier one were swapped into it. If that fails, they are
+/// swapped back.
+void Render::prepareWith(Session& opened, const EarlierGeometry& geometry,
+                         const std::function<void()>& swapParts) {
+    swapParts();
     try {
-        const EarlierGeometry geometry{earlier.drawing->geometry(), sources};
         opened.prepare({samples, threads, opened.begin}, *report, &geometry);
     } catch (...) {
-        swapShapes();
+        swapParts();
         throw;
     }
 }

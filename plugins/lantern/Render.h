@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -91,6 +92,8 @@ private:
     std::shared_ptr<Session> readView(const Location& from, const Session& earlier);
     void takeShapes(Session& opened, Session& earlier);
     void takeWorld(Session& opened, Session& earlier);
+    void prepareWith(Session& opened, const EarlierGeometry& geometry,
+                     const std::function<void()>& swapParts);
     std::string checkedPath(const Location& from) const;
     int drawUntilTheEnd();
     void deliver(const Session& drawn);

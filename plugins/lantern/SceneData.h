@@ -174,7 +174,7 @@ struct SceneView {
     SceneFacts facts;
 };
 
-/// What the camera may see.
+/// Everything that the camera may see.
 struct SceneWorld {
     std::vector<Shape> shapes;
     std::vector<Material> materials; ///< never empty; the first one is the default

@@ -335,7 +335,7 @@ static void release(OxRenderStruct* taken) {
     free(taken);
 }
 
-/* What a thread of the render does. */
+/* The work of a thread of the render. */
 static void* keepChild(void* taken) {
     OxRenderStruct* render = taken;
     render->child = getScenes()->getFirstChild(render->root, NULL);

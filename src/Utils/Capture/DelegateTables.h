@@ -8,7 +8,7 @@
 
 namespace TELLAR {
 
-/// What a delegate says about a location: a handle with one reference for the caller, or null.
+/// The answer of a delegate about a location: a handle with one reference for the caller, or null.
 using Replacement =
     std::function<OxAttributeStruct*(OxLocationDelegateInstance, OxSgIteratorStruct*)>;
 

@@ -22,7 +22,7 @@ struct GivenPlugin {
     std::function<bool()> isStopped; ///< true ends a check at once
 };
 
-/// What a check has found.
+/// The findings of a check.
 struct CheckResult {
     std::string check;
     std::vector<std::string> faults;

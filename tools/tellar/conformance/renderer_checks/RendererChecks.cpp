@@ -200,7 +200,7 @@ void CheckRepetition(const RendererTrials& trials) {
 
 constexpr int kRendersOfRound = 30;
 
-/// What a round of renders leaves.
+/// The growth of resources in a round of renders.
 Resources Growth(const RendererTrials& trials) {
     const Resources before = ResourcesInUse();
     for (int i = 0; i < kRendersOfRound; ++i) {
@@ -213,7 +213,7 @@ Resources Growth(const RendererTrials& trials) {
             after.heapBytes - before.heapBytes};
 }
 
-/// What is kept once is in place after the first round, so a fault is what each round leaves.
+/// The first round may fill caches. A fault is growth in every round.
 void CheckNothingLeft(const RendererTrials& trials) {
     constexpr int kMostRounds = 4;
     constexpr std::int64_t kMostBytes = 4096 * kRendersOfRound; // for the allocator's own sake

@@ -34,7 +34,7 @@ struct TrialResult {
     std::vector<std::string> warnings;
     std::vector<std::string> pictures; ///< the paths that it told
     std::int64_t moments = 0;
-    /// What was drawn: the values of all layers, or the file for a renderer without layers.
+    /// The picture as values of all layers, or as the file for a renderer without layers.
     std::string content;
 };
 

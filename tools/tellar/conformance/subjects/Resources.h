@@ -5,7 +5,7 @@
 
 namespace TellarTool {
 
-/// What this process holds. 0 where the system does not tell.
+/// Resources that this process holds. 0 where the system does not tell.
 struct Resources {
     std::int64_t openFiles = 0;
     std::int64_t threads = 0;
