@@ -167,7 +167,7 @@ public:
         return LocationSet::subtrees(locations);
     }
 
-    /// What changes in the location changes in all copies.
+    /// A change in the location changes all of its copies.
     LocationSet touchedThrough(const GroupAttribute& args, std::size_t,
                                const LocationSet& changed) const override {
         const std::string location = LocationOf(args);

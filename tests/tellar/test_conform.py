@@ -160,6 +160,10 @@ class CommandTest(ConformTest):
         self.assert_fails('--only: there is no check "colors"; see tellar conform --list',
                           "conform", NONCONFORMING, "--only", "colors")
         self.assert_fails_with("PLUGIN", "conform")
+        self.assert_fails("nowhere.json: No such file or directory", "conform", "Array",
+                          "--scene", "nowhere.json")
+        self.assert_fails_with("bad.json:1:2: not JSON", "conform", "Array", "--scene",
+                               self.write("bad.json", "{bad"))
 
 
 if __name__ == "__main__":

@@ -11,6 +11,7 @@
 
 #include <CLI/CLI.hpp>
 #include <OxTellarProducers/OxRendererPluginSuite.h>
+#include <OxTellarProducers/SceneDescription.h>
 #include <OxTellarSDK/OpTypeSuite.h>
 
 #include "CheckProcess.h"
@@ -196,6 +197,8 @@ void RunConform(const ConformOptions& options) {
     if (options.list) return WriteOutput(ListOfChecks());
     if (options.plugins.empty()) throw CLI::RequiredError("PLUGIN");
     CheckNames(options);
+    // A scene that cannot be read is no fault of the plug-in.
+    if (!options.scene.empty()) TELLAR::ReadSceneDescription(options.scene);
     const StopSignals signals;
     std::vector<std::string> subjects; // as JSON
     std::size_t checks = 0;

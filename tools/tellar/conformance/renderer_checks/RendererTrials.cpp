@@ -44,7 +44,7 @@ TrialResult RendererTrials::judge(const std::string& what, const Trial& trial,
         if (result.error.empty() && !trial.isWithoutListener)
             fault(what + ": fails and does not tell why");
         else if (mustBeDone)
-            fault(what + ": fails: " + result.error);
+            fault(what + ": fails" + (result.error.empty() ? "" : ": " + result.error));
         if (isThere) fault(what + ": fails and leaves a file");
     } else {
         fault(what + ": ends with " + NameOfStatus(result.status) +

@@ -16,10 +16,10 @@ struct Subject {
     std::string scene;
     /// The extension of the pictures that the renderer under test shall write.
     std::string format;
-    /// A folder of this check for files.
+    /// A folder of this check for files, with a slash at its end.
     std::string folder;
 
-    std::string fileNamed(const std::string& leaf) const { return folder + '/' + leaf; }
+    std::string fileNamed(const std::string& leaf) const { return folder + leaf; }
     bool hasVersion(unsigned int version) const;
 };
 
