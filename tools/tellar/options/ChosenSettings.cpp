@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include <OxTellarProducers/RenderSettingsReport.h>
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/GroupBuilder.h>
 #include <ResolutionTableOx/ResolutionTable.h>
@@ -31,15 +32,9 @@ void CheckResolution(const std::string& name) {
     }
 }
 
-/// The layers that docs/rendering.md names.
-std::vector<std::string> UsualLayers() {
-    return {"albedo", "cryptoAsset", "cryptoMaterial", "cryptoObject", "cryptomatte",
-            "depth",  "id",          "motion",         "normal",       "position"};
-}
-
 /// Empty if the layer is a usual one, or is not similar to any of these.
 std::string HintAboutLayer(const std::string& layer) {
-    const std::vector<std::string> usual = UsualLayers();
+    const std::vector<std::string>& usual = TELLAR::GetKnownRenderLayers();
     if (std::find(usual.begin(), usual.end(), layer) != usual.end()) return {};
     const std::string question = TellarInternal::DidYouMean(usual, layer);
     return question.empty() ? question : "--aov: \"" + layer + "\" is not a usual layer" + question;

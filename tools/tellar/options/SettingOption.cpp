@@ -1,11 +1,11 @@
 #include "SettingOption.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string_view>
 
 #include <CLI/CLI.hpp>
+#include <OxTellarProducers/RenderSettingsReport.h>
 
 #include "NumberText.h"
 #include "text/SimilarNames.h"
@@ -15,27 +15,6 @@ namespace TellarTool {
 namespace {
 
 using namespace OxAttribute;
-
-/// The settings that docs/rendering.md names.
-std::vector<std::string> UsualSettings() {
-    return {"aovs",
-            "cameraName",
-            "cropWindow",
-            "minutes",
-            "noise",
-            "resolution",
-            "scene",
-            "shutterClose",
-            "shutterOpen",
-            "tileRender",
-            "lantern.clampIndirect",
-            "lantern.exposure",
-            "lantern.maxDepth",
-            "lantern.samples",
-            "lantern.subdivisionEdge",
-            "lantern.subdivisionMemory",
-            "lantern.textureMemory"};
-}
 
 Attribute ValueFromText(const std::string& text) {
     if (const auto integers = ReadNumbers<std::int32_t>(text)) return IntAttribute(*integers, 1);
@@ -75,11 +54,11 @@ void AddSettings(CLI::App& command, std::vector<ChosenSetting>& settings) {
 }
 
 std::vector<std::string> HintsAbout(const std::vector<ChosenSetting>& settings) {
-    const std::vector<std::string> usual = UsualSettings();
     std::vector<std::string> hints;
     for (const ChosenSetting& setting : settings) {
-        if (std::find(usual.begin(), usual.end(), setting.name) != usual.end()) continue;
-        const std::string question = TellarInternal::DidYouMean(usual, setting.name);
+        if (TELLAR::FindKnownRenderSetting(setting.name)) continue;
+        const std::string question =
+            TellarInternal::MeantQuestion(TELLAR::SimilarRenderSettings(setting.name));
         if (!question.empty())
             hints.push_back("--set: \"" + setting.name + "\" is not a usual setting" + question);
     }
