@@ -4,6 +4,8 @@
 #include <array>
 #include <atomic>
 
+#include "Cook.h"
+#include "CookObservers.h"
 #include "CookWaiters.h"
 #include "CookWaits.h"
 #include "PluginCall.h"
@@ -11,9 +13,6 @@
 
 namespace OxTellarRuntimeDetail {
 
-using OxAttribute::Attribute;
-using OxAttribute::GroupAttribute;
-using OxAttribute::StringAttribute;
 using OxAttribute::ThreadSlot;
 using LocationData = TellarRuntime::LocationData;
 
@@ -42,98 +41,72 @@ std::uint32_t NextEviction() {
     return last.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
-LocationData MissingLocation() {
-    return LocationData(LocationRecord::Missing());
+/// Tells the observers of the exception that is being handled.
+void TellFailure(const CookObservers& observers, const OxOpType::ObservedCook& cook) {
+    static const auto* const noMemory = new ErrorFacts{kOxErrorMemory, {}, {}, {}, {}, {}, {}};
+    const auto tell = [&](const ErrorFacts& error) {
+        for (const auto& observer : observers)
+            observer->cookFails(cook, error);
+    };
+    try {
+        throw;
+    } catch (const TellarError& error) {
+        tell(error.getFacts());
+    } catch (...) { // all others became a CookError, unless memory was missing
+        tell(*noMemory);
+    }
 }
+
+/// A cook whose reads are told to observers.
+class WatchedCook final : public Cook {
+public:
+    WatchedCook(const OpNode& op, const LocationNode& node, const std::string& path,
+                std::uint32_t eviction, const OxOpType::State* state,
+                const OxOpType::ObservedCook& cook, const CookObservers& observers)
+        : Cook(op, node, path, eviction, state), cook(cook), observers(observers) {}
+
+    LocationData input(std::size_t index, const std::string& path) override {
+        LocationData data = Cook::input(index, path);
+        for (const auto& observer : observers)
+            observer->inputWasRead(cook, index, path, data);
+        return data;
+    }
+
+private:
+    const OxOpType::ObservedCook& cook;
+    const CookObservers& observers;
+};
+
+/// A cook that notes its reads and how it made its result.
+class TracedCook final : public Cook {
+public:
+    TracedCook(const OpNode& op, const LocationNode& node, const std::string& path,
+               std::uint32_t eviction, const OxOpType::State* state, OxOpType::CookTrace& trace)
+        : Cook(op, node, path, eviction, state), trace(trace) {}
+    ~TracedCook() override = default;
+
+    LocationData input(std::size_t index, const std::string& path) override {
+        trace.reads.push_back({index, path, {}});
+        const std::size_t place = trace.reads.size() - 1;
+        LocationData data = Cook::input(index, path);
+        trace.reads[place].data = data;
+        return data;
+    }
+
+    LocationData takeResult() {
+        trace.isPassed = isPassed();
+        return Cook::takeResult();
+    }
+
+private:
+    OxOpType::CookTrace& trace;
+};
 
 /// The record with one reference for the caller. Null when there is none, or when it is to be
 /// replaced: while a location is cooked anew, its record is still the one that was evicted.
 LocationRecord* FreshRecord(const LocationNode& node) {
     return node.state.load(std::memory_order_acquire) == 0 ? node.acquireRecord() : nullptr;
 }
-
-class Cook final : public OxOpType::CookContext {
-public:
-    Cook(const OpNode& op, const LocationNode& node, const std::string& path,
-         std::uint32_t eviction, const OxOpType::State* state)
-        : op(op), node(node), location(path), eviction(eviction), opState(state) {}
-    virtual ~Cook() = default;
-
-    const std::string& path() const override { return location; }
-    const GroupAttribute& args() const override { return op.args; }
-    const OxOpType::State* state() const override { return opState; }
-    std::size_t numberOfInputs() const override { return op.inputs.size(); }
-
-    LocationData input(std::size_t index, const std::string& path) override {
-        if (index >= op.inputs.size() || !op.inputs[index]) return MissingLocation();
-        return OpNode::Of(*op.inputs[index]).cook(path, eviction);
-    }
-
-    void pass(const LocationData& data) override {
-        result = data;
-        isOwn = false;
-    }
-
-    void setAttrs(const GroupAttribute& attrs) override {
-        LocationRecord& record = ownRecord();
-        record.exists = true;
-        record.attrs = attrs;
-    }
-
-    void setPotentialChildren(const StringAttribute& names) override {
-        LocationRecord& record = ownRecord();
-        record.exists = true;
-        record.potentialChildren = names;
-    }
-
-    void setNote(const Attribute& note) override {
-        LocationRecord& record = ownRecord();
-        record.note = note;
-        record.noteStore = op.store->shortId();
-    }
-
-    Attribute parentNote() const override {
-        const LocationData parent(node.parent->acquireRecord());
-        const LocationRecord* record = parent.getRecord();
-        // A record that was passed on carries the note of another Op.
-        return record && record->noteStore == op.store->shortId() ? record->note : Attribute();
-    }
-
-    std::int64_t probableIndex() const override { return node.index; }
-
-    bool isFresh() const override { return eviction != 0; }
-
-    /// The result with two references, for the location's node and for whoever asked.
-    LocationRecord* takeResult() {
-        LocationRecord* record =
-            result.isValid() ? result.detachRecord() : LocationRecord::Missing();
-        record->retain();
-        return record;
-    }
-
-private:
-    /// The cook's own record, which it may change. On first use it is a copy of what was passed.
-    LocationRecord& ownRecord() {
-        if (isOwn) return *result.getRecord();
-        isOwn = true;
-        LocationData own(LocationRecord::Create());
-        if (result.isValid()) {
-            own.getRecord()->exists = result.doesLocationExist();
-            own.getRecord()->attrs = result.getAttrs();
-            own.getRecord()->potentialChildren = result.getPotentialChildren();
-        }
-        result = std::move(own);
-        return *result.getRecord();
-    }
-
-    const OpNode& op;
-    const LocationNode& node;
-    const std::string& location;
-    const std::uint32_t eviction;
-    const OxOpType::State* opState;
-    LocationData result;
-    bool isOwn = false;
-};
 
 } // namespace
 
@@ -201,7 +174,7 @@ LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
     std::uint8_t state = node.state.load(std::memory_order_acquire);
     for (;;) {
         if (state & LocationNode::kCooking) {
-            if (IsMadeByThisThread(&node) || !WaitForCook(node))
+            if (IsMadeByThisThread(&node) || !waitForCook(node, path))
                 fail(&path, {kOxErrorCook, "the location needs itself", {}, {}, {}, {}, {}});
             state = node.state.load(std::memory_order_acquire);
             continue;
@@ -246,12 +219,96 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
                                 std::uint32_t eviction) const {
     const MakingScope scope(&node);
     CountCook();
+    const std::shared_ptr<const CookObservers> observers = CurrentCookObservers();
+    LocationData result = observers ? computeObserved(*observers, node, path, eviction)
+                                    : computeWith<Cook>(node, path, eviction);
+    LocationRecord* record = result.detachRecord();
+    record->retain();
+    return record;
+}
+
+/// `more` are further arguments of the context's constructor.
+template <typename Context, typename... More>
+LocationData OpNode::computeWith(LocationNode& node, const std::string& path,
+                                 std::uint32_t eviction, More&... more) const {
     return guarded(&path, [&] {
         const OxOpType::State* state = store->prepare(*type, args, inputs.size());
-        Cook cook(*this, node, path, eviction, state);
+        Context cook(*this, node, path, eviction, state, more...);
         type->cook(cook);
         return cook.takeResult();
     });
 }
 
+LocationData OpNode::computeObserved(const CookObservers& observers, LocationNode& node,
+                                     const std::string& path, std::uint32_t eviction) const {
+    const OxOpType::ObservedCook cook = observed(path);
+    for (const auto& observer : observers)
+        observer->cookBegins(cook);
+    try {
+        LocationData result = computeWith<WatchedCook>(node, path, eviction, cook, observers);
+        for (const auto& observer : observers)
+            observer->cookEnds(cook, result);
+        return result;
+    } catch (...) {
+        TellFailure(observers, cook);
+        throw;
+    }
+}
+
+OxOpType::ObservedCook OpNode::observed(const std::string& path) const {
+    return {name, typeName, identity, path};
+}
+
+bool OpNode::waitForCook(LocationNode& node, const std::string& path) const {
+    const std::shared_ptr<const CookObservers> observers = CurrentCookObservers();
+    if (!observers) return WaitForCook(node);
+    const OxOpType::ObservedCook cook = observed(path);
+    for (const auto& observer : *observers)
+        observer->waitBegins(cook);
+    const bool hasEnded = WaitForCook(node);
+    for (const auto& observer : *observers)
+        observer->waitEnds(cook);
+    return hasEnded;
+}
+
+OxOpType::CookTrace OpNode::trace(const std::string& path) const {
+    OxOpType::CookTrace trace;
+    try {
+        trace.result = traceInto(trace, path);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (...) {
+        trace.error = std::current_exception();
+    }
+    return trace;
+}
+
+LocationData OpNode::traceInto(OxOpType::CookTrace& trace, const std::string& path) const {
+    if (defect) fail(&path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}});
+    if (!store) fail(&path, {kOxErrorCook, "its results were taken", {}, {}, {}, {}, {}});
+    LocationNode* node = store->findOrAdd(path);
+    if (!node) return MissingLocation();
+    cookParent(*node);
+    return computeWith<TracedCook>(*node, path, 0, trace);
+}
+
+/// For the note that it may keep for its children. A parent that cannot be cooked has none.
+void OpNode::cookParent(LocationNode& node) const {
+    if (!node.parent || !node.parent->parent) return;
+    try {
+        cook(*node.parent);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (...) {
+    }
+}
+
 } // namespace OxTellarRuntimeDetail
+
+namespace OxOpType {
+
+CookTrace TraceCook(const TellarRuntime::Op& op, const std::string& location) {
+    return OxTellarRuntimeDetail::OpNode::Of(op).trace(location);
+}
+
+} // namespace OxOpType

@@ -7,10 +7,13 @@
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/CookObserver.h>
+#include <OxTellarSDK/CookTrace.h>
 #include <OxTellarSDK/OpType.h>
 #include <OxTellarSDK/TellarError.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
+#include "CookObservers.h"
 #include "LocationStore.h"
 
 namespace OxTellarRuntimeDetail {
@@ -51,6 +54,9 @@ struct OpNode {
     /// Overload for a location of this Op's store.
     TellarRuntime::LocationData cook(LocationNode& node) const;
 
+    /// See OxOpType::TraceCook.
+    OxOpType::CookTrace trace(const std::string& path) const;
+
 private:
     /// Throws a CookError about a location; about the Op when `path` is null. `cause` has the
     /// reason as its text.
@@ -66,6 +72,18 @@ private:
     /// A new record with two references, for the node and for the caller.
     LocationRecord* compute(LocationNode& node, const std::string& path,
                             std::uint32_t eviction) const;
+    template <typename Context, typename... More>
+    TellarRuntime::LocationData computeWith(LocationNode& node, const std::string& path,
+                                            std::uint32_t eviction, More&... more) const;
+    TellarRuntime::LocationData computeObserved(const CookObservers& observers, LocationNode& node,
+                                                const std::string& path,
+                                                std::uint32_t eviction) const;
+    OxOpType::ObservedCook observed(const std::string& path) const;
+    /// WaitForCook, which observers are told of.
+    bool waitForCook(LocationNode& node, const std::string& path) const;
+    TellarRuntime::LocationData traceInto(OxOpType::CookTrace& trace,
+                                          const std::string& path) const;
+    void cookParent(LocationNode& node) const;
 };
 
 /// The exception that leaves a cook. Its text and its facts name the Op, its type and the location.

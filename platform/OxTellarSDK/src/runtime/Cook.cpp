@@ -1,0 +1,69 @@
+#include "Cook.h"
+
+#include <utility>
+
+namespace OxTellarRuntimeDetail {
+
+using OxAttribute::Attribute;
+using OxAttribute::GroupAttribute;
+using OxAttribute::StringAttribute;
+using LocationData = TellarRuntime::LocationData;
+
+LocationData MissingLocation() {
+    return LocationData(LocationRecord::Missing());
+}
+
+LocationData Cook::input(std::size_t index, const std::string& path) {
+    if (index >= op.inputs.size() || !op.inputs[index]) return MissingLocation();
+    return OpNode::Of(*op.inputs[index]).cook(path, eviction);
+}
+
+void Cook::pass(const LocationData& data) {
+    result = data;
+    isOwn = false;
+}
+
+void Cook::setAttrs(const GroupAttribute& attrs) {
+    LocationRecord& record = ownRecord();
+    record.exists = true;
+    record.attrs = attrs;
+}
+
+void Cook::setPotentialChildren(const StringAttribute& names) {
+    LocationRecord& record = ownRecord();
+    record.exists = true;
+    record.potentialChildren = names;
+}
+
+void Cook::setNote(const Attribute& note) {
+    LocationRecord& record = ownRecord();
+    record.note = note;
+    record.noteStore = op.store->shortId();
+}
+
+Attribute Cook::parentNote() const {
+    const LocationData parent(node.parent->acquireRecord());
+    const LocationRecord* record = parent.getRecord();
+    // A record that was passed on carries the note of another Op.
+    return record && record->noteStore == op.store->shortId() ? record->note : Attribute();
+}
+
+LocationData Cook::takeResult() {
+    return result.isValid() ? std::move(result) : MissingLocation();
+}
+
+/// The cook's own record, which it may change. On first use it is a copy of what was passed.
+LocationRecord& Cook::ownRecord() {
+    if (isOwn) return *result.getRecord();
+    isOwn = true;
+    LocationData own(LocationRecord::Create());
+    if (result.isValid()) {
+        own.getRecord()->exists = result.doesLocationExist();
+        own.getRecord()->attrs = result.getAttrs();
+        own.getRecord()->potentialChildren = result.getPotentialChildren();
+    }
+    result = std::move(own);
+    return *result.getRecord();
+}
+
+} // namespace OxTellarRuntimeDetail
