@@ -103,6 +103,7 @@ void AddCommands(CLI::App& app) {
     AddStitchCommand(app);
     AddTilePathCommand(app);
     AddConvertCommand(app);
+    AddDiffCommand(app);
     AddDepsCommand(app);
     AddPackCommand(app);
     AddOpsCommand(app);

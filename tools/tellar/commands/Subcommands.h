@@ -24,6 +24,7 @@ void AddReplayCommand(CLI::App& app);
 void AddStitchCommand(CLI::App& app);
 void AddTilePathCommand(CLI::App& app);
 void AddConvertCommand(CLI::App& app);
+void AddDiffCommand(CLI::App& app);
 void AddDepsCommand(CLI::App& app);
 void AddPackCommand(CLI::App& app);
 void AddOpsCommand(CLI::App& app);

@@ -20,6 +20,7 @@
 
 #include "Choice.h"
 #include "FilteredPrinter.h"
+#include "JsonText.h"
 #include "LocationFilter.h"
 #include "LocationPrinter.h"
 #include "LocationWalk.h"

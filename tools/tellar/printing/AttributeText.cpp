@@ -46,14 +46,14 @@ void AppendTimes(std::string& out, const DataAttribute& attribute) {
 }
 
 /// "(float, 8 x 3, 2 samples from 0 to 1)"; nothing for one string.
-void AppendShape(std::string& out, const DataAttribute& attribute, const char* type) {
+void AppendShape(std::string& out, const DataAttribute& attribute) {
     const std::int64_t values = attribute.getNumberOfValues();
     const std::int64_t tupleSize = attribute.getTupleSize();
     const bool isString = attribute.getType() == kAttributeTypeString;
     if (isString && values == 1 && tupleSize == 1 && attribute.getNumberOfTimeSamples() == 1)
         return;
     out += out.empty() ? "(" : " (";
-    out += type;
+    out += TypeName(attribute);
     if (values == 0)
         out += ", no values";
     else if (tupleSize > 1 && values % tupleSize == 0)
@@ -66,7 +66,7 @@ void AppendShape(std::string& out, const DataAttribute& attribute, const char* t
 
 /// The values of the sample nearest to time 0, with their type and number.
 template <typename AttributeT>
-std::string DescribeData(const AttributeT& attribute, const char* type) {
+std::string DescribeData(const AttributeT& attribute) {
     std::string out;
     const auto values = attribute.getNearestSample(0.0f);
     const auto tupleSize = static_cast<std::size_t>(attribute.getTupleSize());
@@ -78,7 +78,7 @@ std::string DescribeData(const AttributeT& attribute, const char* type) {
         AppendValue(out, values[i]);
     }
     if (shown < values.size()) out += ", ...";
-    AppendShape(out, attribute, type);
+    AppendShape(out, attribute);
     return out;
 }
 
@@ -126,13 +126,13 @@ private:
 std::string DescribeValue(const Attribute& attribute) {
     switch (attribute.getType()) {
     case kAttributeTypeInt:
-        return DescribeData(IntAttribute(attribute), "int");
+        return DescribeData(IntAttribute(attribute));
     case kAttributeTypeFloat:
-        return DescribeData(FloatAttribute(attribute), "float");
+        return DescribeData(FloatAttribute(attribute));
     case kAttributeTypeDouble:
-        return DescribeData(DoubleAttribute(attribute), "double");
+        return DescribeData(DoubleAttribute(attribute));
     case kAttributeTypeString:
-        return DescribeData(StringAttribute(attribute), "string");
+        return DescribeData(StringAttribute(attribute));
     case kAttributeTypeGroup:
         return "(group, " + std::to_string(GroupAttribute(attribute).getNumberOfChildren()) +
                " children)";
@@ -140,6 +140,47 @@ std::string DescribeValue(const Attribute& attribute) {
         return "(null)";
     default:
         return "(none)";
+    }
+}
+
+std::string DescribeShape(const Attribute& attribute) {
+    std::string out;
+    const DataAttribute data = DataOf(attribute);
+    if (data.isValid()) AppendShape(out, data);
+    return out;
+}
+
+const char* TypeName(const Attribute& attribute) {
+    switch (attribute.getType()) {
+    case kAttributeTypeInt:
+        return "int";
+    case kAttributeTypeFloat:
+        return "float";
+    case kAttributeTypeDouble:
+        return "double";
+    case kAttributeTypeString:
+        return "string";
+    case kAttributeTypeGroup:
+        return "group";
+    case kAttributeTypeNull:
+        return "null";
+    default:
+        return "";
+    }
+}
+
+DataAttribute DataOf(const Attribute& attribute) {
+    switch (attribute.getType()) {
+    case kAttributeTypeInt:
+        return IntAttribute(attribute);
+    case kAttributeTypeFloat:
+        return FloatAttribute(attribute);
+    case kAttributeTypeDouble:
+        return DoubleAttribute(attribute);
+    case kAttributeTypeString:
+        return StringAttribute(attribute);
+    default:
+        return {};
     }
 }
 

@@ -19,6 +19,16 @@ void ForEachValue(
 /// The values nearest to time 0, shortened, with their type and number.
 std::string DescribeValue(const OxAttribute::Attribute& attribute);
 
+/// The type and number of values alone: "(float, 8 x 3, 2 samples from 0 to 1)". Empty for a single
+/// string, for groups and null values.
+std::string DescribeShape(const OxAttribute::Attribute& attribute);
+
+/// "int", "float", "double", "string", "group" or "null"; empty for an invalid attribute.
+const char* TypeName(const OxAttribute::Attribute& attribute);
+
+/// The value as one with tuples and time samples; invalid for groups and null values.
+OxAttribute::DataAttribute DataOf(const OxAttribute::Attribute& attribute);
+
 } // namespace TellarTool
 
 #endif

@@ -1,6 +1,7 @@
 #include "JsonText.h"
 
 #include <cmath>
+#include <utility>
 
 #include <OxTellarSDK/DescriptionJson.h>
 
@@ -72,6 +73,17 @@ JsonObject& JsonObject::addJson(const char* name, const std::string& value) {
 
 std::string JsonObject::join(std::string_view separator) const {
     return Join(members, separator);
+}
+
+std::string JsonMembers::next(const std::string& text) {
+    std::string members;
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = text.find('\n', begin);
+        members += std::exchange(isFirst, false) ? "\n  " : ",\n  ";
+        members.append(text, begin, end - begin);
+        begin = end == std::string::npos ? text.size() : end + 1;
+    }
+    return members;
 }
 
 } // namespace TellarTool

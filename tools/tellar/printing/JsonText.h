@@ -66,6 +66,16 @@ private:
     std::vector<std::string> members;
 };
 
+/// Turns JSON objects, each with a line feed at its end, into the members of an array.
+class JsonMembers {
+public:
+    /// The members in the text, with separators between them and after earlier members.
+    std::string next(const std::string& text);
+
+private:
+    bool isFirst = true;
+};
+
 } // namespace TellarTool
 
 #endif

@@ -41,15 +41,4 @@ std::unique_ptr<LocationPrinter> MakeFilteredPrinter(std::unique_ptr<LocationPri
     return std::make_unique<FilteredPrinter>(std::move(printer), filter, totals);
 }
 
-std::string JsonMembers::next(const std::string& text) {
-    std::string members;
-    for (std::size_t begin = 0; begin < text.size();) {
-        const std::size_t end = text.find('\n', begin);
-        members += std::exchange(isFirst, false) ? "\n  " : ",\n  ";
-        members.append(text, begin, end - begin);
-        begin = end == std::string::npos ? text.size() : end + 1;
-    }
-    return members;
-}
-
 } // namespace TellarTool

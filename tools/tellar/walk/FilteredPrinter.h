@@ -16,16 +16,6 @@ std::unique_ptr<LocationPrinter> MakeFilteredPrinter(std::unique_ptr<LocationPri
                                                      const LocationFilter& filter,
                                                      SharedTotals& totals);
 
-/// Turns JSON objects, each with a line feed at its end, into the members of an array.
-class JsonMembers {
-public:
-    /// The members in the text, with separators between them and after earlier members.
-    std::string next(const std::string& text);
-
-private:
-    bool isFirst = true;
-};
-
 } // namespace TellarTool
 
 #endif
