@@ -30,6 +30,7 @@ void AddSuite4Rows();                   ///< walks through version 4 of the C su
 void AddPointRows();
 void AddMaterialRows();
 void AddEditRows();
+void AddDifferenceRows();
 void AddFileRows();
 void AddRenderRows();
 

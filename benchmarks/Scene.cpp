@@ -79,6 +79,27 @@ std::string GetFilePath(const char* kind, std::int64_t leaves, const char* suffi
            std::to_string(kSceneFormat) + suffix;
 }
 
+GroupAttribute DescribeEditedScene(std::int64_t leaves) {
+    std::string argument = "scene.opArgs";
+    const std::string leaf = GetLeafPath(leaves / 2).substr(std::string("/root").size());
+    for (const char character : leaf)
+        argument += character == '/' ? std::string(".c.") : std::string(1, character);
+    GroupBuilder description;
+    description.update(DescribeScene(leaves));
+    description.set(argument + ".a.user.i", IntAttribute(-1));
+    return description.build();
+}
+
+/// Makes the file unless it is there, and reads it.
+template <typename Describe>
+void PrepareFile(const std::string& path, const Describe& describe) {
+    if (!std::filesystem::exists(path)) {
+        std::fprintf(stderr, "tellar_bench: making %s\n", path.c_str());
+        WriteOpFile(path, describe());
+    }
+    ReadThrough(path);
+}
+
 } // namespace
 
 Matrix GetOuterGroupMatrix(std::int64_t i) {
@@ -150,6 +171,10 @@ std::string GetScenePath(std::int64_t leaves) {
     return GetFilePath("scene", leaves, ".oxop");
 }
 
+std::string GetEditedScenePath(std::int64_t leaves) {
+    return GetFilePath("edited", leaves, ".oxop");
+}
+
 std::string GetDumpPath(std::int64_t leaves) {
     return GetFilePath("tree", leaves, ".bin");
 }
@@ -157,14 +182,9 @@ std::string GetDumpPath(std::int64_t leaves) {
 void PrepareScenes(std::int64_t leaves) {
     namespace fs = std::filesystem;
     fs::create_directories(GetOptions().scenes);
-    for (const std::int64_t count : {leaves, std::min(leaves, kMostFileLeaves)}) {
-        const std::string path = GetScenePath(count);
-        if (!fs::exists(path)) {
-            std::fprintf(stderr, "tellar_bench: making %s\n", path.c_str());
-            WriteOpFile(path, DescribeScene(count));
-        }
-        ReadThrough(path);
-    }
+    for (const std::int64_t count : {leaves, std::min(leaves, kMostFileLeaves)})
+        PrepareFile(GetScenePath(count), [count] { return DescribeScene(count); });
+    PrepareFile(GetEditedScenePath(leaves), [leaves] { return DescribeEditedScene(leaves); });
     const std::string path = GetDumpPath(leaves);
     if (!fs::exists(path)) {
         std::fprintf(stderr, "tellar_bench: making %s\n", path.c_str());

@@ -15,6 +15,7 @@
 //   points_to_ndc     calls, branches or divisions per point
 //   materials         repeated flattening of equal materials, looking up a path
 //   edit              op types that do not tell what changed, cooking unchanged locations
+//   difference_*     comparing values in files, op types that do not tell what changed
 //   two_threads       locks, or cache lines that threads share
 //   visit_*           steps of a visit besides finding a child; for two threads, how work is shared
 //   memory            size of records, their index, or data per thread
@@ -153,6 +154,7 @@ void AddRows() {
     AddPointRows();
     AddMaterialRows();
     AddEditRows();
+    AddDifferenceRows();
     AddFileRows();
     AddRenderRows();
 }

@@ -20,6 +20,7 @@ ROUTES = {"first_walk": ALL, "second_walk": ALL, "read_attributes": ALL,
           "visit_alone": ("thread_aware",), "visit_at_once": ("thread_aware",),
           "visit_in_order": ("thread_aware",), "points_to_ndc": ("-",), "materials": ("-",),
           "edit": ("-",), "edit_description": ("-",),
+          "difference_files": ("-",), "difference_shared": ("-",),
           "write_op_file": ("-",),
           "read_op_file": ("-",), "primary_rays": SCENES, "path_rays": SCENES,
           "first_pixel": ("forest",)}
