@@ -152,8 +152,15 @@ TEST(RenderSettingsReport, ListsSettingsThatItDoesNotKnowAfterTheOthers) {
     EXPECT_EQ(last.value, Int(4));
     EXPECT_EQ(last.source, "/root");
     EXPECT_EQ(last.known, nullptr);
-    EXPECT_EQ(last.problem, Problem::UnknownName);
-    EXPECT_EQ(last.problemText, "is not known");
+    EXPECT_EQ(last.problem, Problem::None);
+}
+
+TEST(RenderSettingsReport, TakesUnknownSettingsForThoseOfAnotherRendererInGroupsOfOtherNames) {
+    EXPECT_EQ(ReportOf({{"echo", Group({{"depth", Int(4)}})}}).back().problemText, "");
+    EXPECT_EQ(ReportOf({{"depth", Int(4)}}).back().problemText, "is not known");
+    EXPECT_EQ(LanternProblemOf("thickness", Int(4)), "is not known");
+    EXPECT_EQ(ReportOf({{"lanten", Group({{"maxDepth", Int(4)}})}}).back().problemText,
+              "is not known; did you mean \"lantern.maxDepth\"?");
 }
 
 TEST(RenderSettingsReport, ListsSettingsOfOutputsWhereThereAreAny) {
@@ -197,7 +204,7 @@ TEST(RenderSettingsReport, TellsWrongValues) {
               "must be one whole number from 1 to 100, not 2.5");
     EXPECT_EQ(LanternProblemOf("maxDepth", Int(101)),
               "must be one whole number from 1 to 100, not 101");
-    EXPECT_EQ(ProblemOf("resolution", Text("cinema")), "\"cinema\" is no resolution");
+    EXPECT_EQ(ProblemOf("resolution", Text("cinema")), "names \"cinema\", which is no resolution");
     EXPECT_EQ(ProblemOf("aovs", Texts({"depth,normal", "albdo,id"})),
               "has \"albdo\", which is no layer; did you mean \"albedo\"?");
     EXPECT_EQ(ProblemOf("tileRender", IntAttribute({2, 0, 2, 2}, 1)),
@@ -222,9 +229,10 @@ TEST(RenderSettingsReport, TellsAShutterThatClosesBeforeItOpens) {
 TEST(RenderSettingsReport, LooksForTheCameraThatIsSet) {
     EXPECT_EQ(ProblemOf("cameraName", Text("/root/world/cam/camera")), "");
     EXPECT_EQ(ProblemOf("cameraName", Text("/root/nowhere")),
-              "there is no location \"/root/nowhere\"");
-    EXPECT_EQ(ProblemOf("cameraName", Text("")), "there is no location \"\"");
-    EXPECT_EQ(ProblemOf("cameraName", Text("/root/world")), "\"/root/world\" is no camera");
+              "names \"/root/nowhere\", where there is no location");
+    EXPECT_EQ(ProblemOf("cameraName", Text("")), "names \"\", where there is no location");
+    EXPECT_EQ(ProblemOf("cameraName", Text("/root/world")),
+              "names \"/root/world\", which is no camera");
 }
 
 TEST(RenderSettingsReport, TellsAValueInThePlaceOfAGroup) {

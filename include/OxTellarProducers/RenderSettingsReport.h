@@ -62,7 +62,7 @@ TELLAR_API const std::vector<std::string>& GetKnownRenderLayers();
 /// What is wrong with a render setting.
 enum class RenderSettingProblem {
     None,
-    UnknownName, ///< nothing that is known reads it; another renderer may
+    UnknownName, ///< nothing reads it
     WrongType,   ///< another type of value, or another number of values
     WrongValue   ///< a value out of range, or the name of something that there is not
 };
@@ -100,6 +100,8 @@ struct RenderSettingFacts {
     OxAttribute::Attribute replaced;
     /// Lives as long as the process; null for an unknown setting.
     const KnownRenderSetting* known = nullptr;
+    /// An unknown setting is no problem in a group that is not known either, such as "echo.depth",
+    /// unless its name is like a known one: renderers have settings in groups of their names.
     RenderSettingProblem problem = RenderSettingProblem::None;
     /// The end of a sentence that begins with the setting; empty without a problem.
     std::string problemText;

@@ -100,6 +100,7 @@ void AddCommands(CLI::App& app) {
     AddTexturesCommand(app);
     AddRenderCommand(app);
     AddReplayCommand(app);
+    AddSettingsCommand(app);
     AddStitchCommand(app);
     AddTilePathCommand(app);
     AddConvertCommand(app);

@@ -30,9 +30,9 @@ KnownRenderSetting Text(const char* name, const char* defaultValue, const char* 
                    summary);
 }
 
-KnownRenderSetting Number(const char* name, float defaultValue, double least, double most,
+KnownRenderSetting Number(const char* name, double defaultValue, double least, double most,
                           const char* summary) {
-    return {name, Type::Number, 1, least, most, FloatAttribute(defaultValue), summary};
+    return {name, Type::Number, 1, least, most, DoubleAttribute(defaultValue), summary};
 }
 
 KnownRenderSetting Count(const char* name, std::int32_t defaultValue, double least, double most,
@@ -45,7 +45,7 @@ std::vector<KnownRenderSetting> MakeTable() {
         Text("resolution", "square_512",
              "The size of the picture: a name, or one such as 1280x720."),
         Text("cameraName", "/root/world/cam/camera", "The path of the camera."),
-        Setting("cropWindow", Type::Numbers, 4, FloatAttribute({0, 1, 0, 1}, 1),
+        Setting("cropWindow", Type::Numbers, 4, DoubleAttribute({0, 1, 0, 1}, 1),
                 "The part of the picture to draw: x min, x max, y min, y max as fractions, with y "
                 "from the top."),
         Setting("tileRender", Type::Integers, 4, {},

@@ -124,7 +124,7 @@ RenderSettingDefect ResolutionDefect(const std::string& name) {
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception&) {
-        return {Problem::WrongValue, '"' + name + "\" is no resolution"};
+        return {Problem::WrongValue, "names \"" + name + "\", which is no resolution"};
     }
 }
 
@@ -167,6 +167,12 @@ bool IsKnownGroup(const std::string& name) {
     return std::any_of(table.begin(), table.end(), [&start](const KnownRenderSetting& setting) {
         return setting.name.compare(0, start.size(), start) == 0;
     });
+}
+
+/// Renderers have settings in groups of their names.
+bool IsOfAnotherRenderer(const std::string& name) {
+    const std::size_t dot = name.find('.');
+    return dot != std::string::npos && !IsKnownGroup(name.substr(0, dot));
 }
 
 /// A setting as it is told: a value that is no group, or whatever a known setting has.
@@ -287,6 +293,7 @@ private:
     static void judgeUnknown(RenderSettingFacts& added) {
         if (IsKnownGroup(added.name)) return setProblem(added, Problem::WrongType, kNoGroup);
         added.similar = SimilarRenderSettings(added.name);
+        if (added.similar.empty() && IsOfAnotherRenderer(added.name)) return;
         setProblem(added, Problem::UnknownName,
                    "is not known" + TellarInternal::MeantQuestion(added.similar));
     }
@@ -297,14 +304,16 @@ private:
         try {
             const GeometryProducer::Ptr camera =
                 path.empty() ? nullptr : root->getProducerByPath(path);
-            if (!camera) return {Problem::WrongValue, "there is no location \"" + path + '"'};
+            if (!camera)
+                return {Problem::WrongValue, "names \"" + path + "\", where there is no location"};
             const StringAttribute type(camera->getAttribute("type"));
             if (type.getValueView() == "camera") return {};
-            return {Problem::WrongValue, '"' + path + "\" is no camera"};
+            return {Problem::WrongValue, "names \"" + path + "\", which is no camera"};
         } catch (const std::bad_alloc&) {
             throw;
         } catch (const std::exception& error) {
-            return {Problem::WrongValue, error.what()};
+            return {Problem::WrongValue,
+                    "names \"" + path + "\", which cannot be cooked: " + error.what()};
         }
     }
 

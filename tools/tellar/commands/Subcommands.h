@@ -21,6 +21,7 @@ void AddMaterialCommand(CLI::App& app);
 void AddTexturesCommand(CLI::App& app);
 void AddRenderCommand(CLI::App& app);
 void AddReplayCommand(CLI::App& app);
+void AddSettingsCommand(CLI::App& app);
 void AddStitchCommand(CLI::App& app);
 void AddTilePathCommand(CLI::App& app);
 void AddConvertCommand(CLI::App& app);

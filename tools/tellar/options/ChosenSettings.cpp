@@ -56,19 +56,33 @@ std::vector<std::string> HintsAbout(const ChosenSettings& chosen) {
     return hints;
 }
 
+std::vector<ChosenSetting> OverridesOf(const Scene& scene, const ChosenSettings& chosen) {
+    std::vector<ChosenSetting> settings = chosen.others;
+    const auto add = [&settings](const std::string& name, const Attribute& value,
+                                 const char* option) {
+        settings.push_back({name, value, option});
+    };
+    if (chosen.exposure)
+        add(chosen.renderer + ".exposure", FloatAttribute(*chosen.exposure), "--exposure");
+    if (chosen.maxDepth > 0)
+        add(chosen.renderer + ".maxDepth", IntAttribute(chosen.maxDepth), "--max-depth");
+    if (chosen.camera)
+        add("cameraName", StringAttribute(ChooseCamera(scene, *chosen.camera)), "--camera");
+    if (chosen.resolution)
+        add("resolution", StringAttribute(*chosen.resolution), chosen.resolutionOption);
+    if (!chosen.tile.empty()) add("tileRender", IntAttribute(chosen.tile, 1), "--tile");
+    if (!chosen.cropWindow.empty())
+        add("cropWindow", FloatAttribute(chosen.cropWindow, 1), "--crop");
+    if (!chosen.aovs.empty()) add("aovs", StringAttribute(chosen.aovs, 1), "--aov");
+    if (chosen.noise) add("noise", FloatAttribute(*chosen.noise), "--noise");
+    if (chosen.minutes) add("minutes", FloatAttribute(*chosen.minutes), "--minutes");
+    return settings;
+}
+
 Scene WithChosen(const Scene& scene, const ChosenSettings& chosen) {
     GroupBuilder settings;
-    for (const ChosenSetting& other : chosen.others)
-        settings.set(other.name, other.value);
-    if (chosen.camera)
-        settings.set("cameraName", StringAttribute(ChooseCamera(scene, *chosen.camera)));
-    if (chosen.resolution) settings.set("resolution", StringAttribute(*chosen.resolution));
-    if (!chosen.tile.empty()) settings.set("tileRender", IntAttribute(chosen.tile, 1));
-    if (!chosen.cropWindow.empty())
-        settings.set("cropWindow", FloatAttribute(chosen.cropWindow, 1));
-    if (!chosen.aovs.empty()) settings.set("aovs", StringAttribute(chosen.aovs, 1));
-    if (chosen.noise) settings.set("noise", FloatAttribute(*chosen.noise));
-    if (chosen.minutes) settings.set("minutes", FloatAttribute(*chosen.minutes));
+    for (const ChosenSetting& setting : OverridesOf(scene, chosen))
+        settings.set(setting.name, setting.value);
     return settings.isEmpty() ? scene : scene.withRenderSettings(settings.build());
 }
 

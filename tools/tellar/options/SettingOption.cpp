@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include <CLI/CLI.hpp>
-#include <OxTellarProducers/RenderSettingsReport.h>
+#include <OxTellarSDK/Attribute.h>
 
 #include "NumberText.h"
 #include "text/SimilarNames.h"
@@ -34,7 +34,7 @@ ChosenSetting SettingFromText(const std::string& text) {
     if (equals == std::string::npos || !IsDottedName(text.substr(0, equals)))
         throw CLI::ValidationError("--set",
                                    '"' + text + "\" is not KEY=VALUE, such as lantern.maxDepth=4");
-    return {text.substr(0, equals), ValueFromText(text.substr(equals + 1))};
+    return {text.substr(0, equals), ValueFromText(text.substr(equals + 1)), "--set"};
 }
 
 } // namespace

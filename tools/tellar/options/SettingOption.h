@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include <OxTellarSDK/Attribute.h>
+#include <OxTellarProducers/RenderSettingsReport.h>
 
 namespace CLI {
 class App;
@@ -12,11 +12,8 @@ class App;
 
 namespace TellarTool {
 
-/// A render setting by its dotted name.
-struct ChosenSetting {
-    std::string name;
-    OxAttribute::Attribute value;
-};
+/// A render setting by its dotted name, its value, and the option that sets it.
+using ChosenSetting = TELLAR::RenderSettingOverride;
 
 /// The option --set KEY=VALUE, which may be given several times. The value is an integer, a number
 /// or a list of them between commas; anything else is a string, and so is text between quotation
