@@ -53,6 +53,24 @@ bool HaveEqualNames(const GroupAttribute& a, const GroupAttribute& b) {
     return true;
 }
 
+/// The location in a description that a list of names leads to ("c", "world", "a", "type"): a child
+/// location, or one with a child or an attribute that they lead to.
+struct NamedLocation {
+    std::string path;
+    std::size_t levels = 0; ///< the number of names that lead to it
+    bool isAttribute = false;
+};
+
+NamedLocation LocationAt(const std::string& start, const std::vector<std::string_view>& names) {
+    NamedLocation location{start};
+    while (location.levels + 1 < names.size() && names[location.levels] == "c") {
+        location.path += '/' + DelimiterDecode(names[location.levels + 1]);
+        location.levels += 2;
+    }
+    location.isAttribute = location.levels < names.size() && names[location.levels] == "a";
+    return location;
+}
+
 /// Finds the locations that differ between two descriptions. Each part of them is compared once.
 class DescriptionComparison {
 public:
@@ -62,14 +80,9 @@ public:
         while (!open.empty()) {
             const Pair pair = std::move(open.back());
             open.pop_back();
-            const GroupAttribute childrenBefore = ChildrenOf(pair.before);
-            const GroupAttribute children = ChildrenOf(pair.after);
-            const bool isEqual =
-                HaveEqualNames(childrenBefore, children) &&
-                OxAttribute::HaveEqualContent(AttrsOf(pair.before), AttrsOf(pair.after));
-            if (!isEqual) locations.push_back(pair.path);
-            if (!AreKnownToBeEqual(childrenBefore, children))
-                compareChildren(pair.path, childrenBefore, children);
+            OxAttribute::ForEachDifference(
+                pair.before, pair.after,
+                [&](const std::vector<std::string_view>& names) { add(pair, names); });
         }
         return LocationSet::unionOf(
             {LocationSet::exactly(locations), LocationSet::subtrees(subtrees)});
@@ -81,6 +94,40 @@ private:
         GroupAttribute before;
         GroupAttribute after;
     };
+
+    /// Takes note of a difference in two descriptions.
+    void add(const Pair& pair, const std::vector<std::string_view>& names) {
+        const NamedLocation location = LocationAt(pair.path, names);
+        if (location.isAttribute) {
+            if (locations.empty() || locations.back() != location.path)
+                locations.push_back(location.path);
+            return;
+        }
+        const bool isOther = names.size() > location.levels && names[location.levels] != "c";
+        if (isOther) return; // neither attributes nor children
+        GroupAttribute before = pair.before;
+        GroupAttribute after = pair.after;
+        for (std::size_t level = 0; level < location.levels; ++level) {
+            before = before.getChildByIndex(before.findChild(names[level]));
+            after = after.getChildByIndex(after.findChild(names[level]));
+        }
+        if (!before.isValid() || !after.isValid())
+            subtrees.push_back(location.path); // not a group: a location that does not exist
+        else
+            compareLocation(location.path, before, after);
+    }
+
+    /// Compares descriptions that do not have the same parts.
+    void compareLocation(const std::string& path, const GroupAttribute& before,
+                         const GroupAttribute& after) {
+        const GroupAttribute childrenBefore = ChildrenOf(before);
+        const GroupAttribute children = ChildrenOf(after);
+        const bool isEqual = HaveEqualNames(childrenBefore, children) &&
+                             OxAttribute::HaveEqualContent(AttrsOf(before), AttrsOf(after));
+        if (!isEqual) locations.push_back(path);
+        if (!AreKnownToBeEqual(childrenBefore, children))
+            compareChildren(path, childrenBefore, children);
+    }
 
     void compareChildren(const std::string& path, const GroupAttribute& before,
                          const GroupAttribute& after) {

@@ -139,6 +139,11 @@ bool AreKnownToBeEqual(const Attribute& a, const Attribute& b) {
     return hash != Hash() && hash == b.getKeptHash();
 }
 
+/// False for groups, of which more is to be found out.
+bool IsEqualLeaf(const Attribute& a, const Attribute& b) {
+    return a.getType() != kAttributeTypeGroup && HaveEqualContent(a, b);
+}
+
 bool IsEmptyGroup(const Attribute& value) {
     return value.getType() == kAttributeTypeGroup &&
            GroupAttribute(value).getNumberOfChildren() == 0;
@@ -181,8 +186,9 @@ void ValueComparison::compareGroups(const std::string& name, const GroupAttribut
     if (AreKnownToBeEqual(before, after)) return;
     for (std::int64_t i = 0; i < after.getNumberOfChildren(); ++i) {
         const std::string_view child = after.getChildNameView(i);
-        compareValues(ChildName(name, child), before.getChildByIndex(before.findChild(child, i)),
-                      after.getChildByIndex(i), found);
+        const Attribute value = after.getChildByIndex(i);
+        const Attribute old = before.getChildByIndex(before.findChild(child, i));
+        if (!IsEqualLeaf(old, value)) compareValues(ChildName(name, child), old, value, found);
     }
     for (std::int64_t i = 0; i < before.getNumberOfChildren(); ++i) {
         const std::string_view child = before.getChildNameView(i);

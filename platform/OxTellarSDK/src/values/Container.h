@@ -64,6 +64,15 @@ public:
         return node->type == entry.childType ? node : nullptr;
     }
 
+    /// The bytes at a unit, compared with their checksums. Nothing is known of what they hold. Null
+    /// when they lie outside of the values.
+    const char* verifiedBytes(std::uint64_t unit, std::uint64_t count) {
+        const std::uint64_t begin = unit * kUnitBytes;
+        if (begin > footer.tableOffset || count > footer.tableOffset - begin) return nullptr;
+        verifyRange(begin, begin + count);
+        return base + begin;
+    }
+
     /// True for a file so large that reading all of it must be avoided.
     bool isLarge() const { return bytes > FileBuffer::kLargeBytes; }
 
