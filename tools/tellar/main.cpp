@@ -109,6 +109,7 @@ void AddCommands(CLI::App& app) {
     AddPackCommand(app);
     AddOpsCommand(app);
     AddDelegatesCommand(app);
+    AddProfileCommand(app);
     AddConformCommand(app);
     AddDoctorCommand(app);
     AddHelpCommands(app);

@@ -30,6 +30,7 @@ void AddDepsCommand(CLI::App& app);
 void AddPackCommand(CLI::App& app);
 void AddOpsCommand(CLI::App& app);
 void AddDelegatesCommand(CLI::App& app);
+void AddProfileCommand(CLI::App& app);
 void AddConformCommand(CLI::App& app);
 void AddDoctorCommand(CLI::App& app);
 

@@ -35,6 +35,14 @@ inline std::string RoundedText(double value) {
     return {text, end};
 }
 
+/// The number with this many digits behind the point.
+inline std::string FixedText(double value, int digits) {
+    char text[400]; // more than the longest double has in front of the point
+    char* const end =
+        std::to_chars(text, text + sizeof(text), value, std::chars_format::fixed, digits).ptr;
+    return {text, end};
+}
+
 /// The numbers of a list such as "2,3,8,8". Returns nothing unless all of them are finite numbers
 /// that T can hold.
 template <typename T>
