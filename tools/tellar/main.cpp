@@ -98,6 +98,7 @@ void AddCommands(CLI::App& app) {
     AddProceduralCommand(app);
     AddMaterialCommand(app);
     AddTexturesCommand(app);
+    AddWhyCommand(app);
     AddRenderCommand(app);
     AddReplayCommand(app);
     AddSettingsCommand(app);

@@ -12,12 +12,12 @@
 #include <OxTellarSDK/StringUtil.h>
 
 #include "AttributeText.h"
+#include "DotDrawing.h"
 #include "DotText.h"
 #include "JsonText.h"
 #include "LocationMaterial.h"
 #include "Output.h"
 #include "PrintableText.h"
-#include "Process.h"
 #include "Scene.h"
 #include "SceneOptions.h"
 #include "SceneWarnings.h"
@@ -178,16 +178,6 @@ std::string DotOf(const MaterialReport& report) {
     return DotText(ReadNetwork(report.flattened), report.path);
 }
 
-void WritePicture(const MaterialReport& report, const std::string& file) {
-    try {
-        const std::string picture = RunProgram("dot", {"-Tpng"}, DotOf(report));
-        if (picture.empty()) throw std::runtime_error("dot made no picture");
-        WriteFile(file, picture);
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(std::string("--png: ") + error.what());
-    }
-}
-
 std::string Print(const MaterialReport& report, const MaterialOptions& options) {
     if (options.minimize)
         return options.json ? MinimizedJson(report.material) : MinimizedText(report.material);
@@ -201,7 +191,7 @@ void RunMaterial(const MaterialOptions& options) {
     const MaterialReport report = Look(options, warnings);
     warnings.finish();
     if (options.png) {
-        WritePicture(report, *options.png);
+        WriteDotPicture(DotOf(report), *options.png);
         return;
     }
     WriteOutput(Print(report, options));

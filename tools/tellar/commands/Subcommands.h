@@ -19,6 +19,7 @@ void AddProjectCommand(CLI::App& app);
 void AddProceduralCommand(CLI::App& app);
 void AddMaterialCommand(CLI::App& app);
 void AddTexturesCommand(CLI::App& app);
+void AddWhyCommand(CLI::App& app);
 void AddRenderCommand(CLI::App& app);
 void AddReplayCommand(CLI::App& app);
 void AddSettingsCommand(CLI::App& app);

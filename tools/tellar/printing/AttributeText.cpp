@@ -15,8 +15,6 @@ namespace {
 
 using namespace OxAttribute;
 
-/// More values than this are shortened; a matrix still shows whole.
-constexpr std::size_t kShownValues = 16;
 constexpr std::size_t kShownBytes = 80; // longer strings are cut
 
 void AppendValue(std::string& out, std::string_view text) {
@@ -66,13 +64,13 @@ void AppendShape(std::string& out, const DataAttribute& attribute) {
 
 /// The values of the sample nearest to time 0, with their type and number.
 template <typename AttributeT>
-std::string DescribeData(const AttributeT& attribute) {
+std::string DescribeData(const AttributeT& attribute, std::size_t mostValues) {
     std::string out;
     const auto values = attribute.getNearestSample(0.0f);
     const auto tupleSize = static_cast<std::size_t>(attribute.getTupleSize());
     // Tuples are shown whole, unless a single one is too long already.
-    std::size_t shown = std::min(values.size(), kShownValues);
-    if (shown < values.size() && tupleSize <= kShownValues) shown -= shown % tupleSize;
+    std::size_t shown = std::min(values.size(), mostValues);
+    if (shown < values.size() && tupleSize <= mostValues) shown -= shown % tupleSize;
     for (std::size_t i = 0; i < shown; ++i) {
         if (i > 0) out += tupleSize > 1 && i % tupleSize != 0 ? " " : ", ";
         AppendValue(out, values[i]);
@@ -123,16 +121,16 @@ private:
 
 } // namespace
 
-std::string DescribeValue(const Attribute& attribute) {
+std::string DescribeValue(const Attribute& attribute, std::size_t mostValues) {
     switch (attribute.getType()) {
     case kAttributeTypeInt:
-        return DescribeData(IntAttribute(attribute));
+        return DescribeData(IntAttribute(attribute), mostValues);
     case kAttributeTypeFloat:
-        return DescribeData(FloatAttribute(attribute));
+        return DescribeData(FloatAttribute(attribute), mostValues);
     case kAttributeTypeDouble:
-        return DescribeData(DoubleAttribute(attribute));
+        return DescribeData(DoubleAttribute(attribute), mostValues);
     case kAttributeTypeString:
-        return DescribeData(StringAttribute(attribute));
+        return DescribeData(StringAttribute(attribute), mostValues);
     case kAttributeTypeGroup:
         return "(group, " + std::to_string(GroupAttribute(attribute).getNumberOfChildren()) +
                " children)";

@@ -1,6 +1,7 @@
 #ifndef TELLAR_TOOL_ATTRIBUTETEXT_H
 #define TELLAR_TOOL_ATTRIBUTETEXT_H
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -16,8 +17,12 @@ void ForEachValue(
     const std::string& name, const OxAttribute::Attribute& attribute,
     const std::function<void(const std::string& name, const std::string& value)>& line);
 
-/// The values nearest to time 0, shortened, with their type and number.
-std::string DescribeValue(const OxAttribute::Attribute& attribute);
+/// More values than this are shortened; a matrix still shows whole.
+constexpr std::size_t kShownValues = 16;
+
+/// The values nearest to time 0, at most so many, with their type and number.
+std::string DescribeValue(const OxAttribute::Attribute& attribute,
+                          std::size_t mostValues = kShownValues);
 
 /// The type and number of values alone: "(float, 8 x 3, 2 samples from 0 to 1)". Empty for a single
 /// string, for groups and null values.
