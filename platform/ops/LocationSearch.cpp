@@ -43,8 +43,9 @@ void WarnOfUnmatchedGlobs(CheckContext& context, std::string_view argument) {
     for (const std::string_view view : globs.getNearestSample(0.0f)) {
         const std::string glob(view);
         if (IsMatched(context, glob)) continue;
-        context.warn('"' + glob + "\" matches no location" +
-                     (IsPlainPath(glob) ? HintAboutPath(context, glob) : std::string()));
+        context.warnOf(OxOpType::WarningKind::DeadGlob,
+                       '"' + glob + "\" matches no location" +
+                           (IsPlainPath(glob) ? HintAboutPath(context, glob) : std::string()));
     }
 }
 

@@ -32,11 +32,12 @@ public:
         const std::string& path = StateOf<MaterialAssignState>(context).material;
         const LocationData fromInput = context.input(0, path);
         if (HasMaterial(fromInput) || HasMaterial(context.scene(path))) return;
+        constexpr auto kind = OxOpType::WarningKind::DeadAssignment;
         if (fromInput.doesLocationExist())
-            context.warn("\"" + path + "\" has no material to assign");
+            context.warnOf(kind, "\"" + path + "\" has no material to assign");
         else
-            context.warn("there is no material \"" + path + "\" to assign" +
-                         HintAboutPath(context, path));
+            context.warnOf(kind, "there is no material \"" + path + "\" to assign" +
+                                     HintAboutPath(context, path));
     }
 
     LocationSet touchedThrough(const GroupAttribute& args, std::size_t,

@@ -29,7 +29,7 @@ void WarnOfEqualInputs(CheckContext& context) {
             return earlier->getIdentity() == op->getIdentity();
         });
         if (equal != seen.end())
-            context.warn("its inputs \"" + (*equal)->getName() + "\" and \"" + op->getName() +
+            context.warnOf(OxOpType::WarningKind::HiddenInput, "its inputs \"" + (*equal)->getName() + "\" and \"" + op->getName() +
                          "\" are the same scene at the same place, which is there once");
         else
             seen.push_back(op);
@@ -55,7 +55,7 @@ public:
                                    : count == 2
                                        ? " and one other location"
                                        : " and " + std::to_string(count - 1) + " other locations";
-        context.warn("its inputs \"" + firstNames.first + "\" and \"" + firstNames.second +
+        context.warnOf(OxOpType::WarningKind::HiddenInput, "its inputs \"" + firstNames.first + "\" and \"" + firstNames.second +
                      "\" both have \"" + firstPath + '"' + others +
                      "; what they have is mixed there");
     }

@@ -93,6 +93,7 @@ int Fail(const std::string& message) {
 
 void AddCommands(CLI::App& app) {
     AddWalkCommand(app);
+    AddCheckCommand(app);
     AddCameraCommand(app);
     AddProjectCommand(app);
     AddProceduralCommand(app);

@@ -15,6 +15,7 @@ namespace TellarTool {
 
 void AddWalkCommand(CLI::App& app);
 void AddCameraCommand(CLI::App& app);
+void AddCheckCommand(CLI::App& app);
 void AddProjectCommand(CLI::App& app);
 void AddProceduralCommand(CLI::App& app);
 void AddMaterialCommand(CLI::App& app);

@@ -17,6 +17,15 @@
 
 namespace OxOpType {
 
+/// What a warning is about, for programs that treat kinds of warnings differently.
+enum class WarningKind {
+    Other,
+    DeadGlob,       ///< a path or pattern matches no location
+    DeadAssignment, ///< what is assigned does not exist
+    MissingFile,    ///< a file does not exist
+    HiddenInput     ///< an input has no effect, or is mixed with another one
+};
+
 /// The check of one Op. Valid only during the call of OpType::check, and only in that thread.
 class OXTELLARSDK_API CheckContext {
 public:
@@ -41,6 +50,8 @@ public:
 
     /// Adds a warning. `file` is the path of a missing file, if the warning is about one.
     virtual void warn(const std::string& text, const std::string& file = {}) = 0;
+    /// Adds a warning of a kind that concerns no file.
+    virtual void warnOf(WarningKind kind, const std::string& text) = 0;
 
 protected:
     ~CheckContext() = default;
@@ -52,6 +63,7 @@ struct Warning {
     std::string opType;
     std::string text;
     std::string file; ///< the path of a missing file; usually empty
+    WarningKind kind = WarningKind::Other;
 };
 
 /// Calls OpType::check for a committed Op and every Op that it depends on, inputs first. A check

@@ -1,6 +1,9 @@
 #ifndef OXTELLARSDK_XFORMUTIL_H
 #define OXTELLARSDK_XFORMUTIL_H
 
+#include <cstdint>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include <OxTellarSDK/Attribute.h>
@@ -36,6 +39,10 @@ CalcTransformMatrixAtTime(const OxAttribute::GroupAttribute& xform, float time);
 /// The same, with one sample for every time at which some child that takes part has one.
 OXTELLARSDK_API std::pair<OxAttribute::DoubleAttribute, bool>
 CalcTransformMatrixAtExistingTimes(const OxAttribute::GroupAttribute& xform);
+
+/// The number of values that a child of this name needs to take part: 3 for "translateX", 0 for
+/// "origin". Nothing for a name that says no kind.
+OXTELLARSDK_API std::optional<std::int64_t> ValuesOfStep(std::string_view name);
 
 } // namespace OxXFormUtil
 

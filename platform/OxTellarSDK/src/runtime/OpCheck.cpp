@@ -46,7 +46,12 @@ public:
     }
 
     void warn(const std::string& text, const std::string& file) override {
-        warnings.push_back({op.name, op.typeName, text, file});
+        const WarningKind kind = file.empty() ? WarningKind::Other : WarningKind::MissingFile;
+        warnings.push_back({op.name, op.typeName, text, file, kind});
+    }
+
+    void warnOf(WarningKind kind, const std::string& text) override {
+        warnings.push_back({op.name, op.typeName, text, {}, kind});
     }
 
 private:

@@ -176,6 +176,11 @@ private:
 
 } // namespace
 
+std::optional<std::int64_t> ValuesOfStep(std::string_view name) {
+    const KindRow* const row = FindKind(name);
+    return row ? std::optional(row->values) : std::nullopt;
+}
+
 std::pair<DoubleAttribute, bool> CalcTransformMatrixAtTime(const GroupAttribute& xform,
                                                            float time) {
     Composer composer(time);
