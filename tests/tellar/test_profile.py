@@ -3,6 +3,8 @@
 
     test_profile.py PROGRAM EXAMPLES_FOLDER
 
+TELLAR_TEST_RENDERERS in the environment names the folder of the renderer "echo", whose pictures are
+lines of text, and TELLAR_TEST_RECORDER_IS_BUILT is 1 if there is the renderer "recorder".
 data/trace_events.schema.json is the form of a trace.
 """
 
@@ -18,6 +20,7 @@ import jsonschema
 from command_scenes import SCENE, endless_scene, failing_scene, wide_scene
 from tellar_test import SMALL, TellarTest, main, static_scene, with_usual_signals
 
+RENDERERS = os.environ["TELLAR_TEST_RENDERERS"]
 SCHEMA = Path(__file__).resolve().parent.parent / "data" / "trace_events.schema.json"
 
 
@@ -251,6 +254,52 @@ class ProfileTest(TellarTest):
         self.assertEqual(status, 1)
         self.assertIn("warning: ", errors)
         self.assertIn("dead (Prune)", output)
+
+    def render(self, *options):
+        output = self.tellar("profile", self.scene, "--json", "--render", "out.txt", "--renderer",
+                             "echo", *options, OX_PLUGIN_PATH=RENDERERS)
+        picture = (self.folder / "out.txt").read_text()
+        return json.loads(output), dict(line.split(" ", 1) for line in picture.splitlines())
+
+    def test_draws_a_picture_and_cooks_the_rest(self):
+        self.scene = str(self.examples / "garden.json")
+        found, picture = self.render("--samples", 3, "--size", "320x240", "--threads", 2)
+        self.assertEqual((picture["size"], picture["samples"], picture["threads"]),
+                         ("320 240", "3", "2"))
+        self.assertEqual(found["picture"], "out.txt")
+        self.assertEqual(found["locations"], 329)
+
+    def test_a_picture_alone_cooks_what_it_needs(self):
+        self.scene = str(self.examples / "garden.json")
+        found, _ = self.render("--picture-alone")
+        self.assertEqual(found["locations"], 0)
+        self.assertLess(found["totals"]["cooks"], 329 * 9)
+
+    def test_tells_what_the_renderer_cooked(self):
+        if os.environ["TELLAR_TEST_RECORDER_IS_BUILT"] != "1":
+            self.skipTest("the renderer \"recorder\" is not built")
+        found = json.loads(self.tellar("profile", self.examples / "garden.json", "--json",
+                                       "--render", "out.txt", "--renderer", "recorder"))
+        self.assertGreater(found["drawCooks"], 329 * 8)
+        self.assertGreaterEqual(found["totals"]["cooks"], found["drawCooks"])
+
+    def test_tables_tell_what_was_drawn(self):
+        status, output, _ = self.run_tellar(
+            "profile", self.examples / "garden.json", "--render", "out.txt", "--renderer", "echo",
+            OX_PLUGIN_PATH=RENDERERS)
+        self.assertEqual(status, 0)
+        self.assertRegex(output, r"^scene .*\n(.*\n)*drawn in   \d+\.\d{3} s, with \d+ cooks\n")
+
+    def test_errors_about_pictures_name_the_option(self):
+        self.assert_fails("--size requires --render", "profile", self.scene, "--size", "8x8")
+        self.assert_fails("--picture-alone requires --render", "profile", self.scene,
+                          "--picture-alone")
+        self.assert_fails('--render: "out" has no extension, which would tell the format',
+                          "profile", self.scene, "--render", "out")
+        self.assert_fails("--render: a file is needed; the report is on standard output",
+                          "profile", self.scene, "--render", "-")
+        self.assert_fails_with('there is no renderer "brush"', "profile", self.scene, "--render",
+                               "out.png", "--renderer", "brush")
 
     def test_errors_name_what_is_wrong(self):
         self.assert_fails("nowhere.json: No such file or directory", "profile", "nowhere.json")

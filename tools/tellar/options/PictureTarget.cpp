@@ -29,12 +29,18 @@ PictureTarget::PictureTarget(const std::string& picture) : picture(picture), pat
     path = folder->file("picture" + (extension.size() > 1 ? extension : ".png"));
 }
 
-void PictureTarget::deliver(const std::string& written) const {
-    if (!folder) return PrintPicturePath(written);
+void PictureTarget::store(const std::string& written) const {
+    if (!folder) return;
     const std::string content = ReadPicture(written);
-    if (picture == kStandardOutput) return WriteOutput(content);
-    WriteFile(picture, content);
-    PrintPicturePath(picture);
+    if (picture == kStandardOutput)
+        WriteOutput(content);
+    else
+        WriteFile(picture, content);
+}
+
+void PictureTarget::deliver(const std::string& written) const {
+    store(written);
+    if (picture != kStandardOutput) PrintPicturePath(folder ? picture : written);
 }
 
 } // namespace TellarTool

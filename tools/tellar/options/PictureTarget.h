@@ -17,8 +17,9 @@ public:
     /// The picture's path for the renderer.
     const std::string& getPath() const { return path; }
 
-    /// Sends a picture of the renderer to its target, and prints where it is unless that is
-    /// standard output.
+    /// Sends a picture of the renderer to its target.
+    void store(const std::string& written) const;
+    /// The same, and prints where the picture is unless that is standard output.
     void deliver(const std::string& written) const;
 
 private:

@@ -18,6 +18,10 @@ void AddRendererOptions(CLI::App& command, RendererOptions& options) {
                     "The picture, whose extension tells the format; - is standard output")
         ->required()
         ->option_text("PICTURE");
+    AddRenderer(command, options);
+}
+
+void AddRenderer(CLI::App& command, RendererOptions& options) {
     command
         .add_option("--renderer", options.renderer,
                     options.renderer.empty()
@@ -28,10 +32,11 @@ void AddRendererOptions(CLI::App& command, RendererOptions& options) {
                      "Print what the renderer has to say besides warnings and errors");
 }
 
-void CheckPicture(const RendererOptions& options) {
+void CheckPicture(const RendererOptions& options, const std::string& option) {
     if (options.picture == kStandardOutput) {
         if (IsTerminal(stdout))
-            throw std::runtime_error("-o: a picture is not for a terminal; redirect the output");
+            throw std::runtime_error(option +
+                                     ": a picture is not for a terminal; redirect the output");
         return;
     }
     if (TellarInternal::IsDeviceOrPipe(options.picture)) return;
@@ -39,12 +44,12 @@ void CheckPicture(const RendererOptions& options) {
     const std::filesystem::path folder = path.has_parent_path() ? path.parent_path() : ".";
     std::error_code ignored;
     if (path.extension().string().size() < 2)
-        throw std::runtime_error("-o: \"" + options.picture +
+        throw std::runtime_error(option + ": \"" + options.picture +
                                  "\" has no extension, which would tell the format");
     if (!std::filesystem::is_directory(folder, ignored))
-        throw std::runtime_error("-o: there is no folder \"" + folder.string() + "\"");
+        throw std::runtime_error(option + ": there is no folder \"" + folder.string() + "\"");
     if (std::filesystem::is_directory(path, ignored))
-        throw std::runtime_error("-o: \"" + options.picture + "\" is a folder");
+        throw std::runtime_error(option + ": \"" + options.picture + "\" is a folder");
 }
 
 } // namespace TellarTool

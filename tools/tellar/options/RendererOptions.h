@@ -18,11 +18,16 @@ struct RendererOptions {
     bool isVerbose = false;
 };
 
-/// `options` must outlive the parsing. An empty name of the renderer stands for a recorded one.
-void AddRendererOptions(CLI::App& command, RendererOptions& options);
+// The options of the following must outlive the parsing. An empty name of the renderer stands for a
+// recorded one.
 
-/// Throws std::runtime_error naming -o when no picture could be written there.
-void CheckPicture(const RendererOptions& options);
+/// The required option -o, and those of AddRenderer.
+void AddRendererOptions(CLI::App& command, RendererOptions& options);
+/// The options --renderer and --verbose.
+void AddRenderer(CLI::App& command, RendererOptions& options);
+
+/// Throws std::runtime_error naming the option when no picture could be written there.
+void CheckPicture(const RendererOptions& options, const std::string& option = "-o");
 
 } // namespace TellarTool
 

@@ -36,7 +36,9 @@ RendererTask TaskOf(const Picture& picture, std::size_t index, const Drawing& dr
         job.listener = listener;
         return drawing.renderer.render(job);
     };
-    task.deliver = [target](const std::string& written) { target->deliver(written); };
+    task.deliver = [target, isSilent = drawing.isSilent](const std::string& written) {
+        isSilent ? target->store(written) : target->deliver(written);
+    };
     return task;
 }
 

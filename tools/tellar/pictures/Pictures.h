@@ -34,6 +34,7 @@ struct Drawing {
     const Renderer& renderer;
     bool isVerbose = false;
     std::int32_t threads = 0; // 0: one for each processor
+    bool isSilent = false;    // prints no paths of pictures
     /// Called before each picture with its index. May be empty.
     std::function<void(std::size_t index)> onBegin = nullptr;
 };

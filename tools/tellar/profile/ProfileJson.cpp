@@ -118,7 +118,9 @@ std::string ProfileJson(const ProfileReport& report) {
         .addJson("threads", JsonCount(profile.threads))
         .add("openSeconds", report.openSeconds)
         .add("cookSeconds", report.cookSeconds);
-    document.addJson("picture", JsonOrNull(report.picture)).add("drawSeconds", report.drawSeconds);
+    document.addJson("picture", JsonOrNull(report.picture))
+        .add("drawSeconds", report.drawSeconds)
+        .addJson("drawCooks", JsonCount(report.drawCooks));
     document.addJson("totals", totals.line())
         .addJson("ops", JsonOfOps(report))
         .addJson("opTypes", JsonOfTypes(profile))

@@ -12,12 +12,12 @@ namespace TellarTool {
 
 /// A profile, and what else the command found out.
 struct ProfileReport {
-    std::string scene; ///< as the user wrote it
-    std::string start; ///< the location from which on the scene was cooked
-    std::size_t threads = 1;
-    std::string picture;    ///< empty when none was drawn; so is drawSeconds 0
+    std::string scene;      ///< as the user wrote it
+    std::string start;      ///< the location from which on the scene was cooked
     double openSeconds = 0; ///< reading the scene, and cooking from /root to the start
+    std::string picture;    ///< empty when none was drawn
     double drawSeconds = 0;
+    std::uint64_t drawCooks = 0; ///< those of the renderer
     double cookSeconds = 0;
     std::uint64_t locations = 0;
     std::uint64_t failed = 0;

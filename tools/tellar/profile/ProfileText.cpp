@@ -124,7 +124,9 @@ void AppendSummary(std::string& out, const ProfileReport& report) {
     Table rows = {{"scene", report.scene},
                   {"locations", locations},
                   {"opened in", SecondsText(report.openSeconds)}};
-    if (!report.picture.empty()) rows.push_back({"drawn in", SecondsText(report.drawSeconds)});
+    if (!report.picture.empty())
+        rows.push_back({"drawn in", SecondsText(report.drawSeconds) + ", with " +
+                                        CountText(report.drawCooks, "cook")});
     rows.push_back({"cooked in", SecondsText(report.cookSeconds)});
     rows.push_back({"cooks", CooksText(profile)});
     rows.push_back({"made", BytesText(profile.totals.bytesMade)});
@@ -135,7 +137,9 @@ void AppendOps(std::string& out, const ProfileReport& report) {
     CostTable table(report.profile, {"op (op type)", "place"});
     for (std::size_t i = 0; i < report.profile.ops.size(); ++i) {
         const TELLAR::ProfiledOp& op = report.profile.ops[i];
-        table.add(op.totals, {OpTitle(op), report.places[i]});
+        std::vector<std::string> names = {OpTitle(op)};
+        if (!report.places[i].empty()) names.push_back(report.places[i]);
+        table.add(op.totals, names);
     }
     out += "\nops\n";
     table.appendTo(out);
