@@ -39,6 +39,11 @@ heading "The garden again, from a serialised op file"
 tellar convert examples/garden.json "$scratch/garden.oxop"
 tellar walk "$scratch/garden.oxop" --at /root/world/garden/pavilion --depth 1
 
+heading "What differs between the garden and another version of it"
+sed -e "s|garden.gltf|$PWD/examples/garden.gltf|" -e 's/"scale": \[1.2, 1.2, 1.2\]/"scale": [1.3, 1.3, 1.3]/' \
+    -e 's/"exposure": -0.4/"exposure": 0.2/' examples/garden.json > "$scratch/evening.json"
+tellar diff examples/garden.json "$scratch/evening.json" || [ $? -eq 1 ]
+
 heading "And its picture, by a renderer that sees the scene through the C suites alone"
 tellar render examples/garden.json -o build/garden.png --resolution pal_square --samples 24 \
     --capture "$scratch/garden.oxcap"

@@ -141,7 +141,7 @@ class DiffTest(TellarTest):
         self.assertEqual(attributes("xform"), ["xform.translate"])
         self.assertEqual(attributes("user.?", "**.P"), ["geometry.point.P", "user.b", "user.a"])
         self.assertEqual(attributes("none"), [])
-        self.assert_fails('"a[b" is no pattern of attribute names',
+        self.assert_fails('--attrs: "a[b" is no pattern of attribute names',
                           "diff", self.before, self.after, "--attrs", "a[b")
 
     def test_one_location_is_compared(self):

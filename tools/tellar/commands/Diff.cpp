@@ -83,10 +83,20 @@ DifferenceSummary PrintDifferences(const Scene& before, const Scene& after,
     return summary;
 }
 
+/// An error about a pattern is one about its option.
+void CheckPatterns(const TELLAR::DifferenceOptions& search) {
+    try {
+        TELLAR::VisitDifferences(nullptr, nullptr, search, nullptr);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(std::string("--attrs: ") + error.what());
+    }
+}
+
 void RunDiff(const DiffOptions& options) {
     CheckLocationPath("--at", options.search.location);
     if (options.before == kStandardInput && options.after == kStandardInput)
         throw std::runtime_error("only one of the two scenes can be standard input");
+    CheckPatterns(options.search);
     SceneWarnings warnings(false);
     const Scene before(options.before);
     const Scene after(options.after);
