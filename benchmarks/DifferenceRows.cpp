@@ -86,6 +86,7 @@ double TimeFirstWalk(const Row&) {
 /// Each time in a process that has cooked nothing.
 double Median(const Row& row, double (*measure)(const Row&)) {
     std::vector<double> seconds;
+    seconds.reserve(kPasses);
     for (int pass = 0; pass < kPasses; ++pass)
         seconds.push_back(
             MeasureInChild([&]() -> std::vector<double> { return {measure(row)}; }).at(0));

@@ -208,14 +208,24 @@ class DiffTest(TellarTest):
             path = str(self.folder / name)
             self.tellar("convert", self.write("big.json", scene), path)
             return path
+        def damage(path):
+            with open(path, "r+b") as file:
+                file.seek(3000000)
+                file.write(b"damage")
+            return path
+
         sound = op_file("sound.oxop", 1)
-        damaged = op_file("damaged.oxop", 2)
-        with open(damaged, "r+b") as file:
-            file.seek(3000000)
-            file.write(b"damage")
-        status, text, errors = self.run_tellar("diff", sound, damaged)
-        self.assertEqual(status, 2, text + errors)
-        self.assertIn("damaged", text + errors)
+        damaged = damage(op_file("damaged.oxop", 2))
+        also = damage(op_file("also.oxop", 3))
+        for pair in ((sound, damaged), (damaged, sound), (damaged, also)):
+            with self.subTest(pair):
+                status, text, errors = self.run_tellar("diff", *pair)
+                self.assertEqual((status, errors),
+                                 (2, "tellar: 1 location could not be compared\n"))
+                self.assertIn("error   /root/big\n", text)
+                self.assertIn("changed /root/small\n        n: ", text)
+                told = [line.split(": ")[0] for line in text.splitlines() if " is damaged" in line]
+                self.assertEqual(told, [f"        in {path}" for path in pair if path != sound])
 
     def test_a_reader_that_goes_away_ends_it_silently(self):
         many = self.write("many.json", world({f"location_{i}": {} for i in range(20000)}))

@@ -135,7 +135,7 @@ Places DifferingPlaces(const GroupAttribute& before, const GroupAttribute& after
 
 /// The places, which must be the same whether the groups are in memory or in files.
 Places Differences(const GroupAttribute& before, const GroupAttribute& after) {
-    const Places places = DifferingPlaces(before, after);
+    Places places = DifferingPlaces(before, after);
     EXPECT_EQ(DifferingPlaces(InFile(before), InFile(after)), places) << "in files";
     EXPECT_EQ(DifferingPlaces(InFile(before), after), places) << "the first in a file";
     EXPECT_EQ(DifferingPlaces(before, InFile(after)), places) << "the second in a file";

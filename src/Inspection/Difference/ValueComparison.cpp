@@ -38,6 +38,16 @@ OxLocationPath::Patterns PatternsFrom(const std::vector<std::string>& texts) {
     return OxLocationPath::Patterns(patterns);
 }
 
+/// 0 and -0 are different bits, and so may be two values that are no numbers.
+template <typename T>
+bool HaveEqualBits(T before, T after) {
+    std::uint64_t left = 0;
+    std::uint64_t right = 0;
+    std::memcpy(&left, &before, sizeof(T));
+    std::memcpy(&right, &after, sizeof(T));
+    return left == right;
+}
+
 /// How far two numbers are from each other: 0 for two that are no numbers.
 template <typename T>
 double Distance(T before, T after) {
@@ -55,7 +65,7 @@ void CountValues(const ConstSample<T>& before, const ConstSample<T>& after, doub
     if (before.empty() || std::memcmp(before.data(), after.data(), before.size() * sizeof(T)) == 0)
         return;
     for (std::size_t i = 0; i < before.size(); ++i) {
-        if (std::memcmp(&before[i], &after[i], sizeof(T)) == 0) continue;
+        if (HaveEqualBits(before[i], after[i])) continue;
         const double distance = Distance(before[i], after[i]);
         if (tolerance > 0 && distance <= tolerance) continue;
         ++found.differing;
