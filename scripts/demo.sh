@@ -29,6 +29,9 @@ tellar walk examples/garden.json --at /root/world/garden/windmill/sails --depth 
 heading "What the picture is taken with, as a renderer is told"
 tellar camera examples/garden.json
 
+heading "Whether it is sound: what cannot be drawn, and what has no effect"
+tellar check examples/garden.json
+
 heading "A material of several: its own surface on the displacement that it inherits"
 tellar material examples/materials.json --at /root/world/gallery/fresco
 

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "CheckScenes.h"
+#include "TestOps.h"
 
 using namespace TellarTest;
 using namespace OxAttribute;
@@ -176,6 +177,12 @@ TEST(BoundRules, TellTheFirstLocationThatStandsOut) {
                   Names{"/root/it: bound: it does not enclose the points of \"/root/it/b40\""});
         EXPECT_EQ(report.totals[0].count, 1u);
     }
+}
+
+TEST(BoundRules, EndAtATransformThatMoves) {
+    const DoubleAttribute moving({{0, {5, 0, 0}}, {1, {6, 0, 0}}}, 3);
+    const auto ball = Location(Ball(1, {{"xform", Group({{"translate", moving}})}}));
+    EXPECT_EQ(RulesOf(CheckLocation({{"bound", Box(1)}}, {{"ball", ball}})), Names{});
 }
 
 TEST(BoundRules, EndAtAnOrigin) {
@@ -602,4 +609,44 @@ TEST(CameraRules, DoNotMissACameraThatNoSettingNames) {
     const GroupAttribute settings = Group({{"cameraName", Text("/root/a")}});
     EXPECT_EQ(RulesOf(Check(SceneTree(Location({{"renderSettings", settings}}, {{"a", camera}})))),
               Names{"camera-missing"});
+}
+
+// Render settings ---------------------------------------------------------------------------------
+
+namespace {
+
+TELLAR::CheckReport CheckSettings(const Attribute& settings) {
+    return Check(SceneTree(Location({{"renderSettings", settings}})));
+}
+
+} // namespace
+
+TEST(SettingRules, SuggestANameForAnUnknownSetting) {
+    const TELLAR::CheckReport report = CheckSettings(Group({{"nois", Doubles({0.1})}}));
+    ASSERT_EQ(report.findings.size(), 1u);
+    EXPECT_EQ(report.findings[0].text, "it is not known; did you mean \"noise\"?");
+}
+
+TEST(SettingRules, LeaveSettingsOfOtherRenderersAlone) {
+    EXPECT_EQ(RulesOf(CheckSettings(Group({{"toaster", Group({{"heat", Int(3)}})}}))), Names{});
+}
+
+TEST(SettingRules, TellAWrongTypeOnce) {
+    EXPECT_EQ(RulesOf(CheckSettings(Group({{"cameraName", Int(3)}}))), Names{"setting-type"});
+    EXPECT_EQ(RulesOf(CheckSettings(Group({{"cameraName", Text("/root/none")}}))),
+              Names{"camera-missing"});
+    const TELLAR::CheckReport report = CheckSettings(Int(3));
+    ASSERT_EQ(report.findings.size(), 1u);
+    EXPECT_EQ(report.findings[0].attribute, "renderSettings");
+}
+
+TEST(CameraRules, LeaveACameraThatCannotBeCookedToItsError) {
+    const GroupAttribute settings = Group({{"cameraName", Text("/root/a")}});
+    const auto camera = Location({{"type", Text("camera")}});
+    const GroupAttribute scene =
+        SceneTree(Location({{"renderSettings", settings}}, {{"a", camera}}));
+    EXPECT_EQ(RulesOf(Check(Group(
+                  {{"scene", scene.getChildByIndex(0)},
+                   {"bad", OpEntry("TestThrow", Group({{"at", Text("/root/a")}}), {"scene"})}}))),
+              Names{"cook-error"});
 }

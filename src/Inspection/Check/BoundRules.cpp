@@ -6,10 +6,7 @@
 #include <string>
 #include <utility>
 
-#include <OxTellarSDK/XFormUtil.h>
-
 #include "ContentCache.h"
-#include "MatrixFromAttribute.h"
 #include "Values.h"
 
 namespace TELLAR {
@@ -97,14 +94,6 @@ bool HoldsShape(const Bounds& box, std::string_view type, const GroupAttribute& 
         return !moved.isFinite() || Encloses(box, moved);
     }
     return HoldsPoints(WithRoom(box), geometry.getChildByName("point.P"), matrix);
-}
-
-/// The matrix of an "xform" group at time 0; nothing if it does not lead to the parent's space.
-std::optional<M44d> MatrixOf(const GroupAttribute& xform) {
-    if (!xform.isValid()) return M44d();
-    for (std::int64_t i = 0; i < xform.getNumberOfChildren(); ++i)
-        if (xform.getChildNameView(i).substr(0, 6) == "origin") return {};
-    return MatrixFromAttribute(OxXFormUtil::CalcTransformMatrixAtTime(xform, 0).first);
 }
 
 } // namespace
@@ -202,11 +191,14 @@ BoundsAbove BoundsAbove::below(const VisitedLocation& visited, const std::option
 
 BoundsAbove BoundsAbove::through(const GroupAttribute& xform) const {
     if (above.empty()) return {};
-    const std::optional<M44d> matrix = MatrixOf(xform);
-    if (!matrix) return {};
+    if (!xform.isValid()) return *this;
+    const auto values = OxXFormUtil::RestingMatrix(xform);
+    if (!values) return {};
+    M44d matrix;
+    std::copy(values->begin(), values->end(), matrix.getValue());
     BoundsAbove result = *this;
     for (Above& each : result.above)
-        each.toAbove = *matrix * each.toAbove;
+        each.toAbove = matrix * each.toAbove;
     return result;
 }
 

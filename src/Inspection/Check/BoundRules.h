@@ -61,7 +61,7 @@ public:
         Imath::M44d toAbove; ///< from the space of the location, before its transform
     };
 
-    /// Holds the location's points against the bounds, at time 0. `own` is its own bound.
+    /// Holds the location's points at time 0 against the bounds. `own` is its own bound.
     void check(const VisitedLocation& visited, std::string_view type,
                const OxAttribute::GroupAttribute& geometry,
                const std::optional<OxXFormUtil::Bounds>& own) const;
@@ -70,7 +70,9 @@ public:
     BoundsAbove below(const VisitedLocation& visited, const std::optional<OxXFormUtil::Bounds>& own,
                       Findings& findings) const;
 
-    /// The bounds with a location's "xform" between them and what follows, at time 0.
+    /// The bounds with a location's "xform" between them and what follows. None where it moves,
+    /// because the bounds of imported models are those without motion, nor where it does not lead
+    /// to the parent's space.
     BoundsAbove through(const OxAttribute::GroupAttribute& xform) const;
 
     bool isEmpty() const { return above.empty(); }

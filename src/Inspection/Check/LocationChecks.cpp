@@ -51,13 +51,20 @@ bool HasVertexColors(const GroupAttribute& geometry) {
     return geometry.getChildByName("arbitrary.color").isValid();
 }
 
-/// Whether a child of the mesh is a faceset with a material.
-bool HasFacesetMaterial(GeometryProducer& mesh) {
+/// Whether a child of the mesh is a faceset with a material, or cannot be cooked, so that it may be
+/// one.
+bool MayHaveFacesetMaterial(GeometryProducer& mesh) {
     const std::int64_t count = mesh.getPotentialChildren().getNumberOfValues();
-    for (std::int64_t i = 0; i < count; ++i) {
-        const GeometryProducer::Ptr child = mesh.getChildByIndex(i);
-        if (child && child->getType() == "faceset" && child->getAttribute("material").isValid())
-            return true;
+    try {
+        for (std::int64_t i = 0; i < count; ++i) {
+            const GeometryProducer::Ptr child = mesh.getChildByIndex(i);
+            if (child && child->getType() == "faceset" && child->getAttribute("material").isValid())
+                return true;
+        }
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception&) {
+        return true;
     }
     return false;
 }
@@ -96,6 +103,7 @@ void LocationChecks::check(VisitedLocation& visited) {
         throw;
     } catch (const std::exception&) { // a value in a damaged file
         reportError(visited, std::current_exception());
+        visited.passedDown = std::make_shared<Inherited>(Inherited{{}, false, true});
     }
 }
 
@@ -112,7 +120,7 @@ void LocationChecks::checkContent(VisitedLocation& visited) {
     const std::optional<Bounds> box = checkBound(subject, bounds);
     if (subject.type() == "light") checkLight(subject, own.isHidden);
     if (IsShape(subject.type()) && !own.hasMaterial && !HasVertexColors(subject.geometry) &&
-        !(IsMesh(subject.type()) && HasFacesetMaterial(*visited.location)))
+        !(IsMesh(subject.type()) && MayHaveFacesetMaterial(*visited.location)))
         addOne(visited, Rule::MaterialNone, {}, "it has no material");
     if (visited.location->getPotentialChildren().getNumberOfValues() == 0) return;
     own.bounds = bounds.below(visited, box, findings);

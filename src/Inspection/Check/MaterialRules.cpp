@@ -18,6 +18,8 @@ using namespace OxAttribute;
 
 namespace {
 
+constexpr std::size_t kMostEntries = 65536;
+
 std::string_view Trimmed(std::string_view text) {
     const std::size_t begin = text.find_first_not_of(" \t");
     if (begin == std::string_view::npos) return {};
@@ -90,7 +92,8 @@ private:
 
     /// Groups have connections with dotted names.
     void addConnections(std::size_t node, const std::string& name, const GroupAttribute& group) {
-        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+        for (std::int64_t i = 0; i < group.getNumberOfChildren() && entriesLeft > 0; ++i) {
+            --entriesLeft;
             const Attribute child = group.getChildByIndex(i);
             const std::string attribute = name + '.' + group.getChildName(i);
             if (child.getType() == kAttributeTypeGroup)
@@ -164,6 +167,9 @@ private:
     std::vector<Node> nodes;
     std::map<std::string, std::size_t> known; // by key, and by name
     std::vector<std::size_t> terminals;
+    /// A group may be in "connections" under several names, so that the number of entries may
+    /// double with each level. The rest is left out, as by readers of networks.
+    std::size_t entriesLeft = kMostEntries;
     bool hasUnknownNode = false; // a terminal or a connection names one
 };
 
@@ -209,12 +215,15 @@ void Network::findUnusedTextures() const {
     }
 }
 
-/// Inserts all texts in a group.
-void AddTexts(const GroupAttribute& group, std::set<std::string_view>& texts) {
-    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+/// Inserts the texts in a group, as far as there are not too many entries. The texts live as long
+/// as the group.
+void AddTexts(const GroupAttribute& group, std::size_t& entriesLeft,
+              std::set<std::string_view>& texts) {
+    for (std::int64_t i = 0; i < group.getNumberOfChildren() && entriesLeft > 0; ++i) {
+        --entriesLeft;
         const Attribute child = group.getChildByIndex(i);
         if (child.getType() == kAttributeTypeGroup)
-            AddTexts(GroupAttribute(child), texts);
+            AddTexts(GroupAttribute(child), entriesLeft, texts);
         else
             texts.insert(TextOf(child));
     }
@@ -237,8 +246,10 @@ void CheckTextureUse(const GroupAttribute& textures, const GroupAttribute& mater
                      Drafts& drafts) {
     if (!IsNetwork(material)) return;
     std::set<std::string_view> used;
-    AddTexts(GroupAttribute(ChildOf(material, "nodes")), used);
-    AddTexts(GroupAttribute(ChildOf(material, "parameters")), used);
+    std::size_t entriesLeft = kMostEntries;
+    for (const char* part : {"nodes", "parameters"})
+        AddTexts(GroupAttribute(ChildOf(material, part)), entriesLeft, used);
+    if (entriesLeft == 0) return;
     for (std::int64_t i = 0; i < textures.getNumberOfChildren(); ++i)
         if (used.count(textures.getChildNameView(i)) == 0)
             drafts.add(Rule::TextureUnused, "textures." + textures.getChildName(i),

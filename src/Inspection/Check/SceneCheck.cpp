@@ -11,6 +11,7 @@
 #include "LocationChecks.h"
 #include "OpRules.h"
 #include "SceneUse.h"
+#include "SettingRules.h"
 
 namespace TELLAR {
 
@@ -64,6 +65,7 @@ CheckReport CheckScene(const std::shared_ptr<TellarRuntime::Client>& client,
     report.isCancelled = end != VisitEnd::Done;
     report.locations = count - before;
     if (!report.isCancelled && options.start == kRoot) {
+        CheckSettings(start, findings);
         use.report(start, findings);
         CheckOpTypes(client->getOp(), findings);
     }

@@ -48,6 +48,18 @@ SceneUse::Target SceneUse::find(const std::string& path) const {
     }
 }
 
+/// False for a location whose cook fails, which is reported as that.
+bool SceneUse::canBeCooked(const std::string& path) const {
+    try {
+        client->cookLocation(path);
+        return true;
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
 void SceneUse::noteUsedMaterial(const Hash& material) {
     const std::lock_guard<std::mutex> guard(lock);
     usedMaterials.insert(material);
@@ -85,7 +97,8 @@ void SceneUse::reportCameras(const GeometryProducer::Ptr& root, Findings& findin
                                      [&](const Offer& one) { return one.path == chosen; });
     if (!isThere) {
         // Without the setting, programs choose a camera in their own ways.
-        if (!root->getAttribute(kCameraName).isValid()) return;
+        if (!StringAttribute(root->getAttribute(kCameraName)).isValid() || !canBeCooked(chosen))
+            return;
         std::vector<std::string> paths;
         for (const Offer& camera : cameras)
             paths.push_back(camera.path);

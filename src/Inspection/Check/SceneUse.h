@@ -45,6 +45,7 @@ private:
     };
 
     Target find(const std::string& path) const;
+    bool canBeCooked(const std::string& path) const;
     void reportMaterials(Findings& findings) const;
     void reportCameras(const GeometryProducer::Ptr& root, Findings& findings) const;
 

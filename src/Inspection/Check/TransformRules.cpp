@@ -1,6 +1,7 @@
 #include "TransformRules.h"
 
 #include <cmath>
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,6 +22,10 @@ namespace {
 
 /// A determinant of less than this part of the lengths of the rows is a rounding error.
 constexpr double kSmallestPart = 1e-13;
+
+/// A group may be in a transform under several names, so that the number of steps may double with
+/// each level.
+constexpr std::size_t kMostSteps = 65536;
 
 std::vector<float> TimesOf(const Attribute& attribute) {
     std::vector<float> times;
@@ -45,7 +50,8 @@ public:
     explicit StepCheck(Drafts& drafts) : drafts(drafts) {}
 
     void checkGroup(const std::string& name, const GroupAttribute& group) {
-        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+        for (std::int64_t i = 0; i < group.getNumberOfChildren() && stepsLeft > 0; ++i) {
+            --stepsLeft;
             const Attribute child = group.getChildByIndex(i);
             const std::string_view childName = group.getChildNameView(i);
             const std::string attribute = name + '.' + std::string(childName);
@@ -96,6 +102,7 @@ private:
     }
 
     Drafts& drafts;
+    std::size_t stepsLeft = kMostSteps;
     bool areAllSound = true;
     std::string firstMoving; // the first step with several samples; empty so far
     std::vector<float> firstTimes;
