@@ -301,7 +301,13 @@ TEST(ShapeRules, FindValuesThatDoNotFitTheirScope) {
     EXPECT_EQ(ProblemsOf(CheckLocation(WithSet("color", indexed({0, 1}))), "arbitrary-count"),
               Names{"/root/it: geometry.arbitrary.color.index: it holds the index 1, and there is "
                     "1 value"});
-    EXPECT_EQ(RulesOf(CheckLocation(WithSet("color", indexed({0})))), Names{"arbitrary-count"});
+    EXPECT_EQ(ProblemsOf(CheckLocation(WithSet("color", indexed({0}))), "arbitrary-count"),
+              Names{"/root/it: geometry.arbitrary.color.index: it holds 1 number for 2 elements"});
+    const GroupAttribute chosen = Group({{"scope", Text("face")},
+                                         {"inputType", Text("color3")},
+                                         {"value", Floats({1, 0, 0})},
+                                         {"index", Ints({0, 0})}});
+    EXPECT_EQ(RulesOf(CheckLocation(WithSet("color", chosen))), Names{});
 }
 
 TEST(ShapeRules, FindTagsOfSubdivisionSurfacesThatDoNotFit) {

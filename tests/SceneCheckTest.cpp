@@ -177,6 +177,15 @@ TEST(CheckScene, InheritsFromAboveAStartInTheMiddle) {
     EXPECT_TRUE(Check(SceneTree(Location({}, {{"group", group}})), options).findings.empty());
 }
 
+TEST(CheckScene, LeavesOutRulesThatNeedTheWholeSceneInAPart) {
+    const GroupAttribute material = Location({{"type", Text("material")}});
+    const GroupAttribute scene = SceneTree(Location({}, {{"a", Location({}, {{"m", material}})}}));
+    EXPECT_EQ(RulesOf(Check(scene)), std::vector<std::string>{"material-unused"});
+    CheckOptions options;
+    options.start = "/root/a";
+    EXPECT_TRUE(Check(scene, options).findings.empty());
+}
+
 TEST(CheckScene, EndsWhenItIsCancelled) {
     std::atomic<int> asked{0};
     CheckOptions options;

@@ -191,6 +191,11 @@ class JunitTest(CheckTest):
         self.assertEqual([one.text for one in outputs],
                          ["/root/it: it has no material; assign it one\n"])
 
+    def test_rules_that_are_not_applied_are_no_test_cases(self):
+        suite = self.junit(SOUND, "--at", "/root/mesh").find("testsuite")
+        self.assertEqual([case.get("name") for case in suite],
+                         [rule["rule"] for rule in self.rules() if not rule["needsWholeScene"]])
+
     def test_names_of_any_bytes_make_sound_xml(self):
         root = self.junit(static_scene({'<&"\x01>\ufffe': {"a": {"type": "sphere"}}}))
         self.assertIn('/root/<&"\\x01>\\xef\\xbf\\xbe: it has no material',
@@ -227,6 +232,11 @@ class FailuresTest(CheckTest):
         self.assert_fails_with("SCENE is required", "check")
         self.assert_fails_with("no rule is left", "check", "x", "--only", "op-glob", "--ignore",
                                "op-glob")
+
+    def test_rules_that_need_the_whole_scene_are_none_of_a_part(self):
+        self.write("scene.json", SOUND)
+        self.assert_fails("--at: the rules need the whole scene", "check", "scene.json", "--at",
+                          "/root/mesh", "--only", "op-glob,camera-missing")
 
     def test_an_empty_scene_has_no_problems(self):
         self.write("scene.json", static_scene({}))

@@ -45,9 +45,10 @@ std::string ValuesProblem(const ValueCount& count, std::int64_t elements) {
     return "it holds " + Counted(count.values, "number") + " for " + Counted(elements, "element");
 }
 
-void CheckIndexed(const std::string& attribute, const GroupAttribute& set, std::int64_t each,
-                  std::int64_t elements, Drafts& drafts) {
-    const std::optional<ValueCount> count = CountValues(ChildOf(set, "indexedValue"));
+/// Checks values that "index" chooses for each element.
+void CheckIndexed(const std::string& attribute, const GroupAttribute& set,
+                  const std::optional<ValueCount>& count, std::int64_t each, std::int64_t elements,
+                  Drafts& drafts) {
     const Integers index = IntegersOf(ChildOf(set, "index"));
     if (!count || !index.isSound)
         return drafts.add(Rule::ArbitraryCount, attribute,
@@ -55,7 +56,7 @@ void CheckIndexed(const std::string& attribute, const GroupAttribute& set, std::
     if (static_cast<std::int64_t>(index.values.size()) != elements)
         return drafts.add(Rule::ArbitraryCount, attribute + ".index",
                           "it holds " +
-                              Counted(static_cast<std::int64_t>(index.values.size()), "index") +
+                              Counted(static_cast<std::int64_t>(index.values.size()), "number") +
                               " for " + Counted(elements, "element"));
     const std::int64_t size =
         count->tupleSize > 1 ? count->tupleSize : std::max<std::int64_t>(each, 1);
@@ -82,8 +83,12 @@ void CheckSet(std::string_view name, const GroupAttribute& set, const ShapeEleme
                        "it holds numbers that are not finite");
     const std::int64_t each = NumbersOfType(name, TextOf(ChildOf(set, "inputType")));
     const std::optional<ValueCount> values = CountValues(ChildOf(set, "value"));
-    if (!values) return CheckIndexed(attribute, set, each, *elements, drafts);
-    if (!HoldsValues(*values, each, *elements))
+    if (values && HoldsValues(*values, each, *elements)) return;
+    const std::optional<ValueCount> indexed =
+        values ? values : CountValues(ChildOf(set, "indexedValue"));
+    if (!values || ChildOf(set, "index").isValid())
+        CheckIndexed(attribute, set, indexed, each, *elements, drafts);
+    else
         drafts.add(Rule::ArbitraryCount, attribute + ".value", ValuesProblem(*values, *elements));
 }
 

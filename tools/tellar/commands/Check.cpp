@@ -73,12 +73,18 @@ std::vector<std::string> AllRules() {
     return names;
 }
 
+/// Throws std::runtime_error when none is left.
 std::vector<std::string> WantedRules(const CheckCommand& command) {
+    const bool isWholeScene = command.start == "/root";
     std::vector<std::string> wanted;
-    for (const std::string& rule : AllRules())
-        if ((command.only.empty() || IsIn(command.only, rule)) && !IsIn(command.ignored, rule))
-            wanted.push_back(rule);
-    if (wanted.empty()) throw std::runtime_error("--ignore: no rule is left");
+    for (const CheckRule& rule : TELLAR::GetCheckRules()) {
+        const bool isChosen = (command.only.empty() || IsIn(command.only, rule.name)) &&
+                              !IsIn(command.ignored, rule.name);
+        if (isChosen && (isWholeScene || !rule.needsWholeScene)) wanted.emplace_back(rule.name);
+    }
+    if (wanted.empty())
+        throw std::runtime_error(isWholeScene ? "--ignore: no rule is left"
+                                              : "--at: the rules need the whole scene");
     return wanted;
 }
 
