@@ -2,7 +2,7 @@
 //
 // Hardly any input has valid checksums. The bytes are therefore read a second time inside of a
 // valid header, checksums and footer, which tests the reading of the structure. Whatever is
-// accepted must be a valid attribute.
+// accepted must be a valid attribute, and two files are compared with each other.
 
 #include <algorithm>
 #include <cstdint>
@@ -14,6 +14,7 @@
 #include <string_view>
 
 #include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/AttributeDifference.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
 #include "Check.h"
@@ -94,6 +95,28 @@ std::string Framed(std::string bytes, ContainerKind kind) {
     return ContainerBytes::WithFrame(std::move(bytes), root);
 }
 
+/// Compares a file with others that have one other byte among the values. Only the first of two
+/// files is checked when they are compared.
+void CompareFiles(const std::string& file) {
+    constexpr std::size_t kOthers = 16;
+    constexpr std::size_t kStep = 7919; // any number without small factors
+    const GroupAttribute value(ContainerBytes::Read(file));
+    if (!value.isValid() || !Walk().visit(value)) return;
+    const std::size_t places = file.size() - sizeof(ContainerHeader) - sizeof(ContainerFooter);
+    for (std::size_t i = 1; i <= kOthers; ++i) {
+        std::string other = file;
+        other[sizeof(ContainerHeader) + i * kStep % places] ^= static_cast<char>(1u << i % 8);
+        Try([&] {
+            const GroupAttribute changed(
+                ContainerBytes::Read(Framed(other, ContainerKind::AttributeStream)));
+            bool isDifferent = false;
+            ForEachDifference(value, changed, [&](const auto&) { isDifferent = true; });
+            if (!Walk().visit(changed)) return;
+            Check(isDifferent == (value != changed), "a difference between two files is found");
+        });
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -101,6 +124,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Try([&] { UseAttribute(bytes); });
     if (size < sizeof(ContainerHeader) + sizeof(ContainerFooter)) return 0;
     Try([&] { UseAttribute(Framed(bytes, ContainerKind::AttributeStream)); });
+    Try([&] { CompareFiles(Framed(bytes, ContainerKind::AttributeStream)); });
     Try([&] { UseOpTree(Framed(bytes, ContainerKind::OpFile)); });
     return 0;
 }

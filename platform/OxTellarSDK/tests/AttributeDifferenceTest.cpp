@@ -271,3 +271,17 @@ TEST(ForEachDifference, ThrowsForADamagedFile) {
     EXPECT_THAT(ErrorOf([&] { DifferingPlaces(a, b); }), testing::HasSubstr("is damaged"));
     EXPECT_THAT(ErrorOf([&] { DifferingPlaces(b, a); }), testing::HasSubstr("is damaged"));
 }
+
+TEST(ForEachDifference, IgnoresBytesThatFillUpTheTimesInAFile) {
+    const GroupAttribute moving =
+        Group({{"v", FloatAttribute(std::map<float, std::vector<float>>{{1, {2}}, {3, {4}}}, 1)}});
+    const std::string file = ContainerBytes::Write(moving);
+    // Behind the header of the file and that of the value, which is its first, are two times.
+    std::string filledUp = file;
+    filledUp[64 + 32 + 2 * 4] = 'x';
+    filledUp = ContainerBytes::Repaired(filledUp);
+    const GroupAttribute other = ContainerBytes::Read(filledUp);
+    EXPECT_EQ(other, moving);
+    EXPECT_THAT(DifferingPlaces(ContainerBytes::Read(file), other), IsEmpty());
+    EXPECT_THAT(DifferingPlaces(other, ContainerBytes::Read(file)), IsEmpty());
+}

@@ -28,6 +28,15 @@ std::uint64_t BytesInFile(const Node* node) {
     return bytes + 4 * (elements + 1) + Values<std::uint32_t>(node)[elements];
 }
 
+/// Compares two values of one shape and of `bytes` bytes in files. Times are filled up with bytes
+/// that mean nothing.
+bool HaveEqualValues(const Node* a, const Node* b, std::uint64_t bytes) {
+    const std::uint64_t times = a->flags & kTimesOmitted ? 0 : 4ull * a->timeCount;
+    const std::uint64_t values = sizeof(Node) + TimesBytes(a);
+    return std::memcmp(Bytes(a) + sizeof(Node), Bytes(b) + sizeof(Node), times) == 0 &&
+           std::memcmp(Bytes(a) + values, Bytes(b) + values, bytes - values) == 0;
+}
+
 /// Calls itself for groups, which are nested at most kMaxGroupDepth levels deep.
 class GroupWalk {
 public:
@@ -79,8 +88,7 @@ private:
         const auto* b = reinterpret_cast<const Node*>(place);
         if (!b || !HaveEqualShape(a, b)) return tell(names);
         if (IsGroup(a)) return compareGroupsInFiles(files, a, b);
-        if (std::memcmp(Bytes(a) + sizeof(Node), place + sizeof(Node), bytes - sizeof(Node)) != 0)
-            tell(names);
+        if (!HaveEqualValues(a, b, bytes)) tell(names);
     }
 
     void compareGroupsInFiles(const Files& files, const Node* a, const Node* b) {
