@@ -34,7 +34,7 @@ public:
         return KeptBy(sums) >= least.load(std::memory_order_relaxed);
     }
     /// Adds the costs of `count` locations. Throws std::bad_alloc, and some may then be missing.
-    void add(const LocationCost* costs, std::size_t count);
+    void add(const LocationCost* added, std::size_t count);
 
     /// The wanted number of locations, the costliest first.
     std::vector<LocationCost> getCostliest() const;

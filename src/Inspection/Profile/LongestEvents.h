@@ -39,7 +39,7 @@ public:
     }
     /// Takes `count` events, whose texts it may swap for others. Throws std::bad_alloc, and some
     /// may then be missing.
-    void add(CookEvent* events, std::size_t count);
+    void add(CookEvent* added, std::size_t count);
 
     /// The wanted number of events, by start.
     std::vector<CookEvent> getLongest();
