@@ -70,6 +70,19 @@ TEST(LocationHistory, TakesAGroupApart) {
                                               "light.on 1 -> none"));
 }
 
+TEST(LocationHistory, CountsTheValuesThatDiffer) {
+    const auto history =
+        HistoryOf(Group({Scene("a", Location({{"p", Doubles({1, 2, 3})}})),
+                         Edit("b", "a", "/root/x", {{"p", Doubles({1, 5, 3.5})}})}),
+                  "/root/x", "p");
+    const TELLAR::HistoryChange& change = history.steps.at(1).changes.at(0);
+    EXPECT_EQ(change.kind, TELLAR::ValueDifference::Values);
+    EXPECT_EQ(change.compared, 3);
+    EXPECT_EQ(change.differing, 2);
+    EXPECT_EQ(change.largest, 3);
+    EXPECT_EQ(history.steps.at(0).changes.at(0).kind, TELLAR::ValueDifference::Added);
+}
+
 TEST(LocationHistory, TellsWhichInputOfAMergeWins) {
     const auto history = HistoryOf(
         Group({Scene("a", Location({{"size", Int(1)}})), Scene("b", Location({{"size", Int(2)}})),

@@ -9,6 +9,7 @@
 
 #include <OxTellarProducers/Export.h>
 #include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarProducers/SceneDifference.h>
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/TellarError.h>
 #include <OxTellarSDK/TellarRuntime.h>
@@ -50,11 +51,9 @@ struct HistoryRead {
 };
 
 /// A difference between an attribute before and after an Op. Groups that were there before and
-/// after are taken apart, so the attribute may lie in one of them.
-struct HistoryChange {
-    std::string attribute;         ///< dotted name
-    OxAttribute::Attribute before; ///< invalid for an attribute that is new
-    OxAttribute::Attribute after;  ///< invalid for an attribute that was deleted
+/// after are taken apart, so the attribute may lie in one of them. A group that was copied as a
+/// whole is not; its values are then not compared.
+struct HistoryChange : ValueDifference {
     /// The location of an input that has the value `after`, where the Op therefore took it from;
     /// empty when the Op made the value itself.
     std::string copiedFrom;
@@ -104,8 +103,8 @@ struct LocationHistory {
     std::string location;  ///< as asked
     std::string attribute; ///< as asked; empty for the location itself
     HistoryOutcome outcome = HistoryOutcome::NeverMade;
-    /// Whether the location is there, and a walk finds it. The steps are about the attribute, if one
-    /// is asked for, only then.
+    /// Whether the location is there, and a walk finds it. The steps are about the attribute, if
+    /// one is asked for, only then.
     bool doesLocationExist = false;
     /// The location that `steps` are about: the one asked for; the ancestor from which the
     /// attribute is inherited; the first one on the path that is missing, cannot be cooked, or is
@@ -141,7 +140,7 @@ struct LocationHistory {
 /// answer.
 ///
 /// Throws std::invalid_argument for a null client, and for a location that is not absolute, has an
-/// empty level or ends with a slash.
+/// empty level or ends with a slash. Values that lie in a damaged file throw std::runtime_error.
 ///
 /// Threads: may be called from any number of threads at once, while no thread takes the client's
 /// results.

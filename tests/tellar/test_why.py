@@ -58,6 +58,23 @@ changed by "bigger" (AttributeEdit), s.json:4:1
 > 3  bigger     AttributeEdit  s.json:4:1  changed  1.5 -> 2.5 (double)
 """)
 
+    def test_tells_how_many_values_of_an_array_differ(self):
+        points = [float(i) for i in range(30)]
+        moved = points[:20] + [22.5] + points[21:]
+        scene = self.scene(source("a", {"p": points}), edit("b", "a", {"p": moved}))
+        self.assertIn("changed  1 of 30 values differ, by up to 2.5 (double, 30 values)\n",
+                      self.why(scene, X, "--attr", "p"))
+        [change] = self.json(scene, X)["steps"][1]["changes"]
+        self.assertEqual((change["compared"], change["differing"], change["largest"]),
+                         (30, 1, 2.5))
+
+    def test_tells_that_only_the_order_of_a_group_changed(self):
+        group = {"p": 1, "q": 2}
+        scene = self.scene(source("a", {"g": group}), {
+            "name": "swap", "type": "AttributeEdit", "inputs": ["a"], "args": {
+                "paths": [X], "delete": ["g"], "set": {"g": {"q": 2, "p": 1}}}})
+        self.assertIn("\n      ~ g  in another order\n", self.why(scene, X))
+
     def test_tells_who_won_and_who_lost_a_merge(self):
         scene = self.scene(source("a", {"size": 1}), source("b", {"size": 2}), source("c", {}),
                            op("m", "Merge", "a", "b", "c"))
@@ -204,6 +221,17 @@ deleted by "b" (AttributeEdit), s.json:3:1
                       "> 41     e40     AttributeEdit  s.json:42:1  changed  0 -> 40 (int)\n"
                       "  42-61  20 ops                              passed\n", text)
         self.assertEqual(len(self.why(scene, X, "--attr", "size", "--all").splitlines()), 64)
+
+    def test_branches_of_a_long_history_share_rows(self):
+        scene = self.scene(*(source(f"s{i}", {"size": i}) for i in range(40)),
+                           op("m", "Merge", *(f"s{i}" for i in range(40))))
+        text = self.why(scene, X, "--attr", "size")
+        self.assertIn("  7     | s5        StaticScene  s.json:7:1   made    5 (int)\n"
+                      "  8-40  | 33 steps\n"
+                      "  41    m           Merge        s.json:42:1  passed  from 1, "
+                      "not 0 (int) from 2 or 1 (int) from 3", text)
+        self.assertTrue(text.endswith(", and 34 more\n"), text)
+        self.assertEqual(len(self.why(scene, X, "--attr", "size", "--all").splitlines()), 44)
 
     def test_long_lists_are_cut(self):
         scene = self.scene(source("a", {f"n{i}": i for i in range(15)},

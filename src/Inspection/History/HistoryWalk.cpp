@@ -39,8 +39,9 @@ public:
 private:
     /// An Op at a location. Its step is moved to the list when it is finished.
     struct Node : StepAnalysis {
-        std::vector<Node*> made; // the nodes behind the reads so far
-        std::size_t next = 0;    // index of the next read to follow
+        std::vector<std::shared_ptr<TellarRuntime::Op>> inputs; // of the Op
+        std::vector<Node*> made;                                // the nodes behind the reads so far
+        std::size_t next = 0;                                   // index of the next read to follow
         std::size_t index = kNoStep;
     };
     using Key = std::pair<const TellarRuntime::Op*, std::string>;
@@ -54,13 +55,14 @@ private:
         Node& node = nodes[{op.get(), location}];
         static_cast<StepAnalysis&>(node) =
             AnalyseStep(op, location, subject, OxOpType::TraceCook(*op, location));
+        node.inputs = op->getInputs();
         return node;
     }
 
     /// Goes to the node behind the next read, unless the walk has been there.
     void descend(Node& node) {
         const WantedRead& read = node.reads[node.next++];
-        const auto input = node.step.op->getInputs()[read.input];
+        const auto& input = node.inputs[read.input];
         const auto known = nodes.find({input.get(), read.location});
         if (known != nodes.end()) {
             node.made.push_back(&known->second);

@@ -5,6 +5,8 @@
 
 #include <OxTellarSDK/AttributeDifference.h>
 
+#include "ValueComparison.h"
+
 namespace TELLAR {
 
 namespace {
@@ -18,6 +20,24 @@ using NameSet = std::unordered_set<std::string_view>;
 
 Attribute ChildOf(const GroupAttribute& group, const std::string& name) {
     return group.getChildByIndex(group.findChild(name));
+}
+
+/// What differs between two values of which one may be invalid.
+ValueDifference Describe(const std::string& name, const Attribute& before, const Attribute& after) {
+    ValueDifference difference{name, ValueDifference::Added, before, after};
+    if (!before.isValid()) return difference;
+    difference.kind = ValueDifference::Removed;
+    if (!after.isValid()) return difference;
+    difference.kind = ValueDifference::Values;
+    const auto alone = [](const Attribute& value) {
+        return GroupAttribute(std::vector<GroupAttribute::Child>{{"value", value}}, false);
+    };
+    const auto found = ValueComparison(0, {}).compare(alone(before), alone(after));
+    // The values in two groups are no single difference.
+    if (found.size() != 1 || found.front().attribute != "value") return difference;
+    difference = found.front();
+    difference.attribute = name;
+    return difference;
 }
 
 Names NamesAtTime0(const StringAttribute& names) {
@@ -80,7 +100,7 @@ void DifferenceFinder::add(const std::string& name, const Attribute& before, con
         if (changes.size() > count) return;
         // The groups differ in the order of their children, or in inheritance.
     }
-    HistoryChange change{name, before, after, {}, 0};
+    HistoryChange change{Describe(name, before, after), {}, 0};
     if (source) {
         change.copiedFrom = source->location;
         change.copiedInput = source->input;
@@ -106,6 +126,10 @@ const CookRead* DifferenceFinder::findSource(const std::string& name,
 void CompareChildren(const StringAttribute& before, const StringAttribute& after,
                      HistoryStep& step) {
     if (before.getHandle() == after.getHandle()) return;
+    if (!before.isValid()) {
+        step.addedChildren = after;
+        return;
+    }
     const Names old = NamesAtTime0(before);
     const Names now = NamesAtTime0(after);
     const NameSet inOld(old.begin(), old.end());

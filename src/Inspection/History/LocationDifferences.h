@@ -38,7 +38,7 @@ public:
 private:
     void add(const std::string& name, const OxAttribute::Attribute& before,
              const OxAttribute::Attribute& after, std::vector<HistoryChange>& changes) const;
-    void addChildren(const std::string& name, const OxAttribute::GroupAttribute& before,
+    void addChildren(const std::string& prefix, const OxAttribute::GroupAttribute& before,
                      const OxAttribute::GroupAttribute& after,
                      std::vector<HistoryChange>& changes) const;
     const OxOpType::CookRead* findSource(const std::string& name,

@@ -18,7 +18,6 @@ namespace TELLAR {
 
 namespace {
 
-using OxAttribute::Attribute;
 using OxAttribute::GroupAttribute;
 using Client = std::shared_ptr<TellarRuntime::Client>;
 using Op = std::shared_ptr<TellarRuntime::Op>;

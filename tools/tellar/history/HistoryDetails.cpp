@@ -65,7 +65,7 @@ void AddChange(const HistoryStep& step, const HistoryChange& change, const std::
     if (!change.after.isValid()) {
         details.push_back({"- " + name, ShortText(change.before)});
     } else if (change.before.isValid()) {
-        details.push_back({"~ " + name, ChangeText(change.before, change.after) + source});
+        details.push_back({"~ " + name, ChangeText(change) + source});
     } else if (!source.empty()) {
         details.push_back({"+ " + name, ShortText(change.after) + source});
     } else if (change.attribute == attribute) {

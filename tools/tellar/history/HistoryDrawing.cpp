@@ -8,6 +8,7 @@
 
 #include "DotDrawing.h"
 #include "HistoryWords.h"
+#include "ValueText.h"
 
 namespace TellarTool {
 
@@ -103,7 +104,7 @@ private:
         if (!history.attribute.empty()) text += "  " + history.attribute;
         if (!isWhole)
             text += "  (on the way: " + std::to_string(steps.size()) + " of " +
-                    Counted(history.numberOfOps, "op") + ")";
+                    Counted(history.numberOfOps, "op", "ops") + ")";
         return text;
     }
 
@@ -193,7 +194,7 @@ private:
             const Edge edge(ids[from.op.get()], ids[step.op.get()]);
             if (!drawn.insert(edge).second) continue;
             std::string label = from.location == step.location ? "" : DotLabel(from.location);
-            if (leftOut > 0) label += (label.empty() ? "" : "\\n") + Counted(leftOut, "op");
+            if (leftOut > 0) label += (label.empty() ? "" : "\\n") + Counted(leftOut, "op", "ops");
             AppendDotEdge(out, edge.first, edge.second, label, EdgeStyle(read.role));
         }
     }

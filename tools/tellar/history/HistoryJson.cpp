@@ -26,7 +26,8 @@ const char* BoolText(bool value) {
     return value ? "true" : "false";
 }
 
-std::string Number(std::size_t value) {
+template <typename Count>
+std::string Number(Count value) {
     return std::to_string(value);
 }
 
@@ -60,6 +61,11 @@ std::string ChangeJson(const HistoryChange& change) {
     object.add("attribute", change.attribute)
         .addJson("before", ValueJson(change.before))
         .addJson("after", ValueJson(change.after));
+    const bool isText = StringAttribute(change.after).isValid();
+    if (change.compared > 1)
+        object.addJson("compared", Number(change.compared))
+            .addJson("differing", Number(change.differing))
+            .addJson("largest", isText ? "null" : Json(change.largest));
     if (!change.copiedFrom.empty())
         object.add("copiedFrom", change.copiedFrom)
             .addJson("copiedInput", Number(change.copiedInput));
@@ -91,8 +97,9 @@ std::string NamesJson(const StringAttribute& names) {
 
 /// Whether the changes say more than the values before and after.
 bool HasChanges(const HistoryStep& step, const std::string& attribute) {
-    return step.changes.size() > 1 ||
-           (step.changes.size() == 1 && step.changes.front().attribute != attribute);
+    if (step.changes.size() != 1) return !step.changes.empty();
+    const HistoryChange& change = step.changes.front();
+    return change.attribute != attribute || change.compared > 1;
 }
 
 /// A step that passed the attribute on has no values, because they are those of its origin.

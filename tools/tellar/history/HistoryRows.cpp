@@ -8,6 +8,7 @@
 #include "HistoryDetails.h"
 #include "HistoryWords.h"
 #include "PrintableText.h"
+#include "ValueText.h"
 
 namespace TellarTool {
 
@@ -25,6 +26,7 @@ constexpr std::size_t kMostDetails = 10;
 constexpr std::size_t kMostReads = 6;     // that a row names
 constexpr std::size_t kDeepestBranch = 8; // deeper ones are indented like this
 constexpr std::size_t kLongHistory = 30;  // steps from which on ops share rows
+constexpr std::size_t kBranchRows = 6;    // one after the other, which branches have in long ones
 constexpr std::size_t kShortRun = 3;      // ops that do not share a row
 
 std::string Printable(const std::string& text) {
@@ -55,17 +57,17 @@ public:
     Rows(const LocationHistory& history, bool all)
         : history(history), depths(DepthsOf(history)), all(all),
           isAboutName(history.outcome == HistoryOutcome::Unnamed),
-          attribute(IsAboutAttribute(history) ? history.attribute : std::string()) {}
+          attribute(IsAboutAttribute(history) ? history.attribute : std::string()),
+          isCut(!all && history.steps.size() > kLongHistory) {}
 
     std::vector<HistoryRow> make() {
         for (std::size_t i = 0; i < history.steps.size();) {
-            const std::size_t end = runFrom(i);
-            if (end - i > kShortRun && !all && history.steps.size() > kLongHistory) {
+            const std::size_t end = isCut ? endOfSharedRow(i) : i;
+            if (end > i)
                 rows.push_back(rowOfRun(i, end));
-                i = end;
-            } else {
-                rows.push_back(rowOf(i++));
-            }
+            else
+                rows.push_back(rowOf(i));
+            i = std::max(end, i + 1);
         }
         return std::move(rows);
     }
@@ -76,6 +78,8 @@ private:
     const bool all;
     const bool isAboutName;
     const std::string attribute; // empty for steps about a location
+    const bool isCut;            // whether steps share rows
+    std::size_t branchRows = 0;  // the last ones
     std::vector<HistoryRow> rows;
 
     bool isQuiet(std::size_t i) const {
@@ -90,6 +94,18 @@ private:
                step.location == history.steps[i - 1].location;
     }
 
+    /// The end of the steps that share a row from here on; the step itself if it has its own.
+    std::size_t endOfSharedRow(std::size_t i) {
+        const std::size_t plain = runFrom(i);
+        if (plain - i > kShortRun) return plain;
+        if (depths[i] == 0) branchRows = 0;
+        if (depths[i] == 0 || ++branchRows <= kBranchRows) return i;
+        std::size_t end = i;
+        while (depths[end] > 0 && history.decidedBy != end)
+            ++end; // the last step is on no branch
+        return end - i > kShortRun ? end : i;
+    }
+
     /// The end of the plain steps from here on, on one branch.
     std::size_t runFrom(std::size_t i) const {
         const std::size_t begin = i;
@@ -100,12 +116,15 @@ private:
     }
 
     HistoryRow rowOfRun(std::size_t begin, std::size_t end) const {
+        const HistoryAction action = history.steps[begin].action;
+        const bool isPlainRun = end <= runFrom(begin);
         HistoryRow row;
         row.cells = {NumberOf(begin) + "-" + NumberOf(end - 1),
-                     branchBars(begin) + Counted(end - begin, "op"),
+                     branchBars(begin) + Counted(end - begin, isPlainRun ? "op" : "step",
+                                                 isPlainRun ? "ops" : "steps"),
                      "",
                      "",
-                     actionText(history.steps[begin]),
+                     isPlainRun ? ActionWord(action) : "",
                      ""};
         row.isQuiet = true;
         return row;
@@ -187,11 +206,14 @@ private:
         }
     }
 
-    /// What changed in a group with the same children is told by the details.
-    static std::string changeText(const HistoryStep& step) {
-        const bool isInside = OxAttribute::GroupAttribute(step.after).isValid() &&
-                              ShortText(step.before) == ShortText(step.after);
-        return isInside ? ShortText(step.after) : ChangeText(step.before, step.after);
+    /// The details tell what changed in a group.
+    std::string changeText(const HistoryStep& step) const {
+        const bool isOne = step.changes.size() == 1 && step.changes.front().attribute == attribute;
+        if (isOne) return ChangeText(step.changes.front());
+        TELLAR::HistoryChange whole;
+        whole.before = step.before;
+        whole.after = step.after;
+        return ChangeText(whole);
     }
 
     /// Says which steps the step reads, unless that is only the one in the row above.

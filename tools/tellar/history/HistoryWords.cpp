@@ -6,8 +6,10 @@
 #include <vector>
 
 #include "AttributeText.h"
+#include "NumberText.h"
 #include "OpPlaces.h"
 #include "PrintableText.h"
+#include "ValueText.h"
 
 namespace TellarTool {
 
@@ -20,15 +22,7 @@ using TELLAR::HistoryRole;
 
 constexpr std::size_t kFewValues = 6;
 constexpr std::size_t kMostNames = 8;
-
-/// The beginning of the type behind the values, " (double)" or " (float, 8 x 3)"; the length of the
-/// text when it has none.
-std::size_t TypeStart(const Attribute& value, const std::string& text) {
-    const bool hasType = IntAttribute(value).isValid() || FloatAttribute(value).isValid() ||
-                         DoubleAttribute(value).isValid();
-    const std::size_t start = hasType ? text.rfind(" (") : std::string::npos;
-    return start == std::string::npos ? text.size() : start;
-}
+constexpr std::int64_t kExactValues = 3; // doubles that are printed with all of their digits
 
 std::string NamesText(const std::vector<std::string_view>& names) {
     std::string text;
@@ -39,6 +33,19 @@ std::string NamesText(const std::vector<std::string_view>& names) {
     if (names.size() > kMostNames)
         text += " and " + std::to_string(names.size() - kMostNames) + " more";
     return text;
+}
+
+/// The first numbers with seven digits each, which all 17 of several doubles would make unreadable.
+std::string RoundedTextOf(const DoubleAttribute& value) {
+    const auto numbers = value.getNearestSample(0.0f);
+    const char* const separator = value.getTupleSize() > 1 ? " " : ", ";
+    std::string text;
+    for (std::size_t i = 0; i < std::min(numbers.size(), kFewValues); ++i) {
+        if (i > 0) text += separator;
+        text += RoundedText(numbers[i]);
+    }
+    if (numbers.size() > kFewValues) text += ", ...";
+    return text + ' ' + DescribeShape(value);
 }
 
 } // namespace
@@ -111,6 +118,8 @@ std::string PlaceOf(const TellarRuntime::Op& op) {
 
 std::string ShortText(const Attribute& value) {
     const GroupAttribute group(value);
+    const DoubleAttribute numbers(value);
+    if (numbers.getNumberOfValues() > kExactValues) return RoundedTextOf(numbers);
     if (!group.isValid()) return DescribeValue(value, kFewValues);
     std::vector<std::string_view> names;
     for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
@@ -118,15 +127,15 @@ std::string ShortText(const Attribute& value) {
     return '{' + NamesText(names) + '}';
 }
 
-std::string ChangeText(const Attribute& before, const Attribute& after) {
-    std::string old = ShortText(before);
-    const std::string now = ShortText(after);
-    if (old == now) return now + ", with other values";
-    // A type that both have is told once.
-    const std::size_t oldType = TypeStart(before, old);
-    if (old.compare(oldType, std::string::npos, now, TypeStart(after, now), std::string::npos) == 0)
-        old.erase(oldType);
-    return old + " -> " + now;
+std::string ChangeText(const TELLAR::HistoryChange& change) {
+    using TELLAR::ValueDifference;
+    const bool haveValues = DataOf(change.before).isValid() && DataOf(change.after).isValid();
+    const bool isAboutGroup =
+        change.kind == ValueDifference::Inheritance || change.kind == ValueDifference::OrderOfGroup;
+    if (haveValues || isAboutGroup) return ValueText(change);
+    const std::string before = ShortText(change.before);
+    const std::string after = ShortText(change.after);
+    return before == after ? after : before + " -> " + after;
 }
 
 std::string NamesText(const StringAttribute& names) {
@@ -134,10 +143,6 @@ std::string NamesText(const StringAttribute& names) {
     for (std::int64_t i = 0; i < names.getNumberOfValues(); ++i)
         views.push_back(names.getValueView(i)); // lives as long as the attribute
     return NamesText(views);
-}
-
-std::string Counted(std::size_t count, const char* noun) {
-    return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
 }
 
 } // namespace TellarTool

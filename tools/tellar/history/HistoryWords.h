@@ -26,14 +26,11 @@ std::string PlaceOf(const TellarRuntime::Op& op);
 
 /// A value in a few words: at most six numbers, and of a group the names "{style, nodes}".
 std::string ShortText(const OxAttribute::Attribute& value);
-/// "0.53 -> 1.5 (double)".
-std::string ChangeText(const OxAttribute::Attribute& before, const OxAttribute::Attribute& after);
+/// The value before and after. Of groups with the same children only their names.
+std::string ChangeText(const TELLAR::HistoryChange& change);
 
 /// "a, b, c and 7 more".
 std::string NamesText(const OxAttribute::StringAttribute& names);
-
-/// A count and a noun: "1 op", "2 ops".
-std::string Counted(std::size_t count, const char* noun);
 
 } // namespace TellarTool
 
