@@ -94,6 +94,16 @@ TEST(LocationHistory, TellsWhichInputOfAMergeWins) {
     EXPECT_EQ(history.decidedBy, 0u);
 }
 
+TEST(LocationHistory, TellsWhichLocationsOfAMergeHaveLostAllValues) {
+    const auto history =
+        HistoryOf(Group({Scene("lost", Location({{"size", Int(1)}, {"g", Group({{"p", Int(2)}})}})),
+                         Scene("won", Location({{"size", Int(1)}, {"g", Group({{"p", Int(3)}})}})),
+                         Scene("part", Location({{"g", Group({{"p", Int(3)}})}})),
+                         OpOf("m", "Merge", {}, {"lost", "won", "part"})}),
+                  "/root/x");
+    EXPECT_THAT(StepsOf(history), ElementsAre("won made", "lost made", "m passed 0 not 1"));
+}
+
 TEST(LocationHistory, TellsWhatEachInputOfAMergeContributesToAGroup) {
     const auto history =
         HistoryOf(Group({Scene("a", Location({{"g", Group({{"p", Int(1)}, {"q", Int(2)}})}})),
@@ -170,6 +180,18 @@ TEST(LocationHistory, TellsOfAnAttributeThatIsCopiedFromAnotherLocation) {
                                               "b copied group -> group from 0 not 1"));
     EXPECT_THAT(ChangesOf(history.steps.at(2)), ElementsAre("material.color 2 -> 1"));
     EXPECT_EQ(history.decidedBy, 2u);
+}
+
+TEST(LocationHistory, TakesValuesThatAreEqualByChanceForNoCopies) {
+    const auto history = HistoryOf(
+        Group({{"a", OpEntry("StaticScene",
+                             Group({{"c", Group({{"x", Location({})},
+                                                 {"y", Location({{"size", Int(7)}})}})}}))},
+               OpOf("b", "TestReadOther", Group({{"other", Text("/root/y")}, {"size", Int(7)}}),
+                    {"a"})}),
+        "/root/x", "size");
+    EXPECT_THAT(StepsOf(history), ElementsAre("a made none", "b set 7 from 0"));
+    EXPECT_EQ(history.steps.at(1).changes.at(0).copiedFrom, "");
 }
 
 TEST(LocationHistory, TellsWhichOpRemovedALocation) {

@@ -15,6 +15,7 @@
 ///
 /// Further op types:
 ///     TestMove             presents the location "from" at "to" as well.
+///     TestReadOther        reads the location "other", and sets "size" to a value of its own.
 ///     TestNoChildren       passes its input without potential children.
 ///     TestReverseChildren  passes its input with the potential children in reverse.
 namespace TellarTest {
@@ -115,6 +116,11 @@ inline void CookTestMove(OxOpType::CookContext& context) {
     context.setPotentialChildren(Texts(names));
 }
 
+inline void CookTestReadOther(OxOpType::CookContext& context) {
+    context.input(0, TextOf(TestArg(context, "other")));
+    PassWithAttribute(context, "size", IntOf(TestArg(context, "size")));
+}
+
 inline void CookTestNoChildren(OxOpType::CookContext& context) {
     const TellarRuntime::LocationData data = context.input(0);
     if (data.doesLocationExist()) context.setAttrs(data.getAttrs());
@@ -131,6 +137,7 @@ inline void CookTestReverseChildren(OxOpType::CookContext& context) {
 
 inline bool RegisterHistoryOps() {
     OxOpType::RegisterOpType(new TestOp("TestMove", CookTestMove));
+    OxOpType::RegisterOpType(new TestOp("TestReadOther", CookTestReadOther));
     OxOpType::RegisterOpType(new TestOp("TestNoChildren", CookTestNoChildren));
     OxOpType::RegisterOpType(new TestOp("TestReverseChildren", CookTestReverseChildren));
     return true;

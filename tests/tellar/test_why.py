@@ -87,6 +87,20 @@ made by "b" (StaticScene), s.json:3:1
   3  m    Merge        s.json:5:1  passed  from 1, not 1 (int) from 2
 """)
 
+    def test_tells_which_location_of_a_merge_won(self):
+        scene = self.scene(source("a", {"size": 1}), source("b", {"size": 2}),
+                           op("m", "Merge", "a", "b"))
+        self.assertEqual(self.why(scene, X), """\
+/root/x
+made by "b" (StaticScene), s.json:3:1
+
+> 1  b    StaticScene  s.json:3:1  made
+      + size  2 (int)
+  2  | a  StaticScene  s.json:2:1  made
+      + size  1 (int)
+  3  m    Merge        s.json:4:1  passed  from 1, not 2
+""")
+
     def test_tells_what_each_op_did_to_a_location(self):
         scene = self.scene(
             source("a", {"type": "sphere", "light": {"angle": 1, "on": 1}}, y={}),

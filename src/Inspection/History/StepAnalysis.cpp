@@ -45,6 +45,21 @@ std::size_t CountShared(const GroupAttribute& a, const GroupAttribute& b) {
     return shared;
 }
 
+/// True if every value of `part` is in the other group too. Groups are nested at most
+/// kMaxGroupDepth levels deep.
+bool HasAllOf(const GroupAttribute& whole, const GroupAttribute& part) {
+    for (std::int64_t i = 0; i < part.getNumberOfChildren(); ++i) {
+        const Attribute wanted = part.getChildByIndex(i);
+        const Attribute there = whole.getChildByIndex(whole.findChild(part.getChildNameView(i), i));
+        const GroupAttribute groupThere(there);
+        const GroupAttribute groupWanted(wanted);
+        const bool areGroups = groupThere.isValid() && groupWanted.isValid();
+        if (areGroups ? !HasAllOf(groupThere, groupWanted) : !HaveEqualContent(there, wanted))
+            return false;
+    }
+    return true;
+}
+
 /// How much of a location may have come from the other one: 0 for nothing.
 std::size_t Likeness(const LocationData& made, const LocationData& read) {
     const auto& names = made.getPotentialChildren();
@@ -142,6 +157,9 @@ private:
         if (passed != same.end()) {
             step().action = HistoryAction::Passed;
             want(*passed, HistoryRole::Origin);
+            for (const CookRead* read : same)
+                if (read != *passed && !HasAllOf(result.getAttrs(), read->data.getAttrs()))
+                    want(read, HistoryRole::Overridden);
             return;
         }
         const CookRead* const origin = chooseLocationOrigin();

@@ -48,7 +48,9 @@ void AddFound(const LocationHistory& history, Lines& lines) {
                 return step.action != HistoryAction::Passed;
             }));
         lines.push_back(history.location);
-        lines.push_back((changes > 1 ? "last " : "") + DecisionText(history));
+        const HistoryStep* const step = DecisionOf(history);
+        const bool isLast = changes > 1 && step && step->action != HistoryAction::Made;
+        lines.push_back((isLast ? "last " : "") + DecisionText(history));
     } else {
         lines.push_back(history.location + "  " + history.attribute + " = " +
                         ShortText(history.value));

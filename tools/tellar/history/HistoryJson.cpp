@@ -139,6 +139,7 @@ std::string AncestorJson(const HistoryAncestor& ancestor) {
 std::string HistoryJson(const LocationHistory& history) {
     const bool isAboutValue = !history.attribute.empty();
     std::vector<std::string> steps;
+    steps.reserve(history.steps.size());
     for (const HistoryStep& step : history.steps)
         steps.push_back(StepJson(step, IsAboutAttribute(history) ? history.attribute : ""));
     JsonObject object;
