@@ -7,13 +7,14 @@
 
 namespace OxTellarRuntimeDetail {
 
+std::atomic<bool> areCooksObserved{false};
+
 namespace {
 
 using List = std::shared_ptr<CookObservers>;
 
 /// A change makes a new list, because cooks that go on still tell those of the old one.
 struct Registry {
-    std::atomic<bool> hasObservers{false};
     std::mutex lock; // guards the members below
     std::shared_ptr<const CookObservers> observers;
     /// An empty list for each observer, with room for those that were there before it: the lists
@@ -22,7 +23,7 @@ struct Registry {
 
     /// Returns the earlier list, to be released without the lock: that may destroy an observer.
     [[nodiscard]] std::shared_ptr<const CookObservers> replace(const List& list) noexcept {
-        hasObservers.store(!list->empty(), std::memory_order_relaxed);
+        areCooksObserved.store(!list->empty(), std::memory_order_relaxed);
         return std::exchange(observers, list);
     }
 };
@@ -62,7 +63,7 @@ void Remove(const std::shared_ptr<OxOpType::CookObserver>& observer) noexcept {
 
 std::shared_ptr<const CookObservers> CurrentCookObservers() {
     Registry& registry = GetRegistry();
-    if (!registry.hasObservers.load(std::memory_order_relaxed)) return nullptr;
+    if (!AreCooksObserved()) return nullptr;
     const std::lock_guard<std::mutex> guard(registry.lock);
     return registry.observers;
 }

@@ -219,9 +219,8 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
                                 std::uint32_t eviction) const {
     const MakingScope scope(&node);
     CountCook();
-    const std::shared_ptr<const CookObservers> observers = CurrentCookObservers();
-    LocationData result = observers ? computeObserved(*observers, node, path, eviction)
-                                    : computeWith<Cook>(node, path, eviction);
+    LocationData result = AreCooksObserved() ? computeObserved(node, path, eviction)
+                                             : computeWith<Cook>(node, path, eviction);
     LocationRecord* record = result.detachRecord();
     record->retain();
     return record;
@@ -239,18 +238,20 @@ LocationData OpNode::computeWith(LocationNode& node, const std::string& path,
     });
 }
 
-LocationData OpNode::computeObserved(const CookObservers& observers, LocationNode& node,
-                                     const std::string& path, std::uint32_t eviction) const {
+LocationData OpNode::computeObserved(LocationNode& node, const std::string& path,
+                                     std::uint32_t eviction) const {
+    const std::shared_ptr<const CookObservers> observers = CurrentCookObservers();
+    if (!observers) return computeWith<Cook>(node, path, eviction);
     const OxOpType::ObservedCook cook = observed(path);
-    for (const auto& observer : observers)
+    for (const auto& observer : *observers)
         observer->cookBegins(cook);
     try {
-        LocationData result = computeWith<WatchedCook>(node, path, eviction, cook, observers);
-        for (const auto& observer : observers)
+        LocationData result = computeWith<WatchedCook>(node, path, eviction, cook, *observers);
+        for (const auto& observer : *observers)
             observer->cookEnds(cook, result);
         return result;
     } catch (...) {
-        TellFailure(observers, cook);
+        TellFailure(*observers, cook);
         throw;
     }
 }

@@ -75,8 +75,7 @@ private:
     template <typename Context, typename... More>
     TellarRuntime::LocationData computeWith(LocationNode& node, const std::string& path,
                                             std::uint32_t eviction, More&... more) const;
-    TellarRuntime::LocationData computeObserved(const CookObservers& observers, LocationNode& node,
-                                                const std::string& path,
+    TellarRuntime::LocationData computeObserved(LocationNode& node, const std::string& path,
                                                 std::uint32_t eviction) const;
     OxOpType::ObservedCook observed(const std::string& path) const;
     /// WaitForCook, which observers are told of.
