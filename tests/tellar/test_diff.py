@@ -8,7 +8,7 @@ import json
 import signal
 import subprocess
 
-from tellar_test import TellarTest, main, static_scene, with_usual_signals
+from tellar_test import SMALL, TellarTest, main, static_scene, with_usual_signals
 
 POINTS = [[0, 0, 0], [1, 0, 0], [0, 1, 0], [0, 0, 1], [2, 0, 0], [0, 2, 0]]
 
@@ -245,12 +245,28 @@ class DiffTest(TellarTest):
         self.assertEqual((done.returncode, done.stderr),
                          (2, b"tellar: standard output: No space left on device\n"))
 
+    def forest(self, name, number, oaks):
+        """A scene of five locations an oak, each with the attribute n."""
+        scene = json.loads((self.examples / "million.json").read_text())
+        scene["ops"][0]["args"]["file"] = str(self.examples / "garden.gltf")
+        scene["ops"][1]["args"]["count"] = oaks
+        scene["ops"].append({"name": "numbers", "type": "AttributeEdit", "inputs": ["forest"],
+                             "args": {"paths": ["/root/**"], "set": {"n": number}}})
+        return self.write(name, scene)
+
+    def test_scenes_that_differ_everywhere_are_compared_to_the_end(self):
+        oaks = 300 if SMALL else 30000  # what is cooked is freed after 131,072 locations
+        one = self.forest("one.json", 1, oaks)
+        lines = self.diff(one, self.forest("other.json", 2, oaks)).splitlines()
+        changed = [line for line in lines if line.startswith("changed ")]
+        self.assertEqual(len(set(changed)), len(changed))
+        self.assertGreater(len(changed), 5 * oaks)
+        self.assertEqual(lines.count("        n: 1 -> 2 (int)"), len(changed))
+        self.assertEqual(lines[-1], f"0 removed, 0 added, {len(changed)} changed")
+
     def test_it_can_be_stopped(self):
-        forest = json.loads((self.examples / "million.json").read_text())
-        forest["ops"][0]["args"]["file"] = str(self.examples / "garden.gltf")
-        one = self.write("one.json", forest)
-        forest["ops"][1]["args"]["extent"] = [-2400, 2400, 0, 0, -2400, 2400]
-        other = self.write("other.json", forest)
+        one = self.forest("one.json", 1, 200000)
+        other = self.forest("other.json", 2, 200000)
         process = subprocess.Popen([self.program, "diff", one, other], stdout=subprocess.PIPE,
                                    stderr=subprocess.PIPE, env=self.environment,
                                    preexec_fn=with_usual_signals)

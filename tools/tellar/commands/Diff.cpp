@@ -34,6 +34,9 @@ constexpr const char* kExamples = R"(Examples:
   tellar diff old.glb new.glb --attrs xform --attrs 'geometry.point.*'
   git show HEAD:shot.json | tellar diff - shot.json --json)";
 
+/// The number of locations whose results are kept, so that scenes of any size can be compared.
+constexpr std::uint64_t kFreedTogether = 1 << 17;
+
 struct DiffOptions {
     std::string before;
     std::string after;
@@ -59,6 +62,12 @@ void CheckStart(const Scene& before, const Scene& after, const std::string& path
     static_cast<void>(after.at(path)); // throws, with a hint
 }
 
+/// Frees what has been cooked so far. Hardly any location is looked at twice.
+void FreeResults(const Scene& before, const Scene& after) {
+    static_cast<void>(before.getClient()->takeResults());
+    static_cast<void>(after.getClient()->takeResults());
+}
+
 DifferenceSummary PrintDifferences(const Scene& before, const Scene& after,
                                    const DiffOptions& options) {
     const StopSignals signals;
@@ -68,7 +77,7 @@ DifferenceSummary PrintDifferences(const Scene& before, const Scene& after,
                                        : MakeDifferenceText)({before.getPath(), after.getPath()});
     TELLAR::DifferenceOptions search = options.search;
     search.isCancelled = [&] {
-        ++visited;
+        if (++visited % kFreedTogether == 0) FreeResults(before, after);
         return signals.noted() != 0;
     };
     WriteOutput(printer->begin());
