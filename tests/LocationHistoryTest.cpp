@@ -104,6 +104,15 @@ TEST(LocationHistory, TellsWhichLocationsOfAMergeHaveLostAllValues) {
     EXPECT_THAT(StepsOf(history), ElementsAre("won made", "lost made", "m passed 0 not 1"));
 }
 
+TEST(LocationHistory, PrefersTheValueItselfToAnEqualOne) {
+    const auto history = HistoryOf(
+        Group({Scene("a", Location({{"p", Doubles({1, 2})}, {"q", Int(1)}})),
+               Scene("b", Location({{"p", Doubles({1, 2})}})), OpOf("m", "Merge", {}, {"a", "b"})}),
+        "/root/x", "p");
+    EXPECT_EQ(history.steps.at(0).op->getName(), "b");
+    EXPECT_EQ(history.steps.size(), 2u);
+}
+
 TEST(LocationHistory, TellsWhatEachInputOfAMergeContributesToAGroup) {
     const auto history =
         HistoryOf(Group({Scene("a", Location({{"g", Group({{"p", Int(1)}, {"q", Int(2)}})}})),
@@ -216,6 +225,16 @@ TEST(LocationHistory, TellsWhetherALocationWasInARemovedOne) {
     EXPECT_EQ(history.outcome, HistoryOutcome::Dropped);
     EXPECT_EQ(history.subject, "/root/x");
     EXPECT_FALSE(history.wasThereBefore);
+}
+
+TEST(LocationHistory, TellsOfTheInputsFromWhichALocationWasRemoved) {
+    const GroupAttribute atX = Group({{"at", Text("/root/x")}});
+    const auto history =
+        HistoryOf(Group({Scene("a", Location({})), OpOf("early", "TestDrop", atX, {"a"}),
+                         OpOf("late", "TestDrop", atX, {"early", "a", "a"})}),
+                  "/root/x");
+    EXPECT_THAT(StepsOf(history),
+                ElementsAre("a made", "early pruned from 0", "late pruned from 0 and 0"));
 }
 
 TEST(LocationHistory, LeavesOutInputsThatNeverHadALocationThatWasRemoved) {

@@ -16,6 +16,7 @@
 /// Further op types:
 ///     TestMove             presents the location "from" at "to" as well.
 ///     TestReadOther        reads the location "other", and sets "size" to a value of its own.
+///     TestDrop             passes its first input without the location "at".
 ///     TestNoChildren       passes its input without potential children.
 ///     TestReverseChildren  passes its input with the potential children in reverse.
 namespace TellarTest {
@@ -121,6 +122,10 @@ inline void CookTestReadOther(OxOpType::CookContext& context) {
     PassWithAttribute(context, "size", IntOf(TestArg(context, "size")));
 }
 
+inline void CookTestDrop(OxOpType::CookContext& context) {
+    if (context.path() != TextOf(TestArg(context, "at"))) context.pass(context.input(0));
+}
+
 inline void CookTestNoChildren(OxOpType::CookContext& context) {
     const TellarRuntime::LocationData data = context.input(0);
     if (data.doesLocationExist()) context.setAttrs(data.getAttrs());
@@ -138,6 +143,7 @@ inline void CookTestReverseChildren(OxOpType::CookContext& context) {
 inline bool RegisterHistoryOps() {
     OxOpType::RegisterOpType(new TestOp("TestMove", CookTestMove));
     OxOpType::RegisterOpType(new TestOp("TestReadOther", CookTestReadOther));
+    OxOpType::RegisterOpType(new TestOp("TestDrop", CookTestDrop));
     OxOpType::RegisterOpType(new TestOp("TestNoChildren", CookTestNoChildren));
     OxOpType::RegisterOpType(new TestOp("TestReverseChildren", CookTestReverseChildren));
     return true;
