@@ -215,3 +215,14 @@ TEST(XFormUtil, AnIntegerMatrixKeepsItsSamples) {
     ExpectNear(Apply(CalcTransformMatrixAtTime(xform, 0.5f).first, {1, 0, 0}), {2, 3.5, 0});
     EXPECT_EQ(CalcTransformMatrixAtExistingTimes(xform).first.getNumberOfTimeSamples(), 2);
 }
+
+TEST(XFormUtil, NamesTellHowManyValuesAStepNeeds) {
+    EXPECT_EQ(ValuesOfStep("translate"), 3);
+    EXPECT_EQ(ValuesOfStep("rotateX"), 4);
+    EXPECT_EQ(ValuesOfStep("scale2"), 3);
+    EXPECT_EQ(ValuesOfStep("shear"), 3);
+    EXPECT_EQ(ValuesOfStep("matrix"), 16);
+    EXPECT_EQ(ValuesOfStep("origin"), 0);
+    EXPECT_FALSE(ValuesOfStep("tranlate").has_value());
+    EXPECT_FALSE(ValuesOfStep("").has_value());
+}

@@ -92,6 +92,26 @@ TEST(CheckOps, AsksAnOpThatTwoOthersUseOnce) {
     EXPECT_THAT(graph.warnings(merge), ElementsAre("Transform: \"/root/x\" matches no location"));
 }
 
+TEST(CheckOps, TellsWhatWarningsAreAbout) {
+    using OxOpType::WarningKind;
+    Graph graph;
+    const GroupAttribute lamp = Location({{"textures", Group({{"a", Text("/no such file.png")}})}});
+    const Op lamps = graph.add("StaticScene", Location({}, {{"lamp", lamp}}));
+    const Op moved = graph.add("Transform", Paths({"/root/x"}), {lamps});
+    const GroupAttribute assignment =
+        Group({{"paths", Texts({"/root/lamp"})}, {"material", Text("/root/red")}});
+    const Op painted = graph.add("MaterialAssign", assignment, {moved});
+    const Op again = graph.add("MaterialAssign", assignment, {moved});
+    const Op merge = graph.add("Merge", GroupAttribute(), {painted, again});
+    graph.warnings(merge);
+    std::vector<WarningKind> kinds;
+    for (const OxOpType::Warning& warning : OxOpType::CheckOps(merge))
+        kinds.push_back(warning.kind);
+    EXPECT_THAT(kinds, ElementsAre(WarningKind::MissingFile, WarningKind::DeadGlob,
+                                   WarningKind::DeadAssignment, WarningKind::DeadAssignment,
+                                   WarningKind::HiddenInput));
+}
+
 TEST(MaterialAssign, WarnsOfAMaterialThatIsNotThere) {
     Graph graph;
     const Op scene = graph.add("StaticScene", SmallScene());
