@@ -1,6 +1,8 @@
 #ifndef TELLAR_TEST_CHECKSCENES_H
 #define TELLAR_TEST_CHECKSCENES_H
 
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -10,6 +12,8 @@
 
 /// Checks of small scenes.
 namespace TellarTest {
+
+using Names = std::vector<std::string>;
 
 inline TELLAR::CheckReport Check(const OxAttribute::GroupAttribute& ops,
                                  const TELLAR::CheckOptions& options = {}) {
@@ -39,6 +43,50 @@ inline std::vector<std::string> RulesOf(const TELLAR::CheckReport& report) {
     for (const TELLAR::CheckTotal& total : report.totals)
         rules.push_back(total.rule);
     return rules;
+}
+
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+inline OxAttribute::Attribute Floats(const std::vector<float>& values, int tupleSize = 3) {
+    return OxAttribute::FloatAttribute(values, tupleSize);
+}
+
+inline OxAttribute::Attribute Ints(const std::vector<std::int32_t>& values) {
+    return OxAttribute::IntAttribute(values, 1);
+}
+
+/// A material without anything to find.
+inline OxAttribute::Attribute Matte() {
+    return Group({{"surfaceShader", Text("matte")}});
+}
+
+/// Two triangles around the unit square, with more geometry.
+inline Children Square(const Children& geometry = {}) {
+    Children whole{{"point", Group({{"P", Floats({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0})}})},
+                   {"poly", Group({{"vertexList", Ints({0, 1, 2, 0, 2, 3})},
+                                   {"startIndex", Ints({0, 3, 6})}})}};
+    whole.insert(whole.end(), geometry.begin(), geometry.end());
+    return {{"type", Text("polymesh")}, {"material", Matte()}, {"geometry", Group(whole)}};
+}
+
+/// Values along a shape.
+inline OxAttribute::GroupAttribute Set(const char* scope, const char* type,
+                                       const OxAttribute::Attribute& value) {
+    return Group({{"scope", Text(scope)}, {"inputType", Text(type)}, {"value", value}});
+}
+
+/// The square with such values.
+inline Children WithSet(const char* name, const OxAttribute::GroupAttribute& set) {
+    return Square({{"arbitrary", Group({{name, set}})}});
+}
+
+/// A sphere with more attributes.
+inline Children Ball(double radius, const Children& more = {}) {
+    Children attrs{{"type", Text("sphere")},
+                   {"material", Matte()},
+                   {"geometry", Group({{"radius", OxAttribute::DoubleAttribute(radius)}})}};
+    attrs.insert(attrs.end(), more.begin(), more.end());
+    return attrs;
 }
 
 } // namespace TellarTest
