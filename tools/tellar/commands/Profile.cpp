@@ -97,7 +97,7 @@ TELLAR::ProfileLimits LimitsOf(const ProfileOptions& options) {
 
 /// The scene as it is profiled: for a picture, with what it needs.
 Scene OpenScene(const ProfileOptions& options) {
-    const Scene scene(options.scene);
+    Scene scene(options.scene);
     if (options.renderer.picture.empty()) return scene;
     const ReadyScene ready = MakeReady(WithChosen(scene, options.chosen),
                                        {options.frame.value_or(0)}, StudioUse::WhereDark);
