@@ -69,6 +69,19 @@ TEST(InheritedHistory, ShowsTheNearestValueEvenIfTheNextOneIsEqual) {
                 ElementsAre("/root/x seen", "/root hidden"));
 }
 
+TEST(InheritedHistory, NamesTheOpThatDeletedTheLocationsOwnValue) {
+    const GroupAttribute root = Group(
+        {{"a", Group({{"show", Int(1)}})}, {"c", Group({{"x", Location({{"show", Int(2)}})}})}});
+    const auto history =
+        TELLAR::GetLocationHistory(MakeClient(Group({{"a", OpEntry("StaticScene", root)},
+                                                     Edit("b", "a", "/root/x", {}, {"show"})})),
+                                   "/root/x", "show");
+    EXPECT_EQ(history.outcome, HistoryOutcome::Inherited);
+    ASSERT_TRUE(history.ownDeletedBy);
+    EXPECT_EQ(history.ownDeletedBy->getName(), "b");
+    EXPECT_FALSE(HistoryOfShow(Int(1), Int(2), {}).ownDeletedBy);
+}
+
 TEST(InheritedHistory, KnowsNoAncestorsOfALocation) {
     const auto history =
         TELLAR::GetLocationHistory(MakeClient(SceneTree(Location({{"a", Int(1)}}))), "/root");

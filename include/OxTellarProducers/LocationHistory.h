@@ -115,6 +115,9 @@ struct LocationHistory {
     OxAttribute::Attribute value;
     /// The location and its ancestors, as far as they have the attribute, nearest first.
     std::vector<HistoryAncestor> ancestors;
+    /// The Op that deleted the location's own value of an attribute that it inherits now; usually
+    /// null.
+    std::shared_ptr<TellarRuntime::Op> ownDeletedBy;
     /// The steps from the sources to the last Op. A step comes after those that it reads. Empty for
     /// what was never made, except for an attribute of a location that is there.
     std::vector<HistoryStep> steps;

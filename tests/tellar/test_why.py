@@ -156,6 +156,17 @@ wins over /root, which has "no"
         self.assertIn("\nmerged with /root, which has {far}\n",
                       self.why(scene, "/root/x/y", "--attr", "group"))
 
+    def test_tells_that_the_own_value_of_an_inherited_attribute_was_deleted(self):
+        scene = self.scene({"name": "a", "type": "StaticScene", "args": {
+            "a": {"show": "far"}, "c": {"x": {"a": {"show": "near"}}}}},
+            edit("b", "a", {}, delete=["show"]))
+        self.assertTrue(self.why(scene, X, "--attr", "show").startswith("""\
+/root/x  show = "far"
+inherited from /root, there made by "a" (StaticScene), s.json:2:1
+its own value was deleted by "b" (AttributeEdit), s.json:3:1
+"""))
+        self.assertEqual(self.json(scene, X, "--attr", "show")["ownDeletedBy"], "b")
+
     def test_types_and_transforms_of_ancestors_are_not_told(self):
         scene = self.scene({"name": "a", "type": "StaticScene", "args": {
             "a": {"type": "group", "xform": {"m": 1}, "geometry": {"p": 1}},

@@ -216,6 +216,11 @@ private:
         tell({HistorySubject::Location, {}});
     }
 
+    void lookForOwnValue(const HistorySubject& subject) {
+        const auto steps = WalkHistory(op, history.location, subject);
+        if (const auto deletion = FindDeletion(steps)) history.ownDeletedBy = steps[*deletion].op;
+    }
+
     void tellAttribute() {
         const HistorySubject subject{HistorySubject::Attribute, history.attribute};
         InheritedValue inherited = FindInherited(levels, history.attribute);
@@ -225,6 +230,7 @@ private:
             history.subject = history.ancestors.front().location;
             history.outcome = history.subject == history.location ? HistoryOutcome::Found
                                                                   : HistoryOutcome::Inherited;
+            if (history.outcome == HistoryOutcome::Inherited) lookForOwnValue(subject);
             tell(subject);
             return;
         }

@@ -21,9 +21,9 @@ using TellarInternal::Quoted;
 using Lines = std::vector<std::string>;
 
 /// '"tidy" (Prune), garden.json:13:5'.
-std::string OpText(const HistoryStep& step) {
-    const std::string place = PlaceOf(*step.op);
-    return Quoted(step.op->getName()) + " (" + step.op->getType() + ")" +
+std::string OpText(const TellarRuntime::Op& op) {
+    const std::string place = PlaceOf(op);
+    return Quoted(op.getName()) + " (" + op.getType() + ")" +
            (place.empty() ? place : ", " + place);
 }
 
@@ -38,7 +38,7 @@ std::string DecisionText(const LocationHistory& history) {
     std::string text = ActionWord(step->action);
     if (step->action == HistoryAction::Copied && !step->reads.empty())
         text += " from " + history.steps[step->reads.front().step].location;
-    return text + " by " + OpText(*step);
+    return text + " by " + OpText(*step->op);
 }
 
 void AddFound(const LocationHistory& history, Lines& lines) {
@@ -61,11 +61,13 @@ void AddFound(const LocationHistory& history, Lines& lines) {
 void AddInherited(const LocationHistory& history, Lines& lines) {
     lines.push_back(history.location + "  " + history.attribute + " = " + ShortText(history.value));
     lines.push_back("inherited from " + history.subject + ", there " + DecisionText(history));
+    if (history.ownDeletedBy)
+        lines.push_back("its own value was deleted by " + OpText(*history.ownDeletedBy));
 }
 
 void AddDropped(const LocationHistory& history, Lines& lines) {
     const HistoryStep* const step = DecisionOf(history);
-    const std::string by = step ? " by " + OpText(*step) : std::string();
+    const std::string by = step ? " by " + OpText(*step->op) : std::string();
     if (step && step->action == HistoryAction::Deleted) {
         lines.push_back(history.location + " has no attribute " + Quoted(history.attribute));
         lines.push_back("deleted" + by);
@@ -115,7 +117,7 @@ void AddUnnamed(const LocationHistory& history, Lines& lines) {
                                     : "it is no potential child of " + parent +
                                           ", so nobody who walks the scene comes there"));
     if (step)
-        lines.push_back("its name was taken from " + parent + " by " + OpText(*step));
+        lines.push_back("its name was taken from " + parent + " by " + OpText(*step->op));
     else if (!parent.empty())
         lines.push_back("never named: " + NoneOf(history) + " names it");
 }

@@ -150,6 +150,7 @@ std::string HistoryJson(const LocationHistory& history) {
         .add("subject", history.subject);
     if (isAboutValue) object.addJson("value", ValueJson(history.value));
     if (isAboutValue) object.addJson("ancestors", ListJson(history.ancestors, AncestorJson));
+    if (history.ownDeletedBy) object.add("ownDeletedBy", history.ownDeletedBy->getName());
     object.addJson("decidedBy", history.decidedBy ? Number(*history.decidedBy) : "null")
         .addJson("similar", JsonList(history.similar))
         .addJson("numberOfOps", Number(history.numberOfOps))
