@@ -141,6 +141,7 @@ TEST(TextureRules, TellAMissingFileOnce) {
     EXPECT_EQ(report.findings[0].location, "/root/a");
     EXPECT_EQ(report.findings[0].others, 1u);
     EXPECT_EQ(report.findings[0].attribute, "material.nodes.i.parameters.file");
+    EXPECT_EQ(report.findings[0].file, "/none/x.png");
 }
 
 TEST(TextureRules, FindTexturesOfNodesThatNothingUses) {

@@ -49,6 +49,7 @@ struct CheckFinding {
     std::string attribute; ///< dotted name; empty if the problem is none of one attribute
     std::string op;        ///< the name of the Op, if the problem is known to be one of an Op
     std::string opType;
+    std::string file; ///< the path of a file that is missing or at fault; empty for other problems
     std::string text; ///< one sentence, in UTF-8: what is wrong, and what to do
     /// How many other locations hold the same value with the same problem. They are not listed.
     std::uint64_t others = 0;

@@ -248,6 +248,14 @@ class FailuresTest(CheckTest):
         self.assertEqual((done.returncode, done.stderr), (0, b""))
         self.assertIn(b"no problems", done.stdout)
 
+    def test_a_missing_texture_of_an_import_is_a_finding_and_no_warning(self):
+        self.write("t.obj", "mtllib t.mtl\nv 0 0 0\nv 1 0 0\nv 0 1 0\nusemtl bark\nf 1 2 3\n")
+        self.write("t.mtl", "newmtl bark\nmap_Kd bark.png\n")
+        status, output, errors = self.run_tellar("check", "t.obj", "--json")
+        self.assertEqual((status, errors), (1, ""))
+        files = [(one["rule"], Path(one["file"]).name) for one in json.loads(output)["findings"]]
+        self.assertEqual(files, [("texture-missing", "bark.png")])
+
     def test_a_full_disk_is_an_error(self):
         self.write("scene.json", SOUND)
         with open("/dev/full", "wb") as full:

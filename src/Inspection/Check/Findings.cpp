@@ -65,7 +65,8 @@ void Findings::moveRule(std::size_t rule, Sorted& sorted) {
         sorted.emplace(std::move(key),
                        CheckFinding{about.name, about.severity, std::move(problem.location),
                                     std::move(problem.attribute), std::move(problem.op),
-                                    std::move(problem.opType), TextOf(problem.problem, about),
+                                    std::move(problem.opType), std::move(problem.file),
+                                    TextOf(problem.problem, about),
                                     found.isIncomplete ? 0 : entry.others});
     }
 }

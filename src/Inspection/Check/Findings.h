@@ -29,6 +29,7 @@ struct FoundProblem {
     std::string op;
     std::string opType;
     std::string problem;
+    std::string file = {};
 };
 
 /// The findings of a check. Of each rule it keeps the first ones in the order of the scene, and

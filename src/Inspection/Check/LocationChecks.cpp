@@ -242,14 +242,16 @@ void LocationChecks::reportError(const VisitedLocation& visited, const std::exce
     const ErrorFacts facts = FactsOf(error);
     if (facts.code == kOxErrorMemory) std::rethrow_exception(error);
     findings.add(Rule::CookError, visited.place, {}, [&] {
-        return FoundProblem{visited.getPath(), facts.attribute, facts.op, facts.opType, facts.text};
+        return FoundProblem{visited.getPath(), facts.attribute, facts.op,
+                            facts.opType,      facts.text,      facts.file};
     });
 }
 
 void LocationChecks::add(const VisitedLocation& visited, const Drafts& list, const Hash& content) {
     for (const Draft& draft : list.get())
         findings.add(draft.rule, visited.place, KeyOf(draft, content), [&] {
-            return FoundProblem{visited.getPath(), draft.attribute, {}, {}, draft.problem};
+            return FoundProblem{visited.getPath(), draft.attribute, {}, {},
+                                draft.problem,     draft.file};
         });
 }
 

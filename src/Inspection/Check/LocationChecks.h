@@ -50,8 +50,7 @@ private:
     void checkCamera(const Subject& subject);
 
     void reportError(const VisitedLocation& visited, const std::exception_ptr& error);
-    void add(const VisitedLocation& visited, const Drafts& list,
-             const OxAttribute::Hash& content);
+    void add(const VisitedLocation& visited, const Drafts& list, const OxAttribute::Hash& content);
     void addOne(const VisitedLocation& visited, Rule rule, const std::string& attribute,
                 const std::string& problem);
     template <typename Compute>

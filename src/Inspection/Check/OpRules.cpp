@@ -41,7 +41,7 @@ void CheckOpTypes(const std::shared_ptr<TellarRuntime::Op>& op, Findings& findin
         const OxAttribute::Hash key = KeyOf(warning);
         if (findings.has(Rule::TextureMissing, key)) continue;
         findings.add(RuleOf(warning.kind), {number++}, key, [&] {
-            return FoundProblem{{}, {}, warning.opName, warning.opType, warning.text};
+            return FoundProblem{{}, {}, warning.opName, warning.opType, warning.text, warning.file};
         });
     }
 }

@@ -12,7 +12,8 @@ using namespace OxAttribute;
 void CheckTextureFiles(const GroupAttribute& attrs, Drafts& drafts) {
     for (const TextureReference& texture : FindTextures(attrs))
         if (IsMissingTexture(texture.file))
-            drafts.add(Rule::TextureMissing, texture.attribute, MissingFileProblem(texture.file));
+            drafts.add(Rule::TextureMissing, texture.attribute, MissingFileProblem(texture.file),
+                       texture.file);
 }
 
 std::string MissingFileProblem(const std::string& file) {

@@ -25,6 +25,7 @@
 #include "SceneOptions.h"
 #include "SceneWarnings.h"
 #include "StopSignals.h"
+#include "Warnings.h"
 
 namespace TellarTool {
 
@@ -125,6 +126,13 @@ void Print(const CheckReport& report, const CheckCommand& command, const JunitSu
     if (!command.junit.empty() && !isJunitPrinted) WriteFile(command.junit, JunitOf(report, suite));
 }
 
+/// Prints what the library logged, except about files that the report names.
+void PrintWarnings(const CheckReport& report, SceneWarnings& warnings) {
+    for (const TELLAR::CheckFinding& finding : report.findings)
+        if (!finding.file.empty()) NoteMissingFile(finding.file);
+    warnings.finish();
+}
+
 void RunCheck(const CheckCommand& command) {
     if (command.listRules) return WriteOutput(command.json ? RulesJson() : RulesText());
     if (command.scene.empty()) throw CLI::RequiredError("SCENE");
@@ -138,7 +146,7 @@ void RunCheck(const CheckCommand& command) {
     const CheckReport report = Check(scene, command, rules);
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
     Print(report, command, {scene.getPath(), rules, seconds.count(), command.failOn});
-    warnings.finish();
+    PrintWarnings(report, warnings);
     if (IsAsBadAs(report, command.failOn)) throw ProblemsFound();
 }
 

@@ -59,6 +59,7 @@ std::string JsonOf(const CheckFinding& finding) {
         .addJson("op", JsonOrNull(finding.op))
         .addJson("opType", JsonOrNull(finding.opType))
         .addJson("place", JsonOrNull(finding.op.empty() ? std::string() : PlaceOfOp(finding.op)))
+        .addJson("file", JsonOrNull(finding.file))
         .add("text", finding.text)
         .addJson("others", std::to_string(finding.others))
         .line();
