@@ -83,6 +83,7 @@ std::string ReadJson(const HistoryRead& read) {
 template <typename Values, typename Write>
 std::string ListJson(const Values& values, Write write) {
     std::vector<std::string> texts;
+    texts.reserve(values.size());
     for (const auto& value : values)
         texts.push_back(write(value));
     return JsonArray(texts);
