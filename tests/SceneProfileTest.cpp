@@ -24,9 +24,7 @@ using TELLAR::CookProfiler;
 using TELLAR::CookTotals;
 using TELLAR::ProfiledCall;
 using TELLAR::ProfiledEvent;
-using TELLAR::ProfiledLocation;
 using TELLAR::SceneProfile;
-using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr double kRounding = 1e-9;
