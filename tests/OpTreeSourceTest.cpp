@@ -173,6 +173,29 @@ TEST(OpTreeAttributeSource, KeepsItsDescriptionAfterTheCallersIsGone) {
 
 // All sources -------------------------------------------------------------------------------------
 
+TEST(OpTreeAttributeSource, GivesItsOpsTheirPlaces) {
+    const GroupAttribute description =
+        Group({{"a", OpEntry("StaticScene")}, {"b", OpEntry("Prune", {}, {"a"})}});
+    const auto source =
+        OpTreeSource::createFromGroupAttribute(description, {{"a", "x.json:2:5"}, {"c", "other"}});
+    const auto runtime = TellarRuntime::create();
+    const auto last = source.getOp(runtime->createTransaction());
+    EXPECT_EQ(last->getPlace(), "");
+    EXPECT_EQ(last->getInputs().front()->getPlace(), "x.json:2:5");
+}
+
+TEST(OpTreeAttributeSource, WithOtherPlacesIsAnotherSource) {
+    const GroupAttribute description = SceneTree(Location({{"name", Text("placed")}}));
+    const auto hashOf = [&description](const TELLAR::OpPlaces& places) {
+        return OpTreeAttributeSource(description, places).getHash();
+    };
+    EXPECT_EQ(hashOf({}), OpTreeAttributeSource(description).getHash());
+    EXPECT_NE(hashOf({{"scene", "a.json:1:1"}}), hashOf({}));
+    EXPECT_NE(hashOf({{"scene", "a.json:1:1"}}), hashOf({{"scene", "b.json:1:1"}}));
+    EXPECT_EQ(hashOf({{"scene", "a.json:1:1"}, {"x", "y"}}),
+              hashOf({{"x", "y"}, {"scene", "a.json:1:1"}}));
+}
+
 /// A source that is nothing but its hash.
 class BareSource : public AbstractOpTreeSource {
 public:

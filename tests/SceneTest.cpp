@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <string>
@@ -52,6 +53,69 @@ ErrorFacts OpenFailure(const std::string& path) {
     }
     ADD_FAILURE() << path << " was opened";
     return {};
+}
+
+/// The facts of cooking the scene's root, which has to fail.
+ErrorFacts RootFailure(const Scene& scene) {
+    try {
+        scene.getRoot();
+    } catch (const TellarError& error) {
+        return error.getFacts();
+    }
+    ADD_FAILURE() << "the root was cooked";
+    return {};
+}
+
+std::string WriteText(const TempDirectory& folder, const std::string& name,
+                      const std::string& text) {
+    std::ofstream(folder.path(name)) << text;
+    return folder.path(name);
+}
+
+constexpr const char* kFailingText = R"({"ops": [
+  {"name": "maker", "type": "NoSuchType"},
+  {"name": "out", "type": "Prune", "args": {"paths": ["/root/a"]}, "inputs": ["maker"]}
+]})";
+
+TEST(SceneErrors, BeginWithTheLineOfTheOp) {
+    const TempDirectory folder;
+    const std::string path = WriteText(folder, "a.json", kFailingText);
+    const ErrorFacts facts = RootFailure(*Scene::Open(path));
+    EXPECT_EQ(facts.opPlace, path + ":2:3");
+    EXPECT_THAT(facts.text, StartsWith(path + ":2:3: Op \"maker\" (NoSuchType) at \"/root\": "));
+}
+
+TEST(SceneErrors, BeginWithTheFileOfAnOpThatIsNotInAText) {
+    const TempDirectory folder;
+    const GroupAttribute ops = Group({{"maker", OpEntry("NoSuchType")}});
+    const std::string path = WriteOps(folder, "a.oxop", ops);
+    EXPECT_EQ(RootFailure(*Scene::Open(path)).opPlace, path);
+    EXPECT_EQ(RootFailure(*Scene::FromDescription(ops)).opPlace, "");
+}
+
+TEST(SceneErrors, NameThePlaceInTheFileThatWasOpened) {
+    const TempDirectory folder;
+    const std::string first = WriteText(folder, "a.json", kFailingText);
+    const std::string second = WriteText(folder, "b.json", std::string("\n") + kFailingText);
+    const auto a = Scene::Open(first);
+    const auto b = Scene::Open(second);
+    EXPECT_EQ(RootFailure(*a).opPlace, first + ":2:3");
+    EXPECT_EQ(RootFailure(*b).opPlace, second + ":3:3");
+}
+
+TEST(SceneErrors, KeepThePlaceOfAnOpThatWasEdited) {
+    const TempDirectory folder;
+    const std::string path = WriteText(folder, "a.json", kFailingText);
+    const auto scene = Scene::Open(path);
+    auto edit = scene->edit();
+    edit.setOpType("maker", "StaticScene");
+    edit.setOpArg("out", "paths", OxAttribute::IntAttribute(1));
+    try {
+        edit.commit();
+        FAIL() << "the wrong argument was taken";
+    } catch (const TellarError& error) {
+        EXPECT_EQ(error.getFacts().opPlace, path + ":3:3");
+    }
 }
 
 TEST(Scene, OpensACapture) {

@@ -8,6 +8,7 @@
 
 #include <OxTellarProducers/Export.h>
 #include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarProducers/OpTreeSource.h>
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
@@ -41,6 +42,10 @@ CreateThreadAwareGeometryProducer(const std::string& opTreeFile, const std::stri
 TELLAR_API boost::intrusive_ptr<GeometryProducer>
 CreateThreadAwareGeometryProducer(const OxAttribute::GroupAttribute& opTreeDescription,
                                   const std::string& locationPath);
+
+/// The same from any source.
+TELLAR_API boost::intrusive_ptr<GeometryProducer>
+CreateThreadAwareGeometryProducer(const OpTreeSource& source, const std::string& locationPath);
 
 /// A fixed scene without a runtime: `group` is the location's description {"a": its attributes,
 /// "c": its children by name, each again such a group}. The parent is taken as given. Null for

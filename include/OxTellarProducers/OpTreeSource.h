@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <unordered_map>
 
 #include <boost/shared_ptr.hpp>
 
@@ -12,6 +13,10 @@
 #include <OxTellarSDK/TellarRuntime.h>
 
 namespace TELLAR {
+
+/// Where the text stands that describes each op, by the name of the op: "scene.json:14:5", or a
+/// file alone. Ops that are not in it have no place.
+using OpPlaces = std::unordered_map<std::string, std::string>;
 
 /// A source of an op graph. Immutable: const members may be called from several threads at once,
 /// each with a transaction of its own.
@@ -69,6 +74,11 @@ private:
 class TELLAR_API OpTreeAttributeSource : public AbstractOpTreeSource {
 public:
     explicit OpTreeAttributeSource(const OxAttribute::GroupAttribute& opTreeDescription);
+    /// The Ops get these places, with which their errors begin. They are part of the source's
+    /// identity, unless there are none, and of no op's: sources with other places share results,
+    /// and no clients.
+    OpTreeAttributeSource(const OxAttribute::GroupAttribute& opTreeDescription,
+                          const OpPlaces& places);
 
     /// "Invalid GroupAttribute provided." An empty group is valid.
     bool isValid(std::string* error) const override;
@@ -81,6 +91,7 @@ public:
 
 private:
     const OxAttribute::GroupAttribute description;
+    const OpPlaces places;
 };
 
 /// A copyable handle that shares one source; a key for ordered containers. Copies may be made and
@@ -90,6 +101,8 @@ public:
     /// Never fails; ask isValid.
     static OpTreeSource createFromFile(const std::string& filename);
     static OpTreeSource createFromGroupAttribute(const OxAttribute::GroupAttribute& description);
+    static OpTreeSource createFromGroupAttribute(const OxAttribute::GroupAttribute& description,
+                                                 const OpPlaces& places);
 
     OpTreeSource(const OpTreeSource& other);
     OpTreeSource& operator=(const OpTreeSource& other);

@@ -7,6 +7,7 @@
 
 #include <OxTellarProducers/Export.h>
 #include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarProducers/OpTreeSource.h>
 #include <OxTellarProducers/SceneEdit.h>
 #include <OxTellarProducers/SceneSubscription.h>
 #include <OxTellarSDK/Attribute.h>
@@ -37,6 +38,10 @@ public:
 
     /// The same for an op-tree description (see OpTreeAttributeSource).
     static std::shared_ptr<Scene> FromDescription(const OxAttribute::GroupAttribute& description);
+    /// The same for ops whose places in a text are known. Errors about an op begin with its place,
+    /// also when an edit has changed the op.
+    static std::shared_ptr<Scene> FromDescription(const OxAttribute::GroupAttribute& description,
+                                                  const OpPlaces& places);
 
     /// "/root" of the newest revision; null when it does not exist. Throws what cooking it throws.
     GeometryProducer::Ptr getRoot() const;

@@ -24,7 +24,9 @@ struct SceneDescription {
     SceneKind kind = SceneKind::SceneFile;
     /// The op tree, as OpTreeAttributeSource takes it. It has at least one op.
     OxAttribute::GroupAttribute ops;
-    /// Filled for JSON only.
+    /// The place of every op: the line and column for JSON, otherwise the name of the file. Empty
+    /// for a scene file, which the errors about its op name already. The rest is filled for JSON
+    /// only.
     OxAttribute::DescriptionText text;
 };
 

@@ -1,5 +1,6 @@
 #include <OxTellarProducers/OpTreeSource.h>
 
+#include <algorithm>
 #include <exception>
 #include <filesystem>
 #include <string_view>
@@ -41,6 +42,19 @@ std::uint64_t HashCharacters(const std::string& text) {
     return hash;
 }
 
+/// Without places, the first word of the description's hash.
+std::uint64_t IdentityOf(const GroupAttribute& description, const OpPlaces& places) {
+    if (places.empty()) return description.getHash().uint64();
+    std::vector<GroupAttribute::Child> parts;
+    for (const auto& [op, place] : places)
+        parts.emplace_back(op, StringAttribute(place));
+    std::sort(parts.begin(), parts.end(),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
+    return GroupAttribute({{"ops", description}, {"places", GroupAttribute(parts, true)}}, true)
+        .getHash()
+        .uint64();
+}
+
 } // namespace
 
 AbstractOpTreeSource::~AbstractOpTreeSource() = default;
@@ -56,6 +70,11 @@ OpTreeSource OpTreeSource::createFromFile(const std::string& filename) {
 
 OpTreeSource OpTreeSource::createFromGroupAttribute(const GroupAttribute& description) {
     return OpTreeSource(new OpTreeAttributeSource(description));
+}
+
+OpTreeSource OpTreeSource::createFromGroupAttribute(const GroupAttribute& description,
+                                                    const OpPlaces& places) {
+    return OpTreeSource(new OpTreeAttributeSource(description, places));
 }
 
 bool OpTreeSource::operator<(const OpTreeSource& other) const {
@@ -99,7 +118,12 @@ std::string OpTreeFileSource::describe() const {
 }
 
 OpTreeAttributeSource::OpTreeAttributeSource(const GroupAttribute& opTreeDescription)
-    : AbstractOpTreeSource(opTreeDescription.getHash().uint64()), description(opTreeDescription) {}
+    : OpTreeAttributeSource(opTreeDescription, OpPlaces()) {}
+
+OpTreeAttributeSource::OpTreeAttributeSource(const GroupAttribute& opTreeDescription,
+                                             const OpPlaces& places)
+    : AbstractOpTreeSource(IdentityOf(opTreeDescription, places)), description(opTreeDescription),
+      places(places) {}
 
 bool OpTreeAttributeSource::isValid(std::string* error) const {
     return description.isValid() || Refuse(error, "Invalid GroupAttribute provided.");
@@ -114,7 +138,10 @@ Op OpTreeAttributeSource::getOp(const Transaction& transaction) const {
         transaction->setOpArgs(ops.back(),
                                StringAttribute(entry.getChildByName("opType")).getValue("", false),
                                GroupAttribute(entry.getChildByName("opArgs")));
-        transaction->setOpName(ops.back(), description.getChildName(i));
+        const std::string name = description.getChildName(i);
+        transaction->setOpName(ops.back(), name);
+        const auto place = places.find(name);
+        if (place != places.end()) transaction->setOpPlace(ops.back(), place->second);
     }
     // Inputs are set when all Ops exist, because an Op may name a later one.
     for (std::size_t i = 0; i < ops.size(); ++i) {

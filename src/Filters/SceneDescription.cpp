@@ -122,6 +122,9 @@ SceneDescription ReadSceneDescription(FileStream& file, const std::string& name)
     scene.ops = ReadOps(file, scene.kind, name, scene.text);
     const std::string defect = OpTreeDefect(scene.ops);
     if (!defect.empty()) Refuse(name, defect);
+    if (scene.kind != SceneKind::SceneFile)
+        for (std::int64_t i = 0; i < scene.ops.getNumberOfChildren(); ++i)
+            scene.text.places.emplace(scene.ops.getChildName(i), name); // keeps lines
     return scene;
 }
 

@@ -44,20 +44,6 @@ Ptr CreateDownTo(const std::string& path, NextTree nextTree) {
     return producer;
 }
 
-/// Every location gets a thread-local client of its own, made from the location asked for up;
-/// then the locations are cooked from the topmost one down.
-Ptr CreateThreadAware(const OpTreeSource& source, const std::string& path) {
-    if (!IsAbsolute(path)) return nullptr;
-    std::vector<ProducerTree::Ptr> trees;
-    for (std::size_t end = path.size(); end != 0; end = path.rfind('/', end - 1))
-        trees.push_back(MakeThreadAwareTree(boost::make_shared<ThreadLocalClient>(source)));
-    return CreateDownTo(path, [&trees] {
-        ProducerTree::Ptr tree = std::move(trees.back());
-        trees.pop_back();
-        return tree;
-    });
-}
-
 } // namespace
 
 Ptr CreateSyncGeometryProducer(const Client& client, const std::string& locationPath) {
@@ -70,15 +56,30 @@ Ptr CreateAsyncGeometryProducer(const Client& client, const std::string& locatio
     return CreateDownTo(locationPath, [tree = MakeAsyncTree(client)] { return tree; });
 }
 
+/// Every location gets a thread-local client of its own, made from the location asked for up;
+/// then the locations are cooked from the topmost one down.
+Ptr CreateThreadAwareGeometryProducer(const OpTreeSource& source, const std::string& locationPath) {
+    if (!IsAbsolute(locationPath)) return nullptr;
+    std::vector<ProducerTree::Ptr> trees;
+    for (std::size_t end = locationPath.size(); end != 0; end = locationPath.rfind('/', end - 1))
+        trees.push_back(MakeThreadAwareTree(boost::make_shared<ThreadLocalClient>(source)));
+    return CreateDownTo(locationPath, [&trees] {
+        ProducerTree::Ptr tree = std::move(trees.back());
+        trees.pop_back();
+        return tree;
+    });
+}
+
 Ptr CreateThreadAwareGeometryProducer(const std::string& opTreeFile,
                                       const std::string& locationPath) {
-    return CreateThreadAware(OpTreeSource::createFromFile(opTreeFile), locationPath);
+    return CreateThreadAwareGeometryProducer(OpTreeSource::createFromFile(opTreeFile),
+                                             locationPath);
 }
 
 Ptr CreateThreadAwareGeometryProducer(const OxAttribute::GroupAttribute& opTreeDescription,
                                       const std::string& locationPath) {
-    return CreateThreadAware(OpTreeSource::createFromGroupAttribute(opTreeDescription),
-                             locationPath);
+    return CreateThreadAwareGeometryProducer(
+        OpTreeSource::createFromGroupAttribute(opTreeDescription), locationPath);
 }
 
 Ptr CreateStaticGeometryProducer(const std::string& locationPath,

@@ -20,6 +20,7 @@ namespace TELLAR {
 
 struct OpDrafts::Draft {
     std::string name;
+    std::string place; // in a text; empty if it is not known
     std::string type;
     GroupAttribute args;
     std::vector<std::string> inputs;
@@ -51,11 +52,13 @@ std::string Quoted(const std::string& name) {
 
 } // namespace
 
-OpDrafts::OpDrafts(const GroupAttribute& description) {
+OpDrafts::OpDrafts(const GroupAttribute& description, const OpPlaces& places) {
     for (std::int64_t i = 0; i < description.getNumberOfChildren(); ++i) {
         const GroupAttribute entry(description.getChildByIndex(i));
         auto draft = std::make_unique<Draft>();
         draft->name = description.getChildName(i);
+        const auto place = places.find(draft->name);
+        if (place != places.end()) draft->place = place->second;
         draft->type = StringAttribute(entry.getChildByName("opType")).getValue("", false);
         draft->args = GroupAttribute(entry.getChildByName("opArgs"));
         const StringAttribute inputs(entry.getChildByName("opInputs"));
@@ -70,6 +73,7 @@ OpDrafts::OpDrafts(const SceneRevision& base) : terminal(base.terminal) {
     for (const auto& op : base.ops) {
         auto draft = std::make_unique<Draft>();
         draft->name = op->name;
+        draft->place = op->op->getPlace();
         draft->type = op->op->getType();
         draft->args = op->op->getArgs();
         draft->inputs = op->inputs;
@@ -191,6 +195,7 @@ void OpDrafts::makeOps(TellarRuntime::Transaction& transaction) {
         }
         draft->op = transaction.createOp();
         transaction.setOpName(draft->op, draft->name);
+        transaction.setOpPlace(draft->op, draft->place);
         transaction.setOpArgs(draft->op, draft->type, draft->args);
     }
     for (const auto& draft : drafts) {

@@ -7,6 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include <OxTellarProducers/OpTreeSource.h>
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
@@ -19,7 +20,7 @@ namespace TELLAR {
 class OpDrafts {
 public:
     /// The ops of a new scene. Inputs that name no op are missing inputs.
-    explicit OpDrafts(const OxAttribute::GroupAttribute& description);
+    OpDrafts(const OxAttribute::GroupAttribute& description, const OpPlaces& places);
     /// The ops of a revision, to be edited.
     explicit OpDrafts(const SceneRevision& base);
     ~OpDrafts();

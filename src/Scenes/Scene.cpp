@@ -52,8 +52,8 @@ Scene::~Scene() = default;
 std::shared_ptr<Scene> Scene::Open(const std::string& path) {
     const SceneDescription description = ReadSceneDescription(path);
     const bool isModel = description.kind == SceneKind::SceneFile;
-    std::shared_ptr<Scene> scene =
-        FromDescription(isModel ? WithVersion(description.ops, path) : description.ops);
+    std::shared_ptr<Scene> scene = FromDescription(
+        isModel ? WithVersion(description.ops, path) : description.ops, description.text.places);
     // SceneImport reads the file when it cooks the location below the root, and CapturedScene when
     // it cooks the root. After that the file need not be there any more, and a bad one was refused.
     if (isModel) scene->getRoot()->getFirstChild(false);
@@ -62,10 +62,15 @@ std::shared_ptr<Scene> Scene::Open(const std::string& path) {
 }
 
 std::shared_ptr<Scene> Scene::FromDescription(const GroupAttribute& description) {
+    return FromDescription(description, OpPlaces());
+}
+
+std::shared_ptr<Scene> Scene::FromDescription(const GroupAttribute& description,
+                                              const OpPlaces& places) {
     const std::string defect = OpTreeDefect(description);
     if (!defect.empty())
         throw TellarError(kOxErrorBadCall, "The scene cannot be opened: " + defect);
-    std::shared_ptr<const SceneRevision> first = OpDrafts(description).build();
+    std::shared_ptr<const SceneRevision> first = OpDrafts(description, places).build();
     RecordUsage(*first->client->getRuntime());
     return std::shared_ptr<Scene>(new Scene(std::make_shared<SceneRevisions>(std::move(first))));
 }

@@ -12,7 +12,6 @@
 #include <OxTellarSDK/PluginManager.h>
 
 #include "NoMemory.h"
-#include "OpPlaces.h"
 #include "Output.h"
 #include "Process.h"
 #include "StopSignals.h"
@@ -146,7 +145,7 @@ int Main(int argc, char** argv) {
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        return Fail(Explain(WithPlace(error.what())));
+        return Fail(Explain(error.what()));
     }
 }
 

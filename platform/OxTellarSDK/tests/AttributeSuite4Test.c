@@ -178,6 +178,8 @@ int checkErrorsOfAPlugin(const OxAttributeSuite_v4* suite) {
     CHECK(strcmp(facts.location, "") == 0 && strcmp(facts.attribute, "") == 0);
     CHECK(strcmp(facts.file, "") == 0);
     suite->getErrorFacts(error, NULL);
+    CHECK(strcmp(suite->getErrorPlace(error), "") == 0);
+    CHECK(strcmp(suite->getErrorPlace(NULL), "") == 0);
     suite->releaseError(error);
     return 0;
 }

@@ -125,6 +125,46 @@ TEST(CookErrorFacts, TellTheOpThatFailedAndNotThoseAboveIt) {
     EXPECT_EQ(FactsFrom([&] { client->cookLocation("/root"); }).op, "deep");
 }
 
+TEST(CookErrorFacts, TellThePlaceOfTheOpAndBeginWithIt) {
+    Graph graph;
+    const Op unknown = graph.op("NoSuchType", {}, {}, "maker");
+    graph.transaction->setOpPlace(unknown, "scene.json:14:5");
+    const Client client = graph.commit(unknown);
+    EXPECT_EQ(unknown->getPlace(), "scene.json:14:5");
+    const ErrorFacts facts = FactsFrom([&] { client->cookLocation("/root/a"); });
+    EXPECT_EQ(facts.opPlace, "scene.json:14:5");
+    EXPECT_EQ(facts.text,
+              "scene.json:14:5: Op \"maker\" (NoSuchType) at \"/root/a\": there is no op "
+              "type of this name");
+    EXPECT_EQ(CookFacts("NoSuchType").opPlace, "");
+}
+
+TEST(CookErrorFacts, TellThePlaceOfTheOpThatWasAskedAndNotOfAnEqualOne) {
+    static const std::string kType = Register("TestFactsPlaces", [](CookContext& context) {
+        if (context.path() == "/root/bad") throw std::runtime_error("why");
+        context.setAttrs(GroupAttribute(true));
+    });
+    const auto open = [](const std::string& place) {
+        Graph graph;
+        const Op maker = graph.op(kType, {}, {}, "maker");
+        graph.transaction->setOpPlace(maker, place);
+        return graph.commit(graph.chain(maker, 2));
+    };
+    const Client first = open("a.json:1:1");
+    const Client second = open("b.json:2:2");
+    EXPECT_EQ(first->getOp()->getIdentity(), second->getOp()->getIdentity());
+    const auto placeOf = [](const Client& client) {
+        return FactsFrom([&] { client->cookLocation("/root/bad"); }).opPlace;
+    };
+    EXPECT_EQ(placeOf(first), "a.json:1:1");
+    EXPECT_EQ(placeOf(second), "b.json:2:2");
+    EXPECT_EQ(placeOf(first), "a.json:1:1");
+    first->cookLocation("/root/good");
+    const std::uint64_t cooks = TellarRuntime::getNumberOfCooks();
+    second->cookLocation("/root/good");
+    EXPECT_EQ(TellarRuntime::getNumberOfCooks(), cooks);
+}
+
 TEST(PrepareErrors, NameTheOpAndNoLocation) {
     Graph graph;
     const Op unknown = graph.op("NoSuchType", {}, {}, "maker");

@@ -95,7 +95,8 @@ struct SuiteTable<OxAttributeSuite_v4> {
                                               TELLAR_TABLE_SLOT(Table, createGroup),
                                               TELLAR_TABLE_SLOT(Table, getXml),
                                               TELLAR_TABLE_SLOT(Table, createSamples),
-                                              TELLAR_TABLE_SLOT(Table, withChild)};
+                                              TELLAR_TABLE_SLOT(Table, withChild),
+                                              TELLAR_TABLE_SLOT(Table, getErrorPlace)};
 };
 
 template <>

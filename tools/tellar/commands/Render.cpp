@@ -106,16 +106,21 @@ Scene OpenScene(const RenderOptions& options, const std::vector<Picture>& pictur
     return WithName(ready.scene);
 }
 
-/// Draws the pictures, and records what the renderer is told if the user asks for that.
-void Draw(const Scene& scene, const std::vector<Picture>& pictures, const RenderOptions& options,
-          const Renderer& renderer) {
+/// Draws the pictures, and records what the renderer is told if the user asks for that. Returns the
+/// number of locations that could not be cooked.
+std::size_t Draw(const Scene& scene, const std::vector<Picture>& pictures,
+                 const RenderOptions& options, const Renderer& renderer) {
     Drawing drawing{renderer, options.renderer.isVerbose, options.threads};
+    drawing.isStrict = options.isStrict;
+    drawing.scene = scene.getClient()->getOp()->getIdentity();
     if (options.capture.path.empty()) return DrawPictures(drawing, scene.at("/root"), pictures);
     const RenderCapture capture(options.capture);
-    const auto recorded = capture.open(scene.getDescription());
+    const auto recorded = capture.open(scene);
     drawing.onBegin = [&](std::size_t index) { capture.begin(index, pictures[index], drawing); };
-    DrawPictures(drawing, recorded->getRoot(), pictures);
+    drawing.scene = recorded->getIdentity();
+    const std::size_t failed = DrawPictures(drawing, recorded->getRoot(), pictures);
     capture.finish();
+    return failed;
 }
 
 void RunRender(const RenderOptions& options) {
@@ -129,7 +134,10 @@ void RunRender(const RenderOptions& options) {
     SetUpPluginHost();
     AddRendererFolder();
     const Renderer renderer(options.renderer.renderer);
-    const auto draw = [&](const Scene& scene) { Draw(scene, pictures, options, renderer); };
+    std::size_t failed = 0;
+    const auto draw = [&](const Scene& scene) {
+        failed = Draw(scene, pictures, options, renderer);
+    };
     const auto open = [&](const ImportVersions& versions) {
         return OpenScene(options, pictures, versions);
     };
@@ -138,6 +146,7 @@ void RunRender(const RenderOptions& options) {
     else
         draw(open({}));
     EndIfStrict(options.isStrict);
+    if (failed > 0 && !options.isWatching) throw ProblemsFound();
 }
 
 void AddTimeOptions(CLI::App& command, RenderOptions& options) {

@@ -85,15 +85,19 @@ void RunReplay(const ReplayOptions& options) {
                                   : std::string();
     const auto scene =
         TELLAR::Scene::FromDescription(OxCapture::DescribeCapture(options.capture, true, files));
-    const Drawing drawing{renderer, options.renderer.isVerbose,
-                          options.threads > 0 ? options.threads : renders.front().threads};
+    Drawing drawing{renderer, options.renderer.isVerbose,
+                    options.threads > 0 ? options.threads : renders.front().threads};
+    drawing.scene = scene->getIdentity();
+    std::size_t failed = 0;
     try {
-        DrawPictures(drawing, scene->getRoot(), PicturesOf(renders, options.renderer.picture));
+        failed =
+            DrawPictures(drawing, scene->getRoot(), PicturesOf(renders, options.renderer.picture));
     } catch (const std::runtime_error&) {
         if (const auto missing = MissingAnswers(*capture)) throw *missing;
         throw;
     }
     if (const auto missing = MissingAnswers(*capture)) throw *missing;
+    if (failed > 0) throw ProblemsFound();
 }
 
 } // namespace

@@ -7,7 +7,6 @@
 
 #include "AttributeText.h"
 #include "NumberText.h"
-#include "OpPlaces.h"
 #include "PrintableText.h"
 #include "ValueText.h"
 
@@ -113,7 +112,7 @@ bool IsAboutAttribute(const TELLAR::LocationHistory& history) {
 }
 
 std::string PlaceOf(const TellarRuntime::Op& op) {
-    return PlaceOfOp(op.getName());
+    return op.getPlace();
 }
 
 std::string ShortText(const Attribute& value) {

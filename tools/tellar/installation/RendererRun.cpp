@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -55,7 +56,7 @@ public:
             static_cast<Listener*>(user)->pictures.push_back(Text(path));
         };
         functions.isCancelled = [](void* user) {
-            return WishAfter(static_cast<const Listener*>(user)->stopSignals.noted());
+            return static_cast<const Listener*>(user)->getWish();
         };
         functions.user = this;
         return functions;
@@ -65,6 +66,7 @@ public:
     void begin(const RendererTask& newTask, std::size_t index, std::size_t count) {
         pictures.clear();
         error.reset();
+        failure = newTask.failure;
         const std::lock_guard<std::mutex> guard(lock);
         task = newTask.name;
         tasksBefore = double(index);
@@ -82,6 +84,11 @@ public:
     void interrupt(const std::function<void()>& write) { progress.interrupt(write); }
 
 private:
+    int getWish() const {
+        if (failure && failure()) return kOxRenderCancel;
+        return WishAfter(stopSignals.noted());
+    }
+
     std::string progressLine(double seconds) {
         const std::lock_guard<std::mutex> guard(lock);
         const std::string between = task.empty() || what.empty() ? "" : ": ";
@@ -117,6 +124,7 @@ private:
     const StopSignals stopSignals;
     std::vector<std::string> pictures;
     std::optional<std::string> error;
+    std::function<std::optional<std::string>()> failure; // does not change while a task is done
     std::mutex lock;
     double fraction = 0; // done part of the task; guarded by lock, as are the next ones
     std::string what;
@@ -156,6 +164,8 @@ void RunRenderer(const std::string& renderer, bool isVerbose,
     for (std::size_t i = 0; i < tasks.size(); ++i) {
         listener.begin(tasks[i], i, tasks.size());
         const int status = tasks[i].work(listener.getFunctions());
+        if (tasks[i].failure)
+            if (const auto failure = tasks[i].failure()) throw std::runtime_error(*failure);
         listener.interrupt([&] {
             for (const std::string& picture : listener.getPictures())
                 tasks[i].deliver(picture);

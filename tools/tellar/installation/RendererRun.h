@@ -2,6 +2,7 @@
 #define TELLAR_TOOL_RENDERERRUN_H
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,9 @@ struct RendererTask {
     std::string name;
     /// Calls the renderer with the listener and returns its OxRenderStatus.
     std::function<int(const OxRenderListener_v1& listener)> work;
+    /// Asked by any thread while the work goes on, and once more after it. A text cancels the work,
+    /// of which no picture is delivered, and is the error. May be empty.
+    std::function<std::optional<std::string>()> failure = nullptr;
     /// Called with the path of each picture of the task once the work has returned.
     std::function<void(const std::string& picture)> deliver = PrintPicturePath;
 };
@@ -28,7 +32,7 @@ struct RendererTask {
 /// is the last one.
 ///
 /// Throws Stopped when the renderer has stopped for a signal, and std::runtime_error with the
-/// renderer's last error when it has failed.
+/// renderer's last error when it has failed, or with the text of RendererTask::failure.
 void RunRenderer(const std::string& renderer, bool isVerbose,
                  const std::vector<RendererTask>& tasks);
 

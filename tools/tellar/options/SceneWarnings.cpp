@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <OxTellarSDK/OpCheck.h>
 
-#include "OpPlaces.h"
 #include "Output.h"
 #include "ProblemsFound.h"
 #include "Process.h"
@@ -17,7 +16,7 @@ constexpr const char* kPluginLogger = "PluginManager";
 
 /// The printed line: 'warning: shot.json:14:5: MaterialAssign "red": there is no material ...'
 void Print(const OxOpType::Warning& warning) {
-    const std::string place = PlaceOfOp(warning.opName);
+    const std::string& place = warning.opPlace;
     PrintWarning("warning: " + (place.empty() ? place : place + ": ") + warning.opType + " \"" +
                  warning.opName + "\": " + warning.text);
     if (!warning.file.empty()) NoteMissingFile(warning.file);

@@ -5,10 +5,13 @@
 #include <stdexcept>
 
 #include <OxTellarProducers/OxRendererPluginSuite.h>
+#include <OxTellarSDK/CookObserver.h>
 
+#include "CookErrors.h"
 #include "FrameRange.h"
 #include "LocationHandle.h"
 #include "NumberText.h"
+#include "Output.h"
 #include "PictureTarget.h"
 #include "RendererRun.h"
 
@@ -21,7 +24,7 @@ using TELLAR::GeometryProducer;
 constexpr float kMostFrame = 1e9f; // frame numbers have to fit into an int
 
 RendererTask TaskOf(const Picture& picture, std::size_t index, const Drawing& drawing,
-                    const LocationHandle& root) {
+                    const LocationHandle& root, const CookErrors& errors) {
     const auto target = std::make_shared<PictureTarget>(picture.path);
     RendererTask task;
     task.name = picture.task;
@@ -36,6 +39,7 @@ RendererTask TaskOf(const Picture& picture, std::size_t index, const Drawing& dr
         job.listener = listener;
         return drawing.renderer.render(job);
     };
+    if (drawing.isStrict) task.failure = [&errors] { return errors.getFirst(); };
     task.deliver = [target, isSilent = drawing.isSilent](const std::string& written) {
         isSilent ? target->store(written) : target->deliver(written);
     };
@@ -66,14 +70,19 @@ std::vector<Picture> PicturesOfFrames(const std::string& path, const std::vector
     return pictures;
 }
 
-void DrawPictures(const Drawing& drawing, const GeometryProducer::Ptr& root,
-                  const std::vector<Picture>& pictures) {
+std::size_t DrawPictures(const Drawing& drawing, const GeometryProducer::Ptr& root,
+                         const std::vector<Picture>& pictures) {
     const LocationHandle handle(root);
+    const auto errors = std::make_shared<CookErrors>(drawing.scene);
+    const OxOpType::CookObservation observation(errors);
     std::vector<RendererTask> tasks;
     tasks.reserve(pictures.size());
     for (std::size_t i = 0; i < pictures.size(); ++i)
-        tasks.push_back(TaskOf(pictures[i], i, drawing, handle));
+        tasks.push_back(TaskOf(pictures[i], i, drawing, handle, *errors));
     RunRenderer(drawing.renderer.getName(), drawing.isVerbose, tasks);
+    const std::size_t failed = errors->getCount();
+    if (failed > 0) WriteErrorLine(CountText(failed));
+    return failed;
 }
 
 } // namespace TellarTool

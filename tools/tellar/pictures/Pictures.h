@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarSDK/Attribute.h>
 
 #include "Renderers.h"
 
@@ -37,12 +38,16 @@ struct Drawing {
     bool isSilent = false;    // prints no paths of pictures
     /// Called before each picture with its index. May be empty.
     std::function<void(std::size_t index)> onBegin = nullptr;
+    OxAttribute::Hash scene = {}; // the identity of the scene's terminal op
+    bool isStrict = false;        // end at the first location that cannot be cooked
 };
 
 /// Draws the pictures one by one and brings them where they shall be, as RunRenderer does. `root`
-/// is "/root" of the scene.
-void DrawPictures(const Drawing& drawing, const TELLAR::GeometryProducer::Ptr& root,
-                  const std::vector<Picture>& pictures);
+/// is "/root" of the scene. Returns the number of locations that could not be cooked meanwhile; if
+/// there were any, the last line on standard error tells it. Throws std::runtime_error with the
+/// first error of a strict drawing.
+std::size_t DrawPictures(const Drawing& drawing, const TELLAR::GeometryProducer::Ptr& root,
+                         const std::vector<Picture>& pictures);
 
 } // namespace TellarTool
 

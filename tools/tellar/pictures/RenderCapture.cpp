@@ -49,8 +49,9 @@ RenderCapture::RenderCapture(const CaptureOptions& options)
     TELLAR::RecordDelegates(writer);
 }
 
-std::shared_ptr<TELLAR::Scene> RenderCapture::open(const GroupAttribute& description) const {
-    return TELLAR::Scene::FromDescription(OxCapture::WithRecorder(description, writer, recorded));
+std::shared_ptr<TELLAR::Scene> RenderCapture::open(const Scene& scene) const {
+    return TELLAR::Scene::FromDescription(
+        OxCapture::WithRecorder(scene.getDescription(), writer, recorded), scene.getOpPlaces());
 }
 
 void RenderCapture::begin(std::size_t index, const Picture& picture, const Drawing& drawing) const {

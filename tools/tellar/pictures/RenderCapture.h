@@ -12,6 +12,7 @@
 #include <OxTellarSDK/Capture.h>
 
 #include "Pictures.h"
+#include "Scene.h"
 
 namespace CLI {
 class App;
@@ -33,8 +34,8 @@ class RenderCapture {
 public:
     explicit RenderCapture(const CaptureOptions& options);
 
-    /// The scene of a description, which is recorded wherever it is cooked.
-    std::shared_ptr<TELLAR::Scene> open(const OxAttribute::GroupAttribute& description) const;
+    /// The same scene, which is recorded wherever it is cooked.
+    std::shared_ptr<TELLAR::Scene> open(const Scene& scene) const;
 
     /// Records that a picture is about to be drawn.
     void begin(std::size_t index, const Picture& picture, const Drawing& drawing) const;

@@ -3,25 +3,18 @@
 
 #include <string>
 
-#include <OxTellarSDK/Attribute.h>
-#include <OxTellarSDK/DescriptionJson.h>
+#include <OxTellarProducers/OpTreeSource.h>
 
 namespace TellarTool {
 
-// The places, file and line, of the ops of all scenes that this process has read. For the main
-// thread.
+// The places of the ops of all scenes that this process has read, for reports that have the names of
+// ops alone. Whoever has the op asks TellarRuntime::Op::getPlace. For the main thread.
 
-/// Remembers the ops of a description that was read from `source`. The place of an op that `told`
-/// does not contain is `source` alone.
-void RememberOps(const std::string& source, const OxAttribute::GroupAttribute& description,
-                 const OxAttribute::DescriptionText& told);
+/// Remembers the places of the ops of a scene.
+void RememberOps(const TELLAR::OpPlaces& places);
 
 /// The place "scene.json:14:5" or "scene.oxop"; empty for an unknown op.
 std::string PlaceOfOp(const std::string& name);
-
-/// An error about an op, 'Op "row" (Array) ...', with the op's place in front. Other errors are
-/// returned as they are.
-std::string WithPlace(const std::string& error);
 
 } // namespace TellarTool
 

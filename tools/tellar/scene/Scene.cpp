@@ -77,12 +77,12 @@ void Scene::readStandardInput() {
     }
 }
 
-/// Remembers the places of ops, but not for a model: errors about its op name the file already.
 void Scene::take(const TELLAR::SceneDescription& read) {
     kind = read.kind;
     description = read.ops;
     comments = read.text.comments;
-    if (kind != SceneKind::SceneFile) RememberOps(path, description, read.text);
+    places = read.text.places;
+    RememberOps(places);
 }
 
 std::vector<OxOpType::Warning> Scene::check(std::uint64_t mostLocations) const {
@@ -118,7 +118,7 @@ Scene Scene::withDescription(const GroupAttribute& changedDescription) const {
 }
 
 TELLAR::Scene& Scene::open() const {
-    if (!opened->scene) opened->scene = TELLAR::Scene::FromDescription(description);
+    if (!opened->scene) opened->scene = TELLAR::Scene::FromDescription(description, places);
     return *opened->scene;
 }
 
@@ -131,7 +131,8 @@ GeometryProducer::Ptr Scene::at(const std::string& location) const {
 }
 
 GeometryProducer::Ptr Scene::threadAwareAt(const std::string& location) const {
-    return checked(TELLAR::CreateThreadAwareGeometryProducer(description, location), location);
+    const auto source = TELLAR::OpTreeSource::createFromGroupAttribute(description, places);
+    return checked(TELLAR::CreateThreadAwareGeometryProducer(source, location), location);
 }
 
 GeometryProducer::Ptr Scene::cookedAt(const std::string& location) const {

@@ -34,6 +34,8 @@ public:
     const std::string& getPath() const { return path; }
     SceneKind getKind() const { return kind; }
     const OxAttribute::GroupAttribute& getDescription() const { return description; }
+    /// The places of the ops in the scene's file. Ops that were added have none.
+    const TELLAR::OpPlaces& getOpPlaces() const { return places; }
 
     /// The number of comments in a JSON file; getDescription() does not hold them.
     std::size_t getNumberOfComments() const { return comments; }
@@ -81,6 +83,7 @@ private:
     std::shared_ptr<const StandardInput> input; // null for other files
     SceneKind kind = SceneKind::SceneFile;
     OxAttribute::GroupAttribute description;
+    TELLAR::OpPlaces places;
     std::size_t comments = 0;
     std::shared_ptr<Opened> opened = std::make_shared<Opened>();
 };

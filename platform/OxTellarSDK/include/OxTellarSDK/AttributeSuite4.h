@@ -170,6 +170,13 @@ typedef struct OxAttributeSuite_v4 {
           dotted path is `child`; null removes what is there. Groups on the way are made. */
     OxAttributeStruct* (*withChild)(const OxAttributeStruct* group, const char* path,
                                     OxAttributeStruct* child, OxErrorStruct** error);
+
+    /* ---- Errors, continued ---- */
+
+    /* 35 [any thread] Where the text stands that describes the op which failed, such as
+          "scene.json:14:5", or the file if that is no text. The text of the error begins with it.
+          Borrowed; empty when it is not known, and for null. */
+    const char* (*getErrorPlace)(const OxErrorStruct* error);
 } OxAttributeSuite_v4;
 
 /* The suite for this library's attributes. It lives to the end of the process. */

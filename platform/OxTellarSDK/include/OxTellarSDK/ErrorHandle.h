@@ -22,5 +22,7 @@ OXTELLARSDK_API void OxReleaseError(OxErrorStruct* error) noexcept;
 /// The facts behind a handle, with texts that live as long as a reference to it. For null, empty
 /// texts and a code of 0.
 OXTELLARSDK_API OxErrorFacts OxHandleToErrorFacts(const OxErrorStruct* error) noexcept;
+/// ErrorFacts::opPlace, for as long; empty for null.
+OXTELLARSDK_API const char* OxHandleToErrorPlace(const OxErrorStruct* error) noexcept;
 
 #endif

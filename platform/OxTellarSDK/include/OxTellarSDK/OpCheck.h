@@ -64,6 +64,7 @@ struct Warning {
     std::string text;
     std::string file; ///< the path of a missing file; usually empty
     WarningKind kind = WarningKind::Other;
+    std::string opPlace; ///< TellarRuntime::Op::getPlace
 };
 
 /// Calls OpType::check for a committed Op and every Op that it depends on, inputs first. A check

@@ -18,6 +18,9 @@ struct ErrorFacts {
     std::string location;  ///< the path of the location that was cooked
     std::string attribute; ///< the attribute or argument at fault
     std::string file;      ///< the path of the file at fault
+    /// Where the text stands that describes the op, such as "scene.json:14:5"; the file alone where
+    /// this is no text.
+    std::string opPlace = {};
 };
 
 /// An exception that tells its parts. Its what() is the text of its facts.

@@ -151,6 +151,9 @@ public:
     std::int32_t getId() const noexcept;
     /// The name given with Transaction::setOpName; otherwise "op<id>".
     std::string getName() const;
+    /// Where the text stands that describes the Op (Transaction::setOpPlace); usually empty for
+    /// Ops that come from no file.
+    std::string getPlace() const;
     std::string getType() const;
     OxAttribute::GroupAttribute getArgs() const;
     /// May hold null entries.
@@ -238,6 +241,10 @@ public:
     std::shared_ptr<Op> createOp();
     /// Sets the name of the Op in error texts.
     void setOpName(const std::shared_ptr<Op>& op, const std::string& name);
+    /// Sets the place of the Op's description, "scene.json:14:5" or the name of a file, with which
+    /// error texts begin. Equal Ops share results whatever their places; an error tells the place
+    /// of the Op that was asked.
+    void setOpPlace(const std::shared_ptr<Op>& op, const std::string& place);
     void setOpArgs(const std::shared_ptr<Op>& op, const std::string& opType,
                    const OxAttribute::GroupAttribute& opArgs);
     /// Null entries are kept. A null input has no locations.
@@ -246,7 +253,7 @@ public:
     /// TellarError naming the file (if known) when it is not a sound op file.
     std::shared_ptr<Op> deserializeOps(void* stream, StreamRead read);
     /// The same for a file from its beginning. Relative "directory" arguments count from the folder
-    /// of the file.
+    /// of the file, whose path is the place of the Ops.
     std::shared_ptr<Op> deserializeOps(OxAttribute::FileStream& file);
 
     std::shared_ptr<Client> createClient();
@@ -261,7 +268,8 @@ private:
     explicit Transaction(std::shared_ptr<TellarRuntime> owner);
     void checkOpen(const std::shared_ptr<Op>& op) const;
     void checkUsable(const std::shared_ptr<Op>& op) const;
-    std::shared_ptr<Op> createOps(const OxAttribute::GroupAttribute& description);
+    std::shared_ptr<Op> createOps(const OxAttribute::GroupAttribute& description,
+                                  const std::string& place);
     std::shared_ptr<TellarRuntime> runtime;
     std::vector<std::shared_ptr<Op>> ops;
     std::vector<std::shared_ptr<Client>> clients;

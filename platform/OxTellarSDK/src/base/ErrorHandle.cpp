@@ -8,6 +8,7 @@
 struct OxErrorStruct {
     std::atomic<std::int32_t> refCount{1};
     OxErrorFacts facts{kOxErrorMemory, "There is not enough memory.", "", "", "", "", ""};
+    const char* opPlace = "";
 };
 
 namespace {
@@ -18,6 +19,7 @@ struct KeptError final : OxErrorStruct {
         facts = {kept.code,           kept.text.c_str(),     kept.op.c_str(),
                  kept.opType.c_str(), kept.location.c_str(), kept.attribute.c_str(),
                  kept.file.c_str()};
+        opPlace = kept.opPlace.c_str();
     }
 
     const ErrorFacts kept;
@@ -54,6 +56,10 @@ void OxReleaseError(OxErrorStruct* error) noexcept {
     // The thread that frees the error must see the reads of the others as done.
     if (error->refCount.fetch_sub(1, std::memory_order_acq_rel) == 1)
         delete static_cast<KeptError*>(error);
+}
+
+const char* OxHandleToErrorPlace(const OxErrorStruct* error) noexcept {
+    return error ? error->opPlace : "";
 }
 
 OxErrorFacts OxHandleToErrorFacts(const OxErrorStruct* error) noexcept {

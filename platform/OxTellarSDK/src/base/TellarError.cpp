@@ -9,16 +9,16 @@ TellarError::TellarError(ErrorFacts facts)
     : std::runtime_error(facts.text), facts(std::make_shared<const ErrorFacts>(std::move(facts))) {}
 
 TellarError::TellarError(OxErrorCode code, const std::string& text)
-    : TellarError(ErrorFacts{code, text, {}, {}, {}, {}, {}}) {}
+    : TellarError(ErrorFacts{code, text, {}, {}, {}, {}, {}, {}}) {}
 
 TellarError::~TellarError() = default;
 
 TellarError TellarError::OfFile(const std::string& file, const std::string& text) {
-    return TellarError(ErrorFacts{kOxErrorFile, text, {}, {}, {}, {}, file});
+    return TellarError(ErrorFacts{kOxErrorFile, text, {}, {}, {}, {}, file, {}});
 }
 
 TellarError TellarError::OfAttribute(const std::string& attribute, const std::string& text) {
-    return TellarError(ErrorFacts{kOxErrorValue, text, {}, {}, {}, attribute, {}});
+    return TellarError(ErrorFacts{kOxErrorValue, text, {}, {}, {}, attribute, {}, {}});
 }
 
 ErrorFacts FactsOf(const std::exception& error) {

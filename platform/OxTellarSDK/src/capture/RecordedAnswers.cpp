@@ -31,7 +31,8 @@ GroupAttribute FromFacts(const ErrorFacts& facts) {
                                    {"opType", StringAttribute(facts.opType)},
                                    {"location", StringAttribute(facts.location)},
                                    {"attribute", StringAttribute(facts.attribute)},
-                                   {"file", StringAttribute(facts.file)}},
+                                   {"file", StringAttribute(facts.file)},
+                                   {"opPlace", StringAttribute(facts.opPlace)}},
                           true);
 }
 
@@ -48,7 +49,8 @@ ErrorFacts ToFacts(const GroupAttribute& group) {
             text("opType"),
             text("location"),
             text("attribute"),
-            text("file")};
+            text("file"),
+            text("opPlace")};
 }
 
 // Subtrees ----------------------------------------------------------------------------------------

@@ -337,6 +337,7 @@ OxAttributeSuite_v4 MakeSuite() {
     TELLAR_SET_ERROR_ENTRY(suite, 32, getXml, GetXml);
     TELLAR_SET_ERROR_ENTRY(suite, 33, createSamples, CreateSamples);
     TELLAR_SET_ERROR_ENTRY(suite, 34, withChild, WithChild);
+    TELLAR_SET_SLOT(suite, 35, getErrorPlace, OxHandleToErrorPlace);
     return suite;
 }
 

@@ -62,8 +62,8 @@ Description DescriptionOf(const OxOpDescription& told) {
 [[noreturn]] void ThrowError(OxErrorStruct* error) {
     if (!error) throw TellarError(kOxErrorUnknown, "it failed without an error");
     const OxErrorFacts told = OxHandleToErrorFacts(error);
-    ErrorFacts facts{told.code,     told.text,      told.op,  told.opType,
-                     told.location, told.attribute, told.file};
+    ErrorFacts facts{told.code,     told.text,      told.op,   told.opType,
+                     told.location, told.attribute, told.file, {}};
     OxReleaseError(error);
     throw TellarError(std::move(facts));
 }

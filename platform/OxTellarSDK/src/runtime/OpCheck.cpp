@@ -47,11 +47,11 @@ public:
 
     void warn(const std::string& text, const std::string& file) override {
         const WarningKind kind = file.empty() ? WarningKind::Other : WarningKind::MissingFile;
-        warnings.push_back({op.name, op.typeName, text, file, kind});
+        warnings.push_back({op.name, op.typeName, text, file, kind, op.place});
     }
 
     void warnOf(WarningKind kind, const std::string& text) override {
-        warnings.push_back({op.name, op.typeName, text, {}, kind});
+        warnings.push_back({op.name, op.typeName, text, {}, kind, op.place});
     }
 
 private:

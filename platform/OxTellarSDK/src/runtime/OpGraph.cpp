@@ -43,7 +43,7 @@ std::uint32_t NextEviction() {
 
 /// Tells the observers of the exception that is being handled.
 void TellFailure(const CookObservers& observers, const OxOpType::ObservedCook& cook) {
-    static const auto* const noMemory = new ErrorFacts{kOxErrorMemory, {}, {}, {}, {}, {}, {}};
+    static const auto* const noMemory = new ErrorFacts{kOxErrorMemory, {}, {}, {}, {}, {}, {}, {}};
     const auto tell = [&](const ErrorFacts& error) {
         for (const auto& observer : observers)
             observer->cookFails(cook, error);
@@ -124,10 +124,11 @@ std::string OpNode::label() const {
 void OpNode::fail(const std::string* path, ErrorFacts cause) const {
     // Types other than TellarError tell only that the cook failed.
     if (cause.code == kOxErrorUnknown) cause.code = kOxErrorCook;
-    const std::string place = path ? " at \"" + *path + '"' : std::string();
-    cause.text = label() + place + ": " + cause.text;
+    const std::string location = path ? " at \"" + *path + '"' : std::string();
+    cause.text = (place.empty() ? place : place + ": ") + label() + location + ": " + cause.text;
     cause.op = name;
     cause.opType = typeName;
+    cause.opPlace = place;
     if (path) cause.location = *path;
     throw CookError(std::move(cause));
 }
@@ -148,14 +149,14 @@ auto OpNode::guarded(const std::string* path, const Call& call) const {
 }
 
 void OpNode::prepare() const {
-    if (defect) fail(nullptr, {kOxErrorCook, *defect, {}, {}, {}, {}, {}});
+    if (defect) fail(nullptr, {kOxErrorCook, *defect, {}, {}, {}, {}, {}, {}});
     guarded(nullptr, [&] { store->prepare(*type, args, inputs.size()); });
 }
 
 LocationData OpNode::cook(const std::string& path, std::uint32_t eviction,
                           LocationNode** found) const {
     if (found) *found = nullptr;
-    if (defect) fail(&path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}});
+    if (defect) fail(&path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}, {}});
     LocationNode* node = store->findOrAdd(path);
     if (!node) return MissingLocation();
     if (found) *found = node;
@@ -175,7 +176,7 @@ LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
     for (;;) {
         if (state & LocationNode::kCooking) {
             if (IsMadeByThisThread(&node) || !waitForCook(node, path))
-                fail(&path, {kOxErrorCook, "the location needs itself", {}, {}, {}, {}, {}});
+                fail(&path, {kOxErrorCook, "the location needs itself", {}, {}, {}, {}, {}, {}});
             state = node.state.load(std::memory_order_acquire);
             continue;
         }
@@ -285,8 +286,8 @@ OxOpType::CookTrace OpNode::trace(const std::string& path) const {
 }
 
 LocationData OpNode::traceInto(OxOpType::CookTrace& trace, const std::string& path) const {
-    if (defect) fail(&path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}});
-    if (!store) fail(&path, {kOxErrorCook, "its results were taken", {}, {}, {}, {}, {}});
+    if (defect) fail(&path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}, {}});
+    if (!store) fail(&path, {kOxErrorCook, "its results were taken", {}, {}, {}, {}, {}, {}});
     LocationNode* node = store->findOrAdd(path);
     if (!node) return MissingLocation();
     cookParent(*node);

@@ -23,6 +23,7 @@ namespace OxTellarRuntimeDetail {
 struct OpNode {
     std::int32_t id = 0;
     std::string name;
+    std::string place; // no part of the identity: Ops of several files share results
     std::string typeName;
     OxAttribute::GroupAttribute args;
     std::vector<std::shared_ptr<TellarRuntime::Op>> inputs;

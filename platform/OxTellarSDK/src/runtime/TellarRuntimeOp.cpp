@@ -40,6 +40,9 @@ std::int32_t TellarRuntime::Op::getId() const noexcept {
 std::string TellarRuntime::Op::getName() const {
     return node->name;
 }
+std::string TellarRuntime::Op::getPlace() const {
+    return node->place;
+}
 std::string TellarRuntime::Op::getType() const {
     return node->typeName;
 }

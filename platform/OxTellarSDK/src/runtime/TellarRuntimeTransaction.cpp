@@ -70,6 +70,12 @@ void TellarRuntime::Transaction::setOpName(const std::shared_ptr<Op>& op, const 
     op->node->name = name;
 }
 
+void TellarRuntime::Transaction::setOpPlace(const std::shared_ptr<Op>& op,
+                                            const std::string& place) {
+    checkOpen(op);
+    op->node->place = place;
+}
+
 void TellarRuntime::Transaction::setOpArgs(const std::shared_ptr<Op>& op, const std::string& opType,
                                            const GroupAttribute& opArgs) {
     checkOpen(op);
@@ -87,22 +93,23 @@ void TellarRuntime::Transaction::setOpInputs(const std::shared_ptr<Op>& op,
 
 std::shared_ptr<TellarRuntime::Op> TellarRuntime::Transaction::deserializeOps(void* stream,
                                                                               StreamRead read) {
-    return createOps(OxAttribute::ReadOpStream(stream, read));
+    return createOps(OxAttribute::ReadOpStream(stream, read), {});
 }
 
 std::shared_ptr<TellarRuntime::Op> TellarRuntime::Transaction::deserializeOps(FileStream& file) {
     const GroupAttribute description = OxAttribute::ReadOpStream(&file, &FileStream::read);
-    return createOps(OxAttribute::WithFolderOfFile(description, file.getPath()));
+    return createOps(OxAttribute::WithFolderOfFile(description, file.getPath()), file.getPath());
 }
 
 std::shared_ptr<TellarRuntime::Op>
-TellarRuntime::Transaction::createOps(const GroupAttribute& description) {
+TellarRuntime::Transaction::createOps(const GroupAttribute& description, const std::string& place) {
     const std::int64_t count = description.getNumberOfChildren();
     std::vector<std::shared_ptr<Op>> created;
     for (std::int64_t i = 0; i < count; ++i) {
         const GroupAttribute entry(description.getChildByIndex(i));
         created.push_back(createOp());
         setOpName(created.back(), description.getChildName(i));
+        setOpPlace(created.back(), place);
         setOpArgs(created.back(), StringAttribute(entry.getChildByName("opType")).getValue(),
                   GroupAttribute(entry.getChildByName("opArgs")));
     }
