@@ -55,10 +55,12 @@ EXPECTED = """\
 
 
 class Recorder(TellarTest):
-    def record(self, description, *options):
+    def record(self, description, *options, failing=0):
         self.write("scene.json", description)
-        self.assertEqual(self.tellar("render", "scene.json", "-o", "scene.txt", "--renderer",
-                                     "recorder", *options), "scene.txt\n")
+        status, output, errors = self.run_tellar("render", "scene.json", "-o", "scene.txt",
+                                                 "--renderer", "recorder", *options)
+        told = "tellar: one location could not be cooked\n" if failing == 1 else ""
+        self.assertEqual((status, output, errors), (failing, "scene.txt\n", told))
         return (self.folder / "scene.txt").read_text()
 
     def test_writes_attributes_in_the_order_of_the_scene(self):
@@ -82,8 +84,9 @@ class Recorder(TellarTest):
         self.environment["OX_PLUGIN_PATH"] = os.environ["TELLAR_TEST_FAILING_OP_TYPES"]
         failing = {"name": "failing", "type": "TestFailsAt", "inputs": ["scene"],
                    "args": {"location": "/root/world/pear"}}
-        text = self.record({"ops": [*SCENE["ops"], failing]})
-        self.assertIn('/root/world/pear\n    error: Op "failing" (TestFailsAt) at '
+        text = self.record({"ops": [*SCENE["ops"], failing]}, failing=1)
+        text = re.sub("scene.json:1:[0-9]+", "PLACE", text)
+        self.assertIn('/root/world/pear\n    error: PLACE: Op "failing" (TestFailsAt) at '
                       '"/root/world/pear": this location fails\n/root/world/many\n', text)
 
     def test_a_full_disk_is_an_error(self):
