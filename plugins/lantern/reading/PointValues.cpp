@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <utility>
@@ -23,6 +24,14 @@ std::vector<V3f> ToPoints(const std::vector<float>& values) {
     return points;
 }
 
+/// " at the time 0.25" for an attribute that has several samples.
+std::string AtTime(const Attribute& attribute, float time) {
+    if (attribute.sampleCount() < 2) return {};
+    char text[48];
+    std::snprintf(text, sizeof text, " at the time %.9g", static_cast<double>(time));
+    return text;
+}
+
 /// Returns nothing, after a warning, if the numbers cannot be points.
 std::optional<std::vector<V3f>> ReadStep(const ShapeReader& reader, const Attribute& points,
                                          float time) {
@@ -33,7 +42,7 @@ std::optional<std::vector<V3f>> ReadStep(const ShapeReader& reader, const Attrib
         return {};
     }
     if (!IsFinite(values)) {
-        reader.warn("\"geometry.point.P\" has numbers that are not finite");
+        reader.warn("\"geometry.point.P\" has numbers that are not finite" + AtTime(points, time));
         return {};
     }
     return ToPoints(values);
@@ -83,7 +92,8 @@ bool ReadRadii(const ShapeReader& reader, const Attribute& geometry, std::size_t
         if (widths.size() != pointCount && widths.size() != 1) continue;
         for (const float width : widths) {
             if (!(width >= 0) || !std::isfinite(width)) {
-                reader.warn("its points have widths that are negative or not finite");
+                reader.warn("\"geometry." + std::string(name) +
+                            "\" has widths that are negative or not finite");
                 return false;
             }
             radii.push_back(width / 2);

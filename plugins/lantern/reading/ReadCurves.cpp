@@ -194,7 +194,8 @@ std::optional<Curves> ReadCurves(const ShapeReader& reader, const Attribute& geo
     const std::size_t pointCount = positions[0].size();
     const std::optional<Basis> basis = ReadBasis(geometry);
     if (!basis) {
-        reader.warn("the basis \"" + geometry.child("basis").text() + "\" is not known");
+        reader.warn("\"geometry.basis\" has the unknown value \"" + geometry.child("basis").text() +
+                    '"');
         return {};
     }
     const auto counts = ReadCounts(reader, geometry, pointCount);
@@ -203,7 +204,8 @@ std::optional<Curves> ReadCurves(const ShapeReader& reader, const Attribute& geo
     if (radii.empty()) radii.push_back(DefaultRadius(positions[0]));
 
     CurveBuilder built(CurveRule(*basis, geometry.child("closed").number(0) != 0), *counts);
-    if (built.hasUnused) reader.warn("some of its control points do not make a whole segment");
+    if (built.hasUnused)
+        reader.warn("\"geometry.numVertices\" has control points that do not make a whole segment");
     if (built.segments.empty()) return {};
     Curves curves;
     curves.basis = *basis;

@@ -118,14 +118,15 @@ std::optional<LightDraft> ReadLight(const Attribute& light, const M44d& toWorld,
                                     const std::function<void(const std::string& what)>& warn) {
     const std::string type = light.child("type").text();
     if (!IsKnownType(type)) {
-        warn("the light's type \"" + type + "\" is not known; it does not shine");
+        warn("\"light.type\" has the unknown value \"" + type + "\"; it does not shine");
         return {};
     }
     const LightReader reader(light, warn);
     const float scale = reader.size("intensity", 1) * std::exp2(reader.number("exposure", 0));
     const Color color = reader.color("color", Color(1)) * scale;
     if (!std::isfinite(color.length2())) {
-        warn("the light is too bright; it does not shine");
+        warn("\"light.intensity\", \"exposure\" and \"color\" make it too bright; it does not "
+             "shine");
         return {};
     }
     const LightNumbers numbers = ReadNumbers(reader);

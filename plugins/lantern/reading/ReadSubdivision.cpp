@@ -174,7 +174,8 @@ void ReadRules(const ShapeReader& reader, const Attribute& geometry, Subdivision
         std::all_of(subdivision.faceSizes.begin(), subdivision.faceSizes.end(),
                     [](int size) { return size == 3; });
     if (subdivision.scheme == Subdivision::Scheme::Loop && !isOfTriangles) {
-        reader.warn("the scheme \"loop\" is for triangles only; \"catmull-clark\" is used");
+        reader.warn("\"geometry.subdivisionScheme\" is \"loop\", which is for triangles only; "
+                    "\"catmull-clark\" is used");
         subdivision.scheme = Subdivision::Scheme::CatmullClark;
     }
 }

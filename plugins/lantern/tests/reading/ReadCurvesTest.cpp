@@ -141,8 +141,8 @@ TEST(ReadCurves, LeaveOutWhatMakesNoSegment) {
     EXPECT_THAT(PlacesOf(curves), ElementsAre(3, 4, 5, 6, 9, 10, 11, 12));
     EXPECT_THAT(curves.segments, ElementsAre(0, 4));
     EXPECT_THAT(curves.firstSegments, ElementsAre(0, 1, 2));
-    EXPECT_THAT(told.warnings, ElementsAre("/root/world/c: some of its control points do not make "
-                                           "a whole segment"));
+    EXPECT_THAT(told.warnings, ElementsAre("/root/world/c: \"geometry.numVertices\" has control "
+                                           "points that do not make a whole segment"));
 }
 
 TEST(ReadCurves, AreLeftOutIfTheyAreInvalid) {
@@ -152,12 +152,13 @@ TEST(ReadCurves, AreLeftOutIfTheyAreInvalid) {
     EXPECT_THAT(WarningsOf(3, R"("numVertices": [4, -1])"), misfit);
     EXPECT_THAT(WarningsOf(3, R"("numVertices": [2147483647, 2147483647, 5])"), misfit);
     EXPECT_THAT(WarningsOf(4, R"("basis": "nurbs")"),
-                ElementsAre("/root/world/c: the basis \"nurbs\" is not known"));
+                ElementsAre("/root/world/c: \"geometry.basis\" has the unknown value \"nurbs\""));
     EXPECT_THAT(WarningsOf(3, R"("constantWidth": -1.0)"),
-                ElementsAre("/root/world/c: its points have widths that are negative or not "
-                            "finite"));
-    EXPECT_THAT(WarningsOf(1, ""), ElementsAre("/root/world/c: some of its control points do not "
-                                               "make a whole segment"));
+                ElementsAre("/root/world/c: \"geometry.constantWidth\" has widths that are "
+                            "negative or not finite"));
+    EXPECT_THAT(WarningsOf(1, ""),
+                ElementsAre("/root/world/c: \"geometry.numVertices\" has control "
+                            "points that do not make a whole segment"));
 }
 
 TEST(ReadCurves, LeaveOutTextureCoordinatesThatDoNotFit) {

@@ -88,8 +88,8 @@ TEST(ReadLights, WarnOfUnknownTypes) {
     Told told;
     EXPECT_THAT(ReadJson(LightJson(R"("type": "laser")"), told).lights, SizeIs(1))
         << "there is light where there would be none";
-    EXPECT_THAT(told.warnings, ElementsAre("/root/world/l: the light's type \"laser\" is not "
-                                           "known; it does not shine"));
+    EXPECT_THAT(told.warnings, ElementsAre("/root/world/l: \"light.type\" has the unknown value "
+                                           "\"laser\"; it does not shine"));
 }
 
 TEST(ReadLights, WarnOfInvalidNumbers) {

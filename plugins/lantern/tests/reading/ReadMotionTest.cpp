@@ -158,6 +158,18 @@ TEST(ReadTransforms, WithoutAShutterAreThoseOfTheFrameAlone) {
                 ElementsAre(10));
 }
 
+TEST(ReadMotion, TellsTheTimeAtWhichPointsAreNotFinite) {
+    Told told;
+    ReadJson(SceneJson(R"("t": {"a": {"type": "polymesh", "geometry": {
+        "poly": {"startIndex": [0, 3], "vertexList": [0, 1, 2]},
+        "point.P": {"$type": "float", "times": [0, 0.5], "samples": [
+            [0, 0, 0, 1, 0, 0, 0, 1, 0], [0, 0, 0, 1, 0, "inf", 0, 1, 0]]}}}})",
+                       R"("renderSettings": {"shutterOpen": 0.0, "shutterClose": 0.5})"),
+             told);
+    EXPECT_THAT(told.warnings, ElementsAre("/root/world/t: \"geometry.point.P\" has numbers that "
+                                           "are not finite at the time 0.5"));
+}
+
 TEST(ReadTransforms, LeaveOutTheShapeIfTheyAreNotFinite) {
     const std::string json = SceneJson(
         Triangle("t", R"("xform": {"scale": {"$type": "double", "values": ["inf", 1, 1]}})"));

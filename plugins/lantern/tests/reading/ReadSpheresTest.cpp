@@ -42,8 +42,8 @@ TEST(ReadSpheres, AreLeftOutIfSizesAreNegative) {
     EXPECT_THAT(scene.instances, IsEmpty());
     EXPECT_THAT(told.warnings,
                 ElementsAre("/root/world/a: \"geometry.radius\" is negative or not finite",
-                            "/root/world/b: its points have widths that are negative or not "
-                            "finite"));
+                            "/root/world/b: \"geometry.constantWidth\" has widths that are "
+                            "negative or not finite"));
 }
 
 // Points without widths ---------------------------------------------------------------------------

@@ -117,8 +117,8 @@ TEST(ReadSubdivision, WarnsAboutUnknownRules) {
                 ElementsAre("/root/world/m: \"geometry.subdivisionScheme\" has the unknown value "
                             "\"doo-sabin\""));
     EXPECT_THAT(WarningsOf(R"("subdivisionScheme": "loop")"),
-                ElementsAre("/root/world/m: the scheme \"loop\" is for triangles only; "
-                            "\"catmull-clark\" is used"));
+                ElementsAre("/root/world/m: \"geometry.subdivisionScheme\" is \"loop\", which is "
+                            "for triangles only; \"catmull-clark\" is used"));
 }
 
 TEST(ReadSubdivision, HasTextureCoordinatesByCorner) {
