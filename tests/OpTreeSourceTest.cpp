@@ -179,8 +179,10 @@ TEST(OpTreeAttributeSource, GivesItsOpsTheirPlaces) {
     const auto source =
         OpTreeSource::createFromGroupAttribute(description, {{"a", "x.json:2:5"}, {"c", "other"}});
     const auto runtime = TellarRuntime::create();
-    const auto last = source.getOp(runtime->createTransaction());
+    const auto transaction = runtime->createTransaction();
+    const auto last = source.getOp(transaction);
     EXPECT_EQ(last->getPlace(), "");
+    ASSERT_EQ(last->getInputs().size(), 1u);
     EXPECT_EQ(last->getInputs().front()->getPlace(), "x.json:2:5");
 }
 
