@@ -4,6 +4,7 @@
     test_render_warnings.py PROGRAM EXAMPLES_FOLDER
 """
 
+import json
 import re
 
 from tellar_test import TellarTest, main
@@ -25,6 +26,31 @@ class RenderWarningsTest(TellarTest):
         self.assertEqual(done[0], 0, done)
         self.assertEqual(done[2].count("bark.png"), 1, done[2])
         self.assertEqual(done[2].count("warning"), 1, done[2])
+
+    FAULTY = {"ops": [
+        {"name": "set", "type": "StaticScene", "args": {"c": {
+            "ball": {"a": {"type": "sphere", "geometry.radius": 1.0}},
+            "dots": {"a": {"type": "pointcloud", "geometry.point.P": [0.0, 0.0, 0.0]}},
+            "mesh": {"a": {"type": "polymesh"}}}}},
+        {"name": "shrink", "type": "AttributeEdit", "inputs": ["set"],
+         "args": {"paths": ["/root/ball"], "set": {"geometry.radius": -1.0}}},
+        {"name": "paint", "type": "AttributeEdit", "inputs": ["shrink"],
+         "args": {"paths": ["/root/mesh"], "set": {"color": [1.0, 0.0, 0.0]}}}]}
+
+    def test_a_warning_of_the_renderer_names_the_op_that_set_the_attribute(self):
+        self.write("scene.json", json.dumps(self.FAULTY, indent=1))
+        errors = self.run_tellar("render", "scene.json", "-o", "out.png", "--samples", 1,
+                                 "--size", "8x8")[2]
+        self.assertRegex(errors, 'tellar: warning: /root/ball: "geometry.radius" is negative or not '
+                                 'finite; changed by "shrink" \\(AttributeEdit\\), '
+                                 'scene.json:[0-9]+:[0-9]+\n')
+
+    def test_a_warning_about_a_missing_attribute_names_the_op_that_made_the_location(self):
+        self.write("scene.json", json.dumps(self.FAULTY, indent=1))
+        errors = self.run_tellar("render", "scene.json", "-o", "out.png", "--samples", 1,
+                                 "--size", "8x8")[2]
+        self.assertRegex(errors, 'tellar: warning: /root/mesh: .*"geometry.*; made by "set" '
+                                 '\\(StaticScene\\), scene.json:[0-9]+:[0-9]+\n')
 
     FAILING = {"ops": [
         {"name": "bad", "type": "SceneImport", "args": {"file": "no.obj", "location": "/root/w/bad"}},

@@ -112,12 +112,12 @@ std::size_t Draw(const Scene& scene, const std::vector<Picture>& pictures,
                  const RenderOptions& options, const Renderer& renderer) {
     Drawing drawing{renderer, options.renderer.isVerbose, options.threads};
     drawing.isStrict = options.isStrict;
-    drawing.scene = scene.getClient()->getOp()->getIdentity();
+    drawing.client = scene.getClient();
     if (options.capture.path.empty()) return DrawPictures(drawing, scene.at("/root"), pictures);
     const RenderCapture capture(options.capture);
     const auto recorded = capture.open(scene);
     drawing.onBegin = [&](std::size_t index) { capture.begin(index, pictures[index], drawing); };
-    drawing.scene = recorded->getIdentity();
+    drawing.client = recorded->getClient();
     const std::size_t failed = DrawPictures(drawing, recorded->getRoot(), pictures);
     capture.finish();
     return failed;

@@ -87,7 +87,7 @@ void RunReplay(const ReplayOptions& options) {
         TELLAR::Scene::FromDescription(OxCapture::DescribeCapture(options.capture, true, files));
     Drawing drawing{renderer, options.renderer.isVerbose,
                     options.threads > 0 ? options.threads : renders.front().threads};
-    drawing.scene = scene->getIdentity();
+    drawing.client = scene->getClient();
     std::size_t failed = 0;
     try {
         failed =

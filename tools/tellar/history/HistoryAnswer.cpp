@@ -31,16 +31,6 @@ const HistoryStep* DecisionOf(const LocationHistory& history) {
     return history.decidedBy ? &history.steps[*history.decidedBy] : nullptr;
 }
 
-/// "changed by "hazy sun" (AttributeEdit), garden.json:55:5".
-std::string DecisionText(const LocationHistory& history) {
-    const HistoryStep* const step = DecisionOf(history);
-    if (!step) return {};
-    std::string text = ActionWord(step->action);
-    if (step->action == HistoryAction::Copied && !step->reads.empty())
-        text += " from " + history.steps[step->reads.front().step].location;
-    return text + " by " + OpText(*step->op);
-}
-
 void AddFound(const LocationHistory& history, Lines& lines) {
     if (history.attribute.empty()) {
         const std::size_t changes = static_cast<std::size_t>(
@@ -162,6 +152,15 @@ void AddAncestors(const LocationHistory& history, Lines& lines) {
 }
 
 } // namespace
+
+std::string DecisionText(const LocationHistory& history) {
+    const HistoryStep* const step = DecisionOf(history);
+    if (!step) return {};
+    std::string text = ActionWord(step->action);
+    if (step->action == HistoryAction::Copied && !step->reads.empty())
+        text += " from " + history.steps[step->reads.front().step].location;
+    return text + " by " + OpText(*step->op);
+}
 
 Lines AnswerLines(const LocationHistory& history) {
     Lines lines;

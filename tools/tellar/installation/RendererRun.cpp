@@ -67,6 +67,7 @@ public:
         pictures.clear();
         error.reset();
         failure = newTask.failure;
+        explain = newTask.explain;
         const std::lock_guard<std::mutex> guard(lock);
         task = newTask.name;
         tasksBefore = double(index);
@@ -108,8 +109,15 @@ private:
         if (error) show(*error);
         error.reset();
         if (level == kOxLogInfo) show("info: " + text);
-        if (level == kOxLogWarn) showOnce("warning: " + text);
+        if (level == kOxLogWarn) showWarning(text);
         if (level > kOxLogWarn) error = text;
+    }
+
+    void showWarning(const std::string& text) {
+        const std::string warning = "warning: " + text;
+        if (!IsNewWarning(warning)) return;
+        const std::string origin = explain ? explain(text) : std::string();
+        show(origin.empty() ? warning : warning + "; " + origin);
     }
 
     void showOnce(const std::string& warning) {
@@ -124,7 +132,9 @@ private:
     const StopSignals stopSignals;
     std::vector<std::string> pictures;
     std::optional<std::string> error;
-    std::function<std::optional<std::string>()> failure; // does not change while a task is done
+    // These two do not change while a task is done.
+    std::function<std::optional<std::string>()> failure;
+    std::function<std::string(const std::string&)> explain;
     std::mutex lock;
     double fraction = 0; // done part of the task; guarded by lock, as are the next ones
     std::string what;

@@ -22,6 +22,9 @@ struct RendererTask {
     /// Asked by any thread while the work goes on, and once more after it. A text cancels the work,
     /// of which no picture is delivered, and is the error. May be empty.
     std::function<std::optional<std::string>()> failure = nullptr;
+    /// Returns what a warning of the renderer does not tell, or nothing. Called for each warning
+    /// that is shown, on any thread. May be empty.
+    std::function<std::string(const std::string& warning)> explain = nullptr;
     /// Called with the path of each picture of the task once the work has returned.
     std::function<void(const std::string& picture)> deliver = PrintPicturePath;
 };

@@ -13,6 +13,7 @@
 #include "NumberText.h"
 #include "Output.h"
 #include "PictureTarget.h"
+#include "ProblemOrigin.h"
 #include "RendererRun.h"
 
 namespace TellarTool {
@@ -40,6 +41,10 @@ RendererTask TaskOf(const Picture& picture, std::size_t index, const Drawing& dr
         return drawing.renderer.render(job);
     };
     if (drawing.isStrict) task.failure = [&errors] { return errors.getFirst(); };
+    if (drawing.client)
+        task.explain = [client = drawing.client](const std::string& warning) {
+            return OriginOfProblem(client, warning);
+        };
     task.deliver = [target, isSilent = drawing.isSilent](const std::string& written) {
         isSilent ? target->store(written) : target->deliver(written);
     };
@@ -73,7 +78,8 @@ std::vector<Picture> PicturesOfFrames(const std::string& path, const std::vector
 std::size_t DrawPictures(const Drawing& drawing, const GeometryProducer::Ptr& root,
                          const std::vector<Picture>& pictures) {
     const LocationHandle handle(root);
-    const auto errors = std::make_shared<CookErrors>(drawing.scene);
+    const auto errors = std::make_shared<CookErrors>(
+        drawing.client ? drawing.client->getOp()->getIdentity() : OxAttribute::Hash());
     const OxOpType::CookObservation observation(errors);
     std::vector<RendererTask> tasks;
     tasks.reserve(pictures.size());

@@ -4,11 +4,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include <OxTellarProducers/GeometryProducer.h>
-#include <OxTellarSDK/Attribute.h>
+#include <OxTellarSDK/TellarRuntime.h>
 
 #include "Renderers.h"
 
@@ -38,8 +39,9 @@ struct Drawing {
     bool isSilent = false;    // prints no paths of pictures
     /// Called before each picture with its index. May be empty.
     std::function<void(std::size_t index)> onBegin = nullptr;
-    OxAttribute::Hash scene = {}; // the identity of the scene's terminal op
-    bool isStrict = false;        // end at the first location that cannot be cooked
+    /// The scene's. Without it no location counts as failed, and no warning names an op.
+    std::shared_ptr<TellarRuntime::Client> client = nullptr;
+    bool isStrict = false; // end at the first location that cannot be cooked
 };
 
 /// Draws the pictures one by one and brings them where they shall be, as RunRenderer does. `root`
