@@ -27,6 +27,14 @@ class RenderWarningsTest(TellarTest):
         self.assertEqual(done[2].count("bark.png"), 1, done[2])
         self.assertEqual(done[2].count("warning"), 1, done[2])
 
+    def test_a_warning_about_a_scene_file_names_the_op_that_reads_it(self):
+        self.write("t.obj", TRIANGLE)
+        self.write("scene.json", '{"ops": [\n {"name": "tri", "type": "SceneImport", '
+                                 '"args": {"file": "t.obj"}}]}')
+        errors = self.run_tellar("walk", "scene.json")[2]
+        self.assertRegex(errors, 'warning: scene.json:2:2: Op "tri" \\(SceneImport\\): Scene file '
+                                 '".*/t.obj": its file of materials "t.mtl" does not exist\n')
+
     FAULTY = {"ops": [
         {"name": "set", "type": "StaticScene", "args": {"c": {
             "ball": {"a": {"type": "sphere", "geometry.radius": 1.0}},

@@ -1,3 +1,4 @@
+#include <OxTellarSDK/CurrentOp.h>
 #include <OxTellarSDK/TellarRuntime.h>
 
 #include <cstring>
@@ -16,6 +17,39 @@ using namespace OxAttribute;
 using namespace TestOps;
 using testing::EndsWith;
 using testing::HasSubstr;
+
+namespace {
+
+/// Has the thread's Op described before and after it asks its input, as the attributes "before" and
+/// "after".
+const std::string kDescribe = Register("TestDescribe", [](CookContext& context) {
+    const StringAttribute before(OxOpType::DescribeCurrentOp());
+    const LocationData below = context.input(0);
+    const StringAttribute after(OxOpType::DescribeCurrentOp());
+    context.setAttrs(
+        GroupAttribute({{"before", before}, {"below", below.getAttrs()}, {"after", after}}, true));
+});
+
+} // namespace
+
+TEST(DescribeCurrentOp, NamesTheInnermostOpThatTheThreadCooks) {
+    Graph graph;
+    const Op below = graph.op(kDescribe, {}, {}, "below");
+    const Op above = graph.op(kDescribe, {}, {below}, "above");
+    graph.transaction->setOpPlace(above, "scene.json:3:5");
+    const GroupAttribute attrs = graph.commit(above)->cookLocation("/root").getAttrs();
+    EXPECT_EQ(Text(attrs, "before"), "scene.json:3:5: Op \"above\" (TestDescribe)");
+    EXPECT_EQ(Text(attrs, "below.before"), "Op \"below\" (TestDescribe)");
+    EXPECT_EQ(Text(attrs, "after"), Text(attrs, "before"));
+    EXPECT_EQ(OxOpType::DescribeCurrentOp(), "");
+}
+
+TEST(DescribeCurrentOp, IsOverWhenACookFails) {
+    Graph graph;
+    const Client client = graph.commit(graph.op(kThrow, {{"message", StringAttribute("no")}}));
+    CookError(client, "/root");
+    EXPECT_EQ(OxOpType::DescribeCurrentOp(), "");
+}
 
 // Errors
 

@@ -6,6 +6,7 @@
 
 #include "LargeStack.h"
 #include "SceneFormat.h"
+#include "SceneLog.h"
 #include "SourceFile.h"
 #include "files/RegularFile.h"
 #include "gltf/GltfReader.h"
@@ -59,9 +60,12 @@ std::shared_ptr<const Scene> ReadScene(const std::string& path, const ReadOption
     if (const std::string reason = ReasonWhyUnreadable(stamp); !reason.empty())
         throw std::runtime_error(reason);
     std::shared_ptr<const Scene> scene;
+    const std::string prefix = CurrentOpPrefix();
     try {
-        RunOnLargeStack(
-            [&] { scene = BuildScene(ReadContent(stamp, options, files, foreignReader)); });
+        RunOnLargeStack([&] {
+            const MessagePrefix messages(prefix);
+            scene = BuildScene(ReadContent(stamp, options, files, foreignReader));
+        });
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(OnOneLine(error.what()));
     } catch (const std::bad_alloc&) {

@@ -92,6 +92,7 @@ void CheckOp(const OpNode& op, const OpNode& last, std::uint64_t mostLocations,
     // Kept here, because the Op may lose its store meanwhile (TellarRuntime::Client::takeResults).
     const auto store = op.store;
     if (!op.type || !store) return;
+    const OxTellarRuntimeDetail::CurrentOp current(op);
     try {
         const State* const state = store->prepare(*op.type, op.args, op.inputs.size());
         Check check(op, last, state, mostLocations, warnings);

@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <utility>
+
+#include <OxTellarSDK/CurrentOp.h>
 
 #include "Cook.h"
 #include "CookObservers.h"
 #include "CookWaiters.h"
 #include "CookWaits.h"
+#include "PerThread.h"
 #include "PluginCall.h"
 #include "ThreadSlot.h"
 
@@ -17,6 +21,8 @@ using OxAttribute::ThreadSlot;
 using LocationData = TellarRuntime::LocationData;
 
 namespace {
+
+TELLAR_THREAD_WORD const OpNode* currentOp = nullptr; // see CurrentOp
 
 struct alignas(64) Counter {
     std::atomic<std::uint64_t> value{0};
@@ -117,15 +123,20 @@ std::uint64_t NumberOfCooks() {
     return sum;
 }
 
+CurrentOp::CurrentOp(const OpNode& op) noexcept : outer(std::exchange(currentOp, &op)) {}
+CurrentOp::~CurrentOp() {
+    currentOp = outer;
+}
+
 std::string OpNode::label() const {
-    return "Op \"" + name + "\" (" + typeName + ")";
+    return (place.empty() ? place : place + ": ") + "Op \"" + name + "\" (" + typeName + ")";
 }
 
 void OpNode::fail(const std::string* path, ErrorFacts cause) const {
     // Types other than TellarError tell only that the cook failed.
     if (cause.code == kOxErrorUnknown) cause.code = kOxErrorCook;
     const std::string location = path ? " at \"" + *path + '"' : std::string();
-    cause.text = (place.empty() ? place : place + ": ") + label() + location + ": " + cause.text;
+    cause.text = label() + location + ": " + cause.text;
     cause.op = name;
     cause.opType = typeName;
     cause.opPlace = place;
@@ -135,6 +146,7 @@ void OpNode::fail(const std::string* path, ErrorFacts cause) const {
 
 template <typename Call>
 auto OpNode::guarded(const std::string* path, const Call& call) const {
+    const CurrentOp current(*this);
     ErrorFacts cause;
     try {
         return call();
@@ -308,6 +320,11 @@ void OpNode::cookParent(LocationNode& node) const {
 } // namespace OxTellarRuntimeDetail
 
 namespace OxOpType {
+
+std::string DescribeCurrentOp() {
+    using OxTellarRuntimeDetail::currentOp;
+    return currentOp ? currentOp->label() : std::string();
+}
 
 CookTrace TraceCook(const TellarRuntime::Op& op, const std::string& location) {
     return OxTellarRuntimeDetail::OpNode::Of(op).trace(location);

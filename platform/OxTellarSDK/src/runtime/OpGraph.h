@@ -41,7 +41,7 @@ struct OpNode {
 
     static OpNode& Of(const TellarRuntime::Op& op) { return *op.node; }
 
-    /// The Op's name in errors: "Op \"name\" (Type)".
+    /// The Op in errors: "scene.json:14:5: Op \"name\" (Type)", or without the place.
     std::string label() const;
 
     /// Parses the arguments if no cook has done so. Throws TellarError when nothing can be cooked.
@@ -84,6 +84,19 @@ private:
     TellarRuntime::LocationData traceInto(OxOpType::CookTrace& trace,
                                           const std::string& path) const;
     void cookParent(LocationNode& node) const;
+};
+
+/// The calling thread runs code of the Op's type while this object lives. See
+/// OxOpType::DescribeCurrentOp.
+class CurrentOp {
+public:
+    explicit CurrentOp(const OpNode& op) noexcept;
+    ~CurrentOp();
+    CurrentOp(const CurrentOp&) = delete;
+    CurrentOp& operator=(const CurrentOp&) = delete;
+
+private:
+    const OpNode* const outer;
 };
 
 /// The exception that leaves a cook. Its text and its facts name the Op, its type and the location.

@@ -17,6 +17,7 @@
 #include "NamedLogger.h"
 #include "ReaderErrors.h"
 #include "ReaderReply.h"
+#include "SceneLog.h"
 #include "process/ChildProcess.h"
 
 namespace TellarSceneImport {
@@ -143,7 +144,7 @@ void Relay(const OxLogMessage& message, const std::string& path) {
     const OxLoggerGlue logger(message.loggerName);
     const bool namesScene = message.text.find(path) != std::string::npos;
     const std::string text =
-        namesScene ? message.text : "Scene file \"" + path + "\": " + message.text;
+        CurrentOpPrefix() + (namesScene ? "" : "Scene file \"" + path + "\": ") + message.text;
     const char* const file = message.file.c_str();
     switch (message.level) {
     case OxLogLevel::debug:
