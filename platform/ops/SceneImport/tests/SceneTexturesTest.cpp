@@ -92,7 +92,8 @@ TEST_F(SceneTextures, AreInATemporaryFolderWithOneWarningWhenTheCacheCannotBeWri
     EXPECT_EQ(directory.read(fs::relative(path, directory.path()).string()), kPng);
     EXPECT_EQ(fileOf(ImportedScene(writeGltf("ball.gltf", uri + ", " + uri)), "normalImage"), path);
     EXPECT_THAT(log.textsOf("SceneImport"),
-                ElementsAre("Scene file \"" + fs::canonical(file).string() +
+                ElementsAre("Op \"op0\" (SceneImport): Scene file \"" +
+                            fs::canonical(file).string() +
                             "\": the images inside scene files are in a temporary folder until "
                             "the process ends, because the image cache \"" +
                             blocked + "/images\" cannot be used: Cannot create the image cache \"" +
@@ -119,7 +120,8 @@ TEST_F(SceneTextures, ThatDoNotExistAreWarnedOfOnce) {
     const std::string folder = fs::canonical(directory.path()).string();
     EXPECT_EQ(fileOf(scene, "baseColorImage"), folder + "/maps/a.png");
     EXPECT_THAT(log.textsOf("SceneImport"),
-                ElementsAre("Scene file \"" + folder + "/box.gltf\": the texture \"" + folder +
+                ElementsAre("Op \"op0\" (SceneImport): Scene file \"" + folder +
+                            "/box.gltf\": the texture \"" + folder +
                             "/maps/a.png\" of the material \"paint\" does not exist"));
 }
 
