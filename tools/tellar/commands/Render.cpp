@@ -36,7 +36,6 @@ namespace TellarTool {
 namespace {
 
 using namespace OxAttribute;
-using TELLAR::GeometryProducer;
 
 constexpr const char* kExamples = R"(Examples:
   tellar render model.glb -o model.png                  a model without camera and lights, too
