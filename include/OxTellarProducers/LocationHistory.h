@@ -22,8 +22,8 @@
 
 namespace TELLAR {
 
-/// What an Op did to the subject of a history: a location, one of its attributes, or the place of a
-/// name among its potential children.
+/// The action of an Op on the subject of a history: a location, one of its attributes, or the place
+/// of a name among its potential children.
 enum class HistoryAction {
     Made,    ///< the location comes from this Op, and the subject with it
     Passed,  ///< the subject is as the input at the same location has it
@@ -36,7 +36,7 @@ enum class HistoryAction {
     Failed   ///< the location cannot be cooked
 };
 
-/// What an Op took from a location of one of its inputs.
+/// The use that an Op made of a location of one of its inputs.
 enum class HistoryRole {
     Origin,      ///< the subject before the Op changed it; a step has one at most
     Contributed, ///< further values
@@ -60,7 +60,7 @@ struct HistoryChange : ValueDifference {
     std::size_t copiedInput = 0; ///< index among the inputs of the Op, if it was copied
 };
 
-/// What one Op did at one location.
+/// The action of one Op at one location.
 struct HistoryStep {
     std::shared_ptr<TellarRuntime::Op> op;
     std::string location; ///< other than the subject's where that was copied from elsewhere
@@ -69,7 +69,7 @@ struct HistoryStep {
     /// history of a location.
     OxAttribute::Attribute before;
     OxAttribute::Attribute after;
-    /// What the Op changed: of the attribute, or of all attributes in the history of a location.
+    /// The changes by the Op: of the attribute, or of all attributes in the history of a location.
     /// For a location that it made, its attributes.
     std::vector<HistoryChange> changes;
     /// Names of potential children, in the history of a location. Invalid if there are none.

@@ -59,7 +59,7 @@ TELLAR_API std::vector<std::string> SimilarRenderSettings(std::string_view name)
 /// The names that the setting "aovs" may have: the layers of a picture. Threads: any.
 TELLAR_API const std::vector<std::string>& GetKnownRenderLayers();
 
-/// What is wrong with a render setting.
+/// A kind of mistake in a render setting.
 enum class RenderSettingProblem {
     None,
     UnknownName, ///< nothing reads it
@@ -67,7 +67,7 @@ enum class RenderSettingProblem {
     WrongValue   ///< a value out of range, or the name of something that there is not
 };
 
-/// What is wrong with the value of a known setting, as the end of a sentence that begins with the
+/// The mistake in the value of a known setting, as the end of a sentence that begins with the
 /// setting: "must be one number from 0 to 1, not 2". Empty if nothing is. Whether a camera exists
 /// is not looked at.
 struct RenderSettingDefect {
@@ -90,8 +90,8 @@ enum class RenderSettingOrigin { Default, Location, Override };
 /// One render setting of a scene.
 struct RenderSettingFacts {
     std::string name; ///< dotted
-    /// What renderers are told, or the default. Invalid when the setting is missing and nothing
-    /// stands in for it.
+    /// The value that renderers are told, or the default. Invalid when the setting is missing and
+    /// nothing stands in for it.
     OxAttribute::Attribute value;
     RenderSettingOrigin origin = RenderSettingOrigin::Default;
     /// The path of the location, or the source of the override. Empty for a default.

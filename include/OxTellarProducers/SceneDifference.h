@@ -55,12 +55,12 @@ struct LocationDifference {
 
     Kind kind = Changed;
     std::string path;
-    /// Of Changed: the attributes that differ, those of the new scene first, in its order. A group
+    /// For Changed: the attributes that differ, those of the new scene first, in its order. A group
     /// is listed as the values in it.
     std::vector<ValueDifference> values;
-    /// Of Changed: children that both scenes have are in another order.
+    /// True for Changed if children that both scenes have are in another order.
     bool isReordered = false;
-    /// Of Removed and Added: the number of locations below that exist.
+    /// For Removed and Added: the number of locations below that exist.
     std::int64_t below = 0;
     /// Of Failed: the errors. The location may exist in only one of the scenes. Nothing is known of
     /// what is below it.
