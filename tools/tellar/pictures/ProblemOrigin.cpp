@@ -31,7 +31,7 @@ std::string LocationIn(const Client& client, const std::string& message) {
     if (message.compare(0, kRoot.size(), kRoot) != 0) return {};
     for (std::size_t end = message.find(kColon); end != std::string::npos;
          end = message.find(kColon, end + 1)) {
-        const std::string path = message.substr(0, end);
+        std::string path = message.substr(0, end);
         if (client->cookLocation(path).doesLocationExist()) return path;
     }
     return {};
@@ -47,7 +47,7 @@ std::string AttributeIn(const OxAttribute::GroupAttribute& attributes, std::stri
          begin = text.find('"', begin + 1)) {
         const std::size_t end = text.find('"', begin + 1);
         if (end == std::string_view::npos) return {};
-        const std::string name(text.substr(begin + 1, end - begin - 1));
+        std::string name(text.substr(begin + 1, end - begin - 1));
         if (!name.empty() && attributes.getChildByName(name).isValid()) return name;
         begin = end;
     }
