@@ -62,8 +62,8 @@ struct LocationDifference {
     bool isReordered = false;
     /// For Removed and Added: the number of locations below that exist.
     std::int64_t below = 0;
-    /// Of Failed: the errors. The location may exist in only one of the scenes. Nothing is known of
-    /// what is below it.
+    /// The errors of Failed. The location may exist in only one of the scenes. The locations below
+    /// it are not known.
     std::exception_ptr oldError;
     std::exception_ptr newError;
 };

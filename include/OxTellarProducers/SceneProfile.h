@@ -19,8 +19,8 @@ namespace TELLAR {
 
 class CookRecorder;
 
-/// What some cooks took together. Times are in seconds of real time, added up over threads. The
-/// time that the profiler itself needs is not in them.
+/// The cost of several cooks together. Times are in seconds of real time, added up over threads.
+/// The time that the profiler itself needs is not in them.
 struct CookTotals {
     std::uint64_t cooks = 0;
     /// Cooks that failed although none of the cooks that they needed did.
@@ -62,7 +62,7 @@ struct ProfiledLocation {
 };
 
 /// A node of the tree of calls: the cooks by one op that were needed by the cooks of the parent.
-/// Of the totals, waits are the parent's waits for this op. The total time of a call is its own
+/// The waits in its totals are those of the parent for this op. The total time of a call is its own
 /// time, and the total and wait times of its children.
 struct ProfiledCall {
     static constexpr std::size_t kNoParent = static_cast<std::size_t>(-1);
@@ -88,7 +88,7 @@ struct ProfiledEvent {
     bool hasFailed = false;
 };
 
-/// What was cooked while a profiler watched.
+/// The cooks of this process while a profiler watched.
 struct SceneProfile {
     double seconds = 0;      ///< how long it watched
     std::size_t threads = 0; ///< that cooked or waited
@@ -141,7 +141,7 @@ private:
     std::unique_ptr<Watch> watch; // null when stopped
 };
 
-/// What CookLocations found.
+/// The result of CookLocations.
 struct CookedLocations {
     std::uint64_t locations = 0;   ///< those that exist
     std::uint64_t failed = 0;      ///< those that could not be cooked

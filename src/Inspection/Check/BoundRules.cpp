@@ -20,8 +20,8 @@ namespace {
 
 constexpr std::size_t kBoundValues = 6;
 constexpr double kDefaultRadius = 1;
-/// What a bound may lack: as a part of its own size, and of its distance from the origin. Bounds
-/// are often rounded to floats, or written with few digits.
+/// How far points may stand out of a bound: as a part of its size, and of its distance from the
+/// origin. Bounds are often rounded to floats, or written with few digits.
 constexpr double kPartOfSize = 1e-4;
 constexpr double kPartOfDistance = 1e-6;
 
@@ -180,7 +180,8 @@ BoundsAbove BoundsAbove::below(const VisitedLocation& visited, const std::option
                                Findings& findings) const {
     if (!own) return *this;
     BoundsAbove result;
-    // What the own bound encloses is held against that one.
+    // Points inside of the own bound are also inside of each bound above that encloses it. Only the
+    // other ones are still compared with the points.
     for (const Above& each : above)
         if (!Encloses(each.bound->getBox(), own->transformed(each.toAbove.getValue())))
             result.above.push_back(each);

@@ -23,7 +23,7 @@ using OxXFormUtil::Bounds;
 
 namespace {
 
-/// What is remembered by the hash of a content.
+/// The kinds of results that are remembered by the hash of a content.
 enum Purpose : std::uint64_t {
     Shape = 1,
     ShapeBox,

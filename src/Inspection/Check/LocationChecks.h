@@ -19,7 +19,7 @@ namespace TELLAR {
 /// their children.
 class LocationChecks {
 public:
-    /// What comes of the locations above the start of a visit.
+    /// The values that the locations above the start of a visit pass down to it.
     static std::shared_ptr<const void> aboveStart(const GeometryProducer& start);
 
     LocationChecks(Findings& findings, SceneUse& use, std::shared_ptr<const void> aboveStart)

@@ -17,7 +17,7 @@
 
 namespace OxOpType {
 
-/// What a warning is about, for programs that treat kinds of warnings differently.
+/// The subject of a warning, for programs that treat kinds of warnings differently.
 enum class WarningKind {
     Other,
     DeadGlob,       ///< a path or pattern matches no location
