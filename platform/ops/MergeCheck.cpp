@@ -29,8 +29,9 @@ void WarnOfEqualInputs(CheckContext& context) {
             return earlier->getIdentity() == op->getIdentity();
         });
         if (equal != seen.end())
-            context.warnOf(OxOpType::WarningKind::HiddenInput, "its inputs \"" + (*equal)->getName() + "\" and \"" + op->getName() +
-                         "\" are the same scene at the same place, which is there once");
+            context.warnOf(OxOpType::WarningKind::HiddenInput,
+                           "its inputs \"" + (*equal)->getName() + "\" and \"" + op->getName() +
+                               "\" are the same scene at the same place, which is there once");
         else
             seen.push_back(op);
     }
@@ -55,9 +56,10 @@ public:
                                    : count == 2
                                        ? " and one other location"
                                        : " and " + std::to_string(count - 1) + " other locations";
-        context.warnOf(OxOpType::WarningKind::HiddenInput, "its inputs \"" + firstNames.first + "\" and \"" + firstNames.second +
-                     "\" both have \"" + firstPath + '"' + others +
-                     "; what they have is mixed there");
+        context.warnOf(OxOpType::WarningKind::HiddenInput,
+                       "its inputs \"" + firstNames.first + "\" and \"" + firstNames.second +
+                           "\" both have \"" + firstPath + '"' + others +
+                           "; what they have is mixed there");
     }
 
 private:

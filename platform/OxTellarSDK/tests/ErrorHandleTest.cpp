@@ -67,9 +67,9 @@ auto CallWith(Slot slot, const int* number, Check check) {
 }
 
 TEST(ErrorHandle, HasTheFactsItWasMadeFrom) {
-    OxErrorStruct* const error = OxErrorToHandle(
-        ErrorFacts{kOxErrorCook, "text", "op", "Type", "/root/a", "geometry.point.P", "a.ply",
-                   "scene.json:14:5"});
+    OxErrorStruct* const error =
+        OxErrorToHandle(ErrorFacts{kOxErrorCook, "text", "op", "Type", "/root/a",
+                                   "geometry.point.P", "a.ply", "scene.json:14:5"});
     EXPECT_STREQ(OxHandleToErrorPlace(error), "scene.json:14:5");
     EXPECT_STREQ(OxHandleToErrorPlace(nullptr), "");
     const OxErrorFacts facts = OxHandleToErrorFacts(error);

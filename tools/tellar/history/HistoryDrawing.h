@@ -10,8 +10,8 @@
 namespace TellarTool {
 
 /// A drawing of the op graph in the language of Graphviz, from the sources down to `last`, with the
-/// steps and what they read in colour. Of a graph with more than 300 ops only the steps are drawn, and
-/// of those that pass the subject only their number.
+/// steps and what they read in colour. Of a graph with more than 300 ops only the steps are drawn,
+/// and of those that pass the subject only their number.
 std::string HistoryDrawing(const TELLAR::LocationHistory& history,
                            const std::shared_ptr<TellarRuntime::Op>& last);
 

@@ -7,8 +7,8 @@
 
 namespace TellarTool {
 
-// The places of the ops of all scenes that this process has read, for reports that have the names of
-// ops alone. Whoever has the op asks TellarRuntime::Op::getPlace. For the main thread.
+// The places of the ops of all scenes that this process has read, for reports that have the names
+// of ops alone. Whoever has the op asks TellarRuntime::Op::getPlace. For the main thread.
 
 /// Remembers the places of the ops of a scene.
 void RememberOps(const TELLAR::OpPlaces& places);
