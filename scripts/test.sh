@@ -16,6 +16,8 @@ fi
 
 scripts/install-packages.sh
 read -ra cmake_options <<<"${TELLAR_CMAKE_OPTIONS-}"
+python=$(scripts/python.sh)
+[[ -z $python ]] || cmake_options+=("-DPython_EXECUTABLE=$python")
 cmake --preset "$preset" "${cmake_options[@]}"
 cmake --build --preset "$preset" --parallel "$(nproc)"
 

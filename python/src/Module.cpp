@@ -1,0 +1,20 @@
+#include <OxPluginHost/OxPluginHost.h>
+#include <OxTellarProducers/OxTellarProducersInitialize.h>
+#include <nanobind/nanobind.h>
+
+#include "Classes.h"
+#include "Errors.h"
+
+NB_MODULE(_tellar, module) {
+    module.doc() = "The compiled part of the package tellar. Import that instead.";
+    // For renderers and other plug-ins that ask for the library's suites.
+    if (OxTellarProducersInitialize(OxGetPluginHost()) != 0)
+        throw nanobind::import_error("the plug-in host does not take the suites of the library");
+    TellarPython::TranslateErrors();
+    TellarPython::AddAttributes(module);
+    TellarPython::AddLocations(module);
+    TellarPython::AddWalk(module);
+    TellarPython::AddCameras(module);
+    TellarPython::AddMaterials(module);
+    TellarPython::AddScenes(module);
+}
