@@ -1,0 +1,463 @@
+"""The compiled part of the package tellar. Import that instead."""
+
+from collections.abc import Callable, Iterable, Iterator, Mapping
+from typing import Any
+from ._errors import Error
+from ._types import ArrayLike, AttributeLike, AttributeValue, DoubleArray, NumberArray, Resolution, T, Value
+
+import os
+
+
+class Attribute:
+    """
+    Numbers or strings of one type, in tuples, at one or more times; or null.
+
+    Immutable, and shared by any number of threads. Made by :func:`attribute` and
+    :func:`samples`.
+    """
+
+    @property
+    def type(self) -> str:
+        """"int", "float", "double", "string" or "null"."""
+
+    @property
+    def tuple_size(self) -> int:
+        """How many values belong together, such as 3 for a point; 0 for null."""
+
+    @property
+    def times(self) -> list[float]:
+        """The times of the samples, in frames, ascending."""
+
+    @property
+    def value(self) -> AttributeValue:
+        """
+        The sample nearest to time 0. Numbers are a read-only array that shares the memory
+        of the attribute, of the shape (values,) or (tuples, tuple size); one string is a
+        str, and any other number of them a tuple; null is None.
+        """
+
+    def sample(self, time: float) -> AttributeValue:
+        """The sample nearest to a time, in the form of `value`."""
+
+    def interpolated(self, time: float) -> AttributeValue:
+        """
+        The value at a time, linearly interpolated between samples and held beyond the first
+        and the last. Floats and doubles give a new array; others are not interpolated.
+        """
+
+    @property
+    def samples(self) -> dict[float, AttributeValue]:
+        """All samples by their times, in the form of `value`."""
+
+    def __repr__(self) -> str: ...
+
+    @property
+    def hash(self) -> str:
+        """
+        The content hash: 32 hexadecimal digits, equal for equal values on every machine.
+        """
+
+    def to_json(self, indent: int = 2) -> str:
+        """The value as JSON text, in one line with an `indent` of -1."""
+
+    def __eq__(self, other: object, /) -> bool: ...
+
+    def __hash__(self) -> int: ...
+
+class Group:
+    """
+    Named values in a fixed order, a mapping of names to values.
+
+    A name may be a dotted path into groups: group["geometry.point.P"]. Immutable, and
+    shared by any number of threads. Made by :func:`group`.
+    """
+
+    def __len__(self) -> int: ...
+
+    def __contains__(self, name: object, /) -> bool: ...
+
+    def __getitem__(self, name: str, /) -> Value:
+        """
+        The value of this name or at this dotted path. Raises NotFoundError, which is a
+        KeyError.
+        """
+
+    def get(self, name: str, default: T | None = None) -> Value | T | None:
+        """The value of this name or at this dotted path, or the default."""
+
+    def attribute(self, name: str) -> Attribute | Group | None:
+        """
+        The attribute itself, with its type and its time samples; None if there is none.
+        """
+
+    def __iter__(self) -> Iterator[str]: ...
+
+    def keys(self) -> list[str]:
+        """The names, in order."""
+
+    def values(self) -> list[Value]:
+        """The values, in order."""
+
+    def items(self) -> list[tuple[str, Value]]:
+        """The names with their values, in order."""
+
+    def to_dict(self) -> dict[str, Any]:
+        """A dict of the values, with dicts for groups."""
+
+    @property
+    def inherits(self) -> bool:
+        """
+        Whether the group shows the children of the same group of the parent
+        location, too, when it is read as a global attribute.
+        """
+
+    def __repr__(self) -> str: ...
+
+    @property
+    def hash(self) -> str:
+        """
+        The content hash: 32 hexadecimal digits, equal for equal values on every machine.
+        """
+
+    def to_json(self, indent: int = 2) -> str:
+        """The value as JSON text, in one line with an `indent` of -1."""
+
+    def __eq__(self, other: object, /) -> bool: ...
+
+    def __hash__(self) -> int: ...
+
+def attribute(value: AttributeLike, type: str = "", tuple_size: int = 0) -> Attribute | Group:
+    """
+    Makes an attribute.
+
+    None is null; bool and int are an int; float is a double; str and bytes a string; a
+    mapping a group. Arrays keep their type if it is int32, float32 or float64; other
+    integers become int32, and float16 float32. Axes after the first make the tuple: an
+    array of the shape (8, 3) has tuples of 3. Any other sequence is taken as numpy does.
+
+    `type` ("int", "float", "double" or "string") converts the values, and
+    `tuple_size` puts them into tuples. Raises TypeError for values that no attribute holds,
+    OverflowError for integers of more than 32 bits, and ValueError for values that do not
+    make whole tuples.
+    """
+
+def samples(samples: Mapping[float, AttributeLike], type: str = "", tuple_size: int = 0) -> Attribute:
+    """
+    Makes an attribute with several time samples, from a mapping of times, in frames, to
+    values of one type and size. The arguments are those of :func:`attribute`. Raises
+    TypeError and ValueError as it does, and when the samples differ in type or size.
+    """
+
+def group(values: Mapping[str, AttributeLike], inherit: bool = True) -> Group:
+    """
+    Makes a group of named values, each as :func:`attribute` takes it. A name with dots is a
+    path into groups. `inherit` says whether the group inherits from the same group of the
+    parent location.
+    """
+
+class Location:
+    """
+    One location of a scene: a snapshot of its attributes and the way to all others.
+
+    It keeps the scene alive, and stays as it is when the scene is edited. Any thread may use
+    it.
+    """
+
+    @property
+    def name(self) -> str:
+        """The last part of the path."""
+
+    @property
+    def path(self) -> str:
+        """The absolute path, "/root/world/geo"."""
+
+    @property
+    def type(self) -> str:
+        """The attribute "type"; an empty text when there is none."""
+
+    @property
+    def parent(self) -> Location | None:
+        """None for the root."""
+
+    @property
+    def root(self) -> Location:
+        """The topmost location."""
+
+    @property
+    def children(self) -> Children:
+        """The locations below, computed when they are asked for."""
+
+    def find(self, path: str) -> Location | None:
+        """
+        The location at a path, absolute or relative to this one ("leaf", "../other").
+        None if it does not exist.
+        """
+
+    def __getitem__(self, name: str, /) -> Value:
+        """
+        The value of an attribute by its dotted name, as Attribute.value has it; a Group for
+        a group. Raises NotFoundError, which is a KeyError.
+        """
+
+    def __contains__(self, name: object, /) -> bool: ...
+
+    def get(self, name: str, default: T | None = None) -> Value | T | None:
+        """The value of an attribute by its dotted name, or the default."""
+
+    def attribute(self, name: str) -> Attribute | Group | None:
+        """
+        The attribute itself, with its type and its time samples; None if there is none.
+        """
+
+    def global_attribute(self, name: str) -> Attribute | Group | None:
+        """The attribute as inherited from the ancestors; None if there is none."""
+
+    @property
+    def attributes(self) -> Group:
+        """All attributes of the location."""
+
+    @property
+    def attribute_names(self) -> list[str]:
+        """The names of the attributes, sorted."""
+
+    @property
+    def hash(self) -> str:
+        """Hexadecimal text of the content's hash."""
+
+    def world_matrix(self, time: float = 0.0) -> DoubleArray:
+        """
+        The location's local space to the world at a time in frames: an array (4, 4) for row
+        vectors, with the translation in the last row.
+        """
+
+    def local_matrix(self, time: float = 0.0) -> DoubleArray:
+        """
+        The location's local space to that of its parent, or to the world if its "xform" has
+        an "origin". See `world_matrix`.
+        """
+
+    @property
+    def transform_times(self) -> list[float]:
+        """
+        The times at which a transform from the root to the location has samples.
+        """
+
+    @property
+    def bound(self) -> NumberArray | None:
+        """
+        The attribute "bound": x min, x max, y min, y max, z min, z max in local
+        space. None if there is none.
+        """
+
+    def material(self) -> Material | None:
+        """
+        The effective material, from the location and its ancestors; None if there is none.
+        """
+
+    def __eq__(self, other: object, /) -> bool: ...
+
+    def __hash__(self) -> int: ...
+
+    def __repr__(self) -> str: ...
+
+class ChildIterator:
+    """The children of a location, one by one."""
+
+    def __iter__(self) -> ChildIterator: ...
+
+    def __next__(self) -> Location: ...
+
+class Children:
+    """
+    The children of a location. Nothing is computed before it is asked for.
+
+    Iterating gives those that exist, in order.
+    """
+
+    def __iter__(self) -> ChildIterator: ...
+
+    def __getitem__(self, name: str, /) -> Location:
+        """The child of this name. Raises NotFoundError, which is a KeyError."""
+
+    def get(self, name: str) -> Location | None:
+        """The child of this name; None if it does not exist."""
+
+    def __contains__(self, name: object, /) -> bool:
+        """Whether the child exists, which computes it."""
+
+    @property
+    def names(self) -> list[str]:
+        """
+        The names that the location tells, without computing the children. Some may
+        not exist.
+        """
+
+    def __repr__(self) -> str: ...
+
+class Walk:
+    """
+    The locations of a walk, one by one, in the order of the tree.
+
+    Other threads compute a few hundred locations ahead. A context manager: leaving
+    it, or `close`, ends the walk and its threads early.
+    """
+
+    def __iter__(self) -> Walk: ...
+
+    def __next__(self) -> Location: ...
+
+    def close(self) -> None:
+        """Ends the walk and waits for its threads."""
+
+    def __enter__(self) -> Walk: ...
+
+    def __exit__(self, *exception: object) -> None: ...
+
+class Camera:
+    """
+    A camera of a scene at time 0: its lens and its transform. It looks along
+    its own -z with +y up.
+    """
+
+    @property
+    def path(self) -> str:
+        """The path of its location."""
+
+    @property
+    def fov(self) -> float:
+        """The field of view across a screen window from -1 to 1, in degrees."""
+
+    @property
+    def near(self) -> float:
+        """The distance of the near clipping plane."""
+
+    @property
+    def far(self) -> float:
+        """The distance of the far clipping plane."""
+
+    @property
+    def window(self) -> tuple[float, float, float, float]:
+        """
+        The screen window: left, right, bottom, top, where 1 is half the field of
+        view.
+        """
+
+    @property
+    def is_orthographic(self) -> bool:
+        """Whether the camera has parallel rays."""
+
+    @property
+    def orthographic_width(self) -> float:
+        """
+        Twice the length, in the scene, of one unit of the screen window of an
+        orthographic camera; 0 when it is not given.
+        """
+
+    @property
+    def world_matrix(self) -> DoubleArray:
+        """Camera space to the world: an array (4, 4) for row vectors."""
+
+    def projection_matrix(self, aspect: float) -> DoubleArray:
+        """
+        Camera space to clip space: an array (4, 4) for row vectors; divide by w. `aspect` is
+        the width of the picture divided by its height.
+        """
+
+    def resolution(self, resolution: Resolution | None = None) -> tuple[int, int]:
+        """
+        Width and height in pixels of a resolution; of the scene's unless given.
+        """
+
+    def project(self, points: ArrayLike, resolution: Resolution | None = None) -> DoubleArray:
+        """
+        Points of the world, an array (n, 3), on the picture: an array (n, 3) of x and y in
+        pixels from the left and the bottom edge, and the depth from 0 at the near plane to 1
+        at the far one. Points that are not in front of the camera become NaN. `resolution`
+        is a name or (width, height); the scene's unless given.
+        """
+
+    def __repr__(self) -> str: ...
+
+class Material:
+    """
+    The effective material of a location, from its own attribute "material"
+    and those of its ancestors.
+    """
+
+    @property
+    def layers(self) -> list[Group]:
+        """The materials that it is made from, the nearest first."""
+
+    def flattened(self, *terminals: str) -> Group:
+        """
+        The layers combined into one material. A network has the nodes that the named terminals
+        ("surface", "displacement") need, each from the nearest layer that has it.
+        """
+
+    def __repr__(self) -> str: ...
+
+class Scene:
+    """
+    A scene that was opened once. Any thread may use it.
+
+    Locations are computed when they are asked for, and kept.
+    """
+
+    @property
+    def root(self) -> Location:
+        """The location "/root". Raises NotFoundError when the scene has none."""
+
+    def __getitem__(self, path: str, /) -> Location:
+        """
+        The location at an absolute path. Raises NotFoundError, which is a KeyError, when it
+        does not exist, and CookError when it could not be computed.
+        """
+
+    def get(self, path: str) -> Location | None:
+        """The location at an absolute path; None if it does not exist."""
+
+    def __contains__(self, path: object, /) -> bool: ...
+
+    def walk(self, at: str = "/root", types: Iterable[str] | None = None, max_depth: int | None = None, threads: int = 1, on_error: Callable[[Error], object] | None = None) -> Walk:
+        """
+        The locations from a path on, that one first, in the order of the tree.
+
+        `at` may be a glob pattern: "/root/**/wheel_*". `types` leaves out locations of other
+        types, but not what is below them. `max_depth` counts levels below the start. That many
+        threads (0: one for each processor) compute ahead while Python works; the order stays.
+        The error of a location that cannot be computed is raised, and the next step goes on
+        behind it; with `on_error` it is passed to that function instead. Raises NotFoundError
+        when the start does not exist, unless it is a pattern.
+        """
+
+    def camera(self, path: str | None = None) -> Camera:
+        """
+        The camera at a path; the render camera unless given. Raises NotFoundError when there
+        is none.
+        """
+
+    @property
+    def revision(self) -> int:
+        """The number of the newest revision: 0, and one more with every edit."""
+
+    @property
+    def identity(self) -> str:
+        """The hash of the ops: equal for scenes with equal op trees."""
+
+    @property
+    def description(self) -> Group:
+        """
+        The op tree of the newest revision: a group with one child an op, each a group
+        of "opType", "opArgs" and "opInputs". The last op is the terminal one.
+        """
+
+    def __repr__(self) -> str: ...
+
+def open(path: str | os.PathLike[str]) -> Scene:
+    """
+    Opens an op file, a description as JSON or as an attribute stream, a capture, or a
+    model that SceneImport reads.
+
+    Nothing of the scene is computed yet. Raises FileError naming the file and what is
+    wrong with it.
+    """

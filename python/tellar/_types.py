@@ -1,0 +1,46 @@
+"""Types that the signatures of the package name."""
+
+from __future__ import annotations
+
+import os
+from collections.abc import Mapping
+from typing import TYPE_CHECKING, Any, TypeAlias, TypeVar, Union
+
+import numpy as np
+from numpy.typing import ArrayLike, NDArray
+
+if TYPE_CHECKING:
+    from ._tellar import Attribute, Group
+
+__all__ = [
+    "ArrayLike",
+    "AttributeLike",
+    "AttributeValue",
+    "DoubleArray",
+    "NumberArray",
+    "Resolution",
+    "T",
+    "Value",
+]
+
+T = TypeVar("T")
+
+DoubleArray: TypeAlias = NDArray[np.float64]
+NumberArray: TypeAlias = (
+    NDArray[np.int32] | NDArray[np.float32] | NDArray[np.float64]
+)
+
+# What an attribute holds is known when the scene is read, and not before. A union would have every
+# caller of loc["geometry.point.P"] tell the type checker what it knows already.
+AttributeValue: TypeAlias = Any
+"""A NumberArray, a str, a tuple of str, or None."""
+Value: TypeAlias = Any
+"""An AttributeValue or a Group."""
+
+AttributeLike: TypeAlias = Union[
+    "Attribute", "Group", ArrayLike, Mapping[str, Any], "os.PathLike[str]", None
+]
+"""What `attribute` takes. A mapping makes a group."""
+
+Resolution: TypeAlias = str | tuple[int, int]
+"""The name of a resolution, or width and height in pixels."""
