@@ -21,6 +21,9 @@ python=$(scripts/python.sh)
 cmake --preset "$preset" "${cmake_options[@]}"
 cmake --build --preset "$preset" --parallel "$(nproc)"
 
+# A test installs it.
+[[ -z $python || $preset != release ]] || scripts/wheel.sh
+
 # Only sanitizers read these variables. Options from the caller's environment come last and win.
 options() { echo "$1${2:+:$2}"; }
 supp=$PWD/scripts/sanitizers

@@ -188,7 +188,7 @@ Attribute SequenceFrom(nb::handle value) {
             : ArrayFrom(Buffer(array));
     if (!attribute.isValid())
         Refuse(PyExc_TypeError, "an attribute cannot hold values of the type " +
-                                    nb::cast<std::string>(nb::str(array.attr("dtype"))));
+                                    BytesOf(nb::str(array.attr("dtype"))));
     return attribute;
 }
 
@@ -349,7 +349,7 @@ Attribute AttributeFrom(nb::handle value) {
         return SequenceFrom(value);
     if (nb::hasattr(value, "__fspath__")) return AttributeFrom(nb::steal(PyOS_FSPath(value.ptr())));
     Refuse(PyExc_TypeError, "an attribute cannot be made of a value of the type " +
-                                nb::cast<std::string>(nb::str(value.type().attr("__name__"))));
+                                BytesOf(nb::str(value.type().attr("__name__"))));
 }
 
 Attribute AttributeFrom(nb::handle value, const std::string& type, std::int64_t tupleSize) {

@@ -263,7 +263,7 @@ void AddAttributes(nb::module_& module) {
         [](nb::handle value, const std::string& type, std::int64_t tupleSize) {
             return HandleOf(AttributeFrom(value, type, tupleSize));
         },
-        "value"_a, "type"_a = "", "tuple_size"_a = 0,
+        "value"_a.none(), "type"_a = "", "tuple_size"_a = 0,
         nb::sig("def attribute(value: AttributeLike, type: str = \"\", tuple_size: int = 0) "
                 "-> Attribute | Group"),
         "Makes an attribute.\n\n"

@@ -10,6 +10,7 @@ void AddAttributes(nanobind::module_& module);
 void AddCameras(nanobind::module_& module);
 void AddLocations(nanobind::module_& module);
 void AddMaterials(nanobind::module_& module);
+void AddRendering(nanobind::module_& module);
 void AddScenes(nanobind::module_& module);
 void AddWalk(nanobind::module_& module);
 

@@ -17,4 +17,5 @@ NB_MODULE(_tellar, module) {
     TellarPython::AddCameras(module);
     TellarPython::AddMaterials(module);
     TellarPython::AddScenes(module);
+    TellarPython::AddRendering(module);
 }

@@ -14,6 +14,7 @@ from ._errors import (
     InvalidValueError,
     NotFoundError,
 )
+from ._render import RenderWarning, render
 from ._tellar import (
     Attribute,
     Camera,
@@ -43,10 +44,12 @@ __all__ = [
     "Location",
     "Material",
     "NotFoundError",
+    "RenderWarning",
     "Scene",
     "Walk",
     "attribute",
     "group",
     "open",
+    "render",
     "samples",
 ]

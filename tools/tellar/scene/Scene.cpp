@@ -29,6 +29,15 @@ std::string WithoutPath(std::string message, const std::string& path) {
     return message;
 }
 
+/// A description that does nothing but import a file is what opening that file gives.
+SceneKind KindOf(const GroupAttribute& description) {
+    const StringAttribute type(
+        GroupAttribute(description.getChildByIndex(0)).getChildByName("opType"));
+    const bool isImport =
+        description.getNumberOfChildren() == 1 && type.getValueView() == "SceneImport";
+    return isImport ? SceneKind::SceneFile : SceneKind::AttributeStream;
+}
+
 /// An op tree that grows at its end.
 class OpList {
 public:
@@ -63,6 +72,11 @@ Scene::Scene(const std::string& path) : path(path) {
         readStandardInput();
     else
         take(TELLAR::ReadSceneDescription(path));
+}
+
+Scene::Scene(std::shared_ptr<TELLAR::Scene> scene, const std::string& name)
+    : path(name), kind(KindOf(scene->getDescription())), description(scene->getDescription()) {
+    opened->scene = std::move(scene);
 }
 
 /// Relative files count from the working directory.

@@ -30,6 +30,8 @@ public:
     /// Reads a file, or standard input for "-". Throws std::runtime_error naming the file and what
     /// is wrong with it.
     explicit Scene(const std::string& path);
+    /// A scene that the program has open. Messages call it `name`.
+    Scene(std::shared_ptr<TELLAR::Scene> scene, const std::string& name);
 
     const std::string& getPath() const { return path; }
     SceneKind getKind() const { return kind; }

@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Packs what the release build has made into a wheel in build/wheel, unless the one there is newer.
+# `pip install .` builds everything by itself; this takes seconds.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+build=build/release
+folder=build/wheel
+made=$(find "$folder" -name '*.whl' 2>/dev/null | head -n 1)
+parts=("$build/bin/tellar" "$build/lib" "$build/python" pyproject.toml python/tellar README.md examples)
+if [[ -n $made ]]; then
+    [[ -n $(find "${parts[@]}" -newer "$made" -not -type d -print -quit) ]] || exit 0
+    rm -rf "$folder"
+fi
+
+# The build's own options stay as they are, those of its tests above all.
+tests=$(sed -n 's/^TELLAR_BUILD_TESTS:BOOL=//p' "$build/CMakeCache.txt")
+log=$build/wheel.log
+build/python-environment/bin/python -m pip --disable-pip-version-check wheel . \
+    --no-build-isolation --no-deps --wheel-dir "$folder" --config-settings "build-dir=$build" \
+    --config-settings "cmake.define.TELLAR_BUILD_TESTS=$tests" >"$log" 2>&1 || {
+    cat "$log" >&2
+    exit 1
+}
