@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import sys
+import tempfile
 import warnings
 from collections.abc import Callable, Mapping
 from pathlib import Path
@@ -61,10 +62,15 @@ def render(
     if camera is not None:
         chosen["cameraName"] = camera
     show = _ProgressLine() if progress is True else progress or None
-    try:
-        written, failed = _tellar.render(
-            scene, path, renderer, chosen, light, frame, samples or 0, threads, strict, show, _warn
+
+    def draw(picture: Path) -> tuple[str, int]:
+        return _tellar.render(
+            scene, picture, renderer, chosen, light, frame, samples or 0, threads, strict, show,
+            _warn,
         )
+
+    try:
+        written, failed = _draw_aside(draw, Path(path)) if strict else draw(Path(path))
     finally:
         if isinstance(show, _ProgressLine):
             show.end()
@@ -74,9 +80,28 @@ def render(
     return Path(written or path)
 
 
+def _draw_aside(draw: Callable[[Path], tuple[str, int]], path: Path) -> tuple[str, int]:
+    """Draws into a folder beside the picture, which is replaced when nothing has failed."""
+    if not path.parent.is_dir():
+        return draw(path)  # which tells that there is no such folder
+    with tempfile.TemporaryDirectory(prefix=".tellar-", dir=path.parent) as folder:
+        written, failed = draw(Path(folder) / path.name)
+        picture = path.parent / Path(written).name
+        os.replace(written, picture)
+        return str(picture), failed
+
+
 def _warn(text: str) -> None:
-    # The line that called render().
-    warnings.warn(text, RenderWarning, stacklevel=3)
+    warnings.warn(text, RenderWarning, stacklevel=_depth_of_caller())
+
+
+def _depth_of_caller() -> int:
+    """The level of warnings.warn for the code that called into this package."""
+    folder = os.path.dirname(__file__)
+    frame, depth = sys._getframe(1), 1
+    while frame.f_back and os.path.dirname(frame.f_code.co_filename) == folder:
+        frame, depth = frame.f_back, depth + 1
+    return depth
 
 
 class _ProgressLine:

@@ -461,3 +461,9 @@ def open(path: str | os.PathLike[str]) -> Scene:
     Nothing of the scene is computed yet. Raises FileError naming the file and what is
     wrong with it.
     """
+
+def render(scene: Scene, picture: str | os.PathLike[str], renderer: str, settings: Mapping[str, AttributeLike], light: str, frame: float, samples: int, threads: int, strict: bool, on_progress: Callable[[float, str], object] | None, on_warning: Callable[[str], object]) -> tuple[str, int]:
+    """
+    The engine of :func:`tellar.render`. Returns the path that was written and the
+    number of locations that could not be computed.
+    """

@@ -35,7 +35,8 @@ def clean_environment(home: Path) -> dict[str, str]:
 
 
 def main() -> int:
-    environment, wheels, tests = Path(sys.argv[1]), Path(sys.argv[2]), sys.argv[3:]
+    environment, wheels = Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve()
+    tests = [os.path.abspath(test) for test in sys.argv[3:]]
     with tempfile.TemporaryDirectory() as folder:
         home = Path(folder) / "installed"
         venv.create(home, with_pip=True)

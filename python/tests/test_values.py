@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import array
 import gc
 from collections.abc import Callable
 from pathlib import PurePosixPath
@@ -41,7 +42,7 @@ def made(value: Any, **options: Any) -> tellar.Attribute:
         (np.arange(6, dtype=">f8"), "double", 1),
         (np.array(["a", "bc"]), "string", 1),
         (np.array([True, False]), "int", 1),
-        (memoryview(np.zeros(3)), "double", 1),
+        (array.array("d", [1, 2]), "double", 1),
         (None, "null", 0),
     ],
 )
