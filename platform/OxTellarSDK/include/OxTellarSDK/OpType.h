@@ -23,7 +23,7 @@ namespace OxOpType {
 /// One argument of an op type, for its documentation.
 struct Argument {
     std::string name;    ///< dotted path inside the arguments group
-    std::string type;    ///< "string", "int", "double[16]", "group" and the like
+    std::string type;    ///< "string", "int", "double[16]", "int[]", "double[3][]", "group" ...
     std::string summary; ///< one sentence, with the default
 };
 

@@ -34,7 +34,8 @@ std::string LowerCase(std::string text) {
     return text;
 }
 
-/// "double" and 16 of "double[16]"; the number is 0 for a list of any length, "string[]".
+/// "double" and 16 of "double[16]"; the number is 0 for a list of any length, "string[]", and 3 for
+/// a list of tuples, "double[3][]", of which one is drawn.
 struct ArgumentType {
     std::string name;
     std::size_t count = 1;

@@ -69,15 +69,18 @@ bool IsSentence(const std::string& text) {
            (isUpper(text.front()) || !std::isalpha(static_cast<unsigned char>(text.front())));
 }
 
-/// Whether a type is written as "int", "double[16]" or "string[]".
+/// Whether a type is written as "int", "double[16]", "string[]" or "double[3][]".
 bool IsTypeName(const std::string& type) {
     const std::size_t bracket = type.find('[');
     const std::string name = type.substr(0, bracket);
     static const std::set<std::string> kNames = {"int", "float", "double", "string", "group"};
     if (kNames.count(name) == 0) return false;
     if (bracket == std::string::npos) return true;
-    return type.back() == ']' &&
-           type.find_first_not_of("0123456789", bracket + 1) == type.size() - 1;
+    const std::size_t end = type.find_first_not_of("0123456789", bracket + 1);
+    if (end == std::string::npos) return false;
+    const std::string rest = type.substr(end);
+    const bool hasNumber = end > bracket + 1;
+    return rest == "]" || (hasNumber && rest == "][]");
 }
 
 void CheckArgument(const OxOpType::Argument& argument, Verdict& verdict) {
@@ -86,7 +89,8 @@ void CheckArgument(const OxOpType::Argument& argument, Verdict& verdict) {
     verdict.expect(!argument.type.empty(), name + "has no type");
     if (!argument.type.empty() && !IsTypeName(argument.type))
         verdict.note(name + "the type \"" + argument.type +
-                     "\" is not written as \"int\", \"double[16]\" or \"string[]\"");
+                     "\" is not written as \"int\", \"double[16]\", \"string[]\" or "
+                     "\"double[3][]\"");
     if (verdict.expect(!argument.summary.empty(), name + "has no summary"))
         verdict.expect(IsSentence(argument.summary),
                        name + "the summary \"" + argument.summary + "\" is not a sentence");
