@@ -49,9 +49,9 @@ DataAttribute AsNumbers(const Attribute& attribute, NumberForm form) {
     }
 }
 
-bool IsLocationPath(const std::string& path) {
+bool IsLocationPath(std::string_view path) {
     return path.size() > 1 && path[0] == '/' && path.back() != '/' &&
-           path.find("//") == std::string::npos;
+           path.find("//") == std::string_view::npos;
 }
 
 std::vector<std::string> Copy(const ConstStringSample& sample) {
@@ -138,6 +138,16 @@ std::string ArgReader::location(std::string_view name, const std::string& absent
     return path;
 }
 
+StringAttribute ArgReader::locations(std::string_view name) const {
+    StringAttribute paths(require(name));
+    check(paths.isValid(), name);
+    for (const std::string_view path : paths.getNearestSample(0.0f))
+        if (!IsLocationPath(path))
+            ThrowArgumentError(name,
+                               "must be absolute location paths, not \"" + std::string(path) + '"');
+    return paths;
+}
+
 std::int32_t ArgReader::integer(std::string_view name, std::int32_t absent, std::int32_t least,
                                 std::int32_t most) const {
     if (!find(name).isValid()) return absent;
@@ -158,6 +168,13 @@ std::vector<std::int32_t> ArgReader::requiredIntegers(std::string_view name, std
     return {sample.begin(), sample.end()};
 }
 
+IntAttribute ArgReader::integerList(std::string_view name) const {
+    const Attribute attribute = find(name);
+    IntAttribute integers(attribute);
+    check(integers.isValid() || !attribute.isValid(), name);
+    return integers;
+}
+
 bool ArgReader::flag(std::string_view name, bool absent) const {
     return integer(name, absent ? 1 : 0, 0, 1) == 1;
 }
@@ -167,6 +184,14 @@ DataAttribute ArgReader::numbers(std::string_view name, std::int64_t count, Numb
     if (!attribute.isValid()) return DataAttribute();
     DataAttribute numbers = AsNumbers(attribute, form);
     check(numbers.isValid() && numbers.getNumberOfValues() == count, name);
+    return numbers;
+}
+
+DataAttribute ArgReader::tuples(std::string_view name, std::int64_t tupleSize) const {
+    const Attribute attribute = find(name);
+    if (!attribute.isValid()) return DataAttribute();
+    DataAttribute numbers = AsNumbers(attribute, NumberForm::AsGiven);
+    check(numbers.isValid() && numbers.getNumberOfValues() % tupleSize == 0, name);
     return numbers;
 }
 

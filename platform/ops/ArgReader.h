@@ -35,17 +35,24 @@ public:
     /// An absolute location path without empty levels; required if `absent` is empty.
     std::string location(std::string_view name, const std::string& absent) const;
 
+    /// A list of such paths, required.
+    OxAttribute::StringAttribute locations(std::string_view name) const;
+
     std::int32_t integer(std::string_view name, std::int32_t absent, std::int32_t least,
                          std::int32_t most) const;
     /// `count` integers, none below `least`; required.
     std::vector<std::int32_t> requiredIntegers(std::string_view name, std::int64_t count,
                                                std::int32_t least) const;
+    /// Any number of integers. Invalid when absent.
+    OxAttribute::IntAttribute integerList(std::string_view name) const;
     bool flag(std::string_view name, bool absent) const;
 
     /// `count` numbers a time sample: doubles or floats as NumberForm says, integers as
     /// doubles, all samples kept. Invalid when absent.
     OxAttribute::DataAttribute numbers(std::string_view name, std::int64_t count,
                                        NumberForm form) const;
+    /// The same for any number of tuples of `tupleSize` numbers, floats as floats.
+    OxAttribute::DataAttribute tuples(std::string_view name, std::int64_t tupleSize) const;
     /// `count` doubles at time 0, or `absent` when the argument is absent. Required if `absent` is
     /// empty.
     std::vector<double> doubles(std::string_view name, std::int64_t count,

@@ -1,7 +1,6 @@
 #include "ChildNames.h"
 
 #include <algorithm>
-#include <unordered_set>
 
 namespace TellarOps {
 namespace {
@@ -29,13 +28,14 @@ StringAttribute WithName(const StringAttribute& names, std::string_view name) {
     return MakeNames(views);
 }
 
-StringAttribute WithoutName(const StringAttribute& names, std::string_view name) {
+StringAttribute WithoutNames(const StringAttribute& names,
+                             const std::unordered_set<std::string_view>& unwanted) {
     const auto sample = names.getNearestSample(0.0f);
-    std::vector<std::string_view> views = Views(sample);
-    const auto end = std::remove(views.begin(), views.end(), name);
-    if (end == views.end()) return names;
-    views.erase(end, views.end());
-    return MakeNames(views);
+    std::vector<std::string_view> wanted;
+    wanted.reserve(sample.size());
+    for (const std::string_view name : sample)
+        if (unwanted.count(name) == 0) wanted.push_back(name);
+    return wanted.size() == sample.size() ? names : MakeNames(wanted);
 }
 
 StringAttribute UnionOfNames(const std::vector<StringAttribute>& lists) {

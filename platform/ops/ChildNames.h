@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "BuiltinOp.h"
@@ -14,7 +15,8 @@ namespace TellarOps {
 
 StringAttribute MakeNames(const std::vector<std::string_view>& names);
 StringAttribute WithName(const StringAttribute& names, std::string_view name);
-StringAttribute WithoutName(const StringAttribute& names, std::string_view name);
+StringAttribute WithoutNames(const StringAttribute& names,
+                             const std::unordered_set<std::string_view>& unwanted);
 /// Every name once, in order of first occurrence.
 StringAttribute UnionOfNames(const std::vector<StringAttribute>& lists);
 

@@ -49,6 +49,17 @@ void WarnOfUnmatchedGlobs(CheckContext& context, std::string_view argument) {
     }
 }
 
+void WarnOfMissingSources(CheckContext& context, const PathTable& sources) {
+    if (!context.inputOp(0)) return;
+    for (std::uint32_t index = 0; index < sources.size(); ++index) {
+        const std::string path(sources[index]);
+        const bool isRepeated = sources.find(path) != index;
+        if (isRepeated || context.input(0, path).doesLocationExist()) continue;
+        context.warnOf(OxOpType::WarningKind::DeadGlob,
+                       "the source \"" + path + "\" does not exist" + HintAboutPath(context, path));
+    }
+}
+
 std::string HintAboutPath(CheckContext& context, std::string_view path) {
     LocationData parent;
     std::size_t end = 0; // length of the parent's path

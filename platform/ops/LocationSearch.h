@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "BuiltinOp.h"
+#include "PathTable.h"
 
 namespace TellarOps {
 
@@ -12,6 +13,9 @@ namespace TellarOps {
 
 /// Warns of each glob in an argument that matches no location.
 void WarnOfUnmatchedGlobs(CheckContext& context, std::string_view argument);
+
+/// Warns of each source of an Op that repeats locations that does not exist.
+void WarnOfMissingSources(CheckContext& context, const PathTable& sources);
 
 /// A suggestion for the path of a location that does not exist: "; did you mean
 /// "/root/world/ball"?". Empty if no path is similar.

@@ -11,6 +11,7 @@ const OxOpType::OpType* ArrayOpType();
 const OxOpType::OpType* AttributeEditOpType();
 const OxOpType::OpType* CameraOpType();
 const OxOpType::OpType* CapturedSceneOpType();
+const OxOpType::OpType* InstancesOpType();
 const OxOpType::OpType* MaterialAssignOpType();
 const OxOpType::OpType* MergeOpType();
 const OxOpType::OpType* PruneOpType();

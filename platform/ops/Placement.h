@@ -20,9 +20,13 @@ public:
     virtual std::uint64_t count() const = 0;
     /// The transform of one instance, as "xform" holds it.
     virtual GroupAttribute transform(std::uint64_t index) const = 0;
-    /// The same as a matrix: 16 values, row by row, for row vectors.
+    /// Whether transforms have several time samples.
+    virtual bool isMoving() const { return false; }
+    /// The transform of an instance that does not move as a matrix: 16 values, row by row, for row
+    /// vectors.
     virtual Matrix matrix(std::uint64_t index) const = 0;
-    /// Encloses a box that is moved by the transforms of the instances in [begin, end).
+    /// Encloses a box that is moved by the transforms of the instances in [begin, end), at all
+    /// times. The result is not finite when there is no such box.
     virtual OxXFormUtil::Bounds move(const OxXFormUtil::Bounds& box, std::uint64_t begin,
                                      std::uint64_t end) const = 0;
 };

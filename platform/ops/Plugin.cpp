@@ -28,6 +28,7 @@ constexpr OxPluginRecord_v1 kRecords[] = {
     Record<AttributeEditOpType>("AttributeEdit"),
     Record<CameraOpType>("Camera"),
     Record<CapturedSceneOpType>("CapturedScene"),
+    Record<InstancesOpType>("Instances"),
     Record<MaterialAssignOpType>("MaterialAssign"),
     Record<MergeOpType>("Merge"),
     Record<PruneOpType>("Prune"),

@@ -23,7 +23,7 @@ UNSOUND_FACTS = os.environ["TELLAR_TEST_UNSOUND_FACTS"]
 EXAMPLE_OP_TYPES = Path(os.environ["TELLAR_TEST_OP_TYPES"])
 IS_SANITIZED = os.environ["TELLAR_TEST_SANITIZED"] == "1"
 
-BUILT_IN = ["Array", "AttributeEdit", "Camera", "MaterialAssign", "Merge", "Prune",
+BUILT_IN = ["Array", "AttributeEdit", "Camera", "Instances", "MaterialAssign", "Merge", "Prune",
             "RenderSettings", "SceneImport", "StaticScene", "Transform"]
 ONLY = os.environ.get("TELLAR_TEST_ONLY")
 CHECKS = ["loads", "description", "missing parts", "wrong arguments", "odd paths", "same answer",
@@ -77,6 +77,17 @@ class SoundOpTypes(ConformTest):
             "source": "/root/world/grid", "target": "/root/heap", "mode": "scatter", "count": 5,
             "extent": [0.0, 1.0, 0.0, 1.0, 0.0, 1.0], "spin": 1, "keepSource": 1}})
         self.assert_conforms("Array", "--scene", self.write("array.json", grid))
+
+    def test_instances_conform(self):
+        places = scene_with("Instances", sources=["/root/world/pear", "/root/world/stone"],
+                            target="/root/world/many", indices=[0, 1, 1, 0, 0], hidden=[3],
+                            translates=[[float(i), 0.0, 2.0] for i in range(5)],
+                            rotates=[[0.0, 0.5, 0.0, 1.0]] * 5, groupSize=2)
+        places["ops"].append({"name": "moving", "type": "Instances", "inputs": ["op"], "args": {
+            "sources": ["/root/world/many/g_0/g_0"], "target": "/root/moving", "translates": {
+                "$type": "double", "tuple": 3, "times": [0, 1],
+                "samples": [[0, 0, 0, 5, 5, 5], [1, 0, 0, 6, 5, 5]]}, "keepSource": 1}})
+        self.assert_conforms("Instances", "--scene", self.write("instances.json", places))
 
     def test_imports_of_models_conform(self):
         self.assert_conforms("SceneImport", "--scene", self.examples / "garden.gltf",

@@ -70,8 +70,8 @@ class GeneralTest(TellarTest):
 
 
 class OpsTest(TellarTest):
-    BUILT_IN = ["Array", "AttributeEdit", "Camera", "CapturedScene", "MaterialAssign", "Merge",
-                "Prune", "RenderSettings", "SceneImport", "StaticScene", "Transform"]
+    BUILT_IN = ["Array", "AttributeEdit", "Camera", "CapturedScene", "Instances", "MaterialAssign",
+                "Merge", "Prune", "RenderSettings", "SceneImport", "StaticScene", "Transform"]
 
     def test_lists_the_op_types(self):
         lines = self.tellar("ops").splitlines()

@@ -208,11 +208,12 @@ TEST(ArrayOp, RefusesInvalidArguments) {
                       {"counts", IntAttribute({1, 1, 1}, 3)}});
     };
     EXPECT_THAT(CookErrorOf("Array", withPaths("/root/a", "/root/a/b"), 1),
-                HasSubstr("Argument \"target\" must not lie in the source."));
+                HasSubstr("Argument \"target\" must not lie in the source \"/root/a\"."));
     EXPECT_THAT(CookErrorOf("Array", withPaths("/root/a", "/root/a"), 1),
-                HasSubstr("Argument \"target\" must not lie in the source."));
-    EXPECT_THAT(CookErrorOf("Array", withPaths("/root/a/b", "/root/a"), 1),
-                HasSubstr("Argument \"source\" must not lie in the target."));
+                HasSubstr("Argument \"target\" must not lie in the source \"/root/a\"."));
+    EXPECT_THAT(
+        CookErrorOf("Array", withPaths("/root/a/b", "/root/a"), 1),
+        HasSubstr("Argument \"source\" must not lie in the target, as \"/root/a/b\" does."));
     EXPECT_EQ(CookErrorOf("Array", withPaths("/root/a", "/root/ab"), 1), "no error");
     EXPECT_THAT(CookErrorOf("Array", GridArgs({1, -1, 1}), 1),
                 HasSubstr("Argument \"counts\" must not be below 0, but holds -1."));

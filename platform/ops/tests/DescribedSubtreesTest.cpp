@@ -41,12 +41,13 @@ public:
         return once(3) ? kGlobs[below(std::size(kGlobs))] : path();
     }
 
-    Attribute numbers(std::size_t count) {
+    Attribute numbers(std::size_t count) { return numbers(count, count); }
+    Attribute numbers(std::size_t count, std::size_t tuple) {
         std::map<float, std::vector<double>> samples;
         for (const float time : once(4) ? std::vector<float>{0, 1, 2} : std::vector<float>{0})
             for (std::vector<double>& values = samples[time]; values.size() < count;)
                 values.push_back(number());
-        return DoubleAttribute(samples, static_cast<std::int64_t>(count));
+        return DoubleAttribute(samples, static_cast<std::int64_t>(tuple));
     }
     GroupAttribute xform() {
         Children steps;
@@ -113,6 +114,43 @@ GroupAttribute ArrayArgs(Dice& dice) {
     return Group(args);
 }
 
+GroupAttribute InstancesArgs(Dice& dice) {
+    const std::string sources[] = {dice.path(), dice.path()};
+    std::string target = dice.path();
+    const auto isFree = [&] {
+        for (const std::string& source : sources)
+            if (OxLocationPath::IsSelfOrBelow(source, target) ||
+                OxLocationPath::IsSelfOrBelow(target, source))
+                return false;
+        return true;
+    };
+    while (!isFree())
+        target = "/root/" + dice.name() + "/" + dice.name() + "/" + dice.name() + "/" +
+                 std::string(1, "dxyz"[dice.below(4)]);
+    const auto count = dice.below(6);
+    Children args{{"sources", StringAttribute({sources[0], sources[1]}, 1)},
+                  {"target", StringAttribute(target)},
+                  {"groupSize", Int(2 + static_cast<int>(dice.below(4)))},
+                  {"keepSource", Int(static_cast<int>(dice.below(2)))}};
+    if (dice.once(2)) {
+        args.emplace_back("translates", dice.numbers(3 * count, 3));
+        if (dice.once(2)) args.emplace_back("rotates", dice.numbers(4 * count, 4));
+        if (dice.once(2)) args.emplace_back("scales", dice.numbers(3 * count, 3));
+    } else {
+        std::vector<double> matrices;
+        for (std::size_t i = 0; i < 16 * count; ++i)
+            matrices.push_back(i % 4 == 3 ? double(i % 16 == 15) : dice.number());
+        args.emplace_back("matrices", DoubleAttribute(matrices, 16));
+    }
+    std::vector<std::int32_t> indices;
+    while (indices.size() < count)
+        indices.push_back(static_cast<int>(dice.below(2)));
+    if (dice.once(2)) args.emplace_back("indices", IntAttribute(indices, 1));
+    if (dice.once(3) && count > 0)
+        args.emplace_back("hidden", Int(static_cast<int>(dice.below(count))));
+    return Group(args);
+}
+
 GroupAttribute EditArgs(Dice& dice) {
     Children args{{"paths", StringAttribute(dice.glob())}};
     if (dice.once(3))
@@ -132,7 +170,7 @@ GroupAttribute EditArgs(Dice& dice) {
 Op AddOp(Dice& dice, Graph& graph, const std::vector<Op>& inputs) {
     const Op input = dice.once(3) ? inputs[dice.below(inputs.size())] : inputs.back();
     const GroupAttribute noArgs(true);
-    switch (dice.below(10)) {
+    switch (dice.below(12)) {
     case 0: {
         Children args{{"paths", StringAttribute(dice.glob())},
                       {"order", StringAttribute(AnyOf(dice, {"before", "after"}))}};
@@ -165,6 +203,9 @@ Op AddOp(Dice& dice, Graph& graph, const std::vector<Op>& inputs) {
     case 7:
     case 8:
         return graph.add("Array", ArrayArgs(dice), {input});
+    case 9:
+    case 10:
+        return graph.add("Instances", InstancesArgs(dice), {input});
     default:
         return graph.add(
             "Merge", noArgs,

@@ -15,8 +15,9 @@ using namespace OpTypeScenes;
 using testing::HasSubstr;
 
 TEST(OpTypes, AllAreFoundByNameAndDescribed) {
-    for (const char* name : {"Array", "AttributeEdit", "Camera", "CapturedScene", "MaterialAssign",
-                             "Merge", "Prune", "RenderSettings", "StaticScene", "Transform"}) {
+    for (const char* name :
+         {"Array", "AttributeEdit", "Camera", "CapturedScene", "Instances", "MaterialAssign",
+          "Merge", "Prune", "RenderSettings", "StaticScene", "Transform"}) {
         SCOPED_TRACE(name);
         const OxOpType::OpType* type = OxOpType::FindOpType(name);
         ASSERT_NE(type, nullptr);

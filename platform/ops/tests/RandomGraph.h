@@ -55,6 +55,13 @@ public:
         return {{"StaticScene", scene, {}}, {"Array", arrayArgs(), {0}}};
     }
 
+    /// The same scene with another Op that repeats or shares its locations.
+    Nodes graphWith(const char* type) {
+        Nodes nodes = arrayGraph();
+        nodes.back() = {type, argsOf(type), {0}};
+        return nodes;
+    }
+
     /// Changes, adds or leaves out one argument of an Op.
     void editArgument(Node& edited) { edited.args = withOtherArgument(edited); }
 
@@ -111,10 +118,10 @@ private:
     OxAttribute::Attribute number() { return Int(static_cast<int>(below(3))); }
 
     Node node(std::size_t place) {
-        const char* const types[] = {"AttributeEdit",  "Transform",  "MaterialAssign", "Prune",
-                                     "RenderSettings", "Camera",     "Array",          "Merge",
-                                     "StaticScene",    "SceneImport"};
-        const std::string type = place == 0 ? "StaticScene" : types[below(10)];
+        const char* const types[] = {"AttributeEdit",  "Transform",   "MaterialAssign", "Prune",
+                                     "RenderSettings", "Camera",      "Array",          "Merge",
+                                     "StaticScene",    "SceneImport", "Instances"};
+        const std::string type = place == 0 ? "StaticScene" : types[below(11)];
         return {type, argsOf(type), inputsOf(type, place)};
     }
 
@@ -143,6 +150,7 @@ private:
         if (type == "Camera" && oneIn(2)) args.emplace_back("path", Text(path().c_str()));
         if (type == "Camera" && oneIn(8)) return {};
         if (type == "Array") return arrayArgs();
+        if (type == "Instances") return instancesArgs();
         if (type == "SceneImport") return importArgs();
         return args.empty() ? GroupAttribute() : Group(args);
     }
@@ -164,6 +172,27 @@ private:
             args.emplace_back("spin", Int(int(below(2))));
             args.emplace_back("extent", Doubles({0, 1, 0, 1, 0, 1}));
         }
+        return Group(args);
+    }
+
+    GroupAttribute instancesArgs() {
+        const int count = 1 + int(below(4));
+        std::vector<std::int32_t> indices;
+        std::vector<double> translates;
+        for (int i = 0; i < count; ++i) {
+            indices.push_back(int(below(2)));
+            for (int axis = 0; axis < 3; ++axis)
+                translates.push_back(double(below(3)));
+        }
+        const std::string sources[] = {"/root/" + name(),
+                                       "/root/" + name() + (oneIn(2) ? "/b" : "")};
+        Children args{{"sources", StringAttribute({sources[0], sources[1]}, 1)},
+                      {"target", Text(("/root/" + name() + (oneIn(2) ? "/a" : "")).c_str())},
+                      {"translates", OxAttribute::DoubleAttribute(translates, 3)},
+                      {"groupSize", Int(2)},
+                      {"keepSource", Int(int(below(2)))}};
+        if (oneIn(2)) args.emplace_back("indices", OxAttribute::IntAttribute(indices, 1));
+        if (oneIn(2)) args.emplace_back("hidden", Int(int(below(std::size_t(count)))));
         return Group(args);
     }
 

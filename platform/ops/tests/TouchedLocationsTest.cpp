@@ -181,3 +181,16 @@ TEST(TouchedLocations, HaveEveryLocationThatDiffersBetweenRandomArrays) {
             << "\nafter:" << Describe(after);
     }
 }
+
+TEST(TouchedLocations, HaveEveryLocationThatDiffersAfterAnEditOfInstances) {
+    const Names noFiles;
+    for (unsigned round = 0; round < 1000; ++round) {
+        RandomGraph::Maker maker(round, noFiles);
+        const RandomGraph::Nodes before = maker.graphWith("Instances");
+        RandomGraph::Nodes after = before;
+        maker.editArgument(after[round % 2]);
+        ASSERT_THAT(MissingLocations(before, after), IsEmpty())
+            << "round " << round << "\nbefore:" << Describe(before)
+            << "\nafter:" << Describe(after);
+    }
+}

@@ -1,0 +1,70 @@
+#ifndef TELLAROPS_PATHTABLE_H
+#define TELLAROPS_PATHTABLE_H
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "BuiltinOp.h"
+
+namespace TellarOps {
+
+/// A list of location paths and the locations above them, found by hash. The paths stay where they
+/// are, in their attribute; the table takes some 32 bytes for each location. Immutable.
+class PathTable {
+public:
+    static constexpr std::uint32_t kNone = UINT32_MAX;
+
+    PathTable() = default;
+    /// All paths are absolute and have no empty levels. Equal paths count as the first of them.
+    explicit PathTable(const StringAttribute& paths);
+
+    const StringAttribute& list() const { return paths; }
+    std::uint32_t size() const { return static_cast<std::uint32_t>(sample.size()); }
+    /// Path `index` of the list.
+    std::string_view operator[](std::uint32_t index) const { return sample[index]; }
+
+    /// The index of a path in the list, or kNone.
+    std::uint32_t find(std::string_view path) const;
+    /// Whether the path is in the list or above a path that is.
+    bool leadsTo(std::string_view path) const { return findNode(path) != kNone; }
+    /// Whether the path is above a path in the list.
+    bool isAbove(std::string_view path) const;
+    /// The topmost path in the list that is `path` or above it, as an index, or kNone.
+    std::uint32_t findTopmost(std::string_view path) const;
+    /// The names of the children of `path` that lead to paths in the list, in the order of the
+    /// list.
+    std::vector<std::string_view> namesTowards(std::string_view path) const;
+
+    /// The names without those of children of `parent` that are in the list.
+    StringAttribute withoutListed(const StringAttribute& names, std::string_view parent) const;
+
+private:
+    /// A location: a path in the list or the beginning of one.
+    struct Node {
+        std::uint32_t path; // the first path in the list that begins with the location's
+        std::uint32_t length;
+        std::uint32_t hash;
+        std::uint32_t listed = kNone;      // the index of the location's own path
+        std::uint32_t lastChild = kNone;   // nodes
+        std::uint32_t lastSibling = kNone; // the one before this
+    };
+
+    std::string_view textOf(const Node& node) const {
+        return sample[node.path].substr(0, node.length);
+    }
+    void add(std::uint32_t path);
+    /// The slot of a location, which holds kNone if there is none.
+    std::size_t findSlot(std::string_view path, std::uint32_t hash) const;
+    std::uint32_t findNode(std::string_view path) const;
+    void grow();
+
+    StringAttribute paths;
+    OxAttribute::ConstStringSample sample;
+    std::vector<Node> nodes;
+    std::vector<std::uint32_t> slots; // nodes; a power of two, of which at most 3/4 are taken
+};
+
+} // namespace TellarOps
+
+#endif
