@@ -168,11 +168,16 @@ std::vector<std::int32_t> ArgReader::requiredIntegers(std::string_view name, std
     return {sample.begin(), sample.end()};
 }
 
-IntAttribute ArgReader::integerList(std::string_view name) const {
+IntAttribute ArgReader::indices(std::string_view name, std::uint64_t end,
+                                const char* things) const {
     const Attribute attribute = find(name);
-    IntAttribute integers(attribute);
-    check(integers.isValid() || !attribute.isValid(), name);
-    return integers;
+    IntAttribute indices(attribute);
+    check(indices.isValid() || !attribute.isValid(), name);
+    for (const std::int32_t index : indices.getNearestSample(0.0f))
+        if (index < 0 || static_cast<std::uint64_t>(index) >= end)
+            ThrowArgumentError(name, "holds " + std::to_string(index) + ", but there are " +
+                                         std::to_string(end) + ' ' + things);
+    return indices;
 }
 
 bool ArgReader::flag(std::string_view name, bool absent) const {

@@ -43,8 +43,9 @@ public:
     /// `count` integers, none below `least`; required.
     std::vector<std::int32_t> requiredIntegers(std::string_view name, std::int64_t count,
                                                std::int32_t least) const;
-    /// Any number of integers. Invalid when absent.
-    OxAttribute::IntAttribute integerList(std::string_view name) const;
+    /// Any number of indices of `end` things, "instances". Invalid when absent.
+    OxAttribute::IntAttribute indices(std::string_view name, std::uint64_t end,
+                                      const char* things) const;
     bool flag(std::string_view name, bool absent) const;
 
     /// `count` numbers a time sample: doubles or floats as NumberForm says, integers as

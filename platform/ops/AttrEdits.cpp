@@ -30,6 +30,18 @@ GroupAttribute WithChild(const GroupAttribute& group, std::string_view name,
     return GroupAttribute(children, group.getGroupInherit());
 }
 
+GroupAttribute WithMissing(const GroupAttribute& group, const GroupAttribute& more,
+                           std::string_view except) {
+    Children children;
+    Append(children, group);
+    for (std::int64_t index = 0; index < more.getNumberOfChildren(); ++index) {
+        const std::string_view name = more.getChildNameView(index);
+        if (name != except && group.findChild(name) < 0)
+            children.emplace_back(name, more.getChildByIndex(index));
+    }
+    return GroupAttribute(children, (group.isValid() ? group : more).getGroupInherit());
+}
+
 GroupAttribute Merged(const GroupAttribute& base, const GroupAttribute& over) {
     OxAttribute::GroupBuilder builder;
     builder.setGroupInherit(base.getGroupInherit());

@@ -12,6 +12,10 @@ namespace TellarOps {
 GroupAttribute WithChild(const GroupAttribute& group, std::string_view name,
                          const Attribute& child);
 
+/// `group` with those children of `more` whose names it lacks, apart from one name.
+GroupAttribute WithMissing(const GroupAttribute& group, const GroupAttribute& more,
+                           std::string_view except);
+
 /// `base` with the children of `over` merged in at every level.
 GroupAttribute Merged(const GroupAttribute& base, const GroupAttribute& over);
 

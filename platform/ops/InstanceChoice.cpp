@@ -4,31 +4,17 @@
 #include <string>
 
 namespace TellarOps {
-namespace {
-
-void CheckIndices(std::string_view argument, const OxAttribute::ConstSample<std::int32_t>& indices,
-                  std::uint64_t end, const char* things) {
-    for (const std::int32_t index : indices)
-        if (index < 0 || static_cast<std::uint64_t>(index) >= end)
-            ThrowArgumentError(argument, "holds " + std::to_string(index) + ", but there are " +
-                                             std::to_string(end) + ' ' + things);
-}
-
-} // namespace
-
 InstanceChoice::InstanceChoice(const ArgReader& args, std::uint64_t count,
                                std::uint32_t numberOfSources) {
-    const IntAttribute indices = args.integerList("indices");
+    if (numberOfSources == 0 && count > 0)
+        ThrowArgumentError("sources", "must name a location to repeat");
+    const IntAttribute indices = args.indices("indices", numberOfSources, "sources");
     sources = indices.getNearestSample(0.0f);
     if (indices.isValid() && sources.size() != count)
         ThrowArgumentError("indices", "has " + std::to_string(sources.size()) + " values for " +
                                           std::to_string(count) + " instances");
-    if (numberOfSources == 0 && count > 0)
-        ThrowArgumentError("sources", "must name a location to repeat");
-    CheckIndices("indices", sources, numberOfSources, "sources");
 
-    const auto left = args.integerList("hidden").getNearestSample(0.0f);
-    CheckIndices("hidden", left, count, "instances");
+    const auto left = args.indices("hidden", count, "instances").getNearestSample(0.0f);
     hidden.assign(left.begin(), left.end());
     std::sort(hidden.begin(), hidden.end());
     hidden.erase(std::unique(hidden.begin(), hidden.end()), hidden.end());

@@ -49,11 +49,12 @@ void WarnOfUnmatchedGlobs(CheckContext& context, std::string_view argument) {
     }
 }
 
-void WarnOfMissingSources(CheckContext& context, const PathTable& sources) {
+void WarnOfMissingSources(CheckContext& context, const PathTable& sources, const PathTable& made) {
     if (!context.inputOp(0)) return;
     for (std::uint32_t index = 0; index < sources.size(); ++index) {
         const std::string path(sources[index]);
         const bool isRepeated = sources.find(path) != index;
+        if (made.leadsTo(path) || made.findTopmost(path) != PathTable::kNone) continue;
         if (isRepeated || context.input(0, path).doesLocationExist()) continue;
         context.warnOf(OxOpType::WarningKind::DeadGlob,
                        "the source \"" + path + "\" does not exist" + HintAboutPath(context, path));

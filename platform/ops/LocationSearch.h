@@ -14,8 +14,10 @@ namespace TellarOps {
 /// Warns of each glob in an argument that matches no location.
 void WarnOfUnmatchedGlobs(CheckContext& context, std::string_view argument);
 
-/// Warns of each source of an Op that repeats locations that does not exist.
-void WarnOfMissingSources(CheckContext& context, const PathTable& sources);
+/// Warns of each source of an Op that repeats locations that does not exist. Sources above, at or
+/// below the paths in `made` are left out, because the Op may make them.
+void WarnOfMissingSources(CheckContext& context, const PathTable& sources,
+                          const PathTable& made = {});
 
 /// A suggestion for the path of a location that does not exist: "; did you mean
 /// "/root/world/ball"?". Empty if no path is similar.

@@ -16,6 +16,7 @@ const OxOpType::OpType* MaterialAssignOpType();
 const OxOpType::OpType* MergeOpType();
 const OxOpType::OpType* PruneOpType();
 const OxOpType::OpType* RenderSettingsOpType();
+const OxOpType::OpType* ShareOpType();
 const OxOpType::OpType* StaticSceneOpType();
 const OxOpType::OpType* TransformOpType();
 

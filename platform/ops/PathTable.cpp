@@ -9,36 +9,20 @@ namespace {
 
 constexpr std::size_t kFewestSlots = 16;
 
-/// Goes down a path level by level. The hash of each level continues that of the level above.
-class LevelWalk {
-public:
-    explicit LevelWalk(std::string_view path) : path(path) {}
-
-    /// False at the end of the path.
-    bool next() {
-        if (end == path.size()) return false;
-        do { // FNV-1a
-            state = (state ^ static_cast<unsigned char>(path[end])) * 0x100000001B3u;
-            ++end;
-        } while (end < path.size() && path[end] != '/');
-        return true;
-    }
-
-    std::size_t length() const { return end; }
-    std::string_view location() const { return path.substr(0, end); }
-    std::uint32_t hash() const { return static_cast<std::uint32_t>(state ^ (state >> 32)); }
-
-private:
-    std::string_view path;
-    std::size_t end = 0;
-    std::uint64_t state = 0xCBF29CE484222325u;
-};
-
 } // namespace
+
+bool LevelWalk::next() {
+    if (isAtEnd()) return false;
+    do { // FNV-1a
+        state = (state ^ static_cast<unsigned char>(path[end])) * 0x100000001B3u;
+        ++end;
+    } while (!isAtEnd() && path[end] != '/');
+    return true;
+}
 
 PathTable::PathTable(const StringAttribute& paths)
     : paths(paths), sample(paths.getNearestSample(0.0f)), slots(kFewestSlots, kNone) {
-    nodes.reserve(sample.size());
+    nodes.reserve(sample.size() + sample.size() / 8);
     for (std::uint32_t path = 0; path < size(); ++path)
         add(path);
 }
@@ -46,7 +30,7 @@ PathTable::PathTable(const StringAttribute& paths)
 void PathTable::add(std::uint32_t path) {
     std::vector<Node> levels;
     for (LevelWalk walk(sample[path]); walk.next();)
-        levels.push_back({path, static_cast<std::uint32_t>(walk.length()), walk.hash()});
+        levels.push_back({path, static_cast<std::uint32_t>(walk.location().size()), walk.hash()});
     // From the location up to the first ancestor that is there.
     std::uint32_t below = kNone;
     for (std::size_t level = levels.size(); level-- > 0;) {
@@ -58,7 +42,12 @@ void PathTable::add(std::uint32_t path) {
             slots[slot] = node;
             nodes.push_back(added);
         }
-        if (level + 1 == levels.size() && nodes[node].listed == kNone) nodes[node].listed = path;
+        if (level + 1 == levels.size()) {
+            if (nodes[node].listed == kNone)
+                nodes[node].listed = path;
+            else if (repeated == kNone)
+                repeated = path;
+        }
         if (below != kNone) {
             nodes[below].lastSibling = nodes[node].lastChild;
             nodes[node].lastChild = below;
@@ -90,11 +79,19 @@ std::size_t PathTable::findSlot(std::string_view path, std::uint32_t hash) const
 }
 
 std::uint32_t PathTable::findNode(std::string_view path) const {
-    if (nodes.empty()) return kNone;
     LevelWalk walk(path);
     while (walk.next()) {
     }
-    return slots[findSlot(path, walk.hash())];
+    return findNode(walk);
+}
+
+std::uint32_t PathTable::findNode(const LevelWalk& walk) const {
+    return nodes.empty() ? kNone : slots[findSlot(walk.location(), walk.hash())];
+}
+
+std::uint32_t PathTable::find(const LevelWalk& walk) const {
+    const std::uint32_t node = findNode(walk);
+    return node == kNone ? kNone : nodes[node].listed;
 }
 
 std::uint32_t PathTable::find(std::string_view path) const {
@@ -108,13 +105,19 @@ bool PathTable::isAbove(std::string_view path) const {
 }
 
 std::uint32_t PathTable::findTopmost(std::string_view path) const {
-    if (nodes.empty()) return kNone;
     for (LevelWalk walk(path); walk.next();) {
-        const std::uint32_t node = slots[findSlot(walk.location(), walk.hash())];
+        const std::uint32_t node = findNode(walk);
         if (node == kNone) return kNone; // and so is everything below
         if (nodes[node].listed != kNone) return nodes[node].listed;
     }
     return kNone;
+}
+
+std::vector<std::string> PathTable::ancestors() const {
+    std::vector<std::string> above;
+    for (const Node& node : nodes)
+        if (node.lastChild != kNone) above.emplace_back(textOf(node));
+    return above;
 }
 
 std::vector<std::string_view> PathTable::namesTowards(std::string_view path) const {

@@ -33,6 +33,7 @@ constexpr OxPluginRecord_v1 kRecords[] = {
     Record<MergeOpType>("Merge"),
     Record<PruneOpType>("Prune"),
     Record<RenderSettingsOpType>("RenderSettings"),
+    Record<ShareOpType>("Share"),
     Record<StaticSceneOpType>("StaticScene"),
     Record<TransformOpType>("Transform"),
 };

@@ -24,7 +24,7 @@ EXAMPLE_OP_TYPES = Path(os.environ["TELLAR_TEST_OP_TYPES"])
 IS_SANITIZED = os.environ["TELLAR_TEST_SANITIZED"] == "1"
 
 BUILT_IN = ["Array", "AttributeEdit", "Camera", "Instances", "MaterialAssign", "Merge", "Prune",
-            "RenderSettings", "SceneImport", "StaticScene", "Transform"]
+            "RenderSettings", "SceneImport", "Share", "StaticScene", "Transform"]
 ONLY = os.environ.get("TELLAR_TEST_ONLY")
 CHECKS = ["loads", "description", "missing parts", "wrong arguments", "odd paths", "same answer",
           "eight threads", "failing input", "changes", "facts", "nothing left"]
@@ -88,6 +88,13 @@ class SoundOpTypes(ConformTest):
                 "$type": "double", "tuple": 3, "times": [0, 1],
                 "samples": [[0, 0, 0, 5, 5, 5], [1, 0, 0, 6, 5, 5]]}, "keepSource": 1}})
         self.assert_conforms("Instances", "--scene", self.write("instances.json", places))
+
+    def test_shared_locations_conform(self):
+        shared = scene_with("Share", locations=["/root/world/a", "/root/b/c", "/root/world/pear/d"],
+                            sources=["/root/world/pear", "/root/world/stone"], indices=[0, 1, 1])
+        shared["ops"].append({"name": "again", "type": "Share", "inputs": ["op"], "args": {
+            "locations": ["/root/b/c", "/root/e"], "sources": ["/root/world"], "keepSources": 1}})
+        self.assert_conforms("Share", "--scene", self.write("share.json", shared))
 
     def test_imports_of_models_conform(self):
         self.assert_conforms("SceneImport", "--scene", self.examples / "garden.gltf",

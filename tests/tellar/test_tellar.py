@@ -71,7 +71,8 @@ class GeneralTest(TellarTest):
 
 class OpsTest(TellarTest):
     BUILT_IN = ["Array", "AttributeEdit", "Camera", "CapturedScene", "Instances", "MaterialAssign",
-                "Merge", "Prune", "RenderSettings", "SceneImport", "StaticScene", "Transform"]
+                "Merge", "Prune", "RenderSettings", "SceneImport", "Share", "StaticScene",
+                "Transform"]
 
     def test_lists_the_op_types(self):
         lines = self.tellar("ops").splitlines()

@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <map>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -151,6 +152,28 @@ GroupAttribute InstancesArgs(Dice& dice) {
     return Group(args);
 }
 
+/// Sources may show themselves, which is an error.
+GroupAttribute ShareArgs(Dice& dice) {
+    std::set<std::string> locations;
+    for (std::size_t count = 1 + dice.below(3); count > 0; --count)
+        locations.insert(dice.path() + (dice.once(2) ? "/d" : ""));
+    std::vector<std::int32_t> indices;
+    while (indices.size() < locations.size())
+        indices.push_back(static_cast<int>(dice.below(2)));
+    return Group({{"locations", StringAttribute(Names(locations.begin(), locations.end()), 1)},
+                  {"sources", StringAttribute({dice.path(), dice.path()}, 1)},
+                  {"indices", IntAttribute(indices, 1)},
+                  {"keepSources", Int(static_cast<int>(dice.below(2)))}});
+}
+
+/// An Op with arguments that are drawn until they are accepted.
+Op AddShare(Dice& dice, Graph& graph, const Op& input) {
+    GroupAttribute args = ShareArgs(dice);
+    while (CookErrorOf("Share", args) != "no error")
+        args = ShareArgs(dice);
+    return graph.add("Share", args, {input});
+}
+
 GroupAttribute EditArgs(Dice& dice) {
     Children args{{"paths", StringAttribute(dice.glob())}};
     if (dice.once(3))
@@ -170,7 +193,7 @@ GroupAttribute EditArgs(Dice& dice) {
 Op AddOp(Dice& dice, Graph& graph, const std::vector<Op>& inputs) {
     const Op input = dice.once(3) ? inputs[dice.below(inputs.size())] : inputs.back();
     const GroupAttribute noArgs(true);
-    switch (dice.below(12)) {
+    switch (dice.below(14)) {
     case 0: {
         Children args{{"paths", StringAttribute(dice.glob())},
                       {"order", StringAttribute(AnyOf(dice, {"before", "after"}))}};
@@ -206,6 +229,9 @@ Op AddOp(Dice& dice, Graph& graph, const std::vector<Op>& inputs) {
     case 9:
     case 10:
         return graph.add("Instances", InstancesArgs(dice), {input});
+    case 11:
+    case 12:
+        return AddShare(dice, graph, input);
     default:
         return graph.add(
             "Merge", noArgs,

@@ -133,6 +133,6 @@ TEST(OpTypesDocument, DescribesCapturedScene) {
 INSTANTIATE_TEST_SUITE_P(BuiltIn, OpTypesDocument,
                          testing::Values("StaticScene", "Merge", "Prune", "Transform",
                                          "AttributeEdit", "MaterialAssign", "RenderSettings",
-                                         "Camera", "Array", "Instances"));
+                                         "Camera", "Array", "Instances", "Share"));
 
 } // namespace

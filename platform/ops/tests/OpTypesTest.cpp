@@ -17,7 +17,7 @@ using testing::HasSubstr;
 TEST(OpTypes, AllAreFoundByNameAndDescribed) {
     for (const char* name :
          {"Array", "AttributeEdit", "Camera", "CapturedScene", "Instances", "MaterialAssign",
-          "Merge", "Prune", "RenderSettings", "StaticScene", "Transform"}) {
+          "Merge", "Prune", "RenderSettings", "Share", "StaticScene", "Transform"}) {
         SCOPED_TRACE(name);
         const OxOpType::OpType* type = OxOpType::FindOpType(name);
         ASSERT_NE(type, nullptr);

@@ -62,8 +62,11 @@ public:
         return nodes;
     }
 
-    /// Changes, adds or leaves out one argument of an Op.
-    void editArgument(Node& edited) { edited.args = withOtherArgument(edited); }
+    /// Changes, adds or leaves out one argument of an Op, or one location of a scene.
+    void editArgument(Node& edited) {
+        edited.args = edited.type == "StaticScene" ? withOtherLocation(edited.args)
+                                                   : withOtherArgument(edited);
+    }
 
     /// One edit of a graph: other arguments, another input, another type, an Op more or less.
     void edit(Nodes& nodes) {
@@ -86,8 +89,7 @@ public:
             edited.args = argsOf(edited.type);
             break;
         default:
-            edited.args = edited.type == "StaticScene" ? withOtherLocation(edited.args)
-                                                       : withOtherArgument(edited);
+            editArgument(edited);
         }
     }
 
@@ -120,8 +122,8 @@ private:
     Node node(std::size_t place) {
         const char* const types[] = {"AttributeEdit",  "Transform",   "MaterialAssign", "Prune",
                                      "RenderSettings", "Camera",      "Array",          "Merge",
-                                     "StaticScene",    "SceneImport", "Instances"};
-        const std::string type = place == 0 ? "StaticScene" : types[below(11)];
+                                     "StaticScene",    "SceneImport", "Instances",      "Share"};
+        const std::string type = place == 0 ? "StaticScene" : types[below(12)];
         return {type, argsOf(type), inputsOf(type, place)};
     }
 
@@ -151,6 +153,7 @@ private:
         if (type == "Camera" && oneIn(8)) return {};
         if (type == "Array") return arrayArgs();
         if (type == "Instances") return instancesArgs();
+        if (type == "Share") return shareArgs();
         if (type == "SceneImport") return importArgs();
         return args.empty() ? GroupAttribute() : Group(args);
     }
@@ -194,6 +197,24 @@ private:
         if (oneIn(2)) args.emplace_back("indices", OxAttribute::IntAttribute(indices, 1));
         if (oneIn(2)) args.emplace_back("hidden", Int(int(below(std::size_t(count)))));
         return Group(args);
+    }
+
+    GroupAttribute shareArgs() {
+        const auto place = [this] {
+            return "/root/" + name() + (oneIn(2) ? "/" + name() : "") + (oneIn(4) ? "/d" : "");
+        };
+        std::vector<std::string> locations;
+        for (std::size_t count = 1 + below(3); count-- > 0;)
+            if (const std::string path = place();
+                std::find(locations.begin(), locations.end(), path) == locations.end())
+                locations.push_back(path);
+        std::vector<std::int32_t> indices;
+        while (indices.size() < locations.size())
+            indices.push_back(int(below(2)));
+        return Group({{"locations", StringAttribute(locations, 1)},
+                      {"sources", StringAttribute({place(), place()}, 1)},
+                      {"indices", OxAttribute::IntAttribute(indices, 1)},
+                      {"keepSources", Int(int(below(2)))}});
     }
 
     GroupAttribute importArgs() {

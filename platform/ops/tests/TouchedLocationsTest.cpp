@@ -182,11 +182,13 @@ TEST(TouchedLocations, HaveEveryLocationThatDiffersBetweenRandomArrays) {
     }
 }
 
-TEST(TouchedLocations, HaveEveryLocationThatDiffersAfterAnEditOfInstances) {
+class TouchedByOne : public testing::TestWithParam<const char*> {};
+
+TEST_P(TouchedByOne, HaveEveryLocationThatDiffersAfterAnEditOfTheOpOrItsInput) {
     const Names noFiles;
     for (unsigned round = 0; round < 1000; ++round) {
         RandomGraph::Maker maker(round, noFiles);
-        const RandomGraph::Nodes before = maker.graphWith("Instances");
+        const RandomGraph::Nodes before = maker.graphWith(GetParam());
         RandomGraph::Nodes after = before;
         maker.editArgument(after[round % 2]);
         ASSERT_THAT(MissingLocations(before, after), IsEmpty())
@@ -194,3 +196,5 @@ TEST(TouchedLocations, HaveEveryLocationThatDiffersAfterAnEditOfInstances) {
             << "\nafter:" << Describe(after);
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(TouchedLocations, TouchedByOne, testing::Values("Instances", "Share"));
