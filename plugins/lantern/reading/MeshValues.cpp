@@ -149,7 +149,7 @@ void ReadSets(const ShapeReader& reader, const Attribute& geometry, const MeshCo
         const std::string name = arbitrary.childName(i);
         const Attribute set = arbitrary.childAt(i);
         if (!set.isGroup()) continue;
-        if (IsUvSet(name)) {
+        if (IsUvSet(name, set)) {
             if (auto st = ReadSet(reader, name, set, where, mesh, ReadIndexedUvs))
                 mesh.uvSets.push_back({name, std::move(*st)});
         } else if (IsColorSet(name, set)) {

@@ -179,7 +179,7 @@ void ReadSets(const SetReader& reader, const Attribute& arbitrary, Curves& curve
         const std::string name = arbitrary.childName(i);
         const Attribute set = arbitrary.childAt(i);
         if (!set.isGroup()) continue;
-        if (IsUvSet(name))
+        if (IsUvSet(name, set))
             reader.read(name, set, ReadIndexedUvs, curves.uvSets);
         else if (IsColorSet(name, set))
             reader.read(name, set, ReadIndexedColors, curves.colorSets);

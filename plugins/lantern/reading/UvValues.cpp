@@ -73,8 +73,8 @@ bool IsNumbered(std::string_view prefix, std::string_view name) {
 
 } // namespace
 
-bool IsUvSet(std::string_view name) {
-    return IsNumbered("st", name);
+bool IsUvSet(std::string_view name, const Attribute& set) {
+    return IsNumbered("st", name) || set.child("inputType").isTextEqual("point2");
 }
 
 bool IsColorSet(std::string_view name, const Attribute& set) {

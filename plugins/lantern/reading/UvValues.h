@@ -11,8 +11,8 @@
 
 namespace lantern {
 
-/// Whether the name is "st", "st1", "st2", ...
-bool IsUvSet(std::string_view name);
+/// Whether the name is "st", "st1", "st2", ..., or "inputType" says that the set has coordinates.
+bool IsUvSet(std::string_view name, const Attribute& set);
 
 /// Whether the name is "color", "color1", ..., or "inputType" says that the set has colors.
 bool IsColorSet(std::string_view name, const Attribute& set);

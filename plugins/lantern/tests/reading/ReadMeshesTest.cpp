@@ -148,6 +148,14 @@ TEST(ReadMeshes, HaveTextureCoordinatesOfPoints) {
     EXPECT_EQ(mesh.uvSets[1].st.values.at(2), V2f(2, 2)) << "the first two of three";
 }
 
+TEST(ReadMeshes, HaveTextureCoordinatesOfAnyNameWithTheInputTypeOfPoints) {
+    const Mesh mesh = ReadSquare(R"("arbitrary": {
+        "UVMap": {"inputType": "point2", "value": [[0.0, 0], [1, 0], [1, 1], [0, 1]]},
+        "wind": {"inputType": "vector2", "value": [[0.0, 0], [1, 0], [1, 1], [0, 1]]}})");
+    ASSERT_THAT(mesh.uvSets, SizeIs(1));
+    EXPECT_EQ(mesh.uvSets[0].name, "UVMap");
+}
+
 TEST(ReadMeshes, HaveTextureCoordinatesOfCorners) {
     const Mesh mesh = ReadSquare(R"("arbitrary.st": {"scope": "vertex",
         "indexedValue": [[0.0, 0], [1, 1]], "index": [0, 1, 0, 1, 1, 0]})");
