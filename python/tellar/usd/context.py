@@ -1,0 +1,202 @@
+"""What all parts of an import share: the stage, the times, the options and the summary."""
+
+from __future__ import annotations
+
+import math
+from collections.abc import Callable, Iterable
+from typing import Any
+
+import numpy as np
+from pxr import Gf, Sdf, Usd
+
+import tellar
+
+from .plain import plain_value
+from .summary import ImportSummary
+
+Convert = Callable[[Any], Any]
+
+
+class ImportContext:
+    """The state of one import. Not for several threads."""
+
+    def __init__(
+        self,
+        stage: Any,
+        *,
+        location: str = "/root/world",
+        prototypes: str = "/root/prototypes",
+        frame: float = 0.0,
+        frames_per_second: float | None = None,
+        purposes: Iterable[str] = ("default", "render"),
+        convert_units: bool = True,
+    ) -> None:
+        self.stage = stage
+        """The Usd.Stage."""
+        self.location = location
+        """The location of the pseudo-root."""
+        self.prototypes = prototypes
+        """The location below which the prototypes of scene-graph instances are."""
+        self.frame = frame
+        self.purposes = frozenset(purposes)
+        self.summary = ImportSummary()
+        self.frames_per_code = (
+            frames_per_second / stage.GetTimeCodesPerSecond() if frames_per_second else 1.0
+        )
+        """Time codes times this are frames."""
+        self.time_code = Usd.TimeCode(frame / self.frames_per_code)
+        """The frame of the import. Values without time samples are those of this time code."""
+        self.is_animated = has_time_samples(stage)
+        """Whether any layer has time samples, splines or value clips."""
+        self.is_held = stage.GetInterpolationType() == Usd.InterpolationTypeHeld
+        self.root_matrix: Any = root_matrix(stage) if convert_units else Gf.Matrix4d(1)
+        """From the stage's axes and units to +Y up and metres."""
+        self._prototype_names: dict[str, str] = {}
+
+    # Paths
+
+    def location_of(self, prim_path: Any) -> str:
+        """The path of the location of a prim, also of one in a prototype."""
+        path = str(prim_path)
+        if path == "/":
+            return self.location
+        if path.startswith("/__Prototype_"):
+            head, _, rest = path[1:].partition("/")
+            name = self.prototype_name(head)
+            return f"{self.prototypes}/{name}/{rest}" if rest else f"{self.prototypes}/{name}"
+        return self.location + path
+
+    def prototype_name(self, name: str) -> str:
+        """The name of the location of a prototype, which does not depend on USD's numbers."""
+        return self._prototype_names.setdefault(name, f"prototype_{len(self._prototype_names) + 1}")
+
+    # Summary
+
+    def count(self, kind: str, path: object = "") -> None:
+        """Counts something that was understood."""
+        self.summary.imported[kind] += 1
+
+    def keep(self, kind: str, path: object) -> None:
+        """Counts something that was not understood and is kept as plain attributes."""
+        self.summary.kept[kind] += 1
+        self.summary.add_example(kind, path)
+
+    def lose(self, kind: str, path: object) -> None:
+        """Counts something that was left out or changed."""
+        self.summary.lost[kind] += 1
+        self.summary.add_example(kind, path)
+
+    # Times
+
+    def time(self, code: float) -> float:
+        """The time of a time code: in frames, relative to the frame of the import."""
+        return code * self.frames_per_code - self.frame
+
+    def codes(self, attribute: Any) -> list[float]:
+        """The time codes of the samples of an attribute; none if its value does not change."""
+        if not self.is_animated or not attribute.ValueMightBeTimeVarying():
+            return []
+        codes: list[float] = attribute.GetTimeSamples()
+        if attribute.HasSpline():
+            codes = spline_codes(attribute.GetSpline())
+        return codes if len(codes) > 1 else []
+
+    def value(self, attribute: Any) -> Any:
+        """The value at the frame of the import; None if there is none."""
+        return attribute.Get(self.time_code)
+
+    def sampled(self, attribute: Any, convert: Convert = plain_value) -> Any:
+        """The converted value, with all of its time samples; None if there is none."""
+        codes = self.codes(attribute)
+        if not codes:
+            value = attribute.Get(self.time_code)
+            return None if value is None else convert(value)
+        return self.samples_of(attribute, codes, convert)
+
+    def samples_of(self, attribute: Any, codes: list[float], convert: Convert) -> Any:
+        found = [(code, attribute.Get(code)) for code in codes]
+        values = {code: convert(value) for code, value in found if value is not None}
+        if not values:
+            return None
+        if len({np.size(value) for value in values.values()}) > 1:
+            self.lose("attributes with a changing number of values", attribute.GetPath())
+            value = attribute.Get(self.time_code)
+            return None if value is None else convert(value)
+        return self.samples(values, self.is_held or not is_interpolated(attribute))
+
+    def samples(self, values: dict[float, Any], is_held: bool = False) -> Any:
+        """An attribute with samples from values by time codes.
+
+        Held values get a second sample just before the next one, because readers interpolate.
+        """
+        samples: dict[float, Any] = {}
+        before: Any = None
+        for code in sorted(values):
+            time = self.time(code)
+            if is_held and samples:
+                samples[float(np.nextafter(np.float32(time), np.float32(-np.inf)))] = before
+            before = samples[time] = values[code]
+        return tellar.samples(samples)
+
+
+def has_time_samples(stage: Any) -> bool:
+    """Whether anything in the stage may change with time."""
+    return any(
+        layer.ListAllTimeSamples() or has_clips_or_splines(layer) for layer in stage.GetUsedLayers()
+    )
+
+
+def has_clips_or_splines(layer: Any) -> bool:
+    found = False
+
+    def visit(path: Any) -> None:
+        nonlocal found
+        if found:
+            return
+        if path.IsPrimPath():
+            spec = layer.GetPrimAtPath(path)
+            found = spec is not None and spec.HasInfo("clips")
+        elif path.IsPropertyPath():
+            spec = layer.GetAttributeAtPath(path)
+            found = spec is not None and spec.HasInfo("spline")
+
+    layer.Traverse(Sdf.Path.absoluteRootPath, visit)
+    return found
+
+
+def spline_codes(spline: Any) -> list[float]:
+    """The knots of a spline and every time code between the first and the last one."""
+    knots = [float(knot) for knot in spline.GetKnots()]
+    if not knots:
+        return []
+    steps = np.arange(math.ceil(knots[0]), math.floor(knots[-1]) + 1, dtype=float)
+    return sorted({*knots, *steps.tolist()})
+
+
+def is_interpolated(attribute: Any) -> bool:
+    """Whether USD interpolates the values of an attribute linearly."""
+    return str(attribute.GetTypeName().scalarType) in _INTERPOLATED
+
+
+def root_matrix(stage: Any) -> Any:
+    """Turns +Z up to +Y up, and scales to metres."""
+    from pxr import UsdGeom
+
+    scale = UsdGeom.GetStageMetersPerUnit(stage)
+    matrix = Gf.Matrix4d(1).SetScale(scale)
+    if UsdGeom.GetStageUpAxis(stage) == UsdGeom.Tokens.z:
+        # Rows are where x, y and z go. No angles, so that the entries are exact.
+        matrix = Gf.Matrix4d(scale, 0, 0, 0, 0, 0, -scale, 0, 0, scale, 0, 0, 0, 0, 0, 1)
+    return matrix
+
+
+def _interpolated_types() -> frozenset[str]:
+    names = ["float", "double", "half", "timecode", "frame4d"]
+    names += [f"matrix{size}d" for size in (2, 3, 4)] + [f"quat{letter}" for letter in "hfd"]
+    names += [f"{kind}{size}" for size in (2, 3, 4) for kind in ("float", "double", "half")]
+    roles = ("point3", "vector3", "normal3", "color3", "color4", "texCoord2", "texCoord3")
+    names += [role + letter for role in roles for letter in "hfd"]
+    return frozenset(names)
+
+
+_INTERPOLATED = _interpolated_types()

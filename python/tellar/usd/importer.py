@@ -1,0 +1,593 @@
+"""Reads a composed USD stage as a scene."""
+
+from __future__ import annotations
+
+import importlib.util
+import os
+from collections.abc import Iterable, Mapping
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+from pxr import Gf, Sdf, Tf, Usd, UsdGeom, Vt
+
+import tellar
+
+from . import cameras, geometry, instances
+from .bounds import BoundsPass
+from .context import ImportContext
+from .instances import InstanceOps, Instancer, Ops
+from .nodes import Node
+from .plain import keep_metadata, keep_property, keep_schemas, plain_value, user_property
+from .primvars import Elements, arbitrary_name, read_primvars
+from .summary import ImportSummary
+from .transforms import local_transform
+
+Variants = Mapping[str, Mapping[str, str]] | Iterable[str]
+
+_PREDICATE = Usd.PrimIsActive & Usd.PrimIsDefined & ~Usd.PrimIsAbstract
+_COMMON = frozenset(("visibility", "purpose", "xformOpOrder", "extent", "doubleSided"))
+_SUBSET = frozenset(("elementType", "indices", "familyName"))
+_LIGHTS = frozenset(
+    """DistantLight DomeLight DomeLight_1 RectLight SphereLight DiskLight CylinderLight
+    GeometryLight PortalLight PluginLight""".split()
+)
+_GROUPS = frozenset(("Xform", "", "Scope", "SkelRoot"))
+_STAGE_METADATA = (
+    "customLayerData",
+    "startTimeCode",
+    "endTimeCode",
+    "timeCodesPerSecond",
+    "framesPerSecond",
+    "upAxis",
+    "metersPerUnit",
+    "defaultPrim",
+    "comment",
+)
+
+
+class ImportResult:
+    """What :func:`import_usd` returns."""
+
+    def __init__(self, description: tellar.Group, summary: ImportSummary) -> None:
+        self.description = description
+        """The group that describes the op tree."""
+        self.summary = summary
+        """What was found, kept as plain attributes, and lost."""
+
+    def __repr__(self) -> str:
+        return f"<ImportResult of {self.summary.prims} prims>"
+
+
+def import_usd(
+    path: str | os.PathLike[str] | Any,
+    *,
+    location: str = "/root/world",
+    variants: Variants | None = None,
+    population_mask: Iterable[str] | None = None,
+    purposes: Iterable[str] = ("default", "render"),
+    load: str = "all",
+    frame: float = 0.0,
+    frames_per_second: float | None = None,
+    convert_units: bool = True,
+) -> ImportResult:
+    """Reads a USD file, or an open Usd.Stage, as a scene.
+
+    ``location`` is the path of the stage's pseudo-root. Prototypes of scene-graph instances go
+    below ``/root/prototypes``, hidden.
+
+    ``variants`` selects variants: ``{"/car": {"paint": "red"}}`` or ``["/car{paint=red}"]``;
+    ``population_mask`` are the paths of the prims to compose, with all below them;
+    ``load="none"`` leaves payloads out. The three apply to files only: a stage has its own.
+
+    ``purposes`` are those of the shapes that are imported. The times of samples are frames
+    relative to ``frame``; a time code is a frame unless ``frames_per_second`` says how many of
+    them a second has. ``convert_units`` turns the scene to +Y up and scales it to metres at
+    ``location``.
+
+    Raises FileError for a file that cannot be read, and BadCallError for a variant that does not
+    exist and other wrong arguments.
+    """
+    if load not in ("all", "none"):
+        raise tellar.BadCallError(f'load is "all" or "none", not "{load}"')
+    if not location.startswith("/root") or location.startswith("/root/prototypes"):
+        raise tellar.BadCallError(f'"{location}" is no location for a stage, such as "/root/world"')
+    wanted = list(purposes)
+    for purpose in wanted:
+        if purpose not in ("default", "render", "proxy", "guide"):
+            raise tellar.BadCallError(f'"{purpose}" is no purpose')
+    stage = path
+    if not isinstance(path, Usd.Stage):
+        stage = open_stage(Path(os.fspath(path)), population_mask, load)
+        select_variants(stage, variants)
+    elif variants is not None or population_mask is not None or load != "all":
+        raise tellar.BadCallError("an open stage has its variants, mask and payloads already")
+    context = ImportContext(
+        stage,
+        location=location.rstrip("/"),
+        frame=frame,
+        frames_per_second=frames_per_second,
+        purposes=wanted,
+        convert_units=convert_units,
+    )
+    return StageReader(context).read()
+
+
+def open_stage(path: Path, mask: Iterable[str] | None, load: str) -> Any:
+    rule = Usd.Stage.LoadAll if load == "all" else Usd.Stage.LoadNone
+    if not path.is_file():
+        raise tellar.FileError(f'There is no file "{path}"', file=str(path))
+    try:
+        if mask is None:
+            return Usd.Stage.Open(str(path), rule)
+        paths = [checked_path(text) for text in mask]
+        return Usd.Stage.OpenMasked(str(path), Usd.StagePopulationMask(paths), rule)
+    except Tf.ErrorException as error:
+        reason = "; ".join(str(item.commentary) for item in error.args) or "unknown error"
+        raise tellar.FileError(f'Cannot read USD file "{path}": {reason}', file=str(path)) from None
+
+
+def checked_path(text: str) -> Any:
+    if not Sdf.Path.IsValidPathString(text) or not Sdf.Path(text).IsAbsoluteRootOrPrimPath():
+        raise tellar.BadCallError(f'"{text}" is no path of a prim')
+    return Sdf.Path(text)
+
+
+def select_variants(stage: Any, variants: Variants | None) -> None:
+    """Selects variants in the session layer."""
+    if variants is None:
+        return
+    with Usd.EditContext(stage, stage.GetSessionLayer()):
+        for path, name, variant in variant_choices(variants):
+            prim = stage.GetPrimAtPath(path)
+            if not prim:
+                raise tellar.BadCallError(f'there is no prim "{path}" for the variant "{variant}"')
+            sets = prim.GetVariantSets()
+            if name not in sets.GetNames():
+                raise tellar.BadCallError(f'"{path}" has no variant set "{name}"')
+            if variant not in sets.GetVariantSet(name).GetVariantNames():
+                raise tellar.BadCallError(f'"{path}" has no variant "{variant}" of "{name}"')
+            sets.GetVariantSet(name).SetVariantSelection(variant)
+
+
+def variant_choices(variants: Variants) -> list[tuple[Any, str, str]]:
+    if isinstance(variants, Mapping):
+        return [
+            (checked_path(path), name, variant)
+            for path, choices in variants.items()
+            for name, variant in choices.items()
+        ]
+    found = []
+    for text in variants:
+        valid = Sdf.Path.IsValidPathString(text) and Sdf.Path(text).IsPrimVariantSelectionPath()
+        if not valid:
+            raise tellar.BadCallError(f'"{text}" is no variant, such as "/car{{paint=red}}"')
+        chosen = Sdf.Path(text)
+        found.append((chosen.GetPrimPath(), *chosen.GetVariantSelection()))
+    return found
+
+
+class StageReader:
+    """Reads the prims of a stage, one after the other, into nodes and then into ops."""
+
+    def __init__(self, context: ImportContext) -> None:
+        self.context = context
+        self.nodes: list[Node] = []
+        self.entries: list[dict[str, Any]] = []
+        self.index_of: dict[str, int] = {}
+        self.shares: dict[str, str] = {}
+        self.prototype_of: dict[int, str] = {}
+        self.instancers: list[Instancer] = []
+        self.prototypes: dict[str, Any] = {}
+        self.materials: dict[str, Any] = {}
+        self.bound_materials: list[tuple[int, str]] = []
+        self.parts = Parts(context)
+
+    def read(self) -> ImportResult:
+        root = self._root()
+        self._read_tree(self.context.stage.GetPseudoRoot(), root, self.context.location)
+        roots = {self.context.location: root}
+        done: set[str] = set()
+        while len(done) < len(self.prototypes):
+            for name, prim in list(self.prototypes.items()):
+                if name not in done:
+                    done.add(name)
+                    place = f"{self.context.prototypes}/{name}"
+                    roots[place] = self._add_node(name, -1, place)
+                    self._read_tree(prim, roots[place], place)
+        self._read_missing_sources(roots)
+        self._finish_nodes()
+        self.context.summary.prims = len(self.nodes) - 1
+        return self._result(roots)
+
+    # Trees
+
+    def _root(self) -> int:
+        root = self._add_node("", -1, self.context.location)
+        if self.context.root_matrix != Gf.Matrix4d(1):
+            self.nodes[root].matrix = self.context.root_matrix
+        layer = self.context.stage.GetRootLayer()
+        found = {
+            name: plain_value(self.context.stage.GetMetadata(name))
+            for name in _STAGE_METADATA
+            if layer.pseudoRoot.HasInfo(name)
+        }
+        if found:
+            self.nodes[root].attributes["usd"] = {"stage": found}
+        return root
+
+    def _add_node(self, name: str, parent: int, place: str) -> int:
+        index = len(self.nodes)
+        node = Node(name, parent)
+        entry = {"a": node.attributes, "c": node.children}
+        if parent >= 0:
+            self.nodes[parent].children[name] = entry
+        self.nodes.append(node)
+        self.entries.append(entry)
+        self.index_of[place] = index
+        return index
+
+    def _read_tree(self, top: Any, root: int, place: str) -> None:
+        """Reads everything below a prim, of which the location is there already."""
+        none: dict[str, Any] = {}
+        stack: list[tuple[Any, int, str, str, dict[str, Any]]] = []
+
+        def push(prim: Any, parent: int, where: str, purpose: str, primvars: dict[str, Any]) -> None:
+            for child in reversed(prim.GetFilteredChildren(_PREDICATE)):
+                stack.append((child, parent, where, purpose, primvars))
+
+        push(top, root, place, "default", none)
+        while stack:
+            prim, parent, where, purpose, primvars = stack.pop()
+            name = prim.GetName()
+            where = f"{where}/{name}"
+            index = self._add_node(name, parent, where)
+            reading = self._read_prim(prim, index, where, purpose, primvars)
+            if reading is not None:
+                push(prim, index, where, *reading)
+
+    def _read_prim(
+        self, prim: Any, index: int, where: str, purpose: str, primvars: dict[str, Any]
+    ) -> tuple[str, dict[str, Any]] | None:
+        """Fills the location of a prim.
+
+        Returns the purpose and the primvars that its children inherit, or None if they are no
+        locations.
+        """
+        context, node = self.context, self.nodes[index]
+        kind = prim.GetTypeName()
+        names = set(prim.GetAuthoredPropertyNames())
+        if "purpose" in names:
+            purpose = prim.GetAttribute("purpose").Get() or purpose
+        if "xformOpOrder" in names:
+            self._read_transform(prim, node)
+        if "visibility" in names:
+            read_visibility(context, prim, node)
+        node.is_excluded = purpose not in context.purposes and kind != "Material"
+        if node.is_excluded:
+            return purpose, primvars
+        context.count(kind or "prims without a type")
+        usd: dict[str, Any] = {}
+        keep_metadata(context, prim, usd)
+        known, elements = self._read_kind(prim, kind, names, index, where)
+        rest = names - _COMMON - known
+        if rest:
+            self._read_rest(prim, node, rest, elements, usd)
+        keep_schemas(context, prim, usd)
+        if "doubleSided" in names and "geometry" in node.attributes:
+            sided = bool(prim.GetAttribute("doubleSided").Get())
+            node.attributes["geometry"]["doubleSided"] = int(sided)
+        if primvars or "geometry" in node.attributes:
+            primvars = self._inherit_primvars(node, kind, primvars)
+        self._bind_material(prim, kind, index)
+        if prim.IsInstance():
+            self._share(prim, index, where, primvars)
+            node.attributes.setdefault("usd", {}).update(usd) if usd else None
+            return None
+        if usd:
+            node.attributes.setdefault("usd", {}).update(usd)
+        if not prim.IsLoaded():
+            context.lose("payloads that are not loaded", prim.GetPath())
+            read_extents_hint(prim, node)
+        return None if kind == "Material" else (purpose, primvars)
+
+    def _read_transform(self, prim: Any, node: Node) -> None:
+        local = local_transform(self.context, prim)
+        if local is None:
+            return
+        node.resets = local.resets
+        after = self.context.root_matrix if local.resets else None
+        if local.samples is not None:
+            node.samples = {
+                code: matrix if after is None else matrix * after
+                for code, matrix in local.samples.items()
+            }
+        else:
+            node.matrix = local.matrix if after is None else local.matrix * after
+
+    def _read_kind(
+        self, prim: Any, kind: str, names: set[str], index: int, where: str
+    ) -> tuple[frozenset[str], Elements | None]:
+        """Reads what the type of a prim means. Returns the properties that it has read."""
+        context, node = self.context, self.nodes[index]
+        nothing: frozenset[str] = frozenset()
+        if kind in geometry.KNOWN:
+            elements = geometry.read_geometry(context, prim, kind, names, node)
+            geometry.read_extent(context, prim, names, node)
+            return geometry.KNOWN[kind], elements
+        if kind == "Xform":
+            return nothing, None
+        if kind == "GeomSubset":
+            return self._read_subset(prim, node), None
+        if kind == "Camera":
+            node.attributes["type"] = "camera"
+            node.attributes["geometry"] = cameras.camera_geometry(context, prim)
+            return cameras.KNOWN, None
+        if kind == "PointInstancer":
+            return self._read_instancer(prim, names, node, where)
+        if kind == "Material" and self.parts.import_material is not None:
+            return self._read_material(prim, names, node, where), None
+        if kind in _LIGHTS and self.parts.import_light is not None:
+            return self._read_light(prim, names, node), None
+        node.attributes.setdefault("usd", {})["typeName"] = kind
+        if kind not in _GROUPS:
+            context.keep(f"prims of the type {kind}", prim.GetPath())
+            if "extent" in names or prim.IsA(UsdGeom.Boundable):
+                geometry.read_extent(context, prim, names, node)
+        if kind == "SkelRoot":
+            context.lose("skeletons, which do not move their meshes", prim.GetPath())
+        return nothing, None
+
+    def _read_subset(self, prim: Any, node: Node) -> frozenset[str]:
+        context = self.context
+        element = prim.GetAttribute("elementType").Get() or "face"
+        node.attributes["usd"] = {"familyName": prim.GetAttribute("familyName").Get() or ""}
+        if element != "face":
+            node.attributes["usd"]["typeName"] = "GeomSubset"
+            context.keep(f"subsets of elements {element}", prim.GetPath())
+            return frozenset()
+        node.attributes["type"] = "faceset"
+        attribute = prim.GetAttribute("indices")
+        if context.codes(attribute):
+            context.lose("subsets that change, as they are at the frame", prim.GetPath())
+        faces = attribute.Get(context.time_code)
+        node.attributes["geometry"] = {"faces": np.asarray(() if faces is None else faces, np.int32)}
+        return _SUBSET
+
+    def _read_instancer(
+        self, prim: Any, names: set[str], node: Node, where: str
+    ) -> tuple[frozenset[str], Elements | None]:
+        context = self.context
+        node.attributes["usd"] = {"typeName": "PointInstancer"}
+        node.hides_children_bounds = True
+        geometry.read_extent(context, prim, names, node)
+        instancer = instances.read_instancer(context, prim, names, where)
+        if instancer is None:
+            return frozenset(), None
+        self.instancers.append(instancer)
+        for name in names:
+            if name.startswith("primvars:"):
+                context.lose("primvars of point instances", prim.GetPath())
+        known = instances.KNOWN - {"ids", "invisibleIds"}
+        return known, Elements(instancer.count, instancer.count, instancer.count)
+
+    def _read_material(
+        self, prim: Any, names: set[str], node: Node, where: str
+    ) -> frozenset[str]:
+        network = self.parts.import_material(prim, self.context)
+        node.attributes["type"] = "material"
+        if network is None:
+            return frozenset()
+        group = network if isinstance(network, tellar.Group) else tellar.group(network)
+        node.attributes["material"] = self.materials[where] = group
+        return frozenset(
+            name for name in names if name.startswith(("inputs:", "outputs:", "info:"))
+        )
+
+    def _read_light(self, prim: Any, names: set[str], node: Node) -> frozenset[str]:
+        attributes = self.parts.import_light(prim, self.context)
+        if prim.IsA(UsdGeom.Boundable):
+            geometry.read_extent(self.context, prim, names, node)
+        if attributes is None:
+            node.attributes["usd"] = {"typeName": prim.GetTypeName()}
+            self.context.keep(f"lights of the type {prim.GetTypeName()}", prim.GetPath())
+            return frozenset()
+        node.attributes.update(attributes)
+        return frozenset(name for name in names if name.startswith(("inputs:", "light", "outputs:")))
+
+    def _read_rest(
+        self,
+        prim: Any,
+        node: Node,
+        names: set[str],
+        elements: Elements | None,
+        usd: dict[str, Any],
+    ) -> None:
+        """Reads the properties that any prim may have, and keeps those that mean nothing here."""
+        context = self.context
+        primvars: set[str] = set()
+        for name in names:
+            if name.startswith("xformOp:"):
+                continue
+            if name.startswith("primvars:"):
+                primvars.add(name)
+            elif name.startswith("material:binding") and self.parts.resolver is not None:
+                continue
+            elif name.startswith("userProperties:"):
+                user_property(context, prim, name, node.attributes.setdefault("user", {}))
+            else:
+                keep_property(context, prim, name, usd)
+        if primvars:
+            arbitrary: dict[str, Any] = {}
+            read_primvars(context, prim, primvars, elements, arbitrary, usd)
+            if arbitrary:
+                own = node.attributes.setdefault("geometry", {}).setdefault("arbitrary", {})
+                own.update(arbitrary)
+
+    def _inherit_primvars(
+        self, node: Node, kind: str, inherited: dict[str, Any]
+    ) -> dict[str, Any]:
+        """Constant primvars hold for all shapes below. Returns those that children inherit."""
+        own = node.attributes.get("geometry", {}).get("arbitrary", {})
+        if kind in geometry.KNOWN:
+            if inherited:
+                node.attributes["geometry"]["arbitrary"] = inherited | own
+            return {}
+        constant = {name: entry for name, entry in own.items() if entry["scope"] == "primitive"}
+        return inherited | constant if constant else inherited
+
+    def _bind_material(self, prim: Any, kind: str, index: int) -> None:
+        resolver = self.parts.resolver
+        is_bound = kind in geometry.KNOWN or kind in ("GeomSubset", "PointInstancer")
+        if resolver is None or not (is_bound or prim.IsInstance()):
+            return
+        if kind == "GeomSubset" and self.nodes[index].attributes["type"] != "faceset":
+            return
+        path = resolver.material_path(prim)
+        if path is not None:
+            self.nodes[index].attributes["materialAssign"] = path
+            self.bound_materials.append((index, path))
+
+    # Instances
+
+    def _share(self, prim: Any, index: int, where: str, primvars: dict[str, Any]) -> None:
+        prototype = prim.GetPrototype()
+        name = self.context.prototype_name(prototype.GetName())
+        self.prototypes.setdefault(name, prototype)
+        self.shares[where] = f"{self.context.prototypes}/{name}"
+        self.prototype_of[index] = self.shares[where]
+        self.context.count("scene-graph instances")
+        if primvars:
+            self.context.lose("primvars that instances inherit", prim.GetPath())
+
+    def _read_missing_sources(self, roots: dict[str, int]) -> None:
+        """Reads prototypes of instancers that are no part of the scene, such as overs."""
+        for item in list(self.instancers):
+            targets = [source for source in item.sources if source not in self.index_of]
+            for source in targets:
+                prim = self._prim_at(source)
+                if not prim:
+                    continue
+                name = f"source_{len(roots)}"
+                place = f"{self.context.prototypes}/{name}"
+                root = roots[place] = self._add_node(name, -1, place)
+                self._read_prim(prim, root, place, "default", {})
+                self._read_tree(prim, root, place)
+                item.sources = [place if other == source else other for other in item.sources]
+
+    def _prim_at(self, location: str) -> Any:
+        own = self.context.location + "/"
+        if not location.startswith(own):
+            return None
+        return self.context.stage.GetPrimAtPath(location[len(own) - 1 :])
+
+    # The result
+
+    def _finish_nodes(self) -> None:
+        context = self.context
+        for index, place in self.prototype_of.items():
+            self.nodes[index].prototype = self.index_of[place]
+        self._set_transforms()
+        for index, path in self.bound_materials:
+            group = self.materials.get(path)
+            if group is not None:
+                self.nodes[index].attributes["material"] = group
+            else:
+                context.lose("materials that are not part of the scene", path)
+        self._remove_excluded()
+        self._hide_sources()
+        BoundsPass(context, self.nodes).run()
+        for node, entry in zip(self.nodes, self.entries):
+            if not node.children:
+                del entry["c"]
+
+    def _set_transforms(self) -> None:
+        still = [node for node in self.nodes if node.matrix is not None]
+        rows = np.asarray(Vt.Matrix4dArray([node.matrix for node in still])).reshape(-1, 1, 16)
+        for node, row in zip(still, rows):
+            node.attributes["xform"] = {"matrix": row}
+        for node in self.nodes:
+            if node.samples is not None:
+                values = {
+                    code: np.asarray(matrix).reshape(1, 16) for code, matrix in node.samples.items()
+                }
+                matrices = self.context.samples(values, self.context.is_held)
+                node.attributes["xform"] = {"matrix": matrices}
+            if node.resets:
+                node.attributes["xform"] = {"origin": 1} | node.attributes["xform"]
+
+    def _remove_excluded(self) -> None:
+        """Removes the locations of other purposes that have nothing below them."""
+        for place, index in reversed(list(self.index_of.items())):
+            node = self.nodes[index]
+            if node.is_excluded and not node.children:
+                del self.nodes[node.parent].children[node.name]
+                del self.index_of[place]
+                self.context.lose("prims of other purposes", place)
+
+    def _hide_sources(self) -> None:
+        """What lies below a PointInstancer is drawn by its instances only."""
+        sources = {source for item in self.instancers for source in item.sources}
+        for item in self.instancers:
+            for name in self.nodes[self.index_of[item.place]].children:
+                place = f"{item.place}/{name}"
+                if place not in sources:
+                    self.nodes[self.index_of[place]].attributes["visible"] = 0
+
+    def _result(self, roots: dict[str, int]) -> ImportResult:
+        ops = Ops()
+        ops.add("StaticScene", self._static_arguments(roots))
+        InstanceOps(self.shares, self.instancers).add_to(ops)
+        return ImportResult(tellar.group(ops.description()), self.context.summary)
+
+    def _static_arguments(self, roots: dict[str, int]) -> dict[str, Any]:
+        location = self.context.location
+        own = self.entries[roots[location]]
+        prototypes = {
+            place.rpartition("/")[2]: self.entries[index]
+            for place, index in roots.items()
+            if place != location
+        }
+        if not prototypes:
+            return {"location": location, **own}
+        tree = own
+        for name in reversed(location.split("/")[2:]):
+            tree = {"a": {"type": "group"}, "c": {name: tree}}
+        tree.setdefault("c", {})["prototypes"] = hidden_group(prototypes)
+        return {"location": "/root", **tree}
+
+
+def hidden_group(children: dict[str, Any]) -> dict[str, Any]:
+    return {"a": {"type": "group", "visible": 0}, "c": children}
+
+
+def read_visibility(context: ImportContext, prim: Any, node: Node) -> None:
+    value = context.sampled(
+        prim.GetAttribute("visibility"), lambda token: int(token != UsdGeom.Tokens.invisible)
+    )
+    if value is not None and not (isinstance(value, int) and value == 1):
+        node.attributes["visible"] = value
+
+
+def read_extents_hint(prim: Any, node: Node) -> None:
+    """The box of a model whose payload is not loaded."""
+    hint = UsdGeom.ModelAPI(prim).GetExtentsHint(Usd.TimeCode.EarliestTime())
+    if hint is not None and len(hint) >= 2:
+        node.extent = hint[:2]
+
+
+class Parts:
+    """The parts of the bridge that read materials, lights and bindings."""
+
+    def __init__(self, context: ImportContext) -> None:
+        self.import_material: Any = part("materials", "import_material")
+        self.import_light: Any = part("lights", "import_light")
+        resolver = part("bindings", "BindingResolver")
+        self.resolver: Any = resolver and resolver(context.stage, context)
+
+
+def part(module: str, name: str) -> Any:
+    """A function or class of this package; None if there is no such module."""
+    if importlib.util.find_spec(f"{__package__}.{module}") is None:
+        return None
+    return getattr(importlib.import_module(f"{__package__}.{module}"), name)
