@@ -1,4 +1,4 @@
-"""Writes the type stubs of the package from the built module.
+"""Writes the type stubs of the package from the built module, without plug-ins.
 
     PYTHONPATH=build/release/python python python/make_stubs.py [--check]
 
@@ -11,9 +11,14 @@ import argparse
 import importlib
 import re
 import sys
+import textwrap
 from pathlib import Path
+from typing import TYPE_CHECKING
 
 from nanobind.stubgen import StubGen  # type: ignore[import-untyped]
+
+if TYPE_CHECKING:
+    from tellar._ops import TypeDescription
 
 HERE = Path(__file__).resolve().parent
 PACKAGE = HERE / "tellar"
@@ -23,6 +28,8 @@ SOURCES = {
     "collections.abc": ("Callable", "Iterable", "Iterator", "Mapping", "Sequence"),
     "typing": ("Any", "Literal", "Self"),
     "._errors": ("Error",),
+    "._op_types": ("OpType",),
+    "._ops": ("Op",),
     "._types": (
         "ArrayLike",
         "AttributeLike",
@@ -62,9 +69,56 @@ def extension_stub() -> str:
     return f'{docstring}"""\n\n{imports_for(stub)}\n{rest}'
 
 
+def parameters_of(described: TypeDescription) -> list[str]:
+    """The parameters of an op type's function, as code."""
+    parameters = []
+    if described.most_inputs == 1:
+        parameters += ["input: Op | None = None", "/", "*"]
+    elif described.most_inputs == 0:
+        parameters.append("*")
+    else:
+        parameters.append("*inputs: Op | None")
+    parameters.append("name: str | None = None")
+    for argument in described.keywords():
+        alias = argument.annotation_name
+        required = argument.is_required
+        parameters.append(
+            f"{argument.name}: {alias}" if required else f"{argument.name}: {alias} | None = None"
+        )
+    if described.has_unnamed:
+        parameters.append("**arguments: AttributeLike")
+    return parameters
+
+
+def function_stub(described: TypeDescription) -> str:
+    parameters = "".join(f"    {parameter},\n" for parameter in parameters_of(described))
+    docstring = textwrap.indent(described.docstring(), "    ").strip()
+    return f'def {described.name}(\n{parameters}) -> Op:\n    """{docstring}\n    """\n'
+
+
+def ops_stub() -> str:
+    """The stub of tellar.ops: the op types that come with the package."""
+    from tellar import _ops, ops
+
+    names = [name for name in ops.names() if name not in _ops.classes]
+    described = [known for known in map(_ops.description_of_type, names) if known]
+    functions = "\n\n".join(function_stub(known) for known in described)
+    aliases = sorted(set(re.findall(r"\b(?:\w+Argument|AttributeLike)\b", code_of(functions))))
+    return (
+        f'"""{ops.__doc__}"""\n\n'
+        "from collections.abc import Callable\n\n"
+        "from ._ops import Op\n"
+        f"from ._types import {', '.join(aliases)}\n\n"
+        'def names() -> list[str]:\n    """The names of all op types, sorted."""\n\n'
+        "# Op types of plug-ins, and those in Python.\n"
+        "def __getattr__(name: str) -> Callable[..., Op]: ...\n\n"
+        f"{functions}"
+    )
+
+
 def stubs() -> dict[str, str]:
     """The stubs by the names of their files in the package."""
-    return {"_tellar.pyi": extension_stub()}
+    return {"_tellar.pyi": extension_stub(), "ops.pyi": ops_stub()}
 
 
 def main() -> int:

@@ -5,6 +5,8 @@
 #include <OxTellarSDK/TellarError.h>
 #include <nanobind/stl/string.h>
 
+#include "OpTypes.h"
+
 namespace nb = nanobind;
 
 namespace TellarPython {
@@ -54,12 +56,16 @@ void Translate(const std::exception_ptr& error, void*) {
 nb::object ExceptionObject(const std::exception_ptr& error) {
     const ErrorFacts facts = FactsOf(error);
     if (facts.code == kOxErrorMemory) return nb::borrow(PyExc_MemoryError)(Text(facts.text));
-    return nb::module_::import_("tellar._errors")
-        .attr(ClassNameOf(facts.code))(
-            Text(facts.text), nb::arg("op") = Text(facts.op),
-            nb::arg("op_type") = Text(facts.opType), nb::arg("op_place") = Text(facts.opPlace),
-            nb::arg("location") = Text(facts.location),
-            nb::arg("attribute") = Text(facts.attribute), nb::arg("file") = Text(facts.file));
+    nb::object object =
+        nb::module_::import_("tellar._errors")
+            .attr(ClassNameOf(facts.code))(
+                Text(facts.text), nb::arg("op") = Text(facts.op),
+                nb::arg("op_type") = Text(facts.opType), nb::arg("op_place") = Text(facts.opPlace),
+                nb::arg("location") = Text(facts.location),
+                nb::arg("attribute") = Text(facts.attribute), nb::arg("file") = Text(facts.file));
+    nb::object cause = CauseOf(facts);
+    if (!cause.is_none()) PyException_SetCause(object.ptr(), cause.release().ptr());
+    return object;
 }
 
 void TranslateErrors() {

@@ -16,6 +16,9 @@ NB_MODULE(_tellar, module) {
     TellarPython::AddWalk(module);
     TellarPython::AddCameras(module);
     TellarPython::AddMaterials(module);
+    TellarPython::AddEdits(module);
     TellarPython::AddScenes(module);
+    TellarPython::AddOpTypes(module);
+    TellarPython::AddOpGraphs(module);
     TellarPython::AddRendering(module);
 }

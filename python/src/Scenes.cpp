@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <OxTellarProducers/Scene.h>
+#include <OxTellarProducers/SceneDescription.h>
 #include <OxTellarSDK/TellarError.h>
 #include <nanobind/nanobind.h>
 #include <nanobind/stl/filesystem.h>
@@ -16,7 +17,9 @@
 
 #include "Cameras.h"
 #include "Classes.h"
+#include "Edits.h"
 #include "Locations.h"
+#include "OpTypes.h"
 #include "Unlocked.h"
 #include "Values.h"
 #include "Walk.h"
@@ -32,7 +35,14 @@ using TELLAR::GeometryProducer;
 using TELLAR::Scene;
 
 std::shared_ptr<Scene> Open(const std::filesystem::path& path) {
-    return Unlocked([&] { return Scene::Open(path.string()); });
+    return Unlocked([&] {
+        if (!HasRedefinedOpTypes()) return Scene::Open(path.string());
+        const TELLAR::SceneDescription read = TELLAR::ReadSceneDescription(path.string());
+        const OxAttribute::GroupAttribute newest = WithNewestOpTypes(read.ops);
+        return newest.getHandle() == read.ops.getHandle()
+                   ? Scene::Open(path.string())
+                   : Scene::FromDescription(newest, read.text.places);
+    });
 }
 
 GeometryProducer::Ptr Find(const Scene& self, const std::string& path) {
@@ -126,6 +136,17 @@ void AddScenes(nb::module_& module) {
             "description", &Scene::getDescription,
             "The op tree of the newest revision: a group with one child an op, each a group\n"
             "of \"opType\", \"opArgs\" and \"opInputs\". The last op is the terminal one.")
+        .def(
+            "op",
+            [](const Scene& self, nb::handle name) {
+                return nb::module_::import_("tellar._ops")
+                    .attr("op_of")(self.getDescription(), name);
+            },
+            "name"_a.none() = nb::none(), nb::sig("def op(self, name: str | None = None) -> Op"),
+            "The op of a name with all its inputs; the terminal op unless given. Raises\n"
+            "NotFoundError.")
+        .def("edit", EditOf, nb::sig("def edit(self) -> SceneEdit"),
+             "An empty list of changes to the ops, which a commit applies to the newest revision.")
         .def("__repr__", [](const Scene& self) {
             const auto count = self.getDescription().getNumberOfChildren();
             return "<Scene of " + std::to_string(count) + (count == 1 ? " op>" : " ops>");

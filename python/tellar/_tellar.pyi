@@ -1,8 +1,10 @@
 """The compiled part of the package tellar. Import that instead."""
 
-from collections.abc import Callable, Iterable, Iterator, Mapping
+from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
 from typing import Any
 from ._errors import Error
+from ._op_types import OpType
+from ._ops import Op
 from ._types import ArrayLike, AttributeLike, AttributeValue, DoubleArray, NumberArray, Resolution, T, Value
 
 import os
@@ -396,6 +398,98 @@ class Material:
 
     def __repr__(self) -> str: ...
 
+class SceneChange:
+    """A location that differs between two revisions of a scene. Immutable."""
+
+    @property
+    def path(self) -> str: ...
+
+    @property
+    def kind(self) -> str:
+        """
+        "added" and "removed" stand for the location and all below it;
+        "changed" for the location itself.
+        """
+
+    @property
+    def parts(self) -> list[str]:
+        """
+        What differs: "transform", "geometry", "topology", "material",
+        "visibility", "settings", "type", "children" (their order) and
+        "other". All of them for a location that was added or removed.
+        """
+
+    @property
+    def attributes(self) -> list[str]:
+        """The names of the attributes behind "other"."""
+
+    @property
+    def old_error(self) -> Error | None:
+        """Why the location could not be computed before."""
+
+    @property
+    def new_error(self) -> Error | None:
+        """Why the location cannot be computed now."""
+
+    def __repr__(self) -> str: ...
+
+class SceneEdit:
+    """
+    Changes to the ops of a scene, which are applied all at once.
+
+    A context manager: leaving it commits, unless with an exception. For one thread at a
+    time; several threads may have an edit each.
+    """
+
+    def set_argument(self, op: str, name: str, value: AttributeLike) -> None:
+        """
+        Replaces one argument of an op, or a part of it by a dotted name. Raises TypeError
+        and InvalidValueError as the op type's function does.
+        """
+
+    def set_arguments(self, op: str, arguments: Mapping[str, AttributeLike]) -> None:
+        """Replaces all arguments of an op."""
+
+    def remove_argument(self, op: str, name: str) -> None:
+        """Removes one argument of an op."""
+
+    def set_type(self, op: str, type: str | type[OpType]) -> None:
+        """Replaces the type of an op."""
+
+    def set_inputs(self, op: str, inputs: Iterable[str | None]) -> None:
+        """
+        Replaces the inputs of an op by the ops of these names; None is a missing input.
+        """
+
+    def add_op(self, op: str, type: str | type[OpType], inputs: Iterable[str | None] = (), arguments: Mapping[str, AttributeLike] = {}) -> None:
+        """
+        Adds an op. It has no effect before another op has it as input, or it is made the
+        terminal op.
+        """
+
+    def remove_op(self, op: str) -> None:
+        """
+        Removes an op. Those that have it as input have to get other inputs in the same edit.
+        """
+
+    def set_terminal(self, op: str) -> None:
+        """Chooses the op whose locations are the scene's."""
+
+    def commit(self) -> list[SceneChange]:
+        """
+        Makes a new revision of the scene and returns what differs. Parents come before
+        children. Raises BadCallError for an unknown op or a name that is taken, and what
+        the op type raises for its arguments; then nothing is changed.
+        """
+
+    @property
+    def changes(self) -> list[SceneChange]:
+        """What the last commit returned; empty before the first."""
+
+    def __enter__(self) -> SceneEdit: ...
+
+    def __exit__(self, kind: object, error: object, traceback: object) -> None: ...
+
 class Scene:
     """
     A scene that was opened once. Any thread may use it.
@@ -451,6 +545,17 @@ class Scene:
         of "opType", "opArgs" and "opInputs". The last op is the terminal one.
         """
 
+    def op(self, name: str | None = None) -> Op:
+        """
+        The op of a name with all its inputs; the terminal op unless given. Raises
+        NotFoundError.
+        """
+
+    def edit(self) -> SceneEdit:
+        """
+        An empty list of changes to the ops, which a commit applies to the newest revision.
+        """
+
     def __repr__(self) -> str: ...
 
 def open(path: str | os.PathLike[str]) -> Scene:
@@ -461,6 +566,122 @@ def open(path: str | os.PathLike[str]) -> Scene:
     Nothing of the scene is computed yet. Raises FileError naming the file and what is
     wrong with it.
     """
+
+class InputLocation:
+    """
+    A location of an input of an op, as the input makes it. Immutable; it may be kept.
+    """
+
+    @property
+    def attributes(self) -> Group:
+        """The attributes of the location."""
+
+    @property
+    def child_names(self) -> list[str]:
+        """
+        The names that the location tells for its children. Some may not exist.
+        """
+
+class CookContext:
+    """
+    The location that an op makes, which is asked for and answered in `OpType.cook`.
+
+    Without a call of `pass_input`, `set_attributes`, `set_attribute` or `set_children`, the
+    location does not exist. Valid during the call and in its thread only: later, and in
+    another thread, everything raises BadCallError.
+    """
+
+    @property
+    def path(self) -> str:
+        """The absolute path of the location."""
+
+    @property
+    def args(self) -> Group:
+        """The arguments of the op."""
+
+    @property
+    def prepared(self) -> Any:
+        """What `OpType.prepare` returned for the op."""
+
+    @property
+    def number_of_inputs(self) -> int:
+        """How many inputs the op has."""
+
+    @property
+    def is_fresh(self) -> bool:
+        """
+        Whether the location was evicted, so that what comes from outside, such as a
+        file, has to be read again.
+        """
+
+    def input(self, path: str | None = None, index: int = 0) -> InputLocation | None:
+        """
+        A location of an input, which is computed if need be; the one of the same path
+        unless given. None if it does not exist there, or there is no such input. Raises
+        CookError when it cannot be computed; passing that on is usually right.
+        """
+
+    def pass_input(self, path: str | None = None, index: int = 0) -> bool:
+        """
+        Makes a location of an input the result, without a copy. Returns whether it exists.
+        """
+
+    def set_attributes(self, attributes: Mapping[str, AttributeLike] | Group) -> None:
+        """Makes the location exist, with these attributes and no others."""
+
+    def set_attribute(self, name: str, value: AttributeLike) -> None:
+        """
+        Makes the location exist, and sets one attribute by its dotted name. Those that
+        were passed or set before stay.
+        """
+
+    def remove_attribute(self, name: str) -> None:
+        """Removes one of the attributes that were passed or set before."""
+
+    def set_children(self, names: Iterable[str]) -> None:
+        """Makes the location exist, and names the children that it may have."""
+
+def register_op_type(name: str, class_name: str, version: int, summary: str, inputs: str, arguments: Sequence[tuple[str, str, str]], prepare: Callable[[Group], object], cook: Callable[[CookContext], object]) -> None:
+    """
+    Makes an op type of two functions, until the process ends. Raises BadCallError
+    when the name is taken. In descriptions that are opened, the name of the class is
+    that of the type that was registered for it last.
+    """
+
+def op_type_names() -> list[str]:
+    """The names of all op types known to the process, sorted."""
+
+def op_type(name: str) -> tuple[str, str, str, list[tuple[str, str, str]]] | None:
+    """
+    Name, summary, inputs, and the arguments of an op type, each with name, type and
+    summary. None for an unknown type.
+    """
+
+def describe_ops(ops: dict[str, tuple[str, Group, list[str]]]) -> Group:
+    """
+    The op-tree description of ops: their types, arguments and names of inputs. The
+    last one is the terminal op.
+    """
+
+def described_ops(description: Group) -> dict[str, tuple[str, Group, list[str]]]:
+    """The ops of an op-tree description, as `describe_ops` takes them."""
+
+def open_description(description: Group) -> Scene:
+    """
+    The scene of an op-tree description. Raises BadCallError when it is none.
+    """
+
+def write_op_file(path: str | os.PathLike[str], description: Group, compress: bool) -> None:
+    """Writes an op-tree description as an op file."""
+
+def portable_description(description: Group, folder: str | os.PathLike[str], form: str) -> Group:
+    """
+    The description for a file in a folder, whose files are relative to it. The form
+    is "json" or "ops".
+    """
+
+def description_json(description: Group) -> str:
+    """An op-tree description as JSON text."""
 
 def render(scene: Scene, picture: str | os.PathLike[str], renderer: str, settings: Mapping[str, AttributeLike], light: str, frame: float, samples: int, threads: int, strict: bool, on_progress: Callable[[float, str], object] | None, on_warning: Callable[[str], object]) -> tuple[str, int]:
     """

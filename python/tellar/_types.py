@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import os
-from collections.abc import Mapping
+from collections.abc import Iterable, Mapping
 from typing import TYPE_CHECKING, Any, TypeAlias, TypeVar, Union
 
 import numpy as np
@@ -16,9 +16,16 @@ __all__ = [
     "ArrayLike",
     "AttributeLike",
     "AttributeValue",
+    "DoubleArgument",
     "DoubleArray",
+    "DoublesArgument",
+    "GroupArgument",
+    "IntArgument",
+    "IntsArgument",
     "NumberArray",
     "Resolution",
+    "StringArgument",
+    "StringsArgument",
     "T",
     "Value",
 ]
@@ -44,3 +51,15 @@ AttributeLike: TypeAlias = Union[
 
 Resolution: TypeAlias = str | tuple[int, int]
 """The name of a resolution, or width and height in pixels."""
+
+# What the arguments of ops take, by their types in the descriptions of op types. An Attribute may
+# have time samples.
+StringArgument: TypeAlias = Union[str, "os.PathLike[str]", "Attribute"]
+StringsArgument: TypeAlias = Union[
+    str, "os.PathLike[str]", Iterable[Union[str, "os.PathLike[str]"]], "Attribute"
+]
+IntArgument: TypeAlias = Union[int, "np.integer[Any]", "Attribute"]
+IntsArgument: TypeAlias = Union[ArrayLike, "Attribute"]
+DoubleArgument: TypeAlias = Union[float, "np.floating[Any]", Mapping[float, float], "Attribute"]
+DoublesArgument: TypeAlias = Union[ArrayLike, Mapping[float, ArrayLike], "Attribute"]
+GroupArgument: TypeAlias = Union[Mapping[str, Any], "Group"]
