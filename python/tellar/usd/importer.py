@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import importlib.util
 import os
 from collections.abc import Iterable, Mapping
 from pathlib import Path
@@ -14,9 +13,12 @@ from pxr import Gf, Sdf, Tf, Usd, UsdGeom, Vt
 import tellar
 
 from . import cameras, geometry, instances
+from .bindings import BindingResolver
 from .bounds import BoundsPass
 from .context import ImportContext
 from .instances import InstanceOps, Instancer, Ops
+from .lights import import_light, is_light_property
+from .materials import import_material
 from .nodes import Node
 from .plain import keep_metadata, keep_property, keep_schemas, plain_value, user_property
 from .primvars import Elements, arbitrary_name, read_primvars
@@ -181,7 +183,7 @@ class StageReader:
         self.prototypes: dict[str, Any] = {}
         self.materials: dict[str, Any] = {}
         self.bound_materials: list[tuple[int, str]] = []
-        self.parts = Parts(context)
+        self.resolver = BindingResolver(context.stage, context)
 
     def read(self) -> ImportResult:
         root = self._root()
@@ -325,9 +327,9 @@ class StageReader:
             return cameras.KNOWN, None
         if kind == "PointInstancer":
             return self._read_instancer(prim, names, node, where)
-        if kind == "Material" and self.parts.import_material is not None:
+        if kind == "Material":
             return self._read_material(prim, names, node, where), None
-        if kind in _LIGHTS and self.parts.import_light is not None:
+        if kind in _LIGHTS:
             return self._read_light(prim, names, node), None
         node.attributes.setdefault("usd", {})["typeName"] = kind
         if kind not in _GROUPS:
@@ -374,7 +376,7 @@ class StageReader:
     def _read_material(
         self, prim: Any, names: set[str], node: Node, where: str
     ) -> frozenset[str]:
-        network = self.parts.import_material(prim, self.context)
+        network = import_material(prim, self.context)
         node.attributes["type"] = "material"
         if network is None:
             return frozenset()
@@ -385,7 +387,7 @@ class StageReader:
         )
 
     def _read_light(self, prim: Any, names: set[str], node: Node) -> frozenset[str]:
-        attributes = self.parts.import_light(prim, self.context)
+        attributes = import_light(prim, self.context)
         if prim.IsA(UsdGeom.Boundable):
             geometry.read_extent(self.context, prim, names, node)
         if attributes is None:
@@ -393,7 +395,7 @@ class StageReader:
             self.context.keep(f"lights of the type {prim.GetTypeName()}", prim.GetPath())
             return frozenset()
         node.attributes.update(attributes)
-        return frozenset(name for name in names if name.startswith(("inputs:", "light", "outputs:")))
+        return frozenset(name for name in names if is_light_property(name))
 
     def _read_rest(
         self,
@@ -411,7 +413,7 @@ class StageReader:
                 continue
             if name.startswith("primvars:"):
                 primvars.add(name)
-            elif name.startswith("material:binding") and self.parts.resolver is not None:
+            elif name.startswith("material:binding"):
                 continue
             elif name.startswith("userProperties:"):
                 user_property(context, prim, name, node.attributes.setdefault("user", {}))
@@ -437,13 +439,12 @@ class StageReader:
         return inherited | constant if constant else inherited
 
     def _bind_material(self, prim: Any, kind: str, index: int) -> None:
-        resolver = self.parts.resolver
         is_bound = kind in geometry.KNOWN or kind in ("GeomSubset", "PointInstancer")
-        if resolver is None or not (is_bound or prim.IsInstance()):
+        if not (is_bound or prim.IsInstance()):
             return
         if kind == "GeomSubset" and self.nodes[index].attributes["type"] != "faceset":
             return
-        path = resolver.material_path(prim)
+        path = self.resolver.material_path(prim)
         if path is not None:
             self.nodes[index].attributes["materialAssign"] = path
             self.bound_materials.append((index, path))
@@ -505,14 +506,15 @@ class StageReader:
         still = [node for node in self.nodes if node.matrix is not None]
         rows = np.asarray(Vt.Matrix4dArray([node.matrix for node in still])).reshape(-1, 1, 16)
         for node, row in zip(still, rows):
-            node.attributes["xform"] = {"matrix": row}
+            node.attributes["xform"] = {"matrix": row} | node.attributes.get("xform", {})
         for node in self.nodes:
             if node.samples is not None:
                 values = {
                     code: np.asarray(matrix).reshape(1, 16) for code, matrix in node.samples.items()
                 }
                 matrices = self.context.samples(values, self.context.is_held)
-                node.attributes["xform"] = {"matrix": matrices}
+                aim = node.attributes.get("xform", {})
+                node.attributes["xform"] = {"matrix": matrices} | aim
             if node.resets:
                 node.attributes["xform"] = {"origin": 1} | node.attributes["xform"]
 
@@ -574,20 +576,3 @@ def read_extents_hint(prim: Any, node: Node) -> None:
     hint = UsdGeom.ModelAPI(prim).GetExtentsHint(Usd.TimeCode.EarliestTime())
     if hint is not None and len(hint) >= 2:
         node.extent = hint[:2]
-
-
-class Parts:
-    """The parts of the bridge that read materials, lights and bindings."""
-
-    def __init__(self, context: ImportContext) -> None:
-        self.import_material: Any = part("materials", "import_material")
-        self.import_light: Any = part("lights", "import_light")
-        resolver = part("bindings", "BindingResolver")
-        self.resolver: Any = resolver and resolver(context.stage, context)
-
-
-def part(module: str, name: str) -> Any:
-    """A function or class of this package; None if there is no such module."""
-    if importlib.util.find_spec(f"{__package__}.{module}") is None:
-        return None
-    return getattr(importlib.import_module(f"{__package__}.{module}"), name)

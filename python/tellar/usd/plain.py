@@ -24,8 +24,8 @@ _STRUCTURE = frozenset(
 )
 # API schemas of which the import reads all there is, or which only mark a prim.
 _KNOWN_SCHEMAS = frozenset(
-    """MaterialBindingAPI GeomModelAPI MotionAPI PrimvarsAPI VisibilityAPI XformCommonAPI LightAPI
-    ShapingAPI ShadowAPI MeshLightAPI""".split()
+    """MaterialBindingAPI CollectionAPI GeomModelAPI MotionAPI PrimvarsAPI VisibilityAPI
+    XformCommonAPI LightAPI ShapingAPI ShadowAPI MeshLightAPI""".split()
 )
 
 

@@ -1,0 +1,103 @@
+"""Materials of USD stages as the network materials of scenes."""
+
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Any
+
+from pxr import Usd, UsdShade
+
+import tellar
+
+from .networks import Node
+from .patterns import Translator, category_of, shader_id
+from .surfaces import import_surface
+
+if TYPE_CHECKING:
+    from .context import ImportContext
+
+# Outputs for these render contexts are preferred to the one for all of them.
+_CONTEXTS = ("mtlx",)
+_KINDS = ("surface", "displacement", "volume")
+
+
+def import_material(prim: Usd.Prim, context: ImportContext) -> tellar.Group | None:
+    """The "material" group of a Material prim: a network.
+
+    Returns None for a prim that is no material, or that has no shaders. What is not understood is
+    kept and counted by the context. Raises nothing for a material that is not sound.
+    """
+    material = UsdShade.Material(prim)
+    if not material:
+        return None
+    translator = Translator(material, context)
+    terminals: dict[str, Any] = {}
+    for name, shader, output in _terminals(material, context):
+        is_surface = name.split(":")[-1] == "surface"
+        node = import_surface(translator, shader) if is_surface else _other(translator, shader)
+        terminals[name] = node.key
+        terminals[name + "Port"] = "out" if is_surface else output
+    if not terminals:
+        context.lose("materials without shaders", prim.GetPath())
+        return None
+    return _group(translator, terminals)
+
+
+def _terminals(
+    material: UsdShade.Material, context: ImportContext
+) -> list[tuple[str, UsdShade.Shader, str]]:
+    """The name of each terminal, and the shader and output that it leads to.
+
+    Of the outputs of a kind, the terminal of its plain name is the best for a renderer. The
+    others have names with the render context, such as "ri:surface".
+    """
+    found = []
+    for kind in _KINDS:
+        outputs = [material.GetOutput(f"{place}:{kind}") for place in _CONTEXTS]
+        outputs.append(material.GetOutput(kind))
+        others = [one for one in material.GetOutputs()
+                  if one.GetBaseName().split(":")[-1] == kind
+                  and all(one.GetAttr() != known.GetAttr() for known in outputs if known)]
+        taken = False
+        for output in [one for one in outputs if one] + others:
+            attributes = output.GetValueProducingAttributes()
+            if not attributes or not attributes[0].GetPrim().IsA(UsdShade.Shader):
+                continue
+            shader = UsdShade.Shader(attributes[0].GetPrim())
+            name = kind
+            if taken:
+                place = output.GetBaseName()
+                name = place if ":" in place else f"universal:{place}"
+                context.keep(f"material outputs {place} besides others", material.GetPath())
+            found.append((name, shader, UsdShade.Output(attributes[0]).GetBaseName()))
+            taken = True
+    return found
+
+
+def _other(translator: Translator, shader: UsdShade.Shader) -> Node:
+    """The node of a terminal that is no surface. That of a surface shader is shared with it."""
+    if category_of(shader_id(shader)) == "UsdPreviewSurface":
+        for node in translator.network.nodes.values():
+            if node.key == shader.GetPrim().GetName():
+                return node
+    return translator.keep(shader)
+
+
+def _group(translator: Translator, terminals: dict[str, Any]) -> tellar.Group:
+    parameters: dict[str, Any] = {}
+    interface: dict[str, Any] = {}
+    nodes = translator.network.nodes
+    for node in nodes.values():
+        for name, parameter in node.exposed.items():
+            # A value that feeds several inputs has no single place that it could replace.
+            if translator.uses.get(name) == 1:
+                parameters[name] = node.parameters[parameter]
+                interface[name] = tellar.group({"src": f"{node.key}.{parameter}"})
+    group: dict[str, Any] = {
+        "style": "network",
+        "nodes": tellar.group({key: tellar.group(node.group()) for key, node in nodes.items()}),
+    }
+    if parameters:
+        group["parameters"] = tellar.group(parameters)
+        group["interface"] = tellar.group(interface)
+    group["terminals"] = tellar.group(terminals)
+    return tellar.group(group, inherit=False)
