@@ -14,8 +14,13 @@ from typing import TYPE_CHECKING, Any
 import numpy as np
 from pxr import Gf, Sdf, Usd, UsdGeom, UsdLux
 
+import tellar
+
+from .exporting import export_context
+from .light_export import write_light
 from .networks import Constant, combined, constant, is_constant
 from .plain import keep_property
+from .remembered import CUSTOM_DATA, recalled, remember
 from .shader_values import constant_of
 from .textures import texture_path
 
@@ -61,12 +66,58 @@ def import_light(prim: Usd.Prim, context: ImportContext) -> dict[str, Any] | Non
         return None
     light = _Light(prim, context)
     make(light)
-    attributes: dict[str, Any] = {"type": "light", "light": light.values}
+    attributes: dict[str, Any] = {"type": "light"}
+    if prim.HasCustomDataKey(CUSTOM_DATA):
+        found = recalled(prim, "light", tellar.group({"light": light.values}))
+        attributes |= {name: found[name] for name in found}
+    else:
+        attributes["light"] = light.values
     if light.aim is not None:
         attributes["xform"] = {"matrixAim": light.aim}
     if usd := light.rest():
         attributes["usd"] = usd
     return attributes
+
+
+def export_light(
+    attributes: tellar.Group,
+    stage: Usd.Stage,
+    path: Sdf.Path | str,
+    *,
+    context: ImportContext | None = None,
+    texture_of: Callable[[str], str] | None = None,
+) -> Usd.Prim | None:
+    """Defines a light prim for the attributes of a light's location, and returns it.
+
+    Returns None for a light of an unknown type. The transforms of the prim and its ancestors have
+    to be there already, because the radius of a point is one in the world; that of a dome is
+    :func:`dome_matrix`. The custom data of the prim have the groups "light" and "material" of the
+    location, unless an import makes equal ones anyway: as long as nobody edits the prim,
+    :func:`import_light` gives them back. The arguments are those of ``export_material``.
+    """
+    light = attributes.get("light")
+    if not isinstance(light, tellar.Group):
+        return None
+    own = context or export_context(stage)
+    prim = write_light(light, stage, path, texture_of or str, own)
+    if prim is None:
+        return None
+    kept = {name: attributes.attribute(name) for name in ("light", "material")}
+    group = tellar.group({name: value for name, value in kept.items() if value is not None})
+    remember(prim, "light", group, _imported_group(prim, own))
+    return prim
+
+
+def dome_matrix(matrix: Gf.Matrix4d) -> Gf.Matrix4d:
+    """The matrix of a DomeLight for that of an environment light's location, and the other way
+    around: both show the same in the same direction, with pictures that are half a turn apart."""
+    return Gf.Matrix4d(*_HALF_TURN.ravel().tolist()) * matrix
+
+
+def _imported_group(prim: Usd.Prim, context: ImportContext) -> tellar.Group:
+    light = _Light(prim, context)
+    next(make for kind, make in _TYPES if prim.IsA(kind))(light)
+    return tellar.group({"light": light.values})
 
 
 class _Light:

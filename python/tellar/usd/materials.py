@@ -4,12 +4,15 @@ from __future__ import annotations
 
 from typing import TYPE_CHECKING, Any
 
-from pxr import Usd, UsdShade
+from pxr import Sdf, Usd, UsdShade
 
 import tellar
 
+from .exporting import export_context
+from .material_export import PathOf, write_material
 from .networks import Node
 from .patterns import Translator, category_of, shader_id
+from .remembered import recalled, remember
 from .surfaces import import_surface
 
 if TYPE_CHECKING:
@@ -29,6 +32,14 @@ def import_material(prim: Usd.Prim, context: ImportContext) -> tellar.Group | No
     material = UsdShade.Material(prim)
     if not material:
         return None
+    group = imported_material(material, context)
+    return None if group is None else recalled(prim, "material", group)
+
+
+def imported_material(
+    material: UsdShade.Material, context: ImportContext
+) -> tellar.Group | None:
+    """The same, whatever is remembered."""
     translator = Translator(material, context)
     terminals: dict[str, Any] = {}
     for name, shader, output in _terminals(material, context):
@@ -37,9 +48,36 @@ def import_material(prim: Usd.Prim, context: ImportContext) -> tellar.Group | No
         terminals[name] = node.key
         terminals[name + "Port"] = "out" if is_surface else output
     if not terminals:
-        context.lose("materials without shaders", prim.GetPath())
+        context.lose("materials without shaders", material.GetPath())
         return None
     return _group(translator, terminals)
+
+
+def export_material(
+    group: tellar.Group,
+    stage: Usd.Stage,
+    path: Sdf.Path | str,
+    *,
+    context: ImportContext | None = None,
+    texture_of: PathOf | None = None,
+) -> UsdShade.Material:
+    """Defines a Material prim for a location's "material" group, and returns it.
+
+    It has a UsdPreviewSurface with the textures of the group's surface, for applications that know
+    no more. The custom data have the whole group, unless an import makes an equal one anyway: as
+    long as nobody edits the prim, :func:`import_material` gives back just this group.
+
+    `context` is what an import of the stage would use; its frame is that of time 0. Pass one for
+    all materials of a large stage, with `is_animated` set. `texture_of` makes the path to write of
+    that of a texture, which is written as it is by default; import gives back the group only if
+    the path that it finds is the one that was written.
+    """
+    own = context or export_context(stage)
+    material = write_material(group, stage, path, texture_of or str, own)
+    made = imported_material(material, own)
+    if made is not None:
+        remember(material.GetPrim(), "material", group, made)
+    return material
 
 
 def _terminals(

@@ -10,6 +10,8 @@ from pxr import Gf, Sdf
 
 import tellar
 
+from .remembered import CUSTOM_DATA
+
 if TYPE_CHECKING:
     from .context import ImportContext
 
@@ -150,6 +152,10 @@ def keep_metadata(context: ImportContext, prim: Any, usd: dict[str, Any]) -> Non
     for name, value in prim.GetAllAuthoredMetadata().items():
         if name in _STRUCTURE:
             continue
+        if name == "customData":
+            value = {key: one for key, one in value.items() if key != CUSTOM_DATA}
+            if not value:
+                continue
         usd[name] = plain_value(value)
         if name not in ("customData", "assetInfo", "kind"):
             context.keep(f'metadata "{name}"', prim.GetPath())
