@@ -7,7 +7,7 @@ from collections.abc import Callable, Iterable
 from typing import Any
 
 import numpy as np
-from pxr import Gf, Sdf, Usd
+from pxr import Gf, Usd, UsdGeom
 
 import tellar
 
@@ -47,7 +47,9 @@ class ImportContext:
         self.time_code = Usd.TimeCode(frame / self.frames_per_code)
         """The frame of the import. Values without time samples are those of this time code."""
         self.is_animated = has_time_samples(stage)
-        """Whether any layer has time samples, splines or value clips."""
+        """Whether any layer has time samples. If not, only single numbers move, by splines."""
+        self.xforms = UsdGeom.XformCache(self.time_code)
+        """Local transforms at the frame."""
         self.is_held = stage.GetInterpolationType() == Usd.InterpolationTypeHeld
         self.root_matrix: Any = root_matrix(stage) if convert_units else Gf.Matrix4d(1)
         """From the stage's axes and units to +Y up and metres."""
@@ -94,12 +96,19 @@ class ImportContext:
 
     def codes(self, attribute: Any) -> list[float]:
         """The time codes of the samples of an attribute; none if its value does not change."""
-        if not self.is_animated or not attribute.ValueMightBeTimeVarying():
+        if self.is_animated:
+            if not attribute.ValueMightBeTimeVarying():
+                return []
+        elif not attribute.HasSpline():
             return []
         codes: list[float] = attribute.GetTimeSamples()
         if attribute.HasSpline():
             codes = spline_codes(attribute.GetSpline())
         return codes if len(codes) > 1 else []
+
+    def array_codes(self, attribute: Any) -> list[float]:
+        """The same for an array, which no spline moves: quick in a stage without time samples."""
+        return self.codes(attribute) if self.is_animated else []
 
     def value(self, attribute: Any) -> Any:
         """The value at the frame of the import; None if there is none."""
@@ -140,28 +149,8 @@ class ImportContext:
 
 
 def has_time_samples(stage: Any) -> bool:
-    """Whether anything in the stage may change with time."""
-    return any(
-        layer.ListAllTimeSamples() or has_clips_or_splines(layer) for layer in stage.GetUsedLayers()
-    )
-
-
-def has_clips_or_splines(layer: Any) -> bool:
-    found = False
-
-    def visit(path: Any) -> None:
-        nonlocal found
-        if found:
-            return
-        if path.IsPrimPath():
-            spec = layer.GetPrimAtPath(path)
-            found = spec is not None and spec.HasInfo("clips")
-        elif path.IsPropertyPath():
-            spec = layer.GetAttributeAtPath(path)
-            found = spec is not None and spec.HasInfo("spline")
-
-    layer.Traverse(Sdf.Path.absoluteRootPath, visit)
-    return found
+    """Whether a layer has time samples, also as a value clip. Splines are found one by one."""
+    return any(layer.ListAllTimeSamples() for layer in stage.GetUsedLayers())
 
 
 def spline_codes(spline: Any) -> list[float]:
@@ -180,8 +169,6 @@ def is_interpolated(attribute: Any) -> bool:
 
 def root_matrix(stage: Any) -> Any:
     """Turns +Z up to +Y up, and scales to metres."""
-    from pxr import UsdGeom
-
     scale = UsdGeom.GetStageMetersPerUnit(stage)
     matrix = Gf.Matrix4d(1).SetScale(scale)
     if UsdGeom.GetStageUpAxis(stage) == UsdGeom.Tokens.z:

@@ -27,6 +27,7 @@ _TAGS = {
     "cornerSharpnesses": "cornerSharpness",
     "holeIndices": "holeFaces",
 }
+_TAG_NAMES = frozenset(_TAGS)
 _OF_POINTS = frozenset(("velocities", "accelerations"))
 _MESH = frozenset(
     """points faceVertexCounts faceVertexIndices subdivisionScheme orientation normals
@@ -68,7 +69,7 @@ def read_extent(context: ImportContext, prim: Any, names: set[str], node: Node) 
     """The box around a shape: the authored one, or else the one that USD computes."""
     if "extent" in names:
         attribute = prim.GetAttribute("extent")
-        codes = context.codes(attribute)
+        codes = context.array_codes(attribute)
         if codes:
             extents = {code: attribute.Get(code) for code in codes}
             if all(item is not None and len(item) == 2 for item in extents.values()):
@@ -122,21 +123,21 @@ def read_mesh(
     indices = prim.GetAttribute("faceVertexIndices").Get(code)
     if counts is None or indices is None:
         context.lose("meshes without faces", prim.GetPath())
-        counts, indices = [], []
-    counts, indices = np.asarray(counts, np.int32), np.asarray(indices, np.int32)
+        counts = indices = np.empty(0, np.int32)
+    counts = np.asarray(counts)
     starts = np.zeros(len(counts) + 1, np.int32)
-    np.cumsum(counts, out=starts[1:])
+    np.add.accumulate(counts, out=starts[1:])
     points = read_positions(context, prim, geometry, has_topology_samples(context, prim))
     elements = Elements(len(counts), points, len(indices))
     if "orientation" in names and prim.GetAttribute("orientation").Get(code) == "leftHanded":
         elements.order = turned_order(starts) if starts[-1] == len(indices) else None
         if elements.order is not None:
-            indices = indices[elements.order]
+            indices = np.asarray(indices)[elements.order]
     geometry["poly"] = {"vertexList": indices, "startIndex": starts}
     if is_subdivided:
         geometry["subdivisionScheme"] = _SCHEMES.get(scheme or "catmullClark", "catmull-clark")
         read_rules(prim, names, geometry)
-    for name in _TAGS.keys() & names:
+    for name in _TAG_NAMES & names:
         value = context.value(prim.GetAttribute(name))
         if value is not None and len(value):
             geometry[_TAGS[name]] = value
@@ -172,7 +173,7 @@ def read_positions(
     points = attribute.Get(context.time_code)
     count = 0 if points is None else len(points)
     value = np.empty((0, 3), np.float32) if points is None else points
-    if not is_still and context.codes(attribute):
+    if not is_still and context.array_codes(attribute):
         value = context.sampled(attribute, np.asarray)
     geometry["point"] = {"P": value}
     return count

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import gc
 import os
 from collections.abc import Iterable, Mapping
 from pathlib import Path
@@ -186,6 +187,17 @@ class StageReader:
         self.resolver = BindingResolver(context.stage, context)
 
     def read(self) -> ImportResult:
+        # The garbage collector would visit the growing tree again and again, and nothing in it is
+        # garbage.
+        was_enabled = gc.isenabled()
+        gc.disable()
+        try:
+            return self._read_all()
+        finally:
+            if was_enabled:
+                gc.enable()
+
+    def _read_all(self) -> ImportResult:
         root = self._root()
         self._read_tree(self.context.stage.GetPseudoRoot(), root, self.context.location)
         roots = {self.context.location: root}
@@ -288,7 +300,7 @@ class StageReader:
             return None
         if usd:
             node.attributes.setdefault("usd", {}).update(usd)
-        if not prim.IsLoaded():
+        if kind not in geometry.KNOWN and not prim.IsLoaded():
             context.lose("payloads that are not loaded", prim.GetPath())
             read_extents_hint(prim, node)
         return None if kind == "Material" else (purpose, primvars)
@@ -442,7 +454,7 @@ class StageReader:
         is_bound = kind in geometry.KNOWN or kind in ("GeomSubset", "PointInstancer")
         if not (is_bound or prim.IsInstance()):
             return
-        if kind == "GeomSubset" and self.nodes[index].attributes["type"] != "faceset":
+        if kind == "GeomSubset" and not is_material_subset(self.nodes[index]):
             return
         path = self.resolver.material_path(prim)
         if path is not None:
@@ -569,6 +581,12 @@ def read_visibility(context: ImportContext, prim: Any, node: Node) -> None:
     )
     if value is not None and not (isinstance(value, int) and value == 1):
         node.attributes["visible"] = value
+
+
+def is_material_subset(node: Node) -> bool:
+    """Whether a subset is one of those that USD binds materials to."""
+    is_faceset: bool = node.attributes["type"] == "faceset"
+    return is_faceset and node.attributes["usd"]["familyName"] == "materialBind"
 
 
 def read_extents_hint(prim: Any, node: Node) -> None:

@@ -2,10 +2,11 @@
 
 from __future__ import annotations
 
+from functools import lru_cache
 from typing import TYPE_CHECKING, Any
 
 import numpy as np
-from pxr import UsdGeom
+from pxr import Vt
 
 import tellar
 
@@ -57,6 +58,11 @@ def arbitrary_name(primvar: str) -> str:
     return "color" if primvar == "displayColor" else primvar
 
 
+@lru_cache
+def input_type_of(kind: Any) -> str:
+    return input_type(str(kind))
+
+
 def input_type(usd_type: str) -> str:
     """The "inputType" of a type such as "color3f": what the values are."""
     usd_type = usd_type.removesuffix("[]")
@@ -69,6 +75,12 @@ def input_type(usd_type: str) -> str:
     if kind == "quat" or size not in "234":
         size = "4"
     return _ROLES.get(kind, "vector") + size
+
+
+# Arrays that are attributes as they are.
+_ARRAYS = frozenset(
+    (Vt.IntArray, Vt.FloatArray, Vt.Vec2fArray, Vt.Vec3fArray, Vt.Vec4fArray, Vt.DoubleArray)
+)
 
 
 class Elements:
@@ -111,16 +123,13 @@ def read_primvar(
     value, or not as many values as the shape has elements.
     """
     attribute = prim.GetAttribute(name)
-    kind: Any = "normal3f[]"
-    size = 1
     if interpolation is None:
-        _, kind, interpolation, size = UsdGeom.Primvar(attribute).GetDeclarationInfo()
+        interpolation = attribute.GetMetadata("interpolation") or "constant"
+    size = attribute.GetMetadata("elementSize") or 1 if name.startswith("primvars:") else 1
     entry: dict[str, Any] = {"scope": _SCOPES.get(interpolation, "primitive")}
-    entry["inputType"] = input_type(str(kind))
+    entry["inputType"] = input_type_of(attribute.GetTypeName())
     indices = prim.GetAttribute(name + ":indices") if has_indices else None
-    if context.is_animated and (
-        context.codes(attribute) or (indices and context.codes(indices))
-    ):
+    if context.array_codes(attribute) or (indices and context.array_codes(indices)):
         return read_animated(context, attribute, indices, size, elements, interpolation, entry)
     value = values_of(attribute.Get(context.time_code), size)
     index = None if indices is None else indices.Get(context.time_code)
@@ -139,7 +148,7 @@ def read_animated(
     entry: dict[str, Any],
 ) -> dict[str, Any] | None:
     """The same with time samples, for which the values are no longer indexed."""
-    codes = {*context.codes(attribute), *(context.codes(indices) if indices else ())}
+    codes = {*context.array_codes(attribute), *(context.array_codes(indices) if indices else ())}
     samples: dict[float, Any] = {}
     for code in sorted(codes):
         value = values_of(attribute.Get(code), size)
@@ -167,8 +176,8 @@ def read_animated(
 
 def values_of(value: Any, size: int) -> Any:
     """Values in rows, one row an element; None where USD has none."""
-    if value is None:
-        return None
+    if value is None or (size <= 1 and type(value) in _ARRAYS):
+        return value
     plain = plain_value(value)
     if isinstance(plain, str):
         return [plain]
@@ -192,7 +201,7 @@ def flat(values: Any, index: Any) -> Any:
         return None
     if isinstance(values, list):
         return [values[i] for i in index.tolist()]
-    return values[index]
+    return np.asarray(values)[index]
 
 
 def fill(
@@ -258,7 +267,7 @@ def read_primvars(
             called = own
         if entry is not None:
             arbitrary[called] = entry
-            context.count("primvars", prim.GetPath())
+            context.count("primvars")
             continue
         if prim.GetAttribute(name).HasAuthoredValue():
             context.lose("primvars whose size does not fit the shape", name_of(prim, name))

@@ -54,20 +54,16 @@ class LocalTransform:
 
 def local_transform(context: ImportContext, prim: Any) -> LocalTransform | None:
     """The transform of a prim with an xformOpOrder; None for the identity."""
+    matrix, resets = context.xforms.GetLocalTransformation(prim)
     xformable = UsdGeom.Xformable(prim)
-    if not xformable:
-        return None
-    resets = bool(xformable.GetResetXformStack())
-    codes = sample_codes(context, xformable) if context.is_animated else []
-    if len(codes) > 1:
-        return LocalTransform(None, sampled_matrices(context, xformable, codes), resets)
-    matrix = xformable.GetLocalTransformation(context.time_code)
-    return None if matrix == _IDENTITY and not resets else LocalTransform(matrix, None, resets)
+    if xformable.TransformMightBeTimeVarying():
+        codes = sample_codes(context, xformable)
+        if len(codes) > 1:
+            return LocalTransform(None, sampled_matrices(context, xformable, codes), resets)
+    return LocalTransform(matrix, None, resets) if resets or matrix != _IDENTITY else None
 
 
 def sample_codes(context: ImportContext, xformable: Any) -> list[float]:
-    if not xformable.TransformMightBeTimeVarying():
-        return []
     codes: set[float] = set(xformable.GetTimeSamples())
     for op in xformable.GetOrderedXformOps():
         attribute = op.GetAttr()
