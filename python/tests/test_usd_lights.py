@@ -226,7 +226,7 @@ def test_an_import_turns_a_dome_before_its_own_matrix(stage: Any) -> None:
     light.CreateDiffuseAttr(0.5)
     UsdLux.LightAPI(light).GetLightLinkCollectionAPI().CreateIncludesRel().SetTargets(["/ball"])
     result = tellar.usd.import_usd(stage)
-    attributes = result.description["staticscene0.opArgs.c.sky.a"]
+    attributes = result.description["stage.opArgs.c.sky.a"]
     assert isinstance(attributes, tellar.Group)
     xform = attributes["xform"]
     assert isinstance(xform, tellar.Group)

@@ -548,7 +548,7 @@ def test_an_import_gives_shapes_their_material() -> None:
     ball = UsdGeom.Sphere.Define(look.stage, "/ball").GetPrim()
     UsdShade.MaterialBindingAPI.Apply(ball).Bind(look.material)
     scene = tellar.usd.import_usd(look.stage).description
-    shapes = scene["staticscene0.opArgs.c"]
+    shapes = scene["stage.opArgs.c"]
     assert isinstance(shapes, tellar.Group)
     assert shapes["ball.a.materialAssign"] == "/root/world/Looks/look"
     assert shapes["ball.a.material"] == shapes["Looks.c.look.a.material"] == look.imported()

@@ -2,31 +2,13 @@
 
 from __future__ import annotations
 
-import json
-from pathlib import Path
 from typing import Any
 
 import numpy as np
 
-import tellar
-
 usd = __import__("pytest").importorskip("pxr.Usd", reason="usd-core (pxr) is not installed")
 
 from pxr import Gf, Sdf, UsdGeom, Vt  # noqa: E402
-
-
-def scene_of(result: Any, folder: Path) -> tellar.Scene:
-    """The scene of an import, by way of a description in JSON."""
-    ops = []
-    for name, op in result.description.items():
-        entry = {"name": name, "type": op["opType"]}
-        entry["args"] = json.loads(op["opArgs"].to_json(-1))
-        if "opInputs" in op:
-            entry["inputs"] = op["opInputs"]
-        ops.append(entry)
-    path = folder / "scene.json"
-    path.write_text(json.dumps({"ops": ops}))
-    return tellar.open(path)
 
 
 def square(stage: Any, path: str, **attributes: Any) -> Any:

@@ -165,7 +165,7 @@ class BoundsPass:
         self._add(node.parent, EMPTY, Motion(at, moved))
 
     def _matrices_to_parent(self, i: int) -> tuple[Array, Array]:
-        """The samples of a node's matrix: codes (k) and matrices (k, 4, 4) to the parent's space."""
+        """The samples of a node's matrix to its parent's space: codes (k), matrices (k, 4, 4)."""
         node = self.nodes[i]
         if not node.resets:
             if node.samples is None:

@@ -13,6 +13,7 @@ from pxr import Gf, Sdf, Tf, Usd, UsdGeom, Vt
 
 import tellar
 
+from .. import _ops
 from . import cameras, geometry, instances
 from .bindings import BindingResolver
 from .bounds import BoundsPass
@@ -57,6 +58,19 @@ class ImportResult:
         """The group that describes the op tree."""
         self.summary = summary
         """What was found, kept as plain attributes, and lost."""
+
+    @property
+    def op(self) -> tellar.Op:
+        """The last op of the tree, for more ops."""
+        return _ops.op_of(self.description, None)
+
+    def scene(self) -> tellar.Scene:
+        """Opens the scene. Nothing of it is computed yet."""
+        return tellar.scene(self.description)
+
+    def write(self, path: str | os.PathLike[str], compress: bool = False) -> None:
+        """Writes an op file, which opens in milliseconds. Raises FileError."""
+        tellar.write_op_file(self.description, path, compress)
 
     def __repr__(self) -> str:
         return f"<ImportResult of {self.summary.prims} prims>"
@@ -246,9 +260,9 @@ class StageReader:
         none: dict[str, Any] = {}
         stack: list[tuple[Any, int, str, str, dict[str, Any]]] = []
 
-        def push(prim: Any, parent: int, where: str, purpose: str, primvars: dict[str, Any]) -> None:
+        def push(prim: Any, index: int, path: str, purpose: str, primvars: dict[str, Any]) -> None:
             for child in reversed(prim.GetFilteredChildren(_PREDICATE)):
-                stack.append((child, parent, where, purpose, primvars))
+                stack.append((child, index, path, purpose, primvars))
 
         push(top, root, place, "default", none)
         while stack:
@@ -364,8 +378,8 @@ class StageReader:
         attribute = prim.GetAttribute("indices")
         if context.codes(attribute):
             context.lose("subsets that change, as they are at the frame", prim.GetPath())
-        faces = attribute.Get(context.time_code)
-        node.attributes["geometry"] = {"faces": np.asarray(() if faces is None else faces, np.int32)}
+        faces = attribute.Get(context.time_code) or ()
+        node.attributes["geometry"] = {"faces": np.asarray(faces, np.int32)}
         return _SUBSET
 
     def _read_instancer(
@@ -550,7 +564,7 @@ class StageReader:
 
     def _result(self, roots: dict[str, int]) -> ImportResult:
         ops = Ops()
-        ops.add("StaticScene", self._static_arguments(roots))
+        ops.add("StaticScene", self._static_arguments(roots), "stage")
         InstanceOps(self.shares, self.instancers).add_to(ops)
         return ImportResult(tellar.group(ops.description()), self.context.summary)
 

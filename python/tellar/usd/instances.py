@@ -39,8 +39,9 @@ class Ops:
 
     entries: list[tuple[str, str, dict[str, Any]]] = field(default_factory=list)
 
-    def add(self, kind: str, arguments: dict[str, Any]) -> None:
-        self.entries.append((f"{kind.lower()}{len(self.entries)}", kind, arguments))
+    def add(self, kind: str, arguments: dict[str, Any], name: str = "") -> None:
+        number = 1 + sum(other == kind for _, other, _ in self.entries)
+        self.entries.append((name or f"{kind.lower()}{number}", kind, arguments))
 
     def description(self) -> dict[str, Any]:
         """The group that describes the op tree. The last op presents the scene."""

@@ -8,7 +8,7 @@ _MOST_EXAMPLES = 3
 
 
 class ImportSummary:
-    """Counts of what became of the prims and properties of a stage. ``str(summary)`` is a report."""
+    """Counts of what became of the parts of a stage. ``str(summary)`` is a report."""
 
     def __init__(self) -> None:
         self.prims: int = 0
