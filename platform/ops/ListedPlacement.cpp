@@ -251,6 +251,10 @@ public:
     }
 
     GroupAttribute transform(std::uint64_t index) const override {
+        // A single step takes less memory.
+        if (rotates.areGiven() && !isMoving())
+            return GroupAttribute(
+                Children{{"matrix", DoubleAttribute(matrix(index).data(), 16, 16)}}, false);
         Children steps{{"translate", translates.attribute(index)}};
         if (rotates.areGiven()) {
             Turns turns;

@@ -9,6 +9,14 @@ namespace {
 
 constexpr std::size_t kFewestSlots = 16;
 
+/// The slots for so many locations: a power of two, of which at most 3/4 are taken.
+std::size_t NumberOfSlots(std::size_t locations) {
+    std::size_t slots = kFewestSlots;
+    while (4 * locations > 3 * slots)
+        slots *= 2;
+    return slots;
+}
+
 } // namespace
 
 bool LevelWalk::next() {
@@ -21,14 +29,16 @@ bool LevelWalk::next() {
 }
 
 PathTable::PathTable(const StringAttribute& paths)
-    : paths(paths), sample(paths.getNearestSample(0.0f)), slots(kFewestSlots, kNone) {
+    : paths(paths), sample(paths.getNearestSample(0.0f)),
+      slots(NumberOfSlots(sample.size()), kNone) {
     nodes.reserve(sample.size() + sample.size() / 8);
+    std::vector<Node> levels;
     for (std::uint32_t path = 0; path < size(); ++path)
-        add(path);
+        add(path, levels);
 }
 
-void PathTable::add(std::uint32_t path) {
-    std::vector<Node> levels;
+void PathTable::add(std::uint32_t path, std::vector<Node>& levels) {
+    levels.clear();
     for (LevelWalk walk(sample[path]); walk.next();)
         levels.push_back({path, static_cast<std::uint32_t>(walk.location().size()), walk.hash()});
     // From the location up to the first ancestor that is there.

@@ -20,7 +20,10 @@ public:
     bool next();
     bool isAtEnd() const { return end == path.size(); }
     std::string_view location() const { return path.substr(0, end); }
-    std::uint32_t hash() const { return static_cast<std::uint32_t>(state ^ (state >> 32)); }
+    std::uint32_t hash() const {
+        // Paths that differ in their last digits only differ in few bits of the state.
+        return static_cast<std::uint32_t>(((state ^ (state >> 29)) * 0xBF58476D1CE4E5B9u) >> 32);
+    }
 
 private:
     std::string_view path;
@@ -80,7 +83,8 @@ private:
     std::string_view textOf(const Node& node) const {
         return sample[node.path].substr(0, node.length);
     }
-    void add(std::uint32_t path);
+    /// `levels` is working memory.
+    void add(std::uint32_t path, std::vector<Node>& levels);
     /// The slot of a location, which holds kNone if there is none.
     std::size_t findSlot(std::string_view path, std::uint32_t hash) const;
     std::uint32_t findNode(std::string_view path) const;
