@@ -11,24 +11,34 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-/// A scene in which an Array repeats /root/world/tree. `tree` are the members of that location.
+/// A scene in which an Array repeats /root/world/tree, or Instances do if the arguments list
+/// places. `tree` are the members of that location.
 std::string Forest(const std::string& tree, const std::string& settings, const std::string& array,
                    const std::string& world = R"("type": "group")") {
+    const bool isListed = array.find("translates") != std::string::npos;
+    const std::string op = isListed ? R"("type": "Instances", "inputs": ["scene"], "args": {)"
+                                    : R"("type": "Array", "inputs": ["scene"], "args": {
+            "source": "/root/world/tree", )";
     return R"({"ops": [{"name": "scene", "type": "StaticScene", "args": {
         "a": {"renderSettings": {)" +
            settings + R"("cameraName": "/root/world/cam"}}, "c": {"world": {"a": {)" + world +
            R"(}, "c": {
             "cam": {"a": {"type": "camera", )" +
            kLens + R"(}}, "tree": {)" + tree + R"(}}}}}},
-        {"name": "array", "type": "Array", "inputs": ["scene"], "args": {
-            "source": "/root/world/tree", "target": "/root/world/forest", )" +
-           array + "}}]}";
+        {"name": "array", )" +
+           op + R"("target": "/root/world/forest", )" + array + "}}]}";
 }
 
 const char* const kGrid = R"("mode": "grid", "counts": [7, 5, 3], "spacing": [1.5, 2.0, 2.5],
     "groupSize": 4)";
 const char* const kScatter = R"("mode": "scatter", "count": 60, "seed": 3, "spin": true,
     "extent": [-9, 9, 0, 1, -9, 9], "groupSize": 5)";
+
+const char* const kListed = R"("sources": ["/root/world/tree", "/root/world/tree/trunk"],
+    "indices": [0, 1, 1, 0, 0, 1], "hidden": [3], "groupSize": 4,
+    "translates": [[0, 0, 0], [1, 0, 0], [2, 0, 5], [3, 0, 0], [4, 1, 0], [5, 0, -2.5]],
+    "rotates": [[0, 0, 0, 1], [1, 0, 0, 1], [0, 1, 0, 2], [0, 0, 0, 1], [1, 2, 3, 4], [0, 0, 1, 0]],
+    "scales": [[1, 1, 1], [2, 2, 2], [1, 3, 1], [1, 1, 1], [0.5, 1, 2], [1, 1, -1]])";
 
 /// Two shapes below groups with transforms, and some that are hidden.
 std::string Tree() {
@@ -69,6 +79,11 @@ TEST(ReadInstances, GivesScatteredShapesAsAWalkDoes) {
     ExpectSameBothWays(Tree(), kScatter, 2 * 60);
 }
 
+TEST(ReadInstances, GivesTheShapesOfListedInstancesAsAWalkDoes) {
+    // Two trees of two shapes, and three trunks.
+    ExpectSameBothWays(Tree(), kListed, 2 * 2 + 3);
+}
+
 TEST(ReadInstances, GivesASingleShapeAsAWalkDoes) {
     const std::string triangle = Triangle("t");
     ExpectSameBothWays(
@@ -102,6 +117,14 @@ TEST(ReadInstances, NamesTheInstanceWhoseTransformCannotBeDrawn) {
              told);
     ASSERT_FALSE(told.warnings.empty());
     EXPECT_THAT(told.warnings[0], HasSubstr("/root/world/forest/"));
+}
+
+TEST(HostInstances, KnowsThePrototypesOfListedInstances) {
+    const Location root = RootOfJson(Forest(Tree(), "", kListed));
+    const HostInstances instances(AllSuites(), root.byPath("/root/world/forest"));
+    ASSERT_TRUE(static_cast<bool>(instances));
+    EXPECT_EQ(instances.count(), 5);
+    EXPECT_EQ(instances.prototypeCount(), 2);
 }
 
 TEST(HostInstances, KnowsWhatAnArrayRepeats) {
