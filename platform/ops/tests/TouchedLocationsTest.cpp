@@ -186,7 +186,7 @@ class TouchedByOne : public testing::TestWithParam<const char*> {};
 
 TEST_P(TouchedByOne, HaveEveryLocationThatDiffersAfterAnEditOfTheOpOrItsInput) {
     const Names noFiles;
-    for (unsigned round = 0; round < 1000; ++round) {
+    for (unsigned round = 0; round < 500; ++round) {
         RandomGraph::Maker maker(round, noFiles);
         const RandomGraph::Nodes before = maker.graphWith(GetParam());
         RandomGraph::Nodes after = before;
