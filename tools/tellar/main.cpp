@@ -108,6 +108,7 @@ void AddCommands(CLI::App& app) {
     AddDiffCommand(app);
     AddDepsCommand(app);
     AddPackCommand(app);
+    AddUsdCommand(app);
     AddOpsCommand(app);
     AddDelegatesCommand(app);
     AddProfileCommand(app);

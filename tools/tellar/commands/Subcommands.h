@@ -30,6 +30,7 @@ void AddConvertCommand(CLI::App& app);
 void AddDiffCommand(CLI::App& app);
 void AddDepsCommand(CLI::App& app);
 void AddPackCommand(CLI::App& app);
+void AddUsdCommand(CLI::App& app);
 void AddOpsCommand(CLI::App& app);
 void AddDelegatesCommand(CLI::App& app);
 void AddProfileCommand(CLI::App& app);

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <system_error>
 
+#include <unistd.h>
+
 #include "process/ChildProcess.h"
 
 namespace TellarTool {
@@ -50,6 +52,18 @@ std::string RunProgram(const std::string& name, const std::vector<std::string>& 
     const ChildEnd end = child.wait();
     if (!end.isSuccess()) Fail(name, end, child.errors());
     return output;
+}
+
+void BecomeProgram(const std::string& name, const std::vector<std::string>& arguments) {
+    std::vector<std::string> all = {name};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    for (std::string& argument : all)
+        pointers.push_back(argument.data());
+    pointers.push_back(nullptr);
+    execvp(name.c_str(), pointers.data());
+    if (errno == ENOENT) throw std::runtime_error("there is no program \"" + name + "\" on PATH");
+    throw std::runtime_error(name + ": cannot be run: " + std::strerror(errno));
 }
 
 std::string ProgramPath() {

@@ -23,6 +23,10 @@ std::string OutputOf(TellarInternal::ChildProcess& child);
 std::string RunProgram(const std::string& name, const std::vector<std::string>& arguments,
                        std::string_view input);
 
+/// Replaces this process by a program that is on PATH, without a shell. Throws std::runtime_error
+/// naming the program when it cannot be started.
+[[noreturn]] void BecomeProgram(const std::string& name, const std::vector<std::string>& arguments);
+
 /// The path of the program that runs. Throws std::runtime_error when the system does not tell.
 std::string ProgramPath();
 
