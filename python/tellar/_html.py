@@ -11,6 +11,7 @@ from functools import lru_cache
 from pathlib import Path
 
 from . import _tellar
+from ._errors import Error
 
 _MOST_CHILDREN = 12
 _THUMBNAIL = 96  # pixels
@@ -80,12 +81,6 @@ def _material_png(material: _tellar.Group) -> str:
         try:
             render(scene(description), path, samples=16, resolution=(_THUMBNAIL, _THUMBNAIL),
                    light="studio")
-        except _tellar_errors():
+        except Error:
             return ""
         return base64.b64encode(path.read_bytes()).decode("ascii")
-
-
-def _tellar_errors() -> type[Exception]:
-    from ._errors import Error
-
-    return Error
