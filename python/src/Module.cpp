@@ -10,6 +10,10 @@ NB_MODULE(_tellar, module) {
     // For renderers and other plug-ins that ask for the library's suites.
     if (OxTellarProducersInitialize(OxGetPluginHost()) != 0)
         throw nanobind::import_error("the plug-in host does not take the suites of the library");
+    // A program may end while threads of it use the module. Tests ask for the warnings.
+    nanobind::set_leak_warnings(false);
+    module.def("_set_leak_warnings", nanobind::set_leak_warnings, nanobind::arg("on"),
+               "Whether objects that are left at the end of the process are reported.");
     TellarPython::TranslateErrors();
     TellarPython::AddAttributes(module);
     TellarPython::AddLocations(module);

@@ -1,0 +1,98 @@
+"""The command that comes with the package, and the package as it is installed."""
+
+from __future__ import annotations
+
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+
+import tellar
+from tellar.__main__ import command_path
+
+
+def run(*arguments: str, python: str = sys.executable) -> subprocess.CompletedProcess[str]:
+    return subprocess.run([python, "-m", "tellar", *arguments], capture_output=True, text=True)
+
+
+def test_the_command_runs(examples: Path) -> None:
+    walked = run("walk", str(examples / "garden.json"), "--depth", "1")
+    assert (walked.returncode, walked.stderr) == (0, "")
+    assert walked.stdout.splitlines()[0] == "/root [group]"
+    assert run("walk", "/nothing").returncode == 2
+
+
+def test_an_installed_package_has_the_command_on_the_path() -> None:
+    if not (Path(tellar.__file__).parent / "bin").is_dir():
+        pytest.skip("this is a build tree")
+    found = shutil.which("tellar", path=str(Path(sys.executable).parent))
+    assert found is not None
+    version = subprocess.run([found, "--version"], capture_output=True, text=True)
+    assert version.stdout.startswith("tellar ")
+    assert command_path().parent == Path(tellar.__file__).parent / "bin"
+
+
+def test_renderers_and_op_types_come_with_the_package() -> None:
+    doctor = run("doctor").stdout
+    for name in ("StaticScene", "SceneImport", "lantern"):
+        assert name in doctor
+
+
+def test_libraries_that_the_host_has_are_not_loaded_twice() -> None:
+    """A program that has loaded the libraries before it starts Python."""
+    program = """
+import ctypes, pathlib, sys
+folder = pathlib.Path(sys.argv[1])
+candidates = [folder / "lib", folder.parent.parent / "lib"]
+libraries = next(c for c in candidates if c.is_dir())
+for name in ("OxTellarSDK", "OxTellarProducers"):
+    ctypes.CDLL(str(sorted(libraries.glob(f"lib{name}.so.*"))[0]), mode=ctypes.RTLD_GLOBAL)
+import tellar
+maps = pathlib.Path("/proc/self/maps").read_text().split()
+for name in ("OxTellarSDK", "OxTellarProducers"):
+    files = {word for word in maps if f"lib{name}.so" in word}
+    assert len(files) == 1, files
+print("once")
+"""
+    folder = str(Path(tellar.__file__).parent)
+    done = subprocess.run([sys.executable, "-c", program, folder], capture_output=True, text=True)
+    assert (done.stdout, done.stderr) == ("once\n", "")
+
+
+def test_a_process_ends_well_with_everything_in_use(examples: Path) -> None:
+    program = f"""
+import tellar, threading
+scene = tellar.open({str(examples / "million.json")!r})
+walk = scene.walk(threads=2)
+location = next(walk)
+kept = [location.children, location.attributes, scene.camera]
+def work():
+    for each in scene.walk(threads=2): pass
+threading.Thread(target=work, daemon=True).start()
+"""
+    done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True)
+    assert (done.returncode, done.stderr) == (0, "")
+
+
+def test_nothing_is_left_when_a_program_has_let_go(examples: Path, tmp_path: Path) -> None:
+    program = f"""
+import tellar
+tellar._tellar._set_leak_warnings(True)
+scene = tellar.open({str(examples / "garden.json")!r})
+for location in scene.walk("/root/world", types=["polymesh"]):
+    points = location["geometry.point.P"]
+    material = location.material().flattened("surface")
+child = scene.root.children["world"]
+pixels = scene.camera().project(points)
+abandoned = scene.walk()
+next(abandoned)
+def refuse(error): raise error
+handled = list(scene.walk(on_error=refuse))
+tellar.render(scene, {str(tmp_path / "a.png")!r}, samples=1, resolution=(8, 8))
+try: scene["/root/nothing"]
+except KeyError as error: failed = error
+"""
+    done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True)
+    assert (done.returncode, done.stderr) == (0, "")
