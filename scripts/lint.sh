@@ -4,7 +4,7 @@
 #     scripts/lint.sh [--layout] [--changed] [file...]
 #
 # --layout stops after clang-format, which takes seconds. Without files, clang-format checks every
-# tracked C and C++ file, and clang-tidy every source of the library, the platform, the plug-ins and
+# tracked C and C++ file, and clang-tidy every source of the library, the platform, the plug-ins, the Python module and
 # the tools, with the headers that they include. That takes a quarter of an hour on two cores, so
 # --changed lets clang-tidy check only the sources that differ from origin's main branch, or from
 # the previous commit where that branch holds everything already. A changed header is checked
@@ -60,7 +60,7 @@ source_for() {
 # For compile_commands.json. clang-tidy cannot read the precompiled headers of another compiler.
 cmake --preset release -DTELLAR_PRECOMPILE_HEADERS=OFF >/dev/null
 sources=$(printf '%s\n' "${files[@]}" |
-              grep -E '^(src|platform|plugins|tools)/.*\.cpp$' | grep -v '/tests/') || exit 0
+              grep -E '^(src|platform|plugins|python|tools)/.*\.cpp$' | grep -v '/tests/') || exit 0
 # In a copy without history, all sources are checked.
 if $changed_only && git rev-parse --quiet --verify HEAD >/dev/null; then
     changed=$(git diff --name-only --diff-filter=d "$(base_commit)")

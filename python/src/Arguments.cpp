@@ -25,17 +25,23 @@ using namespace OxAttribute;
     throw nb::python_error();
 }
 
+constexpr std::uint64_t kMostInt = std::numeric_limits<std::int32_t>::max();
+
+[[noreturn]] void RefuseLarge(const std::string& number) {
+    Refuse(PyExc_OverflowError, number + " does not fit into 32 bits");
+}
+
 std::int32_t Int32Of(long long value) {
     if (value < std::numeric_limits<std::int32_t>::min() ||
         value > std::numeric_limits<std::int32_t>::max())
-        Refuse(PyExc_OverflowError, std::to_string(value) + " does not fit into 32 bits");
+        RefuseLarge(std::to_string(value));
     return static_cast<std::int32_t>(value);
 }
 
 std::int32_t Int32Of(nb::handle number) {
     int overflow = 0;
     const long long value = PyLong_AsLongLongAndOverflow(number.ptr(), &overflow);
-    if (overflow != 0) Refuse(PyExc_OverflowError, "an integer does not fit into 32 bits");
+    if (overflow != 0) RefuseLarge("an integer of more than 64 bits");
     if (value == -1 && PyErr_Occurred()) throw nb::python_error();
     return Int32Of(value);
 }
@@ -77,17 +83,14 @@ private:
     Py_buffer view{};
 };
 
-template <typename To, typename From>
-std::vector<To> Converted(const Buffer& buffer) {
+template <typename From>
+std::vector<std::int32_t> Int32sOf(const Buffer& buffer) {
     const auto* const first = static_cast<const From*>(buffer.data());
-    std::vector<To> values(static_cast<std::size_t>(buffer.count()));
+    std::vector<std::int32_t> values(static_cast<std::size_t>(buffer.count()));
     for (std::size_t i = 0; i < values.size(); ++i) {
-        if constexpr (std::is_same_v<To, std::int32_t> && sizeof(From) > 4)
-            values[i] = Int32Of(static_cast<long long>(first[i]));
-        else if constexpr (std::is_same_v<From, std::uint32_t>)
-            values[i] = Int32Of(static_cast<long long>(first[i]));
-        else
-            values[i] = static_cast<To>(first[i]);
+        if (first[i] > From(0) && static_cast<std::uint64_t>(first[i]) > kMostInt)
+            RefuseLarge(std::to_string(first[i]));
+        values[i] = Int32Of(static_cast<long long>(first[i]));
     }
     return values;
 }
@@ -99,7 +102,7 @@ Attribute InPlace(const Buffer& buffer, std::int64_t tupleSize) {
 
 template <typename From>
 Attribute AsInts(const Buffer& buffer, std::int64_t tupleSize) {
-    return IntAttribute(Converted<std::int32_t, From>(buffer), tupleSize);
+    return IntAttribute(Int32sOf<From>(buffer), tupleSize);
 }
 
 template <typename Signed, typename Unsigned>
@@ -182,10 +185,9 @@ Attribute SequenceFrom(nb::handle value) {
     const nb::object array = NumpyArray(value);
     const std::string kind = nb::cast<std::string>(array.attr("dtype").attr("kind"));
     if (kind == "U" || kind == "S") return StringsFrom(array.attr("ravel")().attr("tolist")(), 1);
-    const Attribute attribute =
-        kind == "O" || kind == "M" || kind == "m" || kind == "c" || kind == "V"
-            ? Attribute()
-            : ArrayFrom(Buffer(array));
+    Attribute attribute = kind == "O" || kind == "M" || kind == "m" || kind == "c" || kind == "V"
+                              ? Attribute()
+                              : ArrayFrom(Buffer(array));
     if (!attribute.isValid())
         Refuse(PyExc_TypeError, "an attribute cannot hold values of the type " +
                                     BytesOf(nb::str(array.attr("dtype"))));
@@ -196,7 +198,7 @@ Attribute SequenceFrom(nb::handle value) {
 Attribute BufferFrom(nb::handle value) {
     if (PyObject_CheckBuffer(value.ptr())) {
         try {
-            const Attribute attribute = ArrayFrom(Buffer(value));
+            Attribute attribute = ArrayFrom(Buffer(value));
             if (attribute.isValid()) return attribute;
         } catch (nb::python_error& error) {
             if (!error.matches(PyExc_BufferError) && !error.matches(PyExc_ValueError)) throw;
@@ -238,7 +240,7 @@ template <typename To>
 Attribute NumbersAs(const Attribute& attribute, std::int64_t tupleSize) {
     const std::int64_t size = tupleSize > 0 ? tupleSize : TupleSizeOf(attribute);
     const std::int64_t count = ValueCountOf(attribute);
-    if (count % size != 0)
+    if (size < 1 || count % size != 0)
         Refuse(PyExc_ValueError,
                std::to_string(count) + " values do not make tuples of " + std::to_string(size));
     switch (attribute.getType()) {

@@ -14,10 +14,9 @@ constexpr std::size_t kMostReady = 8; // batches
 
 } // namespace
 
-LocationStream::LocationStream(TELLAR::GeometryProducer::Ptr startLocation,
-                               Selection wantedLocations, int visitThreads)
-    : start(std::move(startLocation)), selection(std::move(wantedLocations)),
-      threads(visitThreads) {}
+LocationStream::LocationStream(TELLAR::GeometryProducer::Ptr start, Selection selection,
+                               int threads)
+    : start(std::move(start)), selection(std::move(selection)), threads(threads) {}
 
 LocationStream::~LocationStream() {
     if (!visitor.joinable()) return;

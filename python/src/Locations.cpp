@@ -150,6 +150,7 @@ std::vector<nb::str> AttributeNames(const Location& self) {
     std::set<std::string> names;
     Unlocked([&] { self.producer->getAttributeNames(&names); });
     std::vector<nb::str> texts;
+    texts.reserve(names.size());
     for (const std::string& name : names)
         texts.push_back(TextOf(name));
     return texts;
@@ -310,12 +311,13 @@ void AddLocations(nb::module_& module) {
             "material", [](const Location& self) { return MaterialOf(self.producer); },
             nb::sig("def material(self) -> Material | None"),
             "The effective material, from the location and its ancestors; None if there is none.")
-        .def("_repr_html_",
-             [](nb::handle self) {
-                 return nb::module_::import_("tellar._html").attr("location_html")(self);
-             },
-             nb::sig("def _repr_html_(self) -> str"),
-             "What notebooks show: the children, the attributes, and a ball of the material.")
+        .def(
+            "_repr_html_",
+            [](nb::handle self) {
+                return nb::module_::import_("tellar._html").attr("location_html")(self);
+            },
+            nb::sig("def _repr_html_(self) -> str"),
+            "What notebooks show: the children, the attributes, and a ball of the material.")
         .def("__eq__", IsSame, nb::is_operator(),
              nb::sig("def __eq__(self, other: object, /) -> bool"))
         .def("__hash__",

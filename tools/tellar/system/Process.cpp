@@ -58,6 +58,7 @@ void BecomeProgram(const std::string& name, const std::vector<std::string>& argu
     std::vector<std::string> all = {name};
     all.insert(all.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
+    pointers.reserve(all.size() + 1);
     for (std::string& argument : all)
         pointers.push_back(argument.data());
     pointers.push_back(nullptr);
