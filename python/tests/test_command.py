@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import os
 import shutil
 import subprocess
 import sys
@@ -96,3 +97,56 @@ except KeyError as error: failed = error
 """
     done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True)
     assert (done.returncode, done.stderr) == (0, "")
+
+
+def test_the_command_imports_usd(tmp_path: Path) -> None:
+    pytest.importorskip("pxr")
+    stage = tmp_path / "ball.usda"
+    stage.write_text('#usda 1.0\ndef Xform "kit" {\n    def Sphere "ball" {}\n}\n')
+    for name in ("ball.oxop", "ball.json"):
+        done = run("usd", "import", str(stage), str(tmp_path / name), "--at", "/root/world/set")
+        assert (done.returncode, done.stdout) == (0, "")
+        assert "2 prims" in done.stderr
+        assert "/root/world/set/kit/ball" in tellar.open(tmp_path / name)
+
+
+def test_the_command_tells_what_is_wrong_with_an_import(tmp_path: Path) -> None:
+    pytest.importorskip("pxr")
+    stage = tmp_path / "ball.usda"
+    stage.write_text("#usda 1.0\ndef Sphere")
+    for arguments, text in (
+        ([str(tmp_path / "missing.usda")], "missing.usda"),
+        ([str(stage)], "ball.usda"),
+        ([str(stage), "--variant", "kit"], "PRIM:SET=NAME"),
+    ):
+        done = run("usd", "import", arguments[0], str(tmp_path / "out.oxop"), *arguments[1:])
+        assert (done.returncode, done.stdout) == (2, "")
+        assert text in done.stderr and done.stderr.startswith("tellar: ")
+    assert not (tmp_path / "out.oxop").exists()
+
+
+def test_the_command_says_what_to_install(tmp_path: Path) -> None:
+    """A Python without the package, and one without usd-core, told apart by a path of their own."""
+    hidden = tmp_path / "pxr"
+    hidden.mkdir()
+    (hidden / "__init__.py").write_text("raise ImportError('hidden')\n")
+    others = os.environ.get("PYTHONPATH", "")
+    environment = {**os.environ, "PYTHONPATH": f"{tmp_path}{os.pathsep}{others}"}
+    done = subprocess.run([sys.executable, "-m", "tellar", "usd", "import", "a.usda", "b.oxop"],
+                          capture_output=True, text=True, env=environment)
+    assert done.returncode == 2
+    assert "pip install 'tellar[usd]'" in done.stderr
+
+
+def test_a_location_is_shown_in_notebooks(garden: tellar.Scene) -> None:
+    def shown(path: str) -> str:
+        text = getattr(garden[path], "_repr_html_")()  # notebooks look for it by this name
+        assert isinstance(text, str)
+        return text
+
+    sail = shown("/root/world/garden/pond/boat/sail/boat_sail")
+    assert "<code>/root/world/garden/pond/boat/sail/boat_sail</code> polymesh" in sail
+    assert "materialAssign" in sail and "data:image/png;base64," in sail
+    root = shown("/root")
+    assert "<li><code>world</code> group</li>" in root and "<img" not in root
+    assert "more</li>" in shown("/root/materials")

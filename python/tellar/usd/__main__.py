@@ -6,7 +6,7 @@ import argparse
 import sys
 from collections.abc import Sequence
 
-from .. import Error, open
+from .. import Error, Scene, scene, write_json, write_op_file
 
 
 def _variants(texts: Sequence[str]) -> dict[str, dict[str, str]]:
@@ -23,7 +23,7 @@ def _variants(texts: Sequence[str]) -> dict[str, dict[str, str]]:
 
 def _parser() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(prog="tellar usd", description="Exchange scenes with USD.")
-    parser.add_argument("direction", choices=("import", "export"))
+    parser.add_argument("direction", choices=("import",))
     parser.add_argument("input", metavar="IN")
     parser.add_argument("output", metavar="OUT")
     parser.add_argument("--variant", action="append", default=[], metavar="PRIM:SET=NAME")
@@ -35,6 +35,13 @@ def _parser() -> argparse.ArgumentParser:
     parser.add_argument("--fps", type=float, default=None)
     parser.add_argument("--frames", default=None, metavar="A:B")
     return parser
+
+
+def _write(made: Scene, path: str) -> None:
+    if path.endswith(".json"):
+        write_json(made, path)
+    else:
+        write_op_file(made, path)
 
 
 def _import(options: argparse.Namespace) -> None:
@@ -50,21 +57,8 @@ def _import(options: argparse.Namespace) -> None:
         frame=options.frame,
         frames_per_second=options.fps,
     )
-    result.write(options.output)
-    for line in result.summary.lines():
-        print(f"info: {line}", file=sys.stderr)
-
-
-def _export(options: argparse.Namespace) -> None:
-    from . import export_usd
-
-    frames = None
-    if options.frames is not None:
-        first, _, last = options.frames.partition(":")
-        frames = (float(first), float(last or first))
-    summary = export_usd(open(options.input), options.output, at=options.at or "/root",
-                         frames=frames)
-    for line in summary.lines():
+    _write(scene(result.description), options.output)
+    for line in str(result.summary).splitlines():
         print(f"info: {line}", file=sys.stderr)
 
 
@@ -72,7 +66,7 @@ def main(arguments: Sequence[str] | None = None) -> int:
     """Runs one command. Returns the exit status: 0, or 2 with a message on standard error."""
     options = _parser().parse_args(arguments)
     try:
-        _import(options) if options.direction == "import" else _export(options)
+        _import(options)
     except (Error, ImportError, OSError, ValueError) as error:
         print(f"tellar: {error}", file=sys.stderr)
         return 2
