@@ -7,9 +7,9 @@ namespace TellarPython {
 
 /// Gives the interpreter's lock away for as long as it lives.
 ///
-/// When the interpreter ends meanwhile, the thread never gets the lock again. It then stops here for
-/// good, as threads of later versions of Python do, instead of ending the process by an exception
-/// that older ones send through it.
+/// When the interpreter ends meanwhile, the thread never gets the lock again. It then stops here
+/// for good, as threads of later versions of Python do, instead of ending the process by an
+/// exception that older ones send through it.
 class Unlock {
 public:
     Unlock() : state(PyEval_SaveThread()) {}
