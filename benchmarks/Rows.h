@@ -25,6 +25,7 @@ void AddLookupRows(const Route& route);
 void AddProcessRows(const Route& route);
 void AddThreadRows(const Route& route); ///< the route must be safe from several threads
 void AddVisitRows(const Route& route);  ///< the same
+void AddGatherRows(const Route& route); ///< the same
 void AddSuiteRows();                    ///< walks through the C suites, versions 3 and 1
 void AddSuite4Rows();                   ///< walks through version 4 of the C suites
 void AddPointRows();

@@ -18,6 +18,7 @@
 //   difference_*     comparing values in files, op types that do not tell what changed
 //   two_threads       locks, or cache lines that threads share
 //   visit_*           steps of a visit besides finding a child; for two threads, how work is shared
+//   gather            the values of a location, growing arrays
 //   memory            size of records, their index, or data per thread
 //   array             an op that makes locations is slow or stores them
 //   write_op_file     building the file, sharing equal values
@@ -151,6 +152,7 @@ void AddRows() {
     AddSuite4Rows();
     AddThreadRows(kThreadAware);
     AddVisitRows(kThreadAware);
+    AddGatherRows(kThreadAware);
     AddPointRows();
     AddMaterialRows();
     AddEditRows();

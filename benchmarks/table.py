@@ -68,6 +68,8 @@ ROWS = [
     Row("visit_alone", "ns", "visit by one thread, names and types", "ns/location"),
     Row("visit_at_once", "ns", "visit by two threads at once", "ns/location"),
     Row("visit_in_order", "ns", "visit in order, one thread cooks ahead", "ns/location"),
+    Row("gather", "one_ms", "leaves gathered into arrays by one thread", "ms"),
+    Row("gather", "two_ms", "the same by two threads", "ms"),
     Row("memory", "open_bytes", "resident after open", "B/location"),
     Row("memory", "walked_bytes", "resident after the first walk", "B/location", 350),
     Row("memory", "dropped_bytes", "resident, all producers dropped", "B/location"),

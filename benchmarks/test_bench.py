@@ -18,7 +18,7 @@ SCENES = ("garden", "forest", "dense_mesh")
 ROUTES = {"first_walk": ALL, "second_walk": ALL, "read_attributes": ALL,
           "two_threads": ("thread_aware",),
           "visit_alone": ("thread_aware",), "visit_at_once": ("thread_aware",),
-          "visit_in_order": ("thread_aware",), "points_to_ndc": ("-",), "materials": ("-",),
+          "visit_in_order": ("thread_aware",), "gather": ("thread_aware",), "points_to_ndc": ("-",), "materials": ("-",),
           "edit": ("-",), "edit_description": ("-",),
           "difference_files": ("-",), "difference_shared": ("-",),
           "write_op_file": ("-",),
