@@ -30,6 +30,7 @@ SOURCES = {
     "._errors": ("Error",),
     "._op_types": ("OpType",),
     "._ops": ("Op",),
+    "._table": ("ColumnLike", "Table"),
     "._types": (
         "ArrayLike",
         "AttributeLike",

@@ -20,6 +20,7 @@
 #include "Edits.h"
 #include "Locations.h"
 #include "OpTypes.h"
+#include "Table.h"
 #include "Unlocked.h"
 #include "Values.h"
 #include "Walk.h"
@@ -58,14 +59,33 @@ GeometryProducer::Ptr Required(const Scene& self, const std::string& path) {
     return location;
 }
 
+void CheckThreads(int threads) {
+    if (threads < 0) throw TellarError(kOxErrorBadCall, "threads: the number must not be negative");
+}
+
+/// Null when there is nothing that a pattern may match.
+GeometryProducer::Ptr StartOf(const Scene& self, const Selection& selection) {
+    return selection.isPattern() ? Find(self, selection.getStart())
+                                 : Required(self, selection.getStart());
+}
+
 nb::object Walked(const Scene& self, nb::str where,
                   const std::optional<std::vector<std::string>>& types,
                   std::optional<std::size_t> maxDepth, int threads, nb::object onError) {
-    if (threads < 0) throw TellarError(kOxErrorBadCall, "threads: the number must not be negative");
+    CheckThreads(threads);
     Selection selection(BytesOf(where), types.value_or(std::vector<std::string>()), maxDepth);
-    GeometryProducer::Ptr start = selection.isPattern() ? Find(self, selection.getStart())
-                                                        : Required(self, selection.getStart());
+    GeometryProducer::Ptr start = StartOf(self, selection);
     return WalkOf(std::move(start), std::move(selection), threads, std::move(onError));
+}
+
+nb::object Tabled(const Scene& self, nb::str where, nb::object columns,
+                  const std::optional<std::vector<std::string>>& types,
+                  std::optional<std::size_t> maxDepth, int threads, nb::object onError) {
+    CheckThreads(threads);
+    Selection selection(BytesOf(where), types.value_or(std::vector<std::string>()), maxDepth);
+    GeometryProducer::Ptr start = StartOf(self, selection);
+    return TableOf(std::move(start), std::move(selection), std::move(columns), threads,
+                   std::move(onError));
 }
 
 void AddLocationsOf(nb::class_<Scene>& type) {
@@ -101,14 +121,37 @@ void AddLocationsOf(nb::class_<Scene>& type) {
             "The locations from a path on, that one first, in the order of the tree.\n\n"
             "`at` may be a glob pattern: \"/root/**/wheel_*\". `types` leaves out locations of "
             "other\n"
-            "types, but not what is below them. `max_depth` counts levels below the start. That "
-            "many\n"
-            "threads (0: one for each processor) compute ahead while Python works; the order "
-            "stays.\n"
+            "types, but not what is below them. `max_depth` counts levels below the start. With "
+            "one\n"
+            "thread, locations are computed when Python comes to them; more (0: one for each "
+            "processor)\n"
+            "compute up to a thousand ahead while Python works. The order is the same.\n"
             "The error of a location that cannot be computed is raised, and the next step goes on\n"
             "behind it; with `on_error` it is passed to that function instead. Raises "
             "NotFoundError\n"
             "when the start does not exist, unless it is a pattern.")
+        .def(
+            "table", Tabled, "at"_a, "columns"_a, "types"_a = nb::none(),
+            "max_depth"_a = nb::none(), "threads"_a = 0, "on_error"_a = nb::none(),
+            nb::sig("def table(self, at: str, columns: Mapping[str, ColumnLike], "
+                    "types: Iterable[str] | None = None, max_depth: int | None = None, "
+                    "threads: int = 0, "
+                    "on_error: Callable[[Error], object] | None = None) -> Table"),
+            "Values of many locations as arrays, one row a location, in the order of the tree.\n\n"
+            "`columns` says by name what to gather: PATH, NAME, TYPE, DEPTH, PARENT, "
+            "WORLD_MATRIX,\n"
+            "LOCAL_MATRIX, `global_attribute(name)`, the dotted name of an attribute, or `...` for "
+            "what\n"
+            "the column's own name says. `at`, `types` and `max_depth` are as in `walk`. That "
+            "many\n"
+            "threads (0: one for each processor) gather without the interpreter's lock. The first\n"
+            "error of a location is raised; with `on_error`, locations that cannot be computed "
+            "are\n"
+            "left out with all below them, and their errors are passed to that function at the "
+            "end.\n"
+            "Raises InvalidValueError where an attribute is a number at one location and a string "
+            "at\n"
+            "another, and NotFoundError as `walk` does.")
         .def(
             "camera",
             [](const Scene& self, const std::optional<std::string>& path) {

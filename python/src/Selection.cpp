@@ -1,7 +1,6 @@
 #include "Selection.h"
 
 #include <exception>
-#include <string_view>
 
 #include <OxTellarSDK/TellarError.h>
 
@@ -40,7 +39,11 @@ Selection::Selection(const std::string& where, const std::vector<std::string>& w
 }
 
 bool Selection::has(const VisitedLocation& visited) const {
-    if (!types.empty() && types.count(visited.location->getType()) == 0) return false;
+    return has(visited, hasTypes() ? visited.location->getType() : std::string());
+}
+
+bool Selection::has(const VisitedLocation& visited, std::string_view type) const {
+    if (!types.empty() && types.find(type) == types.end()) return false;
     return patterns.isEmpty() || patterns.matches(visited.getPath());
 }
 

@@ -2,9 +2,11 @@
 #define TELLAR_PYTHON_SELECTION_H
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <OxTellarProducers/VisitLocations.h>
@@ -27,6 +29,10 @@ public:
 
     /// True if the location, which was cooked, is one of them.
     bool has(const TELLAR::VisitedLocation& visited) const;
+    /// Whether only locations of some types are.
+    bool hasTypes() const { return !types.empty(); }
+    /// The same as the first, for those who know the location's type. Without types it is not read.
+    bool has(const TELLAR::VisitedLocation& visited, std::string_view type) const;
     /// Whether there may be some below a location.
     TELLAR::VisitWish wishAt(const TELLAR::VisitedLocation& visited) const;
 
@@ -34,7 +40,7 @@ private:
     std::string start;
     bool hasPattern = false;
     OxLocationPath::Patterns patterns; // empty: everything from the start on
-    std::set<std::string> types;
+    std::set<std::string, std::less<>> types;
     std::optional<std::size_t> maxDepth;
 };
 

@@ -3,9 +3,12 @@
 #include <memory>
 #include <utility>
 
+#include <OxTellarSDK/TellarError.h>
+
 #include "Classes.h"
+#include "CookAhead.h"
 #include "Errors.h"
-#include "LocationStream.h"
+#include "LocationSteps.h"
 #include "Locations.h"
 #include "Unlocked.h"
 
@@ -18,26 +21,29 @@ namespace {
 /// Python's class Walk. For one thread at a time.
 class Walk {
 public:
-    Walk(std::unique_ptr<LocationStream> locations, nb::object errorHandler)
-        : stream(std::move(locations)), onError(std::move(errorHandler)) {}
+    Walk(TELLAR::GeometryProducer::Ptr start, Selection selection, int threadCount,
+         nb::object errorHandler)
+        : steps(std::make_unique<LocationSteps>(start, selection)),
+          onError(std::move(errorHandler)) {
+        if (threadCount != 1 && start)
+            ahead = std::make_unique<CookAhead>(start, std::move(selection), threadCount);
+    }
     Walk(Walk&&) = default;
-    ~Walk() { close(); }
+    ~Walk() { end(); }
 
     nb::object next() {
         for (;;) {
+            checkIdle();
             if (position == batch.size() && !refill()) throw nb::stop_iteration();
-            StreamedLocation& streamed = batch[position++];
-            if (streamed.location) return nb::cast(Location{std::move(streamed.location)});
-            report(streamed.error);
+            WalkedLocation& walked = batch[position++];
+            if (walked.location) return nb::cast(Location{std::move(walked.location)});
+            report(walked.error);
         }
     }
 
     void close() {
-        if (!stream) return;
-        // The threads of the stream may need the lock for op types that are written in Python.
-        Unlocked([this] { stream.reset(); });
-        batch.clear();
-        position = 0;
+        checkIdle();
+        end();
     }
 
     int traverse(visitproc visit, void* arg) const {
@@ -46,12 +52,41 @@ public:
     }
 
 private:
-    bool refill() {
-        if (!stream) return false;
-        batch.clear();
+    /// Python threads may come while another one is without the interpreter's lock.
+    void checkIdle() const {
+        if (isWaiting) throw TellarError(kOxErrorBadCall, "the walk is in use by another thread");
+    }
+
+    /// Fetches the next batch without the interpreter's lock.
+    void fetch() {
+        const auto idle = [](bool* waiting) { *waiting = false; };
+        isWaiting = true;
+        const std::unique_ptr<bool, decltype(idle)> waiting(&isWaiting, idle);
+        Unlocked([this] {
+            if (ahead) ahead->setReached(steps->countVisited());
+            steps->next(batch);
+        });
+    }
+
+    void end() {
+        if (!steps) return;
         position = 0;
-        batch = Unlocked([this] { return stream->next(); });
-        if (batch.empty()) close();
+        LocationSteps::Batch dropped = std::exchange(batch, {});
+        std::unique_ptr<LocationSteps> ended = std::move(steps);
+        std::unique_ptr<CookAhead> stopped = std::move(ahead);
+        // The threads may need the lock for op types that are written in Python.
+        Unlocked([&] {
+            stopped.reset();
+            ended.reset();
+            dropped.clear();
+        });
+    }
+
+    bool refill() {
+        if (!steps) return false;
+        position = 0;
+        fetch();
+        if (batch.empty()) end();
         return !batch.empty();
     }
 
@@ -60,10 +95,12 @@ private:
         onError(ExceptionObject(error));
     }
 
-    std::unique_ptr<LocationStream> stream; // null at the end
-    LocationStream::Batch batch;
+    std::unique_ptr<LocationSteps> steps; // null at the end
+    std::unique_ptr<CookAhead> ahead;     // null with one thread
+    LocationSteps::Batch batch;
     std::size_t position = 0; // in the batch
     nb::object onError;
+    bool isWaiting = false; // without the lock
 };
 
 int TraverseWalk(PyObject* self, visitproc visit, void* arg) {
@@ -77,17 +114,15 @@ PyType_Slot walkSlots[] = {{Py_tp_traverse, reinterpret_cast<void*>(TraverseWalk
 
 nb::object WalkOf(TELLAR::GeometryProducer::Ptr start, Selection selection, int threads,
                   nb::object onError) {
-    return nb::cast(
-        Walk(std::make_unique<LocationStream>(std::move(start), std::move(selection), threads),
-             std::move(onError)));
+    return nb::cast(Walk(std::move(start), std::move(selection), threads, std::move(onError)));
 }
 
 void AddWalk(nb::module_& module) {
     nb::class_<Walk>(
         module, "Walk", nb::type_slots(walkSlots),
         "The locations of a walk, one by one, in the order of the tree.\n\n"
-        "Other threads compute a few hundred locations ahead. A context manager: leaving\n"
-        "it, or `close`, ends the walk and its threads early.")
+        "A context manager: leaving it, or `close`, ends the walk and its threads early. For one\n"
+        "thread.")
         .def(
             "__iter__", [](nb::handle self) { return nb::borrow(self); },
             nb::sig("def __iter__(self) -> Walk"))

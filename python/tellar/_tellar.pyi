@@ -5,6 +5,7 @@ from typing import Any
 from ._errors import Error
 from ._op_types import OpType
 from ._ops import Op
+from ._table import ColumnLike, Table
 from ._types import ArrayLike, AttributeLike, AttributeValue, DoubleArray, NumberArray, Resolution, T, Value
 
 import os
@@ -300,8 +301,8 @@ class Walk:
     """
     The locations of a walk, one by one, in the order of the tree.
 
-    Other threads compute a few hundred locations ahead. A context manager: leaving
-    it, or `close`, ends the walk and its threads early.
+    A context manager: leaving it, or `close`, ends the walk and its threads early. For one
+    thread.
     """
 
     def __iter__(self) -> Walk: ...
@@ -517,11 +518,26 @@ class Scene:
         The locations from a path on, that one first, in the order of the tree.
 
         `at` may be a glob pattern: "/root/**/wheel_*". `types` leaves out locations of other
-        types, but not what is below them. `max_depth` counts levels below the start. That many
-        threads (0: one for each processor) compute ahead while Python works; the order stays.
+        types, but not what is below them. `max_depth` counts levels below the start. With one
+        thread, locations are computed when Python comes to them; more (0: one for each processor)
+        compute up to a thousand ahead while Python works. The order is the same.
         The error of a location that cannot be computed is raised, and the next step goes on
         behind it; with `on_error` it is passed to that function instead. Raises NotFoundError
         when the start does not exist, unless it is a pattern.
+        """
+
+    def table(self, at: str, columns: Mapping[str, ColumnLike], types: Iterable[str] | None = None, max_depth: int | None = None, threads: int = 0, on_error: Callable[[Error], object] | None = None) -> Table:
+        """
+        Values of many locations as arrays, one row a location, in the order of the tree.
+
+        `columns` says by name what to gather: PATH, NAME, TYPE, DEPTH, PARENT, WORLD_MATRIX,
+        LOCAL_MATRIX, `global_attribute(name)`, the dotted name of an attribute, or `...` for what
+        the column's own name says. `at`, `types` and `max_depth` are as in `walk`. That many
+        threads (0: one for each processor) gather without the interpreter's lock. The first
+        error of a location is raised; with `on_error`, locations that cannot be computed are
+        left out with all below them, and their errors are passed to that function at the end.
+        Raises InvalidValueError where an attribute is a number at one location and a string at
+        another, and NotFoundError as `walk` does.
         """
 
     def camera(self, path: str | None = None) -> Camera:
