@@ -365,6 +365,52 @@ def test_faces_that_change_are_those_of_the_frame() -> None:
     assert result.summary.lost.total() == 1
 
 
+def test_values_whose_number_changes_are_those_of_the_frame() -> None:
+    stage = new_stage()
+    points = UsdGeom.Points.Define(stage, "/World/dust")
+    for code in (1, 2):
+        points.GetPointsAttr().Set([(i, 0, 0) for i in range(code)], code)
+    result = tellar.usd.import_usd(stage, frame=2)
+    location = result.scene()["/root/world/World/dust"]
+    assert len(location["geometry.point.P"]) == 2
+    assert result.summary.lost["attributes with a changing number of values"] == 1
+
+
+def test_several_numbers_may_belong_to_an_element() -> None:
+    stage = new_stage()
+    api = UsdGeom.PrimvarsAPI(square(stage, "/World/mesh"))
+    weights = api.CreatePrimvar("weights", Sdf.ValueTypeNames.FloatArray, "vertex", 2)
+    weights.Set([0, 1, 2, 3, 4, 5, 6, 7])
+    location = imported(stage)["/root/world/World/mesh"]
+    value = location["geometry.arbitrary.weights.value"]
+    assert value.tolist() == [[0, 1], [2, 3], [4, 5], [6, 7]]
+
+
+@pytest.mark.parametrize(
+    "wrong",
+    [
+        {"faceVertexCounts": [-4]},
+        {"faceVertexCounts": [4, 4]},
+        {"faceVertexIndices": []},
+        {"points": []},
+        {"extent": [(3e38, 3e38, 3e38), (-3e38, -3e38, -3e38)]},
+        {"extent": [(0, 0, 0)]},
+        {"extent": [(float("nan"), 0, 0), (1, 1, 1)]},
+    ],
+)
+def test_wrong_meshes_are_read_as_far_as_they_go(wrong: dict[str, Any]) -> None:
+    stage = new_stage()
+    mesh = square(stage, "/World/mesh", orientation="leftHanded", **wrong)
+    mesh.CreateNormalsAttr([(0, 0, 1)])
+    mesh.SetNormalsInterpolation("uniform")
+    UsdGeom.PrimvarsAPI(mesh).CreatePrimvar(
+        "st", Sdf.ValueTypeNames.TexCoord2fArray, "faceVarying"
+    ).Set([(0, 0)] * 3)
+    location = imported(stage)["/root/world/World/mesh"]
+    assert location.type == "polymesh"
+    assert "bound" not in location.attributes or np.all(np.isfinite(location["bound"]))
+
+
 def test_subsets_are_facesets() -> None:
     stage = new_stage()
     mesh = square(stage, "/World/mesh")
@@ -625,13 +671,19 @@ def test_point_instances_stand_where_usd_puts_them() -> None:
     assert "/root/world/World/rocks/prototypes/flat" not in scene
 
 
-def test_many_point_instances_make_a_small_description() -> None:
+def test_many_point_instances_make_a_small_file_that_is_read_as_needed(tmp_path: Path) -> None:
     count = 100_000
     result = tellar.usd.import_usd(many_instances(count))
-    arguments = result.description["instances1"]["opArgs"]
-    numbers = sum(arguments[name].nbytes for name in arguments if name not in ("sources", "target"))
-    assert numbers == count * (4 + 12 + 16 + 12)
     assert result.summary.imported["point instances"] == count
+    path = tmp_path / "rocks.oxop"
+    result.write(path)
+    assert path.stat().st_size < count * (4 + 12 + 16 + 12) + 20_000
+    scene = tellar.open(path)
+    place = scene["/root/world/World/rocks/instances"]
+    while place.type == "group":
+        place = scene[f"{place.path}/{place.children.names[-1]}"]
+    assert place.path.endswith("_99999")
+    assert place.type == "sphere"
 
 
 def test_instancers_may_use_instances_and_share_prototypes() -> None:
@@ -697,6 +749,20 @@ def test_scene_graph_instances_are_where_usd_shows_them() -> None:
         np.testing.assert_allclose(location["bound"][1::2], expected.GetMax(), atol=1e-6)
         seen += 1
     assert seen == 1 + 3 * (1 + 2 * 2)
+
+
+@pytest.mark.parametrize("location", ["/root", "/root/world/set/left", "/root/prototypes"])
+def test_a_stage_may_stand_anywhere(location: str) -> None:
+    stage = instances_stage()
+    square(stage, "/prototypes")
+    scene = imported(stage, location=location)
+    shape = scene[f"{location}/World/tree2/leaf1/shape"]
+    assert shape.type == "polymesh"
+    assert scene[f"{location}/prototypes"].type == "polymesh"
+    shapes = scene.walk(location, types=["polymesh"])
+    prototypes = "/prototypes_2/" if location != "/root/world/set/left" else "/root/prototypes/"
+    shown = [place.path for place in shapes if prototypes not in place.path]
+    assert len(shown) == 1 + 3 * 2
 
 
 # Errors

@@ -68,7 +68,16 @@ EMPTY = np.array([np.inf, -np.inf] * 3)
 
 
 def is_box(box: Array) -> bool:
-    return bool(np.all(np.isfinite(box)) and np.all(box[0::2] <= box[1::2]))
+    return bool(np.all(np.isfinite(box)))
+
+
+def boxes_of(extents: Array) -> Array:
+    """Boxes (n, 6) of corners (n, 2, 3); infinite where the corners make none."""
+    boxes = extents.transpose(0, 2, 1).reshape(len(extents), 6)
+    with np.errstate(invalid="ignore"):
+        is_empty = ~(boxes[:, 0::2] <= boxes[:, 1::2]).all(axis=1)
+    boxes[is_empty] = EMPTY
+    return boxes
 
 
 class BoundsPass:
@@ -103,14 +112,15 @@ class BoundsPass:
         with_extent = [i for i, node in enumerate(self.nodes) if node.extent is not None]
         if with_extent:
             extents = np.array([np.asarray(self.nodes[i].extent) for i in with_extent], dtype=float)
-            self.boxes[with_extent, 0::2] = extents[:, 0]
-            self.boxes[with_extent, 1::2] = extents[:, 1]
+            self.boxes[with_extent] = boxes_of(extents)
         for i, node in enumerate(self.nodes):
             if node.extents is not None:
                 codes = np.array(sorted(node.extents), dtype=float)
                 extents = np.array([np.asarray(node.extents[code]) for code in codes.tolist()])
-                boxes = extents.transpose(0, 2, 1).reshape(len(codes), 6).astype(float)
-                self.motions[i] = Motion(codes, boxes)
+                boxes = boxes_of(extents.astype(float))
+                full = np.isfinite(boxes).all(axis=1)
+                if full.any():
+                    self.motions[i] = Motion(codes[full], boxes[full])
 
     def _ranks(self) -> Array:
         """For each node a number above those of its children and of its prototype's root."""

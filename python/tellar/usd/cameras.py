@@ -53,6 +53,7 @@ def lens(attributes: dict[str, Any], time: Any) -> dict[str, Any]:
     near, far = values["clippingRange"]
     half = width / 2 or 1.0
     right, top = values["horizontalApertureOffset"] / half, values["verticalApertureOffset"] / half
+    aspect = height / 2 / half  # of the height to the width
     geometry: dict[str, Any] = {
         "projection": "orthographic" if is_orthographic else "perspective",
         "fov": math.degrees(2 * math.atan2(half, focal)) if focal > 0 else 90.0,
@@ -62,7 +63,7 @@ def lens(attributes: dict[str, Any], time: Any) -> dict[str, Any]:
     # An orthographic window moves the picture the other way (docs/cameras.md).
     sign = -1 if is_orthographic else 1
     geometry["left"], geometry["right"] = sign * right - 1, sign * right + 1
-    geometry["bottom"], geometry["top"] = sign * top - height / width, sign * top + height / width
+    geometry["bottom"], geometry["top"] = sign * top - aspect, sign * top + aspect
     if is_orthographic:
         geometry["orthographicWidth"] = width * _UNITS_PER_TENTH
     if values["fStop"] > 0:

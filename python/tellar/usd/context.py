@@ -25,7 +25,6 @@ class ImportContext:
         stage: Any,
         *,
         location: str = "/root/world",
-        prototypes: str = "/root/prototypes",
         frame: float = 0.0,
         frames_per_second: float | None = None,
         purposes: Iterable[str] = ("default", "render"),
@@ -35,7 +34,7 @@ class ImportContext:
         """The Usd.Stage."""
         self.location = location
         """The location of the pseudo-root."""
-        self.prototypes = prototypes
+        self.prototypes = free_location(stage, location)
         """The location below which the prototypes of scene-graph instances are."""
         self.frame = frame
         self.purposes = frozenset(purposes)
@@ -127,11 +126,12 @@ class ImportContext:
         values = {code: convert(value) for code, value in found if value is not None}
         if not values:
             return None
-        if len({np.size(value) for value in values.values()}) > 1:
+        try:
+            return self.samples(values, self.is_held or not is_interpolated(attribute))
+        except (TypeError, ValueError):  # for samples that differ in type or size
             self.lose("attributes with a changing number of values", attribute.GetPath())
             value = attribute.Get(self.time_code)
             return None if value is None else convert(value)
-        return self.samples(values, self.is_held or not is_interpolated(attribute))
 
     def samples(self, values: dict[float, Any], is_held: bool = False) -> Any:
         """An attribute with samples from values by time codes.
@@ -146,6 +146,17 @@ class ImportContext:
                 samples[float(np.nextafter(np.float32(time), np.float32(-np.inf)))] = before
             before = samples[time] = values[code]
         return tellar.samples(samples)
+
+
+def free_location(stage: Any, location: str) -> str:
+    """/root/prototypes, or that with a number if a prim or `location` is there."""
+    place, number = "/root/prototypes", 1
+    while location.startswith(place) or (
+        location == "/root" and stage.GetPrimAtPath(place.removeprefix("/root"))
+    ):
+        number += 1
+        place = f"/root/prototypes_{number}"
+    return place
 
 
 def has_time_samples(stage: Any) -> bool:

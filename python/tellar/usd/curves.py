@@ -94,7 +94,8 @@ def read_curves(
         return None
     kind, basis, wrap = (prim.GetAttribute(name).Get() for name in ("type", "basis", "wrap"))
     layout = Layout(kind, basis, wrap, np.asarray(counts, np.int32))
-    if layout.total != len(points) or np.any(layout.counts < 2):
+    is_valid = layout.total == len(points) and not np.any(layout.counts < 2)
+    if not is_valid:
         context.lose("curves whose points do not fit their counts", prim.GetPath())
         layout.is_pinned = False
     geometry["point"] = {"P": context.sampled(prim.GetAttribute("points"), layout.pinned)}
@@ -104,6 +105,8 @@ def read_curves(
         geometry["closed"] = 1
     if "normals" in names:
         read_ribbons(context, prim, geometry)
+    if not is_valid:
+        return None
     if "widths" in names:
         read_curve_widths(context, prim, layout, geometry)
     elements = Elements(len(counts), len(points), len(points))

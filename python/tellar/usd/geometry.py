@@ -125,14 +125,17 @@ def read_mesh(
         context.lose("meshes without faces", prim.GetPath())
         counts = indices = np.empty(0, np.int32)
     counts = np.asarray(counts)
+    is_valid = counts.sum() == len(indices) and (not len(counts) or counts.min() >= 0)
+    if not is_valid:
+        context.lose("meshes whose faces do not fit their corners", prim.GetPath())
     starts = np.zeros(len(counts) + 1, np.int32)
     np.add.accumulate(counts, out=starts[1:])
     points = read_positions(context, prim, geometry, has_topology_samples(context, prim))
     elements = Elements(len(counts), points, len(indices))
-    if "orientation" in names and prim.GetAttribute("orientation").Get(code) == "leftHanded":
-        elements.order = turned_order(starts) if starts[-1] == len(indices) else None
-        if elements.order is not None:
-            indices = np.asarray(indices)[elements.order]
+    orientation = prim.GetAttribute("orientation").Get() if "orientation" in names else None
+    if is_valid and orientation == "leftHanded":
+        elements.order = turned_order(starts)
+        indices = np.asarray(indices)[elements.order]
     geometry["poly"] = {"vertexList": indices, "startIndex": starts}
     if is_subdivided:
         geometry["subdivisionScheme"] = _SCHEMES.get(scheme or "catmullClark", "catmull-clark")
@@ -141,7 +144,7 @@ def read_mesh(
         value = context.value(prim.GetAttribute(name))
         if value is not None and len(value):
             geometry[_TAGS[name]] = value
-    if "normals" in names or "primvars:normals" in names:
+    if is_valid and ("normals" in names or "primvars:normals" in names):
         read_mesh_normals(context, prim, names, elements, counts, geometry)
     return elements
 

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import gc
 import os
+import re
 from collections.abc import Iterable, Mapping
 from pathlib import Path
 from typing import Any
@@ -29,6 +30,7 @@ from .transforms import local_transform
 
 Variants = Mapping[str, Mapping[str, str]] | Iterable[str]
 
+_LOCATION = re.compile(r"/root(/[^/.%]+)*")
 _PREDICATE = Usd.PrimIsActive & Usd.PrimIsDefined & ~Usd.PrimIsAbstract
 _COMMON = frozenset(("visibility", "purpose", "xformOpOrder", "extent", "doubleSided"))
 _SUBSET = frozenset(("elementType", "indices", "familyName"))
@@ -107,8 +109,8 @@ def import_usd(
     """
     if load not in ("all", "none"):
         raise tellar.BadCallError(f'load is "all" or "none", not "{load}"')
-    if not location.startswith("/root") or location.startswith("/root/prototypes"):
-        raise tellar.BadCallError(f'"{location}" is no location for a stage, such as "/root/world"')
+    if not _LOCATION.fullmatch(location):
+        raise tellar.BadCallError(f'"{location}" is no path of a location, such as "/root/world"')
     wanted = list(purposes)
     for purpose in wanted:
         if purpose not in ("default", "render", "proxy", "guide"):
@@ -121,7 +123,7 @@ def import_usd(
         raise tellar.BadCallError("an open stage has its variants, mask and payloads already")
     context = ImportContext(
         stage,
-        location=location.rstrip("/"),
+        location=location,
         frame=frame,
         frames_per_second=frames_per_second,
         purposes=wanted,
@@ -307,8 +309,9 @@ class StageReader:
             node.attributes["geometry"]["doubleSided"] = int(sided)
         if primvars or "geometry" in node.attributes:
             primvars = self._inherit_primvars(node, kind, primvars)
-        self._bind_material(prim, kind, index)
-        if prim.IsInstance():
+        is_instance = prim.IsInstance()
+        self._bind_material(prim, kind, index, is_instance)
+        if is_instance:
             self._share(prim, index, where, primvars)
             node.attributes.setdefault("usd", {}).update(usd) if usd else None
             return None
@@ -464,9 +467,9 @@ class StageReader:
         constant = {name: entry for name, entry in own.items() if entry["scope"] == "primitive"}
         return inherited | constant if constant else inherited
 
-    def _bind_material(self, prim: Any, kind: str, index: int) -> None:
+    def _bind_material(self, prim: Any, kind: str, index: int, is_instance: bool) -> None:
         is_bound = kind in geometry.KNOWN or kind in ("GeomSubset", "PointInstancer")
-        if not (is_bound or prim.IsInstance()):
+        if not (is_bound or is_instance):
             return
         if kind == "GeomSubset" and not is_material_subset(self.nodes[index]):
             return
@@ -581,7 +584,8 @@ class StageReader:
         tree = own
         for name in reversed(location.split("/")[2:]):
             tree = {"a": {"type": "group"}, "c": {name: tree}}
-        tree.setdefault("c", {})["prototypes"] = hidden_group(prototypes)
+        name = self.context.prototypes.rpartition("/")[2]
+        tree.setdefault("c", {})[name] = hidden_group(prototypes)
         return {"location": "/root", **tree}
 
 

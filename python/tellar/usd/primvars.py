@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+from collections.abc import Iterator
+from dataclasses import dataclass
 from functools import lru_cache
 from typing import TYPE_CHECKING, Any
 
@@ -84,10 +86,7 @@ _ARRAYS = frozenset(
 
 
 class Elements:
-    """How many elements of each scope a shape has, for primvars and what is done to them.
-
-    `order` lists the corners of faces in another order than the stage's; None for the same one.
-    """
+    """How many elements of each scope a shape has, and what is done to values for them."""
 
     __slots__ = ("corners", "faces", "order", "pinned", "points", "varying_to_points")
 
@@ -96,14 +95,13 @@ class Elements:
         self.points = points
         self.corners = corners
         self.order: Any = None
+        """The corners of faces in another order than the stage's; None for the same one."""
         self.varying_to_points: Any = None
         """For curves, a function from one value for each segment's end to one for each point."""
         self.pinned: Any = None
         """For curves, a function that adds values for the points that were added."""
 
     def count(self, scope: str) -> int:
-        if scope == "primitive":
-            return 1
         if scope == "face":
             return self.faces
         return self.points if scope == "point" else self.corners
@@ -123,55 +121,77 @@ def read_primvar(
     value, or not as many values as the shape has elements.
     """
     attribute = prim.GetAttribute(name)
+    kind = "vector3"
     if interpolation is None:
         interpolation = attribute.GetMetadata("interpolation") or "constant"
-    size = attribute.GetMetadata("elementSize") or 1 if name.startswith("primvars:") else 1
-    entry: dict[str, Any] = {"scope": _SCOPES.get(interpolation, "primitive")}
-    entry["inputType"] = input_type_of(attribute.GetTypeName())
+        kind = input_type_of(attribute.GetTypeName())
+    scope = _SCOPES.get(interpolation, "primitive")
     indices = prim.GetAttribute(name + ":indices") if has_indices else None
-    if context.array_codes(attribute) or (indices and context.array_codes(indices)):
-        return read_animated(context, attribute, indices, size, elements, interpolation, entry)
-    value = values_of(attribute.Get(context.time_code), size)
-    index = None if indices is None else indices.Get(context.time_code)
-    if value is None:
-        return None
-    return fill(entry, value, index, elements, interpolation)
+    codes = set(context.array_codes(attribute))
+    if indices is not None:
+        codes.update(context.array_codes(indices))
+    reading = Reading(attribute, indices, elements, interpolation)
+    entry = {"scope": scope, "inputType": kind}
+    for size in reading.element_sizes():
+        if codes:
+            filled = read_animated(context, reading, sorted(codes), size, entry)
+        else:
+            filled = reading.fill(entry, context.time_code, size)
+        if filled is not None:
+            return filled
+    return None
+
+
+@dataclass
+class Reading:
+    """A primvar that is being read."""
+
+    attribute: Any
+    indices: Any
+    elements: Elements | None
+    interpolation: str
+
+    def element_sizes(self) -> Iterator[int]:
+        """How many values belong to one element: 1, or what the primvar says if 1 does not fit."""
+        yield 1
+        size = self.attribute.GetMetadata("elementSize")
+        if size and size > 1:
+            yield size
+
+    def fill(self, entry: dict[str, Any], time: Any, size: int) -> dict[str, Any] | None:
+        value = values_of(self.attribute.Get(time), size)
+        index = None if self.indices is None else self.indices.Get(time)
+        if value is None:
+            return None
+        return fill({**entry}, value, index, self.elements, self.interpolation)
+
+    def fill_flat(self, entry: dict[str, Any], time: Any, size: int) -> dict[str, Any] | None:
+        """The same without an index."""
+        value = values_of(self.attribute.Get(time), size)
+        index = None if self.indices is None else self.indices.Get(time)
+        if value is not None and index is not None:
+            value = flat(value, index)
+        if value is None:
+            return None
+        return fill({**entry}, value, None, self.elements, self.interpolation)
 
 
 def read_animated(
-    context: ImportContext,
-    attribute: Any,
-    indices: Any,
-    size: int,
-    elements: Elements | None,
-    interpolation: str,
-    entry: dict[str, Any],
+    context: ImportContext, reading: Reading, codes: list[float], size: int, entry: dict[str, Any]
 ) -> dict[str, Any] | None:
-    """The same with time samples, for which the values are no longer indexed."""
-    codes = {*context.array_codes(attribute), *(context.array_codes(indices) if indices else ())}
+    """An entry with time samples, for which the values are no longer indexed."""
     samples: dict[float, Any] = {}
-    for code in sorted(codes):
-        value = values_of(attribute.Get(code), size)
-        if value is None:
-            continue
-        if indices:
-            index = indices.Get(code)
-            if index is not None:
-                value = flat(value, index)
-        one = None if value is None else fill({**entry}, value, None, elements, interpolation)
+    for code in codes:
+        one = reading.fill_flat(entry, code, size)
         if one is None:
             return None
         samples[code] = one["value"]
-    if not samples:
-        return None
     if len({np.shape(value) for value in samples.values()}) > 1:
-        context.lose("attributes with a changing number of values", attribute.GetPath())
-        nearest = min(samples, key=lambda code: abs(code - context.time_code.GetValue()))
-        entry["value"] = samples[nearest]
-        return entry
-    is_numeric = np.asarray(next(iter(samples.values()))).dtype.kind == "f"
-    entry["value"] = context.samples(samples, context.is_held or not is_numeric)
-    return entry
+        context.lose("attributes with a changing number of values", reading.attribute.GetPath())
+        return reading.fill(entry, context.time_code, size)
+    is_numeric = np.asarray(samples[codes[0]]).dtype.kind == "f"
+    value = context.samples(samples, context.is_held or not is_numeric)
+    return {**entry, "value": value}
 
 
 def values_of(value: Any, size: int) -> Any:
@@ -221,7 +241,8 @@ def fill(
         if value is None:
             return None
     count = len(value) if index is None else len(index)
-    if count != elements.count(entry["scope"]):
+    is_constant = entry["scope"] == "primitive"  # which may be an array of any length
+    if not is_constant and count != elements.count(entry["scope"]):
         return None
     is_turned = elements.order is not None and entry["scope"] == "vertex"
     if elements.pinned is not None and entry["scope"] == "point":
