@@ -38,7 +38,6 @@ SOURCES = {
         "DoubleArray",
         "NumberArray",
         "Resolution",
-        "T",
         "Value",
     ),
 }

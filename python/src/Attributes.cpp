@@ -210,7 +210,7 @@ void AddGroup(nb::module_& module) {
                 return child.isValid() ? ValueOf(child) : otherwise;
             },
             "name"_a, "default"_a = nb::none(),
-            nb::sig("def get(self, name: str, default: T | None = None) -> Value | T | None"),
+            nb::sig("def get(self, name: str, default: object = None) -> Value"),
             "The value of this name or at this dotted path, or the default.")
         .def(
             "attribute",

@@ -35,6 +35,15 @@ nb::str Text(const std::string& text) {
         text.data(), static_cast<Py_ssize_t>(text.size()), "backslashreplace"));
 }
 
+void SetPythonError(const std::exception_ptr& error) {
+    try {
+        const nb::object object = ExceptionObject(error);
+        PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(object.ptr())), object.ptr());
+    } catch (nb::python_error& other) {
+        other.restore(); // an interrupt, which came while the object was made
+    }
+}
+
 /// Passes on what is no failure of the library: Python's own exceptions and lack of memory.
 void Translate(const std::exception_ptr& error, void*) {
     try {
@@ -46,8 +55,7 @@ void Translate(const std::exception_ptr& error, void*) {
     } catch (const std::bad_alloc&) {
         throw;
     } catch (...) {
-        const nb::object object = ExceptionObject(error);
-        PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(object.ptr())), object.ptr());
+        SetPythonError(error);
     }
 }
 

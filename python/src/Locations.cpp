@@ -210,7 +210,7 @@ void AddValues(nb::class_<Location>& type) {
                 return attribute.isValid() ? ValueOf(attribute) : otherwise;
             },
             "name"_a, "default"_a = nb::none(),
-            nb::sig("def get(self, name: str, default: T | None = None) -> Value | T | None"),
+            nb::sig("def get(self, name: str, default: object = None) -> Value"),
             "The value of an attribute by its dotted name, or the default.")
         .def(
             "attribute",

@@ -490,6 +490,8 @@ void AddOpTypes(nb::module_& module) {
                "when the name is taken. In descriptions that are opened, the name of the class is\n"
                "that of the type that was registered for it last.");
     nb::module_::import_("atexit").attr("register")(nb::cpp_function(End));
+    nb::module_::import_("os").attr("register_at_fork")("after_in_child"_a =
+                                                            nb::cpp_function(ForgetOtherThreads));
 }
 
 } // namespace TellarPython

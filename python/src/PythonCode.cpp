@@ -1,9 +1,10 @@
 #include "PythonCode.h"
 
-#include <condition_variable>
+#include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <mutex>
-#include <utility>
+#include <thread>
 #include <vector>
 
 #include <OxTellarSDK/TellarError.h>
@@ -14,19 +15,35 @@ namespace TellarPython {
 
 namespace {
 
-/// The threads that run Python code. A thread that asked for the interpreter's lock once the
-/// interpreter has begun to end would be stopped in the middle of a C++ function.
+constexpr auto kLookAgain = std::chrono::milliseconds(1);
+
+/// The threads that run Python code, or are about to. A thread that asked for the interpreter's
+/// lock once the interpreter has begun to end would be stopped in the middle of a C++ function.
 struct Gate {
-    std::mutex mutex; // guards the members below
-    std::condition_variable left;
-    std::size_t inside = 0;
-    bool isClosed = false;
+    std::atomic<std::size_t> inside{0};
+    std::atomic<bool> isClosed{false};
 };
 
 /// Threads of the library may outlive all statics.
 Gate& GetGate() {
     static auto* const gate = new Gate;
     return *gate;
+}
+
+thread_local std::size_t depth = 0; // of PythonCode in this thread
+
+/// The caller leaves later if this returns true. Either this sees that the gate is closed, or the
+/// closer sees that this thread is inside.
+bool TryEnter() {
+    Gate& gate = GetGate();
+    ++gate.inside;
+    if (!gate.isClosed) return true;
+    --gate.inside;
+    return false;
+}
+
+void Leave() {
+    --GetGate().inside;
 }
 
 struct Discarded {
@@ -55,30 +72,18 @@ int DropDiscarded(void*) {
     return 0;
 }
 
-void Enter() {
-    Gate& gate = GetGate();
-    const std::lock_guard guard(gate.mutex);
-    if (gate.isClosed)
-        throw TellarError(kOxErrorCancelled, "the Python interpreter ends, in which its type runs");
-    ++gate.inside;
-}
-
-void Leave() {
-    Gate& gate = GetGate();
-    const std::lock_guard guard(gate.mutex);
-    --gate.inside;
-    gate.left.notify_all();
-}
-
 } // namespace
 
 PythonCode::PythonCode() {
-    Enter();
+    if (!TryEnter())
+        throw TellarError(kOxErrorCancelled, "the Python interpreter ends, in which its type runs");
     lock.emplace();
+    ++depth;
     DropDiscarded(nullptr);
 }
 
 PythonCode::~PythonCode() {
+    --depth;
     lock.reset();
     Leave();
 }
@@ -91,22 +96,25 @@ void ReleaseLater(PyObject* object) noexcept {
     } catch (...) {
         return; // without memory it is never dropped
     }
-    Gate& gate = GetGate();
-    const std::lock_guard gateGuard(gate.mutex);
-    if (discarded.isCallPending || gate.isClosed) return;
+    if (discarded.isCallPending || !TryEnter()) return;
     // Needs no lock of the interpreter. Fails when too many calls are pending; then the next
     // PythonCode drops the references.
     discarded.isCallPending = Py_AddPendingCall(DropDiscarded, nullptr) == 0;
+    Leave();
 }
 
 void EndPythonCode() {
-    Unlocked([] {
-        Gate& gate = GetGate();
-        std::unique_lock guard(gate.mutex);
-        gate.isClosed = true;
-        gate.left.wait(guard, [&] { return gate.inside == 0; });
+    Gate& gate = GetGate();
+    gate.isClosed = true;
+    Unlocked([&] {
+        while (gate.inside > 0)
+            std::this_thread::sleep_for(kLookAgain);
     });
     DropDiscarded(nullptr);
+}
+
+void ForgetOtherThreads() {
+    GetGate().inside = depth;
 }
 
 } // namespace TellarPython

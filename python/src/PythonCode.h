@@ -27,9 +27,12 @@ private:
 /// when the interpreter has ended.
 void ReleaseLater(PyObject* object) noexcept;
 
-/// Refuses further PythonCode, and returns when there is none any more. The caller holds the
-/// interpreter's lock and is no PythonCode itself.
+/// Refuses further PythonCode, and returns when there is none any more. The caller, who ends the
+/// interpreter, holds its lock and is no PythonCode itself.
 void EndPythonCode();
+
+/// For the child of a fork, which has one thread.
+void ForgetOtherThreads();
 
 } // namespace TellarPython
 

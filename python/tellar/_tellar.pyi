@@ -6,7 +6,7 @@ from ._errors import Error
 from ._op_types import OpType
 from ._ops import Op
 from ._table import ColumnLike, Table
-from ._types import ArrayLike, AttributeLike, AttributeValue, DoubleArray, NumberArray, Resolution, T, Value
+from ._types import ArrayLike, AttributeLike, AttributeValue, DoubleArray, NumberArray, Resolution, Value
 
 import os
 
@@ -85,7 +85,7 @@ class Group:
         KeyError.
         """
 
-    def get(self, name: str, default: T | None = None) -> Value | T | None:
+    def get(self, name: str, default: object = None) -> Value:
         """The value of this name or at this dotted path, or the default."""
 
     def attribute(self, name: str) -> Attribute | Group | None:
@@ -204,7 +204,7 @@ class Location:
 
     def __contains__(self, name: object, /) -> bool: ...
 
-    def get(self, name: str, default: T | None = None) -> Value | T | None:
+    def get(self, name: str, default: object = None) -> Value:
         """The value of an attribute by its dotted name, or the default."""
 
     def attribute(self, name: str) -> Attribute | Group | None:

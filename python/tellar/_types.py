@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import os
 from collections.abc import Iterable, Mapping
-from typing import TYPE_CHECKING, Any, TypeAlias, TypeVar, Union
+from typing import TYPE_CHECKING, Any, TypeAlias, Union
 
 import numpy as np
 from numpy.typing import ArrayLike, NDArray
@@ -26,11 +26,8 @@ __all__ = [
     "Resolution",
     "StringArgument",
     "StringsArgument",
-    "T",
     "Value",
 ]
-
-T = TypeVar("T")
 
 DoubleArray: TypeAlias = NDArray[np.float64]
 NumberArray: TypeAlias = (

@@ -38,6 +38,8 @@ class TestFunctions:
     def test_every_function_has_a_signature_and_a_docstring(self) -> None:
         for name in tellar.ops.names():
             function = getattr(tellar.ops, name)
+            if inspect.isclass(function):  # of another test
+                continue
             assert function.__name__ == name
             assert function.__doc__
             assert inspect.signature(function).parameters["name"].default is None
