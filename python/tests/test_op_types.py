@@ -498,8 +498,18 @@ class TestThreads:
         assert counts == [1 + 30 * 5] * 15
         assert scene["/root/row0/leaf0"]["user.colour"].tolist() == [9, 0, 0]
 
-    def test_the_result_is_rendered_and_described(self) -> None:
-        assert Passes(Rows(count=2)).scene().description["passes1.opType"] == "Passes"
+    def test_a_table_with_threads(self) -> None:
+        scene = Passes(Rows(count=50)).scene()
+        table = scene.table("/root/**", {"path": tellar.PATH, "level": "user.level"}, threads=3)
+        assert len(table) == 1 + 50 * 6
+
+    def test_a_picture(self, garden: tellar.Scene, tmp_path: Path) -> None:
+        def pixels_of(scene: tellar.Scene) -> bytes:
+            picture = tellar.render(scene, tmp_path / "a.png", samples=1, resolution=(16, 12))
+            data = picture.read_bytes()
+            return data[data.index(b"IDAT") : data.index(b"IEND")]
+
+        assert pixels_of(Passes(garden.op()).scene()) == pixels_of(garden)
 
 
 def run_script(script: str) -> subprocess.CompletedProcess[str]:

@@ -51,6 +51,17 @@ def test_the_tests_are_typed_strictly() -> None:
     run_mypy(*(str(path) for path in sorted(TESTS.glob("*.py"))))
 
 
+def test_an_example_is_typed_strictly_and_runs(examples: Path, tmp_path: Path) -> None:
+    run_mypy(str(examples / "fade.py"))
+    written = tmp_path / "faded.oxop"
+    done = subprocess.run(
+        [sys.executable, str(examples / "fade.py"), str(written)], capture_output=True, text=True
+    )
+    expected = "/root/world/ball 0.75\n/root/world/tall 0.25\n"
+    assert (done.returncode, done.stdout, done.stderr) == (0, expected, "")
+    assert tellar.open(written).op().type == "FadeByHeight"
+
+
 def test_a_wrong_call_is_found(tmp_path: Path) -> None:
     wrong = tmp_path / "wrong.py"
     wrong.write_text("import tellar\n\nscene: int = tellar.open('a.json')\n", encoding="utf-8")
