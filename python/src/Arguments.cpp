@@ -338,15 +338,17 @@ GroupAttribute GroupFrom(nb::handle mapping, bool inherit) {
 }
 
 Attribute AttributeFrom(nb::handle value) {
-    if (nb::isinstance<GroupAttribute>(value)) return nb::cast<GroupAttribute&>(value);
-    if (nb::isinstance<Attribute>(value)) return nb::cast<Attribute&>(value);
+    // Most values of large descriptions are dicts and texts, so these come first.
+    if (PyDict_Check(value.ptr())) return GroupFrom(value, true);
     if (value.is_none()) return NullAttribute();
     if (IsText(value)) return StringAttribute(std::string_view(StringFrom(value)));
     if (PyBool_Check(value.ptr())) return IntAttribute(value.is(Py_True) ? 1 : 0);
     if (PyLong_Check(value.ptr())) return IntAttribute(Int32Of(value));
     if (PyFloat_Check(value.ptr())) return DoubleAttribute(PyFloat_AS_DOUBLE(value.ptr()));
-    if (IsMapping(value)) return GroupFrom(value, true);
+    if (nb::isinstance<GroupAttribute>(value)) return nb::cast<GroupAttribute&>(value);
+    if (nb::isinstance<Attribute>(value)) return nb::cast<Attribute&>(value);
     if (PyObject_CheckBuffer(value.ptr())) return BufferFrom(value);
+    if (IsMapping(value)) return GroupFrom(value, true);
     if (PySequence_Check(value.ptr()) || nb::hasattr(value, "__array__"))
         return SequenceFrom(value);
     if (nb::hasattr(value, "__fspath__")) return AttributeFrom(nb::steal(PyOS_FSPath(value.ptr())));
