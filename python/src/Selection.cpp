@@ -20,9 +20,9 @@ std::string_view PlainPart(std::string_view pattern) {
 
 } // namespace
 
-Selection::Selection(const std::string& where, const std::vector<std::string>& wantedTypes,
-                     std::optional<std::size_t> deepest)
-    : types(wantedTypes.begin(), wantedTypes.end()), maxDepth(deepest) {
+Selection::Selection(const std::string& where, const std::vector<std::string>& types,
+                     std::optional<std::size_t> maxDepth)
+    : types(types.begin(), types.end()), maxDepth(maxDepth) {
     if (where.empty() || where[0] != '/')
         throw TellarError(kOxErrorBadCall, "\"" + where + "\" is not an absolute path");
     start = std::string(PlainPart(where));

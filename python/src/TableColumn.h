@@ -49,9 +49,9 @@ public:
     // Each adds a row.
 
     template <typename T>
-    void addNumbers(const T* values, std::size_t count, std::int64_t tuple);
+    void addNumbers(const T* numbers, std::size_t count, std::int64_t tupleSize);
     void addText(std::string_view text);
-    void addTexts(const OxAttribute::ConstStringSample& texts, std::int64_t tuple);
+    void addTexts(const OxAttribute::ConstStringSample& texts, std::int64_t tupleSize);
     void addMissing();
 
     ValueKind getKind() const { return kind; }

@@ -87,6 +87,7 @@ std::vector<std::exception_ptr> ErrorsOf(const RowsOfThreads& tables) {
     std::sort(failures.begin(), failures.end(),
               [](const FailedLocation& a, const FailedLocation& b) { return a.place < b.place; });
     std::vector<std::exception_ptr> errors;
+    errors.reserve(failures.size());
     for (const FailedLocation& failure : failures)
         errors.push_back(failure.error);
     return errors;

@@ -41,12 +41,13 @@ void* ReserveAligned(std::size_t bytes) {
     void* const place =
         mmap(nullptr, reserved, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (place == MAP_FAILED) throw std::bad_alloc();
-    const auto first = reinterpret_cast<std::uintptr_t>(place);
-    const std::uintptr_t aligned = RoundUp(first, kLargePage);
-    if (aligned > first) munmap(place, aligned - first);
-    const std::uintptr_t end = aligned + bytes;
-    if (end < first + reserved) munmap(reinterpret_cast<void*>(end), first + reserved - end);
-    return reinterpret_cast<void*>(aligned);
+    const auto address = reinterpret_cast<std::uintptr_t>(place);
+    const std::size_t before = RoundUp(address, kLargePage) - address;
+    const std::size_t behind = kLargePage - before;
+    char* const aligned = static_cast<char*>(place) + before;
+    if (before > 0) munmap(place, before);
+    if (behind > 0) munmap(aligned + bytes, behind);
+    return aligned;
 }
 
 void* MapNew(std::size_t bytes) {
@@ -101,7 +102,8 @@ void DropContent(void* part, std::size_t bytes) noexcept {
     const auto address = reinterpret_cast<std::uintptr_t>(part);
     const std::uintptr_t begin = RoundUp(address, PageSize());
     const std::uintptr_t end = (address + bytes) / PageSize() * PageSize();
-    if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED);
+    if (begin < end)
+        madvise(static_cast<char*>(part) + (begin - address), end - begin, MADV_DONTNEED);
 }
 
 #else

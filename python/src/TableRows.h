@@ -65,8 +65,9 @@ public:
     TableRows(const TableRequest& request, const TableNeeds& needs, int thread, bool isAlone);
 
     TELLAR::VisitWish visit(TELLAR::VisitedLocation& visited);
-    /// To be called behind the last location. Type columns get indices of `types`.
-    void finish(const std::vector<std::string>& types);
+    /// To be called behind the last location. Type columns get indices of `all`, the types of all
+    /// threads.
+    void finish(const std::vector<std::string>& all);
 
     std::size_t countRows() const { return rows; }
     std::vector<ColumnPart>& getParts() { return parts; }
@@ -94,9 +95,9 @@ private:
     void read(const TELLAR::VisitedLocation& visited, Row& row);
     void readColumns(TELLAR::GeometryProducer& location, Row& row);
     void add(const TELLAR::VisitedLocation& visited, const Row& row);
-    void addValue(std::size_t column, const TELLAR::VisitedLocation& visited, const Row& row);
-    void addAttribute(std::size_t column, TELLAR::GeometryProducer& location);
-    void addNumber(std::size_t column, std::int32_t number);
+    void addValue(std::size_t index, const TELLAR::VisitedLocation& visited, const Row& row);
+    void addAttribute(std::size_t index, TELLAR::GeometryProducer& location);
+    void addNumber(std::size_t index, std::int32_t number);
     void passDown(TELLAR::VisitedLocation& visited, Row& row) const;
     void startRun(const std::vector<std::int64_t>& place);
     std::int32_t codeOf(std::string_view type);
