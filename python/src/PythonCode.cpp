@@ -22,6 +22,7 @@ constexpr auto kLookAgain = std::chrono::milliseconds(1);
 struct Gate {
     std::atomic<std::size_t> inside{0};
     std::atomic<bool> isClosed{false};
+    std::thread::id closer; // set before isClosed
 };
 
 /// Threads of the library may outlive all statics.
@@ -72,6 +73,13 @@ int DropDiscarded(void*) {
     return 0;
 }
 
+/// Whether the calling thread ends the interpreter, which frees its objects, and holds its lock.
+bool IsEndOfInterpreter() {
+    const Gate& gate = GetGate();
+    return gate.isClosed && gate.closer == std::this_thread::get_id() && nanobind::is_alive() &&
+           PyGILState_Check();
+}
+
 } // namespace
 
 PythonCode::PythonCode() {
@@ -89,6 +97,7 @@ PythonCode::~PythonCode() {
 }
 
 void ReleaseLater(PyObject* object) noexcept {
+    if (IsEndOfInterpreter()) return Py_DECREF(object);
     Discarded& discarded = GetDiscarded();
     const std::lock_guard guard(discarded.mutex);
     try {
@@ -105,6 +114,7 @@ void ReleaseLater(PyObject* object) noexcept {
 
 void EndPythonCode() {
     Gate& gate = GetGate();
+    gate.closer = std::this_thread::get_id();
     gate.isClosed = true;
     Unlocked([&] {
         while (gate.inside > 0)

@@ -23,8 +23,9 @@ private:
 };
 
 /// Gives up a reference from any thread, with or without the interpreter's lock and with any lock
-/// of the library. The reference is dropped soon, by a thread that runs Python code; not at all
-/// when the interpreter has ended.
+/// of the library. The reference is dropped soon, by a thread that runs Python code. While the
+/// interpreter ends it is dropped at once, and not at all by other threads than the one that ends
+/// it.
 void ReleaseLater(PyObject* object) noexcept;
 
 /// Refuses further PythonCode, and returns when there is none any more. The caller, who ends the

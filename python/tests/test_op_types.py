@@ -556,6 +556,29 @@ class TestEnds:
         )
         assert (done.returncode, done.stdout, done.stderr) == (0, "end\n", "")
 
+    def test_nothing_is_left_at_the_end(self) -> None:
+        done = run_script(
+            DEFINITIONS
+            + """
+    tellar._tellar._set_leak_warnings(True)
+    scene = Many().scene()
+    kept = [scene["/root/c1"], Many().scene().root]
+
+    class Fails(tellar.OpType):
+        def cook(self, location):
+            location.input("/root/c2")
+            raise ValueError(location.path)
+
+    try:
+        Fails(scene.op()).scene().root
+    except tellar.CookError as error:
+        failed = error
+    with scene.edit() as edit:
+        edit.add_op("top", "Merge", ["many1"])
+    """
+        )
+        assert (done.returncode, done.stderr) == (0, "")
+
     def test_an_interrupt_reaches_the_main_thread(self) -> None:
         done = run_script(
             DEFINITIONS
