@@ -236,3 +236,11 @@ def test_an_import_turns_a_dome_before_its_own_matrix(stage: Any) -> None:
     assert attributes["usd.attributes.inputs:diffuse"] is not None
     assert attributes["usd.relationships.collection:lightLink:includes"] == "/ball"
     assert result.summary.kept.total() == 2
+
+
+def test_values_that_are_no_numbers_do_no_harm(stage: Any) -> None:
+    light = UsdLux.CylinderLight.Define(stage, "/tube")
+    light.CreateEnableColorTemperatureAttr(True)
+    light.CreateColorTemperatureAttr(math.nan)
+    light.CreateRadiusAttr(-1.0)
+    assert light_of(light) == {"type": "point", "intensity": [0]}

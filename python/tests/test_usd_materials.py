@@ -356,6 +356,38 @@ def test_a_network_that_feeds_itself_ends() -> None:
     assert look.lost() == ["shading networks that feed themselves"]
 
 
+def test_a_network_that_is_too_deep_for_renderers_ends() -> None:
+    look = Look(roughness=0.5)
+    before = look.shader("n0", "ND_add_color3", in2=color(1, 1, 1))
+    for index in range(1, 300):
+        shader = look.shader(f"n{index}", "ND_add_color3", in2=color(1, 1, 1))
+        feed(shader, "in1", (before, "out"))
+        before = shader
+    feed(look.surface, "diffuseColor", (before, "out"))
+    assert look.lost() == ["shading networks of more than 64 levels"]
+
+
+def test_layers_that_share_their_parts_are_read_once() -> None:
+    look = Look()
+    below = look.shader("n0", "ND_standard_surface_surfaceshader", metalness=1.0)
+    for index in range(1, 40):
+        layer = look.shader(f"n{index}", "ND_mix_surfaceshader", mix=0.5)
+        feed(layer, "bg", (below, "out"))
+        feed(layer, "fg", (below, "out"))
+        below = layer
+    look.terminal(below)
+    assert len(list(look.imported()["nodes"])) == 40
+
+
+def test_values_of_unusual_types_and_sizes_are_counted() -> None:
+    look = Look(roughness=0.5)
+    texture = look.shader("wood", "UsdUVTexture", file="/wood.png", scale=math.nan, bias=0.5)
+    feed(look.surface, "diffuseColor", (texture, "rgb"))
+    assert "multiply" not in look.parameters("wood")
+    assert look.lost() == ["unusual values of the shader input bias",
+                           "unusual values of the shader input scale"]
+
+
 # MaterialX
 
 

@@ -18,9 +18,14 @@ def value_from_json(text: str) -> tellar.Attribute | tellar.Group:
     Raises ValueError for any other text, and for strings that are not UTF-8.
     """
     try:
-        return _made(json.loads(text))
+        return _made(json.loads(text, parse_int=_whole))
     except (KeyError, TypeError, OverflowError) as error:
         raise ValueError(f"this is no attribute in JSON: {error}") from error
+
+
+def _whole(text: str) -> float:
+    """An integer; floats are written without a fraction where they have none, also -0."""
+    return -0.0 if text == "-0" else int(text)
 
 
 def _made(value: Any) -> tellar.Attribute | tellar.Group:

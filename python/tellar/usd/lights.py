@@ -167,7 +167,7 @@ class _Light:
 
     def _temperature_color(self) -> Constant:
         kelvins = self.constant("inputs:colorTemperature", 6500)
-        return Constant({time: tuple(UsdLux.BlackbodyTemperatureAsRgb(numbers[0]))
+        return Constant({time: _color_of_temperature(numbers[0])
                          for time, numbers in kelvins.samples.items()})
 
     @property
@@ -201,6 +201,11 @@ class _Light:
                 continue
             keep_property(self.context, self.prim, name, usd)
         return usd
+
+
+def _color_of_temperature(kelvins: float) -> tuple[float, ...]:
+    # USD does not survive a temperature that is not a number.
+    return tuple(UsdLux.BlackbodyTemperatureAsRgb(kelvins)) if math.isfinite(kelvins) else (1.0,)
 
 
 # Types -------------------------------------------------------------------------------------------
@@ -271,7 +276,7 @@ def _flat(light: _Light, width: Constant, height: Constant, area: Constant) -> N
         unit = light.unit()
         factor = constant(unit * unit) if per_area else combined(lambda a: a * unit * unit, area)
         light.shine("spot", factor)
-        light.set("radius", combined(lambda a: math.sqrt(a / math.pi) * unit, area))
+        light.set("radius", combined(lambda a: math.sqrt(max(a, 0.0) / math.pi) * unit, area))
         _cone(light)
         return
     light.shine("area", combined(lambda a: 1 / a if a > 0 else 0.0, area) if per_area
@@ -300,7 +305,7 @@ def _cylinder(light: _Light) -> None:
     x, y, z = light.stretches()
     across = math.sqrt(y * z)
     light.lose("cylinder lights, which became spheres of the same area")
-    world = combined(lambda r, l: math.sqrt(r * across * l * x / 2), radius, length)
+    world = combined(lambda r, l: math.sqrt(max(r * across * l * x / 2, 0.0)), radius, length)
     _ball(light, world, False)
 
 

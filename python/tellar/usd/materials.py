@@ -113,11 +113,13 @@ def _terminals(
 
 def _other(translator: Translator, shader: UsdShade.Shader) -> Node:
     """The node of a terminal that is no surface. That of a surface shader is shared with it."""
-    if category_of(shader_id(shader)) == "UsdPreviewSurface":
-        for node in translator.network.nodes.values():
-            if node.key == shader.GetPrim().GetName():
-                return node
+    if shader.GetPath() in translator.surfaces or _is_preview(shader):
+        return import_surface(translator, shader)
     return translator.keep(shader)
+
+
+def _is_preview(shader: UsdShade.Shader) -> bool:
+    return category_of(shader_id(shader)) == "UsdPreviewSurface"
 
 
 def _group(translator: Translator, terminals: dict[str, Any]) -> tellar.Group:

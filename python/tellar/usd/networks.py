@@ -77,7 +77,8 @@ Value = Constant | Source
 
 
 def _tuple_of(numbers: Numbers) -> np.ndarray[Any, Any]:
-    return np.array([numbers], np.float32)
+    with np.errstate(over="ignore"):  # too large a number becomes infinite
+        return np.array([numbers], np.float64).astype(np.float32)
 
 
 def float_attribute(numbers: Numbers) -> tellar.Attribute:

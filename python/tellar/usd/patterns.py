@@ -25,6 +25,7 @@ _WRAPS = {
     "useMetadata": "decal",
     "periodic": "repeat", "constant": "decal",
 }
+_DEEPEST = 64
 _SRGB = {"sRGB", "srgb_texture", "srgb_rec709_scene", "srgb_rec709_display"}
 
 
@@ -56,6 +57,8 @@ class Translator:
         self.network = Network()
         self.uses: dict[str, int] = {}
         """How many inputs each input of the material feeds."""
+        self.surfaces: dict[Sdf.Path, Node] = {}
+        """The nodes of surfaces by their shaders."""
         self._images: dict[Sdf.Path, Node] = {}
         self._transforms: dict[Sdf.Path, Node] = {}
         self._outputs: dict[Sdf.Path, Value | None] = {}
@@ -110,20 +113,21 @@ class Translator:
         value = self.context.value(attribute) if attribute is not None else None
         return str(value) if isinstance(value, str) and value else default
 
-    def number(self, shader: UsdShade.Shader, name: str, default: float) -> float:
-        """An input that must be a number; one that is fed by nodes is counted."""
-        value = self.value(shader, name)
-        if isinstance(value, Source):
-            self.lose(f"connections of the shader input {name}", shader)
-            return default
-        return value.numbers[0] if value else default
-
     def numbers(self, shader: UsdShade.Shader, name: str, *default: float) -> tuple[float, ...]:
-        """The same for several numbers."""
+        """An input that must be numbers, as many as the default. One that is fed by nodes, or has
+        another number of them, is counted."""
         value = self.value(shader, name)
-        if isinstance(value, Source):
-            self.lose(f"connections of the shader input {name}", shader)
-        return value.numbers if isinstance(value, Constant) else default
+        if value is None:
+            return default
+        numbers = value.numbers if isinstance(value, Constant) else ()
+        if len(numbers) != len(default) or not all(map(math.isfinite, numbers)):
+            self.lose(f"unusual values of the shader input {name}", shader)
+            return default
+        return numbers
+
+    def number(self, shader: UsdShade.Shader, name: str, default: float) -> float:
+        """The same for a single number."""
+        return self.numbers(shader, name, default)[0]
 
     # Outputs -----------------------------------------------------------------------------------
 
@@ -133,18 +137,32 @@ class Translator:
         if path in self._outputs:
             return self._outputs[path]
         shader = UsdShade.Shader(attribute.GetPrim())
-        if path in self._open:
-            self.lose("shading networks that feed themselves", shader)
+        if not self.enter(shader, path):
             return None
-        self._open.add(path)
         name = UsdShade.Output(attribute).GetBaseName()
         handler = _HANDLERS.get(category_of(shader_id(shader)))
         value = handler(self, shader, name) if handler else None
         if value is None:
             value = Source(self.keep(shader).key, name)
-        self._open.discard(path)
+        self.leave(path)
         self._outputs[path] = value
         return value
+
+    def enter(self, shader: UsdShade.Shader, path: Sdf.Path) -> bool:
+        """Whether the walk through the network may go on to a shader. It may not where the network
+        feeds itself, or is too deep for any renderer."""
+        if path in self._open:
+            self.lose("shading networks that feed themselves", shader)
+            return False
+        if len(self._open) >= _DEEPEST:
+            self.lose(f"shading networks of more than {_DEEPEST} levels", shader)
+            return False
+        self._open.add(path)
+        return True
+
+    def leave(self, path: Sdf.Path) -> None:
+        """Ends what `enter` has begun."""
+        self._open.discard(path)
 
     def keep(self, shader: UsdShade.Shader) -> Node:
         """A node as it is, with its type, parameters and connections."""
@@ -228,7 +246,9 @@ class Translator:
             node.connections["uv"] = f"out@{transform.key}"
             node.parameters["uvSet"] = transform.parameters["uvSet"]
         elif category in ("dot", "convert"):
-            self.place(node, source, "in")
+            if self.enter(source, source.GetPath()):
+                self.place(node, source, "in")
+                self.leave(source.GetPath())
         else:
             node.connections["uv"] = f"{found[1]}@{self.keep(source).key}"
 
@@ -239,10 +259,8 @@ class Translator:
         node = self.network.add(shader.GetPrim().GetName(), "uvTransform")
         self._transforms[path] = node
         node.parameters["uvSet"] = "st"
-        if path in self._open:
-            self.lose("shading networks that feed themselves", shader)
+        if not self.enter(shader, path):
             return node
-        self._open.add(path)
         if category == "place2d":
             self.place(node, shader, "texcoord")
             scale, turn, offset = self._placed(shader)
@@ -251,7 +269,7 @@ class Translator:
             scale = self.numbers(shader, "scale", 1, 1)
             turn = self.number(shader, "rotation", 0)
             offset = self.numbers(shader, "translation", 0, 0)
-        self._open.discard(path)
+        self.leave(path)
         node.parameters["offset"] = float_attribute(offset)
         node.parameters["scale"] = float_attribute(scale)
         node.parameters["rotation"] = float_attribute((math.radians(turn),))

@@ -36,7 +36,7 @@ def constant_of(
     numbers = numbers_of(context.value(attribute))
     if numbers is None or not context.codes(attribute):
         return None if numbers is None else Constant({0.0: numbers}, exposed)
-    sampled = context.sampled(attribute, lambda value: np.array([numbers_of(value)], np.float32))
+    sampled = context.sampled(attribute, lambda value: np.array([numbers_of(value)], np.float64))
     if not isinstance(sampled, tellar.Attribute):
         return Constant({0.0: numbers}, exposed)
     samples = {time: tuple(np.ravel(value).tolist()) for time, value in sampled.samples.items()}

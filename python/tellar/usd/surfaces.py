@@ -47,6 +47,13 @@ _NEUTRAL: dict[str, float | None] = {
 
 def import_surface(translator: Translator, shader: UsdShade.Shader) -> Node:
     """The node for a surface shader; one that is not known is kept as it is."""
+    path = shader.GetPath()
+    if path not in translator.surfaces:
+        translator.surfaces[path] = _import(translator, shader)
+    return translator.surfaces[path]
+
+
+def _import(translator: Translator, shader: UsdShade.Shader) -> Node:
     category = category_of(shader_id(shader))
     if category == "mix":
         return _import_layer(translator, shader)
@@ -62,9 +69,11 @@ def import_surface(translator: Translator, shader: UsdShade.Shader) -> Node:
 def _import_layer(translator: Translator, shader: UsdShade.Shader) -> Node:
     """A mix of two surfaces."""
     node = translator.network.add(shader.GetPrim().GetName(), "layer")
-    for name, parameter in (("bg", "base"), ("fg", "top")):
-        if found := translator.source_shader(shader, name):
-            node.connections[parameter] = f"out@{import_surface(translator, found[0]).key}"
+    if translator.enter(shader, shader.GetPath()):
+        for name, parameter in (("bg", "base"), ("fg", "top")):
+            if found := translator.source_shader(shader, name):
+                node.connections[parameter] = f"out@{import_surface(translator, found[0]).key}"
+        translator.leave(shader.GetPath())
     node.feed("mask", translator.value(shader, "mix", _ZERO))
     return node
 
