@@ -9,8 +9,9 @@ from types import TracebackType
 from typing import TYPE_CHECKING, Any, ClassVar
 
 from . import _ops, _tellar
+from ._arguments import Argument
 from ._errors import BadCallError, CancelledError, CookError, FileError, InvalidValueError
-from ._ops import Argument, Op, TypeDescription, did_you_mean
+from ._ops import Op, TypeDescription, did_you_mean
 from ._tellar import CookContext, Group
 
 if TYPE_CHECKING:
@@ -70,9 +71,10 @@ class OpType(_MakesOps):
     """Part of the identity of ops. Increase it when the results change."""
 
     arguments: Any = None
-    """A dict of the arguments by name: the type, as in ``"double[3]"``, and then, if there is more to tell, a
-    sentence. One that ends in "Required." makes the argument required. Types are string, int,
-    float, double, each alone, with "[]" for any number and with "[3]" for three; and group.
+    """A dict of the arguments by name: the type, as in ``"double[3]"``, and then, if there is more
+    to tell, a sentence. One that ends in "Required." makes the argument required. Types are string,
+    int, float and double, each alone, with "[]" for any number, with "[3]" for three, and with
+    "[3][]" for any number of threes; and group.
 
     None takes any arguments, as :func:`tellar.attribute` does.
     """

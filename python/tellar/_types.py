@@ -30,9 +30,7 @@ __all__ = [
 ]
 
 DoubleArray: TypeAlias = NDArray[np.float64]
-NumberArray: TypeAlias = (
-    NDArray[np.int32] | NDArray[np.float32] | NDArray[np.float64]
-)
+NumberArray: TypeAlias = NDArray[np.int32] | NDArray[np.float32] | NDArray[np.float64]
 
 # What an attribute holds is known when the scene is read, and not before. A union would have every
 # caller of loc["geometry.point.P"] tell the type checker what it knows already.
