@@ -49,8 +49,10 @@ class BindingResolver:
     def prepare(self, prims: list[Usd.Prim]) -> None:
         """Asks for many prims at once."""
         materials, _ = UsdShade.MaterialBindingAPI.ComputeBoundMaterials(prims, self._purpose)
-        for prim, material in zip(prims, materials):
-            self._materials[prim.GetPath()] = material.GetPath() if material else None
+        self._materials.update(
+            (prim.GetPath(), material.GetPath() if material else None)
+            for prim, material in zip(prims, materials)
+        )
 
     def _ask_around(self, prim: Usd.Prim, path: Sdf.Path) -> None:
         """Asks for all prims of the stage, or of the prototype or instance of the prim."""
@@ -62,10 +64,10 @@ class BindingResolver:
         predicate = Usd.PrimDefaultPredicate
         if prim.IsInstanceProxy():
             predicate = Usd.TraverseInstanceProxies(predicate)
-        prims = [one for one in Usd.PrimRange(root, predicate) if not one.IsPseudoRoot()]
-        if path not in {one.GetPath() for one in prims}:
-            prims.append(prim)
-        self.prepare(prims)
+        prims = list(Usd.PrimRange(root, predicate))
+        self.prepare(prims[1:] if root.IsPseudoRoot() else prims)
+        if path not in self._materials:
+            self.prepare([prim])
 
     def _root_around(self, prim: Usd.Prim) -> Usd.Prim:
         if prim.IsInstanceProxy():

@@ -88,24 +88,21 @@ def _terminals(
     Of the outputs of a kind, the terminal of its plain name is the best for a renderer. The
     others have names with the render context, such as "ri:surface".
     """
+    outputs = {str(one.GetBaseName()): one for one in material.GetOutputs()}
     found = []
     for kind in _KINDS:
-        outputs = [material.GetOutput(f"{place}:{kind}") for place in _CONTEXTS]
-        outputs.append(material.GetOutput(kind))
-        others = [one for one in material.GetOutputs()
-                  if one.GetBaseName().split(":")[-1] == kind
-                  and all(one.GetAttr() != known.GetAttr() for known in outputs if known)]
+        best = [f"{place}:{kind}" for place in _CONTEXTS] + [kind]
+        others = [name for name in outputs if name.split(":")[-1] == kind and name not in best]
         taken = False
-        for output in [one for one in outputs if one] + others:
-            attributes = output.GetValueProducingAttributes()
+        for place in [name for name in best if name in outputs] + others:
+            attributes = outputs[place].GetValueProducingAttributes()
             if not attributes or not attributes[0].GetPrim().IsA(UsdShade.Shader):
                 continue
-            shader = UsdShade.Shader(attributes[0].GetPrim())
             name = kind
             if taken:
-                place = output.GetBaseName()
                 name = place if ":" in place else f"universal:{place}"
                 context.keep(f"material outputs {place} besides others", material.GetPath())
+            shader = UsdShade.Shader(attributes[0].GetPrim())
             found.append((name, shader, UsdShade.Output(attributes[0]).GetBaseName()))
             taken = True
     return found

@@ -59,6 +59,7 @@ class Translator:
         """How many inputs each input of the material feeds."""
         self.surfaces: dict[Sdf.Path, Node] = {}
         """The nodes of surfaces by their shaders."""
+        self._inputs: dict[Sdf.Path, dict[str, Usd.Attribute | None]] = {}
         self._images: dict[Sdf.Path, Node] = {}
         self._transforms: dict[Sdf.Path, Node] = {}
         self._outputs: dict[Sdf.Path, Value | None] = {}
@@ -73,11 +74,13 @@ class Translator:
 
     def producer(self, shader: UsdShade.Shader, name: str) -> Usd.Attribute | None:
         """The attribute that an input's value comes from, through node graphs and interfaces."""
-        shader_input = shader.GetInput(name)
-        if not shader_input:
-            return None
-        producers = shader_input.GetValueProducingAttributes()
-        return producers[0] if producers else None
+        path = shader.GetPath()
+        inputs = self._inputs.get(path)
+        if inputs is None:
+            # Asking for each input that a shader might have would take most of the time.
+            inputs = {str(one.GetBaseName()): _producer(one) for one in shader.GetInputs()}
+            self._inputs[path] = inputs
+        return inputs.get(name)
 
     def source_shader(
         self, shader: UsdShade.Shader, name: str
@@ -427,6 +430,11 @@ class Translator:
             node.parameters["uvTransform"] = float_attribute((*moved, 1.0, 1.0, 0.0))
         self.place(node, shader, "texcoord")
         return Source(node.key)
+
+
+def _producer(shader_input: UsdShade.Input) -> Usd.Attribute | None:
+    producers = shader_input.GetValueProducingAttributes()
+    return producers[0] if producers else None
 
 
 def _first_three(value: Constant) -> Constant:

@@ -169,8 +169,10 @@ class _Surface:
         identifier = shader_id(self.shader)
         for shader_input in self.shader.GetInputs():
             name = shader_input.GetBaseName()
+            if name in self._understood:
+                continue
             attribute = self.translator.producer(self.shader, name)
-            if name in self._understood or attribute is None:
+            if attribute is None:
                 continue
             value = self.translator.value(self.shader, name)
             if isinstance(value, Source):
