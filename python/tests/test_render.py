@@ -97,7 +97,9 @@ def test_other_threads_work_while_a_picture_is_drawn(garden: tellar.Scene, tmp_p
 
     thread = threading.Thread(target=count)
     thread.start()
-    tellar.render(garden, tmp_path / "a.png", samples=2, resolution=TINY)
-    is_done.set()
-    thread.join()
+    try:
+        tellar.render(garden, tmp_path / "a.png", samples=2, resolution=TINY)
+    finally:
+        is_done.set()
+        thread.join()
     assert counted[0] > 0
