@@ -164,15 +164,14 @@ def test_a_normal_map_gets_the_scale_and_bias_of_directions(stage: Any) -> None:
     assert inputs["sourceColorSpace"] == "raw"
 
 
-def test_the_materials_of_the_examples_come_back(stage: Any, examples: Path) -> None:
+def test_the_materials_of_the_examples_come_back(examples: Path) -> None:
     count = 0
     for name in ("materials.json", "garden.json"):
         for location in tellar.open(examples / name).walk("/root"):
             group = location.get("material")
-            if isinstance(group, tellar.Group) and location.type != "light":
+            if isinstance(group, tellar.Group) and location.type == "material":
                 count += 1
-                path = f"/Looks/look{count}"
-                assert again(export_material(group, stage, path).GetPrim()) == group
+                assert again(exported(Usd.Stage.CreateInMemory(), group)) == group
     assert count > 10
 
 
