@@ -15,7 +15,7 @@ import tellar
 
 pytest.importorskip("pxr.Usd", reason="usd-core (pxr) is not installed")
 
-from pxr import Gf, Sdf, Usd, UsdGeom, Vt  # noqa: E402
+from pxr import Gf, Sdf, Ts, Usd, UsdGeom, Vt  # noqa: E402
 from usd_stages import custom, many_instances, square, transforms_stage  # noqa: E402
 
 import tellar.usd  # noqa: E402
@@ -94,6 +94,28 @@ def test_a_rotation_of_several_turns_is_not_lost_between_two_samples() -> None:
     samples = attribute_of(scene["/root/world/World/wheel"], "xform.matrix")
     assert len(samples.times) >= 1440 / 5 + 1
     np.testing.assert_allclose(samples.interpolated(4.5)[0][:2], [0, -1], atol=1e-3)
+
+
+@pytest.mark.parametrize("name", ["spline.usda", "spline.usdc", ""])
+def test_splines_move_transforms_and_numbers(tmp_path: Path, name: str) -> None:
+    stage = Usd.Stage.CreateNew(str(tmp_path / name)) if name else Usd.Stage.CreateInMemory()
+    ball = UsdGeom.Sphere.Define(stage, "/ball")
+    turn = ball.AddRotateYOp(UsdGeom.XformOp.PrecisionDouble)
+    for attribute in (ball.GetRadiusAttr(), turn.GetAttr()):
+        spline = Ts.Spline("double")
+        for code, value in ((0, 0.0), (8, 64.0)):
+            spline.SetKnot(
+                Ts.Knot(typeName="double", time=code, value=value, nextInterp=Ts.InterpCurve)
+            )
+        attribute.SetSpline(spline)
+    if name:
+        stage.GetRootLayer().Save()
+    location = imported(tmp_path / name if name else stage, convert_units=False)["/root/world/ball"]
+    radius = attribute_of(location, "geometry.radius")
+    for time in (0.0, 3.0, 8.0):
+        assert radius.interpolated(time)[0] == ball.GetRadiusAttr().Get(time)
+        world = UsdGeom.XformCache(time).GetLocalToWorldTransform(ball.GetPrim())
+        assert_matrix(location.world_matrix(time=time), world)
 
 
 def test_held_samples_jump() -> None:

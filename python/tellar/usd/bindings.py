@@ -10,6 +10,9 @@ if TYPE_CHECKING:
     from .context import ImportContext
 
 
+_UNKNOWN = Sdf.Path()
+
+
 class BindingResolver:
     """The bound material of each prim, as ``UsdShade.MaterialBindingAPI.ComputeBoundMaterial``
     tells it: with purposes, strengths and collections.
@@ -42,8 +45,10 @@ class BindingResolver:
     def material_prim_path(self, prim: Usd.Prim) -> Sdf.Path | None:
         """The same as the path of the Material prim."""
         path = prim.GetPath()
-        if path not in self._materials:
-            self._ask_around(prim, path)
+        found = self._materials.get(path, _UNKNOWN)
+        if found is not _UNKNOWN:
+            return found
+        self._ask_around(prim, path)
         return self._materials[path]
 
     def prepare(self, prims: list[Usd.Prim]) -> None:

@@ -125,15 +125,15 @@ def read_mesh(
         context.lose("meshes without faces", prim.GetPath())
         counts = indices = np.empty(0, np.int32)
     counts = np.asarray(counts)
-    is_valid = counts.sum() == len(indices) and (not len(counts) or counts.min() >= 0)
-    if not is_valid:
-        context.lose("meshes whose faces do not fit their corners", prim.GetPath())
     starts = np.zeros(len(counts) + 1, np.int32)
     np.add.accumulate(counts, out=starts[1:])
+    is_valid = int(starts[-1]) == len(indices)
+    if not is_valid:
+        context.lose("meshes whose faces do not fit their corners", prim.GetPath())
     points = read_positions(context, prim, geometry, has_topology_samples(context, prim))
     elements = Elements(len(counts), points, len(indices))
     orientation = prim.GetAttribute("orientation").Get() if "orientation" in names else None
-    if is_valid and orientation == "leftHanded":
+    if is_valid and orientation == "leftHanded" and np.all(counts >= 0):
         elements.order = turned_order(starts)
         indices = np.asarray(indices)[elements.order]
     geometry["poly"] = {"vertexList": indices, "startIndex": starts}
@@ -214,6 +214,7 @@ def read_mesh_normals(
 
 
 def spread(values: Any, repeats: Any) -> Any:
+    repeats = np.maximum(repeats, 0)
     if isinstance(values, tellar.Attribute):
         samples = values.samples.items()
         return tellar.samples({time: np.repeat(v, repeats, axis=0) for time, v in samples})

@@ -55,8 +55,8 @@ class LocalTransform:
 def local_transform(context: ImportContext, prim: Any) -> LocalTransform | None:
     """The transform of a prim with an xformOpOrder; None for the identity."""
     matrix, resets = context.xforms.GetLocalTransformation(prim)
-    xformable = UsdGeom.Xformable(prim)
-    if xformable.TransformMightBeTimeVarying():
+    if context.is_animated or context.has_splines:
+        xformable = UsdGeom.Xformable(prim)
         codes = sample_codes(context, xformable)
         if len(codes) > 1:
             return LocalTransform(None, sampled_matrices(context, xformable, codes), resets)
@@ -64,6 +64,8 @@ def local_transform(context: ImportContext, prim: Any) -> LocalTransform | None:
 
 
 def sample_codes(context: ImportContext, xformable: Any) -> list[float]:
+    if not xformable.TransformMightBeTimeVarying():
+        return []
     codes: set[float] = set(xformable.GetTimeSamples())
     for op in xformable.GetOrderedXformOps():
         attribute = op.GetAttr()
