@@ -1,4 +1,4 @@
-"""Stages for the tests of the USD bridge, and scenes made of them."""
+"""Stages for the tests of the USD bridge."""
 
 from __future__ import annotations
 
@@ -6,9 +6,7 @@ from typing import Any
 
 import numpy as np
 
-usd = __import__("pytest").importorskip("pxr.Usd", reason="usd-core (pxr) is not installed")
-
-from pxr import Gf, Sdf, UsdGeom, Vt  # noqa: E402
+from pxr import Gf, Sdf, Usd, UsdGeom, Vt
 
 
 def square(stage: Any, path: str, **attributes: Any) -> Any:
@@ -26,7 +24,7 @@ def square(stage: Any, path: str, **attributes: Any) -> Any:
 
 def transforms_stage() -> Any:
     """Ops of all kinds: pivots, orders, inverses, matrices, resets, and samples of each."""
-    stage = usd.Stage.CreateInMemory()
+    stage = Usd.Stage.CreateInMemory()
     UsdGeom.SetStageUpAxis(stage, UsdGeom.Tokens.z)
     UsdGeom.SetStageMetersPerUnit(stage, 0.01)
     world = UsdGeom.Xform.Define(stage, "/World")
@@ -66,7 +64,7 @@ def transforms_stage() -> Any:
 
 def many_instances(count: int) -> Any:
     """A PointInstancer with two prototypes, as a point cloud places them."""
-    stage = usd.Stage.CreateInMemory()
+    stage = Usd.Stage.CreateInMemory()
     UsdGeom.Xform.Define(stage, "/World")
     instancer = UsdGeom.PointInstancer.Define(stage, "/World/rocks")
     square(stage, "/World/rocks/prototypes/flat")
