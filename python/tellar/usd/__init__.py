@@ -3,6 +3,7 @@
     result = tellar.usd.import_usd("shot.usda")
     result.write("shot.oxop")
     print(result.summary)
+    tellar.usd.export_usd(tellar.open("shot.oxop"), "shot.usdz")
 """
 
 from __future__ import annotations
@@ -11,16 +12,19 @@ import importlib
 from typing import TYPE_CHECKING, Any
 
 if TYPE_CHECKING:
+    from .exporter import export_usd
     from .importer import ImportResult, import_usd
-    from .summary import ImportSummary
+    from .summary import ExportSummary, ImportSummary
 
 _MODULES = {
+    "ExportSummary": "summary",
     "ImportResult": "importer",
     "ImportSummary": "summary",
+    "export_usd": "exporter",
     "import_usd": "importer",
 }
 
-__all__ = ["ImportResult", "ImportSummary", "import_usd"]
+__all__ = ["ExportSummary", "ImportResult", "ImportSummary", "export_usd", "import_usd"]
 
 
 def __getattr__(name: str) -> Any:

@@ -81,7 +81,7 @@ def boxes_of(extents: Array) -> Array:
 
 
 class BoundsPass:
-    """Computes the bounds of nodes whose children and prototypes come later in the list."""
+    """Computes the bounds of nodes. Children come after their parents in the list."""
 
     def __init__(self, context: ImportContext, nodes: Sequence[Node]) -> None:
         self.context = context
@@ -267,27 +267,21 @@ def inverse_or_nan(matrix: Array) -> Array:
 
 def dependency_order(nodes: Sequence[Node]) -> list[int]:
     """The indices so that children come before parents, and prototypes before their instances."""
-    trees: list[list[int]] = []
-    tree_of: dict[int, int] = {}
+    waits_for = [0] * len(nodes)
+    instances: dict[int, list[int]] = {}
     for i, node in enumerate(nodes):
-        if node.parent < 0:
-            tree_of[i] = len(trees)
-            trees.append([])
-        trees[-1].append(i)
-    needs = [
-        {tree_of[p] for i in tree if (p := nodes[i].prototype) is not None} for tree in trees
-    ]
-    order: list[int] = []
-    done: set[int] = set()
-
-    def visit(tree: int) -> None:
-        if tree in done:
-            return
-        done.add(tree)
-        for other in needs[tree]:
-            visit(other)
-        order.extend(reversed(trees[tree]))
-
-    for tree in range(len(trees)):
-        visit(tree)
+        if node.parent >= 0:
+            waits_for[node.parent] += 1
+        if node.prototype is not None:
+            waits_for[i] += 1
+            instances.setdefault(node.prototype, []).append(i)
+    order = [i for i, number in enumerate(waits_for) if not number]
+    for i in order:  # which grows
+        for other in (nodes[i].parent, *instances.get(i, ())):
+            if other >= 0:
+                waits_for[other] -= 1
+                if not waits_for[other]:
+                    order.append(other)
+    # Prototypes that hold themselves are left; USD has refused them already.
+    order.extend(i for i in reversed(range(len(nodes))) if waits_for[i] > 0)
     return order

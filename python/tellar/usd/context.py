@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import math
 import mmap
-from collections.abc import Callable, Iterable
+from collections.abc import Callable, Iterable, Mapping
 from typing import Any
 
 import numpy as np
@@ -13,6 +13,8 @@ from pxr import Gf, Usd, UsdGeom
 import tellar
 
 from .plain import plain_value
+from .remembered import CUSTOM_DATA as OWN
+from .remembered import NAME_KEY
 from .summary import ImportSummary
 
 Convert = Callable[[Any], Any]
@@ -25,7 +27,7 @@ class ImportContext:
         self,
         stage: Any,
         *,
-        location: str = "/root/world",
+        location: str | None = None,
         frame: float = 0.0,
         frames_per_second: float | None = None,
         purposes: Iterable[str] = ("default", "render"),
@@ -33,9 +35,17 @@ class ImportContext:
     ) -> None:
         self.stage = stage
         """The Usd.Stage."""
-        self.location = location
-        """The location of the pseudo-root."""
-        self.prototypes = free_location(stage, location)
+        own = stage.GetRootLayer().customLayerData.get(OWN)
+        self.is_own = isinstance(own, Mapping) and stage.HasDefaultPrim()
+        """Whether an export has written the stage."""
+        self.top = ""
+        """The path of the prim that is the root of an exported scene; empty for the pseudo-root."""
+        if self.is_own and location is None:
+            self.top = str(stage.GetDefaultPrim().GetPath())
+            location = str(own.get("location", f"/root{self.top}"))
+        self.location = location or "/root/world"
+        """The location of the pseudo-root, or of the top prim."""
+        self.prototypes = free_location(stage, self.location)
         """The location below which the prototypes of scene-graph instances are."""
         self.frame = frame
         self.purposes = frozenset(purposes)
@@ -56,6 +66,7 @@ class ImportContext:
         self.root_matrix: Any = root_matrix(stage) if convert_units else Gf.Matrix4d(1)
         """From the stage's axes and units to +Y up and metres."""
         self._prototype_names: dict[str, str] = {}
+        self._own_places: dict[str, str] = {}
 
     # Paths
 
@@ -68,7 +79,20 @@ class ImportContext:
             head, _, rest = path[1:].partition("/")
             name = self.prototype_name(head)
             return f"{self.prototypes}/{name}/{rest}" if rest else f"{self.prototypes}/{name}"
-        return self.location + path
+        return self._own_place(path) if self.is_own else self.location + path
+
+    def _own_place(self, path: str) -> str:
+        """The location of a prim of an exported scene, which has the true names of locations."""
+        if path == self.top:
+            return self.location
+        known = self._own_places.get(path)
+        if known is None:
+            parent, _, name = path.rpartition("/")
+            prim = self.stage.GetPrimAtPath(path)
+            true_name = prim.GetCustomDataByKey(NAME_KEY) if prim else None
+            above = self._own_place(parent) if parent else self.location
+            known = self._own_places[path] = f"{above}/{true_name or name}"
+        return known
 
     def prototype_name(self, name: str) -> str:
         """The name of the location of a prototype, which does not depend on USD's numbers."""

@@ -15,7 +15,7 @@ from pxr import Gf, Sdf, Tf, Usd, UsdGeom, Vt
 import tellar
 
 from .. import _ops
-from . import cameras, geometry, instances
+from . import cameras, geometry, instances, roundtrip
 from .bindings import BindingResolver
 from .bounds import BoundsPass
 from .context import ImportContext
@@ -23,7 +23,7 @@ from .instances import InstanceOps, Instancer, Ops
 from .lights import import_light, is_light_property
 from .materials import import_material
 from .nodes import Node
-from .plain import keep_metadata, keep_property, keep_schemas, plain_value, user_property
+from .plain import encoded, keep_metadata, keep_property, keep_schemas, plain_value, user_property
 from .primvars import Elements, arbitrary_name, read_primvars
 from .summary import ImportSummary
 from .transforms import local_transform
@@ -81,7 +81,7 @@ class ImportResult:
 def import_usd(
     path: str | os.PathLike[str] | Any,
     *,
-    location: str = "/root/world",
+    location: str | None = None,
     variants: Variants | None = None,
     population_mask: Iterable[str] | None = None,
     purposes: Iterable[str] = ("default", "render"),
@@ -92,8 +92,9 @@ def import_usd(
 ) -> ImportResult:
     """Reads a USD file, or an open Usd.Stage, as a scene.
 
-    ``location`` is the path of the stage's pseudo-root. Prototypes of scene-graph instances go
-    below ``/root/prototypes``, hidden.
+    ``location`` is the path of the stage's pseudo-root: "/root/world", unless given. What
+    :func:`export_usd` has written goes where it was, unless given. Prototypes of scene-graph
+    instances go below ``/root/prototypes``, hidden.
 
     ``variants`` selects variants: ``{"/car": {"paint": "red"}}`` or ``["/car{paint=red}"]``;
     ``population_mask`` are the paths of the prims to compose, with all below them;
@@ -109,7 +110,7 @@ def import_usd(
     """
     if load not in ("all", "none"):
         raise tellar.BadCallError(f'load is "all" or "none", not "{load}"')
-    if not _LOCATION.fullmatch(location):
+    if location is not None and not _LOCATION.fullmatch(location):
         raise tellar.BadCallError(f'"{location}" is no path of a location, such as "/root/world"')
     wanted = list(purposes)
     for purpose in wanted:
@@ -201,6 +202,8 @@ class StageReader:
         self.materials: dict[str, Any] = {}
         self.bound_materials: list[tuple[int, str]] = []
         self.resolver = BindingResolver(context.stage, context)
+        self.own: list[tuple[int, str, roundtrip.Own]] = []
+        self.helpers: set[str] = set()
 
     def read(self) -> ImportResult:
         # The garbage collector would visit the growing tree again and again, and nothing in it is
@@ -215,7 +218,7 @@ class StageReader:
 
     def _read_all(self) -> ImportResult:
         root = self._root()
-        self._read_tree(self.context.stage.GetPseudoRoot(), root, self.context.location)
+        self._read_top(root)
         roots = {self.context.location: root}
         done: set[str] = set()
         while len(done) < len(self.prototypes):
@@ -234,7 +237,7 @@ class StageReader:
 
     def _root(self) -> int:
         root = self._add_node("", -1, self.context.location)
-        if self.context.root_matrix != Gf.Matrix4d(1):
+        if self.context.root_matrix != Gf.Matrix4d(1) and not self.context.top:
             self.nodes[root].matrix = self.context.root_matrix
         layer = self.context.stage.GetRootLayer()
         found = {
@@ -245,6 +248,24 @@ class StageReader:
         if found:
             self.nodes[root].attributes["usd"] = {"stage": found}
         return root
+
+    def _read_top(self, root: int) -> None:
+        """Reads the stage. The top prim of an exported scene is the root itself."""
+        context, location = self.context, self.context.location
+        top = context.stage.GetPseudoRoot()
+        primvars: dict[str, Any] = {}
+        if context.top:
+            for prim in top.GetFilteredChildren(_PREDICATE):
+                if str(prim.GetPath()) != context.top:
+                    context.lose("prims beside those of an exported scene", prim.GetPath())
+            top = context.stage.GetPrimAtPath(context.top)
+            del self.nodes[root].attributes["usd"]
+            reading = self._read_prim(top, root, location, "default", primvars)
+            convert_root(context, self.nodes[root])
+            if reading is None:
+                return
+            primvars = reading[1]
+        self._read_tree(top, root, location, primvars)
 
     def _add_node(self, name: str, parent: int, place: str) -> int:
         index = len(self.nodes)
@@ -257,24 +278,42 @@ class StageReader:
         self.index_of[place] = index
         return index
 
-    def _read_tree(self, top: Any, root: int, place: str) -> None:
+    def _read_tree(
+        self, top: Any, root: int, place: str, inherited: dict[str, Any] | None = None
+    ) -> None:
         """Reads everything below a prim, of which the location is there already."""
-        none: dict[str, Any] = {}
+        is_own = self.context.is_own
         stack: list[tuple[Any, int, str, str, dict[str, Any]]] = []
 
         def push(prim: Any, index: int, path: str, purpose: str, primvars: dict[str, Any]) -> None:
             for child in reversed(prim.GetFilteredChildren(_PREDICATE)):
                 stack.append((child, index, path, purpose, primvars))
 
-        push(top, root, place, "default", none)
+        push(top, root, place, "default", inherited or {})
         while stack:
             prim, parent, where, purpose, primvars = stack.pop()
             name = prim.GetName()
-            where = f"{where}/{name}"
+            if is_own and prim.HasAuthoredCustomDataKey(roundtrip.OWN):
+                if prim.GetCustomDataByKey(roundtrip.HELPER_KEY):
+                    self._read_helpers(prim)
+                    continue
+                true_name = prim.GetCustomDataByKey(roundtrip.NAME_KEY) or name
+                where, name = f"{where}/{true_name}", encoded(true_name)
+            else:
+                where = f"{where}/{name}"
             index = self._add_node(name, parent, where)
             reading = self._read_prim(prim, index, where, purpose, primvars)
             if reading is not None:
                 push(prim, index, where, *reading)
+
+    def _read_helpers(self, scope: Any) -> None:
+        """Reads the materials of locations that have them without a location of the material."""
+        for prim in scope.GetFilteredChildren(_PREDICATE):
+            group = import_material(prim, self.context)
+            if group is not None:
+                place = self.context.location_of(prim.GetPath())
+                self.materials[place] = group
+                self.helpers.add(place)
 
     def _read_prim(
         self, prim: Any, index: int, where: str, purpose: str, primvars: dict[str, Any]
@@ -302,7 +341,7 @@ class StageReader:
         known, elements = self._read_kind(prim, kind, names, index, where)
         rest = names - _COMMON - known
         if rest:
-            self._read_rest(prim, node, rest, elements, usd)
+            self._read_rest(prim, index, rest, elements, usd)
         keep_schemas(context, prim, usd)
         if "doubleSided" in names and "geometry" in node.attributes:
             sided = bool(prim.GetAttribute("doubleSided").Get())
@@ -429,14 +468,15 @@ class StageReader:
     def _read_rest(
         self,
         prim: Any,
-        node: Node,
+        index: int,
         names: set[str],
         elements: Elements | None,
         usd: dict[str, Any],
     ) -> None:
         """Reads the properties that any prim may have, and keeps those that mean nothing here."""
-        context = self.context
+        context, node = self.context, self.nodes[index]
         primvars: set[str] = set()
+        own: list[str] = []
         for name in names:
             if name.startswith("xformOp:"):
                 continue
@@ -444,10 +484,15 @@ class StageReader:
                 primvars.add(name)
             elif name.startswith("material:binding"):
                 continue
+            elif name.startswith(roundtrip.OWN):
+                own.append(name)
             elif name.startswith("userProperties:"):
                 user_property(context, prim, name, node.attributes.setdefault("user", {}))
             else:
                 keep_property(context, prim, name, usd)
+        if own:
+            place = str(prim.GetPath())
+            self.own.append((index, place, roundtrip.read_own(context, prim, own)))
         if primvars:
             arbitrary: dict[str, Any] = {}
             read_primvars(context, prim, primvars, elements, arbitrary, usd)
@@ -475,12 +520,18 @@ class StageReader:
             return
         path = self.resolver.material_path(prim)
         if path is not None:
-            self.nodes[index].attributes["materialAssign"] = path
+            if path not in self.helpers:
+                self.nodes[index].attributes["materialAssign"] = path
             self.bound_materials.append((index, path))
 
     # Instances
 
     def _share(self, prim: Any, index: int, where: str, primvars: dict[str, Any]) -> None:
+        source = self._shared_location(prim) if self.context.is_own else None
+        if source is not None:
+            self.shares[where] = self.prototype_of[index] = source
+            self.context.count("scene-graph instances")
+            return
         prototype = prim.GetPrototype()
         name = self.context.prototype_name(prototype.GetName())
         self.prototypes.setdefault(name, prototype)
@@ -489,6 +540,15 @@ class StageReader:
         self.context.count("scene-graph instances")
         if primvars:
             self.context.lose("primvars that instances inherit", prim.GetPath())
+
+    def _shared_location(self, prim: Any) -> str | None:
+        """The location that an instance in an exported scene shows; None if it was edited."""
+        spec = self.context.stage.GetRootLayer().GetPrimAtPath(prim.GetPath())
+        found = spec.referenceList.GetAddedOrExplicitItems() if spec else ()
+        if len(found) != 1 or found[0].assetPath:
+            return None
+        place = self.context.location_of(found[0].primPath)
+        return place if place in self.index_of else None
 
     def _read_missing_sources(self, roots: dict[str, int]) -> None:
         """Reads prototypes of instancers that are no part of the scene, such as overs."""
@@ -527,6 +587,8 @@ class StageReader:
         self._remove_excluded()
         self._hide_sources()
         BoundsPass(context, self.nodes).run()
+        for index, place, own in self.own:
+            roundtrip.restore(context, self.nodes[index].attributes, own, place)
         for node, entry in zip(self.nodes, self.entries):
             if not node.children:
                 del entry["c"]
@@ -587,6 +649,17 @@ class StageReader:
         name = self.context.prototypes.rpartition("/")[2]
         tree.setdefault("c", {})[name] = hidden_group(prototypes)
         return {"location": "/root", **tree}
+
+
+def convert_root(context: ImportContext, node: Node) -> None:
+    """Applies the stage's axes and units to a root that has a matrix of its own."""
+    after = context.root_matrix
+    if after == Gf.Matrix4d(1) or node.resets:
+        return
+    if node.samples is not None:
+        node.samples = {code: matrix * after for code, matrix in node.samples.items()}
+    else:
+        node.matrix = after if node.matrix is None else node.matrix * after
 
 
 def hidden_group(children: dict[str, Any]) -> dict[str, Any]:

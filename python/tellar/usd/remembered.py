@@ -17,6 +17,10 @@ from .attribute_json import value_from_json
 
 CUSTOM_DATA = "tellar"
 """The key in customData."""
+NAME_KEY = f"{CUSTOM_DATA}:name"
+"""The name of the location of a prim that has another one, since USD does not allow it."""
+HELPER_KEY = f"{CUSTOM_DATA}:helper"
+"""Tells that a prim of an exported scene is no location."""
 
 
 def remember(prim: Usd.Prim, name: str, group: tellar.Group, imported: tellar.Group) -> None:

@@ -1,4 +1,4 @@
-"""What an import found, kept and lost."""
+"""What an import or an export found, kept and lost."""
 
 from __future__ import annotations
 
@@ -7,31 +7,32 @@ from collections import Counter
 _MOST_EXAMPLES = 3
 
 
-class ImportSummary:
-    """Counts of what became of the parts of a stage. ``str(summary)`` is a report."""
+class _Summary:
+    _done = ""
+    _kept = ""
 
     def __init__(self) -> None:
         self.prims: int = 0
-        """How many prims were read, those of prototypes once."""
-        self.imported: Counter[str] = Counter()
-        """What was understood, by kind, such as "Mesh"."""
         self.kept: Counter[str] = Counter()
-        """What was not understood and is kept as plain attributes below "usd"."""
         self.lost: Counter[str] = Counter()
         """What was left out or changed."""
         self.examples: dict[str, list[str]] = {}
-        """Paths of the first prims or properties of each kind that was kept or lost."""
+        """Paths of the first ones of each kind that was kept or lost."""
+
+    def _counts(self) -> Counter[str]:
+        raise NotImplementedError
 
     def add_example(self, kind: str, path: object) -> None:
         paths = self.examples.setdefault(kind, [])
         if len(paths) < _MOST_EXAMPLES:
             paths.append(str(path))
 
-    def __str__(self) -> str:
+    def lines(self) -> list[str]:
+        """The report, line by line."""
         lines = [f"{self.prims} prims"]
         for title, counts in (
-            ("imported", self.imported),
-            ("kept as plain attributes", self.kept),
+            (self._done, self._counts()),
+            (self._kept, self.kept),
             ("lost", self.lost),
         ):
             if not counts:
@@ -40,10 +41,51 @@ class ImportSummary:
             for kind, count in counts.most_common():
                 examples = ", ".join(self.examples.get(kind, []))
                 lines.append(f"  {count} {kind}" + (f" ({examples})" if examples else ""))
-        return "\n".join(lines)
+        return lines
+
+    def __str__(self) -> str:
+        return "\n".join(self.lines())
 
     def __repr__(self) -> str:
         return (
-            f"<ImportSummary {self.prims} prims, {self.kept.total()} kept as plain attributes, "
+            f"<{type(self).__name__} {self.prims} prims, {self.kept.total()} {self._kept}, "
             f"{self.lost.total()} lost>"
         )
+
+
+class ImportSummary(_Summary):
+    """Counts of what became of the parts of a stage. ``str(summary)`` is a report."""
+
+    _done = "imported"
+    _kept = "kept as plain attributes"
+
+    def __init__(self) -> None:
+        super().__init__()
+        self.prims: int = 0
+        """How many prims were read, those of prototypes once."""
+        self.imported: Counter[str] = Counter()
+        """What was understood, by kind, such as "Mesh"."""
+        self.kept: Counter[str] = Counter()
+        """What was not understood and is kept as plain attributes below "usd"."""
+
+    def _counts(self) -> Counter[str]:
+        return self.imported
+
+
+class ExportSummary(_Summary):
+    """Counts of what became of the locations of a scene. ``str(summary)`` is a report."""
+
+    _done = "exported"
+    _kept = 'kept as properties "tellar:"'
+
+    def __init__(self) -> None:
+        super().__init__()
+        self.prims: int = 0
+        """How many locations were written as prims of their own."""
+        self.exported: Counter[str] = Counter()
+        """The prims by type, such as "Mesh", and the locations that instances show."""
+        self.kept: Counter[str] = Counter()
+        """Attributes that USD has no place for and that an import puts back, by group."""
+
+    def _counts(self) -> Counter[str]:
+        return self.exported
