@@ -45,7 +45,7 @@ class ImportContext:
             location = str(own.get("location", f"/root{self.top}"))
         self.location = location or "/root/world"
         """The location of the pseudo-root, or of the top prim."""
-        self.prototypes = free_location(stage, self.location)
+        self.prototypes = free_location(stage, self.location, self.top)
         """The location below which the prototypes of scene-graph instances are."""
         self.frame = frame
         self.purposes = frozenset(purposes)
@@ -175,11 +175,11 @@ class ImportContext:
         return tellar.samples(samples)
 
 
-def free_location(stage: Any, location: str) -> str:
+def free_location(stage: Any, location: str, top: str) -> str:
     """/root/prototypes, or that with a number if a prim or `location` is there."""
     place, number = "/root/prototypes", 1
     while location.startswith(place) or (
-        location == "/root" and stage.GetPrimAtPath(place.removeprefix("/root"))
+        location == "/root" and stage.GetPrimAtPath(top + place.removeprefix("/root"))
     ):
         number += 1
         place = f"/root/prototypes_{number}"

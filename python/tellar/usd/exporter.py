@@ -134,6 +134,21 @@ class SceneWriter:
                 )
                 self.bound.add(record.place)
 
+        for record in self.records:
+            self._unbind_common_faces(record)
+
+    def _unbind_common_faces(self, mesh: Record) -> None:
+        """USD wants that no face is in two of the subsets that are bound."""
+        subsets = [child for child in mesh.children
+                   if child.type == "faceset" and child.place in self.bound]
+        faces = [array(subset.attributes, "geometry.faces") for subset in subsets]
+        every = np.concatenate([[], *(item for item in faces if item is not None)])
+        if len(np.unique(every)) == len(every):
+            return
+        for subset in subsets:
+            self.bound.discard(subset.place)
+            self._lose("materials of facesets with common faces, kept as attributes", subset.place)
+
     def _material_path(self, record: Record) -> str:
         material = record.attribute("material")
         if isinstance(material, tellar.Group) and material.hash in self.helpers:
@@ -198,33 +213,17 @@ class SceneWriter:
         if kind not in ("GeomSubset", "Material", ""):
             write_visibility(writer, attributes)
         if kind == "GeomSubset":
-            write_subset(writer, attributes, self._is_bound_subset(record))
+            write_subset(writer, attributes, record.place in self.bound)
         elif kind == "Camera":
             write_camera(writer, attributes)
         elif record.type in SHAPES:
             if kind == "Xform":
-                why = "shapes below shapes" if is_below_shape(record) else "shapes that are not sound"
-                self._lose(f"{why}, kept as attributes", record.place)
+                why = "below shapes" if is_below_shape(record) else "that are not sound"
+                self._lose(f"shapes {why}, kept as attributes", record.place)
                 return
             write_shape(writer, record.type, attributes)
             if not write_extent(writer, attributes):
                 self.without_extent.append(record.path)
-
-    def _is_bound_subset(self, record: Record) -> bool:
-        """Whether a faceset has a material, and no face that another one of these has."""
-        if record.place not in self.bound or record.parent is None:
-            return False
-        faces = [
-            array(other.attributes, "geometry.faces")
-            for other in record.parent.children
-            if other.type == "faceset" and other.place in self.bound
-        ]
-        every = np.concatenate([item for item in faces if item is not None] or [np.array([])])
-        if len(np.unique(every)) == len(every):
-            return True
-        self.bound.discard(record.place)
-        self._lose("materials of facesets with common faces, kept as attributes", record.place)
-        return False
 
     def _write_instance(self, spec: Any, record: Record) -> None:
         source = record.source
@@ -341,9 +340,7 @@ class SceneWriter:
                 name = f"{property_name(path)}_{number}"
             names.add(name)
             write_value(self.layer, spec, path, item, name)
-        for unit, stamp in own.units.items():
-            if own.values and any(path == unit or path.startswith(unit + ".") for path in own.values):
-                self.summary.kept[unit.partition(".")[0]] += 1
+        self.summary.kept.update({path.partition(".")[0] for path in own.values})
         texts = [f"{stamp} {unit}" for unit, stamp in own.units.items()]
         writer.uniform(UNITS, Types.StringArray, Vt.StringArray(texts))
         writer.uniform(LAYOUT, Types.StringArray, Vt.StringArray(own.layout))

@@ -25,6 +25,7 @@ from .materials import import_material
 from .nodes import Node
 from .plain import encoded, keep_metadata, keep_property, keep_schemas, plain_value, user_property
 from .primvars import Elements, arbitrary_name, read_primvars
+from .remembered import HELPER_KEY, NAME_KEY
 from .summary import ImportSummary
 from .transforms import local_transform
 
@@ -294,10 +295,10 @@ class StageReader:
             prim, parent, where, purpose, primvars = stack.pop()
             name = prim.GetName()
             if is_own and prim.HasAuthoredCustomDataKey(roundtrip.OWN):
-                if prim.GetCustomDataByKey(roundtrip.HELPER_KEY):
+                if prim.GetCustomDataByKey(HELPER_KEY):
                     self._read_helpers(prim)
                     continue
-                true_name = prim.GetCustomDataByKey(roundtrip.NAME_KEY) or name
+                true_name = prim.GetCustomDataByKey(NAME_KEY) or name
                 where, name = f"{where}/{true_name}", encoded(true_name)
             else:
                 where = f"{where}/{name}"
@@ -476,7 +477,7 @@ class StageReader:
         """Reads the properties that any prim may have, and keeps those that mean nothing here."""
         context, node = self.context, self.nodes[index]
         primvars: set[str] = set()
-        own: list[str] = []
+        own_names: list[str] = []
         for name in names:
             if name.startswith("xformOp:"):
                 continue
@@ -485,14 +486,14 @@ class StageReader:
             elif name.startswith("material:binding"):
                 continue
             elif name.startswith(roundtrip.OWN):
-                own.append(name)
+                own_names.append(name)
             elif name.startswith("userProperties:"):
                 user_property(context, prim, name, node.attributes.setdefault("user", {}))
             else:
                 keep_property(context, prim, name, usd)
-        if own:
-            place = str(prim.GetPath())
-            self.own.append((index, place, roundtrip.read_own(context, prim, own)))
+        if own_names:
+            own_values = roundtrip.read_own(context, prim, own_names)
+            self.own.append((index, str(prim.GetPath()), own_values))
         if primvars:
             arbitrary: dict[str, Any] = {}
             read_primvars(context, prim, primvars, elements, arbitrary, usd)
@@ -544,7 +545,7 @@ class StageReader:
     def _shared_location(self, prim: Any) -> str | None:
         """The location that an instance in an exported scene shows; None if it was edited."""
         spec = self.context.stage.GetRootLayer().GetPrimAtPath(prim.GetPath())
-        found = spec.referenceList.GetAddedOrExplicitItems() if spec else ()
+        found: list[Any] = list(spec.referenceList.GetAddedOrExplicitItems()) if spec else []
         if len(found) != 1 or found[0].assetPath:
             return None
         place = self.context.location_of(found[0].primPath)
@@ -569,7 +570,7 @@ class StageReader:
         own = self.context.location + "/"
         if not location.startswith(own):
             return None
-        return self.context.stage.GetPrimAtPath(location[len(own) - 1 :])
+        return self.context.stage.GetPrimAtPath(self.context.top + location[len(own) - 1 :])
 
     # The result
 

@@ -44,7 +44,8 @@ _NEUTRAL: dict[str, Any] = {
 }
 # Properties of which an import takes care for prims of all types, or that concern viewers.
 _STRUCTURE = ("xformOp", "visibility", "purpose", "extent", "guideRadius", "light:shaderId",
-              "light:materialSyncMode", "primvars:", "userProperties:", "material:binding", CUSTOM_DATA)
+              "light:materialSyncMode", "primvars:", "userProperties:", "material:binding",
+              CUSTOM_DATA)
 
 
 def is_light_property(name: str) -> bool:

@@ -83,7 +83,7 @@ def form_of(attribute: tellar.Attribute) -> tuple[Any, Any, dict[str, Any]]:
         if isinstance(attribute.value, str):
             return Sdf.ValueTypeNames.String, str, data
         return Sdf.ValueTypeNames.StringArray, Vt.StringArray, data
-    known = _TUPLES.get((attribute.type, size))
+    known: Any = _TUPLES.get((attribute.type, size))
     if known is None:
         known = _SINGLES[attribute.type]
         if size != 1:
@@ -99,7 +99,7 @@ def form_of(attribute: tellar.Attribute) -> tuple[Any, Any, dict[str, Any]]:
     return several, values, data
 
 
-def value_of(context: ImportContext, prop: Any) -> tuple[str, tellar.Attribute] | None:
+def value_of(context: ImportContext, prop: Any) -> tuple[str, Any] | None:
     """The dotted name and the attribute of such a property; None for one without a value."""
     data = prop.GetCustomData() if prop.HasAuthoredMetadata("customData") else {}
     path = data.get(_NAME) or prop.GetName()[len(PREFIX):].replace(":", ".")

@@ -1,9 +1,10 @@
 """What a scene has beyond what USD can say, as properties "tellar:..." of exported prims.
 
-The attributes of a location fall into units, such as "xform" or "geometry.point.P". An export compares
-the units that an import makes of a prim with those of the location. Where they differ, the location's
-are written as properties, with the hash of what the import made. An import puts them back as long as it
-still makes the same; if not, somebody has edited the prim since, and the edit holds.
+The attributes of a location fall into units, such as "xform" or "geometry.point.P". An export
+compares the units that an import makes of a prim with those of the location. Where they differ, the
+location's are written as properties, with the hash of what the import made. An import puts them
+back as long as it still makes the same; if not, somebody has edited the prim since, and the edit
+holds.
 """
 
 from __future__ import annotations
@@ -14,7 +15,7 @@ from typing import TYPE_CHECKING, Any
 import tellar
 
 from .own_values import PREFIX, value_of
-from .remembered import HELPER_KEY, NAME_KEY
+from .remembered import CUSTOM_DATA
 
 if TYPE_CHECKING:
     from .context import ImportContext
@@ -24,10 +25,8 @@ UNITS = "tellarInfo:units"
 LAYOUT = "tellarInfo:layout"
 """The names of the attributes in the order of the location. A name that ends with a dot is an empty
 group, and one that starts with "!" a group that does not inherit."""
-OWN = "tellar"
+OWN = CUSTOM_DATA
 """The prefix of the names of all these properties."""
-__all__ = ["HELPER_KEY", "LAYOUT", "NAME_KEY", "OWN", "UNITS", "Own", "own_of", "read_own", "restore"]
-
 NOTHING = "-"
 """The hash of a unit that an import does not make."""
 
@@ -94,6 +93,7 @@ class Own:
 def own_of(attributes: tellar.Group, imported: Mapping[str, Any]) -> Own:
     """What an import cannot know of the attributes of a location."""
     own = Own()
+    attributes = tellar.group(members(attributes))  # that of a location need not inherit
     made = tellar.group(imported)
     if made == attributes:
         return own

@@ -88,7 +88,6 @@ def number_contents(records: list[Record]) -> None:
         for name in record.attributes.keys():
             item = record.attribute(name)
             if name == "xform":
-                own.append(name)  # its place among the others counts
                 transforms[id(record)] = item.hash
             else:
                 own.append(name + item.hash)
