@@ -95,6 +95,24 @@ def test_files_of_the_other_kinds_come_back(
     assert [path.name for path in tmp_path.iterdir()] == [f"a.{extension}"]
 
 
+def test_materials_with_textures_in_packages_are_an_exception(
+    examples: Path, tmp_path: Path
+) -> None:
+    scene = tellar.open(examples / "materials.json")
+    found = round_trip(scene, tmp_path, name="a.usdz")
+    assert found == ["/root/world/gallery/fresco"]
+    back = tellar.usd.import_usd(tmp_path / "a.usdz").scene()
+    before, after = (dict(contents(one[found[0]])) for one in (scene, back))
+    assert [name for name in before if before[name] != after[name]] == ["material"]
+
+
+def test_an_imported_stage_comes_back_with_its_instances(
+    examples: Path, tmp_path: Path
+) -> None:
+    scene = tellar.usd.import_usd(examples / "pier.usda").scene()
+    assert round_trip(scene, tmp_path) == []
+
+
 def test_odd_names_come_back(tmp_path: Path) -> None:
     parts = {name: {"a": {"type": "group"}} for name in ("1 st", "1_st", "a-b", "ä", "%2E", "def")}
     parts["c%2Ed"] = {"a": {"type": "polymesh", "geometry": SQUARE,

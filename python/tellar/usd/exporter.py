@@ -14,6 +14,7 @@ from pxr import Gf, Sdf, Tf, Usd, UsdGeom, UsdShade, UsdUtils, Vt
 import tellar
 
 from .camera_export import write_camera
+from .collecting import no_collection
 from .context import ImportContext
 from .exporting import export_context
 from .identifiers import unique_identifier
@@ -66,9 +67,10 @@ def export_usd(
     if frames is not None and not is_range(frames):
         raise tellar.BadCallError(f"{frames!r} are no first and last frame")
     check_folder(target)
-    exporter = SceneWriter(scene, at, threads)
-    exporter.write(frames)
-    save(exporter.layer, target)
+    with no_collection():
+        exporter = SceneWriter(scene, at, threads)
+        exporter.write(frames)
+        save(exporter.layer, target)
     return exporter.summary
 
 
@@ -342,9 +344,9 @@ class SceneWriter:
             write_value(self.layer, spec, path, item, name)
         self.summary.kept.update({path.partition(".")[0] for path in own.values})
         texts = [f"{stamp} {unit}" for unit, stamp in own.units.items()]
-        writer.uniform(UNITS, Types.StringArray, Vt.StringArray(texts))
-        writer.uniform(LAYOUT, Types.StringArray, Vt.StringArray(own.layout))
-        spec.attributes[UNITS].custom = spec.attributes[LAYOUT].custom = True
+        for name, values in ((UNITS, texts), (LAYOUT, own.layout)):
+            if values or record.source is not None:  # the source may have some
+                writer.uniform(name, Types.StringArray, Vt.StringArray(values), is_custom=True)
         if record.source is not None:
             self._block(spec, self.own_names.get(record.source.path, set()) - names)
 

@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import gc
 import os
 import re
 from collections.abc import Iterable, Mapping
@@ -18,6 +17,7 @@ from .. import _ops
 from . import cameras, geometry, instances, roundtrip
 from .bindings import BindingResolver
 from .bounds import BoundsPass
+from .collecting import no_collection
 from .context import ImportContext
 from .instances import InstanceOps, Instancer, Ops
 from .lights import import_light, is_light_property
@@ -207,15 +207,8 @@ class StageReader:
         self.helpers: set[str] = set()
 
     def read(self) -> ImportResult:
-        # The garbage collector would visit the growing tree again and again, and nothing in it is
-        # garbage.
-        was_enabled = gc.isenabled()
-        gc.disable()
-        try:
+        with no_collection():
             return self._read_all()
-        finally:
-            if was_enabled:
-                gc.enable()
 
     def _read_all(self) -> ImportResult:
         root = self._root()

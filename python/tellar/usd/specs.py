@@ -27,9 +27,9 @@ class PrimWriter:
         prop.default = value
         return prop
 
-    def uniform(self, name: str, kind: Any, value: Any) -> None:
+    def uniform(self, name: str, kind: Any, value: Any, is_custom: bool = False) -> None:
         """Writes a property that cannot change with time."""
-        prop = Sdf.AttributeSpec(self.spec, name, kind, Sdf.VariabilityUniform)
+        prop = Sdf.AttributeSpec(self.spec, name, kind, Sdf.VariabilityUniform, is_custom)
         prop.default = value
 
     def sampled(self, name: str, kind: Any, values: dict[float, Any]) -> Any:
