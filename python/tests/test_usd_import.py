@@ -730,6 +730,28 @@ def test_instancers_may_use_instances_and_share_prototypes() -> None:
     assert "/root/world/World/again/cube" not in scene
 
 
+def test_an_instancer_that_repeats_itself_has_no_instances() -> None:
+    stage = new_stage()
+    instancer = UsdGeom.PointInstancer.Define(stage, "/World/loop")
+    instancer.CreatePrototypesRel().SetTargets(["/World"])
+    instancer.CreateProtoIndicesAttr([0])
+    instancer.CreatePositionsAttr([(0, 0, 0)])
+    result = tellar.usd.import_usd(stage)
+    assert list(result.description) == ["stage"]
+    assert result.summary.lost["point instancers that repeat themselves"] == 1
+
+
+def test_a_transform_that_usd_refuses_is_left_out() -> None:
+    stage = new_stage()
+    mesh = square(stage, "/World/mesh")
+    mesh.CreateXformOpOrderAttr(["nonsense"])
+    result = tellar.usd.import_usd(stage)
+    location = result.scene()["/root/world/World/mesh"]
+    assert location.type == "polymesh"
+    assert "xform" not in location.attributes
+    assert result.summary.lost["transforms that USD finds invalid"] == 1
+
+
 def instances_stage() -> Any:
     stage = new_stage()
     leaf = stage.CreateClassPrim("/_leaf")

@@ -67,18 +67,27 @@ def read_geometry(
 
 def read_extent(context: ImportContext, prim: Any, names: set[str], node: Node) -> None:
     """The box around a shape: the authored one, or else the one that USD computes."""
-    if "extent" in names:
-        attribute = prim.GetAttribute("extent")
-        codes = context.array_codes(attribute)
-        if codes:
-            extents = {code: attribute.Get(code) for code in codes}
-            if all(item is not None and len(item) == 2 for item in extents.values()):
-                node.extents = extents
-                return
-        extent = attribute.Get(context.time_code)
-        if extent is not None and len(extent) == 2:
-            node.extent = extent
-            return
+    if "extent" not in names or not read_authored_extent(context, prim, node):
+        compute_extent(context, prim, names, node)
+
+
+def read_authored_extent(context: ImportContext, prim: Any, node: Node) -> bool:
+    """Returns false if there is no valid one."""
+    attribute = prim.GetAttribute("extent")
+    codes = context.array_codes(attribute)
+    if codes:
+        extents = {code: attribute.Get(code) for code in codes}
+        if all(item is not None and len(item) == 2 for item in extents.values()):
+            node.extents = extents
+            return True
+    extent = attribute.Get(context.time_code)
+    if extent is None or len(extent) != 2:
+        return False
+    node.extent = extent
+    return True
+
+
+def compute_extent(context: ImportContext, prim: Any, names: set[str], node: Node) -> None:
     boundable = UsdGeom.Boundable(prim)
     if not boundable:
         return

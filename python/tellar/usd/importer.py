@@ -207,7 +207,7 @@ class StageReader:
         self.helpers: set[str] = set()
 
     def read(self) -> ImportResult:
-        with no_collection():
+        with no_collection(), np.errstate(all="ignore"):  # a stage may hold infinities
             return self._read_all()
 
     def _read_all(self) -> ImportResult:
@@ -254,7 +254,7 @@ class StageReader:
                     context.lose("prims beside those of an exported scene", prim.GetPath())
             top = context.stage.GetPrimAtPath(context.top)
             del self.nodes[root].attributes["usd"]
-            reading = self._read_prim(top, root, location, "default", primvars)
+            reading = self._read_valid(top, root, location, "default", primvars)
             convert_root(context, self.nodes[root])
             if reading is None:
                 return
@@ -296,7 +296,7 @@ class StageReader:
             else:
                 where = f"{where}/{name}"
             index = self._add_node(name, parent, where)
-            reading = self._read_prim(prim, index, where, purpose, primvars)
+            reading = self._read_valid(prim, index, where, purpose, primvars)
             if reading is not None:
                 push(prim, index, where, *reading)
 
@@ -308,6 +308,16 @@ class StageReader:
                 place = self.context.location_of(prim.GetPath())
                 self.materials[place] = group
                 self.helpers.add(place)
+
+    def _read_valid(
+        self, prim: Any, index: int, where: str, purpose: str, primvars: dict[str, Any]
+    ) -> tuple[str, dict[str, Any]] | None:
+        """As _read_prim, but a prim that USD refuses keeps what has been read of it."""
+        try:
+            return self._read_prim(prim, index, where, purpose, primvars)
+        except Tf.ErrorException:
+            self.context.lose("prims that USD finds invalid", prim.GetPath())
+            return purpose, primvars
 
     def _read_prim(
         self, prim: Any, index: int, where: str, purpose: str, primvars: dict[str, Any]
@@ -356,7 +366,11 @@ class StageReader:
         return None if kind == "Material" else (purpose, primvars)
 
     def _read_transform(self, prim: Any, node: Node) -> None:
-        local = local_transform(self.context, prim)
+        try:
+            local = local_transform(self.context, prim)
+        except Tf.ErrorException:
+            self.context.lose("transforms that USD finds invalid", prim.GetPath())
+            return
         if local is None:
             return
         node.resets = local.resets
@@ -424,7 +438,8 @@ class StageReader:
         context = self.context
         node.attributes["usd"] = {"typeName": "PointInstancer"}
         node.hides_children_bounds = True
-        geometry.read_extent(context, prim, names, node)
+        if "extent" in names:
+            geometry.read_authored_extent(context, prim, node)
         instancer = instances.read_instancer(context, prim, names, where)
         if instancer is None:
             return frozenset(), None
@@ -432,6 +447,8 @@ class StageReader:
         for name in names:
             if name.startswith("primvars:"):
                 context.lose("primvars of point instances", prim.GetPath())
+        if not instancer.count:
+            return frozenset(), None
         known = instances.KNOWN - {"ids", "invisibleIds"}
         return known, Elements(instancer.count, instancer.count, instancer.count)
 
@@ -555,7 +572,7 @@ class StageReader:
                 name = f"source_{len(roots)}"
                 place = f"{self.context.prototypes}/{name}"
                 root = roots[place] = self._add_node(name, -1, place)
-                self._read_prim(prim, root, place, "default", {})
+                self._read_valid(prim, root, place, "default", {})
                 self._read_tree(prim, root, place)
                 item.sources = [place if other == source else other for other in item.sources]
 
@@ -572,6 +589,7 @@ class StageReader:
         for index, place in self.prototype_of.items():
             self.nodes[index].prototype = self.index_of[place]
         self._set_transforms()
+        self._drop_endless_instancers()
         for index, path in self.bound_materials:
             group = self.materials.get(path)
             if group is not None:
@@ -586,6 +604,24 @@ class StageReader:
         for node, entry in zip(self.nodes, self.entries):
             if not node.children:
                 del entry["c"]
+
+    def _drop_endless_instancers(self) -> None:
+        """Removes instancers that repeat themselves, and reads the extents of all others.
+
+        USD would not come to an end with the extent of an endless one.
+        """
+        endless = InstanceOps(self.shares, self.instancers).endless()
+        for item in self.instancers:
+            if item.target in endless:
+                self.context.lose("point instancers that repeat themselves", item.prim.GetPath())
+        self.instancers = [
+            item for item in self.instancers if item.count and item.target not in endless
+        ]
+        for item in self.instancers:
+            node = self.nodes[self.index_of[item.place]]
+            if not endless and node.extent is None and node.extents is None:
+                names = set(item.prim.GetAuthoredPropertyNames())
+                geometry.compute_extent(self.context, item.prim, names, node)
 
     def _set_transforms(self) -> None:
         still = [node for node in self.nodes if node.matrix is not None]

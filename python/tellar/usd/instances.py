@@ -31,6 +31,7 @@ class Instancer:
     sources: list[str]
     count: int
     arguments: dict[str, Any]
+    prim: Any
 
 
 @dataclass
@@ -58,19 +59,28 @@ class Ops:
 def read_instancer(
     context: ImportContext, prim: Any, names: set[str], location: str
 ) -> Instancer | None:
-    """The instances of a PointInstancer; None if it has none that can be shown."""
+    """A PointInstancer, with a count of 0 if it has no instances that can be shown.
+
+    None if it has no prototypes.
+    """
     instancer = UsdGeom.PointInstancer(prim)
     targets = instancer.GetPrototypesRel().GetForwardedTargets()
-    indices = instancer.GetProtoIndicesAttr().Get(context.time_code)
-    if not targets or indices is None or not len(indices):
+    if not targets:
         context.lose("point instancers without prototypes or instances", prim.GetPath())
         return None
+    sources = [context.location_of(path) for path in targets]
+    target = f"{location}/{free_name(prim)}"
+    found = Instancer(location, target, sources, 0, {}, prim)
+    indices = instancer.GetProtoIndicesAttr().Get(context.time_code)
+    if indices is None or not len(indices):
+        context.lose("point instancers without prototypes or instances", prim.GetPath())
+        return found
     indices = np.asarray(indices)
     count = len(indices)
     arguments = read_places(context, prim, names, count)
     if arguments is None:
         context.lose("point instancers whose positions do not fit their indices", prim.GetPath())
-        return None
+        return found
     hidden = hidden_instances(context, instancer, prim, names, count)
     wrong = (indices < 0) | (indices >= len(targets))
     if wrong.any():
@@ -84,9 +94,8 @@ def read_instancer(
     if len(hidden):
         arguments["hidden"] = hidden.astype(np.int32)
     context.summary.imported["point instances"] += count
-    sources = [context.location_of(path) for path in targets]
-    target = f"{location}/{free_name(prim)}"
-    return Instancer(location, target, sources, count, arguments)
+    found.count, found.arguments = count, arguments
+    return found
 
 
 def free_name(prim: Any) -> str:
@@ -195,6 +204,29 @@ class InstanceOps:
         begin = bisect_left(self.places, source + "/")
         end = bisect_left(self.places, source + "0")  # the character after "/"
         return found + self.places[begin:end]
+
+    def endless(self) -> set[str]:
+        """The targets of the instancers that repeat themselves, also by way of others."""
+        found: set[str] = set()
+        done: set[str] = set()
+        path: list[str] = []  # sources, each below the one before
+
+        def visit(source: str, by: list[str]) -> None:
+            if source in path:
+                found.update(by[path.index(source) :])
+            if source in path or source in done:
+                return
+            path.append(source)
+            for place in self.places_at(source):
+                for inner in self.sources[place]:
+                    visit(inner, [*by, place])
+            path.pop()
+            done.add(source)
+
+        for item in self.instancers:
+            for source in item.sources:
+                visit(source, [])
+        return found
 
     def share_arguments(self, places: list[str]) -> dict[str, Any]:
         index: dict[str, int] = {}
