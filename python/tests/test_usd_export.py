@@ -3,6 +3,8 @@
 from __future__ import annotations
 
 import json
+import subprocess
+import sys
 from pathlib import Path
 from typing import Any
 
@@ -31,8 +33,8 @@ RED: dict[str, Any] = {
 
 def scene_of(**children: dict[str, Any]) -> tellar.Scene:
     """A scene of entries of a StaticScene at /root/world."""
-    root = {"a": {"type": "group"}, "c": {"world": {"a": {"type": "group"}, "c": children}}}
-    return tellar.scene(tellar.ops.StaticScene(**root))
+    world = {"a": {"type": "group"}, "c": children}
+    return tellar.scene(tellar.ops.StaticScene(a={"type": "group"}, c={"world": world}))
 
 
 def exported(scene: tellar.Scene, path: Path, **options: Any) -> Any:
@@ -114,7 +116,7 @@ def test_an_imported_stage_comes_back_with_its_instances(
 
 
 def test_odd_names_come_back(tmp_path: Path) -> None:
-    parts = {name: {"a": {"type": "group"}} for name in ("1 st", "1_st", "a-b", "ä", "%2E", "def")}
+    parts: dict[str, Any] = {name: {"a": {"type": "group"}} for name in ("1 st", "1_st", "a-b", "ä", "%2E", "def")}
     parts["c%2Ed"] = {"a": {"type": "polymesh", "geometry": SQUARE,
                             "materialAssign": "/root/world/the red.one"}}
     parts["the red%2Eone"] = {"a": {"type": "material", "material": RED}}
@@ -124,7 +126,7 @@ def test_odd_names_come_back(tmp_path: Path) -> None:
 
 
 def test_attributes_of_all_types_come_back(tmp_path: Path) -> None:
-    user = {
+    user: dict[str, Any] = {
         "one": 1, "real": 0.1, "single": tellar.attribute(0.1, "float"), "text": "a\n\"b\" ü",
         "none": None, "no": {}, "texts": ["a", ""], "alone": tellar.attribute(["a"], "string"),
         "empty": tellar.attribute([], "int"), "pairs": np.array([[1, 2], [3, 4]], "i4"),
@@ -356,9 +358,24 @@ def test_wrong_arguments_have_clear_errors(tmp_path: Path) -> None:
         tellar.usd.export_usd(scene, tmp_path / "a.usd", at="/root/nothing")
     with pytest.raises(tellar.FileError, match="There is no folder"):
         tellar.usd.export_usd(scene, tmp_path / "no" / "a.usd")
+    with pytest.raises(tellar.FileError, match="Cannot write"):
+        tellar.usd.export_usd(scene, "/proc/a.usd")  # even for root
     (tmp_path / "b.usda").mkdir()
     with pytest.raises(tellar.FileError, match="is a folder"):
         tellar.usd.export_usd(scene, tmp_path / "b.usda")
+
+
+def test_the_command_exports_and_imports(examples: Path, tmp_path: Path) -> None:
+    def run(*arguments: str) -> list[str]:
+        command = [sys.executable, "-m", "tellar.usd", *arguments]
+        done = subprocess.run(command, capture_output=True, text=True, check=True)
+        return done.stderr.splitlines()
+
+    model, usd, back = examples / "garden.gltf", tmp_path / "a.usdc", tmp_path / "a.oxop"
+    assert "info: exported:" in run("export", str(model), str(usd), "--frames", "1:4")
+    assert "info: imported:" in run("import", str(usd), str(back))
+    assert Usd.Stage.Open(str(usd)).GetEndTimeCode() == 4
+    assert differences(tellar.open(model), tellar.open(back)) == []
 
 
 def test_a_summary_reports_what_was_written() -> None:

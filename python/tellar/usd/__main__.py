@@ -6,7 +6,7 @@ import argparse
 import sys
 from collections.abc import Sequence
 
-from .. import Error, Scene, scene, write_json, write_op_file
+from .. import Error, Scene, open, scene, write_json, write_op_file
 
 
 def _variants(texts: Sequence[str]) -> dict[str, dict[str, str]]:
@@ -23,7 +23,7 @@ def _variants(texts: Sequence[str]) -> dict[str, dict[str, str]]:
 
 def _parser() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(prog="tellar usd", description="Exchange scenes with USD.")
-    parser.add_argument("direction", choices=("import",))
+    parser.add_argument("direction", choices=("import", "export"))
     parser.add_argument("input", metavar="IN")
     parser.add_argument("output", metavar="OUT")
     parser.add_argument("--variant", action="append", default=[], metavar="PRIM:SET=NAME")
@@ -49,7 +49,7 @@ def _import(options: argparse.Namespace) -> None:
 
     result = import_usd(
         options.input,
-        location=options.at or "/root/world",
+        location=options.at,
         variants=_variants(options.variant),
         population_mask=options.population_mask or None,
         purposes=tuple(options.purpose) or ("default", "render"),
@@ -58,7 +58,30 @@ def _import(options: argparse.Namespace) -> None:
         frames_per_second=options.fps,
     )
     _write(scene(result.description), options.output)
-    for line in str(result.summary).splitlines():
+    _report(result.summary.lines())
+
+
+def _frames(text: str | None) -> tuple[float, float] | None:
+    """The first and the last frame of a text "A:B", or of the only one of "A"."""
+    if text is None:
+        return None
+    first, colon, last = text.partition(":")
+    try:
+        return float(first), float(last if colon else first)
+    except ValueError:
+        raise ValueError(f'--frames: "{text}" is not of the form A:B') from None
+
+
+def _export(options: argparse.Namespace) -> None:
+    from . import export_usd
+
+    frames = _frames(options.frames)
+    _report(export_usd(open(options.input), options.output, at=options.at or "/root",
+                       frames=frames).lines())
+
+
+def _report(lines: Sequence[str]) -> None:
+    for line in lines:
         print(f"info: {line}", file=sys.stderr)
 
 
@@ -66,7 +89,7 @@ def main(arguments: Sequence[str] | None = None) -> int:
     """Runs one command. Returns the exit status: 0, or 2 with a message on standard error."""
     options = _parser().parse_args(arguments)
     try:
-        _import(options)
+        _import(options) if options.direction == "import" else _export(options)
     except (Error, ImportError, OSError, ValueError) as error:
         print(f"tellar: {error}", file=sys.stderr)
         return 2
