@@ -108,6 +108,20 @@ def test_the_command_imports_usd(tmp_path: Path) -> None:
         assert (done.returncode, done.stdout) == (0, "")
         assert "2 prims" in done.stderr
         assert "/root/world/set/kit/ball" in tellar.open(tmp_path / name)
+    assert (tmp_path / "ball.json").read_text().startswith("{")
+
+
+def test_the_command_exports_usd(examples: Path, tmp_path: Path) -> None:
+    pytest.importorskip("pxr")
+    stage, back = tmp_path / "garden.usdc", tmp_path / "garden.oxop"
+    done = run("usd", "export", str(examples / "garden.json"), str(stage), "--frames", "0:48")
+    assert (done.returncode, done.stdout) == (0, "")
+    assert run("usd", "import", str(stage), str(back)).returncode == 0
+    assert "/root/world/garden/pond/boat/sail/boat_sail" in tellar.open(back)
+    for frames in ("a:b", "2:1"):
+        wrong = run("usd", "export", str(examples / "garden.json"), str(stage), "--frames", frames)
+        assert wrong.returncode == 2 and "frame" in wrong.stderr
+    assert run("usd", "export", str(tmp_path / "missing.json"), str(stage)).returncode == 2
 
 
 def test_the_command_tells_what_is_wrong_with_an_import(tmp_path: Path) -> None:

@@ -6,7 +6,7 @@ import argparse
 import sys
 from collections.abc import Sequence
 
-from .. import Error, Scene, open, scene, write_json, write_op_file
+from .. import Error, open
 
 
 def _variants(texts: Sequence[str]) -> dict[str, dict[str, str]]:
@@ -37,13 +37,6 @@ def _parser() -> argparse.ArgumentParser:
     return parser
 
 
-def _write(made: Scene, path: str) -> None:
-    if path.endswith(".json"):
-        write_json(made, path)
-    else:
-        write_op_file(made, path)
-
-
 def _import(options: argparse.Namespace) -> None:
     from . import import_usd
 
@@ -57,17 +50,17 @@ def _import(options: argparse.Namespace) -> None:
         frame=options.frame,
         frames_per_second=options.fps,
     )
-    _write(scene(result.description), options.output)
-    _report(result.summary.lines())
+    result.write(options.output)
+    _report(result.summary)
 
 
 def _frames(text: str | None) -> tuple[float, float] | None:
-    """The first and the last frame of a text "A:B", or of the only one of "A"."""
+    """The first and the last frame of "A:B" or "A"."""
     if text is None:
         return None
-    first, colon, last = text.partition(":")
+    first, _, last = text.partition(":")
     try:
-        return float(first), float(last if colon else first)
+        return float(first), float(last or first)
     except ValueError:
         raise ValueError(f'--frames: "{text}" is not of the form A:B') from None
 
@@ -75,13 +68,17 @@ def _frames(text: str | None) -> tuple[float, float] | None:
 def _export(options: argparse.Namespace) -> None:
     from . import export_usd
 
-    frames = _frames(options.frames)
-    _report(export_usd(open(options.input), options.output, at=options.at or "/root",
-                       frames=frames).lines())
+    summary = export_usd(
+        open(options.input),
+        options.output,
+        at=options.at or "/root",
+        frames=_frames(options.frames),
+    )
+    _report(summary)
 
 
-def _report(lines: Sequence[str]) -> None:
-    for line in lines:
+def _report(summary: object) -> None:
+    for line in str(summary).splitlines():
         print(f"info: {line}", file=sys.stderr)
 
 

@@ -72,8 +72,14 @@ class ImportResult:
         return tellar.scene(self.description)
 
     def write(self, path: str | os.PathLike[str], compress: bool = False) -> None:
-        """Writes an op file, which opens in milliseconds. Raises FileError."""
-        tellar.write_op_file(self.description, path, compress)
+        """Writes an op file, which opens in milliseconds, or JSON by the extension ".json".
+
+        Raises FileError.
+        """
+        if Path(os.fspath(path)).suffix.lower() == ".json":
+            tellar.write_json(self.description, path)
+        else:
+            tellar.write_op_file(self.description, path, compress)
 
     def __repr__(self) -> str:
         return f"<ImportResult of {self.summary.prims} prims>"

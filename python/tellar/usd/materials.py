@@ -86,7 +86,7 @@ def _terminals(
     """The name of each terminal, and the shader and output that it leads to.
 
     Of the outputs of a kind, the terminal of its plain name is the best for a renderer. The
-    others have names with the render context, such as "ri:surface".
+    others have names with the render context, such as "other:surface".
     """
     outputs = {str(one.GetBaseName()): one for one in material.GetOutputs()}
     found = []
