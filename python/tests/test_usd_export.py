@@ -136,6 +136,7 @@ def test_attributes_of_all_types_come_back(tmp_path: Path) -> None:
         "strings": tellar.attribute(["a", "b", "c", "d"], "string", 2),
         "apart": tellar.group({"z": 1, "a": tellar.group({}, inherit=False)}, inherit=False),
         "a b": 1, "a_b": 2, "x:y": 3, "1": 4,
+        "bytes": tellar.attribute([b"\xff\xfe", b"a\0b\r\n\x01"], "string"), "null": "\0",
         "late": tellar.samples({2.5: [1, 2]}),
         "moving": tellar.samples({-0.5: np.array([1, 2], "f4"), 0.25: np.array([3, 4], "f4")}),
         "names": tellar.samples({0: "a", 1: "b"}),

@@ -15,7 +15,7 @@ if TYPE_CHECKING:
     from .context import ImportContext
 
 PREFIX = "tellar:"
-_NAME, _TUPLE, _NULL = "name", "tupleSize", "null"
+_NAME, _TUPLE, _NULL, _BYTES = "name", "tupleSize", "null", "bytes"
 
 _BASES = {"int": "int", "float": "float", "double": "double"}
 _LETTERS = {"int": "i", "float": "f", "double": "d"}
@@ -80,9 +80,14 @@ def form_of(attribute: tellar.Attribute) -> tuple[Any, Any, dict[str, Any]]:
     if attribute.type == "string":
         if size != 1:
             data[_TUPLE] = size
+        if not all(is_plain(text) for value in attribute.samples.values() for text in texts(value)):
+            data[_BYTES] = True
+        encode = escaped if _BYTES in data else str
         if isinstance(attribute.value, str):
-            return Sdf.ValueTypeNames.String, str, data
-        return Sdf.ValueTypeNames.StringArray, Vt.StringArray, data
+            return Sdf.ValueTypeNames.String, encode, data
+        return Sdf.ValueTypeNames.StringArray, lambda value: Vt.StringArray(
+            [encode(text) for text in value]
+        ), data
     known: Any = _TUPLES.get((attribute.type, size))
     if known is None:
         known = _SINGLES[attribute.type]
@@ -117,7 +122,8 @@ def value_of(context: ImportContext, prop: Any) -> tuple[str, Any] | None:
     name = str(prop.GetTypeName().scalarType)
     size = int(data.get(_TUPLE, 0))
     if name in ("string", "token"):
-        found = {time: plain_texts(value) for time, value in samples.items()}
+        decode = unescaped if data.get(_BYTES) else str
+        found = {time: [decode(text) for text in texts(value)] for time, value in samples.items()}
         return path, one_or_more(found, "string", size or 1)
     kind = next((base for base in _BASES if name.startswith(base)), "double")
     if name not in _BASES and not size:
@@ -132,8 +138,27 @@ def one_or_more(samples: dict[float, Any], kind: str, size: int) -> Any:
     return tellar.samples(samples, kind, size)
 
 
-def plain_texts(value: Any) -> Any:
+def texts(value: Any) -> list[str]:
     return [value] if isinstance(value, str) else list(value)
+
+
+def is_plain(text: str) -> bool:
+    """Whether USD keeps a text as it is: UTF-8 without control characters but line feeds."""
+    if any(character < " " and character not in "\n\t" for character in text):
+        return False
+    return not any("\ud800" <= character <= "\udfff" for character in text)
+
+
+def escaped(text: str) -> str:
+    """The bytes of a text that is not plain, as hexadecimal digits."""
+    return text.encode("utf-8", "surrogateescape").hex()
+
+
+def unescaped(digits: str) -> str:
+    try:
+        return bytes.fromhex(digits).decode("utf-8", "surrogateescape")
+    except ValueError:
+        return digits
 
 
 def plain_numbers(value: Any, kind: str) -> Any:

@@ -9,6 +9,7 @@ from pxr import Sdf, Vt
 
 import tellar
 
+from .own_values import is_plain, texts
 from .primvars import Elements, arbitrary_name, input_type
 from .specs import PrimWriter, Types, array, converted, ints, text
 
@@ -82,9 +83,9 @@ def is_name(name: str) -> bool:
 def form_of(kind: str, values: tellar.Attribute) -> tuple[Any, Any] | None:
     """The type of the primvar and what makes its values; None if there is no such type."""
     if values.type == "string":
-        return Types.StringArray, lambda value: Vt.StringArray(
-            [value] if isinstance(value, str) else list(value)
-        )
+        if not all(is_plain(text) for value in values.samples.values() for text in texts(value)):
+            return None
+        return Types.StringArray, lambda value: Vt.StringArray(texts(value))
     if values.type not in _LETTERS:
         return None
     if kind in ("matrix3", "matrix4") and values.type == "double":

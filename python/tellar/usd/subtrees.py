@@ -74,6 +74,7 @@ def find_equal(records: list[Record]) -> list[Record]:
             source = first.setdefault(record.content, record)
             if source is not record and not uses_itself(source, inner):
                 record.source = source
+                record.children = []  # there may be a million locations below instances
                 continue
         stack.extend(reversed(record.children))
     return written
