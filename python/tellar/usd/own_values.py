@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from functools import lru_cache
 from typing import TYPE_CHECKING, Any
 
 import numpy as np
@@ -108,7 +109,7 @@ def value_of(context: ImportContext, prop: Any) -> tuple[str, Any] | None:
     """The dotted name and the attribute of such a property; None for one without a value."""
     data = prop.GetCustomData() if prop.HasAuthoredMetadata("customData") else {}
     path = data.get(_NAME) or prop.GetName()[len(PREFIX):].replace(":", ".")
-    codes = prop.GetTimeSamples()
+    codes = prop.GetTimeSamples() if context.is_animated else ()
     if codes:
         pairs = [(context.time(code), prop.Get(code)) for code in codes]
         samples = {time: value for time, value in pairs if value is not None}
@@ -119,7 +120,7 @@ def value_of(context: ImportContext, prop: Any) -> tuple[str, Any] | None:
         return None
     if data.get(_NULL):
         return path, tellar.attribute(None)
-    name = str(prop.GetTypeName().scalarType)
+    name = scalar_name(prop.GetTypeName())
     size = int(data.get(_TUPLE, 0))
     if name in ("string", "token"):
         decode = unescaped if data.get(_BYTES) else str
@@ -130,6 +131,11 @@ def value_of(context: ImportContext, prop: Any) -> tuple[str, Any] | None:
         size = 16 if name == "matrix4d" else 9 if name == "matrix3d" else int(name[-1])
     numbers = {time: plain_numbers(value, kind) for time, value in samples.items()}
     return path, one_or_more(numbers, kind, size or 1)
+
+
+@lru_cache
+def scalar_name(kind: Any) -> str:
+    return str(kind.scalarType)
 
 
 def one_or_more(samples: dict[float, Any], kind: str, size: int) -> Any:
