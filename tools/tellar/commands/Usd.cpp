@@ -36,7 +36,12 @@ if importlib.util.find_spec("tellar") is None:
     sys.stderr.write("tellar: the Python package tellar is missing for " + sys.executable
                      + ": pip install \"tellar[usd]\"\n")
     sys.exit(2)
-from tellar.usd.__main__ import main
+try:
+    from tellar.usd.__main__ import main
+except ImportError as error:
+    sys.stderr.write("tellar: the Python package tellar cannot be used by " + sys.executable + ": "
+                     + str(error) + "\n")
+    sys.exit(2)
 sys.exit(main(sys.argv[1:]))
 )";
 
