@@ -13,12 +13,16 @@ if [[ -n $made ]]; then
     rm -rf "$folder"
 fi
 
-# The build's own options stay as they are, those of its tests above all.
-tests=$(sed -n 's/^TELLAR_BUILD_TESTS:BOOL=//p' "$build/CMakeCache.txt")
+# The build's own choices stay as they are: whether it has tests, and the interpreter that runs them.
+cached() { sed -n "s/^$1:[A-Z]*=//p" "$build/CMakeCache.txt"; }
+kept=()
+for name in TELLAR_BUILD_TESTS _Python3_EXECUTABLE; do
+    [[ -z $(cached "$name") ]] || kept+=(--config-settings "cmake.define.${name#_}=$(cached "$name")")
+done
 log=$build/wheel.log
 build/python-environment/bin/python -m pip --disable-pip-version-check wheel . \
     --no-build-isolation --no-deps --wheel-dir "$folder" --config-settings "build-dir=$build" \
-    --config-settings "cmake.define.TELLAR_BUILD_TESTS=$tests" >"$log" 2>&1 || {
+    "${kept[@]}" >"$log" 2>&1 || {
     cat "$log" >&2
     exit 1
 }
