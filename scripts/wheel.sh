@@ -6,7 +6,8 @@ cd "$(dirname "$0")/.."
 
 build=build/release
 folder=build/wheel
-made=$(find "$folder" -name '*.whl' 2>/dev/null | head -n 1)
+mkdir -p "$folder"
+made=$(find "$folder" -name "*.whl" | head -n 1)
 parts=("$build/bin/tellar" "$build/lib" "$build/python" pyproject.toml python/tellar README.md examples)
 if [[ -n $made ]]; then
     [[ -n $(find "${parts[@]}" -newer "$made" -not -type d -print -quit) ]] || exit 0
