@@ -262,7 +262,7 @@ public:
                 turns.add(rotationOf(index, sample - 1), rotationOf(index, sample),
                           rotates.times()[sample - 1], rotates.times()[sample]);
             turns.appendTo(steps);
-            // As a matrix instead of degrees, because it needs no sine.
+            // A matrix instead of degrees needs no sine.
             steps.emplace_back("matrix",
                                DoubleAttribute(rotationOf(index, 0).matrix().data(), 16, 16));
         }

@@ -11,7 +11,7 @@ namespace TellarOps {
 struct Quaternion {
     double x = 0, y = 0, z = 0, w = 1;
 
-    /// Of any length. No rotation if the length is 0 or not finite.
+    /// Its length may be any. It is no rotation if the length is 0 or not finite.
     static Quaternion FromNumbers(const std::array<double, 4>& xyzw);
 
     /// For row vectors.

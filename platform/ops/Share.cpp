@@ -41,7 +41,7 @@ auto CookedChild(CookContext& context) {
     };
 }
 
-/// What a location consists of.
+/// The parts of a location.
 struct Content {
     bool exists = false;
     GroupAttribute attrs;

@@ -244,7 +244,7 @@ private:
     std::exception_ptr inputError;
 };
 
-/// What prepare of a type in Python returned.
+/// The result of prepare of a type in Python.
 class PreparedValue final : public OxOpType::State {
 public:
     explicit PreparedValue(nb::object object) : value(object.release().ptr()) {}

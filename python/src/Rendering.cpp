@@ -43,7 +43,7 @@ using TellarTool::StudioUse;
 
 constexpr std::chrono::milliseconds kBetweenLooks(50); // at progress, and at Ctrl-C
 
-/// What a renderer has told since somebody looked.
+/// The news of a renderer since somebody looked.
 struct News {
     double fraction = 0;
     std::string step;

@@ -13,7 +13,7 @@
 
 namespace TellarPython {
 
-/// What a column holds. It is decided by its rows: a column begins with None.
+/// The kind of values in a column. It is decided by its rows: a column begins with None.
 enum class ValueKind { None, Int, Long, Float, Double, Text };
 
 /// The bytes of one value; 1 for texts, whose bytes are counted alone.

@@ -14,9 +14,9 @@ struct GatheredTable {
     std::size_t rows = 0;
     /// One for each request. Rows without a value are filled, unless the column is ragged.
     std::vector<TableColumn> columns;
-    /// What the integers of a Type column are indices of, sorted.
+    /// The texts of a Type column, sorted. Its integers are indices of them.
     std::vector<std::string> types;
-    /// Of locations that are left out, in the order of the tree.
+    /// The errors of locations that are left out, in the order of the tree.
     std::vector<std::exception_ptr> errors;
 };
 

@@ -11,7 +11,7 @@
 
 namespace TellarPython {
 
-/// What a column is about. Python has the same numbers.
+/// The subject of a column. Python has the same numbers.
 enum class ColumnSubject {
     Path,
     Name,

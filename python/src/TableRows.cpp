@@ -22,7 +22,7 @@ constexpr std::int64_t kMatrixValues = 16;
 constexpr std::size_t kMostRowsInRun = 16384;
 constexpr int kRowBits = 40; // of a row's number; the thread's is above
 
-/// What the visitor passes down to the children of a location.
+/// The values that the visitor passes down to the children of a location.
 struct Inherited {
     WorldMatrix world;
     std::int64_t row = -1; // with the thread's number; -1 unless the location was selected

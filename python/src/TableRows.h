@@ -22,7 +22,7 @@
 
 namespace TellarPython {
 
-/// What has to be known of locations, whatever the number of columns that ask for it.
+/// The facts that have to be known of locations, whatever the number of columns that ask for it.
 struct TableNeeds {
     explicit TableNeeds(const TableRequest& request)
         : type(has(request, ColumnSubject::Type) || request.selection.hasTypes()),
@@ -79,8 +79,8 @@ public:
     const std::vector<std::vector<std::int64_t>>& getRunPlaces() const { return runPlaces; }
 
 private:
-    /// What is read of a location before anything is added, because reading may fail. Attributes
-    /// are a member of the table.
+    /// The values that are read of a location before anything is added, because reading may fail.
+    /// Attributes are a member of the table.
     struct Row {
         TELLAR::VisitWish wish = TELLAR::VisitWish::GoOn;
         std::int64_t children = 0; // that will be visited

@@ -16,7 +16,7 @@ public:
     WorldMatrix() = default;
     /// From all ancestors.
     static WorldMatrix Of(TELLAR::GeometryProducer& location);
-    /// Of a location whose parent has this one. `keepForChildren` was called.
+    /// The matrix of a location whose parent has this one. `keepForChildren` was called.
     WorldMatrix below(TELLAR::GeometryProducer& location) const;
     /// To be called before `below`.
     void keepForChildren();

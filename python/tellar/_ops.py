@@ -342,7 +342,7 @@ def op_of(description: Group, name: str | None) -> Op:
 
 # The classes of op types in Python by their names: the newest of each name.
 classes: dict[str, type[OpType]] = {}
-# What all of them say of themselves, also those that were defined again, by their registered names.
+# The descriptions of all of them, also of those that were defined again, by their registered names.
 described_types: dict[str, TypeDescription] = {}
 
 

@@ -258,7 +258,7 @@ class Ragged(Sequence[Any]):
 Column: TypeAlias = Any
 """A numpy array, a `Strings`, a `Categorical` or a `Ragged`."""
 
-# What the extension gives for a column: values, the ends of texts, the ends of rows, which rows
+# The extension gives this for a column: values, the ends of texts, the ends of rows, which rows
 # miss a value; and the categories.
 _Parts: TypeAlias = tuple[
     tuple[

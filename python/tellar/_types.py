@@ -32,7 +32,7 @@ __all__ = [
 DoubleArray: TypeAlias = NDArray[np.float64]
 NumberArray: TypeAlias = NDArray[np.int32] | NDArray[np.float32] | NDArray[np.float64]
 
-# What an attribute holds is known when the scene is read, and not before. A union would have every
+# The type of a value is known when the scene is read, and not before. A union would have every
 # caller of loc["geometry.point.P"] tell the type checker what it knows already.
 AttributeValue: TypeAlias = Any
 """A NumberArray, a str, a tuple of str, or None."""
@@ -47,8 +47,8 @@ AttributeLike: TypeAlias = Union[
 Resolution: TypeAlias = str | tuple[int, int]
 """The name of a resolution, or width and height in pixels."""
 
-# What the arguments of ops take, by their types in the descriptions of op types. An Attribute may
-# have time samples.
+# The values that arguments of ops take, by their types in the descriptions of op types. An
+# Attribute may have time samples.
 StringArgument: TypeAlias = Union[str, "os.PathLike[str]", "Attribute"]
 StringsArgument: TypeAlias = Union[
     str, "os.PathLike[str]", Iterable[Union[str, "os.PathLike[str]"]], "Attribute"

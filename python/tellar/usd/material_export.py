@@ -25,7 +25,7 @@ _WRAPS = {"repeat": "repeat", "clamp": "clamp", "mirror": "mirror", "decal": "bl
           "black": "black"}
 _COLOR_SPACES = {"srgb": "sRGB", "linear": "raw"}
 _BASE_NAMES = ("baseColor", "color", "Kd", "diffuse")
-# What shaders have by themselves where that differs from a standard surface.
+# The defaults of shaders where that differs from a standard surface.
 _SHADER_DEFAULTS: dict[str, dict[str, Numbers]] = {
     "matte": {"specular": (0.0,)},
     "metal": {"metalness": (1.0,)},

@@ -16,7 +16,7 @@ _BLACK = constant(0, 0, 0)
 _ZERO = constant(0)
 _ONE = constant(1)
 
-# What a standard surface has by itself. Without a base color it would have the colors of vertices.
+# The defaults of a standard surface. Without a base color it would have the colors of vertices.
 _DEFAULTS: dict[str, float] = {
     "metalness": 0, "roughness": 0.5, "anisotropy": 0, "anisotropyRotation": 0, "specular": 1,
     "specularColor": 1, "ior": 1.5, "transmission": 0, "coat": 0, "coatRoughness": 0.1,
