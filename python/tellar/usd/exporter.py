@@ -18,7 +18,6 @@ from .collecting import no_collection
 from .context import ImportContext
 from .exporting import export_context
 from .identifiers import unique_identifier
-from .importer import StageReader
 from .lights import dome_matrix, export_light
 from .materials import export_material
 from .own_values import property_name, write_value
@@ -26,6 +25,7 @@ from .remembered import CUSTOM_DATA
 from .roundtrip import LAYOUT, UNITS, Own, leaves, own_of
 from .shape_export import SHAPES, shape_type, write_extent, write_shape, write_subset
 from .specs import PrimWriter, Types, array
+from .stage_reader import read_stage
 from .subtrees import Record, find_equal, read_records
 from .summary import ExportSummary
 
@@ -313,15 +313,14 @@ class SceneWriter:
 
     def _compare(self, stage: Any) -> list[tuple[Record, Own]]:
         """What an import of the stage so far does not give back."""
-        reader = StageReader(ImportContext(stage))
-        reader.read()
+        imported = read_stage(ImportContext(stage))
         found = []
         for record in self.records:
-            index = reader.index_of.get(record.place)
+            index = imported.index_of.get(record.place)
             if index is None:
                 self._lose("locations that an import does not find", record.place)
                 continue
-            own = own_of(record.attributes, reader.nodes[index].attributes)
+            own = own_of(record.attributes, imported.nodes[index].attributes)
             if own or (record.source is not None and self._has_own(record.source)):
                 found.append((record, own))
                 self.own_names[record.path] = set()
