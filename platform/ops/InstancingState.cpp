@@ -26,7 +26,7 @@ bool InstancingState::hidesBelow(std::string_view path) const {
 }
 
 StringAttribute InstancingState::childNames(const InstanceTree::Place& group) const {
-    const StringAttribute names = tree.childNames(group);
+    StringAttribute names = tree.childNames(group);
     const InstanceTree::Range range = tree.instancesOf(group);
     const bool areInstances = group.level == 1;
     if (!areInstances || choice->numberShown(range) == range.end - range.begin) return names;
