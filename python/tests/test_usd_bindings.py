@@ -11,7 +11,8 @@ pytest.importorskip("pxr", reason="the USD bridge needs usd-core")
 
 from pxr import Sdf, Usd, UsdGeom, UsdShade
 
-from tellar.usd.bindings import BindingResolver
+from tellar.usd import import_usd
+from tellar.usd.bindings import bound_materials
 from tellar.usd.context import ImportContext
 
 PURPOSES = [UsdShade.Tokens.allPurpose, UsdShade.Tokens.preview, UsdShade.Tokens.full]
@@ -22,8 +23,10 @@ STRENGTHS = [
 ]
 
 
-def resolver_of(stage: Any, purpose: str = UsdShade.Tokens.full) -> BindingResolver:
-    return BindingResolver(stage, ImportContext(stage), purpose)
+def materials_of(
+    stage: Any, prims: list[Any], purpose: str = UsdShade.Tokens.full
+) -> list[Sdf.Path | None]:
+    return bound_materials(ImportContext(stage), prims, purpose)
 
 
 def tree(stage: Any, path: str, depth: int, chance: random.Random) -> None:
@@ -84,9 +87,9 @@ def prims_of(stage: Any) -> list[Any]:
 def test_every_prim_has_the_material_that_usd_computes(seed: int) -> None:
     stage = random_stage(seed)
     for purpose in PURPOSES:
-        resolver = resolver_of(stage, purpose)
-        for prim in prims_of(stage):
-            assert resolver.material_prim_path(prim) == computed(prim, purpose), prim.GetPath()
+        prims = prims_of(stage)
+        for prim, path in zip(prims, materials_of(stage, prims, purpose), strict=True):
+            assert path == computed(prim, purpose), prim.GetPath()
 
 
 def test_random_stages_have_bound_and_unbound_prims_and_subsets() -> None:
@@ -107,9 +110,10 @@ def test_the_material_of_a_location_is_a_location() -> None:
     material = UsdShade.Material.Define(stage, "/Looks/red")
     ball = UsdGeom.Sphere.Define(stage, "/ball").GetPrim()
     UsdShade.MaterialBindingAPI.Apply(ball).Bind(material)
-    resolver = resolver_of(stage)
-    assert resolver.material_path(ball) == "/root/world/Looks/red"
-    assert resolver.material_path(stage.GetPrimAtPath("/Looks")) is None
+    UsdGeom.Sphere.Define(stage, "/plain")
+    scene = import_usd(stage).scene()
+    assert scene["/root/world/ball"]["materialAssign"] == "/root/world/Looks/red"
+    assert "materialAssign" not in scene["/root/world/plain"].attributes
 
 
 def instanced_stage() -> Any:
@@ -136,17 +140,16 @@ def instanced_stage() -> Any:
 
 def test_instance_proxies_and_prototypes_have_the_materials_that_usd_computes() -> None:
     stage = instanced_stage()
-    resolver = resolver_of(stage)
     everywhere = Usd.TraverseInstanceProxies(Usd.PrimDefaultPredicate)
     prims = list(Usd.PrimRange(stage.GetPrimAtPath("/World"), everywhere))
     for prototype in stage.GetPrototypes():
         prims += list(Usd.PrimRange(prototype))
     assert sum(prim.IsInstanceProxy() for prim in prims) == 8
-    for prim in prims:
-        assert resolver.material_prim_path(prim) == computed(prim, "full"), prim.GetPath()
+    for prim, path in zip(prims, materials_of(stage, prims), strict=True):
+        assert path == computed(prim, "full"), prim.GetPath()
 
 
-def test_collections_cost_no_more_for_many_prims() -> None:
+def test_collections_cost_no_more_for_many_prims(monkeypatch: pytest.MonkeyPatch) -> None:
     stage = Usd.Stage.CreateInMemory()
     root = UsdGeom.Xform.Define(stage, "/World").GetPrim()
     material = UsdShade.Material.Define(stage, "/Looks/red")
@@ -158,12 +161,12 @@ def test_collections_cost_no_more_for_many_prims() -> None:
     UsdShade.MaterialBindingAPI.Apply(root).Bind(collection, material, "some")
     asked: list[int] = []
 
-    class Counting(BindingResolver):
-        def prepare(self, prims: list[Any]) -> None:
-            asked.append(len(prims))
-            super().prepare(prims)
+    def counting(context: ImportContext, prims: list[Any]) -> list[Sdf.Path | None]:
+        asked.append(len(prims))
+        return bound_materials(context, prims)
 
-    resolver = Counting(stage, ImportContext(stage))
-    bound = [resolver.material_prim_path(one) for one in root.GetChildren()]
-    assert bound.count(None) == 250
-    assert len(asked) == 1
+    monkeypatch.setattr("tellar.usd.finishing.bound_materials", counting)
+    scene = import_usd(stage).scene()
+    balls = [scene[f"/root/world/World/ball{index}"] for index in range(500)]
+    assert sum("materialAssign" in ball.attributes for ball in balls) == 250
+    assert asked == [500]

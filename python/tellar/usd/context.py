@@ -65,6 +65,8 @@ class ImportContext:
         self.is_held = stage.GetInterpolationType() == Usd.InterpolationTypeHeld
         self.root_matrix: Any = root_matrix(stage) if convert_units else Gf.Matrix4d(1)
         """From the stage's axes and units to +Y up and metres."""
+        self.schemas_of_types: dict[str, list[str]] = {}
+        """The API schemas without a meaning here that come with a type of prim, where known."""
         self._prototype_names: dict[str, str] = {}
         self._own_places: dict[str, str] = {}
 

@@ -31,8 +31,8 @@ class Findings:
     instancers: list[Instancer] = field(default_factory=list)
     materials: dict[str, Any] = field(default_factory=dict)
     """The network of each material, by its location."""
-    bound_materials: list[tuple[int, str]] = field(default_factory=list)
-    """The indices of nodes, and the locations of the materials that are bound to them."""
+    bindable: list[tuple[int, Any]] = field(default_factory=list)
+    """The indices of nodes, and their prims, that may be bound to materials."""
     helpers: set[str] = field(default_factory=set)
     """The places of materials that are no locations of the scene."""
     own: list[tuple[int, str, Own]] = field(default_factory=list)

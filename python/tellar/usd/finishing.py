@@ -2,10 +2,13 @@
 
 from __future__ import annotations
 
+from typing import Any
+
 import numpy as np
 from pxr import Vt
 
 from . import geometry, roundtrip
+from .bindings import bound_materials
 from .bounds import BoundsPass
 from .context import ImportContext
 from .findings import Findings
@@ -14,17 +17,12 @@ from .nodes import Node
 
 
 def finish_nodes(context: ImportContext, found: Findings) -> None:
-    """Sets what depends on other locations: prototypes, materials, bounds and restored values."""
+    """Sets what depends on other locations: materials, prototypes, bounds and restored values."""
+    assign_materials(context, found)
     for index, place in found.prototype_of.items():
         found.nodes[index].prototype = found.index_of[place]
     set_transforms(context, found.nodes)
     drop_endless_instancers(context, found)
-    for index, path in found.bound_materials:
-        group = found.materials.get(path)
-        if group is not None:
-            found.nodes[index].attributes["material"] = group
-        else:
-            context.lose("materials that are not part of the scene", path)
     remove_excluded(context, found)
     hide_sources(found)
     BoundsPass(context, found.nodes).run()
@@ -33,6 +31,26 @@ def finish_nodes(context: ImportContext, found: Findings) -> None:
     for node, entry in zip(found.nodes, found.entries):
         if not node.children:
             del entry["c"]
+
+
+def assign_materials(context: ImportContext, found: Findings) -> None:
+    """Sets the material of each location that is bound to one, and of which location it is."""
+    paths = bound_materials(context, [prim for _, prim in found.bindable])
+    places: dict[Any, str] = {}
+    for (index, _), path in zip(found.bindable, paths):
+        if path is None:
+            continue
+        place = places.get(path)
+        if place is None:
+            place = places[path] = context.location_of(path)
+        attributes = found.nodes[index].attributes
+        if place not in found.helpers:
+            attributes["materialAssign"] = place
+        group = found.materials.get(place)
+        if group is not None:
+            attributes["material"] = group
+        else:
+            context.lose("materials that are not part of the scene", place)
 
 
 def drop_endless_instancers(context: ImportContext, found: Findings) -> None:

@@ -108,5 +108,10 @@ def import_usd(
         convert_units=convert_units,
     )
     with no_collection():
-        found = read_stage(context)
-        return ImportResult(tellar.group(op_tree(context, found)), context.summary)
+        return import_stage(context)
+
+
+def import_stage(context: ImportContext) -> ImportResult:
+    """Reads the stage of a context. What it needs for that is gone when it returns."""
+    found = read_stage(context)
+    return ImportResult(tellar.group(op_tree(context, found)), context.summary)

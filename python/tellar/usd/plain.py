@@ -147,9 +147,11 @@ def user_property(context: ImportContext, prim: Any, name: str, user: dict[str, 
     user[leaf] = value
 
 
-def keep_metadata(context: ImportContext, prim: Any, usd: dict[str, Any]) -> None:
+def keep_metadata(
+    context: ImportContext, prim: Any, metadata: dict[str, Any], usd: dict[str, Any]
+) -> None:
     """Puts customData, assetInfo, kind and other metadata of a prim into the group "usd"."""
-    for name, value in prim.GetAllAuthoredMetadata().items():
+    for name, value in metadata.items():
         if name in _STRUCTURE:
             continue
         if name == "customData":
@@ -161,11 +163,21 @@ def keep_metadata(context: ImportContext, prim: Any, usd: dict[str, Any]) -> Non
             context.keep(f'metadata "{name}"', prim.GetPath())
 
 
-def keep_schemas(context: ImportContext, prim: Any, usd: dict[str, Any]) -> None:
+def keep_schemas(
+    context: ImportContext, prim: Any, kind: str, metadata: dict[str, Any], usd: dict[str, Any]
+) -> None:
     """Keeps the names of the API schemas that have no meaning here."""
-    schemas = prim.GetAppliedSchemas()
-    unknown = [name for name in schemas if name.partition(":")[0] not in _KNOWN_SCHEMAS]
+    unknown = None if "apiSchemas" in metadata else context.schemas_of_types.get(kind)
+    if unknown is None:
+        unknown = unknown_schemas(prim)
+        if "apiSchemas" not in metadata:
+            context.schemas_of_types[kind] = unknown
     if unknown:
         usd["apiSchemas"] = tellar.attribute(unknown, "string")
         for name in unknown:
             context.keep(f"API schemas {name}", prim.GetPath())
+
+
+def unknown_schemas(prim: Any) -> list[str]:
+    schemas = prim.GetAppliedSchemas()
+    return [name for name in schemas if name.partition(":")[0] not in _KNOWN_SCHEMAS]

@@ -10,7 +10,6 @@ from pxr import Tf, Usd, UsdGeom
 import tellar
 
 from . import cameras, geometry, instances, roundtrip
-from .bindings import BindingResolver
 from .context import ImportContext
 from .findings import Findings
 from .lights import import_light, is_light_property
@@ -35,7 +34,6 @@ class PrimReader:
     def __init__(self, context: ImportContext, found: Findings) -> None:
         self.context = context
         self.found = found
-        self.resolver = BindingResolver(context.stage, context)
 
     def read_valid(
         self, prim: Any, index: int, where: str, purpose: str, primvars: dict[str, Any]
@@ -56,7 +54,6 @@ class PrimReader:
         locations.
         """
         context, node = self.context, self.found.nodes[index]
-        kind = prim.GetTypeName()
         names = set(prim.GetAuthoredPropertyNames())
         if "purpose" in names:
             purpose = prim.GetAttribute("purpose").Get() or purpose
@@ -64,24 +61,26 @@ class PrimReader:
             self._read_transform(prim, node)
         if "visibility" in names:
             read_visibility(context, prim, node)
-        node.is_excluded = purpose not in context.purposes and kind != "Material"
-        if node.is_excluded:
+        if purpose not in context.purposes and prim.GetTypeName() != "Material":
+            node.is_excluded = True
             return purpose, primvars
+        metadata = prim.GetAllAuthoredMetadata()
+        kind: str = metadata.get("typeName") or prim.GetTypeName()
         context.count(kind or "prims without a type")
         usd: dict[str, Any] = {}
-        keep_metadata(context, prim, usd)
+        keep_metadata(context, prim, metadata, usd)
         known, elements = self._read_kind(prim, kind, names, index, where)
-        rest = names - _COMMON - known
+        rest = names.difference(_COMMON, known)
         if rest:
             self._read_rest(prim, index, rest, elements, usd)
-        keep_schemas(context, prim, usd)
+        keep_schemas(context, prim, kind, metadata, usd)
         if "doubleSided" in names and "geometry" in node.attributes:
             sided = bool(prim.GetAttribute("doubleSided").Get())
             node.attributes["geometry"]["doubleSided"] = int(sided)
         if primvars or "geometry" in node.attributes:
             primvars = self._inherit_primvars(node, kind, primvars)
-        is_instance = prim.IsInstance()
-        self._bind_material(prim, kind, index, is_instance)
+        is_instance = "instanceable" in metadata and prim.IsInstance()
+        self._note_binding(prim, kind, index, is_instance)
         if is_instance:
             self._share(prim, index, where, primvars)
             node.attributes.setdefault("usd", {}).update(usd) if usd else None
@@ -252,18 +251,14 @@ class PrimReader:
         constant = {name: entry for name, entry in own.items() if entry["scope"] == "primitive"}
         return inherited | constant if constant else inherited
 
-    def _bind_material(self, prim: Any, kind: str, index: int, is_instance: bool) -> None:
-        """Assigns the material that USD binds to a shape, to a subset or to an instance."""
+    def _note_binding(self, prim: Any, kind: str, index: int, is_instance: bool) -> None:
+        """Notes a shape, a subset or an instance, which may be bound to a material."""
         is_bound = kind in geometry.KNOWN or kind in ("GeomSubset", "PointInstancer")
         if not (is_bound or is_instance):
             return
         if kind == "GeomSubset" and not is_material_subset(self.found.nodes[index]):
             return
-        path = self.resolver.material_path(prim)
-        if path is not None:
-            if path not in self.found.helpers:
-                self.found.nodes[index].attributes["materialAssign"] = path
-            self.found.bound_materials.append((index, path))
+        self.found.bindable.append((index, prim))
 
     def _share(self, prim: Any, index: int, where: str, primvars: dict[str, Any]) -> None:
         """Lets an instance show the locations of its prototype."""
