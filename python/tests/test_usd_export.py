@@ -387,3 +387,23 @@ def test_a_summary_reports_what_was_written() -> None:
     summary.add_example("holes", "/root/a")
     assert summary.lines() == ["2 prims", "exported:", "  2 Mesh", "lost:", "  1 holes (/root/a)"]
     assert json.dumps(str(summary)) == json.dumps("\n".join(summary.lines()))
+
+
+@pytest.mark.parametrize("extension", ["usda", "usdc", "usdz"])
+def test_a_full_disk_is_told_in_one_line(examples: Path, tmp_path: Path, extension: str) -> None:
+    """A limit for the size of files stands in for the disk."""
+    target = tmp_path / f"a.{extension}"
+    program = f"""
+import resource, signal, tellar, tellar.usd
+scene = tellar.open({str(examples / "garden.json")!r})
+signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+resource.setrlimit(resource.RLIMIT_FSIZE, (4096, 4096))
+try:
+    tellar.usd.export_usd(scene, {str(target)!r})
+except tellar.FileError as error:
+    print(error.file, "|", error)
+"""
+    done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True)
+    lines = done.stdout.splitlines()
+    assert len(lines) == 1 and lines[0].startswith(f'{target} | Cannot write "{target}": ')
+    assert list(tmp_path.iterdir()) == []

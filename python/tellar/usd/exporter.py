@@ -21,6 +21,7 @@ from .identifiers import unique_identifier
 from .lights import dome_matrix, export_light
 from .materials import export_material
 from .own_values import property_name, write_value
+from .reasons import reason_of
 from .remembered import CUSTOM_DATA
 from .roundtrip import LAYOUT, UNITS, Own, leaves, own_of
 from .shape_export import SHAPES, shape_type, write_extent, write_shape, write_subset
@@ -432,4 +433,5 @@ def save(layer: Any, target: Path) -> None:
     except (OSError, Tf.ErrorException) as error:
         if isinstance(error, tellar.FileError):
             raise
-        raise tellar.FileError(f'Cannot write "{target}": {error}', file=str(target)) from None
+        reason = reason_of(error)
+        raise tellar.FileError(f'Cannot write "{target}": {reason}', file=str(target)) from None

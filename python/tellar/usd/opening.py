@@ -10,6 +10,8 @@ from pxr import Sdf, Tf, Usd
 
 import tellar
 
+from .reasons import reason_of
+
 Variants = Mapping[str, Mapping[str, str]] | Iterable[str]
 
 
@@ -24,7 +26,7 @@ def open_stage(path: Path, mask: Iterable[str] | None, load: str) -> Any:
         paths = [checked_path(text) for text in mask]
         return Usd.Stage.OpenMasked(str(path), Usd.StagePopulationMask(paths), rule)
     except Tf.ErrorException as error:
-        reason = "; ".join(str(item.commentary) for item in error.args) or "unknown error"
+        reason = reason_of(error)
         raise tellar.FileError(f'Cannot read USD file "{path}": {reason}', file=str(path)) from None
 
 
