@@ -207,6 +207,7 @@ def test_lights_that_no_scene_has_are_counted(stage: Any) -> None:
 
 def test_textures_are_relative_to_the_layer_that_names_them(tmp_path: Any) -> None:
     (tmp_path / "sub").mkdir()
+    (tmp_path / "sub" / "sky.png").write_bytes(b"")
     layer = Usd.Stage.CreateNew(str(tmp_path / "sub" / "sky.usda"))
     light = UsdLux.DomeLight.Define(layer, "/sky")
     light.CreateTextureFileAttr(Sdf.AssetPath("sky.png"))
