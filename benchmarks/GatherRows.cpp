@@ -51,7 +51,7 @@ void AddBound(const double* values, std::size_t count, Leaves& leaves) {
     std::copy_n(values, std::min<std::size_t>(count, 6), leaves.bounds.back().begin());
 }
 
-// What is read of one location.
+// The values that are read of one location.
 
 M44d WorldOf(GeometryProducer* location, const M44d& parentWorld) {
     const DoubleAttribute matrix = location->getAttribute("xform.matrix");

@@ -1,4 +1,5 @@
 #include "Arguments.h"
+#include "AttributeText.h"
 
 #include <cmath>
 #include <cstring>
@@ -267,8 +268,9 @@ Attribute WithType(const Attribute& attribute, const std::string& type, std::int
         if (type.empty()) return attribute;
         Refuse(PyExc_TypeError, "numbers were expected");
     }
-    const std::string wanted = type.empty() ? TypeNameOf(attribute) : type;
-    if (wanted == TypeNameOf(attribute) && (tupleSize == 0 || tupleSize == TupleSizeOf(attribute)))
+    const std::string wanted = type.empty() ? TellarTool::TypeName(attribute) : type;
+    if (wanted == TellarTool::TypeName(attribute) &&
+        (tupleSize == 0 || tupleSize == TupleSizeOf(attribute)))
         return attribute;
     if (wanted == "int") return NumbersAs<std::int32_t>(attribute, tupleSize);
     if (wanted == "float") return NumbersAs<float>(attribute, tupleSize);

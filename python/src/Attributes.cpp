@@ -10,6 +10,7 @@
 #include <nanobind/stl/vector.h>
 
 #include "Arguments.h"
+#include "AttributeText.h"
 #include "Classes.h"
 #include "Locations.h"
 #include "Values.h"
@@ -77,7 +78,7 @@ std::string Described(const Attribute& attribute) {
                std::to_string(data.getTupleSize());
     });
     const std::size_t times = TimesOf(attribute).size();
-    std::string text = std::string("<Attribute ") + TypeNameOf(attribute) + ", " + facts;
+    std::string text = std::string("<Attribute ") + TellarTool::TypeName(attribute) + ", " + facts;
     if (times > 1) text += ", " + std::to_string(times) + " samples";
     return text + ">";
 }
@@ -157,7 +158,7 @@ void AddAttribute(nb::module_& module) {
         "Immutable, and shared by any number of threads. Made by :func:`attribute` and\n"
         ":func:`samples`.");
     type.def_prop_ro(
-            "type", [](const Attribute& self) { return TypeNameOf(self); },
+            "type", [](const Attribute& self) { return TellarTool::TypeName(self); },
             "\"int\", \"float\", \"double\", \"string\" or \"null\".")
         .def_prop_ro(
             "tuple_size",

@@ -70,23 +70,6 @@ bool IsNumeric(const Attribute& attribute) {
     return type == kAttributeTypeInt || type == kAttributeTypeFloat || type == kAttributeTypeDouble;
 }
 
-const char* TypeNameOf(const Attribute& attribute) {
-    switch (attribute.getType()) {
-    case kAttributeTypeInt:
-        return "int";
-    case kAttributeTypeFloat:
-        return "float";
-    case kAttributeTypeDouble:
-        return "double";
-    case kAttributeTypeString:
-        return "string";
-    case kAttributeTypeGroup:
-        return "group";
-    default:
-        return "null";
-    }
-}
-
 nb::object ValueAt(const Attribute& attribute, float time) {
     if (attribute.getType() == kAttributeTypeGroup) return nb::cast(GroupAttribute(attribute));
     if (!attribute.isValid() || attribute.getType() == kAttributeTypeNull) return nb::none();

@@ -42,8 +42,6 @@ auto WithData(const OxAttribute::Attribute& attribute, Function function) {
 }
 
 bool IsNumeric(const OxAttribute::Attribute& attribute);
-/// "int", "float", "double", "string", "group" or "null".
-const char* TypeNameOf(const OxAttribute::Attribute& attribute);
 
 /// An Attribute or a Group, whichever it is.
 nanobind::object HandleOf(const OxAttribute::Attribute& attribute);
