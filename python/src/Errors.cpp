@@ -5,7 +5,7 @@
 #include <OxTellarSDK/TellarError.h>
 #include <nanobind/stl/string.h>
 
-#include "OpTypes.h"
+#include "CookFailures.h"
 
 namespace nb = nanobind;
 

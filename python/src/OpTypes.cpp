@@ -1,6 +1,5 @@
 #include "OpTypes.h"
 
-#include <deque>
 #include <exception>
 #include <map>
 #include <memory>
@@ -20,6 +19,7 @@
 
 #include "Arguments.h"
 #include "Classes.h"
+#include "CookFailures.h"
 #include "PythonCode.h"
 #include "Unlocked.h"
 #include "Values.h"
@@ -59,68 +59,6 @@ GroupAttribute WithType(const GroupAttribute& op, const std::string& type) {
     builder.update(op);
     builder.set("opType", StringAttribute(type));
     return builder.build();
-}
-
-// Failures ---------------------------------------------------------------------------------------
-
-constexpr std::size_t kMostFailures = 64; // kept for the causes of errors
-
-struct Failure {
-    std::string location;
-    std::string text;
-    PyObject* exception; // one reference
-};
-
-/// The last exceptions of cooks. The interpreter's lock guards them.
-std::deque<Failure>& LastFailures() {
-    static auto* const failures = new std::deque<Failure>;
-    return *failures;
-}
-
-void Remember(const std::string& location, const std::string& text, nb::handle exception) {
-    std::deque<Failure>& failures = LastFailures();
-    failures.push_back({location, text, exception.inc_ref().ptr()});
-    if (failures.size() <= kMostFailures) return;
-    PyObject* const oldest = failures.front().exception;
-    failures.pop_front();
-    Py_DECREF(oldest); // may run any code
-}
-
-void ForgetFailures() {
-    for (const Failure& failure : std::exchange(LastFailures(), {}))
-        Py_DECREF(failure.exception);
-}
-
-bool EndsWith(const std::string& text, const std::string& end) {
-    return text.size() >= end.size() &&
-           text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
-
-bool IsInstance(nb::handle object, nb::handle kind) {
-    return PyObject_IsInstance(object.ptr(), kind.ptr()) == 1;
-}
-
-std::string FieldOf(nb::handle error, const char* name) {
-    return BytesOf(nb::str(error.attr(name)));
-}
-
-OxErrorCode CodeOf(nb::handle exception) {
-    const nb::module_ errors = nb::module_::import_("tellar._errors");
-    if (IsInstance(exception, errors.attr("InvalidValueError"))) return kOxErrorValue;
-    if (IsInstance(exception, errors.attr("FileError"))) return kOxErrorFile;
-    if (IsInstance(exception, errors.attr("CancelledError"))) return kOxErrorCancelled;
-    return kOxErrorCook;
-}
-
-/// The facts of an exception of a type in Python.
-ErrorFacts FactsOfException(nb::handle exception) {
-    ErrorFacts facts;
-    facts.code = CodeOf(exception);
-    facts.text = BytesOf(nb::module_::import_("tellar._op_types").attr("failure_text")(exception));
-    if (!IsInstance(exception, nb::module_::import_("tellar._errors").attr("Error"))) return facts;
-    facts.attribute = FieldOf(exception, "attribute");
-    facts.file = FieldOf(exception, "file");
-    return facts;
 }
 
 // Cooks ------------------------------------------------------------------------------------------
@@ -312,7 +250,7 @@ private:
         }
         if (inputError && isSame(error.value(), inputError)) std::rethrow_exception(inputError);
         ErrorFacts facts = FactsOfException(error.value());
-        Remember(location, facts.text, error.value());
+        RememberFailure(location, facts.text, error.value());
         throw TellarError(std::move(facts));
     }
 
@@ -467,14 +405,6 @@ GroupAttribute WithNewestOpTypes(const GroupAttribute& description) {
         ops.emplace_back(description.getChildName(i), std::move(op));
     }
     return isChanged ? GroupAttribute(ops, description.getGroupInherit()) : description;
-}
-
-nb::object CauseOf(const ErrorFacts& facts) {
-    const std::deque<Failure>& failures = LastFailures();
-    for (auto failure = failures.rbegin(); failure != failures.rend(); ++failure)
-        if (failure->location == facts.location && EndsWith(facts.text, failure->text))
-            return nb::borrow(failure->exception);
-    return nb::none();
 }
 
 void AddOpTypes(nb::module_& module) {

@@ -2,8 +2,6 @@
 #define TELLAR_PYTHON_OPTYPES_H
 
 #include <OxTellarSDK/Attribute.h>
-#include <OxTellarSDK/TellarError.h>
-#include <nanobind/nanobind.h>
 
 namespace TellarPython {
 
@@ -13,10 +11,6 @@ bool HasRedefinedOpTypes();
 /// The description with the newest definition of each op type in Python that was defined more than
 /// once. Returns `description` itself if it has none of them. Needs no lock of the interpreter.
 OxAttribute::GroupAttribute WithNewestOpTypes(const OxAttribute::GroupAttribute& description);
-
-/// The Python exception that made a cook fail; none if it was not one, or if many have come after
-/// it. The caller holds the interpreter's lock.
-nanobind::object CauseOf(const ErrorFacts& facts);
 
 } // namespace TellarPython
 
