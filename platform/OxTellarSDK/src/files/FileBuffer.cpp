@@ -24,6 +24,11 @@ constexpr std::uint64_t kLargePageBytes = std::uint64_t(2) << 20;
 
 constexpr const char* kCutShort = "it has become shorter since it was opened";
 
+/// How far an address is from the next multiple of `alignment`.
+std::uint64_t PaddingTo(std::uint64_t alignment, const void* address) {
+    return (alignment - reinterpret_cast<std::uintptr_t>(address) % alignment) % alignment;
+}
+
 } // namespace
 
 FileBuffer::FileBuffer(FileBuffer&& other) noexcept {
@@ -43,10 +48,12 @@ FileBuffer& FileBuffer::operator=(FileBuffer&& other) noexcept {
 
 FileBuffer FileBuffer::Allocate(std::uint64_t bytes) {
     FileBuffer buffer;
-    buffer.allocationBytes = bytes + kFrontBytes;
+    if (bytes > SIZE_MAX / 2) throw std::bad_alloc();
+    buffer.allocationBytes = kFrontBytes + kAlignment + bytes + kTailBytes;
     buffer.allocation = static_cast<char*>(std::calloc(1, buffer.allocationBytes));
     if (!buffer.allocation) throw std::bad_alloc();
-    buffer.start = buffer.allocation + kFrontBytes;
+    char* const behindFront = buffer.allocation + kFrontBytes;
+    buffer.start = behindFront + PaddingTo(kAlignment, behindFront);
     buffer.bytes = bytes;
     return buffer;
 }
@@ -88,14 +95,13 @@ FileBuffer FileBuffer::Open(std::FILE* file, const RegularFile::State& state, Fi
     // One anonymous page for the owner's pointer, which lies in front of the file's first byte, and
     // right behind it the file.
     const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    buffer.allocationBytes = page + state.bytes + kLargePageBytes;
+    buffer.allocationBytes = page + kLargePageBytes + state.bytes + page + kTailBytes;
     void* reserved = mmap(nullptr, buffer.allocationBytes, PROT_READ | PROT_WRITE,
                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (reserved == MAP_FAILED) fail();
     buffer.allocation = static_cast<char*>(reserved);
-    const auto afterPage = reinterpret_cast<std::uintptr_t>(reserved) + page;
-    const std::uint64_t padding = (kLargePageBytes - afterPage % kLargePageBytes) % kLargePageBytes;
-    buffer.start = buffer.allocation + page + padding;
+    char* const behindPage = buffer.allocation + page;
+    buffer.start = behindPage + PaddingTo(kLargePageBytes, behindPage);
     if (access == FileAccess::Map &&
         mmap(buffer.start, state.bytes, PROT_READ, MAP_PRIVATE | MAP_FIXED, buffer.descriptor, 0) ==
             MAP_FAILED)

@@ -21,8 +21,15 @@ enum class FileAccess {
 
 /// The bytes of a whole file, in memory or mapped, with room for one pointer in front:
 /// data()[-8..0) belongs to the owner and starts as zeros. Movable, for one owner.
+///
+/// The first byte lies at a multiple of kAlignment, so that no other buffer has bytes in the same
+/// run of that size. At least kTailBytes behind the last byte are readable too: a reader that has
+/// compared a value's place with the end need not compare that of a value of up to 64 KiB as well.
 class FileBuffer {
 public:
+    static constexpr std::uint64_t kAlignment = 65536;
+    static constexpr std::uint64_t kTailBytes = 2 * 65536;
+
     /// Plain files above this are opened by Open; smaller ones are read, which is as fast.
     static constexpr std::uint64_t kLargeBytes = 4u << 20;
 
