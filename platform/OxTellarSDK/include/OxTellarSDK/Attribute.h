@@ -317,6 +317,10 @@ public:
     std::string_view getValueView() const noexcept { return getValueView(0); }
     /// Value `index` of the sample nearest to time 0, without a copy; empty when out of range.
     std::string_view getValueView(std::int64_t index) const noexcept;
+    /// The place of the first value equal to `text`, counted through all time samples, one after
+    /// the other; -1 when there is none. A list of more than 256 values is indexed by the first
+    /// call, and the time of further calls does not depend on its length.
+    std::int64_t findValue(std::string_view text) const;
 
     ConstStringSample getNearestSample(float time) const&;
     ConstStringSample getNearestSample(float time) &&;

@@ -9,7 +9,10 @@
 
 #include <boost/container/small_vector.hpp>
 
+#include <OxTellarSDK/AttributeChain.h>
 #include <OxTellarSDK/LocationPath.h>
+
+#include "NodeAccess.h"
 
 namespace OxTellarServices {
 
@@ -75,6 +78,17 @@ std::string AncestorPath(std::string_view path, int depth) {
     return std::string(path);
 }
 
+/// The value of a location and those of its ancestors, nearest first, as one.
+template <typename Values>
+Attribute Combine(const Values& values) {
+    // Starts at the far end, because a value that does not inherit hides those above it from all
+    // locations below.
+    Attribute seen;
+    for (auto value = values.rbegin(); value != values.rend(); ++value)
+        seen = Inherit(*value, seen);
+    return seen;
+}
+
 /// The values of the location and its ancestors, nearest first, up to one that hides the rest.
 /// Locations without a value are left out.
 class Lookup {
@@ -87,14 +101,7 @@ public:
         }
     }
 
-    /// Starts at the far end, because a value that does not inherit hides those above it from all
-    /// locations below.
-    Attribute result() const {
-        Attribute seen;
-        for (auto value = values.rbegin(); value != values.rend(); ++value)
-            seen = Inherit(*value, seen);
-        return seen;
-    }
+    Attribute result() const { return Combine(values); }
 
     int nearestDepth() const { return nearest; }
 
@@ -125,7 +132,74 @@ private:
     int nearest = -1;
 };
 
+/// What one location has for a dotted name, without a reference.
+struct OwnValue {
+    Node* value;         // null when it has none
+    bool hidesAncestors; // no value further up can contribute
+};
+
+bool Inherits(const Node* node) {
+    return IsGroup(node) && (node->flags & kGroupInherit) != 0;
+}
+
+/// Finds the value and tells whether it hides those of the ancestors in one walk down the name.
+OwnValue FindOwn(const Node* group, std::string_view name) {
+    bool isHidden = false;
+    for (;;) {
+        const std::string_view part = name.substr(0, name.find('.'));
+        const std::int64_t index = FindChild(group, part);
+        if (index < 0) return {nullptr, isHidden};
+        Node* const child = ChildOf(group, static_cast<std::uint64_t>(index));
+        isHidden = isHidden || !Inherits(child);
+        if (part.size() == name.size()) return {child, isHidden};
+        if (!IsGroup(child)) return {nullptr, true};
+        group = child;
+        name.remove_prefix(part.size() + 1);
+    }
+}
+
+/// Asks the groups of a chain as GeometryProducer::getAttribute does.
+class ChainProvider final : public Provider {
+public:
+    explicit ChainProvider(const AttributeChain& chain) : chain(chain) {}
+
+    int provideAttribute(const std::string& name, int depth, Attribute& result) override {
+        constexpr int kAboveRoot = 2;
+        if (static_cast<std::size_t>(depth) >= chain.count) return kAboveRoot;
+        const GroupAttribute& group = *chain.groups[depth];
+        const char* const text = name.c_str();
+        result = *text == '\0' ? Attribute(group) : group.getChildByName(text);
+        return kProvided;
+    }
+
+private:
+    const AttributeChain& chain;
+};
+
+/// False for names that getAttribute takes for the whole group, or reads up to a NUL byte.
+bool IsPlainName(const std::string& name) {
+    return !name.empty() && name[0] != '.' && name.find('\0') == std::string::npos;
+}
+
 } // namespace
+
+Attribute getGlobalAttrOfChain(const AttributeChain& chain, const std::string& name) {
+    if (!IsPlainName(name)) {
+        ChainProvider provider(chain);
+        return getGlobalAttrGeneric(provider, name, std::string(), nullptr);
+    }
+    boost::container::small_vector<Attribute, 4> values; // nearest first
+    for (std::size_t depth = 0; depth < chain.count; ++depth) {
+        const Node* const group = chain.groups[depth]->getHandle();
+        if (!group) continue;
+        const OwnValue own = FindOwn(group, name);
+        if (own.value && own.hidesAncestors && values.empty())
+            return Attribute::CreateAndRetain(own.value);
+        if (own.value) values.push_back(Attribute::CreateAndRetain(own.value));
+        if (own.hidesAncestors) break;
+    }
+    return Combine(values);
+}
 
 Attribute getGlobalAttrGeneric(Provider& provider, const std::string& name,
                                const std::string& locationPath, std::string* foundAt) {

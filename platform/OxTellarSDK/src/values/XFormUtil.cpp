@@ -1,15 +1,21 @@
 #include <OxTellarSDK/XFormUtil.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include <Imath/ImathMatrix.h>
 #include <Imath/ImathVec.h>
+#include <boost/container/small_vector.hpp>
 
+#include <OxTellarSDK/AttributeChain.h>
+
+#include "GroupChildren.h"
 #include "NodeAccess.h"
 
 namespace OxXFormUtil {
@@ -87,11 +93,30 @@ void ReadAs(const Node* child, std::int64_t count, float time, double* out) {
         out[i] = span.interpolate<Blended>(low[i], high[i]);
 }
 
-/// `child` is a numeric attribute with at least `count` values.
-void ReadValues(const Node* child, std::int64_t count, float time, double* out) {
-    if (child->type == kAttributeTypeDouble) return ReadAs<double>(child, count, time, out);
-    if (child->type == kAttributeTypeFloat) return ReadAs<float>(child, count, time, out);
-    ReadAs<std::int32_t, double>(child, count, time, out);
+/// Returns the first `count` values at `time`, which lie in the attribute or are assigned to
+/// `room`. `child` is a numeric attribute with at least `count` values.
+const double* ReadValues(const Node* child, std::int64_t count, float time, double* room) {
+    const bool isDouble = child->type == kAttributeTypeDouble;
+    if (isDouble && child->timeCount == 1) return Values<double>(child);
+    if (isDouble)
+        ReadAs<double>(child, count, time, room);
+    else if (child->type == kAttributeTypeFloat)
+        ReadAs<float>(child, count, time, room);
+    else
+        ReadAs<std::int32_t, double>(child, count, time, room);
+    return room;
+}
+
+/// Replaces b by a b. The sums are in the order of Imath's product, so they are equal bit by bit;
+/// whole rows at a time are half the instructions.
+void MultiplyFromLeft(const double* a, Matrix& b) {
+    double product[4][4];
+    for (int row = 0; row < 4; ++row)
+        for (int column = 0; column < 4; ++column)
+            product[row][column] = a[4 * row] * b.x[0][column] + a[4 * row + 1] * b.x[1][column] +
+                                   a[4 * row + 2] * b.x[2][column] +
+                                   a[4 * row + 3] * b.x[3][column];
+    std::copy_n(&product[0][0], kMatrixValues, b.getValue());
 }
 
 /// Composes steps at one time. A later step is applied to points before the earlier ones, so it is
@@ -102,8 +127,9 @@ public:
 
     void operator()(const KindRow& row, const Node* child) {
         const bool isFirst = !std::exchange(anyStep, true);
-        double v[kMatrixValues] = {};
-        if (row.values > 0) ReadValues(child, row.values, time, v);
+        double room[kMatrixValues];
+        const double* const v =
+            row.values > 0 ? ReadValues(child, row.values, time, room) : nullptr;
         switch (row.kind) {
         case Kind::Translate:
             matrix.translate(Vector(v[0], v[1], v[2]));
@@ -137,9 +163,10 @@ private:
     }
 
     void multiply(const double* v, bool isFirst) {
-        Matrix step(Imath::UNINITIALIZED);
-        std::copy_n(v, kMatrixValues, step.getValue());
-        matrix = isFirst ? step : step * matrix;
+        if (isFirst)
+            std::copy_n(v, kMatrixValues, matrix.getValue());
+        else
+            MultiplyFromLeft(v, matrix);
     }
 
     float time;
@@ -174,6 +201,22 @@ private:
     std::vector<float> times;
 };
 
+constexpr std::string_view kXForm = "xform";
+
+/// The child "xform" of a group, without a reference; null when there is none.
+Node* FindXForm(const GroupAttribute& attrs) {
+    const Node* const group = attrs.getHandle();
+    const std::int64_t index = group ? FindChild(group, kXForm) : -1;
+    return index < 0 ? nullptr : ChildOf(group, static_cast<std::uint64_t>(index));
+}
+
+/// "i12". The text lies in `room`.
+std::string_view NameOfDepth(std::size_t depth, char (&room)[24]) {
+    room[0] = 'i';
+    const char* const end = std::to_chars(room + 1, std::end(room), depth).ptr;
+    return {room, static_cast<std::size_t>(end - room)};
+}
+
 } // namespace
 
 std::optional<std::int64_t> ValuesOfStep(std::string_view name) {
@@ -204,6 +247,37 @@ std::pair<DoubleAttribute, bool> CalcTransformMatrixAtExistingTimes(const GroupA
     return {DoubleAttribute(times.data(), static_cast<std::int64_t>(times.size()), values.data(),
                             kMatrixValues, kMatrixValues),
             true};
+}
+
+GroupAttribute MakeTransformGroup(const AttributeChain& chain) {
+    struct Level {
+        Attribute xform;
+        char name[24];
+    };
+    constexpr std::size_t kUsualDepth = 12;
+    boost::container::small_vector<Level, kUsualDepth> levels; // borrowed by the children
+    boost::container::small_vector<NamedChild, kUsualDepth> children;
+    levels.reserve(chain.count);
+    children.reserve(chain.count);
+    for (std::size_t depth = 0; depth < chain.count; ++depth) {
+        Node* const xform = FindXForm(*chain.groups[chain.count - 1 - depth]);
+        if (!xform) continue;
+        Level& level = levels.emplace_back();
+        level.xform = Attribute::CreateAndRetain(xform);
+        children.push_back({NameOfDepth(depth, level.name), &level.xform});
+    }
+    return MakeGroup(children.data(), children.size(), false);
+}
+
+bool CalcTransformMatrixOfChain(const AttributeChain& chain, float time, double* matrix) {
+    Composer composer(time);
+    for (std::size_t depth = 0; depth < chain.count; ++depth) {
+        const Node* const xform = FindXForm(*chain.groups[chain.count - 1 - depth]);
+        if (xform && IsGroup(xform)) ForEachStep(xform, composer);
+    }
+    if (!composer.hasAnyStep()) return false;
+    std::copy_n(composer.values(), kMatrixValues, matrix);
+    return true;
 }
 
 } // namespace OxXFormUtil

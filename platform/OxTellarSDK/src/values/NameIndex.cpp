@@ -1,0 +1,189 @@
+#include <OxTellarSDK/Attribute.h>
+
+#include <cstring>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <xxhash.h>
+
+#include "NodeAccess.h"
+#include "PerThread.h"
+
+// Finding a string in a list. Long lists are indexed when they are first asked: a location with a
+// hundred thousand children is asked for many of them by name.
+//
+// Indexes are cached by what identifies their list: its content, or its place in a file, so that
+// one is found again whoever holds the list, and none keeps a list or a file alive. They hold
+// places only, and names are compared in the list itself. The cache is bounded by kMostSlots.
+
+namespace OxAttribute {
+
+namespace {
+
+// A search through so many takes about as long as the cook of a location.
+constexpr std::int64_t kScannedValues = 256;
+// Beyond this, places do not fit in an index.
+constexpr std::int64_t kMostValues = 1ll << 31;
+// 64 MiB of indexes.
+constexpr std::size_t kMostSlots = 16u << 20;
+
+/// The values of all samples, one sample after the other.
+class Strings {
+public:
+    explicit Strings(const StringAttribute& attribute) : first(attribute.getSample(0)) {}
+    std::string_view operator[](std::int64_t place) const {
+        return first[static_cast<std::size_t>(place)]; // samples lie one behind the other
+    }
+
+private:
+    const ConstStringSample first;
+};
+
+/// The first place of a text. Words at the ends tell nearly all strings apart, because names of
+/// siblings are alike at the front; `Word` is no longer than the text.
+template <typename Word>
+std::int64_t Scan(const Strings& strings, std::int64_t count, std::string_view text) {
+    const char* const tail = text.data() + text.size() - sizeof(Word);
+    for (std::int64_t i = 0; i < count; ++i) {
+        const std::string_view value = strings[i];
+        if (value.size() == text.size() &&
+            IsSameWord<Word>(value.data() + value.size() - sizeof(Word), tail) && value == text)
+            return i;
+    }
+    return -1;
+}
+
+std::int64_t Scan(const Strings& strings, std::int64_t count, std::string_view text) {
+    if (text.size() >= 8) return Scan<std::uint64_t>(strings, count, text);
+    if (text.size() >= 4) return Scan<std::uint32_t>(strings, count, text);
+    for (std::int64_t i = 0; i < count; ++i)
+        if (strings[i] == text) return i;
+    return -1;
+}
+
+/// Places of strings by their hashes, with open addressing: a slot holds a place + 1, or 0.
+class NameIndex {
+public:
+    NameIndex(const Strings& strings, std::int64_t count) {
+        std::size_t size = 1;
+        while (size < 2 * static_cast<std::size_t>(count))
+            size *= 2;
+        slots.resize(size);
+        for (std::int64_t place = 0; place < count; ++place) {
+            std::uint32_t& slot = slots[slotOf(strings, strings[place])];
+            if (slot == 0) slot = static_cast<std::uint32_t>(place) + 1; // the first of equal ones
+        }
+    }
+
+    std::int64_t find(const Strings& strings, std::string_view text) const {
+        return std::int64_t(slots[slotOf(strings, text)]) - 1;
+    }
+    std::size_t size() const { return slots.size(); }
+
+private:
+    /// The slot of a text, or the free one where it would be.
+    std::size_t slotOf(const Strings& strings, std::string_view text) const {
+        const std::size_t mask = slots.size() - 1;
+        std::size_t at = XXH3_64bits(text.data(), text.size()) & mask;
+        while (slots[at] != 0 && strings[slots[at] - 1] != text)
+            at = (at + 1) & mask;
+        return at;
+    }
+
+    std::vector<std::uint32_t> slots;
+};
+
+using NameIndexPtr = std::shared_ptr<const NameIndex>;
+
+/// Identifies a list: by container and address in a file, otherwise by its content.
+struct ListKey {
+    std::uint64_t container = 0; // 0 in memory, for container numbers begin with 1
+    Hash hash;
+
+    ListKey() = default;
+    explicit ListKey(const StringAttribute& list) {
+        const Node* const node = list.getHandle();
+        if (IsInFile(node)) {
+            container = Container::Of(node)->number();
+            hash.words[0] = reinterpret_cast<std::uintptr_t>(node);
+        } else {
+            hash = list.getHash(); // kept with the value
+        }
+    }
+
+    bool operator==(const ListKey& other) const {
+        return container == other.container && hash == other.hash;
+    }
+    bool operator<(const ListKey& other) const {
+        return std::tie(container, hash) < std::tie(other.container, other.hash);
+    }
+};
+
+struct NameIndexes {
+    std::mutex lock;
+    std::map<ListKey, NameIndexPtr> byList;
+    std::size_t slots = 0; // of all indexes
+
+    NameIndexPtr find(const ListKey& key) {
+        const std::lock_guard<std::mutex> guard(lock);
+        const auto known = byList.find(key);
+        return known == byList.end() ? nullptr : known->second;
+    }
+    void keep(const ListKey& key, const NameIndexPtr& index) {
+        const std::lock_guard<std::mutex> guard(lock);
+        if (slots + index->size() > kMostSlots) {
+            byList.clear();
+            slots = 0;
+        }
+        if (byList.emplace(key, index).second) slots += index->size();
+    }
+};
+
+NameIndexes& GetNameIndexes() {
+    static auto* const indexes = new NameIndexes;
+    return *indexes;
+}
+
+/// The index that a thread asked last, so that repeated questions take no lock.
+struct LastIndex {
+    ListKey key;
+    NameIndexPtr index;
+};
+
+NameIndexPtr MakeIndex(const ListKey& key, const Strings& strings, std::int64_t count) {
+    NameIndexes& indexes = GetNameIndexes();
+    if (NameIndexPtr known = indexes.find(key)) return known;
+    auto made = std::make_shared<const NameIndex>(strings, count);
+    indexes.keep(key, made);
+    return made;
+}
+
+std::int64_t FindIndexed(const StringAttribute& list, const Strings& strings, std::int64_t count,
+                         std::string_view text) try {
+    const ListKey key(list);
+    LastIndex* const last = PerThread<LastIndex>::Get();
+    if (last && last->index && last->key == key) return last->index->find(strings, text);
+    NameIndexPtr index = MakeIndex(key, strings, count);
+    const std::int64_t place = index->find(strings, text);
+    if (last) *last = {key, std::move(index)};
+    return place;
+} catch (const std::bad_alloc&) {
+    return Scan(strings, count, text);
+}
+
+} // namespace
+
+std::int64_t StringAttribute::findValue(std::string_view text) const {
+    if (!handle) return -1;
+    const std::int64_t count = getNumberOfValues() * getNumberOfTimeSamples();
+    const Strings strings(*this);
+    if (count <= kScannedValues || count >= kMostValues) return Scan(strings, count, text);
+    return FindIndexed(*this, strings, count, text);
+}
+
+} // namespace OxAttribute
