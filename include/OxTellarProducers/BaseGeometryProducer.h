@@ -61,6 +61,8 @@ private:
     friend class GeometryProducer; // for getChildByIndex
     friend class OwnLocation;
     Ptr findChildAt(std::int64_t index, bool evict);
+    Ptr findChildAmong(const OxAttribute::StringAttribute& names, std::string_view wanted,
+                       bool evict);
     Ptr findExistingChild(std::int64_t firstIndex, bool evict);
     Ptr getChildAt(std::int64_t index, bool evict);
     Ptr getChildAt(std::int64_t index, std::string path, bool evict);

@@ -91,6 +91,10 @@ public:
     GeometryProducer& operator=(const GeometryProducer&) = delete;
 
 private:
+    friend class BaseGeometryProducer;
+    friend class OwnLocation;
+
+    bool isOwn = false; // made by the library's own navigation or factories, of no derived class
     Ptr parent;
 };
 

@@ -34,6 +34,7 @@ BaseGeometryProducer::BaseGeometryProducer(ProducerParts&& parts)
       isWholePath(parts.isFromCaller || !getRawParentPtr()), isFromCaller(parts.isFromCaller),
       locationData(std::move(parts.data)), childIndex(parts.index),
       ownedTree(std::move(parts.ownedTree)), tree(parts.tree) {
+    isOwn = !isFromCaller;
     if (isWholePath && pathEnd->size() > kLongPath) shortenPathEnd();
 }
 
@@ -99,19 +100,18 @@ GeometryProducer::Ptr BaseGeometryProducer::getChildByName(const char* name, boo
     if (wanted == "..") return getParent();
     if (wanted == ".") return this;
     RefuseDeepName(wanted);
-    const StringAttribute children = getPotentialChildren();
-    for (std::int64_t sample = 0; sample < children.getNumberOfTimeSamples(); ++sample) {
-        const auto names = children.getSample(sample);
-        for (std::size_t i = 0; i < names.size(); ++i) {
-            if (names[i] != wanted) continue;
-            const auto index = static_cast<std::int64_t>(i);
-            // Another sample than the one that is nearest to time 0 may have another name there.
-            if (!isFromCaller && children.getValueView(index) == wanted)
-                return getChildAt(index, evict);
-            return getChildAt(index, ChildPath(getFullName(), wanted), evict);
-        }
-    }
-    return nullptr;
+    return isFromCaller ? findChildAmong(getPotentialChildren(), wanted, evict)
+                        : findChildAmong(locationData.getPotentialChildren(), wanted, evict);
+}
+
+GeometryProducer::Ptr BaseGeometryProducer::findChildAmong(const StringAttribute& names,
+                                                           std::string_view wanted, bool evict) {
+    const std::int64_t place = names.findValue(wanted);
+    if (place < 0) return nullptr;
+    const std::int64_t index = place % names.getNumberOfValues();
+    // Another sample than the one that is nearest to time 0 may have another name there.
+    if (!isFromCaller && names.getValueView(index) == wanted) return getChildAt(index, evict);
+    return getChildAt(index, ChildPath(getFullName(), wanted), evict);
 }
 
 GeometryProducer::Ptr BaseGeometryProducer::getFirstChild(bool evict) {

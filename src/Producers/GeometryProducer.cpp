@@ -4,7 +4,6 @@
 #include <iterator>
 #include <string_view>
 #include <typeinfo>
-#include <vector>
 
 #include <boost/container/small_vector.hpp>
 
@@ -12,8 +11,11 @@
 #include <OxTellarProducers/StaticGeometryProducer.h>
 #include <OxTellarProducers/SyncGeometryProducer.h>
 #include <OxTellarProducers/ThreadAwareGeometryProducer.h>
+#include <OxTellarSDK/AttributeChain.h>
 #include <OxTellarSDK/GroupBuilder.h>
-#include <OxTellarSDK/StringUtil.h>
+
+#include "AncestorAttributes.h"
+#include "LocationNames.h"
 
 using OxAttribute::Attribute;
 using OxAttribute::GroupAttribute;
@@ -64,16 +66,16 @@ GeometryProducer::Ptr GeometryProducer::getRootProducer() {
 }
 
 GeometryProducer::Ptr GeometryProducer::getProducerByPath(const std::string& path, bool evict) {
-    const std::vector<std::string> parts =
-        OxStringUtil::split(OxStringUtil::lstrip(path, "/"), "/");
-    if (parts.empty()) return nullptr;
-    const bool isRelative = parts[0] == "." || parts[0] == "..";
-    if (!isRelative && parts[0] != getName()) return nullptr;
+    PathParts parts(path);
+    std::string part(parts.next());
     Ptr current = this;
-    for (std::size_t i = isRelative ? 0 : 1; i < parts.size(); ++i) {
-        const bool isLast = i + 1 == parts.size();
-        current = current->getChildByName(parts[i].c_str(), isLast && evict);
-        if (!current) return nullptr;
+    if (part == "." || part == "..")
+        current = getChildByName(part.c_str(), parts.isAtEnd() && evict);
+    else if (part != getName())
+        return nullptr;
+    while (current && !parts.isAtEnd()) {
+        part = parts.next();
+        current = current->getChildByName(part.c_str(), parts.isAtEnd() && evict);
     }
     return current;
 }
@@ -99,11 +101,16 @@ std::string GeometryProducer::getType() {
 }
 
 Attribute GeometryProducer::getGlobalAttribute(const std::string& name) {
+    if (const OwnLocation own = OwnLocation::of(*this))
+        return OxTellarCookInterfaceUtils::getGlobalAttrOfChain(AncestorAttributes(own).chain(),
+                                                                name);
     GeometryProducerGlobalAttributeProvider provider(this);
     return OxTellarCookInterfaceUtils::getGlobalAttrGeneric(provider, name, getFullName(), nullptr);
 }
 
 GroupAttribute GeometryProducer::getGlobalXFormGroup() {
+    if (const OwnLocation own = OwnLocation::of(*this))
+        return OxXFormUtil::MakeTransformGroup(AncestorAttributes(own).chain());
     boost::container::small_vector<Attribute, 16> xforms; // this location's first
     for (GeometryProducer* producer = this; producer; producer = producer->parent.get())
         xforms.push_back(producer->getAttribute("xform"));

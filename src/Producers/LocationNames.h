@@ -1,6 +1,7 @@
 #ifndef OXTELLARPRODUCERS_LOCATIONNAMES_H
 #define OXTELLARPRODUCERS_LOCATIONNAMES_H
 
+#include <algorithm>
 #include <set>
 #include <stdexcept>
 #include <string>
@@ -24,6 +25,26 @@ inline std::string ChildPath(std::string_view parentPath, std::string_view name)
     path += name;
     return path;
 }
+
+/// The parts of a path between slashes, without those at its beginning. "" has one empty part.
+class PathParts {
+public:
+    explicit PathParts(std::string_view path)
+        : rest(path.substr(std::min(path.find_first_not_of('/'), path.size()))) {}
+
+    bool isAtEnd() const { return taken; }
+    /// Not at the end.
+    std::string_view next() {
+        const std::string_view part = rest.substr(0, rest.find('/'));
+        taken = part.size() == rest.size();
+        rest.remove_prefix(taken ? part.size() : part.size() + 1);
+        return part;
+    }
+
+private:
+    std::string_view rest;
+    bool taken = false; // the last part
+};
 
 inline void InsertChildNames(const OxAttribute::GroupAttribute& group,
                              std::set<std::string>* names) {

@@ -2,15 +2,11 @@
 
 #include <memory>
 #include <utility>
-#include <vector>
-
-#include <OxTellarSDK/StringUtil.h>
 
 #include "LocationNames.h"
 #include "ProducerTree.h"
 
 using OxAttribute::Attribute;
-using OxAttribute::GroupAttribute;
 using OxAttribute::StringAttribute;
 
 namespace TELLAR {
@@ -21,6 +17,8 @@ using Ptr = GeometryProducer::Ptr;
 
 /// The index of a name among potential children; -1 when it is not one of them.
 std::int64_t IndexOf(std::string_view name, const StringAttribute& names) {
+    if (names.getNumberOfTimeSamples() == 1) return names.findValue(name);
+    // Only the sample that is nearest to time 0 counts.
     const std::int64_t count = names.getNumberOfValues();
     for (std::int64_t i = 0; i < count; ++i)
         if (names.getValueView(i) == name) return i;
@@ -92,20 +90,11 @@ Ptr MakeFailedLocation(Ptr parent, std::string path) {
     return new FailedLocation(std::move(parent), std::move(path));
 }
 
-OwnLocation OwnLocation::of(GeometryProducer& producer) {
-    auto* const base = dynamic_cast<BaseGeometryProducer*>(&producer);
-    return OwnLocation(base && !base->isFromCaller ? base : nullptr);
-}
-
 std::string_view OwnLocation::getName() const {
     const std::string_view end = producer->getPathEnd();
     const std::size_t slash = end.rfind('/');
     if (slash != std::string_view::npos) return end.substr(slash + 1);
     return producer->isWholePath ? end.substr(end.size()) : end;
-}
-
-const GroupAttribute& OwnLocation::getAttrs() const {
-    return producer->locationData.getAttrs();
 }
 
 std::string_view OwnLocation::getChildName(std::int64_t index) const {
@@ -115,7 +104,7 @@ std::string_view OwnLocation::getChildName(std::int64_t index) const {
 /// The place among the parent's potential children, by name for a producer of a factory.
 std::int64_t OwnLocation::findIndex() const {
     if (producer->childIndex >= 0) return producer->childIndex;
-    return known(producer->getRawParentPtr()).findChild(getName());
+    return getParent().findChild(getName());
 }
 
 std::int64_t OwnLocation::findChild(std::string_view name) const {
@@ -191,16 +180,17 @@ LocationStep StepToChildNamed(GeometryProducer& location, const std::string& nam
 }
 
 LocationStep StepAlong(GeometryProducer& location, const std::string& path) {
-    const std::vector<std::string> parts =
-        OxStringUtil::split(OxStringUtil::lstrip(path, "/"), "/");
-    if (parts.empty()) return {};
-    const bool isRelative = parts[0] == "." || parts[0] == "..";
-    if (!isRelative && parts[0] != location.getName()) return {};
+    PathParts parts(path);
+    std::string part(parts.next());
     LocationStep step{&location, nullptr};
-    for (std::size_t i = isRelative ? 0 : 1; i < parts.size(); ++i) {
+    if (part == "." || part == "..")
+        step = StepToChildNamed(location, part);
+    else if (part != location.getName())
+        return {};
+    while (step.location && !parts.isAtEnd()) {
         if (step.error) std::rethrow_exception(step.error);
-        step = StepToChildNamed(*step.location, parts[i]);
-        if (!step.location) return {};
+        part = parts.next();
+        step = StepToChildNamed(*step.location, part);
     }
     return step;
 }

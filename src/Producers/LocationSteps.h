@@ -30,8 +30,10 @@ struct LocationStep {
 class OwnLocation {
 public:
     OwnLocation() = default;
-    /// Empty for a producer of another kind. A checked cast.
-    static OwnLocation of(GeometryProducer& producer);
+    /// Empty for a producer of another kind.
+    static OwnLocation of(GeometryProducer& producer) {
+        return producer.isOwn ? known(&producer) : OwnLocation();
+    }
     /// A producer that an OwnLocation led to.
     static OwnLocation known(GeometryProducer* producer) {
         return OwnLocation(static_cast<BaseGeometryProducer*>(producer));
@@ -41,7 +43,11 @@ public:
 
     /// Borrowed from the producer, with a zero byte behind it.
     std::string_view getName() const;
-    const OxAttribute::GroupAttribute& getAttrs() const;
+    const OxAttribute::GroupAttribute& getAttrs() const {
+        return producer->locationData.getAttrs();
+    }
+    /// Empty for a root.
+    OwnLocation getParent() const { return known(producer->getRawParentPtr()); }
     std::int64_t getNumberOfChildren() const;
     /// The name of a potential child, borrowed from the producer, with a zero byte behind it. Empty
     /// when out of range.
@@ -91,7 +97,7 @@ inline LocationStep OwnLocation::getChildFrom(std::int64_t index) const {
 }
 
 inline LocationStep OwnLocation::getNextSibling() const {
-    const OwnLocation parent = known(producer->getRawParentPtr());
+    const OwnLocation parent = getParent();
     if (!parent) return {};
     const std::int64_t index = findIndex();
     return index < 0 ? LocationStep() : parent.getChildFrom(index + 1);

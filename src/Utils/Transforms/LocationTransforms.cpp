@@ -2,6 +2,7 @@
 
 #include <OxTellarSDK/XFormUtil.h>
 
+#include "AncestorAttributes.h"
 #include "MatrixFromAttribute.h"
 
 using Imath::M44d;
@@ -11,6 +12,12 @@ using OxAttribute::GroupAttribute;
 namespace TELLAR {
 
 M44d GetWorldMatrix(GeometryProducer& location, float time) {
+    if (const OwnLocation own = OwnLocation::of(location)) {
+        M44d matrix;
+        OxXFormUtil::CalcTransformMatrixOfChain(AncestorAttributes(own).chain(), time,
+                                                matrix.getValue());
+        return matrix;
+    }
     return MatrixFromAttribute(
         OxXFormUtil::CalcTransformMatrixAtTime(location.getGlobalXFormGroup(), time).first);
 }
