@@ -129,7 +129,7 @@ private:
     friend struct CacheCounts;
 
     const char* const name;
-    const std::uint32_t number;
+    std::uint32_t number = 0;
     Cache* next = nullptr;
 };
 
