@@ -137,15 +137,15 @@ class WalkTest(TellarTest):
         output = self.tellar("walk", self.scene, "--stats")
         self.assertTrue(output.startswith(TREE))
         names = [line[:13].strip() for line in output[len(TREE):].splitlines()]
-        self.assertEqual(names, ["locations", "opened in", "walked in", "per second",
-                                 "peak memory"])
+        self.assertEqual(names[:6], ["locations", "opened in", "walked in", "per second",
+                                     "peak memory", "cached"])
         self.assertIn("locations    6\n", output)
 
     def test_prints_nothing_but_the_figures_when_quiet(self):
         self.assertEqual(self.tellar("walk", self.scene, "--quiet"), "")
         output = self.tellar("walk", self.scene, "--quiet", "--stats")
         self.assertTrue(output.startswith("locations    6\n"))
-        self.assertEqual(output.count("\n"), 5)
+        self.assertNotIn("root", output)
         self.assertTrue(self.tellar("walk", self.scene, "--quiet", "--stats", "--threads",
                                     3).startswith("locations    6\n"))
 
@@ -153,7 +153,30 @@ class WalkTest(TellarTest):
         status, output, errors = self.run_tellar("walk", self.scene, "--json", "--stats")
         self.assertEqual(status, 0)
         json.loads(output)
-        self.assertTrue(errors.startswith("locations    6\n"))
+        figures = json.loads(errors)
+        self.assertEqual(figures["locations"], 6)
+        self.assertGreater(figures["peakMemory"], 1 << 20)
+        figures = json.loads(self.tellar("walk", self.scene, "--json", "--stats", "--quiet"))
+        self.assertEqual(figures["locations"], 6)
+
+    def memory(self, *arguments, **environment):
+        """What the command tells of the memory of its caches."""
+        return json.loads(self.tellar("walk", self.scene, "--json", "--stats", "--quiet",
+                                      *arguments, **environment))["memory"]
+
+    def test_keeps_a_limit_of_memory(self):
+        self.assertEqual(self.memory("--memory", "1.5GiB")["limit"], 3 << 29)
+        self.assertEqual(self.memory("--memory", "unlimited")["limit"], None)
+        self.assertEqual(self.memory("--memory", "1")["limit"], 1 << 20)
+        self.assertEqual(self.memory(OX_CONFIG_MEMORY_LIMIT="77M")["limit"], 77 << 20)
+        self.assertEqual(self.memory("--memory", "5M", OX_CONFIG_MEMORY_LIMIT="77M")["limit"],
+                         5 << 20)
+        self.assertIn("(limit: 5.0 MiB)\n",
+                      self.tellar("walk", self.scene, "--stats", "--memory", "5M"))
+
+    def test_refuses_a_limit_that_is_no_size(self):
+        self.assert_fails('--memory: "2X" is no size; write for example 512M, 2G, 1.5GiB or '
+                          'unlimited', "walk", self.scene, "--memory", "2X")
 
     def test_all_variants_print_the_same(self):
         for scene in (self.scene, self.write("wide.json", wide_scene())):

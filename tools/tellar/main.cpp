@@ -11,6 +11,7 @@
 #include <OxLoggingHost/OxLoggerGlue.h>
 #include <OxTellarSDK/PluginManager.h>
 
+#include "MemoryOption.h"
 #include "NoMemory.h"
 #include "Output.h"
 #include "Process.h"
@@ -115,6 +116,7 @@ void AddCommands(CLI::App& app) {
     AddConformCommand(app);
     AddDoctorCommand(app);
     AddHelpCommands(app);
+    AddMemoryOption(app);
 }
 
 /// Returns the exit status. Throws std::bad_alloc.

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include <CLI/CLI.hpp>
+#include <OxTellarSDK/MemoryBudget.h>
 
 #include "Choice.h"
 #include "FilteredPrinter.h"
@@ -24,6 +25,7 @@
 #include "LocationFilter.h"
 #include "LocationPrinter.h"
 #include "LocationWalk.h"
+#include "MemoryText.h"
 #include "Output.h"
 #include "ParallelWalk.h"
 #include "Progress.h"
@@ -96,19 +98,42 @@ GeometryProducer::Ptr OpenStart(const Scene& scene, const WalkOptions& options) 
     return scene.cookedAt(options.start);
 }
 
-void PrintStats(const WalkOptions& options, std::uint64_t locations, double openSeconds,
-                double walkSeconds) {
+struct WalkFigures {
+    std::uint64_t locations = 0;
+    double openSeconds = 0;
+    double walkSeconds = 0;
+
+    double rate() const { return walkSeconds > 0 ? double(locations) / walkSeconds : 0; }
+};
+
+std::string StatsText(const WalkFigures& figures) {
     char text[400];
-    const double rate = walkSeconds > 0 ? double(locations) / walkSeconds : 0;
-    const int length = std::snprintf(text, sizeof(text),
-                                     "locations    %llu\n"
-                                     "opened in    %.3f s\n"
-                                     "walked in    %.3f s\n"
-                                     "per second   %.0f\n"
-                                     "peak memory  %.1f MiB\n",
-                                     static_cast<unsigned long long>(locations), openSeconds,
-                                     walkSeconds, rate, double(PeakMemory()) / (1 << 20));
-    const std::string_view stats(text, static_cast<std::size_t>(length));
+    const int length =
+        std::snprintf(text, sizeof(text),
+                      "locations    %llu\n"
+                      "opened in    %.3f s\n"
+                      "walked in    %.3f s\n"
+                      "per second   %.0f\n"
+                      "peak memory  %.1f MiB\n",
+                      static_cast<unsigned long long>(figures.locations), figures.openSeconds,
+                      figures.walkSeconds, figures.rate(), double(PeakMemory()) / (1 << 20));
+    return std::string(text, static_cast<std::size_t>(length)) +
+           MemoryText(OxTellarMemory::GetMemoryStatistics());
+}
+
+std::string StatsJson(const WalkFigures& figures) {
+    return JsonObject()
+        .addJson("locations", std::to_string(figures.locations))
+        .add("openSeconds", figures.openSeconds)
+        .add("walkSeconds", figures.walkSeconds)
+        .add("perSecond", figures.rate())
+        .addJson("peakMemory", std::to_string(PeakMemory()))
+        .addJson("memory", MemoryJson(OxTellarMemory::GetMemoryStatistics()))
+        .document();
+}
+
+void PrintStats(const WalkOptions& options, const WalkFigures& figures) {
+    const std::string stats = options.json ? StatsJson(figures) : StatsText(figures);
     if (options.json && !options.quiet)
         std::fwrite(stats.data(), 1, stats.size(), stderr);
     else
@@ -187,7 +212,7 @@ void RunWalk(const WalkOptions& options) {
         const Progress progress(CountLine(count), options.quiet || !IsTerminal(stdout));
         (isFiltered ? PrintMatches : PrintTree)(start, options, count);
     }
-    if (options.stats) PrintStats(options, count, openSeconds, SecondsSince(walkStart));
+    if (options.stats) PrintStats(options, {count, openSeconds, SecondsSince(walkStart)});
     FlushOutput();
     // Cheap once the whole scene is cooked.
     if (options.isStrict || IsWholeScene(options)) warnings.check(scene);
@@ -266,8 +291,8 @@ void AddWalkCommand(CLI::App& app) {
     AddThreadOptions(command, *options);
     command.add_flag(
         "--stats", options->stats,
-        "Print number of locations, time, rate and peak memory at the end (to standard "
-        "error with --json)");
+        "Print number of locations, time, rate, peak memory and what caches keep at the end (with "
+        "--json as JSON, to standard error)");
     command.add_flag("--quiet", options->quiet, "Print no locations");
     AddStrict(command, options->isStrict);
     command.footer(kExamples);
