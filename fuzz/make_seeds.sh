@@ -26,4 +26,5 @@ take() { # <folder> <ending>...
 }
 take attribute-file oxa oxo
 take attribute-xml xml
+take compressed-file oxz
 take description-json json

@@ -18,6 +18,7 @@ shift
 declare -A target=(
     [asset-reference]=AssetReferenceFuzz [attribute-file]=AttributeFileFuzz
     [attribute-xml]=AttributeXmlFuzz [capture]=CaptureFuzz
+    [compressed-file]=CompressedFileFuzz
     [configuration]=ConfigurationFuzz [cooking]=CookingFuzz
     [description-json]=DescriptionJsonFuzz [location-delegates]=LocationDelegatesFuzz
     [reader-reply]=ReaderReplyFuzz [resolution-file]=ResolutionFileFuzz)

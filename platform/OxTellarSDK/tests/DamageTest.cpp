@@ -101,8 +101,15 @@ INSTANTIATE_TEST_SUITE_P(Damage, DamagedFile,
                          [](const auto& test) { return std::string(test.param); });
 
 TEST_P(DamagedFile, TruncatedAtAnyLengthGivesAnErrorThatNamesTheFile) {
-    for (std::size_t length = 1; length < bytes.size(); ++length)
-        ASSERT_THAT(errorOf(bytes.substr(0, length)), HasSubstr('"' + path + '"')) << length;
+    for (std::size_t length = 1; length < bytes.size(); ++length) {
+        const std::string error = errorOf(bytes.substr(0, length));
+        // All blocks of a compressed file without its table are a compressed file as well.
+        if (isCompressed && error == "no error") {
+            ASSERT_EQ(read, isOpFile ? SampleOpTree() : SampleValue());
+            continue;
+        }
+        ASSERT_THAT(error, HasSubstr('"' + path + '"')) << length;
+    }
 }
 
 TEST_P(DamagedFile, WithAnyByteChangedGivesAnErrorThatNamesTheFile) {

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/DescriptionJson.h>
@@ -51,6 +52,12 @@ void WriteAll(const std::string& folder) {
     for (std::uint64_t seed = 0; seed < 40; ++seed)
         Write(folder + "/random" + std::to_string(seed), RandomAttribute(seed).make(4));
     WriteOpFile(folder + "/optree.oxo", SampleOpTree());
+    // Compressed: one that is decompressed when it is opened, and one that is opened in place.
+    WriteAttributeFile(folder + "/sample.oxz", SampleValue(), true);
+    const std::vector<double> zeros(700000);
+    WriteAttributeFile(
+        folder + "/zeros.oxz",
+        GroupAttribute({{"zeros", DoubleAttribute(zeros, 1)}, {"i", IntAttribute(7)}}, true), true);
     WriteText(folder + "/optree.xml", SampleOpTree().getXML());
     WriteText(folder + "/optree.json", WriteDescriptionJson(SampleOpTree()));
     WriteText(folder + "/sample.json", WriteDescriptionJson(OpTreeWith(SampleValue())));

@@ -48,8 +48,12 @@ std::optional<State> StateOf(const std::string& path, std::string& reason) {
 }
 
 std::optional<State> StateOf(std::FILE* file, std::string& reason) {
+    return StateOf(fileno(file), reason);
+}
+
+std::optional<State> StateOf(int descriptor, std::string& reason) {
     struct stat status {};
-    if (fstat(fileno(file), &status) == 0) return RegularStateIn(status, reason);
+    if (fstat(descriptor, &status) == 0) return RegularStateIn(status, reason);
     reason = ReasonOf(errno);
     return std::nullopt;
 }

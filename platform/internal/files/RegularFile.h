@@ -39,6 +39,7 @@ std::optional<State> StateOf(const std::string& path, std::string& reason);
 
 /// The state of an open file, whatever its path leads to by now.
 std::optional<State> StateOf(std::FILE* file, std::string& reason);
+std::optional<State> StateOf(int descriptor, std::string& reason);
 
 /// Opens the file for reading and assigns its state. Returns null unless it is a regular file;
 /// `reason` then says why.

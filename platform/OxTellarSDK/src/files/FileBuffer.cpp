@@ -13,6 +13,8 @@
 #include <unistd.h>
 #endif
 
+#include "FilePieces.h"
+
 namespace OxAttribute {
 
 namespace {
@@ -21,8 +23,6 @@ namespace {
 constexpr std::uint64_t kFrontBytes = 64;
 // The system can map a file by large pages if it begins at a multiple of their size.
 constexpr std::uint64_t kLargePageBytes = std::uint64_t(2) << 20;
-
-constexpr const char* kCutShort = "it has become shorter since it was opened";
 
 /// How far an address is from the next multiple of `alignment`.
 std::uint64_t PaddingTo(std::uint64_t alignment, const void* address) {
@@ -43,6 +43,8 @@ FileBuffer& FileBuffer::operator=(FileBuffer&& other) noexcept {
     std::swap(descriptor, other.descriptor);
     std::swap(access, other.access);
     std::swap(openedState, other.openedState);
+    std::swap(blocks, other.blocks);
+    std::swap(region, other.region);
     return *this;
 }
 
@@ -68,70 +70,107 @@ FileBuffer FileBuffer::Open(std::FILE*, const RegularFile::State&, FileAccess) {
     throw std::runtime_error("files are not opened in place on this system");
 }
 
+FileBuffer FileBuffer::OpenCompressed(std::FILE*, const RegularFile::State&, CompressedTable) {
+    throw std::runtime_error("files are not opened in place on this system");
+}
+
 bool FileBuffer::fetch(std::uint64_t, std::uint64_t, std::string&) const {
     return true;
 }
 
+bool FileBuffer::hasChanged() const {
+    return false;
+}
+
 #else
+
+namespace {
+
+[[noreturn]] void Fail() {
+    throw std::runtime_error(RegularFile::ReasonOf(errno));
+}
+
+} // namespace
 
 FileBuffer::~FileBuffer() {
     if (!isOpen()) {
         std::free(allocation);
         return;
     }
+    region.reset(); // before the system may give its addresses to others
     if (allocation) munmap(allocation, allocationBytes);
     close(descriptor);
 }
 
+void FileBuffer::open(std::FILE* file, const RegularFile::State& state) {
+    openedState = state;
+    descriptor = fcntl(fileno(file), F_DUPFD_CLOEXEC, 0);
+    if (!isOpen()) Fail();
+}
+
+/// One anonymous page for the owner's pointer, which lies in front of the file's first byte, and
+/// right behind it the file.
+void FileBuffer::reserve(std::uint64_t plainBytes) {
+    const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+    bytes = plainBytes;
+    allocationBytes = page + kLargePageBytes + plainBytes + page + kTailBytes;
+    void* reserved = mmap(nullptr, allocationBytes, PROT_READ | PROT_WRITE,
+                          MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (reserved == MAP_FAILED) Fail();
+    allocation = static_cast<char*>(reserved);
+    char* const behindPage = allocation + page;
+    start = behindPage + PaddingTo(kLargePageBytes, behindPage);
+}
+
 FileBuffer FileBuffer::Open(std::FILE* file, const RegularFile::State& state, FileAccess access) {
-    const auto fail = [] { throw std::runtime_error(RegularFile::ReasonOf(errno)); };
     FileBuffer buffer;
     buffer.access = access;
-    buffer.openedState = state;
-    buffer.bytes = state.bytes;
-    buffer.descriptor = fcntl(fileno(file), F_DUPFD_CLOEXEC, 0);
-    if (!buffer.isOpen()) fail();
-
-    // One anonymous page for the owner's pointer, which lies in front of the file's first byte, and
-    // right behind it the file.
-    const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
-    buffer.allocationBytes = page + kLargePageBytes + state.bytes + page + kTailBytes;
-    void* reserved = mmap(nullptr, buffer.allocationBytes, PROT_READ | PROT_WRITE,
-                          MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (reserved == MAP_FAILED) fail();
-    buffer.allocation = static_cast<char*>(reserved);
-    char* const behindPage = buffer.allocation + page;
-    buffer.start = behindPage + PaddingTo(kLargePageBytes, behindPage);
-    if (access == FileAccess::Map &&
-        mmap(buffer.start, state.bytes, PROT_READ, MAP_PRIVATE | MAP_FIXED, buffer.descriptor, 0) ==
-            MAP_FAILED)
-        fail();
+    buffer.open(file, state);
+    buffer.reserve(state.bytes);
+    if (access == FileAccess::Read) return buffer;
+    if (mmap(buffer.start, state.bytes, PROT_READ, MAP_PRIVATE | MAP_FIXED, buffer.descriptor, 0) ==
+        MAP_FAILED)
+        Fail();
+    buffer.region = std::make_unique<MappedRegion>(buffer.start, state.bytes, buffer.descriptor);
     return buffer;
 }
 
-bool FileBuffer::fetch(std::uint64_t begin, std::uint64_t end, std::string& reason) const {
+FileBuffer FileBuffer::OpenCompressed(std::FILE* file, const RegularFile::State& state,
+                                      CompressedTable table) {
+    FileBuffer buffer;
+    buffer.open(file, state);
+    buffer.reserve(table.plainBytes);
+    buffer.blocks =
+        std::make_unique<CompressedBlocks>(buffer.descriptor, std::move(table), buffer.start);
+    return buffer;
+}
+
+bool FileBuffer::fetch(std::uint64_t begin, std::uint64_t end, std::string& defect) const {
     if (!isOpen()) return true;
-    if (access == FileAccess::Map) {
-        struct stat status {};
-        if (fstat(descriptor, &status) != 0) {
-            reason = RegularFile::ReasonOf(errno);
-            return false;
-        }
-        if (static_cast<std::uint64_t>(status.st_size) >= end) return true;
-        reason = kCutShort;
+    if (blocks) {
+        if (blocks->fetch(begin, end, defect)) return true;
+        if (defect != kCutShort && hasChanged()) defect = kChanged;
         return false;
     }
-    while (begin < end) {
-        const ssize_t got =
-            pread(descriptor, start + begin, end - begin, static_cast<off_t>(begin));
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) {
-            reason = got == 0 ? kCutShort : RegularFile::ReasonOf(errno);
-            return false;
-        }
-        begin += static_cast<std::uint64_t>(got);
+    if (access == FileAccess::Read)
+        return ReadPiece(descriptor, start + begin, end - begin, begin, defect);
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0) {
+        defect = "can no longer be read: " + RegularFile::ReasonOf(errno);
+        return false;
     }
-    return true;
+    const bool isLongEnough = static_cast<std::uint64_t>(status.st_size) >= end;
+    if (isLongEnough && !region->isLost()) return true;
+    defect = isLongEnough ? kChanged : kCutShort;
+    return false;
+}
+
+bool FileBuffer::hasChanged() const {
+    if (!isOpen()) return false;
+    if (region && region->isLost()) return true;
+    std::string ignored;
+    const auto state = RegularFile::StateOf(descriptor, ignored);
+    return !state || !(*state == openedState);
 }
 
 #endif

@@ -3,8 +3,11 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <string>
 
+#include "CompressedBlocks.h"
+#include "MappedRegions.h"
 #include "files/RegularFile.h"
 
 namespace OxAttribute {
@@ -12,15 +15,16 @@ namespace OxAttribute {
 /// How the bytes of a large file come into memory.
 enum class FileAccess {
     /// The file is mapped: the process shares the pages of the system's cache. A program that cuts
-    /// the file short takes away pages that are in use.
+    /// the file short takes away pages that are in use; MappedRegion has zeros put in their place.
     Map,
     /// Each piece is copied once, when it is fetched, and keeps its content whatever happens to the
     /// file.
     Read
 };
 
-/// The bytes of a whole file, in memory or mapped, with room for one pointer in front:
-/// data()[-8..0) belongs to the owner and starts as zeros. Movable, for one owner.
+/// The bytes of a whole file, in memory, mapped or decompressed as they are needed, with room for
+/// one pointer in front: data()[-8..0) belongs to the owner and starts as zeros. Movable, for one
+/// owner.
 ///
 /// The first byte lies at a multiple of kAlignment, so that no other buffer has bytes in the same
 /// run of that size. At least kTailBytes behind the last byte are readable too: a reader that has
@@ -43,13 +47,20 @@ public:
     /// Address space for all of an open file in this state. Bytes must be fetched before they are
     /// read. The buffer keeps the file open. Throws std::runtime_error with the system's reason.
     static FileBuffer Open(std::FILE* file, const RegularFile::State& state, FileAccess access);
+    /// The same for the plain bytes of a file that is compressed in blocks.
+    static FileBuffer OpenCompressed(std::FILE* file, const RegularFile::State& state,
+                                     CompressedTable table);
 
-    /// Makes these bytes readable. False when the file has become too short for them or cannot be
-    /// read; `reason` then says why. Several threads may fetch at once, but no bytes that another
-    /// thread is fetching or, unless mustFetchOnce(), reading.
-    bool fetch(std::uint64_t begin, std::uint64_t end, std::string& reason) const;
+    /// Makes these bytes readable. False when the file has become too short for them, cannot be
+    /// read, or its compressed bytes are damaged; `defect` then says so, as the end of a sentence
+    /// that begins with the file. Several threads may fetch at once, but no bytes that another
+    /// thread is fetching or reading if mustFetchOnce(). Throws std::bad_alloc.
+    bool fetch(std::uint64_t begin, std::uint64_t end, std::string& defect) const;
     /// True if bytes may change while they are fetched again.
-    bool mustFetchOnce() const { return isOpen() && access == FileAccess::Read; }
+    bool mustFetchOnce() const { return isOpen() && !blocks && access == FileAccess::Read; }
+    /// True when the open file is no longer what it was, or bytes of it were lost: what was not
+    /// checked before must not be trusted. Bytes in memory do not change.
+    bool hasChanged() const;
 
     char* data() const { return start; }
     std::uint64_t size() const { return bytes; }
@@ -60,6 +71,9 @@ public:
     const RegularFile::State& state() const { return openedState; }
 
 private:
+    void open(std::FILE* file, const RegularFile::State& state);
+    void reserve(std::uint64_t plainBytes);
+
     char* start = nullptr;
     std::uint64_t bytes = 0;
     char* allocation = nullptr;
@@ -67,6 +81,8 @@ private:
     int descriptor = -1; // file descriptor of the open file
     FileAccess access = FileAccess::Read;
     RegularFile::State openedState;
+    std::unique_ptr<CompressedBlocks> blocks; // of a compressed file
+    std::unique_ptr<MappedRegion> region;     // of a mapped file
 };
 
 /// How errors about a stream call it.
@@ -79,8 +95,8 @@ struct StreamName {
 class FileStreamAccess {
 public:
     /// The rest of a stream, in one piece. If the stream is a FileStream at the start of a large
-    /// plain file, the file is opened by FileBuffer::Open. Assigns the name of a FileStream to
-    /// `name`, which stays as it is for other streams.
+    /// file that is plain or compressed in blocks, the file is opened in place. Assigns the name of
+    /// a FileStream to `name`, which stays as it is for other streams.
     static FileBuffer ReadAll(void* stream, std::int64_t (*read)(void*, void*, std::int64_t),
                               StreamName& name);
 };

@@ -2,31 +2,27 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
-#include <system_error>
+#include <utility>
 #include <vector>
 
 #include <zstd.h>
 
-#include <OxConfiguration/Configuration.h>
 #include <OxTellarSDK/AttributeTypes.h>
 #include <OxTellarSDK/TellarError.h>
 
+#include "CompressedLayout.h"
 #include "FileBuffer.h"
-#include "NamedLogger.h"
+#include "MapSettings.h"
 #include "files/RegularFile.h"
 
 namespace OxAttribute {
 
 namespace {
-
-const NamedLogger kLogger("FileStream");
-
-constexpr unsigned char kZstdMagic[4] = {0x28, 0xb5, 0x2f, 0xfd};
 
 // The limit of a decompressed file: more than any real scene needs, and small enough that a small
 // hostile file cannot fill the memory.
@@ -36,26 +32,6 @@ constexpr std::uint64_t kMaximumRatio = 2000;
 struct DecompressorDeleter {
     void operator()(ZSTD_DStream* stream) const { ZSTD_freeDStream(stream); }
 };
-
-constexpr const char* kMapAboveKey = "MAP_FILES_ABOVE";
-// A file of this size fits into the memory of the process, and reading it takes only some tens of
-// milliseconds longer than mapping it.
-constexpr std::uint64_t kMapAboveMebibytes = 64;
-
-/// Files of more bytes than this are mapped.
-std::uint64_t MapAbove() {
-    const std::string setting = Config()->get(kMapAboveKey);
-    if (setting.empty()) return kMapAboveMebibytes << 20;
-    std::uint64_t mebibytes = 0;
-    const char* const end = setting.data() + setting.size();
-    const auto [rest, error] = std::from_chars(setting.data(), end, mebibytes);
-    if (setting == "never" || error == std::errc::result_out_of_range) return UINT64_MAX;
-    if (error == std::errc() && rest == end)
-        return mebibytes > UINT64_MAX >> 20 ? UINT64_MAX : mebibytes << 20;
-    kLogger.error("{} is \"{}\"; it must be a number of MiB or \"never\". No file is mapped.",
-                  kMapAboveKey, setting);
-    return UINT64_MAX;
-}
 
 } // namespace
 
@@ -81,9 +57,10 @@ struct FileStream::State {
         return static_cast<std::int64_t>(got);
     }
 
-    /// Maps the whole file, so that parts are read on demand. Returns an empty buffer for a small
-    /// file.
+    /// Opens the whole file, so that parts are read on demand. Returns an empty buffer for a small
+    /// file, and for one that is compressed as a whole.
     FileBuffer openInPlace() const;
+    FileBuffer openCompressed() const;
 
     bool refill() {
         const std::int64_t got = readPlain(input.data(), static_cast<std::int64_t>(input.size()));
@@ -161,14 +138,29 @@ FileBuffer FileStream::State::openInPlace() const {
 #ifdef _WIN32
     return {};
 #else
+    if (decompressor) return openCompressed();
     if (opened.bytes <= FileBuffer::kLargeBytes) return {};
     try {
-        return FileBuffer::Open(file.get(), opened,
-                                opened.bytes > MapAbove() ? FileAccess::Map : FileAccess::Read);
+        return FileBuffer::Open(file.get(), opened, ChooseFileAccess(file.get(), opened.bytes));
     } catch (const std::runtime_error& error) {
         fail(error.what());
     }
 #endif
+}
+
+FileBuffer FileStream::State::openCompressed() const {
+    std::optional<CompressedTable> table;
+    try {
+        table = CompressedTable::Read(file.get(), opened);
+    } catch (const std::runtime_error& error) {
+        throw TellarError::OfFile(path, "File \"" + path + "\" " + error.what());
+    }
+    if (!table || table->plainBytes <= FileBuffer::kLargeBytes) return {};
+    try {
+        return FileBuffer::OpenCompressed(file.get(), opened, std::move(*table));
+    } catch (const std::runtime_error& error) {
+        fail(error.what());
+    }
 }
 
 namespace {
@@ -205,8 +197,8 @@ FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, v
     if (read == &FileStream::read) {
         const FileStream::State& state = *static_cast<FileStream*>(stream)->state;
         name = {"File \"" + state.path + '"', state.path};
-        if (!state.decompressor && !state.touched) {
-            expected = state.opened.bytes;
+        if (!state.touched) {
+            if (!state.decompressor) expected = state.opened.bytes;
             if (FileBuffer file = state.openInPlace(); file.isOpen()) return file;
         }
     }

@@ -1,14 +1,12 @@
 #include <OxTellarSDK/AttributeStream.h>
 
 #include <cstring>
-#include <memory>
+#include <optional>
 #include <stdexcept>
-#include <vector>
-
-#include <zstd.h>
 
 #include <OxTellarSDK/FileStream.h>
 
+#include "CompressedWriter.h"
 #include "Container.h"
 #include "ContainerWriter.h"
 #include "NamingFile.h"
@@ -19,53 +17,37 @@ namespace OxAttribute {
 
 namespace {
 
-struct CompressorDeleter {
-    void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
-};
-
 /// Writes a file, compressed if asked to.
 class FileWriter {
 public:
     FileWriter(const std::string& path, bool compress)
         : path(path), file(path, "Cannot write file \"" + path + '"') {
-        if (!compress) return;
-        compressor.reset(ZSTD_createCCtx());
-        if (!compressor) throw std::bad_alloc();
-        packed.resize(ZSTD_CStreamOutSize());
+        if (compress)
+            compressor.emplace(
+                [this](const void* data, std::size_t bytes) { file.write(data, bytes); });
     }
+    FileWriter(const FileWriter&) = delete;
+    FileWriter& operator=(const FileWriter&) = delete;
 
     static std::int64_t Write(void* stream, const void* data, std::int64_t bytes) {
-        static_cast<FileWriter*>(stream)->write(data, static_cast<std::size_t>(bytes),
-                                                ZSTD_e_continue);
+        FileWriter& writer = *static_cast<FileWriter*>(stream);
+        const auto count = static_cast<std::size_t>(bytes);
+        if (writer.compressor)
+            writer.compressor->append(data, count);
+        else
+            writer.file.write(data, count);
         return bytes;
     }
 
     void commit() {
-        if (compressor) write("", 0, ZSTD_e_end);
+        if (compressor) compressor->finish();
         file.replace();
     }
 
 private:
-    void write(const void* data, std::size_t bytes, ZSTD_EndDirective directive) {
-        if (!compressor) return file.write(data, bytes);
-        ZSTD_inBuffer input{data, bytes, 0};
-        for (;;) {
-            ZSTD_outBuffer output{packed.data(), packed.size(), 0};
-            const std::size_t left =
-                ZSTD_compressStream2(compressor.get(), &output, &input, directive);
-            if (ZSTD_isError(left))
-                throw std::runtime_error("Cannot compress file \"" + path +
-                                         "\": " + ZSTD_getErrorName(left));
-            file.write(packed.data(), output.pos);
-            const bool done = directive == ZSTD_e_end ? left == 0 : input.pos == input.size;
-            if (done) return;
-        }
-    }
-
     const std::string path;
     TellarInternal::ReplacingFile file;
-    std::unique_ptr<ZSTD_CCtx, CompressorDeleter> compressor;
-    std::vector<char> packed;
+    std::optional<CompressedWriter> compressor;
 };
 
 void WriteFile(const std::string& path, const Attribute& attribute, ContainerKind kind,

@@ -10,6 +10,7 @@
 #include <OxTellarSDK/TellarError.h>
 
 #include "BlockHash.h"
+#include "FilePieces.h"
 #include "ThreadSlot.h"
 
 namespace OxAttribute {
@@ -119,8 +120,8 @@ void Container::keepHash(std::uint64_t unit, const Hash& hash) {
 }
 
 void Container::fetch(std::uint64_t begin, std::uint64_t end) const {
-    std::string reason;
-    if (!buffer.fetch(begin, end, reason)) refuse("can no longer be read: " + reason);
+    std::string defect;
+    if (!buffer.fetch(begin, end, defect)) refuse(defect);
 }
 
 void Container::verifyRange(std::uint64_t begin, std::uint64_t end) {
@@ -140,8 +141,8 @@ void Container::verifyBlock(std::uint64_t block) {
     std::uint64_t expected;
     std::memcpy(&expected, base + footer.tableOffset + block * 8, sizeof expected);
     if (HashBlock(base + begin, end - begin) != expected)
-        refuse("is damaged: bytes " + std::to_string(begin) + " to " + std::to_string(end) +
-               " do not have their checksum");
+        refuseDamage("bytes " + std::to_string(begin) + " to " + std::to_string(end) +
+                     " do not have their checksum");
     verifiedBlocks[block].store(1, std::memory_order_release);
     // Write to the bits that readers will probably need next. The kernel maps an untouched page
     // that is read first to the shared zero page and has to replace it, with a second page fault
@@ -154,8 +155,12 @@ void Container::refuse(const std::string& why) const {
     throw TellarError::OfFile(name.file, name.text + " " + why);
 }
 
+void Container::refuseDamage(const std::string& what) const {
+    refuse(buffer.hasChanged() ? kChanged : "is damaged: " + what);
+}
+
 void Container::damaged(const std::string& what, std::uint64_t unit) const {
-    refuse("is damaged: " + what + " at byte " + std::to_string(unit * kUnitBytes));
+    refuseDamage(what + " at byte " + std::to_string(unit * kUnitBytes));
 }
 
 } // namespace OxAttribute

@@ -131,6 +131,8 @@ private:
     void verifyBlock(std::uint64_t block);
 
     [[noreturn]] void refuse(const std::string& why) const;
+    /// Says that the file has changed if it has, because that explains the damage.
+    [[noreturn]] void refuseDamage(const std::string& what) const;
     [[noreturn]] void damaged(const std::string& what, std::uint64_t unit) const;
 
     // The checks, in ContainerChecks.cpp.
