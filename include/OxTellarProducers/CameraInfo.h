@@ -64,8 +64,9 @@ TELLAR_API std::shared_ptr<CameraInfo> ReadCameraInfo(GeometryProducer& location
 ///
 /// Empty for a null producer, when there is no such location, and when its "geometry" lacks one of
 /// fov, near, far, left, right, top and bottom as a double. Results are cached, empty ones too, by
-/// the path and the producer's hash text until ClearCameraInfoCache is called. The record is shared
-/// by all callers and never changes. Exceptions of the platform pass through; an empty result is
+/// the path and the producer's hash text until ClearCameraInfoCache is called; when memory is short
+/// (OxTellarSDK/MemoryBudget.h), records that nobody holds may go earlier. The record is shared by
+/// all callers and never changes. Exceptions of the platform pass through; an empty result is
 /// cached for them.
 ///
 /// Trap: a camera that could not be read stays missing, even when it is added later, until

@@ -27,7 +27,8 @@ GetFlattenedMaterialAttr(const std::vector<OxAttribute::GroupAttribute>& materia
 /// The same for the "material" of a location and of its ancestors, each first reduced by
 /// MinimizeResolvedMaterialAttr. Invalid for a null producer.
 ///
-/// Results are cached until EmptyFlattenedMaterialCache is called; equal materials share one.
+/// Results are cached until EmptyFlattenedMaterialCache is called or memory is short
+/// (OxTellarSDK/MemoryBudget.h); equal materials share one.
 ///
 /// Trap: the location's path is the only key. The first result is returned for other terminal names
 /// too, and for the same path in another scene. FlattenMaterials has another key, and the form

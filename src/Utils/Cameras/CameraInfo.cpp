@@ -6,8 +6,10 @@
 #include <utility>
 #include <vector>
 
+#include <OxTellarSDK/MemoryBudget.h>
 #include <OxTellarSDK/XFormUtil.h>
 
+#include "CountedEntries.h"
 #include "GenerationCache.h"
 #include "Lens.h"
 #include "MatrixFromAttribute.h"
@@ -21,13 +23,86 @@ namespace {
 
 using Camera = std::shared_ptr<CameraInfo>;
 
-/// Cameras by path and hash of the producer. An entry is there from the first request on, and holds
-/// nothing until the camera is read and a null pointer when that failed. Only ClearCameraInfoCache
-/// removes entries.
-using Entries = std::map<std::string, std::optional<Camera>>;
+/// An entry is there from the first request on, and holds nothing until the camera is read and a
+/// null pointer when that failed.
+struct Entry {
+    std::optional<Camera> camera;
+    std::uint32_t usedIn = 0;
+};
 
-GenerationCache<Entries>& GetCache() {
-    static auto* const cache = new GenerationCache<Entries>;
+/// Cameras by path and hash of the producer. Besides ClearCameraInfoCache, only lack of memory
+/// removes entries: those of cameras that nobody else refers to. Failures stay.
+struct Entries {
+    std::map<std::string, Entry> byKey;
+    CountedEntries counted;
+
+    static std::uint64_t bytesOf(const std::string& key, const Camera& camera) {
+        constexpr std::uint64_t kTableBytes = 64;
+        const auto samples = camera ? camera->xformSamples.getNumberOfValues() : 0;
+        return kTableBytes + sizeof(Entry) + key.size() +
+               (camera ? sizeof(CameraInfo) + 64 : 0) + // the attribute's head
+               static_cast<std::uint64_t>(samples) * sizeof(float);
+    }
+
+    std::uint64_t drop(std::uint32_t usedBefore, std::uint64_t wanted) {
+        std::uint64_t freed = 0;
+        for (auto i = byKey.begin(); i != byKey.end() && freed < wanted;) {
+            const auto place = i++;
+            const Entry& entry = place->second;
+            if (!entry.camera || !*entry.camera || entry.camera->use_count() > 1) continue;
+            if (entry.usedIn >= usedBefore) continue;
+            const std::uint64_t bytes = bytesOf(place->first, *entry.camera);
+            freed += bytes;
+            counted.drop(bytes);
+            byKey.erase(place);
+        }
+        return freed;
+    }
+};
+
+class CameraCache final : public OxTellarMemory::Cache {
+public:
+    CameraCache() : Cache("cameras") {}
+
+    std::uint64_t drop(std::uint32_t usedBefore, std::uint64_t wanted) override {
+        std::uint64_t freed = 0;
+        entries.access([&](Entries& known) { freed = known.drop(usedBefore, wanted); });
+        return freed;
+    }
+
+    /// Notes the request, and returns the camera if it was read already.
+    GenerationCache<Entries>::Generation ask(const std::string& key, std::optional<Camera>& known) {
+        const auto asked = entries.access([&](Entries& all) {
+            Entry& entry = all.byKey[key];
+            entry.usedIn = OxTellarMemory::CurrentTick();
+            known = entry.camera;
+        });
+        known ? hit() : miss();
+        return asked;
+    }
+
+    /// Returns the camera of another thread if that has been faster. Needs no memory.
+    Camera keep(GenerationCache<Entries>::Generation asked, const std::string& key, Camera camera) {
+        entries.access(asked, [&](Entries& all) {
+            const auto place = all.byKey.find(key);
+            if (place == all.byKey.end()) return; // another thread's camera was dropped meanwhile
+            std::optional<Camera>& known = place->second.camera;
+            if (known && *known) {
+                camera = *known;
+                return;
+            }
+            if (known) all.counted.remove(Entries::bytesOf(key, nullptr));
+            known = camera;
+            all.counted.add(*this, Entries::bytesOf(key, camera));
+        });
+        return camera;
+    }
+
+    GenerationCache<Entries> entries;
+};
+
+CameraCache& GetCache() {
+    static auto* const cache = new CameraCache;
     return *cache;
 }
 
@@ -112,30 +187,23 @@ Camera GetCameraInfo(GeometryProducer::Ptr producer, const std::string& cameraPa
     if (!producer) return nullptr;
     const std::string key = cameraPath + producer->getHash();
     std::optional<Camera> known;
-    const auto asked = GetCache().access([&](Entries& entries) { known = entries[key]; });
+    const auto asked = GetCache().ask(key, known);
     if (known) return *known;
     if (CameraReading::isUnderWay(key)) return nullptr;
     const CameraReading reading(key);
-    // Another thread may have been faster; its camera is then returned. Needs no memory.
-    const auto keep = [&](Camera camera) {
-        GetCache().access(asked, [&](Entries& entries) {
-            std::optional<Camera>& entry = entries.find(key)->second;
-            if (!entry || !*entry) entry = camera;
-            camera = *entry;
-        });
-        return camera;
-    };
     try {
         const auto location = producer->getProducerByPath(cameraPath, false);
-        return keep(location ? ReadCameraInfo(*location) : nullptr);
+        Camera camera = GetCache().keep(asked, key, location ? ReadCameraInfo(*location) : nullptr);
+        OxTellarMemory::RelieveMemory();
+        return camera;
     } catch (...) {
-        keep(nullptr);
+        GetCache().keep(asked, key, nullptr);
         throw;
     }
 }
 
 void ClearCameraInfoCache() {
-    GetCache().clear();
+    GetCache().entries.clear();
 }
 
 } // namespace TELLAR

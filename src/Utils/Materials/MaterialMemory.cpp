@@ -1,0 +1,54 @@
+#include "MaterialMemory.h"
+
+#include <vector>
+
+using namespace OxAttribute;
+
+namespace TELLAR {
+
+namespace {
+
+constexpr std::uint64_t kNodeBytes = 64; // of a value beside its contents
+constexpr std::uint64_t kChildBytes = 64;
+/// A group may contain the same group many times over. So many are more than any material has.
+constexpr std::size_t kMostGroups = 4096;
+
+template <typename Value>
+std::uint64_t MemoryOf(const Attribute& value, std::uint64_t bytesEach) {
+    return bytesEach * static_cast<std::uint64_t>(Value(value).getNumberOfValues());
+}
+
+std::uint64_t MemoryOfValue(const Attribute& value) {
+    switch (value.getType()) {
+    case kAttributeTypeInt:
+        return MemoryOf<IntAttribute>(value, sizeof(std::int32_t));
+    case kAttributeTypeFloat:
+        return MemoryOf<FloatAttribute>(value, sizeof(float));
+    case kAttributeTypeDouble:
+        return MemoryOf<DoubleAttribute>(value, sizeof(double));
+    case kAttributeTypeString:
+        return MemoryOf<StringAttribute>(value, 32); // short texts
+    default:
+        return 0;
+    }
+}
+
+} // namespace
+
+std::uint64_t MemoryOfMaterial(const GroupAttribute& material) {
+    std::uint64_t bytes = 0;
+    std::vector<GroupAttribute> groups{material};
+    for (std::size_t next = 0; next < groups.size(); ++next) {
+        const GroupAttribute group = groups[next];
+        bytes += kNodeBytes;
+        for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
+            const Attribute child = group.getChildByIndex(i);
+            bytes += kChildBytes + MemoryOfValue(child);
+            GroupAttribute below(child);
+            if (below.isValid() && groups.size() < kMostGroups) groups.push_back(std::move(below));
+        }
+    }
+    return bytes;
+}
+
+} // namespace TELLAR
