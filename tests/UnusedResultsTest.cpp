@@ -48,8 +48,20 @@ TEST(UnusedResults, OfTheSceneLetGoOfLastAreFoundAgain) {
     const GroupAttribute tree = CountedScene(UniqueScene());
     const int cook = CookOf(tree);
     EXPECT_EQ(CookOf(tree), cook);
+}
+
+TEST(UnusedResults, AreFreedWhenAnotherSceneIsOpened) {
+    const GroupAttribute tree = CountedScene(UniqueScene());
+    const int cook = CookOf(tree);
     OpenOtherScenes(1);
-    EXPECT_EQ(CookOf(tree), cook);
+    EXPECT_GT(CookOf(tree), cook);
+}
+
+TEST(UnusedResults, OfASceneThatSomebodyHoldsStayWhenOthersAreOpened) {
+    const GroupAttribute tree = CountedScene(UniqueScene());
+    const auto held = TELLAR::CreateThreadAwareGeometryProducer(tree, "/root");
+    OpenOtherScenes(5);
+    EXPECT_EQ(CookOf(tree), IntOf(held->getAttribute("cook")));
 }
 
 TEST(UnusedResults, AreFreedWhenOtherScenesAreOpened) {

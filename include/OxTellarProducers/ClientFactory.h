@@ -23,8 +23,8 @@ TELLAR_API void ClientInvalidate(std::shared_ptr<TellarRuntime::Client> client);
 
 /// Frees the results of all unused clients at once. A client is unused when no caller holds a
 /// shared pointer to it and its source has no ThreadLocalClient; thread-aware producers have one.
-/// Without a call, most results are freed when clients are asked for and scenes are opened again;
-/// those of the last scenes stay.
+/// Without a call, most results are freed when another client is asked for and when other scenes
+/// are opened again; those of the last scene stay.
 ///
 /// An unused client keeps its runtime, its Ops and their arguments, and cooks again when it is next
 /// used. Trap: a client that a thread calls through a plain pointer counts as unused and may lose

@@ -98,6 +98,18 @@ private:
     Ptr parent;
 };
 
+/// Drops a reference, in place of the function of the counter's base: the only reference needs no
+/// atomic subtraction, because no other thread can add one. Nearly every step of a walk drops one.
+inline void intrusive_ptr_release(const GeometryProducer* producer) noexcept {
+    if (producer->use_count() == 1) // also sees what the threads did that dropped the others
+        delete producer;
+    else
+        intrusive_ptr_release(
+            static_cast<
+                const boost::intrusive_ref_counter<GeometryProducer, boost::thread_safe_counter>*>(
+                producer));
+}
+
 /// Gives a producer's attributes, and those of its ancestors, to the platform's lookup of global
 /// attributes. For one thread.
 class TELLAR_API GeometryProducerGlobalAttributeProvider

@@ -56,10 +56,11 @@ Client CreateClient(const OpTreeSource& source) {
 /// A client is unused when only the factory and threads hold pointers to it, and its source has no
 /// ThreadLocalClient, through which threads could use theirs.
 ///
-/// The results of a client are freed when a check finds it unused for the second time, so that a
-/// scene which replaces it, or opens it again, still finds them. A check covers the cooking
+/// The results of a client are freed when a check finds it unused. A check covers the cooking
 /// entries, those that may have results. It runs when there are a quarter more of them than were in
-/// use at the last check, so a request checks a few entries on average.
+/// use at the last check, so a request checks a few entries on average. The request itself still
+/// finds what it shares with a scene that is no longer used, because what was taken is freed at its
+/// end, and a request for the same scene is none for another one.
 ///
 /// Locks: each guards the members below it. They are taken in the order of the members. cacheLock
 /// is held while a client is made. Results are freed without a lock, because that runs code of op
@@ -135,17 +136,16 @@ private:
         ReleasedBySource::value_type& ofSource;
         ClientEntry* nextReleased = nullptr;
         bool isReleased = false;
-        bool wasUnused = false; // whether the last check found it unused
     };
 
     /// Handles released clients and reopened sources. Then takes the results of all unused clients
-    /// if `atOnce`, or else of those found unused for the second time, if a check is due.
-    void update(Results& taken, bool atOnce) {
+    /// if a check is due or wanted.
+    void update(Results& taken, bool isCheckWanted) {
         noteReleased();
         const std::lock_guard<std::mutex> guard(threadsLock);
         noteReopened();
-        if (atOnce || cooking.size() > usedEntries + usedEntries / 4)
-            takeUnusedResults(taken, atOnce);
+        if (isCheckWanted || cooking.size() > usedEntries + usedEntries / 4)
+            takeUnusedResults(taken);
     }
 
     void noteReleased() {
@@ -167,17 +167,16 @@ private:
         reopened.clear();
     }
 
-    void takeUnusedResults(Results& taken, bool atOnce) {
+    void takeUnusedResults(Results& taken) {
         usedEntries = 0;
         for (auto place = cooking.begin(); place != cooking.end();) {
-            ClientEntry& entry = **place;
-            const bool wasUnused = std::exchange(entry.wasUnused, isUnused(entry));
-            if (entry.wasUnused && (wasUnused || atOnce)) {
+            const ClientEntry& entry = **place;
+            if (isUnused(entry)) {
                 taken.emplace_back();
                 taken.back() = entry.client->takeResults();
                 place = cooking.erase(place);
             } else {
-                usedEntries += entry.wasUnused ? 0 : 1;
+                ++usedEntries;
                 ++place;
             }
         }
@@ -218,10 +217,7 @@ private:
         entry.nextReleased = std::exchange(entry.ofSource.second, &entry);
     }
 
-    void noteCooking(ClientEntry& entry) {
-        cooking.insert(&entry);
-        entry.wasUnused = false;
-    }
+    void noteCooking(ClientEntry& entry) { cooking.insert(&entry); }
 
     std::mutex cacheLock;
     std::map<TellarRuntime::Client*, ClientEntry> entries;

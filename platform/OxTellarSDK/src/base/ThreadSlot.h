@@ -12,7 +12,8 @@ namespace OxAttribute {
 /// whose counters need atomic additions.
 class ThreadSlot {
 public:
-    static constexpr std::uint32_t kCount = 32;
+    // More than the threads of a large machine; a counter takes a cache line for each of them.
+    static constexpr std::uint32_t kCount = 128;
     static constexpr std::uint32_t kShared = kCount - 1;
 
     static std::uint32_t Current() {
