@@ -1,6 +1,8 @@
 // Single lookups at many locations of a cooked scene: locations by path, one attribute of a leaf,
 // and an inherited attribute.
 
+#include <algorithm>
+#include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -24,6 +26,8 @@ constexpr int kPasses = 5;
 constexpr std::int64_t kJumps = 100000;
 constexpr std::int64_t kHeldLeaves = 1000;
 constexpr int kRounds = 100; // over the held leaves per pass
+constexpr std::int64_t kWideChildren = 100000;
+constexpr std::int64_t kFewChildren = 1000;
 
 /// A scene that was walked completely once, its pointer tree with an index of names, and held
 /// leaves all over both.
@@ -121,6 +125,71 @@ void CompareJumps(const Route& route, Row& row) {
         });
 }
 
+/// A location with `count` children, as producers and as plain nodes.
+struct WideScene {
+    WideScene(const Route& route, std::int64_t count) {
+        std::vector<GroupAttribute::Child> children;
+        for (std::int64_t i = 0; i < count; ++i) {
+            names.push_back("child_" + std::to_string(i));
+            children.emplace_back(names.back(), GroupAttribute(true));
+        }
+        const GroupAttribute scene({{"c", GroupAttribute(children, true)}}, true);
+        root = route.openDescription(GroupAttribute(
+            {{"scene", GroupAttribute(
+                           {{"opType", StringAttribute("StaticScene")}, {"opArgs", scene}}, true)}},
+            true));
+        tree.name = "root";
+        for (const std::string& name : names) {
+            tree.children.push_back(std::make_unique<Node>());
+            tree.children.back()->name = name;
+            tree.children.back()->parent = &tree;
+        }
+        IndexChildren(tree);
+        std::shuffle(names.begin(), names.end(), std::mt19937_64(1));
+    }
+
+    std::vector<std::string> names;
+    Producer root;
+    Node tree;
+};
+
+Row::Seconds TimeChildren(const Route& route, Row& row, std::int64_t count) {
+    const WideScene scene(route, count);
+    const auto rounds = std::max<std::int64_t>(1, kWideChildren / count);
+    const auto sumAll = [&](const auto& find) {
+        Checksum total;
+        for (std::int64_t round = 0; round < rounds; ++round)
+            for (const std::string& name : scene.names)
+                total.add(find(name));
+        return total;
+    };
+    const auto library = [&] {
+        return sumAll([&](const std::string& name) {
+            return ReadName(scene.root->getChildByName(name.c_str()).get());
+        });
+    };
+    const auto tree = [&] {
+        return sumAll([&](const std::string& name) {
+            return ReadName(scene.tree.index->find(name)->second);
+        });
+    };
+    row.verify(library(), tree()); // cooks everything
+    return row.time(library, tree);
+}
+
+/// Finds each child of one location by name, of many and of few.
+void CompareChildren(const Route& route, Row& row) {
+    const Row::Seconds many = TimeChildren(route, row, kWideChildren);
+    const double perCall = 1e9 / static_cast<double>(kWideChildren);
+    row.report("many_ns", many.library * perCall, many.tree * perCall);
+}
+
+void CompareFewChildren(const Route& route, Row& row) {
+    const Row::Seconds few = TimeChildren(route, row, kFewChildren);
+    const auto calls = static_cast<double>(kWideChildren / kFewChildren * kFewChildren);
+    row.report("few_ns", few.library * 1e9 / calls, few.tree * 1e9 / calls);
+}
+
 /// Throws std::logic_error if the scene differs from its formulas.
 template <typename Held, typename Find>
 std::vector<Held> HoldLeaves(const Find& find) {
@@ -164,6 +233,10 @@ void CompareReads(const Route& route, Row& row, const Read& read) {
 void AddLookupRows(const Route& route) {
     AddRow(std::string("jump/") + route.name, kPasses,
            [&route](Row& row) { CompareJumps(route, row); });
+    AddRow(std::string("child_by_name/") + route.name, kPasses,
+           [&route](Row& row) { CompareChildren(route, row); });
+    AddRow(std::string("child_of_few/") + route.name, kPasses,
+           [&route](Row& row) { CompareFewChildren(route, row); });
     AddRow(std::string("dotted_attribute/") + route.name, kPasses, [&route](Row& row) {
         CompareReads(route, row, [](auto leaf) { return ReadFirstPoint(leaf); });
     });

@@ -106,6 +106,21 @@ void MeasureMemory(const Route& route, bool withThread, Row& row) {
     row.finish(watch.seconds());
 }
 
+/// Opens a scene, walks it and lets go of it, then another one that shares nothing with it.
+void MeasureTwoScenes(const Route& route, Row& row) {
+    const Stopwatch watch;
+    const std::int64_t leaves = GetOptions().leaves;
+    const double perLocation = 1.0 / static_cast<double>(CountLocations(leaves));
+    const Growth growth;
+    const Checksum first = WalkNames(route.openFile(GetScenePath(leaves)).get());
+    const double afterFirst = growth.bytes();
+    const Producer root = route.openFile(GetEditedScenePath(leaves));
+    const Checksum second = WalkNames(root.get());
+    row.report("two_bytes", growth.bytes() * perLocation, afterFirst * perLocation);
+    row.verify(second, first);
+    row.finish(watch.seconds());
+}
+
 /// A pointer tree of the names and types below a location.
 std::unique_ptr<Node> CopyNames(GeometryProducer* location) {
     auto node = std::make_unique<Node>();
@@ -151,6 +166,8 @@ void AddProcessRows(const Route& route) {
         const bool withThread = &route == &kThreadAware;
         MeasureMemory(route, withThread, row);
     });
+    AddRow(std::string("two_scenes/") + route.name, 1,
+           [&route](Row& row) { MeasureTwoScenes(route, row); });
     AddRow(std::string("array/") + route.name, 1, [&route](Row& row) { CompareArray(route, row); });
 }
 

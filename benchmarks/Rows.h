@@ -30,6 +30,7 @@ void AddSuiteRows();                    ///< walks through the C suites, version
 void AddSuite4Rows();                   ///< walks through version 4 of the C suites
 void AddPointRows();
 void AddMaterialRows();
+void AddOwnMaterialRows();
 void AddEditRows();
 void AddDifferenceRows();
 void AddFileRows();

@@ -14,6 +14,8 @@
 //   global_attribute  asking the ancestors for an attribute
 //   points_to_ndc     calls, branches or divisions per point
 //   materials         repeated flattening of equal materials, looking up a path
+//   own_materials     copying names and nodes while materials are flattened
+//   child_by_name     finding a name among many
 //   edit              op types that do not tell what changed, cooking unchanged locations
 //   difference_*     comparing values in files, op types that do not tell what changed
 //   two_threads       locks, or cache lines that threads share
@@ -155,6 +157,7 @@ void AddRows() {
     AddGatherRows(kThreadAware);
     AddPointRows();
     AddMaterialRows();
+    AddOwnMaterialRows();
     AddEditRows();
     AddDifferenceRows();
     AddFileRows();

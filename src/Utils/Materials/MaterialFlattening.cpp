@@ -26,6 +26,7 @@ GroupAttribute Group(const Children& children) {
 
 void AppendChildren(Children& children, const GroupAttribute& group,
                     const std::string& suffix = {}) {
+    children.reserve(children.size() + static_cast<std::size_t>(group.getNumberOfChildren()));
     for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
         children.emplace_back(group.getChildName(i) + suffix, group.getChildByIndex(i));
 }
@@ -75,6 +76,9 @@ GroupAttribute AsNetwork(const GroupAttribute& material,
 
 /// Appends the suffix to every value.
 StringAttribute WithSuffix(const StringAttribute& texts, const std::string& suffix) {
+    const bool isPlainText = texts.getNumberOfTimeSamples() == 1 && texts.getSampleTime(0) == 0 &&
+                             texts.getNumberOfValues() == 1 && texts.getTupleSize() == 1;
+    if (isPlainText) return StringAttribute(std::string(texts.getValueView()) + suffix);
     std::map<float, std::vector<std::string>> samples;
     for (std::int64_t i = 0; i < texts.getNumberOfTimeSamples(); ++i) {
         std::vector<std::string>& sample = samples[texts.getSampleTime(i)];

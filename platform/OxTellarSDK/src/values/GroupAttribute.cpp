@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <unordered_map>
 
+#include <boost/container/small_vector.hpp>
+
 #include <OxTellarSDK/TellarError.h>
 
 #include "GroupChildren.h"
@@ -89,18 +91,45 @@ Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inheri
 GroupAttribute::GroupAttribute(bool groupInherit)
     : GroupAttribute(MakeGroup(nullptr, 0, groupInherit)) {}
 
-GroupAttribute::GroupAttribute(const std::vector<Child>& children, bool groupInherit) {
-    std::vector<NamedChild> kept;
+namespace {
+
+using KeptChildren = boost::container::small_vector<NamedChild, kLinearSearchLimit>;
+
+/// Keeps each valid child, and the last one of each name in the place of the first.
+void KeepFew(const std::vector<GroupAttribute::Child>& children, KeptChildren& kept) {
+    for (const auto& [name, attribute] : children) {
+        if (!attribute.isValid()) continue;
+        const auto known = std::find_if(
+            kept.begin(), kept.end(), [&name = name](const auto& one) { return one.name == name; });
+        if (known == kept.end())
+            kept.push_back({name, &attribute});
+        else
+            known->attribute = &attribute;
+    }
+}
+
+/// The same with an index, whose memory few children are not worth.
+void KeepMany(const std::vector<GroupAttribute::Child>& children, KeptChildren& kept) {
     kept.reserve(children.size());
     std::unordered_map<std::string_view, std::size_t> places;
-    for (const Child& child : children) {
-        if (!child.second.isValid()) continue;
-        const auto [place, isNew] = places.try_emplace(child.first, kept.size());
+    for (const auto& [name, attribute] : children) {
+        if (!attribute.isValid()) continue;
+        const auto [place, isNew] = places.try_emplace(name, kept.size());
         if (isNew)
-            kept.push_back({child.first, &child.second});
+            kept.push_back({name, &attribute});
         else
-            kept[place->second].attribute = &child.second;
+            kept[place->second].attribute = &attribute;
     }
+}
+
+} // namespace
+
+GroupAttribute::GroupAttribute(const std::vector<Child>& children, bool groupInherit) {
+    KeptChildren kept;
+    if (children.size() <= kLinearSearchLimit)
+        KeepFew(children, kept);
+    else
+        KeepMany(children, kept);
     Attribute::operator=(MakeGroup(kept.data(), kept.size(), groupInherit));
 }
 
