@@ -107,6 +107,8 @@ private:
     CompressedFooter footer{};
 };
 
+constexpr std::uint64_t kLargePageBytes = std::uint64_t(2) << 20;
+
 struct DecompressorDeleter {
     void operator()(ZSTD_DCtx* context) const { ZSTD_freeDCtx(context); }
 };
@@ -130,7 +132,8 @@ public:
 
 CompressedBlocks::CompressedBlocks(int descriptor, CompressedTable blockTable, char* plain)
     : descriptor(descriptor), table(std::move(blockTable)), plain(plain),
-      fetched(std::make_unique<std::atomic<bool>[]>(table.numberOfBlocks())) {}
+      fetched(std::make_unique<std::atomic<bool>[]>(table.numberOfBlocks())),
+      memory(table.plainBytes) {}
 
 CompressedBlocks::~CompressedBlocks() = default;
 
@@ -161,12 +164,25 @@ std::unique_ptr<CompressedBlocks::Worker> CompressedBlocks::takeWorker() {
     return worker;
 }
 
-bool CompressedBlocks::decompress(std::uint64_t block, Worker& worker, std::string& defect) const {
+/// Called at the start of a block whose neighbour was read before: the file is probably read in
+/// order. If a large page begins here, the system is asked for one, which costs less than the small
+/// pages that it replaces.
+void CompressedBlocks::expectMore([[maybe_unused]] std::uint64_t begin) {
+#ifdef MADV_HUGEPAGE
+    if (begin % kLargePageBytes != 0 || table.plainBytes - begin < kLargePageBytes) return;
+    if (madvise(plain + begin, kLargePageBytes, MADV_HUGEPAGE) == 0)
+        memory.use(begin, begin + kLargePageBytes);
+#endif
+}
+
+bool CompressedBlocks::decompress(std::uint64_t block, Worker& worker, std::string& defect) {
     const std::uint64_t begin = block * table.blockBytes;
     const std::uint64_t plainBytes = std::min(table.blockBytes, table.plainBytes - begin);
     const std::uint64_t offset = table.offsets[block];
     const std::uint64_t packedBytes = table.offsets[block + 1] - offset;
     if (worker.input.size() < packedBytes) worker.input.resize(packedBytes);
+    memory.use(begin, begin + plainBytes);
+    if (block == 0 || fetched[block - 1].load(std::memory_order_relaxed)) expectMore(begin);
     if (!ReadPiece(descriptor, worker.input.data(), packedBytes, offset, defect)) return false;
     const std::size_t result = ZSTD_decompressDCtx(worker.context.get(), plain + begin, plainBytes,
                                                    worker.input.data(), packedBytes);

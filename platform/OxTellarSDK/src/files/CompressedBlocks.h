@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "FileMemory.h"
 #include "files/RegularFile.h"
 
 namespace OxAttribute {
@@ -51,13 +52,15 @@ private:
     class Worker;
 
     bool fetchBlock(std::uint64_t block, std::string& defect);
-    bool decompress(std::uint64_t block, Worker& worker, std::string& defect) const;
+    bool decompress(std::uint64_t block, Worker& worker, std::string& defect);
+    void expectMore(std::uint64_t begin);
     std::unique_ptr<Worker> takeWorker();
 
     const int descriptor;
     const CompressedTable table;
     char* const plain;
     std::unique_ptr<std::atomic<bool>[]> fetched;
+    HeldFileMemory memory;
     // Each lock guards every sixteenth block, because only one thread may decompress a block.
     std::array<std::mutex, 16> blockLocks;
     std::mutex workerLock; // guards `idleWorkers`

@@ -45,6 +45,8 @@ FileBuffer& FileBuffer::operator=(FileBuffer&& other) noexcept {
     std::swap(openedState, other.openedState);
     std::swap(blocks, other.blocks);
     std::swap(region, other.region);
+    std::swap(pages, other.pages);
+    std::swap(pieces, other.pieces);
     return *this;
 }
 
@@ -97,7 +99,9 @@ FileBuffer::~FileBuffer() {
         std::free(allocation);
         return;
     }
-    region.reset(); // before the system may give its addresses to others
+    // Before the system may give its addresses to others.
+    pages.reset();
+    region.reset();
     if (allocation) munmap(allocation, allocationBytes);
     close(descriptor);
 }
@@ -127,11 +131,15 @@ FileBuffer FileBuffer::Open(std::FILE* file, const RegularFile::State& state, Fi
     buffer.access = access;
     buffer.open(file, state);
     buffer.reserve(state.bytes);
-    if (access == FileAccess::Read) return buffer;
+    if (access == FileAccess::Read) {
+        buffer.pieces = std::make_unique<HeldFileMemory>(state.bytes);
+        return buffer;
+    }
     if (mmap(buffer.start, state.bytes, PROT_READ, MAP_PRIVATE | MAP_FIXED, buffer.descriptor, 0) ==
         MAP_FAILED)
         Fail();
     buffer.region = std::make_unique<MappedRegion>(buffer.start, state.bytes, buffer.descriptor);
+    buffer.pages = std::make_unique<MappedFileMemory>(buffer.start, state.bytes);
     return buffer;
 }
 
@@ -152,8 +160,11 @@ bool FileBuffer::fetch(std::uint64_t begin, std::uint64_t end, std::string& defe
         if (defect != kCutShort && hasChanged()) defect = kChanged;
         return false;
     }
-    if (access == FileAccess::Read)
+    if (access == FileAccess::Read) {
+        pieces->use(begin, end);
         return ReadPiece(descriptor, start + begin, end - begin, begin, defect);
+    }
+    pages->use(begin, end);
     struct stat status {};
     if (fstat(descriptor, &status) != 0) {
         defect = "can no longer be read: " + RegularFile::ReasonOf(errno);

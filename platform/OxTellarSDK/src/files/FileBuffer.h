@@ -7,6 +7,7 @@
 #include <string>
 
 #include "CompressedBlocks.h"
+#include "FileMemory.h"
 #include "MappedRegions.h"
 #include "files/RegularFile.h"
 
@@ -83,6 +84,8 @@ private:
     RegularFile::State openedState;
     std::unique_ptr<CompressedBlocks> blocks; // of a compressed file
     std::unique_ptr<MappedRegion> region;     // of a mapped file
+    std::unique_ptr<MappedFileMemory> pages;  // of a mapped file
+    std::unique_ptr<HeldFileMemory> pieces;   // of a file that is copied
 };
 
 /// How errors about a stream call it.

@@ -1,0 +1,72 @@
+#ifndef OXTELLARSDK_FILEMEMORY_H
+#define OXTELLARSDK_FILEMEMORY_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace OxAttribute {
+
+/// Counts the memory of one file's bytes that were copied or decompressed, as the cache "pieces of
+/// files" of the memory budget. The bytes stay until the file is closed, because readers use them
+/// in place: they are never dropped. For any number of threads.
+class HeldFileMemory {
+public:
+    /// For so many bytes of address space. Throws std::bad_alloc.
+    explicit HeldFileMemory(std::uint64_t bytes);
+    ~HeldFileMemory();
+    HeldFileMemory(const HeldFileMemory&) = delete;
+    HeldFileMemory& operator=(const HeldFileMemory&) = delete;
+
+    /// These bytes take memory from now on. They are counted once, in pieces of 64 KiB.
+    void use(std::uint64_t begin, std::uint64_t end) noexcept;
+
+private:
+    static constexpr std::uint64_t kPieceBytes = 64u << 10;
+
+    const std::unique_ptr<std::atomic<bool>[]> isUsed; // by piece
+    std::atomic<std::uint64_t> usedPieces{0};
+};
+
+/// Counts the pages of one mapped file that were read, as the cache "mapped files" of the memory
+/// budget. When memory is short, it gives back to the system those that were first read the longest
+/// time ago: the system reads them again when somebody touches them. For any number of threads.
+///
+/// Pages that are touched again are not counted a second time. They are given back with the others
+/// when memory is short the next time.
+class MappedFileMemory {
+public:
+    /// The bytes are mapped, privately and for reading, until this is destroyed. Throws
+    /// std::bad_alloc.
+    MappedFileMemory(char* start, std::uint64_t bytes);
+    ~MappedFileMemory();
+    MappedFileMemory(const MappedFileMemory&) = delete;
+    MappedFileMemory& operator=(const MappedFileMemory&) = delete;
+
+    /// These bytes are read for the first time.
+    void use(std::uint64_t begin, std::uint64_t end) noexcept;
+
+private:
+    friend class MappedFilesCache;
+
+    // A run is what is given back at once.
+    static constexpr std::uint64_t kRunBytes = 1u << 20;
+
+    struct Run {
+        std::atomic<std::uint32_t> countedBytes{0};
+        std::atomic<std::uint32_t> usedIn{0}; // tick
+    };
+
+    std::uint64_t giveBack(std::uint32_t usedBefore);
+    void release(std::size_t first, std::size_t end) const noexcept;
+
+    char* const start;
+    const std::uint64_t bytes;
+    const std::size_t runCount;
+    const std::unique_ptr<Run[]> runs;
+};
+
+} // namespace OxAttribute
+
+#endif
