@@ -19,6 +19,8 @@ def bound_materials(
     and collections. `purpose` is "full", "preview" or "" for bindings of all purposes alone. USD
     looks at each binding and each collection once for all of the prims.
     """
+    if not prims:
+        return []
     try:
         found, _ = UsdShade.MaterialBindingAPI.ComputeBoundMaterials(prims, purpose)
     except Tf.ErrorException:

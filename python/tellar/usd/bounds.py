@@ -128,7 +128,9 @@ class BoundsPass:
         """For each node a number above those of its children and of its prototype's root."""
         ranks = np.zeros(len(self.nodes), dtype=np.int64)
         values = [0] * len(self.nodes)
-        for i in dependency_order(self.nodes):
+        has_prototypes = any(node.prototype is not None for node in self.nodes)
+        order = range(len(self.nodes))[::-1]
+        for i in dependency_order(self.nodes) if has_prototypes else order:
             node = self.nodes[i]
             if node.prototype is not None:
                 values[i] = max(values[i], values[node.prototype] + 1)
@@ -241,8 +243,8 @@ class BoundsPass:
 
     def _write(self) -> None:
         full = np.isfinite(self.boxes).all(axis=1)
-        for i in np.flatnonzero(full).tolist():
-            self.nodes[i].attributes["bound"] = self.boxes[i]
+        for i, box in zip(np.flatnonzero(full).tolist(), self.boxes[full]):
+            self.nodes[i].attributes["bound"] = box
         for i, motion in self.motions.items():
             boxes = joined(motion.boxes, self.boxes[i])
             if not np.all(np.isfinite(boxes)):

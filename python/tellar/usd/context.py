@@ -12,6 +12,7 @@ from pxr import Gf, Usd, UsdGeom
 
 import tellar
 
+from .calls import has_spline, may_vary, value_of
 from .plain import plain_value
 from .remembered import CUSTOM_DATA as OWN
 from .remembered import NAME_KEY
@@ -125,12 +126,12 @@ class ImportContext:
     def codes(self, attribute: Any) -> list[float]:
         """The time codes of the samples of an attribute; none if its value does not change."""
         if self.is_animated:
-            if not attribute.ValueMightBeTimeVarying():
+            if not may_vary(attribute):
                 return []
-        elif not self.has_splines or not attribute.HasSpline():
+        elif not self.has_splines or not has_spline(attribute):
             return []
         codes: list[float] = attribute.GetTimeSamples()
-        if attribute.HasSpline():
+        if has_spline(attribute):
             codes = spline_codes(attribute.GetSpline())
         return codes if len(codes) > 1 else []
 
@@ -140,18 +141,18 @@ class ImportContext:
 
     def value(self, attribute: Any) -> Any:
         """The value at the frame of the import; None if there is none."""
-        return attribute.Get(self.time_code)
+        return value_of(attribute, self.time_code)
 
     def sampled(self, attribute: Any, convert: Convert = plain_value) -> Any:
         """The converted value, with all of its time samples; None if there is none."""
         codes = self.codes(attribute)
         if not codes:
-            value = attribute.Get(self.time_code)
+            value = value_of(attribute, self.time_code)
             return None if value is None else convert(value)
         return self.samples_of(attribute, codes, convert)
 
     def samples_of(self, attribute: Any, codes: list[float], convert: Convert) -> Any:
-        found = [(code, attribute.Get(code)) for code in codes]
+        found = [(code, value_of(attribute, code)) for code in codes]
         values = {code: convert(value) for code, value in found if value is not None}
         if not values:
             return None
@@ -159,7 +160,7 @@ class ImportContext:
             return self.samples(values, self.is_held or not is_interpolated(attribute))
         except (TypeError, ValueError):  # for samples that differ in type or size
             self.lose("attributes with a changing number of values", attribute.GetPath())
-            value = attribute.Get(self.time_code)
+            value = value_of(attribute, self.time_code)
             return None if value is None else convert(value)
 
     def samples(self, values: dict[float, Any], is_held: bool = False) -> Any:

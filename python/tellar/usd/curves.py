@@ -84,7 +84,7 @@ class Layout:
 
 
 def read_curves(
-    context: ImportContext, prim: Any, names: set[str], node: Node, geometry: dict[str, Any]
+    context: ImportContext, prim: Any, names: frozenset[str], node: Node, geometry: dict[str, Any]
 ) -> Elements | None:
     node.attributes["type"] = "curves"
     counts = prim.GetAttribute("curveVertexCounts").Get(context.time_code)

@@ -33,6 +33,8 @@ class Findings:
     """The network of each material, by its location."""
     bindable: list[tuple[int, Any]] = field(default_factory=list)
     """The indices of nodes, and their prims, that may be bound to materials."""
+    may_bind: bool = False
+    """Whether any prim so far may bind itself or prims below it, which come later, to materials."""
     helpers: set[str] = field(default_factory=set)
     """The places of materials that are no locations of the scene."""
     own: list[tuple[int, str, Own]] = field(default_factory=list)

@@ -68,7 +68,7 @@ def drop_endless_instancers(context: ImportContext, found: Findings) -> None:
     for item in found.instancers:
         node = found.nodes[found.index_of[item.place]]
         if not endless and node.extent is None and node.extents is None:
-            names = set(item.prim.GetAuthoredPropertyNames())
+            names = frozenset(item.prim.GetAuthoredPropertyNames())
             geometry.compute_extent(context, item.prim, names, node)
 
 

@@ -9,6 +9,7 @@ from pxr import UsdGeom
 
 import tellar
 
+from .calls import attribute_of, value_of
 from .curves import read_curves
 from .primvars import Elements, read_primvar
 from .shapes import SHAPES, read_shape
@@ -46,7 +47,7 @@ KNOWN = {"Mesh": _MESH, "Points": _POINTS, "BasisCurves": _CURVES} | {
 
 
 def read_geometry(
-    context: ImportContext, prim: Any, kind: str, names: set[str], node: Node
+    context: ImportContext, prim: Any, kind: str, names: frozenset[str], node: Node
 ) -> Elements | None:
     """Fills the location of a shape. Returns its elements, or None if primvars do not apply."""
     geometry: dict[str, Any] = {}
@@ -65,7 +66,7 @@ def read_geometry(
     return elements
 
 
-def read_extent(context: ImportContext, prim: Any, names: set[str], node: Node) -> None:
+def read_extent(context: ImportContext, prim: Any, names: frozenset[str], node: Node) -> None:
     """The box around a shape: the authored one, or else the one that USD computes."""
     if "extent" not in names or not read_authored_extent(context, prim, node):
         compute_extent(context, prim, names, node)
@@ -73,21 +74,21 @@ def read_extent(context: ImportContext, prim: Any, names: set[str], node: Node) 
 
 def read_authored_extent(context: ImportContext, prim: Any, node: Node) -> bool:
     """Returns false if there is no valid one."""
-    attribute = prim.GetAttribute("extent")
-    codes = context.array_codes(attribute)
+    attribute = attribute_of(prim, "extent")
+    codes = context.array_codes(attribute) if context.is_animated else []
     if codes:
-        extents = {code: attribute.Get(code) for code in codes}
+        extents = {code: value_of(attribute, code) for code in codes}
         if all(item is not None and len(item) == 2 for item in extents.values()):
             node.extents = extents
             return True
-    extent = attribute.Get(context.time_code)
+    extent = value_of(attribute, context.time_code)
     if extent is None or len(extent) != 2:
         return False
     node.extent = extent
     return True
 
 
-def compute_extent(context: ImportContext, prim: Any, names: set[str], node: Node) -> None:
+def compute_extent(context: ImportContext, prim: Any, names: frozenset[str], node: Node) -> None:
     boundable = UsdGeom.Boundable(prim)
     if not boundable:
         return
@@ -105,14 +106,14 @@ def computed_extent(boundable: Any, time: Any) -> Any:
     return extent if extent is not None and len(extent) == 2 else None
 
 
-def shape_codes(context: ImportContext, prim: Any, names: set[str]) -> list[float]:
+def shape_codes(context: ImportContext, prim: Any, names: frozenset[str]) -> list[float]:
     """The time codes at which the attributes that make the box change."""
     if not context.is_animated:
         return []
     codes: set[float] = set()
     for name in names:
         if ":" not in name and name not in ("visibility", "purpose"):
-            attribute = prim.GetAttribute(name)
+            attribute = attribute_of(prim, name)
             if attribute:
                 codes.update(context.codes(attribute))
     return sorted(codes)
@@ -122,26 +123,29 @@ def shape_codes(context: ImportContext, prim: Any, names: set[str]) -> list[floa
 
 
 def read_mesh(
-    context: ImportContext, prim: Any, names: set[str], node: Node, geometry: dict[str, Any]
+    context: ImportContext, prim: Any, names: frozenset[str], node: Node, geometry: dict[str, Any]
 ) -> Elements | None:
     code = context.time_code
-    scheme = prim.GetAttribute("subdivisionScheme").Get() if "subdivisionScheme" in names else None
+    scheme = None
+    if "subdivisionScheme" in names:
+        scheme = value_of(attribute_of(prim, "subdivisionScheme"))
     is_subdivided = scheme != "none"
     node.attributes["type"] = "subdmesh" if is_subdivided else "polymesh"
-    counts = prim.GetAttribute("faceVertexCounts").Get(code)
-    indices = prim.GetAttribute("faceVertexIndices").Get(code)
+    counts = value_of(attribute_of(prim, "faceVertexCounts"), code)
+    indices = value_of(attribute_of(prim, "faceVertexIndices"), code)
     if counts is None or indices is None:
         context.lose("meshes without faces", prim.GetPath())
         counts = indices = np.empty(0, np.int32)
     counts = np.asarray(counts)
     starts = np.zeros(len(counts) + 1, np.int32)
     np.add.accumulate(counts, out=starts[1:])
-    is_valid = int(starts[-1]) == len(indices)
+    corners = len(indices)
+    is_valid = int(starts[-1]) == corners
     if not is_valid:
         context.lose("meshes whose faces do not fit their corners", prim.GetPath())
     points = read_positions(context, prim, geometry, has_topology_samples(context, prim))
-    elements = Elements(len(counts), points, len(indices))
-    orientation = prim.GetAttribute("orientation").Get() if "orientation" in names else None
+    elements = Elements(len(counts), points, corners)
+    orientation = value_of(attribute_of(prim, "orientation")) if "orientation" in names else None
     if is_valid and orientation == "leftHanded" and np.all(counts >= 0):
         elements.order = turned_order(starts)
         indices = np.asarray(indices)[elements.order]
@@ -149,8 +153,8 @@ def read_mesh(
     if is_subdivided:
         geometry["subdivisionScheme"] = _SCHEMES.get(scheme or "catmullClark", "catmull-clark")
         read_rules(prim, names, geometry)
-    for name in _TAG_NAMES & names:
-        value = context.value(prim.GetAttribute(name))
+    for name in names & _TAG_NAMES if not names.isdisjoint(_TAG_NAMES) else ():
+        value = context.value(attribute_of(prim, name))
         if value is not None and len(value):
             geometry[_TAGS[name]] = value
     if is_valid and ("normals" in names or "primvars:normals" in names):
@@ -171,7 +175,7 @@ def has_topology_samples(context: ImportContext, prim: Any) -> bool:
     if not context.is_animated:
         return False
     names = ("faceVertexCounts", "faceVertexIndices")
-    if not any(context.codes(prim.GetAttribute(name)) for name in names):
+    if not any(context.codes(attribute_of(prim, name)) for name in names):
         return False
     context.lose("meshes whose faces change, imported as they are at the frame", prim.GetPath())
     return True
@@ -181,30 +185,30 @@ def read_positions(
     context: ImportContext, prim: Any, geometry: dict[str, Any], is_still: bool = False
 ) -> int:
     """Reads the points with their time samples. Returns how many there are."""
-    attribute = prim.GetAttribute("points")
-    points = attribute.Get(context.time_code)
+    attribute = attribute_of(prim, "points")
+    points = value_of(attribute, context.time_code)
     count = 0 if points is None else len(points)
     value = np.empty((0, 3), np.float32) if points is None else points
-    if not is_still and context.array_codes(attribute):
+    if context.is_animated and not is_still and context.array_codes(attribute):
         value = context.sampled(attribute, np.asarray)
     geometry["point"] = {"P": value}
     return count
 
 
-def read_rules(prim: Any, names: set[str], geometry: dict[str, Any]) -> None:
+def read_rules(prim: Any, names: frozenset[str], geometry: dict[str, Any]) -> None:
     """The rules of subdivision that are not those of USD's defaults, which are ours too."""
     if "interpolateBoundary" in names:
-        value = prim.GetAttribute("interpolateBoundary").Get()
+        value = value_of(attribute_of(prim, "interpolateBoundary"))
         geometry["interpolateBoundary"] = _BOUNDARIES.get(value, "edgesAndCorners")
     if "faceVaryingLinearInterpolation" in names:
-        value = prim.GetAttribute("faceVaryingLinearInterpolation").Get()
+        value = value_of(attribute_of(prim, "faceVaryingLinearInterpolation"))
         geometry["interpolateFaceVarying"] = value or "cornersPlus1"
 
 
 def read_mesh_normals(
     context: ImportContext,
     prim: Any,
-    names: set[str],
+    names: frozenset[str],
     elements: Elements,
     counts: Any,
     geometry: dict[str, Any],
@@ -231,12 +235,12 @@ def spread(values: Any, repeats: Any) -> Any:
 
 
 def normals_of(
-    context: ImportContext, prim: Any, names: set[str], elements: Elements
+    context: ImportContext, prim: Any, names: frozenset[str], elements: Elements
 ) -> tuple[str, Any]:
     """The scope and the values of the normals; None as values if they do not fit the mesh."""
     is_primvar = "primvars:normals" in names
     name = "primvars:normals" if is_primvar else "normals"
-    attribute = prim.GetAttribute(name)
+    attribute = attribute_of(prim, name)
     has_indices = is_primvar and "primvars:normals:indices" in names
     if is_primvar:
         interpolation = UsdGeom.Primvar(attribute).GetInterpolation()
@@ -256,22 +260,22 @@ def normals_of(
 
 
 def read_points(
-    context: ImportContext, prim: Any, names: set[str], node: Node, geometry: dict[str, Any]
+    context: ImportContext, prim: Any, names: frozenset[str], node: Node, geometry: dict[str, Any]
 ) -> Elements:
     node.attributes["type"] = "pointcloud"
     count = read_positions(context, prim, geometry)
     if "widths" in names:
         read_widths(context, prim, count, geometry)
     if "normals" in names:
-        geometry["point"]["N"] = context.sampled(prim.GetAttribute("normals"), np.asarray)
+        geometry["point"]["N"] = context.sampled(attribute_of(prim, "normals"), np.asarray)
     return Elements(1, count, count)
 
 
 def read_widths(context: ImportContext, prim: Any, count: int, geometry: dict[str, Any]) -> None:
-    widths = context.sampled(prim.GetAttribute("widths"), np.asarray)
+    widths = context.sampled(attribute_of(prim, "widths"), np.asarray)
     if widths is None:
         return
-    size = len(prim.GetAttribute("widths").Get(context.time_code) or ())
+    size = len(value_of(attribute_of(prim, "widths"), context.time_code) or ())
     if size == count and count != 1:
         geometry["point"]["width"] = widths
     elif size == 1:
@@ -283,13 +287,13 @@ def read_widths(context: ImportContext, prim: Any, count: int, geometry: dict[st
 def read_motion(
     context: ImportContext,
     prim: Any,
-    names: set[str],
+    names: frozenset[str],
     elements: Elements,
     geometry: dict[str, Any],
 ) -> None:
     """Velocities and accelerations, in units a second, by point."""
     for name in _OF_POINTS & names:
-        value = context.sampled(prim.GetAttribute(name), np.asarray)
+        value = context.sampled(attribute_of(prim, name), np.asarray)
         if value is not None:
             arbitrary = geometry.setdefault("arbitrary", {})
             arbitrary[name] = {"scope": "point", "inputType": "vector3", "value": value}

@@ -57,7 +57,7 @@ class Ops:
 
 
 def read_instancer(
-    context: ImportContext, prim: Any, names: set[str], location: str
+    context: ImportContext, prim: Any, names: frozenset[str], location: str
 ) -> Instancer | None:
     """A PointInstancer, with a count of 0 if it has no instances that can be shown.
 
@@ -108,7 +108,7 @@ def free_name(prim: Any) -> str:
 
 
 def read_places(
-    context: ImportContext, prim: Any, names: set[str], count: int
+    context: ImportContext, prim: Any, names: frozenset[str], count: int
 ) -> dict[str, Any] | None:
     """The arguments "translates", "rotates" and "scales"; None if their sizes differ."""
     turns = "orientationsf" if has_values(context, prim, names, "orientationsf") else "orientations"
@@ -123,7 +123,7 @@ def read_places(
     return arguments if "translates" in arguments else None
 
 
-def has_values(context: ImportContext, prim: Any, names: set[str], name: str) -> bool:
+def has_values(context: ImportContext, prim: Any, names: frozenset[str], name: str) -> bool:
     return name in names and bool(prim.GetAttribute(name).Get(context.time_code))
 
 
@@ -135,7 +135,7 @@ def quaternions(values: Any) -> Any:
 
 
 def hidden_instances(
-    context: ImportContext, instancer: Any, prim: Any, names: set[str], count: int
+    context: ImportContext, instancer: Any, prim: Any, names: frozenset[str], count: int
 ) -> Any:
     """The indices of the instances that are inactive or invisible at the frame."""
     if "invisibleIds" not in names and not prim.HasAuthoredMetadata("inactiveIds"):

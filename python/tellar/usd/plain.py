@@ -19,7 +19,7 @@ _QUATERNIONS = (Gf.Quatd, Gf.Quatf, Gf.Quath)
 _INT_MIN, _INT_MAX = -(2**31), 2**31 - 1
 
 # Metadata of prims that composition has used up, or that the location shows in another way.
-_STRUCTURE = frozenset(
+STRUCTURE = frozenset(
     """specifier typeName apiSchemas active instanceable references payload inheritPaths specializes
     variantSets variantSetNames variantSelection clips clipSets primOrder propertyOrder hidden
     inactiveIds relocates fallbackPrimTypes""".split()
@@ -152,7 +152,7 @@ def keep_metadata(
 ) -> None:
     """Puts customData, assetInfo, kind and other metadata of a prim into the group "usd"."""
     for name, value in metadata.items():
-        if name in _STRUCTURE:
+        if name in STRUCTURE:
             continue
         if name == "customData":
             value = {key: one for key, one in value.items() if key != CUSTOM_DATA}

@@ -10,16 +10,23 @@ from pxr import Tf, Usd, UsdGeom
 import tellar
 
 from . import cameras, geometry, instances, roundtrip
+from .calls import (
+    attribute_of,
+    authored_metadata,
+    authored_property_names,
+    type_of,
+    value_of,
+)
 from .context import ImportContext
 from .findings import Findings
 from .lights import import_light, is_light_property
 from .materials import import_material
 from .nodes import Node
-from .plain import keep_metadata, keep_property, keep_schemas, user_property
+from .plain import STRUCTURE, keep_metadata, keep_property, keep_schemas, user_property
 from .primvars import Elements, read_primvars
+from .properties import Rest, properties_of, rest_of
 from .transforms import local_transform
 
-_COMMON = frozenset(("visibility", "purpose", "xformOpOrder", "extent", "doubleSided"))
 _SUBSET = frozenset(("elementType", "indices", "familyName"))
 _LIGHTS = frozenset(
     """DistantLight DomeLight DomeLight_1 RectLight SphereLight DiskLight CylinderLight
@@ -43,6 +50,7 @@ class PrimReader:
             return self._read_prim(prim, index, where, purpose, primvars)
         except Tf.ErrorException:
             self.context.lose("prims that USD finds invalid", prim.GetPath())
+            self.found.may_bind = True
             return purpose, primvars
 
     def _read_prim(
@@ -54,28 +62,32 @@ class PrimReader:
         locations.
         """
         context, node = self.context, self.found.nodes[index]
-        names = set(prim.GetAuthoredPropertyNames())
+        properties = properties_of(tuple(authored_property_names(prim)))
+        names = properties.names
+        if properties.may_bind:
+            self.found.may_bind = True
         if "purpose" in names:
-            purpose = prim.GetAttribute("purpose").Get() or purpose
+            purpose = value_of(attribute_of(prim, "purpose")) or purpose
         if "xformOpOrder" in names:
             self._read_transform(prim, node)
         if "visibility" in names:
             read_visibility(context, prim, node)
-        if purpose not in context.purposes and prim.GetTypeName() != "Material":
+        if purpose not in context.purposes and type_of(prim) != "Material":
             node.is_excluded = True
             return purpose, primvars
-        metadata = prim.GetAllAuthoredMetadata()
-        kind: str = metadata.get("typeName") or prim.GetTypeName()
+        metadata = authored_metadata(prim)
+        kind: str = metadata.get("typeName") or type_of(prim)
         context.count(kind or "prims without a type")
         usd: dict[str, Any] = {}
-        keep_metadata(context, prim, metadata, usd)
+        if not STRUCTURE.issuperset(metadata):
+            keep_metadata(context, prim, metadata, usd)
         known, elements = self._read_kind(prim, kind, names, index, where)
-        rest = names.difference(_COMMON, known)
-        if rest:
+        rest = rest_of(properties, known)
+        if rest is not None:
             self._read_rest(prim, index, rest, elements, usd)
         keep_schemas(context, prim, kind, metadata, usd)
         if "doubleSided" in names and "geometry" in node.attributes:
-            sided = bool(prim.GetAttribute("doubleSided").Get())
+            sided = bool(value_of(attribute_of(prim, "doubleSided")))
             node.attributes["geometry"]["doubleSided"] = int(sided)
         if primvars or "geometry" in node.attributes:
             primvars = self._inherit_primvars(node, kind, primvars)
@@ -112,7 +124,7 @@ class PrimReader:
             node.matrix = local.matrix if after is None else local.matrix * after
 
     def _read_kind(
-        self, prim: Any, kind: str, names: set[str], index: int, where: str
+        self, prim: Any, kind: str, names: frozenset[str], index: int, where: str
     ) -> tuple[frozenset[str], Elements | None]:
         """Reads what the type of a prim means. Returns the properties that it has read."""
         context, node = self.context, self.found.nodes[index]
@@ -161,7 +173,7 @@ class PrimReader:
         return _SUBSET
 
     def _read_instancer(
-        self, prim: Any, names: set[str], node: Node, where: str
+        self, prim: Any, names: frozenset[str], node: Node, where: str
     ) -> tuple[frozenset[str], Elements | None]:
         context = self.context
         node.attributes["usd"] = {"typeName": "PointInstancer"}
@@ -181,7 +193,7 @@ class PrimReader:
         return known, Elements(instancer.count, instancer.count, instancer.count)
 
     def _read_material(
-        self, prim: Any, names: set[str], node: Node, where: str
+        self, prim: Any, names: frozenset[str], node: Node, where: str
     ) -> frozenset[str]:
         network = import_material(prim, self.context)
         node.attributes["type"] = "material"
@@ -193,7 +205,7 @@ class PrimReader:
             name for name in names if name.startswith(("inputs:", "outputs:", "info:"))
         )
 
-    def _read_light(self, prim: Any, names: set[str], node: Node) -> frozenset[str]:
+    def _read_light(self, prim: Any, names: frozenset[str], node: Node) -> frozenset[str]:
         attributes = import_light(prim, self.context)
         if prim.IsA(UsdGeom.Boundable):
             geometry.read_extent(self.context, prim, names, node)
@@ -208,33 +220,21 @@ class PrimReader:
         self,
         prim: Any,
         index: int,
-        names: set[str],
+        rest: Rest,
         elements: Elements | None,
         usd: dict[str, Any],
     ) -> None:
         """Reads the properties that any prim may have, and keeps those that mean nothing here."""
         context, node = self.context, self.found.nodes[index]
-        primvars: set[str] = set()
-        own_names: list[str] = []
-        for name in names:
-            if name.startswith("xformOp:"):
-                continue
-            if name.startswith("primvars:"):
-                primvars.add(name)
-            elif name.startswith("material:binding"):
-                continue
-            elif name.startswith(roundtrip.OWN):
-                own_names.append(name)
-            elif name.startswith("userProperties:"):
-                user_property(context, prim, name, node.attributes.setdefault("user", {}))
-            else:
-                keep_property(context, prim, name, usd)
-        if own_names:
-            own_values = roundtrip.read_own(context, prim, own_names)
+        for name in rest.user:
+            user_property(context, prim, name, node.attributes.setdefault("user", {}))
+        for name in rest.kept:
+            keep_property(context, prim, name, usd)
+        if rest.own:
+            own_values = roundtrip.read_own(context, prim, rest.own)
             self.found.own.append((index, str(prim.GetPath()), own_values))
-        if primvars:
-            arbitrary: dict[str, Any] = {}
-            read_primvars(context, prim, primvars, elements, arbitrary, usd)
+        if rest.primvars:
+            arbitrary = read_primvars(context, prim, rest.primvars, elements, usd)
             if arbitrary:
                 own = node.attributes.setdefault("geometry", {}).setdefault("arbitrary", {})
                 own.update(arbitrary)
@@ -253,6 +253,8 @@ class PrimReader:
 
     def _note_binding(self, prim: Any, kind: str, index: int, is_instance: bool) -> None:
         """Notes a shape, a subset or an instance, which may be bound to a material."""
+        if not self.found.may_bind:
+            return
         is_bound = kind in geometry.KNOWN or kind in ("GeomSubset", "PointInstancer")
         if not (is_bound or is_instance):
             return

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from collections.abc import Iterator
+from collections.abc import Iterable
 from dataclasses import dataclass
 from functools import lru_cache
 from typing import TYPE_CHECKING, Any
@@ -12,10 +12,12 @@ from pxr import Vt
 
 import tellar
 
+from .calls import attribute_of, metadata_of, value_of, value_type_of
 from .plain import keep_property, plain_value
 
 if TYPE_CHECKING:
     from .context import ImportContext
+    from .properties import Primvar
 
 _SCOPES = {
     "constant": "primitive",
@@ -88,18 +90,17 @@ _ARRAYS = frozenset(
 class Elements:
     """How many elements of each scope a shape has, and what is done to values for them."""
 
-    __slots__ = ("corners", "faces", "order", "pinned", "points", "varying_to_points")
+    order: Any = None
+    """The corners of faces in another order than the stage's; None for the same one."""
+    varying_to_points: Any = None
+    """For curves, a function from one value for each segment's end to one for each point."""
+    pinned: Any = None
+    """For curves, a function that adds values for the points that were added."""
 
     def __init__(self, faces: int, points: int, corners: int) -> None:
         self.faces = faces
         self.points = points
         self.corners = corners
-        self.order: Any = None
-        """The corners of faces in another order than the stage's; None for the same one."""
-        self.varying_to_points: Any = None
-        """For curves, a function from one value for each segment's end to one for each point."""
-        self.pinned: Any = None
-        """For curves, a function that adds values for the points that were added."""
 
     def count(self, scope: str) -> int:
         if scope == "face":
@@ -120,29 +121,23 @@ def read_primvar(
     An attribute that is no primvar ("normals") needs its `interpolation`. None if there is no
     value, or not as many values as the shape has elements.
     """
-    attribute = prim.GetAttribute(name)
+    attribute = attribute_of(prim, name)
     kind = "vector3"
     if interpolation is None:
-        interpolation = attribute.GetMetadata("interpolation") or "constant"
-        kind = input_type_of(attribute.GetTypeName())
-    scope = _SCOPES.get(interpolation, "primitive")
-    indices = prim.GetAttribute(name + ":indices") if has_indices else None
-    codes = set(context.array_codes(attribute))
-    if indices is not None:
-        codes.update(context.array_codes(indices))
+        interpolation = metadata_of(attribute, "interpolation") or "constant"
+        kind = input_type_of(value_type_of(attribute))
+    indices = attribute_of(prim, name + ":indices") if has_indices else None
     reading = Reading(attribute, indices, elements, interpolation)
-    entry = {"scope": scope, "inputType": kind}
-    for size in reading.element_sizes():
-        if codes:
-            filled = read_animated(context, reading, sorted(codes), size, entry)
-        else:
-            filled = reading.fill(entry, context.time_code, size)
-        if filled is not None:
-            return filled
-    return None
+    entry = {"scope": _SCOPES.get(interpolation, "primitive"), "inputType": kind}
+    filled = reading.entry(context, entry, 1)
+    if filled is None:
+        size = metadata_of(attribute, "elementSize")  # how many values belong to one element
+        if size and size > 1:
+            filled = reading.entry(context, entry, size)
+    return filled
 
 
-@dataclass
+@dataclass(slots=True)
 class Reading:
     """A primvar that is being read."""
 
@@ -151,24 +146,29 @@ class Reading:
     elements: Elements | None
     interpolation: str
 
-    def element_sizes(self) -> Iterator[int]:
-        """How many values belong to one element: 1, or what the primvar says if 1 does not fit."""
-        yield 1
-        size = self.attribute.GetMetadata("elementSize")
-        if size and size > 1:
-            yield size
+    def entry(
+        self, context: ImportContext, entry: dict[str, Any], size: int
+    ) -> dict[str, Any] | None:
+        """The entry with the values of all times; None if these do not fit."""
+        if context.is_animated:
+            codes = set(context.array_codes(self.attribute))
+            if self.indices is not None:
+                codes.update(context.array_codes(self.indices))
+            if codes:
+                return read_animated(context, self, sorted(codes), size, entry)
+        return self.fill(entry, context.time_code, size)
 
     def fill(self, entry: dict[str, Any], time: Any, size: int) -> dict[str, Any] | None:
-        value = values_of(self.attribute.Get(time), size)
-        index = None if self.indices is None else self.indices.Get(time)
+        value = values_of(value_of(self.attribute, time), size)
         if value is None:
             return None
-        return fill({**entry}, value, index, self.elements, self.interpolation)
+        index = None if self.indices is None else value_of(self.indices, time)
+        return fill(entry, value, index, self.elements, self.interpolation)
 
     def fill_flat(self, entry: dict[str, Any], time: Any, size: int) -> dict[str, Any] | None:
         """The same without an index."""
-        value = values_of(self.attribute.Get(time), size)
-        index = None if self.indices is None else self.indices.Get(time)
+        value = values_of(value_of(self.attribute, time), size)
+        index = None if self.indices is None else value_of(self.indices, time)
         if value is not None and index is not None:
             value = flat(value, index)
         if value is None:
@@ -227,7 +227,10 @@ def flat(values: Any, index: Any) -> Any:
 def fill(
     entry: dict[str, Any], value: Any, index: Any, elements: Elements | None, interpolation: str
 ) -> dict[str, Any] | None:
-    """Puts values into an entry if there are as many as there are elements."""
+    """Puts values into an entry if there are as many as there are elements.
+
+    Leaves the entry as it is if not.
+    """
     if index is not None and not len(index):
         index = None
     if elements is None:
@@ -271,21 +274,14 @@ def texts(value: Any) -> Any:
 def read_primvars(
     context: ImportContext,
     prim: Any,
-    names: set[str],
+    primvars: Iterable[Primvar],
     elements: Elements | None,
-    arbitrary: dict[str, Any],
     usd: dict[str, Any],
-) -> None:
-    """Reads the primvars among the names of properties, and keeps those that do not fit."""
-    for name in sorted(names):
-        if name.endswith(":indices") and name[:-8] in names:
-            continue
-        has_indices = name + ":indices" in names
+) -> dict[str, Any]:
+    """Reads primvars into entries by name, and keeps those that do not fit."""
+    arbitrary: dict[str, Any] = {}
+    for name, called, has_indices in primvars:
         entry = read_primvar(context, prim, name, has_indices, elements)
-        own = name[9:]
-        called = arbitrary_name(own)
-        if called != own and "primvars:" + called in names:
-            called = own
         if entry is not None:
             arbitrary[called] = entry
             context.count("primvars")
@@ -295,6 +291,7 @@ def read_primvars(
         keep_property(context, prim, name, usd)
         if has_indices:
             keep_property(context, prim, name + ":indices", usd)
+    return arbitrary
 
 
 def name_of(prim: Any, name: str) -> str:

@@ -9,7 +9,7 @@ holds.
 
 from __future__ import annotations
 
-from collections.abc import Iterator, Mapping
+from collections.abc import Iterator, Mapping, Sequence
 from typing import TYPE_CHECKING, Any
 
 import tellar
@@ -111,7 +111,7 @@ def own_of(attributes: tellar.Group, imported: Mapping[str, Any]) -> Own:
     return own
 
 
-def read_own(context: ImportContext, prim: Any, names: list[str]) -> Own:
+def read_own(context: ImportContext, prim: Any, names: Sequence[str]) -> Own:
     """What an export has written, by the names of the properties that start with "tellar"."""
     own = Own()
     for text in prim.GetAttribute(UNITS).Get() or () if UNITS in names else ():

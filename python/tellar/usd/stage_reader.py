@@ -8,6 +8,7 @@ import numpy as np
 from pxr import Gf, Usd
 
 from . import roundtrip
+from .calls import filtered_children, name_of
 from .collecting import no_collection
 from .context import ImportContext
 from .findings import Findings
@@ -87,6 +88,7 @@ class StageReader:
                     context.lose("prims beside those of an exported scene", prim.GetPath())
             top = context.stage.GetPrimAtPath(context.top)
             del self.found.nodes[root].attributes["usd"]
+            self.found.may_bind = True  # by prims above the top that are not read
             reading = self.prims.read_valid(top, root, location, "default", primvars)
             convert_root(context, self.found.nodes[root])
             if reading is None:
@@ -102,13 +104,13 @@ class StageReader:
         stack: list[tuple[Any, int, str, str, dict[str, Any]]] = []
 
         def push(prim: Any, index: int, path: str, purpose: str, primvars: dict[str, Any]) -> None:
-            for child in reversed(prim.GetFilteredChildren(_PREDICATE)):
+            for child in reversed(filtered_children(prim, _PREDICATE)):
                 stack.append((child, index, path, purpose, primvars))
 
         push(top, root, place, "default", inherited or {})
         while stack:
             prim, parent, where, purpose, primvars = stack.pop()
-            name = prim.GetName()
+            name = name_of(prim)
             if is_own and prim.HasAuthoredCustomDataKey(roundtrip.OWN):
                 if prim.GetCustomDataByKey(HELPER_KEY):
                     self._read_helpers(prim)
@@ -139,6 +141,7 @@ class StageReader:
                 prim = self._prim_at(source)
                 if not prim:
                     continue
+                self.found.may_bind = True  # by prims above that are not read
                 name = f"source_{len(self.found.roots)}"
                 place = f"{self.context.prototypes}/{name}"
                 root = self.found.add_node(name, -1, place)
