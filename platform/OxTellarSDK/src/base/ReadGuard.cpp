@@ -1,0 +1,146 @@
+#include "ReadGuard.h"
+
+#include <new>
+
+#if defined(__linux__)
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#if __has_include(<linux/membarrier.h>)
+#include <linux/membarrier.h>
+#endif
+#endif
+
+#if defined(__SANITIZE_THREAD__)
+#define TELLAR_WITHOUT_MEMBARRIER
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define TELLAR_WITHOUT_MEMBARRIER
+#endif
+#endif
+
+namespace OxTellarRuntimeDetail {
+
+namespace {
+
+#if defined(__linux__) && defined(__NR_membarrier) && defined(MEMBARRIER_CMD_QUERY) &&             \
+    !defined(TELLAR_WITHOUT_MEMBARRIER)
+
+bool Membarrier(int command) noexcept {
+    return syscall(__NR_membarrier, command, 0, 0) == 0;
+}
+
+bool HasMembarrier() noexcept {
+    static const bool has = Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED) &&
+                            Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
+    return has;
+}
+
+/// A barrier in every running thread of the process. Registers again where a fork lost that.
+bool BarrierInAllThreads() noexcept {
+    return Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED) ||
+           (Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED) &&
+            Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED));
+}
+
+#else
+
+bool HasMembarrier() noexcept {
+    return false;
+}
+bool BarrierInAllThreads() noexcept {
+    return true;
+}
+
+#endif
+
+} // namespace
+
+TELLAR_THREAD_WORD ReadGuard::Slot* ReadGuard::current = nullptr;
+std::atomic<ReadGuard::Slot*> ReadGuard::slots{nullptr};
+std::atomic<std::uint64_t> ReadGuard::sharedGuards{0};
+bool ReadGuard::areSharedAwaited = false;
+
+ReadGuard::Owner::Owner() noexcept {
+    current = TakeSlot();
+}
+
+ReadGuard::Owner::~Owner() {
+    Slot* const slot = current;
+    current = nullptr;
+    if (slot) slot->isTaken.store(false, std::memory_order_release);
+}
+
+ReadGuard::Slot* ReadGuard::FindSlot() noexcept {
+    PerThread<Owner>::Get();
+    return current;
+}
+
+/// One that an ended thread had, or a new one; null without memory.
+ReadGuard::Slot* ReadGuard::TakeSlot() noexcept {
+    for (Slot* slot = slots.load(std::memory_order_acquire); slot; slot = slot->next) {
+        bool isTaken = false;
+        if (slot->isTaken.compare_exchange_strong(isTaken, true, std::memory_order_acquire))
+            return slot;
+    }
+    Slot* const made = new (std::nothrow) Slot;
+    if (!made) return nullptr;
+    made->isLight = HasMembarrier();
+#if defined(__linux__)
+    static const bool hearsOfForks = pthread_atfork(nullptr, nullptr, &ForgetOtherThreads) == 0;
+    static_cast<void>(hearsOfForks); // without, a forked child may drop less
+#endif
+    made->next = slots.load(std::memory_order_relaxed);
+    while (!slots.compare_exchange_weak(made->next, made, std::memory_order_acq_rel))
+        continue;
+    return made;
+}
+
+/// In a child process that was forked, only the calling thread lives on.
+void ReadGuard::ForgetOtherThreads() noexcept {
+    for (Slot* slot = slots.load(std::memory_order_relaxed); slot; slot = slot->next) {
+        const std::uint64_t count = slot->count.load(std::memory_order_relaxed);
+        if (slot != current) slot->count.store(count + count % 2, std::memory_order_relaxed);
+    }
+    sharedGuards.store(0, std::memory_order_relaxed);
+}
+
+void ReadGuard::EnterShared() noexcept {
+    sharedGuards.fetch_add(1, std::memory_order_seq_cst);
+}
+
+void ReadGuard::LeaveShared() noexcept {
+    sharedGuards.fetch_sub(1, std::memory_order_release);
+}
+
+bool ReadGuard::BeginGrace() noexcept {
+    // A slot that is made after this has a count of 0 here: its thread pushed it by a
+    // read-modify-write of `slots`, as this one is, and reads what was unlinked after that.
+    Slot* const first = slots.fetch_add(0, std::memory_order_acq_rel);
+    if (!BarrierInAllThreads()) return false;
+    for (Slot* slot = first; slot; slot = slot->next) {
+        const std::uint64_t count = slot->isLight
+                                        ? slot->count.load(std::memory_order_acquire)
+                                        : slot->count.fetch_add(0, std::memory_order_acq_rel);
+        slot->awaited = count % 2 != 0 ? count : 0;
+    }
+    areSharedAwaited = sharedGuards.fetch_add(0, std::memory_order_seq_cst) != 0;
+    return true;
+}
+
+bool ReadGuard::HasGracePassed() noexcept {
+    // The sum of all threads without a slot is seen to be 0, which may never happen while such
+    // threads come and go; there are hardly any.
+    if (areSharedAwaited) areSharedAwaited = sharedGuards.load(std::memory_order_acquire) != 0;
+    bool hasPassed = !areSharedAwaited;
+    for (Slot* slot = slots.load(std::memory_order_acquire); slot; slot = slot->next) {
+        if (slot->awaited == 0) continue;
+        if (slot->count.load(std::memory_order_acquire) != slot->awaited)
+            slot->awaited = 0;
+        else
+            hasPassed = false;
+    }
+    return hasPassed;
+}
+
+} // namespace OxTellarRuntimeDetail
