@@ -13,7 +13,9 @@
 namespace TELLAR {
 
 /// Reads only what the client's runtime has cooked; anything else does not exist. Never cooks or
-/// evicts, so it may be used while other threads cook.
+/// evicts, so it may be used while other threads cook. A location that was dropped because memory
+/// is short (docs/memory.md) does not exist either, until somebody cooks it again; a producer that
+/// was made before keeps what it has.
 class TELLAR_API AsyncGeometryProducer : public ClientGeometryProducer {
 public:
     ~AsyncGeometryProducer() override;

@@ -10,21 +10,36 @@
 /// For the runtime's own use; public so that inline functions can read records.
 namespace OxTellarRuntimeDetail {
 
+struct NodeBlock;
+
+/// Where the runtime keeps a location, as long as the generation is that of the block.
+struct NodeHandle {
+    NodeBlock* block = nullptr;
+    std::uint32_t generation = 0;
+    std::uint32_t slot = 0;
+};
+
 /// The result of one cook. Immutable while its count is not 0.
 ///
 /// Records come from a pool whose memory is never used for anything else. So a reader may try to
 /// retain a record that was just released for the last time; it finds a count of 0 and looks again.
-/// A record is one cache line, so that reading it costs one access to memory and does not wait for
-/// the counts of other records.
-struct alignas(64) LocationRecord {
+/// Two records share a cache line: they are made one after the other, so the thread that walks
+/// along reads both.
+struct alignas(32) LocationRecord {
+    /// What few records have.
+    struct Extra {
+        std::atomic<std::uint64_t> hash[2] = {{0}, {0}}; // not known while the first is 0
+        OxAttribute::Attribute note;
+        std::uint32_t noteStore = 0; // shortId of the store of the Op that made the note
+    };
+
     OxAttribute::GroupAttribute attrs;
     OxAttribute::StringAttribute potentialChildren;
     std::atomic<std::uint32_t> count{0};
     std::uint32_t exists : 1;
-    std::uint32_t noteStore : 31; // shortId of the store of the Op that made the note
-    std::atomic<std::uint64_t> hash[2] = {{0}, {0}}; // not known while the first is 0
-    OxAttribute::Attribute note;
-    LocationRecord() : exists(0), noteStore(0) {}
+    std::uint32_t valueUnits : 31;      // of kUnitBytes each, of the values that its cook made
+    std::atomic<Extra*> extra{nullptr}; // owned; made on need
+    LocationRecord() : exists(0), valueUnits(0) {}
 
     /// A record with count 1 of a location that does not exist.
     static LocationRecord* Create();
@@ -44,14 +59,34 @@ struct alignas(64) LocationRecord {
     void release() noexcept {
         if (count.fetch_sub(1, std::memory_order_acq_rel) == 1) recycle();
     }
+    /// Releases it because memory is short. Returns how many bytes that has freed; 0 for a record
+    /// that others hold.
+    std::uint64_t drop() noexcept;
+
+    /// The memory of the record and of what its cook made.
+    std::uint64_t bytes() const noexcept {
+        return sizeof(LocationRecord) + std::uint64_t(valueUnits) * kUnitBytes;
+    }
+    /// Counts values as its own, once. For the thread that made it, before others can find it.
+    void ownValues(std::uint64_t valueBytes) noexcept;
+
+    /// The extra part, made if there is none; null without memory for it. For any thread.
+    Extra* needExtra() noexcept;
+    /// Keeps the note for the children. For the thread that made the record. Throws
+    /// std::bad_alloc.
+    void setNote(const OxAttribute::Attribute& note, std::uint32_t store);
 
     // The values of LocationData without a record.
     OXTELLARSDK_API static const OxAttribute::GroupAttribute& NoAttrs();
     OXTELLARSDK_API static const OxAttribute::StringAttribute& NoPotentialChildren();
 
 private:
+    static constexpr std::uint64_t kUnitBytes = 16;
     OXTELLARSDK_API void recycle() noexcept;
+    void clear() noexcept;
 };
+
+static_assert(sizeof(LocationRecord) == 32, "half a cache line");
 
 } // namespace OxTellarRuntimeDetail
 

@@ -17,7 +17,6 @@ namespace OxAttribute {
 class FileStream;
 } // namespace OxAttribute
 namespace OxTellarRuntimeDetail {
-struct LocationNode;
 struct OpNode;
 struct RuntimeState;
 } // namespace OxTellarRuntimeDetail
@@ -28,6 +27,9 @@ struct RuntimeState;
 /// A location's result is computed once for the whole process, however many runtimes have an equal
 /// op graph. A second thread that asks for it meanwhile waits for the first. Each runtime knows
 /// which locations it has cooked itself (getCachedLocation).
+///
+/// When memory is short (OxTellarSDK/MemoryBudget.h), results that were not used lately are
+/// dropped, and computed again when somebody asks for them. Data that a caller has stays as it is.
 ///
 /// Threads: cookLocation, getCachedLocation and evict may be called from any number
 /// of threads at once. One Transaction is for one thread at a time.
@@ -51,7 +53,7 @@ public:
 
     /// Forgets that this runtime cooked the location. Its next cook computes the location again,
     /// through all Ops, and replaces the shared result. Does nothing for a path that was not
-    /// cooked.
+    /// cooked, unless results were dropped because memory was short: then any path may have been.
     void evict(const std::string& path);
 
     /// Ends a render: forgets what this runtime has cooked, and closes files without handles.
@@ -135,13 +137,8 @@ public:
 
 private:
     friend class TellarRuntime::Client;
-    /// A node that is valid while the store with this number lives.
-    struct Place {
-        OxTellarRuntimeDetail::LocationNode* node = nullptr;
-        std::uint64_t storeId = 0;
-    };
     OxTellarRuntimeDetail::LocationRecord* record = nullptr;
-    Place place;
+    OxTellarRuntimeDetail::NodeHandle place;
 };
 
 /// One operation of the graph. Immutable once committed.
@@ -191,14 +188,15 @@ public:
     /// cook throws "the location needs itself", even when different threads cook the two.
     LocationData cookLocation(const std::string& path);
 
-    /// The location's data if this client's runtime has cooked it, otherwise invalid data. Never
-    /// cooks.
+    /// The location's data if this client's runtime has cooked it and the result was not dropped
+    /// since, otherwise invalid data. Never cooks.
     LocationData getCachedLocation(const std::string& path);
 
     /// Cooks a child without its path: the one that the parent's data names at `index` among its
     /// potential children (StringAttribute::getValueView). Gives invalid data when the child has to
     /// be asked for by its path, because `parent` is not from a client of an equal Op, because
-    /// results were taken since, or because the name is not one level of a path.
+    /// results were taken or the parent was dropped since, or because the name is not one level of
+    /// a path.
     LocationData cookChild(const LocationData& parent, std::int64_t index);
 
     /// Like getCachedLocation, for the child that cookChild would cook. Invalid data also means

@@ -5,7 +5,6 @@
 #include <stdexcept>
 
 #include <OxTellarSDK/FileStream.h>
-#include <OxTellarSDK/MemoryBudget.h>
 
 #include "CompressedWriter.h"
 #include "Container.h"
@@ -37,8 +36,6 @@ public:
             writer.compressor->append(data, count);
         else
             writer.file.write(data, count);
-        // The values may lie in a mapped file, whose pages were just read.
-        OxTellarMemory::RelieveMemory();
         return bytes;
     }
 

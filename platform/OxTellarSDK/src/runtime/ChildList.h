@@ -1,92 +1,126 @@
 #ifndef OXTELLARSDK_CHILDLIST_H
 #define OXTELLARSDK_CHILDLIST_H
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string_view>
-#include <vector>
 
 #include "LocationNode.h"
 
 namespace OxTellarRuntimeDetail {
 
-/// The children of one node, in the order in which they were first asked for. They lie in chunks
-/// that never move: the first holds `firstChunk` nodes, the second as many, and each further one
-/// twice as many as the one before. The nodes belong to the store.
+/// The children of one node that are there, in blocks (NodeBlock.h). A child that was made as the
+/// n-th potential child of its parent has the position n. Others, which are asked for before the
+/// parent's potential children are known or are none of these, are strays: their positions begin at
+/// kStray and are given in the order in which they are asked for. A block begins at a multiple of
+/// 32.
 ///
-/// Threads: published nodes may be read by any thread. Everything that is said to need the lock is
-/// for the holder of the parent's lock, who also sees the nodes that are not published yet.
+/// Threads: `at` and `findNear` are for any thread under a ReadGuard. Everything else is for the
+/// holder of the parent's lock.
 struct ChildList {
+    static constexpr std::uint32_t kStray = 0x80000000;
     /// Up to this many children a look at each is as fast as an index.
     static constexpr std::uint32_t kUnindexed = 8;
 
-    /// `room` nodes are made at once at first.
-    explicit ChildList(std::uint32_t room) : firstChunk(room > 0 ? room : 1) {}
+    ChildList() = default;
+    ~ChildList();
+    ChildList(const ChildList&) = delete;
+    ChildList& operator=(const ChildList&) = delete;
 
-    /// How many nodes any thread may read.
-    std::uint32_t publishedCount() const { return count.load(std::memory_order_acquire); }
-    LocationNode& at(std::uint32_t position);
-    /// The first of the first `known` nodes with this name; null when there is none.
-    LocationNode* findAmong(std::uint32_t known, std::string_view name);
-
-    // Under the lock: the nodes, with those that are not published yet.
-    std::uint32_t size() const { return allCount; }
-    LocationNode* find(std::string_view name);
-    /// Whether the next node needs a new chunk, of nextChunkSize() nodes.
-    bool isFull() const { return allCount == chunkStart(chunkOf(allCount)); }
-    std::uint32_t nextChunkSize() const;
-    void addChunk(LocationNode* nodes);
-    /// Prepares for as many nodes more. Needs memory, so it comes before `append`.
-    void reserveIndex(std::uint32_t more);
-    /// Enters the node after the last one, which has its name by then.
-    void append();
-    void publish() { count.store(allCount, std::memory_order_release); }
-
-    /// How far a child lies behind its place among the potential children: right for the child
-    /// that was found last, and a guess for the next one. Modulo 2^32.
+    /// Null when there is none at the position.
+    LocationNode* at(std::uint32_t position) const;
+    /// Looks at the children that can be compared with a few steps.
+    LocationNode* findNear(std::string_view name) const;
+    /// How far a child lies behind its place among the potential children. Not 0 when these have
+    /// changed since: right for the child that was found last, and a guess for the next one. Modulo
+    /// 2^32.
     std::atomic<std::uint32_t> shift{0};
 
+    // Under the parent's lock.
+    LocationNode* find(std::string_view name) const;
+    bool hasBlock(std::uint32_t position) const { return blockAt(position) != nullptr; }
+    /// The stray block with room for one more, or null.
+    NodeBlock* openStrays() const;
+    /// Where a new block of strays can be linked.
+    std::uint32_t newStrays() const;
+    std::uint32_t numberOfBlocks() const { return blocks; }
+    /// Prepares for a block at the position and for so many nodes more. Needs memory, so it comes
+    /// before `link` and `enter`.
+    void reserve(std::uint32_t position, std::uint32_t nodes);
+    /// Lets threads find the block's published nodes.
+    void link(NodeBlock& block);
+    /// Lets `find` find the node, which has its name and whose block is linked.
+    void enter(const LocationNode& node);
+    /// Takes back `link` and `enter`. True when it was the last block.
+    bool unlink(NodeBlock& block) noexcept;
+
+    /// How much memory it takes.
+    std::uint64_t bytes() const;
+
+    ChildList* nextDropped = nullptr; // for NodeDropping
+
 private:
-    static constexpr std::uint32_t kNearChunks = 4;
-    static constexpr std::uint32_t kFarChunks = 29;
-    using FarChunks = std::array<std::atomic<LocationNode*>, kFarChunks>;
+    struct Directory;
+    /// The blocks of the potential children, or those of the strays.
+    struct Lane {
+        std::atomic<NodeBlock*> first{nullptr};
+        std::atomic<Directory*> further{nullptr}; // owned
+        std::atomic<NodeBlock*>* place(std::uint32_t number) const;
+    };
 
-    std::uint32_t chunkOf(std::uint32_t position) const;
-    std::uint32_t chunkStart(std::uint32_t chunk) const;
-    std::atomic<LocationNode*>& chunkAt(std::uint32_t chunk);
-    void enterIndex(std::uint32_t position, std::string_view name);
+    static std::uint32_t LaneOf(std::uint32_t position) { return position / kStray; }
+    static std::uint32_t NumberOf(std::uint32_t position) { return position % kStray / 32; }
+    NodeBlock* blockAt(std::uint32_t position) const;
+    LocationNode& nodeAt(std::uint32_t position) const;
+    void reserveBlock(std::uint32_t position);
+    void reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes);
+    void makeIndex(std::uint32_t slots, bool wide);
+    void insert(std::uint32_t position, std::string_view name);
+    void removeFromIndex(const LocationNode& node);
 
-    std::atomic<std::uint32_t> count{0};
-    const std::uint32_t firstChunk;
-    std::uint32_t allCount = 0;
-    std::array<std::atomic<LocationNode*>, kNearChunks> nearChunks{};
-    std::atomic<FarChunks*> farChunks{nullptr};
-    std::unique_ptr<FarChunks> ownedFarChunks;
-    // Open addressing: position + 1 of every node, 0 for a free slot. Empty for few nodes.
-    std::vector<std::uint32_t> index;
+    std::uint32_t slot(std::uint32_t index) const;
+    void setSlot(std::uint32_t index, std::uint32_t value);
+
+    Lane lanes[2];
+    // Open addressing: for every node 1 + its position, turned left by one bit so that strays have
+    // small numbers too; 0 for a free slot. Slots of 16 bits as long as all numbers fit.
+    std::unique_ptr<char[]> index;
+    std::uint32_t slots = 0; // a power of two; 0 without an index
+    bool isWide = false;
+    std::uint32_t entered = 0; // nodes with a name
+    std::uint32_t blocks = 0;
+    std::uint32_t strayBlocks = 0; // places that were ever used
+    std::uint32_t lastStrays = 0;  // the place of the block that was linked last
 };
 
-inline std::uint32_t ChildList::chunkOf(std::uint32_t position) const {
-    std::uint32_t chunk = 0;
-    while (position >= std::uint64_t(firstChunk) << chunk)
-        ++chunk;
-    return chunk;
+struct ChildList::Directory {
+    std::uint32_t size;  // how many blocks, from the second one on
+    Directory* previous; // a smaller one, which threads may still read; owned
+    std::atomic<NodeBlock*>* blocks() {
+        return reinterpret_cast<std::atomic<NodeBlock*>*>(this + 1);
+    }
+
+    static Directory* Make(std::uint32_t size); // without blocks
+    static void Delete(Directory* last) noexcept;
+};
+
+inline std::atomic<NodeBlock*>* ChildList::Lane::place(std::uint32_t number) const {
+    if (number == 0) return const_cast<std::atomic<NodeBlock*>*>(&first);
+    Directory* const directory = further.load(std::memory_order_acquire);
+    return directory && number <= directory->size ? directory->blocks() + number - 1 : nullptr;
 }
 
-inline std::uint32_t ChildList::chunkStart(std::uint32_t chunk) const {
-    return chunk == 0 ? 0 : firstChunk << (chunk - 1);
+inline NodeBlock* ChildList::blockAt(std::uint32_t position) const {
+    const std::atomic<NodeBlock*>* place = lanes[LaneOf(position)].place(NumberOf(position));
+    return place ? place->load(std::memory_order_acquire) : nullptr;
 }
 
-inline std::atomic<LocationNode*>& ChildList::chunkAt(std::uint32_t chunk) {
-    if (chunk < kNearChunks) return nearChunks[chunk];
-    return (*farChunks.load(std::memory_order_acquire))[chunk - kNearChunks];
-}
-
-inline LocationNode& ChildList::at(std::uint32_t position) {
-    const std::uint32_t chunk = chunkOf(position);
-    return chunkAt(chunk).load(std::memory_order_acquire)[position - chunkStart(chunk)];
+inline LocationNode* ChildList::at(std::uint32_t position) const {
+    NodeBlock* const block = blockAt(position);
+    const std::uint32_t slot = position % NodeBlock::kNodes;
+    if (!block || slot >= block->count.load(std::memory_order_acquire)) return nullptr;
+    return block->nodes + slot;
 }
 
 } // namespace OxTellarRuntimeDetail

@@ -15,7 +15,7 @@ LocationData MissingLocation() {
 
 LocationData Cook::input(std::size_t index, const std::string& path) {
     if (index >= op.inputs.size() || !op.inputs[index]) return MissingLocation();
-    return OpNode::Of(*op.inputs[index]).cook(path, eviction);
+    return OpNode::Of(*op.inputs[index]).cook(path, eviction, nullptr);
 }
 
 void Cook::pass(const LocationData& data) {
@@ -36,20 +36,21 @@ void Cook::setPotentialChildren(const StringAttribute& names) {
 }
 
 void Cook::setNote(const Attribute& note) {
-    LocationRecord& record = ownRecord();
-    record.note = note;
-    record.noteStore = op.store->shortId();
+    ownRecord().setNote(note, op.store->shortId());
 }
 
 Attribute Cook::parentNote() const {
-    const LocationData parent(node.parent->acquireRecord());
-    const LocationRecord* record = parent.getRecord();
+    const LocationData parent(node.parent()->acquireRecord());
+    if (!parent.isValid()) return {};
+    const LocationRecord::Extra* extra = parent.getRecord()->extra.load(std::memory_order_acquire);
     // A record that was passed on carries the note of another Op.
-    return record && record->noteStore == op.store->shortId() ? record->note : Attribute();
+    return extra && extra->noteStore == op.store->shortId() ? extra->note : Attribute();
 }
 
 LocationData Cook::takeResult() {
-    return result.isValid() ? std::move(result) : MissingLocation();
+    if (!result.isValid()) return MissingLocation();
+    if (isOwn) result.getRecord()->ownValues(values.end());
+    return std::move(result);
 }
 
 /// The cook's own record, which it may change. On first use it is a copy of what was passed.

@@ -7,6 +7,7 @@
 #include <OxTellarSDK/OpType.h>
 
 #include "OpGraph.h"
+#include "ResultMemory.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -30,7 +31,7 @@ public:
     void setPotentialChildren(const OxAttribute::StringAttribute& names) final;
     void setNote(const OxAttribute::Attribute& note) final;
     OxAttribute::Attribute parentNote() const final;
-    std::int64_t probableIndex() const final { return node.index; }
+    std::int64_t probableIndex() const final { return node.probableIndex(); }
     bool isFresh() const final { return eviction != 0; }
 
     /// Whether the result is data that was passed on.
@@ -47,6 +48,7 @@ private:
     const OxOpType::State* opState;
     TellarRuntime::LocationData result;
     bool isOwn = false;
+    ValueBytes::Meter values; // that the cook makes
 };
 
 } // namespace OxTellarRuntimeDetail

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "NodeBlock.h"
+
 namespace OxTellarRuntimeDetail {
 
 namespace {
@@ -67,6 +69,13 @@ void CookedIndex::add(std::uint32_t serial) {
 void CookedIndex::remove(std::uint32_t serial) {
     if (Word* bits = word(serial))
         bits->fetch_and(~(std::uint64_t(1) << serial % kWordBits), std::memory_order_relaxed);
+}
+
+void CookedIndex::removeBlock(std::uint32_t number) noexcept {
+    static_assert(NodeBlock::kNodes == 32 && kWordBits == 64, "a block has half a word");
+    if (Word* bits = word(number * NodeBlock::kNodes))
+        bits->fetch_and(number % 2 != 0 ? 0xffffffffu : ~std::uint64_t(0xffffffffu),
+                        std::memory_order_relaxed);
 }
 
 void CookedIndex::clear() {

@@ -22,6 +22,8 @@ public:
     bool contains(std::uint32_t serial) const;
     void add(std::uint32_t serial);
     void remove(std::uint32_t serial);
+    /// Removes the 32 serial numbers of a NodeBlock.
+    void removeBlock(std::uint32_t number) noexcept;
     void clear();
 
 private:

@@ -16,10 +16,10 @@ void LocationNode::setName(std::string_view name) {
 
 std::string LocationNode::path() const {
     std::size_t bytes = 0;
-    for (const LocationNode* node = this; node->parent; node = node->parent)
+    for (const LocationNode* node = this; node->parent(); node = node->parent())
         bytes += 1 + node->name().size();
     std::string path(bytes, '/');
-    for (const LocationNode* node = this; node->parent; node = node->parent) {
+    for (const LocationNode* node = this; node->parent(); node = node->parent()) {
         const std::string_view name = node->name();
         bytes -= name.size();
         std::memcpy(&path[bytes], name.data(), name.size());

@@ -9,30 +9,25 @@
 #include <string>
 #include <utility>
 
+#include <OxTellarSDK/TellarRuntime.h>
+
 #include "CookWaits.h"
+#include "CookedIndex.h"
+#include "NodeDropping.h"
 #include "PerThread.h"
 #include "Prefetch.h"
+#include "ResultMemory.h"
 
 namespace OxTellarRuntimeDetail {
 
 using OxAttribute::Prefetch;
+using OxAttribute::StringAttribute;
 
 namespace {
 
 constexpr std::uintptr_t kCacheLineBytes = 64;
 // A step of a walk takes as long as memory needs to answer, or a little less.
 constexpr std::uint32_t kFetchedAhead = 3;
-// Children made at once when a walk begins to ask for them in order.
-constexpr std::uint32_t kChildrenAtOnce = 256;
-
-struct alignas(64) Stripe {
-    std::mutex lock;
-};
-
-std::mutex& ChildLock(const LocationNode& parent) {
-    static std::array<Stripe, 64>* const stripes = new std::array<Stripe, 64>;
-    return (*stripes)[reinterpret_cast<std::uintptr_t>(&parent) / sizeof(LocationNode) % 64].lock;
-}
 
 struct Registry {
     std::mutex lock;
@@ -51,25 +46,30 @@ std::string JoinPath(std::string_view folder, std::string_view name) {
     return path;
 }
 
-/// The location whose path a thread dealt with last in one store. `node` is valid while the store
-/// with `storeId` lives.
+/// The location whose path a thread dealt with last in one store.
 struct WalkCursor {
     std::uint64_t storeId = 0;
-    LocationNode* node = nullptr;
-    std::string folder; // the path of the node's parent
+    NodeHandle last;
+    std::string folder; // the path of its parent
 
-    /// The parent of the location with the path `other` + "/" + its name, if it is at hand.
-    LocationNode* findParent(std::string_view other) const {
-        if (other == folder) return node->parent;
-        const std::string_view name = node->name();
+    /// Null when the thread was elsewhere, or the location was dropped.
+    LocationNode* nodeIn(const LocationStore& store) const {
+        return storeId == store.id() ? store.resolve(last) : nullptr;
+    }
+
+    /// The parent of the location with the path `other` + "/" + its name, if it is at hand from
+    /// the cursor's node.
+    LocationNode* findParent(LocationNode& node, std::string_view other) const {
+        if (other == folder) return node.parent();
+        const std::string_view name = node.name();
         const bool isChild = other.size() == folder.size() + 1 + name.size() &&
                              other.substr(0, folder.size()) == folder &&
                              other[folder.size()] == '/' && other.substr(folder.size() + 1) == name;
-        return isChild ? node : nullptr;
+        return isChild ? &node : nullptr;
     }
 
     void moveTo(std::uint64_t nodesStore, LocationNode& location, std::string_view itsFolder) {
-        node = &location;
+        last = location.handle();
         if (storeId == nodesStore && folder == itsFolder) return;
         storeId = 0; // kept if there is no memory for the text
         folder = itsFolder;
@@ -91,22 +91,13 @@ std::uint64_t NextStoreId() {
     return next.fetch_add(1, std::memory_order_relaxed);
 }
 
-void ReleaseRecord(LocationNode& node) {
-    if (LocationRecord* record = node.record.load(std::memory_order_relaxed)) record->release();
-}
-
-/// Whether the name can be one level of a path.
-bool IsLevel(std::string_view name) {
-    return !name.empty() && name.find('/') == std::string_view::npos;
-}
-
 /// Records and attributes lie far apart. A walk that goes on finds those of a later child in the
 /// cache.
-void FetchAhead(ChildList& list, std::uint32_t position, std::uint32_t published) {
-    if (position + kFetchedAhead >= published) return;
-    const LocationNode& later = list.at(position + kFetchedAhead);
-    const void* attrs = later.attrsAddress.load(std::memory_order_relaxed);
-    Prefetch(later.record.load(std::memory_order_relaxed));
+void FetchAhead(const ChildList& list, std::uint32_t position) {
+    const LocationNode* const later = list.at(position + kFetchedAhead);
+    if (!later) return;
+    const void* attrs = later->attrsAddress.load(std::memory_order_relaxed);
+    Prefetch(later->record.load(std::memory_order_relaxed));
     Prefetch(attrs);
     Prefetch(reinterpret_cast<std::uintptr_t>(attrs) + kCacheLineBytes);
 }
@@ -123,15 +114,13 @@ std::shared_ptr<LocationStore> LocationStore::ForIdentity(const OxAttribute::Has
 }
 
 LocationStore::LocationStore(const OxAttribute::Hash& storeIdentity)
-    : identity(storeIdentity), storeId(NextStoreId()) {
-    root.serial = nextSerial++;
+    : identity(storeIdentity), storeId(NextStoreId()), root(makeBlock(nullptr, 0, 1).nodes[0]) {
+    root.block->count.store(1, std::memory_order_relaxed);
+    NodeDropping::Register();
 }
 
 LocationStore::~LocationStore() {
-    ReleaseRecord(root);
-    for (ChildList& list : lists)
-        for (std::uint32_t i = 0; i < list.size(); ++i)
-            ReleaseRecord(list.at(i));
+    NodeDropping::FreeAll(*this);
     Registry& registry = GetRegistry();
     const std::lock_guard<std::mutex> guard(registry.lock);
     const auto entry = registry.stores.find(identity);
@@ -144,134 +133,128 @@ LocationNode* LocationStore::locate(std::string_view path, bool add) {
     const std::string_view folder = path.substr(0, slash);
     const std::string_view name = path.substr(slash + 1);
     WalkCursor* const cursor = CursorIn(storeId);
-    const bool isHere = cursor && cursor->storeId == storeId;
-    LocationNode* parent = isHere ? cursor->findParent(folder) : nullptr;
-    const bool isSibling = parent && parent == cursor->node->parent;
-    if (isSibling && cursor->node->name() == name) return cursor->node;
-    const std::uint32_t likelyPosition = isSibling ? cursor->node->index + 1 : 0;
-    if (!parent) parent = descend(folder, add);
-    LocationNode* const node = parent ? child(*parent, name, likelyPosition, add) : nullptr;
-    if (node && cursor) cursor->moveTo(storeId, *node, folder);
-    return node;
+    for (;;) {
+        LocationNode* const here = cursor ? cursor->nodeIn(*this) : nullptr;
+        LocationNode* parent = here ? cursor->findParent(*here, folder) : nullptr;
+        const bool isSibling = parent && parent == here->parent();
+        if (isSibling && here->name() == name) {
+            here->block->use(OxTellarMemory::CurrentTick());
+            return here;
+        }
+        const std::uint32_t likelyPosition = isSibling ? here->position() + 1 : 0;
+        if (!parent) parent = descend(folder, add);
+        if (!parent) return nullptr;
+        LocationNode* const node =
+            child(*parent, name, likelyPosition, likelyPosition & ~ChildList::kStray, add);
+        if (node && cursor) cursor->moveTo(storeId, *node, folder);
+        if (node || !add) return node;
+        AwaitDrop(*parent);
+    }
 }
 
 std::string LocationStore::pathOf(LocationNode& node) {
+    const ReadGuard guard;
     WalkCursor* const cursor = CursorIn(storeId);
     if (!cursor) return node.path();
-    const bool isHere = cursor->storeId == storeId;
-    if (isHere && cursor->node->parent == node.parent)
-        cursor->node = &node;
-    else if (isHere && cursor->node == node.parent)
-        cursor->moveTo(storeId, node, JoinPath(cursor->folder, node.parent->name()));
+    LocationNode* const here = cursor->nodeIn(*this);
+    if (here && here->parent() == node.parent())
+        cursor->last = node.handle();
+    else if (here && here == node.parent())
+        cursor->moveTo(storeId, node, JoinPath(cursor->folder, here->name()));
     else
-        cursor->moveTo(storeId, node, node.parent->path());
+        cursor->moveTo(storeId, node, node.parent()->path());
     return JoinPath(cursor->folder, node.name());
 }
 
 /// The node of "/root/world", or the root for an empty path.
 LocationNode* LocationStore::descend(std::string_view folder, bool add) {
     LocationNode* node = &root;
-    while (node && !folder.empty()) {
-        folder.remove_prefix(1); // the slash
-        const std::string_view name = folder.substr(0, folder.find('/'));
+    std::string_view rest = folder;
+    while (!rest.empty()) {
+        rest.remove_prefix(1); // the slash
+        const std::string_view name = rest.substr(0, rest.find('/'));
         if (name.empty()) return nullptr;
-        node = child(*node, name, 0, add);
-        folder.remove_prefix(name.size());
+        rest.remove_prefix(name.size());
+        LocationNode* const next = child(*node, name, 0, 0, add);
+        if (!next && !add) return nullptr;
+        if (!next) { // the node was dropped under us: from the top again
+            AwaitDrop(*node);
+            rest = folder;
+        }
+        node = next ? next : &root;
     }
     return node;
 }
 
 LocationNode* LocationStore::locateChild(LocationNode& parent, std::string_view name,
                                          std::int64_t index, bool add) {
+    if (name.empty()) return nullptr;
     ChildList* list = parent.children.load(std::memory_order_acquire);
     const std::uint32_t shift = list ? list->shift.load(std::memory_order_relaxed) : 0;
-    const std::uint32_t likelyPosition = static_cast<std::uint32_t>(index) + shift;
-    LocationNode* node = child(parent, name, likelyPosition, add);
-    if (node && list && node->index != likelyPosition)
-        list->shift.store(node->index - static_cast<std::uint32_t>(index),
-                          std::memory_order_relaxed);
+    const auto place = static_cast<std::uint32_t>(index);
+    const std::uint32_t likelyPosition = (place + shift) & ~ChildList::kStray;
+    LocationNode* node = child(parent, name, likelyPosition, index, add);
+    if (!node || !list) return node;
+    const std::uint32_t position = node->position();
+    if (position != likelyPosition && position < ChildList::kStray)
+        list->shift.store(position - place, std::memory_order_relaxed);
     return node;
 }
 
+/// Null, when it was to be added, if the parent is being dropped, or if the name is no level.
 LocationNode* LocationStore::child(LocationNode& parent, std::string_view name,
-                                   std::uint32_t likelyPosition, bool add) {
+                                   std::uint32_t likelyPosition, std::int64_t likelyIndex,
+                                   bool add) {
+    const auto found = [](LocationNode* node) {
+        node->block->use(OxTellarMemory::CurrentTick());
+        return node;
+    };
     if (ChildList* list = parent.children.load(std::memory_order_acquire)) {
-        const std::uint32_t count = list->publishedCount();
-        if (likelyPosition < count) {
-            LocationNode& likely = list->at(likelyPosition);
-            if (likely.name() == name) {
-                FetchAhead(*list, likelyPosition, count);
-                return &likely;
-            }
+        LocationNode* const likely = list->at(likelyPosition);
+        if (likely && likely->name() == name) {
+            FetchAhead(*list, likelyPosition);
+            return found(likely);
         }
-        if (count <= ChildList::kUnindexed)
-            if (LocationNode* known = list->findAmong(count, name)) return known;
+        if (LocationNode* known = list->findNear(name)) return found(known);
     }
     const std::lock_guard<std::mutex> guard(ChildLock(parent));
     ChildList* list = parent.children.load(std::memory_order_relaxed);
-    if (LocationNode* known = list ? list->find(name) : nullptr) return known;
-    return add && IsLevel(name) ? &addChildren(parent, name) : nullptr;
+    if (LocationNode* known = list ? list->find(name) : nullptr) return found(known);
+    return add && LocationNode::IsLevel(name) ? addChildren(parent, name, likelyIndex) : nullptr;
 }
 
-/// Under the parent's lock. The potential children after this one are added with it if all before
-/// it are there already: that is how a walk begins.
-LocationNode& LocationStore::addChildren(LocationNode& parent, std::string_view name) {
-    const TellarRuntime::LocationData data(parent.acquireRecord());
-    const OxAttribute::StringAttribute& names = data.getPotentialChildren();
-    const auto expected =
-        static_cast<std::uint32_t>(std::min<std::int64_t>(names.getNumberOfValues(), UINT32_MAX));
-    ChildList* list = parent.children.load(std::memory_order_relaxed);
-    if (!list) {
-        list = &makeList(std::min(expected, kChildrenAtOnce));
-        parent.children.store(list, std::memory_order_release);
+void LocationStore::addIndex(CookedIndex& index) {
+    const std::lock_guard<std::mutex> guard(blocksLock);
+    indexes.push_back(&index);
+}
+
+void LocationStore::removeIndex(CookedIndex& index) noexcept {
+    const std::lock_guard<std::mutex> guard(blocksLock);
+    indexes.erase(std::remove(indexes.begin(), indexes.end(), &index), indexes.end());
+}
+
+void LocationStore::AwaitDrop(LocationNode& node) {
+    // The thread that drops it has the lock until it is unlinked.
+    const std::lock_guard<std::mutex> guard(ChildLock(*node.parent()));
+}
+
+void LocationStore::evict(std::string_view path, CookedIndex& cooked) {
+    for (;;) {
+        const ReadGuard guard;
+        const bool addsNodes = hasDropped.load(std::memory_order_acquire);
+        LocationNode* const node = locate(path, addsNodes);
+        const bool mayBeGone = hasDropped.load(std::memory_order_acquire);
+        if (!node && mayBeGone && !addsNodes) continue;
+        if (!node || (!mayBeGone && !node->wasCooked.load(std::memory_order_acquire))) return;
+        NodePin pin;
+        if (!pin.tryPin(*node)) {
+            AwaitDrop(*node);
+            continue;
+        }
+        cooked.remove(node->serial());
+        node->state.fetch_or(LocationNode::kStale, std::memory_order_acq_rel);
+        return;
     }
-    const std::uint32_t first = list->size();
-    const bool inOrder = names.getValueView(first) == name;
-    const std::uint32_t end = inOrder ? std::min(expected, first + kChildrenAtOnce) : first + 1;
-    list->reserveIndex(end - first);
-    append(parent, *list, name);
-    for (std::uint32_t i = first + 1; i < end; ++i) {
-        const std::string_view next = names.getValueView(i);
-        if (!IsLevel(next) || list->find(next)) break;
-        append(parent, *list, next);
-    }
-    list->publish();
-    return list->at(first);
-}
-
-ChildList& LocationStore::makeList(std::uint32_t room) {
-    const std::lock_guard<std::mutex> guard(arenaLock);
-    return lists.emplace_back(room);
-}
-
-LocationNode* LocationStore::makeNodes(std::uint32_t count) {
-    LocationNode* nodes = nullptr;
-    std::uint32_t serial = 0;
-    {
-        const std::lock_guard<std::mutex> guard(arenaLock);
-        nodes = static_cast<LocationNode*>(arena.allocate(count * sizeof(LocationNode)));
-        serial = std::exchange(nextSerial, nextSerial + count);
-    }
-    for (std::uint32_t i = 0; i < count; ++i)
-        (new (nodes + i) LocationNode)->serial = serial + i;
-    return nodes;
-}
-
-/// A copy that lives as long as the store.
-std::string_view LocationStore::keepName(std::string_view name) {
-    const std::lock_guard<std::mutex> guard(arenaLock);
-    auto* const text = static_cast<char*>(arena.allocate(name.size()));
-    std::memcpy(text, name.data(), name.size());
-    return {text, name.size()};
-}
-
-void LocationStore::append(LocationNode& parent, ChildList& list, std::string_view name) {
-    if (list.isFull()) list.addChunk(makeNodes(list.nextChunkSize()));
-    LocationNode& node = list.at(list.size());
-    node.setName(LocationNode::IsLongName(name) ? keepName(name) : name);
-    node.parent = &parent;
-    node.index = list.size();
-    list.append();
 }
 
 /// While it lives, the calling thread prepares the store's state and the others wait.
@@ -312,6 +295,7 @@ const OxOpType::State* LocationStore::prepare(const OxOpType::OpType& type,
     const PrepareTurn turn(*this);
     if (!isPrepared.load(std::memory_order_relaxed)) {
         const MakingScope scope(&state);
+        const ValueBytes::Meter meter; // the state is not part of the result of the cook
         state = type.prepare(args, numberOfInputs);
         isPrepared.store(true, std::memory_order_release);
     }

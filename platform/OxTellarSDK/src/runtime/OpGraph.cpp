@@ -6,13 +6,16 @@
 #include <utility>
 
 #include <OxTellarSDK/CurrentOp.h>
+#include <OxTellarSDK/MemoryBudget.h>
 
+#include "CacheCounts.h"
 #include "Cook.h"
 #include "CookObservers.h"
 #include "CookWaiters.h"
 #include "CookWaits.h"
 #include "PerThread.h"
 #include "PluginCall.h"
+#include "ResultMemory.h"
 #include "ThreadSlot.h"
 
 namespace OxTellarRuntimeDetail {
@@ -165,21 +168,46 @@ void OpNode::prepare() const {
     guarded(nullptr, [&] { store->prepare(*type, args, inputs.size()); });
 }
 
-LocationData OpNode::cook(const std::string& path, std::uint32_t eviction,
-                          LocationNode** found) const {
-    if (found) *found = nullptr;
-    if (defect) fail(&path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}, {}});
-    LocationNode* node = store->findOrAdd(path);
-    if (!node) return MissingLocation();
-    if (found) *found = node;
-    if (eviction == 0)
-        if (LocationRecord* record = FreshRecord(*node)) return LocationData(record);
-    return cookAt(*node, path, eviction);
+template <typename Find>
+LocationData OpNode::cookFound(const Find& find, const std::string* path, std::uint32_t eviction,
+                               CookedBy* by) const {
+    LocationData data;
+    {
+        NodePin pin;
+        while (!pin) {
+            const ReadGuard guard;
+            LocationNode* const node = find();
+            if (!node) return {};
+            if (eviction == 0)
+                if (LocationRecord* record = FreshRecord(*node)) {
+                    data = LocationData(record);
+                    if (by) by->note(*node);
+                    OxTellarMemory::CacheCounts::Hit(store->memory());
+                    return data;
+                }
+            if (!pin.tryPin(*node)) LocationStore::AwaitDrop(*node);
+        }
+        LocationNode& node = pin.node();
+        data = cookAt(node, path ? *path : store->pathOf(node), eviction);
+        if (by) by->note(node);
+    }
+    OxTellarMemory::RelieveMemory();
+    return data;
 }
 
-LocationData OpNode::cook(LocationNode& node) const {
-    if (LocationRecord* record = FreshRecord(node)) return LocationData(record);
-    return cookAt(node, store->pathOf(node), 0);
+LocationData OpNode::cook(const std::string& path, std::uint32_t eviction, CookedBy* by) const {
+    if (defect) fail(&path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}, {}});
+    LocationData data = cookFound([&] { return store->findOrAdd(path); }, &path, eviction, by);
+    return data.isValid() ? data : MissingLocation();
+}
+
+LocationData OpNode::cookChild(const NodeHandle& parent, std::string_view name, std::int64_t index,
+                               CookedBy& by) const {
+    const auto find = [&] {
+        LocationNode* const node = store->resolve(parent);
+        return node ? store->findOrAddChild(*node, name, index) : nullptr;
+    };
+    return cookFound(find, nullptr, 0, &by);
 }
 
 LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
@@ -232,6 +260,7 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
                                 std::uint32_t eviction) const {
     const MakingScope scope(&node);
     CountCook();
+    store->memory().miss();
     LocationData result = AreCooksObserved() ? computeObserved(node, path, eviction)
                                              : computeWith<Cook>(node, path, eviction);
     LocationRecord* record = result.detachRecord();
@@ -300,17 +329,23 @@ OxOpType::CookTrace OpNode::trace(const std::string& path) const {
 LocationData OpNode::traceInto(OxOpType::CookTrace& trace, const std::string& path) const {
     if (defect) fail(&path, {kOxErrorCook, *defect, {}, {}, {}, {}, {}, {}});
     if (!store) fail(&path, {kOxErrorCook, "its results were taken", {}, {}, {}, {}, {}, {}});
-    LocationNode* node = store->findOrAdd(path);
-    if (!node) return MissingLocation();
-    cookParent(*node);
-    return computeWith<TracedCook>(*node, path, 0, trace);
+    NodePin pin;
+    while (!pin) {
+        const ReadGuard guard;
+        LocationNode* const node = store->findOrAdd(path);
+        if (!node) return MissingLocation();
+        if (!pin.tryPin(*node)) LocationStore::AwaitDrop(*node);
+    }
+    cookParent(pin.node());
+    return computeWith<TracedCook>(pin.node(), path, 0, trace);
 }
 
 /// For the note that it may keep for its children. A parent that cannot be cooked has none.
 void OpNode::cookParent(LocationNode& node) const {
-    if (!node.parent || !node.parent->parent) return;
+    LocationNode* const parent = node.parent();
+    if (!parent || !parent->parent()) return;
     try {
-        cook(*node.parent);
+        cookFound([&] { return parent; }, nullptr, 0, nullptr);
     } catch (const std::bad_alloc&) {
         throw;
     } catch (...) {

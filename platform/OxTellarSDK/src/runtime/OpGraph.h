@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
@@ -14,9 +15,23 @@
 #include <OxTellarSDK/TellarRuntime.h>
 
 #include "CookObservers.h"
+#include "CookedIndex.h"
 #include "LocationStore.h"
 
 namespace OxTellarRuntimeDetail {
+
+/// Notes for a runtime that it has cooked a location, and where that is.
+struct CookedBy {
+    CookedIndex& index;
+    NodeHandle handle;
+
+    /// The caller has the node's guard or pin. Throws std::bad_alloc.
+    void note(const LocationNode& node) {
+        const std::uint32_t serial = node.serial();
+        if (!index.contains(serial)) index.add(serial);
+        handle = node.handle();
+    }
+};
 
 /// The content of a TellarRuntime::Op. Its transaction changes it. It is immutable after the
 /// commit, except for the store: see TellarRuntime::Client::takeResults.
@@ -48,12 +63,15 @@ struct OpNode {
     void prepare() const;
 
     /// Cooks a location, or returns its existing result. An `eviction` other than 0 asks for a
-    /// result made since that eviction. Unless `found` is null, *found receives the location's node
-    /// in the store, or null when the path is not that of a location.
+    /// result made since that eviction. `by` may be null; it stays as it is when the path is not
+    /// that of a location.
     TellarRuntime::LocationData cook(const std::string& path, std::uint32_t eviction,
-                                     LocationNode** found = nullptr) const;
-    /// Overload for a location of this Op's store.
-    TellarRuntime::LocationData cook(LocationNode& node) const;
+                                     CookedBy* by = nullptr) const;
+    /// The same for a child of a location of this Op's store; `index` is its place among the
+    /// potential children of the parent. Invalid data when the parent was dropped or is another
+    /// store's, and when the name is not one level of a path.
+    TellarRuntime::LocationData cookChild(const NodeHandle& parent, std::string_view name,
+                                          std::int64_t index, CookedBy& by) const;
 
     /// See OxOpType::TraceCook.
     OxOpType::CookTrace trace(const std::string& path) const;
@@ -66,6 +84,12 @@ private:
     template <typename Call>
     auto guarded(const std::string* path, const Call& call) const;
 
+    /// `find` looks a node up, under a guard. Invalid data if it finds none. A null `path` is put
+    /// together if it is needed.
+    template <typename Find>
+    TellarRuntime::LocationData cookFound(const Find& find, const std::string* path,
+                                          std::uint32_t eviction, CookedBy* by) const;
+    // For a node that the caller has pinned.
     TellarRuntime::LocationData cookAt(LocationNode& node, const std::string& path,
                                        std::uint32_t eviction) const;
     TellarRuntime::LocationData cookNow(LocationNode& node, const std::string& path,

@@ -8,6 +8,11 @@
 
 namespace OxTellarRuntimeDetail {
 
+void RuntimeState::Cooked::Forget::operator()(CookedIndex* index) const noexcept {
+    store->removeIndex(*index);
+    delete index;
+}
+
 std::vector<RuntimeState::Cooked> RuntimeState::takeUnused() {
     const auto isUsed = [](const Cooked& entry) { return entry.store.use_count() != 1; };
     const auto unused = std::partition(cooked.begin(), cooked.end(), isUsed);
@@ -40,7 +45,10 @@ RuntimeState::Ops RuntimeState::findResultsAgain() {
 CookedIndex* RuntimeState::indexOf(const std::shared_ptr<LocationStore>& store) {
     for (const Cooked& entry : cooked)
         if (entry.store == store) return entry.index.get();
-    cooked.push_back({store, std::make_unique<CookedIndex>()});
+    auto index = std::make_unique<CookedIndex>();
+    cooked.reserve(cooked.size() + 1);
+    store->addIndex(*index);
+    cooked.push_back({store, {index.release(), {store.get()}}});
     return cooked.back().index.get();
 }
 

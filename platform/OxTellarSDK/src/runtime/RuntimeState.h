@@ -20,8 +20,14 @@ namespace OxTellarRuntimeDetail {
 /// lives as long as the runtime and is used without the lock.
 struct RuntimeState {
     struct Cooked {
+        /// Takes the index from the store's list first.
+        struct Forget {
+            LocationStore* store = nullptr;
+            void operator()(CookedIndex* index) const noexcept;
+        };
+        // In this order: the index goes while the store is there.
         std::shared_ptr<LocationStore> store;
-        std::unique_ptr<CookedIndex> index;
+        std::unique_ptr<CookedIndex, Forget> index;
     };
     using Ops = std::vector<std::shared_ptr<TellarRuntime::Op>>;
 

@@ -12,7 +12,6 @@
 #include "RuntimeState.h"
 
 using OxAttribute::StringAttribute;
-using OxTellarRuntimeDetail::LocationNode;
 using OxTellarRuntimeDetail::RuntimeState;
 
 std::shared_ptr<TellarRuntime> TellarRuntime::create() {
@@ -50,12 +49,8 @@ void TellarRuntime::commit(const std::shared_ptr<Transaction>& transaction) {
 
 void TellarRuntime::evict(const std::string& path) {
     const std::lock_guard<std::mutex> guard(state->lock);
-    for (const auto& entry : state->cooked) {
-        LocationNode* node = entry.store->find(path);
-        if (!node || !node->wasCooked.load(std::memory_order_acquire)) continue;
-        entry.index->remove(node->serial);
-        node->state.fetch_or(LocationNode::kStale, std::memory_order_acq_rel);
-    }
+    for (const auto& entry : state->cooked)
+        entry.store->evict(path, *entry.index);
 }
 
 void TellarRuntime::finalize() {

@@ -3,14 +3,17 @@
 #include <mutex>
 #include <utility>
 
+#include "CacheCounts.h"
 #include "OpGraph.h"
 #include "RuntimeState.h"
 
+using OxTellarRuntimeDetail::CookedBy;
 using OxTellarRuntimeDetail::CookedIndex;
 using OxTellarRuntimeDetail::LocationNode;
 using OxTellarRuntimeDetail::LocationRecord;
 using OxTellarRuntimeDetail::LocationStore;
 using OxTellarRuntimeDetail::OpNode;
+using OxTellarRuntimeDetail::ReadGuard;
 using OxTellarRuntimeDetail::RuntimeState;
 
 /// The results that a client looks at.
@@ -18,20 +21,13 @@ struct TellarRuntime::Client::View {
     std::shared_ptr<LocationStore> store; // null when the Op has a defect
     CookedIndex* cooked; // owned by the runtime; shared by its clients with equal Ops
 
-    /// Whether the data's place is in the store.
-    bool keeps(const LocationData& data) const {
-        return store && data.place.storeId == store->id();
-    }
-    /// Notes that the runtime has cooked the location, and in its data where that is.
-    void present(LocationNode& node, LocationData& data) const {
-        if (!cooked->contains(node.serial)) cooked->add(node.serial);
-        data.place = {&node, store->id()};
-    }
-    /// Invalid data for a location that the runtime has not cooked, and for null.
+    /// Invalid data for a location that the runtime has not cooked, and for null. The caller has a
+    /// guard.
     LocationData cached(LocationNode* node) const {
-        if (!node || !cooked->contains(node->serial)) return {};
+        if (!node || !cooked->contains(node->serial())) return {};
         LocationData data(node->acquireRecord());
-        data.place = {node, store->id()};
+        data.place = node->handle();
+        if (data.isValid()) OxTellarMemory::CacheCounts::Hit(store->memory());
         return data;
     }
 };
@@ -95,36 +91,39 @@ TellarRuntime::LocationData TellarRuntime::Client::cookLocation(const std::strin
     View* seen = view.load(std::memory_order_acquire);
     if (!seen) seen = lookAgain();
     if (!seen) return LocationData(LocationRecord::Missing());
-    LocationNode* node = nullptr;
-    LocationData data = OpNode::Of(*op).cook(path, 0, &node);
-    if (node) seen->present(*node, data);
+    if (!seen->store) return OpNode::Of(*op).cook(path, 0, nullptr); // throws what is wrong
+    CookedBy by{*seen->cooked, {}};
+    LocationData data = OpNode::Of(*op).cook(path, 0, &by);
+    data.place = by.handle;
     return data;
 }
 
 TellarRuntime::LocationData TellarRuntime::Client::cookChild(const LocationData& parent,
                                                              std::int64_t index) {
     View* seen = view.load(std::memory_order_acquire);
-    if (!seen || !seen->keeps(parent)) return {};
+    if (!seen || !seen->store || !parent.place.block) return {};
     const std::string_view name = parent.getPotentialChildren().getValueView(index);
-    LocationNode* node = seen->store->findOrAddChild(*parent.place.node, name, index);
-    if (!node) return {};
-    LocationData data = OpNode::Of(*op).cook(*node);
-    seen->present(*node, data);
+    CookedBy by{*seen->cooked, {}};
+    LocationData data = OpNode::Of(*op).cookChild(parent.place, name, index, by);
+    data.place = by.handle;
     return data;
 }
 
 TellarRuntime::LocationData TellarRuntime::Client::getCachedLocation(const std::string& path) {
     const View* seen = view.load(std::memory_order_acquire);
     if (!seen || !seen->store) return {};
+    const ReadGuard guard;
     return seen->cached(seen->store->find(path));
 }
 
 TellarRuntime::LocationData TellarRuntime::Client::getCachedChild(const LocationData& parent,
                                                                   std::int64_t index) {
     const View* seen = view.load(std::memory_order_acquire);
-    if (!seen || !seen->keeps(parent)) return {};
+    if (!seen || !seen->store || !parent.place.block) return {};
     const std::string_view name = parent.getPotentialChildren().getValueView(index);
-    return seen->cached(seen->store->findChild(*parent.place.node, name, index));
+    const ReadGuard guard;
+    LocationNode* const node = seen->store->resolve(parent.place);
+    return node ? seen->cached(seen->store->findChild(*node, name, index)) : LocationData();
 }
 
 std::shared_ptr<TellarRuntime> TellarRuntime::Client::getRuntime() const {

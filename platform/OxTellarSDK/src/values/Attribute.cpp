@@ -9,6 +9,7 @@
 #include "Container.h"
 #include "ContainerWriter.h"
 #include "NodeAccess.h"
+#include "ResultMemory.h"
 
 namespace OxAttribute {
 
@@ -120,6 +121,7 @@ Node* AllocateNode(AttributeType type, std::uint64_t bytes) {
     if (bytes > SIZE_MAX / 2) throw std::bad_alloc();
     char* memory = static_cast<char*>(std::malloc(bytes + overhead));
     if (!memory) throw std::bad_alloc();
+    OxTellarRuntimeDetail::ValueBytes::Allocated(memory);
     new (memory) MemoryPrefix{{{0}, {0}}};
     Node* node = new (memory + sizeof(MemoryPrefix)) Node;
     node->refCount.store(1, std::memory_order_relaxed);
@@ -138,6 +140,7 @@ void FreeNode(Node* node) {
     if (IsGroup(node))
         for (std::uint64_t i = 0; i < node->count; ++i)
             Release(Entries<MemoryEntry>(node)[i].child);
+    OxTellarRuntimeDetail::ValueBytes::Freed(PrefixOf(node));
     std::free(PrefixOf(node));
 }
 

@@ -1,8 +1,10 @@
 #include <OxTellarSDK/LocationRecord.h>
 
 #include <algorithm>
+#include <memory>
 #include <mutex>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include <xxhash.h>
@@ -11,6 +13,7 @@
 
 #include "Arena.h"
 #include "PerThread.h"
+#include "ResultMemory.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -18,18 +21,25 @@ namespace {
 
 constexpr std::size_t kSlabRecords = 512;
 constexpr std::size_t kKeptPerThread = 1024;
+constexpr std::uint64_t kExtraBytes = sizeof(LocationRecord::Extra) + sizeof(std::size_t);
 
 struct Pool {
     std::mutex lock;
-    std::vector<LocationRecord*> free; // has room for all records: giving one back never fails
-    std::size_t made = 0;
+    LocationRecord* free = nullptr;
     Arena arena;
 
-    /// The lock is held.
-    void makeRoom(std::size_t more) {
-        const std::size_t wanted = made + more;
-        if (wanted > free.capacity()) free.reserve(std::max(wanted, 2 * free.capacity()));
-        made = wanted;
+    // The lock is held.
+    void give(LocationRecord* record) noexcept { SetNext(*record, std::exchange(free, record)); }
+    LocationRecord* take() noexcept { return free ? std::exchange(free, NextOf(*free)) : nullptr; }
+
+    /// Records without a count are in one list, which goes through them: giving one back needs no
+    /// memory. Their attributes are handles of nothing, so the place of the extra part is free.
+    static LocationRecord* NextOf(const LocationRecord& record) noexcept {
+        return reinterpret_cast<LocationRecord*>(record.extra.load(std::memory_order_relaxed));
+    }
+    static void SetNext(LocationRecord& record, LocationRecord* next) noexcept {
+        record.extra.store(reinterpret_cast<LocationRecord::Extra*>(next),
+                           std::memory_order_relaxed);
     }
 };
 
@@ -64,14 +74,11 @@ private:
         LocationRecord* slab = nullptr;
         {
             const std::lock_guard<std::mutex> guard(pool.lock);
-            while (!pool.free.empty() && free.size() < kSlabRecords) {
-                free.push_back(pool.free.back());
-                pool.free.pop_back();
-            }
+            while (pool.free && free.size() < kSlabRecords)
+                free.push_back(pool.take());
             if (!free.empty()) return;
             slab = static_cast<LocationRecord*>(
                 pool.arena.allocate(kSlabRecords * sizeof(LocationRecord)));
-            pool.makeRoom(kSlabRecords);
         }
         // Taken from the back: in the order of their addresses.
         for (std::size_t i = kSlabRecords; i > 0; --i)
@@ -81,9 +88,8 @@ private:
     void giveBack(std::size_t keep) noexcept {
         Pool& pool = GetPool();
         const std::lock_guard<std::mutex> guard(pool.lock);
-        pool.free.insert(pool.free.end(), free.begin() + static_cast<std::ptrdiff_t>(keep),
-                         free.end());
-        free.resize(keep);
+        for (; free.size() > keep; free.pop_back())
+            pool.give(free.back());
     }
 
     std::vector<LocationRecord*> free;
@@ -93,13 +99,8 @@ private:
 LocationRecord* TakeFromPool() {
     Pool& pool = GetPool();
     const std::lock_guard<std::mutex> guard(pool.lock);
-    if (pool.free.empty()) {
-        pool.makeRoom(1);
-        return new LocationRecord;
-    }
-    LocationRecord* record = pool.free.back();
-    pool.free.pop_back();
-    return record;
+    LocationRecord* const record = pool.take();
+    return record ? record : new LocationRecord;
 }
 
 } // namespace
@@ -108,8 +109,10 @@ LocationRecord* LocationRecord::Create() {
     ThreadCache* cache = PerThread<ThreadCache>::Get();
     LocationRecord* record = cache ? cache->take() : TakeFromPool();
     record->exists = 0;
-    record->hash[0].store(0, std::memory_order_relaxed);
+    record->valueUnits = 0;
+    record->extra.store(nullptr, std::memory_order_relaxed);
     record->count.store(1, std::memory_order_release);
+    ResultMemory::Get().added(sizeof(LocationRecord));
     return record;
 }
 
@@ -129,17 +132,57 @@ const OxAttribute::StringAttribute& LocationRecord::NoPotentialChildren() {
     return *none;
 }
 
+void LocationRecord::ownValues(std::uint64_t valueBytes) noexcept {
+    constexpr std::uint64_t most = 0x7fffffff;
+    if (valueUnits != 0 || valueBytes == 0) return;
+    valueUnits = static_cast<std::uint32_t>(std::min(most, valueBytes / kUnitBytes)) & most;
+    ResultMemory::Get().added(valueUnits * kUnitBytes, 0);
+}
+
+LocationRecord::Extra* LocationRecord::needExtra() noexcept {
+    Extra* known = extra.load(std::memory_order_acquire);
+    if (known) return known;
+    std::unique_ptr<Extra> made(new (std::nothrow) Extra);
+    if (!made || !extra.compare_exchange_strong(known, made.get(), std::memory_order_acq_rel))
+        return known;
+    ResultMemory::Get().added(kExtraBytes, 0);
+    return made.release();
+}
+
+void LocationRecord::setNote(const OxAttribute::Attribute& note, std::uint32_t store) {
+    Extra* const own = needExtra();
+    if (!own) throw std::bad_alloc();
+    own->note = note;
+    own->noteStore = store;
+}
+
+std::uint64_t LocationRecord::drop() noexcept {
+    if (count.fetch_sub(1, std::memory_order_acq_rel) != 1) return 0;
+    const std::uint64_t freed = bytes();
+    ResultMemory::Get().dropped(freed);
+    clear();
+    return freed;
+}
+
 void LocationRecord::recycle() noexcept {
+    ResultMemory::Get().removed(bytes());
+    clear();
+}
+
+void LocationRecord::clear() noexcept {
     attrs = OxAttribute::GroupAttribute();
     potentialChildren = OxAttribute::StringAttribute();
-    note = OxAttribute::Attribute();
+    if (extra.load(std::memory_order_relaxed)) {
+        const std::unique_ptr<Extra> dead(extra.exchange(nullptr, std::memory_order_relaxed));
+        ResultMemory::Get().removed(kExtraBytes, 0);
+    }
     if (ThreadCache* cache = PerThread<ThreadCache>::Get()) {
         cache->give(this);
         return;
     }
     Pool& pool = GetPool();
     const std::lock_guard<std::mutex> guard(pool.lock);
-    pool.free.push_back(this);
+    pool.give(this);
 }
 
 } // namespace OxTellarRuntimeDetail
@@ -159,12 +202,16 @@ TellarRuntime::LocationData::LocationData(const GroupAttribute& group) {
 
 Hash TellarRuntime::LocationData::getHash() const {
     if (!record) return {};
-    if (const std::uint64_t first = record->hash[0].load(std::memory_order_acquire))
-        return {{first, record->hash[1].load(std::memory_order_relaxed)}};
+    using Extra = OxTellarRuntimeDetail::LocationRecord::Extra;
+    if (const Extra* known = record->extra.load(std::memory_order_acquire))
+        if (const std::uint64_t first = known->hash[0].load(std::memory_order_acquire))
+            return {{first, known->hash[1].load(std::memory_order_relaxed)}};
     const Hash parts[2] = {record->attrs.getHash(), record->potentialChildren.getHash()};
     const XXH128_hash_t value = XXH3_128bits_withSeed(parts, sizeof parts, record->exists);
     const Hash hash{{value.high64 != 0 ? value.high64 : 1, value.low64}};
-    record->hash[1].store(hash.words[1], std::memory_order_relaxed);
-    record->hash[0].store(hash.words[0], std::memory_order_release);
+    Extra* const extra = record->needExtra();
+    if (!extra) return hash;
+    extra->hash[1].store(hash.words[1], std::memory_order_relaxed);
+    extra->hash[0].store(hash.words[0], std::memory_order_release);
     return hash;
 }
