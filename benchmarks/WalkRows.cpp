@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include <Imath/ImathMatrix.h>
+#include <OxTellarProducers/LocationTransforms.h>
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/XFormUtil.h>
 
@@ -86,6 +87,20 @@ Checksum WalkWorldMatricesOfLeaves(GeometryProducer* root) {
     return total;
 }
 
+/// The same by the function for it, which makes no group and no attribute.
+Checksum WalkWorldMatricesByFunction(GeometryProducer* root) {
+    Checksum total;
+    Walk(root, [&total](GeometryProducer* location) {
+        LocationSum sum;
+        sum.addText(location->getName());
+        const std::string type = location->getType();
+        sum.addText(type);
+        if (type == kLeafType) AddMatrix(TELLAR::GetWorldMatrix(*location), sum);
+        total.add(sum);
+    });
+    return total;
+}
+
 Checksum WalkWorldMatricesOfLeaves(const Node* root) {
     Checksum total;
     Walk(root, [&total](const Node* node) {
@@ -136,6 +151,10 @@ Checksum WalkWorldMatricesKept(Location root) {
     return total;
 }
 
+Checksum WalkWorldMatricesByFunction(const Node* root) {
+    return WalkWorldMatricesOfLeaves(root);
+}
+
 /// A row over a scene that was walked before: by names only for a single pass, which reads
 /// everything else for the first time, or with the same walk for several passes. `walk` takes
 /// producers or nodes.
@@ -167,6 +186,8 @@ void AddWalkRows(const Route& route) {
     AddWarmRow("read_attributes", route, kPasses, readAttributes);
     AddWarmRow("world_of_leaves", route, kPasses,
                [](auto root) { return WalkWorldMatricesOfLeaves(root); });
+    AddWarmRow("world_by_function", route, kPasses,
+               [](auto root) { return WalkWorldMatricesByFunction(root); });
     AddWarmRow("world_kept", route, kPasses, [](auto root) { return WalkWorldMatricesKept(root); });
 }
 

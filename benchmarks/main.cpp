@@ -8,6 +8,7 @@
 //   second_walk       making a producer, finding the cooked location, reading its name and type
 //   read_attributes   finding an attribute of a location and reading its value
 //   world_of_leaves   gathering the transforms of all ancestors, or composing them
+//   world_by_function the same without groups and attributes in between
 //   world_kept        reading one matrix
 //   jump              finding a child by name, visiting locations in random order
 //   dotted_attribute  finding an attribute in nested groups

@@ -47,6 +47,7 @@ ROWS = [
     Row("read_attributes", "ns", "second walk, all attributes read", "ns/location", 320,
         aims=(("c_suite_4", 350),)),
     Row("world_of_leaves", "ns", "second walk, world matrix of each leaf", "ns/location", 300),
+    Row("world_by_function", "ns", "the same by GetWorldMatrix", "ns/location", 300),
     Row("world_kept", "ns", "second walk, world matrices kept", "ns/location", 200),
     Row("jump", "ns", "getProducerByPath of random leaves", "ns/call", 1900),
     Row("child_by_name", "many_ns", "getChildByName among 100,000 children", "ns/call"),

@@ -72,7 +72,7 @@ Attribute BaseGeometryProducer::getAttribute(const char* name) {
 
 std::string BaseGeometryProducer::getName() {
     const std::string_view end = getPathEnd();
-    return isWholePath ? LeafName(end) : std::string(end.substr(end.rfind('/') + 1));
+    return isWholePath ? LeafName(end) : std::string(LastPart(end));
 }
 
 std::string BaseGeometryProducer::getFullName() {

@@ -97,6 +97,8 @@ GeometryProducer::Ptr GeometryProducer::getChildByIndex(std::int64_t index, bool
 }
 
 std::string GeometryProducer::getType() {
+    if (const OwnLocation own = OwnLocation::of(*this))
+        return std::string(StringAttribute(own.getAttrs().getChildByName("type")).getValueView());
     return std::string(StringAttribute(getAttribute("type")).getValueView());
 }
 

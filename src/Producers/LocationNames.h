@@ -17,6 +17,13 @@ inline std::string LeafName(std::string_view path) {
     return slash == std::string_view::npos ? std::string() : std::string(path.substr(slash + 1));
 }
 
+/// The text after the last "/", or all of it. Looks for any "/" first, because that is quicker and
+/// nearly always the answer.
+inline std::string_view LastPart(std::string_view text) {
+    if (text.find('/') == std::string_view::npos) return text;
+    return text.substr(text.rfind('/') + 1);
+}
+
 inline std::string ChildPath(std::string_view parentPath, std::string_view name) {
     std::string path;
     path.reserve(parentPath.size() + 1 + name.size());

@@ -92,9 +92,9 @@ Ptr MakeFailedLocation(Ptr parent, std::string path) {
 
 std::string_view OwnLocation::getName() const {
     const std::string_view end = producer->getPathEnd();
-    const std::size_t slash = end.rfind('/');
-    if (slash != std::string_view::npos) return end.substr(slash + 1);
-    return producer->isWholePath ? end.substr(end.size()) : end;
+    const std::string_view last = LastPart(end);
+    // A whole path without any "/" has no name.
+    return producer->isWholePath && last.size() == end.size() ? end.substr(end.size()) : last;
 }
 
 std::string_view OwnLocation::getChildName(std::int64_t index) const {
