@@ -135,6 +135,17 @@ TEST_F(LargeFile, ThatIsMappedIsReadWhileItsPagesAreGivenBack) {
     EXPECT_EQ(wrong, 0);
 }
 
+TEST_F(LargeFile, ThatIsMappedIsWrittenAnewWithinTheLimit) {
+    const GroupAttribute value = open("4");
+    SetMemoryLimit(8 << 20);
+    ResetMemoryStatistics();
+    for (const bool compress : {false, true}) {
+        WriteAttributeFile(folder.path("copy"), value, compress);
+        EXPECT_LT(StatisticsOf("mapped files").peak, 10u << 20);
+        EXPECT_LT(ResidentBytesOf(path), 10u << 20);
+    }
+}
+
 TEST_F(LargeFile, ThatIsCopiedOrDecompressedCountsWhatItHolds) {
     for (const bool compress : {false, true}) {
         SCOPED_TRACE(compress);

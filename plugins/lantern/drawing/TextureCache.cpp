@@ -10,6 +10,8 @@
 #include <thread>
 #include <vector>
 
+#include <OxTellarSDK/MemoryBudget.h>
+
 namespace lantern {
 namespace {
 
@@ -53,10 +55,48 @@ MemoryNeed& Need() {
     return need;
 }
 
-void Apply(OIIO::ImageCache& cache, const MemoryNeed& need) {
+std::uint64_t MemoryOfTiles(OIIO::ImageCache& cache) {
     long long used = 0;
     cache.getattribute("stat:cache_memory_used", OIIO::TypeDesc::INT64, &used);
-    const double bytes = std::max(need.largest, static_cast<double>(used)) / kMostTimesLimit;
+    return static_cast<std::uint64_t>(std::max(used, 0ll));
+}
+
+std::uint64_t NumberOfTiles(OIIO::ImageCache& cache) {
+    int tiles = 0;
+    cache.getattribute("stat:tiles_current", tiles);
+    return static_cast<std::uint64_t>(std::max(tiles, 0));
+}
+
+/// What the tiles of the shared cache count.
+class TextureMemory final : public OxTellarMemory::Cache {
+public:
+    TextureMemory() : Cache("textures of lantern") {}
+
+    void note(std::uint64_t nowBytes, std::uint64_t nowTiles) {
+        const std::lock_guard<std::mutex> guard(lock);
+        nowBytes > bytes ? added(nowBytes - bytes, 0) : removed(bytes - nowBytes, 0);
+        nowTiles > tiles ? added(0, nowTiles - tiles) : removed(0, tiles - nowTiles);
+        bytes = nowBytes;
+        tiles = nowTiles;
+    }
+
+    std::uint64_t drop(std::uint32_t, std::uint64_t) override { return 0; }
+
+private:
+    std::mutex lock; // guards what was counted last
+    std::uint64_t bytes = 0;
+    std::uint64_t tiles = 0;
+};
+
+/// The cache stays in the list of all caches when the plug-in is closed, so it is never destroyed.
+TextureMemory& Memory() {
+    static auto* const memory = new TextureMemory;
+    return *memory;
+}
+
+void Apply(OIIO::ImageCache& cache, const MemoryNeed& need) {
+    const auto used = static_cast<double>(MemoryOfTiles(cache));
+    const double bytes = std::max(need.largest, used) / kMostTimesLimit;
     cache.attribute("max_memory_MB", static_cast<float>(std::max(double(need.megabytes),
                                                                  bytes / kBytesPerMegabyte)));
 }
@@ -70,8 +110,10 @@ std::shared_ptr<OIIO::ImageCache> SharedTextureCache() {
     std::shared_ptr<OIIO::ImageCache> cache = current.lock();
     if (cache) return cache;
     // Not the one that OpenImageIO shares with the host, whose options are not ours to change.
-    cache.reset(OIIO::ImageCache::create(false),
-                [](OIIO::ImageCache* made) { OIIO::ImageCache::destroy(made); });
+    cache.reset(OIIO::ImageCache::create(false), [](OIIO::ImageCache* made) {
+        OIIO::ImageCache::destroy(made);
+        Memory().note(0, 0);
+    });
     cache->attribute("unassociatedalpha", 1); // do not multiply colors by alpha
     current = cache;
     const std::lock_guard<std::mutex> needGuard(NeedLock());
@@ -95,11 +137,32 @@ void AddTexturePiece(OIIO::ImageCache& cache, const std::string& file, std::uint
     Apply(cache, need);
 }
 
-int TextureMemoryLimit(int asked) {
+void NoteTextureMemory(OIIO::ImageCache& cache) {
+    Memory().note(MemoryOfTiles(cache), NumberOfTiles(cache));
+    OxTellarMemory::RelieveMemory();
+}
+
+void NoteTextureUse(OIIO::ImageCache& cache) {
+    constexpr std::uint32_t kUsesBetween = 1024; // asking takes as long as some tens of uses
+    thread_local std::uint32_t uses = 0;
+    if (++uses % kUsesBetween == 0) NoteTextureMemory(cache);
+}
+
+namespace {
+
+int OwnLimit(int asked) {
     if (asked > 0) return asked;
     const char* const text = std::getenv("LANTERN_TEXTURE_MEMORY");
     const long given = text ? std::strtol(text, nullptr, 10) : 0;
     return given >= 1 && given <= kMostMegabytes ? static_cast<int>(given) : kDefaultMegabytes;
+}
+
+} // namespace
+
+int TextureMemoryLimit(int asked) {
+    const std::uint64_t half = OxTellarMemory::GetMemoryLimit() / 2 >> 20;
+    return static_cast<int>(
+        std::min(static_cast<std::uint64_t>(OwnLimit(asked)), std::max(half, std::uint64_t{1})));
 }
 
 } // namespace lantern

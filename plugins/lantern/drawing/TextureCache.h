@@ -22,8 +22,15 @@ void LimitTextureMemory(OIIO::ImageCache& cache, int megabytes);
 /// first of them is read.
 void AddTexturePiece(OIIO::ImageCache& cache, const std::string& file, std::uint64_t bytes);
 
+/// Tells the statistics of the process (OxTellarSDK/MemoryBudget.h) how much the tiles take by now.
+/// Tiles are in use while a cache exists, so they are not dropped for other things.
+void NoteTextureMemory(OIIO::ImageCache& cache);
+
+/// Does that now and then, for a thread that uses a tile.
+void NoteTextureUse(OIIO::ImageCache& cache);
+
 /// The limit in megabytes: the one asked for or, if that is 0, the environment variable
-/// LANTERN_TEXTURE_MEMORY or else 1024.
+/// LANTERN_TEXTURE_MEMORY or else 1024. At most half of the process's limit for all that it keeps.
 int TextureMemoryLimit(int asked);
 
 } // namespace lantern

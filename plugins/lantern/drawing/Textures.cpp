@@ -83,6 +83,9 @@ struct Textures::Library {
         : report(report), scene(scene), shared(SharedTextureCache()), cache(shared.get()) {
         LimitTextureMemory(*cache, TextureMemoryLimit(scene.quality.textureMemory));
     }
+    ~Library() { NoteTextureMemory(*cache); }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
 
     void open(Image& image) const;
     void openFile(Image& image) const;
@@ -243,6 +246,7 @@ void Textures::Library::addLevels(Image& image) const {
 
 bool Textures::Library::texel(const Image& image, const Level& level, int x, int y,
                               Color& value) const {
+    NoteTextureUse(*cache);
     const HeldTile tile(*cache, image, level, x, y);
     if (!tile.isLoaded()) {
         warn(image);
@@ -274,6 +278,7 @@ bool Textures::Library::blend(const Image& image, const Level& level, const V2f&
     if (!(std::abs(st.x) < kMost) || !(std::abs(st.y) < kMost)) return false;
     const Neighbours columns(st.x, level.width, wrapU);
     const Neighbours rows(st.y, level.height, wrapV);
+    NoteTextureUse(*cache);
     const HeldTile tile(*cache, image, level, std::max(columns.first, 0), std::max(rows.first, 0));
     Color sum(0, 0, 0);
     const auto add = [&](int x, int y, float share) {

@@ -62,6 +62,10 @@ FileBuffer FileBuffer::Allocate(std::uint64_t bytes) {
     return buffer;
 }
 
+void FileBuffer::onGiveBack(MappedFileMemory::Forget forget) const {
+    if (pages) pages->onGiveBack(std::move(forget));
+}
+
 #ifdef _WIN32
 
 FileBuffer::~FileBuffer() {

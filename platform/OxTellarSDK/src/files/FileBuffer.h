@@ -63,6 +63,12 @@ public:
     /// checked before must not be trusted. Bytes in memory do not change.
     bool hasChanged() const;
 
+    /// Has `forget` called with the bytes of a mapped file whose pages were given back to the
+    /// system, on any thread, until another function, or none, is given. Such bytes are still
+    /// readable, and should be fetched again so that they are counted. `forget` must not throw or
+    /// use the buffer.
+    void onGiveBack(MappedFileMemory::Forget forget) const;
+
     char* data() const { return start; }
     std::uint64_t size() const { return bytes; }
     void shrink(std::uint64_t newBytes) { bytes = newBytes; }

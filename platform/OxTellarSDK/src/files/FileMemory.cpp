@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #ifndef _WIN32
@@ -44,6 +45,11 @@ public:
         files.erase(std::find(files.begin(), files.end(), file));
     }
 
+    void setForget(MappedFileMemory& file, MappedFileMemory::Forget function) {
+        const std::lock_guard<std::mutex> guard(lock);
+        file.forget = std::move(function);
+    }
+
     /// Gives back all that is so old, also beyond what is wanted: it costs little to read it again.
     std::uint64_t drop(std::uint32_t usedBefore, std::uint64_t) override {
         const std::lock_guard<std::mutex> guard(lock);
@@ -56,7 +62,8 @@ public:
 private:
     MappedFilesCache() : Cache("mapped files") {}
 
-    std::mutex lock; // guards `files`, and keeps them mapped while pages are given back
+    // Guards `files` and their `forget`, and keeps them mapped while pages are given back.
+    std::mutex lock;
     std::vector<MappedFileMemory*> files;
 };
 
@@ -99,11 +106,15 @@ void MappedFileMemory::use(std::uint64_t begin, std::uint64_t end) noexcept {
         run.usedIn.store(tick, std::memory_order_relaxed);
         const auto more = static_cast<std::uint32_t>(next - at);
         at = next;
-        // Damaged bytes are read for the first time again and again.
+        // Damaged bytes are read again and again.
         if (run.countedBytes.load(std::memory_order_relaxed) >= kRunBytes) continue;
         const std::uint32_t before = run.countedBytes.fetch_add(more, std::memory_order_relaxed);
         MappedFilesCache::Get().added(more, before == 0 ? 1 : 0);
     }
+}
+
+void MappedFileMemory::onGiveBack(Forget function) {
+    MappedFilesCache::Get().setForget(*this, std::move(function));
 }
 
 /// Neighbours go together, also those that were given back before: their pages may have been
@@ -120,6 +131,7 @@ std::uint64_t MappedFileMemory::giveBack(std::uint32_t usedBefore) {
         }
         const std::uint32_t counted = runs[i].countedBytes.exchange(0, std::memory_order_relaxed);
         if (counted == 0) continue;
+        if (forget) forget(i * kRunBytes, std::min(bytes, (i + 1) * kRunBytes));
         cache.dropped(counted);
         freed += counted;
     }

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 
 namespace OxAttribute {
@@ -33,8 +34,9 @@ private:
 /// budget. When memory is short, it gives back to the system those that were first read the longest
 /// time ago: the system reads them again when somebody touches them. For any number of threads.
 ///
-/// Pages that are touched again are not counted a second time. They are given back with the others
-/// when memory is short the next time.
+/// The owner is told what was given back, and then calls use() again when it reads there. Pages
+/// that are touched through pointers that it gave out before are not counted. They are given back
+/// with the others when memory is short the next time.
 class MappedFileMemory {
 public:
     /// The bytes are mapped, privately and for reading, until this is destroyed. Throws
@@ -44,8 +46,13 @@ public:
     MappedFileMemory(const MappedFileMemory&) = delete;
     MappedFileMemory& operator=(const MappedFileMemory&) = delete;
 
-    /// These bytes are read for the first time.
+    /// These bytes are read for the first time, or again after they were given back.
     void use(std::uint64_t begin, std::uint64_t end) noexcept;
+
+    /// Called with the first byte and the end of what is given back, on any thread, and not any
+    /// more when another function, or none, has taken its place. It must not throw or use the file.
+    using Forget = std::function<void(std::uint64_t begin, std::uint64_t end)>;
+    void onGiveBack(Forget function);
 
 private:
     friend class MappedFilesCache;
@@ -65,6 +72,7 @@ private:
     const std::uint64_t bytes;
     const std::size_t runCount;
     const std::unique_ptr<Run[]> runs;
+    Forget forget; // guarded by the lock of the cache
 };
 
 } // namespace OxAttribute

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include <OxTellarSDK/FileStream.h>
+#include <OxTellarSDK/MemoryBudget.h>
 
 #include "CompressedWriter.h"
 #include "Container.h"
@@ -36,6 +37,8 @@ public:
             writer.compressor->append(data, count);
         else
             writer.file.write(data, count);
+        // The values may lie in a mapped file, whose pages were just read.
+        OxTellarMemory::RelieveMemory();
         return bytes;
     }
 

@@ -45,7 +45,9 @@ Container::Container(FileBuffer fileBuffer, StreamName fileName)
     : buffer(std::move(fileBuffer)), name(std::move(fileName)), ownNumber(NextNumber()),
       base(buffer.data()), bytes(buffer.size()), header{}, footer{} {}
 
-Container::~Container() = default;
+Container::~Container() {
+    buffer.onGiveBack({}); // before anything is destroyed that forget() uses
+}
 
 void Container::FreeDeleter::operator()(void* memory) const {
     std::free(memory);
@@ -66,6 +68,9 @@ Attribute Container::Open(FileBuffer buffer, const StreamName& name, ContainerKi
     container->checkKind(wanted);
     reinterpret_cast<Container**>(container->buffer.data())[-1] = container.get();
     if (!container->isLarge()) container->verifyRange(0, container->footer.tableOffset);
+    container->buffer.onGiveBack([self = container.get()](std::uint64_t begin, std::uint64_t end) {
+        self->forget(begin, end);
+    });
     Attribute root = container->root();
     registry.containers.push_back(container.get());
     static_cast<void>(container.release()); // Collect deletes it
@@ -149,6 +154,17 @@ void Container::verifyBlock(std::uint64_t block) {
     // for which all threads wait, on the first write.
     const std::uint64_t ahead = std::min(end + kBytesPerPageOfBits, footer.tableOffset);
     checkedUnits.get()[ahead / kUnitBytes / 64].fetch_or(0, std::memory_order_relaxed);
+}
+
+/// Has bytes that were given back to the system, and their values, checked again when somebody asks
+/// for them. That counts them, and finds out if the file has changed meanwhile.
+void Container::forget(std::uint64_t begin, std::uint64_t end) noexcept {
+    end = std::min(end, footer.tableOffset);
+    for (std::uint64_t block = begin / kBlockBytes; block * kBlockBytes < end; ++block)
+        verifiedBlocks[block].store(0, std::memory_order_relaxed);
+    constexpr std::uint64_t kBytesPerWord = 64 * kUnitBytes;
+    for (std::uint64_t word = begin / kBytesPerWord; word * kBytesPerWord < end; ++word)
+        checkedUnits.get()[word].store(0, std::memory_order_relaxed);
 }
 
 void Container::refuse(const std::string& why) const {

@@ -129,6 +129,7 @@ private:
     void fetch(std::uint64_t begin, std::uint64_t end) const;
     void verifyRange(std::uint64_t begin, std::uint64_t end);
     void verifyBlock(std::uint64_t block);
+    void forget(std::uint64_t begin, std::uint64_t end) noexcept;
 
     [[noreturn]] void refuse(const std::string& why) const;
     /// Says that the file has changed if it has, because that explains the damage.

@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include <OpenImageIO/imageio.h>
+#include <OxTellarSDK/MemoryBudget.h>
 
 #include "DrawingScenes.h"
 #include "TempDirectory.h"
@@ -199,7 +200,42 @@ TEST_F(TextureFiltering, SharesOneCacheInTheProcess) {
     EXPECT_EQ(SharedTextureCache(), cache);
 }
 
+OxTellarMemory::CacheStatistics CountedTextures() {
+    for (const auto& cache : OxTellarMemory::GetMemoryStatistics().caches)
+        if (cache.name == "textures of lantern") return cache;
+    return {};
+}
+
+TEST_F(TextureFiltering, CountsItsTilesInTheBudgetOfTheProcess) {
+    SceneData scene;
+    scene.textures = {of(image("counted.png", 512, 512, 1, std::vector<float>(512 * 512, 0.5f)))};
+    Report report;
+    {
+        const auto cache = SharedTextureCache();
+        const Textures textures(scene, report);
+        Color value;
+        ASSERT_TRUE(textures.color(0, V2f(0.5f), 0, value));
+        NoteTextureMemory(*cache);
+        EXPECT_GE(CountedTextures().bytes, 512u * 512u);
+        EXPECT_GE(CountedTextures().entries, 1u);
+    }
+    EXPECT_EQ(CountedTextures().bytes, 0u);
+    EXPECT_EQ(CountedTextures().entries, 0u);
+}
+
+TEST(TextureMemory, IsAtMostHalfOfWhatTheProcessMayKeep) {
+    OxTellarMemory::SetMemoryLimit(100 << 20);
+    EXPECT_EQ(TextureMemoryLimit(70), 50);
+    EXPECT_EQ(TextureMemoryLimit(30), 30);
+    OxTellarMemory::SetMemoryLimit(1);
+    EXPECT_EQ(TextureMemoryLimit(70), 1);
+    OxTellarMemory::SetMemoryLimit(OxTellarMemory::kUnlimitedMemory);
+    EXPECT_EQ(TextureMemoryLimit(70), 70);
+    OxTellarMemory::SetMemoryLimit(OxTellarMemory::GetDefaultMemoryLimit());
+}
+
 TEST(TextureMemory, IsTheSettingOrTheEnvironmentOrAGigabyte) {
+    OxTellarMemory::SetMemoryLimit(OxTellarMemory::kUnlimitedMemory);
     unsetenv("LANTERN_TEXTURE_MEMORY");
     EXPECT_EQ(TextureMemoryLimit(0), 1024);
     setenv("LANTERN_TEXTURE_MEMORY", "300", 1);
