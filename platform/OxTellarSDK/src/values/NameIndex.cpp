@@ -1,6 +1,7 @@
 #include <OxTellarSDK/Attribute.h>
 
-#include <cstring>
+#include <atomic>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -11,6 +12,8 @@
 
 #include <xxhash.h>
 
+#include <OxTellarSDK/MemoryBudget.h>
+
 #include "NodeAccess.h"
 #include "PerThread.h"
 
@@ -19,7 +22,8 @@
 //
 // Indexes are cached by what identifies their list: its content, or its place in a file, so that
 // one is found again whoever holds the list, and none keeps a list or a file alive. They hold
-// places only, and names are compared in the list itself. The cache is bounded by kMostSlots.
+// places only, and names are compared in the list itself. The cache counts in the budget of memory.
+// Each thread holds the index that it asked last; no other one is held while nobody asks it.
 
 namespace OxAttribute {
 
@@ -29,8 +33,6 @@ namespace {
 constexpr std::int64_t kScannedValues = 256;
 // Beyond this, places do not fit in an index.
 constexpr std::int64_t kMostValues = 1ll << 31;
-// 64 MiB of indexes.
-constexpr std::size_t kMostSlots = 16u << 20;
 
 /// The values of all samples, one sample after the other.
 class Strings {
@@ -83,7 +85,14 @@ public:
     std::int64_t find(const Strings& strings, std::string_view text) const {
         return std::int64_t(slots[slotOf(strings, text)]) - 1;
     }
-    std::size_t size() const { return slots.size(); }
+    std::uint64_t bytes() const { return sizeof *this + slots.size() * sizeof slots[0]; }
+
+    /// When it was last asked, in ticks of the budget.
+    std::uint32_t lastUse() const { return usedIn.load(std::memory_order_relaxed); }
+    void noteUse() const {
+        const std::uint32_t tick = OxTellarMemory::CurrentTick();
+        if (lastUse() != tick) usedIn.store(tick, std::memory_order_relaxed);
+    }
 
 private:
     /// The slot of a text, or the free one where it would be.
@@ -96,6 +105,7 @@ private:
     }
 
     std::vector<std::uint32_t> slots;
+    mutable std::atomic<std::uint32_t> usedIn{OxTellarMemory::CurrentTick()};
 };
 
 using NameIndexPtr = std::shared_ptr<const NameIndex>;
@@ -124,24 +134,42 @@ struct ListKey {
     }
 };
 
-struct NameIndexes {
-    std::mutex lock;
-    std::map<ListKey, NameIndexPtr> byList;
-    std::size_t slots = 0; // of all indexes
+class NameIndexes final : public OxTellarMemory::Cache {
+public:
+    NameIndexes() : Cache("names of children") {}
 
     NameIndexPtr find(const ListKey& key) {
         const std::lock_guard<std::mutex> guard(lock);
         const auto known = byList.find(key);
         return known == byList.end() ? nullptr : known->second;
     }
+
     void keep(const ListKey& key, const NameIndexPtr& index) {
         const std::lock_guard<std::mutex> guard(lock);
-        if (slots + index->size() > kMostSlots) {
-            byList.clear();
-            slots = 0;
-        }
-        if (byList.emplace(key, index).second) slots += index->size();
+        if (byList.emplace(key, index).second) added(index->bytes());
     }
+
+    std::uint64_t drop(std::uint32_t usedBefore, std::uint64_t wanted) override {
+        const std::lock_guard<std::mutex> guard(lock);
+        std::uint64_t freed = 0;
+        for (auto entry = byList.begin(); entry != byList.end() && freed < wanted;) {
+            const NameIndexPtr& index = entry->second;
+            // The count cannot grow meanwhile, because others get an index under the lock.
+            const bool isHeld = index.use_count() > 1;
+            if (isHeld || static_cast<std::int32_t>(index->lastUse() - usedBefore) >= 0) {
+                ++entry;
+                continue;
+            }
+            dropped(index->bytes());
+            freed += index->bytes();
+            entry = byList.erase(entry);
+        }
+        return freed;
+    }
+
+private:
+    std::mutex lock;
+    std::map<ListKey, NameIndexPtr> byList;
 };
 
 NameIndexes& GetNameIndexes() {
@@ -155,9 +183,13 @@ struct LastIndex {
     NameIndexPtr index;
 };
 
-NameIndexPtr MakeIndex(const ListKey& key, const Strings& strings, std::int64_t count) {
+NameIndexPtr GetIndex(const ListKey& key, const Strings& strings, std::int64_t count) {
     NameIndexes& indexes = GetNameIndexes();
-    if (NameIndexPtr known = indexes.find(key)) return known;
+    if (NameIndexPtr known = indexes.find(key)) {
+        indexes.hit();
+        return known;
+    }
+    indexes.miss();
     auto made = std::make_shared<const NameIndex>(strings, count);
     indexes.keep(key, made);
     return made;
@@ -167,10 +199,15 @@ std::int64_t FindIndexed(const StringAttribute& list, const Strings& strings, st
                          std::string_view text) try {
     const ListKey key(list);
     LastIndex* const last = PerThread<LastIndex>::Get();
-    if (last && last->index && last->key == key) return last->index->find(strings, text);
-    NameIndexPtr index = MakeIndex(key, strings, count);
+    if (last && last->index && last->key == key) {
+        last->index->noteUse();
+        return last->index->find(strings, text);
+    }
+    NameIndexPtr index = GetIndex(key, strings, count);
+    index->noteUse();
     const std::int64_t place = index->find(strings, text);
     if (last) *last = {key, std::move(index)};
+    OxTellarMemory::RelieveMemory();
     return place;
 } catch (const std::bad_alloc&) {
     return Scan(strings, count, text);
