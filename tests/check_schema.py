@@ -123,8 +123,8 @@ class SchemaTest(unittest.TestCase):
 
     def test_takes_every_description_that_is_published(self):
         found = list(published_descriptions())
-        for name in ("garden.json", "materials.json", "million.json", "description-json.md",
-                     "op-types.md"):
+        for name in ("garden.json", "materials.json", "million.json", "hundred_million.json",
+                     "description-json.md", "op-types.md"):
             self.assertIn(name, {where for where, _ in found})
         for where, text in found:
             with self.subTest(where=where):
