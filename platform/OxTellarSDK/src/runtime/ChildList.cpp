@@ -54,7 +54,8 @@ ChildList::~ChildList() {
 }
 
 std::uint64_t ChildList::bytes() const {
-    std::uint64_t sum = sizeof(ChildList) + std::uint64_t(slots) * (isWide ? 4 : 2);
+    constexpr std::uint64_t kHeapBytes = 16; // what the heap needs for itself
+    std::uint64_t sum = sizeof(ChildList) + kHeapBytes + std::uint64_t(slots) * (isWide ? 4 : 2);
     for (const Lane& lane : lanes)
         for (Directory* directory = lane.further.load(std::memory_order_relaxed); directory;
              directory = directory->previous)

@@ -93,8 +93,12 @@ std::uint64_t NextStoreId() {
 
 /// Records and attributes lie far apart. A walk that goes on finds those of a later child in the
 /// cache.
-void FetchAhead(const ChildList& list, std::uint32_t position) {
-    const LocationNode* const later = list.at(position + kFetchedAhead);
+void FetchAhead(const ChildList& list, const LocationNode& node) {
+    const NodeBlock& block = *node.block;
+    const std::uint32_t slot = node.slot() + kFetchedAhead;
+    const LocationNode* const later = slot < block.count.load(std::memory_order_acquire)
+                                          ? block.nodes + slot
+                                          : list.at(block.first + slot);
     if (!later) return;
     const void* attrs = later->attrsAddress.load(std::memory_order_relaxed);
     Prefetch(later->record.load(std::memory_order_relaxed));
@@ -212,7 +216,7 @@ LocationNode* LocationStore::child(LocationNode& parent, std::string_view name,
     if (ChildList* list = parent.children.load(std::memory_order_acquire)) {
         LocationNode* const likely = list->at(likelyPosition);
         if (likely && likely->name() == name) {
-            FetchAhead(*list, likelyPosition);
+            FetchAhead(*list, *likely);
             return found(likely);
         }
         if (LocationNode* known = list->findNear(name)) return found(known);

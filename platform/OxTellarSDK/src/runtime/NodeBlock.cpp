@@ -13,6 +13,10 @@ namespace OxTellarRuntimeDetail {
 
 namespace {
 
+// What a block takes in the store's tables by number, which grow by doubling, and in the marks of
+// runtimes. The tables of NodeMemory are a sixtieth of the nodes.
+constexpr std::uint64_t kTableBytes = 32;
+
 struct Headers {
     std::mutex lock; // of all members
     NodeBlock* free = nullptr;
@@ -73,7 +77,7 @@ NodeBlock* NodeBlock::Make(std::uint32_t nodes) {
 }
 
 std::uint64_t NodeBlock::bytes() const {
-    std::uint64_t sum = sizeof(NodeBlock) + capacity * sizeof(LocationNode);
+    std::uint64_t sum = sizeof(NodeBlock) + kTableBytes + capacity * (sizeof(LocationNode) + 1);
     for (const NameTexts* some = texts; some; some = some->next)
         sum += some->bytes;
     return sum;
