@@ -37,6 +37,22 @@ struct ThreadLog {
     std::uint64_t phase = 0;
 };
 
+/// What all threads did to one line.
+struct SharedLine {
+    std::uint64_t writes = 0;
+    std::uint64_t most = 0; // by one thread
+    const void* site = nullptr;
+
+    void add(const LineUse& use) {
+        writes += use.locations;
+        if (use.locations > most) site = use.site;
+        most = std::max(most, use.locations);
+    }
+    /// How often at most the line can have gone from one thread to another, in whatever order they
+    /// ran: each write by another thread than the one that wrote most takes it there and back.
+    std::uint64_t handOvers() const { return std::min(writes, 2 * (writes - most)); }
+};
+
 std::atomic<std::uint64_t> currentPhase{0}; // 0 while nothing is recorded
 std::atomic_flag logsLock = ATOMIC_FLAG_INIT;
 std::vector<ThreadLog*>& Logs() {
@@ -105,21 +121,19 @@ void TellarSharingLocation() {
 
 TellarSharing TellarSharingEnd(int sites) {
     currentPhase.store(0, std::memory_order_release);
-    std::unordered_map<std::uintptr_t, int> threads;
+    std::unordered_map<std::uintptr_t, SharedLine> lines;
     TellarSharing sharing{};
     for (const ThreadLog* log : Logs()) {
         sharing.locations += log->location - 1;
         sharing.locks += log->locks;
-        for (const auto& line : log->lines)
-            ++threads[line.first];
+        for (const auto& [line, use] : log->lines)
+            lines[line].add(use);
     }
     std::map<const void*, std::uint64_t> bySite;
-    for (const ThreadLog* log : Logs())
-        for (const auto& [line, use] : log->lines) {
-            if (threads[line] < 2) continue;
-            sharing.sharedWrites += use.locations;
-            bySite[use.site] += use.locations;
-        }
+    for (const auto& [address, line] : lines) {
+        sharing.sharedWrites += line.handOvers();
+        bySite[line.site] += line.handOvers();
+    }
     std::vector<std::pair<std::uint64_t, const void*>> most;
     for (const auto& [site, count] : bySite)
         most.emplace_back(count, site);

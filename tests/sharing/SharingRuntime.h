@@ -9,8 +9,8 @@
 struct TellarSharing {
     std::uint64_t locations;
     std::uint64_t locks; ///< locks taken, or tried
-    /// For each location of each thread: the cache lines that the thread wrote there, and that
-    /// another thread wrote during the phase.
+    /// How often at most a cache line was written by another thread than the one before, each line
+    /// counted once for a location.
     std::uint64_t sharedWrites;
 };
 
