@@ -63,7 +63,7 @@ void AdvanceTime(std::uint64_t added, std::uint64_t step) noexcept {
 
 /// Until the limit is known, relief is due: it learns the limit.
 void DecideRelief(bool wasAttempted) noexcept {
-    const std::uint64_t limit = memoryLimit.load(std::memory_order_relaxed);
+    const std::uint64_t limit = ShareOfCaches(memoryLimit.load(std::memory_order_relaxed));
     if (limit == 0) return;
     const std::uint64_t now = totals.all.now();
     // An attempt that came near its aim need not be followed by another one soon.
@@ -74,7 +74,7 @@ void DecideRelief(bool wasAttempted) noexcept {
 }
 
 void NoteChange(std::uint64_t added) noexcept {
-    const std::uint64_t limit = memoryLimit.load(std::memory_order_relaxed);
+    const std::uint64_t limit = ShareOfCaches(memoryLimit.load(std::memory_order_relaxed));
     if (limit == 0) return;
     const std::uint64_t now = totals.all.now();
     if (added > 0 && now > limit / 2) AdvanceTime(added, limit / 16);
@@ -314,7 +314,7 @@ void NoteRelief() noexcept {
 }
 
 std::uint64_t BytesBeyondLimit() noexcept {
-    const std::uint64_t limit = memoryLimit.load(std::memory_order_relaxed);
+    const std::uint64_t limit = ShareOfCaches(memoryLimit.load(std::memory_order_relaxed));
     const std::uint64_t now = totals.all.now();
     return limit != 0 && now > limit ? now - limit : 0;
 }
