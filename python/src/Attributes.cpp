@@ -1,5 +1,8 @@
+#include <algorithm>
+#include <cstring>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <OxTellarSDK/Attribute.h>
@@ -13,6 +16,7 @@
 #include "AttributeText.h"
 #include "Classes.h"
 #include "Locations.h"
+#include "Unlocked.h"
 #include "Values.h"
 
 namespace nb = nanobind;
@@ -254,11 +258,51 @@ void AddGroup(nb::module_& module) {
     AddCommon(type);
 }
 
+nb::bytes StreamOf(const GroupAttribute& group) {
+    std::string stream;
+    Unlocked([&] {
+        const auto append = [](void* text, const void* data, std::int64_t bytes) {
+            static_cast<std::string*>(text)->append(static_cast<const char*>(data),
+                                                    static_cast<std::size_t>(bytes));
+            return bytes;
+        };
+        group.writeAttributeStream(&stream, append);
+    });
+    return nb::bytes(stream.data(), stream.size());
+}
+
+GroupAttribute GroupOfStream(nb::bytes stream) {
+    std::string_view rest(stream.c_str(), stream.size());
+    const Attribute attribute = Unlocked([&] {
+        const auto take = [](void* source, void* buffer, std::int64_t bytes) {
+            auto& left = *static_cast<std::string_view*>(source);
+            const auto count = std::min(left.size(), static_cast<std::size_t>(bytes));
+            std::memcpy(buffer, left.data(), count);
+            left.remove_prefix(count);
+            return static_cast<std::int64_t>(count);
+        };
+        return Attribute::readAttributeStream(&rest, take, 0);
+    });
+    if (attribute.getType() != kAttributeTypeGroup)
+        throw nb::value_error("the stream holds no group");
+    return GroupAttribute(attribute);
+}
+
+void AddStreams(nb::module_& module) {
+    module.def("stream_of", StreamOf, "group"_a, nb::sig("def stream_of(group: Group) -> bytes"),
+               "The attribute stream of a group, for another process.");
+    module.def("group_of_stream", GroupOfStream, "stream"_a,
+               nb::sig("def group_of_stream(stream: bytes) -> Group"),
+               "The group of an attribute stream. Raises FileError for a damaged one, and\n"
+               "ValueError for one of something else.");
+}
+
 } // namespace
 
 void AddAttributes(nb::module_& module) {
     AddAttribute(module);
     AddGroup(module);
+    AddStreams(module);
     module.def(
         "attribute",
         [](nb::handle value, const std::string& type, std::int64_t tupleSize) {

@@ -129,6 +129,15 @@ class Group:
 
     def __hash__(self) -> int: ...
 
+def stream_of(group: Group) -> bytes:
+    """The attribute stream of a group, for another process."""
+
+def group_of_stream(stream: bytes) -> Group:
+    """
+    The group of an attribute stream. Raises FileError for a damaged one, and
+    ValueError for one of something else.
+    """
+
 def attribute(value: AttributeLike, type: str = "", tuple_size: int = 0) -> Attribute | Group:
     """
     Makes an attribute.

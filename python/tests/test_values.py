@@ -12,6 +12,7 @@ import numpy as np
 import pytest
 
 import tellar
+from tellar import _tellar
 
 
 def made(value: Any, **options: Any) -> tellar.Attribute:
@@ -161,3 +162,14 @@ def test_making_attributes_does_not_grow(resident_bytes: Callable[[], int]) -> N
     before = resident_bytes()
     make(100_000)
     assert resident_bytes() - before < 8 << 20
+
+
+def test_streams_hold_groups() -> None:
+    group = tellar.group({"a": 1, "b": {"c": [1.0, 2.0], "d": "text"}}, inherit=False)
+    stream = _tellar.stream_of(group)
+    assert _tellar.group_of_stream(stream) == group
+    for damaged in (stream[:-1], stream[:10], stream + b"0", b"no stream"):
+        with pytest.raises(tellar.FileError):
+            _tellar.group_of_stream(damaged)
+    with pytest.raises(ValueError, match="no group"):
+        _tellar.group_of_stream(b"")

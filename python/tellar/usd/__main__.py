@@ -33,6 +33,7 @@ def _parser() -> argparse.ArgumentParser:
     parser.add_argument("--at", default=None, metavar="LOCATION")
     parser.add_argument("--frame", type=float, default=0.0)
     parser.add_argument("--fps", type=float, default=None)
+    parser.add_argument("--jobs", type=int, default=None, metavar="N")
     parser.add_argument("--frames", default=None, metavar="A:B")
     return parser
 
@@ -49,6 +50,7 @@ def _import(options: argparse.Namespace) -> None:
         load=options.load,
         frame=options.frame,
         frames_per_second=options.fps,
+        jobs=options.jobs,
     )
     result.write(options.output)
     _report(result.summary)

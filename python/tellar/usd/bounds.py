@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from collections.abc import Sequence
+from collections.abc import Iterable, Sequence
 from typing import TYPE_CHECKING, Any
 
 import numpy as np
@@ -91,9 +91,14 @@ class BoundsPass:
         self.motions: dict[int, Motion] = {}
         self.worlds: dict[int, Any] = {}
 
-    def run(self) -> None:
-        """Sets the attribute "bound" of all nodes that have one."""
+    def run(self, boxes: Iterable[tuple[int, Array]] = ()) -> None:
+        """Sets the attribute "bound" of all nodes that have one.
+
+        `boxes` are those of what is below nodes, but not in the list, with the nodes' indices.
+        """
         self._read()
+        for i, box in boxes:
+            self._add(i, box, None)
         ranks = self._ranks()
         order = np.argsort(ranks, kind="stable")
         starts = np.flatnonzero(np.diff(ranks[order], prepend=-1))
@@ -243,7 +248,8 @@ class BoundsPass:
 
     def _write(self) -> None:
         full = np.isfinite(self.boxes).all(axis=1)
-        for i, box in zip(np.flatnonzero(full).tolist(), self.boxes[full]):
+        # A zero added makes zeros positive, whatever the order was in which boxes were joined.
+        for i, box in zip(np.flatnonzero(full).tolist(), self.boxes[full] + 0.0):
             self.nodes[i].attributes["bound"] = box
         for i, motion in self.motions.items():
             boxes = joined(motion.boxes, self.boxes[i])

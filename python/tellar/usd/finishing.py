@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from collections.abc import Callable
 from typing import Any
 
 import numpy as np
@@ -18,7 +19,7 @@ from .nodes import Node
 
 def finish_nodes(context: ImportContext, found: Findings) -> None:
     """Sets what depends on other locations: materials, prototypes, bounds and restored values."""
-    assign_materials(context, found)
+    assign_materials(context, found, found.materials.get)
     for index, place in found.prototype_of.items():
         found.nodes[index].prototype = found.index_of[place]
     set_transforms(context, found.nodes)
@@ -28,13 +29,22 @@ def finish_nodes(context: ImportContext, found: Findings) -> None:
     BoundsPass(context, found.nodes).run()
     for index, place, own in found.own:
         roundtrip.restore(context, found.nodes[index].attributes, own, place)
+    drop_empty_children(found)
+
+
+def drop_empty_children(found: Findings) -> None:
     for node, entry in zip(found.nodes, found.entries):
         if not node.children:
             del entry["c"]
 
 
-def assign_materials(context: ImportContext, found: Findings) -> None:
-    """Sets the material of each location that is bound to one, and of which location it is."""
+def assign_materials(
+    context: ImportContext, found: Findings, material_at: Callable[[str], Any]
+) -> None:
+    """Sets the material of each location that is bound to one, and of which location it is.
+
+    `material_at` returns the network of the material at a location, or None.
+    """
     paths = bound_materials(context, [prim for _, prim in found.bindable])
     places: dict[Any, str] = {}
     for (index, _), path in zip(found.bindable, paths):
@@ -46,7 +56,7 @@ def assign_materials(context: ImportContext, found: Findings) -> None:
         attributes = found.nodes[index].attributes
         if place not in found.helpers:
             attributes["materialAssign"] = place
-        group = found.materials.get(place)
+        group = material_at(place)
         if group is not None:
             attributes["material"] = group
         else:

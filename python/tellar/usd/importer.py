@@ -16,7 +16,9 @@ from .. import _ops
 from .collecting import no_collection
 from .context import ImportContext
 from .description import op_tree
-from .opening import Variants, open_stage, select_variants
+from .findings import Findings
+from .opening import Variants
+from .sharing import import_file, process_count
 from .stage_reader import read_stage
 from .summary import ImportSummary
 
@@ -66,6 +68,7 @@ def import_usd(
     frame: float = 0.0,
     frames_per_second: float | None = None,
     convert_units: bool = True,
+    jobs: int | None = None,
 ) -> ImportResult:
     """Reads a USD file, or an open Usd.Stage, as a scene.
 
@@ -82,6 +85,9 @@ def import_usd(
     them a second has. ``convert_units`` turns the scene to +Y up and scales it to metres at
     ``location``.
 
+    Large files are read by `jobs` processes, as many as there are processors, and at most 8, unless
+    given, with the same result as by one.
+
     Raises FileError for a file that cannot be read, and BadCallError for a variant that does not
     exist and other wrong arguments.
     """
@@ -93,25 +99,31 @@ def import_usd(
     for purpose in wanted:
         if purpose not in ("default", "render", "proxy", "guide"):
             raise tellar.BadCallError(f'"{purpose}" is no purpose')
-    stage = path
+    processes = process_count(jobs)
+    options: dict[str, Any] = {
+        "location": location,
+        "frame": float(frame),
+        "frames_per_second": None if frames_per_second is None else float(frames_per_second),
+        "purposes": wanted,
+        "convert_units": bool(convert_units),
+    }
     if not isinstance(path, Usd.Stage):
-        stage = open_stage(Path(os.fspath(path)), population_mask, load)
-        select_variants(stage, variants)
-    elif variants is not None or population_mask is not None or load != "all":
+        file = Path(os.fspath(path))
+        result: ImportResult = import_file(
+            file, population_mask, load, variants, processes, options, import_stage
+        )
+        return result
+    if variants is not None or population_mask is not None or load != "all":
         raise tellar.BadCallError("an open stage has its variants, mask and payloads already")
-    context = ImportContext(
-        stage,
-        location=location,
-        frame=frame,
-        frames_per_second=frames_per_second,
-        purposes=wanted,
-        convert_units=convert_units,
-    )
     with no_collection():
-        return import_stage(context)
+        return import_stage(ImportContext(path, **options))
 
 
-def import_stage(context: ImportContext) -> ImportResult:
-    """Reads the stage of a context. What it needs for that is gone when it returns."""
-    found = read_stage(context)
+def import_stage(context: ImportContext, found: Findings | None = None) -> ImportResult:
+    """Reads the stage of a context, unless all has been found already.
+
+    What it needs for that is gone when it returns.
+    """
+    if found is None:
+        found = read_stage(context)
     return ImportResult(tellar.group(op_tree(context, found)), context.summary)

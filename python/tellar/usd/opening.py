@@ -37,12 +37,10 @@ def checked_path(text: str) -> Any:
     return Sdf.Path(text)
 
 
-def select_variants(stage: Any, variants: Variants | None) -> None:
+def select_variants(stage: Any, choices: Iterable[tuple[Any, str, str]]) -> None:
     """Selects variants in the session layer. Raises BadCallError for one that does not exist."""
-    if variants is None:
-        return
     with Usd.EditContext(stage, stage.GetSessionLayer()):
-        for path, name, variant in variant_choices(variants):
+        for path, name, variant in choices:
             prim = stage.GetPrimAtPath(path)
             if not prim:
                 raise tellar.BadCallError(f'there is no prim "{path}" for the variant "{variant}"')
@@ -54,8 +52,10 @@ def select_variants(stage: Any, variants: Variants | None) -> None:
             sets.GetVariantSet(name).SetVariantSelection(variant)
 
 
-def variant_choices(variants: Variants) -> list[tuple[Any, str, str]]:
+def variant_choices(variants: Variants | None) -> list[tuple[Any, str, str]]:
     """The path of the prim, the variant set and the variant of each choice."""
+    if variants is None:
+        return []
     if isinstance(variants, Mapping):
         return [
             (checked_path(path), name, variant)

@@ -19,7 +19,7 @@ from .plain import encoded, plain_value
 from .prim_reader import PrimReader
 from .remembered import HELPER_KEY, NAME_KEY
 
-_PREDICATE = Usd.PrimIsActive & Usd.PrimIsDefined & ~Usd.PrimIsAbstract
+PREDICATE = Usd.PrimIsActive & Usd.PrimIsDefined & ~Usd.PrimIsAbstract
 _STAGE_METADATA = (
     "customLayerData",
     "startTimeCode",
@@ -52,7 +52,7 @@ class StageReader:
 
     def read(self) -> Findings:
         """Reads the stage, the prototypes that it uses, and those that only instancers name."""
-        self._read_top(self._root())
+        self._read_top(self.add_root())
         done: set[str] = set()
         while len(done) < len(self.found.prototypes):
             for name, prim in list(self.found.prototypes.items()):
@@ -63,7 +63,8 @@ class StageReader:
         self._read_missing_sources()
         return self.found
 
-    def _root(self) -> int:
+    def add_root(self) -> int:
+        """Adds the location of the pseudo-root, with the metadata of the stage."""
         root = self.found.add_node("", -1, self.context.location)
         if self.context.root_matrix != Gf.Matrix4d(1) and not self.context.top:
             self.found.nodes[root].matrix = self.context.root_matrix
@@ -83,7 +84,7 @@ class StageReader:
         top = context.stage.GetPseudoRoot()
         primvars: dict[str, Any] = {}
         if context.top:
-            for prim in top.GetFilteredChildren(_PREDICATE):
+            for prim in top.GetFilteredChildren(PREDICATE):
                 if str(prim.GetPath()) != context.top:
                     context.lose("prims beside those of an exported scene", prim.GetPath())
             top = context.stage.GetPrimAtPath(context.top)
@@ -100,14 +101,23 @@ class StageReader:
         self, top: Any, root: int, place: str, inherited: dict[str, Any] | None = None
     ) -> None:
         """Reads everything below a prim, of which the location is there already."""
+        children = filtered_children(top, PREDICATE)
+        self.read_children(children, root, place, "default", inherited or {})
+
+    def read_children(
+        self, prims: list[Any], parent: int, place: str, purpose: str, inherited: dict[str, Any]
+    ) -> None:
+        """Reads children of a location with all that is below them."""
         is_own = self.context.is_own
         stack: list[tuple[Any, int, str, str, dict[str, Any]]] = []
 
-        def push(prim: Any, index: int, path: str, purpose: str, primvars: dict[str, Any]) -> None:
-            for child in reversed(filtered_children(prim, _PREDICATE)):
+        def push(
+            children: list[Any], index: int, path: str, purpose: str, primvars: dict[str, Any]
+        ) -> None:
+            for child in reversed(children):
                 stack.append((child, index, path, purpose, primvars))
 
-        push(top, root, place, "default", inherited or {})
+        push(prims, parent, place, purpose, inherited)
         while stack:
             prim, parent, where, purpose, primvars = stack.pop()
             name = name_of(prim)
@@ -122,11 +132,11 @@ class StageReader:
             index = self.found.add_node(name, parent, where)
             reading = self.prims.read_valid(prim, index, where, purpose, primvars)
             if reading is not None:
-                push(prim, index, where, *reading)
+                push(filtered_children(prim, PREDICATE), index, where, *reading)
 
     def _read_helpers(self, scope: Any) -> None:
         """Reads the materials of locations that have them without a location of the material."""
-        for prim in scope.GetFilteredChildren(_PREDICATE):
+        for prim in scope.GetFilteredChildren(PREDICATE):
             group = import_material(prim, self.context)
             if group is not None:
                 place = self.context.location_of(prim.GetPath())

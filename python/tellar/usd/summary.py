@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 from collections import Counter
+from typing import Any
 
 _MOST_EXAMPLES = 3
 
@@ -70,6 +71,26 @@ class ImportSummary(_Summary):
 
     def _counts(self) -> Counter[str]:
         return self.imported
+
+    def add(self, later: ImportSummary) -> None:
+        """Adds the counts of what was read after all that this one counts."""
+        self.imported.update(later.imported)
+        self.kept.update(later.kept)
+        self.lost.update(later.lost)
+        for kind, paths in later.examples.items():
+            for path in paths:
+                self.add_example(kind, path)
+
+    def to_data(self) -> list[dict[str, Any]]:
+        """The counts and the examples, for another process."""
+        return [dict(self.imported), dict(self.kept), dict(self.lost), self.examples]
+
+    @classmethod
+    def from_data(cls, data: list[dict[str, Any]]) -> ImportSummary:
+        summary = cls()
+        summary.imported, summary.kept, summary.lost = map(Counter, data[:3])
+        summary.examples = data[3]
+        return summary
 
 
 class ExportSummary(_Summary):

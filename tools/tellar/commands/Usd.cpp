@@ -57,6 +57,7 @@ struct UsdOptions {
     std::optional<float> frame;
     std::optional<float> framesPerSecond;
     std::string frames;
+    std::optional<int> jobs;
 };
 
 class Arguments {
@@ -71,6 +72,7 @@ public:
         add("--frames", options.frames);
         add("--frame", options.frame);
         add("--fps", options.framesPerSecond);
+        if (options.jobs) all.push_back("--jobs=" + std::to_string(*options.jobs));
     }
 
     const std::vector<std::string>& get() const { return all; }
@@ -144,6 +146,12 @@ void AddImportOptions(CLI::App& command, UsdOptions& options) {
               "Import: the time code that becomes time 0, 0 unless given");
     AddNumber(command, "--fps", options.framesPerSecond,
               "Import: frames a second; as the stage says unless given");
+    command
+        .add_option("--jobs", options.jobs,
+                    "Import: how many processes read a large stage; as many as there are "
+                    "processors, and at most 8, unless given")
+        ->check(CLI::Range(1, 64))
+        ->option_text("N");
 }
 
 } // namespace
