@@ -21,6 +21,7 @@
 
 #include <array>
 #include <memory>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -54,8 +55,10 @@ struct Dropping {
     std::size_t hand = 0; // the header at which the next look begins
 };
 
+/// Never destroyed, and not on the heap: stores are destroyed when there is no memory, too.
 Dropping& GetDropping() {
-    static auto* const dropping = new Dropping;
+    alignas(Dropping) static char memory[sizeof(Dropping)];
+    static auto* const dropping = new (memory) Dropping;
     return *dropping;
 }
 
