@@ -28,7 +28,7 @@ public:
 
 private:
     struct Deleter {
-        void operator()(ZSTD_CCtx_s* context) const;
+        void operator()(ZSTD_CCtx_s* compressor) const;
     };
 
     void finishBlock();

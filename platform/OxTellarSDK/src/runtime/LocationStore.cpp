@@ -21,7 +21,6 @@
 namespace OxTellarRuntimeDetail {
 
 using OxAttribute::Prefetch;
-using OxAttribute::StringAttribute;
 
 namespace {
 
