@@ -107,8 +107,9 @@ GeometryProducer::Ptr BaseGeometryProducer::getChildByName(const char* name, boo
 GeometryProducer::Ptr BaseGeometryProducer::findChildAmong(const StringAttribute& names,
                                                            std::string_view wanted, bool evict) {
     const std::int64_t place = names.findValue(wanted);
-    if (place < 0) return nullptr;
-    const std::int64_t index = place % names.getNumberOfValues();
+    const std::int64_t count = names.getNumberOfValues();
+    if (place < 0 || count == 0) return nullptr;
+    const std::int64_t index = place % count;
     // Another sample than the one that is nearest to time 0 may have another name there.
     if (!isFromCaller && names.getValueView(index) == wanted) return getChildAt(index, evict);
     return getChildAt(index, ChildPath(getFullName(), wanted), evict);

@@ -71,9 +71,9 @@ struct Region {
                static_cast<std::size_t>(&page - pages.data()) * kPageBytes;
     }
 
-    static Region& Of(const void* memory) {
-        const auto address = reinterpret_cast<std::uintptr_t>(memory);
-        return *reinterpret_cast<Region*>(address & ~(kRegionBytes - 1));
+    static Region& Of(void* memory) {
+        const std::size_t offset = reinterpret_cast<std::uintptr_t>(memory) & (kRegionBytes - 1);
+        return *reinterpret_cast<Region*>(static_cast<char*>(memory) - offset);
     }
 };
 
@@ -87,12 +87,11 @@ void* TakeFromSystem() {
     void* const memory =
         mmap(nullptr, 2 * kRegionBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED) throw std::bad_alloc();
-    const auto address = reinterpret_cast<std::uintptr_t>(memory);
-    const std::uintptr_t aligned = (address + kRegionBytes - 1) & ~(kRegionBytes - 1);
-    if (aligned != address) munmap(memory, aligned - address);
-    const std::uintptr_t behind = address + kRegionBytes - aligned;
-    if (behind != 0) munmap(reinterpret_cast<void*>(aligned + kRegionBytes), behind);
-    return reinterpret_cast<void*>(aligned);
+    const std::size_t before = -reinterpret_cast<std::uintptr_t>(memory) & (kRegionBytes - 1);
+    char* const aligned = static_cast<char*>(memory) + before;
+    if (before != 0) munmap(memory, before);
+    munmap(aligned + kRegionBytes, kRegionBytes - before);
+    return aligned;
 }
 void GiveToSystem(void* memory) noexcept {
     munmap(memory, kRegionBytes);

@@ -127,9 +127,9 @@ public:
 
     void operator()(const KindRow& row, const Node* child) {
         const bool isFirst = !std::exchange(anyStep, true);
+        if (row.kind == Kind::Origin) return matrix.makeIdentity();
         double room[kMatrixValues];
-        const double* const v =
-            row.values > 0 ? ReadValues(child, row.values, time, room) : nullptr;
+        const double* const v = ReadValues(child, row.values, time, room);
         switch (row.kind) {
         case Kind::Translate:
             matrix.translate(Vector(v[0], v[1], v[2]));
@@ -146,8 +146,7 @@ public:
         case Kind::Matrix:
             multiply(v, isFirst);
             break;
-        case Kind::Origin:
-            matrix.makeIdentity();
+        case Kind::Origin: // has no values
             break;
         }
     }
