@@ -81,7 +81,8 @@ constexpr std::uint32_t Region::FirstPage() {
     return (sizeof(Region) + kPageBytes - 1) / kPageBytes;
 }
 
-#if defined(__unix__) || defined(__APPLE__)
+// LeakSanitizer finds pointers only in memory of the general allocator.
+#if (defined(__unix__) || defined(__APPLE__)) && !defined(__SANITIZE_ADDRESS__)
 /// The general allocator would leave as much unused as the alignment is.
 void* TakeFromSystem() {
     void* const memory =
