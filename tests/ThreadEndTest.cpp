@@ -56,6 +56,11 @@ void Free(void* memory) noexcept {
 void* operator new(std::size_t bytes) {
     return Count(FailsNow() ? nullptr : std::malloc(bytes));
 }
+void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept try {
+    return operator new(bytes);
+} catch (const std::bad_alloc&) {
+    return nullptr;
+}
 void* operator new(std::size_t bytes, std::align_val_t alignment) {
     const auto unit = static_cast<std::size_t>(alignment);
     return Count(FailsNow() ? nullptr : std::aligned_alloc(unit, (bytes + unit - 1) / unit * unit));
