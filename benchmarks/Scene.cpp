@@ -76,7 +76,7 @@ GroupAttribute DescribeOuterGroup(std::int64_t i, std::int64_t leaves) {
 
 std::string GetFilePath(const char* kind, std::int64_t leaves, const char* suffix) {
     return GetOptions().scenes + "/" + kind + "_" + std::to_string(leaves) + "_v" +
-           std::to_string(kSceneFormat) + suffix;
+           std::to_string(kSceneFormat) + "_f" + std::to_string(kFileVersion) + suffix;
 }
 
 GroupAttribute DescribeEditedScene(std::int64_t leaves) {

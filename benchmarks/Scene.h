@@ -23,6 +23,8 @@ namespace TellarBench {
 
 /// Part of the names of the scene files. Raise it whenever the formulas change.
 constexpr int kSceneFormat = 1;
+/// The format version of op files, another part of these names: docs/attribute-file.md.
+constexpr int kFileVersion = 2;
 
 constexpr std::int64_t kWidth = 100; ///< number of children of a group
 

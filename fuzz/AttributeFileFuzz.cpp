@@ -80,10 +80,10 @@ void Try(Use use) {
     }
 }
 
-/// A valid file around the bytes, which are its header and values. The last 48 bytes, read as a
-/// footer, give the position of the root.
+/// A valid file around the bytes, which are its header and values. The last 56 bytes, read as a
+/// footer, give the positions of the root and of the shapes.
 std::string Framed(std::string bytes, ContainerKind kind) {
-    const std::uint32_t root = ContainerBytes::FooterOf(bytes).rootUnit;
+    const ContainerFooter footer = ContainerBytes::FooterOf(bytes);
     bytes.resize(bytes.size() - sizeof(ContainerFooter));
     const std::size_t blocks = (bytes.size() + kBlockBytes - 1) / kBlockBytes;
     bytes.resize(bytes.size() - std::min(blocks * 8, bytes.size() - sizeof(ContainerHeader)));
@@ -92,7 +92,8 @@ std::string Framed(std::string bytes, ContainerKind kind) {
     header.version = kContainerVersion;
     header.kind = static_cast<std::uint32_t>(kind);
     ContainerBytes::SetValueAt(bytes, 0, header);
-    return ContainerBytes::WithFrame(std::move(bytes), root);
+    return ContainerBytes::WithFrame(std::move(bytes), footer.rootUnit, footer.shapesUnit,
+                                     footer.shapeCount);
 }
 
 /// Compares a file with others that have one other byte among the values. Only the first of two

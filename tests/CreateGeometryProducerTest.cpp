@@ -16,6 +16,7 @@
 #include <OxTellarSDK/AttributeStream.h>
 
 #include "AllocatedBytes.h"
+#include "AttributeNode.h"
 #include "CapturedErrors.h"
 #include "CapturedLog.h"
 #include "ProducerHelpers.h"
@@ -338,15 +339,23 @@ TEST(CreateThreadAwareGeometryProducer, MakesNothingWithoutARuntime) {
     EXPECT_THAT(log.textsOf("ClientFactory"), ElementsAre("Runtime could not be loaded."));
 }
 
+namespace {
+
+std::uint32_t CountReferences(const Attribute& value) {
+    return OxAttribute::Full(value.getHandle())->refCount;
+}
+
+} // namespace
+
 TEST(CreateThreadAwareGeometryProducer, LetsGoOfItsSource) {
     const GroupAttribute tree = TestTree(Texts({"world"}));
     const Ptr first = CreateThreadAwareGeometryProducer(tree, "/root/world");
-    const std::uint32_t references = tree.getHandle()->refCount;
+    const std::uint32_t references = CountReferences(tree);
     EXPECT_EQ(CreateThreadAwareGeometryProducer(tree, "no absolute path"), nullptr);
-    EXPECT_EQ(tree.getHandle()->refCount, references);
+    EXPECT_EQ(CountReferences(tree), references);
     Ptr second = CreateThreadAwareGeometryProducer(tree, "/root/world/geo");
     second.reset();
-    EXPECT_EQ(tree.getHandle()->refCount, references);
+    EXPECT_EQ(CountReferences(tree), references);
 }
 
 TEST(CreateThreadAwareGeometryProducer, NeedsOneRuntimeForAllLevelsAndLaterTrees) {

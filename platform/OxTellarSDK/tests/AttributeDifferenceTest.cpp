@@ -274,11 +274,11 @@ TEST(ForEachDifference, ThrowsForADamagedFile) {
 
 TEST(ForEachDifference, IgnoresBytesThatFillUpTheTimesInAFile) {
     const GroupAttribute moving =
-        Group({{"v", FloatAttribute(std::map<float, std::vector<float>>{{1, {2}}, {3, {4}}}, 1)}});
+        Group({{"v", FloatAttribute({{1.0f, {2}}, {3.0f, {4}}, {5.0f, {6}}}, 1)}});
     const std::string file = ContainerBytes::Write(moving);
-    // Behind the header of the file and that of the value, which is its first, are two times.
+    // Behind the header of the file and that of the value, which is its first, are three times.
     std::string filledUp = file;
-    filledUp[64 + 32 + 2 * 4] = 'x';
+    filledUp[64 + 24 + 3 * 4] = 'x';
     filledUp = ContainerBytes::Repaired(filledUp);
     const GroupAttribute other = ContainerBytes::Read(filledUp);
     EXPECT_EQ(other, moving);

@@ -11,7 +11,7 @@
 
 TEST(AttributeFilePage, ShowsTheBytesThatAreWritten) {
     const std::string shown = BytesOnPage(TELLAR_ATTRIBUTE_FILE_PAGE);
-    ASSERT_EQ(shown.size(), 312u);
+    ASSERT_EQ(shown.size(), 200u);
     EXPECT_TRUE(shown == ContainerBytes::Write(ExampleValue()));
 }
 

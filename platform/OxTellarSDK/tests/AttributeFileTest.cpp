@@ -368,10 +368,15 @@ TEST(AttributeFile, BytesBehindItAreRefused) {
 
 TEST(AttributeFile, OfAnotherVersionIsRefused) {
     const TempDirectory folder;
-    const std::string bytes = ContainerBytes::WithVersion(ContainerBytes::Write(SampleValue()), 2);
-    const std::string path = folder.write("a", bytes);
+    const std::string bytes = ContainerBytes::Write(SampleValue());
+    const std::string path = folder.write("a", ContainerBytes::WithVersion(bytes, 3));
     EXPECT_EQ(ErrorOf([&] { ReadFile(path); }),
-              "File \"" + path + "\" has format version 2, of which this program knows nothing");
+              "File \"" + path + "\" has format version 3, of which this program knows nothing");
+    folder.write("a", ContainerBytes::WithVersion(bytes, 1));
+    EXPECT_EQ(ErrorOf([&] { ReadFile(path); }),
+              "File \"" + path +
+                  "\" has format version 1, which this program no longer reads; convert its "
+                  "source, such as a scene's JSON file, again");
 }
 
 TEST(AttributeFile, OfNoKnownKindIsRefused) {

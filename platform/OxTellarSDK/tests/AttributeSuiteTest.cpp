@@ -21,7 +21,7 @@ const OxAttributeSuite_v1* Suite() {
 }
 
 std::uint32_t CountOf(const Attribute& attribute) {
-    return attribute.getHandle()->refCount.load();
+    return Full(attribute.getHandle())->refCount.load();
 }
 
 struct NamedCheck {

@@ -13,7 +13,7 @@ using namespace OxAttribute;
 namespace {
 
 std::uint32_t CountOf(const Attribute& attribute) {
-    return attribute.getHandle()->refCount.load();
+    return Full(attribute.getHandle())->refCount.load();
 }
 
 } // namespace

@@ -71,9 +71,10 @@ void SetValueAt(std::string& file, std::size_t offset, T value) {
 }
 
 /// Values (header included) with the table and the footer that belong to them. The values are
-/// filled up to a multiple of 16 bytes.
-inline std::string WithFrame(std::string values, std::uint32_t rootUnit) {
-    values.resize((values.size() + 15) / 16 * 16);
+/// filled up to a multiple of 8 bytes.
+inline std::string WithFrame(std::string values, std::uint32_t rootUnit,
+                             std::uint32_t shapesUnit = 0, std::uint32_t shapeCount = 0) {
+    values.resize((values.size() + 7) / 8 * 8);
     ContainerFooter footer{};
     footer.tableOffset = values.size();
     std::string table;
@@ -84,6 +85,8 @@ inline std::string WithFrame(std::string values, std::uint32_t rootUnit) {
     }
     footer.fileBytes = values.size() + table.size() + sizeof footer;
     footer.rootUnit = rootUnit;
+    footer.shapesUnit = shapesUnit;
+    footer.shapeCount = shapeCount;
     footer.tableChecksum = XXH3_64bits(table.data(), table.size());
     std::memcpy(footer.magic, OxAttribute::kContainerEndMagic, sizeof footer.magic);
     footer.footerChecksum = XXH3_64bits(&footer, offsetof(ContainerFooter, footerChecksum));
@@ -93,7 +96,8 @@ inline std::string WithFrame(std::string values, std::uint32_t rootUnit) {
 /// The file with correct checksums after its values were changed.
 inline std::string Repaired(const std::string& file) {
     const ContainerFooter footer = FooterOf(file);
-    return WithFrame(file.substr(0, footer.tableOffset), footer.rootUnit);
+    return WithFrame(file.substr(0, footer.tableOffset), footer.rootUnit, footer.shapesUnit,
+                     footer.shapeCount);
 }
 
 /// The file with a footer changed by `change`, and the footer's checksum corrected.

@@ -17,7 +17,7 @@ using testing::ElementsAre;
 namespace {
 
 std::uint32_t CountOf(const Attribute& attribute) {
-    return attribute.getHandle()->refCount.load();
+    return Full(attribute.getHandle())->refCount.load();
 }
 
 std::vector<std::string> NamesOf(const GroupAttribute& group) {

@@ -68,18 +68,41 @@ TEST(KnownPaths, OfOneFileSayNothingOfAnother) {
     }
 }
 
-TEST(KnownPaths, OfOneFileSayNothingOfAnotherThatPretendsToBeAlike) {
-    const GroupAttribute first = InFile(Numbers({{"abcd", 1}, {"efgh", 2}}));
-    std::string file = ContainerBytes::Write(Numbers({{"efgh", 3}, {"abcd", 4}}));
-    const std::size_t entries =
-        ContainerBytes::FooterOf(file).rootUnit * kUnitBytes + sizeof(OxAttributeStruct);
-    for (const std::size_t offset : {entries, entries + sizeof(FileEntry)})
-        ContainerBytes::SetValueAt(file, offset, HashName(offset == entries ? "abcd" : "efgh"));
-    const GroupAttribute second = ContainerBytes::Read(ContainerBytes::Repaired(file));
-    EXPECT_EQ(At(first, "abcd"), 1);
-    EXPECT_EQ(At(second, "abcd"), 4);
-    EXPECT_EQ(At(first, "efgh"), 2);
-    EXPECT_EQ(At(second, "efgh"), 3);
+TEST(KnownPaths, OfOneFileSayNothingOfAnotherWhoseShapesHaveTheSameNumbers) {
+    const auto fileOf = [](const std::string& first, const std::string& second) {
+        std::vector<GroupAttribute::Child> groups;
+        for (int i = 0; i < 4; ++i)
+            groups.emplace_back(std::to_string(i), Numbers({{first, 2 * i}, {second, 2 * i + 1}}));
+        return InFile(GroupAttribute(groups, true));
+    };
+    const GroupAttribute first = fileOf("abcd", "efgh");
+    const GroupAttribute second = fileOf("efgh", "abcd");
+    for (int pass = 0; pass < 3; ++pass)
+        for (int i = 0; i < 4; ++i) {
+            EXPECT_EQ(At(Child(first, i), "abcd"), 2 * i);
+            EXPECT_EQ(At(Child(second, i), "abcd"), 2 * i + 1);
+            EXPECT_EQ(At(Child(first, i), "efgh"), 2 * i + 1);
+            EXPECT_EQ(At(Child(second, i), "efgh"), 2 * i);
+        }
+}
+
+TEST(KnownPaths, BelowShapesLeadToTheValuesOfEachGroup) {
+    std::vector<GroupAttribute::Child> groups;
+    for (int i = 0; i < 50; ++i)
+        groups.emplace_back(
+            std::to_string(i),
+            GroupAttribute(
+                {{"type", StringAttribute("mesh")},
+                 {"user", GroupAttribute({{"some", Numbers({{"f", i}, {"g", -i}})}}, true)}},
+                true));
+    const GroupAttribute file = InFile(GroupAttribute(groups, true));
+    for (int pass = 0; pass < 2; ++pass)
+        for (int i = 0; i < 50; ++i) {
+            EXPECT_EQ(At(Child(file, i), "user.some.f"), i);
+            EXPECT_EQ(At(Child(file, i), "user.some.g"), -i);
+            EXPECT_EQ(StringAttribute(Child(file, i).getChildByName("type")).getValue(), "mesh");
+            EXPECT_FALSE(Child(file, i).getChildByName("user.some.h").isValid());
+        }
 }
 
 TEST(KnownPaths, LeadThroughGroupsOnly) {

@@ -276,8 +276,8 @@ TEST_P(LargeAttributeFile, TheCSuiteGivesNothingForDamage) {
 
 TEST_P(LargeAttributeFile, DamageAtTheRootIsFoundAtOnce) {
     std::string bytes = folder.read("large.oxa");
-    const std::size_t root = ContainerBytes::FooterOf(bytes).rootUnit * 16ull;
-    bytes[root + 40] ^= 1;
+    const std::size_t root = ContainerBytes::FooterOf(bytes).rootUnit * kUnitBytes;
+    bytes[root + 20] ^= 1;
     folder.write("large.oxa", bytes);
     EXPECT_THAT(ErrorOf([&] { read(); }), StartsWith("File \"" + path + "\" is damaged: bytes "));
     EXPECT_FALSE(IsOpen(path));
@@ -297,7 +297,7 @@ TEST_P(LargeAttributeFile, DamageOfTheTableOrTheFooterIsFoundAtOnce) {
 
 TEST_P(LargeAttributeFile, CutShortItIsRefusedAtOnce) {
     const std::string bytes = folder.read("large.oxa");
-    for (const std::size_t length : {bytes.size() - 1, bytes.size() - 48, bytes.size() - 1000}) {
+    for (const std::size_t length : {bytes.size() - 1, bytes.size() - 56, bytes.size() - 1000}) {
         folder.write("large.oxa", bytes.substr(0, length));
         EXPECT_THAT(ErrorOf([&] { read(); }), StartsWith("File \"" + path + "\" is damaged: "));
     }

@@ -35,6 +35,23 @@ inline OxAttribute::GroupAttribute SampleValue() {
 }
 
 /// A small op tree, as an op file holds it.
+/// Groups that are alike but for their values.
+inline OxAttribute::GroupAttribute AlikeValue() {
+    using namespace OxAttribute;
+    std::vector<GroupAttribute::Child> children;
+    for (int i = 0; i < 5; ++i) {
+        const GroupAttribute user({{"text", StringAttribute("t" + std::to_string(i))},
+                                   {"matrix", DoubleAttribute({0.5 * i, 1, 2}, 1)}},
+                                  false);
+        const IntAttribute moving(std::map<float, std::vector<int>>{{0.0f, {i}}, {1.0f, {-i}}}, 1);
+        children.emplace_back(
+            "child" + std::to_string(i),
+            GroupAttribute({{"type", StringAttribute("mesh")}, {"user", user}, {"moving", moving}},
+                           true));
+    }
+    return GroupAttribute(children, true);
+}
+
 inline OxAttribute::GroupAttribute SampleOpTree() {
     using namespace OxAttribute;
     const GroupAttribute args(

@@ -17,55 +17,104 @@ BIT_CODES = {"int": "I", "float": "I", "double": "Q"}
 VALUE_CODES = {"int": "i", "float": "f", "double": "d"}
 
 
-def align(offset):
-    return (offset + 15) // 16 * 16
+def align(offset, step):
+    return (offset + step - 1) // step * step
 
 
 class AttributeFile:
     def __init__(self, data):
         self.data = data
         magic, version, self.kind, zeros = self.get("8sII48s", 0)
-        assert (magic, version, zeros) == (b"OxAttr\x1a\n", 1, bytes(48)), "not an attribute file"
-        table, size, self.root, reserved, _, end, _ = self.get("QQIIQ8sQ", len(data) - 48)
+        assert (magic, version, zeros) == (b"OxAttr\x1a\n", 2, bytes(48)), "not an attribute file"
+        table, size, self.root, shapes, shape_count, reserved, _, end, _ = self.get(
+            "QQIIIIQ8sQ", len(data) - 56)
         assert (size, reserved, end) == (len(data), 0, b"OxAttEnd"), "not a whole attribute file"
-        assert len(data) == table + (table + 65535) // 65536 * 8 + 48, "parts do not fit"
+        assert len(data) == table + (table + 65535) // 65536 * 8 + 56, "parts do not fit"
+        self.shapes = self.get(f"{shape_count}I", shapes * 4)
 
     def get(self, format, offset):
         return struct.unpack_from("<" + format, self.data, offset)
 
-    def name(self, unit, length):
-        assert self.data[unit * 16 + length] == 0, "a name without its NUL"
-        return self.data[unit * 16:unit * 16 + length]
-
     def value(self, unit):
         """("null",), ("group", inherit, [(name, value)...]) or (type, tuple size, [(time, ...)])"""
-        at = unit * 16
-        count0, type, flags, depth, own, extra, count, times, reserved = self.get("IbBHIIQII", at)
-        assert (count0, own, reserved, flags & 1) == (0, unit, 0, 1), "no value stands here"
-        if TYPES[type] == "null":
-            return ("null",)
-        if TYPES[type] == "group":
-            return ("group", bool(flags & 4), self.children(at + 32, count, depth))
-        at += 32
-        sample_times = [self.get("I", at + 4 * i)[0] for i in range(times)] if not flags & 2 else [0]
-        at += align(4 * times) if not flags & 2 else 0
-        read = self.strings if TYPES[type] == "string" else self.numbers
-        values = read(TYPES[type], at, count * len(sample_times))
-        return (TYPES[type], extra, [(time, values[i * count:(i + 1) * count])
-                                     for i, time in enumerate(sample_times)])
+        return self.value_and_depth(unit)[0]
 
-    def children(self, at, count, depth):
-        entries = [self.get("IIIHbB", at + 16 * i) for i in range(count)]
-        if count > 8:
-            order = self.get(f"{count}I", at + 16 * count)
-            assert list(order) == sorted(range(count), key=lambda i: (entries[i][0], i)), "order"
+    def value_and_depth(self, unit):
+        at = unit * 4
+        word = self.get("I", at)[0]
+        type, short, payload = TYPES[word & 7], word & 16, word >> 8
+        assert word & 8 and not word & 128, "no value stands here"
+        if type == "group":
+            children, depth = self.shaped(unit, payload) if short else self.wide(unit, payload)
+            return ("group", bool(word & 64), children), depth
+        if not short:
+            return self.full(type, at, word), 0
+        assert not word & 96, "a short value has no such flags"
+        if type == "null":
+            return ("null",), 0
+        if type == "string":
+            assert payload < 65536 and self.data[at + 4 + payload] == 0, "a string without its NUL"
+            return (type, 1, [(0, [self.data[at + 4:at + 4 + payload]])]), 0
+        assert type != "double" or at % 8 == 4, "doubles are not aligned"
+        return (type, payload >> 12, [(0, self.numbers(type, at + 4, payload & 4095))]), 0
+
+    def full(self, type, at, word):
+        _, zero, count, tuple_size, time_count = self.get("IIQII", at)
+        assert (at % 8, word >> 8, zero) == (0, 0, 0) and type != "null", "no value stands here"
+        at += 24
+        times = [0] if word & 32 else list(self.get(f"{time_count}I", at))
+        assert len(times) == time_count, "times are left out"
+        at += 0 if word & 32 else align(4 * time_count, 8)
+        read = self.strings if type == "string" else self.numbers
+        values = read(type, at, count * time_count)
+        return (type, tuple_size, [(time, values[i * count:(i + 1) * count])
+                                   for i, time in enumerate(times)])
+
+    def shaped(self, unit, number):
+        """Everything below such a group has a fixed place."""
+        at = self.shapes[number] * 4
+        names_unit, extent, depth, count = self.get("IIHH", at)
         children = []
-        for _, name_unit, child_unit, name_length, type, _ in entries:
-            child = self.value(child_unit)
-            assert child[0] == TYPES[type], "a child of another type than its entry says"
-            assert child[0] != "group" or depth > 1, "a group deeper than it says"
-            children.append((self.name(name_unit, name_length), child))
-        return children
+        for i in range(count):
+            place, word = self.get("II", at + 12 + 8 * i)
+            shared, word = word & 128, word & ~128
+            child_unit = place if shared else unit - place
+            assert shared or 0 < place <= extent, "a child outside of its group"
+            assert self.get("I", child_unit * 4)[0] == word, "a child that is not like its shape"
+            if word & 7 == 5:
+                assert word & 16 and word >> 8 < number and not shared, "a group without a place"
+            child, child_depth = self.value_and_depth(child_unit)
+            assert child_depth < depth, "a group deeper than it says"
+            children.append(child)
+        return list(zip(self.names(names_unit, count), children)), depth
+
+    def wide(self, unit, depth):
+        names_unit, extent, count = self.get("III", unit * 4 + 4)
+        units = self.get(f"{count}I", unit * 4 + 16)
+        types = self.get(f"{count}B", unit * 4 + 16 + 4 * count)
+        children = []
+        first = unit - extent
+        for child_unit, type in zip(units, types):
+            child, child_depth = self.value_and_depth(child_unit)
+            assert child[0] == TYPES[type], "a child of another type than its group says"
+            assert child_depth < depth, "a group deeper than it says"
+            if child[0] == "group":
+                assert first <= child_unit < unit, "a group outside of its parent"
+                first = child_unit + 1
+            children.append(child)
+        return list(zip(self.names(names_unit, count), children)), depth
+
+    def names(self, unit, count):
+        at = unit * 4
+        stored, *ends = self.get(f"{count + 1}I", at)
+        assert stored == count, "a group has more or fewer names than children"
+        at += 4 + 4 * count
+        if count > 8:
+            hashes, order = self.get(f"{count}I", at), self.get(f"{count}I", at + 4 * count)
+            assert list(order) == sorted(range(count), key=lambda i: (hashes[i], i)), "order"
+            at += 8 * count
+        assert all(self.data[at + end - 1] == 0 for end in ends), "a name without its NUL"
+        return [self.data[at + a:at + b - 1] for a, b in zip([0] + ends, ends)]
 
     def numbers(self, type, at, count):
         return list(self.get(f"{count}{BIT_CODES[type]}", at))

@@ -25,15 +25,19 @@ std::uint64_t TextBytes(const StringAttribute& strings) {
     return bytes;
 }
 
+std::uint64_t CountNumbers(const DataAttribute& numbers) {
+    return static_cast<std::uint64_t>(numbers.getNumberOfValues() *
+                                      numbers.getNumberOfTimeSamples());
+}
+
 std::uint64_t ValueBytes(const Attribute& value) {
-    const OxAttributeStruct* const node = value.getHandle();
-    const std::uint64_t numbers = node->count * node->timeCount;
     switch (value.getType()) {
     case kAttributeTypeInt:
+        return CountNumbers(IntAttribute(value)) * 4;
     case kAttributeTypeFloat:
-        return numbers * 4;
+        return CountNumbers(FloatAttribute(value)) * 4;
     case kAttributeTypeDouble:
-        return numbers * 8;
+        return CountNumbers(DoubleAttribute(value)) * 8;
     case kAttributeTypeString:
         return TextBytes(value);
     default:

@@ -1,7 +1,6 @@
 #ifndef OXTELLARSDK_ATTRIBUTE_H
 #define OXTELLARSDK_ATTRIBUTE_H
 
-#include <atomic>
 #include <cstdint>
 #include <initializer_list>
 #include <map>
@@ -14,21 +13,24 @@
 #include <OxTellarSDK/AttributeTypes.h>
 #include <OxTellarSDK/Export.h>
 
-/// The header of every attribute value. For the library's own use; it is public so that inline
-/// functions can read it.
+/// The first four bytes of every attribute value, in memory and in files. For the library's own
+/// use; it is public so that inline functions can read it. What lies behind it: see
+/// AttributeNode.h.
 struct OxAttributeStruct {
-    mutable std::atomic<std::uint32_t> refCount; // 0 in a file
-    std::int8_t type;
-    std::uint8_t flags;
-    std::uint16_t depth; // groups: levels of groups from here down, at least 1; otherwise 0
-    std::uint32_t unit;  // in a file: own offset in units; otherwise 0
-    union {
-        std::uint32_t tupleSize; // data; 0 for null
-        std::uint32_t firstUnit; // groups in a file: start of the region of their descendants
-    };
-    std::uint64_t count;     // data: values in one time sample; groups: children
-    std::uint32_t timeCount; // data: time samples; otherwise 0
-    std::uint32_t reserved;  // 0
+    static constexpr std::uint32_t kTypeBits = 7;
+    static constexpr std::uint32_t kShort = 16; ///< everything but the values is in the word
+    static constexpr int kPayload = 8;          ///< the first bit of what a short value says
+    static constexpr std::uint32_t kCountBits = 0xfff;
+
+    std::uint32_t word;
+
+    int type() const noexcept { return static_cast<int>(word & kTypeBits); }
+    bool isShort() const noexcept { return (word & kShort) != 0; }
+    /// True for numbers whose count is in the word.
+    bool isShortNumbers() const noexcept {
+        return isShort() && type() >= kAttributeTypeInt && type() <= kAttributeTypeDouble;
+    }
+    std::uint32_t shortCount() const noexcept { return word >> kPayload & kCountBits; }
 };
 
 namespace OxAttribute {
@@ -84,7 +86,7 @@ public:
 
     /// kAttributeTypeInvalid for an invalid handle.
     AttributeType getType() const noexcept {
-        return handle ? static_cast<AttributeType>(handle->type) : kAttributeTypeInvalid;
+        return handle ? static_cast<AttributeType>(handle->type()) : kAttributeTypeInvalid;
     }
 
     /// The content hash; the zero hash for an invalid handle. It is computed on first need and kept
@@ -176,14 +178,25 @@ private:
 class OXTELLARSDK_API ConstStringSample {
 public:
     ConstStringSample() = default;
+    /// One string of `size` bytes.
+    ConstStringSample(Attribute attribute, const char* text, std::uint32_t size)
+        : owner(std::move(attribute)), bytes(text), byteCount(size + 1), count(1) {}
+    /// `firstEnd` is where the first string starts and, from the next word on, where each of
+    /// them ends, its NUL included, in the `byteCount` bytes from `firstByte` on.
     ConstStringSample(Attribute attribute, const std::uint32_t* firstEnd, const char* firstByte,
-                      std::int64_t stringCount)
-        : owner(std::move(attribute)), ends(firstEnd), bytes(firstByte), count(stringCount) {}
+                      std::uint32_t byteCount, std::int64_t stringCount)
+        : owner(std::move(attribute)), ends(firstEnd), bytes(firstByte), byteCount(byteCount),
+          count(stringCount) {}
 
     std::size_t size() const noexcept { return static_cast<std::size_t>(count); }
     bool empty() const noexcept { return count == 0; }
     std::string_view operator[](std::size_t index) const noexcept {
-        return {bytes + ends[index], ends[index + 1] - ends[index] - 1};
+        if (!ends) return {bytes, byteCount > 0 ? byteCount - 1 : 0};
+        // A mapped file may have been overwritten after these numbers were checked.
+        const std::uint32_t begin = ends[index];
+        const std::uint32_t end = ends[index + 1];
+        if (begin >= end || end > byteCount) return {bytes, 0};
+        return {bytes + begin, end - begin - 1};
     }
 
     class Iterator {
@@ -206,8 +219,9 @@ public:
 
 private:
     Attribute owner;
-    const std::uint32_t* ends = nullptr; // count + 1 offsets into bytes; each end counts the NUL
+    const std::uint32_t* ends = nullptr; // null: there is one string, which is all of the bytes
     const char* bytes = nullptr;
+    std::uint32_t byteCount = 0;
     std::int64_t count = 0;
 };
 
@@ -218,13 +232,14 @@ public:
     DataAttribute() noexcept = default;
 
     /// The number of values that belong together, such as 3 for a point.
-    std::int64_t getTupleSize() const noexcept { return handle ? handle->tupleSize : 0; }
+    std::int64_t getTupleSize() const noexcept;
     /// The number of values in one time sample.
     std::int64_t getNumberOfValues() const noexcept {
-        return handle ? static_cast<std::int64_t>(handle->count) : 0;
+        if (!handle) return 0;
+        return handle->isShortNumbers() ? handle->shortCount() : countValues();
     }
     std::int64_t getNumberOfTuples() const noexcept;
-    std::int64_t getNumberOfTimeSamples() const noexcept { return handle ? handle->timeCount : 0; }
+    std::int64_t getNumberOfTimeSamples() const noexcept;
     /// Times ascend with `index`. Returns 0 when `index` is out of range.
     float getSampleTime(std::int64_t index) const noexcept;
     /// The index of the sample nearest to `time`; of two that are equally near, the earlier one.
@@ -233,6 +248,9 @@ public:
 
 protected:
     using Attribute::Attribute;
+
+private:
+    std::int64_t countValues() const noexcept;
 };
 
 /// Integers, floats or doubles.
@@ -355,9 +373,7 @@ public:
     /// the result would be nested deeper than kMaxGroupDepth.
     GroupAttribute(const std::vector<Child>& children, bool groupInherit);
 
-    std::int64_t getNumberOfChildren() const noexcept {
-        return handle ? static_cast<std::int64_t>(handle->count) : 0;
-    }
+    std::int64_t getNumberOfChildren() const noexcept;
     /// Returns an empty name when `index` is out of range.
     std::string getChildName(std::int64_t index) const;
     /// The name without a copy. A NUL byte follows it. It lives as long as the group's value.

@@ -6,7 +6,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "AttributeNode.h"
+#include "DataView.h"
 #include "SuiteEntry.h"
 
 namespace OxAttribute {
@@ -21,7 +21,7 @@ Attribute View(const OxAttributeStruct* handle) {
 }
 
 bool IsData(const OxAttributeStruct* handle) {
-    return handle && handle->type >= kAttributeTypeInt && handle->type <= kAttributeTypeString;
+    return handle && handle->type() >= kAttributeTypeInt && handle->type() <= kAttributeTypeString;
 }
 
 void Retain(OxAttributeStruct* handle) {
@@ -49,20 +49,21 @@ std::int32_t IsEqual(const OxAttributeStruct* a, const OxAttributeStruct* b) {
 }
 
 std::int64_t GetTupleSize(const OxAttributeStruct* handle) {
-    return IsData(handle) ? handle->tupleSize : 0;
+    return IsData(handle) ? ViewOf(handle).tupleSize : 0;
 }
 
 std::int64_t GetNumberOfValues(const OxAttributeStruct* handle) {
-    return IsData(handle) ? static_cast<std::int64_t>(handle->count) : 0;
+    return IsData(handle) ? static_cast<std::int64_t>(ViewOf(handle).count) : 0;
 }
 
 std::int64_t GetNumberOfTimeSamples(const OxAttributeStruct* handle) {
-    return IsData(handle) ? handle->timeCount : 0;
+    return IsData(handle) ? ViewOf(handle).timeCount : 0;
 }
 
 float GetSampleTime(const OxAttributeStruct* handle, std::int64_t index) {
-    if (!IsData(handle) || index < 0 || index >= handle->timeCount) return 0.0f;
-    return TimeAt(handle, static_cast<std::uint64_t>(index));
+    if (!IsData(handle) || index < 0) return 0.0f;
+    const DataView view = ViewOf(handle);
+    return index < view.timeCount ? view.timeAt(static_cast<std::uint64_t>(index)) : 0.0f;
 }
 
 template <typename T>

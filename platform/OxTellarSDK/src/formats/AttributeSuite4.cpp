@@ -12,9 +12,8 @@
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/TellarError.h>
 
-#include "AttributeNode.h"
+#include "DataView.h"
 #include "ErrorEntry.h"
-#include "NodeAccess.h"
 
 namespace OxAttribute {
 
@@ -47,12 +46,12 @@ const char* TypeName(int type) {
 
 [[noreturn]] void RefuseType(const OxAttributeStruct* data, const char* wanted) {
     throw TellarError(kOxErrorValue, std::string("the attribute is of type ") +
-                                         TypeName(data->type) + " and not " + wanted);
+                                         TypeName(data->type()) + " and not " + wanted);
 }
 
 bool IsNumeric(const OxAttributeStruct* data) {
-    return data->type == kAttributeTypeInt || data->type == kAttributeTypeFloat ||
-           data->type == kAttributeTypeDouble;
+    return data->type() == kAttributeTypeInt || data->type() == kAttributeTypeFloat ||
+           data->type() == kAttributeTypeDouble;
 }
 
 /// Refuses null, and attributes that are not of numbers.
@@ -104,23 +103,23 @@ template <typename T>
 const T* GetSample(const OxAttributeStruct* data, float time, std::int64_t* count) {
     if (count) *count = 0;
     constexpr AttributeType kType = NumericAttribute<T>::kType;
-    if (NotNull(data, "data")->type != kType) RefuseType(data, TypeName(kType));
-    if (count) *count = static_cast<std::int64_t>(data->count);
-    return Values<T>(data) + NearestSample(data, time) * data->count;
+    if (NotNull(data, "data")->type() != kType) RefuseType(data, TypeName(kType));
+    const DataView view = ViewOf(data, kType);
+    if (count) *count = static_cast<std::int64_t>(view.count);
+    return view.as<T>() + NearestSample(view, time) * view.count;
 }
 
 std::int32_t GetSamples(const OxAttributeStruct* data, OxSamples* samples) {
     static constexpr float kTimeZero = 0.0f;
     *NotNull(samples, "samples") = {};
     Numbers(data);
-    const bool isTimeless = data->flags & kTimesOmitted;
-    samples->type = View(data).getType();
-    samples->tupleSize = data->tupleSize;
-    samples->valueCount = static_cast<std::int64_t>(data->count);
-    samples->sampleCount = data->timeCount;
-    samples->times =
-        isTimeless ? &kTimeZero : reinterpret_cast<const float*>(Bytes(data) + sizeof(Node));
-    samples->values = Values<char>(data);
+    const DataView view = ViewOf(data);
+    samples->type = static_cast<AttributeType>(view.type);
+    samples->tupleSize = view.tupleSize;
+    samples->valueCount = static_cast<std::int64_t>(view.count);
+    samples->sampleCount = view.timeCount;
+    samples->times = view.times ? view.times : &kTimeZero;
+    samples->values = view.values;
     return 1;
 }
 
@@ -141,10 +140,9 @@ std::int32_t Converted<std::int32_t>(double value) {
 
 /// Copies `count` values at the place between two samples.
 template <typename T, typename Result>
-void CopyValues(const OxAttributeStruct* data, const SampleSpan& span, Result* values,
-                std::int64_t count) {
-    const T* const low = Values<T>(data) + span.before * data->count;
-    const T* const high = Values<T>(data) + span.after * data->count;
+void CopyValues(const DataView& view, const SampleSpan& span, Result* values, std::int64_t count) {
+    const T* const low = view.as<T>() + span.before * view.count;
+    const T* const high = view.as<T>() + span.after * view.count;
     for (std::int64_t i = 0; i < count; ++i)
         values[i] = Converted<Result>(span.interpolate<double>(low[i], high[i]));
 }
@@ -157,26 +155,27 @@ std::int64_t ReadValues(const OxAttributeStruct* data, float time, std::int32_t 
     if (capacity > 0) NotNull(values, "values");
     if (interpolation != kOxNearest && interpolation != kOxLinear)
         throw BadCall{"interpolation", "is not one of OxInterpolation"};
+    const DataView view = ViewOf(data);
     SampleSpan span{0, 0, 0.0};
     if (interpolation == kOxLinear)
-        span = FindSpan(data, time);
+        span = FindSpan(view, time);
     else
-        span.before = span.after = NearestSample(data, time);
-    const auto available = static_cast<std::int64_t>(data->count);
+        span.before = span.after = NearestSample(view, time);
+    const auto available = static_cast<std::int64_t>(view.count);
     const std::int64_t count = std::min(available, capacity);
-    if (data->type == kAttributeTypeInt)
-        CopyValues<std::int32_t>(data, span, values, count);
-    else if (data->type == kAttributeTypeFloat)
-        CopyValues<float>(data, span, values, count);
+    if (view.type == kAttributeTypeInt)
+        CopyValues<std::int32_t>(view, span, values, count);
+    else if (view.type == kAttributeTypeFloat)
+        CopyValues<float>(view, span, values, count);
     else
-        CopyValues<double>(data, span, values, count);
+        CopyValues<double>(view, span, values, count);
     return available;
 }
 
 const char* GetString(const OxAttributeStruct* data, float time, std::int64_t index,
                       std::int64_t* length) {
     if (length) *length = 0;
-    if (NotNull(data, "data")->type != kAttributeTypeString) RefuseType(data, "string");
+    if (NotNull(data, "data")->type() != kAttributeTypeString) RefuseType(data, "string");
     const ConstStringSample sample = StringAttribute(View(data)).getNearestSample(time);
     if (index < 0 || static_cast<std::size_t>(index) >= sample.size())
         throw BadCall{"index", "is out of range"};
@@ -188,7 +187,7 @@ const char* GetString(const OxAttributeStruct* data, float time, std::int64_t in
 // ---- Groups -------------------------------------------------------------------------------------
 
 GroupAttribute Group(const OxAttributeStruct* group) {
-    if (NotNull(group, "group")->type != kAttributeTypeGroup) RefuseType(group, "group");
+    if (NotNull(group, "group")->type() != kAttributeTypeGroup) RefuseType(group, "group");
     return View(group);
 }
 

@@ -29,19 +29,21 @@ struct HashedHeader {
 };
 
 Hash HashData(const Node* node) {
-    HashedHeader header{node->type, node->tupleSize, node->count, node->timeCount};
+    const DataView view = ViewOf(node);
+    if (node->type() == kAttributeTypeNull) {
+        const HashedHeader header{kAttributeTypeNull, 0, 0, 0};
+        return ToHash(XXH3_128bits_withSeed("", 0, XXH3_64bits(&header, sizeof header)));
+    }
+    const HashedHeader header{view.type, view.tupleSize, view.count, view.timeCount};
     std::uint64_t seed = XXH3_64bits(&header, sizeof header);
-    if (node->type == kAttributeTypeNull) return ToHash(XXH3_128bits_withSeed("", 0, seed));
     // Without the padding after the times.
-    if (!(node->flags & kTimesOmitted))
-        seed = XXH3_64bits_withSeed(Bytes(node) + sizeof(Node), 4ull * node->timeCount, seed);
-    const std::uint64_t elements = NumberOfElements(node);
-    if (node->type != kAttributeTypeString)
+    if (view.times) seed = XXH3_64bits_withSeed(view.times, 4ull * view.timeCount, seed);
+    if (view.type != kAttributeTypeString)
         return ToHash(
-            XXH3_128bits_withSeed(Values<char>(node), elements * ElementBytes(node->type), seed));
-    const std::uint32_t* ends = Values<std::uint32_t>(node);
-    seed = XXH3_64bits_withSeed(ends, 4 * (elements + 1), seed);
-    return ToHash(XXH3_128bits_withSeed(StringBytes(node), ends[elements], seed));
+            XXH3_128bits_withSeed(view.values, view.elements() * ElementBytes(view.type), seed));
+    const std::uint32_t endsOfOne[2] = {0, view.textBytes};
+    seed = XXH3_64bits_withSeed(view.ends ? view.ends : endsOfOne, 4 * (view.elements() + 1), seed);
+    return ToHash(XXH3_128bits_withSeed(view.values, view.textBytes, seed));
 }
 
 Hash ComputeHash(const Attribute& attribute);
@@ -49,7 +51,7 @@ Hash ComputeHash(const Attribute& attribute);
 /// Values in memory keep their hashes. Values below a group in a file would evict each other from
 /// the container's cache.
 Hash HashOfChild(const Attribute& child) {
-    return IsInFile(child.getHandle()) ? ComputeHash(child) : child.getHash();
+    return Container::Of(child.getHandle()) ? ComputeHash(child) : child.getHash();
 }
 
 Hash HashGroup(const GroupAttribute& group) {
@@ -106,40 +108,37 @@ Identity IdentityOfGroup(const GroupAttribute& group) {
 Identity IdentityOf(const Attribute& attribute) {
     const Node* const node = attribute.getHandle();
     if (!node) return {};
-    if (IsInFile(node) && Container::Of(node)->isLarge()) {
-        const Hash file = Container::Of(node)->identity();
-        return {ToHash(XXH3_128bits_withSeed(&file, sizeof file, node->unit)), true};
+    const Container* const container = Container::Of(node);
+    if (container && container->isLarge()) {
+        const Hash file = container->identity();
+        return {ToHash(XXH3_128bits_withSeed(&file, sizeof file, container->unitOf(node))), true};
     }
-    const bool isOpen = IsGroup(node) && !IsInFile(node) && attribute.getKeptHash() == Hash();
+    const bool isOpen = IsGroup(node) && !container && attribute.getKeptHash() == Hash();
     return isOpen ? IdentityOfGroup(attribute) : Identity{attribute.getHash(), false};
 }
 
 } // namespace
 
-Node* AllocateNode(AttributeType type, std::uint64_t bytes) {
-    constexpr std::uint64_t overhead = sizeof(MemoryPrefix) + sizeof(Node);
+FullNode* AllocateNode(AttributeType type, std::uint64_t bytes) {
+    constexpr std::uint64_t overhead = sizeof(MemoryPrefix) + sizeof(FullNode);
     if (bytes > SIZE_MAX / 2) throw std::bad_alloc();
     char* memory = static_cast<char*>(std::malloc(bytes + overhead));
     if (!memory) throw std::bad_alloc();
     OxTellarRuntimeDetail::ValueBytes::Allocated(memory);
     new (memory) MemoryPrefix{{{0}, {0}}};
-    Node* node = new (memory + sizeof(MemoryPrefix)) Node;
+    auto* node = new (memory + sizeof(MemoryPrefix)) FullNode;
+    node->word = static_cast<std::uint32_t>(type);
     node->refCount.store(1, std::memory_order_relaxed);
-    node->type = static_cast<std::int8_t>(type);
-    node->flags = 0;
-    node->depth = 0;
-    node->unit = 0;
-    node->tupleSize = 0;
     node->count = 0;
+    node->tupleSize = 0;
     node->timeCount = 0;
-    node->reserved = 0;
     return node;
 }
 
 void FreeNode(Node* node) {
     if (IsGroup(node))
-        for (std::uint64_t i = 0; i < node->count; ++i)
-            Release(Entries<MemoryEntry>(node)[i].child);
+        for (std::uint64_t i = 0; i < Full(node)->count; ++i)
+            Release(Entries(node)[i].child);
     OxTellarRuntimeDetail::ValueBytes::Freed(PrefixOf(node));
     std::free(PrefixOf(node));
 }
@@ -167,7 +166,7 @@ void Attribute::release(OxAttributeStruct* handle) noexcept {
 }
 
 Hash Attribute::getKeptHash() const noexcept {
-    if (!handle || IsInFile(handle)) return {};
+    if (!handle || Container::Of(handle)) return {};
     const MemoryPrefix* prefix = PrefixOf(handle);
     const std::uint64_t first = prefix->hash[0].load(std::memory_order_acquire);
     return first == 0 ? Hash() : Hash{{first, prefix->hash[1].load(std::memory_order_relaxed)}};
@@ -177,8 +176,8 @@ Hash Attribute::getHash() const {
     const Hash kept = getKeptHash();
     if (kept.words[0] != 0) return kept;
     if (!handle) return {};
-    if (IsInFile(handle))
-        return Container::Of(handle)->cachedHash(handle, [this] { return ComputeHash(*this); });
+    if (Container* container = Container::Of(handle))
+        return container->cachedHash(handle, [this] { return ComputeHash(*this); });
     const Hash hash = ComputeHash(*this);
     MemoryPrefix* prefix = PrefixOf(handle);
     prefix->hash[1].store(hash.words[1], std::memory_order_relaxed);

@@ -10,35 +10,58 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-/// The layout of values, which is nearly the same in memory and in attribute files. A value begins
-/// with a header (OxAttributeStruct), behind which lie:
+/// The layout of values. Every value begins with one word, which has its type, its flags and, in a
+/// short value, all the rest that is to be known of it. Short values exist in files only:
+///
+///     numbers   up to 4,095 at time 0: their count and tuple size are in the word; they follow
+///     a string  at time 0, up to 65,535 bytes: its length is in the word; it and a NUL follow
+///     null
+///     groups    the number of their shape is in the word; nothing follows (see Shape.h)
+///
+/// Other numbers and strings have a FullNode, in memory and in files alike, behind which lie:
 ///
 ///     numbers   times, then timeCount * count values
 ///     strings   times, then timeCount * count + 1 end offsets, then the bytes; every
 ///               string is followed by a NUL byte that its end offset includes
-///     groups    count entries (MemoryEntry or FileEntry), then, above
-///               kLinearSearchLimit children, their indices sorted by name hash
 ///
 /// The times are omitted when the only sample is at time 0 (kTimesOmitted).
 ///
+/// Groups in memory are a FullNode, count MemoryEntries and, above kLinearSearchLimit children,
+/// their indices sorted by name hash. Those in files that have no shape: see ContainerLayout.h.
+///
 /// In memory a value is one allocation with a MemoryPrefix in front, and refCount counts its
-/// references. In a file the Container, found through `unit`, counts the references, and the value
-/// is never written to.
+/// references. In a file the Container, which is found by the value's address, counts them, and the
+/// value is never written to. Whether a value is in a file is told by its address alone, because
+/// the bytes of a mapped file may change.
 namespace OxAttribute {
 
 using Node = ::OxAttributeStruct;
 
-static_assert(sizeof(Node) == 32 && alignof(Node) == 8, "part of the file format");
+static_assert(sizeof(Node) == 4 && alignof(Node) == 4, "part of the file format");
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free, "counts are plain words");
 
-constexpr std::uint64_t kUnitBytes = 16;
+constexpr std::uint64_t kUnitBytes = 4;
 constexpr std::uint64_t kLinearSearchLimit = 8;
 
-enum NodeFlags : std::uint8_t {
-    kInFile = 1,
-    kTimesOmitted = 2,
-    kGroupInherit = 4,
+/// Bits of Node::word beside those in Attribute.h. Bit 7 is 0 (see ShapeRecord).
+constexpr std::uint32_t kInFile = 8; // set in files, so that a value is not taken for other bytes
+constexpr std::uint32_t kTimesOmitted = 32; // full numbers and strings
+constexpr std::uint32_t kGroupInherit = 64;
+
+constexpr std::uint32_t kMostShortNumbers = Node::kCountBits;
+constexpr std::uint32_t kMostShortText = 0xffff;
+constexpr int kTupleSizeBit = 20; // of short numbers
+
+struct FullNode : Node {
+    mutable std::atomic<std::uint32_t> refCount; // 0 in a file
+    std::uint64_t count; // data: values in one time sample; groups: children
+    union {
+        std::uint32_t tupleSize; // data
+        std::uint32_t depth;     // groups: levels of groups from here down, at least 1
+    };
+    std::uint32_t timeCount; // data: time samples; otherwise 0
 };
+static_assert(sizeof(FullNode) == 24 && alignof(FullNode) == 8, "part of the file format");
 
 /// Lies in front of every value in memory. The hash is not known while its first word is 0.
 struct MemoryPrefix {
@@ -52,17 +75,7 @@ struct MemoryEntry {
     Node* child;
 };
 
-struct FileEntry {
-    std::uint32_t nameHash;
-    std::uint32_t nameUnit;
-    std::uint32_t childUnit;
-    std::uint16_t nameLength;
-    std::int8_t childType;
-    std::uint8_t reserved; // 0
-};
-static_assert(sizeof(FileEntry) == 16, "part of the file format");
-
-inline std::uint64_t AlignUp(std::uint64_t bytes, std::uint64_t alignment = kUnitBytes) {
+inline std::uint64_t AlignUp(std::uint64_t bytes, std::uint64_t alignment) {
     return (bytes + alignment - 1) / alignment * alignment;
 }
 
@@ -78,50 +91,35 @@ inline std::uint64_t ElementBytes(int type) {
 inline const char* Bytes(const Node* node) {
     return reinterpret_cast<const char*>(node);
 }
-inline bool IsInFile(const Node* node) {
-    return node->flags & kInFile;
+inline const FullNode* Full(const Node* node) {
+    return static_cast<const FullNode*>(node);
 }
 inline bool IsGroup(const Node* node) {
-    return node->type == kAttributeTypeGroup;
+    return node->type() == kAttributeTypeGroup;
+}
+inline bool IsNumeric(const Node* node) {
+    return node->type() >= kAttributeTypeInt && node->type() <= kAttributeTypeDouble;
+}
+inline std::uint32_t ShortTextLength(std::uint32_t word) {
+    return word >> Node::kPayload & kMostShortText;
 }
 
-inline std::uint64_t TimesBytes(const Node* node) {
-    return node->flags & kTimesOmitted ? 0 : AlignUp(4ull * node->timeCount);
-}
-inline float TimeAt(const Node* node, std::uint64_t index) {
-    if (node->flags & kTimesOmitted) return 0.0f;
-    return reinterpret_cast<const float*>(Bytes(node) + sizeof(Node))[index];
-}
-template <typename T>
-const T* Values(const Node* node) {
-    return reinterpret_cast<const T*>(Bytes(node) + sizeof(Node) + TimesBytes(node));
-}
-inline std::uint64_t NumberOfElements(const Node* node) {
-    return node->count * node->timeCount;
-}
-inline const char* StringBytes(const Node* node) {
-    return reinterpret_cast<const char*>(Values<std::uint32_t>(node) + NumberOfElements(node) + 1);
+/// The bytes of times in front of the values of full numbers and strings.
+inline std::uint64_t TimesBytes(std::uint32_t word, std::uint64_t timeCount) {
+    return word & kTimesOmitted ? 0 : AlignUp(4 * timeCount, 8);
 }
 
-template <typename Entry>
-const Entry* Entries(const Node* node) {
-    return reinterpret_cast<const Entry*>(Bytes(node) + sizeof(Node));
+// Groups in memory.
+
+inline const MemoryEntry* Entries(const Node* node) {
+    return reinterpret_cast<const MemoryEntry*>(Bytes(node) + sizeof(FullNode));
 }
 /// Child indices sorted by name hash, then by index; only above kLinearSearchLimit.
-template <typename Entry>
-const std::uint32_t* SortedIndices(const Node* node) {
-    return reinterpret_cast<const std::uint32_t*>(Entries<Entry>(node) + node->count);
+inline const std::uint32_t* SortedIndices(const Node* node) {
+    return reinterpret_cast<const std::uint32_t*>(Entries(node) + Full(node)->count);
 }
-
-inline const char* FileBase(const Node* node) {
-    return Bytes(node) - node->unit * kUnitBytes;
-}
-
 inline std::string_view NameOf(const Node* node, const MemoryEntry& entry) {
     return {Bytes(node) + entry.nameOffset, entry.nameLength};
-}
-inline std::string_view NameOf(const Node* node, const FileEntry& entry) {
-    return {FileBase(node) + entry.nameUnit * kUnitBytes, entry.nameLength};
 }
 
 inline MemoryPrefix* PrefixOf(const Node* node) {
@@ -129,7 +127,7 @@ inline MemoryPrefix* PrefixOf(const Node* node) {
 }
 
 /// A new value in memory with one reference, and `bytes` uninitialised bytes behind its header.
-Node* AllocateNode(AttributeType type, std::uint64_t bytes);
+FullNode* AllocateNode(AttributeType type, std::uint64_t bytes);
 
 /// The identity of an Op's arguments. It is the content hash, but for a value in a large file, also
 /// one inside of a group in memory, it is computed from the identity of the file and the value's

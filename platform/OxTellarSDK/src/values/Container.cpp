@@ -11,6 +11,7 @@
 
 #include "BlockHash.h"
 #include "FilePieces.h"
+#include "NodeAccess.h"
 #include "ThreadSlot.h"
 
 namespace OxAttribute {
@@ -47,6 +48,9 @@ Container::Container(FileBuffer fileBuffer, StreamName fileName)
 
 Container::~Container() {
     buffer.onGiveBack({}); // before anything is destroyed that forget() uses
+    if (isMapped) ContainerMap::Remove(base, bytes);
+    for (std::uint32_t number = 0; shapes && number < footer.shapeCount; ++number)
+        delete shapes[number].load(std::memory_order_relaxed);
 }
 
 void Container::FreeDeleter::operator()(void* memory) const {
@@ -66,7 +70,8 @@ Attribute Container::Open(FileBuffer buffer, const StreamName& name, ContainerKi
     std::unique_ptr<Container> container(new Container(std::move(buffer), name));
     container->checkFrame();
     container->checkKind(wanted);
-    reinterpret_cast<Container**>(container->buffer.data())[-1] = container.get();
+    ContainerMap::Add(container->base, container->bytes, container.get());
+    container->isMapped = true;
     if (!container->isLarge()) container->verifyRange(0, container->footer.tableOffset);
     container->buffer.onGiveBack([self = container.get()](std::uint64_t begin, std::uint64_t end) {
         self->forget(begin, end);
@@ -107,6 +112,48 @@ bool Container::isUnused() const {
     for (const Slot& slot : slots)
         taken += slot.taken.load(std::memory_order_acquire);
     return taken == dropped;
+}
+
+DataView FullViewOf(const Node* node) noexcept {
+    const Container* const container = Container::Of(node);
+    return container ? container->fullView(node) : SoundViewOf(*Full(node));
+}
+
+DataView Container::fullView(const Node* node) const noexcept {
+    const auto offset = static_cast<std::uint64_t>(Bytes(node) - base);
+    DataView nothing;
+    nothing.values = Bytes(node);
+    if (offset % alignof(FullNode) != 0 || footer.tableOffset - offset < sizeof(FullNode) ||
+        IsGroup(node) || Full(node)->timeCount == 0)
+        return nothing;
+    // Two numbers of the file below 2^32 cannot overflow when they are multiplied. They are read
+    // once, because they may change.
+    const std::uint64_t count = Full(node)->count;
+    const std::uint64_t timeCount = Full(node)->timeCount;
+    const Node head{node->word};
+    DataView view;
+    view.type = head.type();
+    std::uint64_t rest = footer.tableOffset - offset - sizeof(FullNode);
+    const std::uint64_t timesBytes = TimesBytes(head.word, timeCount);
+    if (timesBytes > rest || (timesBytes == 0 && timeCount != 1)) return nothing;
+    rest -= timesBytes;
+    const bool isString = view.type == kAttributeTypeString;
+    const std::uint64_t most = rest >> (view.type == kAttributeTypeDouble ? 3 : 2);
+    if (count > most || count * timeCount + isString > most) return nothing;
+    const char* const times = Bytes(node) + sizeof(FullNode);
+    if (timesBytes > 0) view.times = reinterpret_cast<const float*>(times);
+    view.values = times + timesBytes;
+    view.count = count;
+    view.timeCount = static_cast<std::uint32_t>(timeCount);
+    view.tupleSize = std::max(1u, Full(node)->tupleSize);
+    if (!isString) return view;
+    const std::uint64_t elements = count * timeCount;
+    view.ends = reinterpret_cast<const std::uint32_t*>(view.values);
+    view.values += 4 * (elements + 1);
+    const std::uint64_t textBytes = view.ends[elements];
+    if (textBytes > rest - 4 * (elements + 1)) return nothing;
+    view.textBytes = static_cast<std::uint32_t>(textBytes);
+    return view;
 }
 
 bool Container::findHash(std::uint64_t unit, Hash& hash) {
@@ -173,6 +220,10 @@ void Container::refuse(const std::string& why) const {
 
 void Container::refuseDamage(const std::string& what) const {
     refuse(buffer.hasChanged() ? kChanged : "is damaged: " + what);
+}
+
+void Container::missing(const Node* node) const {
+    damaged("no attribute of the type stated stands", unitOf(node));
 }
 
 void Container::damaged(const std::string& what, std::uint64_t unit) const {

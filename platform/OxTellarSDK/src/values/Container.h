@@ -7,10 +7,14 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "AttributeNode.h"
 #include "ContainerLayout.h"
+#include "ContainerMap.h"
+#include "DataView.h"
 #include "FileBuffer.h"
+#include "Shape.h"
 #include "ThreadSlot.h"
 
 namespace OxAttribute {
@@ -22,10 +26,13 @@ namespace OxAttribute {
 /// before the first handle to it is given out: its extents, its names, and its place in the tree.
 /// Groups form a strict tree: each lies in a region that only its parent owns, and depths decrease
 /// downwards. So no file can make a reader loop, recurse without end, or see more groups than the
-/// file has bytes.
+/// file has bytes. A shape is checked once for all groups that have it.
 ///
-/// Files that change while they are open: see FileAccess. The container does not look again at
-/// bytes that it has fetched and checked.
+/// Files that change while they are open: see FileAccess. The container does not look again at the
+/// checksums of bytes that it has checked. But every number that it reads from a value is compared
+/// with the end of the values, or the value's first word with its shape, each time: bytes of a
+/// mapped file that change give other values or an error, no address outside of the file. Short
+/// values may reach into the bytes that a FileBuffer has behind its end.
 ///
 /// Lifetime: every handle to a value counts as a reference. Each thread counts in two counters that
 /// only it writes, so threads that read one file do not wait for each other. Collect() adds the
@@ -40,37 +47,64 @@ public:
     /// Closes all files to which no handle is left.
     static void Collect();
 
-    static Container* Of(const Node* node) {
-        return reinterpret_cast<Container* const*>(FileBase(node))[-1];
-    }
+    /// The container that a value lies in; null for a value in memory.
+    static Container* Of(const Node* node) noexcept { return ContainerMap::Find(node); }
 
     ~Container();
 
     void retain() noexcept { count(&Slot::taken, std::memory_order_relaxed); }
     void release() noexcept { count(&Slot::dropped, std::memory_order_release); }
 
-    /// The checked child of a checked group, without a reference.
+    /// The shape of a checked group; null if it has none.
+    const Shape* shapeOf(const Node* group) const noexcept {
+        const std::uint32_t number = group->word >> Node::kPayload;
+        if (!group->isShort() || number >= footer.shapeCount) return nullptr;
+        return shapes[number].load(std::memory_order_acquire);
+    }
+
+    // Of a checked group.
+
+    std::uint64_t childCount(const Node* group) const noexcept;
+    /// Empty when there is no such child.
+    std::string_view childName(const Node* group, std::uint64_t index) const noexcept;
+    /// The index of the child, or -1.
+    std::int64_t findChild(const Node* group, std::string_view name) const noexcept;
+    std::uint32_t depthOf(const Node* group) const noexcept;
+
+    /// The checked child, without a reference.
     const Node* child(const Node* group, std::uint64_t index) {
-        const Node* known = checkedAlready(Entries<FileEntry>(group)[index]);
-        return known ? known : checkedChild(group, index);
+        const Shape* shape = shapeOf(group);
+        if (!shape) return wideChild(group, index);
+        if (index >= shape->count) missing(group);
+        return childAt(*shape, shape->children[index], group);
     }
 
-    /// The child of a checked group; null if the child has not been checked yet. Always inline,
-    /// although compilers find it called from too many places: it is the most frequent call of all.
-    [[gnu::always_inline]] const Node* checkedAlready(const FileEntry& entry) const {
-        if (!isChecked(entry.childUnit)) return nullptr;
-        const auto* node = reinterpret_cast<const Node*>(base + entry.childUnit * kUnitBytes);
-        // A value that was checked as a group of another parent must not be used as a number.
-        return node->type == entry.childType ? node : nullptr;
+    /// The child, or a value further below, that stands where `entry` says.
+    const Node* childAt(const Shape& shape, const Shape::Child& entry, const Node* group) {
+        const char* const place =
+            entry.isShared ? base + entry.offset : Bytes(group) - entry.offset;
+        if (static_cast<std::uint64_t>(Bytes(group) - base) < shape.extentBytes) missing(group);
+        const auto* const node = reinterpret_cast<const Node*>(place);
+        if (node->word != entry.word) missing(node);
+        if (entry.check != Shape::Check::Word) checkMore(entry, node);
+        return node;
     }
 
-    /// The bytes at a unit, compared with their checksums. Nothing is known of what they hold. Null
-    /// when they lie outside of the values.
-    const char* verifiedBytes(std::uint64_t unit, std::uint64_t count) {
-        const std::uint64_t begin = unit * kUnitBytes;
-        if (begin > footer.tableOffset || count > footer.tableOffset - begin) return nullptr;
-        verifyRange(begin, begin + count);
-        return base + begin;
+    /// A child that all groups of a shape share.
+    const Node* sharedAt(const Shape::Child& entry) const {
+        return reinterpret_cast<const Node*>(base + entry.offset);
+    }
+    /// True if the values begin at least so many bytes in front of this one.
+    bool hasInFront(const Node* node, std::uint64_t count) const {
+        return static_cast<std::uint64_t>(Bytes(node) - base) >= count;
+    }
+
+    /// The view of a full number or string.
+    DataView fullView(const Node* node) const noexcept;
+
+    /// Units from the start of the file.
+    std::uint64_t unitOf(const Node* node) const {
+        return static_cast<std::uint64_t>(Bytes(node) - base) / kUnitBytes;
     }
 
     /// True for a file so large that reading all of it must be avoided.
@@ -86,12 +120,13 @@ public:
     template <typename Compute>
     Hash cachedHash(const Node* node, Compute compute) {
         constexpr std::uint64_t kCheapBytes = 4096;
-        if (!IsGroup(node) && NumberOfElements(node) * ElementBytes(node->type) < kCheapBytes)
+        if (!IsGroup(node) && ViewOf(node).elements() * ElementBytes(node->type()) < kCheapBytes)
             return compute();
+        const std::uint64_t unit = unitOf(node);
         Hash hash;
-        if (findHash(node->unit, hash)) return hash;
+        if (findHash(unit, hash)) return hash;
         hash = compute();
-        keepHash(node->unit, hash);
+        keepHash(unit, hash);
         return hash;
     }
 
@@ -99,9 +134,18 @@ private:
     /// Where a value stands, and what its parent says of it.
     struct Place {
         std::uint64_t unit;
-        std::int8_t type;        // -1 for the root, whose type is not known
+        int type;                // -1 for the root, whose type is not known
         std::uint64_t firstUnit; // start of the region that groups may use
-        int maximumDepth;        // depth limit of groups
+        std::uint32_t maximumDepth;
+    };
+
+    /// A group without a shape, its numbers compared with the end of the values.
+    struct Wide {
+        std::uint32_t depth = 0;
+        std::uint32_t namesUnit = 0;
+        std::uint32_t count = 0;
+        const std::uint32_t* units = nullptr;
+        const std::uint8_t* types = nullptr;
     };
 
     /// References taken and dropped by one thread. A cache line each, so that threads do not share
@@ -135,27 +179,51 @@ private:
     /// Says that the file has changed if it has, because that explains the damage.
     [[noreturn]] void refuseDamage(const std::string& what) const;
     [[noreturn]] void damaged(const std::string& what, std::uint64_t unit) const;
+    /// For a value that is not what its parent says.
+    [[noreturn]] void missing(const Node* node) const;
 
-    // The checks, in ContainerChecks.cpp.
+    const Node* nodeAt(std::uint64_t unit) const {
+        return reinterpret_cast<const Node*>(base + unit * kUnitBytes);
+    }
+    std::uint64_t units() const { return footer.tableOffset / kUnitBytes; }
+
+    Wide wide(const Node* group) const noexcept;
+    const Node* wideChild(const Node* group, std::uint64_t index);
+    const NamesRecord* names(std::uint32_t unit) const noexcept;
+    std::string_view nameAt(const NamesRecord& names, std::uint64_t index) const noexcept;
+    std::int64_t findSorted(const NamesRecord& names, std::string_view name) const noexcept;
+
+    // The checks, in ContainerChecks.cpp and GroupChecks.cpp.
     void checkFrame();
     void checkTable();
     void checkKind(ContainerKind wanted) const;
-    const Node* checkedChild(const Node* group, std::uint64_t index);
     const Node* checked(const Place& place);
+    const Node* checkedWideChild(const Node* group, const Wide& parent, std::uint64_t index);
+    void checkMore(const Shape::Child& entry, const Node* node);
     void checkNode(const Place& place);
     void checkData(const Node* node);
-    void checkTimes(const Node* node);
-    void checkStrings(const Node* node, std::uint64_t valuesOffset);
-    void checkGroup(const Node* node, const Place& place);
-    void checkNames(const Node* node);
-    void checkNameTexts(const Node* node);
-    void checkFewNamesDiffer(const Node* node) const;
-    void checkSortedNamesDiffer(const Node* node) const;
-    std::atomic<const Node*>& lookalikeOf(const Node* group);
-    std::uint64_t endOf(const Node* node, std::uint64_t offset, std::uint64_t elementBytes,
+    void checkShort(const Node* node);
+    void checkShortWord(std::uint32_t word, std::uint64_t unit) const;
+    void checkFull(const Node* node);
+    void checkTimes(const FullNode& node, std::uint64_t unit);
+    void checkStrings(const FullNode& node, std::uint64_t valuesOffset);
+    void checkShaped(const Node* node, const Place& place);
+    void checkWide(const Node* node, const Place& place);
+    const Shape& checkedShape(std::uint32_t number, std::uint32_t maximumDepth);
+    std::unique_ptr<Shape> readShape(std::uint32_t number, std::uint32_t maximumDepth);
+    std::uint64_t checkShapeGroup(Shape& shape, Shape::Child& child, std::uint32_t number,
+                                  std::uint64_t groupsBegin);
+    void checkSharedChild(Shape::Child& child);
+    void checkShapeValue(Shape& shape, Shape::Child& child, std::uint64_t unit);
+    void align(Shape& shape, std::uint64_t remainder, std::uint64_t unit) const;
+    const NamesRecord& checkedNames(std::uint32_t unit, std::uint64_t count, std::uint64_t user);
+    void checkNameTexts(const NamesRecord& names, std::uint64_t user);
+    void checkFewNamesDiffer(const NamesRecord& names, std::uint64_t user) const;
+    void checkSortedNamesDiffer(const NamesRecord& names, std::uint64_t user) const;
+    std::uint64_t endOf(std::uint64_t user, std::uint64_t offset, std::uint64_t elementBytes,
                         std::uint64_t elements) const;
 
-    /// The unit must lie inside: it is that of the root, or of a child of a checked group.
+    /// The unit must lie inside.
     bool isChecked(std::uint64_t unit) const {
         return (checkedUnits.get()[unit / 64].load(std::memory_order_acquire) >> unit % 64 & 1) !=
                0;
@@ -175,6 +243,7 @@ private:
     const std::uint64_t ownNumber;
     const char* base;
     std::uint64_t bytes;
+    bool isMapped = false; // in the ContainerMap
     ContainerHeader header;
     ContainerFooter footer;
     Hash contentIdentity;
@@ -184,8 +253,10 @@ private:
     std::mutex hashLock; // guards `hashes`
     // Each lock guards every sixteenth block, because only one thread may fetch a block.
     std::array<std::mutex, 16> fetchLocks;
-    // Short groups whose names were checked: the groups of a scene look alike.
-    std::array<std::atomic<const Node*>, 64> lookalikes = {};
+    // The shapes that were checked, by their numbers.
+    std::unique_ptr<std::atomic<const Shape*>[]> shapes;
+    // Units of names that were checked, because many groups have the same.
+    std::array<std::atomic<std::uint32_t>, 64> knownNames = {};
     // One bit for each unit. The system fills it with zeros on first use.
     std::unique_ptr<std::atomic<std::uint64_t>, FreeDeleter> checkedUnits;
     std::array<Slot, ThreadSlot::kCount> slots;

@@ -8,43 +8,18 @@
 #include <cstring>
 #include <new>
 
+#include "NodeAccess.h"
+
 namespace OxAttribute {
-
-namespace {
-
-bool IsKnownType(int type) {
-    return type >= kAttributeTypeNull && type <= kAttributeTypeGroup;
-}
-
-bool IsSorted(const Node* group) {
-    return group->count > kLinearSearchLimit;
-}
-
-/// Compares places, because equal units of names are equal names.
-bool HasSameNameUnits(const Node* group, const Node* other) {
-    if (group->count != other->count) return false;
-    const FileEntry* entries = Entries<FileEntry>(group);
-    const FileEntry* others = Entries<FileEntry>(other);
-    for (std::uint64_t i = 0; i < group->count; ++i)
-        if (entries[i].nameUnit != others[i].nameUnit ||
-            entries[i].nameLength != others[i].nameLength)
-            return false;
-    return true;
-}
-
-bool HaveSameName(const Node* group, std::uint64_t a, std::uint64_t b) {
-    const FileEntry* entries = Entries<FileEntry>(group);
-    return entries[a].nameLength == entries[b].nameLength &&
-           NameOf(group, entries[a]) == NameOf(group, entries[b]);
-}
-
-} // namespace
 
 void Container::checkFrame() {
     fetch(0, std::min(bytes, std::uint64_t(sizeof header)));
     if (bytes < sizeof header || std::memcmp(base, kContainerMagic, sizeof kContainerMagic) != 0)
         refuse("is no attribute file");
     std::memcpy(&header, base, sizeof header);
+    if (header.version == 1)
+        refuse("has format version 1, which this program no longer reads; convert its source, "
+               "such as a scene's JSON file, again");
     if (header.version != kContainerVersion)
         refuse("has format version " + std::to_string(header.version) +
                ", of which this program knows nothing");
@@ -59,8 +34,9 @@ void Container::checkFrame() {
     if (footer.fileBytes != bytes) refuse("is damaged: it is not as long as it states");
 
     if (footer.tableOffset < sizeof header || footer.tableOffset > bytes ||
-        footer.tableOffset % kUnitBytes != 0 || footer.reserved != 0 ||
-        footer.rootUnit >= footer.tableOffset / kUnitBytes)
+        footer.tableOffset % alignof(FullNode) != 0 || footer.reserved != 0 ||
+        footer.rootUnit >= units() || footer.shapeCount > kMostShapes ||
+        footer.shapesUnit > units() || footer.shapeCount > units() - footer.shapesUnit)
         refuse("is damaged: its parts do not fit together");
     checkTable();
 }
@@ -78,8 +54,8 @@ void Container::checkTable() {
     contentIdentity.words[0] = content.high64;
     contentIdentity.words[1] = content.low64;
     verifiedBlocks = std::make_unique<std::atomic<std::uint8_t>[]>(blocks);
-    checkedUnits.reset(static_cast<std::atomic<std::uint64_t>*>(
-        std::calloc(footer.tableOffset / kUnitBytes / 64 + 1, 8)));
+    shapes = std::make_unique<std::atomic<const Shape*>[]>(footer.shapeCount);
+    checkedUnits.reset(static_cast<std::atomic<std::uint64_t>*>(std::calloc(units() / 64 + 1, 8)));
     if (!checkedUnits) throw std::bad_alloc();
 }
 
@@ -98,27 +74,10 @@ const Node* Container::checked(const Place& place) {
         checkedUnits.get()[place.unit / 64].fetch_or(std::uint64_t(1) << place.unit % 64,
                                                      std::memory_order_release);
     }
-    const auto* node = reinterpret_cast<const Node*>(base + place.unit * kUnitBytes);
+    const Node* const node = nodeAt(place.unit);
     // A value that was checked as a group of another parent must not be used as a number.
-    if (place.type >= 0 && node->type != place.type)
-        damaged("no attribute of the type stated stands", place.unit);
+    if (place.type >= 0 && node->type() != place.type) missing(node);
     return node;
-}
-
-const Node* Container::checkedChild(const Node* group, std::uint64_t index) {
-    const FileEntry* entries = Entries<FileEntry>(group);
-    Place place{entries[index].childUnit, entries[index].childType, 0, 0};
-    if (place.type == kAttributeTypeGroup && !isChecked(place.unit)) {
-        // The child's region begins behind the group before it, or where the parent's begins.
-        place.firstUnit = group->firstUnit;
-        for (std::uint64_t before = index; before-- > 0;) {
-            if (entries[before].childType != kAttributeTypeGroup) continue;
-            place.firstUnit = entries[before].childUnit + 1ull;
-            break;
-        }
-        place.maximumDepth = group->depth - 1;
-    }
-    return checked(place);
 }
 
 void Container::checkNode(const Place& place) {
@@ -126,161 +85,126 @@ void Container::checkNode(const Place& place) {
     if (offset < sizeof(ContainerHeader) || offset + sizeof(Node) > footer.tableOffset)
         damaged("a reference leads outside", place.unit);
     verifyRange(offset, offset + sizeof(Node));
-    const Node* node = reinterpret_cast<const Node*>(base + offset);
-    const std::uint8_t allowed = IsGroup(node) ? kInFile | kGroupInherit : kInFile | kTimesOmitted;
-    if (node->refCount.load(std::memory_order_relaxed) != 0 || node->unit != place.unit ||
-        !IsKnownType(node->type) || (place.type >= 0 && node->type != place.type) ||
-        !IsInFile(node) || (node->flags & ~allowed) != 0 || node->reserved != 0)
-        damaged("no attribute of the type stated stands", place.unit);
-    if (IsGroup(node))
-        checkGroup(node, place);
-    else
+    const Node* const node = nodeAt(place.unit);
+    if (!HasKnownFlags(node->word) || (place.type >= 0 && node->type() != place.type))
+        missing(node);
+    if (!IsGroup(node))
         checkData(node);
+    else if (node->isShort())
+        checkShaped(node, place);
+    else
+        checkWide(node, place);
 }
 
-/// The end of `elements` elements at `offset`. Throws unless it lies inside.
-std::uint64_t Container::endOf(const Node* node, std::uint64_t offset, std::uint64_t elementBytes,
+/// The end of `elements` elements at `offset`. Throws unless it lies inside; the error names the
+/// unit of the value or names that `user` is.
+std::uint64_t Container::endOf(std::uint64_t user, std::uint64_t offset, std::uint64_t elementBytes,
                                std::uint64_t elements) const {
     if (offset > footer.tableOffset || elements > (footer.tableOffset - offset) / elementBytes)
-        damaged("an attribute leads outside", node->unit);
+        damaged("an attribute leads outside", user);
     return offset + elements * elementBytes;
 }
 
 void Container::checkData(const Node* node) {
-    const std::uint64_t offset = node->unit * kUnitBytes;
-    if (node->depth != 0) damaged("an attribute has an impossible depth", node->unit);
-    if (node->type == kAttributeTypeNull) {
-        if (node->count != 0 || node->timeCount != 0 || node->tupleSize != 0)
-            damaged("a null attribute has values", node->unit);
-        return;
-    }
-    const bool timesOmitted = node->flags & kTimesOmitted;
-    if (node->timeCount == 0 || (timesOmitted && node->timeCount != 1))
-        damaged("an attribute has an impossible number of times", node->unit);
-    if (node->tupleSize == 0 || node->tupleSize > INT32_MAX)
-        damaged("an attribute has an impossible tuple size", node->unit);
-    if (!timesOmitted) checkTimes(node);
-
-    const std::uint64_t valuesOffset = offset + sizeof(Node) + TimesBytes(node);
-    if (node->count > footer.tableOffset / node->timeCount)
-        damaged("an attribute leads outside", node->unit);
-    const std::uint64_t elements = NumberOfElements(node) + (node->type == kAttributeTypeString);
-    verifyRange(offset, endOf(node, valuesOffset, ElementBytes(node->type), elements));
-    if (node->type == kAttributeTypeString) checkStrings(node, valuesOffset);
+    if (node->isShort())
+        checkShort(node);
+    else
+        checkFull(node);
 }
 
-void Container::checkTimes(const Node* node) {
-    const std::uint64_t offset = node->unit * kUnitBytes;
-    verifyRange(offset, endOf(node, offset + sizeof(Node), 4, node->timeCount));
-    for (std::uint64_t i = 0; i < node->timeCount; ++i) {
-        const float time = TimeAt(node, i);
-        if (!std::isfinite(time) || (i > 0 && !(TimeAt(node, i - 1) < time)))
-            damaged("an attribute has times that do not ascend", node->unit);
-    }
-    // The same value in memory omits this time, and equal values must have equal hashes.
-    if (node->timeCount == 1 && TimeAt(node, 0) == 0.0f && !std::signbit(TimeAt(node, 0)))
-        damaged("an attribute states the time that goes without saying", node->unit);
-}
-
-void Container::checkStrings(const Node* node, std::uint64_t valuesOffset) {
-    const std::uint64_t strings = NumberOfElements(node);
-    const std::uint32_t* ends = Values<std::uint32_t>(node);
-    if (ends[0] != 0) damaged("a string attribute has impossible lengths", node->unit);
-    for (std::uint64_t i = 0; i < strings; ++i)
-        if (ends[i + 1] <= ends[i])
-            damaged("a string attribute has impossible lengths", node->unit);
-    const std::uint64_t bytesOffset = valuesOffset + 4 * (strings + 1);
-    verifyRange(bytesOffset, endOf(node, bytesOffset, 1, ends[strings]));
-    const char* characters = StringBytes(node);
-    for (std::uint64_t i = 0; i < strings; ++i)
-        if (characters[ends[i + 1] - 1] != '\0')
-            damaged("a string attribute has an unfinished string", node->unit);
-}
-
-void Container::checkGroup(const Node* node, const Place& place) {
-    const std::uint64_t offset = node->unit * kUnitBytes;
-    if (node->timeCount != 0 || node->depth == 0 || node->depth > place.maximumDepth)
-        damaged("a group has an impossible depth", node->unit);
-    if (node->firstUnit < place.firstUnit || node->firstUnit > node->unit)
-        damaged("a group lies outside of its parent", node->unit);
-    if (node->count > UINT32_MAX) damaged("an attribute leads outside", node->unit);
-    const std::uint64_t childBytes = sizeof(FileEntry) + (IsSorted(node) ? 4 : 0);
-    verifyRange(offset, endOf(node, offset + sizeof(Node), childBytes, node->count));
-
-    const FileEntry* entries = Entries<FileEntry>(node);
-    std::uint64_t groupsBegin = node->firstUnit;
-    for (std::uint64_t i = 0; i < node->count; ++i) {
-        if (!IsKnownType(entries[i].childType) || entries[i].reserved != 0)
-            damaged("a group has a child of no known type", node->unit);
-        if (entries[i].childUnit >= footer.tableOffset / kUnitBytes)
-            damaged("a reference leads outside", entries[i].childUnit);
-        if (entries[i].childType != kAttributeTypeGroup) continue;
-        if (entries[i].childUnit < groupsBegin || entries[i].childUnit >= node->unit)
-            damaged("a group has a child group outside of it", node->unit);
-        groupsBegin = entries[i].childUnit + 1ull;
-    }
-    checkNames(node);
-}
-
-/// The place for a group that may have the same names. The last name differs most often between
-/// groups of unlike kinds, so it chooses the place.
-std::atomic<const Node*>& Container::lookalikeOf(const Node* group) {
-    const std::uint64_t count = group->count;
-    const std::uint64_t name = count > 0 ? Entries<FileEntry>(group)[count - 1].nameUnit : 0;
-    return lookalikes[(name * 31 + count) % lookalikes.size()];
-}
-
-void Container::checkNames(const Node* node) {
-    if (IsSorted(node)) {
-        checkNameTexts(node);
-        checkSortedNamesDiffer(node);
-        return;
-    }
-    std::atomic<const Node*>& lookalike = lookalikeOf(node);
-    const Node* known = lookalike.load(std::memory_order_acquire);
-    if (known && HasSameNameUnits(node, known)) return;
-    checkNameTexts(node);
-    checkFewNamesDiffer(node);
-    lookalike.store(node, std::memory_order_release);
-}
-
-void Container::checkNameTexts(const Node* node) {
-    const FileEntry* entries = Entries<FileEntry>(node);
-    for (std::uint64_t i = 0; i < node->count; ++i) {
-        const FileEntry& entry = entries[i];
-        const std::uint64_t offset = entry.nameUnit * kUnitBytes;
-        verifyRange(offset, endOf(node, offset, 1, entry.nameLength + 1ull));
-        // Searches use the hash only in groups that are sorted by it.
-        if (base[offset + entry.nameLength] != '\0' ||
-            (IsSorted(node) && HashName(NameOf(node, entry)) != entry.nameHash))
-            damaged("a group has a name that is not what it states", node->unit);
+void Container::checkShort(const Node* node) {
+    const std::uint64_t unit = unitOf(node);
+    const std::uint64_t values = unit * kUnitBytes + sizeof(Node);
+    checkShortWord(node->word, unit);
+    if (node->type() == kAttributeTypeString) {
+        const std::uint32_t length = ShortTextLength(node->word);
+        verifyRange(values, endOf(unit, values, 1, length + 1ull));
+        if (base[values + length] != '\0')
+            damaged("a string attribute has an unfinished string", unit);
+    } else if (node->isShortNumbers()) {
+        const std::uint64_t elementBytes = ElementBytes(node->type());
+        if (values % elementBytes != 0) damaged("values stand where they cannot be read", unit);
+        verifyRange(values, endOf(unit, values, elementBytes, node->shortCount()));
     }
 }
 
-void Container::checkFewNamesDiffer(const Node* node) const {
-    for (std::uint64_t i = 0; i < node->count; ++i)
-        for (std::uint64_t j = 0; j < i; ++j)
-            if (HaveSameName(node, i, j))
-                damaged("a group has two children of one name", node->unit);
+/// What can be told of a number, string or null by its word.
+void Container::checkShortWord(std::uint32_t word, std::uint64_t unit) const {
+    const Node node{word};
+    const std::uint32_t payload = word >> Node::kPayload;
+    if (!node.isShort() && (payload != 0 || node.type() == kAttributeTypeNull))
+        damaged("an attribute has an impossible head", unit);
+    if (!node.isShort()) return;
+    if (node.type() == kAttributeTypeNull && payload != 0)
+        damaged("a null attribute has values", unit);
+    if (node.type() == kAttributeTypeString && payload > kMostShortText)
+        damaged("an attribute has an impossible head", unit);
+    if (node.isShortNumbers() && word >> kTupleSizeBit == 0)
+        damaged("an attribute has an impossible tuple size", unit);
 }
 
-void Container::checkSortedNamesDiffer(const Node* node) const {
-    const FileEntry* entries = Entries<FileEntry>(node);
-    const std::uint32_t* order = SortedIndices<FileEntry>(node);
-    for (std::uint64_t i = 0; i < node->count; ++i) {
-        if (order[i] >= node->count) damaged("a group has an impossible order", node->unit);
-        if (i == 0) continue;
-        const std::uint32_t a = order[i - 1], b = order[i];
-        if (entries[a].nameHash > entries[b].nameHash ||
-            (entries[a].nameHash == entries[b].nameHash && a >= b))
-            damaged("a group has an impossible order", node->unit);
-        for (std::uint64_t j = i; j-- > 0 && entries[order[j]].nameHash == entries[b].nameHash;) {
-            if (HaveSameName(node, order[j], b))
-                damaged("a group has two children of one name", node->unit);
-            if (i - j >= kMaximumEqualHashes)
-                damaged("a group has too many names of one hash", node->unit);
-        }
-    }
+/// True if a value must be written in the short form, which equal values have in common.
+bool IsShortForm(const FullNode& node, std::uint64_t textBytes) {
+    if (!(node.word & kTimesOmitted)) return false;
+    if (node.type() != kAttributeTypeString)
+        return node.count <= kMostShortNumbers && node.tupleSize <= kMostShortNumbers;
+    return node.count == 1 && node.tupleSize == 1 && textBytes <= kMostShortText + 1;
+}
+
+void Container::checkFull(const Node* node) {
+    const std::uint64_t unit = unitOf(node);
+    const std::uint64_t offset = unit * kUnitBytes;
+    checkShortWord(node->word, unit);
+    if (offset % alignof(FullNode) != 0) damaged("values stand where they cannot be read", unit);
+    verifyRange(offset, endOf(unit, offset, 1, sizeof(FullNode)));
+    const FullNode& full = *Full(node);
+    if (full.refCount.load(std::memory_order_relaxed) != 0)
+        damaged("an attribute has an impossible head", unit);
+    if (full.tupleSize == 0 || full.tupleSize > INT32_MAX)
+        damaged("an attribute has an impossible tuple size", unit);
+    if (full.timeCount == 0 || full.timeCount > INT32_MAX ||
+        ((full.word & kTimesOmitted) && full.timeCount != 1))
+        damaged("an attribute has an impossible number of times", unit);
+    const std::uint64_t times = offset + sizeof(FullNode);
+    const std::uint64_t values =
+        full.word & kTimesOmitted ? times : AlignUp(endOf(unit, times, 4, full.timeCount), 8);
+    verifyRange(times, endOf(unit, values, 1, 0));
+    checkTimes(full, unit);
+    if (full.count > (footer.tableOffset - values) / 4 / full.timeCount)
+        damaged("an attribute leads outside", unit);
+    if (node->type() == kAttributeTypeString)
+        checkStrings(full, values);
+    else
+        verifyRange(values,
+                    endOf(unit, values, ElementBytes(node->type()), full.count * full.timeCount));
+    if (IsShortForm(full, SoundViewOf(full).textBytes))
+        damaged("a value that would be shorter stands", unit);
+}
+
+void Container::checkTimes(const FullNode& node, std::uint64_t unit) {
+    if (node.word & kTimesOmitted) return;
+    const auto* const times = reinterpret_cast<const float*>(&node + 1);
+    for (std::uint64_t i = 0; i < node.timeCount; ++i)
+        if (!std::isfinite(times[i]) || (i > 0 && !(times[i - 1] < times[i])))
+            damaged("an attribute has times that do not ascend", unit);
+    if (node.timeCount == 1 && times[0] == 0.0f && !std::signbit(times[0]))
+        damaged("an attribute states the time that goes without saying", unit);
+}
+
+void Container::checkStrings(const FullNode& node, std::uint64_t valuesOffset) {
+    const std::uint64_t unit = unitOf(&node);
+    const std::uint64_t elements = node.count * node.timeCount;
+    const std::uint64_t bytesOffset = endOf(unit, valuesOffset, 4, elements + 1);
+    verifyRange(valuesOffset, bytesOffset);
+    const auto* const ends = reinterpret_cast<const std::uint32_t*>(base + valuesOffset);
+    verifyRange(bytesOffset, endOf(unit, bytesOffset, 1, ends[elements]));
+    if (ends[0] != 0) damaged("a string attribute has impossible lengths", unit);
+    for (std::uint64_t i = 0; i < elements; ++i)
+        if (ends[i] >= ends[i + 1] || ends[i + 1] > ends[elements])
+            damaged("a string attribute has impossible lengths", unit);
+    for (std::uint64_t i = 0; i < elements; ++i)
+        if (base[bytesOffset + ends[i + 1] - 1] != '\0')
+            damaged("a string attribute has an unfinished string", unit);
 }
 
 } // namespace OxAttribute

@@ -1,104 +1,68 @@
 #include "ContainerWriter.h"
 
-#include <algorithm>
-#include <cstdlib>
+#include <array>
 #include <cstring>
 #include <memory>
-#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "AttributeNode.h"
-#include "BlockHash.h"
+#include "BlockSink.h"
+#include "DataView.h"
 #include "GroupChildren.h"
+#include "NodeAccess.h"
+#include "ShapeWriter.h"
+#include "WrittenContent.h"
 
 namespace OxAttribute {
 
 namespace {
 
-/// Takes bytes in order, computes the checksum of each block, and passes whole blocks on.
-class BlockSink {
-public:
-    BlockSink(void* stream, StreamWrite write, const std::string& name)
-        : stream(stream), write(write), name(name) {
-        block.reserve(kBlockBytes);
-    }
+/// Values of so many bytes are written once if the writer remembers them. Smaller ones must have
+/// occurred more often than a shape costs (see isWorthSharing).
+constexpr std::uint64_t kLargeValue = 64;
+constexpr std::uint64_t kSmallValue = 16;
+constexpr std::uint32_t kOftenSeen = 8;
 
-    [[noreturn]] void fail(const std::string& why) const {
-        throw std::runtime_error("Cannot write " + name + ": " + why);
-    }
-
-    std::uint64_t offset() const { return passedOn + block.size(); }
-
-    void append(const void* data, std::uint64_t bytes) {
-        const char* next = static_cast<const char*>(data);
-        while (bytes > 0) {
-            const std::uint64_t part = std::min(bytes, kBlockBytes - block.size());
-            block.insert(block.end(), next, next + part);
-            next += part;
-            bytes -= part;
-            if (block.size() == kBlockBytes) finishBlock();
-        }
-    }
-
-    void align() {
-        constexpr char zeros[kUnitBytes] = {};
-        append(zeros, AlignUp(offset()) - offset());
-    }
-
-    void finishBlock() {
-        if (block.empty()) return;
-        checksums.push_back(HashBlock(block.data(), block.size()));
-        passOn(block.data(), block.size());
-        block.clear();
-    }
-
-    void passOn(const void* data, std::uint64_t bytes) {
-        if (write(stream, data, static_cast<std::int64_t>(bytes)) !=
-            static_cast<std::int64_t>(bytes))
-            fail("not all bytes were taken");
-        passedOn += bytes;
-    }
-
-    std::vector<std::uint64_t> checksums;
-
-private:
-    void* stream;
-    StreamWrite write;
-    const std::string& name;
-    std::vector<char> block;
-    std::uint64_t passedOn = 0;
+/// Where a value was written, and how often it was to be written.
+struct WrittenValue {
+    std::uint32_t unit;
+    std::uint32_t seen;
 };
 
-/// A cache of where content was written. Its size is fixed, because equal values of a large scene
-/// stand near each other. New content evicts what was in its place.
-class WrittenContent {
-public:
-    WrittenContent()
-        : places(static_cast<Place*>(std::calloc(kPlaces, sizeof(Place))), &std::free) {
-        if (!places) throw std::bad_alloc();
-    }
-    /// Returns 0 if the content is not in the cache.
-    std::uint32_t find(const Hash& hash) const {
-        const Place& place = at(hash);
-        return place.unit != 0 && place.hash == hash ? place.unit : 0;
-    }
-    void remember(const Hash& hash, std::uint32_t unit) { at(hash) = {hash, unit}; }
-
-private:
-    struct Place {
-        Hash hash;
-        std::uint32_t unit;
-    };
-    static constexpr std::size_t kPlaces = 1u << 17;
-    Place& at(const Hash& hash) const { return places.get()[hash.words[1] % kPlaces]; }
-
-    std::unique_ptr<Place, decltype(&std::free)> places;
+/// What the last group with certain names was like. Groups with equal names are probably alike, and
+/// they should have equal shapes.
+struct LastGroup {
+    Hash names;
+    bool hadShape;
+    std::array<Hash, kMostShapeChildren> values;
 };
+
+/// The word of a value that is no group, as it stands in a file.
+std::uint32_t WordOf(const Node* node, const DataView& view) {
+    const auto type = static_cast<std::uint32_t>(node->type());
+    if (type == kAttributeTypeNull) return type | kInFile | Node::kShort;
+    if (!view.times && type == kAttributeTypeString && view.count == 1 && view.tupleSize == 1 &&
+        view.textBytes <= kMostShortText + 1)
+        return type | kInFile | Node::kShort | (view.textBytes - 1) << Node::kPayload;
+    if (!view.times && type != kAttributeTypeString && view.count <= kMostShortNumbers &&
+        view.tupleSize <= kMostShortNumbers)
+        return type | kInFile | Node::kShort |
+               static_cast<std::uint32_t>(view.count) << Node::kPayload |
+               view.tupleSize << kTupleSizeBit;
+    return type | kInFile | (view.times ? 0 : kTimesOmitted);
+}
+
+std::uint64_t ValueBytes(const DataView& view) {
+    if (view.type == kAttributeTypeString) return view.textBytes;
+    return view.elements() * ElementBytes(view.type);
+}
 
 class Writer {
 public:
-    Writer(void* stream, StreamWrite write, const std::string& name) : sink(stream, write, name) {}
+    Writer(void* stream, StreamWrite write, const std::string& name)
+        : sink(stream, write, name), shapes(sink) {}
 
     void write(const Attribute& root, ContainerKind kind) {
         if (!root.isValid()) sink.fail("the attribute is invalid");
@@ -109,8 +73,12 @@ public:
         sink.append(&header, sizeof header);
 
         ContainerFooter footer{};
-        footer.rootUnit = writeNode(root);
-        sink.align();
+        footer.rootUnit = IsGroup(root.getHandle())
+                              ? writeGroup(root).place
+                              : writeValue(root.getHandle(), ViewOf(root.getHandle()));
+        shapes.finish(footer);
+        sink.align(alignof(FullNode));
+        shapes.checkUnit();
         sink.finishBlock();
         footer.tableOffset = sink.offset();
         const std::uint64_t tableBytes = sink.checksums.size() * 8;
@@ -123,102 +91,135 @@ public:
     }
 
 private:
-    std::uint32_t nextUnit() {
-        sink.align();
-        const std::uint64_t unit = sink.offset() / kUnitBytes;
-        if (unit > UINT32_MAX) sink.fail("it is larger than 64 GiB");
-        return static_cast<std::uint32_t>(unit);
+    /// A child of a group that is written; `place` is its unit.
+    using Child = ShapeWriter::Child;
+
+    std::uint32_t writeValue(const Node* node, const DataView& view) {
+        const std::uint32_t word = WordOf(node, view);
+        if (word & Node::kShort)
+            writeShort(word, view);
+        else
+            writeFull(word, view);
+        return lastUnit;
     }
 
-    std::uint32_t writeNode(const Attribute& attribute) {
-        if (attribute.getType() == kAttributeTypeGroup) return writeGroup(attribute);
+    void writeShort(std::uint32_t word, const DataView& view) {
+        if (view.type == kAttributeTypeDouble)
+            sink.align(8, sizeof(Node)); // its values are aligned
+        else
+            sink.align(kUnitBytes);
+        lastUnit = shapes.checkUnit();
+        sink.append(&word, sizeof word);
+        if (Node{word}.type() != kAttributeTypeNull) sink.append(view.values, ValueBytes(view));
+    }
+
+    void writeFull(std::uint32_t word, const DataView& view) {
+        sink.align(alignof(FullNode));
+        lastUnit = shapes.checkUnit();
+        const std::uint32_t none = 0;
+        sink.append(&word, sizeof word);
+        sink.append(&none, sizeof none);
+        sink.append(&view.count, sizeof view.count);
+        sink.append(&view.tupleSize, sizeof view.tupleSize);
+        sink.append(&view.timeCount, sizeof view.timeCount);
+        if (view.times) sink.append(view.times, 4ull * view.timeCount);
+        sink.align(8);
+        if (view.ends) sink.append(view.ends, 4 * (view.elements() + 1));
+        sink.append(view.values, ValueBytes(view));
+    }
+
+    /// A value that is no group, as a child.
+    Child writeData(const Attribute& attribute, bool isWide, Hash* last) {
+        const Node* const node = attribute.getHandle();
+        const DataView view = ViewOf(node);
         const Hash hash = attribute.getHash();
-        if (const std::uint32_t known = written.find(hash)) return known;
-        const std::uint32_t unit = writeData(attribute.getHandle());
-        written.remember(hash, unit);
-        return unit;
+        const bool wasHere = last && *last == hash;
+        if (last) *last = hash;
+        WrittenValue* known = values.find(hash);
+        if (known) {
+            ++known->seen;
+            if (isWide || wasHere || isWorthSharing(ValueBytes(view), known->seen))
+                return {known->unit, WordOf(node, view) | kSharedChild, 0};
+        }
+        const std::uint32_t unit = writeValue(node, view);
+        if (!known) values.remember(hash, {unit, 1});
+        return {unit, WordOf(node, view), 0};
     }
 
-    std::uint32_t writeData(const Node* node) {
-        Node header{};
-        header.type = node->type;
-        header.flags = static_cast<std::uint8_t>((node->flags & kTimesOmitted) | kInFile);
-        header.unit = nextUnit();
-        header.tupleSize = node->tupleSize;
-        header.count = node->count;
-        header.timeCount = node->timeCount;
-        sink.append(&header, sizeof header);
-        if (node->type == kAttributeTypeNull) return header.unit;
-        sink.append(Bytes(node) + sizeof(Node), TimesBytes(node));
-        const bool strings = node->type == kAttributeTypeString;
-        const std::uint64_t elements = NumberOfElements(node) + strings;
-        sink.append(Values<char>(node), elements * ElementBytes(node->type));
-        if (strings) sink.append(StringBytes(node), Values<std::uint32_t>(node)[elements - 1]);
-        return header.unit;
+    /// Groups that share a value have a shape of their own, so a small value that occurs here and
+    /// there is written again.
+    static bool isWorthSharing(std::uint64_t bytes, std::uint32_t seen) {
+        return bytes >= kLargeValue || (bytes >= kSmallValue && seen >= kOftenSeen);
     }
 
-    std::uint32_t writeName(std::string_view name) {
-        if (name.size() > UINT16_MAX)
-            sink.fail("a child's name has " + std::to_string(name.size()) +
-                      " bytes; 65535 are possible");
-        const XXH128_hash_t value = XXH3_128bits(name.data(), name.size());
-        const Hash hash{{value.high64, value.low64}};
-        if (const std::uint32_t known = writtenNames.find(hash)) return known;
-        const std::uint32_t unit = nextUnit();
-        sink.append(name.data(), name.size());
-        sink.append("", 1);
-        writtenNames.remember(hash, unit);
-        return unit;
-    }
+    Child writeGroup(const GroupAttribute& group) {
+        const auto count = static_cast<std::uint64_t>(group.getNumberOfChildren());
+        if (count > UINT32_MAX) sink.fail("a group has too many children");
+        const Hash names = hashNames(group, count);
+        const bool isWide = count > kMostShapeChildren;
+        LastGroup* const last = isWide ? nullptr : &lastGroupNamed(names);
+        const bool hadShape = last && last->hadShape;
 
-    std::uint32_t writeGroup(const GroupAttribute& group) {
-        Node header{};
-        header.type = kAttributeTypeGroup;
-        header.flags =
-            static_cast<std::uint8_t>(kInFile | (group.getGroupInherit() ? kGroupInherit : 0));
-        header.depth = group.getHandle()->depth;
-        header.firstUnit = nextUnit();
-        header.count = static_cast<std::uint64_t>(group.getNumberOfChildren());
-
-        std::vector<FileEntry> entries(header.count);
-        for (std::uint64_t i = 0; i < header.count; ++i) {
+        sink.align(kUnitBytes);
+        const std::uint32_t firstUnit = shapes.checkUnit();
+        std::vector<Child> children(count);
+        for (std::uint64_t i = 0; i < count; ++i) {
             const Attribute child = group.getChildByIndex(static_cast<std::int64_t>(i));
-            entries[i].childUnit = writeNode(child);
-            entries[i].childType = static_cast<std::int8_t>(child.getType());
+            if (child.getType() == kAttributeTypeGroup) {
+                // The regions of groups that are alike begin alike, so that they have one shape.
+                if (!hadShape) sink.align(8);
+                children[i] = writeGroup(child);
+            } else {
+                Hash* const lastValue = last && last->names == names ? &last->values[i] : nullptr;
+                children[i] = writeData(child, isWide, lastValue);
+            }
         }
-        for (std::uint64_t i = 0; i < header.count; ++i) {
-            const std::string_view name = group.getChildNameView(static_cast<std::int64_t>(i));
-            entries[i].nameHash = HashName(name);
-            entries[i].nameLength = static_cast<std::uint16_t>(name.size());
-            entries[i].nameUnit = writeName(name);
-        }
-        header.unit = nextUnit();
-        sink.append(&header, sizeof header);
-        sink.append(entries.data(), entries.size() * sizeof(FileEntry));
-        if (header.count > kLinearSearchLimit) writeSortedIndices(entries);
-        return header.unit;
+        sink.align(kUnitBytes);
+        const std::uint32_t inherit = group.getGroupInherit() ? kGroupInherit : 0;
+        const Child written =
+            shapes.writeGroup({group, names, firstUnit, inherit, children.data(), count});
+        // Groups below may have had the same names.
+        if (last && last->names == names) last->hadShape = (written.word & Node::kShort) != 0;
+        return written;
     }
 
-    /// The indices of the children in the order of their names' hashes.
-    void writeSortedIndices(const std::vector<FileEntry>& entries) {
-        std::vector<std::uint32_t> sorted(entries.size());
-        SortByNameHash(entries.data(), sorted.data(), sorted.size());
-        for (std::size_t i = kMaximumEqualHashes; i < sorted.size(); ++i)
-            if (entries[sorted[i]].nameHash == entries[sorted[i - kMaximumEqualHashes]].nameHash)
-                sink.fail("too many names in one group have one hash");
-        sink.append(sorted.data(), sorted.size() * sizeof(std::uint32_t));
+    /// The hash of a group's names: of their lengths and of their bytes.
+    Hash hashNames(const GroupAttribute& group, std::uint64_t count) {
+        nameLengths.resize(count);
+        nameBytes.clear();
+        for (std::uint64_t i = 0; i < count; ++i) {
+            const std::string_view name = group.getChildNameView(static_cast<std::int64_t>(i));
+            if (name.size() > kMostNameBytes)
+                sink.fail("a child's name has " + std::to_string(name.size()) +
+                          " bytes; 65535 are possible");
+            nameLengths[i] = static_cast<std::uint32_t>(name.size());
+            nameBytes.insert(nameBytes.end(), name.begin(), name.end());
+        }
+        const std::uint64_t seed =
+            XXH3_64bits(nameLengths.data(), nameLengths.size() * sizeof(std::uint32_t));
+        const XXH128_hash_t value = XXH3_128bits_withSeed(nameBytes.data(), nameBytes.size(), seed);
+        return {{value.high64, value.low64}};
+    }
+
+    LastGroup& lastGroupNamed(const Hash& names) {
+        LastGroup* const last = lastGroups.find(names);
+        return last ? *last : lastGroups.remember(names, LastGroup{names, false, {}});
     }
 
     BlockSink sink;
-    WrittenContent written;
-    WrittenContent writtenNames;
+    ShapeWriter shapes;
+    WrittenContent<WrittenValue, 1u << 17> values;
+    WrittenContent<LastGroup, 1u << 12> lastGroups;
+    std::vector<std::uint32_t> nameLengths; // of hashNames
+    std::vector<char> nameBytes;
+    std::uint32_t lastUnit = 0;
 };
 
 } // namespace
 
 void WriteContainer(const Attribute& root, ContainerKind kind, void* stream, StreamWrite write,
                     const std::string& name) {
-    Writer(stream, write, name).write(root, kind);
+    std::make_unique<Writer>(stream, write, name)->write(root, kind);
 }
 
 } // namespace OxAttribute

@@ -9,7 +9,7 @@
 
 #include <OxTellarSDK/TellarError.h>
 
-#include "NodeAccess.h"
+#include "DataView.h"
 
 namespace OxAttribute {
 
@@ -19,8 +19,8 @@ constexpr const char* kDifferentSizes =
     "Error building attribute time samples are different sizes.";
 
 /// A new value with its header and times. `tailBytes` uninitialised bytes follow the times.
-Node* AllocateData(AttributeType type, const float* times, std::int64_t timeCount,
-                   std::int64_t count, std::int64_t tupleSize, std::uint64_t tailBytes) {
+FullNode* AllocateData(AttributeType type, const float* times, std::int64_t timeCount,
+                       std::int64_t count, std::int64_t tupleSize, std::uint64_t tailBytes) {
     if (tupleSize < 1 || tupleSize > std::numeric_limits<std::int32_t>::max())
         throw std::invalid_argument("Attribute tuple size must be at least 1");
     if (count < 0) throw std::invalid_argument("Attribute value count must not be negative");
@@ -32,27 +32,28 @@ Node* AllocateData(AttributeType type, const float* times, std::int64_t timeCoun
             throw TellarError(kOxErrorValue,
                               "Error building attribute time samples do not ascend.");
     const bool timesOmitted = timeCount == 1 && times[0] == 0.0f && !std::signbit(times[0]);
-    const std::uint64_t timesBytes =
-        timesOmitted ? 0 : AlignUp(4 * static_cast<std::uint64_t>(timeCount));
-    Node* node = AllocateNode(type, timesBytes + tailBytes);
+    const std::uint32_t omitted = timesOmitted ? kTimesOmitted : 0;
+    const auto timesCount = static_cast<std::uint64_t>(timeCount);
+    const std::uint64_t timesBytes = TimesBytes(omitted, timesCount);
+    FullNode* node = AllocateNode(type, timesBytes + tailBytes);
+    node->word |= omitted;
     node->tupleSize = static_cast<std::uint32_t>(tupleSize);
     node->count = static_cast<std::uint64_t>(count);
     node->timeCount = static_cast<std::uint32_t>(timeCount);
-    if (timesOmitted) {
-        node->flags = kTimesOmitted;
-        return node;
-    }
-    char* start = reinterpret_cast<char*>(node) + sizeof(Node);
+    if (timesOmitted) return node;
+    char* start = reinterpret_cast<char*>(node) + sizeof(FullNode);
     std::memset(start, 0, timesBytes);
-    std::memcpy(start, times, 4 * static_cast<std::size_t>(timeCount));
+    std::memcpy(start, times, 4 * timesCount);
     return node;
 }
 
 constexpr float kTimeZero = 0.0f;
 
+/// The place of the values, which need not be there yet.
 template <typename T>
-T* MutableValues(Node* node) {
-    return const_cast<T*>(Values<T>(node));
+T* MutableValues(FullNode* node) {
+    return reinterpret_cast<T*>(reinterpret_cast<char*>(node) + sizeof(FullNode) +
+                                TimesBytes(node->word, node->timeCount));
 }
 
 template <typename T>
@@ -74,7 +75,7 @@ Node* MakeNumbers(AttributeType type, const float* times, std::int64_t timeCount
     if (timeCount > 0 && count > std::numeric_limits<std::int64_t>::max() / 8 / timeCount)
         throw std::bad_alloc();
     const auto elements = static_cast<std::uint64_t>(count) * static_cast<std::uint64_t>(timeCount);
-    Node* node = AllocateData(type, times, timeCount, count, tupleSize, elements * sizeof(T));
+    FullNode* node = AllocateData(type, times, timeCount, count, tupleSize, elements * sizeof(T));
     if (elements > 0) std::memcpy(MutableValues<T>(node), values, elements * sizeof(T));
     return node;
 }
@@ -89,7 +90,7 @@ Node* MakeStrings(const float* times, std::int64_t timeCount, const String* valu
     if (bytes > std::numeric_limits<std::uint32_t>::max())
         throw TellarError(kOxErrorValue, "A string attribute cannot hold more than 4 GiB");
     const std::uint64_t tail = 4 * (static_cast<std::uint64_t>(elements) + 1) + bytes;
-    Node* node = AllocateData(kAttributeTypeString, times, timeCount, count, tupleSize, tail);
+    FullNode* node = AllocateData(kAttributeTypeString, times, timeCount, count, tupleSize, tail);
     std::uint32_t* ends = MutableValues<std::uint32_t>(node);
     char* characters = reinterpret_cast<char*>(ends + elements + 1);
     std::uint32_t end = 0;
@@ -105,17 +106,32 @@ Node* MakeStrings(const float* times, std::int64_t timeCount, const String* valu
 
 } // namespace
 
+std::int64_t DataAttribute::countValues() const noexcept {
+    return static_cast<std::int64_t>(ViewOf(handle).count);
+}
+
+std::int64_t DataAttribute::getTupleSize() const noexcept {
+    return handle ? ViewOf(handle).tupleSize : 0;
+}
+
+std::int64_t DataAttribute::getNumberOfTimeSamples() const noexcept {
+    return handle ? ViewOf(handle).timeCount : 0;
+}
+
 std::int64_t DataAttribute::getNumberOfTuples() const noexcept {
-    return handle ? getNumberOfValues() / getTupleSize() : 0;
+    if (!handle) return 0;
+    const DataView view = ViewOf(handle);
+    return static_cast<std::int64_t>(view.count / view.tupleSize);
 }
 
 float DataAttribute::getSampleTime(std::int64_t index) const noexcept {
-    if (index < 0 || index >= getNumberOfTimeSamples()) return 0.0f;
-    return TimeAt(handle, static_cast<std::uint64_t>(index));
+    if (!handle || index < 0) return 0.0f;
+    const DataView view = ViewOf(handle);
+    return index < view.timeCount ? view.timeAt(static_cast<std::uint64_t>(index)) : 0.0f;
 }
 
 std::int64_t DataAttribute::getNearestSampleIndex(float time) const noexcept {
-    return handle ? static_cast<std::int64_t>(NearestSample(handle, time)) : -1;
+    return handle ? static_cast<std::int64_t>(NearestSample(ViewOf(handle), time)) : -1;
 }
 
 template <typename T>
@@ -145,8 +161,10 @@ NumericAttribute<T>::NumericAttribute(const std::map<float, std::vector<T>>& sam
 
 template <typename T>
 T NumericAttribute<T>::getValue(T defaultValue, bool throwOnError) const {
-    if (handle && handle->count > 0)
-        return Values<T>(handle)[NearestSample(handle, 0.0f) * handle->count];
+    if (handle) {
+        const DataView view = ViewOf(handle, kType);
+        if (view.count > 0) return view.as<T>()[NearestSample(view, 0.0f) * view.count];
+    }
     if (throwOnError) throw TellarError(kOxErrorValue, "Attribute has no value.");
     return defaultValue;
 }
@@ -159,22 +177,23 @@ ConstSample<T> NumericAttribute<T>::getNearestSample(float time) const& {
 template <typename T>
 ConstSample<T> NumericAttribute<T>::getNearestSample(float time) && {
     if (!handle) return {};
-    const std::uint64_t count = handle->count;
-    const T* values = Values<T>(handle) + NearestSample(handle, time) * count;
-    return ConstSample<T>(std::move(*this), values, static_cast<std::int64_t>(count));
+    const DataView view = ViewOf(handle, kType);
+    const T* values = view.as<T>() + NearestSample(view, time) * view.count;
+    return ConstSample<T>(std::move(*this), values, static_cast<std::int64_t>(view.count));
 }
 
 template <typename T>
 void NumericAttribute<T>::fillInterpSample(T* out, std::int64_t count, float time, T defaultValue,
                                            bool throwOnError) const {
-    const std::int64_t available = getNumberOfValues();
+    const DataView view = handle ? ViewOf(handle, kType) : DataView();
+    const auto available = static_cast<std::int64_t>(view.count);
     if (available < count && throwOnError)
         throw TellarError(kOxErrorValue, "Attribute has too few values.");
     const std::int64_t filled = std::min(available, count);
     if (filled > 0) {
-        const SampleSpan span = FindSpan(handle, time);
-        const T* low = Values<T>(handle) + span.before * handle->count;
-        const T* high = Values<T>(handle) + span.after * handle->count;
+        const SampleSpan span = FindSpan(view, time);
+        const T* low = view.as<T>() + span.before * view.count;
+        const T* high = view.as<T>() + span.after * view.count;
         for (std::int64_t i = 0; i < filled; ++i)
             out[i] = span.interpolate<T>(low[i], high[i]);
     }
@@ -210,34 +229,47 @@ StringAttribute::StringAttribute(const std::map<float, std::vector<std::string>>
 }
 
 std::string StringAttribute::getValue(const std::string& defaultValue, bool throwOnError) const {
-    if (handle && handle->count > 0) return std::string(getValueView());
+    if (getNumberOfValues() > 0) return std::string(getValueView());
     if (throwOnError) throw TellarError(kOxErrorValue, "Attribute has no value.");
     return defaultValue;
 }
 
+namespace {
+
+/// The strings of a sample of `attribute`, which has this view.
+ConstStringSample MakeSample(Attribute attribute, const DataView& view, std::uint64_t sample) {
+    if (!view.ends && view.count == 1)
+        return {std::move(attribute), view.values, view.textBytes - 1};
+    if (!view.ends) return {};
+    return {std::move(attribute), view.ends + sample * view.count, view.values, view.textBytes,
+            static_cast<std::int64_t>(view.count)};
+}
+
+} // namespace
+
 std::string_view StringAttribute::getValueView(std::int64_t index) const noexcept {
-    if (!handle || static_cast<std::uint64_t>(index) >= handle->count) return {};
-    const std::uint32_t* ends =
-        Values<std::uint32_t>(handle) + NearestSample(handle, 0.0f) * handle->count + index;
-    return {StringBytes(handle) + ends[0], ends[1] - ends[0] - 1};
+    if (!handle) return {};
+    const DataView view = ViewOf(handle, kAttributeTypeString);
+    if (static_cast<std::uint64_t>(index) >= view.count) return {};
+    return view.text(NearestSample(view, 0.0f) * view.count + static_cast<std::uint64_t>(index));
 }
 
 ConstStringSample StringAttribute::getSample(std::int64_t index) const {
-    if (index < 0 || index >= getNumberOfTimeSamples()) return {};
-    const std::int64_t count = getNumberOfValues();
-    return {*this, Values<std::uint32_t>(handle) + index * count, StringBytes(handle), count};
+    if (!handle || index < 0) return {};
+    const DataView view = ViewOf(handle, kAttributeTypeString);
+    if (index >= view.timeCount) return {};
+    return MakeSample(*this, view, static_cast<std::uint64_t>(index));
 }
 
 ConstStringSample StringAttribute::getNearestSample(float time) const& {
-    return getSample(getNearestSampleIndex(time));
+    return StringAttribute(*this).getNearestSample(time);
 }
 
 ConstStringSample StringAttribute::getNearestSample(float time) && {
     if (!handle) return {};
-    const std::uint64_t count = handle->count;
-    const std::uint32_t* ends = Values<std::uint32_t>(handle) + NearestSample(handle, time) * count;
-    const char* bytes = StringBytes(handle);
-    return {std::move(*this), ends, bytes, static_cast<std::int64_t>(count)};
+    const DataView view = ViewOf(handle, kAttributeTypeString);
+    const std::uint64_t sample = NearestSample(view, time);
+    return MakeSample(std::move(*this), view, sample);
 }
 
 } // namespace OxAttribute

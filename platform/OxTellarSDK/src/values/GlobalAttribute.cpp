@@ -139,7 +139,7 @@ struct OwnValue {
 };
 
 bool Inherits(const Node* node) {
-    return IsGroup(node) && (node->flags & kGroupInherit) != 0;
+    return IsGroup(node) && (node->word & kGroupInherit) != 0;
 }
 
 /// Finds the value and tells whether it hides those of the ancestors in one walk down the name.

@@ -17,12 +17,16 @@ namespace OxAttribute {
 
 namespace {
 
-template <typename Entry>
+bool IsNamed(const Node* group, const MemoryEntry& entry, std::string_view name) {
+    return entry.nameLength == name.size() &&
+           IsSameText(NameOf(group, entry).data(), name.data(), name.size());
+}
+
 std::int64_t FindByHash(const Node* group, std::string_view name) {
-    const Entry* entries = Entries<Entry>(group);
+    const MemoryEntry* entries = Entries(group);
     const std::uint32_t hash = HashName(name);
-    const std::uint32_t* sorted = SortedIndices<Entry>(group);
-    const std::uint32_t* end = sorted + group->count;
+    const std::uint32_t* sorted = SortedIndices(group);
+    const std::uint32_t* end = sorted + Full(group)->count;
     const std::uint32_t* found =
         std::lower_bound(sorted, end, hash, [entries](std::uint32_t index, std::uint32_t wanted) {
             return entries[index].nameHash < wanted;
@@ -47,7 +51,8 @@ GroupSize Measure(const NamedChild* children, std::uint64_t count) {
         size.nameBytes += child.name.size() + 1;
         if (child.name.size() > UINT32_MAX)
             throw TellarError(kOxErrorValue, "A group cannot have a name of that length");
-        size.depth = std::max(size.depth, child.attribute->getHandle()->depth + 1);
+        size.depth =
+            std::max(size.depth, static_cast<int>(DepthOf(child.attribute->getHandle())) + 1);
     }
     if (size.depth > kMaxGroupDepth)
         throw TellarError(kOxErrorValue, "Groups cannot be nested deeper than " +
@@ -57,20 +62,24 @@ GroupSize Measure(const NamedChild* children, std::uint64_t count) {
 
 } // namespace
 
-std::int64_t FindSorted(const Node* group, std::string_view name) {
-    return IsInFile(group) ? FindByHash<FileEntry>(group, name)
-                           : FindByHash<MemoryEntry>(group, name);
+std::int64_t FindInMemory(const Node* group, std::string_view name) noexcept {
+    const std::uint64_t count = Full(group)->count;
+    if (count > kLinearSearchLimit) return FindByHash(group, name);
+    const MemoryEntry* entries = Entries(group);
+    for (std::uint64_t i = 0; i < count; ++i)
+        if (IsNamed(group, entries[i], name)) return static_cast<std::int64_t>(i);
+    return -1;
 }
 
 Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inherit) {
     const auto [depth, nameBytes] = Measure(children, count);
     const std::uint64_t sortedBytes = count > kLinearSearchLimit ? 4 * count : 0;
-    const std::uint64_t namesOffset = sizeof(Node) + count * sizeof(MemoryEntry) + sortedBytes;
-    Node* node = AllocateNode(kAttributeTypeGroup, namesOffset - sizeof(Node) + nameBytes);
-    node->flags = inherit ? kGroupInherit : 0;
-    node->depth = static_cast<std::uint16_t>(depth);
+    const std::uint64_t namesOffset = sizeof(FullNode) + count * sizeof(MemoryEntry) + sortedBytes;
+    FullNode* node = AllocateNode(kAttributeTypeGroup, namesOffset - sizeof(FullNode) + nameBytes);
+    if (inherit) node->word |= kGroupInherit;
+    node->depth = static_cast<std::uint32_t>(depth);
     node->count = count;
-    auto* entries = const_cast<MemoryEntry*>(Entries<MemoryEntry>(node));
+    auto* entries = const_cast<MemoryEntry*>(Entries(node));
     std::uint64_t nameOffset = namesOffset;
     for (std::uint64_t i = 0; i < count; ++i) {
         const std::string_view name = children[i].name;
@@ -82,8 +91,8 @@ Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inheri
         nameOffset += name.size() + 1;
     }
     if (sortedBytes > 0) {
-        auto* sorted = const_cast<std::uint32_t*>(SortedIndices<MemoryEntry>(node));
-        SortByNameHash(entries, sorted, count);
+        auto* sorted = const_cast<std::uint32_t*>(SortedIndices(node));
+        SortByNameHash(sorted, count, [entries](std::uint32_t i) { return entries[i].nameHash; });
     }
     return Attribute::CreateAndSteal(node);
 }
@@ -133,6 +142,10 @@ GroupAttribute::GroupAttribute(const std::vector<Child>& children, bool groupInh
     Attribute::operator=(MakeGroup(kept.data(), kept.size(), groupInherit));
 }
 
+std::int64_t GroupAttribute::getNumberOfChildren() const noexcept {
+    return handle ? static_cast<std::int64_t>(CountChildren(handle)) : 0;
+}
+
 std::string GroupAttribute::getChildName(std::int64_t index) const {
     return std::string(getChildNameView(index));
 }
@@ -151,14 +164,14 @@ Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
 
 namespace {
 
-/// The value at a dotted path below a group in memory, without a reference; null if there is none.
-const Node* FindInMemory(const Node* node, std::string_view path) {
+/// The value at a dotted path below a group, without a reference; null if there is none.
+const Node* FindAt(const Node* node, std::string_view path) {
     while (IsGroup(node)) {
-        if (IsInFile(node)) return FindInFile(node, path);
+        if (Container* container = Container::Of(node)) return FindInFile(*container, node, path);
         const std::size_t dot = path.find('.');
-        const std::int64_t index = FindChild(node, path.substr(0, dot));
+        const std::int64_t index = FindInMemory(node, path.substr(0, dot));
         if (index < 0) return nullptr;
-        node = ChildOf(node, static_cast<std::uint64_t>(index));
+        node = Entries(node)[index].child;
         if (dot == std::string_view::npos) return node;
         path.remove_prefix(dot + 1);
     }
@@ -169,8 +182,7 @@ const Node* FindInMemory(const Node* node, std::string_view path) {
 
 Attribute GroupAttribute::getChildByName(std::string_view path) const {
     if (!handle) return {};
-    auto* node =
-        const_cast<Node*>(IsInFile(handle) ? FindInFile(handle, path) : FindInMemory(handle, path));
+    auto* node = const_cast<Node*>(FindAt(handle, path));
     if (!node) return {};
     Retain(node);
     return CreateAndSteal(node);
@@ -186,7 +198,7 @@ std::int64_t GroupAttribute::findChild(std::string_view name, std::int64_t hint)
 }
 
 bool GroupAttribute::getGroupInherit() const noexcept {
-    return !handle || (handle->flags & kGroupInherit) != 0;
+    return !handle || (handle->word & kGroupInherit) != 0;
 }
 
 } // namespace OxAttribute

@@ -20,14 +20,14 @@ struct NamedChild {
 /// Throws std::runtime_error when the group would be nested too deep.
 Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inherit);
 
-/// Fills `sorted` with the indices of `count` entries, sorted by name hash, then by index.
-template <typename Entry>
-void SortByNameHash(const Entry* entries, std::uint32_t* sorted, std::uint64_t count) {
+/// Fills `sorted` with the indices of `count` names, sorted by their hashes, which `hashOf` gives
+/// for an index, then by index.
+template <typename HashOf>
+void SortByNameHash(std::uint32_t* sorted, std::uint64_t count, HashOf hashOf) {
     std::iota(sorted, sorted + count, 0u);
-    std::sort(sorted, sorted + count, [entries](std::uint32_t a, std::uint32_t b) {
-        return entries[a].nameHash != entries[b].nameHash
-                   ? entries[a].nameHash < entries[b].nameHash
-                   : a < b;
+    std::sort(sorted, sorted + count, [hashOf](std::uint32_t a, std::uint32_t b) {
+        const std::uint32_t hashOfA = hashOf(a), hashOfB = hashOf(b);
+        return hashOfA != hashOfB ? hashOfA < hashOfB : a < b;
     });
 }
 

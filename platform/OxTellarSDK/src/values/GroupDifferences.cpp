@@ -1,9 +1,10 @@
 // Walks two groups together, without a handle for each value.
 #include <cstring>
+#include <map>
+#include <utility>
 
 #include <OxTellarSDK/AttributeDifference.h>
 
-#include "AttributeNode.h"
 #include "Container.h"
 #include "NodeAccess.h"
 
@@ -13,28 +14,25 @@ namespace {
 
 using Tell = std::function<void(const std::vector<std::string_view>&)>;
 
-bool HaveEqualShape(const Node* a, const Node* b) {
-    return a->type == b->type && a->flags == b->flags && a->count == b->count &&
-           a->timeCount == b->timeCount && (IsGroup(a) || a->tupleSize == b->tupleSize);
-}
-
-/// The size of a sound value in a file, from its header to its end. For a group, without the order
-/// of its names, which follows from them.
-std::uint64_t BytesInFile(const Node* node) {
-    if (IsGroup(node)) return sizeof(Node) + node->count * sizeof(FileEntry);
-    const std::uint64_t elements = NumberOfElements(node);
-    const std::uint64_t bytes = sizeof(Node) + TimesBytes(node);
-    if (node->type != kAttributeTypeString) return bytes + elements * ElementBytes(node->type);
-    return bytes + 4 * (elements + 1) + Values<std::uint32_t>(node)[elements];
-}
-
-/// Compares two values of one shape and of `bytes` bytes in files. Times are filled up with bytes
-/// that mean nothing.
-bool HaveEqualValues(const Node* a, const Node* b, std::uint64_t bytes) {
-    const std::uint64_t times = a->flags & kTimesOmitted ? 0 : 4ull * a->timeCount;
-    const std::uint64_t values = sizeof(Node) + TimesBytes(a);
-    return std::memcmp(Bytes(a) + sizeof(Node), Bytes(b) + sizeof(Node), times) == 0 &&
-           std::memcmp(Bytes(a) + values, Bytes(b) + values, bytes - values) == 0;
+/// Compares two checked values that are no groups.
+bool HaveEqualData(const Node* a, const Node* b) {
+    if (a->type() != b->type()) return false;
+    if (a->type() == kAttributeTypeNull) return true;
+    const DataView left = ViewOf(a), right = ViewOf(b);
+    if (left.count != right.count || left.timeCount != right.timeCount ||
+        left.tupleSize != right.tupleSize || left.textBytes != right.textBytes ||
+        !left.times != !right.times)
+        return false;
+    if (left.times && std::memcmp(left.times, right.times, 4ull * left.timeCount) != 0)
+        return false;
+    const std::uint64_t elements = left.elements();
+    if (left.type != kAttributeTypeString)
+        return elements == 0 ||
+               std::memcmp(left.values, right.values, elements * ElementBytes(left.type)) == 0;
+    // A short string has no ends.
+    const bool haveEqualEnds =
+        !left.ends || !right.ends || std::memcmp(left.ends, right.ends, 4 * elements) == 0;
+    return haveEqualEnds && std::memcmp(left.values, right.values, left.textBytes) == 0;
 }
 
 /// Calls itself for groups, which are nested at most kMaxGroupDepth levels deep.
@@ -45,72 +43,85 @@ public:
     /// Both values have been checked.
     void compare(const Node* a, const Node* b) {
         if (a == b) return;
-        if (IsInFile(a) && IsInFile(b))
-            compareInFiles({*Container::Of(a), *Container::Of(b)}, a, b->unit);
-        else if (IsGroup(a) && IsGroup(b))
+        if (IsGroup(a) && IsGroup(b))
             compareGroups(a, b);
-        else if (!HaveEqualContent(Attribute::CreateAndRetain(const_cast<Node*>(a)),
-                                   Attribute::CreateAndRetain(const_cast<Node*>(b))))
+        else if (IsGroup(a) || IsGroup(b) || !HaveEqualData(a, b))
             tell(names);
     }
 
 private:
-    struct Files {
-        Container& before;
-        Container& after;
-    };
-
     static Hash KeptHash(const Node* node) {
         return Attribute::CreateAndRetain(const_cast<Node*>(node)).getKeptHash();
     }
 
     void compareGroups(const Node* a, const Node* b) {
+        if (haveEqualBytes(a, b)) return;
         const Hash hash = KeptHash(a);
         if (hash != Hash() && hash == KeptHash(b)) return;
-        const bool haveEqualInheritance = ((a->flags ^ b->flags) & kGroupInherit) == 0;
-        bool isEqual = haveEqualInheritance && a->count == b->count;
-        for (std::uint64_t i = 0; isEqual && i < a->count; ++i)
+        const std::uint64_t count = CountChildren(a);
+        bool isEqual = ((a->word ^ b->word) & kGroupInherit) == 0 && count == CountChildren(b);
+        for (std::uint64_t i = 0; isEqual && i < count; ++i)
             isEqual = ChildName(a, i) == ChildName(b, i);
         if (!isEqual) return tell(names);
-        for (std::uint64_t i = 0; i < a->count; ++i) {
+        for (std::uint64_t i = 0; i < count; ++i) {
             names.push_back(ChildName(a, i));
             compare(ChildOf(a, i), ChildOf(b, i));
             names.pop_back();
         }
     }
 
-    /// Compares a checked value with the bytes at a place of another file. What is equal to a sound
-    /// value is sound as well, so the value there is not checked.
-    void compareInFiles(const Files& files, const Node* a, std::uint32_t unit) {
-        if (&files.before == &files.after && a->unit == unit) return;
-        const std::uint64_t bytes = BytesInFile(a);
-        const char* const place = files.after.verifiedBytes(unit, bytes);
-        const auto* b = reinterpret_cast<const Node*>(place);
-        if (!b || !HaveEqualShape(a, b)) return tell(names);
-        if (IsGroup(a)) return compareGroupsInFiles(files, a, b);
-        if (!HaveEqualValues(a, b, bytes)) tell(names);
+    /// True for groups in files that have equal shapes and regions, which are then equal. Others
+    /// may be equal too.
+    bool haveEqualBytes(const Node* a, const Node* b) {
+        const Container* const before = Container::Of(a);
+        const Container* const after = Container::Of(b);
+        const Shape* const shape = before ? before->shapeOf(a) : nullptr;
+        const Shape* const other = after ? after->shapeOf(b) : nullptr;
+        if (!shape || !other || shape->extentBytes != other->extentBytes) return false;
+        const std::uint64_t extent = shape->extentBytes;
+        return before->hasInFront(a, extent) && after->hasInFront(b, extent) &&
+               std::memcmp(Bytes(a) - extent, Bytes(b) - extent, extent + sizeof(Node)) == 0 &&
+               areEqual(*before, *shape, *after, *other);
     }
 
-    void compareGroupsInFiles(const Files& files, const Node* a, const Node* b) {
-        const FileEntry* const entries = Entries<FileEntry>(a);
-        const FileEntry* const others = Entries<FileEntry>(b);
-        for (std::uint64_t i = 0; i < a->count; ++i)
-            if (!isSameName(files.after, NameOf(a, entries[i]), others[i])) return tell(names);
-        for (std::uint64_t i = 0; i < a->count; ++i) {
-            names.push_back(NameOf(a, entries[i]));
-            compareInFiles(files, files.before.child(a, i), others[i].childUnit);
-            names.pop_back();
+    /// Whether groups of these shapes are equal when the bytes of their regions are.
+    bool areEqual(const Container& before, const Shape& a, const Container& after, const Shape& b) {
+        const Pair pair{&a, &b};
+        const auto known = comparedShapes.find(pair);
+        if (known != comparedShapes.end()) return known->second;
+        const bool result = compareShapes(before, a, after, b);
+        return comparedShapes[pair] = result;
+    }
+
+    bool compareShapes(const Container& before, const Shape& a, const Container& after,
+                       const Shape& b) {
+        // The values of full ones need not be in the region.
+        if (a.hasFullValues || b.hasFullValues || a.count != b.count) return false;
+        for (std::uint32_t i = 0; i < a.count; ++i) {
+            const Shape::Child& left = a.children[i];
+            const Shape::Child& right = b.children[i];
+            if (left.word != right.word || left.isShared != right.isShared ||
+                left.nameView() != right.nameView())
+                return false;
+            if (left.isShared) {
+                if (!HaveEqualData(before.sharedAt(left), after.sharedAt(right))) return false;
+                continue;
+            }
+            if (left.offset != right.offset) return false;
+            const Node head{left.word};
+            if (!IsGroup(&head)) continue;
+            const Shape* const below = before.shapeOf(&head);
+            const Shape* const other = after.shapeOf(&head);
+            if (!below || !other || !areEqual(before, *below, after, *other)) return false;
         }
+        return true;
     }
 
-    static bool isSameName(Container& file, std::string_view name, const FileEntry& entry) {
-        if (entry.nameLength != name.size()) return false;
-        const char* const other = file.verifiedBytes(entry.nameUnit, name.size());
-        return other && IsSameText(name.data(), other, name.size());
-    }
+    using Pair = std::pair<const Shape*, const Shape*>;
 
     const Tell& tell;
     std::vector<std::string_view> names; // from the groups down
+    std::map<Pair, bool> comparedShapes;
 };
 
 } // namespace

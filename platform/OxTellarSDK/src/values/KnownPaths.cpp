@@ -4,15 +4,13 @@
 #include <cstring>
 #include <utility>
 
-#include "Container.h"
 #include "NodeAccess.h"
 #include "PerThread.h"
 #include "Prefetch.h"
 
-// The cache maps a container and a path to a Route: the index and the name of the child at every
-// level where the path was found last. A group that looks like the last one is then answered by two
-// comparisons a level. Names are written once into a file and shared, so equal units are equal
-// names. A route that does not fit costs a search and is replaced.
+// The cache maps a shape of a container and a path to the child, or the value further below, that
+// the path leads to. All that is below a group with a shape has a fixed place (see Shape.h), so a
+// group of a known shape is answered without looking at what is on the way.
 //
 // The cache belongs to one thread, has kRoutes entries in pairs, and is deleted when the thread
 // ends. Entries of closed files are never hit, because container numbers are not used again.
@@ -24,7 +22,6 @@ namespace {
 constexpr std::size_t kRoutes = 128;
 constexpr std::size_t kShortestPath = 4;
 constexpr std::size_t kLongestPath = 16;
-constexpr std::uint32_t kLevels = 3;
 
 // In bytes, between one group and the next. A larger step is a jump, and not part of a walk.
 constexpr std::uintptr_t kLongestStep = 16384;
@@ -40,16 +37,17 @@ Word Read(const void* bytes) {
     return word;
 }
 
-/// A path in a container. `head` and `tail` are the path's first and last 8 bytes, or 4 if it is
+/// A path below a shape. `head` and `tail` are the path's first and last 8 bytes, or 4 if it is
 /// shorter than 8. Together with its length they are all of the path.
 struct Key {
     std::uint64_t head = 0;
     std::uint64_t tail = 0;
-    std::uint64_t containerAndLength = 0; // 0 in an unused entry
+    std::uint64_t shapeAndLength = 0; // 0 in an unused entry
 
     Key() = default;
-    Key(std::uint64_t containerNumber, std::string_view path)
-        : containerAndLength(containerNumber << 8 | path.size()) {
+    Key(const Container& container, const Shape& shape, std::string_view path)
+        : shapeAndLength(container.number() << 32 | std::uint64_t(shape.number) << 8 |
+                         path.size()) {
         const char* end = path.data() + path.size();
         const bool isLong = path.size() >= sizeof head;
         head = isLong ? Read<std::uint64_t>(path.data()) : Read<std::uint32_t>(path.data());
@@ -57,8 +55,7 @@ struct Key {
     }
 
     bool operator==(const Key& other) const {
-        return head == other.head && tail == other.tail &&
-               containerAndLength == other.containerAndLength;
+        return head == other.head && tail == other.tail && shapeAndLength == other.shapeAndLength;
     }
 
     /// The first of the two entries that the path may be in.
@@ -69,81 +66,56 @@ struct Key {
 };
 static_assert(kRoutes == 1u << 7, "the shift above");
 
-/// The child that a route takes in one group.
-struct Step {
-    std::uint64_t nameHashAndUnit; // the first two members of its entry
-    std::uint32_t index;
-    std::uint32_t nameLength;
-
-    Step() = default;
-    Step(const FileEntry& entry, std::uint64_t index)
-        : nameHashAndUnit(Read<std::uint64_t>(&entry)), index(static_cast<std::uint32_t>(index)),
-          nameLength(entry.nameLength) {}
-
-    bool hasNameOf(const FileEntry& entry) const {
-        return nameHashAndUnit == Read<std::uint64_t>(&entry) && nameLength == entry.nameLength;
-    }
-};
-static_assert(offsetof(FileEntry, nameHash) == 0 && offsetof(FileEntry, nameUnit) == 4,
-              "read as one word");
-
 struct Route {
     Key key;
-    std::uint64_t stepCount = 0;
-    std::array<Step, kLevels> steps;
+    Shape::Child end;             // where the path leads to, seen from the group
     std::uintptr_t lastGroup = 0; // address of the group from which it was followed last
 };
 
 using Routes = std::array<Route, kRoutes>;
 
-/// Null when the group does not look like the last one, or a value on the way is not checked yet.
-///
-/// A reader that goes from group to group probably continues with the same step. The values that it
-/// would then read next are prefetched.
-const Node* Follow(Route& route, const Container& container, const Node* group) {
+/// A reader that goes from group to group probably continues with the same step. The value that it
+/// would then read next is prefetched.
+const Node* Follow(Route& route, Container& container, const Shape& shape, const Node* group) {
     const auto here = reinterpret_cast<std::uintptr_t>(group);
     const std::uintptr_t step = here - std::exchange(route.lastGroup, here);
+    const Node* const node = container.childAt(shape, route.end, group);
     const bool isWalk = step + kLongestStep < 2 * kLongestStep;
-    const Node* node = group;
-    for (std::uint64_t i = 0; i < route.stepCount; ++i) {
-        const Step& taken = route.steps[i];
-        if (!IsGroup(node) || taken.index >= node->count) return nullptr;
-        const FileEntry& entry = Entries<FileEntry>(node)[taken.index];
-        if (!taken.hasNameOf(entry)) return nullptr;
-        node = container.checkedAlready(entry);
-        if (!node) return nullptr;
-        if (isWalk) Prefetch(reinterpret_cast<std::uintptr_t>(node) + step);
-    }
+    if (isWalk && !route.end.isShared) Prefetch(reinterpret_cast<std::uintptr_t>(node) + step);
     return node;
 }
 
-void Remember(const Route& found) {
+void Remember(const Key& key, const Shape::Child& end) {
     Routes* own = PerThread<Routes>::Get();
     if (!own) return;
-    Route* pair = own->data() + found.key.firstEntry();
-    if (!(pair[0].key == found.key)) pair[1] = pair[0];
-    pair[0] = found;
+    Route* pair = own->data() + key.firstEntry();
+    if (!(pair[0].key == key)) pair[1] = pair[0];
+    pair[0] = {key, end, 0};
 }
 
 /// FindInFile by the names in the groups. Not inline, so that a hit in the cache does not set
 /// up the larger stack frame.
-[[gnu::noinline]] const Node* Search(const Node* group, std::string_view path) {
-    Container& container = *Container::Of(group);
-    std::array<Step, kLevels> steps;
-    std::uint64_t stepCount = 0;
+[[gnu::noinline]] const Node* Search(Container& container, const Node* group,
+                                     std::string_view path) {
+    const Shape* const start = container.shapeOf(group);
+    bool isKept = start && IsCached(path);
     const Node* node = group;
+    Shape::Child end{};
+    std::uint64_t toGroup = 0; // bytes from `node` to `group`, if it is below a shape
     std::string_view rest = path;
     while (IsGroup(node)) {
         const std::string_view name = rest.substr(0, rest.find('.'));
-        const std::int64_t index = FindChild(node, name);
+        const std::int64_t index = container.findChild(node, name);
         if (index < 0) return nullptr;
-        const auto at = static_cast<std::uint64_t>(index);
-        if (stepCount < kLevels) steps[stepCount] = Step(Entries<FileEntry>(node)[index], at);
-        ++stepCount;
-        node = container.child(node, at);
+        const Shape* const shape = container.shapeOf(node);
+        isKept = isKept && shape && static_cast<std::uint32_t>(index) < shape->count;
+        if (isKept) {
+            end = shape->children[index];
+            if (!end.isShared) end.offset = toGroup += end.offset;
+        }
+        node = container.child(node, static_cast<std::uint64_t>(index));
         if (name.size() == rest.size()) {
-            if (stepCount <= kLevels && IsCached(path))
-                Remember({Key(container.number(), path), stepCount, steps});
+            if (isKept) Remember(Key(container, *start, path), end);
             return node;
         }
         rest.remove_prefix(name.size() + 1);
@@ -153,16 +125,15 @@ void Remember(const Route& found) {
 
 } // namespace
 
-const Node* FindInFile(const Node* group, std::string_view path) {
-    if (Routes* own = IsCached(path) ? PerThread<Routes>::Find() : nullptr) {
-        const Container& container = *Container::Of(group);
-        const Key key(container.number(), path);
-        Route* pair = own->data() + key.firstEntry();
-        for (Route* route = pair; route < pair + 2; ++route)
-            if (route->key == key)
-                if (const Node* node = Follow(*route, container, group)) return node;
-    }
-    return Search(group, path);
+const Node* FindInFile(Container& container, const Node* group, std::string_view path) {
+    Routes* const own = IsCached(path) ? PerThread<Routes>::Find() : nullptr;
+    const Shape* const shape = own ? container.shapeOf(group) : nullptr;
+    if (!shape) return Search(container, group, path);
+    const Key key(container, *shape, path);
+    Route* pair = own->data() + key.firstEntry();
+    for (Route* route = pair; route < pair + 2; ++route)
+        if (route->key == key) return Follow(*route, container, *shape, group);
+    return Search(container, group, path);
 }
 
 } // namespace OxAttribute

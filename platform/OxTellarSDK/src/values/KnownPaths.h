@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "AttributeNode.h"
+#include "Container.h"
 
 namespace OxAttribute {
 
@@ -11,8 +11,8 @@ namespace OxAttribute {
 /// none. Throws std::runtime_error when the file is damaged there.
 ///
 /// Each thread keeps a cache of the paths that it asked for, because readers ask group after group
-/// for the same few paths, and the groups of a scene look alike.
-const Node* FindInFile(const Node* group, std::string_view path);
+/// for the same few paths, and most groups of a scene share a few shapes.
+const Node* FindInFile(Container& container, const Node* group, std::string_view path);
 
 } // namespace OxAttribute
 

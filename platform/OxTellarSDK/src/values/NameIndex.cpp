@@ -118,8 +118,8 @@ struct ListKey {
     ListKey() = default;
     explicit ListKey(const StringAttribute& list) {
         const Node* const node = list.getHandle();
-        if (IsInFile(node)) {
-            container = Container::Of(node)->number();
+        if (const Container* file = Container::Of(node)) {
+            container = file->number();
             hash.words[0] = reinterpret_cast<std::uintptr_t>(node);
         } else {
             hash = list.getHash(); // kept with the value

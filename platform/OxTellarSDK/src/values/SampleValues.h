@@ -1,7 +1,7 @@
 #ifndef OXTELLARSDK_SAMPLEVALUES_H
 #define OXTELLARSDK_SAMPLEVALUES_H
 
-#include "AttributeNode.h"
+#include "DataView.h"
 
 namespace OxAttribute {
 
@@ -9,8 +9,9 @@ namespace OxAttribute {
 /// their times instead would take time in proportion to the square of their number.
 template <typename T>
 ConstSample<T> SampleValues(const NumericAttribute<T>& attribute, std::int64_t index) {
-    const std::int64_t count = attribute.getNumberOfValues();
-    return {Attribute(), Values<T>(attribute.getHandle()) + index * count, count};
+    const DataView view = ViewOf(attribute.getHandle(), NumericAttribute<T>::kType);
+    const auto count = static_cast<std::int64_t>(view.count);
+    return {Attribute(), view.as<T>() + index * count, count};
 }
 
 inline ConstStringSample SampleValues(const StringAttribute& attribute, std::int64_t index) {
@@ -19,7 +20,7 @@ inline ConstStringSample SampleValues(const StringAttribute& attribute, std::int
 
 /// True if the only sample lies at time +0, so that the times need not be written.
 inline bool IsTimeless(const DataAttribute& attribute) {
-    return (attribute.getHandle()->flags & kTimesOmitted) != 0;
+    return ViewOf(attribute.getHandle()).times == nullptr;
 }
 
 } // namespace OxAttribute

@@ -50,20 +50,16 @@ const KindRow* FindKind(std::string_view name) {
     return nullptr;
 }
 
-bool IsNumeric(const Node* node) {
-    return node->type == kAttributeTypeDouble || node->type == kAttributeTypeFloat ||
-           node->type == kAttributeTypeInt;
-}
-
 bool HasValues(const Node* node, std::int64_t count) {
-    return IsNumeric(node) && node->count >= static_cast<std::uint64_t>(count);
+    return IsNumeric(node) && ViewOf(node).count >= static_cast<std::uint64_t>(count);
 }
 
 /// Calls `apply(row, child)` for every child that takes part, including those of nested groups.
 /// Takes no references, because the caller keeps `xform`, which contains all of them.
 template <typename Apply>
 void ForEachStep(const Node* xform, Apply& apply) {
-    for (std::uint64_t index = 0; index < xform->count; ++index) {
+    const std::uint64_t count = CountChildren(xform);
+    for (std::uint64_t index = 0; index < count; ++index) {
         const Node* child = ChildOf(xform, index);
         if (IsGroup(child)) {
             ForEachStep(child, apply);
@@ -81,29 +77,35 @@ void ForEachStep(const GroupAttribute& xform, Apply& apply) {
 
 /// Reads the first `count` values at `time`. They are interpolated in type `Blended`.
 template <typename T, typename Blended = T>
-void ReadAs(const Node* child, std::int64_t count, float time, double* out) {
-    if (child->timeCount == 1) {
-        std::copy_n(Values<T>(child), count, out);
+void ReadAs(const DataView& view, std::int64_t count, float time, double* out) {
+    if (view.timeCount == 1) {
+        std::copy_n(view.as<T>(), count, out);
         return;
     }
-    const SampleSpan span = FindSpan(child, time);
-    const T* low = Values<T>(child) + span.before * child->count;
-    const T* high = Values<T>(child) + span.after * child->count;
+    const SampleSpan span = FindSpan(view, time);
+    const T* low = view.as<T>() + span.before * view.count;
+    const T* high = view.as<T>() + span.after * view.count;
     for (std::int64_t i = 0; i < count; ++i)
         out[i] = span.interpolate<Blended>(low[i], high[i]);
 }
 
 /// Returns the first `count` values at `time`, which lie in the attribute or are assigned to
-/// `room`. `child` is a numeric attribute with at least `count` values.
+/// `room`. `child` is a numeric attribute with at least `count` values; zeros if its file has
+/// changed and it no longer is.
 const double* ReadValues(const Node* child, std::int64_t count, float time, double* room) {
-    const bool isDouble = child->type == kAttributeTypeDouble;
-    if (isDouble && child->timeCount == 1) return Values<double>(child);
+    const DataView view = ViewOf(child);
+    if (view.count < static_cast<std::uint64_t>(count)) {
+        std::fill_n(room, count, 0.0);
+        return room;
+    }
+    const bool isDouble = view.type == kAttributeTypeDouble;
+    if (isDouble && view.timeCount == 1) return view.as<double>();
     if (isDouble)
-        ReadAs<double>(child, count, time, room);
-    else if (child->type == kAttributeTypeFloat)
-        ReadAs<float>(child, count, time, room);
+        ReadAs<double>(view, count, time, room);
+    else if (view.type == kAttributeTypeFloat)
+        ReadAs<float>(view, count, time, room);
     else
-        ReadAs<std::int32_t, double>(child, count, time, room);
+        ReadAs<std::int32_t, double>(view, count, time, room);
     return room;
 }
 
@@ -179,8 +181,9 @@ public:
     void operator()(const KindRow&, const Node* child) {
         anyStep = true;
         if (!IsNumeric(child)) return;
-        for (std::uint64_t index = 0; index < child->timeCount; ++index) {
-            const float time = TimeAt(child, index);
+        const DataView view = ViewOf(child);
+        for (std::uint64_t index = 0; index < view.timeCount; ++index) {
+            const float time = view.timeAt(index);
             if (!std::isnan(time)) times.push_back(time); // NaN has no order
         }
     }

@@ -1,0 +1,101 @@
+// Groups of a container, in files whose bytes may change: every number that is read is compared
+// with the end of the values.
+#include <algorithm>
+
+#include "Container.h"
+#include "NodeAccess.h"
+
+namespace OxAttribute {
+
+Container::Wide Container::wide(const Node* group) const noexcept {
+    const std::uint64_t rest = footer.tableOffset - static_cast<std::uint64_t>(Bytes(group) - base);
+    if (group->isShort() || !IsGroup(group) || rest < sizeof(WideGroup)) return {};
+    const auto& header = *static_cast<const WideGroup*>(group);
+    Wide wide{header.depth(), header.namesUnit, header.count, nullptr, nullptr};
+    if (wide.count > (rest - sizeof(WideGroup)) / (sizeof(std::uint32_t) + 1)) return {};
+    wide.units = reinterpret_cast<const std::uint32_t*>(&header + 1);
+    wide.types = reinterpret_cast<const std::uint8_t*>(wide.units + wide.count);
+    return wide;
+}
+
+/// Null unless the record's numbers lie inside.
+const NamesRecord* Container::names(std::uint32_t unit) const noexcept {
+    if (unit >= units()) return nullptr;
+    const auto* const record = reinterpret_cast<const NamesRecord*>(nodeAt(unit));
+    return NamesRecord::Words(record->count) <= units() - unit ? record : nullptr;
+}
+
+std::string_view Container::nameAt(const NamesRecord& names, std::uint64_t index) const noexcept {
+    constexpr std::string_view kNothing = ""; // a NUL follows every name
+    if (index >= names.count) return kNothing;
+    const std::uint32_t begin = index > 0 ? names.ends()[index - 1] : 0;
+    const std::uint32_t end = names.ends()[index];
+    const char* const text = names.text();
+    const auto rest = static_cast<std::uint64_t>(base + footer.tableOffset - text);
+    if (begin >= end || end > rest) return kNothing;
+    return {text + begin, end - begin - 1};
+}
+
+std::uint64_t Container::childCount(const Node* group) const noexcept {
+    const Shape* shape = shapeOf(group);
+    return shape ? shape->count : wide(group).count;
+}
+
+std::uint32_t Container::depthOf(const Node* group) const noexcept {
+    const Shape* shape = shapeOf(group);
+    return shape ? shape->depth : wide(group).depth;
+}
+
+std::string_view Container::childName(const Node* group, std::uint64_t index) const noexcept {
+    if (const Shape* shape = shapeOf(group))
+        return index < shape->count ? shape->children[index].nameView() : std::string_view("");
+    const NamesRecord* const record = names(wide(group).namesUnit);
+    return record ? nameAt(*record, index) : std::string_view("");
+}
+
+std::int64_t Container::findChild(const Node* group, std::string_view name) const noexcept {
+    if (const Shape* shape = shapeOf(group)) {
+        for (std::uint32_t i = 0; i < shape->count; ++i)
+            if (shape->children[i].nameLength == name.size() &&
+                IsSameText(shape->children[i].name, name.data(), name.size()))
+                return i;
+        return -1;
+    }
+    const Wide parent = wide(group);
+    const NamesRecord* const record = names(parent.namesUnit);
+    if (!record || record->count != parent.count) return -1;
+    if (parent.count > kLinearSearchLimit) return findSorted(*record, name);
+    for (std::uint32_t i = 0; i < parent.count; ++i)
+        if (nameAt(*record, i) == name) return i;
+    return -1;
+}
+
+std::int64_t Container::findSorted(const NamesRecord& names, std::string_view name) const noexcept {
+    const std::uint32_t hash = HashName(name);
+    const std::uint32_t count = names.count;
+    const std::uint32_t* const hashes = names.hashes();
+    const std::uint32_t* const end = names.sorted() + count;
+    const auto hashOf = [&](std::uint32_t index) { return index < count ? hashes[index] : 0; };
+    const std::uint32_t* found =
+        std::lower_bound(names.sorted(), end, hash, [&](std::uint32_t index, std::uint32_t wanted) {
+            return hashOf(index) < wanted;
+        });
+    for (; found != end && hashOf(*found) == hash; ++found)
+        if (nameAt(names, *found) == name) return *found;
+    return -1;
+}
+
+const Node* Container::wideChild(const Node* group, std::uint64_t index) {
+    const Wide parent = wide(group);
+    if (index >= parent.count || parent.units[index] >= units()) missing(group);
+    const std::uint32_t unit = parent.units[index];
+    const Node* const node = nodeAt(unit);
+    if (!isChecked(unit)) return checkedWideChild(group, parent, index);
+    // A value that was checked as a group of another parent must not be used as a number.
+    if (node->type() != parent.types[index]) missing(node);
+    // Holds for what was checked. Nobody goes around in bytes that changed later.
+    if (IsGroup(node) && (node >= group || depthOf(node) >= parent.depth)) missing(node);
+    return node;
+}
+
+} // namespace OxAttribute
