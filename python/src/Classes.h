@@ -11,6 +11,7 @@ void AddCameras(nanobind::module_& module);
 void AddEdits(nanobind::module_& module);
 void AddLocations(nanobind::module_& module);
 void AddMaterials(nanobind::module_& module);
+void AddMemory(nanobind::module_& module);
 void AddOpGraphs(nanobind::module_& module);
 void AddOpTypes(nanobind::module_& module);
 void AddRendering(nanobind::module_& module);

@@ -20,6 +20,7 @@ NB_MODULE(_tellar, module) {
     TellarPython::AddWalk(module);
     TellarPython::AddCameras(module);
     TellarPython::AddMaterials(module);
+    TellarPython::AddMemory(module);
     TellarPython::AddEdits(module);
     TellarPython::AddScenes(module);
     TellarPython::AddOpTypes(module);

@@ -48,8 +48,12 @@ from ._tellar import (
     Walk,
     attribute,
     group,
+    memory_limit,
+    memory_statistics,
     open,
+    reset_memory_statistics,
     samples,
+    set_memory_limit,
 )
 from ._writing import scene, write_json, write_op_file
 
@@ -93,11 +97,15 @@ __all__ = [
     "attribute",
     "global_attribute",
     "group",
+    "memory_limit",
+    "memory_statistics",
     "open",
     "ops",
     "render",
+    "reset_memory_statistics",
     "samples",
     "scene",
+    "set_memory_limit",
     "write_json",
     "write_op_file",
 ]

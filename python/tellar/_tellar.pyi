@@ -9,6 +9,7 @@ from ._table import ColumnLike, Table
 from ._types import ArrayLike, AttributeLike, AttributeValue, DoubleArray, NumberArray, Resolution, Value
 
 import os
+from typing import overload
 
 
 class Attribute:
@@ -407,6 +408,34 @@ class Material:
         """
 
     def __repr__(self) -> str: ...
+
+def memory_limit() -> int:
+    """
+    The limit, in bytes, of the memory for all that the process keeps although it could be
+    made again, such as results of cooks. 2**64 - 1 if there is none.
+    """
+
+@overload
+def set_memory_limit(limit: int) -> None:
+    """
+    Sets memory_limit(), in bytes or as a text such as "2G" or "unlimited", and drops
+    what exceeds it. What is in use stays. Less than 1 MiB counts as 1 MiB.
+    """
+
+@overload
+def set_memory_limit(limit: str) -> None: ...
+
+def memory_statistics() -> dict[str, Any]:
+    """
+    What caches keep: "limit", "bytes", "peak" and "beyond_limit" in bytes,
+    "reliefs", which is how often memory was freed, and "caches", a dict from names
+    to "entries", "bytes", "peak", "hits", "misses" and "drops".
+    """
+
+def reset_memory_statistics() -> None:
+    """
+    Counts hits, misses, drops and reliefs from 0 again, and peaks from now on.
+    """
 
 class SceneChange:
     """A location that differs between two revisions of a scene. Immutable."""
