@@ -5,12 +5,18 @@
 #include <deque>
 #include <exception>
 #include <filesystem>
+#include <iterator>
 #include <map>
+#include <new>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
+#include <vector>
+
+#include <OxTellarSDK/MemoryBudget.h>
 
 #include "SceneReader.h"
+#include "model/SceneMemory.h"
 
 namespace TellarSceneImport {
 
@@ -24,17 +30,50 @@ std::atomic<std::uint64_t> numberOfReads{0};
 // A canonical path and the wanted part of the file.
 using Key = std::pair<std::string, ReadOptions>;
 
-// The open files. The entry of a released file stays and takes a key and two words. The entry of a
-// changed file is replaced when the path is requested again.
-struct Cache {
-    std::mutex lock;
-    std::map<Key, std::weak_ptr<const SceneFile>> known;
-    std::deque<std::shared_ptr<const SceneFile>> recent; // latest first
+// A file that was requested lately.
+struct RecentFile {
+    std::shared_ptr<const SceneFile> file;
+    std::uint32_t usedIn = 0; // tick of the budget
 };
 
-Cache& GetCache() {
-    static Cache* instance = new Cache;
-    return *instance;
+// The open files, which count in the budget of memory once they are read. The entry of a released
+// file stays and takes a key and two words. The entry of a changed file is replaced when the path
+// is requested again.
+class SceneFiles final : public OxTellarMemory::Cache {
+public:
+    SceneFiles() : Cache("scene files") {}
+
+    std::uint64_t drop(std::uint32_t usedBefore, std::uint64_t wanted) override;
+
+    std::mutex lock;
+    std::map<Key, std::weak_ptr<const SceneFile>> known;
+    std::deque<RecentFile> recent; // latest first
+};
+
+std::uint64_t SceneFiles::drop(std::uint32_t usedBefore, std::uint64_t wanted) {
+    std::vector<std::shared_ptr<const SceneFile>> unused; // freed after the lock is released
+    std::uint64_t freed = 0;
+    const std::lock_guard<std::mutex> guard(lock);
+    unused.reserve(recent.size());
+    while (!recent.empty() && freed < wanted) {
+        // Others get a file under the lock, so nobody starts to use it meanwhile.
+        const auto place =
+            std::find_if(recent.rbegin(), recent.rend(), [&](const RecentFile& last) {
+                return last.file.use_count() == 1 && last.usedIn < usedBefore;
+            });
+        if (place == recent.rend()) break;
+        const std::uint64_t bytes = place->file->takeCountedBytes();
+        if (bytes > 0) dropped(bytes);
+        freed += bytes;
+        unused.push_back(std::move(place->file));
+        recent.erase(std::next(place).base());
+    }
+    return freed;
+}
+
+SceneFiles& GetFiles() {
+    static auto* const files = new SceneFiles;
+    return *files;
 }
 
 std::string CanonicalPath(const std::string& path) {
@@ -45,20 +84,22 @@ std::string CanonicalPath(const std::string& path) {
 
 // The caller holds the lock of the cache. Returns the evicted file, so that its memory is freed
 // after the lock is released.
-std::shared_ptr<const SceneFile> Keep(Cache& cache, const std::shared_ptr<const SceneFile>& file) {
-    auto& recent = cache.recent;
-    recent.erase(std::remove(recent.begin(), recent.end(), file), recent.end());
-    recent.push_front(file);
+std::shared_ptr<const SceneFile> Keep(SceneFiles& files,
+                                      const std::shared_ptr<const SceneFile>& file) {
+    auto& recent = files.recent;
+    const auto isSame = [&](const RecentFile& other) { return other.file == file; };
+    recent.erase(std::remove_if(recent.begin(), recent.end(), isSame), recent.end());
+    recent.push_front({file, OxTellarMemory::CurrentTick()});
     if (recent.size() <= kFilesKept) return nullptr;
-    auto last = std::move(recent.back());
+    auto last = std::move(recent.back().file);
     recent.pop_back();
     return last;
 }
 
 // The caller holds the lock of the cache.
-std::shared_ptr<const SceneFile> Find(Cache& cache, const Key& key) {
-    const auto found = cache.known.find(key);
-    return found == cache.known.end() ? nullptr : found->second.lock();
+std::shared_ptr<const SceneFile> Find(SceneFiles& files, const Key& key) {
+    const auto found = files.known.find(key);
+    return found == files.known.end() ? nullptr : found->second.lock();
 }
 
 } // namespace
@@ -66,10 +107,32 @@ std::shared_ptr<const SceneFile> Find(Cache& cache, const Key& key) {
 SceneFile::SceneFile(FileStamp stamp, ReadOptions options)
     : stamp(std::move(stamp)), options(std::move(options)) {}
 
+SceneFile::~SceneFile() {
+    if (const std::uint64_t bytes = takeCountedBytes()) GetFiles().removed(bytes);
+}
+
 const Scene& SceneFile::scene() const {
-    std::call_once(readOnce, [this] { read(); });
+    readIfNeeded();
     if (!result) throw std::runtime_error(failure);
     return *result;
+}
+
+void SceneFile::readIfNeeded() const {
+    bool isReader = false;
+    std::call_once(readOnce, [&] {
+        isReader = true;
+        read();
+        count();
+    });
+    if (isReader) OxTellarMemory::RelieveMemory();
+}
+
+void SceneFile::count() const try {
+    if (!result) return;
+    const std::uint64_t bytes = MemoryOf(*result);
+    GetFiles().added(bytes);
+    countedBytes.store(bytes, std::memory_order_relaxed);
+} catch (const std::bad_alloc&) { // no memory to count with: the file counts nothing
 }
 
 void SceneFile::read() const {
@@ -87,7 +150,7 @@ void SceneFile::read() const {
 }
 
 FileList SceneFile::listFiles() const {
-    std::call_once(readOnce, [this] { read(); });
+    readIfNeeded();
     FileList list;
     list.failure = failure;
     const std::lock_guard<std::mutex> guard(filesLock);
@@ -112,7 +175,7 @@ bool SceneFile::isCurrent() const {
 std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path,
                                                const ReadOptions& options) {
     const Key key(CanonicalPath(path), options);
-    Cache& files = GetCache();
+    SceneFiles& files = GetFiles();
     std::shared_ptr<const SceneFile> known;
     {
         const std::lock_guard<std::mutex> guard(files.lock);
@@ -120,6 +183,7 @@ std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path,
     }
     // The disk is accessed without the lock.
     const bool isCurrent = known && known->isCurrent();
+    isCurrent ? files.hit() : files.miss();
     auto fresh = isCurrent ? known : std::make_shared<SceneFile>(StampOf(key.first), options);
 
     std::shared_ptr<const SceneFile> dropped;
@@ -132,9 +196,9 @@ std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path,
 }
 
 void DropUnusedSceneFiles() {
-    std::deque<std::shared_ptr<const SceneFile>> dropped; // freed after the lock is released
-    const std::lock_guard<std::mutex> guard(GetCache().lock);
-    GetCache().recent.swap(dropped);
+    std::deque<RecentFile> dropped; // freed after the lock is released
+    const std::lock_guard<std::mutex> guard(GetFiles().lock);
+    GetFiles().recent.swap(dropped);
 }
 
 std::uint64_t GetNumberOfSceneReads() {

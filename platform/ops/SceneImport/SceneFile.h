@@ -1,6 +1,7 @@
 #ifndef SCENEIMPORT_SCENEFILE_H
 #define SCENEIMPORT_SCENEFILE_H
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -24,6 +25,9 @@ struct FileList {
 class SceneFile {
 public:
     SceneFile(FileStamp stamp, ReadOptions options);
+    ~SceneFile();
+    SceneFile(const SceneFile&) = delete;
+    SceneFile& operator=(const SceneFile&) = delete;
 
     /// Waits if another thread is reading the file. Throws std::runtime_error when the file cannot
     /// be read, always with the same reason.
@@ -35,8 +39,16 @@ public:
     /// True while this file and every file that it refers to are unchanged since they were read.
     bool isCurrent() const;
 
+    /// The bytes that it counts in the budget of memory: 0 until it is read. They no longer count
+    /// afterwards, because the caller is about to free the file.
+    std::uint64_t takeCountedBytes() const noexcept {
+        return countedBytes.exchange(0, std::memory_order_relaxed);
+    }
+
 private:
+    void readIfNeeded() const;
     void read() const;
+    void count() const;
 
     const FileStamp stamp;
     const ReadOptions options;
@@ -46,11 +58,13 @@ private:
     mutable std::string failure;
     mutable std::mutex filesLock;
     mutable std::vector<FileStamp> files; // empty until read
+    mutable std::atomic<std::uint64_t> countedBytes{0};
 };
 
 /// The present version of the file. All callers get the same object while the file does not change,
 /// so a process reads each version once for each set of options. The files requested last are kept
-/// even if they are unused. Safe from many threads.
+/// even if they are unused, until memory is short (OxTellarSDK/MemoryBudget.h). Safe from many
+/// threads.
 std::shared_ptr<const SceneFile> OpenSceneFile(const std::string& path,
                                                const ReadOptions& options = {});
 

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "ValueMemory.h"
+
 using namespace OxAttribute;
 
 namespace TELLAR {
@@ -13,26 +15,6 @@ constexpr std::uint64_t kChildBytes = 64;
 /// A group may contain the same group many times over. So many are more than any material has.
 constexpr std::size_t kMostGroups = 4096;
 
-template <typename Value>
-std::uint64_t MemoryOf(const Attribute& value, std::uint64_t bytesEach) {
-    return bytesEach * static_cast<std::uint64_t>(Value(value).getNumberOfValues());
-}
-
-std::uint64_t MemoryOfValue(const Attribute& value) {
-    switch (value.getType()) {
-    case kAttributeTypeInt:
-        return MemoryOf<IntAttribute>(value, sizeof(std::int32_t));
-    case kAttributeTypeFloat:
-        return MemoryOf<FloatAttribute>(value, sizeof(float));
-    case kAttributeTypeDouble:
-        return MemoryOf<DoubleAttribute>(value, sizeof(double));
-    case kAttributeTypeString:
-        return MemoryOf<StringAttribute>(value, 32); // short texts
-    default:
-        return 0;
-    }
-}
-
 } // namespace
 
 std::uint64_t MemoryOfMaterial(const GroupAttribute& material) {
@@ -43,7 +25,7 @@ std::uint64_t MemoryOfMaterial(const GroupAttribute& material) {
         bytes += kNodeBytes;
         for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
             const Attribute child = group.getChildByIndex(i);
-            bytes += kChildBytes + MemoryOfValue(child);
+            bytes += kChildBytes + MemoryOfValues(child);
             GroupAttribute below(child);
             if (below.isValid() && groups.size() < kMostGroups) groups.push_back(std::move(below));
         }

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "model/SceneMemory.h"
+
 namespace TellarSceneImport {
 
 using namespace OxAttribute;
@@ -66,6 +68,10 @@ GroupAttribute SampledMotion::SamplesOf(const Motion& motion) {
 
 void SampledMotion::apply(const FrameClock& clock, GroupBuilder& attrs) const {
     Apply(samples, "", clock, attrs);
+}
+
+std::uint64_t SampledMotion::memory() const {
+    return sizeof *this + MemoryOf(samples);
 }
 
 } // namespace TellarSceneImport

@@ -16,6 +16,7 @@ public:
     explicit SampledMotion(OxAttribute::GroupAttribute samples) : samples(std::move(samples)) {}
 
     void apply(const FrameClock& clock, OxAttribute::GroupBuilder& attrs) const override;
+    std::uint64_t memory() const override;
 
 private:
     const OxAttribute::GroupAttribute samples;

@@ -1,6 +1,8 @@
 #ifndef SCENEIMPORT_MOTION_H
 #define SCENEIMPORT_MOTION_H
 
+#include <cstdint>
+
 #include <OxTellarSDK/GroupBuilder.h>
 
 namespace TellarSceneImport {
@@ -20,6 +22,8 @@ public:
     virtual ~Motion() = default;
     /// Replaces attributes of the location by ones with a sample for each time.
     virtual void apply(const FrameClock& clock, OxAttribute::GroupBuilder& attrs) const = 0;
+    /// About how many bytes it takes.
+    virtual std::uint64_t memory() const = 0;
 };
 
 } // namespace TellarSceneImport

@@ -47,6 +47,7 @@ public:
     /// Returns null when there is none.
     const SceneNode* findNode(std::string_view path) const;
     const ContentMaterial& material(int index) const { return materials[index]; }
+    const std::vector<ContentMaterial>& allMaterials() const { return materials; }
     const ContentMaterial* findMaterial(std::string_view name) const;
     /// Invalid when there are no materials.
     const OxAttribute::StringAttribute& materialNames() const { return namesOfMaterials; }

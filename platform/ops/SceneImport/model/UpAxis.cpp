@@ -40,6 +40,7 @@ public:
         const DoubleAttribute matrices(unturned.build().getChildByName("xform.matrix"));
         if (matrices.isValid()) attrs.set("xform.matrix", Turned(matrices, turn));
     }
+    std::uint64_t memory() const override { return sizeof *this + motion->memory(); }
 
 private:
     const std::shared_ptr<const Motion> motion;

@@ -205,6 +205,14 @@ void MeshMotion::apply(const FrameClock& clock, OxAttribute::GroupBuilder& attrs
     if (!normals.empty()) attrs.set("geometry.point.N", ToAttribute(samples.times, normals));
 }
 
+std::uint64_t MeshMotion::memory() const {
+    std::uint64_t bytes = sizeof *this + parts.points.memory() + parts.weights.memory();
+    for (const MorphTarget& target : parts.targets)
+        bytes += target.memory();
+    if (parts.joints) bytes += sizeof(Joints) + parts.joints->influences.memory();
+    return bytes + moments.capacity() * sizeof(Moment);
+}
+
 double LimitMotion(const std::vector<std::shared_ptr<MeshMotion>>& meshes, std::uint64_t maxBytes) {
     std::uint64_t bytes = 0;
     for (const auto& mesh : meshes)

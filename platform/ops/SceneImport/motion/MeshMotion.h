@@ -56,6 +56,8 @@ public:
     /// thousandth of the mesh's diagonal away from where they belong, as measured at some 200
     /// points. A mesh that keeps its shape has one sample.
     void apply(const FrameClock& clock, OxAttribute::GroupBuilder& attrs) const override;
+    /// Without the nodes of the skeleton, which belong to the scene.
+    std::uint64_t memory() const override;
 
 private:
     // Every `stride`th point of the mesh.

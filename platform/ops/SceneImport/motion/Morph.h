@@ -1,6 +1,7 @@
 #ifndef SCENEIMPORT_MORPH_H
 #define SCENEIMPORT_MORPH_H
 
+#include <cstddef>
 #include <vector>
 
 namespace TellarSceneImport {
@@ -9,6 +10,11 @@ namespace TellarSceneImport {
 struct MeshPoints {
     std::vector<float> positions;
     std::vector<float> normals; ///< empty, or as many as positions
+
+    /// In bytes.
+    std::size_t memory() const {
+        return sizeof *this + (positions.capacity() + normals.capacity()) * sizeof(float);
+    }
 };
 
 /// A morph target: what is added to the points at weight 1. Each list is empty, which adds nothing,

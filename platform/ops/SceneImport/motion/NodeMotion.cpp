@@ -33,6 +33,10 @@ std::vector<const Track*> NodeMotion::tracks() const {
     return {&position, &rotation, &scale};
 }
 
+std::uint64_t NodeMotion::memory() const {
+    return sizeof *this + position.memory() + rotation.memory() + scale.memory();
+}
+
 void NodeMotion::apply(const FrameClock& clock, OxAttribute::GroupBuilder& attrs) const {
     const std::vector<Moment> keys = KeyMoments(tracks());
     const std::size_t mostSteps = std::max<std::size_t>(kMostSamples / (keys.size() + 1), 1);

@@ -23,6 +23,7 @@ public:
     /// interpolation stays close (Track::stepsBetween): it would shrink objects that turn in large
     /// steps.
     void apply(const FrameClock& clock, OxAttribute::GroupBuilder& attrs) const override;
+    std::uint64_t memory() const override;
 
 private:
     const Transform rest;

@@ -53,6 +53,11 @@ public:
     Influences(std::size_t pointCount, const std::vector<Set>& sets, std::size_t jointCount);
 
     std::size_t pointCount() const { return starts.size() - 1; }
+    /// In bytes.
+    std::size_t memory() const {
+        return starts.capacity() * sizeof(std::size_t) +
+               jointOf.capacity() * sizeof(std::uint32_t) + weightOf.capacity() * sizeof(float);
+    }
 
     /// Moves point `index` by the weighted sum of the matrices of its joints, and its normal,
     /// unless null, by the inverse transpose of it, without keeping its length.

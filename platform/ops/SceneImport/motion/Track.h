@@ -46,6 +46,11 @@ public:
     /// The moments of all keys, and those before jumps. Not sorted.
     void addMoments(std::vector<Moment>& moments) const;
 
+    /// The bytes of its keys.
+    std::size_t memory() const {
+        return times.capacity() * sizeof(double) + numbers.capacity() * sizeof(float);
+    }
+
     /// Writes width() numbers. The track has keys.
     void evaluate(Moment moment, double* value) const;
 

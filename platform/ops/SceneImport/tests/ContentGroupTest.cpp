@@ -34,6 +34,7 @@ public:
         attrs.set("xform.place", DoubleAttribute(times.data(), 3, places.data(), 2, 2));
         attrs.set("name", StringAttribute("slide"));
     }
+    std::uint64_t memory() const override { return sizeof *this; }
 };
 
 SceneContent Content() {

@@ -9,6 +9,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <OxTellarSDK/MemoryBudget.h>
+
 #include "ImportedScene.h"
 #include "RunTogether.h"
 #include "TempDirectory.h"
@@ -138,6 +140,90 @@ TEST(SceneFile, IsDroppedOnDemandUnlessInUse) {
     EXPECT_EQ(GetNumberOfSceneReads(), before);
     OpenSceneFile(unused)->scene();
     EXPECT_EQ(GetNumberOfSceneReads(), before + 1);
+}
+
+/// Of this program and of the plug-in, which may keep small files of other tests.
+OxTellarMemory::CacheStatistics CountedFiles() {
+    for (const auto& cache : OxTellarMemory::GetMemoryStatistics().caches)
+        if (cache.name == "scene files") return cache;
+    return {};
+}
+
+/// Points whose coordinates take some MiB in memory.
+std::string LargePly() {
+    constexpr int kPoints = 200000;
+    std::string text = "ply\nformat ascii 1.0\nelement vertex " + std::to_string(kPoints) +
+                       "\nproperty float x\nproperty float y\nproperty float z\nend_header\n";
+    for (int i = 0; i < kPoints; ++i)
+        text += std::to_string(i % 977) + " 1 2\n";
+    return text;
+}
+
+OxAttribute::Hash HashOfPoints(const SceneFile& file) {
+    return file.scene().findNode("node/nodeShape")->attrs.getHash();
+}
+
+constexpr std::uint64_t kLargeBytes = 200000 * 3 * sizeof(float);
+
+TEST(SceneFile, CountsInTheBudgetOfMemoryWhileItIsThere) {
+    const TempDirectory directory;
+    DropUnusedSceneFiles();
+    OxTellarMemory::ResetMemoryStatistics();
+    const OxTellarMemory::CacheStatistics before = CountedFiles();
+    auto file = OpenSceneFile(directory.write("large.ply", LargePly()));
+    EXPECT_EQ(CountedFiles().bytes, before.bytes); // not read yet
+    file->scene();
+    EXPECT_EQ(CountedFiles().entries, before.entries + 1);
+    EXPECT_GE(CountedFiles().bytes, before.bytes + kLargeBytes);
+    EXPECT_LE(CountedFiles().bytes, before.bytes + kLargeBytes + 10000);
+    OpenSceneFile(directory.path() + "/large.ply");
+    EXPECT_EQ(CountedFiles().hits, 1u);
+    EXPECT_EQ(CountedFiles().misses, 1u);
+    file.reset();
+    DropUnusedSceneFiles();
+    EXPECT_EQ(CountedFiles().entries, before.entries);
+    EXPECT_EQ(CountedFiles().bytes, before.bytes);
+    EXPECT_EQ(CountedFiles().drops, 0u);
+}
+
+TEST(SceneFile, IsDroppedWhenMemoryIsShortAndReadAgainEqual) {
+    const TempDirectory directory;
+    const std::string path = directory.write("large.ply", LargePly());
+    const auto limit = OxTellarMemory::GetMemoryLimit();
+    auto file = OpenSceneFile(path);
+    const OxAttribute::Hash hash = HashOfPoints(*file);
+    const auto before = GetNumberOfSceneReads();
+
+    OxTellarMemory::SetMemoryLimit(1);
+    EXPECT_GE(CountedFiles().bytes, kLargeBytes) << "it is in use";
+    EXPECT_GT(OxTellarMemory::GetMemoryStatistics().beyondLimit, 0u);
+    file.reset();
+    OxTellarMemory::ResetMemoryStatistics();
+    OxTellarMemory::SetMemoryLimit(1);
+    EXPECT_GE(CountedFiles().drops, 1u);
+    EXPECT_LT(CountedFiles().bytes, kLargeBytes);
+
+    EXPECT_EQ(HashOfPoints(*OpenSceneFile(path)), hash);
+    EXPECT_EQ(GetNumberOfSceneReads(), before + 1);
+    OxTellarMemory::SetMemoryLimit(limit);
+}
+
+TEST(SceneFile, IsReadByThreadsWhileOthersDropIt) {
+    const TempDirectory directory;
+    const std::string path = directory.write("large.ply", LargePly());
+    const auto limit = OxTellarMemory::GetMemoryLimit();
+    DropUnusedSceneFiles();
+    const std::uint64_t before = CountedFiles().entries;
+    const OxAttribute::Hash hash = HashOfPoints(*OpenSceneFile(path));
+    RunTogether(4, [&](int number) {
+        for (int i = 0; i < 5; ++i) {
+            EXPECT_EQ(HashOfPoints(*OpenSceneFile(path)), hash);
+            if (number == 0) OxTellarMemory::SetMemoryLimit(1);
+        }
+    });
+    OxTellarMemory::SetMemoryLimit(limit);
+    DropUnusedSceneFiles();
+    EXPECT_LE(CountedFiles().entries, before);
 }
 
 TEST(SceneFile, MakesRoomForOthersInTheEnd) {

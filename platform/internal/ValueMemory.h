@@ -1,0 +1,34 @@
+#ifndef TELLAR_PLATFORM_VALUEMEMORY_H
+#define TELLAR_PLATFORM_VALUEMEMORY_H
+
+#include <cstdint>
+
+#include <OxTellarSDK/Attribute.h>
+
+namespace TELLAR {
+
+/// About how many bytes the values of an attribute take, without its head. 0 for a group.
+inline std::uint64_t MemoryOfValues(const OxAttribute::Attribute& attribute) {
+    using namespace OxAttribute;
+    constexpr std::uint64_t kTextBytes = 32; // texts are short, as a rule
+    const auto all = [](const auto& data, std::uint64_t bytesEach) {
+        return bytesEach *
+               static_cast<std::uint64_t>(data.getNumberOfValues() * data.getNumberOfTimeSamples());
+    };
+    switch (attribute.getType()) {
+    case kAttributeTypeInt:
+        return all(IntAttribute(attribute), sizeof(std::int32_t));
+    case kAttributeTypeFloat:
+        return all(FloatAttribute(attribute), sizeof(float));
+    case kAttributeTypeDouble:
+        return all(DoubleAttribute(attribute), sizeof(double));
+    case kAttributeTypeString:
+        return all(StringAttribute(attribute), kTextBytes);
+    default:
+        return 0;
+    }
+}
+
+} // namespace TELLAR
+
+#endif
