@@ -115,6 +115,18 @@ TEST_F(LargeFile, ThatIsMappedGivesItsPagesBackAndReadsThemAgain) {
     EXPECT_EQ(value.getHash(), Arrays().getHash());
 }
 
+TEST_F(LargeFile, ThatIsMappedIsReadWithinTheLimitWithoutOtherCaches) {
+    const GroupAttribute value = open("4");
+    const GroupAttribute expected = Arrays();
+    SetMemoryLimit(8 << 20);
+    ResetMemoryStatistics();
+    for (int pass = 0; pass < 2; ++pass)
+        EXPECT_EQ(value, expected);
+    EXPECT_LT(StatisticsOf("mapped files").peak, 10u << 20);
+    EXPECT_GT(StatisticsOf("mapped files").drops, 0u);
+    EXPECT_LT(ResidentBytesOf(path), 10u << 20);
+}
+
 TEST_F(LargeFile, ThatIsMappedIsReadWhileItsPagesAreGivenBack) {
     const GroupAttribute value = open("4");
     const GroupAttribute expected = Arrays();

@@ -38,11 +38,13 @@ std::uint64_t DropFrom(Cache& cache, std::uint32_t usedBefore, std::uint64_t wan
     }
 }
 
+constexpr std::uint32_t kAges[] = {8, 4, 2, 1, 0};
+
 /// Entries of all caches that were last used so many ticks ago go before the younger ones of any.
 void DropOldest(std::uint64_t wanted) noexcept {
     const std::uint32_t tick = CurrentTick();
     std::uint64_t freed = 0;
-    for (const std::uint32_t age : {8u, 4u, 2u, 1u, 0u})
+    for (const std::uint32_t age : kAges)
         for (Cache* cache = CacheCounts::NewestCache(); cache;
              cache = CacheCounts::CacheBefore(*cache)) {
             if (freed >= wanted) return;
@@ -81,6 +83,24 @@ void RelieveMemoryNow() noexcept {
         if (memoryPressure.isReliefDue.load(std::memory_order_relaxed)) Relieve();
     } catch (const std::exception&) { // no memory to read the limit: the next call tries again
     }
+}
+
+void RelieveMemoryOf(Cache& cache) noexcept {
+    if (isRelieving || !memoryPressure.isReliefDue.load(std::memory_order_relaxed)) return;
+    const std::unique_lock<std::mutex> lock(reliefLock, std::try_to_lock);
+    if (!lock.owns_lock()) return;
+    const Relieving relieving;
+    CacheCounts::Flush();
+    const std::uint64_t beyond = BytesBeyondLimit();
+    const std::uint64_t wanted = beyond + memoryLimit.load(std::memory_order_relaxed) / 16;
+    const std::uint32_t tick = CurrentTick();
+    std::uint64_t freed = 0;
+    for (const std::uint32_t age : kAges)
+        if (beyond > 0 && age > 0 && freed < wanted)
+            freed += DropFrom(cache, tick - age + 1, wanted - freed);
+    if (freed == 0) return;
+    CacheCounts::Flush();
+    if (BytesBeyondLimit() == 0) NoteRelief();
 }
 
 void SetMemoryLimit(std::uint64_t bytes) {

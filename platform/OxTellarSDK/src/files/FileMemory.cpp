@@ -11,6 +11,8 @@
 
 #include <OxTellarSDK/MemoryBudget.h>
 
+#include "MemoryLimit.h"
+
 namespace OxAttribute {
 
 namespace {
@@ -59,8 +61,16 @@ public:
         return freed;
     }
 
+    /// Once in each tick, because nothing gets older within one.
+    void relieve(std::uint32_t tick) noexcept {
+        if (relievedIn.exchange(tick, std::memory_order_relaxed) != tick)
+            OxTellarMemory::RelieveMemoryOf(*this);
+    }
+
 private:
     MappedFilesCache() : Cache("mapped files") {}
+
+    std::atomic<std::uint32_t> relievedIn{0};
 
     // Guards `files` and their `forget`, and keeps them mapped while pages are given back.
     std::mutex lock;
@@ -111,6 +121,7 @@ void MappedFileMemory::use(std::uint64_t begin, std::uint64_t end) noexcept {
         const std::uint32_t before = run.countedBytes.fetch_add(more, std::memory_order_relaxed);
         MappedFilesCache::Get().added(more, before == 0 ? 1 : 0);
     }
+    MappedFilesCache::Get().relieve(tick);
 }
 
 void MappedFileMemory::onGiveBack(Forget function) {

@@ -46,7 +46,8 @@ public:
     MappedFileMemory(const MappedFileMemory&) = delete;
     MappedFileMemory& operator=(const MappedFileMemory&) = delete;
 
-    /// These bytes are read for the first time, or again after they were given back.
+    /// These bytes are read for the first time, or again after they were given back. When memory is
+    /// short, this gives back others: nobody else might do so while a large file is only read.
     void use(std::uint64_t begin, std::uint64_t end) noexcept;
 
     /// Called with the first byte and the end of what is given back, on any thread, and not any
