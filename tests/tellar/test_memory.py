@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Scenes that are larger than the limit of memory.
 
-    test_memory.py PROGRAM EXAMPLES_FOLDER [Million | HundredMillion]
+    test_memory.py PROGRAM EXAMPLES_FOLDER [Million | HundredMillion | TenMillionInAFile]
 """
 
 import json
@@ -57,6 +57,39 @@ class HundredMillion(MemoryTest):
         self.assert_drops_results(figures)
         self.assertLess(peak, 1.1 * 1024 * MEBIBYTE)
         self.assertGreaterEqual(figures["perSecond"], million["perSecond"] / 2)
+
+
+class TenMillionInAFile(MemoryTest):
+    """Leaves of an op file: 4 GB plain, and compressed."""
+
+    def write_scene(self, path):
+        output = subprocess.run([os.environ["TELLAR_TEST_WRITE_TEN_MILLION"], path], check=True,
+                                stdout=subprocess.PIPE).stdout
+        return json.loads(output) | {"fileBytes": path.stat().st_size}
+
+    def convert(self, path, result):
+        process = subprocess.Popen([self.program, "convert", path, result, "--compress",
+                                    "--memory", "1G"], env=self.environment)
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+        self.assertEqual(process.returncode, 0)
+        return {"seconds": usage.ru_utime + usage.ru_stime, "bytesAtMost": usage.ru_maxrss * 1024,
+                "fileBytes": result.stat().st_size}
+
+    def test_is_written_and_walked_in_one_gibibyte(self):
+        plain = self.folder / "plain.oxop"
+        compressed = self.folder / "compressed.oxop"
+        figures = {"plain": self.write_scene(plain),
+                   "compressed": self.convert(plain, compressed)}
+        for file in plain, compressed:
+            walk, peak = self.walk(file, "--memory", "1G")
+            figures[f"walk of {file.stem}"] = {"peak": peak, **walk}
+            self.assertEqual(walk["locations"], 10_101_012)
+            self.assertLess(peak, 1.1 * 1024 * MEBIBYTE, file)
+        print(json.dumps(figures, indent=1), flush=True)
+        growth = figures["plain"]["bytesAtMost"] - figures["plain"]["bytesBefore"]
+        self.assertLess(growth, 64 * MEBIBYTE)
+        self.assertLess(figures["compressed"]["bytesAtMost"], 1.1 * 1024 * MEBIBYTE)
 
 
 if __name__ == "__main__":
