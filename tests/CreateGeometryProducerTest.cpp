@@ -16,10 +16,10 @@
 #include <OxTellarSDK/AttributeStream.h>
 
 #include "AllocatedBytes.h"
-#include "AttributeNode.h"
 #include "CapturedErrors.h"
 #include "CapturedLog.h"
 #include "ProducerHelpers.h"
+#include "ReferenceCount.h"
 #include "SceneBuilders.h"
 #include "ScopedRuntimeFactory.h"
 #include "TempDirectory.h"
@@ -338,14 +338,6 @@ TEST(CreateThreadAwareGeometryProducer, MakesNothingWithoutARuntime) {
     EXPECT_EQ(CreateThreadAwareGeometryProducer(tree, "/root/world"), nullptr);
     EXPECT_THAT(log.textsOf("ClientFactory"), ElementsAre("Runtime could not be loaded."));
 }
-
-namespace {
-
-std::uint32_t CountReferences(const Attribute& value) {
-    return OxAttribute::Full(value.getHandle())->refCount;
-}
-
-} // namespace
 
 TEST(CreateThreadAwareGeometryProducer, LetsGoOfItsSource) {
     const GroupAttribute tree = TestTree(Texts({"world"}));

@@ -17,6 +17,7 @@
 #include <OxTellarSDK/AttributeStream.h>
 #include <OxTellarSDK/FileStream.h>
 
+#include "ReferenceCount.h"
 #include "SceneBuilders.h"
 #include "ScopedEnvironment.h"
 #include "TempDirectory.h"
@@ -40,10 +41,6 @@ GroupAttribute ReadFile(const std::string& path) {
     OxAttribute::FileStream stream(path, true);
     return GroupAttribute(
         Attribute::readAttributeStream(&stream, &OxAttribute::FileStream::read, 0));
-}
-
-std::uint32_t CountOf(const Attribute& attribute) {
-    return *reinterpret_cast<const std::uint32_t*>(attribute.getHandle());
 }
 
 GroupAttribute Network(const std::string& node, const Children& more = {}) {
@@ -173,7 +170,7 @@ TEST_F(FlattenedLocations, HoldNoneOfTheMaterialsThatTheyAreMadeOf) {
     const GroupAttribute extra = Named("for another renderer");
     const GroupAttribute material = Network("n", {{"extra", extra}});
     FlattenRoot(material);
-    EXPECT_EQ(CountOf(material), 1u);
+    EXPECT_EQ(CountReferences(material), 1u);
 }
 
 TEST_F(FlattenedLocations, MayBeFlattenedByTwoAtOnceAndTheLaterStoreWins) {
@@ -185,10 +182,10 @@ TEST_F(FlattenedLocations, MayBeFlattenedByTwoAtOnceAndTheLaterStoreWins) {
 TEST_F(FlattenedLocations, AreForgottenEvenWhileOneIsFlattened) {
     const GroupAttribute old = Network("old");
     const GroupAttribute nodes(old.getChildByName("nodes"));
-    const std::uint32_t before = CountOf(nodes);
+    const std::uint32_t before = CountReferences(nodes);
     EXPECT_TRUE(FlattenRoot(old, EmptyFlattenedMaterialCache).getChildByName("nodes.old").isValid())
         << "the caller gets it";
-    EXPECT_EQ(CountOf(nodes), before) << "and nobody else";
+    EXPECT_EQ(CountReferences(nodes), before) << "and nobody else";
     EXPECT_TRUE(FlattenRoot(Network("new")).getChildByName("nodes.new").isValid());
 }
 

@@ -148,9 +148,9 @@ protected:
         TourResult read;
         long kept = 0;
     };
-    /// The op-tree source of a client that could not be made, with its description in nine pieces,
+    /// The op-tree source of a client that could not be made, with its description in nineteen pieces,
     /// is the key under which the next one is kept. So it is there twice then.
-    static constexpr long kKeptAsKeys = 9;
+    static constexpr long kKeptAsKeys = 19;
 
     const TempDirectory folder;
     const std::string opFile = folder.path("scene.oxop");

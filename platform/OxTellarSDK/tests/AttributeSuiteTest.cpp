@@ -6,8 +6,8 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "AttributeNode.h"
 #include "CapturedLog.h"
+#include "ReferenceCount.h"
 
 using namespace OxAttribute;
 using testing::ElementsAre;
@@ -18,10 +18,6 @@ namespace {
 
 const OxAttributeSuite_v1* Suite() {
     return OxGetBuiltInAttributeSuite();
-}
-
-std::uint32_t CountOf(const Attribute& attribute) {
-    return Full(attribute.getHandle())->refCount.load();
 }
 
 struct NamedCheck {
@@ -63,7 +59,7 @@ TEST_P(AttributeSuiteFromC, AllChecksHold) {
 TEST(AttributeSuite, ReadsTimeSamplesThatAHostMade) {
     const FloatAttribute floats({{1.0f, {10, 11}}, {3.0f, {20, 21}}}, 1);
     EXPECT_EQ(checkTimeSamples(Suite(), floats.getHandle()), 0);
-    EXPECT_EQ(CountOf(floats), 1u);
+    EXPECT_EQ(CountReferences(floats), 1u);
 }
 
 TEST(AttributeSuite, ReadsTheStringsOfTheNearestSample) {
@@ -99,23 +95,23 @@ TEST(AttributeSuite, ReadingBorrowsAndLeavesTheCount) {
     Suite()->getGroupInherit(handle);
     Suite()->release(Suite()->getXml(handle));
     Suite()->getChildByName(handle, "b");
-    EXPECT_EQ(CountOf(group), 1u);
+    EXPECT_EQ(CountReferences(group), 1u);
 }
 
 TEST(AttributeSuite, WhatIsReturnedCarriesExactlyOneReference) {
     const IntAttribute child(1);
     const GroupAttribute group({{"a", child}}, true);
-    EXPECT_EQ(CountOf(child), 2u);
+    EXPECT_EQ(CountReferences(child), 2u);
     OxAttributeStruct* const byIndex = Suite()->getChildByIndex(group.getHandle(), 0);
-    EXPECT_EQ(CountOf(child), 3u);
+    EXPECT_EQ(CountReferences(child), 3u);
     OxAttributeStruct* const byName = Suite()->getChildByName(group.getHandle(), "a");
-    EXPECT_EQ(CountOf(child), 4u);
+    EXPECT_EQ(CountReferences(child), 4u);
     Suite()->release(byIndex);
     Suite()->release(byName);
     Suite()->retain(child.getHandle());
-    EXPECT_EQ(CountOf(child), 3u);
+    EXPECT_EQ(CountReferences(child), 3u);
     Suite()->release(child.getHandle());
-    EXPECT_EQ(CountOf(child), 2u);
+    EXPECT_EQ(CountReferences(child), 2u);
 }
 
 TEST(AttributeSuite, AGroupTakesReferencesOfItsOwn) {
@@ -123,9 +119,9 @@ TEST(AttributeSuite, AGroupTakesReferencesOfItsOwn) {
     const char* const names[] = {"a", "b"};
     OxAttributeStruct* const children[] = {child.getHandle(), child.getHandle()};
     OxAttributeStruct* const group = Suite()->createGroup(names, children, 2, 1);
-    EXPECT_EQ(CountOf(child), 3u);
+    EXPECT_EQ(CountReferences(child), 3u);
     Suite()->release(group);
-    EXPECT_EQ(CountOf(child), 1u);
+    EXPECT_EQ(CountReferences(child), 1u);
 }
 
 TEST(AttributeSuite, ValuesMadeThroughItEqualThoseMadeInCpp) {

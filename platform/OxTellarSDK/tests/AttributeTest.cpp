@@ -5,18 +5,10 @@
 
 #include <gmock/gmock.h>
 
-#include "AttributeNode.h"
 #include "AttributePrinter.h"
+#include "ReferenceCount.h"
 
 using namespace OxAttribute;
-
-namespace {
-
-std::uint32_t CountOf(const Attribute& attribute) {
-    return Full(attribute.getHandle())->refCount.load();
-}
-
-} // namespace
 
 TEST(Attribute, ADefaultOneIsInvalidAndAnswersNothing) {
     const Attribute attribute;
@@ -46,23 +38,23 @@ TEST(Attribute, CopiesShareTheValueAndCountIt) {
     {
         const Attribute second = first;
         EXPECT_EQ(second.getHandle(), first.getHandle());
-        EXPECT_EQ(CountOf(first), 2u);
+        EXPECT_EQ(CountReferences(first), 2u);
     }
-    EXPECT_EQ(CountOf(first), 1u);
+    EXPECT_EQ(CountReferences(first), 1u);
 }
 
 TEST(Attribute, MovingLeavesAnInvalidHandleAndCountsNothing) {
     Attribute first = IntAttribute(7);
     const Attribute second = std::move(first);
     EXPECT_FALSE(first.isValid()); // NOLINT(bugprone-use-after-move): that is the contract
-    EXPECT_EQ(CountOf(second), 1u);
+    EXPECT_EQ(CountReferences(second), 1u);
 }
 
 TEST(Attribute, AssignsItselfWithoutLosingTheValue) {
     Attribute attribute = IntAttribute(7);
     Attribute& alias = attribute;
     attribute = alias;
-    EXPECT_EQ(CountOf(attribute), 1u);
+    EXPECT_EQ(CountReferences(attribute), 1u);
     EXPECT_EQ(IntAttribute(attribute).getValue(), 7);
 }
 
@@ -70,7 +62,7 @@ TEST(Attribute, AssignmentLetsTheOldValueGo) {
     const IntAttribute kept(1);
     Attribute attribute = kept;
     attribute = IntAttribute(2);
-    EXPECT_EQ(CountOf(kept), 1u);
+    EXPECT_EQ(CountReferences(kept), 1u);
     EXPECT_EQ(IntAttribute(attribute).getValue(), 2);
 }
 
@@ -79,22 +71,22 @@ TEST(Attribute, SwapExchangesWithoutCounting) {
     one.swap(nothing);
     EXPECT_FALSE(one.isValid());
     EXPECT_EQ(IntAttribute(nothing).getValue(), 1);
-    EXPECT_EQ(CountOf(nothing), 1u);
+    EXPECT_EQ(CountReferences(nothing), 1u);
 }
 
 TEST(Attribute, CHandlesAreSharedStolenRetainedAndDetached) {
     Attribute attribute = IntAttribute(5);
     OxAttributeStruct* const handle = attribute.getRetainedHandle();
-    EXPECT_EQ(CountOf(attribute), 2u);
+    EXPECT_EQ(CountReferences(attribute), 2u);
     const Attribute shared = Attribute::CreateAndRetain(handle);
-    EXPECT_EQ(CountOf(attribute), 3u);
+    EXPECT_EQ(CountReferences(attribute), 3u);
     { const Attribute stolen = Attribute::CreateAndSteal(handle); }
-    EXPECT_EQ(CountOf(attribute), 2u);
+    EXPECT_EQ(CountReferences(attribute), 2u);
     OxAttributeStruct* const detached = attribute.detach();
     EXPECT_FALSE(attribute.isValid());
-    EXPECT_EQ(CountOf(shared), 2u);
+    EXPECT_EQ(CountReferences(shared), 2u);
     Attribute::release(detached);
-    EXPECT_EQ(CountOf(shared), 1u);
+    EXPECT_EQ(CountReferences(shared), 1u);
 }
 
 TEST(Attribute, NullCHandlesMakeInvalidAttributes) {
@@ -122,7 +114,7 @@ TEST(Attribute, MovingIntoAViewOfAnotherTypeLeaksNothing) {
     Attribute copy = number;
     EXPECT_FALSE(StringAttribute(std::move(copy)).isValid());
     copy = Attribute();
-    EXPECT_EQ(CountOf(number), 1u);
+    EXPECT_EQ(CountReferences(number), 1u);
 }
 
 TEST(Attribute, TypesHaveTheirCodes) {

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include "AttributePrinter.h"
+#include "ReferenceCount.h"
 #include "TestOps.h"
 
 using namespace OxAttribute;
@@ -225,5 +226,5 @@ TEST(Lifetime, EvictedResultsAreFreed) {
     const Attribute old = client->cookLocation("/root").getAttrs();
     graph.runtime->evict("/root");
     client->cookLocation("/root");
-    EXPECT_EQ(*reinterpret_cast<const std::uint32_t*>(old.getHandle()), 1u);
+    EXPECT_EQ(CountReferences(old), 1u);
 }

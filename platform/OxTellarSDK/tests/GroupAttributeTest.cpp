@@ -10,15 +10,12 @@
 #include "AttributePrinter.h"
 #include "CollidingNames.h"
 #include "ErrorOf.h"
+#include "ReferenceCount.h"
 
 using namespace OxAttribute;
 using testing::ElementsAre;
 
 namespace {
-
-std::uint32_t CountOf(const Attribute& attribute) {
-    return Full(attribute.getHandle())->refCount.load();
-}
 
 std::vector<std::string> NamesOf(const GroupAttribute& group) {
     std::vector<std::string> names;
@@ -212,7 +209,7 @@ TEST(GroupAttribute, AChildOutlivesItsGroup) {
         child = group.getChildByName("a.b");
     }
     EXPECT_EQ(StringAttribute(child).getValue(), "kept");
-    EXPECT_EQ(CountOf(child), 1u);
+    EXPECT_EQ(CountReferences(child), 1u);
 }
 
 TEST(GroupAttribute, DottedLookupLeavesTheCountsAsTheyWere) {
@@ -221,9 +218,9 @@ TEST(GroupAttribute, DottedLookupLeavesTheCountsAsTheyWere) {
     const GroupAttribute group({{"a", inner}}, true);
     { const Attribute found = group.getChildByName("a.b"); }
     EXPECT_FALSE(group.getChildByName("a.c").isValid());
-    EXPECT_EQ(CountOf(leaf), 2u);
-    EXPECT_EQ(CountOf(inner), 2u);
-    EXPECT_EQ(CountOf(group), 1u);
+    EXPECT_EQ(CountReferences(leaf), 2u);
+    EXPECT_EQ(CountReferences(inner), 2u);
+    EXPECT_EQ(CountReferences(group), 1u);
 }
 
 TEST(GroupAttribute, ATemporaryGroupGivesItsChildrenSafely) {
@@ -277,7 +274,7 @@ TEST(GroupAttribute, OneValueMayBeSharedByManyGroups) {
         std::vector<GroupAttribute> groups;
         for (int i = 0; i < 1000; ++i)
             groups.push_back(GroupAttribute({{"a", leaf}, {"b", leaf}}, true));
-        EXPECT_EQ(CountOf(leaf), 2001u);
+        EXPECT_EQ(CountReferences(leaf), 2001u);
     }
-    EXPECT_EQ(CountOf(leaf), 1u);
+    EXPECT_EQ(CountReferences(leaf), 1u);
 }

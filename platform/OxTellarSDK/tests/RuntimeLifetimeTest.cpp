@@ -9,6 +9,7 @@
 
 #include "AllocatedBytes.h"
 #include "AttributePrinter.h"
+#include "ReferenceCount.h"
 #include "TestOps.h"
 
 using namespace OxAttribute;
@@ -93,8 +94,8 @@ TEST(Lifetime, EverythingIsFreedWithTheRuntime) {
     EXPECT_TRUE(op.expired());
     EXPECT_TRUE(client.expired());
     // The count is the first word of a value.
-    EXPECT_EQ(*reinterpret_cast<const std::uint32_t*>(argument.getHandle()), 1u);
-    EXPECT_EQ(*reinterpret_cast<const std::uint32_t*>(cooked.getHandle()), 1u);
+    EXPECT_EQ(CountReferences(argument), 1u);
+    EXPECT_EQ(CountReferences(cooked), 1u);
 }
 
 TEST(Lifetime, ASmallSceneTakesLittleMemory) {
@@ -121,15 +122,12 @@ TEST(Lifetime, ARuntimeFreesResultsWithoutClients) {
         Graph graph(runtime);
         return graph.commit(graph.op(kSource, {Value(value)}))->cookLocation("/root").getAttrs();
     };
-    const auto countOf = [](const Attribute& attribute) {
-        return *reinterpret_cast<const std::uint32_t*>(attribute.getHandle());
-    };
     const Attribute first = cookAndForget(1);
     const Attribute second = cookAndForget(2); // a commit lets the first go
-    EXPECT_EQ(countOf(first), 1u);
-    EXPECT_EQ(countOf(second), 2u);
+    EXPECT_EQ(CountReferences(first), 1u);
+    EXPECT_EQ(CountReferences(second), 2u);
     runtime->finalize();
-    EXPECT_EQ(countOf(second), 1u);
+    EXPECT_EQ(CountReferences(second), 1u);
 }
 
 TEST(Lifetime, ARuntimeKeepsResultsForTheNextRenderOfTheSameScene) {

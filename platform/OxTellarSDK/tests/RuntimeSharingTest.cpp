@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include "AttributePrinter.h"
+#include "ReferenceCount.h"
 #include "TestOps.h"
 
 using namespace OxAttribute;
@@ -140,7 +141,7 @@ TEST(TakenResults, AreCookedAgainByTheNextCook) {
         graph.commit(graph.op(kPass, {}, {graph.op(kSource, {Value(3), Counted("taken")})}));
     const Attribute cooked = client->cookLocation("/root").getAttrs();
     client->takeResults();
-    EXPECT_EQ(*reinterpret_cast<const std::uint32_t*>(cooked.getHandle()), 1u);
+    EXPECT_EQ(CountReferences(cooked), 1u);
     EXPECT_FALSE(client->getCachedLocation("/root").isValid());
     graph.runtime->evict("/root");
     graph.runtime->finalize();

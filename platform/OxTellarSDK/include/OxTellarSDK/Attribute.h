@@ -182,10 +182,10 @@ public:
     ConstStringSample(Attribute attribute, const char* text, std::uint32_t size)
         : owner(std::move(attribute)), bytes(text), byteCount(size + 1), count(1) {}
     /// `firstEnd` is where the first string starts and, from the next word on, where each of
-    /// them ends, its NUL included, in the `byteCount` bytes from `firstByte` on.
+    /// them ends, its NUL included, in the `size` bytes from `firstByte` on.
     ConstStringSample(Attribute attribute, const std::uint32_t* firstEnd, const char* firstByte,
-                      std::uint32_t byteCount, std::int64_t stringCount)
-        : owner(std::move(attribute)), ends(firstEnd), bytes(firstByte), byteCount(byteCount),
+                      std::uint32_t size, std::int64_t stringCount)
+        : owner(std::move(attribute)), ends(firstEnd), bytes(firstByte), byteCount(size),
           count(stringCount) {}
 
     std::size_t size() const noexcept { return static_cast<std::size_t>(count); }
