@@ -1,6 +1,7 @@
 #include "drawing/TextureCache.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
 #include <cstdlib>
 #include <functional>
@@ -11,6 +12,8 @@
 #include <vector>
 
 #include <OxTellarSDK/MemoryBudget.h>
+
+#include "drawing/SmallTiles.h"
 
 namespace lantern {
 namespace {
@@ -55,70 +58,146 @@ MemoryNeed& Need() {
     return need;
 }
 
-std::uint64_t MemoryOfTiles(OIIO::ImageCache& cache) {
-    long long used = 0;
-    cache.getattribute("stat:cache_memory_used", OIIO::TypeDesc::INT64, &used);
-    return static_cast<std::uint64_t>(std::max(used, 0ll));
+/// What the image library tells of a cache.
+struct TileCounts {
+    std::uint64_t bytes = 0;
+    std::uint64_t tiles = 0;
+    std::uint64_t asked = 0; // since the cache was made
+    std::uint64_t read = 0;  // likewise
+};
+
+template <typename Number>
+std::uint64_t Told(OIIO::ImageCache& cache, const char* name, OIIO::TypeDesc type) {
+    Number value = 0;
+    cache.getattribute(name, type, &value);
+    return static_cast<std::uint64_t>(std::max(value, Number{0}));
 }
 
-std::uint64_t NumberOfTiles(OIIO::ImageCache& cache) {
-    int tiles = 0;
-    cache.getattribute("stat:tiles_current", tiles);
-    return static_cast<std::uint64_t>(std::max(tiles, 0));
+TileCounts CountsOf(OIIO::ImageCache& cache) {
+    using OIIO::TypeDesc;
+    return {Told<std::int64_t>(cache, "stat:cache_memory_used", TypeDesc::INT64),
+            Told<int>(cache, "stat:tiles_current", TypeDesc::INT),
+            Told<std::int64_t>(cache, "stat:find_tile_calls", TypeDesc::INT64),
+            Told<int>(cache, "stat:tiles_created", TypeDesc::INT)};
 }
 
-/// What the tiles of the shared cache count.
+void FreeTiles(OIIO::ImageCache& cache, std::uint64_t wanted);
+
+/// The shared cache in the budget of memory.
 class TextureMemory final : public OxTellarMemory::Cache {
 public:
     TextureMemory() : Cache("textures of lantern") {}
 
-    void note(std::uint64_t nowBytes, std::uint64_t nowTiles) {
+    /// The present cache; null if nobody uses one.
+    std::shared_ptr<OIIO::ImageCache> get() {
         const std::lock_guard<std::mutex> guard(lock);
-        nowBytes > bytes ? added(nowBytes - bytes, 0) : removed(bytes - nowBytes, 0);
-        nowTiles > tiles ? added(0, nowTiles - tiles) : removed(0, tiles - nowTiles);
-        bytes = nowBytes;
-        tiles = nowTiles;
+        return current.lock();
     }
 
-    std::uint64_t drop(std::uint32_t, std::uint64_t) override { return 0; }
+    /// The present cache, or one that `make` returns.
+    template <typename Make>
+    std::shared_ptr<OIIO::ImageCache> get(Make make) {
+        const std::lock_guard<std::mutex> guard(lock);
+        std::shared_ptr<OIIO::ImageCache> cache = current.lock();
+        if (!cache) current = cache = make();
+        return cache;
+    }
+
+    void noteUse() { usedIn.store(OxTellarMemory::CurrentTick(), std::memory_order_relaxed); }
+
+    void note(const TileCounts& now) {
+        const std::lock_guard<std::mutex> guard(countLock);
+        noteQuestions(now);
+        now.bytes > known.bytes ? added(now.bytes - known.bytes, 0)
+                                : removed(known.bytes - now.bytes, 0);
+        now.tiles > known.tiles ? added(0, now.tiles - known.tiles)
+                                : removed(0, known.tiles - now.tiles);
+        known = now;
+    }
+
+    /// Tiles have no ages: they are as old as the last use of any of them. The library itself keeps
+    /// those that were used since it looked last.
+    std::uint64_t drop(std::uint32_t usedBefore, std::uint64_t wanted) override {
+        const std::shared_ptr<OIIO::ImageCache> cache = get();
+        if (!cache || usedIn.load(std::memory_order_relaxed) >= usedBefore) return 0;
+        note(CountsOf(*cache));
+        FreeTiles(*cache, wanted);
+        return noteDropped(CountsOf(*cache));
+    }
 
 private:
-    std::mutex lock; // guards what was counted last
-    std::uint64_t bytes = 0;
-    std::uint64_t tiles = 0;
+    /// The lock is held.
+    void noteQuestions(const TileCounts& now) {
+        const std::uint64_t asked = now.asked - std::min(known.asked, now.asked);
+        const std::uint64_t read = now.read - std::min(known.read, now.read);
+        miss(read);
+        hit(asked - std::min(read, asked));
+    }
+
+    std::uint64_t noteDropped(const TileCounts& now) {
+        const std::lock_guard<std::mutex> guard(countLock);
+        noteQuestions(now);
+        const std::uint64_t bytes = known.bytes - std::min(known.bytes, now.bytes);
+        const std::uint64_t tiles = known.tiles - std::min(known.tiles, now.tiles);
+        dropped(bytes, tiles);
+        known.asked = now.asked;
+        known.read = now.read;
+        known.bytes -= bytes;
+        known.tiles -= tiles;
+        return bytes;
+    }
+
+    std::mutex lock; // guards the cache
+    std::weak_ptr<OIIO::ImageCache> current;
+    std::mutex countLock; // guards what was counted last
+    TileCounts known;
+    std::atomic<std::uint32_t> usedIn{0};
 };
 
-/// The cache stays in the list of all caches when the plug-in is closed, so it is never destroyed.
+/// It stays in the list of all caches when the plug-in is closed, so it is never destroyed.
 TextureMemory& Memory() {
     static auto* const memory = new TextureMemory;
     return *memory;
 }
 
+double LeastLimit(OIIO::ImageCache& cache, const MemoryNeed& need) {
+    return std::max(need.largest, double(CountsOf(cache).bytes)) / kMostTimesLimit;
+}
+
+void SetLimit(OIIO::ImageCache& cache, double bytes) {
+    cache.attribute("max_memory_MB", static_cast<float>(bytes / kBytesPerMegabyte));
+}
+
 void Apply(OIIO::ImageCache& cache, const MemoryNeed& need) {
-    const auto used = static_cast<double>(MemoryOfTiles(cache));
-    const double bytes = std::max(need.largest, used) / kMostTimesLimit;
-    cache.attribute("max_memory_MB", static_cast<float>(std::max(double(need.megabytes),
-                                                                 bytes / kBytesPerMegabyte)));
+    SetLimit(cache, std::max(need.megabytes * kBytesPerMegabyte, LeastLimit(cache, need)));
+}
+
+/// The library frees tiles when it adds one to a cache that is full: here, a tile of one texel to a
+/// cache with a low limit.
+void FreeTiles(OIIO::ImageCache& cache, std::uint64_t wanted) {
+    const std::lock_guard<std::mutex> guard(NeedLock());
+    const double rest = double(CountsOf(cache).bytes) - double(wanted);
+    SetLimit(cache, std::max(rest, LeastLimit(cache, Need())));
+    AddSmallTile(cache);
+    Apply(cache, Need());
 }
 
 } // namespace
 
 std::shared_ptr<OIIO::ImageCache> SharedTextureCache() {
-    static std::mutex lock;
-    static std::weak_ptr<OIIO::ImageCache> current;
-    const std::lock_guard<std::mutex> guard(lock);
-    std::shared_ptr<OIIO::ImageCache> cache = current.lock();
-    if (cache) return cache;
-    // Not the one that OpenImageIO shares with the host, whose options are not ours to change.
-    cache.reset(OIIO::ImageCache::create(false), [](OIIO::ImageCache* made) {
-        OIIO::ImageCache::destroy(made);
-        Memory().note(0, 0);
+    Memory().noteUse();
+    return Memory().get([] {
+        // Not the one that OpenImageIO shares with the host, whose options are not ours to change.
+        std::shared_ptr<OIIO::ImageCache> cache(OIIO::ImageCache::create(false),
+                                                [](OIIO::ImageCache* made) {
+                                                    OIIO::ImageCache::destroy(made);
+                                                    Memory().note({});
+                                                });
+        cache->attribute("unassociatedalpha", 1); // do not multiply colors by alpha
+        const std::lock_guard<std::mutex> guard(NeedLock());
+        Need() = {};
+        return cache;
     });
-    cache->attribute("unassociatedalpha", 1); // do not multiply colors by alpha
-    current = cache;
-    const std::lock_guard<std::mutex> needGuard(NeedLock());
-    Need() = {};
-    return cache;
 }
 
 void LimitTextureMemory(OIIO::ImageCache& cache, int megabytes) {
@@ -138,7 +217,8 @@ void AddTexturePiece(OIIO::ImageCache& cache, const std::string& file, std::uint
 }
 
 void NoteTextureMemory(OIIO::ImageCache& cache) {
-    Memory().note(MemoryOfTiles(cache), NumberOfTiles(cache));
+    Memory().noteUse();
+    Memory().note(CountsOf(cache));
     OxTellarMemory::RelieveMemory();
 }
 

@@ -23,7 +23,7 @@ void LimitTextureMemory(OIIO::ImageCache& cache, int megabytes);
 void AddTexturePiece(OIIO::ImageCache& cache, const std::string& file, std::uint64_t bytes);
 
 /// Tells the statistics of the process (OxTellarSDK/MemoryBudget.h) how much the tiles take by now.
-/// Tiles are in use while a cache exists, so they are not dropped for other things.
+/// When the process is short of memory, tiles are removed after all that was used before them.
 void NoteTextureMemory(OIIO::ImageCache& cache);
 
 /// Does that now and then, for a thread that uses a tile.

@@ -109,8 +109,10 @@ public:
     Cache(const Cache&) = delete;
     Cache& operator=(const Cache&) = delete;
 
-    void hit() noexcept;
-    void miss() noexcept;
+    /// Something was asked for, and was there.
+    void hit(std::uint64_t times = 1) noexcept;
+    /// Something was asked for that had to be made.
+    void miss(std::uint64_t times = 1) noexcept;
     /// An entry was added that takes so many bytes, with all that it alone keeps alive.
     void added(std::uint64_t bytes, std::uint64_t entries = 1) noexcept;
     /// An entry was removed by its owner. With 0 entries: it takes less than before.

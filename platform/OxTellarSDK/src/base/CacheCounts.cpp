@@ -219,12 +219,12 @@ void CacheCounts::Flush() noexcept {
         PassOn(lines[number], number);
 }
 
-void Cache::hit() noexcept {
-    CacheCounts::Hit(*this);
+void Cache::hit(std::uint64_t times) noexcept {
+    LineOfThread(number).add(&Line::hits, times);
 }
 
-void Cache::miss() noexcept {
-    LineOfThread(number).add(&Line::misses, 1);
+void Cache::miss(std::uint64_t times) noexcept {
+    LineOfThread(number).add(&Line::misses, times);
 }
 
 void Cache::added(std::uint64_t bytes, std::uint64_t entries) noexcept {

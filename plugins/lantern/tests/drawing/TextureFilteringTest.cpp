@@ -223,6 +223,43 @@ TEST_F(TextureFiltering, CountsItsTilesInTheBudgetOfTheProcess) {
     EXPECT_EQ(CountedTextures().entries, 0u);
 }
 
+TEST_F(TextureFiltering, FreesTilesForOtherCachesAndReadsThemAgain) {
+    SceneData scene;
+    for (int i = 0; i < 12; ++i) {
+        const std::string name = "image" + std::to_string(i) + ".png";
+        scene.textures.push_back(
+            of(image(name, 512, 512, 1, std::vector<float>(512 * 512, float(i) / 255))));
+    }
+    OxTellarMemory::SetMemoryLimit(64 << 20);
+    Report report;
+    const auto cache = SharedTextureCache();
+    const Textures textures(scene, report);
+    const auto readAll = [&] {
+        for (Index i = 0; i < 12; ++i) {
+            Color value;
+            ASSERT_TRUE(textures.color(i, V2f(0.5f), 0, value));
+            EXPECT_NEAR(value.x, float(i) / 255, 1e-4f);
+        }
+        NoteTextureMemory(*cache);
+    };
+    OxTellarMemory::ResetMemoryStatistics();
+    readAll();
+    EXPECT_GE(CountedTextures().bytes, 12u * 512u * 512u);
+    EXPECT_GE(CountedTextures().misses, 12u);
+    OxTellarMemory::ResetMemoryStatistics();
+    readAll();
+    EXPECT_GE(CountedTextures().hits, 12u);
+    EXPECT_EQ(CountedTextures().misses, 0u);
+
+    OxTellarMemory::SetMemoryLimit(1 << 20);
+    EXPECT_LE(CountedTextures().bytes, 1u << 20);
+    EXPECT_GE(CountedTextures().drops, 8u);
+    OxTellarMemory::SetMemoryLimit(64 << 20);
+    readAll();
+    EXPECT_GE(CountedTextures().misses, 8u);
+    OxTellarMemory::SetMemoryLimit(OxTellarMemory::GetDefaultMemoryLimit());
+}
+
 TEST(TextureMemory, IsAtMostHalfOfWhatTheProcessMayKeep) {
     OxTellarMemory::SetMemoryLimit(100 << 20);
     EXPECT_EQ(TextureMemoryLimit(70), 50);
