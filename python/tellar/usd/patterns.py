@@ -3,11 +3,11 @@
 from __future__ import annotations
 
 import math
-from collections.abc import Callable
 from typing import TYPE_CHECKING, Any
 
 from pxr import Sdf, Usd, UsdShade
 
+from .arithmetic import ARITHMETIC, CHANNELS, Handler
 from .networks import Constant, Network, Node, Source, Value, combined, constant, float_attribute
 from .primvars import arbitrary_name
 from .shader_values import constant_of, kept_value
@@ -17,8 +17,6 @@ if TYPE_CHECKING:
     from .context import ImportContext
 
 
-_CHANNELS = {"r": 0, "g": 1, "b": 2, "a": 3, "outr": 0, "outg": 1, "outb": 2, "outa": 3,
-             "outx": 0, "outy": 1, "outz": 2, "x": 0, "y": 1, "z": 2, "w": 3}
 _WRAPS = {
     "black": "decal", "clamp": "clamp", "mirror": "mirror", "repeat": "repeat",
     # A file without metadata of its own is black outside.
@@ -310,7 +308,7 @@ class Translator:
             fallback = constant(0, 0, 0, 1)
         if any(one != 1 for one in scale):
             node.parameters["multiply"] = float_attribute(scale)
-        index = _CHANNELS.get(output)
+        index = CHANNELS.get(output)
         if index is not None:
             fallback, bias = fallback.channel(index), bias.channel(index)
         else:
@@ -357,67 +355,6 @@ class Translator:
         fallback = self.value(shader, fallback_input) if fallback_input else None
         return Source(node.key, "out", fallback if isinstance(fallback, Constant) else constant(0))
 
-    def _constant(self, shader: UsdShade.Shader, _: str) -> Value:
-        value: Value = self.value(shader, "value", constant(0))
-        return value
-
-    def _pass(self, shader: UsdShade.Shader, _: str) -> Value:
-        value: Value = self.value(shader, "in", constant(0))
-        return value
-
-    def _multiply(self, shader: UsdShade.Shader, _: str) -> Value:
-        return self.network.multiply(self.value(shader, "in1", constant(0)),
-                                     self.value(shader, "in2", constant(1)))
-
-    def _add(self, shader: UsdShade.Shader, _: str) -> Value:
-        return self.network.add_values(self.value(shader, "in1", constant(0)),
-                                       self.value(shader, "in2", constant(0)))
-
-    def _subtract(self, shader: UsdShade.Shader, _: str) -> Value:
-        taken = self.value(shader, "in2", constant(0))
-        return self.network.add_values(self.value(shader, "in1", constant(0)),
-                                       self.network.multiply(taken, constant(-1)))
-
-    def _mix(self, shader: UsdShade.Shader, _: str) -> Value:
-        return self.network.mix(self.value(shader, "bg", constant(0)),
-                                self.value(shader, "fg", constant(0)),
-                                self.value(shader, "mix", constant(0)))
-
-    def _invert(self, shader: UsdShade.Shader, _: str) -> Value:
-        amount = self.value(shader, "amount", constant(1))
-        value = self.value(shader, "in", constant(0))
-        if isinstance(amount, Constant) and all(one == 1 for one in amount.numbers):
-            return self.network.invert(value)
-        return self.network.add_values(amount, self.network.multiply(value, constant(-1)))
-
-    def _extract(self, shader: UsdShade.Shader, _: str) -> Value:
-        index = int(self.number(shader, "index", 0))
-        return self.network.channel(self.value(shader, "in", constant(0)), min(max(index, 0), 3))
-
-    def _separate(self, shader: UsdShade.Shader, output: str) -> Value:
-        value = self.value(shader, "in", constant(0))
-        return self.network.channel(value, _CHANNELS.get(output, 0))
-
-    def _combine(self, shader: UsdShade.Shader, _: str) -> Value | None:
-        values = [self.value(shader, f"in{i}", constant(0)) for i in (1, 2, 3)]
-        if all(isinstance(value, Constant) and len(value.numbers) == 1 for value in values):
-            times = sorted({t for value in values for t in value.samples})
-            return Constant({t: tuple(v.at(t)[0] for v in values) for t in times})
-        if any(isinstance(value, Constant) and len(value.numbers) > 1 for value in values):
-            return None  # a color and an alpha
-        node = self.network.add(shader.GetPrim().GetName(), "multiply")
-        node.parameters["a"] = float_attribute((0.0, 0.0, 0.0))
-        for channel, value in zip("rgb", values):
-            self._feed_component(node, channel, value)
-        return Source(node.key)
-
-    def _feed_component(self, node: Node, channel: str, value: Value) -> None:
-        if isinstance(value, Constant):
-            held = self.network.add(f"{node.key}_{channel}", "constant")
-            held.feed("value", value)
-            value = Source(held.key)
-        node.connections[f"a:{channel}"] = value.connection
-
     def _checkerboard(self, shader: UsdShade.Shader, _: str) -> Value:
         node = self.network.add(shader.GetPrim().GetName(), "checker")
         node.feed("color1", self.value(shader, "color1", constant(1, 1, 1)))
@@ -441,26 +378,13 @@ def _first_three(value: Constant) -> Constant:
     return Constant({time: numbers[:3] for time, numbers in value.samples.items()})
 
 
-_Handler = Callable[[Translator, UsdShade.Shader, str], Value | None]
-_HANDLERS: dict[str, _Handler] = {
+_HANDLERS: dict[str, Handler] = {
+    **ARITHMETIC,
     "UsdUVTexture": Translator._uv_texture,
     "UsdPrimvarReader": Translator._primvar,
     "image": Translator._image,
     "tiledimage": Translator._tiled_image,
     "geompropvalue": Translator._geomprop,
     "geomcolor": Translator._geomcolor,
-    "constant": Translator._constant,
-    "dot": Translator._pass,
-    "convert": Translator._pass,
-    "multiply": Translator._multiply,
-    "add": Translator._add,
-    "subtract": Translator._subtract,
-    "mix": Translator._mix,
-    "invert": Translator._invert,
-    "extract": Translator._extract,
-    "separate3": Translator._separate,
-    "separate4": Translator._separate,
-    "combine3": Translator._combine,
     "checkerboard": Translator._checkerboard,
-    "normalmap": Translator._pass,
 }
