@@ -212,12 +212,14 @@ TEST(Dropping, CountsNothingAfterTheLastUserIsGone) {
 
 TEST(Dropping, WorksBesideThreadsThatWalkATenfoldOfTheLimit) {
     constexpr int kWidth = TellarTest::kSanitized ? 22 : 34;
-    const Limited limited;
     Graph graph;
     const Client client = graph.commit(
         graph.chain(graph.op(kSource, {Children(NamesOf(kWidth, "a long name of a child number ")),
                                        Counted("many")}),
                     1));
+    ASSERT_EQ(WrongBelow(client, client->cookLocation("/root"), "/root", 3), 0);
+    ASSERT_GE(ResultStatistics().bytes, 10 * kLimit) << "the scene is too small for this test";
+    const Limited limited;
     OxTellarMemory::ResetMemoryStatistics();
     std::atomic<int> wrong{0};
     RunTogether(8, [&](int number) {
