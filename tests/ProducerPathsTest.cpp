@@ -155,4 +155,33 @@ TEST(GeometryProducer, ResolvesDotsOfAPathByAskingForThem) {
     EXPECT_THAT(questions, ElementsAre("root looks at .", ". looks at ..", ".. evicts a"));
 }
 
+/// Paths as callers write them, good ones and bad ones.
+std::vector<std::string> WrittenPaths() {
+    std::vector<std::string> paths = {"", "/", "//", ".", "..", "/root/..", "/root/../root"};
+    for (const char* start : {"/root", "root", "//root", "./world", "other", "ro\0ot"})
+        for (const char* rest :
+             {"", "/", "/world", "/world/", "//world", "/./world", "/world/../world", "/world/geo",
+              "/world/geo/..", "/world/none", "/world/geo/x"})
+            paths.push_back(std::string(start) + rest);
+    paths.emplace_back("/root/wor\0ld", 12);
+    paths.emplace_back("/root\0/world", 12);
+    paths.emplace_back("/root/world\0/geo", 16);
+    return paths;
+}
+
+TEST(ProducerByPathOfARuntime, IsWhatAProducerOfAnotherKindFinds) {
+    const OxAttribute::GroupAttribute tree =
+        Location({}, {{"world", Location({}, {{"geo", Location({})}, {"cam", Location({})}})},
+                      {"materials", Location({})}});
+    const Ptr root = TELLAR::CreateThreadAwareGeometryProducer(SceneTree(tree), "/root");
+    const Ptr expected = StaticRoot(tree);
+    int found = 0;
+    for (const std::string& path : WrittenPaths()) {
+        const Ptr location = root->getProducerByPath(path);
+        EXPECT_EQ(NameOf(location), NameOf(expected->getProducerByPath(path))) << path;
+        if (location) ++found;
+    }
+    EXPECT_GT(found, 10);
+}
+
 } // namespace

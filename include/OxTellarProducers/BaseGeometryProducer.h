@@ -1,6 +1,7 @@
 #ifndef OXTELLARPRODUCERS_BASEGEOMETRYPRODUCER_H
 #define OXTELLARPRODUCERS_BASEGEOMETRYPRODUCER_H
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -14,6 +15,10 @@
 #include <OxTellarProducers/GeometryProducer.h>
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/TellarRuntime.h>
+
+namespace OxXFormUtil {
+struct InheritedTransforms;
+}
 
 namespace TELLAR {
 
@@ -58,9 +63,10 @@ protected:
     const ProducerTree& getTree() const { return *tree; }
 
 private:
-    friend class GeometryProducer; // for getChildByIndex
+    friend class GeometryProducer; // for getChildByIndex and getProducerByPath
     friend class OwnLocation;
     Ptr findChildAt(std::int64_t index, bool evict);
+    Ptr findChildNamed(std::string_view wanted, bool evict);
     Ptr findChildAmong(const OxAttribute::StringAttribute& names, std::string_view wanted,
                        bool evict);
     Ptr findExistingChild(std::int64_t firstIndex, bool evict);
@@ -79,6 +85,8 @@ private:
     const std::int64_t childIndex;
     const boost::intrusive_ptr<const ProducerTree> ownedTree; // null when an ancestor owns it
     const ProducerTree* const tree; // null for a variant that is not of this library
+    // What the children inherit; null until one of them is asked. Owned.
+    std::atomic<const OxXFormUtil::InheritedTransforms*> transforms{nullptr};
 };
 
 /// The base of the library's own variants, whose producers share a client with their whole tree.

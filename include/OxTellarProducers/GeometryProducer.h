@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include <boost/smart_ptr/intrusive_ptr.hpp>
 #include <boost/smart_ptr/intrusive_ref_counter.hpp>
@@ -93,6 +94,7 @@ public:
 private:
     friend class BaseGeometryProducer;
     friend class OwnLocation;
+    Ptr findOwnByPath(std::string_view path, bool evict);
 
     bool isOwn = false; // made by the library's own navigation or factories, of no derived class
     Ptr parent;

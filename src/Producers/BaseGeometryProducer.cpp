@@ -4,6 +4,7 @@
 #include <new>
 #include <string_view>
 
+#include <OxTellarSDK/AttributeChain.h>
 #include <boost/container/small_vector.hpp>
 
 #include "LocationNames.h"
@@ -48,7 +49,9 @@ ProducerParts PartsFromCaller(ProducerTree::Ptr tree, std::string path,
     return parts;
 }
 
-BaseGeometryProducer::~BaseGeometryProducer() = default;
+BaseGeometryProducer::~BaseGeometryProducer() {
+    delete transforms.load(std::memory_order_relaxed);
+}
 
 void* BaseGeometryProducer::operator new(std::size_t bytes) {
     return SpareMemory<BaseGeometryProducer>::Take(bytes);
@@ -97,11 +100,19 @@ std::string BaseGeometryProducer::getHash() {
 
 GeometryProducer::Ptr BaseGeometryProducer::getChildByName(const char* name, bool evict) {
     const std::string_view wanted = name ? name : "";
+    if (!isFromCaller) return findChildNamed(wanted, evict);
     if (wanted == "..") return getParent();
     if (wanted == ".") return this;
     RefuseDeepName(wanted);
-    return isFromCaller ? findChildAmong(getPotentialChildren(), wanted, evict)
-                        : findChildAmong(locationData.getPotentialChildren(), wanted, evict);
+    return findChildAmong(getPotentialChildren(), wanted, evict);
+}
+
+/// Of a producer that is not from a caller: what getChildByName does.
+GeometryProducer::Ptr BaseGeometryProducer::findChildNamed(std::string_view wanted, bool evict) {
+    if (wanted == "..") return getParent();
+    if (wanted == ".") return this;
+    RefuseDeepName(wanted);
+    return findChildAmong(locationData.getPotentialChildren(), wanted, evict);
 }
 
 GeometryProducer::Ptr BaseGeometryProducer::findChildAmong(const StringAttribute& names,

@@ -65,7 +65,17 @@ GeometryProducer::Ptr GeometryProducer::getRootProducer() {
     return root;
 }
 
+namespace {
+
+/// Whether getChildByName gets all of each name of the path, which ends at a NUL byte.
+bool IsWithoutNul(const std::string& path) {
+    return path.find('\0') == std::string::npos;
+}
+
+} // namespace
+
 GeometryProducer::Ptr GeometryProducer::getProducerByPath(const std::string& path, bool evict) {
+    if (isOwn && IsWithoutNul(path)) return findOwnByPath(path, evict);
     PathParts parts(path);
     std::string part(parts.next());
     Ptr current = this;
@@ -76,6 +86,24 @@ GeometryProducer::Ptr GeometryProducer::getProducerByPath(const std::string& pat
     while (current && !parts.isAtEnd()) {
         part = parts.next();
         current = current->getChildByName(part.c_str(), parts.isAtEnd() && evict);
+    }
+    return current;
+}
+
+/// Of a producer of the library's own kind, as all are that it leads to. No copies of names.
+GeometryProducer::Ptr GeometryProducer::findOwnByPath(std::string_view path, bool evict) {
+    PathParts parts(path);
+    const std::string_view first = parts.next();
+    Ptr current = this;
+    if (first == "." || first == "..")
+        current = static_cast<BaseGeometryProducer*>(this)->findChildNamed(first, parts.isAtEnd() &&
+                                                                                      evict);
+    else if (first != OwnLocation::of(*this).getName())
+        return nullptr;
+    while (current && !parts.isAtEnd()) {
+        const std::string_view part = parts.next();
+        auto* const here = static_cast<BaseGeometryProducer*>(current.get());
+        current = here->findChildNamed(part, parts.isAtEnd() && evict);
     }
     return current;
 }
@@ -112,7 +140,7 @@ Attribute GeometryProducer::getGlobalAttribute(const std::string& name) {
 
 GroupAttribute GeometryProducer::getGlobalXFormGroup() {
     if (const OwnLocation own = OwnLocation::of(*this))
-        return OxXFormUtil::MakeTransformGroup(AncestorAttributes(own).chain());
+        return OxXFormUtil::MakeTransformGroup(own.getAttrs(), own.getInheritedTransforms());
     boost::container::small_vector<Attribute, 16> xforms; // this location's first
     for (GeometryProducer* producer = this; producer; producer = producer->parent.get())
         xforms.push_back(producer->getAttribute("xform"));

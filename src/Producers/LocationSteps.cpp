@@ -3,6 +3,8 @@
 #include <memory>
 #include <utility>
 
+#include <boost/container/small_vector.hpp>
+
 #include "LocationNames.h"
 #include "ProducerTree.h"
 
@@ -109,6 +111,28 @@ std::int64_t OwnLocation::findIndex() const {
 
 std::int64_t OwnLocation::findChild(std::string_view name) const {
     return IndexOf(name, producer->locationData.getPotentialChildren());
+}
+
+/// Goes up to an ancestor that has been asked before, and down again: locations may be nested
+/// deeper than the stack. Threads that meet here make them each, and keep those of the first one.
+const OxXFormUtil::InheritedTransforms& OwnLocation::makeTransforms() const {
+    using OxXFormUtil::InheritedTransforms;
+    boost::container::small_vector<BaseGeometryProducer*, 16> levels; // this one first
+    const InheritedTransforms* known = nullptr;
+    for (OwnLocation level = *this; level && !known; level = level.getParent()) {
+        known = level.producer->transforms.load(std::memory_order_acquire);
+        if (!known) levels.push_back(level.producer);
+    }
+    for (; !levels.empty(); levels.pop_back()) {
+        BaseGeometryProducer& level = *levels.back();
+        auto made =
+            std::make_unique<const InheritedTransforms>(level.locationData.getAttrs(), known);
+        known = nullptr;
+        if (level.transforms.compare_exchange_strong(known, made.get(), std::memory_order_acq_rel,
+                                                     std::memory_order_acquire))
+            known = made.release();
+    }
+    return *known;
 }
 
 LocationStep OwnLocation::getFailedChild(std::int64_t index, std::exception_ptr error) const {

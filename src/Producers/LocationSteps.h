@@ -8,6 +8,7 @@
 
 #include <OxTellarProducers/BaseGeometryProducer.h>
 #include <OxTellarProducers/GeometryProducer.h>
+#include <OxTellarSDK/AttributeChain.h>
 
 // Navigation that tells a location which could not be cooked from one that does not exist. The
 // location is then still reached, and so are its siblings.
@@ -48,6 +49,17 @@ public:
     }
     /// Empty for a root.
     OwnLocation getParent() const { return known(producer->getRawParentPtr()); }
+    /// What the locations below inherit. Belongs to the producer, which makes it for the first one
+    /// that asks.
+    const OxXFormUtil::InheritedTransforms& getTransforms() const {
+        const auto* known = producer->transforms.load(std::memory_order_acquire);
+        return known ? *known : makeTransforms();
+    }
+    /// What the location inherits; null for a root.
+    const OxXFormUtil::InheritedTransforms* getInheritedTransforms() const {
+        const OwnLocation parent = getParent();
+        return parent ? &parent.getTransforms() : nullptr;
+    }
     std::int64_t getNumberOfChildren() const;
     /// The name of a potential child, borrowed from the producer, with a zero byte behind it. Empty
     /// when out of range.
@@ -68,6 +80,7 @@ public:
 private:
     explicit OwnLocation(BaseGeometryProducer* producer) : producer(producer) {}
     std::int64_t findIndex() const;
+    const OxXFormUtil::InheritedTransforms& makeTransforms() const;
 
     BaseGeometryProducer* producer = nullptr;
 };

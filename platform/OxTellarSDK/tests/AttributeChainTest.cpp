@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <random>
 #include <string>
 #include <utility>
@@ -36,6 +37,23 @@ public:
 
 private:
     std::vector<const GroupAttribute*> pointers;
+};
+
+/// What the location inherits: made from the root down, as locations are.
+class Inherited {
+public:
+    explicit Inherited(const Groups& groups) {
+        for (std::size_t level = groups.size(); level-- > 1;)
+            made.push_back(std::make_unique<OxXFormUtil::InheritedTransforms>(
+                groups[level], made.empty() ? nullptr : made.back().get()));
+    }
+    /// Null for a root.
+    const OxXFormUtil::InheritedTransforms* get() const {
+        return made.empty() ? nullptr : made.back().get();
+    }
+
+private:
+    std::vector<std::unique_ptr<OxXFormUtil::InheritedTransforms>> made;
 };
 
 /// Asks the groups level by level, as a producer of any kind does.
@@ -155,27 +173,111 @@ TEST(AttributeChain, SharesAPlainValueInsteadOfCopyingIt) {
 TEST(AttributeChain, OfNoLocationsHasNothing) {
     double matrix[16] = {7};
     EXPECT_FALSE(getGlobalAttrOfChain({nullptr, 0}, "a").isValid());
-    EXPECT_EQ(OxXFormUtil::MakeTransformGroup({nullptr, 0}), GroupAttribute(false));
     EXPECT_FALSE(OxXFormUtil::CalcTransformMatrixOfChain({nullptr, 0}, 0, matrix));
     EXPECT_EQ(matrix[0], 7);
 }
 
-TEST(AttributeChain, GivesTheTransformGroupThatABuilderGives) {
-    std::mt19937 random(3);
-    for (int scene = 0; scene < 200; ++scene) {
-        const Groups groups = RandomTransforms(random);
-        ASSERT_EQ(OxXFormUtil::MakeTransformGroup(Chain(groups)), ByBuilder(groups)) << scene;
-    }
+namespace {
+
+GroupAttribute MakeGroupOf(const Groups& groups) {
+    return OxXFormUtil::MakeTransformGroup(groups.front(), Inherited(groups).get());
 }
 
-TEST(AttributeChain, NamesTransformsBelowManyLevelsByTheirDepth) {
+void InFiles(Groups& groups) {
+    for (GroupAttribute& group : groups)
+        group = ContainerBytes::Read(ContainerBytes::Write(group));
+}
+
+bool IsSameMatrix(const double* a, const DoubleAttribute& b) {
+    return std::memcmp(a, b.getNearestSample(0).data(), 16 * sizeof(double)) == 0;
+}
+
+/// Compares what goes along with the group, and the function without a group, with the product of
+/// all transforms. Counts the scenes whose ancestors' product was known.
+void CompareMatrices(const Groups& groups, int& known) {
+    const Inherited inherited(groups);
+    const GroupAttribute group = OxXFormUtil::MakeTransformGroup(groups.front(), inherited.get());
+    ASSERT_EQ(group, ByBuilder(groups));
+    for (const float time : {-1.0f, 0.0f, 0.25f}) {
+        const auto [expected, isAny] =
+            OxXFormUtil::CalcTransformMatrixAtTime(ByBuilder(groups), time);
+        const auto [matrix, isAnyOfGroup] = OxXFormUtil::CalcTransformMatrixAtTime(group, time);
+        ASSERT_EQ(isAnyOfGroup, isAny);
+        ASSERT_EQ(matrix, expected);
+        if (!inherited.get()->isKnown) continue;
+        ++known;
+        std::array<double, 16> below = {};
+        ASSERT_EQ(OxXFormUtil::CalcTransformMatrixBelow(groups.front(), inherited.get(), time,
+                                                        below.data()),
+                  isAny);
+        ASSERT_TRUE(!isAny || IsSameMatrix(below.data(), expected));
+    }
+    ASSERT_EQ(OxXFormUtil::CalcTransformMatrixAtExistingTimes(group),
+              OxXFormUtil::CalcTransformMatrixAtExistingTimes(ByBuilder(groups)));
+}
+
+} // namespace
+
+TEST(InheritedTransforms, GiveTheGroupAndTheMatricesThatABuilderGives) {
+    std::mt19937 random(3);
+    int known = 0;
+    for (int scene = 0; scene < 400; ++scene)
+        ASSERT_NO_FATAL_FAILURE(CompareMatrices(RandomTransforms(random), known)) << scene;
+    EXPECT_GT(known, 100);
+    EXPECT_LT(known, 1100);
+}
+
+TEST(InheritedTransforms, GiveTheSameForGroupsInFiles) {
+    std::mt19937 random(6);
+    int known = 0;
+    for (int scene = 0; scene < 60; ++scene) {
+        Groups groups = RandomTransforms(random);
+        InFiles(groups);
+        ASSERT_NO_FATAL_FAILURE(CompareMatrices(groups, known)) << scene;
+    }
+    EXPECT_GT(known, 15);
+}
+
+TEST(InheritedTransforms, OfARootAreNone) {
+    const GroupAttribute xform({{"translate", DoubleAttribute({1, 2, 3}, 3)}}, true);
+    EXPECT_EQ(OxXFormUtil::MakeTransformGroup({}, nullptr), GroupAttribute(false));
+    EXPECT_EQ(OxXFormUtil::MakeTransformGroup(GroupAttribute({{"xform", xform}}, true), nullptr),
+              GroupAttribute({{"i0", xform}}, false));
+}
+
+TEST(InheritedTransforms, StayBehindWhenAGroupIsEdited) {
+    std::mt19937 random(7);
+    Groups groups(
+        3, GroupAttribute({{"xform", GroupAttribute({{"matrix", Matrix(random)}}, true)}}, true));
+    GroupBuilder builder;
+    builder.update(MakeGroupOf(groups));
+    builder.set("i0", GroupAttribute({{"matrix", Matrix(random)}}, true));
+    const GroupAttribute edited = builder.build();
+    const GroupAttribute read = ContainerBytes::Read(ContainerBytes::Write(edited));
+    EXPECT_EQ(OxXFormUtil::CalcTransformMatrixAtTime(edited, 0),
+              OxXFormUtil::CalcTransformMatrixAtTime(read, 0));
+    EXPECT_NE(OxXFormUtil::CalcTransformMatrixAtTime(edited, 0),
+              OxXFormUtil::CalcTransformMatrixAtTime(MakeGroupOf(groups), 0));
+}
+
+TEST(InheritedTransforms, NameTransformsBelowManyLevelsByTheirDepth) {
     Groups groups(1000, GroupAttribute(true));
     groups.front() = GroupAttribute({{"xform", GroupAttribute(true)}}, true);
     groups.back() = groups.front();
-    const GroupAttribute xforms = OxXFormUtil::MakeTransformGroup(Chain(groups));
+    const GroupAttribute xforms = MakeGroupOf(groups);
     ASSERT_EQ(xforms.getNumberOfChildren(), 2);
     EXPECT_EQ(xforms.getChildName(0), "i0");
     EXPECT_EQ(xforms.getChildName(1), "i999");
+}
+
+TEST(InheritedTransforms, AreListedWhenThereAreMany) {
+    std::mt19937 random(8);
+    Groups groups(
+        40, GroupAttribute({{"xform", GroupAttribute({{"matrix", Matrix(random)}}, true)}}, true));
+    int known = 0;
+    CompareMatrices(groups, known);
+    EXPECT_EQ(known, 3);
+    EXPECT_TRUE(MakeGroupOf(groups).getChildByName("i39").isValid());
 }
 
 TEST(AttributeChain, GivesTheMatrixOfTheTransformGroupBitByBit) {

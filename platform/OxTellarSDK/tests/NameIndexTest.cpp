@@ -51,6 +51,23 @@ TEST(FindValue, FindsNothingInNoList) {
     EXPECT_EQ(StringAttribute({}, 1).findValue(""), -1);
 }
 
+TEST(FindValue, FindsTheFirstOfEqualTexts) {
+    const StringAttribute list({"b", "", "child_1", "child_2", "", "child_1", "b"}, 1);
+    for (const StringAttribute& each : {list, InFile(list)}) {
+        EXPECT_EQ(each.findValue("child_1"), 2);
+        EXPECT_EQ(each.findValue("b"), 0);
+        EXPECT_EQ(each.findValue(""), 1);
+    }
+}
+
+TEST(FindValue, TellsTextsWithNulBytesApart) {
+    const std::string_view texts[] = {{"a\0b", 3}, {"a", 1}, {"\0", 1}, {"", 0}};
+    const StringAttribute list(texts, 4, 1);
+    for (std::int64_t i = 0; i < 4; ++i)
+        EXPECT_EQ(list.findValue(texts[i]), i);
+    EXPECT_EQ(list.findValue({"a\0", 2}), -1);
+}
+
 TEST(FindValue, FindsTextsOfAnyLength) {
     const StringAttribute list(
         {"", "a", "ab", "abc", "abcd", "abcde", "abcdefg", "abcdefgh", "abcdefghi"}, 1);

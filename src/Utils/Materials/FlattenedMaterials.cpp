@@ -43,7 +43,17 @@ struct Tables {
         std::size_t locations = 0; // that refer to it
         std::uint32_t usedIn = 0;
     };
-    using ResultsByHashes = std::map<Hashes, Result>;
+    /// Hashes are as good as random, so that a part of each will do.
+    struct HashOfHashes {
+        std::size_t operator()(const Hashes& hashes) const {
+            std::uint64_t mixed = hashes.size();
+            for (const Hash& hash : hashes)
+                mixed = mixed * 0x9e3779b97f4a7c15u + hash.words[0];
+            return static_cast<std::size_t>(mixed);
+        }
+    };
+    // Each material of many is looked up, and in a tree that would be a cache miss at every level.
+    using ResultsByHashes = std::unordered_map<Hashes, Result, HashOfHashes>;
     struct Location {
         std::string path;
         Result* result = nullptr; // null: the entry was dropped

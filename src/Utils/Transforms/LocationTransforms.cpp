@@ -13,9 +13,14 @@ namespace TELLAR {
 
 M44d GetWorldMatrix(GeometryProducer& location, float time) {
     if (const OwnLocation own = OwnLocation::of(location)) {
+        const OxXFormUtil::InheritedTransforms* const inherited = own.getInheritedTransforms();
         M44d matrix;
-        OxXFormUtil::CalcTransformMatrixOfChain(AncestorAttributes(own).chain(), time,
-                                                matrix.getValue());
+        if (!inherited || inherited->isKnown)
+            OxXFormUtil::CalcTransformMatrixBelow(own.getAttrs(), inherited, time,
+                                                  matrix.getValue());
+        else
+            OxXFormUtil::CalcTransformMatrixOfChain(AncestorAttributes(own).chain(), time,
+                                                    matrix.getValue());
         return matrix;
     }
     return MatrixFromAttribute(

@@ -27,7 +27,8 @@
 /// The times are omitted when the only sample is at time 0 (kTimesOmitted).
 ///
 /// Groups in memory are a FullNode, count MemoryEntries and, above kLinearSearchLimit children,
-/// their indices sorted by name hash. Those in files that have no shape: see ContainerLayout.h.
+/// their indices sorted by name hash; then the names, and perhaps a LeadingProduct. Those in files
+/// that have no shape: see ContainerLayout.h.
 ///
 /// In memory a value is one allocation with a MemoryPrefix in front, and refCount counts its
 /// references. In a file the Container, which is found by the value's address, counts them, and the
@@ -59,7 +60,7 @@ struct FullNode : Node {
         std::uint32_t tupleSize; // data
         std::uint32_t depth;     // groups: levels of groups from here down, at least 1
     };
-    std::uint32_t timeCount; // data: time samples; otherwise 0
+    std::uint32_t timeCount; // data: time samples; groups in memory: LeadingProduct::children
 };
 static_assert(sizeof(FullNode) == 24 && alignof(FullNode) == 8, "part of the file format");
 

@@ -10,6 +10,7 @@
 #include <OxTellarSDK/TellarError.h>
 
 #include "DataView.h"
+#include "NodeAccess.h"
 
 namespace OxAttribute {
 
@@ -107,7 +108,8 @@ Node* MakeStrings(const float* times, std::int64_t timeCount, const String* valu
 } // namespace
 
 std::int64_t DataAttribute::countValues() const noexcept {
-    return static_cast<std::int64_t>(ViewOf(handle).count);
+    const std::uint64_t count = Container::Of(handle) ? ViewOf(handle).count : Full(handle)->count;
+    return static_cast<std::int64_t>(count);
 }
 
 std::int64_t DataAttribute::getTupleSize() const noexcept {
@@ -236,6 +238,14 @@ std::string StringAttribute::getValue(const std::string& defaultValue, bool thro
 
 namespace {
 
+/// A string of a value in memory that has one sample at time 0.
+std::string_view TextInMemory(const FullNode& node, std::uint64_t index) {
+    if (index >= node.count) return {};
+    const auto* const ends = reinterpret_cast<const std::uint32_t*>(&node + 1);
+    const char* const texts = reinterpret_cast<const char*>(ends + node.count + 1);
+    return {texts + ends[index], ends[index + 1] - ends[index] - 1};
+}
+
 /// The strings of a sample of `attribute`, which has this view.
 ConstStringSample MakeSample(Attribute attribute, const DataView& view, std::uint64_t sample) {
     if (!view.ends && view.count == 1)
@@ -249,6 +259,9 @@ ConstStringSample MakeSample(Attribute attribute, const DataView& view, std::uin
 
 std::string_view StringAttribute::getValueView(std::int64_t index) const noexcept {
     if (!handle) return {};
+    // Every step of a walk reads names here, nearly always from a list in memory.
+    if ((handle->word & kTimesOmitted) && !Container::Of(handle))
+        return TextInMemory(*Full(handle), static_cast<std::uint64_t>(index));
     const DataView view = ViewOf(handle, kAttributeTypeString);
     if (static_cast<std::uint64_t>(index) >= view.count) return {};
     return view.text(NearestSample(view, 0.0f) * view.count + static_cast<std::uint64_t>(index));

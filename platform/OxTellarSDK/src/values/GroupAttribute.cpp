@@ -51,8 +51,7 @@ GroupSize Measure(const NamedChild* children, std::uint64_t count) {
         size.nameBytes += child.name.size() + 1;
         if (child.name.size() > UINT32_MAX)
             throw TellarError(kOxErrorValue, "A group cannot have a name of that length");
-        size.depth =
-            std::max(size.depth, static_cast<int>(DepthOf(child.attribute->getHandle())) + 1);
+        size.depth = std::max(size.depth, static_cast<int>(DepthOf(child.child)) + 1);
     }
     if (size.depth > kMaxGroupDepth)
         throw TellarError(kOxErrorValue, "Groups cannot be nested deeper than " +
@@ -71,11 +70,32 @@ std::int64_t FindInMemory(const Node* group, std::string_view name) noexcept {
     return -1;
 }
 
-Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inherit) {
+namespace {
+
+constexpr std::uint64_t kProductBytes = 16 * sizeof(double);
+
+/// Where the product stands in a group with these children: behind the last name.
+std::uint64_t ProductOffset(const FullNode* group) {
+    const MemoryEntry& last = Entries(group)[group->count - 1];
+    return AlignUp(last.nameOffset + last.nameLength + 1, alignof(double));
+}
+
+} // namespace
+
+LeadingProduct ProductOf(const Node* group) noexcept {
+    if (Container::Of(group) || Full(group)->timeCount == 0) return {};
+    return {reinterpret_cast<const double*>(Bytes(group) + ProductOffset(Full(group))),
+            Full(group)->timeCount};
+}
+
+Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inherit,
+                    const LeadingProduct& product) {
     const auto [depth, nameBytes] = Measure(children, count);
     const std::uint64_t sortedBytes = count > kLinearSearchLimit ? 4 * count : 0;
     const std::uint64_t namesOffset = sizeof(FullNode) + count * sizeof(MemoryEntry) + sortedBytes;
-    FullNode* node = AllocateNode(kAttributeTypeGroup, namesOffset - sizeof(FullNode) + nameBytes);
+    const std::uint64_t productBytes = product.children > 0 ? alignof(double) + kProductBytes : 0;
+    FullNode* node = AllocateNode(kAttributeTypeGroup,
+                                  namesOffset - sizeof(FullNode) + nameBytes + productBytes);
     if (inherit) node->word |= kGroupInherit;
     node->depth = static_cast<std::uint32_t>(depth);
     node->count = count;
@@ -87,12 +107,18 @@ Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inheri
         if (!name.empty()) std::memcpy(nameStart, name.data(), name.size());
         nameStart[name.size()] = '\0';
         entries[i] = {sortedBytes > 0 ? HashName(name) : 0, static_cast<std::uint32_t>(name.size()),
-                      nameOffset, children[i].attribute->getRetainedHandle()};
+                      nameOffset, children[i].child};
+        Retain(children[i].child);
         nameOffset += name.size() + 1;
     }
     if (sortedBytes > 0) {
         auto* sorted = const_cast<std::uint32_t*>(SortedIndices(node));
         SortByNameHash(sorted, count, [entries](std::uint32_t i) { return entries[i].nameHash; });
+    }
+    if (product.children > 0) {
+        node->timeCount = product.children;
+        std::memcpy(reinterpret_cast<char*>(node) + ProductOffset(node), product.matrix,
+                    kProductBytes);
     }
     return Attribute::CreateAndSteal(node);
 }
@@ -111,9 +137,9 @@ void KeepFew(const std::vector<GroupAttribute::Child>& children, KeptChildren& k
         const auto known = std::find_if(
             kept.begin(), kept.end(), [&name = name](const auto& one) { return one.name == name; });
         if (known == kept.end())
-            kept.push_back({name, &attribute});
+            kept.push_back({name, attribute.getHandle()});
         else
-            known->attribute = &attribute;
+            known->child = attribute.getHandle();
     }
 }
 
@@ -125,9 +151,9 @@ void KeepMany(const std::vector<GroupAttribute::Child>& children, KeptChildren& 
         if (!attribute.isValid()) continue;
         const auto [place, isNew] = places.try_emplace(name, kept.size());
         if (isNew)
-            kept.push_back({name, &attribute});
+            kept.push_back({name, attribute.getHandle()});
         else
-            kept[place->second].attribute = &attribute;
+            kept[place->second].child = attribute.getHandle();
     }
 }
 

@@ -138,7 +138,8 @@ struct GroupBuilder::Node {
         for (const Child& child : children) {
             if (child.isEmpty()) continue;
             if (child.group) built.push_back(child.group->build());
-            entries.push_back({child.name, child.group ? &built.back() : &child.attribute});
+            const Attribute& value = child.group ? built.back() : child.attribute;
+            entries.push_back({child.name, value.getHandle()});
         }
         return MakeGroup(entries.data(), entries.size(), inherit);
     }

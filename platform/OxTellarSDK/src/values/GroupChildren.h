@@ -6,19 +6,32 @@
 #include <numeric>
 #include <string_view>
 
-#include <OxTellarSDK/Attribute.h>
+#include "AttributeNode.h"
 
 namespace OxAttribute {
 
-/// A child for MakeGroup, which borrows name and attribute.
+/// A child for MakeGroup, which borrows the name and adds a reference to the value.
 struct NamedChild {
     std::string_view name;
-    const Attribute* attribute;
+    Node* child;
+};
+
+/// What goes along with a group of transforms, so that they need not all be composed again: the
+/// product of its first children, which does not change with time. It follows from the children and
+/// is no part of the group's content.
+struct LeadingProduct {
+    const double* matrix = nullptr; ///< 16 values; null when nothing goes along
+    std::uint32_t children = 0;     ///< so many; at least one of them takes part
 };
 
 /// A new group in memory; all groups are made here. Names must be unique and attributes valid.
 /// Throws std::runtime_error when the group would be nested too deep.
-Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inherit);
+/// The product is copied.
+Attribute MakeGroup(const NamedChild* children, std::uint64_t count, bool inherit,
+                    const LeadingProduct& product = {});
+
+/// The product that goes along with a group, which it belongs to.
+LeadingProduct ProductOf(const Node* group) noexcept;
 
 /// Fills `sorted` with the indices of `count` names, sorted by their hashes, which `hashOf` gives
 /// for an index, then by index.

@@ -34,44 +34,55 @@ constexpr std::int64_t kScannedValues = 256;
 // Beyond this, places do not fit in an index.
 constexpr std::int64_t kMostValues = 1ll << 31;
 
-/// The values of all samples, one sample after the other.
+/// The values of all samples, one sample after the other. The list must live as long.
 class Strings {
 public:
-    explicit Strings(const StringAttribute& attribute) : first(attribute.getSample(0)) {}
+    explicit Strings(const Node* list) : view(ViewOf(list, kAttributeTypeString)) {}
+
     std::string_view operator[](std::int64_t place) const {
-        return first[static_cast<std::size_t>(place)]; // samples lie one behind the other
+        return view.text(static_cast<std::uint64_t>(place));
+    }
+    std::int64_t count() const { return static_cast<std::int64_t>(view.elements()); }
+
+    /// The first place of a text, or -1.
+    std::int64_t scan(std::string_view text) const {
+        if (!view.ends) return view.count == 1 && view.text(0) == text ? 0 : -1;
+        if (text.size() >= view.textBytes) return -1;
+        if (text.size() >= 8) return scanBy<std::uint64_t>(text);
+        if (text.size() >= 4) return scanBy<std::uint32_t>(text);
+        return scanBy<char>(text);
     }
 
 private:
-    const ConstStringSample first;
-};
-
-/// The first place of a text. Words at the ends tell nearly all strings apart, because names of
-/// siblings are alike at the front; `Word` is no longer than the text.
-template <typename Word>
-std::int64_t Scan(const Strings& strings, std::int64_t count, std::string_view text) {
-    const char* const tail = text.data() + text.size() - sizeof(Word);
-    for (std::int64_t i = 0; i < count; ++i) {
-        const std::string_view value = strings[i];
-        if (value.size() == text.size() &&
-            IsSameWord<Word>(value.data() + value.size() - sizeof(Word), tail) && value == text)
-            return i;
+    /// Words at the ends tell nearly all strings apart, because names of siblings are alike at the
+    /// front; `Word` is no longer than the text and its NUL. Reads no bytes outside of the list,
+    /// whatever its offsets are: those of a file may change.
+    template <typename Word>
+    std::int64_t scanBy(std::string_view text) const {
+        const auto length = static_cast<std::uint32_t>(text.size() + 1);
+        const char* const tail = text.data() + text.size() - (sizeof(Word) > 1 ? sizeof(Word) : 0);
+        std::uint32_t begin = view.ends[0];
+        for (std::int64_t i = 0, all = count(); i < all; ++i) {
+            const std::uint32_t end = view.ends[i + 1];
+            const bool isAsLong = end - begin == length && end >= length && end <= view.textBytes;
+            begin = end;
+            if (!isAsLong) continue;
+            const char* const value = view.values + end - length;
+            if (sizeof(Word) > 1 && !IsSameWord<Word>(value + text.size() - sizeof(Word), tail))
+                continue;
+            if (IsSameText(value, text.data(), text.size())) return i;
+        }
+        return -1;
     }
-    return -1;
-}
 
-std::int64_t Scan(const Strings& strings, std::int64_t count, std::string_view text) {
-    if (text.size() >= 8) return Scan<std::uint64_t>(strings, count, text);
-    if (text.size() >= 4) return Scan<std::uint32_t>(strings, count, text);
-    for (std::int64_t i = 0; i < count; ++i)
-        if (strings[i] == text) return i;
-    return -1;
-}
+    const DataView view;
+};
 
 /// Places of strings by their hashes, with open addressing: a slot holds a place + 1, or 0.
 class NameIndex {
 public:
-    NameIndex(const Strings& strings, std::int64_t count) {
+    explicit NameIndex(const Strings& strings) {
+        const std::int64_t count = strings.count();
         std::size_t size = 1;
         while (size < 2 * static_cast<std::size_t>(count))
             size *= 2;
@@ -183,19 +194,19 @@ struct LastIndex {
     NameIndexPtr index;
 };
 
-NameIndexPtr GetIndex(const ListKey& key, const Strings& strings, std::int64_t count) {
+NameIndexPtr GetIndex(const ListKey& key, const Strings& strings) {
     NameIndexes& indexes = GetNameIndexes();
     if (NameIndexPtr known = indexes.find(key)) {
         indexes.hit();
         return known;
     }
     indexes.miss();
-    auto made = std::make_shared<const NameIndex>(strings, count);
+    auto made = std::make_shared<const NameIndex>(strings);
     indexes.keep(key, made);
     return made;
 }
 
-std::int64_t FindIndexed(const StringAttribute& list, const Strings& strings, std::int64_t count,
+std::int64_t FindIndexed(const StringAttribute& list, const Strings& strings,
                          std::string_view text) try {
     const ListKey key(list);
     LastIndex* const last = PerThread<LastIndex>::Get();
@@ -203,24 +214,24 @@ std::int64_t FindIndexed(const StringAttribute& list, const Strings& strings, st
         last->index->noteUse();
         return last->index->find(strings, text);
     }
-    NameIndexPtr index = GetIndex(key, strings, count);
+    NameIndexPtr index = GetIndex(key, strings);
     index->noteUse();
     const std::int64_t place = index->find(strings, text);
     if (last) *last = {key, std::move(index)};
     OxTellarMemory::RelieveMemory();
     return place;
 } catch (const std::bad_alloc&) {
-    return Scan(strings, count, text);
+    return strings.scan(text);
 }
 
 } // namespace
 
 std::int64_t StringAttribute::findValue(std::string_view text) const {
     if (!handle) return -1;
-    const std::int64_t count = getNumberOfValues() * getNumberOfTimeSamples();
-    const Strings strings(*this);
-    if (count <= kScannedValues || count >= kMostValues) return Scan(strings, count, text);
-    return FindIndexed(*this, strings, count, text);
+    const Strings strings(handle);
+    const std::int64_t count = strings.count();
+    if (count <= kScannedValues || count >= kMostValues) return strings.scan(text);
+    return FindIndexed(*this, strings, text);
 }
 
 } // namespace OxAttribute

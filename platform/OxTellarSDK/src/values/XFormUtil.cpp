@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <iterator>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -16,6 +17,7 @@
 #include <OxTellarSDK/AttributeChain.h>
 
 #include "GroupChildren.h"
+#include "KnownPaths.h"
 #include "NodeAccess.h"
 
 namespace OxXFormUtil {
@@ -54,25 +56,37 @@ bool HasValues(const Node* node, std::int64_t count) {
     return IsNumeric(node) && ViewOf(node).count >= static_cast<std::uint64_t>(count);
 }
 
-/// Calls `apply(row, child)` for every child that takes part, including those of nested groups.
-/// Takes no references, because the caller keeps `xform`, which contains all of them.
 template <typename Apply>
-void ForEachStep(const Node* xform, Apply& apply) {
-    const std::uint64_t count = CountChildren(xform);
-    for (std::uint64_t index = 0; index < count; ++index) {
-        const Node* child = ChildOf(xform, index);
-        if (IsGroup(child)) {
-            ForEachStep(child, apply);
-            continue;
+void ForEachStep(const Node* xform, std::uint64_t first, Apply& apply);
+
+template <typename Apply>
+void ApplyStep(std::string_view name, const Node* child, Apply& apply) {
+    if (IsGroup(child)) return ForEachStep(child, 0, apply);
+    const KindRow* row = FindKind(name);
+    if (row && (row->kind == Kind::Origin || HasValues(child, row->values))) apply(*row, child);
+}
+
+/// Calls `apply(row, child)` for every child from `first` on that takes part, including those of
+/// nested groups. Takes no references, because the caller keeps `xform`, which contains all of
+/// them.
+template <typename Apply>
+void ForEachStep(const Node* xform, std::uint64_t first, Apply& apply) {
+    Container* const container = Container::Of(xform);
+    if (const Shape* shape = container ? container->shapeOf(xform) : nullptr) {
+        for (std::uint64_t index = first; index < shape->count; ++index) {
+            const Shape::Child& entry = shape->children[index];
+            ApplyStep(entry.nameView(), container->childAt(*shape, entry, xform), apply);
         }
-        const KindRow* row = FindKind(ChildName(xform, index));
-        if (row && (row->kind == Kind::Origin || HasValues(child, row->values))) apply(*row, child);
+        return;
     }
+    const std::uint64_t count = CountChildren(xform);
+    for (std::uint64_t index = first; index < count; ++index)
+        ApplyStep(ChildName(xform, index), ChildOf(xform, index), apply);
 }
 
 template <typename Apply>
 void ForEachStep(const GroupAttribute& xform, Apply& apply) {
-    if (xform.isValid()) ForEachStep(xform.getHandle(), apply);
+    if (xform.isValid()) ForEachStep(xform.getHandle(), 0, apply);
 }
 
 /// Reads the first `count` values at `time`. They are interpolated in type `Blended`.
@@ -127,6 +141,12 @@ class Composer {
 public:
     explicit Composer(float time) : time(time) {}
 
+    /// Continues behind steps with this product, at least one.
+    void startAt(const double* product) {
+        anyStep = true;
+        std::copy_n(product, kMatrixValues, matrix.getValue());
+    }
+
     void operator()(const KindRow& row, const Node* child) {
         const bool isFirst = !std::exchange(anyStep, true);
         if (row.kind == Kind::Origin) return matrix.makeIdentity();
@@ -175,6 +195,18 @@ private:
     Matrix matrix;
 };
 
+/// Composes steps that do not change with time.
+class StillComposer {
+public:
+    void operator()(const KindRow& row, const Node* child) {
+        isStill = isStill && (row.kind == Kind::Origin || ViewOf(child).timeCount == 1);
+        if (isStill) composer(row, child);
+    }
+
+    bool isStill = true;
+    Composer composer{0.0f};
+};
+
 /// Collects the times at which any step has a sample.
 class TimeCollector {
 public:
@@ -207,13 +239,19 @@ constexpr std::string_view kXForm = "xform";
 
 /// The child "xform" of a group, without a reference; null when there is none.
 Node* FindXForm(const GroupAttribute& attrs) {
-    const Node* const group = attrs.getHandle();
-    const std::int64_t index = group ? FindChild(group, kXForm) : -1;
-    return index < 0 ? nullptr : ChildOf(group, static_cast<std::uint64_t>(index));
+    Node* const group = attrs.getHandle();
+    if (!group) return nullptr;
+    if (Container* container = Container::Of(group))
+        return const_cast<Node*>(FindInFile(*container, group, kXForm));
+    const std::int64_t index = FindInMemory(group, kXForm);
+    return index < 0 ? nullptr : Entries(group)[index].child;
 }
 
-/// "i12". The text lies in `room`.
+/// "i12". The text lies in `room`, or is constant.
 std::string_view NameOfDepth(std::size_t depth, char (&room)[24]) {
+    constexpr std::string_view kFirstNames[] = {"i0", "i1", "i2", "i3", "i4",
+                                                "i5", "i6", "i7", "i8", "i9"};
+    if (depth < std::size(kFirstNames)) return kFirstNames[depth];
     room[0] = 'i';
     const char* const end = std::to_chars(room + 1, std::end(room), depth).ptr;
     return {room, static_cast<std::size_t>(end - room)};
@@ -229,7 +267,10 @@ std::optional<std::int64_t> ValuesOfStep(std::string_view name) {
 std::pair<DoubleAttribute, bool> CalcTransformMatrixAtTime(const GroupAttribute& xform,
                                                            float time) {
     Composer composer(time);
-    ForEachStep(xform, composer);
+    const LeadingProduct product =
+        xform.isValid() ? ProductOf(xform.getHandle()) : LeadingProduct();
+    if (product.matrix) composer.startAt(product.matrix);
+    if (xform.isValid()) ForEachStep(xform.getHandle(), product.children, composer);
     if (!composer.hasAnyStep()) return {DoubleAttribute(), false};
     return {DoubleAttribute(&time, 1, composer.values(), kMatrixValues, kMatrixValues), true};
 }
@@ -251,31 +292,69 @@ std::pair<DoubleAttribute, bool> CalcTransformMatrixAtExistingTimes(const GroupA
             true};
 }
 
-GroupAttribute MakeTransformGroup(const AttributeChain& chain) {
+InheritedTransforms::InheritedTransforms(const GroupAttribute& attrs,
+                                         const InheritedTransforms* parent)
+    : above(parent && !parent->xform ? parent->above : parent), xform(FindXForm(attrs)),
+      depth(parent ? parent->depth + 1 : 0), count((parent ? parent->count : 0) + (xform ? 1 : 0)),
+      isKnown(!parent || parent->isKnown), anyStep(parent && parent->anyStep) {
+    if (!isKnown) return;
+    try {
+        compose(parent);
+    } catch (const std::runtime_error&) {
+        isKnown = false; // the error is for those who ask for a matrix
+    }
+}
+
+void InheritedTransforms::compose(const InheritedTransforms* parent) {
+    StillComposer still;
+    if (anyStep) still.composer.startAt(parent->matrix);
+    if (xform && IsGroup(xform)) ForEachStep(xform, 0, still);
+    isKnown = still.isStill;
+    anyStep = still.composer.hasAnyStep();
+    std::copy_n(still.composer.values(), kMatrixValues, matrix);
+}
+
+GroupAttribute MakeTransformGroup(const GroupAttribute& attrs, const InheritedTransforms* parent) {
     struct Level {
-        Attribute xform;
         char name[24];
     };
-    constexpr std::size_t kUsualDepth = 12;
-    boost::container::small_vector<Level, kUsualDepth> levels; // borrowed by the children
-    boost::container::small_vector<NamedChild, kUsualDepth> children;
-    levels.reserve(chain.count);
-    children.reserve(chain.count);
-    for (std::size_t depth = 0; depth < chain.count; ++depth) {
-        Node* const xform = FindXForm(*chain.groups[chain.count - 1 - depth]);
-        if (!xform) continue;
-        Level& level = levels.emplace_back();
-        level.xform = Attribute::CreateAndRetain(xform);
-        children.push_back({NameOfDepth(depth, level.name), &level.xform});
-    }
-    return MakeGroup(children.data(), children.size(), false);
+    constexpr std::size_t kUsualDepth = 8;
+    Node* const own = FindXForm(attrs);
+    const std::uint32_t inherited = parent ? parent->count : 0;
+    const std::size_t count = inherited + (own ? 1 : 0);
+    constexpr auto kUnset = boost::container::default_init;
+    boost::container::small_vector<Level, kUsualDepth> levels(count, kUnset); // of the children
+    boost::container::small_vector<NamedChild, kUsualDepth> children(count, kUnset);
+    std::size_t place = count;
+    const auto add = [&](std::size_t depth, Node* xform) {
+        --place;
+        children[place] = {NameOfDepth(depth, levels[place].name), xform};
+    };
+    if (own) add(parent ? parent->depth + 1 : 0, own);
+    const InheritedTransforms* level = parent && !parent->xform ? parent->above : parent;
+    for (; level; level = level->above)
+        add(level->depth, level->xform);
+    const bool hasProduct = parent && parent->isKnown && parent->anyStep;
+    return MakeGroup(children.data(), count, false,
+                     hasProduct ? LeadingProduct{parent->matrix, inherited} : LeadingProduct());
+}
+
+bool CalcTransformMatrixBelow(const GroupAttribute& attrs, const InheritedTransforms* parent,
+                              float time, double* matrix) {
+    Composer composer(time);
+    if (parent && parent->anyStep) composer.startAt(parent->matrix);
+    const Node* const xform = FindXForm(attrs);
+    if (xform && IsGroup(xform)) ForEachStep(xform, 0, composer);
+    if (!composer.hasAnyStep()) return false;
+    std::copy_n(composer.values(), kMatrixValues, matrix);
+    return true;
 }
 
 bool CalcTransformMatrixOfChain(const AttributeChain& chain, float time, double* matrix) {
     Composer composer(time);
     for (std::size_t depth = 0; depth < chain.count; ++depth) {
         const Node* const xform = FindXForm(*chain.groups[chain.count - 1 - depth]);
-        if (xform && IsGroup(xform)) ForEachStep(xform, composer);
+        if (xform && IsGroup(xform)) ForEachStep(xform, 0, composer);
     }
     if (!composer.hasAnyStep()) return false;
     std::copy_n(composer.values(), kMatrixValues, matrix);
