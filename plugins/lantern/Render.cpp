@@ -5,6 +5,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <numeric>
+#include <stdexcept>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "drawing/Picture.h"
@@ -110,7 +113,12 @@ Render::Render(const OxPluginHost& host, const RenderJob& job, std::unique_ptr<R
     checkedPath(root);
     picture = ReadFraming(suites, root).window;
     CheckRegion(region, picture);
-    thread = std::thread([this] { run(); });
+    try {
+        thread = std::thread([this] { run(); });
+    } catch (const std::system_error& error) {
+        throw std::runtime_error(std::string("the thread that renders cannot be started: ") +
+                                 error.what());
+    }
 }
 
 Render::~Render() {

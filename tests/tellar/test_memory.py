@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Scenes that are larger than the limit of memory.
 
-    test_memory.py PROGRAM EXAMPLES_FOLDER [Million | HundredMillion | TenMillionInAFile]
+    test_memory.py PROGRAM EXAMPLES_FOLDER [Million | Refused | HundredMillion | TenMillionInAFile]
 """
 
 import json
 import os
+import resource
 import subprocess
 
 from tellar_test import TellarTest, main
@@ -45,6 +46,30 @@ class Million(MemoryTest):
         self.assertEqual(figures["locations"], 1_052_453)
         self.assert_drops_results(figures)
         self.assertLess(peak, 128 * MEBIBYTE)
+
+
+class Refused(MemoryTest):
+    """Memory that the system does not give."""
+
+    def run_within(self, mebibytes, *arguments):
+        limits = (mebibytes * MEBIBYTE, mebibytes * MEBIBYTE)
+        return subprocess.run([self.program, *map(str, arguments)], capture_output=True, text=True,
+                              env=self.environment, cwd=self.folder,
+                              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, limits))
+
+    def test_for_results_is_an_error_and_not_so_with_a_limit(self):
+        million = self.examples / "million.json"
+        done = self.run_within(330, "walk", million, "--quiet", "--memory", "unlimited")
+        self.assertEqual(done.returncode, 2)
+        self.assertRegex(done.stderr, r"^tellar: ([^\n]*: )?out of memory\n$")
+        done = self.run_within(330, "walk", million, "--quiet", "--stats", "--memory", "32M")
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertIn("locations    1052453\n", done.stdout)
+
+    def test_for_the_thread_that_reads_a_file_is_an_error_that_says_so(self):
+        done = self.run_within(200, "walk", self.examples / "garden.json", "--quiet")
+        self.assertEqual(done.returncode, 2)
+        self.assertIn("no thread with a stack of 256 MiB can be started to read it", done.stderr)
 
 
 class HundredMillion(MemoryTest):

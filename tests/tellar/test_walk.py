@@ -178,6 +178,26 @@ class WalkTest(TellarTest):
         self.assert_fails('--memory: "2X" is no size; write for example 512M, 2G, 1.5GiB or '
                           'unlimited', "walk", self.scene, "--memory", "2X")
 
+    def test_prints_the_same_with_little_memory(self):
+        leaves = {f"leaf{i}": {"a": {"values": list(range(60))}} for i in range(100)}
+        scene = self.write("large.json", {"ops": [
+            {"name": "all", "type": "StaticScene",
+             "args": {"c": {"world": {"c": {f"group{i}": {"c": leaves} for i in range(60)}}}}},
+            {"name": "moved", "type": "Transform", "inputs": ["all"],
+             "args": {"paths": "/root/world/*/*", "translate": [1.0, 2.0, 3.0]}}]})
+        expected = self.tellar("walk", scene, "--attrs")
+        for options in ([], ["--threads", "4"], ["--variant", "thread-aware"]):
+            self.assertEqual(self.tellar("walk", scene, "--attrs", "--memory", "1", *options),
+                             expected)
+        status, output, errors = self.run_tellar("walk", scene, "--attrs", "--memory", "1",
+                                                 "--variant", "async")
+        self.assertEqual(status, 0)
+        self.assertLess(len(output), len(expected))
+        self.assertRegex(errors, r"^tellar: warning: locations may be missing: \d+ results were dropped "
+                                 r"within --memory, and async producers cook none again\n$")
+        self.assertEqual(self.run_tellar("walk", scene, "--memory", "1", "--variant", "async",
+                                         "--strict")[0], 1)
+
     def test_all_variants_print_the_same(self):
         for scene in (self.scene, self.write("wide.json", wide_scene())):
             expected = self.tellar("walk", scene, "--attrs")

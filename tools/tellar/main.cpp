@@ -5,6 +5,7 @@
 #include <mutex>
 #include <new>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -147,6 +148,10 @@ int Main(int argc, char** argv) {
         return 0;
     } catch (const std::bad_alloc&) {
         throw;
+    } catch (const std::system_error& error) {
+        const bool isThread = error.code() == std::errc::resource_unavailable_try_again;
+        return Fail(Explain((isThread ? "no more threads can be started: " : "") +
+                            std::string(error.what())));
     } catch (const std::exception& error) {
         return Fail(Explain(error.what()));
     }

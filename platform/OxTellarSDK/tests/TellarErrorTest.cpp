@@ -109,7 +109,9 @@ TEST(CookErrorFacts, KeepTheAttributeThatTheOpTypeTold) {
 TEST(CookErrorFacts, KnowMissingMemory) {
     static const std::string kType =
         Register("TestFactsMemory", [](CookContext&) { throw std::bad_alloc(); });
-    EXPECT_EQ(CookFacts(kType).code, kOxErrorMemory);
+    const ErrorFacts facts = CookFacts(kType);
+    EXPECT_EQ(facts.code, kOxErrorMemory);
+    EXPECT_EQ(facts.text, "Op \"maker\" (TestFactsMemory) at \"/root/a\": out of memory");
 }
 
 TEST(CookErrorFacts, TellAnUnknownOpType) {

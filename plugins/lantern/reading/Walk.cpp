@@ -1,6 +1,8 @@
 #include "reading/Walk.h"
 
 #include <exception>
+#include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -46,8 +48,10 @@ void WalkScene(const Location& root, int threads, const WalkContext& context) {
         try {
             for (int i = 1; i < threads; ++i)
                 others.start(walk);
-        } catch (...) {
-            queue.fail(std::current_exception());
+        } catch (const std::exception& error) { // the queue waits for all of them
+            const std::string why = error.what();
+            queue.fail(std::make_exception_ptr(
+                std::runtime_error("the threads that read the scene cannot be started: " + why)));
         }
         walk();
     }

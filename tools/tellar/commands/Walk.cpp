@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <limits>
@@ -96,6 +97,23 @@ GeometryProducer::Ptr OpenStart(const Scene& scene, const WalkOptions& options) 
     LocationCount ignored{0};
     WalkLocations(sync, options.limits, *MakeQuietPrinter(), ignored, [](const std::string&) {});
     return scene.cookedAt(options.start);
+}
+
+/// How many results of cooks were dropped because memory was short.
+std::uint64_t DroppedResults() {
+    std::uint64_t dropped = 0;
+    for (const auto& cache : OxTellarMemory::GetMemoryStatistics().caches)
+        if (cache.name == "results") dropped += cache.drops;
+    return dropped;
+}
+
+/// An async walk passes over locations that were cooked and dropped again.
+void WarnAboutDrops(const WalkOptions& options) {
+    if (options.variant != Variant::Async) return;
+    const std::uint64_t dropped = DroppedResults();
+    if (dropped == 0) return;
+    PrintWarning("warning: locations may be missing: " + std::to_string(dropped) +
+                 " results were dropped within --memory, and async producers cook none again");
 }
 
 struct WalkFigures {
@@ -214,6 +232,7 @@ void RunWalk(const WalkOptions& options) {
     }
     if (options.stats) PrintStats(options, {count, openSeconds, SecondsSince(walkStart)});
     FlushOutput();
+    WarnAboutDrops(options);
     // Cheap once the whole scene is cooked.
     if (options.isStrict || IsWholeScene(options)) warnings.check(scene);
     warnings.finish();

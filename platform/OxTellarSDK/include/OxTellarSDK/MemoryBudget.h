@@ -87,9 +87,10 @@ extern OXTELLARSDK_API MemoryPressure memoryPressure;
 /// Frees memory if caches take more than seven eighths of the limit, and a sixteenth more than
 /// that. The rest of the limit is for the holes in memory that is freed and used again. Caches call
 /// this after they have added something, without any lock, guard or pin of theirs, because it calls
-/// Cache::drop of all caches. While one thread frees memory, others go on, unless the limit is
-/// exceeded by more than an eighth: then they wait for it. When that much cannot be freed because
-/// callers hold it, the next attempt is made after another sixteenth of the limit was added.
+/// Cache::drop of all caches. While one thread frees memory, others go on, unless caches
+/// take more than fifteen sixteenths of the limit: then they wait for it. When that much cannot be
+/// freed because callers hold it, the next attempt is made after another sixteenth of the limit was
+/// added.
 OXTELLARSDK_API void RelieveMemoryNow() noexcept;
 inline void RelieveMemory() noexcept {
     if (memoryPressure.isReliefDue.load(std::memory_order_relaxed)) RelieveMemoryNow();

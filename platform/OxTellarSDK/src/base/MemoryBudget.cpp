@@ -65,9 +65,10 @@ void Relieve() {
     NoteRelief();
 }
 
-/// Whether threads add so much faster than one of them frees that they have to wait for it.
-bool IsLimitFarExceeded() noexcept {
-    return BytesBeyondLimit() > memoryLimit.load(std::memory_order_relaxed) / 8;
+/// Whether threads add so much faster than one of them frees that they have to wait for it. Half of
+/// what is left up to the limit is for what they add until they come to that.
+bool IsLimitNear() noexcept {
+    return BytesBeyondLimit() > memoryLimit.load(std::memory_order_relaxed) / 16;
 }
 
 } // namespace
@@ -77,7 +78,7 @@ void RelieveMemoryNow() noexcept {
     try {
         std::unique_lock<std::mutex> lock(reliefLock, std::try_to_lock);
         if (!lock.owns_lock()) {
-            if (!IsLimitFarExceeded()) return;
+            if (!IsLimitNear()) return;
             lock.lock();
         }
         if (memoryPressure.isReliefDue.load(std::memory_order_relaxed)) Relieve();

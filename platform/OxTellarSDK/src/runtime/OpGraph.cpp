@@ -155,6 +155,9 @@ auto OpNode::guarded(const std::string* path, const Call& call) const {
         return call();
     } catch (const CookError&) {
         throw; // the text names the Op that failed
+    } catch (const std::bad_alloc& error) {
+        cause = FactsOf(error);
+        cause.text = "out of memory";
     } catch (const std::exception& error) {
         cause = FactsOf(error);
     } catch (...) {
