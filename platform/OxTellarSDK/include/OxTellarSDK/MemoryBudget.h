@@ -137,6 +137,11 @@ private:
     Cache* next = nullptr;
 };
 
+/// RelieveMemory for caches that grow while their users hold locks: frees entries of this one only,
+/// and none that was used in the current tick. Its drop() must take no lock that is held meanwhile.
+/// Other caches follow at the next RelieveMemory, if that was not enough.
+OXTELLARSDK_API void RelieveMemoryOf(Cache& cache) noexcept;
+
 } // namespace OxTellarMemory
 
 #endif

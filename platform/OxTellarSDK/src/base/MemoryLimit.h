@@ -15,13 +15,6 @@ constexpr std::uint64_t ShareOfCaches(std::uint64_t limit) noexcept {
     return limit - limit / 8;
 }
 
-class Cache;
-
-/// Frees entries of one cache if relief is due, but none that was used in the current tick. For
-/// caches that grow while their users hold locks: drop() of this one must take no lock that is held
-/// meanwhile. Other caches follow at the next RelieveMemory, if that was not enough.
-void RelieveMemoryOf(Cache& cache) noexcept;
-
 } // namespace OxTellarMemory
 
 #endif

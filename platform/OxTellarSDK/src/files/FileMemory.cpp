@@ -11,8 +11,6 @@
 
 #include <OxTellarSDK/MemoryBudget.h>
 
-#include "MemoryLimit.h"
-
 namespace OxAttribute {
 
 namespace {
