@@ -172,18 +172,42 @@ std::int64_t GroupAttribute::getNumberOfChildren() const noexcept {
     return handle ? static_cast<std::int64_t>(CountChildren(handle)) : 0;
 }
 
+namespace {
+
+// Readers go through groups of a scene by index, so each of these looks once where the group lies.
+
+/// Empty when the index is out of range.
+std::string_view NameAt(const Node* group, std::uint64_t index) noexcept {
+    if (const Container* container = Container::Of(group))
+        return container->childName(group, index);
+    return index < Full(group)->count ? NameOf(group, Entries(group)[index]) : std::string_view();
+}
+
+/// Null when the index is out of range.
+Node* ChildAt(const Node* group, std::uint64_t index) {
+    Container* const container = Container::Of(group);
+    if (!container) return index < Full(group)->count ? Entries(group)[index].child : nullptr;
+    const Shape* const shape = container->shapeOf(group);
+    if (index >= (shape ? shape->count : container->childCount(group))) return nullptr;
+    return const_cast<Node*>(shape ? container->childAt(*shape, shape->children[index], group)
+                                   : container->child(group, index));
+}
+
+} // namespace
+
 std::string GroupAttribute::getChildName(std::int64_t index) const {
     return std::string(getChildNameView(index));
 }
 
 std::string_view GroupAttribute::getChildNameView(std::int64_t index) const noexcept {
-    if (index < 0 || index >= getNumberOfChildren()) return {};
-    return ChildName(handle, static_cast<std::uint64_t>(index));
+    if (!handle || index < 0) return {};
+    return NameAt(handle, static_cast<std::uint64_t>(index));
 }
 
 Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
-    if (index < 0 || index >= getNumberOfChildren()) return {};
-    Node* child = ChildOf(handle, static_cast<std::uint64_t>(index));
+    if (!handle || index < 0) return {};
+    Node* const child = ChildAt(handle, static_cast<std::uint64_t>(index));
+    if (!child) return {};
     Retain(child);
     return CreateAndSteal(child);
 }
@@ -219,7 +243,9 @@ std::int64_t GroupAttribute::findChild(std::string_view name) const noexcept {
 }
 
 std::int64_t GroupAttribute::findChild(std::string_view name, std::int64_t hint) const noexcept {
-    if (hint >= 0 && hint < getNumberOfChildren() && getChildNameView(hint) == name) return hint;
+    // An empty name could also be no name at all.
+    const bool isHinted = handle && hint >= 0 && !name.empty();
+    if (isHinted && NameAt(handle, static_cast<std::uint64_t>(hint)) == name) return hint;
     return findChild(name);
 }
 
