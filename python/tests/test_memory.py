@@ -7,6 +7,7 @@ import threading
 from collections.abc import Iterator
 from pathlib import Path
 
+import numpy as np
 import pytest
 
 import tellar
@@ -67,14 +68,15 @@ def scene(tmp_path: Path) -> tellar.Scene:
 
 
 def all_values(scene: tellar.Scene, threads: int = 1) -> list[tuple[str, bytes]]:
+    """The matrix of each location."""
     return [(location.path, location.local_matrix().tobytes())
-            for location in scene.walk("/root/world", types=["leaf"], threads=threads)]
+            for location in scene.walk(threads=threads)]
 
 
 def test_walks_of_several_threads_give_the_same_under_a_small_limit(scene: tellar.Scene) -> None:
     tellar.set_memory_limit("unlimited")
     expected = all_values(scene)
-    assert len(expected) == ROWS * LEAVES
+    assert len(expected) == 2 + ROWS * (LEAVES + 1)
     tellar.set_memory_limit(1)
     tellar.reset_memory_statistics()
     found: list[list[tuple[str, bytes]]] = []
@@ -94,8 +96,8 @@ def test_walks_of_several_threads_give_the_same_under_a_small_limit(scene: tella
 
 def test_what_is_held_stays_when_memory_is_freed(scene: tellar.Scene) -> None:
     tellar.set_memory_limit("unlimited")
-    held = list(scene.walk("/root/world", types=["leaf"]))
-    values = [location["v"] for location in held]
+    held = list(scene.walk())
+    values = [location["v"] for location in held if location.type == "leaf"]
     tellar.set_memory_limit(1)
     assert tellar.memory_statistics()["beyond_limit"] > 0
     assert all(list(value) == list(range(100)) for value in values)
@@ -103,3 +105,38 @@ def test_what_is_held_stays_when_memory_is_freed(scene: tellar.Scene) -> None:
     del held, values
     tellar.set_memory_limit(1)
     assert tellar.memory_statistics()["beyond_limit"] == 0
+
+
+class RowsOfNumbers(tellar.OpType):
+    """Two levels of rows, each with some numbers."""
+
+    inputs = "none"
+
+    def cook(self, location: tellar.CookContext) -> None:
+        location.set_attributes({"type": "group", "user.numbers": np.arange(200.0),
+                                 "user.path": location.path})
+        if location.path.count("/") <= 2:
+            location.set_children(f"row{i}" for i in range(30))
+
+
+def test_op_types_in_python_compute_again_what_was_dropped() -> None:
+    scene = tellar.ops.Transform(
+        RowsOfNumbers(), paths="/root/**", translate=[1, 2, 3]).scene()
+    expected = all_values(scene)
+    tellar.set_memory_limit(1)
+    tellar.reset_memory_statistics()
+    found: list[bool] = []
+
+    def walk() -> None:
+        found.append(all(
+            location["user.path"] == location.path and location["user.numbers"][199] == 199
+            for location in scene.walk(threads=2)))
+
+    walkers = [threading.Thread(target=walk) for _ in range(3)]
+    for walker in walkers:
+        walker.start()
+    for walker in walkers:
+        walker.join()
+    assert found == [True] * 3
+    assert tellar.memory_statistics()["caches"]["results"]["drops"] > 0
+    assert all_values(scene) == expected
