@@ -5,11 +5,14 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <initializer_list>
 #include <optional>
+#include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -21,12 +24,15 @@
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/FileStream.h>
 
+#include "ErrorOf.h"
 #include "OpenFiles.h"
+#include "RunTogether.h"
 #include "Sanitized.h"
 #include "ScopedEnvironment.h"
 #include "TempDirectory.h"
 
 using namespace OxAttribute;
+using testing::AnyOf;
 
 namespace {
 
@@ -135,41 +141,51 @@ bool HasHandler() {
 }
 
 /// Runs in a process of its own, which ends with the number of conditions that did not hold.
-#define EXPECT_ALL_IN_OWN_PROCESS(body) EXPECT_EXIT(body, testing::ExitedWithCode(0), "")
+#define EXPECT_ALL_IN_OWN_PROCESS(body) EXPECT_EXIT(std::exit(body), testing::ExitedWithCode(0), "")
 
-/// Ends the process without closing the file, of which most is gone.
-[[noreturn]] void EndWith(std::initializer_list<bool> conditions) {
+int CountFalse(std::initializer_list<bool> conditions) {
     int count = 0;
     for (const bool condition : conditions)
         count += !condition;
-    std::_Exit(count);
-}
-
-/// Takes away the second half of the numbers of leaf 7 and all that follows.
-void CutShort(const std::string& path) {
-    std::filesystem::resize_file(path, 365000);
+    return count;
 }
 
 } // namespace
 
-TEST_F(MappedFiles, AValueOfAFileThatIsCutShortHasZeros) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_ALL_IN_OWN_PROCESS([&] {
-        const GroupAttribute value(Opened(path));
-        const Attribute numbers = value.getChildByName("leaf7.numbers");
-        const double sum = SumOf(numbers);
-        CutShort(path);
-        const double rest = SumOf(numbers);
-        EndWith({IsMapped(path), rest > 0, rest < sum,
-                 DoubleAttribute(numbers).getNumberOfValues() == kNumbers});
-    }());
+TEST_F(MappedFiles, AValueOfAFileThatIsCutShortHasZerosAndOthersAreRefused) {
+    const GroupAttribute value(Opened(path));
+    ASSERT_TRUE(IsMapped(path));
+    const Attribute numbers = value.getChildByName("leaf7.numbers");
+    const double sum = SumOf(numbers);
+    std::filesystem::resize_file(path, 0);
+    EXPECT_LT(SumOf(numbers), sum);
+    const std::string text = "File \"" + path + "\" ";
+    const auto refused =
+        AnyOf(text + "can no longer be read: it has become shorter since it was opened",
+              text + "has changed since it was opened");
+    for (const char* name : {"leaf0.numbers", "leaf7.texts", "leaf7.numbers", "leaf119.more.i"})
+        EXPECT_THAT(ErrorOf([&] { GroupAttribute(value).getChildByName(name); }), refused) << name;
 }
 
-TEST_F(MappedFiles, AFileIsStillReadWhenItsTimeHasChanged) {
+TEST_F(MappedFiles, AFileThatIsCutShortDoesNotDisturbAnother) {
+    const std::string other = folder.path("other.oxa");
+    WriteAttributeFile(other, Leaves(5));
+    const GroupAttribute lost(Opened(path)), kept(Opened(other));
+    const Attribute numbers = lost.getChildByName("leaf7.numbers");
+    std::filesystem::resize_file(path, 0);
+    SumOf(numbers);
+    EXPECT_EQ(kept, Leaves(5));
+}
+
+TEST_F(MappedFiles, ATouchedFileIsStillReadAndAnOverwrittenOneIsNot) {
     const GroupAttribute value(Opened(path));
     std::filesystem::last_write_time(path, std::filesystem::file_time_type::clock::now() +
                                                std::chrono::hours(1));
     EXPECT_EQ(value.getChildByName("leaf9"), Leaves(1).getChildByName("leaf9"));
+    std::fstream(path, std::ios::in | std::ios::out | std::ios::binary)
+        << std::string(5 << 20, 'x');
+    EXPECT_EQ(ErrorOf([&] { value.getChildByName("leaf70.numbers"); }),
+              "File \"" + path + "\" has changed since it was opened");
 }
 
 // The host's handlers -----------------------------------------------------------------------------
@@ -201,13 +217,13 @@ TEST_F(MappedFiles, AHandlerThatWasThereBeforeGetsAllOtherBusErrors) {
         InstallSimple(&OnHostSignal);
         const GroupAttribute value(Opened(path));
         const Attribute numbers = value.getChildByName("leaf7.numbers");
-        CutShort(path);
+        std::filesystem::resize_file(path, 0);
         SumOf(numbers);
         const int forFile = hostSignals;
         const char byte = page.read();
         const int forPage = hostSignals;
         raise(SIGBUS);
-        EndWith({forFile == 0, byte == 0, forPage == 1, hostSignals == 2});
+        return CountFalse({forFile == 0, byte == 0, forPage == 1, hostSignals == 2});
     }());
 }
 
@@ -222,11 +238,11 @@ TEST_F(MappedFiles, AHandlerThatIsInstalledLaterAndPassesOnLeavesOursWorking) {
         action.sa_flags = SA_SIGINFO;
         sigaction(SIGBUS, &action, &beforeHost);
         const Attribute numbers = value.getChildByName("leaf7.numbers");
-        CutShort(path);
+        std::filesystem::resize_file(path, 0);
         SumOf(numbers);
         const int forFile = hostSignals;
         const char byte = page.read();
-        EndWith({forFile == 0, byte == 0, hostSignals == 1});
+        return CountFalse({forFile == 0, byte == 0, hostSignals == 1});
     }());
 }
 
@@ -239,9 +255,9 @@ TEST_F(MappedFiles, TheNextFileThatIsMappedInstallsTheHandlerAgainWhereTheHostTo
         WriteAttributeFile(other, Leaves(5));
         const GroupAttribute second(Opened(other));
         const Attribute numbers = first.getChildByName("leaf7.numbers");
-        CutShort(path);
+        std::filesystem::resize_file(path, 0);
         SumOf(numbers);
-        EndWith({HasHandler(), second == Leaves(5)});
+        return CountFalse({HasHandler(), second == Leaves(5)});
     }());
 }
 
@@ -254,7 +270,89 @@ TEST_F(MappedFiles, NothingIsMappedAndNoHandlerInstalledWhereTheConfigurationFor
         const GroupAttribute value(Opened(path));
         const Attribute numbers = value.getChildByName("leaf7.numbers");
         const double sum = SumOf(numbers);
-        CutShort(path);
-        EndWith({IsOpen(path), !IsMapped(path), !HasHandler(), SumOf(numbers) == sum});
+        std::filesystem::resize_file(path, 0);
+        return CountFalse({IsOpen(path), !IsMapped(path), !HasHandler(), SumOf(numbers) == sum});
     }());
+}
+
+// Changes beside readers --------------------------------------------------------------------------
+
+namespace {
+
+/// Reads all that there is; the values may be wrong.
+double Walk(const Attribute& value) {
+    if (value.getType() == kAttributeTypeDouble) return SumOf(value);
+    double sum = 0;
+    for (const std::string_view text : StringAttribute(value).getNearestSample(0))
+        for (const char character : text)
+            sum += character;
+    const GroupAttribute group(value);
+    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
+        sum +=
+            static_cast<double>(group.getChildNameView(i).size()) + Walk(group.getChildByIndex(i));
+    return sum;
+}
+
+using Random = std::mt19937;
+
+void CutShort(const std::string& path, Random& random) {
+    std::filesystem::resize_file(path, random() % std::filesystem::file_size(path));
+}
+
+void ReplaceInPlace(const std::string& path, Random& random) {
+    std::filesystem::resize_file(path, 0);
+    std::ofstream(path, std::ios::binary) << std::string(random() % (8 << 20), 'x');
+}
+
+/// Other bytes, some of them from the file itself, in a part of it.
+void Overwrite(const std::string& path, Random& random) {
+    const std::uint64_t bytes = std::filesystem::file_size(path);
+    std::string noise(1 + random() % (1 << 20), '\0');
+    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+    if (random() % 2) {
+        file.seekg(static_cast<std::streamoff>(random() % bytes / 8 * 8));
+        file.read(noise.data(), static_cast<std::streamsize>(noise.size()));
+        file.clear();
+    } else {
+        for (char& byte : noise)
+            byte = static_cast<char>(random());
+    }
+    for (int i = 0; i < 4; ++i) {
+        file.seekp(static_cast<std::streamoff>(random() % bytes / 8 * 8));
+        file.write(noise.data(), static_cast<std::streamsize>(noise.size()));
+    }
+}
+
+void ReplaceByAnother(const std::string& path, Random& random) {
+    WriteAttributeFile(path, Leaves(random() % 100));
+}
+
+} // namespace
+
+TEST_F(MappedFiles, AreWalkedByThreadsWhileTheyAreCutShortOverwrittenOrReplaced) {
+    const std::function<void(const std::string&, Random&)> changes[] = {
+        CutShort, ReplaceInPlace, Overwrite, ReplaceByAnother};
+    Random random(1);
+    int refused = 0;
+    for (int round = 0; round < (TellarTest::kSanitized ? 24 : 120); ++round) {
+        WriteAttributeFile(path, Leaves(round));
+        const GroupAttribute value(Opened(path));
+        std::atomic<int> errors{0}, others{0};
+        std::thread other([&, pause = random() % 2000] {
+            std::this_thread::sleep_for(std::chrono::microseconds(pause));
+            changes[round % 4](path, random);
+        });
+        RunTogether(2, [&](int) {
+            for (int pass = 0; pass < 2; ++pass)
+                try {
+                    Walk(value);
+                } catch (const std::exception& error) {
+                    ++(std::string(error.what()).find(path) == std::string::npos ? others : errors);
+                }
+        });
+        other.join();
+        ASSERT_EQ(others, 0);
+        refused += errors > 0;
+    }
+    EXPECT_GT(refused, 0);
 }

@@ -175,14 +175,14 @@ bool FileBuffer::fetch(std::uint64_t begin, std::uint64_t end, std::string& defe
         return false;
     }
     const bool isLongEnough = static_cast<std::uint64_t>(status.st_size) >= end;
-    if (isLongEnough && !region->isLost()) return true;
+    if (isLongEnough && !isLost()) return true;
     defect = isLongEnough ? kChanged : kCutShort;
     return false;
 }
 
 bool FileBuffer::hasChanged() const {
     if (!isOpen()) return false;
-    if (region && region->isLost()) return true;
+    if (isLost()) return true;
     std::string ignored;
     const auto state = RegularFile::StateOf(descriptor, ignored);
     return !state || !(*state == openedState);

@@ -62,6 +62,8 @@ public:
     /// True when the open file is no longer what it was, or bytes of it were lost: what was not
     /// checked before must not be trusted. Bytes in memory do not change.
     bool hasChanged() const;
+    /// True when bytes of a mapped file were lost and are zeros now. Fast.
+    bool isLost() const { return region && region->isLost(); }
 
     /// Has `forget` called with the bytes of a mapped file whose pages were given back to the
     /// system, on any thread, until another function, or none, is given. Such bytes are still

@@ -32,6 +32,12 @@ struct MappedRegion::Place {
     bool isTaken = false; // guarded by the lock of the list
 };
 
+/// A handler that was there before ours.
+struct HandlerBefore {
+    struct sigaction action;
+    const HandlerBefore* earlier;
+};
+
 /// What the signal handler and the regions share. All of it is initialised without code, because
 /// the handler may run at any time.
 struct RegionAccess {
@@ -43,13 +49,14 @@ struct RegionAccess {
 
     static std::mutex lock; // guards taking and leaving places, and installing the handler
     static std::atomic<Place*> places;
-    static std::atomic<const struct sigaction*> previous; // the handler that was there before ours
+    // The last of them. None is ever freed, because the signal handler may be looking at it.
+    static std::atomic<const HandlerBefore*> previous;
     static std::atomic<std::uintptr_t> pageBytes;
 };
 
 std::mutex RegionAccess::lock;
 std::atomic<RegionAccess::Place*> RegionAccess::places{nullptr};
-std::atomic<const struct sigaction*> RegionAccess::previous{nullptr};
+std::atomic<const HandlerBefore*> RegionAccess::previous{nullptr};
 std::atomic<std::uintptr_t> RegionAccess::pageBytes{4096};
 
 namespace {
@@ -69,7 +76,8 @@ bool MapZeros(std::uintptr_t begin, std::uintptr_t end) {
 
 /// Does what would have happened without our handler.
 void PassOn(int signal, siginfo_t* info, void* context) {
-    const struct sigaction* before = RegionAccess::previous.load(std::memory_order_acquire);
+    const HandlerBefore* const last = RegionAccess::previous.load(std::memory_order_acquire);
+    const struct sigaction* const before = last ? &last->action : nullptr;
     if (before && (before->sa_flags & SA_SIGINFO) != 0)
         return before->sa_sigaction(signal, info, context);
     const bool wasSent = info->si_code <= 0; // by a process, not for an address
@@ -143,8 +151,8 @@ void RegionAccess::DemandHandler() {
     if (sigaction(SIGBUS, nullptr, &current) != 0) fail();
     if (previous.load(std::memory_order_relaxed) && !IsDefault(current)) return;
     pageBytes.store(static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE)), std::memory_order_relaxed);
-    // Never freed: a handler may be looking at it.
-    previous.store(new struct sigaction(current), std::memory_order_release);
+    previous.store(new HandlerBefore{current, previous.load(std::memory_order_relaxed)},
+                   std::memory_order_release);
     struct sigaction ours {};
     ours.sa_sigaction = &OnBusError;
     ours.sa_mask = current.sa_mask; // for the handler that ours calls

@@ -190,9 +190,7 @@ void Container::verifyBlock(std::uint64_t block) {
         if (verifiedBlocks[block].load(std::memory_order_relaxed) != 0) return;
     }
     fetch(begin, end);
-    std::uint64_t expected;
-    std::memcpy(&expected, base + footer.tableOffset + block * 8, sizeof expected);
-    if (HashBlock(base + begin, end - begin) != expected)
+    if (HashBlock(base + begin, end - begin) != checksums[block])
         refuseDamage("bytes " + std::to_string(begin) + " to " + std::to_string(end) +
                      " do not have their checksum");
     verifiedBlocks[block].store(1, std::memory_order_release);

@@ -107,6 +107,11 @@ public:
         return static_cast<std::uint64_t>(Bytes(node) - base) / kUnitBytes;
     }
 
+    /// Throws if bytes of the file were lost, so that something may only seem not to be in it.
+    void demandPresent() const {
+        if (buffer.isLost()) refuseDamage("bytes of it were lost");
+    }
+
     /// True for a file so large that reading all of it must be avoided.
     bool isLarge() const { return bytes > FileBuffer::kLargeBytes; }
 
@@ -205,8 +210,8 @@ private:
     void checkShort(const Node* node);
     void checkShortWord(std::uint32_t word, std::uint64_t unit) const;
     void checkFull(const Node* node);
-    void checkTimes(const FullNode& node, std::uint64_t unit);
-    void checkStrings(const FullNode& node, std::uint64_t valuesOffset);
+    void checkTimes(const FullNode& node, std::uint32_t timeCount) const;
+    void checkStrings(const FullNode& node, std::uint64_t elements, std::uint64_t valuesOffset);
     void checkShaped(const Node* node, const Place& place);
     void checkWide(const Node* node, const Place& place);
     const Shape& checkedShape(std::uint32_t number, std::uint32_t maximumDepth);
@@ -247,6 +252,8 @@ private:
     ContainerHeader header;
     ContainerFooter footer;
     Hash contentIdentity;
+    // A copy, so that it stays as it is when the file changes.
+    std::unique_ptr<std::uint64_t[]> checksums;
     std::unique_ptr<std::atomic<std::uint8_t>[]> verifiedBlocks;
     // A hash's index is its value's unit modulo the size. Made when the first hash is kept.
     std::unique_ptr<std::array<CachedHash, 1024>> hashes;

@@ -46,11 +46,13 @@ void Container::checkTable() {
     if (footer.tableOffset + blocks * 8 + sizeof footer != bytes)
         refuse("is damaged: its parts do not fit together");
     fetch(footer.tableOffset, bytes);
-    const char* table = base + footer.tableOffset;
-    if (XXH3_64bits(table, blocks * 8) != footer.tableChecksum)
+    checksums = std::make_unique<std::uint64_t[]>(blocks);
+    std::memcpy(checksums.get(), base + footer.tableOffset, blocks * 8);
+    if (XXH3_64bits(checksums.get(), blocks * 8) != footer.tableChecksum)
         refuse("is damaged: its checksums do not have the checksum that it states");
 
-    const XXH128_hash_t content = XXH3_128bits_withSeed(table, blocks * 8, footer.rootUnit);
+    const XXH128_hash_t content =
+        XXH3_128bits_withSeed(checksums.get(), blocks * 8, footer.rootUnit);
     contentIdentity.words[0] = content.high64;
     contentIdentity.words[1] = content.low64;
     verifiedBlocks = std::make_unique<std::atomic<std::uint8_t>[]>(blocks);
@@ -162,49 +164,55 @@ void Container::checkFull(const Node* node) {
         damaged("an attribute has an impossible head", unit);
     if (full.tupleSize == 0 || full.tupleSize > INT32_MAX)
         damaged("an attribute has an impossible tuple size", unit);
-    if (full.timeCount == 0 || full.timeCount > INT32_MAX ||
-        ((full.word & kTimesOmitted) && full.timeCount != 1))
+    // Read once, because they may change.
+    const std::uint64_t count = full.count;
+    const std::uint32_t timeCount = full.timeCount;
+    if (timeCount == 0 || timeCount > INT32_MAX ||
+        ((full.word & kTimesOmitted) && timeCount != 1))
         damaged("an attribute has an impossible number of times", unit);
     const std::uint64_t times = offset + sizeof(FullNode);
     const std::uint64_t values =
-        full.word & kTimesOmitted ? times : AlignUp(endOf(unit, times, 4, full.timeCount), 8);
+        full.word & kTimesOmitted ? times : AlignUp(endOf(unit, times, 4, timeCount), 8);
     verifyRange(times, endOf(unit, values, 1, 0));
-    checkTimes(full, unit);
-    if (full.count > (footer.tableOffset - values) / 4 / full.timeCount)
+    if (!(full.word & kTimesOmitted)) checkTimes(full, timeCount);
+    if (count > (footer.tableOffset - values) / 4 / timeCount)
         damaged("an attribute leads outside", unit);
     if (node->type() == kAttributeTypeString)
-        checkStrings(full, values);
+        checkStrings(full, count * timeCount, values);
     else
-        verifyRange(values,
-                    endOf(unit, values, ElementBytes(node->type()), full.count * full.timeCount));
-    if (IsShortForm(full, SoundViewOf(full).textBytes))
+        verifyRange(values, endOf(unit, values, ElementBytes(node->type()), count * timeCount));
+    if (IsShortForm(full, fullView(node).textBytes))
         damaged("a value that would be shorter stands", unit);
 }
 
-void Container::checkTimes(const FullNode& node, std::uint64_t unit) {
-    if (node.word & kTimesOmitted) return;
+void Container::checkTimes(const FullNode& node, std::uint32_t timeCount) const {
+    const std::uint64_t unit = unitOf(&node);
     const auto* const times = reinterpret_cast<const float*>(&node + 1);
-    for (std::uint64_t i = 0; i < node.timeCount; ++i)
+    for (std::uint32_t i = 0; i < timeCount; ++i)
         if (!std::isfinite(times[i]) || (i > 0 && !(times[i - 1] < times[i])))
             damaged("an attribute has times that do not ascend", unit);
-    if (node.timeCount == 1 && times[0] == 0.0f && !std::signbit(times[0]))
+    if (timeCount == 1 && times[0] == 0.0f && !std::signbit(times[0]))
         damaged("an attribute states the time that goes without saying", unit);
 }
 
-void Container::checkStrings(const FullNode& node, std::uint64_t valuesOffset) {
+void Container::checkStrings(const FullNode& node, std::uint64_t elements,
+                             std::uint64_t valuesOffset) {
     const std::uint64_t unit = unitOf(&node);
-    const std::uint64_t elements = node.count * node.timeCount;
     const std::uint64_t bytesOffset = endOf(unit, valuesOffset, 4, elements + 1);
     verifyRange(valuesOffset, bytesOffset);
     const auto* const ends = reinterpret_cast<const std::uint32_t*>(base + valuesOffset);
-    verifyRange(bytesOffset, endOf(unit, bytesOffset, 1, ends[elements]));
+    const std::uint32_t textBytes = ends[elements];
+    verifyRange(bytesOffset, endOf(unit, bytesOffset, 1, textBytes));
     if (ends[0] != 0) damaged("a string attribute has impossible lengths", unit);
-    for (std::uint64_t i = 0; i < elements; ++i)
-        if (ends[i] >= ends[i + 1] || ends[i + 1] > ends[elements])
+    std::uint32_t begin = 0;
+    for (std::uint64_t i = 0; i < elements; ++i) {
+        const std::uint32_t end = ends[i + 1];
+        if (begin >= end || end > textBytes)
             damaged("a string attribute has impossible lengths", unit);
-    for (std::uint64_t i = 0; i < elements; ++i)
-        if (base[bytesOffset + ends[i + 1] - 1] != '\0')
+        if (base[bytesOffset + end - 1] != '\0')
             damaged("a string attribute has an unfinished string", unit);
+        begin = end;
+    }
 }
 
 } // namespace OxAttribute

@@ -51,7 +51,10 @@ inline DataView ViewOf(const Node* node) noexcept {
     view.type = head.type();
     view.values = Bytes(node) + sizeof(Node);
     if (head.isShortNumbers()) {
-        view.count = head.shortCount();
+        // Those of a mapped file that change may become doubles at a place where none can be read.
+        const bool isReadable =
+            reinterpret_cast<std::uintptr_t>(view.values) % ElementBytes(view.type) == 0;
+        view.count = isReadable ? head.shortCount() : 0;
         view.tupleSize = std::max(1u, head.word >> kTupleSizeBit);
     } else if (view.type == kAttributeTypeString) {
         view.count = 1;

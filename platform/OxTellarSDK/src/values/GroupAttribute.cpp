@@ -204,10 +204,22 @@ std::string_view GroupAttribute::getChildNameView(std::int64_t index) const noex
     return NameAt(handle, static_cast<std::uint64_t>(index));
 }
 
+namespace {
+
+/// The answer about a child that a group does not have. Throws if that may be so only because bytes
+/// of its file were lost.
+Attribute Absent(const Node* group) {
+    if (const Container* container = group ? Container::Of(group) : nullptr)
+        container->demandPresent();
+    return {};
+}
+
+} // namespace
+
 Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
     if (!handle || index < 0) return {};
     Node* const child = ChildAt(handle, static_cast<std::uint64_t>(index));
-    if (!child) return {};
+    if (!child) return Absent(handle);
     Retain(child);
     return CreateAndSteal(child);
 }
@@ -233,7 +245,7 @@ const Node* FindAt(const Node* node, std::string_view path) {
 Attribute GroupAttribute::getChildByName(std::string_view path) const {
     if (!handle) return {};
     auto* node = const_cast<Node*>(FindAt(handle, path));
-    if (!node) return {};
+    if (!node) return Absent(handle);
     Retain(node);
     return CreateAndSteal(node);
 }

@@ -11,6 +11,7 @@ template <typename T>
 ConstSample<T> SampleValues(const NumericAttribute<T>& attribute, std::int64_t index) {
     const DataView view = ViewOf(attribute.getHandle(), NumericAttribute<T>::kType);
     const auto count = static_cast<std::int64_t>(view.count);
+    if (index >= view.timeCount) return {}; // it has changed
     return {Attribute(), view.as<T>() + index * count, count};
 }
 
