@@ -167,8 +167,7 @@ void Container::checkFull(const Node* node) {
     // Read once, because they may change.
     const std::uint64_t count = full.count;
     const std::uint32_t timeCount = full.timeCount;
-    if (timeCount == 0 || timeCount > INT32_MAX ||
-        ((full.word & kTimesOmitted) && timeCount != 1))
+    if (timeCount == 0 || timeCount > INT32_MAX || ((full.word & kTimesOmitted) && timeCount != 1))
         damaged("an attribute has an impossible number of times", unit);
     const std::uint64_t times = offset + sizeof(FullNode);
     const std::uint64_t values =

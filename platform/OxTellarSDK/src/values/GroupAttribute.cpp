@@ -193,6 +193,13 @@ Node* ChildAt(const Node* group, std::uint64_t index) {
                                    : container->child(group, index));
 }
 
+/// The answer about a child that a group does not have. Throws if that may be so only because bytes
+/// of its file were lost.
+Attribute Absent(const Node* group) {
+    if (const Container* container = Container::Of(group)) container->demandPresent();
+    return {};
+}
+
 } // namespace
 
 std::string GroupAttribute::getChildName(std::int64_t index) const {
@@ -203,18 +210,6 @@ std::string_view GroupAttribute::getChildNameView(std::int64_t index) const noex
     if (!handle || index < 0) return {};
     return NameAt(handle, static_cast<std::uint64_t>(index));
 }
-
-namespace {
-
-/// The answer about a child that a group does not have. Throws if that may be so only because bytes
-/// of its file were lost.
-Attribute Absent(const Node* group) {
-    if (const Container* container = group ? Container::Of(group) : nullptr)
-        container->demandPresent();
-    return {};
-}
-
-} // namespace
 
 Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
     if (!handle || index < 0) return {};
