@@ -19,8 +19,6 @@ namespace OxAttribute {
 
 namespace {
 
-// Room for the owner's pointer that keeps the file's values aligned.
-constexpr std::uint64_t kFrontBytes = 64;
 // The system can map a file by large pages if it begins at a multiple of their size.
 constexpr std::uint64_t kLargePageBytes = std::uint64_t(2) << 20;
 
@@ -53,11 +51,10 @@ FileBuffer& FileBuffer::operator=(FileBuffer&& other) noexcept {
 FileBuffer FileBuffer::Allocate(std::uint64_t bytes) {
     FileBuffer buffer;
     if (bytes > SIZE_MAX / 2) throw std::bad_alloc();
-    buffer.allocationBytes = kFrontBytes + kAlignment + bytes + kTailBytes;
+    buffer.allocationBytes = kAlignment + bytes + kTailBytes;
     buffer.allocation = static_cast<char*>(std::calloc(1, buffer.allocationBytes));
     if (!buffer.allocation) throw std::bad_alloc();
-    char* const behindFront = buffer.allocation + kFrontBytes;
-    buffer.start = behindFront + PaddingTo(kAlignment, behindFront);
+    buffer.start = buffer.allocation + PaddingTo(kAlignment, buffer.allocation);
     buffer.bytes = bytes;
     return buffer;
 }
@@ -116,18 +113,15 @@ void FileBuffer::open(std::FILE* file, const RegularFile::State& state) {
     if (!isOpen()) Fail();
 }
 
-/// One anonymous page for the owner's pointer, which lies in front of the file's first byte, and
-/// right behind it the file.
 void FileBuffer::reserve(std::uint64_t plainBytes) {
     const auto page = static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
     bytes = plainBytes;
-    allocationBytes = page + kLargePageBytes + plainBytes + page + kTailBytes;
+    allocationBytes = kLargePageBytes + plainBytes + page + kTailBytes;
     void* reserved = mmap(nullptr, allocationBytes, PROT_READ | PROT_WRITE,
                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
     if (reserved == MAP_FAILED) Fail();
     allocation = static_cast<char*>(reserved);
-    char* const behindPage = allocation + page;
-    start = behindPage + PaddingTo(kLargePageBytes, behindPage);
+    start = allocation + PaddingTo(kLargePageBytes, allocation);
 }
 
 FileBuffer FileBuffer::Open(std::FILE* file, const RegularFile::State& state, FileAccess access) {

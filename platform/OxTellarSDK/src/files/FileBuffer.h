@@ -23,9 +23,8 @@ enum class FileAccess {
     Read
 };
 
-/// The bytes of a whole file, in memory, mapped or decompressed as they are needed, with room for
-/// one pointer in front: data()[-8..0) belongs to the owner and starts as zeros. Movable, for one
-/// owner.
+/// The bytes of a whole file, in memory, mapped or decompressed as they are needed. Movable, for
+/// one owner.
 ///
 /// The first byte lies at a multiple of kAlignment, so that no other buffer has bytes in the same
 /// run of that size. At least kTailBytes behind the last byte are readable too: a reader that has

@@ -194,7 +194,7 @@ private:
 
     Wide wide(const Node* group) const noexcept;
     const Node* wideChild(const Node* group, std::uint64_t index);
-    const NamesRecord* names(std::uint32_t unit) const noexcept;
+    NamesRecord names(std::uint32_t unit) const noexcept;
     std::string_view nameAt(const NamesRecord& names, std::uint64_t index) const noexcept;
     std::int64_t findSorted(const NamesRecord& names, std::string_view name) const noexcept;
 
@@ -203,7 +203,8 @@ private:
     void checkTable();
     void checkKind(ContainerKind wanted) const;
     const Node* checked(const Place& place);
-    const Node* checkedWideChild(const Node* group, const Wide& parent, std::uint64_t index);
+    const Node* checkedWideChild(const Node* group, const Wide& parent, std::uint64_t index,
+                                 std::uint32_t unit);
     void checkMore(const Shape::Child& entry, const Node* node);
     void checkNode(const Place& place);
     void checkData(const Node* node);
@@ -221,7 +222,7 @@ private:
     void checkSharedChild(Shape::Child& child);
     void checkShapeValue(Shape& shape, Shape::Child& child, std::uint64_t unit);
     void align(Shape& shape, std::uint64_t remainder, std::uint64_t unit) const;
-    const NamesRecord& checkedNames(std::uint32_t unit, std::uint64_t count, std::uint64_t user);
+    NamesRecord checkedNames(std::uint32_t unit, std::uint64_t count, std::uint64_t user);
     void checkNameTexts(const NamesRecord& names, std::uint64_t user);
     void checkFewNamesDiffer(const NamesRecord& names, std::uint64_t user) const;
     void checkSortedNamesDiffer(const NamesRecord& names, std::uint64_t user) const;

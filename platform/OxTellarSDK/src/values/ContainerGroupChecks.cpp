@@ -43,9 +43,9 @@ void Container::checkWide(const Node* node, const Place& place) {
     }
 }
 
-const Node* Container::checkedWideChild(const Node* group, const Wide& parent,
-                                        std::uint64_t index) {
-    Place place{parent.units[index], parent.types[index], 0, 0};
+const Node* Container::checkedWideChild(const Node* group, const Wide& parent, std::uint64_t index,
+                                        std::uint32_t unit) {
+    Place place{unit, parent.types[index], 0, 0};
     if (place.type == kAttributeTypeGroup) {
         // The child's region begins behind the group before it, or where the parent's begins.
         place.firstUnit = unitOf(group) - static_cast<const WideGroup*>(group)->extent;
@@ -90,14 +90,14 @@ std::unique_ptr<Shape> Container::readShape(std::uint32_t number, std::uint32_t 
     const std::uint32_t unit = nodeAt(place)->word;
     const std::uint64_t offset = unit * kUnitBytes;
     verifyRange(offset, endOf(place, offset, 1, sizeof(ShapeRecord)));
-    const auto& record = *reinterpret_cast<const ShapeRecord*>(base + offset);
+    const ShapeRecord record = *reinterpret_cast<const ShapeRecord*>(base + offset);
     if (record.depth == 0 || record.depth > maximumDepth)
         damaged("a group has an impossible depth", unit);
     if (record.count > kMostShapeChildren || record.extent > kMostShapeExtent)
         damaged("a shape is too large", unit);
     const std::uint64_t entriesOffset = offset + sizeof(ShapeRecord);
     verifyRange(offset, endOf(unit, entriesOffset, sizeof(ShapeEntry), record.count));
-    const NamesRecord& names = checkedNames(record.namesUnit, record.count, unit);
+    const NamesRecord names = checkedNames(record.namesUnit, record.count, unit);
 
     auto shape = std::make_unique<Shape>();
     shape->number = number;
@@ -109,12 +109,13 @@ std::unique_ptr<Shape> Container::readShape(std::uint32_t number, std::uint32_t 
     std::uint64_t groupsBegin = 0; // bytes from the start of the region
     for (std::uint32_t i = 0; i < record.count; ++i) {
         Shape::Child& child = shape->children[i];
+        const ShapeEntry entry = entries[i];
         const std::string_view name = nameAt(names, i);
         child.name = name.data();
         child.nameLength = static_cast<std::uint32_t>(name.size());
-        child.word = entries[i].word & ~kSharedChild;
-        child.isShared = (entries[i].word & kSharedChild) != 0;
-        child.offset = entries[i].place * kUnitBytes;
+        child.word = entry.word & ~kSharedChild;
+        child.isShared = (entry.word & kSharedChild) != 0;
+        child.offset = entry.place * kUnitBytes;
         if (!HasKnownFlags(child.word)) damaged("a shape has a child of no known type", unit);
         if (Node{child.word}.type() == kAttributeTypeGroup)
             groupsBegin = checkShapeGroup(*shape, child, number, groupsBegin);
@@ -182,17 +183,17 @@ void Container::checkMore(const Shape::Child& entry, const Node* node) {
         damaged("a string attribute has an unfinished string", unitOf(node));
 }
 
-const NamesRecord& Container::checkedNames(std::uint32_t unit, std::uint64_t count,
-                                           std::uint64_t user) {
+NamesRecord Container::checkedNames(std::uint32_t unit, std::uint64_t count, std::uint64_t user) {
     const std::uint64_t offset = unit * kUnitBytes;
     verifyRange(offset, endOf(user, offset, 4, 1));
-    const auto& names = *reinterpret_cast<const NamesRecord*>(base + offset);
+    const auto* const words = reinterpret_cast<const std::uint32_t*>(base + offset);
+    const NamesRecord names{*words, words + 1};
     if (names.count != count) damaged("a group has more or fewer names than children", user);
     std::atomic<std::uint32_t>& known = knownNames[unit % knownNames.size()];
     if (known.load(std::memory_order_acquire) == unit) return names;
     const std::uint64_t textOffset = endOf(user, offset, 4, NamesRecord::Words(count));
     verifyRange(offset, textOffset);
-    if (count > 0) verifyRange(textOffset, endOf(user, textOffset, 1, names.ends()[count - 1]));
+    if (count > 0) verifyRange(textOffset, endOf(user, textOffset, 1, names.ends[count - 1]));
     checkNameTexts(names, user);
     if (count > kLinearSearchLimit)
         checkSortedNamesDiffer(names, user);
@@ -204,10 +205,10 @@ const NamesRecord& Container::checkedNames(std::uint32_t unit, std::uint64_t cou
 
 void Container::checkNameTexts(const NamesRecord& names, std::uint64_t user) {
     const bool isSorted = names.count > kLinearSearchLimit;
-    const std::uint32_t end = names.count > 0 ? names.ends()[names.count - 1] : 0;
+    const std::uint32_t end = names.count > 0 ? names.ends[names.count - 1] : 0;
     std::uint32_t begin = 0;
     for (std::uint32_t i = 0; i < names.count; ++i) {
-        const std::uint32_t next = names.ends()[i];
+        const std::uint32_t next = names.ends[i];
         if (next <= begin || next > end || next - begin > kMostNameBytes + 1 ||
             names.text()[next - 1] != '\0' ||
             (isSorted && HashName({names.text() + begin, next - begin - 1}) != names.hashes()[i]))
@@ -225,15 +226,19 @@ void Container::checkFewNamesDiffer(const NamesRecord& names, std::uint64_t user
 
 void Container::checkSortedNamesDiffer(const NamesRecord& names, std::uint64_t user) const {
     const std::uint32_t* const hashes = names.hashes();
-    const std::uint32_t* const order = names.sorted();
+    const auto at = [&](std::uint32_t place) {
+        const std::uint32_t index = names.sorted()[place];
+        if (index >= names.count) damaged("a group has an impossible order", user);
+        return index;
+    };
     for (std::uint32_t i = 0; i < names.count; ++i) {
-        if (order[i] >= names.count) damaged("a group has an impossible order", user);
+        const std::uint32_t b = at(i);
         if (i == 0) continue;
-        const std::uint32_t a = order[i - 1], b = order[i];
+        const std::uint32_t a = at(i - 1);
         if (hashes[a] > hashes[b] || (hashes[a] == hashes[b] && a >= b))
             damaged("a group has an impossible order", user);
-        for (std::uint32_t j = i; j-- > 0 && hashes[order[j]] == hashes[b];) {
-            if (nameAt(names, order[j]) == nameAt(names, b))
+        for (std::uint32_t j = i; j-- > 0 && hashes[at(j)] == hashes[b];) {
+            if (nameAt(names, at(j)) == nameAt(names, b))
                 damaged("a group has two children of one name", user);
             if (i - j >= kMaximumEqualHashes)
                 damaged("a group has too many names of one hash", user);

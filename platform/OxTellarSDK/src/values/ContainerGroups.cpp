@@ -18,18 +18,20 @@ Container::Wide Container::wide(const Node* group) const noexcept {
     return wide;
 }
 
-/// Null unless the record's numbers lie inside.
-const NamesRecord* Container::names(std::uint32_t unit) const noexcept {
-    if (unit >= units()) return nullptr;
-    const auto* const record = reinterpret_cast<const NamesRecord*>(nodeAt(unit));
-    return NamesRecord::Words(record->count) <= units() - unit ? record : nullptr;
+/// None unless the record's numbers lie inside.
+NamesRecord Container::names(std::uint32_t unit) const noexcept {
+    if (unit >= units()) return {};
+    const auto* const words = reinterpret_cast<const std::uint32_t*>(nodeAt(unit));
+    const std::uint32_t count = *words;
+    if (NamesRecord::Words(count) > units() - unit) return {};
+    return {count, words + 1};
 }
 
 std::string_view Container::nameAt(const NamesRecord& names, std::uint64_t index) const noexcept {
     constexpr std::string_view kNothing = ""; // a NUL follows every name
     if (index >= names.count) return kNothing;
-    const std::uint32_t begin = index > 0 ? names.ends()[index - 1] : 0;
-    const std::uint32_t end = names.ends()[index];
+    const std::uint32_t begin = index > 0 ? names.ends[index - 1] : 0;
+    const std::uint32_t end = names.ends[index];
     const char* const text = names.text();
     const auto rest = static_cast<std::uint64_t>(base + footer.tableOffset - text);
     if (begin >= end || end > rest) return kNothing;
@@ -49,8 +51,7 @@ std::uint32_t Container::depthOf(const Node* group) const noexcept {
 std::string_view Container::childName(const Node* group, std::uint64_t index) const noexcept {
     if (const Shape* shape = shapeOf(group))
         return index < shape->count ? shape->children[index].nameView() : std::string_view("");
-    const NamesRecord* const record = names(wide(group).namesUnit);
-    return record ? nameAt(*record, index) : std::string_view("");
+    return nameAt(names(wide(group).namesUnit), index);
 }
 
 std::int64_t Container::findChild(const Node* group, std::string_view name) const noexcept {
@@ -62,11 +63,11 @@ std::int64_t Container::findChild(const Node* group, std::string_view name) cons
         return -1;
     }
     const Wide parent = wide(group);
-    const NamesRecord* const record = names(parent.namesUnit);
-    if (!record || record->count != parent.count) return -1;
-    if (parent.count > kLinearSearchLimit) return findSorted(*record, name);
+    const NamesRecord record = names(parent.namesUnit);
+    if (record.count != parent.count) return -1;
+    if (parent.count > kLinearSearchLimit) return findSorted(record, name);
     for (std::uint32_t i = 0; i < parent.count; ++i)
-        if (nameAt(*record, i) == name) return i;
+        if (nameAt(record, i) == name) return i;
     return -1;
 }
 
@@ -87,10 +88,11 @@ std::int64_t Container::findSorted(const NamesRecord& names, std::string_view na
 
 const Node* Container::wideChild(const Node* group, std::uint64_t index) {
     const Wide parent = wide(group);
-    if (index >= parent.count || parent.units[index] >= units()) missing(group);
+    if (index >= parent.count) missing(group);
     const std::uint32_t unit = parent.units[index];
+    if (unit >= units()) missing(group);
     const Node* const node = nodeAt(unit);
-    if (!isChecked(unit)) return checkedWideChild(group, parent, index);
+    if (!isChecked(unit)) return checkedWideChild(group, parent, index, unit);
     // A value that was checked as a group of another parent must not be used as a number.
     if (node->type() != parent.types[index]) missing(node);
     // Holds for what was checked. Nobody goes around in bytes that changed later.

@@ -77,16 +77,18 @@ static_assert(sizeof(WideGroup) == 16, "part of the file format");
 /// the NUL behind it (u32), counted from the first name; above kLinearSearchLimit children the
 /// hashes of the names (u32) and the indices of the children (u32) in the order of the hashes; and
 /// the names.
+///
+/// This is where the parts of such a record stand. It has a copy of the number of names, because
+/// that in a mapped file may change.
 struct NamesRecord {
-    std::uint32_t count;
+    std::uint32_t count = 0;
+    const std::uint32_t* ends = nullptr; // null: no record
 
-    const std::uint32_t* ends() const { return &count + 1; }
-    const std::uint32_t* hashes() const { return ends() + count; }
+    const std::uint32_t* hashes() const { return ends + count; }
     const std::uint32_t* sorted() const { return hashes() + count; }
-    /// Words in front of the first name.
-    std::uint64_t words() const { return Words(count); }
-    const char* text() const { return reinterpret_cast<const char*>(&count + words()); }
+    const char* text() const { return reinterpret_cast<const char*>(ends - 1 + Words(count)); }
 
+    /// Words in front of the first name.
     static std::uint64_t Words(std::uint64_t count) {
         return 1 + count * (count > kLinearSearchLimit ? 3 : 1);
     }
