@@ -11,7 +11,6 @@
 
 #include "ProducerHelpers.h"
 #include "RunTogether.h"
-#include "Sanitized.h"
 #include "SceneBuilders.h"
 
 // What producers give when locations were dropped because memory is short.
@@ -31,13 +30,16 @@ using Hashes = std::map<std::string, std::string>;
 
 constexpr std::uint64_t kLimit = OxTellarMemory::kSmallestMemoryLimit;
 
+// Long names make a scene large that has few locations, which threads walk quickly.
+const std::string kLongName(150, 'n');
+
 /// /root/world with groups of leaves, each of which has a matrix of its own, made by an op.
-GroupAttribute Forest(int groups, int leaves) {
+GroupAttribute Forest(int groups, int leaves, const std::string& names = "") {
     Children groupEntries;
     for (int group = 0; group < groups; ++group) {
         Children leafEntries;
         for (int leaf = 0; leaf < leaves; ++leaf)
-            leafEntries.emplace_back("leaf" + std::to_string(leaf),
+            leafEntries.emplace_back("leaf" + std::to_string(leaf) + names,
                                      Location({{"n", Int(group * leaves + leaf)}}));
         groupEntries.emplace_back("group" + std::to_string(group), Location({}, leafEntries));
     }
@@ -117,8 +119,7 @@ TEST_F(DroppedLocations, LeaveProducersThatWereMadeBefore) {
 }
 
 TEST_F(DroppedLocations, AreTheSameForThreadsThatWalkATenfoldOfTheLimit) {
-    constexpr int kGroups = kSanitized ? 60 : 120;
-    const GroupAttribute forest = Forest(kGroups, 200);
+    const GroupAttribute forest = Forest(90, 200, kLongName);
     const Client client = MakeClient(forest);
     OxTellarMemory::SetMemoryLimit(OxTellarMemory::kUnlimitedMemory);
     const Hashes expected = HashesBelow(CreateSyncGeometryProducer(client, "/root"));
