@@ -59,18 +59,22 @@ private:
     /// whatever its offsets are: those of a file may change.
     template <typename Word>
     std::int64_t scanBy(std::string_view text) const {
+        constexpr std::size_t kTail = sizeof(Word) > 1 ? sizeof(Word) : 0;
         const auto length = static_cast<std::uint32_t>(text.size() + 1);
-        const char* const tail = text.data() + text.size() - (sizeof(Word) > 1 ? sizeof(Word) : 0);
-        std::uint32_t begin = view.ends[0];
-        for (std::int64_t i = 0, all = count(); i < all; ++i) {
-            const std::uint32_t end = view.ends[i + 1];
-            const bool isAsLong = end - begin == length && end >= length && end <= view.textBytes;
-            begin = end;
-            if (!isAsLong) continue;
-            const char* const value = view.values + end - length;
-            if (sizeof(Word) > 1 && !IsSameWord<Word>(value + text.size() - sizeof(Word), tail))
-                continue;
-            if (IsSameText(value, text.data(), text.size())) return i;
+        const std::uint32_t lastBegin = view.textBytes - length; // not less than 0
+        const char* const tail = text.data() + text.size() - kTail;
+        const char* const firstTail = view.values + text.size() - kTail;
+        const std::uint32_t* const ends = view.ends + 1;
+        const auto all = static_cast<std::int64_t>(view.elements());
+        std::uint32_t before = view.ends[0];
+        for (std::int64_t i = 0; i < all; ++i) {
+            const std::uint32_t end = ends[i];
+            const std::uint32_t begin = end - length; // a huge number if the end is too small
+            const bool isAsLong = begin == before;
+            before = end;
+            if (!isAsLong || begin > lastBegin) continue;
+            if (kTail > 0 && !IsSameWord<Word>(firstTail + begin, tail)) continue;
+            if (IsSameText(view.values + begin, text.data(), text.size())) return i;
         }
         return -1;
     }
