@@ -148,8 +148,8 @@ protected:
         TourResult read;
         long kept = 0;
     };
-    /// The op-tree source of a client that could not be made, with its description in nineteen pieces,
-    /// is the key under which the next one is kept. So it is there twice then.
+    /// The op-tree source of a client that could not be made, with its description in nineteen
+    /// pieces, is the key under which the next one is kept. So it is there twice then.
     static constexpr long kKeptAsKeys = 19;
 
     const TempDirectory folder;
