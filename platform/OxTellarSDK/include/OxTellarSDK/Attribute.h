@@ -195,7 +195,7 @@ public:
         // A mapped file may have been overwritten after these numbers were checked.
         const std::uint32_t begin = ends[index];
         const std::uint32_t end = ends[index + 1];
-        if (begin >= end || end > byteCount) return {bytes, 0};
+        if (begin >= end || end > byteCount) return "";
         return {bytes + begin, end - begin - 1};
     }
 
