@@ -27,6 +27,9 @@ struct Range {
     }
 };
 
+// Set before anything of the library is used: its small memory comes from malloc then, too.
+[[maybe_unused]] const bool isPlain = setenv("TELLAR_PLAIN_MEMORY", "1", 1) == 0;
+
 long failing = 0; // the number of the allocation that fails
 long asked = 0;
 long live = 0;

@@ -2,6 +2,7 @@
 #define OXLOGGINGHOST_TESTS_ALLOCATEDBYTES_H
 
 #include <cstddef>
+#include <cstdlib>
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define TELLAR_TEST_SANITIZED 1
@@ -16,6 +17,9 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #else
 #include <malloc.h>
 #endif
+
+/// Set before anything of the library is used: it then keeps no small memory of its own.
+inline const bool kAllComesFromMalloc = setenv("TELLAR_PLAIN_MEMORY", "1", 1) == 0;
 
 /// The bytes that all threads of this process have allocated and not freed. Free pages that the
 /// allocator keeps are not counted.

@@ -211,7 +211,7 @@ TEST(Dropping, CountsNothingAfterTheLastUserIsGone) {
 }
 
 TEST(Dropping, WorksBesideThreadsThatWalkATenfoldOfTheLimit) {
-    constexpr int kWidth = TellarTest::kSanitized ? 26 : 34;
+    constexpr int kWidth = TellarTest::kSanitized ? 27 : 34;
     Graph graph;
     const Client client = graph.commit(
         graph.chain(graph.op(kSource, {Children(NamesOf(kWidth, "a long name of a child number ")),

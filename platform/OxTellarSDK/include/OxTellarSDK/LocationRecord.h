@@ -2,7 +2,9 @@
 #define OXTELLARSDK_LOCATIONRECORD_H
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include <OxTellarSDK/Attribute.h>
 #include <OxTellarSDK/Export.h>
@@ -31,6 +33,9 @@ struct alignas(32) LocationRecord {
         std::atomic<std::uint64_t> hash[2] = {{0}, {0}}; // not known while the first is 0
         OxAttribute::Attribute note;
         std::uint32_t noteStore = 0; // shortId of the store of the Op that made the note
+
+        static void* operator new(std::size_t bytes, const std::nothrow_t&) noexcept;
+        static void operator delete(void* memory, std::size_t bytes) noexcept;
     };
 
     OxAttribute::GroupAttribute attrs;

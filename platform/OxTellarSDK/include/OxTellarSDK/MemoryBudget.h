@@ -84,13 +84,13 @@ extern OXTELLARSDK_API MemoryPressure memoryPressure;
     return memoryPressure.tick.load(std::memory_order_relaxed);
 }
 
-/// Frees memory if caches take more than seven eighths of the limit, and a sixteenth more than
-/// that. The rest of the limit is for the holes in memory that is freed and used again. Caches call
-/// this after they have added something, without any lock, guard or pin of theirs, because it calls
-/// Cache::drop of all caches. While one thread frees memory, others go on, unless caches
-/// take more than fifteen sixteenths of the limit: then they wait for it. When that much cannot be
-/// freed because callers hold it, the next attempt is made after another sixteenth of the limit was
-/// added.
+/// Frees memory if caches take more than seven eighths of the limit, and 2 MiB more than that, or a
+/// sixteenth of a small limit. The rest of the limit is for the holes in memory that is freed and
+/// used again. Caches call this after they have added something, without any lock, guard or pin of
+/// theirs, because it calls Cache::drop of all caches. While one thread frees memory, others go on,
+/// unless caches take more than fifteen sixteenths of the limit: then they wait for it. When that
+/// much cannot be freed because callers hold it, the next attempt is made after another sixteenth
+/// of the limit was added.
 OXTELLARSDK_API void RelieveMemoryNow() noexcept;
 inline void RelieveMemory() noexcept {
     if (memoryPressure.isReliefDue.load(std::memory_order_relaxed)) RelieveMemoryNow();

@@ -61,14 +61,13 @@ void AdvanceTime(std::uint64_t added, std::uint64_t step) noexcept {
         memoryPressure.tick.fetch_add(static_cast<std::uint32_t>(ticks), std::memory_order_relaxed);
 }
 
-/// Until the limit is known, relief is due: it learns the limit.
-void DecideRelief(bool wasAttempted) noexcept {
+/// Relief is due when `more` is added to the limit, or to what is in use beyond that. Until the
+/// limit is known, relief is due: it learns the limit.
+void DecideRelief(std::uint64_t more) noexcept {
     const std::uint64_t limit = ShareOfCaches(memoryLimit.load(std::memory_order_relaxed));
     if (limit == 0) return;
     const std::uint64_t now = totals.all.now();
-    // An attempt that came near its aim need not be followed by another one soon.
-    const bool hasFailed = wasAttempted && now > limit - limit / 32;
-    const std::uint64_t above = hasFailed ? std::max(limit, now + limit / 16) : limit;
+    const std::uint64_t above = more == 0 ? limit : std::max(limit, now + more);
     totals.reliefAbove.store(above, std::memory_order_relaxed);
     memoryPressure.isReliefDue.store(now > above, std::memory_order_relaxed);
 }
@@ -83,7 +82,7 @@ void NoteChange(std::uint64_t added) noexcept {
         if (!memoryPressure.isReliefDue.load(std::memory_order_relaxed))
             memoryPressure.isReliefDue.store(true, std::memory_order_relaxed);
     } else if (above > limit && now + limit / 16 < above) {
-        DecideRelief(true); // callers have let go of what could not be freed
+        DecideRelief(limit / 16); // callers have let go of what could not be freed
     }
 }
 
@@ -306,11 +305,12 @@ void CacheCounts::Reset() noexcept {
 }
 
 void NoteLimit() noexcept {
-    DecideRelief(false);
+    DecideRelief(0);
 }
 
-void NoteRelief() noexcept {
-    DecideRelief(true);
+void NoteRelief(bool hasFreedAll) noexcept {
+    const std::uint64_t limit = ShareOfCaches(memoryLimit.load(std::memory_order_relaxed));
+    DecideRelief(hasFreedAll ? ReliefStep(limit) : limit / 16);
 }
 
 std::uint64_t BytesBeyondLimit() noexcept {

@@ -68,9 +68,9 @@ private:
 
 /// The limit has become known, or another one: decides anew whether memory has to be freed.
 void NoteLimit() noexcept;
-/// Memory was freed, as far as was possible. If the limit is still exceeded, the next attempt is
-/// due after another sixteenth of the limit was added.
-void NoteRelief() noexcept;
+/// Memory was freed, as much as was wanted or as was possible. In the second case the next attempt
+/// is due after another sixteenth of the limit was added.
+void NoteRelief(bool hasFreedAll) noexcept;
 /// By how many bytes the totals exceed the limit; 0 while that is not known.
 std::uint64_t BytesBeyondLimit() noexcept;
 

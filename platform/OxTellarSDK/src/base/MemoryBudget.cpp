@@ -41,15 +41,17 @@ std::uint64_t DropFrom(Cache& cache, std::uint32_t usedBefore, std::uint64_t wan
 constexpr std::uint32_t kAges[] = {8, 4, 2, 1, 0};
 
 /// Entries of all caches that were last used so many ticks ago go before the younger ones of any.
-void DropOldest(std::uint64_t wanted) noexcept {
+/// Returns how many bytes that has freed.
+std::uint64_t DropOldest(std::uint64_t wanted) noexcept {
     const std::uint32_t tick = CurrentTick();
     std::uint64_t freed = 0;
     for (const std::uint32_t age : kAges)
         for (Cache* cache = CacheCounts::NewestCache(); cache;
              cache = CacheCounts::CacheBefore(*cache)) {
-            if (freed >= wanted) return;
+            if (freed >= wanted) return freed;
             freed += DropFrom(*cache, tick - age + 1, wanted - freed);
         }
+    return freed;
 }
 
 /// The caller holds the lock.
@@ -60,9 +62,10 @@ void Relieve() {
     const std::uint64_t beyond = BytesBeyondLimit();
     if (beyond == 0) return NoteLimit();
     numberOfReliefs.fetch_add(1, std::memory_order_relaxed);
-    DropOldest(beyond + limit / 16);
+    const std::uint64_t wanted = beyond + ReliefStep(limit);
+    const bool hasFreed = DropOldest(wanted) >= wanted;
     CacheCounts::Flush();
-    NoteRelief();
+    NoteRelief(hasFreed);
 }
 
 /// Whether threads add so much faster than one of them frees that they have to wait for it. Half of
@@ -101,7 +104,7 @@ void RelieveMemoryOf(Cache& cache) noexcept {
             freed += DropFrom(cache, tick - age + 1, wanted - freed);
     if (freed == 0) return;
     CacheCounts::Flush();
-    if (BytesBeyondLimit() == 0) NoteRelief();
+    if (BytesBeyondLimit() == 0) NoteRelief(true);
 }
 
 void SetMemoryLimit(std::uint64_t bytes) {

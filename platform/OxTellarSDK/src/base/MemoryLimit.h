@@ -15,6 +15,13 @@ constexpr std::uint64_t ShareOfCaches(std::uint64_t limit) noexcept {
     return limit - limit / 8;
 }
 
+/// How much is freed below that at once. Little, so that what is made next finds the memory that
+/// was just freed in the processor's caches.
+constexpr std::uint64_t ReliefStep(std::uint64_t limit) noexcept {
+    constexpr std::uint64_t kMost = 2 << 20;
+    return limit / 16 < kMost ? limit / 16 : kMost;
+}
+
 } // namespace OxTellarMemory
 
 #endif

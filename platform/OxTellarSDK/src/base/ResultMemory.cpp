@@ -1,11 +1,5 @@
 #include "ResultMemory.h"
 
-#if defined(__APPLE__)
-#include <malloc/malloc.h>
-#else
-#include <malloc.h>
-#endif
-
 namespace OxTellarRuntimeDetail {
 
 ResultMemory& ResultMemory::Get() {
@@ -22,14 +16,6 @@ std::uint64_t ResultMemory::drop(std::uint32_t usedBefore, std::uint64_t wanted)
 
 TELLAR_THREAD_WORD std::uint64_t ValueBytes::bytes = 0;
 TELLAR_THREAD_WORD std::uint64_t ValueBytes::measured = 0;
-
-std::uint64_t ValueBytes::BytesOf(void* memory) noexcept {
-#if defined(__APPLE__)
-    return malloc_size(memory);
-#else
-    return malloc_usable_size(memory) + sizeof(std::size_t);
-#endif
-}
 
 std::uint64_t ValueBytes::Meter::end() noexcept {
     if (isOver) return 0;

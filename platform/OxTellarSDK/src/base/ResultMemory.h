@@ -33,8 +33,8 @@ private:
 /// freed. Modulo 2^64.
 class ValueBytes {
 public:
-    static void Allocated(void* memory) noexcept { bytes += BytesOf(memory); }
-    static void Freed(void* memory) noexcept { bytes -= BytesOf(memory); }
+    static void Allocated(std::uint64_t more) noexcept { bytes += more; }
+    static void Freed(std::uint64_t fewer) noexcept { bytes -= fewer; }
     static std::uint64_t OfThisThread() noexcept { return bytes; }
 
     /// Notes how many bytes the calling thread has added since the construction. What other meters
@@ -54,9 +54,6 @@ public:
     };
 
 private:
-    /// As the allocator counts it, with its own word in front.
-    static std::uint64_t BytesOf(void* memory) noexcept;
-
     static TELLAR_THREAD_WORD std::uint64_t bytes;
     static TELLAR_THREAD_WORD std::uint64_t measured; // by meters that have ended
 };

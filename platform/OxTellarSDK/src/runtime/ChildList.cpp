@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <utility>
 
@@ -27,6 +28,15 @@ std::uint32_t PositionOf(std::uint32_t code) {
     return (code - 1) >> 1 | (code - 1) << 31;
 }
 
+std::size_t IndexBytes(std::uint32_t slots, bool isWide) {
+    return std::size_t(slots) * (isWide ? 4 : 2);
+}
+
+std::uint32_t CodeIn(const char* index, std::uint32_t slot, bool isWide) {
+    return isWide ? reinterpret_cast<const std::uint32_t*>(index)[slot]
+                  : reinterpret_cast<const std::uint16_t*>(index)[slot];
+}
+
 LocationNode* FindIn(const NodeBlock* block, std::uint32_t count, std::string_view name) {
     for (std::uint32_t i = 0; i < count; ++i)
         if (block->nodes[i].name() == name) return block->nodes + i;
@@ -35,31 +45,39 @@ LocationNode* FindIn(const NodeBlock* block, std::uint32_t count, std::string_vi
 
 } // namespace
 
-/// From the C library's allocator, which takes memory of large arrays that is never written to from
-/// nobody.
+/// Large ones come from the C library's allocator, which takes memory of arrays that is never
+/// written to from nobody.
 ChildList::Directory* ChildList::Directory::Make(std::uint32_t size) {
-    void* const memory = std::calloc(1, sizeof(Directory) + size * sizeof(std::atomic<NodeBlock*>));
+    const std::size_t bytes = Bytes(size);
+    void* memory = nullptr;
+    if (bytes <= SmallMemory::kLargest)
+        memory = std::memset(SmallMemory::Take(bytes), 0, bytes);
+    else
+        memory = std::calloc(1, bytes);
     if (!memory) throw std::bad_alloc();
     return new (memory) Directory{size, nullptr};
 }
 
 void ChildList::Directory::Delete(Directory* last) noexcept {
-    while (last)
-        std::free(std::exchange(last, last->previous));
+    while (last) {
+        Directory* const directory = std::exchange(last, last->previous);
+        SmallMemory::Give(directory, directory->bytes());
+    }
 }
 
 ChildList::~ChildList() {
+    if (index) SmallMemory::Give(index, IndexBytes(slots, isWide));
     for (const Lane& lane : lanes)
         Directory::Delete(lane.further.load(std::memory_order_relaxed));
 }
 
 std::uint64_t ChildList::bytes() const {
-    constexpr std::uint64_t kHeapBytes = 16; // what the heap needs for itself
-    std::uint64_t sum = sizeof(ChildList) + kHeapBytes + std::uint64_t(slots) * (isWide ? 4 : 2);
+    std::uint64_t sum = SmallMemory::RoomFor(sizeof(ChildList));
+    if (index) sum += SmallMemory::RoomFor(IndexBytes(slots, isWide));
     for (const Lane& lane : lanes)
         for (Directory* directory = lane.further.load(std::memory_order_relaxed); directory;
              directory = directory->previous)
-            sum += sizeof(Directory) + directory->size * sizeof(std::atomic<NodeBlock*>);
+            sum += SmallMemory::RoomFor(directory->bytes());
     return sum;
 }
 
@@ -84,8 +102,8 @@ LocationNode* ChildList::find(std::string_view name) const {
     const std::uint32_t mask = slots - 1;
     for (auto i = static_cast<std::uint32_t>(HashName(name)) & mask; slot(i) != 0;
          i = (i + 1) & mask) {
-        LocationNode& node = nodeAt(PositionOf(slot(i)));
-        if (node.name() == name) return &node;
+        LocationNode* const node = entryAt(PositionOf(slot(i)));
+        if (node && node->name() == name) return node;
     }
     return nullptr;
 }
@@ -104,8 +122,11 @@ std::uint32_t ChildList::newStrays() const {
     return kStray | strayBlocks * 32;
 }
 
-LocationNode& ChildList::nodeAt(std::uint32_t position) const {
-    return blockAt(position)->nodes[position % NodeBlock::kNodes];
+/// Null when the block was dropped, or is another one now with fewer places.
+LocationNode* ChildList::entryAt(std::uint32_t position) const {
+    NodeBlock* const block = blockAt(position);
+    const std::uint32_t slot = position % NodeBlock::kNodes;
+    return block && slot < block->capacity ? block->nodes + slot : nullptr;
 }
 
 void ChildList::reserve(std::uint32_t position, std::uint32_t nodes) {
@@ -130,30 +151,33 @@ void ChildList::reserveBlock(std::uint32_t position) {
 }
 
 void ChildList::reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes) {
-    const std::uint64_t wanted = std::uint64_t(entered) + nodes + 1;
+    const bool wide = isWide || CodeOf(highestPosition) >= kNarrowNumbers;
+    const auto isFull = [](std::uint64_t used, std::uint64_t size) { return used * 4 > size * 3; };
+    const std::uint64_t more = std::uint64_t(nodes) + 1;
     std::uint64_t size = std::max(slots, kFirstIndexSlots);
-    while (wanted * 4 > size * 3)
+    if (size == slots && wide == isWide && !isFull(taken + more, size)) return;
+    // Half as many free slots again where dropped blocks have left entries: it is not soon full.
+    const std::uint64_t wanted = entered + more + (taken > entered ? entered / 2 : 0);
+    while (isFull(wanted, size))
         size *= 2;
     if (size > ~0u) throw std::bad_alloc();
-    const bool wide = isWide || CodeOf(highestPosition) >= kNarrowNumbers;
-    if (size != slots || wide != isWide) makeIndex(static_cast<std::uint32_t>(size), wide);
+    makeIndex(static_cast<std::uint32_t>(size), wide);
 }
 
 void ChildList::makeIndex(std::uint32_t newSlots, bool wide) {
-    std::unique_ptr<char[]> made(new char[std::size_t(newSlots) * (wide ? 4 : 2)]());
-    const std::unique_ptr<char[]> old = std::exchange(index, std::move(made));
+    const std::size_t bytes = IndexBytes(newSlots, wide);
+    auto* const made = static_cast<char*>(std::memset(SmallMemory::Take(bytes), 0, bytes));
+    char* const old = std::exchange(index, made);
     const std::uint32_t oldSlots = std::exchange(slots, newSlots);
     const bool wasWide = std::exchange(isWide, wide);
+    taken = 0;
     const auto enterOld = [&](std::uint32_t position) {
-        const LocationNode& node = nodeAt(position);
-        if (node.nameLength != 0) insert(position, node.name());
+        const LocationNode* const node = entryAt(position);
+        if (node && node->nameLength != 0 && insert(position, node->name())) ++taken;
     };
-    for (std::uint32_t i = 0; i < oldSlots; ++i) {
-        const std::uint32_t code = wasWide ? reinterpret_cast<std::uint32_t*>(old.get())[i]
-                                           : reinterpret_cast<std::uint16_t*>(old.get())[i];
-        if (code != 0) enterOld(PositionOf(code));
-    }
-    if (oldSlots != 0) return;
+    for (std::uint32_t i = 0; i < oldSlots; ++i)
+        if (const std::uint32_t code = CodeIn(old, i, wasWide)) enterOld(PositionOf(code));
+    if (old) return SmallMemory::Give(old, IndexBytes(oldSlots, wasWide));
     for (const Lane& lane : lanes)
         if (const NodeBlock* block = lane.first.load(std::memory_order_relaxed))
             for (std::uint32_t i = 0; i < block->capacity; ++i)
@@ -171,57 +195,38 @@ void ChildList::link(NodeBlock& block) {
 
 void ChildList::enter(const LocationNode& node) {
     ++entered;
-    if (slots != 0) insert(node.position(), node.name());
+    if (slots != 0 && insert(node.position(), node.name())) ++taken;
 }
 
-void ChildList::insert(std::uint32_t position, std::string_view name) {
+/// False when the entry is there already.
+bool ChildList::insert(std::uint32_t position, std::string_view name) {
     const std::uint32_t mask = slots - 1;
+    const std::uint32_t code = CodeOf(position);
     auto i = static_cast<std::uint32_t>(HashName(name)) & mask;
-    while (slot(i) != 0)
-        i = (i + 1) & mask;
-    setSlot(i, CodeOf(position));
+    for (; slot(i) != 0; i = (i + 1) & mask)
+        if (slot(i) == code) return false;
+    setSlot(i, code);
+    return true;
 }
 
 bool ChildList::unlink(NodeBlock& block) noexcept {
-    for (std::uint32_t i = 0; i < block.capacity; ++i) {
-        if (block.nodes[i].nameLength == 0) continue;
-        --entered;
-        if (slots != 0 && blocks > 1) removeFromIndex(block.nodes[i]);
-    }
+    for (std::uint32_t i = 0; i < block.capacity; ++i)
+        if (block.nodes[i].nameLength != 0) --entered;
     lanes[LaneOf(block.first)]
         .place(NumberOf(block.first))
         ->store(nullptr, std::memory_order_release);
     return --blocks == 0;
 }
 
-/// Fills the free slot with a later entry that may stand there, and so on: a search ends at the
-/// first free slot.
-void ChildList::removeFromIndex(const LocationNode& node) {
-    const std::uint32_t mask = slots - 1;
-    const std::uint32_t code = CodeOf(node.position());
-    auto free = static_cast<std::uint32_t>(HashName(node.name())) & mask;
-    while (slot(free) != code)
-        free = (free + 1) & mask;
-    for (std::uint32_t i = (free + 1) & mask; slot(i) != 0; i = (i + 1) & mask) {
-        const std::string_view name = nodeAt(PositionOf(slot(i))).name();
-        const std::uint32_t wanted = static_cast<std::uint32_t>(HashName(name)) & mask;
-        if (((i - wanted) & mask) < ((i - free) & mask)) continue;
-        setSlot(free, slot(i));
-        free = i;
-    }
-    setSlot(free, 0);
-}
-
 std::uint32_t ChildList::slot(std::uint32_t i) const {
-    return isWide ? reinterpret_cast<const std::uint32_t*>(index.get())[i]
-                  : reinterpret_cast<const std::uint16_t*>(index.get())[i];
+    return CodeIn(index, i, isWide);
 }
 
 void ChildList::setSlot(std::uint32_t i, std::uint32_t value) {
     if (isWide)
-        reinterpret_cast<std::uint32_t*>(index.get())[i] = value;
+        reinterpret_cast<std::uint32_t*>(index)[i] = value;
     else
-        reinterpret_cast<std::uint16_t*>(index.get())[i] = static_cast<std::uint16_t>(value);
+        reinterpret_cast<std::uint16_t*>(index)[i] = static_cast<std::uint16_t>(value);
 }
 
 } // namespace OxTellarRuntimeDetail

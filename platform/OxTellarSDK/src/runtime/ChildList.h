@@ -3,10 +3,10 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
 #include <string_view>
 
 #include "LocationNode.h"
+#include "SmallMemory.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -18,7 +18,7 @@ namespace OxTellarRuntimeDetail {
 ///
 /// Threads: `at` and `findNear` are for any thread under a ReadGuard. Everything else is for the
 /// holder of the parent's lock.
-struct ChildList {
+struct ChildList : SmallMemory::Object {
     static constexpr std::uint32_t kStray = 0x80000000;
     /// Up to this many children a look at each is as fast as an index.
     static constexpr std::uint32_t kUnindexed = 8;
@@ -54,6 +54,9 @@ struct ChildList {
     void enter(const LocationNode& node);
     /// Takes back `link` and `enter`. True when it was the last block.
     bool unlink(NodeBlock& block) noexcept;
+    /// Calls `visit` with each block. For a list that nobody changes.
+    template <typename Visit>
+    void visitBlocks(const Visit& visit) const;
 
     /// How much memory it takes.
     std::uint64_t bytes() const;
@@ -72,12 +75,11 @@ private:
     static std::uint32_t LaneOf(std::uint32_t position) { return position / kStray; }
     static std::uint32_t NumberOf(std::uint32_t position) { return position % kStray / 32; }
     NodeBlock* blockAt(std::uint32_t position) const;
-    LocationNode& nodeAt(std::uint32_t position) const;
+    LocationNode* entryAt(std::uint32_t position) const;
     void reserveBlock(std::uint32_t position);
     void reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes);
     void makeIndex(std::uint32_t slots, bool wide);
-    void insert(std::uint32_t position, std::string_view name);
-    void removeFromIndex(const LocationNode& node);
+    bool insert(std::uint32_t position, std::string_view name);
 
     std::uint32_t slot(std::uint32_t index) const;
     void setSlot(std::uint32_t index, std::uint32_t value);
@@ -85,13 +87,16 @@ private:
     Lane lanes[2];
     // Open addressing: for every node 1 + its position, turned left by one bit so that strays have
     // small numbers too; 0 for a free slot. Slots of 16 bits as long as all numbers fit.
-    std::unique_ptr<char[]> index;
-    std::uint32_t slots = 0; // a power of two; 0 without an index
-    bool isWide = false;
+    // A dropped block leaves its entries here. They lead nowhere, and are right again when the same
+    // locations are made again.
+    char* index = nullptr;     // owned
+    std::uint32_t slots = 0;   // a power of two; 0 without an index
+    std::uint32_t taken = 0;   // of the slots
     std::uint32_t entered = 0; // nodes with a name
     std::uint32_t blocks = 0;
     std::uint32_t strayBlocks = 0; // places that were ever used
     std::uint32_t lastStrays = 0;  // the place of the block that was linked last
+    bool isWide = false;
 };
 
 struct ChildList::Directory {
@@ -101,9 +106,24 @@ struct ChildList::Directory {
         return reinterpret_cast<std::atomic<NodeBlock*>*>(this + 1);
     }
 
+    std::size_t bytes() const { return Bytes(size); }
+
+    static std::size_t Bytes(std::uint32_t size) {
+        return sizeof(Directory) + size * sizeof(std::atomic<NodeBlock*>);
+    }
     static Directory* Make(std::uint32_t size); // without blocks
     static void Delete(Directory* last) noexcept;
 };
+
+template <typename Visit>
+void ChildList::visitBlocks(const Visit& visit) const {
+    for (const Lane& lane : lanes) {
+        const Directory* const directory = lane.further.load(std::memory_order_acquire);
+        for (std::uint32_t number = 0; number <= (directory ? directory->size : 0); ++number)
+            if (NodeBlock* block = lane.place(number)->load(std::memory_order_acquire))
+                visit(*block);
+    }
+}
 
 inline std::atomic<NodeBlock*>* ChildList::Lane::place(std::uint32_t number) const {
     if (number == 0) return const_cast<std::atomic<NodeBlock*>*>(&first);

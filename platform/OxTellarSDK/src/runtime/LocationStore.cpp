@@ -227,12 +227,12 @@ LocationNode* LocationStore::child(LocationNode& parent, std::string_view name,
 }
 
 void LocationStore::addIndex(CookedIndex& index) {
-    const std::lock_guard<std::mutex> guard(blocksLock);
+    const std::lock_guard<std::mutex> guard(numbersLock);
     indexes.push_back(&index);
 }
 
 void LocationStore::removeIndex(CookedIndex& index) noexcept {
-    const std::lock_guard<std::mutex> guard(blocksLock);
+    const std::lock_guard<std::mutex> guard(numbersLock);
     indexes.erase(std::remove(indexes.begin(), indexes.end(), &index), indexes.end());
 }
 

@@ -119,16 +119,17 @@ private:
                            const OxAttribute::StringAttribute& names, std::uint32_t index);
     LocationNode& addStray(LocationNode& parent, ChildList& list, std::string_view name);
     NodeBlock& makeBlock(LocationNode* parent, std::uint32_t first, std::uint32_t nodes);
-    void takeNumber(NodeBlock& block);
+    std::uint32_t takeNumber();
     void giveNumber(const NodeBlock& block) noexcept;
 
     const OxAttribute::Hash identity;
     const std::uint64_t storeId;
     ResultMemory& results = ResultMemory::Get();
 
-    std::mutex blocksLock;                  // guards the four below
-    std::vector<NodeBlock*> blocks;         // by number; null for a free number
-    std::vector<std::uint32_t> freeNumbers; // has room for all numbers
+    std::atomic<std::uint32_t> nextNumber{0}; // of a block, if none was dropped
+    std::atomic<bool> hasFreeNumbers{false};  // a hint: changed under the lock
+    std::mutex numbersLock;                   // guards the two below
+    std::vector<std::uint32_t> freeNumbers;   // of blocks that were dropped
     std::vector<CookedIndex*> indexes;
     std::atomic<bool> hasDropped{false};
 

@@ -42,7 +42,7 @@ public:
     void allocate() {
         if (bytes == 0) return;
         const std::size_t all = sizeof(NameTexts) + bytes;
-        texts.reset(new (::operator new(all)) NameTexts{nullptr, all});
+        texts.reset(new (SmallMemory::Take(all)) NameTexts{nullptr, all});
         end = texts->text();
     }
     /// A copy of a name that was counted.
@@ -60,7 +60,7 @@ public:
 
 private:
     struct Free {
-        void operator()(NameTexts* memory) const { ::operator delete(memory); }
+        void operator()(NameTexts* texts) const { SmallMemory::Give(texts, texts->bytes); }
     };
     std::size_t bytes = 0;
     std::unique_ptr<NameTexts, Free> texts;
@@ -164,7 +164,7 @@ LocationNode& LocationStore::addStray(LocationNode& parent, ChildList& list,
 NodeBlock& LocationStore::makeBlock(LocationNode* parent, std::uint32_t first,
                                     std::uint32_t nodes) {
     std::unique_ptr<NodeBlock, DiscardBlock> block(NodeBlock::Make(nodes));
-    takeNumber(*block);
+    block->number = takeNumber();
     block->parent = parent;
     block->first = first;
     block->usedIn.store(OxTellarMemory::CurrentTick(), std::memory_order_relaxed);
@@ -173,28 +173,35 @@ NodeBlock& LocationStore::makeBlock(LocationNode* parent, std::uint32_t first,
     return *block.release();
 }
 
-void LocationStore::takeNumber(NodeBlock& block) {
-    const std::lock_guard<std::mutex> guard(blocksLock);
-    if (freeNumbers.empty()) {
-        const std::size_t number = blocks.size();
-        if (number >= UINT32_MAX / NodeBlock::kNodes) throw std::bad_alloc();
-        if (freeNumbers.capacity() <= number) freeNumbers.reserve(2 * number + 1);
-        blocks.push_back(&block);
-        block.number = static_cast<std::uint32_t>(number);
-        return;
+std::uint32_t LocationStore::takeNumber() {
+    if (hasFreeNumbers.load(std::memory_order_relaxed)) {
+        const std::lock_guard<std::mutex> guard(numbersLock);
+        if (!freeNumbers.empty()) {
+            const std::uint32_t number = freeNumbers.back();
+            freeNumbers.pop_back();
+            if (freeNumbers.empty()) hasFreeNumbers.store(false, std::memory_order_relaxed);
+            return number;
+        }
     }
-    block.number = freeNumbers.back();
-    freeNumbers.pop_back();
-    blocks[block.number] = &block;
+    constexpr std::uint32_t kMost = UINT32_MAX / NodeBlock::kNodes;
+    std::uint32_t number = nextNumber.load(std::memory_order_relaxed);
+    do {
+        if (number >= kMost) throw std::bad_alloc();
+    } while (!nextNumber.compare_exchange_weak(number, number + 1, std::memory_order_relaxed));
+    return number;
 }
 
-/// For a block that nobody can find any more.
+/// For a block that nobody can find any more. Without memory to note that the number is free, it is
+/// not used again.
 void LocationStore::giveNumber(const NodeBlock& block) noexcept {
-    const std::lock_guard<std::mutex> guard(blocksLock);
+    const std::lock_guard<std::mutex> guard(numbersLock);
     for (CookedIndex* const cooked : indexes)
         cooked->removeBlock(block.number);
-    blocks[block.number] = nullptr;
-    freeNumbers.push_back(block.number);
+    try {
+        freeNumbers.push_back(block.number);
+        hasFreeNumbers.store(true, std::memory_order_relaxed);
+    } catch (const std::bad_alloc&) {
+    }
 }
 
 } // namespace OxTellarRuntimeDetail

@@ -1,37 +1,61 @@
 #include "NodeBlock.h"
 
-#include <memory>
 #include <mutex>
 #include <new>
 #include <utility>
 #include <vector>
 
 #include "Arena.h"
-#include "NodeMemory.h"
+#include "PerThread.h"
+#include "SmallMemory.h"
 
 namespace OxTellarRuntimeDetail {
 
 namespace {
 
-// What a block takes in the store's tables by number, which grow by doubling, and in the marks of
-// runtimes. The tables of NodeMemory are a sixtieth of the nodes.
-constexpr std::uint64_t kTableBytes = 32;
+// What a block takes in the marks of runtimes and in the store's free numbers.
+constexpr std::uint64_t kTableBytes = 8;
+// So many headers move between a thread and the common list at once.
+constexpr std::uint32_t kBatch = 32;
+
+/// Free headers.
+struct FreeHeaders {
+    NodeBlock* first = nullptr;
+    std::uint32_t count = 0;
+
+    void push(NodeBlock& block) noexcept {
+        block.next = std::exchange(first, &block);
+        ++count;
+    }
+    NodeBlock* pop() noexcept {
+        --count;
+        return std::exchange(first, first->next);
+    }
+};
 
 struct Headers {
     std::mutex lock; // of all members
-    NodeBlock* free = nullptr;
+    FreeHeaders free;
     std::vector<NodeBlock*> slabs;
     Arena arena;
 
-    NodeBlock* take() {
+    /// At least one, and up to `count`. Throws std::bad_alloc.
+    FreeHeaders take(std::uint32_t count) {
         const std::lock_guard<std::mutex> guard(lock);
-        if (!free) addSlab();
-        return std::exchange(free, free->next);
+        if (!free.first) addSlab();
+        FreeHeaders taken;
+        NodeBlock** end = &taken.first;
+        for (; free.first && taken.count < count; ++taken.count, end = &(*end)->next)
+            *end = free.pop();
+        *end = nullptr;
+        return taken;
     }
 
-    void give(NodeBlock& block) noexcept {
+    /// Takes headers from the list until it has no more than `left`.
+    void give(FreeHeaders& list, std::uint32_t left) noexcept {
         const std::lock_guard<std::mutex> guard(lock);
-        block.next = std::exchange(free, &block);
+        while (list.count > left)
+            free.push(*list.pop());
     }
 
 private:
@@ -39,10 +63,8 @@ private:
         slabs.reserve(slabs.size() + 1);
         auto* const slab =
             static_cast<NodeBlock*>(arena.allocate(NodeBlock::kSlabHeaders * sizeof(NodeBlock)));
-        for (std::size_t i = NodeBlock::kSlabHeaders; i > 0; --i) {
-            auto* const block = new (slab + i - 1) NodeBlock;
-            block->next = std::exchange(free, block);
-        }
+        for (std::size_t i = NodeBlock::kSlabHeaders; i > 0; --i)
+            free.push(*new (slab + i - 1) NodeBlock);
         slabs.push_back(slab);
     }
 };
@@ -52,23 +74,57 @@ Headers& GetHeaders() {
     return *headers;
 }
 
+/// The free headers of one thread.
+class ThreadHeaders {
+public:
+    ThreadHeaders() = default;
+    ~ThreadHeaders() { GetHeaders().give(free, 0); }
+    ThreadHeaders(const ThreadHeaders&) = delete;
+    ThreadHeaders& operator=(const ThreadHeaders&) = delete;
+
+    NodeBlock* take() {
+        if (!free.first) free = GetHeaders().take(kBatch);
+        return free.pop();
+    }
+    void give(NodeBlock& block) noexcept {
+        free.push(block);
+        if (free.count > 2 * kBatch) GetHeaders().give(free, kBatch);
+    }
+
+private:
+    FreeHeaders free;
+};
+
+NodeBlock* TakeHeader() {
+    ThreadHeaders* const own = PerThread<ThreadHeaders>::Get();
+    return own ? own->take() : GetHeaders().take(1).pop();
+}
+
+void GiveHeader(NodeBlock& block) noexcept {
+    if (ThreadHeaders* const own = PerThread<ThreadHeaders>::Get()) return own->give(block);
+    FreeHeaders one;
+    one.push(block);
+    GetHeaders().give(one, 0);
+}
+
 } // namespace
 
 NodeBlock* NodeBlock::Make(std::uint32_t nodes) {
-    const std::uint32_t capacity = NodeMemory::RoomFor(nodes);
-    LocationNode* const array = NodeMemory::Take(capacity);
+    const std::size_t room = SmallMemory::RoomFor(nodes * sizeof(LocationNode));
+    const std::size_t capacity = room / sizeof(LocationNode);
+    auto* const array = static_cast<LocationNode*>(SmallMemory::Take(room));
     NodeBlock* block = nullptr;
     try {
-        block = GetHeaders().take();
+        block = TakeHeader();
     } catch (const std::bad_alloc&) {
-        NodeMemory::Give(array, capacity);
+        SmallMemory::Give(array, room);
         throw;
     }
     block->nodes = array;
     block->capacity = static_cast<std::uint8_t>(capacity);
     block->count.store(0, std::memory_order_relaxed);
     block->texts = nullptr;
-    for (std::uint32_t i = 0; i < capacity; ++i)
+    for (std::size_t i = 0; i < capacity; ++i)
         (new (array + i) LocationNode)->block = block;
     block->generation.fetch_add(1, std::memory_order_release);
     // Not a store: a thread with a handle to what was here before may just be trying to hold it.
@@ -86,10 +142,10 @@ std::uint64_t NodeBlock::bytes() const {
 void NodeBlock::Free(NodeBlock& block) noexcept {
     while (NameTexts* const texts = block.texts) {
         block.texts = texts->next;
-        ::operator delete(texts);
+        SmallMemory::Give(texts, texts->bytes);
     }
-    NodeMemory::Give(block.nodes, block.capacity);
-    GetHeaders().give(block);
+    SmallMemory::Give(block.nodes, block.capacity * sizeof(LocationNode));
+    GiveHeader(block);
 }
 
 NodeBlock* NodeBlock::Slab(std::size_t index) noexcept {

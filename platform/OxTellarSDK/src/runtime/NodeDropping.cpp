@@ -100,6 +100,24 @@ void DropRecords(NodeBlock& block) noexcept {
             record->drop();
 }
 
+/// Marks the block and all below it as dropped, and returns them in one list.
+NodeBlock* EndAll(NodeBlock& top) noexcept {
+    top.next = nullptr;
+    NodeBlock* ended = nullptr;
+    NodeBlock* found = &top; // but not yet looked into
+    while (NodeBlock* const block = found) {
+        found = block->next;
+        for (std::uint32_t i = 0; i < block->capacity; ++i)
+            if (const ChildList* list = block->nodes[i].children.load(std::memory_order_acquire))
+                list->visitBlocks(
+                    [&](NodeBlock& below) { below.next = std::exchange(found, &below); });
+        block->holds.store(NodeBlock::kDropped, std::memory_order_relaxed);
+        block->endGeneration();
+        block->next = std::exchange(ended, block);
+    }
+    return ended;
+}
+
 bool AwaitGrace() noexcept {
     if (!ReadGuard::BeginGrace()) return false;
     for (int turn = 0; !ReadGuard::HasGracePassed(); ++turn) {
@@ -209,23 +227,20 @@ void NodeDropping::Settle() noexcept {
 }
 
 void NodeDropping::FreeAll(LocationStore& store) noexcept {
+    NodeBlock* blocks = nullptr;
     {
         Dropping& dropping = GetDropping();
         const std::lock_guard<std::mutex> guard(dropping.lock);
-        for (NodeBlock* block = dropping.limbo.blocks; block; block = block->next) {
-            if (block->store.load(std::memory_order_relaxed) != &store) continue;
-            block->store.store(nullptr, std::memory_order_relaxed);
-            store.blocks[block->number] = nullptr; // somebody may still read it
-        }
-        for (NodeBlock* const block : store.blocks) {
-            if (!block) continue;
-            block->holds.store(NodeBlock::kDropped, std::memory_order_relaxed);
-            block->endGeneration();
-        }
+        for (NodeBlock* block = dropping.limbo.blocks; block; block = block->next)
+            if (block->store.load(std::memory_order_relaxed) == &store)
+                block->store.store(nullptr, std::memory_order_relaxed); // it may still be read
+        blocks = EndAll(*store.root.block);
     }
     // A thread with a handle to a location of this store reads nothing but the headers.
-    for (NodeBlock* const block : store.blocks)
-        if (block) FreeNodes(*block);
+    while (NodeBlock* const block = blocks) {
+        blocks = block->next;
+        FreeNodes(*block);
+    }
 }
 
 void NodeDropping::FreeNodes(NodeBlock& block) noexcept {

@@ -6,12 +6,24 @@
 #include <stdexcept>
 #include <vector>
 
+#if defined(__APPLE__)
+#include <malloc/malloc.h>
+#else
+#include <malloc.h>
+#endif
+
 #include "Container.h"
 #include "ContainerWriter.h"
 #include "NodeAccess.h"
 #include "ResultMemory.h"
+#include "SmallMemory.h"
 
 namespace OxAttribute {
+
+namespace SmallMemory = OxTellarRuntimeDetail::SmallMemory;
+using OxTellarRuntimeDetail::ValueBytes;
+
+static_assert(SmallMemory::kLargest / SmallMemory::kUnit <= kMostMemoryUnits);
 
 namespace {
 
@@ -117,17 +129,40 @@ Identity IdentityOf(const Attribute& attribute) {
     return isOpen ? IdentityOfGroup(attribute) : Identity{attribute.getHash(), false};
 }
 
+/// As the allocator counts it, with its own word in front.
+std::uint64_t BytesOfLarge(void* memory) noexcept {
+#if defined(__APPLE__)
+    return malloc_size(memory);
+#else
+    return malloc_usable_size(memory) + sizeof(std::size_t);
+#endif
+}
+
+void* AllocateLarge(std::uint64_t bytes) {
+    void* const memory = std::malloc(bytes);
+    if (!memory) throw std::bad_alloc();
+    ValueBytes::Allocated(BytesOfLarge(memory));
+    return memory;
+}
+
+void FreeLarge(void* memory) noexcept {
+    ValueBytes::Freed(BytesOfLarge(memory));
+    std::free(memory);
+}
+
 } // namespace
 
 FullNode* AllocateNode(AttributeType type, std::uint64_t bytes) {
-    constexpr std::uint64_t overhead = sizeof(MemoryPrefix) + sizeof(FullNode);
     if (bytes > SIZE_MAX / 2) throw std::bad_alloc();
-    char* memory = static_cast<char*>(std::malloc(bytes + overhead));
-    if (!memory) throw std::bad_alloc();
-    OxTellarRuntimeDetail::ValueBytes::Allocated(memory);
+    const std::uint64_t wanted = sizeof(MemoryPrefix) + sizeof(FullNode) + bytes;
+    const std::uint64_t room = wanted <= SmallMemory::kLargest ? SmallMemory::RoomFor(wanted) : 0;
+    char* const memory =
+        static_cast<char*>(room > 0 ? SmallMemory::Take(room) : AllocateLarge(wanted));
+    ValueBytes::Allocated(room);
     new (memory) MemoryPrefix{{{0}, {0}}};
     auto* node = new (memory + sizeof(MemoryPrefix)) FullNode;
-    node->word = static_cast<std::uint32_t>(type);
+    node->word = static_cast<std::uint32_t>(type) |
+                 static_cast<std::uint32_t>(room / SmallMemory::kUnit) << kMemoryUnits;
     node->refCount.store(1, std::memory_order_relaxed);
     node->count = 0;
     node->tupleSize = 0;
@@ -139,8 +174,10 @@ void FreeNode(Node* node) {
     if (IsGroup(node))
         for (std::uint64_t i = 0; i < Full(node)->count; ++i)
             Release(Entries(node)[i].child);
-    OxTellarRuntimeDetail::ValueBytes::Freed(PrefixOf(node));
-    std::free(PrefixOf(node));
+    const std::uint64_t room = (node->word >> kMemoryUnits & kMostMemoryUnits) * SmallMemory::kUnit;
+    if (room == 0) return FreeLarge(PrefixOf(node));
+    ValueBytes::Freed(room);
+    SmallMemory::Give(PrefixOf(node), room);
 }
 
 Hash ContentIdentity(const Attribute& attribute) {

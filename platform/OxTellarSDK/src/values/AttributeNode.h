@@ -53,6 +53,10 @@ constexpr std::uint32_t kMostShortNumbers = Node::kCountBits;
 constexpr std::uint32_t kMostShortText = 0xffff;
 constexpr int kTupleSizeBit = 20; // of short numbers
 
+/// In the word of a value in memory: how many units of SmallMemory it takes; 0 for a larger one.
+constexpr int kMemoryUnits = Node::kPayload;
+constexpr std::uint32_t kMostMemoryUnits = 0xff;
+
 struct FullNode : Node {
     mutable std::atomic<std::uint32_t> refCount; // 0 in a file
     std::uint64_t count; // data: values in one time sample; groups: children

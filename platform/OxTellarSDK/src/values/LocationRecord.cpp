@@ -14,6 +14,7 @@
 #include "Arena.h"
 #include "PerThread.h"
 #include "ResultMemory.h"
+#include "SmallMemory.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -21,7 +22,6 @@ namespace {
 
 constexpr std::size_t kSlabRecords = 512;
 constexpr std::size_t kKeptPerThread = 1024;
-constexpr std::uint64_t kExtraBytes = sizeof(LocationRecord::Extra) + sizeof(std::size_t);
 
 struct Pool {
     std::mutex lock;
@@ -103,7 +103,23 @@ LocationRecord* TakeFromPool() {
     return record ? record : new LocationRecord;
 }
 
+std::uint64_t BytesOfExtra() {
+    return SmallMemory::RoomFor(sizeof(LocationRecord::Extra));
+}
+
 } // namespace
+
+void* LocationRecord::Extra::operator new(std::size_t bytes, const std::nothrow_t&) noexcept {
+    try {
+        return SmallMemory::Take(bytes);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+void LocationRecord::Extra::operator delete(void* memory, std::size_t bytes) noexcept {
+    SmallMemory::Give(memory, bytes);
+}
 
 LocationRecord* LocationRecord::Create() {
     ThreadCache* cache = PerThread<ThreadCache>::Get();
@@ -145,7 +161,7 @@ LocationRecord::Extra* LocationRecord::needExtra() noexcept {
     std::unique_ptr<Extra> made(new (std::nothrow) Extra);
     if (!made || !extra.compare_exchange_strong(known, made.get(), std::memory_order_acq_rel))
         return known;
-    ResultMemory::Get().added(kExtraBytes, 0);
+    ResultMemory::Get().added(BytesOfExtra(), 0);
     return made.release();
 }
 
@@ -174,7 +190,7 @@ void LocationRecord::clear() noexcept {
     potentialChildren = OxAttribute::StringAttribute();
     if (extra.load(std::memory_order_relaxed)) {
         const std::unique_ptr<Extra> dead(extra.exchange(nullptr, std::memory_order_relaxed));
-        ResultMemory::Get().removed(kExtraBytes, 0);
+        ResultMemory::Get().removed(BytesOfExtra(), 0);
     }
     if (ThreadCache* cache = PerThread<ThreadCache>::Get()) {
         cache->give(this);
