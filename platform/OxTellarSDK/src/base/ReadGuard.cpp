@@ -58,6 +58,7 @@ bool BarrierInAllThreads() noexcept {
 
 TELLAR_THREAD_WORD ReadGuard::Slot* ReadGuard::current = nullptr;
 std::atomic<ReadGuard::Slot*> ReadGuard::slots{nullptr};
+std::atomic<std::int64_t> ReadGuard::freeSlots{0};
 std::atomic<std::uint64_t> ReadGuard::sharedGuards{0};
 bool ReadGuard::areSharedAwaited = false;
 
@@ -68,7 +69,9 @@ ReadGuard::Owner::Owner() noexcept {
 ReadGuard::Owner::~Owner() {
     Slot* const slot = current;
     current = nullptr;
-    if (slot) slot->isTaken.store(false, std::memory_order_release);
+    if (!slot) return;
+    slot->isTaken.store(false, std::memory_order_release);
+    freeSlots.fetch_add(1, std::memory_order_relaxed);
 }
 
 ReadGuard::Slot* ReadGuard::FindSlot() noexcept {
@@ -76,13 +79,23 @@ ReadGuard::Slot* ReadGuard::FindSlot() noexcept {
     return current;
 }
 
-/// One that an ended thread had, or a new one; null without memory.
-ReadGuard::Slot* ReadGuard::TakeSlot() noexcept {
+/// One that an ended thread had; null when there is none. The slots of other threads are not
+/// touched when the count tells that before.
+ReadGuard::Slot* ReadGuard::TakeFreeSlot() noexcept {
+    if (freeSlots.load(std::memory_order_relaxed) <= 0) return nullptr;
     for (Slot* slot = slots.load(std::memory_order_acquire); slot; slot = slot->next) {
         bool isTaken = false;
-        if (slot->isTaken.compare_exchange_strong(isTaken, true, std::memory_order_acquire))
-            return slot;
+        if (!slot->isTaken.compare_exchange_strong(isTaken, true, std::memory_order_acquire))
+            continue;
+        freeSlots.fetch_sub(1, std::memory_order_relaxed);
+        return slot;
     }
+    return nullptr;
+}
+
+/// One that an ended thread had, or a new one; null without memory.
+ReadGuard::Slot* ReadGuard::TakeSlot() noexcept {
+    if (Slot* const slot = TakeFreeSlot()) return slot;
     Slot* const made = new (std::nothrow) Slot;
     if (!made) return nullptr;
     made->isLight = HasMembarrier();

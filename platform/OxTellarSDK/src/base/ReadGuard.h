@@ -81,12 +81,14 @@ private:
     bool isInner() const { return before % 2 != 0; }
     static Slot* FindSlot() noexcept;
     static Slot* TakeSlot() noexcept;
+    static Slot* TakeFreeSlot() noexcept;
     static void ForgetOtherThreads() noexcept;
     static void EnterShared() noexcept;
     static void LeaveShared() noexcept;
 
     static TELLAR_THREAD_WORD Slot* current;
     static std::atomic<Slot*> slots;
+    static std::atomic<std::int64_t> freeSlots;     // without those that threads are just taking
     static std::atomic<std::uint64_t> sharedGuards; // of threads without a slot
     static bool areSharedAwaited;
 
