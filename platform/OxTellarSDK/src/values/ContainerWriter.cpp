@@ -208,7 +208,7 @@ private:
 
     BlockSink sink;
     ShapeWriter shapes;
-    WrittenContent<WrittenValue, 1u << 17> values;
+    WrittenContent<WrittenValue, 1u << 14> values;
     WrittenContent<LastGroup, 1u << 12> lastGroups;
     std::vector<std::uint32_t> nameLengths; // of hashNames
     std::vector<char> nameBytes;
