@@ -28,7 +28,10 @@ struct Range {
 };
 
 // Set before anything of the library is used: its small memory comes from malloc then, too.
-[[maybe_unused]] const bool isPlain = setenv("TELLAR_PLAIN_MEMORY", "1", 1) == 0;
+// Before other objects of the program, which may be values, are made.
+[[gnu::constructor(101)]] void UsePlainMemory() {
+    setenv("TELLAR_PLAIN_MEMORY", "1", 1);
+}
 
 long failing = 0; // the number of the allocation that fails
 long asked = 0;

@@ -58,11 +58,12 @@ class Refused(MemoryTest):
                               preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, limits))
 
     def test_for_results_is_an_error_and_not_so_with_a_limit(self):
-        million = self.examples / "million.json"
-        done = self.run_within(330, "walk", million, "--quiet", "--memory", "unlimited")
+        done = self.run_within(330, "walk", self.examples / "hundred_million.json", "--quiet",
+                               "--memory", "unlimited")
         self.assertEqual(done.returncode, 2)
         self.assertRegex(done.stderr, r"^tellar: ([^\n]*: )?out of memory\n$")
-        done = self.run_within(330, "walk", million, "--quiet", "--stats", "--memory", "32M")
+        done = self.run_within(330, "walk", self.examples / "million.json", "--quiet", "--stats",
+                               "--memory", "32M")
         self.assertEqual((done.returncode, done.stderr), (0, ""))
         self.assertIn("locations    1052453\n", done.stdout)
 

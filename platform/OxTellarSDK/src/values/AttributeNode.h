@@ -38,7 +38,8 @@ namespace OxAttribute {
 
 using Node = ::OxAttributeStruct;
 
-static_assert(sizeof(Node) == 4 && alignof(Node) == 4, "part of the file format");
+static_assert(sizeof(Node) == 4, "part of the file format");
+static_assert(alignof(Node) == 4, "part of the file format");
 static_assert(std::atomic<std::uint32_t>::is_always_lock_free, "counts are plain words");
 
 constexpr std::uint64_t kUnitBytes = 4;

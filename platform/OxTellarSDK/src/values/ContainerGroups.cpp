@@ -28,7 +28,7 @@ NamesRecord Container::names(std::uint32_t unit) const noexcept {
 }
 
 std::string_view Container::nameAt(const NamesRecord& names, std::uint64_t index) const noexcept {
-    constexpr std::string_view kNothing = ""; // a NUL follows every name
+    constexpr const char* kNothing = ""; // a NUL follows every name
     if (index >= names.count) return kNothing;
     const std::uint32_t begin = index > 0 ? names.ends[index - 1] : 0;
     const std::uint32_t end = names.ends[index];

@@ -35,7 +35,7 @@ struct DataView {
         if (!ends) return {values, textBytes - 1};
         const std::uint32_t begin = ends[index];
         const std::uint32_t end = ends[index + 1];
-        if (begin >= end || end > textBytes) return {values, 0};
+        if (begin >= end || end > textBytes) return "";
         return {values + begin, end - begin - 1};
     }
 };
