@@ -113,25 +113,31 @@ std::int64_t OwnLocation::findChild(std::string_view name) const {
     return IndexOf(name, producer->locationData.getPotentialChildren());
 }
 
+/// Those of one level, or those that another thread has made of it meanwhile.
+const OxXFormUtil::InheritedTransforms&
+OwnLocation::makeTransformsBelow(const OxXFormUtil::InheritedTransforms* parents) const {
+    auto made = std::make_unique<const OxXFormUtil::InheritedTransforms>(
+        producer->locationData.getAttrs(), parents);
+    const OxXFormUtil::InheritedTransforms* others = nullptr;
+    if (!producer->transforms.compare_exchange_strong(others, made.get(), std::memory_order_acq_rel,
+                                                      std::memory_order_acquire))
+        return *others;
+    return *made.release();
+}
+
 /// Goes up to an ancestor that has been asked before, and down again: locations may be nested
-/// deeper than the stack. Threads that meet here make them each, and keep those of the first one.
+/// deeper than the stack.
 const OxXFormUtil::InheritedTransforms& OwnLocation::makeTransforms() const {
-    using OxXFormUtil::InheritedTransforms;
-    boost::container::small_vector<BaseGeometryProducer*, 16> levels; // this one first
-    const InheritedTransforms* known = nullptr;
-    for (OwnLocation level = *this; level && !known; level = level.getParent()) {
+    const OxXFormUtil::InheritedTransforms* known = nullptr;
+    boost::container::small_vector<OwnLocation, 16> levels{*this};
+    for (OwnLocation level = getParent(); level && !known; level = level.getParent()) {
         known = level.producer->transforms.load(std::memory_order_acquire);
-        if (!known) levels.push_back(level.producer);
+        if (!known) levels.push_back(level);
     }
-    for (; !levels.empty(); levels.pop_back()) {
-        BaseGeometryProducer& level = *levels.back();
-        auto made =
-            std::make_unique<const InheritedTransforms>(level.locationData.getAttrs(), known);
-        known = nullptr;
-        if (level.transforms.compare_exchange_strong(known, made.get(), std::memory_order_acq_rel,
-                                                     std::memory_order_acquire))
-            known = made.release();
-    }
+    do {
+        known = &levels.back().makeTransformsBelow(known);
+        levels.pop_back();
+    } while (!levels.empty());
     return *known;
 }
 

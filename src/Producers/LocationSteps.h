@@ -81,6 +81,8 @@ private:
     explicit OwnLocation(BaseGeometryProducer* producer) : producer(producer) {}
     std::int64_t findIndex() const;
     const OxXFormUtil::InheritedTransforms& makeTransforms() const;
+    const OxXFormUtil::InheritedTransforms&
+    makeTransformsBelow(const OxXFormUtil::InheritedTransforms* parents) const;
 
     BaseGeometryProducer* producer = nullptr;
 };
