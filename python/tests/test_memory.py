@@ -51,7 +51,7 @@ def test_statistics_tell_the_limit_and_what_caches_keep() -> None:
         assert cache["hits"] == cache["misses"] == cache["drops"] == 0
 
 
-ROWS, LEAVES = 100, 40
+ROWS, LEAVES = 200, 40
 
 
 @pytest.fixture
