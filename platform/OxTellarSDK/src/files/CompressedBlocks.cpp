@@ -130,10 +130,10 @@ public:
     std::vector<char> input;
 };
 
-CompressedBlocks::CompressedBlocks(int descriptor, CompressedTable blockTable, char* plain)
-    : descriptor(descriptor), table(std::move(blockTable)), plain(plain),
-      fetched(std::make_unique<std::atomic<bool>[]>(table.numberOfBlocks())),
-      memory(table.plainBytes) {}
+CompressedBlocks::CompressedBlocks(int descriptor, CompressedTable blockTable, PieceMemory& memory,
+                                   char* plain)
+    : descriptor(descriptor), table(std::move(blockTable)), memory(memory), plain(plain),
+      fetched(std::make_unique<std::atomic<bool>[]>(table.numberOfBlocks())) {}
 
 CompressedBlocks::~CompressedBlocks() = default;
 
@@ -141,6 +141,7 @@ bool CompressedBlocks::fetch(std::uint64_t begin, std::uint64_t end, std::string
     for (std::uint64_t block = begin / table.blockBytes; block * table.blockBytes < end; ++block)
         if (!fetched[block].load(std::memory_order_acquire) && !fetchBlock(block, defect))
             return false;
+    memory.use(begin, end);
     return true;
 }
 
@@ -169,7 +170,9 @@ std::unique_ptr<CompressedBlocks::Worker> CompressedBlocks::takeWorker() {
 /// pages that it replaces.
 void CompressedBlocks::expectMore([[maybe_unused]] std::uint64_t begin) {
 #ifdef MADV_HUGEPAGE
-    if (begin % kLargePageBytes != 0 || table.plainBytes - begin < kLargePageBytes) return;
+    if (memory.isInFile() || begin % kLargePageBytes != 0 ||
+        table.plainBytes - begin < kLargePageBytes)
+        return;
     if (madvise(plain + begin, kLargePageBytes, MADV_HUGEPAGE) == 0)
         memory.use(begin, begin + kLargePageBytes);
 #endif
@@ -177,15 +180,22 @@ void CompressedBlocks::expectMore([[maybe_unused]] std::uint64_t begin) {
 
 bool CompressedBlocks::decompress(std::uint64_t block, Worker& worker, std::string& defect) {
     const std::uint64_t begin = block * table.blockBytes;
-    const std::uint64_t plainBytes = std::min(table.blockBytes, table.plainBytes - begin);
+    const std::uint64_t end = std::min(begin + table.blockBytes, table.plainBytes);
+    if (block == 0 || fetched[block - 1].load(std::memory_order_relaxed)) expectMore(begin);
+    return memory.put(begin, end, defect,
+                      [&](char* to) { return decompressTo(to, block, worker, defect); });
+}
+
+bool CompressedBlocks::decompressTo(char* to, std::uint64_t block, Worker& worker,
+                                    std::string& defect) const {
+    const std::uint64_t plainBytes =
+        std::min(table.blockBytes, table.plainBytes - block * table.blockBytes);
     const std::uint64_t offset = table.offsets[block];
     const std::uint64_t packedBytes = table.offsets[block + 1] - offset;
     if (worker.input.size() < packedBytes) worker.input.resize(packedBytes);
-    memory.use(begin, begin + plainBytes);
-    if (block == 0 || fetched[block - 1].load(std::memory_order_relaxed)) expectMore(begin);
     if (!ReadPiece(descriptor, worker.input.data(), packedBytes, offset, defect)) return false;
-    const std::size_t result = ZSTD_decompressDCtx(worker.context.get(), plain + begin, plainBytes,
-                                                   worker.input.data(), packedBytes);
+    const std::size_t result =
+        ZSTD_decompressDCtx(worker.context.get(), to, plainBytes, worker.input.data(), packedBytes);
     if (!ZSTD_isError(result) && result == plainBytes) return true;
     defect = "is damaged: its compressed bytes " + std::to_string(offset) + " to " +
              std::to_string(offset + packedBytes) + " cannot be decompressed";

@@ -60,6 +60,7 @@ FileBuffer FileBuffer::Allocate(std::uint64_t bytes) {
 }
 
 void FileBuffer::onGiveBack(MappedFileMemory::Forget forget) const {
+    if (pieces) return pieces->onGiveBack(std::move(forget));
     if (pages) pages->onGiveBack(std::move(forget));
 }
 
@@ -102,6 +103,8 @@ FileBuffer::~FileBuffer() {
     }
     // Before the system may give its addresses to others.
     pages.reset();
+    blocks.reset();
+    pieces.reset();
     region.reset();
     if (allocation) munmap(allocation, allocationBytes);
     close(descriptor);
@@ -130,7 +133,7 @@ FileBuffer FileBuffer::Open(std::FILE* file, const RegularFile::State& state, Fi
     buffer.open(file, state);
     buffer.reserve(state.bytes);
     if (access == FileAccess::Read) {
-        buffer.pieces = std::make_unique<HeldFileMemory>(state.bytes);
+        buffer.keepPieces();
         return buffer;
     }
     if (mmap(buffer.start, state.bytes, PROT_READ, MAP_PRIVATE | MAP_FIXED, buffer.descriptor, 0) ==
@@ -146,22 +149,45 @@ FileBuffer FileBuffer::OpenCompressed(std::FILE* file, const RegularFile::State&
     FileBuffer buffer;
     buffer.open(file, state);
     buffer.reserve(table.plainBytes);
-    buffer.blocks =
-        std::make_unique<CompressedBlocks>(buffer.descriptor, std::move(table), buffer.start);
+    buffer.keepPieces();
+    buffer.blocks = std::make_unique<CompressedBlocks>(buffer.descriptor, std::move(table),
+                                                       *buffer.pieces, buffer.start);
     return buffer;
+}
+
+void FileBuffer::keepPieces() {
+    pieces = std::make_unique<PieceMemory>(start, bytes);
+    if (pieces->isInFile())
+        region = std::make_unique<MappedRegion>(start, bytes, pieces->fileDescriptor());
 }
 
 bool FileBuffer::fetch(std::uint64_t begin, std::uint64_t end, std::string& defect) const {
     if (!isOpen()) return true;
-    if (blocks) {
-        if (blocks->fetch(begin, end, defect)) return true;
+    return pieces ? fetchPieces(begin, end, defect) : fetchPages(begin, end, defect);
+}
+
+bool FileBuffer::fetchPieces(std::uint64_t begin, std::uint64_t end, std::string& defect) const {
+    if (blocks && !blocks->fetch(begin, end, defect)) {
         if (defect != kCutShort && hasChanged()) defect = kChanged;
         return false;
     }
-    if (access == FileAccess::Read) {
+    if (!blocks && !copy(begin, end, defect)) return false;
+    if (!isLost()) return true;
+    defect = "can no longer be read: its temporary copy has failed";
+    return false;
+}
+
+bool FileBuffer::copy(std::uint64_t begin, std::uint64_t end, std::string& defect) const {
+    if (pieces->has(begin, end)) {
         pieces->use(begin, end);
-        return ReadPiece(descriptor, start + begin, end - begin, begin, defect);
+        return true;
     }
+    return pieces->put(begin, end, defect, [&](char* to) {
+        return ReadPiece(descriptor, to, end - begin, begin, defect);
+    });
+}
+
+bool FileBuffer::fetchPages(std::uint64_t begin, std::uint64_t end, std::string& defect) const {
     pages->use(begin, end);
     struct stat status {};
     if (fstat(descriptor, &status) != 0) {

@@ -9,6 +9,7 @@
 #include "CompressedBlocks.h"
 #include "FileMemory.h"
 #include "MappedRegions.h"
+#include "PieceMemory.h"
 #include "files/RegularFile.h"
 
 namespace OxAttribute {
@@ -63,6 +64,9 @@ public:
     bool hasChanged() const;
     /// True when bytes of a mapped file were lost and are zeros now. Fast.
     bool isLost() const { return region && region->isLost(); }
+    /// Why copied or decompressed bytes take more than half of the memory budget, as
+    /// PieceMemory::reasonForMemory. Empty if they do not.
+    std::string reasonForMemory() const { return pieces ? pieces->reasonForMemory() : ""; }
 
     /// Has `forget` called with the bytes of a mapped file whose pages were given back to the
     /// system, on any thread, until another function, or none, is given. Such bytes are still
@@ -81,6 +85,10 @@ public:
 private:
     void open(std::FILE* file, const RegularFile::State& state);
     void reserve(std::uint64_t plainBytes);
+    void keepPieces();
+    bool copy(std::uint64_t begin, std::uint64_t end, std::string& defect) const;
+    bool fetchPieces(std::uint64_t begin, std::uint64_t end, std::string& defect) const;
+    bool fetchPages(std::uint64_t begin, std::uint64_t end, std::string& defect) const;
 
     char* start = nullptr;
     std::uint64_t bytes = 0;
@@ -89,10 +97,10 @@ private:
     int descriptor = -1; // file descriptor of the open file
     FileAccess access = FileAccess::Read;
     RegularFile::State openedState;
+    std::unique_ptr<PieceMemory> pieces;      // of a file that is copied or decompressed
     std::unique_ptr<CompressedBlocks> blocks; // of a compressed file
-    std::unique_ptr<MappedRegion> region;     // of a mapped file
     std::unique_ptr<MappedFileMemory> pages;  // of a mapped file
-    std::unique_ptr<HeldFileMemory> pieces;   // of a file that is copied
+    std::unique_ptr<MappedRegion> region;     // of a mapped file or of pieces in a file
 };
 
 /// How errors about a stream call it.

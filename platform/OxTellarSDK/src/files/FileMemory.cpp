@@ -13,21 +13,6 @@
 
 namespace OxAttribute {
 
-namespace {
-
-class HeldFilesCache final : public OxTellarMemory::Cache {
-public:
-    HeldFilesCache() : Cache("pieces of files") {}
-    std::uint64_t drop(std::uint32_t, std::uint64_t) override { return 0; }
-};
-
-HeldFilesCache& GetHeldFilesCache() {
-    static auto* const cache = new HeldFilesCache;
-    return *cache;
-}
-
-} // namespace
-
 class MappedFilesCache final : public OxTellarMemory::Cache {
 public:
     static MappedFilesCache& Get() {
@@ -74,24 +59,6 @@ private:
     std::mutex lock;
     std::vector<MappedFileMemory*> files;
 };
-
-HeldFileMemory::HeldFileMemory(std::uint64_t bytes)
-    : isUsed(std::make_unique<std::atomic<bool>[]>(bytes / kPieceBytes + 1)) {
-    GetHeldFilesCache(); // memory may fail here, but not when bytes are counted
-}
-
-HeldFileMemory::~HeldFileMemory() {
-    const std::uint64_t used = usedPieces.load(std::memory_order_relaxed);
-    GetHeldFilesCache().removed(used * kPieceBytes, used);
-}
-
-void HeldFileMemory::use(std::uint64_t begin, std::uint64_t end) noexcept {
-    for (std::uint64_t piece = begin / kPieceBytes; piece * kPieceBytes < end; ++piece) {
-        if (isUsed[piece].exchange(true, std::memory_order_relaxed)) continue;
-        usedPieces.fetch_add(1, std::memory_order_relaxed);
-        GetHeldFilesCache().added(kPieceBytes);
-    }
-}
 
 MappedFileMemory::MappedFileMemory(char* start, std::uint64_t bytes)
     : start(start), bytes(bytes), runCount((bytes + kRunBytes - 1) / kRunBytes),

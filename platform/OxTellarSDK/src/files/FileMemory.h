@@ -9,27 +9,6 @@
 
 namespace OxAttribute {
 
-/// Counts the memory of one file's bytes that were copied or decompressed, as the cache "pieces of
-/// files" of the memory budget. The bytes stay until the file is closed, because readers use them
-/// in place: they are never dropped. For any number of threads.
-class HeldFileMemory {
-public:
-    /// For so many bytes of address space. Throws std::bad_alloc.
-    explicit HeldFileMemory(std::uint64_t bytes);
-    ~HeldFileMemory();
-    HeldFileMemory(const HeldFileMemory&) = delete;
-    HeldFileMemory& operator=(const HeldFileMemory&) = delete;
-
-    /// These bytes take memory from now on. They are counted once, in pieces of 64 KiB.
-    void use(std::uint64_t begin, std::uint64_t end) noexcept;
-
-private:
-    static constexpr std::uint64_t kPieceBytes = 64u << 10;
-
-    const std::unique_ptr<std::atomic<bool>[]> isUsed; // by piece
-    std::atomic<std::uint64_t> usedPieces{0};
-};
-
 /// Counts the pages of one mapped file that were read, as the cache "mapped files" of the memory
 /// budget. When memory is short, it gives back to the system those that were first read the longest
 /// time ago: the system reads them again when somebody touches them. For any number of threads.

@@ -18,11 +18,14 @@
 #include "CompressedLayout.h"
 #include "FileBuffer.h"
 #include "MapSettings.h"
+#include "NamedLogger.h"
 #include "files/RegularFile.h"
 
 namespace OxAttribute {
 
 namespace {
+
+const NamedLogger kLogger("FileStream");
 
 // The limit of a decompressed file: more than any real scene needs, and small enough that a small
 // hostile file cannot fill the memory.
@@ -199,7 +202,13 @@ FileBuffer FileStreamAccess::ReadAll(void* stream, std::int64_t (*read)(void*, v
         name = {"File \"" + state.path + '"', state.path};
         if (!state.touched) {
             if (!state.decompressor) expected = state.opened.bytes;
-            if (FileBuffer file = state.openInPlace(); file.isOpen()) return file;
+            if (FileBuffer file = state.openInPlace(); file.isOpen()) {
+                if (const std::string reason = file.reasonForMemory(); !reason.empty())
+                    kLogger.warn("{} takes more memory than half of the limit, and is not put "
+                                 "into a temporary file, because {}.",
+                                 name.text, reason);
+                return file;
+            }
         }
     }
     return ReadToEnd(stream, read, expected, name);

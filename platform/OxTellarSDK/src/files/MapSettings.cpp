@@ -94,8 +94,12 @@ bool IsRemoteFileSystem(std::uint64_t type) {
     return std::find(std::begin(kTypes), std::end(kTypes), type) != std::end(kTypes);
 }
 
+bool MayHandleBusErrors() {
+    return IsOn(kHandlerKey, true);
+}
+
 FileAccess ChooseFileAccess(std::FILE* file, std::uint64_t bytes) {
-    if (bytes <= MapAbove() || !IsOn(kHandlerKey, true)) return FileAccess::Read;
+    if (bytes <= MapAbove() || !MayHandleBusErrors()) return FileAccess::Read;
     const bool isTrusted = !IsRemote(file) || IsOn(kMapRemoteKey, false);
     return isTrusted ? FileAccess::Map : FileAccess::Read;
 }

@@ -12,6 +12,9 @@ namespace OxAttribute {
 /// lies. A setting that has no meaning is logged as an error, and the file is then not mapped.
 FileAccess ChooseFileAccess(std::FILE* file, std::uint64_t bytes);
 
+/// Whether the configuration allows the handler of SIGBUS, without which no file is mapped.
+bool MayHandleBusErrors();
+
 /// Whether a type of file system, as statfs() of Linux gives it, is one whose files other machines
 /// or programs may change or take away at any time: those that are mounted over a network, and
 /// those that programs provide.

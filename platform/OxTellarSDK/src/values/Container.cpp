@@ -13,6 +13,7 @@
 #include "FilePieces.h"
 #include "NodeAccess.h"
 #include "ThreadSlot.h"
+#include "ZeroedMemory.h"
 
 namespace OxAttribute {
 
@@ -208,8 +209,9 @@ void Container::forget(std::uint64_t begin, std::uint64_t end) noexcept {
     for (std::uint64_t block = begin / kBlockBytes; block * kBlockBytes < end; ++block)
         verifiedBlocks[block].store(0, std::memory_order_relaxed);
     constexpr std::uint64_t kBytesPerWord = 64 * kUnitBytes;
-    for (std::uint64_t word = begin / kBytesPerWord; word * kBytesPerWord < end; ++word)
-        checkedUnits.get()[word].store(0, std::memory_order_relaxed);
+    std::atomic<std::uint64_t>* const words = checkedUnits.get();
+    OxTellarRuntimeDetail::ClearWords(words + begin / kBytesPerWord,
+                                      words + (end + kBytesPerWord - 1) / kBytesPerWord);
 }
 
 void Container::refuse(const std::string& why) const {
