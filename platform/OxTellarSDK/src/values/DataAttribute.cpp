@@ -259,8 +259,15 @@ ConstStringSample MakeSample(Attribute attribute, const DataView& view, std::uin
 
 std::string_view StringAttribute::getValueView(std::int64_t index) const noexcept {
     if (!handle) return {};
-    // Every step of a walk reads names here, nearly always from a list in memory.
-    if ((handle->word & kTimesOmitted) && !Container::Of(handle))
+    // Every step of a walk reads a type here, nearly always a short text of a file, and a name,
+    // nearly always from a list in memory. The word is read once, because that of a mapped file may
+    // change.
+    const Node head{handle->word};
+    if (head.isShort() && head.type() == kAttributeTypeString)
+        return index == 0
+                   ? std::string_view(Bytes(handle) + sizeof(Node), ShortTextLength(head.word))
+                   : std::string_view();
+    if ((head.word & kTimesOmitted) && !Container::Of(handle))
         return TextInMemory(*Full(handle), static_cast<std::uint64_t>(index));
     const DataView view = ViewOf(handle, kAttributeTypeString);
     if (static_cast<std::uint64_t>(index) >= view.count) return {};
