@@ -11,9 +11,10 @@ using Word = std::atomic<std::uint64_t>;
 
 namespace {
 
+/// Writes only where it must: a page that nobody has written to takes no memory.
 void Store0(Word* begin, Word* end) noexcept {
     for (Word* word = begin; word < end; ++word)
-        word->store(0, std::memory_order_relaxed);
+        if (word->load(std::memory_order_relaxed) != 0) word->store(0, std::memory_order_relaxed);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "Container.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -13,7 +12,6 @@
 #include "FilePieces.h"
 #include "NodeAccess.h"
 #include "ThreadSlot.h"
-#include "ZeroedMemory.h"
 
 namespace OxAttribute {
 
@@ -38,9 +36,6 @@ std::uint64_t NextNumber() {
     return last.fetch_add(1, std::memory_order_relaxed) + 1;
 }
 
-// The bytes of values whose bits in `checkedUnits` fill a page.
-constexpr std::uint64_t kBytesPerPageOfBits = 4096 * 8 * kUnitBytes;
-
 } // namespace
 
 Container::Container(FileBuffer fileBuffer, StreamName fileName)
@@ -52,10 +47,6 @@ Container::~Container() {
     if (isMapped) ContainerMap::Remove(base, bytes);
     for (std::uint32_t number = 0; shapes && number < footer.shapeCount; ++number)
         delete shapes[number].load(std::memory_order_relaxed);
-}
-
-void Container::FreeDeleter::operator()(void* memory) const {
-    std::free(memory);
 }
 
 Attribute Container::Open(FileBuffer buffer, const StreamName& name, ContainerKind wanted) {
@@ -195,11 +186,7 @@ void Container::verifyBlock(std::uint64_t block) {
         refuseDamage("bytes " + std::to_string(begin) + " to " + std::to_string(end) +
                      " do not have their checksum");
     verifiedBlocks[block].store(1, std::memory_order_release);
-    // Write to the bits that readers will probably need next. The kernel maps an untouched page
-    // that is read first to the shared zero page and has to replace it, with a second page fault
-    // for which all threads wait, on the first write.
-    const std::uint64_t ahead = std::min(end + kBytesPerPageOfBits, footer.tableOffset);
-    checkedUnits.get()[ahead / kUnitBytes / 64].fetch_or(0, std::memory_order_relaxed);
+    checkedUnits.expect(std::min(end / kUnitBytes + CheckedUnits::kUnitsOfPage, units()));
 }
 
 /// Has bytes that were given back to the system, and their values, checked again when somebody asks
@@ -208,10 +195,7 @@ void Container::forget(std::uint64_t begin, std::uint64_t end) noexcept {
     end = std::min(end, footer.tableOffset);
     for (std::uint64_t block = begin / kBlockBytes; block * kBlockBytes < end; ++block)
         verifiedBlocks[block].store(0, std::memory_order_relaxed);
-    constexpr std::uint64_t kBytesPerWord = 64 * kUnitBytes;
-    std::atomic<std::uint64_t>* const words = checkedUnits.get();
-    OxTellarRuntimeDetail::ClearWords(words + begin / kBytesPerWord,
-                                      words + (end + kBytesPerWord - 1) / kBytesPerWord);
+    checkedUnits.remove(begin / kUnitBytes, (end + kUnitBytes - 1) / kUnitBytes);
 }
 
 void Container::refuse(const std::string& why) const {

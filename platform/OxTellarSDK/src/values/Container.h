@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "AttributeNode.h"
+#include "CheckedUnits.h"
 #include "ContainerLayout.h"
 #include "ContainerMap.h"
 #include "DataView.h"
@@ -165,10 +166,6 @@ private:
         Hash hash;
     };
 
-    struct FreeDeleter {
-        void operator()(void* memory) const;
-    };
-
     Container(FileBuffer buffer, StreamName name);
 
     Attribute root();
@@ -229,12 +226,6 @@ private:
     std::uint64_t endOf(std::uint64_t user, std::uint64_t offset, std::uint64_t elementBytes,
                         std::uint64_t elements) const;
 
-    /// The unit must lie inside.
-    bool isChecked(std::uint64_t unit) const {
-        return (checkedUnits.get()[unit / 64].load(std::memory_order_acquire) >> unit % 64 & 1) !=
-               0;
-    }
-
     void count(std::atomic<std::uint64_t> Slot::*counter, std::memory_order order) noexcept {
         const std::uint32_t index = ThreadSlot::Current();
         std::atomic<std::uint64_t>& counted = slots[index].*counter;
@@ -265,8 +256,7 @@ private:
     std::unique_ptr<std::atomic<const Shape*>[]> shapes;
     // Units of names that were checked, because many groups have the same.
     std::array<std::atomic<std::uint32_t>, 64> knownNames = {};
-    // One bit for each unit. The system fills it with zeros on first use.
-    std::unique_ptr<std::atomic<std::uint64_t>, FreeDeleter> checkedUnits;
+    CheckedUnits checkedUnits;
     std::array<Slot, ThreadSlot::kCount> slots;
 };
 

@@ -4,9 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 
 #include "NodeAccess.h"
 
@@ -57,8 +55,7 @@ void Container::checkTable() {
     contentIdentity.words[1] = content.low64;
     verifiedBlocks = std::make_unique<std::atomic<std::uint8_t>[]>(blocks);
     shapes = std::make_unique<std::atomic<const Shape*>[]>(footer.shapeCount);
-    checkedUnits.reset(static_cast<std::atomic<std::uint64_t>*>(std::calloc(units() / 64 + 1, 8)));
-    if (!checkedUnits) throw std::bad_alloc();
+    checkedUnits = CheckedUnits(units());
 }
 
 void Container::checkKind(ContainerKind wanted) const {
@@ -71,10 +68,9 @@ void Container::checkKind(ContainerKind wanted) const {
 }
 
 const Node* Container::checked(const Place& place) {
-    if (!isChecked(place.unit)) {
+    if (!checkedUnits.contains(place.unit)) {
         checkNode(place);
-        checkedUnits.get()[place.unit / 64].fetch_or(std::uint64_t(1) << place.unit % 64,
-                                                     std::memory_order_release);
+        checkedUnits.add(place.unit);
     }
     const Node* const node = nodeAt(place.unit);
     // A value that was checked as a group of another parent must not be used as a number.

@@ -92,7 +92,7 @@ const Node* Container::wideChild(const Node* group, std::uint64_t index) {
     const std::uint32_t unit = parent.units[index];
     if (unit >= units()) missing(group);
     const Node* const node = nodeAt(unit);
-    if (!isChecked(unit)) return checkedWideChild(group, parent, index, unit);
+    if (!checkedUnits.contains(unit)) return checkedWideChild(group, parent, index, unit);
     // A value that was checked as a group of another parent must not be used as a number.
     if (node->type() != parent.types[index]) missing(node);
     // Holds for what was checked. Nobody goes around in bytes that changed later.
