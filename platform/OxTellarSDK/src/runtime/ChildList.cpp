@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::uint32_t kFirstIndexSlots = 32;
 constexpr std::uint32_t kFirstDirectorySize = 3;
-constexpr std::uint32_t kNarrowNumbers = 0x10000;
 
 std::uint64_t HashName(std::string_view name) {
     return XXH3_64bits(name.data(), name.size());
@@ -28,13 +27,16 @@ std::uint32_t PositionOf(std::uint32_t code) {
     return (code - 1) >> 1 | (code - 1) << 31;
 }
 
-std::size_t IndexBytes(std::uint32_t slots, bool isWide) {
-    return std::size_t(slots) * (isWide ? 4 : 2);
+/// The bytes of a slot that has room for all codes up to this one.
+std::uint8_t SlotBytesFor(std::uint32_t code) {
+    if (code <= 0xff) return 1;
+    return code <= 0xffff ? 2 : 4;
 }
 
-std::uint32_t CodeIn(const char* index, std::uint32_t slot, bool isWide) {
-    return isWide ? reinterpret_cast<const std::uint32_t*>(index)[slot]
-                  : reinterpret_cast<const std::uint16_t*>(index)[slot];
+std::uint32_t CodeIn(const char* index, std::uint32_t slot, std::uint8_t slotBytes) {
+    if (slotBytes == 1) return reinterpret_cast<const std::uint8_t*>(index)[slot];
+    return slotBytes == 2 ? reinterpret_cast<const std::uint16_t*>(index)[slot]
+                          : reinterpret_cast<const std::uint32_t*>(index)[slot];
 }
 
 LocationNode* FindIn(const NodeBlock* block, std::uint32_t count, std::string_view name) {
@@ -66,14 +68,14 @@ void ChildList::Directory::Delete(Directory* last) noexcept {
 }
 
 ChildList::~ChildList() {
-    if (index) SmallMemory::Give(index, IndexBytes(slots, isWide));
+    if (index) SmallMemory::Give(index, std::size_t(slots) * slotBytes);
     for (const Lane& lane : lanes)
         Directory::Delete(lane.further.load(std::memory_order_relaxed));
 }
 
 std::uint64_t ChildList::bytes() const {
     std::uint64_t sum = SmallMemory::RoomFor(sizeof(ChildList));
-    if (index) sum += SmallMemory::RoomFor(IndexBytes(slots, isWide));
+    if (index) sum += SmallMemory::RoomFor(std::size_t(slots) * slotBytes);
     for (const Lane& lane : lanes)
         for (Directory* directory = lane.further.load(std::memory_order_relaxed); directory;
              directory = directory->previous)
@@ -129,9 +131,9 @@ LocationNode* ChildList::entryAt(std::uint32_t position) const {
     return block && slot < block->capacity ? block->nodes + slot : nullptr;
 }
 
-void ChildList::reserve(std::uint32_t position, std::uint32_t nodes) {
+void ChildList::reserve(std::uint32_t position, std::uint32_t nodes, std::uint32_t last) {
     reserveBlock(position);
-    const std::uint32_t highest = position | (NodeBlock::kNodes - 1);
+    const std::uint32_t highest = std::max(position, last) | (NodeBlock::kNodes - 1);
     if (slots != 0 || NumberOf(position) != 0 || entered + nodes > kUnindexed)
         reserveIndex(highest, nodes);
 }
@@ -151,33 +153,33 @@ void ChildList::reserveBlock(std::uint32_t position) {
 }
 
 void ChildList::reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes) {
-    const bool wide = isWide || CodeOf(highestPosition) >= kNarrowNumbers;
+    const std::uint8_t bytes = std::max(slotBytes, SlotBytesFor(CodeOf(highestPosition)));
     const auto isFull = [](std::uint64_t used, std::uint64_t size) { return used * 4 > size * 3; };
     const std::uint64_t more = std::uint64_t(nodes) + 1;
     std::uint64_t size = std::max(slots, kFirstIndexSlots);
-    if (size == slots && wide == isWide && !isFull(taken + more, size)) return;
+    if (size == slots && bytes == slotBytes && !isFull(taken + more, size)) return;
     // Half as many free slots again where dropped blocks have left entries: it is not soon full.
     const std::uint64_t wanted = entered + more + (taken > entered ? entered / 2 : 0);
     while (isFull(wanted, size))
         size *= 2;
     if (size > ~0u) throw std::bad_alloc();
-    makeIndex(static_cast<std::uint32_t>(size), wide);
+    makeIndex(static_cast<std::uint32_t>(size), bytes);
 }
 
-void ChildList::makeIndex(std::uint32_t newSlots, bool wide) {
-    const std::size_t bytes = IndexBytes(newSlots, wide);
+void ChildList::makeIndex(std::uint32_t newSlots, std::uint8_t newSlotBytes) {
+    const std::size_t bytes = std::size_t(newSlots) * newSlotBytes;
     auto* const made = static_cast<char*>(std::memset(SmallMemory::Take(bytes), 0, bytes));
     char* const old = std::exchange(index, made);
     const std::uint32_t oldSlots = std::exchange(slots, newSlots);
-    const bool wasWide = std::exchange(isWide, wide);
+    const std::uint8_t oldSlotBytes = std::exchange(slotBytes, newSlotBytes);
     taken = 0;
     const auto enterOld = [&](std::uint32_t position) {
         const LocationNode* const node = entryAt(position);
         if (node && node->nameLength != 0 && insert(position, node->name())) ++taken;
     };
     for (std::uint32_t i = 0; i < oldSlots; ++i)
-        if (const std::uint32_t code = CodeIn(old, i, wasWide)) enterOld(PositionOf(code));
-    if (old) return SmallMemory::Give(old, IndexBytes(oldSlots, wasWide));
+        if (const std::uint32_t code = CodeIn(old, i, oldSlotBytes)) enterOld(PositionOf(code));
+    if (old) return SmallMemory::Give(old, std::size_t(oldSlots) * oldSlotBytes);
     for (const Lane& lane : lanes)
         if (const NodeBlock* block = lane.first.load(std::memory_order_relaxed))
             for (std::uint32_t i = 0; i < block->capacity; ++i)
@@ -219,14 +221,16 @@ bool ChildList::unlink(NodeBlock& block) noexcept {
 }
 
 std::uint32_t ChildList::slot(std::uint32_t i) const {
-    return CodeIn(index, i, isWide);
+    return CodeIn(index, i, slotBytes);
 }
 
 void ChildList::setSlot(std::uint32_t i, std::uint32_t value) {
-    if (isWide)
-        reinterpret_cast<std::uint32_t*>(index)[i] = value;
-    else
+    if (slotBytes == 1)
+        reinterpret_cast<std::uint8_t*>(index)[i] = static_cast<std::uint8_t>(value);
+    else if (slotBytes == 2)
         reinterpret_cast<std::uint16_t*>(index)[i] = static_cast<std::uint16_t>(value);
+    else
+        reinterpret_cast<std::uint32_t*>(index)[i] = value;
 }
 
 } // namespace OxTellarRuntimeDetail

@@ -46,8 +46,8 @@ struct ChildList : SmallMemory::Object {
     std::uint32_t newStrays() const;
     std::uint32_t numberOfBlocks() const { return blocks; }
     /// Prepares for a block at the position and for so many nodes more. Needs memory, so it comes
-    /// before `link` and `enter`.
-    void reserve(std::uint32_t position, std::uint32_t nodes);
+    /// before `link` and `enter`. `last` is the last position that blocks will probably have.
+    void reserve(std::uint32_t position, std::uint32_t nodes, std::uint32_t last);
     /// Lets threads find the block's published nodes.
     void link(NodeBlock& block);
     /// Lets `find` find the node, which has its name and whose block is linked.
@@ -78,7 +78,7 @@ private:
     LocationNode* entryAt(std::uint32_t position) const;
     void reserveBlock(std::uint32_t position);
     void reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes);
-    void makeIndex(std::uint32_t slots, bool wide);
+    void makeIndex(std::uint32_t slots, std::uint8_t slotBytes);
     bool insert(std::uint32_t position, std::string_view name);
 
     std::uint32_t slot(std::uint32_t index) const;
@@ -86,7 +86,7 @@ private:
 
     Lane lanes[2];
     // Open addressing: for every node 1 + its position, turned left by one bit so that strays have
-    // small numbers too; 0 for a free slot. Slots of 16 bits as long as all numbers fit.
+    // small numbers too; 0 for a free slot. A slot has 1, 2 or 4 bytes, so that all numbers fit.
     // A dropped block leaves its entries here. They lead nowhere, and are right again when the same
     // locations are made again.
     char* index = nullptr;     // owned
@@ -96,7 +96,7 @@ private:
     std::uint32_t blocks = 0;
     std::uint32_t strayBlocks = 0; // places that were ever used
     std::uint32_t lastStrays = 0;  // the place of the block that was linked last
-    bool isWide = false;
+    std::uint8_t slotBytes = 1;
 };
 
 struct ChildList::Directory {

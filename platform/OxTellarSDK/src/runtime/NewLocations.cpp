@@ -114,8 +114,10 @@ LocationNode* LocationStore::addChildren(LocationNode& parent, std::string_view 
 LocationNode& LocationStore::addKnown(LocationNode& parent, ChildList& list,
                                       const StringAttribute& names, std::uint32_t index) {
     const std::uint32_t first = index - index % NodeBlock::kNodes;
-    const auto count = static_cast<std::uint32_t>(
-        std::min<std::int64_t>(names.getNumberOfValues() - first, NodeBlock::kNodes));
+    const std::int64_t all = names.getNumberOfValues();
+    const auto last = std::min<std::int64_t>(all, ChildList::kStray) - 1;
+    const auto count =
+        static_cast<std::uint32_t>(std::min<std::int64_t>(all - first, NodeBlock::kNodes));
     std::array<std::string_view, NodeBlock::kNodes> levels;
     LongNames texts;
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -123,7 +125,7 @@ LocationNode& LocationStore::addKnown(LocationNode& parent, ChildList& list,
         if (LocationNode::IsLevel(name)) levels[i] = name;
         texts.count(levels[i]);
     }
-    list.reserve(first, count);
+    list.reserve(first, count, static_cast<std::uint32_t>(last));
     texts.allocate();
     NodeBlock& block = makeBlock(&parent, first, count);
     list.link(block);
@@ -145,7 +147,7 @@ LocationNode& LocationStore::addStray(LocationNode& parent, ChildList& list,
     const std::uint32_t first = block ? block->first : list.newStrays();
     LongNames texts;
     texts.count(name);
-    list.reserve(first, 1);
+    list.reserve(first, 1, first);
     texts.allocate();
     if (!block) {
         block = &makeBlock(&parent, first, 1u << std::min(list.numberOfBlocks(), 5u));
