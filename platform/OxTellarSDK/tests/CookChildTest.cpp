@@ -58,6 +58,30 @@ TEST(CookChild, FindsChildrenThatWereAskedForInAnotherOrder) {
     EXPECT_EQ(Counter::take("any order"), 1 + kCount);
 }
 
+TEST(CookChild, FindsPotentialChildrenAndOthersInListsOfAnyLength) {
+    for (const int count : {7, 9, 96, 97, 127, 128, 129, 160, 16384, 32769}) {
+        SCOPED_TRACE(count);
+        std::vector<std::string> names;
+        for (int i = 0; i < count; ++i)
+            names.push_back("child" + std::to_string(i));
+        Graph graph;
+        const Client client = graph.commit(
+            graph.op(kSource, {Children(names), {"counter", StringAttribute("any length")}}));
+        const LocationData root = client->cookLocation("/root");
+        const auto other = [](int i) { return "/root/other" + std::to_string(i); };
+        // Every fourth block, others among them, and then all from the last one on.
+        for (int i = 0; i < count; i += 128)
+            ASSERT_EQ(PathOfChild(client, root, i), "/root/" + names[i]);
+        for (int i = 0; i < 150; ++i)
+            ASSERT_EQ(PathOf(client->cookLocation(other(i))), other(i));
+        for (int i = count; i-- > 0;)
+            ASSERT_EQ(PathOf(client->cookLocation("/root/" + names[i])), "/root/" + names[i]);
+        for (int i = 150; i-- > 0;)
+            ASSERT_EQ(PathOf(client->cookLocation(other(i))), other(i));
+        EXPECT_EQ(Counter::take("any length"), 1 + count + 150);
+    }
+}
+
 TEST(CookChild, CooksAnewWhatWasEvicted) {
     Graph graph;
     const Client client = graph.commit(graph.chain(
