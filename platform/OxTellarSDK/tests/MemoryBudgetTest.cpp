@@ -8,6 +8,7 @@
 
 #include "CapturedLog.h"
 #include "ScopedEnvironment.h"
+#include "TempDirectory.h"
 #include "TestCache.h"
 
 namespace {
@@ -57,6 +58,24 @@ void InNewProcess(const std::function<void()>& body, const std::string& expected
 TEST(MemoryLimit, IsThatOfTheConfiguration) {
     const ScopedEnvironment limit("OX_CONFIG_MEMORY_LIMIT", "5M");
     InNewProcess([] { std::cerr << GetMemoryLimit(); }, "^5242880$");
+}
+
+/// Prints the limit of a process whose configuration file has this content.
+void PrintLimitWithFile(const std::string& content) {
+    const TempDirectory folder;
+    const ScopedEnvironment file("OX_CONFIG_FILE", folder.write("settings.json", content));
+    std::cerr << GetMemoryLimit();
+}
+
+TEST(MemoryLimit, IsThatOfAConfigurationFile) {
+    const ScopedEnvironment limit("OX_CONFIG_MEMORY_LIMIT", std::nullopt);
+    InNewProcess([] { PrintLimitWithFile(R"({"MEMORY_LIMIT": "6M"})"); }, "^6291456$");
+    InNewProcess([] { PrintLimitWithFile(R"({"MEMORY_LIMIT": 7340032})"); }, "^7340032$");
+}
+
+TEST(MemoryLimit, IsThatOfTheEnvironmentBeforeThatOfAConfigurationFile) {
+    const ScopedEnvironment limit("OX_CONFIG_MEMORY_LIMIT", "5M");
+    InNewProcess([] { PrintLimitWithFile(R"({"MEMORY_LIMIT": "6M"})"); }, "^5242880$");
 }
 
 TEST(MemoryLimit, IsTheDefaultAndAnErrorIsLoggedWhenTheConfigurationHasNoSize) {
