@@ -4,9 +4,11 @@
 //
 // read_attribute_file.py reads them with nothing of this library, and the fuzzers start from them.
 
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <fstream>
+#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -33,6 +35,20 @@ void Write(const std::string& path, const Attribute& value) {
     WriteText(path + ".xml", value.getXML());
 }
 
+void WriteCompressed(const std::string& path, const Attribute& value) {
+    WriteAttributeFile(path + ".oxz", value, true);
+    WriteText(path + ".xml", value.getXML());
+}
+
+/// Several blocks of a compressed file, each with other values.
+GroupAttribute ValuesOfManyBlocks() {
+    std::vector<std::int32_t> numbers(150000);
+    std::iota(numbers.begin(), numbers.end(), 0);
+    return GroupAttribute(
+        {{"numbers", IntAttribute(numbers, 3)}, {"text", StringAttribute(std::string(70000, 't'))}},
+        true);
+}
+
 /// An op tree with arguments of every kind.
 GroupAttribute OpTreeWith(const GroupAttribute& args) {
     return GroupAttribute(
@@ -52,12 +68,14 @@ void WriteAll(const std::string& folder) {
     for (std::uint64_t seed = 0; seed < 40; ++seed)
         Write(folder + "/random" + std::to_string(seed), RandomAttribute(seed).make(4));
     WriteOpFile(folder + "/optree.oxo", SampleOpTree());
-    // Compressed: one that is decompressed when it is opened, and one that is opened in place.
-    WriteAttributeFile(folder + "/sample.oxz", SampleValue(), true);
+    WriteOpFile(folder + "/optree.oxz", SampleOpTree(), true);
+    WriteCompressed(folder + "/sample", SampleValue());
+    WriteCompressed(folder + "/blocks", ValuesOfManyBlocks());
+    // The library decompresses those above at once when it opens them, and reads this one in place.
     const std::vector<double> zeros(700000);
-    WriteAttributeFile(
-        folder + "/zeros.oxz",
-        GroupAttribute({{"zeros", DoubleAttribute(zeros, 1)}, {"i", IntAttribute(7)}}, true), true);
+    WriteCompressed(
+        folder + "/zeros",
+        GroupAttribute({{"zeros", DoubleAttribute(zeros, 1)}, {"i", IntAttribute(7)}}, true));
     WriteText(folder + "/optree.xml", SampleOpTree().getXML());
     WriteText(folder + "/optree.json", WriteDescriptionJson(SampleOpTree()));
     WriteText(folder + "/sample.json", WriteDescriptionJson(OpTreeWith(SampleValue())));
