@@ -34,6 +34,7 @@ void AddOwnMaterialRows();
 void AddEditRows();
 void AddDifferenceRows();
 void AddFileRows();
+void AddCompressedRows();
 void AddRenderRows();
 
 } // namespace TellarBench

@@ -92,10 +92,10 @@ GroupAttribute DescribeEditedScene(std::int64_t leaves) {
 
 /// Makes the file unless it is there, and reads it.
 template <typename Describe>
-void PrepareFile(const std::string& path, const Describe& describe) {
+void PrepareFile(const std::string& path, const Describe& describe, bool compress = false) {
     if (!std::filesystem::exists(path)) {
         std::fprintf(stderr, "tellar_bench: making %s\n", path.c_str());
-        WriteOpFile(path, describe());
+        WriteOpFile(path, describe(), compress);
     }
     ReadThrough(path);
 }
@@ -171,6 +171,10 @@ std::string GetScenePath(std::int64_t leaves) {
     return GetFilePath("scene", leaves, ".oxop");
 }
 
+std::string GetCompressedScenePath(std::int64_t leaves) {
+    return GetFilePath("compressed", leaves, ".oxop");
+}
+
 std::string GetEditedScenePath(std::int64_t leaves) {
     return GetFilePath("edited", leaves, ".oxop");
 }
@@ -184,6 +188,8 @@ void PrepareScenes(std::int64_t leaves) {
     fs::create_directories(GetOptions().scenes);
     for (const std::int64_t count : {leaves, std::min(leaves, kMostFileLeaves)})
         PrepareFile(GetScenePath(count), [count] { return DescribeScene(count); });
+    PrepareFile(
+        GetCompressedScenePath(leaves), [leaves] { return DescribeScene(leaves); }, true);
     PrepareFile(GetEditedScenePath(leaves), [leaves] { return DescribeEditedScene(leaves); });
     const std::string path = GetDumpPath(leaves);
     if (!fs::exists(path)) {

@@ -71,9 +71,10 @@ OxAttribute::GroupAttribute DescribeScene(std::int64_t leaves);
 /// examples/million.json with a number of trees that gives about `leaves` locations.
 OxAttribute::GroupAttribute DescribeForest(std::int64_t leaves);
 
-/// The paths of a scene's op file, of the same scene with one value of the leaf in the middle
-/// changed, and of the dump of its pointer tree.
+/// The paths of a scene's op file, plain and compressed, of the same scene with one value of the
+/// leaf in the middle changed, and of the dump of its pointer tree.
 std::string GetScenePath(std::int64_t leaves);
+std::string GetCompressedScenePath(std::int64_t leaves);
 std::string GetEditedScenePath(std::int64_t leaves);
 std::string GetDumpPath(std::int64_t leaves);
 

@@ -26,6 +26,7 @@
 //   array             an op that makes locations is slow or stores them
 //   write_op_file     building the file, sharing equal values
 //   read_op_file      checks on reading, hashing
+//   compressed_walk   decompressing blocks, memory for them; its sizes: the format of op files
 //   primary_rays      making camera rays, the geometry and the material of a hit
 //   path_rays         the BSDF, sampling lights and directions
 //   first_pixel       the walk of the scene, Embree's tree of instances and its size
@@ -162,6 +163,7 @@ void AddRows() {
     AddEditRows();
     AddDifferenceRows();
     AddFileRows();
+    AddCompressedRows();
     AddRenderRows();
 }
 

@@ -22,7 +22,7 @@ ROUTES = {"first_walk": ALL, "second_walk": ALL, "read_attributes": ALL,
           "materials": ("-",), "own_materials": ("-",),
           "edit": ("-",), "edit_description": ("-",),
           "difference_files": ("-",), "difference_shared": ("-",),
-          "write_op_file": ("-",),
+          "write_op_file": ("-",), "compressed_walk": ("-",),
           "read_op_file": ("-",), "primary_rays": SCENES, "path_rays": SCENES,
           "first_pixel": ("forest",)}
 

@@ -1,0 +1,70 @@
+// The first walk of a scene in a compressed op file, compared with that of the plain file, and the
+// sizes of both files.
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Measure.h"
+#include "PointerTree.h"
+#include "Rows.h"
+#include "Scene.h"
+#include "Walk.h"
+
+namespace TellarBench {
+
+namespace {
+
+constexpr int kPasses = 3;
+
+/// The seconds of a first walk, in a process that has cooked nothing.
+double TimeFirstWalk(const Row& row, const std::string& file, const Checksum& expected) {
+    return MeasureInChild([&]() -> std::vector<double> {
+               const Producer root = kSync.openFile(file);
+               const Stopwatch watch;
+               const Checksum sum = WalkNames(root.get());
+               const double seconds = watch.seconds();
+               row.verify(sum, expected);
+               return {seconds};
+           })
+        .at(0);
+}
+
+double Median(std::array<double, kPasses> seconds) {
+    std::sort(seconds.begin(), seconds.end());
+    return seconds[kPasses / 2];
+}
+
+double GetBytesPerLeaf(const std::string& file) {
+    return static_cast<double>(std::filesystem::file_size(file)) /
+           static_cast<double>(GetOptions().leaves);
+}
+
+void CompareWithPlain(Row& row) {
+    const std::int64_t leaves = GetOptions().leaves;
+    const std::string plainFile = GetScenePath(leaves);
+    const std::string compressedFile = GetCompressedScenePath(leaves);
+    const Checksum expected = WalkNames(static_cast<const Node*>(BuildTree(leaves).get()));
+    std::array<double, kPasses> plain{};
+    std::array<double, kPasses> compressed{};
+    for (int pass = 0; pass < kPasses; ++pass) {
+        compressed[pass] = TimeFirstWalk(row, compressedFile, expected);
+        plain[pass] = TimeFirstWalk(row, plainFile, expected);
+    }
+    const double perLocation = 1e9 / static_cast<double>(CountLocations(leaves));
+    row.report("ns", Median(compressed) * perLocation, Median(plain) * perLocation);
+    row.report("walks", Median(compressed) / Median(plain));
+    row.report("plain_bytes", GetBytesPerLeaf(plainFile));
+    row.report("compressed_bytes", GetBytesPerLeaf(compressedFile));
+    row.finish(Median(compressed));
+}
+
+} // namespace
+
+void AddCompressedRows() {
+    AddRow("compressed_walk", 1, CompareWithPlain);
+}
+
+} // namespace TellarBench
