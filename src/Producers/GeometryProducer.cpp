@@ -126,7 +126,7 @@ GeometryProducer::Ptr GeometryProducer::getChildByIndex(std::int64_t index, bool
 
 std::string GeometryProducer::getType() {
     if (const OwnLocation own = OwnLocation::of(*this))
-        return std::string(StringAttribute(own.getAttrs().getChildByName("type")).getValueView());
+        return std::string(own.getAttrs().getTextView("type"));
     return std::string(StringAttribute(getAttribute("type")).getValueView());
 }
 

@@ -165,6 +165,7 @@ TEST_F(MappedFiles, AValueOfAFileThatIsCutShortHasZerosAndOthersAreRefused) {
               text + "has changed since it was opened");
     for (const char* name : {"leaf0.numbers", "leaf7.texts", "leaf7.numbers", "leaf119.more.i"})
         EXPECT_THAT(ErrorOf([&] { GroupAttribute(value).getChildByName(name); }), refused) << name;
+    EXPECT_THAT(ErrorOf([&] { GroupAttribute(value).getTextView("leaf7.texts"); }), refused);
 }
 
 TEST_F(MappedFiles, AFileThatIsCutShortDoesNotDisturbAnother) {

@@ -234,6 +234,27 @@ TEST(GroupAttribute, ATemporaryGroupGivesItsChildrenSafely) {
               "deep");
 }
 
+TEST(GroupAttribute, LendsTheFirstTextOfAString) {
+    const StringAttribute animated({{-1.0f, {"early", "b"}}, {0.25f, {"near", "d"}}}, 1);
+    const GroupAttribute group(
+        {{"a", GroupAttribute({{"text", StringAttribute("deep")},
+                               {"list", StringAttribute({"first", "second"}, 1)},
+                               {"animated", animated},
+                               {"empty", StringAttribute(std::vector<std::string>(), 1)},
+                               {"number", IntAttribute(5)}},
+                              true)},
+         {"text", StringAttribute("above")}},
+        true);
+    EXPECT_EQ(group.getTextView("text"), "above");
+    EXPECT_EQ(group.getTextView("a.text"), "deep");
+    EXPECT_EQ(group.getTextView("a.list"), "first");
+    EXPECT_EQ(group.getTextView("a.animated"), "near");
+    for (const char* path : {"a.empty", "a.number", "a", "a.absent", "text.deeper", "", "."})
+        EXPECT_TRUE(group.getTextView(path).empty()) << path;
+    EXPECT_TRUE(GroupAttribute().getTextView("text").empty());
+    EXPECT_EQ(CountReferences(group), 1u);
+}
+
 TEST(GroupAttribute, NestsExactlyAsDeepAsAllowed) {
     const GroupAttribute deepest = ChainOfGroups(kMaxGroupDepth);
     EXPECT_EQ(kMaxGroupDepth, 2048);

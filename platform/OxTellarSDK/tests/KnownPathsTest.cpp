@@ -101,6 +101,8 @@ TEST(KnownPaths, BelowShapesLeadToTheValuesOfEachGroup) {
             EXPECT_EQ(At(Child(file, i), "user.some.f"), i);
             EXPECT_EQ(At(Child(file, i), "user.some.g"), -i);
             EXPECT_EQ(StringAttribute(Child(file, i).getChildByName("type")).getValue(), "mesh");
+            EXPECT_EQ(GroupAttribute(Child(file, i)).getTextView("type"), "mesh");
+            EXPECT_EQ(GroupAttribute(Child(file, i)).getTextView("user"), "");
             EXPECT_FALSE(Child(file, i).getChildByName("user.some.h").isValid());
         }
 }

@@ -16,7 +16,7 @@ namespace {
 using Children = std::vector<GroupAttribute::Child>;
 
 bool IsNetwork(const GroupAttribute& material) {
-    return StringAttribute(material.getChildByName("style")).getValueView() == "network";
+    return material.getTextView("style") == "network";
 }
 
 /// A group without group inheritance; invalid without children.

@@ -26,9 +26,7 @@ const char* GetType(OxSgIteratorStruct* location, std::int64_t* length) {
     if (!location) return nullptr;
     const OwnLocation own = location->getOwn();
     if (!own) return Lend(location->getTexts().type.getValueView(), length);
-    // The location's attributes keep the value, not this copy of the handle.
-    const StringAttribute type = own.getAttrs().getChildByName("type");
-    return Lend(type.getValueView(), length);
+    return Lend(own.getAttrs().getTextView("type"), length);
 }
 
 OxAttributeStruct* GetAttributeNames(OxSgIteratorStruct* location) {

@@ -382,6 +382,9 @@ public:
     Attribute getChildByIndex(std::int64_t index) const;
     /// The child at a dotted path; invalid when there is none. Does not allocate.
     Attribute getChildByName(std::string_view path) const;
+    /// StringAttribute::getValueView of the child at a dotted path, without a handle to it; empty
+    /// when no string is there. The text lives as long as the group's value.
+    std::string_view getTextView(std::string_view path) const;
     /// The index of the child with just this name, or -1.
     std::int64_t findChild(std::string_view name) const noexcept;
     /// The same, looking at index `hint` first.

@@ -238,14 +238,6 @@ std::string StringAttribute::getValue(const std::string& defaultValue, bool thro
 
 namespace {
 
-/// A string of a value in memory that has one sample at time 0.
-std::string_view TextInMemory(const FullNode& node, std::uint64_t index) {
-    if (index >= node.count) return {};
-    const auto* const ends = reinterpret_cast<const std::uint32_t*>(&node + 1);
-    const char* const texts = reinterpret_cast<const char*>(ends + node.count + 1);
-    return {texts + ends[index], ends[index + 1] - ends[index] - 1};
-}
-
 /// The strings of a sample of `attribute`, which has this view.
 ConstStringSample MakeSample(Attribute attribute, const DataView& view, std::uint64_t sample) {
     if (!view.ends && view.count == 1)
@@ -258,20 +250,7 @@ ConstStringSample MakeSample(Attribute attribute, const DataView& view, std::uin
 } // namespace
 
 std::string_view StringAttribute::getValueView(std::int64_t index) const noexcept {
-    if (!handle) return {};
-    // Every step of a walk reads a type here, nearly always a short text of a file, and a name,
-    // nearly always from a list in memory. The word is read once, because that of a mapped file may
-    // change.
-    const Node head{handle->word};
-    if (head.isShort() && head.type() == kAttributeTypeString)
-        return index == 0
-                   ? std::string_view(Bytes(handle) + sizeof(Node), ShortTextLength(head.word))
-                   : std::string_view();
-    if ((head.word & kTimesOmitted) && !Container::Of(handle))
-        return TextInMemory(*Full(handle), static_cast<std::uint64_t>(index));
-    const DataView view = ViewOf(handle, kAttributeTypeString);
-    if (static_cast<std::uint64_t>(index) >= view.count) return {};
-    return view.text(NearestSample(view, 0.0f) * view.count + static_cast<std::uint64_t>(index));
+    return handle ? TextAt(handle, static_cast<std::uint64_t>(index)) : std::string_view();
 }
 
 ConstStringSample StringAttribute::getSample(std::int64_t index) const {

@@ -245,6 +245,14 @@ Attribute GroupAttribute::getChildByName(std::string_view path) const {
     return CreateAndSteal(node);
 }
 
+std::string_view GroupAttribute::getTextView(std::string_view path) const {
+    if (!handle) return {};
+    const Node* const node = FindAt(handle, path);
+    if (node) return TextAt(node, 0);
+    Absent(handle);
+    return {};
+}
+
 std::int64_t GroupAttribute::findChild(std::string_view name) const noexcept {
     return handle ? FindChild(handle, name) : -1;
 }

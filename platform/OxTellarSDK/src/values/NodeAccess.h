@@ -6,6 +6,7 @@
 
 #include "AttributeNode.h"
 #include "Container.h"
+#include "DataView.h"
 
 /// Reading values in memory and in files alike. These are the most frequent steps of readers, so
 /// they are inline.
@@ -75,6 +76,32 @@ inline bool IsSameText(const char* a, const char* b, std::size_t length) {
         return IsSameWord<std::uint16_t>(a, b) &&
                IsSameWord<std::uint16_t>(a + length - 2, b + length - 2);
     return length == 0 || *a == *b;
+}
+
+/// A string of a value in memory that has one sample at time 0.
+inline std::string_view TextInMemory(const FullNode& node, std::uint64_t index) noexcept {
+    if (index >= node.count) return {};
+    const auto* const ends = reinterpret_cast<const std::uint32_t*>(&node + 1);
+    const char* const texts = reinterpret_cast<const char*>(ends + node.count + 1);
+    return {texts + ends[index], ends[index + 1] - ends[index] - 1};
+}
+
+/// Text `index` of the strings in a value, in the sample nearest to time 0. Empty when it is out of
+/// range or the value has no strings.
+inline std::string_view TextAt(const Node* node, std::uint64_t index) noexcept {
+    // Every step of a walk reads a type here, nearly always a short text of a file, and a name,
+    // nearly always from a list in memory. The word is read once, because that of a mapped file may
+    // change.
+    const Node head{node->word};
+    if (head.type() != kAttributeTypeString) return {};
+    if (head.isShort())
+        return index == 0 ? std::string_view(Bytes(node) + sizeof(Node), ShortTextLength(head.word))
+                          : std::string_view();
+    if ((head.word & kTimesOmitted) && !Container::Of(node))
+        return TextInMemory(*Full(node), index);
+    const DataView view = ViewOf(node, kAttributeTypeString);
+    if (index >= view.count) return {};
+    return view.text(NearestSample(view, 0.0f) * view.count + index);
 }
 
 /// The index of the child with this name in a group in memory, or -1.
