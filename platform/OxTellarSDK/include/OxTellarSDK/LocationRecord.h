@@ -23,11 +23,14 @@ struct NodeHandle {
 
 /// The result of one cook. Immutable while its count is not 0.
 ///
-/// Records come from a pool whose memory is never used for anything else. So a reader may try to
-/// retain a record that was just released for the last time; it finds a count of 0 and looks again.
-/// Two records share a cache line: they are made one after the other, so the thread that walks
-/// along reads both.
-struct alignas(32) LocationRecord {
+/// Most locations of a scene have no children, so the names of potential children are a part of
+/// ParentRecords only.
+///
+/// Records come from two pools, one of them for ParentRecords. Memory of a pool is never used for
+/// anything else. So a reader may try to retain a record that was just released for the last time;
+/// it finds a count of 0 and looks again. Records share cache lines: they are made one after the
+/// other, so the thread that walks along reads all of them.
+struct LocationRecord {
     /// What few records have.
     struct Extra {
         std::atomic<std::uint64_t> hash[2] = {{0}, {0}}; // not known while the first is 0
@@ -39,15 +42,21 @@ struct alignas(32) LocationRecord {
     };
 
     OxAttribute::GroupAttribute attrs;
-    OxAttribute::StringAttribute potentialChildren;
     std::atomic<std::uint32_t> count{0};
     std::uint32_t exists : 1;
-    std::uint32_t valueUnits : 31;      // of kUnitBytes each, of the values that its cook made
+    std::uint32_t isParent : 1;         // a ParentRecord; fixed
+    std::uint32_t valueUnits : 30;      // of kUnitBytes each, of the values that its cook made
     std::atomic<Extra*> extra{nullptr}; // owned; made on need
-    LocationRecord() : exists(0), valueUnits(0) {}
+    LocationRecord() : exists(0), isParent(0), valueUnits(0) {}
 
-    /// A record with count 1 of a location that does not exist.
-    static LocationRecord* Create();
+    /// A record with count 1 of a location that does not exist: a ParentRecord if the names are
+    /// valid. Throws std::bad_alloc.
+    static LocationRecord* Create(const OxAttribute::StringAttribute& potentialChildren);
+    /// Invalid when it is no ParentRecord.
+    inline const OxAttribute::StringAttribute& potentialChildren() const;
+    /// Takes over all but the names from a record that nobody else knows. For the thread that made
+    /// both, before others can find them.
+    void takeFrom(LocationRecord& other) noexcept;
     /// The record of every location that does not exist, with one more reference.
     static LocationRecord* Missing();
 
@@ -69,9 +78,7 @@ struct alignas(32) LocationRecord {
     std::uint64_t drop() noexcept;
 
     /// The memory of the record and of what its cook made.
-    std::uint64_t bytes() const noexcept {
-        return sizeof(LocationRecord) + std::uint64_t(valueUnits) * kUnitBytes;
-    }
+    inline std::uint64_t bytes() const noexcept;
     /// Counts values as its own, once. For the thread that made it, before others can find it.
     void ownValues(std::uint64_t valueBytes) noexcept;
 
@@ -91,7 +98,22 @@ private:
     void clear() noexcept;
 };
 
-static_assert(sizeof(LocationRecord) == 32, "half a cache line");
+/// The record of a location with potential children.
+struct ParentRecord : LocationRecord {
+    OxAttribute::StringAttribute names;
+    ParentRecord() { isParent = 1; }
+};
+
+static_assert(sizeof(LocationRecord) == 24 && sizeof(ParentRecord) == 32, "there are millions");
+
+inline const OxAttribute::StringAttribute& LocationRecord::potentialChildren() const {
+    return isParent ? static_cast<const ParentRecord*>(this)->names : NoPotentialChildren();
+}
+
+inline std::uint64_t LocationRecord::bytes() const noexcept {
+    return (isParent ? sizeof(ParentRecord) : sizeof(LocationRecord)) +
+           std::uint64_t(valueUnits) * kUnitBytes;
+}
 
 } // namespace OxTellarRuntimeDetail
 

@@ -116,7 +116,7 @@ public:
     /// The names of the location's potential children; invalid when it has none. The reference is
     /// valid as long as this object.
     const OxAttribute::StringAttribute& getPotentialChildren() const& {
-        return record ? record->potentialChildren
+        return record ? record->potentialChildren()
                       : OxTellarRuntimeDetail::LocationRecord::NoPotentialChildren();
     }
     OxAttribute::StringAttribute getPotentialChildren() && {

@@ -32,7 +32,13 @@ void Cook::setAttrs(const GroupAttribute& attrs) {
 void Cook::setPotentialChildren(const StringAttribute& names) {
     LocationRecord& record = ownRecord();
     record.exists = true;
-    record.potentialChildren = names;
+    if (record.isParent) {
+        static_cast<ParentRecord&>(record).names = names;
+    } else if (names.isValid()) {
+        LocationData parent(LocationRecord::Create(names));
+        parent.getRecord()->takeFrom(record);
+        result = std::move(parent);
+    }
 }
 
 void Cook::setNote(const Attribute& note) {
@@ -57,11 +63,10 @@ LocationData Cook::takeResult() {
 LocationRecord& Cook::ownRecord() {
     if (isOwn) return *result.getRecord();
     isOwn = true;
-    LocationData own(LocationRecord::Create());
+    LocationData own(LocationRecord::Create(result.getPotentialChildren()));
     if (result.isValid()) {
         own.getRecord()->exists = result.doesLocationExist();
         own.getRecord()->attrs = result.getAttrs();
-        own.getRecord()->potentialChildren = result.getPotentialChildren();
     }
     result = std::move(own);
     return *result.getRecord();

@@ -23,6 +23,7 @@ namespace {
 constexpr std::size_t kSlabRecords = 512;
 constexpr std::size_t kKeptPerThread = 1024;
 
+/// Of LocationRecords or of ParentRecords.
 struct Pool {
     std::mutex lock;
     LocationRecord* free = nullptr;
@@ -43,18 +44,20 @@ struct Pool {
     }
 };
 
+template <typename Record>
 Pool& GetPool() {
     static Pool* const pool = new Pool;
     return *pool;
 }
 
-/// Free records of one thread; they go back to the pool when the thread ends.
-class ThreadCache {
+/// Free records of one kind and thread; they go back to the pool when the thread ends.
+template <typename Record>
+class FreeRecords {
 public:
-    ThreadCache() { free.reserve(kKeptPerThread + 1); }
-    ~ThreadCache() { giveBack(0); }
-    ThreadCache(const ThreadCache&) = delete;
-    ThreadCache& operator=(const ThreadCache&) = delete;
+    FreeRecords() { free.reserve(kKeptPerThread + 1); }
+    ~FreeRecords() { giveBack(0); }
+    FreeRecords(const FreeRecords&) = delete;
+    FreeRecords& operator=(const FreeRecords&) = delete;
 
     LocationRecord* take() {
         if (free.empty()) refill();
@@ -70,23 +73,22 @@ public:
 
 private:
     void refill() {
-        Pool& pool = GetPool();
-        LocationRecord* slab = nullptr;
+        Pool& pool = GetPool<Record>();
+        Record* slab = nullptr;
         {
             const std::lock_guard<std::mutex> guard(pool.lock);
             while (pool.free && free.size() < kSlabRecords)
                 free.push_back(pool.take());
             if (!free.empty()) return;
-            slab = static_cast<LocationRecord*>(
-                pool.arena.allocate(kSlabRecords * sizeof(LocationRecord)));
+            slab = static_cast<Record*>(pool.arena.allocate(kSlabRecords * sizeof(Record)));
         }
         // Taken from the back: in the order of their addresses.
         for (std::size_t i = kSlabRecords; i > 0; --i)
-            free.push_back(new (slab + i - 1) LocationRecord);
+            free.push_back(new (slab + i - 1) Record);
     }
 
     void giveBack(std::size_t keep) noexcept {
-        Pool& pool = GetPool();
+        Pool& pool = GetPool<Record>();
         const std::lock_guard<std::mutex> guard(pool.lock);
         for (; free.size() > keep; free.pop_back())
             pool.give(free.back());
@@ -95,12 +97,37 @@ private:
     std::vector<LocationRecord*> free;
 };
 
+struct ThreadCache {
+    FreeRecords<LocationRecord> leaves;
+    FreeRecords<ParentRecord> parents;
+};
+
 /// For a thread without a cache.
+template <typename Record>
 LocationRecord* TakeFromPool() {
-    Pool& pool = GetPool();
+    Pool& pool = GetPool<Record>();
     const std::lock_guard<std::mutex> guard(pool.lock);
     LocationRecord* const record = pool.take();
-    return record ? record : new LocationRecord;
+    return record ? record : new Record;
+}
+
+template <typename Record>
+void GiveToPool(LocationRecord& record) noexcept {
+    Pool& pool = GetPool<Record>();
+    const std::lock_guard<std::mutex> guard(pool.lock);
+    pool.give(&record);
+}
+
+LocationRecord* TakeLeaf() {
+    ThreadCache* const cache = PerThread<ThreadCache>::Get();
+    return cache ? cache->leaves.take() : TakeFromPool<LocationRecord>();
+}
+
+LocationRecord* TakeParent(const OxAttribute::StringAttribute& names) {
+    ThreadCache* const cache = PerThread<ThreadCache>::Get();
+    LocationRecord* const record = cache ? cache->parents.take() : TakeFromPool<ParentRecord>();
+    static_cast<ParentRecord*>(record)->names = names;
+    return record;
 }
 
 std::uint64_t BytesOfExtra() {
@@ -121,19 +148,26 @@ void LocationRecord::Extra::operator delete(void* memory, std::size_t bytes) noe
     SmallMemory::Give(memory, bytes);
 }
 
-LocationRecord* LocationRecord::Create() {
-    ThreadCache* cache = PerThread<ThreadCache>::Get();
-    LocationRecord* record = cache ? cache->take() : TakeFromPool();
+LocationRecord* LocationRecord::Create(const OxAttribute::StringAttribute& potentialChildren) {
+    LocationRecord* const record =
+        potentialChildren.isValid() ? TakeParent(potentialChildren) : TakeLeaf();
     record->exists = 0;
     record->valueUnits = 0;
     record->extra.store(nullptr, std::memory_order_relaxed);
     record->count.store(1, std::memory_order_release);
-    ResultMemory::Get().added(sizeof(LocationRecord));
+    ResultMemory::Get().added(record->bytes());
     return record;
 }
 
+void LocationRecord::takeFrom(LocationRecord& other) noexcept {
+    exists = other.exists;
+    attrs = std::move(other.attrs);
+    extra.store(other.extra.exchange(nullptr, std::memory_order_relaxed),
+                std::memory_order_relaxed);
+}
+
 LocationRecord* LocationRecord::Missing() {
-    static LocationRecord* const missing = Create();
+    static LocationRecord* const missing = Create({});
     missing->retain();
     return missing;
 }
@@ -149,7 +183,7 @@ const OxAttribute::StringAttribute& LocationRecord::NoPotentialChildren() {
 }
 
 void LocationRecord::ownValues(std::uint64_t valueBytes) noexcept {
-    constexpr std::uint64_t most = 0x7fffffff;
+    constexpr std::uint64_t most = 0x3fffffff;
     if (valueUnits != 0 || valueBytes == 0) return;
     valueUnits = static_cast<std::uint32_t>(std::min(most, valueBytes / kUnitBytes)) & most;
     ResultMemory::Get().added(valueUnits * kUnitBytes, 0);
@@ -187,18 +221,16 @@ void LocationRecord::recycle() noexcept {
 
 void LocationRecord::clear() noexcept {
     attrs = OxAttribute::GroupAttribute();
-    potentialChildren = OxAttribute::StringAttribute();
+    if (isParent) static_cast<ParentRecord*>(this)->names = OxAttribute::StringAttribute();
     if (extra.load(std::memory_order_relaxed)) {
         const std::unique_ptr<Extra> dead(extra.exchange(nullptr, std::memory_order_relaxed));
         ResultMemory::Get().removed(BytesOfExtra(), 0);
     }
-    if (ThreadCache* cache = PerThread<ThreadCache>::Get()) {
-        cache->give(this);
-        return;
-    }
-    Pool& pool = GetPool();
-    const std::lock_guard<std::mutex> guard(pool.lock);
-    pool.give(this);
+    ThreadCache* const cache = PerThread<ThreadCache>::Get();
+    if (cache)
+        isParent ? cache->parents.give(this) : cache->leaves.give(this);
+    else
+        isParent ? GiveToPool<ParentRecord>(*this) : GiveToPool<LocationRecord>(*this);
 }
 
 } // namespace OxTellarRuntimeDetail
@@ -210,10 +242,9 @@ using OxAttribute::StringAttribute;
 
 TellarRuntime::LocationData::LocationData(const GroupAttribute& group) {
     if (!group.isValid()) return;
-    record = OxTellarRuntimeDetail::LocationRecord::Create();
+    record = OxTellarRuntimeDetail::LocationRecord::Create(group.getChildByName("pc"));
     record->exists = IntAttribute(group.getChildByName("exists")).getValue(1, false) != 0;
     record->attrs = GroupAttribute(group.getChildByName("attrs"));
-    record->potentialChildren = StringAttribute(group.getChildByName("pc"));
 }
 
 Hash TellarRuntime::LocationData::getHash() const {
@@ -222,7 +253,7 @@ Hash TellarRuntime::LocationData::getHash() const {
     if (const Extra* known = record->extra.load(std::memory_order_acquire))
         if (const std::uint64_t first = known->hash[0].load(std::memory_order_acquire))
             return {{first, known->hash[1].load(std::memory_order_relaxed)}};
-    const Hash parts[2] = {record->attrs.getHash(), record->potentialChildren.getHash()};
+    const Hash parts[2] = {record->attrs.getHash(), record->potentialChildren().getHash()};
     const XXH128_hash_t value = XXH3_128bits_withSeed(parts, sizeof parts, record->exists);
     const Hash hash{{value.high64 != 0 ? value.high64 : 1, value.low64}};
     Extra* const extra = record->needExtra();
