@@ -87,6 +87,24 @@ TEST(CookContext, WhatIsSetAfterASecondPassChangesACopyToo) {
     EXPECT_TRUE(ScriptedCook("papan").inputIsUnchanged());
 }
 
+TEST(CookContext, NamesOfChildrenMayBeSetFirstOrLastAndMoreThanOnce) {
+    for (const char* const script : {"ac", "ca", "aCc", "cac", "acnc"}) {
+        SCOPED_TRACE(script);
+        const ScriptedCook cook(script);
+        EXPECT_EQ(cook.attrNames(), "own ");
+        EXPECT_THAT(cook.children(), ElementsAre("own"));
+        EXPECT_TRUE(cook.data.doesLocationExist());
+        EXPECT_EQ(cook.data.getHash(), ScriptedCook("ac").data.getHash());
+    }
+    for (const char* const script : {"acC", "caC", "CacC", "pcaC"}) {
+        SCOPED_TRACE(script);
+        const ScriptedCook cook(script);
+        EXPECT_EQ(cook.attrNames(), "own ");
+        EXPECT_FALSE(cook.data.getPotentialChildren().isValid());
+        EXPECT_EQ(cook.data.getHash(), ScriptedCook("a").data.getHash());
+    }
+}
+
 TEST(CookContext, InvalidAttributesMeanNone) {
     const ScriptedCook cook("pAC");
     EXPECT_TRUE(cook.data.doesLocationExist());
@@ -123,6 +141,11 @@ const std::string kNoting = Register("TestNoting", [](CookContext& context) {
     ShowParentNote(context);
     context.setNote(StringAttribute(context.path()));
 });
+const std::string kNotingFirst = Register("TestNotingFirst", [](CookContext& context) {
+    context.setNote(StringAttribute(context.path()));
+    ShowParentNote(context);
+    context.setPotentialChildren(StringAttribute({"a", "b"}, 1));
+});
 /// Passes on "/root/a"; elsewhere shows its parent's note. Notes nothing itself.
 const std::string kReadingNotes = Register("TestReadingNotes", [](CookContext& context) {
     if (context.path() == "/root/a") return context.pass(context.input(0));
@@ -142,6 +165,14 @@ TEST(CookContext, TheNoteOfTheParentIsAtHandOnceItIsCooked) {
     EXPECT_EQ(ParentNote(client, "/root"), "none");
     EXPECT_EQ(ParentNote(client, "/root/late"), "/root");
     EXPECT_EQ(ParentNote(client, "/root/late/x"), "/root/late");
+}
+
+TEST(CookContext, ANoteStaysWhenNamesOfChildrenFollow) {
+    Graph graph;
+    const Client client = graph.commit(graph.op(kNotingFirst));
+    EXPECT_EQ(ParentNote(client, "/root"), "none");
+    EXPECT_EQ(ParentNote(client, "/root/a"), "/root");
+    EXPECT_EQ(ParentNote(client, "/root/a/b"), "/root/a");
 }
 
 TEST(CookContext, TheNoteOfAnotherOpIsNotShown) {
