@@ -60,13 +60,10 @@ Hash HashData(const Node* node) {
 
 Hash ComputeHash(const Attribute& attribute);
 
-/// Values in memory keep their hashes. Values below a group in a file would evict each other from
-/// the container's cache.
-Hash HashOfChild(const Attribute& child) {
-    return Container::Of(child.getHandle()) ? ComputeHash(child) : child.getHash();
-}
-
 Hash HashGroup(const GroupAttribute& group) {
+    // Values in memory keep their hashes, and the container's cache those of its values that are in
+    // a group in memory. What is below a group in a file would push each other out of that.
+    const bool isInFile = Container::Of(group.getHandle()) != nullptr;
     const std::int64_t count = group.getNumberOfChildren();
     const HashedHeader header{kAttributeTypeGroup, group.getGroupInherit(),
                               static_cast<std::uint64_t>(count), 0};
@@ -77,8 +74,9 @@ Hash HashGroup(const GroupAttribute& group) {
     std::vector<HashedChild> children(static_cast<std::size_t>(count));
     for (std::int64_t i = 0; i < count; ++i) {
         const std::string_view name = group.getChildNameView(i);
+        const Attribute child = group.getChildByIndex(i);
         children[static_cast<std::size_t>(i)] = {ToHash(XXH3_128bits(name.data(), name.size())),
-                                                 HashOfChild(group.getChildByIndex(i))};
+                                                 isInFile ? ComputeHash(child) : child.getHash()};
     }
     return ToHash(XXH3_128bits_withSeed(children.data(), children.size() * sizeof(HashedChild),
                                         XXH3_64bits(&header, sizeof header)));
