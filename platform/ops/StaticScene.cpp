@@ -184,8 +184,7 @@ public:
         const std::string& location = state.location;
         if (siblings.isValid())
             present(context, state,
-                    ChildDescription(siblings, OxLocationPath::Name(context.path()),
-                                     context.probableIndex()));
+                    ChildDescription(siblings, context.name(), context.probableIndex()));
         else if (OxLocationPath::IsSelfOrBelow(context.path(), location))
             present(context, state, FindDescription(context, location));
         else

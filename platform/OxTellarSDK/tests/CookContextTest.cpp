@@ -182,6 +182,34 @@ TEST(CookContext, TheNoteOfAnotherOpIsNotShown) {
     EXPECT_EQ(ParentNote(client, "/root/a/b"), "none");
 }
 
+namespace {
+
+/// Shows the name of the location, and its path afterwards unless the name is "silent".
+const std::string kNamed = Register("TestNamed", [](CookContext& context) {
+    std::vector<GroupAttribute::Child> attrs{{"name", StringAttribute(context.name())}};
+    if (context.name() != "silent") {
+        attrs.emplace_back("path", StringAttribute(context.path()));
+        attrs.emplace_back("again", StringAttribute(context.path()));
+    }
+    context.setAttrs(GroupAttribute(attrs, true));
+    context.setPotentialChildren(StringAttribute({"silent", "a name of more than 24 bytes"}, 1));
+});
+
+} // namespace
+
+TEST(CookContext, KnowsTheNameOfTheLocationWithoutItsPath) {
+    Graph graph;
+    const Client client = graph.commit(graph.op(kNamed));
+    const LocationData root = client->cookLocation("/root");
+    EXPECT_EQ(Text(root.getAttrs(), "name"), "root");
+    const LocationData silent = client->cookChild(root, 0);
+    EXPECT_EQ(Text(silent.getAttrs(), "name"), "silent");
+    const LocationData below = client->cookChild(silent, 1);
+    EXPECT_EQ(Text(below.getAttrs(), "name"), "a name of more than 24 bytes");
+    EXPECT_EQ(Text(below.getAttrs(), "path"), "/root/silent/a name of more than 24 bytes");
+    EXPECT_EQ(Text(below.getAttrs(), "again"), "/root/silent/a name of more than 24 bytes");
+}
+
 // Args and states prepared once
 
 namespace {

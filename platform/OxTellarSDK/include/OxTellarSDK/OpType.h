@@ -82,6 +82,10 @@ public:
     /// such as a file.
     virtual bool isFresh() const = 0;
 
+    /// The last level of path(), "geo". The path is put together on the first call of path(), which
+    /// takes longer.
+    virtual std::string_view name() const = 0;
+
 protected:
     ~CookContext() = default;
 };

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include <OxTellarSDK/OpType.h>
 
@@ -16,12 +17,12 @@ TellarRuntime::LocationData MissingLocation();
 /// The context of one cook.
 class Cook : public OxOpType::CookContext {
 public:
-    Cook(const OpNode& op, const LocationNode& node, const std::string& path,
-         std::uint32_t eviction, const OxOpType::State* state)
+    Cook(const OpNode& op, const LocationNode& node, const NodePath& path, std::uint32_t eviction,
+         const OxOpType::State* state)
         : op(op), node(node), location(path), eviction(eviction), opState(state) {}
     virtual ~Cook() = default;
 
-    const std::string& path() const final { return location; }
+    const std::string& path() const final { return location.text(); }
     const OxAttribute::GroupAttribute& args() const final { return op.args; }
     const OxOpType::State* state() const final { return opState; }
     std::size_t numberOfInputs() const final { return op.inputs.size(); }
@@ -33,6 +34,7 @@ public:
     OxAttribute::Attribute parentNote() const final;
     std::int64_t probableIndex() const final { return node.probableIndex(); }
     bool isFresh() const final { return eviction != 0; }
+    std::string_view name() const final { return node.name(); }
 
     /// Whether the result is data that was passed on.
     bool isPassed() const { return result.isValid() && !isOwn; }
@@ -43,7 +45,7 @@ private:
 
     const OpNode& op;
     const LocationNode& node;
-    const std::string& location;
+    const NodePath& location;
     const std::uint32_t eviction;
     const OxOpType::State* opState;
     TellarRuntime::LocationData result;

@@ -69,7 +69,7 @@ void TellFailure(const CookObservers& observers, const OxOpType::ObservedCook& c
 /// A cook whose reads are told to observers.
 class WatchedCook final : public Cook {
 public:
-    WatchedCook(const OpNode& op, const LocationNode& node, const std::string& path,
+    WatchedCook(const OpNode& op, const LocationNode& node, const NodePath& path,
                 std::uint32_t eviction, const OxOpType::State* state,
                 const OxOpType::ObservedCook& cook, const CookObservers& observers)
         : Cook(op, node, path, eviction, state), cook(cook), observers(observers) {}
@@ -89,7 +89,7 @@ private:
 /// A cook that notes its reads and how it made its result.
 class TracedCook final : public Cook {
 public:
-    TracedCook(const OpNode& op, const LocationNode& node, const std::string& path,
+    TracedCook(const OpNode& op, const LocationNode& node, const NodePath& path,
                std::uint32_t eviction, const OxOpType::State* state, OxOpType::CookTrace& trace)
         : Cook(op, node, path, eviction, state), trace(trace) {}
     ~TracedCook() override = default;
@@ -148,7 +148,7 @@ void OpNode::fail(const std::string* path, ErrorFacts cause) const {
 }
 
 template <typename Call>
-auto OpNode::guarded(const std::string* path, const Call& call) const {
+auto OpNode::guarded(const NodePath* path, const Call& call) const {
     const CurrentOp current(*this);
     ErrorFacts cause;
     try {
@@ -163,7 +163,7 @@ auto OpNode::guarded(const std::string* path, const Call& call) const {
     } catch (...) {
         cause.text = "it threw something that is no std::exception";
     }
-    fail(path, std::move(cause));
+    fail(path ? &path->text() : nullptr, std::move(cause));
 }
 
 void OpNode::prepare() const {
@@ -191,7 +191,7 @@ LocationData OpNode::cookFound(const Find& find, const std::string* path, std::u
             if (!pin.tryPin(*node)) LocationStore::AwaitDrop(*node);
         }
         LocationNode& node = pin.node();
-        data = cookAt(node, path ? *path : store->pathOf(node), eviction);
+        data = cookAt(node, NodePath(*store, node, path), eviction);
         if (by) by->note(node);
     }
     OxTellarMemory::RelieveMemory();
@@ -213,13 +213,14 @@ LocationData OpNode::cookChild(const NodeHandle& parent, std::string_view name, 
     return cookFound(find, nullptr, 0, &by);
 }
 
-LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
+LocationData OpNode::cookAt(LocationNode& node, const NodePath& path,
                             std::uint32_t eviction) const {
     std::uint8_t state = node.state.load(std::memory_order_acquire);
     for (;;) {
         if (state & LocationNode::kCooking) {
             if (IsMadeByThisThread(&node) || !waitForCook(node, path))
-                fail(&path, {kOxErrorCook, "the location needs itself", {}, {}, {}, {}, {}, {}});
+                fail(&path.text(),
+                     {kOxErrorCook, "the location needs itself", {}, {}, {}, {}, {}, {}});
             state = node.state.load(std::memory_order_acquire);
             continue;
         }
@@ -239,7 +240,7 @@ LocationData OpNode::cookAt(LocationNode& node, const std::string& path,
 }
 
 /// The calling thread must have set kCooking.
-LocationData OpNode::cookNow(LocationNode& node, const std::string& path,
+LocationData OpNode::cookNow(LocationNode& node, const NodePath& path,
                              std::uint32_t eviction) const {
     node.wasCooked.store(true, std::memory_order_release);
     LocationRecord* record = nullptr;
@@ -259,7 +260,7 @@ LocationData OpNode::cookNow(LocationNode& node, const std::string& path,
     return LocationData(record);
 }
 
-LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
+LocationRecord* OpNode::compute(LocationNode& node, const NodePath& path,
                                 std::uint32_t eviction) const {
     const MakingScope scope(&node);
     CountCook();
@@ -273,8 +274,8 @@ LocationRecord* OpNode::compute(LocationNode& node, const std::string& path,
 
 /// `more` are further arguments of the context's constructor.
 template <typename Context, typename... More>
-LocationData OpNode::computeWith(LocationNode& node, const std::string& path,
-                                 std::uint32_t eviction, More&... more) const {
+LocationData OpNode::computeWith(LocationNode& node, const NodePath& path, std::uint32_t eviction,
+                                 More&... more) const {
     return guarded(&path, [&] {
         const OxOpType::State* state = store->prepare(*type, args, inputs.size());
         Context cook(*this, node, path, eviction, state, more...);
@@ -283,7 +284,7 @@ LocationData OpNode::computeWith(LocationNode& node, const std::string& path,
     });
 }
 
-LocationData OpNode::computeObserved(LocationNode& node, const std::string& path,
+LocationData OpNode::computeObserved(LocationNode& node, const NodePath& path,
                                      std::uint32_t eviction) const {
     const std::shared_ptr<const CookObservers> observers = CurrentCookObservers();
     if (!observers) return computeWith<Cook>(node, path, eviction);
@@ -301,11 +302,11 @@ LocationData OpNode::computeObserved(LocationNode& node, const std::string& path
     }
 }
 
-OxOpType::ObservedCook OpNode::observed(const std::string& path) const {
-    return {name, typeName, identity, path};
+OxOpType::ObservedCook OpNode::observed(const NodePath& path) const {
+    return {name, typeName, identity, path.text()};
 }
 
-bool OpNode::waitForCook(LocationNode& node, const std::string& path) const {
+bool OpNode::waitForCook(LocationNode& node, const NodePath& path) const {
     const std::shared_ptr<const CookObservers> observers = CurrentCookObservers();
     if (!observers) return WaitForCook(node);
     const OxOpType::ObservedCook cook = observed(path);
@@ -340,7 +341,7 @@ LocationData OpNode::traceInto(OxOpType::CookTrace& trace, const std::string& pa
         if (!pin.tryPin(*node)) LocationStore::AwaitDrop(*node);
     }
     cookParent(pin.node());
-    return computeWith<TracedCook>(pin.node(), path, 0, trace);
+    return computeWith<TracedCook>(pin.node(), NodePath(*store, pin.node(), &path), 0, trace);
 }
 
 /// For the note that it may keep for its children. A parent that cannot be cooked has none.

@@ -17,6 +17,7 @@
 #include "CookObservers.h"
 #include "CookedIndex.h"
 #include "LocationStore.h"
+#include "NodePath.h"
 
 namespace OxTellarRuntimeDetail {
 
@@ -82,7 +83,7 @@ private:
     [[noreturn]] void fail(const std::string* path, ErrorFacts cause) const;
     /// Calls code of the op type. What this throws becomes a CookError.
     template <typename Call>
-    auto guarded(const std::string* path, const Call& call) const;
+    auto guarded(const NodePath* path, const Call& call) const;
 
     /// `find` looks a node up, under a guard. Invalid data if it finds none. A null `path` is put
     /// together if it is needed.
@@ -90,21 +91,20 @@ private:
     TellarRuntime::LocationData cookFound(const Find& find, const std::string* path,
                                           std::uint32_t eviction, CookedBy* by) const;
     // For a node that the caller has pinned.
-    TellarRuntime::LocationData cookAt(LocationNode& node, const std::string& path,
+    TellarRuntime::LocationData cookAt(LocationNode& node, const NodePath& path,
                                        std::uint32_t eviction) const;
-    TellarRuntime::LocationData cookNow(LocationNode& node, const std::string& path,
+    TellarRuntime::LocationData cookNow(LocationNode& node, const NodePath& path,
                                         std::uint32_t eviction) const;
     /// A new record with two references, for the node and for the caller.
-    LocationRecord* compute(LocationNode& node, const std::string& path,
-                            std::uint32_t eviction) const;
+    LocationRecord* compute(LocationNode& node, const NodePath& path, std::uint32_t eviction) const;
     template <typename Context, typename... More>
-    TellarRuntime::LocationData computeWith(LocationNode& node, const std::string& path,
+    TellarRuntime::LocationData computeWith(LocationNode& node, const NodePath& path,
                                             std::uint32_t eviction, More&... more) const;
-    TellarRuntime::LocationData computeObserved(LocationNode& node, const std::string& path,
+    TellarRuntime::LocationData computeObserved(LocationNode& node, const NodePath& path,
                                                 std::uint32_t eviction) const;
-    OxOpType::ObservedCook observed(const std::string& path) const;
+    OxOpType::ObservedCook observed(const NodePath& path) const;
     /// WaitForCook, which observers are told of.
-    bool waitForCook(LocationNode& node, const std::string& path) const;
+    bool waitForCook(LocationNode& node, const NodePath& path) const;
     TellarRuntime::LocationData traceInto(OxOpType::CookTrace& trace,
                                           const std::string& path) const;
     void cookParent(LocationNode& node) const;
