@@ -13,6 +13,9 @@ namespace OxTellarRuntimeDetail {
 namespace {
 
 constexpr std::uint32_t kFirstIndexSlots = 32;
+// An index has room for so many children that will probably come, so that it is not made anew with
+// each block of a list that is walked. Of a longer list perhaps only some are asked for.
+constexpr std::uint32_t kMostExpected = 128;
 constexpr std::uint32_t kFirstDirectorySize = 3;
 
 std::uint64_t HashName(std::string_view name) {
@@ -135,7 +138,7 @@ void ChildList::reserve(std::uint32_t position, std::uint32_t nodes, std::uint32
     reserveBlock(position);
     const std::uint32_t highest = std::max(position, last) | (NodeBlock::kNodes - 1);
     if (slots != 0 || NumberOf(position) != 0 || entered + nodes > kUnindexed)
-        reserveIndex(highest, nodes);
+        reserveIndex(highest, nodes, last < kStray ? std::min(last + 1, kMostExpected) : 0);
 }
 
 void ChildList::reserveBlock(std::uint32_t position) {
@@ -152,7 +155,8 @@ void ChildList::reserveBlock(std::uint32_t position) {
     lane.further.store(made, std::memory_order_release);
 }
 
-void ChildList::reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes) {
+void ChildList::reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes,
+                             std::uint32_t expected) {
     const std::uint8_t bytes = std::max(slotBytes, SlotBytesFor(CodeOf(highestPosition)));
     const auto isFull = [](std::uint64_t used, std::uint64_t size) { return used * 4 > size * 3; };
     const std::uint64_t more = std::uint64_t(nodes) + 1;
@@ -160,7 +164,7 @@ void ChildList::reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes)
     if (size == slots && bytes == slotBytes && !isFull(taken + more, size)) return;
     // Half as many free slots again where dropped blocks have left entries: it is not soon full.
     const std::uint64_t wanted = entered + more + (taken > entered ? entered / 2 : 0);
-    while (isFull(wanted, size))
+    while (isFull(std::max<std::uint64_t>(wanted, expected + 1), size))
         size *= 2;
     if (size > ~0u) throw std::bad_alloc();
     makeIndex(static_cast<std::uint32_t>(size), bytes);
@@ -198,6 +202,29 @@ void ChildList::link(NodeBlock& block) {
 void ChildList::enter(const LocationNode& node) {
     ++entered;
     if (slots != 0 && insert(node.position(), node.name())) ++taken;
+}
+
+bool ChildList::enterNew(std::uint32_t position, std::string_view name) {
+    const bool isNew = slots == 0 ? !find(name) : insertNew(position, name);
+    if (isNew) ++entered;
+    return isNew;
+}
+
+/// `find` and `insert` in one: false when there is another child of the name.
+bool ChildList::insertNew(std::uint32_t position, std::string_view name) {
+    const std::uint32_t mask = slots - 1;
+    const std::uint32_t code = CodeOf(position);
+    bool isThere = false;
+    auto i = static_cast<std::uint32_t>(HashName(name)) & mask;
+    for (; slot(i) != 0; i = (i + 1) & mask) {
+        if (slot(i) == code) isThere = true; // left by a block that was dropped
+        const LocationNode* const node = entryAt(PositionOf(slot(i)));
+        if (node && node->name() == name) return false;
+    }
+    if (isThere) return true;
+    setSlot(i, code);
+    ++taken;
+    return true;
 }
 
 /// False when the entry is there already.

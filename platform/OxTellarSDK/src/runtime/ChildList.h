@@ -52,6 +52,9 @@ struct ChildList : SmallMemory::Object {
     void link(NodeBlock& block);
     /// Lets `find` find the node, which has its name and whose block is linked.
     void enter(const LocationNode& node);
+    /// The same for a node that gets the name afterwards, in one search. False, without effect, if
+    /// there is a child of that name.
+    bool enterNew(std::uint32_t position, std::string_view name);
     /// Takes back `link` and `enter`. True when it was the last block.
     bool unlink(NodeBlock& block) noexcept;
     /// Calls `visit` with each block. For a list that nobody changes.
@@ -77,9 +80,10 @@ private:
     NodeBlock* blockAt(std::uint32_t position) const;
     LocationNode* entryAt(std::uint32_t position) const;
     void reserveBlock(std::uint32_t position);
-    void reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes);
+    void reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes, std::uint32_t expected);
     void makeIndex(std::uint32_t slots, std::uint8_t slotBytes);
     bool insert(std::uint32_t position, std::string_view name);
+    bool insertNew(std::uint32_t position, std::string_view name);
 
     std::uint32_t slot(std::uint32_t index) const;
     void setSlot(std::uint32_t index, std::uint32_t value);

@@ -130,9 +130,8 @@ LocationNode& LocationStore::addKnown(LocationNode& parent, ChildList& list,
     NodeBlock& block = makeBlock(&parent, first, count);
     list.link(block);
     for (std::uint32_t i = 0; i < count; ++i) {
-        if (levels[i].empty() || list.find(levels[i])) continue;
+        if (levels[i].empty() || !list.enterNew(first + i, levels[i])) continue;
         block.nodes[i].setName(texts.keep(levels[i]));
-        list.enter(block.nodes[i]);
     }
     texts.giveTo(block);
     block.count.store(static_cast<std::uint8_t>(count), std::memory_order_release);
