@@ -33,15 +33,16 @@ std::int64_t FindEncoded(const GroupAttribute& children, std::string_view name, 
 }
 
 GroupAttribute ChildrenOf(const GroupAttribute& description) {
-    return description.getChildByIndex(description.findChild("c", 1));
+    return description.getChild("c", 1);
 }
 
 GroupAttribute AttrsOf(const GroupAttribute& description) {
-    return description.getChildByIndex(description.findChild("a", 0));
+    return description.getChild("a", 0);
 }
 
 GroupAttribute ChildDescription(const GroupAttribute& children, std::string_view name,
                                 std::int64_t hint) {
+    if (!HasEncodedCharacter(name)) return children.getChild(name, hint);
     return children.getChildByIndex(FindEncoded(children, name, hint));
 }
 
@@ -56,22 +57,17 @@ GroupAttribute Descend(GroupAttribute description, std::string_view path,
 }
 
 StringAttribute DecodedNames(const GroupAttribute& children) {
-    const auto count = static_cast<std::size_t>(children.getNumberOfChildren());
-    std::vector<std::string_view> names;
-    names.reserve(count);
-    bool anyEncoded = false;
-    for (std::size_t index = 0; index < count; ++index) {
-        names.push_back(children.getChildNameView(static_cast<std::int64_t>(index)));
-        anyEncoded = anyEncoded || names.back().find('%') != std::string_view::npos;
-    }
-    if (!anyEncoded) return MakeNames(names);
+    StringAttribute names = children.getChildNames();
+    const OxAttribute::ConstStringSample sample = names.getNearestSample(0.0f);
+    bool isAnyEncoded = false;
+    for (const std::string_view name : sample)
+        isAnyEncoded = isAnyEncoded || name.find('%') != std::string_view::npos;
+    if (!isAnyEncoded) return names;
     std::vector<std::string> decoded;
-    decoded.reserve(count);
-    for (std::string_view& name : names) {
+    decoded.reserve(sample.size());
+    for (const std::string_view name : sample)
         decoded.push_back(DelimiterDecode(name));
-        name = decoded.back();
-    }
-    return MakeNames(names);
+    return StringAttribute(decoded, 1);
 }
 
 } // namespace TellarOps

@@ -1,5 +1,7 @@
 #include "Textures.h"
 
+#include <utility>
+
 #include <OxTellarSDK/TextureReferences.h>
 
 namespace TellarOps {
@@ -9,8 +11,8 @@ OxOpType::Argument DirectoryArgument() {
             "The folder where relative textures are looked for first. Default: none."};
 }
 
-GroupAttribute InFolder(const std::string& folder, const GroupAttribute& attrs) {
-    return folder.empty() ? attrs : OxAttribute::WithTexturesIn(folder, attrs);
+GroupAttribute InFolder(const std::string& folder, GroupAttribute attrs) {
+    return folder.empty() ? std::move(attrs) : OxAttribute::WithTexturesIn(folder, attrs);
 }
 
 void WarnOfMissingTextures(CheckContext& context, const GroupAttribute& attrs,

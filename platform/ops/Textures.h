@@ -14,7 +14,7 @@ OxOpType::Argument DirectoryArgument();
 
 /// The attributes with absolute paths for the textures that exist in the folder. An empty folder
 /// changes nothing.
-GroupAttribute InFolder(const std::string& folder, const GroupAttribute& attrs);
+GroupAttribute InFolder(const std::string& folder, GroupAttribute attrs);
 
 /// Warns of each texture in the attributes that does not exist. `path` is the path of the location,
 /// or empty.

@@ -127,6 +127,44 @@ TEST(AttributeFile, ReadsItsQueriesInPlace) {
     EXPECT_EQ(samples.getNearestSample(0.4f)[1], 6);
 }
 
+/// Compares the two ways to a child, for each name and for one that is missing.
+void ExpectSameChildren(const GroupAttribute& group) {
+    const std::int64_t count = group.getNumberOfChildren();
+    for (std::int64_t i = 0; i < count; ++i)
+        for (const std::int64_t hint : {std::int64_t(-1), i, (i + 1) % count, count}) {
+            const Attribute child = group.getChild(group.getChildNameView(i), hint);
+            ASSERT_EQ(child.getHandle(), group.getChildByIndex(i).getHandle()) << i << ' ' << hint;
+        }
+    EXPECT_FALSE(group.getChild("none", 0).isValid());
+    EXPECT_FALSE(group.getChild("", 0).isValid());
+}
+
+/// Compares the names that come at once with each single one.
+void ExpectSameNames(const GroupAttribute& group) {
+    std::vector<std::string> single;
+    for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i)
+        single.push_back(group.getChildName(i));
+    const StringAttribute names = group.getChildNames();
+    EXPECT_EQ(names, StringAttribute(single, 1));
+    EXPECT_EQ(names.getNumberOfTimeSamples(), 1);
+}
+
+TEST(AttributeFile, AChildIsFoundByItsNameInOneStep) {
+    std::vector<GroupAttribute::Child> many;
+    for (int i = 0; i < 100; ++i)
+        many.emplace_back("name_" + std::to_string(i),
+                          GroupAttribute({{"x", IntAttribute(i)}, {"y", IntAttribute(-i)}}, true));
+    const GroupAttribute group({{"few", SampleValue()}, {"many", GroupAttribute(many, true)}},
+                               true);
+    const GroupAttribute back(ContainerBytes::Read(ContainerBytes::Write(group)));
+    ExpectSameChildren(back);
+    for (const char* path : {"few", "many", "many.name_7"}) {
+        SCOPED_TRACE(path);
+        ExpectSameChildren(back.getChildByName(path));
+        ExpectSameNames(back.getChildByName(path));
+    }
+}
+
 TEST(AttributeFile, GroupsMayBeAsDeepAsGroupsCanBe) {
     ExpectRoundTrip(ChainOfGroups(kMaxGroupDepth));
 }

@@ -25,10 +25,13 @@ public:
         readData(DoubleAttribute(attribute));
         readStrings(StringAttribute(attribute));
         const GroupAttribute group(attribute);
+        readStrings(group.getChildNames());
         for (std::int64_t i = 0; i < group.getNumberOfChildren(); ++i) {
             const std::string_view name = group.getChildNameView(i);
             sum += name.size() + static_cast<std::uint64_t>(name.data()[name.size()] == '\0');
             if (group.findChild(name) != i) throw std::logic_error("a child is not found");
+            if (group.getChild(name, i).getHandle() != group.getChildByIndex(i).getHandle())
+                throw std::logic_error("another child is found");
             if (++children > kMaximumChildren) throw std::logic_error("a tree without end");
             read(group.getChildByIndex(i));
         }

@@ -64,6 +64,8 @@ void ReadInEveryWay(const Attribute& value) {
     Try([&] { static_cast<void>(value.getHash()); });
     Try([&] { static_cast<void>(value.getXML()); });
     const GroupAttribute group(value);
+    Try([&] { StringAttribute(group.getChildNames()).getNearestSample(0.0f); });
+    Try([&] { static_cast<void>(group.getChild("type", 1)); });
     for (const char* path : {"child3.user.text", "user.matrix", "type", "many.child4"})
         Try([&] { StringAttribute(group.getChildByName(path)).getValue("", false); });
     Try([&] { OxXFormUtil::CalcTransformMatrixAtTime(group, 0.5f); });

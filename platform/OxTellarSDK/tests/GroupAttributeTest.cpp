@@ -72,6 +72,7 @@ TEST(GroupAttribute, MayBeEmpty) {
     const GroupAttribute group(true);
     EXPECT_TRUE(group.isValid());
     EXPECT_EQ(group.getNumberOfChildren(), 0);
+    EXPECT_FALSE(group.getChildNames().isValid());
     EXPECT_EQ(group.findChild(""), -1);
     EXPECT_FALSE(group.getChildByName("").isValid());
     EXPECT_EQ(group, GroupAttribute(std::vector<GroupAttribute::Child>(), true));
@@ -87,11 +88,13 @@ TEST(GroupAttribute, TellsWhetherItInherits) {
 TEST(GroupAttribute, AnInvalidOneHasNoChildren) {
     const GroupAttribute group;
     EXPECT_EQ(group.getNumberOfChildren(), 0);
+    EXPECT_FALSE(group.getChildNames().isValid());
     EXPECT_EQ(group.getChildName(0), "");
     EXPECT_FALSE(group.getChildByIndex(0).isValid());
     EXPECT_FALSE(group.getChildByName("a").isValid());
     EXPECT_EQ(group.findChild("a"), -1);
     EXPECT_EQ(group.findChild("a", 0), -1);
+    EXPECT_FALSE(group.getChild("a", 0).isValid());
 }
 
 TEST(GroupAttribute, IndicesOutOfRangeGiveNothing) {
@@ -130,6 +133,7 @@ TEST(GroupAttribute, ANameWithADotIsFoundByItsWholeNameOnly) {
     const GroupAttribute group(
         {{"a.b", IntAttribute(1)}, {"a", GroupAttribute({{"b", IntAttribute(2)}}, true)}}, true);
     EXPECT_EQ(group.findChild("a.b"), 0);
+    EXPECT_EQ(group.getChild("a.b"), IntAttribute(1));
     EXPECT_EQ(IntAt(group, "a.b"), 2);
     EXPECT_EQ(group.getChildName(0), "a.b");
     const GroupAttribute alone({{"a.b", IntAttribute(1)}}, true);
@@ -180,6 +184,23 @@ TEST_P(GroupOfSize, AHintChangesNoAnswer) {
         EXPECT_EQ(group.findChild("c" + std::to_string(last), hint), last);
         EXPECT_EQ(group.findChild("none", hint), -1);
     }
+}
+
+TEST_P(GroupOfSize, AChildIsFoundByItsNameInOneStep) {
+    const GroupAttribute group = NumberedGroup(GetParam());
+    const std::int64_t last = GetParam() - 1;
+    const std::string lastName = "c" + std::to_string(last);
+    for (const std::int64_t hint : {std::int64_t(-1), std::int64_t(0), last, last + 1}) {
+        SCOPED_TRACE(hint);
+        EXPECT_EQ(group.getChild("c0", hint), IntAttribute(0));
+        EXPECT_EQ(group.getChild(lastName, hint), group.getChildByIndex(last));
+        EXPECT_FALSE(group.getChild("none", hint).isValid());
+    }
+}
+
+TEST_P(GroupOfSize, TheNamesOfItsChildrenComeAtOnce) {
+    const GroupAttribute group = NumberedGroup(GetParam());
+    EXPECT_EQ(group.getChildNames(), StringAttribute(NamesOf(group), 1));
 }
 
 class GroupOfCollidingNames : public testing::TestWithParam<std::size_t> {};

@@ -378,6 +378,8 @@ public:
     std::string getChildName(std::int64_t index) const;
     /// The name without a copy. A NUL byte follows it. It lives as long as the group's value.
     std::string_view getChildNameView(std::int64_t index) const noexcept;
+    /// The names of all children in their order; invalid when there are none.
+    StringAttribute getChildNames() const;
     /// Returns an invalid attribute when `index` is out of range.
     Attribute getChildByIndex(std::int64_t index) const;
     /// The child at a dotted path; invalid when there is none. Does not allocate.
@@ -385,6 +387,9 @@ public:
     /// StringAttribute::getValueView of the child at a dotted path, without a handle to it; empty
     /// when no string is there. The text lives as long as the group's value.
     std::string_view getTextView(std::string_view path) const;
+    /// The child with just this name; invalid when there is none. The same as
+    /// getChildByIndex(findChild(name, hint)), and faster.
+    Attribute getChild(std::string_view name, std::int64_t hint = -1) const;
     /// The index of the child with just this name, or -1.
     std::int64_t findChild(std::string_view name) const noexcept;
     /// The same, looking at index `hint` first.

@@ -70,6 +70,9 @@ public:
     std::string_view childName(const Node* group, std::uint64_t index) const noexcept;
     /// The index of the child, or -1.
     std::int64_t findChild(const Node* group, std::string_view name) const noexcept;
+    /// All names, as one string attribute in memory. Invalid for a group without children or with
+    /// a shape, and where the names have changed since they were checked.
+    Attribute copyNames(const Node* group) const;
     std::uint32_t depthOf(const Node* group) const noexcept;
 
     /// The checked child, without a reference.
@@ -79,6 +82,10 @@ public:
         if (index >= shape->count) missing(group);
         return childAt(*shape, shape->children[index], group);
     }
+
+    /// The checked child with this name, without a reference; null when there is none. Looks at
+    /// index `hint` first, unless the name is empty.
+    const Node* childNamed(const Node* group, std::string_view name, std::uint64_t hint);
 
     /// The child, or a value further below, that stands where `entry` says.
     const Node* childAt(const Shape& shape, const Shape::Child& entry, const Node* group) {
@@ -191,6 +198,9 @@ private:
 
     Wide wide(const Node* group) const noexcept;
     const Node* wideChild(const Node* group, std::uint64_t index);
+    const Node* wideChild(const Node* group, const Wide& parent, std::uint64_t index);
+    std::int64_t findWide(const Wide& parent, const NamesRecord& names,
+                          std::string_view name) const noexcept;
     NamesRecord names(std::uint32_t unit) const noexcept;
     std::string_view nameAt(const NamesRecord& names, std::uint64_t index) const noexcept;
     std::int64_t findSorted(const NamesRecord& names, std::string_view name) const noexcept;

@@ -211,6 +211,19 @@ std::string_view GroupAttribute::getChildNameView(std::int64_t index) const noex
     return NameAt(handle, static_cast<std::uint64_t>(index));
 }
 
+StringAttribute GroupAttribute::getChildNames() const {
+    const auto count = static_cast<std::size_t>(getNumberOfChildren());
+    if (count == 0) return {};
+    if (const Container* const container = Container::Of(handle))
+        if (Attribute names = container->copyNames(handle); names.isValid())
+            return StringAttribute(std::move(names));
+    std::vector<std::string_view> names;
+    names.reserve(count);
+    for (std::size_t index = 0; index < count; ++index)
+        names.push_back(NameAt(handle, index));
+    return StringAttribute(names.data(), static_cast<std::int64_t>(count), 1);
+}
+
 Attribute GroupAttribute::getChildByIndex(std::int64_t index) const {
     if (!handle || index < 0) return {};
     Node* const child = ChildAt(handle, static_cast<std::uint64_t>(index));
@@ -251,6 +264,21 @@ std::string_view GroupAttribute::getTextView(std::string_view path) const {
     if (node) return TextAt(node, 0);
     Absent(handle);
     return {};
+}
+
+Attribute GroupAttribute::getChild(std::string_view name, std::int64_t hint) const {
+    if (!handle) return {};
+    const auto first = static_cast<std::uint64_t>(hint); // beyond all children without a hint
+    if (Container* const container = Container::Of(handle)) {
+        const Node* const child = container->childNamed(handle, name, first);
+        if (!child) return {};
+        container->retain(); // the child lies in the same file
+        return CreateAndSteal(const_cast<Node*>(child));
+    }
+    const MemoryEntry* const entries = Entries(handle);
+    const bool isHinted = first < Full(handle)->count && IsNamed(handle, entries[first], name);
+    const std::int64_t index = isHinted ? hint : FindInMemory(handle, name);
+    return index < 0 ? Attribute() : CreateAndRetain(entries[index].child);
 }
 
 std::int64_t GroupAttribute::findChild(std::string_view name) const noexcept {
