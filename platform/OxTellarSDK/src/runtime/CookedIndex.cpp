@@ -63,7 +63,10 @@ void CookedIndex::add(std::uint32_t serial) {
         else
             std::free(made);
     }
-    words[place.word].fetch_or(std::uint64_t(1) << serial % kWordBits, std::memory_order_relaxed);
+    Word& bits = words[place.word];
+    const std::uint64_t bit = std::uint64_t(1) << serial % kWordBits;
+    if ((bits.load(std::memory_order_relaxed) & bit) == 0)
+        bits.fetch_or(bit, std::memory_order_relaxed);
 }
 
 void CookedIndex::remove(std::uint32_t serial) {

@@ -20,6 +20,7 @@ public:
     CookedIndex& operator=(const CookedIndex&) = delete;
 
     bool contains(std::uint32_t serial) const;
+    /// Throws std::bad_alloc. Writes nothing for a location that is there already.
     void add(std::uint32_t serial);
     void remove(std::uint32_t serial);
     /// Removes the 32 serial numbers of a NodeBlock.

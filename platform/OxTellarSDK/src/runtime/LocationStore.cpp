@@ -13,6 +13,7 @@
 
 #include "CookWaits.h"
 #include "CookedIndex.h"
+#include "NodeAccess.h"
 #include "NodeDropping.h"
 #include "PerThread.h"
 #include "Prefetch.h"
@@ -88,6 +89,12 @@ WalkCursor* CursorIn(std::uint64_t storeId) {
 std::uint64_t NextStoreId() {
     static std::atomic<std::uint64_t> next{1};
     return next.fetch_add(1, std::memory_order_relaxed);
+}
+
+bool HasName(const LocationNode& node, std::string_view name) {
+    const std::string_view own = node.name();
+    return own.size() == name.size() &&
+           OxAttribute::IsSameText(own.data(), name.data(), name.size());
 }
 
 /// Records and attributes lie far apart. A walk that goes on finds those of a later child in the
@@ -214,7 +221,7 @@ LocationNode* LocationStore::child(LocationNode& parent, std::string_view name,
     };
     if (ChildList* list = parent.children.load(std::memory_order_acquire)) {
         LocationNode* const likely = list->at(likelyPosition);
-        if (likely && likely->name() == name) {
+        if (likely && HasName(*likely, name)) {
             FetchAhead(*list, *likely);
             return found(likely);
         }

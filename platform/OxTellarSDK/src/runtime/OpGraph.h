@@ -28,8 +28,7 @@ struct CookedBy {
 
     /// The caller has the node's guard or pin. Throws std::bad_alloc.
     void note(const LocationNode& node) {
-        const std::uint32_t serial = node.serial();
-        if (!index.contains(serial)) index.add(serial);
+        index.add(node.serial());
         handle = node.handle();
     }
 };
