@@ -1,17 +1,16 @@
 #include <OxTellarSDK/Capture.h>
 
-#include <csignal>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <xxhash.h>
 
 #include <OxTellarSDK/TellarError.h>
 
 #include "AttributePrinter.h"
 #include "ErrorOf.h"
+#include "FileSizeLimit.h"
 #include "HexPage.h"
 #include "RandomAttribute.h"
 #include "RunTogether.h"
@@ -74,27 +73,6 @@ std::string WithBlock(const std::string& capture, const std::string& content) {
 std::string ErrorOfBlock(const std::string& content) {
     return ErrorOfBytes(WithBlock(ExampleCapture(), content));
 }
-
-/// Lets no file of this process grow above a size. Writing then fails.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : handler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit limited = before;
-        limited.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limited);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, handler);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    void (*const handler)(int);
-    rlimit before{};
-};
 
 } // namespace
 

@@ -1,9 +1,7 @@
 // What large files take of the memory budget.
 #include <OxTellarSDK/MemoryBudget.h>
 
-#include <atomic>
 #include <cstdint>
-#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -13,8 +11,6 @@
 #include "AttributePrinter.h"
 #include "LargeFile.h"
 #include "OpenFiles.h"
-#include "RunTogether.h"
-#include "Sanitized.h"
 
 using namespace OxAttribute;
 using namespace OxTellarMemory;
@@ -60,23 +56,7 @@ TEST_F(LargeFile, ThatIsMappedIsReadWithinTheLimitWithoutOtherCaches) {
 }
 
 TEST_F(LargeFile, ThatIsMappedIsReadWhileItsPagesAreGivenBack) {
-    const GroupAttribute value = open("4");
-    const GroupAttribute expected = Arrays();
-    std::atomic<bool> isDone{false};
-    std::atomic<int> wrong{0};
-    std::thread shrinking([&] {
-        while (!isDone) {
-            SetMemoryLimit(1 << 20);
-            SetMemoryLimit(kUnlimitedMemory);
-        }
-    });
-    RunTogether(4, [&](int) {
-        for (int pass = 0; pass < (TellarTest::kSanitized ? 2 : 10); ++pass)
-            wrong += value != expected;
-    });
-    isDone = true;
-    shrinking.join();
-    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(WrongReadsWhileShrinking(open("4")), 0);
 }
 
 TEST_F(LargeFile, ThatIsMappedIsWrittenAnewWithinTheLimit) {

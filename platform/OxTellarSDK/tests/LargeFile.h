@@ -2,10 +2,12 @@
 #ifndef OXTELLARSDK_TESTS_LARGEFILE_H
 #define OXTELLARSDK_TESTS_LARGEFILE_H
 
+#include <atomic>
 #include <cstdint>
 #include <fstream>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -16,6 +18,8 @@
 #include <OxTellarSDK/FileStream.h>
 #include <OxTellarSDK/MemoryBudget.h>
 
+#include "RunTogether.h"
+#include "Sanitized.h"
 #include "ScopedEnvironment.h"
 #include "TempDirectory.h"
 
@@ -49,6 +53,26 @@ inline std::uint64_t ResidentBytesOf(const std::string& path) {
         if (isFile && line.rfind("Rss:", 0) == 0) kilobytes += std::stoull(line.substr(4));
     }
     return kilobytes * 1024;
+}
+
+/// How often threads that read the arrays get others while the limit of memory goes up and down.
+inline int WrongReadsWhileShrinking(const OxAttribute::GroupAttribute& value) {
+    const OxAttribute::GroupAttribute expected = Arrays();
+    std::atomic<bool> isDone{false};
+    std::atomic<int> wrong{0};
+    std::thread shrinking([&] {
+        while (!isDone) {
+            OxTellarMemory::SetMemoryLimit(1 << 20);
+            OxTellarMemory::SetMemoryLimit(OxTellarMemory::kUnlimitedMemory);
+        }
+    });
+    RunTogether(4, [&](int) {
+        for (int pass = 0; pass < (TellarTest::kSanitized ? 2 : 10); ++pass)
+            wrong += value != expected;
+    });
+    isDone = true;
+    shrinking.join();
+    return wrong;
 }
 
 class LargeFile : public testing::Test {

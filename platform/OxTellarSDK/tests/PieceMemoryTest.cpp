@@ -1,15 +1,10 @@
 // The memory of files that are copied or decompressed piece by piece.
-#include <atomic>
-#include <csignal>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <optional>
 #include <string>
-#include <thread>
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,10 +12,9 @@
 
 #include "AttributePrinter.h"
 #include "CapturedLog.h"
+#include "FileSizeLimit.h"
 #include "LargeFile.h"
 #include "OpenFiles.h"
-#include "RunTogether.h"
-#include "Sanitized.h"
 
 using namespace OxAttribute;
 using namespace OxTellarMemory;
@@ -43,27 +37,6 @@ protected:
 };
 
 INSTANTIATE_TEST_SUITE_P(CopiedOrCompressed, FileBeyondTheBudget, testing::Bool());
-
-/// While it lives, no file may get larger than so many bytes.
-class FilesLimited {
-public:
-    explicit FilesLimited(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &before);
-        rlimit limited = before;
-        limited.rlim_cur = bytes;
-        setrlimit(RLIMIT_FSIZE, &limited);
-    }
-    ~FilesLimited() {
-        setrlimit(RLIMIT_FSIZE, &before);
-        std::signal(SIGXFSZ, handler);
-    }
-    FilesLimited(const FilesLimited&) = delete;
-    FilesLimited& operator=(const FilesLimited&) = delete;
-
-private:
-    rlimit before{};
-    void (*handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
-};
 
 } // namespace
 
@@ -127,23 +100,7 @@ TEST_P(FileBeyondTheBudget, KeepsItsContentWhenTheOriginalChanges) {
 }
 
 TEST_P(FileBeyondTheBudget, IsReadByThreadsWhileItsPagesAreGivenBack) {
-    const GroupAttribute value = openPieces();
-    const GroupAttribute expected = Arrays();
-    std::atomic<bool> isDone{false};
-    std::atomic<int> wrong{0};
-    std::thread shrinking([&] {
-        while (!isDone) {
-            SetMemoryLimit(1 << 20);
-            SetMemoryLimit(kUnlimitedMemory);
-        }
-    });
-    RunTogether(4, [&](int) {
-        for (int pass = 0; pass < (TellarTest::kSanitized ? 2 : 10); ++pass)
-            wrong += value != expected;
-    });
-    isDone = true;
-    shrinking.join();
-    EXPECT_EQ(wrong, 0);
+    EXPECT_EQ(WrongReadsWhileShrinking(openPieces()), 0);
 }
 
 TEST_P(FileBeyondTheBudget, IsReadByAForkedProcessAtTheSameTime) {
@@ -161,7 +118,7 @@ TEST_P(FileBeyondTheBudget, IsReadByAForkedProcessAtTheSameTime) {
 
 TEST_P(FileBeyondTheBudget, IsAnErrorWhenTheDiskIsFull) {
     const GroupAttribute value = openPieces();
-    const FilesLimited limited(1 << 20);
+    const FileSizeLimit limited(1 << 20);
     try {
         EXPECT_EQ(value, Arrays());
         FAIL() << "no error";

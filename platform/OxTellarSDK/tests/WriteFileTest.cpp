@@ -1,18 +1,17 @@
 #include <OxTellarSDK/AttributeStream.h>
 
-#include <csignal>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <OxTellarSDK/FileStream.h>
 
 #include "AttributePrinter.h"
 #include "ContainerBytes.h"
 #include "ErrorOf.h"
+#include "FileSizeLimit.h"
 #include "SampleValue.h"
 #include "TempDirectory.h"
 
@@ -76,30 +75,6 @@ TEST(WriteAttributeFile, NamesTheFileWhenTheValueCannotBeWritten) {
                   "\": a child's name has 70000 bytes; 65535 are possible");
     EXPECT_THAT(FilesIn(folder), IsEmpty());
 }
-
-namespace {
-
-/// No file of this process can grow beyond a size while this lives.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes) : oldHandler(std::signal(SIGXFSZ, SIG_IGN)) {
-        getrlimit(RLIMIT_FSIZE, &oldLimit);
-        const rlimit limit{bytes, oldLimit.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit() {
-        setrlimit(RLIMIT_FSIZE, &oldLimit);
-        std::signal(SIGXFSZ, oldHandler);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    rlimit oldLimit{};
-    void (*oldHandler)(int);
-};
-
-} // namespace
 
 TEST(WriteAttributeFile, LeavesTheOldFileWhenTheDiskIsFull) {
     const TempDirectory folder;

@@ -58,7 +58,8 @@ public:
     /// 64 KiB.
     void use(std::uint64_t begin, std::uint64_t end) noexcept;
 
-    /// As MappedFileMemory::onGiveBack, of bytes in a temporary file.
+    /// Does for bytes in a temporary file what MappedFileMemory::onGiveBack does. `function` is
+    /// never called for bytes in memory.
     void onGiveBack(MappedFileMemory::Forget function);
 
 private:

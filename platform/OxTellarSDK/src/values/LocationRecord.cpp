@@ -23,7 +23,7 @@ namespace {
 constexpr std::size_t kSlabRecords = 512;
 constexpr std::size_t kKeptPerThread = 1024;
 
-/// Of LocationRecords or of ParentRecords.
+/// The free records of one kind, LocationRecords or ParentRecords, that no thread keeps.
 struct Pool {
     std::mutex lock;
     LocationRecord* free = nullptr;
