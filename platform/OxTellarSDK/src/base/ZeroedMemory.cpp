@@ -1,5 +1,7 @@
 #include "ZeroedMemory.h"
 
+#include <cstddef>
+
 #if defined(__linux__)
 #include <sys/mman.h>
 #include <unistd.h>
@@ -21,13 +23,17 @@ void Store0(Word* begin, Word* end) noexcept {
 
 void ClearWords(Word* begin, Word* end) noexcept {
 #if defined(__linux__)
-    static const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
-    const auto first = (reinterpret_cast<std::uintptr_t>(begin) + page - 1) / page * page;
-    const auto last = reinterpret_cast<std::uintptr_t>(end) / page * page;
-    auto* const pages = reinterpret_cast<Word*>(first);
-    if (first < last && madvise(pages, last - first, MADV_DONTNEED) == 0) {
-        Store0(begin, pages);
-        return Store0(reinterpret_cast<Word*>(last), end);
+    static const auto wordsOfPage = static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) / sizeof(Word);
+    const auto intoPage = [](const Word* word) {
+        return reinterpret_cast<std::uintptr_t>(word) / sizeof(Word) % wordsOfPage;
+    };
+    Word* const first = begin + (wordsOfPage - intoPage(begin)) % wordsOfPage;
+    Word* const last = end - intoPage(end);
+    const std::ptrdiff_t words = last - first;
+    if (words > 0 &&
+        madvise(first, static_cast<std::size_t>(words) * sizeof(Word), MADV_DONTNEED) == 0) {
+        Store0(begin, first);
+        return Store0(last, end);
     }
 #endif
     Store0(begin, end);

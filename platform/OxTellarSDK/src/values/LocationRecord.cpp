@@ -238,7 +238,6 @@ void LocationRecord::clear() noexcept {
 using OxAttribute::GroupAttribute;
 using OxAttribute::Hash;
 using OxAttribute::IntAttribute;
-using OxAttribute::StringAttribute;
 
 TellarRuntime::LocationData::LocationData(const GroupAttribute& group) {
     if (!group.isValid()) return;
