@@ -55,6 +55,7 @@ private:
     bool decompress(std::uint64_t block, Worker& worker, std::string& defect);
     bool decompressTo(char* to, std::uint64_t block, Worker& worker, std::string& defect) const;
     void expectMore(std::uint64_t begin);
+    void makePresent(std::uint64_t begin, std::uint64_t end);
     std::unique_ptr<Worker> takeWorker();
 
     const int descriptor;
