@@ -85,7 +85,8 @@ private:
     const std::int64_t childIndex;
     const boost::intrusive_ptr<const ProducerTree> ownedTree; // null when an ancestor owns it
     const ProducerTree* const tree; // null for a variant that is not of this library
-    // What the children inherit; null until one of them is asked. Owned.
+    // The transforms that the children inherit, owned by this producer; null until a child is asked
+    // for its own.
     std::atomic<const OxXFormUtil::InheritedTransforms*> transforms{nullptr};
 };
 

@@ -13,7 +13,7 @@ namespace OxTellarRuntimeDetail {
 
 namespace {
 
-// What a block takes in the marks of runtimes and in the store's free numbers.
+// The memory of a block's entries in the marks of runtimes and in the store's free numbers.
 constexpr std::uint64_t kTableBytes = 8;
 // So many headers move between a thread and the common list at once.
 constexpr std::uint32_t kBatch = 32;

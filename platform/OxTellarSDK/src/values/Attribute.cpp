@@ -127,7 +127,7 @@ Identity IdentityOf(const Attribute& attribute) {
     return isOpen ? IdentityOfGroup(attribute) : Identity{attribute.getHash(), false};
 }
 
-/// As the allocator counts it, with its own word in front.
+/// The size that the allocator counts for this memory, with the allocator's own word in front.
 std::uint64_t BytesOfLarge(void* memory) noexcept {
 #if defined(__APPLE__)
     return malloc_size(memory);

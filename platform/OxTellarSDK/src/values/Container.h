@@ -63,7 +63,7 @@ public:
         return shapes[number].load(std::memory_order_acquire);
     }
 
-    // Of a checked group.
+    // The group that these functions get must have been checked.
 
     std::uint64_t childCount(const Node* group) const noexcept;
     /// Empty when there is no such child.

@@ -126,7 +126,7 @@ void Container::checkShort(const Node* node) {
     }
 }
 
-/// What can be told of a number, string or null by its word.
+/// Checks of a number, string or null all that its word tells.
 void Container::checkShortWord(std::uint32_t word, std::uint64_t unit) const {
     const Node node{word};
     const std::uint32_t payload = word >> Node::kPayload;

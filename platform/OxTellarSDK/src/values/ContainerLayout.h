@@ -94,8 +94,8 @@ struct NamesRecord {
     }
 };
 
-/// What groups with a shape have in common: their names, and where their children stand. `count`
-/// ShapeEntries follow.
+/// The names of all groups with this shape, and the places of their children. `count` ShapeEntries
+/// follow.
 struct ShapeRecord {
     std::uint32_t namesUnit;
     std::uint32_t extent; // units of the region of each of the groups, from its first to its own

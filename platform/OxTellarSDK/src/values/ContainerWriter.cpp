@@ -31,8 +31,8 @@ struct WrittenValue {
     std::uint32_t seen;
 };
 
-/// What the last group with certain names was like. Groups with equal names are probably alike, and
-/// they should have equal shapes.
+/// The last group with certain names: its values, and whether it had a shape. Groups with equal
+/// names are probably alike, and they should have equal shapes.
 struct LastGroup {
     Hash names;
     bool hadShape;

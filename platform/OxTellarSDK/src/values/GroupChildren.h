@@ -16,9 +16,9 @@ struct NamedChild {
     Node* child;
 };
 
-/// What goes along with a group of transforms, so that they need not all be composed again: the
-/// product of its first children, which does not change with time. It follows from the children and
-/// is no part of the group's content.
+/// The product of the first children of a group of transforms, which does not change with time. The
+/// group carries it along, so that they need not all be composed again. It follows from the
+/// children and is no part of the group's content.
 struct LeadingProduct {
     const double* matrix = nullptr; ///< 16 values; null when nothing goes along
     std::uint32_t children = 0;     ///< so many; at least one of them takes part

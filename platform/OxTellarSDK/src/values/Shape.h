@@ -9,9 +9,9 @@
 
 namespace OxAttribute {
 
-/// What groups of a file with one shape have in common, checked and copied from its ShapeRecord, so
-/// that it stays as it is when the bytes of a mapped file change. Only the texts of the names lie
-/// in the file.
+/// The common part of all groups of a file that have one shape. It is checked and copied from the
+/// ShapeRecord, so that it stays as it is when the bytes of a mapped file change. Only the texts of
+/// the names lie in the file.
 ///
 /// Everything below a group with a shape has a fixed place: its child groups have shapes too, and
 /// these have lower numbers.

@@ -10,8 +10,8 @@
 
 namespace OxAttribute {
 
-/// What a writer remembers of content: a cache from its hash to a T, whose default value means that
-/// nothing is known. Its size is fixed, because equal parts of a large scene stand near each other.
+/// A writer's cache from the hash of content to a T, whose default value means that nothing is
+/// known. Its size is fixed, because equal parts of a large scene stand near each other.
 /// New content evicts what was in its place.
 template <typename T, std::size_t kPlaces>
 class WrittenContent {
