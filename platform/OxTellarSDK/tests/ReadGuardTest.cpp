@@ -5,6 +5,11 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+#ifdef __linux__
+#include <linux/membarrier.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#endif
 
 #include "RunTogether.h"
 #include "Sanitized.h"
@@ -53,6 +58,14 @@ TEST(ReadGuard, LetsTheGracePassWhenNobodyReads) {
     ASSERT_TRUE(ReadGuard::BeginGrace());
     EXPECT_TRUE(ReadGuard::HasGracePassed());
 }
+
+#if defined(__linux__) && !defined(__SANITIZE_THREAD__)
+TEST(ReadGuard, IsLightWhereTheSystemHasBarriersForAllThreads) {
+    const long commands = syscall(__NR_membarrier, MEMBARRIER_CMD_QUERY, 0, 0);
+    const bool hasBarriers = commands > 0 && (commands & MEMBARRIER_CMD_PRIVATE_EXPEDITED) != 0;
+    EXPECT_EQ(ReadGuard::AreLight(), hasBarriers);
+}
+#endif
 
 TEST(ReadGuard, IsAwaitedOnceForAllThatAreNested) {
     Reader reader(3);

@@ -8,14 +8,15 @@
 #include <unistd.h>
 #if __has_include(<linux/membarrier.h>)
 #include <linux/membarrier.h>
+#define TELLAR_WITH_MEMBARRIER
 #endif
 #endif
 
 #if defined(__SANITIZE_THREAD__)
-#define TELLAR_WITHOUT_MEMBARRIER
+#undef TELLAR_WITH_MEMBARRIER
 #elif defined(__has_feature)
 #if __has_feature(thread_sanitizer)
-#define TELLAR_WITHOUT_MEMBARRIER
+#undef TELLAR_WITH_MEMBARRIER
 #endif
 #endif
 
@@ -23,8 +24,7 @@ namespace OxTellarRuntimeDetail {
 
 namespace {
 
-#if defined(__linux__) && defined(__NR_membarrier) && defined(MEMBARRIER_CMD_QUERY) &&             \
-    !defined(TELLAR_WITHOUT_MEMBARRIER)
+#ifdef TELLAR_WITH_MEMBARRIER
 
 bool Membarrier(int command) noexcept {
     return syscall(__NR_membarrier, command, 0, 0) == 0;
@@ -36,9 +36,10 @@ bool HasMembarrier() noexcept {
     return has;
 }
 
-/// A barrier in every running thread of the process. Registers again where a fork lost that.
+/// A barrier in every running thread of the process, if guards rely on it. Registers again where a
+/// fork lost that.
 bool BarrierInAllThreads() noexcept {
-    return Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED) ||
+    return !HasMembarrier() || Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED) ||
            (Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED) &&
             Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED));
 }
@@ -124,6 +125,10 @@ void ReadGuard::EnterShared() noexcept {
 
 void ReadGuard::LeaveShared() noexcept {
     sharedGuards.fetch_sub(1, std::memory_order_release);
+}
+
+bool ReadGuard::AreLight() noexcept {
+    return HasMembarrier();
 }
 
 bool ReadGuard::BeginGrace() noexcept {

@@ -53,6 +53,9 @@ public:
     ReadGuard(const ReadGuard&) = delete;
     ReadGuard& operator=(const ReadGuard&) = delete;
 
+    /// Whether a guard is entered by a plain store.
+    static bool AreLight() noexcept;
+
     // For the thread that frees; one at a time.
 
     /// Begins to wait for all guards that exist now. Another wait that was begun is given up for
