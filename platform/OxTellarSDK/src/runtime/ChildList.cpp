@@ -70,25 +70,48 @@ void ChildList::Directory::Delete(Directory* last) noexcept {
     }
 }
 
-ChildList::~ChildList() {
+ChildList::Further::~Further() {
     if (index) SmallMemory::Give(index, std::size_t(slots) * slotBytes);
-    for (const Lane& lane : lanes)
-        Directory::Delete(lane.further.load(std::memory_order_relaxed));
+    for (const std::atomic<Directory*>& lane : directories)
+        Directory::Delete(lane.load(std::memory_order_relaxed));
 }
 
-std::uint64_t ChildList::bytes() const {
-    std::uint64_t sum = SmallMemory::RoomFor(sizeof(ChildList));
+std::uint64_t ChildList::Further::bytes() const {
+    std::uint64_t sum = SmallMemory::RoomFor(sizeof(Further));
     if (index) sum += SmallMemory::RoomFor(std::size_t(slots) * slotBytes);
-    for (const Lane& lane : lanes)
-        for (Directory* directory = lane.further.load(std::memory_order_relaxed); directory;
+    for (const std::atomic<Directory*>& lane : directories)
+        for (Directory* directory = lane.load(std::memory_order_relaxed); directory;
              directory = directory->previous)
             sum += SmallMemory::RoomFor(directory->bytes());
     return sum;
 }
 
+ChildList::~ChildList() {
+    delete ownFurther();
+}
+
+std::uint64_t ChildList::bytes() const {
+    const Further* const more = ownFurther();
+    return SmallMemory::RoomFor(sizeof(ChildList)) + (more ? more->bytes() : 0);
+}
+
+std::uint32_t ChildList::numberOfBlocks() const {
+    if (const Further* const more = ownFurther()) return more->blocks;
+    return first.load(std::memory_order_relaxed) ? 1 : 0;
+}
+
+bool ChildList::hasIndex() const {
+    const Further* const more = ownFurther();
+    return more && more->index;
+}
+
+NodeBlock* ChildList::firstStrays() const {
+    const Further* const more = further.load(std::memory_order_acquire);
+    return more ? more->firstStrays.load(std::memory_order_acquire) : nullptr;
+}
+
 LocationNode* ChildList::findNear(std::string_view name) const {
-    for (const Lane& lane : lanes) {
-        const NodeBlock* block = lane.first.load(std::memory_order_acquire);
+    for (const NodeBlock* block : {first.load(std::memory_order_acquire), firstStrays()}) {
         const std::uint32_t count = block ? block->count.load(std::memory_order_acquire) : 0;
         if (count == 0 || count > kUnindexed) continue;
         if (LocationNode* known = FindIn(block, count, name)) return known;
@@ -98,33 +121,38 @@ LocationNode* ChildList::findNear(std::string_view name) const {
 
 LocationNode* ChildList::find(std::string_view name) const {
     if (name.empty()) return nullptr;
-    if (slots == 0) { // then only the first block of each kind is there
-        for (const Lane& lane : lanes)
-            if (const NodeBlock* block = lane.first.load(std::memory_order_relaxed))
-                if (LocationNode* known = FindIn(block, block->capacity, name)) return known;
+    if (!hasIndex()) { // then only the first block of each kind is there
+        for (const NodeBlock* block : {first.load(std::memory_order_relaxed), firstStrays()})
+            if (LocationNode* known = block ? FindIn(block, block->capacity, name) : nullptr)
+                return known;
         return nullptr;
     }
-    const std::uint32_t mask = slots - 1;
-    for (auto i = static_cast<std::uint32_t>(HashName(name)) & mask; slot(i) != 0;
+    const Further& more = *ownFurther();
+    const std::uint32_t mask = more.slots - 1;
+    for (auto i = static_cast<std::uint32_t>(HashName(name)) & mask; more.slot(i) != 0;
          i = (i + 1) & mask) {
-        LocationNode* const node = entryAt(PositionOf(slot(i)));
+        LocationNode* const node = entryAt(PositionOf(more.slot(i)));
         if (node && node->name() == name) return node;
     }
     return nullptr;
 }
 
 NodeBlock* ChildList::openStrays() const {
-    NodeBlock* const block = strayBlocks > 0 ? blockAt(kStray | lastStrays * 32) : nullptr;
-    return block && block->count.load(std::memory_order_relaxed) < block->capacity ? block
-                                                                                   : nullptr;
+    const Further* const more = ownFurther();
+    if (!more || more->strayBlocks == 0) return nullptr;
+    NodeBlock* const block = blockAt(kStray | more->lastStrays * 32);
+    const bool isOpen = block && block->count.load(std::memory_order_relaxed) < block->capacity;
+    return isOpen ? block : nullptr;
 }
 
 std::uint32_t ChildList::newStrays() const {
+    const Further* const more = ownFurther();
+    if (!more || more->strayBlocks == 0) return kStray;
     // After a drop the places behind the last block are likely to be free: they were used later.
-    for (std::uint32_t number = lastStrays; number < strayBlocks; ++number)
+    for (std::uint32_t number = more->lastStrays; number < more->strayBlocks; ++number)
         if (!blockAt(kStray | number * 32)) return kStray | number * 32;
-    if (strayBlocks > 0 && !blockAt(kStray)) return kStray;
-    return kStray | strayBlocks * 32;
+    if (!blockAt(kStray)) return kStray;
+    return kStray | more->strayBlocks * 32;
 }
 
 /// Null when the block was dropped, or is another one now with fewer places.
@@ -135,129 +163,140 @@ LocationNode* ChildList::entryAt(std::uint32_t position) const {
 }
 
 void ChildList::reserve(std::uint32_t position, std::uint32_t nodes, std::uint32_t last) {
-    reserveBlock(position);
+    if (!place(position)) needFurther().reservePlace(LaneOf(position), NumberOf(position));
     const std::uint32_t highest = std::max(position, last) | (NodeBlock::kNodes - 1);
-    if (slots != 0 || NumberOf(position) != 0 || entered + nodes > kUnindexed)
+    if (hasIndex() || NumberOf(position) != 0 || entered + nodes > kUnindexed)
         reserveIndex(highest, nodes, last < kStray ? std::min(last + 1, kMostExpected) : 0);
 }
 
-void ChildList::reserveBlock(std::uint32_t position) {
-    Lane& lane = lanes[LaneOf(position)];
-    const std::uint32_t number = NumberOf(position);
-    if (lane.place(number)) return;
-    Directory* const old = lane.further.load(std::memory_order_relaxed);
+ChildList::Further& ChildList::needFurther() {
+    Further* more = ownFurther();
+    if (!more) {
+        more = new Further(numberOfBlocks());
+        further.store(more, std::memory_order_release);
+    }
+    return *more;
+}
+
+void ChildList::Further::reservePlace(std::uint32_t lane, std::uint32_t number) {
+    if (place(lane, number)) return;
+    Directory* const old = directories[lane].load(std::memory_order_relaxed);
     const std::uint32_t size = std::max({number, kFirstDirectorySize, old ? 2 * old->size : 0});
     Directory* const made = Directory::Make(size);
     made->previous = old;
     for (std::uint32_t i = 0; old && i < old->size; ++i)
         made->blocks()[i].store(old->blocks()[i].load(std::memory_order_relaxed),
                                 std::memory_order_relaxed);
-    lane.further.store(made, std::memory_order_release);
+    directories[lane].store(made, std::memory_order_release);
 }
 
 void ChildList::reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes,
                              std::uint32_t expected) {
-    const std::uint8_t bytes = std::max(slotBytes, SlotBytesFor(CodeOf(highestPosition)));
+    const Further& more = needFurther();
+    const std::uint8_t bytes = std::max(more.slotBytes, SlotBytesFor(CodeOf(highestPosition)));
     const auto isFull = [](std::uint64_t used, std::uint64_t size) { return used * 4 > size * 3; };
-    const std::uint64_t more = std::uint64_t(nodes) + 1;
-    std::uint64_t size = std::max(slots, kFirstIndexSlots);
-    if (size == slots && bytes == slotBytes && !isFull(taken + more, size)) return;
+    const std::uint64_t added = std::uint64_t(nodes) + 1;
+    std::uint64_t size = std::max(more.slots, kFirstIndexSlots);
+    if (size == more.slots && bytes == more.slotBytes && !isFull(more.taken + added, size)) return;
     // Half as many free slots again where dropped blocks have left entries: it is not soon full.
-    const std::uint64_t wanted = entered + more + (taken > entered ? entered / 2 : 0);
+    const std::uint64_t wanted = entered + added + (more.taken > entered ? entered / 2 : 0);
     while (isFull(std::max<std::uint64_t>(wanted, expected + 1), size))
         size *= 2;
     if (size > ~0u) throw std::bad_alloc();
     makeIndex(static_cast<std::uint32_t>(size), bytes);
 }
 
-void ChildList::makeIndex(std::uint32_t newSlots, std::uint8_t newSlotBytes) {
-    const std::size_t bytes = std::size_t(newSlots) * newSlotBytes;
+void ChildList::makeIndex(std::uint32_t slots, std::uint8_t slotBytes) {
+    Further& more = *ownFurther();
+    const std::size_t bytes = std::size_t(slots) * slotBytes;
     auto* const made = static_cast<char*>(std::memset(SmallMemory::Take(bytes), 0, bytes));
-    char* const old = std::exchange(index, made);
-    const std::uint32_t oldSlots = std::exchange(slots, newSlots);
-    const std::uint8_t oldSlotBytes = std::exchange(slotBytes, newSlotBytes);
-    taken = 0;
+    char* const old = std::exchange(more.index, made);
+    const std::uint32_t oldSlots = std::exchange(more.slots, slots);
+    const std::uint8_t oldSlotBytes = std::exchange(more.slotBytes, slotBytes);
+    more.taken = 0;
     const auto enterOld = [&](std::uint32_t position) {
         const LocationNode* const node = entryAt(position);
-        if (node && node->nameLength != 0 && insert(position, node->name())) ++taken;
+        if (node && node->nameLength != 0 && insert(position, node->name())) ++more.taken;
     };
     for (std::uint32_t i = 0; i < oldSlots; ++i)
         if (const std::uint32_t code = CodeIn(old, i, oldSlotBytes)) enterOld(PositionOf(code));
     if (old) return SmallMemory::Give(old, std::size_t(oldSlots) * oldSlotBytes);
-    for (const Lane& lane : lanes)
-        if (const NodeBlock* block = lane.first.load(std::memory_order_relaxed))
-            for (std::uint32_t i = 0; i < block->capacity; ++i)
-                enterOld(block->first + i);
+    for (const NodeBlock* block : {first.load(std::memory_order_relaxed), firstStrays()})
+        for (std::uint32_t i = 0; block && i < block->capacity; ++i)
+            enterOld(block->first + i);
 }
 
 void ChildList::link(NodeBlock& block) {
-    const std::uint32_t number = NumberOf(block.first);
-    lanes[LaneOf(block.first)].place(number)->store(&block, std::memory_order_release);
-    ++blocks;
+    place(block.first)->store(&block, std::memory_order_release);
+    Further* const more = ownFurther();
+    if (!more) return;
+    ++more->blocks;
     if (LaneOf(block.first) == 0) return;
-    strayBlocks = std::max(strayBlocks, number + 1);
-    lastStrays = number;
+    const std::uint32_t number = NumberOf(block.first);
+    more->strayBlocks = std::max(more->strayBlocks, number + 1);
+    more->lastStrays = number;
 }
 
 void ChildList::enter(const LocationNode& node) {
     ++entered;
-    if (slots != 0 && insert(node.position(), node.name())) ++taken;
+    if (hasIndex() && insert(node.position(), node.name())) ++ownFurther()->taken;
 }
 
 bool ChildList::enterNew(std::uint32_t position, std::string_view name) {
-    const bool isNew = slots == 0 ? !find(name) : insertNew(position, name);
+    const bool isNew = hasIndex() ? insertNew(position, name) : !find(name);
     if (isNew) ++entered;
     return isNew;
 }
 
 /// `find` and `insert` in one: false when there is another child of the name.
 bool ChildList::insertNew(std::uint32_t position, std::string_view name) {
-    const std::uint32_t mask = slots - 1;
+    Further& more = *ownFurther();
+    const std::uint32_t mask = more.slots - 1;
     const std::uint32_t code = CodeOf(position);
     bool isThere = false;
     auto i = static_cast<std::uint32_t>(HashName(name)) & mask;
-    for (; slot(i) != 0; i = (i + 1) & mask) {
-        if (slot(i) == code) isThere = true; // left by a block that was dropped
-        const LocationNode* const node = entryAt(PositionOf(slot(i)));
+    for (; more.slot(i) != 0; i = (i + 1) & mask) {
+        if (more.slot(i) == code) isThere = true; // left by a block that was dropped
+        const LocationNode* const node = entryAt(PositionOf(more.slot(i)));
         if (node && node->name() == name) return false;
     }
     if (isThere) return true;
-    setSlot(i, code);
-    ++taken;
+    more.setSlot(i, code);
+    ++more.taken;
     return true;
 }
 
 /// False when the entry is there already.
 bool ChildList::insert(std::uint32_t position, std::string_view name) {
-    const std::uint32_t mask = slots - 1;
+    Further& more = *ownFurther();
+    const std::uint32_t mask = more.slots - 1;
     const std::uint32_t code = CodeOf(position);
     auto i = static_cast<std::uint32_t>(HashName(name)) & mask;
-    for (; slot(i) != 0; i = (i + 1) & mask)
-        if (slot(i) == code) return false;
-    setSlot(i, code);
+    for (; more.slot(i) != 0; i = (i + 1) & mask)
+        if (more.slot(i) == code) return false;
+    more.setSlot(i, code);
     return true;
 }
 
 bool ChildList::unlink(NodeBlock& block) noexcept {
     for (std::uint32_t i = 0; i < block.capacity; ++i)
         if (block.nodes[i].nameLength != 0) --entered;
-    lanes[LaneOf(block.first)]
-        .place(NumberOf(block.first))
-        ->store(nullptr, std::memory_order_release);
-    return --blocks == 0;
+    place(block.first)->store(nullptr, std::memory_order_release);
+    Further* const more = ownFurther();
+    return !more || --more->blocks == 0;
 }
 
-std::uint32_t ChildList::slot(std::uint32_t i) const {
-    return CodeIn(index, i, slotBytes);
+std::uint32_t ChildList::Further::slot(std::uint32_t number) const {
+    return CodeIn(index, number, slotBytes);
 }
 
-void ChildList::setSlot(std::uint32_t i, std::uint32_t value) {
+void ChildList::Further::setSlot(std::uint32_t number, std::uint32_t value) {
     if (slotBytes == 1)
-        reinterpret_cast<std::uint8_t*>(index)[i] = static_cast<std::uint8_t>(value);
+        reinterpret_cast<std::uint8_t*>(index)[number] = static_cast<std::uint8_t>(value);
     else if (slotBytes == 2)
-        reinterpret_cast<std::uint16_t*>(index)[i] = static_cast<std::uint16_t>(value);
+        reinterpret_cast<std::uint16_t*>(index)[number] = static_cast<std::uint16_t>(value);
     else
-        reinterpret_cast<std::uint32_t*>(index)[i] = value;
+        reinterpret_cast<std::uint32_t*>(index)[number] = value;
 }
 
 } // namespace OxTellarRuntimeDetail

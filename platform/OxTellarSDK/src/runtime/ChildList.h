@@ -32,11 +32,6 @@ struct ChildList : SmallMemory::Object {
     LocationNode* at(std::uint32_t position) const;
     /// Looks at the children that can be compared with a few steps.
     LocationNode* findNear(std::string_view name) const;
-    /// How far a child lies behind its place among the potential children. Not 0 when these have
-    /// changed since: right for the child that was found last, and a guess for the next one. Modulo
-    /// 2^32.
-    std::atomic<std::uint32_t> shift{0};
-
     // Under the parent's lock.
     LocationNode* find(std::string_view name) const;
     bool hasBlock(std::uint32_t position) const { return blockAt(position) != nullptr; }
@@ -44,7 +39,7 @@ struct ChildList : SmallMemory::Object {
     NodeBlock* openStrays() const;
     /// Where a new block of strays can be linked.
     std::uint32_t newStrays() const;
-    std::uint32_t numberOfBlocks() const { return blocks; }
+    std::uint32_t numberOfBlocks() const;
     /// Prepares for a block at the position and for so many nodes more. Needs memory, so it comes
     /// before `link` and `enter`. `last` is the last position that blocks will probably have.
     void reserve(std::uint32_t position, std::uint32_t nodes, std::uint32_t last);
@@ -65,46 +60,40 @@ struct ChildList : SmallMemory::Object {
     std::uint64_t bytes() const;
 
     ChildList* nextDropped = nullptr; // for NodeDropping
+    /// How far a child lies behind its place among the potential children. Not 0 when these have
+    /// changed since: right for the child that was found last, and a guess for the next one. Modulo
+    /// 2^32.
+    std::atomic<std::uint32_t> shift{0};
 
 private:
     struct Directory;
-    /// The blocks of the potential children, or those of the strays.
-    struct Lane {
-        std::atomic<NodeBlock*> first{nullptr};
-        std::atomic<Directory*> further{nullptr}; // owned
-        std::atomic<NodeBlock*>* place(std::uint32_t number) const;
-    };
+    struct Further;
 
     static std::uint32_t LaneOf(std::uint32_t position) { return position / kStray; }
     static std::uint32_t NumberOf(std::uint32_t position) { return position % kStray / 32; }
+    /// Where the block of a position is noted; null when there is no room for one.
+    std::atomic<NodeBlock*>* place(std::uint32_t position) const;
     NodeBlock* blockAt(std::uint32_t position) const;
+    NodeBlock* firstStrays() const;
     LocationNode* entryAt(std::uint32_t position) const;
-    void reserveBlock(std::uint32_t position);
+    Further* ownFurther() const { return further.load(std::memory_order_relaxed); }
+    bool hasIndex() const;
+    Further& needFurther();
     void reserveIndex(std::uint32_t highestPosition, std::uint32_t nodes, std::uint32_t expected);
     void makeIndex(std::uint32_t slots, std::uint8_t slotBytes);
     bool insert(std::uint32_t position, std::string_view name);
     bool insertNew(std::uint32_t position, std::string_view name);
 
-    std::uint32_t slot(std::uint32_t index) const;
-    void setSlot(std::uint32_t index, std::uint32_t value);
-
-    Lane lanes[2];
-    // Open addressing: for every node 1 + its position, turned left by one bit so that strays have
-    // small numbers too; 0 for a free slot. A slot has 1, 2 or 4 bytes, so that all numbers fit.
-    // A dropped block leaves its entries here. They lead nowhere, and are right again when the same
-    // locations are made again.
-    char* index = nullptr;     // owned
-    std::uint32_t slots = 0;   // a power of two; 0 without an index
-    std::uint32_t taken = 0;   // of the slots
-    std::uint32_t entered = 0; // nodes with a name
-    std::uint32_t blocks = 0;
-    std::uint32_t strayBlocks = 0; // places that were ever used
-    std::uint32_t lastStrays = 0;  // the place of the block that was linked last
-    std::uint8_t slotBytes = 1;
+    std::uint32_t entered = 0;              // nodes with a name
+    std::atomic<NodeBlock*> first{nullptr}; // of the potential children
+    std::atomic<Further*> further{nullptr}; // owned
 };
 
+static_assert(sizeof(ChildList) == 32, "most locations with children have one");
+
+/// The places of blocks behind the first one.
 struct ChildList::Directory {
-    std::uint32_t size;  // how many blocks, from the second one on
+    std::uint32_t size;  // how many
     Directory* previous; // a smaller one, which threads may still read; owned
     std::atomic<NodeBlock*>* blocks() {
         return reinterpret_cast<std::atomic<NodeBlock*>*>(this + 1);
@@ -119,25 +108,66 @@ struct ChildList::Directory {
     static void Delete(Directory* last) noexcept;
 };
 
+/// What a list has as soon as it has strays or more than a few children.
+struct ChildList::Further : SmallMemory::Object {
+    std::atomic<NodeBlock*> firstStrays{nullptr};
+    std::atomic<Directory*> directories[2] = {{nullptr}, {nullptr}}; // by lane; owned
+    // Open addressing: for every node 1 + its position, turned left by one bit so that strays have
+    // small numbers too; 0 for a free slot. A slot has 1, 2 or 4 bytes, so that all numbers fit.
+    // A dropped block leaves its entries here. They lead nowhere, and are right again when the same
+    // locations are made again.
+    char* index = nullptr;         // owned
+    std::uint32_t slots = 0;       // a power of two; 0 without an index
+    std::uint32_t taken = 0;       // of the slots
+    std::uint32_t blocks;          // of the list
+    std::uint32_t strayBlocks = 0; // places that were ever used
+    std::uint32_t lastStrays = 0;  // the place of the block that was linked last
+    std::uint8_t slotBytes = 1;
+
+    explicit Further(std::uint32_t blocks) : blocks(blocks) {}
+    ~Further();
+    Further(const Further&) = delete;
+    Further& operator=(const Further&) = delete;
+
+    std::atomic<NodeBlock*>* place(std::uint32_t lane, std::uint32_t number);
+    void reservePlace(std::uint32_t lane, std::uint32_t number);
+    std::uint32_t slot(std::uint32_t number) const;
+    void setSlot(std::uint32_t number, std::uint32_t value);
+    std::uint64_t bytes() const;
+};
+
 template <typename Visit>
 void ChildList::visitBlocks(const Visit& visit) const {
-    for (const Lane& lane : lanes) {
-        const Directory* const directory = lane.further.load(std::memory_order_acquire);
-        for (std::uint32_t number = 0; number <= (directory ? directory->size : 0); ++number)
-            if (NodeBlock* block = lane.place(number)->load(std::memory_order_acquire))
-                visit(*block);
+    const auto visitPlace = [&](const std::atomic<NodeBlock*>& place) {
+        if (NodeBlock* block = place.load(std::memory_order_acquire)) visit(*block);
+    };
+    visitPlace(first);
+    Further* const more = further.load(std::memory_order_acquire);
+    if (!more) return;
+    visitPlace(more->firstStrays);
+    for (const std::atomic<Directory*>& lane : more->directories) {
+        Directory* const directory = lane.load(std::memory_order_acquire);
+        for (std::uint32_t i = 0; directory && i < directory->size; ++i)
+            visitPlace(directory->blocks()[i]);
     }
 }
 
-inline std::atomic<NodeBlock*>* ChildList::Lane::place(std::uint32_t number) const {
-    if (number == 0) return const_cast<std::atomic<NodeBlock*>*>(&first);
-    Directory* const directory = further.load(std::memory_order_acquire);
+inline std::atomic<NodeBlock*>* ChildList::Further::place(std::uint32_t lane,
+                                                          std::uint32_t number) {
+    if (number == 0) return &firstStrays; // the list itself has the other first block
+    Directory* const directory = directories[lane].load(std::memory_order_acquire);
     return directory && number <= directory->size ? directory->blocks() + number - 1 : nullptr;
 }
 
+inline std::atomic<NodeBlock*>* ChildList::place(std::uint32_t position) const {
+    if (position < NodeBlock::kNodes) return const_cast<std::atomic<NodeBlock*>*>(&first);
+    Further* const more = further.load(std::memory_order_acquire);
+    return more ? more->place(LaneOf(position), NumberOf(position)) : nullptr;
+}
+
 inline NodeBlock* ChildList::blockAt(std::uint32_t position) const {
-    const std::atomic<NodeBlock*>* place = lanes[LaneOf(position)].place(NumberOf(position));
-    return place ? place->load(std::memory_order_acquire) : nullptr;
+    const std::atomic<NodeBlock*>* const noted = place(position);
+    return noted ? noted->load(std::memory_order_acquire) : nullptr;
 }
 
 inline LocationNode* ChildList::at(std::uint32_t position) const {
