@@ -1,5 +1,9 @@
 #include <OxTellarSDK/TellarRuntime.h>
 
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -80,6 +84,28 @@ TEST(CookChild, FindsPotentialChildrenAndOthersInListsOfAnyLength) {
             ASSERT_EQ(PathOf(client->cookLocation(other(i))), other(i));
         EXPECT_EQ(Counter::take("any length"), 1 + count + 150);
     }
+}
+
+TEST(CookChild, TellsTheOpThePathWhereverTheLastOneWas) {
+    const std::vector<std::string> names{"a", "bb", "ccc"};
+    Graph graph;
+    const Client client = graph.commit(graph.op(kSource, {Children(names)}));
+    std::deque<LocationData> known{client->cookLocation("/root")};
+    const auto cook = [&](const LocationData& parent, std::size_t index) -> LocationData {
+        known.push_back(client->cookChild(parent, static_cast<std::int64_t>(index)));
+        EXPECT_EQ(PathOf(known.back()), PathOf(parent) + '/' + names[index]);
+        return known.back();
+    };
+    // Down and up again, by up to six levels at once.
+    const std::function<void(const LocationData&, int)> walk = [&](const LocationData& parent,
+                                                                   int levels) {
+        for (std::size_t index = 0; levels > 0 && index < names.size(); ++index)
+            walk(cook(parent, index), levels - 1);
+    };
+    walk(known.front(), 6);
+    std::mt19937 random(1);
+    for (int jump = 0; jump < 1000; ++jump)
+        cook(known[random() % known.size()], random() % names.size());
 }
 
 TEST(CookChild, CooksAnewWhatWasEvicted) {

@@ -6,7 +6,7 @@
 
 #include <OxTellarSDK/Attribute.h>
 
-#include "DataView.h"
+#include "NodeAccess.h"
 #include "SuiteEntry.h"
 
 namespace OxAttribute {
@@ -74,9 +74,7 @@ const T* GetSample(const OxAttributeStruct* handle, float time, std::int64_t* co
 }
 
 const char* GetString(const OxAttributeStruct* handle, float time, std::int64_t index) {
-    const ConstStringSample sample = StringAttribute(View(handle)).getNearestSample(time);
-    const bool inside = index >= 0 && static_cast<std::size_t>(index) < sample.size();
-    return inside ? sample[static_cast<std::size_t>(index)].data() : nullptr;
+    return handle ? TextAt(handle, static_cast<std::uint64_t>(index), time).data() : nullptr;
 }
 
 std::int64_t GetNumberOfChildren(const OxAttributeStruct* handle) {

@@ -12,8 +12,8 @@
 #include <OxTellarSDK/GroupBuilder.h>
 #include <OxTellarSDK/TellarError.h>
 
-#include "DataView.h"
 #include "ErrorEntry.h"
+#include "NodeAccess.h"
 
 namespace OxAttribute {
 
@@ -176,10 +176,8 @@ const char* GetString(const OxAttributeStruct* data, float time, std::int64_t in
                       std::int64_t* length) {
     if (length) *length = 0;
     if (NotNull(data, "data")->type() != kAttributeTypeString) RefuseType(data, "string");
-    const ConstStringSample sample = StringAttribute(View(data)).getNearestSample(time);
-    if (index < 0 || static_cast<std::size_t>(index) >= sample.size())
-        throw BadCall{"index", "is out of range"};
-    const std::string_view text = sample[static_cast<std::size_t>(index)];
+    const std::string_view text = TextAt(data, static_cast<std::uint64_t>(index), time);
+    if (!text.data()) throw BadCall{"index", "is out of range"};
     if (length) *length = static_cast<std::int64_t>(text.size());
     return text.data();
 }

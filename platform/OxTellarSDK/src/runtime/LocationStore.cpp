@@ -68,6 +68,30 @@ struct WalkCursor {
         return isChild ? &node : nullptr;
     }
 
+    /// Makes `folder` the path of the cursor's node.
+    void enter(const LocationNode& node) {
+        const std::string_view name = node.name();
+        folder.reserve(folder.size() + 1 + name.size());
+        folder += '/';
+        folder += name;
+    }
+
+    /// Makes `folder` the path of a location that is one of the next above the cursor's node: a
+    /// walk that has seen all below a location goes on beside it. False, without effect, if it is
+    /// not.
+    bool rise(const LocationNode& node, const LocationNode& parent) {
+        constexpr int kMostLevels = 4;
+        const LocationNode* above = node.parent();
+        std::size_t bytes = folder.size();
+        for (int level = 0; above && above != &parent; ++level) {
+            if (level == kMostLevels || !above->parent()) return false;
+            bytes -= 1 + above->name().size();
+            above = above->parent();
+        }
+        folder.resize(bytes);
+        return above;
+    }
+
     void moveTo(std::uint64_t nodesStore, LocationNode& location, std::string_view itsFolder) {
         last = location.handle();
         if (storeId == nodesStore && folder == itsFolder) return;
@@ -167,12 +191,11 @@ std::string LocationStore::pathOf(LocationNode& node) {
     WalkCursor* const cursor = CursorIn(storeId);
     if (!cursor) return node.path();
     LocationNode* const here = cursor->nodeIn(*this);
-    if (here && here->parent() == node.parent())
-        cursor->last = node.handle();
-    else if (here && here == node.parent())
-        cursor->moveTo(storeId, node, JoinPath(cursor->folder, here->name()));
-    else
+    if (here && here == node.parent())
+        cursor->enter(*here);
+    else if (!here || !cursor->rise(*here, *node.parent()))
         cursor->moveTo(storeId, node, node.parent()->path());
+    cursor->last = node.handle();
     return JoinPath(cursor->folder, node.name());
 }
 

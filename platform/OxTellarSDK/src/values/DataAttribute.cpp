@@ -164,6 +164,8 @@ NumericAttribute<T>::NumericAttribute(const std::map<float, std::vector<T>>& sam
 template <typename T>
 T NumericAttribute<T>::getValue(T defaultValue, bool throwOnError) const {
     if (handle) {
+        const NumberSpan<T> numbers = ShortNumbers<T>(handle);
+        if (numbers.count > 0) return *numbers.values;
         const DataView view = ViewOf(handle, kType);
         if (view.count > 0) return view.as<T>()[NearestSample(view, 0.0f) * view.count];
     }
@@ -179,6 +181,9 @@ ConstSample<T> NumericAttribute<T>::getNearestSample(float time) const& {
 template <typename T>
 ConstSample<T> NumericAttribute<T>::getNearestSample(float time) && {
     if (!handle) return {};
+    const NumberSpan<T> numbers = ShortNumbers<T>(handle);
+    if (numbers.count > 0)
+        return {std::move(*this), numbers.values, static_cast<std::int64_t>(numbers.count)};
     const DataView view = ViewOf(handle, kType);
     const T* values = view.as<T>() + NearestSample(view, time) * view.count;
     return ConstSample<T>(std::move(*this), values, static_cast<std::int64_t>(view.count));
@@ -266,6 +271,8 @@ ConstStringSample StringAttribute::getNearestSample(float time) const& {
 
 ConstStringSample StringAttribute::getNearestSample(float time) && {
     if (!handle) return {};
+    if (const std::string_view text = ShortText(handle); text.data())
+        return {std::move(*this), text.data(), static_cast<std::uint32_t>(text.size())};
     const DataView view = ViewOf(handle, kAttributeTypeString);
     const std::uint64_t sample = NearestSample(view, time);
     return MakeSample(std::move(*this), view, sample);

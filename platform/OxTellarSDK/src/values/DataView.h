@@ -63,7 +63,31 @@ inline DataView ViewOf(const Node* node) noexcept {
     return view;
 }
 
-/// The same for a value that is known to be of this type: without values should that have changed.
+template <typename T>
+struct NumberSpan {
+    const T* values = nullptr;
+    std::uint64_t count = 0;
+};
+
+/// The numbers of a short value of the type, which most reads of a scene are of. Nothing for any
+/// other value.
+template <typename T>
+NumberSpan<T> ShortNumbers(const Node* node) noexcept {
+    const Node head{node->word};
+    const char* const values = Bytes(node) + sizeof(Node);
+    const bool isReadable = reinterpret_cast<std::uintptr_t>(values) % sizeof(T) == 0;
+    if (!isReadable || !head.isShort() || head.type() != NumericAttribute<T>::kType) return {};
+    return {reinterpret_cast<const T*>(values), head.shortCount()};
+}
+
+/// The text of a short string, with a NUL behind it. Without an address for any other value.
+inline std::string_view ShortText(const Node* node) noexcept {
+    const Node head{node->word};
+    if (!head.isShort() || head.type() != kAttributeTypeString) return {};
+    return {Bytes(node) + sizeof(Node), ShortTextLength(head.word)};
+}
+
+/// ViewOf for a value that is known to be of this type: without values should that have changed.
 inline DataView ViewOf(const Node* node, int type) noexcept {
     const DataView view = ViewOf(node);
     return view.type == type ? view : DataView();

@@ -252,9 +252,15 @@ const Node* FindAt(const Node* node, std::string_view path) {
 
 Attribute GroupAttribute::getChildByName(std::string_view path) const {
     if (!handle) return {};
-    auto* node = const_cast<Node*>(FindAt(handle, path));
+    // The most frequent case, which finds the file once: the child lies in it too.
+    Container* const container = IsGroup(handle) ? Container::Of(handle) : nullptr;
+    auto* const node =
+        const_cast<Node*>(container ? FindInFile(*container, handle, path) : FindAt(handle, path));
     if (!node) return Absent(handle);
-    Retain(node);
+    if (container)
+        container->retain();
+    else
+        Retain(node);
     return CreateAndSteal(node);
 }
 

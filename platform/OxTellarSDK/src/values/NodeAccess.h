@@ -78,7 +78,8 @@ inline bool IsSameText(const char* a, const char* b, std::size_t length) {
     return length == 0 || *a == *b;
 }
 
-/// A string of a value in memory that has one sample at time 0.
+/// A string of a value in memory that has one sample at time 0. Without an address if it is out of
+/// range.
 inline std::string_view TextInMemory(const FullNode& node, std::uint64_t index) noexcept {
     if (index >= node.count) return {};
     const auto* const ends = reinterpret_cast<const std::uint32_t*>(&node + 1);
@@ -86,9 +87,9 @@ inline std::string_view TextInMemory(const FullNode& node, std::uint64_t index) 
     return {texts + ends[index], ends[index + 1] - ends[index] - 1};
 }
 
-/// Text `index` of the strings in a value, in the sample nearest to time 0. Empty when it is out of
-/// range or the value has no strings.
-inline std::string_view TextAt(const Node* node, std::uint64_t index) noexcept {
+/// Text `index` of the strings in a value, in the sample nearest to the time. Without an address
+/// when it is out of range or the value has no strings.
+inline std::string_view TextAt(const Node* node, std::uint64_t index, float time = 0.0f) noexcept {
     // Every step of a walk reads a type here, nearly always a short text of a file, and a name,
     // nearly always from a list in memory. The word is read once, because that of a mapped file may
     // change.
@@ -101,7 +102,7 @@ inline std::string_view TextAt(const Node* node, std::uint64_t index) noexcept {
         return TextInMemory(*Full(node), index);
     const DataView view = ViewOf(node, kAttributeTypeString);
     if (index >= view.count) return {};
-    return view.text(NearestSample(view, 0.0f) * view.count + index);
+    return view.text(NearestSample(view, time) * view.count + index);
 }
 
 /// The index of the child with this name in a group in memory, or -1.
