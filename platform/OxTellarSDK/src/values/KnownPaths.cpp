@@ -19,7 +19,7 @@ namespace OxAttribute {
 
 namespace {
 
-constexpr std::size_t kRoutes = 128;
+constexpr std::size_t kRoutes = 1024;
 constexpr std::size_t kShortestPath = 4;
 constexpr std::size_t kLongestPath = 16;
 
@@ -60,11 +60,12 @@ struct Key {
 
     /// The first of the two entries that the path may be in.
     std::size_t firstEntry() const {
-        return (head * 0x9e3779b97f4a7c15u ^ tail * 0xc2b2ae3d27d4eb4fu) >> (64 - 7) &
-               ~std::size_t(1);
+        const std::uint64_t mixed = head * 0x9e3779b97f4a7c15u ^ tail * 0xc2b2ae3d27d4eb4fu ^
+                                    shapeAndLength * 0xd6e8feb86659fd93u;
+        return mixed >> (64 - 10) & ~std::size_t(1);
     }
 };
-static_assert(kRoutes == 1u << 7, "the shift above");
+static_assert(kRoutes == 1u << 10, "the shift above");
 
 struct Route {
     Key key;
