@@ -59,7 +59,10 @@ class ConformTest(TellarTest):
 
 class SoundOpTypes(ConformTest):
     def test_those_that_are_built_in_conform_with_sample_arguments(self):
-        for name in BUILT_IN:
+        names = BUILT_IN
+        if IS_SANITIZED and not ONLY:  # minutes for what the tests of the op types reach as well
+            names = ["Array", "Merge", "SceneImport", "Share"]
+        for name in names:
             with self.subTest(name):
                 self.assert_conforms(name, left_out=OF_INPUTS if name in
                                      ("SceneImport", "StaticScene") else None)
