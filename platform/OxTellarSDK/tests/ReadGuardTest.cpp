@@ -60,10 +60,30 @@ TEST(ReadGuard, LetsTheGracePassWhenNobodyReads) {
 }
 
 #if defined(__linux__) && !defined(__SANITIZE_THREAD__)
-TEST(ReadGuard, IsLightWhereTheSystemHasBarriersForAllThreads) {
+namespace {
+
+bool SystemHasBarriers() {
     const long commands = syscall(__NR_membarrier, MEMBARRIER_CMD_QUERY, 0, 0);
-    const bool hasBarriers = commands > 0 && (commands & MEMBARRIER_CMD_PRIVATE_EXPEDITED) != 0;
-    EXPECT_EQ(ReadGuard::AreLight(), hasBarriers);
+    return commands > 0 && (commands & MEMBARRIER_CMD_PRIVATE_EXPEDITED) != 0;
+}
+
+} // namespace
+
+TEST(ReadGuard, BecomesLightWithTheFirstGrace) {
+    Reader other(0); // so that there are two threads
+    { const ReadGuard guard; }
+    ASSERT_TRUE(ReadGuard::BeginGrace());
+    { const ReadGuard guard; }
+    { const ReadGuard guard; }
+    EXPECT_EQ(ReadGuard::IsLight(), SystemHasBarriers());
+}
+
+TEST(ReadGuard, BecomesLightWhenAThreadHasHadMany) {
+    std::thread([] {
+        for (int i = 0; i < 1000002; ++i)
+            const ReadGuard guard;
+        EXPECT_EQ(ReadGuard::IsLight(), SystemHasBarriers());
+    }).join();
 }
 #endif
 

@@ -12,6 +12,11 @@
 #endif
 #endif
 
+#if __has_include(<sys/single_threaded.h>)
+#include <sys/single_threaded.h>
+#define TELLAR_KNOWS_SINGLE_THREAD
+#endif
+
 #if defined(__SANITIZE_THREAD__)
 #undef TELLAR_WITH_MEMBARRIER
 #elif defined(__has_feature)
@@ -30,23 +35,23 @@ bool Membarrier(int command) noexcept {
     return syscall(__NR_membarrier, command, 0, 0) == 0;
 }
 
-bool HasMembarrier() noexcept {
-    static const bool has = Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED) &&
+/// Whether the system knows that the process wants barriers. Tells it at the first call.
+bool CanHaveBarriers() noexcept {
+    static const bool can = Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED) &&
                             Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED);
-    return has;
+    return can;
 }
 
-/// A barrier in every running thread of the process, if guards rely on it. Registers again where a
-/// fork lost that.
+/// A barrier in every running thread of the process. Registers again where a fork lost that.
 bool BarrierInAllThreads() noexcept {
-    return !HasMembarrier() || Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED) ||
+    return Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED) ||
            (Membarrier(MEMBARRIER_CMD_REGISTER_PRIVATE_EXPEDITED) &&
             Membarrier(MEMBARRIER_CMD_PRIVATE_EXPEDITED));
 }
 
 #else
 
-bool HasMembarrier() noexcept {
+bool CanHaveBarriers() noexcept {
     return false;
 }
 bool BarrierInAllThreads() noexcept {
@@ -54,6 +59,26 @@ bool BarrierInAllThreads() noexcept {
 }
 
 #endif
+
+bool HasOneThread() noexcept {
+#ifdef TELLAR_KNOWS_SINGLE_THREAD
+    return __libc_single_threaded != 0;
+#else
+    return false;
+#endif
+}
+
+// So many exchanges take about as long as to tell the system of barriers beside other threads.
+constexpr std::uint64_t kManyGuards = 1000000;
+
+// Whether the system was told, so that guards may be light.
+std::atomic<bool> hasBarriers{false};
+
+bool NeedBarriers() noexcept {
+    if (!CanHaveBarriers()) return false;
+    hasBarriers.store(true, std::memory_order_relaxed);
+    return true;
+}
 
 } // namespace
 
@@ -99,7 +124,7 @@ ReadGuard::Slot* ReadGuard::TakeSlot() noexcept {
     if (Slot* const slot = TakeFreeSlot()) return slot;
     Slot* const made = new (std::nothrow) Slot;
     if (!made) return nullptr;
-    made->isLight = HasMembarrier();
+    if (HasOneThread()) NeedBarriers();
 #if defined(__linux__)
     static const bool hearsOfForks = pthread_atfork(nullptr, nullptr, &ForgetOtherThreads) == 0;
     static_cast<void>(hearsOfForks); // without, a forked child may drop less
@@ -127,17 +152,25 @@ void ReadGuard::LeaveShared() noexcept {
     sharedGuards.fetch_sub(1, std::memory_order_release);
 }
 
-bool ReadGuard::AreLight() noexcept {
-    return HasMembarrier();
+void ReadGuard::enterByExchange() noexcept {
+    if (before == 2 * kManyGuards) NeedBarriers();
+    // Of use from the next guard on.
+    if (hasBarriers.load(std::memory_order_relaxed))
+        slot->isLight.store(true, std::memory_order_relaxed);
+    slot->count.exchange(before + 1, std::memory_order_acq_rel);
+}
+
+bool ReadGuard::IsLight() noexcept {
+    return current && current->isLight.load(std::memory_order_relaxed);
 }
 
 bool ReadGuard::BeginGrace() noexcept {
     // A slot that is made after this has a count of 0 here: its thread pushed it by a
     // read-modify-write of `slots`, as this one is, and reads what was unlinked after that.
     Slot* const first = slots.fetch_add(0, std::memory_order_acq_rel);
-    if (!BarrierInAllThreads()) return false;
+    if (NeedBarriers() && !BarrierInAllThreads()) return false;
     for (Slot* slot = first; slot; slot = slot->next) {
-        const std::uint64_t count = slot->isLight
+        const std::uint64_t count = slot->isLight.load(std::memory_order_relaxed)
                                         ? slot->count.load(std::memory_order_acquire)
                                         : slot->count.fetch_add(0, std::memory_order_acq_rel);
         slot->awaited = count % 2 != 0 ? count : 0;

@@ -27,6 +27,12 @@ namespace OxTellarRuntimeDetail {
 /// know it, entry is an exchange and so is the look at the count. Of two read-modify-writes of one
 /// word one comes first and the later one sees it, with all that happened before. The exit is a
 /// release store, so what a guarded thread read was read before it is freed.
+///
+/// The system has to be told that the process will want barriers. That takes it ten milliseconds if
+/// there are several threads, longer than a scene takes to open. So it is told at the first guard
+/// if there is one thread only, and else at the first BeginGrace or when a thread has had a million
+/// guards; until then, entry is an exchange. Every barrier comes after that, so some threads may
+/// already enter by a store while others do not.
 class ReadGuard {
 public:
     ReadGuard() noexcept : slot(current) {
@@ -37,11 +43,11 @@ public:
         }
         before = slot->count.load(std::memory_order_relaxed);
         if (isInner()) return;
-        if (slot->isLight) {
+        if (slot->isLight.load(std::memory_order_relaxed)) {
             slot->count.store(before + 1, std::memory_order_release); // after the last exit
             std::atomic_signal_fence(std::memory_order_seq_cst);      // for the compiler
         } else {
-            slot->count.exchange(before + 1, std::memory_order_acq_rel);
+            enterByExchange();
         }
     }
     ~ReadGuard() {
@@ -53,8 +59,8 @@ public:
     ReadGuard(const ReadGuard&) = delete;
     ReadGuard& operator=(const ReadGuard&) = delete;
 
-    /// Whether a guard is entered by a plain store.
-    static bool AreLight() noexcept;
+    /// Whether the calling thread enters its guards by a plain store.
+    static bool IsLight() noexcept;
 
     // For the thread that frees; one at a time.
 
@@ -68,8 +74,8 @@ private:
     /// The count of one thread, used again by another after its end.
     struct alignas(64) Slot {
         std::atomic<std::uint64_t> count{0};
-        std::uint64_t awaited = 0; // an odd count that is waited for; the freeing thread's
-        bool isLight = false;
+        std::uint64_t awaited = 0;        // an odd count that is waited for; the freeing thread's
+        std::atomic<bool> isLight{false}; // the thread's; does not become false again
         std::atomic<bool> isTaken{true};
         Slot* next = nullptr;
     };
@@ -82,6 +88,7 @@ private:
     };
 
     bool isInner() const { return before % 2 != 0; }
+    void enterByExchange() noexcept;
     static Slot* FindSlot() noexcept;
     static Slot* TakeSlot() noexcept;
     static Slot* TakeFreeSlot() noexcept;
