@@ -61,6 +61,33 @@ TEST_F(LargeFile, ThatIsCopiedOrDecompressedCountsWhatItHolds) {
     }
 }
 
+#ifdef __linux__
+TEST_F(LargeFile, ThatFitsIsPutIntoTheMemoryOfAFile) {
+    for (const bool compress : {false, true}) {
+        SCOPED_TRACE(compress);
+        {
+            const GroupAttribute value = open("never", compress);
+            EXPECT_EQ(value, Arrays());
+            EXPECT_TRUE(IsOpen("/memfd:tellar-pieces"));
+        }
+        closeUnused();
+        EXPECT_FALSE(IsOpen("/memfd:tellar-pieces"));
+    }
+}
+
+TEST_F(LargeFile, ThatFitsIsPutIntoPlainMemoryWhereFilesMustBeSmall) {
+    for (const bool compress : {false, true}) {
+        SCOPED_TRACE(compress);
+        open("never", compress);
+        closeUnused();
+        const FileSizeLimit limited(1 << 20);
+        const Attribute value = Read(path);
+        EXPECT_FALSE(IsOpen("/memfd:tellar-pieces"));
+        EXPECT_EQ(value, Arrays());
+    }
+}
+#endif
+
 TEST_P(FileBeyondTheBudget, IsReadWithinTheLimitThroughATemporaryFile) {
     {
         const GroupAttribute value = openPieces();

@@ -7,9 +7,6 @@
 #include <stdexcept>
 #include <utility>
 
-#ifndef _WIN32
-#include <sys/mman.h>
-#endif
 #include <xxhash.h>
 #include <zstd.h>
 
@@ -107,8 +104,6 @@ private:
     CompressedFooter footer{};
 };
 
-constexpr std::uint64_t kLargePageBytes = std::uint64_t(2) << 20;
-
 struct DecompressorDeleter {
     void operator()(ZSTD_DCtx* context) const { ZSTD_freeDCtx(context); }
 };
@@ -130,9 +125,8 @@ public:
     std::vector<char> input;
 };
 
-CompressedBlocks::CompressedBlocks(int descriptor, CompressedTable blockTable, PieceMemory& memory,
-                                   char* plain)
-    : descriptor(descriptor), table(std::move(blockTable)), memory(memory), plain(plain),
+CompressedBlocks::CompressedBlocks(int descriptor, CompressedTable blockTable, PieceMemory& memory)
+    : descriptor(descriptor), table(std::move(blockTable)), memory(memory),
       fetched(std::make_unique<std::atomic<bool>[]>(table.numberOfBlocks())) {}
 
 CompressedBlocks::~CompressedBlocks() = default;
@@ -165,33 +159,9 @@ std::unique_ptr<CompressedBlocks::Worker> CompressedBlocks::takeWorker() {
     return worker;
 }
 
-/// Called at the start of a block whose neighbour was read before: the file is probably read in
-/// order. If a large page begins here, the system is asked for one, which costs less than the small
-/// pages that it replaces.
-void CompressedBlocks::expectMore([[maybe_unused]] std::uint64_t begin) {
-#ifdef MADV_HUGEPAGE
-    if (memory.isInFile() || begin % kLargePageBytes != 0 ||
-        table.plainBytes - begin < kLargePageBytes)
-        return;
-    if (madvise(plain + begin, kLargePageBytes, MADV_HUGEPAGE) == 0)
-        memory.use(begin, begin + kLargePageBytes);
-#endif
-}
-
-/// Has the system make all pages of a block in one call, which costs less than a fault for each.
-void CompressedBlocks::makePresent([[maybe_unused]] std::uint64_t begin,
-                                   [[maybe_unused]] std::uint64_t end) {
-#ifdef MADV_POPULATE_WRITE
-    // Where the system does not know this, the pages are made as they are touched.
-    if (!memory.isInFile()) madvise(plain + begin, end - begin, MADV_POPULATE_WRITE);
-#endif
-}
-
 bool CompressedBlocks::decompress(std::uint64_t block, Worker& worker, std::string& defect) {
     const std::uint64_t begin = block * table.blockBytes;
     const std::uint64_t end = std::min(begin + table.blockBytes, table.plainBytes);
-    if (block == 0 || fetched[block - 1].load(std::memory_order_relaxed)) expectMore(begin);
-    makePresent(begin, end);
     return memory.put(begin, end, defect,
                       [&](char* to) { return decompressTo(to, block, worker, defect); });
 }

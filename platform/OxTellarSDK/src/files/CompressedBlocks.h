@@ -36,9 +36,9 @@ struct CompressedTable {
 /// number of threads may fetch at once; those that want the same block wait for each other.
 class CompressedBlocks {
 public:
-    /// `descriptor` is an open file with this table, `memory` is that of all plain bytes, which
-    /// begin at `plain`. Both must stay.
-    CompressedBlocks(int descriptor, CompressedTable table, PieceMemory& memory, char* plain);
+    /// `descriptor` is an open file with this table, `memory` is that of all plain bytes.
+    /// Both must stay.
+    CompressedBlocks(int descriptor, CompressedTable table, PieceMemory& memory);
     ~CompressedBlocks();
     CompressedBlocks(const CompressedBlocks&) = delete;
     CompressedBlocks& operator=(const CompressedBlocks&) = delete;
@@ -54,14 +54,11 @@ private:
     bool fetchBlock(std::uint64_t block, std::string& defect);
     bool decompress(std::uint64_t block, Worker& worker, std::string& defect);
     bool decompressTo(char* to, std::uint64_t block, Worker& worker, std::string& defect) const;
-    void expectMore(std::uint64_t begin);
-    void makePresent(std::uint64_t begin, std::uint64_t end);
     std::unique_ptr<Worker> takeWorker();
 
     const int descriptor;
     const CompressedTable table;
     PieceMemory& memory;
-    char* const plain;
     std::unique_ptr<std::atomic<bool>[]> fetched;
     // Each lock guards every sixteenth block, because only one thread may decompress a block.
     std::array<std::mutex, 16> blockLocks;

@@ -150,8 +150,8 @@ FileBuffer FileBuffer::OpenCompressed(std::FILE* file, const RegularFile::State&
     buffer.open(file, state);
     buffer.reserve(table.plainBytes);
     buffer.keepPieces();
-    buffer.blocks = std::make_unique<CompressedBlocks>(buffer.descriptor, std::move(table),
-                                                       *buffer.pieces, buffer.start);
+    buffer.blocks =
+        std::make_unique<CompressedBlocks>(buffer.descriptor, std::move(table), *buffer.pieces);
     return buffer;
 }
 

@@ -29,29 +29,38 @@ HeldFilesCache& GetHeldFilesCache() {
     return *cache;
 }
 
-TemporaryFile MakeFileIfLarge(std::uint64_t bytes, std::string& reason) {
-    if (bytes <= OxTellarMemory::GetMemoryLimit() / 2) return {};
-    if (!MayHandleBusErrors()) {
-        reason = "HANDLE_BUS_ERRORS is 0";
-        return {};
-    }
-    return TemporaryFile::Make(bytes, reason);
-}
+// Smaller files take no file descriptor more.
+constexpr std::uint64_t kSmallBytes = 1u << 20;
 
 } // namespace
 
 PieceMemory::PieceMemory(char* start, std::uint64_t bytes)
-    : start(start), bytes(bytes), file(MakeFileIfLarge(bytes, reason)),
+    : start(start), bytes(bytes), file(makeFile()),
       isUsed(std::make_unique<std::atomic<bool>[]>(bytes / kPieceBytes + 1)) {
     GetHeldFilesCache(); // memory may fail here, but not when bytes are counted
-    if (!isInFile()) return;
+    if (!file.isOpen()) return;
 #ifndef _WIN32
     if (mmap(start, bytes, PROT_READ, MAP_SHARED | MAP_FIXED, fileDescriptor(), 0) == MAP_FAILED)
         throw std::runtime_error(RegularFile::ReasonOf(errno));
 #endif
+    if (!isOnDisk) return;
     filledBytes = std::make_unique<std::atomic<std::uint32_t>[]>(bytes / kPieceBytes + 1);
     pages = std::make_unique<MappedFileMemory>(start, bytes);
     onGiveBack({});
+}
+
+/// Closed if the bytes are to be put into plain memory.
+TemporaryFile PieceMemory::makeFile() {
+    if (bytes < kSmallBytes) return {};
+    if (bytes > OxTellarMemory::GetMemoryLimit() / 2) {
+        if (!MayHandleBusErrors()) {
+            reason = "HANDLE_BUS_ERRORS is 0";
+        } else if (TemporaryFile made = TemporaryFile::Make(bytes, reason); made.isOpen()) {
+            isOnDisk = true;
+            return made;
+        }
+    }
+    return TemporaryFile::MakeInMemory(bytes);
 }
 
 PieceMemory::~PieceMemory() {
@@ -74,7 +83,7 @@ void PieceMemory::use(std::uint64_t begin, std::uint64_t end) noexcept {
 }
 
 bool PieceMemory::has(std::uint64_t begin, std::uint64_t end) const noexcept {
-    if (!isInFile()) return false;
+    if (!isOnDisk) return false;
     for (std::uint64_t piece = begin / kPieceBytes; piece * kPieceBytes < end; ++piece) {
         const std::uint64_t wanted = std::min(end - piece * kPieceBytes, kPieceBytes);
         if (filledBytes[piece].load(std::memory_order_acquire) < wanted) return false;

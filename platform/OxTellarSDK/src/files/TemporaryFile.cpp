@@ -9,6 +9,8 @@
 
 #if defined(__linux__)
 #include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/statvfs.h>
 #include <sys/vfs.h>
 #include <unistd.h>
@@ -87,6 +89,20 @@ TemporaryFile TemporaryFile::Make(std::uint64_t bytes, std::string& defect) {
     return file;
 }
 
+TemporaryFile TemporaryFile::MakeInMemory(std::uint64_t bytes) noexcept {
+    TemporaryFile file;
+    struct rlimit most {};
+    // Beyond the limit, the system would end the process.
+    if (getrlimit(RLIMIT_FSIZE, &most) != 0 || most.rlim_cur < bytes) return file;
+    const int descriptor = memfd_create("tellar-pieces", MFD_CLOEXEC);
+    if (descriptor < 0) return file;
+    if (ftruncate(descriptor, static_cast<off_t>(bytes)) == 0)
+        file.descriptor = descriptor;
+    else
+        close(descriptor);
+    return file;
+}
+
 TemporaryFile::~TemporaryFile() {
     if (isOpen()) close(descriptor);
 }
@@ -97,8 +113,9 @@ bool TemporaryFile::write(const char* from, std::uint64_t bytes, std::uint64_t o
         const ssize_t put = pwrite(descriptor, from, bytes, static_cast<off_t>(offset));
         if (put < 0 && errno == EINTR) continue;
         if (put <= 0) {
-            defect = "cannot be read: its temporary copy in \"" + folder +
-                     "\" cannot be written: " + RegularFile::ReasonOf(put < 0 ? errno : ENOSPC);
+            const std::string place = folder.empty() ? "memory" : '"' + folder + '"';
+            defect = "cannot be read: its temporary copy in " + place +
+                     " cannot be written: " + RegularFile::ReasonOf(put < 0 ? errno : ENOSPC);
             return false;
         }
         from += put;
@@ -112,6 +129,10 @@ bool TemporaryFile::write(const char* from, std::uint64_t bytes, std::uint64_t o
 
 TemporaryFile TemporaryFile::Make(std::uint64_t, std::string& defect) {
     defect = "temporary files are not used on this system";
+    return {};
+}
+
+TemporaryFile TemporaryFile::MakeInMemory(std::uint64_t) noexcept {
     return {};
 }
 

@@ -16,13 +16,17 @@ public:
     /// no such folder; `defect` then says so, as a sentence without its end.
     static TemporaryFile Make(std::uint64_t bytes, std::string& defect);
 
+    /// The same in memory, where writing puts bytes into new pages that need not be cleared before.
+    /// Closed if the system has no such files, or the process may not make one of that size.
+    static TemporaryFile MakeInMemory(std::uint64_t bytes) noexcept;
+
     TemporaryFile() = default;
     TemporaryFile(TemporaryFile&& other) noexcept;
     TemporaryFile& operator=(TemporaryFile&& other) noexcept;
     ~TemporaryFile();
 
-    /// False when the disk is full or fails; `defect` then says so, as the end of a sentence that
-    /// begins with the file whose bytes they are.
+    /// False when the disk or the memory is full or fails; `defect` then says so, as the end of a
+    /// sentence that begins with the file whose bytes they are.
     bool write(const char* from, std::uint64_t bytes, std::uint64_t offset,
                std::string& defect) const;
 
