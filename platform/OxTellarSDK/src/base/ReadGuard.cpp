@@ -154,7 +154,7 @@ void ReadGuard::LeaveShared() noexcept {
 
 void ReadGuard::enterByExchange() noexcept {
     if (before == 2 * kManyGuards) NeedBarriers();
-    // Of use from the next guard on.
+    // The next guard is the first one that is light.
     if (hasBarriers.load(std::memory_order_relaxed))
         slot->isLight.store(true, std::memory_order_relaxed);
     slot->count.exchange(before + 1, std::memory_order_acq_rel);

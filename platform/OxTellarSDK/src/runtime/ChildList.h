@@ -108,7 +108,7 @@ struct ChildList::Directory {
     static void Delete(Directory* last) noexcept;
 };
 
-/// What a list has as soon as it has strays or more than a few children.
+/// A list has this as soon as it has strays or more than a few children.
 struct ChildList::Further : SmallMemory::Object {
     std::atomic<NodeBlock*> firstStrays{nullptr};
     std::atomic<Directory*> directories[2] = {{nullptr}, {nullptr}}; // by lane; owned
